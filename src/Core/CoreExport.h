@@ -1,0 +1,6 @@
+#pragma once
+
+/// \file
+/// The export mark of libZelCore.
+
+#define ZELCORE_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,7 @@
+#include "Bindable.h"
+
+namespace Orvane { namespace Zel {
+
+Bindable::~Bindable() = default;
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,290 @@
+#!/usr/bin/env python3
+"""Generates the OpenGL entry-point table of ZelGL from the Khronos registry.
+
+    tools/glloader/generate.py [--registry gl.xml] OUTPUT_FOLDER
+
+writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. See README.md beside this
+script for what the table holds and why.
+"""
+
+import argparse
+import pathlib
+import re
+import sys
+import xml.etree.ElementTree as ElementTree
+
+REGISTRY = "/usr/share/khronos-api/gl.xml"
+NEWEST_CORE_VERSION = (3, 2)
+
+# The extensions whose flags and entry points the table carries, in the order in which the loader compares their names.
+EXTENSIONS = (
+    "ARB_draw_indirect",
+    "ARB_multi_draw_indirect",
+    "ARB_tessellation_shader",
+    "ARB_texture_cube_map_array",
+    "ARB_shader_atomic_counters",
+    "ARB_shader_image_load_store",
+)
+
+BANNER = "// Generated, do not edit: tools/glloader/generate.py src/GL\n"
+
+
+class Command:
+    """One GL function: its name and the C spelling of its type."""
+
+    def __init__(self, element):
+        proto = element.find("proto")
+        self.name = proto.findtext("name")
+        self.result = squeeze("".join(proto.itertext()))[: -len(self.name)].strip()
+        self.parameters = ", ".join(
+            squeeze("".join(parameter.itertext())) for parameter in element.findall("param")
+        )
+
+    @property
+    def slot(self):
+        return f"_ptrc_{self.name}"
+
+    @property
+    def declarator(self):
+        return f"{self.result} (APIENTRY *{self.slot})({self.parameters})"
+
+
+def squeeze(text):
+    text = re.sub(r"\s+", " ", text).strip()
+    return re.sub(r"\s*\*\s*", " *", text).replace("*const", "*const ")
+
+
+def core_functions(root):
+    """(version, names) for every version of the table, without what the core profile removed."""
+    versions, removed = [], set()
+    for feature in root.findall("feature[@api='gl']"):
+        version = tuple(int(n) for n in feature.get("number").split("."))
+        if version > NEWEST_CORE_VERSION:
+            continue
+        names = [
+            command.get("name")
+            for require in feature.findall("require")
+            if require.get("profile") != "compatibility"
+            for command in require.findall("command")
+        ]
+        removed.update(
+            command.get("name")
+            for remove in feature.findall("remove[@profile='core']")
+            for command in remove.findall("command")
+        )
+        versions.append((version, names))
+    seen = set(removed)
+    for version, names in sorted(versions):
+        fresh = [name for name in names if name not in seen and not seen.add(name)]
+        yield version, fresh
+
+
+def extension_functions(root, name):
+    extension = root.find(f"extensions/extension[@name='GL_{name}']")
+    return [
+        command.get("name")
+        for require in extension.findall("require")
+        if require.get("api", "gl") == "gl" and require.get("profile") != "compatibility"
+        for command in require.findall("command")
+    ]
+
+
+def header(core, extensions, commands):
+    out = [BANNER, "#pragma once\n"]
+    out.append(
+        """
+/// \\file
+/// The table of OpenGL entry points.
+///
+/// Every GL function of the core profile up to 3.2, and those of six extensions,
+/// has one exported, writable pointer `_ptrc_gl*`, null until ogl_LoadFunctions()
+/// fills it. The macros at the end let code write `glBindBuffer(...)` and call
+/// through the table; a program may replace a slot to count or fake a call.
+///
+/// Context: ogl_LoadFunctions() and the version questions need a current context.
+/// Errors:  a missing entry point leaves its slot null and is only counted.
+/// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
+
+#include "Export.h"
+
+// Qt's header declares the GL 1.x prototypes, so it must be read before the macros below.
+#include <QtGui/qopengl.h>
+
+#include <GL/glcorearb.h>
+
+#ifndef APIENTRY
+#define APIENTRY
+#endif
+
+extern "C" {
+
+/// 0: not advertised; 1: there, all its functions found; 1 + n: n functions missing.
+"""
+    )
+    out += [f"extern ZELGL_EXPORT int ogl_ext_{name};\n" for name in extensions]
+    for title, names in sections(core, extensions):
+        out.append(f"\n// {title}\n")
+        out += [f"extern ZELGL_EXPORT {commands[name].declarator};\n" for name in names]
+    out.append(
+        """
+/// Fills the table. 0 on failure, otherwise 1 + the number of core functions not found.
+ZELGL_EXPORT int ogl_LoadFunctions();
+
+/// The version of the context of the first question, cached for the process.
+ZELGL_EXPORT int ogl_GetMajorVersion();
+ZELGL_EXPORT int ogl_GetMinorVersion();
+
+/// Compares the other way round from what its name says; openGlVersionSupported() is the version test to use.
+ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
+
+} // extern "C"
+
+"""
+    )
+    for _, names in sections(core, extensions):
+        out += [f"#define {name} {commands[name].slot}\n" for name in names]
+    return "".join(out)
+
+
+def source(core, extensions, commands):
+    out = [BANNER, '#include "GLLoader.h"\n', "\n#include <GL/glx.h>\n", "\n#include <cstring>\n"]
+    out.append('\nextern "C" {\n\n')
+    out += [f"int ogl_ext_{name} = 0;\n" for name in extensions]
+    for title, names in sections(core, extensions):
+        if names:
+            out.append(f"\n// {title}\n")
+        out += [f"{commands[name].declarator} = nullptr;\n" for name in names]
+    out.append('\n} // extern "C"\n')
+    out.append(
+        """
+namespace {
+
+/// Looks one function up into its slot; 1 when it is missing.
+template <typename Function> int load(Function *&slot, const char *name)
+{
+    slot = reinterpret_cast<Function *>(glXGetProcAddressARB(reinterpret_cast<const GLubyte *>(name)));
+    return slot == nullptr ? 1 : 0;
+}
+"""
+    )
+    for name, names in extensions.items():
+        if names:
+            out.append(f"\nint load_{name}()\n{{\n    int missing = 0;\n")
+            out += [f'    missing += load({commands[n].slot}, "{n}");\n' for n in names]
+            out.append("    return missing;\n}\n")
+    out.append("\nint loadCore()\n{\n    int missing = 0;\n")
+    for version, names in core:
+        out.append(f"    // {version[0]}.{version[1]}\n")
+        out += [f'    missing += load({commands[n].slot}, "{n}");\n' for n in names]
+    out.append("    return missing;\n}\n")
+    out.append(
+        """
+struct ExtensionMapRow
+{
+    const char *name;
+    int *flag;
+    int (*loadFunctions)(); ///< null where the extension has none
+};
+
+const ExtensionMapRow kExtensionMap[] = {
+"""
+    )
+    for name, names in extensions.items():
+        loader = f"&load_{name}" if names else "nullptr"
+        out.append(f'    {{"GL_{name}", &ogl_ext_{name}, {loader}}},\n')
+    out.append(
+        """};
+
+void loadExtension(const char *name)
+{
+    for (const ExtensionMapRow &row : kExtensionMap) {
+        if (std::strcmp(row.name, name) == 0) {
+            *row.flag = 1 + (row.loadFunctions != nullptr ? row.loadFunctions() : 0);
+        }
+    }
+}
+
+int majorVersion = 0; ///< 0: nothing is cached yet
+int minorVersion = 0;
+
+void cacheVersion()
+{
+    if (majorVersion == 0) {
+        glGetIntegerv(GL_MAJOR_VERSION, &majorVersion);
+        glGetIntegerv(GL_MINOR_VERSION, &minorVersion);
+    }
+}
+
+} // namespace
+
+int ogl_LoadFunctions()
+{
+    for (const ExtensionMapRow &row : kExtensionMap) {
+        *row.flag = 0;
+    }
+    const int missing = load(_ptrc_glGetIntegerv, "glGetIntegerv") + load(_ptrc_glGetStringi, "glGetStringi");
+    if (missing != 0) {
+        return 0;
+    }
+    GLint extensionCount = 0;
+    glGetIntegerv(GL_NUM_EXTENSIONS, &extensionCount);
+    for (GLint i = 0; i < extensionCount; ++i) {
+        const GLubyte *name = glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(i));
+        if (name != nullptr) {
+            loadExtension(reinterpret_cast<const char *>(name));
+        }
+    }
+    return 1 + loadCore();
+}
+
+int ogl_GetMajorVersion()
+{
+    cacheVersion();
+    return majorVersion;
+}
+
+int ogl_GetMinorVersion()
+{
+    cacheVersion();
+    return minorVersion;
+}
+
+int ogl_IsVersionGEQ(int major, int minor)
+{
+    cacheVersion();
+    // Kept on purpose: the comparison runs the other way round from what the name says.
+    if (major != majorVersion) {
+        return major > majorVersion ? 1 : 0;
+    }
+    return minorVersion <= minor ? 1 : 0;
+}
+"""
+    )
+    return "".join(out)
+
+
+def sections(core, extensions):
+    for version, names in core:
+        yield f"OpenGL {version[0]}.{version[1]}", names
+    for name, names in extensions.items():
+        if names:
+            yield f"GL_{name}", names
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Generates GLLoader.h and GLLoader.cpp.")
+    parser.add_argument("output", type=pathlib.Path)
+    parser.add_argument("--registry", default=REGISTRY)
+    arguments = parser.parse_args()
+
+    root = ElementTree.parse(arguments.registry).getroot()
+    commands = {c.name: c for c in map(Command, root.findall("commands/command"))}
+    core = list(core_functions(root))
+    extensions = {name: extension_functions(root, name) for name in EXTENSIONS}
+    (arguments.output / "GLLoader.h").write_text(header(core, extensions, commands))
+    (arguments.output / "GLLoader.cpp").write_text(source(core, extensions, commands))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
