@@ -1,0 +1,156 @@
+#pragma once
+
+#include "Bindable.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QVector>
+
+namespace Orvane { namespace Zel {
+
+class BufferObject;
+class GLSLMacroProcessor;
+class ShaderProgram;
+class UniformBufferObject;
+class VertexArrayObject;
+
+/// GL's record of one indexed draw.
+struct DrawElementsIndirectCommand
+{
+    quint32 count;
+    quint32 instanceCount;
+    quint32 firstIndex;
+    quint32 baseVertex;
+    quint32 baseInstance;
+};
+
+/// A draw unit: a vertex array, perhaps an index buffer, a primitive type, and
+/// perhaps a list of sub-draws, the commands.
+///
+/// It hides the ways to issue a draw, and is the source of the draw ID, by which a
+/// shader finds its data: getDrawID() of "ZelUtilities.glslh". Instance or command
+/// i of a unit has the ID setDrawIDBase() + i. It travels in the uniform
+/// "u_DrawID", one GL call for each ID, or, with useBaseInstanceDrawing(), in the
+/// base instance, one GL call for each unit without commands.
+///
+/// Units:   counts are indices, vertices or instances; the index buffer offset is
+///          bytes.
+/// Context: construct, use and delete with one and the same context current; draw
+///          with the program bound and the unit bound.
+/// Errors:  a unit that is not set up is diagnosed and answered with false before
+///          any GL draw.
+/// Source:  OpenGL 3.2 core; base instance (4.2) with ARB_shader_draw_parameters.
+class ZELGL_EXPORT DrawBuffers : public QObject, public Bindable
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(DrawBuffers)
+
+public:
+    static int NumAlive();
+
+    static bool isBaseInstanceDrawingSupported();
+    /// Once at start and before any shader is built, if supported.
+    static void useBaseInstanceDrawing(bool use);
+    /// Tells shaders of the way in which the draw ID travels.
+    static void setup(GLSLMacroProcessor *processor);
+
+    /// GL draw calls, draws and indices since the last question, of all units.
+    static qint64 getAndResetTotalDrawCalls();
+    static qint64 getAndResetTotalDrawBatches();
+    static qint64 getAndResetTotalDrawIndices();
+
+    explicit DrawBuffers(QObject *parent);
+    ~DrawBuffers() override;
+
+    /// Releases the vertex array and the index buffer.
+    void clear();
+
+    /// Replacing a vertex array is reported, and done all the same.
+    void setVAO(QSharedPointer<VertexArrayObject> vao);
+    /// GL_QUADS is reported, and stored all the same.
+    void setPrimitiveType(unsigned int primitiveType);
+    void setVertexCount(unsigned int count);
+    /// \a indexType is GL_UNSIGNED_SHORT or GL_UNSIGNED_INT.
+    void setIndexedDraw(QSharedPointer<BufferObject> indexBuffer, int indexCount, unsigned int indexType);
+    void setIndexBufferOffset(unsigned long offset);
+    void setDrawIDBase(int base);
+    void setBaseVertex(int baseVertex);
+    void setInstanceCount(int count);
+    /// The sub-draws; copied. After setIndexedDraw(), whose index type they need.
+    /// Their instanceCount and baseInstance are not used.
+    void setDrawElementsIndirectCommands(const DrawElementsIndirectCommand *commands, int count);
+
+    bool bind() override;
+    bool unbind() override;
+    /// Binds this in the place of the unit that the caller bound last, with the
+    /// fewest GL calls; null: bind().
+    bool rebind(DrawBuffers *drawBuffersBound);
+
+    /// Whether draw() would issue anything.
+    bool willDraw(ShaderProgram *program, const QVector<int> *commandIndices) const;
+
+    /// Draws the unit, or those of its commands whose numbers are given, in that
+    /// order. Without a program the one that GL has in use is asked for "u_DrawID".
+    bool draw();
+    bool draw(ShaderProgram *program);
+    bool draw(ShaderProgram *program, const QVector<int> *commandIndices);
+    /// Without draw ID, index offset, base vertex and counters.
+    bool drawInstanced(int instanceCount);
+    /// The ways that draw() chooses from. Base instance knows no commands.
+    bool drawBaseInstance(const QVector<int> *commandIndices);
+    bool drawDrawID(ShaderProgram *program, const QVector<int> *commandIndices);
+    bool drawMultiDrawElementsIndirect();
+
+    /// The commands for shaders that include "DrawElementsIndirectCommand.glslh";
+    /// these see at most 100. Made at the first question and never updated.
+    QSharedPointer<UniformBufferObject> getDrawElementsIndirectCommandsUniformBufferObject();
+
+    const QSharedPointer<VertexArrayObject> &VAO() const;
+    const QSharedPointer<BufferObject> &indexBO() const;
+    int numVerts() const;
+    int numIndexes() const;
+    unsigned int indexType() const;
+    int numDrawCommands() const;
+    /// Bytes.
+    quint64 memoryEstimateCPU() const;
+    quint64 memoryEstimateGPU() const;
+
+private:
+    class DrawID;
+
+    bool isDrawPossible() const;
+    bool isIndexSetUp() const;
+    bool isVertexSetUp() const;
+    bool isCommandNumber(const QVector<int> &commandIndices) const;
+    bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
+    bool drawElements(const DrawID &drawID) const;
+    bool drawArrays(const DrawID &drawID) const;
+    bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
+
+    static int _numAlive;
+    static qint64 _totalDrawCalls;
+    static qint64 _totalDrawBatches;
+    static qint64 _totalDrawIndices;
+    static bool _useBaseInstance;
+
+    unsigned int _primitiveType; ///< -1: not set
+    unsigned int _indexType = 0;
+    int _indexCount = 0;
+    int _vertexCount = 0;
+    quint64 _indexBufferOffset = 0;
+    int _baseVertex = 0;
+    int _instanceCount = 1;
+    int _drawIDBase = 0;
+    QSharedPointer<VertexArrayObject> _vao;
+    QSharedPointer<BufferObject> _boIndex;
+    QSharedPointer<BufferObject> _boIndirect; ///< never set: the indirect path is dormant
+    QSharedPointer<UniformBufferObject> _commandsUniformBufferObject;
+    QVector<DrawElementsIndirectCommand> _commands;
+    int _commandsCount = 0;
+    QVector<int> _commandCounts;               ///< by command
+    QVector<const void *> _commandIndexOffsets; ///< by command, bytes
+    QVector<int> _commandBaseVertices;         ///< by command
+    bool _useMultiDrawIndirect = false;
+};
+
+}} // namespace Orvane::Zel
