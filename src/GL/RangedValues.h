@@ -1,0 +1,30 @@
+#pragma once
+
+/// \file
+/// Numbers with their range, as a host's editable parameters hand them over: a
+/// QVariant that holds one sets a uniform to the current value
+/// (ShaderProgram::setUniform). The type names are the contract; they are
+/// registered with Qt's meta-type system on first use.
+
+#include <QtCore/QMetaType>
+
+namespace Orvane { namespace Zel {
+
+struct RangedFloat
+{
+    float value = 0.0F; ///< current value; the library reads nothing else
+    float minimum = 0.0F;
+    float maximum = 0.0F;
+};
+
+struct RangedDouble
+{
+    double value = 0.0; ///< current value; the library reads nothing else
+    double minimum = 0.0;
+    double maximum = 0.0;
+};
+
+}} // namespace Orvane::Zel
+
+Q_DECLARE_METATYPE(Orvane::Zel::RangedFloat)
+Q_DECLARE_METATYPE(Orvane::Zel::RangedDouble)
