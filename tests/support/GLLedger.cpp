@@ -1,0 +1,157 @@
+#include "GLLedger.h"
+
+#include "Tap.h"
+
+#include <QtGui/QOpenGLContext>
+
+#include <QtCore/QVector>
+
+#include <array>
+#include <map>
+#include <set>
+
+namespace {
+
+constexpr std::array<const char *, GLLedger::eKindCount> kWords = {
+    "buffer", "vertex array", "texture", "framebuffer", "renderbuffer", "query", "shader", "program", "sync"};
+
+/// Contexts of one share group have their names in common, but for vertex arrays, framebuffers and queries.
+const void *nameSpace(GLLedger::Kind kind)
+{
+    const QOpenGLContext *context = QOpenGLContext::currentContext();
+    const bool ownOfContext
+        = kind == GLLedger::eVertexArray || kind == GLLedger::eFramebuffer || kind == GLLedger::eQuery;
+    if (context == nullptr || ownOfContext) {
+        return context;
+    }
+    return context->shareGroup();
+}
+
+} // namespace
+
+struct GLLedger::Books
+{
+    using Names = std::set<quintptr>;
+
+    std::array<std::map<const void *, Names>, eKindCount> alive;
+    QStringList faults;
+
+    void made(Kind kind, quintptr name)
+    {
+        if (name != 0) {
+            alive[kind][nameSpace(kind)].insert(name);
+        }
+    }
+
+    void deleted(Kind kind, quintptr name)
+    {
+        if (name != 0 && alive[kind][nameSpace(kind)].erase(name) == 0) {
+            faults += QString("deleted %1 %2, which is not alive").arg(kWords[kind]).arg(name);
+        }
+    }
+
+    /// The pair of hooks of a kind whose names come and go by arrays.
+    template <auto Gen, auto Delete>
+    struct Arrays
+    {
+        Hook<Gen> gen;
+        Hook<Delete> del;
+
+        Arrays(Books &books, Kind kind)
+        {
+            gen.replace([this, &books, kind](GLsizei count, GLuint *names) {
+                gen.original(count, names);
+                for (GLsizei i = 0; i < count; ++i) {
+                    books.made(kind, names[i]);
+                }
+            });
+            del.replace([this, &books, kind](GLsizei count, const GLuint *names) {
+                for (GLsizei i = 0; i < count; ++i) {
+                    books.deleted(kind, names[i]);
+                }
+                del.original(count, names);
+            });
+        }
+    };
+
+    Arrays<&glGenBuffers, &glDeleteBuffers> buffers{*this, eBuffer};
+    Arrays<&glGenVertexArrays, &glDeleteVertexArrays> vertexArrays{*this, eVertexArray};
+    Arrays<&glGenTextures, &glDeleteTextures> textures{*this, eTexture};
+    Arrays<&glGenFramebuffers, &glDeleteFramebuffers> framebuffers{*this, eFramebuffer};
+    Arrays<&glGenRenderbuffers, &glDeleteRenderbuffers> renderbuffers{*this, eRenderbuffer};
+    Arrays<&glGenQueries, &glDeleteQueries> queries{*this, eQuery};
+    Hook<&glCreateShader> createShader;
+    Hook<&glDeleteShader> deleteShader;
+    Hook<&glCreateProgram> createProgram;
+    Hook<&glDeleteProgram> deleteProgram;
+    Hook<&glFenceSync> fenceSync;
+    Hook<&glDeleteSync> deleteSync;
+
+    Books()
+    {
+        createShader.replace([this](GLenum type) {
+            const GLuint name = createShader.original(type);
+            made(eShader, name);
+            return name;
+        });
+        deleteShader.replace([this](GLuint name) {
+            deleted(eShader, name);
+            deleteShader.original(name);
+        });
+        createProgram.replace([this] {
+            const GLuint name = createProgram.original();
+            made(eProgram, name);
+            return name;
+        });
+        deleteProgram.replace([this](GLuint name) {
+            deleted(eProgram, name);
+            deleteProgram.original(name);
+        });
+        fenceSync.replace([this](GLenum condition, GLbitfield flags) {
+            const GLsync sync = fenceSync.original(condition, flags);
+            made(eSync, reinterpret_cast<quintptr>(sync));
+            return sync;
+        });
+        deleteSync.replace([this](GLsync sync) {
+            deleted(eSync, reinterpret_cast<quintptr>(sync));
+            deleteSync.original(sync);
+        });
+    }
+};
+
+GLLedger::GLLedger() : _books(std::make_unique<Books>())
+{
+}
+
+GLLedger::~GLLedger() = default;
+
+int GLLedger::alive(Kind kind) const
+{
+    int count = 0;
+    for (const auto &names : _books->alive[kind]) {
+        count += int(names.second.size());
+    }
+    return count;
+}
+
+int GLLedger::alive() const
+{
+    int count = 0;
+    for (int kind = 0; kind < eKindCount; ++kind) {
+        count += alive(Kind(kind));
+    }
+    return count;
+}
+
+QStringList GLLedger::faults() const
+{
+    QStringList faults = _books->faults;
+    for (int kind = 0; kind < eKindCount; ++kind) {
+        for (const auto &names : _books->alive[kind]) {
+            for (const quintptr name : names.second) {
+                faults += QString("%1 %2 is still alive").arg(kWords[kind]).arg(name);
+            }
+        }
+    }
+    return faults;
+}

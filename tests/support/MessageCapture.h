@@ -1,0 +1,97 @@
+#pragma once
+
+#include "Print.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMessageLogContext>
+#include <QtCore/QMutex>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+#include <vector>
+
+/// One line that went to Qt's message handler, with what came beside the text.
+struct Message
+{
+    QtMsgType level;
+    QString text;
+    QByteArray category;
+    QByteArray file;
+    QByteArray function;
+    int line;
+
+    /// The form that tests compare: the level word first, then the text with the line number of a leading
+    /// "[file:line]" masked as '#'. A category other than "default" follows the level in parentheses.
+    QString toString() const;
+};
+
+/// Catches all Qt messages of its scope. Scopes nest; the innermost catches.
+class MessageCapture
+{
+    Q_DISABLE_COPY(MessageCapture)
+
+public:
+    MessageCapture();
+    ~MessageCapture();
+
+    /// What was caught since the last call, in order; nothing remains.
+    QVector<Message> take();
+
+    /// The innermost capture; null outside of any.
+    static MessageCapture *current();
+
+private:
+    static void handle(QtMsgType level, const QMessageLogContext &context, const QString &text);
+
+    static MessageCapture *_current;
+
+    MessageCapture *_outer;
+    QtMessageHandler _outerHandler;
+    QMutex _mutex; // driver threads may log too
+    QVector<Message> _messages;
+};
+
+/// What a test expects of one message: the whole of it, or its beginning where text of the driver follows.
+class ExpectedMessage
+{
+public:
+    ExpectedMessage(const char *whole);
+    ExpectedMessage(const QString &whole);
+
+    static ExpectedMessage startingWith(const QString &prefix);
+
+    bool matches(const QString &actual) const;
+    QString toString() const;
+
+private:
+    ExpectedMessage(const QString &text, bool prefix);
+
+    QString _text;
+    bool _prefix;
+};
+
+inline ExpectedMessage startsWith(const QString &prefix)
+{
+    return ExpectedMessage::startingWith(prefix);
+}
+
+/// Takes what the innermost capture holds, and compares it in number, order and text.
+testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expected);
+
+/// EXPECT_MESSAGES("warning [Shader.cpp:#] ...", startsWith("debug ...")) takes exactly these messages.
+/// Without arguments: that there are none.
+#define EXPECT_MESSAGES(...)                                                                                           \
+    if (const testing::AssertionResult messagesTaken_ = takeMessages({__VA_ARGS__})) {                                 \
+    } else                                                                                                             \
+        ADD_FAILURE() << messagesTaken_.message()
+
+/// A fixture that catches the messages of a test, and fails on any that the test did not take.
+class MessageTest : public testing::Test
+{
+protected:
+    ~MessageTest() override;
+
+    MessageCapture _capture;
+};

@@ -1,0 +1,154 @@
+#include "TestContext.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QMutex>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <GL/glcorearb.h>
+
+namespace {
+
+std::unique_ptr<QGuiApplication> gApplication;
+
+QMutex gReportsMutex; // the driver may report from its own threads
+QStringList gReports;
+
+const char *reportWord(GLenum type)
+{
+    switch (type) {
+    case GL_DEBUG_TYPE_ERROR:
+        return "error";
+    case GL_DEBUG_TYPE_DEPRECATED_BEHAVIOR:
+        return "deprecated";
+    case GL_DEBUG_TYPE_UNDEFINED_BEHAVIOR:
+        return "undefined";
+    }
+    return nullptr; // performance hints, shader statistics and the like are no faults
+}
+
+void APIENTRY collectReport(GLenum, GLenum type, GLuint id, GLenum, GLsizei, const GLchar *message, const void *)
+{
+    if (const char *word = reportWord(type)) {
+        QMutexLocker lock(&gReportsMutex);
+        gReports += QString("%1 %2: %3").arg(word).arg(id).arg(message);
+    }
+}
+
+void ensureApplication()
+{
+    static int argc = 1;
+    static char name[] = "zelgl-test";
+    static char *argv[] = {name, nullptr};
+    if (!gApplication) {
+        gApplication = std::make_unique<QGuiApplication>(argc, argv);
+    }
+}
+
+} // namespace
+
+std::unique_ptr<TestContext> TestContext::create(Profile profile, TestContext *shareWith)
+{
+    ensureApplication();
+    std::unique_ptr<TestContext> made(new TestContext);
+    if (!made->make(profile, shareWith)) {
+        ADD_FAILURE() << "There is no OpenGL context; platform " << qPrintable(QGuiApplication::platformName());
+        return nullptr;
+    }
+    if (!made->isAsAsked(profile)) {
+        return nullptr;
+    }
+    watchDriver();
+    return made;
+}
+
+TestContext::~TestContext()
+{
+    if (QOpenGLContext::currentContext() == &_context) {
+        _context.doneCurrent();
+    }
+}
+
+bool TestContext::makeCurrent()
+{
+    return _context.makeCurrent(&_surface);
+}
+
+void TestContext::doneCurrent()
+{
+    _context.doneCurrent();
+}
+
+bool TestContext::make(Profile profile, TestContext *shareWith)
+{
+    QSurfaceFormat format;
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    format.setVersion(4, 5);
+    format.setProfile(profile == eCore ? QSurfaceFormat::CoreProfile : QSurfaceFormat::CompatibilityProfile);
+    format.setOption(QSurfaceFormat::DebugContext);
+    format.setOption(QSurfaceFormat::DeprecatedFunctions); // Qt makes forward-compatible contexts without it
+
+    _context.setFormat(format);
+    _context.setShareContext(shareWith != nullptr ? shareWith->context() : nullptr);
+    if (!_context.create()) {
+        return false;
+    }
+    _surface.setFormat(_context.format());
+    _surface.create();
+    return makeCurrent();
+}
+
+bool TestContext::isAsAsked(Profile profile)
+{
+    // Asked of GL itself: a platform without real support says "core" in its QSurfaceFormat all the same.
+    GLint mask = 0;
+    GLint flags = 0;
+    driver()->glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &mask);
+    driver()->glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
+    const GLint wanted = profile == eCore ? GL_CONTEXT_CORE_PROFILE_BIT : GL_CONTEXT_COMPATIBILITY_PROFILE_BIT;
+    EXPECT_EQ(wanted, mask) << "The context has another profile than was asked for";
+    EXPECT_EQ(GL_CONTEXT_FLAG_DEBUG_BIT, flags) << "The context is not a plain debug context";
+    return mask == wanted && flags == GL_CONTEXT_FLAG_DEBUG_BIT;
+}
+
+void TestContext::watchDriver()
+{
+    QOpenGLContext *context = QOpenGLContext::currentContext();
+    auto callback = reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKPROC>(context->getProcAddress("glDebugMessageCallback"));
+    auto control = reinterpret_cast<PFNGLDEBUGMESSAGECONTROLPROC>(context->getProcAddress("glDebugMessageControl"));
+    callback(&collectReport, nullptr);
+    control(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
+    driver()->glEnable(GL_DEBUG_OUTPUT);
+    driver()->glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS);
+}
+
+QStringList TestContext::takeDriverReports()
+{
+    QMutexLocker lock(&gReportsMutex);
+    QStringList taken;
+    taken.swap(gReports);
+    return taken;
+}
+
+void TestContext::endApplication()
+{
+    gApplication.reset();
+}
+
+QOpenGLFunctions_3_2_Core *driver()
+{
+    auto *functions = QOpenGLContext::currentContext()->versionFunctions<QOpenGLFunctions_3_2_Core>();
+    functions->initializeOpenGLFunctions();
+    return functions;
+}
+
+std::vector<GLenum> takeGLErrors()
+{
+    std::vector<GLenum> errors;
+    for (GLenum error = driver()->glGetError(); error != GL_NO_ERROR; error = driver()->glGetError()) {
+        errors.push_back(error);
+    }
+    TestContext::takeDriverReports();
+    return errors;
+}

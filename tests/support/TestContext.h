@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QtGui/QOffscreenSurface>
+#include <QtGui/QOpenGLContext>
+#include <QtGui/qopengl.h>
+
+#include <QtCore/QStringList>
+
+#include <memory>
+#include <vector>
+
+class QOpenGLFunctions_3_2_Core;
+
+/// A context of its own surface: version 4.5 or the best below, with the debug bit, never forward-compatible.
+///
+/// What the driver reports through GL debug output as an error, as deprecated or as undefined behaviour is collected,
+/// whichever context it comes from.
+class TestContext
+{
+    Q_DISABLE_COPY(TestContext)
+
+public:
+    enum Profile
+    {
+        eCore,
+        eCompatibility
+    };
+
+    /// Makes the context, and the application object if it is the first, and leaves it current. Null, with a failure
+    /// of the running test, when there is none or when it is not what was asked for.
+    static std::unique_ptr<TestContext> create(Profile profile = eCore, TestContext *shareWith = nullptr);
+    ~TestContext();
+
+    bool makeCurrent();
+    void doneCurrent();
+
+    QOpenGLContext *context()
+    {
+        return &_context;
+    }
+
+    /// Installs the collecting debug callback in the current context, again where something else replaced it.
+    static void watchDriver();
+
+    /// What the driver reported since the last call.
+    static QStringList takeDriverReports();
+
+    /// Ends the application object; at the end of the process.
+    static void endApplication();
+
+private:
+    TestContext() = default;
+
+    bool make(Profile profile, TestContext *shareWith);
+    bool isAsAsked(Profile profile);
+
+    QOffscreenSurface _surface;
+    QOpenGLContext _context;
+};
+
+/// The driver's own functions of the current context, past the library's table and past all hooks.
+QOpenGLFunctions_3_2_Core *driver();
+
+/// The pending GL errors of the current context, which are cleared with the driver's reports about them.
+std::vector<GLenum> takeGLErrors();

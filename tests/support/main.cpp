@@ -1,0 +1,46 @@
+#include "TestContext.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QTemporaryDir>
+
+namespace {
+
+void setDefault(const char *variable, const QByteArray &value)
+{
+    if (!qEnvironmentVariableIsSet(variable)) {
+        qputenv(variable, value);
+    }
+}
+
+/// What a test process needs of its environment, where the caller has not chosen: X through GLX, since Qt's "offscreen"
+/// platform cannot make a core context; a runtime folder, without which Qt logs; a shader cache that can be written,
+/// without which Mesa offers no program binaries; and a renderer of one thread, since tests run side by side.
+void prepareEnvironment(const QTemporaryDir &folder)
+{
+    setDefault("QT_QPA_PLATFORM", "xcb");
+    setDefault("QT_XCB_GL_INTEGRATION", "xcb_glx");
+    setDefault("XDG_RUNTIME_DIR", folder.path().toLocal8Bit());
+    setDefault("MESA_SHADER_CACHE_DIR", folder.path().toLocal8Bit());
+    setDefault("LP_NUM_THREADS", "1");
+}
+
+} // namespace
+
+#if defined(__SANITIZE_ADDRESS__)
+/// The leak check reads the stacks of what is still loaded: drivers must not go before it.
+extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
+{
+    return 0;
+}
+#endif
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    const QTemporaryDir folder;
+    prepareEnvironment(folder);
+    const int result = RUN_ALL_TESTS();
+    TestContext::endApplication();
+    return result;
+}
