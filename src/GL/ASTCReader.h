@@ -1,0 +1,56 @@
+#pragma once
+
+#include "TextureLoader2DHelper.h"
+#include "TextureRecogniser.h"
+
+#include <QtCore/QString>
+
+#include <memory>
+
+namespace Orvane { namespace Zel {
+
+class Memory;
+
+/// Recognises ASTC images by their magic number.
+class ZELGL_EXPORT ASTCRecogniser : public TextureRecogniser
+{
+public:
+    TextureLoader *recognise(Memory *memory, const QString &name) const override;
+};
+
+/// A single ASTC image, which goes to GL compressed, as it lies in the mapping. One
+/// level, filtered by the nearest texel.
+///
+/// Units:   texels.
+/// Context: load() needs a current one.
+/// Errors:  valid() is false unless the file is exactly as long as its sizes ask
+///          for. What GL refuses, such as a block size that it does not know, is
+///          not noticed here.
+/// Source:  the file header of Arm's ASTC encoder; GL_KHR_texture_compression_astc_ldr.
+class ZELGL_EXPORT ASTCReader : public TextureLoader2DHelper
+{
+    Q_DISABLE_COPY(ASTCReader)
+
+public:
+    /// Owns \a memory. \a name is for messages.
+    ASTCReader(Memory *memory, const QString &name);
+    ~ASTCReader() override;
+
+    bool valid() const override;
+    bool isCompressed() const override;
+    unsigned int width() const override;
+    unsigned int height() const override;
+
+    Texture *load(const TextureFileInfo &info) override;
+
+private:
+    bool hasExpectedSize() const;
+    unsigned int imageSize(int axis) const;
+
+    std::unique_ptr<Memory> _memory;
+    QString _name;
+    bool _valid = true;
+    const unsigned char *_header = nullptr; ///< the first 16 bytes; null when they cannot be mapped
+};
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "TextureLoader2DHelper.h"
+#include "TextureRecogniser.h"
+
+#include <QtCore/QString>
+
+#include <memory>
+
+namespace Orvane { namespace Zel {
+
+class Memory;
+
+/// Recognises Radiance pictures by "#?RADIANCE" in the first line.
+class ZELGL_EXPORT HDRRecogniser : public TextureRecogniser
+{
+public:
+    TextureLoader *recognise(Memory *memory, const QString &name) const override;
+};
+
+/// A Radiance picture, decoded into a texture of half floats: flat lines, and both
+/// forms of run-length coding.
+///
+/// Units:   texel values as in the file: the exposure is read and not applied, and
+///          XYZ data stay XYZ. The first axis of the file is the height and the
+///          second the width, whatever their letters; the sign of the first alone
+///          decides about the order of rows.
+/// Context: load() needs a current one.
+/// Errors:  a line whose width field is wrong is told, and stays black, with all
+///          lines behind it. Data that end early fail. A run beyond the end of its
+///          line is told and ends the process.
+/// Source:  Greg Ward, "Real Pixels", Graphics Gems II, 1991, and the file format
+///          of the Radiance Synthetic Imaging System.
+class ZELGL_EXPORT HDRReader : public TextureLoader2DHelper
+{
+    Q_DISABLE_COPY(HDRReader)
+
+public:
+    /// Owns \a memory. \a name is for messages.
+    HDRReader(Memory *memory, const QString &name);
+    ~HDRReader() override;
+
+    bool valid() const override;
+    unsigned int width() const override;
+    unsigned int height() const override;
+
+    Texture *load(const TextureFileInfo &info) override;
+
+private:
+    enum PixelFormat { eUnknown, eRgbe, eXyze };
+
+    struct Axis
+    {
+        char sign;
+        char letter;
+        quint32 size;
+    };
+
+    bool parse();
+    bool parseHeaderLines();
+    bool parseFormat();
+    bool parseExposure();
+    bool parseResolution();
+    bool skipLine();
+    bool startsWith(const char *text) const;
+
+    bool fitsTexture() const;
+    std::unique_ptr<float[]> decode() const;
+
+    std::unique_ptr<Memory> _memory;
+    QString _name;
+    bool _valid = false;
+    const unsigned char *_begin = nullptr; ///< a view of the whole file
+    const unsigned char *_end = nullptr;
+    const unsigned char *_cursor = nullptr; ///< while parsing; then the first scanline
+    PixelFormat _pixelFormat = eUnknown;
+    float _exposure = 1.0f;
+    Axis _first = {'-', 'Y', 0};
+    Axis _second = {'+', 'X', 0};
+};
+
+}} // namespace Orvane::Zel

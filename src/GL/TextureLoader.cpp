@@ -1,0 +1,7 @@
+#include "TextureLoader.h"
+
+namespace Orvane { namespace Zel {
+
+TextureLoader::~TextureLoader() = default;
+
+}} // namespace Orvane::Zel

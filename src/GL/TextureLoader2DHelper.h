@@ -1,0 +1,33 @@
+#pragma once
+
+#include "TextureLoader.h"
+
+namespace Orvane { namespace Zel {
+
+/// The answers of a single, uncompressed 2D image without metadata, for readers
+/// that know no other: such a reader adds valid(), width(), height() and load().
+class ZELGL_EXPORT TextureLoader2DHelper : public TextureLoader
+{
+public:
+    bool isCompressed() const override;
+    bool isArrayTexture() const override;
+    bool isCubeMapTexture() const override;
+    bool is1DTexture() const override;
+    bool is2DTexture() const override;
+    bool is3DTexture() const override;
+    bool hasMipMaps() const override;
+
+    unsigned int depth() const override;
+    unsigned int arraySize() const override;
+    unsigned int cubeFaces() const override;
+    unsigned int mipmapLevels() const override;
+    unsigned int numMetadataEntries() const override;
+
+    /// The text of rawKey() and rawValue(); a null string when that is null.
+    QString key(unsigned int index) const override;
+    QString value(unsigned int index) const override;
+    const char *rawKey(unsigned int index) const override;
+    const char *rawValue(unsigned int index) const override;
+};
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,7 @@
+#include "TextureRecogniser.h"
+
+namespace Orvane { namespace Zel {
+
+TextureRecogniser::~TextureRecogniser() = default;
+
+}} // namespace Orvane::Zel
