@@ -1,0 +1,35 @@
+#include "Plane.h"
+
+namespace Orvane { namespace Zel {
+
+// The distance stays unset: default planes only fill lists that are written next.
+Plane::Plane() {}
+
+Plane::Plane(const QVector3D &planeNormal, float planeDistance)
+    : normal(planeNormal)
+    , distance(planeDistance)
+{
+}
+
+Plane::Plane(const QVector3D &planeNormal, const QVector3D &point)
+    : Plane(planeNormal, QVector3D::dotProduct(planeNormal, point))
+{
+}
+
+Plane::Plane(const QVector3D &a, const QVector3D &b, const QVector3D &c)
+    : Plane(QVector3D::normal(a, b, c), a)
+{
+}
+
+float Plane::DistanceTo(const QVector3D &point) const
+{
+    return QVector3D::dotProduct(normal, point) - distance;
+}
+
+int Plane::WhichSide(const QVector3D &point) const
+{
+    const float side = DistanceTo(point);
+    return side < 0.0f ? -1 : side > 0.0f ? 1 : 0;
+}
+
+}} // namespace Orvane::Zel
