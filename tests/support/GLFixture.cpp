@@ -9,10 +9,7 @@ std::unique_ptr<TestContext> gContext;
 /// Ends the context at the end of all tests, while the application object is still there.
 class ContextEnd : public testing::Environment
 {
-    void TearDown() override
-    {
-        gContext.reset();
-    }
+    void TearDown() override { gContext.reset(); }
 };
 
 const auto *const gContextEnd = testing::AddGlobalTestEnvironment(new ContextEnd);
@@ -43,7 +40,8 @@ GLTest::~GLTest()
     }
     makeCurrent();
     EXPECT_EQ(QStringList(), _ledger->faults()) << "GL names at the end of the test";
-    EXPECT_EQ(QStringList(), TestContext::takeDriverReports()) << "GL debug output that the test did not take";
+    EXPECT_EQ(QStringList(), TestContext::takeDriverReports())
+        << "GL debug output that the test did not take";
     EXPECT_EQ(std::vector<GLenum>(), takeGLErrors()) << "GL errors at the end of the test";
 }
 

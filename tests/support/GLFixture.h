@@ -20,10 +20,7 @@ protected:
 
     QOpenGLContext *context() const;
 
-    GLLedger &ledger()
-    {
-        return *_ledger;
-    }
+    GLLedger &ledger() { return *_ledger; }
 
 private:
     std::unique_ptr<GLLedger> _ledger; ///< null when there is no context

@@ -19,8 +19,8 @@ constexpr std::array<const char *, GLLedger::eKindCount> kWords = {
 const void *nameSpace(GLLedger::Kind kind)
 {
     const QOpenGLContext *context = QOpenGLContext::currentContext();
-    const bool ownOfContext
-        = kind == GLLedger::eVertexArray || kind == GLLedger::eFramebuffer || kind == GLLedger::eQuery;
+    const bool ownOfContext =
+        kind == GLLedger::eVertexArray || kind == GLLedger::eFramebuffer || kind == GLLedger::eQuery;
     if (context == nullptr || ownOfContext) {
         return context;
     }
@@ -51,8 +51,7 @@ struct GLLedger::Books
     }
 
     /// The pair of hooks of a kind whose names come and go by arrays.
-    template <auto Gen, auto Delete>
-    struct Arrays
+    template <auto Gen, auto Delete> struct Arrays
     {
         Hook<Gen> gen;
         Hook<Delete> del;
@@ -119,7 +118,8 @@ struct GLLedger::Books
     }
 };
 
-GLLedger::GLLedger() : _books(std::make_unique<Books>())
+GLLedger::GLLedger()
+    : _books(std::make_unique<Books>())
 {
 }
 

@@ -9,8 +9,7 @@
 class GLLedger
 {
 public:
-    enum Kind
-    {
+    enum Kind {
         eBuffer,
         eVertexArray,
         eTexture,

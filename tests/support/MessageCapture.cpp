@@ -44,7 +44,9 @@ QString Message::toString() const
 
 MessageCapture *MessageCapture::_current = nullptr;
 
-MessageCapture::MessageCapture() : _outer(_current), _outerHandler(qInstallMessageHandler(&MessageCapture::handle))
+MessageCapture::MessageCapture()
+    : _outer(_current)
+    , _outerHandler(qInstallMessageHandler(&MessageCapture::handle))
 {
     _current = this;
 }
@@ -77,15 +79,19 @@ void MessageCapture::handle(QtMsgType level, const QMessageLogContext &context, 
     _current->_messages.append({level, text, context.category, context.file, context.function, context.line});
 }
 
-ExpectedMessage::ExpectedMessage(const char *whole) : ExpectedMessage(QString::fromUtf8(whole), false)
+ExpectedMessage::ExpectedMessage(const char *whole)
+    : ExpectedMessage(QString::fromUtf8(whole), false)
 {
 }
 
-ExpectedMessage::ExpectedMessage(const QString &whole) : ExpectedMessage(whole, false)
+ExpectedMessage::ExpectedMessage(const QString &whole)
+    : ExpectedMessage(whole, false)
 {
 }
 
-ExpectedMessage::ExpectedMessage(const QString &text, bool prefix) : _text(text), _prefix(prefix)
+ExpectedMessage::ExpectedMessage(const QString &text, bool prefix)
+    : _text(text)
+    , _prefix(prefix)
 {
 }
 

@@ -82,9 +82,9 @@ testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expect
 
 /// EXPECT_MESSAGES("warning [Shader.cpp:#] ...", startsWith("debug ...")) takes exactly these messages.
 /// Without arguments: that there are none.
-#define EXPECT_MESSAGES(...)                                                                                           \
-    if (const testing::AssertionResult messagesTaken_ = takeMessages({__VA_ARGS__})) {                                 \
-    } else                                                                                                             \
+#define EXPECT_MESSAGES(...)                                                                                 \
+    if (const testing::AssertionResult messagesTaken_ = takeMessages({__VA_ARGS__})) {                       \
+    } else                                                                                                   \
         ADD_FAILURE() << messagesTaken_.message()
 
 /// A fixture that catches the messages of a test, and fails on any that the test did not take.

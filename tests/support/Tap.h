@@ -9,16 +9,16 @@
 /// Stands in front of one entry point for the time of its scope: `Hook<&glBindBuffer>`, since the loader's macros make
 /// that a slot of the table. Hooks on one slot nest; each calls on to the one made before it, the first to the driver.
 /// Scopes end in reverse order.
-template <auto Slot>
-class Hook;
+template <auto Slot> class Hook;
 
-template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)>
-class Hook<Slot>
+template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)> class Hook<Slot>
 {
 public:
     using Function = std::function<Result(Arguments...)>;
 
-    Hook() : _outer(_top), _driver(*Slot)
+    Hook()
+        : _outer(_top)
+        , _driver(*Slot)
     {
         _top = this;
         *Slot = &Hook::enter;
@@ -34,10 +34,7 @@ public:
     }
 
     /// Puts a function in the place of the call; it may itself call original(). An empty one ends the replacement.
-    void replace(Function function)
-    {
-        _replacement = std::move(function);
-    }
+    void replace(Function function) { _replacement = std::move(function); }
 
     /// The call as it would be without this hook.
     Result original(Arguments... arguments)
@@ -52,10 +49,7 @@ protected:
     }
 
 private:
-    static Result enter(Arguments... arguments)
-    {
-        return _top->call(arguments...);
-    }
+    static Result enter(Arguments... arguments) { return _top->call(arguments...); }
 
     static inline Hook *_top = nullptr;
 
@@ -66,8 +60,7 @@ private:
 
 /// A hook that keeps a record of the calls: `Tap<&glBindBuffer> binds; ... EXPECT_EQ(1u, binds.count());`.
 /// Arguments are recorded as they stand: a pointer is not followed.
-template <auto Slot>
-class Tap;
+template <auto Slot> class Tap;
 
 template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)>
 class Tap<Slot> : public Hook<Slot>
@@ -75,28 +68,15 @@ class Tap<Slot> : public Hook<Slot>
 public:
     using Call = std::tuple<Arguments...>;
 
-    size_t count() const
-    {
-        return _calls.size();
-    }
+    size_t count() const { return _calls.size(); }
 
     /// The arguments of all calls, in order: `EXPECT_EQ(std::make_tuple(GL_ARRAY_BUFFER, 0u), binds.calls().back())`.
-    const std::vector<Call> &calls() const
-    {
-        return _calls;
-    }
+    const std::vector<Call> &calls() const { return _calls; }
 
     /// Argument `Index` of the last call.
-    template <size_t Index>
-    auto last() const
-    {
-        return std::get<Index>(_calls.at(_calls.size() - 1));
-    }
+    template <size_t Index> auto last() const { return std::get<Index>(_calls.at(_calls.size() - 1)); }
 
-    void clear()
-    {
-        _calls.clear();
-    }
+    void clear() { _calls.clear(); }
 
 protected:
     Result call(Arguments... arguments) override

@@ -28,7 +28,8 @@ const char *reportWord(GLenum type)
     return nullptr; // performance hints, shader statistics and the like are no faults
 }
 
-void APIENTRY collectReport(GLenum, GLenum type, GLuint id, GLenum, GLsizei, const GLchar *message, const void *)
+void APIENTRY collectReport(GLenum, GLenum type, GLuint id, GLenum, GLsizei, const GLchar *message,
+                            const void *)
 {
     if (const char *word = reportWord(type)) {
         QMutexLocker lock(&gReportsMutex);
@@ -53,7 +54,8 @@ std::unique_ptr<TestContext> TestContext::create(Profile profile, TestContext *s
     ensureApplication();
     std::unique_ptr<TestContext> made(new TestContext);
     if (!made->make(profile, shareWith)) {
-        ADD_FAILURE() << "There is no OpenGL context; platform " << qPrintable(QGuiApplication::platformName());
+        ADD_FAILURE() << "There is no OpenGL context; platform "
+                      << qPrintable(QGuiApplication::platformName());
         return nullptr;
     }
     if (!made->isAsAsked(profile)) {
@@ -106,7 +108,8 @@ bool TestContext::isAsAsked(Profile profile)
     GLint flags = 0;
     driver()->glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &mask);
     driver()->glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
-    const GLint wanted = profile == eCore ? GL_CONTEXT_CORE_PROFILE_BIT : GL_CONTEXT_COMPATIBILITY_PROFILE_BIT;
+    const GLint wanted =
+        profile == eCore ? GL_CONTEXT_CORE_PROFILE_BIT : GL_CONTEXT_COMPATIBILITY_PROFILE_BIT;
     EXPECT_EQ(wanted, mask) << "The context has another profile than was asked for";
     EXPECT_EQ(GL_CONTEXT_FLAG_DEBUG_BIT, flags) << "The context is not a plain debug context";
     return mask == wanted && flags == GL_CONTEXT_FLAG_DEBUG_BIT;
@@ -115,8 +118,10 @@ bool TestContext::isAsAsked(Profile profile)
 void TestContext::watchDriver()
 {
     QOpenGLContext *context = QOpenGLContext::currentContext();
-    auto callback = reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKPROC>(context->getProcAddress("glDebugMessageCallback"));
-    auto control = reinterpret_cast<PFNGLDEBUGMESSAGECONTROLPROC>(context->getProcAddress("glDebugMessageControl"));
+    auto callback =
+        reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKPROC>(context->getProcAddress("glDebugMessageCallback"));
+    auto control =
+        reinterpret_cast<PFNGLDEBUGMESSAGECONTROLPROC>(context->getProcAddress("glDebugMessageControl"));
     callback(&collectReport, nullptr);
     control(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
     driver()->glEnable(GL_DEBUG_OUTPUT);

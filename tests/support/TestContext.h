@@ -20,11 +20,7 @@ class TestContext
     Q_DISABLE_COPY(TestContext)
 
 public:
-    enum Profile
-    {
-        eCore,
-        eCompatibility
-    };
+    enum Profile { eCore, eCompatibility };
 
     /// Makes the context, and the application object if it is the first, and leaves it current. Null, with a failure
     /// of the running test, when there is none or when it is not what was asked for.
@@ -34,10 +30,7 @@ public:
     bool makeCurrent();
     void doneCurrent();
 
-    QOpenGLContext *context()
-    {
-        return &_context;
-    }
+    QOpenGLContext *context() { return &_context; }
 
     /// Installs the collecting debug callback in the current context, again where something else replaced it.
     static void watchDriver();

@@ -1,0 +1,194 @@
+// The oracles themselves: a judge that never says no would make every other test worthless.
+
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+#include "support/Soak.h"
+#include "support/StateGuard.h"
+#include "support/Tap.h"
+
+#include <gtest/gtest-spi.h>
+
+#include <cmath>
+#include <memory>
+
+namespace {
+
+/// A fixture whose verdict the tests below read instead of being failed by it.
+class Judged : public GLTest
+{
+public:
+    GLuint makeBuffer()
+    {
+        GLuint name = 0;
+        glGenBuffers(1, &name);
+        return name;
+    }
+
+    using GLTest::ledger;
+    using GLTest::makeCurrent;
+
+private:
+    void TestBody() override {}
+};
+
+/// What the fixture says of a test that does this; empty when it passes.
+template <typename Body> std::string verdict(Body body)
+{
+    testing::TestPartResultArray results;
+    {
+        const testing::ScopedFakeTestPartResultReporter reporter(
+            testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
+        Judged judged;
+        body(judged);
+    }
+    std::string said;
+    for (int i = 0; i < results.size(); ++i) {
+        said += results.GetTestPartResult(i).message();
+    }
+    return said;
+}
+
+} // namespace
+
+TEST(SupportTest, AnUntakenMessageFails)
+{
+    EXPECT_PRED_FORMAT2(testing::IsSubstring, "warning chatter",
+                        verdict([](Judged &) { qWarning("chatter"); }));
+    EXPECT_EQ("", verdict([](Judged &) {
+                  qWarning("expected");
+                  EXPECT_MESSAGES("warning expected");
+              }));
+}
+
+TEST(SupportTest, ADriverReportAndAGLErrorFail)
+{
+    const std::string said = verdict([](Judged &) { glEnable(GL_TEXTURE_2D_ARRAY); });
+    EXPECT_PRED_FORMAT2(testing::IsSubstring, "GL debug output", said);
+    EXPECT_PRED_FORMAT2(testing::IsSubstring, "GL errors", said);
+    EXPECT_EQ("", verdict([](Judged &) {
+                  glEnable(GL_TEXTURE_2D_ARRAY);
+                  EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors());
+              }));
+}
+
+TEST(SupportTest, AnAliveNameAndASecondDeleteFail)
+{
+    EXPECT_PRED_FORMAT2(testing::IsSubstring, "is still alive", verdict([](Judged &judged) {
+                            judged.makeBuffer();
+                            EXPECT_EQ(1, judged.ledger().alive(GLLedger::eBuffer));
+                        }));
+    EXPECT_PRED_FORMAT2(testing::IsSubstring, "which is not alive", verdict([](Judged &judged) {
+                            const GLuint name = judged.makeBuffer();
+                            glDeleteBuffers(1, &name);
+                            glDeleteBuffers(1, &name);
+                        }));
+}
+
+TEST(SupportTest, NamesOfUnsharedContextsAreKeptApart)
+{
+    EXPECT_EQ("", verdict([](Judged &judged) {
+                  const std::unique_ptr<TestContext> first = TestContext::create();
+                  const GLuint name = judged.makeBuffer();
+                  const std::unique_ptr<TestContext> second = TestContext::create();
+                  EXPECT_EQ(name, judged.makeBuffer());
+                  EXPECT_EQ(2, judged.ledger().alive());
+                  glDeleteBuffers(1, &name);
+                  first->makeCurrent();
+                  glDeleteBuffers(1, &name);
+              }));
+}
+
+using CaptureTest = MessageTest;
+
+TEST_F(CaptureTest, MessagesAreComparedInLevelNumberOrderAndText)
+{
+    const auto taken = [](const std::vector<ExpectedMessage> &expected) {
+        QMessageLogger(nullptr, 0, nullptr).warning("[File.cpp:%d] %s", 12, "text");
+        QMessageLogger(nullptr, 0, nullptr).debug("bare");
+        return bool(takeMessages(expected));
+    };
+    EXPECT_TRUE(taken({"warning [File.cpp:#] text", startsWith("debug b")}));
+    EXPECT_FALSE(taken({"warning [File.cpp:#] text"}));
+    EXPECT_FALSE(taken({"debug bare", "warning [File.cpp:#] text"}));
+    EXPECT_FALSE(taken({"critical [File.cpp:#] text", "debug bare"}));
+    EXPECT_FALSE(taken({"warning [File.cpp:#] text", "debug bar"}));
+    EXPECT_FALSE(taken({}));
+    EXPECT_MESSAGES();
+}
+
+using TapTest = GLTest;
+
+TEST_F(TapTest, TapsOnOneSlotNestAndLeaveItAsItWas)
+{
+    const auto driversOwn = _ptrc_glViewport;
+    {
+        Tap<&glViewport> outer;
+        glViewport(0, 0, 1, 2);
+        {
+            Tap<&glViewport> inner;
+            inner.replace([](GLint, GLint, GLsizei, GLsizei) {});
+            glViewport(3, 4, 5, 6);
+            EXPECT_EQ(1u, inner.count());
+            EXPECT_EQ(6, inner.last<3>());
+        }
+        glViewport(0, 0, 7, 8);
+        const std::vector<Tap<&glViewport>::Call> passed = {{0, 0, 1, 2}, {0, 0, 7, 8}};
+        EXPECT_EQ(passed, outer.calls());
+    }
+    EXPECT_EQ(driversOwn, _ptrc_glViewport);
+}
+
+TEST_F(TapTest, StateChangesAreNamedWithBothValues)
+{
+    StateGuard guard;
+    EXPECT_EQ(QStringList(), guard.changes());
+    glEnable(GL_BLEND);
+    glScissor(1, 2, 3, 4);
+    const QStringList changes = guard.changes();
+    ASSERT_EQ(2, changes.size());
+    EXPECT_EQ("GL_BLEND 0 -> 1", changes[0]);
+    EXPECT_TRUE(changes[1].endsWith("-> 1 2 3 4"));
+    glDisable(GL_BLEND);
+}
+
+using PixelsTest = GLTest;
+
+TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
+{
+    // 3 pixels of 3 bytes a row: rows that only a packing of 1 reads right.
+    const quint8 bytes[2][3][3] = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}},
+                                   {{51, 51, 51}, {0, 0, 0}, {255, 255, 255}}};
+    GLuint texture = 0;
+    GLuint framebuffer = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB8, 3, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, bytes);
+    glGenFramebuffers(1, &framebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+
+    StateGuard guard;
+    const Pixels ofTexture = Pixels::ofTexture(GL_TEXTURE_2D, texture);
+    EXPECT_TRUE(ofTexture.isNear(2, 0, {0, 0, 1, 1}, 0.001f));
+    EXPECT_TRUE(ofTexture.isNear(0, 1, {0.2f, 0.2f, 0.2f, 1}, 0.001f));
+    EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, 3, 2).isNear(ofTexture, 0.0f));
+    EXPECT_EQ(QStringList(), guard.changes());
+
+    Pixels other = ofTexture;
+    other.at(1, 1).setX(0.1f);
+    EXPECT_TRUE(ofTexture.isNear(other, 0.11f));
+    EXPECT_FALSE(ofTexture.isNear(other, 0.09f));
+    EXPECT_FALSE(ofTexture.isNear(1, 1, {std::nanf(""), 0, 0, 1}, 1.0f));
+    EXPECT_FALSE(ofTexture.isNear(Pixels(3, 3), 1.0f));
+
+    glDeleteFramebuffers(1, &framebuffer);
+    glDeleteTextures(1, &texture);
+}
+
+TEST(SoakTest, MemoryThatStaysIsFound)
+{
+    std::vector<std::vector<char>> kept;
+    EXPECT_FALSE(soak(100, [&kept] { kept.emplace_back(1 << 16, 'x'); }));
+    EXPECT_TRUE(soak(100, [] { std::vector<char>(1 << 16, 'x'); }));
+}
