@@ -1,0 +1,278 @@
+#include "BindlessTextureManager.h"
+
+#include "GLSLMacroProcessor.h"
+#include "GLUtilities.h"
+#include "Texture.h"
+#include "TextureIO.h"
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+constexpr quint64 kSlotTokenMark = Q_UINT64_C(0xFFFFFFFF) << 32;
+
+/// The number that the counter handed out for a slot token.
+unsigned int counterOf(const TextureToken &token)
+{
+    return static_cast<unsigned int>(token.token);
+}
+
+template <typename Function> void lookUp(Function &function, const char *name)
+{
+    function = reinterpret_cast<Function>(getGLProcAddress(name, false));
+}
+
+} // namespace
+
+bool BindlessTextureManager::isSupported()
+{
+    return hasGLExtension("GL_ARB_bindless_texture") || hasGLExtension("GL_NV_bindless_texture");
+}
+
+BindlessTextureManager::BindlessTextureManager()
+{
+    if (hasGLExtension("GL_ARB_bindless_texture")) {
+        lookUp(_getTextureHandle, "glGetTextureHandleARB");
+        lookUp(_makeTextureHandleResident, "glMakeTextureHandleResidentARB");
+        lookUp(_makeTextureHandleNonResident, "glMakeTextureHandleNonResidentARB");
+        lookUp(_uniformHandleui64v, "glUniformHandleui64vARB");
+        lookUp(_isTextureHandleResident, "glIsTextureHandleResidentARB");
+        _useARB = true;
+    } else if (hasGLExtension("GL_NV_bindless_texture")) {
+        lookUp(_getTextureHandle, "glGetTextureHandleNV");
+        lookUp(_makeTextureHandleResident, "glMakeTextureHandleResidentNV");
+        lookUp(_makeTextureHandleNonResident, "glMakeTextureHandleNonResidentNV");
+        lookUp(_uniformHandleui64v, "glUniformHandleui64vNV");
+        lookUp(_isTextureHandleResident, "glIsTextureHandleResidentNV");
+        _useNV = true;
+    } else {
+        ZEL_ASSERT(false, "No known bindless texture support detected. You should not be using this TextureManager");
+    }
+}
+
+BindlessTextureManager::~BindlessTextureManager() = default;
+
+bool BindlessTextureManager::isBindlessToken(const TextureToken &token) const
+{
+    return token.token < kSlotTokenMark;
+}
+
+Texture *BindlessTextureManager::textureForToken(const TextureToken &token)
+{
+    return _tokenToTexture.value(token, nullptr);
+}
+
+Texture *BindlessTextureManager::textureForImage(const QString &path, const TextureFileInfo &info)
+{
+    return textureForToken(tokenForImage(path, info));
+}
+
+Texture *BindlessTextureManager::textureForColor(const QColor &color)
+{
+    return textureForToken(tokenForColor(color));
+}
+
+TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
+{
+    const auto known = _textureToToken.constFind(texture);
+    if (known != _textureToToken.constEnd()) {
+        return *known;
+    }
+    const TextureToken token =
+        texture->isReadOnly() ? handleToken(texture) : TextureToken(reserveToken().token | kSlotTokenMark);
+    recordTexture(token, texture);
+    textureTokenIssued(token);
+    return token;
+}
+
+TextureToken BindlessTextureManager::tokenForImage(const QString &path, const TextureFileInfo &info)
+{
+    const auto known = _pathToToken.constFind(path); // by the path as given
+    if (known != _pathToToken.constEnd()) {
+        return *known;
+    }
+    Texture *texture = LoadTextureFromFile(resolveTexturePath(path), info);
+    if (texture == nullptr) {
+        return tokenForColor(QColor(Qt::white));
+    }
+    texture->setReadOnly();
+    const TextureToken token = handleToken(texture);
+    _pathToToken.insert(path, token);
+    _tokenToPath.insert(token, path);
+    recordTexture(token, texture);
+    textureTokenIssued(token);
+    return token;
+}
+
+TextureToken BindlessTextureManager::tokenForColor(const QColor &color)
+{
+    const auto known = _colorToToken.constFind(color.rgba());
+    if (known != _colorToToken.constEnd()) {
+        return *known;
+    }
+    Texture *texture = MakeColorTexture(color);
+    texture->setReadOnly();
+    const TextureToken token = handleToken(texture);
+    _colorToToken.insert(color.rgba(), token);
+    _tokenToColor.insert(token, color);
+    recordTexture(token, texture);
+    textureTokenIssued(token);
+    return token;
+}
+
+void BindlessTextureManager::deleteTexture(const TextureToken &token)
+{
+    if (token == nullTextureToken) {
+        return;
+    }
+    const TextureToken revoked = token; // the caller's reference may point into the maps below
+    textureTokenRevoked(revoked);
+    Texture *texture = forgetTexture(revoked);
+    if (texture != nullptr && texture->isManaged()) {
+        delete texture;
+    }
+    if (!isBindlessToken(revoked)) {
+        deleteToken(TextureToken(counterOf(revoked)));
+    }
+}
+
+void BindlessTextureManager::deleteTexture(Texture *texture)
+{
+    TextureManager::deleteTexture(texture);
+}
+
+void BindlessTextureManager::bind(const QList<TextureToken> &tokens)
+{
+    const QList<TextureToken> copy = tokens;
+    for (const TextureToken &token : copy) {
+        Texture *texture = token == nullTextureToken ? nullptr : textureForToken(token);
+        if (texture == nullptr) {
+            continue;
+        }
+        if (isBindlessToken(token)) {
+            if (_isTextureHandleResident(token.token) == GL_FALSE) {
+                _makeTextureHandleResident(token.token);
+            }
+            continue;
+        }
+        texture->bind();
+        setSlot(token, _slots.take(static_cast<int>(texture->unit())));
+    }
+}
+
+void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
+{
+    for (const TextureToken &token : tokens) {
+        Texture *texture = textureForToken(token);
+        if (texture == nullptr) {
+            continue;
+        }
+        if (isBindlessToken(token)) {
+            if (_isTextureHandleResident(token.token) != GL_FALSE) {
+                _makeTextureHandleNonResident(token.token);
+            }
+            continue;
+        }
+        _slots.release(static_cast<int>(texture->unit()));
+        texture->unbind();
+    }
+}
+
+void BindlessTextureManager::bind(ShaderProgram *program)
+{
+    _slots.makeEmptyTexture();
+    if (_slotMapTexture == nullptr) {
+        _slotMapTexture = SamplerSlots::makeMapTexture(GL_RGBA32UI, static_cast<int>(maxToken().token));
+    }
+    _slotMapTexture->bind();
+    if (_slotMapDirty) {
+        uploadSlotMap();
+    }
+    const SamplerSlots::Locations locations = SamplerSlots::locations(program);
+    glUniform1i(locations.map, static_cast<GLint>(_slotMapTexture->unit()));
+    if (_slots.used() > _maxSlots) {
+        ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
+                        _slots.used(), _maxSlots);
+    }
+    _slots.uploadUnits(locations.units, _maxSlots);
+}
+
+void BindlessTextureManager::unbind(ShaderProgram *)
+{
+    _slots.unbindEmptyTexture();
+    if (_slotMapTexture != nullptr) {
+        _slotMapTexture->unbind();
+    }
+}
+
+void BindlessTextureManager::setup(GLSLMacroProcessor *processor)
+{
+    TextureManager::setup(processor);
+    if (processor == nullptr) {
+        return;
+    }
+    const QString on = QStringLiteral("1");
+    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_BINDLESS"), on);
+    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_SLOT_COUNT"), QString::number(_maxSlots));
+    if (_useNV) {
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_BINDLESS_NV"), on);
+    }
+    if (_useARB) {
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_BINDLESS_ARB"), on);
+    }
+}
+
+QString BindlessTextureManager::getShaderFile()
+{
+    return QStringLiteral("BindlessTextureManager.glslc");
+}
+
+void BindlessTextureManager::clear()
+{
+    _tokenInfos.clear();
+    _slots.clear();
+    tokenForColor(QColor(Qt::white)); // gone again with the next line
+    TextureManager::clear();
+}
+
+void BindlessTextureManager::textureTokenIssued(const TextureToken &token)
+{
+    if (isBindlessToken(token)) {
+        return;
+    }
+    delete _slotMapTexture; // its width is out of date
+    _slotMapTexture = nullptr;
+    _tokenInfos.resize(static_cast<int>(maxToken().token));
+    _slotMapDirty = true;
+}
+
+TextureToken BindlessTextureManager::handleToken(Texture *texture) const
+{
+    return TextureToken(_getTextureHandle(texture->textureID()));
+}
+
+void BindlessTextureManager::setSlot(const TextureToken &token, int slot)
+{
+    const unsigned int index = counterOf(token);
+    if (index >= static_cast<unsigned int>(_tokenInfos.size())) {
+        return;
+    }
+    const TokenInfo info(static_cast<unsigned int>(slot), 0);
+    if (_tokenInfos.at(static_cast<int>(index)) != info) {
+        _tokenInfos[static_cast<int>(index)] = info;
+        _slotMapDirty = true;
+    }
+}
+
+void BindlessTextureManager::uploadSlotMap()
+{
+    const int width = static_cast<int>(maxToken().token);
+    if (_tokenInfos.size() < width) {
+        _tokenInfos.resize(width); // a block of tokens is reserved without being issued
+    }
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32UI, width, 1, 0, GL_RGBA_INTEGER, GL_UNSIGNED_INT,
+                 _tokenInfos.constData());
+    _slotMapDirty = false;
+}
+
+}} // namespace Orvane::Zel

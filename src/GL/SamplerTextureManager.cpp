@@ -1,0 +1,114 @@
+#include "SamplerTextureManager.h"
+
+#include "GLSLMacroProcessor.h"
+#include "GLUtilities.h"
+#include "Texture.h"
+
+namespace Orvane { namespace Zel {
+
+SamplerTextureManager::SamplerTextureManager()
+{
+    TextureManager::tokenForColor(QColor(Qt::white));
+}
+
+SamplerTextureManager::~SamplerTextureManager() = default;
+
+void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
+{
+    const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
+    for (const TextureToken &token : copy) {
+        Texture *texture = token == nullTextureToken ? nullptr : textureForToken(token);
+        if (texture == nullptr) {
+            continue;
+        }
+        texture->bind();
+        const int slot = _slots.take(static_cast<int>(texture->unit()));
+        // The token of the texture, which is another than this one where white stands in for an image.
+        const int index = static_cast<int>(textureTokenMap().value(texture).token);
+        if (index >= 0 && index < _tokenToSlot.size() && _tokenToSlot.at(index) != slot) {
+            _tokenToSlot[index] = slot;
+            _slotMapDirty = true;
+        }
+    }
+}
+
+void SamplerTextureManager::unbind(const QVector<TextureToken> &tokens)
+{
+    for (const TextureToken &token : tokens) {
+        Texture *texture = textureForToken(token);
+        if (texture != nullptr) {
+            _slots.release(static_cast<int>(texture->unit()));
+            texture->unbind();
+        }
+    }
+}
+
+void SamplerTextureManager::bind(ShaderProgram *program)
+{
+    _slots.makeEmptyTexture();
+    if (_slotMapTexture == nullptr) {
+        _slotMapTexture = SamplerSlots::makeMapTexture(GL_R32I, static_cast<int>(maxToken().token));
+    }
+    _slotMapTexture->bind();
+    if (_slotMapDirty) {
+        uploadSlotMap();
+    }
+    const SamplerSlots::Locations locations = SamplerSlots::locations(program);
+    glUniform1i(locations.map, static_cast<GLint>(_slotMapTexture->unit()));
+    if (_slots.used() > _maxSlots) {
+        ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
+                        _slots.used(), _maxSlots);
+    }
+    _slots.uploadUnits(locations.units, _maxSlots);
+}
+
+void SamplerTextureManager::unbind(ShaderProgram *)
+{
+    _slots.unbindEmptyTexture();
+    if (_slotMapTexture != nullptr) {
+        _slotMapTexture->unbind();
+    }
+}
+
+void SamplerTextureManager::setup(GLSLMacroProcessor *processor)
+{
+    TextureManager::setup(processor);
+    if (processor != nullptr) {
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_SAMPLER"), QStringLiteral("1"));
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_SLOT_COUNT"), QString::number(_maxSlots));
+    }
+}
+
+QString SamplerTextureManager::getShaderFile()
+{
+    return QStringLiteral("SamplerTextureManager.glslc");
+}
+
+void SamplerTextureManager::clear()
+{
+    _slots.clear();
+    _tokenToSlot.clear();
+    tokenForColor(QColor(Qt::white)); // gone again with the next line
+    TextureManager::clear();
+    _slotMapDirty = true;
+}
+
+void SamplerTextureManager::textureTokenIssued(const TextureToken &)
+{
+    delete _slotMapTexture; // its width is out of date
+    _slotMapTexture = nullptr;
+    _tokenToSlot.resize(static_cast<int>(maxToken().token));
+    _slotMapDirty = true;
+}
+
+void SamplerTextureManager::uploadSlotMap()
+{
+    const int width = static_cast<int>(maxToken().token);
+    if (_tokenToSlot.size() < width) {
+        _tokenToSlot.resize(width); // a block of tokens is reserved without being issued
+    }
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_R32I, width, 1, 0, GL_RED_INTEGER, GL_INT, _tokenToSlot.constData());
+    _slotMapDirty = false;
+}
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "SamplerSlots.h"
+#include "TextureManager.h"
+
+namespace Orvane { namespace Zel {
+
+/// The texture manager for drivers without bindless textures: every texture in
+/// use is bound on a unit of its own, and a token reaches its sampler through a
+/// table from token to slot.
+///
+/// Units:   slots, at most setMaxSlots() a draw; set them before setup().
+/// Context: as TextureManager. The helper textures are left to the context at
+///          the end.
+/// Errors:  more textures in use than slots are told; their tokens give the
+///          invalid texel. Cube maps and UDIM sets are not supported.
+class ZELGL_EXPORT SamplerTextureManager : public TextureManager
+{
+public:
+    SamplerTextureManager();
+    ~SamplerTextureManager() override;
+
+    using TextureManager::bind;
+    using TextureManager::unbind;
+    void bind(const QList<TextureToken> &tokens) override;
+    void unbind(const QVector<TextureToken> &tokens) override;
+    void bind(ShaderProgram *program) override;
+    void unbind(ShaderProgram *program) override;
+
+    void setup(GLSLMacroProcessor *processor) override;
+    QString getShaderFile() override;
+    void clear() override;
+    void textureTokenIssued(const TextureToken &token) override;
+
+private:
+    void uploadSlotMap();
+
+    bool _slotMapDirty = true;
+    Texture *_slotMapTexture = nullptr;
+    QVector<int> _tokenToSlot; ///< by token
+    SamplerSlots _slots;
+};
+
+}} // namespace Orvane::Zel
