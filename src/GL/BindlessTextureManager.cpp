@@ -2,6 +2,7 @@
 
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
+#include "SamplerSlots.h"
 #include "Texture.h"
 #include "TextureIO.h"
 
@@ -30,6 +31,7 @@ bool BindlessTextureManager::isSupported()
 }
 
 BindlessTextureManager::BindlessTextureManager()
+    : _slots(new SamplerSlots)
 {
     if (hasGLExtension("GL_ARB_bindless_texture")) {
         lookUp(_getTextureHandle, "glGetTextureHandleARB");
@@ -46,7 +48,8 @@ BindlessTextureManager::BindlessTextureManager()
         lookUp(_isTextureHandleResident, "glIsTextureHandleResidentNV");
         _useNV = true;
     } else {
-        ZEL_ASSERT(false, "No known bindless texture support detected. You should not be using this TextureManager");
+        ZEL_ASSERT(false,
+                   "No known bindless texture support detected. You should not be using this TextureManager");
     }
 }
 
@@ -156,7 +159,7 @@ void BindlessTextureManager::bind(const QList<TextureToken> &tokens)
             continue;
         }
         texture->bind();
-        setSlot(token, _slots.take(static_cast<int>(texture->unit())));
+        setSlot(token, _slots->take(static_cast<int>(texture->unit())));
     }
 }
 
@@ -173,14 +176,14 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
             }
             continue;
         }
-        _slots.release(static_cast<int>(texture->unit()));
+        _slots->release(static_cast<int>(texture->unit()));
         texture->unbind();
     }
 }
 
 void BindlessTextureManager::bind(ShaderProgram *program)
 {
-    _slots.makeEmptyTexture();
+    _slots->makeEmptyTexture();
     if (_slotMapTexture == nullptr) {
         _slotMapTexture = SamplerSlots::makeMapTexture(GL_RGBA32UI, static_cast<int>(maxToken().token));
     }
@@ -190,16 +193,16 @@ void BindlessTextureManager::bind(ShaderProgram *program)
     }
     const SamplerSlots::Locations locations = SamplerSlots::locations(program);
     glUniform1i(locations.map, static_cast<GLint>(_slotMapTexture->unit()));
-    if (_slots.used() > _maxSlots) {
+    if (_slots->used() > _maxSlots) {
         ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
-                        _slots.used(), _maxSlots);
+                        _slots->used(), _maxSlots);
     }
-    _slots.uploadUnits(locations.units, _maxSlots);
+    _slots->uploadUnits(locations.units, _maxSlots);
 }
 
 void BindlessTextureManager::unbind(ShaderProgram *)
 {
-    _slots.unbindEmptyTexture();
+    _slots->unbindEmptyTexture();
     if (_slotMapTexture != nullptr) {
         _slotMapTexture->unbind();
     }
@@ -230,7 +233,7 @@ QString BindlessTextureManager::getShaderFile()
 void BindlessTextureManager::clear()
 {
     _tokenInfos.clear();
-    _slots.clear();
+    _slots->clear();
     tokenForColor(QColor(Qt::white)); // gone again with the next line
     TextureManager::clear();
 }

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "GLLoader.h"
-#include "SamplerSlots.h"
 #include "TextureManager.h"
 
+#include <memory>
+
 namespace Orvane { namespace Zel {
+
+class SamplerSlots;
 
 /// The texture manager for drivers with bindless textures.
 ///
@@ -83,7 +86,7 @@ private:
     bool _useNV = false;
     Texture *_slotMapTexture = nullptr;
     QVector<TokenInfo> _tokenInfos; ///< by the low word of a slot token
-    SamplerSlots _slots;
+    std::unique_ptr<SamplerSlots> _slots;
 
     // The ARB functions, or the NV ones, which have the same types.
     PFNGLGETTEXTUREHANDLEARBPROC _getTextureHandle = nullptr;

@@ -2,11 +2,13 @@
 
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
+#include "SamplerSlots.h"
 #include "Texture.h"
 
 namespace Orvane { namespace Zel {
 
 SamplerTextureManager::SamplerTextureManager()
+    : _slots(new SamplerSlots)
 {
     TextureManager::tokenForColor(QColor(Qt::white));
 }
@@ -22,7 +24,7 @@ void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
             continue;
         }
         texture->bind();
-        const int slot = _slots.take(static_cast<int>(texture->unit()));
+        const int slot = _slots->take(static_cast<int>(texture->unit()));
         // The token of the texture, which is another than this one where white stands in for an image.
         const int index = static_cast<int>(textureTokenMap().value(texture).token);
         if (index >= 0 && index < _tokenToSlot.size() && _tokenToSlot.at(index) != slot) {
@@ -37,7 +39,7 @@ void SamplerTextureManager::unbind(const QVector<TextureToken> &tokens)
     for (const TextureToken &token : tokens) {
         Texture *texture = textureForToken(token);
         if (texture != nullptr) {
-            _slots.release(static_cast<int>(texture->unit()));
+            _slots->release(static_cast<int>(texture->unit()));
             texture->unbind();
         }
     }
@@ -45,7 +47,7 @@ void SamplerTextureManager::unbind(const QVector<TextureToken> &tokens)
 
 void SamplerTextureManager::bind(ShaderProgram *program)
 {
-    _slots.makeEmptyTexture();
+    _slots->makeEmptyTexture();
     if (_slotMapTexture == nullptr) {
         _slotMapTexture = SamplerSlots::makeMapTexture(GL_R32I, static_cast<int>(maxToken().token));
     }
@@ -55,16 +57,16 @@ void SamplerTextureManager::bind(ShaderProgram *program)
     }
     const SamplerSlots::Locations locations = SamplerSlots::locations(program);
     glUniform1i(locations.map, static_cast<GLint>(_slotMapTexture->unit()));
-    if (_slots.used() > _maxSlots) {
+    if (_slots->used() > _maxSlots) {
         ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
-                        _slots.used(), _maxSlots);
+                        _slots->used(), _maxSlots);
     }
-    _slots.uploadUnits(locations.units, _maxSlots);
+    _slots->uploadUnits(locations.units, _maxSlots);
 }
 
 void SamplerTextureManager::unbind(ShaderProgram *)
 {
-    _slots.unbindEmptyTexture();
+    _slots->unbindEmptyTexture();
     if (_slotMapTexture != nullptr) {
         _slotMapTexture->unbind();
     }
@@ -86,7 +88,7 @@ QString SamplerTextureManager::getShaderFile()
 
 void SamplerTextureManager::clear()
 {
-    _slots.clear();
+    _slots->clear();
     _tokenToSlot.clear();
     tokenForColor(QColor(Qt::white)); // gone again with the next line
     TextureManager::clear();

@@ -1,9 +1,12 @@
 #pragma once
 
-#include "SamplerSlots.h"
 #include "TextureManager.h"
 
+#include <memory>
+
 namespace Orvane { namespace Zel {
+
+class SamplerSlots;
 
 /// The texture manager for drivers without bindless textures: every texture in
 /// use is bound on a unit of its own, and a token reaches its sampler through a
@@ -38,7 +41,7 @@ private:
     bool _slotMapDirty = true;
     Texture *_slotMapTexture = nullptr;
     QVector<int> _tokenToSlot; ///< by token
-    SamplerSlots _slots;
+    std::unique_ptr<SamplerSlots> _slots;
 };
 
 }} // namespace Orvane::Zel

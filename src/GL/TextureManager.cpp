@@ -136,8 +136,8 @@ TextureToken TextureManager::tokenForColor(const QColor &color)
         return *known;
     }
     const TextureToken token = reserveToken();
-    ZEL_LOG_DEBUG("Creating token %llu for %d %d %d %d", token.token, color.red(), color.green(), color.blue(),
-                  color.alpha());
+    ZEL_LOG_DEBUG("Creating token %llu for %d %d %d %d", token.token, color.red(), color.green(),
+                  color.blue(), color.alpha());
     _colorToToken.insert(color.rgba(), token);
     _tokenToColor.insert(token, color);
     textureTokenIssued(token);
@@ -265,14 +265,18 @@ TextureToken TextureManager::reserveTokenBlock(int count)
 
 void TextureManager::deleteToken(const TextureToken &token)
 {
-    ZEL_ASSERT(0 < this->_maxToken.token, "Delete token %llu but none %llu reserved!", token.token, _maxToken.token);
+    ZEL_ASSERT(0 < this->_maxToken.token, "Delete token %llu but none %llu reserved!", token.token,
+               _maxToken.token);
     ZEL_ASSERT(token.token < this->_maxToken.token, "Delete token %llu but only %llu reserved!", token.token,
                _maxToken.token);
     TextureToken::insert(_freeTokens, token);
-    const auto topOfRange = [this] { return TextureToken::find(_freeTokens, TextureToken(_maxToken.token - 1)); };
+    const auto topOfRange = [this] {
+        return TextureToken::find(_freeTokens, TextureToken(_maxToken.token - 1));
+    };
     for (auto itFind = topOfRange(); itFind != _freeTokens.end(); itFind = topOfRange()) {
-        ZEL_ASSERT((itFind->token + 1) == this->_maxToken.token, "Did not find the correct token %llu. Found token %llu.",
-                   _maxToken.token - 1, itFind->token);
+        ZEL_ASSERT((itFind->token + 1) == this->_maxToken.token,
+                   "Did not find the correct token %llu. Found token %llu.", _maxToken.token - 1,
+                   itFind->token);
         _freeTokens.erase(itFind);
         --_maxToken.token;
     }
@@ -291,7 +295,8 @@ QString TextureManager::getTextureRoot() const
 QString TextureManager::resolveTexturePath(QString path) const
 {
     const QDir root(_textureRoot);
-    for (const QString &candidate : {path, root.absoluteFilePath(path), root.absoluteFilePath(lastComponent(path))}) {
+    for (const QString &candidate :
+         {path, root.absoluteFilePath(path), root.absoluteFilePath(lastComponent(path))}) {
         if (QFileInfo::exists(candidate)) {
             return candidate;
         }

@@ -11,7 +11,8 @@ QVector<TextureToken>::iterator TextureToken::find(QVector<TextureToken> &vector
     return std::find(vector.begin(), vector.end(), wanted);
 }
 
-QVector<TextureToken>::iterator TextureToken::insert(QVector<TextureToken> &vector, const TextureToken &wanted)
+QVector<TextureToken>::iterator TextureToken::insert(QVector<TextureToken> &vector,
+                                                     const TextureToken &wanted)
 {
     const auto found = find(vector, wanted);
     return found != vector.end() ? found : vector.insert(vector.end(), wanted);
