@@ -121,7 +121,7 @@ private:
     bool isDrawPossible() const;
     bool isIndexSetUp() const;
     bool isVertexSetUp() const;
-    bool isCommandNumber(const QVector<int> &commandIndices) const;
+    bool areCommandNumbers(const QVector<int> &commandIndices) const;
     bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
     bool drawElements(const DrawID &drawID) const;
     bool drawArrays(const DrawID &drawID) const;
@@ -147,9 +147,9 @@ private:
     QSharedPointer<UniformBufferObject> _commandsUniformBufferObject;
     QVector<DrawElementsIndirectCommand> _commands;
     int _commandsCount = 0;
-    QVector<int> _commandCounts;               ///< by command
+    QVector<int> _commandCounts;                ///< by command
     QVector<const void *> _commandIndexOffsets; ///< by command, bytes
-    QVector<int> _commandBaseVertices;         ///< by command
+    QVector<int> _commandBaseVertices;          ///< by command
     bool _useMultiDrawIndirect = false;
 };
 

@@ -52,7 +52,8 @@ public:
                                                                  QSharedPointer<BufferObject> bufferObject);
 
 private:
-    QSharedPointer<BufferObject> newFloatBuffer(VertexArrayObject &vao, const QString &name, int valuesPerVertex);
+    QSharedPointer<BufferObject> newArrayBuffer(VertexArrayObject &vao, const QString &name,
+                                                int valuesPerVertex);
 
     QSharedPointer<DrawBuffers> _fullscreenQuad;
 };

@@ -75,9 +75,10 @@ public:
 
     /// Ties a buffer, filled elsewhere, to a name, in the place of any before it.
     /// A type that is not supported is reported, and stored all the same.
-    void registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex, unsigned int type);
-    void registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex, unsigned int type,
-                    bool normalized, unsigned int stride, unsigned int offset);
+    void registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex,
+                    unsigned int type);
+    void registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex,
+                    unsigned int type, bool normalized, unsigned int stride, unsigned int offset);
     /// Makes the next enableArray() of this name specify its slot again.
     void dirtyAttributeName(const QString &name);
 
@@ -87,8 +88,8 @@ public:
     /// of \a valuesPerVertex.
     bool upload(const QString &name, QSharedPointer<BufferObject> bo, const float *data, int valueCount,
                 int valuesPerVertex, unsigned int usage);
-    bool upload(const QString &name, QSharedPointer<BufferObject> bo, const QVector<float> &data, int valuesPerVertex,
-                unsigned int usage);
+    bool upload(const QString &name, QSharedPointer<BufferObject> bo, const QVector<float> &data,
+                int valuesPerVertex, unsigned int usage);
     /// Overwrites floats of a registered attribute from value number \a offset on.
     bool subUpload(const QString &name, const float *data, int valueCount, int valuesPerVertex, int offset);
     bool subUpload(const QString &name, const QVector<float> &data, int valuesPerVertex, int offset);

@@ -1,0 +1,365 @@
+#include "BufferObject.h"
+
+#include "GLUtilities.h"
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+// Newer than the table of GLLoader.h, and so looked up here; each may stay null.
+PFNGLBUFFERSTORAGEPROC bufferStorage = nullptr;
+PFNGLNAMEDBUFFERDATAPROC namedBufferData = nullptr;
+PFNGLNAMEDBUFFERSTORAGEPROC namedBufferStorage = nullptr;
+PFNGLNAMEDBUFFERSUBDATAPROC namedBufferSubData = nullptr;
+
+template <typename EntryPoint> void lookUp(EntryPoint &entryPoint, const char *name)
+{
+    entryPoint = reinterpret_cast<EntryPoint>(getGLProcAddress(name, true));
+}
+
+void lookUpEntryPoints()
+{
+    // Only this one is asked: a driver without it is asked for all four by every object.
+    if (namedBufferData != nullptr) {
+        return;
+    }
+    lookUp(bufferStorage, "glBufferStorage");
+    lookUp(namedBufferData, "glNamedBufferData");
+    lookUp(namedBufferStorage, "glNamedBufferStorage");
+    lookUp(namedBufferSubData, "glNamedBufferSubData");
+}
+
+GLsizeiptr byteCount(int valueCount, unsigned long valueSize)
+{
+    return GLsizeiptr(valueCount) * GLsizeiptr(valueSize);
+}
+
+} // namespace
+
+int BufferObject::_numAlive = 0;
+int BufferObject::_numAliveManaged = 0;
+QSet<unsigned int> BufferObject::_indexedTargets;
+
+int BufferObject::NumAlive()
+{
+    return _numAlive;
+}
+
+int BufferObject::NumAliveManaged()
+{
+    return _numAliveManaged;
+}
+
+BufferObject::BufferObject(QObject *parent)
+    : QObject(parent)
+    , _managed(true)
+{
+    lookUpEntryPoints();
+    create();
+    ++_numAlive;
+    ++_numAliveManaged;
+}
+
+BufferObject::BufferObject(unsigned int bo, QObject *parent)
+    : QObject(parent)
+    , _bo(bo)
+{
+    lookUpEntryPoints();
+    ++_numAlive;
+}
+
+BufferObject::~BufferObject()
+{
+    if (_managed) {
+        destroy();
+        --_numAliveManaged;
+    }
+    --_numAlive;
+}
+
+bool BufferObject::create()
+{
+    ZEL_ASSERT_RETURN(0u == this->_bo, false, "Buffer Object is not NULL on create");
+    ZEL_ASSERT_RETURN(0u == this->_boBountTarget, false,
+                      "Buffer Object is already bound on create to target %d", this->_boBountTarget);
+    glGenBuffers(1, &_bo);
+    return true;
+}
+
+bool BufferObject::destroy()
+{
+    ZEL_ASSERT_RETURN(0u == this->_boBountTarget, false,
+                      "Buffer Object is already bound on destroy to target %d", this->_boBountTarget);
+    if (_bo == 0) {
+        return true;
+    }
+    glDeleteBuffers(1, &_bo);
+    _bo = 0;
+    return true;
+}
+
+void BufferObject::setTarget(unsigned int target)
+{
+    if (isIndexedTarget(target)) {
+        ZEL_LOG_CRITICAL("Cannot use setTarget() for indexed buffer object such as GL_UNIFORM_BUFFER. "
+                         "Use setIndexedTarget() instead.");
+    }
+    _target = target;
+    _useBindBufferRange = false;
+}
+
+void BufferObject::setIndexedTarget(unsigned int target, unsigned int index, long offset, long size)
+{
+    if (!isIndexedTarget(target)) {
+        ZEL_LOG_CRITICAL(
+            "Cannot use setIndexedTarget() for non-indexed buffer object such as GL_ARRAY_BUFFER. "
+            "Use setTarget() instead.");
+    }
+    _target = target;
+    _index = index;
+    _offset = offset;
+    _size = size;
+    _useBindBufferRange = true;
+}
+
+bool BufferObject::bind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on bind");
+    ZEL_ASSERT_RETURN(0u == this->_boBountTarget, false,
+                      "Buffer Object is already bound on bind to target %d", this->_boBountTarget);
+    ZEL_ASSERT_RETURN(0u != this->_target, false, "Buffer Object's target is not set when bind() is called");
+    if (_useBindBufferRange) {
+        glBindBufferRange(_target, _index, _bo, _offset, _size);
+    } else {
+        glBindBuffer(_target, _bo);
+    }
+    _boBountTarget = _target;
+    return true;
+}
+
+bool BufferObject::unbind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on unbind");
+    ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on unbind");
+    if (_useBindBufferRange) {
+        glBindBufferRange(_target, 0, 0, 0, 0); // index 0 on purpose, whatever _index is
+    } else {
+        glBindBuffer(_target, 0);
+    }
+    _boBountTarget = 0;
+    return true;
+}
+
+bool BufferObject::rebind(BufferObject *bufferObjectBound, bool force)
+{
+    if (bufferObjectBound == nullptr) {
+        return bind();
+    }
+    if (bufferObjectBound == this) {
+        if (!force) {
+            return true;
+        }
+    } else {
+        ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on bind");
+        ZEL_ASSERT_RETURN(0u == this->_boBountTarget, false,
+                          "Buffer Object is already bound on bind to target %d", this->_boBountTarget);
+        ZEL_ASSERT_RETURN(0u != this->_target, false,
+                          "Buffer Object's target is not set when bind() is called");
+        ZEL_ASSERT_RETURN(0u != bufferObjectBound->_boBountTarget, false,
+                          "Bound Buffer Object is not already bound to target %d",
+                          bufferObjectBound->_boBountTarget);
+        ZEL_ASSERT_RETURN(_target == bufferObjectBound->_boBountTarget, false,
+                          "Bound Buffer Object target %d is not the same target %d", this->_boBountTarget,
+                          bufferObjectBound->_boBountTarget);
+        ZEL_ASSERT_RETURN(_useBindBufferRange == bufferObjectBound->_useBindBufferRange, false,
+                          "Bound BO useRange does not match the rebind Buffer Object");
+    }
+    bufferObjectBound->_boBountTarget = 0;
+    if (_useBindBufferRange) {
+        glBindBufferRange(_target, _index, _bo, _offset, _size);
+    } else if (force || _bo != bufferObjectBound->_bo) {
+        glBindBuffer(_target, _bo);
+    }
+    _boBountTarget = _target;
+    return true;
+}
+
+bool BufferObject::upload(const float *data, int valueCount, unsigned int usage)
+{
+    return uploadValues(data, valueCount, usage, sizeof(float));
+}
+
+bool BufferObject::upload(const QVector<float> &data, unsigned int usage)
+{
+    return upload(data.constData(), data.size(), usage);
+}
+
+bool BufferObject::uploadGLuintData(const unsigned int *data, int valueCount, unsigned int usage)
+{
+    return uploadValues(data, valueCount, usage, sizeof(unsigned int));
+}
+
+bool BufferObject::uploadGLushortData(const unsigned short *data, int valueCount, unsigned int usage)
+{
+    return uploadValues(data, valueCount, usage, sizeof(unsigned short));
+}
+
+bool BufferObject::uploadArbitraryData(const void *data, int valueCount, unsigned int usage,
+                                       unsigned long valueSize)
+{
+    if (!isUploadPossible(valueCount)) {
+        return false;
+    }
+    ZEL_ASSERT_RETURN(0 != valueSize, false, "Buffer Object needs more and 0 value size during upload");
+    if (_storage) {
+        // Immutable storage cannot be specified again.
+        namedBufferSubData(_bo, 0, byteCount(valueCount, valueSize), data);
+    } else if (!specify(data, valueCount, usage, valueSize)) {
+        return false;
+    }
+    remember(valueCount, valueSize);
+    return true;
+}
+
+bool BufferObject::subUpload(const float *data, int valueCount, int valueOffset)
+{
+    const qint64 offset = valueOffset; // wide enough for the sum below
+    ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on upload");
+    ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on upload");
+    ZEL_ASSERT_RETURN(0 != valueCount, false, "Buffer Object needs more and 0 values during upload");
+    ZEL_ASSERT_RETURN(offset + valueCount <= _valueCount, false,
+                      "Buffer Object is not large enough to hold data");
+    // The value size is that of a float, whatever _valueSize is.
+    glBufferSubData(_boBountTarget, offset * GLintptr(sizeof(float)), byteCount(valueCount, sizeof(float)),
+                    data);
+    return true;
+}
+
+bool BufferObject::subUpload(const QVector<float> &data, int offset)
+{
+    return subUpload(data.constData(), data.size(), offset);
+}
+
+bool BufferObject::isBindNeededForUpload() const
+{
+    if (_storage) {
+        return false;
+    }
+    return namedBufferData == nullptr || _useBindBufferRange || _valueCount == 0;
+}
+
+void BufferObject::useStorageBuffer(int size, int flags)
+{
+    if (namedBufferStorage == nullptr && bufferStorage == nullptr) {
+        return;
+    }
+    if (namedBufferSubData == nullptr) {
+        return;
+    }
+    ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL during StorageBuffer setup");
+    if (bufferStorage != nullptr) {
+        glBindBuffer(GL_UNIFORM_BUFFER, _bo);
+        bufferStorage(GL_UNIFORM_BUFFER, size, nullptr, GLbitfield(flags));
+        glBindBuffer(GL_UNIFORM_BUFFER, 0);
+    } else {
+        namedBufferStorage(_bo, size, nullptr, GLbitfield(flags));
+    }
+    _storage = true;
+}
+
+void *BufferObject::map(unsigned int access)
+{
+    ZEL_ASSERT_RETURN(0u != this->_bo, nullptr, "Buffer Object is NULL on map");
+    ZEL_ASSERT_RETURN(0u != this->_boBountTarget, nullptr, "Buffer Object is not bound on map");
+    ZEL_ASSERT_RETURN(0u != this->_target, nullptr, "Buffer Object's Target is not set when map() is called");
+    return glMapBuffer(_target, access);
+}
+
+bool BufferObject::unmap()
+{
+    ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL on map"); // the words of map(), on purpose
+    ZEL_ASSERT(0u != this->_boBountTarget, "Buffer Object is not bound on unmap");
+    ZEL_ASSERT(0u != this->_target, "Buffer Object's target is not set when unmap() is called");
+    return glUnmapBuffer(_target) != GL_FALSE;
+}
+
+unsigned int BufferObject::target() const
+{
+    return _target;
+}
+
+unsigned int BufferObject::getBO() const
+{
+    return _bo;
+}
+
+int BufferObject::valueCount() const
+{
+    return _valueCount;
+}
+
+unsigned long BufferObject::valueSize() const
+{
+    return _valueSize;
+}
+
+quint64 BufferObject::memoryEstimateCPU() const
+{
+    return 96;
+}
+
+quint64 BufferObject::memoryEstimateGPU() const
+{
+    return _bo == 0 ? 0 : quint64(_valueCount) * _valueSize;
+}
+
+void BufferObject::initializeIndexedBufferObjecttargets()
+{
+    // GL_UNIFORM_BUFFER is not in the set, on purpose and whatever the messages say.
+    _indexedTargets.insert(GL_ATOMIC_COUNTER_BUFFER);
+}
+
+bool BufferObject::isIndexedTarget(unsigned int target)
+{
+    if (_indexedTargets.isEmpty()) {
+        initializeIndexedBufferObjecttargets();
+    }
+    return _indexedTargets.contains(target);
+}
+
+bool BufferObject::isUploadPossible(int valueCount) const
+{
+    ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on upload");
+    ZEL_ASSERT_RETURN(0 != valueCount, false, "Buffer Object needs more and 0 values during upload");
+    return true;
+}
+
+// The bound target comes first, also where the named call exists.
+bool BufferObject::specify(const void *data, int valueCount, unsigned int usage,
+                           unsigned long valueSize) const
+{
+    if (_boBountTarget == 0 && namedBufferData != nullptr) {
+        namedBufferData(_bo, byteCount(valueCount, valueSize), data, usage);
+        return true;
+    }
+    ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on upload");
+    glBufferData(_boBountTarget, byteCount(valueCount, valueSize), data, usage);
+    return true;
+}
+
+bool BufferObject::uploadValues(const void *data, int valueCount, unsigned int usage, unsigned long valueSize)
+{
+    if (!isUploadPossible(valueCount) || !specify(data, valueCount, usage, valueSize)) {
+        return false;
+    }
+    remember(valueCount, valueSize);
+    return true;
+}
+
+void BufferObject::remember(int valueCount, unsigned long valueSize)
+{
+    _valueCount = valueCount;
+    _valueSize = valueSize;
+}
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,388 @@
+#include "support/FakeLoader.h"
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/BufferObject.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <limits>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+template <typename Value> std::vector<Value> contents(const BufferObject &buffer, size_t count)
+{
+    std::vector<Value> values(count);
+    driver()->glBindBuffer(GL_COPY_READ_BUFFER, buffer.getBO());
+    driver()->glGetBufferSubData(GL_COPY_READ_BUFFER, 0, GLsizeiptr(values.size() * sizeof(Value)),
+                                 values.data());
+    driver()->glBindBuffer(GL_COPY_READ_BUFFER, 0);
+    return values;
+}
+
+GLint boundTo(GLenum query)
+{
+    GLint name = -1;
+    driver()->glGetIntegerv(query, &name);
+    return name;
+}
+
+GLint indexedBinding(GLenum query, GLuint index)
+{
+    GLint name = -1;
+    driver()->glGetIntegeri_v(query, index, &name);
+    return name;
+}
+
+const float kThree[] = {1.0f, 2.0f, 3.0f};
+
+class BufferObjectTest : public GLTest
+{
+protected:
+    /// A driver that lacks these entry points; before the first buffer of the process.
+    void hide(std::initializer_list<const char *> names)
+    {
+        for (const char *name : names) {
+            _loader.hide(name);
+        }
+    }
+
+    void expectStorage(BufferObject &buffer)
+    {
+        EXPECT_FALSE(buffer.isBindNeededForUpload());
+        EXPECT_EQ(0u, buffer.memoryEstimateGPU());
+        EXPECT_TRUE(buffer.uploadArbitraryData(kThree, 3, GL_STATIC_DRAW, 4));
+        EXPECT_EQ((std::vector<float>{1.0f, 2.0f, 3.0f}), contents<float>(buffer, 3));
+        EXPECT_EQ(12u, buffer.memoryEstimateGPU());
+    }
+
+    FakeLoader _loader;
+};
+
+} // namespace
+
+TEST_F(BufferObjectTest, CountsWhatLivesAndWhatItOwns)
+{
+    BufferObject owner(nullptr);
+    {
+        const BufferObject wrapper(owner.getBO(), nullptr);
+        EXPECT_EQ(owner.getBO(), wrapper.getBO());
+        EXPECT_EQ(2, BufferObject::NumAlive());
+        EXPECT_EQ(1, BufferObject::NumAliveManaged());
+    }
+    EXPECT_EQ(1, BufferObject::NumAlive());
+    EXPECT_EQ(1, ledger().alive(GLLedger::eBuffer)) << "a wrapper must not delete the name";
+    EXPECT_EQ(96u, owner.memoryEstimateCPU());
+    EXPECT_EQ(0u, owner.memoryEstimateGPU());
+}
+
+TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
+{
+    BufferObject buffer(nullptr);
+    EXPECT_FALSE(buffer.create());
+    EXPECT_FALSE(buffer.bind());
+    EXPECT_FALSE(buffer.unbind());
+    EXPECT_EQ(nullptr, buffer.map(GL_READ_ONLY));
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u == this->_bo' failed: Buffer Object "
+                    "is not NULL on create",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_target' failed: "
+                    "Buffer Object's target is not set when bind() is called",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_boBountTarget' failed: "
+                    "Buffer Object is not bound on unbind",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_boBountTarget' failed: "
+                    "Buffer Object is not bound on map");
+
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    ASSERT_TRUE(buffer.bind());
+    EXPECT_FALSE(buffer.bind());
+    EXPECT_FALSE(buffer.destroy());
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u == this->_boBountTarget' failed: "
+                    "Buffer Object is already bound on bind to target 34962",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u == this->_boBountTarget' failed: "
+                    "Buffer Object is already bound on destroy to target 34962");
+    EXPECT_EQ(GLint(buffer.getBO()), boundTo(GL_ARRAY_BUFFER_BINDING));
+    EXPECT_TRUE(buffer.unbind());
+    EXPECT_EQ(0, boundTo(GL_ARRAY_BUFFER_BINDING));
+    EXPECT_EQ(GLenum(GL_ARRAY_BUFFER), buffer.target());
+    EXPECT_TRUE(buffer.destroy());
+    EXPECT_TRUE(buffer.destroy());
+}
+
+TEST_F(BufferObjectTest, WithoutANameEveryUseIsReportedInItsOwnWords)
+{
+    BufferObject buffer(0, nullptr);
+    Tap<&glUnmapBuffer> unmaps;
+    unmaps.replace([](GLenum) { return GLboolean(GL_FALSE); });
+    EXPECT_FALSE(buffer.bind());
+    EXPECT_FALSE(buffer.unbind());
+    EXPECT_FALSE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+    EXPECT_FALSE(buffer.subUpload(kThree, 3, 0));
+    EXPECT_EQ(nullptr, buffer.map(GL_READ_ONLY));
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_bo' failed: Buffer Object "
+                    "is NULL on bind",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_bo' failed: Buffer Object "
+                    "is NULL on unbind",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_bo' failed: Buffer Object "
+                    "is NULL on upload",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_bo' failed: Buffer Object "
+                    "is NULL on upload",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_bo' failed: Buffer Object "
+                    "is NULL on map");
+
+    EXPECT_FALSE(buffer.unmap());
+    EXPECT_EQ(1u, unmaps.count()) << "an unmap is attempted even on a doubtful object";
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_bo' failed: Buffer Object "
+                    "is NULL on map",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_boBountTarget' failed: "
+                    "Buffer Object is not bound on unmap",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_target' failed: "
+                    "Buffer Object's target is not set when unmap() is called");
+}
+
+TEST_F(BufferObjectTest, ABoundObjectThatIsDeletedSaysSoAndLeaksItsName)
+{
+    GLuint name = 0;
+    {
+        BufferObject buffer(nullptr);
+        buffer.setTarget(GL_ARRAY_BUFFER);
+        name = buffer.getBO();
+        ASSERT_TRUE(buffer.bind());
+    }
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u == this->_boBountTarget' failed: "
+                    "Buffer Object is already bound on destroy to target 34962");
+    EXPECT_EQ(0, BufferObject::NumAlive());
+    glDeleteBuffers(1, &name); // the ledger would tell of a second delete
+}
+
+TEST_F(BufferObjectTest, IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame)
+{
+    BufferObject buffer(nullptr);
+    buffer.setTarget(GL_UNIFORM_BUFFER);
+    buffer.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 0, 0, 4);
+    EXPECT_MESSAGES();
+    buffer.setTarget(GL_ATOMIC_COUNTER_BUFFER);
+    EXPECT_EQ(GLenum(GL_ATOMIC_COUNTER_BUFFER), buffer.target());
+    buffer.setIndexedTarget(GL_UNIFORM_BUFFER, 5, 0, 12);
+    EXPECT_EQ(GLenum(GL_UNIFORM_BUFFER), buffer.target());
+    EXPECT_MESSAGES(
+        "critical [BufferObject.cpp:#] Cannot use setTarget() for indexed buffer object such as "
+        "GL_UNIFORM_BUFFER. Use setIndexedTarget() instead.",
+        "critical [BufferObject.cpp:#] Cannot use setIndexedTarget() for non-indexed buffer object such as "
+        "GL_ARRAY_BUFFER. Use setTarget() instead.");
+    EXPECT_TRUE(buffer.isBindNeededForUpload());
+}
+
+TEST_F(BufferObjectTest, ARangeIsUnboundAtIndexZeroAndStaysWhereItWas)
+{
+    BufferObject buffer(nullptr);
+    buffer.setTarget(GL_UNIFORM_BUFFER);
+    ASSERT_TRUE(buffer.bind());
+    ASSERT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+    ASSERT_TRUE(buffer.unbind());
+    buffer.setIndexedTarget(GL_UNIFORM_BUFFER, 5, 0, 12);
+    EXPECT_MESSAGES(startsWith("critical [BufferObject.cpp:#] Cannot use setIndexedTarget()"));
+
+    Tap<&glBindBufferRange> ranges;
+    ASSERT_TRUE(buffer.bind());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_UNIFORM_BUFFER), 5u, buffer.getBO(), GLintptr(0), GLsizeiptr(12)),
+              ranges.calls().back());
+    ASSERT_TRUE(buffer.unbind());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_UNIFORM_BUFFER), 0u, 0u, GLintptr(0), GLsizeiptr(0)),
+              ranges.calls().back());
+    EXPECT_EQ(GLint(buffer.getBO()), indexedBinding(GL_UNIFORM_BUFFER_BINDING, 5));
+}
+
+TEST_F(BufferObjectTest, EveryUploadFillsTheBufferAndRemembersItsSize)
+{
+    const unsigned int uints[] = {7, 8};
+    const unsigned short ushorts[] = {9, 10, 11};
+    BufferObject buffer(nullptr);
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    const AutoBinder binder(&buffer);
+
+    EXPECT_TRUE(buffer.upload(QVector<float>{1.0f, 2.0f}, GL_STATIC_DRAW));
+    EXPECT_EQ((std::vector<float>{1.0f, 2.0f}), contents<float>(buffer, 2));
+    EXPECT_EQ(8u, buffer.memoryEstimateGPU());
+    EXPECT_TRUE(buffer.uploadGLuintData(uints, 2, GL_STATIC_DRAW));
+    EXPECT_EQ((std::vector<unsigned int>{7, 8}), contents<unsigned int>(buffer, 2));
+    EXPECT_TRUE(buffer.uploadGLushortData(ushorts, 3, GL_STATIC_DRAW));
+    EXPECT_EQ((std::vector<unsigned short>{9, 10, 11}), contents<unsigned short>(buffer, 3));
+    EXPECT_EQ(3, buffer.valueCount());
+    EXPECT_EQ(2u, buffer.valueSize());
+    EXPECT_TRUE(buffer.uploadArbitraryData("abcdefghi", 3, GL_DYNAMIC_DRAW, 3));
+    EXPECT_EQ(9u, buffer.memoryEstimateGPU());
+
+    EXPECT_FALSE(buffer.upload(kThree, 0, GL_STATIC_DRAW));
+    EXPECT_FALSE(buffer.uploadArbitraryData("abc", 3, GL_STATIC_DRAW, 0));
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0 != valueCount' failed: "
+                    "Buffer Object needs more and 0 values during upload",
+                    "critical [BufferObject.cpp:#] [ !! ] Assertion '0 != valueSize' failed: "
+                    "Buffer Object needs more and 0 value size during upload");
+    EXPECT_EQ(9u, buffer.memoryEstimateGPU());
+
+    ASSERT_NE(nullptr, buffer.map(GL_READ_ONLY));
+    EXPECT_TRUE(buffer.unmap());
+}
+
+TEST_F(BufferObjectTest, SubUploadEndsExactlyAtTheEnd)
+{
+    BufferObject buffer(nullptr);
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    const QVector<float> two{8.0f, 9.0f};
+    EXPECT_FALSE(buffer.subUpload(two, 0));
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_boBountTarget' failed: "
+                    "Buffer Object is not bound on upload");
+    const AutoBinder binder(&buffer);
+    ASSERT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+    EXPECT_TRUE(buffer.subUpload(two, 1));
+    EXPECT_FALSE(buffer.subUpload(two, 2));
+    EXPECT_FALSE(buffer.subUpload(two, std::numeric_limits<int>::max()));
+    EXPECT_FALSE(buffer.subUpload(kThree, 0, 0));
+    EXPECT_MESSAGES(
+        "critical [BufferObject.cpp:#] [ !! ] Assertion 'offset + valueCount <= _valueCount' failed: "
+        "Buffer Object is not large enough to hold data",
+        "critical [BufferObject.cpp:#] [ !! ] Assertion 'offset + valueCount <= _valueCount' failed: "
+        "Buffer Object is not large enough to hold data",
+        "critical [BufferObject.cpp:#] [ !! ] Assertion '0 != valueCount' failed: "
+        "Buffer Object needs more and 0 values during upload");
+    EXPECT_EQ((std::vector<float>{1.0f, 8.0f, 9.0f}), contents<float>(buffer, 3));
+}
+
+TEST_F(BufferObjectTest, AnUnboundObjectIsFilledByNameAndABoundOneByTarget)
+{
+    BufferObject buffer(nullptr);
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    Tap<&glBufferData> byTarget;
+    EXPECT_TRUE(buffer.isBindNeededForUpload());
+    {
+        const AutoBinder binder(&buffer);
+        EXPECT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+        EXPECT_EQ(1u, byTarget.count());
+    }
+    EXPECT_FALSE(buffer.isBindNeededForUpload());
+    EXPECT_TRUE(buffer.upload(QVector<float>{4.0f, 5.0f}, GL_STATIC_DRAW));
+    EXPECT_EQ(1u, byTarget.count());
+    EXPECT_EQ((std::vector<float>{4.0f, 5.0f}), contents<float>(buffer, 2));
+}
+
+TEST_F(BufferObjectTest, WithoutNamedUploadsABindIsNeededAndEveryObjectLooksAgain)
+{
+    hide({"glNamedBufferData"});
+    _loader.takeLookUps();
+    BufferObject buffer(nullptr);
+    const QStringList four{"glXGetProcAddress glBufferStorage", "glXGetProcAddress glNamedBufferData",
+                           "glXGetProcAddress glNamedBufferStorage",
+                           "glXGetProcAddress glNamedBufferSubData"};
+    EXPECT_EQ(four, _loader.takeLookUps());
+    const BufferObject wrapper(buffer.getBO(), nullptr);
+    EXPECT_EQ(four, _loader.takeLookUps());
+
+    EXPECT_FALSE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_boBountTarget' failed: "
+                    "Buffer Object is not bound on upload");
+    EXPECT_EQ(0, buffer.valueCount());
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    const AutoBinder binder(&buffer);
+    EXPECT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+    EXPECT_TRUE(buffer.isBindNeededForUpload());
+}
+
+TEST_F(BufferObjectTest, StorageIsFilledByNameAndLeavesTheScratchTargetUnbound)
+{
+    BufferObject buffer(nullptr);
+    buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
+    expectStorage(buffer);
+    EXPECT_EQ(0, boundTo(GL_UNIFORM_BUFFER_BINDING));
+}
+
+TEST_F(BufferObjectTest, StorageIsMadeByNameWhereThatIsAllThereIs)
+{
+    hide({"glBufferStorage"});
+    BufferObject buffer(nullptr);
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    ASSERT_TRUE(buffer.bind()); // the name becomes a buffer with its first bind
+    ASSERT_TRUE(buffer.unbind());
+    Tap<&glBindBuffer> binds;
+    buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
+    EXPECT_EQ(0u, binds.count());
+    expectStorage(buffer);
+}
+
+TEST_F(BufferObjectTest, WithoutNamedSubUploadsThereIsNoStorage)
+{
+    hide({"glNamedBufferSubData"});
+    BufferObject buffer(nullptr);
+    buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
+    EXPECT_TRUE(buffer.isBindNeededForUpload());
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    const AutoBinder binder(&buffer);
+    EXPECT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW)) << "immutable storage would refuse this";
+}
+
+TEST_F(BufferObjectTest, RebindSavesTheCallForOneNameAndForTheSameObject)
+{
+    BufferObject first(nullptr);
+    BufferObject second(nullptr);
+    BufferObject sameAsFirst(first.getBO(), nullptr);
+    for (BufferObject *buffer : {&first, &second, &sameAsFirst}) {
+        buffer->setTarget(GL_ARRAY_BUFFER);
+    }
+    Tap<&glBindBuffer> binds;
+    EXPECT_TRUE(first.rebind(nullptr, false));
+    EXPECT_EQ(1u, binds.count());
+    EXPECT_TRUE(first.rebind(&first, false));
+    EXPECT_TRUE(sameAsFirst.rebind(&first, false));
+    EXPECT_EQ(1u, binds.count());
+    EXPECT_TRUE(first.bind()) << "the bound mark has moved on";
+    EXPECT_TRUE(second.rebind(&sameAsFirst, false));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_ARRAY_BUFFER), second.getBO()), binds.calls().back());
+    EXPECT_EQ(3u, binds.count());
+    EXPECT_TRUE(second.rebind(&second, true));
+    EXPECT_EQ(4u, binds.count());
+    EXPECT_TRUE(second.unbind());
+    EXPECT_TRUE(first.unbind());
+}
+
+TEST_F(BufferObjectTest, RebindRefusesWhatDoesNotFitAndLeavesTheOldObjectBound)
+{
+    BufferObject bound(nullptr);
+    BufferObject other(nullptr);
+    bound.setTarget(GL_ARRAY_BUFFER);
+    EXPECT_FALSE(other.rebind(&bound, false));
+    other.setTarget(GL_ARRAY_BUFFER);
+    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_MESSAGES(
+        "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_target' failed: "
+        "Buffer Object's target is not set when bind() is called",
+        "critical [BufferObject.cpp:#] [ !! ] Assertion '0u != bufferObjectBound->_boBountTarget' failed: "
+        "Bound Buffer Object is not already bound to target 0");
+
+    ASSERT_TRUE(bound.bind());
+    other.setTarget(GL_COPY_READ_BUFFER);
+    EXPECT_FALSE(other.rebind(&bound, false));
+    other.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 0, 0, 4);
+    EXPECT_FALSE(other.rebind(&bound, false));
+    other.setIndexedTarget(GL_ARRAY_BUFFER, 0, 0, 4);
+    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_MESSAGES(
+        "critical [BufferObject.cpp:#] [ !! ] Assertion '_target == bufferObjectBound->_boBountTarget' "
+        "failed: Bound Buffer Object target 0 is not the same target 34962",
+        "critical [BufferObject.cpp:#] [ !! ] Assertion '_target == bufferObjectBound->_boBountTarget' "
+        "failed: Bound Buffer Object target 0 is not the same target 34962",
+        startsWith("critical [BufferObject.cpp:#] Cannot use setIndexedTarget()"),
+        "critical [BufferObject.cpp:#] [ !! ] Assertion "
+        "'_useBindBufferRange == bufferObjectBound->_useBindBufferRange' failed: "
+        "Bound BO useRange does not match the rebind Buffer Object");
+
+    BufferObject third(nullptr);
+    third.setTarget(GL_ARRAY_BUFFER);
+    ASSERT_TRUE(third.bind());
+    EXPECT_FALSE(third.rebind(&bound, false)) << "an object that is bound is not bound again";
+    EXPECT_MESSAGES("critical [BufferObject.cpp:#] [ !! ] Assertion '0u == this->_boBountTarget' failed: "
+                    "Buffer Object is already bound on bind to target 34962");
+    EXPECT_TRUE(third.unbind());
+    EXPECT_TRUE(bound.unbind());
+}
