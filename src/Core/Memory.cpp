@@ -1,0 +1,16 @@
+#include "Memory.h"
+
+namespace Orvane { namespace Zel {
+
+Memory::~Memory() = default;
+
+unsigned char *Memory::range(unsigned char *base, quint64 size, quint64 offset, quint64 length)
+{
+    // In this order nothing overflows, whatever a damaged file asks for.
+    if (base == nullptr || offset > size || length > size - offset) {
+        return nullptr;
+    }
+    return base + offset;
+}
+
+}} // namespace Orvane::Zel
