@@ -1,0 +1,55 @@
+#pragma once
+
+#include "TextureFormat.h"
+#include "UniformBufferMechanism.h"
+
+namespace Orvane { namespace Zel {
+
+class Texture;
+
+/// Instance data as texels: the same bytes in two textures of one row, one of
+/// integers and one of floats, so that each member is fetched bit by bit through
+/// the sampler of its own kind.
+///
+/// Units:   a texel is 16 bytes.
+/// Context: as its base. Pixel unpack state must be GL's default when it uploads.
+/// Errors:  as its base; a sampler that the program lacks is none.
+/// Source:  OpenGL 3.0, texelFetch; 2.1, pixel buffer objects.
+class ZELGL_EXPORT TextureMechanism : public UniformBufferMechanism
+{
+public:
+    explicit TextureMechanism(const QString &planName);
+
+    bool bind(ShaderProgram *program, TextureManager *textureManager,
+              InstanceDataCollection *collection) override;
+    bool unbind(ShaderProgram *program, TextureManager *textureManager,
+                InstanceDataCollection *collection) override;
+    QString glslFunctionDefinition(DataType type, const QString &name, bool useVec4, unsigned long offset,
+                                   unsigned long totalSize) override;
+    QString glslUniformDeclaration(const QList<DataType> &types,
+                                   const QHash<DataType, QStringList> &namesByType, bool useVec4,
+                                   unsigned long arraySize) override;
+    /// Never: texels are vectors of four already.
+    bool useVec4Storage(DataType type) override;
+
+    /// Binds the two textures and tells the program their units.
+    void setUniformValues(ShaderProgram *program, InstanceDataCollection *collection);
+    /// New storage of one row, without contents.
+    void allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format, int texels);
+    /// Copies the buffer's bytes into the row.
+    void pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
+                      QSharedPointer<BufferObject> buffer, int texels);
+
+protected:
+    TextureMechanism(const QString &planName, unsigned int boTarget);
+
+    /// The sampler through which a type is read.
+    QString samplerFor(DataType type) const;
+    /// The components of a member in its texel, as a swizzle.
+    static QString texelSwizzle(DataType type, unsigned long offset);
+
+    QString _samplerIName;
+    QString _samplerFName;
+};
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "ParameterMechanism.h"
+
+namespace Orvane { namespace Zel {
+
+/// Instance data as plain uniforms, an array for each member. It needs no buffer,
+/// but sends everything on every bind: for small plans.
+///
+/// Units:   bytes.
+/// Context: as its base; bind() sets uniforms of the program in use.
+/// Errors:  as its base; a uniform that the program lacks is none.
+/// Source:  OpenGL 3.0 uniforms.
+class ZELGL_EXPORT UniformMechanism : public ParameterMechanism
+{
+public:
+    explicit UniformMechanism(const QString &planName);
+
+    bool bind(ShaderProgram *program, TextureManager *textureManager,
+              InstanceDataCollection *collection) override;
+    bool unbind(ShaderProgram *program, TextureManager *textureManager,
+                InstanceDataCollection *collection) override;
+    QString glslFunctionDefinition(DataType type, const QString &name, bool useVec4, unsigned long offset,
+                                   unsigned long totalSize) override;
+    /// Learns the members too, for bind().
+    QString glslUniformDeclaration(const QList<DataType> &types,
+                                   const QHash<DataType, QStringList> &namesByType, bool useVec4,
+                                   unsigned long arraySize) override;
+    bool useVec4Storage(DataType type) override;
+
+private:
+    QHash<QString, DataType> _memberTypes;
+};
+
+}} // namespace Orvane::Zel
