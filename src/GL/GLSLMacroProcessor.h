@@ -72,6 +72,8 @@ public:
 private:
     class Expander;
 
+    QString defineLines() const;
+
     QMap<QString, QString> _macros;  ///< name to replacement text
     QMap<QString, QString> _defines; ///< name to value; the map's order is the order of output
     QList<QDir> _includePaths;       ///< searched in order

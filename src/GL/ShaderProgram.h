@@ -192,10 +192,11 @@ public:
     bool setUniform(const QString &name, const QVariant &value);
 
 private:
-    bool compileAndAttachShaders();
+    bool attachShaders();
     void applyFragDataLocations();
     void applyTransformFeedbackVaryings();
     void cacheNames();
+    void deleteProgram();
 
     unsigned int _programID = kShaderProgramNotLinked; ///< GL name
     QString _log;
