@@ -19,7 +19,8 @@ class Texture;
 ///          bind does not nest, and unbind() goes to framebuffer 0: whoever needs
 ///          the previous binding saves it.
 /// Errors:  a wrong order of calls is diagnosed and answered with false or null. A
-///          point that is taken is reported, and attached to all the same.
+///          point that is taken is reported, and attached to all the same. A null
+///          texture is answered with false.
 /// Source:  OpenGL 3.2 core, framebuffer objects.
 ///
 /// Textures are borrowed: deleting the framebuffer leaves them alone.
@@ -87,8 +88,8 @@ public:
     bool isComplete();
 
 private:
-    bool isReadyToAttach() const;
-    bool isReadyToAttachAt(unsigned int attachmentPoint) const;
+    bool isReadyToAttach(const Texture *texture) const;
+    bool isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const;
     void recordAttachment(Texture *texture, unsigned int attachmentPoint, int level);
 
     static int _numAlive;

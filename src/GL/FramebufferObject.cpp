@@ -1,0 +1,343 @@
+#include "FramebufferObject.h"
+
+#include "GLUtilities.h"
+#include "Texture.h"
+
+#include <memory>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+/// 3D and 2D array textures, and their proxies.
+bool isLayeredTarget(unsigned int target)
+{
+    switch (target) {
+    case GL_TEXTURE_3D:
+    case GL_PROXY_TEXTURE_3D:
+    case GL_TEXTURE_2D_ARRAY:
+    case GL_PROXY_TEXTURE_2D_ARRAY:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isColorAttachment(unsigned int attachmentPoint)
+{
+    return attachmentPoint != GL_DEPTH_ATTACHMENT && attachmentPoint != GL_STENCIL_ATTACHMENT
+           && attachmentPoint != GL_DEPTH_STENCIL_ATTACHMENT;
+}
+
+/// Whether one image stands for the whole texture, as attach() and attachUpdate() need it.
+bool isSingleImage(const Texture *texture)
+{
+    if (isLayeredTarget(texture->target())) {
+        ZEL_ASSERT_RETURN(false, false,
+                          "Texture Target 0x%X is not supported by FramebufferObject::attach() use "
+                          "FramebufferObject::attach3D()",
+                          texture->target());
+    }
+    return true;
+}
+
+const char *incompleteText(GLenum status)
+{
+    switch (status) {
+    case GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT:
+        return "Not all framebuffer attachment points are framebuffer attachment complete.";
+    case GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT:
+        return "No images are attached to the framebuffer.";
+    case GL_FRAMEBUFFER_UNSUPPORTED:
+        return "The combination of internal formats of the attached images violates an "
+               "implementation-dependent "
+               "set of restrictions.";
+    default:
+        return "";
+    }
+}
+
+} // namespace
+
+int FramebufferObject::_numAlive = 0;
+int FramebufferObject::_numFBOTextures = 0;
+int FramebufferObject::_numActiveFBOTextures = 0;
+
+int FramebufferObject::NumAlive()
+{
+    return _numAlive;
+}
+
+int FramebufferObject::NumFBOTextures()
+{
+    return _numFBOTextures;
+}
+
+void FramebufferObject::ResetNumFBOTextures()
+{
+    _numFBOTextures = 0;
+}
+
+int FramebufferObject::NumActiveFBOTextures()
+{
+    return _numActiveFBOTextures;
+}
+
+FramebufferObject::FramebufferObject(QObject *parent)
+    : QObject(parent)
+{
+    create();
+}
+
+FramebufferObject::FramebufferObject(unsigned int fbo, QObject *parent)
+    : QObject(parent)
+{
+    setFBO(fbo);
+}
+
+FramebufferObject::~FramebufferObject()
+{
+    destroy();
+}
+
+bool FramebufferObject::create()
+{
+    ZEL_ASSERT_RETURN(0u == this->_fbo, false, "Framebuffer Object is not NULL on create");
+    ZEL_ASSERT_RETURN(false == this->_fboBound, false, "Framebuffer Object is already bound on create");
+    unsigned int fbo = 0;
+    glGenFramebuffers(1, &fbo);
+    setFBO(fbo);
+    return true;
+}
+
+bool FramebufferObject::destroy()
+{
+    ZEL_ASSERT_RETURN(false == this->_fboBound, false, "Framebuffer Object is already bound on destroy");
+    if (_fbo != 0) {
+        glDeleteFramebuffers(1, &_fbo); // wrapped names too; the name stays on record
+        --_numAlive;
+    }
+    return true;
+}
+
+unsigned int FramebufferObject::getFBO() const
+{
+    return _fbo;
+}
+
+void FramebufferObject::setFBO(unsigned int fbo)
+{
+    _numAlive += int(fbo != 0) - int(_fbo != 0);
+    _fbo = fbo;
+}
+
+bool FramebufferObject::bind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_fbo, false, "Framebuffer Object is NULL on bind");
+    ZEL_ASSERT_RETURN(false == this->_fboBound, false, "Framebuffer Object is already bound on bind");
+    glBindFramebuffer(GL_FRAMEBUFFER, _fbo);
+    _fboBound = true;
+    return true;
+}
+
+bool FramebufferObject::unbind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_fbo, false, "Framebuffer Object is NULL on unbind");
+    ZEL_ASSERT_RETURN(true == this->_fboBound, false, "Framebuffer Object is not bound on unbind");
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    _fboBound = false;
+    return true;
+}
+
+bool FramebufferObject::attach(Texture *texture, unsigned int attachmentPoint, int level)
+{
+    if (!isReadyToAttachAt(texture, attachmentPoint) || !isSingleImage(texture)) {
+        return false;
+    }
+    glFramebufferTexture2D(GL_FRAMEBUFFER, attachmentPoint, texture->target(), texture->textureID(), level);
+    recordAttachment(texture, attachmentPoint, level);
+    return true;
+}
+
+bool FramebufferObject::attachUpdate(Texture *texture, unsigned int attachmentPoint, int level)
+{
+    if (!isReadyToAttach(texture)) {
+        return false;
+    }
+    if (!_attachments.contains(attachmentPoint)) {
+        return attach(texture, attachmentPoint, level);
+    }
+    ++_numFBOTextures; // also where nothing changes
+    if (_attachments.value(attachmentPoint) == texture && _attachmentLevels.value(attachmentPoint) == level) {
+        return true;
+    }
+    if (!isSingleImage(texture)) {
+        return false;
+    }
+    glFramebufferTexture(GL_FRAMEBUFFER, attachmentPoint, texture->textureID(), level);
+    _attachments[attachmentPoint] = texture;
+    _attachmentLevels[attachmentPoint] = level;
+    return true;
+}
+
+bool FramebufferObject::attachLayers(Texture *texture, unsigned int attachmentPoint, int level)
+{
+    if (!isReadyToAttachAt(texture, attachmentPoint)) {
+        return false;
+    }
+    if (!isLayeredTarget(texture->target())) {
+        ZEL_ASSERT_RETURN(false, false,
+                          "Texture Target 0x%X is not supported by FramebufferObject::attachLayer() use "
+                          "FramebufferObject::attach()",
+                          texture->target());
+    }
+    glFramebufferTexture(GL_FRAMEBUFFER, attachmentPoint, texture->textureID(), level);
+    recordAttachment(texture, attachmentPoint, level);
+    return true;
+}
+
+bool FramebufferObject::attach3D(Texture *texture, unsigned int attachmentPoint, int layer, int level)
+{
+    if (!isReadyToAttachAt(texture, attachmentPoint)) {
+        return false;
+    }
+    switch (texture->target()) {
+    case GL_TEXTURE_2D_ARRAY:
+    case GL_PROXY_TEXTURE_2D_ARRAY:
+    case GL_TEXTURE_CUBE_MAP_ARRAY:
+        glFramebufferTextureLayer(GL_FRAMEBUFFER, attachmentPoint, texture->textureID(), level, layer);
+        break;
+    default:
+        glFramebufferTexture3D(GL_FRAMEBUFFER, attachmentPoint, texture->target(), texture->textureID(),
+                               level, layer);
+        break;
+    }
+    recordAttachment(texture, attachmentPoint, level);
+    return true;
+}
+
+bool FramebufferObject::createTexture2D(unsigned int attachmentPoint, unsigned int target,
+                                        unsigned int internalFormat, int width, int height)
+{
+    auto texture = std::make_unique<Texture>(nullptr);
+    texture->create2D(target, internalFormat, width, height);
+    if (!attach(texture.get(), attachmentPoint, 0)) {
+        return false; // nobody could find the texture
+    }
+    texture.release();
+    return true;
+}
+
+bool FramebufferObject::createTexture3D(unsigned int attachmentPoint, unsigned int target,
+                                        unsigned int internalFormat, int width, int height, int depth)
+{
+    auto texture = std::make_unique<Texture>(nullptr);
+    texture->create3D(target, internalFormat, width, height, depth);
+    for (int layer = 0; layer < depth; ++layer) {
+        // What fails for one layer fails for all: nothing is attached then.
+        if (!attach3D(texture.get(), attachmentPoint + static_cast<unsigned int>(layer), layer, 0)) {
+            return false;
+        }
+    }
+    if (depth > 0) {
+        texture.release();
+    }
+    return depth > 0;
+}
+
+Texture *FramebufferObject::detach(unsigned int attachmentPoint)
+{
+    ZEL_ASSERT_RETURN(0u != this->_fbo, nullptr, "Framebuffer Object is NULL on detach");
+    ZEL_ASSERT_RETURN(true == this->_fboBound, nullptr, "Framebuffer Object is not bound on detach");
+    ZEL_ASSERT_RETURN(true == this->_attachments.contains(attachmentPoint), nullptr,
+                      "Framebuffer Object has nothing attached to attachment at %d", attachmentPoint);
+    ZEL_ASSERT_RETURN(true == this->_attachmentLevels.contains(attachmentPoint), nullptr,
+                      "Framebuffer Object has no level info for attachment at %d", attachmentPoint);
+    glFramebufferTexture(GL_FRAMEBUFFER, attachmentPoint, 0, _attachmentLevels.value(attachmentPoint));
+    _attachmentLevels.remove(attachmentPoint);
+    if (isColorAttachment(attachmentPoint)) {
+        _drawBuffers.removeAll(attachmentPoint);
+    }
+    --_numActiveFBOTextures;
+    return _attachments.take(attachmentPoint);
+}
+
+void FramebufferObject::detachAll()
+{
+    const QList<unsigned int> points = attachmentPoints();
+    for (const unsigned int point : points) {
+        detach(point);
+    }
+}
+
+Texture *FramebufferObject::attachment(unsigned int attachmentPoint) const
+{
+    ZEL_ASSERT_RETURN(true == this->_attachments.contains(attachmentPoint), nullptr,
+                      "Framebuffer Object does not have an attachment at %d", attachmentPoint);
+    return _attachments.value(attachmentPoint);
+}
+
+bool FramebufferObject::hasAttachment(unsigned int attachmentPoint) const
+{
+    return _attachments.contains(attachmentPoint);
+}
+
+QList<unsigned int> FramebufferObject::attachmentPoints() const
+{
+    return _attachments.keys();
+}
+
+void FramebufferObject::setDrawBuffers()
+{
+    // The texts are those of attaching; both are told, and GL is called all the same.
+    ZEL_ASSERT(0u != this->_fbo, "Framebuffer Object is NULL on attach");
+    ZEL_ASSERT(true == this->_fboBound, "Framebuffer Object is not bound on attach");
+    glDrawBuffers(_drawBuffers.size(), _drawBuffers.constData());
+}
+
+bool FramebufferObject::isComplete()
+{
+    const bool wasBound = _fboBound;
+    if (!wasBound) {
+        bind();
+    }
+    const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
+    if (!wasBound) {
+        unbind();
+    }
+    if (status == GL_FRAMEBUFFER_COMPLETE) {
+        return true;
+    }
+    ZEL_LOG_DEBUG("Framebuffer is incomplete: %s", incompleteText(status));
+    return false;
+}
+
+bool FramebufferObject::isReadyToAttach(const Texture *texture) const
+{
+    ZEL_ASSERT_RETURN(0u != this->_fbo, false, "Framebuffer Object is NULL on attach");
+    ZEL_ASSERT_RETURN(true == this->_fboBound, false, "Framebuffer Object is not bound on attach");
+    return texture != nullptr;
+}
+
+bool FramebufferObject::isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const
+{
+    if (!isReadyToAttach(texture)) {
+        return false;
+    }
+    ZEL_ASSERT(false == this->_attachments.contains(attachmentPoint),
+               "Framebuffer Object already has attachment at %d", attachmentPoint);
+    return true;
+}
+
+void FramebufferObject::recordAttachment(Texture *texture, unsigned int attachmentPoint, int level)
+{
+    _attachments[attachmentPoint] = texture;
+    _attachmentLevels[attachmentPoint] = level;
+    if (isColorAttachment(attachmentPoint)) {
+        _drawBuffers.append(attachmentPoint); // a point that was taken now stands twice
+    }
+    ++_numFBOTextures;
+    ++_numActiveFBOTextures;
+}
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,370 @@
+#include "Texture.h"
+
+#include "GLContextTracker.h"
+#include "GLUtilities.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QMap>
+#include <QtCore/QMutex>
+#include <QtCore/QMutexLocker>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+/// The texture units of one context. Textures are known by their GL name.
+struct TextureContextInfo
+{
+    int maxTextureImageUnits = 0;
+    QHash<unsigned int, unsigned int> textureToUnitMaps;
+    QHash<unsigned int, int> boundTextureCounts;       ///< nesting depth
+    QMap<unsigned int, unsigned int> freeTextureUnits; ///< ordered, each unit under its own number
+};
+
+QHash<void *, TextureContextInfo> contextInfos;
+QMutex contextInfosMutex; ///< guards the table, not its records
+
+void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
+{
+    ZEL_ASSERT(
+        0 == contextInfo.maxTextureImageUnits,
+        "ZelTexture::initilizeFreeTextureUnits() : m_MaxTextureImageUnits is set for exisitng GL context, %p",
+        context);
+    glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &contextInfo.maxTextureImageUnits);
+    for (int unit = 0; unit < contextInfo.maxTextureImageUnits; ++unit) {
+        contextInfo.freeTextureUnits.insert(unit, unit);
+    }
+}
+
+/// The record of the current context, made at the first question. Using it needs no lock: only the context's own
+/// thread does, and the nodes of a QHash stay where they are.
+TextureContextInfo &currentContextInfo()
+{
+    void *const context = GLContextTracker::currentContext();
+    const QMutexLocker locker(&contextInfosMutex);
+    const auto known = contextInfos.find(context);
+    if (known != contextInfos.end()) {
+        return *known;
+    }
+    TextureContextInfo &contextInfo = contextInfos[context];
+    initializeFreeTextureUnits(contextInfo, context);
+    return contextInfo;
+}
+
+int maxLevelOf(int width, int height)
+{
+    const int side = std::max(width, height);
+    if (side <= 1) {
+        return 0;
+    }
+    constexpr double kLog2 = 0.6931471805599453;
+    return static_cast<int>(std::floor(std::log(static_cast<double>(static_cast<float>(side))) / kLog2));
+}
+
+} // namespace
+
+int Texture::_numAlive = 0;
+
+int Texture::NumAlive()
+{
+    return _numAlive;
+}
+
+bool Texture::isTextureUnitFree(unsigned int unit)
+{
+    const auto contextInfo = contextInfos.constFind(GLContextTracker::currentContext());
+    return contextInfo != contextInfos.constEnd() && contextInfo->freeTextureUnits.contains(unit);
+}
+
+Texture::Texture(QObject *parent)
+    : QObject(parent)
+{
+    create();
+    ++_numAlive;
+}
+
+Texture::Texture(unsigned int target, int internalFormat, int width, int height, int depth, QObject *parent)
+    : QObject(parent)
+    , _target(target)
+    , _width(width)
+    , _height(height)
+    , _depth(depth)
+    , _internalFormat(internalFormat)
+{
+    create();
+    _maxLevel = maxLevelOf(width, height);
+    ++_numAlive;
+}
+
+Texture::Texture(unsigned int textureID, QObject *parent)
+    : QObject(parent)
+    , _textureID(textureID)
+    , _managed(false)
+{
+    ZEL_ASSERT(textureID != 0, "Texture ID was zero, can't wrap a non-existent texture");
+    ++_numAlive;
+}
+
+Texture::~Texture()
+{
+    destroy();
+    --_numAlive;
+}
+
+bool Texture::create()
+{
+    ZEL_ASSERT_RETURN(0u == this->_textureID, false, "Texture is not NULL on create");
+    ZEL_ASSERT_RETURN(false == _readonly, false, "Not allowed to change a readonly texture");
+    glGenTextures(1, &_textureID);
+    return true;
+}
+
+bool Texture::destroy()
+{
+    ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texture is NULL on destroy");
+    if (_managed) {
+        glDeleteTextures(1, &_textureID); // the name stays on record: a second call deletes again
+    }
+    return true;
+}
+
+Texture *Texture::create2D(unsigned int target, unsigned int internalFormat, int width, int height)
+{
+    ZEL_ASSERT(target == GL_TEXTURE_2D, "Target 0x%X is not allowed.", target);
+    ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
+    setTarget(target);
+    setSize(0, static_cast<int>(internalFormat), width, height, 1);
+    if (!bind()) {
+        return this; // the calls below would go to another texture
+    }
+    setFiltersNearest();
+    glTexImage2D(target, 0, static_cast<GLint>(internalFormat), width, height, 0,
+                 formatFromInternalFormat(internalFormat), typeFromInternalFormat(internalFormat), nullptr);
+    unbind();
+    return this;
+}
+
+Texture *Texture::create3D(unsigned int target, unsigned int internalFormat, int width, int height, int depth)
+{
+    ZEL_ASSERT(target == GL_TEXTURE_2D_ARRAY || target == GL_TEXTURE_3D, "Target 0x%X is not allowed.",
+               target);
+    ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
+    setTarget(target);
+    setSize(0, static_cast<int>(internalFormat), width, height, depth);
+    if (!bind()) {
+        return this;
+    }
+    setFiltersNearest();
+    glTexImage3D(target, 0, static_cast<GLint>(internalFormat), width, height, depth, 0,
+                 formatFromInternalFormat(internalFormat), typeFromInternalFormat(internalFormat), nullptr);
+    unbind();
+    return this;
+}
+
+Texture *Texture::create2DMultisample(unsigned int target, unsigned int internalFormat, int width, int height,
+                                      int samples)
+{
+    ZEL_ASSERT(target == GL_TEXTURE_2D_MULTISAMPLE, "Target 0x%X is not allowed.", target);
+    ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
+    setTarget(target); // setSize() is left out on purpose: the size of a multisample texture is asked of GL
+    if (!bind()) {
+        return this;
+    }
+    if (target != GL_TEXTURE_2D_MULTISAMPLE) { // these have no sampler state
+        setFiltersNearest();
+    }
+    glTexImage2DMultisample(target, samples, internalFormat, width, height, GL_TRUE);
+    unbind();
+    return this;
+}
+
+Texture *Texture::create3DMultisample(unsigned int target, unsigned int internalFormat, int width, int height,
+                                      int depth, int samples)
+{
+    ZEL_ASSERT(target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY, "Target 0x%X is not allowed.", target);
+    ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
+    setTarget(target); // without setSize(), as above
+    if (!bind()) {
+        return this;
+    }
+    if (target != GL_TEXTURE_2D_MULTISAMPLE_ARRAY) {
+        setFiltersNearest();
+    }
+    glTexImage3DMultisample(target, samples, internalFormat, width, height, depth, GL_TRUE);
+    unbind();
+    return this;
+}
+
+void Texture::setTarget(unsigned int target)
+{
+    ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
+    _target = target;
+}
+
+void Texture::setSize(int level, int internalFormat, int width, int height, int depth)
+{
+    ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
+    ZEL_ASSERT(0 == _internalFormat, "Texture internal format has already been set");
+    ZEL_ASSERT(0 == _width, "Texture width has already been set");
+    ZEL_ASSERT(0 == _height, "Texture height has already been set");
+    ZEL_ASSERT_RETURN(level == 0, , "Only call setSize() for the base LOD of the texture");
+    _internalFormat = internalFormat;
+    _width = width;
+    _height = height;
+    _depth = depth;
+    _maxLevel = maxLevelOf(width, height);
+}
+
+void Texture::setReadOnly()
+{
+    _readonly = true;
+}
+
+bool Texture::bind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texture is NULL on bind");
+    ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on bind");
+    TextureContextInfo &contextInfo = currentContextInfo();
+
+    const auto bound = contextInfo.textureToUnitMaps.constFind(_textureID);
+    if (bound != contextInfo.textureToUnitMaps.constEnd()) {
+        glActiveTexture(GL_TEXTURE0 + *bound); // the unit still holds the texture
+        contextInfo.boundTextureCounts[_textureID] += 1;
+        return true;
+    }
+
+    if (contextInfo.freeTextureUnits.isEmpty()) {
+        ZEL_LOG_WARNING("There is no available texture units");
+        return false;
+    }
+    const unsigned int unit = contextInfo.freeTextureUnits.lastKey();
+    contextInfo.freeTextureUnits.remove(unit);
+    contextInfo.textureToUnitMaps[_textureID] = unit;
+    contextInfo.boundTextureCounts[_textureID] = 1;
+    glActiveTexture(GL_TEXTURE0 + unit);
+    glBindTexture(_target, _textureID);
+    return true;
+}
+
+bool Texture::unbind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
+    ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
+    TextureContextInfo &contextInfo = currentContextInfo();
+    ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
+                      "Texture has not been bound on unbind");
+    ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), false,
+                      "Texture has not been bound on unbind");
+
+    const unsigned int unit = contextInfo.textureToUnitMaps.value(_textureID);
+    glActiveTexture(GL_TEXTURE0 + unit);
+    if (--contextInfo.boundTextureCounts[_textureID] > 0) {
+        return true;
+    }
+    glBindTexture(_target, 0);
+    contextInfo.textureToUnitMaps.remove(_textureID);
+    contextInfo.boundTextureCounts.remove(_textureID);
+    contextInfo.freeTextureUnits[unit] = unit;
+    return true;
+}
+
+bool Texture::isBound() const
+{
+    // The texts are those of unbind().
+    ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
+    ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
+    return currentContextInfo().boundTextureCounts.value(_textureID) != 0;
+}
+
+unsigned int Texture::unit() const
+{
+    constexpr unsigned int kNoUnit = 0xFFFFFFFFu;
+    ZEL_ASSERT_RETURN(0u != this->_textureID, kNoUnit, "Texutre is NULL on unit()");
+    ZEL_ASSERT_RETURN(0u != this->_target, kNoUnit, "Texture Target is not set on unit()");
+    const TextureContextInfo &contextInfo = currentContextInfo();
+    ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), kNoUnit,
+                      "Texture has not been bound on unit()");
+    ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), kNoUnit,
+                      "Texture has not been bound on unit()");
+    return contextInfo.textureToUnitMaps[_textureID];
+}
+
+int Texture::maxTextureUnits() const
+{
+    return currentContextInfo().maxTextureImageUnits;
+}
+
+unsigned int Texture::target() const
+{
+    return _target;
+}
+
+unsigned int Texture::textureID() const
+{
+    return _textureID;
+}
+
+bool Texture::isManaged() const
+{
+    return _managed;
+}
+
+bool Texture::isReadOnly() const
+{
+    return _readonly;
+}
+
+int Texture::width(int level)
+{
+    return getTexLevelParameteriv(level, GL_TEXTURE_WIDTH);
+}
+
+int Texture::height(int level)
+{
+    return getTexLevelParameteriv(level, GL_TEXTURE_HEIGHT);
+}
+
+int Texture::depth(int level)
+{
+    return getTexLevelParameteriv(level, GL_TEXTURE_DEPTH);
+}
+
+int Texture::internalFormat(int level) const
+{
+    return getTexLevelParameteriv(level, GL_TEXTURE_INTERNAL_FORMAT);
+}
+
+int Texture::getTexLevelParameteriv(int level, unsigned int pname) const
+{
+    // The texts say internalFormat() whatever is asked.
+    ZEL_ASSERT_RETURN(0u != this->_textureID, -1, "Texutre is NULL on internalFormat()");
+    ZEL_ASSERT_RETURN(0u != this->_target, -1, "Texture target is not set on internalFormat()");
+    ZEL_ASSERT_RETURN(this->isBound(), -1, "Texture target is not bound");
+    const GLenum image = _target == GL_TEXTURE_CUBE_MAP ? GL_TEXTURE_CUBE_MAP_POSITIVE_X : _target;
+    GLint value = 0;
+    glGetTexLevelParameteriv(image, level, pname, &value);
+    return value;
+}
+
+int Texture::dimensionLevelSize(int size, int level)
+{
+    if (level == 0) {
+        return size;
+    }
+    if (level > _maxLevel) {
+        return 0;
+    }
+    const float levelSize = static_cast<float>(std::floor(static_cast<double>(size) / std::pow(2.0, level)));
+    return static_cast<int>(std::max(levelSize, 1.0f));
+}
+
+void Texture::setFiltersNearest() const
+{
+    glTexParameteri(_target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(_target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+}
+
+}} // namespace Orvane::Zel

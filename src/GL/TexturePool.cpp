@@ -1,0 +1,199 @@
+#include "TexturePool.h"
+
+#include "GLUtilities.h"
+#include "Texture.h"
+
+#include <QtCore/QByteArray>
+
+#include <algorithm>
+#include <functional>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+/// Names for the log. The table has no rows for R11FG11FB10F and RGB10A2 on purpose, so that from there on it runs two
+/// rows behind the enumeration.
+constexpr const char *kFormatNames[] = {
+    "R       ", "RG      ", "RGB     ", "RGBA    ", "SRGB8A8 ",         "R16F    ",
+    "RG16F   ", "RGB16F  ", "RGBA16F ", "R32F    ", "RG32F   ",         "RGB32F  ",
+    "RGBA32F ", "R16I    ", "RG16I   ", "RGB16I  ", "RGBA16I ",         "R32I    ",
+    "RG32I   ", "RGB32I  ", "RGBA32I ", "DEPTH32F", "DEPTH24_STENCIL8", "DEPTH32F_STENCIL8",
+};
+
+/// The name of a format, or its number where the table has ended.
+QByteArray formatName(TextureFormat format)
+{
+    if (format < sizeof(kFormatNames) / sizeof(*kFormatNames)) {
+        return kFormatNames[format];
+    }
+    return QByteArray::number(static_cast<unsigned int>(format)).leftJustified(8);
+}
+
+} // namespace
+
+TexturePool::Key::Key(TextureFormat format_, int width_, int height_, int depth_, int samples_)
+    : format(format_)
+    , width(width_)
+    , height(height_)
+    , depth(depth_)
+    , samples(samples_)
+{
+}
+
+TexturePool::TexturePool() = default;
+
+TexturePool::~TexturePool() = default;
+
+Texture *TexturePool::take(TextureFormat format, int width, int height, int depth, int samples)
+{
+    ZEL_ASSERT(width > 0 && height > 0 && depth > 0, "TexturePool asked for texture of size (%dx%dx%d)",
+               width, height, depth);
+    ZEL_ASSERT(samples > 0, "TexturePool requested samples can't be less than 1");
+    GLint maxSamples = 0;
+    glGetIntegerv(GL_MAX_SAMPLES, &maxSamples);
+    if (samples > maxSamples) {
+        ZEL_LOG_DEBUG("Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
+        samples = maxSamples;
+    }
+
+    const Key key(format, width, height, depth, samples);
+    Texture *texture = nullptr;
+    const auto waiting = _free.find(key);
+    if (waiting != _free.end()) {
+        std::sort(waiting->begin(), waiting->end(), std::less<Texture *>());
+        texture = waiting->takeLast();
+        if (waiting->isEmpty()) {
+            _free.erase(waiting);
+        }
+    } else {
+        texture = makeTexture(key);
+        _keys[texture] = key;
+    }
+    _refCounts[texture] = 1;
+    return texture;
+}
+
+void TexturePool::addRef(Texture *texture, int count)
+{
+    const auto references = _refCounts.find(texture);
+    if (references != _refCounts.end() && *references > 0 && count >= 1) {
+        *references += count;
+    }
+}
+
+void TexturePool::releaseRef(Texture *texture, int count)
+{
+    const auto references = _refCounts.find(texture);
+    if (references == _refCounts.end() || *references < 1) {
+        return;
+    }
+    const int remaining = *references - count;
+    if (remaining < 1) {
+        _free[_keys.value(texture)].append(texture);
+    }
+    // The entry stays at 0 while the texture is free, so that take() allocates nothing.
+    *references = std::max(remaining, 0);
+}
+
+void TexturePool::setFixedSampleLocations(bool fixedSampleLocations)
+{
+    _fixedSampleLocations = fixedSampleLocations;
+}
+
+void TexturePool::deleteUnused()
+{
+    for (const QVector<Texture *> &textures : qAsConst(_free)) {
+        for (Texture *texture : textures) {
+            _keys.remove(texture);
+            _refCounts.remove(texture);
+            delete texture;
+        }
+    }
+    _free.clear();
+}
+
+void TexturePool::printSummary()
+{
+    int freeCount = 0;
+    for (const QVector<Texture *> &textures : qAsConst(_free)) {
+        freeCount += textures.size();
+    }
+    QHash<Key, int> countsByKey;
+    for (const Key &key : qAsConst(_keys)) {
+        ++countsByKey[key];
+    }
+
+    ZEL_LOG_DEBUG("%d managed textures:", _keys.size());
+    ZEL_LOG_DEBUG("- %d active textures", _keys.size() - freeCount);
+    ZEL_LOG_DEBUG("- %d free textures", freeCount);
+    ZEL_LOG_DEBUG("- breakdown by texture format, width and height:");
+    for (auto it = countsByKey.constBegin(); it != countsByKey.constEnd(); ++it) {
+        const Key &key = it.key();
+        const int freeOfKey = _free.value(key).size();
+        ZEL_LOG_DEBUG("  - %s %dx%d: %d free, %d active", formatName(key.format).constData(), key.width,
+                      key.height, freeOfKey, it.value() - freeOfKey);
+    }
+}
+
+Texture *TexturePool::makeTexture(const Key &key) const
+{
+    const unsigned internalFormat = InternalFormat(key.format);
+    const bool array = key.depth > 1;
+    const bool multisample = key.samples > 1;
+    unsigned int target = array ? GL_TEXTURE_2D_ARRAY : GL_TEXTURE_2D;
+    if (multisample) {
+        target = array ? GL_TEXTURE_2D_MULTISAMPLE_ARRAY : GL_TEXTURE_2D_MULTISAMPLE;
+    }
+
+    auto *texture = new Texture(nullptr);
+    texture->setTarget(target);
+    // Of the arrays only the multisample one records its depth.
+    texture->setSize(0, static_cast<int>(internalFormat), key.width, key.height,
+                     array && multisample ? key.depth : 1);
+    if (!texture->bind()) {
+        return texture; // the calls below would go to another texture
+    }
+    if (!multisample) {
+        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    }
+    switch (target) {
+    case GL_TEXTURE_2D:
+        glTexImage2D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, 0,
+                     ExternalFormat(key.format), ExternalType(key.format), nullptr);
+        break;
+    case GL_TEXTURE_2D_ARRAY:
+        glTexImage3D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, key.depth, 0,
+                     ExternalFormat(key.format), ExternalType(key.format), nullptr);
+        break;
+    case GL_TEXTURE_2D_MULTISAMPLE:
+        glTexImage2DMultisample(target, key.samples, internalFormat, key.width, key.height,
+                                _fixedSampleLocations);
+        break;
+    default:
+        glTexImage3DMultisample(target, key.samples, internalFormat, key.width, key.height, key.depth,
+                                _fixedSampleLocations);
+        break;
+    }
+    texture->unbind();
+    return texture;
+}
+
+bool operator==(const TexturePool::Key &left, const TexturePool::Key &right)
+{
+    return left.format == right.format && left.width == right.width && left.height == right.height
+           && left.depth == right.depth && left.samples == right.samples;
+}
+
+uint qHash(const TexturePool::Key &key)
+{
+    constexpr uint kGoldenRatio = 0x9E3779B9u;
+    uint seed = key.format;
+    for (const int value : {key.width, key.height, key.depth, key.samples}) {
+        seed ^= static_cast<uint>(value) + kGoldenRatio + (seed << 6) + (seed >> 2);
+    }
+    return seed;
+}
+
+}} // namespace Orvane::Zel
