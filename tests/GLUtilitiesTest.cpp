@@ -1,12 +1,274 @@
+#include "support/FakeLoader.h"
 #include "support/GLFixture.h"
+#include "support/Tap.h"
 
 #include <ZelGL/GLUtilities.h>
+#include <ZelGL/GLVersions.h>
+
+#include <QtCore/QRegularExpression>
+
+using namespace Orvane::Zel;
 
 using GLUtilitiesTest = GLTest;
+using GLErrorTest = GLTest;
+using GLDebuggingTest = GLTest;
 
-TEST_F(GLUtilitiesTest, TheVersionIsThatOfTheContext)
+namespace {
+
+/// Answers the given values for every question, in turn.
+std::function<void(GLenum, GLint *)> version(int major, int minor)
 {
-    EXPECT_TRUE(openGlVersionSupported(2, 1));
-    EXPECT_TRUE(openGlVersionSupported(4, 0));
+    return [=](GLenum name, GLint *value) { *value = name == GL_MAJOR_VERSION ? major : minor; };
+}
+
+} // namespace
+
+TEST_F(GLUtilitiesTest, TheVersionTestAsksForTheMinorVersionOnlyWhereTheMajorIsEqual)
+{
+    Tap<&glGetIntegerv> questions;
+    questions.replace(version(4, 3));
+    EXPECT_TRUE(openGlVersionSupported(3, 9));
     EXPECT_FALSE(openGlVersionSupported(5, 0));
+    EXPECT_EQ(2u, questions.count());
+    EXPECT_TRUE(openGlVersionSupported(4, 3));
+    EXPECT_FALSE(openGlVersionSupported(4, 4));
+    EXPECT_EQ(6u, questions.count()) << "nothing is remembered";
+}
+
+TEST_F(GLUtilitiesTest, AnEntryPointIsLookedUpAndOnlyALoudFailureIsLogged)
+{
+    FakeLoader loader;
+    loader.hide("glBufferStorage");
+    EXPECT_NE(nullptr, getGLProcAddress("glDrawArrays", false));
+    EXPECT_EQ(nullptr, getGLProcAddress("glBufferStorage", true));
+    EXPECT_MESSAGES();
+    EXPECT_EQ(nullptr, getGLProcAddress("glBufferStorage", false));
+    EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glBufferStorage'");
+    EXPECT_EQ(QStringList({"glXGetProcAddress glDrawArrays", "glXGetProcAddress glBufferStorage",
+                           "glXGetProcAddress glBufferStorage"}),
+              loader.takeLookUps());
+}
+
+TEST_F(GLUtilitiesTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContext)
+{
+    qunsetenv("ZEL_NO_GL_EXTENSIONS");
+    Tap<&glGetStringi> names;
+    EXPECT_TRUE(hasGLExtension("GL_ARB_draw_indirect"));
+    EXPECT_LT(0u, names.count());
+    names.clear();
+    EXPECT_TRUE(hasGLExtension("ARB_draw_indirect"));
+    EXPECT_FALSE(hasGLExtension("GL_ARB_draw_indirec"));
+    EXPECT_FALSE(hasGLExtension("gl_ARB_draw_indirect"));
+    EXPECT_FALSE(hasGLExtension(""));
+    EXPECT_EQ(0u, names.count());
+}
+
+TEST_F(GLUtilitiesTest, EachContextAnswersForItself)
+{
+    qunsetenv("ZEL_NO_GL_EXTENSIONS");
+    const auto compatible = TestContext::create(TestContext::eCompatibility);
+    ASSERT_NE(nullptr, compatible);
+    EXPECT_TRUE(hasGLExtension("GL_ARB_compatibility"));
+    makeCurrent();
+    EXPECT_FALSE(hasGLExtension("GL_ARB_compatibility"));
+    compatible->makeCurrent();
+    EXPECT_TRUE(hasGLExtension("GL_ARB_compatibility"));
+}
+
+TEST_F(GLUtilitiesTest, WithoutExtensionsNoneIsReadAndWhatAContextHasItKeeps)
+{
+    qunsetenv("ZEL_NO_GL_EXTENSIONS");
+    EXPECT_TRUE(hasGLExtension("GL_ARB_draw_indirect"));
+    qputenv("ZEL_NO_GL_EXTENSIONS", ""); // present, if empty
+    EXPECT_TRUE(hasGLExtension("GL_ARB_draw_indirect"));
+
+    const auto fresh = TestContext::create();
+    Tap<&glGetStringi> names;
+    EXPECT_FALSE(hasGLExtension("GL_ARB_draw_indirect"));
+    EXPECT_EQ(0u, names.count());
+    qunsetenv("ZEL_NO_GL_EXTENSIONS");
+    EXPECT_FALSE(hasGLExtension("GL_ARB_draw_indirect")) << "the empty set stays";
+
+    EXPECT_NE(0, ogl_ext_ARB_draw_indirect) << "the flags know nothing of the variable";
+}
+
+TEST_F(GLUtilitiesTest, TheFramebufferIsLoggedInOneLine)
+{
+    GLuint framebuffer = 0;
+    GLuint textures[2] = {};
+    glGenTextures(2, textures);
+    glGenFramebuffers(1, &framebuffer);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
+    const auto attach = [](GLenum point, GLuint texture, GLint internalFormat, GLenum format, GLenum type) {
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, 4, 4, 0, format, type, nullptr);
+        glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, point, GL_TEXTURE_2D, texture, 0);
+    };
+    attach(GL_COLOR_ATTACHMENT0, textures[0], GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE);
+    attach(GL_DEPTH_ATTACHMENT, textures[1], GL_DEPTH_COMPONENT24, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT);
+
+    logGLFramebuffer();
+    EXPECT_MESSAGES(QString("debug ")
+                    + QString::asprintf("logGLFramebuffer() [%p] '%s' [fb] %3d [0] 0x%04X %3d [d] 0x%04X %d",
+                                        static_cast<void *>(context()),
+                                        reinterpret_cast<const char *>(glGetString(GL_VERSION)),
+                                        int(framebuffer), GL_TEXTURE, int(textures[0]), GL_TEXTURE,
+                                        int(textures[1])));
+
+    glDeleteFramebuffers(1, &framebuffer);
+    glDeleteTextures(2, textures);
+
+    // The default framebuffer has no such attachment points: the queries fail, and zeros are printed.
+    logGLFramebuffer();
+    const QString line = _capture.take().value(0).text;
+    EXPECT_TRUE(line.endsWith(" [fb]   0 [0] 0x0000   0 [d] 0x0000 0")) << qPrintable(line);
+    takeGLErrors();
+}
+
+TEST_F(GLErrorTest, AtMostTenErrorsAreLoggedByOneCall)
+{
+    int pending = 12;
+    Tap<&glGetError> errors;
+    errors.replace([&pending]() -> GLenum { return pending-- > 0 ? GL_INVALID_VALUE : GL_NO_ERROR; });
+    checkGLError("Host.cpp", 42);
+    const QVector<Message> messages = _capture.take();
+    ASSERT_EQ(10, messages.size());
+    for (const Message &message : messages) {
+        EXPECT_EQ(QtWarningMsg, message.level);
+        EXPECT_EQ("[Host.cpp:42] glError: 0x501 'invalid value' caught", message.text);
+    }
+    EXPECT_TRUE(hasGLError("Host.cpp", 43)) << "the eleventh was read and dropped; the twelfth is left";
+    EXPECT_MESSAGES("warning [Host.cpp:#] glError: 0x501 'invalid value' caught");
+    EXPECT_FALSE(hasGLError("Host.cpp", 44));
+}
+
+TEST_F(GLErrorTest, WithoutTheEntryPointThereIsNoError)
+{
+    const auto entry = _ptrc_glGetError;
+    _ptrc_glGetError = nullptr;
+    EXPECT_FALSE(hasGLError("Host.cpp", 1));
+    checkGLError("Host.cpp", 2);
+    _ptrc_glGetError = entry;
+}
+
+TEST_F(GLErrorTest, EveryCodeHasItsWords)
+{
+    EXPECT_STREQ("no error", stringForGLError(0));
+    EXPECT_STREQ("invalid enum", stringForGLError(0x0500));
+    EXPECT_STREQ("invalid value", stringForGLError(0x0501));
+    EXPECT_STREQ("invalid operation", stringForGLError(0x0502));
+    EXPECT_STREQ("unknown error", stringForGLError(0x0503));
+    EXPECT_STREQ("unknown error", stringForGLError(0x0504));
+    EXPECT_STREQ("out of memory", stringForGLError(0x0505));
+    EXPECT_STREQ("invalid framebuffer operation", stringForGLError(0x0506));
+}
+
+namespace {
+
+/// The debug functions of a driver that only takes notes.
+struct DebugDriver
+{
+    static inline QStringList calls;
+    static inline GLDEBUGPROCARB callback = nullptr;
+
+    static void APIENTRY control(GLenum source, GLenum type, GLenum severity, GLsizei count,
+                                 const GLuint *ids, GLboolean enabled)
+    {
+        QString call =
+            QString::asprintf("control %x %x %x %s", source, type, severity, enabled ? "on" : "off");
+        for (GLsizei i = 0; i < count; ++i) {
+            call += " " + QString::number(ids[i]);
+        }
+        calls += call;
+    }
+
+    static void APIENTRY install(GLDEBUGPROCARB function, const void *user)
+    {
+        calls += QString("callback ") + (user == nullptr ? "without" : "with") + " parameter";
+        callback = function;
+    }
+
+    static void provideBy(FakeLoader &loader)
+    {
+        loader.provide("glDebugMessageControlARB", reinterpret_cast<FakeLoader::Function>(&control));
+        loader.provide("glDebugMessageCallbackARB", reinterpret_cast<FakeLoader::Function>(&install));
+    }
+};
+
+} // namespace
+
+TEST_F(GLDebuggingTest, WithoutOneOfItsFunctionsNothingIsDone)
+{
+    FakeLoader loader;
+    loader.hide("glDebugMessageControlARB");
+    loader.hide("glDebugMessageCallbackARB");
+    EXPECT_FALSE(initializeGLDebugging());
+    EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glDebugMessageControlARB'");
+    EXPECT_EQ(1, loader.takeLookUps().size()) << "the second is not looked up";
+
+    DebugDriver::provideBy(loader);
+    loader.hide("glDebugMessageCallbackARB");
+    EXPECT_FALSE(initializeGLDebugging());
+    EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glDebugMessageCallbackARB'");
+    EXPECT_EQ(QStringList(), DebugDriver::calls);
+}
+
+TEST_F(GLDebuggingTest, AllIsSwitchedOnButGroupsAndOneMessage)
+{
+    FakeLoader loader;
+    DebugDriver::provideBy(loader);
+    Tap<&glEnable> enables;
+    enables.replace(
+        [](GLenum capability) { DebugDriver::calls += QString::asprintf("enable %x", capability); });
+    EXPECT_TRUE(initializeGLDebugging());
+    EXPECT_EQ(
+        QStringList({"control 1100 1100 1100 on", "control 1100 8269 826b off", "control 1100 826a 826b off",
+                     "control 8246 8251 1100 off 131185", "callback without parameter", "enable 8242"}),
+        DebugDriver::calls);
+}
+
+TEST_F(GLDebuggingTest, ADriverMessageIsPutIntoWords)
+{
+    FakeLoader loader;
+    DebugDriver::provideBy(loader);
+    ASSERT_TRUE(initializeGLDebugging());
+    const auto words = [this](GLenum source, GLenum type, GLenum severity) {
+        DebugDriver::callback(source, type, 0x1f, severity, 4, "text", nullptr);
+        const Message message = _capture.take().value(0);
+        EXPECT_EQ(QtDebugMsg, message.level);
+        static const QRegularExpression kForm("^\\[GLUtilities\\.cpp:\\d+\\] OpenGL message \\[id=0x1f, "
+                                              "source=(.*), type=(.*), severity=(.*)\\]: text$");
+        const QRegularExpressionMatch match = kForm.match(message.text);
+        return QStringList(match.capturedTexts().mid(1)).join('|');
+    };
+    EXPECT_EQ("api|error|high", words(0x8246, 0x824C, 0x9146));
+    EXPECT_EQ("window system|deprecated behaviour|medium", words(0x8247, 0x824D, 0x9147));
+    EXPECT_EQ("shader compiler|undefined behaviour|low", words(0x8248, 0x824E, 0x9148));
+    EXPECT_EQ("thirdparty|portability|notification", words(0x8249, 0x824F, 0x826B));
+    EXPECT_EQ("application|performance|<unknown>", words(0x824A, 0x8250, 0x9149));
+    EXPECT_EQ("other|other|high", words(0x824B, 0x8251, 0x9146));
+    EXPECT_EQ("<unknown>|marker|high", words(0, 0x8268, 0x9146));
+    EXPECT_EQ("api|push group|high", words(0x8246, 0x8269, 0x9146));
+    EXPECT_EQ("api|pop group|high", words(0x8246, 0x826A, 0x9146));
+    EXPECT_EQ("api|<unknown>|high", words(0x8246, 0, 0x9146));
+}
+
+TEST_F(GLDebuggingTest, TheDriverReportsInTheCallThatIsWrong)
+{
+    ASSERT_TRUE(initializeGLDebugging());
+    glEnable(GL_TEXTURE_2D_ARRAY);
+    const QString message = _capture.take().value(0).toString();
+    EXPECT_TRUE(message.startsWith("debug [GLUtilities.cpp:#] OpenGL message [id=0x")) << qPrintable(message);
+    EXPECT_TRUE(message.contains("source=api, type=error, severity=high]: ")) << qPrintable(message);
+    TestContext::watchDriver();
+    EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors());
+}
+
+TEST(GLVersionsTest, TheVersionIsThatOfTheProject)
+{
+    EXPECT_EQ(ZELGL_PROJECT_VERSION, GLVersions::getVersion());
+    EXPECT_EQ("1.0.0", GLVersions::getVersion());
+    EXPECT_EQ("", GLVersions::getGitHash());
+    EXPECT_EQ("1", GLVersions::getMd5Sum());
+    EXPECT_EQ(nullptr, zelGetMemory());
 }

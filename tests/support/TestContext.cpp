@@ -148,6 +148,11 @@ QOpenGLFunctions_3_2_Core *driver()
     return functions;
 }
 
+QString driverVersion()
+{
+    return reinterpret_cast<const char *>(driver()->glGetString(GL_VERSION));
+}
+
 std::vector<GLenum> takeGLErrors()
 {
     std::vector<GLenum> errors;

@@ -54,5 +54,8 @@ private:
 /// The driver's own functions of the current context, past the library's table and past all hooks.
 QOpenGLFunctions_3_2_Core *driver();
 
+/// GL_VERSION of the current context.
+QString driverVersion();
+
 /// The pending GL errors of the current context, which are cleared with the driver's reports about them.
 std::vector<GLenum> takeGLErrors();

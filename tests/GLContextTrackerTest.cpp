@@ -1,0 +1,130 @@
+#include "support/MessageCapture.h"
+#include "support/TestContext.h"
+
+#include <ZelGL/GLContextTracker.h>
+#include <ZelGL/GLUtilities.h>
+
+#include <GL/glx.h>
+
+using namespace Orvane::Zel;
+
+using GLContextTrackerTest = MessageTest;
+
+namespace {
+
+/// A context made with GLX alone, of which Qt knows nothing.
+class RawGlxContext
+{
+public:
+    RawGlxContext()
+        : _display(XOpenDisplay(nullptr))
+    {
+        if (_display == nullptr) {
+            return;
+        }
+        const int configuration[] = {GLX_DRAWABLE_TYPE, GLX_PBUFFER_BIT, None};
+        int found = 0;
+        GLXFBConfig *configurations =
+            glXChooseFBConfig(_display, DefaultScreen(_display), configuration, &found);
+        if (found > 0) {
+            const int pbuffer[] = {GLX_PBUFFER_WIDTH, 1, GLX_PBUFFER_HEIGHT, 1, None};
+            const int version[] = {GLX_CONTEXT_MAJOR_VERSION_ARB,
+                                   3,
+                                   GLX_CONTEXT_MINOR_VERSION_ARB,
+                                   2,
+                                   GLX_CONTEXT_PROFILE_MASK_ARB,
+                                   GLX_CONTEXT_CORE_PROFILE_BIT_ARB,
+                                   None};
+            const auto create = reinterpret_cast<PFNGLXCREATECONTEXTATTRIBSARBPROC>(
+                glXGetProcAddress(reinterpret_cast<const GLubyte *>("glXCreateContextAttribsARB")));
+            _pbuffer = glXCreatePbuffer(_display, configurations[0], pbuffer);
+            _context = create(_display, configurations[0], nullptr, True, version);
+        }
+        XFree(configurations);
+    }
+
+    ~RawGlxContext()
+    {
+        if (_context != nullptr) {
+            doneCurrent();
+            glXDestroyContext(_display, _context);
+            glXDestroyPbuffer(_display, _pbuffer);
+        }
+        if (_display != nullptr) {
+            XCloseDisplay(_display);
+        }
+    }
+
+    bool makeCurrent()
+    {
+        return _context != nullptr && glXMakeContextCurrent(_display, _pbuffer, _pbuffer, _context) == True;
+    }
+
+    void doneCurrent() { glXMakeContextCurrent(_display, None, None, nullptr); }
+
+    void *identity() const { return _context; }
+
+private:
+    Display *_display;
+    GLXPbuffer _pbuffer = 0;
+    GLXContext _context = nullptr;
+};
+
+} // namespace
+
+TEST_F(GLContextTrackerTest, TheIdentityIsQtsContext)
+{
+    const auto context = TestContext::create();
+    ASSERT_NE(nullptr, context);
+    EXPECT_EQ(context->context(), GLContextTracker::getCurrentContext());
+    EXPECT_EQ(context->context(), GLContextTracker::currentContext());
+    context->doneCurrent();
+    EXPECT_EQ(nullptr, GLContextTracker::currentContext());
+}
+
+TEST_F(GLContextTrackerTest, CheckComparesWithTheContextOfTheMoment)
+{
+    GLContextTracker tracker(nullptr);
+    EXPECT_EQ(nullptr, tracker.trackedContext());
+    EXPECT_TRUE(tracker.check()) << "both identities are null";
+
+    const auto first = TestContext::create();
+    EXPECT_FALSE(tracker.check());
+    EXPECT_EQ(nullptr, tracker.trackedContext()) << "a check changes nothing";
+    EXPECT_EQ(first->context(), tracker.trackCurrentContext());
+    EXPECT_EQ(first->context(), tracker.trackedContext());
+    EXPECT_TRUE(tracker.check());
+
+    const auto second = TestContext::create();
+    EXPECT_FALSE(tracker.check());
+    first->makeCurrent();
+    EXPECT_TRUE(tracker.check());
+    first->doneCurrent();
+    EXPECT_FALSE(tracker.check());
+}
+
+TEST_F(GLContextTrackerTest, AContextBehindQtsBackIsKnownByItsGlxIdentity)
+{
+    qunsetenv("ZEL_NO_GL_EXTENSIONS");
+    RawGlxContext raw;
+    ASSERT_TRUE(raw.makeCurrent());
+    EXPECT_EQ(nullptr, QOpenGLContext::currentContext());
+    EXPECT_EQ(raw.identity(), GLContextTracker::currentContext());
+
+    GLContextTracker tracker(nullptr);
+    EXPECT_EQ(raw.identity(), tracker.trackCurrentContext());
+    ASSERT_TRUE(initializeGLFunctions());
+    EXPECT_TRUE(hasGLExtension("GL_ARB_sync")) << "the library works in it";
+
+    raw.doneCurrent();
+    EXPECT_FALSE(tracker.check());
+    EXPECT_EQ(nullptr, GLContextTracker::currentContext());
+}
+
+TEST_F(GLContextTrackerTest, QtsContextGoesBeforeTheGlxContextUnderIt)
+{
+    const auto context = TestContext::create();
+    EXPECT_NE(nullptr, glXGetCurrentContext());
+    EXPECT_NE(static_cast<void *>(glXGetCurrentContext()), GLContextTracker::currentContext());
+    EXPECT_EQ(context->context(), GLContextTracker::currentContext());
+}

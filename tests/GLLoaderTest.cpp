@@ -1,0 +1,140 @@
+#include "support/FakeLoader.h"
+#include "support/MessageCapture.h"
+#include "support/Tap.h"
+#include "support/TestContext.h"
+
+#include <ZelGL/GLUtilities.h>
+
+namespace {
+
+/// A current context and a look-up that forgets. The table, and whether its load succeeded, live as long as the process:
+/// what needs them untouched is the first test of this file.
+class GLLoaderTest : public MessageTest
+{
+protected:
+    GLLoaderTest()
+        : _context(TestContext::create())
+        , _loader(new FakeLoader)
+    {
+    }
+
+    void freshLoader()
+    {
+        _loader.reset();
+        _loader = std::make_unique<FakeLoader>();
+    }
+
+    std::unique_ptr<TestContext> _context;
+    std::unique_ptr<FakeLoader> _loader;
+};
+
+/// An extension list of one, whatever the driver has.
+void APIENTRY oneExtension(GLenum name, GLint *value)
+{
+    *value = name == GL_NUM_EXTENSIONS ? 1 : 0;
+}
+
+const GLubyte *APIENTRY tessellation(GLenum, GLuint)
+{
+    return reinterpret_cast<const GLubyte *>("GL_ARB_tessellation_shader");
+}
+
+std::vector<int> flags()
+{
+    return {ogl_ext_ARB_draw_indirect,          ogl_ext_ARB_multi_draw_indirect,
+            ogl_ext_ARB_tessellation_shader,    ogl_ext_ARB_texture_cube_map_array,
+            ogl_ext_ARB_shader_atomic_counters, ogl_ext_ARB_shader_image_load_store};
+}
+
+} // namespace
+
+TEST_F(GLLoaderTest, AFailedInitializationReportsAndIsTriedAgain)
+{
+    _loader->hide("glGetStringi");
+    EXPECT_FALSE(initializeGLFunctions());
+    EXPECT_MESSAGES("critical [GLUtilities.cpp:#] Failed to initialize OpenGL ''");
+    EXPECT_EQ(QStringList({"glXGetProcAddressARB glGetIntegerv", "glXGetProcAddressARB glGetStringi"}),
+              _loader->takeLookUps());
+
+    freshLoader();
+    EXPECT_EQ(1, ogl_LoadFunctions()); // from here on the table can tell the version
+    _loader->hide("glGetIntegerv");
+    EXPECT_FALSE(initializeGLFunctions());
+    EXPECT_MESSAGES(
+        QString("critical [GLUtilities.cpp:#] Failed to initialize OpenGL '%1'").arg(driverVersion()));
+    EXPECT_EQ(std::vector<int>({0, 0, 0, 0, 0, 0}), flags()) << "reset before anything is looked up";
+
+    freshLoader();
+    EXPECT_TRUE(initializeGLFunctions());
+    EXPECT_LT(0, _loader->takeLookUps().size());
+    EXPECT_TRUE(initializeGLFunctions());
+    EXPECT_EQ(QStringList(), _loader->takeLookUps()) << "a successful load is never repeated";
+}
+
+TEST_F(GLLoaderTest, AMissingCoreFunctionIsOnlyCounted)
+{
+    EXPECT_EQ(1, ogl_LoadFunctions());
+    EXPECT_NE(nullptr, _ptrc_glCullFace);
+    _loader->hide("glCullFace");
+    _loader->hide("glWaitSync");
+    EXPECT_EQ(3, ogl_LoadFunctions());
+    EXPECT_EQ(nullptr, _ptrc_glCullFace);
+    EXPECT_EQ(nullptr, _ptrc_glWaitSync);
+    EXPECT_NE(nullptr, _ptrc_glFrontFace);
+}
+
+TEST_F(GLLoaderTest, AFlagCountsTheMissingFunctionsOfItsExtension)
+{
+    EXPECT_EQ(1, ogl_LoadFunctions());
+    EXPECT_EQ(std::vector<int>({1, 1, 1, 1, 1, 1}), flags());
+    _loader->hide("glDrawArraysIndirect");
+    _loader->hide("glPatchParameteri");
+    _loader->hide("glPatchParameterfv");
+    EXPECT_EQ(1, ogl_LoadFunctions()) << "functions of extensions are not counted here";
+    EXPECT_EQ(std::vector<int>({2, 1, 3, 1, 1, 1}), flags());
+}
+
+TEST_F(GLLoaderTest, OnlyAdvertisedExtensionsAreLoaded)
+{
+    _loader->provide("glGetIntegerv", reinterpret_cast<FakeLoader::Function>(&oneExtension));
+    _loader->provide("glGetStringi", reinterpret_cast<FakeLoader::Function>(&tessellation));
+    EXPECT_EQ(1, ogl_LoadFunctions());
+    EXPECT_EQ(std::vector<int>({0, 0, 1, 0, 0, 0}), flags());
+    const QStringList lookUps = _loader->takeLookUps();
+    EXPECT_TRUE(lookUps.contains("glXGetProcAddressARB glPatchParameteri"));
+    EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glDrawArraysIndirect"));
+}
+
+TEST_F(GLLoaderTest, TheCoreIsLookedUpInTheOrderOfVersionsUpTo32)
+{
+    ogl_LoadFunctions();
+    const QStringList lookUps = _loader->takeLookUps();
+    int last = 1; // behind the first two, without which there is no start
+    for (const char *name :
+         {"glCullFace", "glDrawArrays", "glDrawRangeElements", "glActiveTexture", "glBlendFuncSeparate",
+          "glGenQueries", "glVertexAttrib4Nub", "glUniformMatrix2x3fv", "glColorMaski",
+          "glDrawArraysInstanced", "glTexImage3DMultisample"}) {
+        const int at = lookUps.lastIndexOf(QString("glXGetProcAddressARB ") + name);
+        EXPECT_LT(last, at) << name;
+        last = at;
+    }
+    EXPECT_EQ(-1, lookUps.indexOf("glXGetProcAddressARB glBindSampler")) << "a function of 3.3";
+    EXPECT_EQ(-1, lookUps.indexOf("glXGetProcAddressARB glBegin")) << "not in the core profile";
+    EXPECT_EQ(0, lookUps.filter("glXGetProcAddress ").size());
+}
+
+TEST_F(GLLoaderTest, TheVersionIsAskedOnceAndItsComparisonRunsBackwards)
+{
+    ogl_LoadFunctions();
+    const int major = ogl_GetMajorVersion();
+    const int minor = ogl_GetMinorVersion();
+    EXPECT_LE(3, major);
+
+    Tap<&glGetIntegerv> questions;
+    EXPECT_EQ(0, ogl_IsVersionGEQ(major - 1, minor));
+    EXPECT_EQ(1, ogl_IsVersionGEQ(major + 1, 0));
+    EXPECT_EQ(0, ogl_IsVersionGEQ(major, minor - 1));
+    EXPECT_EQ(1, ogl_IsVersionGEQ(major, minor));
+    EXPECT_EQ(1, ogl_IsVersionGEQ(major, minor + 1));
+    EXPECT_EQ(0u, questions.count());
+}

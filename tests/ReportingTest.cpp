@@ -1,0 +1,111 @@
+#include "support/MessageCapture.h"
+
+#include <ZelGL/Reporting.h>
+
+using ReportingTest = MessageTest;
+
+namespace {
+
+int checked(int value)
+{
+    ZEL_ASSERT_RETURN(value % 2 == 0, -1, "%d is odd", value);
+    return value;
+}
+
+void checkedVoid(bool condition, bool *reached)
+{
+    ZEL_ASSERT_RETURN(condition, , "refused");
+    *reached = true;
+}
+
+} // namespace
+
+TEST_F(ReportingTest, ALogHasLevelFileLineAndTextAndNothingElse)
+{
+    // clang-format off
+    ZEL_LOG_WARNING("%s of %d", "one", 2); const int line = __LINE__;
+    // clang-format on
+    const QVector<Message> messages = _capture.take();
+    ASSERT_EQ(1, messages.size());
+    const Message &message = messages.first();
+    EXPECT_EQ(QtWarningMsg, message.level);
+    EXPECT_EQ(QString("[ReportingTest.cpp:%1] one of 2").arg(line), message.text);
+    EXPECT_EQ("default", message.category);
+    EXPECT_EQ("", message.file);
+    EXPECT_EQ("", message.function);
+    EXPECT_EQ(0, message.line);
+}
+
+TEST_F(ReportingTest, EveryFormHasItsLevel)
+{
+    ZEL_LOG_DEBUG("text");
+    ZEL_LOG_WARNING("text");
+    ZEL_LOG_CRITICAL("text");
+    ZEL_BARE_DEBUG("text %d", 1);
+    ZEL_BARE_WARNING("text %d", 2);
+    ZEL_BARE_CRITICAL("text %d", 3);
+    EXPECT_MESSAGES("debug [ReportingTest.cpp:#] text", "warning [ReportingTest.cpp:#] text",
+                    "critical [ReportingTest.cpp:#] text", "debug text 1", "warning text 2",
+                    "critical text 3");
+}
+
+TEST_F(ReportingTest, AnAssertionQuotesItsConditionAndGoesOn)
+{
+    const int value = 7;
+    ZEL_ASSERT(0 == value % 2 && "50%s", "value %d", value);
+    // Each per cent sign of the condition is shown behind a backslash.
+    EXPECT_MESSAGES(
+        "critical [ReportingTest.cpp:#] [ !! ] Assertion '0 == value \\% 2 && \"50\\%s\"' failed: value 7");
+    ZEL_ASSERT(7 == value, "value %d", value);
+    EXPECT_MESSAGES();
+}
+
+TEST_F(ReportingTest, ACheckedAssertionLeavesTheFunctionWithItsFailureValue)
+{
+    EXPECT_EQ(4, checked(4));
+    EXPECT_MESSAGES();
+    EXPECT_EQ(-1, checked(5));
+    EXPECT_MESSAGES("critical [ReportingTest.cpp:#] [ !! ] Assertion 'value \\% 2 == 0' failed: 5 is odd");
+
+    bool reached = false;
+    checkedVoid(false, &reached);
+    EXPECT_FALSE(reached);
+    EXPECT_MESSAGES("critical [ReportingTest.cpp:#] [ !! ] Assertion 'condition' failed: refused");
+    checkedVoid(true, &reached);
+    EXPECT_TRUE(reached);
+}
+
+TEST_F(ReportingTest, AMessageIsEvaluatedOnlyWhenItFires)
+{
+    int conditions = 0;
+    int messages = 0;
+    ZEL_ASSERT(++conditions == 1, "%d", ++messages);
+    [&] { ZEL_ASSERT_RETURN(++conditions == 2, , "%d", ++messages); }();
+    EXPECT_EQ(2, conditions);
+    EXPECT_EQ(0, messages);
+    ZEL_ASSERT(++conditions == 0, "%d", ++messages);
+    EXPECT_EQ(3, conditions);
+    EXPECT_EQ(1, messages);
+    EXPECT_MESSAGES("critical [ReportingTest.cpp:#] [ !! ] Assertion '++conditions == 0' failed: 1");
+}
+
+TEST_F(ReportingTest, TheFormsAreOneStatementEach)
+{
+    bool other = false;
+    if (other)
+        ZEL_ASSERT(false, "never");
+    else
+        other = true;
+    EXPECT_TRUE(other) << "the else must not have gone to the if of the macro";
+}
+
+TEST_F(ReportingTest, TextIsTakenAsItIs)
+{
+    ZEL_LOG_DEBUG("%s", "100% %s %n");
+    ZEL_BARE_DEBUG("%s", "100% %s %n");
+    ZEL_LOG_WARNING("Gr\xc3\xb6\xc3\x9f"
+                    "e");
+    EXPECT_MESSAGES("debug [ReportingTest.cpp:#] 100% %s %n", "debug 100% %s %n",
+                    "warning [ReportingTest.cpp:#] Gr\xc3\xb6\xc3\x9f"
+                    "e");
+}
