@@ -1,0 +1,307 @@
+#include "support/MessageCapture.h"
+
+#include <ZelGL/GLSLMacroProcessor.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+#include <map>
+#include <random>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+class GLSLMacroProcessorTest : public MessageTest
+{
+protected:
+    GLSLMacroProcessorTest() { _processor.addIncludePath(_folder.path()); }
+
+    void writeFile(const QString &path, const QByteArray &bytes)
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(bytes.size(), file.write(bytes));
+    }
+
+    void addFile(const QString &name, const QByteArray &bytes) { writeFile(_folder.filePath(name), bytes); }
+
+    QString process(const QString &source) { return GLSLMacroProcessor::process(source, &_processor); }
+
+    QTemporaryDir _folder;
+    GLSLMacroProcessor _processor;
+};
+
+/// The rules read off one after the other, every '#' and every expression in its turn: slow, and plain to check.
+class NaiveProcessor
+{
+public:
+    std::map<QString, QString> macros;
+    std::map<QString, QString> defines;
+    std::map<QString, QString> files;
+    std::vector<ExpectedMessage> warnings;
+
+    QString process(const QString &source)
+    {
+        QString result;
+        int position = 0;
+        for (;;) {
+            const int sign = source.indexOf('#', position);
+            if (sign < 0) {
+                return result + source.mid(position);
+            }
+            result += source.mid(position, sign - position);
+            int start = sign;
+            while (start > 0 && source[start - 1] != '\n' && source[start - 1] != '\r') {
+                --start;
+            }
+            const int end = source.indexOf(QRegExp("[\\n\\r]"), sign);
+            const QString line = source.mid(start, end < 0 ? -1 : end - start);
+            if (!processLine(line, result)) {
+                result += '#';
+                position = sign + 1;
+            } else if (end < 0) {
+                return result;
+            } else {
+                position = end;
+            }
+        }
+    }
+
+private:
+    bool processLine(const QString &line, QString &result)
+    {
+        const QRegExp macro("^\\s*#macro\\s*([^\\s]*)\\s([^\\n\\r]*)\\s*$");
+        const QRegExp include("^#include *\"([^\"]*)\"\\s*$");
+        if (macro.exactMatch(line)) {
+            const auto text = macros.find(macro.cap(1));
+            result += process(text != macros.end() ? text->second : macro.cap(2)) + '\n';
+        } else if (include.exactMatch(line)) {
+            const auto file = files.find(include.cap(1));
+            if (file != files.end()) {
+                result += process(file->second) + '\n';
+            } else if (include.cap(1).isEmpty()) {
+                warnings.push_back(QString("warning Cannot extract include filename from '%1'").arg(line));
+            } else {
+                warnings.push_back(QString("warning Failed to open include file '%1'").arg(include.cap(1)));
+            }
+        } else if (line.startsWith("#version")) {
+            result += line + '\n';
+            for (const auto &define : defines) {
+                result += "#define " + define.first + ' ' + define.second + '\n';
+            }
+        } else {
+            return false;
+        }
+        return true;
+    }
+};
+
+} // namespace
+
+TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
+{
+    addFile("a.glslh", "float a;");
+    addFile("tree.glslh", "#include \"a.glslh\"\n#macro KNOWN x\n");
+    addFile("versioned.glslh", "#version 330");
+    addFile("zero.glslh", QByteArray("before\0after", 12));
+    addFile("utf8.glslh", "// \xc3\xa9");
+    addFile("sub dir", "blank");
+    _processor.addDefine("B", "1");
+    _processor.addDefine("A", "1");
+    _processor.addDefine("B", "2");
+    _processor.addMacro("KNOWN", "#include \"a.glslh\"");
+    _processor.addMacro("VERSION", "#version 430");
+    _processor.addMacro("EMPTY", "");
+
+    const struct
+    {
+        const char *source;
+        const char *expected;
+    } rows[] = {
+        {"", ""},
+        {"no sign at all\r\n", "no sign at all\r\n"},
+        {"a#b", "a#b"},
+        {"#", "#"},
+        {"##\n#\n", "##\n#\n"},
+        {"#define X 1\n#ifdef X\n#endif", "#define X 1\n#ifdef X\n#endif"},
+        // A replaced line ends with the break of its replacement and its own.
+        {"#version 150\nrest", "#version 150\n#define A 1\n#define B 2\n\nrest"},
+        {"#version 150 core # x\r\nrest", "#version 150 core # x\n#define A 1\n#define B 2\n\r\nrest"},
+        {"#versions", "#versions\n#define A 1\n#define B 2\n"},
+        {" #version 150\n", " #version 150\n"},
+        {"x #version 150\n", "x #version 150\n"},
+        {"// c\n#include \"a.glslh\"\nrest", "// c\nfloat a;\n\nrest"},
+        {"#include \"a.glslh\"", "float a;\n"},
+        {"#include\"a.glslh\" \t\r\n", "float a;\n\r\n"},
+        {"#include   \"sub dir\"", "blank\n"},
+        {"#include \"versioned.glslh\"", "#version 330\n#define A 1\n#define B 2\n\n"},
+        {"#include \"tree.glslh\"|", "#include \"tree.glslh\"|"},
+        {"#include \"tree.glslh\"", "float a;\n\nfloat a;\n\n\n\n"},
+        {"#include \"zero.glslh\"", "before\n"},
+        {"#include \"utf8.glslh\"", "// \xc3\xa9\n"},
+        {"#include \"a.glslh\"\n#include \"a.glslh\"", "float a;\n\nfloat a;\n"},
+        // Only #macro may be indented, and nothing may stand in front.
+        {" #include \"a.glslh\"\n", " #include \"a.glslh\"\n"},
+        {"// #include \"a.glslh\"\n", "// #include \"a.glslh\"\n"},
+        {"#include \"a.glslh\" // why\n", "#include \"a.glslh\" // why\n"},
+        {"#include <a.glslh>\n", "#include <a.glslh>\n"},
+        {"#macro UNKNOWN the default\nrest", "the default\n\nrest"},
+        {"#macro UNKNOWN #include \"a.glslh\"\n", "float a;\n\n\n"},
+        {"\t #macro KNOWN the default", "\t float a;\n\n"},
+        {"#macro EMPTY text\n", "\n\n"},
+        {"#macro KNOWN \n", "float a;\n\n\n"},
+        {"#macro KNOWN\n", "KNOWN\n\n"}, // without a blank behind it the name is the default
+        {"#macroKNOWN x", "float a;\n\n"},
+        {"#macro\n", "#macro\n"},
+        {"// #macro KNOWN x\n", "// #macro KNOWN x\n"},
+        {"#macro VERSION #version 150\n", "#version 430\n#define A 1\n#define B 2\n\n\n"},
+        {"#instancedata \"Unknown\" x\n", "#instancedata \"Unknown\" x\n"},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(QString::fromUtf8(row.expected), process(QString::fromUtf8(row.source))) << row.source;
+    }
+}
+
+TEST_F(GLSLMacroProcessorTest, AnUnknownPlanLeavesOnlyTheBreakOfItsLine)
+{
+    EXPECT_EQ("a\n\nb", process("a\n#instancedata \"Nobody\"\nb"));
+    QString line = "#instancedata \"Nobody\"";
+    QRegExp expression("\"(.*)\"");
+    GLSLMacroProcessor::processLineMaterial(line, expression, &_processor);
+    EXPECT_EQ("#instancedata \"Nobody\"", line);
+}
+
+TEST_F(GLSLMacroProcessorTest, AnIncludeThatFailsIsAWarningAndLeavesItsLineOut)
+{
+    ASSERT_TRUE(QDir(_folder.path()).mkdir("folder"));
+    EXPECT_EQ("a\n\nb", process("a\n#include \"missing.glslh\"\nb"));
+    EXPECT_EQ("\nb", process("#include \"\" \nb"));
+    EXPECT_EQ("", process("#include \"folder\""));
+    EXPECT_MESSAGES("warning Failed to open include file 'missing.glslh'",
+                    "warning Cannot extract include filename from '#include \"\" '",
+                    "warning Failed to open include file 'folder'");
+}
+
+TEST_F(GLSLMacroProcessorTest, FoldersAreSearchedInTheirOrderAndTheBuiltInTreeComesFirst)
+{
+    const QTemporaryDir second;
+    addFile("a.glslh", "first");
+    writeFile(second.filePath("a.glslh"), "second");
+    writeFile(second.filePath("b.glslh"), "only second");
+    addFile("ZelUtilities.glslh", "shadow");
+    _processor.addIncludePath("/no/such/folder");
+    _processor.addIncludePath(second.path());
+    EXPECT_EQ("first\n", process("#include \"a.glslh\""));
+    EXPECT_EQ("only second\n", process("#include \"b.glslh\""));
+    QFile builtIn(":/GLSL/include/ZelUtilities.glslh");
+    ASSERT_TRUE(builtIn.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(builtIn.readAll()) + '\n', process("#include \"ZelUtilities.glslh\""));
+}
+
+TEST_F(GLSLMacroProcessorTest, ANullProcessorHasTheDefaultFoldersAndNoDefines)
+{
+    const QString text =
+        GLSLMacroProcessor::process("#version 150\n#include \"ZelUtilities.glslh\"", nullptr);
+    EXPECT_TRUE(text.startsWith("#version 150\n\n// ")) << qPrintable(text.left(40));
+    EXPECT_TRUE(text.contains("uint getDrawID();"));
+    EXPECT_EQ("", GLSLMacroProcessor::processDefines(nullptr));
+}
+
+TEST_F(GLSLMacroProcessorTest, WhatIsRemovedIsGone)
+{
+    _processor.addDefine("A", "1");
+    _processor.addDefine("B", "%1 %2");
+    _processor.addMacro("M", "text");
+    EXPECT_EQ("#define A 1\n#define B %1 %2\n", GLSLMacroProcessor::processDefines(&_processor));
+    _processor.removeDefine("A");
+    _processor.removeDefine("nobody");
+    _processor.removeMacro("M");
+    _processor.removeMacro("nobody");
+    EXPECT_EQ("#define B %1 %2\n", GLSLMacroProcessor::processDefines(&_processor));
+    EXPECT_EQ("default\n", process("#macro M default"));
+    GLSLMacroProcessor copy = _processor; // a value
+    _processor.removeDefine("B");
+    EXPECT_EQ("#define B %1 %2\n", GLSLMacroProcessor::processDefines(&copy));
+}
+
+TEST_F(GLSLMacroProcessorTest, SingleLinesExpandInPlaceByTheHostsOwnExpressions)
+{
+    addFile("a.glslh", "#macro M x");
+    _processor.addMacro("M", "#macro UNKNOWN y");
+    QRegExp include("<(.*)>");
+    QRegExp macro("^@(\\w+) (.*)$");
+    const auto expanded = [&](QString line, GLSLMacroProcessor *processor) {
+        GLSLMacroProcessor::processLineInclude(line, include, processor);
+        GLSLMacroProcessor::processLineMacro(line, macro, processor);
+        return line;
+    };
+    EXPECT_EQ("y\n\n", expanded("#include <a.glslh>", &_processor));
+    EXPECT_EQ(" #include <a.glslh>", expanded(" #include <a.glslh>", &_processor));
+    EXPECT_EQ("y\n", expanded("@M z", &_processor));
+    EXPECT_EQ("#macro M z", expanded("@N #macro M z", &_processor)) << "the default is not processed";
+    EXPECT_EQ("z", expanded("@M z", nullptr));
+    EXPECT_MESSAGES();
+    EXPECT_EQ("", expanded("#include <missing>", &_processor));
+    EXPECT_EQ("", expanded("#include <a.glslh>", nullptr));
+    EXPECT_EQ("", expanded("#include", &_processor));
+    EXPECT_MESSAGES("warning Failed to open include file 'missing'",
+                    "warning Failed to open include file 'a.glslh'",
+                    "warning Cannot extract include filename from '#include'");
+}
+
+TEST_F(GLSLMacroProcessorTest, RandomTextsComeOutAsTheNaiveModelSays)
+{
+    const QStringList pieces =
+        QString("#|\n|\n|\r| |\t|\u00a0|\u2003|\"|//|x|M|N|#macro|#macro |\n#macro M y\n|"
+                "#incl|ude |#include |\"1\"|\"2\"|\"3\"|\"\"|\"?\"|\n#include \"1\"|"
+                "#include \"2\"\n|K|#version|#version 1|#define X")
+            .split('|');
+    std::mt19937 random(20261121);
+    const auto below = [&random](int limit) { return int(random() % unsigned(limit)); };
+    const auto text = [&](int most) {
+        QString result;
+        for (int i = below(most); i > 0; --i) {
+            result += pieces.at(below(pieces.size()));
+        }
+        return result;
+    };
+    // The model must end: a file includes only those of a higher number, and a macro only the last of them.
+    const auto withIncludesFrom = [](QString content, int lowest) {
+        for (int name = 1; name < lowest; ++name) {
+            content.replace(QString("\"%1\"").arg(name), "\"3\"");
+        }
+        return content;
+    };
+    NaiveProcessor model;
+    int directives = 0;
+    for (int round = 0; round < 3000; ++round) {
+        if (round % 10 == 0) {
+            for (int name = 1; name <= 3; ++name) {
+                const QString content =
+                    name < 3 ? withIncludesFrom(text(12), name + 1) : text(12).remove('#');
+                model.files[QString::number(name)] = content;
+                addFile(QString::number(name), content.toUtf8());
+            }
+        }
+        GLSLMacroProcessor processor;
+        processor.addIncludePath(_folder.path());
+        model.macros.clear();
+        if (below(2) != 0) {
+            model.macros["M"] = withIncludesFrom(text(8), 3).replace("#macro", "#nothing");
+            processor.addMacro("M", model.macros["M"]);
+        }
+        model.defines.clear();
+        if (below(2) != 0) {
+            model.defines["K"] = "1";
+            processor.addDefine("K", "1");
+        }
+        model.warnings.clear();
+        const QString source = text(40);
+        const QString expected = model.process(source);
+        ASSERT_EQ(expected, GLSLMacroProcessor::process(source, &processor)) << qPrintable(source);
+        EXPECT_TRUE(takeMessages(model.warnings)) << qPrintable(source);
+        directives += expected != source ? 1 : 0;
+    }
+    EXPECT_GT(directives, 1000) << "the texts must really hold directives";
+}
