@@ -1,0 +1,24 @@
+#!/bin/sh
+# exported-symbols.sh LIBRARY LIST [--refresh]: compares what a shared library exports with the committed list, one
+# demangled name a line, or writes the list. `cmake --build BUILD --target zelgl_refresh_exports` does the latter.
+set -eu
+library=$1
+list=$2
+
+# Strong definitions and vtables. What is weak beside these, inline functions and templates of Qt, comes and goes with the
+# level of optimisation; names that begin with two underscores belong to the tool chain.
+exported() {
+    nm -DC --defined-only "$library" |
+        sed -n -E 's/^[0-9a-f]+ [TBDR] //p; s/^[0-9a-f]+ [VW] (vtable for )/\1/p' |
+        grep -v -E '^(__|_edata$|_end$|_init$|_fini$)' |
+        LC_ALL=C sort -u
+}
+
+if [ "${3-}" = --refresh ]; then
+    exported > "$list"
+    exit
+fi
+exported | diff -u "$list" - || {
+    echo "The exports of $library are not those of $list: if that is meant, build zelgl_refresh_exports."
+    exit 1
+}

@@ -1,0 +1,9 @@
+#!/bin/sh
+# generated-loader.sh SOURCE_TREE: generates the entry-point table again and compares it with the committed one.
+set -eu
+again=$(mktemp -d)
+trap 'rm -rf "$again"' EXIT
+"$1"/tools/glloader/generate.py "$again"
+for file in GLLoader.h GLLoader.cpp; do
+    diff -u "$1/src/GL/$file" "$again/$file"
+done
