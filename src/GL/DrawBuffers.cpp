@@ -1,0 +1,540 @@
+#include "DrawBuffers.h"
+
+#include "AutoBinder.h"
+#include "BufferObject.h"
+#include "GLSLMacroProcessor.h"
+#include "GLUtilities.h"
+#include "OpenGLDeviceContext.h"
+#include "ShaderProgram.h"
+#include "UniformBufferObject.h"
+#include "VertexArrayObject.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+static_assert(sizeof(DrawElementsIndirectCommand) == 20, "GL reads the records at this stride");
+
+/// A command in the std140 layout of "DrawElementsIndirectCommand.glslh".
+struct Std140Command
+{
+    DrawElementsIndirectCommand command;
+    quint32 padding[3];
+};
+static_assert(sizeof(Std140Command) == 32, "std140 rounds the stride of an array of structs up to 16");
+
+PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC drawArraysInstancedBaseInstance = nullptr;
+PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC drawElementsInstancedBaseVertexBaseInstance = nullptr;
+
+template <typename EntryPoint> void lookUpMissing(EntryPoint &entryPoint, const char *name)
+{
+    if (entryPoint == nullptr) {
+        entryPoint = reinterpret_cast<EntryPoint>(getGLProcAddress(name, true));
+    }
+}
+
+bool hasBaseInstanceEntryPoints()
+{
+    lookUpMissing(drawArraysInstancedBaseInstance, "glDrawArraysInstancedBaseInstance");
+    lookUpMissing(drawElementsInstancedBaseVertexBaseInstance,
+                  "glDrawElementsInstancedBaseVertexBaseInstance");
+    return drawArraysInstancedBaseInstance != nullptr
+           && drawElementsInstancedBaseVertexBaseInstance != nullptr;
+}
+
+const void *bufferOffset(quint64 bytes)
+{
+    return reinterpret_cast<const void *>(quintptr(bytes));
+}
+
+} // namespace
+
+/// The uniform "u_DrawID" of the program of one draw; without it nothing is set.
+class DrawBuffers::DrawID
+{
+public:
+    explicit DrawID(ShaderProgram *program)
+        : _program(program)
+        , _location(program != nullptr ? program->getUniformLocationNameID() : locationInCurrentProgram())
+    {
+    }
+
+    void set(int base, int number) const
+    {
+        if (_location < 0) {
+            return;
+        }
+        const unsigned int id = unsigned(base) + unsigned(number);
+        if (_program != nullptr) {
+            _program->setUniform(_location, id);
+        } else {
+            glUniform1ui(_location, id);
+        }
+    }
+
+private:
+    static int locationInCurrentProgram()
+    {
+        GLint program = 0;
+        glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+        return glGetUniformLocation(GLuint(program), "u_DrawID");
+    }
+
+    ShaderProgram *_program;
+    int _location;
+};
+
+int DrawBuffers::_numAlive = 0;
+qint64 DrawBuffers::_totalDrawCalls = 0;
+qint64 DrawBuffers::_totalDrawBatches = 0;
+qint64 DrawBuffers::_totalDrawIndices = 0;
+bool DrawBuffers::_useBaseInstance = false;
+
+int DrawBuffers::NumAlive()
+{
+    return _numAlive;
+}
+
+bool DrawBuffers::isBaseInstanceDrawingSupported()
+{
+    return hasBaseInstanceEntryPoints() && hasGLExtension("GL_ARB_shader_draw_parameters");
+}
+
+void DrawBuffers::useBaseInstanceDrawing(bool use)
+{
+    _useBaseInstance = use;
+}
+
+void DrawBuffers::setup(GLSLMacroProcessor *processor)
+{
+    if (processor != nullptr && _useBaseInstance) {
+        processor->addDefine(QStringLiteral("DRAW_BUFFER_USE_BASE_INSTANCE"), QStringLiteral("1"));
+    }
+}
+
+qint64 DrawBuffers::getAndResetTotalDrawCalls()
+{
+    return std::exchange(_totalDrawCalls, 0);
+}
+
+qint64 DrawBuffers::getAndResetTotalDrawBatches()
+{
+    return std::exchange(_totalDrawBatches, 0);
+}
+
+qint64 DrawBuffers::getAndResetTotalDrawIndices()
+{
+    return std::exchange(_totalDrawIndices, 0);
+}
+
+DrawBuffers::DrawBuffers(QObject *parent)
+    : QObject(parent)
+    , _primitiveType(GLenum(-1))
+{
+    ++_numAlive;
+}
+
+DrawBuffers::~DrawBuffers()
+{
+    --_numAlive;
+}
+
+void DrawBuffers::clear()
+{
+    _vao.clear();
+    _boIndex.clear();
+}
+
+void DrawBuffers::setVAO(QSharedPointer<VertexArrayObject> vao)
+{
+    ZEL_ASSERT(true == this->_vao.isNull(), "Vertex Array Object is already set");
+    _vao = vao;
+}
+
+void DrawBuffers::setPrimitiveType(unsigned int primitiveType)
+{
+    ZEL_ASSERT(GL_QUADS != primitiveType, "GL_QUADS is not allowed");
+    _primitiveType = primitiveType;
+}
+
+void DrawBuffers::setVertexCount(unsigned int count)
+{
+    _vertexCount = int(count);
+}
+
+void DrawBuffers::setIndexedDraw(QSharedPointer<BufferObject> indexBuffer, int indexCount,
+                                 unsigned int indexType)
+{
+    _boIndex = indexBuffer;
+    _indexCount = indexCount;
+    _indexType = indexType;
+}
+
+void DrawBuffers::setIndexBufferOffset(unsigned long offset)
+{
+    _indexBufferOffset = offset;
+}
+
+void DrawBuffers::setDrawIDBase(int base)
+{
+    _drawIDBase = base;
+}
+
+void DrawBuffers::setBaseVertex(int baseVertex)
+{
+    _baseVertex = baseVertex;
+}
+
+void DrawBuffers::setInstanceCount(int count)
+{
+    _instanceCount = count;
+}
+
+void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectCommand *commands, int count)
+{
+    _commandsCount = commands != nullptr ? std::max(count, 0) : 0;
+    _commands.resize(_commandsCount);
+    std::copy_n(commands, _commandsCount, _commands.begin());
+
+    const quint64 indexSize = quint64(bytesFromInternalFormat(_indexType));
+    _commandCounts.resize(_commandsCount);
+    _commandIndexOffsets.resize(_commandsCount);
+    _commandBaseVertices.resize(_commandsCount);
+    for (int i = 0; i < _commandsCount; ++i) {
+        const DrawElementsIndirectCommand &command = _commands.at(i);
+        _commandCounts[i] = int(command.count);
+        _commandIndexOffsets[i] = bufferOffset(command.firstIndex * indexSize);
+        _commandBaseVertices[i] = int(command.baseVertex);
+    }
+    _useMultiDrawIndirect = false;
+}
+
+bool DrawBuffers::bind()
+{
+    ZEL_ASSERT_RETURN(!this->_vao.isNull(), false, "Vertex Array Object is NULL on bind");
+    if (!_vao->bind()) {
+        return false;
+    }
+    if (!_boIndex.isNull() && !_boIndex->bind()) {
+        _vao->unbind();
+        return false;
+    }
+    return true;
+}
+
+bool DrawBuffers::unbind()
+{
+    if (!_boIndex.isNull()) {
+        _boIndex->unbind();
+    }
+    if (!_vao.isNull()) { // a missing one is not reported
+        _vao->unbind();
+    }
+    return true;
+}
+
+bool DrawBuffers::rebind(DrawBuffers *drawBuffersBound)
+{
+    ZEL_ASSERT_RETURN(!this->_vao.isNull(), false, "Vertex Array Object is NULL on rebind");
+    if (drawBuffersBound == this) {
+        return true;
+    }
+    if (drawBuffersBound == nullptr) {
+        return bind();
+    }
+    ZEL_ASSERT_RETURN(!drawBuffersBound->_vao.isNull(), false, "Vertex Array Object is NULL on rebind");
+    bool didBind = false;
+    if (!_vao->rebind(drawBuffersBound->_vao.data(), didBind)) {
+        return false;
+    }
+    if (!switchIndexBuffer(drawBuffersBound, didBind)) {
+        _vao->unbind();
+        return false;
+    }
+    return true;
+}
+
+bool DrawBuffers::willDraw(ShaderProgram *, const QVector<int> *commandIndices) const
+{
+    if (_useMultiDrawIndirect) {
+        return _commandsCount != 0;
+    }
+    if (_commandsCount != 0) {
+        return commandIndices == nullptr || !commandIndices->isEmpty();
+    }
+    return _boIndex.isNull() ? _vertexCount != 0 : _indexCount != 0;
+}
+
+bool DrawBuffers::draw()
+{
+    return draw(nullptr, nullptr);
+}
+
+bool DrawBuffers::draw(ShaderProgram *program)
+{
+    return draw(program, nullptr);
+}
+
+bool DrawBuffers::draw(ShaderProgram *program, const QVector<int> *commandIndices)
+{
+    if (!isDrawPossible()) {
+        return false;
+    }
+    if (_useMultiDrawIndirect) {
+        return drawMultiDrawElementsIndirect();
+    }
+    if (_useBaseInstance) {
+        return drawBaseInstance(commandIndices);
+    }
+    return drawDrawID(program, commandIndices);
+}
+
+bool DrawBuffers::drawInstanced(int instanceCount)
+{
+    if (!isDrawPossible()) {
+        return false;
+    }
+    if (!_boIndex.isNull()) {
+        if (!isIndexSetUp()) {
+            return false;
+        }
+        // Offset 0 and no base vertex, on purpose.
+        glDrawElementsInstanced(_primitiveType, _indexCount, _indexType, nullptr, instanceCount);
+        return true;
+    }
+    if (!isVertexSetUp()) {
+        return false;
+    }
+    glDrawArraysInstanced(_primitiveType, 0, _vertexCount, instanceCount);
+    return true;
+}
+
+bool DrawBuffers::drawBaseInstance(const QVector<int> *)
+{
+    if (_commandsCount != 0) {
+        ZEL_BARE_DEBUG("##### COMMAND COUNT"); // commands need the plain path
+        return false;
+    }
+    if (!hasBaseInstanceEntryPoints()) {
+        return false;
+    }
+    if (!_boIndex.isNull()) {
+        if (!isIndexSetUp()) {
+            return false;
+        }
+        drawElementsInstancedBaseVertexBaseInstance(_primitiveType, _indexCount, _indexType,
+                                                    bufferOffset(_indexBufferOffset), _instanceCount,
+                                                    _baseVertex, GLuint(_drawIDBase));
+        _totalDrawIndices += _indexCount; // once, whatever the number of instances
+    } else {
+        if (!isVertexSetUp()) {
+            return false;
+        }
+        drawArraysInstancedBaseInstance(_primitiveType, _baseVertex, _vertexCount, _instanceCount,
+                                        GLuint(_drawIDBase));
+    }
+    ++_totalDrawCalls;
+    ++_totalDrawBatches;
+    return true;
+}
+
+bool DrawBuffers::drawDrawID(ShaderProgram *program, const QVector<int> *commandIndices)
+{
+    const DrawID drawID(program);
+    if (_commandsCount != 0) {
+        return drawCommands(drawID, commandIndices);
+    }
+    return _boIndex.isNull() ? drawArrays(drawID) : drawElements(drawID);
+}
+
+bool DrawBuffers::drawMultiDrawElementsIndirect()
+{
+    ZEL_ASSERT_RETURN(0 != this->_commandsCount, false,
+                      "DrawElementsIndirectCommandsCount is not set on draw");
+    ZEL_ASSERT_RETURN(0 != this->_indexType, false, "Index type is not setup on draw");
+    ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
+    const AutoBinder binder(_boIndirect.data());
+    glMultiDrawElementsIndirect(_primitiveType, _indexType, nullptr, _commandsCount,
+                                sizeof(DrawElementsIndirectCommand));
+    ++_totalDrawCalls;
+    _totalDrawBatches += _commandsCount;
+    _totalDrawIndices += std::accumulate(_commandCounts.cbegin(), _commandCounts.cend(), qint64(0));
+    return true;
+}
+
+QSharedPointer<UniformBufferObject> DrawBuffers::getDrawElementsIndirectCommandsUniformBufferObject()
+{
+    if (!_commandsUniformBufferObject.isNull()) {
+        return _commandsUniformBufferObject;
+    }
+    const QSharedPointer<OpenGLDeviceContext> factory = OpenGLDeviceContext::current();
+    const QSharedPointer<BufferObject> buffer = factory->newBuffer();
+    buffer->setTarget(GL_UNIFORM_BUFFER);
+    QVector<Std140Command> records;
+    records.reserve(_commandsCount);
+    for (const DrawElementsIndirectCommand &command : qAsConst(_commands)) {
+        records.append(Std140Command{command, {0, 0, 0}});
+    }
+    {
+        const AutoBinder binder(buffer.data());
+        buffer->uploadArbitraryData(records.constData(), _commandsCount, GL_STATIC_DRAW,
+                                    sizeof(Std140Command));
+    }
+    _commandsUniformBufferObject =
+        factory->newUniformBuffer(QStringLiteral("u_DrawElementsIndirectCommandsUniform"), buffer);
+    return _commandsUniformBufferObject;
+}
+
+const QSharedPointer<VertexArrayObject> &DrawBuffers::VAO() const
+{
+    return _vao;
+}
+
+const QSharedPointer<BufferObject> &DrawBuffers::indexBO() const
+{
+    return _boIndex;
+}
+
+int DrawBuffers::numVerts() const
+{
+    return _vertexCount;
+}
+
+int DrawBuffers::numIndexes() const
+{
+    return _indexCount;
+}
+
+unsigned int DrawBuffers::indexType() const
+{
+    return _indexType;
+}
+
+int DrawBuffers::numDrawCommands() const
+{
+    return _commandsCount;
+}
+
+quint64 DrawBuffers::memoryEstimateCPU() const
+{
+    quint64 bytes = 184;
+    bytes += _vao.isNull() ? 0 : _vao->memoryEstimateCPU();
+    bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateCPU();
+    bytes += _boIndirect.isNull() ? 0 : _boIndirect->memoryEstimateCPU();
+    bytes += 4 * (quint64(_commandCounts.size()) + 5 * quint64(_commands.size()));
+    bytes += 8 * quint64(_commandIndexOffsets.size());
+    return bytes;
+}
+
+quint64 DrawBuffers::memoryEstimateGPU() const
+{
+    quint64 bytes = 0;
+    bytes += _vao.isNull() ? 0 : _vao->memoryEstimateGPU();
+    bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateGPU();
+    bytes += _boIndirect.isNull() ? 0 : _boIndirect->memoryEstimateGPU();
+    return bytes;
+}
+
+bool DrawBuffers::isDrawPossible() const
+{
+    // A unit without a vertex array gets the words of one whose vertex array is not bound.
+    if (_vao.isNull()) {
+        ZEL_LOG_CRITICAL("[ !! ] Assertion 'true == this->_vao->isBound()' failed: "
+                         "Vertex Array Object is not bound on draw");
+        return false;
+    }
+    ZEL_ASSERT_RETURN(true == this->_vao->isBound(), false, "Vertex Array Object is not bound on draw");
+    ZEL_ASSERT_RETURN(GLenum(-1) != this->_primitiveType, false, "Primitive type is not setup on draw");
+    return true;
+}
+
+bool DrawBuffers::isIndexSetUp() const
+{
+    ZEL_ASSERT_RETURN(0 != this->_indexType, false, "Index type is not setup on draw");
+    ZEL_ASSERT_RETURN(0 != this->_indexCount, false, "Index count is not setup on draw");
+    return true;
+}
+
+bool DrawBuffers::isVertexSetUp() const
+{
+    ZEL_ASSERT_RETURN(0 != this->_vertexCount, false,
+                      "Index count is not setup on draw"); // "Index" on purpose
+    return true;
+}
+
+bool DrawBuffers::areCommandNumbers(const QVector<int> &commandIndices) const
+{
+    return std::all_of(commandIndices.cbegin(), commandIndices.cend(),
+                       [this](int number) { return unsigned(number) < unsigned(_commandsCount); });
+}
+
+bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
+{
+    if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
+        return false;
+    }
+    const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
+    const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;
+    const int *counts = _commandCounts.constData();
+    const void *const *offsets = _commandIndexOffsets.constData();
+    const int *baseVertices = _commandBaseVertices.constData();
+    qint64 indices = 0;
+    for (int i = 0; i < n; ++i) {
+        const int c = numbers != nullptr ? numbers[i] : i;
+        drawID.set(_drawIDBase, c);
+        glDrawElementsBaseVertex(_primitiveType, counts[c], _indexType, offsets[c], baseVertices[c]);
+        indices += counts[c];
+    }
+    _totalDrawIndices += indices;
+    _totalDrawCalls += n;
+    _totalDrawBatches += n;
+    return true;
+}
+
+bool DrawBuffers::drawElements(const DrawID &drawID) const
+{
+    if (!isIndexSetUp()) {
+        return false;
+    }
+    const void *offset = bufferOffset(_indexBufferOffset);
+    for (int i = 0; i < _instanceCount; ++i) {
+        drawID.set(_drawIDBase, i);
+        if (_baseVertex != 0) {
+            glDrawElementsBaseVertex(_primitiveType, _indexCount, _indexType, offset, _baseVertex);
+        } else {
+            glDrawElements(_primitiveType, _indexCount, _indexType, offset);
+        }
+        ++_totalDrawCalls;
+        ++_totalDrawBatches;
+        _totalDrawIndices += _indexCount;
+    }
+    return true;
+}
+
+bool DrawBuffers::drawArrays(const DrawID &drawID) const
+{
+    if (!isVertexSetUp()) {
+        return false;
+    }
+    for (int i = 0; i < _instanceCount; ++i) {
+        drawID.set(_drawIDBase, i);
+        glDrawArrays(_primitiveType, 0, _vertexCount);
+        ++_totalDrawCalls;
+        ++_totalDrawBatches;
+    }
+    return true;
+}
+
+bool DrawBuffers::switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const
+{
+    // The index binding is part of the vertex array: another one needs it bound again, even if it is the same buffer.
+    if (!_boIndex.isNull()) {
+        return _boIndex->rebind(drawBuffersBound->_boIndex.data(), vaoChanged);
+    }
+    return drawBuffersBound->_boIndex.isNull() || drawBuffersBound->_boIndex->unbind();
+}
+
+}} // namespace Orvane::Zel

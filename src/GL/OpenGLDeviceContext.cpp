@@ -1,0 +1,110 @@
+#include "OpenGLDeviceContext.h"
+
+#include "BufferObject.h"
+#include "DrawBuffers.h"
+#include "GLUtilities.h"
+#include "UniformBufferObject.h"
+#include "VertexArrayObject.h"
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+QSharedPointer<OpenGLDeviceContext> currentDeviceContext(new OpenGLDeviceContext);
+
+constexpr int kQuadVertexCount = 6;
+
+constexpr float kQuadPositions[kQuadVertexCount * 3] = {
+    -1.0f, 1.0f,  -1.0f, //
+    -1.0f, -1.0f, -1.0f, //
+    1.0f,  -1.0f, -1.0f, //
+    1.0f,  -1.0f, -1.0f, //
+    1.0f,  1.0f,  -1.0f, //
+    -1.0f, 1.0f,  -1.0f, //
+};
+
+constexpr float kQuadTexCoords[kQuadVertexCount * 2] = {
+    0.0f, 1.0f, //
+    0.0f, 0.0f, //
+    1.0f, 0.0f, //
+    1.0f, 0.0f, //
+    1.0f, 1.0f, //
+    0.0f, 1.0f, //
+};
+
+void fill(BufferObject &buffer, const float *data, int valueCount)
+{
+    buffer.bind();
+    buffer.upload(data, valueCount, GL_STATIC_DRAW);
+    buffer.unbind();
+}
+
+} // namespace
+
+QSharedPointer<OpenGLDeviceContext> OpenGLDeviceContext::current()
+{
+    return currentDeviceContext;
+}
+
+void OpenGLDeviceContext::resetContext()
+{
+    currentDeviceContext = QSharedPointer<OpenGLDeviceContext>(new OpenGLDeviceContext);
+}
+
+OpenGLDeviceContext::OpenGLDeviceContext() = default;
+
+OpenGLDeviceContext::~OpenGLDeviceContext() = default;
+
+QSharedPointer<BufferObject> OpenGLDeviceContext::newBuffer()
+{
+    return QSharedPointer<BufferObject>(new BufferObject(nullptr));
+}
+
+QSharedPointer<BufferObject> OpenGLDeviceContext::newBuffer(unsigned int bo)
+{
+    return QSharedPointer<BufferObject>(new BufferObject(bo, nullptr));
+}
+
+QSharedPointer<DrawBuffers> OpenGLDeviceContext::fullscreenQuad()
+{
+    if (_fullscreenQuad.isNull()) {
+        _fullscreenQuad = newFullscreenQuad();
+    }
+    return _fullscreenQuad;
+}
+
+QSharedPointer<DrawBuffers> OpenGLDeviceContext::newFullscreenQuad()
+{
+    const QSharedPointer<DrawBuffers> quad(new DrawBuffers(nullptr));
+    const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
+    quad->setVAO(vao);
+    const QSharedPointer<BufferObject> positions = newArrayBuffer(*vao, QStringLiteral("va_Vertex"), 3);
+    const QSharedPointer<BufferObject> texCoords = newArrayBuffer(*vao, QStringLiteral("va_TexCoord"), 2);
+    fill(*positions, kQuadPositions, kQuadVertexCount * 3);
+    fill(*texCoords, kQuadTexCoords, kQuadVertexCount * 2);
+    quad->setVertexCount(kQuadVertexCount);
+    quad->setPrimitiveType(GL_TRIANGLES);
+    return quad;
+}
+
+QSharedPointer<VertexArrayObject> OpenGLDeviceContext::newVAO()
+{
+    return QSharedPointer<VertexArrayObject>(new VertexArrayObject(nullptr));
+}
+
+QSharedPointer<UniformBufferObject>
+OpenGLDeviceContext::newUniformBuffer(const QString &blockName, QSharedPointer<BufferObject> bufferObject)
+{
+    return QSharedPointer<UniformBufferObject>(new UniformBufferObject(blockName, bufferObject, nullptr));
+}
+
+QSharedPointer<BufferObject> OpenGLDeviceContext::newArrayBuffer(VertexArrayObject &vao, const QString &name,
+                                                                 int valuesPerVertex)
+{
+    const QSharedPointer<BufferObject> buffer = newBuffer();
+    buffer->setTarget(GL_ARRAY_BUFFER);
+    vao.upload(name, buffer, valuesPerVertex, GL_FLOAT);
+    return buffer;
+}
+
+}} // namespace Orvane::Zel

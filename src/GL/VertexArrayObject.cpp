@@ -1,0 +1,386 @@
+#include "VertexArrayObject.h"
+
+#include "BufferObject.h"
+#include "GLUtilities.h"
+#include "ShaderProgram.h"
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+const void *bufferOffset(unsigned int bytes)
+{
+    return reinterpret_cast<const void *>(quintptr(bytes));
+}
+
+bool isIntegerType(unsigned int type)
+{
+    return GL_BYTE <= type && type <= GL_UNSIGNED_INT;
+}
+
+bool isWholeVertices(int valueCount, int valuesPerVertex)
+{
+    // Nothing is a multiple of 0: the same words, without the division.
+    if (valuesPerVertex < 1) {
+        ZEL_LOG_CRITICAL("[ !! ] Assertion '0 == (valueCount \\%% valuesPerVertex)' failed: "
+                         "Data size (%d) must be a multi of the values per vertex (%d)",
+                         valueCount, valuesPerVertex);
+        return false;
+    }
+    ZEL_ASSERT_RETURN(0 == (valueCount % valuesPerVertex), false,
+                      "Data size (%d) must be a multi of the values per vertex (%d)", valueCount,
+                      valuesPerVertex);
+    return true;
+}
+
+bool bindForUpload(BufferObject &bufferObject)
+{
+    if (bufferObject.bind()) {
+        return true;
+    }
+    ZEL_LOG_CRITICAL("[ !! ] Failed to bind BO");
+    return false;
+}
+
+} // namespace
+
+void VertexArrayObject::AttributeData::setVertex(int valuesPerVertex, unsigned int type)
+{
+    _valuesPerVertex = valuesPerVertex;
+    _type = type;
+    _normalized = false;
+}
+
+void VertexArrayObject::AttributeData::setBO(QSharedPointer<BufferObject> bo)
+{
+    _bo = bo;
+}
+
+int VertexArrayObject::_numAlive = 0;
+
+int VertexArrayObject::NumAlive()
+{
+    return _numAlive;
+}
+
+bool VertexArrayObject::isTypeSupported(unsigned int type)
+{
+    switch (type) {
+    case GL_UNSIGNED_BYTE:
+    case GL_UNSIGNED_SHORT:
+    case GL_INT:
+    case GL_UNSIGNED_INT:
+    case GL_FLOAT:
+    case GL_HALF_FLOAT:
+        return true;
+    default:
+        return false; // GL_BYTE and GL_SHORT too, on purpose
+    }
+}
+
+VertexArrayObject::VertexArrayObject(QObject *parent)
+    : QObject(parent)
+{
+    GLint slotCount = 0;
+    glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &slotCount);
+    _enabledAttributeNames.resize(slotCount);
+    ++_numAlive;
+}
+
+VertexArrayObject::~VertexArrayObject()
+{
+    destroy();
+    ZEL_ASSERT(false == this->_vaoBound, "Vertex Array Object is bound during class destructor");
+    ZEL_ASSERT(0u == this->_vao, "Vertex Array Object needs to be destroied before class destructor");
+    --_numAlive;
+}
+
+bool VertexArrayObject::create()
+{
+    ZEL_ASSERT_RETURN(0u == this->_vao, false, "Vertex Array Object is not NULL on create");
+    ZEL_ASSERT_RETURN(false == this->_vaoBound, false, "Vertex Array Object is already bound on create");
+    glGenVertexArrays(1, &_vao);
+    return true;
+}
+
+bool VertexArrayObject::destroy()
+{
+    ZEL_ASSERT_RETURN(false == this->_vaoBound, false, "Vertex Array Object is already bound on destroy");
+    if (_vao == 0) {
+        return true;
+    }
+    glDeleteVertexArrays(1, &_vao);
+    _vao = 0;
+    return true;
+}
+
+bool VertexArrayObject::bind()
+{
+    if (_vao == 0) {
+        create();
+    }
+    ZEL_ASSERT_RETURN(0u != this->_vao, false, "Vertex Array Object is NULL on bind");
+    ZEL_ASSERT_RETURN(false == this->_vaoBound, false, "Vertex Array Object is already bound on bind");
+    glBindVertexArray(_vao);
+    _vaoBound = true;
+    return true;
+}
+
+bool VertexArrayObject::unbind()
+{
+    ZEL_ASSERT_RETURN(0u != this->_vao, false, "Vertex Array Object is NULL on unbind");
+    ZEL_ASSERT_RETURN(true == this->_vaoBound, false, "Vertex Array Object is not bound on unbind");
+    _vaoBound = false;
+    glBindVertexArray(0);
+    return true;
+}
+
+bool VertexArrayObject::rebind(VertexArrayObject *vertexArrayObjectBound, bool &didBind)
+{
+    didBind = false;
+    if (vertexArrayObjectBound == this) {
+        return true;
+    }
+    if (vertexArrayObjectBound == nullptr) {
+        didBind = true;
+        return bind();
+    }
+    if (_vao == 0) {
+        create();
+    }
+    ZEL_ASSERT_RETURN(0u != this->_vao, false, "Vertex Array Object is NULL on rebind");
+    ZEL_ASSERT_RETURN(false == this->_vaoBound, false, "Vertex Array Object is already bound on rebind");
+    ZEL_ASSERT_RETURN(0u != vertexArrayObjectBound->_vao, false, "Vertex Array Object is NULL on rebind");
+    ZEL_ASSERT_RETURN(true == vertexArrayObjectBound->_vaoBound, false,
+                      "Vertex Array Object is not already bound on rebind");
+    if (_vao != vertexArrayObjectBound->_vao) {
+        didBind = true;
+        glBindVertexArray(_vao);
+    }
+    vertexArrayObjectBound->_vaoBound = false;
+    _vaoBound = true;
+    return true;
+}
+
+bool VertexArrayObject::isBound() const
+{
+    ZEL_ASSERT_RETURN(0u != this->_vao, false, "Vertex Array Object is NULL on isBound");
+    return _vaoBound;
+}
+
+void VertexArrayObject::registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex,
+                                   unsigned int type)
+{
+    registerBO(name, bo, valuesPerVertex, type, false, 0, 0);
+}
+
+void VertexArrayObject::registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex,
+                                   unsigned int type, bool normalized, unsigned int stride,
+                                   unsigned int offset)
+{
+    ZEL_ASSERT(true == isTypeSupported(type), "Unsupported type 0x%X", type);
+    AttributeData attribute;
+    attribute.setVertex(valuesPerVertex, type);
+    attribute.setBO(bo);
+    attribute._normalized = normalized;
+    attribute._stride = stride;
+    attribute._offset = offset;
+    _attributesData.insert(name, attribute);
+    dirtyAttributeName(name);
+}
+
+void VertexArrayObject::dirtyAttributeName(const QString &name)
+{
+    for (QString &enabledName : _enabledAttributeNames) {
+        if (enabledName == name) {
+            enabledName = QString();
+        }
+    }
+}
+
+bool VertexArrayObject::upload(const QString &name, QSharedPointer<BufferObject> bufferObj,
+                               int valuesPerVertex, unsigned int type)
+{
+    ZEL_ASSERT_RETURN(!bufferObj.isNull(), false, "Must Supply a valid BO pointer");
+    registerBO(name, bufferObj, valuesPerVertex, type);
+    return true;
+}
+
+bool VertexArrayObject::upload(const QString &name, QSharedPointer<BufferObject> bufferObj, const float *data,
+                               int valueCount, int valuesPerVertex, unsigned int usage)
+{
+    ZEL_ASSERT_RETURN(NULL != bufferObj, false, "Must Supply a valid BO pointer");
+    if (!isWholeVertices(valueCount, valuesPerVertex) || !bindForUpload(*bufferObj)) {
+        return false;
+    }
+    bufferObj->upload(data, valueCount, usage);
+    bufferObj->unbind();
+    registerBO(name, bufferObj, valuesPerVertex, GL_FLOAT);
+    return true;
+}
+
+bool VertexArrayObject::upload(const QString &name, QSharedPointer<BufferObject> bufferObj,
+                               const QVector<float> &data, int valuesPerVertex, unsigned int usage)
+{
+    return upload(name, bufferObj, data.constData(), data.size(), valuesPerVertex, usage);
+}
+
+bool VertexArrayObject::subUpload(const QString &attrName, const float *data, int valueCount,
+                                  int valuesPerVertex, int offset)
+{
+    ZEL_ASSERT_RETURN(_attributesData.contains(attrName), false, "Must Supply an existing BO attribute name");
+    ZEL_ASSERT_RETURN(_attributesData[attrName]._valuesPerVertex == valuesPerVertex, false,
+                      "Values per vertex must match (Current %d != New %d)",
+                      _attributesData[attrName]._valuesPerVertex, valuesPerVertex);
+    const QSharedPointer<BufferObject> bufferObj = bo(attrName);
+    if (!isWholeVertices(valueCount, valuesPerVertex) || bufferObj.isNull() || !bindForUpload(*bufferObj)) {
+        return false;
+    }
+    bufferObj->subUpload(data, valueCount, offset); // the result is that of the bind, on purpose
+    bufferObj->unbind();
+    return true;
+}
+
+bool VertexArrayObject::subUpload(const QString &name, const QVector<float> &data, int valuesPerVertex,
+                                  int offset)
+{
+    return subUpload(name, data.constData(), data.size(), valuesPerVertex, offset);
+}
+
+QSharedPointer<BufferObject> VertexArrayObject::bo(const QString &name)
+{
+    return _attributesData.value(name)._bo;
+}
+
+void *VertexArrayObject::mapBO(const QString &name)
+{
+    const QSharedPointer<BufferObject> bufferObj = bo(name);
+    if (bufferObj.isNull()) {
+        return nullptr;
+    }
+    bufferObj->bind();
+    void *contents = bufferObj->map(GL_WRITE_ONLY);
+    bufferObj->unbind(); // a mapping outlives the binding
+    return contents;
+}
+
+void VertexArrayObject::unmapBO(const QString &name)
+{
+    const QSharedPointer<BufferObject> bufferObj = bo(name);
+    if (bufferObj.isNull()) {
+        return;
+    }
+    bufferObj->bind();
+    glUnmapBuffer(bufferObj->target());
+    bufferObj->unbind();
+}
+
+bool VertexArrayObject::enableArray(const QString &name, int attributeIndex)
+{
+    ZEL_ASSERT_RETURN(0 <= attributeIndex, false, "Attribute Index is NULL on enable array");
+    ZEL_ASSERT_RETURN(0u != this->_vao, false, "Vertex Array Object is NULL on enable array");
+    ZEL_ASSERT_RETURN(true == this->_vaoBound, false, "Vertex Array Object is not bound on enable array");
+    if (attributeIndex >= _enabledAttributeNames.size()) {
+        return false; // GL has no such slot
+    }
+    if (_enabledAttributeNames.at(attributeIndex) == name) {
+        return true;
+    }
+    const auto attribute = _attributesData.constFind(name);
+    if (attribute == _attributesData.constEnd()) {
+        _enabledAttributeNames[attributeIndex] = QString();
+        disableArray(unsigned(attributeIndex));
+        return true;
+    }
+    if (attribute->_bo.isNull()) {
+        return false;
+    }
+    specifyArray(*attribute, unsigned(attributeIndex));
+    _enabledAttributeNames[attributeIndex] = name;
+    return true;
+}
+
+bool VertexArrayObject::enableShaderProgramArrays(const ShaderProgram *program)
+{
+    if (program == nullptr) {
+        return true;
+    }
+    const auto &locations = program->getVertexAttributeNameLocationMap();
+    for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
+        if (!enableArray(location.key(), location.value())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+unsigned int VertexArrayObject::getVAO() const
+{
+    return _vao;
+}
+
+GLContextTracker *VertexArrayObject::getContextTracker()
+{
+    return _contextTracker;
+}
+
+quint64 VertexArrayObject::memoryEstimateCPU() const
+{
+    quint64 bytes = 56 + 48 * quint64(_attributesData.size());
+    for (auto attribute = _attributesData.cbegin(); attribute != _attributesData.cend(); ++attribute) {
+        bytes += quint64(attribute.key().size());
+        bytes += attribute->_bo.isNull() ? 0 : attribute->_bo->memoryEstimateCPU();
+    }
+    return bytes;
+}
+
+quint64 VertexArrayObject::memoryEstimateGPU() const
+{
+    quint64 bytes = 0;
+    for (const AttributeData &attribute : _attributesData) {
+        bytes += attribute._bo.isNull() ? 0 : attribute._bo->memoryEstimateGPU();
+    }
+    return bytes;
+}
+
+void VertexArrayObject::specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const
+{
+    const GLsizei stride = GLsizei(attribute._stride);
+    const void *offset = bufferOffset(attribute._offset);
+    glEnableVertexAttribArray(attributeIndex);
+    attribute._bo->bind();
+    // Integers arrive as integers, unless the caller asked for normalization.
+    if (isIntegerType(attribute._type) && !attribute._normalized) {
+        glVertexAttribIPointer(attributeIndex, attribute._valuesPerVertex, attribute._type, stride, offset);
+    } else {
+        glVertexAttribPointer(attributeIndex, attribute._valuesPerVertex, attribute._type,
+                              attribute._normalized, stride, offset);
+    }
+    attribute._bo->unbind();
+}
+
+// A program that reads the missing attribute sees zeros.
+void VertexArrayObject::disableArray(unsigned int attributeIndex) const
+{
+    glDisableVertexAttribArray(attributeIndex);
+    GLint size = 0;
+    glGetVertexAttribiv(attributeIndex, GL_VERTEX_ATTRIB_ARRAY_SIZE, &size);
+    switch (size) { // one below the component count, on purpose: 4, as in a fresh slot, makes no call
+    case 0:
+        glVertexAttrib1f(attributeIndex, 0.0f);
+        break;
+    case 1:
+        glVertexAttrib2f(attributeIndex, 0.0f, 0.0f);
+        break;
+    case 2:
+        glVertexAttrib3f(attributeIndex, 0.0f, 0.0f, 0.0f);
+        break;
+    case 3:
+        glVertexAttrib4f(attributeIndex, 0.0f, 0.0f, 0.0f, 0.0f);
+        break;
+    default:
+        break;
+    }
+}
+
+}} // namespace Orvane::Zel

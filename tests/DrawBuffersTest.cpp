@@ -1,0 +1,584 @@
+#include "support/FakeLoader.h"
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/BufferObject.h>
+#include <ZelGL/DrawBuffers.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/UniformBufferObject.h>
+#include <ZelGL/VertexArrayObject.h>
+
+#include <QtGui/QOpenGLFramebufferObject>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <cstring>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+const char kVertexSource[] = "#version 150\n"
+                             "in vec2 va_Vertex; uniform uint u_DrawID;\n"
+                             "void main() { gl_Position = vec4(va_Vertex, float(u_DrawID), 1.0); }\n";
+const char kFragmentSource[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+
+const void *offset(quintptr bytes)
+{
+    return reinterpret_cast<const void *>(bytes);
+}
+
+/// Draws are recorded and not issued.
+struct DrawTaps
+{
+    DrawTaps()
+    {
+        arrays.replace([](GLenum, GLint, GLsizei) {});
+        elements.replace([](GLenum, GLsizei, GLenum, const void *) {});
+        elementsBaseVertex.replace([](GLenum, GLsizei, GLenum, const void *, GLint) {});
+        arraysInstanced.replace([](GLenum, GLint, GLsizei, GLsizei) {});
+        elementsInstanced.replace([](GLenum, GLsizei, GLenum, const void *, GLsizei) {});
+    }
+
+    size_t count() const
+    {
+        return arrays.count() + elements.count() + elementsBaseVertex.count() + arraysInstanced.count()
+               + elementsInstanced.count();
+    }
+
+    std::vector<GLuint> drawIDs() const
+    {
+        std::vector<GLuint> ids;
+        for (const auto &call : uniforms.calls()) {
+            ids.push_back(std::get<1>(call));
+        }
+        return ids;
+    }
+
+    Tap<&glDrawArrays> arrays;
+    Tap<&glDrawElements> elements;
+    Tap<&glDrawElementsBaseVertex> elementsBaseVertex;
+    Tap<&glDrawArraysInstanced> arraysInstanced;
+    Tap<&glDrawElementsInstanced> elementsInstanced;
+    Tap<&glUniform1ui> uniforms;
+};
+
+using BaseInstanceCall = std::tuple<GLenum, GLsizei, GLenum, const void *, GLsizei, GLint, GLuint>;
+std::vector<BaseInstanceCall> gElementCalls;
+std::vector<std::tuple<GLenum, GLint, GLsizei, GLsizei, GLuint>> gArrayCalls;
+
+void APIENTRY recordElements(GLenum mode, GLsizei count, GLenum type, const void *indices, GLsizei instances,
+                             GLint baseVertex, GLuint baseInstance)
+{
+    gElementCalls.emplace_back(mode, count, type, indices, instances, baseVertex, baseInstance);
+}
+
+void APIENTRY recordArrays(GLenum mode, GLint first, GLsizei count, GLsizei instances, GLuint baseInstance)
+{
+    gArrayCalls.emplace_back(mode, first, count, instances, baseInstance);
+}
+
+class DrawBuffersTest : public GLTest
+{
+protected:
+    ~DrawBuffersTest() override { DrawBuffers::useBaseInstanceDrawing(false); }
+
+    /// A unit of a vertex array without attributes.
+    static std::unique_ptr<DrawBuffers> makeUnit()
+    {
+        auto unit = std::make_unique<DrawBuffers>(nullptr);
+        unit->setVAO(QSharedPointer<VertexArrayObject>(new VertexArrayObject(nullptr)));
+        unit->setPrimitiveType(GL_TRIANGLES);
+        return unit;
+    }
+
+    static QSharedPointer<BufferObject> makeIndexBuffer()
+    {
+        QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
+        buffer->setTarget(GL_ELEMENT_ARRAY_BUFFER);
+        return buffer;
+    }
+
+    static std::unique_ptr<DrawBuffers>
+    makeIndexedUnit(QSharedPointer<BufferObject> indexBuffer = makeIndexBuffer())
+    {
+        auto unit = makeUnit();
+        unit->setIndexedDraw(indexBuffer, 6, GL_UNSIGNED_SHORT);
+        return unit;
+    }
+
+    static std::unique_ptr<DrawBuffers> makeCommandUnit()
+    {
+        const DrawElementsIndirectCommand commands[] = {{3, 9, 0, 0, 9}, {6, 9, 3, 10, 9}, {9, 9, 9, 20, 9}};
+        auto unit = makeIndexedUnit();
+        unit->setDrawElementsIndirectCommands(commands, 3);
+        return unit;
+    }
+
+    /// Calls, batches and indices since the last question.
+    static std::vector<qint64> counters()
+    {
+        return {DrawBuffers::getAndResetTotalDrawCalls(), DrawBuffers::getAndResetTotalDrawBatches(),
+                DrawBuffers::getAndResetTotalDrawIndices()};
+    }
+
+    void provideBaseInstance()
+    {
+        _loader.provide("glDrawElementsInstancedBaseVertexBaseInstance",
+                        reinterpret_cast<FakeLoader::Function>(&recordElements));
+        _loader.provide("glDrawArraysInstancedBaseInstance",
+                        reinterpret_cast<FakeLoader::Function>(&recordArrays));
+        DrawBuffers::useBaseInstanceDrawing(true);
+    }
+
+    FakeLoader _loader;
+};
+
+/// Four columns, each one draw of a unit quad that the draw ID puts in its place and colours.
+class DrawBuffersPicture : public DrawBuffersTest
+{
+protected:
+    static constexpr int kColumns = 4;
+
+    /// Programs differ by the way in which the draw ID travels.
+    void useBaseInstance(bool use)
+    {
+        DrawBuffers::useBaseInstanceDrawing(use);
+        DrawBuffers::setup(&_processor);
+        _program = std::make_unique<ShaderProgram>(nullptr);
+        _program->setMacroProcessor(&_processor);
+        _program->addShader(
+            GL_VERTEX_SHADER,
+            "#version 150\n"
+            "#include \"ZelUtilities.glslh\"\n"
+            "in vec2 va_Vertex; flat out float vo_ID;\n"
+            "void main() { vo_ID = float(getDrawID());\n"
+            "    gl_Position = vec4((va_Vertex.x + vo_ID) * 0.5 - 1.0, va_Vertex.y, 0.0, 1.0); }\n",
+            QString());
+        _program->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        _program->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+        _program->addShader(GL_FRAGMENT_SHADER,
+                            "#version 150\nflat in float vo_ID; out vec4 color;\n"
+                            "void main() { color = vec4(vo_ID * 0.25, 1.0 - vo_ID * 0.25, 0.5, 1.0); }\n",
+                            QString());
+        ASSERT_TRUE(_program->link());
+    }
+
+    std::unique_ptr<DrawBuffers> makeQuad(bool indexed, int drawIDBase, int instances)
+    {
+        const QSharedPointer<BufferObject> corners(new BufferObject(nullptr));
+        corners->setTarget(GL_ARRAY_BUFFER);
+        auto unit = makeUnit();
+        unit->VAO()->upload("va_Vertex", corners, QVector<float>{0, -1, 1, -1, 0, 1, 1, 1}, 2,
+                            GL_STATIC_DRAW);
+        unit->setPrimitiveType(GL_TRIANGLE_STRIP);
+        unit->setVertexCount(4);
+        unit->setDrawIDBase(drawIDBase);
+        unit->setInstanceCount(instances);
+        if (indexed) {
+            const unsigned short indices[] = {9, 9, 0,
+                                              1, 2, 3}; // the strip starts behind two that are never read
+            const QSharedPointer<BufferObject> buffer = makeIndexBuffer();
+            const AutoBinder binder(buffer.data());
+            buffer->uploadGLushortData(indices, 6, GL_STATIC_DRAW);
+            unit->setIndexedDraw(buffer, 4, GL_UNSIGNED_SHORT);
+            unit->setIndexBufferOffset(4);
+        }
+        return unit;
+    }
+
+    /// Draws the units one after the other, and compares.
+    void expectColumns(const std::vector<std::unique_ptr<DrawBuffers>> &units)
+    {
+        constexpr int kSize = 2 * kColumns;
+        QOpenGLFramebufferObject target(kSize, kSize);
+        ASSERT_TRUE(target.bind());
+        driver()->glViewport(0, 0, kSize, kSize);
+        driver()->glClear(GL_COLOR_BUFFER_BIT);
+        ASSERT_TRUE(_program->bind());
+        DrawBuffers *bound = nullptr;
+        for (const auto &unit : units) {
+            ASSERT_TRUE(unit->rebind(bound));
+            bound = unit.get();
+            ASSERT_TRUE(unit->VAO()->enableShaderProgramArrays(_program.get()));
+            EXPECT_TRUE(unit->draw(_program.get()));
+        }
+        EXPECT_TRUE(bound->unbind());
+        EXPECT_TRUE(_program->unbind());
+
+        Pixels expected(kSize, kSize);
+        for (int y = 0; y < kSize; ++y) {
+            for (int x = 0; x < kSize; ++x) {
+                const float id = float(x / 2);
+                expected.at(x, y) = QVector4D(id * 0.25f, 1.0f - id * 0.25f, 0.5f, 1.0f);
+            }
+        }
+        EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
+    }
+
+    void expectColumns(std::unique_ptr<DrawBuffers> unit)
+    {
+        std::vector<std::unique_ptr<DrawBuffers>> units;
+        units.push_back(std::move(unit));
+        expectColumns(units);
+    }
+
+    GLSLMacroProcessor _processor;
+    std::unique_ptr<ShaderProgram> _program;
+};
+
+} // namespace
+
+TEST_F(DrawBuffersTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
+{
+    const DrawTaps taps;
+    DrawBuffers unit(nullptr);
+    EXPECT_EQ(1, DrawBuffers::NumAlive());
+    EXPECT_FALSE(unit.bind());
+    EXPECT_FALSE(unit.rebind(nullptr));
+    EXPECT_FALSE(unit.draw());
+    EXPECT_TRUE(unit.unbind());
+    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion '!this->_vao.isNull()' failed: "
+                    "Vertex Array Object is NULL on bind",
+                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion '!this->_vao.isNull()' failed: "
+                    "Vertex Array Object is NULL on rebind",
+                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'true == this->_vao->isBound()' failed: "
+                    "Vertex Array Object is not bound on draw");
+
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const AutoBinder programBinder(program.get());
+    QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
+    ASSERT_TRUE(vao->create());
+    unit.setVAO(vao);
+    EXPECT_FALSE(unit.draw());
+    ASSERT_TRUE(unit.bind());
+    EXPECT_FALSE(unit.draw());
+    unit.setPrimitiveType(GL_TRIANGLES);
+    EXPECT_FALSE(unit.draw());
+    EXPECT_FALSE(unit.drawInstanced(2));
+    EXPECT_MESSAGES(
+        "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'true == this->_vao->isBound()' failed: "
+        "Vertex Array Object is not bound on draw",
+        "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'GLenum(-1) != this->_primitiveType' failed: "
+        "Primitive type is not setup on draw",
+        "critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_vertexCount' failed: "
+        "Index count is not setup on draw",
+        "critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_vertexCount' failed: "
+        "Index count is not setup on draw");
+    EXPECT_TRUE(unit.unbind());
+
+    unit.setIndexedDraw(makeIndexBuffer(), 6, 0);
+    ASSERT_TRUE(unit.bind());
+    EXPECT_FALSE(unit.draw());
+    unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
+    EXPECT_FALSE(unit.draw());
+    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_indexType' failed: "
+                    "Index type is not setup on draw",
+                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_indexCount' failed: "
+                    "Index count is not setup on draw");
+    EXPECT_TRUE(unit.unbind());
+    EXPECT_EQ(0u, taps.count());
+    EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
+}
+
+TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
+{
+    auto unit = makeUnit();
+    const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
+    unit->setVAO(vao);
+    unit->setPrimitiveType(GL_QUADS);
+    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion 'true == this->_vao.isNull()' failed: "
+                    "Vertex Array Object is already set",
+                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'GL_QUADS != primitiveType' failed: "
+                    "GL_QUADS is not allowed");
+    EXPECT_EQ(vao, unit->VAO());
+    unit->setVertexCount(4);
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const AutoBinder programBinder(program.get());
+    DrawTaps taps;
+    ASSERT_TRUE(unit->bind());
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), taps.arrays.calls().back());
+    EXPECT_TRUE(unit->unbind());
+    unit->clear();
+    EXPECT_TRUE(unit->VAO().isNull());
+}
+
+TEST_F(DrawBuffersTest, CommandsAreDrawnByNumberEachWithItsID)
+{
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto unit = makeCommandUnit();
+    unit->setDrawIDBase(100);
+    const AutoBinder programBinder(program.get());
+    const AutoBinder binder(unit.get());
+    DrawTaps taps;
+    counters();
+    const QVector<int> chosen{2, 0};
+    EXPECT_TRUE(unit->draw(program.get(), &chosen));
+    EXPECT_EQ((std::vector<GLuint>{102, 100}), taps.drawIDs());
+    using Call = std::tuple<GLenum, GLsizei, GLenum, const void *, GLint>;
+    EXPECT_EQ((std::vector<Call>{{GL_TRIANGLES, 9, GL_UNSIGNED_SHORT, offset(18), 20},
+                                 {GL_TRIANGLES, 3, GL_UNSIGNED_SHORT, offset(0), 0}}),
+              taps.elementsBaseVertex.calls());
+    EXPECT_EQ((std::vector<qint64>{2, 2, 12}), counters());
+    EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
+
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ((std::vector<qint64>{3, 3, 18}), counters());
+    for (const QVector<int> &wrong : {QVector<int>{0, 3}, QVector<int>{-1}}) {
+        EXPECT_FALSE(unit->draw(program.get(), &wrong)) << "numbers that no command has";
+    }
+    EXPECT_EQ(5u, taps.count());
+    EXPECT_FALSE(unit->drawBaseInstance(nullptr));
+    EXPECT_MESSAGES("debug ##### COMMAND COUNT");
+}
+
+TEST_F(DrawBuffersTest, InstancesAreSeparateCallsOnThePlainPath)
+{
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const AutoBinder programBinder(program.get());
+    const auto unit = makeIndexedUnit();
+    unit->setDrawIDBase(7);
+    unit->setInstanceCount(4);
+    unit->setIndexBufferOffset(12);
+    const AutoBinder binder(unit.get());
+    DrawTaps taps;
+    counters();
+    EXPECT_TRUE(unit->draw()) << "the program in use is asked";
+    EXPECT_EQ((std::vector<GLuint>{7, 8, 9, 10}), taps.drawIDs());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12)),
+              taps.elements.calls().back());
+    EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters());
+    unit->setBaseVertex(5);
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12), 5),
+              taps.elementsBaseVertex.calls().back());
+    EXPECT_EQ(8u, taps.count());
+
+    EXPECT_TRUE(unit->drawInstanced(3));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(0), 3),
+              taps.elementsInstanced.calls().back());
+    EXPECT_EQ(8u, taps.uniforms.count());
+    EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters()) << "drawInstanced() counts nothing";
+    unit->setInstanceCount(0);
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ(9u, taps.count());
+}
+
+TEST_F(DrawBuffersTest, AProgramWithoutDrawIDGetsNone)
+{
+    const auto program = makeProgram(
+        "#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n", kFragmentSource);
+    const AutoBinder programBinder(program.get());
+    const auto unit = makeUnit();
+    unit->setVertexCount(3);
+    const AutoBinder binder(unit.get());
+    DrawTaps taps;
+    EXPECT_TRUE(unit->draw());
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ(2u, taps.arrays.count());
+    EXPECT_EQ(0u, taps.uniforms.count());
+    EXPECT_TRUE(unit->drawInstanced(2));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 0, 3, 2), taps.arraysInstanced.calls().back());
+}
+
+TEST_F(DrawBuffersTest, BaseInstanceIsOneCallForAllInstances)
+{
+    gElementCalls.clear();
+    gArrayCalls.clear();
+    provideBaseInstance();
+    const DrawTaps taps;
+    counters();
+    const auto indexed = makeIndexedUnit();
+    indexed->setDrawIDBase(7);
+    indexed->setInstanceCount(4);
+    indexed->setIndexBufferOffset(12);
+    indexed->setBaseVertex(5);
+    {
+        const AutoBinder binder(indexed.get());
+        EXPECT_TRUE(indexed->draw());
+    }
+    EXPECT_EQ((std::vector<BaseInstanceCall>{{GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, offset(12), 4, 5, 7}}),
+              gElementCalls);
+    EXPECT_EQ((std::vector<qint64>{1, 1, 6}), counters());
+
+    const auto plain = makeUnit();
+    plain->setVertexCount(3);
+    plain->setBaseVertex(6);
+    const AutoBinder binder(plain.get());
+    EXPECT_TRUE(plain->draw());
+    ASSERT_EQ(1u, gArrayCalls.size());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, 3, 1, 0u), gArrayCalls.front());
+    EXPECT_EQ((std::vector<qint64>{1, 1, 0}), counters());
+    EXPECT_EQ(0u, taps.count());
+}
+
+TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
+{
+    _loader.hide("glDrawElementsInstancedBaseVertexBaseInstance");
+    EXPECT_FALSE(DrawBuffers::isBaseInstanceDrawingSupported());
+    DrawBuffers::useBaseInstanceDrawing(true);
+    const auto unit = makeUnit();
+    unit->setVertexCount(3);
+    const AutoBinder binder(unit.get());
+    EXPECT_FALSE(unit->draw());
+}
+
+TEST_F(DrawBuffersTest, CommandsWithoutAnIndexTypeHaveNoOffsets)
+{
+    const DrawElementsIndirectCommand command{3, 1, 100, 0, 0};
+    const auto unit = makeUnit();
+    unit->setDrawElementsIndirectCommands(&command, 1);
+    EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
+    unit->setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_INT);
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const AutoBinder programBinder(program.get());
+    const AutoBinder binder(unit.get());
+    DrawTaps taps;
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ(offset(0), taps.elementsBaseVertex.last<3>());
+    unit->setDrawElementsIndirectCommands(nullptr, 5);
+    EXPECT_EQ(0, unit->numDrawCommands());
+}
+
+TEST_F(DrawBuffersTest, WillDrawTellsWhetherThereIsAnything)
+{
+    const QVector<int> none;
+    const QVector<int> some{1};
+    const auto commands = makeCommandUnit();
+    EXPECT_TRUE(commands->willDraw(nullptr, nullptr));
+    EXPECT_TRUE(commands->willDraw(nullptr, &some));
+    EXPECT_FALSE(commands->willDraw(nullptr, &none));
+    const auto indexed = makeIndexedUnit();
+    EXPECT_TRUE(indexed->willDraw(nullptr, &none)) << "numbers of commands mean nothing here";
+    indexed->setIndexedDraw(indexed->indexBO(), 0, GL_UNSIGNED_SHORT);
+    EXPECT_FALSE(indexed->willDraw(nullptr, nullptr));
+    const auto plain = makeUnit();
+    EXPECT_FALSE(plain->willDraw(nullptr, nullptr));
+    plain->setVertexCount(3);
+    EXPECT_TRUE(plain->willDraw(nullptr, nullptr));
+    EXPECT_EQ(184u + 56u + 96u + 4 * (3 + 5 * 3) + 8 * 3, commands->memoryEstimateCPU());
+    EXPECT_EQ(0u, commands->memoryEstimateGPU());
+}
+
+TEST_F(DrawBuffersTest, RebindSwitchesWithTheFewestCalls)
+{
+    const QSharedPointer<BufferObject> shared = makeIndexBuffer();
+    const auto first = makeIndexedUnit(shared);
+    const auto second = makeIndexedUnit(shared);
+    const auto third = makeUnit();
+    Tap<&glBindVertexArray> arrays;
+    Tap<&glBindBuffer> buffers;
+    EXPECT_TRUE(first->rebind(nullptr));
+    EXPECT_TRUE(first->rebind(first.get()));
+    EXPECT_EQ(1u, arrays.count());
+    EXPECT_EQ(1u, buffers.count());
+    EXPECT_TRUE(second->rebind(first.get()));
+    EXPECT_EQ(2u, arrays.count());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_ELEMENT_ARRAY_BUFFER), shared->getBO()), buffers.calls().back())
+        << "the index binding belongs to the vertex array";
+    EXPECT_EQ(2u, buffers.count());
+    EXPECT_TRUE(third->rebind(second.get()));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_ELEMENT_ARRAY_BUFFER), 0u), buffers.calls().back());
+    EXPECT_TRUE(first->rebind(third.get()));
+    EXPECT_EQ(4u, arrays.count());
+    EXPECT_EQ(4u, buffers.count());
+
+    // One vertex array under two units: only the index buffer differs.
+    DrawBuffers sibling(nullptr);
+    sibling.setVAO(first->VAO());
+    sibling.setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_SHORT);
+    EXPECT_TRUE(sibling.rebind(first.get()));
+    EXPECT_EQ(4u, arrays.count());
+    EXPECT_EQ(5u, buffers.count());
+    EXPECT_TRUE(sibling.unbind());
+}
+
+TEST_F(DrawBuffersTest, AFailedIndexBufferLeavesNoVertexArrayBound)
+{
+    const auto good = makeIndexedUnit();
+    const auto bad = makeIndexedUnit(QSharedPointer<BufferObject>(new BufferObject(nullptr)));
+    EXPECT_FALSE(bad->bind());
+    ASSERT_TRUE(good->bind());
+    EXPECT_FALSE(bad->rebind(good.get()));
+    EXPECT_MESSAGES(
+        startsWith("critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_target' failed"),
+        startsWith("critical [BufferObject.cpp:#] [ !! ] Assertion '0u != this->_target' failed"));
+    EXPECT_FALSE(bad->VAO()->isBound());
+    EXPECT_FALSE(good->VAO()->isBound());
+    EXPECT_TRUE(good->indexBO()->unbind());
+}
+
+TEST_F(DrawBuffersTest, TheIndirectPathIsDormant)
+{
+    const auto unit = makeUnit();
+    EXPECT_FALSE(unit->drawMultiDrawElementsIndirect());
+    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_commandsCount' failed: "
+                    "DrawElementsIndirectCommandsCount is not set on draw");
+    const auto commands = makeCommandUnit();
+    Tap<&glMultiDrawElementsIndirect> draws;
+    draws.replace([](GLenum, GLenum, const void *, GLsizei, GLsizei) {});
+    counters();
+    EXPECT_TRUE(commands->drawMultiDrawElementsIndirect());
+    EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object");
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), GLenum(GL_UNSIGNED_SHORT), offset(0), 3, 20),
+              draws.calls().back());
+    EXPECT_EQ((std::vector<qint64>{1, 3, 18}), counters());
+}
+
+TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
+{
+    const auto unit = makeCommandUnit();
+    const QSharedPointer<UniformBufferObject> uniforms =
+        unit->getDrawElementsIndirectCommandsUniformBufferObject();
+    EXPECT_EQ(uniforms, unit->getDrawElementsIndirectCommandsUniformBufferObject());
+    const QSharedPointer<BufferObject> buffer = uniforms->bufferObject();
+    EXPECT_EQ(3, buffer->valueCount());
+    EXPECT_EQ(32u, buffer->valueSize());
+    const AutoBinder binder(buffer.data());
+    quint32 words[24];
+    const void *mapped = buffer->map(GL_READ_ONLY);
+    ASSERT_NE(nullptr, mapped);
+    std::memcpy(words, mapped, sizeof(words));
+    EXPECT_TRUE(buffer->unmap());
+    EXPECT_EQ((std::vector<quint32>{6, 9, 3, 10, 9, 0, 0, 0}), (std::vector<quint32>(words + 8, words + 16)));
+}
+
+TEST_F(DrawBuffersPicture, CommandsOfOneUnit)
+{
+    useBaseInstance(false);
+    auto unit = makeQuad(true, 0, 1);
+    const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
+    unit->setDrawElementsIndirectCommands(commands.constData(), kColumns);
+    expectColumns(std::move(unit));
+}
+
+TEST_F(DrawBuffersPicture, UnitsAndInstancesOnThePlainPath)
+{
+    useBaseInstance(false);
+    std::vector<std::unique_ptr<DrawBuffers>> units;
+    for (int i = 0; i < kColumns; ++i) {
+        units.push_back(makeQuad(i % 2 == 0, i, 1));
+    }
+    expectColumns(units);
+    expectColumns(makeQuad(true, 0, kColumns));
+    expectColumns(makeQuad(false, 0, kColumns));
+}
+
+TEST_F(DrawBuffersPicture, UnitsAndInstancesByBaseInstance)
+{
+    if (!DrawBuffers::isBaseInstanceDrawingSupported()) {
+        GTEST_SKIP() << "GL_ARB_shader_draw_parameters is missing";
+    }
+    useBaseInstance(true);
+    std::vector<std::unique_ptr<DrawBuffers>> units;
+    for (int i = 0; i < kColumns; ++i) {
+        units.push_back(makeQuad(true, i, 1));
+    }
+    expectColumns(units);
+    expectColumns(makeQuad(true, 0, kColumns));
+    expectColumns(makeQuad(false, 0, kColumns));
+}

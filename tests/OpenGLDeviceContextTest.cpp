@@ -1,0 +1,114 @@
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/BufferObject.h>
+#include <ZelGL/DrawBuffers.h>
+#include <ZelGL/OpenGLDeviceContext.h>
+#include <ZelGL/UniformBufferObject.h>
+#include <ZelGL/VertexArrayObject.h>
+
+#include <QtCore/QPointer>
+#include <QtGui/QOpenGLFramebufferObject>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+/// A host's own factory.
+class CountingContext : public OpenGLDeviceContext
+{
+public:
+    QSharedPointer<BufferObject> newBuffer() override
+    {
+        ++buffers;
+        return OpenGLDeviceContext::newBuffer();
+    }
+
+    QSharedPointer<DrawBuffers> newFullscreenQuad() override
+    {
+        ++quads;
+        return OpenGLDeviceContext::newFullscreenQuad();
+    }
+
+    int buffers = 0;
+    int quads = 0;
+};
+
+using OpenGLDeviceContextTest = GLTest;
+
+} // namespace
+
+TEST_F(OpenGLDeviceContextTest, MakesPlainObjectsWithoutAParent)
+{
+    const QSharedPointer<OpenGLDeviceContext> factory = OpenGLDeviceContext::current();
+    ASSERT_FALSE(factory.isNull());
+    const QSharedPointer<BufferObject> owner = factory->newBuffer();
+    const QSharedPointer<BufferObject> wrapper = factory->newBuffer(owner->getBO());
+    EXPECT_EQ(owner->getBO(), wrapper->getBO());
+    EXPECT_EQ(1, BufferObject::NumAliveManaged());
+    EXPECT_EQ(nullptr, owner->parent());
+    const QSharedPointer<UniformBufferObject> uniforms = factory->newUniformBuffer("Block", owner);
+    EXPECT_EQ(owner, uniforms->bufferObject());
+    QPointer<VertexArrayObject> tracker;
+    {
+        const QSharedPointer<VertexArrayObject> vao = factory->newVAO();
+        tracker = vao.data();
+        EXPECT_EQ(0u, vao->getVAO());
+    }
+    EXPECT_TRUE(tracker.isNull());
+}
+
+TEST_F(OpenGLDeviceContextTest, TheQuadIsSharedUntilTheContextIsReset)
+{
+    QWeakPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    EXPECT_EQ(quad, OpenGLDeviceContext::current()->fullscreenQuad());
+    EXPECT_EQ(1, DrawBuffers::NumAlive());
+    OpenGLDeviceContext::resetContext();
+    EXPECT_TRUE(quad.isNull());
+    EXPECT_EQ(0, ledger().alive()) << "its GL objects went with it";
+    EXPECT_FALSE(OpenGLDeviceContext::current()->fullscreenQuad().isNull());
+    OpenGLDeviceContext::resetContext();
+}
+
+TEST_F(OpenGLDeviceContextTest, AHostsFactoryIsAskedForTheQuadAndItsBuffers)
+{
+    CountingContext factory;
+    EXPECT_EQ(factory.fullscreenQuad(), factory.fullscreenQuad());
+    EXPECT_EQ(1, factory.quads);
+    EXPECT_EQ(2, factory.buffers);
+}
+
+TEST_F(OpenGLDeviceContextTest, TheQuadCoversThePictureAtTheNearPlane)
+{
+    const auto program =
+        makeProgram("#version 150\n"
+                    "in vec3 va_Vertex; in vec2 va_TexCoord; out vec2 vo_TexCoord;\n"
+                    "void main() { vo_TexCoord = va_TexCoord; gl_Position = vec4(va_Vertex, 1.0); }\n",
+                    "#version 150\n"
+                    "in vec2 vo_TexCoord; out vec4 color;\n"
+                    "void main() { color = vec4(vo_TexCoord, gl_FragCoord.z, 1.0); }\n");
+    constexpr int kSize = 8;
+    QOpenGLFramebufferObject target(kSize, kSize);
+    ASSERT_TRUE(target.bind());
+    driver()->glViewport(0, 0, kSize, kSize);
+    driver()->glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
+    driver()->glClear(GL_COLOR_BUFFER_BIT);
+
+    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->newFullscreenQuad();
+    ASSERT_TRUE(program->bind());
+    ASSERT_TRUE(quad->bind());
+    ASSERT_TRUE(quad->VAO()->enableShaderProgramArrays(program.get()));
+    EXPECT_TRUE(quad->draw(program.get()));
+    EXPECT_TRUE(quad->unbind());
+    EXPECT_TRUE(program->unbind());
+
+    Pixels expected(kSize, kSize);
+    for (int y = 0; y < kSize; ++y) {
+        for (int x = 0; x < kSize; ++x) {
+            expected.at(x, y) = QVector4D((float(x) + 0.5f) / kSize, (float(y) + 0.5f) / kSize, 0.0f, 1.0f);
+        }
+    }
+    EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
+}

@@ -1,0 +1,268 @@
+#include "support/FakeLoader.h"
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/BufferObject.h>
+#include <ZelGL/UniformBufferObject.h>
+
+#include <QtCore/QSharedPointer>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using BaseCall = std::tuple<GLenum, GLuint, GLuint>;
+
+const char kVertexSource[] = "#version 150\n"
+                             "layout (std140) uniform First { vec4 first; };\n"
+                             "layout (std140) uniform Second { vec4 second; };\n"
+                             "void main() { gl_Position = first + second; }\n";
+const char kFragmentSource[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+
+QSharedPointer<BufferObject> makeBuffer(GLenum target = GL_UNIFORM_BUFFER)
+{
+    const float values[] = {1.0f, 2.0f, 3.0f, 4.0f};
+    QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
+    buffer->setTarget(target);
+    const AutoBinder binder(buffer.data());
+    EXPECT_TRUE(buffer->upload(values, 4, GL_STATIC_DRAW));
+    return buffer;
+}
+
+GLint blockBinding(const ShaderProgram &program, const char *block)
+{
+    GLint binding = -1;
+    glGetActiveUniformBlockiv(program.shaderProgramID(), program.getUniformBlockIndex(block),
+                              GL_UNIFORM_BLOCK_BINDING, &binding);
+    return binding;
+}
+
+/// What glBindBuffersBase was asked for.
+struct MultiBind
+{
+    GLenum target;
+    GLuint first;
+    std::vector<GLuint> buffers;
+};
+std::vector<MultiBind> gMultiBinds;
+
+void APIENTRY recordMultiBind(GLenum target, GLuint first, GLsizei count, const GLuint *buffers)
+{
+    gMultiBinds.push_back({target, first, std::vector<GLuint>(buffers, buffers + count)});
+}
+
+class UniformBufferObjectTest : public GLTest
+{
+protected:
+    FakeLoader _loader;
+};
+
+} // namespace
+
+TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
+{
+    UniformBufferObject empty("First", {}, nullptr);
+    EXPECT_FALSE(empty.bind());
+    EXPECT_FALSE(empty.unbind());
+    EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] No ShaderProgram is bound",
+                    "warning [UniformBufferObject.cpp:#] No ShaderProgram is bound");
+    EXPECT_FALSE(empty.bind(nullptr));
+    EXPECT_FALSE(empty.unbind(nullptr));
+    EXPECT_EQ(0u, empty.uniformBlockBinding());
+    EXPECT_MESSAGES(
+        "critical [UniformBufferObject.cpp:#] [ !! ] Assertion '!this->_bufferObject.isNull()' failed: "
+        "m_bufferObject is NULL on bind()",
+        "critical [UniformBufferObject.cpp:#] [ !! ] Assertion '!this->_bufferObject.isNull()' failed: "
+        "m_bufferObject is NULL on bind()",
+        "critical [UniformBufferObject.cpp:#] [ !! ] Assertion '!this->_bufferObject.isNull()' failed: "
+        "m_bufferObject is NULL on uniformBlockBinding()");
+    EXPECT_EQ(0u, empty.memoryEstimateGPU());
+
+    UniformBufferObject unbound("First", makeBuffer(), nullptr);
+    EXPECT_TRUE(unbound.unbind(nullptr));
+    EXPECT_EQ(0xFFFFFFFFu, unbound.uniformBlockBinding());
+    EXPECT_MESSAGES("critical [UniformBufferObject.cpp:#] [ !! ] Assertion "
+                    "'uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID)' failed: "
+                    "UniformBufferObject has not been bound on uniformBlockBinding()");
+    EXPECT_EQ(56u + 5u + 96u, unbound.memoryEstimateCPU());
+    EXPECT_EQ(16u, unbound.memoryEstimateGPU());
+    EXPECT_EQ(2, UniformBufferObject::NumAlive());
+}
+
+TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAllTheSame)
+{
+    QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
+    buffer->setTarget(GL_ARRAY_BUFFER);
+    UniformBufferObject object("First", buffer, nullptr);
+    Tap<&glBindBufferBase> binds;
+    EXPECT_TRUE(object.bind(nullptr));
+    EXPECT_MESSAGES("debug Unknown Uniforma b uffer type 0x8892",
+                    "critical [UniformBufferObject.cpp:#] [ !! ] Assertion "
+                    "'_bufferObject->valueCount() * _bufferObject->valueSize() != 0' failed: "
+                    "glBindBufferRange() cannot take 0 as a size (0,0)");
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, buffer->getBO()}}), binds.calls());
+    EXPECT_TRUE(object.unbind(nullptr));
+    EXPECT_MESSAGES("debug Unknown Uniforma b uffer type 0x8892");
+}
+
+TEST_F(UniformBufferObjectTest, ABufferHoldsItsPointUntilItsLastUserIsGone)
+{
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    ASSERT_TRUE(program->bind());
+    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    UniformBufferObject first("First", buffer, nullptr);
+    UniformBufferObject second("Second", buffer, nullptr);
+    UniformBufferObject other("Second", makeBuffer(), nullptr);
+    Tap<&glBindBufferBase> binds;
+
+    EXPECT_TRUE(first.bind());
+    EXPECT_TRUE(second.bind());
+    EXPECT_EQ(0u, second.uniformBlockBinding());
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, buffer->getBO()}}), binds.calls());
+    EXPECT_TRUE(first.unbind());
+    EXPECT_TRUE(other.bind());
+    EXPECT_EQ(1u, other.uniformBlockBinding()) << "point 0 is still held";
+    EXPECT_TRUE(other.unbind());
+
+    binds.clear();
+    EXPECT_TRUE(second.unbind());
+    EXPECT_TRUE(second.unbind()) << "one too many is no fault";
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, 0}}), binds.calls());
+    EXPECT_TRUE(program->unbind());
+}
+
+TEST_F(UniformBufferObjectTest, AProgramKeepsThePointsOfItsBlocks)
+{
+    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    UniformBufferObject first("First", makeBuffer(), nullptr);
+    UniformBufferObject second("Second", makeBuffer(), nullptr);
+    UniformBufferObject absent("Absent", makeBuffer(), nullptr);
+    Tap<&glUniformBlockBinding> settings;
+
+    EXPECT_TRUE(first.bind(program.get()));
+    EXPECT_TRUE(second.bind(program.get()));
+    EXPECT_EQ(1u, settings.count()) << "First has point 0 from the start";
+    EXPECT_EQ(0, blockBinding(*program, "First"));
+    EXPECT_EQ(1, blockBinding(*program, "Second"));
+    EXPECT_TRUE(first.unbind(program.get()));
+    EXPECT_TRUE(second.unbind(program.get()));
+
+    EXPECT_TRUE(second.bind(program.get())) << "in the other order";
+    EXPECT_EQ(1u, second.uniformBlockBinding()) << "its own point, though 0 is free";
+    EXPECT_TRUE(absent.bind(program.get()));
+    EXPECT_EQ(0u, absent.uniformBlockBinding()) << "a block that the program lacks takes the lowest";
+    EXPECT_EQ(1u, settings.count());
+    EXPECT_TRUE(first.bind(program.get()));
+    EXPECT_EQ(2, blockBinding(*program, "First")) << "its own point is taken";
+    for (UniformBufferObject *object : {&first, &second, &absent}) {
+        EXPECT_TRUE(object->unbind(program.get()));
+    }
+}
+
+TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
+{
+    const int count = UniformBufferObject::maxUniformBlockBindings();
+    ASSERT_GT(count, 0);
+    std::vector<std::unique_ptr<UniformBufferObject>> objects;
+    for (int i = 0; i <= count; ++i) {
+        objects.push_back(std::make_unique<UniformBufferObject>("First", makeBuffer(), nullptr));
+        EXPECT_EQ(i < count, objects.back()->bind(nullptr)) << i;
+    }
+    EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings");
+    EXPECT_EQ(unsigned(count - 1), objects[size_t(count) - 1]->uniformBlockBinding());
+    EXPECT_TRUE(objects.front()->bind(nullptr));
+    EXPECT_TRUE(objects.front()->unbind(nullptr));
+
+    EXPECT_TRUE(objects[3]->unbind(nullptr));
+    EXPECT_TRUE(objects.back()->bind(nullptr));
+    EXPECT_EQ(3u, objects.back()->uniformBlockBinding()) << "the one that came free";
+    for (const auto &object : objects) {
+        EXPECT_TRUE(object->unbind(nullptr));
+    }
+}
+
+TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
+{
+    gMultiBinds.clear();
+    _loader.provide("glBindBuffersBase", reinterpret_cast<FakeLoader::Function>(&recordMultiBind));
+    UniformBufferObject objects[] = {{"First", makeBuffer(), nullptr},
+                                     {"First", makeBuffer(), nullptr},
+                                     {"First", makeBuffer(), nullptr},
+                                     {"First", makeBuffer(GL_SHADER_STORAGE_BUFFER), nullptr}};
+    Tap<&glBindBufferBase> binds;
+    UniformBufferObject::bindBatchStart();
+    for (UniformBufferObject &object : objects) {
+        EXPECT_TRUE(object.bind(nullptr));
+    }
+    EXPECT_EQ(0u, objects[3].uniformBlockBinding()) << "storage blocks count for themselves";
+    EXPECT_EQ(0u, binds.count());
+    EXPECT_TRUE(objects[1].unbind(nullptr));
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, 0}}), binds.calls())
+        << "an unbind is never deferred";
+    UniformBufferObject::bindBatchFlush();
+
+    ASSERT_EQ(2u, gMultiBinds.size());
+    EXPECT_EQ(GLenum(GL_UNIFORM_BUFFER), gMultiBinds[0].target);
+    EXPECT_EQ(0u, gMultiBinds[0].first);
+    EXPECT_EQ(
+        (std::vector<GLuint>{objects[0].bufferObject()->getBO(), 0, objects[2].bufferObject()->getBO()}),
+        gMultiBinds[0].buffers);
+    EXPECT_EQ(GLenum(GL_SHADER_STORAGE_BUFFER), gMultiBinds[1].target);
+    EXPECT_EQ((std::vector<GLuint>{objects[3].bufferObject()->getBO()}), gMultiBinds[1].buffers);
+
+    UniformBufferObject::bindBatchStart();
+    UniformBufferObject::bindBatchFlush();
+    EXPECT_EQ(2u, gMultiBinds.size()) << "an empty batch makes no call";
+    for (UniformBufferObject &object : objects) {
+        EXPECT_TRUE(object.unbind(nullptr));
+    }
+    binds.clear();
+    EXPECT_TRUE(objects[1].bind(nullptr));
+    EXPECT_EQ(1u, binds.count()) << "after the flush binds are immediate again";
+    EXPECT_TRUE(objects[1].unbind(nullptr));
+}
+
+TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfItsRange)
+{
+    _loader.hide("glBindBuffersBase");
+    UniformBufferObject low("First", makeBuffer(), nullptr);
+    UniformBufferObject middle("First", makeBuffer(), nullptr);
+    UniformBufferObject high("First", makeBuffer(), nullptr);
+    EXPECT_TRUE(low.bind(nullptr));
+    UniformBufferObject::bindBatchStart();
+    EXPECT_TRUE(middle.bind(nullptr));
+    EXPECT_TRUE(high.bind(nullptr));
+    Tap<&glBindBufferBase> binds;
+    UniformBufferObject::bindBatchFlush();
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, middle.bufferObject()->getBO()},
+                                     {GL_UNIFORM_BUFFER, 2, high.bufferObject()->getBO()}}),
+              binds.calls());
+    for (UniformBufferObject *object : {&low, &middle, &high}) {
+        EXPECT_TRUE(object->unbind(nullptr));
+    }
+    EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'",
+                    "debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'");
+}
+
+TEST_F(UniformBufferObjectTest, EachContextHasPointsOfItsOwn)
+{
+    UniformBufferObject first("First", makeBuffer(), nullptr);
+    UniformBufferObject second("First", makeBuffer(), nullptr);
+    EXPECT_TRUE(first.bind(nullptr));
+    EXPECT_TRUE(second.bind(nullptr));
+    {
+        const auto context = TestContext::create(TestContext::eCore);
+        QSharedPointer<BufferObject> buffer = makeBuffer();
+        UniformBufferObject there("First", buffer, nullptr);
+        EXPECT_TRUE(there.bind(nullptr));
+        EXPECT_EQ(0u, there.uniformBlockBinding());
+        EXPECT_TRUE(there.unbind(nullptr));
+        buffer->destroy();
+        makeCurrent();
+    }
+    EXPECT_EQ(1u, second.uniformBlockBinding());
+    EXPECT_TRUE(first.unbind(nullptr));
+    EXPECT_TRUE(second.unbind(nullptr));
+}

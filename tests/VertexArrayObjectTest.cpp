@@ -1,0 +1,334 @@
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/BufferObject.h>
+#include <ZelGL/VertexArrayObject.h>
+
+#include <limits>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+const char kFragmentSource[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+const float kNineFloats[9] = {};
+
+QSharedPointer<BufferObject> makeBuffer()
+{
+    QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
+    buffer->setTarget(GL_ARRAY_BUFFER);
+    return buffer;
+}
+
+/// The calls that specify or clear an attribute slot.
+struct SlotTaps
+{
+    size_t count() const
+    {
+        return enables.count() + disables.count() + pointers.count() + integerPointers.count()
+               + binds.count();
+    }
+
+    Tap<&glEnableVertexAttribArray> enables;
+    Tap<&glDisableVertexAttribArray> disables;
+    Tap<&glVertexAttribPointer> pointers;
+    Tap<&glVertexAttribIPointer> integerPointers;
+    Tap<&glBindBuffer> binds;
+};
+
+using VertexArrayObjectTest = GLTest;
+
+} // namespace
+
+TEST_F(VertexArrayObjectTest, TheNameComesWithTheFirstBind)
+{
+    VertexArrayObject vao(nullptr);
+    EXPECT_EQ(1, VertexArrayObject::NumAlive());
+    EXPECT_EQ(nullptr, vao.getContextTracker());
+    EXPECT_FALSE(vao.isBound());
+    EXPECT_FALSE(vao.unbind());
+    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != this->_vao' failed: "
+                    "Vertex Array Object is NULL on isBound",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != this->_vao' failed: "
+                    "Vertex Array Object is NULL on unbind");
+    EXPECT_EQ(0u, vao.getVAO());
+    EXPECT_TRUE(vao.bind());
+    EXPECT_NE(0u, vao.getVAO());
+    EXPECT_TRUE(vao.isBound());
+
+    EXPECT_FALSE(vao.bind());
+    EXPECT_FALSE(vao.create());
+    EXPECT_FALSE(vao.destroy());
+    EXPECT_TRUE(vao.unbind());
+    EXPECT_FALSE(vao.unbind());
+    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
+                    "Vertex Array Object is already bound on bind",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u == this->_vao' failed: "
+                    "Vertex Array Object is not NULL on create",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
+                    "Vertex Array Object is already bound on destroy",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == this->_vaoBound' failed: "
+                    "Vertex Array Object is not bound on unbind");
+    EXPECT_TRUE(vao.destroy());
+    EXPECT_TRUE(vao.destroy());
+}
+
+TEST_F(VertexArrayObjectTest, ABoundObjectThatIsDeletedSaysSoAndLeaksItsName)
+{
+    GLuint name = 0;
+    {
+        VertexArrayObject vao(nullptr);
+        ASSERT_TRUE(vao.bind());
+        name = vao.getVAO();
+    }
+    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
+                    "Vertex Array Object is already bound on destroy",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
+                    "Vertex Array Object is bound during class destructor",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u == this->_vao' failed: "
+                    "Vertex Array Object needs to be destroied before class destructor");
+    EXPECT_EQ(0, VertexArrayObject::NumAlive());
+    glDeleteVertexArrays(1, &name);
+}
+
+TEST_F(VertexArrayObjectTest, UploadFillsAndRegistersOnlyWhatIsWhole)
+{
+    VertexArrayObject vao(nullptr);
+    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    EXPECT_FALSE(vao.upload("va_Vertex", {}, 3, GL_FLOAT));
+    EXPECT_FALSE(vao.upload("va_Vertex", {}, kNineFloats, 9, 3, GL_STATIC_DRAW));
+    EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 8, 3, GL_STATIC_DRAW));
+    EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 0, GL_STATIC_DRAW));
+    EXPECT_MESSAGES(
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '!bufferObj.isNull()' failed: "
+        "Must Supply a valid BO pointer",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'NULL != bufferObj' failed: "
+        "Must Supply a valid BO pointer",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 == (valueCount \\% valuesPerVertex)' failed: "
+        "Data size (8) must be a multi of the values per vertex (3)",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 == (valueCount \\% valuesPerVertex)' failed: "
+        "Data size (9) must be a multi of the values per vertex (0)");
+    {
+        const AutoBinder binder(buffer.data());
+        EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
+    }
+    EXPECT_MESSAGES(
+        startsWith("critical [BufferObject.cpp:#] [ !! ] Assertion '0u == this->_boBountTarget' failed"),
+        "critical [VertexArrayObject.cpp:#] [ !! ] Failed to bind BO");
+    EXPECT_EQ(0, buffer->valueCount());
+    EXPECT_TRUE(vao.bo("va_Vertex").isNull());
+
+    EXPECT_TRUE(vao.upload("va_Vertex", buffer, QVector<float>(9), 3, GL_STATIC_DRAW));
+    EXPECT_EQ(buffer, vao.bo("va_Vertex"));
+    EXPECT_TRUE(vao.upload("va_Normal", buffer, 3, GL_FLOAT));
+    EXPECT_EQ(56u + 2 * (48u + 9u + 96u), vao.memoryEstimateCPU());
+    EXPECT_EQ(72u, vao.memoryEstimateGPU()) << "a shared buffer counts twice";
+}
+
+TEST_F(VertexArrayObjectTest, SubUploadAndMappingReachTheBufferOfAName)
+{
+    VertexArrayObject vao(nullptr);
+    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0));
+    EXPECT_EQ(nullptr, vao.mapBO("va_Vertex"));
+    vao.unmapBO("va_Vertex");
+    ASSERT_TRUE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
+    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 2, 2, 0));
+    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 4, 3, 0));
+    EXPECT_MESSAGES(
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '_attributesData.contains(attrName)' failed: "
+        "Must Supply an existing BO attribute name",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion "
+        "'_attributesData[attrName]._valuesPerVertex == valuesPerVertex' failed: "
+        "Values per vertex must match (Current 3 != New 2)",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 == (valueCount \\% valuesPerVertex)' failed: "
+        "Data size (4) must be a multi of the values per vertex (3)");
+
+    EXPECT_TRUE(vao.subUpload("va_Vertex", QVector<float>{1.0f, 2.0f, 3.0f}, 3, 6));
+    auto *mapped = static_cast<float *>(vao.mapBO("va_Vertex"));
+    ASSERT_NE(nullptr, mapped);
+    mapped[0] = 7.0f;
+    vao.unmapBO("va_Vertex");
+    const AutoBinder binder(buffer.data());
+    const auto *contents = static_cast<const float *>(buffer->map(GL_READ_ONLY));
+    ASSERT_NE(nullptr, contents);
+    EXPECT_EQ(7.0f, contents[0]);
+    EXPECT_EQ(3.0f, contents[8]);
+    EXPECT_TRUE(buffer->unmap());
+}
+
+TEST_F(VertexArrayObjectTest, UnsupportedTypesAreReportedAndStoredAllTheSame)
+{
+    for (const GLenum type :
+         {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_INT, GL_UNSIGNED_INT, GL_FLOAT, GL_HALF_FLOAT}) {
+        EXPECT_TRUE(VertexArrayObject::isTypeSupported(type)) << type;
+    }
+    EXPECT_FALSE(VertexArrayObject::isTypeSupported(GL_SHORT));
+    VertexArrayObject vao(nullptr);
+    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    vao.registerBO("va_Vertex", buffer, 4, GL_BYTE);
+    EXPECT_MESSAGES(
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == isTypeSupported(type)' failed: "
+        "Unsupported type 0x1400");
+    EXPECT_EQ(buffer, vao.bo("va_Vertex"));
+}
+
+TEST_F(VertexArrayObjectTest, EnableArrayNeedsABoundObjectAndASlotThatExists)
+{
+    VertexArrayObject vao(nullptr);
+    EXPECT_FALSE(vao.enableArray("va_Vertex", -1));
+    EXPECT_FALSE(vao.enableArray("va_Vertex", 0));
+    vao.create();
+    EXPECT_FALSE(vao.enableArray("va_Vertex", 0));
+    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 <= attributeIndex' failed: "
+                    "Attribute Index is NULL on enable array",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != this->_vao' failed: "
+                    "Vertex Array Object is NULL on enable array",
+                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == this->_vaoBound' failed: "
+                    "Vertex Array Object is not bound on enable array");
+    const AutoBinder binder(&vao);
+    const SlotTaps taps;
+    EXPECT_FALSE(vao.enableArray("va_Vertex", std::numeric_limits<int>::max()));
+    vao.registerBO("va_Vertex", {}, 3, GL_FLOAT);
+    EXPECT_FALSE(vao.enableArray("va_Vertex", 0)) << "a name without a buffer";
+    EXPECT_EQ(0u, taps.count());
+}
+
+TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalized)
+{
+    VertexArrayObject vao(nullptr);
+    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    ASSERT_TRUE(vao.upload("position", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
+    vao.registerBO("index", buffer, 2, GL_UNSIGNED_SHORT, false, 12, 4);
+    vao.registerBO("color", buffer, 4, GL_UNSIGNED_BYTE, true, 12, 8);
+    const AutoBinder binder(&vao);
+    SlotTaps taps;
+    EXPECT_TRUE(vao.enableArray("position", 0));
+    EXPECT_EQ(
+        std::make_tuple(0u, 3, GLenum(GL_FLOAT), GLboolean(GL_FALSE), 0, static_cast<const void *>(nullptr)),
+        taps.pointers.calls().back());
+    EXPECT_TRUE(vao.enableArray("color", 1));
+    EXPECT_EQ(std::make_tuple(1u, 4, GLenum(GL_UNSIGNED_BYTE), GLboolean(GL_TRUE), 12,
+                              reinterpret_cast<const void *>(8)),
+              taps.pointers.calls().back());
+    EXPECT_TRUE(vao.enableArray("index", 2));
+    EXPECT_EQ(std::make_tuple(2u, 2, GLenum(GL_UNSIGNED_SHORT), 12, reinterpret_cast<const void *>(4)),
+              taps.integerPointers.calls().back());
+    EXPECT_EQ(2u, taps.pointers.count());
+}
+
+TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
+{
+    const auto two = makeProgram("#version 150\n"
+                                 "#extension GL_ARB_explicit_attrib_location : require\n"
+                                 "layout (location = 0) in vec3 a; layout (location = 1) in vec3 b;\n"
+                                 "void main() { gl_Position = vec4(a + b, 1.0); }\n",
+                                 kFragmentSource);
+    const auto swapped = makeProgram("#version 150\n"
+                                     "#extension GL_ARB_explicit_attrib_location : require\n"
+                                     "layout (location = 0) in vec3 a; layout (location = 1) in vec3 c;\n"
+                                     "void main() { gl_Position = vec4(a + c, 1.0); }\n",
+                                     kFragmentSource);
+    VertexArrayObject vao(nullptr);
+    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    for (const char *name : {"a", "b", "c"}) {
+        ASSERT_TRUE(vao.upload(name, buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
+    }
+    const AutoBinder binder(&vao);
+    SlotTaps taps;
+    EXPECT_TRUE(vao.enableShaderProgramArrays(nullptr));
+    EXPECT_EQ(0u, taps.count());
+    EXPECT_TRUE(vao.enableShaderProgramArrays(two.get()));
+    EXPECT_EQ(2u, taps.pointers.count());
+    const size_t callsOfOneSlot = taps.count() / 2;
+    EXPECT_TRUE(vao.enableShaderProgramArrays(two.get()));
+    EXPECT_EQ(2 * callsOfOneSlot, taps.count());
+    EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
+    EXPECT_EQ(3 * callsOfOneSlot, taps.count());
+
+    vao.registerBO("a", buffer, 3, GL_FLOAT);
+    EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
+    EXPECT_EQ(4 * callsOfOneSlot, taps.count()) << "a newly registered buffer is specified again";
+    EXPECT_EQ(0u, std::get<0>(taps.pointers.calls().back()));
+}
+
+TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfItsSlot)
+{
+    VertexArrayObject vao(nullptr);
+    ASSERT_TRUE(vao.upload("known", makeBuffer(), kNineFloats, 9, 3, GL_STATIC_DRAW));
+    const AutoBinder binder(&vao);
+    ASSERT_TRUE(vao.enableArray("known", 1));
+    SlotTaps taps;
+    Tap<&glVertexAttrib1f> ones;
+    Tap<&glVertexAttrib2f> twos;
+    Tap<&glVertexAttrib3f> threes;
+    Tap<&glVertexAttrib4f> fours;
+    EXPECT_TRUE(vao.enableArray("unknown", 1));
+    EXPECT_EQ(1u, taps.disables.last<0>());
+    EXPECT_EQ(std::make_tuple(1u, 0.0f, 0.0f, 0.0f, 0.0f), fours.calls().back())
+        << "the slot had three components";
+    EXPECT_TRUE(vao.enableArray("known", 1));
+    EXPECT_EQ(1u, taps.pointers.count());
+
+    Tap<&glGetVertexAttribiv> sizes;
+    for (GLint size = 0; size <= 4; ++size) {
+        sizes.replace([size](GLuint, GLenum, GLint *answer) { *answer = size; });
+        EXPECT_TRUE(vao.enableArray("unknown", 2));
+        EXPECT_EQ(GLenum(GL_VERTEX_ATTRIB_ARRAY_SIZE), sizes.last<1>());
+    }
+    EXPECT_EQ((std::vector<size_t>{1, 1, 1, 2}),
+              (std::vector<size_t>{ones.count(), twos.count(), threes.count(), fours.count()}));
+}
+
+TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)
+{
+    VertexArrayObject first(nullptr);
+    VertexArrayObject second(nullptr);
+    Tap<&glBindVertexArray> binds;
+    bool didBind = false;
+    EXPECT_TRUE(first.rebind(nullptr, didBind));
+    EXPECT_TRUE(didBind);
+    EXPECT_TRUE(first.rebind(&first, didBind));
+    EXPECT_FALSE(didBind);
+    EXPECT_EQ(1u, binds.count());
+    EXPECT_TRUE(second.rebind(&first, didBind)) << "the name is made here";
+    EXPECT_TRUE(didBind);
+    EXPECT_EQ(second.getVAO(), binds.last<0>());
+    EXPECT_FALSE(first.isBound());
+    EXPECT_TRUE(second.isBound());
+
+    EXPECT_FALSE(second.rebind(&first, didBind));
+    EXPECT_TRUE(second.unbind());
+    EXPECT_FALSE(second.rebind(&first, didBind));
+    VertexArrayObject unnamed(nullptr);
+    EXPECT_FALSE(second.rebind(&unnamed, didBind));
+    EXPECT_FALSE(didBind);
+    EXPECT_MESSAGES(
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
+        "Vertex Array Object is already bound on rebind",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == vertexArrayObjectBound->_vaoBound' "
+        "failed: Vertex Array Object is not already bound on rebind",
+        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != vertexArrayObjectBound->_vao' failed: "
+        "Vertex Array Object is NULL on rebind");
+}
+
+TEST_F(VertexArrayObjectTest, RebindOfOneNameMakesNoCall)
+{
+    VertexArrayObject first(nullptr);
+    VertexArrayObject second(nullptr);
+    ASSERT_TRUE(first.bind());
+    Hook<&glGenVertexArrays> generate;
+    generate.replace([&](GLsizei, GLuint *name) { *name = first.getVAO(); });
+    Tap<&glBindVertexArray> binds;
+    bool didBind = true;
+    EXPECT_TRUE(second.rebind(&first, didBind));
+    EXPECT_FALSE(didBind);
+    EXPECT_EQ(0u, binds.count());
+    EXPECT_FALSE(first.isBound());
+    EXPECT_TRUE(second.unbind());
+    Hook<&glDeleteVertexArrays> remove;
+    remove.replace([](GLsizei, const GLuint *) {});
+    EXPECT_TRUE(second.destroy()) << "the name goes with the first";
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <ZelGL/ShaderProgram.h>
+
+#include <gtest/gtest.h>
+
+#include <QtGui/qopengl.h>
+
+#include <memory>
+
+/// A program of two stages, linked, or a failure of the running test. The processor, if any, is that of both stages.
+inline std::unique_ptr<Orvane::Zel::ShaderProgram>
+makeProgram(const char *vertexSource, const char *fragmentSource,
+            Orvane::Zel::GLSLMacroProcessor *processor = nullptr)
+{
+    auto program = std::make_unique<Orvane::Zel::ShaderProgram>(nullptr);
+    program->setMacroProcessor(processor);
+    program->addShader(GL_VERTEX_SHADER, vertexSource, QString());
+    program->addShader(GL_FRAGMENT_SHADER, fragmentSource, QString());
+    EXPECT_TRUE(program->link()) << program->log().toStdString();
+    return program;
+}
