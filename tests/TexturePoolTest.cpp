@@ -1,0 +1,256 @@
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/Texture.h>
+#include <ZelGL/TexturePool.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <map>
+#include <random>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+const QString kPrefix = "debug [TexturePool.cpp:#] ";
+
+GLint maxSamples()
+{
+    GLint samples = 0;
+    driver()->glGetIntegerv(GL_MAX_SAMPLES, &samples);
+    return samples;
+}
+
+std::vector<ExpectedMessage> summary(int managed, int active, int free)
+{
+    return {QString(kPrefix + "%1 managed textures:").arg(managed),
+            QString(kPrefix + "- %1 active textures").arg(active),
+            QString(kPrefix + "- %1 free textures").arg(free),
+            kPrefix + "- breakdown by texture format, width and height:"};
+}
+
+class TexturePoolTest : public GLTest
+{
+protected:
+    TexturePool _pool;
+};
+
+} // namespace
+
+TEST_F(TexturePoolTest, KeysDifferInEveryFieldAndFoldToTheirHash)
+{
+    EXPECT_TRUE(TexturePool::Key() == TexturePool::Key(RGBA, 0, 0, -1, 1));
+    const TexturePool::Key key(RGBA16F, 640, 480, 2, 4);
+    EXPECT_TRUE(key == TexturePool::Key(RGBA16F, 640, 480, 2, 4));
+    EXPECT_FALSE(key == TexturePool::Key(RGBA32F, 640, 480, 2, 4));
+    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 641, 480, 2, 4));
+    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 640, 481, 2, 4));
+    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 640, 480, 3, 4));
+    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 640, 480, 2, 8));
+
+    quint64 seed = 8; // the same in wide arithmetic, cut to 32 bits at each step
+    for (const quint64 value : {640, 480, 2, 4}) {
+        seed ^= (value + 0x9E3779B9u + (seed << 6) + (seed >> 2)) & 0xFFFFFFFFu;
+    }
+    EXPECT_EQ(uint(seed), qHash(key));
+}
+
+TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
+{
+    for (unsigned int format = 0; format <= DEPTH32F_STENCIL8; ++format) {
+        Texture *texture = _pool.take(TextureFormat(format), 4, 2, 1, 1);
+        ASSERT_TRUE(texture->bind());
+        EXPECT_EQ(InternalFormat(TextureFormat(format)), unsigned(texture->internalFormat(0)));
+        EXPECT_EQ(4, texture->width(0));
+        EXPECT_EQ(2, texture->height(0));
+        texture->unbind();
+        _pool.releaseRef(texture, 1);
+    }
+
+    struct Shape
+    {
+        int depth;
+        int samples;
+        unsigned int target;
+    };
+    for (const Shape &shape :
+         {Shape{1, 1, GL_TEXTURE_2D}, Shape{3, 1, GL_TEXTURE_2D_ARRAY},
+          Shape{1, 4, GL_TEXTURE_2D_MULTISAMPLE}, Shape{3, 4, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}}) {
+        const bool multisample = shape.samples > 1;
+        const Tap<&glTexParameteri> parameters;
+        Texture *texture = _pool.take(RGBA16F, 8, 8, shape.depth, shape.samples);
+        EXPECT_EQ(shape.target, texture->target());
+        EXPECT_EQ(multisample ? 0u : 2u, parameters.count());
+        EXPECT_FALSE(texture->isBound());
+        ASSERT_TRUE(texture->bind());
+        EXPECT_EQ(shape.depth, texture->depth(0));
+        EXPECT_EQ(multisample ? shape.samples : 0, texture->getTexLevelParameteriv(0, GL_TEXTURE_SAMPLES));
+        texture->unbind();
+        _pool.releaseRef(texture, 1);
+    }
+    _pool.deleteUnused();
+}
+
+TEST_F(TexturePoolTest, SampleLocationsAreAsSet)
+{
+    for (const bool fixed : {false, true}) {
+        const Tap<&glTexImage2DMultisample> allocations;
+        const Tap<&glTexImage3DMultisample> arrayAllocations;
+        _pool.setFixedSampleLocations(fixed);
+        _pool.releaseRef(_pool.take(RGBA, 4, 4, 1, 2), 1);
+        _pool.releaseRef(_pool.take(RGBA, 4, 4, 2, 2), 1);
+        EXPECT_EQ(fixed, bool(allocations.last<5>()));
+        EXPECT_EQ(fixed, bool(arrayAllocations.last<6>()));
+        _pool.deleteUnused();
+    }
+}
+
+TEST_F(TexturePoolTest, ARecycledTextureIsTheOneAtTheHighestAddressAndCostsOneQuery)
+{
+    std::vector<Texture *> textures;
+    for (int i = 0; i < 4; ++i) {
+        textures.push_back(_pool.take(RGBA, 16, 16, 1, 1));
+    }
+    for (const int i : {2, 0, 3, 1}) {
+        _pool.releaseRef(textures[size_t(i)], 1);
+    }
+    std::sort(textures.begin(), textures.end(), std::less<Texture *>());
+
+    const Tap<&glGetIntegerv> queries;
+    const Tap<&glGenTextures> names;
+    const Tap<&glActiveTexture> units;
+    const Tap<&glBindTexture> binds;
+    const Tap<&glTexParameteri> parameters;
+    const Tap<&glTexImage2D> allocations;
+    for (size_t i = 4; i-- > 0;) {
+        EXPECT_EQ(textures[i], _pool.take(RGBA, 16, 16, 1, 1));
+    }
+    EXPECT_EQ(4u, queries.count());
+    EXPECT_EQ(unsigned(GL_MAX_SAMPLES), queries.last<0>());
+    EXPECT_EQ(0u, names.count() + units.count() + binds.count() + parameters.count() + allocations.count());
+
+    for (Texture *texture : textures) {
+        _pool.releaseRef(texture, 1);
+    }
+    _pool.deleteUnused();
+}
+
+TEST_F(TexturePoolTest, MoreSamplesThanTheDriverHasAreToldAndReduced)
+{
+    Texture *most = _pool.take(RGBA, 4, 4, 1, maxSamples());
+    _pool.releaseRef(most, 1);
+    EXPECT_EQ(most, _pool.take(RGBA, 4, 4, 1, maxSamples() + 1)) << "the key holds the reduced number";
+    EXPECT_MESSAGES(kPrefix + "Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
+    _pool.releaseRef(most, 1);
+    _pool.deleteUnused();
+}
+
+TEST_F(TexturePoolTest, SizesBelowOneAreToldAndTriedAllTheSame)
+{
+    Texture *texture = _pool.take(RGBA, 4, 0, -1, 0);
+    EXPECT_MESSAGES(
+        "critical [TexturePool.cpp:#] [ !! ] Assertion 'width > 0 && height > 0 && depth > 0' failed: "
+        "TexturePool asked for texture of size (4x0x-1)",
+        "critical [TexturePool.cpp:#] [ !! ] Assertion 'samples > 0' failed: TexturePool requested samples "
+        "can't be less than 1");
+    EXPECT_EQ(unsigned(GL_TEXTURE_2D), texture->target());
+    _pool.releaseRef(texture, 1);
+    _pool.deleteUnused();
+}
+
+TEST_F(TexturePoolTest, RandomReferencesFollowTheModel)
+{
+    std::mt19937 random(11);
+    std::map<Texture *, int> references; // of all textures; 0: free
+    std::map<Texture *, std::pair<int, int>> sizes;
+    for (int step = 0; step < 10000; ++step) {
+        const auto pick = [&] {
+            auto it = references.begin();
+            std::advance(it, long(random() % references.size()));
+            return it->first;
+        };
+        const int count = int(random() % 4) - 1;
+        switch (references.empty() ? 0 : random() % 8) {
+        case 0:
+        case 1: {
+            const std::pair<int, int> size(1 + int(random() % 3), 1 + int(random() % 2));
+            Texture *expected = nullptr; // the last free one in the order of addresses
+            for (const auto &entry : references) {
+                if (entry.second == 0 && sizes[entry.first] == size) {
+                    expected = entry.first;
+                }
+            }
+            Texture *texture = _pool.take(RGBA, size.first, size.second, 1, 1);
+            if (expected != nullptr) {
+                ASSERT_EQ(expected, texture) << "step " << step;
+            } else {
+                ASSERT_EQ(0u, references.count(texture)) << "step " << step;
+            }
+            references[texture] = 1;
+            sizes[texture] = size;
+            break;
+        }
+        case 2:
+        case 3: {
+            Texture *texture = pick();
+            _pool.addRef(texture, count);
+            references[texture] += references[texture] > 0 && count >= 1 ? count : 0;
+            break;
+        }
+        default: {
+            Texture *texture = pick();
+            _pool.releaseRef(texture, count);
+            references[texture] = references[texture] > 0 ? std::max(references[texture] - count, 0) : 0;
+            break;
+        }
+        }
+        if (step % 500 == 0) {
+            _pool.deleteUnused();
+            for (auto it = references.begin(); it != references.end();) {
+                it = it->second == 0 ? references.erase(it) : std::next(it);
+            }
+        }
+        ASSERT_EQ(int(references.size()), ledger().alive(GLLedger::eTexture));
+    }
+    for (const auto &entry : references) {
+        _pool.releaseRef(entry.first, entry.second);
+    }
+    _pool.deleteUnused();
+    EXPECT_EQ(0, Texture::NumAlive());
+}
+
+TEST_F(TexturePoolTest, TheSummaryCountsTexturesAndKinds)
+{
+    _pool.printSummary();
+    EXPECT_TRUE(takeMessages(summary(0, 0, 0)));
+
+    // From RGB10A2 on the names run two rows behind; where they end the number stands.
+    struct Row
+    {
+        TextureFormat format;
+        QString name;
+    };
+    for (const Row &row : {Row{R, "R       "}, Row{RGBA16I, "RGBA16I "}, Row{R11FG11FB10F, "R32I    "},
+                           Row{DEPTH32F, "DEPTH32F_STENCIL8"}, Row{DEPTH24_STENCIL8, "24      "}}) {
+        Texture *kept = _pool.take(row.format, 8, 4, 1, 1);
+        Texture *given = _pool.take(row.format, 8, 4, 1, 1);
+        _pool.addRef(kept, 1);
+        _pool.releaseRef(kept, 1);
+        _pool.releaseRef(given, 1);
+        _pool.releaseRef(given, 1); // ignored
+        _pool.printSummary();
+        std::vector<ExpectedMessage> expected = summary(2, 1, 1);
+        expected.push_back(kPrefix + "  - " + row.name + " 8x4: 1 free, 1 active");
+        EXPECT_TRUE(takeMessages(expected));
+
+        _pool.deleteUnused();
+        _pool.printSummary();
+        expected = summary(1, 1, 0);
+        expected.push_back(kPrefix + "  - " + row.name + " 8x4: 0 free, 1 active");
+        EXPECT_TRUE(takeMessages(expected));
+        _pool.releaseRef(kept, 1);
+        _pool.deleteUnused();
+    }
+}

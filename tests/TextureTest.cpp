@@ -1,0 +1,431 @@
+#include "support/GLFixture.h"
+#include "support/Soak.h"
+#include "support/Tap.h"
+
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/Texture.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <map>
+#include <random>
+#include <set>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+constexpr unsigned int kNoUnit = 0xFFFFFFFFu;
+
+QString asserted(const char *condition, const char *text)
+{
+    return QString("critical [Texture.cpp:#] [ !! ] Assertion '%1' failed: %2").arg(condition, text);
+}
+
+const QString kReadOnly = asserted("false == _readonly", "Not allowed to change a readonly texture");
+const QString kNoUnits = "warning [Texture.cpp:#] There is no available texture units";
+
+GLint query(GLenum name)
+{
+    GLint value = -1;
+    driver()->glGetIntegerv(name, &value);
+    return value;
+}
+
+std::unique_ptr<Texture> newTexture(unsigned int target = GL_TEXTURE_2D)
+{
+    auto texture = std::make_unique<Texture>(nullptr);
+    texture->setTarget(target);
+    return texture;
+}
+
+/// Binds a texture of each number asked for; all are unbound at the end.
+class BoundTextures
+{
+public:
+    explicit BoundTextures(int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            _textures.push_back(newTexture());
+            EXPECT_TRUE(_textures.back()->bind());
+        }
+    }
+
+    ~BoundTextures()
+    {
+        for (const auto &texture : _textures) {
+            EXPECT_TRUE(texture->unbind());
+        }
+    }
+
+private:
+    std::vector<std::unique_ptr<Texture>> _textures;
+};
+
+class TextureTest : public GLTest
+{
+};
+
+/// What the allocator of units has to do, in the plainest words.
+class UnitModel
+{
+public:
+    explicit UnitModel(int units)
+    {
+        for (int unit = 0; unit < units; ++unit) {
+            _free.insert(unsigned(unit));
+        }
+    }
+
+    bool bind(const Texture *texture)
+    {
+        if (_units.count(texture) == 0) {
+            if (_free.empty()) {
+                return false;
+            }
+            _units[texture] = *_free.rbegin();
+            _free.erase(_units[texture]);
+        }
+        ++_depths[texture];
+        return true;
+    }
+
+    bool unbind(const Texture *texture)
+    {
+        if (_depths[texture] == 0) {
+            return false;
+        }
+        if (--_depths[texture] == 0) {
+            _free.insert(_units[texture]);
+            _units.erase(texture);
+        }
+        return true;
+    }
+
+    unsigned int unit(const Texture *texture) const
+    {
+        const auto it = _units.find(texture);
+        return it == _units.end() ? kNoUnit : it->second;
+    }
+
+    bool isFree(unsigned int unit) const { return _free.count(unit) != 0; }
+
+private:
+    std::map<const Texture *, unsigned int> _units;
+    std::map<const Texture *, int> _depths;
+    std::set<unsigned int> _free;
+};
+
+} // namespace
+
+TEST_F(TextureTest, OwnsWhatItMadeAndLeavesAWrappedNameAlone)
+{
+    Texture owner(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 1, nullptr);
+    {
+        const Texture wrapper(owner.textureID(), nullptr);
+        EXPECT_EQ(2, Texture::NumAlive());
+        EXPECT_EQ(owner.textureID(), wrapper.textureID());
+        EXPECT_EQ(0u, wrapper.target());
+        EXPECT_FALSE(wrapper.isManaged());
+    }
+    EXPECT_EQ(1, Texture::NumAlive());
+    EXPECT_EQ(1, ledger().alive(GLLedger::eTexture));
+    EXPECT_TRUE(owner.isManaged());
+    EXPECT_FALSE(owner.create());
+    EXPECT_MESSAGES(asserted("0u == this->_textureID", "Texture is not NULL on create"));
+
+    {
+        Texture nothing(0u, nullptr);
+        EXPECT_EQ(2, Texture::NumAlive());
+        EXPECT_MESSAGES(asserted("textureID != 0", "Texture ID was zero, can't wrap a non-existent texture"));
+        EXPECT_FALSE(nothing.destroy());
+        EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on destroy"));
+    }
+    EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on destroy"));
+}
+
+TEST_F(TextureTest, NestedBindsShareOneUnitAndOneGLBinding)
+{
+    const auto texture = newTexture();
+    const auto other = newTexture();
+    const Tap<&glBindTexture> binds;
+    const Tap<&glActiveTexture> actives;
+    ASSERT_TRUE(texture->bind());
+    EXPECT_EQ(unsigned(texture->maxTextureUnits() - 1), texture->unit()) << "units go from the top down";
+    ASSERT_TRUE(other->bind());
+    EXPECT_EQ(texture->unit() - 1, other->unit());
+    ASSERT_TRUE(texture->bind());
+    EXPECT_EQ(GLint(GL_TEXTURE0 + texture->unit()), query(GL_ACTIVE_TEXTURE));
+    EXPECT_EQ(2u, binds.count());
+    EXPECT_EQ(3u, actives.count());
+
+    ASSERT_TRUE(texture->unbind());
+    EXPECT_TRUE(texture->isBound());
+    EXPECT_FALSE(Texture::isTextureUnitFree(texture->unit()));
+    EXPECT_EQ(GLint(texture->textureID()), query(GL_TEXTURE_BINDING_2D));
+    const unsigned int unit = texture->unit();
+    ASSERT_TRUE(texture->unbind());
+    EXPECT_FALSE(texture->isBound());
+    EXPECT_TRUE(Texture::isTextureUnitFree(unit));
+    EXPECT_EQ(GLint(GL_TEXTURE0 + unit), query(GL_ACTIVE_TEXTURE));
+    EXPECT_EQ(0, query(GL_TEXTURE_BINDING_2D));
+    EXPECT_EQ(3u, binds.count());
+    EXPECT_TRUE(other->unbind());
+}
+
+TEST_F(TextureTest, EachContextHandsOutUnitsOfItsOwn)
+{
+    const auto texture = newTexture();
+    const auto before = newTexture();
+    ASSERT_TRUE(before->bind());
+    ASSERT_TRUE(texture->bind());
+    const unsigned int unit = texture->unit();
+    {
+        const auto second = TestContext::create();
+        ASSERT_TRUE(second);
+        const Tap<&glGetIntegerv> queries;
+        EXPECT_FALSE(Texture::isTextureUnitFree(0)) << "no texture was bound here yet";
+        EXPECT_EQ(0u, queries.count());
+        EXPECT_FALSE(texture->isBound());
+        EXPECT_TRUE(Texture::isTextureUnitFree(0));
+        EXPECT_EQ(1u, queries.count());
+
+        const auto local = newTexture();
+        ASSERT_TRUE(local->bind());
+        EXPECT_EQ(unit + 1, local->unit());
+        ASSERT_TRUE(local->unbind());
+        EXPECT_EQ(1u, queries.count()) << "the number of units is asked once";
+    }
+    makeCurrent();
+    EXPECT_EQ(unit, texture->unit());
+    EXPECT_TRUE(texture->unbind());
+    EXPECT_TRUE(before->unbind());
+}
+
+TEST_F(TextureTest, WithoutAFreeUnitNothingIsBoundAndNoOtherTextureIsTouched)
+{
+    Texture late(nullptr);
+    late.setTarget(GL_TEXTURE_2D);
+    const BoundTextures all(late.maxTextureUnits());
+    const Tap<&glBindTexture> binds;
+    const Tap<&glTexImage2D> images;
+    EXPECT_FALSE(late.bind());
+    EXPECT_EQ(kNoUnit, late.unit());
+    EXPECT_EQ(&late, late.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 4));
+    EXPECT_EQ(0u, binds.count());
+    EXPECT_EQ(0u, images.count());
+    EXPECT_MESSAGES(kNoUnits,
+                    asserted("contextInfo.textureToUnitMaps.contains(this->_textureID)",
+                             "Texture has not been bound on unit()"),
+                    kNoUnits);
+}
+
+TEST_F(TextureTest, RandomBindsFollowTheModelOfUnits)
+{
+    std::mt19937 random(20240501);
+    std::vector<std::unique_ptr<Texture>> textures;
+    const int units = newTexture()->maxTextureUnits();
+    ASSERT_GE(units, 16);
+    for (int i = 0; i < units + 4; ++i) {
+        textures.push_back(newTexture(i % 3 == 0 ? GL_TEXTURE_2D_ARRAY : GL_TEXTURE_2D));
+    }
+    UnitModel model(units);
+    for (int step = 0; step < 20000; ++step) {
+        Texture &texture = *textures[random() % textures.size()];
+        if (random() % 100 < (step / 2000 % 2 == 0 ? 60u : 40u)) { // fill up and drain by turns
+            const bool bound = model.bind(&texture);
+            ASSERT_EQ(bound, texture.bind()) << "step " << step;
+            ASSERT_TRUE(takeMessages(bound ? std::vector<ExpectedMessage>()
+                                           : std::vector<ExpectedMessage>{kNoUnits}));
+            if (bound) {
+                const bool array = texture.target() == GL_TEXTURE_2D_ARRAY;
+                ASSERT_EQ(GLint(texture.textureID()),
+                          query(array ? GL_TEXTURE_BINDING_2D_ARRAY : GL_TEXTURE_BINDING_2D));
+            }
+        } else {
+            const bool unbound = model.unbind(&texture);
+            ASSERT_EQ(unbound, texture.unbind()) << "step " << step;
+            std::vector<ExpectedMessage> expected;
+            if (!unbound) {
+                expected.push_back(asserted("contextInfo.textureToUnitMaps.contains(this->_textureID)",
+                                            "Texture has not been bound on unbind"));
+            }
+            ASSERT_TRUE(takeMessages(expected));
+        }
+        ASSERT_EQ(model.unit(&texture) != kNoUnit, texture.isBound());
+        if (texture.isBound()) {
+            ASSERT_EQ(model.unit(&texture), texture.unit()) << "step " << step;
+        }
+        const unsigned int unit = unsigned(random()) % unsigned(units);
+        ASSERT_EQ(model.isFree(unit), Texture::isTextureUnitFree(unit)) << "step " << step;
+    }
+    for (const auto &texture : textures) {
+        while (texture->isBound()) {
+            texture->unbind();
+        }
+    }
+}
+
+TEST_F(TextureTest, WrongOrdersAreToldInTheirOwnWords)
+{
+    {
+        Texture nothing(0u, nullptr);
+        EXPECT_MESSAGES(asserted("textureID != 0", "Texture ID was zero, can't wrap a non-existent texture"));
+        EXPECT_FALSE(nothing.bind());
+        EXPECT_FALSE(nothing.unbind());
+        EXPECT_FALSE(nothing.isBound());
+        EXPECT_EQ(kNoUnit, nothing.unit());
+        EXPECT_EQ(-1, nothing.internalFormat(0));
+        EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on bind"),
+                        asserted("0u != this->_textureID", "Texutre is NULL on unbind"),
+                        asserted("0u != this->_textureID", "Texutre is NULL on unbind"),
+                        asserted("0u != this->_textureID", "Texutre is NULL on unit()"),
+                        asserted("0u != this->_textureID", "Texutre is NULL on internalFormat()"));
+    }
+    EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on destroy"));
+
+    Texture texture(nullptr);
+    EXPECT_FALSE(texture.bind());
+    EXPECT_FALSE(texture.unbind());
+    EXPECT_FALSE(texture.isBound());
+    EXPECT_EQ(kNoUnit, texture.unit());
+    EXPECT_EQ(-1, texture.width(0));
+    EXPECT_MESSAGES(asserted("0u != this->_target", "Texture Target is not set on bind"),
+                    asserted("0u != this->_target", "Texture Target is not set on unbind"),
+                    asserted("0u != this->_target", "Texture Target is not set on unbind"),
+                    asserted("0u != this->_target", "Texture Target is not set on unit()"),
+                    asserted("0u != this->_target", "Texture target is not set on internalFormat()"));
+
+    texture.setTarget(GL_TEXTURE_2D);
+    EXPECT_EQ(-1, texture.height(0));
+    EXPECT_MESSAGES(asserted("this->isBound()", "Texture target is not bound"));
+}
+
+TEST_F(TextureTest, SizeIsRecordedOnceForTheBaseLevelWithoutAGLCall)
+{
+    Texture texture(nullptr);
+    texture.setSize(2, GL_RGBA8, 64, 64, 1);
+    EXPECT_EQ(0, texture.dimensionLevelSize(64, 1)) << "nothing was stored";
+    EXPECT_MESSAGES(asserted("level == 0", "Only call setSize() for the base LOD of the texture"));
+
+    texture.setSize(0, GL_RGBA8, 1024, 512, 1);
+    EXPECT_EQ(1024, texture.dimensionLevelSize(1024, 0));
+    EXPECT_EQ(1, texture.dimensionLevelSize(1024, 10));
+    EXPECT_EQ(0, texture.dimensionLevelSize(1024, 11));
+    EXPECT_EQ(1, texture.dimensionLevelSize(3, 2));
+
+    texture.setSize(0, GL_RGBA8, 2, 2, 1);
+    EXPECT_EQ(0, texture.dimensionLevelSize(2, 2)) << "the second size counts";
+    EXPECT_MESSAGES(asserted("0 == _internalFormat", "Texture internal format has already been set"),
+                    asserted("0 == _width", "Texture width has already been set"),
+                    asserted("0 == _height", "Texture height has already been set"));
+
+    for (int size = 0, lastLevel = 0; size <= 16384; ++size) {
+        lastLevel += (2 << lastLevel) <= size;
+        Texture sized(GL_TEXTURE_2D, GL_RGBA8, size, 1, 1, nullptr);
+        ASSERT_EQ(size == 0 ? 0 : 1, sized.dimensionLevelSize(size, lastLevel)) << size;
+        ASSERT_EQ(0, sized.dimensionLevelSize(size, lastLevel + 1)) << size;
+    }
+}
+
+TEST_F(TextureTest, AReadOnlyTextureReportsChangesAndMakesThem)
+{
+    Texture texture(nullptr);
+    EXPECT_FALSE(texture.isReadOnly());
+    texture.setReadOnly();
+    EXPECT_TRUE(texture.isReadOnly());
+    texture.setTarget(GL_TEXTURE_3D);
+    EXPECT_EQ(unsigned(GL_TEXTURE_3D), texture.target());
+    texture.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 2);
+    EXPECT_MESSAGES(kReadOnly, kReadOnly, kReadOnly, kReadOnly);
+}
+
+TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndTheBookOfIt)
+{
+    Texture flat(nullptr);
+    ASSERT_EQ(&flat, flat.create2D(GL_TEXTURE_2D, GL_RGBA16F, 8, 4));
+    EXPECT_FALSE(flat.isBound());
+    EXPECT_EQ(1, flat.dimensionLevelSize(8, 3));
+    ASSERT_TRUE(flat.bind());
+    EXPECT_EQ(8, flat.width(0));
+    EXPECT_EQ(4, flat.height(0));
+    EXPECT_EQ(GL_RGBA16F, flat.internalFormat(0));
+    GLint filter = 0;
+    driver()->glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, &filter);
+    EXPECT_EQ(GL_NEAREST, filter);
+    driver()->glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
+    EXPECT_EQ(GL_NEAREST, filter);
+    ASSERT_TRUE(flat.unbind());
+
+    for (const unsigned int target : {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_3D}) {
+        Texture deep(nullptr);
+        ASSERT_EQ(&deep, deep.create3D(target, GL_R8, 5, 6, 7));
+        ASSERT_TRUE(deep.bind());
+        EXPECT_EQ(7, deep.depth(0));
+        ASSERT_TRUE(deep.unbind());
+    }
+
+    const auto cube = newTexture(GL_TEXTURE_CUBE_MAP);
+    ASSERT_TRUE(cube->bind());
+    driver()->glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X, 0, GL_RGBA8, 16, 16, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                           nullptr);
+    EXPECT_EQ(16, cube->width(0)) << "a cube answers for the face +X";
+    ASSERT_TRUE(cube->unbind());
+}
+
+TEST_F(TextureTest, MultisampleStorageLeavesNoRecordOfItsSize)
+{
+    const Tap<&glTexParameteri> parameters;
+    Texture flat(nullptr);
+    ASSERT_EQ(&flat, flat.create2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, GL_RGBA8, 8, 4, 4));
+    Texture array(nullptr);
+    ASSERT_EQ(&array, array.create3DMultisample(GL_TEXTURE_2D_MULTISAMPLE_ARRAY, GL_RGBA8, 8, 4, 3, 4));
+    EXPECT_EQ(0u, parameters.count());
+    for (Texture *texture : {&flat, &array}) {
+        ASSERT_TRUE(texture->bind());
+        EXPECT_EQ(8, texture->width(0));
+        EXPECT_EQ(4, texture->getTexLevelParameteriv(0, GL_TEXTURE_SAMPLES));
+        EXPECT_EQ(1, texture->getTexLevelParameteriv(0, GL_TEXTURE_FIXED_SAMPLE_LOCATIONS));
+        ASSERT_TRUE(texture->unbind());
+        texture->setSize(0, GL_RGBA8, 8, 4, 1); // silent: nothing was set before
+    }
+}
+
+TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
+{
+    Hook<&glTexImage2D> image2D;
+    Hook<&glTexImage3D> image3D;
+    Hook<&glTexImage2DMultisample> multisample2D;
+    Hook<&glTexImage3DMultisample> multisample3D;
+    int calls = 0;
+    image2D.replace([&](auto...) { ++calls; });
+    image3D.replace([&](auto...) { ++calls; });
+    multisample2D.replace([&](auto...) { ++calls; });
+    multisample3D.replace([&](auto...) { ++calls; });
+    const Tap<&glTexParameteri> parameters;
+
+    Texture textures[4] = {Texture(nullptr), Texture(nullptr), Texture(nullptr), Texture(nullptr)};
+    textures[0].create2D(GL_TEXTURE_3D, GL_RGBA8, 4, 4);
+    EXPECT_MESSAGES(asserted("target == GL_TEXTURE_2D", "Target 0x806F is not allowed."));
+    textures[1].create3D(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 4);
+    EXPECT_MESSAGES(
+        asserted("target == GL_TEXTURE_2D_ARRAY || target == GL_TEXTURE_3D", "Target 0xDE1 is not allowed."));
+    EXPECT_EQ(4u, parameters.count());
+    textures[2].create2DMultisample(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 4);
+    EXPECT_MESSAGES(asserted("target == GL_TEXTURE_2D_MULTISAMPLE", "Target 0xDE1 is not allowed."));
+    textures[3].create3DMultisample(GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 4, 4);
+    EXPECT_MESSAGES(asserted("target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY", "Target 0x8C1A is not allowed."));
+    EXPECT_EQ(8u, parameters.count()) << "only true multisample targets go without filters";
+    EXPECT_EQ(4, calls);
+}
+
+TEST_F(TextureTest, AHundredThousandLivesLeaveNothingBehind)
+{
+    EXPECT_TRUE(soak(100000, [] {
+        Texture texture(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 1, nullptr);
+        texture.bind();
+        texture.unbind();
+    }));
+    EXPECT_EQ(0, Texture::NumAlive());
+    EXPECT_EQ(0, ledger().alive());
+}

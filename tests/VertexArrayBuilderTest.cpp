@@ -1,0 +1,155 @@
+#include "support/MessageCapture.h"
+
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/VertexArrayBuilder.h>
+
+#include <random>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+QString asserted(const char *condition, const char *text)
+{
+    return QString("critical [VertexArrayBuilder.cpp:#] [ !! ] Assertion '%1' failed: %2")
+        .arg(condition, text);
+}
+
+const QString kNotSetUp =
+    asserted("0 != this->_componentCount", "Component Count must be setup before data is pushed");
+const QString kNoSize =
+    asserted("0 != this->_componentCount", "Component Count must be setup before size is obtained");
+
+std::vector<float> floats(const float *data, unsigned count)
+{
+    return std::vector<float>(data, data + count);
+}
+
+class VertexArrayBuilderTest : public MessageTest
+{
+protected:
+    VertexArrayBuilder _builder;
+};
+
+} // namespace
+
+TEST_F(VertexArrayBuilderTest, StreamsTakeRandomPushesIndependently)
+{
+    std::mt19937 random(3);
+    std::vector<float> expected[6];
+    unsigned counts[6] = {};
+    // One vertex is a reservation, not a limit.
+    _builder.setVertexSpec(3, 1);
+    _builder.setColorSpec(4, 1);
+    _builder.setTexCoordSpec(2, 1);
+    _builder.setNormalSpec(3, 1);
+    _builder.setVertexAttribSpec(7, 2, 1);
+    _builder.setVertexAttribSpec(9, 3, 1);
+    for (int step = 0; step < 2000; ++step) {
+        const float v[] = {float(random() % 100), float(random() % 100), float(random() % 100),
+                           float(random() % 100)};
+        const size_t stream = random() % 6;
+        const size_t components[] = {3, 4, 2, 3, 2, 3};
+        expected[stream].insert(expected[stream].end(), v, v + components[stream]);
+        ++counts[stream];
+        switch (stream) {
+        case 0:
+            _builder.glVertex3f(v[0], v[1], v[2]);
+            break;
+        case 1:
+            _builder.glColor4f(v[0], v[1], v[2], v[3]);
+            break;
+        case 2:
+            _builder.glTexCoord2f(v[0], v[1]);
+            break;
+        case 3:
+            _builder.glNormal3f(v[0], v[1], v[2]);
+            break;
+        case 4:
+            _builder.glVertexAttrib2f(7, v[0], v[1]); // the loader's macros lend the prefix
+            break;
+        default:
+            _builder._ptrc_glVertexAttrib3f(9, v[0], v[1], v[2]);
+            break;
+        }
+    }
+    const VertexArrayBuilderStorage attrib = _builder.getVertexAttribStorage(7);
+    EXPECT_EQ(counts[0], _builder.getVertexStorage().getSize());
+    EXPECT_EQ(counts[1], _builder.getColorStorage().getSize());
+    EXPECT_EQ(counts[2], _builder.getTexCoordStorage().getSize());
+    EXPECT_EQ(counts[3], _builder.getNormalStorage().getSize());
+    EXPECT_EQ(counts[4], attrib.getSize());
+    EXPECT_EQ(2u, attrib.getComponentCount());
+    EXPECT_EQ(expected[0], floats(_builder.getVertexData(), counts[0] * 3));
+    EXPECT_EQ(expected[1], floats(_builder.getColorData(), counts[1] * 4));
+    EXPECT_EQ(expected[2], floats(_builder.getTexCoordData(), counts[2] * 2));
+    EXPECT_EQ(expected[3], floats(_builder.getNormalData(), counts[3] * 3));
+    EXPECT_EQ(expected[4], floats(attrib.getData(), counts[4] * 2));
+    EXPECT_EQ(expected[5], floats(_builder.getVertexAttribData(9), counts[5] * 3));
+    EXPECT_EQ(0u, _builder.getVertexAttribStorage(1).getComponentCount());
+    EXPECT_EQ(nullptr, _builder.getVertexAttribData(1));
+}
+
+TEST_F(VertexArrayBuilderTest, AStreamIsSetUpOnceAndNotWithNothing)
+{
+    _builder.setVertexSpec(0, 5);
+    EXPECT_EQ(0u, _builder.getVertexStorage().getComponentCount());
+    _builder.setVertexSpec(2, 0xFFFFFFFFu); // a hint that nothing can hold
+    _builder.setVertexSpec(3, 5);
+    EXPECT_EQ(3u, _builder.getVertexStorage().getComponentCount());
+    _builder.setVertexSpec(0, 5);
+    EXPECT_EQ(3u, _builder.getVertexStorage().getComponentCount());
+    const QString zero = asserted("0 != componentCount", "Component Count may not be 0.");
+    EXPECT_MESSAGES(
+        zero, asserted("0 == this->_componentCount", "Component Count already set to 2. Try to reset to 3"),
+        asserted("0 == this->_componentCount", "Component Count already set to 3. Try to reset to 0"), zero);
+}
+
+TEST_F(VertexArrayBuilderTest, PushesBeyondTheSpecAreToldAndTaken)
+{
+    _builder.glTexCoord1f(1.0f);
+    EXPECT_MESSAGES(kNotSetUp, asserted("1 <= this->_componentCount",
+                                        "Component Count is not large enough for the sdata being pushed"));
+    _builder.glVertexAttrib3f(2, 1.0f, 2.0f, 3.0f);
+    EXPECT_MESSAGES(kNotSetUp, asserted("3 <= this->_componentCount",
+                                        "Component Count is not large enough for the data being pushed"));
+    _builder.setVertexSpec(1, 0);
+    _builder.glVertex2f(1.0f, 2.0f);
+    EXPECT_MESSAGES(asserted("2 <= this->_componentCount",
+                             "Component Count is not large enough for the data being pushed"));
+    _builder.glVertex3f(3.0f, 4.0f, 5.0f);
+    EXPECT_MESSAGES(asserted("3 <= this->_componentCount",
+                             "Component Count is not large enough for the data being pushed"));
+    EXPECT_EQ(5u, _builder.getVertexCount());
+    _builder.setColorSpec(3, 0);
+    _builder.glColor3f(1.0f, 2.0f, 3.0f);
+    _builder.glColor4f(1.0f, 2.0f, 3.0f, 4.0f);
+    EXPECT_MESSAGES(asserted("4 <= this->_componentCount",
+                             "Component Count is not large enough for the data being pushed"));
+}
+
+TEST_F(VertexArrayBuilderTest, CountsMustMatchWhereAStreamIsSetUp)
+{
+    EXPECT_EQ(0u, _builder.getVertexCount());
+    EXPECT_MESSAGES(kNoSize);
+    _builder.setVertexSpec(3, 2);
+    _builder.glVertex2f(1.0f, 2.0f);
+    EXPECT_EQ(0u, _builder.getVertexCount());
+    EXPECT_MESSAGES(asserted("0 == (this->_data.size() \\% this->_componentCount)",
+                             "Component Count and array Size do not match."));
+    _builder.glVertex2f(3.0f, 4.0f);
+    _builder.glVertex2f(5.0f, 6.0f); // six floats make two vertices, however they came
+    EXPECT_EQ(2u, _builder.getVertexCount());
+
+    _builder.setColorSpec(3, 2);
+    _builder.setTexCoordSpec(2, 2);
+    _builder.setNormalSpec(3, 2);
+    _builder.setVertexAttribSpec(1, 2, 2); // not looked at
+    EXPECT_EQ(2u, _builder.getVertexCount());
+    EXPECT_MESSAGES(asserted("this->_color.getComponentCount() == 0 || count == this->_color.getSize()",
+                             "Color count must match vertex count"),
+                    asserted("this->_texCoord.getComponentCount() == 0 || count == this->_texCoord.getSize()",
+                             "TexCoord count must match vertex count"),
+                    asserted("this->_normal.getComponentCount() == 0 || count == this->_normal.getSize()",
+                             "Normal count must match vertex count"));
+}
