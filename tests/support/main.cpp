@@ -1,3 +1,4 @@
+#include "Sanitizer.h"
 #include "TestContext.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +28,7 @@ void prepareEnvironment(const QTemporaryDir &folder)
 
 } // namespace
 
-#if defined(__SANITIZE_ADDRESS__)
+#if ZELGL_ADDRESS_SANITIZER
 /// The leak check reads the stacks of what is still loaded: drivers must not go before it.
 extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
 {
