@@ -1,0 +1,311 @@
+#include "TextureProcessing.h"
+
+#include "AutoBinder.h"
+#include "DrawBuffers.h"
+#include "FramebufferObject.h"
+#include "GLUtilities.h"
+#include "OpenGLDeviceContext.h"
+#include "ShaderProgram.h"
+#include "Texture.h"
+#include "VertexArrayObject.h"
+
+#include <memory>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+const char *const kSrgbToLinear = R"(#version 150
+// The power part of the sRGB curve on all four channels; no linear part near black.
+
+uniform sampler2D u_Src;
+
+in vec2 vo_TexCoord;
+out vec4 out_FragColor;
+
+void main()
+{
+    vec4 color = texture(u_Src, vo_TexCoord);
+    out_FragColor = pow((color + 0.055) / 1.055, vec4(2.4));
+}
+)";
+
+const char *const kLinearToSrgb = R"(#version 150
+// The power part of the inverse sRGB curve; alpha stays.
+
+uniform sampler2D u_Src;
+
+in vec2 vo_TexCoord;
+out vec4 out_FragColor;
+
+void main()
+{
+    vec4 color = texture(u_Src, vo_TexCoord);
+    out_FragColor = vec4(vec3(1.055 * pow(color.rgb, vec3(1.0 / 2.4)) - 0.055), color.a);
+}
+)";
+
+const char *const kPremultiply = R"(#version 150
+// Colour times alpha.
+
+uniform sampler2D u_Src;
+
+in vec2 vo_TexCoord;
+out vec4 out_FragColor;
+
+void main()
+{
+    vec4 color = texture(u_Src, vo_TexCoord);
+    out_FragColor = vec4(color.rgb * color.a, color.a);
+}
+)";
+
+const char *const kFlipY = R"(#version 150
+// Top to bottom.
+
+uniform sampler2D u_Src;
+
+in vec2 vo_TexCoord;
+out vec4 out_FragColor;
+
+void main()
+{
+    out_FragColor = texture(u_Src, vec2(vo_TexCoord.x, 1.0 - vo_TexCoord.y));
+}
+)";
+
+const char *const kRemapColorRange = R"(#version 150
+// Colours from 0 .. 1 to u_lowValue .. u_highValue; alpha stays. The last part of the comma expression has no effect.
+
+uniform sampler2D u_Src;
+uniform float u_lowValue;
+uniform float u_highValue;
+
+in vec2 vo_TexCoord;
+out vec4 out_FragColor;
+
+void main()
+{
+    vec4 color = texture(u_Src, vo_TexCoord);
+    color.rgb = color.rgb * (u_highValue - u_lowValue) + u_lowValue, vec3(0.0);
+    out_FragColor = color;
+}
+)";
+
+/// What both makers of a program begin with; the fragment stage is missing.
+std::unique_ptr<ShaderProgram> newPassProgram()
+{
+    auto program = std::make_unique<ShaderProgram>(nullptr);
+    program->setFragDataLocations({QStringLiteral("out_FragColor")});
+    program->addShaderFromFile(GL_VERTEX_SHADER, QStringLiteral("passthroughVS.glslc"));
+    return program;
+}
+
+/// The pass behind all five functions.
+bool replaceByPass(Texture *&texture, const char *fragmentSource, const QHash<QString, QVariant> &uniforms)
+{
+    const std::unique_ptr<ShaderProgram> program(
+        MakeTextureShaderFromString(QString::fromLatin1(fragmentSource)));
+    if (!program) {
+        return false;
+    }
+    Texture *const target = WritableCopyOfTexture(texture, 0, 0);
+    if (target == nullptr) {
+        return false;
+    }
+    ProcessTexture(program.get(), uniforms, texture, target);
+    delete texture;
+    texture = target;
+    return true;
+}
+
+} // namespace
+
+Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int level)
+{
+    if (source == nullptr || !source->bind()) {
+        return nullptr;
+    }
+    const unsigned int target = source->target();
+    const int width = source->width(level);
+    const int height = source->height(level);
+    if (internalFormat == 0) {
+        internalFormat = static_cast<unsigned>(source->internalFormat(level));
+        if (source->getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) != 0) {
+            internalFormat = GL_RGBA;
+        }
+    }
+    constexpr GLenum kParameters[] = {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER, GL_TEXTURE_WRAP_S,
+                                      GL_TEXTURE_WRAP_T,     GL_TEXTURE_BASE_LEVEL, GL_TEXTURE_MAX_LEVEL};
+    constexpr int kParameterCount = sizeof(kParameters) / sizeof(GLenum);
+    GLint values[kParameterCount] = {};
+    for (int i = 0; i < kParameterCount; ++i) {
+        glGetTexParameteriv(target, kParameters[i], &values[i]);
+    }
+    const unsigned int format = formatFromInternalFormat(internalFormat);
+    const unsigned int type = typeFromInternalFormat(internalFormat);
+    source->unbind();
+
+    auto *copy = new Texture(nullptr);
+    copy->setTarget(target);
+    if (level == 0) {
+        copy->setSize(level, static_cast<int>(internalFormat), width, height, 1);
+    }
+    if (!copy->bind()) {
+        delete copy;
+        return nullptr;
+    }
+    for (int i = 0; i < kParameterCount; ++i) {
+        glTexParameteri(target, kParameters[i], values[i]);
+    }
+    glTexImage2D(target, level, static_cast<GLint>(internalFormat), width, height, 0, format, type, nullptr);
+    copy->unbind();
+    return copy;
+}
+
+ShaderProgram *MakeTextureShaderFromString(const QString &fragmentSource)
+{
+    std::unique_ptr<ShaderProgram> program = newPassProgram();
+    program->addShader(GL_FRAGMENT_SHADER, fragmentSource, QString());
+    if (!program->compile()) {
+        ZEL_LOG_WARNING("shader program failed to compile:\n%s", qPrintable(program->log()));
+        return nullptr;
+    }
+    if (!program->link()) {
+        ZEL_LOG_WARNING("shader program failed to link:\n%s", qPrintable(program->log()));
+        return nullptr;
+    }
+    return program.release();
+}
+
+ShaderProgram *MakeTextureShaderFromFile(const QString &fragmentFile)
+{
+    std::unique_ptr<ShaderProgram> program = newPassProgram();
+    program->addShaderFromFile(GL_FRAGMENT_SHADER, fragmentFile);
+    // Unlike above the log is left out.
+    if (!program->compile()) {
+        ZEL_LOG_WARNING("shader program failed to compile");
+        return nullptr;
+    }
+    if (!program->link()) {
+        ZEL_LOG_WARNING("shader program failed to link");
+        return nullptr;
+    }
+    return program.release();
+}
+
+void ProcessTexture(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source,
+                    Texture *target)
+{
+    if (program == nullptr || source == nullptr || target == nullptr) {
+        return;
+    }
+    program->bind();
+    source->bind();
+    const int width = source->width(0);
+    const int height = source->height(0);
+
+    auto framebuffer = std::make_unique<FramebufferObject>(nullptr);
+    framebuffer->bind();
+    framebuffer->attach(target, GL_COLOR_ATTACHMENT0, 0);
+    framebuffer->setDrawBuffers();
+
+    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    quad->VAO()->bind();
+    quad->VAO()->enableShaderProgramArrays(program);
+    quad->VAO()->unbind();
+    quad->bind();
+
+    for (auto uniform = uniforms.constBegin(); uniform != uniforms.constEnd(); ++uniform) {
+        program->setUniform(uniform.key(), uniform.value());
+    }
+    program->setUniform(QStringLiteral("u_Src"), static_cast<int>(source->unit()));
+
+    glDisable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glDepthMask(GL_FALSE);
+    glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glViewport(0, 0, width, height);
+    quad->draw(program);
+
+    // On, whatever they were before.
+    glDepthMask(GL_TRUE);
+    glEnable(GL_DEPTH_TEST);
+    quad->unbind();
+    framebuffer->detach(GL_COLOR_ATTACHMENT0);
+    framebuffer->unbind();
+    framebuffer.reset();
+    source->unbind();
+    program->unbind();
+
+    const AutoBinder binder(target);
+    glGenerateMipmap(target->target());
+}
+
+void BlitTexture(const Texture *source, const Texture *target, TextureFormat format, int width, int height)
+{
+    if (source == nullptr || target == nullptr) {
+        return;
+    }
+    GLenum attachment = GL_COLOR_ATTACHMENT0;
+    GLbitfield mask = GL_COLOR_BUFFER_BIT;
+    switch (ExternalFormat(format)) {
+    case GL_DEPTH_COMPONENT:
+        attachment = GL_DEPTH_ATTACHMENT;
+        mask = GL_DEPTH_BUFFER_BIT;
+        break;
+    case GL_DEPTH_STENCIL:
+        attachment = GL_DEPTH_STENCIL_ATTACHMENT;
+        mask = GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT;
+        break;
+    default:
+        break;
+    }
+
+    const FramebufferObject readFramebuffer(nullptr);
+    const FramebufferObject drawFramebuffer(nullptr);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, readFramebuffer.getFBO());
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, drawFramebuffer.getFBO());
+    glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, source->target(), source->textureID(), 0);
+    glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, target->target(), target->textureID(), 0);
+    glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
+    glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, source->target(), 0, 0);
+    glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, target->target(), 0, 0);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+}
+
+bool SrgbToLinear(Texture *&texture)
+{
+    return replaceByPass(texture, kSrgbToLinear, {});
+}
+
+bool LinearToSrgb(Texture *&texture)
+{
+    return replaceByPass(texture, kLinearToSrgb, {});
+}
+
+bool Premultiply(Texture *&texture)
+{
+    return replaceByPass(texture, kPremultiply, {});
+}
+
+bool FlipY(Texture *&texture)
+{
+    return replaceByPass(texture, kFlipY, {});
+}
+
+bool RemapColorRange(Texture *&texture, float low, float high)
+{
+    if (texture == nullptr) {
+        return false;
+    }
+    if (low == 0.0f && high == 1.0f) { // a NaN goes on
+        return false;
+    }
+    return replaceByPass(texture, kRemapColorRange,
+                         {{QStringLiteral("u_lowValue"), low}, {QStringLiteral("u_highValue"), high}});
+}
+
+}} // namespace Orvane::Zel
