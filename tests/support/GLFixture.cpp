@@ -1,6 +1,7 @@
 #include "GLFixture.h"
 
 #include <ZelGL/GLUtilities.h>
+#include <ZelGL/OpenGLDeviceContext.h>
 
 namespace {
 
@@ -39,6 +40,7 @@ GLTest::~GLTest()
         return;
     }
     makeCurrent();
+    Orvane::Zel::OpenGLDeviceContext::resetContext(); // the shared quad is no leak
     EXPECT_EQ(QStringList(), _ledger->faults()) << "GL names at the end of the test";
     EXPECT_EQ(QStringList(), TestContext::takeDriverReports())
         << "GL debug output that the test did not take";

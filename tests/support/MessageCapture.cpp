@@ -72,11 +72,13 @@ MessageCapture *MessageCapture::current()
 
 void MessageCapture::handle(QtMsgType level, const QMessageLogContext &context, const QString &text)
 {
-    if (level == QtFatalMsg) { // Qt aborts when this returns
-        std::fprintf(stderr, "fatal %s\n", qPrintable(text));
-    }
     QMutexLocker lock(&_current->_mutex);
     _current->_messages.append({level, text, context.category, context.file, context.function, context.line});
+    if (level == QtFatalMsg) { // Qt aborts when this returns: nobody would see what led to it
+        for (const Message &message : qAsConst(_current->_messages)) {
+            std::fprintf(stderr, "%s\n", qPrintable(message.toString()));
+        }
+    }
 }
 
 ExpectedMessage::ExpectedMessage(const char *whole)
