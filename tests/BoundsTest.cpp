@@ -1,0 +1,176 @@
+#include <ZelGL/Bounds.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+const float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+const Bounds kBox({-1, -2, -3}, {1, 2, 3});
+
+void expectBox(const QVector3D &lower, const QVector3D &upper, const Bounds &actual)
+{
+    EXPECT_EQ(lower, actual.boxLowerBounds());
+    EXPECT_EQ(upper, actual.boxUpperBounds());
+}
+
+} // namespace
+
+TEST(PlaneTest, DistancesAndSidesAreExact)
+{
+    const Plane plane(QVector3D(0, 2, 0), QVector3D(5, 3, 1)); // the normal stays as long as it is
+    EXPECT_EQ(6.0f, plane.distance);
+    EXPECT_EQ(-6.0f, plane.DistanceTo({9, 0, 9}));
+    EXPECT_EQ(-1, plane.WhichSide({0, std::nextafter(3.0f, 0.0f), 0}));
+    EXPECT_EQ(0, plane.WhichSide({0, 3, 0}));
+    EXPECT_EQ(1, plane.WhichSide({0, std::nextafter(3.0f, 4.0f), 0}));
+    EXPECT_EQ(0, plane.WhichSide({0, kNaN, 0}));
+    EXPECT_TRUE(Plane().normal.isNull());
+}
+
+TEST(PlaneTest, ThreePointsGiveAUnitNormalUnlessTheyAreInLine)
+{
+    const Plane plane(QVector3D(0, 0, 4), QVector3D(3, 0, 4), QVector3D(0, 5, 4));
+    EXPECT_EQ(QVector3D(0, 0, 1), plane.normal);
+    EXPECT_EQ(4.0f, plane.distance);
+    const Plane none(QVector3D(1, 1, 1), QVector3D(2, 2, 2), QVector3D(3, 3, 3));
+    EXPECT_TRUE(none.normal.isNull());
+    EXPECT_EQ(0.0f, none.distance);
+}
+
+TEST(BoundsTest, NullIsABoxWithoutAnyExtent)
+{
+    EXPECT_TRUE(Bounds().isNull());
+    EXPECT_TRUE(Bounds({1, 2, 3}, {1, 2, 3}).isNull());
+    EXPECT_FALSE(Bounds({1, 2, 3}, {1, 2, 4}).isNull());
+    EXPECT_FALSE(Bounds({kNaN, 0, 0}, {kNaN, 0, 0}).isNull());
+}
+
+TEST(BoundsTest, SurroundsItsPointsAndIsInvertedAroundNone)
+{
+    expectBox({-1, -7, 2}, {4, 5, 6}, Bounds({{4, -7, 6}, {-1, 5, 2}, {0, 0, 3}}));
+    const Bounds none{QVector<QVector3D>()};
+    const float max = 3.4028235e38f;
+    expectBox({max, max, max}, {-max, -max, -max}, none);
+    EXPECT_FALSE(none.isNull());
+    EXPECT_FALSE(none.isInside({0, 0, 0}));
+}
+
+TEST(BoundsTest, ItsFacesBelongToTheInside)
+{
+    for (const QVector3D &corner : kBox.corners()) {
+        EXPECT_TRUE(kBox.isInside(corner));
+        EXPECT_FALSE(kBox.isInside(corner * 1.0001f));
+    }
+    const float xyz[] = {0, 2, std::nextafter(3.0f, 4.0f)};
+    EXPECT_FALSE(kBox.isInside(xyz));
+    EXPECT_FALSE(kBox.isInside({0, kNaN, 0}));
+}
+
+TEST(BoundsTest, CornersAndPlanesStandInTheirOrders)
+{
+    const QVector<QVector3D> corners = kBox.corners();
+    ASSERT_EQ(8, corners.size());
+    EXPECT_EQ(QVector3D(1, -2, -3), corners[1]);
+    EXPECT_EQ(QVector3D(-1, 2, -3), corners[2]);
+    EXPECT_EQ(QVector3D(-1, -2, 3), corners[4]);
+    EXPECT_EQ(QVector3D(1, 2, 3), corners[7]);
+
+    const QVector<Plane> planes = kBox.planes();
+    ASSERT_EQ(6, planes.size());
+    const QVector3D normals[] = {{0, 0, -1}, {0, 0, 1}, {-1, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, -1, 0}};
+    const float distances[] = {3, 3, 1, 2, 1, 2};
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(normals[i], planes[i].normal) << i;
+        EXPECT_EQ(distances[i], planes[i].distance) << i;
+    }
+    EXPECT_EQ(6, kBox.clippingVolume().loops.size());
+    EXPECT_EQ(6, kBox.clippingVolume().planes.size());
+}
+
+TEST(BoundsTest, MatricesTakeTheVectorOnTheLeft)
+{
+    QMatrix4x4 matrix;
+    expectBox({-1, -2, -3}, {1, 2, 3}, kBox * matrix);
+    expectBox({-1, -2, -3}, {1, 2, 3}, kBox.transform(matrix));
+
+    matrix.translate(10, 20, 30);
+    expectBox({-1, -2, -3}, {1, 2, 3}, kBox * matrix); // only w feels this column
+    expectBox({9, 18, 27}, {11, 22, 33}, kBox * matrix.transposed());
+    expectBox({9, 18, 27}, {11, 22, 33}, kBox.transform(matrix.transposed()));
+
+    QMatrix4x4 turn;
+    turn.rotate(45, 0, 0, 1);
+    const float half = std::sqrt(0.5f);
+    const Bounds around = kBox * turn;
+    EXPECT_NEAR(-3 * half, around.boxLowerBounds().x(), 1e-6f);
+    EXPECT_NEAR(3 * half, around.boxUpperBounds().y(), 1e-6f);
+    const Bounds twoCorners = kBox.transform(turn); // the other six are not asked
+    EXPECT_NEAR(-3 * half, twoCorners.boxLowerBounds().x(), 1e-6f);
+    EXPECT_NEAR(half, twoCorners.boxUpperBounds().y(), 1e-6f);
+}
+
+TEST(BoundsTest, ClippingByAFrustumFindsTheTightBox)
+{
+    const Bounds inner({-4, -1, -1}, {0, 1, 1});
+    const auto points = [&](const QVector<QVector3D> &frustumPoints, const QVector<Plane> &extra) {
+        return kBox.frustrumClipped(inner.planes(), frustumPoints, extra);
+    };
+    // One pass finds what of the box's faces is in the frustum, the other what of the frustum's is in the box.
+    expectBox({-1, -1, -1}, {-1, 1, 1}, Bounds(points({}, {})));
+    EXPECT_EQ(4, points({}, {}).size());
+    expectBox({-1, -1, -1}, {0, 1, 1}, Bounds(points(inner.corners(), {})));
+    EXPECT_EQ(12, points(inner.corners(), {}).size()); // both find four, which stand twice
+    expectBox({-1, -1, -1}, {-0.5f, 1, 1},
+              Bounds(points(inner.corners(), {Plane(QVector3D(1, 0, 0), -0.5f)})));
+    const Bounds outside({5, 5, 5}, {6, 6, 6});
+    EXPECT_TRUE(kBox.frustrumClipped(outside.planes(), {}, {}).isEmpty());
+    // Around the box nothing of the frustum is left, and the box is whole.
+    const Bounds outer({-9, -9, -9}, {9, 9, 9});
+    EXPECT_EQ(8, kBox.frustrumClipped(outer.planes(), outer.corners(), {}).size());
+}
+
+TEST(BoundsTest, EverySampleInBoxAndFrustumIsInTheBoxOfTheClippedPoints)
+{
+    std::mt19937 engine(3);
+    std::uniform_real_distribution<float> unit(-1, 1);
+    const auto point = [&](float reach) {
+        return reach * QVector3D(unit(engine), unit(engine), unit(engine));
+    };
+    int inside = 0;
+    for (int i = 0; i < 300; ++i) {
+        QMatrix4x4 map;
+        map.translate(point(2));
+        map.rotate(180 * unit(engine), point(1));
+        QVector<QVector3D> corners = Bounds({-1, -1, -1}, {1.5f, 1.5f, 1.5f}).corners();
+        for (QVector3D &corner : corners) {
+            corner = map * corner;
+        }
+        const int sides[6][3] = {{0, 2, 1}, {4, 5, 6}, {0, 4, 2}, {2, 6, 3}, {1, 3, 5}, {0, 1, 4}};
+        QVector<Plane> planes;
+        for (const auto &side : sides) {
+            planes += Plane(corners[side[0]], corners[side[1]], corners[side[2]]);
+        }
+        const QVector<QVector3D> clipped = kBox.frustrumClipped(planes, corners, {});
+        const Bounds tight(clipped);
+        for (const QVector3D &corner : clipped) {
+            EXPECT_LT(std::abs(corner.x()), 1.0001f);
+            EXPECT_LT(std::abs(corner.z()), 3.0001f);
+        }
+        for (int sample = 0; sample < 200; ++sample) {
+            const QVector3D p = point(3);
+            bool in = kBox.isInside(p);
+            for (const Plane &plane : planes) {
+                in = in && plane.DistanceTo(p) < -1e-4f;
+            }
+            inside += in ? 1 : 0;
+            ASSERT_TRUE(!in || tight.isInside(p)) << i;
+        }
+    }
+    EXPECT_GT(inside, 500);
+}

@@ -1,0 +1,467 @@
+#include "support/AllocationCount.h"
+#include "support/MessageCapture.h"
+
+#include <ZelGL/Bounds.h>
+#include <ZelGL/PlaneClipper.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+#include <vector>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using Loop = QVector<QVector3D>;
+using Loops = QVector<Loop>;
+
+/// The judge computes in double precision, and by other ways than the clipper.
+struct Vec
+{
+    Vec(double x_, double y_, double z_)
+        : x(x_)
+        , y(y_)
+        , z(z_)
+    {
+    }
+    Vec(const QVector3D &v)
+        : Vec(double(v.x()), double(v.y()), double(v.z()))
+    {
+    }
+
+    double x, y, z;
+};
+
+Vec operator+(const Vec &a, const Vec &b)
+{
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+Vec operator-(const Vec &a, const Vec &b)
+{
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+Vec operator*(double s, const Vec &a)
+{
+    return {s * a.x, s * a.y, s * a.z};
+}
+double dot(const Vec &a, const Vec &b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+Vec cross(const Vec &a, const Vec &b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+double length(const Vec &a)
+{
+    return std::sqrt(dot(a, a));
+}
+
+double distanceTo(const Plane &plane, const Vec &point)
+{
+    return dot(plane.normal, point) - double(plane.distance);
+}
+
+double farthestOutside(const QVector<Plane> &planes, const Vec &point)
+{
+    double worst = -HUGE_VAL;
+    for (const Plane &plane : planes) {
+        worst = std::max(worst, distanceTo(plane, point));
+    }
+    return worst;
+}
+
+/// Twice the area, as a vector along the normal.
+Vec areaVector(const Loop &loop)
+{
+    Vec sum(0, 0, 0);
+    for (int i = 1; i + 1 < loop.size(); ++i) {
+        sum = sum + cross(Vec(loop[i]) - loop[0], Vec(loop[i + 1]) - loop[0]);
+    }
+    return sum;
+}
+
+double area(const Loops &loops)
+{
+    double sum = 0;
+    for (const Loop &loop : loops) {
+        sum += length(areaVector(loop)) / 2;
+    }
+    return sum;
+}
+
+/// By the divergence theorem, for faces that go around counter-clockwise as seen from outside.
+double volume(const Loops &loops)
+{
+    double sum = 0;
+    for (const Loop &loop : loops) {
+        sum += loop.isEmpty() ? 0 : dot(loop[0], areaVector(loop)) / 6;
+    }
+    return sum;
+}
+
+/// How many times the shell goes around the point, from solid angles (van Oosterom and Strackee, 1983).
+double windingNumber(const Loops &loops, const Vec &point)
+{
+    double sum = 0;
+    for (const Loop &loop : loops) {
+        for (int i = 1; i + 1 < loop.size(); ++i) {
+            const Vec a = Vec(loop[0]) - point;
+            const Vec b = Vec(loop[i]) - point;
+            const Vec c = Vec(loop[i + 1]) - point;
+            sum += 2
+                   * std::atan2(dot(a, cross(b, c)), length(a) * length(b) * length(c) + dot(a, b) * length(c)
+                                                         + dot(b, c) * length(a) + dot(c, a) * length(b));
+        }
+    }
+    return sum / (4 * M_PI);
+}
+
+/// The length of all edges that no other face goes along in the other direction.
+double openEdgeLength(const Loops &loops)
+{
+    std::vector<Vec> vertices;
+    const auto vertex = [&](const Vec &point) {
+        const auto near = [&](const Vec &v) { return length(v - point) < 1e-4; };
+        const auto found = std::find_if(vertices.begin(), vertices.end(), near);
+        if (found != vertices.end()) {
+            return found - vertices.begin();
+        }
+        vertices.push_back(point);
+        return std::ptrdiff_t(vertices.size()) - 1;
+    };
+    std::map<std::pair<std::ptrdiff_t, std::ptrdiff_t>, int> uses;
+    for (const Loop &loop : loops) {
+        for (int i = 0; i < loop.size(); ++i) {
+            const auto from = vertex(loop[i]);
+            const auto to = vertex(loop[(i + 1) % loop.size()]);
+            uses[std::minmax(from, to)] += from < to ? 1 : -1;
+        }
+    }
+    double open = 0;
+    for (const auto &use : uses) {
+        const auto [from, to] = use.first;
+        open += std::abs(use.second) * length(vertices[size_t(from)] - vertices[size_t(to)]);
+    }
+    return open;
+}
+
+/// The area of the face that a plane contributes to the intersection of half-spaces: all points in which it meets two
+/// others and which are inside, in the order of their angle.
+double faceArea(const QVector<Plane> &planes, int face)
+{
+    const Vec normal = planes[face].normal;
+    std::vector<Vec> corners;
+    Vec centre(0, 0, 0);
+    for (int j = 0; j < planes.size(); ++j) {
+        for (int k = j + 1; k < planes.size(); ++k) {
+            const Vec nj = planes[j].normal;
+            const Vec nk = planes[k].normal;
+            const double determinant = dot(normal, cross(nj, nk));
+            if (j == face || k == face || std::abs(determinant) < 1e-5) {
+                continue;
+            }
+            const Vec corner = (1 / determinant)
+                               * (double(planes[face].distance) * cross(nj, nk)
+                                  + double(planes[j].distance) * cross(nk, normal)
+                                  + double(planes[k].distance) * cross(normal, nj));
+            if (farthestOutside(planes, corner) < 1e-5) {
+                corners.push_back(corner);
+                centre = centre + corner;
+            }
+        }
+    }
+    if (corners.size() < 3) {
+        return 0;
+    }
+    centre = (1.0 / double(corners.size())) * centre;
+    const Vec across = cross(normal, std::abs(normal.x) < 0.7 ? Vec(1, 0, 0) : Vec(0, 1, 0));
+    const Vec along = cross(normal, across);
+    const auto angle = [&](const Vec &p) {
+        return std::atan2(dot(p - centre, along), dot(p - centre, across));
+    };
+    std::sort(corners.begin(), corners.end(),
+              [&](const Vec &a, const Vec &b) { return angle(a) < angle(b); });
+    Vec sum(0, 0, 0);
+    for (size_t i = 0; i < corners.size(); ++i) {
+        sum = sum + cross(corners[i] - centre, corners[(i + 1) % corners.size()] - centre);
+    }
+    return length(sum) / 2;
+}
+
+class Random
+{
+public:
+    explicit Random(unsigned int seed)
+        : _engine(seed)
+    {
+    }
+
+    float number(float low, float high) { return std::uniform_real_distribution<float>(low, high)(_engine); }
+    int integer(int low, int high) { return std::uniform_int_distribution<int>(low, high)(_engine); }
+    QVector3D point(float reach)
+    {
+        return {number(-reach, reach), number(-reach, reach), number(-reach, reach)};
+    }
+    Plane plane(float reach)
+    {
+        const QVector3D normal = point(1).normalized();
+        return Plane(normal.isNull() ? QVector3D(1, 0, 0) : normal, number(-reach, reach));
+    }
+
+    /// A convex volume of 4 to 10 faces around the origin: two rings, the upper of any width down to a point, under an
+    /// affine map.
+    ClipperVolume volume()
+    {
+        const int corners = integer(3, 8);
+        const float width = integer(0, 2) == 0 ? 0.0f : number(0.3f, 1.2f);
+        QMatrix4x4 map;
+        map.translate(point(0.5f));
+        map.rotate(number(0, 360), point(1));
+        map.scale(number(0.4f, 1.5f), number(0.4f, 1.5f), number(0.4f, 1.5f));
+        Loop lower;
+        Loop upper;
+        for (int i = 0; i < corners; ++i) {
+            const float angle = 2 * float(M_PI) * float(i) / float(corners);
+            lower += map * QVector3D(std::cos(angle), std::sin(angle), -0.7f);
+            upper += map * QVector3D(std::cos(angle) * width, std::sin(angle) * width, 0.7f);
+        }
+        ClipperVolume result;
+        for (int i = 0; i < corners; ++i) {
+            const int next = (i + 1) % corners;
+            if (width == 0.0f) {
+                result.addLoopPlane(lower[i], lower[next], upper[0]);
+            } else {
+                result.addLoopPlane(lower[i], lower[next], upper[next], upper[i]);
+            }
+        }
+        if (width != 0.0f) {
+            result.planes += Plane(upper[0], upper[1], upper[2]);
+            result.loops += upper;
+        }
+        result.planes += Plane(lower[2], lower[1], lower[0]);
+        std::reverse(lower.begin(), lower.end());
+        result.loops += lower;
+        return result;
+    }
+
+private:
+    std::mt19937 _engine;
+};
+
+/// The shell of an intersection against the half-spaces that bound it.
+void expectShellOf(const ClipperVolume &shell, const QVector<Plane> &planes, Random &random)
+{
+    double expectedArea = 0;
+    double expectedVolume = 0;
+    for (int i = 0; i < planes.size(); ++i) {
+        const double face = faceArea(planes, i);
+        expectedArea += face;
+        expectedVolume += face * double(planes[i].distance) / 3;
+    }
+    EXPECT_NEAR(expectedArea, area(shell.loops), 1e-3);
+    EXPECT_NEAR(expectedVolume, volume(shell.loops), 1e-3);
+    EXPECT_LT(openEdgeLength(shell.loops), 2e-3);
+    for (const QVector3D &corner : PlaneClipper::loopsToPoints(shell.loops)) {
+        EXPECT_LT(farthestOutside(planes, corner), 1e-5);
+    }
+    for (int i = 0; i < 20; ++i) {
+        const Vec point = random.point(1.5f);
+        const double outside = farthestOutside(planes, point);
+        if (std::abs(outside) > 1e-3) {
+            EXPECT_NEAR(outside < 0 ? 1 : 0, windingNumber(shell.loops, point), 1e-2);
+        }
+    }
+}
+
+const Loop kSquare = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+
+} // namespace
+
+using PlaneClipperTest = MessageTest;
+
+TEST_F(PlaneClipperTest, WhatLiesInsideComesBackAsItIsAndUncopied)
+{
+    const Bounds box({-1, -2, -3}, {1, 2, 3});
+    const Loops loops = PlaneClipper::getFrustrumLoops(box.corners());
+    const Loops clipped = PlaneClipper::clip(box.planes(), loops); // its own planes touch it everywhere
+    ASSERT_EQ(loops, clipped);
+    for (int i = 0; i < loops.size(); ++i) {
+        EXPECT_EQ(loops[i].constData(), clipped[i].constData());
+    }
+    const Loops odd = {{}, {{1, 2, 3}}, kSquare};
+    EXPECT_EQ(odd, PlaneClipper::clip({}, odd)); // without planes nothing is looked at
+    EXPECT_EQ(Loops({kSquare}), PlaneClipper::clip({Plane({0, 0, 1}, 5.0f)}, odd));
+    EXPECT_TRUE(PlaneClipper::clip(box.planes(), {}).isEmpty());
+}
+
+TEST_F(PlaneClipperTest, CrossingsStandBetweenInsideAndOutsideAndNeverOnAPlane)
+{
+    const auto cut = [](const Plane &plane, const Loop &loop) { return PlaneClipper::clip({plane}, {loop}); };
+
+    // Through two opposite corners: these stay, once each.
+    EXPECT_EQ(Loops({{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}}), cut(Plane({-1, 1, 0}, 0.0f), kSquare));
+    // One corner off a triangle makes a quad, from wherever the walk starts.
+    EXPECT_EQ(Loops({{{0, 1, 0}, {0, 0, 0}, {2, 0, 0}, {1, 1, 0}}}),
+              cut(Plane({0, 1, 0}, 1.0f), {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}));
+    EXPECT_EQ(Loops({{{1, 1, 0}, {0, 1, 0}, {0, 0, 0}, {2, 0, 0}}}),
+              cut(Plane({0, 1, 0}, 1.0f), {{0, 2, 0}, {0, 0, 0}, {2, 0, 0}}));
+    // Touched from outside: along an edge, in a corner, not at all.
+    EXPECT_EQ(Loops({{{1, 0, 0}, {1, 1, 0}}}), cut(Plane({-1, 0, 0}, -1.0f), kSquare));
+    EXPECT_EQ(Loops({{{1, 1, 0}}}), cut(Plane({-1, -1, 0}, -2.0f), kSquare));
+    EXPECT_EQ(Loops(), cut(Plane({-1, -1, 0}, -2.5f), kSquare));
+    // What is left of a touch goes with the next plane: fewer than two points are no loop.
+    EXPECT_EQ(Loops(), PlaneClipper::clip({Plane({-1, -1, 0}, -2.0f), Plane({1, 0, 0}, 9.0f)}, {kSquare}));
+}
+
+TEST_F(PlaneClipperTest, BoxesThatTouchShareExactlyTheFaceTheEdgeOrTheCorner)
+{
+    const Bounds box({0, 0, 0}, {1, 1, 1});
+    const auto shared = [&](const QVector3D &lower) {
+        const Bounds other(lower, lower + QVector3D(1, 1, 1));
+        const ClipperVolume both = PlaneClipper::clip(box.clippingVolume(), other.clippingVolume());
+        EXPECT_EQ(12, both.planes.size());
+        EXPECT_NEAR(0, volume(both.loops), 1e-12);
+        return std::make_pair(Bounds(PlaneClipper::loopsToPoints(both.loops)), area(both.loops));
+    };
+    const auto [face, faceArea] = shared({1, 0, 0});
+    EXPECT_EQ(QVector3D(1, 0, 0), face.boxLowerBounds());
+    EXPECT_EQ(QVector3D(1, 1, 1), face.boxUpperBounds());
+    EXPECT_EQ(2.0, faceArea); // once of either box
+    const auto [edge, edgeArea] = shared({1, 1, 0});
+    EXPECT_EQ(QVector3D(1, 1, 0), edge.boxLowerBounds());
+    EXPECT_EQ(QVector3D(1, 1, 1), edge.boxUpperBounds());
+    EXPECT_EQ(0.0, edgeArea);
+    const Bounds apart({1.5f, 0, 0}, {2, 1, 1});
+    EXPECT_TRUE(PlaneClipper::clip(box.clippingVolume(), apart.clippingVolume()).loops.isEmpty());
+    // With itself: the faces of both.
+    EXPECT_EQ(12, PlaneClipper::clip(box.clippingVolume(), box.clippingVolume()).loops.size());
+}
+
+TEST_F(PlaneClipperTest, IntersectionsOfRandomVolumesAreTheRightShells)
+{
+    for (unsigned int seed = 0; seed < 400; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const ClipperVolume a = random.volume();
+        const ClipperVolume b = random.volume();
+        const ClipperVolume ab = PlaneClipper::clip(a, b);
+        ASSERT_EQ(a.planes.size() + b.planes.size(), ab.planes.size());
+        expectShellOf(ab, a.planes + b.planes, random);
+
+        const ClipperVolume c = random.volume(); // a result is a volume like others
+        expectShellOf(PlaneClipper::clip(ab, c), a.planes + b.planes + c.planes, random);
+        if (HasFailure()) {
+            return;
+        }
+    }
+}
+
+TEST_F(PlaneClipperTest, NotANumberIsOutsideAndNothingElseStartsFromIt)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const Plane plane({0, 1, 0}, 10.0f);
+    const Loop withNaN = {{0, 0, 0}, {1, 0, 0}, {nan, nan, nan}};
+    const Loops clipped = PlaneClipper::clip({plane}, {withNaN, kSquare});
+    ASSERT_EQ(2, clipped.size());
+    ASSERT_EQ(4, clipped[0].size()); // the two points, and a crossing on either edge to what is no point
+    EXPECT_TRUE(std::isnan(clipped[0][0].x()));
+    EXPECT_EQ(QVector3D(0, 0, 0), clipped[0][1]);
+    EXPECT_EQ(QVector3D(1, 0, 0), clipped[0][2]);
+    EXPECT_EQ(kSquare, clipped[1]);
+    EXPECT_TRUE(PlaneClipper::clip({Plane({nan, 0, 0}, 0.0f)}, {kSquare}).isEmpty());
+    // A zero normal: everything is on one side.
+    EXPECT_EQ(Loops({kSquare}), PlaneClipper::clip({Plane({0, 0, 0}, 0.0f)}, {kSquare}));
+    EXPECT_TRUE(PlaneClipper::clip({Plane({0, 0, 0}, -1.0f)}, {kSquare}).isEmpty());
+}
+
+TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
+{
+    Random random(7);
+    size_t points = 0;
+    for (int i = 0; i < 1000000; ++i) {
+        const float reach = i % 16 == 0 ? std::pow(10.0f, random.number(-12, 12)) : 1.0f;
+        // One triangle in four is of few points, so that some are collinear, equal or on a plane.
+        const auto corner = [&] {
+            return i % 4 == 0 ? reach * QVector3D(random.integer(-1, 1), random.integer(-1, 1), 0)
+                              : random.point(reach);
+        };
+        const Loops loops = {{corner(), corner(), corner()}};
+        const QVector<Plane> planes = {i % 4 == 0 ? Plane(QVector3D(1, 0, 0), reach * random.integer(-1, 1))
+                                                  : random.plane(reach),
+                                       random.plane(reach)};
+        const AllocationCount allocations;
+        const Loops clipped = PlaneClipper::clip(planes, loops);
+        ASSERT_LE(allocations.taken(), 4u) << i; // the two sets, and the loop once for each plane
+        for (const Loop &loop : clipped) {
+            ASSERT_LE(loop.size(), 5) << i; // one more for each plane
+            for (const QVector3D &point : loop) {
+                const double outside = farthestOutside(planes, point);
+                ASSERT_TRUE(outside < 1e-6 * double(reach)) << i; // false for a NaN
+            }
+            points += size_t(loop.size());
+        }
+    }
+    EXPECT_GT(points, 1000000u); // else the clips above were all empty
+}
+
+TEST_F(PlaneClipperTest, PointsAndLoopsOfBoxesAndFrustumsAgreeWithTheirPlanes)
+{
+    const Bounds box({-1.25f, 2, -3}, {4, 5.5f, 7});
+    EXPECT_EQ(box.corners(), PlaneClipper::getFrustrumPoints(box.planes()));
+    const Loops faces = PlaneClipper::getFrustrumLoops(box.corners());
+    ASSERT_EQ(6, faces.size());
+    EXPECT_EQ(8, PlaneClipper::loopsToPoints(faces).size());
+    EXPECT_EQ(faces[0], Loop({box.corners()[0], box.corners()[1], box.corners()[3], box.corners()[2]}));
+    EXPECT_NEAR(5.25 * 3.5 * 10, std::abs(volume(faces)), 1e-4);
+    EXPECT_LT(openEdgeLength(faces), 1e-9);
+
+    for (unsigned int seed = 0; seed < 500; ++seed) {
+        Random random(seed);
+        QMatrix4x4 clipToWorld;
+        clipToWorld.lookAt(random.point(5), random.point(5), {0.1f, 1, 0.2f});
+        QMatrix4x4 projection;
+        projection.perspective(random.number(30, 100), random.number(0.5f, 2), 0.5f, random.number(5, 50));
+        const QMatrix4x4 toWorld = (projection * clipToWorld).inverted();
+        QVector<QVector3D> corners = Bounds({-1, -1, -1}, {1, 1, 1}).corners();
+        for (QVector3D &corner : corners) {
+            corner = toWorld.map(corner);
+        }
+        // Three corners of each side, in the order of planes.
+        const int sides[6][3] = {{0, 2, 1}, {4, 5, 6}, {0, 4, 2}, {2, 6, 3}, {1, 3, 5}, {0, 1, 4}};
+        QVector<Plane> planes;
+        for (const auto &side : sides) {
+            planes += Plane(corners[side[0]], corners[side[1]], corners[side[2]]);
+        }
+        const QVector<QVector3D> found = PlaneClipper::getFrustrumPoints(planes);
+        ASSERT_EQ(8, found.size());
+        for (int i = 0; i < 8; ++i) {
+            ASSERT_LT((found[i] - corners[i]).length(), 2e-3f * corners[i].length() + 1e-3f)
+                << seed << ' ' << i;
+        }
+    }
+    EXPECT_TRUE(PlaneClipper::getFrustrumPoints(box.planes().mid(1)).isEmpty());
+    EXPECT_TRUE(PlaneClipper::getFrustrumLoops(box.corners().mid(1)).isEmpty());
+}
+
+TEST_F(PlaneClipperTest, VolumesGrowFaceByFace)
+{
+    ClipperVolume volume;
+    volume.addLoopPlane({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+    volume.addLoopPlane({0, 0, 2}, {1, 0, 2}, {1, 1, 2}, {7, 7, 7}); // the fourth is not asked for the plane
+    EXPECT_EQ(Loops({{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 0, 2}, {1, 0, 2}, {1, 1, 2}, {7, 7, 7}}}),
+              volume.loops);
+    ASSERT_EQ(2, volume.planes.size());
+    EXPECT_EQ(QVector3D(0, 0, 1), volume.planes[1].normal);
+    EXPECT_EQ(2.0f, volume.planes[1].distance);
+}
+
+TEST_F(PlaneClipperTest, DumpsOneLineForEachLoop)
+{
+    PlaneClipper::dump("sides", {{{1, -2.25f, 0.5f}, {0, 0, 10}}, {}});
+    EXPECT_MESSAGES("debug [PlaneClipper.cpp:#] Loop 'sides'",
+                    "debug [PlaneClipper.cpp:#] Loop :  (+1.00 -2.25 +0.50) (+0.00 +0.00 +10.00)",
+                    "debug [PlaneClipper.cpp:#] Loop : ");
+}

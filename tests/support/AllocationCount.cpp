@@ -1,0 +1,59 @@
+#include "AllocationCount.h"
+
+namespace {
+
+thread_local size_t allocations = 0;
+
+} // namespace
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+
+#include <sanitizer/allocator_interface.h>
+
+// The sanitizers have an allocator of their own, and say when it is used.
+static const int hooked = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void *, size_t) { ++allocations; }, [](const volatile void *) {});
+
+#else
+
+// The program's definitions stand before those of the C library, whose own names remain.
+extern "C" {
+
+void *__libc_malloc(size_t size);
+void *__libc_calloc(size_t count, size_t size);
+void *__libc_realloc(void *memory, size_t size);
+
+void *malloc(size_t size)
+{
+    ++allocations;
+    return __libc_malloc(size);
+}
+
+void *calloc(size_t count, size_t size)
+{
+    ++allocations;
+    return __libc_calloc(count, size);
+}
+
+void *realloc(void *memory, size_t size)
+{
+    ++allocations;
+    return __libc_realloc(memory, size);
+}
+
+} // extern "C"
+
+#endif
+
+AllocationCount::AllocationCount()
+    : _start(allocations)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    (void)hooked;
+#endif
+}
+
+size_t AllocationCount::taken() const
+{
+    return allocations - _start;
+}
