@@ -47,6 +47,8 @@ public:
     Texture *load(const TextureFileInfo &info) override;
 
 private:
+    struct Decoded;
+
     enum PixelFormat { eUnknown, eRgbe, eXyze };
 
     struct Axis
@@ -65,14 +67,16 @@ private:
     bool startsWith(const char *text) const;
 
     bool fitsTexture() const;
-    std::unique_ptr<float[]> decode() const;
+    Decoded decode() const;
+    [[noreturn]] void endProcess(unsigned int runStart, unsigned int runEnd) const;
+    Texture *upload(const float *rows) const;
 
     std::unique_ptr<Memory> _memory;
     QString _name;
     bool _valid = false;
-    const unsigned char *_begin = nullptr; ///< a view of the whole file
+    const unsigned char *_cursor =
+        nullptr; ///< in the view of the whole file: parsing, then the first scanline
     const unsigned char *_end = nullptr;
-    const unsigned char *_cursor = nullptr; ///< while parsing; then the first scanline
     PixelFormat _pixelFormat = eUnknown;
     float _exposure = 1.0f;
     Axis _first = {'-', 'Y', 0};

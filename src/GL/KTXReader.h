@@ -76,29 +76,40 @@ public:
 
 private:
     struct Level;
+    struct Source;
 
-    quint32 field(int index) const;
+    struct Entry
+    {
+        quint64 key;  ///< offset from _metadata
+        quint32 size; ///< as the file says
+    };
+
+    enum Upload {
+        eComplete, ///< all levels were given to GL
+        eCutOff    ///< the data end before the levels do
+    };
+
+    quint32 field(int offset) const;
     void convertByteOrder();
     bool readMetadata();
-    const char *terminated(quint64 offset) const;
+    const char *textAt(quint64 offset) const;
 
     unsigned int target() const;
     unsigned int internalFormat(bool srgb) const;
-    void setSampling(unsigned int target, int anisotropy) const;
-    bool uploadLevels(unsigned int internalFormat, const unsigned char *&cursor,
-                      const unsigned char *end) const;
-    bool uploadLevel(const Level &level) const;
+    void setSampling(qint32 anisotropy) const;
+    Upload uploadLevels(Texture &texture, bool srgb, Source &source) const;
+    bool uploadLevel(const Level &level, Source &source) const;
+    quint64 bytesRead(const Level &level) const;
     void uploadImage(unsigned int imageTarget, const Level &level, const unsigned char *data) const;
-    bool finishUpload(unsigned int target) const;
+    bool finishUpload(Upload upload) const;
 
     std::unique_ptr<Memory> _memory;
     QString _name;
     bool _valid = true;
     unsigned char *_header = nullptr;         ///< the first 64 bytes; null when they cannot be mapped
-    const unsigned char *_metadata = nullptr; ///< from the key-value block to the end of the file
+    const unsigned char *_metadata = nullptr; ///< the key-value block, and all behind it
     quint64 _metadataSize = 0;                ///< bytes that can be read there
-    QVector<quint64> _keys;                   ///< offsets from _metadata
-    QVector<quint32> _entrySizes;             ///< in step with the keys
+    QVector<Entry> _entries;
 };
 
 }} // namespace Orvane::Zel
