@@ -5,6 +5,7 @@
 /// all classes.
 
 #include "ASTCReader.h"
+#include "Array2DTextureManager.h"
 #include "AutoBinder.h"
 #include "AutoDisabler.h"
 #include "AutoEnabler.h"
@@ -48,6 +49,7 @@
 #include "TexturePool.h"
 #include "TextureProcessing.h"
 #include "TextureRecogniser.h"
+#include "TextureSlot.h"
 #include "TextureToken.h"
 #include "UniformBufferMechanism.h"
 #include "UniformBufferObject.h"

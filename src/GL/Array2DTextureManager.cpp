@@ -1,0 +1,959 @@
+#include "Array2DTextureManager.h"
+
+#include "AutoBinder.h"
+#include "GLSLMacroProcessor.h"
+#include "GLUtilities.h"
+#include "ShaderProgram.h"
+#include "Texture.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+constexpr int kReservedSlots = 32;
+constexpr int kElementsPerToken = 2; ///< ivec4 of the slot map
+constexpr int kLargestSlotSide = 0x8000;
+constexpr int kLongestRealChain = 20; ///< GL's default maximum level of 1000 means that no chain is set
+
+template <typename Function> void lookUp(Function &function, const char *name)
+{
+    function = reinterpret_cast<Function>(getGLProcAddress(name, false));
+}
+
+int alignedSide(int side, int least, int most, int alignment)
+{
+    const int clamped = std::min(std::max(side, least), most);
+    return (clamped + alignment - 1) / alignment * alignment;
+}
+
+GLint textureParameter(const Texture *texture, GLenum name)
+{
+    GLint value = 0;
+    glGetTexParameteriv(texture->target(), name, &value);
+    return value;
+}
+
+float textureParameterf(const Texture *texture, GLenum name)
+{
+    float value = 0.0f;
+    glGetTexParameterfv(texture->target(), name, &value);
+    return value;
+}
+
+void reportTarget(const Texture *texture, const TextureToken &token)
+{
+    ZEL_ASSERT((GL_TEXTURE_2D == texture->target()) || (GL_TEXTURE_CUBE_MAP == texture->target())
+                   || (GL_TEXTURE_2D_ARRAY == texture->target()),
+               "Texture %llu is for target 0x%X. Only 0x%X, 0x%X or 0x%X are allowed", token.token,
+               texture->target(), GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D_ARRAY);
+}
+
+/// The two framebuffers of a copy between textures; the binding of GL_FRAMEBUFFER
+/// is restored at the end.
+class BlitFramebuffers
+{
+    Q_DISABLE_COPY(BlitFramebuffers)
+
+public:
+    BlitFramebuffers()
+    {
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &_previous);
+        glGenFramebuffers(1, &_read);
+        glGenFramebuffers(1, &_draw);
+    }
+
+    ~BlitFramebuffers()
+    {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+        glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(_previous));
+        glDeleteFramebuffers(1, &_read);
+        glDeleteFramebuffers(1, &_draw);
+        glFlush();
+    }
+
+    /// Reads from a level of a texture, of a cube map's face or of an array's layer.
+    void attachSource(const Texture *texture, int level, int layer)
+    {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, _read);
+        const GLuint name = texture->textureID();
+        switch (texture->target()) {
+        case GL_TEXTURE_CUBE_MAP:
+            glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
+                                   GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(layer), name, level);
+            break;
+        case GL_TEXTURE_2D_ARRAY:
+            glFramebufferTextureLayer(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, name, level, layer);
+            break;
+        default:
+            glFramebufferTexture(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, name, level);
+            break;
+        }
+    }
+
+    void attachTarget(const Texture *texture, int level, int layer)
+    {
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, _draw);
+        glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture->textureID(), level,
+                                  layer);
+    }
+
+    void blit(int sourceWidth, int sourceHeight, int targetWidth, int targetHeight)
+    {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, _read);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, _draw);
+        glReadBuffer(GL_COLOR_ATTACHMENT0);
+        glDrawBuffer(GL_COLOR_ATTACHMENT0);
+        glBlitFramebuffer(0, 0, sourceWidth, sourceHeight, 0, 0, targetWidth, targetHeight,
+                          GL_COLOR_BUFFER_BIT, GL_LINEAR);
+    }
+
+private:
+    GLint _previous = 0;
+    GLuint _read = 0;
+    GLuint _draw = 0;
+};
+
+/// Fills a layer of a slot, all levels: from the source's levels first, and what
+/// these lack from the slot's own next larger level.
+void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer, int sourceMaxLevel,
+               const SlotData &slot, int layer)
+{
+    int width = slot.format.width;
+    int height = slot.format.height;
+    int level = 0;
+    for (; width != 0 && height != 0 && level <= sourceMaxLevel; ++level, width /= 2, height /= 2) {
+        framebuffers.attachSource(source, level, sourceLayer);
+        framebuffers.attachTarget(slot.texture, level, layer);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        int sourceWidth = 0;
+        int sourceHeight = 0;
+        {
+            const AutoBinder binder(source);
+            sourceWidth = source->width(level);
+            sourceHeight = source->height(level);
+        }
+        if (sourceWidth > 0 && sourceHeight > 0) {
+            framebuffers.blit(sourceWidth, sourceHeight, width, height);
+        }
+    }
+    const auto sideAt = [](int side, int atLevel) { return std::max(side >> atLevel, 1); };
+    for (; width != 0 && height != 0; ++level, width /= 2, height /= 2) {
+        framebuffers.attachSource(slot.texture, level - 1, layer);
+        framebuffers.attachTarget(slot.texture, level, layer);
+        framebuffers.blit(sideAt(slot.format.width, level - 1), sideAt(slot.format.height, level - 1), width,
+                          height);
+    }
+}
+
+} // namespace
+
+bool Array2DTextureManager::isBindlessSupported()
+{
+    return hasGLExtension("GL_ARB_bindless_texture");
+}
+
+Array2DTextureManager::Array2DTextureManager()
+{
+    TextureManager::tokenForColor(QColor(Qt::white)); // token 0
+    GLint max2D = 0;
+    GLint max3D = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max2D);
+    glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &max3D);
+    _maxSlotWidth = std::min({kLargestSlotSide, max2D, max3D / 2});
+    _maxSlotHeight = _maxSlotWidth;
+    _slotUnits.reserve(kReservedSlots);
+    _slotHandles.reserve(kReservedSlots);
+    growTables(1);
+    _anisotropySupported = hasGLExtension("GL_ARB_texture_filter_anisotropic")
+                           || hasGLExtension("GL_EXT_texture_filter_anisotropic");
+    if (_anisotropySupported) {
+        glGetFloatv(GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT, &_maxAnisotropy);
+    }
+    if (isBindlessSupported()) {
+        lookUp(_getTextureHandle, "glGetTextureHandleARB");
+        lookUp(_makeTextureHandleResident, "glMakeTextureHandleResidentARB");
+        lookUp(_makeTextureHandleNonResident, "glMakeTextureHandleNonResidentARB");
+        lookUp(_uniformHandleui64v, "glUniformHandleui64vARB");
+        lookUp(_isTextureHandleResident, "glIsTextureHandleResidentARB");
+    }
+}
+
+Array2DTextureManager::~Array2DTextureManager()
+{
+    deleteSlots();
+}
+
+void Array2DTextureManager::bind(const QVector<TextureToken> &tokens)
+{
+    bindTextureTokens(tokens);
+}
+
+void Array2DTextureManager::bind(const QSet<TextureToken> &tokens)
+{
+    bindTextureTokens(tokens);
+}
+
+void Array2DTextureManager::bind(const QList<TextureToken> &tokens)
+{
+    bindTextureTokens(tokens);
+}
+
+void Array2DTextureManager::unbind(const QVector<TextureToken> &) {}
+
+void Array2DTextureManager::bind(ShaderProgram *program)
+{
+    const UniformLocations locations = uniformLocations(program);
+    if (!locations.any()) {
+        return;
+    }
+    ++_bindDepth;
+    updateSlots();
+    if (_bindMode == BindModeBindless) {
+        for (SlotData *slot : qAsConst(_slots)) {
+            if (slot->texture == nullptr || slot->bindlessHandle == 0) {
+                continue;
+            }
+            if (_isTextureHandleResident(slot->bindlessHandle) == GL_FALSE) {
+                _makeTextureHandleResident(slot->bindlessHandle);
+            }
+            ++slot->residentCount;
+        }
+    }
+    uploadSlotMap(locations);
+    if (locations.slotArray >= 0) {
+        uploadSlots(locations.slotArray);
+    }
+}
+
+void Array2DTextureManager::unbind(ShaderProgram *program)
+{
+    const UniformLocations locations = uniformLocations(program);
+    if (!locations.any()) {
+        return;
+    }
+    --_bindDepth;
+    for (SlotData *slot : qAsConst(_slots)) {
+        if (_bindMode == BindModeBindless) {
+            slot->residentCount -= slot->residentCount != 0 ? 1 : 0; // the handle itself stays resident
+        } else if (locations.slotArray >= 0) {
+            slot->texture->unbind();
+        }
+    }
+    if (locations.mapSampler >= 0 && _slotMapTexture != nullptr) {
+        _slotMapTexture->unbind();
+    }
+}
+
+void Array2DTextureManager::dirty(Texture *texture)
+{
+    if (texture == nullptr) {
+        return;
+    }
+    const TextureToken token = tokenForTexture(texture);
+    if (token == nullTextureToken || !hasEntry(token)) {
+        return;
+    }
+    SlotLayerData &data = entry(token);
+    if (!data.isValid() || data.isUDIMSet() || data.slot >= static_cast<unsigned int>(_slots.size())) {
+        return;
+    }
+    SlotData *slot = _slots.at(static_cast<int>(data.slot));
+    if (slot->format.isUsed()) {
+        slot->freeLayer(static_cast<int>(data.layer),
+                        static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token))));
+        data.clear();
+    }
+}
+
+void Array2DTextureManager::setup(GLSLMacroProcessor *processor)
+{
+    TextureManager::setup(processor);
+    if (processor == nullptr) {
+        return;
+    }
+    const QString on = QStringLiteral("1");
+    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D"), on);
+    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_SLOT_COUNT"), QString::number(_maxSlots));
+    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_UNIFORMS_SIZE"),
+                         QString::number(_uniformsSize));
+    if (_useSlotMapUniforms) {
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_UNIFORMS"), on);
+    }
+    if (_useSlotMapTexture) {
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_TEXTURE"), on);
+    }
+    if (_useExplicitArrayAccess) {
+        processor->addDefine(QStringLiteral("TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS"), on);
+    }
+    if (openGlVersionSupported(4, 0)) {
+        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SUPPORTS_TEXTURE_QUERY_LOD"), on);
+        processor->addMacro(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_GLSL_VERSION"),
+                            QStringLiteral("#version 400"));
+    }
+    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_NUM_UVEC4S_PER_TOKEN"),
+                         QString::number(kElementsPerToken));
+}
+
+QString Array2DTextureManager::getShaderFile()
+{
+    return _bindMode == BindModeBindless ? QStringLiteral("Array2DTextureManagerBindless.glslc")
+                                         : QStringLiteral("Array2DTextureManager.glslc");
+}
+
+void Array2DTextureManager::clear()
+{
+    // The slots are abandoned, not deleted, and the tokens of the base stay: the next setupSlots() makes new ones.
+    _pendingTokens.clear();
+    _tokenIsPending.clear();
+    _textureTokenToSlotLayerData.clear();
+    _textureTokenToLayerCount.clear();
+    _slots.clear();
+    _slotUnits.clear();
+    _slotHandles.clear();
+    tokenForColor(QColor(Qt::white));
+    _slotUnits.reserve(kReservedSlots);
+    _slotHandles.reserve(kReservedSlots);
+    _textureTokenToSlotLayerData.clear();
+    _textureTokenToLayerCount.clear();
+    growTables(1);
+}
+
+void Array2DTextureManager::setMaxSlots(int count)
+{
+    _maxSlots = count;
+}
+
+int Array2DTextureManager::getMaxSlots() const
+{
+    return _maxSlots;
+}
+
+void Array2DTextureManager::setSlotReallocationMethod(SlotReallocationMethod method)
+{
+    if (static_cast<unsigned int>(method) > SlotReallocationUpscale) {
+        ZEL_LOG_WARNING("Unsupported slot reallocation method request %d ignored!", static_cast<int>(method));
+        return;
+    }
+    _slotReallocationMethod = method;
+}
+
+bool Array2DTextureManager::supportsUDIMs() const
+{
+    return true;
+}
+
+void Array2DTextureManager::textureTokenIssued(const TextureToken &token)
+{
+    addPending(token);
+    if (!hasEntry(token)) {
+        growTables(static_cast<int>(token.token) + 1);
+        _dirty = true;
+    }
+}
+
+void Array2DTextureManager::textureTokenRevoked(const TextureToken &token)
+{
+    if (!hasEntry(token)) {
+        return;
+    }
+    _udimPatchToToken.remove(token);
+    if (entry(token).isUDIMSet()) {
+        const quint64 first = entry(token).slot;
+        const quint64 last = first + static_cast<quint64>(entry(token).getNumUDIMPatches());
+        for (quint64 patch = first; patch <= last; ++patch) {
+            textureTokenRevoked(TextureToken(patch));
+            deleteToken(TextureToken(patch));
+        }
+    }
+    SlotLayerData &data = entry(token);
+    if (!data.isValid()) {
+        return;
+    }
+    if (!data.isUDIMSet() && data.slot < static_cast<unsigned int>(_slots.size())) {
+        _slots.at(static_cast<int>(data.slot))
+            ->freeLayer(static_cast<int>(data.layer),
+                        static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token))));
+    }
+    data.clear();
+    _dirty = true;
+}
+
+void Array2DTextureManager::setBindMode(BindMode mode)
+{
+    _bindMode = mode;
+}
+
+void Array2DTextureManager::setUseExplicitlyArrayAccessInGLSL(bool use)
+{
+    _useExplicitArrayAccess = use;
+}
+
+void Array2DTextureManager::setUseSlotMapUniforms(bool use)
+{
+    _useSlotMapUniforms = use;
+}
+
+void Array2DTextureManager::setUseSlotMapTexture(bool use)
+{
+    _useSlotMapTexture = use;
+}
+
+void Array2DTextureManager::setupSlots()
+{
+    if (!_slots.isEmpty()) {
+        return;
+    }
+    _slots.resize(_maxSlots);
+    _slotUnits.resize(_maxSlots);
+    _slotHandles.resize(_maxSlots);
+    for (int i = 0; i < _maxSlots; ++i) {
+        _slots[i] = new SlotData;
+        _slotHandles[i] = BindlessHandleUVec2();
+    }
+}
+
+void Array2DTextureManager::deleteSlots()
+{
+    for (SlotData *slot : qAsConst(_slots)) {
+        dropHandle(*slot);
+        delete slot;
+    }
+    _slots.clear();
+}
+
+SlotFormat Array2DTextureManager::alignedSlotFormat(const SlotFormat &format) const
+{
+    SlotFormat aligned = format;
+    aligned.width = alignedSide(format.width, _minSlotWidth, _maxSlotWidth, _slotAlignX);
+    aligned.height = alignedSide(format.height, _minSlotHeight, _maxSlotHeight, _slotAlignY);
+    return aligned;
+}
+
+SlotLayerData Array2DTextureManager::findSlotLayer(const SlotFormat &format, int layerCount)
+{
+    if (format.width == 0 || format.height == 0) {
+        return SlotLayerData();
+    }
+    const SlotFormat aligned = alignedSlotFormat(format);
+    for (int i = 0; i < _slots.size(); ++i) {
+        if (_slots.at(i)->format.isUsed() && _slots.at(i)->isCompatible(aligned)) {
+            const SlotLayerData place = placeIn(i, layerCount);
+            if (place.isValid()) {
+                return place;
+            }
+        }
+    }
+    for (int i = 0; i < _slots.size(); ++i) {
+        if (!_slots.at(i)->format.isUsed()) {
+            _slots.at(i)->setupFormat(aligned); // kept, even where the request is too large for it
+            const SlotLayerData place = placeIn(i, layerCount);
+            if (place.isValid()) {
+                return place;
+            }
+        }
+    }
+    SlotData *similar = nullptr;
+    int similarIndex = -1;
+    if (searchForSimilarSlot(aligned, similar, similarIndex, nullptr)) {
+        const SlotLayerData place = placeIn(similarIndex, layerCount);
+        if (place.isValid()) {
+            reportResize(format.width, format.height, similar->format);
+            return place;
+        }
+    }
+    const SlotLayerData place = placeByMerging(aligned, layerCount);
+    if (!place.isValid()) {
+        ZEL_LOG_WARNING(
+            "%p Failed to find slot or layer (%4dx%-4d) 0x%04X C:0x%04X 0x%04X F:0x%04X 0x%04X %4.1f %4.1f\n",
+            static_cast<const void *>(this), format.width, format.height, format.internalFormat,
+            static_cast<unsigned int>(format.wrapS), static_cast<unsigned int>(format.wrapT),
+            static_cast<unsigned int>(format.magFilter), static_cast<unsigned int>(format.minFilter),
+            static_cast<double>(format.anisotropy), static_cast<double>(format.lodBias));
+    }
+    return place;
+}
+
+void Array2DTextureManager::determineSlotLayerDataForTexture(Texture *texture, TextureToken token,
+                                                             SlotLayerData &out)
+{
+    reportTarget(texture, token);
+    SlotFormat format;
+    int layerCount = 1;
+    {
+        const AutoBinder binder(texture);
+        format.width = texture->width(0);
+        format.height = texture->height(0);
+        format.internalFormat = static_cast<unsigned int>(texture->internalFormat(0));
+        const int depth = texture->depth(0);
+        if (texture->target() == GL_TEXTURE_CUBE_MAP) {
+            layerCount = 6;
+        } else if (texture->target() == GL_TEXTURE_2D_ARRAY) {
+            layerCount = depth;
+        }
+        format.wrapS = textureParameter(texture, GL_TEXTURE_WRAP_S);
+        format.wrapT = textureParameter(texture, GL_TEXTURE_WRAP_T);
+        format.magFilter = textureParameter(texture, GL_TEXTURE_MAG_FILTER);
+        format.minFilter = textureParameter(texture, GL_TEXTURE_MIN_FILTER);
+        format.lodBias = textureParameterf(texture, GL_TEXTURE_LOD_BIAS);
+        if (_anisotropySupported) {
+            format.anisotropy = textureParameterf(texture, GL_TEXTURE_MAX_ANISOTROPY_EXT);
+        }
+    }
+    out = findSlotLayer(format, layerCount);
+    if (hasEntry(token)) {
+        _textureTokenToLayerCount[static_cast<int>(token.token)] = static_cast<unsigned int>(layerCount);
+    }
+    addPending(token);
+    _dirty = true;
+}
+
+bool Array2DTextureManager::moveSlotLayers(int from, int to)
+{
+    SlotData *source = _slots.at(from);
+    SlotData *target = _slots.at(to);
+    if (!source->format.isUsed()) {
+        return false;
+    }
+    for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
+        if (!isPlacedIn(i, from)) {
+            continue;
+        }
+        const int count = static_cast<int>(_textureTokenToLayerCount.at(i));
+        const unsigned int layer = target->getFreeLayer(count);
+        if (layer == SlotData::kNoLayer) {
+            return false; // what was moved so far stays in the target
+        }
+        SlotLayerData &data = _textureTokenToSlotLayerData[i];
+        source->freeLayer(static_cast<int>(data.layer), count);
+        data = SlotLayerData(static_cast<unsigned int>(to), layer, target->bindlessHandle);
+        addPending(TextureToken(static_cast<unsigned long long>(i)));
+    }
+    _dirty = true;
+    return true;
+}
+
+QVector<int> Array2DTextureManager::filterSlotsBySimilar(const SlotFormat &format,
+                                                         const QVector<int> &slotIndices) const
+{
+    QVector<int> similar;
+    std::copy_if(slotIndices.begin(), slotIndices.end(), std::back_inserter(similar),
+                 [&](int index) { return _slots.at(index)->isSimilar(format); });
+    return similar;
+}
+
+QVector<int> Array2DTextureManager::sortSlotsByLargest(const QVector<int> &slotIndices) const
+{
+    const auto area = [this](int index) {
+        return _slots.at(index)->format.width * _slots.at(index)->format.height;
+    };
+    QVector<int> sorted = slotIndices;
+    std::stable_sort(sorted.begin(), sorted.end(), [&](int a, int b) { return area(a) > area(b); });
+    return sorted;
+}
+
+bool Array2DTextureManager::searchForSimilarSlot(const SlotFormat &format, SlotData *&slot, int &index,
+                                                 SlotData *excluded) const
+{
+    unsigned int best = SlotData::kNoFit;
+    for (int i = 0; i < _slots.size(); ++i) {
+        SlotData *candidate = _slots.at(i);
+        if (candidate == excluded || !candidate->format.isUsed() || !candidate->isSimilar(format)) {
+            continue;
+        }
+        const unsigned int score = candidate->getFormatDeltaScore(format, _slotReallocationMethod);
+        if (score < best) {
+            best = score;
+            slot = candidate;
+            index = i;
+        }
+    }
+    return best != SlotData::kNoFit;
+}
+
+bool Array2DTextureManager::seachForSlotWithLargestXY(SlotData *&slot, int &index) const
+{
+    int largest = 0;
+    bool found = false;
+    for (int i = 0; i < _slots.size(); ++i) {
+        const SlotFormat &format = _slots.at(i)->format;
+        if (format.isUsed() && format.width * format.height >= largest) { // a later tie wins
+            largest = format.width * format.height;
+            slot = _slots.at(i);
+            index = i;
+            found = true;
+        }
+    }
+    return found;
+}
+
+void Array2DTextureManager::dumpSlots() const
+{
+    QString text = QString::asprintf("%p \n", static_cast<const void *>(this));
+    for (int i = 0; i < _slots.size(); ++i) {
+        const SlotData &slot = *_slots.at(i);
+        const SlotFormat &format = slot.format;
+        text += QString::asprintf(" %2d", i);
+        if (!format.isUsed()) {
+            text += QLatin1String(" {UNUSED}");
+            continue;
+        }
+        text += QString::asprintf(
+            " {(%4dx%4d) 0x%04X C:0x%04X 0x%04X F:0x%04X 0x%04X ,%2d:%2d<%2d}", format.width, format.height,
+            format.internalFormat, static_cast<unsigned int>(format.wrapS),
+            static_cast<unsigned int>(format.wrapT), static_cast<unsigned int>(format.magFilter),
+            static_cast<unsigned int>(format.minFilter), slot.usedLayers, slot.allocatedLayers,
+            slot.maxLayers);
+        text += QLatin1String(" \n");
+    }
+    ZEL_LOG_DEBUG("%s", text.toLocal8Bit().constData());
+}
+
+void Array2DTextureManager::updateSlots()
+{
+    setupSlots();
+    for (int i = 0; i < _slots.size(); ++i) {
+        const SlotData &slot = *_slots.at(i);
+        const bool upToDate = slot.allocatedLayers != 0 && slot.allocatedLayers >= slot.usedLayers;
+        if (slot.format.isUsed() && !upToDate) {
+            allocateSlot(i);
+        }
+    }
+    if (!_pendingTokens.isEmpty()) {
+        blitPending();
+    }
+}
+
+bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
+{
+    if (!hasEntry(token) || !entry(token).isValid() || entry(token).isUDIMSet()) {
+        return true;
+    }
+    Texture *texture = textureForToken(token);
+    if (texture == nullptr && _udimPatchToToken.contains(token)) {
+        texture = textureForToken(_udimPatchToToken.value(token));
+    }
+    if (texture == nullptr) {
+        return false;
+    }
+    const SlotLayerData place = entry(token); // after the load, which may have grown the table
+    const SlotData &slot = *_slots.at(static_cast<int>(place.slot));
+    if (slot.bindlessHandle != 0) {
+        _isTextureHandleResident(slot.bindlessHandle); // the answer is not used
+    }
+    glFlush();
+    int width = 0;
+    int height = 0;
+    GLint maxLevel = 0;
+    {
+        const AutoBinder binder(texture);
+        width = texture->width(0);
+        height = texture->height(0);
+        maxLevel = textureParameter(texture, GL_TEXTURE_MAX_LEVEL);
+    }
+    if (width == 0 || height == 0) {
+        ZEL_LOG_WARNING("%p Ignoring texture of size (%dx%d), not blitted into array2D",
+                        static_cast<const void *>(this), width, height);
+        return false;
+    }
+    if (maxLevel > kLongestRealChain) {
+        maxLevel = 0;
+    }
+    BlitFramebuffers framebuffers;
+    const int count = static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token)));
+    for (int i = 0; i < count; ++i) {
+        blitLayer(framebuffers, texture, i, maxLevel, slot, static_cast<int>(place.layer) + i);
+    }
+    return true;
+}
+
+template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const Tokens &tokens)
+{
+    if (tokens.isEmpty()) {
+        return;
+    }
+    setupSlots();
+    const Tokens copy = tokens; // loading a texture may change the caller's container
+    for (const TextureToken &token : copy) {
+        if (token == nullTextureToken) {
+            continue;
+        }
+        assertTokenInArray(token);
+        if (!hasEntry(token) || entry(token).isValid()) {
+            continue;
+        }
+        if (Texture *texture = textureForToken(token)) {
+            reportTarget(texture, token);
+            determineSlotLayerDataForTexture(texture, token, entry(token));
+        } else if (_udimPatches.contains(token)) {
+            buildUDIMSet(token);
+        }
+    }
+}
+
+void Array2DTextureManager::buildUDIMSet(const TextureToken &token)
+{
+    QHash<QPoint, Texture *> patches;
+    const QHash<QPoint, Texture *> given = _udimPatches.value(token);
+    for (auto it = given.begin(); it != given.end(); ++it) {
+        if (it.key().x() >= 0 && it.key().y() >= 0 && it.value() != nullptr) {
+            patches.insert(it.key(), it.value());
+        }
+    }
+    int width = 1;
+    for (auto it = patches.begin(); it != patches.end(); ++it) {
+        width = std::max(width, it.key().x() + 1);
+    }
+    const auto indexOf = [width](const QPoint &patch) { return width * patch.y() + patch.x(); };
+    int maxPatch = 0;
+    for (auto it = patches.begin(); it != patches.end(); ++it) {
+        maxPatch = std::max(maxPatch, indexOf(it.key()));
+    }
+    // The shader adds a patch's index to the first token.
+    const TextureToken first = reserveTokenBlock(maxPatch + 1);
+    for (int i = 0; i <= maxPatch; ++i) {
+        textureTokenIssued(TextureToken(first.token + static_cast<quint64>(i)));
+    }
+    entry(token).configureUDIMSet(first, width, maxPatch);
+    for (auto it = patches.begin(); it != patches.end(); ++it) {
+        const TextureToken patchToken = tokenForTexture(it.value());
+        ZEL_ASSERT(patchToken.token < quint64(_textureTokenToSlotLayerData.size()),
+                   "Token %llu is not in array %d.", patchToken.token, _textureTokenToSlotLayerData.size());
+        const TextureToken slotToken(first.token + static_cast<quint64>(indexOf(it.key())));
+        determineSlotLayerDataForTexture(it.value(), slotToken, entry(slotToken));
+        _udimPatchToToken.insert(slotToken, patchToken);
+    }
+}
+
+bool Array2DTextureManager::hasEntry(const TextureToken &token) const
+{
+    return token.token < static_cast<quint64>(_textureTokenToSlotLayerData.size());
+}
+
+SlotLayerData &Array2DTextureManager::entry(const TextureToken &token)
+{
+    return _textureTokenToSlotLayerData[static_cast<int>(token.token)];
+}
+
+void Array2DTextureManager::assertTokenInArray(const TextureToken &token) const
+{
+    ZEL_ASSERT(token.token < quint64(_textureTokenToSlotLayerData.size()), "Token %llu is not in array %d.",
+               token.token, _textureTokenToSlotLayerData.size());
+}
+
+void Array2DTextureManager::addPending(const TextureToken &token)
+{
+    const int index = static_cast<int>(token.token);
+    if (index >= _tokenIsPending.size()) {
+        _tokenIsPending.resize(index + 1);
+    }
+    if (!_tokenIsPending.at(index)) {
+        _tokenIsPending[index] = true;
+        _pendingTokens.append(token);
+    }
+}
+
+void Array2DTextureManager::blitPending()
+{
+    const QVector<TextureToken> pending = std::move(_pendingTokens);
+    _pendingTokens = QVector<TextureToken>();
+    _tokenIsPending.fill(false);
+    for (const TextureToken &token : pending) {
+        if (!blitTokenToTextureSlot(token)) {
+            addPending(token);
+        }
+    }
+}
+
+void Array2DTextureManager::growTables(int size)
+{
+    const int oldSize = _textureTokenToLayerCount.size();
+    if (size > oldSize) {
+        _textureTokenToSlotLayerData.resize(size);
+        _textureTokenToLayerCount.resize(size);
+        std::fill(_textureTokenToLayerCount.begin() + oldSize, _textureTokenToLayerCount.end(), 1u);
+    }
+}
+
+void Array2DTextureManager::allocateSlot(int index)
+{
+    SlotData &slot = *_slots.at(index);
+    const SlotFormat &format = slot.format;
+    if (slot.allocatedLayers != 0) {
+        // New storage loses the pixels of the old.
+        for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
+            if (isPlacedIn(i, index)) {
+                addPending(TextureToken(static_cast<unsigned long long>(i)));
+            }
+        }
+    }
+    if (slot.bindlessHandle != 0) {
+        dropHandle(slot);
+        slot.createTexture(); // a texture with a handle cannot change its storage
+    }
+    const int layers = slot.usedLayers;
+    {
+        const GLenum target = GL_TEXTURE_2D_ARRAY;
+        const AutoBinder binder(slot.texture);
+        int levels = 0;
+        // The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
+        for (int w = format.width, h = format.height; w != 0 && h != 0; w /= 2, h /= 2, ++levels) {
+            // One identical call a layer, kept on purpose.
+            for (int i = 0; i < layers; ++i) {
+                glTexImage3D(target, levels, static_cast<GLint>(format.internalFormat), w, h, layers, 0,
+                             formatFromInternalFormat(format.internalFormat),
+                             typeFromInternalFormat(format.internalFormat), nullptr);
+            }
+        }
+        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, format.magFilter);
+        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
+        glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
+        glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
+        glTexParameteri(target, GL_TEXTURE_LOD_BIAS,
+                        static_cast<GLint>(format.lodBias)); // loses the fraction
+        glTexParameteri(target, GL_TEXTURE_MIN_LOD, 0);
+        glTexParameteri(target, GL_TEXTURE_MAX_LOD, levels - 1);
+        glTexParameteri(target, GL_TEXTURE_BASE_LEVEL, 0);
+        glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
+        if (_anisotropySupported) {
+            glTexParameterf(target, GL_TEXTURE_MAX_ANISOTROPY_EXT, format.anisotropy);
+        }
+        glFlush();
+    }
+    slot.allocatedLayers = layers;
+    if (_bindMode == BindModeBindless && _getTextureHandle != nullptr) {
+        slot.bindlessHandle = _getTextureHandle(slot.texture->textureID());
+        for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
+            if (isPlacedIn(i, index)) {
+                _textureTokenToSlotLayerData[i].setBindlessTextureHandle(slot.bindlessHandle);
+            }
+        }
+    }
+}
+
+void Array2DTextureManager::dropHandle(SlotData &slot)
+{
+    if (slot.bindlessHandle != 0 && _isTextureHandleResident(slot.bindlessHandle) != GL_FALSE) {
+        _makeTextureHandleNonResident(slot.bindlessHandle);
+    }
+    slot.bindlessHandle = 0;
+    slot.residentCount = 0;
+}
+
+void Array2DTextureManager::reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const
+{
+    ZEL_LOG_WARNING("%p Textures were resized to fit into texture slots (%dx%d) -> (%dx%d)",
+                    static_cast<const void *>(this), fromWidth, fromHeight, to.width, to.height);
+}
+
+SlotLayerData Array2DTextureManager::placeIn(int index, int layerCount)
+{
+    const unsigned int layer = _slots.at(index)->getFreeLayer(layerCount);
+    return layer == SlotData::kNoLayer
+               ? SlotLayerData()
+               : SlotLayerData(static_cast<unsigned int>(index), layer, _slots.at(index)->bindlessHandle);
+}
+
+SlotLayerData Array2DTextureManager::placeByMerging(const SlotFormat &aligned, int layerCount)
+{
+    QVector<int> remaining(_slots.size());
+    std::iota(remaining.begin(), remaining.end(), 0);
+    remaining = sortSlotsByLargest(remaining);
+    while (!remaining.isEmpty()) {
+        const int target = remaining.takeLast(); // the smallest
+        const QVector<int> candidates = filterSlotsBySimilar(_slots.at(target)->format, remaining);
+        for (int i = candidates.size() - 1; i >= 0; --i) {
+            const bool upscale = _slotReallocationMethod == SlotReallocationUpscale;
+            const int from = upscale ? target : candidates.at(i);
+            const int to = upscale ? candidates.at(i) : target;
+            if (!moveSlotLayers(from, to)) {
+                continue;
+            }
+            reportResize(_slots.at(from)->format.width, _slots.at(from)->format.height,
+                         _slots.at(to)->format);
+            _slots.at(from)->setupFormat(aligned);
+            const SlotLayerData place = placeIn(from, layerCount);
+            if (place.isValid()) {
+                return place;
+            }
+        }
+    }
+    return SlotLayerData();
+}
+
+/// UDIM sets are passed over: their entries hold a token where others hold a slot.
+bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
+{
+    const SlotLayerData &data = _textureTokenToSlotLayerData.at(tokenIndex);
+    return data.isValid() && !data.isUDIMSet() && data.slot == static_cast<unsigned int>(slotIndex);
+}
+
+Array2DTextureManager::UniformLocations
+Array2DTextureManager::uniformLocations(const ShaderProgram *program) const
+{
+    static const QString mapSampler = QStringLiteral("u_TextureTokenManagedTextureSlotMapSample");
+    static const QString mapUniforms = QStringLiteral("u_TextureTokenManagedTextureSlotMapUniforms[0]");
+    static const QString handles = QStringLiteral("u_ManagedTextureHandles[0]");
+    static const QString samplers = QStringLiteral("u_ManagedTextureSlots[0]");
+    const QString &slotArray = _bindMode == BindModeBindless ? handles : samplers;
+    if (program != nullptr) {
+        return {program->getUniformLocation(mapSampler), program->getUniformLocation(mapUniforms),
+                program->getUniformLocation(slotArray)};
+    }
+    GLint current = 0;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &current);
+    const auto location = [current](const QString &name) {
+        return glGetUniformLocation(static_cast<GLuint>(current), name.toLatin1().constData());
+    };
+    return {location(mapSampler), location(mapUniforms), location(slotArray)};
+}
+
+void Array2DTextureManager::uploadSlotMap(const UniformLocations &locations)
+{
+    const int elements = kElementsPerToken * _textureTokenToSlotLayerData.size();
+    const auto *data = reinterpret_cast<const GLint *>(_textureTokenToSlotLayerData.constData());
+    if (locations.mapUniforms >= 0) {
+        glUniform4iv(locations.mapUniforms, std::min(elements, _uniformsSize), data);
+    }
+    if (locations.mapSampler < 0) {
+        return;
+    }
+    const bool isNew = _slotMapTexture == nullptr;
+    if (isNew) {
+        _slotMapTexture = new Texture(nullptr);
+        _slotMapTexture->setTarget(GL_TEXTURE_1D);
+    }
+    _slotMapTexture->bind();
+    if (isNew) {
+        glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    }
+    if (_dirty) {
+        glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA32I, elements, 0, GL_RGBA_INTEGER, GL_INT, data);
+        _dirty = false;
+    }
+    glUniform1i(locations.mapSampler, static_cast<GLint>(_slotMapTexture->unit()));
+}
+
+void Array2DTextureManager::uploadSlots(int location)
+{
+    if (_bindMode == BindModeBindless) {
+        for (int i = 0; i < _slots.size(); ++i) {
+            const quint64 handle = _slots.at(i)->bindlessHandle;
+            _slotHandles[i] = {static_cast<unsigned int>(handle), static_cast<unsigned int>(handle >> 32)};
+        }
+        glUniform2uiv(location, _slotHandles.size(),
+                      reinterpret_cast<const GLuint *>(_slotHandles.constData()));
+        return;
+    }
+    for (int i = 0; i < _slots.size(); ++i) {
+        _slots.at(i)->texture->bind();
+        _slotUnits[i] = static_cast<int>(_slots.at(i)->texture->unit());
+    }
+    glUniform1iv(location, _slotUnits.size(), _slotUnits.constData());
+}
+
+}} // namespace Orvane::Zel

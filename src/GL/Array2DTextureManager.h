@@ -1,0 +1,160 @@
+#pragma once
+
+#include "GLLoader.h"
+#include "TextureManager.h"
+#include "TextureSlot.h"
+
+#include <QtCore/QVector>
+
+namespace Orvane { namespace Zel {
+
+/// The texture manager that packs all textures into a fixed number of 2D array
+/// textures, the slots: a shader needs one sampler a slot, however many textures
+/// the scene has.
+///
+/// bind(tokens) loads what is not loaded yet and places it: in a slot of its
+/// format, in an empty slot, scaled into a slot of a similar format, or in a slot
+/// that merging two others set free. bind(program) makes the storage, copies
+/// pending textures into their layers and hands slot map and slots to the program.
+/// The textures themselves stay alive as master copies.
+///
+/// A host makes this manager and installs it with setInstance().
+///
+/// Units:   sizes in texels; layers counted from 0. The last layer of a slot is
+///          never given out.
+/// Context: construct and use with one and the same context current.
+/// Errors:  a texture without a place is told, gives the invalid texel and is
+///          tried again at its next bind; scaling a texture is told.
+/// Source:  OpenGL 3.2 core; GL_ARB_bindless_texture for BindModeBindless.
+class ZELGL_EXPORT Array2DTextureManager : public TextureManager
+{
+public:
+    /// How the slots reach the shader.
+    enum BindMode {
+        BindModeSampler = 0,
+        BindModeBindless = 1,
+    };
+
+    static bool isBindlessSupported();
+
+    Array2DTextureManager();
+    ~Array2DTextureManager() override;
+
+    using TextureManager::bind;
+    using TextureManager::unbind;
+    void bind(const QVector<TextureToken> &tokens) override;
+    void bind(const QSet<TextureToken> &tokens) override;
+    void bind(const QList<TextureToken> &tokens) override;
+    void unbind(const QVector<TextureToken> &tokens) override;
+    void bind(ShaderProgram *program) override;
+    void unbind(ShaderProgram *program) override;
+
+    void dirty(Texture *texture) override;
+    void setup(GLSLMacroProcessor *processor) override;
+    QString getShaderFile() override;
+    void clear() override;
+    /// Before any token is bound.
+    void setMaxSlots(int count) override;
+    int getMaxSlots() const;
+    void setSlotReallocationMethod(SlotReallocationMethod method) override;
+    bool supportsUDIMs() const override;
+    void textureTokenIssued(const TextureToken &token) override;
+    void textureTokenRevoked(const TextureToken &token) override;
+
+    // Read by setup(): they take effect on shaders built after it.
+    void setBindMode(BindMode mode);
+    void setUseExplicitlyArrayAccessInGLSL(bool use);
+    void setUseSlotMapUniforms(bool use);
+    void setUseSlotMapTexture(bool use);
+
+    // Placement.
+    void setupSlots();
+    void deleteSlots();
+    SlotFormat alignedSlotFormat(const SlotFormat &format) const;
+    /// A place for \a layerCount consecutive layers, or an invalid entry.
+    SlotLayerData findSlotLayer(const SlotFormat &format, int layerCount);
+    void determineSlotLayerDataForTexture(Texture *texture, TextureToken token, SlotLayerData &out);
+    /// Moves what stands in one slot to another; false, with part of it moved, when that is full.
+    bool moveSlotLayers(int from, int to);
+    QVector<int> filterSlotsBySimilar(const SlotFormat &format, const QVector<int> &slotIndices) const;
+    QVector<int> sortSlotsByLargest(const QVector<int> &slotIndices) const;
+    bool searchForSimilarSlot(const SlotFormat &format, SlotData *&slot, int &index,
+                              SlotData *excluded) const;
+    bool seachForSlotWithLargestXY(SlotData *&slot, int &index) const;
+    /// Logs the slots at debug level.
+    void dumpSlots() const;
+
+    /// Makes the storage that is lacking and copies pending textures into their layers.
+    void updateSlots();
+    /// True when the token needs no further copy.
+    bool blitTokenToTextureSlot(const TextureToken &token);
+
+private:
+    struct BindlessHandleUVec2
+    {
+        unsigned int low = 0;
+        unsigned int high = 0;
+    };
+    struct UniformLocations
+    {
+        bool any() const { return mapSampler >= 0 || mapUniforms >= 0 || slotArray >= 0; }
+
+        int mapSampler;
+        int mapUniforms;
+        int slotArray; ///< samplers or handles, by the bind mode
+    };
+
+    template <typename Tokens> void bindTextureTokens(const Tokens &tokens);
+    void buildUDIMSet(const TextureToken &token);
+    bool hasEntry(const TextureToken &token) const;
+    SlotLayerData &entry(const TextureToken &token);
+    void assertTokenInArray(const TextureToken &token) const;
+    void addPending(const TextureToken &token);
+    void blitPending();
+
+    void growTables(int size);
+    void allocateSlot(int index);
+    void dropHandle(SlotData &slot);
+    void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
+    SlotLayerData placeIn(int index, int layerCount);
+    SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
+    bool isPlacedIn(int tokenIndex, int slotIndex) const;
+
+    UniformLocations uniformLocations(const ShaderProgram *program) const;
+    void uploadSlotMap(const UniformLocations &locations);
+    void uploadSlots(int location);
+
+    int _minSlotWidth = 1;
+    int _minSlotHeight = 1;
+    int _maxSlotWidth = 1;
+    int _maxSlotHeight = 1;
+    int _slotAlignX = 1;
+    int _slotAlignY = 1;
+    int _bindDepth = 0;
+    int _uniformsSize = 128; ///< ivec4 elements of the uniform slot map
+    bool _dirty = true;      ///< the slot map changed since its last upload
+    bool _useExplicitArrayAccess = false;
+    bool _useSlotMapUniforms = false;
+    bool _useSlotMapTexture = true;
+    bool _anisotropySupported = false;
+    float _maxAnisotropy = 1.0f;
+    QVector<TextureToken> _pendingTokens;                ///< a set: their pixels are still to be copied
+    QVector<bool> _tokenIsPending;                       ///< by token, the membership of that set
+    Texture *_slotMapTexture = nullptr;                  ///< left to the context at the end
+    QVector<SlotLayerData> _textureTokenToSlotLayerData; ///< by token
+    QVector<unsigned int> _textureTokenToLayerCount;     ///< by token
+    QVector<SlotData *> _slots;                          ///< owned
+    QVector<int> _slotUnits;
+    SlotReallocationMethod _slotReallocationMethod = SlotReallocationDownscale;
+    BindMode _bindMode = BindModeSampler;
+    QVector<BindlessHandleUVec2> _slotHandles;
+    PFNGLGETTEXTUREHANDLEARBPROC _getTextureHandle = nullptr;
+    PFNGLMAKETEXTUREHANDLERESIDENTARBPROC _makeTextureHandleResident = nullptr;
+    PFNGLMAKETEXTUREHANDLENONRESIDENTARBPROC _makeTextureHandleNonResident = nullptr;
+    PFNGLUNIFORMHANDLEUI64VARBPROC _uniformHandleui64v = nullptr;
+    PFNGLISTEXTUREHANDLERESIDENTARBPROC _isTextureHandleResident = nullptr;
+    QHash<TextureToken, TextureToken>
+        _udimPatchToToken; ///< slot token of a patch to the token of its texture
+};
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,1392 @@
+#include "GPUModel.h"
+
+#include "DrawBuffers.h"
+#include "GLUtilities.h"
+#include "InstanceDataCollection.h"
+#include "InstanceDataPlan.h"
+#include "TextureManager.h"
+#include "VertexArrayObject.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+using BoundingBox = GPUModel::BoundingBox;
+
+constexpr float kFarAway = 1.0e30f; ///< the distance of what has no box or no transform
+constexpr float kLeastRowLengthSquared = 1e-6f;
+constexpr float kBoundsExtreme = 1e20f;
+
+constexpr BoundingBox kInvertedBounds = {kBoundsExtreme,  kBoundsExtreme,  kBoundsExtreme,
+                                         -kBoundsExtreme, -kBoundsExtreme, -kBoundsExtreme};
+
+/// Four floats that the compiler computes side by side.
+typedef float Lanes __attribute__((vector_size(16), aligned(4), may_alias));
+
+Lanes broadcast(float value)
+{
+    return Lanes{value, value, value, value};
+}
+
+/// Column \a column of the product of \a left and \a right.
+Lanes productColumn(const float *left, const float *right, int column)
+{
+    const auto *columns = reinterpret_cast<const Lanes *>(left);
+    const float *factors = right + 4 * column;
+    return columns[0] * factors[0] + columns[1] * factors[1] + columns[2] * factors[2]
+           + columns[3] * factors[3];
+}
+
+/// Whether a box lies wholly behind one of the six planes of \a viewProjection
+/// times \a world. The box stays in its own space: the planes are the last row of
+/// the product plus and minus each of the others, and of a plane only the corner
+/// most in the direction of its normal counts.
+bool isOutside(const QMatrix4x4 &viewProjection, const QMatrix4x4 &world, const BoundingBox &box)
+{
+    const float *left = viewProjection.constData();
+    const float *right = world.constData();
+    const float least[3] = {box.minX, box.minY, box.minZ};
+    const float most[3] = {box.maxX, box.maxY, box.maxZ};
+
+    // The lanes 0 to 2 are the planes of x, y and z; lane 3 means nothing.
+    const Lanes offset = productColumn(left, right, 3);
+    Lanes plus = broadcast(offset[3]) + offset;
+    Lanes minus = broadcast(offset[3]) - offset;
+    for (int axis = 0; axis < 3; ++axis) {
+        const Lanes column = productColumn(left, right, axis);
+        const Lanes plusNormal = broadcast(column[3]) + column;
+        const Lanes minusNormal = broadcast(column[3]) - column;
+        const Lanes low = broadcast(least[axis]);
+        const Lanes high = broadcast(most[axis]);
+        const Lanes zero = broadcast(0.0f);
+        plus += plusNormal * (plusNormal >= zero ? high : low);
+        minus += minusNormal * (minusNormal >= zero ? high : low);
+    }
+    const auto behind = (plus <= broadcast(0.0f)) | (minus <= broadcast(0.0f));
+    return (behind[0] | behind[1] | behind[2]) != 0;
+}
+
+template <typename T> T valueOr(const QVector<T> &values, int index, const T &otherwise)
+{
+    return index >= 0 && index < values.size() ? values.at(index) : otherwise;
+}
+
+void enablePrimitiveRestart(bool &enabled)
+{
+    if (!enabled) {
+        enabled = true;
+        glEnable(GL_PRIMITIVE_RESTART);
+        glPrimitiveRestartIndex(0xFFFFFFFF);
+    }
+}
+
+// Once a process each.
+bool gPrimitiveRestartForDraw = false;
+bool gPrimitiveRestartForDrawSimple = false;
+
+void setWinding(WindingType winding)
+{
+    switch (winding) {
+    case eWindingDefault:
+        break;
+    case eWindingOff:
+        glDisable(GL_CULL_FACE);
+        break;
+    case eWindingCCW:
+        glEnable(GL_CULL_FACE);
+        glFrontFace(GL_CCW);
+        break;
+    case eWindingCW:
+        glEnable(GL_CULL_FACE);
+        glFrontFace(GL_CW);
+        break;
+    }
+}
+
+template <typename Container> quint64 bytesOf(const Container &container)
+{
+    return static_cast<quint64>(container.size()) * sizeof(typename Container::value_type);
+}
+
+template <typename Key, typename Value> quint64 bytesOf(const QHash<Key, QVector<Value>> &hash)
+{
+    quint64 bytes = static_cast<quint64>(hash.size()) * (sizeof(Key) + sizeof(QVector<Value>));
+    for (const QVector<Value> &values : hash) {
+        bytes += bytesOf(values);
+    }
+    return bytes;
+}
+
+} // namespace
+
+/// Writes the matrices of transforms into object data. The places of the members
+/// are looked up once a plan.
+class GPUModel::MatrixWriter
+{
+public:
+    void write(InstanceDataCollection &data, int item, const QMatrix4x4 &world, const QMatrix4x4 &inverse,
+               const QMatrix3x3 &normal)
+    {
+        const Members &members = membersOf(data.plan());
+        if (!members.complete) {
+            writeByName(data, item, world, inverse, normal, members.hasNormal);
+            return;
+        }
+        data.moveBytes(item, members.model, members.previous, kMat4Bytes);
+        data.setBytes(item, members.model, world.constData(), kMat4Bytes);
+        data.setBytes(item, members.inverse, inverse.constData(), kMat4Bytes);
+        if (members.hasNormal) {
+            data.setBytes(item, members.normal, normal.constData(), kMat3Bytes);
+        }
+    }
+
+    void copyToPrevious(InstanceDataCollection &data, int item)
+    {
+        const Members &members = membersOf(data.plan());
+        if (members.complete) {
+            data.moveBytes(item, members.model, members.previous, kMat4Bytes);
+        } else {
+            data.copyInstanceMember(item, QStringLiteral("ModelMatrix"),
+                                    QStringLiteral("PreviousModelMatrix"));
+        }
+    }
+
+private:
+    static constexpr size_t kMat4Bytes = 64;
+    static constexpr size_t kMat3Bytes = 36;
+
+    struct Members
+    {
+        const InstanceDataPlan *plan = nullptr;
+        bool complete = false; ///< otherwise the calls by name report what is missing
+        bool hasNormal = false;
+        unsigned int model = 0;
+        unsigned int previous = 0;
+        unsigned int inverse = 0;
+        unsigned int normal = 0;
+    };
+
+    const Members &membersOf(const InstanceDataPlan *plan)
+    {
+        const auto known = std::find_if(_members.begin(), _members.end(),
+                                        [plan](const Members &m) { return m.plan == plan; });
+        return known != _members.end() ? *known : lookUp(plan);
+    }
+
+    const Members &lookUp(const InstanceDataPlan *plan)
+    {
+        Members members;
+        members.plan = plan;
+        const QString names[] = {QStringLiteral("ModelMatrix"), QStringLiteral("PreviousModelMatrix"),
+                                 QStringLiteral("InverseModelMatrix"), QStringLiteral("ModelNormalMatrix")};
+        unsigned int *places[] = {&members.model, &members.previous, &members.inverse, &members.normal};
+        members.complete = plan != nullptr;
+        for (int i = 0; i < 4 && plan != nullptr; ++i) {
+            const bool there = plan->contains(names[i]);
+            if (there) {
+                *places[i] = plan->offset(names[i]);
+            }
+            if (i < 3) {
+                members.complete = members.complete && there;
+            } else {
+                members.hasNormal = there;
+            }
+        }
+        _members.push_back(members);
+        return _members.back();
+    }
+
+    static void writeByName(InstanceDataCollection &data, int item, const QMatrix4x4 &world,
+                            const QMatrix4x4 &inverse, const QMatrix3x3 &normal, bool hasNormal)
+    {
+        data.copyInstanceMember(item, QStringLiteral("ModelMatrix"), QStringLiteral("PreviousModelMatrix"));
+        data.set(item, QStringLiteral("ModelMatrix"), world.constData(), kMat4Bytes);
+        data.set(item, QStringLiteral("InverseModelMatrix"), inverse.constData(), kMat4Bytes);
+        if (hasNormal) {
+            data.set(item, QStringLiteral("ModelNormalMatrix"), normal.constData(), kMat3Bytes);
+        }
+    }
+
+    std::vector<Members> _members;
+};
+
+QVector3D BoundingBox::closestPointFrom(const QVector3D &point) const
+{
+    return QVector3D(std::min(std::max(point.x(), minX), maxX), std::min(std::max(point.y(), minY), maxY),
+                     std::min(std::max(point.z(), minZ), maxZ));
+}
+
+bool GPUModel::SwapsHandedness(const QMatrix4x4 &matrix)
+{
+    const QVector3D x = matrix.row(0).toVector3D().normalized();
+    const QVector3D y = matrix.row(1).toVector3D().normalized();
+    const QVector3D z = matrix.row(2).toVector3D().normalized();
+    return QVector3D::dotProduct(QVector3D::crossProduct(x, y), z) < 0.0f;
+}
+
+GPUModel::GPUModel()
+    : _sceneBounds(kInvertedBounds)
+{
+}
+
+GPUModel::~GPUModel() = default;
+
+void GPUModel::clear()
+{
+    if (_deleteOnClear) {
+        for (const Drawable &drawable : qAsConst(_drawables)) {
+            deleteData(drawable);
+        }
+    }
+    _drawables.clear();
+    _instanceToDrawable.clear();
+    _materialDrawables.clear();
+    _materialInstances.clear();
+    _objectInstances.clear();
+    _localTransforms.clear();
+    _transformLocked.clear();
+    _worldTransforms.clear();
+    _normalTransforms.clear();
+    _transformParents.clear();
+    _transformSwapsHandedness.clear();
+    _transformDirty.clear();
+    _transformNames.clear();
+    _transformInstances.clear();
+    // Visibility, moved instances, cameras, lights and boxes stay on purpose: a model that is filled again finds the
+    // old visibility at its low transform numbers.
+    _flagsDirty = false;
+    _transformsDirty = false;
+    _boundsDirty = true;
+}
+
+void GPUModel::setDeleteOnClear(bool deleteOnClear)
+{
+    _deleteOnClear = deleteOnClear;
+}
+
+void GPUModel::setFeatureFlags(unsigned long long flags)
+{
+    _featureFlags = flags;
+}
+
+unsigned long long GPUModel::getFeatureFlags() const
+{
+    return _featureFlags;
+}
+
+bool GPUModel::hasFeatureFlags(unsigned long long mask) const
+{
+    return (_featureFlags & mask) == mask;
+}
+
+void GPUModel::setClipPlaneDefaults(float nearClip, float farClip)
+{
+    _clipNearDefault = nearClip;
+    _clipFarDefault = farClip;
+}
+
+bool GPUModel::containsReflectedTransparency() const
+{
+    return _containsReflectedTransparency;
+}
+
+void GPUModel::setContainsReflectedTransparency(bool contains)
+{
+    _containsReflectedTransparency = contains;
+}
+
+int GPUModel::add(DrawBuffers *drawBuffers, int materialNumber, InstanceDataCollection *material,
+                  InstanceDataCollection *object, const unsigned long long &flags)
+{
+    Drawable drawable;
+    drawable.drawBuffers = drawBuffers;
+    drawable.materialData = material;
+    drawable.objectData = object;
+    drawable.flags = flags;
+    const int commands = commandCount(drawable);
+    drawable.transformRefs.fill(kInvalidTransformRef, commands);
+    drawable.boundingBoxRefs.fill(kInvalidBoundingBoxRef, commands);
+    drawable.culled.fill(false, commands);
+    _boundsDirty = true;
+    _flagsDirty = _flagsDirty || (!_drawables.isEmpty() && _drawables.constLast().flags > flags);
+    return append(drawable, materialNumber);
+}
+
+int GPUModel::addSimple(DrawBuffers *drawBuffers, int, InstanceDataCollection *material,
+                        InstanceDataCollection *object, const unsigned long long &flags)
+{
+    Drawable drawable;
+    drawable.drawBuffers = drawBuffers;
+    drawable.materialData = material;
+    drawable.objectData = object;
+    drawable.flags = flags;
+    return append(drawable, 0); // under number 0, whatever the material
+}
+
+void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollection *material,
+                   InstanceDataCollection *object, unsigned long long flags, unsigned long long mask)
+{
+    Drawable *changed = drawable(instance);
+    if (changed == nullptr) {
+        return;
+    }
+    if (_deleteOnClear) {
+        Drawable old;
+        old.drawBuffers = changed->drawBuffers != drawBuffers ? changed->drawBuffers : nullptr;
+        old.materialData = changed->materialData != material ? changed->materialData : nullptr;
+        old.objectData = changed->objectData != object ? changed->objectData : nullptr;
+        deleteData(old);
+    }
+    changed->drawBuffers = drawBuffers;
+    changed->materialData = material;
+    changed->objectData = object;
+    changeFlags(instance, flags, mask);
+
+    const int oldCommands = changed->culled.size();
+    const int commands = commandCount(*changed);
+    changed->transformRefs.resize(commands);
+    changed->boundingBoxRefs.resize(commands);
+    changed->culled.resize(commands);
+    for (int i = oldCommands; i < commands; ++i) {
+        changed->transformRefs[i] = kInvalidTransformRef;
+        changed->boundingBoxRefs[i] = kInvalidBoundingBoxRef;
+        changed->culled[i] = false;
+    }
+    if (commands < oldCommands) {
+        changed->culledCount = changed->culled.count(true);
+    }
+    _boundsDirty = true;
+}
+
+int GPUModel::numDrawables() const
+{
+    return _drawables.size();
+}
+
+bool GPUModel::isDrawablesEmpty() const
+{
+    return _drawables.isEmpty();
+}
+
+DrawBuffers *GPUModel::drawBuffers(int instance) const
+{
+    const Drawable *found = drawable(instance);
+    return found != nullptr ? found->drawBuffers : nullptr;
+}
+
+InstanceDataCollection *GPUModel::materialData(int instance) const
+{
+    const Drawable *found = drawable(instance);
+    return found != nullptr ? found->materialData : nullptr;
+}
+
+InstanceDataCollection *GPUModel::objectData(int instance) const
+{
+    const Drawable *found = drawable(instance);
+    return found != nullptr ? found->objectData : nullptr;
+}
+
+unsigned long long GPUModel::getFlags(int instance) const
+{
+    const Drawable *found = drawable(instance);
+    return found != nullptr ? found->flags : 0;
+}
+
+void GPUModel::setFlags(int instance, unsigned long long flags, unsigned long long mask)
+{
+    changeFlags(instance, flags, mask);
+}
+
+void GPUModel::addFlags(int instance, unsigned long long flags)
+{
+    changeFlags(instance, flags, flags);
+}
+
+void GPUModel::removeFlags(int instance, unsigned long long flags)
+{
+    changeFlags(instance, 0, flags);
+}
+
+void GPUModel::setFlags(int first, int last, unsigned long long flags, unsigned long long mask)
+{
+    for (int instance = first; instance < last; ++instance) {
+        changeFlags(instance, flags, mask);
+    }
+}
+
+void GPUModel::addFlags(int first, int last, unsigned long long flags)
+{
+    setFlags(first, last, flags, flags);
+}
+
+void GPUModel::removeFlags(int first, int last, unsigned long long flags)
+{
+    setFlags(first, last, 0, flags);
+}
+
+void GPUModel::sortDrawablesByFlags()
+{
+    if (!_flagsDirty) {
+        return;
+    }
+    // The flag stays set on purpose: only clear() resets it, and sorting what is sorted changes nothing.
+    std::stable_sort(_drawables.begin(), _drawables.end(), &GPUModel::flagsLessThan);
+    for (int position = 0; position < _drawables.size(); ++position) {
+        _instanceToDrawable[_drawables.at(position).instance] = position;
+    }
+}
+
+bool GPUModel::isDrawAny(unsigned long long bits) const
+{
+    return std::any_of(_drawables.begin(), _drawables.end(),
+                       [bits](const Drawable &drawable) { return (drawable.flags & bits) != 0; });
+}
+
+bool GPUModel::isDrawEmpty(unsigned long long value, unsigned long long mask) const
+{
+    const bool culling = hasFeatureFlags(kFeatureCulling);
+    return std::none_of(_drawables.begin(), _drawables.end(), [=](const Drawable &drawable) {
+        return (value & mask) == (drawable.flags & mask)
+               && (!culling || drawable.culledCount < commandCount(drawable));
+    });
+}
+
+int GPUModel::maxUVSets() const
+{
+    return maxSets(kUVSetsShift);
+}
+
+int GPUModel::maxTangentSets() const
+{
+    return maxSets(kTangentSetsShift);
+}
+
+int GPUModel::addTransform(int parent, const QMatrix4x4 &local)
+{
+    _localTransforms.append(local);
+    _transformLocked.append(false);
+    _worldTransforms.append(QMatrix4x4());
+    _normalTransforms.append(QMatrix3x3());
+    _transformParents.append(parent);
+    _transformSwapsHandedness.append(false);
+    _transformDirty.append(true);
+    _transformVisibility.append(1);
+    _transformInstances.append(QVector<InstanceRef>());
+    _transformsDirty = true;
+    return _localTransforms.size() - 1;
+}
+
+void GPUModel::setLocalTransform(int transform, const QMatrix4x4 &local, bool locked)
+{
+    if (!isValidTransform(transform) || _localTransforms.at(transform) == local) {
+        return; // an equal matrix does not even change the lock
+    }
+    _localTransforms[transform] = local;
+    _transformDirty[transform] = true;
+    _transformsDirty = true;
+    _transformLocked[transform] = locked;
+}
+
+void GPUModel::setWorldTransform(int transform, const QMatrix4x4 &world)
+{
+    const int parent = parentOf(transform);
+    setLocalTransform(transform, parent < 0 ? world : _worldTransforms.at(parent).inverted() * world, false);
+}
+
+void GPUModel::setTransformParent(int transform, int parent)
+{
+    if (isValidTransform(transform) && !(isValidTransform(parent) && isDescendant(transform, parent))) {
+        _transformParents[transform] = parent;
+    }
+}
+
+void GPUModel::setVisibility(int transform, int visibility)
+{
+    if (transform >= 0 && transform < _transformVisibility.size()) {
+        _transformVisibility[transform] = visibility;
+    }
+}
+
+int GPUModel::transformParent(int transform) const
+{
+    return valueOr(_transformParents, transform, kInvalidTransformRef);
+}
+
+QMatrix4x4 GPUModel::localTransform(int transform) const
+{
+    return valueOr(_localTransforms, transform, QMatrix4x4());
+}
+
+QMatrix4x4 GPUModel::worldTransform(int transform) const
+{
+    return valueOr(_worldTransforms, transform, QMatrix4x4());
+}
+
+QMatrix3x3 GPUModel::normalTransform(int transform) const
+{
+    return valueOr(_normalTransforms, transform, QMatrix3x3());
+}
+
+bool GPUModel::isValidTransform(int transform) const
+{
+    return transform >= 0 && transform < _localTransforms.size();
+}
+
+bool GPUModel::isTransformDirty(int transform) const
+{
+    for (int t = transform; isValidTransform(t); t = _transformParents.at(t)) {
+        if (_transformDirty.at(t)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool GPUModel::isParentHidden(int transform) const
+{
+    for (int t = transform; isValidTransform(t); t = _transformParents.at(t)) {
+        if (_transformVisibility.at(t) == 3) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool GPUModel::isVisible(int transform) const
+{
+    if (!isValidTransform(transform)) {
+        return false;
+    }
+    const int visibility = _transformVisibility.at(transform);
+    return visibility != 2 && visibility != 3 && !isParentHidden(_transformParents.at(transform));
+}
+
+bool GPUModel::isDescendant(int ancestor, int transform) const
+{
+    for (int t = transform; isValidTransform(t); t = _transformParents.at(t)) {
+        if (t == ancestor) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void GPUModel::useTransform(int instance, int drawCommand, int transform)
+{
+    Drawable *user = drawable(instance);
+    if (user == nullptr || drawCommand < 0 || drawCommand >= user->transformRefs.size()) {
+        return;
+    }
+    if (isValidTransform(transform)) {
+        _transformInstances[transform].append({instance, drawCommand});
+    }
+    user->transformRefs[drawCommand] = transform;
+}
+
+void GPUModel::useBoundingBox(int instance, int drawCommand, int box)
+{
+    Drawable *user = drawable(instance);
+    if (user != nullptr && drawCommand >= 0 && drawCommand < user->boundingBoxRefs.size()) {
+        user->boundingBoxRefs[drawCommand] = box;
+    }
+}
+
+QMatrix4x4 GPUModel::updateTransform(int transform)
+{
+    if (!isValidTransform(transform)) {
+        return QMatrix4x4();
+    }
+    MatrixWriter writer;
+    updateChain(transform, writer);
+    return _worldTransforms.at(transform);
+}
+
+void GPUModel::updateTransforms()
+{
+    if (!_transformsDirty) {
+        return;
+    }
+    // Before any mark is cleared, those below what changed are marked too.
+    const int count = _localTransforms.size();
+    for (int transform = 0; transform < count; ++transform) {
+        if (!_transformDirty.at(transform) && isTransformDirty(transform)) {
+            _transformDirty[transform] = true;
+        }
+    }
+    MatrixWriter writer;
+    for (int transform = 0; transform < count; ++transform) {
+        updateChain(transform, writer);
+    }
+    _transformsDirty = false;
+}
+
+void GPUModel::updatePreviousMatrices()
+{
+    MatrixWriter writer;
+    for (const InstanceRef &ref : qAsConst(_movedInstances)) {
+        const Drawable *moved = drawableAt(ref.instance);
+        if (moved != nullptr && moved->objectData != nullptr) {
+            writer.copyToPrevious(*moved->objectData, ref.drawCommand);
+        }
+    }
+    _movedInstances.resize(0);
+}
+
+void GPUModel::setTransformName(int transform, const QString &name)
+{
+    _transformNames.insert(name, transform);
+}
+
+int GPUModel::findTransform(const QString &name) const
+{
+    return _transformNames.value(name, kInvalidTransformRef);
+}
+
+QStringList GPUModel::transformNames() const
+{
+    return _transformNames.keys();
+}
+
+void GPUModel::addMaterialName(int instance, int drawCommand, const QString &name)
+{
+    _materialInstances[name].append({instance, drawCommand});
+}
+
+void GPUModel::addObjectName(int instance, int drawCommand, const QString &name)
+{
+    _objectInstances[name].append({instance, drawCommand});
+}
+
+QVector<GPUModel::InstanceRef> GPUModel::materialInstances(const QString &name) const
+{
+    return _materialInstances.value(name);
+}
+
+QVector<GPUModel::InstanceRef> GPUModel::objectInstances(const QString &name) const
+{
+    return _objectInstances.value(name);
+}
+
+QStringList GPUModel::materialNames() const
+{
+    return _materialInstances.keys();
+}
+
+QStringList GPUModel::objectNames() const
+{
+    return _objectInstances.keys();
+}
+
+void GPUModel::setMaterialProperty(const QString &name, const QString &member, const void *data,
+                                   unsigned long size)
+{
+    setProperty(_materialInstances.value(name), &Drawable::materialData, member, data, size);
+}
+
+void GPUModel::setObjectProperty(const QString &name, const QString &member, const void *data,
+                                 unsigned long size)
+{
+    setProperty(_objectInstances.value(name), &Drawable::objectData, member, data, size);
+}
+
+int GPUModel::addCamera(const Camera &camera, const QString &name)
+{
+    _cameras.append(camera);
+    _cameraNames.append(name);
+    return _cameras.size() - 1;
+}
+
+void GPUModel::setCamera(int index, const Camera &camera)
+{
+    if (index >= 0 && index < _cameras.size()) {
+        _cameras[index] = camera;
+    }
+}
+
+GPUModel::Camera GPUModel::getCamera(int index) const
+{
+    return valueOr(_cameras, index, Camera());
+}
+
+int GPUModel::getCameraCount() const
+{
+    return _cameras.size();
+}
+
+QStringList GPUModel::getCameraNames() const
+{
+    return _cameraNames.toList();
+}
+
+int GPUModel::getCameraIndex(const QString &name) const
+{
+    return _cameraNames.indexOf(name);
+}
+
+QMatrix4x4 GPUModel::getCameraWorldSpaceMatrix(int index) const
+{
+    return worldTransform(getCamera(index).transform).inverted();
+}
+
+QMatrix4x4 GPUModel::getCameraProjectionMatrix(int index, float aspect) const
+{
+    const bool isDefault = index < 0;
+    const Camera camera = isDefault ? Camera() : getCamera(index);
+    const float halfFilm = isDefault ? 0.018f : camera.filmWidth / 2.0f;
+    const float filmRatio = isDefault ? 1.4999999f : camera.filmWidth / camera.filmHeight;
+    const float nearClip = isDefault || camera.nearClip == 0.0f ? _clipNearDefault : camera.nearClip;
+    const float farClip = isDefault || camera.farClip == 0.0f ? _clipFarDefault : camera.farClip;
+
+    const float scale = (camera.projectionType != 0 ? camera.focusDistance : nearClip) / camera.focalLength;
+    const float ratio = std::max(filmRatio, aspect);
+    const float halfWidth = scale * halfFilm * aspect / ratio;
+    const float halfHeight = halfWidth / aspect;
+    const float x = camera.filmOffsetX * scale;
+    const float y = camera.filmOffsetY * scale;
+
+    QMatrix4x4 projection;
+    if (camera.projectionType == 1) {
+        projection.ortho(x - halfWidth, x + halfWidth, y - halfHeight, y + halfHeight, nearClip, farClip);
+    } else {
+        projection.frustum(x - halfWidth, x + halfWidth, y - halfHeight, y + halfHeight, nearClip, farClip);
+    }
+    return projection;
+}
+
+int GPUModel::addLight(const Light &light, const QString &name)
+{
+    _lights.append(light);
+    _lightNames.append(name);
+    return _lights.size() - 1;
+}
+
+void GPUModel::getLight(int index, Light &light) const
+{
+    light = valueOr(_lights, index, light);
+}
+
+int GPUModel::lightCount() const
+{
+    return _lights.size();
+}
+
+void GPUModel::loadBoundingBoxes(const BoundingBox *boxes, int count)
+{
+    _boundingBoxes.clear();
+    if (count > 0) {
+        _boundingBoxes.reserve(count);
+        std::copy(boxes, boxes + count, std::back_inserter(_boundingBoxes));
+    }
+}
+
+GPUModel::BoundingBox GPUModel::getBoundingBox(int index) const
+{
+    return valueOr(_boundingBoxes, index, BoundingBox());
+}
+
+bool GPUModel::isValidBoundingBox(int index) const
+{
+    return index >= 0 && index < _boundingBoxes.size();
+}
+
+const GPUModel::BoundingBox &GPUModel::sceneBounds()
+{
+    if (!_boundsDirty) {
+        return _sceneBounds;
+    }
+    BoundingBox &bounds = _sceneBounds;
+    bounds = kInvertedBounds;
+    for (const Drawable &drawable : qAsConst(_drawables)) {
+        for (int command = 0; command < drawable.culled.size(); ++command) {
+            const int ref = drawable.boundingBoxRefs.at(command);
+            if (drawable.culled.at(command) || !isValidBoundingBox(ref)) {
+                continue;
+            }
+            const BoundingBox &box = _boundingBoxes.at(ref);
+            bounds.minX = std::min(bounds.minX, box.minX);
+            bounds.minY = std::min(bounds.minY, box.minY);
+            bounds.minZ = std::min(bounds.minZ, box.minZ);
+            bounds.maxX = std::max(bounds.maxX, box.maxX);
+            bounds.maxY = std::max(bounds.maxY, box.maxY);
+            bounds.maxZ = std::max(bounds.maxZ, box.maxZ);
+        }
+    }
+    _boundsDirty = false;
+    return _sceneBounds;
+}
+
+quint64 GPUModel::memoryEstimateCPU() const
+{
+    quint64 bytes = 0;
+    for (const Drawable &drawable : _drawables) {
+        bytes += sizeof(Drawable);
+        bytes +=
+            bytesOf(drawable.transformRefs) + bytesOf(drawable.boundingBoxRefs) + bytesOf(drawable.culled);
+        bytes += drawable.drawBuffers != nullptr ? drawable.drawBuffers->memoryEstimateCPU() : 0;
+        bytes += drawable.materialData != nullptr ? drawable.materialData->memoryEstimateCPU() : 0;
+        bytes += drawable.objectData != nullptr ? drawable.objectData->memoryEstimateCPU() : 0;
+    }
+    for (const QVector<InstanceRef> &refs : _transformInstances) {
+        bytes += sizeof(refs) + bytesOf(refs);
+    }
+    return bytes + bytesOf(_instanceToDrawable) + bytesOf(_materialDrawables) + bytesOf(_materialInstances)
+           + bytesOf(_objectInstances) + bytesOf(_localTransforms) + bytesOf(_transformLocked)
+           + bytesOf(_worldTransforms) + bytesOf(_normalTransforms) + bytesOf(_transformParents)
+           + bytesOf(_transformSwapsHandedness) + bytesOf(_transformDirty) + bytesOf(_transformVisibility)
+           + static_cast<quint64>(_transformNames.size()) * (sizeof(QString) + sizeof(int))
+           + bytesOf(_movedInstances) + bytesOf(_cameras) + bytesOf(_cameraNames) + bytesOf(_lights)
+           + bytesOf(_lightNames) + bytesOf(_boundingBoxes);
+}
+
+quint64 GPUModel::memoryEstimateGPU() const
+{
+    quint64 bytes = 0;
+    for (const Drawable &drawable : _drawables) {
+        bytes += drawable.drawBuffers != nullptr ? drawable.drawBuffers->memoryEstimateGPU() : 0;
+        bytes += drawable.materialData != nullptr ? drawable.materialData->memoryEstimateGPU() : 0;
+        bytes += drawable.objectData != nullptr ? drawable.objectData->memoryEstimateGPU() : 0;
+    }
+    return bytes;
+}
+
+int GPUModel::getTotalVerts() const
+{
+    int vertices = 0;
+    for (const Drawable &drawable : _drawables) {
+        vertices += drawable.drawBuffers != nullptr ? drawable.drawBuffers->numVerts() : 0;
+    }
+    return vertices;
+}
+
+int GPUModel::visibilityCull()
+{
+    int newlyCulled = 0;
+    for (Drawable &drawable : _drawables) {
+        if ((drawable.flags & kFlagHidden) != 0) {
+            newlyCulled += drawable.culled.size() - drawable.culledCount;
+            cullAll(drawable);
+            continue;
+        }
+        bool *culled = drawable.culled.data();
+        for (int command = 0; command < drawable.culled.size(); ++command) {
+            if (!culled[command] && isCommandHidden(drawable, command)) {
+                culled[command] = true;
+                ++drawable.culledCount;
+                ++newlyCulled;
+            }
+        }
+    }
+    _boundsDirty = true;
+    return newlyCulled;
+}
+
+int GPUModel::frustumCull(const QMatrix4x4 &viewProjection)
+{
+    int newlyCulled = 0;
+    for (Drawable &drawable : _drawables) {
+        const int commands = drawable.culled.size();
+        if (drawable.culledCount >= commands) {
+            continue;
+        }
+        bool *culled = drawable.culled.data();
+        for (int command = 0; command < commands; ++command) {
+            if (!culled[command] && isCommandOutside(viewProjection, drawable, command)) {
+                culled[command] = true;
+                ++drawable.culledCount;
+                ++newlyCulled;
+            }
+        }
+    }
+    _boundsDirty = true;
+    return newlyCulled;
+}
+
+void GPUModel::resetCulling()
+{
+    if (!hasFeatureFlags(kFeatureCulling)) {
+        return;
+    }
+    for (Drawable &drawable : _drawables) {
+        if (drawable.culledCount != 0) {
+            drawable.culled.fill(false);
+            drawable.culledCount = 0;
+        }
+    }
+    _boundsDirty = true;
+}
+
+bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                    const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
+                    const QList<int> &excludeMaterials, const QList<int> &materials, bool stencil)
+{
+    if (hasFeatureFlags(kFeatureSimple)) {
+        return drawSimple(program, textureManager, flags, mask);
+    }
+    bool stencilWasOn = true;
+    if (stencil) {
+        stencilWasOn = glIsEnabled(GL_STENCIL_TEST) != GL_FALSE;
+        glEnable(GL_STENCIL_TEST);
+        glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
+        glStencilMask(255);
+    }
+    enablePrimitiveRestart(gPrimitiveRestartForDraw);
+
+    InstanceDataCollection *object = nullptr;
+    InstanceDataCollection *material = nullptr;
+    TextureManager *boundManager = nullptr;
+    VertexArrayObject *vao = nullptr;
+    DrawBuffers *boundBuffers = nullptr;
+    WindingType currentWinding = eWindingDefault;
+    const unsigned long long wanted = flags & mask;
+    bool result = true;
+
+    const QList<int> materialNumbers = materials.isEmpty() ? _materialDrawables.keys() : materials;
+    for (const int materialNumber : materialNumbers) {
+        if (excludeMaterials.contains(materialNumber)) {
+            continue;
+        }
+        bool stencilSet = !stencil;
+        const QVector<int> positions = _materialDrawables.value(materialNumber);
+        for (const int position : positions) {
+            const Drawable *candidate = drawableAt(position);
+            if (candidate == nullptr || (candidate->flags & mask) != wanted
+                || commandCount(*candidate) <= candidate->culledCount) {
+                continue;
+            }
+            const WindingType wantedWinding = (candidate->flags & kFlagTwoSided) != 0 ? eWindingOff : winding;
+            if (wantedWinding != currentWinding) {
+                setWinding(wantedWinding);
+                currentWinding = wantedWinding;
+            }
+            if (!stencilSet) {
+                glStencilFunc(GL_ALWAYS, materialNumber + 1, 255);
+                stencilSet = true;
+            }
+            result = drawMesh(position, object, material, boundManager, vao, boundBuffers, program,
+                              textureManager, flags, wantedWinding, viewMatrix, QVector<int>());
+        }
+    }
+
+    if (boundManager != nullptr) {
+        boundManager->unbind(program);
+    }
+    if (material != nullptr) {
+        material->unbind(textureManager);
+    }
+    if (object != nullptr) {
+        object->unbind(textureManager);
+    }
+    if (!stencilWasOn) {
+        glDisable(GL_STENCIL_TEST);
+    }
+    if (boundBuffers != nullptr) {
+        boundBuffers->unbind();
+    }
+    glDisable(GL_CULL_FACE);
+    return result;
+}
+
+bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                    const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
+                    bool stencil)
+{
+    return draw(program, textureManager, flags, mask, winding, viewMatrix, QList<int>(), QList<int>(),
+                stencil);
+}
+
+bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                    const unsigned long long &mask, const WindingType &winding, bool stencil)
+{
+    return draw(program, textureManager, flags, mask, winding, nullptr, stencil);
+}
+
+bool GPUModel::draw(ShaderProgram *program, const unsigned long long &flags, const unsigned long long &mask,
+                    const WindingType &winding, bool stencil)
+{
+    return draw(program, TextureManager::Instance(), flags, mask, winding, nullptr, stencil);
+}
+
+bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                    const unsigned long long &mask)
+{
+    return draw(program, textureManager, flags, mask, eWindingDefault, nullptr, false);
+}
+
+bool GPUModel::drawExclude(ShaderProgram *program, TextureManager *textureManager,
+                           const unsigned long long &flags, const unsigned long long &mask,
+                           const WindingType &winding, const QMatrix4x4 *viewMatrix,
+                           const QList<int> &excludeMaterials)
+{
+    return draw(program, textureManager, flags, mask, winding, viewMatrix, excludeMaterials, QList<int>(),
+                false);
+}
+
+bool GPUModel::drawExclude(ShaderProgram *program, const unsigned long long &flags,
+                           const unsigned long long &mask, const WindingType &winding,
+                           const QList<int> &excludeMaterials)
+{
+    return drawExclude(program, TextureManager::Instance(), flags, mask, winding, nullptr, excludeMaterials);
+}
+
+bool GPUModel::drawMaterials(ShaderProgram *program, TextureManager *textureManager,
+                             const unsigned long long &flags, const unsigned long long &mask,
+                             const WindingType &winding, const QMatrix4x4 *viewMatrix,
+                             const QList<int> &materials)
+{
+    return draw(program, textureManager, flags, mask, winding, viewMatrix, QList<int>(), materials, false);
+}
+
+bool GPUModel::drawSimple(ShaderProgram *program, TextureManager *textureManager,
+                          const unsigned long long &flags, const unsigned long long &mask)
+{
+    enablePrimitiveRestart(gPrimitiveRestartForDrawSimple);
+    InstanceDataCollection *object = nullptr;
+    InstanceDataCollection *material = nullptr;
+    TextureManager *boundManager = nullptr;
+    VertexArrayObject *vao = nullptr;
+    DrawBuffers *boundBuffers = nullptr;
+    const unsigned long long wanted = flags & mask;
+    const bool filter = hasFeatureFlags(kFeatureFilterSimple);
+    bool result = true;
+    for (const QVector<int> &positions : qAsConst(_materialDrawables)) {
+        for (const int position : positions) {
+            const Drawable *candidate = drawableAt(position);
+            if (candidate == nullptr || (filter && (candidate->flags & mask) != wanted)) {
+                continue;
+            }
+            result = drawMesh(position, nullptr, object, material, boundManager, vao, boundBuffers, program,
+                              textureManager)
+                     && result;
+        }
+    }
+    if (boundManager != nullptr) {
+        boundManager->unbind(program);
+    }
+    if (material != nullptr) {
+        material->unbind(textureManager);
+    }
+    if (object != nullptr) {
+        object->unbind(textureManager);
+    }
+    if (boundBuffers != nullptr) {
+        boundBuffers->unbind();
+    }
+    return result;
+}
+
+bool GPUModel::drawMesh(int drawable, InstanceDataCollection *&object, InstanceDataCollection *&material,
+                        TextureManager *&boundManager, VertexArrayObject *&vao, DrawBuffers *&boundBuffers,
+                        ShaderProgram *program, TextureManager *textureManager,
+                        const unsigned long long &flags, const WindingType &winding,
+                        const QMatrix4x4 *viewMatrix, QVector<int> commands)
+{
+    const Drawable *drawn = drawableAt(drawable);
+    if (drawn == nullptr) {
+        return true;
+    }
+    const auto drawSorted = [&](QVector<int> &list) {
+        if ((flags & kFlagSortByDistance) != 0 && viewMatrix != nullptr && !list.isEmpty()) {
+            sortByDistance(*drawn, *viewMatrix, list);
+        }
+        return drawMesh(drawable, &list, object, material, boundManager, vao, boundBuffers, program,
+                        textureManager);
+    };
+    if (!commands.isEmpty()) {
+        return drawSorted(commands);
+    }
+    chooseCommands(*drawn, winding);
+    bool result = drawSorted(_chosenCommands);
+    if (result && !_otherCommands.isEmpty()) {
+        // What is mirrored the other way is drawn with the opposite front face.
+        glFrontFace(winding == eWindingCW ? GL_CCW : GL_CW);
+        result = drawSorted(_otherCommands);
+        glFrontFace(winding == eWindingCW ? GL_CW : GL_CCW);
+    }
+    return result;
+}
+
+bool GPUModel::drawMesh(int drawable, QVector<int> *commands, InstanceDataCollection *&object,
+                        InstanceDataCollection *&material, TextureManager *&boundManager,
+                        VertexArrayObject *&vao, DrawBuffers *&boundBuffers, ShaderProgram *program,
+                        TextureManager *textureManager)
+{
+    const Drawable *drawn = drawableAt(drawable);
+    if (drawn == nullptr
+        || (drawn->drawBuffers != nullptr && !drawn->drawBuffers->willDraw(program, commands))) {
+        return true;
+    }
+    const auto switchTo = [textureManager](InstanceDataCollection *&current, InstanceDataCollection *wanted) {
+        if (wanted == current) {
+            return false;
+        }
+        if (current != nullptr) {
+            current->unbind(textureManager);
+        }
+        current = wanted;
+        if (wanted != nullptr) {
+            wanted->bind(textureManager);
+        }
+        return wanted != nullptr;
+    };
+    const bool materialBound = switchTo(material, drawn->materialData);
+    const bool objectBound = switchTo(object, drawn->objectData);
+    if (materialBound || objectBound || textureManager != boundManager) {
+        // A new batch of tokens must always reach the shader.
+        if (boundManager != nullptr) {
+            boundManager->unbind(program);
+        }
+        boundManager = textureManager;
+        if (textureManager != nullptr) {
+            textureManager->bind(program);
+        }
+    }
+    if (drawn->drawBuffers != boundBuffers && drawn->drawBuffers != nullptr
+        && drawn->drawBuffers->rebind(boundBuffers)) {
+        boundBuffers = drawn->drawBuffers;
+    }
+    if (boundBuffers == nullptr || drawn->drawBuffers == nullptr) {
+        return true;
+    }
+    VertexArrayObject *wantedVao = boundBuffers->VAO().data();
+    if (wantedVao != vao) {
+        vao = wantedVao;
+        if (vao != nullptr) {
+            vao->enableShaderProgramArrays(program);
+        }
+    }
+    return boundBuffers->draw(program, commands);
+}
+
+bool GPUModel::flagsLessThan(const Drawable &a, const Drawable &b)
+{
+    return a.flags < b.flags;
+}
+
+bool GPUModel::distanceCompare(const DistanceSort &a, const DistanceSort &b)
+{
+    return a.distance < b.distance;
+}
+
+int GPUModel::commandCount(const Drawable &drawable)
+{
+    return drawable.drawBuffers != nullptr ? drawable.drawBuffers->numDrawCommands() : 0;
+}
+
+void GPUModel::cullAll(Drawable &drawable)
+{
+    drawable.culled.fill(true);
+    drawable.culledCount = drawable.culled.size();
+}
+
+GPUModel::Drawable *GPUModel::drawable(int instance)
+{
+    return drawableAt(valueOr(_instanceToDrawable, instance, -1));
+}
+
+const GPUModel::Drawable *GPUModel::drawable(int instance) const
+{
+    const int position = valueOr(_instanceToDrawable, instance, -1);
+    return position >= 0 && position < _drawables.size() ? &_drawables.at(position) : nullptr;
+}
+
+GPUModel::Drawable *GPUModel::drawableAt(int position)
+{
+    return position >= 0 && position < _drawables.size() ? &_drawables[position] : nullptr;
+}
+
+int GPUModel::append(const Drawable &drawable, int materialNumber)
+{
+    const int instance = _drawables.size();
+    _drawables.append(drawable);
+    _drawables.last().instance = instance;
+    _instanceToDrawable.append(instance);
+    _materialDrawables[materialNumber].append(instance);
+    return instance;
+}
+
+void GPUModel::deleteData(const Drawable &drawable)
+{
+    delete drawable.drawBuffers;
+    delete drawable.materialData;
+    delete drawable.objectData;
+}
+
+void GPUModel::changeFlags(int instance, unsigned long long flags, unsigned long long mask)
+{
+    Drawable *changed = drawable(instance);
+    if (changed == nullptr) {
+        return;
+    }
+    const unsigned long long newFlags = (changed->flags & ~mask) | (flags & mask);
+    if (newFlags != changed->flags) {
+        changed->flags = newFlags;
+        _flagsDirty = true;
+    }
+}
+
+int GPUModel::maxSets(int shift) const
+{
+    unsigned long long most = 0;
+    for (const Drawable &drawable : _drawables) {
+        most = std::max(most, (drawable.flags >> shift) & 7u);
+    }
+    return static_cast<int>(most);
+}
+
+int GPUModel::parentOf(int transform) const
+{
+    const int parent = valueOr(_transformParents, transform, kInvalidTransformRef);
+    return isValidTransform(parent) ? parent : kInvalidTransformRef;
+}
+
+/// Recomputes a transform if it is dirty, behind the dirty ones directly above it.
+void GPUModel::updateChain(int transform, MatrixWriter &writer)
+{
+    _dirtyChain.resize(0);
+    for (int t = transform; t >= 0 && _transformDirty.at(t); t = parentOf(t)) {
+        _dirtyChain.append(t);
+    }
+    for (int i = _dirtyChain.size() - 1; i >= 0; --i) {
+        recompute(_dirtyChain.at(i), writer);
+    }
+}
+
+void GPUModel::recompute(int transform, MatrixWriter &writer)
+{
+    const int parent = parentOf(transform);
+    QMatrix4x4 world;
+    if (_transformLocked.at(transform)) {
+        world = lockedWorld(transform, parent < 0 ? QMatrix4x4() : _worldTransforms.at(parent));
+    } else if (parent < 0) {
+        world = _localTransforms.at(transform);
+    } else {
+        world = _worldTransforms.at(parent) * _localTransforms.at(transform);
+    }
+    const QMatrix3x3 normal = world.normalMatrix();
+    _worldTransforms[transform] = world;
+    _normalTransforms[transform] = normal;
+    _transformSwapsHandedness[transform] = SwapsHandedness(world);
+    _transformDirty[transform] = false;
+
+    const QVector<InstanceRef> &refs = _transformInstances.at(transform);
+    if (refs.isEmpty()) {
+        return;
+    }
+    const QMatrix4x4 inverse = world.inverted();
+    for (const InstanceRef &ref : refs) {
+        const Drawable *user = drawableAt(ref.instance);
+        if (user == nullptr) {
+            continue;
+        }
+        if (user->objectData != nullptr) {
+            writer.write(*user->objectData, ref.drawCommand, world, inverse, normal);
+        }
+        _movedInstances.append(ref);
+    }
+}
+
+/// The parent's position and scale without its rotation. The local matrix is
+/// rewritten, so that a further update scales it again unless the host has set it
+/// anew; kept so on purpose.
+QMatrix4x4 GPUModel::lockedWorld(int transform, const QMatrix4x4 &parentWorld)
+{
+    QMatrix4x4 &local = _localTransforms[transform];
+    const QVector3D translation = (parentWorld * local).column(3).toVector3D();
+    const QVector3D a = parentWorld.column(0).toVector3D();
+    const QVector3D b = parentWorld.column(1).toVector3D();
+    const QVector3D c = parentWorld.column(2).toVector3D();
+    const bool mirrored = QVector3D::dotProduct(QVector3D::crossProduct(a, b), c) < 0.0f;
+    local.setColumn(3, QVector4D(0.0f, 0.0f, 0.0f, 1.0f));
+    local.scale(mirrored ? -a.length() : a.length(), b.length(), c.length());
+    QMatrix4x4 world;
+    world.translate(translation);
+    return world * local;
+}
+
+void GPUModel::setProperty(const QVector<InstanceRef> &refs, InstanceDataCollection *Drawable::*data,
+                           const QString &member, const void *bytes, unsigned long size)
+{
+    for (const InstanceRef &ref : refs) {
+        const Drawable *user = drawableAt(ref.instance);
+        if (user != nullptr && user->*data != nullptr) {
+            (user->*data)->set(ref.drawCommand, member, bytes, size);
+        }
+    }
+}
+
+bool GPUModel::isCommandHidden(const Drawable &drawable, int command) const
+{
+    const int transform = drawable.transformRefs.at(command);
+    if (!isVisible(transform)) {
+        return true;
+    }
+    if (_transformsDirty && isTransformDirty(transform)) {
+        return false;
+    }
+    // The rows as they stand, translation included.
+    const QMatrix4x4 &world = _worldTransforms.at(transform);
+    return world.row(0).lengthSquared() < kLeastRowLengthSquared
+           && world.row(1).lengthSquared() < kLeastRowLengthSquared
+           && world.row(2).lengthSquared() < kLeastRowLengthSquared;
+}
+
+bool GPUModel::isCommandOutside(const QMatrix4x4 &viewProjection, const Drawable &drawable, int command) const
+{
+    const int box = drawable.boundingBoxRefs.at(command);
+    if (!isValidBoundingBox(box)) {
+        return false;
+    }
+    const int transform = drawable.transformRefs.at(command);
+    if (!isValidTransform(transform)) {
+        return true;
+    }
+    return !(_transformsDirty && isTransformDirty(transform))
+           && isOutside(viewProjection, _worldTransforms.at(transform), _boundingBoxes.at(box));
+}
+
+void GPUModel::chooseCommands(const Drawable &drawable, const WindingType &winding)
+{
+    _chosenCommands.resize(0);
+    _otherCommands.resize(0);
+    const bool byHandedness = winding == eWindingCCW || winding == eWindingCW;
+    for (int command = 0; command < drawable.culled.size(); ++command) {
+        const int transform = drawable.transformRefs.at(command);
+        if (drawable.culled.at(command) || !isVisible(transform)) {
+            continue;
+        }
+        const bool matches =
+            !byHandedness || _transformSwapsHandedness.at(transform) == (winding == eWindingCW);
+        (matches ? _chosenCommands : _otherCommands).append(command);
+    }
+}
+
+void GPUModel::sortByDistance(const Drawable &drawable, const QMatrix4x4 &viewMatrix, QVector<int> &commands)
+{
+    // The eye is the negated translation of the inverse, as it stands.
+    const QVector3D eye = -viewMatrix.inverted().column(3).toVector3D();
+    _distances.resize(0);
+    for (const int command : qAsConst(commands)) {
+        _distances.append({distanceFrom(eye, drawable, command), command});
+    }
+    std::sort(_distances.begin(), _distances.end(), &GPUModel::distanceCompare);
+    for (int i = 0; i < commands.size(); ++i) {
+        commands[i] = _distances.at(i).drawCommand;
+    }
+}
+
+float GPUModel::distanceFrom(const QVector3D &eye, const Drawable &drawable, int command) const
+{
+    const int box = valueOr(drawable.boundingBoxRefs, command, kInvalidBoundingBoxRef);
+    const int transform = valueOr(drawable.transformRefs, command, kInvalidTransformRef);
+    if (!isValidBoundingBox(box) || !isValidTransform(transform)) {
+        return kFarAway;
+    }
+    const QVector3D local = _worldTransforms.at(transform).inverted().map(eye);
+    return (local - _boundingBoxes.at(box).closestPointFrom(local)).length();
+}
+
+}} // namespace Orvane::Zel

@@ -1,0 +1,376 @@
+#pragma once
+
+#include "Export.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QVector3D>
+
+namespace Orvane { namespace Zel {
+
+class DrawBuffers;
+class InstanceDataCollection;
+class InstanceDataPlan;
+class ShaderProgram;
+class TextureManager;
+class VertexArrayObject;
+
+/// How a draw culls faces.
+enum WindingType {
+    eWindingDefault = 0, ///< GL's state is left alone
+    eWindingOff = 1,
+    eWindingCCW = 2, ///< front faces are counter-clockwise; mirrored commands follow in a second pass
+    eWindingCW = 3   ///< the same for mirrored commands first
+};
+
+/// A scene that draws: drawables with their instance data, a hierarchy of
+/// transforms, cameras, lights, bounding boxes, and names of materials and objects.
+///
+/// A transform feeds no uniform. When it is recomputed it writes its matrices into
+/// the object data of the draw commands that use it, through the members
+/// "ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix" and, where the plan
+/// has it, "ModelNormalMatrix".
+///
+/// A frame: updateTransforms(), resetCulling(), visibilityCull(), frustumCull(),
+/// any number of draws, updatePreviousMatrices().
+///
+/// Units:   the host's unit of length; camera film and focal length in metres.
+/// Context: everything that draws, and clear() and set() where they delete.
+/// Errors:  indices are the caller's to check (isValidTransform(),
+///          isValidBoundingBox()); one that is out of range is passed over or
+///          answered with an empty value. Nothing is logged.
+/// Ownership: what add() was given belongs to the model while setDeleteOnClear()
+///          is on, which it is at first.
+class ZELGL_EXPORT GPUModel
+{
+    Q_DISABLE_COPY(GPUModel)
+
+public:
+    static constexpr int kInvalidBoundingBoxRef = -1;
+    static constexpr int kInvalidTransformRef = -1;
+    static constexpr int kInvalidCameraIndex = -1;
+
+    // Bits of a drawable's flag word; the others are the host's.
+    static constexpr unsigned long long kFlagHidden = 1ull << 63;
+    static constexpr unsigned long long kFlagSortByDistance = 1ull << 62; ///< in the value passed to a draw
+    static constexpr unsigned long long kFlagTwoSided = 1ull << 60;
+    static constexpr int kUVSetsShift = 55; ///< three bits, as below
+    static constexpr int kTangentSetsShift = 52;
+
+    // Bits of the feature flags.
+    static constexpr unsigned long long kFeatureFilterSimple = 1; ///< drawSimple() filters by flags
+    static constexpr unsigned long long kFeatureCulling = 2;
+    static constexpr unsigned long long kFeatureSimple = 16; ///< draw() goes to drawSimple()
+
+    /// A mesh with its data. The vectors go by draw command.
+    struct Drawable
+    {
+        DrawBuffers *drawBuffers = nullptr;
+        InstanceDataCollection *materialData = nullptr;
+        InstanceDataCollection *objectData = nullptr;
+        unsigned long long flags = 0;
+        int instance = 0; ///< the number at creation; sorting keeps it
+        QVector<int> transformRefs;
+        QVector<int> boundingBoxRefs;
+        QVector<bool> culled;
+        int culledCount = 0;
+    };
+
+    /// One draw command of a drawable.
+    struct InstanceRef
+    {
+        int instance = 0;
+        int drawCommand = 0;
+    };
+
+    struct ZELGL_EXPORT BoundingBox
+    {
+        QVector3D closestPointFrom(const QVector3D &point) const;
+
+        float minX = 0.0f;
+        float minY = 0.0f;
+        float minZ = 0.0f;
+        float maxX = 0.0f;
+        float maxY = 0.0f;
+        float maxZ = 0.0f;
+    };
+
+    struct Camera
+    {
+        int transform = kInvalidTransformRef;
+        float filmWidth = 0.036f;
+        float filmHeight = 0.024f;
+        float filmOffsetX = 0.0f;
+        float filmOffsetY = 0.0f;
+        float focalLength = 0.05f;
+        float focusDistance = 0.05f;
+        bool depthOfField = false; ///< the host's
+        float fStop = 0.0f;        ///< the host's
+        int projectionType = 0;    ///< 0 perspective, 1 orthographic
+        float farClip = 0.0f;      ///< 0: the model's default
+        float nearClip = 0.0f;     ///< 0: the model's default
+    };
+
+    /// Stored for the host, and read by nobody here.
+    struct Light
+    {
+        int transform = kInvalidTransformRef;
+        int type = 0;
+        QVector3D color = QVector3D(1.0f, 1.0f, 1.0f);
+        float intensity = 1.0f;
+        float range = 0.0f;
+        float innerConeAngle = 0.0f; ///< degrees
+        float outerConeAngle = 0.0f; ///< degrees
+    };
+
+    /// True for a matrix that mirrors.
+    static bool SwapsHandedness(const QMatrix4x4 &matrix);
+
+    GPUModel();
+    ~GPUModel();
+
+    /// Removes drawables, names and transforms. Transform visibility, cameras,
+    /// lights and boxes stay, and so does what updatePreviousMatrices() waits for.
+    void clear();
+    void setDeleteOnClear(bool deleteOnClear);
+    void setFeatureFlags(unsigned long long flags);
+    unsigned long long getFeatureFlags() const;
+    bool hasFeatureFlags(unsigned long long mask) const;
+    void setClipPlaneDefaults(float nearClip, float farClip);
+    bool containsReflectedTransparency() const;
+    void setContainsReflectedTransparency(bool contains);
+
+    // Drawables, by instance number.
+
+    /// The instance number. Adding in ascending order of flags saves sorting.
+    int add(DrawBuffers *drawBuffers, int materialNumber, InstanceDataCollection *material,
+            InstanceDataCollection *object, const unsigned long long &flags);
+    /// A drawable for drawSimple(): without transforms, boxes and culling; its number is 0.
+    int addSimple(DrawBuffers *drawBuffers, int materialNumber, InstanceDataCollection *material,
+                  InstanceDataCollection *object, const unsigned long long &flags);
+    void set(int instance, DrawBuffers *drawBuffers, InstanceDataCollection *material,
+             InstanceDataCollection *object, unsigned long long flags, unsigned long long mask);
+    int numDrawables() const;
+    bool isDrawablesEmpty() const;
+    DrawBuffers *drawBuffers(int instance) const;
+    InstanceDataCollection *materialData(int instance) const;
+    InstanceDataCollection *objectData(int instance) const;
+    unsigned long long getFlags(int instance) const;
+    void setFlags(int instance, unsigned long long flags, unsigned long long mask);
+    void addFlags(int instance, unsigned long long flags);
+    void removeFlags(int instance, unsigned long long flags);
+    // Over the half-open range from first to last.
+    void setFlags(int first, int last, unsigned long long flags, unsigned long long mask);
+    void addFlags(int first, int last, unsigned long long flags);
+    void removeFlags(int first, int last, unsigned long long flags);
+    /// Sorts the drawables by flags if these changed since clear(). Numbers of
+    /// materials and of names are positions, and keep pointing at the place.
+    void sortDrawablesByFlags();
+    bool isDrawAny(unsigned long long bits) const;
+    bool isDrawEmpty(unsigned long long value, unsigned long long mask) const;
+    int maxUVSets() const;
+    int maxTangentSets() const;
+
+    // Transforms.
+
+    int addTransform(int parent, const QMatrix4x4 &local);
+    /// With \a locked the transform takes its parent's position and scale but not
+    /// its rotation. An equal matrix changes nothing, not even \a locked.
+    void setLocalTransform(int transform, const QMatrix4x4 &local, bool locked);
+    void setWorldTransform(int transform, const QMatrix4x4 &world);
+    /// Ignored where it would make a transform its own ancestor.
+    void setTransformParent(int transform, int parent);
+    /// 0 and 1 visible, 2 hidden, 3 hidden with descendants.
+    void setVisibility(int transform, int visibility);
+    int transformParent(int transform) const;
+    QMatrix4x4 localTransform(int transform) const;
+    QMatrix4x4 worldTransform(int transform) const;
+    QMatrix3x3 normalTransform(int transform) const;
+    bool isValidTransform(int transform) const;
+    bool isTransformDirty(int transform) const;
+    bool isParentHidden(int transform) const;
+    bool isVisible(int transform) const;
+    bool isDescendant(int ancestor, int transform) const;
+    void useTransform(int instance, int drawCommand, int transform);
+    void useBoundingBox(int instance, int drawCommand, int box);
+    /// Recomputes one transform and its dirty ancestors; the world matrix.
+    QMatrix4x4 updateTransform(int transform);
+    void updateTransforms();
+    /// Once a frame, behind the draws: what moved is taken as the next frame's past.
+    void updatePreviousMatrices();
+    void setTransformName(int transform, const QString &name);
+    int findTransform(const QString &name) const;
+    QStringList transformNames() const;
+
+    // Names and properties.
+
+    void addMaterialName(int instance, int drawCommand, const QString &name);
+    void addObjectName(int instance, int drawCommand, const QString &name);
+    QVector<InstanceRef> materialInstances(const QString &name) const;
+    QVector<InstanceRef> objectInstances(const QString &name) const;
+    QStringList materialNames() const;
+    QStringList objectNames() const;
+    void setMaterialProperty(const QString &name, const QString &member, const void *data,
+                             unsigned long size);
+    void setObjectProperty(const QString &name, const QString &member, const void *data, unsigned long size);
+
+    // Cameras, lights, boxes.
+
+    int addCamera(const Camera &camera, const QString &name);
+    void setCamera(int index, const Camera &camera);
+    Camera getCamera(int index) const;
+    int getCameraCount() const;
+    QStringList getCameraNames() const;
+    int getCameraIndex(const QString &name) const;
+    QMatrix4x4 getCameraWorldSpaceMatrix(int index) const;
+    /// Of a 36 x 24 mm film behind a 50 mm lens for a negative index.
+    QMatrix4x4 getCameraProjectionMatrix(int index, float aspect) const;
+    int addLight(const Light &light, const QString &name);
+    void getLight(int index, Light &light) const;
+    int lightCount() const;
+    void loadBoundingBoxes(const BoundingBox *boxes, int count);
+    BoundingBox getBoundingBox(int index) const;
+    bool isValidBoundingBox(int index) const;
+    /// The boxes of all commands that are not culled, each taken in its own space;
+    /// inverted extremes where there are none.
+    const BoundingBox &sceneBounds();
+
+    quint64 memoryEstimateCPU() const;
+    quint64 memoryEstimateGPU() const;
+    int getTotalVerts() const;
+
+    // Culling only ever adds marks; resetCulling() removes them.
+
+    /// Marks what the flags or the transforms hide; how many commands were newly marked.
+    int visibilityCull();
+    /// Marks what lies outside the frustum; how many commands were newly marked.
+    int frustumCull(const QMatrix4x4 &viewProjection);
+    void resetCulling();
+
+    // Drawing: the drawables whose flags equal \a flags under \a mask, by material
+    // number. Nothing stays bound, and GL_CULL_FACE is off behind it. What the last
+    // drawable's draw answered.
+
+    bool draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+              const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
+              const QList<int> &excludeMaterials, const QList<int> &materials, bool stencil);
+    bool draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+              const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
+              bool stencil);
+    bool draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+              const unsigned long long &mask, const WindingType &winding, bool stencil);
+    bool draw(ShaderProgram *program, const unsigned long long &flags, const unsigned long long &mask,
+              const WindingType &winding, bool stencil);
+    bool draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+              const unsigned long long &mask);
+    bool drawExclude(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                     const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
+                     const QList<int> &excludeMaterials);
+    bool drawExclude(ShaderProgram *program, const unsigned long long &flags, const unsigned long long &mask,
+                     const WindingType &winding, const QList<int> &excludeMaterials);
+    bool drawMaterials(ShaderProgram *program, TextureManager *textureManager,
+                       const unsigned long long &flags, const unsigned long long &mask,
+                       const WindingType &winding, const QMatrix4x4 *viewMatrix, const QList<int> &materials);
+
+    /// Without winding, stencil, sorting and choice of commands. False once any drawable's draw failed.
+    bool drawSimple(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                    const unsigned long long &mask);
+
+    // One drawable, by its position. The references are what the walk over the
+    // drawables has bound; they start null.
+
+    /// Chooses the commands where \a commands is empty, sorts them if asked, and draws.
+    bool drawMesh(int drawable, InstanceDataCollection *&object, InstanceDataCollection *&material,
+                  TextureManager *&boundManager, VertexArrayObject *&vao, DrawBuffers *&boundBuffers,
+                  ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
+                  const WindingType &winding, const QMatrix4x4 *viewMatrix, QVector<int> commands);
+    /// Changes what differs and draws the commands, all of them for null.
+    bool drawMesh(int drawable, QVector<int> *commands, InstanceDataCollection *&object,
+                  InstanceDataCollection *&material, TextureManager *&boundManager, VertexArrayObject *&vao,
+                  DrawBuffers *&boundBuffers, ShaderProgram *program, TextureManager *textureManager);
+
+private:
+    struct DistanceSort
+    {
+        float distance;
+        int drawCommand;
+    };
+    class MatrixWriter;
+
+    static bool flagsLessThan(const Drawable &a, const Drawable &b);
+    static bool distanceCompare(const DistanceSort &a, const DistanceSort &b);
+    static int commandCount(const Drawable &drawable);
+    static void cullAll(Drawable &drawable);
+
+    Drawable *drawable(int instance);
+    const Drawable *drawable(int instance) const;
+    Drawable *drawableAt(int position);
+    int append(const Drawable &drawable, int materialNumber);
+    void deleteData(const Drawable &drawable);
+    void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
+    int maxSets(int shift) const;
+
+    int parentOf(int transform) const;
+    void updateChain(int transform, MatrixWriter &writer);
+    void recompute(int transform, MatrixWriter &writer);
+    QMatrix4x4 lockedWorld(int transform, const QMatrix4x4 &parentWorld);
+    void setProperty(const QVector<InstanceRef> &refs, InstanceDataCollection *Drawable::*data,
+                     const QString &member, const void *bytes, unsigned long size);
+
+    bool isCommandHidden(const Drawable &drawable, int command) const;
+    bool isCommandOutside(const QMatrix4x4 &viewProjection, const Drawable &drawable, int command) const;
+
+    void chooseCommands(const Drawable &drawable, const WindingType &winding);
+    void sortByDistance(const Drawable &drawable, const QMatrix4x4 &viewMatrix, QVector<int> &commands);
+    float distanceFrom(const QVector3D &eye, const Drawable &drawable, int command) const;
+
+    unsigned long long _featureFlags = 15;
+    QVector<Drawable> _drawables;
+    QVector<int> _instanceToDrawable; ///< positions, by instance number
+    QHash<int, QVector<int>> _materialDrawables;
+    QHash<QString, QVector<InstanceRef>> _materialInstances;
+    QHash<QString, QVector<InstanceRef>> _objectInstances;
+    bool _deleteOnClear = true;
+    bool _flagsDirty = false;
+
+    // By transform.
+    QVector<QMatrix4x4> _localTransforms;
+    QVector<bool> _transformLocked;
+    QVector<QMatrix4x4> _worldTransforms;
+    QVector<QMatrix3x3> _normalTransforms;
+    QVector<int> _transformParents;
+    QVector<bool> _transformSwapsHandedness;
+    QVector<bool> _transformDirty;
+    QVector<int> _transformVisibility;
+    bool _transformsDirty = false;
+    QHash<QString, int> _transformNames;
+    QVector<QVector<InstanceRef>> _transformInstances;
+
+    QVector<InstanceRef> _movedInstances; ///< their "PreviousModelMatrix" lags behind
+    QVector<Camera> _cameras;
+    QVector<QString> _cameraNames;
+    QVector<Light> _lights;
+    QVector<QString> _lightNames;
+    QVector<BoundingBox> _boundingBoxes;
+    BoundingBox _sceneBounds;
+    bool _boundsDirty = false;
+    bool _containsReflectedTransparency = false;
+    float _clipNearDefault = 0.1f;
+    float _clipFarDefault = 200.0f;
+
+    // Kept from drawable to drawable, so that a frame allocates nothing for each.
+    QVector<int> _chosenCommands;
+    QVector<int> _otherCommands;
+    QVector<DistanceSort> _distances;
+    QVector<int> _dirtyChain;
+};
+
+}} // namespace Orvane::Zel
+
+Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::InstanceRef, Q_PRIMITIVE_TYPE);
+Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::BoundingBox, Q_PRIMITIVE_TYPE);
+Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::Drawable, Q_MOVABLE_TYPE);
