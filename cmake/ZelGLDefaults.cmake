@@ -9,7 +9,8 @@ function(zelgl_target_defaults target)
         VISIBILITY_INLINES_HIDDEN ON)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow)
     if(ZELGL_SANITIZE)
-        target_compile_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE} -fno-omit-frame-pointer)
+        target_compile_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE} -fno-sanitize-recover=all
+            -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE})
     endif()
 endfunction()
@@ -19,8 +20,16 @@ function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR})
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        INSTALL_RPATH $ORIGIN) # the two libraries lie beside each other, wherever the tree is moved
     target_include_directories(${target} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+endfunction()
+
+# zelgl_install_library(TARGET HEADERS ...): the library, as a part of the package, and its headers under its name.
+function(zelgl_install_library target)
+    cmake_parse_arguments(ARG "" "" "HEADERS" ${ARGN})
+    install(TARGETS ${target} EXPORT ZelGLTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${target})
 endfunction()

@@ -1,0 +1,21 @@
+# Installs, beside the libraries and their headers, the GLSL tree and what find_package() and pkg-config read. Nothing of it
+# names the prefix, so an installed tree can be moved.
+
+include(CMakePackageConfigHelpers)
+
+set(zelgl_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZelGL)
+
+install(DIRECTORY GLSL/include GLSL/src DESTINATION ${CMAKE_INSTALL_DATADIR}/ZelGL/GLSL)
+
+install(EXPORT ZelGLTargets NAMESPACE ZelGL:: DESTINATION ${zelgl_package_dir})
+configure_package_config_file(cmake/ZelGLConfig.cmake.in ${PROJECT_BINARY_DIR}/ZelGLConfig.cmake
+    INSTALL_DESTINATION ${zelgl_package_dir}
+    NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZelGLConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/ZelGLConfig.cmake ${PROJECT_BINARY_DIR}/ZelGLConfigVersion.cmake
+    DESTINATION ${zelgl_package_dir})
+
+file(RELATIVE_PATH zelgl_pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" zelgl_pc_prefix ${zelgl_pc_prefix})
+configure_file(cmake/ZelGL.pc.in ${PROJECT_BINARY_DIR}/ZelGL.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ZelGL.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
