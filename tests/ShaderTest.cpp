@@ -1,0 +1,143 @@
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/Shader.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+const QString kGoodSource = "#version 150\nvoid main() {}";
+
+/// The warnings of a failed compile: head, numbered source, and the driver's log.
+std::vector<ExpectedMessage> failure(const Shader &shader, const QString &stage, const QStringList &numbered)
+{
+    QStringList lines = {"Failed to compile GL shader", " Shader Type = " + stage, " =======Source======"};
+    lines += numbered;
+    lines += " =======Log=========";
+    lines += shader.log().split('\n');
+    std::vector<ExpectedMessage> expected;
+    for (const QString &line : lines) {
+        expected.emplace_back("warning " + line);
+    }
+    return expected;
+}
+
+} // namespace
+
+using ShaderTest = GLTest;
+
+TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMade)
+{
+    GLSLMacroProcessor processor;
+    processor.addDefine("A", "1");
+    const Shader plain(GL_VERTEX_SHADER, kGoodSource, nullptr);
+    const Shader processed(GL_FRAGMENT_SHADER, kGoodSource, &processor, nullptr);
+    processor.addDefine("B", "2");
+    EXPECT_EQ("#version 150\n\nvoid main() {}", plain.sourceCode());
+    EXPECT_EQ("#version 150\n#define A 1\n\nvoid main() {}", processed.sourceCode());
+    EXPECT_EQ(GLenum(GL_FRAGMENT_SHADER), processed.shaderType());
+    EXPECT_FALSE(processed.isCompiled());
+    EXPECT_EQ(Shader::kShaderNotCompiled, processed.shaderID());
+}
+
+TEST_F(ShaderTest, AParentIsIgnored)
+{
+    QObject parent;
+    const Shader shader(GL_VERTEX_SHADER, kGoodSource, &parent);
+    EXPECT_EQ(nullptr, shader.parent());
+}
+
+TEST_F(ShaderTest, CompilesOnceAndNeedsItsSourceNoMore)
+{
+    Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
+    Tap<&glCreateShader> creates;
+    Tap<&glGetShaderInfoLog> logs;
+    ASSERT_TRUE(shader.compile());
+    EXPECT_TRUE(shader.isCompiled());
+    shader.clearSource();
+    EXPECT_EQ("", shader.sourceCode());
+    const GLuint name = shader.shaderID();
+    EXPECT_TRUE(shader.compile());
+    EXPECT_EQ(1u, creates.count());
+    EXPECT_EQ(0u, logs.count()) << "a good compile's log is not read";
+    EXPECT_EQ(name, shader.shaderID());
+    EXPECT_EQ(1, ledger().alive(GLLedger::eShader));
+}
+
+TEST_F(ShaderTest, SourcesGoToGLAsLatin1WithTheirLength)
+{
+    Shader shader(GL_VERTEX_SHADER, QString::fromUtf8("void main() {} // \xc3\xa9"), nullptr);
+    Hook<&glShaderSource> sources;
+    QByteArray sent;
+    sources.replace([&](GLuint name, GLsizei count, const GLchar *const *texts, const GLint *lengths) {
+        EXPECT_EQ(1, count);
+        sent = QByteArray(texts[0], lengths[0]);
+        sources.original(name, count, texts, lengths);
+    });
+    EXPECT_TRUE(shader.compile());
+    EXPECT_EQ(QByteArray("void main() {} // \xe9"), sent);
+}
+
+TEST_F(ShaderTest, AFailedCompileTellsTheStageTheNumberedSourceAndTheLog)
+{
+    const struct
+    {
+        GLenum type;
+        const char *name;
+    } stages[] = {
+        {GL_VERTEX_SHADER, "GL_VERTEX_SHADER"},
+        {GL_FRAGMENT_SHADER, "GL_FRAGMENT_SHADER"},
+        {GL_GEOMETRY_SHADER, "GL_GEOMETRY_SHADER"},
+        {GL_TESS_EVALUATION_SHADER, "GL_TESS_EVALUATION_SHADER"},
+        {GL_TESS_CONTROL_SHADER, "GL_TESS_CONTROL_SHADER"},
+        {GL_COMPUTE_SHADER, "unknown"},
+    };
+    for (const auto &stage : stages) {
+        Shader shader(stage.type, "one\n#two\n 100% %1\n", nullptr);
+        EXPECT_FALSE(shader.compile());
+        EXPECT_FALSE(shader.isCompiled());
+        EXPECT_FALSE(shader.log().isEmpty());
+        EXPECT_EQ("one\n#two\n 100% %1\n", shader.sourceCode());
+        EXPECT_TRUE(takeMessages(
+            failure(shader, stage.name, {"   1 : one", "   2 : #two", "   3 :  100% %1", "   4 : "})));
+    }
+    EXPECT_EQ(0, ledger().alive(GLLedger::eShader));
+    TestContext::takeDriverReports(); // some drivers tell the errors of a source here too
+}
+
+TEST_F(ShaderTest, AFailedCompileCanBeTriedAgainAndKeepsItsLog)
+{
+    Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
+    {
+        Hook<&glGetShaderiv> answers;
+        answers.replace([&](GLuint name, GLenum parameter, GLint *value) {
+            answers.original(name, parameter, value);
+            *value = parameter == GL_COMPILE_STATUS ? 0 : 8;
+        });
+        Hook<&glGetShaderInfoLog> logs;
+        logs.replace(
+            [](GLuint, GLsizei size, GLsizei *, GLchar *log) { qstrncpy(log, "a\xc3\xa9\nb", uint(size)); });
+        EXPECT_FALSE(shader.compile());
+    }
+    EXPECT_EQ(QString::fromUtf8("a\xc3\xa9\nb"), shader.log());
+    EXPECT_TRUE(takeMessages(
+        failure(shader, "GL_VERTEX_SHADER", {"   1 : #version 150", "   2 : ", "   3 : void main() {}"})));
+    EXPECT_TRUE(shader.compile());
+    EXPECT_EQ(QString::fromUtf8("a\xc3\xa9\nb"), shader.log());
+}
+
+TEST_F(ShaderTest, ItsSourceIsDumpedWhereAFileOpens)
+{
+    const QTemporaryDir folder;
+    const Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
+    shader.dumpSourceCode(folder.filePath("no/such/folder"));
+    shader.dumpSourceCode(folder.filePath("dump.glsl"));
+    QFile file(folder.filePath("dump.glsl"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QByteArray("#version 150\n\nvoid main() {}"), file.readAll());
+}
