@@ -1,0 +1,299 @@
+#include "ModelFiles.h"
+
+#include "../support/Print.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QProcess>
+#include <QtGui/QImage>
+
+#include <cmath>
+
+namespace {
+
+/// How a run of zelview ended.
+struct Ending
+{
+    int code;
+    QString output;
+    QString errors;
+
+    QStringList errorLines() const { return errors.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+};
+
+Ending runZelview(const QStringList &arguments, const QProcessEnvironment &environment)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(ZELVIEW_PROGRAM), arguments);
+    if (!process.waitForFinished(100000) || process.exitStatus() != QProcess::NormalExit) {
+        return {-1, QString(), QStringLiteral("zelview crashed or hung: ") + process.errorString()};
+    }
+    return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
+            QString::fromLocal8Bit(process.readAllStandardError())};
+}
+
+Ending runZelview(const QStringList &arguments)
+{
+    return runZelview(arguments, QProcessEnvironment::systemEnvironment());
+}
+
+/// Greatest difference of any channel of any pixel; 256 when the sizes differ.
+int difference(const QImage &a, const QImage &b)
+{
+    if (a.size() != b.size()) {
+        return 256;
+    }
+    int greatest = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            const QColor p = a.pixelColor(x, y);
+            const QColor q = b.pixelColor(x, y);
+            greatest = std::max({greatest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()),
+                                 std::abs(p.blue() - q.blue())});
+        }
+    }
+    return greatest;
+}
+
+/// 0 for red, 1 for green, 2 for blue, -1 where none leads clearly.
+int leadingChannel(const QColor &color)
+{
+    const int channels[3] = {color.red(), color.green(), color.blue()};
+    const int lead = int(std::max_element(channels, channels + 3) - channels);
+    for (int i = 0; i < 3; ++i) {
+        if (i != lead && channels[lead] < channels[i] + 60) {
+            return -1;
+        }
+    }
+    return lead;
+}
+
+class ZelviewTest : public testing::Test
+{
+protected:
+    /// The picture that the arguments give, read back from its file; null, with a failure, when there is none.
+    QImage picture(const QStringList &arguments)
+    {
+        const QString target = _files.path(QStringLiteral("picture%1.png").arg(_pictures++));
+        _last = runZelview(arguments + QStringList{QStringLiteral("--offscreen"), target});
+        EXPECT_EQ(_last.code, 0);
+        EXPECT_EQ(_last.errors, QString());
+        return QImage(target);
+    }
+
+    /// Counts squares of a wall, seen from the front, that do not have their colour.
+    int wrongSquares(const QImage &image, int columns, int rows)
+    {
+        // The framing leaves a margin of a tenth in the direction that is tight; find the wall's middle from that.
+        const double unit = std::min(0.9 * image.width() / columns, 0.9 * image.height() / rows);
+        int wrong = 0;
+        for (int i = 0; i < columns * rows; ++i) {
+            const double x = 0.5 * image.width() + (i % columns + 0.5 - 0.5 * columns) * unit;
+            const double y = 0.5 * image.height() - (i / columns + 0.5 - 0.5 * rows) * unit;
+            wrong += leadingChannel(image.pixelColor(int(x), int(y))) == i % 3 ? 0 : 1;
+        }
+        return wrong;
+    }
+
+    ModelFiles _files;
+    Ending _last;
+    int _pictures = 0;
+};
+
+const QStringList kFront{QStringLiteral("--view"), QStringLiteral("0,0")};
+
+TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
+    const QString text = _files.write(QStringLiteral("text.obj"), "To be, or not to be.\n");
+    const QString unknown = _files.write(QStringLiteral("notes.txt"), "Dear diary,\n");
+    const QString empty = _files.write(QStringLiteral("empty.glb"), "");
+    const QString points = _files.write(QStringLiteral("points.obj"), "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n");
+    const QString endless =
+        _files.write(QStringLiteral("endless.obj"), "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n");
+    const QString torn =
+        _files.write(QStringLiteral("torn.glb"), QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
+    const QString folder = _files.path(QString());
+    const QStringList before = _files.names();
+
+    const QString target = _files.path(QStringLiteral("out.png"));
+    const struct
+    {
+        QStringList arguments;
+        int code;
+        QString words;
+    } kCases[] = {
+        {{}, 1, "no MODEL is named"},
+        {{wall, wall}, 1, "one MODEL is shown at a time, not 2"},
+        {{wall, "--colour"}, 1, "Unknown option 'colour'"},
+        {{wall, "--offscreen"}, 1, "Missing value after '--offscreen'"},
+        {{wall, "--offscreen", ""}, 1, "--offscreen takes the name of a file"},
+        {{wall, "--offscreen", target, "--size", "0x20"}, 1, "--size takes WxH"},
+        {{wall, "--offscreen", target, "--size", "20"}, 1, "--size takes WxH"},
+        {{wall, "--offscreen", target, "--size", "100000x100000"}, 1, "--size 100000x100000 is too large"},
+        {{wall, "--offscreen", target, "--size", "16000x16000"}, 1, "--size 16000x16000 is too large"},
+        {{wall, "--offscreen", target, "--samples", "many"}, 1, "--samples takes a number"},
+        {{wall, "--offscreen", target, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
+        {{wall, "--offscreen", target, "--draw-id", "fast"}, 1, "--draw-id takes"},
+        {{wall, "--offscreen", wall}, 1, "the picture would overwrite the model"},
+        {{_files.path("none.glb"), "--offscreen", target}, 2, "there is no file"},
+        {{folder, "--offscreen", target}, 2, "is not a file that can be read"},
+        {{wall, "--offscreen", _files.path("none/out.png")}, 2, "there is no folder"},
+        {{wall, "--offscreen", folder}, 2, "it is not a plain file"},
+        {{wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
+        {{text, "--offscreen", target}, 3, "text.obj' cannot be understood"},
+        {{unknown, "--offscreen", target}, 3, "notes.txt' cannot be understood"},
+        {{empty, "--offscreen", target}, 3, "empty.glb' cannot be understood"},
+        {{torn, "--offscreen", target}, 3, "torn.glb' cannot be understood"},
+        {{points, "--offscreen", target}, 3, "points.obj' holds no triangles"},
+        {{endless, "--offscreen", target}, 3, "no numbers or out of range"},
+    };
+    for (const auto &wrong : kCases) {
+        SCOPED_TRACE(wrong.arguments.join(QLatin1Char(' ')).toStdString());
+        const Ending ending = runZelview(wrong.arguments);
+        EXPECT_EQ(ending.code, wrong.code);
+        EXPECT_EQ(ending.output, QString());
+        ASSERT_EQ(ending.errorLines().size(), 1) << qPrintable(ending.errors);
+        EXPECT_TRUE(ending.errors.startsWith(QStringLiteral("zelview: "))) << qPrintable(ending.errors);
+        EXPECT_TRUE(ending.errors.contains(wrong.words)) << qPrintable(ending.errors);
+    }
+    EXPECT_EQ(_files.names(), before); // neither a picture nor a temporary file
+}
+
+TEST_F(ZelviewTest, WithoutADisplayOneLineSaysSo)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
+    const QString target = _files.path(QStringLiteral("out.png"));
+    for (const char *display : {"", ":4711"}) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DISPLAY"), QLatin1String(display));
+        environment.remove(QStringLiteral("XDG_RUNTIME_DIR")); // of which Qt would speak, too
+        for (const QStringList &arguments : {QStringList{wall, "--offscreen", target}, QStringList{wall}}) {
+            const Ending ending = runZelview(arguments, environment);
+            EXPECT_EQ(ending.code, 4);
+            EXPECT_EQ(
+                ending.errors,
+                QStringLiteral("zelview: no display to draw on (is DISPLAY set and its server running?)\n"));
+        }
+    }
+    EXPECT_FALSE(QFile::exists(target));
+}
+
+TEST_F(ZelviewTest, HelpAndVersionGoToStandardOutputAndNeedNoDisplay)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("DISPLAY"));
+    const Ending help = runZelview({QStringLiteral("--help")}, environment);
+    EXPECT_EQ(help.code, 0);
+    EXPECT_TRUE(help.output.contains(QStringLiteral("MODEL"))) << qPrintable(help.output);
+    EXPECT_TRUE(help.output.contains(QStringLiteral("--offscreen <file>"))) << qPrintable(help.output);
+    const Ending version = runZelview({QStringLiteral("--version")}, environment);
+    EXPECT_EQ(version.output, QStringLiteral("zelview 1.0.0\n"));
+    EXPECT_EQ(help.errors + version.errors, QString());
+}
+
+TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 4, 2);
+    const QImage image = picture(kFront + QStringList{wall, "--size", "640x360"});
+    ASSERT_EQ(image.size(), QSize(640, 360));
+    EXPECT_EQ(wrongSquares(image, 4, 2), 0);
+    for (const QPoint &corner : {QPoint(2, 2), QPoint(637, 2), QPoint(2, 357), QPoint(637, 357)}) {
+        const QColor color = image.pixelColor(corner);
+        EXPECT_EQ(leadingChannel(color), -1);                          // the grey backdrop
+        EXPECT_TRUE(color.lightness() > 5 && color.lightness() < 200); // neither black nor white
+    }
+
+    const QStringList lines = _last.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 5);
+    EXPECT_TRUE(lines[0].contains(_files.path(QStringLiteral("picture0.png")) + QStringLiteral(", 640x360")));
+    EXPECT_TRUE(lines[1].startsWith(QStringLiteral("driver    "))
+                && lines[1].contains(QStringLiteral("OpenGL")));
+    EXPECT_EQ(lines[2],
+              QStringLiteral("model     8 meshes, 16 triangles, 3 materials; placed 8 times, 16 triangles"));
+    EXPECT_TRUE(lines[3].startsWith(QStringLiteral("draws     8 calls, 8 batches, 48 indices")))
+        << qPrintable(lines[3]);
+    EXPECT_TRUE(lines[4].startsWith(QStringLiteral("time      load ")));
+}
+
+TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
+{
+    // More squares than a block of 16 KB, the least that GL grants, can hold.
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 20, 10);
+    const QStringList common = kFront + QStringList{wall, "--size", "400x200"};
+    const QImage plain = picture(common);
+    EXPECT_EQ(wrongSquares(plain, 20, 10), 0);
+
+    const QImage split = picture(common + QStringList{"--block-limit", "4800"});
+    EXPECT_TRUE(_last.output.contains(QStringLiteral("7 blocks of 30 records"))) << qPrintable(_last.output);
+    EXPECT_EQ(difference(plain, split), 0);
+
+    if (!qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS")) {
+        const QImage byInstance =
+            picture(common + QStringList{"--draw-id", "base-instance", "--block-limit", "4800"});
+        EXPECT_TRUE(_last.output.contains(QStringLiteral("200 calls"))) << qPrintable(_last.output);
+        EXPECT_EQ(difference(plain, byInstance), 0);
+        return;
+    }
+    const Ending refused =
+        runZelview({wall, "--draw-id", "base-instance", "--offscreen", _files.path("no.png")});
+    EXPECT_EQ(refused.code, 4);
+    EXPECT_EQ(refused.errors, QStringLiteral("zelview: the driver cannot pass draw IDs by base instance\n"));
+}
+
+TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
+{
+    // A corner of a white room seen from outside: three squares that face different ways.
+    const QString corner =
+        _files.write(QStringLiteral("corner.obj"),
+                     "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\n"
+                     "f 5 6 7 8\nf 6 2 3 7\nf 8 7 3 4\n");
+    const QImage image = picture({corner, "--view", "45,35.26", "--size", "200x200"});
+    const int left = image.pixelColor(65, 120).lightness();
+    const int right = image.pixelColor(135, 120).lightness();
+    const int top = image.pixelColor(100, 60).lightness();
+    EXPECT_GT(std::abs(left - right), 15);
+    EXPECT_GT(std::abs(left - top), 15);
+    EXPECT_GT(std::abs(right - top), 15);
+}
+
+TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
+{
+    _files.write(QStringLiteral("glass.mtl"), "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");
+    // The glass comes first in the file, covers the left half, and stands nearer to the eye.
+    const QString glass =
+        _files.write(QStringLiteral("glass.obj"), "mtllib glass.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\n"
+                                                  "v 0 0 0.1\nv 1 0 0.1\nv 1 2 0.1\nv 0 2 0.1\n"
+                                                  "usemtl glass\nf 5 6 7 8\nusemtl red\nf 1 2 3 4\n");
+    const QImage image = picture(kFront + QStringList{glass, "--size", "200x200"});
+    const QColor through = image.pixelColor(60, 100);
+    const QColor plain = image.pixelColor(140, 100);
+    EXPECT_LT(plain.blue(), 60);
+    EXPECT_GT(through.blue(), plain.blue() + 60);
+    EXPECT_GT(through.red(), 120);
+}
+
+TEST_F(ZelviewTest, AnOldPictureIsReplacedWholeOrKept)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
+    const QString text = _files.write(QStringLiteral("notes.txt"), "Dear diary,\n");
+    const QString target = _files.write(QStringLiteral("out.png"), "old");
+    EXPECT_EQ(runZelview({text, "--offscreen", target}).code, 3);
+    EXPECT_EQ(_files.read(QStringLiteral("out.png")), QByteArray("old"));
+    EXPECT_EQ(runZelview({wall, "--offscreen", target, "--size", "64x48"}).code, 0);
+    EXPECT_EQ(QImage(target).size(), QSize(64, 48));
+    EXPECT_EQ(_files.names(), (QStringList{"notes.txt", "out.png", "wall.obj", "wall.obj.mtl"}));
+}
+
+TEST_F(ZelviewTest, TheDriverHasNoComplaintsAboutAFrame)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 3, 3);
+    const Ending ending =
+        runZelview({wall, "--verbose", "--offscreen", _files.path("out.png"), "--size", "64x64"});
+    EXPECT_EQ(ending.code, 0);
+    EXPECT_FALSE(ending.errors.contains(QStringLiteral("OpenGL message"))) << qPrintable(ending.errors);
+    EXPECT_FALSE(ending.errors.contains(QStringLiteral("[ !! ]"))) << qPrintable(ending.errors);
+}
+
+} // namespace

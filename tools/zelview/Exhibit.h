@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Outcome.h"
+
+#include <QtCore/QSize>
+#include <QtCore/QStringList>
+#include <QtGui/QVector2D>
+
+namespace zelview {
+
+class Programs;
+struct Options;
+
+/// Something that zelview shows. It is made and loaded without a context, so that a bad file is told before any window
+/// opens; then it is put up in one context, drawn as often as needed, and taken down in the same context.
+class Exhibit
+{
+public:
+    /// What a drag of the pointer means.
+    enum DragKind { eTurn, eMove };
+
+    virtual ~Exhibit();
+
+    /// In words, for the report: what was loaded.
+    virtual QStringList describe() const = 0;
+
+    /// Makes the GL objects.
+    virtual Failure putUp(Programs &programs, const Options &options) = 0;
+    /// Releases them.
+    virtual void takeDown() = 0;
+
+    /// Finds the view that shows everything in a viewport of this size.
+    virtual void frame(const QSize &viewport) = 0;
+    /// Fills the bound framebuffer, whose depth is cleared, with linear light that a screen can show.
+    virtual void draw(const QSize &viewport) = 0;
+    /// In words, for the report: what the last draw() took.
+    virtual QStringList describeFrame() const = 0;
+
+    /// The way of the pointer in heights of the viewport, to the right and down.
+    virtual void drag(DragKind kind, const QVector2D &way) = 0;
+    /// Positive steps go in.
+    virtual void zoom(float steps) = 0;
+};
+
+} // namespace zelview

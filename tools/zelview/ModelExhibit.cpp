@@ -1,0 +1,97 @@
+#include "ModelExhibit.h"
+
+#include "Backdrop.h"
+#include "ModelLoader.h"
+#include "ModelRenderer.h"
+#include "Options.h"
+
+namespace zelview {
+
+namespace {
+
+float aspectOf(const QSize &viewport)
+{
+    return float(viewport.width()) / float(viewport.height());
+}
+
+} // namespace
+
+ModelExhibit::ModelExhibit(Scene scene, const Options &options)
+    : _scene(std::move(scene))
+    , _camera(options.azimuth, options.elevation)
+{
+}
+
+ModelExhibit::~ModelExhibit() = default;
+
+Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
+{
+    Expected<Scene> scene = loadModel(options.model);
+    if (!scene) {
+        return scene.problem();
+    }
+    return std::unique_ptr<Exhibit>(new ModelExhibit(std::move(*scene), options));
+}
+
+QStringList ModelExhibit::describe() const
+{
+    return {QStringLiteral("model     %1 meshes, %2 triangles, %3 materials; placed %4 times, %5 triangles")
+                .arg(_scene.meshes.size())
+                .arg(_scene.indices.size() / 3)
+                .arg(_scene.materials.size())
+                .arg(_scene.draws.size())
+                .arg(_scene.placedTriangles())};
+}
+
+Failure ModelExhibit::putUp(Programs &programs, const Options &options)
+{
+    Expected<std::unique_ptr<Backdrop>> backdrop = Backdrop::create(programs);
+    if (!backdrop) {
+        return backdrop.problem();
+    }
+    Expected<std::unique_ptr<ModelRenderer>> renderer = ModelRenderer::create(_scene, programs, options);
+    if (!renderer) {
+        return renderer.problem();
+    }
+    _backdrop = std::move(*backdrop);
+    _renderer = std::move(*renderer);
+    return {};
+}
+
+void ModelExhibit::takeDown()
+{
+    _renderer.reset();
+    _backdrop.reset();
+}
+
+void ModelExhibit::frame(const QSize &viewport)
+{
+    _camera.frame(_scene, aspectOf(viewport));
+}
+
+void ModelExhibit::draw(const QSize &viewport)
+{
+    _backdrop->draw(viewport);
+    _renderer->draw(_camera, aspectOf(viewport));
+}
+
+QStringList ModelExhibit::describeFrame() const
+{
+    return {_renderer->describeFrame()};
+}
+
+void ModelExhibit::drag(DragKind kind, const QVector2D &way)
+{
+    if (kind == eTurn) {
+        _camera.orbit(way);
+    } else {
+        _camera.pan(way);
+    }
+}
+
+void ModelExhibit::zoom(float steps)
+{
+    _camera.zoom(steps);
+}
+
+} // namespace zelview

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Exhibit.h"
+#include "OrbitCamera.h"
+#include "Scene.h"
+
+#include <memory>
+
+namespace zelview {
+
+class Backdrop;
+class ModelRenderer;
+
+/// A model on a plain backdrop in the light of a studio, seen by a camera that turns around it.
+class ModelExhibit : public Exhibit
+{
+public:
+    /// Reads the model; \a options say which, and where to look from.
+    static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
+    ~ModelExhibit() override;
+
+    QStringList describe() const override;
+    Failure putUp(Programs &programs, const Options &options) override;
+    void takeDown() override;
+    void frame(const QSize &viewport) override;
+    void draw(const QSize &viewport) override;
+    QStringList describeFrame() const override;
+    void drag(DragKind kind, const QVector2D &way) override;
+    void zoom(float steps) override;
+
+private:
+    ModelExhibit(Scene scene, const Options &options);
+
+    Scene _scene;
+    OrbitCamera _camera;
+    std::unique_ptr<Backdrop> _backdrop;
+    std::unique_ptr<ModelRenderer> _renderer;
+};
+
+} // namespace zelview

@@ -1,0 +1,287 @@
+#include "ModelRenderer.h"
+
+#include "OrbitCamera.h"
+#include "Scene.h"
+#include "StudioLight.h"
+#include "UniformBlock.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <algorithm>
+#include <cstddef>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+/// The twin of the block u_Frame in Frame.glslh, in std140 layout.
+struct FrameRecord
+{
+    struct Light
+    {
+        float direction[3];
+        float sharpness;
+        float radiance[4]; ///< the last is unused
+    };
+
+    float viewProjection[16];
+    float eye[4];
+    float sky[4];
+    float ground[4];
+    Light lights[3];
+};
+static_assert(sizeof(FrameRecord) == 208, "as std140 lays it out");
+
+void copy(const QVector3D &vector, float *target)
+{
+    for (int i = 0; i < 3; ++i) {
+        target[i] = vector[i];
+    }
+}
+
+FrameRecord toRecord(const OrbitCamera &camera, float aspect)
+{
+    const StudioLight studio = StudioLight::facing(camera.azimuth());
+    const QMatrix4x4 viewProjection = camera.projection(aspect) * camera.view();
+    FrameRecord record = {};
+    std::copy_n(viewProjection.constData(), 16, record.viewProjection);
+    copy(camera.eye(), record.eye);
+    copy(studio.sky, record.sky);
+    copy(studio.ground, record.ground);
+    for (size_t i = 0; i < studio.lights.size(); ++i) {
+        copy(studio.lights[i].direction, record.lights[i].direction);
+        record.lights[i].sharpness = studio.lights[i].sharpness;
+        copy(studio.lights[i].radiance, record.lights[i].radiance);
+    }
+    return record;
+}
+
+/// Bytes that a uniform block may have: the driver's limit, or less if the user says so.
+int blockLimit(const Options &options)
+{
+    GLint limit = 0;
+    glGetIntegerv(GL_MAX_UNIFORM_BLOCK_SIZE, &limit);
+    return options.blockLimit > 0 ? std::min(options.blockLimit, limit) : limit;
+}
+
+/// The middle of a mesh's box, in the world.
+QVector3D centerOf(const Scene &scene, const Draw &draw)
+{
+    const Mesh &mesh = scene.meshes[size_t(draw.mesh)];
+    Box box;
+    for (quint32 i = 0; i < mesh.vertexCount; ++i) {
+        box.add(scene.vertices[mesh.firstVertex + i].point());
+    }
+    return draw.transform.map(box.center());
+}
+
+} // namespace
+
+ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, int limit)
+    : _scene(scene)
+    , _drawIDPath(options.drawIDPath)
+    , _records(scene, limit)
+    , _frame(makeUniformBlock("u_Frame"))
+{
+    uploadGeometry();
+    sortOutDraws();
+    for (int block = 0; block < _records.blockCount(); ++block) {
+        if (_drawIDPath == DrawIDPath::eUniform) {
+            _units.push_back(newUnitOfBlock(block));
+            continue;
+        }
+        for (int drawID = 0; drawID < _records.drawCount(block); ++drawID) {
+            _units.push_back(newUnitOfDraw(_records.firstDraw(block) + drawID, drawID));
+        }
+    }
+}
+
+ModelRenderer::~ModelRenderer() = default;
+
+Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scene, Programs &programs,
+                                                               const Options &options)
+{
+    std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, blockLimit(options)));
+    programs.processor()->addDefine(QLatin1String(DrawRecords::kLengthDefine),
+                                    QString::number(renderer->_records.blockLength()));
+    Expected<ProgramPointer> program =
+        programs.build({QStringLiteral("model.vert"), QStringLiteral("ZelUtilities.glslc"),
+                        QStringLiteral("ZelUtilities.vert")},
+                       {QStringLiteral("model.frag")});
+    if (!program) {
+        return program.problem();
+    }
+    renderer->_program = *program;
+    return renderer;
+}
+
+void ModelRenderer::uploadGeometry()
+{
+    const QSharedPointer<OpenGLDeviceContext> device = OpenGLDeviceContext::current();
+
+    const QSharedPointer<BufferObject> vertices = device->newBuffer();
+    vertices->setTarget(GL_ARRAY_BUFFER);
+    vertices->bind();
+    vertices->uploadArbitraryData(_scene.vertices.data(), int(_scene.vertices.size()), GL_STATIC_DRAW,
+                                  sizeof(Vertex));
+    vertices->unbind();
+
+    // An element array binding belongs to a vertex array; none is bound yet, so the contents come by another target.
+    _indexBuffer = device->newBuffer();
+    _indexBuffer->setTarget(GL_COPY_WRITE_BUFFER);
+    _indexBuffer->bind();
+    _indexBuffer->uploadGLuintData(_scene.indices.data(), int(_scene.indices.size()), GL_STATIC_DRAW);
+    _indexBuffer->unbind();
+    _indexBuffer->setTarget(GL_ELEMENT_ARRAY_BUFFER);
+
+    constexpr unsigned int kStride = sizeof(Vertex);
+    _vertexArray = device->newVAO();
+    _vertexArray->registerBO(QStringLiteral("va_Vertex"), vertices, 3, GL_FLOAT, false, kStride,
+                             offsetof(Vertex, position));
+    _vertexArray->registerBO(QStringLiteral("va_Normal"), vertices, 3, GL_FLOAT, false, kStride,
+                             offsetof(Vertex, normal));
+    _vertexArray->registerBO(QStringLiteral("va_TexCoord"), vertices, 2, GL_FLOAT, false, kStride,
+                             offsetof(Vertex, texCoord));
+    _vertexArray->registerBO(QStringLiteral("va_Color"), vertices, 4, GL_UNSIGNED_BYTE, true, kStride,
+                             offsetof(Vertex, color));
+}
+
+void ModelRenderer::sortOutDraws()
+{
+    for (size_t i = 0; i < _scene.draws.size(); ++i) {
+        const Draw &draw = _scene.draws[i];
+        const Mesh &mesh = _scene.meshes[size_t(draw.mesh)];
+        const bool isBlended = _scene.materials[size_t(mesh.material)].isBlended;
+        (isBlended ? _blended : _opaque).push_back(int(i));
+        _centers.push_back(isBlended ? centerOf(_scene, draw) : QVector3D());
+    }
+}
+
+ModelRenderer::UnitPointer ModelRenderer::newUnit() const
+{
+    const UnitPointer unit(new DrawBuffers(nullptr));
+    unit->setVAO(_vertexArray);
+    unit->setPrimitiveType(GL_TRIANGLES);
+    return unit;
+}
+
+ModelRenderer::UnitPointer ModelRenderer::newUnitOfBlock(int block) const
+{
+    std::vector<DrawElementsIndirectCommand> commands;
+    for (int i = 0; i < _records.drawCount(block); ++i) {
+        const Draw &draw = _scene.draws[size_t(_records.firstDraw(block) + i)];
+        const Mesh &mesh = _scene.meshes[size_t(draw.mesh)];
+        commands.push_back({mesh.indexCount, 1, mesh.firstIndex, mesh.firstVertex, 0});
+    }
+    const UnitPointer unit = newUnit();
+    unit->setIndexedDraw(_indexBuffer, int(_scene.indices.size()), GL_UNSIGNED_INT);
+    unit->setDrawElementsIndirectCommands(commands.data(), int(commands.size()));
+    return unit;
+}
+
+ModelRenderer::UnitPointer ModelRenderer::newUnitOfDraw(int draw, int drawID) const
+{
+    const Mesh &mesh = _scene.meshes[size_t(_scene.draws[size_t(draw)].mesh)];
+    const UnitPointer unit = newUnit();
+    unit->setIndexedDraw(_indexBuffer, int(mesh.indexCount), GL_UNSIGNED_INT);
+    unit->setIndexBufferOffset(mesh.firstIndex * sizeof(quint32));
+    unit->setBaseVertex(int(mesh.firstVertex));
+    unit->setDrawIDBase(drawID);
+    return unit;
+}
+
+void ModelRenderer::draw(const OrbitCamera &camera, float aspect)
+{
+    uploadFrame(camera, aspect);
+    const AutoBinder boundProgram(_program.data());
+    const AutoBinder boundFrame(_frame.data());
+    const AutoEnabler depthTest(GL_DEPTH_TEST);
+
+    DrawBuffers::getAndResetTotalDrawCalls();
+    DrawBuffers::getAndResetTotalDrawBatches();
+    DrawBuffers::getAndResetTotalDrawIndices();
+    drawInOrder(_opaque);
+    if (!_blended.empty()) {
+        sortBlended(camera.eye());
+        const AutoEnabler blending(GL_BLEND);
+        glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA); // the shader's colours are premultiplied
+        glDepthMask(GL_FALSE);
+        drawInOrder(_blended);
+        glDepthMask(GL_TRUE);
+    }
+    _calls = DrawBuffers::getAndResetTotalDrawCalls();
+    _batches = DrawBuffers::getAndResetTotalDrawBatches();
+    _indices = DrawBuffers::getAndResetTotalDrawIndices();
+}
+
+QString ModelRenderer::describeFrame() const
+{
+    const int blocks = _records.blockCount();
+    return QStringLiteral("draws     %1 calls, %2 batches, %3 indices; draw ID by %4, %5 of %6 records")
+        .arg(_calls)
+        .arg(_batches)
+        .arg(_indices)
+        .arg(_drawIDPath == DrawIDPath::eUniform ? QStringLiteral("uniform")
+                                                 : QStringLiteral("base instance"))
+        .arg(blocks == 1 ? QStringLiteral("1 block") : QStringLiteral("%1 blocks").arg(blocks))
+        .arg(_records.blockLength());
+}
+
+void ModelRenderer::uploadFrame(const OrbitCamera &camera, float aspect)
+{
+    const FrameRecord record = toRecord(camera, aspect);
+    uploadUniformBlock(*_frame, &record, 1, sizeof(record));
+}
+
+void ModelRenderer::sortBlended(const QVector3D &eye)
+{
+    std::stable_sort(_blended.begin(), _blended.end(), [&](int a, int b) {
+        return (_centers[size_t(a)] - eye).lengthSquared() > (_centers[size_t(b)] - eye).lengthSquared();
+    });
+}
+
+void ModelRenderer::drawInOrder(const std::vector<int> &draws)
+{
+    // Neighbours of one block go together.
+    QVector<int> drawIDs;
+    for (size_t i = 0; i < draws.size(); ++i) {
+        const int block = draws[i] / _records.blockLength();
+        drawIDs.append(draws[i] - _records.firstDraw(block));
+        if (i + 1 == draws.size() || draws[i + 1] / _records.blockLength() != block) {
+            drawOfBlock(block, drawIDs);
+            drawIDs.clear();
+        }
+    }
+    if (_boundUnit != nullptr) {
+        _boundUnit->unbind();
+        _boundUnit = nullptr;
+    }
+}
+
+void ModelRenderer::drawOfBlock(int block, const QVector<int> &drawIDs)
+{
+    const AutoBinder boundRecords(_records.block(block));
+    if (_drawIDPath == DrawIDPath::eUniform) {
+        drawUnit(_units[size_t(block)].data(), &drawIDs);
+        return;
+    }
+    for (const int drawID : drawIDs) {
+        drawUnit(_units[size_t(_records.firstDraw(block) + drawID)].data(), nullptr);
+    }
+}
+
+void ModelRenderer::drawUnit(DrawBuffers *unit, const QVector<int> *commands)
+{
+    if (!unit->rebind(_boundUnit)) {
+        return;
+    }
+    if (_boundUnit == nullptr) { // all units share one vertex array
+        _vertexArray->enableShaderProgramArrays(_program.data());
+    }
+    _boundUnit = unit;
+    unit->draw(_program.data(), commands);
+}
+
+} // namespace zelview

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "DrawRecords.h"
+#include "Options.h"
+#include "Outcome.h"
+#include "Programs.h"
+
+#include <QtCore/QVector>
+#include <QtGui/QVector3D>
+
+#include <memory>
+#include <vector>
+
+namespace Orvane { namespace Zel {
+class BufferObject;
+class DrawBuffers;
+class VertexArrayObject;
+}} // namespace Orvane::Zel
+
+namespace zelview {
+
+class OrbitCamera;
+struct Scene;
+
+/// Draws a scene: all geometry in one vertex array, what differs from draw to draw in uniform blocks, found by draw ID.
+///
+/// On the plain path each block has one draw unit, with a sub-draw for each draw; on the base-instance path every draw is
+/// a unit. The picture is the same.
+///
+/// Context: create, use and delete with one and the same context current.
+class ModelRenderer
+{
+    Q_DISABLE_COPY(ModelRenderer)
+
+public:
+    /// The scene is borrowed and must outlive the renderer.
+    static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, Programs &programs,
+                                                           const Options &options);
+    ~ModelRenderer();
+
+    /// Into the bound framebuffer, opaque draws first.
+    void draw(const OrbitCamera &camera, float aspect);
+
+    /// The counters of the last draw().
+    QString describeFrame() const;
+
+private:
+    ModelRenderer(const Scene &scene, const Options &options, int blockLimit);
+
+    using UnitPointer = QSharedPointer<Orvane::Zel::DrawBuffers>;
+
+    void uploadGeometry();
+    void sortOutDraws();
+    UnitPointer newUnit() const;
+    UnitPointer newUnitOfBlock(int block) const;
+    UnitPointer newUnitOfDraw(int draw, int drawID) const;
+
+    void uploadFrame(const OrbitCamera &camera, float aspect);
+    void sortBlended(const QVector3D &eye);
+    void drawInOrder(const std::vector<int> &draws);
+    void drawOfBlock(int block, const QVector<int> &drawIDs);
+    void drawUnit(Orvane::Zel::DrawBuffers *unit, const QVector<int> *commands);
+
+    const Scene &_scene;
+    DrawIDPath _drawIDPath;
+    ProgramPointer _program;
+    DrawRecords _records;
+    QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
+    QSharedPointer<Orvane::Zel::VertexArrayObject> _vertexArray;
+    QSharedPointer<Orvane::Zel::BufferObject> _indexBuffer;
+    std::vector<UnitPointer> _units; ///< by block, or by draw on the base-instance path
+
+    std::vector<int> _opaque; ///< draws
+    std::vector<int> _blended;
+    std::vector<QVector3D> _centers; ///< of all draws, in the world
+
+    Orvane::Zel::DrawBuffers *_boundUnit = nullptr; ///< while drawing
+    qint64 _calls = 0;
+    qint64 _batches = 0;
+    qint64 _indices = 0;
+};
+
+} // namespace zelview

@@ -1,0 +1,178 @@
+#include "Options.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QRegularExpression>
+
+namespace zelview {
+
+namespace {
+
+Problem usageProblem(const QString &text)
+{
+    return {ExitCode::eUsage, text + QStringLiteral(" (see zelview --help)")};
+}
+
+/// "WxH"; empty when the text is anything else or a side is out of range.
+Expected<QSize> parseSize(const QString &text)
+{
+    static const QRegularExpression kForm(QStringLiteral("^(\\d{1,9})x(\\d{1,9})$"));
+    const QRegularExpressionMatch match = kForm.match(text);
+    const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    if (!match.hasMatch() || size.isEmpty()) {
+        return usageProblem(QStringLiteral("--size takes WxH, such as 1280x720, not '%1'").arg(text));
+    }
+    if (size.width() > Options::kMaxSide || size.height() > Options::kMaxSide
+        || qint64(size.width()) * size.height() > Options::kMaxPixels) {
+        return usageProblem(
+            QStringLiteral("--size %1 is too large: a side has at most %2 pixels, a picture %3")
+                .arg(text)
+                .arg(Options::kMaxSide)
+                .arg(Options::kMaxPixels));
+    }
+    return size;
+}
+
+Expected<int> parseNumber(const QString &option, const QString &text, int low, int high)
+{
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    if (!isNumber || number < low || number > high) {
+        return usageProblem(QStringLiteral("--%1 takes a number from %2 to %3, not '%4'")
+                                .arg(option)
+                                .arg(low)
+                                .arg(high)
+                                .arg(text));
+    }
+    return number;
+}
+
+/// "AZIMUTH,ELEVATION" in degrees.
+Failure parseView(const QString &text, Options &options)
+{
+    const QStringList parts = text.split(QLatin1Char(','));
+    bool isAzimuth = false;
+    bool isElevation = false;
+    if (parts.size() == 2) {
+        options.azimuth = parts[0].toFloat(&isAzimuth);
+        options.elevation = parts[1].toFloat(&isElevation);
+    }
+    // The comparison is written so that a NaN fails it.
+    if (isAzimuth && isElevation && qAbs(options.azimuth) <= 360.0f && qAbs(options.elevation) <= 89.0f) {
+        return {};
+    }
+    return usageProblem(
+        QStringLiteral("--view takes AZIMUTH,ELEVATION in degrees, such as 35,22, not '%1'").arg(text));
+}
+
+Expected<DrawIDPath> parseDrawIDPath(const QString &text)
+{
+    if (text == QLatin1String("uniform")) {
+        return DrawIDPath::eUniform;
+    }
+    if (text == QLatin1String("base-instance")) {
+        return DrawIDPath::eBaseInstance;
+    }
+    return usageProblem(QStringLiteral("--draw-id takes 'uniform' or 'base-instance', not '%1'").arg(text));
+}
+
+/// Stores what \a parsed holds in \a target, or tells what it holds instead.
+template <typename T> Failure take(const Expected<T> &parsed, T &target)
+{
+    if (!parsed) {
+        return parsed.problem();
+    }
+    target = *parsed;
+    return {};
+}
+
+} // namespace
+
+Expected<Options> parseOptions(const QStringList &arguments)
+{
+    const QCommandLineOption offscreen(
+        QStringLiteral("offscreen"),
+        QStringLiteral("Write the picture to <file> (PNG) instead of opening a window."),
+        QStringLiteral("file"));
+    const QCommandLineOption size(QStringLiteral("size"),
+                                  QStringLiteral("Size of the picture or window; 1280x720."),
+                                  QStringLiteral("WxH"));
+    const QCommandLineOption samples(
+        QStringLiteral("samples"),
+        QStringLiteral("Samples for each pixel, 1 to 32; 8, or what the driver has."), QStringLiteral("n"));
+    const QCommandLineOption view(
+        QStringLiteral("view"),
+        QStringLiteral("Where to look from: azimuth and elevation in degrees; 35,22."),
+        QStringLiteral("a,e"));
+    const QCommandLineOption drawID(
+        QStringLiteral("draw-id"),
+        QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or "
+                       "'base-instance' (one unit for each mesh)."),
+        QStringLiteral("path"));
+    const QCommandLineOption blockLimit(QStringLiteral("block-limit"),
+                                        QStringLiteral("Use at most so many bytes of a uniform block."),
+                                        QStringLiteral("bytes"));
+    const QCommandLineOption verbose(QStringLiteral("verbose"),
+                                     QStringLiteral("Print debug messages, those of the driver among them."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Print this help."));
+    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Print the version."));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Shows a model in a window, or writes a picture of it."));
+    parser.addPositionalArgument(QStringLiteral("MODEL"),
+                                 QStringLiteral("glTF 2, OBJ, PLY, or what else assimp reads."),
+                                 QStringLiteral("MODEL"));
+    parser.addOptions({offscreen, size, samples, view, drawID, blockLimit, verbose, help, version});
+    if (!parser.parse(arguments)) {
+        return usageProblem(parser.errorText());
+    }
+
+    Options options;
+    options.verbose = parser.isSet(verbose);
+    if (parser.isSet(help)) {
+        options.answer = parser.helpText();
+        return options;
+    }
+    if (parser.isSet(version)) {
+        options.answer = QStringLiteral("zelview %1\n").arg(QStringLiteral(ZELVIEW_VERSION));
+        return options;
+    }
+
+    const QStringList names = parser.positionalArguments();
+    if (names.size() != 1 || names.first().isEmpty()) {
+        return usageProblem(names.size() > 1
+                                ? QStringLiteral("one MODEL is shown at a time, not %1").arg(names.size())
+                                : QStringLiteral("no MODEL is named"));
+    }
+    options.model = names.first();
+
+    Failure failure;
+    if (parser.isSet(offscreen)) {
+        options.picture = parser.value(offscreen);
+        if (options.picture.isEmpty()) {
+            failure = usageProblem(QStringLiteral("--offscreen takes the name of a file"));
+        }
+    }
+    if (!failure && parser.isSet(size)) {
+        failure = take(parseSize(parser.value(size)), options.size);
+    }
+    if (!failure && parser.isSet(samples)) {
+        failure = take(parseNumber(QStringLiteral("samples"), parser.value(samples), 1, 32), options.samples);
+    }
+    if (!failure && parser.isSet(view)) {
+        failure = parseView(parser.value(view), options);
+    }
+    if (!failure && parser.isSet(drawID)) {
+        failure = take(parseDrawIDPath(parser.value(drawID)), options.drawIDPath);
+    }
+    if (!failure && parser.isSet(blockLimit)) {
+        failure = take(parseNumber(QStringLiteral("block-limit"), parser.value(blockLimit), 256, 1 << 30),
+                       options.blockLimit);
+    }
+    if (failure) {
+        return *failure;
+    }
+    return options;
+}
+
+} // namespace zelview

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Outcome.h"
+
+#include <QtCore/QSize>
+#include <QtCore/QStringList>
+
+namespace zelview {
+
+/// How draw IDs reach the shaders; see DrawBuffers.
+enum class DrawIDPath {
+    eUniform,     ///< sub-draws of one unit, a uniform for each
+    eBaseInstance ///< one unit for each draw, the ID in the base instance
+};
+
+/// The command line, understood.
+struct Options
+{
+    static constexpr int kMaxSide = 16384;         ///< pixels
+    static constexpr int kMaxPixels = 4096 * 4096; ///< about 1 GB of multisampled framebuffer
+
+    QString model;
+    QString picture;         ///< file to write; empty: open a window
+    QSize size{1280, 720};   ///< pixels of the picture, device-independent pixels of the window
+    int samples = 8;         ///< for each pixel, as far as the driver goes
+    float azimuth = 35.0f;   ///< degrees around the vertical axis, 0 in front of the model
+    float elevation = 22.0f; ///< degrees above the horizon
+    DrawIDPath drawIDPath = DrawIDPath::eUniform;
+    int blockLimit = 0; ///< bytes of a uniform block to use at most; 0: what the driver allows
+    bool verbose = false;
+    QString answer; ///< what --help or --version print instead of doing anything
+};
+
+/// Reads the arguments, the program's name first. Needs the application object,
+/// of any kind, for its name. No file is touched.
+Expected<Options> parseOptions(const QStringList &arguments);
+
+} // namespace zelview

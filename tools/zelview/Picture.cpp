@@ -1,0 +1,93 @@
+#include "Picture.h"
+
+#include "Exhibit.h"
+#include "Graphics.h"
+#include "Options.h"
+#include "Programs.h"
+#include "Stage.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <QtCore/QElapsedTimer>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+/// The pixels of a target, with the first row on top.
+Expected<QImage> readBack(RenderTarget &target, const QSize &size)
+{
+    QImage image(size, QImage::Format_RGBX8888);
+    if (image.isNull()) {
+        return Problem{ExitCode::eGL, QStringLiteral("there is not enough memory for the picture")};
+    }
+    const AutoBinder bound(target.framebuffer());
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
+    if (glGetError() != GL_NO_ERROR) {
+        return Problem{ExitCode::eGL, QStringLiteral("the driver does not give the picture back")};
+    }
+    return image.mirrored().convertToFormat(QImage::Format_RGB888);
+}
+
+Expected<QImage> drawOnce(Exhibit &exhibit, Stage &stage, const QSize &size)
+{
+    if (const Failure failure = stage.resize(size)) {
+        return *failure;
+    }
+    auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eNoDepth);
+    if (!target) {
+        return target.problem();
+    }
+    exhibit.frame(size);
+    stage.begin();
+    exhibit.draw(size);
+    stage.end((*target)->framebuffer()->getFBO());
+    return readBack(**target, size);
+}
+
+/// All in a scope of its own: what it makes is gone before the context is.
+Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
+{
+    Picture picture;
+    picture.driver = describeDriver();
+    QElapsedTimer timer;
+    timer.start();
+
+    Programs programs;
+    auto stage = Stage::create(programs, options.samples);
+    if (!stage) {
+        return stage.problem();
+    }
+    if (const Failure failure = exhibit.putUp(programs, options)) {
+        return *failure;
+    }
+    picture.samples = (*stage)->samples();
+    picture.buildTime = timer.restart();
+
+    Expected<QImage> image = drawOnce(exhibit, **stage, options.size);
+    if (!image) {
+        return image.problem();
+    }
+    picture.image = *image;
+    picture.drawTime = timer.elapsed();
+    picture.frame = exhibit.describeFrame();
+    return picture;
+}
+
+} // namespace
+
+Expected<Picture> makePicture(Exhibit &exhibit, const Options &options)
+{
+    const auto context = OffscreenContext::create(options);
+    if (!context) {
+        return context.problem();
+    }
+    Expected<Picture> picture = makePictureHere(exhibit, options);
+    exhibit.takeDown();
+    return picture;
+}
+
+} // namespace zelview

@@ -1,0 +1,150 @@
+#include "Stage.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <algorithm>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+std::unique_ptr<Texture> makeTexture(const QSize &size, unsigned int format, int samples)
+{
+    auto texture = std::make_unique<Texture>(nullptr);
+    if (samples > 0) {
+        texture->create2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, format, size.width(), size.height(), samples);
+    } else {
+        texture->create2D(GL_TEXTURE_2D, format, size.width(), size.height());
+    }
+    return texture;
+}
+
+int askLimit(GLenum name)
+{
+    GLint value = 1;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
+void dropErrors()
+{
+    while (glGetError() != GL_NO_ERROR) {}
+}
+
+} // namespace
+
+RenderTarget::RenderTarget(const QSize &size, unsigned int colorFormat, int samples, Depth depth)
+    : _color(makeTexture(size, colorFormat, samples))
+    , _framebuffer(std::make_unique<FramebufferObject>(nullptr))
+{
+    _framebuffer->bind();
+    _framebuffer->attach(_color.get(), GL_COLOR_ATTACHMENT0, 0);
+    if (depth == eDepth) {
+        _depth = makeTexture(size, GL_DEPTH24_STENCIL8, samples);
+        _framebuffer->attach(_depth.get(), GL_DEPTH_STENCIL_ATTACHMENT, 0);
+    }
+    _framebuffer->setDrawBuffers();
+    _framebuffer->unbind();
+}
+
+RenderTarget::~RenderTarget() = default;
+
+Expected<std::unique_ptr<RenderTarget>> RenderTarget::create(const QSize &size, unsigned int colorFormat,
+                                                             int samples, Depth depth)
+{
+    dropErrors();
+    std::unique_ptr<RenderTarget> target(new RenderTarget(size, colorFormat, samples, depth));
+    const bool isAllocated = glGetError() == GL_NO_ERROR;
+    dropErrors();
+    if (!isAllocated || !target->_framebuffer->isComplete()) {
+        return Problem{ExitCode::eGL,
+                       QStringLiteral("the driver cannot provide a framebuffer of %1x%2 pixels")
+                           .arg(size.width())
+                           .arg(size.height())};
+    }
+    return target;
+}
+
+Stage::Stage(ProgramPointer encoder, int samples)
+    : _encoder(std::move(encoder))
+    , _samples(samples)
+{
+}
+
+Stage::~Stage() = default;
+
+Expected<std::unique_ptr<Stage>> Stage::create(Programs &programs, int samples)
+{
+    Expected<ProgramPointer> encoder = programs.buildFullscreen(QStringLiteral("encode.frag"));
+    if (!encoder) {
+        return encoder.problem();
+    }
+    const int most = std::min(askLimit(GL_MAX_COLOR_TEXTURE_SAMPLES), askLimit(GL_MAX_DEPTH_TEXTURE_SAMPLES));
+    return std::unique_ptr<Stage>(new Stage(*encoder, std::clamp(samples, 1, std::max(most, 1))));
+}
+
+Failure Stage::resize(const QSize &size)
+{
+    if (size == _size) {
+        return {};
+    }
+    _multisampled.reset();
+    _resolved.reset();
+    _size = QSize();
+
+    auto multisampled = RenderTarget::create(size, GL_RGBA16F, _samples, RenderTarget::eDepth);
+    if (!multisampled) {
+        return multisampled.problem();
+    }
+    auto resolved = RenderTarget::create(size, GL_RGBA16F, 0, RenderTarget::eNoDepth);
+    if (!resolved) {
+        return resolved.problem();
+    }
+    _multisampled = std::move(*multisampled);
+    _resolved = std::move(*resolved);
+    _size = size;
+    return {};
+}
+
+void Stage::begin()
+{
+    _multisampled->framebuffer()->bind();
+    glViewport(0, 0, _size.width(), _size.height());
+    glEnable(GL_MULTISAMPLE);
+    glDepthMask(GL_TRUE);
+    glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+}
+
+void Stage::end(unsigned int targetFramebuffer)
+{
+    _multisampled->framebuffer()->unbind();
+    resolve();
+    glBindFramebuffer(GL_FRAMEBUFFER, targetFramebuffer);
+    encode();
+}
+
+void Stage::resolve()
+{
+    FramebufferObject *target = _resolved->framebuffer();
+    target->bind();
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, _multisampled->framebuffer()->getFBO());
+    glBlitFramebuffer(0, 0, _size.width(), _size.height(), 0, 0, _size.width(), _size.height(),
+                      GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    target->unbind();
+}
+
+void Stage::encode()
+{
+    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
+    const AutoDisabler noBlending(GL_BLEND);
+    const AutoBinder boundFrame(_resolved->color());
+    const AutoBinder boundProgram(_encoder.data());
+    _encoder->setUniform(_encoder->getUniformLocation(QStringLiteral("u_Frame")),
+                         int(_resolved->color()->unit()));
+    glViewport(0, 0, _size.width(), _size.height());
+    drawFullscreen(_encoder.data());
+}
+
+} // namespace zelview

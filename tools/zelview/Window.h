@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Outcome.h"
+
+#include <QtCore/QPointF>
+#include <QtGui/QOpenGLWindow>
+
+#include <memory>
+
+namespace zelview {
+
+class Exhibit;
+class Programs;
+class Stage;
+struct Options;
+
+/// An exhibit in a window: left button turns, middle or right button moves, wheel zooms, F shows everything, Escape
+/// closes.
+class Window : public QOpenGLWindow
+{
+    Q_OBJECT
+
+public:
+    /// Both are borrowed.
+    Window(Exhibit &exhibit, const Options &options);
+    ~Window() override;
+
+    /// What kept it from showing anything, once it has closed for that.
+    const Failure &failure() const { return _failure; }
+
+protected:
+    void initializeGL() override;
+    void paintGL() override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QSize sizeInPixels() const;
+    Failure putUp();
+    void fail(const Problem &problem);
+
+    Exhibit &_exhibit;
+    const Options &_options;
+    std::unique_ptr<Programs> _programs;
+    std::unique_ptr<Stage> _stage;
+    bool _isUp = false;
+    bool _isFramed = false;
+    QPointF _lastPosition; ///< of the pointer, device-independent pixels
+    Failure _failure;
+};
+
+} // namespace zelview

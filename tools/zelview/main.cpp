@@ -1,0 +1,118 @@
+#include "Console.h"
+#include "Graphics.h"
+#include "ModelExhibit.h"
+#include "Options.h"
+#include "Picture.h"
+#include "PngFile.h"
+#include "Window.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFileInfo>
+#include <QtGui/QGuiApplication>
+
+#include <cstdio>
+
+using namespace zelview;
+
+namespace {
+
+/// The options need an application's name, but no display.
+Expected<Options> readOptions(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    return parseOptions(QCoreApplication::arguments());
+}
+
+Failure checkPicture(const Options &options)
+{
+    const QFileInfo picture(options.picture);
+    if (picture.exists() && picture.canonicalFilePath() == QFileInfo(options.model).canonicalFilePath()) {
+        return Problem{ExitCode::eUsage, QStringLiteral("the picture would overwrite the model")};
+    }
+    return checkPngTarget(options.picture);
+}
+
+Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
+{
+    Expected<Picture> picture = makePicture(exhibit, options);
+    if (!picture) {
+        return picture.problem();
+    }
+    QElapsedTimer timer;
+    timer.start();
+    if (const Failure failure = writePng(picture->image, options.picture)) {
+        return failure;
+    }
+    const qint64 writeTime = timer.elapsed();
+
+    Console::say(QStringLiteral("picture   %1, %2x%3, %4 samples")
+                     .arg(QFileInfo(options.picture).absoluteFilePath())
+                     .arg(options.size.width())
+                     .arg(options.size.height())
+                     .arg(picture->samples));
+    Console::say(QStringLiteral("driver    ") + picture->driver);
+    for (const QString &line : exhibit.describe() + picture->frame) {
+        Console::say(line);
+    }
+    Console::say(QStringLiteral("time      load %1 ms, build %2 ms, draw %3 ms, write %4 ms")
+                     .arg(loadTime)
+                     .arg(picture->buildTime)
+                     .arg(picture->drawTime)
+                     .arg(writeTime));
+    return {};
+}
+
+Failure showWindow(Exhibit &exhibit, const Options &options)
+{
+    for (const QString &line : exhibit.describe()) {
+        Console::say(line);
+    }
+    Window window(exhibit, options);
+    window.setTitle(QFileInfo(options.model).fileName() + QStringLiteral(" - zelview"));
+    window.show();
+    QGuiApplication::exec();
+    if (!window.failure() && !window.isValid()) {
+        return Problem{ExitCode::eGL, QStringLiteral("the display gives no OpenGL context")};
+    }
+    return window.failure();
+}
+
+Failure run(int argc, char **argv, const Options &options)
+{
+    const bool isOffscreen = !options.picture.isEmpty();
+    if (isOffscreen) {
+        if (const Failure failure = checkPicture(options)) {
+            return failure;
+        }
+    }
+    QElapsedTimer timer;
+    timer.start();
+    auto exhibit = ModelExhibit::load(options);
+    if (!exhibit) {
+        return exhibit.problem();
+    }
+    const qint64 loadTime = timer.elapsed();
+
+    choosePlatform();
+    const QGuiApplication application(argc, argv);
+    return isOffscreen ? writePicture(**exhibit, options, loadTime) : showWindow(**exhibit, options);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const Expected<Options> options = readOptions(argc, argv);
+    if (!options) {
+        return Console::end(options.problem());
+    }
+    if (!options->answer.isEmpty()) {
+        std::fputs(qPrintable(options->answer), stdout);
+        return int(ExitCode::eOk);
+    }
+    Console::install(options->verbose);
+    if (const Failure failure = run(argc, argv, *options)) {
+        return Console::end(*failure);
+    }
+    return int(ExitCode::eOk);
+}

@@ -1,0 +1,35 @@
+// The surface of a model in the light of the studio.
+// In:  what model.vert puts out.
+// Out: what a screen can show of the light that reaches the eye, linear, premultiplied by opacity.
+#macro ZELVIEW_GLSL_VERSION #version 150
+
+in vec3 vo_Position;
+in vec3 vo_Normal;
+in vec4 vo_Color;
+flat in uint vo_DrawID;
+
+out vec4 out_FragColor;
+
+#include "DrawRecords.glslh"
+#include "Frame.glslh"
+#include "Shading.glslh"
+#include "ToneMap.glslh"
+
+// Both sides of a face are shaded: files do not agree on winding, so the face itself, seen from the eye, decides.
+vec3 facingNormal(vec3 toEye)
+{
+    vec3 face = cross(dFdx(vo_Position), dFdy(vo_Position));
+    face *= sign(dot(face, toEye));
+    vec3 normal = normalize(vo_Normal);
+    return dot(normal, face) < 0.0 ? -normal : normal;
+}
+
+void main()
+{
+    vec3 toEye = normalize(u_Eye.xyz - vo_Position);
+    vec4 color = u_Draws[vo_DrawID].baseColor * vo_Color;
+    Surface surface = makeSurface(color.rgb, u_Draws[vo_DrawID].metalness, u_Draws[vo_DrawID].roughness,
+                                  facingNormal(toEye), toEye);
+    vec3 radiance = shade(surface) + u_Draws[vo_DrawID].emission.rgb;
+    out_FragColor = vec4(toneMap(radiance) * color.a, color.a);
+}
