@@ -1,5 +1,7 @@
 #include "GLSLMacroProcessor.h"
 
+#include "InstanceDataPlan.h"
+#include "InstanceDataRegistry.h"
 #include "Reporting.h"
 #include "ShaderText.h"
 
@@ -19,11 +21,15 @@ bool isLineEnd(QChar c)
     return c == QLatin1Char('\n') || c == QLatin1Char('\r');
 }
 
-/// The declarations of a plan; false for an unknown name. Plans cannot be
-/// registered yet, so every name is unknown.
-bool findPlanDeclarations(const QString &, QString &)
+/// The declarations of a plan; false for an unknown name.
+bool findPlanDeclarations(const QString &name, QString &text)
 {
-    return false;
+    const InstanceDataPlan *plan = InstanceDataRegistry::Instance()->getPlan(name);
+    if (plan == nullptr) {
+        return false;
+    }
+    text = plan->glslh();
+    return true;
 }
 
 /// The text of an include, from the first folder that has the file; false after

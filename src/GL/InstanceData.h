@@ -63,7 +63,10 @@ public:
     quint64 memoryEstimateCPU() const;
 
 private:
-    void setTextureToken(const QString &name, TextureToken token);
+    /// Reports its absence.
+    bool hasPlan() const;
+    void setTextureToken(const QString &dataName, TextureToken token);
+    bool isInside(int offset, unsigned long size) const;
     void write(int offset, const void *data, unsigned long size);
     void read(int offset, unsigned long size, void *dest) const;
 

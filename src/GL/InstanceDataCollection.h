@@ -96,16 +96,19 @@ private:
     friend class UniformBufferMechanism;
     friend class UniformMechanism;
 
+    explicit InstanceDataCollection(InstanceDataPlan *plan);
+
     size_t itemSize() const;
-    void assertFits(const QList<InstanceData> &items) const;
     void assertFits(unsigned long numBytes) const;
+    void assertFits(const QList<InstanceData> &instanceDataDataList) const;
     void append(const QList<InstanceData> &items);
     void harvestTextureTokens();
-    bool contains(qint64 position, size_t size) const;
-    qint64 position(int index, size_t offset) const;
-    /// Writes into one item and sets dirty.
+    /// Where a member of an item starts, or -1 if it is not inside the data.
+    qint64 position(int index, size_t offset, size_t size) const;
+    void getBytes(int index, size_t offset, void *dest, size_t size) const;
+    /// Writes at an offset of an item and sets dirty.
     void setBytes(int index, size_t offset, const void *data, size_t size);
-    /// Moves bytes within one item and sets dirty.
+    /// Moves bytes within an item and sets dirty.
     void moveBytes(int index, size_t from, size_t to, size_t size);
 
     bool _dirty = true;                   ///< the bytes changed since the last upload

@@ -155,7 +155,8 @@ private:
     void limitToBufferTexture();
     void limitToTexture();
     void limitToStorageBlock();
-    void clampArraySize(size_t limit, const char *format);
+    void clampArraySize(const char *tag, size_t limit);
+    void logLimit(const char *tag, int size, int max) const;
     void assertUniformBlock(unsigned int program, unsigned int block) const;
 
     bool _finalised = false;

@@ -62,6 +62,13 @@ protected:
     static QString accessorName(const QString &memberName);
     /// Type, accessor and the parameters as given.
     static QString signature(DataType type, const QString &memberName, const QString &parameters);
+    /// Where a member stands: the vector of four, and the component in it.
+    static unsigned long texelOf(unsigned long offset);
+    static unsigned long componentOf(unsigned long offset);
+    /// Size and place of a member, as a comment of GLSL.
+    static QString remark(DataType type, unsigned long offset);
+    /// What takes a triple out of its four components; empty for all other types.
+    static QString tripleSwizzle(DataType type);
 
     QString _planName;
 };

@@ -41,12 +41,15 @@ public:
                       QSharedPointer<BufferObject> buffer, int texels);
 
 protected:
+    static constexpr int kTexelSize = 16;
+
     TextureMechanism(const QString &planName, unsigned int boTarget);
 
-    /// The sampler through which a type is read.
-    QString samplerFor(DataType type) const;
-    /// The components of a member in its texel, as a swizzle.
-    static QString texelSwizzle(DataType type, unsigned long offset);
+    /// An accessor by \a fetch, the text that reads texel %3 of items of %2 texels
+    /// through the sampler %1.
+    QString texelAccessor(DataType type, const QString &name, unsigned long offset, unsigned long totalSize,
+                          const QString &fetch) const;
+    QString samplerDeclarations(const QString &samplerF, const QString &samplerI) const;
 
     QString _samplerIName;
     QString _samplerFName;

@@ -29,6 +29,10 @@ public:
     bool useVec4Storage(DataType type) override;
 
 private:
+    /// Gathers a member of all items and sets its uniform.
+    void sendMember(int location, const QString &name, DataType type,
+                    const InstanceDataCollection &collection) const;
+
     QHash<QString, DataType> _memberTypes;
 };
 

@@ -1,0 +1,70 @@
+#include "BufferTextureMechanism.h"
+
+#include "AutoBinder.h"
+#include "BufferObject.h"
+#include "GLUtilities.h"
+#include "InstanceDataCollection.h"
+#include "Texture.h"
+
+namespace Orvane { namespace Zel {
+
+BufferTextureMechanism::BufferTextureMechanism(const QString &planName)
+    : TextureMechanism(planName, GL_TEXTURE_BUFFER)
+    , _texBufferProc(initTexBufferGLProcAddress())
+{
+}
+
+bool BufferTextureMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
+                                  InstanceDataCollection *collection)
+{
+    const QSharedPointer<BufferObject> buffer = bufferOf(collection);
+    if (buffer.isNull()) {
+        return false;
+    }
+    if (collection->_textureI.isNull() && collection->_textureF.isNull()) {
+        collection->_textureI = initBufferTextureStorage(RGBA32I, buffer);
+        collection->_textureF = initBufferTextureStorage(RGBA32F, buffer);
+        collection->_dirty = true;
+    }
+    uploadIfDirty(buffer, collection);
+    collection->bindTextureTokens(textureManager);
+    setUniformValues(program, collection);
+    return true;
+}
+
+QString BufferTextureMechanism::glslFunctionDefinition(DataType type, const QString &name, bool,
+                                                       unsigned long offset, unsigned long totalSize)
+{
+    const QString fetch = QStringLiteral("texelFetch( %1, int( (Index * uint(%2)) + uint(%3) ))");
+    return texelAccessor(type, name, offset, totalSize, fetch);
+}
+
+QString BufferTextureMechanism::glslUniformDeclaration(const QList<DataType> &,
+                                                       const QHash<DataType, QStringList> &, bool,
+                                                       unsigned long)
+{
+    return samplerDeclarations(QStringLiteral("samplerBuffer"), QStringLiteral("isamplerBuffer"));
+}
+
+bool BufferTextureMechanism::useVec4Storage(DataType)
+{
+    return false;
+}
+
+QSharedPointer<Texture> BufferTextureMechanism::initBufferTextureStorage(TextureFormat format,
+                                                                         QSharedPointer<BufferObject> buffer)
+{
+    const QSharedPointer<Texture> texture(new Texture(nullptr));
+    texture->setTarget(_boTarget);
+    const AutoBinder textureBinder(texture);
+    const AutoBinder bufferBinder(buffer);
+    glTexBuffer(_boTarget, SizedInternalFormat(format), buffer->getBO());
+    return texture;
+}
+
+void *BufferTextureMechanism::initTexBufferGLProcAddress()
+{
+    return nullptr;
+}
+
+}} // namespace Orvane::Zel

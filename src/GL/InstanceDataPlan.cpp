@@ -1,0 +1,444 @@
+#include "InstanceDataPlan.h"
+
+#include "BufferTextureMechanism.h"
+#include "GLUtilities.h"
+#include "InstanceDataCollection.h"
+#include "ShaderProgram.h"
+#include "StorageBufferMechanism.h"
+#include "TextureMechanism.h"
+#include "UniformBufferMechanism.h"
+#include "UniformMechanism.h"
+
+#include <QtCore/QVector>
+
+#include <algorithm>
+
+namespace Orvane { namespace Zel {
+
+QRegExp gInstanceDataNameValidator(QStringLiteral("[a-zA-Z_][a-zA-Z_0-9]*"));
+
+namespace {
+
+constexpr size_t kVec4Size = 16;
+
+size_t roundUpToVec4(size_t size)
+{
+    return (size + kVec4Size - 1) / kVec4Size * kVec4Size;
+}
+
+/// A quotient of limits: 0 where there is nothing to divide by.
+size_t quotient(qint64 value, size_t divisor)
+{
+    return value < 1 || divisor == 0 ? 0 : static_cast<size_t>(value) / divisor;
+}
+
+ParameterMechanism *newMechanism(InstanceDataPlan::MechanismType type, const QString &planName)
+{
+    switch (type) {
+    case InstanceDataPlan::eUniformMechanism:
+        return new UniformMechanism(planName);
+    case InstanceDataPlan::eBufferTextureMechanism:
+        return new BufferTextureMechanism(planName);
+    case InstanceDataPlan::eTextureMechanism:
+        return new TextureMechanism(planName);
+    case InstanceDataPlan::eStorageBufferMechanism:
+        return new StorageBufferMechanism(planName);
+    case InstanceDataPlan::eUniformBufferMechanism:
+        break;
+    }
+    return new UniformBufferMechanism(planName);
+}
+
+QString glslVersion(InstanceDataPlan::MechanismType mechanism)
+{
+    const QString plain = QStringLiteral("#version 150");
+    if (mechanism != InstanceDataPlan::eStorageBufferMechanism) {
+        return plain;
+    }
+    if (openGlVersionSupported(4, 3)) {
+        return QStringLiteral("#version 430");
+    }
+    if (hasGLExtension("GL_ARB_shader_storage_buffer_object")) {
+        return plain + QStringLiteral("\n#extension GL_ARB_shader_storage_buffer_object: enable ");
+    }
+    return plain;
+}
+
+} // namespace
+
+bool InstanceDataPlan::supportsStorageMechanism()
+{
+    return openGlVersionSupported(4, 3) || hasGLExtension("GL_ARB_shader_storage_buffer_object");
+}
+
+InstanceDataPlan::InstanceDataPlan(const QString &name)
+    : _name(name)
+    , _samplerIName(QStringLiteral("u_i") + name + QStringLiteral("Sampler"))
+    , _samplerFName(QStringLiteral("u_f") + name + QStringLiteral("Sampler"))
+{
+}
+
+InstanceDataPlan::~InstanceDataPlan()
+{
+    delete _parameterMechanism;
+}
+
+void InstanceDataPlan::addMember(DataType type, const QString &name)
+{
+    _memberNamesByType[type].append(name);
+    _memberTypes[name] = type;
+    _hasTextureTokens = _hasTextureTokens || type == eTexture;
+    _totalDataSize += dataSize(type);
+}
+
+void InstanceDataPlan::setArraySize(unsigned long arraySize)
+{
+    ZEL_ASSERT(false == _finalised,
+               "InstanceDataPlan::setArraySize() can only be called before the plan has been finalised");
+    _arraySize = arraySize;
+}
+
+void InstanceDataPlan::setMechanism(MechanismType mechanism)
+{
+    ZEL_ASSERT(false == _finalised,
+               "InstanceDataPlan::setMechanism() can only be called before the plan has been finalised");
+    _mechanism = mechanism;
+}
+
+void InstanceDataPlan::setUseVec4Storage(bool useVec4Storage)
+{
+    ZEL_ASSERT(false == _finalised,
+               "InstanceDataPlan::setUseVec4Storage() can only be called before the plan has been finalised");
+    _useVec4Storage = useVec4Storage;
+}
+
+void InstanceDataPlan::finalise()
+{
+    const QString guard = QStringLiteral("ZEL_INSTANCEDATAPLAN_") + _name + QStringLiteral("_GLSLH");
+    const QString tokenInclude =
+        _hasTextureTokens ? QStringLiteral("#include \"TextureManager.glslh\"\n") : QString();
+
+    _glslh += QStringLiteral("#ifndef %1\n#define %1\n").arg(guard) + tokenInclude;
+
+    ParameterMechanism *mechanism = parameterMechanism(_mechanism);
+    const QList<DataType> types = sortedTypes();
+    computeLayout(types, mechanism);
+    const QString accessors = generateAccessors(types, mechanism);
+    limitArraySize();
+
+    const QString arrayName = _name.toUpper().replace(QLatin1Char(' '), QLatin1Char('_'));
+    _glslh += QStringLiteral("#define %1_ARRAY_SIZE %2\n").arg(arrayName, QString::number(_arraySize));
+    _glslc += glslVersion(_mechanism) + QStringLiteral("\n\n") + tokenInclude
+              + QStringLiteral("#include \"ZelUtilities.glslh\"\n\n")
+              + mechanism->glslUniformDeclaration(types, _memberNamesByType, _useVec4Storage, _arraySize)
+              + QStringLiteral("\n\n") + accessors;
+    _glslh += QStringLiteral("#endif // %1\n").arg(guard);
+    _finalised = true;
+}
+
+size_t InstanceDataPlan::arraySize() const
+{
+    ZEL_ASSERT(true == _finalised,
+               "InstanceDataPlan::arraySize() can only be called after the plan has been finalised");
+    return _arraySize;
+}
+
+size_t InstanceDataPlan::arraySizeMax() const
+{
+    return _arraySizeMax;
+}
+
+size_t InstanceDataPlan::totalDataSize() const
+{
+    return _totalDataSize;
+}
+
+QList<int> InstanceDataPlan::textureTokenOffsets() const
+{
+    return _textureTokenOffsets;
+}
+
+QStringList InstanceDataPlan::memberNames() const
+{
+    return _offsets.keys();
+}
+
+unsigned int InstanceDataPlan::offset(const QString &name) const
+{
+    return _offsets.value(name, 0);
+}
+
+QString InstanceDataPlan::glslh() const
+{
+    return _glslh;
+}
+
+QString InstanceDataPlan::glslc() const
+{
+    return _glslc;
+}
+
+QString InstanceDataPlan::name() const
+{
+    return _name;
+}
+
+InstanceDataPlan::MechanismType InstanceDataPlan::mechanism() const
+{
+    return _mechanism;
+}
+
+bool InstanceDataPlan::contains(const QString &name) const
+{
+    return _memberTypes.contains(name);
+}
+
+InstanceDataPlan::DataType InstanceDataPlan::dataType(const QString &name) const
+{
+    return _memberTypes.value(name, eTexture);
+}
+
+size_t InstanceDataPlan::dataSize(const QString &name) const
+{
+    return dataSize(dataType(name));
+}
+
+size_t InstanceDataPlan::dataSize(DataType type) const
+{
+    return ParameterMechanism::dataSize(type);
+}
+
+QString InstanceDataPlan::samplerIName() const
+{
+    return _samplerIName;
+}
+
+QString InstanceDataPlan::samplerFName() const
+{
+    return _samplerFName;
+}
+
+void InstanceDataPlan::getGLParameter(unsigned int pname, int *value) const
+{
+    glGetIntegerv(pname, value);
+}
+
+ParameterMechanism *InstanceDataPlan::parameterMechanism(MechanismType type)
+{
+    if (_parameterMechanism == nullptr) {
+        _parameterMechanism = newMechanism(type, _name);
+    }
+    return _parameterMechanism;
+}
+
+bool InstanceDataPlan::bind(ShaderProgram *program, TextureManager *textureManager,
+                            InstanceDataCollection *collection)
+{
+    return parameterMechanism(_mechanism)->bind(program, textureManager, collection);
+}
+
+bool InstanceDataPlan::unbind(ShaderProgram *program, TextureManager *textureManager,
+                              InstanceDataCollection *collection)
+{
+    return parameterMechanism(_mechanism)->unbind(program, textureManager, collection);
+}
+
+void InstanceDataPlan::assertShaderProgram(const ShaderProgram *program) const
+{
+    const GLuint id = program != nullptr ? program->shaderProgramID() : 0;
+    if (id == 0) {
+        return;
+    }
+    const QByteArray blockName = (QStringLiteral("u_") + _name + QStringLiteral("Uniform")).toLatin1();
+    GLint blocks = 0;
+    glGetProgramiv(id, GL_ACTIVE_UNIFORM_BLOCKS, &blocks);
+    for (GLint block = 0; block < blocks; ++block) {
+        char name[256] = {};
+        glGetActiveUniformBlockName(id, GLuint(block), sizeof name, nullptr, name);
+        if (blockName == name) {
+            assertUniformBlock(id, GLuint(block));
+        }
+    }
+}
+
+QList<InstanceDataPlan::DataType> InstanceDataPlan::sortedTypes() const
+{
+    QList<DataType> types = _memberNamesByType.keys();
+    std::sort(types.begin(), types.end(), ParameterMechanism::compareByDataType);
+    return types;
+}
+
+void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism)
+{
+    size_t accumulatedOffset = 0;
+    for (const DataType type : types) {
+        const QStringList names = _memberNamesByType.value(type);
+        for (const QString &name : names) {
+            if (type == eTexture) {
+                _textureTokenOffsets.append(int(accumulatedOffset));
+            }
+            _offsets[name] = static_cast<unsigned int>(accumulatedOffset);
+            accumulatedOffset += dataSize(type);
+        }
+        if (_useVec4Storage && mechanism->useVec4Storage(type)) {
+            const size_t padding = roundUpToVec4(accumulatedOffset) - accumulatedOffset;
+            accumulatedOffset += padding;
+            _totalDataSize += padding;
+        }
+    }
+    padTotalDataSize();
+    ZEL_ASSERT(accumulatedOffset <= _totalDataSize, "%d != %d", int(accumulatedOffset), int(_totalDataSize));
+}
+
+void InstanceDataPlan::padTotalDataSize()
+{
+    if (_totalDataSize % 4 != 0) {
+        // Steps of four would never arrive; boolean members are the only ones that can lead here.
+        ZEL_LOG_CRITICAL("The members of plan '%s' have a total of %d bytes, which is not a multiple of 4",
+                         qPrintable(_name), int(_totalDataSize));
+    }
+    _totalDataSize = roundUpToVec4(_totalDataSize);
+}
+
+QString InstanceDataPlan::generateAccessors(const QList<DataType> &types, ParameterMechanism *mechanism)
+{
+    const QString byIndex = QStringLiteral("uint Index");
+    const QString byDraw = QStringLiteral("void");
+    QString accessors;
+    for (const DataType type : types) {
+        const QStringList names = _memberNamesByType.value(type);
+        for (const QString &name : names) {
+            accessors +=
+                mechanism->glslFunctionDefinition(type, name, _useVec4Storage, offset(name), _totalDataSize)
+                + QLatin1Char('\n');
+            accessors += ParameterMechanism::signature(type, name, byDraw)
+                         + QStringLiteral("       { return ") + ParameterMechanism::accessorName(name)
+                         + QStringLiteral("( uint(getDrawID())); }\n\n");
+            _glslh += ParameterMechanism::signature(type, name, byIndex) + QStringLiteral(";\n")
+                      + ParameterMechanism::signature(type, name, byDraw) + QStringLiteral(";\n");
+        }
+    }
+    return accessors;
+}
+
+size_t InstanceDataPlan::numberComponents() const
+{
+    size_t components = 0;
+    for (auto it = _memberNamesByType.begin(); it != _memberNamesByType.end(); ++it) {
+        const size_t each = ParameterMechanism::numberComponents(it.key());
+        components += size_t(it.value().size()) * (each == 3 ? 4 : each);
+    }
+    return components;
+}
+
+void InstanceDataPlan::limitArraySize()
+{
+    switch (_mechanism) {
+    case eUniformBufferMechanism:
+        limitToUniformBlock();
+        break;
+    case eUniformMechanism:
+        limitToUniforms();
+        break;
+    case eBufferTextureMechanism:
+        limitToBufferTexture();
+        break;
+    case eTextureMechanism:
+        limitToTexture();
+        break;
+    case eStorageBufferMechanism:
+        limitToStorageBlock();
+        break;
+    }
+}
+
+void InstanceDataPlan::limitToUniformBlock()
+{
+    int blockSize = 0;
+    getGLParameter(GL_MAX_UNIFORM_BLOCK_SIZE, &blockSize);
+    if (blockSize >= 1 && _totalDataSize != 0) {
+        clampArraySize("ubo", quotient(blockSize, _totalDataSize));
+    }
+}
+
+void InstanceDataPlan::limitToUniforms()
+{
+    int fragmentComponents = 896;
+    int vertexComponents = 1024;
+    getGLParameter(GL_MAX_FRAGMENT_UNIFORM_COMPONENTS, &fragmentComponents);
+    getGLParameter(GL_MAX_VERTEX_UNIFORM_COMPONENTS, &vertexComponents);
+    const size_t components = numberComponents();
+    const int available = qMin(fragmentComponents, vertexComponents);
+    // Four times the components, although GL counts components too: a tight budget on purpose.
+    clampArraySize("uni", components == 0 ? 1 : quotient(available, components * 4));
+}
+
+void InstanceDataPlan::limitToBufferTexture()
+{
+    int texels = 2048;
+    getGLParameter(GL_MAX_TEXTURE_BUFFER_SIZE, &texels);
+    clampArraySize("bxt", quotient(qint64(texels) * qint64(kVec4Size), _totalDataSize));
+}
+
+// The width of the texture is not applied to the number of items.
+void InstanceDataPlan::limitToTexture()
+{
+    int maxTextureSize = 1024;
+    getGLParameter(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
+    ZEL_ASSERT(static_cast<int>(_totalDataSize) <= maxTextureSize,
+               "Total data size (%zu) for plan %s exceeds GL_MAX_TEXTURE_SIZE (%d)", _totalDataSize,
+               qPrintable(_name), maxTextureSize);
+    logLimit("txt", int(_totalDataSize), maxTextureSize);
+}
+
+void InstanceDataPlan::limitToStorageBlock()
+{
+    if (glGetInteger64v == nullptr) {
+        ZEL_LOG_WARNING("OpenGL has not been initialised. No way it obtain correct maximum InstanceData "
+                        "table size for '%s'",
+                        qPrintable(_name));
+        return;
+    }
+    GLint64 blockSize = 0;
+    glGetInteger64v(GL_MAX_SHADER_STORAGE_BLOCK_SIZE, &blockSize);
+    if (blockSize >= 1 && _totalDataSize != 0) {
+        clampArraySize("ssb", quotient(blockSize, _totalDataSize));
+    }
+}
+
+void InstanceDataPlan::clampArraySize(const char *tag, size_t limit)
+{
+    _arraySizeMax = limit;
+    _arraySize = qMin(_arraySize, limit);
+    logLimit(tag, int(_arraySize), int(_arraySizeMax));
+}
+
+void InstanceDataPlan::logLimit(const char *tag, int size, int max) const
+{
+    ZEL_LOG_DEBUG("%s: size %4d max %4d plan '%s'", tag, size, max, qPrintable(_name));
+}
+
+void InstanceDataPlan::assertUniformBlock(unsigned int program, unsigned int block) const
+{
+    GLint count = 0;
+    GLint blockSize = 0;
+    glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORMS, &count);
+    glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_DATA_SIZE, &blockSize);
+    QVector<GLint> indices(qMax(count, 1));
+    glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES, indices.data());
+
+    // The offsets stand ready for a debugger; only the size is compared.
+    const int known = qMin(count, 2 * _memberTypes.size());
+    QVector<GLuint> uniforms(known);
+    std::copy_n(indices.constBegin(), known, uniforms.begin());
+    QVector<GLint> offsets(known);
+    glGetActiveUniformsiv(program, known, uniforms.constData(), GL_UNIFORM_OFFSET, offsets.data());
+
+    ZEL_ASSERT(int(_arraySize * _totalDataSize) == blockSize,
+               "CPP (%d * %d = %d) and GLSL (%d) for plan %s disagree on the size of the instance data "
+               "buffer. Check alignment code",
+               int(_arraySize), int(_totalDataSize), int(_arraySize * _totalDataSize), blockSize,
+               qPrintable(_name));
+}
+
+}} // namespace Orvane::Zel

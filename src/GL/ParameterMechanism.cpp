@@ -1,0 +1,141 @@
+#include "ParameterMechanism.h"
+
+#include "Reporting.h"
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+/// What there is to know of one data type.
+struct TypeInfo
+{
+    const char *glsl;
+    const char *padded;
+    const char *vec4Storage;
+    int size;
+    int components;
+    bool integer;
+    bool useVec4Storage;
+};
+
+constexpr TypeInfo kTypes[] = {
+    {"ZelTextureToken", "ZelTextureToken", "uvec4", 8, 2, true, true},
+    {"bool", "bool", "bvec4", 1, 1, true, true},
+    {"bvec2", "bvec2", "bvec4", 2, 2, true, true},
+    {"bvec3", "bvec4", "bvec4", 4, 3, true, true},
+    {"bvec4", "bvec4", "bvec4", 4, 4, true, true},
+    {"int", "int", "ivec4", 4, 1, true, true},
+    {"ivec2", "ivec2", "ivec4", 8, 2, true, true},
+    {"ivec3", "ivec4", "ivec4", 16, 3, true, true},
+    {"ivec4", "ivec4", "ivec4", 16, 4, true, true},
+    {"uint", "uint", "uvec4", 4, 1, true, true},
+    {"uvec2", "uvec2", "uvec4", 8, 2, true, true},
+    {"uvec3", "uvec4", "uvec4", 16, 3, true, true},
+    {"uvec4", "uvec4", "uvec4", 16, 4, true, true},
+    {"float", "float", "vec4", 4, 1, false, true},
+    {"vec2", "vec2", "vec4", 8, 2, false, true},
+    {"vec3", "vec4", "vec4", 16, 3, false, true},
+    {"vec4", "vec4", "vec4", 16, 4, false, true},
+    {"mat4", "mat4", "mat4", 64, 16, false, false},
+};
+
+/// A number that is no type answers as a texture token, as an unknown member does.
+const TypeInfo &info(InstanceDataPlan::DataType type)
+{
+    const unsigned int row = static_cast<unsigned int>(type);
+    return kTypes[row < sizeof kTypes / sizeof *kTypes ? row : 0];
+}
+
+} // namespace
+
+QString ParameterMechanism::glslType(DataType type)
+{
+    return QString::fromLatin1(info(type).glsl);
+}
+
+QString ParameterMechanism::glslPaddedType(DataType type)
+{
+    return QString::fromLatin1(info(type).padded);
+}
+
+QString ParameterMechanism::glslVec4StorageType(DataType type)
+{
+    return QString::fromLatin1(info(type).vec4Storage);
+}
+
+size_t ParameterMechanism::dataSize(DataType type)
+{
+    return size_t(info(type).size);
+}
+
+size_t ParameterMechanism::numberComponents(DataType type)
+{
+    return size_t(info(type).components);
+}
+
+bool ParameterMechanism::isIntegerType(DataType type)
+{
+    return info(type).integer;
+}
+
+bool ParameterMechanism::compareByDataType(const DataType &a, const DataType &b)
+{
+    return dataSize(a) != dataSize(b) ? dataSize(a) > dataSize(b) : a > b;
+}
+
+QString ParameterMechanism::glslAccessorString(unsigned long component, unsigned long numComponents)
+{
+    ZEL_ASSERT((component + numComponents) <= 4, "ERROR: Accessor asking for out of range combination. %d+%d",
+               int(component), int(numComponents));
+    static const QString kComponents = QStringLiteral("xyzw");
+    if (numComponents < 1 || numComponents > 4 || component > 4 - numComponents) {
+        return QString();
+    }
+    return QLatin1Char('.') + kComponents.midRef(int(component), int(numComponents));
+}
+
+ParameterMechanism::ParameterMechanism(const QString &planName)
+    : _planName(planName)
+{
+}
+
+ParameterMechanism::~ParameterMechanism() = default;
+
+bool ParameterMechanism::useVec4Storage(DataType type)
+{
+    return info(type).useVec4Storage;
+}
+
+QString ParameterMechanism::accessorName(const QString &memberName)
+{
+    return QStringLiteral("get%1%2").arg(memberName.left(1).toUpper(), memberName.mid(1));
+}
+
+QString ParameterMechanism::signature(DataType type, const QString &memberName, const QString &parameters)
+{
+    return QStringLiteral("%1 %2(%3)").arg(glslType(type), accessorName(memberName), parameters);
+}
+
+unsigned long ParameterMechanism::texelOf(unsigned long offset)
+{
+    return offset >> 4;
+}
+
+unsigned long ParameterMechanism::componentOf(unsigned long offset)
+{
+    return (offset >> 2) & 3;
+}
+
+QString ParameterMechanism::remark(DataType type, unsigned long offset)
+{
+    return QStringLiteral(" // off %1 %2 (%3:%4)")
+        .arg(QString::number(dataSize(type)), QString::number(offset), QString::number(texelOf(offset)),
+             QString::number(componentOf(offset)));
+}
+
+QString ParameterMechanism::tripleSwizzle(DataType type)
+{
+    return numberComponents(type) == 3 ? QStringLiteral(".rgb") : QString();
+}
+
+}} // namespace Orvane::Zel

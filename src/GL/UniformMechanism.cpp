@@ -1,0 +1,158 @@
+#include "UniformMechanism.h"
+
+#include "GLUtilities.h"
+#include "InstanceDataCollection.h"
+#include "ShaderProgram.h"
+#include "TextureManager.h"
+
+#include <QtCore/QStringList>
+#include <QtCore/QVarLengthArray>
+
+#include <cstring>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+using Type = InstanceDataPlan::DataType;
+
+/// Bytes that GL reads for one element of a uniform of this type. Booleans go as integers, so that it reads
+/// more than their packed bytes.
+size_t uniformSize(Type type)
+{
+    const size_t components = ParameterMechanism::numberComponents(type);
+    return (components == 3 ? 4 : components) * 4;
+}
+
+void setUniforms(int location, int count, Type type, const void *data)
+{
+    const auto ints = static_cast<const GLint *>(data);
+    const auto uints = static_cast<const GLuint *>(data);
+    const auto floats = static_cast<const GLfloat *>(data);
+    switch (type) {
+    case Type::eBool:
+    case Type::eInt:
+        glUniform1iv(location, count, ints);
+        break;
+    case Type::eBVec2:
+    case Type::eIVec2:
+        glUniform2iv(location, count, ints);
+        break;
+    case Type::eBVec3:
+    case Type::eBVec4:
+    case Type::eIVec3:
+    case Type::eIVec4:
+        glUniform4iv(location, count, ints);
+        break;
+    case Type::eUInt:
+        glUniform1uiv(location, count, uints);
+        break;
+    case Type::eTexture:
+    case Type::eUVec2:
+        glUniform2uiv(location, count, uints);
+        break;
+    case Type::eUVec3:
+    case Type::eUVec4:
+        glUniform4uiv(location, count, uints);
+        break;
+    case Type::eFloat:
+        glUniform1fv(location, count, floats);
+        break;
+    case Type::eVec2:
+        glUniform2fv(location, count, floats);
+        break;
+    case Type::eVec3:
+    case Type::eVec4:
+        glUniform4fv(location, count, floats);
+        break;
+    case Type::eMat4:
+        glUniformMatrix4fv(location, count, GL_FALSE, floats);
+        break;
+    }
+}
+
+} // namespace
+
+UniformMechanism::UniformMechanism(const QString &planName)
+    : ParameterMechanism(planName)
+{
+}
+
+bool UniformMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
+                            InstanceDataCollection *collection)
+{
+    if (collection == nullptr) {
+        return false;
+    }
+    if (program != nullptr) {
+        QString uniform;
+        for (auto it = _memberTypes.constBegin(); it != _memberTypes.constEnd(); ++it) {
+            uniform = QLatin1String("u_");
+            uniform += it.key();
+            const int location = program->getUniformLocation(uniform);
+            if (location >= 0) {
+                sendMember(location, it.key(), it.value(), *collection);
+            }
+        }
+        collection->clearDirtyStatus();
+    }
+    collection->bindTextureTokens(textureManager);
+    return true;
+}
+
+bool UniformMechanism::unbind(ShaderProgram *, TextureManager *textureManager,
+                              InstanceDataCollection *collection)
+{
+    if (collection == nullptr) {
+        return false;
+    }
+    if (textureManager != nullptr) {
+        textureManager->unbind(collection->_textureTokens);
+    }
+    return true;
+}
+
+QString UniformMechanism::glslFunctionDefinition(DataType type, const QString &name, bool, unsigned long,
+                                                 unsigned long)
+{
+    return QStringLiteral("%1 { return u_%2[Index]%3; }")
+        .arg(signature(type, name, QStringLiteral("uint Index")), name, tripleSwizzle(type));
+}
+
+QString UniformMechanism::glslUniformDeclaration(const QList<DataType> &types,
+                                                 const QHash<DataType, QStringList> &namesByType, bool,
+                                                 unsigned long arraySize)
+{
+    QStringList lines;
+    for (const DataType type : types) {
+        const QStringList names = namesByType.value(type);
+        for (const QString &name : names) {
+            lines += QStringLiteral("uniform %1 u_%2[%3];")
+                         .arg(glslPaddedType(type), name, QString::number(arraySize));
+            _memberTypes[name] = type;
+        }
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+bool UniformMechanism::useVec4Storage(DataType)
+{
+    return false;
+}
+
+void UniformMechanism::sendMember(int location, const QString &name, DataType type,
+                                  const InstanceDataCollection &collection) const
+{
+    const size_t size = dataSize(type);
+    const size_t offset = collection.plan()->offset(name);
+    const int count = collection.size();
+    // Room for what GL reads, where that is more than the gathered bytes.
+    QVarLengthArray<char, 4096> values(count * int(qMax(size, uniformSize(type))));
+    std::memset(values.data(), 0, size_t(values.size()));
+    for (int index = 0; index < count; ++index) {
+        collection.getBytes(index, offset, values.data() + size_t(index) * size, size);
+    }
+    setUniforms(location, count, type, values.constData());
+}
+
+}} // namespace Orvane::Zel
