@@ -1,0 +1,460 @@
+// What a linked program is asked, and the uniforms that it is given.
+
+#include "support/FakeLoader.h"
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+
+#include <ZelGL/RangedValues.h>
+#include <ZelGL/ShaderProgram.h>
+
+#include <QtCore/QPointF>
+#include <QtGui/QColor>
+#include <QtGui/QGenericMatrix>
+#include <QtGui/QImage>
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+#include <QtGui/QVector2D>
+#include <QtGui/QVector3D>
+#include <QtGui/QVector4D>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+/// One uniform of every type that is set here. All are read, so that all stay active.
+const QString kUniforms =
+    "#version 150\n"
+    "uniform int u_Int;\n"
+    "uniform uint u_UInt;\n"
+    "uniform bool u_Bool;\n"
+    "uniform float u_Float;\n"
+    "uniform vec2 u_Vec2;\n"
+    "uniform vec3 u_Vec3;\n"
+    "uniform vec4 u_Vec4;\n"
+    "uniform mat4 u_Mat4;\n"
+    "uniform mat3 u_Mat3;\n"
+    "uniform mat2 u_Mat2;\n"
+    "uniform mat4x2 u_Mat4x2;\n"
+    "uniform float u_Floats[3];\n"
+    "uniform vec3 u_Vec3s[4];\n"
+    "uniform ivec2 u_IVec2s[3];\n"
+    "uniform uvec4 u_UVec4s[2];\n"
+    "uniform sampler2D u_Samplers[2];\n"
+    "uniform samplerCube u_Cube;\n"
+    "void main()\n"
+    "{\n"
+    "    vec4 sum = vec4(u_Int + int(u_UInt) + int(u_Bool)) + u_Float + u_Vec2.xyxy;\n"
+    "    sum += u_Vec3.xyzx + u_Vec4 + u_Mat4 * u_Vec4 + (u_Mat3 * u_Vec3).xyzx;\n"
+    "    sum += (u_Mat2 * u_Vec2).xyxy + (u_Mat4x2 * u_Vec4).xyxy;\n"
+    "    for (int i = 0; i < 4; ++i) { sum += u_Vec3s[i].xyzx; }\n"
+    "    for (int i = 0; i < 3; ++i) { sum += vec4(u_IVec2s[i].xyxy) + u_Floats[i]; }\n"
+    "    sum += vec4(u_UVec4s[0] + u_UVec4s[1]);\n"
+    "    sum += textureLod(u_Samplers[0], sum.xy, 0.0) + textureLod(u_Samplers[1], sum.xy, 0.0);\n"
+    "    gl_Position = sum + textureLod(u_Cube, sum.xyz, 0.0);\n"
+    "}\n";
+
+const QString kBlocks =
+    "#version 150\n"
+    "layout (std140) uniform First { vec4 first; };\n"
+    "layout (std140) uniform Second { vec4 second; };\n"
+    "in vec4 va_Vertex;\n"
+    "in vec2 va_TexCoord;\n"
+    "void main() { gl_Position = va_Vertex + va_TexCoord.xyxy + first + second + vec4(gl_VertexID\n"
+    "    + gl_InstanceID); }";
+
+const QString kStorage = "#version 430\n"
+                         "layout (std430) buffer Numbers { vec4 numbers[]; };\n"
+                         "layout (std430) buffer Others { vec4 others[]; };\n"
+                         "void main() { gl_Position = numbers[0] + others[0]; }";
+
+std::vector<std::tuple<GLuint, GLuint, GLuint>> storageBindings;
+
+/// Keeps a record of the calls of an entry point that is not in the table; there before the first program.
+struct StorageLoader : FakeLoader
+{
+    StorageLoader()
+    {
+        provide("glShaderStorageBlockBinding", reinterpret_cast<FakeLoader::Function>(&record));
+        storageBindings.clear();
+    }
+
+    static void APIENTRY record(GLuint program, GLuint index, GLuint binding)
+    {
+        storageBindings.emplace_back(program, index, binding);
+    }
+};
+
+/// Every call that sets a uniform, counted.
+struct UniformTaps
+{
+    size_t count() const
+    {
+        return i.count() + ui.count() + f.count() + f2.count() + f3.count() + f4.count() + fv.count()
+               + f2v.count() + f3v.count() + f4v.count() + iv.count() + i2v.count() + i3v.count()
+               + i4v.count() + uiv.count() + ui2v.count() + ui3v.count() + ui4v.count() + m2.count()
+               + m3.count() + m4.count() + m4x2.count();
+    }
+
+    Tap<&glUniform1i> i;
+    Tap<&glUniform1ui> ui;
+    Tap<&glUniform1f> f;
+    Tap<&glUniform2f> f2;
+    Tap<&glUniform3f> f3;
+    Tap<&glUniform4f> f4;
+    Tap<&glUniform1fv> fv;
+    Tap<&glUniform2fv> f2v;
+    Tap<&glUniform3fv> f3v;
+    Tap<&glUniform4fv> f4v;
+    Tap<&glUniform1iv> iv;
+    Tap<&glUniform2iv> i2v;
+    Tap<&glUniform3iv> i3v;
+    Tap<&glUniform4iv> i4v;
+    Tap<&glUniform1uiv> uiv;
+    Tap<&glUniform2uiv> ui2v;
+    Tap<&glUniform3uiv> ui3v;
+    Tap<&glUniform4uiv> ui4v;
+    Tap<&glUniformMatrix2fv> m2;
+    Tap<&glUniformMatrix3fv> m3;
+    Tap<&glUniformMatrix4fv> m4;
+    Tap<&glUniformMatrix4x2fv> m4x2;
+};
+
+class ShaderProgramUniformTest : public GLTest
+{
+protected:
+    bool link(const QString &source)
+    {
+        program.addShader(GL_VERTEX_SHADER, source, QString());
+        return program.link();
+    }
+
+    /// What GL holds, as floats, of one uniform or one element of an array.
+    std::vector<float> held(const QString &name, size_t components)
+    {
+        std::vector<float> values(components);
+        const GLint location =
+            driver()->glGetUniformLocation(program.shaderProgramID(), name.toLatin1().constData());
+        EXPECT_GE(location, 0) << qPrintable(name);
+        driver()->glGetUniformfv(program.shaderProgramID(), location, values.data());
+        return values;
+    }
+
+    StorageLoader loader;
+    ShaderProgram program{nullptr};
+};
+
+using Floats = std::vector<float>;
+
+} // namespace
+
+TEST_F(ShaderProgramUniformTest, AttributesAreKnownByNameAndBuiltInsAreNot)
+{
+    EXPECT_EQ(-1, program.getVertexAttributeLocation("va_Vertex"));
+    program.cacheVertexAttributes(); // without a program: nothing
+    ASSERT_TRUE(link(kBlocks));
+    EXPECT_EQ(driver()->glGetAttribLocation(program.shaderProgramID(), "va_Vertex"),
+              program.getVertexAttributeLocation("va_Vertex"));
+    EXPECT_EQ(-1, program.getVertexAttributeLocation("va_Nobody"));
+    QStringList names = program.getVertexAttributeNames();
+    names.sort();
+    EXPECT_EQ((QStringList{"va_TexCoord", "va_Vertex"}), names);
+    EXPECT_EQ(2, program.getVertexAttributeNameLocationMap().size());
+}
+
+TEST_F(ShaderProgramUniformTest, AnIllegalBuiltInAttributeIsReportedAndTheLinkStands)
+{
+    const QByteArrayList answers = {"gl_VertexID",
+                                    "gl_InstanceID",
+                                    "gl_BaseInstance",
+                                    "gl_BaseInstanceARB",
+                                    "gl_Vertex",
+                                    "gl_VertexIDARB",
+                                    "gl",
+                                    "va_Vertex"};
+    int next = 0;
+    Hook<&glGetProgramiv> counts;
+    counts.replace([&](GLuint name, GLenum parameter, GLint *value) {
+        counts.original(name, parameter, value);
+        *value = parameter == GL_ACTIVE_ATTRIBUTES ? answers.size() : *value;
+    });
+    Hook<&glGetActiveAttrib> attributes;
+    attributes.replace([&](GLuint, GLuint, GLsizei size, GLsizei *, GLint *, GLenum *, GLchar *name) {
+        EXPECT_EQ(200, size);
+        qstrcpy(name, answers.at(next++).constData());
+    });
+    Tap<&glGetAttribLocation> locations;
+    locations.replace([](GLuint, const GLchar *) { return 5; });
+    EXPECT_TRUE(link(kBlocks));
+    const QString illegal = "critical [ShaderProgram.cpp:#] [ !! ] Assertion 'false' failed: "
+                            "[ !! ] Shader Contains GL attribute '%1'. This is illigal";
+    EXPECT_MESSAGES(illegal.arg("gl_Vertex"), illegal.arg("gl_VertexIDARB"));
+    EXPECT_EQ(size_t(answers.size()), locations.count());
+    EXPECT_EQ((QHash<QString, int>{{"gl", 5}, {"va_Vertex", 5}}),
+              program.getVertexAttributeNameLocationMap());
+}
+
+TEST_F(ShaderProgramUniformTest, EachLocationIsAskedOnceForTheLifeOfTheObject)
+{
+    Tap<&glGetUniformLocation> questions;
+    ASSERT_TRUE(link(kUniforms));
+    EXPECT_EQ(1u, questions.count()) << "the draw ID";
+    EXPECT_EQ(-1, program.getUniformLocationNameID());
+    const int location = program.getUniformLocation("u_Float");
+    EXPECT_EQ(location, program.getUniformLocation("u_Float"));
+    EXPECT_TRUE(program.hasUniform("u_Float"));
+    EXPECT_FALSE(program.hasUniform("u_Nobody"));
+    EXPECT_EQ(-1, program.getUniformLocation("u_Nobody"));
+    EXPECT_EQ(3u, questions.count());
+    program.clear();
+    ASSERT_TRUE(link(kBlocks));
+    EXPECT_EQ(location, program.getUniformLocation("u_Float")) << "kept, though another source is linked";
+    EXPECT_EQ(3u, questions.count());
+}
+
+TEST_F(ShaderProgramUniformTest, TheDrawIDHasItsLocationAtHand)
+{
+    ASSERT_TRUE(link("#version 150\nuniform uint u_DrawID;\nvoid main() { gl_Position = vec4(u_DrawID); }"));
+    EXPECT_EQ(driver()->glGetUniformLocation(program.shaderProgramID(), "u_DrawID"),
+              program.getUniformLocationNameID());
+    EXPECT_GE(program.getUniformLocationNameID(), 0);
+}
+
+TEST_F(ShaderProgramUniformTest, ABlockBindingReachesGLOnlyWhenItChanges)
+{
+    program.cacheUniformBlockIndices(); // without a program: nothing
+    ASSERT_TRUE(link(kBlocks));
+    const GLuint name = program.shaderProgramID();
+    const GLuint first = program.getUniformBlockIndex("First");
+    const GLuint second = program.getUniformBlockIndex("Second");
+    EXPECT_EQ(driver()->glGetUniformBlockIndex(name, "First"), first);
+    EXPECT_EQ(driver()->glGetUniformBlockIndex(name, "Second"), second);
+    EXPECT_EQ(GL_INVALID_INDEX, program.getUniformBlockIndex("Nobody"));
+    EXPECT_EQ(0u, program.getUniformBlockBinding(second));
+
+    Tap<&glUniformBlockBinding> bindings;
+    program.setUniformBlockBinding(second, 0);
+    EXPECT_EQ(0u, bindings.count());
+    program.setUniformBlockBinding(second, 3);
+    program.setTypeBlockBinding(GL_UNIFORM_BUFFER, second, 3);
+    program.setTypeBlockBinding(GL_ARRAY_BUFFER, second, 3); // whatever is no storage buffer
+    EXPECT_EQ(1u, bindings.count());
+    EXPECT_EQ(std::make_tuple(name, second, 3u), bindings.calls().back());
+    EXPECT_EQ(3u, program.getUniformBlockBinding(second));
+    EXPECT_EQ(3u, program.getTypeBlockBinding(GL_UNIFORM_BUFFER, second));
+    EXPECT_EQ(0u, program.getUniformBlockBinding(first));
+    EXPECT_EQ(second, program.getTypeBlockIndex(GL_UNIFORM_BUFFER, "Second"));
+    EXPECT_EQ(GL_INVALID_INDEX, program.getTypeBlockIndex(GL_SHADER_STORAGE_BUFFER, "Second"));
+}
+
+TEST_F(ShaderProgramUniformTest, StorageBlocksAreKeptApart)
+{
+    ASSERT_TRUE(link(kStorage));
+    const GLuint index = program.getStorageBlockIndex("Others");
+    ASSERT_NE(GL_INVALID_INDEX, index);
+    EXPECT_NE(index, program.getStorageBlockIndex("Numbers"));
+    EXPECT_EQ(index, program.getTypeBlockIndex(GL_SHADER_STORAGE_BUFFER, "Others"));
+    EXPECT_EQ(GL_INVALID_INDEX, program.getStorageBlockIndex("Nobody"));
+    EXPECT_EQ(GL_INVALID_INDEX, program.getUniformBlockIndex("Others"));
+    EXPECT_EQ(0u, program.getTypeBlockBinding(GL_SHADER_STORAGE_BUFFER, index));
+    program.setStorageBlockBinding(index, 0);
+    program.setTypeBlockBinding(GL_SHADER_STORAGE_BUFFER, index, 2);
+    program.setStorageBlockBinding(index, 2);
+    EXPECT_EQ(2u, program.getStorageBlockBinding(index));
+    ASSERT_EQ(1u, storageBindings.size());
+    EXPECT_EQ(std::make_tuple(program.shaderProgramID(), index, 2u), storageBindings.back());
+}
+
+TEST_F(ShaderProgramUniformTest, ABlockThatDoesNotExistIsReportedAndTheCallGoesOn)
+{
+    ASSERT_TRUE(link(kBlocks));
+    Tap<&glUniformBlockBinding> bindings;
+    bindings.replace([](GLuint, GLuint, GLuint) {});
+    program.setUniformBlockBinding(77, 1);
+    program.getUniformBlockBinding(77);
+    program.getStorageBlockBinding(78);
+    const QString report =
+        "critical [ShaderProgram.cpp:#] [ !! ] Assertion 'itFind != "
+        "this->_%1BlockBindingIndices.end()' failed: Trying to %2 on shader %3. Does not exist.";
+    const QString name = QString::number(program.shaderProgramID());
+    EXPECT_MESSAGES(report.arg("uniform", "set uniformBlockIndex 77", name),
+                    report.arg("uniform", "get uniformBlockIndex 77", name),
+                    report.arg("storage", "get storageBlockIndex 78", name));
+    ASSERT_EQ(1u, bindings.count());
+    EXPECT_EQ(std::make_tuple(program.shaderProgramID(), 77u, 1u), bindings.calls().back());
+}
+
+TEST_F(ShaderProgramUniformTest, AVariantSetsTheUniformByTheTypeThatItHolds)
+{
+    ASSERT_TRUE(link(kUniforms));
+    ASSERT_TRUE(program.bind());
+    const QMatrix4x4 matrix(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16);
+    const float rows3[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const float rows2[] = {1, 2, 3, 4};
+    const float rows4x2[] = {1, 2, 3, 4, 5, 6, 7, 8};
+    const struct
+    {
+        const char *name;
+        QVariant value;
+        Floats expected;
+    } rows[] = {
+        {"u_Bool", true, {1}},
+        {"u_Int", -3, {-3}},
+        {"u_Int", QImage(1, 1, QImage::Format_RGB32), {0}},
+        {"u_UInt", 4u, {4}},
+        {"u_Float", 1.5, {1.5}},
+        {"u_Float", 2.5F, {2.5}},
+        {"u_Float", QVariant::fromValue(RangedFloat{3.5F, 0.0F, 1.0F}), {3.5}},
+        {"u_Float", QVariant::fromValue(RangedDouble{4.5, 0.0, 1.0}), {4.5}},
+        {"u_Vec4", QColor::fromRgbF(1.0, 0.0, 1.0, 0.0), {1, 0, 1, 0}},
+        {"u_Vec4", QColor(), {0, 0, 0, 1}},
+        {"u_Vec2", QVector2D(1, 2), {1, 2}},
+        {"u_Vec3", QVector3D(1, 2, 3), {1, 2, 3}},
+        {"u_Vec4", QVector4D(1, 2, 3, 4), {1, 2, 3, 4}},
+        // GL holds columns.
+        {"u_Mat4", matrix, {1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 4, 8, 12, 16}},
+        {"u_Mat3", QVariant::fromValue(QMatrix3x3(rows3)), {1, 4, 7, 2, 5, 8, 3, 6, 9}},
+        {"u_Mat2", QVariant::fromValue(QMatrix2x2(rows2)), {1, 3, 2, 4}},
+        {"u_Mat4x2", QVariant::fromValue(QMatrix4x2(rows4x2)), {1, 5, 2, 6, 3, 7, 4, 8}},
+    };
+    for (const auto &row : rows) {
+        const UniformTaps taps;
+        EXPECT_TRUE(program.setUniform(row.name, row.value));
+        EXPECT_EQ(row.expected, held(row.name, row.expected.size()))
+            << row.name << ' ' << row.value.typeName();
+        EXPECT_EQ(1u, taps.count()) << row.name;
+    }
+    program.unbind();
+}
+
+TEST_F(ShaderProgramUniformTest, AnUnknownTypeIsReportedAndAnUnknownNameIsQuiet)
+{
+    ASSERT_TRUE(link(kUniforms));
+    ASSERT_TRUE(program.bind());
+    const UniformTaps taps;
+    const int location = program.getUniformLocation("u_Float");
+    EXPECT_TRUE(program.setUniform(location, QVariant(QString("x"))));
+    EXPECT_TRUE(program.setUniform("u_Float", QVariant(QPointF())));
+    EXPECT_TRUE(program.setUniform(location, QVariant()));
+    const QString report =
+        "critical [ShaderProgram.cpp:#] ZelShaderProgram::setUniform is not implemented for type : ";
+    EXPECT_MESSAGES(report + "QString", report + "QPointF", report);
+
+    EXPECT_FALSE(program.setUniform("missing", QVariant(1)));
+    EXPECT_FALSE(program.setUniform("missing", QVector<float>{1}));
+    EXPECT_FALSE(program.setUniform("missing", QVector<float>{1}, 1));
+    EXPECT_FALSE(program.setUniform("missing", QVector<int>{1}, 1));
+    EXPECT_FALSE(program.setUniform("missing", QVector<unsigned int>{1}, 1));
+    EXPECT_FALSE(program.setUniform(-1, QVector<float>{1}));
+    EXPECT_FALSE(program.setUniform(-1, QVector<float>{1}, 5));
+    EXPECT_EQ(0u, taps.count());
+    EXPECT_TRUE(program.setUniform(-1, 1)) << "these two test no location";
+    EXPECT_TRUE(program.setUniform(-1, 1u));
+    EXPECT_EQ(2u, taps.count());
+    program.unbind();
+}
+
+TEST_F(ShaderProgramUniformTest, NumbersAndListsGoToGLInOneCallEach)
+{
+    ASSERT_TRUE(link(kUniforms));
+    ASSERT_TRUE(program.bind());
+    const UniformTaps taps;
+    EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_Int"), -7));
+    EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_UInt"), 8u));
+    EXPECT_TRUE(program.setUniform("u_Floats", QVector<float>{1, 2}));
+    EXPECT_EQ(3u, taps.count());
+    EXPECT_EQ(Floats{-7}, held("u_Int", 1));
+    EXPECT_EQ(Floats{8}, held("u_UInt", 1));
+    EXPECT_EQ(Floats{2}, held("u_Floats[1]", 1));
+    EXPECT_EQ(Floats{0}, held("u_Floats[2]", 1));
+    EXPECT_TRUE(program.setUniform("u_Floats", QVector<float>{3, 4, 5}, 1));
+    EXPECT_EQ(Floats{5}, held("u_Floats[2]", 1));
+    EXPECT_EQ(2u, taps.fv.count());
+    program.unbind();
+}
+
+TEST_F(ShaderProgramUniformTest, TheCountOfTuplesIsTheSizeOfTheList)
+{
+    ASSERT_TRUE(link(kUniforms));
+    ASSERT_TRUE(program.bind());
+    const UniformTaps taps;
+    const int location = program.getUniformLocation("u_Vec3s");
+    EXPECT_TRUE(program.setUniform(location, QVector<float>{9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9}, 3));
+    EXPECT_TRUE(program.setUniform(location, QVector<float>{1, 2, 3, 4, 5, 6}, 3));
+    EXPECT_EQ(6, taps.f3v.last<1>());
+    EXPECT_EQ((Floats{4, 5, 6}), held("u_Vec3s[1]", 3));
+    EXPECT_EQ((Floats{0, 0, 0}), held("u_Vec3s[3]", 3)) << "GL reads on; nothing foreign is there";
+
+    EXPECT_TRUE(program.setUniform("u_IVec2s", QVector<int>{1, 2, 3, 4, 5, 6}, 2));
+    EXPECT_EQ(6, taps.i2v.last<1>());
+    EXPECT_EQ((Floats{5, 6}), held("u_IVec2s[2]", 2));
+    EXPECT_TRUE(program.setUniform("u_UVec4s", QVector<unsigned int>{1, 2, 3, 4, 5, 6, 7, 8}, 4));
+    EXPECT_EQ(8, taps.ui4v.last<1>());
+    EXPECT_EQ((Floats{5, 6, 7, 8}), held("u_UVec4s[1]", 4));
+
+    const size_t calls = taps.count();
+    EXPECT_EQ(4u, calls);
+    EXPECT_TRUE(program.setUniform(location, QVector<float>{1}, 5));
+    EXPECT_TRUE(program.setUniform(location, QVector<int>{1}, 0));
+    EXPECT_TRUE(program.setUniform(location, QVector<unsigned int>{1}, -1));
+    EXPECT_EQ(calls, taps.count());
+    program.unbind();
+}
+
+TEST_F(ShaderProgramUniformTest, EveryTupleSizeHasItsOwnCall)
+{
+    UniformTaps taps;
+    const auto nothing = [](GLint, GLsizei, auto) {};
+    taps.f2v.replace(nothing);
+    taps.f4v.replace(nothing);
+    taps.iv.replace(nothing);
+    taps.i3v.replace(nothing);
+    taps.i4v.replace(nothing);
+    taps.uiv.replace(nothing);
+    taps.ui2v.replace(nothing);
+    taps.ui3v.replace(nothing);
+    program.setUniform(1, QVector<float>{1, 2}, 2);
+    program.setUniform(1, QVector<float>{1, 2}, 4);
+    program.setUniform(1, QVector<int>{1, 2}, 1);
+    program.setUniform(1, QVector<int>{1, 2}, 3);
+    program.setUniform(1, QVector<int>{1, 2}, 4);
+    program.setUniform(1, QVector<unsigned int>{1, 2}, 1);
+    program.setUniform(1, QVector<unsigned int>{1, 2}, 2);
+    program.setUniform(1, QVector<unsigned int>{1, 2}, 3);
+    EXPECT_EQ(1u, taps.f2v.count() * taps.f4v.count() * taps.iv.count() * taps.i3v.count());
+    EXPECT_EQ(1u, taps.i4v.count() * taps.uiv.count() * taps.ui2v.count() * taps.ui3v.count());
+    EXPECT_EQ(8u, taps.count());
+}
+
+TEST_F(ShaderProgramUniformTest, TheSummaryAddsTheUniformsUpByType)
+{
+    ASSERT_TRUE(link(kUniforms));
+    program.summaryUniforms();
+    const auto line = [this](GLenum type, int sum) {
+        return QString::asprintf("debug [ShaderProgram.cpp:#] %p Type 0x%04X : %d",
+                                 static_cast<void *>(&program), type, sum);
+    };
+    EXPECT_MESSAGES(line(GL_INT, 1), line(GL_UNSIGNED_INT, 1), line(GL_FLOAT, 4), line(GL_FLOAT_VEC2, 1),
+                    line(GL_FLOAT_VEC3, 5), line(GL_FLOAT_VEC4, 1), line(GL_INT_VEC2, 3), line(GL_BOOL, 1),
+                    line(GL_FLOAT_MAT2, 1), line(GL_FLOAT_MAT3, 1), line(GL_FLOAT_MAT4, 1),
+                    line(GL_SAMPLER_2D, 2), line(GL_SAMPLER_CUBE, 1), line(GL_FLOAT_MAT4x2, 1),
+                    line(GL_UNSIGNED_INT_VEC4, 2),
+                    QString::asprintf("debug [ShaderProgram.cpp:#] %p Texture Samplers 3",
+                                      static_cast<void *>(&program)));
+}
+
+TEST(SamplerTypeTest, ExactlyTheFortySamplerTypesAreSamplers)
+{
+    const std::pair<unsigned int, unsigned int> ranges[] = {
+        {0x8B5D, 0x8B64}, {0x8DC0, 0x8DC5}, {0x8DC9, 0x8DD8}, {0x900C, 0x900F}, {0x9108, 0x910D}};
+    int samplers = 0;
+    for (unsigned int type = 0; type < 0x10000; ++type) {
+        bool expected = false;
+        for (const auto &range : ranges) {
+            expected = expected || (type >= range.first && type <= range.second);
+        }
+        ASSERT_EQ(expected, isSamplerType(type)) << type;
+        samplers += expected ? 1 : 0;
+    }
+    EXPECT_EQ(40, samplers);
+    EXPECT_FALSE(isSamplerType(0xFFFFFFFF));
+}

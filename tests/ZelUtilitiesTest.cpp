@@ -1,0 +1,203 @@
+// The shared GLSL files: what their functions compute, and that every stage compiles and links under every define.
+
+#include "support/GLFixture.h"
+
+#include <ZelGL/DrawBuffers.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/ShaderProgram.h>
+
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QVector2D>
+
+#include <cmath>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+class ZelUtilitiesTest : public GLTest
+{
+protected:
+    /// Links a vertex stage with the shared files, and captures its varying "vo_Result".
+    bool link(const QString &body)
+    {
+        program.setMacroProcessor(&processor);
+        program.addShader(GL_VERTEX_SHADER,
+                          "#version 150\n"
+                          "#include \"ZelUtilities.glslh\"\n"
+                          "uniform vec3 u_Dir;\n"
+                          "uniform mat4 u_Matrix;\n"
+                          "out vec4 vo_Result;\n"
+                          "void main()\n"
+                          "{\n"
+                          "    gl_Position = vec4(0.0);\n"
+                          "    vo_Result = "
+                              + body + ";\n}\n",
+                          QString());
+        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+        program.setTransformFeedbackVaryings({"vo_Result"}, GL_INTERLEAVED_ATTRIBS);
+        return program.link();
+    }
+
+    /// The varying of every point that the calls of \a draw make, four floats each.
+    template <typename Draw> std::vector<float> capture(size_t points, Draw draw)
+    {
+        std::vector<float> values(points * 4);
+        const auto bytes = GLsizeiptr(values.size() * sizeof(float));
+        GLuint buffer = 0;
+        GLuint array = 0;
+        glGenBuffers(1, &buffer);
+        glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer);
+        glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, bytes, nullptr, GL_STREAM_READ);
+        glGenVertexArrays(1, &array);
+        glBindVertexArray(array);
+        glEnable(GL_RASTERIZER_DISCARD);
+        glBeginTransformFeedback(GL_POINTS);
+        draw();
+        glEndTransformFeedback();
+        glDisable(GL_RASTERIZER_DISCARD);
+        glGetBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, 0, bytes, values.data());
+        glDeleteVertexArrays(1, &array);
+        glDeleteBuffers(1, &buffer);
+        return values;
+    }
+
+    std::vector<float> captureOne()
+    {
+        return capture(1, [] { glDrawArrays(GL_POINTS, 0, 1); });
+    }
+
+    GLSLMacroProcessor processor;
+    ShaderProgram program{nullptr};
+};
+
+} // namespace
+
+TEST_F(ZelUtilitiesTest, DirectionsLieWhereTheMapHasThem)
+{
+    ASSERT_TRUE(link("vec4(directionToLatLong(u_Dir), directionToLatLong_Brix(u_Dir))"));
+    ASSERT_TRUE(program.bind());
+    const float half = float(std::sqrt(0.5));
+    const struct
+    {
+        QVector3D direction;
+        QVector2D expected;
+        QVector2D mirrored;
+    } rows[] = {
+        {{0, 0, -1}, {0.25F, 0.5F}, {1.0F, 0.5F}}, // forward
+        {{0, 0, 1}, {0.75F, 0.5F}, {0.5F, 0.5F}},  // back
+        {{1, 0, 0}, {0.5F, 0.5F}, {0.75F, 0.5F}},           {{half, half, 0}, {0.5F, 0.75F}, {0.75F, 0.75F}},
+        {{0, -half, -half}, {0.25F, 0.25F}, {1.0F, 0.25F}},
+    };
+    for (const auto &row : rows) {
+        program.setUniform("u_Dir", row.direction);
+        const std::vector<float> result = captureOne();
+        EXPECT_NEAR(row.expected.x(), result[0], 1e-4) << row.direction.x() << ' ' << row.direction.z();
+        EXPECT_NEAR(row.expected.y(), result[1], 1e-4);
+        EXPECT_NEAR(row.mirrored.x(), result[2], 1e-4) << row.direction.x() << ' ' << row.direction.z();
+        EXPECT_NEAR(row.mirrored.y(), result[3], 1e-4);
+    }
+    program.setUniform("u_Dir", QVector3D(0, 1, 0));
+    EXPECT_NEAR(1.0, captureOne()[1], 1e-4);
+    program.setUniform("u_Dir", QVector3D(0, -1, 0));
+    EXPECT_NEAR(0.0, captureOne()[1], 1e-4);
+    program.unbind();
+}
+
+TEST_F(ZelUtilitiesTest, ColoursAreCorrectedAndAlphaIsKept)
+{
+    ASSERT_TRUE(link("gammaCorrect(vec4(u_Dir, 0.25), 2.2) + vec4(gammaCorrect(u_Dir, 2.0), 0.0)"));
+    ASSERT_TRUE(program.bind());
+    program.setUniform("u_Dir", QVector3D(0.0F, 0.5F, 1.0F));
+    const std::vector<float> result = captureOne();
+    EXPECT_NEAR(0.0, result[0], 1e-4);
+    EXPECT_NEAR(std::pow(0.5, 1 / 2.2) + std::pow(0.5, 1 / 2.0), result[1], 1e-4);
+    EXPECT_NEAR(2.0, result[2], 1e-4);
+    EXPECT_EQ(0.25F, result[3]);
+    program.unbind();
+}
+
+TEST_F(ZelUtilitiesTest, NormalsTurnByTheInverseTransposed)
+{
+    ASSERT_TRUE(link("vec4(mat3Rotation(u_Matrix) * u_Dir, 1.0)"));
+    ASSERT_TRUE(program.bind());
+    QMatrix4x4 matrix;
+    matrix.translate(5, 6, 7);
+    matrix.rotate(30, 1, 2, 3);
+    matrix.scale(1, 2, 4);
+    const QVector3D normal(0.3F, -0.5F, 0.8F);
+    program.setUniform("u_Matrix", matrix);
+    program.setUniform("u_Dir", normal);
+    const QVector3D expected = matrix.inverted().transposed().mapVector(normal);
+    const std::vector<float> result = captureOne();
+    EXPECT_NEAR(expected.x(), result[0], 1e-4);
+    EXPECT_NEAR(expected.y(), result[1], 1e-4);
+    EXPECT_NEAR(expected.z(), result[2], 1e-4);
+    program.unbind();
+}
+
+TEST_F(ZelUtilitiesTest, TheDrawIDIsTheUniform)
+{
+    ASSERT_TRUE(link("vec4(getDrawID())"));
+    ASSERT_TRUE(program.bind());
+    EXPECT_TRUE(program.setUniform(program.getUniformLocationNameID(), 7u));
+    EXPECT_EQ(7.0F, captureOne()[0]);
+    program.unbind();
+}
+
+TEST_F(ZelUtilitiesTest, TheDrawIDIsTheBaseInstanceAndTheInstance)
+{
+    if (!openGlVersionSupported(4, 2) || !context()->hasExtension("GL_ARB_shader_draw_parameters")) {
+        GTEST_SKIP() << "Needs GL_ARB_shader_draw_parameters";
+    }
+    const auto drawArrays = reinterpret_cast<PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC>(
+        getGLProcAddress("glDrawArraysInstancedBaseInstance", false));
+    DrawBuffers::useBaseInstanceDrawing(true);
+    DrawBuffers::setup(&processor);
+    ASSERT_TRUE(link("vec4(getDrawID())"));
+    EXPECT_EQ(-1, program.getUniformLocationNameID()) << "no uniform of that name is left";
+    ASSERT_TRUE(program.bind());
+    const std::vector<float> result = capture(3, [&] { drawArrays(GL_POINTS, 0, 1, 3, 40); });
+    EXPECT_EQ((std::vector<float>{40, 41, 42}), (std::vector<float>{result[0], result[4], result[8]}));
+    program.unbind();
+    DrawBuffers::useBaseInstanceDrawing(false);
+}
+
+TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesUnderEveryDefine)
+{
+    for (const bool baseInstance : {false, true}) {
+        if (baseInstance) {
+            processor.addDefine("DRAW_BUFFER_USE_BASE_INSTANCE", "1");
+        }
+        ShaderProgram full(nullptr);
+        full.setMacroProcessor(&processor);
+        full.setFragDataLocations({"out_FragColor"});
+        full.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
+        full.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        full.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+        full.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.glslc");
+        full.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.frag");
+        full.addShader(GL_FRAGMENT_SHADER,
+                       "#version 150\n"
+                       "#include \"DrawElementsIndirectCommand.glslh\"\n"
+                       "#include \"DrawElementsIndirectCommand.glslh\"\n" // guarded
+                       "#include \"ZelUtilities.glslh\"\n"
+                       "#include \"ZelUtilities.glslh\"\n"
+                       "in vec2 vo_TexCoord;\n"
+                       "out vec4 out_FragColor;\n"
+                       "void main()\n"
+                       "{\n"
+                       "    uint first = u_DrawElementsIndirectCommands[u_DrawID].firstIndex;\n"
+                       "    out_FragColor = gammaCorrect(vec4(vo_TexCoord, float(first), 1.0), 2.2);\n"
+                       "}\n",
+                       QString());
+        ASSERT_TRUE(full.link());
+        EXPECT_GE(full.getVertexAttributeLocation("va_TexCoord"), 0);
+        EXPECT_NE(GL_INVALID_INDEX, full.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"));
+        GLint size = 0;
+        glGetActiveUniformBlockiv(full.shaderProgramID(), 0, GL_UNIFORM_BLOCK_DATA_SIZE, &size);
+        EXPECT_EQ(100 * 32, size) << "the layout that the host fills";
+    }
+}
