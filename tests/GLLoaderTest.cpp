@@ -7,8 +7,8 @@
 
 namespace {
 
-/// A current context and a look-up that forgets. The table, and whether its load succeeded, live as long as the process:
-/// what needs them untouched is the first test of this file.
+/// A current context and a look-up that forgets. The table, and whether its load succeeded, live as long as
+/// the process: what needs them untouched is the first test of this file.
 class GLLoaderTest : public MessageTest
 {
 protected:

@@ -3,8 +3,9 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// Stands between the library and GLX for the time of its scope: hides entry points, hands out others, keeps the list
-/// of look-ups, and answers for the current GLX context. The test program must be made with FAKE_LOADER. One at a time.
+/// Stands between the library and GLX for the time of its scope: hides entry points, hands out others, keeps
+/// the list of look-ups, and answers for the current GLX context. The test program must be made with
+/// FAKE_LOADER. One at a time.
 ///
 /// Qt looks entry points up by the same road, so make contexts before something is hidden.
 class FakeLoader

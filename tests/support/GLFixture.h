@@ -4,11 +4,12 @@
 #include "MessageCapture.h"
 #include "TestContext.h"
 
-/// The fixture of all tests that need GL: a current debug context of the core profile with the library's functions
-/// initialised, one and the same for all tests of the process.
+/// The fixture of all tests that need GL: a current debug context of the core profile with the library's
+/// functions initialised, one and the same for all tests of the process.
 ///
-/// It judges silence. At its end, when the members of derived fixtures are gone, it fails on messages that the test did
-/// not take, on GL errors, on what the driver reported, and on GL names that are still alive. A missing context fails.
+/// It judges silence. At its end, when the members of derived fixtures are gone, it fails on messages that
+/// the test did not take, on GL errors, on what the driver reported, and on GL names that are still alive. A
+/// missing context fails.
 class GLTest : public MessageTest
 {
 protected:

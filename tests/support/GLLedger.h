@@ -4,8 +4,8 @@
 
 #include <memory>
 
-/// Keeps account of the GL names that pass through the library's table while it lives: what was made and not yet
-/// deleted, per kind and per name space, and deletes of names that are not alive.
+/// Keeps account of the GL names that pass through the library's table while it lives: what was made and not
+/// yet deleted, per kind and per name space, and deletes of names that are not alive.
 class GLLedger
 {
 public:

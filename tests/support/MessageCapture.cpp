@@ -137,6 +137,7 @@ testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expect
 
 MessageTest::~MessageTest()
 {
-    // Here, and not in TearDown(): the members of derived fixtures are gone by now and have said what they had to say.
+    // Here, and not in TearDown(): the members of derived fixtures are gone by now and have said what they
+    // had to say.
     EXPECT_MESSAGES() << "The test ended with messages that it did not take.";
 }

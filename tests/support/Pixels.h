@@ -10,7 +10,8 @@
 
 /// A picture of four floats a pixel, read back from GL or made by the test. Row 0 is the lowest, as in GL.
 ///
-/// The comparisons write what they compared as PNG into the build tree when they fail, under the name of the test.
+/// The comparisons write what they compared as PNG into the build tree when they fail, under the name of the
+/// test.
 class Pixels
 {
 public:
@@ -22,8 +23,8 @@ public:
     /// The depth of the read framebuffer, in every component.
     static Pixels ofDepth(int x, int y, int width, int height);
 
-    /// A level of a texture without integer format; layer is that of an array, the slice of a 3D texture or the face of
-    /// a cube. What the format does not have reads as GL fills it up.
+    /// A level of a texture without integer format; layer is that of an array, the slice of a 3D texture or
+    /// the face of a cube. What the format does not have reads as GL fills it up.
     static Pixels ofTexture(GLenum target, GLuint name, int level = 0, int layer = 0);
 
     int width() const { return _width; }

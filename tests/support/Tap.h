@@ -6,9 +6,9 @@
 #include <tuple>
 #include <vector>
 
-/// Stands in front of one entry point for the time of its scope: `Hook<&glBindBuffer>`, since the loader's macros make
-/// that a slot of the table. Hooks on one slot nest; each calls on to the one made before it, the first to the driver.
-/// Scopes end in reverse order.
+/// Stands in front of one entry point for the time of its scope: `Hook<&glBindBuffer>`, since the loader's
+/// macros make that a slot of the table. Hooks on one slot nest; each calls on to the one made before it, the
+/// first to the driver. Scopes end in reverse order.
 template <auto Slot> class Hook;
 
 template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)> class Hook<Slot>
@@ -33,7 +33,8 @@ public:
         *Slot = _driver;
     }
 
-    /// Puts a function in the place of the call; it may itself call original(). An empty one ends the replacement.
+    /// Puts a function in the place of the call; it may itself call original(). An empty one ends the
+    /// replacement.
     void replace(Function function) { _replacement = std::move(function); }
 
     /// The call as it would be without this hook.
@@ -70,7 +71,8 @@ public:
 
     size_t count() const { return _calls.size(); }
 
-    /// The arguments of all calls, in order: `EXPECT_EQ(std::make_tuple(GL_ARRAY_BUFFER, 0u), binds.calls().back())`.
+    /// The arguments of all calls, in order: `EXPECT_EQ(std::make_tuple(GL_ARRAY_BUFFER, 0u),
+    /// binds.calls().back())`.
     const std::vector<Call> &calls() const { return _calls; }
 
     /// Argument `Index` of the last call.

@@ -13,8 +13,8 @@ class QOpenGLFunctions_3_2_Core;
 
 /// A context of its own surface: version 4.5 or the best below, with the debug bit, never forward-compatible.
 ///
-/// What the driver reports through GL debug output as an error, as deprecated or as undefined behaviour is collected,
-/// whichever context it comes from.
+/// What the driver reports through GL debug output as an error, as deprecated or as undefined behaviour is
+/// collected, whichever context it comes from.
 class TestContext
 {
     Q_DISABLE_COPY(TestContext)
@@ -22,8 +22,8 @@ class TestContext
 public:
     enum Profile { eCore, eCompatibility };
 
-    /// Makes the context, and the application object if it is the first, and leaves it current. Null, with a failure
-    /// of the running test, when there is none or when it is not what was asked for.
+    /// Makes the context, and the application object if it is the first, and leaves it current. Null, with a
+    /// failure of the running test, when there is none or when it is not what was asked for.
     static std::unique_ptr<TestContext> create(Profile profile = eCore, TestContext *shareWith = nullptr);
     ~TestContext();
 

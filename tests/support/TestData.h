@@ -6,7 +6,8 @@
 /// ZELGL_TEST_DATA names, else under shared/data beside the source tree. Empty where there is no such file.
 QString testData(const QString &relativePath);
 
-/// Makes `QString path` the path of such a file, or skips the test, naming it: they do not come with the source.
+/// Makes `QString path` the path of such a file, or skips the test, naming it: they do not come with the
+/// source.
 #define ZEL_NEEDS_TEST_DATA(path, relativePath)                                                              \
     const QString path = testData(relativePath);                                                             \
     if (path.isEmpty())                                                                                      \

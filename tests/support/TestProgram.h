@@ -8,7 +8,8 @@
 
 #include <memory>
 
-/// A program of two stages, linked, or a failure of the running test. The processor, if any, is that of both stages.
+/// A program of two stages, linked, or a failure of the running test. The processor, if any, is that of both
+/// stages.
 inline std::unique_ptr<Orvane::Zel::ShaderProgram>
 makeProgram(const char *vertexSource, const char *fragmentSource,
             Orvane::Zel::GLSLMacroProcessor *processor = nullptr)

@@ -14,9 +14,10 @@ void setDefault(const char *variable, const QByteArray &value)
     }
 }
 
-/// What a test process needs of its environment, where the caller has not chosen: X through GLX, since Qt's "offscreen"
-/// platform cannot make a core context; a runtime folder, without which Qt logs; a shader cache that can be written,
-/// without which Mesa offers no program binaries; and a renderer of one thread, since tests run side by side.
+/// What a test process needs of its environment, where the caller has not chosen: X through GLX, since Qt's
+/// "offscreen" platform cannot make a core context; a runtime folder, without which Qt logs; a shader cache
+/// that can be written, without which Mesa offers no program binaries; and a renderer of one thread, since
+/// tests run side by side.
 void prepareEnvironment(const QTemporaryDir &folder)
 {
     setDefault("QT_QPA_PLATFORM", "xcb");
