@@ -296,17 +296,17 @@ TEST_F(TextureProcessingTest, ABlitTakesOverColourDepthOrBothOfDepthAndStencil)
         TextureFormat format;
         const void *data;
     };
-    const StateGuard before;
     for (const Case &c : {Case{RGBA, ones}, Case{DEPTH32F, depths}, Case{DEPTH24_STENCIL8, ones}}) {
         const unsigned int internalFormat = SizedInternalFormat(c.format);
         const auto from = filled(internalFormat, ExternalFormat(c.format), ExternalType(c.format), c.data);
         const auto to = filled(internalFormat, ExternalFormat(c.format), ExternalType(c.format), zeros);
+        const StateGuard before;
         BlitTexture(from.get(), to.get(), c.format, 2, 1);
+        EXPECT_EQ(QStringList(), before.changes());
         const auto expected = contents(*from, ExternalFormat(c.format), ExternalType(c.format));
         const auto actual = contents(*to, ExternalFormat(c.format), ExternalType(c.format));
         EXPECT_NE(0u, expected[0]);
         EXPECT_EQ((std::vector<quint32>{expected[0], expected[1], 0, 0}), actual) << c.format;
     }
-    EXPECT_EQ(QStringList(), before.changes());
     EXPECT_EQ(0, FramebufferObject::NumAlive());
 }
