@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QProcess>
 #include <QtGui/QImage>
+#include <QtGui/QPainter>
 
 #include <cmath>
 
@@ -210,8 +212,10 @@ TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
     EXPECT_TRUE(lines[0].contains(_files.path(QStringLiteral("picture0.png")) + QStringLiteral(", 640x360")));
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral("driver    "))
                 && lines[1].contains(QStringLiteral("OpenGL")));
-    EXPECT_EQ(lines[2],
-              QStringLiteral("model     8 meshes, 16 triangles, 3 materials; placed 8 times, 16 triangles"));
+    EXPECT_EQ(
+        lines[2],
+        QStringLiteral(
+            "model     8 meshes, 16 triangles, 3 materials, 0 textures; placed: 8 meshes, 16 triangles"));
     EXPECT_TRUE(lines[3].startsWith(QStringLiteral("draws     8 calls, 8 batches, 48 indices")))
         << qPrintable(lines[3]);
     EXPECT_TRUE(lines[4].startsWith(QStringLiteral("time      load ")));
@@ -272,6 +276,94 @@ TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
     EXPECT_LT(plain.blue(), 60);
     EXPECT_GT(through.blue(), plain.blue() + 60);
     EXPECT_GT(through.red(), 120);
+}
+
+/// The leading channels of a picture's quarters: left upper, right upper, left lower, right lower.
+std::vector<int> quarters(const QImage &image)
+{
+    std::vector<int> channels;
+    for (const QPointF &place :
+         {QPointF(0.3, 0.3), QPointF(0.7, 0.3), QPointF(0.3, 0.7), QPointF(0.7, 0.7)}) {
+        channels.push_back(leadingChannel(
+            image.pixelColor(int(place.x() * image.width()), int(place.y() * image.height()))));
+    }
+    return channels;
+}
+
+/// A PNG of four quarters: red, green, blue and white, row by row from the top.
+QByteArray fourColours()
+{
+    QImage image(32, 32, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.fillRect(0, 0, 16, 16, QColor(200, 0, 0));
+    painter.fillRect(16, 0, 16, 16, QColor(0, 200, 0));
+    painter.fillRect(0, 16, 16, 16, QColor(0, 0, 200));
+    painter.end();
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "png");
+    return bytes;
+}
+
+const std::vector<int> kFourColours{0, 1, 2, -1};
+
+TEST_F(ZelviewTest, TexturesBesideTheModelAreShownUprightWhateverTheSlashes)
+{
+    _files.write(QStringLiteral("four.png"), fourColours());
+    for (const QByteArray &name : {QByteArray("four.png"), QByteArray("C:\\models\\four.png")}) {
+        _files.write(QStringLiteral("m.mtl"), "newmtl m\nKd 1 1 1\nmap_Kd " + name + "\n");
+        const QString model = _files.write(QStringLiteral("m.obj"),
+                                           "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n"
+                                           "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nf 1/1 2/2 3/3 4/4\n");
+        EXPECT_EQ(quarters(picture(kFront + QStringList{model, "--size", "100x100"})), kFourColours);
+    }
+}
+
+TEST_F(ZelviewTest, EmbeddedTexturesAreShownUpright)
+{
+    const float numbers[] = {0, 0, 0, 1, 0, 0, 1, 1,
+                             0, 0, 1, 0, /* texture coordinates, from the upper left: */
+                             0, 1, 1, 1, 1, 0, 0, 0};
+    const quint16 corners[] = {0, 1, 2, 0, 2, 3};
+    const QByteArray bytes = QByteArray(reinterpret_cast<const char *>(numbers), sizeof(numbers))
+                             + QByteArray(reinterpret_cast<const char *>(corners), sizeof(corners));
+    QByteArray text = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+        "meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,"material":0}]}],
+        "materials":[{"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0}}],
+        "textures":[{"source":0}],"images":[{"uri":"data:image/png;base64,$"}],
+        "accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
+                     {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
+                     {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}],
+        "bufferViews":[{"buffer":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":32},
+                       {"buffer":0,"byteOffset":80,"byteLength":12}],
+        "buffers":[{"byteLength":92,"uri":"data:application/octet-stream;base64,@"}]})";
+    text.replace("@", bytes.toBase64()).replace("$", fourColours().toBase64());
+    const QString model = _files.write(QStringLiteral("m.gltf"), text);
+    EXPECT_EQ(quarters(picture(kFront + QStringList{model, "--size", "100x100"})), kFourColours);
+}
+
+TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
+{
+    const QByteArray mesh = "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n";
+    const QString model = _files.write(QStringLiteral("m.obj"), mesh);
+    const QString target = _files.path(QStringLiteral("out.png"));
+    _files.write(QStringLiteral("broken.png"), "no picture");
+    const struct
+    {
+        const char *file;
+        const char *remark;
+    } kCases[] = {{"none.png", "zelview: texture 'none.png' is missing, and drawn white\n"},
+                  {"broken.png", "zelview: texture 'broken.png' cannot be read, and is drawn white\n"}};
+    for (const auto &wrong : kCases) {
+        _files.write(QStringLiteral("m.mtl"),
+                     QByteArray("newmtl m\nKd 0.9 0.1 0.1\nmap_Kd ") + wrong.file + "\n");
+        const Ending ending =
+            runZelview(kFront + QStringList{model, "--offscreen", target, "--size", "100x100"});
+        EXPECT_EQ(ending.code, 0);
+        EXPECT_EQ(ending.errors, QString::fromLatin1(wrong.remark));
+        EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0})); // its colour, times white
+    }
 }
 
 TEST_F(ZelviewTest, AnOldPictureIsReplacedWholeOrKept)

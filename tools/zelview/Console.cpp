@@ -1,5 +1,6 @@
 #include "Console.h"
 
+#include <QtCore/QRegularExpression>
 #include <QtCore/QtGlobal>
 
 #include <cstdio>
@@ -11,6 +12,8 @@ namespace {
 
 bool gVerbose = false;
 bool gStarted = false;
+bool gCollecting = false;
+QString gLastWarning;
 
 /// The least level that is shown.
 bool isShown(QtMsgType level)
@@ -25,7 +28,9 @@ void handleMessage(QtMsgType level, const QMessageLogContext &, const QString &t
                           : QStringLiteral("no display to draw on (is DISPLAY set and its server running?)"));
         std::_Exit(int(ExitCode::eGL)); // returning would make Qt abort the process
     }
-    if (isShown(level)) {
+    if (gCollecting && level == QtWarningMsg) {
+        gLastWarning = text;
+    } else if (isShown(level)) {
         complain(text);
     }
 }
@@ -49,6 +54,23 @@ void install(bool verbose)
 void started()
 {
     gStarted = true;
+}
+
+Collector::Collector()
+{
+    gCollecting = true;
+    gLastWarning.clear();
+}
+
+Collector::~Collector()
+{
+    gCollecting = false;
+}
+
+QString Collector::lastWarning() const
+{
+    static const QRegularExpression kPlace(QStringLiteral("^\\[[^\\]]*:\\d+\\] "));
+    return QString(gLastWarning).remove(kPlace);
 }
 
 void say(const QString &line)

@@ -17,6 +17,19 @@ void install(bool verbose);
 /// The graphics stand: from now on what the library reports is shown.
 void started();
 
+/// Keeps warnings back in its scope, for those who have a better line for what went wrong. Does not nest.
+class Collector
+{
+    Q_DISABLE_COPY(Collector)
+
+public:
+    Collector();
+    ~Collector();
+
+    /// What the last warning said, without the place in the source that it came from; empty when there was none.
+    QString lastWarning() const;
+};
+
 /// A line on stdout.
 void say(const QString &line);
 

@@ -53,6 +53,7 @@ DrawRecord toRecord(const Draw &draw, const Material &material)
     copy(material.emission, record.emission);
     record.metalness = material.metalness;
     record.roughness = material.roughness;
+    record.alphaCutoff = material.isBlended ? 0.0f : material.alphaCutoff;
     return record;
 }
 

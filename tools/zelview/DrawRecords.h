@@ -20,7 +20,8 @@ struct DrawRecord
     float emission[4]; ///< the last is unused
     float metalness;
     float roughness;
-    float unused[2];
+    float alphaCutoff; ///< 0: blended; otherwise less opaque parts are left out, and the rest is opaque
+    float unused;
 };
 
 /// A scene's records, cut into uniform blocks of equal size.

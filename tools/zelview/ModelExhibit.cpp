@@ -1,6 +1,7 @@
 #include "ModelExhibit.h"
 
 #include "Backdrop.h"
+#include "Console.h"
 #include "ModelLoader.h"
 #include "ModelRenderer.h"
 #include "Options.h"
@@ -12,6 +13,11 @@ namespace {
 float aspectOf(const QSize &viewport)
 {
     return float(viewport.width()) / float(viewport.height());
+}
+
+QString counted(size_t count, const char *one, const char *many)
+{
+    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
 }
 
 } // namespace
@@ -35,12 +41,15 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 
 QStringList ModelExhibit::describe() const
 {
-    return {QStringLiteral("model     %1 meshes, %2 triangles, %3 materials; placed %4 times, %5 triangles")
-                .arg(_scene.meshes.size())
-                .arg(_scene.indices.size() / 3)
-                .arg(_scene.materials.size())
-                .arg(_scene.draws.size())
-                .arg(_scene.placedTriangles())};
+    const QString inFile = QStringLiteral("model     %1, %2, %3, %4")
+                               .arg(counted(_scene.meshes.size(), "mesh", "meshes"))
+                               .arg(counted(_scene.indices.size() / 3, "triangle", "triangles"))
+                               .arg(counted(_scene.materials.size(), "material", "materials"))
+                               .arg(counted(_scene.textures.size(), "texture", "textures"));
+    return {QStringLiteral("%1; placed: %2, %3")
+                .arg(inFile)
+                .arg(counted(_scene.draws.size(), "mesh", "meshes"))
+                .arg(counted(size_t(_scene.placedTriangles()), "triangle", "triangles"))};
 }
 
 Failure ModelExhibit::putUp(Programs &programs, const Options &options)
@@ -52,6 +61,9 @@ Failure ModelExhibit::putUp(Programs &programs, const Options &options)
     Expected<std::unique_ptr<ModelRenderer>> renderer = ModelRenderer::create(_scene, programs, options);
     if (!renderer) {
         return renderer.problem();
+    }
+    for (const QString &remark : _scene.remarks + (*renderer)->remarks()) {
+        Console::complain(remark);
     }
     _backdrop = std::move(*backdrop);
     _renderer = std::move(*renderer);

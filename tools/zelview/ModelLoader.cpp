@@ -1,9 +1,10 @@
 #include "ModelLoader.h"
 
+#include "MaterialLoader.h"
+
 #include <QtCore/QFileInfo>
 
 #include <assimp/Importer.hpp>
-#include <assimp/material.h>
 #include <assimp/mesh.h>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
@@ -24,9 +25,6 @@ constexpr unsigned int kSteps =
 
 /// Edges sharper than this stay edges where normals are generated; degrees.
 constexpr float kSmoothingAngle = 40.0f;
-
-/// What a material without a word about gloss gets: satin shows form better than chalk.
-constexpr float kUnspokenRoughness = 0.45f;
 
 /// Beyond it squares of lengths leave the range of float.
 constexpr float kMaxCoordinate = 1e15f;
@@ -53,78 +51,12 @@ QMatrix4x4 toMatrix(const aiMatrix4x4 &m)
     return {m.a1, m.a2, m.a3, m.a4, m.b1, m.b2, m.b3, m.b4, m.c1, m.c2, m.c3, m.c4, m.d1, m.d2, m.d3, m.d4};
 }
 
-float toLinear(float encoded)
-{
-    return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
-}
-
 quint8 toByte(float unit)
 {
     return quint8(std::lround(255.0f * std::clamp(unit, 0.0f, 1.0f)));
 }
 
-/// A number of the material, or the default.
-float number(const aiMaterial &source, const char *key, unsigned int type, unsigned int index,
-             float byDefault)
-{
-    float value = byDefault;
-    return source.Get(key, type, index, value) == aiReturn_SUCCESS && std::isfinite(value) ? value
-                                                                                           : byDefault;
-}
-
-/// glTF states linear base colours; the other formats mean their diffuse colours as they look on a screen.
-QVector4D baseColor(const aiMaterial &source)
-{
-    aiColor4D color;
-    if (source.Get(AI_MATKEY_BASE_COLOR, color) == aiReturn_SUCCESS) {
-        return {color.r, color.g, color.b, color.a};
-    }
-    if (source.Get(AI_MATKEY_COLOR_DIFFUSE, color) != aiReturn_SUCCESS) {
-        return Material().baseColor;
-    }
-    return {toLinear(color.r), toLinear(color.g), toLinear(color.b), number(source, AI_MATKEY_OPACITY, 1.0f)};
-}
-
-bool isBlended(const aiMaterial &source, float opacity)
-{
-    aiString mode;
-    if (source.Get("$mat.gltf.alphaMode", 0, 0, mode) == aiReturn_SUCCESS) {
-        return mode == aiString("BLEND");
-    }
-    return opacity < 1.0f;
-}
-
-float roughness(const aiMaterial &source)
-{
-    const float stated = number(source, AI_MATKEY_ROUGHNESS_FACTOR, -1.0f);
-    const float metalness = number(source, AI_MATKEY_METALLIC_FACTOR, 0.0f);
-    // Exporters of plain colours leave glTF's default of 1.
-    const bool isUnspoken =
-        stated >= 1.0f && metalness <= 0.0f && source.GetTextureCount(aiTextureType_BASE_COLOR) == 0;
-    if (stated >= 0.0f) {
-        return isUnspoken ? kUnspokenRoughness : std::min(stated, 1.0f);
-    }
-    const float shininess = number(source, AI_MATKEY_SHININESS, 0.0f);
-    // Width of a Phong lobe in terms of the distribution of normals: Walter et al., 2007, a^2 = 2 / (n + 2).
-    return shininess > 1.0f ? std::pow(2.0f / (shininess + 2.0f), 0.25f) : kUnspokenRoughness;
-}
-
-Material toMaterial(const aiMaterial &source)
-{
-    Material material;
-    material.name = QString::fromUtf8(source.GetName().C_Str());
-    material.baseColor = baseColor(source);
-    material.metalness = std::clamp(number(source, AI_MATKEY_METALLIC_FACTOR, 0.0f), 0.0f, 1.0f);
-    material.roughness = roughness(source);
-    material.isBlended = isBlended(source, material.baseColor.w());
-    aiColor4D emission;
-    if (source.Get(AI_MATKEY_COLOR_EMISSIVE, emission) == aiReturn_SUCCESS) {
-        material.emission = {emission.r, emission.g, emission.b};
-    }
-    return material;
-}
-
-Vertex toVertex(const aiMesh &source, unsigned int index)
+Vertex toVertex(const aiMesh &source, unsigned int index, unsigned int texCoords)
 {
     Vertex vertex{{}, {0.0f, 1.0f, 0.0f}, {}, {255, 255, 255, 255}};
     const aiVector3D &position = source.mVertices[index];
@@ -133,8 +65,8 @@ Vertex toVertex(const aiMesh &source, unsigned int index)
         const aiVector3D &normal = source.mNormals[index];
         vertex.normal = {normal.x, normal.y, normal.z};
     }
-    if (source.HasTextureCoords(0)) {
-        const aiVector3D &texCoord = source.mTextureCoords[0][index];
+    if (source.HasTextureCoords(texCoords)) {
+        const aiVector3D &texCoord = source.mTextureCoords[texCoords][index];
         vertex.texCoord = {texCoord.x, texCoord.y};
     }
     if (source.HasVertexColors(0)) {
@@ -152,8 +84,9 @@ Mesh appendMesh(const aiMesh &source, Scene &scene)
     mesh.firstVertex = quint32(scene.vertices.size());
     mesh.vertexCount = source.mNumVertices;
     mesh.material = int(source.mMaterialIndex);
+    const unsigned int texCoords = scene.materials[source.mMaterialIndex].texCoords;
     for (unsigned int i = 0; i < source.mNumVertices; ++i) {
-        scene.vertices.push_back(toVertex(source, i));
+        scene.vertices.push_back(toVertex(source, i, texCoords));
     }
     for (unsigned int i = 0; i < source.mNumFaces; ++i) {
         const aiFace &face = source.mFaces[i];
@@ -229,12 +162,7 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
         return inputProblem(path, QStringLiteral("is too large: its vertices do not fit into one buffer"));
     }
     Scene scene;
-    for (unsigned int i = 0; i < source.mNumMaterials; ++i) {
-        scene.materials.push_back(toMaterial(*source.mMaterials[i]));
-    }
-    if (scene.materials.empty()) {
-        scene.materials.emplace_back();
-    }
+    loadMaterials(source, path, scene);
     for (unsigned int i = 0; i < source.mNumMeshes; ++i) {
         scene.meshes.push_back(appendMesh(*source.mMeshes[i], scene));
     }

@@ -82,6 +82,7 @@ QVector3D centerOf(const Scene &scene, const Draw &draw)
 ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, int limit)
     : _scene(scene)
     , _drawIDPath(options.drawIDPath)
+    , _textures(scene.textures)
     , _records(scene, limit)
     , _frame(makeUniformBlock("u_Frame"))
 {
@@ -157,6 +158,9 @@ void ModelRenderer::sortOutDraws()
         (isBlended ? _blended : _opaque).push_back(int(i));
         _centers.push_back(isBlended ? centerOf(_scene, draw) : QVector3D());
     }
+    // Draws of one texture go together; the file's order decides among them.
+    std::stable_sort(_opaque.begin(), _opaque.end(),
+                     [&](int a, int b) { return textureOf(a) < textureOf(b); });
 }
 
 ModelRenderer::UnitPointer ModelRenderer::newUnit() const
@@ -244,13 +248,16 @@ void ModelRenderer::sortBlended(const QVector3D &eye)
 
 void ModelRenderer::drawInOrder(const std::vector<int> &draws)
 {
-    // Neighbours of one block go together.
+    // Neighbours of one block and one texture are a run.
     QVector<int> drawIDs;
     for (size_t i = 0; i < draws.size(); ++i) {
         const int block = draws[i] / _records.blockLength();
+        const int texture = textureOf(draws[i]);
         drawIDs.append(draws[i] - _records.firstDraw(block));
-        if (i + 1 == draws.size() || draws[i + 1] / _records.blockLength() != block) {
-            drawOfBlock(block, drawIDs);
+        const bool isLast = i + 1 == draws.size() || draws[i + 1] / _records.blockLength() != block
+                            || textureOf(draws[i + 1]) != texture;
+        if (isLast) {
+            drawRun(block, texture, drawIDs);
             drawIDs.clear();
         }
     }
@@ -260,9 +267,18 @@ void ModelRenderer::drawInOrder(const std::vector<int> &draws)
     }
 }
 
-void ModelRenderer::drawOfBlock(int block, const QVector<int> &drawIDs)
+int ModelRenderer::textureOf(int draw) const
 {
+    const Mesh &mesh = _scene.meshes[size_t(_scene.draws[size_t(draw)].mesh)];
+    return _scene.materials[size_t(mesh.material)].baseColorTexture;
+}
+
+void ModelRenderer::drawRun(int block, int texture, const QVector<int> &drawIDs)
+{
+    Texture *map = _textures.texture(texture);
     const AutoBinder boundRecords(_records.block(block));
+    const AutoBinder boundMap(map);
+    _program->setUniform(_program->getUniformLocation(QStringLiteral("u_BaseColorMap")), int(map->unit()));
     if (_drawIDPath == DrawIDPath::eUniform) {
         drawUnit(_units[size_t(block)].data(), &drawIDs);
         return;

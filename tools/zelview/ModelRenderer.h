@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DrawRecords.h"
+#include "ModelTextures.h"
 #include "Options.h"
 #include "Outcome.h"
 #include "Programs.h"
@@ -41,6 +42,9 @@ public:
     /// Into the bound framebuffer, opaque draws first.
     void draw(const OrbitCamera &camera, float aspect);
 
+    /// Textures that could not be read, in words.
+    const QStringList &remarks() const { return _textures.remarks(); }
+
     /// The counters of the last draw().
     QString describeFrame() const;
 
@@ -58,19 +62,21 @@ private:
     void uploadFrame(const OrbitCamera &camera, float aspect);
     void sortBlended(const QVector3D &eye);
     void drawInOrder(const std::vector<int> &draws);
-    void drawOfBlock(int block, const QVector<int> &drawIDs);
+    int textureOf(int draw) const;
+    void drawRun(int block, int texture, const QVector<int> &drawIDs);
     void drawUnit(Orvane::Zel::DrawBuffers *unit, const QVector<int> *commands);
 
     const Scene &_scene;
     DrawIDPath _drawIDPath;
     ProgramPointer _program;
+    ModelTextures _textures;
     DrawRecords _records;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
     QSharedPointer<Orvane::Zel::VertexArrayObject> _vertexArray;
     QSharedPointer<Orvane::Zel::BufferObject> _indexBuffer;
     std::vector<UnitPointer> _units; ///< by block, or by draw on the base-instance path
 
-    std::vector<int> _opaque; ///< draws
+    std::vector<int> _opaque; ///< draws, by texture
     std::vector<int> _blended;
     std::vector<QVector3D> _centers; ///< of all draws, in the world
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtGui/QImage>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector3D>
 #include <QtGui/QVector4D>
@@ -44,6 +47,19 @@ struct Mesh
     int material = 0;
 };
 
+/// An image that materials name: a file, or bytes or pixels inside the model's own file.
+struct TextureSource
+{
+    enum Wrap { eRepeat, eClamp, eMirror };
+
+    QString name;       ///< as the model states it
+    QString path;       ///< of the file
+    QByteArray encoded; ///< an image file's contents, embedded
+    QImage pixels;      ///< embedded as they are
+    Wrap wrapU = eRepeat;
+    Wrap wrapV = eRepeat;
+};
+
 /// Metal-roughness shading; colours are linear.
 struct Material
 {
@@ -51,8 +67,11 @@ struct Material
     QVector4D baseColor{0.8f, 0.8f, 0.8f, 1.0f}; ///< alpha is opacity
     QVector3D emission;
     float metalness = 0.0f;
-    float roughness = 0.5f; ///< perceptual: the square of it goes into the distribution of normals
-    bool isBlended = false; ///< drawn behind the opaque ones, from back to front
+    float roughness = 0.5f;     ///< perceptual: the square of it goes into the distribution of normals
+    int baseColorTexture = -1;  ///< multiplies the colour; -1: none
+    unsigned int texCoords = 0; ///< which of a mesh's sets that texture takes
+    float alphaCutoff = -1.0f;  ///< less opaque parts are left out
+    bool isBlended = false;     ///< drawn behind the opaque ones, from back to front
 };
 
 /// One mesh in one place.
@@ -71,8 +90,10 @@ struct Scene
     std::vector<quint32> indices;
     std::vector<Mesh> meshes;
     std::vector<Material> materials;
+    std::vector<TextureSource> textures;
     std::vector<Draw> draws;
-    Box bounds; ///< of all draws, in the world
+    Box bounds;          ///< of all draws, in the world
+    QStringList remarks; ///< what is missing, in words
 
     /// Triangles drawn; a mesh counts as often as it is drawn.
     qint64 placedTriangles() const;

@@ -1,12 +1,15 @@
 // The surface of a model in the light of the studio.
-// In:  what model.vert puts out.
+// In:  what model.vert puts out; u_BaseColorMap, linear, white where the material has none.
 // Out: what a screen can show of the light that reaches the eye, linear, premultiplied by opacity.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 in vec3 vo_Position;
 in vec3 vo_Normal;
+in vec2 vo_TexCoord;
 in vec4 vo_Color;
 flat in uint vo_DrawID;
+
+uniform sampler2D u_BaseColorMap;
 
 out vec4 out_FragColor;
 
@@ -27,9 +30,14 @@ vec3 facingNormal(vec3 toEye)
 void main()
 {
     vec3 toEye = normalize(u_Eye.xyz - vo_Position);
-    vec4 color = u_Draws[vo_DrawID].baseColor * vo_Color;
+    vec4 color = u_Draws[vo_DrawID].baseColor * vo_Color * texture(u_BaseColorMap, vo_TexCoord);
+    float cutoff = u_Draws[vo_DrawID].alphaCutoff;
+    if (color.a < cutoff) {
+        discard;
+    }
+    float opacity = cutoff == 0.0 ? color.a : 1.0;
     Surface surface = makeSurface(color.rgb, u_Draws[vo_DrawID].metalness, u_Draws[vo_DrawID].roughness,
                                   facingNormal(toEye), toEye);
     vec3 radiance = shade(surface) + u_Draws[vo_DrawID].emission.rgb;
-    out_FragColor = vec4(toneMap(radiance) * color.a, color.a);
+    out_FragColor = vec4(toneMap(radiance) * opacity, opacity);
 }

@@ -1,0 +1,229 @@
+#include "MaterialLoader.h"
+
+#include "Scene.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <assimp/GltfMaterial.h>
+#include <assimp/material.h>
+#include <assimp/scene.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace zelview {
+
+namespace {
+
+/// What a material without a word about gloss gets: satin shows form better than chalk.
+constexpr float kUnspokenRoughness = 0.45f;
+
+/// In the place of a map of roughness and metalness, whose factors alone would make all of it metal.
+constexpr float kMappedRoughness = 0.65f;
+
+float toLinear(float encoded)
+{
+    return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
+}
+
+/// A number of the material, or the default.
+float number(const aiMaterial &source, const char *key, unsigned int type, unsigned int index,
+             float byDefault)
+{
+    float value = byDefault;
+    return source.Get(key, type, index, value) == aiReturn_SUCCESS && std::isfinite(value) ? value
+                                                                                           : byDefault;
+}
+
+/// glTF states linear base colours; the other formats mean their diffuse colours as they look on a screen.
+QVector4D baseColor(const aiMaterial &source)
+{
+    aiColor4D color;
+    if (source.Get(AI_MATKEY_BASE_COLOR, color) == aiReturn_SUCCESS) {
+        return {color.r, color.g, color.b, color.a};
+    }
+    if (source.Get(AI_MATKEY_COLOR_DIFFUSE, color) != aiReturn_SUCCESS) {
+        return Material().baseColor;
+    }
+    return {toLinear(color.r), toLinear(color.g), toLinear(color.b), number(source, AI_MATKEY_OPACITY, 1.0f)};
+}
+
+bool hasSurfaceMap(const aiMaterial &source)
+{
+    return source.GetTextureCount(aiTextureType_METALNESS) > 0
+           || source.GetTextureCount(aiTextureType_DIFFUSE_ROUGHNESS) > 0
+           || source.GetTextureCount(aiTextureType_UNKNOWN) > 0; // glTF's metallic-roughness map, to assimp
+}
+
+/// Metalness and roughness, by what the format states.
+void readSurface(const aiMaterial &source, Material &material)
+{
+    const float metalness = number(source, AI_MATKEY_METALLIC_FACTOR, 0.0f);
+    const float stated = number(source, AI_MATKEY_ROUGHNESS_FACTOR, -1.0f);
+    const float shininess = number(source, AI_MATKEY_SHININESS, 0.0f);
+    if (hasSurfaceMap(source)) {
+        material.roughness = kMappedRoughness;
+        return;
+    }
+    material.metalness = std::clamp(metalness, 0.0f, 1.0f);
+    // Exporters of plain colours leave glTF's default of 1.
+    const bool isUnspoken = stated >= 1.0f && metalness <= 0.0f && material.baseColorTexture < 0;
+    if (stated >= 0.0f) {
+        material.roughness = isUnspoken ? kUnspokenRoughness : std::min(stated, 1.0f);
+    } else if (shininess > 1.0f) {
+        // Width of a Phong lobe in terms of the distribution of normals: Walter et al., 2007, a^2 = 2 / (n + 2).
+        material.roughness = std::pow(2.0f / (shininess + 2.0f), 0.25f);
+    } else {
+        material.roughness = kUnspokenRoughness;
+    }
+}
+
+/// What becomes of parts that are not opaque.
+void readOpacity(const aiMaterial &source, Material &material)
+{
+    aiString mode;
+    if (source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) != aiReturn_SUCCESS) {
+        material.isBlended = material.baseColor.w() < 1.0f;
+        return;
+    }
+    material.isBlended = mode == aiString("BLEND");
+    if (mode == aiString("MASK")) {
+        material.alphaCutoff = number(source, AI_MATKEY_GLTF_ALPHACUTOFF, 0.5f);
+    }
+}
+
+TextureSource::Wrap toWrap(aiTextureMapMode mode)
+{
+    switch (mode) {
+    case aiTextureMapMode_Clamp:
+    case aiTextureMapMode_Decal:
+        return TextureSource::eClamp;
+    case aiTextureMapMode_Mirror:
+        return TextureSource::eMirror;
+    default:
+        return TextureSource::eRepeat;
+    }
+}
+
+/// The file that a model means by this name; empty when there is none.
+QString findFile(QString name, const QDir &folder)
+{
+    name.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    const QString alone = name.section(QLatin1Char('/'), -1); // paths of the machine where the model was made
+    for (const QString &candidate : {folder.filePath(name), folder.filePath(alone)}) {
+        if (QFileInfo(candidate).isFile()) {
+            return candidate;
+        }
+    }
+    return {};
+}
+
+void takeEmbedded(const aiTexture &embedded, TextureSource &target)
+{
+    if (embedded.mHeight == 0) {
+        target.encoded = QByteArray(reinterpret_cast<const char *>(embedded.pcData), int(embedded.mWidth));
+        return;
+    }
+    // assimp's texels are what Qt calls ARGB32.
+    const auto *bytes = reinterpret_cast<const uchar *>(embedded.pcData);
+    target.pixels = QImage(bytes, int(embedded.mWidth), int(embedded.mHeight), QImage::Format_ARGB32).copy();
+}
+
+/// The scene's textures under construction: each image and way to wrap once.
+class TextureList
+{
+public:
+    TextureList(const aiScene &source, const QString &modelPath, Scene &scene)
+        : _source(source)
+        , _folder(QFileInfo(modelPath).absoluteDir())
+        , _scene(scene)
+    {
+    }
+
+    /// The index of a texture, or -1 when the image is missing.
+    int indexOf(const aiString &name, TextureSource::Wrap wrapU, TextureSource::Wrap wrapV)
+    {
+        TextureSource texture;
+        texture.name = QString::fromUtf8(name.C_Str());
+        texture.wrapU = wrapU;
+        texture.wrapV = wrapV;
+        const auto known =
+            std::find_if(_scene.textures.begin(), _scene.textures.end(), [&](const TextureSource &other) {
+                return other.name == texture.name && other.wrapU == wrapU && other.wrapV == wrapV;
+            });
+        if (known != _scene.textures.end()) {
+            return int(known - _scene.textures.begin());
+        }
+        if (const aiTexture *embedded = _source.GetEmbeddedTexture(name.C_Str())) {
+            takeEmbedded(*embedded, texture);
+        } else {
+            texture.path = findFile(texture.name, _folder);
+            if (texture.path.isEmpty()) {
+                remarkMissing(texture.name);
+                return -1;
+            }
+        }
+        _scene.textures.push_back(texture);
+        return int(_scene.textures.size()) - 1;
+    }
+
+private:
+    void remarkMissing(const QString &name)
+    {
+        const QString remark = QStringLiteral("texture '%1' is missing, and drawn white").arg(name);
+        if (!_scene.remarks.contains(remark)) {
+            _scene.remarks.append(remark);
+        }
+    }
+
+    const aiScene &_source;
+    QDir _folder;
+    Scene &_scene;
+};
+
+void readBaseColorTexture(const aiMaterial &source, TextureList &textures, Material &material)
+{
+    for (const aiTextureType type : {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE}) {
+        aiString name;
+        unsigned int texCoords = 0;
+        aiTextureMapMode wrap[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
+        if (source.GetTexture(type, 0, &name, nullptr, &texCoords, nullptr, nullptr, wrap)
+            == aiReturn_SUCCESS) {
+            material.baseColorTexture = textures.indexOf(name, toWrap(wrap[0]), toWrap(wrap[1]));
+            material.texCoords = std::min(texCoords, AI_MAX_NUMBER_OF_TEXTURECOORDS - 1u);
+            return;
+        }
+    }
+}
+
+Material toMaterial(const aiMaterial &source, TextureList &textures)
+{
+    Material material;
+    material.name = QString::fromUtf8(source.GetName().C_Str());
+    material.baseColor = baseColor(source);
+    readBaseColorTexture(source, textures, material);
+    readSurface(source, material);
+    readOpacity(source, material);
+    aiColor4D emission;
+    if (source.Get(AI_MATKEY_COLOR_EMISSIVE, emission) == aiReturn_SUCCESS
+        && source.GetTextureCount(aiTextureType_EMISSIVE) == 0) { // the factor of a map says nothing alone
+        material.emission = {emission.r, emission.g, emission.b};
+    }
+    return material;
+}
+
+} // namespace
+
+void loadMaterials(const aiScene &source, const QString &path, Scene &scene)
+{
+    TextureList textures(source, path, scene);
+    for (unsigned int i = 0; i < source.mNumMaterials; ++i) {
+        scene.materials.push_back(toMaterial(*source.mMaterials[i], textures));
+    }
+    if (scene.materials.empty()) {
+        scene.materials.emplace_back();
+    }
+}
+
+} // namespace zelview
