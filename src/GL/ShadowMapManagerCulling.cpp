@@ -1,0 +1,394 @@
+#include "ShadowMapManagerCulling.h"
+
+#include "PlaneClipper.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Orvane { namespace Zel {
+
+namespace {
+
+constexpr float kBlur = 0.0005f;
+constexpr float kMargin = 0.99f; ///< against bleeding at the edges of a map
+constexpr float kLeastDepth = 1e-5f;
+constexpr float kFaceAngle = 91.0f;
+constexpr int kMostFaces = 6;
+constexpr float kQuarterPi = 0.7853982f;
+constexpr float kThreeQuarterPi = 2.3561945f;
+
+/// Corners of the planes of a frustum: near, far, and the four sides.
+constexpr int kPlaneCorners[6][3] = {{0, 1, 3}, {4, 6, 7}, {6, 4, 0}, {7, 6, 2}, {5, 7, 3}, {4, 5, 1}};
+
+Plane cornerPlane(const QVector<QVector3D> &corners, int plane)
+{
+    const int *numbers = kPlaneCorners[plane];
+    return Plane(corners.at(numbers[0]), corners.at(numbers[1]), corners.at(numbers[2]));
+}
+
+/// Numbers the corners of a mirrored volume anew, so that its planes face outward.
+void faceOutward(QVector<QVector3D> &corners)
+{
+    if (cornerPlane(corners, 0).DistanceTo(corners.at(4)) > 0.0f) {
+        for (int i = 0; i < 8; i += 2) {
+            std::swap(corners[i], corners[i + 1]);
+        }
+    }
+}
+
+QVector<Plane> planesOf(const QVector<QVector3D> &corners)
+{
+    QVector<Plane> planes;
+    planes.reserve(6);
+    for (int plane = 0; plane < 6; ++plane) {
+        planes.append(cornerPlane(corners, plane));
+    }
+    return planes;
+}
+
+QVector<QVector3D> mapped(const QVector<QVector3D> &points, const QMatrix4x4 &matrix)
+{
+    QVector<QVector3D> result;
+    result.reserve(points.size());
+    for (const QVector3D &point : points) {
+        result.append(matrix.map(point));
+    }
+    return result;
+}
+
+/// The end of the cascades at one plane of the camera: the plane, where the scene
+/// reaches it, and otherwise the corner of the scene closest to it.
+QVector3D cascadeEnd(const Plane &plane, const Plane &opposite, const QVector<QVector3D> &sceneCorners)
+{
+    QVector3D closest;
+    float best = plane.DistanceTo(opposite.normal * opposite.distance);
+    for (const QVector3D &corner : sceneCorners) {
+        const float distance = plane.DistanceTo(corner);
+        if (distance >= 0.0f) {
+            return plane.normal * plane.distance;
+        }
+        if (distance >= best) {
+            best = distance;
+            closest = corner;
+        }
+    }
+    return closest;
+}
+
+/// The rotations of a point light's faces, by column.
+QMatrix4x4 faceRotation(int face)
+{
+    static constexpr float columns[kMostFaces][3][3] = {
+        {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}},   {{0, 1, 0}, {0, 0, 1}, {1, 0, 0}},
+        {{0, 1, 0}, {0, 0, -1}, {-1, 0, 0}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}},
+        {{0, 0, 1}, {-1, 0, 0}, {0, -1, 0}}, {{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}},
+    };
+    QMatrix4x4 rotation;
+    for (int i = 0; i < 3; ++i) {
+        const float *column = columns[face][i];
+        rotation.setColumn(i, QVector4D(column[0], column[1], column[2], 0.0f));
+    }
+    return rotation;
+}
+
+int faceCount(float spotCutoff)
+{
+    if (spotCutoff <= 0.0f || spotCutoff > kThreeQuarterPi) {
+        return 6;
+    }
+    return spotCutoff <= kQuarterPi ? 1 : 5;
+}
+
+/// The pyramid of a light's face, 90 degrees wide unless the half angle says less,
+/// out to \a depth.
+ClipperVolume lightPyramid(const QMatrix4x4 &lightMatrix, float depth, float halfAngle)
+{
+    const QVector3D apex = lightMatrix.map(QVector3D());
+    const QVector3D forward = -lightMatrix.column(2).toVector3D().normalized() * depth;
+    QVector3D right = lightMatrix.column(0).toVector3D().normalized() * depth;
+    QVector3D up = lightMatrix.column(1).toVector3D().normalized() * depth;
+    if (lightMatrix.determinant() < 0.0) {
+        right = -right; // so that the planes face outward for a mirrored light too
+    }
+    if (halfAngle > 0.0f && halfAngle < kQuarterPi) {
+        right *= std::tan(halfAngle);
+        up *= std::tan(halfAngle);
+    }
+    const QVector3D c0 = apex + forward + right + up;
+    const QVector3D c1 = apex + forward - right + up;
+    const QVector3D c2 = apex + forward - right - up;
+    const QVector3D c3 = apex + forward + right - up;
+    ClipperVolume pyramid;
+    pyramid.addLoopPlane(apex, c0, c1);
+    pyramid.addLoopPlane(apex, c1, c2);
+    pyramid.addLoopPlane(apex, c2, c3);
+    pyramid.addLoopPlane(apex, c3, c0);
+    pyramid.addLoopPlane(c0, c3, c2, c1);
+    return pyramid;
+}
+
+} // namespace
+
+void ShadowMapManagerCulling::setupCameras(const QMatrix4x4 *view, const QMatrix4x4 *projection)
+{
+    if (view != nullptr && projection != nullptr) {
+        _cameraFrustumPoints = getWorldFrustrumPoints(*view, *projection);
+        _cameraFrustumPlanes = planesOf(_cameraFrustumPoints);
+        _hasCamera = true;
+    }
+}
+
+void ShadowMapManagerCulling::setupScene(const QPair<QVector3D, QVector3D> *bounds)
+{
+    if (bounds != nullptr) {
+        _sceneCorners = Bounds(bounds->first, bounds->second).corners();
+        _hasScene = true;
+    }
+}
+
+void ShadowMapManagerCulling::setupPost()
+{
+    if (_hasScene && _hasCamera) {
+        _visibleScenePoints =
+            Bounds(_sceneCorners).frustrumClipped(_cameraFrustumPlanes, _cameraFrustumPoints, {});
+        _cameraSceneVolumePoints = _sceneCorners;
+        _valid = true;
+    } else if (_hasScene) {
+        _visibleScenePoints = _sceneCorners;
+        _cameraSceneVolumePoints = _sceneCorners;
+        _valid = true;
+    } else if (_hasCamera) {
+        _visibleScenePoints = _cameraFrustumPoints;
+        _cameraSceneVolumePoints = _cameraFrustumPoints;
+    }
+}
+
+QVector<QVector3D> ShadowMapManagerCulling::getWorldFrustrumPoints(const QMatrix4x4 &view,
+                                                                   const QMatrix4x4 &projection)
+{
+    const QMatrix4x4 fromClip = projection.inverted();
+    const QMatrix4x4 fromView = view.inverted();
+    QVector<QVector3D> corners;
+    corners.reserve(8);
+    for (int i = 0; i < 8; ++i) {
+        const QVector3D corner((i & 1) != 0 ? 1.0f : -1.0f, (i & 2) != 0 ? 1.0f : -1.0f,
+                               (i & 4) != 0 ? 1.0f : -1.0f);
+        corners.append(fromView.map(fromClip.map(corner)));
+    }
+    faceOutward(corners);
+    return corners;
+}
+
+QVector<Plane> ShadowMapManagerCulling::getWorldFrustrumPlanes(const QMatrix4x4 &view,
+                                                               const QMatrix4x4 &projection)
+{
+    return planesOf(getWorldFrustrumPoints(view, projection));
+}
+
+void ShadowMapManagerCulling::setupLightCSMData(const ShadowMapManager::Light *light,
+                                                ProcessCSMData &data) const
+{
+    data.enabled = false;
+    data.levels = 1;
+    if (light->csmLevels() < 2 || !_hasScene || !_hasCamera) {
+        return;
+    }
+    data.enabled = true;
+    data.levels = light->csmLevels();
+    const Plane &nearPlane = _cameraFrustumPlanes.at(0);
+    const Plane &farPlane = _cameraFrustumPlanes.at(1);
+    data.nearPoint = cascadeEnd(nearPlane, farPlane, _sceneCorners);
+    data.farPoint = cascadeEnd(farPlane, nearPlane, _sceneCorners);
+    data.nearToFar = data.farPoint - data.nearPoint;
+    data.sceneBounds = Bounds(_sceneCorners);
+}
+
+const QVector<QVector3D> &
+ShadowMapManagerCulling::getSceneCameraFrustrumPointsCSM(int level, ProcessCSMData &data,
+                                                         const QVector<Plane> &extraPlanes) const
+{
+    if (!data.enabled) {
+        return _visibleScenePoints;
+    }
+    const QVector<Plane> planes = slicePlanes(level, data);
+    data.points =
+        data.sceneBounds.frustrumClipped(planes, PlaneClipper::getFrustrumPoints(planes), extraPlanes);
+    return data.points;
+}
+
+const QVector<QVector3D> &ShadowMapManagerCulling::getSceneCameraFrustrumLightFrustrumPointsCSM(
+    int level, ProcessCSMData &data, const QMatrix4x4 &lightMatrix, float halfAngle, const QVector<Plane> &,
+    QVector<QVector3D> &unclippedPoints) const
+{
+    data.points.clear();
+    unclippedPoints.clear();
+
+    const QVector3D apex = lightMatrix.map(QVector3D());
+    const Plane lightPlane(-lightMatrix.column(2).toVector3D().normalized(), apex);
+    float depth = 0.0f;
+    for (const QVector3D &corner : _sceneCorners) {
+        depth = std::max(depth, lightPlane.DistanceTo(corner));
+    }
+    if (depth <= 0.0f) {
+        return data.points; // the face looks away from the scene
+    }
+    const ClipperVolume pyramid = lightPyramid(lightMatrix, depth * 1.01f, halfAngle);
+    const ClipperVolume scene =
+        data.enabled ? data.sceneBounds.clippingVolume() : Bounds(_sceneCorners).clippingVolume();
+    ClipperVolume seen = pyramid;
+    if (_hasCamera) {
+        const QVector<Plane> planes = data.enabled ? slicePlanes(level, data) : _cameraFrustumPlanes;
+        ClipperVolume camera;
+        camera.planes = planes;
+        camera.loops = PlaneClipper::getFrustrumLoops(PlaneClipper::getFrustrumPoints(planes));
+        seen = PlaneClipper::clip(camera, pyramid);
+    }
+    data.points = PlaneClipper::loopsToPoints(PlaneClipper::clip(seen, scene).loops);
+    unclippedPoints = PlaneClipper::loopsToPoints(seen.loops);
+    return data.points;
+}
+
+bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderData &renderData,
+                                                      ShadowMapManager::RenderData::ProjectorInfo &info,
+                                                      const ShadowMapManager::Light *light,
+                                                      bool &changed) const
+{
+    if (!_valid) {
+        return false;
+    }
+    ProcessCSMData data;
+    setupLightCSMData(light, data);
+    const QMatrix4x4 toLight = light->transform().inverted();
+    const bool mirrored = !(light->transform().determinant() > 0.0);
+    QVector<QVector3D> volume = mapped(_cameraSceneVolumePoints, toLight);
+    faceOutward(volume);
+    const QVector<Plane> volumePlanes = planesOf(volume);
+    const float volumeEnd = Bounds(volume).boxLowerBounds().z();
+
+    for (int level = 0; level < data.levels; ++level) {
+        const QVector<QVector3D> &points = getSceneCameraFrustrumPointsCSM(level, data, {});
+        if (points.isEmpty()) {
+            continue;
+        }
+        if (info.index + info.count >= renderData.transforms.size()) {
+            break; // the table is full
+        }
+        const Bounds slice(mapped(points, toLight));
+        const QVector3D lo = slice.boxLowerBounds();
+        const QVector3D hi = slice.boxUpperBounds();
+        // Everything from the slice toward the light, which stands at the low end: occluders there count although
+        // nobody sees them. The box ends behind the volume; one that ends at infinity would lose all digits.
+        const Bounds towardLight(QVector3D(lo.x(), lo.y(), std::min(volumeEnd, lo.z()) - 1.0f), hi);
+        const float depthEnd =
+            Bounds(towardLight.frustrumClipped(volumePlanes, volume, {})).boxLowerBounds().z();
+
+        QMatrix4x4 fit;
+        if (!mirrored) {
+            fit.scale(1.0f, -1.0f, 1.0f);
+        }
+        fit.scale(2.0f / (hi.x() - lo.x()), 2.0f / (hi.y() - lo.y()), 1.0f);
+        fit.translate(-0.5f * (hi.x() + lo.x()), -0.5f * (hi.y() + lo.y()), 0.0f);
+        fit.scale(kMargin, kMargin, 1.0f / (hi.z() - depthEnd));
+        fit.translate(0.0f, 0.0f, -depthEnd);
+        changed = renderData.setTransform(info.index + info.count, fit * toLight, kBlur) || changed;
+        ++info.count;
+    }
+    return true;
+}
+
+bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &renderData,
+                                                ShadowMapManager::RenderData::ProjectorInfo &info,
+                                                const ShadowMapManager::Light *light, bool &changed) const
+{
+    if (!_valid) {
+        return false;
+    }
+    ProcessCSMData data;
+    setupLightCSMData(light, data);
+    const int faces = faceCount(light->spotCutoff());
+    const float halfAngle = faces == 1 ? light->spotCutoff() : -1.0f;
+    for (int number = 0; number < faces; ++number) {
+        const QMatrix4x4 face = light->transform() * faceRotation(number);
+        const QMatrix4x4 faceInverse = face.inverted();
+        for (int level = 0; level < data.levels; ++level) {
+            if (info.index + info.count >= renderData.transforms.size()) {
+                return true; // the table is full
+            }
+            QMatrix4x4 projection;
+            if (fitFace(level, halfAngle, data, face, faceInverse, projection)) {
+                changed = renderData.setTransform(info.index + info.count, projection, kBlur) || changed;
+                ++info.count;
+            }
+        }
+    }
+    return true;
+}
+
+/// The camera's planes, with near and far moved to the ends of a cascade. Near
+/// cascades are much thinner than far ones, which is where the resolution is needed.
+QVector<Plane> ShadowMapManagerCulling::slicePlanes(int level, const ProcessCSMData &data) const
+{
+    QVector<Plane> planes = _cameraFrustumPlanes;
+    if (data.enabled) {
+        const float levels = static_cast<float>(data.levels);
+        const float t0 = static_cast<float>(level) / levels;
+        const float t1 = static_cast<float>(level + 1) / levels;
+        planes[0] = Plane(planes.at(0).normal, data.nearPoint + t0 * t0 * data.nearToFar);
+        planes[1] = Plane(planes.at(1).normal, data.nearPoint + t1 * t1 * data.nearToFar);
+    }
+    return planes;
+}
+
+/// The projection of one face of a point light for one cascade; false when it sees nothing.
+bool ShadowMapManagerCulling::fitFace(int level, float halfAngle, ProcessCSMData &data,
+                                      const QMatrix4x4 &face, const QMatrix4x4 &faceInverse,
+                                      QMatrix4x4 &result) const
+{
+    QVector<QVector3D> unclipped;
+    const QVector<QVector3D> &points =
+        getSceneCameraFrustrumLightFrustrumPointsCSM(level, data, face, halfAngle, {}, unclipped);
+    if (points.isEmpty()) {
+        return false;
+    }
+    QMatrix4x4 depthView; // depth runs positive
+    depthView.scale(1.0f, 1.0f, -1.0f);
+    depthView = depthView * faceInverse;
+    const float farDepth = Bounds(mapped(points, depthView)).boxUpperBounds().z();
+    if (farDepth <= kLeastDepth) {
+        return false;
+    }
+    const float seenFrom = Bounds(mapped(unclipped, depthView)).boxLowerBounds().z();
+    const float nearDepth = std::max({seenFrom, farDepth / 100.0f, kLeastDepth});
+    if (farDepth <= nearDepth) {
+        return false;
+    }
+    QMatrix4x4 projection;
+    projection.perspective(kFaceAngle, 1.0f, nearDepth * 0.475f, farDepth * 1.05f);
+    if (face.determinant() > 0.0) {
+        projection.scale(1.0f, -1.0f, 1.0f);
+    }
+    const QMatrix4x4 toClip = projection * faceInverse;
+    float loX = 1.0f;
+    float loY = 1.0f;
+    float hiX = -1.0f;
+    float hiY = -1.0f;
+    for (const QVector3D &point : points) {
+        const QVector4D clip = toClip * QVector4D(point, 1.0f);
+        if (clip.w() > 0.0f) {
+            loX = std::min(loX, clip.x() / clip.w());
+            loY = std::min(loY, clip.y() / clip.w());
+            hiX = std::max(hiX, clip.x() / clip.w());
+            hiY = std::max(hiY, clip.y() / clip.w());
+        }
+    }
+    if (!(hiX > loX) || !(hiY > loY)) {
+        return false;
+    }
+    QMatrix4x4 fit;
+    fit.scale(2.0f * kMargin / (hiX - loX), 2.0f * kMargin / (hiY - loY), 1.0f);
+    fit.translate(-0.5f * (hiX + loX), -0.5f * (hiY + loY), 0.0f);
+    result = fit * toClip;
+    return true;
+}
+
+}} // namespace Orvane::Zel

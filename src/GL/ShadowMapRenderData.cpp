@@ -1,0 +1,48 @@
+#include "ShadowMapRenderData.h"
+
+#include "ShadowMapManager.h"
+
+#include <algorithm>
+
+namespace Orvane { namespace Zel {
+
+ShadowMapRenderData::Transform::Transform()
+{
+    *this = QMatrix4x4();
+}
+
+ShadowMapRenderData::Transform &ShadowMapRenderData::Transform::operator=(const QMatrix4x4 &matrix)
+{
+    std::copy_n(matrix.constData(), values.size(), values.begin());
+    return *this;
+}
+
+bool ShadowMapRenderData::Transform::operator==(const QMatrix4x4 &matrix) const
+{
+    return std::equal(values.begin(), values.end(), matrix.constData());
+}
+
+ShadowMapRenderData::ShadowMapRenderData(QObject *parent)
+    : QObject(parent)
+    , transforms(ShadowMapManager::kShadowMapTransformArraySizeMax)
+    , projectorInfos(ShadowMapManager::kShadowMapInfoArraySizeMax)
+    , blurInfos(ShadowMapManager::kShadowMapTransformArraySizeMax)
+{
+}
+
+ShadowMapRenderData::~ShadowMapRenderData() = default;
+
+bool ShadowMapRenderData::setTransform(int index, const QMatrix4x4 &matrix, float blur)
+{
+    if (index < 0 || index >= transforms.size() || index >= blurInfos.size()) {
+        return false;
+    }
+    if (transforms.at(index) == matrix && blurInfos.at(index).blur == blur) {
+        return false;
+    }
+    transforms[index] = matrix;
+    blurInfos[index].blur = blur;
+    return true;
+}
+
+}} // namespace Orvane::Zel
