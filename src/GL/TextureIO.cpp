@@ -114,11 +114,9 @@ void RegisterTextureRecogniser(TextureRecogniser *recogniser, const QString &ext
     if (recogniser == nullptr) {
         return;
     }
-    if (!isRegistered(recogniser)) {
-        recognisers.emplace_back(recogniser);
-    }
+    const RecogniserPointer pointer = registered(recogniser);
     if (!extension.isEmpty()) {
-        extensionTable.insert(extension.toLower(), recogniser);
+        extensionTable.insert(extension.toLower(), pointer);
     }
 }
 
@@ -129,11 +127,8 @@ void DeleteAllRegisteredTextureRecognisers()
 
 TextureLoader *IdentifyTextureFromFile(const QString &path)
 {
-    const TextureRecogniser *ofSuffix = extensionTable.value(QFileInfo(path).suffix().toLower());
-    if (!isRegistered(ofSuffix)) {
-        ofSuffix = nullptr;
-    }
-    return identify(std::make_unique<MemoryMappedFile>(path), path, ofSuffix);
+    const RecogniserPointer ofSuffix = extensionTable.value(QFileInfo(path).suffix().toLower()).lock();
+    return identify(std::make_unique<MemoryMappedFile>(path), path, ofSuffix.get());
 }
 
 TextureLoader *IdentifyTextureFromMemory(unsigned char *data, unsigned long size, const QString &name)

@@ -1,0 +1,339 @@
+#include "support/AbortTrap.h"
+#include "support/FileMaker.h"
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+#include "support/ReaderUnderTest.h"
+#include "support/StateGuard.h"
+#include "support/TextureParameter.h"
+#include "support/UploadTouch.h"
+
+#include <ZelGL/HDRReader.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#ifdef ZELGL_HAVE_STB
+#define STBI_ONLY_HDR
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#include <stb/stb_image.h>
+#pragma GCC diagnostic pop
+#endif
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using Reader = ReaderUnderTest<HDRRecogniser>;
+using HDRHeaderTest = MessageTest;
+
+const QString kFailure = "warning Texture image failed to load.";
+const QString kBadWidth = "warning [HDRReader.cpp:#] HDR format error: bad scanline width";
+
+class HDRReaderTest : public GLTest
+{
+protected:
+    /// Loads a file, and answers the texels as they went to GL: three floats each, the lowest row first.
+    std::vector<float> uploaded(const QByteArray &file)
+    {
+        const auto texture = Reader(file).load(TextureFileInfo());
+        if (texture == nullptr) {
+            return {};
+        }
+        std::vector<float> values(size_t(_touch.lastBytes().size()) / sizeof(float));
+        std::memcpy(values.data(), _touch.lastBytes().constData(), values.size() * sizeof(float));
+        return values;
+    }
+
+    UploadTouch _touch;
+};
+
+/// What the bytes of texels stand for, in exact arithmetic.
+std::vector<float> valuesOf(const HdrFile::Row &row)
+{
+    std::vector<float> values;
+    for (const HdrFile::Texel &texel : row) {
+        for (size_t i = 0; i < 3; ++i) {
+            values.push_back(texel[3] == 0 ? 0.0f : float(std::ldexp(double(texel[i]), texel[3] - 136)));
+        }
+    }
+    return values;
+}
+
+/// A picture of one line.
+QByteArray lineOf(int width, const QByteArray &scanline)
+{
+    HdrFile file(width, 1);
+    file.scanlines = scanline;
+    return file.bytes();
+}
+
+bool isValid(const QByteArray &behindTheMagic)
+{
+    return Reader("#?RADIANCE\n" + behindTheMagic).valid();
+}
+
+#ifdef ZELGL_HAVE_STB
+/// The same picture by stb_image, the lowest row first.
+std::vector<float> byStb(const QByteArray &file)
+{
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    float *data = stbi_loadf_from_memory(reinterpret_cast<const stbi_uc *>(file.constData()), file.size(),
+                                         &width, &height, &channels, 3);
+    std::vector<float> values;
+    for (int y = height - 1; y >= 0; --y) {
+        values.insert(values.end(), data + size_t(y) * size_t(width) * 3,
+                      data + size_t(y + 1) * size_t(width) * 3);
+    }
+    stbi_image_free(data);
+    return values;
+}
+#endif
+
+} // namespace
+
+TEST_F(HDRHeaderTest, TheMagicIsRecognisedAndTheRestDecidesAboutValidity)
+{
+    EXPECT_EQ(nullptr, Reader("#?RADIANCE").get());
+    EXPECT_EQ(nullptr, Reader("#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n").get());
+    const Reader magicAlone("#?RADIANCE\n");
+    ASSERT_NE(nullptr, magicAlone.get());
+    EXPECT_FALSE(magicAlone->valid());
+    EXPECT_EQ(nullptr, magicAlone.load(TextureFileInfo()));
+    EXPECT_MESSAGES(kFailure);
+}
+
+TEST_F(HDRHeaderTest, HeaderLinesAreReadUpToAnEmptyOne)
+{
+    EXPECT_TRUE(isValid("\n-Y 1 +X 1\n")) << "no line is needed";
+    EXPECT_TRUE(isValid("# note\nFORMAT=32-bit_rle_rgbe\nVIEW= x\n\n-Y 1 +X 1\n"));
+    EXPECT_TRUE(isValid("FORMAT=32-bit_rle_xyze\n\n-Y 1 +X 1\n"));
+    EXPECT_TRUE(isValid("EXPOSURE=2.5\nEXPOSURE= 1e3\n\n-Y 1 +X 1\n"));
+    EXPECT_FALSE(isValid("FORMAT=32-bit_rle_rgb\n\n-Y 1 +X 1\n"));
+    EXPECT_FALSE(isValid("FORMAT=32-bit_rle_rgbe")) << "no newline";
+    EXPECT_FALSE(isValid("EXPOSURE=bright\n\n-Y 1 +X 1\n"));
+    EXPECT_FALSE(isValid(QByteArray("# note\0\n\n-Y 1 +X 1\n", 19))) << "a NUL ends the walk";
+    EXPECT_FALSE(isValid("# note")) << "the view ends";
+    EXPECT_FALSE(isValid("EXPOSURE=1"));
+}
+
+TEST_F(HDRHeaderTest, TheResolutionNamesBothAxes)
+{
+    const Reader reader("#?RADIANCE\n\n+X 12 -Y 34\n");
+    ASSERT_TRUE(reader.valid());
+    EXPECT_EQ(12u, reader->height()) << "the first axis, whatever its letter";
+    EXPECT_EQ(34u, reader->width());
+    EXPECT_TRUE(reader->is2DTexture());
+    EXPECT_FALSE(reader->isCompressed() || reader->hasMipMaps() || reader->isCubeMapTexture());
+    EXPECT_TRUE(reader->key(0).isNull());
+    for (const char *line :
+         {"-Y 1 +Y 1\n", "-Y 1 +Z 1\n", "*Y 1 +X 1\n", "-Y 1 X 1\n", "-Y 1\n", "-Y 1 +X 1", ""}) {
+        EXPECT_FALSE(isValid(QByteArray("\n") + line)) << line;
+    }
+}
+
+TEST_F(HDRReaderTest, AllFormsOfALineDecodeToTheSameTexels)
+{
+    for (const int width : {1, 3, 4, 5, 8, 127, 128, 129, 300}) {
+        HdrFile::Row row = HdrFile::ramp(width);
+        std::fill_n(row.begin() + width / 3, width / 2, row[0]);
+        EXPECT_EQ(valuesOf(row), uploaded(lineOf(width, HdrFile::flat(row)))) << "flat, width " << width;
+        EXPECT_EQ(valuesOf(row), uploaded(lineOf(width, HdrFile::planes(row)))) << "planes, width " << width;
+        QByteArray runs;
+        for (const HdrFile::Texel &texel : row) {
+            runs += HdrFile::oldRun(1, texel);
+        }
+        EXPECT_EQ(valuesOf(row), uploaded(lineOf(width, runs))) << "old runs, width " << width;
+    }
+}
+
+TEST_F(HDRReaderTest, EveryExponentScalesExactly)
+{
+    HdrFile::Row row;
+    for (int e = 0; e < 256; ++e) {
+        row += HdrFile::Texel{{0, 1, 255, uchar(e)}};
+    }
+    const std::vector<float> values = uploaded(lineOf(256, HdrFile::planes(row)));
+    ASSERT_EQ(valuesOf(row), values);
+    EXPECT_EQ(0.0f, values[2]) << "exponent 0 is black whatever the rest says";
+    EXPECT_EQ(std::vector<float>(3, 0.5f), uploaded(lineOf(1, QByteArray(4, char(128)))));
+}
+
+TEST_F(HDRReaderTest, RowsGoUpFromTheBottomByTheFirstSignAlone)
+{
+    const HdrFile::Row first = HdrFile::ramp(2);
+    const HdrFile::Row second = HdrFile::ramp(2, 2);
+    HdrFile file(2, 2);
+    file.scanlines = HdrFile::flat(first) + HdrFile::flat(second);
+    const auto rows = [](const HdrFile::Row &low, const HdrFile::Row &high) { return valuesOf(low + high); };
+    EXPECT_EQ(rows(second, first), uploaded(file.bytes()));
+    file.resolution = "-X 2 -Y 2\n";
+    EXPECT_EQ(rows(second, first), uploaded(file.bytes()));
+    file.resolution = "+Y 2 +X 2\n";
+    EXPECT_EQ(rows(first, second), uploaded(file.bytes()));
+}
+
+TEST_F(HDRReaderTest, ExposureAndXyzChangeNoTexel)
+{
+    HdrFile file(3, 1);
+    file.header = "#?RADIANCE\nFORMAT=32-bit_rle_xyze\nEXPOSURE=4\nEXPOSURE=2\n\n";
+    file.scanlines = HdrFile::flat(HdrFile::ramp(3));
+    EXPECT_EQ(valuesOf(HdrFile::ramp(3)), uploaded(file.bytes()));
+}
+
+TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytes)
+{
+    const HdrFile::Texel a = {{10, 20, 30, 130}};
+    const HdrFile::Texel b = {{1, 1, 2, 129}};
+    const QByteArray noMarker("\7\7\7\5", 4); // counts all the same, where a record begins inside of the line
+    EXPECT_EQ(valuesOf(HdrFile::Row(300, a) + HdrFile::Row(5, b)),
+              uploaded(lineOf(305, HdrFile::oldRun(300, a) + HdrFile::oldRun(0, a) + noMarker
+                                       + HdrFile::flat({b}))))
+        << "a count of 0 writes nothing";
+}
+
+TEST_F(HDRReaderTest, CountsBeyondTheLineAreCutOffAtIt)
+{
+    const HdrFile::Texel texel = {{10, 20, 30, 130}};
+    const std::vector<float> line = valuesOf(HdrFile::Row(6, texel));
+    EXPECT_EQ(line, uploaded(lineOf(6, HdrFile::oldRun(0xFFFFFFFF, texel))));
+    QByteArray longCount("\1\1\1\2\1\1\1\0\1\1\1\0\1\1\1\0", 16);
+    longCount += QByteArray("\1\1\1\1\1\1\1\1", 8); // beyond 32 bits, where nothing is added any more
+    longCount += HdrFile::flat({{{1, 0, 0, 129}}}) + HdrFile::oldRun(4, texel);
+    EXPECT_EQ(valuesOf(HdrFile::Row(2, {{1, 0, 0, 129}}) + HdrFile::Row(4, texel)),
+              uploaded(lineOf(6, longCount)));
+
+    QByteArray planes("\2\2\0\3", 4);
+    for (const unsigned char value : texel) {
+        planes += char(5); // a literal of five in a line of three
+        planes += QByteArray(5, char(value));
+    }
+    EXPECT_EQ(valuesOf(HdrFile::Row(3, texel)), uploaded(lineOf(3, planes)));
+    EXPECT_EQ(valuesOf(HdrFile::Row(3, texel)), uploaded(lineOf(3, planes.left(planes.size() - 2))))
+        << "what the line has no room for need not be there";
+}
+
+TEST_F(HDRReaderTest, AWrongWidthIsToldForAllRowsBehindItWhichStayBlack)
+{
+    const HdrFile::Row row = HdrFile::ramp(3);
+    HdrFile file(3, 3);
+    file.scanlines = HdrFile::planes(row) + QByteArray("\2\2\0\4", 4) + HdrFile::flat(HdrFile::ramp(6));
+    std::vector<float> expected(2 * 9, 0.0f);
+    const std::vector<float> top = valuesOf(row);
+    expected.insert(expected.end(), top.begin(), top.end());
+    EXPECT_EQ(expected, uploaded(file.bytes()));
+    EXPECT_MESSAGES(kBadWidth, kBadWidth);
+}
+
+TEST_F(HDRReaderTest, ARunBeyondItsLineEndsTheProcess)
+{
+    const Reader reader(lineOf(8, QByteArray("\2\2\0\10\3abc\206", 9)));
+    EXPECT_TRUE(endsInAbort([&] { reader.load(TextureFileInfo()); }));
+    EXPECT_MESSAGES("warning Bad scanline: RLE run starting at 3 ends at 9, but width is only 8");
+}
+
+TEST_F(HDRReaderTest, DataThatEndWithinALineFail)
+{
+    const HdrFile::Row row = HdrFile::ramp(5);
+    HdrFile file(5, 2);
+    for (const QByteArray &line : {HdrFile::flat(row), HdrFile::planes(row),
+                                   HdrFile::oldRun(3, row[0]) + HdrFile::oldRun(2, row[1])}) {
+        file.scanlines = line + line;
+        for (int missing = 1; missing <= line.size(); ++missing) {
+            EXPECT_EQ(nullptr, Reader(file.bytes().chopped(missing)).load(TextureFileInfo()));
+            EXPECT_MESSAGES(kFailure);
+        }
+    }
+    EXPECT_EQ(0, _touch.count());
+    EXPECT_EQ(0, ledger().alive());
+}
+
+TEST_F(HDRReaderTest, SizesThatNoTextureHasFailBeforeMemoryIsTaken)
+{
+    for (const char *resolution : {"-Y 4294967295 +X 4294967295\n", "-Y 1 +X 1000000\n", "-Y -1 +X 1\n"}) {
+        EXPECT_EQ(nullptr, Reader(QByteArray("#?RADIANCE\n\n") + resolution).load(TextureFileInfo()));
+        EXPECT_MESSAGES(kFailure);
+    }
+}
+
+TEST_F(HDRReaderTest, TheTextureIsOneLevelOfHalfFloatsWithLinearFilters)
+{
+    driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+    const Reader reader(lineOf(3, HdrFile::flat(HdrFile::ramp(3))));
+    const StateGuard guard;
+    const auto texture = reader.load(TextureFileInfo());
+    ASSERT_NE(nullptr, texture);
+    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
+    driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    ASSERT_TRUE(texture->bind());
+    EXPECT_EQ(GL_RGB16F, texture->internalFormat(0));
+    EXPECT_EQ(0, texture->width(1));
+    texture->unbind();
+    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MIN_FILTER));
+    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MAG_FILTER));
+    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_S));
+    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_T));
+    EXPECT_EQ(0, textureParameter(*texture, GL_TEXTURE_BASE_LEVEL));
+    EXPECT_EQ(100, textureParameter(*texture, GL_TEXTURE_MAX_LEVEL));
+}
+
+TEST_F(HDRReaderTest, ColoursAreDecodedAndRemappedWhenAskedFor)
+{
+    TextureFileInfo info;
+    info.srgb = true;
+    info.lowValue = 0.5f;
+    info.highValue = 0.75f;
+    const auto texture = Reader(lineOf(1, HdrFile::flat({{{128, 64, 0, 128}}}))).load(info);
+    const auto expected = [](float value) {
+        return 0.25f * std::pow((value + 0.055f) / 1.055f, 2.4f) + 0.5f;
+    };
+    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID())
+                    .isNear(0, 0, {expected(0.5f), expected(0.25f), expected(0.0f), 1.0f}, 1e-3f));
+}
+
+TEST_F(HDRReaderTest, WhatGLRefusesLeavesNothingBehind)
+{
+    const Reader reader(lineOf(1, QByteArray(4, char(128))));
+    Hook<&glGetError> errors;
+    errors.replace([] { return GLenum(GL_OUT_OF_MEMORY); });
+    const StateGuard guard;
+    EXPECT_EQ(nullptr, reader.load(TextureFileInfo()));
+    EXPECT_MESSAGES(kFailure);
+    EXPECT_EQ(0, Texture::NumAlive());
+    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
+}
+
+TEST_F(HDRReaderTest, RandomPicturesEqualThoseOfStbBitForBit)
+{
+#ifdef ZELGL_HAVE_STB
+    std::mt19937 random(11);
+    for (int i = 0; i < 200; ++i) {
+        const int width = int(8 + random() % 300); // stb takes narrower ones for flat
+        const int height = int(1 + random() % 4);
+        HdrFile file(width, height);
+        for (int y = 0; y < height; ++y) {
+            HdrFile::Row row;
+            while (row.size() < width) { // exponents for which stb does not fall back to another arithmetic
+                const HdrFile::Texel texel = {
+                    {uchar(random()), uchar(random()), uchar(random()), uchar(random() % 256)}};
+                const int run = random() % 3 == 0 ? int(random() % 150) : 1;
+                row += HdrFile::Row(qMin(run, width - row.size()), texel);
+            }
+            file.scanlines += HdrFile::planes(row);
+        }
+        const std::vector<float> ours = uploaded(file.bytes());
+        const std::vector<float> theirs = byStb(file.bytes());
+        ASSERT_EQ(theirs.size(), ours.size());
+        ASSERT_EQ(0, std::memcmp(theirs.data(), ours.data(), ours.size() * sizeof(float))) << "picture " << i;
+    }
+#else
+    GTEST_SKIP() << "Needs stb_image.h of the package libstb-dev";
+#endif
+}

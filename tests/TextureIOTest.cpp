@@ -1,0 +1,330 @@
+#include "support/FileMaker.h"
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+#include "support/ReaderUnderTest.h"
+#include "support/StateGuard.h"
+#include "support/Tap.h"
+#include "support/TextureParameter.h"
+
+#include <ZelGL/ASTCReader.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/HDRReader.h>
+#include <ZelGL/KTXReader.h>
+#include <ZelGL/Texture.h>
+#include <ZelGL/TextureIO.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QImage>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <memory>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using TexturePointer = std::unique_ptr<Texture>;
+
+QByteArray ktxBytes()
+{
+    return KtxFile().addLevel(64).bytes();
+}
+
+TexturePointer loadMemory(QByteArray file, const QString &name = "bytes")
+{
+    return TexturePointer(LoadTextureFromMemory(reinterpret_cast<unsigned char *>(file.data()),
+                                                size_t(file.size()), asInFile(), name));
+}
+
+class TextureIOTest : public GLTest
+{
+protected:
+    QString write(const QString &name, const QByteArray &bytes)
+    {
+        const QString path = _folder.filePath(name);
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        file.write(bytes);
+        return path;
+    }
+
+    QString writeImage(const QString &name, const QImage &image, const char *format = "PNG")
+    {
+        const QString path = _folder.filePath(name);
+        image.save(path, format);
+        return path;
+    }
+
+    static TexturePointer load(const QString &path)
+    {
+        return TexturePointer(LoadTextureFromFile(path, asInFile()));
+    }
+
+    static ExpectedMessage loaded(const QString &name)
+    {
+        return startsWith("debug Texture " + name + " loaded in ");
+    }
+
+    QTemporaryDir _folder;
+};
+
+/// A recogniser that takes nothing, notes that it was asked, and tells when it goes.
+class Witness : public TextureRecogniser
+{
+public:
+    Witness(const QString &name, QStringList &log)
+        : _name(name)
+        , _log(log)
+    {
+    }
+
+    ~Witness() override { _log += _name + " deleted"; }
+
+    TextureLoader *recognise(Memory *, const QString &name) const override
+    {
+        _log += _name + " asked about " + name;
+        return nullptr;
+    }
+
+private:
+    QString _name;
+    QStringList &_log;
+};
+
+/// Puts the built-in recognisers back, for the sake of later tests of the process.
+struct BuiltInRecognisers
+{
+    ~BuiltInRecognisers()
+    {
+        DeleteAllRegisteredTextureRecognisers();
+        RegisterTextureRecogniser(new HDRRecogniser, "hdr");
+        RegisterTextureRecogniser(new KTXRecogniser, "ktx");
+        RegisterTextureRecogniser(new ASTCRecogniser, "astc");
+    }
+};
+
+QImage fourColors()
+{
+    QImage image(2, 2, QImage::Format_ARGB32);
+    image.setPixel(0, 0, qRgba(255, 0, 0, 255));
+    image.setPixel(1, 0, qRgba(0, 255, 0, 128));
+    image.setPixel(0, 1, qRgba(0, 0, 255, 255));
+    image.setPixel(1, 1, qRgba(51, 102, 153, 255));
+    return image;
+}
+
+} // namespace
+
+TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
+{
+    const QString plain = write("image.ktx", ktxBytes());
+    const QString other = write("image.dat", ktxBytes());
+    const QString wrong = write("image.HDR", ktxBytes());
+    for (const QString &path : {plain, other, wrong}) {
+        EXPECT_NE(nullptr, load(path));
+        EXPECT_MESSAGES(loaded(path));
+    }
+
+    const BuiltInRecognisers after;
+    QStringList log;
+    DeleteAllRegisteredTextureRecognisers();
+    auto *first = new Witness("first", log);
+    RegisterTextureRecogniser(first, QString());
+    RegisterTextureRecogniser(new Witness("second", log), "KtX");
+    RegisterTextureRecogniser(first, "dat"); // once in the list all the same
+    EXPECT_EQ(nullptr, IdentifyTextureFromFile(wrong));
+    EXPECT_EQ(QStringList({"first asked about " + wrong, "second asked about " + wrong}), log);
+    log.clear();
+    EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain));
+    EXPECT_EQ(QStringList({"second asked about " + plain, "first asked about " + plain,
+                           "second asked about " + plain}),
+              log);
+    log.clear();
+    QByteArray bytes = ktxBytes();
+    EXPECT_EQ(nullptr, IdentifyTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()),
+                                                 size_t(bytes.size()), "memory.ktx"));
+    EXPECT_EQ(QStringList({"first asked about memory.ktx", "second asked about memory.ktx"}), log)
+        << "memory has no suffix step";
+    log.clear();
+    DeleteAllRegisteredTextureRecognisers();
+    EXPECT_EQ(QStringList({"first deleted", "second deleted"}), log);
+    EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain)) << "whose recogniser is gone";
+}
+
+TEST_F(TextureIOTest, ALaterClaimOfASuffixReplacesTheEarlierOne)
+{
+    const BuiltInRecognisers after;
+    QStringList log;
+    DeleteAllRegisteredTextureRecognisers();
+    RegisterTextureRecogniser(new Witness("early", log), "xyz");
+    RegisterTextureRecogniser(new Witness("late", log), "xyz");
+    const QString path = write("image.xyz", "bytes");
+    IdentifyTextureFromFile(path);
+    EXPECT_EQ("late asked about " + path + ", early asked about " + path + ", late asked about " + path,
+              log.join(", "));
+}
+
+TEST_F(TextureIOTest, FilesThatNobodyRecognisesAreLeftToQImage)
+{
+    const QString path = writeImage("image.hdr", fourColors()); // a PNG for all its name
+    const TexturePointer texture = load(path);
+    ASSERT_NE(nullptr, texture);
+    EXPECT_MESSAGES(loaded(path));
+    const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
+    EXPECT_TRUE(pixels.isNear(0, 1, {1.0f, 0.0f, 0.0f, 1.0f}, 1e-3f))
+        << "the first row of the file is on top";
+    EXPECT_TRUE(pixels.isNear(1, 1, {0.0f, 1.0f, 0.0f, 128 / 255.0f}, 1e-3f));
+    EXPECT_TRUE(pixels.isNear(1, 0, {0.2f, 0.4f, 0.6f, 1.0f}, 1e-3f));
+
+    const QString gray = writeImage("gray.png", fourColors().convertToFormat(QImage::Format_Grayscale8));
+    EXPECT_NE(nullptr, load(gray)) << "other depths are converted";
+    EXPECT_MESSAGES(loaded(gray));
+}
+
+TEST_F(TextureIOTest, FailuresAreToldByTheFront)
+{
+    const QString missing = _folder.filePath("none.ktx");
+    EXPECT_EQ(nullptr, load(missing));
+    EXPECT_MESSAGES("warning [TextureIO.cpp:#] File " + missing + " not found");
+    EXPECT_EQ(nullptr, load(_folder.path()));
+    EXPECT_MESSAGES("warning [TextureIO.cpp:#] File " + _folder.path() + " not found");
+
+    const QString noImage = write("image.png", "no image");
+    EXPECT_EQ(nullptr, load(noImage));
+    EXPECT_MESSAGES("warning [TextureIO.cpp:#] Failed to load " + noImage);
+
+    const QString broken = write("broken.astc", AstcFile().bytes());
+    EXPECT_EQ(nullptr, load(broken)) << "QImage is not tried";
+    EXPECT_MESSAGES("debug Data appears invalid for texture file '" + broken + "'");
+}
+
+TEST_F(TextureIOTest, BytesInMemoryAreLoadedUnderTheirName)
+{
+    EXPECT_NE(nullptr, loadMemory(ktxBytes()));
+    EXPECT_MESSAGES(loaded("bytes"));
+    EXPECT_NE(nullptr, loadMemory(ktxBytes(), QString()));
+    EXPECT_MESSAGES(loaded("<unnamed>"));
+    EXPECT_EQ(nullptr, loadMemory(ktxBytes().left(63), ""));
+    EXPECT_MESSAGES("debug Data appears invalid for texture data '<unnamed>'");
+
+    QFile image(writeImage("image.png", fourColors()));
+    ASSERT_TRUE(image.open(QIODevice::ReadOnly));
+    EXPECT_EQ(nullptr, loadMemory(image.readAll())) << "QImage is not asked about memory";
+    EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'bytes'");
+    EXPECT_EQ(nullptr, TexturePointer(LoadTextureFromMemory(nullptr, 0, asInFile(), "nothing")));
+    EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'nothing'");
+}
+
+TEST_F(TextureIOTest, ImagesHaveFourLevelsBelowTheBaseAndLinearFilters)
+{
+    TextureFileInfo info;
+    info.srgb = true;
+    info.anisotropy = 2;
+    const StateGuard guard;
+    const TexturePointer texture(QImageToTexture(QImage(64, 64, QImage::Format_ARGB32), false, info));
+    ASSERT_NE(nullptr, texture);
+    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
+    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*texture, GL_TEXTURE_MIN_FILTER));
+    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MAG_FILTER));
+    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_S));
+    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_T));
+    EXPECT_EQ(0, textureParameter(*texture, GL_TEXTURE_BASE_LEVEL));
+    EXPECT_EQ(4, textureParameter(*texture, GL_TEXTURE_MAX_LEVEL));
+    EXPECT_EQ(hasGLExtension("GL_EXT_texture_filter_anisotropic") ? 2 : 1,
+              textureParameter(*texture, GL_TEXTURE_MAX_ANISOTROPY));
+    texture->bind();
+    EXPECT_EQ(GL_SRGB8_ALPHA8, texture->internalFormat(0));
+    EXPECT_EQ(4, texture->width(4));
+    EXPECT_EQ(0, texture->width(5));
+    texture->unbind();
+    EXPECT_EQ(64, texture->dimensionLevelSize(64, 0));
+}
+
+TEST_F(TextureIOTest, ImagesOfHalfFloatPairsAreUploadedAsTheyAre)
+{
+    QImage image(1, 1, QImage::Format_ARGB32);
+    const quint16 halves[2] = {0x3800, 0x3C00}; // 0.5 and 1
+    memcpy(image.bits(), halves, sizeof(halves));
+    const TexturePointer texture(QImageToTexture(image, true, TextureFileInfo()));
+    EXPECT_MESSAGES("debug Loading image as GL_RG16F...");
+    texture->bind();
+    EXPECT_EQ(GL_RG16F, texture->internalFormat(0));
+    texture->unbind();
+    EXPECT_TRUE(
+        Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).isNear(0, 0, {0.5f, 1.0f, 0.0f, 1.0f}, 1e-4f));
+}
+
+TEST_F(TextureIOTest, AnImageThatHoldsTooFewBytesGivesNoTexture)
+{
+    EXPECT_EQ(nullptr, TexturePointer(QImageToTexture(QImage(9, 9, QImage::Format_Grayscale8), false, {})));
+    EXPECT_EQ(0, Texture::NumAlive());
+}
+
+TEST_F(TextureIOTest, OnlyImagesObeyRemapRange)
+{
+    QImage image(1, 1, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    TextureFileInfo info;
+    info.highValue = 0.5f;
+    info.remapRange = false;
+    const auto redOf = [&] {
+        const TexturePointer texture(QImageToTexture(image, false, info));
+        return double(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).at(0, 0).x());
+    };
+    EXPECT_DOUBLE_EQ(1.0, redOf());
+    info.remapRange = true;
+    EXPECT_NEAR(0.5, redOf(), 0.01);
+}
+
+TEST_F(TextureIOTest, TheTwoColourTexturesDifferInFilterWrapAndLevels)
+{
+    const StateGuard guard;
+    const TexturePointer made(MakeColorTexture(QColor(10, 20, 30, 40)));
+    const TexturePointer solid(SolidColorTexture(0.5f, 1.0f, 0.0f, 1.0f));
+    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
+    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, made->textureID())
+                    .isNear(0, 0, QVector4D(10, 20, 30, 40) / 255.0f, 1e-4f));
+    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, solid->textureID())
+                    .isNear(0, 0, QVector4D(127, 255, 0, 255) / 255.0f, 1e-4f));
+    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*made, GL_TEXTURE_MIN_FILTER));
+    EXPECT_EQ(GL_NEAREST, textureParameter(*solid, GL_TEXTURE_MIN_FILTER));
+    EXPECT_EQ(GL_NEAREST, textureParameter(*solid, GL_TEXTURE_MAG_FILTER));
+    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*made, GL_TEXTURE_WRAP_S));
+    EXPECT_EQ(GL_REPEAT, textureParameter(*solid, GL_TEXTURE_WRAP_S));
+    EXPECT_EQ(GL_REPEAT, textureParameter(*solid, GL_TEXTURE_WRAP_T));
+    EXPECT_EQ(4, textureParameter(*made, GL_TEXTURE_MAX_LEVEL));
+    EXPECT_EQ(0, textureParameter(*solid, GL_TEXTURE_MAX_LEVEL));
+}
+
+TEST_F(TextureIOTest, SolidColoursAreCutOffToWholeStepsInSinglePrecision)
+{
+    Hook<&glTexImage2D> uploads;
+    QByteArray texel;
+    uploads.replace([&](GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void *data) {
+        texel = QByteArray(static_cast<const char *>(data), 4);
+    });
+    for (int i = 0; i < 256; ++i) {
+        const float value = float(i) / 255.0f;
+        TexturePointer(SolidColorTexture(value, 0.999f, 2.0f, 1e30f));
+        EXPECT_EQ(uchar(value * 255.0f), uchar(texel[0]));
+        EXPECT_EQ(254, uchar(texel[1]));
+        EXPECT_EQ(510 % 256, uchar(texel[2]));
+    }
+}
+
+TEST(BakedPaths, TheSuffixGivesWayToTheMarks)
+{
+    EXPECT_EQ("[baked]", kBakedKeyword);
+    EXPECT_EQ("/x/a[baked][aniso8].ktx", GetBakedImagePath("/x/a.png", ".ktx", 8));
+    EXPECT_EQ("/x/a[baked].ktx", GetBakedImagePath("/x/a.png", ".ktx", 0));
+    EXPECT_EQ("/png/a.b[baked].ktx", GetBakedImagePath("/png/a.b.png", ".ktx", -1));
+    EXPECT_EQ("/x.y/a[baked].ktx", GetBakedImagePath("/x.y/a", ".ktx", 0)) << "without a suffix";
+    EXPECT_TRUE(IsBakedImagePath("/x/a[baked].ktx"));
+    EXPECT_FALSE(IsBakedImagePath("/x/a[BAKED].ktx"));
+    EXPECT_EQ(8, GetAnisoLevel("/x/a[baked][aniso8].ktx"));
+    EXPECT_EQ(-1, GetAnisoLevel("/x/a[baked].ktx"));
+    EXPECT_EQ(-1, GetAnisoLevel("/x/a[Aniso8].ktx"));
+    EXPECT_EQ(0, GetAnisoLevel("/x/a[anisotropic].ktx"));
+    EXPECT_EQ(16, GetAnisoLevel("[aniso16"));
+}

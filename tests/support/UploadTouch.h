@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Tap.h"
+
+#include <QtCore/QByteArray>
+
+/// Reads every byte that an image upload will read, before the driver does, so that a sanitizer sees a read beyond the
+/// source: the driver is not instrumented. It knows an unpack alignment of 4 or 1 and no other unpack state.
+class UploadTouch
+{
+public:
+    UploadTouch();
+
+    /// Uploads with a source since the beginning.
+    int count() const { return _count; }
+
+    /// The texels of the last upload, rows without padding; of a compressed one, its data.
+    const QByteArray &lastBytes() const { return _lastBytes; }
+
+private:
+    void touch(GLsizei width, GLsizei height, GLsizei depth, GLenum format, GLenum type, const void *data);
+    void touch(GLsizei size, const void *data);
+
+    Hook<&glTexImage1D> _image1D;
+    Hook<&glTexImage2D> _image2D;
+    Hook<&glTexImage3D> _image3D;
+    Hook<&glCompressedTexImage1D> _compressed1D;
+    Hook<&glCompressedTexImage2D> _compressed2D;
+    Hook<&glCompressedTexImage3D> _compressed3D;
+    int _count = 0;
+    QByteArray _lastBytes;
+};
