@@ -105,13 +105,13 @@ TEST_F(FramebufferObjectTest, WrongOrdersAreToldAndChangeNothing)
     EXPECT_FALSE(framebuffer.attachLayers(&_layers, GL_COLOR_ATTACHMENT0, 0));
     EXPECT_FALSE(framebuffer.attach3D(&_layers, GL_COLOR_ATTACHMENT0, 0, 0));
     EXPECT_FALSE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
-    EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_3D, GL_RGBA8, 4, 4, 4));
+    EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_3D, GL_RGBA8, 4, 4, 2));
     EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
     EXPECT_EQ(nullptr, framebuffer.attachment(GL_COLOR_ATTACHMENT0));
     const QString notBound = asserted(unbound, "Framebuffer Object is not bound on attach");
     EXPECT_MESSAGES(asserted("0u == this->_fbo", "Framebuffer Object is not NULL on create"),
                     asserted(unbound, "Framebuffer Object is not bound on unbind"), notBound, notBound,
-                    notBound, notBound, notBound, notBound,
+                    notBound, notBound, notBound, notBound, notBound,
                     asserted(unbound, "Framebuffer Object is not bound on detach"),
                     asserted("true == this->_attachments.contains(attachmentPoint)",
                              "Framebuffer Object does not have an attachment at 36064"));

@@ -3,8 +3,6 @@
 #include "GLUtilities.h"
 #include "Texture.h"
 
-#include <memory>
-
 namespace Orvane { namespace Zel {
 
 namespace {
@@ -219,30 +217,28 @@ bool FramebufferObject::attach3D(Texture *texture, unsigned int attachmentPoint,
 bool FramebufferObject::createTexture2D(unsigned int attachmentPoint, unsigned int target,
                                         unsigned int internalFormat, int width, int height)
 {
-    auto texture = std::make_unique<Texture>(nullptr);
+    auto *texture = new Texture(nullptr);
     texture->create2D(target, internalFormat, width, height);
-    if (!attach(texture.get(), attachmentPoint, 0)) {
-        return false; // nobody could find the texture
+    if (attach(texture, attachmentPoint, 0)) {
+        return true;
     }
-    texture.release();
-    return true;
+    delete texture; // nobody could find it
+    return false;
 }
 
 bool FramebufferObject::createTexture3D(unsigned int attachmentPoint, unsigned int target,
                                         unsigned int internalFormat, int width, int height, int depth)
 {
-    auto texture = std::make_unique<Texture>(nullptr);
+    auto *texture = new Texture(nullptr);
     texture->create3D(target, internalFormat, width, height, depth);
+    bool attached = false;
     for (int layer = 0; layer < depth; ++layer) {
-        // What fails for one layer fails for all: nothing is attached then.
-        if (!attach3D(texture.get(), attachmentPoint + static_cast<unsigned int>(layer), layer, 0)) {
-            return false;
-        }
+        attached = attach3D(texture, attachmentPoint + static_cast<unsigned int>(layer), layer, 0);
     }
-    if (depth > 0) {
-        texture.release();
+    if (!attached) { // what fails for one layer fails for all
+        delete texture;
     }
-    return depth > 0;
+    return attached;
 }
 
 Texture *FramebufferObject::detach(unsigned int attachmentPoint)
