@@ -34,13 +34,22 @@ const QString kAnisoPrefix = QStringLiteral("[aniso");
 
 constexpr int kImageLevels = 4; ///< below the base, for all images, whatever their size
 
-std::vector<std::unique_ptr<TextureRecogniser>> recognisers; ///< in the order of registration
-QHash<QString, TextureRecogniser *> extensionTable; ///< by suffix in lower case; borrowed from the list
+using RecogniserPointer = std::shared_ptr<TextureRecogniser>;
 
-bool isRegistered(const TextureRecogniser *recogniser)
+std::vector<RecogniserPointer> recognisers;                      ///< the owner, in the order of registration
+QHash<QString, std::weak_ptr<TextureRecogniser>> extensionTable; ///< by suffix in lower case
+
+/// The owner's pointer; in the list once, however often it is asked for.
+RecogniserPointer registered(TextureRecogniser *recogniser)
 {
-    return std::any_of(recognisers.begin(), recognisers.end(),
-                       [recogniser](const auto &registered) { return registered.get() == recogniser; });
+    const auto known =
+        std::find_if(recognisers.begin(), recognisers.end(),
+                     [recogniser](const auto &pointer) { return pointer.get() == recogniser; });
+    if (known != recognisers.end()) {
+        return *known;
+    }
+    recognisers.emplace_back(recogniser);
+    return recognisers.back();
 }
 
 /// Asks all recognisers, \a first before the others if it is not null. Deletes the
