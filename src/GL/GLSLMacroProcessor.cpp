@@ -7,10 +7,13 @@
 
 #include <ZelCore/Resources.h>
 
+#include <algorithm>
+
 namespace Orvane { namespace Zel {
 
 namespace {
 
+const QLatin1Char kSign('#');
 const QLatin1String kInclude("#include");
 const QLatin1String kInstanceData("#instancedata");
 const QLatin1String kMacro("#macro");
@@ -64,81 +67,98 @@ public:
 
     void expand(const QString &source)
     {
-        result.reserve(result.size() + source.size());
         const QChar *const text = source.constData();
-        int copied = 0; // what stands before it is in the result
-        int sign = -1;
-        while ((sign = source.indexOf(QLatin1Char('#'), sign + 1)) >= 0) {
-            const int indent = indentOf(text, sign);
-            if (indent < 0 || !mayBeDirective(source.midRef(sign), indent)) {
+        const QChar *const textEnd = text + source.size();
+        const QChar *copied = text; // what stands before it is in the result
+        for (int at = source.indexOf(kSign); at >= 0; at = source.indexOf(kSign, at + 1)) {
+            const QChar *const sign = text + at;
+            const QChar *const line = lineStart(text, sign);
+            const Directive directive = line != nullptr ? directiveAt(sign, textEnd) : eNone;
+            if (directive == eNone || (directive != eMacro && line != sign)) {
                 continue; // no expression could match: ordinary text
             }
-            const int end = lineEnd(source, sign);
-            const QString line(text + sign - indent, end - sign + indent);
-            result.append(text + copied, sign - copied);
+            const QChar *const end = std::find_if(sign, textEnd, isLineEnd);
+            append(copied, sign);
             copied = sign;
-            if (expandLine(line)) {
+            if (expandLine(directive, QString(line, int(end - line)))) {
                 copied = end; // the line's own break is copied with what follows
-                sign = end - 1;
+                at = int(end - text) - 1;
             }
         }
-        result.append(text + copied, source.size() - copied);
+        append(copied, textEnd);
     }
 
 private:
-    /// The number of blanks before the sign, or -1 where something else stands
-    /// in front of it on its line.
-    static int indentOf(const QChar *text, int sign)
+    enum Directive {
+        eNone,
+        eMacro, ///< the only one that may be indented
+        eInstanceData,
+        eInclude,
+        eVersion
+    };
+
+    /// Where the line of the sign starts; null when more than blanks stands in front of it.
+    static const QChar *lineStart(const QChar *text, const QChar *sign)
     {
-        int start = sign;
-        while (start > 0 && text[start - 1].isSpace() && !isLineEnd(text[start - 1])) {
-            --start;
+        while (sign > text && sign[-1].isSpace() && !isLineEnd(sign[-1])) {
+            --sign;
         }
-        return start == 0 || isLineEnd(text[start - 1]) ? sign - start : -1;
+        return sign == text || isLineEnd(sign[-1]) ? sign : nullptr;
     }
 
-    static int lineEnd(const QString &source, int from)
+    /// The one directive whose word stands at the sign; whether its line matches is not yet known.
+    static Directive directiveAt(const QChar *sign, const QChar *end)
     {
-        while (from < source.size() && !isLineEnd(source.at(from))) {
-            ++from;
+        const auto is = [&](QLatin1String word) {
+            return end - sign >= word.size() && std::equal(word.begin(), word.end(), sign);
+        };
+        if (is(kInclude)) {
+            return eInclude;
         }
-        return from;
+        if (is(kMacro)) {
+            return eMacro;
+        }
+        if (is(kVersion)) {
+            return eVersion;
+        }
+        return is(kInstanceData) ? eInstanceData : eNone;
     }
 
-    static bool mayBeDirective(const QStringRef &text, int indent)
+    bool expandLine(Directive directive, const QString &line)
     {
-        if (indent == 0) {
-            return text.startsWith(kInclude) || text.startsWith(kMacro) || text.startsWith(kInstanceData)
-                   || text.startsWith(kVersion);
-        }
-        return text.startsWith(kMacro); // the only one that may be indented
-    }
-
-    bool expandLine(const QString &line)
-    {
-        if (_macro.exactMatch(line)) {
+        QString text;
+        switch (directive) {
+        case eMacro:
+            if (!_macro.exactMatch(line)) {
+                return false;
+            }
             expandReplacement(_processor._macros.value(_macro.cap(1), _macro.cap(2)));
             return true;
-        }
-        QString text;
-        if (_instanceData.exactMatch(line)) {
+        case eInstanceData:
+            if (!_instanceData.exactMatch(line)) {
+                return false;
+            }
             if (findPlanDeclarations(_instanceData.cap(1), text)) {
                 expandReplacement(text);
             }
             return true;
-        }
-        if (_include.exactMatch(line)) {
+        case eInclude:
+            if (!_include.exactMatch(line)) {
+                return false;
+            }
             if (findInclude(line, _include.cap(1), _processor._includePaths, text)) {
                 expandReplacement(text);
             }
             return true;
-        }
-        if (line.startsWith(kVersion)) {
+        case eVersion:
             result += line + QLatin1Char('\n') + _processor.defineLines();
             return true;
+        default:
+            return false;
         }
-        return false;
     }
+
+    void append(const QChar *from, const QChar *to) { result.append(from, int(to - from)); }
 
     void expandReplacement(const QString &text)
     {
@@ -192,6 +212,7 @@ QString GLSLMacroProcessor::process(const QString &source, GLSLMacroProcessor *p
         return process(source, &temporary);
     }
     Expander expander(*processor);
+    expander.result.reserve(source.size());
     expander.expand(source);
     return expander.result;
 }

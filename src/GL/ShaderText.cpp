@@ -5,15 +5,50 @@
 #include <QtCore/QFile>
 #include <QtCore/QStringList>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace Orvane { namespace Zel {
+
+namespace {
+
+/// By the system's own calls: a tree of includes is many small files, and what QFile
+/// does beside these calls would be a fifth of the time of the whole expansion.
+bool readFromDisk(const QString &path, QByteArray &bytes)
+{
+    const int file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    char block[16384];
+    ssize_t count = 0;
+    while ((count = ::read(file, block, sizeof block)) > 0) {
+        bytes.append(block, int(count));
+    }
+    ::close(file);
+    return count == 0; // a folder opens, but cannot be read
+}
+
+bool readFromQt(const QString &path, QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    bytes = file.readAll();
+    return true;
+}
+
+} // namespace
 
 bool readShaderText(const QString &path, QString &text)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    // Resources and search paths are Qt's own names, and have a colon.
+    QByteArray bytes;
+    if (path.contains(QLatin1Char(':')) ? !readFromQt(path, bytes) : !readFromDisk(path, bytes)) {
         return false;
     }
-    text = QString::fromUtf8(file.readAll().constData());
+    text = QString::fromUtf8(bytes.constData());
     return true;
 }
 
