@@ -85,11 +85,8 @@ bool UniformMechanism::bind(ShaderProgram *program, TextureManager *textureManag
         return false;
     }
     if (program != nullptr) {
-        QString uniform;
         for (auto it = _memberTypes.constBegin(); it != _memberTypes.constEnd(); ++it) {
-            uniform = QLatin1String("u_");
-            uniform += it.key();
-            const int location = program->getUniformLocation(uniform);
+            const int location = program->getUniformLocation(uniformName(it.key()));
             if (location >= 0) {
                 sendMember(location, it.key(), it.value(), *collection);
             }
@@ -130,6 +127,7 @@ QString UniformMechanism::glslUniformDeclaration(const QList<DataType> &types,
             lines += QStringLiteral("uniform %1 u_%2[%3];")
                          .arg(glslPaddedType(type), name, QString::number(arraySize));
             _memberTypes[name] = type;
+            _uniformName.reserve(qMax(_uniformName.capacity(), name.size() + 2));
         }
     }
     return lines.join(QLatin1Char('\n'));
@@ -138,6 +136,14 @@ QString UniformMechanism::glslUniformDeclaration(const QList<DataType> &types,
 bool UniformMechanism::useVec4Storage(DataType)
 {
     return false;
+}
+
+const QString &UniformMechanism::uniformName(const QString &memberName)
+{
+    _uniformName.resize(0);
+    _uniformName += QLatin1String("u_");
+    _uniformName += memberName;
+    return _uniformName;
 }
 
 void UniformMechanism::sendMember(int location, const QString &name, DataType type,

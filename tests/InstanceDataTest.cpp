@@ -1,0 +1,590 @@
+#include "support/AllocationCount.h"
+#include "support/FakeLoader.h"
+#include "support/GLFixture.h"
+#include "support/StateGuard.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/BufferObject.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/InstanceData.h>
+#include <ZelGL/InstanceDataCollection.h>
+#include <ZelGL/InstanceDataPlan.h>
+#include <ZelGL/InstanceDataRegistry.h>
+#include <ZelGL/Texture.h>
+#include <ZelGL/TextureManager.h>
+#include <ZelGL/UniformBufferObject.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <cstring>
+#include <numeric>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using Plan = InstanceDataPlan;
+using Tokens = QVector<TextureToken>;
+
+/// Gives tokens, binds nothing and keeps the lists that it was told.
+class ToldManager : public TextureManager
+{
+public:
+    using TextureManager::bind;
+    using TextureManager::unbind;
+
+    void bind(const QVector<TextureToken> &tokens) override { bound += tokens; }
+    void bind(const QList<TextureToken> &) override {}
+    void unbind(const QVector<TextureToken> &tokens) override { unbound += tokens; }
+    void bind(ShaderProgram *) override {}
+    void unbind(ShaderProgram *) override {}
+    QString getShaderFile() override { return {}; }
+
+    QVector<Tokens> bound;
+    QVector<Tokens> unbound;
+};
+
+// The entry point past the table: the library keeps it in a place of its own.
+PFNGLNAMEDBUFFERDATAPROC realNamedBufferData = nullptr;
+int namedUploads = 0;
+
+void APIENTRY countNamedBufferData(GLuint buffer, GLsizeiptr size, const void *data, GLenum usage)
+{
+    ++namedUploads;
+    realNamedBufferData(buffer, size, data, usage);
+}
+
+class InstanceDataTest : public GLTest
+{
+protected:
+    InstanceDataTest()
+    {
+        if (realNamedBufferData == nullptr) {
+            realNamedBufferData =
+                reinterpret_cast<PFNGLNAMEDBUFFERDATAPROC>(context()->getProcAddress("glNamedBufferData"));
+        }
+        if (realNamedBufferData != nullptr) {
+            _loader.provide("glNamedBufferData", FakeLoader::Function(countNamedBufferData));
+        }
+    }
+
+    ~InstanceDataTest() override { InstanceDataRegistry::Instance()->clear(); }
+
+    /// "Paint": a vec3 at 0, a vec2 at 16, a token at 24, floats at 32 and 36; 48 bytes.
+    Plan *paint(Plan::MechanismType mechanism = Plan::eUniformBufferMechanism, unsigned long arraySize = 8)
+    {
+        auto *plan = new Plan("Paint");
+        plan->addMember(Plan::eFloat, "strength");
+        plan->addMember(Plan::eFloat, "gloss");
+        plan->addMember(Plan::eVec2, "shift");
+        plan->addMember(Plan::eVec3, "tint");
+        plan->addMember(Plan::eTexture, "image");
+        plan->setMechanism(mechanism);
+        plan->setArraySize(arraySize);
+        InstanceDataRegistry::Instance()->registerPlan(plan);
+        EXPECT_EQ(1, _capture.take().size()); // the limit
+        return plan;
+    }
+
+    FakeLoader _loader;
+};
+
+const float kTint[] = {1, 2, 3, 4};
+
+QByteArray zeros(int size)
+{
+    return QByteArray(size, '\0');
+}
+
+QByteArray bytesOf(const float *values, int count)
+{
+    return QByteArray(reinterpret_cast<const char *>(values), count * int(sizeof *values));
+}
+
+QString assertion(const char *condition, const QString &text, const char *file = "InstanceData.cpp")
+{
+    return QString("critical [%1:#] [ !! ] Assertion '%2' failed: %3").arg(file, condition, text);
+}
+
+} // namespace
+
+TEST_F(InstanceDataTest, ItemsHoldTheBytesOfTheirMembers)
+{
+    paint();
+    InstanceData item("Paint");
+    EXPECT_EQ("Paint", item.name());
+    EXPECT_EQ(zeros(48), item.dataArray());
+    item.set("tint", kTint, 16);
+    item.set("tint", kTint + 1, 4); // a shorter value leaves the rest
+    const float tint[] = {2, 2, 3, 4};
+    EXPECT_EQ(bytesOf(tint, 4) + zeros(32), item.dataArray());
+    item.set(36, kTint, 4);
+    float read[4] = {};
+    item.get("tint", read, 0); // the size of the destination is not asked for
+    EXPECT_EQ(bytesOf(tint, 4), bytesOf(read, 4));
+    item.get(36, 4, read, 0);
+    EXPECT_EQ(1.0f, read[0]);
+
+    const InstanceData copy = item;
+    item.clear();
+    EXPECT_EQ(zeros(48), item.dataArray());
+    EXPECT_EQ(bytesOf(tint, 4), copy.dataArray().left(16));
+}
+
+TEST_F(InstanceDataTest, WrongMembersAreReportedAndStayInsideTheItem)
+{
+    paint();
+    InstanceData item("Paint");
+    item.set("none", kTint, 4);
+    EXPECT_MESSAGES(assertion("_plan->contains(dataName)", "plan 'Paint' data 'none'"),
+                    assertion("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
+                              "InstanceData::set( 'none') call on data type 0"));
+    EXPECT_EQ(bytesOf(kTint, 1) + zeros(44), item.dataArray()); // an unknown member is at offset 0
+    item.set("image", kTint, 8);
+    EXPECT_MESSAGES(assertion("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
+                              "InstanceData::set( 'image') call on data type 0"));
+    item.set("strength", kTint, 8); // runs over into its neighbour
+    EXPECT_MESSAGES(assertion("dataSize <= _plan->dataSize(dataName)", "plan 'Paint' data 'strength'"));
+    EXPECT_EQ(bytesOf(kTint, 2), item.dataArray().mid(32, 8));
+
+    const QByteArray before = item.dataArray();
+    const QByteArray huge(64, 'x');
+    item.set("strength", huge.constData(), 64);
+    EXPECT_MESSAGES(assertion("dataSize <= _plan->dataSize(dataName)", "plan 'Paint' data 'strength'"));
+    item.set(-4, huge.constData(), 4);
+    item.set(45, huge.constData(), 4);
+    item.set(0, huge.constData(), ~0ul);
+    item.set(0, nullptr, 4);
+    item.setTextureToken(44, TextureToken(5));
+    float untouched = 7;
+    item.get(45, 4, &untouched, 4);
+    EXPECT_EQ(7.0f, untouched);
+    EXPECT_EQ(before, item.dataArray());
+}
+
+TEST_F(InstanceDataTest, WithoutAPlanNothingIsWritten)
+{
+    const QString none =
+        "critical [InstanceData.cpp:#] InstanceData::set() : There is no associated instanceData "
+        "plan. set() should not be called on such InstanceData";
+    InstanceData item;
+    item.set("tint", kTint, 4);
+    EXPECT_MESSAGES(none, assertion("_plan != NULL", "data 'tint'"));
+    item.set(0, kTint, 4);
+    EXPECT_MESSAGES(none);
+    ToldManager manager;
+    item.setTexture("image", nullptr, &manager);
+    item.get("tint", nullptr, 4);
+    EXPECT_TRUE(item.dataArray().isEmpty());
+    EXPECT_EQ(sizeof item, item.memoryEstimateCPU());
+
+    InstanceDataCollection collection("Nobody");
+    EXPECT_MESSAGES(startsWith("warning [InstanceDataRegistry.cpp:#]"));
+    collection.set(0, "tint", kTint, 4);
+    collection.copyInstanceMember(0, "tint", "tint");
+    collection.bindTextureTokens(&manager);
+    EXPECT_EQ(0, collection.size());
+    EXPECT_FALSE(collection.bind(nullptr, &manager));
+    EXPECT_FALSE(collection.unbind(nullptr, &manager));
+    EXPECT_TRUE(collection.getUniformBufferObject(GL_UNIFORM_BUFFER).isNull());
+}
+
+TEST_F(InstanceDataTest, TexturesStandAmongTheBytesAsTheirTokens)
+{
+    paint();
+    ToldManager manager;
+    TextureManager::setInstance(&manager);
+    auto *const first = new Texture(nullptr); // the manager's from the first token on
+    auto *const second = new Texture(nullptr);
+    InstanceData item("Paint");
+    item.setTexture("image", first, &manager);
+    item.setTexture("image", second);
+    item.setTexture(24, first); // once in the list, whatever the number of uses
+    EXPECT_EQ(Tokens({TextureToken(0), TextureToken(1)}), item.getTextureTokens());
+    EXPECT_EQ(zeros(8), item.dataArray().mid(24, 8));
+    item.setTexture(24, second, &manager);
+    EXPECT_EQ(QByteArray("\1\0\0\0\0\0\0\0", 8), item.dataArray().mid(24, 8));
+    EXPECT_EQ(48 + 4 * 2 + sizeof item, item.memoryEstimateCPU());
+    _capture.take(); // the manager tells of each new token
+
+    item.setTexture("strength", first, &manager);
+    EXPECT_MESSAGES(assertion("InstanceDataPlan::eTexture == _plan->dataType(dataName)",
+                              "InstanceData::setTexture( 'strength') call on data type 13"));
+    item.setTexture("image", QString()); // shows as white
+    EXPECT_MESSAGES("warning [TextureManager.cpp:#] Cannot load ",
+                    "debug [TextureManager.cpp:#] Creating token 2 for 255 255 255 255");
+    EXPECT_EQ(3, item.getTextureTokens().size());
+    item.clearTextures();
+    EXPECT_TRUE(item.getTextureTokens().isEmpty());
+    EXPECT_EQ('\2', item.dataArray()[24]);
+    TextureManager::setInstance(nullptr);
+}
+
+TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCounts)
+{
+    Plan *plan = paint();
+    InstanceData item("Paint");
+    item.set("tint", kTint, 12);
+    InstanceDataCollection ofItems("Paint", {item, item});
+    EXPECT_EQ(2, ofItems.size());
+    EXPECT_EQ(item.dataArray() + item.dataArray(), ofItems.dataArray());
+    EXPECT_EQ(plan, ofItems.plan());
+    EXPECT_EQ(zeros(144), InstanceDataCollection(plan, 3).dataArray());
+    const QByteArray bytes(96, 'x');
+    InstanceDataCollection ofBytes(plan, bytes.constData(), 96);
+    EXPECT_EQ(bytes, ofBytes.dataArray());
+    ofBytes.update(QList<InstanceData>());
+    EXPECT_EQ(0, ofBytes.size());
+    ofBytes.update(bytes.constData(), 96);
+    EXPECT_EQ(2, ofBytes.size());
+    EXPECT_EQ(96 + sizeof ofBytes, ofBytes.memoryEstimateCPU());
+    EXPECT_EQ(0u, ofBytes.memoryEstimateGPU());
+}
+
+TEST_F(InstanceDataTest, TooMuchForThePlanIsReportedAndStored)
+{
+    Plan *plan = paint(Plan::eUniformBufferMechanism, 2);
+    const char *file = "InstanceDataCollection.cpp";
+    const QString bytesTooBig = assertion("(numBytes / _plan->totalDataSize()) <= _plan->arraySize()",
+                                          "List is too big for plan 'Paint'", file);
+    const QString listTooBig = assertion("size_t(instanceDataDataList.size()) <= _plan->arraySize()",
+                                         "List 3 too big, max 2 plan 'Paint'", file);
+    InstanceDataCollection counted(plan, 3);
+    EXPECT_MESSAGES(assertion("numItems <= _plan->arraySize()", "List is too big for plan 'Paint'", file));
+    EXPECT_EQ(3, counted.size());
+    const QByteArray bytes(144, 'x');
+    InstanceDataCollection collection(plan, bytes.constData(), 144);
+    EXPECT_MESSAGES(bytesTooBig);
+    collection.update(bytes.constData(), 144);
+    EXPECT_MESSAGES(bytesTooBig);
+    EXPECT_EQ(3, collection.size());
+    const InstanceData item("Paint");
+    InstanceDataCollection list("Paint", {item, item, item});
+    EXPECT_MESSAGES(listTooBig);
+    list.update({item, item, item});
+    EXPECT_MESSAGES(listTooBig);
+    EXPECT_EQ(3, list.size());
+    InstanceDataCollection(plan, ~0ul);
+    EXPECT_EQ(1, _capture.take().size());
+}
+
+TEST_F(InstanceDataTest, MembersOfItemsAreReadWrittenAndMovedWithinTheirBytes)
+{
+    Plan *plan = paint();
+    InstanceDataCollection collection(plan, 2);
+    collection.set(1, "tint", kTint, 16);
+    collection.set(1, "gloss", kTint + 3, 4);
+    EXPECT_EQ(zeros(48), collection.dataArray().left(48));
+    float read[4] = {};
+    collection.get(1, "tint", read);
+    EXPECT_EQ(bytesOf(kTint, 4), bytesOf(read, 4));
+    collection.copyInstanceMember(1, "shift", "strength"); // eight bytes over four, and the four behind them
+    EXPECT_EQ(zeros(8), collection.dataArray().mid(48 + plan->offset("strength"), 8));
+    collection.copyInstanceMember(1, "tint", "shift"); // over the token too
+    EXPECT_EQ(bytesOf(kTint, 4), collection.dataArray().mid(48 + 16, 16));
+
+    const QByteArray before = collection.dataArray();
+    collection.set(2, "tint", kTint, 4);
+    collection.set(-1, "gloss", kTint, 4);
+    collection.set(1, "gloss", kTint, 4000);
+    collection.set(1, "gloss", nullptr, 4);
+    collection.copyInstanceMember(2, "tint", "gloss");
+    collection.copyInstanceMember(-1, "tint", "gloss");
+    float untouched = 7;
+    collection.get(2, "gloss", &untouched);
+    EXPECT_EQ(7.0f, untouched);
+    EXPECT_EQ(before, collection.dataArray());
+}
+
+TEST_F(InstanceDataTest, TokensAreFoundInTheBytesOncePerContents)
+{
+    Plan *plan = paint();
+    ToldManager manager;
+    InstanceDataCollection collection(plan, 3);
+    const quint64 tokens[] = {7, 7, 9};
+    for (int i = 0; i < 3; ++i) {
+        collection.set(i, "image", &tokens[i], 8);
+    }
+    collection.bindTextureTokens(nullptr);
+    collection.bindTextureTokens(&manager);
+    const quint64 other = 11;
+    collection.set(2, "image", &other, 8); // the list lasts until update()
+    collection.bindTextureTokens(&manager);
+    const Tokens first = {TextureToken(7), TextureToken(9)};
+    EXPECT_EQ(QVector<Tokens>({first, first}), manager.bound);
+    EXPECT_EQ(3 * 48 + 4 * 2 + sizeof collection, collection.memoryEstimateCPU());
+
+    const QByteArray bytes = collection.dataArray() + zeros(30); // the rest of an item has no token
+    collection.update(bytes.constData(), static_cast<unsigned long>(bytes.size()));
+    collection.bindTextureTokens(&manager);
+    EXPECT_EQ(Tokens({TextureToken(7), TextureToken(11)}), manager.bound.last());
+}
+
+namespace {
+
+/// A way to the GPU, and a program that reads something by it.
+struct Road
+{
+    Plan::MechanismType mechanism;
+    const char *declarations;
+    const char *value;
+};
+
+const Road kRoads[] = {
+    {Plan::eUniformBufferMechanism,
+     "struct Paint { vec4 tint; vec2 shift; uvec2 image; vec4 rest; };\n"
+     "layout (std140) uniform u_PaintUniform { Paint Paints[8]; };\n",
+     "Paints[1].tint"},
+    {Plan::eUniformMechanism, "uniform vec4 u_tint[8];\n", "u_tint[1]"},
+    {Plan::eBufferTextureMechanism,
+     "uniform samplerBuffer u_fPaintSampler;\nuniform isamplerBuffer u_iPaintSampler;\n",
+     "texelFetch(u_fPaintSampler, 3) + vec4(texelFetch(u_iPaintSampler, 3))"},
+    {Plan::eTextureMechanism, "uniform sampler2D u_fPaintSampler;\nuniform isampler2D u_iPaintSampler;\n",
+     "texelFetch(u_fPaintSampler, ivec2(3, 0), 0) + vec4(texelFetch(u_iPaintSampler, ivec2(3, 0), 0))"},
+    {Plan::eStorageBufferMechanism,
+     "struct Paint { vec4 tint; vec2 shift; uvec2 image; vec4 rest; };\n"
+     "layout (std140) buffer u_PaintUniform { Paint Paints[]; };\n",
+     "Paints[1].tint"},
+};
+
+void PrintTo(const Road &road, std::ostream *out)
+{
+    *out << "mechanism " << road.mechanism;
+}
+
+/// What goes to the driver on the way.
+struct Traffic
+{
+    std::vector<size_t> take()
+    {
+        const std::vector<size_t> counts = {uploads.count() + size_t(namedUploads), images.count(),
+                                            subImages.count(), buffers.count()};
+        namedUploads = 0;
+        uploads.clear();
+        images.clear();
+        subImages.clear();
+        buffers.clear();
+        return counts;
+    }
+
+    Tap<&glBufferData> uploads;
+    Tap<&glTexImage2D> images;
+    Tap<&glTexSubImage2D> subImages;
+    Tap<&glTexBuffer> buffers;
+};
+
+using Counts = std::vector<size_t>;
+
+class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamInterface<Road>
+{
+protected:
+    InstanceDataRoadTest()
+        : _plan(paint(GetParam().mechanism))
+    {
+        const char *const version =
+            GetParam().mechanism == Plan::eStorageBufferMechanism ? "#version 430\n" : "#version 150\n";
+        const QByteArray fragment = QByteArray(version) + GetParam().declarations
+                                    + "out vec4 color;\nvoid main() { color = " + GetParam().value + "; }\n";
+        _program =
+            makeProgram("#version 150\nvoid main() { gl_Position = vec4(0.0); }\n", fragment.constData());
+        _program->bind();
+    }
+
+    ~InstanceDataRoadTest() override { _program->unbind(); }
+
+    bool isTexture() const { return GetParam().mechanism == Plan::eTextureMechanism; }
+    bool usesTextureUnits() const
+    {
+        return isTexture() || GetParam().mechanism == Plan::eBufferTextureMechanism;
+    }
+    bool hasBuffer() const { return GetParam().mechanism != Plan::eUniformMechanism; }
+
+    Counts boundTraffic(InstanceDataCollection &collection)
+    {
+        EXPECT_TRUE(collection.bind(_program.get(), nullptr));
+        EXPECT_TRUE(collection.unbind(_program.get(), nullptr));
+        return _traffic.take();
+    }
+
+    Plan *_plan;
+    std::unique_ptr<ShaderProgram> _program;
+    Traffic _traffic;
+};
+
+} // namespace
+
+TEST_P(InstanceDataRoadTest, OnlyChangesAreUploadedAndOnlyNewSizesSpecified)
+{
+    const size_t upload = hasBuffer() ? 1 : 0;
+    const size_t copies = isTexture() ? 2 : 0;
+    const Counts nothing = {0, 0, 0, 0};
+    const Counts changed = {upload, 0, copies, 0};
+    const Counts resized = {upload, copies, copies, 0};
+
+    InstanceDataCollection collection(_plan, 4);
+    const size_t views = GetParam().mechanism == Plan::eBufferTextureMechanism ? 2 : 0;
+    EXPECT_EQ(Counts({upload, copies, copies, views}), boundTraffic(collection));
+    EXPECT_EQ(nothing, boundTraffic(collection));
+    collection.set(0, "tint", kTint, 16);
+    EXPECT_EQ(changed, boundTraffic(collection));
+    EXPECT_EQ(nothing, boundTraffic(collection));
+    collection.copyInstanceMember(0, "tint", "shift");
+    EXPECT_EQ(changed, boundTraffic(collection));
+    const QByteArray bytes = collection.dataArray() + zeros(48);
+    collection.update(bytes.constData(), 4 * 48);
+    EXPECT_EQ(changed, boundTraffic(collection));
+    collection.update(bytes.constData(), 5 * 48);
+    EXPECT_EQ(resized, boundTraffic(collection));
+    collection.set(0, "gloss", kTint, 4);
+    collection.clearDirtyStatus(); // counts as uploaded
+    EXPECT_EQ(nothing, boundTraffic(collection));
+    EXPECT_EQ(hasBuffer() ? 240u : 0u, collection.memoryEstimateGPU());
+}
+
+TEST_P(InstanceDataRoadTest, BindingLeavesNothingBehind)
+{
+    InstanceDataCollection collection(_plan, 4);
+    const StateGuard state;
+    boundTraffic(collection);
+    const QStringList changes = state.changes();
+    for (const QString &change : changes) {
+        EXPECT_TRUE(change.startsWith("GL_ACTIVE_TEXTURE ")) << change.toStdString();
+    }
+}
+
+TEST_P(InstanceDataRoadTest, BindingTakesNoMemoryOnceTheProgramIsKnown)
+{
+    if (usesTextureUnits()) {
+        return; // each new holder of a unit is entered in a table
+    }
+    InstanceDataCollection collection(_plan, 4);
+    boundTraffic(collection);
+    boundTraffic(collection);
+    const AllocationCount allocations;
+    for (int i = 0; i < 10; ++i) {
+        collection.bind(_program.get(), nullptr);
+        collection.unbind(_program.get(), nullptr);
+    }
+    EXPECT_EQ(0u, allocations.taken());
+}
+
+TEST_P(InstanceDataRoadTest, TheManagerIsToldOfTheTokensAtEveryBindAndUnbind)
+{
+    ToldManager manager;
+    InstanceDataCollection collection(_plan, 2);
+    const quint64 token = 5;
+    collection.set(1, "image", &token, 8);
+    const Tokens tokens = {TextureToken(0), TextureToken(5)};
+    EXPECT_TRUE(collection.bind(&manager)); // by the program in use
+    EXPECT_TRUE(collection.unbind(&manager));
+    TextureManager::setInstance(&manager);
+    EXPECT_TRUE(collection.bind());
+    EXPECT_TRUE(collection.unbind());
+    TextureManager::setInstance(nullptr);
+    EXPECT_EQ(QVector<Tokens>({tokens, tokens}), manager.bound);
+    EXPECT_EQ(QVector<Tokens>({tokens, tokens}), manager.unbound);
+    EXPECT_TRUE(collection.bind(nullptr, &manager)); // the tokens need no program
+    EXPECT_TRUE(collection.unbind(nullptr, &manager));
+    EXPECT_EQ(3, manager.bound.size());
+    EXPECT_FALSE(_plan->bind(_program.get(), &manager, nullptr));
+    EXPECT_FALSE(_plan->unbind(_program.get(), &manager, nullptr));
+}
+
+TEST_P(InstanceDataRoadTest, UnbindingBeforeAnyBindDoesNothing)
+{
+    InstanceDataCollection collection(_plan, 2);
+    EXPECT_TRUE(collection.unbind(_program.get(), nullptr));
+    EXPECT_EQ(Counts({0, 0, 0, 0}), _traffic.take());
+}
+
+TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
+{
+    if (!hasBuffer()) {
+        return; // no buffer to ask
+    }
+    InstanceDataCollection collection(_plan, 2);
+    collection.setBOUsageFlags(GL_STREAM_DRAW);
+    collection.bind(_program.get(), nullptr);
+    EXPECT_EQ(GLenum(GL_STREAM_DRAW), _traffic.uploads.last<3>());
+    collection.unbind(_program.get(), nullptr);
+    _traffic.take();
+
+    InstanceDataCollection fixed(_plan, 2);
+    fixed.set(1, "tint", kTint, 16);
+    fixed.useStorageBuffer(GL_DYNAMIC_STORAGE_BIT);
+    EXPECT_EQ(0u, boundTraffic(fixed)[0]); // filled, not specified
+    const auto uniformBuffer = fixed.getUniformBufferObject(0);
+    EXPECT_EQ(uniformBuffer, fixed.getUniformBufferObject(GL_UNIFORM_BUFFER)); // the first call decides
+    float tint[4] = {};
+    driver()->glBindBuffer(GL_COPY_READ_BUFFER, uniformBuffer->bufferObject()->getBO());
+    driver()->glGetBufferSubData(GL_COPY_READ_BUFFER, 48, sizeof tint, tint);
+    driver()->glBindBuffer(GL_COPY_READ_BUFFER, 0);
+    EXPECT_EQ(bytesOf(kTint, 4), bytesOf(tint, 4));
+}
+
+INSTANTIATE_TEST_SUITE_P(Roads, InstanceDataRoadTest, testing::ValuesIn(kRoads));
+
+TEST_F(InstanceDataTest, UniformsAreGatheredTightlyAndSentOnEveryBind)
+{
+    auto *plan = new Plan("Uni");
+    plan->addMember(Plan::eInt, "i");
+    plan->addMember(Plan::eVec3, "v");
+    plan->addMember(Plan::eUVec2, "u");
+    plan->addMember(Plan::eMat4, "m");
+    plan->addMember(Plan::eFloat, "unused");
+    for (const char *name : {"a", "b", "c", "d"}) {
+        plan->addMember(Plan::eBool, name);
+    }
+    plan->addMember(Plan::eBVec3, "bbb");
+    plan->setMechanism(Plan::eUniformMechanism);
+    plan->setArraySize(3);
+    InstanceDataRegistry::Instance()->registerPlan(plan);
+    _capture.take(); // the limit
+    const auto program =
+        makeProgram("#version 150\nvoid main() { gl_Position = vec4(0.0); }\n",
+                    "#version 150\nuniform int u_i[3]; uniform vec4 u_v[3]; uniform uvec2 u_u[3];\n"
+                    "uniform mat4 u_m[3]; uniform bool u_a[3]; uniform bvec4 u_bbb[3];\n"
+                    "out vec4 color; void main() { color = u_m[2] * u_v[2] + vec4(u_i[2], u_u[2], "
+                    "u_a[2] && u_bbb[2].x); }\n");
+    InstanceDataCollection collection(plan, 3);
+    QVector<float> expected;
+    for (int item = 0; item < 3; ++item) {
+        const float v[] = {float(item), 1, 2, 3};
+        collection.set(item, "v", v, 16);
+        std::copy_n(v, 4, std::back_inserter(expected));
+    }
+
+    Tap<&glUniform1iv> ints;
+    Tap<&glUniform2uiv> uints;
+    Tap<&glUniform4fv> floats;
+    Tap<&glUniform4iv> booleans;
+    Tap<&glUniformMatrix4fv> matrices;
+    QVector<float> sent;
+    floats.replace([&](GLint, GLsizei count, const GLfloat *values) {
+        std::copy_n(values, 4 * count, std::back_inserter(sent));
+    });
+    GLint sum = 0; // touches what the driver would read, which is more than the packed bytes
+    booleans.replace([&](GLint, GLsizei count, const GLint *values) {
+        sum = std::accumulate(values, values + 4 * count, 0);
+    });
+    ints.replace([&](GLint, GLsizei count, const GLint *values) {
+        sum += std::accumulate(values, values + count, 0);
+    });
+
+    program->bind();
+    for (int i = 0; i < 2; ++i) {
+        sent.clear();
+        EXPECT_TRUE(collection.bind(program.get(), nullptr));
+        EXPECT_EQ(expected, sent);
+        collection.unbind(program.get(), nullptr);
+    }
+    EXPECT_EQ(4u, ints.count()); // u_i and u_a
+    EXPECT_EQ(2u, uints.count());
+    EXPECT_EQ(2u, booleans.count());
+    EXPECT_EQ(2u, matrices.count());
+    EXPECT_EQ(3, matrices.last<1>());
+    EXPECT_EQ(GLboolean(GL_FALSE), matrices.last<2>());
+    EXPECT_EQ(0, sum);
+    program->unbind();
+}
