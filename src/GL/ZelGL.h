@@ -33,6 +33,7 @@
 #include "ParameterMechanism.h"
 #include "Plane.h"
 #include "PlaneClipper.h"
+#include "PrefilteredEnvMap.h"
 #include "RangedValues.h"
 #include "Reporting.h"
 #include "SamplerTextureManager.h"
