@@ -318,23 +318,26 @@ bool ShaderProgram::bind()
         return false;
     }
     glUseProgram(_programID);
+    void *const context = GLContextTracker::currentContext();
     const QMutexLocker locker(&gCurrentlyBoundShaderProgramsMutex);
-    gCurrentlyBoundShaderPrograms[GLContextTracker::currentContext()] = this;
+    gCurrentlyBoundShaderPrograms[context] = this;
     return true;
 }
 
 bool ShaderProgram::unbind()
 {
     glUseProgram(0);
+    void *const context = GLContextTracker::currentContext();
     const QMutexLocker locker(&gCurrentlyBoundShaderProgramsMutex);
-    gCurrentlyBoundShaderPrograms.remove(GLContextTracker::currentContext());
+    gCurrentlyBoundShaderPrograms.remove(context);
     return true;
 }
 
 ShaderProgram *ShaderProgram::currentShaderProgram()
 {
+    void *const context = GLContextTracker::currentContext();
     const QMutexLocker locker(&gCurrentlyBoundShaderProgramsMutex);
-    return gCurrentlyBoundShaderPrograms.value(GLContextTracker::currentContext(), nullptr);
+    return gCurrentlyBoundShaderPrograms.value(context, nullptr);
 }
 
 void ShaderProgram::clear()
