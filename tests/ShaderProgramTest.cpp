@@ -382,15 +382,14 @@ TEST_F(ShaderProgramTest, TheProcessorCountsForStagesAddedLaterAndDumpsShowIt)
 TEST_F(ShaderProgramTest, TheHashCoversTheTextsWhateverTheirOrder)
 {
     GLSLMacroProcessor processor;
+    const QStringList sources = {kVertex, kSomewhere, kUnresolved}; // of one stage, so that their order shows
     ShaderProgram oneWay(nullptr);
-    oneWay.addShader(GL_VERTEX_SHADER, kVertex, QString());
-    oneWay.addShader(GL_FRAGMENT_SHADER, kFragment, QString());
     ShaderProgram otherWay(nullptr);
-    otherWay.addShader(GL_FRAGMENT_SHADER, kFragment, QString());
-    otherWay.addShader(GL_VERTEX_SHADER, kVertex, QString());
     QStringList hashes;
-    for (QString source : {kVertex, kFragment}) {
-        hashes.append(md5(source.replace("150\n", "150\n\n")));
+    for (int i = 0; i < sources.size(); ++i) {
+        oneWay.addShader(GL_VERTEX_SHADER, sources.at(i), QString());
+        otherWay.addShader(GL_VERTEX_SHADER, sources.at(sources.size() - 1 - i), QString());
+        hashes.append(md5(QString(sources.at(i)).replace("150\n", "150\n\n")));
     }
     hashes.sort();
     EXPECT_EQ(md5(hashes.join("")), oneWay.constructShaderHash());
@@ -399,12 +398,13 @@ TEST_F(ShaderProgramTest, TheHashCoversTheTextsWhateverTheirOrder)
     processor.addDefine("A", "1");
     ShaderProgram defined(nullptr);
     defined.setMacroProcessor(&processor);
+    for (const QString &source : sources) {
+        defined.addShader(GL_VERTEX_SHADER, source, QString());
+    }
+    EXPECT_NE(oneWay.constructShaderHash(), defined.constructShaderHash());
+    defined.clear();
     link(defined);
     EXPECT_EQ(md5(md5("") + md5("")), defined.constructShaderHash()) << "a link clears the sources";
-    defined.clear();
-    defined.addShader(GL_VERTEX_SHADER, kVertex, QString());
-    defined.addShader(GL_FRAGMENT_SHADER, kFragment, QString());
-    EXPECT_NE(oneWay.constructShaderHash(), defined.constructShaderHash());
 }
 
 TEST_F(ShaderProgramTest, ABinaryMakesTheSameProgramWithoutStages)

@@ -82,7 +82,7 @@ public:
             copied = sign;
             if (expandLine(directive, QString(line, int(end - line)))) {
                 copied = end; // the line's own break is copied with what follows
-                at = int(end - text) - 1;
+                at = int(end - text);
             }
         }
         append(copied, textEnd);
