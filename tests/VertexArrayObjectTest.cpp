@@ -252,6 +252,13 @@ TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
     EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
     EXPECT_EQ(4 * callsOfOneSlot, taps.count()) << "a newly registered buffer is specified again";
     EXPECT_EQ(0u, std::get<0>(taps.pointers.calls().back()));
+    EXPECT_TRUE(vao.enableArray("c", 0));
+    EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
+    EXPECT_EQ(6 * callsOfOneSlot, taps.count()) << "a slot that was given to another name comes back";
+    EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
+    vao.dirtyAttributeName("c");
+    EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
+    EXPECT_EQ(7 * callsOfOneSlot, taps.count());
 }
 
 TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfItsSlot)
@@ -280,6 +287,13 @@ TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfIts
     }
     EXPECT_EQ((std::vector<size_t>{1, 1, 1, 2}),
               (std::vector<size_t>{ones.count(), twos.count(), threes.count(), fours.count()}));
+
+    const auto program = makeProgram(
+        "#version 150\nin vec4 unknown;\nvoid main() { gl_Position = unknown; }\n", kFragmentSource);
+    taps.disables.clear();
+    EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
+    EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
+    EXPECT_EQ(2u, taps.disables.count()) << "each time anew";
 }
 
 TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)

@@ -191,9 +191,9 @@ void VertexArrayObject::registerBO(const QString &name, QSharedPointer<BufferObj
 
 void VertexArrayObject::dirtyAttributeName(const QString &name)
 {
-    for (QString &enabledName : _enabledAttributeNames) {
-        if (enabledName == name) {
-            enabledName = QString();
+    for (int slot = 0; slot < _enabledAttributeNames.size(); ++slot) {
+        if (_enabledAttributeNames.at(slot) == name) {
+            setEnabledName(slot, QString());
         }
     }
 }
@@ -288,7 +288,7 @@ bool VertexArrayObject::enableArray(const QString &name, int attributeIndex)
     }
     const auto attribute = _attributesData.constFind(name);
     if (attribute == _attributesData.constEnd()) {
-        _enabledAttributeNames[attributeIndex] = QString();
+        setEnabledName(attributeIndex, QString());
         disableArray(unsigned(attributeIndex));
         return true;
     }
@@ -296,7 +296,7 @@ bool VertexArrayObject::enableArray(const QString &name, int attributeIndex)
         return false;
     }
     specifyArray(*attribute, unsigned(attributeIndex));
-    _enabledAttributeNames[attributeIndex] = name;
+    setEnabledName(attributeIndex, name);
     return true;
 }
 
@@ -305,11 +305,18 @@ bool VertexArrayObject::enableShaderProgramArrays(const ShaderProgram *program)
     if (program == nullptr) {
         return true;
     }
-    const auto &locations = program->getVertexAttributeNameLocationMap();
+    const QHash<QString, int> &locations = program->getVertexAttributeNameLocationMap();
+    // The copy below shares its data with the program's table for as long as that does not change.
+    if (_vaoBound && locations.isSharedWith(_enabledLocations)) {
+        return true;
+    }
     for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
         if (!enableArray(location.key(), location.value())) {
             return false;
         }
+    }
+    if (holdsNames(locations)) {
+        _enabledLocations = locations;
     }
     return true;
 }
@@ -341,6 +348,23 @@ quint64 VertexArrayObject::memoryEstimateGPU() const
         bytes += attribute._bo.isNull() ? 0 : attribute._bo->memoryEstimateGPU();
     }
     return bytes;
+}
+
+void VertexArrayObject::setEnabledName(int attributeIndex, const QString &name)
+{
+    _enabledAttributeNames[attributeIndex] = name;
+    _enabledLocations = QHash<QString, int>();
+}
+
+// Not so where the geometry lacks an attribute: that slot is cleared anew each time.
+bool VertexArrayObject::holdsNames(const QHash<QString, int> &locations) const
+{
+    for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
+        if (_enabledAttributeNames.at(location.value()) != location.key()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void VertexArrayObject::specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const

@@ -2,6 +2,7 @@
 
 #include "Bindable.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
@@ -115,6 +116,8 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
+    void setEnabledName(int attributeIndex, const QString &name);
+    bool holdsNames(const QHash<QString, int> &locations) const;
     void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
     void disableArray(unsigned int attributeIndex) const;
 
@@ -124,6 +127,7 @@ private:
     bool _vaoBound = false;
     QMap<QString, AttributeData> _attributesData;
     QVector<QString> _enabledAttributeNames; ///< by slot; empty: tied to nothing
+    QHash<QString, int> _enabledLocations;   ///< a program's attributes, while the slots hold all of them
     GLContextTracker *_contextTracker = nullptr;
 };
 
