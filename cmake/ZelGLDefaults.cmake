@@ -18,6 +18,9 @@ endfunction()
 # zelgl_library_defaults(TARGET): the above, and soname, version and include path of a shared library.
 function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
+    # Nobody replaces the library's functions from outside, so its own calls need not go through the dynamic linker.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}

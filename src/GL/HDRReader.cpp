@@ -201,7 +201,9 @@ bool HDRReader::startsWith(const char *text) const
 /// Asked before memory is taken for sizes that no texture can have.
 bool HDRReader::fitsTexture() const
 {
-    return std::max(width(), height()) <= longestTextureSide();
+    GLint most = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
+    return most > 0 && width() <= static_cast<quint32>(most) && height() <= static_cast<quint32>(most);
 }
 
 HDRReader::Decoded HDRReader::decode() const

@@ -32,14 +32,9 @@ ModelExhibit::~ModelExhibit() = default;
 
 Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 {
-    Expected<Scene> scene = loadModel(options.file);
+    Expected<Scene> scene = loadModel(options.model);
     if (!scene) {
         return scene.problem();
-    }
-    if (!options.imageOption.isEmpty()) {
-        return Problem{
-            ExitCode::eUsage,
-            QStringLiteral("--%1 goes with images; '%2' is a model").arg(options.imageOption, options.file)};
     }
     return std::unique_ptr<Exhibit>(new ModelExhibit(std::move(*scene), options));
 }
@@ -97,11 +92,6 @@ QStringList ModelExhibit::describeFrame() const
     return {_renderer->describeFrame()};
 }
 
-bool ModelExhibit::isDithered() const
-{
-    return true;
-}
-
 void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 {
     if (kind == eTurn) {
@@ -114,11 +104,6 @@ void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 void ModelExhibit::zoom(float steps)
 {
     _camera.zoom(steps);
-}
-
-bool ModelExhibit::key(int)
-{
-    return false;
 }
 
 } // namespace zelview

@@ -44,7 +44,7 @@ Expected<QImage> drawOnce(Exhibit &exhibit, Stage &stage, const QSize &size)
     exhibit.frame(size);
     stage.begin();
     exhibit.draw(size);
-    stage.end((*target)->framebuffer()->getFBO(), exhibit.isDithered());
+    stage.end((*target)->framebuffer()->getFBO());
     return readBack(**target, size);
 }
 

@@ -59,8 +59,7 @@ public:
 
     /// What is drawn between the two goes into the frame; depth is cleared, colour is the caller's to fill.
     void begin();
-    /// \a isDithered adds a noise of less than one step of 8 bits.
-    void end(unsigned int targetFramebuffer, bool isDithered);
+    void end(unsigned int targetFramebuffer);
 
     int samples() const { return _samples; }
     const QSize &size() const { return _size; }
@@ -69,7 +68,7 @@ private:
     Stage(ProgramPointer encoder, int samples);
 
     void resolve();
-    void encode(bool isDithered);
+    void encode();
 
     ProgramPointer _encoder;
     int _samples;

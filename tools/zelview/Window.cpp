@@ -21,13 +21,6 @@ namespace {
 constexpr float kAnglePerStep = 120.0f; ///< of the wheel, as Qt counts
 constexpr float kStepsPerKey = 2.0f;
 
-void sayAll(const QStringList &lines)
-{
-    for (const QString &line : lines) {
-        Console::say(line);
-    }
-}
-
 } // namespace
 
 Window::Window(Exhibit &exhibit, const Options &options)
@@ -58,7 +51,6 @@ void Window::initializeGL()
     }
     _isUp = true;
     Console::say(QStringLiteral("driver    ") + describeDriver());
-    sayAll(_exhibit.describe());
 }
 
 Failure Window::putUp()
@@ -103,11 +95,7 @@ void Window::paintGL()
     }
     _stage->begin();
     _exhibit.draw(pixels);
-    if (_speaksNext) {
-        sayAll(_exhibit.describeFrame());
-        _speaksNext = false;
-    }
-    _stage->end(defaultFramebufferObject(), _exhibit.isDithered());
+    _stage->end(defaultFramebufferObject());
 }
 
 void Window::mousePressEvent(QMouseEvent *event)
@@ -147,10 +135,7 @@ void Window::keyPressEvent(QKeyEvent *event)
         _exhibit.zoom(-kStepsPerKey);
         break;
     default:
-        if (!_exhibit.key(event->key())) {
-            return;
-        }
-        _speaksNext = true;
+        return;
     }
     update();
 }

@@ -15,7 +15,7 @@ class Stage;
 struct Options;
 
 /// An exhibit in a window: left button turns, middle or right button moves, wheel zooms, F shows everything, Escape
-/// closes; other keys are the exhibit's.
+/// closes.
 class Window : public QOpenGLWindow
 {
     Q_OBJECT
@@ -47,8 +47,7 @@ private:
     std::unique_ptr<Stage> _stage;
     bool _isUp = false;
     bool _isFramed = false;
-    bool _speaksNext = true; ///< the next frame is described
-    QPointF _lastPosition;   ///< of the pointer, device-independent pixels
+    QPointF _lastPosition; ///< of the pointer, device-independent pixels
     Failure _failure;
 };
 
