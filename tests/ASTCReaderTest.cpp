@@ -127,3 +127,14 @@ TEST_F(ASTCReaderTest, WhatGLRefusesIsLeftToItsDebugOutput)
     EXPECT_EQ(1, TestContext::takeDriverReports().size());
     EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors()) << "the reader does not ask";
 }
+
+TEST_F(ASTCReaderTest, SizesThatNoTextureHasAreRefusedByEveryDriver)
+{
+    Tap<&glCompressedTexImage2D> uploads;
+    uploads.replace([](GLenum, GLint, GLenum, auto...) {});
+    const Reader wide(image(12, 12, 0x80000, 1).addBlocks().bytes());
+    ASSERT_TRUE(wide.valid());
+    EXPECT_NE(nullptr, wide.load(TextureFileInfo()));
+    EXPECT_EQ(-1, uploads.last<3>());
+    EXPECT_EQ(1, uploads.last<4>());
+}

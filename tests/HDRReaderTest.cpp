@@ -4,6 +4,7 @@
 #include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
 #include "support/StateGuard.h"
+#include "support/Stb.h"
 #include "support/TextureParameter.h"
 #include "support/UploadTouch.h"
 
@@ -14,16 +15,6 @@
 #include <cmath>
 #include <cstring>
 #include <random>
-
-#ifdef ZELGL_HAVE_STB
-#define STBI_ONLY_HDR
-#define STB_IMAGE_STATIC
-#define STB_IMAGE_IMPLEMENTATION
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wunused-function"
-#include <stb/stb_image.h>
-#pragma GCC diagnostic pop
-#endif
 
 using namespace Orvane::Zel;
 
@@ -77,25 +68,6 @@ bool isValid(const QByteArray &behindTheMagic)
 {
     return Reader("#?RADIANCE\n" + behindTheMagic).valid();
 }
-
-#ifdef ZELGL_HAVE_STB
-/// The same picture by stb_image, the lowest row first.
-std::vector<float> byStb(const QByteArray &file)
-{
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    float *data = stbi_loadf_from_memory(reinterpret_cast<const stbi_uc *>(file.constData()), file.size(),
-                                         &width, &height, &channels, 3);
-    std::vector<float> values;
-    for (int y = height - 1; y >= 0; --y) {
-        values.insert(values.end(), data + size_t(y) * size_t(width) * 3,
-                      data + size_t(y + 1) * size_t(width) * 3);
-    }
-    stbi_image_free(data);
-    return values;
-}
-#endif
 
 } // namespace
 
@@ -312,7 +284,9 @@ TEST_F(HDRReaderTest, WhatGLRefusesLeavesNothingBehind)
 
 TEST_F(HDRReaderTest, RandomPicturesEqualThoseOfStbBitForBit)
 {
-#ifdef ZELGL_HAVE_STB
+    if (!hasStb()) {
+        GTEST_SKIP() << "Needs stb_image.h of the package libstb-dev";
+    }
     std::mt19937 random(11);
     for (int i = 0; i < 200; ++i) {
         const int width = int(8 + random() % 300); // stb takes narrower ones for flat
@@ -329,11 +303,8 @@ TEST_F(HDRReaderTest, RandomPicturesEqualThoseOfStbBitForBit)
             file.scanlines += HdrFile::planes(row);
         }
         const std::vector<float> ours = uploaded(file.bytes());
-        const std::vector<float> theirs = byStb(file.bytes());
+        const std::vector<float> theirs = hdrByStb(file.bytes());
         ASSERT_EQ(theirs.size(), ours.size());
         ASSERT_EQ(0, std::memcmp(theirs.data(), ours.data(), ours.size() * sizeof(float))) << "picture " << i;
     }
-#else
-    GTEST_SKIP() << "Needs stb_image.h of the package libstb-dev";
-#endif
 }

@@ -444,6 +444,15 @@ TEST_F(KTXReaderTest, AnImageSizeBelowWhatGLReadsDoesAsLongAsTheBytesAreThere)
     EXPECT_MESSAGES(failure("Compressed texture"));
 }
 
+TEST_F(KTXReaderTest, SizesThatNoTextureHasAreNotGivenToGL)
+{
+    KtxFile file = emptyImage(0x20000008, 8, 0); // in 32 bits its blocks take the 64 bytes that are there
+    file.glType = file.glFormat = 0;
+    file.glInternalFormat = GL_COMPRESSED_RGBA8_ETC2_EAC;
+    EXPECT_EQ(nullptr, Reader(file.addLevel(64).bytes()).load(asInFile()));
+    EXPECT_MESSAGES(failure("Compressed texture"));
+}
+
 TEST_F(KTXReaderTest, SizesBeyondAllMemoryAndEndlessLevelsFail)
 {
     KtxFile huge = emptyImage(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF);

@@ -381,6 +381,7 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
 {
     Random random(7);
     size_t points = 0;
+    size_t taken = 0;
     for (int i = 0; i < 1000000; ++i) {
         const float reach = i % 16 == 0 ? std::pow(10.0f, random.number(-12, 12)) : 1.0f;
         // One triangle in four is of few points, so that some are collinear, equal or on a plane.
@@ -394,7 +395,9 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
                                        random.plane(reach)};
         const AllocationCount allocations;
         const Loops clipped = PlaneClipper::clip(planes, loops);
-        ASSERT_LE(allocations.taken(), 4u) << i; // the two sets, and the loop once for each plane
+        const size_t now = allocations.taken();
+        ASSERT_LE(now, 4u) << i; // the two sets, and the loop once for each plane
+        taken += now;
         for (const Loop &loop : clipped) {
             ASSERT_LE(loop.size(), 5) << i; // one more for each plane
             for (const QVector3D &point : loop) {
@@ -404,7 +407,8 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
             points += size_t(loop.size());
         }
     }
-    EXPECT_GT(points, 1000000u); // else the clips above were all empty
+    EXPECT_GT(points, 1000000u); // else the clips above were all empty,
+    EXPECT_GT(taken, 1000000u);  // and the count blind
 }
 
 TEST_F(PlaneClipperTest, PointsAndLoopsOfBoxesAndFrustumsAgreeWithTheirPlanes)

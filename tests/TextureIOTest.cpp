@@ -126,8 +126,8 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
         EXPECT_MESSAGES(loaded(path));
     }
 
-    const BuiltInRecognisers after;
     QStringList log;
+    const BuiltInRecognisers after; // and so before the log goes
     DeleteAllRegisteredTextureRecognisers();
     auto *first = new Witness("first", log);
     RegisterTextureRecogniser(first, QString());
@@ -154,8 +154,8 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
 
 TEST_F(TextureIOTest, ALaterClaimOfASuffixReplacesTheEarlierOne)
 {
-    const BuiltInRecognisers after;
     QStringList log;
+    const BuiltInRecognisers after; // and so before the log goes
     DeleteAllRegisteredTextureRecognisers();
     RegisterTextureRecogniser(new Witness("early", log), "xyz");
     RegisterTextureRecogniser(new Witness("late", log), "xyz");

@@ -3,6 +3,7 @@
 #include "GLUtilities.h"
 #include "Texture.h"
 #include "TextureProcessing.h"
+#include "TextureUpload.h"
 
 #include <ZelCore/Memory.h>
 
@@ -71,6 +72,13 @@ GLenum internalFormat(unsigned char blockWidth, unsigned char blockHeight, bool 
     return srgb ? format.srgb : format.linear;
 }
 
+/// A size that no texture has becomes one that every driver refuses, which is left to
+/// its debug output.
+GLsizei sizeForGL(quint32 size)
+{
+    return size <= longestTextureSide() ? static_cast<GLsizei>(size) : -1;
+}
+
 bool hasMagic(const unsigned char *bytes)
 {
     return std::memcmp(bytes, kMagic, sizeof(kMagic)) == 0;
@@ -134,8 +142,8 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     texture->setTarget(GL_TEXTURE_2D);
     texture->bind();
     const GLenum format = internalFormat(_header[kBlockSizes], _header[kBlockSizes + 1], info.srgb);
-    glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, static_cast<GLsizei>(width()),
-                           static_cast<GLsizei>(height()), 0, static_cast<GLsizei>(dataSize), data);
+    glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, sizeForGL(width()), sizeForGL(height()), 0,
+                           static_cast<GLsizei>(dataSize), data);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     texture->unbind();

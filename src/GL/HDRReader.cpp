@@ -201,9 +201,7 @@ bool HDRReader::startsWith(const char *text) const
 /// Asked before memory is taken for sizes that no texture can have.
 bool HDRReader::fitsTexture() const
 {
-    GLint most = 0;
-    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
-    return most > 0 && width() <= static_cast<quint32>(most) && height() <= static_cast<quint32>(most);
+    return std::max(width(), height()) <= longestTextureSide();
 }
 
 HDRReader::Decoded HDRReader::decode() const

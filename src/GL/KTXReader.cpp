@@ -371,6 +371,10 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
     Level level = {0, internalFormat(srgb), width(), height(), depth(), 0};
     texture.setSize(0, static_cast<int>(level.internalFormat), static_cast<int>(level.width),
                     static_cast<int>(level.height), static_cast<int>(level.depth));
+    const quint32 usedDepth = isCubeMapTexture() ? 0 : level.depth;
+    if (std::max({level.width, level.height, usedDepth}) > longestTextureSide()) {
+        return eCutOff;
+    }
     const quint32 levels = std::max(mipmapLevels(), 1u);
     for (quint32 number = 0; number < levels; ++number) {
         checkInterruptionRequestAndSleep();

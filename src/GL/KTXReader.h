@@ -86,7 +86,7 @@ private:
 
     enum Upload {
         eComplete, ///< all levels were given to GL
-        eCutOff    ///< the data end before the levels do
+        eCutOff    ///< the data end before the levels do, or no texture has their size
     };
 
     quint32 field(int offset) const;

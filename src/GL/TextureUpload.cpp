@@ -112,6 +112,13 @@ UnpackAlignment::~UnpackAlignment()
     glPixelStorei(GL_UNPACK_ALIGNMENT, _saved);
 }
 
+quint32 longestTextureSide()
+{
+    GLint longest = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &longest);
+    return static_cast<quint32>(std::max(longest, 0));
+}
+
 void setTextureAnisotropy(unsigned int target, qint32 anisotropy)
 {
     if (anisotropy <= 0 || !hasGLExtension("GL_EXT_texture_filter_anisotropic")) {

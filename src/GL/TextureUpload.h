@@ -20,6 +20,10 @@ private:
     int _saved = 0;
 };
 
+/// The longest side that a texture can have. Nothing above it is given to GL, which
+/// would refuse it: see "sizes far above the limit" in docs/driver-workarounds.md.
+quint32 longestTextureSide();
+
 /// Sets the anisotropy of the texture bound to \a target to what the driver has at
 /// most of \a anisotropy. Nothing where that is 0 or less, or the driver has none.
 void setTextureAnisotropy(unsigned int target, qint32 anisotropy);

@@ -8,9 +8,10 @@ thread_local size_t allocations = 0;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
-#include <sanitizer/allocator_interface.h>
+// The sanitizers have an allocator of their own, and say when it is used; their headers are not everywhere.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void *, size_t),
+                                                         void (*onFree)(const volatile void *));
 
-// The sanitizers have an allocator of their own, and say when it is used.
 static const int hooked = __sanitizer_install_malloc_and_free_hooks(
     [](const volatile void *, size_t) { ++allocations; }, [](const volatile void *) {});
 

@@ -169,7 +169,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
         {"zelview", "a.glb", "--offscreen", "a.png", "--size", "640x480", "--samples", "2", "--view",
          "-30,10.5", "--draw-id", "base-instance", "--block-limit", "1024", "--verbose"});
     ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
-    EXPECT_EQ(options->model, QStringLiteral("a.glb"));
+    EXPECT_EQ(options->file, QStringLiteral("a.glb"));
     EXPECT_EQ(options->picture, QStringLiteral("a.png"));
     EXPECT_EQ(options->size, QSize(640, 480));
     EXPECT_EQ(options->samples, 2);

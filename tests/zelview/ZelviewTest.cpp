@@ -1,89 +1,12 @@
-#include "ModelFiles.h"
-
-#include "../support/Print.h"
+#include "ZelviewRun.h"
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QBuffer>
-#include <QtCore/QProcess>
-#include <QtGui/QImage>
-#include <QtGui/QPainter>
-
-#include <cmath>
-
 namespace {
 
-/// How a run of zelview ended.
-struct Ending
-{
-    int code;
-    QString output;
-    QString errors;
-
-    QStringList errorLines() const { return errors.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
-};
-
-Ending runZelview(const QStringList &arguments, const QProcessEnvironment &environment)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(ZELVIEW_PROGRAM), arguments);
-    if (!process.waitForFinished(100000) || process.exitStatus() != QProcess::NormalExit) {
-        return {-1, QString(), QStringLiteral("zelview crashed or hung: ") + process.errorString()};
-    }
-    return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
-            QString::fromLocal8Bit(process.readAllStandardError())};
-}
-
-Ending runZelview(const QStringList &arguments)
-{
-    return runZelview(arguments, QProcessEnvironment::systemEnvironment());
-}
-
-/// Greatest difference of any channel of any pixel; 256 when the sizes differ.
-int difference(const QImage &a, const QImage &b)
-{
-    if (a.size() != b.size()) {
-        return 256;
-    }
-    int greatest = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        for (int x = 0; x < a.width(); ++x) {
-            const QColor p = a.pixelColor(x, y);
-            const QColor q = b.pixelColor(x, y);
-            greatest = std::max({greatest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()),
-                                 std::abs(p.blue() - q.blue())});
-        }
-    }
-    return greatest;
-}
-
-/// 0 for red, 1 for green, 2 for blue, -1 where none leads clearly.
-int leadingChannel(const QColor &color)
-{
-    const int channels[3] = {color.red(), color.green(), color.blue()};
-    const int lead = int(std::max_element(channels, channels + 3) - channels);
-    for (int i = 0; i < 3; ++i) {
-        if (i != lead && channels[lead] < channels[i] + 60) {
-            return -1;
-        }
-    }
-    return lead;
-}
-
-class ZelviewTest : public testing::Test
+class ZelviewTest : public ZelviewPictureTest
 {
 protected:
-    /// The picture that the arguments give, read back from its file; null, with a failure, when there is none.
-    QImage picture(const QStringList &arguments)
-    {
-        const QString target = _files.path(QStringLiteral("picture%1.png").arg(_pictures++));
-        _last = runZelview(arguments + QStringList{QStringLiteral("--offscreen"), target});
-        EXPECT_EQ(_last.code, 0);
-        EXPECT_EQ(_last.errors, QString());
-        return QImage(target);
-    }
-
     /// Counts squares of a wall, seen from the front, that do not have their colour.
     int wrongSquares(const QImage &image, int columns, int rows)
     {
@@ -97,10 +20,6 @@ protected:
         }
         return wrong;
     }
-
-    ModelFiles _files;
-    Ending _last;
-    int _pictures = 0;
 };
 
 const QStringList kFront{QStringLiteral("--view"), QStringLiteral("0,0")};
@@ -126,8 +45,8 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
         int code;
         QString words;
     } kCases[] = {
-        {{}, 1, "no MODEL is named"},
-        {{wall, wall}, 1, "one MODEL is shown at a time, not 2"},
+        {{}, 1, "no FILE is named"},
+        {{wall, wall}, 1, "one FILE is shown at a time, not 2"},
         {{wall, "--colour"}, 1, "Unknown option 'colour'"},
         {{wall, "--offscreen"}, 1, "Missing value after '--offscreen'"},
         {{wall, "--offscreen", ""}, 1, "--offscreen takes the name of a file"},
@@ -138,7 +57,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
         {{wall, "--offscreen", target, "--samples", "many"}, 1, "--samples takes a number"},
         {{wall, "--offscreen", target, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
         {{wall, "--offscreen", target, "--draw-id", "fast"}, 1, "--draw-id takes"},
-        {{wall, "--offscreen", wall}, 1, "the picture would overwrite the model"},
+        {{wall, "--offscreen", wall}, 1, "the picture would overwrite what it shows"},
         {{_files.path("none.glb"), "--offscreen", target}, 2, "there is no file"},
         {{folder, "--offscreen", target}, 2, "is not a file that can be read"},
         {{wall, "--offscreen", _files.path("none/out.png")}, 2, "there is no folder"},
@@ -188,7 +107,7 @@ TEST_F(ZelviewTest, HelpAndVersionGoToStandardOutputAndNeedNoDisplay)
     environment.remove(QStringLiteral("DISPLAY"));
     const Ending help = runZelview({QStringLiteral("--help")}, environment);
     EXPECT_EQ(help.code, 0);
-    EXPECT_TRUE(help.output.contains(QStringLiteral("MODEL"))) << qPrintable(help.output);
+    EXPECT_TRUE(help.output.contains(QStringLiteral("FILE"))) << qPrintable(help.output);
     EXPECT_TRUE(help.output.contains(QStringLiteral("--offscreen <file>"))) << qPrintable(help.output);
     const Ending version = runZelview({QStringLiteral("--version")}, environment);
     EXPECT_EQ(version.output, QStringLiteral("zelview 1.0.0\n"));
@@ -277,36 +196,6 @@ TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
     EXPECT_GT(through.blue(), plain.blue() + 60);
     EXPECT_GT(through.red(), 120);
 }
-
-/// The leading channels of a picture's quarters: left upper, right upper, left lower, right lower.
-std::vector<int> quarters(const QImage &image)
-{
-    std::vector<int> channels;
-    for (const QPointF &place :
-         {QPointF(0.3, 0.3), QPointF(0.7, 0.3), QPointF(0.3, 0.7), QPointF(0.7, 0.7)}) {
-        channels.push_back(leadingChannel(
-            image.pixelColor(int(place.x() * image.width()), int(place.y() * image.height()))));
-    }
-    return channels;
-}
-
-/// A PNG of four quarters: red, green, blue and white, row by row from the top.
-QByteArray fourColours()
-{
-    QImage image(32, 32, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    painter.fillRect(0, 0, 16, 16, QColor(200, 0, 0));
-    painter.fillRect(16, 0, 16, 16, QColor(0, 200, 0));
-    painter.fillRect(0, 16, 16, 16, QColor(0, 0, 200));
-    painter.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "png");
-    return bytes;
-}
-
-const std::vector<int> kFourColours{0, 1, 2, -1};
 
 TEST_F(ZelviewTest, TexturesBesideTheModelAreShownUprightWhateverTheSlashes)
 {

@@ -3,8 +3,12 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QtGlobal>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace zelview { namespace Console {
 
@@ -13,7 +17,8 @@ namespace {
 bool gVerbose = false;
 bool gStarted = false;
 bool gCollecting = false;
-QString gLastWarning;
+QString gLastComplaint;
+int gStandardError = -1; ///< while it is kept closed
 
 /// The least level that is shown.
 bool isShown(QtMsgType level)
@@ -28,11 +33,25 @@ void handleMessage(QtMsgType level, const QMessageLogContext &, const QString &t
                           : QStringLiteral("no display to draw on (is DISPLAY set and its server running?)"));
         std::_Exit(int(ExitCode::eGL)); // returning would make Qt abort the process
     }
-    if (gCollecting && level == QtWarningMsg) {
-        gLastWarning = text;
+    if (gCollecting && level != QtDebugMsg) {
+        gLastComplaint = text;
     } else if (isShown(level)) {
         complain(text);
     }
+}
+
+void openStandardError()
+{
+    std::fflush(stderr);
+    ::dup2(gStandardError, STDERR_FILENO);
+    ::close(gStandardError);
+}
+
+/// The signal comes from a call of this thread, so that nothing here is interrupted.
+void endInsteadOfAbort(int)
+{
+    openStandardError();
+    std::_Exit(end({ExitCode::eInput, Collector::lastComplaint()}));
 }
 
 void print(std::FILE *stream, const QString &line)
@@ -58,19 +77,27 @@ void started()
 
 Collector::Collector()
 {
+    gLastComplaint.clear();
     gCollecting = true;
-    gLastWarning.clear();
+    std::signal(SIGABRT, endInsteadOfAbort);
+    std::fflush(stderr);
+    gStandardError = ::dup(STDERR_FILENO);
+    const int nowhere = ::open("/dev/null", O_WRONLY);
+    ::dup2(nowhere, STDERR_FILENO);
+    ::close(nowhere);
 }
 
 Collector::~Collector()
 {
+    openStandardError();
+    std::signal(SIGABRT, SIG_DFL);
     gCollecting = false;
 }
 
-QString Collector::lastWarning() const
+QString Collector::lastComplaint()
 {
     static const QRegularExpression kPlace(QStringLiteral("^\\[[^\\]]*:\\d+\\] "));
-    return QString(gLastWarning).remove(kPlace);
+    return QString(gLastComplaint).remove(kPlace).simplified();
 }
 
 void say(const QString &line)

@@ -17,7 +17,9 @@ void install(bool verbose);
 /// The graphics stand: from now on what the library reports is shown.
 void started();
 
-/// Keeps warnings back in its scope, for those who have a better line for what went wrong. Does not nest.
+/// Keeps back what is said about a file while it is read, by Qt, by the library and by the decoders below them, which
+/// write on stderr themselves: whoever reads has the better line. Where a reader ends the process, as the Radiance reader
+/// does at a run that leaves its row, its last words become the line, and the end is ExitCode::eInput. Does not nest.
 class Collector
 {
     Q_DISABLE_COPY(Collector)
@@ -26,8 +28,8 @@ public:
     Collector();
     ~Collector();
 
-    /// What the last warning said, without the place in the source that it came from; empty when there was none.
-    QString lastWarning() const;
+    /// The last thing said, without the place in the source that it came from; empty when there was none.
+    static QString lastComplaint();
 };
 
 /// A line on stdout.

@@ -1,6 +1,16 @@
 #include "Exhibit.h"
 
+#include "ImageExhibit.h"
+#include "ImageFile.h"
+#include "ModelExhibit.h"
+#include "Options.h"
+
 namespace zelview {
+
+Expected<std::unique_ptr<Exhibit>> Exhibit::load(const Options &options)
+{
+    return isImageFile(options.file) ? ImageExhibit::load(options) : ModelExhibit::load(options);
+}
 
 Exhibit::~Exhibit() = default;
 

@@ -6,18 +6,23 @@
 #include <QtCore/QStringList>
 #include <QtGui/QVector2D>
 
+#include <memory>
+
 namespace zelview {
 
 class Programs;
 struct Options;
 
-/// Something that zelview shows. It is made and loaded without a context, so that a bad file is told before any window
-/// opens; then it is put up in one context, drawn as often as needed, and taken down in the same context.
+/// Something that zelview shows. It is made and, as far as that goes, loaded without a context, so that a bad file is
+/// told before any window opens; then it is put up in one context, drawn as often as needed, and taken down in the same context.
 class Exhibit
 {
 public:
     /// What a drag of the pointer means.
     enum DragKind { eTurn, eMove };
+
+    /// The exhibit for a file: an image, or else a model.
+    static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
 
     virtual ~Exhibit();
 
@@ -36,10 +41,15 @@ public:
     /// In words, for the report: what the last draw() took.
     virtual QStringList describeFrame() const = 0;
 
+    /// Whether soft gradients in it want the noise that hides the steps of 8 bits.
+    virtual bool isDithered() const = 0;
+
     /// The way of the pointer in heights of the viewport, to the right and down.
     virtual void drag(DragKind kind, const QVector2D &way) = 0;
     /// Positive steps go in.
     virtual void zoom(float steps) = 0;
+    /// A key of Qt's; whether it means anything here.
+    virtual bool key(int key) = 0;
 };
 
 } // namespace zelview

@@ -32,9 +32,14 @@ ModelExhibit::~ModelExhibit() = default;
 
 Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 {
-    Expected<Scene> scene = loadModel(options.model);
+    Expected<Scene> scene = loadModel(options.file);
     if (!scene) {
         return scene.problem();
+    }
+    if (!options.imageOption.isEmpty()) {
+        return Problem{
+            ExitCode::eUsage,
+            QStringLiteral("--%1 goes with images; '%2' is a model").arg(options.imageOption, options.file)};
     }
     return std::unique_ptr<Exhibit>(new ModelExhibit(std::move(*scene), options));
 }
@@ -92,6 +97,11 @@ QStringList ModelExhibit::describeFrame() const
     return {_renderer->describeFrame()};
 }
 
+bool ModelExhibit::isDithered() const
+{
+    return true;
+}
+
 void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 {
     if (kind == eTurn) {
@@ -104,6 +114,11 @@ void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 void ModelExhibit::zoom(float steps)
 {
     _camera.zoom(steps);
+}
+
+bool ModelExhibit::key(int)
+{
+    return false;
 }
 
 } // namespace zelview

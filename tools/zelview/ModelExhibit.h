@@ -25,8 +25,10 @@ public:
     void frame(const QSize &viewport) override;
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;
+    bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;
+    bool key(int key) override;
 
 private:
     ModelExhibit(Scene scene, const Options &options);

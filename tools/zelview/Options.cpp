@@ -3,9 +3,14 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QRegularExpression>
 
+#include <algorithm>
+
 namespace zelview {
 
 namespace {
+
+constexpr float kMostExposure = 20.0f;
+constexpr int kMostSlices = 16384;
 
 Problem usageProblem(const QString &text)
 {
@@ -44,6 +49,19 @@ Expected<int> parseNumber(const QString &option, const QString &text, int low, i
                                 .arg(text));
     }
     return number;
+}
+
+Expected<float> parseExposure(const QString &text)
+{
+    bool isNumber = false;
+    const float exposure = text.toFloat(&isNumber);
+    // The comparison is written so that a NaN fails it.
+    if (!isNumber || !(qAbs(exposure) <= kMostExposure)) {
+        return usageProblem(QStringLiteral("--exposure takes a number from -%1 to %1, not '%2'")
+                                .arg(kMostExposure)
+                                .arg(text));
+    }
+    return exposure;
 }
 
 /// "AZIMUTH,ELEVATION" in degrees.
@@ -85,6 +103,14 @@ template <typename T> Failure take(const Expected<T> &parsed, T &target)
     return {};
 }
 
+/// The name of the first of these options that was given; empty when none was.
+QString firstSet(const QCommandLineParser &parser, const QList<QCommandLineOption> &options)
+{
+    const auto given = std::find_if(options.begin(), options.end(),
+                                    [&](const QCommandLineOption &option) { return parser.isSet(option); });
+    return given != options.end() ? given->names().first() : QString();
+}
+
 } // namespace
 
 Expected<Options> parseOptions(const QStringList &arguments)
@@ -111,6 +137,16 @@ Expected<Options> parseOptions(const QStringList &arguments)
     const QCommandLineOption blockLimit(QStringLiteral("block-limit"),
                                         QStringLiteral("Use at most so many bytes of a uniform block."),
                                         QStringLiteral("bytes"));
+    const QCommandLineOption level(QStringLiteral("level"),
+                                   QStringLiteral("Mip level of an image to show; 0."), QStringLiteral("n"));
+    const QCommandLineOption face(
+        QStringLiteral("face"),
+        QStringLiteral("Face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a "
+                       "volume to show alone."),
+        QStringLiteral("n"));
+    const QCommandLineOption exposure(QStringLiteral("exposure"),
+                                      QStringLiteral("Powers of two by which an image is brightened; 0."),
+                                      QStringLiteral("ev"));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Print debug messages, those of the driver among them."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
@@ -118,11 +154,15 @@ Expected<Options> parseOptions(const QStringList &arguments)
     const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Print the version."));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows a model in a window, or writes a picture of it."));
-    parser.addPositionalArgument(QStringLiteral("MODEL"),
-                                 QStringLiteral("glTF 2, OBJ, PLY, or what else assimp reads."),
-                                 QStringLiteral("MODEL"));
-    parser.addOptions({offscreen, size, samples, view, drawID, blockLimit, verbose, help, version});
+    parser.setApplicationDescription(
+        QStringLiteral("Shows a model or an image in a window, or writes a picture of it."));
+    parser.addPositionalArgument(
+        QStringLiteral("FILE"),
+        QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
+                       "KTX, HDR, ASTC, or what Qt reads."),
+        QStringLiteral("FILE"));
+    parser.addOptions(
+        {offscreen, size, samples, view, drawID, blockLimit, level, face, exposure, verbose, help, version});
     if (!parser.parse(arguments)) {
         return usageProblem(parser.errorText());
     }
@@ -141,10 +181,10 @@ Expected<Options> parseOptions(const QStringList &arguments)
     const QStringList names = parser.positionalArguments();
     if (names.size() != 1 || names.first().isEmpty()) {
         return usageProblem(names.size() > 1
-                                ? QStringLiteral("one MODEL is shown at a time, not %1").arg(names.size())
-                                : QStringLiteral("no MODEL is named"));
+                                ? QStringLiteral("one FILE is shown at a time, not %1").arg(names.size())
+                                : QStringLiteral("no FILE is named"));
     }
-    options.model = names.first();
+    options.file = names.first();
 
     Failure failure;
     if (parser.isSet(offscreen)) {
@@ -169,9 +209,20 @@ Expected<Options> parseOptions(const QStringList &arguments)
         failure = take(parseNumber(QStringLiteral("block-limit"), parser.value(blockLimit), 256, 1 << 30),
                        options.blockLimit);
     }
+    if (!failure && parser.isSet(level)) {
+        failure = take(parseNumber(QStringLiteral("level"), parser.value(level), 0, 31), options.level);
+    }
+    if (!failure && parser.isSet(face)) {
+        failure = take(parseNumber(QStringLiteral("face"), parser.value(face), 0, kMostSlices), options.face);
+    }
+    if (!failure && parser.isSet(exposure)) {
+        failure = take(parseExposure(parser.value(exposure)), options.exposure);
+    }
     if (failure) {
         return *failure;
     }
+    options.modelOption = firstSet(parser, {view, drawID, blockLimit});
+    options.imageOption = firstSet(parser, {level, face, exposure});
     return options;
 }
 

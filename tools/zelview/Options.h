@@ -19,14 +19,19 @@ struct Options
     static constexpr int kMaxSide = 16384;         ///< pixels
     static constexpr int kMaxPixels = 4096 * 4096; ///< about 1 GB of multisampled framebuffer
 
-    QString model;
+    QString file;            ///< the model or image to show
     QString picture;         ///< file to write; empty: open a window
     QSize size{1280, 720};   ///< pixels of the picture, device-independent pixels of the window
     int samples = 8;         ///< for each pixel, as far as the driver goes
     float azimuth = 35.0f;   ///< degrees around the vertical axis, 0 in front of the model
     float elevation = 22.0f; ///< degrees above the horizon
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
-    int blockLimit = 0; ///< bytes of a uniform block to use at most; 0: what the driver allows
+    int blockLimit = 0;    ///< bytes of a uniform block to use at most; 0: what the driver allows
+    int level = 0;         ///< of an image's mip levels
+    int face = -1;         ///< of a cube map, or slice of a volume; -1: all
+    float exposure = 0.0f; ///< powers of two by which an image is brightened
+    QString modelOption;   ///< the first option given that only models understand; empty: none
+    QString imageOption;   ///< the same for images
     bool verbose = false;
     QString answer; ///< what --help or --version print instead of doing anything
 };

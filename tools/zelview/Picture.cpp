@@ -44,7 +44,7 @@ Expected<QImage> drawOnce(Exhibit &exhibit, Stage &stage, const QSize &size)
     exhibit.frame(size);
     stage.begin();
     exhibit.draw(size);
-    stage.end((*target)->framebuffer()->getFBO());
+    stage.end((*target)->framebuffer()->getFBO(), exhibit.isDithered());
     return readBack(**target, size);
 }
 

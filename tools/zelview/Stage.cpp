@@ -117,12 +117,12 @@ void Stage::begin()
     glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
 }
 
-void Stage::end(unsigned int targetFramebuffer)
+void Stage::end(unsigned int targetFramebuffer, bool isDithered)
 {
     _multisampled->framebuffer()->unbind();
     resolve();
     glBindFramebuffer(GL_FRAMEBUFFER, targetFramebuffer);
-    encode();
+    encode(isDithered);
 }
 
 void Stage::resolve()
@@ -135,7 +135,7 @@ void Stage::resolve()
     target->unbind();
 }
 
-void Stage::encode()
+void Stage::encode(bool isDithered)
 {
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoDisabler noBlending(GL_BLEND);
@@ -143,6 +143,7 @@ void Stage::encode()
     const AutoBinder boundProgram(_encoder.data());
     _encoder->setUniform(_encoder->getUniformLocation(QStringLiteral("u_Frame")),
                          int(_resolved->color()->unit()));
+    _encoder->setUniform(_encoder->getUniformLocation(QStringLiteral("u_IsDithered")), int(isDithered));
     glViewport(0, 0, _size.width(), _size.height());
     drawFullscreen(_encoder.data());
 }

@@ -59,7 +59,8 @@ public:
 
     /// What is drawn between the two goes into the frame; depth is cleared, colour is the caller's to fill.
     void begin();
-    void end(unsigned int targetFramebuffer);
+    /// \a isDithered adds a noise of less than one step of 8 bits.
+    void end(unsigned int targetFramebuffer, bool isDithered);
 
     int samples() const { return _samples; }
     const QSize &size() const { return _size; }
@@ -68,7 +69,7 @@ private:
     Stage(ProgramPointer encoder, int samples);
 
     void resolve();
-    void encode();
+    void encode(bool isDithered);
 
     ProgramPointer _encoder;
     int _samples;

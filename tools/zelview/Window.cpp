@@ -21,6 +21,13 @@ namespace {
 constexpr float kAnglePerStep = 120.0f; ///< of the wheel, as Qt counts
 constexpr float kStepsPerKey = 2.0f;
 
+void sayAll(const QStringList &lines)
+{
+    for (const QString &line : lines) {
+        Console::say(line);
+    }
+}
+
 } // namespace
 
 Window::Window(Exhibit &exhibit, const Options &options)
@@ -51,6 +58,7 @@ void Window::initializeGL()
     }
     _isUp = true;
     Console::say(QStringLiteral("driver    ") + describeDriver());
+    sayAll(_exhibit.describe());
 }
 
 Failure Window::putUp()
@@ -95,7 +103,11 @@ void Window::paintGL()
     }
     _stage->begin();
     _exhibit.draw(pixels);
-    _stage->end(defaultFramebufferObject());
+    if (_speaksNext) {
+        sayAll(_exhibit.describeFrame());
+        _speaksNext = false;
+    }
+    _stage->end(defaultFramebufferObject(), _exhibit.isDithered());
 }
 
 void Window::mousePressEvent(QMouseEvent *event)
@@ -135,7 +147,10 @@ void Window::keyPressEvent(QKeyEvent *event)
         _exhibit.zoom(-kStepsPerKey);
         break;
     default:
-        return;
+        if (!_exhibit.key(event->key())) {
+            return;
+        }
+        _speaksNext = true;
     }
     update();
 }

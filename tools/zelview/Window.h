@@ -15,7 +15,7 @@ class Stage;
 struct Options;
 
 /// An exhibit in a window: left button turns, middle or right button moves, wheel zooms, F shows everything, Escape
-/// closes.
+/// closes; other keys are the exhibit's.
 class Window : public QOpenGLWindow
 {
     Q_OBJECT
@@ -47,7 +47,8 @@ private:
     std::unique_ptr<Stage> _stage;
     bool _isUp = false;
     bool _isFramed = false;
-    QPointF _lastPosition; ///< of the pointer, device-independent pixels
+    bool _speaksNext = true; ///< the next frame is described
+    QPointF _lastPosition;   ///< of the pointer, device-independent pixels
     Failure _failure;
 };
 

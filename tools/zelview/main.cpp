@@ -1,6 +1,6 @@
 #include "Console.h"
+#include "Exhibit.h"
 #include "Graphics.h"
-#include "ModelExhibit.h"
 #include "Options.h"
 #include "Picture.h"
 #include "PngFile.h"
@@ -26,8 +26,8 @@ Expected<Options> readOptions(int argc, char **argv)
 Failure checkPicture(const Options &options)
 {
     const QFileInfo picture(options.picture);
-    if (picture.exists() && picture.canonicalFilePath() == QFileInfo(options.model).canonicalFilePath()) {
-        return Problem{ExitCode::eUsage, QStringLiteral("the picture would overwrite the model")};
+    if (picture.exists() && picture.canonicalFilePath() == QFileInfo(options.file).canonicalFilePath()) {
+        return Problem{ExitCode::eUsage, QStringLiteral("the picture would overwrite what it shows")};
     }
     return checkPngTarget(options.picture);
 }
@@ -64,11 +64,8 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
 
 Failure showWindow(Exhibit &exhibit, const Options &options)
 {
-    for (const QString &line : exhibit.describe()) {
-        Console::say(line);
-    }
     Window window(exhibit, options);
-    window.setTitle(QFileInfo(options.model).fileName() + QStringLiteral(" - zelview"));
+    window.setTitle(QFileInfo(options.file).fileName() + QStringLiteral(" - zelview"));
     window.show();
     QGuiApplication::exec();
     if (!window.failure() && !window.isValid()) {
@@ -87,7 +84,7 @@ Failure run(int argc, char **argv, const Options &options)
     }
     QElapsedTimer timer;
     timer.start();
-    auto exhibit = ModelExhibit::load(options);
+    auto exhibit = Exhibit::load(options);
     if (!exhibit) {
         return exhibit.problem();
     }

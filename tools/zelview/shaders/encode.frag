@@ -1,9 +1,10 @@
 // The last step of a frame: linear light becomes sRGB.
 // In:  u_Frame, linear from 0 to 1; vo_TexCoord.
-// Out: sRGB, with a noise of less than one step of 8 bits, so that soft gradients show no bands.
+// Out: sRGB; dithered with a noise of less than one step of 8 bits, so that soft gradients show no bands.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 uniform sampler2D u_Frame;
+uniform bool u_IsDithered;
 
 in vec2 vo_TexCoord;
 
@@ -24,5 +25,6 @@ float noise(vec2 pixel)
 void main()
 {
     vec3 color = clamp(texture(u_Frame, vo_TexCoord).rgb, 0.0, 1.0);
-    out_FragColor = vec4(encode(color) + (noise(gl_FragCoord.xy) - 0.5) / 255.0, 1.0);
+    float dither = u_IsDithered ? (noise(gl_FragCoord.xy) - 0.5) / 255.0 : 0.0;
+    out_FragColor = vec4(encode(color) + dither, 1.0);
 }

@@ -1,0 +1,41 @@
+// A host that knows nothing but the installed tree, PREFIX: it finds the headers by one include, the libraries, and the GLSL
+// sources, those on disk as well as those inside the library.
+
+#include <ZelGL/ZelGL.h>
+
+#include <ZelCore/Resources.h>
+
+#include <cstdio>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+int failures = 0;
+
+void check(bool good, const char *what)
+{
+    if (!good) {
+        std::printf("wrong: %s\n", what);
+        ++failures;
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    check(argc == 2, "the prefix is the one argument");
+    const QDir prefix(QString::fromLocal8Bit(argv[1]));
+    check(resourcesPath() == prefix.filePath("share/ZelGL"), "the resources lie in the prefix");
+    check(QFile::exists(resourcesPath() + "/GLSL/src/passthroughVS.glslc"), "the GLSL sources are installed");
+    check(QFile::exists(":/GLSL/src/passthroughVS.glslc"), "the GLSL sources are inside the library");
+
+    GLSLMacroProcessor processor;
+    processor.addDefine("HOST", "1");
+    const QString text =
+        GLSLMacroProcessor::process("#version 150\n#include \"ZelUtilities.glslh\"\n", &processor);
+    check(text.startsWith("#version 150\n#define HOST 1\n"), "the defines stand behind the version");
+    check(text.contains("uint getDrawID();"), "the include is found");
+    return failures;
+}

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "ModelFiles.h"
+
+#include "../support/Print.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QProcess>
+#include <QtGui/QImage>
+#include <QtGui/QPainter>
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+/// How a run of zelview ended.
+struct Ending
+{
+    int code;
+    QString output;
+    QString errors;
+
+    QStringList errorLines() const { return errors.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+};
+
+inline Ending runZelview(const QStringList &arguments, const QProcessEnvironment &environment)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(ZELVIEW_PROGRAM), arguments);
+    if (!process.waitForFinished(100000) || process.exitStatus() != QProcess::NormalExit) {
+        return {-1, QString(), QStringLiteral("zelview crashed or hung: ") + process.errorString()};
+    }
+    return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
+            QString::fromLocal8Bit(process.readAllStandardError())};
+}
+
+inline Ending runZelview(const QStringList &arguments)
+{
+    return runZelview(arguments, QProcessEnvironment::systemEnvironment());
+}
+
+/// Greatest difference of any channel of any pixel; 256 when the sizes differ.
+inline int difference(const QImage &a, const QImage &b)
+{
+    if (a.size() != b.size()) {
+        return 256;
+    }
+    int greatest = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            const QColor p = a.pixelColor(x, y);
+            const QColor q = b.pixelColor(x, y);
+            greatest = std::max({greatest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()),
+                                 std::abs(p.blue() - q.blue())});
+        }
+    }
+    return greatest;
+}
+
+/// 0 for red, 1 for green, 2 for blue, -1 where none leads clearly.
+inline int leadingChannel(const QColor &color)
+{
+    const int channels[3] = {color.red(), color.green(), color.blue()};
+    const int lead = int(std::max_element(channels, channels + 3) - channels);
+    for (int i = 0; i < 3; ++i) {
+        if (i != lead && channels[lead] < channels[i] + 60) {
+            return -1;
+        }
+    }
+    return lead;
+}
+
+/// The leading channels of a picture's quarters: left upper, right upper, left lower, right lower.
+inline std::vector<int> quarters(const QImage &image)
+{
+    std::vector<int> channels;
+    for (const QPointF &place :
+         {QPointF(0.3, 0.3), QPointF(0.7, 0.3), QPointF(0.3, 0.7), QPointF(0.7, 0.7)}) {
+        channels.push_back(leadingChannel(
+            image.pixelColor(int(place.x() * image.width()), int(place.y() * image.height()))));
+    }
+    return channels;
+}
+
+/// A PNG of four quarters: red, green, blue and white, row by row from the top.
+inline QByteArray fourColours()
+{
+    QImage image(32, 32, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.fillRect(0, 0, 16, 16, QColor(200, 0, 0));
+    painter.fillRect(16, 0, 16, 16, QColor(0, 200, 0));
+    painter.fillRect(0, 16, 16, 16, QColor(0, 0, 200));
+    painter.end();
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "png");
+    return bytes;
+}
+
+inline const std::vector<int> kFourColours{0, 1, 2, -1};
+
+/// Runs zelview in a folder of files of its own.
+class ZelviewPictureTest : public testing::Test
+{
+protected:
+    /// The picture that the arguments give, read back from its file; null, with a failure, when there is none.
+    QImage picture(const QStringList &arguments)
+    {
+        const QString target = _files.path(QStringLiteral("picture%1.png").arg(_pictures++));
+        _last = runZelview(arguments + QStringList{QStringLiteral("--offscreen"), target});
+        EXPECT_EQ(_last.code, 0);
+        EXPECT_EQ(_last.errors, QString());
+        return QImage(target);
+    }
+
+    ModelFiles _files;
+    Ending _last;
+    int _pictures = 0;
+};

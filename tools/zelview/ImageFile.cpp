@@ -1,0 +1,72 @@
+#include "ImageFile.h"
+
+#include <ZelCore/MemoryMappedFile.h>
+#include <ZelGL/ASTCReader.h>
+#include <ZelGL/HDRReader.h>
+#include <ZelGL/KTXReader.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QtEndian>
+#include <QtGui/QImageReader>
+
+#include <memory>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+constexpr int kKtxHeader = 64;
+constexpr int kKtxMarker = 12;             ///< offset of the byte order's marker
+constexpr int kKtxMetadata = 60;           ///< offset of the metadata's length
+constexpr quint32 kMostMetadata = 1 << 16; ///< bytes that are searched
+
+bool isRecognised(const TextureRecogniser &recogniser, const QString &path)
+{
+    auto *file = new MemoryMappedFile(path); // a reader takes it over
+    const std::unique_ptr<TextureLoader> reader(recogniser.recognise(file, path));
+    if (reader == nullptr) {
+        delete file;
+    }
+    return reader != nullptr;
+}
+
+/// The key-value block of a KTX file; empty where there is none.
+QByteArray ktxMetadata(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray header = file.read(kKtxHeader);
+    if (header.size() < kKtxHeader) {
+        return {};
+    }
+    const bool isLittleEndian = header[kKtxMarker] == 1;
+    const char *length = header.constData() + kKtxMetadata;
+    return file.read(
+        qMin(isLittleEndian ? qFromLittleEndian<quint32>(length) : qFromBigEndian<quint32>(length),
+             kMostMetadata));
+}
+
+} // namespace
+
+bool isImageFile(const QString &path)
+{
+    return isRecognised(HDRRecogniser(), path) || isRecognised(KTXRecogniser(), path)
+           || isRecognised(ASTCRecogniser(), path) || !QImageReader::imageFormat(path).isEmpty();
+}
+
+bool doRowsGoUp(const QString &path)
+{
+    if (isRecognised(KTXRecogniser(), path)) {
+        const QByteArray metadata = ktxMetadata(path);
+        const int key = metadata.indexOf(QByteArray("KTXorientation", 15)); // with the NUL that ends it
+        const int value = key + 15;
+        return key >= 0 && metadata.mid(value, metadata.indexOf('\0', value) - value).contains("T=u");
+    }
+    return !isRecognised(ASTCRecogniser(), path);
+}
+
+} // namespace zelview
