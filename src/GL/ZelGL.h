@@ -58,6 +58,7 @@
 #include "TextureSlot.h"
 #include "TextureToken.h"
 #include "UniformBufferMechanism.h"
+#include "TvoImageCubemapUtils.h"
 #include "UniformBufferObject.h"
 #include "UniformMechanism.h"
 #include "VertexArrayBuilder.h"

@@ -1,0 +1,33 @@
+#version 150
+
+// A cube face from a latitude-longitude image.
+//
+// s_texture: the image.
+// TVO_CUBERENDER_CONVERT_COLORSPACE: where defined, a function of Func_ColorSpace.glslc that the colour goes through.
+uniform sampler2D s_texture;
+
+const float kPi = 3.14159265358979323846264;
+
+#ifdef TVO_CUBERENDER_CONVERT_COLORSPACE
+vec4 TVO_CUBERENDER_CONVERT_COLORSPACE(in vec4 color);
+#endif
+
+in vec3 it_normal;
+out vec4 o_TvoFragData[1];
+
+void main()
+{
+    vec3 n = normalize(it_normal);
+    float phi = acos(n.y);
+    vec2 horizontal = normalize(n.xz);
+    float theta = acos(horizontal.x);
+    if (horizontal.y < 0.0) {
+        theta = 2.0 * kPi - theta;
+    }
+    vec2 uv = vec2(theta / (2.0 * kPi), phi / kPi);
+    vec4 color = vec4(texture(s_texture, uv).rgb, 1.0);
+#ifdef TVO_CUBERENDER_CONVERT_COLORSPACE
+    color = TVO_CUBERENDER_CONVERT_COLORSPACE(color);
+#endif
+    o_TvoFragData[0] = color;
+}
