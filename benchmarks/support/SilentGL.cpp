@@ -42,6 +42,12 @@ void answerInteger(GLenum name, GLint *value)
     case GL_MAX_VERTEX_ATTRIBS:
         *value = 16;
         break;
+    case GL_MAX_SAMPLES:
+        *value = 8;
+        break;
+    case GL_MAX_TEXTURE_IMAGE_UNITS:
+        *value = 32;
+        break;
     case GL_MAX_UNIFORM_BUFFER_BINDINGS:
         *value = 84;
         break;
@@ -119,14 +125,16 @@ __attribute__((visibility("default"))) void *glXGetCurrentContext()
 
 void installSilentGL()
 {
-    silence<&glAttachShader, &glBindBuffer, &glBindBufferBase, &glBindBufferRange, &glBindFragDataLocation,
-            &glBindVertexArray, &glBufferData, &glCompileShader, &glDeleteBuffers, &glDeleteProgram,
-            &glDeleteShader, &glDeleteVertexArrays, &glDisableVertexAttribArray, &glDrawArrays,
-            &glDrawElements, &glDrawElementsBaseVertex, &glEnableVertexAttribArray, &glGetProgramInfoLog,
-            &glGetShaderInfoLog, &glLinkProgram, &glShaderSource, &glUniform1f, &glUniform1fv, &glUniform1i,
+    silence<&glActiveTexture, &glAttachShader, &glBindBuffer, &glBindBufferBase, &glBindBufferRange,
+            &glBindFragDataLocation, &glBindTexture, &glBindVertexArray, &glBufferData, &glCompileShader,
+            &glDeleteBuffers, &glDeleteProgram, &glDeleteShader, &glDeleteTextures, &glDeleteVertexArrays,
+            &glDisableVertexAttribArray, &glDrawArrays, &glDrawElements, &glDrawElementsBaseVertex,
+            &glEnableVertexAttribArray, &glGetProgramInfoLog, &glGetShaderInfoLog, &glLinkProgram,
+            &glShaderSource, &glTexImage2D, &glTexParameteri, &glUniform1f, &glUniform1fv, &glUniform1i,
             &glUniform1ui, &glUniform4f, &glUniform4fv, &glUniformBlockBinding, &glUniformMatrix4fv,
             &glUseProgram, &glVertexAttribPointer>();
     glGenBuffers = &generateNames;
+    glGenTextures = &generateNames;
     glGenVertexArrays = &generateNames;
     glGetIntegerv = &answerInteger;
     glGetStringi = [](GLenum, GLuint) { return reinterpret_cast<const GLubyte *>(""); };

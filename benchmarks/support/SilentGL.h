@@ -9,9 +9,9 @@ class ShaderProgram;
 /// GL without a driver: the slots of the library's table that the benchmarks reach hold functions that do nothing,
 /// so that what is timed is the library's own work. The look-ups of GLX answer alike, and with one current context.
 ///
-/// It has 16 vertex attributes, 84 binding points for uniform blocks, and version 3.3 without extensions. Every
-/// program links, and has the attributes va_Vertex, va_Normal and va_TexCoord, the uniform u_DrawID, and the uniform
-/// blocks Block0 to Block7.
+/// It has 16 vertex attributes, 32 texture units, 8 samples, 84 binding points for uniform blocks, and version 3.3
+/// without extensions. Every program links, and has the attributes va_Vertex, va_Normal and va_TexCoord, the uniform
+/// u_DrawID, and the uniform blocks Block0 to Block7.
 void installSilentGL();
 
 /// A linked program of it.
