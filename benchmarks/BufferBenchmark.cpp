@@ -1,5 +1,4 @@
-// The library's own work in binding buffers and blocks, and in setting uniforms: all GL calls go to functions that do
-// nothing.
+// The library's own work in binding buffers and blocks: all GL calls go to functions that do nothing.
 //
 // Held constant: the program has eight uniform blocks and is bound. Each row stands beside the same GL calls issued by
 // hand through the same table.
@@ -8,8 +7,6 @@
 #include "support/SilentGL.h"
 
 #include <ZelGL/ZelGL.h>
-
-#include <QtGui/QMatrix4x4>
 
 #include <memory>
 #include <vector>
@@ -117,51 +114,6 @@ void rebindBuffersByHand(benchmark::State &state)
     });
 }
 BENCHMARK(rebindBuffersByHand);
-
-void uniformUnsigned(benchmark::State &state)
-{
-    const auto program = makeSilentProgram();
-    unsigned int value = 0;
-    measure(state, 1, Allocations::eNone, [&] { program->setUniform(0, ++value); });
-}
-BENCHMARK(uniformUnsigned);
-
-void uniformUnsignedByHand(benchmark::State &state)
-{
-    unsigned int value = 0;
-    measure(state, 1, Allocations::eNone, [&] { glUniform1ui(0, ++value); });
-}
-BENCHMARK(uniformUnsignedByHand);
-
-void uniformFloatVector(benchmark::State &state)
-{
-    const auto program = makeSilentProgram();
-    const QVector<float> values(4, 1.0f);
-    measure(state, 1, Allocations::eNone, [&] { program->setUniform(0, values, 4); });
-}
-BENCHMARK(uniformFloatVector);
-
-void uniformFloatVectorByHand(benchmark::State &state)
-{
-    const QVector<float> values(4, 1.0f);
-    measure(state, 1, Allocations::eNone, [&] { glUniform4fv(0, values.size(), values.constData()); });
-}
-BENCHMARK(uniformFloatVectorByHand);
-
-void uniformMatrixVariant(benchmark::State &state)
-{
-    const auto program = makeSilentProgram();
-    const QVariant value = QVariant::fromValue(QMatrix4x4());
-    measure(state, 1, Allocations::eCounted, [&] { program->setUniform(0, value); });
-}
-BENCHMARK(uniformMatrixVariant);
-
-void uniformMatrixByHand(benchmark::State &state)
-{
-    const QMatrix4x4 value;
-    measure(state, 1, Allocations::eNone, [&] { glUniformMatrix4fv(0, 1, GL_FALSE, value.constData()); });
-}
-BENCHMARK(uniformMatrixByHand);
 
 } // namespace
 
