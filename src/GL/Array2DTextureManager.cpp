@@ -1,12 +1,15 @@
 #include "Array2DTextureManager.h"
 
 #include "AutoBinder.h"
+#include "BindlessFunctions.h"
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
-#include "ShaderProgram.h"
 #include "Texture.h"
+#include "TokenSet.h"
+#include "UniformLookup.h"
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
 
 namespace Orvane { namespace Zel {
@@ -18,10 +21,8 @@ constexpr int kElementsPerToken = 2; ///< ivec4 of the slot map
 constexpr int kLargestSlotSide = 0x8000;
 constexpr int kLongestRealChain = 20; ///< GL's default maximum level of 1000 means that no chain is set
 
-template <typename Function> void lookUp(Function &function, const char *name)
-{
-    function = reinterpret_cast<Function>(getGLProcAddress(name, false));
-}
+/// What one QVector can hold of the larger table; a token above has no entry.
+constexpr quint64 kMostEntries = std::numeric_limits<int>::max() / sizeof(SlotLayerData) - 1;
 
 int alignedSide(int side, int least, int most, int alignment)
 {
@@ -117,6 +118,33 @@ private:
     GLuint _draw = 0;
 };
 
+/// New storage for the bound texture of a slot, and what of its state comes from the format.
+void specifyStorage(const SlotFormat &format, int layers)
+{
+    const GLenum target = GL_TEXTURE_2D_ARRAY;
+    const GLenum transferFormat = formatFromInternalFormat(format.internalFormat);
+    const GLenum transferType = typeFromInternalFormat(format.internalFormat);
+    int levels = 0;
+    // The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
+    for (int width = format.width, height = format.height; width != 0 && height != 0;
+         width /= 2, height /= 2, ++levels) {
+        // One identical call a layer, kept on purpose.
+        for (int i = 0; i < layers; ++i) {
+            glTexImage3D(target, levels, static_cast<GLint>(format.internalFormat), width, height, layers, 0,
+                         transferFormat, transferType, nullptr);
+        }
+    }
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, format.magFilter);
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
+    glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
+    glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
+    glTexParameteri(target, GL_TEXTURE_LOD_BIAS, static_cast<GLint>(format.lodBias)); // loses the fraction
+    glTexParameteri(target, GL_TEXTURE_MIN_LOD, 0);
+    glTexParameteri(target, GL_TEXTURE_MAX_LOD, levels - 1);
+    glTexParameteri(target, GL_TEXTURE_BASE_LEVEL, 0);
+    glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
+}
+
 /// Fills a layer of a slot, all levels: from the source's levels first, and what
 /// these lack from the slot's own next larger level.
 void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer, int sourceMaxLevel,
@@ -149,6 +177,19 @@ void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer,
     }
 }
 
+/// Without those that no coordinate can reach.
+QHash<QPoint, Texture *> usablePatches(QHash<QPoint, Texture *> patches)
+{
+    for (auto it = patches.begin(); it != patches.end();) {
+        if (it.key().x() < 0 || it.key().y() < 0 || it.value() == nullptr) {
+            it = patches.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    return patches;
+}
+
 } // namespace
 
 bool Array2DTextureManager::isBindlessSupported()
@@ -157,6 +198,8 @@ bool Array2DTextureManager::isBindlessSupported()
 }
 
 Array2DTextureManager::Array2DTextureManager()
+    : _pendingTokens(new TokenSet)
+    , _bindless(new BindlessFunctions)
 {
     TextureManager::tokenForColor(QColor(Qt::white)); // token 0
     GLint max2D = 0;
@@ -174,11 +217,7 @@ Array2DTextureManager::Array2DTextureManager()
         glGetFloatv(GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT, &_maxAnisotropy);
     }
     if (isBindlessSupported()) {
-        lookUp(_getTextureHandle, "glGetTextureHandleARB");
-        lookUp(_makeTextureHandleResident, "glMakeTextureHandleResidentARB");
-        lookUp(_makeTextureHandleNonResident, "glMakeTextureHandleNonResidentARB");
-        lookUp(_uniformHandleui64v, "glUniformHandleui64vARB");
-        lookUp(_isTextureHandleResident, "glIsTextureHandleResidentARB");
+        _bindless->lookUp(BindlessFunctions::eARB);
     }
 }
 
@@ -217,15 +256,13 @@ void Array2DTextureManager::bind(ShaderProgram *program)
             if (slot->texture == nullptr || slot->bindlessHandle == 0) {
                 continue;
             }
-            if (_isTextureHandleResident(slot->bindlessHandle) == GL_FALSE) {
-                _makeTextureHandleResident(slot->bindlessHandle);
-            }
+            _bindless->makeResident(slot->bindlessHandle);
             ++slot->residentCount;
         }
     }
     uploadSlotMap(locations);
     if (locations.slotArray >= 0) {
-        uploadSlots(locations.slotArray);
+        _bindMode == BindModeBindless ? uploadHandles(locations.slotArray) : uploadSlots(locations.slotArray);
     }
 }
 
@@ -258,14 +295,11 @@ void Array2DTextureManager::dirty(Texture *texture)
         return;
     }
     SlotLayerData &data = entry(token);
-    if (!data.isValid() || data.isUDIMSet() || data.slot >= static_cast<unsigned int>(_slots.size())) {
-        return;
-    }
-    SlotData *slot = _slots.at(static_cast<int>(data.slot));
-    if (slot->format.isUsed()) {
-        slot->freeLayer(static_cast<int>(data.layer),
-                        static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token))));
+    SlotData *slot = slotAt(data.slot); // a texture's own token is never that of a UDIM set
+    if (slot != nullptr && slot->format.isUsed()) {
+        slot->freeLayer(static_cast<int>(data.layer), layerCount(token));
         data.clear();
+        _dirty = true;
     }
 }
 
@@ -307,8 +341,7 @@ QString Array2DTextureManager::getShaderFile()
 void Array2DTextureManager::clear()
 {
     // The slots are abandoned, not deleted, and the tokens of the base stay: the next setupSlots() makes new ones.
-    _pendingTokens.clear();
-    _tokenIsPending.clear();
+    _pendingTokens->clear();
     _textureTokenToSlotLayerData.clear();
     _textureTokenToLayerCount.clear();
     _slots.clear();
@@ -317,19 +350,15 @@ void Array2DTextureManager::clear()
     tokenForColor(QColor(Qt::white));
     _slotUnits.reserve(kReservedSlots);
     _slotHandles.reserve(kReservedSlots);
-    _textureTokenToSlotLayerData.clear();
+    _textureTokenToSlotLayerData.clear(); // white may have a new token
     _textureTokenToLayerCount.clear();
     growTables(1);
+    _dirty = true;
 }
 
 void Array2DTextureManager::setMaxSlots(int count)
 {
     _maxSlots = count;
-}
-
-int Array2DTextureManager::getMaxSlots() const
-{
-    return _maxSlots;
 }
 
 void Array2DTextureManager::setSlotReallocationMethod(SlotReallocationMethod method)
@@ -348,9 +377,9 @@ bool Array2DTextureManager::supportsUDIMs() const
 
 void Array2DTextureManager::textureTokenIssued(const TextureToken &token)
 {
-    addPending(token);
+    _pendingTokens->insert(token);
     if (!hasEntry(token)) {
-        growTables(static_cast<int>(token.token) + 1);
+        growTables(token.token + 1);
         _dirty = true;
     }
 }
@@ -361,7 +390,8 @@ void Array2DTextureManager::textureTokenRevoked(const TextureToken &token)
         return;
     }
     _udimPatchToToken.remove(token);
-    if (entry(token).isUDIMSet()) {
+    const bool isSet = entry(token).isUDIMSet();
+    if (isSet) {
         const quint64 first = entry(token).slot;
         const quint64 last = first + static_cast<quint64>(entry(token).getNumUDIMPatches());
         for (quint64 patch = first; patch <= last; ++patch) {
@@ -373,10 +403,9 @@ void Array2DTextureManager::textureTokenRevoked(const TextureToken &token)
     if (!data.isValid()) {
         return;
     }
-    if (!data.isUDIMSet() && data.slot < static_cast<unsigned int>(_slots.size())) {
-        _slots.at(static_cast<int>(data.slot))
-            ->freeLayer(static_cast<int>(data.layer),
-                        static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token))));
+    SlotData *slot = isSet ? nullptr : slotAt(data.slot);
+    if (slot != nullptr) {
+        slot->freeLayer(static_cast<int>(data.layer), layerCount(token));
     }
     data.clear();
     _dirty = true;
@@ -407,12 +436,12 @@ void Array2DTextureManager::setupSlots()
     if (!_slots.isEmpty()) {
         return;
     }
-    _slots.resize(_maxSlots);
-    _slotUnits.resize(_maxSlots);
-    _slotHandles.resize(_maxSlots);
-    for (int i = 0; i < _maxSlots; ++i) {
-        _slots[i] = new SlotData;
-        _slotHandles[i] = BindlessHandleUVec2();
+    const int count = std::max(_maxSlots, 0);
+    _slotUnits.resize(count);
+    _slotHandles.fill(BindlessHandleUVec2(), count);
+    _slots.reserve(count);
+    while (_slots.size() < count) {
+        _slots.append(new SlotData);
     }
 }
 
@@ -439,33 +468,16 @@ SlotLayerData Array2DTextureManager::findSlotLayer(const SlotFormat &format, int
         return SlotLayerData();
     }
     const SlotFormat aligned = alignedSlotFormat(format);
-    for (int i = 0; i < _slots.size(); ++i) {
-        if (_slots.at(i)->format.isUsed() && _slots.at(i)->isCompatible(aligned)) {
-            const SlotLayerData place = placeIn(i, layerCount);
-            if (place.isValid()) {
-                return place;
-            }
-        }
+    SlotLayerData place = placeExactly(aligned, layerCount);
+    if (!place.isValid()) {
+        place = placeInUnusedSlot(aligned, layerCount);
     }
-    for (int i = 0; i < _slots.size(); ++i) {
-        if (!_slots.at(i)->format.isUsed()) {
-            _slots.at(i)->setupFormat(aligned); // kept, even where the request is too large for it
-            const SlotLayerData place = placeIn(i, layerCount);
-            if (place.isValid()) {
-                return place;
-            }
-        }
+    if (!place.isValid()) {
+        place = placeScaled(format, aligned, layerCount);
     }
-    SlotData *similar = nullptr;
-    int similarIndex = -1;
-    if (searchForSimilarSlot(aligned, similar, similarIndex, nullptr)) {
-        const SlotLayerData place = placeIn(similarIndex, layerCount);
-        if (place.isValid()) {
-            reportResize(format.width, format.height, similar->format);
-            return place;
-        }
+    if (!place.isValid()) {
+        place = placeByMerging(aligned, layerCount);
     }
-    const SlotLayerData place = placeByMerging(aligned, layerCount);
     if (!place.isValid()) {
         ZEL_LOG_WARNING(
             "%p Failed to find slot or layer (%4dx%-4d) 0x%04X C:0x%04X 0x%04X F:0x%04X 0x%04X %4.1f %4.1f\n",
@@ -485,6 +497,9 @@ void Array2DTextureManager::determineSlotLayerDataForTexture(Texture *texture, T
     int layerCount = 1;
     {
         const AutoBinder binder(texture);
+        if (!texture->isBound()) {
+            return; // no unit was free, which the texture has told
+        }
         format.width = texture->width(0);
         format.height = texture->height(0);
         format.internalFormat = static_cast<unsigned int>(texture->internalFormat(0));
@@ -506,16 +521,16 @@ void Array2DTextureManager::determineSlotLayerDataForTexture(Texture *texture, T
     out = findSlotLayer(format, layerCount);
     if (hasEntry(token)) {
         _textureTokenToLayerCount[static_cast<int>(token.token)] = static_cast<unsigned int>(layerCount);
+        _pendingTokens->insert(token);
     }
-    addPending(token);
     _dirty = true;
 }
 
 bool Array2DTextureManager::moveSlotLayers(int from, int to)
 {
-    SlotData *source = _slots.at(from);
-    SlotData *target = _slots.at(to);
-    if (!source->format.isUsed()) {
+    SlotData *source = slotAt(static_cast<unsigned int>(from));
+    SlotData *target = slotAt(static_cast<unsigned int>(to));
+    if (source == nullptr || target == nullptr || !source->format.isUsed()) {
         return false;
     }
     for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
@@ -530,7 +545,8 @@ bool Array2DTextureManager::moveSlotLayers(int from, int to)
         SlotLayerData &data = _textureTokenToSlotLayerData[i];
         source->freeLayer(static_cast<int>(data.layer), count);
         data = SlotLayerData(static_cast<unsigned int>(to), layer, target->bindlessHandle);
-        addPending(TextureToken(static_cast<unsigned long long>(i)));
+        _pendingTokens->insert(TextureToken(static_cast<unsigned long long>(i)));
+        _dirty = true;
     }
     _dirty = true;
     return true;
@@ -540,15 +556,18 @@ QVector<int> Array2DTextureManager::filterSlotsBySimilar(const SlotFormat &forma
                                                          const QVector<int> &slotIndices) const
 {
     QVector<int> similar;
-    std::copy_if(slotIndices.begin(), slotIndices.end(), std::back_inserter(similar),
-                 [&](int index) { return _slots.at(index)->isSimilar(format); });
+    std::copy_if(slotIndices.begin(), slotIndices.end(), std::back_inserter(similar), [&](int index) {
+        const SlotData *slot = slotAt(static_cast<unsigned int>(index));
+        return slot != nullptr && slot->isSimilar(format);
+    });
     return similar;
 }
 
 QVector<int> Array2DTextureManager::sortSlotsByLargest(const QVector<int> &slotIndices) const
 {
     const auto area = [this](int index) {
-        return _slots.at(index)->format.width * _slots.at(index)->format.height;
+        const SlotData *slot = slotAt(static_cast<unsigned int>(index));
+        return slot != nullptr ? slot->format.area() : 0;
     };
     QVector<int> sorted = slotIndices;
     std::stable_sort(sorted.begin(), sorted.end(), [&](int a, int b) { return area(a) > area(b); });
@@ -580,8 +599,8 @@ bool Array2DTextureManager::seachForSlotWithLargestXY(SlotData *&slot, int &inde
     bool found = false;
     for (int i = 0; i < _slots.size(); ++i) {
         const SlotFormat &format = _slots.at(i)->format;
-        if (format.isUsed() && format.width * format.height >= largest) { // a later tie wins
-            largest = format.width * format.height;
+        if (format.isUsed() && format.area() >= largest) { // a later tie wins
+            largest = format.area();
             slot = _slots.at(i);
             index = i;
             found = true;
@@ -597,16 +616,16 @@ void Array2DTextureManager::dumpSlots() const
         const SlotData &slot = *_slots.at(i);
         const SlotFormat &format = slot.format;
         text += QString::asprintf(" %2d", i);
-        if (!format.isUsed()) {
+        if (format.isUsed()) {
+            text += QString::asprintf(
+                " {(%4dx%4d) 0x%04X C:0x%04X 0x%04X F:0x%04X 0x%04X ,%2d:%2d<%2d}", format.width,
+                format.height, format.internalFormat, static_cast<unsigned int>(format.wrapS),
+                static_cast<unsigned int>(format.wrapT), static_cast<unsigned int>(format.magFilter),
+                static_cast<unsigned int>(format.minFilter), slot.usedLayers, slot.allocatedLayers,
+                slot.maxLayers);
+        } else {
             text += QLatin1String(" {UNUSED}");
-            continue;
         }
-        text += QString::asprintf(
-            " {(%4dx%4d) 0x%04X C:0x%04X 0x%04X F:0x%04X 0x%04X ,%2d:%2d<%2d}", format.width, format.height,
-            format.internalFormat, static_cast<unsigned int>(format.wrapS),
-            static_cast<unsigned int>(format.wrapT), static_cast<unsigned int>(format.magFilter),
-            static_cast<unsigned int>(format.minFilter), slot.usedLayers, slot.allocatedLayers,
-            slot.maxLayers);
         text += QLatin1String(" \n");
     }
     ZEL_LOG_DEBUG("%s", text.toLocal8Bit().constData());
@@ -622,8 +641,15 @@ void Array2DTextureManager::updateSlots()
             allocateSlot(i);
         }
     }
-    if (!_pendingTokens.isEmpty()) {
-        blitPending();
+    if (_pendingTokens->isEmpty()) {
+        return;
+    }
+    // A copy, since loading a texture may issue tokens.
+    const QVector<TextureToken> pending = _pendingTokens->takeAll();
+    for (const TextureToken &token : pending) {
+        if (!blitTokenToTextureSlot(token)) {
+            _pendingTokens->insert(token);
+        }
     }
 }
 
@@ -640,10 +666,11 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
         return false;
     }
     const SlotLayerData place = entry(token); // after the load, which may have grown the table
-    const SlotData &slot = *_slots.at(static_cast<int>(place.slot));
-    if (slot.bindlessHandle != 0) {
-        _isTextureHandleResident(slot.bindlessHandle); // the answer is not used
+    const SlotData *slot = slotAt(place.slot);
+    if (slot == nullptr) {
+        return true; // its slots were deleted
     }
+    _bindless->isResident(slot->bindlessHandle); // the answer is not used
     glFlush();
     int width = 0;
     int height = 0;
@@ -654,7 +681,7 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
         height = texture->height(0);
         maxLevel = textureParameter(texture, GL_TEXTURE_MAX_LEVEL);
     }
-    if (width == 0 || height == 0) {
+    if (width <= 0 || height <= 0) {
         ZEL_LOG_WARNING("%p Ignoring texture of size (%dx%d), not blitted into array2D",
                         static_cast<const void *>(this), width, height);
         return false;
@@ -663,9 +690,8 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
         maxLevel = 0;
     }
     BlitFramebuffers framebuffers;
-    const int count = static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token)));
-    for (int i = 0; i < count; ++i) {
-        blitLayer(framebuffers, texture, i, maxLevel, slot, static_cast<int>(place.layer) + i);
+    for (int i = 0; i < layerCount(token); ++i) {
+        blitLayer(framebuffers, texture, i, maxLevel, *slot, static_cast<int>(place.layer) + i);
     }
     return true;
 }
@@ -681,7 +707,8 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
         if (token == nullTextureToken) {
             continue;
         }
-        assertTokenInArray(token);
+        ZEL_ASSERT(token.token < quint64(_textureTokenToSlotLayerData.size()),
+                   "Token %llu is not in array %d.", token.token, _textureTokenToSlotLayerData.size());
         if (!hasEntry(token) || entry(token).isValid()) {
             continue;
         }
@@ -696,33 +723,34 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
 
 void Array2DTextureManager::buildUDIMSet(const TextureToken &token)
 {
-    QHash<QPoint, Texture *> patches;
-    const QHash<QPoint, Texture *> given = _udimPatches.value(token);
-    for (auto it = given.begin(); it != given.end(); ++it) {
-        if (it.key().x() >= 0 && it.key().y() >= 0 && it.value() != nullptr) {
-            patches.insert(it.key(), it.value());
-        }
-    }
-    int width = 1;
+    const QHash<QPoint, Texture *> patches = usablePatches(_udimPatches.value(token));
+    qint64 width = 1;
     for (auto it = patches.begin(); it != patches.end(); ++it) {
-        width = std::max(width, it.key().x() + 1);
+        width = std::max<qint64>(width, it.key().x() + qint64(1));
     }
     const auto indexOf = [width](const QPoint &patch) { return width * patch.y() + patch.x(); };
-    int maxPatch = 0;
+    qint64 maxPatch = 0;
     for (auto it = patches.begin(); it != patches.end(); ++it) {
         maxPatch = std::max(maxPatch, indexOf(it.key()));
     }
-    // The shader adds a patch's index to the first token.
-    const TextureToken first = reserveTokenBlock(maxPatch + 1);
-    for (int i = 0; i <= maxPatch; ++i) {
-        textureTokenIssued(TextureToken(first.token + static_cast<quint64>(i)));
+    if (maxToken().token + static_cast<quint64>(maxPatch) >= kMostEntries) {
+        return;
     }
-    entry(token).configureUDIMSet(first, width, maxPatch);
+    // One block, since the shader adds a patch's index to the first token.
+    const TextureToken first = reserveTokenBlock(static_cast<int>(maxPatch) + 1);
+    const auto slotTokenOf = [first](qint64 index) {
+        return TextureToken(first.token + static_cast<quint64>(index));
+    };
+    for (qint64 i = 0; i <= maxPatch; ++i) {
+        textureTokenIssued(slotTokenOf(i));
+    }
+    entry(token).configureUDIMSet(first, static_cast<int>(width), static_cast<int>(maxPatch));
+    _dirty = true;
     for (auto it = patches.begin(); it != patches.end(); ++it) {
         const TextureToken patchToken = tokenForTexture(it.value());
         ZEL_ASSERT(patchToken.token < quint64(_textureTokenToSlotLayerData.size()),
                    "Token %llu is not in array %d.", patchToken.token, _textureTokenToSlotLayerData.size());
-        const TextureToken slotToken(first.token + static_cast<quint64>(indexOf(it.key())));
+        const TextureToken slotToken = slotTokenOf(indexOf(it.key()));
         determineSlotLayerDataForTexture(it.value(), slotToken, entry(slotToken));
         _udimPatchToToken.insert(slotToken, patchToken);
     }
@@ -738,142 +766,98 @@ SlotLayerData &Array2DTextureManager::entry(const TextureToken &token)
     return _textureTokenToSlotLayerData[static_cast<int>(token.token)];
 }
 
-void Array2DTextureManager::assertTokenInArray(const TextureToken &token) const
+int Array2DTextureManager::layerCount(const TextureToken &token) const
 {
-    ZEL_ASSERT(token.token < quint64(_textureTokenToSlotLayerData.size()), "Token %llu is not in array %d.",
-               token.token, _textureTokenToSlotLayerData.size());
+    return static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token)));
 }
 
-void Array2DTextureManager::addPending(const TextureToken &token)
+/// UDIM sets are passed over: their entries hold a token where others hold a slot.
+bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
 {
-    const int index = static_cast<int>(token.token);
-    if (index >= _tokenIsPending.size()) {
-        _tokenIsPending.resize(index + 1);
-    }
-    if (!_tokenIsPending.at(index)) {
-        _tokenIsPending[index] = true;
-        _pendingTokens.append(token);
-    }
+    const SlotLayerData &data = _textureTokenToSlotLayerData.at(tokenIndex);
+    return data.isValid() && !data.isUDIMSet() && data.slot == static_cast<unsigned int>(slotIndex);
 }
 
-void Array2DTextureManager::blitPending()
+void Array2DTextureManager::growTables(quint64 size)
 {
-    const QVector<TextureToken> pending = std::move(_pendingTokens);
-    _pendingTokens = QVector<TextureToken>();
-    _tokenIsPending.fill(false);
-    for (const TextureToken &token : pending) {
-        if (!blitTokenToTextureSlot(token)) {
-            addPending(token);
-        }
+    if (size > kMostEntries) {
+        return; // such a token is told when it is bound
     }
-}
-
-void Array2DTextureManager::growTables(int size)
-{
+    _textureTokenToSlotLayerData.resize(static_cast<int>(size));
     const int oldSize = _textureTokenToLayerCount.size();
-    if (size > oldSize) {
-        _textureTokenToSlotLayerData.resize(size);
-        _textureTokenToLayerCount.resize(size);
-        std::fill(_textureTokenToLayerCount.begin() + oldSize, _textureTokenToLayerCount.end(), 1u);
-    }
+    _textureTokenToLayerCount.resize(static_cast<int>(size));
+    std::fill(_textureTokenToLayerCount.begin() + oldSize, _textureTokenToLayerCount.end(), 1u);
 }
 
-void Array2DTextureManager::allocateSlot(int index)
+SlotData *Array2DTextureManager::slotAt(unsigned int index) const
 {
-    SlotData &slot = *_slots.at(index);
-    const SlotFormat &format = slot.format;
-    if (slot.allocatedLayers != 0) {
-        // New storage loses the pixels of the old.
-        for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
-            if (isPlacedIn(i, index)) {
-                addPending(TextureToken(static_cast<unsigned long long>(i)));
-            }
-        }
-    }
-    if (slot.bindlessHandle != 0) {
-        dropHandle(slot);
-        slot.createTexture(); // a texture with a handle cannot change its storage
-    }
-    const int layers = slot.usedLayers;
-    {
-        const GLenum target = GL_TEXTURE_2D_ARRAY;
-        const AutoBinder binder(slot.texture);
-        int levels = 0;
-        // The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
-        for (int w = format.width, h = format.height; w != 0 && h != 0; w /= 2, h /= 2, ++levels) {
-            // One identical call a layer, kept on purpose.
-            for (int i = 0; i < layers; ++i) {
-                glTexImage3D(target, levels, static_cast<GLint>(format.internalFormat), w, h, layers, 0,
-                             formatFromInternalFormat(format.internalFormat),
-                             typeFromInternalFormat(format.internalFormat), nullptr);
-            }
-        }
-        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, format.magFilter);
-        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
-        glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
-        glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
-        glTexParameteri(target, GL_TEXTURE_LOD_BIAS,
-                        static_cast<GLint>(format.lodBias)); // loses the fraction
-        glTexParameteri(target, GL_TEXTURE_MIN_LOD, 0);
-        glTexParameteri(target, GL_TEXTURE_MAX_LOD, levels - 1);
-        glTexParameteri(target, GL_TEXTURE_BASE_LEVEL, 0);
-        glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
-        if (_anisotropySupported) {
-            glTexParameterf(target, GL_TEXTURE_MAX_ANISOTROPY_EXT, format.anisotropy);
-        }
-        glFlush();
-    }
-    slot.allocatedLayers = layers;
-    if (_bindMode == BindModeBindless && _getTextureHandle != nullptr) {
-        slot.bindlessHandle = _getTextureHandle(slot.texture->textureID());
-        for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
-            if (isPlacedIn(i, index)) {
-                _textureTokenToSlotLayerData[i].setBindlessTextureHandle(slot.bindlessHandle);
-            }
-        }
-    }
-}
-
-void Array2DTextureManager::dropHandle(SlotData &slot)
-{
-    if (slot.bindlessHandle != 0 && _isTextureHandleResident(slot.bindlessHandle) != GL_FALSE) {
-        _makeTextureHandleNonResident(slot.bindlessHandle);
-    }
-    slot.bindlessHandle = 0;
-    slot.residentCount = 0;
-}
-
-void Array2DTextureManager::reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const
-{
-    ZEL_LOG_WARNING("%p Textures were resized to fit into texture slots (%dx%d) -> (%dx%d)",
-                    static_cast<const void *>(this), fromWidth, fromHeight, to.width, to.height);
+    return index < static_cast<unsigned int>(_slots.size()) ? _slots.at(static_cast<int>(index)) : nullptr;
 }
 
 SlotLayerData Array2DTextureManager::placeIn(int index, int layerCount)
 {
-    const unsigned int layer = _slots.at(index)->getFreeLayer(layerCount);
-    return layer == SlotData::kNoLayer
-               ? SlotLayerData()
-               : SlotLayerData(static_cast<unsigned int>(index), layer, _slots.at(index)->bindlessHandle);
+    SlotData *slot = _slots.at(index);
+    const unsigned int layer = slot->getFreeLayer(layerCount);
+    return layer != SlotData::kNoLayer
+               ? SlotLayerData(static_cast<unsigned int>(index), layer, slot->bindlessHandle)
+               : SlotLayerData();
+}
+
+SlotLayerData Array2DTextureManager::placeExactly(const SlotFormat &aligned, int layerCount)
+{
+    SlotLayerData place;
+    for (int i = 0; i < _slots.size() && !place.isValid(); ++i) {
+        if (_slots.at(i)->format.isUsed() && _slots.at(i)->isCompatible(aligned)) {
+            place = placeIn(i, layerCount);
+        }
+    }
+    return place;
+}
+
+SlotLayerData Array2DTextureManager::placeInUnusedSlot(const SlotFormat &aligned, int layerCount)
+{
+    SlotLayerData place;
+    for (int i = 0; i < _slots.size() && !place.isValid(); ++i) {
+        if (!_slots.at(i)->format.isUsed()) {
+            _slots.at(i)->setupFormat(aligned); // it stays, even where the request is too large for the slot
+            place = placeIn(i, layerCount);
+        }
+    }
+    return place;
+}
+
+SlotLayerData Array2DTextureManager::placeScaled(const SlotFormat &format, const SlotFormat &aligned,
+                                                 int layerCount)
+{
+    SlotData *similar = nullptr;
+    int index = -1;
+    if (!searchForSimilarSlot(aligned, similar, index, nullptr)) {
+        return SlotLayerData();
+    }
+    const SlotLayerData place = placeIn(index, layerCount);
+    if (place.isValid()) {
+        reportResize(format.width, format.height, similar->format);
+    }
+    return place;
 }
 
 SlotLayerData Array2DTextureManager::placeByMerging(const SlotFormat &aligned, int layerCount)
 {
+    const bool upscale = _slotReallocationMethod == SlotReallocationUpscale;
     QVector<int> remaining(_slots.size());
     std::iota(remaining.begin(), remaining.end(), 0);
     remaining = sortSlotsByLargest(remaining);
     while (!remaining.isEmpty()) {
-        const int target = remaining.takeLast(); // the smallest
-        const QVector<int> candidates = filterSlotsBySimilar(_slots.at(target)->format, remaining);
+        const int smallest = remaining.takeLast();
+        const QVector<int> candidates = filterSlotsBySimilar(_slots.at(smallest)->format, remaining);
         for (int i = candidates.size() - 1; i >= 0; --i) {
-            const bool upscale = _slotReallocationMethod == SlotReallocationUpscale;
-            const int from = upscale ? target : candidates.at(i);
-            const int to = upscale ? candidates.at(i) : target;
+            const int from = upscale ? smallest : candidates.at(i);
+            const int to = upscale ? candidates.at(i) : smallest;
             if (!moveSlotLayers(from, to)) {
                 continue;
             }
-            reportResize(_slots.at(from)->format.width, _slots.at(from)->format.height,
-                         _slots.at(to)->format);
+            const SlotFormat &freed = _slots.at(from)->format;
+            reportResize(freed.width, freed.height, _slots.at(to)->format);
             _slots.at(from)->setupFormat(aligned);
             const SlotLayerData place = placeIn(from, layerCount);
             if (place.isValid()) {
@@ -884,31 +868,74 @@ SlotLayerData Array2DTextureManager::placeByMerging(const SlotFormat &aligned, i
     return SlotLayerData();
 }
 
-/// UDIM sets are passed over: their entries hold a token where others hold a slot.
-bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
+void Array2DTextureManager::reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const
 {
-    const SlotLayerData &data = _textureTokenToSlotLayerData.at(tokenIndex);
-    return data.isValid() && !data.isUDIMSet() && data.slot == static_cast<unsigned int>(slotIndex);
+    ZEL_LOG_WARNING("%p Textures were resized to fit into texture slots (%dx%d) -> (%dx%d)",
+                    static_cast<const void *>(this), fromWidth, fromHeight, to.width, to.height);
+}
+
+void Array2DTextureManager::allocateSlot(int index)
+{
+    SlotData &slot = *_slots.at(index);
+    const int layers = slot.usedLayers;
+    if (slot.allocatedLayers != 0) {
+        // New storage loses the pixels of the old.
+        for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
+            if (isPlacedIn(i, index)) {
+                _pendingTokens->insert(TextureToken(static_cast<unsigned long long>(i)));
+            }
+        }
+    }
+    if (slot.bindlessHandle != 0) {
+        dropHandle(slot);
+        slot.createTexture(); // a texture with a handle cannot change its storage
+    }
+    {
+        const AutoBinder binder(slot.texture);
+        if (!slot.texture->isBound()) {
+            return; // no unit was free, which the texture has told: the next update tries again
+        }
+        specifyStorage(slot.format, layers);
+        if (_anisotropySupported) {
+            glTexParameterf(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAX_ANISOTROPY_EXT, slot.format.anisotropy);
+        }
+        glFlush();
+    }
+    slot.allocatedLayers = layers;
+    if (_bindMode == BindModeBindless) {
+        makeHandle(index);
+    }
+}
+
+void Array2DTextureManager::makeHandle(int index)
+{
+    SlotData &slot = *_slots.at(index);
+    slot.bindlessHandle = _bindless->handleOf(*slot.texture);
+    for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
+        if (isPlacedIn(i, index)) {
+            _textureTokenToSlotLayerData[i].setBindlessTextureHandle(slot.bindlessHandle);
+        }
+    }
+    _dirty = true;
+}
+
+void Array2DTextureManager::dropHandle(SlotData &slot)
+{
+    _bindless->makeNonResident(slot.bindlessHandle);
+    slot.bindlessHandle = 0;
+    slot.residentCount = 0;
 }
 
 Array2DTextureManager::UniformLocations
 Array2DTextureManager::uniformLocations(const ShaderProgram *program) const
 {
-    static const QString mapSampler = QStringLiteral("u_TextureTokenManagedTextureSlotMapSample");
-    static const QString mapUniforms = QStringLiteral("u_TextureTokenManagedTextureSlotMapUniforms[0]");
-    static const QString handles = QStringLiteral("u_ManagedTextureHandles[0]");
-    static const QString samplers = QStringLiteral("u_ManagedTextureSlots[0]");
-    const QString &slotArray = _bindMode == BindModeBindless ? handles : samplers;
-    if (program != nullptr) {
-        return {program->getUniformLocation(mapSampler), program->getUniformLocation(mapUniforms),
-                program->getUniformLocation(slotArray)};
-    }
-    GLint current = 0;
-    glGetIntegerv(GL_CURRENT_PROGRAM, &current);
-    const auto location = [current](const QString &name) {
-        return glGetUniformLocation(static_cast<GLuint>(current), name.toLatin1().constData());
-    };
-    return {location(mapSampler), location(mapUniforms), location(slotArray)};
+    static const UniformName mapSampler("u_TextureTokenManagedTextureSlotMapSample");
+    static const UniformName mapUniforms("u_TextureTokenManagedTextureSlotMapUniforms[0]");
+    static const UniformName handles("u_ManagedTextureHandles[0]");
+    static const UniformName samplers("u_ManagedTextureSlots[0]");
+    const UniformLookup locationOf(program);
+    return {locationOf(mapSampler), locationOf(mapUniforms),
+            locationOf(_bindMode == BindModeBindless ? handles : samplers)};
 }
 
 void Array2DTextureManager::uploadSlotMap(const UniformLocations &locations)
@@ -921,15 +948,15 @@ void Array2DTextureManager::uploadSlotMap(const UniformLocations &locations)
     if (locations.mapSampler < 0) {
         return;
     }
-    const bool isNew = _slotMapTexture == nullptr;
-    if (isNew) {
+    if (_slotMapTexture == nullptr) {
         _slotMapTexture = new Texture(nullptr);
         _slotMapTexture->setTarget(GL_TEXTURE_1D);
-    }
-    _slotMapTexture->bind();
-    if (isNew) {
+        const AutoBinder binder(_slotMapTexture);
         glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
         glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    }
+    if (!_slotMapTexture->bind()) {
+        return;
     }
     if (_dirty) {
         glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA32I, elements, 0, GL_RGBA_INTEGER, GL_INT, data);
@@ -938,17 +965,17 @@ void Array2DTextureManager::uploadSlotMap(const UniformLocations &locations)
     glUniform1i(locations.mapSampler, static_cast<GLint>(_slotMapTexture->unit()));
 }
 
+void Array2DTextureManager::uploadHandles(int location)
+{
+    for (int i = 0; i < _slots.size(); ++i) {
+        const quint64 handle = _slots.at(i)->bindlessHandle;
+        _slotHandles[i] = {static_cast<unsigned int>(handle), static_cast<unsigned int>(handle >> 32)};
+    }
+    glUniform2uiv(location, _slotHandles.size(), reinterpret_cast<const GLuint *>(_slotHandles.constData()));
+}
+
 void Array2DTextureManager::uploadSlots(int location)
 {
-    if (_bindMode == BindModeBindless) {
-        for (int i = 0; i < _slots.size(); ++i) {
-            const quint64 handle = _slots.at(i)->bindlessHandle;
-            _slotHandles[i] = {static_cast<unsigned int>(handle), static_cast<unsigned int>(handle >> 32)};
-        }
-        glUniform2uiv(location, _slotHandles.size(),
-                      reinterpret_cast<const GLuint *>(_slotHandles.constData()));
-        return;
-    }
     for (int i = 0; i < _slots.size(); ++i) {
         _slots.at(i)->texture->bind();
         _slotUnits[i] = static_cast<int>(_slots.at(i)->texture->unit());

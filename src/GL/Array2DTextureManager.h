@@ -1,12 +1,15 @@
 #pragma once
 
-#include "GLLoader.h"
 #include "TextureManager.h"
 #include "TextureSlot.h"
 
 #include <QtCore/QVector>
 
+#include <memory>
+
 namespace Orvane { namespace Zel {
+
+class BindlessFunctions;
 
 /// The texture manager that packs all textures into a fixed number of 2D array
 /// textures, the slots: a shader needs one sampler a slot, however many textures
@@ -21,10 +24,16 @@ namespace Orvane { namespace Zel {
 /// A host makes this manager and installs it with setInstance().
 ///
 /// Units:   sizes in texels; layers counted from 0. The last layer of a slot is
-///          never given out.
-/// Context: construct and use with one and the same context current.
+///          never given out. The slot map as a texture holds GL_MAX_TEXTURE_SIZE / 2
+///          tokens, as uniforms 64.
+/// Context: construct and use with one and the same context current. bind(program)
+///          copies by glBlitFramebuffer(), which the scissor test clips; it leaves
+///          the host's draw framebuffer bound as GL_FRAMEBUFFER.
 /// Errors:  a texture without a place is told, gives the invalid texel and is
-///          tried again at its next bind; scaling a texture is told.
+///          tried again at its next bind; scaling a texture is told. Layers are
+///          drawn to: a format that GL cannot render to, a compressed one above
+///          all, is an error of GL. Compressed KTX images arrive uncompressed,
+///          unless their TextureFileInfo keeps the orientation.
 /// Source:  OpenGL 3.2 core; GL_ARB_bindless_texture for BindModeBindless.
 class ZELGL_EXPORT Array2DTextureManager : public TextureManager
 {
@@ -55,13 +64,14 @@ public:
     void clear() override;
     /// Before any token is bound.
     void setMaxSlots(int count) override;
-    int getMaxSlots() const;
     void setSlotReallocationMethod(SlotReallocationMethod method) override;
     bool supportsUDIMs() const override;
     void textureTokenIssued(const TextureToken &token) override;
     void textureTokenRevoked(const TextureToken &token) override;
 
     // Read by setup(): they take effect on shaders built after it.
+
+    /// Before any token is bound.
     void setBindMode(BindMode mode);
     void setUseExplicitlyArrayAccessInGLSL(bool use);
     void setUseSlotMapUniforms(bool use);
@@ -106,22 +116,29 @@ private:
 
     template <typename Tokens> void bindTextureTokens(const Tokens &tokens);
     void buildUDIMSet(const TextureToken &token);
+
     bool hasEntry(const TextureToken &token) const;
     SlotLayerData &entry(const TextureToken &token);
-    void assertTokenInArray(const TextureToken &token) const;
-    void addPending(const TextureToken &token);
-    void blitPending();
-
-    void growTables(int size);
-    void allocateSlot(int index);
-    void dropHandle(SlotData &slot);
-    void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
-    SlotLayerData placeIn(int index, int layerCount);
-    SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
+    int layerCount(const TextureToken &token) const;
     bool isPlacedIn(int tokenIndex, int slotIndex) const;
+    void growTables(quint64 size);
+
+    /// Null for an index that is none.
+    SlotData *slotAt(unsigned int index) const;
+    SlotLayerData placeIn(int index, int layerCount);
+    SlotLayerData placeExactly(const SlotFormat &aligned, int layerCount);
+    SlotLayerData placeInUnusedSlot(const SlotFormat &aligned, int layerCount);
+    SlotLayerData placeScaled(const SlotFormat &format, const SlotFormat &aligned, int layerCount);
+    SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
+    void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
+
+    void allocateSlot(int index);
+    void makeHandle(int index);
+    void dropHandle(SlotData &slot);
 
     UniformLocations uniformLocations(const ShaderProgram *program) const;
     void uploadSlotMap(const UniformLocations &locations);
+    void uploadHandles(int location);
     void uploadSlots(int location);
 
     int _minSlotWidth = 1;
@@ -138,8 +155,7 @@ private:
     bool _useSlotMapTexture = true;
     bool _anisotropySupported = false;
     float _maxAnisotropy = 1.0f;
-    QVector<TextureToken> _pendingTokens;                ///< a set: their pixels are still to be copied
-    QVector<bool> _tokenIsPending;                       ///< by token, the membership of that set
+    std::unique_ptr<TokenSet> _pendingTokens;            ///< their pixels are still to be copied
     Texture *_slotMapTexture = nullptr;                  ///< left to the context at the end
     QVector<SlotLayerData> _textureTokenToSlotLayerData; ///< by token
     QVector<unsigned int> _textureTokenToLayerCount;     ///< by token
@@ -148,11 +164,7 @@ private:
     SlotReallocationMethod _slotReallocationMethod = SlotReallocationDownscale;
     BindMode _bindMode = BindModeSampler;
     QVector<BindlessHandleUVec2> _slotHandles;
-    PFNGLGETTEXTUREHANDLEARBPROC _getTextureHandle = nullptr;
-    PFNGLMAKETEXTUREHANDLERESIDENTARBPROC _makeTextureHandleResident = nullptr;
-    PFNGLMAKETEXTUREHANDLENONRESIDENTARBPROC _makeTextureHandleNonResident = nullptr;
-    PFNGLUNIFORMHANDLEUI64VARBPROC _uniformHandleui64v = nullptr;
-    PFNGLISTEXTUREHANDLERESIDENTARBPROC _isTextureHandleResident = nullptr;
+    std::unique_ptr<BindlessFunctions> _bindless;
     QHash<TextureToken, TextureToken>
         _udimPatchToToken; ///< slot token of a patch to the token of its texture
 };

@@ -1,5 +1,6 @@
 #include "BindlessTextureManager.h"
 
+#include "BindlessFunctions.h"
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "SamplerSlots.h"
@@ -18,11 +19,6 @@ unsigned int counterOf(const TextureToken &token)
     return static_cast<unsigned int>(token.token);
 }
 
-template <typename Function> void lookUp(Function &function, const char *name)
-{
-    function = reinterpret_cast<Function>(getGLProcAddress(name, false));
-}
-
 } // namespace
 
 bool BindlessTextureManager::isSupported()
@@ -32,20 +28,13 @@ bool BindlessTextureManager::isSupported()
 
 BindlessTextureManager::BindlessTextureManager()
     : _slots(new SamplerSlots)
+    , _bindless(new BindlessFunctions)
 {
     if (hasGLExtension("GL_ARB_bindless_texture")) {
-        lookUp(_getTextureHandle, "glGetTextureHandleARB");
-        lookUp(_makeTextureHandleResident, "glMakeTextureHandleResidentARB");
-        lookUp(_makeTextureHandleNonResident, "glMakeTextureHandleNonResidentARB");
-        lookUp(_uniformHandleui64v, "glUniformHandleui64vARB");
-        lookUp(_isTextureHandleResident, "glIsTextureHandleResidentARB");
+        _bindless->lookUp(BindlessFunctions::eARB);
         _useARB = true;
     } else if (hasGLExtension("GL_NV_bindless_texture")) {
-        lookUp(_getTextureHandle, "glGetTextureHandleNV");
-        lookUp(_makeTextureHandleResident, "glMakeTextureHandleResidentNV");
-        lookUp(_makeTextureHandleNonResident, "glMakeTextureHandleNonResidentNV");
-        lookUp(_uniformHandleui64v, "glUniformHandleui64vNV");
-        lookUp(_isTextureHandleResident, "glIsTextureHandleResidentNV");
+        _bindless->lookUp(BindlessFunctions::eNV);
         _useNV = true;
     } else {
         ZEL_ASSERT(false,
@@ -153,13 +142,10 @@ void BindlessTextureManager::bind(const QList<TextureToken> &tokens)
             continue;
         }
         if (isBindlessToken(token)) {
-            if (_isTextureHandleResident(token.token) == GL_FALSE) {
-                _makeTextureHandleResident(token.token);
-            }
-            continue;
+            _bindless->makeResident(token.token);
+        } else if (texture->bind()) {
+            setSlot(token, _slots->take(static_cast<int>(texture->unit())));
         }
-        texture->bind();
-        setSlot(token, _slots->take(static_cast<int>(texture->unit())));
     }
 }
 
@@ -171,13 +157,11 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
             continue;
         }
         if (isBindlessToken(token)) {
-            if (_isTextureHandleResident(token.token) != GL_FALSE) {
-                _makeTextureHandleNonResident(token.token);
-            }
-            continue;
+            _bindless->makeNonResident(token.token);
+        } else {
+            _slots->release(static_cast<int>(texture->unit()));
+            texture->unbind();
         }
-        _slots->release(static_cast<int>(texture->unit()));
-        texture->unbind();
     }
 }
 
@@ -185,7 +169,7 @@ void BindlessTextureManager::bind(ShaderProgram *program)
 {
     _slots->makeEmptyTexture();
     if (_slotMapTexture == nullptr) {
-        _slotMapTexture = SamplerSlots::makeMapTexture(GL_RGBA32UI, static_cast<int>(maxToken().token));
+        _slotMapTexture = SamplerSlots::makeMapTexture(GL_RGBA32UI, SamplerSlots::mapWidth(maxToken()));
     }
     _slotMapTexture->bind();
     if (_slotMapDirty) {
@@ -243,15 +227,14 @@ void BindlessTextureManager::textureTokenIssued(const TextureToken &token)
     if (isBindlessToken(token)) {
         return;
     }
-    delete _slotMapTexture; // its width is out of date
-    _slotMapTexture = nullptr;
-    _tokenInfos.resize(static_cast<int>(maxToken().token));
+    SamplerSlots::deleteMapTexture(_slotMapTexture); // its width is out of date
+    _tokenInfos.resize(SamplerSlots::mapWidth(maxToken()));
     _slotMapDirty = true;
 }
 
 TextureToken BindlessTextureManager::handleToken(Texture *texture) const
 {
-    return TextureToken(_getTextureHandle(texture->textureID()));
+    return TextureToken(_bindless->handleOf(*texture));
 }
 
 void BindlessTextureManager::setSlot(const TextureToken &token, int slot)
@@ -269,7 +252,7 @@ void BindlessTextureManager::setSlot(const TextureToken &token, int slot)
 
 void BindlessTextureManager::uploadSlotMap()
 {
-    const int width = static_cast<int>(maxToken().token);
+    const int width = SamplerSlots::mapWidth(maxToken());
     if (_tokenInfos.size() < width) {
         _tokenInfos.resize(width); // a block of tokens is reserved without being issued
     }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "GLLoader.h"
 #include "TextureManager.h"
 
 #include <memory>
 
 namespace Orvane { namespace Zel {
 
+class BindlessFunctions;
 class SamplerSlots;
 
 /// The texture manager for drivers with bindless textures.
@@ -87,13 +87,7 @@ private:
     Texture *_slotMapTexture = nullptr;
     QVector<TokenInfo> _tokenInfos; ///< by the low word of a slot token
     std::unique_ptr<SamplerSlots> _slots;
-
-    // The ARB functions, or the NV ones, which have the same types.
-    PFNGLGETTEXTUREHANDLEARBPROC _getTextureHandle = nullptr;
-    PFNGLMAKETEXTUREHANDLERESIDENTARBPROC _makeTextureHandleResident = nullptr;
-    PFNGLMAKETEXTUREHANDLENONRESIDENTARBPROC _makeTextureHandleNonResident = nullptr;
-    PFNGLUNIFORMHANDLEUI64VARBPROC _uniformHandleui64v = nullptr;
-    PFNGLISTEXTUREHANDLERESIDENTARBPROC _isTextureHandleResident = nullptr;
+    std::unique_ptr<BindlessFunctions> _bindless;
 };
 
 }} // namespace Orvane::Zel

@@ -2,6 +2,7 @@
 
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "TextureManager.h"
 
 namespace Orvane { namespace Zel {
 
@@ -263,6 +264,24 @@ void FramebufferObject::detachAll()
     const QList<unsigned int> points = attachmentPoints();
     for (const unsigned int point : points) {
         detach(point);
+    }
+}
+
+Texture *FramebufferObject::detachAndRelease(unsigned int attachmentPoint)
+{
+    if (!hasAttachment(attachmentPoint)) {
+        return nullptr;
+    }
+    Texture *texture = detach(attachmentPoint);
+    TextureManager::Instance()->releaseTempTextureRef(texture, 1);
+    return texture;
+}
+
+void FramebufferObject::detachAndReleaseAll()
+{
+    const QList<unsigned int> points = attachmentPoints();
+    for (const unsigned int point : points) {
+        detachAndRelease(point);
     }
 }
 

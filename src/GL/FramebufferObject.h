@@ -77,6 +77,10 @@ public:
     /// What was attached; null where nothing was.
     Texture *detach(unsigned int attachmentPoint);
     void detachAll();
+    /// Detaches a scratch texture of TextureManager::tempTexture() and gives it
+    /// back; null, in silence, where nothing is attached.
+    Texture *detachAndRelease(unsigned int attachmentPoint);
+    void detachAndReleaseAll();
 
     Texture *attachment(unsigned int attachmentPoint) const;
     bool hasAttachment(unsigned int attachmentPoint) const;

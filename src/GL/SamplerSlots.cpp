@@ -1,33 +1,31 @@
 #include "SamplerSlots.h"
 
 #include "GLUtilities.h"
-#include "ShaderProgram.h"
 #include "Texture.h"
+#include "UniformLookup.h"
+
+#include <algorithm>
 
 namespace Orvane { namespace Zel {
 
 namespace {
 
 constexpr int kReservedSlots = 32;
-
-int uniformLocation(const ShaderProgram *program, GLuint currentProgram, const QString &name)
-{
-    return program != nullptr ? program->getUniformLocation(name)
-                              : glGetUniformLocation(currentProgram, name.toLatin1().constData());
-}
+constexpr quint64 kWidestMap = 1 << 26; ///< far above what a texture can hold
 
 } // namespace
 
 SamplerSlots::Locations SamplerSlots::locations(const ShaderProgram *program)
 {
-    static const QString map = QStringLiteral("u_TextureTokenManagedTextureSlotMap");
-    static const QString units = QStringLiteral("u_ManagedTextureSlots[0]");
-    GLint current = 0;
-    if (program == nullptr) {
-        glGetIntegerv(GL_CURRENT_PROGRAM, &current);
-    }
-    const GLuint name = static_cast<GLuint>(current);
-    return {uniformLocation(program, name, map), uniformLocation(program, name, units)};
+    static const UniformName map("u_TextureTokenManagedTextureSlotMap");
+    static const UniformName units("u_ManagedTextureSlots[0]");
+    const UniformLookup locationOf(program);
+    return {locationOf(map), locationOf(units)};
+}
+
+int SamplerSlots::mapWidth(const TextureToken &maxToken)
+{
+    return static_cast<int>(std::min(maxToken.token, kWidestMap));
 }
 
 Texture *SamplerSlots::makeMapTexture(int internalFormat, int width)
@@ -40,6 +38,15 @@ Texture *SamplerSlots::makeMapTexture(int internalFormat, int width)
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     texture->unbind();
     return texture;
+}
+
+void SamplerSlots::deleteMapTexture(Texture *&texture)
+{
+    while (texture != nullptr && texture->isBound()) {
+        texture->unbind();
+    }
+    delete texture;
+    texture = nullptr;
 }
 
 SamplerSlots::SamplerSlots()

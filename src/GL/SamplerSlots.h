@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TextureToken.h"
+
 #include <QtCore/QVector>
 
 namespace Orvane { namespace Zel {
@@ -10,7 +12,8 @@ class Texture;
 /// The sampler array `u_ManagedTextureSlots` of the managers that sample through
 /// texture units: which unit sits in which slot, and how often.
 ///
-/// Context: bindUnits(), unbindEmpty() and uniformLocation() need a current context.
+/// Units:   texture units as GL numbers them.
+/// Context: that of the textures, current.
 /// Private to the library.
 class SamplerSlots
 {
@@ -24,8 +27,12 @@ public:
         int units;
     };
     static Locations locations(const ShaderProgram *program);
-    /// A texture of one row for the token-to-slot map.
+    /// The entries of a token-to-slot map: as many as tokens, short of what no table can hold.
+    static int mapWidth(const TextureToken &maxToken);
+    /// A texture of one row for such a map.
     static Texture *makeMapTexture(int internalFormat, int width);
+    /// Gives the units back that it still holds; leaves null.
+    static void deleteMapTexture(Texture *&texture);
 
     SamplerSlots();
 

@@ -20,15 +20,15 @@ void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
     const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
     for (const TextureToken &token : copy) {
         Texture *texture = token == nullTextureToken ? nullptr : textureForToken(token);
-        if (texture == nullptr) {
+        if (texture == nullptr || !texture->bind()) {
             continue;
         }
-        texture->bind();
         const int slot = _slots->take(static_cast<int>(texture->unit()));
         // The token of the texture, which is another than this one where white stands in for an image.
-        const int index = static_cast<int>(textureTokenMap().value(texture).token);
-        if (index >= 0 && index < _tokenToSlot.size() && _tokenToSlot.at(index) != slot) {
-            _tokenToSlot[index] = slot;
+        const quint64 index = textureTokenMap().value(texture).token;
+        if (index < static_cast<quint64>(_tokenToSlot.size())
+            && _tokenToSlot.at(static_cast<int>(index)) != slot) {
+            _tokenToSlot[static_cast<int>(index)] = slot;
             _slotMapDirty = true;
         }
     }
@@ -49,7 +49,7 @@ void SamplerTextureManager::bind(ShaderProgram *program)
 {
     _slots->makeEmptyTexture();
     if (_slotMapTexture == nullptr) {
-        _slotMapTexture = SamplerSlots::makeMapTexture(GL_R32I, static_cast<int>(maxToken().token));
+        _slotMapTexture = SamplerSlots::makeMapTexture(GL_R32I, SamplerSlots::mapWidth(maxToken()));
     }
     _slotMapTexture->bind();
     if (_slotMapDirty) {
@@ -97,15 +97,14 @@ void SamplerTextureManager::clear()
 
 void SamplerTextureManager::textureTokenIssued(const TextureToken &)
 {
-    delete _slotMapTexture; // its width is out of date
-    _slotMapTexture = nullptr;
-    _tokenToSlot.resize(static_cast<int>(maxToken().token));
+    SamplerSlots::deleteMapTexture(_slotMapTexture); // its width is out of date
+    _tokenToSlot.resize(SamplerSlots::mapWidth(maxToken()));
     _slotMapDirty = true;
 }
 
 void SamplerTextureManager::uploadSlotMap()
 {
-    const int width = static_cast<int>(maxToken().token);
+    const int width = SamplerSlots::mapWidth(maxToken());
     if (_tokenToSlot.size() < width) {
         _tokenToSlot.resize(width); // a block of tokens is reserved without being issued
     }

@@ -7,6 +7,7 @@
 #include "Texture.h"
 #include "TextureIO.h"
 #include "TexturePool.h"
+#include "TokenSet.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -52,7 +53,8 @@ bool TextureManager::setInstance(TextureManager *manager)
 }
 
 TextureManager::TextureManager()
-    : _texturePool(new TexturePool)
+    : _freeTokens(new TokenSet)
+    , _texturePool(new TexturePool)
 {
     recordTexture(nullTextureToken, nullptr);
 }
@@ -206,7 +208,7 @@ void TextureManager::clear()
     _textureToToken.clear();
     _tokenToTexture.clear();
     _maxToken = 0;
-    _freeTokens.clear();
+    _freeTokens->clear();
     _texturePool->deleteUnused();
     _colorToToken.clear();
     _tokenToColor.clear();
@@ -248,8 +250,8 @@ const QHash<Texture *, TextureToken> &TextureManager::textureTokenMap() const
 
 TextureToken TextureManager::reserveToken()
 {
-    if (!_freeTokens.isEmpty()) {
-        return _freeTokens.takeFirst();
+    if (!_freeTokens->isEmpty()) {
+        return _freeTokens->takeFirst();
     }
     const TextureToken token = _maxToken;
     ++_maxToken.token;
@@ -269,15 +271,19 @@ void TextureManager::deleteToken(const TextureToken &token)
                _maxToken.token);
     ZEL_ASSERT(token.token < this->_maxToken.token, "Delete token %llu but only %llu reserved!", token.token,
                _maxToken.token);
-    TextureToken::insert(_freeTokens, token);
-    const auto topOfRange = [this] {
-        return TextureToken::find(_freeTokens, TextureToken(_maxToken.token - 1));
-    };
-    for (auto itFind = topOfRange(); itFind != _freeTokens.end(); itFind = topOfRange()) {
+    if (token == nullTextureToken) {
+        return; // never to be handed out
+    }
+    _freeTokens->insert(token); // in either case
+    while (0 < _maxToken.token) {
+        const TextureToken *itFind = _freeTokens->find(TextureToken(_maxToken.token - 1));
+        if (itFind == nullptr) {
+            break;
+        }
         ZEL_ASSERT((itFind->token + 1) == this->_maxToken.token,
                    "Did not find the correct token %llu. Found token %llu.", _maxToken.token - 1,
                    itFind->token);
-        _freeTokens.erase(itFind);
+        _freeTokens->remove(*itFind);
         --_maxToken.token;
     }
 }

@@ -13,12 +13,15 @@
 #include <QtCore/QVector>
 #include <QtGui/QColor>
 
+#include <memory>
+
 namespace Orvane { namespace Zel {
 
 class GLSLMacroProcessor;
 class ShaderProgram;
 class Texture;
 class TexturePool;
+class TokenSet;
 
 /// The front of all textures that shaders sample by token.
 ///
@@ -148,7 +151,7 @@ protected:
 
     int _maxSlots = 8;
     TextureToken _maxToken = 0;
-    QVector<TextureToken> _freeTokens; ///< holes below _maxToken
+    std::unique_ptr<TokenSet> _freeTokens; ///< holes below _maxToken
     // Mirrors of each other; both always hold the pair of the null token and the null pointer.
     QHash<TextureToken, Texture *> _tokenToTexture;
     QHash<Texture *, TextureToken> _textureToToken;

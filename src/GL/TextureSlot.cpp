@@ -38,6 +38,9 @@ void SlotData::createTexture()
     texture = new Texture(nullptr);
     texture->setTarget(GL_TEXTURE_2D_ARRAY);
     const AutoBinder binder(texture);
+    if (!texture->isBound()) {
+        return; // no unit was free, which the texture has told
+    }
     glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA, 1, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
     glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
@@ -76,15 +79,14 @@ bool SlotData::isCompatible(const SlotFormat &other) const
 
 bool SlotData::isSimilar(const SlotFormat &other) const
 {
-    SlotFormat sameSize = other;
-    sameSize.width = format.width;
-    sameSize.height = format.height;
-    if (sameSize.internalFormat != format.internalFormat
-        && formatFromInternalFormat(sameSize.internalFormat)
-               == formatFromInternalFormat(format.internalFormat)) {
-        sameSize.internalFormat = format.internalFormat;
-    }
-    return format == sameSize;
+    SlotFormat alike = other;
+    alike.width = format.width;
+    alike.height = format.height;
+    alike.internalFormat = format.internalFormat;
+    return format == alike
+           && (format.internalFormat == other.internalFormat
+               || formatFromInternalFormat(format.internalFormat)
+                      == formatFromInternalFormat(other.internalFormat));
 }
 
 unsigned int SlotData::getFormatDeltaScore(const SlotFormat &other,
@@ -119,7 +121,7 @@ unsigned int SlotData::getFreeLayer(int count)
             return static_cast<unsigned int>(start);
         }
     }
-    if (usedLayers + count >= maxLayers) { // the last layer is never given out
+    if (count >= maxLayers - usedLayers) { // the last layer is never given out
         return kNoLayer;
     }
     const int start = usedLayers;

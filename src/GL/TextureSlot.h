@@ -18,6 +18,8 @@ struct ZELGL_EXPORT SlotFormat
     bool operator==(const SlotFormat &other) const;
     /// False for a slot that was never set up.
     bool isUsed() const { return internalFormat != 0; }
+    /// Of the base level, in 32 bits.
+    int area() const { return static_cast<int>(static_cast<quint32>(width) * static_cast<quint32>(height)); }
 
     int width = 0;
     int height = 0;

@@ -1,0 +1,26 @@
+#include "UniformLookup.h"
+
+#include "GLUtilities.h"
+#include "ShaderProgram.h"
+
+namespace Orvane { namespace Zel {
+
+UniformLookup::UniformLookup(const ShaderProgram *program)
+    : _program(program)
+{
+    if (_program == nullptr) {
+        GLint current = 0;
+        glGetIntegerv(GL_CURRENT_PROGRAM, &current);
+        _currentProgram = static_cast<unsigned int>(current);
+    }
+}
+
+int UniformLookup::operator()(const UniformName &name) const
+{
+    if (_program != nullptr) {
+        return _program->getUniformLocation(name.text);
+    }
+    return _currentProgram != 0 ? glGetUniformLocation(_currentProgram, name.latin1) : -1;
+}
+
+}} // namespace Orvane::Zel
