@@ -1,5 +1,7 @@
 #include "ZelviewRun.h"
 
+#include "../support/Sanitizer.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -33,6 +35,8 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString points = _files.write(QStringLiteral("points.obj"), "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n");
     const QString endless =
         _files.write(QStringLiteral("endless.obj"), "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n");
+    const QString boast =
+        _files.write(QStringLiteral("boast.off"), "OFF\n353535235358 6 0\n0 0 0\n1 0 0\n3 0 0 1\n");
     const QString torn =
         _files.write(QStringLiteral("torn.glb"), QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
     const QString folder = _files.path(QString());
@@ -78,6 +82,12 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
         ASSERT_EQ(ending.errorLines().size(), 1) << qPrintable(ending.errors);
         EXPECT_TRUE(ending.errors.startsWith(QStringLiteral("zelview: "))) << qPrintable(ending.errors);
         EXPECT_TRUE(ending.errors.contains(wrong.words)) << qPrintable(ending.errors);
+    }
+    if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process when memory is refused
+        const Ending ending = runZelview({boast, "--offscreen", target});
+        EXPECT_EQ(ending.code, 3);
+        EXPECT_EQ(ending.errors,
+                  QStringLiteral("zelview: '%1' cannot be understood: std::bad_alloc\n").arg(boast));
     }
     EXPECT_EQ(_files.names(), before); // neither a picture nor a temporary file
 }

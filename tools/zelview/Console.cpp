@@ -51,7 +51,9 @@ void openStandardError()
 void endInsteadOfAbort(int)
 {
     openStandardError();
-    std::_Exit(end({ExitCode::eInput, Collector::lastComplaint()}));
+    const QString reason = Collector::lastComplaint();
+    std::_Exit(
+        end({ExitCode::eInput, reason.isEmpty() ? QStringLiteral("the file's reader gave up") : reason}));
 }
 
 void print(std::FILE *stream, const QString &line)

@@ -116,6 +116,11 @@ QString findFile(QString name, const QDir &folder)
             return candidate;
         }
     }
+    for (const QString &entry : folder.entryList(QDir::Files)) {
+        if (entry.compare(alone, Qt::CaseInsensitive) == 0) { // of a machine that takes either case
+            return folder.filePath(entry);
+        }
+    }
     return {};
 }
 

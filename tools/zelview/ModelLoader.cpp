@@ -1,6 +1,8 @@
 #include "ModelLoader.h"
 
+#include "Console.h"
 #include "MaterialLoader.h"
+#include "MemoryBudget.h"
 
 #include <QtCore/QFileInfo>
 
@@ -28,6 +30,14 @@ constexpr float kSmoothingAngle = 40.0f;
 
 /// Beyond it squares of lengths leave the range of float.
 constexpr float kMaxCoordinate = 1e15f;
+
+/// What reading a file may take: as much as any sound file needs, compressed ones included.
+quint64 memoryFor(const QString &path)
+{
+    constexpr quint64 kAtLeast = 1 << 30;
+    constexpr quint64 kPerByte = 256;
+    return std::min(kAtLeast + kPerByte * quint64(QFileInfo(path).size()), MemoryBudget::half());
+}
 
 Problem inputProblem(const QString &path, const QString &text)
 {
@@ -179,6 +189,8 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
 
 Expected<Scene> import(const QString &path)
 {
+    const Console::Collector quiet;
+    const MemoryBudget budget(memoryFor(path));
     Assimp::Importer importer;
     importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, kSmoothingAngle);
     const aiScene *source = importer.ReadFile(path.toUtf8().constData(), kSteps);
