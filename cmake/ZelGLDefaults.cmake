@@ -13,6 +13,9 @@ function(zelgl_target_defaults target)
             -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE})
     endif()
+    if(ZELGL_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link) # what tells the fuzzer where it got
+    endif()
 endfunction()
 
 # zelgl_library_defaults(TARGET): the above, and soname, version and include path of a shared library.

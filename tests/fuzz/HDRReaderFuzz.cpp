@@ -1,0 +1,7 @@
+// The HDR reader: any bytes, without a read outside of them, and without anything left behind.
+
+#include "ReaderFuzz.h"
+
+#include <ZelGL/HDRReader.h>
+
+ZEL_FUZZ_READER(Orvane::Zel::HDRRecogniser)
