@@ -17,7 +17,7 @@ BufferTextureMechanism::BufferTextureMechanism(const QString &planName)
 bool BufferTextureMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
                                   InstanceDataCollection *collection)
 {
-    const QSharedPointer<BufferObject> buffer = bufferOf(collection);
+    const QSharedPointer<BufferObject> &buffer = bufferOf(collection);
     if (buffer.isNull()) {
         return false;
     }

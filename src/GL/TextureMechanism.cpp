@@ -44,7 +44,7 @@ TextureMechanism::TextureMechanism(const QString &planName, unsigned int boTarge
 bool TextureMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
                             InstanceDataCollection *collection)
 {
-    const QSharedPointer<BufferObject> buffer = bufferOf(collection);
+    const QSharedPointer<BufferObject> &buffer = bufferOf(collection);
     if (buffer.isNull()) {
         return false;
     }

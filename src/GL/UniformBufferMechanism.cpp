@@ -25,7 +25,7 @@ UniformBufferMechanism::UniformBufferMechanism(const QString &planName, unsigned
 bool UniformBufferMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
                                   InstanceDataCollection *collection)
 {
-    const QSharedPointer<BufferObject> buffer = bufferOf(collection);
+    const QSharedPointer<BufferObject> &buffer = bufferOf(collection);
     if (buffer.isNull()) {
         return false;
     }
@@ -98,13 +98,17 @@ void UniformBufferMechanism::uploadDataToBuffer(QSharedPointer<BufferObject> buf
     upload();
 }
 
-QSharedPointer<BufferObject> UniformBufferMechanism::bufferOf(InstanceDataCollection *collection) const
+const QSharedPointer<BufferObject> &UniformBufferMechanism::bufferOf(InstanceDataCollection *collection) const
 {
+    static const QSharedPointer<BufferObject> kNone;
     if (collection == nullptr) {
-        return {};
+        return kNone;
     }
-    const QSharedPointer<UniformBufferObject> uniformBuffer = collection->getUniformBufferObject(_boTarget);
-    return uniformBuffer.isNull() ? QSharedPointer<BufferObject>() : uniformBuffer->bufferObject();
+    if (collection->_uniformBufferObject.isNull()) {
+        collection->getUniformBufferObject(_boTarget);
+    }
+    return collection->_uniformBufferObject.isNull() ? kNone
+                                                     : collection->_uniformBufferObject->bufferObject();
 }
 
 void UniformBufferMechanism::uploadIfDirty(const QSharedPointer<BufferObject> &buffer,

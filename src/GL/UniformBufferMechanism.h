@@ -42,7 +42,7 @@ protected:
     UniformBufferMechanism(const QString &planName, unsigned int boTarget);
 
     /// The collection's buffer, made at the first call; null if there can be none.
-    QSharedPointer<BufferObject> bufferOf(InstanceDataCollection *collection) const;
+    const QSharedPointer<BufferObject> &bufferOf(InstanceDataCollection *collection) const;
     /// Uploads if dirty, and clears that.
     void uploadIfDirty(const QSharedPointer<BufferObject> &buffer, InstanceDataCollection *collection);
 

@@ -71,6 +71,32 @@ void setUniforms(int location, int count, Type type, const void *data)
     }
 }
 
+template <size_t Size> void gatherFixed(char *values, const char *member, int count, size_t stride)
+{
+    for (; count > 0; --count, values += Size, member += stride) {
+        std::memcpy(values, member, Size);
+    }
+}
+
+/// Packs the member of each item; the sizes of all types but the packed booleans become plain moves.
+void gather(char *values, const char *member, int count, size_t size, size_t stride)
+{
+    switch (size) {
+    case 4:
+        return gatherFixed<4>(values, member, count, stride);
+    case 8:
+        return gatherFixed<8>(values, member, count, stride);
+    case 16:
+        return gatherFixed<16>(values, member, count, stride);
+    case 64:
+        return gatherFixed<64>(values, member, count, stride);
+    default:
+        for (; count > 0; --count, values += size, member += stride) {
+            std::memcpy(values, member, size);
+        }
+    }
+}
+
 } // namespace
 
 UniformMechanism::UniformMechanism(const QString &planName)
@@ -152,12 +178,16 @@ void UniformMechanism::sendMember(int location, const QString &name, DataType ty
     const size_t size = dataSize(type);
     const size_t offset = collection.plan()->offset(name);
     const int count = collection.size();
-    // Room for what GL reads, where that is more than the gathered bytes.
-    QVarLengthArray<char, 4096> values(count * int(qMax(size, uniformSize(type))));
-    std::memset(values.data(), 0, size_t(values.size()));
-    for (int index = 0; index < count; ++index) {
-        collection.getBytes(index, offset, values.data() + size_t(index) * size, size);
+    if (count > 0 && collection.position(count - 1, offset, size) < 0) {
+        return; // a collection of another plan
     }
+    // Of packed booleans GL reads more than the gathered bytes: zeros.
+    const size_t read = uniformSize(type);
+    QVarLengthArray<char, 4096> values(count * int(qMax(size, read)));
+    if (read > size) {
+        std::memset(values.data(), 0, size_t(values.size()));
+    }
+    gather(values.data(), collection._data.constData() + offset, count, size, collection.itemSize());
     setUniforms(location, count, type, values.constData());
 }
 
