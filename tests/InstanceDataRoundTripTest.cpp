@@ -216,7 +216,7 @@ QString fragmentSource(const QString &planName, const QVector<Member> &members)
 int numberOfPlans()
 {
     const int wanted = qEnvironmentVariableIntValue("ZELGL_ROUND_TRIPS");
-    return wanted > 0 ? wanted : 15;
+    return wanted > 0 ? wanted : 10;
 }
 
 /// What the driver says of the block, where there is one.
