@@ -33,9 +33,21 @@ function(zelgl_library_defaults target)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 endfunction()
 
+# Builds all that is installed, and nothing else.
+add_custom_target(zelgl_installed)
+
 # zelgl_install_library(TARGET HEADERS ...): the library, as a part of the package, and its headers under its name.
 function(zelgl_install_library target)
     cmake_parse_arguments(ARG "" "" "HEADERS" ${ARGN})
     install(TARGETS ${target} EXPORT ZelGLTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${target})
+    add_dependencies(zelgl_installed ${target})
+endfunction()
+
+# zelgl_install_tool(TARGET): a program, which finds the libraries in the tree that it is installed in.
+function(zelgl_install_tool target)
+    file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${libraries})
+    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    add_dependencies(zelgl_installed ${target})
 endfunction()
