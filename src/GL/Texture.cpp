@@ -4,24 +4,105 @@
 #include "GLUtilities.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QMap>
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
+#include <QtCore/QtAlgorithms>
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace Orvane { namespace Zel {
 
 namespace {
 
+/// Values by GL name for the few textures that are bound at a time, in flat arrays: a bind allocates nothing.
+template <typename Value> class NameTable
+{
+public:
+    void reserve(int count)
+    {
+        _names.reserve(static_cast<size_t>(count));
+        _values.reserve(static_cast<size_t>(count));
+    }
+
+    bool contains(unsigned int name) const { return find(name) != nullptr; }
+
+    /// Null where the name has no value.
+    const Value *find(unsigned int name) const
+    {
+        const auto found = std::find(_names.begin(), _names.end(), name);
+        return found == _names.end() ? nullptr : &_values[static_cast<size_t>(found - _names.begin())];
+    }
+    Value *find(unsigned int name) { return const_cast<Value *>(qAsConst(*this).find(name)); }
+
+    void insert(unsigned int name, Value value)
+    {
+        _names.push_back(name);
+        _values.push_back(value);
+    }
+
+    void remove(unsigned int name)
+    {
+        const auto found = std::find(_names.begin(), _names.end(), name);
+        if (found != _names.end()) {
+            _values[static_cast<size_t>(found - _names.begin())] = _values.back();
+            *found = _names.back();
+            _names.pop_back();
+            _values.pop_back();
+        }
+    }
+
+private:
+    std::vector<unsigned int> _names;
+    std::vector<Value> _values;
+};
+
+/// Texture units by number, as bits.
+class UnitSet
+{
+public:
+    static constexpr unsigned int kNone = ~0u;
+
+    void fill(int count)
+    {
+        _words.assign(static_cast<size_t>((count + 63) / 64), 0);
+        for (int unit = 0; unit < count; ++unit) {
+            insert(static_cast<unsigned int>(unit));
+        }
+    }
+
+    void insert(unsigned int unit) { _words[unit / 64] |= bit(unit); }
+    void remove(unsigned int unit) { _words[unit / 64] &= ~bit(unit); }
+    bool contains(unsigned int unit) const
+    {
+        return unit / 64 < _words.size() && (_words[unit / 64] & bit(unit)) != 0;
+    }
+
+    /// kNone of the empty set.
+    unsigned int highest() const
+    {
+        for (size_t word = _words.size(); word-- > 0;) {
+            if (_words[word] != 0) {
+                return static_cast<unsigned int>(word * 64 + 63) - qCountLeadingZeroBits(_words[word]);
+            }
+        }
+        return kNone;
+    }
+
+private:
+    static quint64 bit(unsigned int unit) { return quint64(1) << (unit % 64); }
+
+    std::vector<quint64> _words;
+};
+
 /// The texture units of one context. Textures are known by their GL name.
 struct TextureContextInfo
 {
     int maxTextureImageUnits = 0;
-    QHash<unsigned int, unsigned int> textureToUnitMaps;
-    QHash<unsigned int, int> boundTextureCounts;       ///< nesting depth
-    QMap<unsigned int, unsigned int> freeTextureUnits; ///< ordered, each unit under its own number
+    NameTable<unsigned int> textureToUnitMaps;
+    NameTable<int> boundTextureCounts; ///< nesting depth
+    UnitSet freeTextureUnits;
 };
 
 QHash<void *, TextureContextInfo> contextInfos;
@@ -34,23 +115,31 @@ void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
         "ZelTexture::initilizeFreeTextureUnits() : m_MaxTextureImageUnits is set for exisitng GL context, %p",
         context);
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &contextInfo.maxTextureImageUnits);
-    for (int unit = 0; unit < contextInfo.maxTextureImageUnits; ++unit) {
-        contextInfo.freeTextureUnits.insert(unit, unit);
-    }
+    const int units = std::max(contextInfo.maxTextureImageUnits, 0);
+    contextInfo.textureToUnitMaps.reserve(units);
+    contextInfo.boundTextureCounts.reserve(units);
+    contextInfo.freeTextureUnits.fill(units);
 }
 
 /// The record of the current context, made at the first question. Using it needs no lock: only the context's own
-/// thread does, and the nodes of a QHash stay where they are.
+/// thread does, and the nodes of a QHash stay where they are and are never removed. So the thread's last answer holds
+/// as long as its context does.
 TextureContextInfo &currentContextInfo()
 {
+    thread_local void *lastContext = nullptr;
+    thread_local TextureContextInfo *lastInfo = nullptr;
     void *const context = GLContextTracker::currentContext();
-    const QMutexLocker locker(&contextInfosMutex);
-    const auto known = contextInfos.find(context);
-    if (known != contextInfos.end()) {
-        return *known;
+    if (lastInfo != nullptr && lastContext == context) {
+        return *lastInfo;
     }
+    const QMutexLocker locker(&contextInfosMutex);
+    const bool known = contextInfos.contains(context);
     TextureContextInfo &contextInfo = contextInfos[context];
-    initializeFreeTextureUnits(contextInfo, context);
+    if (!known) {
+        initializeFreeTextureUnits(contextInfo, context);
+    }
+    lastContext = context;
+    lastInfo = &contextInfo;
     return contextInfo;
 }
 
@@ -229,21 +318,20 @@ bool Texture::bind()
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on bind");
     TextureContextInfo &contextInfo = currentContextInfo();
 
-    const auto bound = contextInfo.textureToUnitMaps.constFind(_textureID);
-    if (bound != contextInfo.textureToUnitMaps.constEnd()) {
+    if (const unsigned int *bound = contextInfo.textureToUnitMaps.find(_textureID)) {
         glActiveTexture(GL_TEXTURE0 + *bound); // the unit still holds the texture
-        contextInfo.boundTextureCounts[_textureID] += 1;
+        ++*contextInfo.boundTextureCounts.find(_textureID);
         return true;
     }
 
-    if (contextInfo.freeTextureUnits.isEmpty()) {
+    const unsigned int unit = contextInfo.freeTextureUnits.highest();
+    if (unit == UnitSet::kNone) {
         ZEL_LOG_WARNING("There is no available texture units");
         return false;
     }
-    const unsigned int unit = contextInfo.freeTextureUnits.lastKey();
     contextInfo.freeTextureUnits.remove(unit);
-    contextInfo.textureToUnitMaps[_textureID] = unit;
-    contextInfo.boundTextureCounts[_textureID] = 1;
+    contextInfo.textureToUnitMaps.insert(_textureID, unit);
+    contextInfo.boundTextureCounts.insert(_textureID, 1);
     glActiveTexture(GL_TEXTURE0 + unit);
     glBindTexture(_target, _textureID);
     return true;
@@ -259,15 +347,15 @@ bool Texture::unbind()
     ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), false,
                       "Texture has not been bound on unbind");
 
-    const unsigned int unit = contextInfo.textureToUnitMaps.value(_textureID);
+    const unsigned int unit = *contextInfo.textureToUnitMaps.find(_textureID);
     glActiveTexture(GL_TEXTURE0 + unit);
-    if (--contextInfo.boundTextureCounts[_textureID] > 0) {
+    if (--*contextInfo.boundTextureCounts.find(_textureID) > 0) {
         return true;
     }
     glBindTexture(_target, 0);
     contextInfo.textureToUnitMaps.remove(_textureID);
     contextInfo.boundTextureCounts.remove(_textureID);
-    contextInfo.freeTextureUnits[unit] = unit;
+    contextInfo.freeTextureUnits.insert(unit);
     return true;
 }
 
@@ -276,7 +364,7 @@ bool Texture::isBound() const
     // The texts are those of unbind().
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
-    return currentContextInfo().boundTextureCounts.value(_textureID) != 0;
+    return currentContextInfo().boundTextureCounts.contains(_textureID);
 }
 
 unsigned int Texture::unit() const
@@ -289,7 +377,7 @@ unsigned int Texture::unit() const
                       "Texture has not been bound on unit()");
     ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), kNoUnit,
                       "Texture has not been bound on unit()");
-    return contextInfo.textureToUnitMaps[_textureID];
+    return *contextInfo.textureToUnitMaps.find(_textureID);
 }
 
 int Texture::maxTextureUnits() const
