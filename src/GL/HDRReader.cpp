@@ -12,7 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+
+#include <sys/mman.h>
 
 namespace Orvane { namespace Zel {
 
@@ -43,6 +44,30 @@ struct BoundedText
     char text[256];
 };
 
+struct FreeRows
+{
+    void operator()(float *rows) const { std::free(rows); }
+};
+
+using Rows = std::unique_ptr<float[], FreeRows>;
+
+/// Uninitialised; null when there is no memory. Large pictures ask the kernel for large
+/// pages: with small ones the first touch of the memory costs more than decoding.
+Rows allocateRows(std::size_t floats)
+{
+    constexpr std::size_t largePage = std::size_t(2) << 20;
+    const std::size_t size = std::max(floats * sizeof(float), sizeof(float));
+    if (size < 2 * largePage) {
+        return Rows(static_cast<float *>(std::malloc(size)));
+    }
+    const std::size_t rounded = (size + largePage - 1) / largePage * largePage;
+    void *memory = std::aligned_alloc(largePage, rounded);
+    if (memory != nullptr) {
+        madvise(memory, rounded, MADV_HUGEPAGE); // a hint; a kernel may refuse it
+    }
+    return Rows(static_cast<float *>(memory));
+}
+
 bool isSign(char character)
 {
     return character == '+' || character == '-';
@@ -58,7 +83,7 @@ bool isAxis(char character)
 /// What became of the scanlines.
 struct HDRReader::Decoded
 {
-    std::unique_ptr<float[]> rows; ///< from the bottom up; null when the data end early
+    Rows rows; ///< from the bottom up; null when the data end early
     bool hasOverlongRun;
     HDRScanlines::Run overlongRun;
 };
@@ -208,7 +233,7 @@ HDRReader::Decoded HDRReader::decode() const
 {
     const std::size_t rowSize = std::size_t(3) * width();
     Decoded failed = {nullptr, false, {0, 0}};
-    std::unique_ptr<float[]> rows(new (std::nothrow) float[rowSize * height()]);
+    Rows rows = allocateRows(rowSize * height());
     HDRScanlines scanlines(_cursor, _end, width());
     if (rows == nullptr || !scanlines.ready()) {
         return failed;
