@@ -191,6 +191,26 @@ TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
     EXPECT_GT(std::abs(right - top), 15);
 }
 
+TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
+{
+    const QString niche =
+        _files.write(QStringLiteral("niche.obj"),
+                     "v 0 0 0\nv 4 0 0\nv 4 0 4\nv 0 0 4\nv 4 2 0\nv 0 2 0\nf 1 2 3 4\nf 1 2 5 6\n");
+    const QImage image = picture({niche, "--view", "0,40", "--size", "200x200"});
+    // Down the middle of the picture: the wall, the corner, the floor.
+    int darkest = 255;
+    int place = 0;
+    for (int y = 0; y < 200; ++y) {
+        const QColor color = image.pixelColor(100, y);
+        if (leadingChannel(color) == -1 && color.lightness() < darkest && y > 30 && y < 170) {
+            darkest = color.lightness();
+            place = y;
+        }
+    }
+    EXPECT_LT(darkest, image.pixelColor(100, place + 30).lightness() - 10);
+    EXPECT_LT(darkest, image.pixelColor(100, place - 20).lightness() - 10);
+}
+
 TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
 {
     _files.write(QStringLiteral("glass.mtl"), "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");

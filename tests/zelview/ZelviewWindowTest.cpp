@@ -35,7 +35,9 @@ public:
         notes.append(QStringLiteral("frame %1x%2").arg(viewport.width()).arg(viewport.height()));
     }
 
+    Failure prepareFrame(const QSize &) override { return {}; }
     void draw(const QSize &viewport) override { lastViewport = viewport; }
+
     QStringList describeFrame() const override { return {}; }
     bool isDithered() const override { return false; }
 

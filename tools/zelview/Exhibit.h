@@ -36,6 +36,8 @@ public:
 
     /// Finds the view that shows everything in a viewport of this size.
     virtual void frame(const QSize &viewport) = 0;
+    /// Passes into framebuffers of its own that the next draw() builds on; leaves none bound.
+    virtual Failure prepareFrame(const QSize &viewport) = 0;
     /// Fills the bound framebuffer, whose depth is cleared, with linear light that a screen can show.
     virtual void draw(const QSize &viewport) = 0;
     /// In words, for the report: what the last draw() took.

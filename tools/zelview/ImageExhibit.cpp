@@ -199,6 +199,11 @@ QSize ImageExhibit::grid() const
     return {columns, (panels + columns - 1) / columns};
 }
 
+Failure ImageExhibit::prepareFrame(const QSize &)
+{
+    return {};
+}
+
 void ImageExhibit::draw(const QSize &viewport)
 {
     QSizeF panel = _facts.sizeAt(_level);

@@ -1,5 +1,6 @@
 #include "ModelExhibit.h"
 
+#include "AmbientOcclusion.h"
 #include "Backdrop.h"
 #include "Console.h"
 #include "ModelLoader.h"
@@ -9,6 +10,8 @@
 namespace zelview {
 
 namespace {
+
+constexpr float kOcclusionReach = 0.08f; ///< radii of the scene
 
 float aspectOf(const QSize &viewport)
 {
@@ -63,6 +66,10 @@ Failure ModelExhibit::putUp(Programs &programs, const Options &options)
     if (!backdrop) {
         return backdrop.problem();
     }
+    Expected<std::unique_ptr<AmbientOcclusion>> occlusion = AmbientOcclusion::create(programs);
+    if (!occlusion) {
+        return occlusion.problem();
+    }
     Expected<std::unique_ptr<ModelRenderer>> renderer = ModelRenderer::create(_scene, programs, options);
     if (!renderer) {
         return renderer.problem();
@@ -70,6 +77,7 @@ Failure ModelExhibit::putUp(Programs &programs, const Options &options)
     for (const QString &remark : _scene.remarks + (*renderer)->remarks()) {
         Console::complain(remark);
     }
+    _occlusion = std::move(*occlusion);
     _backdrop = std::move(*backdrop);
     _renderer = std::move(*renderer);
     return {};
@@ -79,6 +87,7 @@ void ModelExhibit::takeDown()
 {
     _renderer.reset();
     _backdrop.reset();
+    _occlusion.reset();
 }
 
 void ModelExhibit::frame(const QSize &viewport)
@@ -86,10 +95,22 @@ void ModelExhibit::frame(const QSize &viewport)
     _camera.frame(_scene, aspectOf(viewport));
 }
 
+Failure ModelExhibit::prepareFrame(const QSize &viewport)
+{
+    if (const Failure failure = _occlusion->resize(viewport)) {
+        return failure;
+    }
+    const float aspect = aspectOf(viewport);
+    _occlusion->beginGeometry();
+    _renderer->drawGeometry(_camera, aspect);
+    _occlusion->endGeometry(_camera.projection(aspect), kOcclusionReach * _scene.bounds.radius());
+    return {};
+}
+
 void ModelExhibit::draw(const QSize &viewport)
 {
     _backdrop->draw(viewport);
-    _renderer->draw(_camera, aspectOf(viewport));
+    _renderer->draw(_camera, _occlusion->texture());
 }
 
 QStringList ModelExhibit::describeFrame() const

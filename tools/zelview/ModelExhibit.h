@@ -8,6 +8,7 @@
 
 namespace zelview {
 
+class AmbientOcclusion;
 class Backdrop;
 class ModelRenderer;
 
@@ -23,6 +24,7 @@ public:
     Failure putUp(Programs &programs, const Options &options) override;
     void takeDown() override;
     void frame(const QSize &viewport) override;
+    Failure prepareFrame(const QSize &viewport) override;
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;
     bool isDithered() const override;
@@ -35,6 +37,7 @@ private:
 
     Scene _scene;
     OrbitCamera _camera;
+    std::unique_ptr<AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;
     std::unique_ptr<ModelRenderer> _renderer;
 };

@@ -27,12 +27,13 @@ struct FrameRecord
     };
 
     float viewProjection[16];
+    float view[16];
     float eye[4];
     float sky[4];
     float ground[4];
     Light lights[3];
 };
-static_assert(sizeof(FrameRecord) == 208, "as std140 lays it out");
+static_assert(sizeof(FrameRecord) == 272, "as std140 lays it out");
 
 void copy(const QVector3D &vector, float *target)
 {
@@ -44,9 +45,11 @@ void copy(const QVector3D &vector, float *target)
 FrameRecord toRecord(const OrbitCamera &camera, float aspect)
 {
     const StudioLight studio = StudioLight::facing(camera.azimuth());
-    const QMatrix4x4 viewProjection = camera.projection(aspect) * camera.view();
+    const QMatrix4x4 view = camera.view();
+    const QMatrix4x4 viewProjection = camera.projection(aspect) * view;
     FrameRecord record = {};
     std::copy_n(viewProjection.constData(), 16, record.viewProjection);
+    std::copy_n(view.constData(), 16, record.view);
     copy(camera.eye(), record.eye);
     copy(studio.sky, record.sky);
     copy(studio.ground, record.ground);
@@ -107,13 +110,17 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, blockLimit(options)));
     programs.processor()->addDefine(QLatin1String(DrawRecords::kLengthDefine),
                                     QString::number(renderer->_records.blockLength()));
-    Expected<ProgramPointer> program =
-        programs.build({QStringLiteral("model.vert"), QStringLiteral("ZelUtilities.glslc"),
-                        QStringLiteral("ZelUtilities.vert")},
-                       {QStringLiteral("model.frag")});
+    const QStringList vertexFiles{QStringLiteral("model.vert"), QStringLiteral("ZelUtilities.glslc"),
+                                  QStringLiteral("ZelUtilities.vert")};
+    Expected<ProgramPointer> geometryProgram = programs.build(vertexFiles, {QStringLiteral("geometry.frag")});
+    if (!geometryProgram) {
+        return geometryProgram.problem();
+    }
+    Expected<ProgramPointer> program = programs.build(vertexFiles, {QStringLiteral("model.frag")});
     if (!program) {
         return program.problem();
     }
+    renderer->_geometryProgram = *geometryProgram;
     renderer->_program = *program;
     return renderer;
 }
@@ -196,23 +203,34 @@ ModelRenderer::UnitPointer ModelRenderer::newUnitOfDraw(int draw, int drawID) co
     return unit;
 }
 
-void ModelRenderer::draw(const OrbitCamera &camera, float aspect)
+void ModelRenderer::drawGeometry(const OrbitCamera &camera, float aspect)
 {
     uploadFrame(camera, aspect);
-    const AutoBinder boundProgram(_program.data());
+    const AutoBinder boundProgram(_geometryProgram.data());
     const AutoBinder boundFrame(_frame.data());
     const AutoEnabler depthTest(GL_DEPTH_TEST);
+    const AutoDisabler noBlending(GL_BLEND);
+    drawInOrder(_geometryProgram.data(), _opaque);
+}
+
+void ModelRenderer::draw(const OrbitCamera &camera, Texture *occlusion)
+{
+    const AutoBinder boundProgram(_program.data());
+    const AutoBinder boundFrame(_frame.data());
+    const AutoBinder boundOcclusion(occlusion);
+    const AutoEnabler depthTest(GL_DEPTH_TEST);
+    _program->setUniform(_program->getUniformLocation(QStringLiteral("u_Occlusion")), int(occlusion->unit()));
 
     DrawBuffers::getAndResetTotalDrawCalls();
     DrawBuffers::getAndResetTotalDrawBatches();
     DrawBuffers::getAndResetTotalDrawIndices();
-    drawInOrder(_opaque);
+    drawInOrder(_program.data(), _opaque);
     if (!_blended.empty()) {
         sortBlended(camera.eye());
         const AutoEnabler blending(GL_BLEND);
         glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA); // the shader's colours are premultiplied
         glDepthMask(GL_FALSE);
-        drawInOrder(_blended);
+        drawInOrder(_program.data(), _blended);
         glDepthMask(GL_TRUE);
     }
     _calls = DrawBuffers::getAndResetTotalDrawCalls();
@@ -246,7 +264,7 @@ void ModelRenderer::sortBlended(const QVector3D &eye)
     });
 }
 
-void ModelRenderer::drawInOrder(const std::vector<int> &draws)
+void ModelRenderer::drawInOrder(ShaderProgram *program, const std::vector<int> &draws)
 {
     // Neighbours of one block and one texture are a run.
     QVector<int> drawIDs;
@@ -257,7 +275,7 @@ void ModelRenderer::drawInOrder(const std::vector<int> &draws)
         const bool isLast = i + 1 == draws.size() || draws[i + 1] / _records.blockLength() != block
                             || textureOf(draws[i + 1]) != texture;
         if (isLast) {
-            drawRun(block, texture, drawIDs);
+            drawRun(program, block, texture, drawIDs);
             drawIDs.clear();
         }
     }
@@ -273,31 +291,31 @@ int ModelRenderer::textureOf(int draw) const
     return _scene.materials[size_t(mesh.material)].baseColorTexture;
 }
 
-void ModelRenderer::drawRun(int block, int texture, const QVector<int> &drawIDs)
+void ModelRenderer::drawRun(ShaderProgram *program, int block, int texture, const QVector<int> &drawIDs)
 {
     Texture *map = _textures.texture(texture);
     const AutoBinder boundRecords(_records.block(block));
     const AutoBinder boundMap(map);
-    _program->setUniform(_program->getUniformLocation(QStringLiteral("u_BaseColorMap")), int(map->unit()));
+    program->setUniform(program->getUniformLocation(QStringLiteral("u_BaseColorMap")), int(map->unit()));
     if (_drawIDPath == DrawIDPath::eUniform) {
-        drawUnit(_units[size_t(block)].data(), &drawIDs);
+        drawUnit(program, _units[size_t(block)].data(), &drawIDs);
         return;
     }
     for (const int drawID : drawIDs) {
-        drawUnit(_units[size_t(_records.firstDraw(block) + drawID)].data(), nullptr);
+        drawUnit(program, _units[size_t(_records.firstDraw(block) + drawID)].data(), nullptr);
     }
 }
 
-void ModelRenderer::drawUnit(DrawBuffers *unit, const QVector<int> *commands)
+void ModelRenderer::drawUnit(ShaderProgram *program, DrawBuffers *unit, const QVector<int> *commands)
 {
     if (!unit->rebind(_boundUnit)) {
         return;
     }
     if (_boundUnit == nullptr) { // all units share one vertex array
-        _vertexArray->enableShaderProgramArrays(_program.data());
+        _vertexArray->enableShaderProgramArrays(program);
     }
     _boundUnit = unit;
-    unit->draw(_program.data(), commands);
+    unit->draw(program, commands);
 }
 
 } // namespace zelview

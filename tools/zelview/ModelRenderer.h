@@ -15,6 +15,7 @@
 namespace Orvane { namespace Zel {
 class BufferObject;
 class DrawBuffers;
+class Texture;
 class VertexArrayObject;
 }} // namespace Orvane::Zel
 
@@ -39,8 +40,10 @@ public:
                                                            const Options &options);
     ~ModelRenderer();
 
-    /// Into the bound framebuffer, opaque draws first.
-    void draw(const OrbitCamera &camera, float aspect);
+    /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
+    void drawGeometry(const OrbitCamera &camera, float aspect);
+    /// The second, with the same camera: into the bound framebuffer, opaque draws first.
+    void draw(const OrbitCamera &camera, Orvane::Zel::Texture *occlusion);
 
     /// Textures that could not be read, in words.
     const QStringList &remarks() const { return _textures.remarks(); }
@@ -61,13 +64,15 @@ private:
 
     void uploadFrame(const OrbitCamera &camera, float aspect);
     void sortBlended(const QVector3D &eye);
-    void drawInOrder(const std::vector<int> &draws);
+    void drawInOrder(Orvane::Zel::ShaderProgram *program, const std::vector<int> &draws);
     int textureOf(int draw) const;
-    void drawRun(int block, int texture, const QVector<int> &drawIDs);
-    void drawUnit(Orvane::Zel::DrawBuffers *unit, const QVector<int> *commands);
+    void drawRun(Orvane::Zel::ShaderProgram *program, int block, int texture, const QVector<int> &drawIDs);
+    void drawUnit(Orvane::Zel::ShaderProgram *program, Orvane::Zel::DrawBuffers *unit,
+                  const QVector<int> *commands);
 
     const Scene &_scene;
     DrawIDPath _drawIDPath;
+    ProgramPointer _geometryProgram;
     ProgramPointer _program;
     ModelTextures _textures;
     DrawRecords _records;

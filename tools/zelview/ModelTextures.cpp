@@ -11,8 +11,6 @@ namespace zelview {
 
 namespace {
 
-constexpr int kAnisotropy = 8;
-
 Texture *loadEmbedded(const TextureSource &source, const TextureFileInfo &info)
 {
     const QImage image = source.pixels.isNull() ? QImage::fromData(source.encoded) : source.pixels;
@@ -41,7 +39,7 @@ std::unique_ptr<Texture> load(const TextureSource &source)
 {
     TextureFileInfo info;
     info.srgb = true;
-    info.anisotropy = kAnisotropy;
+    // No anisotropy: llvmpipe (Mesa 22.3) filters some footprints of a model for minutes with it.
     const Console::Collector quiet; // the remark says it all
     std::unique_ptr<Texture> texture(source.path.isEmpty() ? loadEmbedded(source, info)
                                                            : LoadTextureFromFile(source.path, info));

@@ -4,6 +4,7 @@
 #include "Graphics.h"
 #include "Options.h"
 #include "Programs.h"
+#include "RenderTarget.h"
 #include "Stage.h"
 
 #include <ZelGL/ZelGL.h>
@@ -42,6 +43,9 @@ Expected<QImage> drawOnce(Exhibit &exhibit, Stage &stage, const QSize &size)
         return target.problem();
     }
     exhibit.frame(size);
+    if (const Failure failure = exhibit.prepareFrame(size)) {
+        return *failure;
+    }
     stage.begin();
     exhibit.draw(size);
     stage.end((*target)->framebuffer()->getFBO(), exhibit.isDithered());

@@ -101,6 +101,10 @@ void Window::paintGL()
         _exhibit.frame(pixels);
         _isFramed = true;
     }
+    if (const Failure failure = _exhibit.prepareFrame(pixels)) {
+        fail(*failure);
+        return;
+    }
     _stage->begin();
     _exhibit.draw(pixels);
     if (_speaksNext) {

@@ -1,5 +1,6 @@
 // The surface of a model in the light of the studio.
-// In:  what model.vert puts out; u_BaseColorMap, linear, white where the material has none.
+// In:  what model.vert puts out; u_BaseColorMap, linear, white where the material has none;
+//      u_Occlusion, of the opaque surfaces of the frame, pixel by pixel.
 // Out: what a screen can show of the light that reaches the eye, linear, premultiplied by opacity.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
@@ -15,17 +16,10 @@ out vec4 out_FragColor;
 
 #include "DrawRecords.glslh"
 #include "Frame.glslh"
+#include "FacingNormal.glslh"
+#include "Occlusion.glslh"
 #include "Shading.glslh"
 #include "ToneMap.glslh"
-
-// Both sides of a face are shaded: files do not agree on winding, so the face itself, seen from the eye, decides.
-vec3 facingNormal(vec3 toEye)
-{
-    vec3 face = cross(dFdx(vo_Position), dFdy(vo_Position));
-    face *= sign(dot(face, toEye));
-    vec3 normal = normalize(vo_Normal);
-    return dot(normal, face) < 0.0 ? -normal : normal;
-}
 
 void main()
 {
@@ -38,6 +32,7 @@ void main()
     float opacity = cutoff == 0.0 ? color.a : 1.0;
     Surface surface = makeSurface(color.rgb, u_Draws[vo_DrawID].metalness, u_Draws[vo_DrawID].roughness,
                                   facingNormal(toEye), toEye);
-    vec3 radiance = shade(surface) + u_Draws[vo_DrawID].emission.rgb;
+    float openness = cutoff == 0.0 ? 1.0 : opennessAt(-(u_View * vec4(vo_Position, 1.0)).z);
+    vec3 radiance = shade(surface, openness) + u_Draws[vo_DrawID].emission.rgb;
     out_FragColor = vec4(toneMap(radiance) * opacity, opacity);
 }

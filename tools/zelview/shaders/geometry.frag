@@ -1,0 +1,28 @@
+// What ambient occlusion is judged from: where the opaque surfaces of a model are, and how they face.
+// In:  what model.vert puts out; u_BaseColorMap, for its alpha.
+// Out: unit normal in view space, distance along the view.
+#macro ZELVIEW_GLSL_VERSION #version 150
+
+in vec3 vo_Position;
+in vec3 vo_Normal;
+in vec2 vo_TexCoord;
+in vec4 vo_Color;
+flat in uint vo_DrawID;
+
+uniform sampler2D u_BaseColorMap;
+
+out vec4 out_FragColor;
+
+#include "DrawRecords.glslh"
+#include "Frame.glslh"
+#include "FacingNormal.glslh"
+
+void main()
+{
+    float alpha = u_Draws[vo_DrawID].baseColor.a * vo_Color.a * texture(u_BaseColorMap, vo_TexCoord).a;
+    if (alpha < u_Draws[vo_DrawID].alphaCutoff) {
+        discard;
+    }
+    vec3 normal = mat3(u_View) * facingNormal(normalize(u_Eye.xyz - vo_Position));
+    out_FragColor = vec4(normal, -(u_View * vec4(vo_Position, 1.0)).z);
+}
