@@ -1,4 +1,5 @@
-// Every file of the GLSL tree compiles, by itself, under every set of defines that the library can give it.
+// The GLSL tree is whole, and every file of it compiles, by itself, under every set of defines that the library can
+// give it or, where the host configures it, that it is made for.
 
 #include "support/GLFixture.h"
 
@@ -6,12 +7,15 @@
 #include <ZelGL/BindlessTextureManager.h>
 #include <ZelGL/DrawBuffers.h>
 #include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/InstanceDataPlan.h>
+#include <ZelGL/InstanceDataRegistry.h>
 #include <ZelGL/SamplerTextureManager.h>
 #include <ZelGL/ShaderProgram.h>
 #include <ZelGL/ShadowMapManager.h>
 
 #include <QtCore/QDir>
 
+#include <algorithm>
 #include <functional>
 
 using namespace Orvane::Zel;
@@ -116,6 +120,35 @@ Sets valuesOf(const QString &define, const std::vector<int> &values)
     return sets;
 }
 
+/// Every preset of FXAA, and no preset at all.
+Sets fxaaSets()
+{
+    return joined({{kNone},
+                   valuesOf("FXAA_QUALITY__PRESET",
+                            {10, 11, 12, 13, 14, 15, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 39}),
+                   valuesOf("FXAA_GATHER4_ALPHA", {0}),
+                   valuesOf("FXAA_DISCARD", {1})});
+}
+
+/// Both languages of SMAA with every preset, and with what a host may set beside them.
+Sets smaaSets()
+{
+    Sets sets;
+    for (const char *language : {"SMAA_GLSL_3", "SMAA_GLSL_4"}) {
+        for (const char *option :
+             {"SMAA_PRESET_LOW", "SMAA_PRESET_MEDIUM", "SMAA_PRESET_HIGH", "SMAA_PRESET_ULTRA",
+              "SMAA_PREDICATION", "SMAA_DISABLE_DIAG_DETECTION", "SMAA_DISABLE_CORNER_DETECTION"}) {
+            sets.push_back({QStringLiteral("%1 %2").arg(language, option),
+                            [language, option](GLSLMacroProcessor &processor) {
+                                processor.addDefine("SMAA_RT_METRICS", "vec4(0.25, 0.125, 4.0, 8.0)");
+                                processor.addDefine(language, "1");
+                                processor.addDefine(option, "1");
+                            }});
+        }
+    }
+    return sets;
+}
+
 /// Most files take no defines other than that of the draw ID.
 Sets setsFor(const QString &file)
 {
@@ -144,6 +177,12 @@ Sets setsFor(const QString &file)
     if (is("CubeRender_Blur")) { // nothing in the library gives it the define that it reads
         return valuesOf("TVO_CUBERENDER_BLUR_BATCH_SIZE", {1, 2, 4, 8});
     }
+    if (is("FXAA")) {
+        return fxaaSets();
+    }
+    if (is("SMAA")) {
+        return smaaSets();
+    }
     return {kNone, {QStringLiteral("base instance"), setUpBaseInstance}};
 }
 
@@ -154,20 +193,75 @@ bool isVertexStage(const QString &file)
 
 class GLSLTreeTest : public GLTest, public testing::WithParamInterface<QString>
 {
+protected:
+    GLSLTreeTest()
+    {
+        auto *plan = new InstanceDataPlan("InstanceInfo"); // of the host of VisibilityBuffer.glslc
+        plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
+        InstanceDataRegistry::Instance()->registerPlan(plan);
+        _capture.take(); // plans tell of their size
+    }
+
+    ~GLSLTreeTest() override { InstanceDataRegistry::Instance()->clear(); }
 };
 
-std::vector<QString> filesOfTree()
+const QStringList kIncludes{"DrawElementsIndirectCommand.glslh",
+                            "FXAA.glslh",
+                            "ImportanceSample.glslh",
+                            "SMAA.glslh",
+                            "ShaderBitEncoding.glslh",
+                            "ShadowMapManager.glslh",
+                            "TextureManager.glslh",
+                            "VisibilityBuffer.glslh",
+                            "ZelUtilities.glslh",
+                            "noise2D.glslh"};
+
+const QStringList kSources{"Array2DTextureManager.glslc",
+                           "Array2DTextureManagerBindless.glslc",
+                           "BindlessTextureManager.glslc",
+                           "CubeRender.vert",
+                           "CubeRender_Blur.frag",
+                           "CubeRender_Color.frag",
+                           "CubeRender_Cross.frag",
+                           "CubeRender_LatLongSphere.frag",
+                           "CubeRender_Linear.frag",
+                           "CubeRender_NDotL.frag",
+                           "CubeRender_Sphere.frag",
+                           "CubeRender_ToLinearFS.glslc",
+                           "CubeRender_ToLinearVS.glslc",
+                           "FXAA.glslc",
+                           "Func_ColorSpace.glslc",
+                           "ImportanceSample.glslc",
+                           "SamplerTextureManager.glslc",
+                           "ShadowMapManager.glslc",
+                           "TextureManager.glslc",
+                           "VisibilityBuffer.glslc",
+                           "ZelUtilities.frag",
+                           "ZelUtilities.glslc",
+                           "ZelUtilities.vert",
+                           "noise2D.glslc",
+                           "passthroughVS.glslc",
+                           "prefilteredEnvMapCubeFS.glslc",
+                           "prefilteredEnvMapCubeVS.glslc",
+                           "prefilteredEnvMapFS.glslc",
+                           "prefilteredEnvMapVS.glslc",
+                           "preintegratedBRDFTableFS.glslc",
+                           "preintegratedBRDFTableVS.glslc"};
+
+QStringList sortedFilesOf(const QString &folder)
 {
-    std::vector<QString> files;
-    for (const char *folder : {"src", "include"}) {
-        for (const QString &name : QDir(QString(":/GLSL/") + folder).entryList(QDir::Files)) {
-            files.push_back(name);
-        }
-    }
+    QStringList files = QDir(folder).entryList(QDir::Files);
+    std::sort(files.begin(), files.end());
     return files;
 }
 
 } // namespace
+
+TEST(GLSLTree, HasItsFilesInTheirFolders)
+{
+    EXPECT_EQ(kIncludes, sortedFilesOf(":/GLSL/include"));
+    EXPECT_EQ(kSources, sortedFilesOf(":/GLSL/src"));
+}
 
 TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
 {
@@ -182,7 +276,10 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
         ShaderProgram program(nullptr);
         program.setMacroProcessor(&processor);
         if (file.endsWith(QLatin1String(".glslh"))) {
-            program.addShader(GL_FRAGMENT_SHADER, "#version 330\n#include \"" + file + "\"\nvoid main() {}\n",
+            const bool isGLSL4 = defines.name.contains("GLSL_4");
+            program.addShader(GL_FRAGMENT_SHADER,
+                              QStringLiteral("#version %1\n#include \"%2\"\nvoid main() {}\n")
+                                  .arg(isGLSL4 ? "400" : "150", file),
                               QString());
         } else {
             program.addShaderFromFile(isVertexStage(file) ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER, file);
@@ -195,7 +292,7 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Tree, GLSLTreeTest, testing::ValuesIn(filesOfTree()),
+INSTANTIATE_TEST_SUITE_P(Tree, GLSLTreeTest, testing::ValuesIn(kSources + kIncludes),
                          [](const testing::TestParamInfo<QString> &file) {
                              QString name = file.param;
                              return name.replace('.', '_').toStdString();

@@ -18,9 +18,10 @@ out vec4 o_TvoFragData[1];
 void main()
 {
     vec3 n = normalize(it_normal);
-    float phi = acos(n.y);
+    // A unit vector may come out a little longer, and acos() has no value there.
+    float phi = acos(clamp(n.y, -1.0, 1.0));
     vec2 horizontal = normalize(n.xz);
-    float theta = acos(horizontal.x);
+    float theta = acos(clamp(horizontal.x, -1.0, 1.0));
     if (horizontal.y < 0.0) {
         theta = 2.0 * kPi - theta;
     }

@@ -5,6 +5,7 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "OpenGLDeviceContext.h"
+#include "SavedViewport.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
@@ -33,18 +34,6 @@ const CubeFace kCubeFaces[] = {
     {GL_TEXTURE_CUBE_MAP_NEGATIVE_Y, {1, 0, 0, 0, 0, 1, 0, -1, 0}},
     {GL_TEXTURE_CUBE_MAP_POSITIVE_Z, {1, 0, 0, 0, -1, 0, 0, 0, -1}},
     {GL_TEXTURE_CUBE_MAP_NEGATIVE_Z, {-1, 0, 0, 0, -1, 0, 0, 0, 1}},
-};
-
-class SavedViewport
-{
-    Q_DISABLE_COPY(SavedViewport)
-
-public:
-    SavedViewport() { glGetIntegerv(GL_VIEWPORT, _viewport); }
-    ~SavedViewport() { glViewport(_viewport[0], _viewport[1], _viewport[2], _viewport[3]); }
-
-private:
-    GLint _viewport[4] = {0, 0, 0, 0};
 };
 
 class SavedFramebuffers
@@ -193,7 +182,7 @@ void drawCubeFace(BakePass &pass, const Texture &texture, const CubeFace &face, 
     }
 }
 
-/// Tiles keep every job that the GPU gets short.
+/// Tiles keep every job that the GPU gets short. The scissor cuts them out.
 void drawTiles(BakePass &pass, int width, int height)
 {
     const int tile = std::max(gTileSizeMax, 1);
@@ -235,6 +224,9 @@ void SetPrefilteredTilseSizeMax(int size)
 Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamples, ShadingModel model,
                                      TextureFormat format)
 {
+    if (envMap == nullptr) {
+        return nullptr;
+    }
     const SavedViewport viewport;
     std::unique_ptr<ShaderProgram> program =
         buildProgram("prefilteredEnvMap", "prefilteredEnvMapCube", model);
@@ -276,6 +268,9 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
 Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, unsigned numSamples,
                                         ShadingModel model, TextureFormat format)
 {
+    if (envMap == nullptr) {
+        return nullptr;
+    }
     const SavedViewport viewport;
     const SavedFramebuffers framebuffers;
     std::unique_ptr<ShaderProgram> program = buildProgram("prefilteredEnvMap", "prefilteredEnvMap", model);
@@ -303,7 +298,6 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
         const int levelWidth = width >> lod;
         const int levelHeight = height >> lod;
         glViewport(0, 0, levelWidth, levelHeight);
-        glScissor(0, 0, levelWidth, levelHeight);
         pass.framebuffer().attach(texture, GL_COLOR_ATTACHMENT0, lod);
         glClear(GL_COLOR_BUFFER_BIT);
         if (roughnessLocation >= 0) {

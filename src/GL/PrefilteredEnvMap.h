@@ -5,10 +5,12 @@
 /// levels are filtered for rising roughness, and the table of the integrated BRDF.
 ///
 /// Units:   radiance in, radiance out; roughness of level i of n is i / (n - 1).
-/// Context: all bakes; they leave blending and clear colour changed, the depth test
-///          and depth writes on, and restore the viewport. The cube bake leaves no
-///          framebuffer bound, the others restore what was.
-/// Errors:  a shader that fails is told, and null comes back, before any state changes.
+/// Context: all bakes; they restore the viewport and leave blending off, the depth
+///          test and depth writes on, and where they clear, the clear colour yellow.
+///          The cube bake leaves no framebuffer bound, the others restore what was;
+///          the latitude-longitude bake leaves the scissor test off.
+/// Errors:  a shader that fails is told, and null comes back, before any state
+///          changes; null comes back for a null source too.
 /// Ownership: the textures that come back are the caller's, and read-only.
 /// Source:  Karis, Real Shading in Unreal Engine 4, 2013; Colbert and Krivanek,
 ///          GPU-Based Importance Sampling, 2007.

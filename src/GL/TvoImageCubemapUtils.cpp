@@ -7,6 +7,7 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "OpenGLDeviceContext.h"
+#include "SavedViewport.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
@@ -109,18 +110,6 @@ std::unique_ptr<DrawBuffers> makeQuad()
     }
     return quad;
 }
-
-class SavedViewport
-{
-    Q_DISABLE_COPY(SavedViewport)
-
-public:
-    SavedViewport() { glGetIntegerv(GL_VIEWPORT, _viewport); }
-    ~SavedViewport() { glViewport(_viewport[0], _viewport[1], _viewport[2], _viewport[3]); }
-
-private:
-    GLint _viewport[4] = {0, 0, 0, 0};
-};
 
 /// What a level of a texture, or of its first face, is.
 struct LevelShape
@@ -230,6 +219,9 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
 
 bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Texture *target)
 {
+    if (target == nullptr) {
+        return false;
+    }
     QElapsedTimer timer;
     timer.start();
     _layers = 1;
@@ -311,6 +303,11 @@ int TvoRenderCubemapBase::largestBatchSize() const
         }
     }
     return 1;
+}
+
+void TvoRenderCubemapBase::setBatchSize(int layers)
+{
+    _batchSize = layers;
 }
 
 float TvoRenderCubemapBase::blurOfLayer(int k) const
@@ -425,7 +422,7 @@ bool TvoRenderCubemap_Cross::createShader()
 bool TvoRenderCubemap_Cross::renderBegin(int face)
 {
     const bool result = TvoRenderCubemapBaseTexture::renderBegin(face);
-    const CrossLayout &layout = kCrossLayouts[_layout];
+    const CrossLayout &layout = kCrossLayouts[_layout == eLayout3x4 ? 1 : 0];
     const float *t = layout.turns[face];
     const float sx = 0.5f / static_cast<float>(layout.columns);
     const float sy = 0.5f / static_cast<float>(layout.rows);
@@ -465,7 +462,7 @@ bool TvoRenderCubemap_Blur::createShader()
     // The shader reads another define than this, and so does not compile: a blur keeps the clear colours. Left so.
     buildProgram(QStringLiteral("CubeRender_Blur.frag"), false,
                  QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
-    _batchSize = largestBatchSize();
+    setBatchSize(largestBatchSize());
     return TvoRenderCubemapBase::createShader();
 }
 
@@ -578,6 +575,9 @@ bool canFileSupport3DCubemap(const QString &path)
 Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType type, unsigned target,
                                     TvoImageCubemapColorSpace colorSpace, int maxSize)
 {
+    if (source == nullptr) {
+        return nullptr;
+    }
     const LevelShape shape(*source, 0);
     const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) {
         const int faceSize = maxSize > 0 ? std::min(size, maxSize) : size;
@@ -640,6 +640,10 @@ Texture *createGLCubemapNDotLFromGLCubemap(Texture *source, unsigned target, int
 
 Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
 {
+    if (cube == nullptr) {
+        return nullptr;
+    }
+    maxLevelOf(*cube); // asked, and not looked at
     const LevelShape shape(*cube, level);
     const SavedViewport viewport;
     ShaderProgram program(nullptr);
@@ -699,7 +703,7 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
 
 bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
 {
-    if (source->target() != GL_TEXTURE_CUBE_MAP) {
+    if (source == nullptr || target == nullptr || source->target() != GL_TEXTURE_CUBE_MAP) {
         return false;
     }
     const LevelShape shape(*source, 0);

@@ -5,10 +5,11 @@
 /// cosine-weighted versions of themselves.
 ///
 /// Units:   sizes in texels of a face; faces in the order +X, -X, +Y, -Y, +Z, -Z.
-/// Context: everything that renders. A render leaves blending off and the viewport
-///          at the size of a face.
-/// Errors:  told at debug level, and answered with null or false. A shader that
-///          does not compile is not noticed here.
+/// Context: everything that renders. A render leaves blending off, the viewport at
+///          the size of a face and no framebuffer bound; the strip puts the viewport
+///          back, and leaves the depth test and depth writes off.
+/// Errors:  told at debug level, and answered with null or false; a null texture
+///          gets the answer alone. A shader that does not compile is not noticed here.
 /// Ownership: the textures that come back are the caller's; sources stay the caller's.
 /// Source:  -
 
@@ -76,8 +77,7 @@ protected:
     /// Of layer \a k of the pass: 0 for the first layer to 1 for the last.
     float blurOfLayer(int k) const;
     int layersInPass() const { return _layersInPass; }
-
-    int _batchSize = 1; ///< how many layers a pass may write
+    void setBatchSize(int layers);
 
 private:
     bool attachFace(const Orvane::Zel::Texture &target, int face);
@@ -87,6 +87,7 @@ private:
     int _layers = 1; ///< cubes in the target
     int _firstLayer = 0;
     int _face = 0;
+    int _batchSize = 1; ///< how many layers a pass may write
     int _layersInPass = 1;
     std::unique_ptr<Orvane::Zel::ShaderProgram> _program;
     std::unique_ptr<Orvane::Zel::DrawBuffers> _quad;
