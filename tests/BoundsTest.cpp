@@ -1,3 +1,5 @@
+#include "support/PlanesOfCorners.h"
+
 #include <ZelGL/Bounds.h>
 
 #include <gtest/gtest.h>
@@ -51,7 +53,7 @@ TEST(BoundsTest, NullIsABoxWithoutAnyExtent)
     EXPECT_FALSE(Bounds({kNaN, 0, 0}, {kNaN, 0, 0}).isNull());
 }
 
-TEST(BoundsTest, SurroundsItsPointsAndIsInvertedAroundNone)
+TEST(BoundsTest, SurroundsItsPointsIsInvertedAroundNoneAndItsFacesBelongToTheInside)
 {
     expectBox({-1, -7, 2}, {4, 5, 6}, Bounds({{4, -7, 6}, {-1, 5, 2}, {0, 0, 3}}));
     const Bounds none{QVector<QVector3D>()};
@@ -59,10 +61,7 @@ TEST(BoundsTest, SurroundsItsPointsAndIsInvertedAroundNone)
     expectBox({max, max, max}, {-max, -max, -max}, none);
     EXPECT_FALSE(none.isNull());
     EXPECT_FALSE(none.isInside({0, 0, 0}));
-}
 
-TEST(BoundsTest, ItsFacesBelongToTheInside)
-{
     for (const QVector3D &corner : kBox.corners()) {
         EXPECT_TRUE(kBox.isInside(corner));
         EXPECT_FALSE(kBox.isInside(corner * 1.0001f));
@@ -74,13 +73,9 @@ TEST(BoundsTest, ItsFacesBelongToTheInside)
 
 TEST(BoundsTest, CornersAndPlanesStandInTheirOrders)
 {
-    const QVector<QVector3D> corners = kBox.corners();
-    ASSERT_EQ(8, corners.size());
-    EXPECT_EQ(QVector3D(1, -2, -3), corners[1]);
-    EXPECT_EQ(QVector3D(-1, 2, -3), corners[2]);
-    EXPECT_EQ(QVector3D(-1, -2, 3), corners[4]);
-    EXPECT_EQ(QVector3D(1, 2, 3), corners[7]);
-
+    for (int i = 0; i < 8; ++i) { // each bit chooses the side of one axis
+        EXPECT_EQ(QVector3D(i & 1 ? 1 : -1, i & 2 ? 2 : -2, i & 4 ? 3 : -3), kBox.corners()[i]) << i;
+    }
     const QVector<Plane> planes = kBox.planes();
     ASSERT_EQ(6, planes.size());
     const QVector3D normals[] = {{0, 0, -1}, {0, 0, 1}, {-1, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, -1, 0}};
@@ -151,11 +146,7 @@ TEST(BoundsTest, EverySampleInBoxAndFrustumIsInTheBoxOfTheClippedPoints)
         for (QVector3D &corner : corners) {
             corner = map * corner;
         }
-        const int sides[6][3] = {{0, 2, 1}, {4, 5, 6}, {0, 4, 2}, {2, 6, 3}, {1, 3, 5}, {0, 1, 4}};
-        QVector<Plane> planes;
-        for (const auto &side : sides) {
-            planes += Plane(corners[side[0]], corners[side[1]], corners[side[2]]);
-        }
+        const QVector<Plane> planes = planesOfCorners(corners);
         const QVector<QVector3D> clipped = kBox.frustrumClipped(planes, corners, {});
         const Bounds tight(clipped);
         for (const QVector3D &corner : clipped) {

@@ -2,6 +2,7 @@
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
 #include "support/Tap.h"
+#include "support/TestBuffer.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/AutoBinder.h>
@@ -24,7 +25,7 @@ namespace {
 const char kVertexSource[] = "#version 150\n"
                              "in vec2 va_Vertex; uniform uint u_DrawID;\n"
                              "void main() { gl_Position = vec4(va_Vertex, float(u_DrawID), 1.0); }\n";
-const char kFragmentSource[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+const AssertionsOf asserted("DrawBuffers.cpp");
 
 const void *offset(quintptr bytes)
 {
@@ -95,12 +96,7 @@ protected:
         return unit;
     }
 
-    static QSharedPointer<BufferObject> makeIndexBuffer()
-    {
-        QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
-        buffer->setTarget(GL_ELEMENT_ARRAY_BUFFER);
-        return buffer;
-    }
+    static QSharedPointer<BufferObject> makeIndexBuffer() { return makeBuffer(GL_ELEMENT_ARRAY_BUFFER); }
 
     static std::unique_ptr<DrawBuffers>
     makeIndexedUnit(QSharedPointer<BufferObject> indexBuffer = makeIndexBuffer())
@@ -169,18 +165,15 @@ protected:
 
     std::unique_ptr<DrawBuffers> makeQuad(bool indexed, int drawIDBase, int instances)
     {
-        const QSharedPointer<BufferObject> corners(new BufferObject(nullptr));
-        corners->setTarget(GL_ARRAY_BUFFER);
         auto unit = makeUnit();
-        unit->VAO()->upload("va_Vertex", corners, QVector<float>{0, -1, 1, -1, 0, 1, 1, 1}, 2,
-                            GL_STATIC_DRAW);
+        unit->VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER),
+                            QVector<float>{0, -1, 1, -1, 0, 1, 1, 1}, 2, GL_STATIC_DRAW);
         unit->setPrimitiveType(GL_TRIANGLE_STRIP);
         unit->setVertexCount(4);
         unit->setDrawIDBase(drawIDBase);
         unit->setInstanceCount(instances);
         if (indexed) {
-            const unsigned short indices[] = {9, 9, 0,
-                                              1, 2, 3}; // the strip starts behind two that are never read
+            const unsigned short indices[] = {9, 9, 0, 1, 2, 3}; // the first two are never read
             const QSharedPointer<BufferObject> buffer = makeIndexBuffer();
             const AutoBinder binder(buffer.data());
             buffer->uploadGLushortData(indices, 6, GL_STATIC_DRAW);
@@ -209,21 +202,27 @@ protected:
         EXPECT_TRUE(bound->unbind());
         EXPECT_TRUE(_program->unbind());
 
-        Pixels expected(kSize, kSize);
-        for (int y = 0; y < kSize; ++y) {
-            for (int x = 0; x < kSize; ++x) {
-                const float id = float(x / 2);
-                expected.at(x, y) = QVector4D(id * 0.25f, 1.0f - id * 0.25f, 0.5f, 1.0f);
-            }
-        }
+        const Pixels expected = Pixels::of(kSize, kSize, [](int x, int) {
+            const float shade = float(x / 2) * 0.25f;
+            return QVector4D(shade, 1.0f - shade, 0.5f, 1.0f);
+        });
         EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
     }
 
-    void expectColumns(std::unique_ptr<DrawBuffers> unit)
+    /// As units with an ID each, and as instances of one unit with indices and without.
+    void expectColumnsOnEveryWay(bool baseInstance)
     {
+        useBaseInstance(baseInstance);
         std::vector<std::unique_ptr<DrawBuffers>> units;
-        units.push_back(std::move(unit));
+        for (int i = 0; i < kColumns; ++i) {
+            units.push_back(makeQuad(i % 2 == 0, i, 1));
+        }
         expectColumns(units);
+        for (const bool indexed : {true, false}) {
+            units.clear();
+            units.push_back(makeQuad(indexed, 0, kColumns));
+            expectColumns(units);
+        }
     }
 
     GLSLMacroProcessor _processor;
@@ -241,14 +240,11 @@ TEST_F(DrawBuffersTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
     EXPECT_FALSE(unit.rebind(nullptr));
     EXPECT_FALSE(unit.draw());
     EXPECT_TRUE(unit.unbind());
-    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion '!this->_vao.isNull()' failed: "
-                    "Vertex Array Object is NULL on bind",
-                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion '!this->_vao.isNull()' failed: "
-                    "Vertex Array Object is NULL on rebind",
-                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'true == this->_vao->isBound()' failed: "
-                    "Vertex Array Object is not bound on draw");
+    EXPECT_MESSAGES(asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on bind"),
+                    asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"),
+                    asserted("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw"));
 
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto program = makeProgram(kVertexSource);
     const AutoBinder programBinder(program.get());
     QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
     ASSERT_TRUE(vao->create());
@@ -259,15 +255,10 @@ TEST_F(DrawBuffersTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
     unit.setPrimitiveType(GL_TRIANGLES);
     EXPECT_FALSE(unit.draw());
     EXPECT_FALSE(unit.drawInstanced(2));
-    EXPECT_MESSAGES(
-        "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'true == this->_vao->isBound()' failed: "
-        "Vertex Array Object is not bound on draw",
-        "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'GLenum(-1) != this->_primitiveType' failed: "
-        "Primitive type is not setup on draw",
-        "critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_vertexCount' failed: "
-        "Index count is not setup on draw",
-        "critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_vertexCount' failed: "
-        "Index count is not setup on draw");
+    EXPECT_MESSAGES(asserted("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw"),
+                    asserted("GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"),
+                    asserted("0 != this->_vertexCount", "Index count is not setup on draw"),
+                    asserted("0 != this->_vertexCount", "Index count is not setup on draw"));
     EXPECT_TRUE(unit.unbind());
 
     unit.setIndexedDraw(makeIndexBuffer(), 6, 0);
@@ -275,10 +266,8 @@ TEST_F(DrawBuffersTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
     EXPECT_FALSE(unit.draw());
     unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
     EXPECT_FALSE(unit.draw());
-    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_indexType' failed: "
-                    "Index type is not setup on draw",
-                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_indexCount' failed: "
-                    "Index count is not setup on draw");
+    EXPECT_MESSAGES(asserted("0 != this->_indexType", "Index type is not setup on draw"),
+                    asserted("0 != this->_indexCount", "Index count is not setup on draw"));
     EXPECT_TRUE(unit.unbind());
     EXPECT_EQ(0u, taps.count());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
@@ -290,13 +279,11 @@ TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
     const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
     unit->setVAO(vao);
     unit->setPrimitiveType(GL_QUADS);
-    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion 'true == this->_vao.isNull()' failed: "
-                    "Vertex Array Object is already set",
-                    "critical [DrawBuffers.cpp:#] [ !! ] Assertion 'GL_QUADS != primitiveType' failed: "
-                    "GL_QUADS is not allowed");
+    EXPECT_MESSAGES(asserted("true == this->_vao.isNull()", "Vertex Array Object is already set"),
+                    asserted("GL_QUADS != primitiveType", "GL_QUADS is not allowed"));
     EXPECT_EQ(vao, unit->VAO());
     unit->setVertexCount(4);
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto program = makeProgram(kVertexSource);
     const AutoBinder programBinder(program.get());
     DrawTaps taps;
     ASSERT_TRUE(unit->bind());
@@ -309,7 +296,7 @@ TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
 
 TEST_F(DrawBuffersTest, CommandsAreDrawnByNumberEachWithItsID)
 {
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto program = makeProgram(kVertexSource);
     const auto unit = makeCommandUnit();
     unit->setDrawIDBase(100);
     const AutoBinder programBinder(program.get());
@@ -338,7 +325,7 @@ TEST_F(DrawBuffersTest, CommandsAreDrawnByNumberEachWithItsID)
 
 TEST_F(DrawBuffersTest, InstancesAreSeparateCallsOnThePlainPath)
 {
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto program = makeProgram(kVertexSource);
     const AutoBinder programBinder(program.get());
     const auto unit = makeIndexedUnit();
     unit->setDrawIDBase(7);
@@ -370,8 +357,8 @@ TEST_F(DrawBuffersTest, InstancesAreSeparateCallsOnThePlainPath)
 
 TEST_F(DrawBuffersTest, AProgramWithoutDrawIDGetsNone)
 {
-    const auto program = makeProgram(
-        "#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n", kFragmentSource);
+    const auto program =
+        makeProgram("#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n");
     const AutoBinder programBinder(program.get());
     const auto unit = makeUnit();
     unit->setVertexCount(3);
@@ -434,7 +421,7 @@ TEST_F(DrawBuffersTest, CommandsWithoutAnIndexTypeHaveNoOffsets)
     unit->setDrawElementsIndirectCommands(&command, 1);
     EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
     unit->setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_INT);
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto program = makeProgram(kVertexSource);
     const AutoBinder programBinder(program.get());
     const AutoBinder binder(unit.get());
     DrawTaps taps;
@@ -516,8 +503,8 @@ TEST_F(DrawBuffersTest, TheIndirectPathIsDormant)
 {
     const auto unit = makeUnit();
     EXPECT_FALSE(unit->drawMultiDrawElementsIndirect());
-    EXPECT_MESSAGES("critical [DrawBuffers.cpp:#] [ !! ] Assertion '0 != this->_commandsCount' failed: "
-                    "DrawElementsIndirectCommandsCount is not set on draw");
+    EXPECT_MESSAGES(
+        asserted("0 != this->_commandsCount", "DrawElementsIndirectCommandsCount is not set on draw"));
     const auto commands = makeCommandUnit();
     Tap<&glMultiDrawElementsIndirect> draws;
     draws.replace([](GLenum, GLenum, const void *, GLsizei, GLsizei) {});
@@ -547,38 +534,20 @@ TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
     EXPECT_EQ((std::vector<quint32>{6, 9, 3, 10, 9, 0, 0, 0}), (std::vector<quint32>(words + 8, words + 16)));
 }
 
-TEST_F(DrawBuffersPicture, CommandsOfOneUnit)
+TEST_F(DrawBuffersPicture, OnThePlainPath)
 {
-    useBaseInstance(false);
-    auto unit = makeQuad(true, 0, 1);
-    const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
-    unit->setDrawElementsIndirectCommands(commands.constData(), kColumns);
-    expectColumns(std::move(unit));
-}
-
-TEST_F(DrawBuffersPicture, UnitsAndInstancesOnThePlainPath)
-{
-    useBaseInstance(false);
+    expectColumnsOnEveryWay(false);
     std::vector<std::unique_ptr<DrawBuffers>> units;
-    for (int i = 0; i < kColumns; ++i) {
-        units.push_back(makeQuad(i % 2 == 0, i, 1));
-    }
+    units.push_back(makeQuad(true, 0, 1));
+    const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
+    units.front()->setDrawElementsIndirectCommands(commands.constData(), kColumns);
     expectColumns(units);
-    expectColumns(makeQuad(true, 0, kColumns));
-    expectColumns(makeQuad(false, 0, kColumns));
 }
 
-TEST_F(DrawBuffersPicture, UnitsAndInstancesByBaseInstance)
+TEST_F(DrawBuffersPicture, ByBaseInstance)
 {
     if (!DrawBuffers::isBaseInstanceDrawingSupported()) {
         GTEST_SKIP() << "GL_ARB_shader_draw_parameters is missing";
     }
-    useBaseInstance(true);
-    std::vector<std::unique_ptr<DrawBuffers>> units;
-    for (int i = 0; i < kColumns; ++i) {
-        units.push_back(makeQuad(true, i, 1));
-    }
-    expectColumns(units);
-    expectColumns(makeQuad(true, 0, kColumns));
-    expectColumns(makeQuad(false, 0, kColumns));
+    expectColumnsOnEveryWay(true);
 }

@@ -1,5 +1,6 @@
 #include "support/AllocationCount.h"
 #include "support/MessageCapture.h"
+#include "support/PlanesOfCorners.h"
 
 #include <ZelGL/Bounds.h>
 #include <ZelGL/PlaneClipper.h>
@@ -7,8 +8,8 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <numeric>
 #include <random>
-#include <vector>
 
 using namespace Orvane::Zel;
 
@@ -17,178 +18,94 @@ namespace {
 using Loop = QVector<QVector3D>;
 using Loops = QVector<Loop>;
 
-/// The judge computes in double precision, and by other ways than the clipper.
-struct Vec
+float dot(const QVector3D &a, const QVector3D &b)
 {
-    Vec(double x_, double y_, double z_)
-        : x(x_)
-        , y(y_)
-        , z(z_)
-    {
-    }
-    Vec(const QVector3D &v)
-        : Vec(double(v.x()), double(v.y()), double(v.z()))
-    {
-    }
-
-    double x, y, z;
-};
-
-Vec operator+(const Vec &a, const Vec &b)
-{
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-Vec operator-(const Vec &a, const Vec &b)
-{
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-Vec operator*(double s, const Vec &a)
-{
-    return {s * a.x, s * a.y, s * a.z};
-}
-double dot(const Vec &a, const Vec &b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-Vec cross(const Vec &a, const Vec &b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-double length(const Vec &a)
-{
-    return std::sqrt(dot(a, a));
+    return QVector3D::dotProduct(a, b);
 }
 
-double distanceTo(const Plane &plane, const Vec &point)
-{
-    return dot(plane.normal, point) - double(plane.distance);
-}
-
-double farthestOutside(const QVector<Plane> &planes, const Vec &point)
+/// In double precision, and by another way than the clipper's.
+double farthestOutside(const QVector<Plane> &planes, const QVector3D &point)
 {
     double worst = -HUGE_VAL;
     for (const Plane &plane : planes) {
-        worst = std::max(worst, distanceTo(plane, point));
+        double distance = -double(plane.distance);
+        for (int i = 0; i < 3; ++i) {
+            distance += double(plane.normal[i]) * double(point[i]);
+        }
+        worst = std::max(worst, distance);
     }
     return worst;
 }
 
 /// Twice the area, as a vector along the normal.
-Vec areaVector(const Loop &loop)
+QVector3D areaVector(const Loop &loop)
 {
-    Vec sum(0, 0, 0);
+    QVector3D sum;
     for (int i = 1; i + 1 < loop.size(); ++i) {
-        sum = sum + cross(Vec(loop[i]) - loop[0], Vec(loop[i + 1]) - loop[0]);
+        sum += QVector3D::crossProduct(loop[i] - loop[0], loop[i + 1] - loop[0]);
     }
     return sum;
 }
 
-double area(const Loops &loops)
+float area(const Loops &loops)
 {
-    double sum = 0;
-    for (const Loop &loop : loops) {
-        sum += length(areaVector(loop)) / 2;
-    }
-    return sum;
+    return std::accumulate(loops.begin(), loops.end(), 0.0f,
+                           [](float sum, const Loop &loop) { return sum + areaVector(loop).length() / 2; });
 }
 
 /// By the divergence theorem, for faces that go around counter-clockwise as seen from outside.
-double volume(const Loops &loops)
+float volume(const Loops &loops)
 {
-    double sum = 0;
-    for (const Loop &loop : loops) {
-        sum += loop.isEmpty() ? 0 : dot(loop[0], areaVector(loop)) / 6;
-    }
-    return sum;
+    return std::accumulate(loops.begin(), loops.end(), 0.0f, [](float sum, const Loop &loop) {
+        return loop.isEmpty() ? sum : sum + dot(loop[0], areaVector(loop)) / 6;
+    });
 }
 
 /// How many times the shell goes around the point, from solid angles (van Oosterom and Strackee, 1983).
-double windingNumber(const Loops &loops, const Vec &point)
+float windingNumber(const Loops &loops, const QVector3D &point)
 {
-    double sum = 0;
+    float sum = 0;
     for (const Loop &loop : loops) {
         for (int i = 1; i + 1 < loop.size(); ++i) {
-            const Vec a = Vec(loop[0]) - point;
-            const Vec b = Vec(loop[i]) - point;
-            const Vec c = Vec(loop[i + 1]) - point;
+            const QVector3D a = loop[0] - point;
+            const QVector3D b = loop[i] - point;
+            const QVector3D c = loop[i + 1] - point;
+            const float lengths[] = {a.length(), b.length(), c.length()};
             sum += 2
-                   * std::atan2(dot(a, cross(b, c)), length(a) * length(b) * length(c) + dot(a, b) * length(c)
-                                                         + dot(b, c) * length(a) + dot(c, a) * length(b));
+                   * std::atan2(dot(a, QVector3D::crossProduct(b, c)),
+                                lengths[0] * lengths[1] * lengths[2] + dot(a, b) * lengths[2]
+                                    + dot(b, c) * lengths[0] + dot(c, a) * lengths[1]);
         }
     }
-    return sum / (4 * M_PI);
+    return sum / (4 * float(M_PI));
 }
 
 /// The length of all edges that no other face goes along in the other direction.
-double openEdgeLength(const Loops &loops)
+float openEdgeLength(const Loops &loops)
 {
-    std::vector<Vec> vertices;
-    const auto vertex = [&](const Vec &point) {
-        const auto near = [&](const Vec &v) { return length(v - point) < 1e-4; };
-        const auto found = std::find_if(vertices.begin(), vertices.end(), near);
-        if (found != vertices.end()) {
-            return found - vertices.begin();
+    Loop vertices;
+    const auto vertex = [&](const QVector3D &point) {
+        const auto near = [&](const QVector3D &v) { return (v - point).length() < 1e-4f; };
+        const int found = int(std::find_if(vertices.begin(), vertices.end(), near) - vertices.begin());
+        if (found == vertices.size()) {
+            vertices += point;
         }
-        vertices.push_back(point);
-        return std::ptrdiff_t(vertices.size()) - 1;
+        return found;
     };
-    std::map<std::pair<std::ptrdiff_t, std::ptrdiff_t>, int> uses;
+    std::map<std::pair<int, int>, int> uses;
     for (const Loop &loop : loops) {
         for (int i = 0; i < loop.size(); ++i) {
-            const auto from = vertex(loop[i]);
-            const auto to = vertex(loop[(i + 1) % loop.size()]);
-            uses[std::minmax(from, to)] += from < to ? 1 : -1;
+            const int from = vertex(loop[i]);
+            const int to = vertex(loop[(i + 1) % loop.size()]);
+            uses[{std::min(from, to), std::max(from, to)}] += from < to ? 1 : -1;
         }
     }
-    double open = 0;
+    float open = 0;
     for (const auto &use : uses) {
-        const auto [from, to] = use.first;
-        open += std::abs(use.second) * length(vertices[size_t(from)] - vertices[size_t(to)]);
+        open +=
+            float(std::abs(use.second)) * (vertices[use.first.first] - vertices[use.first.second]).length();
     }
     return open;
-}
-
-/// The area of the face that a plane contributes to the intersection of half-spaces: all points in which it meets two
-/// others and which are inside, in the order of their angle.
-double faceArea(const QVector<Plane> &planes, int face)
-{
-    const Vec normal = planes[face].normal;
-    std::vector<Vec> corners;
-    Vec centre(0, 0, 0);
-    for (int j = 0; j < planes.size(); ++j) {
-        for (int k = j + 1; k < planes.size(); ++k) {
-            const Vec nj = planes[j].normal;
-            const Vec nk = planes[k].normal;
-            const double determinant = dot(normal, cross(nj, nk));
-            if (j == face || k == face || std::abs(determinant) < 1e-5) {
-                continue;
-            }
-            const Vec corner = (1 / determinant)
-                               * (double(planes[face].distance) * cross(nj, nk)
-                                  + double(planes[j].distance) * cross(nk, normal)
-                                  + double(planes[k].distance) * cross(normal, nj));
-            if (farthestOutside(planes, corner) < 1e-5) {
-                corners.push_back(corner);
-                centre = centre + corner;
-            }
-        }
-    }
-    if (corners.size() < 3) {
-        return 0;
-    }
-    centre = (1.0 / double(corners.size())) * centre;
-    const Vec across = cross(normal, std::abs(normal.x) < 0.7 ? Vec(1, 0, 0) : Vec(0, 1, 0));
-    const Vec along = cross(normal, across);
-    const auto angle = [&](const Vec &p) {
-        return std::atan2(dot(p - centre, along), dot(p - centre, across));
-    };
-    std::sort(corners.begin(), corners.end(),
-              [&](const Vec &a, const Vec &b) { return angle(a) < angle(b); });
-    Vec sum(0, 0, 0);
-    for (size_t i = 0; i < corners.size(); ++i) {
-        sum = sum + cross(corners[i] - centre, corners[(i + 1) % corners.size()] - centre);
-    }
-    return length(sum) / 2;
 }
 
 class Random
@@ -251,27 +168,18 @@ private:
     std::mt19937 _engine;
 };
 
-/// The shell of an intersection against the half-spaces that bound it.
+/// A shell is right if it is closed, has no corner outside, and goes once around each point inside and around no other.
 void expectShellOf(const ClipperVolume &shell, const QVector<Plane> &planes, Random &random)
 {
-    double expectedArea = 0;
-    double expectedVolume = 0;
-    for (int i = 0; i < planes.size(); ++i) {
-        const double face = faceArea(planes, i);
-        expectedArea += face;
-        expectedVolume += face * double(planes[i].distance) / 3;
-    }
-    EXPECT_NEAR(expectedArea, area(shell.loops), 1e-3);
-    EXPECT_NEAR(expectedVolume, volume(shell.loops), 1e-3);
-    EXPECT_LT(openEdgeLength(shell.loops), 2e-3);
+    EXPECT_LT(openEdgeLength(shell.loops), 2e-3f);
     for (const QVector3D &corner : PlaneClipper::loopsToPoints(shell.loops)) {
         EXPECT_LT(farthestOutside(planes, corner), 1e-5);
     }
-    for (int i = 0; i < 20; ++i) {
-        const Vec point = random.point(1.5f);
+    for (int i = 0; i < 60; ++i) {
+        const QVector3D point = random.point(1.5f);
         const double outside = farthestOutside(planes, point);
         if (std::abs(outside) > 1e-3) {
-            EXPECT_NEAR(outside < 0 ? 1 : 0, windingNumber(shell.loops, point), 1e-2);
+            EXPECT_NEAR(outside < 0 ? 1 : 0, windingNumber(shell.loops, point), 1e-2f);
         }
     }
 }
@@ -323,17 +231,17 @@ TEST_F(PlaneClipperTest, BoxesThatTouchShareExactlyTheFaceTheEdgeOrTheCorner)
         const Bounds other(lower, lower + QVector3D(1, 1, 1));
         const ClipperVolume both = PlaneClipper::clip(box.clippingVolume(), other.clippingVolume());
         EXPECT_EQ(12, both.planes.size());
-        EXPECT_NEAR(0, volume(both.loops), 1e-12);
+        EXPECT_EQ(0.0f, volume(both.loops));
         return std::make_pair(Bounds(PlaneClipper::loopsToPoints(both.loops)), area(both.loops));
     };
     const auto [face, faceArea] = shared({1, 0, 0});
     EXPECT_EQ(QVector3D(1, 0, 0), face.boxLowerBounds());
     EXPECT_EQ(QVector3D(1, 1, 1), face.boxUpperBounds());
-    EXPECT_EQ(2.0, faceArea); // once of either box
+    EXPECT_EQ(2.0f, faceArea); // once of either box
     const auto [edge, edgeArea] = shared({1, 1, 0});
     EXPECT_EQ(QVector3D(1, 1, 0), edge.boxLowerBounds());
     EXPECT_EQ(QVector3D(1, 1, 1), edge.boxUpperBounds());
-    EXPECT_EQ(0.0, edgeArea);
+    EXPECT_EQ(0.0f, edgeArea);
     const Bounds apart({1.5f, 0, 0}, {2, 1, 1});
     EXPECT_TRUE(PlaneClipper::clip(box.clippingVolume(), apart.clippingVolume()).loops.isEmpty());
     // With itself: the faces of both.
@@ -419,8 +327,8 @@ TEST_F(PlaneClipperTest, PointsAndLoopsOfBoxesAndFrustumsAgreeWithTheirPlanes)
     ASSERT_EQ(6, faces.size());
     EXPECT_EQ(8, PlaneClipper::loopsToPoints(faces).size());
     EXPECT_EQ(faces[0], Loop({box.corners()[0], box.corners()[1], box.corners()[3], box.corners()[2]}));
-    EXPECT_NEAR(5.25 * 3.5 * 10, std::abs(volume(faces)), 1e-4);
-    EXPECT_LT(openEdgeLength(faces), 1e-9);
+    EXPECT_NEAR(5.25f * 3.5f * 10, std::abs(volume(faces)), 1e-3f);
+    EXPECT_EQ(0.0f, openEdgeLength(faces));
 
     for (unsigned int seed = 0; seed < 500; ++seed) {
         Random random(seed);
@@ -433,13 +341,7 @@ TEST_F(PlaneClipperTest, PointsAndLoopsOfBoxesAndFrustumsAgreeWithTheirPlanes)
         for (QVector3D &corner : corners) {
             corner = toWorld.map(corner);
         }
-        // Three corners of each side, in the order of planes.
-        const int sides[6][3] = {{0, 2, 1}, {4, 5, 6}, {0, 4, 2}, {2, 6, 3}, {1, 3, 5}, {0, 1, 4}};
-        QVector<Plane> planes;
-        for (const auto &side : sides) {
-            planes += Plane(corners[side[0]], corners[side[1]], corners[side[2]]);
-        }
-        const QVector<QVector3D> found = PlaneClipper::getFrustrumPoints(planes);
+        const QVector<QVector3D> found = PlaneClipper::getFrustrumPoints(planesOfCorners(corners));
         ASSERT_EQ(8, found.size());
         for (int i = 0; i < 8; ++i) {
             ASSERT_LT((found[i] - corners[i]).length(), 2e-3f * corners[i].length() + 1e-3f)

@@ -5,8 +5,6 @@
 #include <ZelGL/Texture.h>
 #include <ZelGL/TexturePool.h>
 
-#include <QtGui/QOpenGLFunctions_3_2_Core>
-
 #include <map>
 #include <random>
 
@@ -14,14 +12,8 @@ using namespace Orvane::Zel;
 
 namespace {
 
+const AssertionsOf asserted("TexturePool.cpp");
 const QString kPrefix = "debug [TexturePool.cpp:#] ";
-
-GLint maxSamples()
-{
-    GLint samples = 0;
-    driver()->glGetIntegerv(GL_MAX_SAMPLES, &samples);
-    return samples;
-}
 
 std::vector<ExpectedMessage> summary(int managed, int active, int free)
 {
@@ -44,11 +36,12 @@ TEST_F(TexturePoolTest, KeysDifferInEveryFieldAndFoldToTheirHash)
     EXPECT_TRUE(TexturePool::Key() == TexturePool::Key(RGBA, 0, 0, -1, 1));
     const TexturePool::Key key(RGBA16F, 640, 480, 2, 4);
     EXPECT_TRUE(key == TexturePool::Key(RGBA16F, 640, 480, 2, 4));
-    EXPECT_FALSE(key == TexturePool::Key(RGBA32F, 640, 480, 2, 4));
-    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 641, 480, 2, 4));
-    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 640, 481, 2, 4));
-    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 640, 480, 3, 4));
-    EXPECT_FALSE(key == TexturePool::Key(RGBA16F, 640, 480, 2, 8));
+    for (const TexturePool::Key &other :
+         {TexturePool::Key(RGBA32F, 640, 480, 2, 4), TexturePool::Key(RGBA16F, 641, 480, 2, 4),
+          TexturePool::Key(RGBA16F, 640, 481, 2, 4), TexturePool::Key(RGBA16F, 640, 480, 3, 4),
+          TexturePool::Key(RGBA16F, 640, 480, 2, 8)}) {
+        EXPECT_FALSE(key == other);
+    }
 
     quint64 seed = 8; // the same in wide arithmetic, cut to 32 bits at each step
     for (const quint64 value : {640, 480, 2, 4}) {
@@ -139,9 +132,10 @@ TEST_F(TexturePoolTest, ARecycledTextureIsTheOneAtTheHighestAddressAndCostsOneQu
 
 TEST_F(TexturePoolTest, MoreSamplesThanTheDriverHasAreToldAndReduced)
 {
-    Texture *most = _pool.take(RGBA, 4, 4, 1, maxSamples());
+    const GLint samples = integerOf(GL_MAX_SAMPLES);
+    Texture *most = _pool.take(RGBA, 4, 4, 1, samples);
     _pool.releaseRef(most, 1);
-    EXPECT_EQ(most, _pool.take(RGBA, 4, 4, 1, maxSamples() + 1)) << "the key holds the reduced number";
+    EXPECT_EQ(most, _pool.take(RGBA, 4, 4, 1, samples + 1)) << "the key holds the reduced number";
     EXPECT_MESSAGES(kPrefix + "Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
     _pool.releaseRef(most, 1);
     _pool.deleteUnused();
@@ -151,10 +145,8 @@ TEST_F(TexturePoolTest, SizesBelowOneAreToldAndTriedAllTheSame)
 {
     Texture *texture = _pool.take(RGBA, 4, 0, -1, 0);
     EXPECT_MESSAGES(
-        "critical [TexturePool.cpp:#] [ !! ] Assertion 'width > 0 && height > 0 && depth > 0' failed: "
-        "TexturePool asked for texture of size (4x0x-1)",
-        "critical [TexturePool.cpp:#] [ !! ] Assertion 'samples > 0' failed: TexturePool requested samples "
-        "can't be less than 1");
+        asserted("width > 0 && height > 0 && depth > 0", "TexturePool asked for texture of size (4x0x-1)"),
+        asserted("samples > 0", "TexturePool requested samples can't be less than 1"));
     EXPECT_EQ(unsigned(GL_TEXTURE_2D), texture->target());
     _pool.releaseRef(texture, 1);
     _pool.deleteUnused();

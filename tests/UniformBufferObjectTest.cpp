@@ -1,13 +1,11 @@
 #include "support/FakeLoader.h"
 #include "support/GLFixture.h"
 #include "support/Tap.h"
+#include "support/TestBuffer.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/AutoBinder.h>
-#include <ZelGL/BufferObject.h>
 #include <ZelGL/UniformBufferObject.h>
-
-#include <QtCore/QSharedPointer>
 
 using namespace Orvane::Zel;
 
@@ -19,13 +17,12 @@ const char kVertexSource[] = "#version 150\n"
                              "layout (std140) uniform First { vec4 first; };\n"
                              "layout (std140) uniform Second { vec4 second; };\n"
                              "void main() { gl_Position = first + second; }\n";
-const char kFragmentSource[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+const AssertionsOf asserted("UniformBufferObject.cpp");
 
-QSharedPointer<BufferObject> makeBuffer(GLenum target = GL_UNIFORM_BUFFER)
+QSharedPointer<BufferObject> makeFilled(GLenum target = GL_UNIFORM_BUFFER)
 {
     const float values[] = {1.0f, 2.0f, 3.0f, 4.0f};
-    QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
-    buffer->setTarget(target);
+    const QSharedPointer<BufferObject> buffer = makeBuffer(target);
     const AutoBinder binder(buffer.data());
     EXPECT_TRUE(buffer->upload(values, 4, GL_STATIC_DRAW));
     return buffer;
@@ -40,17 +37,11 @@ GLint blockBinding(const ShaderProgram &program, const char *block)
 }
 
 /// What glBindBuffersBase was asked for.
-struct MultiBind
-{
-    GLenum target;
-    GLuint first;
-    std::vector<GLuint> buffers;
-};
-std::vector<MultiBind> gMultiBinds;
+std::vector<std::tuple<GLenum, GLuint, std::vector<GLuint>>> gMultiBinds;
 
 void APIENTRY recordMultiBind(GLenum target, GLuint first, GLsizei count, const GLuint *buffers)
 {
-    gMultiBinds.push_back({target, first, std::vector<GLuint>(buffers, buffers + count)});
+    gMultiBinds.emplace_back(target, first, std::vector<GLuint>(buffers, buffers + count));
 }
 
 class UniformBufferObjectTest : public GLTest
@@ -66,26 +57,22 @@ TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
     UniformBufferObject empty("First", {}, nullptr);
     EXPECT_FALSE(empty.bind());
     EXPECT_FALSE(empty.unbind());
-    EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] No ShaderProgram is bound",
-                    "warning [UniformBufferObject.cpp:#] No ShaderProgram is bound");
+    const char *const noProgram = "warning [UniformBufferObject.cpp:#] No ShaderProgram is bound";
+    EXPECT_MESSAGES(noProgram, noProgram);
     EXPECT_FALSE(empty.bind(nullptr));
     EXPECT_FALSE(empty.unbind(nullptr));
     EXPECT_EQ(0u, empty.uniformBlockBinding());
     EXPECT_MESSAGES(
-        "critical [UniformBufferObject.cpp:#] [ !! ] Assertion '!this->_bufferObject.isNull()' failed: "
-        "m_bufferObject is NULL on bind()",
-        "critical [UniformBufferObject.cpp:#] [ !! ] Assertion '!this->_bufferObject.isNull()' failed: "
-        "m_bufferObject is NULL on bind()",
-        "critical [UniformBufferObject.cpp:#] [ !! ] Assertion '!this->_bufferObject.isNull()' failed: "
-        "m_bufferObject is NULL on uniformBlockBinding()");
+        asserted("!this->_bufferObject.isNull()", "m_bufferObject is NULL on bind()"),
+        asserted("!this->_bufferObject.isNull()", "m_bufferObject is NULL on bind()"),
+        asserted("!this->_bufferObject.isNull()", "m_bufferObject is NULL on uniformBlockBinding()"));
     EXPECT_EQ(0u, empty.memoryEstimateGPU());
 
-    UniformBufferObject unbound("First", makeBuffer(), nullptr);
+    UniformBufferObject unbound("First", makeFilled(), nullptr);
     EXPECT_TRUE(unbound.unbind(nullptr));
     EXPECT_EQ(0xFFFFFFFFu, unbound.uniformBlockBinding());
-    EXPECT_MESSAGES("critical [UniformBufferObject.cpp:#] [ !! ] Assertion "
-                    "'uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID)' failed: "
-                    "UniformBufferObject has not been bound on uniformBlockBinding()");
+    EXPECT_MESSAGES(asserted("uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID)",
+                             "UniformBufferObject has not been bound on uniformBlockBinding()"));
     EXPECT_EQ(56u + 5u + 96u, unbound.memoryEstimateCPU());
     EXPECT_EQ(16u, unbound.memoryEstimateGPU());
     EXPECT_EQ(2, UniformBufferObject::NumAlive());
@@ -93,15 +80,13 @@ TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
 
 TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAllTheSame)
 {
-    QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
-    buffer->setTarget(GL_ARRAY_BUFFER);
+    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     UniformBufferObject object("First", buffer, nullptr);
     Tap<&glBindBufferBase> binds;
     EXPECT_TRUE(object.bind(nullptr));
     EXPECT_MESSAGES("debug Unknown Uniforma b uffer type 0x8892",
-                    "critical [UniformBufferObject.cpp:#] [ !! ] Assertion "
-                    "'_bufferObject->valueCount() * _bufferObject->valueSize() != 0' failed: "
-                    "glBindBufferRange() cannot take 0 as a size (0,0)");
+                    asserted("_bufferObject->valueCount() * _bufferObject->valueSize() != 0",
+                             "glBindBufferRange() cannot take 0 as a size (0,0)"));
     EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, buffer->getBO()}}), binds.calls());
     EXPECT_TRUE(object.unbind(nullptr));
     EXPECT_MESSAGES("debug Unknown Uniforma b uffer type 0x8892");
@@ -109,12 +94,12 @@ TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAl
 
 TEST_F(UniformBufferObjectTest, ABufferHoldsItsPointUntilItsLastUserIsGone)
 {
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
+    const auto program = makeProgram(kVertexSource);
     ASSERT_TRUE(program->bind());
-    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    const QSharedPointer<BufferObject> buffer = makeFilled();
     UniformBufferObject first("First", buffer, nullptr);
     UniformBufferObject second("Second", buffer, nullptr);
-    UniformBufferObject other("Second", makeBuffer(), nullptr);
+    UniformBufferObject other("Second", makeFilled(), nullptr);
     Tap<&glBindBufferBase> binds;
 
     EXPECT_TRUE(first.bind());
@@ -135,10 +120,10 @@ TEST_F(UniformBufferObjectTest, ABufferHoldsItsPointUntilItsLastUserIsGone)
 
 TEST_F(UniformBufferObjectTest, AProgramKeepsThePointsOfItsBlocks)
 {
-    const auto program = makeProgram(kVertexSource, kFragmentSource);
-    UniformBufferObject first("First", makeBuffer(), nullptr);
-    UniformBufferObject second("Second", makeBuffer(), nullptr);
-    UniformBufferObject absent("Absent", makeBuffer(), nullptr);
+    const auto program = makeProgram(kVertexSource);
+    UniformBufferObject first("First", makeFilled(), nullptr);
+    UniformBufferObject second("Second", makeFilled(), nullptr);
+    UniformBufferObject absent("Absent", makeFilled(), nullptr);
     Tap<&glUniformBlockBinding> settings;
 
     EXPECT_TRUE(first.bind(program.get()));
@@ -167,7 +152,7 @@ TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
     ASSERT_GT(count, 0);
     std::vector<std::unique_ptr<UniformBufferObject>> objects;
     for (int i = 0; i <= count; ++i) {
-        objects.push_back(std::make_unique<UniformBufferObject>("First", makeBuffer(), nullptr));
+        objects.push_back(std::make_unique<UniformBufferObject>("First", makeFilled(), nullptr));
         EXPECT_EQ(i < count, objects.back()->bind(nullptr)) << i;
     }
     EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings");
@@ -187,10 +172,10 @@ TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
 {
     gMultiBinds.clear();
     _loader.provide("glBindBuffersBase", reinterpret_cast<FakeLoader::Function>(&recordMultiBind));
-    UniformBufferObject objects[] = {{"First", makeBuffer(), nullptr},
-                                     {"First", makeBuffer(), nullptr},
-                                     {"First", makeBuffer(), nullptr},
-                                     {"First", makeBuffer(GL_SHADER_STORAGE_BUFFER), nullptr}};
+    UniformBufferObject objects[] = {{"First", makeFilled(), nullptr},
+                                     {"First", makeFilled(), nullptr},
+                                     {"First", makeFilled(), nullptr},
+                                     {"First", makeFilled(GL_SHADER_STORAGE_BUFFER), nullptr}};
     Tap<&glBindBufferBase> binds;
     UniformBufferObject::bindBatchStart();
     for (UniformBufferObject &object : objects) {
@@ -203,14 +188,10 @@ TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
         << "an unbind is never deferred";
     UniformBufferObject::bindBatchFlush();
 
-    ASSERT_EQ(2u, gMultiBinds.size());
-    EXPECT_EQ(GLenum(GL_UNIFORM_BUFFER), gMultiBinds[0].target);
-    EXPECT_EQ(0u, gMultiBinds[0].first);
-    EXPECT_EQ(
-        (std::vector<GLuint>{objects[0].bufferObject()->getBO(), 0, objects[2].bufferObject()->getBO()}),
-        gMultiBinds[0].buffers);
-    EXPECT_EQ(GLenum(GL_SHADER_STORAGE_BUFFER), gMultiBinds[1].target);
-    EXPECT_EQ((std::vector<GLuint>{objects[3].bufferObject()->getBO()}), gMultiBinds[1].buffers);
+    const auto name = [&](int index) { return objects[index].bufferObject()->getBO(); };
+    EXPECT_EQ((decltype(gMultiBinds){{GL_UNIFORM_BUFFER, 0, {name(0), 0, name(2)}},
+                                     {GL_SHADER_STORAGE_BUFFER, 0, {name(3)}}}),
+              gMultiBinds);
 
     UniformBufferObject::bindBatchStart();
     UniformBufferObject::bindBatchFlush();
@@ -227,9 +208,9 @@ TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
 TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfItsRange)
 {
     _loader.hide("glBindBuffersBase");
-    UniformBufferObject low("First", makeBuffer(), nullptr);
-    UniformBufferObject middle("First", makeBuffer(), nullptr);
-    UniformBufferObject high("First", makeBuffer(), nullptr);
+    UniformBufferObject low("First", makeFilled(), nullptr);
+    UniformBufferObject middle("First", makeFilled(), nullptr);
+    UniformBufferObject high("First", makeFilled(), nullptr);
     EXPECT_TRUE(low.bind(nullptr));
     UniformBufferObject::bindBatchStart();
     EXPECT_TRUE(middle.bind(nullptr));
@@ -248,13 +229,13 @@ TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfIts
 
 TEST_F(UniformBufferObjectTest, EachContextHasPointsOfItsOwn)
 {
-    UniformBufferObject first("First", makeBuffer(), nullptr);
-    UniformBufferObject second("First", makeBuffer(), nullptr);
+    UniformBufferObject first("First", makeFilled(), nullptr);
+    UniformBufferObject second("First", makeFilled(), nullptr);
     EXPECT_TRUE(first.bind(nullptr));
     EXPECT_TRUE(second.bind(nullptr));
     {
         const auto context = TestContext::create(TestContext::eCore);
-        QSharedPointer<BufferObject> buffer = makeBuffer();
+        QSharedPointer<BufferObject> buffer = makeFilled();
         UniformBufferObject there("First", buffer, nullptr);
         EXPECT_TRUE(there.bind(nullptr));
         EXPECT_EQ(0u, there.uniformBlockBinding());

@@ -1,9 +1,9 @@
 #include "support/GLFixture.h"
 #include "support/Tap.h"
+#include "support/TestBuffer.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/AutoBinder.h>
-#include <ZelGL/BufferObject.h>
 #include <ZelGL/VertexArrayObject.h>
 
 #include <limits>
@@ -12,15 +12,8 @@ using namespace Orvane::Zel;
 
 namespace {
 
-const char kFragmentSource[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+const AssertionsOf asserted("VertexArrayObject.cpp");
 const float kNineFloats[9] = {};
-
-QSharedPointer<BufferObject> makeBuffer()
-{
-    QSharedPointer<BufferObject> buffer(new BufferObject(nullptr));
-    buffer->setTarget(GL_ARRAY_BUFFER);
-    return buffer;
-}
 
 /// The calls that specify or clear an attribute slot.
 struct SlotTaps
@@ -49,10 +42,8 @@ TEST_F(VertexArrayObjectTest, TheNameComesWithTheFirstBind)
     EXPECT_EQ(nullptr, vao.getContextTracker());
     EXPECT_FALSE(vao.isBound());
     EXPECT_FALSE(vao.unbind());
-    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != this->_vao' failed: "
-                    "Vertex Array Object is NULL on isBound",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != this->_vao' failed: "
-                    "Vertex Array Object is NULL on unbind");
+    EXPECT_MESSAGES(asserted("0u != this->_vao", "Vertex Array Object is NULL on isBound"),
+                    asserted("0u != this->_vao", "Vertex Array Object is NULL on unbind"));
     EXPECT_EQ(0u, vao.getVAO());
     EXPECT_TRUE(vao.bind());
     EXPECT_NE(0u, vao.getVAO());
@@ -63,14 +54,10 @@ TEST_F(VertexArrayObjectTest, TheNameComesWithTheFirstBind)
     EXPECT_FALSE(vao.destroy());
     EXPECT_TRUE(vao.unbind());
     EXPECT_FALSE(vao.unbind());
-    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
-                    "Vertex Array Object is already bound on bind",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u == this->_vao' failed: "
-                    "Vertex Array Object is not NULL on create",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
-                    "Vertex Array Object is already bound on destroy",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == this->_vaoBound' failed: "
-                    "Vertex Array Object is not bound on unbind");
+    EXPECT_MESSAGES(asserted("false == this->_vaoBound", "Vertex Array Object is already bound on bind"),
+                    asserted("0u == this->_vao", "Vertex Array Object is not NULL on create"),
+                    asserted("false == this->_vaoBound", "Vertex Array Object is already bound on destroy"),
+                    asserted("true == this->_vaoBound", "Vertex Array Object is not bound on unbind"));
     EXPECT_TRUE(vao.destroy());
     EXPECT_TRUE(vao.destroy());
 }
@@ -83,12 +70,10 @@ TEST_F(VertexArrayObjectTest, ABoundObjectThatIsDeletedSaysSoAndLeaksItsName)
         ASSERT_TRUE(vao.bind());
         name = vao.getVAO();
     }
-    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
-                    "Vertex Array Object is already bound on destroy",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
-                    "Vertex Array Object is bound during class destructor",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u == this->_vao' failed: "
-                    "Vertex Array Object needs to be destroied before class destructor");
+    EXPECT_MESSAGES(
+        asserted("false == this->_vaoBound", "Vertex Array Object is already bound on destroy"),
+        asserted("false == this->_vaoBound", "Vertex Array Object is bound during class destructor"),
+        asserted("0u == this->_vao", "Vertex Array Object needs to be destroied before class destructor"));
     EXPECT_EQ(0, VertexArrayObject::NumAlive());
     glDeleteVertexArrays(1, &name);
 }
@@ -96,20 +81,17 @@ TEST_F(VertexArrayObjectTest, ABoundObjectThatIsDeletedSaysSoAndLeaksItsName)
 TEST_F(VertexArrayObjectTest, UploadFillsAndRegistersOnlyWhatIsWhole)
 {
     VertexArrayObject vao(nullptr);
-    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     EXPECT_FALSE(vao.upload("va_Vertex", {}, 3, GL_FLOAT));
     EXPECT_FALSE(vao.upload("va_Vertex", {}, kNineFloats, 9, 3, GL_STATIC_DRAW));
     EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 8, 3, GL_STATIC_DRAW));
     EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 0, GL_STATIC_DRAW));
-    EXPECT_MESSAGES(
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '!bufferObj.isNull()' failed: "
-        "Must Supply a valid BO pointer",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'NULL != bufferObj' failed: "
-        "Must Supply a valid BO pointer",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 == (valueCount \\% valuesPerVertex)' failed: "
-        "Data size (8) must be a multi of the values per vertex (3)",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 == (valueCount \\% valuesPerVertex)' failed: "
-        "Data size (9) must be a multi of the values per vertex (0)");
+    EXPECT_MESSAGES(asserted("!bufferObj.isNull()", "Must Supply a valid BO pointer"),
+                    asserted("NULL != bufferObj", "Must Supply a valid BO pointer"),
+                    asserted("0 == (valueCount \\% valuesPerVertex)",
+                             "Data size (8) must be a multi of the values per vertex (3)"),
+                    asserted("0 == (valueCount \\% valuesPerVertex)",
+                             "Data size (9) must be a multi of the values per vertex (0)"));
     {
         const AutoBinder binder(buffer.data());
         EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
@@ -130,7 +112,7 @@ TEST_F(VertexArrayObjectTest, UploadFillsAndRegistersOnlyWhatIsWhole)
 TEST_F(VertexArrayObjectTest, SubUploadAndMappingReachTheBufferOfAName)
 {
     VertexArrayObject vao(nullptr);
-    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0));
     EXPECT_EQ(nullptr, vao.mapBO("va_Vertex"));
     vao.unmapBO("va_Vertex");
@@ -138,13 +120,11 @@ TEST_F(VertexArrayObjectTest, SubUploadAndMappingReachTheBufferOfAName)
     EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 2, 2, 0));
     EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 4, 3, 0));
     EXPECT_MESSAGES(
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '_attributesData.contains(attrName)' failed: "
-        "Must Supply an existing BO attribute name",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion "
-        "'_attributesData[attrName]._valuesPerVertex == valuesPerVertex' failed: "
-        "Values per vertex must match (Current 3 != New 2)",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 == (valueCount \\% valuesPerVertex)' failed: "
-        "Data size (4) must be a multi of the values per vertex (3)");
+        asserted("_attributesData.contains(attrName)", "Must Supply an existing BO attribute name"),
+        asserted("_attributesData[attrName]._valuesPerVertex == valuesPerVertex",
+                 "Values per vertex must match (Current 3 != New 2)"),
+        asserted("0 == (valueCount \\% valuesPerVertex)",
+                 "Data size (4) must be a multi of the values per vertex (3)"));
 
     EXPECT_TRUE(vao.subUpload("va_Vertex", QVector<float>{1.0f, 2.0f, 3.0f}, 3, 6));
     auto *mapped = static_cast<float *>(vao.mapBO("va_Vertex"));
@@ -167,11 +147,9 @@ TEST_F(VertexArrayObjectTest, UnsupportedTypesAreReportedAndStoredAllTheSame)
     }
     EXPECT_FALSE(VertexArrayObject::isTypeSupported(GL_SHORT));
     VertexArrayObject vao(nullptr);
-    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     vao.registerBO("va_Vertex", buffer, 4, GL_BYTE);
-    EXPECT_MESSAGES(
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == isTypeSupported(type)' failed: "
-        "Unsupported type 0x1400");
+    EXPECT_MESSAGES(asserted("true == isTypeSupported(type)", "Unsupported type 0x1400"));
     EXPECT_EQ(buffer, vao.bo("va_Vertex"));
 }
 
@@ -182,12 +160,9 @@ TEST_F(VertexArrayObjectTest, EnableArrayNeedsABoundObjectAndASlotThatExists)
     EXPECT_FALSE(vao.enableArray("va_Vertex", 0));
     vao.create();
     EXPECT_FALSE(vao.enableArray("va_Vertex", 0));
-    EXPECT_MESSAGES("critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0 <= attributeIndex' failed: "
-                    "Attribute Index is NULL on enable array",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != this->_vao' failed: "
-                    "Vertex Array Object is NULL on enable array",
-                    "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == this->_vaoBound' failed: "
-                    "Vertex Array Object is not bound on enable array");
+    EXPECT_MESSAGES(asserted("0 <= attributeIndex", "Attribute Index is NULL on enable array"),
+                    asserted("0u != this->_vao", "Vertex Array Object is NULL on enable array"),
+                    asserted("true == this->_vaoBound", "Vertex Array Object is not bound on enable array"));
     const AutoBinder binder(&vao);
     const SlotTaps taps;
     EXPECT_FALSE(vao.enableArray("va_Vertex", std::numeric_limits<int>::max()));
@@ -199,7 +174,7 @@ TEST_F(VertexArrayObjectTest, EnableArrayNeedsABoundObjectAndASlotThatExists)
 TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalized)
 {
     VertexArrayObject vao(nullptr);
-    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     ASSERT_TRUE(vao.upload("position", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
     vao.registerBO("index", buffer, 2, GL_UNSIGNED_SHORT, false, 12, 4);
     vao.registerBO("color", buffer, 4, GL_UNSIGNED_BYTE, true, 12, 8);
@@ -221,18 +196,16 @@ TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalized)
 
 TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
 {
-    const auto two = makeProgram("#version 150\n"
-                                 "#extension GL_ARB_explicit_attrib_location : require\n"
-                                 "layout (location = 0) in vec3 a; layout (location = 1) in vec3 b;\n"
-                                 "void main() { gl_Position = vec4(a + b, 1.0); }\n",
-                                 kFragmentSource);
-    const auto swapped = makeProgram("#version 150\n"
-                                     "#extension GL_ARB_explicit_attrib_location : require\n"
-                                     "layout (location = 0) in vec3 a; layout (location = 1) in vec3 c;\n"
-                                     "void main() { gl_Position = vec4(a + c, 1.0); }\n",
-                                     kFragmentSource);
+    const auto programOf = [](const char *name) {
+        const QByteArray source = "#version 330\n"
+                                  "layout (location = 0) in vec3 a; layout (location = 1) in vec3 NAME;\n"
+                                  "void main() { gl_Position = vec4(a + NAME, 1.0); }\n";
+        return makeProgram(QByteArray(source).replace("NAME", name).constData());
+    };
+    const auto two = programOf("b");
+    const auto swapped = programOf("c");
     VertexArrayObject vao(nullptr);
-    const QSharedPointer<BufferObject> buffer = makeBuffer();
+    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     for (const char *name : {"a", "b", "c"}) {
         ASSERT_TRUE(vao.upload(name, buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
     }
@@ -264,7 +237,7 @@ TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
 TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfItsSlot)
 {
     VertexArrayObject vao(nullptr);
-    ASSERT_TRUE(vao.upload("known", makeBuffer(), kNineFloats, 9, 3, GL_STATIC_DRAW));
+    ASSERT_TRUE(vao.upload("known", makeBuffer(GL_ARRAY_BUFFER), kNineFloats, 9, 3, GL_STATIC_DRAW));
     const AutoBinder binder(&vao);
     ASSERT_TRUE(vao.enableArray("known", 1));
     SlotTaps taps;
@@ -288,8 +261,8 @@ TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfIts
     EXPECT_EQ((std::vector<size_t>{1, 1, 1, 2}),
               (std::vector<size_t>{ones.count(), twos.count(), threes.count(), fours.count()}));
 
-    const auto program = makeProgram(
-        "#version 150\nin vec4 unknown;\nvoid main() { gl_Position = unknown; }\n", kFragmentSource);
+    const auto program =
+        makeProgram("#version 150\nin vec4 unknown;\nvoid main() { gl_Position = unknown; }\n");
     taps.disables.clear();
     EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
     EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
@@ -319,13 +292,10 @@ TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)
     VertexArrayObject unnamed(nullptr);
     EXPECT_FALSE(second.rebind(&unnamed, didBind));
     EXPECT_FALSE(didBind);
-    EXPECT_MESSAGES(
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'false == this->_vaoBound' failed: "
-        "Vertex Array Object is already bound on rebind",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion 'true == vertexArrayObjectBound->_vaoBound' "
-        "failed: Vertex Array Object is not already bound on rebind",
-        "critical [VertexArrayObject.cpp:#] [ !! ] Assertion '0u != vertexArrayObjectBound->_vao' failed: "
-        "Vertex Array Object is NULL on rebind");
+    EXPECT_MESSAGES(asserted("false == this->_vaoBound", "Vertex Array Object is already bound on rebind"),
+                    asserted("true == vertexArrayObjectBound->_vaoBound",
+                             "Vertex Array Object is not already bound on rebind"),
+                    asserted("0u != vertexArrayObjectBound->_vao", "Vertex Array Object is NULL on rebind"));
 }
 
 TEST_F(VertexArrayObjectTest, RebindOfOneNameMakesNoCall)

@@ -77,6 +77,25 @@ inline ExpectedMessage startsWith(const QString &prefix)
     return ExpectedMessage::startingWith(prefix);
 }
 
+/// The critical messages of the assertions of one source file: `const AssertionsOf asserted("Shader.cpp");`, and
+/// then `EXPECT_MESSAGES(asserted("the condition", "the text"))`.
+class AssertionsOf
+{
+public:
+    explicit AssertionsOf(const char *file)
+        : _file(file)
+    {
+    }
+
+    QString operator()(const QString &condition, const QString &text) const
+    {
+        return QString("critical [%1:#] [ !! ] Assertion '%2' failed: %3").arg(_file, condition, text);
+    }
+
+private:
+    QString _file;
+};
+
 /// Takes what the innermost capture holds, and compares it in number, order and text.
 testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expected);
 

@@ -17,6 +17,18 @@ class Pixels
 public:
     Pixels(int width, int height, const QVector4D &color = QVector4D());
 
+    /// Each pixel by its column and row.
+    template <typename Color> static Pixels of(int width, int height, const Color &color)
+    {
+        Pixels pixels(width, height);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                pixels.at(x, y) = color(x, y);
+            }
+        }
+        return pixels;
+    }
+
     /// The read buffer of the read framebuffer.
     static Pixels ofFramebuffer(int x, int y, int width, int height);
 

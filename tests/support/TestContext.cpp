@@ -148,6 +148,13 @@ QOpenGLFunctions_3_2_Core *driver()
     return functions;
 }
 
+GLint integerOf(GLenum name)
+{
+    GLint value = -1;
+    driver()->glGetIntegerv(name, &value);
+    return value;
+}
+
 QString driverVersion()
 {
     return reinterpret_cast<const char *>(driver()->glGetString(GL_VERSION));

@@ -54,6 +54,9 @@ private:
 /// The driver's own functions of the current context, past the library's table and past all hooks.
 QOpenGLFunctions_3_2_Core *driver();
 
+/// What glGetIntegerv() answers for a single value.
+GLint integerOf(GLenum name);
+
 /// GL_VERSION of the current context.
 QString driverVersion();
 
