@@ -14,11 +14,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-QString asserted(const char *condition, const QString &text)
-{
-    return QString("critical [FramebufferObject.cpp:#] [ !! ] Assertion '%1' failed: %2")
-        .arg(condition, text);
-}
+const AssertionsOf asserted("FramebufferObject.cpp");
 
 QString taken(unsigned int point)
 {
@@ -244,12 +240,11 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
         Texture *texture = textures[random() % textures.size()].get();
         const int level = int(random() % 2);
         const bool present = book.count(point) != 0;
-        std::vector<ExpectedMessage> messages;
         switch (random() % 3) {
         case 0:
             ASSERT_TRUE(framebuffer.attach(texture, point, level));
             if (present) {
-                messages.push_back(taken(point));
+                EXPECT_MESSAGES(taken(point));
             }
             ++calls, ++made, ++active;
             if (isColor) {
@@ -280,7 +275,7 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
             }
             break;
         }
-        ASSERT_TRUE(takeMessages(messages)) << "step " << step;
+        ASSERT_TRUE(takeMessages({})) << "step " << step;
         ASSERT_EQ(calls, updates.count() + attaches.count()) << "step " << step;
         ASSERT_EQ(made, FramebufferObject::NumFBOTextures());
         ASSERT_EQ(active, FramebufferObject::NumActiveFBOTextures());
@@ -299,21 +294,16 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
 
 TEST_F(FramebufferObjectTest, CompletenessIsAskedInAnyStateAndFailuresAreTold)
 {
-    const auto bound = [] {
-        GLint name = -1;
-        driver()->glGetIntegerv(GL_FRAMEBUFFER_BINDING, &name);
-        return name;
-    };
     const QString told = "debug [FramebufferObject.cpp:#] Framebuffer is incomplete: ";
     FramebufferObject framebuffer(nullptr);
     EXPECT_FALSE(framebuffer.isComplete());
     EXPECT_MESSAGES(told + "No images are attached to the framebuffer.");
-    EXPECT_EQ(0, bound());
+    EXPECT_EQ(0, integerOf(GL_FRAMEBUFFER_BINDING));
 
     ASSERT_TRUE(framebuffer.bind());
     ASSERT_TRUE(framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0));
     EXPECT_TRUE(framebuffer.isComplete());
-    EXPECT_EQ(GLint(framebuffer.getFBO()), bound()) << "who was bound stays bound";
+    EXPECT_EQ(GLint(framebuffer.getFBO()), integerOf(GL_FRAMEBUFFER_BINDING)) << "who was bound stays bound";
 
     Hook<&glCheckFramebufferStatus> status;
     for (const GLenum answer : {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT, GL_FRAMEBUFFER_UNSUPPORTED,

@@ -104,11 +104,8 @@ TEST_F(OpenGLDeviceContextTest, TheQuadCoversThePictureAtTheNearPlane)
     EXPECT_TRUE(quad->unbind());
     EXPECT_TRUE(program->unbind());
 
-    Pixels expected(kSize, kSize);
-    for (int y = 0; y < kSize; ++y) {
-        for (int x = 0; x < kSize; ++x) {
-            expected.at(x, y) = QVector4D((float(x) + 0.5f) / kSize, (float(y) + 0.5f) / kSize, 0.0f, 1.0f);
-        }
-    }
+    const Pixels expected = Pixels::of(kSize, kSize, [](int x, int y) {
+        return QVector4D((float(x) + 0.5f) / kSize, (float(y) + 0.5f) / kSize, 0.0f, 1.0f);
+    });
     EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
 }

@@ -2,6 +2,7 @@
 #include "support/Pixels.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
+#include "support/TextureParameter.h"
 
 #include <ZelGL/FramebufferObject.h>
 #include <ZelGL/GLUtilities.h>
@@ -35,12 +36,9 @@ protected:
     {
         std::mt19937 random(5);
         const auto channel = [&random] { return float(random() % 1025) / 1024.0f; };
-        Pixels pixels(kWidth, kHeight);
-        for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
-                pixels.at(x, y) = {channel(), channel(), channel(), channel()};
-            }
-        }
+        Pixels pixels = Pixels::of(kWidth, kHeight, [&](int, int) {
+            return QVector4D{channel(), channel(), channel(), channel()};
+        });
         pixels.at(0, 0) = {0.0f, 0.0f, 0.0f, 0.0f};
         pixels.at(1, 0) = {1.0f, 1.0f, 1.0f, 1.0f};
         return pixels;
@@ -72,12 +70,8 @@ protected:
         Texture *texture = old;
         ASSERT_TRUE(pass(texture));
         EXPECT_EQ(1, Texture::NumAlive()) << "the old texture is deleted";
-        Pixels after(kWidth, kHeight);
-        for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
-                after.at(x, y) = expected(before, x, y);
-            }
-        }
+        const Pixels after =
+            Pixels::of(kWidth, kHeight, [&](int x, int y) { return expected(before, x, y); });
         EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).isNear(after, 1e-5f));
         delete texture;
     }
@@ -88,54 +82,28 @@ protected:
     }
 };
 
-GLint parameter(Texture &texture, GLenum name)
-{
-    GLint value = 0;
-    texture.bind();
-    driver()->glGetTexParameteriv(texture.target(), name, &value);
-    texture.unbind();
-    return value;
-}
-
 } // namespace
 
-TEST_F(TextureProcessingTest, SrgbToLinearTakesThePowerOnAllChannels)
+TEST_F(TextureProcessingTest, EveryPassMapsItsColours)
 {
     const auto decode = [](float value) { return std::pow((value + 0.055f) / 1.055f, 2.4f); };
+    const auto encode = [](float value) { return 1.055f * std::pow(value, 1.0f / 2.4f) - 0.055f; };
     expectPass(SrgbToLinear, [&](const Pixels &before, int x, int y) {
         const QVector4D color = before.at(x, y);
-        return each(color, decode(color.w()), decode);
+        return each(color, decode(color.w()), decode); // alpha too
     });
-}
-
-TEST_F(TextureProcessingTest, LinearToSrgbKeepsAlpha)
-{
-    expectPass(LinearToSrgb, [](const Pixels &before, int x, int y) {
-        const QVector4D color = before.at(x, y);
-        return each(color, color.w(),
-                    [](float value) { return 1.055f * std::pow(value, 1.0f / 2.4f) - 0.055f; });
+    expectPass(LinearToSrgb, [&](const Pixels &before, int x, int y) {
+        return each(before.at(x, y), before.at(x, y).w(), encode);
     });
-}
-
-TEST_F(TextureProcessingTest, PremultiplyScalesColourByAlpha)
-{
     expectPass(Premultiply, [](const Pixels &before, int x, int y) {
-        const QVector4D color = before.at(x, y);
-        return each(color, color.w(), [&](float value) { return value * color.w(); });
+        const float alpha = before.at(x, y).w();
+        return each(before.at(x, y), alpha, [&](float value) { return value * alpha; });
     });
-}
-
-TEST_F(TextureProcessingTest, FlipYTurnsTopToBottom)
-{
     expectPass(FlipY, [](const Pixels &before, int x, int y) { return before.at(x, kHeight - 1 - y); });
-}
-
-TEST_F(TextureProcessingTest, RemapColorRangeMapsColoursAndKeepsAlpha)
-{
     expectPass([](Texture *&texture) { return RemapColorRange(texture, 0.2f, 0.8f); },
                [](const Pixels &before, int x, int y) {
-                   const QVector4D color = before.at(x, y);
-                   return each(color, color.w(), [](float value) { return value * 0.6f + 0.2f; });
+                   return each(before.at(x, y), before.at(x, y).w(),
+                               [](float value) { return value * 0.6f + 0.2f; });
                });
 }
 
@@ -151,14 +119,11 @@ TEST_F(TextureProcessingTest, RemapColorRangeOfTheIdentityDoesNothing)
     EXPECT_EQ(0u, programs.count());
     EXPECT_FALSE(FlipY(nothing)) << "no texture, no result";
     EXPECT_EQ(nullptr, nothing);
-}
 
-TEST_F(TextureProcessingTest, ANaNInTheRangeGoesOn)
-{
-    Texture *texture = newTexture(source());
-    EXPECT_TRUE(RemapColorRange(texture, std::nanf(""), 1.0f));
-    EXPECT_TRUE(std::isnan(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).at(0, 0).x()));
-    delete texture;
+    Texture *other = newTexture(source()); // a NaN is not the identity
+    EXPECT_TRUE(RemapColorRange(other, std::nanf(""), 1.0f));
+    EXPECT_TRUE(std::isnan(Pixels::ofTexture(GL_TEXTURE_2D, other->textureID()).at(0, 0).x()));
+    delete other;
 }
 
 TEST_F(TextureProcessingTest, AWritableCopyHasTheSamplerStateAndTheFormat)
@@ -180,7 +145,7 @@ TEST_F(TextureProcessingTest, AWritableCopyHasTheSamplerStateAndTheFormat)
     const std::unique_ptr<Texture> copy(WritableCopyOfTexture(texture.get(), 0, 0));
     const std::unique_ptr<Texture> level(WritableCopyOfTexture(texture.get(), GL_R8, 1));
     for (const auto &entry : state) {
-        EXPECT_EQ(entry.second, parameter(*copy, entry.first)) << entry.first;
+        EXPECT_EQ(entry.second, textureParameter(*copy, entry.first)) << entry.first;
     }
     ASSERT_TRUE(copy->bind());
     EXPECT_EQ(GL_RGBA32F, copy->internalFormat(0));

@@ -1,6 +1,7 @@
 #include "support/GLFixture.h"
 #include "support/Soak.h"
 #include "support/Tap.h"
+#include "support/TextureParameter.h"
 
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/Texture.h>
@@ -17,20 +18,9 @@ namespace {
 
 constexpr unsigned int kNoUnit = 0xFFFFFFFFu;
 
-QString asserted(const char *condition, const char *text)
-{
-    return QString("critical [Texture.cpp:#] [ !! ] Assertion '%1' failed: %2").arg(condition, text);
-}
-
+const AssertionsOf asserted("Texture.cpp");
 const QString kReadOnly = asserted("false == _readonly", "Not allowed to change a readonly texture");
 const QString kNoUnits = "warning [Texture.cpp:#] There is no available texture units";
-
-GLint query(GLenum name)
-{
-    GLint value = -1;
-    driver()->glGetIntegerv(name, &value);
-    return value;
-}
 
 std::unique_ptr<Texture> newTexture(unsigned int target = GL_TEXTURE_2D)
 {
@@ -39,81 +29,38 @@ std::unique_ptr<Texture> newTexture(unsigned int target = GL_TEXTURE_2D)
     return texture;
 }
 
-/// Binds a texture of each number asked for; all are unbound at the end.
-class BoundTextures
-{
-public:
-    explicit BoundTextures(int count)
-    {
-        for (int i = 0; i < count; ++i) {
-            _textures.push_back(newTexture());
-            EXPECT_TRUE(_textures.back()->bind());
-        }
-    }
-
-    ~BoundTextures()
-    {
-        for (const auto &texture : _textures) {
-            EXPECT_TRUE(texture->unbind());
-        }
-    }
-
-private:
-    std::vector<std::unique_ptr<Texture>> _textures;
-};
-
-class TextureTest : public GLTest
-{
-};
+using TextureTest = GLTest;
 
 /// What the allocator of units has to do, in the plainest words.
-class UnitModel
+struct UnitModel
 {
-public:
-    explicit UnitModel(int units)
-    {
-        for (int unit = 0; unit < units; ++unit) {
-            _free.insert(unsigned(unit));
-        }
-    }
-
     bool bind(const Texture *texture)
     {
-        if (_units.count(texture) == 0) {
-            if (_free.empty()) {
+        if (depths[texture] == 0) {
+            if (free.empty()) {
                 return false;
             }
-            _units[texture] = *_free.rbegin();
-            _free.erase(_units[texture]);
+            units[texture] = *free.rbegin();
+            free.erase(units[texture]);
         }
-        ++_depths[texture];
+        ++depths[texture];
         return true;
     }
 
     bool unbind(const Texture *texture)
     {
-        if (_depths[texture] == 0) {
+        if (depths[texture] == 0) {
             return false;
         }
-        if (--_depths[texture] == 0) {
-            _free.insert(_units[texture]);
-            _units.erase(texture);
+        if (--depths[texture] == 0) {
+            free.insert(units[texture]);
         }
         return true;
     }
 
-    unsigned int unit(const Texture *texture) const
-    {
-        const auto it = _units.find(texture);
-        return it == _units.end() ? kNoUnit : it->second;
-    }
-
-    bool isFree(unsigned int unit) const { return _free.count(unit) != 0; }
-
-private:
-    std::map<const Texture *, unsigned int> _units;
-    std::map<const Texture *, int> _depths;
-    std::set<unsigned int> _free;
+    std::map<const Texture *, unsigned int> units;
+    std::map<const Texture *, int> depths;
+    std::set<unsigned int> free;
 };
 
 } // namespace
@@ -133,15 +80,6 @@ TEST_F(TextureTest, OwnsWhatItMadeAndLeavesAWrappedNameAlone)
     EXPECT_TRUE(owner.isManaged());
     EXPECT_FALSE(owner.create());
     EXPECT_MESSAGES(asserted("0u == this->_textureID", "Texture is not NULL on create"));
-
-    {
-        Texture nothing(0u, nullptr);
-        EXPECT_EQ(2, Texture::NumAlive());
-        EXPECT_MESSAGES(asserted("textureID != 0", "Texture ID was zero, can't wrap a non-existent texture"));
-        EXPECT_FALSE(nothing.destroy());
-        EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on destroy"));
-    }
-    EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on destroy"));
 }
 
 TEST_F(TextureTest, NestedBindsShareOneUnitAndOneGLBinding)
@@ -155,20 +93,20 @@ TEST_F(TextureTest, NestedBindsShareOneUnitAndOneGLBinding)
     ASSERT_TRUE(other->bind());
     EXPECT_EQ(texture->unit() - 1, other->unit());
     ASSERT_TRUE(texture->bind());
-    EXPECT_EQ(GLint(GL_TEXTURE0 + texture->unit()), query(GL_ACTIVE_TEXTURE));
+    EXPECT_EQ(GLint(GL_TEXTURE0 + texture->unit()), integerOf(GL_ACTIVE_TEXTURE));
     EXPECT_EQ(2u, binds.count());
     EXPECT_EQ(3u, actives.count());
 
     ASSERT_TRUE(texture->unbind());
     EXPECT_TRUE(texture->isBound());
     EXPECT_FALSE(Texture::isTextureUnitFree(texture->unit()));
-    EXPECT_EQ(GLint(texture->textureID()), query(GL_TEXTURE_BINDING_2D));
+    EXPECT_EQ(GLint(texture->textureID()), integerOf(GL_TEXTURE_BINDING_2D));
     const unsigned int unit = texture->unit();
     ASSERT_TRUE(texture->unbind());
     EXPECT_FALSE(texture->isBound());
     EXPECT_TRUE(Texture::isTextureUnitFree(unit));
-    EXPECT_EQ(GLint(GL_TEXTURE0 + unit), query(GL_ACTIVE_TEXTURE));
-    EXPECT_EQ(0, query(GL_TEXTURE_BINDING_2D));
+    EXPECT_EQ(GLint(GL_TEXTURE0 + unit), integerOf(GL_ACTIVE_TEXTURE));
+    EXPECT_EQ(0, integerOf(GL_TEXTURE_BINDING_2D));
     EXPECT_EQ(3u, binds.count());
     EXPECT_TRUE(other->unbind());
 }
@@ -206,7 +144,11 @@ TEST_F(TextureTest, WithoutAFreeUnitNothingIsBoundAndNoOtherTextureIsTouched)
 {
     Texture late(nullptr);
     late.setTarget(GL_TEXTURE_2D);
-    const BoundTextures all(late.maxTextureUnits());
+    std::vector<std::unique_ptr<Texture>> all;
+    for (int i = 0; i < late.maxTextureUnits(); ++i) {
+        all.push_back(newTexture());
+        ASSERT_TRUE(all.back()->bind());
+    }
     const Tap<&glBindTexture> binds;
     const Tap<&glTexImage2D> images;
     EXPECT_FALSE(late.bind());
@@ -218,6 +160,9 @@ TEST_F(TextureTest, WithoutAFreeUnitNothingIsBoundAndNoOtherTextureIsTouched)
                     asserted("contextInfo.textureToUnitMaps.contains(this->_textureID)",
                              "Texture has not been bound on unit()"),
                     kNoUnits);
+    for (const auto &texture : all) {
+        EXPECT_TRUE(texture->unbind());
+    }
 }
 
 TEST_F(TextureTest, RandomBindsFollowTheModelOfUnits)
@@ -229,35 +174,37 @@ TEST_F(TextureTest, RandomBindsFollowTheModelOfUnits)
     for (int i = 0; i < units + 4; ++i) {
         textures.push_back(newTexture(i % 3 == 0 ? GL_TEXTURE_2D_ARRAY : GL_TEXTURE_2D));
     }
-    UnitModel model(units);
+    UnitModel model;
+    for (int unit = 0; unit < units; ++unit) {
+        model.free.insert(unsigned(unit));
+    }
     for (int step = 0; step < 20000; ++step) {
         Texture &texture = *textures[random() % textures.size()];
         if (random() % 100 < (step / 2000 % 2 == 0 ? 60u : 40u)) { // fill up and drain by turns
             const bool bound = model.bind(&texture);
             ASSERT_EQ(bound, texture.bind()) << "step " << step;
-            ASSERT_TRUE(takeMessages(bound ? std::vector<ExpectedMessage>()
-                                           : std::vector<ExpectedMessage>{kNoUnits}));
             if (bound) {
                 const bool array = texture.target() == GL_TEXTURE_2D_ARRAY;
                 ASSERT_EQ(GLint(texture.textureID()),
-                          query(array ? GL_TEXTURE_BINDING_2D_ARRAY : GL_TEXTURE_BINDING_2D));
+                          integerOf(array ? GL_TEXTURE_BINDING_2D_ARRAY : GL_TEXTURE_BINDING_2D));
+            } else {
+                EXPECT_MESSAGES(kNoUnits);
             }
         } else {
             const bool unbound = model.unbind(&texture);
             ASSERT_EQ(unbound, texture.unbind()) << "step " << step;
-            std::vector<ExpectedMessage> expected;
             if (!unbound) {
-                expected.push_back(asserted("contextInfo.textureToUnitMaps.contains(this->_textureID)",
-                                            "Texture has not been bound on unbind"));
+                EXPECT_MESSAGES(asserted("contextInfo.textureToUnitMaps.contains(this->_textureID)",
+                                         "Texture has not been bound on unbind"));
             }
-            ASSERT_TRUE(takeMessages(expected));
         }
-        ASSERT_EQ(model.unit(&texture) != kNoUnit, texture.isBound());
+        ASSERT_TRUE(takeMessages({})) << "step " << step;
+        ASSERT_EQ(model.depths[&texture] != 0, texture.isBound());
         if (texture.isBound()) {
-            ASSERT_EQ(model.unit(&texture), texture.unit()) << "step " << step;
+            ASSERT_EQ(model.units[&texture], texture.unit()) << "step " << step;
         }
         const unsigned int unit = unsigned(random()) % unsigned(units);
-        ASSERT_EQ(model.isFree(unit), Texture::isTextureUnitFree(unit)) << "step " << step;
+        ASSERT_EQ(model.free.count(unit) != 0, Texture::isTextureUnitFree(unit)) << "step " << step;
     }
     for (const auto &texture : textures) {
         while (texture->isBound()) {
@@ -271,16 +218,17 @@ TEST_F(TextureTest, WrongOrdersAreToldInTheirOwnWords)
     {
         Texture nothing(0u, nullptr);
         EXPECT_MESSAGES(asserted("textureID != 0", "Texture ID was zero, can't wrap a non-existent texture"));
+        EXPECT_EQ(1, Texture::NumAlive());
+        EXPECT_FALSE(nothing.destroy());
         EXPECT_FALSE(nothing.bind());
         EXPECT_FALSE(nothing.unbind());
         EXPECT_FALSE(nothing.isBound());
         EXPECT_EQ(kNoUnit, nothing.unit());
         EXPECT_EQ(-1, nothing.internalFormat(0));
-        EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on bind"),
-                        asserted("0u != this->_textureID", "Texutre is NULL on unbind"),
-                        asserted("0u != this->_textureID", "Texutre is NULL on unbind"),
-                        asserted("0u != this->_textureID", "Texutre is NULL on unit()"),
-                        asserted("0u != this->_textureID", "Texutre is NULL on internalFormat()"));
+        const auto null = [](const QString &text) { return asserted("0u != this->_textureID", text); };
+        EXPECT_MESSAGES(null("Texture is NULL on destroy"), null("Texture is NULL on bind"),
+                        null("Texutre is NULL on unbind"), null("Texutre is NULL on unbind"),
+                        null("Texutre is NULL on unit()"), null("Texutre is NULL on internalFormat()"));
     }
     EXPECT_MESSAGES(asserted("0u != this->_textureID", "Texture is NULL on destroy"));
 
@@ -290,11 +238,11 @@ TEST_F(TextureTest, WrongOrdersAreToldInTheirOwnWords)
     EXPECT_FALSE(texture.isBound());
     EXPECT_EQ(kNoUnit, texture.unit());
     EXPECT_EQ(-1, texture.width(0));
-    EXPECT_MESSAGES(asserted("0u != this->_target", "Texture Target is not set on bind"),
-                    asserted("0u != this->_target", "Texture Target is not set on unbind"),
-                    asserted("0u != this->_target", "Texture Target is not set on unbind"),
-                    asserted("0u != this->_target", "Texture Target is not set on unit()"),
-                    asserted("0u != this->_target", "Texture target is not set on internalFormat()"));
+    const auto unset = [](const QString &text) { return asserted("0u != this->_target", text); };
+    EXPECT_MESSAGES(unset("Texture Target is not set on bind"), unset("Texture Target is not set on unbind"),
+                    unset("Texture Target is not set on unbind"),
+                    unset("Texture Target is not set on unit()"),
+                    unset("Texture target is not set on internalFormat()"));
 
     texture.setTarget(GL_TEXTURE_2D);
     EXPECT_EQ(-1, texture.height(0));
@@ -350,12 +298,9 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndTheBookOfIt)
     EXPECT_EQ(8, flat.width(0));
     EXPECT_EQ(4, flat.height(0));
     EXPECT_EQ(GL_RGBA16F, flat.internalFormat(0));
-    GLint filter = 0;
-    driver()->glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, &filter);
-    EXPECT_EQ(GL_NEAREST, filter);
-    driver()->glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
-    EXPECT_EQ(GL_NEAREST, filter);
     ASSERT_TRUE(flat.unbind());
+    EXPECT_EQ(GL_NEAREST, textureParameter(flat, GL_TEXTURE_MAG_FILTER));
+    EXPECT_EQ(GL_NEAREST, textureParameter(flat, GL_TEXTURE_MIN_FILTER));
 
     for (const unsigned int target : {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_3D}) {
         Texture deep(nullptr);
@@ -398,23 +343,23 @@ TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
     Hook<&glTexImage2DMultisample> multisample2D;
     Hook<&glTexImage3DMultisample> multisample3D;
     int calls = 0;
-    image2D.replace([&](auto...) { ++calls; });
-    image3D.replace([&](auto...) { ++calls; });
-    multisample2D.replace([&](auto...) { ++calls; });
-    multisample3D.replace([&](auto...) { ++calls; });
+    const auto count = [&](auto...) { ++calls; };
+    image2D.replace(count);
+    image3D.replace(count);
+    multisample2D.replace(count);
+    multisample3D.replace(count);
     const Tap<&glTexParameteri> parameters;
 
     Texture textures[4] = {Texture(nullptr), Texture(nullptr), Texture(nullptr), Texture(nullptr)};
     textures[0].create2D(GL_TEXTURE_3D, GL_RGBA8, 4, 4);
-    EXPECT_MESSAGES(asserted("target == GL_TEXTURE_2D", "Target 0x806F is not allowed."));
     textures[1].create3D(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 4);
-    EXPECT_MESSAGES(
-        asserted("target == GL_TEXTURE_2D_ARRAY || target == GL_TEXTURE_3D", "Target 0xDE1 is not allowed."));
-    EXPECT_EQ(4u, parameters.count());
     textures[2].create2DMultisample(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 4);
-    EXPECT_MESSAGES(asserted("target == GL_TEXTURE_2D_MULTISAMPLE", "Target 0xDE1 is not allowed."));
     textures[3].create3DMultisample(GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 4, 4);
-    EXPECT_MESSAGES(asserted("target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY", "Target 0x8C1A is not allowed."));
+    EXPECT_MESSAGES(
+        asserted("target == GL_TEXTURE_2D", "Target 0x806F is not allowed."),
+        asserted("target == GL_TEXTURE_2D_ARRAY || target == GL_TEXTURE_3D", "Target 0xDE1 is not allowed."),
+        asserted("target == GL_TEXTURE_2D_MULTISAMPLE", "Target 0xDE1 is not allowed."),
+        asserted("target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY", "Target 0x8C1A is not allowed."));
     EXPECT_EQ(8u, parameters.count()) << "only true multisample targets go without filters";
     EXPECT_EQ(4, calls);
 }

@@ -9,12 +9,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-QString asserted(const char *condition, const char *text)
-{
-    return QString("critical [VertexArrayBuilder.cpp:#] [ !! ] Assertion '%1' failed: %2")
-        .arg(condition, text);
-}
-
+const AssertionsOf asserted("VertexArrayBuilder.cpp");
 const QString kNotSetUp =
     asserted("0 != this->_componentCount", "Component Count must be setup before data is pushed");
 const QString kNoSize =
@@ -82,25 +77,23 @@ TEST_F(VertexArrayBuilderTest, AStreamIsSetUpOnceAndNotWithNothing)
 
 TEST_F(VertexArrayBuilderTest, PushesBeyondTheSpecAreToldAndTaken)
 {
+    const auto tooMany = [](int count, const char *data = "data") {
+        return asserted(QString("%1 <= this->_componentCount").arg(count),
+                        QString("Component Count is not large enough for the %1 being pushed").arg(data));
+    };
     _builder.glTexCoord1f(1.0f);
-    EXPECT_MESSAGES(kNotSetUp, asserted("1 <= this->_componentCount",
-                                        "Component Count is not large enough for the sdata being pushed"));
+    EXPECT_MESSAGES(kNotSetUp, tooMany(1, "sdata"));
     _builder.glVertexAttrib3f(2, 1.0f, 2.0f, 3.0f);
-    EXPECT_MESSAGES(kNotSetUp, asserted("3 <= this->_componentCount",
-                                        "Component Count is not large enough for the data being pushed"));
+    EXPECT_MESSAGES(kNotSetUp, tooMany(3));
     _builder.setVertexSpec(1, 0);
     _builder.glVertex2f(1.0f, 2.0f);
-    EXPECT_MESSAGES(asserted("2 <= this->_componentCount",
-                             "Component Count is not large enough for the data being pushed"));
     _builder.glVertex3f(3.0f, 4.0f, 5.0f);
-    EXPECT_MESSAGES(asserted("3 <= this->_componentCount",
-                             "Component Count is not large enough for the data being pushed"));
+    EXPECT_MESSAGES(tooMany(2), tooMany(3));
     EXPECT_EQ(5u, _builder.getVertexCount());
     _builder.setColorSpec(3, 0);
     _builder.glColor3f(1.0f, 2.0f, 3.0f);
     _builder.glColor4f(1.0f, 2.0f, 3.0f, 4.0f);
-    EXPECT_MESSAGES(asserted("4 <= this->_componentCount",
-                             "Component Count is not large enough for the data being pushed"));
+    EXPECT_MESSAGES(tooMany(4));
 }
 
 TEST_F(VertexArrayBuilderTest, CountsMustMatchWhereAStreamIsSetUp)
