@@ -1,7 +1,7 @@
 // A compressed image from bytes in memory to a texture, on the driver of the display.
 //
-// Held constant: 1020x1020 texels in blocks of 6x6, all of one colour each; the row by hand makes, uploads, filters and
-// deletes a texture as the reader does. Messages go nowhere.
+// Held constant: 1020x1020 texels in blocks of 6x6, all of one colour each; the row by hand makes, uploads,
+// filters and deletes a texture as the reader does. Messages go nowhere.
 
 #include "sidebyside/OffscreenStage.h"
 

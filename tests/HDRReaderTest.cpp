@@ -115,6 +115,7 @@ TEST_F(HDRReaderTest, AllFormsOfALineDecodeToTheSameTexels)
 {
     for (const int width : {1, 3, 4, 5, 8, 127, 128, 129, 300}) {
         HdrFile::Row row = HdrFile::ramp(width);
+        EXPECT_EQ(valuesOf(row), uploaded(lineOf(width, HdrFile::planes(row)))) << "literals up to the end";
         std::fill_n(row.begin() + width / 3, width / 2, row[0]);
         EXPECT_EQ(valuesOf(row), uploaded(lineOf(width, HdrFile::flat(row)))) << "flat, width " << width;
         EXPECT_EQ(valuesOf(row), uploaded(lineOf(width, HdrFile::planes(row)))) << "planes, width " << width;

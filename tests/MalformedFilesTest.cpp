@@ -1,5 +1,6 @@
-// Every truncation of small sound files, and every value of each of their first bytes, through the readers: in memory of
-// the file's very size, with all bytes read that GL would read, so that a sanitizer sees what leaves its bounds.
+// Every truncation of small sound files, and every value of each of their first bytes, through the readers:
+// in memory of the file's very size, with all bytes read that GL would read, so that a sanitizer sees what
+// leaves its bounds.
 
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"
@@ -58,7 +59,8 @@ std::string nameOf(const testing::TestParamInfo<Case> &info)
     return info.param.seed->format + std::to_string(info.param.number);
 }
 
-/// The KTX file of the other byte order, which loses half of each byte of its header and with that its formats.
+/// The KTX file of the other byte order, which loses half of each byte of its header and with that its
+/// formats.
 bool isForeign(const Case &one)
 {
     return one.seed == &kSeeds[0] && one.number == one.seed->files().size() - 1;

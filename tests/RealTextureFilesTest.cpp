@@ -1,5 +1,5 @@
-// Files that independent projects made, through the loading front: each with the outcome that its header asks for, and
-// pixels against decoders that are not ours.
+// Files that independent projects made, through the loading front: each with the outcome that its header asks
+// for, and pixels against decoders that are not ours.
 
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"

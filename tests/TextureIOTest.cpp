@@ -2,6 +2,7 @@
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
+#include "support/Soak.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
 #include "support/TextureParameter.h"
@@ -214,6 +215,19 @@ TEST_F(TextureIOTest, BytesInMemoryAreLoadedUnderTheirName)
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'bytes'");
     EXPECT_EQ(nullptr, TexturePointer(LoadTextureFromMemory(nullptr, 0, asInFile(), "nothing")));
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'nothing'");
+}
+
+TEST_F(TextureIOTest, MemoryStaysFlatOverManyLoads)
+{
+    const QVector<QByteArray> files = {ktxSeeds()[0], hdrSeeds()[2], astcSeeds()[0],
+                                       ktxSeeds()[0].chopped(1)};
+    int round = 0;
+    EXPECT_TRUE(soak(100000, [&] {
+        loadMemory(files[round++ % files.size()]);
+        _capture.take();
+    }));
+    EXPECT_EQ(0, Texture::NumAlive());
+    EXPECT_EQ(0, ledger().alive());
 }
 
 TEST_F(TextureIOTest, ImagesHaveFourLevelsBelowTheBaseAndLinearFilters)

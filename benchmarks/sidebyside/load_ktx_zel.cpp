@@ -1,5 +1,5 @@
-// A KTX file into a texture: load_ktx_zel FILE [-runs N] [-label TEXT]. One run maps the file, uploads all levels with the
-// orientation of the file, and waits for the driver; deleting the texture is not part of it.
+// A KTX file into a texture: load_ktx_zel FILE [-runs N] [-label TEXT]. One run maps the file, uploads all
+// levels with the orientation of the file, and waits for the driver; deleting the texture is not part of it.
 //
 // Held constant: the file lies in the page cache. Messages go nowhere, as a host decides.
 

@@ -1,7 +1,8 @@
 // A Radiance picture, decoded alone and loaded: read_hdr_zel FILE [-runs N].
 //
-// Decoding goes from bytes in memory into rows that are there already, the header included. The load, "FILE:load", takes
-// the file from the page cache into a texture of half floats, allocation, upload and the driver's work included.
+// Decoding goes from bytes in memory into rows that are there already, the header included. The load,
+// "FILE:load", takes the file from the page cache into a texture of half floats, allocation, upload and the
+// driver's work included.
 
 #include "../../src/GL/HDRScanlines.h"
 #include "OffscreenStage.h"

@@ -17,8 +17,8 @@ extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
     return 0;
 }
 
-/// What the fuzz targets of the image readers have in common: one context for all inputs, uploads of which every byte is
-/// read, and a small limit of sizes, so that an input costs little memory.
+/// What the fuzz targets of the image readers have in common: one context for all inputs, uploads of which
+/// every byte is read, and a small limit of sizes, so that an input costs little memory.
 class ReaderFuzz
 {
 public:

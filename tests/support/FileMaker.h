@@ -7,8 +7,8 @@
 #include <array>
 #include <functional>
 
-/// Image files from parameters, sound ones and broken ones. All records may be changed into something that no writer
-/// would write: bytes() writes down what they say.
+/// Image files from parameters, sound ones and broken ones. All records may be changed into something that no
+/// writer would write: bytes() writes down what they say.
 
 /// Bytes that differ from their neighbours: a slow and a fast ramp, shifted by \a shift.
 QByteArray rampBytes(int count, int shift = 0);
@@ -91,8 +91,8 @@ struct AstcFile
     QByteArray bytes() const;
 };
 
-/// Small sound files, of which the malformed ones are made and with which the fuzzers start. Between them they take every
-/// road of the reader.
+/// Small sound files, of which the malformed ones are made and with which the fuzzers start. Between them
+/// they take every road of the reader.
 QVector<QByteArray> ktxSeeds();
 QVector<QByteArray> hdrSeeds();
 QVector<QByteArray> astcSeeds();

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <memory>
 
-/// A file in memory of its very size, so that a sanitizer sees a read beyond it, and the reader that a recogniser makes
-/// of it.
+/// A file in memory of its very size, so that a sanitizer sees a read beyond it, and the reader that a
+/// recogniser makes of it.
 template <typename Recogniser> class ReaderUnderTest
 {
 public:

@@ -4,8 +4,9 @@
 
 #include <QtCore/QByteArray>
 
-/// Reads every byte that an image upload will read, before the driver does, so that a sanitizer sees a read beyond the
-/// source: the driver is not instrumented. It knows an unpack alignment of 4 or 1 and no other unpack state.
+/// Reads every byte that an image upload will read, before the driver does, so that a sanitizer sees a read
+/// beyond the source: the driver is not instrumented. It knows an unpack alignment of 4 or 1 and no other
+/// unpack state.
 class UploadTouch
 {
 public:
