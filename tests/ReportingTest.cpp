@@ -36,7 +36,7 @@ TEST_F(ReportingTest, ALogHasLevelFileLineAndTextAndNothingElse)
     EXPECT_EQ(0, message.line);
 }
 
-TEST_F(ReportingTest, EveryFormHasItsLevel)
+TEST_F(ReportingTest, EveryFormHasItsLevelTakesTextAsItIsAndIsOneStatement)
 {
     ZEL_LOG_DEBUG("text");
     ZEL_LOG_WARNING("text");
@@ -47,6 +47,17 @@ TEST_F(ReportingTest, EveryFormHasItsLevel)
     EXPECT_MESSAGES("debug [ReportingTest.cpp:#] text", "warning [ReportingTest.cpp:#] text",
                     "critical [ReportingTest.cpp:#] text", "debug text 1", "warning text 2",
                     "critical text 3");
+
+    ZEL_LOG_DEBUG("%s", "100% %s %n");
+    ZEL_BARE_DEBUG("%s", "Gr\u00f6\u00dfe %n");
+    EXPECT_MESSAGES("debug [ReportingTest.cpp:#] 100% %s %n", "debug Gr\u00f6\u00dfe %n");
+
+    bool other = false;
+    if (other)
+        ZEL_ASSERT(false, "never");
+    else
+        other = true;
+    EXPECT_TRUE(other) << "the else must not have gone to the if of the macro";
 }
 
 TEST_F(ReportingTest, AnAssertionQuotesItsConditionAndGoesOn)
@@ -87,25 +98,4 @@ TEST_F(ReportingTest, AMessageIsEvaluatedOnlyWhenItFires)
     EXPECT_EQ(3, conditions);
     EXPECT_EQ(1, messages);
     EXPECT_MESSAGES("critical [ReportingTest.cpp:#] [ !! ] Assertion '++conditions == 0' failed: 1");
-}
-
-TEST_F(ReportingTest, TheFormsAreOneStatementEach)
-{
-    bool other = false;
-    if (other)
-        ZEL_ASSERT(false, "never");
-    else
-        other = true;
-    EXPECT_TRUE(other) << "the else must not have gone to the if of the macro";
-}
-
-TEST_F(ReportingTest, TextIsTakenAsItIs)
-{
-    ZEL_LOG_DEBUG("%s", "100% %s %n");
-    ZEL_BARE_DEBUG("%s", "100% %s %n");
-    ZEL_LOG_WARNING("Gr\xc3\xb6\xc3\x9f"
-                    "e");
-    EXPECT_MESSAGES("debug [ReportingTest.cpp:#] 100% %s %n", "debug 100% %s %n",
-                    "warning [ReportingTest.cpp:#] Gr\xc3\xb6\xc3\x9f"
-                    "e");
 }

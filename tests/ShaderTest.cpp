@@ -35,7 +35,9 @@ TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMade)
 {
     GLSLMacroProcessor processor;
     processor.addDefine("A", "1");
-    const Shader plain(GL_VERTEX_SHADER, kGoodSource, nullptr);
+    QObject parent; // is ignored
+    const Shader plain(GL_VERTEX_SHADER, kGoodSource, &parent);
+    EXPECT_EQ(nullptr, plain.parent());
     const Shader processed(GL_FRAGMENT_SHADER, kGoodSource, &processor, nullptr);
     processor.addDefine("B", "2");
     EXPECT_EQ("#version 150\n\nvoid main() {}", plain.sourceCode());
@@ -43,13 +45,6 @@ TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMade)
     EXPECT_EQ(GLenum(GL_FRAGMENT_SHADER), processed.shaderType());
     EXPECT_FALSE(processed.isCompiled());
     EXPECT_EQ(Shader::kShaderNotCompiled, processed.shaderID());
-}
-
-TEST_F(ShaderTest, AParentIsIgnored)
-{
-    QObject parent;
-    const Shader shader(GL_VERTEX_SHADER, kGoodSource, &parent);
-    EXPECT_EQ(nullptr, shader.parent());
 }
 
 TEST_F(ShaderTest, CompilesOnceAndNeedsItsSourceNoMore)
