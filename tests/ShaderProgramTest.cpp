@@ -368,28 +368,35 @@ TEST_F(ShaderProgramTest, TheProcessorCountsForStagesAddedLaterAndDumpsShowIt)
     EXPECT_EQ("35632 36313 36487 36488 37305 ", dumped);
 }
 
+TEST_F(ShaderProgramTest, ShadersAreOrderedByFallingName)
+{
+    Shader first(GL_VERTEX_SHADER, kVertex, nullptr);
+    Shader second(GL_VERTEX_SHADER, kVertex, nullptr);
+    ASSERT_TRUE(first.compile() && second.compile());
+    ASSERT_LT(first.shaderID(), second.shaderID());
+    EXPECT_TRUE(shaderProgramIdGreaterThan(&second, &first));
+    EXPECT_FALSE(shaderProgramIdGreaterThan(&first, &second) || shaderProgramIdGreaterThan(&first, &first));
+}
+
 TEST_F(ShaderProgramTest, TheHashCoversTheTextsWhateverTheirOrder)
 {
     GLSLMacroProcessor processor;
     const QStringList sources = {kVertex, kSomewhere, kUnresolved}; // of one stage, so that their order shows
     ShaderProgram oneWay(nullptr);
     ShaderProgram otherWay(nullptr);
+    ShaderProgram defined(nullptr);
+    processor.addDefine("A", "1");
+    defined.setMacroProcessor(&processor);
     QStringList hashes;
     for (int i = 0; i < sources.size(); ++i) {
         oneWay.addShader(GL_VERTEX_SHADER, sources.at(i), QString());
         otherWay.addShader(GL_VERTEX_SHADER, sources.at(sources.size() - 1 - i), QString());
+        defined.addShader(GL_VERTEX_SHADER, sources.at(i), QString());
         hashes.append(md5(QString(sources.at(i)).replace("150\n", "150\n\n")));
     }
     hashes.sort();
     EXPECT_EQ(md5(hashes.join("")), oneWay.constructShaderHash());
     EXPECT_EQ(oneWay.constructShaderHash(), otherWay.constructShaderHash());
-
-    processor.addDefine("A", "1");
-    ShaderProgram defined(nullptr);
-    defined.setMacroProcessor(&processor);
-    for (const QString &source : sources) {
-        defined.addShader(GL_VERTEX_SHADER, source, QString());
-    }
     EXPECT_NE(oneWay.constructShaderHash(), defined.constructShaderHash());
     defined.clear();
     link(defined);
@@ -533,14 +540,4 @@ TEST_F(ShaderProgramTest, VaryingsAreCapturedInTheModeGiven)
     without.setTransformFeedbackVaryings({"vo_A"}, GL_SEPARATE_ATTRIBS);
     EXPECT_TRUE(without.link());
     EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glTransformFeedbackVaryings'");
-}
-
-TEST_F(ShaderProgramTest, ShadersAreOrderedByFallingName)
-{
-    Shader first(GL_VERTEX_SHADER, kVertex, nullptr);
-    Shader second(GL_VERTEX_SHADER, kVertex, nullptr);
-    ASSERT_TRUE(first.compile() && second.compile());
-    EXPECT_EQ(first.shaderID() > second.shaderID(), shaderProgramIdGreaterThan(&first, &second));
-    EXPECT_NE(shaderProgramIdGreaterThan(&first, &second), shaderProgramIdGreaterThan(&second, &first));
-    EXPECT_FALSE(shaderProgramIdGreaterThan(&first, &first));
 }
