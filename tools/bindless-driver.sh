@@ -33,6 +33,7 @@ Dir::State::lists "$work/lists";
 Dir::Cache "$work/apt";
 Dir::Cache::archives "$work/archives";
 Acquire::Languages "none";
+Acquire::Retries "3";
 APT::Sandbox::User "$(id -un)";
 Debug::NoLocking "true";
 #clear APT::Update::Pre-Invoke;
@@ -95,7 +96,7 @@ tree=$cache/mesa-$release-backports
 
 if ! inspect; then
     fetch
-    inspect || die "the driver of $release-backports is not whole; it lacks:" ${missing:-its libraries}
+    inspect || die "the driver of $release-backports is not whole; it lacks:" "${missing:-its libraries}"
 fi
 # The manifest names the library without its folder, where the loader would take the system's.
 sed "s|\"library_path\": *\"[^\"]*\"|\"library_path\": \"$lib/libvulkan_lvp.so\"|" "$manifest" >"$tree/lvp.json"
