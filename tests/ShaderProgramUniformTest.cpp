@@ -71,39 +71,11 @@ struct StorageLoader : FakeLoader
 };
 
 /// Every call that sets a uniform, counted.
-struct UniformTaps
-{
-    size_t count() const
-    {
-        return i.count() + ui.count() + f.count() + f2.count() + f3.count() + f4.count() + fv.count()
-               + f2v.count() + f3v.count() + f4v.count() + iv.count() + i2v.count() + i3v.count()
-               + i4v.count() + uiv.count() + ui2v.count() + ui3v.count() + ui4v.count() + m2.count()
-               + m3.count() + m4.count() + m4x2.count();
-    }
-
-    Tap<&glUniform1i> i;
-    Tap<&glUniform1ui> ui;
-    Tap<&glUniform1f> f;
-    Tap<&glUniform2f> f2;
-    Tap<&glUniform3f> f3;
-    Tap<&glUniform4f> f4;
-    Tap<&glUniform1fv> fv;
-    Tap<&glUniform2fv> f2v;
-    Tap<&glUniform3fv> f3v;
-    Tap<&glUniform4fv> f4v;
-    Tap<&glUniform1iv> iv;
-    Tap<&glUniform2iv> i2v;
-    Tap<&glUniform3iv> i3v;
-    Tap<&glUniform4iv> i4v;
-    Tap<&glUniform1uiv> uiv;
-    Tap<&glUniform2uiv> ui2v;
-    Tap<&glUniform3uiv> ui3v;
-    Tap<&glUniform4uiv> ui4v;
-    Tap<&glUniformMatrix2fv> m2;
-    Tap<&glUniformMatrix3fv> m3;
-    Tap<&glUniformMatrix4fv> m4;
-    Tap<&glUniformMatrix4x2fv> m4x2;
-};
+using UniformTaps =
+    Taps<&glUniform1i, &glUniform1ui, &glUniform1f, &glUniform2f, &glUniform3f, &glUniform4f, &glUniform1fv,
+         &glUniform2fv, &glUniform3fv, &glUniform4fv, &glUniform1iv, &glUniform2iv, &glUniform3iv,
+         &glUniform4iv, &glUniform1uiv, &glUniform2uiv, &glUniform3uiv, &glUniform4uiv, &glUniformMatrix2fv,
+         &glUniformMatrix3fv, &glUniformMatrix4fv, &glUniformMatrix4x2fv, &glUniformBlockBinding>;
 
 class ShaderProgramUniformTest : public GLTest
 {
@@ -349,7 +321,7 @@ TEST_F(ShaderProgramUniformTest, NumbersAndListsGoToGLInOneCallEach)
     EXPECT_EQ(Floats{0}, held("u_Floats[2]", 1));
     EXPECT_TRUE(program.setUniform("u_Floats", QVector<float>{3, 4, 5}, 1));
     EXPECT_EQ(Floats{5}, held("u_Floats[2]", 1));
-    EXPECT_EQ(2u, taps.fv.count());
+    EXPECT_EQ(2u, taps.of<&glUniform1fv>().count());
     program.unbind();
 }
 
@@ -361,15 +333,15 @@ TEST_F(ShaderProgramUniformTest, TheCountOfTuplesIsTheSizeOfTheList)
     const int location = program.getUniformLocation("u_Vec3s");
     EXPECT_TRUE(program.setUniform(location, QVector<float>{9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9}, 3));
     EXPECT_TRUE(program.setUniform(location, QVector<float>{1, 2, 3, 4, 5, 6}, 3));
-    EXPECT_EQ(6, taps.f3v.last<1>());
+    EXPECT_EQ(6, taps.of<&glUniform3fv>().last<1>());
     EXPECT_EQ((Floats{4, 5, 6}), held("u_Vec3s[1]", 3));
     EXPECT_EQ((Floats{0, 0, 0}), held("u_Vec3s[3]", 3)) << "GL reads on; nothing foreign is there";
 
     EXPECT_TRUE(program.setUniform("u_IVec2s", QVector<int>{1, 2, 3, 4, 5, 6}, 2));
-    EXPECT_EQ(6, taps.i2v.last<1>());
+    EXPECT_EQ(6, taps.of<&glUniform2iv>().last<1>());
     EXPECT_EQ((Floats{5, 6}), held("u_IVec2s[2]", 2));
     EXPECT_TRUE(program.setUniform("u_UVec4s", QVector<unsigned int>{1, 2, 3, 4, 5, 6, 7, 8}, 4));
-    EXPECT_EQ(8, taps.ui4v.last<1>());
+    EXPECT_EQ(8, taps.of<&glUniform4uiv>().last<1>());
     EXPECT_EQ((Floats{5, 6, 7, 8}), held("u_UVec4s[1]", 4));
 
     const size_t calls = taps.count();
@@ -392,14 +364,14 @@ TEST_F(ShaderProgramUniformTest, EveryTupleSizeHasItsOwnCall)
         EXPECT_EQ(1u, tap.count()) << tupleSize;
         EXPECT_EQ(before + 1, taps.count()) << tupleSize;
     };
-    expectCall(taps.f2v, 1.0f, 2);
-    expectCall(taps.f4v, 1.0f, 4);
-    expectCall(taps.iv, 1, 1);
-    expectCall(taps.i3v, 1, 3);
-    expectCall(taps.i4v, 1, 4);
-    expectCall(taps.uiv, 1u, 1);
-    expectCall(taps.ui2v, 1u, 2);
-    expectCall(taps.ui3v, 1u, 3);
+    expectCall(taps.of<&glUniform2fv>(), 1.0f, 2);
+    expectCall(taps.of<&glUniform4fv>(), 1.0f, 4);
+    expectCall(taps.of<&glUniform1iv>(), 1, 1);
+    expectCall(taps.of<&glUniform3iv>(), 1, 3);
+    expectCall(taps.of<&glUniform4iv>(), 1, 4);
+    expectCall(taps.of<&glUniform1uiv>(), 1u, 1);
+    expectCall(taps.of<&glUniform2uiv>(), 1u, 2);
+    expectCall(taps.of<&glUniform3uiv>(), 1u, 3);
 }
 
 TEST_F(ShaderProgramUniformTest, TheSummaryAddsTheUniformsUpByType)

@@ -112,17 +112,13 @@ TEST_F(TexturePoolTest, ARecycledTextureIsTheOneAtTheHighestAddressAndCostsOneQu
     std::sort(textures.begin(), textures.end(), std::less<Texture *>());
 
     const Tap<&glGetIntegerv> queries;
-    const Tap<&glGenTextures> names;
-    const Tap<&glActiveTexture> units;
-    const Tap<&glBindTexture> binds;
-    const Tap<&glTexParameteri> parameters;
-    const Tap<&glTexImage2D> allocations;
+    const Taps<&glGenTextures, &glActiveTexture, &glBindTexture, &glTexParameteri, &glTexImage2D> others;
     for (size_t i = 4; i-- > 0;) {
         EXPECT_EQ(textures[i], _pool.take(RGBA, 16, 16, 1, 1));
     }
     EXPECT_EQ(4u, queries.count());
     EXPECT_EQ(unsigned(GL_MAX_SAMPLES), queries.last<0>());
-    EXPECT_EQ(0u, names.count() + units.count() + binds.count() + parameters.count() + allocations.count());
+    EXPECT_EQ(0u, others.count());
 
     for (Texture *texture : textures) {
         _pool.releaseRef(texture, 1);

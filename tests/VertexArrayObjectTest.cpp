@@ -16,20 +16,8 @@ const AssertionsOf asserted("VertexArrayObject.cpp");
 const float kNineFloats[9] = {};
 
 /// The calls that specify or clear an attribute slot.
-struct SlotTaps
-{
-    size_t count() const
-    {
-        return enables.count() + disables.count() + pointers.count() + integerPointers.count()
-               + binds.count();
-    }
-
-    Tap<&glEnableVertexAttribArray> enables;
-    Tap<&glDisableVertexAttribArray> disables;
-    Tap<&glVertexAttribPointer> pointers;
-    Tap<&glVertexAttribIPointer> integerPointers;
-    Tap<&glBindBuffer> binds;
-};
+using SlotTaps = Taps<&glEnableVertexAttribArray, &glDisableVertexAttribArray, &glVertexAttribPointer,
+                      &glVertexAttribIPointer, &glBindBuffer>;
 
 using VertexArrayObjectTest = GLTest;
 
@@ -183,15 +171,15 @@ TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalized)
     EXPECT_TRUE(vao.enableArray("position", 0));
     EXPECT_EQ(
         std::make_tuple(0u, 3, GLenum(GL_FLOAT), GLboolean(GL_FALSE), 0, static_cast<const void *>(nullptr)),
-        taps.pointers.calls().back());
+        taps.of<&glVertexAttribPointer>().calls().back());
     EXPECT_TRUE(vao.enableArray("color", 1));
     EXPECT_EQ(std::make_tuple(1u, 4, GLenum(GL_UNSIGNED_BYTE), GLboolean(GL_TRUE), 12,
                               reinterpret_cast<const void *>(8)),
-              taps.pointers.calls().back());
+              taps.of<&glVertexAttribPointer>().calls().back());
     EXPECT_TRUE(vao.enableArray("index", 2));
     EXPECT_EQ(std::make_tuple(2u, 2, GLenum(GL_UNSIGNED_SHORT), 12, reinterpret_cast<const void *>(4)),
-              taps.integerPointers.calls().back());
-    EXPECT_EQ(2u, taps.pointers.count());
+              taps.of<&glVertexAttribIPointer>().calls().back());
+    EXPECT_EQ(2u, taps.of<&glVertexAttribPointer>().count());
 }
 
 TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
@@ -214,7 +202,7 @@ TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
     EXPECT_TRUE(vao.enableShaderProgramArrays(nullptr));
     EXPECT_EQ(0u, taps.count());
     EXPECT_TRUE(vao.enableShaderProgramArrays(two.get()));
-    EXPECT_EQ(2u, taps.pointers.count());
+    EXPECT_EQ(2u, taps.of<&glVertexAttribPointer>().count());
     const size_t callsOfOneSlot = taps.count() / 2;
     EXPECT_TRUE(vao.enableShaderProgramArrays(two.get()));
     EXPECT_EQ(2 * callsOfOneSlot, taps.count());
@@ -224,7 +212,7 @@ TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
     vao.registerBO("a", buffer, 3, GL_FLOAT);
     EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
     EXPECT_EQ(4 * callsOfOneSlot, taps.count()) << "a newly registered buffer is specified again";
-    EXPECT_EQ(0u, std::get<0>(taps.pointers.calls().back()));
+    EXPECT_EQ(0u, std::get<0>(taps.of<&glVertexAttribPointer>().calls().back()));
     EXPECT_TRUE(vao.enableArray("c", 0));
     EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
     EXPECT_EQ(6 * callsOfOneSlot, taps.count()) << "a slot that was given to another name comes back";
@@ -241,16 +229,16 @@ TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfIts
     const AutoBinder binder(&vao);
     ASSERT_TRUE(vao.enableArray("known", 1));
     SlotTaps taps;
-    Tap<&glVertexAttrib1f> ones;
-    Tap<&glVertexAttrib2f> twos;
-    Tap<&glVertexAttrib3f> threes;
-    Tap<&glVertexAttrib4f> fours;
+    const Tap<&glVertexAttrib1f> ones;
+    const Tap<&glVertexAttrib2f> twos;
+    const Tap<&glVertexAttrib3f> threes;
+    const Tap<&glVertexAttrib4f> fours;
     EXPECT_TRUE(vao.enableArray("unknown", 1));
-    EXPECT_EQ(1u, taps.disables.last<0>());
+    EXPECT_EQ(1u, taps.of<&glDisableVertexAttribArray>().last<0>());
     EXPECT_EQ(std::make_tuple(1u, 0.0f, 0.0f, 0.0f, 0.0f), fours.calls().back())
         << "the slot had three components";
     EXPECT_TRUE(vao.enableArray("known", 1));
-    EXPECT_EQ(1u, taps.pointers.count());
+    EXPECT_EQ(1u, taps.of<&glVertexAttribPointer>().count());
 
     Tap<&glGetVertexAttribiv> sizes;
     for (GLint size = 0; size <= 4; ++size) {
@@ -263,10 +251,10 @@ TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfIts
 
     const auto program =
         makeProgram("#version 150\nin vec4 unknown;\nvoid main() { gl_Position = unknown; }\n");
-    taps.disables.clear();
+    taps.of<&glDisableVertexAttribArray>().clear();
     EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
     EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
-    EXPECT_EQ(2u, taps.disables.count()) << "each time anew";
+    EXPECT_EQ(2u, taps.of<&glDisableVertexAttribArray>().count()) << "each time anew";
 }
 
 TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)

@@ -90,3 +90,18 @@ protected:
 private:
     std::vector<Call> _calls;
 };
+
+/// A tap on each of several entry points, counted together: `Taps<&glBindBuffer, &glBufferData> taps; ...
+/// EXPECT_EQ(1u, taps.of<&glBufferData>().count());`.
+template <auto... Slots> class Taps
+{
+public:
+    template <auto Slot> Tap<Slot> &of() { return std::get<Tap<Slot>>(_taps); }
+
+    template <auto Slot> const Tap<Slot> &of() const { return std::get<Tap<Slot>>(_taps); }
+
+    size_t count() const { return (of<Slots>().count() + ...); }
+
+private:
+    std::tuple<Tap<Slots>...> _taps;
+};
