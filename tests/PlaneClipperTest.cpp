@@ -128,39 +128,25 @@ public:
         return Plane(normal.isNull() ? QVector3D(1, 0, 0) : normal, number(-reach, reach));
     }
 
-    /// A convex volume of 4 to 10 faces around the origin: two rings, the upper of any width down to a point, under an
-    /// affine map.
+    /// A box under an affine map, wider or narrower at its top.
     ClipperVolume volume()
     {
-        const int corners = integer(3, 8);
-        const float width = integer(0, 2) == 0 ? 0.0f : number(0.3f, 1.2f);
+        const float width = number(0.1f, 1.3f);
         QMatrix4x4 map;
         map.translate(point(0.5f));
         map.rotate(number(0, 360), point(1));
         map.scale(number(0.4f, 1.5f), number(0.4f, 1.5f), number(0.4f, 1.5f));
-        Loop lower;
-        Loop upper;
-        for (int i = 0; i < corners; ++i) {
-            const float angle = 2 * float(M_PI) * float(i) / float(corners);
-            lower += map * QVector3D(std::cos(angle), std::sin(angle), -0.7f);
-            upper += map * QVector3D(std::cos(angle) * width, std::sin(angle) * width, 0.7f);
+        Loop corners = Bounds({-0.7f, -0.7f, -0.7f}, {0.7f, 0.7f, 0.7f}).corners();
+        for (QVector3D &corner : corners) {
+            const float scale = corner.z() > 0 ? width : 1;
+            corner = map * (corner * QVector3D(scale, scale, 1));
         }
         ClipperVolume result;
-        for (int i = 0; i < corners; ++i) {
-            const int next = (i + 1) % corners;
-            if (width == 0.0f) {
-                result.addLoopPlane(lower[i], lower[next], upper[0]);
-            } else {
-                result.addLoopPlane(lower[i], lower[next], upper[next], upper[i]);
-            }
+        result.planes = planesOfCorners(corners);
+        result.loops = PlaneClipper::getFrustrumLoops(corners);
+        for (Loop &loop : result.loops) { // these go around clockwise
+            std::reverse(loop.begin(), loop.end());
         }
-        if (width != 0.0f) {
-            result.planes += Plane(upper[0], upper[1], upper[2]);
-            result.loops += upper;
-        }
-        result.planes += Plane(lower[2], lower[1], lower[0]);
-        std::reverse(lower.begin(), lower.end());
-        result.loops += lower;
         return result;
     }
 
