@@ -13,6 +13,8 @@ namespace Orvane { namespace Zel {
 ///          -z axis, a directional light shines along its +z axis, a point light's
 ///          first face looks along its -z axis. Angles in radians.
 /// Context: none.
+/// Errors:  none; any value is kept.
+/// Source:  none; a plain record that a QVariant can carry as QObject*.
 class ZELGL_EXPORT ShadowMapLight : public QObject
 {
     Q_OBJECT

@@ -6,6 +6,7 @@
 #include "ShadowMapManagerCulling.h"
 #include "Texture.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -19,7 +20,6 @@ using Light = ShadowMapManager::Light;
 using RenderData = ShadowMapManager::RenderData;
 using ProjectorInfo = RenderData::ProjectorInfo;
 
-constexpr float kBlur = 0.0005f;
 constexpr float kNear = 0.1f;
 constexpr float kFar = 100.0f;
 // A degree more than a right angle: neighbouring faces overlap, and the shader takes the least of them.
@@ -77,7 +77,7 @@ private:
         ZEL_ASSERT((projectorInfo.index + projectorInfo.count) == projectorIndex,
                    "projection Info (%d,%d) and projectorIndex %d are out of sync", projectorInfo.index,
                    projectorInfo.count, projectorIndex);
-        _changed = _renderData.setTransform(_projectorIndex, matrix, kBlur) || _changed;
+        _changed = _renderData.setTransform(_projectorIndex, matrix, RenderData::BlurInfo().blur) || _changed;
         ++projectorInfo.count;
         ++_projectorIndex;
     }

@@ -28,7 +28,11 @@ class ShaderProgram;
 ///          end of the table is not shadowed, or in part.
 /// Context: bind() and unbind() alone.
 /// Errors:  told at critical level; nothing stops.
-/// Ownership: lights and RenderData are the host's, handed over as QObject* in a QVariant.
+/// Source:  Williams, Casting Curved Shadows on Curved Surfaces, 1978; Donnelly and
+///          Lauritzen, Variance Shadow Maps, 2006.
+///
+/// Lights and RenderData are the host's, handed over as QObject* in a QVariant. How it
+/// draws the layers stands in docs/shadows.md.
 class ZELGL_EXPORT ShadowMapManager
 {
 public:

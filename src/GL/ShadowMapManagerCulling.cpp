@@ -9,7 +9,8 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-constexpr float kBlur = 0.0005f;
+using RenderData = ShadowMapManager::RenderData;
+
 constexpr float kMargin = 0.99f; ///< against bleeding at the edges of a map
 constexpr float kLeastDepth = 1e-5f;
 constexpr float kFaceAngle = 91.0f;
@@ -127,6 +128,19 @@ ClipperVolume lightPyramid(const QMatrix4x4 &lightMatrix, float depth, float hal
     return pyramid;
 }
 
+bool isFull(const RenderData &renderData, const RenderData::ProjectorInfo &info)
+{
+    return info.index + info.count >= renderData.transforms.size();
+}
+
+void addProjection(RenderData &renderData, RenderData::ProjectorInfo &info, const QMatrix4x4 &matrix,
+                   bool &changed)
+{
+    changed =
+        renderData.setTransform(info.index + info.count, matrix, RenderData::BlurInfo().blur) || changed;
+    ++info.count;
+}
+
 } // namespace
 
 void ShadowMapManagerCulling::setupCameras(const QMatrix4x4 *view, const QMatrix4x4 *projection)
@@ -210,6 +224,10 @@ ShadowMapManagerCulling::getSceneCameraFrustrumPointsCSM(int level, ProcessCSMDa
     if (!data.enabled) {
         return _visibleScenePoints;
     }
+    data.points.clear();
+    if (isSceneOutOfView()) {
+        return data.points;
+    }
     const QVector<Plane> planes = slicePlanes(level, data);
     data.points =
         data.sceneBounds.frustrumClipped(planes, PlaneClipper::getFrustrumPoints(planes), extraPlanes);
@@ -222,6 +240,9 @@ const QVector<QVector3D> &ShadowMapManagerCulling::getSceneCameraFrustrumLightFr
 {
     data.points.clear();
     unclippedPoints.clear();
+    if (isSceneOutOfView()) {
+        return data.points;
+    }
 
     const QVector3D apex = lightMatrix.map(QVector3D());
     const Plane lightPlane(-lightMatrix.column(2).toVector3D().normalized(), apex);
@@ -266,21 +287,22 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
     const float volumeEnd = Bounds(volume).boxLowerBounds().z();
 
     for (int level = 0; level < data.levels; ++level) {
+        if (isFull(renderData, info)) {
+            break;
+        }
         const QVector<QVector3D> &points = getSceneCameraFrustrumPointsCSM(level, data, {});
         if (points.isEmpty()) {
             continue;
-        }
-        if (info.index + info.count >= renderData.transforms.size()) {
-            break; // the table is full
         }
         const Bounds slice(mapped(points, toLight));
         const QVector3D lo = slice.boxLowerBounds();
         const QVector3D hi = slice.boxUpperBounds();
         // Everything from the slice toward the light, which stands at the low end: occluders there count although
-        // nobody sees them. The box ends behind the volume; one that ends at infinity would lose all digits.
-        const Bounds towardLight(QVector3D(lo.x(), lo.y(), std::min(volumeEnd, lo.z()) - 1.0f), hi);
-        const float depthEnd =
-            Bounds(towardLight.frustrumClipped(volumePlanes, volume, {})).boxLowerBounds().z();
+        // nobody sees them. The box ends with the volume; one that ends at infinity would lose all digits.
+        const Bounds towardLight(QVector3D(lo.x(), lo.y(), std::min(volumeEnd, lo.z())), hi);
+        const Bounds depths(towardLight.frustrumClipped(volumePlanes, volume, {}));
+        // The slice is part of it, even where rounding leaves nothing of a flat one.
+        const float depthEnd = std::min(depths.boxLowerBounds().z(), lo.z());
 
         QMatrix4x4 fit;
         if (!mirrored) {
@@ -290,8 +312,7 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
         fit.translate(-0.5f * (hi.x() + lo.x()), -0.5f * (hi.y() + lo.y()), 0.0f);
         fit.scale(kMargin, kMargin, 1.0f / (hi.z() - depthEnd));
         fit.translate(0.0f, 0.0f, -depthEnd);
-        changed = renderData.setTransform(info.index + info.count, fit * toLight, kBlur) || changed;
-        ++info.count;
+        addProjection(renderData, info, fit * toLight, changed);
     }
     return true;
 }
@@ -311,17 +332,22 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
         const QMatrix4x4 face = light->transform() * faceRotation(number);
         const QMatrix4x4 faceInverse = face.inverted();
         for (int level = 0; level < data.levels; ++level) {
-            if (info.index + info.count >= renderData.transforms.size()) {
-                return true; // the table is full
+            if (isFull(renderData, info)) {
+                return true;
             }
             QMatrix4x4 projection;
             if (fitFace(level, halfAngle, data, face, faceInverse, projection)) {
-                changed = renderData.setTransform(info.index + info.count, projection, kBlur) || changed;
-                ++info.count;
+                addProjection(renderData, info, projection, changed);
             }
         }
     }
     return true;
+}
+
+/// Of a scene beyond the far plane or behind the eye the ends of cascades are not where it is.
+bool ShadowMapManagerCulling::isSceneOutOfView() const
+{
+    return _valid && _visibleScenePoints.isEmpty();
 }
 
 /// The camera's planes, with near and far moved to the ends of a cascade. Near
@@ -372,9 +398,10 @@ bool ShadowMapManagerCulling::fitFace(int level, float halfAngle, ProcessCSMData
     float loY = 1.0f;
     float hiX = -1.0f;
     float hiY = -1.0f;
+    const QVector3D apex = face.map(QVector3D());
     for (const QVector3D &point : points) {
         const QVector4D clip = toClip * QVector4D(point, 1.0f);
-        if (clip.w() > 0.0f) {
+        if (clip.w() > 0.0f && point != apex) { // at the apex w is 0, but for rounding
             loX = std::min(loX, clip.x() / clip.w());
             loY = std::min(loY, clip.y() / clip.w());
             hiX = std::max(hiX, clip.x() / clip.w());

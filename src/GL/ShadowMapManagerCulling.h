@@ -63,6 +63,7 @@ public:
                            const ShadowMapManager::Light *light, bool &changed) const;
 
 private:
+    bool isSceneOutOfView() const;
     QVector<Plane> slicePlanes(int level, const ProcessCSMData &data) const;
     bool fitFace(int level, float halfAngle, ProcessCSMData &data, const QMatrix4x4 &face,
                  const QMatrix4x4 &faceInverse, QMatrix4x4 &result) const;

@@ -21,6 +21,8 @@ class Texture;
 /// Units:   transforms map the world to x and y from -1 to 1 and to a depth from
 ///          0 to 1 in z: the layer holds that z itself, not half of it.
 /// Context: none.
+/// Errors:  none; a projection beyond the end of the table is refused.
+/// Source:  none; a plain record that a QVariant can carry as QObject*.
 class ZELGL_EXPORT ShadowMapRenderData : public QObject
 {
     Q_OBJECT

@@ -1,0 +1,919 @@
+// How the projections of lights are fitted: to all that the camera sees, to nothing else, in the stated order.
+
+#include "support/MessageCapture.h"
+#include "support/Vec.h"
+
+#include <ZelGL/ShadowMapManagerCulling.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <random>
+#include <vector>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using Light = ShadowMapManager::Light;
+using RenderData = ShadowMapManager::RenderData;
+using Culling = ShadowMapManagerCulling;
+using Box = QPair<QVector3D, QVector3D>;
+
+constexpr float kPi = 3.14159265f;
+
+// The judge knows volumes as half-spaces, in double precision, and finds their corners by trying all triples: nothing of
+// it goes the clipper's ways. A volume is convex, and so is its picture: what holds for the corners holds for all of it.
+
+/// Inside is where dot(normal, p) is at most the distance; the normal has length 1.
+struct HalfSpace
+{
+    HalfSpace(const Vec &n, double d)
+        : normal((1 / length(n)) * n)
+        , distance(d / length(n))
+    {
+    }
+
+    Vec normal;
+    double distance;
+};
+
+using Region = std::vector<HalfSpace>;
+
+Region operator+(Region a, const Region &b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+double farthestOutside(const Region &region, const Vec &point)
+{
+    double worst = -HUGE_VAL;
+    for (const HalfSpace &side : region) {
+        worst = std::max(worst, dot(side.normal, point) - side.distance);
+    }
+    return worst;
+}
+
+/// The corners of the region after every side moved outward by \a slack.
+std::vector<Vec> cornersOf(const Region &region, double slack = 0)
+{
+    std::vector<Vec> corners;
+    for (size_t i = 0; i < region.size(); ++i) {
+        for (size_t j = i + 1; j < region.size(); ++j) {
+            const Vec ij = cross(region[i].normal, region[j].normal);
+            for (size_t k = j + 1; k < region.size(); ++k) {
+                const double determinant = dot(ij, region[k].normal);
+                if (std::abs(determinant) < 1e-9) {
+                    continue;
+                }
+                const Vec corner =
+                    (1 / determinant)
+                    * ((region[i].distance + slack) * cross(region[j].normal, region[k].normal)
+                       + (region[j].distance + slack) * cross(region[k].normal, region[i].normal)
+                       + (region[k].distance + slack) * ij);
+                if (farthestOutside(region, corner) < slack + 1e-7) {
+                    corners.push_back(corner);
+                }
+            }
+        }
+    }
+    return corners;
+}
+
+enum class Filling { eEmpty, eSliver, eSolid };
+
+/// Slivers are what single precision may lose.
+Filling fillingOf(const Region &region, const std::vector<Vec> &corners, double sliver)
+{
+    if (corners.empty()) {
+        return cornersOf(region, sliver).empty() ? Filling::eEmpty : Filling::eSliver;
+    }
+    Vec centre(0, 0, 0);
+    for (const Vec &corner : corners) {
+        centre = centre + corner;
+    }
+    centre = (1.0 / double(corners.size())) * centre;
+    return farthestOutside(region, centre) < -sliver ? Filling::eSolid : Filling::eSliver;
+}
+
+/// The place of a point in a projection, and its w.
+struct Projected
+{
+    double x, y, z, w;
+};
+
+Projected project(const RenderData::Transform &transform, const Vec &point)
+{
+    const auto row = [&](size_t i) {
+        const auto &m = transform.values;
+        return double(m[i]) * point.x + double(m[4 + i]) * point.y + double(m[8 + i]) * point.z
+               + double(m[12 + i]);
+    };
+    const double w = row(3);
+    return {row(0) / w, row(1) / w, row(2) / w, w};
+}
+
+struct Range
+{
+    double lower = HUGE_VAL;
+    double upper = -HUGE_VAL;
+
+    void widen(double value)
+    {
+        lower = std::min(lower, value);
+        upper = std::max(upper, value);
+    }
+    double size() const { return upper - lower; }
+    double middle() const { return (upper + lower) / 2; }
+};
+
+struct Ranges
+{
+    Range x, y, z;
+};
+
+template <typename Place> Ranges rangesOf(const std::vector<Vec> &points, Place place)
+{
+    Ranges ranges;
+    for (const Vec &point : points) {
+        const auto at = place(point);
+        ranges.x.widen(at.x);
+        ranges.y.widen(at.y);
+        ranges.z.widen(at.z);
+    }
+    return ranges;
+}
+
+Vec column(const QMatrix4x4 &matrix, int i)
+{
+    return matrix.column(i).toVector3D();
+}
+
+/// The coordinates of the world in a light's system: its axes may have any length and handedness.
+class LightSpace
+{
+public:
+    explicit LightSpace(const QMatrix4x4 &transform)
+        : _origin(column(transform, 3))
+        , _toX(dual(column(transform, 1), column(transform, 2), column(transform, 0)))
+        , _toY(dual(column(transform, 2), column(transform, 0), column(transform, 1)))
+        , _toZ(dual(column(transform, 0), column(transform, 1), column(transform, 2)))
+    {
+    }
+
+    Vec operator()(const Vec &point) const
+    {
+        const Vec from = point - _origin;
+        return {dot(_toX, from), dot(_toY, from), dot(_toZ, from)};
+    }
+
+    /// Where the coordinate along an axis is at most, or at least, the limit.
+    HalfSpace atMost(int axis, double limit) const
+    {
+        return {toAxis(axis), limit + dot(toAxis(axis), _origin)};
+    }
+    HalfSpace atLeast(int axis, double limit) const
+    {
+        return {-1.0 * toAxis(axis), -limit - dot(toAxis(axis), _origin)};
+    }
+
+private:
+    static Vec dual(const Vec &a, const Vec &b, const Vec &c)
+    {
+        return (1 / dot(cross(a, b), c)) * cross(a, b);
+    }
+    const Vec &toAxis(int axis) const { return axis == 0 ? _toX : axis == 1 ? _toY : _toZ; }
+
+    Vec _origin;
+    Vec _toX, _toY, _toZ;
+};
+
+Region regionOf(const Box &box)
+{
+    const Vec lower = box.first;
+    const Vec upper = box.second;
+    return {{{-1, 0, 0}, -lower.x}, {{0, -1, 0}, -lower.y}, {{0, 0, -1}, -lower.z},
+            {{1, 0, 0}, upper.x},   {{0, 1, 0}, upper.y},   {{0, 0, 1}, upper.z}};
+}
+
+/// View, projection, and the frustum as the clip volume of both (Gribb and Hartmann, 2001): first the side of the eye,
+/// then the far one.
+struct Camera
+{
+    QMatrix4x4 view;
+    QMatrix4x4 projection;
+
+    Region region() const
+    {
+        double m[4][4]; // row, column
+        for (int r = 0; r < 4; ++r) {
+            for (int c = 0; c < 4; ++c) {
+                m[r][c] = 0;
+                for (int k = 0; k < 4; ++k) {
+                    m[r][c] += double(projection(r, k)) * double(view(k, c));
+                }
+            }
+        }
+        Region result;
+        for (const int row : {2, 0, 1}) {
+            for (const double sign : {1.0, -1.0}) { // w + sign * row >= 0
+                result.push_back(
+                    {{-m[3][0] - sign * m[row][0], -m[3][1] - sign * m[row][1], -m[3][2] - sign * m[row][2]},
+                     m[3][3] + sign * m[row][3]});
+            }
+        }
+        return result;
+    }
+};
+
+/// One trial: what there is, drawn by lot.
+class Trial
+{
+public:
+    explicit Trial(unsigned int seed)
+        : _random(seed)
+    {
+        const QVector3D middle = 20 * direction();
+        const QVector3D half(size(), size(), size());
+        scene = Box(middle - half, middle + half);
+        reach = half.length();
+        const QVector3D eye = middle + number(0.1f, 2.5f) * reach * direction();
+        camera.view.lookAt(eye, inScene(), direction());
+        const float farthest = number(1, 4) * reach;
+        if (oneIn(4)) {
+            camera.projection.ortho(-reach, number(0, 1) * reach, -reach / 2, number(0, 1) * reach,
+                                    0.01f * reach, farthest);
+        } else {
+            camera.projection.perspective(number(25, 100), number(0.6f, 2), number(0.01f, 0.1f) * reach,
+                                          farthest);
+        }
+        if (oneIn(8)) {
+            camera.view.scale(1, 1, -1); // the world in a mirror
+        }
+    }
+
+    float number(float low, float high) { return std::uniform_real_distribution<float>(low, high)(_random); }
+    bool oneIn(unsigned int count) { return _random() % count == 0; }
+    QVector3D direction()
+    {
+        const float z = number(-1, 1);
+        const float angle = number(0, 2 * kPi);
+        return {std::sqrt(1 - z * z) * std::cos(angle), std::sqrt(1 - z * z) * std::sin(angle), z};
+    }
+    QVector3D inScene()
+    {
+        const QVector3D part(number(0, 1), number(0, 1), number(0, 1));
+        return scene.first + part * (scene.second - scene.first);
+    }
+
+    /// Of any length of the axes, or the same for all; one in three mirrored.
+    QMatrix4x4 lightTransform(const QVector3D &origin, bool even)
+    {
+        QMatrix4x4 transform;
+        transform.translate(origin);
+        transform.rotate(number(0, 360), direction());
+        const float size = number(0.5f, 2);
+        const auto axis = [&] { return even ? size : number(0.5f, 2); };
+        transform.scale(axis(), axis(), oneIn(3) ? -axis() : axis());
+        return transform;
+    }
+
+    /// A point of the volume of which these are corners.
+    Vec within(const std::vector<Vec> &corners)
+    {
+        Vec sum(0, 0, 0);
+        double weights = 0;
+        for (const Vec &corner : corners) {
+            const double weight = -std::log(double(number(1e-6f, 1)));
+            sum = sum + weight * corner;
+            weights += weight;
+        }
+        return (1 / weights) * sum;
+    }
+
+    Box scene;
+    float reach; ///< half of the scene's diagonal
+    Camera camera;
+
+private:
+    float size() { return 10 * std::pow(0.05f, number(0, 1)); }
+
+    std::mt19937 _random;
+};
+
+/// From where to where the camera sees something of the scene's depth, behind its near plane.
+Range seenDepthsOf(const Trial &trial)
+{
+    const Region frustum = trial.camera.region();
+    const HalfSpace &nearSide = frustum[0];
+    Range depths;
+    for (const QVector3D &corner : Bounds(trial.scene.first, trial.scene.second).corners()) {
+        depths.widen(nearSide.distance - dot(nearSide.normal, corner));
+    }
+    depths.lower = std::max(depths.lower, 0.0);
+    depths.upper = std::min(depths.upper, nearSide.distance + frustum[1].distance);
+    return depths;
+}
+
+/// The sides that a cascade adds: quadratic splits of these depths.
+Region sliceOf(const Trial &trial, int level, int levels)
+{
+    const HalfSpace nearSide = trial.camera.region()[0];
+    const Range depths = seenDepthsOf(trial);
+    const auto depthOf = [&](int split) {
+        return depths.lower + depths.size() * split * split / (levels * levels);
+    };
+    return {{nearSide.normal, nearSide.distance - depthOf(level)},
+            {-1.0 * nearSide.normal, depthOf(level + 1) - nearSide.distance}};
+}
+
+QVariant listOf(const std::vector<Light *> &lights)
+{
+    QVariantList list;
+    for (Light *light : lights) {
+        list.append(QVariant::fromValue<QObject *>(light));
+    }
+    return list;
+}
+
+void process(const Trial &trial, bool withCamera, Light &light, RenderData &data)
+{
+    ShadowMapManager::processLights(listOf({&light}), data, withCamera ? &trial.camera.view : nullptr,
+                                    withCamera ? &trial.camera.projection : nullptr, &trial.scene);
+    ASSERT_EQ(data.transformCount, data.projectorInfos[0].count);
+    ASSERT_EQ(0, data.projectorInfos[0].index);
+}
+
+double median(std::vector<double> values)
+{
+    EXPECT_FALSE(values.empty());
+    std::nth_element(values.begin(), values.begin() + std::ptrdiff_t(values.size() / 2), values.end());
+    return values[values.size() / 2];
+}
+
+/// The part of the map, a square of side 2, under the points' convex hull (Andrew's monotone chain, 1979).
+double areaUsed(const std::vector<Vec> &corners, const RenderData::Transform &transform)
+{
+    std::vector<std::pair<double, double>> points;
+    for (const Vec &corner : corners) {
+        const Projected at = project(transform, corner);
+        points.emplace_back(at.x, at.y);
+    }
+    std::sort(points.begin(), points.end());
+    double twice = 0;
+    for (const bool upper : {false, true}) {
+        std::vector<std::pair<double, double>> chain;
+        for (const auto &p : points) {
+            const auto turnsIn = [&] {
+                const auto &a = chain[chain.size() - 2];
+                const auto &b = chain.back();
+                const double turn =
+                    (b.first - a.first) * (p.second - a.second) - (b.second - a.second) * (p.first - a.first);
+                return upper ? turn >= 0 : turn <= 0;
+            };
+            while (chain.size() > 1 && turnsIn()) {
+                chain.pop_back();
+            }
+            chain.push_back(p);
+        }
+        for (size_t i = 1; i < chain.size(); ++i) {
+            const double strip = chain[i - 1].first * chain[i].second - chain[i].first * chain[i - 1].second;
+            twice += upper ? -strip : strip;
+        }
+    }
+    return twice / 2 / 4;
+}
+
+bool isInside(const Projected &at)
+{
+    return std::abs(at.x) <= 1 && std::abs(at.y) <= 1 && at.z >= 0 && at.z <= 1;
+}
+
+constexpr double kTolerance = 2e-3; ///< of coordinates in a map: half a texel of 256
+
+class ShadowMapManagerCullingTest : public MessageTest
+{
+protected:
+    void recordPercent(const char *what, double part)
+    {
+        RecordProperty(what, QString::number(100 * part, 'f', 1).toStdString());
+    }
+};
+
+} // namespace
+
+TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatStandsBeforeItAndNoMore)
+{
+    int slices = 0;
+    int empty = 0;
+    std::vector<double> used;
+    std::vector<double> usedOfFallback;
+    std::vector<double> insideFallback;
+    for (unsigned int seed = 0; seed < 400; ++seed) {
+        SCOPED_TRACE(seed);
+        Trial trial(seed);
+        const bool withCamera = !trial.oneIn(10);
+        const bool isSplit =
+            withCamera && seenDepthsOf(trial).size() > 0; // else cascades begin and end nowhere
+        const int levels = isSplit ? std::max(1, int(seed % 6)) : 1;
+        Light light;
+        light.setType(Light::eDirectional);
+        light.setCSMLevels(levels);
+        light.setTransform(trial.lightTransform(trial.inScene(), false));
+        const LightSpace toLight(light.transform());
+        RenderData data;
+        process(trial, withCamera, light, data);
+        RenderData fallback;
+        ShadowMapManager::processLights(listOf({&light}), fallback);
+
+        const Region scene = regionOf(trial.scene);
+        const Region seen = withCamera ? scene + trial.camera.region() : scene;
+        int projector = 0;
+        bool known = true;
+        for (int level = 0; level < levels && known; ++level) {
+            const Region region = levels > 1 ? seen + sliceOf(trial, level, levels) : seen;
+            const std::vector<Vec> corners = cornersOf(region);
+            const Filling filling = fillingOf(region, corners, 2e-3 * double(trial.reach));
+            known = filling != Filling::eSliver;
+            if (filling != Filling::eSolid) {
+                empty += filling == Filling::eEmpty ? 1 : 0;
+                continue;
+            }
+            ++slices;
+            ASSERT_LT(projector, data.transformCount);
+            const RenderData::Transform &transform = data.transforms[projector++];
+            const Ranges slice = rangesOf(corners, toLight);
+            const Ranges map = rangesOf(corners, [&](const Vec &p) { return project(transform, p); });
+
+            // The slice has the size of the map, but for the margin.
+            EXPECT_NEAR(1.98, map.x.size(), kTolerance);
+            EXPECT_NEAR(1.98, map.y.size(), kTolerance);
+            // It lies inside, as far as the light's origin lies within its width; otherwise the side next to the origin
+            // leaves the map by a hundredth of the distance.
+            const auto beyond = [](const Range &range) {
+                return std::max({0.0, range.lower, -range.upper}) / range.size();
+            };
+            const auto reachOf = [](const Range &range) { return std::max(range.upper, -range.lower); };
+            EXPECT_LT(reachOf(map.x), 1 + 0.02 * beyond(slice.x) + kTolerance);
+            EXPECT_LT(reachOf(map.y), 1 + 0.02 * beyond(slice.y) + kTolerance);
+
+            // Depth runs from the first of the scene in the way of the light to the last that is seen.
+            Region inTheWay = scene;
+            inTheWay.push_back(toLight.atMost(2, slice.z.upper));
+            for (const int axis : {0, 1}) {
+                const Range &width = axis == 0 ? slice.x : slice.y;
+                inTheWay.push_back(toLight.atMost(axis, width.upper));
+                inTheWay.push_back(toLight.atLeast(axis, width.lower));
+            }
+            const Ranges occluders =
+                rangesOf(cornersOf(inTheWay), [&](const Vec &p) { return project(transform, p); });
+            EXPECT_NEAR(1, map.z.upper, kTolerance);
+            EXPECT_NEAR(0, occluders.z.lower, kTolerance);
+            EXPECT_GT(map.z.lower, -kTolerance);
+
+            used.push_back(areaUsed(corners, transform));
+            int inside = 0;
+            for (int i = 0; i < 100; ++i) {
+                inside += isInside(project(fallback.transforms[0], trial.within(corners))) ? 1 : 0;
+            }
+            insideFallback.push_back(inside / 100.0);
+            if (inside == 100) {
+                usedOfFallback.push_back(areaUsed(corners, fallback.transforms[0]));
+            }
+        }
+        if (known) {
+            EXPECT_EQ(projector, data.transformCount);
+        }
+        if (HasFailure()) {
+            return;
+        }
+    }
+    EXPECT_GT(slices, 500);
+    EXPECT_GT(empty, 5);
+    EXPECT_GT(median(used), 0.5);
+    EXPECT_GT(median(used), 4 * median(usedOfFallback));
+    recordPercent("medianMapAreaUsed", median(used));
+    recordPercent("medianMapAreaUsedOfFallbackThatHoldsAll", median(usedOfFallback));
+    recordPercent("fallbackHoldsAll", double(usedOfFallback.size()) / slices);
+    recordPercent("medianSeenInsideFallback", median(insideFallback));
+}
+
+TEST_F(ShadowMapManagerCullingTest, TheSideNextToADistantOriginIsLostByAHundredthOfTheDistance)
+{
+    const Box scene({-1, -1, -1}, {1, 1, 1});
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> anywhere(-1, 1);
+    for (const double widths : {0.0, 1.0, 5.0, 20.0}) { // from the scene's side to the origin
+        Light light;
+        light.setType(Light::eDirectional);
+        QMatrix4x4 transform;
+        transform.translate(float(1 + 2 * widths), 0, 0);
+        light.setTransform(transform);
+        RenderData data;
+        ASSERT_TRUE(ShadowMapManager::processLights(listOf({&light}), data, nullptr, nullptr, &scene));
+        int lost = 0;
+        for (int i = 0; i < 10000; ++i) {
+            const Vec point(anywhere(random), anywhere(random), anywhere(random));
+            lost += isInside(project(data.transforms[0], point)) ? 0 : 1;
+        }
+        EXPECT_NEAR(widths < 1 ? 0 : widths / 99 - 0.005, lost / 1e4, 0.01)
+            << widths; // less half of the margin
+        recordPercent(qPrintable(QStringLiteral("lostAt%1Widths").arg(widths)), lost / 1e4);
+    }
+}
+
+namespace {
+
+/// What a face of a point light looks at: its pyramid, by the light's axes.
+struct Face
+{
+    Face(const QMatrix4x4 &light, int number, double tangent)
+        : apex(column(light, 3))
+        , axes(light)
+    {
+        // The axis along which it looks, and the sign of it.
+        static constexpr std::array<std::pair<int, double>, 6> kLooks = {
+            {{2, -1}, {0, -1}, {0, 1}, {1, -1}, {1, 1}, {2, 1}}};
+        const auto [axis, sign] = kLooks[size_t(number)];
+        const Vec along = column(light, axis);
+        forward = (sign / length(along)) * along;
+        unit = length(along);
+        for (const int side : {(axis + 1) % 3, (axis + 2) % 3}) {
+            const Vec across = (1 / length(column(light, side))) * column(light, side);
+            for (const double way : {1.0, -1.0}) {
+                const Vec normal = way * across - tangent * forward;
+                pyramid.push_back({normal, dot(normal, apex)});
+            }
+        }
+    }
+
+    /// In the units of the light's own axis.
+    double depth(const Vec &point) const { return dot(forward, point - apex) / unit; }
+    HalfSpace behind(double least) const { return {-1.0 * forward, -least * unit - dot(forward, apex)}; }
+
+    Vec apex;
+    LightSpace axes;
+    Vec forward{0, 0, 0};
+    double unit;
+    Region pyramid;
+};
+
+Range depthsOf(const std::vector<Vec> &corners, const Face &face)
+{
+    Range depths;
+    for (const Vec &corner : corners) {
+        depths.widen(face.depth(corner));
+    }
+    return depths;
+}
+
+} // namespace
+
+TEST_F(ShadowMapManagerCullingTest, FacesOfPointLightsHoldWhatIsSeenFromTheirNearPlaneOn)
+{
+    int faces = 0;
+    int empty = 0;
+    int occluders = 0;
+    int lostOccluders = 0;
+    std::vector<double> used;
+    for (unsigned int seed = 0; seed < 250; ++seed) {
+        SCOPED_TRACE(seed);
+        Trial trial(seed);
+        const bool withCamera = !trial.oneIn(10);
+        const int levels = withCamera && trial.oneIn(3) ? 3 : 1;
+        const float cutoff = std::array<float, 4>{-1.0f, trial.number(0.2f, 0.78f), 1.5f, 3.0f}[seed % 4];
+        const int faceCount = std::array<int, 4>{6, 1, 5, 6}[seed % 4];
+        Light light;
+        light.setCSMLevels(levels);
+        light.setSpotCutoff(cutoff);
+        const bool even = !trial.oneIn(4);
+        const QVector3D place = trial.inScene() + trial.number(0, 1) * trial.reach * trial.direction();
+        light.setTransform(trial.lightTransform(place, even));
+        RenderData data;
+        process(trial, withCamera, light, data);
+
+        const Region scene = regionOf(trial.scene);
+        const Region camera = withCamera ? trial.camera.region() : Region();
+        int projector = 0;
+        bool known = true;
+        for (int i = 0; i < faceCount * levels && known && !HasFailure(); ++i) {
+            const Face face(light.transform(), i / levels, faceCount == 1 ? std::tan(double(cutoff)) : 1);
+            const Region lit =
+                face.pyramid + camera + (levels > 1 ? sliceOf(trial, i % levels, levels) : Region());
+            const Region region = scene + lit;
+            std::vector<Vec> corners = cornersOf(region);
+            const Filling filling = fillingOf(region, corners, 2e-3 * double(trial.reach));
+            known = filling != Filling::eSliver;
+            if (filling != Filling::eSolid) {
+                empty += filling == Filling::eEmpty ? 1 : 0;
+                continue;
+            }
+            ++faces;
+            ASSERT_LT(projector, data.transformCount);
+            const RenderData::Transform &transform = data.transforms[projector++];
+            const auto at = [&](const Vec &p) { return project(transform, p); };
+
+            const double farDepth = depthsOf(corners, face).upper;
+            const double seenFrom = withCamera ? depthsOf(cornersOf(lit), face).lower : 0;
+            const double nearDepth = std::max({seenFrom, farDepth / 100, 1e-5});
+            const std::vector<Vec> held = cornersOf(region + Region{face.behind(nearDepth)});
+            const Ranges map = rangesOf(held, at);
+            EXPECT_LT(map.x.upper, 1);
+            EXPECT_LT(map.y.upper, 1);
+            EXPECT_LT(map.z.upper, 1);
+            EXPECT_GT(map.x.lower, -1);
+            EXPECT_GT(map.y.lower, -1);
+            EXPECT_GT(map.z.lower, 0);
+
+            // No more than that, but for what is too close to the light to have a direction. Under uneven axes the
+            // pyramid leaves the square from which the fit starts.
+            const auto isClose = [&](const Vec &p) { return face.depth(p) < 1e-3 * farDepth; };
+            corners.erase(std::remove_if(corners.begin(), corners.end(), isClose), corners.end());
+            const Ranges all = rangesOf(corners, at);
+            if (even) {
+                EXPECT_NEAR(1.98, all.x.size(), kTolerance);
+                EXPECT_NEAR(1.98, all.y.size(), kTolerance);
+                EXPECT_NEAR(0, all.x.middle(), kTolerance);
+                EXPECT_NEAR(0, all.y.middle(), kTolerance);
+            }
+            used.push_back(areaUsed(corners, transform));
+
+            // What stands between is held from the near plane on, at the same place of the map.
+            for (int k = 0; k < 20; ++k) {
+                const Vec seen = trial.within(held);
+                const double part = double(trial.number(0.01f, 1));
+                const Vec occluder = face.apex + part * (seen - face.apex);
+                if (farthestOutside(scene, occluder) > 0) {
+                    continue;
+                }
+                ++occluders;
+                if (face.depth(occluder) >= nearDepth) {
+                    EXPECT_TRUE(isInside(at(occluder))) << part;
+                    EXPECT_NEAR(at(seen).x, at(occluder).x, kTolerance);
+                    EXPECT_NEAR(at(seen).y, at(occluder).y, kTolerance);
+                } else {
+                    lostOccluders += isInside(at(occluder)) ? 0 : 1;
+                }
+            }
+        }
+        if (known) {
+            EXPECT_EQ(projector, data.transformCount);
+        }
+        if (HasFailure()) {
+            return;
+        }
+    }
+    EXPECT_GT(faces, 300);
+    EXPECT_GT(empty, 50);
+    recordPercent("medianMapAreaUsed", median(used));
+    recordPercent("occludersBeforeTheNearPlane", double(lostOccluders) / occluders);
+}
+
+namespace {
+
+/// Sees from z = 10 to z = -10, as wide and high as that.
+Camera boxCamera()
+{
+    Camera camera;
+    camera.view.translate(0, 0, -11);
+    camera.projection.ortho(-10, 10, -10, 10, 1, 21);
+    return camera;
+}
+
+Culling cullingOf(const Camera &camera, const Box *scene)
+{
+    Culling culling;
+    culling.setupCameras(&camera.view, &camera.projection);
+    culling.setupScene(scene);
+    culling.setupPost();
+    return culling;
+}
+
+/// How many projections a light gets, and that it is handled.
+int countOf(const Culling &culling, const Light &light)
+{
+    RenderData data;
+    bool changed = false;
+    const auto process =
+        light.type() == Light::ePoint ? &Culling::processLightPoint : &Culling::processLightDirectional;
+    EXPECT_TRUE((culling.*process)(data, data.projectorInfos[0], &light, changed));
+    EXPECT_EQ(changed, data.projectorInfos[0].count > 0);
+    return data.projectorInfos[0].count;
+}
+
+} // namespace
+
+TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneNothingIsHandled)
+{
+    const Box scene({-1, -1, -1}, {1, 1, 1});
+    const Camera camera = boxCamera();
+    Culling onlyCamera = cullingOf(camera, nullptr);
+    Culling nothing;
+    nothing.setupCameras(&camera.view, nullptr);
+    nothing.setupCameras(nullptr, &camera.projection);
+    nothing.setupPost();
+    Light light;
+    RenderData data;
+    bool changed = false;
+    for (const Culling *culling : {&onlyCamera, &nothing}) {
+        EXPECT_FALSE(culling->processLightDirectional(data, data.projectorInfos[0], &light, changed));
+        EXPECT_FALSE(culling->processLightPoint(data, data.projectorInfos[0], &light, changed));
+    }
+    EXPECT_FALSE(changed);
+    EXPECT_EQ(0, data.projectorInfos[0].count);
+
+    // What is seen, then, is all of what is known.
+    Culling::ProcessCSMData csm;
+    EXPECT_EQ(Culling::getWorldFrustrumPoints(camera.view, camera.projection),
+              onlyCamera.getSceneCameraFrustrumPointsCSM(0, csm, {}));
+    EXPECT_TRUE(nothing.getSceneCameraFrustrumPointsCSM(0, csm, {}).isEmpty());
+    nothing.setupScene(&scene);
+    nothing.setupPost();
+    EXPECT_EQ(Bounds(scene.first, scene.second).corners(),
+              nothing.getSceneCameraFrustrumPointsCSM(0, csm, {}));
+    light.setCSMLevels(4);
+    nothing.setupLightCSMData(&light, csm);
+    EXPECT_FALSE(csm.enabled); // cascades need a camera
+    EXPECT_EQ(1, csm.levels);
+}
+
+TEST_F(ShadowMapManagerCullingTest, CascadesSplitTheSeenDepthOfTheSceneQuadratically)
+{
+    Light light;
+    Culling::ProcessCSMData csm;
+    const auto depthsOf = [&](const Culling &culling, int level) {
+        const Bounds bounds(culling.getSceneCameraFrustrumPointsCSM(level, csm, {}));
+        return std::make_pair(bounds.boxUpperBounds().z(), bounds.boxLowerBounds().z());
+    };
+    const Box larger({-20, -20, -20}, {20, 20, 20});
+    const Culling beyond = cullingOf(boxCamera(), &larger);
+    for (const int levels : {0, 1}) {
+        light.setCSMLevels(levels);
+        beyond.setupLightCSMData(&light, csm);
+        EXPECT_FALSE(csm.enabled);
+        EXPECT_EQ(1, csm.levels);
+        EXPECT_EQ(std::make_pair(10.0f, -10.0f), depthsOf(beyond, 0));
+    }
+    light.setCSMLevels(4);
+    beyond.setupLightCSMData(&light, csm);
+    EXPECT_TRUE(csm.enabled);
+    EXPECT_EQ(4, csm.levels);
+    EXPECT_NEAR(10, csm.nearPoint.z(), 1e-4);
+    EXPECT_NEAR(-20, csm.nearToFar.z(), 1e-4);
+    const float splits[] = {0, 1 / 16.0f, 1 / 4.0f, 9 / 16.0f, 1};
+    for (int level = 0; level < 4; ++level) {
+        EXPECT_NEAR(10 - 20 * splits[level], depthsOf(beyond, level).first, 1e-4);
+        EXPECT_NEAR(10 - 20 * splits[level + 1], depthsOf(beyond, level).second, 1e-4);
+    }
+    // Where the scene starts later and ends earlier, so do the cascades: at its corners.
+    const Box within({-2, -3, -4}, {2, 3, 4});
+    const Culling inside = cullingOf(boxCamera(), &within);
+    inside.setupLightCSMData(&light, csm);
+    EXPECT_EQ(4, csm.nearPoint.z());
+    EXPECT_EQ(-4, csm.farPoint.z());
+    EXPECT_NEAR(3.5, depthsOf(inside, 0).second, 1e-4);
+    EXPECT_EQ(QVector3D(2, 3, 4), csm.sceneBounds.boxUpperBounds());
+    // Additional planes clip too.
+    const Bounds half(inside.getSceneCameraFrustrumPointsCSM(3, csm, {Plane({1, 0, 0}, 0.5f)}));
+    EXPECT_EQ(0.5f, half.boxUpperBounds().x());
+    EXPECT_EQ(-2.0f, half.boxLowerBounds().x());
+}
+
+TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsShowTheSliceUprightAndMirroredOnesDownward)
+{
+    const Box scene({-2, -4, 2}, {2, 4, 10});
+    Culling culling;
+    culling.setupScene(&scene);
+    culling.setupPost();
+    for (const float hand : {1.0f, -1.0f}) {
+        Light light;
+        light.setType(Light::eDirectional);
+        QMatrix4x4 transform;
+        transform.scale(1, 1, hand);
+        light.setTransform(transform);
+        RenderData data;
+        bool changed = false;
+        ASSERT_TRUE(culling.processLightDirectional(data, data.projectorInfos[0], &light, changed));
+        ASSERT_EQ(1, data.projectorInfos[0].count);
+        // x by 2 / 4, y by 2 / 8, both less a hundredth; depth along z, whichever way the light shines.
+        const Projected at = project(data.transforms[0], Vec(2, 4, hand > 0 ? 10 : 2));
+        EXPECT_NEAR(0.99, at.x, 1e-6);
+        EXPECT_NEAR(hand > 0 ? -0.99 : 0.99, at.y, 1e-6);
+        EXPECT_NEAR(1, at.z, 1e-6);
+        EXPECT_EQ(1, at.w);
+        EXPECT_NEAR(0, project(data.transforms[0], Vec(0, 0, hand > 0 ? 2 : 10)).z, 1e-6);
+        EXPECT_EQ(0.0005f, data.blurInfos[0].blur);
+    }
+}
+
+TEST_F(ShadowMapManagerCullingTest, ConesChooseTheFacesOfAPointLight)
+{
+    const Box scene({-2, -2, -2}, {2, 2, 2});
+    Culling culling;
+    culling.setupScene(&scene);
+    culling.setupPost();
+    Light light;
+    const std::pair<float, int> kFaces[] = {{-1.0f, 6}, {0.0f, 6},       {0.5f, 1}, {0.7853982f, 1},
+                                            {0.79f, 5}, {2.3561945f, 5}, {2.4f, 6}, {3.0f, 6}};
+    for (const auto &[cutoff, faces] : kFaces) {
+        light.setSpotCutoff(cutoff);
+        EXPECT_EQ(faces, countOf(culling, light)) << cutoff;
+    }
+}
+
+TEST_F(ShadowMapManagerCullingTest, WhatIsNotSeenCostsNoProjection)
+{
+    const Box behind({-2, -2, 12}, {2, 2, 14});
+    const Box before({-2, -2, -2}, {2, 2, 2});
+    Light light;
+    QMatrix4x4 away; // the first face looks along -z, to where the scene is not
+    away.translate(0, 0, -5);
+    light.setTransform(away);
+    light.setSpotCutoff(0.5f);
+    EXPECT_EQ(0, countOf(cullingOf(boxCamera(), &before), light));
+    EXPECT_EQ(0, countOf(cullingOf(boxCamera(), &behind), light));
+    light.setSpotCutoff(-1);
+    EXPECT_EQ(1, countOf(cullingOf(boxCamera(), &before), light)) << "one face sees all of it";
+    const Box beyond({-2, -2, -30}, {2, 2, -20});
+    const Box aside({20, -2, -2}, {22, 2, 2});
+    for (const int levels : {1, 4}) {
+        light.setCSMLevels(levels);
+        light.setType(Light::ePoint);
+        for (const Box *unseen : {&behind, &beyond, &aside}) {
+            EXPECT_EQ(0, countOf(cullingOf(boxCamera(), unseen), light));
+        }
+        light.setType(Light::eDirectional);
+        EXPECT_EQ(levels, countOf(cullingOf(boxCamera(), &before), light));
+        for (const Box *unseen : {&behind, &beyond, &aside}) {
+            EXPECT_EQ(0, countOf(cullingOf(boxCamera(), unseen), light));
+        }
+    }
+}
+
+TEST_F(ShadowMapManagerCullingTest, LightsStopAtTheEndOfTheTable)
+{
+    const Box scene({-9, -9, -9}, {9, 9, 9});
+    const Camera camera = boxCamera();
+    Light sun;
+    sun.setType(Light::eDirectional);
+    sun.setCSMLevels(40);
+    Light lamp;
+    lamp.setCSMLevels(4);
+    Light next;
+    RenderData data;
+    const auto process = [&](const std::vector<Light *> &lights) {
+        return ShadowMapManager::processLights(listOf(lights), data, &camera.view, &camera.projection,
+                                               &scene);
+    };
+    EXPECT_TRUE(process({&sun, &next}));
+    EXPECT_EQ(32, data.projectorInfos[0].count);
+    EXPECT_EQ(0, data.projectorInfos[1].count);
+    EXPECT_EQ(32, data.projectorInfos[1].index);
+    EXPECT_TRUE(process({&lamp, &sun, &next}));
+    EXPECT_EQ(32, data.transformCount);
+    EXPECT_EQ(32 - data.projectorInfos[0].count, data.projectorInfos[1].count);
+    EXPECT_EQ(0, data.projectorInfos[2].count);
+    EXPECT_FALSE(process({&lamp, &sun, &next}));
+    EXPECT_TRUE(process({&lamp, &lamp, &lamp}));
+    EXPECT_EQ(32, data.transformCount);
+    EXPECT_EQ(32, data.transforms.size());
+}
+
+TEST_F(ShadowMapManagerCullingTest, FrustumPlanesFaceOutwardWhateverTheHandedness)
+{
+    for (unsigned int seed = 0; seed < 200; ++seed) {
+        const Camera camera = Trial(seed).camera;
+        const QVector<QVector3D> corners = Culling::getWorldFrustrumPoints(camera.view, camera.projection);
+        const QVector<Plane> planes = Culling::getWorldFrustrumPlanes(camera.view, camera.projection);
+        ASSERT_EQ(8, corners.size());
+        ASSERT_EQ(6, planes.size());
+        QVector3D centre;
+        for (const QVector3D &corner : corners) {
+            centre += corner / 8;
+        }
+        const Region region = camera.region();
+        // Near and far first; the sides are those of even corners, of bit 1, of odd corners, and without bit 1.
+        const auto isOn = [](int plane, int corner) {
+            const bool on[] = {corner < 4,        corner >= 4,       (corner & 1) == 0,
+                               (corner & 2) != 0, (corner & 1) != 0, (corner & 2) == 0};
+            return on[plane];
+        };
+        for (int plane = 0; plane < 6; ++plane) {
+            EXPECT_LT(planes[plane].DistanceTo(centre), 0) << seed << ' ' << plane;
+            for (int corner = 0; corner < 8; ++corner) {
+                const float distance = planes[plane].DistanceTo(corners[corner]);
+                const float size = (corners[corner] - corners[0]).length() + 1;
+                EXPECT_EQ(isOn(plane, corner), std::abs(distance) < 1e-3f * size) << seed << ' ' << plane;
+            }
+        }
+        for (const int plane : {0, 1}) {
+            EXPECT_LT(
+                (planes[plane].normal
+                 - QVector3D(float(region[size_t(plane)].normal.x), float(region[size_t(plane)].normal.y),
+                             float(region[size_t(plane)].normal.z)))
+                    .length(),
+                1e-2f);
+        }
+    }
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QtGui/QVector3D>
+
+#include <cmath>
+
+/// A vector of three doubles, for judges that compute more exactly than what they judge.
+struct Vec
+{
+    Vec(double x_, double y_, double z_)
+        : x(x_)
+        , y(y_)
+        , z(z_)
+    {
+    }
+    Vec(const QVector3D &v)
+        : Vec(double(v.x()), double(v.y()), double(v.z()))
+    {
+    }
+
+    double x, y, z;
+};
+
+inline Vec operator+(const Vec &a, const Vec &b)
+{
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Vec operator-(const Vec &a, const Vec &b)
+{
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Vec operator*(double s, const Vec &a)
+{
+    return {s * a.x, s * a.y, s * a.z};
+}
+inline double dot(const Vec &a, const Vec &b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+inline Vec cross(const Vec &a, const Vec &b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline double length(const Vec &a)
+{
+    return std::sqrt(dot(a, a));
+}
