@@ -1,0 +1,238 @@
+// VisibilityBuffer.glslc reads the fragments of a deep G-buffer that the test builds.
+
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+
+#include <ZelGL/DrawBuffers.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/InstanceDataPlan.h>
+#include <ZelGL/InstanceDataRegistry.h>
+#include <ZelGL/OpenGLDeviceContext.h>
+#include <ZelGL/ShaderProgram.h>
+#include <ZelGL/VertexArrayObject.h>
+
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+/// Pixel 0 has no fragment, pixel 1 one of draw 0, pixel 2 this and behind it one of draw 1.
+constexpr int kPixels = 3;
+
+const char *const kMain = R"(#version 150
+#include "VisibilityBuffer.glslh"
+uint getDrawID();
+uniform vec2 u_Place;
+out vec4 out_Position;
+out vec4 out_NormalAndDepth;
+out vec4 out_Rest;
+void main()
+{
+    uint pointer = 99u;
+    vec4 position = vec4(0.0);
+    float depth = 0.0;
+    vec3 normal = vec3(0.0);
+    vec2 texCoord = vec2(0.0);
+    int count = 0;
+    initializeVisibilityBufferQuery(u_Place, pointer);
+    while (doesVisibilityBufferHaveFragment(pointer)) {
+        getFragmentInfo(u_Place, pointer, position, depth, normal, texCoord);
+        ++count;
+    }
+    out_Position = position;
+    out_NormalAndDepth = vec4(normal, depth);
+    out_Rest = vec4(texCoord, float(count), float(getDrawID()));
+}
+)";
+
+class VisibilityBufferTest : public GLTest
+{
+protected:
+    VisibilityBufferTest()
+    {
+        OpenGLDeviceContext::current()->fullscreenQuad();
+        _plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
+        _plan->setMechanism(InstanceDataPlan::eUniformMechanism);
+        _plan->setArraySize(2);
+        InstanceDataRegistry::Instance()->registerPlan(_plan);
+        _capture.take(); // the plan tells of its size
+        driver()->glGenTextures(GLsizei(std::size(_textures)), _textures);
+        driver()->glGenBuffers(GLsizei(std::size(_buffers)), _buffers);
+        driver()->glGenFramebuffers(1, &_framebuffer);
+    }
+
+    ~VisibilityBufferTest() override
+    {
+        driver()->glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        driver()->glDeleteFramebuffers(1, &_framebuffer);
+        driver()->glDeleteBuffers(GLsizei(std::size(_buffers)), _buffers);
+        driver()->glDeleteTextures(GLsizei(std::size(_textures)), _textures);
+        InstanceDataRegistry::Instance()->clear();
+        OpenGLDeviceContext::resetContext();
+    }
+
+    void makeProgram()
+    {
+        _program.setFragDataLocations({"out_Position", "out_NormalAndDepth", "out_Rest"});
+        GLSLMacroProcessor processor;
+        _program.setMacroProcessor(&processor);
+        _program.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
+        _program.addShaderFromFile(GL_FRAGMENT_SHADER, "VisibilityBuffer.glslc");
+        _program.addShader(GL_FRAGMENT_SHADER, _plan->glslc(), QString());
+        _program.addShader(GL_FRAGMENT_SHADER, kMain, QString());
+        ASSERT_TRUE(_program.link()) << _program.log().toStdString();
+        _program.setMacroProcessor(nullptr);
+        _program.bind();
+    }
+
+    int location(const char *name) { return _program.getUniformLocation(name); }
+
+    void bindTexture(int i, GLenum target, const char *sampler)
+    {
+        driver()->glActiveTexture(GL_TEXTURE0 + unsigned(i));
+        driver()->glBindTexture(target, _textures[i]);
+        driver()->glUniform1i(location(sampler), i);
+    }
+
+    template <typename Value>
+    void setTexture(int i, const char *sampler, GLenum internalFormat, GLenum format, int width, int height,
+                    const std::vector<Value> &values)
+    {
+        bindTexture(i, GL_TEXTURE_2D, sampler);
+        driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        driver()->glTexImage2D(GL_TEXTURE_2D, 0, GLint(internalFormat), width, height, 0, format,
+                               GL_UNSIGNED_INT, values.data());
+    }
+
+    template <typename Value>
+    void setBuffer(int i, const char *sampler, GLenum internalFormat, const std::vector<Value> &values)
+    {
+        bindTexture(i, GL_TEXTURE_BUFFER, sampler);
+        driver()->glBindBuffer(GL_TEXTURE_BUFFER, _buffers[i]);
+        driver()->glBufferData(GL_TEXTURE_BUFFER, GLsizeiptr(values.size() * sizeof(Value)), values.data(),
+                               GL_STATIC_DRAW);
+        driver()->glTexBuffer(GL_TEXTURE_BUFFER, internalFormat, _buffers[i]);
+    }
+
+    InstanceDataPlan *_plan = new InstanceDataPlan("InstanceInfo"); // the registry's
+    ShaderProgram _program{nullptr};
+    GLuint _textures[9] = {};
+    GLuint _buffers[9] = {};
+    GLuint _framebuffer = 0;
+};
+
+quint32 bitsOf(float value)
+{
+    quint32 bits = 0;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return bits;
+}
+
+} // namespace
+
+TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
+{
+    makeProgram();
+    // Vertices 0 to 2 are no part of what is drawn: triangle 1 is the one, its base vertex 0 or its indices lead there.
+    const std::vector<QVector4D> positions = {{9, 9, 9, 1},   {8, 8, 8, 1},  {7, 7, 7, 1},
+                                              {-4, -4, 0, 1}, {4, -4, 0, 1}, {-4, 4, 0, 1}};
+    const std::vector<QVector4D> normals = {{}, {}, {}, {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
+    const std::vector<QVector4D> texCoords = {{}, {}, {}, {0, 0, 0, 0}, {1, 0, 0, 0}, {0, 1, 0, 0}};
+    setTexture<quint32>(0, "u_SamplerHeadPointer", GL_R32UI, GL_RED_INTEGER, kPixels, 1, {0, 3, 4});
+    // Nodes in rows of two: next, primitive + 1, depth, draw. Node 4 is in the second row, as node 3 is.
+    std::vector<quint32> nodes(16);
+    const auto setNode = [&nodes](unsigned pointer, std::array<quint32, 4> node) {
+        std::copy(node.begin(), node.end(), nodes.begin() + (pointer - 1) * 4);
+    };
+    setNode(3, {0, 2, bitsOf(0.5f), 0});
+    setNode(4, {2, 2, bitsOf(0.5f), 0});
+    setNode(2, {0, 2, bitsOf(0.75f), 1});
+    setTexture<quint32>(1, "u_SamplerNodeBuffer", GL_RGBA32UI, GL_RGBA_INTEGER, 2, 2, nodes);
+    driver()->glUniform1i(location("u_SamplerNodeBufferWidth"), 2);
+    setBuffer(2, "u_VertexBuffer", GL_RGBA32F, positions);
+    setBuffer(3, "u_NormalBuffer", GL_RGBA32F, normals);
+    setBuffer(4, "u_texCoordBuffer", GL_RGBA32F, texCoords);
+    // Of draw 1, whose firstIndex is 1 and baseVertex 2, triangle 1 has the indices 4 to 6.
+    setBuffer<qint32>(5, "u_IndexBuffer", GL_R32I, {7, 7, 7, 7, 1, 2, 3});
+
+    struct Std140Command
+    {
+        quint32 count, instanceCount, firstIndex, baseVertex, baseInstance, padding[3];
+    };
+    std::vector<Std140Command> commands(100);
+    commands[0] = {6, 1, 1, 2, 0, {}};
+    commands[1] = {6, 1, 1, 2, 0, {}};
+    driver()->glBindBufferBase(GL_UNIFORM_BUFFER, 3, _buffers[6]);
+    driver()->glBufferData(GL_UNIFORM_BUFFER, GLsizeiptr(commands.size() * sizeof(Std140Command)),
+                           commands.data(), GL_STATIC_DRAW);
+    _program.setUniformBlockBinding(_program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"),
+                                    3);
+
+    // Draw 1 stands twice as large and half a unit behind.
+    QMatrix4x4 models[2];
+    models[1].translate(0.0f, 0.0f, 0.5f);
+    models[1].scale(2.0f, 2.0f, 1.0f);
+    QMatrix4x4 inverseProjection;
+    inverseProjection.scale(2.0f, 2.0f, 1.0f);
+    std::vector<float> modelValues;
+    for (const QMatrix4x4 &model : models) {
+        modelValues.insert(modelValues.end(), model.constData(), model.constData() + 16);
+    }
+    driver()->glUniformMatrix4fv(location("u_ModelMatrix[0]"), 2, GL_FALSE, modelValues.data());
+    driver()->glUniformMatrix4fv(location("u_InvCameraMatrix"), 1, GL_FALSE, QMatrix4x4().constData());
+    driver()->glUniformMatrix4fv(location("u_InvProjMatrix"), 1, GL_FALSE, inverseProjection.constData());
+    driver()->glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in the world
+
+    driver()->glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
+    driver()->glActiveTexture(GL_TEXTURE8);
+    const GLenum points[] = {GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2};
+    for (int i = 0; i < 3; ++i) {
+        driver()->glBindTexture(GL_TEXTURE_2D, _textures[6 + i]);
+        driver()->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, kPixels, 1, 0, GL_RGBA, GL_FLOAT, nullptr);
+        driver()->glFramebufferTexture2D(GL_FRAMEBUFFER, points[i], GL_TEXTURE_2D, _textures[6 + i], 0);
+    }
+    driver()->glDrawBuffers(3, points);
+    driver()->glViewport(0, 0, kPixels, 1);
+    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    quad->VAO()->bind();
+    quad->VAO()->enableShaderProgramArrays(&_program);
+    quad->VAO()->unbind();
+
+    for (const int indexed : {0, 1}) {
+        driver()->glUniform1i(location("u_indexedDraw"), indexed);
+        quad->bind();
+        quad->draw(&_program);
+        quad->unbind();
+        Pixels outputs[3] = {Pixels(kPixels, 1), Pixels(kPixels, 1), Pixels(kPixels, 1)};
+        for (int i = 0; i < 3; ++i) {
+            driver()->glReadBuffer(points[i]);
+            outputs[i] = Pixels::ofFramebuffer(0, 0, kPixels, 1);
+        }
+        // (-1, 0) has the weights 1/8, 3/8 and 1/2 in the triangle;
+        EXPECT_TRUE(outputs[2].isNear(0, 0, {0, 0, 0, 0}, 0.0f));
+        EXPECT_TRUE(outputs[0].isNear(1, 0, {-1, 0, 0, 1}, 1e-5f));
+        EXPECT_TRUE(outputs[1].isNear(1, 0, {0.125f, 0.375f, 0.5f, 0.5f}, 1e-5f));
+        EXPECT_TRUE(outputs[2].isNear(1, 0, {0.375f, 0.5f, 1.0f, 0.0f}, 1e-5f));
+        EXPECT_TRUE(outputs[0].isNear(2, 0, {-0.5f, 0, 0, 1}, 1e-5f));
+        EXPECT_TRUE(outputs[1].isNear(2, 0, {0.0625f, 0.4375f, 0.5f, 0.75f}, 1e-5f));
+        EXPECT_TRUE(outputs[2].isNear(2, 0, {0.4375f, 0.5f, 2.0f, 1.0f}, 1e-5f));
+    }
+    _program.unbind();
+    driver()->glBindBufferBase(GL_UNIFORM_BUFFER, 3, 0);
+    for (int i = 0; i < 9; ++i) {
+        driver()->glActiveTexture(GL_TEXTURE0 + unsigned(i));
+        driver()->glBindTexture(GL_TEXTURE_2D, 0);
+        driver()->glBindTexture(GL_TEXTURE_BUFFER, 0);
+    }
+    driver()->glActiveTexture(GL_TEXTURE0);
+    driver()->glBindBuffer(GL_TEXTURE_BUFFER, 0);
+}
