@@ -118,20 +118,31 @@ private:
     GLuint _draw = 0;
 };
 
+/// The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
+int levelCount(const SlotFormat &format)
+{
+    int levels = 0;
+    for (int side = std::min(format.width, format.height); side != 0; side /= 2) {
+        ++levels;
+    }
+    return levels;
+}
+
 /// New storage for the bound texture of a slot, and what of its state comes from the format.
 void specifyStorage(const SlotFormat &format, int layers)
 {
     const GLenum target = GL_TEXTURE_2D_ARRAY;
     const GLenum transferFormat = formatFromInternalFormat(format.internalFormat);
     const GLenum transferType = typeFromInternalFormat(format.internalFormat);
-    int levels = 0;
-    // The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
-    for (int width = format.width, height = format.height; width != 0 && height != 0;
-         width /= 2, height /= 2, ++levels) {
+    const int levels = levelCount(format);
+    if (levels == 2) { // workaround "arrays of two levels"
+        glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
+    }
+    for (int level = 0; level < levels; ++level) {
         // One identical call a layer, kept on purpose.
         for (int i = 0; i < layers; ++i) {
-            glTexImage3D(target, levels, static_cast<GLint>(format.internalFormat), width, height, layers, 0,
-                         transferFormat, transferType, nullptr);
+            glTexImage3D(target, level, static_cast<GLint>(format.internalFormat), format.width >> level,
+                         format.height >> level, layers, 0, transferFormat, transferType, nullptr);
         }
     }
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, format.magFilter);
