@@ -1,0 +1,880 @@
+// The same scenes through every texture manager and each of its settings, against what the CPU makes of the source
+// images: the picture must not change with the strategy, but for what a strategy is stated not to do.
+
+#include "support/FileMaker.h"
+#include "support/GLFixture.h"
+#include "support/HelperTextures.h"
+#include "support/Pixels.h"
+#include "support/TestData.h"
+#include "support/TextureStrategies.h"
+
+#include <ZelGL/Array2DTextureManager.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/ShaderProgram.h>
+#include <ZelGL/Texture.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+const QVector4D kInvalid(0, 1, 0, 1);
+const QVector4D kEmptyPatch(1, 1, 1, 0);
+const QVector4D kWhite(1, 1, 1, 1);
+constexpr float kByte = 1.0f / 255.0f;
+constexpr float kHalfByte = 0.5f / 255.0f;
+
+const QString kSample = "managedTexture(u_Token, uv)";
+
+QImage randomImage(int width, int height, unsigned int seed)
+{
+    std::mt19937 engine(seed);
+    QImage image(width, height, QImage::Format_ARGB32);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            image.setPixel(x, y, QRgb(engine()));
+        }
+    }
+    return image;
+}
+
+/// As GL sees it: the lowest row first.
+Pixels pixelsOf(const QImage &image)
+{
+    Pixels pixels(image.width(), image.height());
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb color = image.pixel(x, image.height() - 1 - y);
+            pixels.at(x, y) =
+                QVector4D(float(qRed(color)), float(qGreen(color)), float(qBlue(color)), float(qAlpha(color)))
+                * kByte;
+        }
+    }
+    return pixels;
+}
+
+float decoded(float srgb)
+{
+    return srgb <= 0.04045f ? srgb / 12.92f : std::pow((srgb + 0.055f) / 1.055f, 2.4f);
+}
+
+Pixels decodedPixels(Pixels pixels)
+{
+    for (int y = 0; y < pixels.height(); ++y) {
+        for (int x = 0; x < pixels.width(); ++x) {
+            const QVector4D c = pixels.at(x, y);
+            pixels.at(x, y) = QVector4D(decoded(c.x()), decoded(c.y()), decoded(c.z()), c.w());
+        }
+    }
+    return pixels;
+}
+
+/// What a linear blit makes of a picture in another size.
+Pixels resized(const Pixels &source, int width, int height)
+{
+    const auto mixed = [](const QVector4D &a, const QVector4D &b, float t) { return a * (1.0f - t) + b * t; };
+    Pixels target(width, height);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const float u = (float(x) + 0.5f) * float(source.width()) / float(width) - 0.5f;
+            const float v = (float(y) + 0.5f) * float(source.height()) / float(height) - 0.5f;
+            const int left = int(std::floor(u));
+            const int low = int(std::floor(v));
+            const auto texel = [&](int i, int j) {
+                return source.at(qBound(0, i, source.width() - 1), qBound(0, j, source.height() - 1));
+            };
+            target.at(x, y) =
+                mixed(mixed(texel(left, low), texel(left + 1, low), u - float(left)),
+                      mixed(texel(left, low + 1), texel(left + 1, low + 1), u - float(left)), v - float(low));
+        }
+    }
+    return target;
+}
+
+/// A target that keeps any colour, and a way to fill it.
+class Canvas
+{
+public:
+    Canvas()
+    {
+        glGenFramebuffers(1, &_framebuffer);
+        glGenTextures(1, &_color);
+        glGenVertexArrays(1, &_array);
+    }
+
+    ~Canvas()
+    {
+        glDeleteFramebuffers(1, &_framebuffer);
+        glDeleteTextures(1, &_color);
+        glDeleteVertexArrays(1, &_array);
+    }
+
+    /// Draws over all of a picture of that size with the current program.
+    Pixels draw(int width, int height)
+    {
+        glActiveTexture(GL_TEXTURE0);
+        glBindTexture(GL_TEXTURE_2D, _color);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, _color, 0);
+        glViewport(0, 0, width, height);
+        glDisable(GL_DEPTH_TEST);
+        glBindVertexArray(_array);
+        glDrawArrays(GL_TRIANGLES, 0, 3);
+        const Pixels pixels = Pixels::ofFramebuffer(0, 0, width, height);
+        glBindVertexArray(0);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        return pixels;
+    }
+
+private:
+    GLuint _framebuffer = 0;
+    GLuint _color = 0;
+    GLuint _array = 0;
+};
+
+/// What keeps textures of one size and format out of each other's slots.
+struct Look
+{
+    GLint wrap = GL_CLAMP_TO_EDGE;
+    GLint magFilter = GL_NEAREST;
+};
+
+class TextureManagerPicturesTest : public GLTest, public testing::WithParamInterface<TextureStrategy>
+{
+protected:
+    void SetUp() override
+    {
+        ZEL_NEEDS_DRIVER_OF(GetParam());
+        manager = GetParam().make();
+        manager->setup(&_processor);
+    }
+
+    void TearDown() override
+    {
+        EXPECT_EQ(QStringList(), warnings());
+        if (manager == nullptr) {
+            return;
+        }
+        const bool wasBound = !_programs.empty();
+        _programs.clear();
+        manager.reset();
+        _canvas.reset();
+        EXPECT_EQ(wasBound ? GetParam().helperTextures : 0, _helpers.count());
+        _helpers.deleteAll();
+    }
+
+    /// For programs that are built from now on.
+    void defineDebug() { _processor.addDefine("DEBUG", "1"); }
+
+    /// A new manager of that many slots in place of the old.
+    void restart(int slotCount)
+    {
+        _programs.clear();
+        manager = GetParam().make();
+        _helpers.deleteAll();
+        manager->setMaxSlots(slotCount);
+        manager->setup(&_processor);
+    }
+
+    // Of the array managers.
+
+    QString dumpedSlots()
+    {
+        static_cast<Array2DTextureManager &>(*manager).dumpSlots();
+        return _capture.take().last().text;
+    }
+
+    QString resizeWarning(int from, int to) const
+    {
+        return QString::asprintf(
+            "warning [Array2DTextureManager.cpp:#] %p Textures were resized to fit into texture "
+            "slots (%dx%d) -> (%dx%d)",
+            static_cast<void *>(manager.get()), from, from, to, to);
+    }
+
+    /// Takes the messages, and answers those above debug.
+    QStringList warnings()
+    {
+        QStringList texts;
+        for (const Message &message : _capture.take()) {
+            if (message.level != QtDebugMsg) {
+                texts.append(message.toString());
+            }
+        }
+        return texts;
+    }
+
+    QString write(const QImage &image)
+    {
+        const QString path = _folder.filePath(QStringLiteral("%1.png").arg(++_files));
+        EXPECT_TRUE(image.save(path));
+        return path;
+    }
+
+    QString write(const QByteArray &bytes, const char *suffix)
+    {
+        QFile file(_folder.filePath(QStringLiteral("%1.%2").arg(++_files).arg(suffix)));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return file.fileName();
+    }
+
+    TextureToken tokenFor(const QImage &image, const TextureFileInfo &info = TextureFileInfo())
+    {
+        return manager->tokenForImage(write(image), info);
+    }
+
+    /// A texture that the manager owns once it has a token; \a upload fills its levels while it is bound.
+    template <typename Upload>
+    Texture *newTexture(GLenum target, int levels, Upload upload, const Look &look = Look())
+    {
+        auto *texture = new Texture(nullptr);
+        texture->setTarget(target);
+        texture->bind();
+        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, levels > 1 ? GL_NEAREST_MIPMAP_NEAREST : GL_NEAREST);
+        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, look.magFilter);
+        glTexParameteri(target, GL_TEXTURE_WRAP_S, look.wrap);
+        glTexParameteri(target, GL_TEXTURE_WRAP_T, look.wrap);
+        glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
+        upload();
+        texture->unbind();
+        return texture;
+    }
+
+    /// The same with one level of texels.
+    Texture *newTexture(const Pixels &pixels, GLint internalFormat, const Look &look = Look())
+    {
+        return newTexture(
+            GL_TEXTURE_2D, 1, [&] { upload(GL_TEXTURE_2D, 0, pixels, internalFormat); }, look);
+    }
+
+    /// To the bound texture.
+    static void upload(GLenum target, int level, const Pixels &pixels, GLint internalFormat)
+    {
+        std::vector<QVector4D> texels;
+        for (int y = 0; y < pixels.height(); ++y) {
+            for (int x = 0; x < pixels.width(); ++x) {
+                texels.push_back(pixels.at(x, y));
+            }
+        }
+        glTexImage2D(target, level, internalFormat, pixels.width(), pixels.height(), 0, GL_RGBA, GL_FLOAT,
+                     texels.data());
+    }
+
+    /// The token of a texture that does not change any more.
+    TextureToken tokenFor(Texture *texture)
+    {
+        texture->setReadOnly();
+        return manager->tokenForTexture(texture);
+    }
+
+    /// What an expression over uv, from 0 to 1 over the picture, gives for a token.
+    Pixels draw(const TextureToken &token, int width, int height, const QString &expression = kSample)
+    {
+        return drawBound({token}, token, width, height, expression);
+    }
+
+    Pixels drawBound(const QVector<TextureToken> &bound, const TextureToken &token, int width, int height,
+                     const QString &expression = kSample)
+    {
+        ShaderProgram &program = programOf(expression);
+        manager->bind(bound);
+        program.bind();
+        manager->bind(&program);
+        glUniform2ui(program.getUniformLocation("u_Token"), GLuint(token.token), GLuint(token.token >> 32));
+        glUniform2f(program.getUniformLocation("u_Size"), float(width), float(height));
+        const Pixels pixels = _canvas->draw(width, height);
+        manager->unbind(&program);
+        program.unbind();
+        manager->unbind(bound);
+        return pixels;
+    }
+
+    /// The one colour that an expression gives everywhere.
+    QVector4D drawn(const TextureToken &token, const QString &expression)
+    {
+        return draw(token, 1, 1, expression).at(0, 0);
+    }
+
+    std::unique_ptr<TextureManager> manager;
+
+private:
+    ShaderProgram &programOf(const QString &expression)
+    {
+        std::unique_ptr<ShaderProgram> &program = _programs[expression];
+        if (program == nullptr) {
+            program = std::make_unique<ShaderProgram>(nullptr);
+            program->setMacroProcessor(&_processor);
+            program->addShader(GL_VERTEX_SHADER,
+                               "#version 330\n"
+                               "void main() {\n"
+                               "  vec2 corner = vec2(gl_VertexID & 1, gl_VertexID >> 1);\n"
+                               "  gl_Position = vec4(4.0 * corner - 1.0, 0.0, 1.0);\n"
+                               "}\n",
+                               QString());
+            program->addShader(GL_FRAGMENT_SHADER,
+                               "#version 330\n"
+                               "#include \"TextureManager.glslh\"\n"
+                               "uniform uvec2 u_Token;\n"
+                               "uniform vec2 u_Size;\n"
+                               "out vec4 color;\n"
+                               "vec3 faceDirection(int face, vec2 uv) {\n"
+                               "  vec2 st = 2.0 * uv - 1.0;\n"
+                               "  if (face == 0) return vec3(1.0, -st.y, -st.x);\n"
+                               "  if (face == 1) return vec3(-1.0, -st.y, st.x);\n"
+                               "  if (face == 2) return vec3(st.x, 1.0, st.y);\n"
+                               "  if (face == 3) return vec3(st.x, -1.0, -st.y);\n"
+                               "  if (face == 4) return vec3(st.x, -st.y, 1.0);\n"
+                               "  return vec3(-st.x, -st.y, -1.0);\n"
+                               "}\n"
+                               "void main() {\n"
+                               "  vec2 uv = gl_FragCoord.xy / u_Size;\n"
+                               "  color = "
+                                   + expression + ";\n}\n",
+                               QString());
+            program->addShaderFromFile(GL_FRAGMENT_SHADER, manager->getShaderFile());
+            EXPECT_TRUE(program->link());
+        }
+        return *program;
+    }
+
+    QTemporaryDir _folder;
+    int _files = 0;
+    GLSLMacroProcessor _processor;
+    std::unique_ptr<Canvas> _canvas = std::make_unique<Canvas>();
+    std::map<QString, std::unique_ptr<ShaderProgram>> _programs;
+    HelperTextures _helpers;
+};
+
+bool isEncoded(GLint internalFormat)
+{
+    constexpr GLint kEncodedEtc2[] = {0x9275, 0x9277, 0x9279};
+    return internalFormat == GL_SRGB8 || internalFormat == GL_SRGB8_ALPHA8
+           || std::find(std::begin(kEncodedEtc2), std::end(kEncodedEtc2), internalFormat)
+                  != std::end(kEncodedEtc2);
+}
+
+/// What a shader reads of a texture's base level, texel by texel, asked of GL.
+Pixels texelsOf(Texture &texture, int face = 0)
+{
+    texture.bind();
+    const GLint internalFormat = texture.internalFormat(0);
+    texture.unbind();
+    const Pixels texels = Pixels::ofTexture(texture.target(), texture.textureID(), 0, face);
+    return isEncoded(internalFormat) ? decodedPixels(texels) : texels;
+}
+
+/// Mesa's zink ends the process where a shader asks for the size of a bindless handle.
+#define ZEL_NEEDS_SIZES_OF_HANDLES(whichAsks)                                                                \
+    if ((whichAsks)                                                                                          \
+        && QByteArray(reinterpret_cast<const char *>(glGetString(GL_RENDERER))).startsWith("zink"))          \
+    GTEST_SKIP() << "Needs a driver other than zink, which crashes on the size of a bindless handle"
+
+using ArrayPicturesTest = TextureManagerPicturesTest;
+
+INSTANTIATE_TEST_SUITE_P(Strategies, TextureManagerPicturesTest, testing::ValuesIn(textureStrategies()),
+                         nameOfStrategy);
+INSTANTIATE_TEST_SUITE_P(Strategies, ArrayPicturesTest,
+                         testing::ValuesIn(textureStrategies(TextureStrategy::eArray)), nameOfStrategy);
+
+} // namespace
+
+TEST_P(TextureManagerPicturesTest, ImagesOfAnySizeShowTheirTexels)
+{
+    for (const QSize size :
+         {QSize(16, 16), QSize(13, 7), QSize(8, 2), QSize(3, 3), QSize(1, 9), QSize(1, 1)}) {
+        for (unsigned int seed = 1; seed < 3; ++seed) {
+            const QImage image = randomImage(size.width(), size.height(), seed);
+            const Pixels shown = draw(tokenFor(image), size.width(), size.height());
+            EXPECT_TRUE(shown.isNear(pixelsOf(image), kHalfByte)) << size.width() << " by " << size.height();
+        }
+    }
+}
+
+TEST_P(TextureManagerPicturesTest, EncodedColoursAreDecodedBeforeTheShaderSeesThem)
+{
+    const QImage image = randomImage(16, 16, 2);
+    TextureFileInfo info;
+    info.srgb = true;
+    EXPECT_TRUE(draw(tokenFor(image, info), 16, 16).isNear(decodedPixels(pixelsOf(image)), 2e-3f));
+}
+
+TEST_P(TextureManagerPicturesTest, ColoursOfHighRangeKeepTheirValues)
+{
+    Pixels pixels(2, 1, QVector4D(-2.5f, 0.0f, 1000.0f, 0.25f));
+    pixels.at(1, 0) = QVector4D(0.5f, 60000.0f, -1.0f, 8.0f);
+    EXPECT_TRUE(draw(tokenFor(newTexture(pixels, GL_RGBA16F)), 2, 1).isNear(pixels, 0.0f));
+    EXPECT_TRUE(draw(tokenFor(newTexture(pixels, GL_RGBA32F)), 2, 1).isNear(pixels, 0.0f));
+
+    HdrFile file(4, 4);
+    Pixels expected(4, 4);
+    for (int y = 0; y < 4; ++y) {
+        const HdrFile::Row row = HdrFile::ramp(4, 40 * y);
+        file.scanlines += HdrFile::flat(row);
+        for (int x = 0; x < 4; ++x) { // the file begins with the highest row
+            const float scale = row[x][3] == 0 ? 0.0f : float(std::ldexp(1.0, row[x][3] - 136));
+            expected.at(x, 3 - y) = QVector4D(row[x][0], row[x][1], row[x][2], 1.0f / scale) * scale;
+        }
+    }
+    const Pixels drawnPixels =
+        draw(manager->tokenForImage(write(file.bytes(), "hdr"), TextureFileInfo()), 4, 4);
+    EXPECT_TRUE(drawnPixels.isNear(expected, 0.0f));
+}
+
+TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
+{
+    const auto colorOf = [](int level) {
+        return QVector4D(float(level) * 51.0f, 255.0f, 51.0f, 255.0f) * kByte;
+    };
+    const TextureToken token = tokenFor(newTexture(GL_TEXTURE_2D, 4, [&] {
+        for (int level = 0; level < 4; ++level) {
+            upload(GL_TEXTURE_2D, level, Pixels(8 >> level, 8 >> level, colorOf(level)), GL_RGBA8);
+        }
+    }));
+    for (int level = 0; level < 4; ++level) {
+        const QString expression = QStringLiteral("managedTextureLod(u_Token, uv, %1.0)").arg(level);
+        EXPECT_TRUE(draw(token, 4, 4, expression).isNear(Pixels(4, 4, colorOf(level)), kHalfByte)) << level;
+    }
+    EXPECT_TRUE(draw(token, 2, 2).isNear(Pixels(2, 2, colorOf(2)), kHalfByte))
+        << "chosen by the size on the screen";
+}
+
+TEST_P(TextureManagerPicturesTest, CubesShowTheirFacesWhereTheStrategyHasThem)
+{
+    const auto faceOf = [](int face) { return pixelsOf(randomImage(4, 4, 10 + unsigned(face))); };
+    const auto newCube = [&] {
+        return newTexture(GL_TEXTURE_CUBE_MAP, 1, [&] {
+            for (int face = 0; face < 6; ++face) {
+                upload(GL_TEXTURE_CUBE_MAP_POSITIVE_X + GLenum(face), 0, faceOf(face), GL_RGBA8);
+            }
+        });
+    };
+    const TextureToken token = tokenFor(newCube());
+    const bool hasCubes = GetParam().kind != TextureStrategy::eSampler;
+    for (int face = 0; face < 6; ++face) {
+        const Pixels expected = hasCubes ? faceOf(face) : Pixels(4, 4, kInvalid);
+        for (const char *form : {"managedTextureCube(u_Token, faceDirection(%1, uv))",
+                                 "managedTextureCubeLod(u_Token, 3.0 * faceDirection(%1, uv), 0.0)"}) {
+            EXPECT_TRUE(draw(token, 4, 4, QString(form).arg(face)).isNear(expected, kHalfByte))
+                << form << face;
+        }
+    }
+    if (GetParam().kind == TextureStrategy::eBindless) { // a texture that can still change has no handle
+        const TextureToken writable = manager->tokenForTexture(newCube());
+        EXPECT_EQ(kInvalid, drawn(writable, "managedTextureCube(u_Token, vec3(1.0, 0.0, 0.0))"));
+    }
+    EXPECT_EQ(kInvalid, drawn(token, "managedTextureCubeOffset(u_Token, vec3(1.0, 0.0, 0.0), ivec3(0))"));
+}
+
+TEST_P(TextureManagerPicturesTest, WhatCannotBeLoadedIsWhite)
+{
+    EXPECT_EQ(kWhite, drawn(manager->tokenForImage("/nowhere/at all.png", TextureFileInfo()), kSample));
+    EXPECT_EQ(1, warnings().size());
+    const QVector4D translucent = drawn(manager->tokenForColor(QColor(255, 51, 0, 102)), kSample);
+    EXPECT_TRUE(Pixels(1, 1, translucent).isNear(0, 0, QVector4D(1.0f, 0.2f, 0.0f, 0.4f), kHalfByte));
+    EXPECT_EQ(kWhite, drawn(manager->tokenForImage(write(QByteArray("no image"), "png"), TextureFileInfo()),
+                            kSample));
+    EXPECT_FALSE(warnings().isEmpty()); // one for every attempt to load it
+}
+
+TEST_P(TextureManagerPicturesTest, MoreTexturesThanSlotsShowAsFarAsTheStrategyReaches)
+{
+    QVector<TextureToken> tokens;
+    std::vector<Pixels> pictures;
+    for (unsigned int i = 0; i < 12; ++i) {
+        const QImage image = randomImage(4, 4, 20 + i);
+        tokens.append(tokenFor(image));
+        pictures.push_back(pixelsOf(image));
+    }
+    warnings();
+    for (int i = 0; i < tokens.size(); ++i) {
+        const bool reached = GetParam().kind != TextureStrategy::eSampler || i < manager->getMaxSlots();
+        const Pixels expected = reached ? pictures[size_t(i)] : Pixels(4, 4, kInvalid);
+        EXPECT_TRUE(drawBound(tokens, tokens[i], 4, 4).isNear(expected, kHalfByte)) << i;
+        EXPECT_EQ(GetParam().kind == TextureStrategy::eSampler ? QStringList(
+                      "warning [SamplerTextureManager.cpp:#] Requesting 12 texture slots but only 8 "
+                      "available. Rendering will be incorrect!")
+                                                               : QStringList(),
+                  warnings());
+    }
+}
+
+TEST_P(TextureManagerPicturesTest, DeletedTokensGoToOtherPicturesAndTheOthersStay)
+{
+    QVector<TextureToken> tokens;
+    QVector<QImage> images;
+    for (unsigned int i = 0; i < 6; ++i) {
+        images.append(randomImage(8, 8, 40 + i));
+        tokens.append(tokenFor(images.last()));
+        draw(tokens.last(), 8, 8);
+    }
+    for (const int again : {1, 4, 2}) {
+        manager->deleteTexture(tokens[again]);
+        images[again] = randomImage(8, 8, 60 + unsigned(again));
+        const TextureToken token = tokenFor(images[again]);
+        EXPECT_TRUE(token == tokens[again] || GetParam().kind == TextureStrategy::eBindless)
+            << "the hole is filled";
+        tokens[again] = token;
+    }
+    for (int i = 0; i < tokens.size(); ++i) {
+        EXPECT_TRUE(draw(tokens[i], 8, 8).isNear(pixelsOf(images[i]), kHalfByte)) << i;
+    }
+}
+
+TEST_P(TextureManagerPicturesTest, AChangedTextureShowsItsNewPixelsInItsNewSize)
+{
+    const Pixels before = pixelsOf(randomImage(8, 8, 70));
+    const Pixels after = pixelsOf(randomImage(16, 4, 71));
+    Texture *texture = newTexture(before, GL_RGBA8);
+    const TextureToken token = manager->tokenForTexture(texture);
+    EXPECT_TRUE(draw(token, 8, 8).isNear(before, kHalfByte));
+    texture->bind();
+    upload(GL_TEXTURE_2D, 0, after, GL_RGBA8);
+    texture->unbind();
+    manager->dirty(texture);
+    EXPECT_TRUE(draw(token, 16, 4).isNear(after, kHalfByte));
+}
+
+TEST_P(TextureManagerPicturesTest, TokensThatWereNeverIssuedAreCaughtUnderDebug)
+{
+    defineDebug();
+    const TextureToken white = manager->tokenForColor(QColor(Qt::white));
+    const quint64 mark = GetParam().kind == TextureStrategy::eBindless ? Q_UINT64_C(0xFFFFFFFF) << 32 : 0;
+    for (const TextureToken &token : {TextureToken(), TextureToken(mark | 1000)}) {
+        for (const char *form : {"managedTexture(u_Token, uv)", "managedTextureLod(u_Token, uv, 0.0)"}) {
+            EXPECT_EQ(kInvalid, drawBound({white}, token, 1, 1, form).at(0, 0)) << form;
+        }
+        EXPECT_EQ(QVector4D(), drawBound({white}, token, 1, 1, "vec4(zelIsValidToken(u_Token))").at(0, 0));
+    }
+    EXPECT_EQ(kWhite, drawn(white, "vec4(zelIsValidToken(u_Token))"));
+    EXPECT_EQ(kWhite, drawn(white, kSample));
+}
+
+TEST_P(TextureManagerPicturesTest, SizesAreThoseOfTheBaseLevel)
+{
+    ZEL_NEEDS_SIZES_OF_HANDLES(GetParam().needsBindless);
+    defineDebug();
+    const QString size = QStringLiteral("vec4(managedTextureSize(u_Token), 0.0, 0.0)");
+    const TextureToken token = tokenFor(newTexture(Pixels(12, 5, kWhite), GL_RGBA8));
+    EXPECT_EQ(QVector4D(12, 5, 0, 0), drawn(token, size));
+    EXPECT_EQ(QVector4D(), drawBound({token}, TextureToken(), 1, 1, size).at(0, 0));
+}
+
+TEST_P(TextureManagerPicturesTest, OffsetsMoveByTexelsOnlyWhereTheStrategyHasThem)
+{
+    ZEL_NEEDS_SIZES_OF_HANDLES(GetParam().kind == TextureStrategy::eBindless);
+    const Pixels picture = pixelsOf(randomImage(4, 4, 80));
+    const TextureToken token = tokenFor(newTexture(picture, GL_RGBA8));
+    EXPECT_TRUE(draw(token, 4, 4).isNear(picture, kHalfByte));
+    const Pixels moved = draw(token, 4, 4, "managedTextureOffset(u_Token, uv, ivec2(1, -2))");
+    const QVector4D expected = GetParam().kind == TextureStrategy::eBindless ? picture.at(2, 1) : kInvalid;
+    EXPECT_TRUE(moved.isNear(1, 3, expected, kHalfByte));
+}
+
+TEST_P(TextureManagerPicturesTest, RealKTXImagesShowWhatTheirTexturesHold)
+{
+    restart(14); // a slot for every format
+    for (const char *name : {"ktx/khronos/etc2-rgba8.ktx", "ktx/khronos/rgb-mipmap-reference.ktx",
+                             "ktx/khronos/rgba-reference.ktx", "ktx/ktxtest/format_astc_8x5_unorm.ktx",
+                             "ktx/ktxtest/format_bc1_rgba_unorm.ktx", "ktx/ktxtest/format_bc3_unorm.ktx",
+                             "ktx/ktxtest/format_bc5_unorm.ktx", "ktx/ktxtest/format_etc2_r8g8b8a8_unorm.ktx",
+                             "ktx/ktxtest/format_raw_r16g16b16_sfloat.ktx",
+                             "ktx/ktxtest/format_raw_r8_unorm.ktx", "ktx/ktxtest/format_raw_r8g8b8_unorm.ktx",
+                             "ktx/ktxtest/format_raw_r8g8b8a8_unorm.ktx", "ktx/ktxtest/size_2d_64x32.ktx"}) {
+        ZEL_NEEDS_TEST_DATA(path, name);
+        Texture *texture = manager->textureForImage(path, TextureFileInfo());
+        ASSERT_NE(nullptr, texture) << name;
+        const Pixels texels = texelsOf(*texture);
+        const Pixels shown = draw(manager->tokenForTexture(texture), texels.width(), texels.height());
+        EXPECT_TRUE(shown.isNear(texels, 2e-3f)) << name;
+        EXPECT_EQ(QStringList(), warnings());
+    }
+}
+
+TEST_P(TextureManagerPicturesTest, RealCubesShowTheirFaces)
+{
+    ZEL_NEEDS_TEST_DATA(path, "ktx/ktxtest/cubemap_6_faces.ktx");
+    TextureFileInfo info;
+    info.keepOrientation = true; // turning is for flat images
+    Texture *texture = manager->textureForImage(path, info);
+    ASSERT_NE(nullptr, texture);
+    for (int face = 0; face < 6; ++face) {
+        const Pixels texels = texelsOf(*texture, face);
+        const bool hasCubes = GetParam().kind != TextureStrategy::eSampler;
+        const Pixels shown =
+            draw(manager->tokenForTexture(texture), 64, 64,
+                 QStringLiteral("managedTextureCube(u_Token, faceDirection(%1, uv))").arg(face));
+        EXPECT_TRUE(shown.isNear(hasCubes ? texels : Pixels(64, 64, kInvalid), 2e-3f)) << face;
+    }
+}
+
+TEST_P(TextureManagerPicturesTest, RealTilesShowAlikeAsOneSetOrOneByOne)
+{
+    ZEL_NEEDS_TEST_DATA(first, "udim/grid/grid.1001.png");
+    const TextureToken set = manager->createUDIMToken();
+    EXPECT_EQ(GetParam().kind == TextureStrategy::eArray, set != nullTextureToken);
+    for (const int tile : {0, 1, 2, 10, 11, 12}) {
+        const QPoint place(tile % 10, tile / 10);
+        const QString path = QString(first).replace("1001", QString::number(1001 + tile));
+        const TextureToken token = manager->tokenForImage(path, TextureFileInfo());
+        if (manager->supportsUDIMs()) {
+            manager->addUDIMPatch(set, place, manager->textureForToken(token));
+        }
+    }
+    for (const int tile : {0, 1, 2, 10, 11, 12}) {
+        const QString path = QString(first).replace("1001", QString::number(1001 + tile));
+        const Pixels picture = pixelsOf(QImage(path));
+        ASSERT_EQ(512, picture.width());
+        Pixels expected(64, 64); // every eighth texel
+        for (int i = 0; i < 64 * 64; ++i) {
+            expected.at(i % 64, i / 64) = picture.at(8 * (i % 64) + 4, 8 * (i / 64) + 4);
+        }
+        const QString there =
+            QStringLiteral("managedTextureLod(u_Token, uv + vec2(%1.0, %2.0) + 0.5 / 512.0, 0.0)");
+        const TextureToken token = manager->tokenForImage(path, TextureFileInfo());
+        EXPECT_TRUE(draw(token, 64, 64, there.arg(0).arg(0)).isNear(expected, kHalfByte)) << tile;
+        if (manager->supportsUDIMs()) {
+            EXPECT_TRUE(draw(set, 64, 64, there.arg(tile % 10).arg(tile / 10)).isNear(expected, kHalfByte))
+                << tile;
+        }
+    }
+}
+
+TEST_P(ArrayPicturesTest, TexturesOfOneFormatShareASlotLayerByLayer)
+{
+    QVector<TextureToken> tokens;
+    std::vector<Pixels> pictures;
+    for (unsigned int i = 0; i < 20; ++i) { // every one makes the slot grow
+        pictures.push_back(pixelsOf(randomImage(4, 4, 100 + i)));
+        tokens.append(tokenFor(newTexture(pictures.back(), GL_RGBA8)));
+        if (i % 3 == 0) {
+            draw(tokens.last(), 4, 4);
+        }
+    }
+    for (int i = 0; i < tokens.size(); ++i) {
+        EXPECT_TRUE(draw(tokens[i], 4, 4).isNear(pictures[size_t(i)], kHalfByte)) << i;
+    }
+    EXPECT_TRUE(dumpedSlots().contains(",20:20<"));
+}
+
+TEST_P(ArrayPicturesTest, ArraysTakeALayerForEachOfTheirs)
+{
+    std::vector<Pixels> layers;
+    std::vector<QVector4D> texels;
+    for (unsigned int i = 0; i < 3; ++i) {
+        layers.push_back(pixelsOf(randomImage(4, 4, 130 + i)));
+        for (int texel = 0; texel < 16; ++texel) {
+            texels.push_back(layers.back().at(texel % 4, texel / 4));
+        }
+    }
+    const TextureToken token = tokenFor(newTexture(GL_TEXTURE_2D_ARRAY, 1, [&] {
+        glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA8, 4, 4, 3, 0, GL_RGBA, GL_FLOAT, texels.data());
+    }));
+    EXPECT_TRUE(draw(token, 4, 4).isNear(layers[0], kHalfByte)) << "the token reads the first layer";
+    // A single texture comes to stand behind all three.
+    const Pixels single = pixelsOf(randomImage(4, 4, 140));
+    const TextureToken next = tokenFor(newTexture(single, GL_RGBA8));
+    EXPECT_TRUE(draw(next, 4, 4).isNear(single, kHalfByte));
+    EXPECT_TRUE(draw(token, 4, 4).isNear(layers[0], kHalfByte));
+    EXPECT_TRUE(dumpedSlots().contains(", 4: 4<"));
+}
+
+TEST_P(ArrayPicturesTest, UDIMSetsShowTheirPatchesAndTheirGaps)
+{
+    const TextureToken set = manager->createUDIMToken();
+    Pixels expected(20, 16,
+                    kEmptyPatch); // three patches a row, two rows, and a margin of a patch on all sides
+    QVector<Texture *> textures;
+    for (const QPoint &place : {QPoint(0, 0), QPoint(2, 0), QPoint(1, 1)}) {
+        const Pixels picture = pixelsOf(randomImage(4, 4, 150 + unsigned(textures.size())));
+        // One has a slot of its own.
+        textures.append(newTexture(picture, GL_RGBA8, {textures.isEmpty() ? GL_REPEAT : GL_CLAMP_TO_EDGE}));
+        manager->addUDIMPatch(set, place, textures.last());
+        for (int texel = 0; texel < 16; ++texel) {
+            const QPoint at(texel % 4, texel / 4);
+            expected.at(4 * (1 + place.x()) + at.x(), 4 * (1 + place.y()) + at.y()) =
+                picture.at(at.x(), at.y());
+        }
+    }
+    const QString overAll = QStringLiteral("(u_Token, vec2(5.0, 4.0) * uv - 1.0");
+    EXPECT_TRUE(draw(set, 20, 16, "managedTexture" + overAll + ")").isNear(expected, kHalfByte));
+    EXPECT_TRUE(draw(set, 20, 16, "managedTextureLod" + overAll + ", 0.0)").isNear(expected, kHalfByte));
+    EXPECT_EQ(QVector4D(1, -2, 0, 0), drawn(set, "vec4(managedTextureUDIMIndex(vec2(1.5, -1.5)), 0.0, 0.0)"));
+    EXPECT_EQ(kInvalid, drawn(set, "managedTexelFetch(u_Token, ivec2(0), 0)"));
+    EXPECT_EQ(kInvalid, drawn(set, "managedTextureCube(u_Token, vec3(1.0, 0.0, 0.0))"));
+
+    // The block of five tokens, from 2 on, goes with the set; the textures of the patches keep theirs.
+    for (Texture *texture : textures) {
+        EXPECT_FALSE(manager->deleteUDIM(set));
+        manager->removeUDIMPatch(set, texture);
+    }
+    EXPECT_TRUE(manager->deleteUDIM(set));
+    EXPECT_EQ(10u, manager->maxToken().token);
+    const TextureToken empty = manager->createUDIMToken();
+    EXPECT_EQ(2u, empty.token);
+    EXPECT_EQ(kEmptyPatch, drawn(empty, kSample));
+}
+
+TEST_P(ArrayPicturesTest, ASlotOfAnotherSizeScales)
+{
+    for (const bool upscale : {false, true}) {
+        restart(1);
+        manager->setSlotReallocationMethod(upscale ? TextureManager::SlotReallocationUpscale
+                                                   : TextureManager::SlotReallocationDownscale);
+        const Pixels large = pixelsOf(randomImage(16, 16, 160));
+        const Pixels small = pixelsOf(randomImage(8, 8, 161));
+        const Pixels &first = upscale ? large : small;
+        const Pixels &second = upscale ? small : large;
+        const TextureToken one = tokenFor(newTexture(first, GL_RGBA8));
+        const TextureToken other = tokenFor(newTexture(second, GL_RGBA8));
+        const int side = first.width();
+        EXPECT_TRUE(draw(one, side, side).isNear(first, kHalfByte));
+        EXPECT_TRUE(draw(other, side, side).isNear(resized(second, side, side), 1.5f * kByte));
+        EXPECT_EQ(QStringList(resizeWarning(second.width(), side)), warnings());
+    }
+}
+
+TEST_P(ArrayPicturesTest, MergingSlotsKeepsThePictureOfEveryToken)
+{
+    for (const bool upscale : {false, true}) {
+        restart(2);
+        manager->setSlotReallocationMethod(upscale ? TextureManager::SlotReallocationUpscale
+                                                   : TextureManager::SlotReallocationDownscale);
+        QVector<TextureToken> tokens;
+        std::vector<Pixels> pictures;
+        for (unsigned int i = 0; i < 6; ++i) {
+            const int side = i % 2 == 0 ? 16 : 8;
+            pictures.push_back(pixelsOf(randomImage(side, side, 170 + i)));
+            tokens.append(tokenFor(newTexture(pictures.back(), GL_RGBA8)));
+            draw(tokens.last(), side, side);
+        }
+        warnings();
+        const Pixels newcomer = pixelsOf(randomImage(4, 4, 180));
+        const TextureToken token = tokenFor(newTexture(newcomer, GL_RGBA8, {GL_REPEAT}));
+        EXPECT_TRUE(draw(token, 4, 4).isNear(newcomer, kHalfByte));
+        EXPECT_EQ(QStringList(upscale ? resizeWarning(8, 16) : resizeWarning(16, 8)), warnings());
+        const int side = upscale ? 16 : 8;
+        for (int i = 0; i < tokens.size(); ++i) {
+            const Pixels expected = resized(pictures[size_t(i)], side, side);
+            EXPECT_TRUE(draw(tokens[i], side, side).isNear(expected, 1.5f * kByte)) << i;
+        }
+    }
+}
+
+TEST_P(ArrayPicturesTest, WithoutAPlaceATextureIsInvalidUntilAnotherGoes)
+{
+    restart(1);
+    const TextureToken first = tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA8));
+    EXPECT_EQ(kWhite, drawn(first, kSample));
+    const TextureToken second =
+        tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA16F, {GL_REPEAT, GL_LINEAR}));
+    const QStringList refused(QString::asprintf(
+        "warning [Array2DTextureManager.cpp:#] %p Failed to find slot or layer (   4x4   ) 0x881A "
+        "C:0x2901 0x2901 F:0x2601 0x2600  1.0  0.0\n",
+        static_cast<void *>(manager.get())));
+    EXPECT_EQ(kInvalid, drawn(second, kSample));
+    EXPECT_EQ(refused, warnings());
+    EXPECT_EQ(kInvalid, drawn(second, kSample)) << "tried again";
+    EXPECT_EQ(refused, warnings());
+    EXPECT_EQ(kWhite, drawn(first, kSample));
+}
+
+TEST_P(ArrayPicturesTest, AnEncodedTextureThatFindsNoSlotStandsUndecodedInAPlainOne)
+{
+    restart(1);
+    const Pixels picture = pixelsOf(randomImage(4, 4, 190));
+    const TextureToken plain = tokenFor(newTexture(picture, GL_RGBA8));
+    const TextureToken encoded = tokenFor(newTexture(picture, GL_SRGB8_ALPHA8));
+    EXPECT_TRUE(draw(plain, 4, 4).isNear(picture, kHalfByte));
+    EXPECT_TRUE(draw(encoded, 4, 4).isNear(picture, kByte));
+    EXPECT_EQ(QStringList(resizeWarning(4, 4)), warnings());
+}
+
+TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
+{
+    const Pixels picture = pixelsOf(randomImage(8, 4, 200));
+    const TextureToken token = tokenFor(newTexture(picture, GL_RGBA8));
+    const Pixels half = resized(picture, 4, 2);
+    EXPECT_TRUE(draw(token, 4, 2, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 1)")
+                    .isNear(half, 1.5f * kByte));
+    const Pixels quarter = resized(half, 2, 1);
+    EXPECT_TRUE(draw(token, 2, 1, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 2)")
+                    .isNear(quarter, 2 * kByte));
+}
+
+TEST_P(ArrayPicturesTest, TheLevelThatWouldBeReadCanBeAskedFor)
+{
+    const TextureToken token = tokenFor(newTexture(GL_TEXTURE_2D, 4, [&] {
+        for (int level = 0; level < 4; ++level) {
+            upload(GL_TEXTURE_2D, level, Pixels(8 >> level, 8 >> level, kWhite), GL_RGBA8);
+        }
+    }));
+    const QString query = QStringLiteral("vec4(managedTextureQueryLod(u_Token, uv), 0.0, 0.0)");
+    EXPECT_NEAR(2.0f, draw(token, 2, 2, query).at(0, 0).y(), 0.01f);
+    EXPECT_EQ(QVector4D(), drawBound({token}, TextureToken(1000), 2, 2, query).at(0, 0));
+}
+
+TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)
+{
+    ZEL_NEEDS_SIZES_OF_HANDLES(GetParam().needsBindless);
+    restart(2);
+    const QVector4D red(1, 0, 0, 1);
+    const QVector4D blue(0, 0, 1, 1);
+    const TextureToken first = tokenFor(newTexture(Pixels(4, 4, red), GL_RGBA8));
+    const TextureToken second = tokenFor(newTexture(Pixels(4, 4, blue), GL_RGBA8));
+    const TextureToken other = tokenFor(newTexture(Pixels(2, 2, kWhite), GL_RGBA16F));
+    EXPECT_EQ(red, drawBound({first, second, other}, first, 1, 1).at(0, 0));
+    const Pixels view = drawBound({first, second, other}, first, 4, 100, "textureGetDebug(uv)");
+    EXPECT_TRUE(view.isNear(1, 0, QVector4D(0, 0, 0, 1), 0.0f)) << "the bar over the first slot";
+    EXPECT_TRUE(view.isNear(2, 0, QVector4D(0.5f, 0, 0, 1), 0.0f)) << "the bar over the second";
+    EXPECT_TRUE(view.isNear(1, 25, red, 0.0f));
+    EXPECT_TRUE(view.isNear(1, 75, blue, 0.0f));
+    EXPECT_TRUE(view.isNear(3, 50, kWhite, 0.0f));
+    EXPECT_EQ(QVector4D(),
+              drawn(first, "textureGetDebug(vec2(1.0, 0.5)) + textureGetDebug(vec2(0.5, 1.01))"));
+}
+
+TEST_P(ArrayPicturesTest, PixelsThatChangeUntoldStayAsTheyWere)
+{
+    const Pixels before = pixelsOf(randomImage(4, 4, 210));
+    Texture *texture = newTexture(before, GL_RGBA8);
+    const TextureToken token = manager->tokenForTexture(texture);
+    EXPECT_TRUE(draw(token, 4, 4).isNear(before, kHalfByte));
+    texture->bind();
+    upload(GL_TEXTURE_2D, 0, Pixels(4, 4, kWhite), GL_RGBA8);
+    texture->unbind();
+    EXPECT_TRUE(draw(token, 4, 4).isNear(before, kHalfByte));
+    manager->dirty(texture);
+    EXPECT_EQ(kInvalid, drawBound({}, token, 1, 1).at(0, 0)) << "not placed anew before it is bound";
+    EXPECT_EQ(kWhite, drawn(token, kSample));
+}
+
+TEST_P(ArrayPicturesTest, CompressedTexturesAreToldToHaveNoStorageAndHarmNoOther)
+{
+    ZEL_NEEDS_TEST_DATA(path, "ktx/ktxtest/format_bc1_rgba_unorm.ktx");
+    const Pixels picture = pixelsOf(randomImage(8, 8, 220));
+    const TextureToken plain = tokenFor(newTexture(picture, GL_RGBA8));
+    TextureFileInfo info;
+    info.keepOrientation = true; // or it would arrive as GL_RGBA
+    const TextureToken compressed = manager->tokenForImage(path, info);
+    EXPECT_TRUE(drawBound({plain, compressed}, plain, 8, 8).isNear(picture, kHalfByte));
+    EXPECT_EQ(QStringList({"critical bytesFromInternalFormat() does not implement yet : 0x83F1",
+                           "critical formatFromInternalFormat() does not implement yet : 0x83F1",
+                           "critical typeFromInternalFormat() does not implement yet : 0x83F1"}),
+              warnings());
+    EXPECT_FALSE(TestContext::takeDriverReports().isEmpty());
+    takeGLErrors();
+    drawBound({plain, compressed}, compressed, 8, 8);
+    EXPECT_TRUE(drawBound({plain, compressed}, plain, 8, 8).isNear(picture, kHalfByte));
+}

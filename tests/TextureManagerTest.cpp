@@ -1,0 +1,772 @@
+// Tokens, and the words and calls of the texture managers. What they show is the affair of TextureManagerPicturesTest.
+
+#include "support/AllocationCount.h"
+#include "support/GLFixture.h"
+#include "support/HelperTextures.h"
+#include "support/Soak.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
+#include "support/TextureStrategies.h"
+
+#include <ZelGL/Array2DTextureManager.h>
+#include <ZelGL/BindlessTextureManager.h>
+#include <ZelGL/FramebufferObject.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/SamplerTextureManager.h>
+#include <ZelGL/Texture.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QImage>
+
+#include <algorithm>
+#include <random>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+Texture *newTexture(int width = 2, int height = 2)
+{
+    return (new Texture(nullptr))->create2D(GL_TEXTURE_2D, GL_RGBA8, width, height);
+}
+
+class ManagerTest : public GLTest
+{
+protected:
+    ManagerTest() { QDir(_folder.path()).mkdir("sub"); }
+
+    ~ManagerTest() override { _helpers.deleteAll(); }
+
+    QString path(const QString &name) const { return _folder.filePath(name); }
+
+    QString newImage(const QString &name)
+    {
+        QImage image(2, 2, QImage::Format_ARGB32);
+        image.fill(Qt::red);
+        EXPECT_TRUE(image.save(path(name)));
+        return path(name);
+    }
+
+    /// A program that reads everything that a manager hands over.
+    std::unique_ptr<ShaderProgram> newProgram(TextureManager &manager)
+    {
+        manager.setup(&_processor);
+        auto program = std::make_unique<ShaderProgram>(nullptr);
+        program->setMacroProcessor(&_processor);
+        program->addShader(GL_VERTEX_SHADER, "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n",
+                           QString());
+        program->addShader(
+            GL_FRAGMENT_SHADER,
+            "#version 330\n#include \"TextureManager.glslh\"\nuniform uvec2 u_Token;\nout vec4 color;\n"
+            "void main() { color = managedTexture(u_Token, vec2(0.5)); }\n",
+            QString());
+        program->addShaderFromFile(GL_FRAGMENT_SHADER, manager.getShaderFile());
+        EXPECT_TRUE(program->link());
+        program->bind();
+        return program;
+    }
+
+private:
+    QTemporaryDir _folder;
+    GLSLMacroProcessor _processor;
+    HelperTextures _helpers;
+};
+
+/// The base, as its simplest manager shows it.
+class TextureManagerTest : public ManagerTest
+{
+protected:
+    TextureManagerTest()
+    {
+        EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 0 for 255 255 255 255");
+    }
+
+    SamplerTextureManager manager;
+};
+
+} // namespace
+
+TEST(TextureTokenTest, TokensAreNumbersThatHashAndMakeSets)
+{
+    EXPECT_EQ(~quint64(0), TextureToken().token);
+    EXPECT_TRUE(TextureToken() == nullTextureToken);
+    EXPECT_TRUE(TextureToken(0) != nullTextureToken);
+    EXPECT_EQ(0x00000007u ^ 0x22446688u, qHash(TextureToken(0x1122334400000007u)));
+    EXPECT_EQ(0x56781234u ^ 9u, qHash(QPoint(0x12345678, 9)));
+
+    QVector<TextureToken> set = {5, 3};
+    EXPECT_EQ(set.end(), TextureToken::find(set, 4));
+    EXPECT_EQ(2, TextureToken::insert(set, 4) - set.begin());
+    EXPECT_EQ(1, TextureToken::insert(set, 3) - set.begin());
+    TextureToken::unite(set, {9, 5, 1});
+    EXPECT_TRUE((QVector<TextureToken>{5, 3, 4, 9, 1}) == set);
+}
+
+TEST_F(TextureManagerTest, TokensCountUpAndHolesAreFilledInTheOrderOfTheirMaking)
+{
+    // A vector that is searched and shifted, over random operations.
+    QVector<quint64> free;
+    quint64 end = 1;
+    QVector<quint64> alive = {0};
+    std::mt19937 engine(1);
+    for (int step = 0; step < 20000; ++step) {
+        if (engine() % 16 < 8 && alive.size() < 300) {
+            const quint64 expected = free.isEmpty() ? end++ : free.takeFirst();
+            EXPECT_EQ(expected, manager.reserveToken().token);
+            alive += expected;
+        } else if (engine() % 64 == 0) {
+            EXPECT_EQ(end, manager.reserveTokenBlock(3).token);
+            alive += {end, end + 1, end + 2};
+            end += 3;
+        } else if (!alive.isEmpty()) {
+            const quint64 token = alive.takeAt(int(engine() % unsigned(alive.size())));
+            manager.deleteToken(token);
+            free += token;
+            while (free.contains(end - 1)) {
+                free.removeOne(--end);
+            }
+        }
+        ASSERT_EQ(end, manager.maxToken().token);
+    }
+}
+
+TEST_F(TextureManagerTest, DeletingWhatWasNotReservedIsToldAndFiled)
+{
+    manager.deleteToken(7);
+    EXPECT_MESSAGES(
+        "critical [TextureManager.cpp:#] [ !! ] Assertion 'token.token < this->_maxToken.token' failed: "
+        "Delete token 7 but only 1 reserved!");
+    EXPECT_EQ(7u, manager.reserveToken().token);
+    manager.deleteToken(0);
+    manager.deleteToken(0);
+    EXPECT_MESSAGES(
+        "critical [TextureManager.cpp:#] [ !! ] Assertion '0 < this->_maxToken.token' failed: Delete token "
+        "0 but none 0 reserved!",
+        "critical [TextureManager.cpp:#] [ !! ] Assertion 'token.token < this->_maxToken.token' failed: "
+        "Delete token 0 but only 0 reserved!");
+    EXPECT_EQ(0u, manager.reserveToken().token);
+    manager.deleteToken(nullTextureToken);
+    _capture.take();
+    EXPECT_TRUE(nullTextureToken != manager.reserveToken()) << "which is never handed out";
+}
+
+TEST_F(TextureManagerTest, PathsAreFoundAsGivenUnderTheRootAndByTheirLastComponent)
+{
+    const QString image = newImage("sub/image.png");
+    manager.setTextureRoot(path("sub"));
+    EXPECT_EQ(path("sub"), manager.getTextureRoot());
+    for (const QString &given :
+         {image, QString("image.png"), QString("elsewhere/image.png"), QString("C:\\art\\image.png")}) {
+        EXPECT_EQ(image, manager.resolveTexturePath(given));
+    }
+    EXPECT_EQ("a\\b/other.png", manager.resolveTexturePath("a\\b/other.png"));
+    EXPECT_MESSAGES("debug Failed to find file a\\b/other.png");
+}
+
+TEST_F(TextureManagerTest, AnImageHasOneTokenWhicheverWayItIsNamed)
+{
+    const QString image = newImage("b.png");
+    manager.setTextureRoot(path(""));
+    const TextureToken token = manager.tokenForImage("b.png", TextureFileInfo());
+    EXPECT_EQ(1u, token.token);
+    EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 1 for b.png (full path: " + image + ")");
+    EXPECT_TRUE(token == manager.tokenForImage(image, TextureFileInfo()));
+    manager.tokenForImage(newImage("a.png"), TextureFileInfo());
+    EXPECT_EQ(QStringList({path("a.png"), image}), manager.textureFiles());
+    _capture.take();
+
+    Texture *texture = manager.textureForToken(token);
+    EXPECT_MESSAGES(startsWith("debug Texture " + image + " loaded in "));
+    ASSERT_NE(nullptr, texture);
+    EXPECT_TRUE(texture->isReadOnly());
+    EXPECT_EQ(texture, manager.textureForToken(token));
+    EXPECT_EQ(texture, manager.textureForImage(image, TextureFileInfo()));
+    EXPECT_TRUE(token == manager.tokenForTexture(texture));
+    EXPECT_TRUE(token == manager.textureTokenMap().value(texture));
+}
+
+TEST_F(TextureManagerTest, WhatIsMissingIsWhiteAndWhatDoesNotLoadIsTriedAgain)
+{
+    const TextureToken white = manager.tokenForColor(QColor(Qt::white));
+    EXPECT_TRUE(white == manager.tokenForImage("", TextureFileInfo()));
+    EXPECT_MESSAGES("warning [TextureManager.cpp:#] Cannot load ");
+    EXPECT_TRUE(white == manager.tokenForImage("/no/such", TextureFileInfo()));
+    EXPECT_MESSAGES("debug Failed to find file /no/such",
+                    "warning [TextureManager.cpp:#] Cannot load /no/such");
+    EXPECT_TRUE(white == manager.tokenForImage(path("sub"), TextureFileInfo()));
+    EXPECT_MESSAGES("warning [TextureManager.cpp:#] Cannot load " + path("sub"));
+
+    QFile(path("late.png")).open(QIODevice::WriteOnly);
+    const TextureToken token = manager.tokenForImage(path("late.png"), TextureFileInfo());
+    EXPECT_EQ(manager.textureForToken(white), manager.textureForToken(token));
+    _capture.take();
+    newImage("late.png");
+    EXPECT_NE(manager.textureForToken(white), manager.textureForToken(token));
+    EXPECT_MESSAGES(startsWith("debug Texture " + path("late.png") + " loaded in "));
+    EXPECT_EQ(nullptr, manager.textureForToken(1000));
+    EXPECT_EQ(nullptr, manager.textureForToken(nullTextureToken));
+}
+
+TEST_F(TextureManagerTest, ADeletedColourIsForgottenUnlessItIsTranslucent)
+{
+    const QColor red(255, 0, 0);
+    const QColor glass(1, 2, 3, 4);
+    EXPECT_EQ(1u, manager.tokenForColor(red).token);
+    EXPECT_EQ(2u, manager.tokenForColor(glass).token);
+    EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 1 for 255 0 0 255",
+                    "debug [TextureManager.cpp:#] Creating token 2 for 1 2 3 4");
+    EXPECT_EQ(manager.textureForColor(glass), manager.textureForToken(2));
+    manager.textureForColor(red);
+    manager.deleteTexture(TextureToken(1));
+    manager.deleteTexture(TextureToken(2));
+    EXPECT_EQ(1u, manager.maxToken().token);
+    EXPECT_EQ(2u, manager.tokenForColor(glass).token) << "its number, which nobody holds any more";
+    EXPECT_MESSAGES();
+    EXPECT_EQ(1u, manager.tokenForColor(red).token);
+    EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 1 for 255 0 0 255");
+}
+
+TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
+{
+    Texture *texture = newTexture();
+    const TextureToken token = manager.tokenForTexture(texture);
+    EXPECT_MESSAGES(QString::asprintf("debug [TextureManager.cpp:#] Creating token 1 for texture %p",
+                                      static_cast<void *>(texture)));
+    EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
+    const int alive = Texture::NumAlive();
+    manager.deleteTexture(texture);
+    EXPECT_EQ(alive - 1, Texture::NumAlive());
+    EXPECT_EQ(nullptr, manager.textureForToken(token));
+    manager.deleteTexture(static_cast<Texture *>(nullptr));
+    manager.deleteTexture(texture); // a number by now, which has no token
+    manager.deleteTexture(nullTextureToken);
+    EXPECT_EQ(1u, manager.maxToken().token);
+
+    GLuint name = 0;
+    glGenTextures(1, &name);
+    auto *foreign = new Texture(name, nullptr);
+    foreign->setTarget(GL_TEXTURE_2D);
+    manager.deleteTexture(manager.tokenForTexture(foreign));
+    EXPECT_EQ(name, foreign->textureID()) << "the wrapper is still there";
+    manager.tokenForTexture(foreign);
+    manager.clear();
+    EXPECT_EQ(alive - 1, Texture::NumAlive()) << "and gone when all is cleared";
+    glDeleteTextures(1, &name);
+    _capture.take();
+}
+
+TEST_F(TextureManagerTest, ATokenDeletedBeforeItsImageWasLoadedKeepsItsPath)
+{
+    const QString image = newImage("a.png");
+    const TextureToken token = manager.tokenForImage(image, TextureFileInfo());
+    manager.deleteTexture(token);
+    EXPECT_EQ(1u, manager.maxToken().token);
+    EXPECT_TRUE(token == manager.tokenForImage(image, TextureFileInfo()));
+    EXPECT_TRUE(token == manager.reserveToken());
+    _capture.take();
+}
+
+TEST_F(TextureManagerTest, ClearingNumbersFromTheBeginning)
+{
+    manager.textureForColor(QColor(Qt::red));
+    manager.tokenForImage(newImage("a.png"), TextureFileInfo());
+    Texture *scratch = manager.tempTexture(RGBA, 4, 4, 1, 1);
+    manager.releaseTempTextureRef(scratch, 1);
+    manager.clear();
+    EXPECT_EQ(0, ledger().alive(GLLedger::eTexture));
+    EXPECT_EQ(0u, manager.maxToken().token);
+    EXPECT_TRUE(manager.textureFiles().isEmpty());
+    EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
+    EXPECT_EQ(nullptr, manager.textureForToken(nullTextureToken));
+    EXPECT_EQ(0u, manager.tokenForColor(QColor(Qt::white)).token) << "white went too, and is made anew";
+    _capture.take();
+}
+
+TEST_F(TextureManagerTest, ScratchTexturesComeFromThePoolAndFramebuffersGiveThemBack)
+{
+    ASSERT_TRUE(TextureManager::setInstance(&manager));
+    EXPECT_EQ(&manager, TextureManager::Instance());
+    Texture *color = manager.tempTexture(RGBA16F, 4, 4, 1, 1);
+    Texture *depth = manager.tempTexture(DEPTH32F, 4, 4, 1, 1);
+    manager.addTempTextureRef(color, 1);
+    FramebufferObject framebuffer(nullptr);
+    framebuffer.bind();
+    framebuffer.attach(color, GL_COLOR_ATTACHMENT0, 0);
+    EXPECT_EQ(color, framebuffer.detachAndRelease(GL_COLOR_ATTACHMENT0));
+    EXPECT_EQ(nullptr, framebuffer.detachAndRelease(GL_COLOR_ATTACHMENT0));
+    EXPECT_NE(color, manager.tempTexture(RGBA16F, 4, 4, 1, 1)) << "it has a reference left";
+    framebuffer.attach(color, GL_COLOR_ATTACHMENT0, 0);
+    framebuffer.attach(depth, GL_DEPTH_ATTACHMENT, 0);
+    framebuffer.detachAndReleaseAll();
+    framebuffer.unbind();
+    EXPECT_EQ(0, FramebufferObject::NumActiveFBOTextures());
+    EXPECT_EQ(color, manager.tempTexture(RGBA16F, 4, 4, 1, 1));
+    EXPECT_EQ(depth, manager.tempTexture(DEPTH32F, 4, 4, 1, 1));
+    manager.printTempTextureSummary();
+    EXPECT_MESSAGES(
+        "debug [TexturePool.cpp:#] 3 managed textures:", "debug [TexturePool.cpp:#] - 3 active textures",
+        "debug [TexturePool.cpp:#] - 0 free textures",
+        "debug [TexturePool.cpp:#] - breakdown by texture format, width and height:",
+        startsWith("debug [TexturePool.cpp:#]   - "), startsWith("debug [TexturePool.cpp:#]   - "));
+    for (Texture *texture : {color, depth}) {
+        manager.releaseTempTextureRef(texture, 1);
+    }
+    manager.deleteUnusedTempTextures();
+    EXPECT_EQ(1, ledger().alive(GLLedger::eTexture));
+    manager.clear();
+    TextureManager::setInstance(nullptr);
+}
+
+TEST_F(TextureManagerTest, UDIMSetsAreOfTheManagersThatHaveThem)
+{
+    EXPECT_TRUE(nullTextureToken == manager.createUDIMToken());
+    EXPECT_EQ(1u, manager.maxToken().token);
+
+    Array2DTextureManager array;
+    _capture.take();
+    const TextureToken set = array.createUDIMToken();
+    EXPECT_EQ(1u, set.token);
+    EXPECT_EQ(nullptr, array.textureForToken(set));
+    Texture *texture = newTexture();
+    array.addUDIMPatch(set, QPoint(1, 0), texture);
+    EXPECT_FALSE(array.deleteUDIM(set));
+    array.removeUDIMPatch(set, texture);
+    EXPECT_TRUE(array.deleteUDIM(set));
+    EXPECT_EQ(1u, array.maxToken().token);
+    delete texture; // it never got a token
+}
+
+TEST_F(ManagerTest, TheProcessWideManagerIsBindlessWhereTheDriverIs)
+{
+    TextureManager *manager = TextureManager::Instance();
+    const bool bindless = BindlessTextureManager::isSupported();
+    const QVector<Message> messages = _capture.take();
+    EXPECT_EQ(bindless ? "debug BindlessTextureManager" : "debug SamplerTextureManager",
+              messages.first().toString());
+    EXPECT_EQ(bindless ? "BindlessTextureManager.glslc" : "SamplerTextureManager.glslc",
+              manager->getShaderFile());
+    EXPECT_EQ(8, manager->getMaxSlots());
+    EXPECT_EQ(manager, TextureManager::Instance());
+    TextureManager::setInstance(nullptr);
+    delete manager;
+}
+
+TEST_F(ManagerTest, DefinesTellTheShaderOfTheManager)
+{
+    const auto definesOf = [](TextureManager &manager) {
+        GLSLMacroProcessor processor;
+        manager.setup(&processor);
+        manager.setup(nullptr);
+        return GLSLMacroProcessor::processDefines(&processor);
+    };
+    SamplerTextureManager sampler;
+    EXPECT_EQ("#define TEXTURE_MANAGER_SAMPLER 1\n#define TEXTURE_MANAGER_SLOT_COUNT 8\n",
+              definesOf(sampler));
+    Array2DTextureManager array;
+    array.setMaxSlots(5);
+    const QString always = "#define TEXTURE_MANAGER_ARRAY2D 1\n"
+                           "#define TEXTURE_MANAGER_ARRAY2D_NUM_UVEC4S_PER_TOKEN 2\n"
+                           "%1"
+                           "#define TEXTURE_MANAGER_ARRAY2D_SUPPORTS_TEXTURE_QUERY_LOD 1\n"
+                           "#define TEXTURE_MANAGER_ARRAY2D_UNIFORMS_SIZE 128\n"
+                           "#define TEXTURE_MANAGER_SLOT_COUNT 5\n"
+                           "#define TEXTURE_MANAGER_SUPPORTS_UDIMS 1\n";
+    EXPECT_EQ(always.arg("#define TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_TEXTURE 1\n"), definesOf(array));
+    array.setUseSlotMapTexture(false);
+    array.setUseSlotMapUniforms(true);
+    array.setUseExplicitlyArrayAccessInGLSL(true);
+    EXPECT_EQ("#define TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS 1\n"
+                  + always.arg("#define TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_UNIFORMS 1\n"),
+              definesOf(array));
+    _capture.take();
+}
+
+namespace {
+
+/// The units that a manager hands to the sampler array.
+class SamplerArray
+{
+public:
+    SamplerArray()
+    {
+        _upload.replace([this](GLint location, GLsizei count, const GLint *values) {
+            units.assign(values, values + count);
+            _upload.original(location, count, values);
+        });
+    }
+
+    std::vector<GLint> units;
+
+private:
+    Hook<&glUniform1iv> _upload;
+};
+
+} // namespace
+
+TEST_F(TextureManagerTest, SlotsAreSharedCountedAndUsedAgain)
+{
+    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
+    SamplerArray samplers;
+    const auto bindProgram = [&] {
+        manager.bind(program.get());
+        manager.unbind(program.get());
+        return samplers.units;
+    };
+    std::vector<GLint> units = bindProgram();
+    EXPECT_EQ(8u, units.size());
+    EXPECT_EQ(8, std::count(units.begin(), units.end(), units[0])) << "all of them the empty texture's";
+
+    QVector<TextureToken> tokens;
+    for (int i = 0; i < 9; ++i) {
+        tokens += manager.tokenForTexture(newTexture());
+    }
+    _capture.take();
+    const auto unitOf = [&](int token) { return GLint(manager.textureForToken(tokens[token])->unit()); };
+    manager.bind(tokens.mid(0, 3));
+    manager.bind(tokens.mid(1, 1)); // twice in one slot
+    units = bindProgram();
+    EXPECT_EQ((std::vector<GLint>{unitOf(0), unitOf(1), unitOf(2), unitOf(2), unitOf(2), unitOf(2), unitOf(2),
+                                  unitOf(2)}),
+              units);
+    manager.unbind(tokens.mid(0, 2));
+    units = bindProgram();
+    EXPECT_EQ(unitOf(1), units[1]) << "bound once more";
+    EXPECT_NE(unitOf(1), units[0]);
+    manager.bind(tokens.mid(5, 1));
+    units = bindProgram();
+    EXPECT_EQ(unitOf(5), units[0]) << "the free slot comes before a new one";
+
+    manager.bind(tokens);
+    bindProgram();
+    EXPECT_EQ(8u, samplers.units.size());
+    EXPECT_MESSAGES(
+        "warning [SamplerTextureManager.cpp:#] Requesting 9 texture slots but only 8 available. Rendering "
+        "will be incorrect!");
+    for (const QVector<TextureToken> &bound : {tokens, tokens.mid(1, 2), tokens.mid(5, 1)}) {
+        manager.unbind(bound);
+    }
+}
+
+TEST_F(TextureManagerTest, WithoutAProgramTheCurrentOneOfGLIsMeant)
+{
+    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
+    SamplerArray samplers;
+    manager.bind();
+    EXPECT_EQ(8u, samplers.units.size());
+    manager.unbind();
+}
+
+TEST_F(TextureManagerTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
+{
+    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
+    manager.bind(program.get());
+    manager.tokenForColor(QColor(Qt::red));
+    manager.unbind(program.get());
+    _capture.take();
+    // No unit is lost, and a texture that gets the old name is a new one.
+    Texture texture(nullptr);
+    texture.setTarget(GL_TEXTURE_2D);
+    EXPECT_FALSE(texture.isBound());
+    ASSERT_TRUE(texture.bind());
+    EXPECT_EQ(texture.maxTextureUnits() - 1, int(texture.unit()));
+    texture.unbind();
+}
+
+TEST_F(ManagerTest, WithoutBindlessTexturesTheirManagerTellsAndDoesNothing)
+{
+    if (BindlessTextureManager::isSupported()) {
+        GTEST_SKIP() << "Needs a driver without GL_ARB_bindless_texture";
+    }
+    BindlessTextureManager manager;
+    EXPECT_MESSAGES(
+        "critical [BindlessTextureManager.cpp:#] [ !! ] Assertion 'false' failed: No known bindless texture "
+        "support detected. You should not be using this TextureManager");
+    const TextureToken token = manager.tokenForColor(QColor(Qt::red));
+    manager.bind(QVector<TextureToken>{token});
+    manager.unbind(QVector<TextureToken>{token});
+    EXPECT_FALSE(Array2DTextureManager::isBindlessSupported());
+}
+
+namespace {
+
+class BindlessManagerTest : public ManagerTest
+{
+protected:
+    void SetUp() override
+    {
+        if (!BindlessTextureManager::isSupported()) {
+            GTEST_SKIP() << "Needs GL_ARB_bindless_texture";
+        }
+        manager = std::make_unique<BindlessTextureManager>();
+    }
+
+    static bool isResident(const TextureToken &token)
+    {
+        const auto ask = reinterpret_cast<PFNGLISTEXTUREHANDLERESIDENTARBPROC>(
+            getGLProcAddress("glIsTextureHandleResidentARB", false));
+        return ask(token.token) != GL_FALSE;
+    }
+
+    std::unique_ptr<BindlessTextureManager> manager;
+};
+
+} // namespace
+
+TEST_F(BindlessManagerTest, HandlesAreTheTokensOfWhatDoesNotChange)
+{
+    EXPECT_FALSE(manager->isBindlessToken(nullTextureToken));
+    EXPECT_TRUE(nullTextureToken == manager->tokenForTexture(nullptr));
+    Texture *fixed = newTexture();
+    fixed->setReadOnly();
+    const TextureToken handle = manager->tokenForTexture(fixed);
+    EXPECT_TRUE(manager->isBindlessToken(handle));
+    EXPECT_TRUE(handle == manager->tokenForTexture(fixed));
+    const TextureToken writable = manager->tokenForTexture(newTexture());
+    EXPECT_EQ(Q_UINT64_C(0xFFFFFFFF00000000), writable.token);
+    EXPECT_EQ(1u, manager->maxToken().token);
+
+    const QString image = newImage("a.png");
+    const TextureToken loaded = manager->tokenForImage(image, TextureFileInfo());
+    EXPECT_TRUE(manager->isBindlessToken(loaded));
+    EXPECT_TRUE(loaded == manager->tokenForImage(image, TextureFileInfo()));
+    EXPECT_TRUE(manager->textureForImage(image, TextureFileInfo())->isReadOnly());
+    EXPECT_TRUE(manager->isBindlessToken(manager->tokenForColor(QColor(1, 2, 3, 4))));
+    EXPECT_EQ(QStringList(image), manager->textureFiles());
+    EXPECT_TRUE(manager->tokenForColor(QColor(Qt::white))
+                == manager->tokenForImage("/no/such", TextureFileInfo()));
+    EXPECT_MESSAGES(startsWith("debug Texture " + image + " loaded in "),
+                    "debug Failed to find file /no/such",
+                    "warning [TextureIO.cpp:#] File /no/such not found");
+
+    manager->deleteTexture(writable);
+    EXPECT_EQ(0u, manager->maxToken().token);
+    manager->deleteTexture(handle); // was never counted
+    manager->clear();
+    EXPECT_EQ(0, ledger().alive(GLLedger::eTexture)) << "white too, which clearing makes first";
+}
+
+TEST_F(BindlessManagerTest, HandlesAreResidentWhileTheyAreBound)
+{
+    const TextureToken token = manager->tokenForColor(QColor(Qt::red));
+    EXPECT_FALSE(isResident(token));
+    manager->bind(QVector<TextureToken>{token, TextureToken(), TextureToken(77)});
+    EXPECT_TRUE(isResident(token));
+    manager->bind(QVector<TextureToken>{token});
+    manager->unbind(QVector<TextureToken>{token});
+    EXPECT_FALSE(isResident(token)) << "nobody counts";
+}
+
+TEST_F(BindlessManagerTest, WritableTexturesBeyondTheSlotsAreTold)
+{
+    manager->setMaxSlots(2);
+    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
+    SamplerArray samplers;
+    QVector<TextureToken> tokens;
+    for (int i = 0; i < 3; ++i) {
+        tokens += manager->tokenForTexture(newTexture());
+    }
+    manager->bind(tokens);
+    manager->bind(program.get());
+    EXPECT_EQ(2u, samplers.units.size());
+    EXPECT_MESSAGES(
+        "warning [BindlessTextureManager.cpp:#] Requesting 3 texture slots but only 2 available. Rendering "
+        "will be incorrect!");
+    manager->unbind(program.get());
+    manager->unbind(tokens);
+}
+
+namespace {
+
+class ArrayManagerTest : public ManagerTest
+{
+protected:
+    ArrayManagerTest() { _capture.take(); }
+
+    Array2DTextureManager manager;
+};
+
+} // namespace
+
+TEST_F(ArrayManagerTest, NothingToBindMakesNoSlots)
+{
+    Tap<&glGenTextures> made;
+    manager.bind(QVector<TextureToken>());
+    manager.bind(QList<TextureToken>());
+    manager.bind(QSet<TextureToken>());
+    EXPECT_EQ(0u, made.count());
+    manager.dumpSlots();
+    EXPECT_MESSAGES(
+        QString::asprintf("debug [Array2DTextureManager.cpp:#] %p \n", static_cast<void *>(&manager)));
+}
+
+TEST_F(ArrayManagerTest, MisuseIsTold)
+{
+    manager.bind(QList<TextureToken>{nullTextureToken, TextureToken(5)});
+    EXPECT_MESSAGES("critical [Array2DTextureManager.cpp:#] [ !! ] Assertion 'token.token < "
+                    "quint64(_textureTokenToSlotLayerData.size())' failed: Token 5 is not in array 1.");
+
+    auto *flat = new Texture(nullptr);
+    flat->setTarget(GL_TEXTURE_3D);
+    const TextureToken token = manager.tokenForTexture(flat);
+    _capture.take();
+    manager.bind(QVector<TextureToken>{token});
+    const QString target =
+        "critical [Array2DTextureManager.cpp:#] [ !! ] Assertion '(GL_TEXTURE_2D == texture->target()) "
+        "|| (GL_TEXTURE_CUBE_MAP == texture->target()) || (GL_TEXTURE_2D_ARRAY == texture->target())' "
+        "failed: Texture 1 is for target 0x806F. Only 0xDE1, 0x8513 or 0x8C1A are allowed";
+    EXPECT_MESSAGES(target, target);
+
+    manager.setSlotReallocationMethod(TextureManager::SlotReallocationMethod(7));
+    EXPECT_MESSAGES(
+        "warning [Array2DTextureManager.cpp:#] Unsupported slot reallocation method request 7 ignored!");
+    manager.bind(); // without a program
+    manager.unbind();
+    EXPECT_FALSE(manager.moveSlotLayers(0, 100));
+    EXPECT_FALSE(manager.findSlotLayer(SlotFormat(), 1).isValid());
+}
+
+TEST_F(ArrayManagerTest, ATextureThatLosesItsSizeBeforeItsCopyStaysPending)
+{
+    Texture *texture = newTexture(4, 4);
+    const TextureToken token = manager.tokenForTexture(texture);
+    manager.bind(QVector<TextureToken>{token});
+    const auto resize = [&](int side) {
+        texture->bind();
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, side, side, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+        texture->unbind();
+    };
+    resize(0);
+    _capture.take();
+    const QString ignored = QString::asprintf(
+        "warning [Array2DTextureManager.cpp:#] %p Ignoring texture of size (0x0), not blitted into array2D",
+        static_cast<void *>(&manager));
+    manager.updateSlots();
+    manager.updateSlots();
+    EXPECT_MESSAGES(ignored, ignored);
+    resize(4);
+    manager.updateSlots();
+    EXPECT_MESSAGES();
+    EXPECT_TRUE(manager.blitTokenToTextureSlot(nullTextureToken)) << "nothing to do";
+}
+
+TEST_F(ArrayManagerTest, SlotsAreDescribedAndAbandonedWhenAllIsCleared)
+{
+    manager.setMaxSlots(2);
+    const TextureToken token = manager.tokenForTexture(newTexture(4, 2));
+    manager.bind(QVector<TextureToken>{token});
+    manager.updateSlots();
+    _capture.take();
+    manager.dumpSlots();
+    GLint layers = 0;
+    glGetIntegerv(GL_MAX_ARRAY_TEXTURE_LAYERS, &layers);
+    EXPECT_MESSAGES(QString::asprintf("debug [Array2DTextureManager.cpp:#] %p \n"
+                                      "  0 {(   4x   2) 0x8058 C:0x2901 0x2901 F:0x2600 0x2600 , 1: 1<%d} \n"
+                                      "  1 {UNUSED} \n",
+                                      static_cast<void *>(&manager), layers));
+    manager.deleteSlots();
+    EXPECT_TRUE(manager.blitTokenToTextureSlot(token)) << "there is no slot to copy to";
+    manager.clear();
+    manager.bind(QVector<TextureToken>{token});
+    EXPECT_MESSAGES(startsWith("critical [Array2DTextureManager.cpp:#] [ !! ] Assertion 'token.token < "));
+}
+
+TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)
+{
+    QVector<TextureToken> tokens;
+    for (int i = 0; i < 3; ++i) {
+        tokens += manager.tokenForTexture(newTexture(8, 2));
+    }
+    manager.bind(tokens);
+    Tap<&glTexImage3D> storage;
+    manager.updateSlots();
+    ASSERT_EQ(3u * 2u, storage.count()) << "8x2 and 4x1";
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), 0, GL_RGBA8, 8, 2, 3, 0, GLenum(GL_RGBA),
+                              GLenum(GL_UNSIGNED_BYTE), static_cast<const void *>(nullptr)),
+              storage.calls().front());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), 1, GL_RGBA8, 4, 1, 3, 0, GLenum(GL_RGBA),
+                              GLenum(GL_UNSIGNED_BYTE), static_cast<const void *>(nullptr)),
+              storage.calls().back());
+    manager.updateSlots();
+    EXPECT_EQ(6u, storage.count());
+    _capture.take();
+}
+
+namespace {
+
+class ManagerCallsTest : public ManagerTest, public testing::WithParamInterface<TextureStrategy>
+{
+protected:
+    void SetUp() override
+    {
+        ZEL_NEEDS_DRIVER_OF(GetParam());
+        manager = GetParam().make();
+    }
+
+    std::unique_ptr<TextureManager> manager;
+};
+
+INSTANTIATE_TEST_SUITE_P(Strategies, ManagerCallsTest, testing::ValuesIn(textureStrategies()),
+                         nameOfStrategy);
+
+} // namespace
+
+TEST_P(ManagerCallsTest, WhatIsInPlaceCostsNoLookUpNoUploadAndNoMemory)
+{
+    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
+    QList<TextureToken> tokens;
+    for (int i = 0; i < 5; ++i) {
+        Texture *texture = newTexture(4, 4);
+        texture->setReadOnly();
+        tokens += manager->tokenForTexture(texture);
+    }
+    const QVector<TextureToken> unbound = tokens.toVector();
+    const auto round = [&] {
+        manager->bind(tokens);
+        manager->bind(program.get());
+        manager->unbind(program.get());
+        manager->unbind(unbound);
+    };
+    round();
+    {
+        Tap<&glGetUniformLocation> lookUps;
+        Tap<&glTexImage1D> maps1D;
+        Tap<&glTexImage2D> maps2D;
+        Tap<&glTexImage3D> storage;
+        Tap<&glGenFramebuffers> framebuffers;
+        round();
+        EXPECT_EQ(0u,
+                  lookUps.count() + maps1D.count() + maps2D.count() + storage.count() + framebuffers.count());
+    }
+    if (GetParam().kind == TextureStrategy::eArray) {
+        Tap<&glActiveTexture> units;
+        Tap<&glGetTexParameteriv> questions;
+        const AllocationCount allocations;
+        manager->bind(tokens);
+        const size_t taken = allocations.taken();
+        EXPECT_EQ(0u, taken);
+        EXPECT_EQ(0u, units.count() + questions.count());
+    }
+    _capture.take();
+}
+
+TEST_P(ManagerCallsTest, TokensThatComeAndGoLeaveNothingBehind)
+{
+    const quint64 before = manager->maxToken().token;
+    quint64 color = 0;
+    EXPECT_TRUE(soak(100000, [&] {
+        const QColor next(QRgb(0xFF000000u | (++color & 0xFFFFFFu)));
+        const TextureToken token = manager->tokenForColor(next);
+        manager->bind(QVector<TextureToken>{token});
+        manager->unbind(QVector<TextureToken>{token});
+        manager->deleteTexture(token);
+        _capture.take();
+        if (color % 500 == 0) { // drivers give back what they have finished with
+            GLubyte pixel[4];
+            glClear(GL_COLOR_BUFFER_BIT);
+            glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+        }
+    }));
+    EXPECT_EQ(before, manager->maxToken().token);
+}
