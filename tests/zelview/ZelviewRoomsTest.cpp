@@ -165,9 +165,10 @@ TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)
 
 TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
 {
-    const Expected<Options> options = parseOptions(
-        {"zelview", "a.glb", "--offscreen", "a.png", "--size", "640x480", "--samples", "2", "--view",
-         "-30,10.5", "--draw-id", "base-instance", "--block-limit", "1024", "--verbose"});
+    const Expected<Options> options =
+        parseOptions({"zelview", "a.glb", "--offscreen", "a.png", "--size", "640x480", "--samples", "2",
+                      "--view", "-30,10.5", "--draw-id", "base-instance", "--block-limit", "1024",
+                      "--manager", "array-bindless", "--verbose"});
     ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
     EXPECT_EQ(options->file, QStringLiteral("a.glb"));
     EXPECT_EQ(options->picture, QStringLiteral("a.png"));
@@ -177,8 +178,15 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
     EXPECT_EQ(options->elevation, 10.5f);
     EXPECT_EQ(options->drawIDPath, DrawIDPath::eBaseInstance);
     EXPECT_EQ(options->blockLimit, 1024);
+    EXPECT_TRUE(options->manager == ManagerKind::eArrayBindless);
+    EXPECT_FALSE(options->isUdim);
     EXPECT_TRUE(options->verbose);
     EXPECT_TRUE(options->answer.isEmpty());
+    const Expected<Options> tiles = parseOptions({"zelview", "--udim", "t.<UDIM>.png"});
+    ASSERT_TRUE(bool(tiles)) << qPrintable(tiles.problem().text);
+    EXPECT_TRUE(tiles->isUdim);
+    EXPECT_EQ(tiles->file, QStringLiteral("t.<UDIM>.png"));
+    EXPECT_FALSE(tiles->manager.has_value());
 }
 
 } // namespace

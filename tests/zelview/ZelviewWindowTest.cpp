@@ -1,8 +1,15 @@
+#include "ModelFiles.h"
+
 #include "Exhibit.h"
+#include "Graphics.h"
 #include "Options.h"
+#include "Programs.h"
+#include "RenderTarget.h"
 #include "Window.h"
 
 #include "../support/Print.h"
+
+#include <ZelGL/ZelGL.h>
 
 #include <gtest/gtest.h>
 
@@ -162,6 +169,55 @@ TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBePutUp)
     ASSERT_TRUE(window.failure());
     EXPECT_EQ(window.failure()->text, QStringLiteral("torn"));
     EXPECT_EQ(_notebook.lastViewport, QSize()); // nothing was drawn
+}
+
+QImage pictureOf(Exhibit &exhibit, RenderTarget &target, const QSize &size)
+{
+    EXPECT_FALSE(exhibit.prepareFrame(size).has_value());
+    const Orvane::Zel::AutoBinder bound(target.framebuffer());
+    glViewport(0, 0, size.width(), size.height());
+    glClear(GL_DEPTH_BUFFER_BIT);
+    exhibit.draw(size);
+    QImage image(size, QImage::Format_RGBX8888);
+    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
+    return image;
+}
+
+TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
+{
+    const ModelFiles files;
+    const QSize size(40, 30);
+    _options.file = files.writeWall(QStringLiteral("wall.obj"), 2, 1);
+    auto exhibit = Exhibit::load(_options);
+    ASSERT_TRUE(bool(exhibit));
+    Exhibit &model = **exhibit;
+    const auto context = OffscreenContext::create(_options);
+    ASSERT_TRUE(bool(context));
+    {
+        Programs programs;
+        ASSERT_FALSE(model.putUp(programs, _options).has_value());
+        auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eDepth);
+        ASSERT_TRUE(bool(target));
+        model.frame(size);
+        const QImage plain = pictureOf(model, **target, size);
+        EXPECT_TRUE(model.describeFrame().first().endsWith(QStringLiteral("textures by sampler")));
+        EXPECT_TRUE(model.key(Qt::Key_D));
+        EXPECT_EQ(pictureOf(model, **target, size), plain); // this manager has no view of itself
+        EXPECT_TRUE(model.key(Qt::Key_M));
+        EXPECT_NE(pictureOf(model, **target, size), plain);
+        EXPECT_TRUE(model.describeFrame().first().endsWith(QStringLiteral("textures by array")));
+        EXPECT_TRUE(model.key(Qt::Key_D));
+        EXPECT_EQ(pictureOf(model, **target, size), plain);
+
+        // All the way round, and again from the start.
+        for (int i = 0; i < 4 && !model.describeFrame().first().endsWith(QStringLiteral("sampler")); ++i) {
+            EXPECT_TRUE(model.key(Qt::Key_M));
+            EXPECT_EQ(pictureOf(model, **target, size), plain);
+        }
+        EXPECT_TRUE(model.describeFrame().first().endsWith(QStringLiteral("textures by sampler")));
+        EXPECT_FALSE(model.key(Qt::Key_L));
+        model.takeDown();
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "DrawRecords.h"
 
+#include "ModelTextures.h"
 #include "Scene.h"
 #include "UniformBlock.h"
 
@@ -43,7 +44,7 @@ void copyNormalMatrix(const QMatrix4x4 &transform, float (&target)[3][4])
     }
 }
 
-DrawRecord toRecord(const Draw &draw, const Material &material)
+DrawRecord toRecord(const Draw &draw, const Material &material, TextureToken baseColorMap)
 {
     DrawRecord record = {};
     std::copy_n(draw.transform.constData(), 16, record.model);
@@ -54,12 +55,14 @@ DrawRecord toRecord(const Draw &draw, const Material &material)
     record.metalness = material.metalness;
     record.roughness = material.roughness;
     record.alphaCutoff = material.isBlended ? 0.0f : material.alphaCutoff;
+    record.baseColorMap[0] = quint32(baseColorMap.token);
+    record.baseColorMap[1] = quint32(baseColorMap.token >> 32);
     return record;
 }
 
 } // namespace
 
-DrawRecords::DrawRecords(const Scene &scene, int blockLimit)
+DrawRecords::DrawRecords(const Scene &scene, const ModelTextures &textures, int blockLimit)
     : _drawCount(int(scene.draws.size()))
     , _blockLength(std::clamp(blockLimit / int(sizeof(DrawRecord)), 1, std::max(_drawCount, 1)))
 {
@@ -69,7 +72,8 @@ DrawRecords::DrawRecords(const Scene &scene, int blockLimit)
         for (int i = first; i < std::min(first + _blockLength, _drawCount); ++i) {
             const Draw &draw = scene.draws[size_t(i)];
             const Mesh &mesh = scene.meshes[size_t(draw.mesh)];
-            records.push_back(toRecord(draw, scene.materials[size_t(mesh.material)]));
+            const Material &material = scene.materials[size_t(mesh.material)];
+            records.push_back(toRecord(draw, material, textures.token(material.baseColorTexture)));
         }
         records.resize(size_t(_blockLength)); // a block must not be longer than the buffer behind it
         _blocks.push_back(makeUniformBlock(kBlockName));

@@ -8,7 +8,7 @@ class UniformBufferObject;
 
 namespace zelview {
 
-struct Material;
+class ModelTextures;
 struct Scene;
 
 /// What shaders know of a draw, by its draw ID: the twin of DrawRecord in DrawRecords.glslh, in std140 layout.
@@ -17,11 +17,11 @@ struct DrawRecord
     float model[16];    ///< mat4, columns
     float normal[3][4]; ///< mat3, columns of four
     float baseColor[4];
-    float emission[4]; ///< the last is unused
+    float emission[3];
+    float alphaCutoff; ///< 0: blended; otherwise less opaque parts are left out, and the rest is opaque
     float metalness;
     float roughness;
-    float alphaCutoff; ///< 0: blended; otherwise less opaque parts are left out, and the rest is opaque
-    float unused;
+    quint32 baseColorMap[2]; ///< token, the low word first
 };
 
 /// A scene's records, cut into uniform blocks of equal size.
@@ -36,7 +36,7 @@ public:
     static constexpr const char *kLengthDefine = "ZELVIEW_DRAWS_PER_BLOCK";
 
     /// \a blockLimit: bytes that a block may have; at least one record is put into each.
-    DrawRecords(const Scene &scene, int blockLimit);
+    DrawRecords(const Scene &scene, const ModelTextures &textures, int blockLimit);
 
     /// Records of every block; the last one is padded.
     int blockLength() const { return _blockLength; }

@@ -9,7 +9,8 @@ namespace zelview {
 
 Expected<std::unique_ptr<Exhibit>> Exhibit::load(const Options &options)
 {
-    return isImageFile(options.file) ? ImageExhibit::load(options) : ModelExhibit::load(options);
+    const bool isImage = !options.isUdim && isImageFile(options.file);
+    return isImage ? ImageExhibit::load(options) : ModelExhibit::load(options);
 }
 
 Exhibit::~Exhibit() = default;

@@ -1,6 +1,7 @@
 #include "MaterialLoader.h"
 
 #include "Scene.h"
+#include "UdimFiles.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -124,6 +125,14 @@ QString findFile(QString name, const QDir &folder)
     return {};
 }
 
+/// The tiles that a model means by this name; none when it is no set.
+std::vector<TextureTile> findTilesBeside(QString name, const QDir &folder)
+{
+    name.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    std::vector<TextureTile> tiles = findTiles(folder.filePath(name));
+    return tiles.empty() ? findTiles(folder.filePath(name.section(QLatin1Char('/'), -1))) : tiles;
+}
+
 void takeEmbedded(const aiTexture &embedded, TextureSource &target)
 {
     if (embedded.mHeight == 0) {
@@ -163,7 +172,9 @@ public:
         if (const aiTexture *embedded = _source.GetEmbeddedTexture(name.C_Str())) {
             takeEmbedded(*embedded, texture);
         } else {
-            texture.path = findFile(texture.name, _folder);
+            texture.tiles = findTilesBeside(texture.name, _folder);
+            texture.path =
+                texture.tiles.empty() ? findFile(texture.name, _folder) : texture.tiles.front().path;
             if (texture.path.isEmpty()) {
                 remarkMissing(texture.name);
                 return -1;

@@ -6,6 +6,9 @@
 #include "ModelLoader.h"
 #include "ModelRenderer.h"
 #include "Options.h"
+#include "UdimFiles.h"
+
+#include <algorithm>
 
 namespace zelview {
 
@@ -23,10 +26,28 @@ QString counted(size_t count, const char *one, const char *many)
     return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
 }
 
+Expected<Scene> loadTiles(const QString &name)
+{
+    const Expected<TextureSource> tiles = findUdimSet(name);
+    if (!tiles) {
+        return tiles.problem();
+    }
+    return makeUdimPlane(*tiles);
+}
+
+/// The one that is cheapest for a scene of plain textures, or one that takes tiles.
+ManagerKind suitableManager(const Scene &scene)
+{
+    const bool hasTiles = std::any_of(scene.textures.begin(), scene.textures.end(),
+                                      [](const TextureSource &texture) { return !texture.tiles.empty(); });
+    return hasTiles ? ManagerKind::eArray : ManagerKind::eSampler;
+}
+
 } // namespace
 
 ModelExhibit::ModelExhibit(Scene scene, const Options &options)
     : _scene(std::move(scene))
+    , _options(options)
     , _camera(options.azimuth, options.elevation)
 {
 }
@@ -35,7 +56,7 @@ ModelExhibit::~ModelExhibit() = default;
 
 Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 {
-    Expected<Scene> scene = loadModel(options.file);
+    Expected<Scene> scene = options.isUdim ? loadTiles(options.file) : loadModel(options.file);
     if (!scene) {
         return scene.problem();
     }
@@ -60,7 +81,7 @@ QStringList ModelExhibit::describe() const
                 .arg(counted(size_t(_scene.placedTriangles()), "triangle", "triangles"))};
 }
 
-Failure ModelExhibit::putUp(Programs &programs, const Options &options)
+Failure ModelExhibit::putUp(Programs &programs, const Options &)
 {
     Expected<std::unique_ptr<Backdrop>> backdrop = Backdrop::create(programs);
     if (!backdrop) {
@@ -70,17 +91,37 @@ Failure ModelExhibit::putUp(Programs &programs, const Options &options)
     if (!occlusion) {
         return occlusion.problem();
     }
-    Expected<std::unique_ptr<ModelRenderer>> renderer = ModelRenderer::create(_scene, programs, options);
-    if (!renderer) {
-        return renderer.problem();
+    if (const Failure failure = makeRenderer(_options.manager.value_or(suitableManager(_scene)))) {
+        return failure;
     }
-    for (const QString &remark : _scene.remarks + (*renderer)->remarks()) {
+    for (const QString &remark : _scene.remarks) {
         Console::complain(remark);
     }
     _occlusion = std::move(*occlusion);
     _backdrop = std::move(*backdrop);
+    return {};
+}
+
+Failure ModelExhibit::makeRenderer(ManagerKind manager)
+{
+    Expected<std::unique_ptr<ModelRenderer>> renderer = ModelRenderer::create(_scene, _options, manager);
+    if (!renderer) {
+        return renderer.problem();
+    }
+    for (const QString &remark : (*renderer)->remarks()) {
+        Console::complain(remark);
+    }
     _renderer = std::move(*renderer);
     return {};
+}
+
+ManagerKind ModelExhibit::nextManager() const
+{
+    int next = int(_renderer->manager());
+    do {
+        next = (next + 1) % kManagerKinds;
+    } while (!ModelTextures::isSupported(ManagerKind(next)));
+    return ManagerKind(next);
 }
 
 void ModelExhibit::takeDown()
@@ -97,6 +138,17 @@ void ModelExhibit::frame(const QSize &viewport)
 
 Failure ModelExhibit::prepareFrame(const QSize &viewport)
 {
+    if (_takesNextManager) {
+        _takesNextManager = false;
+        if (const Failure failure = makeRenderer(nextManager())) {
+            return failure;
+        }
+    }
+    if (_showsSlots) {
+        if (const Failure failure = _renderer->prepareSlots()) {
+            return failure;
+        }
+    }
     if (const Failure failure = _occlusion->resize(viewport)) {
         return failure;
     }
@@ -111,6 +163,9 @@ void ModelExhibit::draw(const QSize &viewport)
 {
     _backdrop->draw(viewport);
     _renderer->draw(_camera, _occlusion->texture());
+    if (_showsSlots) {
+        _renderer->drawSlots();
+    }
 }
 
 QStringList ModelExhibit::describeFrame() const
@@ -137,9 +192,18 @@ void ModelExhibit::zoom(float steps)
     _camera.zoom(steps);
 }
 
-bool ModelExhibit::key(int)
+bool ModelExhibit::key(int key)
 {
-    return false;
+    switch (key) {
+    case Qt::Key_M:
+        _takesNextManager = true;
+        return true;
+    case Qt::Key_D:
+        _showsSlots = !_showsSlots;
+        return true;
+    default:
+        return false;
+    }
 }
 
 } // namespace zelview

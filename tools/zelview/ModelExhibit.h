@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Exhibit.h"
+#include "Options.h"
 #include "OrbitCamera.h"
 #include "Scene.h"
 
@@ -12,7 +13,8 @@ class AmbientOcclusion;
 class Backdrop;
 class ModelRenderer;
 
-/// A model on a plain backdrop in the light of a studio, seen by a camera that turns around it.
+/// A model, or a plane of tiles, on a plain backdrop in the light of a studio, seen by a camera that turns around it.
+/// M takes the next texture manager of those that the driver has, D shows the manager's view of itself.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -35,7 +37,13 @@ public:
 private:
     ModelExhibit(Scene scene, const Options &options);
 
+    Failure makeRenderer(ManagerKind manager);
+    ManagerKind nextManager() const;
+
     Scene _scene;
+    Options _options;
+    bool _takesNextManager = false; ///< with the next frame
+    bool _showsSlots = false;
     OrbitCamera _camera;
     std::unique_ptr<AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;

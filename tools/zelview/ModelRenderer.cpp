@@ -82,11 +82,11 @@ QVector3D centerOf(const Scene &scene, const Draw &draw)
 
 } // namespace
 
-ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, int limit)
+ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, int limit)
     : _scene(scene)
     , _drawIDPath(options.drawIDPath)
-    , _textures(scene.textures)
-    , _records(scene, limit)
+    , _textures(scene.textures, manager)
+    , _records(scene, _textures, limit)
     , _frame(makeUniformBlock("u_Frame"))
 {
     uploadGeometry();
@@ -104,25 +104,52 @@ ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, int lim
 
 ModelRenderer::~ModelRenderer() = default;
 
-Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scene, Programs &programs,
-                                                               const Options &options)
+Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scene, const Options &options,
+                                                               ManagerKind manager)
 {
-    std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, blockLimit(options)));
-    programs.processor()->addDefine(QLatin1String(DrawRecords::kLengthDefine),
-                                    QString::number(renderer->_records.blockLength()));
+    if (!ModelTextures::isSupported(manager)) {
+        return Problem{ExitCode::eGL,
+                       QStringLiteral("the driver has no bindless textures, which the manager '%1' needs")
+                           .arg(managerName(manager))};
+    }
+    std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, manager, blockLimit(options)));
+    if (const Failure failure = renderer->buildPrograms()) {
+        return *failure;
+    }
+    return renderer;
+}
+
+Failure ModelRenderer::buildPrograms()
+{
+    _programs.processor()->addDefine(QLatin1String(DrawRecords::kLengthDefine),
+                                     QString::number(_records.blockLength()));
+    _textures.setUp(_programs.processor());
     const QStringList vertexFiles{QStringLiteral("model.vert"), QStringLiteral("ZelUtilities.glslc"),
                                   QStringLiteral("ZelUtilities.vert")};
-    Expected<ProgramPointer> geometryProgram = programs.build(vertexFiles, {QStringLiteral("geometry.frag")});
-    if (!geometryProgram) {
-        return geometryProgram.problem();
+    if (const Failure failure = build(_geometryProgram, vertexFiles, QStringLiteral("geometry.frag"))) {
+        return failure;
     }
-    Expected<ProgramPointer> program = programs.build(vertexFiles, {QStringLiteral("model.frag")});
-    if (!program) {
-        return program.problem();
+    return build(_program, vertexFiles, QStringLiteral("model.frag"));
+}
+
+Failure ModelRenderer::prepareSlots()
+{
+    return _slotsProgram != nullptr
+               ? Failure()
+               : build(_slotsProgram, {QStringLiteral("passthroughVS.glslc")}, QStringLiteral("slots.frag"));
+}
+
+/// The program samples by token.
+Failure ModelRenderer::build(ProgramPointer &program, const QStringList &vertexFiles,
+                             const QString &fragmentFile)
+{
+    const Expected<ProgramPointer> built =
+        _programs.build(vertexFiles, {fragmentFile, _textures.shaderFile()});
+    if (!built) {
+        return built.problem();
     }
-    renderer->_geometryProgram = *geometryProgram;
-    renderer->_program = *program;
-    return renderer;
+    program = *built;
+    return {};
 }
 
 void ModelRenderer::uploadGeometry()
@@ -165,9 +192,8 @@ void ModelRenderer::sortOutDraws()
         (isBlended ? _blended : _opaque).push_back(int(i));
         _centers.push_back(isBlended ? centerOf(_scene, draw) : QVector3D());
     }
-    // Draws of one texture go together; the file's order decides among them.
-    std::stable_sort(_opaque.begin(), _opaque.end(),
-                     [&](int a, int b) { return textureOf(a) < textureOf(b); });
+    // Draws of one run go together; the file's order decides among them.
+    std::stable_sort(_opaque.begin(), _opaque.end(), [&](int a, int b) { return runOf(a) < runOf(b); });
 }
 
 ModelRenderer::UnitPointer ModelRenderer::newUnit() const
@@ -238,17 +264,30 @@ void ModelRenderer::draw(const OrbitCamera &camera, Texture *occlusion)
     _indices = DrawBuffers::getAndResetTotalDrawIndices();
 }
 
+void ModelRenderer::drawSlots()
+{
+    const AutoBinder boundProgram(_slotsProgram.data());
+    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
+    const AutoEnabler blending(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    _textures.bind(-1, _slotsProgram.data());
+    drawFullscreen(_slotsProgram.data());
+    _textures.unbind(-1, _slotsProgram.data());
+}
+
 QString ModelRenderer::describeFrame() const
 {
     const int blocks = _records.blockCount();
-    return QStringLiteral("draws     %1 calls, %2 batches, %3 indices; draw ID by %4, %5 of %6 records")
+    return QStringLiteral(
+               "draws     %1 calls, %2 batches, %3 indices; draw ID by %4, %5 of %6 records; textures by %7")
         .arg(_calls)
         .arg(_batches)
         .arg(_indices)
         .arg(_drawIDPath == DrawIDPath::eUniform ? QStringLiteral("uniform")
                                                  : QStringLiteral("base instance"))
         .arg(blocks == 1 ? QStringLiteral("1 block") : QStringLiteral("%1 blocks").arg(blocks))
-        .arg(_records.blockLength());
+        .arg(_records.blockLength())
+        .arg(managerName(_textures.kind()));
 }
 
 void ModelRenderer::uploadFrame(const OrbitCamera &camera, float aspect)
@@ -266,16 +305,16 @@ void ModelRenderer::sortBlended(const QVector3D &eye)
 
 void ModelRenderer::drawInOrder(ShaderProgram *program, const std::vector<int> &draws)
 {
-    // Neighbours of one block and one texture are a run.
+    // Neighbours of one block that may be drawn with the same textures bound are a run.
     QVector<int> drawIDs;
     for (size_t i = 0; i < draws.size(); ++i) {
         const int block = draws[i] / _records.blockLength();
-        const int texture = textureOf(draws[i]);
+        const int run = runOf(draws[i]);
         drawIDs.append(draws[i] - _records.firstDraw(block));
         const bool isLast = i + 1 == draws.size() || draws[i + 1] / _records.blockLength() != block
-                            || textureOf(draws[i + 1]) != texture;
+                            || runOf(draws[i + 1]) != run;
         if (isLast) {
-            drawRun(program, block, texture, drawIDs);
+            drawRun(program, block, textureOf(draws[i]), drawIDs);
             drawIDs.clear();
         }
     }
@@ -291,19 +330,24 @@ int ModelRenderer::textureOf(int draw) const
     return _scene.materials[size_t(mesh.material)].baseColorTexture;
 }
 
+/// What tells draws apart that cannot be in one run.
+int ModelRenderer::runOf(int draw) const
+{
+    return _textures.isOneByOne() ? textureOf(draw) : 0;
+}
+
 void ModelRenderer::drawRun(ShaderProgram *program, int block, int texture, const QVector<int> &drawIDs)
 {
-    Texture *map = _textures.texture(texture);
     const AutoBinder boundRecords(_records.block(block));
-    const AutoBinder boundMap(map);
-    program->setUniform(program->getUniformLocation(QStringLiteral("u_BaseColorMap")), int(map->unit()));
+    _textures.bind(texture, program);
     if (_drawIDPath == DrawIDPath::eUniform) {
         drawUnit(program, _units[size_t(block)].data(), &drawIDs);
-        return;
+    } else {
+        for (const int drawID : drawIDs) {
+            drawUnit(program, _units[size_t(_records.firstDraw(block) + drawID)].data(), nullptr);
+        }
     }
-    for (const int drawID : drawIDs) {
-        drawUnit(program, _units[size_t(_records.firstDraw(block) + drawID)].data(), nullptr);
-    }
+    _textures.unbind(texture, program);
 }
 
 void ModelRenderer::drawUnit(ShaderProgram *program, DrawBuffers *unit, const QVector<int> *commands)

@@ -36,14 +36,23 @@ class ModelRenderer
 
 public:
     /// The scene is borrowed and must outlive the renderer.
-    static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, Programs &programs,
-                                                           const Options &options);
+    ///
+    /// Errors: ExitCode::eGL when the driver does not support the manager.
+    static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, const Options &options,
+                                                           ManagerKind manager);
     ~ModelRenderer();
 
     /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
     void drawGeometry(const OrbitCamera &camera, float aspect);
     /// The second, with the same camera: into the bound framebuffer, opaque draws first.
     void draw(const OrbitCamera &camera, Orvane::Zel::Texture *occlusion);
+
+    /// Builds what drawSlots() takes, unless that is done.
+    Failure prepareSlots();
+    /// The texture manager's view of itself, over the bound framebuffer.
+    void drawSlots();
+
+    ManagerKind manager() const { return _textures.kind(); }
 
     /// Textures that could not be read, in words.
     const QStringList &remarks() const { return _textures.remarks(); }
@@ -52,10 +61,12 @@ public:
     QString describeFrame() const;
 
 private:
-    ModelRenderer(const Scene &scene, const Options &options, int blockLimit);
+    ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, int blockLimit);
 
     using UnitPointer = QSharedPointer<Orvane::Zel::DrawBuffers>;
 
+    Failure buildPrograms();
+    Failure build(ProgramPointer &program, const QStringList &vertexFiles, const QString &fragmentFile);
     void uploadGeometry();
     void sortOutDraws();
     UnitPointer newUnit() const;
@@ -66,14 +77,17 @@ private:
     void sortBlended(const QVector3D &eye);
     void drawInOrder(Orvane::Zel::ShaderProgram *program, const std::vector<int> &draws);
     int textureOf(int draw) const;
+    int runOf(int draw) const;
     void drawRun(Orvane::Zel::ShaderProgram *program, int block, int texture, const QVector<int> &drawIDs);
     void drawUnit(Orvane::Zel::ShaderProgram *program, Orvane::Zel::DrawBuffers *unit,
                   const QVector<int> *commands);
 
     const Scene &_scene;
     DrawIDPath _drawIDPath;
+    Programs _programs; ///< with the defines of its texture manager
     ProgramPointer _geometryProgram;
     ProgramPointer _program;
+    ProgramPointer _slotsProgram; ///< null until it is wanted
     ModelTextures _textures;
     DrawRecords _records;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;

@@ -5,6 +5,9 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <array>
+#include <memory>
+
 using namespace Orvane::Zel;
 
 namespace zelview {
@@ -35,7 +38,7 @@ GLint toGL(TextureSource::Wrap wrap)
     }
 }
 
-std::unique_ptr<Texture> load(const TextureSource &source)
+Texture *load(const TextureSource &source)
 {
     TextureFileInfo info;
     info.srgb = true;
@@ -49,29 +52,155 @@ std::unique_ptr<Texture> load(const TextureSource &source)
     const AutoBinder bound(texture.get());
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, toGL(source.wrapU));
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, toGL(source.wrapV));
-    return texture;
+    return texture.release();
+}
+
+TextureManager *newManager(ManagerKind kind)
+{
+    switch (kind) {
+    case ManagerKind::eArray:
+    case ManagerKind::eArrayBindless: {
+        auto *manager = new Array2DTextureManager;
+        const bool isBindless = kind == ManagerKind::eArrayBindless;
+        manager->setBindMode(isBindless ? Array2DTextureManager::BindModeBindless
+                                        : Array2DTextureManager::BindModeSampler);
+        manager->setMaxSlots(isBindless ? 32 : 8);
+        manager->setUseExplicitlyArrayAccessInGLSL(true); // tiles of one draw may be in several slots
+        return manager;
+    }
+    case ManagerKind::eBindless: {
+        auto *manager = new BindlessTextureManager;
+        manager->setMaxSlots(1); // all textures are read-only, and none takes a slot
+        return manager;
+    }
+    default: {
+        auto *manager = new SamplerTextureManager;
+        manager->setMaxSlots(1);
+        return manager;
+    }
+    }
+}
+
+/// One manager of each kind, to the end of the process: they leave helper textures to the context.
+TextureManager *managerOf(ManagerKind kind)
+{
+    static std::array<TextureManager *, kManagerKinds> managers{};
+    TextureManager *&manager = managers[size_t(kind)];
+    if (manager == nullptr) {
+        manager = newManager(kind);
+    }
+    return manager;
 }
 
 } // namespace
 
-ModelTextures::ModelTextures(const std::vector<TextureSource> &sources)
-    : _white(SolidColorTexture(1.0f, 1.0f, 1.0f, 1.0f))
+bool ModelTextures::isSupported(ManagerKind kind)
 {
-    for (const TextureSource &source : sources) {
-        _textures.push_back(load(source));
-        if (_textures.back() == nullptr) {
-            _remarks.append(
-                QStringLiteral("texture '%1' cannot be read, and is drawn white").arg(source.name));
-        }
+    switch (kind) {
+    case ManagerKind::eArrayBindless:
+        return Array2DTextureManager::isBindlessSupported();
+    case ManagerKind::eBindless:
+        return BindlessTextureManager::isSupported();
+    default:
+        return true;
     }
 }
 
-ModelTextures::~ModelTextures() = default;
-
-Texture *ModelTextures::texture(int index)
+ModelTextures::ModelTextures(const std::vector<TextureSource> &sources, ManagerKind kind)
+    : _kind(kind)
+    , _manager(managerOf(kind))
+    , _white(_manager->tokenForColor(Qt::white))
 {
-    Texture *texture = index < 0 ? nullptr : _textures[size_t(index)].get();
-    return texture != nullptr ? texture : _white.get();
+    for (const TextureSource &source : sources) {
+        const bool isSet = !source.tiles.empty() && _manager->supportsUDIMs();
+        _tokens.append(isSet ? addSet(source) : add(source));
+    }
+    _tokens.append(_white);
+}
+
+ModelTextures::~ModelTextures()
+{
+    for (const Tile &tile : _tiles) {
+        _manager->removeUDIMPatch(tile.set, tile.texture);
+        _manager->deleteUDIM(tile.set); // with the last of its tiles
+    }
+    for (Texture *texture : _textures) {
+        _manager->deleteTexture(texture);
+    }
+}
+
+TextureToken ModelTextures::token(int index) const
+{
+    return index < 0 ? _white : _tokens[index];
+}
+
+void ModelTextures::setUp(GLSLMacroProcessor *processor) const
+{
+    _manager->setup(processor);
+}
+
+QString ModelTextures::shaderFile() const
+{
+    return _manager->getShaderFile();
+}
+
+void ModelTextures::bind(int index, ShaderProgram *program) const
+{
+    _manager->bind(tokensFor(index));
+    _manager->bind(program);
+}
+
+void ModelTextures::unbind(int index, ShaderProgram *program) const
+{
+    _manager->unbind(program);
+    _manager->unbind(tokensFor(index));
+}
+
+TextureToken ModelTextures::add(const TextureSource &source)
+{
+    if (!source.tiles.empty()) {
+        _remarks.append(
+            QStringLiteral("texture '%1' has tiles, of which the manager '%2' shows the first alone")
+                .arg(source.name, managerName(_kind)));
+    }
+    Texture *texture = load(source);
+    if (texture == nullptr) {
+        _remarks.append(QStringLiteral("texture '%1' cannot be read, and is drawn white").arg(source.name));
+        return _white;
+    }
+    return addTexture(texture);
+}
+
+TextureToken ModelTextures::addSet(const TextureSource &source)
+{
+    const TextureToken set = _manager->createUDIMToken();
+    for (const TextureTile &tile : source.tiles) {
+        TextureSource alone;
+        alone.path = tile.path;
+        alone.wrapU = TextureSource::eClamp; // no tile shows its other side at its border
+        alone.wrapV = TextureSource::eClamp;
+        Texture *texture = load(alone);
+        if (texture == nullptr) {
+            _remarks.append(QStringLiteral("tile '%1' cannot be read, and is left out").arg(tile.path));
+            continue;
+        }
+        addTexture(texture);
+        _manager->addUDIMPatch(set, {tile.column, tile.row}, texture);
+        _tiles.push_back({set, texture});
+    }
+    return set;
+}
+
+TextureToken ModelTextures::addTexture(Texture *texture)
+{
+    texture->setReadOnly(); // what the bindless manager takes for a handle
+    _textures.push_back(texture);
+    return _manager->tokenForTexture(texture);
+}
+
+QVector<TextureToken> ModelTextures::tokensFor(int index) const
+{
+    return isOneByOne() ? QVector<TextureToken>{token(index)} : _tokens;
 }
 
 } // namespace zelview

@@ -12,6 +12,11 @@ namespace {
 constexpr float kMostExposure = 20.0f;
 constexpr int kMostSlices = 16384;
 
+/// By ManagerKind.
+const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array"),
+                                QStringLiteral("array-bindless"), QStringLiteral("bindless")};
+static_assert(kManagerKinds == 4, "each has a name");
+
 Problem usageProblem(const QString &text)
 {
     return {ExitCode::eUsage, text + QStringLiteral(" (see zelview --help)")};
@@ -93,8 +98,18 @@ Expected<DrawIDPath> parseDrawIDPath(const QString &text)
     return usageProblem(QStringLiteral("--draw-id takes 'uniform' or 'base-instance', not '%1'").arg(text));
 }
 
+Expected<ManagerKind> parseManager(const QString &text)
+{
+    const int kind = kManagerNames.indexOf(text);
+    if (kind < 0) {
+        return usageProblem(QStringLiteral("--manager takes '%1', not '%2'")
+                                .arg(kManagerNames.join(QStringLiteral("', '")), text));
+    }
+    return ManagerKind(kind);
+}
+
 /// Stores what \a parsed holds in \a target, or tells what it holds instead.
-template <typename T> Failure take(const Expected<T> &parsed, T &target)
+template <typename T, typename Target> Failure take(const Expected<T> &parsed, Target &target)
 {
     if (!parsed) {
         return parsed.problem();
@@ -112,6 +127,11 @@ QString firstSet(const QCommandLineParser &parser, const QList<QCommandLineOptio
 }
 
 } // namespace
+
+QString managerName(ManagerKind kind)
+{
+    return kManagerNames[int(kind)];
+}
 
 Expected<Options> parseOptions(const QStringList &arguments)
 {
@@ -134,6 +154,16 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or "
                        "'base-instance' (one unit for each mesh)."),
         QStringLiteral("path"));
+    const QCommandLineOption manager(
+        QStringLiteral("manager"),
+        QStringLiteral("Texture manager: 'sampler', 'array', 'array-bindless' or 'bindless'; "
+                       "'array' for models with UDIM tiles, otherwise 'sampler'."),
+        QStringLiteral("name"));
+    const QCommandLineOption udim(
+        QStringLiteral("udim"),
+        QStringLiteral(
+            "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
+        QStringLiteral("tiles"));
     const QCommandLineOption blockLimit(QStringLiteral("block-limit"),
                                         QStringLiteral("Use at most so many bytes of a uniform block."),
                                         QStringLiteral("bytes"));
@@ -161,8 +191,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
                        "KTX, HDR, ASTC, or what Qt reads."),
         QStringLiteral("FILE"));
-    parser.addOptions(
-        {offscreen, size, samples, view, drawID, blockLimit, level, face, exposure, verbose, help, version});
+    parser.addOptions({offscreen, size, samples, view, drawID, manager, udim, blockLimit, level, face,
+                       exposure, verbose, help, version});
     if (!parser.parse(arguments)) {
         return usageProblem(parser.errorText());
     }
@@ -178,7 +208,11 @@ Expected<Options> parseOptions(const QStringList &arguments)
         return options;
     }
 
-    const QStringList names = parser.positionalArguments();
+    QStringList names = parser.positionalArguments();
+    options.isUdim = parser.isSet(udim);
+    if (options.isUdim) {
+        names.append(parser.value(udim));
+    }
     if (names.size() != 1 || names.first().isEmpty()) {
         return usageProblem(names.size() > 1
                                 ? QStringLiteral("one FILE is shown at a time, not %1").arg(names.size())
@@ -205,6 +239,9 @@ Expected<Options> parseOptions(const QStringList &arguments)
     if (!failure && parser.isSet(drawID)) {
         failure = take(parseDrawIDPath(parser.value(drawID)), options.drawIDPath);
     }
+    if (!failure && parser.isSet(manager)) {
+        failure = take(parseManager(parser.value(manager)), options.manager);
+    }
     if (!failure && parser.isSet(blockLimit)) {
         failure = take(parseNumber(QStringLiteral("block-limit"), parser.value(blockLimit), 256, 1 << 30),
                        options.blockLimit);
@@ -221,7 +258,7 @@ Expected<Options> parseOptions(const QStringList &arguments)
     if (failure) {
         return *failure;
     }
-    options.modelOption = firstSet(parser, {view, drawID, blockLimit});
+    options.modelOption = firstSet(parser, {view, drawID, manager, blockLimit});
     options.imageOption = firstSet(parser, {level, face, exposure});
     return options;
 }

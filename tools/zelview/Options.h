@@ -5,6 +5,8 @@
 #include <QtCore/QSize>
 #include <QtCore/QStringList>
 
+#include <optional>
+
 namespace zelview {
 
 /// How draw IDs reach the shaders; see DrawBuffers.
@@ -13,19 +15,28 @@ enum class DrawIDPath {
     eBaseInstance ///< one unit for each draw, the ID in the base instance
 };
 
+/// Which of the library's texture managers brings a model's textures to the shaders.
+enum class ManagerKind { eSampler, eArray, eArrayBindless, eBindless };
+constexpr int kManagerKinds = 4;
+
+/// As the command line has it.
+QString managerName(ManagerKind kind);
+
 /// The command line, understood.
 struct Options
 {
     static constexpr int kMaxSide = 16384;         ///< pixels
     static constexpr int kMaxPixels = 4096 * 4096; ///< about 1 GB of multisampled framebuffer
 
-    QString file;            ///< the model or image to show
+    QString file;            ///< the model or image to show, or what names the tiles
+    bool isUdim = false;     ///< the file names a set of tiles
     QString picture;         ///< file to write; empty: open a window
     QSize size{1280, 720};   ///< pixels of the picture, device-independent pixels of the window
     int samples = 8;         ///< for each pixel, as far as the driver goes
     float azimuth = 35.0f;   ///< degrees around the vertical axis, 0 in front of the model
     float elevation = 22.0f; ///< degrees above the horizon
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
+    std::optional<ManagerKind> manager; ///< none: what suits the model
     int blockLimit = 0;    ///< bytes of a uniform block to use at most; 0: what the driver allows
     int level = 0;         ///< of an image's mip levels
     int face = -1;         ///< of a cube map, or slice of a volume; -1: all

@@ -47,15 +47,24 @@ struct Mesh
     int material = 0;
 };
 
+/// One file of a UDIM set.
+struct TextureTile
+{
+    int column = 0; ///< of the unit squares of texture coordinates, from 0
+    int row = 0;
+    QString path;
+};
+
 /// An image that materials name: a file, or bytes or pixels inside the model's own file.
 struct TextureSource
 {
     enum Wrap { eRepeat, eClamp, eMirror };
 
-    QString name;       ///< as the model states it
-    QString path;       ///< of the file
-    QByteArray encoded; ///< an image file's contents, embedded
-    QImage pixels;      ///< embedded as they are
+    QString name;                   ///< as the model states it
+    QString path;                   ///< of the file
+    QByteArray encoded;             ///< an image file's contents, embedded
+    QImage pixels;                  ///< embedded as they are
+    std::vector<TextureTile> tiles; ///< of a UDIM set, of which the path is the first; otherwise empty
     Wrap wrapU = eRepeat;
     Wrap wrapV = eRepeat;
 };

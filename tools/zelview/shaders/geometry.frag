@@ -1,5 +1,5 @@
 // What ambient occlusion is judged from: where the opaque surfaces of a model are, and how they face.
-// In:  what model.vert puts out; u_BaseColorMap, for its alpha.
+// In:  what model.vert puts out.
 // Out: unit normal in view space, distance along the view.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
@@ -9,17 +9,17 @@ in vec2 vo_TexCoord;
 in vec4 vo_Color;
 flat in uint vo_DrawID;
 
-uniform sampler2D u_BaseColorMap;
-
 out vec4 out_FragColor;
 
 #include "DrawRecords.glslh"
 #include "Frame.glslh"
 #include "FacingNormal.glslh"
+#include "TextureManager.glslh"
 
 void main()
 {
-    float alpha = u_Draws[vo_DrawID].baseColor.a * vo_Color.a * texture(u_BaseColorMap, vo_TexCoord).a;
+    float mapAlpha = managedTexture(u_Draws[vo_DrawID].baseColorMap, vo_TexCoord).a;
+    float alpha = u_Draws[vo_DrawID].baseColor.a * vo_Color.a * mapAlpha;
     if (alpha < u_Draws[vo_DrawID].alphaCutoff) {
         discard;
     }

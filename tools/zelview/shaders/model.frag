@@ -1,6 +1,5 @@
 // The surface of a model in the light of the studio.
-// In:  what model.vert puts out; u_BaseColorMap, linear, white where the material has none;
-//      u_Occlusion, of the opaque surfaces of the frame, pixel by pixel.
+// In:  what model.vert puts out; u_Occlusion, of the opaque surfaces of the frame, pixel by pixel.
 // Out: what a screen can show of the light that reaches the eye, linear, premultiplied by opacity.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
@@ -10,8 +9,6 @@ in vec2 vo_TexCoord;
 in vec4 vo_Color;
 flat in uint vo_DrawID;
 
-uniform sampler2D u_BaseColorMap;
-
 out vec4 out_FragColor;
 
 #include "DrawRecords.glslh"
@@ -19,12 +16,13 @@ out vec4 out_FragColor;
 #include "FacingNormal.glslh"
 #include "Occlusion.glslh"
 #include "Shading.glslh"
+#include "TextureManager.glslh"
 #include "ToneMap.glslh"
 
 void main()
 {
     vec3 toEye = normalize(u_Eye.xyz - vo_Position);
-    vec4 color = u_Draws[vo_DrawID].baseColor * vo_Color * texture(u_BaseColorMap, vo_TexCoord);
+    vec4 color = u_Draws[vo_DrawID].baseColor * vo_Color * managedTexture(u_Draws[vo_DrawID].baseColorMap, vo_TexCoord);
     float cutoff = u_Draws[vo_DrawID].alphaCutoff;
     if (color.a < cutoff) {
         discard;
@@ -33,6 +31,6 @@ void main()
     Surface surface = makeSurface(color.rgb, u_Draws[vo_DrawID].metalness, u_Draws[vo_DrawID].roughness,
                                   facingNormal(toEye), toEye);
     float openness = cutoff == 0.0 ? 1.0 : opennessAt(-(u_View * vec4(vo_Position, 1.0)).z);
-    vec3 radiance = shade(surface, openness) + u_Draws[vo_DrawID].emission.rgb;
+    vec3 radiance = shade(surface, openness) + u_Draws[vo_DrawID].emission;
     out_FragColor = vec4(toneMap(radiance) * opacity, opacity);
 }

@@ -1,0 +1,15 @@
+// The texture manager's view of itself: the array managers show their slots side by side, the others nothing.
+// In:  vo_TexCoord from 0 to 1, lower left to upper right.
+// Out: linear; transparent where there is nothing.
+#macro ZELVIEW_GLSL_VERSION #version 150
+
+in vec2 vo_TexCoord;
+
+out vec4 out_FragColor;
+
+#include "TextureManager.glslh"
+
+void main()
+{
+    out_FragColor = textureGetDebug(vo_TexCoord);
+}
