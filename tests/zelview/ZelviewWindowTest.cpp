@@ -220,4 +220,40 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
     }
 }
 
+TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)
+{
+    const ModelFiles files;
+    const QSize size(40, 40);
+    QImage tile(8, 8, QImage::Format_RGB32);
+    for (const auto &number : {QStringLiteral("1001"), QStringLiteral("1012")}) { // two holes between them
+        tile.fill(number == QLatin1String("1001") ? Qt::red : Qt::blue);
+        ASSERT_TRUE(tile.save(files.path(QStringLiteral("t.%1.png").arg(number))));
+    }
+    _options.file = files.path(QStringLiteral("t.<UDIM>.png"));
+    _options.isUdim = true;
+    auto exhibit = Exhibit::load(_options);
+    ASSERT_TRUE(bool(exhibit));
+    Exhibit &plane = **exhibit;
+    const auto context = OffscreenContext::create(_options);
+    ASSERT_TRUE(bool(context));
+    {
+        Programs programs;
+        ASSERT_FALSE(plane.putUp(programs, _options).has_value());
+        auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eDepth);
+        ASSERT_TRUE(bool(target));
+        plane.frame(size);
+        const QImage first = pictureOf(plane, **target, size);
+        const QString byArray = plane.describeFrame().first();
+        EXPECT_TRUE(byArray.endsWith(QStringLiteral("textures by array"))) << qPrintable(byArray);
+        for (int round = 0; round < 3; ++round) {
+            do {
+                EXPECT_TRUE(plane.key(Qt::Key_M));
+                const bool isEqual = pictureOf(plane, **target, size) == first;
+                EXPECT_EQ(isEqual, plane.describeFrame().first().contains(QStringLiteral("by array")));
+            } while (plane.describeFrame().first() != byArray);
+        }
+        plane.takeDown();
+    }
+}
+
 } // namespace
