@@ -14,6 +14,24 @@ QByteArray plainTile(const QColor &color)
     return bytes;
 }
 
+/// So fine that far levels of it are drawn, and of another mean from texel to texel there.
+QByteArray fineGrain()
+{
+    QImage image(1024, 1024, QImage::Format_RGB32);
+    quint32 state = 1;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            state = state * 1664525u + 1013904223u;
+            const int shade = (x / 16 + y / 16) % 2 == 0 ? 30 : 190;
+            image.setPixelColor(x, y, QColor(shade, int(state >> 26) + 60, 255 - shade));
+        }
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "png");
+    return bytes;
+}
+
 class ZelviewManagerTest : public ZelviewPictureTest
 {
 protected:
@@ -46,7 +64,8 @@ protected:
 
 TEST_F(ZelviewManagerTest, ThePictureIsTheSameByEveryManagerThatTheDriverHas)
 {
-    const QStringList common = _front + QStringList{writeModel("four.png")};
+    _files.write(QStringLiteral("fine.png"), fineGrain());
+    const QStringList common = _front + QStringList{writeModel("fine.png")};
     const QImage plain = picture(common);
     EXPECT_TRUE(_last.output.contains(QStringLiteral("textures by sampler"))) << qPrintable(_last.output);
     for (const char *manager : {"sampler", "array", "array-bindless", "bindless"}) {

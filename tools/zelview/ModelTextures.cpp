@@ -5,7 +5,9 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <memory>
 
 using namespace Orvane::Zel;
@@ -38,6 +40,21 @@ GLint toGL(TextureSource::Wrap wrap)
     }
 }
 
+/// Gives the bound texture all its levels: the library makes a few for an image, the array managers all for a slot, and
+/// the picture is to be the same.
+void completeLevels(Texture &texture)
+{
+    GLint last = 0;
+    GLint isCompressed = GL_FALSE;
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, &last);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_COMPRESSED, &isCompressed);
+    const int whole = int(std::log2(std::max({texture.width(0), texture.height(0), 1})));
+    if (last < whole && isCompressed == GL_FALSE) {
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, whole);
+        glGenerateMipmap(GL_TEXTURE_2D);
+    }
+}
+
 Texture *load(const TextureSource &source)
 {
     TextureFileInfo info;
@@ -52,6 +69,7 @@ Texture *load(const TextureSource &source)
     const AutoBinder bound(texture.get());
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, toGL(source.wrapU));
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, toGL(source.wrapV));
+    completeLevels(*texture);
     return texture.release();
 }
 
