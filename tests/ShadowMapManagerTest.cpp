@@ -1,0 +1,457 @@
+// The table of depth projections: who gets which, when it counts as changed, and how it reaches a program.
+
+#include "support/GLFixture.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/ShadowMapManager.h>
+#include <ZelGL/Texture.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using Light = ShadowMapManager::Light;
+using RenderData = ShadowMapManager::RenderData;
+
+/// A list of lights in the host's wrapping, and the table.
+class ShadowMapManagerTest : public GLTest
+{
+protected:
+    Light &add(Light::Type type)
+    {
+        _lights.push_back(std::make_unique<Light>());
+        _lights.back()->setType(type);
+        _list.append(QVariant::fromValue<QObject *>(_lights.back().get()));
+        return *_lights.back();
+    }
+
+    void addMany(int count, Light::Type type)
+    {
+        for (int i = 0; i < count; ++i) {
+            add(type);
+        }
+    }
+
+    bool process() { return ShadowMapManager::processLights(_list, _data); }
+
+    /// Count and index of each of the first lights.
+    std::vector<std::pair<int, int>> infos(int lights) const
+    {
+        std::vector<std::pair<int, int>> result;
+        for (int i = 0; i < lights; ++i) {
+            result.emplace_back(_data.projectorInfos[i].count, _data.projectorInfos[i].index);
+        }
+        return result;
+    }
+
+    std::vector<std::unique_ptr<Light>> _lights;
+    QVariantList _list;
+    RenderData _data;
+};
+
+using Infos = std::vector<std::pair<int, int>>;
+
+QMatrix4x4 translation(float x, float y, float z)
+{
+    QMatrix4x4 matrix;
+    matrix.translate(x, y, z);
+    return matrix;
+}
+
+QVector3D projected(const RenderData::Transform &transform, const QVector3D &point)
+{
+    return QMatrix4x4(transform.values.data()).transposed().map(point); // the constructor takes rows
+}
+
+void expectNear(const QVector3D &expected, const QVector3D &actual)
+{
+    EXPECT_LT((expected - actual).length(), 1e-4f) << actual.x() << ' ' << actual.y() << ' ' << actual.z();
+}
+
+} // namespace
+
+TEST_F(ShadowMapManagerTest, BeginsAsStated)
+{
+    const Light light;
+    EXPECT_EQ(Light::ePoint, light.type());
+    EXPECT_EQ(0, Light::ePoint);
+    EXPECT_EQ(1, Light::eSpot);
+    EXPECT_EQ(2, Light::eDirectional);
+    EXPECT_TRUE(light.on());
+    EXPECT_TRUE(light.shadowCaster());
+    EXPECT_EQ(0, light.csmLevels());
+    EXPECT_EQ(-1.0f, light.spotCutoff());
+    EXPECT_TRUE(light.transform().isIdentity());
+
+    EXPECT_EQ(nullptr, _data.projectionTexture);
+    EXPECT_EQ(0, _data.lightCount);
+    EXPECT_EQ(0, _data.transformCount);
+    EXPECT_EQ(32, _data.transforms.size());
+    EXPECT_EQ(32, _data.projectorInfos.size());
+    EXPECT_EQ(32, _data.blurInfos.size());
+    EXPECT_EQ(0.0005f, _data.blurInfos[31].blur);
+    EXPECT_EQ(sizeof(float) * 16, sizeof(RenderData::Transform));
+    EXPECT_EQ(sizeof(int) * 2, sizeof(RenderData::ProjectorInfo));
+}
+
+TEST_F(ShadowMapManagerTest, TransformsAreStoredWhenMatrixOrBlurDiffer)
+{
+    const QMatrix4x4 moved = translation(1, 2, 3);
+    EXPECT_TRUE(_data.setTransform(4, moved, 0.0005f));
+    EXPECT_TRUE(_data.transforms[4] == moved);
+    EXPECT_EQ(2.0f, _data.transforms[4].values[13]);
+    EXPECT_FALSE(_data.setTransform(4, moved, 0.0005f));
+    EXPECT_TRUE(_data.setTransform(4, moved, 0.25f));
+    EXPECT_EQ(0.25f, _data.blurInfos[4].blur);
+    EXPECT_TRUE(_data.setTransform(4, translation(1, 2, std::nextafter(3.0f, 4.0f)), 0.25f));
+    for (const int outside : {-1, 32}) {
+        EXPECT_FALSE(_data.setTransform(outside, moved, 1));
+    }
+}
+
+TEST_F(ShadowMapManagerTest, SpotsGetTwiceTheirCutoffAlongTheirOwnAxis)
+{
+    Light &light = add(Light::eSpot);
+    light.setSpotCutoff(float(M_PI) / 4);
+    light.setTransform(translation(10, 0, 0));
+    ASSERT_TRUE(process());
+    EXPECT_EQ((Infos{{1, 0}}), infos(1));
+    const RenderData::Transform &spot = _data.transforms[0];
+    expectNear({1, -1, 1}, projected(spot, {10 + 100, -100, -100})); // 90 degrees, out to 100
+    expectNear({0, 0, -1}, projected(spot, {10, 0, -0.1f}));
+}
+
+TEST_F(ShadowMapManagerTest, WithoutCameraAndSceneDirectionalLightsGetAFixedBox)
+{
+    add(Light::eDirectional).setTransform(translation(10, 0, 0));
+    ASSERT_TRUE(process());
+    expectNear({1, -1, 0}, projected(_data.transforms[0], {14, -4, -6}));
+    expectNear({-1, 1, 1}, projected(_data.transforms[0], {6, 4, 6}));
+}
+
+TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
+{
+    add(Light::ePoint).setTransform(translation(10, 0, 0));
+    ASSERT_TRUE(process());
+    EXPECT_EQ((Infos{{6, 0}}), infos(1));
+    ASSERT_EQ(6, gSextantProjectionModelview.size());
+    // What each face has in its middle, and to its right and above: the edge is at 45.5 degrees.
+    const struct
+    {
+        QVector3D middle, right, above;
+    } kFaces[] = {
+        {{-1, 0, 0}, {0, 0, -1}, {0, 1, 0}}, {{1, 0, 0}, {0, 0, 1}, {0, 1, 0}},
+        {{0, 1, 0}, {0, 0, 1}, {-1, 0, 0}}, {{0, -1, 0}, {0, 0, 1}, {1, 0, 0}},
+        {{0, 0, 1}, {-1, 0, 0}, {0, 1, 0}},  {{0, 0, -1}, {1, 0, 0}, {0, 1, 0}},
+    };
+    const float edge = std::tan(45.5f * float(M_PI) / 180);
+    for (int face = 0; face < 6; ++face) {
+        SCOPED_TRACE(face);
+        const auto &[middle, right, above] = kFaces[face];
+        const QVector3D light(10, 0, 0);
+        expectNear({0, 0, 1}, projected(_data.transforms[face], light + 100 * middle));
+        expectNear({1, -1, 1},
+                   projected(_data.transforms[face], light + 100 * (middle + edge * right - edge * above)));
+        EXPECT_EQ(gSextantProjectionModelview[face] * translation(-10, 0, 0),
+                  QMatrix4x4(_data.transforms[face].values.data()).transposed());
+    }
+}
+
+TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjections)
+{
+    addMany(6, Light::ePoint);
+    add(Light::eSpot);
+    add(Light::eDirectional);
+    EXPECT_TRUE(process());
+    EXPECT_EQ((Infos{{6, 0}, {6, 6}, {6, 12}, {6, 18}, {6, 24}, {2, 30}, {0, 32}, {0, 32}}), infos(8));
+    EXPECT_EQ(8, _data.lightCount);
+    EXPECT_EQ(32, _data.transformCount);
+    EXPECT_FALSE(process());
+}
+
+TEST_F(ShadowMapManagerTest, TheThirtyThirdLightIsIgnoredAndTold)
+{
+    addMany(33, Light::eSpot);
+    EXPECT_TRUE(process());
+    EXPECT_MESSAGES("debug [ShadowMapManager.cpp:#] More lights 33 than shadow projection supports 32. "
+                    "Ignoring top most.");
+    EXPECT_EQ(32, _data.lightCount);
+    EXPECT_EQ(32, _data.transformCount);
+    EXPECT_EQ((std::pair{1, 31}), infos(32).back());
+}
+
+TEST_F(ShadowMapManagerTest, LightsWithoutShadowMarkTheEndOfTheRunBeforeThem)
+{
+    add(Light::eSpot);
+    add(Light::eSpot).setOn(false);
+    add(Light::ePoint).setShadowCaster(false);
+    add(static_cast<Light::Type>(3));
+    add(Light::eDirectional);
+    EXPECT_TRUE(process());
+    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 1}, {0, 1}, {1, 1}, {0, 0}}), infos(6));
+    EXPECT_EQ(5, _data.lightCount);
+    EXPECT_EQ(2, _data.transformCount);
+}
+
+TEST_F(ShadowMapManagerTest, WhatIsNoLightIsDiagnosedAndGetsNoShadow)
+{
+    add(Light::eSpot);
+    QObject other;
+    _list.append(QVariant::fromValue<QObject *>(&other));
+    _list.append(QVariant::fromValue<QObject *>(nullptr));
+    _list.append(QVariant(7));
+    add(Light::eSpot);
+    EXPECT_TRUE(process());
+    EXPECT_MESSAGES(
+        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'NULL != light' failed: Light 1 is NULL",
+        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'NULL != light' failed: Light 2 is NULL",
+        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'NULL != light' failed: Light 3 is NULL");
+    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 1}, {0, 1}, {1, 1}}), infos(5));
+}
+
+TEST_F(ShadowMapManagerTest, TellsWhichFramesOfAnAnimationNeedNewLayers)
+{
+    Light &sun = add(Light::eDirectional);
+    Light &spot = add(Light::eSpot);
+    spot.setSpotCutoff(0.5f);
+    Light &lamp = add(Light::ePoint);
+    const QPair<QVector3D, QVector3D> scene({-5, -5, -5}, {5, 5, 5});
+    QMatrix4x4 view;
+    view.lookAt({0, 0, 3}, {0, 0, 0}, {0, 1, 0});
+    QMatrix4x4 projection;
+    projection.perspective(60, 1, 0.1f, 50);
+    const auto frame = [&] {
+        return ShadowMapManager::processLights(_list, _data, &view, &projection, &scene);
+    };
+
+    EXPECT_TRUE(frame());
+    for (int still = 0; still < 3; ++still) {
+        EXPECT_FALSE(frame());
+    }
+    for (int step = 1; step < 4; ++step) { // whatever moves
+        view.translate(0.01f, 0, 0);
+        EXPECT_TRUE(frame());
+        spot.setSpotCutoff(0.5f + 0.1f * float(step));
+        EXPECT_TRUE(frame());
+        lamp.setTransform(translation(0, 0.1f * float(step), 0));
+        EXPECT_TRUE(frame());
+        EXPECT_FALSE(frame());
+    }
+    spot.setOn(false); // all behind it move up
+    EXPECT_TRUE(frame());
+    EXPECT_EQ(1, _data.projectorInfos[2].index);
+    EXPECT_FALSE(frame());
+    _list.removeLast(); // the rest stays where it is
+    EXPECT_TRUE(frame());
+    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 0}}), infos(3));
+    sun.setCSMLevels(3);
+    EXPECT_TRUE(frame());
+    EXPECT_EQ(3, _data.transformCount);
+    EXPECT_FALSE(frame());
+}
+
+TEST_F(ShadowMapManagerTest, WithoutAnyCasterThereIsNothingToDrawAnew)
+{
+    Light &light = add(Light::eSpot);
+    add(Light::eSpot);
+    EXPECT_TRUE(process());
+    light.setOn(false);
+    _lights[1]->setShadowCaster(false);
+    EXPECT_FALSE(process());
+    EXPECT_EQ(2, _data.lightCount);
+    EXPECT_EQ(0, _data.transformCount);
+    EXPECT_EQ((Infos{{0, 0}, {0, 0}}), infos(2));
+    light.setOn(true);
+    EXPECT_TRUE(process());
+
+    EXPECT_FALSE(ShadowMapManager::processLights(QVariant(), _data));
+    EXPECT_EQ(0, _data.lightCount);
+    EXPECT_EQ(0, _data.transformCount);
+    EXPECT_EQ((Infos{{0, 0}, {0, 0}}), infos(2));
+}
+
+TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
+{
+    EXPECT_EQ(QString("ShadowMapManager.glslc"), ShadowMapManager::getShaderFile());
+    ShadowMapManager::setup(nullptr, 1);
+    GLSLMacroProcessor processor;
+    ShaderProgram program(nullptr);
+    program.setMacroProcessor(&processor);
+    program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
+    EXPECT_FALSE(program.compile());
+    const QVector<Message> messages = _capture.take();
+    ASSERT_FALSE(messages.isEmpty());
+    QString text;
+    for (const Message &message : messages) {
+        text += message.text;
+    }
+    EXPECT_TRUE(text.contains("Missing SHADOW_MAP_MANAGER_INFO_ARRAY_SIZE define.")) << qPrintable(text);
+    EXPECT_TRUE(text.contains("Missing SHADOW_MAP_MANAGER_TRANSFORM_ARRAY_SIZE define.")) << qPrintable(text);
+
+    const QString sizes = "#define SHADOW_MAP_MANAGER_INFO_ARRAY_SIZE 32\n"
+                          "#define SHADOW_MAP_MANAGER_TRANSFORM_ARRAY_SIZE 32\n";
+    ShadowMapManager::setup(&processor, 2);
+    EXPECT_EQ(sizes, GLSLMacroProcessor::processDefines(&processor));
+    ShadowMapManager::setup(&processor, 3);
+    EXPECT_EQ(sizes + "#define SHADOW_MAP_MANAGER_USE_VARIANCE_MAPS 1\n",
+              GLSLMacroProcessor::processDefines(&processor));
+}
+
+namespace {
+
+const char *const kVertexSource =
+    "#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }";
+const char *const kFragmentSource =
+    "#version 150\n"
+    "uniform sampler2DArray u_ShadowMapDepthSampler;\n"
+    "uniform ivec2 u_ShadowMapProjectionInfos[32];\n"
+    "uniform mat4 u_ShadowMapProjectionTransforms[32];\n"
+    "uniform float u_VarianceClamp;\n"
+    "out vec4 color;\n"
+    "void main()\n"
+    "{\n"
+    "    color = textureLod(u_ShadowMapDepthSampler, vec3(0.0), 0.0) * u_VarianceClamp;\n"
+    "    for (int i = 0; i < 32; ++i) {\n"
+    "        color += u_ShadowMapProjectionTransforms[i] * vec4(u_ShadowMapProjectionInfos[i].xyxy);\n"
+    "    }\n"
+    "}";
+
+class ShadowMapManagerBindTest : public ShadowMapManagerTest
+{
+protected:
+    ShadowMapManagerBindTest()
+        : _texture(nullptr)
+        , _program(makeProgram(kVertexSource, kFragmentSource))
+    {
+        _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, 4, 4, 2);
+        _data.projectionTexture = &_texture;
+        _variant = QVariant::fromValue<QObject *>(&_data);
+    }
+
+    template <typename Value, typename Get> Value uniform(const QString &name, Get get)
+    {
+        Value value{};
+        get(_program->shaderProgramID(), _program->getUniformLocation(name), value.data());
+        return value;
+    }
+
+    std::array<GLint, 2> ints(const QString &name)
+    {
+        return uniform<std::array<GLint, 2>>(
+            name, [](auto... arguments) { driver()->glGetUniformiv(arguments...); });
+    }
+
+    std::array<GLfloat, 16> floats(const QString &name)
+    {
+        return uniform<std::array<GLfloat, 16>>(
+            name, [](auto... arguments) { driver()->glGetUniformfv(arguments...); });
+    }
+
+    Texture _texture;
+    std::unique_ptr<ShaderProgram> _program;
+    QVariant _variant;
+};
+
+} // namespace
+
+TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
+{
+    for (int i = 0; i < 32; ++i) {
+        _data.projectorInfos[i] = {i + 1, 100 - i};
+        _data.setTransform(i, translation(float(i), 2, 3), 0.5f);
+    }
+    const AutoBinder binder(_program.get());
+    for (const float clamp : {0.1f, 0.75f}) {
+        ASSERT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
+        EXPECT_EQ(clamp, floats("u_VarianceClamp")[0]);
+        ShadowMapManager::setVarianceClamping(0.75f);
+        EXPECT_TRUE(_texture.isBound());
+        EXPECT_EQ(int(_texture.unit()), ints("u_ShadowMapDepthSampler")[0]);
+        for (const int i : {0, 1, 31}) {
+            EXPECT_EQ((std::array<GLint, 2>{i + 1, 100 - i}),
+                      ints(QStringLiteral("u_ShadowMapProjectionInfos[%1]").arg(i)));
+            EXPECT_EQ(_data.transforms[i].values,
+                      floats(QStringLiteral("u_ShadowMapProjectionTransforms[%1]").arg(i)));
+        }
+        EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
+        EXPECT_FALSE(_texture.isBound());
+    }
+    ShadowMapManager::setVarianceClamping(0.1f);
+}
+
+TEST_F(ShadowMapManagerBindTest, ProgramsWithoutTheUniformsGetNone)
+{
+    const auto plain =
+        makeProgram(kVertexSource, "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }");
+    const AutoBinder binder(plain.get());
+    const Tap<&glUniform2iv> infos;
+    const Tap<&glUniformMatrix4fv> transforms;
+    EXPECT_TRUE(ShadowMapManager::bind(plain.get(), _variant));
+    EXPECT_EQ(0u, infos.count());
+    EXPECT_EQ(0u, transforms.count());
+    EXPECT_TRUE(ShadowMapManager::unbind(plain.get(), _variant));
+}
+
+TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGo)
+{
+    _data.projectorInfos.resize(3);
+    _data.transforms.resize(40);
+    const AutoBinder binder(_program.get());
+    const Tap<&glUniform2iv> infos;
+    const Tap<&glUniformMatrix4fv> transforms;
+    EXPECT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
+    EXPECT_MESSAGES(
+        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'kShadowMapInfoArraySizeMax == "
+        "renderData->projectorInfos.size()' failed: Projector Info Array size 3 does not match size "
+        "required by shader 32",
+        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'kShadowMapTransformArraySizeMax == "
+        "renderData->transforms.size()' failed: Projector Info Array size 40 does not match size "
+        "required by shader 32");
+    EXPECT_EQ(3, infos.last<1>());
+    EXPECT_EQ(32, transforms.last<1>());
+    EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
+}
+
+TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
+{
+    const QString start = "critical [ShadowMapManager.cpp:#] [ !! ] Assertion '";
+    const Tap<&glBindTexture> binds;
+    for (const QVariant &null : {QVariant(), QVariant::fromValue<QObject *>(nullptr)}) {
+        EXPECT_FALSE(ShadowMapManager::bind(_program.get(), null));
+        EXPECT_MESSAGES(start + "false == dataVariant.isNull()' failed: NULL render data variant used");
+    }
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
+    EXPECT_MESSAGES(
+        start
+        + "true == dataVariant.canConvert<QObject*>()' failed: render data is not a 'QObject*' type is "
+          "'int'");
+
+    QObject other;
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant::fromValue<QObject *>(&other)));
+    std::fflush(stdout);
+    EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
+    EXPECT_MESSAGES(start + "NULL != renderData' failed: NULL render data used");
+
+    EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
+    EXPECT_MESSAGES(start + "NULL != program' failed: NULL program used");
+    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
+    EXPECT_MESSAGES(start + "NULL != renderData' failed: NULL render data used");
+    _data.projectionTexture = nullptr;
+    EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
+    EXPECT_MESSAGES(start + "NULL != texture' failed: NULL render data texture used");
+    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), _variant));
+    EXPECT_MESSAGES(start + "NULL != texture' failed: NULL render data texture used");
+    EXPECT_EQ(0u, binds.count());
+}
