@@ -1,0 +1,741 @@
+// What the shader makes of the table and the layers: its functions against a model of them, and shadowed against lit
+// against rays through the same triangles.
+
+#include "support/GLFixture.h"
+#include "support/Pixels.h"
+#include "support/TestProgram.h"
+#include "support/Vec.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/BufferObject.h>
+#include <ZelGL/DrawBuffers.h>
+#include <ZelGL/FramebufferObject.h>
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/OpenGLDeviceContext.h>
+#include <ZelGL/ShadowMapManager.h>
+#include <ZelGL/Texture.h>
+#include <ZelGL/VertexArrayObject.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+#include <QtGui/QVector2D>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+using Light = ShadowMapManager::Light;
+using RenderData = ShadowMapManager::RenderData;
+
+/// What the three functions answer at a point.
+struct Visibility
+{
+    float plain;
+    float biased;
+    float single;
+};
+
+void draw(DrawBuffers &unit, ShaderProgram &program)
+{
+    unit.VAO()->bind();
+    unit.VAO()->enableShaderProgramArrays(&program);
+    unit.VAO()->unbind();
+    unit.bind();
+    unit.draw(&program);
+    unit.unbind();
+}
+
+/// Asks the shader at many points at once: one pixel for each.
+class Probe
+{
+public:
+    explicit Probe(int options)
+    {
+        ShadowMapManager::setup(&_processor, options);
+        _program.setMacroProcessor(&_processor);
+        _program.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
+        _program.addShader(GL_FRAGMENT_SHADER,
+                           "#version 150\n"
+                           "#include \"ShadowMapManager.glslh\"\n"
+                           "uniform sampler2D u_Points;\n"
+                           "uniform vec3 u_Normal;\n"
+                           "uniform vec3 u_LightDir;\n"
+                           "uniform uint u_Light;\n"
+                           "uniform bool u_Debug;\n"
+                           "out vec4 color;\n"
+                           "void main()\n"
+                           "{\n"
+                           "    vec3 point = texelFetch(u_Points, ivec2(gl_FragCoord.xy), 0).xyz;\n"
+                           "    color = u_Debug ? shadowMapGetDebug(point.xy) : vec4(\n"
+                           "        shadowMapGetVisibility(u_Light, point),\n"
+                           "        shadowMapGetVisibility(u_Light, point, u_Normal, u_LightDir),\n"
+                           "        shadowMapGetVisibilitySingle(min(u_Light, 31u), point), 0.0);\n"
+                           "}",
+                           QString());
+        _program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
+        EXPECT_TRUE(_program.link()) << qPrintable(_program.log());
+    }
+
+    std::vector<Visibility> ask(RenderData &data, unsigned int light, const std::vector<QVector3D> &points,
+                                const QVector3D &normal = {}, const QVector3D &lightDir = {})
+    {
+        std::vector<Visibility> result;
+        for (const QVector4D &color : run(data, points, [&] {
+                 _program.setUniform("u_Light", QVariant(light));
+                 _program.setUniform("u_Normal", QVariant(normal));
+                 _program.setUniform("u_LightDir", QVariant(lightDir));
+                 _program.setUniform("u_Debug", QVariant(false));
+             })) {
+            result.push_back({color.x(), color.y(), color.z()});
+        }
+        return result;
+    }
+
+    std::vector<QVector4D> debug(RenderData &data, const std::vector<QVector3D> &places)
+    {
+        return run(data, places, [&] { _program.setUniform("u_Debug", QVariant(true)); });
+    }
+
+private:
+    template <typename Set>
+    std::vector<QVector4D> run(RenderData &data, const std::vector<QVector3D> &points, Set setUniforms)
+    {
+        constexpr int kWidth = 64;
+        const int height = (int(points.size()) + kWidth - 1) / kWidth;
+        std::vector<QVector3D> texels = points;
+        texels.resize(size_t(kWidth * height));
+        Texture source(nullptr);
+        source.create2D(GL_TEXTURE_2D, GL_RGBA32F, kWidth, height);
+        Texture target(nullptr);
+        target.create2D(GL_TEXTURE_2D, GL_RGBA32F, kWidth, height);
+        const AutoBinder sourceBinder(&source);
+        driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kWidth, height, GL_RGB, GL_FLOAT, texels.data());
+
+        FramebufferObject framebuffer(nullptr);
+        framebuffer.bind();
+        framebuffer.attach(&target, GL_COLOR_ATTACHMENT0, 0);
+        framebuffer.setDrawBuffers();
+        driver()->glViewport(0, 0, kWidth, height);
+        {
+            const AutoBinder binder(&_program);
+            const QVariant variant = QVariant::fromValue<QObject *>(&data);
+            EXPECT_TRUE(ShadowMapManager::bind(&_program, variant));
+            _program.setUniform("u_Points", QVariant(int(source.unit())));
+            setUniforms();
+            draw(*OpenGLDeviceContext::current()->fullscreenQuad(), _program);
+            EXPECT_TRUE(ShadowMapManager::unbind(&_program, variant));
+        }
+        const Pixels pixels = Pixels::ofFramebuffer(0, 0, kWidth, height);
+        framebuffer.detachAll();
+        framebuffer.unbind();
+
+        std::vector<QVector4D> result;
+        for (int i = 0; i < int(points.size()); ++i) {
+            result.push_back(pixels.at(i % kWidth, i / kWidth));
+        }
+        return result;
+    }
+
+    GLSLMacroProcessor _processor;
+    ShaderProgram _program{nullptr};
+};
+
+/// The layers as a host should have them: what lies beside a layer is free of shadow.
+void clampToFree(Texture &layers)
+{
+    const AutoBinder binder(&layers);
+    const float free[] = {1, 1, 1, 1};
+    driver()->glTexParameterfv(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BORDER_COLOR, free);
+    for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
+        driver()->glTexParameteri(GL_TEXTURE_2D_ARRAY, wrap, GL_CLAMP_TO_BORDER);
+    }
+}
+
+class ShadowVisibilityTest : public GLTest
+{
+protected:
+    ~ShadowVisibilityTest() override { OpenGLDeviceContext::resetContext(); }
+};
+
+// The functions, against a model.
+
+constexpr int kTexels = 4;
+constexpr int kLayers = 3;
+
+/// First and second moment of the depth in a layer's texel; some texels are empty, or too close.
+QVector2D momentsOf(int layer, int x, int y)
+{
+    static constexpr float kDepths[] = {0.5f, 0.0f, 1.0f, 0.25f, 0.75f, -0.25f, 1.5f, 0.625f};
+    const float depth = kDepths[(layer + x + 4 * y) % 8];
+    return {depth, depth * depth + 0.01f * float((x + layer) % 3)};
+}
+
+struct Model
+{
+    const RenderData &data;
+    bool variance;
+    float clamp;
+
+    enum Kind { ePlain, eBiased, eSingle };
+
+    float operator()(unsigned int light, const QVector3D &point, Kind kind, float bias = 0) const
+    {
+        if (light >= 32) {
+            return 1;
+        }
+        const auto info = data.projectorInfos[int(light)];
+        float least = 1;
+        for (int i = info.index; i < info.index + (kind == eSingle ? 1 : info.count); ++i) {
+            const QMatrix4x4 matrix = QMatrix4x4(data.transforms[i].values.data()).transposed();
+            const QVector4D at = matrix * QVector4D(point, 1);
+            if (at.w() < 0) {
+                continue;
+            }
+            const auto texel = [&](float place) {
+                return std::clamp(int(std::floor((0.5f * place / at.w() + 0.5f) * kTexels)), -1, kTexels);
+            };
+            const int x = texel(at.x());
+            const int y = texel(at.y());
+            const bool isBeside = std::min(x, y) < 0 || std::max(x, y) >= kTexels;
+            const QVector2D moments = isBeside ? QVector2D(1, 1) : momentsOf(i, x, y);
+            if (kind == ePlain && (moments.x() <= 0 || moments.x() >= 1)) {
+                continue;
+            }
+            least = std::min(least, compare(moments, at.z() / at.w(), kind, bias));
+        }
+        return least;
+    }
+
+private:
+    float compare(const QVector2D &moments, float depth, Kind kind, float bias) const
+    {
+        if (!variance) {
+            return bias + moments.x() - depth < 0 ? 0 : 1;
+        }
+        const float d = depth - moments.x() - bias;
+        if (d <= 0) {
+            return 1;
+        }
+        const float m3 = moments.y() - moments.x() * moments.x();
+        const float p = m3 / (m3 + d * d);
+        const float t = std::clamp((p - clamp) / (1 - clamp), 0.0f, 1.0f);
+        return kind == eSingle ? p : t * t * (3 - 2 * t);
+    }
+};
+
+} // namespace
+
+TEST_F(ShadowVisibilityTest, FunctionsAnswerAsTheirModelDoesForBothKindsOfLayers)
+{
+    Texture layers(nullptr);
+    layers.create3D(GL_TEXTURE_2D_ARRAY, GL_RG32F, kTexels, kTexels, kLayers);
+    clampToFree(layers);
+    {
+        const AutoBinder binder(&layers);
+        std::vector<QVector2D> texels;
+        for (int i = 0; i < kLayers * kTexels * kTexels; ++i) {
+            texels.push_back(momentsOf(i / (kTexels * kTexels), i % kTexels, i / kTexels % kTexels));
+        }
+        driver()->glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, kTexels, kTexels, kLayers, GL_RG, GL_FLOAT,
+                                  texels.data());
+    }
+    RenderData data;
+    data.projectionTexture = &layers;
+    QMatrix4x4 shifted;
+    shifted.translate(0.5f, 0.25f, 0.125f);
+    QMatrix4x4 perspective;
+    perspective.perspective(90, 1, 0.1f, 4);
+    data.setTransform(1, shifted, 0);
+    data.setTransform(2, perspective, 0);
+    data.projectorInfos[0] = {1, 0};
+    data.projectorInfos[1] = {3, 0};
+    data.projectorInfos[5] = {0, 2};
+    data.projectorInfos[31] = {1, 2};
+
+    std::vector<QVector3D> points;
+    for (const float z : {-3.0f, -1.0f, -0.2f, 0.0f, 0.25f, 0.3f, 0.5f, 0.55f, 0.7f, 0.98f, 1.2f}) {
+        for (float y = -1.1875f; y < 1.25f; y += 0.125f) {
+            for (float x = -1.1875f; x < 1.25f; x += 0.125f) {
+                points.emplace_back(x, y, z);
+            }
+        }
+    }
+    const QVector3D lightDir(0, 0, 1);
+    for (const bool variance : {false, true}) {
+        Probe probe(variance ? 1 : 0);
+        for (const float clamp : {0.1f, 0.5f}) {
+            ShadowMapManager::setVarianceClamping(clamp);
+            const Model model{data, variance, clamp};
+            for (const unsigned int light : {0u, 1u, 5u, 31u, 32u}) {
+                for (const float facing : {1.0f, 0.25f, -0.5f}) {
+                    const float bias = 0.05f * (1 - facing);
+                    const std::vector<Visibility> answers =
+                        probe.ask(data, light, points, {1, 0, facing}, lightDir);
+                    for (size_t i = 0; i < points.size(); ++i) {
+                        const auto where = [&] {
+                            return QStringLiteral("light %1 point %2 facing %3")
+                                .arg(light)
+                                .arg(i)
+                                .arg(facing)
+                                .toStdString();
+                        };
+                        ASSERT_NEAR(model(light, points[i], Model::ePlain), answers[i].plain, 1e-4)
+                            << where();
+                        ASSERT_NEAR(model(light, points[i], Model::eBiased, bias), answers[i].biased, 1e-4)
+                            << where();
+                        ASSERT_NEAR(model(std::min(light, 31u), points[i], Model::eSingle), answers[i].single,
+                                    1e-4)
+                            << where();
+                    }
+                }
+            }
+        }
+    }
+    ShadowMapManager::setVarianceClamping(0.1f);
+}
+
+TEST_F(ShadowVisibilityTest, TheDebugPictureShowsTheTableBelowAndTheLayersInAGrid)
+{
+    Texture layers(nullptr);
+    layers.create3D(GL_TEXTURE_2D_ARRAY, GL_RG32F, 1, 1, 3);
+    {
+        const AutoBinder binder(&layers);
+        const float texels[] = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f, 0.6f};
+        driver()->glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, 1, 1, 3, GL_RG, GL_FLOAT, texels);
+    }
+    RenderData data;
+    data.projectionTexture = &layers;
+    data.projectorInfos[16] = {6, 8};
+    const std::vector<QVector4D> colors = Probe(0).debug(data, {{-0.1f, 0.5f, 0},
+                                                                {0.5f, 1.1f, 0},
+                                                                {0.51f, 0.01f, 0},
+                                                                {0.99f, 0.01f, 0},
+                                                                {0.25f, 0.25f, 0},
+                                                                {0.75f, 0.25f, 0},
+                                                                {0.25f, 0.75f, 0},
+                                                                {0.75f, 0.75f, 0}});
+    const QVector4D expected[] = {{},
+                                  {},
+                                  {16 / 32.0f, 6 / 32.0f, 8 / 32.0f, 1},
+                                  {31 / 32.0f, 0, 0, 1},
+                                  {0.1f, 0.2f, 0, 1},
+                                  {0.3f, 0.4f, 0, 1},
+                                  {0.5f, 0.6f, 0, 1},
+                                  {}};
+    for (size_t i = 0; i < colors.size(); ++i) {
+        EXPECT_LT((expected[i] - colors[i]).length(), 1e-5f) << i;
+    }
+}
+
+// Shadowed against lit, against rays.
+
+namespace {
+
+constexpr int kMapSize = 256;
+constexpr double kDepthStep =
+    1e-5; ///< by which the layers are moved away from the light, beside half a texel of slope
+
+struct Triangle
+{
+    Vec a, b, c;
+
+    Vec normal() const { return cross(b - a, c - a); }
+
+    /// Where a ray meets the plane, and whether that lies inside (Möller and Trumbore, 1997).
+    double planeAt(const Vec &from, const Vec &along) const
+    {
+        return dot(normal(), a - from) / dot(normal(), along);
+    }
+    bool isHit(const Vec &from, const Vec &along) const
+    {
+        const Vec p = cross(along, c - a);
+        const double determinant = dot(b - a, p);
+        const double u = dot(from - a, p) / determinant;
+        const double v = dot(along, cross(from - a, b - a)) / determinant;
+        return u >= 0 && v >= 0 && u + v <= 1; // false for a ray in the plane
+    }
+};
+
+/// A floor, boxes and loose triangles in a box of 10 units.
+class Scene
+{
+public:
+    Scene()
+    {
+        addQuad({-4.8f, -4.5f, -4.8f}, {9.6f, 0.3f, 0}, {0, 0, 9.6f});
+        for (int i = 0; i < 6; ++i) {
+            QMatrix4x4 place;
+            place.translate(3.4f * point());
+            place.rotate(number(0, 360), point());
+            place.scale(number(0.3f, 1), number(0.3f, 1), number(0.3f, 1));
+            const auto side = [&](const QVector3D &corner, const QVector3D &u, const QVector3D &v) {
+                addQuad(place * corner, place.mapVector(u), place.mapVector(v));
+            };
+            const QVector3D axes[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+            for (int axis = 0; axis < 3; ++axis) {
+                const QVector3D &u = axes[(axis + 1) % 3];
+                const QVector3D &v = axes[(axis + 2) % 3];
+                side(axes[axis] - u - v, 2 * u, 2 * v);
+                side(-axes[axis] - u - v, 2 * u, 2 * v);
+            }
+        }
+        for (int i = 0; i < 12; ++i) {
+            const QVector3D corner = 3.5f * point();
+            add(corner, corner + 1.2f * point(), corner + 1.2f * point());
+        }
+    }
+
+    /// A point on the triangle, every other one on the floor.
+    std::pair<size_t, Vec> somewhere()
+    {
+        const size_t triangle = _random() % 2 == 0 ? _random() % 2 : _random() % triangles.size();
+        double u = double(number(0, 1));
+        double v = double(number(0, 1));
+        if (u + v > 1) {
+            u = 1 - u;
+            v = 1 - v;
+        }
+        const Triangle &t = triangles[triangle];
+        return {triangle, t.a + u * (t.b - t.a) + v * (t.c - t.a)};
+    }
+
+    /// The first triangle on a ray.
+    double firstHit(const Vec &from, const Vec &along) const
+    {
+        double first = HUGE_VAL;
+        for (const Triangle &triangle : triangles) {
+            if (triangle.isHit(from, along)) {
+                const double at = triangle.planeAt(from, along);
+                first = at > 0 ? std::min(first, at) : first;
+            }
+        }
+        return first;
+    }
+
+    QSharedPointer<DrawBuffers> drawable() const
+    {
+        QVector<float> positions;
+        for (const Triangle &triangle : triangles) {
+            for (const Vec &corner : {triangle.a, triangle.b, triangle.c}) {
+                positions << float(corner.x) << float(corner.y) << float(corner.z);
+            }
+        }
+        const auto factory = OpenGLDeviceContext::current();
+        const QSharedPointer<VertexArrayObject> vao = factory->newVAO();
+        const QSharedPointer<BufferObject> buffer = factory->newBuffer();
+        buffer->setTarget(GL_ARRAY_BUFFER);
+        vao->upload("va_Vertex", buffer, positions, 3, GL_STATIC_DRAW);
+        const QSharedPointer<DrawBuffers> unit(new DrawBuffers(nullptr));
+        unit->setVAO(vao);
+        unit->setPrimitiveType(GL_TRIANGLES);
+        unit->setVertexCount(unsigned(positions.size() / 3));
+        return unit;
+    }
+
+    std::vector<Triangle> triangles;
+
+private:
+    float number(float low, float high) { return std::uniform_real_distribution<float>(low, high)(_random); }
+    QVector3D point() { return {number(-1, 1), number(-1, 1), number(-1, 1)}; }
+    void add(const QVector3D &a, const QVector3D &b, const QVector3D &c) { triangles.push_back({a, b, c}); }
+    void addQuad(const QVector3D &corner, const QVector3D &u, const QVector3D &v)
+    {
+        add(corner, corner + u, corner + v);
+        add(corner + u + v, corner + v, corner + u);
+    }
+
+    std::mt19937 _random{3};
+};
+
+/// Draws the layers of a table as a host does, into a depth texture of its own.
+class Layers
+{
+public:
+    Layers(const Scene &scene, RenderData &data)
+        : _texture(nullptr)
+    {
+        _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, kMapSize, kMapSize,
+                          data.transformCount);
+        clampToFree(_texture);
+        const auto program = makeProgram("#version 150\n"
+                                         "uniform mat4 u_Projection;\n"
+                                         "in vec3 va_Vertex;\n"
+                                         "void main()\n"
+                                         "{\n"
+                                         "    gl_Position = u_Projection * vec4(va_Vertex, 1.0);\n"
+                                         "    gl_Position.z = 2.0 * gl_Position.z - gl_Position.w;\n"
+                                         "}",
+                                         "#version 150\n"
+                                         "void main() {}");
+        const QSharedPointer<DrawBuffers> unit = scene.drawable();
+        const AutoBinder binder(program.get());
+        FramebufferObject framebuffer(nullptr);
+        framebuffer.bind();
+        driver()->glViewport(0, 0, kMapSize, kMapSize);
+        driver()->glEnable(GL_DEPTH_TEST);
+        for (int layer = 0; layer < data.transformCount; ++layer) {
+            framebuffer.attach3D(&_texture, GL_DEPTH_ATTACHMENT, layer, 0);
+            framebuffer.setDrawBuffers();
+            EXPECT_TRUE(framebuffer.isComplete());
+            driver()->glClear(GL_DEPTH_BUFFER_BIT);
+            program->setUniform("u_Projection",
+                                QVariant(QMatrix4x4(data.transforms[layer].values.data()).transposed()));
+            draw(*unit, *program);
+            framebuffer.detach(GL_DEPTH_ATTACHMENT);
+        }
+        driver()->glDisable(GL_DEPTH_TEST);
+        framebuffer.unbind();
+        data.projectionTexture = &_texture;
+    }
+
+private:
+    Texture _texture;
+};
+
+enum class Verdict { eLit, eShadowed, eEdge };
+
+/// What a projection should say of a point, by rays through its place in the map and through those up to a texel away.
+class Judge
+{
+public:
+    Judge(const Scene &scene, const Light &light, const RenderData::Transform &transform)
+        : _scene(scene)
+        , _matrix(QMatrix4x4(transform.values.data()).transposed())
+        , _toWorld(_matrix.inverted())
+        , _isDirectional(light.type() == Light::eDirectional)
+        , _apex(light.transform().column(3).toVector3D())
+        , _along(light.transform().column(2).toVector3D().normalized())
+    {
+    }
+
+    /// Whether the point has a place in the map.
+    bool holds(const Vec &point) const
+    {
+        const QVector4D at = project(point);
+        return at.w() > 0 && std::abs(at.x()) <= at.w() && std::abs(at.y()) <= at.w();
+    }
+
+    /// The one of two points on a ray of light that it reaches first.
+    Vec closer(const Vec &a, const Vec &b) const { return place(a).z() < place(b).z() ? a : b; }
+
+    /// The point moved toward the light until no part of its own plane in its texel is closer to it: the bias that keeps
+    /// a surface from shadowing itself. By how much the plane's depth changes over a texel decides.
+    Vec biased(size_t receiver, const Vec &point) const
+    {
+        const QVector3D at = place(point);
+        float slope = 0;
+        for (const QVector3D &texel : {QVector3D(kTexel, 0, 0), QVector3D(0, kTexel, 0)}) {
+            const auto [from, along] = rayThrough(_toWorld.map(at + texel));
+            const Vec beside = from + _scene.triangles[receiver].planeAt(from, along) * along;
+            slope += std::abs(place(beside).z() - at.z());
+        }
+        return _toWorld.map(at - QVector3D(0, 0, 0.5f * slope + kDepthStep));
+    }
+
+    Verdict operator()(size_t receiver, const Vec &point) const
+    {
+        const QVector3D at = place(point);
+        const Verdict here = atPlace(receiver, at.z(), point);
+        for (int x = -2; x <= 2; ++x) { // half a texel a step
+            for (int y = -2; y <= 2; ++y) {
+                const QVector3D beside = at + 0.5f * kTexel * QVector3D(float(x), float(y), 0);
+                if (atPlace(receiver, at.z(), _toWorld.map(beside)) != here) {
+                    return Verdict::eEdge;
+                }
+            }
+        }
+        return here;
+    }
+
+    /// Whether the light reaches the point, by the ray alone.
+    bool isLit(const Vec &point) const
+    {
+        const auto [from, along] = rayThrough(point);
+        return _scene.firstHit(from, along) > length(point - from) - 1e-6;
+    }
+
+private:
+    static constexpr float kTexel = 2.0f / kMapSize;
+
+    QVector4D project(const Vec &point) const
+    {
+        return _matrix * QVector4D(float(point.x), float(point.y), float(point.z), 1);
+    }
+
+    QVector3D place(const Vec &point) const
+    {
+        const QVector4D clip = project(point);
+        return clip.toVector3D() / clip.w();
+    }
+
+    std::pair<Vec, Vec> rayThrough(const Vec &point) const
+    {
+        const Vec from = _isDirectional ? point - 100 * _along : _apex;
+        return {from, (1 / length(point - from)) * (point - from)};
+    }
+
+    Verdict atPlace(size_t receiver, float depth, const Vec &beside) const
+    {
+        const auto [from, along] = rayThrough(beside);
+        const double ground = _scene.triangles[receiver].planeAt(from, along);
+        const double first = _scene.firstHit(from, along);
+        if (!(ground > 0)) {
+            return Verdict::eEdge;
+        }
+        if (first > ground - 1e-4) {
+            return Verdict::eLit;
+        }
+        return place(from + first * along).z() < depth - kDepthStep ? Verdict::eShadowed : Verdict::eEdge;
+    }
+
+    const Scene &_scene;
+    QMatrix4x4 _matrix;
+    QMatrix4x4 _toWorld;
+    bool _isDirectional;
+    Vec _apex;
+    Vec _along;
+};
+
+struct Rig
+{
+    const char *name;
+    Light::Type type;
+    int projections; ///< as many as there must be
+    int cascades;
+    float cutoff;
+    bool mirrored;
+};
+
+void PrintTo(const Rig &rig, std::ostream *out)
+{
+    *out << rig.name;
+}
+
+class ShadowTruthTest : public ShadowVisibilityTest, public testing::WithParamInterface<Rig>
+{
+protected:
+    ShadowTruthTest()
+    {
+        const Rig &rig = GetParam();
+        _light.setType(rig.type);
+        _light.setCSMLevels(rig.cascades);
+        _light.setSpotCutoff(rig.cutoff);
+        QMatrix4x4 transform;
+        if (rig.type == Light::eDirectional) {
+            transform.translate(0.5f, -1, 2); // within what is seen
+            transform.rotate(70, 1, 0.2f, 0.1f);
+        } else {
+            transform.translate(0.2f, rig.projections == 1 ? 4.5f : 0.6f, 0.4f);
+            transform.rotate(-80, 1, 0.1f, 0.2f);
+        }
+        transform.scale(rig.mirrored ? -1 : 1, 1, 1);
+        _light.setTransform(transform);
+        _view.lookAt({4, 5, 9}, {0, -1, 0}, {0, 1, 0});
+        _projection.perspective(60, 1, 0.5f, 30);
+    }
+
+    bool isSeen(const Vec &point) const
+    {
+        const QVector4D at =
+            _projection * _view * QVector4D(float(point.x), float(point.y), float(point.z), 1);
+        return std::max({std::abs(at.x()), std::abs(at.y()), std::abs(at.z())}) < at.w();
+    }
+
+    /// Inside the cone, or in front of a face.
+    bool isReached(const Vec &point) const
+    {
+        const QVector3D at =
+            _light.transform().inverted().map(QVector3D(float(point.x), float(point.y), float(point.z)));
+        const float side = std::max(std::abs(at.x()), std::abs(at.y()));
+        switch (GetParam().projections) {
+        case 1:
+            return GetParam().type == Light::eDirectional || side < -at.z() * std::tan(GetParam().cutoff);
+        case 5:
+            return side > at.z();
+        default:
+            return true;
+        }
+    }
+
+    Light _light;
+    QMatrix4x4 _view;
+    QMatrix4x4 _projection;
+};
+
+} // namespace
+
+TEST_P(ShadowTruthTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
+{
+    Scene scene;
+    const QPair<QVector3D, QVector3D> box({-5, -5, -5}, {5, 5, 5});
+    RenderData data;
+    const QVariantList lights = {QVariant::fromValue<QObject *>(&_light)};
+    ASSERT_TRUE(ShadowMapManager::processLights(lights, data, &_view, &_projection, &box));
+    ASSERT_EQ(GetParam().projections, data.transformCount);
+    const Layers layers(scene, data);
+
+    std::vector<Judge> judges;
+    for (int i = 0; i < data.transformCount; ++i) {
+        judges.emplace_back(scene, _light, data.transforms[i]);
+    }
+    std::vector<QVector3D> points;
+    std::vector<bool> expected;
+    int dropped = 0;
+    while (points.size() < 2000) {
+        const auto [receiver, point] = scene.somewhere();
+        if (!isSeen(point) || !isReached(point)) {
+            continue;
+        }
+        std::vector<const Judge *> holding;
+        Vec biased = point;
+        for (const Judge &judge : judges) {
+            if (judge.holds(point)) {
+                holding.push_back(&judge);
+                biased = judge.closer(biased, judge.biased(receiver, point));
+            }
+        }
+        ASSERT_FALSE(holding.empty());
+        bool isAtEdge = false;
+        for (const Judge *judge : holding) {
+            isAtEdge = isAtEdge || (*judge)(receiver, biased) == Verdict::eEdge;
+        }
+        if (isAtEdge) {
+            ++dropped;
+            continue;
+        }
+        expected.push_back(judges[0].isLit(point));
+        points.emplace_back(float(biased.x), float(biased.y), float(biased.z));
+    }
+    const std::vector<Visibility> answers = Probe(0).ask(data, 0, points);
+    int wrong = 0;
+    for (size_t i = 0; i < points.size(); ++i) {
+        wrong += (expected[i] ? 1.0f : 0.0f) == answers[i].plain ? 0 : 1;
+    }
+    const int lit = int(std::count(expected.begin(), expected.end(), true));
+    EXPECT_EQ(0, wrong) << "with " << lit << " lit points";
+    EXPECT_GT(lit, 500);
+    EXPECT_LT(lit, 1500);
+    EXPECT_LT(dropped, 500);
+    RecordProperty("lit", lit);
+    RecordProperty("atEdges", dropped);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lights, ShadowTruthTest,
+                         testing::Values(Rig{"Sun", Light::eDirectional, 1, 0, -1, false},
+                                         Rig{"SunMirrored", Light::eDirectional, 1, 0, -1, true},
+                                         Rig{"SunWith4Cascades", Light::eDirectional, 4, 4, -1, false},
+                                         Rig{"SunWith4CascadesMirrored", Light::eDirectional, 4, 4, -1, true},
+                                         Rig{"Spot", Light::eSpot, 1, 0, 0.7f, false},
+                                         Rig{"SpotMirrored", Light::eSpot, 1, 0, 0.7f, true},
+                                         Rig{"PointWith1Face", Light::ePoint, 1, 0, 0.7f, false},
+                                         Rig{"PointWith1FaceMirrored", Light::ePoint, 1, 0, 0.7f, true},
+                                         Rig{"PointWith5Faces", Light::ePoint, 5, 0, 1.5f, false},
+                                         Rig{"PointWith6Faces", Light::ePoint, 6, 0, -1, false},
+                                         Rig{"PointWith6FacesMirrored", Light::ePoint, 6, 0, -1, true}),
+                         [](const testing::TestParamInfo<Rig> &rig) { return rig.param.name; });
