@@ -73,12 +73,9 @@ const Word kDebugSeverities[] = {
 };
 
 const Word kErrors[] = {
-    {GL_NO_ERROR, "no error"},
-    {GL_INVALID_ENUM, "invalid enum"},
-    {GL_INVALID_VALUE, "invalid value"},
-    {GL_INVALID_OPERATION, "invalid operation"},
-    {GL_OUT_OF_MEMORY, "out of memory"},
-    {GL_INVALID_FRAMEBUFFER_OPERATION, "invalid framebuffer operation"},
+    {GL_NO_ERROR, "no error"},           {GL_INVALID_ENUM, "invalid enum"},
+    {GL_INVALID_VALUE, "invalid value"}, {GL_INVALID_OPERATION, "invalid operation"},
+    {GL_OUT_OF_MEMORY, "out of memory"}, {GL_INVALID_FRAMEBUFFER_OPERATION, "invalid framebuffer operation"},
 };
 
 template <std::size_t N> const char *wordFor(const Word (&words)[N], GLenum value, const char *unknown)
@@ -88,8 +85,8 @@ template <std::size_t N> const char *wordFor(const Word (&words)[N], GLenum valu
     return word == std::end(words) ? unknown : word->text;
 }
 
-void APIENTRY onGLDebugMessage(GLenum source, GLenum type, GLuint id, GLenum severity, GLsizei, const GLchar *message,
-                               const void *)
+void APIENTRY onGLDebugMessage(GLenum source, GLenum type, GLuint id, GLenum severity, GLsizei,
+                               const GLchar *message, const void *)
 {
     constexpr const char *unknown = "<unknown>";
     ZEL_LOG_DEBUG("OpenGL message [id=0x%x, source=%s, type=%s, severity=%s]: %s", id,
@@ -219,22 +216,25 @@ bool initializeGLFunctions()
 
 bool initializeGLDebugging()
 {
-    const auto messageControl =
-        reinterpret_cast<PFNGLDEBUGMESSAGECONTROLARBPROC>(getGLProcAddress("glDebugMessageControlARB", false));
+    const auto messageControl = reinterpret_cast<PFNGLDEBUGMESSAGECONTROLARBPROC>(
+        getGLProcAddress("glDebugMessageControlARB", false));
     if (messageControl == nullptr) {
         return false;
     }
-    const auto messageCallback =
-        reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKARBPROC>(getGLProcAddress("glDebugMessageCallbackARB", false));
+    const auto messageCallback = reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKARBPROC>(
+        getGLProcAddress("glDebugMessageCallbackARB", false));
     if (messageCallback == nullptr) {
         return false;
     }
     // NVIDIA, buffer memory placement: told for every buffer, of no use to a host.
     const GLuint bufferPlacementMessage = 131185;
     messageControl(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
-    messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_PUSH_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr, GL_FALSE);
-    messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_POP_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr, GL_FALSE);
-    messageControl(GL_DEBUG_SOURCE_API, GL_DEBUG_TYPE_OTHER, GL_DONT_CARE, 1, &bufferPlacementMessage, GL_FALSE);
+    messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_PUSH_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr,
+                   GL_FALSE);
+    messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_POP_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr,
+                   GL_FALSE);
+    messageControl(GL_DEBUG_SOURCE_API, GL_DEBUG_TYPE_OTHER, GL_DONT_CARE, 1, &bufferPlacementMessage,
+                   GL_FALSE);
     messageCallback(&onGLDebugMessage, nullptr);
     glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS);
     return true;

@@ -58,7 +58,8 @@ void assertionFailed(const char *file, int line, const char *condition, const ch
     const QString message = QString::vasprintf(format, arguments);
     va_end(arguments);
     // A per cent sign of the condition is shown as "\%".
-    const QString conditionText = QString::fromUtf8(condition).replace(QLatin1Char('%'), QLatin1String("\\%"));
+    const QString conditionText =
+        QString::fromUtf8(condition).replace(QLatin1Char('%'), QLatin1String("\\%"));
     emitAt(QtCriticalMsg, file, line,
            QString::asprintf("[ !! ] Assertion '%s' failed: %s", conditionText.toLocal8Bit().constData(),
                              message.toLocal8Bit().constData()));

@@ -33,7 +33,8 @@ constexpr const char *baseName(const char *path)
 }
 
 /// The text behind ZEL_LOG_*: "[file:line] text" at the given level.
-ZELGL_EXPORT void log(QtMsgType level, const char *file, int line, const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(4, 5);
+ZELGL_EXPORT void log(QtMsgType level, const char *file, int line, const char *format, ...)
+    Q_ATTRIBUTE_FORMAT_PRINTF(4, 5);
 
 /// The text behind ZEL_BARE_*: the text alone at the given level.
 ZELGL_EXPORT void logBare(QtMsgType level, const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(2, 3);
@@ -44,7 +45,7 @@ ZELGL_EXPORT void assertionFailed(const char *file, int line, const char *condit
 
 }}} // namespace Orvane::Zel::Reporting
 
-#define ZEL_REPORT_AT_(level, ...)                                                                                 \
+#define ZEL_REPORT_AT_(level, ...)                                                                           \
     ::Orvane::Zel::Reporting::log(level, ::Orvane::Zel::Reporting::baseName(__FILE__), __LINE__, __VA_ARGS__)
 
 #define ZEL_LOG_DEBUG(...) ZEL_REPORT_AT_(QtDebugMsg, __VA_ARGS__)
@@ -55,19 +56,19 @@ ZELGL_EXPORT void assertionFailed(const char *file, int line, const char *condit
 #define ZEL_BARE_WARNING(...) ::Orvane::Zel::Reporting::logBare(QtWarningMsg, __VA_ARGS__)
 #define ZEL_BARE_CRITICAL(...) ::Orvane::Zel::Reporting::logBare(QtCriticalMsg, __VA_ARGS__)
 
-#define ZEL_ASSERT(condition, ...)                                                                                 \
-    do {                                                                                                           \
-        if (Q_UNLIKELY(!(condition))) {                                                                            \
-            ::Orvane::Zel::Reporting::assertionFailed(::Orvane::Zel::Reporting::baseName(__FILE__), __LINE__,      \
-                                                      #condition, __VA_ARGS__);                                    \
-        }                                                                                                          \
+#define ZEL_ASSERT(condition, ...)                                                                           \
+    do {                                                                                                     \
+        if (Q_UNLIKELY(!(condition))) {                                                                      \
+            ::Orvane::Zel::Reporting::assertionFailed(::Orvane::Zel::Reporting::baseName(__FILE__),          \
+                                                      __LINE__, #condition, __VA_ARGS__);                    \
+        }                                                                                                    \
     } while (false)
 
-#define ZEL_ASSERT_RETURN(condition, failureValue, ...)                                                            \
-    do {                                                                                                           \
-        if (Q_UNLIKELY(!(condition))) {                                                                            \
-            ::Orvane::Zel::Reporting::assertionFailed(::Orvane::Zel::Reporting::baseName(__FILE__), __LINE__,      \
-                                                      #condition, __VA_ARGS__);                                    \
-            return failureValue;                                                                                   \
-        }                                                                                                          \
+#define ZEL_ASSERT_RETURN(condition, failureValue, ...)                                                      \
+    do {                                                                                                     \
+        if (Q_UNLIKELY(!(condition))) {                                                                      \
+            ::Orvane::Zel::Reporting::assertionFailed(::Orvane::Zel::Reporting::baseName(__FILE__),          \
+                                                      __LINE__, #condition, __VA_ARGS__);                    \
+            return failureValue;                                                                             \
+        }                                                                                                    \
     } while (false)
