@@ -7,6 +7,8 @@
 #include "TextureManager.h"
 #include "VertexArrayObject.h"
 
+#include <QtCore/QSet>
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -53,9 +55,8 @@ bool isOutside(const QMatrix4x4 &viewProjection, const QMatrix4x4 &world, const 
     const float most[3] = {box.maxX, box.maxY, box.maxZ};
 
     // The lanes 0 to 2 are the planes of x, y and z; lane 3 means nothing.
-    const Lanes offset = productColumn(left, right, 3);
-    Lanes plus = broadcast(offset[3]) + offset;
-    Lanes minus = broadcast(offset[3]) - offset;
+    Lanes plus = broadcast(0.0f);
+    Lanes minus = broadcast(0.0f);
     for (int axis = 0; axis < 3; ++axis) {
         const Lanes column = productColumn(left, right, axis);
         const Lanes plusNormal = broadcast(column[3]) + column;
@@ -66,6 +67,9 @@ bool isOutside(const QMatrix4x4 &viewProjection, const QMatrix4x4 &world, const 
         plus += plusNormal * (plusNormal >= zero ? high : low);
         minus += minusNormal * (minusNormal >= zero ? high : low);
     }
+    const Lanes offset = productColumn(left, right, 3);
+    plus += broadcast(offset[3]) + offset;
+    minus += broadcast(offset[3]) - offset;
     const auto behind = (plus <= broadcast(0.0f)) | (minus <= broadcast(0.0f));
     return (behind[0] | behind[1] | behind[2]) != 0;
 }
@@ -131,87 +135,70 @@ public:
     void write(InstanceDataCollection &data, int item, const QMatrix4x4 &world, const QMatrix4x4 &inverse,
                const QMatrix3x3 &normal)
     {
-        const Members &members = membersOf(data.plan());
-        if (!members.complete) {
-            writeByName(data, item, world, inverse, normal, members.hasNormal);
-            return;
-        }
-        data.moveBytes(item, members.model, members.previous, kMat4Bytes);
-        data.setBytes(item, members.model, world.constData(), kMat4Bytes);
-        data.setBytes(item, members.inverse, inverse.constData(), kMat4Bytes);
-        if (members.hasNormal) {
-            data.setBytes(item, members.normal, normal.constData(), kMat3Bytes);
+        const Places &places = placesIn(data.plan());
+        data.moveBytes(item, places.model, places.previous, places.modelBytes);
+        data.setBytes(item, places.model, world.constData(), kMat4Bytes);
+        data.setBytes(item, places.inverse, inverse.constData(), kMat4Bytes);
+        if (places.hasNormal) {
+            data.setBytes(item, places.normal, normal.constData(), kMat3Bytes);
         }
     }
 
     void copyToPrevious(InstanceDataCollection &data, int item)
     {
-        const Members &members = membersOf(data.plan());
-        if (members.complete) {
-            data.moveBytes(item, members.model, members.previous, kMat4Bytes);
-        } else {
-            data.copyInstanceMember(item, QStringLiteral("ModelMatrix"),
-                                    QStringLiteral("PreviousModelMatrix"));
-        }
+        const Places &places = placesIn(data.plan());
+        data.moveBytes(item, places.model, places.previous, places.modelBytes);
     }
 
 private:
     static constexpr size_t kMat4Bytes = 64;
     static constexpr size_t kMat3Bytes = 36;
 
-    struct Members
+    struct Places
     {
         const InstanceDataPlan *plan = nullptr;
-        bool complete = false; ///< otherwise the calls by name report what is missing
         bool hasNormal = false;
         unsigned int model = 0;
         unsigned int previous = 0;
         unsigned int inverse = 0;
         unsigned int normal = 0;
+        size_t modelBytes = 0;
     };
 
-    const Members &membersOf(const InstanceDataPlan *plan)
+    const Places &placesIn(const InstanceDataPlan *plan)
     {
-        const auto known = std::find_if(_members.begin(), _members.end(),
-                                        [plan](const Members &m) { return m.plan == plan; });
-        return known != _members.end() ? *known : lookUp(plan);
-    }
-
-    const Members &lookUp(const InstanceDataPlan *plan)
-    {
-        Members members;
-        members.plan = plan;
-        const QString names[] = {QStringLiteral("ModelMatrix"), QStringLiteral("PreviousModelMatrix"),
-                                 QStringLiteral("InverseModelMatrix"), QStringLiteral("ModelNormalMatrix")};
-        unsigned int *places[] = {&members.model, &members.previous, &members.inverse, &members.normal};
-        members.complete = plan != nullptr;
-        for (int i = 0; i < 4 && plan != nullptr; ++i) {
-            const bool there = plan->contains(names[i]);
-            if (there) {
-                *places[i] = plan->offset(names[i]);
-            }
-            if (i < 3) {
-                members.complete = members.complete && there;
-            } else {
-                members.hasNormal = there;
-            }
+        if (_last < _places.size() && _places[_last].plan == plan) {
+            return _places[_last];
         }
-        _members.push_back(members);
-        return _members.back();
-    }
-
-    static void writeByName(InstanceDataCollection &data, int item, const QMatrix4x4 &world,
-                            const QMatrix4x4 &inverse, const QMatrix3x3 &normal, bool hasNormal)
-    {
-        data.copyInstanceMember(item, QStringLiteral("ModelMatrix"), QStringLiteral("PreviousModelMatrix"));
-        data.set(item, QStringLiteral("ModelMatrix"), world.constData(), kMat4Bytes);
-        data.set(item, QStringLiteral("InverseModelMatrix"), inverse.constData(), kMat4Bytes);
-        if (hasNormal) {
-            data.set(item, QStringLiteral("ModelNormalMatrix"), normal.constData(), kMat3Bytes);
+        const auto known = std::find_if(_places.begin(), _places.end(),
+                                        [plan](const Places &places) { return places.plan == plan; });
+        _last = size_t(known - _places.begin());
+        if (known == _places.end()) {
+            _places.push_back(lookUp(plan));
         }
+        return _places[_last];
     }
 
-    std::vector<Members> _members;
+    static Places lookUp(const InstanceDataPlan *plan)
+    {
+        Places places;
+        places.plan = plan;
+        if (plan != nullptr) {
+            const QString model = QStringLiteral("ModelMatrix");
+            const QString normal = QStringLiteral("ModelNormalMatrix");
+            // What the plan lacks has offset 0, as in the calls by name.
+            places.model = plan->offset(model);
+            places.modelBytes = plan->dataSize(model);
+            places.previous = plan->offset(QStringLiteral("PreviousModelMatrix"));
+            places.inverse = plan->offset(QStringLiteral("InverseModelMatrix"));
+            places.normal = plan->offset(normal);
+            places.hasNormal = plan->contains(normal);
+        }
+        return places;
+    }
+
+    std::vector<Places> _places;
+    size_t _last = 0;
 };
 
 QVector3D BoundingBox::closestPointFrom(const QVector3D &point) const
@@ -238,9 +225,11 @@ GPUModel::~GPUModel() = default;
 void GPUModel::clear()
 {
     if (_deleteOnClear) {
+        QSet<QObject *> owned; // once each: drawables may share them
         for (const Drawable &drawable : qAsConst(_drawables)) {
-            deleteData(drawable);
+            owned << drawable.drawBuffers << drawable.materialData << drawable.objectData;
         }
+        qDeleteAll(owned);
     }
     _drawables.clear();
     _instanceToDrawable.clear();
@@ -335,11 +324,9 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
         return;
     }
     if (_deleteOnClear) {
-        Drawable old;
-        old.drawBuffers = changed->drawBuffers != drawBuffers ? changed->drawBuffers : nullptr;
-        old.materialData = changed->materialData != material ? changed->materialData : nullptr;
-        old.objectData = changed->objectData != object ? changed->objectData : nullptr;
-        deleteData(old);
+        QSet<QObject *> replaced{changed->drawBuffers, changed->materialData, changed->objectData};
+        replaced -= QSet<QObject *>{drawBuffers, material, object}; // what stays is not deleted
+        qDeleteAll(replaced);
     }
     changed->drawBuffers = drawBuffers;
     changed->materialData = material;
@@ -467,17 +454,18 @@ int GPUModel::maxTangentSets() const
 
 int GPUModel::addTransform(int parent, const QMatrix4x4 &local)
 {
+    const int transform = _localTransforms.size();
     _localTransforms.append(local);
     _transformLocked.append(false);
     _worldTransforms.append(QMatrix4x4());
     _normalTransforms.append(QMatrix3x3());
-    _transformParents.append(parent);
+    _transformParents.append(endOfChain(parent) == transform ? kInvalidTransformRef : parent);
     _transformSwapsHandedness.append(false);
     _transformDirty.append(true);
     _transformVisibility.append(1);
     _transformInstances.append(QVector<InstanceRef>());
     _transformsDirty = true;
-    return _localTransforms.size() - 1;
+    return transform;
 }
 
 void GPUModel::setLocalTransform(int transform, const QMatrix4x4 &local, bool locked)
@@ -613,7 +601,7 @@ void GPUModel::updateTransforms()
     // Before any mark is cleared, those below what changed are marked too.
     const int count = _localTransforms.size();
     for (int transform = 0; transform < count; ++transform) {
-        if (!_transformDirty.at(transform) && isTransformDirty(transform)) {
+        if (!_transformDirty.at(transform) && isParentDirty(transform)) {
             _transformDirty[transform] = true;
         }
     }
@@ -695,7 +683,8 @@ void GPUModel::setObjectProperty(const QString &name, const QString &member, con
 
 int GPUModel::addCamera(const Camera &camera, const QString &name)
 {
-    _cameras.append(camera);
+    _cameras.resize(_cameras.size() + 1); // gcc 12 warns wrongly of append()
+    _cameras.last() = camera;
     _cameraNames.append(name);
     return _cameras.size() - 1;
 }
@@ -777,7 +766,7 @@ int GPUModel::lightCount() const
 void GPUModel::loadBoundingBoxes(const BoundingBox *boxes, int count)
 {
     _boundingBoxes.clear();
-    if (count > 0) {
+    if (boxes != nullptr && count > 0) {
         _boundingBoxes.reserve(count);
         std::copy(boxes, boxes + count, std::back_inserter(_boundingBoxes));
     }
@@ -1208,13 +1197,6 @@ int GPUModel::append(const Drawable &drawable, int materialNumber)
     return instance;
 }
 
-void GPUModel::deleteData(const Drawable &drawable)
-{
-    delete drawable.drawBuffers;
-    delete drawable.materialData;
-    delete drawable.objectData;
-}
-
 void GPUModel::changeFlags(int instance, unsigned long long flags, unsigned long long mask)
 {
     Drawable *changed = drawable(instance);
@@ -1241,6 +1223,28 @@ int GPUModel::parentOf(int transform) const
 {
     const int parent = valueOr(_transformParents, transform, kInvalidTransformRef);
     return isValidTransform(parent) ? parent : kInvalidTransformRef;
+}
+
+/// Where the walk from \a transform upward leaves the transforms.
+int GPUModel::endOfChain(int transform) const
+{
+    while (isValidTransform(transform)) {
+        transform = _transformParents.at(transform);
+    }
+    return transform;
+}
+
+/// isTransformDirty() of the parent, in a walk over all transforms in the order of
+/// their numbers: those in front of this one have what is above them in their marks
+/// already.
+bool GPUModel::isParentDirty(int transform) const
+{
+    for (int t = parentOf(transform); t >= 0; t = parentOf(t)) {
+        if (t < transform || _transformDirty.at(t)) {
+            return _transformDirty.at(t);
+        }
+    }
+    return false;
 }
 
 /// Recomputes a transform if it is dirty, behind the dirty ones directly above it.
@@ -1353,7 +1357,8 @@ void GPUModel::chooseCommands(const Drawable &drawable, const WindingType &windi
     _chosenCommands.resize(0);
     _otherCommands.resize(0);
     const bool byHandedness = winding == eWindingCCW || winding == eWindingCW;
-    for (int command = 0; command < drawable.culled.size(); ++command) {
+    const int commands = std::min(commandCount(drawable), drawable.culled.size());
+    for (int command = 0; command < commands; ++command) {
         const int transform = drawable.transformRefs.at(command);
         if (drawable.culled.at(command) || !isVisible(transform)) {
             continue;
@@ -1386,7 +1391,8 @@ float GPUModel::distanceFrom(const QVector3D &eye, const Drawable &drawable, int
         return kFarAway;
     }
     const QVector3D local = _worldTransforms.at(transform).inverted().map(eye);
-    return (local - _boundingBoxes.at(box).closestPointFrom(local)).length();
+    const float distance = (local - _boundingBoxes.at(box).closestPointFrom(local)).length();
+    return std::isnan(distance) ? kFarAway : distance; // sorting needs an order
 }
 
 }} // namespace Orvane::Zel

@@ -310,11 +310,12 @@ private:
     const Drawable *drawable(int instance) const;
     Drawable *drawableAt(int position);
     int append(const Drawable &drawable, int materialNumber);
-    void deleteData(const Drawable &drawable);
     void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
     int maxSets(int shift) const;
 
     int parentOf(int transform) const;
+    int endOfChain(int transform) const;
+    bool isParentDirty(int transform) const;
     void updateChain(int transform, MatrixWriter &writer);
     void recompute(int transform, MatrixWriter &writer);
     QMatrix4x4 lockedWorld(int transform, const QMatrix4x4 &parentWorld);
@@ -373,4 +374,6 @@ private:
 
 Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::InstanceRef, Q_PRIMITIVE_TYPE);
 Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::BoundingBox, Q_PRIMITIVE_TYPE);
+Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::Camera, Q_MOVABLE_TYPE);
+Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::Light, Q_MOVABLE_TYPE);
 Q_DECLARE_TYPEINFO(Orvane::Zel::GPUModel::Drawable, Q_MOVABLE_TYPE);
