@@ -10,7 +10,7 @@ list=$2
 exported() {
     nm -DC --defined-only "$library" |
         sed -n -E 's/^[0-9a-f]+ [TBDR] //p; s/^[0-9a-f]+ [VW] (vtable for )/\1/p' |
-        grep -v -E '^(__|_edata$|_end$|_init$|_fini$)' |
+        grep -v -E '^(__|_edata$|_end$|_init$|_fini$|vtable for std::)' |
         LC_ALL=C sort -u
 }
 
