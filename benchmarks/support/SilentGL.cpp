@@ -48,6 +48,16 @@ void answerInteger(GLenum name, GLint *value)
     case GL_MAX_TEXTURE_IMAGE_UNITS:
         *value = 32;
         break;
+    case GL_MAX_TEXTURE_SIZE:
+    case GL_MAX_3D_TEXTURE_SIZE:
+        *value = 16384;
+        break;
+    case GL_MAX_ARRAY_TEXTURE_LAYERS:
+        *value = 1 << 20;
+        break;
+    case GL_NUM_EXTENSIONS:
+        *value = 1;
+        break;
     case GL_MAX_UNIFORM_BUFFER_BINDINGS:
         *value = 84;
         break;
@@ -75,6 +85,22 @@ void answerProgram(GLuint, GLenum name, GLint *value)
     }
 }
 
+void answerTextureLevel(GLenum, GLint, GLenum name, GLint *value)
+{
+    switch (name) {
+    case GL_TEXTURE_WIDTH:
+    case GL_TEXTURE_HEIGHT:
+        *value = 4;
+        break;
+    case GL_TEXTURE_INTERNAL_FORMAT:
+        *value = GL_RGBA8;
+        break;
+    default:
+        *value = 1;
+        break;
+    }
+}
+
 void answerName(const std::string &text, GLsizei size, GLsizei *length, GLchar *name)
 {
     std::strncpy(name, text.c_str(), size_t(size));
@@ -95,6 +121,12 @@ void (*answerLookUp(const char *name))()
     if (std::strcmp(name, "glDrawArraysInstancedBaseInstance") == 0) {
         return [] {};
     }
+    if (std::strcmp(name, "glGetTextureHandleARB") == 0) {
+        return reinterpret_cast<void (*)()>(silentGetTextureHandle);
+    }
+    if (std::strcmp(name, "glIsTextureHandleResidentARB") == 0) {
+        return reinterpret_cast<void (*)()>(silentIsTextureHandleResident);
+    }
     return nullptr;
 }
 
@@ -103,6 +135,11 @@ void (*answerLookUp(const char *name))()
 MultiBindFunction silentBindBuffersBase = [](unsigned int, unsigned int, int, const unsigned int *) {};
 BaseInstanceFunction silentDrawElementsInstancedBaseVertexBaseInstance =
     [](unsigned int, int, unsigned int, const void *, int, int, unsigned int) {};
+
+GetTextureHandleFunction silentGetTextureHandle = [](unsigned int texture) { return std::uint64_t(texture); };
+IsTextureHandleResidentFunction silentIsTextureHandleResident = [](std::uint64_t) -> unsigned char {
+    return 1;
+};
 
 extern "C" {
 
@@ -126,18 +163,27 @@ __attribute__((visibility("default"))) void *glXGetCurrentContext()
 void installSilentGL()
 {
     silence<&glActiveTexture, &glAttachShader, &glBindBuffer, &glBindBufferBase, &glBindBufferRange,
-            &glBindFragDataLocation, &glBindTexture, &glBindVertexArray, &glBufferData, &glCompileShader,
-            &glDeleteBuffers, &glDeleteProgram, &glDeleteShader, &glDeleteTextures, &glDeleteVertexArrays,
-            &glDisableVertexAttribArray, &glDrawArrays, &glDrawElements, &glDrawElementsBaseVertex,
-            &glEnableVertexAttribArray, &glGetProgramInfoLog, &glGetShaderInfoLog, &glLinkProgram,
-            &glShaderSource, &glTexImage2D, &glTexParameteri, &glUniform1f, &glUniform1fv, &glUniform1i,
+            &glBindFragDataLocation, &glBindFramebuffer, &glBindTexture, &glBindVertexArray,
+            &glBlitFramebuffer, &glBufferData, &glCompileShader, &glDeleteBuffers, &glDeleteFramebuffers,
+            &glDeleteProgram, &glDeleteShader, &glDeleteTextures, &glDeleteVertexArrays,
+            &glDisableVertexAttribArray, &glDrawArrays, &glDrawBuffer, &glDrawElements,
+            &glDrawElementsBaseVertex, &glEnableVertexAttribArray, &glFlush, &glFramebufferTexture,
+            &glFramebufferTextureLayer, &glGetProgramInfoLog, &glGetShaderInfoLog, &glLinkProgram,
+            &glReadBuffer, &glShaderSource, &glTexImage1D, &glTexImage2D, &glTexImage3D, &glTexParameterf,
+            &glTexParameteri, &glUniform1f, &glUniform1fv, &glUniform1i, &glUniform1iv, &glUniform4iv,
             &glUniform1ui, &glUniform4f, &glUniform4fv, &glUniformBlockBinding, &glUniformMatrix4fv,
             &glUseProgram, &glVertexAttribPointer>();
     glGenBuffers = &generateNames;
+    glGenFramebuffers = &generateNames;
     glGenTextures = &generateNames;
     glGenVertexArrays = &generateNames;
     glGetIntegerv = &answerInteger;
-    glGetStringi = [](GLenum, GLuint) { return reinterpret_cast<const GLubyte *>(""); };
+    glGetStringi = [](GLenum, GLuint) {
+        return reinterpret_cast<const GLubyte *>("GL_ARB_bindless_texture");
+    };
+    glGetTexLevelParameteriv = &answerTextureLevel;
+    glGetTexParameteriv = [](GLenum, GLenum, GLint *value) { *value = 0; };
+    glGetTexParameterfv = [](GLenum, GLenum, GLfloat *value) { *value = 0; };
     glCreateShader = [](GLenum) { return GLuint(1); };
     glCreateProgram = [] { return GLuint(1); };
     glGetShaderiv = [](GLuint, GLenum name, GLint *value) { *value = name == GL_COMPILE_STATUS ? 1 : 0; };

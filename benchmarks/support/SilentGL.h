@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 namespace Orvane { namespace Zel {
@@ -10,7 +11,8 @@ class ShaderProgram;
 /// so that what is timed is the library's own work. The look-ups of GLX answer alike, and with one current context.
 ///
 /// It has 16 vertex attributes, 32 texture units, 8 samples, 84 binding points for uniform blocks, and version 3.3
-/// without extensions. Every program links, and has the attributes va_Vertex, va_Normal and va_TexCoord, the uniform
+/// with GL_ARB_bindless_texture alone, whose handles are always resident. Every level of a texture is 4x4 RGBA8, and an
+/// array has a million layers. Every program links, and has the attributes va_Vertex, va_Normal and va_TexCoord, the uniform
 /// u_DrawID, and the uniform blocks Block0 to Block7.
 void installSilentGL();
 
@@ -24,3 +26,7 @@ using BaseInstanceFunction = void (*)(unsigned int mode, int count, unsigned int
                                       int instances, int baseVertex, unsigned int baseInstance);
 extern MultiBindFunction silentBindBuffersBase;
 extern BaseInstanceFunction silentDrawElementsInstancedBaseVertexBaseInstance;
+using GetTextureHandleFunction = std::uint64_t (*)(unsigned int texture);
+using IsTextureHandleResidentFunction = unsigned char (*)(std::uint64_t handle);
+extern GetTextureHandleFunction silentGetTextureHandle;
+extern IsTextureHandleResidentFunction silentIsTextureHandleResident;

@@ -132,9 +132,8 @@ unsigned int SlotData::getFreeLayer(int count)
 void SlotData::freeLayer(int first, int count)
 {
     for (int layer = first; layer < first + count; ++layer) {
-        freeLayers.append(layer);
+        freeLayers.insert(std::upper_bound(freeLayers.begin(), freeLayers.end(), layer), layer);
     }
-    std::sort(freeLayers.begin(), freeLayers.end());
     while (!freeLayers.isEmpty() && usedLayers > 0 && freeLayers.constLast() == usedLayers - 1) {
         freeLayers.removeLast();
         --usedLayers;
