@@ -2,14 +2,6 @@
 
 #include <vector>
 
-/// The wrappers of the helper textures, by the functions that make them.
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()
-{
-    return "leak:Array2DTextureManager::uploadSlotMap\n"
-           "leak:SamplerSlots::makeEmptyTexture\n"
-           "leak:SamplerSlots::makeMapTexture\n";
-}
-
 HelperTextures::HelperTextures()
 {
     _made.replace([this](GLsizei count, GLuint *names) {
