@@ -261,6 +261,24 @@ TEST_F(ShadowMapManagerTest, TellsWhichFramesOfAnAnimationNeedNewLayers)
     EXPECT_FALSE(frame());
 }
 
+TEST_F(ShadowMapManagerTest, TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix)
+{
+    Light &first = add(Light::eSpot);
+    Light &second = add(Light::eSpot);
+    second.setOn(false);
+    EXPECT_TRUE(process());
+    first.setOn(false); // the same projection now belongs to the other light
+    second.setOn(true);
+    EXPECT_TRUE(process());
+    first.setOn(true);
+    EXPECT_TRUE(process());
+    second.setOn(false); // only the number of projections
+    EXPECT_TRUE(process());
+    _list.removeLast(); // only the number of lights
+    EXPECT_TRUE(process());
+    EXPECT_FALSE(process());
+}
+
 TEST_F(ShadowMapManagerTest, WithoutAnyCasterThereIsNothingToDrawAnew)
 {
     Light &light = add(Light::eSpot);
