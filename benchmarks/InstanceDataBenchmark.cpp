@@ -7,13 +7,12 @@
 // is what a bind of a dirty collection carries: what the limits of the context allow of a megabyte.
 
 #include "sidebyside/OffscreenStage.h"
+#include "support/InTurn.h"
 
 #include <ZelGL/ZelGL.h>
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -47,34 +46,6 @@ void check(bool good, const char *what)
         std::fprintf(stderr, "wrong result: %s\n", what);
         std::exit(EXIT_FAILURE);
     }
-}
-
-double median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + std::ptrdiff_t(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
-
-/// Runs two ways of doing one thing in turn, so that both see the same machine. The row's time is one run of the first.
-template <typename Ours, typename Bare>
-void timeInTurn(benchmark::State &state, int runs, Ours ours, Bare bare)
-{
-    const auto secondsOf = [runs](auto &work) {
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < runs; ++i) {
-            work();
-        }
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() / runs;
-    };
-    std::vector<double> oursSeconds;
-    std::vector<double> bareSeconds;
-    for (auto _ : state) {
-        oursSeconds.push_back(secondsOf(ours));
-        bareSeconds.push_back(secondsOf(bare));
-        state.SetIterationTime(oursSeconds.back());
-    }
-    state.counters["bare"] = median(bareSeconds);
-    state.counters["ratio"] = median(oursSeconds) / median(bareSeconds);
 }
 
 const std::pair<Plan::DataType, const char *> kMembers[] = {

@@ -238,35 +238,7 @@ const QVector<QVector3D> &ShadowMapManagerCulling::getSceneCameraFrustrumLightFr
     int level, ProcessCSMData &data, const QMatrix4x4 &lightMatrix, float halfAngle, const QVector<Plane> &,
     QVector<QVector3D> &unclippedPoints) const
 {
-    data.points.clear();
-    unclippedPoints.clear();
-    if (isSceneOutOfView()) {
-        return data.points;
-    }
-
-    const QVector3D apex = lightMatrix.map(QVector3D());
-    const Plane lightPlane(-lightMatrix.column(2).toVector3D().normalized(), apex);
-    float depth = 0.0f;
-    for (const QVector3D &corner : _sceneCorners) {
-        depth = std::max(depth, lightPlane.DistanceTo(corner));
-    }
-    if (depth <= 0.0f) {
-        return data.points; // the face looks away from the scene
-    }
-    const ClipperVolume pyramid = lightPyramid(lightMatrix, depth * 1.01f, halfAngle);
-    const ClipperVolume scene =
-        data.enabled ? data.sceneBounds.clippingVolume() : Bounds(_sceneCorners).clippingVolume();
-    ClipperVolume seen = pyramid;
-    if (_hasCamera) {
-        const QVector<Plane> planes = data.enabled ? slicePlanes(level, data) : _cameraFrustumPlanes;
-        ClipperVolume camera;
-        camera.planes = planes;
-        camera.loops = PlaneClipper::getFrustrumLoops(PlaneClipper::getFrustrumPoints(planes));
-        seen = PlaneClipper::clip(camera, pyramid);
-    }
-    data.points = PlaneClipper::loopsToPoints(PlaneClipper::clip(seen, scene).loops);
-    unclippedPoints = PlaneClipper::loopsToPoints(seen.loops);
-    return data.points;
+    return clipPyramid(sliceVolumes(level, data), data, lightMatrix, halfAngle, unclippedPoints);
 }
 
 bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderData &renderData,
@@ -328,6 +300,7 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
     setupLightCSMData(light, data);
     const int faces = faceCount(light->spotCutoff());
     const float halfAngle = faces == 1 ? light->spotCutoff() : -1.0f;
+    SliceVolumes volumes;
     for (int number = 0; number < faces; ++number) {
         const QMatrix4x4 face = light->transform() * faceRotation(number);
         const QMatrix4x4 faceInverse = face.inverted();
@@ -335,8 +308,11 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
             if (isFull(renderData, info)) {
                 return true;
             }
+            if (data.enabled || number == 0) { // without cascades all faces are clipped with the same
+                volumes = sliceVolumes(level, data);
+            }
             QMatrix4x4 projection;
-            if (fitFace(level, halfAngle, data, face, faceInverse, projection)) {
+            if (fitFace(volumes, halfAngle, data, face, faceInverse, projection)) {
                 addProjection(renderData, info, projection, changed);
             }
         }
@@ -365,14 +341,54 @@ QVector<Plane> ShadowMapManagerCulling::slicePlanes(int level, const ProcessCSMD
     return planes;
 }
 
+ShadowMapManagerCulling::SliceVolumes ShadowMapManagerCulling::sliceVolumes(int level,
+                                                                            const ProcessCSMData &data) const
+{
+    SliceVolumes volumes;
+    volumes.scene = (data.enabled ? data.sceneBounds : Bounds(_sceneCorners)).clippingVolume();
+    if (_hasCamera) {
+        volumes.camera.planes = slicePlanes(level, data);
+        volumes.camera.loops =
+            PlaneClipper::getFrustrumLoops(PlaneClipper::getFrustrumPoints(volumes.camera.planes));
+    }
+    return volumes;
+}
+
+const QVector<QVector3D> &ShadowMapManagerCulling::clipPyramid(const SliceVolumes &volumes,
+                                                               ProcessCSMData &data,
+                                                               const QMatrix4x4 &lightMatrix, float halfAngle,
+                                                               QVector<QVector3D> &unclippedPoints) const
+{
+    data.points.clear();
+    unclippedPoints.clear();
+    if (isSceneOutOfView()) {
+        return data.points;
+    }
+    const QVector3D apex = lightMatrix.map(QVector3D());
+    const Plane lightPlane(-lightMatrix.column(2).toVector3D().normalized(), apex);
+    float depth = 0.0f;
+    for (const QVector3D &corner : _sceneCorners) {
+        depth = std::max(depth, lightPlane.DistanceTo(corner));
+    }
+    if (depth <= 0.0f) {
+        return data.points; // the face looks away from the scene
+    }
+    ClipperVolume seen = lightPyramid(lightMatrix, depth * 1.01f, halfAngle);
+    if (_hasCamera) {
+        seen = PlaneClipper::clip(volumes.camera, seen);
+    }
+    data.points = PlaneClipper::loopsToPoints(PlaneClipper::clip(seen, volumes.scene).loops);
+    unclippedPoints = PlaneClipper::loopsToPoints(seen.loops);
+    return data.points;
+}
+
 /// The projection of one face of a point light for one cascade; false when it sees nothing.
-bool ShadowMapManagerCulling::fitFace(int level, float halfAngle, ProcessCSMData &data,
+bool ShadowMapManagerCulling::fitFace(const SliceVolumes &volumes, float halfAngle, ProcessCSMData &data,
                                       const QMatrix4x4 &face, const QMatrix4x4 &faceInverse,
                                       QMatrix4x4 &result) const
 {
     QVector<QVector3D> unclipped;
-    const QVector<QVector3D> &points =
-        getSceneCameraFrustrumLightFrustrumPointsCSM(level, data, face, halfAngle, {}, unclipped);
+    const QVector<QVector3D> &points = clipPyramid(volumes, data, face, halfAngle, unclipped);
     if (points.isEmpty()) {
         return false;
     }

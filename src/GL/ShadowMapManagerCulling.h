@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Bounds.h"
+#include "ClipperVolume.h"
 #include "Plane.h"
 #include "ShadowMapManager.h"
 
@@ -63,9 +64,20 @@ public:
                            const ShadowMapManager::Light *light, bool &changed) const;
 
 private:
+    /// What the pyramids of a light are clipped with.
+    struct SliceVolumes
+    {
+        ClipperVolume camera;
+        ClipperVolume scene;
+    };
+
     bool isSceneOutOfView() const;
     QVector<Plane> slicePlanes(int level, const ProcessCSMData &data) const;
-    bool fitFace(int level, float halfAngle, ProcessCSMData &data, const QMatrix4x4 &face,
+    SliceVolumes sliceVolumes(int level, const ProcessCSMData &data) const;
+    const QVector<QVector3D> &clipPyramid(const SliceVolumes &volumes, ProcessCSMData &data,
+                                          const QMatrix4x4 &lightMatrix, float halfAngle,
+                                          QVector<QVector3D> &unclippedPoints) const;
+    bool fitFace(const SliceVolumes &volumes, float halfAngle, ProcessCSMData &data, const QMatrix4x4 &face,
                  const QMatrix4x4 &faceInverse, QMatrix4x4 &result) const;
 
     bool _hasCamera = false;
