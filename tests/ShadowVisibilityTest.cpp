@@ -1,8 +1,8 @@
 // What the shader makes of the table and the layers: its functions against a model of them, and shadowed against lit
 // against rays through the same triangles.
 
+#include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/TestProgram.h"
 #include "support/Vec.h"
 
@@ -40,16 +40,6 @@ struct Visibility
     float biased;
     float single;
 };
-
-void draw(DrawBuffers &unit, ShaderProgram &program)
-{
-    unit.VAO()->bind();
-    unit.VAO()->enableShaderProgramArrays(&program);
-    unit.VAO()->unbind();
-    unit.bind();
-    unit.draw(&program);
-    unit.unbind();
-}
 
 /// Asks the shader at many points at once: one pixel for each.
 class Probe
@@ -97,9 +87,9 @@ public:
         return result;
     }
 
-    std::vector<QVector4D> debug(RenderData &data, const std::vector<QVector3D> &places)
+    QVector4D debug(RenderData &data, const QVector3D &place)
     {
-        return run(data, places, [&] { _program.setUniform("u_Debug", QVariant(true)); });
+        return run(data, {place}, [&] { _program.setUniform("u_Debug", QVariant(true)); }).front();
     }
 
 private:
@@ -112,34 +102,17 @@ private:
         texels.resize(size_t(kWidth * height));
         Texture source(nullptr);
         source.create2D(GL_TEXTURE_2D, GL_RGBA32F, kWidth, height);
-        Texture target(nullptr);
-        target.create2D(GL_TEXTURE_2D, GL_RGBA32F, kWidth, height);
         const AutoBinder sourceBinder(&source);
         driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kWidth, height, GL_RGB, GL_FLOAT, texels.data());
 
-        FramebufferObject framebuffer(nullptr);
-        framebuffer.bind();
-        framebuffer.attach(&target, GL_COLOR_ATTACHMENT0, 0);
-        framebuffer.setDrawBuffers();
-        driver()->glViewport(0, 0, kWidth, height);
-        {
-            const AutoBinder binder(&_program);
-            const QVariant variant = QVariant::fromValue<QObject *>(&data);
-            EXPECT_TRUE(ShadowMapManager::bind(&_program, variant));
-            _program.setUniform("u_Points", QVariant(int(source.unit())));
-            setUniforms();
-            draw(*OpenGLDeviceContext::current()->fullscreenQuad(), _program);
-            EXPECT_TRUE(ShadowMapManager::unbind(&_program, variant));
-        }
-        const Pixels pixels = Pixels::ofFramebuffer(0, 0, kWidth, height);
-        framebuffer.detachAll();
-        framebuffer.unbind();
-
-        std::vector<QVector4D> result;
-        for (int i = 0; i < int(points.size()); ++i) {
-            result.push_back(pixels.at(i % kWidth, i / kWidth));
-        }
-        return result;
+        const AutoBinder binder(&_program);
+        const QVariant variant = QVariant::fromValue<QObject *>(&data);
+        EXPECT_TRUE(ShadowMapManager::bind(&_program, variant));
+        _program.setUniform("u_Points", QVariant(int(source.unit())));
+        setUniforms();
+        const Pixels pixels = drawnPixels(_program, kWidth, height);
+        EXPECT_TRUE(ShadowMapManager::unbind(&_program, variant));
+        return {pixels.data(), pixels.data() + points.size()};
     }
 
     GLSLMacroProcessor _processor;
@@ -157,11 +130,7 @@ void clampToFree(Texture &layers)
     }
 }
 
-class ShadowVisibilityTest : public GLTest
-{
-protected:
-    ~ShadowVisibilityTest() override { OpenGLDeviceContext::resetContext(); }
-};
+using ShadowVisibilityTest = GLTest;
 
 // The functions, against a model.
 
@@ -274,24 +243,17 @@ TEST_F(ShadowVisibilityTest, FunctionsAnswerAsTheirModelDoesForBothKindsOfLayers
             const Model model{data, variance, clamp};
             for (const unsigned int light : {0u, 1u, 5u, 31u, 32u}) {
                 for (const float facing : {1.0f, 0.25f, -0.5f}) {
+                    SCOPED_TRACE(testing::Message() << "light " << light << " facing " << facing);
                     const float bias = 0.05f * (1 - facing);
                     const std::vector<Visibility> answers =
                         probe.ask(data, light, points, {1, 0, facing}, lightDir);
                     for (size_t i = 0; i < points.size(); ++i) {
-                        const auto where = [&] {
-                            return QStringLiteral("light %1 point %2 facing %3")
-                                .arg(light)
-                                .arg(i)
-                                .arg(facing)
-                                .toStdString();
-                        };
-                        ASSERT_NEAR(model(light, points[i], Model::ePlain), answers[i].plain, 1e-4)
-                            << where();
+                        ASSERT_NEAR(model(light, points[i], Model::ePlain), answers[i].plain, 1e-4) << i;
                         ASSERT_NEAR(model(light, points[i], Model::eBiased, bias), answers[i].biased, 1e-4)
-                            << where();
+                            << i;
                         ASSERT_NEAR(model(std::min(light, 31u), points[i], Model::eSingle), answers[i].single,
                                     1e-4)
-                            << where();
+                            << i;
                     }
                 }
             }
@@ -312,24 +274,18 @@ TEST_F(ShadowVisibilityTest, TheDebugPictureShowsTheTableBelowAndTheLayersInAGri
     RenderData data;
     data.projectionTexture = &layers;
     data.projectorInfos[16] = {6, 8};
-    const std::vector<QVector4D> colors = Probe(0).debug(data, {{-0.1f, 0.5f, 0},
-                                                                {0.5f, 1.1f, 0},
-                                                                {0.51f, 0.01f, 0},
-                                                                {0.99f, 0.01f, 0},
-                                                                {0.25f, 0.25f, 0},
-                                                                {0.75f, 0.25f, 0},
-                                                                {0.25f, 0.75f, 0},
-                                                                {0.75f, 0.75f, 0}});
-    const QVector4D expected[] = {{},
-                                  {},
-                                  {16 / 32.0f, 6 / 32.0f, 8 / 32.0f, 1},
-                                  {31 / 32.0f, 0, 0, 1},
-                                  {0.1f, 0.2f, 0, 1},
-                                  {0.3f, 0.4f, 0, 1},
-                                  {0.5f, 0.6f, 0, 1},
-                                  {}};
-    for (size_t i = 0; i < colors.size(); ++i) {
-        EXPECT_LT((expected[i] - colors[i]).length(), 1e-5f) << i;
+    const std::pair<QVector3D, QVector4D> rows[] = {
+        {{-0.1f, 0.5f, 0}, {}},
+        {{0.5f, 1.1f, 0}, {}},
+        {{0.51f, 0.01f, 0}, {16 / 32.0f, 6 / 32.0f, 8 / 32.0f, 1}},
+        {{0.99f, 0.01f, 0}, {31 / 32.0f, 0, 0, 1}},
+        {{0.25f, 0.25f, 0}, {0.1f, 0.2f, 0, 1}},
+        {{0.75f, 0.25f, 0}, {0.3f, 0.4f, 0, 1}},
+        {{0.25f, 0.75f, 0}, {0.5f, 0.6f, 0, 1}},
+        {{0.75f, 0.75f, 0}, {}}};
+    Probe probe(0);
+    for (const auto &[place, expected] : rows) {
+        EXPECT_LT((expected - probe.debug(data, place)).length(), 1e-5f) << place.x() << ' ' << place.y();
     }
 }
 
@@ -475,6 +431,8 @@ public:
                                          "void main() {}");
         const QSharedPointer<DrawBuffers> unit = scene.drawable();
         const AutoBinder binder(program.get());
+        unit->bind();
+        unit->VAO()->enableShaderProgramArrays(program.get());
         FramebufferObject framebuffer(nullptr);
         framebuffer.bind();
         driver()->glViewport(0, 0, kMapSize, kMapSize);
@@ -486,9 +444,10 @@ public:
             driver()->glClear(GL_DEPTH_BUFFER_BIT);
             program->setUniform("u_Projection",
                                 QVariant(QMatrix4x4(data.transforms[layer].values.data()).transposed()));
-            draw(*unit, *program);
+            unit->draw(program.get());
             framebuffer.detach(GL_DEPTH_ATTACHMENT);
         }
+        unit->unbind();
         driver()->glDisable(GL_DEPTH_TEST);
         framebuffer.unbind();
         data.projectionTexture = &_texture;

@@ -1,10 +1,10 @@
 // The same scenes through every texture manager and each of its settings, against what the CPU makes of the source
 // images: the picture must not change with the strategy, but for what a strategy is stated not to do.
 
+#include "support/DrawnPixels.h"
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
-#include "support/Pixels.h"
 #include "support/TestData.h"
 #include "support/TextureStrategies.h"
 
@@ -16,7 +16,6 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
-#include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <algorithm>
 #include <cmath>
@@ -50,16 +49,11 @@ QImage randomImage(int width, int height, unsigned int seed)
 /// As GL sees it: the lowest row first.
 Pixels pixelsOf(const QImage &image)
 {
-    Pixels pixels(image.width(), image.height());
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb color = image.pixel(x, image.height() - 1 - y);
-            pixels.at(x, y) =
-                QVector4D(float(qRed(color)), float(qGreen(color)), float(qBlue(color)), float(qAlpha(color)))
-                * kByte;
-        }
-    }
-    return pixels;
+    return Pixels::of(image.width(), image.height(), [&](int x, int y) {
+        const QRgb color = image.pixel(x, image.height() - 1 - y);
+        return QVector4D(float(qRed(color)), float(qGreen(color)), float(qBlue(color)), float(qAlpha(color)))
+               * kByte;
+    });
 }
 
 float decoded(float srgb)
@@ -67,88 +61,30 @@ float decoded(float srgb)
     return srgb <= 0.04045f ? srgb / 12.92f : std::pow((srgb + 0.055f) / 1.055f, 2.4f);
 }
 
-Pixels decodedPixels(Pixels pixels)
+Pixels decodedPixels(const Pixels &pixels)
 {
-    for (int y = 0; y < pixels.height(); ++y) {
-        for (int x = 0; x < pixels.width(); ++x) {
-            const QVector4D c = pixels.at(x, y);
-            pixels.at(x, y) = QVector4D(decoded(c.x()), decoded(c.y()), decoded(c.z()), c.w());
-        }
-    }
-    return pixels;
+    return Pixels::of(pixels.width(), pixels.height(), [&](int x, int y) {
+        const QVector4D c = pixels.at(x, y);
+        return QVector4D(decoded(c.x()), decoded(c.y()), decoded(c.z()), c.w());
+    });
 }
 
 /// What a linear blit makes of a picture in another size.
 Pixels resized(const Pixels &source, int width, int height)
 {
     const auto mixed = [](const QVector4D &a, const QVector4D &b, float t) { return a * (1.0f - t) + b * t; };
-    Pixels target(width, height);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const float u = (float(x) + 0.5f) * float(source.width()) / float(width) - 0.5f;
-            const float v = (float(y) + 0.5f) * float(source.height()) / float(height) - 0.5f;
-            const int left = int(std::floor(u));
-            const int low = int(std::floor(v));
-            const auto texel = [&](int i, int j) {
-                return source.at(qBound(0, i, source.width() - 1), qBound(0, j, source.height() - 1));
-            };
-            target.at(x, y) =
-                mixed(mixed(texel(left, low), texel(left + 1, low), u - float(left)),
-                      mixed(texel(left, low + 1), texel(left + 1, low + 1), u - float(left)), v - float(low));
-        }
-    }
-    return target;
+    return Pixels::of(width, height, [&](int x, int y) {
+        const float u = (float(x) + 0.5f) * float(source.width()) / float(width) - 0.5f;
+        const float v = (float(y) + 0.5f) * float(source.height()) / float(height) - 0.5f;
+        const int left = int(std::floor(u));
+        const int low = int(std::floor(v));
+        const auto texel = [&](int i, int j) {
+            return source.at(qBound(0, i, source.width() - 1), qBound(0, j, source.height() - 1));
+        };
+        return mixed(mixed(texel(left, low), texel(left + 1, low), u - float(left)),
+                     mixed(texel(left, low + 1), texel(left + 1, low + 1), u - float(left)), v - float(low));
+    });
 }
-
-/// A target that keeps any colour, and a way to fill it.
-class Canvas
-{
-public:
-    Canvas()
-    {
-        glGenFramebuffers(1, &_framebuffer);
-        glGenTextures(1, &_color);
-        glGenVertexArrays(1, &_array);
-    }
-
-    ~Canvas()
-    {
-        glDeleteFramebuffers(1, &_framebuffer);
-        glDeleteTextures(1, &_color);
-        glDeleteVertexArrays(1, &_array);
-    }
-
-    /// Draws over all of a picture of that size with the current program.
-    Pixels draw(int width, int height)
-    {
-        glActiveTexture(GL_TEXTURE0);
-        glBindTexture(GL_TEXTURE_2D, _color);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
-        glBindTexture(GL_TEXTURE_2D, 0);
-        glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, _color, 0);
-        glViewport(0, 0, width, height);
-        glDisable(GL_DEPTH_TEST);
-        glBindVertexArray(_array);
-        glDrawArrays(GL_TRIANGLES, 0, 3);
-        const Pixels pixels = Pixels::ofFramebuffer(0, 0, width, height);
-        glBindVertexArray(0);
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        return pixels;
-    }
-
-private:
-    GLuint _framebuffer = 0;
-    GLuint _color = 0;
-    GLuint _array = 0;
-};
-
-/// What keeps textures of one size and format out of each other's slots.
-struct Look
-{
-    GLint wrap = GL_CLAMP_TO_EDGE;
-    GLint magFilter = GL_NEAREST;
-};
 
 class TextureManagerPicturesTest : public GLTest, public testing::WithParamInterface<TextureStrategy>
 {
@@ -169,7 +105,6 @@ protected:
         const bool wasBound = !_programs.empty();
         _programs.clear();
         manager.reset();
-        _canvas.reset();
         EXPECT_EQ(wasBound ? GetParam().helperTextures : 0, _helpers.count());
         _helpers.deleteAll();
     }
@@ -235,17 +170,18 @@ protected:
         return manager->tokenForImage(write(image), info);
     }
 
-    /// A texture that the manager owns once it has a token; \a upload fills its levels while it is bound.
+    /// A texture that the manager owns once it has a token; \a upload fills its levels while it is bound. Those of
+    /// another wrap mode stand in other slots.
     template <typename Upload>
-    Texture *newTexture(GLenum target, int levels, Upload upload, const Look &look = Look())
+    Texture *newTexture(GLenum target, int levels, Upload upload, GLint wrap = GL_CLAMP_TO_EDGE)
     {
         auto *texture = new Texture(nullptr);
         texture->setTarget(target);
         texture->bind();
         glTexParameteri(target, GL_TEXTURE_MIN_FILTER, levels > 1 ? GL_NEAREST_MIPMAP_NEAREST : GL_NEAREST);
-        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, look.magFilter);
-        glTexParameteri(target, GL_TEXTURE_WRAP_S, look.wrap);
-        glTexParameteri(target, GL_TEXTURE_WRAP_T, look.wrap);
+        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexParameteri(target, GL_TEXTURE_WRAP_S, wrap);
+        glTexParameteri(target, GL_TEXTURE_WRAP_T, wrap);
         glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
         upload();
         texture->unbind();
@@ -253,23 +189,17 @@ protected:
     }
 
     /// The same with one level of texels.
-    Texture *newTexture(const Pixels &pixels, GLint internalFormat, const Look &look = Look())
+    Texture *newTexture(const Pixels &pixels, GLint internalFormat, GLint wrap = GL_CLAMP_TO_EDGE)
     {
         return newTexture(
-            GL_TEXTURE_2D, 1, [&] { upload(GL_TEXTURE_2D, 0, pixels, internalFormat); }, look);
+            GL_TEXTURE_2D, 1, [&] { upload(GL_TEXTURE_2D, 0, pixels, internalFormat); }, wrap);
     }
 
     /// To the bound texture.
     static void upload(GLenum target, int level, const Pixels &pixels, GLint internalFormat)
     {
-        std::vector<QVector4D> texels;
-        for (int y = 0; y < pixels.height(); ++y) {
-            for (int x = 0; x < pixels.width(); ++x) {
-                texels.push_back(pixels.at(x, y));
-            }
-        }
         glTexImage2D(target, level, internalFormat, pixels.width(), pixels.height(), 0, GL_RGBA, GL_FLOAT,
-                     texels.data());
+                     pixels.data());
     }
 
     /// The token of a texture that does not change any more.
@@ -294,7 +224,7 @@ protected:
         manager->bind(&program);
         glUniform2ui(program.getUniformLocation("u_Token"), GLuint(token.token), GLuint(token.token >> 32));
         glUniform2f(program.getUniformLocation("u_Size"), float(width), float(height));
-        const Pixels pixels = _canvas->draw(width, height);
+        const Pixels pixels = drawnPixels(program, width, height);
         manager->unbind(&program);
         program.unbind();
         manager->unbind(bound);
@@ -316,13 +246,7 @@ private:
         if (program == nullptr) {
             program = std::make_unique<ShaderProgram>(nullptr);
             program->setMacroProcessor(&_processor);
-            program->addShader(GL_VERTEX_SHADER,
-                               "#version 330\n"
-                               "void main() {\n"
-                               "  vec2 corner = vec2(gl_VertexID & 1, gl_VertexID >> 1);\n"
-                               "  gl_Position = vec4(4.0 * corner - 1.0, 0.0, 1.0);\n"
-                               "}\n",
-                               QString());
+            program->addShaderFromFile(GL_VERTEX_SHADER, QStringLiteral("passthroughVS.glslc"));
             program->addShader(GL_FRAGMENT_SHADER,
                                "#version 330\n"
                                "#include \"TextureManager.glslh\"\n"
@@ -352,7 +276,6 @@ private:
     QTemporaryDir _folder;
     int _files = 0;
     GLSLMacroProcessor _processor;
-    std::unique_ptr<Canvas> _canvas = std::make_unique<Canvas>();
     std::map<QString, std::unique_ptr<ShaderProgram>> _programs;
     HelperTextures _helpers;
 };
@@ -427,9 +350,8 @@ TEST_P(TextureManagerPicturesTest, ColoursOfHighRangeKeepTheirValues)
             expected.at(x, 3 - y) = QVector4D(row[x][0], row[x][1], row[x][2], 1.0f / scale) * scale;
         }
     }
-    const Pixels drawnPixels =
-        draw(manager->tokenForImage(write(file.bytes(), "hdr"), TextureFileInfo()), 4, 4);
-    EXPECT_TRUE(drawnPixels.isNear(expected, 0.0f));
+    EXPECT_TRUE(draw(manager->tokenForImage(write(file.bytes(), "hdr"), TextureFileInfo()), 4, 4)
+                    .isNear(expected, 0.0f));
 }
 
 TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
@@ -448,6 +370,11 @@ TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
     }
     EXPECT_TRUE(draw(token, 2, 2).isNear(Pixels(2, 2, colorOf(2)), kHalfByte))
         << "chosen by the size on the screen";
+    if (GetParam().kind == TextureStrategy::eArray) {
+        const QString query = QStringLiteral("vec4(managedTextureQueryLod(u_Token, uv), 0.0, 0.0)");
+        EXPECT_NEAR(2.0f, draw(token, 2, 2, query).at(0, 0).y(), 0.01f);
+        EXPECT_EQ(QVector4D(), drawBound({token}, TextureToken(1000), 2, 2, query).at(0, 0));
+    }
 }
 
 TEST_P(TextureManagerPicturesTest, CubesShowTheirFacesWhereTheStrategyHasThem)
@@ -602,23 +529,6 @@ TEST_P(TextureManagerPicturesTest, RealKTXImagesShowWhatTheirTexturesHold)
     }
 }
 
-TEST_P(TextureManagerPicturesTest, RealCubesShowTheirFaces)
-{
-    ZEL_NEEDS_TEST_DATA(path, "ktx/ktxtest/cubemap_6_faces.ktx");
-    TextureFileInfo info;
-    info.keepOrientation = true; // turning is for flat images
-    Texture *texture = manager->textureForImage(path, info);
-    ASSERT_NE(nullptr, texture);
-    for (int face = 0; face < 6; ++face) {
-        const Pixels texels = texelsOf(*texture, face);
-        const bool hasCubes = GetParam().kind != TextureStrategy::eSampler;
-        const Pixels shown =
-            draw(manager->tokenForTexture(texture), 64, 64,
-                 QStringLiteral("managedTextureCube(u_Token, faceDirection(%1, uv))").arg(face));
-        EXPECT_TRUE(shown.isNear(hasCubes ? texels : Pixels(64, 64, kInvalid), 2e-3f)) << face;
-    }
-}
-
 TEST_P(TextureManagerPicturesTest, RealTilesShowAlikeAsOneSetOrOneByOne)
 {
     ZEL_NEEDS_TEST_DATA(first, "udim/grid/grid.1001.png");
@@ -651,42 +561,19 @@ TEST_P(TextureManagerPicturesTest, RealTilesShowAlikeAsOneSetOrOneByOne)
     }
 }
 
-TEST_P(ArrayPicturesTest, TexturesOfOneFormatShareASlotLayerByLayer)
-{
-    QVector<TextureToken> tokens;
-    std::vector<Pixels> pictures;
-    for (unsigned int i = 0; i < 20; ++i) { // every one makes the slot grow
-        pictures.push_back(pixelsOf(randomImage(4, 4, 100 + i)));
-        tokens.append(tokenFor(newTexture(pictures.back(), GL_RGBA8)));
-        if (i % 3 == 0) {
-            draw(tokens.last(), 4, 4);
-        }
-    }
-    for (int i = 0; i < tokens.size(); ++i) {
-        EXPECT_TRUE(draw(tokens[i], 4, 4).isNear(pictures[size_t(i)], kHalfByte)) << i;
-    }
-    EXPECT_TRUE(dumpedSlots().contains(",20:20<"));
-}
-
 TEST_P(ArrayPicturesTest, ArraysTakeALayerForEachOfTheirs)
 {
-    std::vector<Pixels> layers;
-    std::vector<QVector4D> texels;
-    for (unsigned int i = 0; i < 3; ++i) {
-        layers.push_back(pixelsOf(randomImage(4, 4, 130 + i)));
-        for (int texel = 0; texel < 16; ++texel) {
-            texels.push_back(layers.back().at(texel % 4, texel / 4));
-        }
-    }
+    const Pixels layers = pixelsOf(randomImage(4, 3 * 4, 130));
+    const Pixels first = Pixels::of(4, 4, [&](int x, int y) { return layers.at(x, y); });
     const TextureToken token = tokenFor(newTexture(GL_TEXTURE_2D_ARRAY, 1, [&] {
-        glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA8, 4, 4, 3, 0, GL_RGBA, GL_FLOAT, texels.data());
+        glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA8, 4, 4, 3, 0, GL_RGBA, GL_FLOAT, layers.data());
     }));
-    EXPECT_TRUE(draw(token, 4, 4).isNear(layers[0], kHalfByte)) << "the token reads the first layer";
+    EXPECT_TRUE(draw(token, 4, 4).isNear(first, kHalfByte)) << "the token reads the first layer";
     // A single texture comes to stand behind all three.
     const Pixels single = pixelsOf(randomImage(4, 4, 140));
     const TextureToken next = tokenFor(newTexture(single, GL_RGBA8));
     EXPECT_TRUE(draw(next, 4, 4).isNear(single, kHalfByte));
-    EXPECT_TRUE(draw(token, 4, 4).isNear(layers[0], kHalfByte));
+    EXPECT_TRUE(draw(token, 4, 4).isNear(first, kHalfByte));
     EXPECT_TRUE(dumpedSlots().contains(", 4: 4<"));
 }
 
@@ -699,7 +586,7 @@ TEST_P(ArrayPicturesTest, UDIMSetsShowTheirPatchesAndTheirGaps)
     for (const QPoint &place : {QPoint(0, 0), QPoint(2, 0), QPoint(1, 1)}) {
         const Pixels picture = pixelsOf(randomImage(4, 4, 150 + unsigned(textures.size())));
         // One has a slot of its own.
-        textures.append(newTexture(picture, GL_RGBA8, {textures.isEmpty() ? GL_REPEAT : GL_CLAMP_TO_EDGE}));
+        textures.append(newTexture(picture, GL_RGBA8, textures.isEmpty() ? GL_REPEAT : GL_CLAMP_TO_EDGE));
         manager->addUDIMPatch(set, place, textures.last());
         for (int texel = 0; texel < 16; ++texel) {
             const QPoint at(texel % 4, texel / 4);
@@ -761,7 +648,7 @@ TEST_P(ArrayPicturesTest, MergingSlotsKeepsThePictureOfEveryToken)
         }
         warnings();
         const Pixels newcomer = pixelsOf(randomImage(4, 4, 180));
-        const TextureToken token = tokenFor(newTexture(newcomer, GL_RGBA8, {GL_REPEAT}));
+        const TextureToken token = tokenFor(newTexture(newcomer, GL_RGBA8, GL_REPEAT));
         EXPECT_TRUE(draw(token, 4, 4).isNear(newcomer, kHalfByte));
         EXPECT_EQ(QStringList(upscale ? resizeWarning(8, 16) : resizeWarning(16, 8)), warnings());
         const int side = upscale ? 16 : 8;
@@ -772,21 +659,16 @@ TEST_P(ArrayPicturesTest, MergingSlotsKeepsThePictureOfEveryToken)
     }
 }
 
-TEST_P(ArrayPicturesTest, WithoutAPlaceATextureIsInvalidUntilAnotherGoes)
+TEST_P(ArrayPicturesTest, WithoutAPlaceATextureIsInvalidAndIsTriedAgain)
 {
     restart(1);
     const TextureToken first = tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA8));
     EXPECT_EQ(kWhite, drawn(first, kSample));
-    const TextureToken second =
-        tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA16F, {GL_REPEAT, GL_LINEAR}));
-    const QStringList refused(QString::asprintf(
-        "warning [Array2DTextureManager.cpp:#] %p Failed to find slot or layer (   4x4   ) 0x881A "
-        "C:0x2901 0x2901 F:0x2601 0x2600  1.0  0.0\n",
-        static_cast<void *>(manager.get())));
-    EXPECT_EQ(kInvalid, drawn(second, kSample));
-    EXPECT_EQ(refused, warnings());
-    EXPECT_EQ(kInvalid, drawn(second, kSample)) << "tried again";
-    EXPECT_EQ(refused, warnings());
+    const TextureToken second = tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA8, GL_REPEAT));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(kInvalid, drawn(second, kSample));
+        EXPECT_EQ(1, warnings().filter("Failed to find slot or layer").size());
+    }
     EXPECT_EQ(kWhite, drawn(first, kSample));
 }
 
@@ -813,18 +695,6 @@ TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
                     .isNear(quarter, 2 * kByte));
 }
 
-TEST_P(ArrayPicturesTest, TheLevelThatWouldBeReadCanBeAskedFor)
-{
-    const TextureToken token = tokenFor(newTexture(GL_TEXTURE_2D, 4, [&] {
-        for (int level = 0; level < 4; ++level) {
-            upload(GL_TEXTURE_2D, level, Pixels(8 >> level, 8 >> level, kWhite), GL_RGBA8);
-        }
-    }));
-    const QString query = QStringLiteral("vec4(managedTextureQueryLod(u_Token, uv), 0.0, 0.0)");
-    EXPECT_NEAR(2.0f, draw(token, 2, 2, query).at(0, 0).y(), 0.01f);
-    EXPECT_EQ(QVector4D(), drawBound({token}, TextureToken(1000), 2, 2, query).at(0, 0));
-}
-
 TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)
 {
     ZEL_NEEDS_SIZES_OF_HANDLES(GetParam().needsBindless);
@@ -843,21 +713,6 @@ TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)
     EXPECT_TRUE(view.isNear(3, 50, kWhite, 0.0f));
     EXPECT_EQ(QVector4D(),
               drawn(first, "textureGetDebug(vec2(1.0, 0.5)) + textureGetDebug(vec2(0.5, 1.01))"));
-}
-
-TEST_P(ArrayPicturesTest, PixelsThatChangeUntoldStayAsTheyWere)
-{
-    const Pixels before = pixelsOf(randomImage(4, 4, 210));
-    Texture *texture = newTexture(before, GL_RGBA8);
-    const TextureToken token = manager->tokenForTexture(texture);
-    EXPECT_TRUE(draw(token, 4, 4).isNear(before, kHalfByte));
-    texture->bind();
-    upload(GL_TEXTURE_2D, 0, Pixels(4, 4, kWhite), GL_RGBA8);
-    texture->unbind();
-    EXPECT_TRUE(draw(token, 4, 4).isNear(before, kHalfByte));
-    manager->dirty(texture);
-    EXPECT_EQ(kInvalid, drawBound({}, token, 1, 1).at(0, 0)) << "not placed anew before it is bound";
-    EXPECT_EQ(kWhite, drawn(token, kSample));
 }
 
 TEST_P(ArrayPicturesTest, CompressedTexturesAreToldToHaveNoStorageAndHarmNoOther)

@@ -319,25 +319,6 @@ TEST_F(TextureManagerTest, ScratchTexturesComeFromThePoolAndFramebuffersGiveThem
     TextureManager::setInstance(nullptr);
 }
 
-TEST_F(TextureManagerTest, UDIMSetsAreOfTheManagersThatHaveThem)
-{
-    EXPECT_TRUE(nullTextureToken == manager.createUDIMToken());
-    EXPECT_EQ(1u, manager.maxToken().token);
-
-    Array2DTextureManager array;
-    _capture.take();
-    const TextureToken set = array.createUDIMToken();
-    EXPECT_EQ(1u, set.token);
-    EXPECT_EQ(nullptr, array.textureForToken(set));
-    Texture *texture = newTexture();
-    array.addUDIMPatch(set, QPoint(1, 0), texture);
-    EXPECT_FALSE(array.deleteUDIM(set));
-    array.removeUDIMPatch(set, texture);
-    EXPECT_TRUE(array.deleteUDIM(set));
-    EXPECT_EQ(1u, array.maxToken().token);
-    delete texture; // it never got a token
-}
-
 TEST_F(ManagerTest, TheProcessWideManagerIsBindlessWhereTheDriverIs)
 {
     TextureManager *manager = TextureManager::Instance();
@@ -589,18 +570,6 @@ protected:
 
 } // namespace
 
-TEST_F(ArrayManagerTest, NothingToBindMakesNoSlots)
-{
-    Tap<&glGenTextures> made;
-    manager.bind(QVector<TextureToken>());
-    manager.bind(QList<TextureToken>());
-    manager.bind(QSet<TextureToken>());
-    EXPECT_EQ(0u, made.count());
-    manager.dumpSlots();
-    EXPECT_MESSAGES(
-        QString::asprintf("debug [Array2DTextureManager.cpp:#] %p \n", static_cast<void *>(&manager)));
-}
-
 TEST_F(ArrayManagerTest, MisuseIsTold)
 {
     manager.bind(QList<TextureToken>{nullTextureToken, TextureToken(5)});
@@ -649,27 +618,6 @@ TEST_F(ArrayManagerTest, ATextureThatLosesItsSizeBeforeItsCopyStaysPending)
     manager.updateSlots();
     EXPECT_MESSAGES();
     EXPECT_TRUE(manager.blitTokenToTextureSlot(nullTextureToken)) << "nothing to do";
-}
-
-TEST_F(ArrayManagerTest, SlotsAreDescribedAndAbandonedWhenAllIsCleared)
-{
-    manager.setMaxSlots(2);
-    const TextureToken token = manager.tokenForTexture(newTexture(4, 2));
-    manager.bind(QVector<TextureToken>{token});
-    manager.updateSlots();
-    _capture.take();
-    manager.dumpSlots();
-    GLint layers = 0;
-    glGetIntegerv(GL_MAX_ARRAY_TEXTURE_LAYERS, &layers);
-    EXPECT_MESSAGES(QString::asprintf("debug [Array2DTextureManager.cpp:#] %p \n"
-                                      "  0 {(   4x   2) 0x8058 C:0x2901 0x2901 F:0x2600 0x2600 , 1: 1<%d} \n"
-                                      "  1 {UNUSED} \n",
-                                      static_cast<void *>(&manager), layers));
-    manager.deleteSlots();
-    EXPECT_TRUE(manager.blitTokenToTextureSlot(token)) << "there is no slot to copy to";
-    manager.clear();
-    manager.bind(QVector<TextureToken>{token});
-    EXPECT_MESSAGES(startsWith("critical [Array2DTextureManager.cpp:#] [ !! ] Assertion 'token.token < "));
 }
 
 TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)

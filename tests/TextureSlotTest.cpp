@@ -87,35 +87,6 @@ TEST_F(TextureSlotTest, LayersAreLimitedByTheContextAndByTheMemoryOfASlot)
     EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x805B");
 }
 
-TEST_F(TextureSlotTest, LayersComeFromTheFirstGapThatHoldsThemElseFromTheEnd)
-{
-    SlotData slot;
-    slot.setupFormat(formatOf(4, 4));
-    EXPECT_EQ(SlotData::kNoLayer, slot.getFreeLayer(0));
-    EXPECT_EQ(SlotData::kNoLayer, slot.getFreeLayer(64));
-    EXPECT_EQ(SlotData::kNoLayer, slot.getFreeLayer(std::numeric_limits<int>::max()));
-    for (unsigned int layer = 0; layer < 63; ++layer) {
-        EXPECT_EQ(layer, slot.getFreeLayer(1));
-    }
-    EXPECT_EQ(SlotData::kNoLayer, slot.getFreeLayer(1)) << "the last layer is never given out";
-
-    slot.usedLayers = 12;
-    slot.freeLayers = {2, 3, 5, 6, 7, 8, 9, 10};
-    EXPECT_EQ(5u, slot.getFreeLayer(6));
-    EXPECT_EQ(QList<int>({2, 3}), slot.freeLayers);
-    slot.usedLayers = 4;
-    EXPECT_EQ(4u, slot.getFreeLayer(3));
-    EXPECT_EQ(QList<int>({2, 3}), slot.freeLayers);
-
-    slot.usedLayers = 4;
-    slot.freeLayers.clear();
-    slot.freeLayer(2, 2);
-    EXPECT_EQ(2, slot.usedLayers);
-    EXPECT_TRUE(slot.freeLayers.isEmpty());
-    slot.freeLayer(0, 1);
-    EXPECT_EQ(QList<int>({0}), slot.freeLayers);
-}
-
 TEST_F(TextureSlotTest, ScoresAreDifferencesOfWholeMultiples)
 {
     const auto score = [](int slotWidth, int slotHeight, int width, int height, Method method) {
@@ -132,20 +103,6 @@ TEST_F(TextureSlotTest, ScoresAreDifferencesOfWholeMultiples)
     EXPECT_EQ(1536u, score(1024, 2048, 1024, 512, up));
     EXPECT_EQ(0u, score(8, 8, 8, 8, down));
     EXPECT_EQ(SlotData::kNoFit, score(1, 8, 2, 8, down)) << "a difference of -1 reads as no fit";
-}
-
-TEST_F(TextureSlotTest, FormatsAreAlikeUpToSizeAndEncoding)
-{
-    SlotData slot;
-    slot.format = formatOf(8, 8, GL_SRGB8_ALPHA8);
-    EXPECT_TRUE(slot.isCompatible(formatOf(8, 8, GL_SRGB8_ALPHA8)));
-    EXPECT_FALSE(slot.isCompatible(formatOf(8, 8, GL_RGBA8)));
-    EXPECT_FALSE(slot.isCompatible(formatOf(8, 4, GL_SRGB8_ALPHA8)));
-    EXPECT_TRUE(slot.isSimilar(formatOf(2, 4, GL_RGBA8)));
-    EXPECT_FALSE(slot.isSimilar(formatOf(8, 8, GL_RGB8)));
-    SlotFormat biased = slot.format;
-    biased.lodBias = 0.25f;
-    EXPECT_FALSE(slot.isSimilar(biased));
 }
 
 TEST_F(TextureSlotTest, EntriesAreTheRecordsThatShadersRead)

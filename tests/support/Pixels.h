@@ -48,6 +48,9 @@ public:
 
     QVector4D at(int x, int y) const { return const_cast<Pixels *>(this)->at(x, y); }
 
+    /// All pixels, row after row, for an upload as GL_RGBA and GL_FLOAT.
+    const QVector4D *data() const { return _pixels.data(); }
+
     /// Clamped to 8 bits a channel, highest row first.
     QImage toImage() const;
 
