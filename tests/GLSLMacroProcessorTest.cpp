@@ -1,8 +1,9 @@
+#include "support/Files.h"
 #include "support/MessageCapture.h"
 
 #include <ZelGL/GLSLMacroProcessor.h>
 
-#include <QtCore/QFile>
+#include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 
 using namespace Orvane::Zel;
@@ -13,13 +14,6 @@ class GLSLMacroProcessorTest : public MessageTest
 {
 protected:
     GLSLMacroProcessorTest() { _processor.addIncludePath(_folder.path()); }
-
-    void writeFile(const QString &path, const QByteArray &bytes)
-    {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_EQ(bytes.size(), file.write(bytes));
-    }
 
     void addFile(const QString &name, const QByteArray &bytes) { writeFile(_folder.filePath(name), bytes); }
 
@@ -131,9 +125,8 @@ TEST_F(GLSLMacroProcessorTest, FoldersAreSearchedInTheirOrderAndTheBuiltInTreeCo
     _processor.addIncludePath(second.path());
     EXPECT_EQ("first\n", process("#include \"a.glslh\""));
     EXPECT_EQ("only second\n", process("#include \"b.glslh\""));
-    QFile builtIn(":/GLSL/include/ZelUtilities.glslh");
-    ASSERT_TRUE(builtIn.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QString::fromUtf8(builtIn.readAll()) + '\n', process("#include \"ZelUtilities.glslh\""));
+    EXPECT_EQ(bytesOf(":/GLSL/include/ZelUtilities.glslh") + '\n',
+              process("#include \"ZelUtilities.glslh\"").toUtf8());
 }
 
 TEST_F(GLSLMacroProcessorTest, FilesMayBeLargeAndFoldersMayHaveQtsOwnNames)

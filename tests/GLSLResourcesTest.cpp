@@ -1,11 +1,9 @@
+#include "support/Files.h"
 #include "support/Print.h"
 
 #include <ZelCore/Resources.h>
 
-#include <gtest/gtest.h>
-
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 
 using namespace Orvane::Zel;
 
@@ -23,13 +21,6 @@ QStringList filesUnder(const QString &root)
         }
     }
     return files;
-}
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(path);
-    return file.readAll();
 }
 
 } // namespace

@@ -205,48 +205,25 @@ protected:
     ~GLSLTreeTest() override { InstanceDataRegistry::Instance()->clear(); }
 };
 
-const QStringList kIncludes{"DrawElementsIndirectCommand.glslh",
-                            "FXAA.glslh",
-                            "ImportanceSample.glslh",
-                            "SMAA.glslh",
-                            "ShaderBitEncoding.glslh",
-                            "ShadowMapManager.glslh",
-                            "TextureManager.glslh",
-                            "VisibilityBuffer.glslh",
-                            "ZelUtilities.glslh",
-                            "noise2D.glslh"};
+const QStringList kIncludes =
+    QStringLiteral("DrawElementsIndirectCommand.glslh FXAA.glslh ImportanceSample.glslh SMAA.glslh "
+                   "ShaderBitEncoding.glslh ShadowMapManager.glslh TextureManager.glslh "
+                   "VisibilityBuffer.glslh ZelUtilities.glslh noise2D.glslh")
+        .split(' ');
 
-const QStringList kSources{"Array2DTextureManager.glslc",
-                           "Array2DTextureManagerBindless.glslc",
-                           "BindlessTextureManager.glslc",
-                           "CubeRender.vert",
-                           "CubeRender_Blur.frag",
-                           "CubeRender_Color.frag",
-                           "CubeRender_Cross.frag",
-                           "CubeRender_LatLongSphere.frag",
-                           "CubeRender_Linear.frag",
-                           "CubeRender_NDotL.frag",
-                           "CubeRender_Sphere.frag",
-                           "CubeRender_ToLinearFS.glslc",
-                           "CubeRender_ToLinearVS.glslc",
-                           "FXAA.glslc",
-                           "Func_ColorSpace.glslc",
-                           "ImportanceSample.glslc",
-                           "SamplerTextureManager.glslc",
-                           "ShadowMapManager.glslc",
-                           "TextureManager.glslc",
-                           "VisibilityBuffer.glslc",
-                           "ZelUtilities.frag",
-                           "ZelUtilities.glslc",
-                           "ZelUtilities.vert",
-                           "noise2D.glslc",
-                           "passthroughVS.glslc",
-                           "prefilteredEnvMapCubeFS.glslc",
-                           "prefilteredEnvMapCubeVS.glslc",
-                           "prefilteredEnvMapFS.glslc",
-                           "prefilteredEnvMapVS.glslc",
-                           "preintegratedBRDFTableFS.glslc",
-                           "preintegratedBRDFTableVS.glslc"};
+const QStringList kSources =
+    QStringLiteral("Array2DTextureManager.glslc Array2DTextureManagerBindless.glslc "
+                   "BindlessTextureManager.glslc CubeRender.vert CubeRender_Blur.frag "
+                   "CubeRender_Color.frag CubeRender_Cross.frag CubeRender_LatLongSphere.frag "
+                   "CubeRender_Linear.frag CubeRender_NDotL.frag CubeRender_Sphere.frag "
+                   "CubeRender_ToLinearFS.glslc CubeRender_ToLinearVS.glslc FXAA.glslc "
+                   "Func_ColorSpace.glslc ImportanceSample.glslc SamplerTextureManager.glslc "
+                   "ShadowMapManager.glslc TextureManager.glslc VisibilityBuffer.glslc ZelUtilities.frag "
+                   "ZelUtilities.glslc ZelUtilities.vert noise2D.glslc passthroughVS.glslc "
+                   "prefilteredEnvMapCubeFS.glslc prefilteredEnvMapCubeVS.glslc prefilteredEnvMapFS.glslc "
+                   "prefilteredEnvMapVS.glslc preintegratedBRDFTableFS.glslc "
+                   "preintegratedBRDFTableVS.glslc")
+        .split(' ');
 
 QStringList sortedFilesOf(const QString &folder)
 {

@@ -1,9 +1,8 @@
+#include "support/Files.h"
+
 #include <ZelCore/MemoryMappedFile.h>
 #include <ZelCore/RawMemory.h>
 
-#include <gtest/gtest.h>
-
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
 #include <cstring>
@@ -25,12 +24,8 @@ class MemoryTest : public testing::TestWithParam<Kind>
 {
 protected:
     MemoryTest()
-        : _path(_folder.filePath("ten"))
+        : _path(writeFile(_folder.filePath("ten"), kBytes))
     {
-        QFile file(_path);
-        file.open(QIODevice::WriteOnly);
-        file.write(kBytes, qint64(kSize));
-        file.close();
         std::memcpy(_buffer, kBytes, kSize);
         if (GetParam() == eBuffer) {
             _memory = std::make_unique<RawMemory>(_buffer, kSize);
@@ -85,9 +80,7 @@ TEST_P(MemoryTest, AWriteReachesTheBufferButNeverTheFile)
     _memory->map(0, kSize)[0] = 'x';
     _memory.reset();
     EXPECT_EQ(GetParam() == eBuffer ? 'x' : '0', _buffer[0]);
-    QFile file(_path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QByteArray(kBytes), file.readAll());
+    EXPECT_EQ(QByteArray(kBytes), bytesOf(_path));
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, MemoryTest, testing::Values(eBuffer, eFile),
@@ -96,9 +89,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, MemoryTest, testing::Values(eBuffer, eFile),
 TEST(EmptyMemoryTest, WhatIsNoFileWithBytesHasNoViews)
 {
     const QTemporaryDir folder;
-    const QString empty = folder.filePath("empty");
+    const QString empty = writeFile(folder.filePath("empty"), "");
     const QString pipe = folder.filePath("pipe");
-    ASSERT_TRUE(QFile(empty).open(QIODevice::WriteOnly));
     ASSERT_EQ(0, mkfifo(QFile::encodeName(pipe).constData(), 0600));
     for (const QString &path : {QString(), folder.filePath("missing"), folder.path(), empty, pipe}) {
         MemoryMappedFile file(path);

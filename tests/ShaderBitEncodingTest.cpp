@@ -1,11 +1,10 @@
 // The arithmetic of ShaderBitEncoding.glslh, which drivers without the extension use.
 
+#include "support/Files.h"
 #include "support/GLFixture.h"
 
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/ShaderProgram.h>
-
-#include <QtCore/QFile>
 
 #include <cmath>
 #include <cstring>
@@ -28,17 +27,13 @@ GLuint bitsOf(float value)
     return bits;
 }
 
-class ShaderBitEncodingTest : public GLTest
-{
-};
+using ShaderBitEncodingTest = GLTest;
 
 } // namespace
 
 TEST_F(ShaderBitEncodingTest, TheArithmeticIsThatOfTheBitsToAFewUnitsOfTheLastPlace)
 {
-    QFile file(":/GLSL/include/ShaderBitEncoding.glslh");
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    QString text = QString::fromUtf8(file.readAll());
+    QString text = bytesOf(":/GLSL/include/ShaderBitEncoding.glslh");
     text.replace("#ifdef GL_ARB_shader_bit_encoding", "#if 0"); // the driver has the extension
     ShaderProgram program(nullptr);
     program.addShader(GL_VERTEX_SHADER,

@@ -165,13 +165,6 @@ TEST_F(ShaderProgramUniformTest, EachLocationIsAskedOnceForTheLifeOfTheObject)
     EXPECT_EQ(3u, questions.count());
 }
 
-TEST_F(ShaderProgramUniformTest, TheDrawIDHasItsLocationAtHand)
-{
-    ASSERT_TRUE(link("#version 150\nuniform uint u_DrawID;\nvoid main() { gl_Position = vec4(u_DrawID); }"));
-    EXPECT_GE(program.getUniformLocationNameID(), 0);
-    EXPECT_EQ(program.getUniformLocation("u_DrawID"), program.getUniformLocationNameID());
-}
-
 TEST_F(ShaderProgramUniformTest, ABlockBindingReachesGLOnlyWhenItChanges)
 {
     program.cacheUniformBlockIndices(); // without a program: nothing
@@ -306,7 +299,7 @@ TEST_F(ShaderProgramUniformTest, AnUnknownTypeIsReportedAndAnUnknownNameIsQuiet)
     program.unbind();
 }
 
-TEST_F(ShaderProgramUniformTest, NumbersAndListsGoToGLInOneCallEach)
+TEST_F(ShaderProgramUniformTest, NumbersAndListsGoToGLInOneCallEachOfWhichTheCountIsTheSizeOfTheList)
 {
     ASSERT_TRUE(link(kUniforms));
     ASSERT_TRUE(program.bind());
@@ -314,42 +307,26 @@ TEST_F(ShaderProgramUniformTest, NumbersAndListsGoToGLInOneCallEach)
     EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_Int"), -7));
     EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_UInt"), 8u));
     EXPECT_TRUE(program.setUniform("u_Floats", QVector<float>{1, 2}));
-    EXPECT_EQ(3u, taps.count());
-    EXPECT_EQ(Floats{-7}, held("u_Int", 1));
-    EXPECT_EQ(Floats{8}, held("u_UInt", 1));
-    EXPECT_EQ(Floats{2}, held("u_Floats[1]", 1));
-    EXPECT_EQ(Floats{0}, held("u_Floats[2]", 1));
     EXPECT_TRUE(program.setUniform("u_Floats", QVector<float>{3, 4, 5}, 1));
-    EXPECT_EQ(Floats{5}, held("u_Floats[2]", 1));
-    EXPECT_EQ(2u, taps.of<&glUniform1fv>().count());
-    program.unbind();
-}
-
-TEST_F(ShaderProgramUniformTest, TheCountOfTuplesIsTheSizeOfTheList)
-{
-    ASSERT_TRUE(link(kUniforms));
-    ASSERT_TRUE(program.bind());
-    const UniformTaps taps;
     const int location = program.getUniformLocation("u_Vec3s");
     EXPECT_TRUE(program.setUniform(location, QVector<float>{9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9}, 3));
     EXPECT_TRUE(program.setUniform(location, QVector<float>{1, 2, 3, 4, 5, 6}, 3));
     EXPECT_EQ(6, taps.of<&glUniform3fv>().last<1>());
-    EXPECT_EQ((Floats{4, 5, 6}), held("u_Vec3s[1]", 3));
-    EXPECT_EQ((Floats{0, 0, 0}), held("u_Vec3s[3]", 3)) << "GL reads on; nothing foreign is there";
-
     EXPECT_TRUE(program.setUniform("u_IVec2s", QVector<int>{1, 2, 3, 4, 5, 6}, 2));
-    EXPECT_EQ(6, taps.of<&glUniform2iv>().last<1>());
-    EXPECT_EQ((Floats{5, 6}), held("u_IVec2s[2]", 2));
     EXPECT_TRUE(program.setUniform("u_UVec4s", QVector<unsigned int>{1, 2, 3, 4, 5, 6, 7, 8}, 4));
-    EXPECT_EQ(8, taps.of<&glUniform4uiv>().last<1>());
-    EXPECT_EQ((Floats{5, 6, 7, 8}), held("u_UVec4s[1]", 4));
-
-    const size_t calls = taps.count();
-    EXPECT_EQ(4u, calls);
+    EXPECT_EQ(8u, taps.count());
     EXPECT_TRUE(program.setUniform(location, QVector<float>{1}, 5));
     EXPECT_TRUE(program.setUniform(location, QVector<int>{1}, 0));
     EXPECT_TRUE(program.setUniform(location, QVector<unsigned int>{1}, -1));
-    EXPECT_EQ(calls, taps.count());
+    EXPECT_EQ(8u, taps.count()) << "no such tuples";
+
+    EXPECT_EQ(Floats{-7}, held("u_Int", 1));
+    EXPECT_EQ(Floats{8}, held("u_UInt", 1));
+    EXPECT_EQ(Floats{5}, held("u_Floats[2]", 1));
+    EXPECT_EQ((Floats{4, 5, 6}), held("u_Vec3s[1]", 3));
+    EXPECT_EQ((Floats{0, 0, 0}), held("u_Vec3s[3]", 3)) << "GL reads on; nothing foreign is there";
+    EXPECT_EQ((Floats{5, 6}), held("u_IVec2s[2]", 2));
+    EXPECT_EQ((Floats{5, 6, 7, 8}), held("u_UVec4s[1]", 4));
     program.unbind();
 }
 

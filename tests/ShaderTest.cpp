@@ -1,3 +1,4 @@
+#include "support/Files.h"
 #include "support/GLFixture.h"
 #include "support/Tap.h"
 
@@ -132,7 +133,5 @@ TEST_F(ShaderTest, ItsSourceIsDumpedWhereAFileOpens)
     const Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
     shader.dumpSourceCode(folder.filePath("no/such/folder"));
     shader.dumpSourceCode(folder.filePath("dump.glsl"));
-    QFile file(folder.filePath("dump.glsl"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QByteArray("#version 150\n\nvoid main() {}"), file.readAll());
+    EXPECT_EQ("#version 150\n\nvoid main() {}", bytesOf(folder.filePath("dump.glsl")));
 }

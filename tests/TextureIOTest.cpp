@@ -1,4 +1,5 @@
 #include "support/FileMaker.h"
+#include "support/Files.h"
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
@@ -14,7 +15,6 @@
 #include <ZelGL/Texture.h>
 #include <ZelGL/TextureIO.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
@@ -43,11 +43,7 @@ class TextureIOTest : public GLTest
 protected:
     QString write(const QString &name, const QByteArray &bytes)
     {
-        const QString path = _folder.filePath(name);
-        QFile file(path);
-        file.open(QIODevice::WriteOnly);
-        file.write(bytes);
-        return path;
+        return writeFile(_folder.filePath(name), bytes);
     }
 
     QString writeImage(const QString &name, const QImage &image, const char *format = "PNG")
@@ -209,9 +205,8 @@ TEST_F(TextureIOTest, BytesInMemoryAreLoadedUnderTheirName)
     EXPECT_EQ(nullptr, loadMemory(ktxBytes().left(63), ""));
     EXPECT_MESSAGES("debug Data appears invalid for texture data '<unnamed>'");
 
-    QFile image(writeImage("image.png", fourColors()));
-    ASSERT_TRUE(image.open(QIODevice::ReadOnly));
-    EXPECT_EQ(nullptr, loadMemory(image.readAll())) << "QImage is not asked about memory";
+    EXPECT_EQ(nullptr, loadMemory(bytesOf(writeImage("image.png", fourColors()))))
+        << "QImage is not asked about memory";
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'bytes'");
     EXPECT_EQ(nullptr, TexturePointer(LoadTextureFromMemory(nullptr, 0, asInFile(), "nothing")));
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'nothing'");

@@ -3,6 +3,7 @@
 
 #include "support/DrawnPixels.h"
 #include "support/FileMaker.h"
+#include "support/Files.h"
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
 #include "support/TestData.h"
@@ -14,7 +15,6 @@
 #include <ZelGL/ShaderProgram.h>
 #include <ZelGL/Texture.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
@@ -159,10 +159,7 @@ protected:
 
     QString write(const QByteArray &bytes, const char *suffix)
     {
-        QFile file(_folder.filePath(QStringLiteral("%1.%2").arg(++_files).arg(suffix)));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return file.fileName();
+        return writeFile(_folder.filePath(QStringLiteral("%1.%2").arg(++_files).arg(suffix)), bytes);
     }
 
     TextureToken tokenFor(const QImage &image, const TextureFileInfo &info = TextureFileInfo())

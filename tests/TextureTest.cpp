@@ -1,5 +1,4 @@
 #include "support/GLFixture.h"
-#include "support/Soak.h"
 #include "support/Tap.h"
 #include "support/TextureParameter.h"
 
@@ -318,24 +317,6 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndTheBookOfIt)
     ASSERT_TRUE(cube->unbind());
 }
 
-TEST_F(TextureTest, MultisampleStorageLeavesNoRecordOfItsSize)
-{
-    const Tap<&glTexParameteri> parameters;
-    Texture flat(nullptr);
-    ASSERT_EQ(&flat, flat.create2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, GL_RGBA8, 8, 4, 4));
-    Texture array(nullptr);
-    ASSERT_EQ(&array, array.create3DMultisample(GL_TEXTURE_2D_MULTISAMPLE_ARRAY, GL_RGBA8, 8, 4, 3, 4));
-    EXPECT_EQ(0u, parameters.count());
-    for (Texture *texture : {&flat, &array}) {
-        ASSERT_TRUE(texture->bind());
-        EXPECT_EQ(8, texture->width(0));
-        EXPECT_EQ(4, texture->getTexLevelParameteriv(0, GL_TEXTURE_SAMPLES));
-        EXPECT_EQ(1, texture->getTexLevelParameteriv(0, GL_TEXTURE_FIXED_SAMPLE_LOCATIONS));
-        ASSERT_TRUE(texture->unbind());
-        texture->setSize(0, GL_RGBA8, 8, 4, 1); // silent: nothing was set before
-    }
-}
-
 TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
 {
     Hook<&glTexImage2D> image2D;
@@ -362,15 +343,4 @@ TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
         asserted("target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY", "Target 0x8C1A is not allowed."));
     EXPECT_EQ(8u, parameters.count()) << "only true multisample targets go without filters";
     EXPECT_EQ(4, calls);
-}
-
-TEST_F(TextureTest, AHundredThousandLivesLeaveNothingBehind)
-{
-    EXPECT_TRUE(soak(100000, [] {
-        Texture texture(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 1, nullptr);
-        texture.bind();
-        texture.unbind();
-    }));
-    EXPECT_EQ(0, Texture::NumAlive());
-    EXPECT_EQ(0, ledger().alive());
 }

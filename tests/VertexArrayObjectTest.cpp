@@ -285,22 +285,3 @@ TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)
                              "Vertex Array Object is not already bound on rebind"),
                     asserted("0u != vertexArrayObjectBound->_vao", "Vertex Array Object is NULL on rebind"));
 }
-
-TEST_F(VertexArrayObjectTest, RebindOfOneNameMakesNoCall)
-{
-    VertexArrayObject first(nullptr);
-    VertexArrayObject second(nullptr);
-    ASSERT_TRUE(first.bind());
-    Hook<&glGenVertexArrays> generate;
-    generate.replace([&](GLsizei, GLuint *name) { *name = first.getVAO(); });
-    Tap<&glBindVertexArray> binds;
-    bool didBind = true;
-    EXPECT_TRUE(second.rebind(&first, didBind));
-    EXPECT_FALSE(didBind);
-    EXPECT_EQ(0u, binds.count());
-    EXPECT_FALSE(first.isBound());
-    EXPECT_TRUE(second.unbind());
-    Hook<&glDeleteVertexArrays> remove;
-    remove.replace([](GLsizei, const GLuint *) {});
-    EXPECT_TRUE(second.destroy()) << "the name goes with the first";
-}
