@@ -1,0 +1,100 @@
+// One draw unit, many sub-draws, told apart by their draw ID.
+//
+// A DrawBuffers holds one cube and a list of commands that all draw it. draw() takes the numbers of the commands that
+// should be drawn, here those of a wave that runs through; getDrawID() of the library's ZelUtilities tells the shader which
+// command it is in.
+
+#include "Programs.h"
+#include "Shapes.h"
+#include "Show.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <cmath>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+constexpr int kColumns = 24;
+constexpr int kRows = 13;
+
+const char kVertex[] = R"(#version 150
+#include "ZelUtilities.glslh"
+in vec3 va_Vertex;
+in vec3 va_Normal;
+uniform mat4 u_ViewProjection;
+uniform float u_Seconds;
+flat out vec3 vo_Color;
+
+void main()
+{
+    uint id = getDrawID();
+    vec2 place = vec2(id % uint(COLUMNS), id / uint(COLUMNS)) - 0.5 * vec2(COLUMNS - 1, ROWS - 1);
+    float wave = sin(0.5 * length(place) - 2.0 * u_Seconds);
+    vec3 position = va_Vertex * 0.42 + vec3(place.x, 1.1 * wave, place.y);
+    vec3 hue = 0.5 + 0.5 * cos(6.2831853 * (0.6 + 0.055 * length(place) + vec3(0.0, 0.33, 0.67)));
+    vo_Color = mix(hue, vec3(1.0), 0.25 + 0.2 * wave) * (0.55 + 0.45 * dot(va_Normal, normalize(vec3(0.3, 0.8, 0.5))));
+    gl_Position = u_ViewProjection * vec4(position, 1.0);
+}
+)";
+
+const char kFragment[] = R"(#version 150
+flat in vec3 vo_Color;
+out vec4 o_Color;
+
+void main()
+{
+    o_Color = vec4(vo_Color, 1.0);
+}
+)";
+
+class Wave : public Show
+{
+public:
+    Wave()
+        : _cubes(makeCube(kColumns * kRows))
+    {
+        DrawBuffers::setup(&_processor); // how the draw ID travels
+        _processor.addDefine("COLUMNS", QString::number(kColumns));
+        _processor.addDefine("ROWS", QString::number(kRows));
+        ProgramText text;
+        text.vertex = kVertex;
+        text.fragment = kFragment;
+        text.vertexFiles = QStringList{"ZelUtilities.glslc", "ZelUtilities.vert"};
+        _program = makeProgram(text, &_processor);
+    }
+
+    void draw(float aspect, float seconds) override
+    {
+        QMatrix4x4 viewProjection;
+        viewProjection.perspective(32.0f, aspect, 1.0f, 100.0f);
+        viewProjection.lookAt({0.0f, 17.0f, 27.0f}, {0.0f, -1.0f, 1.0f}, {0.0f, 1.0f, 0.0f});
+
+        QVector<int> commands; // every third diagonal has a gap
+        for (int id = 0; id < kColumns * kRows; ++id) {
+            if ((id % kColumns + id / kColumns) % 3 != 0) {
+                commands << id;
+            }
+        }
+        const AutoEnabler depthTest(GL_DEPTH_TEST);
+        const AutoBinder useProgram(_program.get());
+        const AutoBinder useCubes(_cubes.get());
+        _cubes->VAO()->enableShaderProgramArrays(_program.get());
+        _program->setUniform("u_ViewProjection", viewProjection);
+        _program->setUniform("u_Seconds", seconds);
+        _cubes->draw(_program.get(), &commands);
+    }
+
+private:
+    GLSLMacroProcessor _processor;
+    std::unique_ptr<ShaderProgram> _program;
+    std::unique_ptr<DrawBuffers> _cubes;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return present(argc, argv, [] { return std::make_unique<Wave>(); });
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+
+namespace Orvane { namespace Zel {
+class DrawBuffers;
+}} // namespace Orvane::Zel
+
+/// \file
+/// Simple bodies as draw units with the attributes "va_Vertex" and "va_Normal", and as many equal commands as asked for;
+/// command i has the draw ID i.
+
+/// From -1 to 1 on each axis.
+std::unique_ptr<Orvane::Zel::DrawBuffers> makeCube(int commands);
+
+/// Of radius 1.
+std::unique_ptr<Orvane::Zel::DrawBuffers> makeSphere(int commands);
