@@ -67,17 +67,22 @@ protected:
     }
 };
 
-/// A member of every kind that the texts tell apart.
-void addEveryKind(Plan &plan)
+/// A plan with a member of every kind that the texts tell apart, named "E".
+std::unique_ptr<Plan> everyKind(Plan::MechanismType mechanism = Plan::eUniformBufferMechanism,
+                                bool vec4 = false)
 {
+    auto plan = std::make_unique<Plan>("E");
     const std::pair<Plan::DataType, const char *> members[] = {
         {Plan::eBool, "b"},   {Plan::eBVec2, "bb"},  {Plan::eBVec3, "bbb"}, {Plan::eIVec4, "iiii"},
         {Plan::eUVec2, "uu"}, {Plan::eFloat, "f"},   {Plan::eVec2, "ff"},   {Plan::eVec3, "fff"},
         {Plan::eMat4, "m"},   {Plan::eTexture, "t"}, {Plan::eFloat, "g"},   {Plan::eBool, "c"},
     };
     for (const auto &member : members) {
-        plan.addMember(member.first, member.second);
+        plan->addMember(member.first, member.second);
     }
+    plan->setMechanism(mechanism);
+    plan->setUseVec4Storage(vec4);
+    return plan;
 }
 
 /// The definitions by item number alone, which is where the mechanisms differ.
@@ -258,21 +263,6 @@ uniform float u_strength[3];
 
 )",
               declared(Plan::eUniformMechanism));
-    EXPECT_EQ(head + R"(struct Paint
-{
-  mat4 m;
-  vec4 _data64;
-  vec4 _data80;
-  vec4 _data96;
-  vec4 _data112;
-};
-
-layout (std140) uniform u_PaintUniform{
-  Paint Paints[3];
-};
-
-)",
-              declared(Plan::eUniformBufferMechanism, true));
     EXPECT_EQ(head + R"(uniform sampler2D u_fPaintSampler;
 uniform isampler2D u_iPaintSampler;
 
@@ -328,9 +318,8 @@ TEST_F(InstanceDataPlanTest, APlanWithoutMembersStillHasItsFrame)
 
 TEST_F(InstanceDataPlanTest, AccessorsOfUniformBlocksReadTheMemberOrSwizzleTheirVector)
 {
-    Plan plain("E");
-    addEveryKind(plain);
-    finalise(plain);
+    const auto plain = everyKind();
+    finalise(*plain);
     EXPECT_EQ(R"(mat4 getM(uint Index) { return Es[ Index].m; }
 vec3 getFff(uint Index) { return Es[ Index].fff.rgb; }
 ivec4 getIiii(uint Index) { return Es[ Index].iiii; }
@@ -343,16 +332,14 @@ bvec3 getBbb(uint Index) { return Es[ Index].bbb.rgb; }
 bvec2 getBb(uint Index) { return Es[ Index].bb; }
 bool getB(uint Index) { return Es[ Index].b; }
 bool getC(uint Index) { return Es[ Index].c; })",
-              accessorsByIndex(plain));
+              accessorsByIndex(*plain));
     EXPECT_EQ("\n  mat4 m;\n  vec4 fff;\n  ivec4 iiii;\n  vec2 ff;\n  uvec2 uu;\n  ZelTextureToken t;\n"
               "  float f;\n  float g;\n  bvec4 bbb;\n  bvec2 bb;\n  bool b;\n  bool c;\n  float _dummy136;\n "
               " float _dummy140;\n",
-              plain.glslc().section('{', 1, 1).section('}', 0, 0));
+              plain->glslc().section('{', 1, 1).section('}', 0, 0));
 
-    Plan vectors("E");
-    addEveryKind(vectors);
-    vectors.setUseVec4Storage(true);
-    finalise(vectors);
+    const auto vectors = everyKind(Plan::eUniformBufferMechanism, true);
+    finalise(*vectors);
     EXPECT_EQ(R"(mat4 getM(uint Index) { return Es[ Index].m; }
 vec3 getFff(uint Index) { return vec3(Es[ Index]._data64.xyz); }  // off 16 64 (4:0)
 ivec4 getIiii(uint Index) { return ivec4(Es[ Index]._data80.xyzw); }  // off 16 80 (5:0)
@@ -365,29 +352,26 @@ bvec3 getBbb(uint Index) { return bvec3(Es[ Index]._data160.xyz); }  // off 4 16
 bvec2 getBb(uint Index) { return bvec2(Es[ Index]._data176.xy); }  // off 2 176 (11:0)
 bool getB(uint Index) { return bool(Es[ Index]._data192.x); }  // off 1 192 (12:0)
 bool getC(uint Index) { return bool(Es[ Index]._data192.x); }  // off 1 193 (12:0))",
-              accessorsByIndex(vectors));
-    EXPECT_EQ(208u, vectors.totalDataSize());
+              accessorsByIndex(*vectors));
+    EXPECT_EQ(208u, vectors->totalDataSize());
     EXPECT_EQ("\n  mat4 m;\n  vec4 _data64;\n  ivec4 _data80;\n  vec4 _data96;\n  uvec4 _data112;\n  uvec4 "
               "_data128;\n"
               "  vec4 _data144;\n  bvec4 _data160;\n  bvec4 _data176;\n  bvec4 _data192;\n",
-              vectors.glslc().section('{', 1, 1).section('}', 0, 0));
+              vectors->glslc().section('{', 1, 1).section('}', 0, 0));
 }
 
 TEST_F(InstanceDataPlanTest, AccessorsOfUniformsReadTheirArray)
 {
-    Plan plan("E");
-    addEveryKind(plan);
-    plan.setMechanism(Plan::eUniformMechanism);
-    plan.setUseVec4Storage(true); // blocks only
-    finalise(plan);
-    const QString text = accessorsByIndex(plan);
-    for (const char *accessor : {"mat4 getM(uint Index) { return u_m[Index]; }",
-                                 "vec3 getFff(uint Index) { return u_fff[Index].rgb; }",
-                                 "ZelTextureToken getT(uint Index) { return u_t[Index]; }",
-                                 "bvec3 getBbb(uint Index) { return u_bbb[Index].rgb; }"}) {
-        EXPECT_TRUE(text.split('\n').contains(accessor)) << accessor;
+    const auto plan = everyKind(Plan::eUniformMechanism, true); // vectors are for blocks only
+    finalise(*plan);
+    const QStringList lines = plan->glslc().split('\n');
+    for (const char *line : {"mat4 getM(uint Index) { return u_m[Index]; }",
+                             "vec3 getFff(uint Index) { return u_fff[Index].rgb; }",
+                             "ZelTextureToken getT(uint Index) { return u_t[Index]; }",
+                             "bvec3 getBbb(uint Index) { return u_bbb[Index].rgb; }"}) {
+        EXPECT_TRUE(lines.contains(line)) << line;
     }
-    EXPECT_TRUE(plan.glslc().contains("uniform bvec4 u_bbb[")) << plan.glslc().toStdString();
+    EXPECT_TRUE(plan->glslc().contains("uniform bvec4 u_bbb[")) << plan->glslc().toStdString();
 }
 
 TEST_F(InstanceDataPlanTest, AccessorsOfTexturesFetchTheirTexel)
@@ -412,13 +396,11 @@ bool getC(uint Index) { return bool(FETCH_i(8).y); } // off 1 135 (8:1))";
         {Plan::eBufferTextureMechanism, "texelFetch( u_\\1ESampler, int( (Index * uint(9)) + uint(\\2) ))"},
     };
     for (const auto &mechanism : mechanisms) {
-        Plan plan("E");
-        addEveryKind(plan);
-        plan.setMechanism(mechanism.first);
-        finalise(plan);
+        const auto plan = everyKind(mechanism.first);
+        finalise(*plan);
         QString text = expected;
         text.replace(QRegExp("FETCH_([fi])\\(([0-9]+)\\)"), mechanism.second);
-        EXPECT_EQ(text, accessorsByIndex(plan));
+        EXPECT_EQ(text, accessorsByIndex(*plan));
     }
 }
 
@@ -490,6 +472,28 @@ TEST_F(InstanceDataPlanTest, TheDriversLimitsClampTheArray)
     EXPECT_MESSAGES(asserted("static_cast<int>(_totalDataSize) <= maxTextureSize",
                              "Total data size (16) for plan Paint exceeds GL_MAX_TEXTURE_SIZE (4)"),
                     "debug [InstanceDataPlan.cpp:#] txt: size   16 max    4 plan 'Paint'");
+}
+
+TEST_F(InstanceDataPlanTest, WhatTheRealLimitsAllowLinks)
+{
+    for (const auto mechanism : {Plan::eUniformBufferMechanism, Plan::eUniformMechanism,
+                                 Plan::eBufferTextureMechanism, Plan::eStorageBufferMechanism}) {
+        const auto plan = paint(mechanism);
+        plan->addMember(Plan::eMat4, "m");
+        plan->setArraySize(1ul << 40);
+        finalise(*plan);
+        EXPECT_EQ(plan->arraySizeMax(), plan->arraySize());
+        ShaderProgram program(nullptr);
+        program.addShader(GL_VERTEX_SHADER, kAtOrigin, QString());
+        program.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.glslc");
+        program.addShader(GL_FRAGMENT_SHADER, plan->glslc(), QString());
+        program.addShader(
+            GL_FRAGMENT_SHADER,
+            "#version 150\nmat4 getM(uint Index);\nfloat getStrength(uint Index);\nuniform uint u_I;\n"
+            "out vec4 color;\nvoid main() { color = getM(u_I)[1] * getStrength(u_I); }\n",
+            QString());
+        EXPECT_TRUE(program.link()) << mechanism << ": " << plan->arraySize() << " items";
+    }
 }
 
 TEST_F(InstanceDataPlanTest, TheLimitOfStorageBlocksHas64Bits)

@@ -24,6 +24,8 @@ namespace {
 using Light = ShadowMapManager::Light;
 using RenderData = ShadowMapManager::RenderData;
 
+const AssertionsOf asserted("ShadowMapManager.cpp");
+
 /// A list of lights in the host's wrapping, and the table.
 class ShadowMapManagerTest : public GLTest
 {
@@ -85,24 +87,15 @@ TEST_F(ShadowMapManagerTest, BeginsAsStated)
 {
     const Light light;
     EXPECT_EQ(Light::ePoint, light.type());
-    EXPECT_EQ(0, Light::ePoint);
-    EXPECT_EQ(1, Light::eSpot);
-    EXPECT_EQ(2, Light::eDirectional);
-    EXPECT_TRUE(light.on());
-    EXPECT_TRUE(light.shadowCaster());
+    EXPECT_TRUE(light.on() && light.shadowCaster() && light.transform().isIdentity());
     EXPECT_EQ(0, light.csmLevels());
     EXPECT_EQ(-1.0f, light.spotCutoff());
-    EXPECT_TRUE(light.transform().isIdentity());
-
     EXPECT_EQ(nullptr, _data.projectionTexture);
-    EXPECT_EQ(0, _data.lightCount);
-    EXPECT_EQ(0, _data.transformCount);
-    EXPECT_EQ(32, _data.transforms.size());
-    EXPECT_EQ(32, _data.projectorInfos.size());
-    EXPECT_EQ(32, _data.blurInfos.size());
+    EXPECT_EQ(0, _data.lightCount + _data.transformCount);
+    EXPECT_EQ(
+        (std::vector<int>{32, 32, 32}),
+        (std::vector<int>{_data.transforms.size(), _data.projectorInfos.size(), _data.blurInfos.size()}));
     EXPECT_EQ(0.0005f, _data.blurInfos[31].blur);
-    EXPECT_EQ(sizeof(float) * 16, sizeof(RenderData::Transform));
-    EXPECT_EQ(sizeof(int) * 2, sizeof(RenderData::ProjectorInfo));
 }
 
 TEST_F(ShadowMapManagerTest, TransformsAreStoredWhenMatrixOrBlurDiffer)
@@ -152,7 +145,7 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
         QVector3D middle, right, above;
     } kFaces[] = {
         {{-1, 0, 0}, {0, 0, -1}, {0, 1, 0}}, {{1, 0, 0}, {0, 0, 1}, {0, 1, 0}},
-        {{0, 1, 0}, {0, 0, 1}, {-1, 0, 0}}, {{0, -1, 0}, {0, 0, 1}, {1, 0, 0}},
+        {{0, 1, 0}, {0, 0, 1}, {-1, 0, 0}},  {{0, -1, 0}, {0, 0, 1}, {1, 0, 0}},
         {{0, 0, 1}, {-1, 0, 0}, {0, 1, 0}},  {{0, 0, -1}, {1, 0, 0}, {0, 1, 0}},
     };
     const float edge = std::tan(45.5f * float(M_PI) / 180);
@@ -168,7 +161,7 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
     }
 }
 
-TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjections)
+TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjectionsAndThirtyTwoLights)
 {
     addMany(6, Light::ePoint);
     add(Light::eSpot);
@@ -178,16 +171,12 @@ TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjections)
     EXPECT_EQ(8, _data.lightCount);
     EXPECT_EQ(32, _data.transformCount);
     EXPECT_FALSE(process());
-}
-
-TEST_F(ShadowMapManagerTest, TheThirtyThirdLightIsIgnoredAndTold)
-{
+    _list.clear();
     addMany(33, Light::eSpot);
     EXPECT_TRUE(process());
     EXPECT_MESSAGES("debug [ShadowMapManager.cpp:#] More lights 33 than shadow projection supports 32. "
                     "Ignoring top most.");
     EXPECT_EQ(32, _data.lightCount);
-    EXPECT_EQ(32, _data.transformCount);
     EXPECT_EQ((std::pair{1, 31}), infos(32).back());
 }
 
@@ -213,10 +202,9 @@ TEST_F(ShadowMapManagerTest, WhatIsNoLightIsDiagnosedAndGetsNoShadow)
     _list.append(QVariant(7));
     add(Light::eSpot);
     EXPECT_TRUE(process());
-    EXPECT_MESSAGES(
-        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'NULL != light' failed: Light 1 is NULL",
-        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'NULL != light' failed: Light 2 is NULL",
-        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'NULL != light' failed: Light 3 is NULL");
+    EXPECT_MESSAGES(asserted("NULL != light", "Light 1 is NULL"),
+                    asserted("NULL != light", "Light 2 is NULL"),
+                    asserted("NULL != light", "Light 3 is NULL"));
     EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 1}, {0, 1}, {1, 1}}), infos(5));
 }
 
@@ -308,15 +296,13 @@ TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
     program.setMacroProcessor(&processor);
     program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
     EXPECT_FALSE(program.compile());
-    const QVector<Message> messages = _capture.take();
-    ASSERT_FALSE(messages.isEmpty());
     QString text;
-    for (const Message &message : messages) {
+    for (const Message &message : _capture.take()) {
         text += message.text;
     }
-    EXPECT_TRUE(text.contains("Missing SHADOW_MAP_MANAGER_INFO_ARRAY_SIZE define.")) << qPrintable(text);
-    EXPECT_TRUE(text.contains("Missing SHADOW_MAP_MANAGER_TRANSFORM_ARRAY_SIZE define.")) << qPrintable(text);
-
+    for (const char *define : {"INFO", "TRANSFORM"}) {
+        EXPECT_TRUE(text.contains(QString("Missing SHADOW_MAP_MANAGER_%1_ARRAY_SIZE define.").arg(define)));
+    }
     const QString sizes = "#define SHADOW_MAP_MANAGER_INFO_ARRAY_SIZE 32\n"
                           "#define SHADOW_MAP_MANAGER_TRANSFORM_ARRAY_SIZE 32\n";
     ShadowMapManager::setup(&processor, 2);
@@ -357,23 +343,13 @@ protected:
         _variant = QVariant::fromValue<QObject *>(&_data);
     }
 
-    template <typename Value, typename Get> Value uniform(const QString &name, Get get)
+    /// What GL holds; its numbers are exact as floats.
+    std::array<GLfloat, 16> held(const QString &name)
     {
-        Value value{};
-        get(_program->shaderProgramID(), _program->getUniformLocation(name), value.data());
-        return value;
-    }
-
-    std::array<GLint, 2> ints(const QString &name)
-    {
-        return uniform<std::array<GLint, 2>>(
-            name, [](auto... arguments) { driver()->glGetUniformiv(arguments...); });
-    }
-
-    std::array<GLfloat, 16> floats(const QString &name)
-    {
-        return uniform<std::array<GLfloat, 16>>(
-            name, [](auto... arguments) { driver()->glGetUniformfv(arguments...); });
+        std::array<GLfloat, 16> values = {};
+        driver()->glGetUniformfv(_program->shaderProgramID(), _program->getUniformLocation(name),
+                                 values.data());
+        return values;
     }
 
     Texture _texture;
@@ -392,15 +368,15 @@ TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
     const AutoBinder binder(_program.get());
     for (const float clamp : {0.1f, 0.75f}) {
         ASSERT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
-        EXPECT_EQ(clamp, floats("u_VarianceClamp")[0]);
+        EXPECT_EQ(clamp, held("u_VarianceClamp")[0]);
         ShadowMapManager::setVarianceClamping(0.75f);
         EXPECT_TRUE(_texture.isBound());
-        EXPECT_EQ(int(_texture.unit()), ints("u_ShadowMapDepthSampler")[0]);
+        EXPECT_EQ(float(_texture.unit()), held("u_ShadowMapDepthSampler")[0]);
         for (const int i : {0, 1, 31}) {
-            EXPECT_EQ((std::array<GLint, 2>{i + 1, 100 - i}),
-                      ints(QStringLiteral("u_ShadowMapProjectionInfos[%1]").arg(i)));
+            EXPECT_EQ((std::array<GLfloat, 16>{float(i + 1), float(100 - i)}),
+                      held(QStringLiteral("u_ShadowMapProjectionInfos[%1]").arg(i)));
             EXPECT_EQ(_data.transforms[i].values,
-                      floats(QStringLiteral("u_ShadowMapProjectionTransforms[%1]").arg(i)));
+                      held(QStringLiteral("u_ShadowMapProjectionTransforms[%1]").arg(i)));
         }
         EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
         EXPECT_FALSE(_texture.isBound());
@@ -429,13 +405,10 @@ TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTh
     const Tap<&glUniform2iv> infos;
     const Tap<&glUniformMatrix4fv> transforms;
     EXPECT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
-    EXPECT_MESSAGES(
-        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'kShadowMapInfoArraySizeMax == "
-        "renderData->projectorInfos.size()' failed: Projector Info Array size 3 does not match size "
-        "required by shader 32",
-        "critical [ShadowMapManager.cpp:#] [ !! ] Assertion 'kShadowMapTransformArraySizeMax == "
-        "renderData->transforms.size()' failed: Projector Info Array size 40 does not match size "
-        "required by shader 32");
+    EXPECT_MESSAGES(asserted("kShadowMapInfoArraySizeMax == renderData->projectorInfos.size()",
+                             "Projector Info Array size 3 does not match size required by shader 32"),
+                    asserted("kShadowMapTransformArraySizeMax == renderData->transforms.size()",
+                             "Projector Info Array size 40 does not match size required by shader 32"));
     EXPECT_EQ(3, infos.last<1>());
     EXPECT_EQ(32, transforms.last<1>());
     EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
@@ -443,33 +416,27 @@ TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTh
 
 TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
 {
-    const QString start = "critical [ShadowMapManager.cpp:#] [ !! ] Assertion '";
     const Tap<&glBindTexture> binds;
-    for (const QVariant &null : {QVariant(), QVariant::fromValue<QObject *>(nullptr)}) {
-        EXPECT_FALSE(ShadowMapManager::bind(_program.get(), null));
-        EXPECT_MESSAGES(start + "false == dataVariant.isNull()' failed: NULL render data variant used");
+    const QString null = asserted("NULL != renderData", "NULL render data used");
+    const QString noTexture = asserted("NULL != texture", "NULL render data texture used");
+    for (const QVariant &nothing : {QVariant(), QVariant::fromValue<QObject *>(nullptr)}) {
+        EXPECT_FALSE(ShadowMapManager::bind(_program.get(), nothing));
+        EXPECT_MESSAGES(asserted("false == dataVariant.isNull()", "NULL render data variant used"));
     }
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
-    EXPECT_MESSAGES(
-        start
-        + "true == dataVariant.canConvert<QObject*>()' failed: render data is not a 'QObject*' type is "
-          "'int'");
-
     QObject other;
     testing::internal::CaptureStdout();
     EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant::fromValue<QObject *>(&other)));
     std::fflush(stdout);
     EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
-    EXPECT_MESSAGES(start + "NULL != renderData' failed: NULL render data used");
-
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_MESSAGES(start + "NULL != program' failed: NULL program used");
     EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
-    EXPECT_MESSAGES(start + "NULL != renderData' failed: NULL render data used");
     _data.projectionTexture = nullptr;
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_MESSAGES(start + "NULL != texture' failed: NULL render data texture used");
     EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), _variant));
-    EXPECT_MESSAGES(start + "NULL != texture' failed: NULL render data texture used");
+    EXPECT_MESSAGES(null,
+                    asserted("true == dataVariant.canConvert<QObject*>()",
+                             "render data is not a 'QObject*' type is 'int'"),
+                    asserted("NULL != program", "NULL program used"), null, noTexture, noTexture);
     EXPECT_EQ(0u, binds.count());
 }

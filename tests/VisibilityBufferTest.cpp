@@ -1,15 +1,12 @@
 // VisibilityBuffer.glslc reads the fragments of a deep G-buffer that the test builds.
 
+#include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 
-#include <ZelGL/DrawBuffers.h>
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/InstanceDataPlan.h>
 #include <ZelGL/InstanceDataRegistry.h>
-#include <ZelGL/OpenGLDeviceContext.h>
 #include <ZelGL/ShaderProgram.h>
-#include <ZelGL/VertexArrayObject.h>
 
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
@@ -17,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 using namespace Orvane::Zel;
@@ -58,7 +54,6 @@ class VisibilityBufferTest : public GLTest
 protected:
     VisibilityBufferTest()
     {
-        OpenGLDeviceContext::current()->fullscreenQuad();
         _plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
         _plan->setMechanism(InstanceDataPlan::eUniformMechanism);
         _plan->setArraySize(2);
@@ -66,17 +61,13 @@ protected:
         _capture.take(); // the plan tells of its size
         driver()->glGenTextures(GLsizei(std::size(_textures)), _textures);
         driver()->glGenBuffers(GLsizei(std::size(_buffers)), _buffers);
-        driver()->glGenFramebuffers(1, &_framebuffer);
     }
 
     ~VisibilityBufferTest() override
     {
-        driver()->glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        driver()->glDeleteFramebuffers(1, &_framebuffer);
         driver()->glDeleteBuffers(GLsizei(std::size(_buffers)), _buffers);
         driver()->glDeleteTextures(GLsizei(std::size(_textures)), _textures);
         InstanceDataRegistry::Instance()->clear();
-        OpenGLDeviceContext::resetContext();
     }
 
     void makeProgram()
@@ -125,9 +116,8 @@ protected:
 
     InstanceDataPlan *_plan = new InstanceDataPlan("InstanceInfo"); // the registry's
     ShaderProgram _program{nullptr};
-    GLuint _textures[9] = {};
-    GLuint _buffers[9] = {};
-    GLuint _framebuffer = 0;
+    GLuint _textures[6] = {};
+    GLuint _buffers[7] = {};
 };
 
 quint32 bitsOf(float value)
@@ -192,31 +182,9 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     driver()->glUniformMatrix4fv(location("u_InvProjMatrix"), 1, GL_FALSE, inverseProjection.constData());
     driver()->glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in the world
 
-    driver()->glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
-    driver()->glActiveTexture(GL_TEXTURE8);
-    const GLenum points[] = {GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2};
-    for (int i = 0; i < 3; ++i) {
-        driver()->glBindTexture(GL_TEXTURE_2D, _textures[6 + i]);
-        driver()->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, kPixels, 1, 0, GL_RGBA, GL_FLOAT, nullptr);
-        driver()->glFramebufferTexture2D(GL_FRAMEBUFFER, points[i], GL_TEXTURE_2D, _textures[6 + i], 0);
-    }
-    driver()->glDrawBuffers(3, points);
-    driver()->glViewport(0, 0, kPixels, 1);
-    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
-    quad->VAO()->bind();
-    quad->VAO()->enableShaderProgramArrays(&_program);
-    quad->VAO()->unbind();
-
     for (const int indexed : {0, 1}) {
         driver()->glUniform1i(location("u_indexedDraw"), indexed);
-        quad->bind();
-        quad->draw(&_program);
-        quad->unbind();
-        Pixels outputs[3] = {Pixels(kPixels, 1), Pixels(kPixels, 1), Pixels(kPixels, 1)};
-        for (int i = 0; i < 3; ++i) {
-            driver()->glReadBuffer(points[i]);
-            outputs[i] = Pixels::ofFramebuffer(0, 0, kPixels, 1);
-        }
+        const std::vector<Pixels> outputs = drawnPixels(_program, kPixels, 1, 3);
         // (-1, 0) has the weights 1/8, 3/8 and 1/2 in the triangle;
         EXPECT_TRUE(outputs[2].isNear(0, 0, {0, 0, 0, 0}, 0.0f));
         EXPECT_TRUE(outputs[0].isNear(1, 0, {-1, 0, 0, 1}, 1e-5f));
@@ -228,7 +196,7 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     }
     _program.unbind();
     driver()->glBindBufferBase(GL_UNIFORM_BUFFER, 3, 0);
-    for (int i = 0; i < 9; ++i) {
+    for (int i = 0; i < 6; ++i) {
         driver()->glActiveTexture(GL_TEXTURE0 + unsigned(i));
         driver()->glBindTexture(GL_TEXTURE_2D, 0);
         driver()->glBindTexture(GL_TEXTURE_BUFFER, 0);
