@@ -105,24 +105,6 @@ TEST_F(GLLoaderTest, OnlyAdvertisedExtensionsAreLoaded)
     EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glDrawArraysIndirect"));
 }
 
-TEST_F(GLLoaderTest, TheCoreIsLookedUpInTheOrderOfVersionsUpTo32)
-{
-    ogl_LoadFunctions();
-    const QStringList lookUps = _loader->takeLookUps();
-    int last = 1; // behind the first two, without which there is no start
-    for (const char *name :
-         {"glCullFace", "glDrawArrays", "glDrawRangeElements", "glActiveTexture", "glBlendFuncSeparate",
-          "glGenQueries", "glVertexAttrib4Nub", "glUniformMatrix2x3fv", "glColorMaski",
-          "glDrawArraysInstanced", "glTexImage3DMultisample"}) {
-        const int at = lookUps.lastIndexOf(QString("glXGetProcAddressARB ") + name);
-        EXPECT_LT(last, at) << name;
-        last = at;
-    }
-    EXPECT_EQ(-1, lookUps.indexOf("glXGetProcAddressARB glBindSampler")) << "a function of 3.3";
-    EXPECT_EQ(-1, lookUps.indexOf("glXGetProcAddressARB glBegin")) << "not in the core profile";
-    EXPECT_EQ(0, lookUps.filter("glXGetProcAddress ").size());
-}
-
 TEST_F(GLLoaderTest, TheVersionIsAskedOnceAndItsComparisonRunsBackwards)
 {
     ogl_LoadFunctions();

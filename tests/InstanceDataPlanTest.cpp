@@ -1,5 +1,5 @@
+#include "support/FakeLimits.h"
 #include "support/GLFixture.h"
-#include "support/Tap.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/BufferTextureMechanism.h>
@@ -22,25 +22,6 @@ namespace {
 using Plan = InstanceDataPlan;
 
 const AssertionsOf asserted("InstanceDataPlan.cpp");
-
-/// The limits of a driver that is not there.
-class FakeLimits
-{
-public:
-    explicit FakeLimits(const QHash<GLenum, GLint> &limits)
-    {
-        _integers.replace([this, limits](GLenum name, GLint *value) {
-            if (limits.contains(name)) {
-                *value = limits.value(name);
-            } else {
-                _integers.original(name, value);
-            }
-        });
-    }
-
-private:
-    Hook<&glGetIntegerv> _integers;
-};
 
 class InstanceDataPlanTest : public GLTest
 {
@@ -466,7 +447,7 @@ TEST_F(InstanceDataPlanTest, TheDriversLimitsClampTheArray)
         EXPECT_EQ(row.size, plan.arraySize());
         EXPECT_TRUE(plan.glslh().contains(QString("#define BIG_ARRAY_SIZE %1\n").arg(row.size)));
     }
-    const FakeLimits limits({{GL_MAX_TEXTURE_SIZE, 4}});
+    const FakeLimits limits(std::map<GLenum, GLint>{{GL_MAX_TEXTURE_SIZE, 4}});
     const auto plan = paint(Plan::eTextureMechanism);
     plan->finalise();
     EXPECT_MESSAGES(asserted("static_cast<int>(_totalDataSize) <= maxTextureSize",

@@ -1,5 +1,5 @@
+#include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/BufferObject.h>
@@ -9,8 +9,6 @@
 #include <ZelGL/VertexArrayObject.h>
 
 #include <QtCore/QPointer>
-#include <QtGui/QOpenGLFramebufferObject>
-#include <QtGui/QOpenGLFunctions_3_2_Core>
 
 using namespace Orvane::Zel;
 
@@ -20,16 +18,10 @@ namespace {
 class CountingContext : public OpenGLDeviceContext
 {
 public:
-    QSharedPointer<BufferObject> newBuffer() override
-    {
-        ++buffers;
-        return OpenGLDeviceContext::newBuffer();
-    }
-
+    QSharedPointer<BufferObject> newBuffer() override { return ++buffers, OpenGLDeviceContext::newBuffer(); }
     QSharedPointer<DrawBuffers> newFullscreenQuad() override
     {
-        ++quads;
-        return OpenGLDeviceContext::newFullscreenQuad();
+        return ++quads, OpenGLDeviceContext::newFullscreenQuad();
     }
 
     int buffers = 0;
@@ -89,23 +81,12 @@ TEST_F(OpenGLDeviceContextTest, TheQuadCoversThePictureAtTheNearPlane)
                     "#version 150\n"
                     "in vec2 vo_TexCoord; out vec4 color;\n"
                     "void main() { color = vec4(vo_TexCoord, gl_FragCoord.z, 1.0); }\n");
-    constexpr int kSize = 8;
-    QOpenGLFramebufferObject target(kSize, kSize);
-    ASSERT_TRUE(target.bind());
-    driver()->glViewport(0, 0, kSize, kSize);
-    driver()->glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
-    driver()->glClear(GL_COLOR_BUFFER_BIT);
-
-    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->newFullscreenQuad();
     ASSERT_TRUE(program->bind());
-    ASSERT_TRUE(quad->bind());
-    ASSERT_TRUE(quad->VAO()->enableShaderProgramArrays(program.get()));
-    EXPECT_TRUE(quad->draw(program.get()));
-    EXPECT_TRUE(quad->unbind());
+    constexpr int kSize = 8;
+    const Pixels drawn = drawnPixels(*program, kSize, kSize);
     EXPECT_TRUE(program->unbind());
-
     const Pixels expected = Pixels::of(kSize, kSize, [](int x, int y) {
         return QVector4D((float(x) + 0.5f) / kSize, (float(y) + 0.5f) / kSize, 0.0f, 1.0f);
     });
-    EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
+    EXPECT_TRUE(drawn.isNear(expected, 1e-5f));
 }

@@ -296,10 +296,7 @@ TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
     program.setMacroProcessor(&processor);
     program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
     EXPECT_FALSE(program.compile());
-    QString text;
-    for (const Message &message : _capture.take()) {
-        text += message.text;
-    }
+    const QString text = _capture.takeTexts().join("");
     for (const char *define : {"INFO", "TRANSFORM"}) {
         EXPECT_TRUE(text.contains(QString("Missing SHADOW_MAP_MANAGER_%1_ARRAY_SIZE define.").arg(define)));
     }

@@ -139,16 +139,7 @@ protected:
     }
 
     /// Takes the messages, and answers those above debug.
-    QStringList warnings()
-    {
-        QStringList texts;
-        for (const Message &message : _capture.take()) {
-            if (message.level != QtDebugMsg) {
-                texts.append(message.toString());
-            }
-        }
-        return texts;
-    }
+    QStringList warnings() { return _capture.takeTexts(QtWarningMsg); }
 
     QString write(const QImage &image)
     {

@@ -1,9 +1,9 @@
 // Where textures find their place among the slots of the array manager: the arithmetic of one slot, and 100,000 random
 // placements against a model that keeps nothing but which layers are taken.
 
+#include "support/FakeLimits.h"
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
-#include "support/Tap.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/Array2DTextureManager.h>
@@ -30,28 +30,13 @@ SlotFormat formatOf(int width, int height, unsigned int internalFormat = GL_RGBA
     return format;
 }
 
-/// Lets slots have no more layers than the least that there are.
-class SmallSlots
-{
-public:
-    SmallSlots()
-    {
-        _limits.replace([this](GLenum name, GLint *value) {
-            _limits.original(name, value);
-            if (name == GL_MAX_ARRAY_TEXTURE_LAYERS) {
-                *value = 0;
-            }
-        });
-    }
-
-private:
-    Hook<&glGetIntegerv> _limits;
-};
+/// Slots have no more layers than the least that there are.
+const std::map<GLenum, GLint> kSmallSlots = {{GL_MAX_ARRAY_TEXTURE_LAYERS, 0}};
 
 class TextureSlotTest : public GLTest
 {
 protected:
-    SmallSlots _smallSlots;
+    FakeLimits _smallSlots{kSmallSlots};
 };
 
 } // namespace
@@ -421,7 +406,7 @@ private:
         format.wrapS = format.wrapT = GL_REPEAT;
         format.magFilter = random(12) == 0 ? GL_LINEAR : GL_NEAREST;
         format.minFilter = GL_NEAREST;
-        int layers = 1;
+        int layers = 0;
         auto *texture = new Texture(nullptr);
         texture->setTarget(target);
         texture->bind();
@@ -429,22 +414,19 @@ private:
         glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
         glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
         glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
-        const auto define = [&](GLenum face) {
-            glTexImage2D(face, 0, GLint(format.internalFormat), format.width, format.height, 0, GL_RGBA,
-                         GL_UNSIGNED_BYTE, nullptr);
-        };
         if (target == GL_TEXTURE_2D_ARRAY) {
             layers = 2 + random(4);
             glTexImage3D(target, 0, GLint(format.internalFormat), format.width, format.height, layers, 0,
                          GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-        } else if (target == GL_TEXTURE_CUBE_MAP) {
-            format.height = format.width;
-            layers = 6;
-            for (GLenum face = 0; face < 6; ++face) {
-                define(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face);
-            }
         } else {
-            define(target);
+            const bool isCube = target == GL_TEXTURE_CUBE_MAP;
+            layers = isCube ? 6 : 1;
+            format.height = isCube ? format.width : format.height;
+            for (GLenum face = 0; face < GLenum(layers); ++face) {
+                glTexImage2D(isCube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + face : target, 0,
+                             GLint(format.internalFormat), format.width, format.height, 0, GL_RGBA,
+                             GL_UNSIGNED_BYTE, nullptr);
+            }
         }
         texture->unbind();
         _manager.tokenForTexture(texture);
@@ -459,15 +441,6 @@ private:
 
 class TexturePlacementTest : public GLTest, public testing::WithParamInterface<bool>
 {
-protected:
-    QStringList takenMessages()
-    {
-        QStringList texts;
-        for (const Message &message : _capture.take()) {
-            texts += message.toString();
-        }
-        return texts;
-    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Methods, TexturePlacementTest, testing::Bool(),
@@ -477,16 +450,16 @@ INSTANTIATE_TEST_SUITE_P(Methods, TexturePlacementTest, testing::Bool(),
 
 TEST_P(TexturePlacementTest, RandomPlacementsFollowTheModelStepByStep)
 {
-    const SmallSlots smallSlots;
+    const FakeLimits smallSlots(kSmallSlots);
     HelperTextures helpers;
     {
         RandomPlacement placement(30, GetParam());
-        takenMessages(); // of the tokens
+        _capture.take(); // of the tokens
         for (int step = 1; step <= 50000 && !HasFailure(); ++step) {
             placement.step();
-            ASSERT_EQ(placement.takeExpectedMessages(), takenMessages()) << "step " << step;
+            ASSERT_EQ(placement.takeExpectedMessages(), _capture.takeTexts()) << "step " << step;
             const QString expected = placement.dump();
-            ASSERT_EQ(QStringList(expected), takenMessages()) << "step " << step;
+            ASSERT_EQ(QStringList(expected), _capture.takeTexts()) << "step " << step;
             if (step % 500 == 0) {
                 placement.compareMaps();
             }

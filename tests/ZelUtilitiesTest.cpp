@@ -2,7 +2,6 @@
 
 #include "support/GLFixture.h"
 
-#include <ZelGL/DrawBuffers.h>
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/ShaderProgram.h>
@@ -41,32 +40,26 @@ protected:
         return program.link();
     }
 
-    /// The varying of every point that the calls of \a draw make, four floats each.
-    template <typename Draw> std::vector<float> capture(size_t points, Draw draw)
+    /// The varying, four floats.
+    std::vector<float> captureOne()
     {
-        std::vector<float> values(points * 4);
-        const auto bytes = GLsizeiptr(values.size() * sizeof(float));
+        std::vector<float> values(4);
         GLuint buffer = 0;
         GLuint array = 0;
         glGenBuffers(1, &buffer);
         glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer);
-        glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, bytes, nullptr, GL_STREAM_READ);
+        glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, 16, nullptr, GL_STREAM_READ);
         glGenVertexArrays(1, &array);
         glBindVertexArray(array);
         glEnable(GL_RASTERIZER_DISCARD);
         glBeginTransformFeedback(GL_POINTS);
-        draw();
+        glDrawArrays(GL_POINTS, 0, 1);
         glEndTransformFeedback();
         glDisable(GL_RASTERIZER_DISCARD);
-        glGetBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, 0, bytes, values.data());
+        glGetBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, 0, 16, values.data());
         glDeleteVertexArrays(1, &array);
         glDeleteBuffers(1, &buffer);
         return values;
-    }
-
-    std::vector<float> captureOne()
-    {
-        return capture(1, [] { glDrawArrays(GL_POINTS, 0, 1); });
     }
 
     GLSLMacroProcessor processor;
@@ -138,33 +131,6 @@ TEST_F(ZelUtilitiesTest, NormalsTurnByTheInverseTransposed)
     program.unbind();
 }
 
-TEST_F(ZelUtilitiesTest, TheDrawIDIsTheUniform)
-{
-    ASSERT_TRUE(link("vec4(getDrawID())"));
-    ASSERT_TRUE(program.bind());
-    EXPECT_TRUE(program.setUniform(program.getUniformLocationNameID(), 7u));
-    EXPECT_EQ(7.0F, captureOne()[0]);
-    program.unbind();
-}
-
-TEST_F(ZelUtilitiesTest, TheDrawIDIsTheBaseInstanceAndTheInstance)
-{
-    if (!openGlVersionSupported(4, 2) || !context()->hasExtension("GL_ARB_shader_draw_parameters")) {
-        GTEST_SKIP() << "Needs GL_ARB_shader_draw_parameters";
-    }
-    const auto drawArrays = reinterpret_cast<PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC>(
-        getGLProcAddress("glDrawArraysInstancedBaseInstance", false));
-    DrawBuffers::useBaseInstanceDrawing(true);
-    DrawBuffers::setup(&processor);
-    ASSERT_TRUE(link("vec4(getDrawID())"));
-    EXPECT_EQ(-1, program.getUniformLocationNameID()) << "no uniform of that name is left";
-    ASSERT_TRUE(program.bind());
-    const std::vector<float> result = capture(3, [&] { drawArrays(GL_POINTS, 0, 1, 3, 40); });
-    EXPECT_EQ((std::vector<float>{40, 41, 42}), (std::vector<float>{result[0], result[4], result[8]}));
-    program.unbind();
-    DrawBuffers::useBaseInstanceDrawing(false);
-}
-
 TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesAndTheBlockOfCommandsIsAsTheHostFillsIt)
 {
     ShaderProgram full(nullptr);
@@ -174,14 +140,11 @@ TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesAndTheBlockOfCommandsIsAsTheH
     full.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.glslc");
     full.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.frag");
     full.addShader(GL_FRAGMENT_SHADER,
-                   "#version 150\n"
-                   "#include \"DrawElementsIndirectCommand.glslh\"\n"
-                   "#include \"DrawElementsIndirectCommand.glslh\"\n" // guarded
-                   "#include \"ZelUtilities.glslh\"\n"
-                   "#include \"ZelUtilities.glslh\"\n"
-                   "out vec4 out_FragColor;\n"
-                   "void main() { out_FragColor = gammaCorrect(\n"
-                   "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
+                   "#version 150\n" + QString("#include \"DrawElementsIndirectCommand.glslh\"\n").repeated(2)
+                       + QString("#include \"ZelUtilities.glslh\"\n").repeated(2) + // guarded
+                       "out vec4 out_FragColor;\n"
+                       "void main() { out_FragColor = gammaCorrect(\n"
+                       "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
                    QString());
     ASSERT_TRUE(full.link());
     EXPECT_EQ(0u, full.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"));

@@ -65,6 +65,17 @@ QVector<Message> MessageCapture::take()
     return taken;
 }
 
+QStringList MessageCapture::takeTexts(QtMsgType least)
+{
+    QStringList texts;
+    for (const Message &message : take()) {
+        if (least == QtDebugMsg || message.level != QtDebugMsg) {
+            texts += message.toString();
+        }
+    }
+    return texts;
+}
+
 MessageCapture *MessageCapture::current()
 {
     return _current;
@@ -117,10 +128,7 @@ testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expect
     if (MessageCapture::current() == nullptr) {
         return testing::AssertionFailure() << "No message capture is in place";
     }
-    QStringList actual;
-    for (const Message &message : MessageCapture::current()->take()) {
-        actual += message.toString();
-    }
+    const QStringList actual = MessageCapture::current()->takeTexts();
     bool same = actual.size() == int(expected.size());
     QStringList wanted;
     for (const ExpectedMessage &message : expected) {

@@ -39,6 +39,9 @@ public:
     /// What was caught since the last call, in order; nothing remains.
     QVector<Message> take();
 
+    /// The same in the form that tests compare; with another level than the lowest, only those above it.
+    QStringList takeTexts(QtMsgType least = QtDebugMsg);
+
     /// The innermost capture; null outside of any.
     static MessageCapture *current();
 
