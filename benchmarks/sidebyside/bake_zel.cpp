@@ -1,0 +1,191 @@
+// The bakes of image-based lighting: a cube of S filtered with GGX, all levels, and the BRDF table of B.
+//
+//   bake_zel [-size S] [-src T] [-samples N] [-brdf B] [-runs R] [-image FILE] [-compare FILE]
+//
+// The source is the peer's pattern on a cube of T, or with -image a Radiance picture in latitude and longitude, whose way
+// from the file to a cube with a mip chain is timed with its bake. -compare tells how far the results are from those that
+// the peer program read back (see KeepReadback.cpp), in steps of half floats.
+//
+// Held constant: the source and its filters, seamless cubes, half floats. A run has what a host pays, which is the build of
+// the program too; Mesa's shader cache makes that short from the second on.
+
+#include "../environments/TextureImages.h"
+#include "OffscreenStage.h"
+#include "SideBySide.h"
+
+#include <ZelGL/GLUtilities.h>
+#include <ZelGL/OpenGLDeviceContext.h>
+#include <ZelGL/PrefilteredEnvMap.h>
+#include <ZelGL/Texture.h>
+
+#include <QtCore/qfloat16.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <memory>
+
+using namespace Orvane::Zel;
+using namespace TextureImages;
+
+namespace {
+
+using Floats = std::vector<float>;
+
+constexpr unsigned kPeersLevels = 9; ///< what the peer's table takes for the levels of its environment
+
+void setTrilinear(GLenum target)
+{
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+}
+
+/// The source of the peer program, texel for texel.
+TexturePointer patternCube(int size)
+{
+    auto cube = std::make_unique<Texture>(GL_TEXTURE_CUBE_MAP, GL_RGBA16F, size, size, 0, nullptr);
+    cube->bind();
+    Floats texels(size_t(size) * size_t(size) * 4);
+    for (int face = 0; face < 6; ++face) {
+        float *texel = texels.data();
+        for (int y = 0; y < size; ++y) {
+            for (int x = 0; x < size; ++x, texel += 4) {
+                texel[0] = 0.5f + 0.5f * std::sin(0.1f * float(x) + float(face));
+                texel[1] = 0.5f + 0.5f * std::cos(0.07f * float(y));
+                texel[2] = (x / 16 + y / 16) % 2 != 0 ? 1.0f : 0.1f;
+                texel[3] = 1.0f;
+            }
+        }
+        glTexImage2D(faceTarget(face), 0, GL_RGBA16F, size, size, 0, GL_RGBA, GL_FLOAT, texels.data());
+    }
+    glGenerateMipmap(GL_TEXTURE_CUBE_MAP);
+    setTrilinear(GL_TEXTURE_CUBE_MAP);
+    cube->unbind();
+    return cube;
+}
+
+/// CPU milliseconds of all threads, and the last result. The first bake, which warms the shader cache, is left out.
+struct Bake
+{
+    Bake(int runs, const std::function<TexturePointer()> &work)
+    {
+        for (int run = -1; run < runs; ++run) {
+            result.reset();
+            const double start = SideBySide::processCpuSeconds();
+            result = work();
+            glFinish();
+            const double end = SideBySide::processCpuSeconds();
+            if (run >= 0 && result != nullptr) {
+                milliseconds.push_back(1e3 * (end - start));
+            }
+        }
+    }
+
+    TexturePointer result;
+    std::vector<double> milliseconds;
+};
+
+/// In the order of the peer: level after level, face after face.
+Floats cubeValues(Texture &cube, int levels)
+{
+    Floats values;
+    for (int level = 0; level < levels; ++level) {
+        for (int face = 0; face < 6; ++face) {
+            const Floats ofFace = readBack(cube, faceTarget(face), level).values;
+            values.insert(values.end(), ofFace.begin(), ofFace.end());
+        }
+    }
+    return values;
+}
+
+/// The number of half floats from 0 to a value that is one.
+int halfFloatStep(float value)
+{
+    const qfloat16 half(value);
+    qint16 bits = 0;
+    std::memcpy(&bits, &half, sizeof(bits));
+    return bits >= 0 ? bits : -(bits & 0x7FFF);
+}
+
+/// Takes as many floats from the file as there are values, and says how they differ.
+void compare(std::istream &peer, const char *what, const Floats &values)
+{
+    Floats theirs(values.size());
+    if (!peer.read(reinterpret_cast<char *>(theirs.data()), std::streamsize(theirs.size() * sizeof(float)))) {
+        std::printf("%s: the peer's values end early\n", what);
+        return;
+    }
+    std::vector<size_t> countBySteps(3);
+    int worst = 0;
+    for (size_t i = 0; i < values.size(); ++i) {
+        const int steps = std::abs(halfFloatStep(values[i]) - halfFloatStep(theirs[i]));
+        worst = std::max(worst, steps);
+        ++countBySteps[size_t(std::min(steps, 2))];
+    }
+    std::printf(
+        "%s: of %zu values %zu are the peer's, %zu one half-float step off, %zu more; at most %d steps\n",
+        what, values.size(), countBySteps[0], countBySteps[1], countBySteps[2], worst);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const SideBySide::Arguments arguments(argc, argv);
+    const int size = std::max(1, arguments.integer("-size", 64));
+    const int brdf = std::max(1, arguments.integer("-brdf", 128));
+    const int runs = std::max(1, arguments.integer("-runs", 3));
+    const auto samples = unsigned(std::max(1, arguments.integer("-samples", 1024)));
+    const QString image = QString::fromStdString(arguments.text("-image", ""));
+    const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(64, 64);
+    if (stage == nullptr) {
+        return 1;
+    }
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+
+    TexturePointer source;
+    if (image.isEmpty()) {
+        source = patternCube(arguments.integer("-src", 256));
+    }
+    Bake cube(runs, [&]() -> TexturePointer {
+        if (!image.isEmpty()) {
+            TexturePointer picture = load(image);
+            source = picture != nullptr ? cubeOfLatLong(std::move(picture)) : nullptr;
+        }
+        if (source == nullptr) {
+            return nullptr;
+        }
+        return TexturePointer(
+            CreatePrefilteredCubeEnvMap(source.get(), size, samples, SHADING_PHYSICALLY_BASED, RGBA16F));
+    });
+    source.reset();
+    Bake table(runs, [&] {
+        return TexturePointer(
+            CreatePreintegratedBRDFTable(brdf, brdf, kPeersLevels, SHADING_PHYSICALLY_BASED, RGBA16F));
+    });
+    if (cube.result == nullptr || table.result == nullptr) {
+        std::fprintf(stderr, "the bake failed\n");
+        return 1;
+    }
+    SideBySide::printResult("bake_cube", image.isEmpty() ? "prefilter" : "picture", size, "ms_cpu",
+                            cube.milliseconds);
+    SideBySide::printResult("bake_brdf", "table", brdf, "ms_cpu", table.milliseconds);
+
+    std::ifstream peer(arguments.text("-compare", ""), std::ios::binary);
+    if (peer) {
+        const Floats cubeFloats = cubeValues(*cube.result, MaxLODLevel(size, size));
+        const Floats tableFloats = readBack(*table.result, GL_TEXTURE_2D, 0).values;
+        compare(peer, "cube, beside samples per pixel", cubeFloats);
+        compare(peer, "cube, beside samples in a table", cubeFloats);
+        compare(peer, "BRDF table, beside samples per pixel", tableFloats);
+        compare(peer, "BRDF table, beside samples in a table", tableFloats);
+    }
+    cube.result.reset();
+    table.result.reset();
+    OpenGLDeviceContext::resetContext();
+    return 0;
+}
