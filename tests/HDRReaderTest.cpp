@@ -245,16 +245,10 @@ TEST_F(HDRReaderTest, TheTextureIsOneLevelOfHalfFloatsWithLinearFilters)
     ASSERT_NE(nullptr, texture);
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
     driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    ASSERT_TRUE(texture->bind());
-    EXPECT_EQ(GL_RGB16F, texture->internalFormat(0));
-    EXPECT_EQ(0, texture->width(1));
-    texture->unbind();
-    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MIN_FILTER));
-    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MAG_FILTER));
-    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_S));
-    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_T));
-    EXPECT_EQ(0, textureParameter(*texture, GL_TEXTURE_BASE_LEVEL));
-    EXPECT_EQ(100, textureParameter(*texture, GL_TEXTURE_MAX_LEVEL));
+    EXPECT_EQ(GL_RGB16F, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_EQ(0, levelParameter(*texture, 1, GL_TEXTURE_WIDTH));
+    EXPECT_EQ((std::vector<GLint>{GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 100}),
+              samplingOf(*texture));
 }
 
 TEST_F(HDRReaderTest, ColoursAreDecodedAndRemappedWhenAskedFor)

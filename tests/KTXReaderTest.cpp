@@ -200,11 +200,9 @@ TEST_F(KTXReaderTest, LevelsAreUploadedFromTheLargestAndTheStateIsRestored)
     for (int level = 0, side = 4; level < 3; ++level, side /= 2) {
         EXPECT_TRUE(holds(*texture, level, 0, side, side, file.levels[level].data));
     }
-    EXPECT_EQ(0, textureParameter(*texture, GL_TEXTURE_BASE_LEVEL));
-    EXPECT_EQ(2, textureParameter(*texture, GL_TEXTURE_MAX_LEVEL));
-    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*texture, GL_TEXTURE_MIN_FILTER));
-    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MAG_FILTER));
-    EXPECT_EQ(GL_REPEAT, textureParameter(*texture, GL_TEXTURE_WRAP_S)) << "no wrap mode is set";
+    EXPECT_EQ((std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_REPEAT, GL_REPEAT, 0, 2}),
+              samplingOf(*texture))
+        << "no wrap mode is set";
     EXPECT_EQ(4, texture->dimensionLevelSize(4, 0)) << "the size is on record";
     EXPECT_EQ(0, texture->dimensionLevelSize(4, 3));
     driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
@@ -224,9 +222,7 @@ TEST_F(KTXReaderTest, ALevelCountOfOneHasTheMipmapFilterAndOfNoneTheLinearOne)
         "warning Generating Mipmaps. For increased loading performance, include these in the .ktx file.");
     EXPECT_EQ(GL_LINEAR, textureParameter(*generated, GL_TEXTURE_MIN_FILTER));
     EXPECT_EQ(GL_LINEAR, textureParameter(*generated, GL_TEXTURE_MAG_FILTER));
-    generated->bind();
-    EXPECT_EQ(1, generated->width(2));
-    generated->unbind();
+    EXPECT_EQ(1, levelParameter(*generated, 2, GL_TEXTURE_WIDTH));
 }
 
 TEST_F(KTXReaderTest, RowsArePaddedToFourBytesAndTheLastOneNeedsNoPadding)
@@ -346,11 +342,7 @@ TEST_F(KTXReaderTest, WithoutTheOrientationOfTheFileImagesAreRemappedFlippedAndU
     const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
     EXPECT_TRUE(pixels.isNear(0, 0, {0.25f, 0.25f, 0.25f, 1.0f}, 0.01f));
     EXPECT_TRUE(pixels.isNear(3, 7, {0.75f, 0.25f, 0.25f, 1.0f}, 0.01f));
-    GLint isCompressed = GL_TRUE;
-    texture->bind();
-    driver()->glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_COMPRESSED, &isCompressed);
-    texture->unbind();
-    EXPECT_EQ(GL_FALSE, isCompressed);
+    EXPECT_EQ(GL_FALSE, levelParameter(*texture, 0, GL_TEXTURE_COMPRESSED));
 }
 
 TEST_F(KTXReaderTest, ArraysAreRefused)

@@ -237,19 +237,14 @@ TEST_F(TextureIOTest, ImagesHaveFourLevelsBelowTheBaseAndLinearFilters)
     const TexturePointer texture(QImageToTexture(QImage(64, 64, QImage::Format_ARGB32), false, info));
     ASSERT_NE(nullptr, texture);
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*texture, GL_TEXTURE_MIN_FILTER));
-    EXPECT_EQ(GL_LINEAR, textureParameter(*texture, GL_TEXTURE_MAG_FILTER));
-    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_S));
-    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*texture, GL_TEXTURE_WRAP_T));
-    EXPECT_EQ(0, textureParameter(*texture, GL_TEXTURE_BASE_LEVEL));
-    EXPECT_EQ(4, textureParameter(*texture, GL_TEXTURE_MAX_LEVEL));
+    EXPECT_EQ(
+        (std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 4}),
+        samplingOf(*texture));
     EXPECT_EQ(hasGLExtension("GL_EXT_texture_filter_anisotropic") ? 2 : 1,
               textureParameter(*texture, GL_TEXTURE_MAX_ANISOTROPY));
-    texture->bind();
-    EXPECT_EQ(GL_SRGB8_ALPHA8, texture->internalFormat(0));
-    EXPECT_EQ(4, texture->width(4));
-    EXPECT_EQ(0, texture->width(5));
-    texture->unbind();
+    EXPECT_EQ(GL_SRGB8_ALPHA8, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_EQ(4, levelParameter(*texture, 4, GL_TEXTURE_WIDTH));
+    EXPECT_EQ(0, levelParameter(*texture, 5, GL_TEXTURE_WIDTH));
     EXPECT_EQ(64, texture->dimensionLevelSize(64, 0));
 }
 
@@ -260,9 +255,7 @@ TEST_F(TextureIOTest, ImagesOfHalfFloatPairsAreUploadedAsTheyAre)
     memcpy(image.bits(), halves, sizeof(halves));
     const TexturePointer texture(QImageToTexture(image, true, TextureFileInfo()));
     EXPECT_MESSAGES("debug Loading image as GL_RG16F...");
-    texture->bind();
-    EXPECT_EQ(GL_RG16F, texture->internalFormat(0));
-    texture->unbind();
+    EXPECT_EQ(GL_RG16F, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
     EXPECT_TRUE(
         Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).isNear(0, 0, {0.5f, 1.0f, 0.0f, 1.0f}, 1e-4f));
 }
@@ -299,14 +292,10 @@ TEST_F(TextureIOTest, TheTwoColourTexturesDifferInFilterWrapAndLevels)
                     .isNear(0, 0, QVector4D(10, 20, 30, 40) / 255.0f, 1e-4f));
     EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, solid->textureID())
                     .isNear(0, 0, QVector4D(127, 255, 0, 255) / 255.0f, 1e-4f));
-    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*made, GL_TEXTURE_MIN_FILTER));
-    EXPECT_EQ(GL_NEAREST, textureParameter(*solid, GL_TEXTURE_MIN_FILTER));
-    EXPECT_EQ(GL_NEAREST, textureParameter(*solid, GL_TEXTURE_MAG_FILTER));
-    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*made, GL_TEXTURE_WRAP_S));
-    EXPECT_EQ(GL_REPEAT, textureParameter(*solid, GL_TEXTURE_WRAP_S));
-    EXPECT_EQ(GL_REPEAT, textureParameter(*solid, GL_TEXTURE_WRAP_T));
-    EXPECT_EQ(4, textureParameter(*made, GL_TEXTURE_MAX_LEVEL));
-    EXPECT_EQ(0, textureParameter(*solid, GL_TEXTURE_MAX_LEVEL));
+    EXPECT_EQ(
+        (std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 4}),
+        samplingOf(*made));
+    EXPECT_EQ((std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_REPEAT, GL_REPEAT, 0, 0}), samplingOf(*solid));
 }
 
 TEST_F(TextureIOTest, SolidColoursAreCutOffToWholeStepsInSinglePrecision)

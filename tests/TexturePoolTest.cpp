@@ -1,5 +1,6 @@
 #include "support/GLFixture.h"
 #include "support/Tap.h"
+#include "support/TextureParameter.h"
 
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/Texture.h>
@@ -54,11 +55,10 @@ TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
 {
     for (unsigned int format = 0; format <= DEPTH32F_STENCIL8; ++format) {
         Texture *texture = _pool.take(TextureFormat(format), 4, 2, 1, 1);
-        ASSERT_TRUE(texture->bind());
-        EXPECT_EQ(InternalFormat(TextureFormat(format)), unsigned(texture->internalFormat(0)));
-        EXPECT_EQ(4, texture->width(0));
-        EXPECT_EQ(2, texture->height(0));
-        texture->unbind();
+        EXPECT_EQ(InternalFormat(TextureFormat(format)),
+                  unsigned(levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT)));
+        EXPECT_EQ(4, levelParameter(*texture, 0, GL_TEXTURE_WIDTH));
+        EXPECT_EQ(2, levelParameter(*texture, 0, GL_TEXTURE_HEIGHT));
         _pool.releaseRef(texture, 1);
     }
 
@@ -77,10 +77,8 @@ TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
         EXPECT_EQ(shape.target, texture->target());
         EXPECT_EQ(multisample ? 0u : 2u, parameters.count());
         EXPECT_FALSE(texture->isBound());
-        ASSERT_TRUE(texture->bind());
-        EXPECT_EQ(shape.depth, texture->depth(0));
-        EXPECT_EQ(multisample ? shape.samples : 0, texture->getTexLevelParameteriv(0, GL_TEXTURE_SAMPLES));
-        texture->unbind();
+        EXPECT_EQ(shape.depth, levelParameter(*texture, 0, GL_TEXTURE_DEPTH));
+        EXPECT_EQ(multisample ? shape.samples : 0, levelParameter(*texture, 0, GL_TEXTURE_SAMPLES));
         _pool.releaseRef(texture, 1);
     }
     _pool.deleteUnused();

@@ -46,17 +46,11 @@ protected:
 
     static Texture *newTexture(const Pixels &pixels)
     {
-        std::vector<QVector4D> data;
-        for (int y = 0; y < pixels.height(); ++y) {
-            for (int x = 0; x < pixels.width(); ++x) {
-                data.push_back(pixels.at(x, y));
-            }
-        }
         auto *texture = new Texture(nullptr);
         texture->create2D(GL_TEXTURE_2D, GL_RGBA32F, pixels.width(), pixels.height());
         texture->bind();
         driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, pixels.width(), pixels.height(), GL_RGBA, GL_FLOAT,
-                                  data.data());
+                                  pixels.data());
         texture->unbind();
         return texture;
     }
@@ -129,36 +123,29 @@ TEST_F(TextureProcessingTest, RemapColorRangeOfTheIdentityDoesNothing)
 TEST_F(TextureProcessingTest, AWritableCopyHasTheSamplerStateAndTheFormat)
 {
     const std::unique_ptr<Texture> texture(newTexture(source()));
-    const std::map<GLenum, GLint> state = {{GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_NEAREST},
-                                           {GL_TEXTURE_MAG_FILTER, GL_LINEAR},
-                                           {GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE},
-                                           {GL_TEXTURE_WRAP_T, GL_MIRRORED_REPEAT},
-                                           {GL_TEXTURE_BASE_LEVEL, 0},
-                                           {GL_TEXTURE_MAX_LEVEL, 2}};
     texture->bind();
-    for (const auto &entry : state) {
-        driver()->glTexParameteri(GL_TEXTURE_2D, entry.first, entry.second);
+    for (const auto &[name, value] :
+         {std::pair(GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_NEAREST),
+          std::pair(GL_TEXTURE_MAG_FILTER, GL_LINEAR), std::pair(GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE),
+          std::pair(GL_TEXTURE_WRAP_T, GL_MIRRORED_REPEAT), std::pair(GL_TEXTURE_MAX_LEVEL, 2)}) {
+        driver()->glTexParameteri(GL_TEXTURE_2D, GLenum(name), value);
     }
     driver()->glGenerateMipmap(GL_TEXTURE_2D);
     texture->unbind();
 
     const std::unique_ptr<Texture> copy(WritableCopyOfTexture(texture.get(), 0, 0));
     const std::unique_ptr<Texture> level(WritableCopyOfTexture(texture.get(), GL_R8, 1));
-    for (const auto &entry : state) {
-        EXPECT_EQ(entry.second, textureParameter(*copy, entry.first)) << entry.first;
-    }
-    ASSERT_TRUE(copy->bind());
-    EXPECT_EQ(GL_RGBA32F, copy->internalFormat(0));
-    EXPECT_EQ(kWidth, copy->width(0));
-    EXPECT_EQ(kHeight, copy->height(0));
+    EXPECT_EQ(
+        (std::vector<GLint>{GL_LINEAR_MIPMAP_NEAREST, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_MIRRORED_REPEAT, 0, 2}),
+        samplingOf(*copy));
+    EXPECT_EQ(GL_RGBA32F, levelParameter(*copy, 0, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_EQ(kWidth, levelParameter(*copy, 0, GL_TEXTURE_WIDTH));
+    EXPECT_EQ(kHeight, levelParameter(*copy, 0, GL_TEXTURE_HEIGHT));
     EXPECT_EQ(1, copy->dimensionLevelSize(kWidth, 3)) << "level 0 is on record";
-    copy->unbind();
-    ASSERT_TRUE(level->bind());
-    EXPECT_EQ(GL_R8, level->internalFormat(1));
-    EXPECT_EQ(kWidth / 2, level->width(1));
-    EXPECT_EQ(0, level->width(0));
+    EXPECT_EQ(GL_R8, levelParameter(*level, 1, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_EQ(kWidth / 2, levelParameter(*level, 1, GL_TEXTURE_WIDTH));
+    EXPECT_EQ(0, levelParameter(*level, 0, GL_TEXTURE_WIDTH));
     EXPECT_EQ(0, level->dimensionLevelSize(kWidth, 1)) << "other levels are not";
-    level->unbind();
 }
 
 TEST_F(TextureProcessingTest, ACompressedTextureIsFlippedIntoAPlainOne)
@@ -173,10 +160,8 @@ TEST_F(TextureProcessingTest, ACompressedTextureIsFlippedIntoAPlainOne)
                                      blocks);
     texture->unbind();
     ASSERT_TRUE(FlipY(texture));
-    texture->bind();
-    EXPECT_EQ(GL_RGBA, texture->internalFormat(0));
-    EXPECT_EQ(0, texture->getTexLevelParameteriv(0, GL_TEXTURE_COMPRESSED));
-    texture->unbind();
+    EXPECT_EQ(GL_RGBA, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_EQ(0, levelParameter(*texture, 0, GL_TEXTURE_COMPRESSED));
     const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
     EXPECT_TRUE(pixels.isNear(1, 1, {0.0f, 0.0f, 0.0f, 1.0f}, 0.0f));
     EXPECT_TRUE(pixels.isNear(1, 6, {1.0f, 0.0f, 0.0f, 1.0f}, 0.0f));
@@ -219,15 +204,12 @@ TEST_F(TextureProcessingTest, AProgramThatCannotBeMadeLeavesTheTextureInPlace)
     _capture.take();
     compile.replace(nullptr);
 
-    const auto lastMessage = [this] {
-        const QVector<Message> messages = _capture.take();
-        return messages.isEmpty() ? QString() : messages.last().toString();
-    };
+    const auto lastMessage = [this] { return _capture.takeTexts().last().section('\n', 0, 0); };
     EXPECT_EQ(nullptr, MakeTextureShaderFromString("#version 150\nthis is not GLSL\n"));
-    EXPECT_EQ(warning + "compile:", lastMessage().section('\n', 0, 0));
+    EXPECT_EQ(warning + "compile:", lastMessage());
     EXPECT_EQ(nullptr,
               MakeTextureShaderFromString("#version 150\nvoid missing();\nvoid main() { missing(); }\n"));
-    EXPECT_EQ(warning + "link:", lastMessage().section('\n', 0, 0));
+    EXPECT_EQ(warning + "link:", lastMessage());
 
     EXPECT_FALSE(TestContext::takeDriverReports().isEmpty());
 
@@ -256,22 +238,21 @@ TEST_F(TextureProcessingTest, ABlitTakesOverColourDepthOrBothOfDepthAndStencil)
     const quint32 ones[4] = {0x11223344, 0x55667788, 0x99AABBCC, 0xDDEEFF00};
     const float depths[4] = {0.125f, 0.25f, 0.5f, 1.0f};
     const quint32 zeros[4] = {};
-    struct Case
-    {
-        TextureFormat format;
-        const void *data;
-    };
-    for (const Case &c : {Case{RGBA, ones}, Case{DEPTH32F, depths}, Case{DEPTH24_STENCIL8, ones}}) {
-        const unsigned int internalFormat = SizedInternalFormat(c.format);
-        const auto from = filled(internalFormat, ExternalFormat(c.format), ExternalType(c.format), c.data);
-        const auto to = filled(internalFormat, ExternalFormat(c.format), ExternalType(c.format), zeros);
+    for (const auto &[kind, data] : {std::pair<TextureFormat, const void *>(RGBA, ones),
+                                     std::pair<TextureFormat, const void *>(DEPTH32F, depths),
+                                     std::pair<TextureFormat, const void *>(DEPTH24_STENCIL8, ones)}) {
+        const unsigned int internalFormat = SizedInternalFormat(kind);
+        const GLenum format = ExternalFormat(kind);
+        const GLenum type = ExternalType(kind);
+        const auto from = filled(internalFormat, format, type, data);
+        const auto to = filled(internalFormat, format, type, zeros);
         const StateGuard before;
-        BlitTexture(from.get(), to.get(), c.format, 2, 1);
+        BlitTexture(from.get(), to.get(), kind, 2, 1);
         EXPECT_EQ(QStringList(), before.changes());
-        const auto expected = contents(*from, ExternalFormat(c.format), ExternalType(c.format));
-        const auto actual = contents(*to, ExternalFormat(c.format), ExternalType(c.format));
+        const auto expected = contents(*from, format, type);
+        const auto actual = contents(*to, format, type);
         EXPECT_NE(0u, expected[0]);
-        EXPECT_EQ((std::vector<quint32>{expected[0], expected[1], 0, 0}), actual) << c.format;
+        EXPECT_EQ((std::vector<quint32>{expected[0], expected[1], 0, 0}), actual) << kind;
     }
     EXPECT_EQ(0, FramebufferObject::NumAlive());
 }

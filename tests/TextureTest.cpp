@@ -293,20 +293,15 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndTheBookOfIt)
     ASSERT_EQ(&flat, flat.create2D(GL_TEXTURE_2D, GL_RGBA16F, 8, 4));
     EXPECT_FALSE(flat.isBound());
     EXPECT_EQ(1, flat.dimensionLevelSize(8, 3));
-    ASSERT_TRUE(flat.bind());
-    EXPECT_EQ(8, flat.width(0));
-    EXPECT_EQ(4, flat.height(0));
-    EXPECT_EQ(GL_RGBA16F, flat.internalFormat(0));
-    ASSERT_TRUE(flat.unbind());
-    EXPECT_EQ(GL_NEAREST, textureParameter(flat, GL_TEXTURE_MAG_FILTER));
-    EXPECT_EQ(GL_NEAREST, textureParameter(flat, GL_TEXTURE_MIN_FILTER));
+    EXPECT_EQ(8, levelParameter(flat, 0, GL_TEXTURE_WIDTH));
+    EXPECT_EQ(4, levelParameter(flat, 0, GL_TEXTURE_HEIGHT));
+    EXPECT_EQ(GL_RGBA16F, levelParameter(flat, 0, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_EQ((std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_REPEAT, GL_REPEAT, 0, 1000}), samplingOf(flat));
 
     for (const unsigned int target : {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_3D}) {
         Texture deep(nullptr);
         ASSERT_EQ(&deep, deep.create3D(target, GL_R8, 5, 6, 7));
-        ASSERT_TRUE(deep.bind());
-        EXPECT_EQ(7, deep.depth(0));
-        ASSERT_TRUE(deep.unbind());
+        EXPECT_EQ(7, levelParameter(deep, 0, GL_TEXTURE_DEPTH));
     }
 
     const auto cube = newTexture(GL_TEXTURE_CUBE_MAP);

@@ -102,6 +102,8 @@ public:
 
     size_t count() const { return (of<Slots>().count() + ...); }
 
+    void clear() { (of<Slots>().clear(), ...); }
+
 private:
     std::tuple<Tap<Slots>...> _taps;
 };

@@ -7,6 +7,17 @@
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
+#include <vector>
+
+/// What glGetTexLevelParameteriv() says of a level.
+inline GLint levelParameter(Orvane::Zel::Texture &texture, int level, GLenum name)
+{
+    texture.bind();
+    const GLint value = texture.getTexLevelParameteriv(level, name);
+    texture.unbind();
+    return value;
+}
+
 /// A parameter of a texture, by glGetTexParameteriv().
 inline GLint textureParameter(Orvane::Zel::Texture &texture, GLenum name)
 {
@@ -15,4 +26,15 @@ inline GLint textureParameter(Orvane::Zel::Texture &texture, GLenum name)
     driver()->glGetTexParameteriv(texture.target(), name, &value);
     texture.unbind();
     return value;
+}
+
+/// The filters for less and for more, the wrap modes, the first and the last level.
+inline std::vector<GLint> samplingOf(Orvane::Zel::Texture &texture)
+{
+    std::vector<GLint> values;
+    for (const GLenum name : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER, GL_TEXTURE_WRAP_S,
+                              GL_TEXTURE_WRAP_T, GL_TEXTURE_BASE_LEVEL, GL_TEXTURE_MAX_LEVEL}) {
+        values.push_back(textureParameter(texture, name));
+    }
+    return values;
 }
