@@ -166,9 +166,14 @@ TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)
 TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
 {
     const Expected<Options> options =
-        parseOptions({"zelview", "a.glb", "--offscreen", "a.png", "--size", "640x480", "--samples", "2",
-                      "--view", "-30,10.5", "--draw-id", "base-instance", "--block-limit", "1024",
-                      "--manager", "array-bindless", "--verbose"});
+        parseOptions({"zelview",       "a.glb",          "--offscreen", "a.png",
+                      "--size",        "640x480",        "--samples",   "2",
+                      "--view",        "-30,10.5",       "--draw-id",   "base-instance",
+                      "--block-limit", "1024",           "--manager",   "array-bindless",
+                      "--verbose",     "--env",          "sky.hdr",     "--env-layout",
+                      "cross",         "--env-rotation", "-90",         "--env-blur",
+                      "0.25",          "--exposure",     "1.5",         "--aa",
+                      "smaa"});
     ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
     EXPECT_EQ(options->file, QStringLiteral("a.glb"));
     EXPECT_EQ(options->picture, QStringLiteral("a.png"));
@@ -179,9 +184,17 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
     EXPECT_EQ(options->drawIDPath, DrawIDPath::eBaseInstance);
     EXPECT_EQ(options->blockLimit, 1024);
     EXPECT_TRUE(options->manager == ManagerKind::eArrayBindless);
+    EXPECT_EQ(options->environment, QStringLiteral("sky.hdr"));
+    EXPECT_TRUE(options->environmentLayout == EnvironmentLayout::eCross);
+    EXPECT_EQ(options->environmentRotation, -90.0f);
+    EXPECT_EQ(options->environmentBlur, 0.25f);
+    EXPECT_EQ(options->exposure, 1.5f);
+    EXPECT_TRUE(options->edgeFilter == EdgeFilter::eSmaa);
     EXPECT_FALSE(options->isUdim);
     EXPECT_TRUE(options->verbose);
     EXPECT_TRUE(options->answer.isEmpty());
+    const Expected<Options> filtered = parseOptions({"zelview", "a.glb", "--aa", "fxaa"});
+    EXPECT_EQ(filtered->samples, 1); // a filter takes the place of samples
     const Expected<Options> tiles = parseOptions({"zelview", "--udim", "t.<UDIM>.png"});
     ASSERT_TRUE(bool(tiles)) << qPrintable(tiles.problem().text);
     EXPECT_TRUE(tiles->isUdim);

@@ -107,9 +107,14 @@ void say(const QString &line)
     print(stdout, line);
 }
 
-void complain(const QString &line)
+void progress(const QString &line)
 {
     print(stderr, QStringLiteral("zelview: ") + line);
+}
+
+void complain(const QString &line)
+{
+    progress(line);
 }
 
 int end(const Problem &problem)

@@ -35,7 +35,10 @@ public:
 /// A line on stdout.
 void say(const QString &line);
 
-/// "zelview: " and a line on stderr.
+/// "zelview: " and a line on stderr: how far long work has come.
+void progress(const QString &line);
+
+/// The same for what went wrong.
 void complain(const QString &line);
 
 /// complain() of a problem, and its exit code as a number.

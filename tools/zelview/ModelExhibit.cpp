@@ -3,6 +3,7 @@
 #include "AmbientOcclusion.h"
 #include "Backdrop.h"
 #include "Console.h"
+#include "Environment.h"
 #include "ModelLoader.h"
 #include "ModelRenderer.h"
 #include "Options.h"
@@ -14,6 +15,8 @@ namespace zelview {
 
 namespace {
 
+constexpr float kExposureStep = 0.5f;    ///< powers of two
+constexpr float kTurnStep = 15.0f;       ///< degrees
 constexpr float kOcclusionReach = 0.08f; ///< radii of the scene
 
 float aspectOf(const QSize &viewport)
@@ -83,9 +86,8 @@ QStringList ModelExhibit::describe() const
 
 Failure ModelExhibit::putUp(Programs &programs, const Options &)
 {
-    Expected<std::unique_ptr<Backdrop>> backdrop = Backdrop::create(programs);
-    if (!backdrop) {
-        return backdrop.problem();
+    if (const Failure failure = makeSurroundings(programs)) {
+        return failure;
     }
     Expected<std::unique_ptr<AmbientOcclusion>> occlusion = AmbientOcclusion::create(programs);
     if (!occlusion) {
@@ -98,13 +100,33 @@ Failure ModelExhibit::putUp(Programs &programs, const Options &)
         Console::complain(remark);
     }
     _occlusion = std::move(*occlusion);
-    _backdrop = std::move(*backdrop);
+    return {};
+}
+
+Failure ModelExhibit::makeSurroundings(Programs &programs)
+{
+    if (_options.environment.isEmpty()) {
+        Expected<std::unique_ptr<Backdrop>> backdrop = Backdrop::create(programs);
+        if (!backdrop) {
+            return backdrop.problem();
+        }
+        _backdrop = std::move(*backdrop);
+        return {};
+    }
+    Expected<std::unique_ptr<Environment>> environment = Environment::create(
+        programs, _options.environment, _options.environmentLayout, Environment::eKeepSun);
+    if (!environment) {
+        return environment.problem();
+    }
+    _environment = std::move(*environment);
+    _environment->setRotation(_options.environmentRotation);
     return {};
 }
 
 Failure ModelExhibit::makeRenderer(ManagerKind manager)
 {
-    Expected<std::unique_ptr<ModelRenderer>> renderer = ModelRenderer::create(_scene, _options, manager);
+    Expected<std::unique_ptr<ModelRenderer>> renderer =
+        ModelRenderer::create(_scene, _options, manager, _environment != nullptr);
     if (!renderer) {
         return renderer.problem();
     }
@@ -128,6 +150,7 @@ void ModelExhibit::takeDown()
 {
     _renderer.reset();
     _backdrop.reset();
+    _environment.reset();
     _occlusion.reset();
 }
 
@@ -161,8 +184,13 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
 
 void ModelExhibit::draw(const QSize &viewport)
 {
-    _backdrop->draw(viewport);
-    _renderer->draw(_camera, _occlusion->texture());
+    if (_environment != nullptr) {
+        _environment->drawBackground(_camera.view(), _camera.projection(aspectOf(viewport)),
+                                     _options.environmentBlur, _options.exposure);
+    } else {
+        _backdrop->draw(viewport);
+    }
+    _renderer->draw(_camera, _occlusion->texture(), _environment.get(), _options.exposure);
     if (_showsSlots) {
         _renderer->drawSlots();
     }
@@ -170,7 +198,11 @@ void ModelExhibit::draw(const QSize &viewport)
 
 QStringList ModelExhibit::describeFrame() const
 {
-    return {_renderer->describeFrame()};
+    QStringList lines{_renderer->describeFrame()};
+    if (_environment != nullptr) {
+        lines.prepend(QStringLiteral("light     ") + _environment->describe());
+    }
+    return lines;
 }
 
 bool ModelExhibit::isDithered() const
@@ -201,9 +233,26 @@ bool ModelExhibit::key(int key)
     case Qt::Key_D:
         _showsSlots = !_showsSlots;
         return true;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        _options.exposure += key == Qt::Key_Up ? kExposureStep : -kExposureStep;
+        return true;
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+        return turnEnvironment(key == Qt::Key_Left ? -kTurnStep : kTurnStep);
     default:
         return false;
     }
+}
+
+bool ModelExhibit::turnEnvironment(float angle)
+{
+    if (_environment == nullptr) {
+        return false;
+    }
+    _options.environmentRotation += angle;
+    _environment->setRotation(_options.environmentRotation);
+    return true;
 }
 
 } // namespace zelview

@@ -11,10 +11,11 @@ namespace zelview {
 
 class AmbientOcclusion;
 class Backdrop;
+class Environment;
 class ModelRenderer;
 
-/// A model, or a plane of tiles, on a plain backdrop in the light of a studio, seen by a camera that turns around it.
-/// M takes the next texture manager of those that the driver has, D shows the manager's view of itself.
+/// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
+/// turns around it. Up and Down change the exposure, Left and Right turn the environment. M takes the next texture manager of those that the driver has, D shows the manager's view of itself.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -37,8 +38,10 @@ public:
 private:
     ModelExhibit(Scene scene, const Options &options);
 
+    Failure makeSurroundings(Programs &programs);
     Failure makeRenderer(ManagerKind manager);
     ManagerKind nextManager() const;
+    bool turnEnvironment(float angle);
 
     Scene _scene;
     Options _options;
@@ -46,7 +49,8 @@ private:
     bool _showsSlots = false;
     OrbitCamera _camera;
     std::unique_ptr<AmbientOcclusion> _occlusion;
-    std::unique_ptr<Backdrop> _backdrop;
+    std::unique_ptr<Backdrop> _backdrop;       ///< null with an environment
+    std::unique_ptr<Environment> _environment; ///< null in the studio
     std::unique_ptr<ModelRenderer> _renderer;
 };
 

@@ -1,6 +1,7 @@
 #include "ModelLoader.h"
 
 #include "Console.h"
+#include "InputFile.h"
 #include "MaterialLoader.h"
 #include "MemoryBudget.h"
 
@@ -42,18 +43,6 @@ quint64 memoryFor(const QString &path)
 Problem inputProblem(const QString &path, const QString &text)
 {
     return {ExitCode::eInput, QStringLiteral("'%1' %2").arg(path, text)};
-}
-
-Failure checkFile(const QString &path)
-{
-    const QFileInfo file(path);
-    if (!file.exists()) {
-        return Problem{ExitCode::eFile, QStringLiteral("there is no file '%1'").arg(path)};
-    }
-    if (!file.isFile() || !file.isReadable()) {
-        return Problem{ExitCode::eFile, QStringLiteral("'%1' is not a file that can be read").arg(path)};
-    }
-    return {};
 }
 
 QMatrix4x4 toMatrix(const aiMatrix4x4 &m)
@@ -205,7 +194,7 @@ Expected<Scene> import(const QString &path)
 
 Expected<Scene> loadModel(const QString &path)
 {
-    if (const Failure failure = checkFile(path)) {
+    if (const Failure failure = checkInputFile(path)) {
         return *failure;
     }
     try {

@@ -1,5 +1,6 @@
 #include "ModelRenderer.h"
 
+#include "Environment.h"
 #include "OrbitCamera.h"
 #include "Scene.h"
 #include "StudioLight.h"
@@ -105,7 +106,7 @@ ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, Manager
 ModelRenderer::~ModelRenderer() = default;
 
 Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scene, const Options &options,
-                                                               ManagerKind manager)
+                                                               ManagerKind manager, bool hasEnvironment)
 {
     if (!ModelTextures::isSupported(manager)) {
         return Problem{ExitCode::eGL,
@@ -113,6 +114,9 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
                            .arg(managerName(manager))};
     }
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, manager, blockLimit(options)));
+    if (hasEnvironment) {
+        renderer->_programs.processor()->addDefine("ZELVIEW_ENVIRONMENT", "1");
+    }
     if (const Failure failure = renderer->buildPrograms()) {
         return *failure;
     }
@@ -239,9 +243,15 @@ void ModelRenderer::drawGeometry(const OrbitCamera &camera, float aspect)
     drawInOrder(_geometryProgram.data(), _opaque);
 }
 
-void ModelRenderer::draw(const OrbitCamera &camera, Texture *occlusion)
+void ModelRenderer::draw(const OrbitCamera &camera, Texture *occlusion, Environment *environment,
+                         float exposure)
 {
+    const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     const AutoBinder boundProgram(_program.data());
+    if (environment != nullptr) {
+        environment->bind(_program.data());
+    }
+    _program->setUniform(QStringLiteral("u_Exposure"), QVariant(exposure));
     const AutoBinder boundFrame(_frame.data());
     const AutoBinder boundOcclusion(occlusion);
     const AutoEnabler depthTest(GL_DEPTH_TEST);
@@ -258,6 +268,9 @@ void ModelRenderer::draw(const OrbitCamera &camera, Texture *occlusion)
         glDepthMask(GL_FALSE);
         drawInOrder(_program.data(), _blended);
         glDepthMask(GL_TRUE);
+    }
+    if (environment != nullptr) {
+        environment->unbind();
     }
     _calls = DrawBuffers::getAndResetTotalDrawCalls();
     _batches = DrawBuffers::getAndResetTotalDrawBatches();

@@ -21,6 +21,7 @@ class VertexArrayObject;
 
 namespace zelview {
 
+class Environment;
 class OrbitCamera;
 struct Scene;
 
@@ -39,13 +40,14 @@ public:
     ///
     /// Errors: ExitCode::eGL when the driver does not support the manager.
     static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, const Options &options,
-                                                           ManagerKind manager);
+                                                           ManagerKind manager, bool hasEnvironment);
     ~ModelRenderer();
 
     /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
     void drawGeometry(const OrbitCamera &camera, float aspect);
     /// The second, with the same camera: into the bound framebuffer, opaque draws first.
-    void draw(const OrbitCamera &camera, Orvane::Zel::Texture *occlusion);
+    void draw(const OrbitCamera &camera, Orvane::Zel::Texture *occlusion, Environment *environment,
+              float exposure);
 
     /// Builds what drawSlots() takes, unless that is done.
     Failure prepareSlots();

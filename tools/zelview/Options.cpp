@@ -12,6 +12,14 @@ namespace {
 constexpr float kMostExposure = 20.0f;
 constexpr int kMostSlices = 16384;
 
+const QString kEnv = QStringLiteral("env");
+const QString kEnvLayout = QStringLiteral("env-layout");
+const QString kEnvRotation = QStringLiteral("env-rotation");
+const QString kEnvBlur = QStringLiteral("env-blur");
+
+/// By EdgeFilter.
+const QStringList kEdgeFilterNames{QStringLiteral("none"), QStringLiteral("fxaa"), QStringLiteral("smaa")};
+
 /// By ManagerKind.
 const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array"),
                                 QStringLiteral("array-bindless"), QStringLiteral("bindless")};
@@ -56,17 +64,19 @@ Expected<int> parseNumber(const QString &option, const QString &text, int low, i
     return number;
 }
 
-Expected<float> parseExposure(const QString &text)
+Expected<float> parseReal(const QString &option, const QString &text, float low, float high)
 {
     bool isNumber = false;
-    const float exposure = text.toFloat(&isNumber);
+    const float number = text.toFloat(&isNumber);
     // The comparison is written so that a NaN fails it.
-    if (!isNumber || !(qAbs(exposure) <= kMostExposure)) {
-        return usageProblem(QStringLiteral("--exposure takes a number from -%1 to %1, not '%2'")
-                                .arg(kMostExposure)
+    if (!isNumber || !(number >= low && number <= high)) {
+        return usageProblem(QStringLiteral("--%1 takes a number from %2 to %3, not '%4'")
+                                .arg(option)
+                                .arg(double(low))
+                                .arg(double(high))
                                 .arg(text));
     }
-    return exposure;
+    return number;
 }
 
 /// "AZIMUTH,ELEVATION" in degrees.
@@ -98,14 +108,16 @@ Expected<DrawIDPath> parseDrawIDPath(const QString &text)
     return usageProblem(QStringLiteral("--draw-id takes 'uniform' or 'base-instance', not '%1'").arg(text));
 }
 
-Expected<ManagerKind> parseManager(const QString &text)
+/// One of the names, as the number that it has among them.
+template <typename Choice>
+Expected<Choice> parseName(const QString &option, const QString &text, const QStringList &names)
 {
-    const int kind = kManagerNames.indexOf(text);
-    if (kind < 0) {
-        return usageProblem(QStringLiteral("--manager takes '%1', not '%2'")
-                                .arg(kManagerNames.join(QStringLiteral("', '")), text));
+    const int index = names.indexOf(text);
+    if (index < 0) {
+        return usageProblem(QStringLiteral("--%1 takes '%2', not '%3'")
+                                .arg(option, names.join(QStringLiteral("', '")), text));
     }
-    return ManagerKind(kind);
+    return Choice(index);
 }
 
 /// Stores what \a parsed holds in \a target, or tells what it holds instead.
@@ -126,11 +138,58 @@ QString firstSet(const QCommandLineParser &parser, const QList<QCommandLineOptio
     return given != options.end() ? given->names().first() : QString();
 }
 
+QList<QCommandLineOption> environmentOptions()
+{
+    return {
+        {kEnv,
+         QStringLiteral("Light a model with an image of surroundings, and show it behind the model: HDR, "
+                        "EXR, a KTX cube map, or what Qt reads."),
+         QStringLiteral("image")},
+        {kEnvLayout,
+         QStringLiteral("How that image is laid out: 'latlong', 'cross' or 'strip'; else its sides tell: "
+                        "2:1, 4:3 or 3:4, 6:1."),
+         QStringLiteral("layout")},
+        {kEnvRotation, QStringLiteral("Turn the surroundings about the vertical, in degrees; 0."),
+         QStringLiteral("angle")},
+        {kEnvBlur, QStringLiteral("Blur them behind the model, from 0 to 1; 0."), QStringLiteral("amount")}};
+}
+
+Failure parseEnvironment(const QCommandLineParser &parser, Options &options)
+{
+    options.environment = parser.value(kEnv);
+    if (!parser.isSet(kEnv)) {
+        const QString alone = firstSet(parser, environmentOptions());
+        return alone.isEmpty() ? Failure() : usageProblem(QStringLiteral("--%1 goes with --env").arg(alone));
+    }
+    Failure failure;
+    if (options.environment.isEmpty()) {
+        failure = usageProblem(QStringLiteral("--env takes the name of a file"));
+    }
+    if (!failure && parser.isSet(kEnvLayout)) {
+        failure =
+            take(parseName<EnvironmentLayout>(kEnvLayout, parser.value(kEnvLayout), environmentLayoutNames()),
+                 options.environmentLayout);
+    }
+    if (!failure && parser.isSet(kEnvRotation)) {
+        failure = take(parseReal(kEnvRotation, parser.value(kEnvRotation), -360.0f, 360.0f),
+                       options.environmentRotation);
+    }
+    if (!failure && parser.isSet(kEnvBlur)) {
+        failure = take(parseReal(kEnvBlur, parser.value(kEnvBlur), 0.0f, 1.0f), options.environmentBlur);
+    }
+    return failure;
+}
+
 } // namespace
 
 QString managerName(ManagerKind kind)
 {
     return kManagerNames[int(kind)];
+}
+
+QString edgeFilterName(EdgeFilter filter)
+{
+    return kEdgeFilterNames[int(filter)];
 }
 
 Expected<Options> parseOptions(const QStringList &arguments)
@@ -174,9 +233,15 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("Face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a "
                        "volume to show alone."),
         QStringLiteral("n"));
-    const QCommandLineOption exposure(QStringLiteral("exposure"),
-                                      QStringLiteral("Powers of two by which an image is brightened; 0."),
-                                      QStringLiteral("ev"));
+    const QCommandLineOption exposure(
+        QStringLiteral("exposure"),
+        QStringLiteral("Powers of two by which an image, or the light on a model, is brightened; 0."),
+        QStringLiteral("ev"));
+    const QCommandLineOption edgeFilter(
+        QStringLiteral("aa"),
+        QStringLiteral("Smooth edges in the finished picture: 'none', 'fxaa' or 'smaa'. Takes the place of "
+                       "samples, unless --samples is given too."),
+        QStringLiteral("filter"));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Print debug messages, those of the driver among them."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
@@ -192,7 +257,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
                        "KTX, HDR, ASTC, or what Qt reads."),
         QStringLiteral("FILE"));
     parser.addOptions({offscreen, size, samples, view, drawID, manager, udim, blockLimit, level, face,
-                       exposure, verbose, help, version});
+                       exposure, edgeFilter, verbose, help, version});
+    parser.addOptions(environmentOptions());
     if (!parser.parse(arguments)) {
         return usageProblem(parser.errorText());
     }
@@ -240,7 +306,9 @@ Expected<Options> parseOptions(const QStringList &arguments)
         failure = take(parseDrawIDPath(parser.value(drawID)), options.drawIDPath);
     }
     if (!failure && parser.isSet(manager)) {
-        failure = take(parseManager(parser.value(manager)), options.manager);
+        failure =
+            take(parseName<ManagerKind>(QStringLiteral("manager"), parser.value(manager), kManagerNames),
+                 options.manager);
     }
     if (!failure && parser.isSet(blockLimit)) {
         failure = take(parseNumber(QStringLiteral("block-limit"), parser.value(blockLimit), 256, 1 << 30),
@@ -253,13 +321,26 @@ Expected<Options> parseOptions(const QStringList &arguments)
         failure = take(parseNumber(QStringLiteral("face"), parser.value(face), 0, kMostSlices), options.face);
     }
     if (!failure && parser.isSet(exposure)) {
-        failure = take(parseExposure(parser.value(exposure)), options.exposure);
+        failure =
+            take(parseReal(QStringLiteral("exposure"), parser.value(exposure), -kMostExposure, kMostExposure),
+                 options.exposure);
+    }
+    if (!failure && parser.isSet(edgeFilter)) {
+        failure =
+            take(parseName<EdgeFilter>(QStringLiteral("aa"), parser.value(edgeFilter), kEdgeFilterNames),
+                 options.edgeFilter);
+        if (options.edgeFilter != EdgeFilter::eNone && !parser.isSet(samples)) {
+            options.samples = 1;
+        }
+    }
+    if (!failure) {
+        failure = parseEnvironment(parser, options);
     }
     if (failure) {
         return *failure;
     }
-    options.modelOption = firstSet(parser, {view, drawID, manager, blockLimit});
-    options.imageOption = firstSet(parser, {level, face, exposure});
+    options.modelOption = firstSet(parser, {view, drawID, manager, blockLimit, environmentOptions().first()});
+    options.imageOption = firstSet(parser, {level, face});
     return options;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EnvironmentImage.h"
 #include "Outcome.h"
 
 #include <QtCore/QSize>
@@ -19,8 +20,12 @@ enum class DrawIDPath {
 enum class ManagerKind { eSampler, eArray, eArrayBindless, eBindless };
 constexpr int kManagerKinds = 4;
 
-/// As the command line has it.
+/// What smooths the edges of the finished picture, beside the samples that its pixels have.
+enum class EdgeFilter { eNone, eFxaa, eSmaa };
+
+/// As the command line has them.
 QString managerName(ManagerKind kind);
+QString edgeFilterName(EdgeFilter filter);
 
 /// The command line, understood.
 struct Options
@@ -28,11 +33,12 @@ struct Options
     static constexpr int kMaxSide = 16384;         ///< pixels
     static constexpr int kMaxPixels = 4096 * 4096; ///< about 1 GB of multisampled framebuffer
 
-    QString file;            ///< the model or image to show, or what names the tiles
-    bool isUdim = false;     ///< the file names a set of tiles
-    QString picture;         ///< file to write; empty: open a window
-    QSize size{1280, 720};   ///< pixels of the picture, device-independent pixels of the window
-    int samples = 8;         ///< for each pixel, as far as the driver goes
+    QString file;          ///< the model or image to show, or what names the tiles
+    bool isUdim = false;   ///< the file names a set of tiles
+    QString picture;       ///< file to write; empty: open a window
+    QSize size{1280, 720}; ///< pixels of the picture, device-independent pixels of the window
+    int samples = 8; ///< for each pixel, as far as the driver goes; 1 where an edge filter takes their place
+    EdgeFilter edgeFilter = EdgeFilter::eNone;
     float azimuth = 35.0f;   ///< degrees around the vertical axis, 0 in front of the model
     float elevation = 22.0f; ///< degrees above the horizon
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
@@ -40,9 +46,13 @@ struct Options
     int blockLimit = 0;    ///< bytes of a uniform block to use at most; 0: what the driver allows
     int level = 0;         ///< of an image's mip levels
     int face = -1;         ///< of a cube map, or slice of a volume; -1: all
-    float exposure = 0.0f; ///< powers of two by which an image is brightened
-    QString modelOption;   ///< the first option given that only models understand; empty: none
-    QString imageOption;   ///< the same for images
+    float exposure = 0.0f; ///< powers of two by which an image, or the light on a model, is brightened
+    QString environment;   ///< image file of the light on a model; empty: a studio
+    std::optional<EnvironmentLayout> environmentLayout; ///< none: by the ratio of the image's sides
+    float environmentRotation = 0.0f;                   ///< degrees around the vertical axis
+    float environmentBlur = 0.0f;                       ///< of the background, 0 to 1
+    QString modelOption; ///< the first option given that only models understand; empty: none
+    QString imageOption; ///< the same for images
     bool verbose = false;
     QString answer; ///< what --help or --version print instead of doing anything
 };

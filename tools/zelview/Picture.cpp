@@ -61,7 +61,7 @@ Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
     timer.start();
 
     Programs programs;
-    auto stage = Stage::create(programs, options.samples);
+    auto stage = Stage::create(programs, options.samples, options.edgeFilter);
     if (!stage) {
         return stage.problem();
     }

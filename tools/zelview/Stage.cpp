@@ -1,5 +1,6 @@
 #include "Stage.h"
 
+#include "AntiAliasing.h"
 #include "RenderTarget.h"
 
 #include <ZelGL/ZelGL.h>
@@ -19,24 +20,40 @@ int askLimit(GLenum name)
     return value;
 }
 
+/// An edge filter reads between texels.
+void setSmooth(Texture &texture)
+{
+    const AutoBinder bound(&texture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+}
+
 } // namespace
 
-Stage::Stage(ProgramPointer encoder, int samples)
+Stage::Stage(ProgramPointer encoder, std::unique_ptr<AntiAliasing> antiAliasing, int samples)
     : _encoder(std::move(encoder))
+    , _antiAliasing(std::move(antiAliasing))
     , _samples(samples)
 {
 }
 
 Stage::~Stage() = default;
 
-Expected<std::unique_ptr<Stage>> Stage::create(Programs &programs, int samples)
+Expected<std::unique_ptr<Stage>> Stage::create(Programs &programs, int samples, EdgeFilter filter)
 {
     Expected<ProgramPointer> encoder = programs.buildFullscreen(QStringLiteral("encode.frag"));
     if (!encoder) {
         return encoder.problem();
     }
+    Expected<std::unique_ptr<AntiAliasing>> antiAliasing = AntiAliasing::create(programs, filter);
+    if (!antiAliasing) {
+        return antiAliasing.problem();
+    }
     const int most = std::min(askLimit(GL_MAX_COLOR_TEXTURE_SAMPLES), askLimit(GL_MAX_DEPTH_TEXTURE_SAMPLES));
-    return std::unique_ptr<Stage>(new Stage(*encoder, std::clamp(samples, 1, std::max(most, 1))));
+    return std::unique_ptr<Stage>(
+        new Stage(*encoder, std::move(*antiAliasing), std::clamp(samples, 1, std::max(most, 1))));
 }
 
 Failure Stage::resize(const QSize &size)
@@ -48,13 +65,21 @@ Failure Stage::resize(const QSize &size)
     _resolved.reset();
     _size = QSize();
 
-    auto multisampled = RenderTarget::create(size, GL_RGBA16F, _samples, RenderTarget::eDepth);
+    // Drivers may give more than one sample where one is asked for: then the target is a plain one.
+    auto multisampled =
+        RenderTarget::create(size, GL_RGBA16F, _samples > 1 ? _samples : 0, RenderTarget::eDepth);
     if (!multisampled) {
         return multisampled.problem();
     }
     auto resolved = RenderTarget::create(size, GL_RGBA16F, 0, RenderTarget::eNoDepth);
     if (!resolved) {
         return resolved.problem();
+    }
+    setSmooth(*(*resolved)->color());
+    if (_antiAliasing != nullptr) {
+        if (const Failure failure = _antiAliasing->resize(size)) {
+            return failure;
+        }
     }
     _multisampled = std::move(*multisampled);
     _resolved = std::move(*resolved);
@@ -75,6 +100,15 @@ void Stage::end(unsigned int targetFramebuffer, bool isDithered)
 {
     _multisampled->framebuffer()->unbind();
     resolve();
+    glViewport(0, 0, _size.width(), _size.height());
+    if (_antiAliasing != nullptr) {
+        {
+            const AutoBinder bound(_antiAliasing->encoded().framebuffer());
+            encode(false);
+        }
+        _antiAliasing->draw(*_resolved->color(), targetFramebuffer, isDithered);
+        return;
+    }
     glBindFramebuffer(GL_FRAMEBUFFER, targetFramebuffer);
     encode(isDithered);
 }
@@ -98,7 +132,6 @@ void Stage::encode(bool isDithered)
     _encoder->setUniform(_encoder->getUniformLocation(QStringLiteral("u_Frame")),
                          int(_resolved->color()->unit()));
     _encoder->setUniform(_encoder->getUniformLocation(QStringLiteral("u_IsDithered")), int(isDithered));
-    glViewport(0, 0, _size.width(), _size.height());
     drawFullscreen(_encoder.data());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Options.h"
 #include "Outcome.h"
 #include "Programs.h"
 
@@ -9,10 +10,12 @@
 
 namespace zelview {
 
+class AntiAliasing;
 class RenderTarget;
 
 /// Where frames are made: into a multisampled floating-point framebuffer, in linear light that is mapped to what a
-/// screen can show, so that edges blend as light does; the finished picture is encoded into the target's sRGB.
+/// screen can show, so that edges blend as light does; the finished picture is encoded into the target's sRGB, by way of
+/// an edge filter if one is wanted.
 ///
 /// Units:   sizes in pixels.
 /// Context: use and delete with one and the same context current.
@@ -22,7 +25,7 @@ class Stage
 
 public:
     /// As many samples for each pixel as the driver has, at most \a samples.
-    static Expected<std::unique_ptr<Stage>> create(Programs &programs, int samples);
+    static Expected<std::unique_ptr<Stage>> create(Programs &programs, int samples, EdgeFilter filter);
     ~Stage();
 
     /// Does nothing for the size that it has.
@@ -37,12 +40,13 @@ public:
     const QSize &size() const { return _size; }
 
 private:
-    Stage(ProgramPointer encoder, int samples);
+    Stage(ProgramPointer encoder, std::unique_ptr<AntiAliasing> antiAliasing, int samples);
 
     void resolve();
     void encode(bool isDithered);
 
     ProgramPointer _encoder;
+    std::unique_ptr<AntiAliasing> _antiAliasing; ///< null: none
     int _samples;
     QSize _size;
     std::unique_ptr<RenderTarget> _multisampled;

@@ -67,7 +67,7 @@ Failure Window::putUp()
         return failure;
     }
     _programs = std::make_unique<Programs>();
-    auto stage = Stage::create(*_programs, _options.samples);
+    auto stage = Stage::create(*_programs, _options.samples, _options.edgeFilter);
     if (!stage) {
         return stage.problem();
     }

@@ -45,11 +45,15 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
     }
     const qint64 writeTime = timer.elapsed();
 
-    Console::say(QStringLiteral("picture   %1, %2x%3, %4 samples")
+    Console::say(QStringLiteral("picture   %1, %2x%3, %4%5")
                      .arg(QFileInfo(options.picture).absoluteFilePath())
                      .arg(options.size.width())
                      .arg(options.size.height())
-                     .arg(picture->samples));
+                     .arg(picture->samples == 1 ? QStringLiteral("1 sample")
+                                                : QStringLiteral("%1 samples").arg(picture->samples))
+                     .arg(options.edgeFilter == EdgeFilter::eNone
+                              ? QString()
+                              : QStringLiteral(", ") + edgeFilterName(options.edgeFilter)));
     Console::say(QStringLiteral("driver    ") + picture->driver);
     for (const QString &line : exhibit.describe() + picture->frame) {
         Console::say(line);

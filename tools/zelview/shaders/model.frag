@@ -11,8 +11,11 @@ flat in uint vo_DrawID;
 
 out vec4 out_FragColor;
 
+uniform float u_Exposure; // powers of two
+
 #include "DrawRecords.glslh"
 #include "Frame.glslh"
+#include "Environment.glslh"
 #include "FacingNormal.glslh"
 #include "Occlusion.glslh"
 #include "Shading.glslh"
@@ -22,15 +25,21 @@ out vec4 out_FragColor;
 void main()
 {
     vec3 toEye = normalize(u_Eye.xyz - vo_Position);
-    vec4 color = u_Draws[vo_DrawID].baseColor * vo_Color * managedTexture(u_Draws[vo_DrawID].baseColorMap, vo_TexCoord);
+    vec4 base = u_Draws[vo_DrawID].baseColor * vo_Color * managedTexture(u_Draws[vo_DrawID].baseColorMap, vo_TexCoord);
     float cutoff = u_Draws[vo_DrawID].alphaCutoff;
-    if (color.a < cutoff) {
+    if (base.a < cutoff) {
         discard;
     }
-    float opacity = cutoff == 0.0 ? color.a : 1.0;
-    Surface surface = makeSurface(color.rgb, u_Draws[vo_DrawID].metalness, u_Draws[vo_DrawID].roughness,
+    float opacity = cutoff == 0.0 ? base.a : 1.0;
+    Surface surface = makeSurface(base.rgb, u_Draws[vo_DrawID].metalness, u_Draws[vo_DrawID].roughness,
                                   facingNormal(toEye), toEye);
     float openness = cutoff == 0.0 ? 1.0 : opennessAt(-(u_View * vec4(vo_Position, 1.0)).z);
     vec3 radiance = shade(surface, openness) + u_Draws[vo_DrawID].emission;
-    out_FragColor = vec4(toneMap(radiance) * opacity, opacity);
+    radiance *= exp2(u_Exposure);
+#ifdef ZELVIEW_ENVIRONMENT
+    vec3 color = compressHighlights(radiance); // like the background
+#else
+    vec3 color = toneMap(radiance);
+#endif
+    out_FragColor = vec4(color * opacity, opacity);
 }

@@ -1,0 +1,445 @@
+// Environments, from their files to the picture, and the filters of the finished picture.
+
+#include "ZelviewRun.h"
+
+#include "DistantLight.h"
+#include "EnvironmentImage.h"
+#include "Graphics.h"
+#include "Options.h"
+
+#include "../support/FileMaker.h"
+
+#include <OpenEXR/ImfRgbaFile.h>
+
+#include <gtest/gtest.h>
+
+#include <QtGui/QGuiApplication>
+#include <QtGui/QMatrix4x4>
+
+#include <cmath>
+
+using namespace zelview;
+
+namespace {
+
+/// Which eighth of the world a direction goes to, as a colour: red where x is above 0, green for y, blue for z.
+QVector3D labelOf(const QVector3D &direction)
+{
+    const auto channel = [](float coordinate) { return coordinate > 0.0f ? 0.6f : 0.1f; };
+    return {channel(direction.x()), channel(direction.y()), channel(direction.z())};
+}
+
+using Painter = std::function<QVector3D(const QVector3D &)>;
+
+LightImage panorama(int width, const Painter &paint)
+{
+    LightImage image{QSize(width, width / 2), {}};
+    for (int y = 0; y < width / 2; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const double around =
+                2.0 * M_PI * (x + 0.5) / width; // the left end along +x, a quarter on along +z
+            const double down = 2.0 * M_PI * (y + 0.5) / width;
+            image.texels.push_back(
+                paint(QVector3D(float(std::cos(around) * std::sin(down)), float(std::cos(down)),
+                                float(std::sin(around) * std::sin(down)))));
+        }
+    }
+    return image;
+}
+
+/// Where a cell of a cube lies: the direction of its middle, and which ways its columns and rows go.
+struct Cell
+{
+    int column;
+    int row;
+    QVector3D middle;
+    QVector3D across;
+    QVector3D down;
+};
+
+LightImage unfolded(const QSize &cells, const std::vector<Cell> &places)
+{
+    constexpr int kSide = 16;
+    LightImage image{cells * kSide,
+                     std::vector<QVector3D>(size_t(cells.width() * cells.height() * kSide * kSide))};
+    for (const Cell &cell : places) {
+        for (int y = 0; y < kSide; ++y) {
+            for (int x = 0; x < kSide; ++x) {
+                const float s = (float(x) + 0.5f) / (kSide / 2) - 1.0f;
+                const float t = (float(y) + 0.5f) / (kSide / 2) - 1.0f;
+                const int place = (cell.row * kSide + y) * image.size.width() + cell.column * kSide + x;
+                image.texels[size_t(place)] = labelOf(cell.middle + s * cell.across + t * cell.down);
+            }
+        }
+    }
+    return image;
+}
+
+const QVector3D kX(1, 0, 0);
+const QVector3D kY(0, 1, 0);
+const QVector3D kZ(0, 0, 1);
+
+/// Paper models: each cell goes on where its neighbour ends.
+LightImage wideCross()
+{
+    return unfolded({4, 3}, {{1, 1, kZ, kX, -kY},
+                             {2, 1, kX, -kZ, -kY},
+                             {3, 1, -kZ, -kX, -kY},
+                             {0, 1, -kX, kZ, -kY},
+                             {1, 0, kY, kX, kZ},
+                             {1, 2, -kY, kX, -kZ}});
+}
+
+LightImage tallCross()
+{
+    return unfolded({3, 4}, {{1, 1, kZ, kX, -kY},
+                             {2, 1, kX, -kZ, -kY},
+                             {0, 1, -kX, kZ, -kY},
+                             {1, 0, kY, kX, kZ},
+                             {1, 2, -kY, kX, -kZ},
+                             {1, 3, -kZ, kX, kY}});
+}
+
+LightImage strip()
+{
+    return unfolded({6, 1}, {{0, 0, kX, -kZ, -kY},
+                             {1, 0, -kX, kZ, -kY},
+                             {2, 0, kY, kX, kZ},
+                             {3, 0, -kY, kX, -kZ},
+                             {4, 0, kZ, kX, -kY},
+                             {5, 0, -kZ, -kX, -kY}});
+}
+
+QString writeExr(const ModelFiles &files, const char *name, const LightImage &image)
+{
+    std::vector<Imf::Rgba> texels;
+    for (const QVector3D &light : image.texels) {
+        texels.emplace_back(light.x(), light.y(), light.z(), 1.0f);
+    }
+    const QString path = files.path(QLatin1String(name));
+    // A window off the origin, as files may have it.
+    const Imath::Box2i window({-3, 5}, {image.size.width() - 4, image.size.height() + 4});
+    Imf::RgbaOutputFile file(qPrintable(path), window, window, Imf::WRITE_RGBA);
+    file.setFrameBuffer(texels.data() + 3 - 5 * image.size.width(), 1, size_t(image.size.width()));
+    file.writePixels(image.size.height());
+    return path;
+}
+
+/// As screens take it.
+QColor screenColor(const QVector3D &light)
+{
+    const auto encoded = [](float x) {
+        return int(std::lround(255.0 * (x <= 0.0031308f ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055)));
+    };
+    return {encoded(light.x()), encoded(light.y()), encoded(light.z())};
+}
+
+QString writePng(const ModelFiles &files, const char *name, const LightImage &image)
+{
+    QImage picture(image.size, QImage::Format_RGB32);
+    for (int i = 0; i < int(image.texels.size()); ++i) {
+        picture.setPixelColor(i % image.size.width(), i / image.size.width(),
+                              screenColor(image.texels[size_t(i)]));
+    }
+    const QString path = files.path(QLatin1String(name));
+    EXPECT_TRUE(picture.save(path));
+    return path;
+}
+
+QString writeHdr(const ModelFiles &files, const char *name, const LightImage &image)
+{
+    HdrFile file(image.size.width(), image.size.height());
+    for (int y = 0; y < image.size.height(); ++y) {
+        HdrFile::Row row;
+        for (int x = 0; x < image.size.width(); ++x) {
+            const QVector3D &light = image.texels[size_t(y * image.size.width() + x)];
+            const auto byte = [](float value) {
+                return static_cast<unsigned char>(std::lround(value * 256.0f));
+            };
+            row.append({byte(light.x()), byte(light.y()), byte(light.z()), 128});
+        }
+        file.scanlines += HdrFile::flat(row);
+    }
+    return files.write(QLatin1String(name), file.bytes());
+}
+
+TEST(ZelviewEnvironment, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
+{
+    static int argc = 1;
+    static char name[] = "test";
+    static char *argv[] = {name, nullptr};
+    const QGuiApplication application(argc, argv);
+    const auto context = OffscreenContext::create(Options());
+    ASSERT_TRUE(bool(context));
+
+    const ModelFiles files;
+    LightImage odd = panorama(64, labelOf);
+    odd.size = QSize(32, 64); // of no ratio that says anything
+    const struct
+    {
+        QString path;
+        std::optional<EnvironmentLayout> layout;
+    } kFiles[] = {
+        {writeExr(files, "panorama.exr", panorama(64, labelOf)), {}},
+        {writeExr(files, "wide.exr", wideCross()), {}},
+        {writeExr(files, "tall.exr", tallCross()), {}},
+        {writeExr(files, "strip.exr", strip()), EnvironmentLayout::eStrip},
+        {writeHdr(files, "panorama.hdr", panorama(64, labelOf)), {}},
+        {writeHdr(files, "strip.hdr", strip()), {}},
+        {writePng(files, "panorama.png", panorama(64, labelOf)), EnvironmentLayout::eLatLong},
+        {writePng(files, "tall.png", tallCross()), {}},
+    };
+    for (const auto &file : kFiles) {
+        SCOPED_TRACE(file.path.toStdString());
+        const Expected<EnvironmentImage> environment = loadEnvironmentImage(file.path, file.layout);
+        ASSERT_TRUE(bool(environment)) << qPrintable(environment.problem().text);
+        float sphere = 0.0f;
+        float greatest = 0.0f;
+        for (int y = 0; y < environment->image.size.height(); ++y) {
+            for (int x = 0; x < environment->image.size.width(); ++x) {
+                const QVector3D expected = labelOf(environment->direction(x, y));
+                greatest = std::max(greatest, (environment->at(x, y) - expected).length());
+                sphere += environment->solidAngle(x, y);
+            }
+        }
+        EXPECT_LT(greatest, 0.01f);
+        EXPECT_NEAR(sphere, 4.0f * float(M_PI), 0.02f);
+    }
+}
+
+TEST(ZelviewEnvironment, TheStrongestLightIsTakenOutWithAllThatItGives)
+{
+    const QVector3D toSun = QVector3D(0.3f, 0.6f, -0.7f).normalized();
+    const QVector3D toLamp = QVector3D(-1.0f, 0.2f, 0.1f).normalized();
+    const QVector3D sky(0.4f, 0.5f, 0.6f);
+    EnvironmentImage environment{
+        EnvironmentLayout::eLatLong, panorama(256, [&](const QVector3D &direction) {
+            return sky
+                   + (QVector3D::dotProduct(direction, toSun) > 0.998f) * QVector3D(900.0f, 700.0f, 500.0f)
+                   + (QVector3D::dotProduct(direction, toLamp) > 0.99f) * QVector3D(20.0f, 20.0f, 20.0f);
+        })};
+    const auto total = [&environment] {
+        QVector3D sum;
+        for (int y = 0; y < 128; ++y) {
+            for (int x = 0; x < 256; ++x) {
+                sum += environment.at(x, y) * environment.solidAngle(x, y);
+            }
+        }
+        return sum;
+    };
+    const QVector3D before = total();
+    const std::optional<DistantLight> sun = takeStrongestLight(environment);
+    ASSERT_TRUE(sun.has_value());
+    EXPECT_GT(QVector3D::dotProduct(sun->direction, toSun), 0.9999f);
+    const QVector3D lost = before - total();
+    for (int channel = 0; channel < 3; ++channel) {
+        EXPECT_NEAR(sun->irradiance[channel], lost[channel], 0.002f * lost[channel]);
+    }
+    EXPECT_NEAR(sun->irradiance.x(), 900.0f * 2.0f * float(M_PI) * 0.002f, 0.6f);
+
+    EnvironmentImage even{EnvironmentLayout::eLatLong, panorama(64, [&](const QVector3D &) { return sky; })};
+    EXPECT_FALSE(takeStrongestLight(even).has_value());
+    EXPECT_EQ(even.at(5, 5), sky);
+}
+
+struct Finish
+{
+    double metalness;
+    double roughness;
+};
+
+/// White balls side by side, as a glTF file.
+QString writeBalls(const ModelFiles &files, const std::vector<Finish> &finishes)
+{
+    constexpr int kRows = 48;
+    constexpr int kColumns = 96;
+    QByteArray points;
+    QByteArray indices;
+    for (int row = 0; row <= kRows; ++row) {
+        for (int column = 0; column <= kColumns; ++column) {
+            const double down = M_PI * row / kRows;
+            const double around = 2.0 * M_PI * column / kColumns;
+            const float point[3] = {float(std::sin(down) * std::sin(around)), float(std::cos(down)),
+                                    float(std::sin(down) * std::cos(around))};
+            points.append(reinterpret_cast<const char *>(point), sizeof(point));
+            if (row < kRows && column < kColumns) {
+                const auto corner = quint32(row * (kColumns + 1) + column);
+                const quint32 below = corner + kColumns + 1;
+                const quint32 two[6] = {corner, below, below + 1, corner, below + 1, corner + 1};
+                indices.append(reinterpret_cast<const char *>(two), sizeof(two));
+            }
+        }
+    }
+    QStringList roots, nodes, meshes, materials;
+    for (int i = 0; i < int(finishes.size()); ++i) {
+        roots += QString::number(i);
+        nodes += QStringLiteral(R"({"mesh":%1,"translation":[%2,0,0]})").arg(i).arg(2.2 * i);
+        meshes +=
+            QStringLiteral(
+                R"({"primitives":[{"attributes":{"POSITION":0,"NORMAL":0},"indices":1,"material":%1}]})")
+                .arg(i);
+        materials += QStringLiteral(
+                         R"({"name":"%1","pbrMetallicRoughness":{"metallicFactor":%2,"roughnessFactor":%3}})")
+                         .arg(i)
+                         .arg(finishes[size_t(i)].metalness)
+                         .arg(finishes[size_t(i)].roughness);
+    }
+    const QString text =
+        QStringLiteral(
+            R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[%1]}],"nodes":[%2],"meshes":[%3],"materials":[%4],
+            "accessors":[{"bufferView":0,"componentType":5126,"count":%5,"type":"VEC3","min":[-1,-1,-1],"max":[1,1,1]},
+                         {"bufferView":1,"componentType":5125,"count":%6,"type":"SCALAR"}],
+            "bufferViews":[{"buffer":0,"byteLength":%7},{"buffer":0,"byteOffset":%7,"byteLength":%8}],
+            "buffers":[{"byteLength":%9,"uri":"data:application/octet-stream;base64,)")
+            .arg(roots.join(','), nodes.join(','), meshes.join(','), materials.join(','))
+            .arg(points.size() / 12)
+            .arg(indices.size() / 4)
+            .arg(points.size())
+            .arg(indices.size())
+            .arg(points.size() + indices.size());
+    return files.write(QStringLiteral("balls.gltf"), text.toUtf8() + (points + indices).toBase64() + "\"}]}");
+}
+
+class ZelviewEnvironmentPictureTest : public ZelviewPictureTest
+{
+protected:
+    /// A picture whose run tells nothing but the progress of the bake.
+    QImage bakedPicture(const QStringList &arguments)
+    {
+        const QString target = _files.path(QStringLiteral("baked.png"));
+        _last = runZelview(arguments + QStringList{QStringLiteral("--offscreen"), target});
+        EXPECT_EQ(_last.code, 0);
+        EXPECT_EQ(_last.errorLines().size(), 4);
+        for (const QString &line : _last.errorLines()) {
+            EXPECT_TRUE(line.startsWith(QStringLiteral("zelview: environment: "))) << qPrintable(line);
+        }
+        return QImage(target);
+    }
+
+    /// What the ball, seen from the front, mirrors towards a direction.
+    static QColor mirrored(const QImage &image, const QVector3D &direction)
+    {
+        const QVector3D normal = (direction.normalized() + kZ).normalized();
+        const float radius = 0.45f * float(image.height());
+        return image.pixelColor(int(0.5f * float(image.width()) + radius * normal.x()),
+                                int(0.5f * float(image.height()) - radius * normal.y()));
+    }
+
+    static int difference(const QColor &a, const QColor &b)
+    {
+        return std::max(
+            {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
+    }
+
+    const QStringList _front{QStringLiteral("--view"), QStringLiteral("0,0"), QStringLiteral("--size"),
+                             QStringLiteral("320x240")};
+};
+
+TEST_F(ZelviewEnvironmentPictureTest, AMirrorBallShowsEachEighthOfTheWorldInItsDirection)
+{
+    const QString ball = writeBalls(_files, {{1.0, 0.0}});
+    const QString panoramic = writeExr(_files, "panorama.exr", panorama(256, labelOf));
+    const QString crossed = writePng(_files, "cross.png", wideCross());
+    const struct
+    {
+        QStringList arguments;
+        float turn; ///< degrees
+        float gain;
+    } kCases[] = {
+        {{"--env", panoramic}, 0.0f, 1.0f},
+        {{"--env", crossed, "--env-rotation", "90", "--exposure", "-1"}, 90.0f, 0.5f},
+    };
+    for (const auto &view : kCases) {
+        const QImage image = bakedPicture(_front + QStringList{ball} + view.arguments);
+        for (int eighth = 0; eighth < 8; ++eighth) {
+            const QVector3D direction(eighth & 1 ? 1 : -1, eighth & 2 ? 1 : -1, eighth & 4 ? 1 : -1);
+            QMatrix4x4 back;
+            back.rotate(-view.turn, kY);
+            const QColor expected = screenColor(labelOf(back.map(direction)) * view.gain);
+            EXPECT_LT(difference(mirrored(image, direction), expected), 6) << "eighth " << eighth;
+        }
+    }
+}
+
+TEST_F(ZelviewEnvironmentPictureTest, WhiteBallsVanishInEvenLight)
+{
+    const QString even = writeExr(
+        _files, "even.exr", panorama(32, [](const QVector3D &) { return QVector3D(0.5f, 0.5f, 0.5f); }));
+    const QString balls = writeBalls(_files, {{0.0, 0.0}, {0.0, 1.0}, {1.0, 0.3}, {1.0, 1.0}});
+    const QImage image = bakedPicture(_front + QStringList{balls, "--env", even});
+    int visible = 0;
+    for (int i = 0; i < image.width() * image.height(); ++i) {
+        const QColor color = image.pixelColor(i % image.width(), i / image.width());
+        visible += difference(color, screenColor({0.5f, 0.5f, 0.5f})) > 3;
+    }
+    EXPECT_LT(visible, 10); // where ambient occlusion sees what is not there
+}
+
+TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
+    const QString sound = writeExr(_files, "sound.exr", panorama(32, labelOf));
+    LightImage oblong = panorama(32, labelOf);
+    oblong.size = QSize(64, 8);
+    const QByteArray whole = _files.read(QStringLiteral("sound.exr"));
+    const QString target = _files.path(QStringLiteral("out.png"));
+    const struct
+    {
+        QStringList arguments;
+        int code;
+        QString words;
+    } kCases[] = {
+        {{wall, "--env", _files.path("none.exr")}, 2, "there is no file"},
+        {{wall, "--env", _files.path(QString())}, 2, "is not a file that can be read"},
+        {{wall, "--env", wall}, 3, "wall.obj' cannot be read"},
+        {{wall, "--env", _files.write("cut.exr", whole.left(200))}, 3, "cut.exr' cannot be read: "},
+        {{wall, "--env", _files.write("half.exr", whole.left(whole.size() / 2))},
+         3,
+         "half.exr' cannot be read: "},
+        {{wall, "--env", writeExr(_files, "oblong.exr", oblong)}, 3, "is no environment: 64x8 is neither"},
+        {{wall, "--env", writeExr(_files, "dot.exr", panorama(4, labelOf))}, 3, "is too small"},
+        {{wall, "--env", sound, "--env-layout", "strip"}, 3, "is no strip: its 32x16 texels"},
+        {{wall, "--env", sound, "--env-layout", "ball"}, 1, "--env-layout takes 'latlong', 'cross', 'strip'"},
+        {{wall, "--env", sound, "--env-blur", "nan"}, 1, "--env-blur takes a number from 0 to 1"},
+        {{wall, "--env-rotation", "20"}, 1, "--env-rotation goes with --env"},
+        {{wall, "--aa", "taa"}, 1, "--aa takes 'none', 'fxaa', 'smaa', not 'taa'"},
+        {{writePng(_files, "image.png", strip()), "--env", sound}, 1, "--env goes with models"},
+    };
+    for (const auto &wrong : kCases) {
+        SCOPED_TRACE(wrong.arguments.join(QLatin1Char(' ')).toStdString());
+        const Ending ending = runZelview(wrong.arguments + QStringList{"--offscreen", target});
+        EXPECT_EQ(ending.code, wrong.code);
+        ASSERT_EQ(ending.errorLines().size(), 1) << qPrintable(ending.errors);
+        EXPECT_TRUE(ending.errors.contains(wrong.words)) << qPrintable(ending.errors);
+    }
+    EXPECT_FALSE(QFile::exists(target));
+}
+
+/// Mean of the squared differences of all channels.
+double meanSquareDifference(const QImage &a, const QImage &b)
+{
+    double sum = 0.0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width() * 3; ++x) {
+            const double step = double(a.constScanLine(y)[x]) - double(b.constScanLine(y)[x]);
+            sum += step * step;
+        }
+    }
+    return sum / (3.0 * a.width() * a.height());
+}
+
+TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersComeNearerToManySamples)
+{
+    const QStringList arguments{_files.writeWall(QStringLiteral("wall.obj"), 4, 3), "--view", "27,14",
+                                "--size", "320x240"};
+    const auto pictureOf = [&](const QStringList &more) {
+        return picture(arguments + more).convertToFormat(QImage::Format_RGB888);
+    };
+    const QImage reference = pictureOf({"--samples", "8"});
+    const double jagged = meanSquareDifference(pictureOf({"--samples", "1"}), reference);
+    EXPECT_LT(meanSquareDifference(pictureOf({"--aa", "fxaa"}), reference), 0.6 * jagged);
+    EXPECT_TRUE(_last.output.contains(QStringLiteral(", 1 sample, fxaa\n"))) << qPrintable(_last.output);
+    EXPECT_LT(meanSquareDifference(pictureOf({"--aa", "smaa"}), reference), 0.4 * jagged);
+}
+
+} // namespace

@@ -1,0 +1,21 @@
+// The neighbours of a pixel with which SMAA blends it.
+// In:  va_Vertex in clip space, va_TexCoord from 0 to 1.
+// Out: what smaaBlend.frag takes.
+#macro ZELVIEW_GLSL_VERSION #version 150
+
+#include "Smaa.glslh"
+#define SMAA_INCLUDE_PS 0
+#include "SMAA.glslh"
+
+in vec4 va_Vertex;
+in vec2 va_TexCoord;
+
+out vec2 vo_TexCoord;
+out vec4 vo_Offset;
+
+void main()
+{
+    gl_Position = va_Vertex;
+    vo_TexCoord = va_TexCoord;
+    SMAANeighborhoodBlendingVS(va_TexCoord, vo_Offset);
+}

@@ -1,0 +1,25 @@
+// How much of each neighbour a pixel beside an edge takes.
+// In:  u_Edges; u_Area and u_Search, SMAA's tables; what smaaWeights.vert puts out.
+// Out: four weights.
+#macro ZELVIEW_GLSL_VERSION #version 150
+
+#include "Smaa.glslh"
+#define SMAA_INCLUDE_VS 0
+#include "SMAA.glslh"
+
+uniform sampler2D u_Edges;
+uniform sampler2D u_Area;
+uniform sampler2D u_Search;
+
+in vec2 vo_TexCoord;
+in vec2 vo_Pixel;
+in vec4 vo_Offset[3];
+
+out vec4 out_FragColor;
+
+void main()
+{
+    const vec4 kPixelCentres = vec4(0.0);
+    out_FragColor = SMAABlendingWeightCalculationPS(vo_TexCoord, vo_Pixel, vo_Offset, u_Edges, u_Area, u_Search,
+                                                    kPixelCentres);
+}
