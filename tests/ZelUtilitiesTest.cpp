@@ -6,6 +6,7 @@
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/ShaderProgram.h>
 
+#include <QtCore/QPointF>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector2D>
 
@@ -18,8 +19,9 @@ namespace {
 class ZelUtilitiesTest : public GLTest
 {
 protected:
-    /// Links a vertex stage with the shared files, and captures its varying "vo_Result".
-    bool link(const QString &body)
+    /// Links a vertex stage with the shared files, and captures its varying "vo_Result". \a file is linked too, and
+    /// \a declarations say what is in it.
+    bool link(const QString &body, const QString &file = QString(), const QString &declarations = QString())
     {
         program.setMacroProcessor(&processor);
         program.addShader(GL_VERTEX_SHADER,
@@ -28,35 +30,40 @@ protected:
                           "uniform vec3 u_Dir;\n"
                           "uniform mat4 u_Matrix;\n"
                           "out vec4 vo_Result;\n"
-                          "void main()\n"
-                          "{\n"
-                          "    gl_Position = vec4(0.0);\n"
-                          "    vo_Result = "
+                              + declarations
+                              + "\nvoid main()\n"
+                                "{\n"
+                                "    gl_Position = vec4(0.0);\n"
+                                "    vo_Result = "
                               + body + ";\n}\n",
                           QString());
         program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
         program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+        if (!file.isEmpty()) {
+            program.addShaderFromFile(GL_VERTEX_SHADER, file);
+        }
         program.setTransformFeedbackVaryings({"vo_Result"}, GL_INTERLEAVED_ATTRIBS);
         return program.link();
     }
 
-    /// The varying, four floats.
-    std::vector<float> captureOne()
+    /// The varying of each vertex, four floats.
+    std::vector<float> capture(int vertices = 1)
     {
-        std::vector<float> values(4);
+        std::vector<float> values(size_t(vertices) * 4);
+        const auto bytes = GLsizeiptr(values.size() * sizeof(float));
         GLuint buffer = 0;
         GLuint array = 0;
         glGenBuffers(1, &buffer);
         glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer);
-        glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, 16, nullptr, GL_STREAM_READ);
+        glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, bytes, nullptr, GL_STREAM_READ);
         glGenVertexArrays(1, &array);
         glBindVertexArray(array);
         glEnable(GL_RASTERIZER_DISCARD);
         glBeginTransformFeedback(GL_POINTS);
-        glDrawArrays(GL_POINTS, 0, 1);
+        glDrawArrays(GL_POINTS, 0, vertices);
         glEndTransformFeedback();
         glDisable(GL_RASTERIZER_DISCARD);
-        glGetBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, 0, 16, values.data());
+        glGetBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, 0, bytes, values.data());
         glDeleteVertexArrays(1, &array);
         glDeleteBuffers(1, &buffer);
         return values;
@@ -86,7 +93,7 @@ TEST_F(ZelUtilitiesTest, DirectionsLieWhereTheMapHasThem)
     };
     for (const auto &row : rows) {
         program.setUniform("u_Dir", row.direction);
-        const std::vector<float> result = captureOne();
+        const std::vector<float> result = capture();
         EXPECT_NEAR(row.expected.x(), result[0], 1e-4) << row.direction.x() << ' ' << row.direction.z();
         EXPECT_NEAR(row.expected.y(), result[1], 1e-4);
         EXPECT_NEAR(row.mirrored.x(), result[2], 1e-4) << row.direction.x() << ' ' << row.direction.z();
@@ -94,7 +101,7 @@ TEST_F(ZelUtilitiesTest, DirectionsLieWhereTheMapHasThem)
     }
     for (const int up : {1, -1}) {
         program.setUniform("u_Dir", QVector3D(0, float(up), 0));
-        EXPECT_NEAR((up + 1) / 2, captureOne()[1], 1e-4);
+        EXPECT_NEAR((up + 1) / 2, capture()[1], 1e-4);
     }
     program.unbind();
 }
@@ -104,11 +111,114 @@ TEST_F(ZelUtilitiesTest, ColoursAreCorrectedAndAlphaIsKept)
     ASSERT_TRUE(link("gammaCorrect(vec4(u_Dir, 0.25), 2.2) + vec4(gammaCorrect(u_Dir, 2.0), 0.0)"));
     ASSERT_TRUE(program.bind());
     program.setUniform("u_Dir", QVector3D(0.0F, 0.5F, 1.0F));
-    const std::vector<float> result = captureOne();
+    const std::vector<float> result = capture();
     EXPECT_NEAR(0.0, result[0], 1e-4);
     EXPECT_NEAR(std::pow(0.5, 1 / 2.2) + std::pow(0.5, 1 / 2.0), result[1], 1e-4);
     EXPECT_NEAR(2.0, result[2], 1e-4);
     EXPECT_EQ(0.25F, result[3]);
+    program.unbind();
+}
+
+TEST_F(ZelUtilitiesTest, ColourSpacesFollowTheirCurvesAndKeepAlpha)
+{
+    ASSERT_TRUE(link("u_Dir.z == 0.0   ? tvoConvert_Linear_To_Linear(vec4(u_Dir.xyx, 0.25))\n"
+                     "    : u_Dir.z == 1.0 ? tvoConvert_Linear_To_Gamma22(vec4(u_Dir.xyx, 0.25))\n"
+                     "    : u_Dir.z == 2.0 ? tvoConvert_Gamma22_To_Linear(vec4(u_Dir.xyx, 0.25))\n"
+                     "    : u_Dir.z == 3.0 ? tvoConvert_Linear_To_sRGB(vec4(u_Dir.xyx, 0.25))\n"
+                     "                     : tvoConvert_sRGB_To_Linear(vec4(u_Dir.xyx, 0.25))",
+                     "Func_ColorSpace.glslc",
+                     "vec4 tvoConvert_Linear_To_Linear(vec4 c);\nvec4 tvoConvert_Linear_To_Gamma22(vec4 c);\n"
+                     "vec4 tvoConvert_Gamma22_To_Linear(vec4 c);\nvec4 tvoConvert_Linear_To_sRGB(vec4 c);\n"
+                     "vec4 tvoConvert_sRGB_To_Linear(vec4 c);\n"));
+    ASSERT_TRUE(program.bind());
+    // The two colours lie on both sides of where a curve of sRGB begins.
+    const struct
+    {
+        float low, high;
+        double expectedLow, expectedHigh;
+    } rows[] = {{0.25F, 0.75F, 0.25, 0.75},
+                {0.25F, 0.75F, std::pow(0.25, 1 / 2.2), std::pow(0.75, 1 / 2.2)},
+                {0.25F, 0.75F, std::pow(0.25, 2.2), std::pow(0.75, 2.2)},
+                {0.0031308F, 0.2F, 12.92 * 0.0031308, 1.055 * std::pow(0.2, 1 / 2.4) - 0.055},
+                {0.04F, 0.2F, 0.04 / 12.92, std::pow(0.255 / 1.055, 2.4)}};
+    for (size_t i = 0; i < std::size(rows); ++i) {
+        program.setUniform("u_Dir", QVector3D(rows[i].low, rows[i].high, float(i)));
+        const std::vector<float> result = capture();
+        EXPECT_NEAR(rows[i].expectedLow, result[0], 1e-5) << i;
+        EXPECT_NEAR(rows[i].expectedHigh, result[1], 1e-5) << i;
+        EXPECT_EQ(result[0], result[2]) << i;
+        EXPECT_EQ(0.25F, result[3]) << i;
+    }
+    program.unbind();
+}
+
+namespace {
+
+/// From the skewed lattice of the noise to the plane.
+QPointF latticePoint(double i, double j)
+{
+    const double unskew = (3.0 - std::sqrt(3.0)) / 6.0;
+    return {i - (i + j) * unskew, j - (i + j) * unskew};
+}
+
+/// Simplex noise in the plane corner by corner: Perlin, Noise Hardware, 2001, with the hash and the gradients of McEwan et
+/// al., Efficient Computational Noise in GLSL, 2012.
+double simplexNoise(const QPointF &p)
+{
+    const auto permute = [](int x) { return (34 * x + 1) * x % 289; };
+    const auto wrap = [](int x) { return (x % 289 + 289) % 289; };
+    const double skew = (std::sqrt(3.0) - 1.0) / 2.0;
+    const int i = int(std::floor(p.x() + (p.x() + p.y()) * skew));
+    const int j = int(std::floor(p.y() + (p.x() + p.y()) * skew));
+    const QPointF first = p - latticePoint(i, j);
+    const bool isRight = first.x() > first.y();
+    double sum = 0.0;
+    for (const auto &[a, b] : {std::pair(0, 0), {isRight ? 1 : 0, isRight ? 0 : 1}, {1, 1}}) {
+        const QPointF offset = p - latticePoint(i + a, j + b);
+        const int hash = permute(wrap(permute(wrap(j + b)) + i + a));
+        const double line = 2.0 * (hash % 41) / 41.0 - 1.0; // folded to a diamond
+        const QPointF gradient(line - std::floor(line + 0.5), std::fabs(line) - 0.5);
+        const double square = QPointF::dotProduct(gradient, gradient);
+        const double inverseLength =
+            1.5 / std::sqrt(0.7) - 0.5 * std::pow(0.7, -1.5) * square; // Taylor's, at 0.7
+        const double falloff = std::max(0.5 - QPointF::dotProduct(offset, offset), 0.0);
+        sum += std::pow(falloff, 4) * inverseLength * QPointF::dotProduct(gradient, offset);
+    }
+    return 130.0 * sum;
+}
+
+} // namespace
+
+TEST_F(ZelUtilitiesTest, NoiseIsThatOfItsDescription)
+{
+    constexpr int kSide = 128;
+    // On a grid, and on the same grid one period further on; at points of the lattice, where noise is 0.
+    ASSERT_TRUE(
+        link("vec4(snoise(u_Dir.xy + grid()), snoise(u_Dir.xy + grid() + 289.0 * vec2(1.0 - G, -G)),\n"
+             "    snoise(lattice() - (lattice().x + lattice().y) * G), 0.0)",
+             "noise2D.glslc",
+             "#include \"noise2D.glslh\"\n"
+             "const float G = 0.211324865405187;\n"
+             "vec2 lattice() { return vec2(gl_VertexID % 128, gl_VertexID / 128) - 50.0; }\n"
+             "vec2 grid() { return vec2(gl_VertexID % 128, gl_VertexID / 128) * 0.37; }\n"));
+    ASSERT_TRUE(program.bind());
+    const QPointF origin(-20.125, -31.0625);
+    program.setUniform("u_Dir", QVector3D(float(origin.x()), float(origin.y()), 0.0F));
+    const auto values = capture(kSide * kSide);
+    double sum = 0.0;
+    double largest = 0.0;
+    for (int i = 0; i < kSide * kSide; ++i) {
+        const float *value = &values[size_t(i) * 4];
+        const double expected = simplexNoise(origin + 0.37 * QPointF(i % kSide, i / kSide));
+        ASSERT_NEAR(expected, value[0], 2e-4) << i;
+        ASSERT_NEAR(expected, value[1], 2e-3) << i; // the places are coarser there
+        ASSERT_NEAR(0.0, value[2], 1e-3) << i;
+        sum += double(value[0]);
+        largest = std::max(largest, double(std::fabs(value[0])));
+    }
+    EXPECT_LT(largest, 1.0);
+    EXPECT_GT(largest, 0.9);
+    EXPECT_NEAR(0.0, sum / (kSide * kSide), 0.02);
     program.unbind();
 }
 
@@ -124,7 +234,7 @@ TEST_F(ZelUtilitiesTest, NormalsTurnByTheInverseTransposed)
     program.setUniform("u_Matrix", matrix);
     program.setUniform("u_Dir", normal);
     const QVector3D expected = matrix.inverted().transposed().mapVector(normal);
-    const std::vector<float> result = captureOne();
+    const std::vector<float> result = capture();
     EXPECT_NEAR(expected.x(), result[0], 1e-4);
     EXPECT_NEAR(expected.y(), result[1], 1e-4);
     EXPECT_NEAR(expected.z(), result[2], 1e-4);
