@@ -103,21 +103,16 @@ TEST_F(CapabilityScopeTest, TheEarlierStateComesBack)
 TEST_F(CapabilityScopeTest, EveryScopeAsksOnceAndSetsTwiceEvenWhereNothingChanges)
 {
     glEnable(GL_CULL_FACE);
-    Tap<&glIsEnabled> questions;
-    Tap<&glEnable> enables;
-    Tap<&glDisable> disables;
-    {
-        const AutoEnabler scope(GL_CULL_FACE);
-        EXPECT_EQ(1u, enables.count());
-    }
-    EXPECT_EQ(2u, enables.count());
-    EXPECT_EQ(0u, disables.count());
+    Taps<&glIsEnabled, &glEnable, &glDisable> calls;
+    const auto expect = [&](size_t questions, size_t enables, size_t disables) {
+        EXPECT_EQ(questions, calls.of<&glIsEnabled>().count());
+        EXPECT_EQ(enables, calls.of<&glEnable>().count());
+        EXPECT_EQ(disables, calls.of<&glDisable>().count());
+        calls.clear();
+    };
+    AutoEnabler(GL_CULL_FACE);
+    expect(1, 2, 0);
     glDisable(GL_CULL_FACE);
-    {
-        const AutoDisabler scope(GL_CULL_FACE);
-        EXPECT_EQ(2u, disables.count());
-    }
-    EXPECT_EQ(3u, disables.count());
-    EXPECT_EQ(2u, enables.count());
-    EXPECT_EQ(2u, questions.count());
+    AutoDisabler(GL_CULL_FACE);
+    expect(1, 0, 3);
 }

@@ -33,21 +33,17 @@ const void *offset(quintptr bytes)
 }
 
 /// Draws are recorded and not issued.
-struct DrawTaps
+struct DrawTaps : Taps<&glDrawArrays, &glDrawElements, &glDrawElementsBaseVertex, &glDrawArraysInstanced,
+                       &glDrawElementsInstanced>
 {
     DrawTaps()
     {
-        arrays.replace([](GLenum, GLint, GLsizei) {});
-        elements.replace([](GLenum, GLsizei, GLenum, const void *) {});
-        elementsBaseVertex.replace([](GLenum, GLsizei, GLenum, const void *, GLint) {});
-        arraysInstanced.replace([](GLenum, GLint, GLsizei, GLsizei) {});
-        elementsInstanced.replace([](GLenum, GLsizei, GLenum, const void *, GLsizei) {});
-    }
-
-    size_t count() const
-    {
-        return arrays.count() + elements.count() + elementsBaseVertex.count() + arraysInstanced.count()
-               + elementsInstanced.count();
+        const auto nothing = [](auto...) {};
+        of<&glDrawArrays>().replace(nothing);
+        of<&glDrawElements>().replace(nothing);
+        of<&glDrawElementsBaseVertex>().replace(nothing);
+        of<&glDrawArraysInstanced>().replace(nothing);
+        of<&glDrawElementsInstanced>().replace(nothing);
     }
 
     std::vector<GLuint> drawIDs() const
@@ -59,11 +55,6 @@ struct DrawTaps
         return ids;
     }
 
-    Tap<&glDrawArrays> arrays;
-    Tap<&glDrawElements> elements;
-    Tap<&glDrawElementsBaseVertex> elementsBaseVertex;
-    Tap<&glDrawArraysInstanced> arraysInstanced;
-    Tap<&glDrawElementsInstanced> elementsInstanced;
     Tap<&glUniform1ui> uniforms;
 };
 
@@ -288,7 +279,7 @@ TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
     DrawTaps taps;
     ASSERT_TRUE(unit->bind());
     EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), taps.arrays.calls().back());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), taps.of<&glDrawArrays>().calls().back());
     EXPECT_TRUE(unit->unbind());
     unit->clear();
     EXPECT_TRUE(unit->VAO().isNull());
@@ -309,7 +300,7 @@ TEST_F(DrawBuffersTest, CommandsAreDrawnByNumberEachWithItsID)
     using Call = std::tuple<GLenum, GLsizei, GLenum, const void *, GLint>;
     EXPECT_EQ((std::vector<Call>{{GL_TRIANGLES, 9, GL_UNSIGNED_SHORT, offset(18), 20},
                                  {GL_TRIANGLES, 3, GL_UNSIGNED_SHORT, offset(0), 0}}),
-              taps.elementsBaseVertex.calls());
+              taps.of<&glDrawElementsBaseVertex>().calls());
     EXPECT_EQ((std::vector<qint64>{2, 2, 12}), counters());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
 
@@ -337,17 +328,17 @@ TEST_F(DrawBuffersTest, InstancesAreSeparateCallsOnThePlainPath)
     EXPECT_TRUE(unit->draw()) << "the program in use is asked";
     EXPECT_EQ((std::vector<GLuint>{7, 8, 9, 10}), taps.drawIDs());
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12)),
-              taps.elements.calls().back());
+              taps.of<&glDrawElements>().calls().back());
     EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters());
     unit->setBaseVertex(5);
     EXPECT_TRUE(unit->draw(program.get()));
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12), 5),
-              taps.elementsBaseVertex.calls().back());
+              taps.of<&glDrawElementsBaseVertex>().calls().back());
     EXPECT_EQ(8u, taps.count());
 
     EXPECT_TRUE(unit->drawInstanced(3));
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(0), 3),
-              taps.elementsInstanced.calls().back());
+              taps.of<&glDrawElementsInstanced>().calls().back());
     EXPECT_EQ(8u, taps.uniforms.count());
     EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters()) << "drawInstanced() counts nothing";
     unit->setInstanceCount(0);
@@ -366,10 +357,11 @@ TEST_F(DrawBuffersTest, AProgramWithoutDrawIDGetsNone)
     DrawTaps taps;
     EXPECT_TRUE(unit->draw());
     EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(2u, taps.arrays.count());
+    EXPECT_EQ(2u, taps.of<&glDrawArrays>().count());
     EXPECT_EQ(0u, taps.uniforms.count());
     EXPECT_TRUE(unit->drawInstanced(2));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 0, 3, 2), taps.arraysInstanced.calls().back());
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 0, 3, 2),
+              taps.of<&glDrawArraysInstanced>().calls().back());
 }
 
 TEST_F(DrawBuffersTest, BaseInstanceIsOneCallForAllInstances)
@@ -426,7 +418,7 @@ TEST_F(DrawBuffersTest, CommandsWithoutAnIndexTypeHaveNoOffsets)
     const AutoBinder binder(unit.get());
     DrawTaps taps;
     EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(offset(0), taps.elementsBaseVertex.last<3>());
+    EXPECT_EQ(offset(0), taps.of<&glDrawElementsBaseVertex>().last<3>());
     unit->setDrawElementsIndirectCommands(nullptr, 5);
     EXPECT_EQ(0, unit->numDrawCommands());
 }

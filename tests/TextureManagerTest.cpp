@@ -27,6 +27,14 @@ using namespace Orvane::Zel;
 
 namespace {
 
+const AssertionsOf asserted("TextureManager.cpp");
+const AssertionsOf arrayAsserted("Array2DTextureManager.cpp");
+
+QString creating(int token, const QString &what)
+{
+    return QString("debug [TextureManager.cpp:#] Creating token %1 for %2").arg(token).arg(what);
+}
+
 Texture *newTexture(int width = 2, int height = 2)
 {
     return (new Texture(nullptr))->create2D(GL_TEXTURE_2D, GL_RGBA8, width, height);
@@ -78,10 +86,7 @@ private:
 class TextureManagerTest : public ManagerTest
 {
 protected:
-    TextureManagerTest()
-    {
-        EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 0 for 255 255 255 255");
-    }
+    TextureManagerTest() { EXPECT_MESSAGES(creating(0, "255 255 255 255")); }
 
     SamplerTextureManager manager;
 };
@@ -135,17 +140,13 @@ TEST_F(TextureManagerTest, TokensCountUpAndHolesAreFilledInTheOrderOfTheirMaking
 TEST_F(TextureManagerTest, DeletingWhatWasNotReservedIsToldAndFiled)
 {
     manager.deleteToken(7);
-    EXPECT_MESSAGES(
-        "critical [TextureManager.cpp:#] [ !! ] Assertion 'token.token < this->_maxToken.token' failed: "
-        "Delete token 7 but only 1 reserved!");
+    const QString condition = "token.token < this->_maxToken.token";
+    EXPECT_MESSAGES(asserted(condition, "Delete token 7 but only 1 reserved!"));
     EXPECT_EQ(7u, manager.reserveToken().token);
     manager.deleteToken(0);
     manager.deleteToken(0);
-    EXPECT_MESSAGES(
-        "critical [TextureManager.cpp:#] [ !! ] Assertion '0 < this->_maxToken.token' failed: Delete token "
-        "0 but none 0 reserved!",
-        "critical [TextureManager.cpp:#] [ !! ] Assertion 'token.token < this->_maxToken.token' failed: "
-        "Delete token 0 but only 0 reserved!");
+    EXPECT_MESSAGES(asserted("0 < this->_maxToken.token", "Delete token 0 but none 0 reserved!"),
+                    asserted(condition, "Delete token 0 but only 0 reserved!"));
     EXPECT_EQ(0u, manager.reserveToken().token);
     manager.deleteToken(nullTextureToken);
     _capture.take();
@@ -171,7 +172,7 @@ TEST_F(TextureManagerTest, AnImageHasOneTokenWhicheverWayItIsNamed)
     manager.setTextureRoot(path(""));
     const TextureToken token = manager.tokenForImage("b.png", TextureFileInfo());
     EXPECT_EQ(1u, token.token);
-    EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 1 for b.png (full path: " + image + ")");
+    EXPECT_MESSAGES(creating(1, "b.png (full path: " + image + ")"));
     EXPECT_TRUE(token == manager.tokenForImage(image, TextureFileInfo()));
     manager.tokenForImage(newImage("a.png"), TextureFileInfo());
     EXPECT_EQ(QStringList({path("a.png"), image}), manager.textureFiles());
@@ -215,8 +216,7 @@ TEST_F(TextureManagerTest, ADeletedColourIsForgottenUnlessItIsTranslucent)
     const QColor glass(1, 2, 3, 4);
     EXPECT_EQ(1u, manager.tokenForColor(red).token);
     EXPECT_EQ(2u, manager.tokenForColor(glass).token);
-    EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 1 for 255 0 0 255",
-                    "debug [TextureManager.cpp:#] Creating token 2 for 1 2 3 4");
+    EXPECT_MESSAGES(creating(1, "255 0 0 255"), creating(2, "1 2 3 4"));
     EXPECT_EQ(manager.textureForColor(glass), manager.textureForToken(2));
     manager.textureForColor(red);
     manager.deleteTexture(TextureToken(1));
@@ -225,15 +225,14 @@ TEST_F(TextureManagerTest, ADeletedColourIsForgottenUnlessItIsTranslucent)
     EXPECT_EQ(2u, manager.tokenForColor(glass).token) << "its number, which nobody holds any more";
     EXPECT_MESSAGES();
     EXPECT_EQ(1u, manager.tokenForColor(red).token);
-    EXPECT_MESSAGES("debug [TextureManager.cpp:#] Creating token 1 for 255 0 0 255");
+    EXPECT_MESSAGES(creating(1, "255 0 0 255"));
 }
 
 TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
 {
     Texture *texture = newTexture();
     const TextureToken token = manager.tokenForTexture(texture);
-    EXPECT_MESSAGES(QString::asprintf("debug [TextureManager.cpp:#] Creating token 1 for texture %p",
-                                      static_cast<void *>(texture)));
+    EXPECT_MESSAGES(creating(1, QString::asprintf("texture %p", static_cast<void *>(texture))));
     EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
     const int alive = Texture::NumAlive();
     manager.deleteTexture(texture);
@@ -363,21 +362,18 @@ TEST_F(ManagerTest, DefinesTellTheShaderOfTheManager)
 namespace {
 
 /// The units that a manager hands to the sampler array.
-class SamplerArray
+struct SamplerArray
 {
-public:
     SamplerArray()
     {
-        _upload.replace([this](GLint location, GLsizei count, const GLint *values) {
+        upload.replace([this](GLint location, GLsizei count, const GLint *values) {
             units.assign(values, values + count);
-            _upload.original(location, count, values);
+            upload.original(location, count, values);
         });
     }
 
     std::vector<GLint> units;
-
-private:
-    Hook<&glUniform1iv> _upload;
+    Hook<&glUniform1iv> upload;
 };
 
 } // namespace
@@ -457,9 +453,8 @@ TEST_F(ManagerTest, WithoutBindlessTexturesTheirManagerTellsAndDoesNothing)
         GTEST_SKIP() << "Needs a driver without GL_ARB_bindless_texture";
     }
     BindlessTextureManager manager;
-    EXPECT_MESSAGES(
-        "critical [BindlessTextureManager.cpp:#] [ !! ] Assertion 'false' failed: No known bindless texture "
-        "support detected. You should not be using this TextureManager");
+    EXPECT_MESSAGES(AssertionsOf("BindlessTextureManager.cpp")(
+        "false", "No known bindless texture support detected. You should not be using this TextureManager"));
     const TextureToken token = manager.tokenForColor(QColor(Qt::red));
     manager.bind(QVector<TextureToken>{token});
     manager.unbind(QVector<TextureToken>{token});
@@ -569,8 +564,8 @@ protected:
 TEST_F(ArrayManagerTest, MisuseIsTold)
 {
     manager.bind(QList<TextureToken>{nullTextureToken, TextureToken(5)});
-    EXPECT_MESSAGES("critical [Array2DTextureManager.cpp:#] [ !! ] Assertion 'token.token < "
-                    "quint64(_textureTokenToSlotLayerData.size())' failed: Token 5 is not in array 1.");
+    EXPECT_MESSAGES(arrayAsserted("token.token < quint64(_textureTokenToSlotLayerData.size())",
+                                  "Token 5 is not in array 1."));
 
     auto *flat = new Texture(nullptr);
     flat->setTarget(GL_TEXTURE_3D);
@@ -578,9 +573,9 @@ TEST_F(ArrayManagerTest, MisuseIsTold)
     _capture.take();
     manager.bind(QVector<TextureToken>{token});
     const QString target =
-        "critical [Array2DTextureManager.cpp:#] [ !! ] Assertion '(GL_TEXTURE_2D == texture->target()) "
-        "|| (GL_TEXTURE_CUBE_MAP == texture->target()) || (GL_TEXTURE_2D_ARRAY == texture->target())' "
-        "failed: Texture 1 is for target 0x806F. Only 0xDE1, 0x8513 or 0x8C1A are allowed";
+        arrayAsserted("(GL_TEXTURE_2D == texture->target()) || (GL_TEXTURE_CUBE_MAP == texture->target()) || "
+                      "(GL_TEXTURE_2D_ARRAY == texture->target())",
+                      "Texture 1 is for target 0x806F. Only 0xDE1, 0x8513 or 0x8C1A are allowed");
     EXPECT_MESSAGES(target, target);
 
     manager.setSlotReallocationMethod(TextureManager::SlotReallocationMethod(7));
@@ -626,12 +621,12 @@ TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)
     Tap<&glTexImage3D> storage;
     manager.updateSlots();
     ASSERT_EQ(3u * 2u, storage.count()) << "8x2 and 4x1";
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), 0, GL_RGBA8, 8, 2, 3, 0, GLenum(GL_RGBA),
-                              GLenum(GL_UNSIGNED_BYTE), static_cast<const void *>(nullptr)),
-              storage.calls().front());
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), 1, GL_RGBA8, 4, 1, 3, 0, GLenum(GL_RGBA),
-                              GLenum(GL_UNSIGNED_BYTE), static_cast<const void *>(nullptr)),
-              storage.calls().back());
+    const auto call = [](int level, int width, int height) {
+        return std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), level, GL_RGBA8, width, height, 3, 0,
+                               GLenum(GL_RGBA), GLenum(GL_UNSIGNED_BYTE), static_cast<const void *>(nullptr));
+    };
+    EXPECT_EQ(call(0, 8, 2), storage.calls().front());
+    EXPECT_EQ(call(1, 4, 1), storage.calls().back());
     manager.updateSlots();
     EXPECT_EQ(6u, storage.count());
     _capture.take();
@@ -673,24 +668,15 @@ TEST_P(ManagerCallsTest, WhatIsInPlaceCostsNoLookUpNoUploadAndNoMemory)
         manager->unbind(unbound);
     };
     round();
-    {
-        Tap<&glGetUniformLocation> lookUps;
-        Tap<&glTexImage1D> maps1D;
-        Tap<&glTexImage2D> maps2D;
-        Tap<&glTexImage3D> storage;
-        Tap<&glGenFramebuffers> framebuffers;
-        round();
-        EXPECT_EQ(0u,
-                  lookUps.count() + maps1D.count() + maps2D.count() + storage.count() + framebuffers.count());
-    }
+    Taps<&glGetUniformLocation, &glTexImage1D, &glTexImage2D, &glTexImage3D, &glGenFramebuffers> calls;
+    round();
+    EXPECT_EQ(0u, calls.count());
     if (GetParam().kind == TextureStrategy::eArray) {
-        Tap<&glActiveTexture> units;
-        Tap<&glGetTexParameteriv> questions;
+        Taps<&glActiveTexture, &glGetTexParameteriv> ways;
         const AllocationCount allocations;
         manager->bind(tokens);
-        const size_t taken = allocations.taken();
-        EXPECT_EQ(0u, taken);
-        EXPECT_EQ(0u, units.count() + questions.count());
+        EXPECT_EQ(0u, allocations.taken());
+        EXPECT_EQ(0u, ways.count());
     }
     _capture.take();
 }
