@@ -129,19 +129,6 @@ TEST_F(GLSLMacroProcessorTest, FoldersAreSearchedInTheirOrderAndTheBuiltInTreeCo
               process("#include \"ZelUtilities.glslh\"").toUtf8());
 }
 
-TEST_F(GLSLMacroProcessorTest, FilesMayBeLargeAndFoldersMayHaveQtsOwnNames)
-{
-    const QByteArray large(100000, 'x');
-    addFile("large.glslh", large);
-    EXPECT_EQ(large + '\n', process("#include \"large.glslh\"").toUtf8());
-
-    const QTemporaryDir second;
-    writeFile(second.filePath("a.glslh"), "by its search path");
-    QDir::addSearchPath("shaders", second.path());
-    _processor.addIncludePath("shaders:");
-    EXPECT_EQ("by its search path\n", process("#include \"a.glslh\""));
-}
-
 TEST_F(GLSLMacroProcessorTest, ANullProcessorHasTheDefaultFoldersAndNoDefines)
 {
     const QString text =

@@ -4,7 +4,6 @@
 #include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
 #include "support/StateGuard.h"
-#include "support/Stb.h"
 #include "support/TextureParameter.h"
 #include "support/UploadTouch.h"
 
@@ -14,7 +13,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <random>
 
 using namespace Orvane::Zel;
 
@@ -275,31 +273,4 @@ TEST_F(HDRReaderTest, WhatGLRefusesLeavesNothingBehind)
     EXPECT_MESSAGES(kFailure);
     EXPECT_EQ(0, Texture::NumAlive());
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-}
-
-TEST_F(HDRReaderTest, RandomPicturesEqualThoseOfStbBitForBit)
-{
-    if (!hasStb()) {
-        GTEST_SKIP() << "Needs stb_image.h of the package libstb-dev";
-    }
-    std::mt19937 random(11);
-    for (int i = 0; i < 200; ++i) {
-        const int width = int(8 + random() % 300); // stb takes narrower ones for flat
-        const int height = int(1 + random() % 4);
-        HdrFile file(width, height);
-        for (int y = 0; y < height; ++y) {
-            HdrFile::Row row;
-            while (row.size() < width) { // exponents for which stb does not fall back to another arithmetic
-                const HdrFile::Texel texel = {
-                    {uchar(random()), uchar(random()), uchar(random()), uchar(random() % 256)}};
-                const int run = random() % 3 == 0 ? int(random() % 150) : 1;
-                row += HdrFile::Row(qMin(run, width - row.size()), texel);
-            }
-            file.scanlines += HdrFile::planes(row);
-        }
-        const std::vector<float> ours = uploaded(file.bytes());
-        const std::vector<float> theirs = hdrByStb(file.bytes());
-        ASSERT_EQ(theirs.size(), ours.size());
-        ASSERT_EQ(0, std::memcmp(theirs.data(), ours.data(), ours.size() * sizeof(float))) << "picture " << i;
-    }
 }

@@ -321,36 +321,6 @@ TEST_F(InstanceDataTest, TokensAreFoundInTheBytesOncePerContents)
 
 namespace {
 
-/// A way to the GPU, and a program that reads something by it.
-struct Road
-{
-    Plan::MechanismType mechanism;
-    const char *declarations;
-    const char *value;
-};
-
-const Road kRoads[] = {
-    {Plan::eUniformBufferMechanism,
-     "struct Paint { vec4 tint; vec2 shift; uvec2 image; vec4 rest; };\n"
-     "layout (std140) uniform u_PaintUniform { Paint Paints[8]; };\n",
-     "Paints[1].tint"},
-    {Plan::eUniformMechanism, "uniform vec4 u_tint[8];\n", "u_tint[1]"},
-    {Plan::eBufferTextureMechanism,
-     "uniform samplerBuffer u_fPaintSampler;\nuniform isamplerBuffer u_iPaintSampler;\n",
-     "texelFetch(u_fPaintSampler, 3) + vec4(texelFetch(u_iPaintSampler, 3))"},
-    {Plan::eTextureMechanism, "uniform sampler2D u_fPaintSampler;\nuniform isampler2D u_iPaintSampler;\n",
-     "texelFetch(u_fPaintSampler, ivec2(3, 0), 0) + vec4(texelFetch(u_iPaintSampler, ivec2(3, 0), 0))"},
-    {Plan::eStorageBufferMechanism,
-     "struct Paint { vec4 tint; vec2 shift; uvec2 image; vec4 rest; };\n"
-     "layout (std140) buffer u_PaintUniform { Paint Paints[]; };\n",
-     "Paints[1].tint"},
-};
-
-void PrintTo(const Road &road, std::ostream *out)
-{
-    *out << "mechanism " << road.mechanism;
-}
-
 /// What goes to the driver on the way.
 struct Traffic
 {
@@ -369,38 +339,39 @@ struct Traffic
 
 using Counts = std::vector<size_t>;
 
-class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamInterface<Road>
+/// By every mechanism, with a program that reads floats and integers.
+class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamInterface<int>
 {
 protected:
     InstanceDataRoadTest()
-        : _plan(paint(GetParam().mechanism))
+        : _plan(paint(Plan::MechanismType(GetParam())))
     {
-        const char *const version =
-            GetParam().mechanism == Plan::eStorageBufferMechanism ? "#version 430\n" : "#version 150\n";
-        const QByteArray fragment = QByteArray(version) + GetParam().declarations
-                                    + "out vec4 color;\nvoid main() { color = " + GetParam().value + "; }\n";
-        _program = makeProgram(kAtOrigin, fragment.constData());
-        _program->bind();
+        _program.addShader(GL_VERTEX_SHADER, kAtOrigin, QString());
+        _program.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.glslc");
+        _program.addShader(GL_FRAGMENT_SHADER, _plan->glslc(), QString());
+        _program.addShader(GL_FRAGMENT_SHADER,
+                           "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
+                           "void main() { color = vec4(getTint(1u), float(getImage(1u).x)); }\n",
+                           QString());
+        EXPECT_TRUE(_program.link());
+        _program.bind();
     }
 
-    ~InstanceDataRoadTest() override { _program->unbind(); }
+    ~InstanceDataRoadTest() override { _program.unbind(); }
 
-    bool isTexture() const { return GetParam().mechanism == Plan::eTextureMechanism; }
-    bool usesTextureUnits() const
-    {
-        return isTexture() || GetParam().mechanism == Plan::eBufferTextureMechanism;
-    }
-    bool hasBuffer() const { return GetParam().mechanism != Plan::eUniformMechanism; }
+    bool isTexture() const { return GetParam() == Plan::eTextureMechanism; }
+    bool usesTextureUnits() const { return isTexture() || GetParam() == Plan::eBufferTextureMechanism; }
+    bool hasBuffer() const { return GetParam() != Plan::eUniformMechanism; }
 
     Counts boundTraffic(InstanceDataCollection &collection)
     {
-        EXPECT_TRUE(collection.bind(_program.get(), nullptr));
-        EXPECT_TRUE(collection.unbind(_program.get(), nullptr));
+        EXPECT_TRUE(collection.bind(&_program, nullptr));
+        EXPECT_TRUE(collection.unbind(&_program, nullptr));
         return _traffic.take();
     }
 
     Plan *_plan;
-    std::unique_ptr<ShaderProgram> _program;
+    ShaderProgram _program{nullptr};
     Traffic _traffic;
 };
 
@@ -415,9 +386,9 @@ TEST_P(InstanceDataRoadTest, OnlyChangesAreUploadedAndOnlyNewSizesSpecified)
     const Counts resized = {upload, copies, copies, 0};
 
     InstanceDataCollection collection(_plan, 4);
-    EXPECT_TRUE(collection.unbind(_program.get(), nullptr)); // before any bind
+    EXPECT_TRUE(collection.unbind(&_program, nullptr)); // before any bind
     EXPECT_EQ(nothing, _traffic.take());
-    const size_t views = GetParam().mechanism == Plan::eBufferTextureMechanism ? 2 : 0;
+    const size_t views = GetParam() == Plan::eBufferTextureMechanism ? 2 : 0;
     EXPECT_EQ(Counts({upload, copies, copies, views}), boundTraffic(collection));
     EXPECT_EQ(nothing, boundTraffic(collection));
     collection.set(0, "tint", kTint, 16);
@@ -445,8 +416,8 @@ TEST_P(InstanceDataRoadTest, BindingLeavesNothingBehindAndTakesNoMemoryOnceThePr
     boundTraffic(collection);
     const AllocationCount allocations;
     for (int i = 0; i < 10; ++i) {
-        collection.bind(_program.get(), nullptr);
-        collection.unbind(_program.get(), nullptr);
+        collection.bind(&_program, nullptr);
+        collection.unbind(&_program, nullptr);
     }
     if (!usesTextureUnits()) { // each new holder of a unit is entered in a table
         EXPECT_EQ(0u, allocations.taken());
@@ -471,8 +442,8 @@ TEST_P(InstanceDataRoadTest, TheManagerIsToldOfTheTokensAtEveryBindAndUnbind)
     EXPECT_TRUE(collection.bind(nullptr, &manager)); // the tokens need no program
     EXPECT_TRUE(collection.unbind(nullptr, &manager));
     EXPECT_EQ(3, manager.bound.size());
-    EXPECT_FALSE(_plan->bind(_program.get(), &manager, nullptr));
-    EXPECT_FALSE(_plan->unbind(_program.get(), &manager, nullptr));
+    EXPECT_FALSE(_plan->bind(&_program, &manager, nullptr));
+    EXPECT_FALSE(_plan->unbind(&_program, &manager, nullptr));
 }
 
 TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
@@ -482,9 +453,9 @@ TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
     }
     InstanceDataCollection collection(_plan, 2);
     collection.setBOUsageFlags(GL_STREAM_DRAW);
-    collection.bind(_program.get(), nullptr);
+    collection.bind(&_program, nullptr);
     EXPECT_EQ(GLenum(GL_STREAM_DRAW), _traffic.taps.of<&glBufferData>().last<3>());
-    collection.unbind(_program.get(), nullptr);
+    collection.unbind(&_program, nullptr);
     _traffic.take();
 
     InstanceDataCollection fixed(_plan, 2);
@@ -500,7 +471,9 @@ TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
     EXPECT_EQ(bytesOf(kTint, 4), bytesOf(tint, 4));
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, InstanceDataRoadTest, testing::ValuesIn(kRoads));
+INSTANTIATE_TEST_SUITE_P(Mechanisms, InstanceDataRoadTest,
+                         testing::Range(int(Plan::eUniformBufferMechanism),
+                                        int(Plan::eStorageBufferMechanism) + 1));
 
 TEST_F(InstanceDataTest, UniformsAreGatheredTightlyAndSentOnEveryBind)
 {

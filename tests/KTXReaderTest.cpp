@@ -379,11 +379,9 @@ TEST_F(KTXReaderTest, AFileWithoutShapeUploadsNothing)
     const Tap<&glTexImage2D> uploads;
     EXPECT_EQ(nullptr, Reader(emptyImage(0, 4, 0).addLevel(0).bytes()).load(asInFile()));
     EXPECT_EQ(0u, uploads.count());
-    EXPECT_MESSAGES("critical [Texture.cpp:#] [ !! ] Assertion '0u != this->_target' failed: Texture Target "
-                    "is not set on bind",
-                    "critical [Texture.cpp:#] [ !! ] Assertion '0u != this->_target' failed: Texture Target "
-                    "is not set on unbind",
-                    failure());
+    const AssertionsOf asserted("Texture.cpp");
+    EXPECT_MESSAGES(asserted("0u != this->_target", "Texture Target is not set on bind"),
+                    asserted("0u != this->_target", "Texture Target is not set on unbind"), failure());
     EXPECT_EQ(4, TestContext::takeDriverReports().size()) << "of parameters for no target";
 }
 

@@ -489,9 +489,9 @@ TEST_F(ShaderProgramTest, VaryingsAreCapturedInTheModeGiven)
     program.addShader(GL_VERTEX_SHADER, source, QString());
     program.setTransformFeedbackVaryings({"vo_B", "vo_A"}, GL_SEPARATE_ATTRIBS);
     ASSERT_TRUE(program.link());
-    GLint value = 0;
-    driver()->glGetProgramiv(program.shaderProgramID(), GL_TRANSFORM_FEEDBACK_BUFFER_MODE, &value);
-    EXPECT_EQ(GL_SEPARATE_ATTRIBS, value);
+    GLint mode = 0;
+    driver()->glGetProgramiv(program.shaderProgramID(), GL_TRANSFORM_FEEDBACK_BUFFER_MODE, &mode);
+    EXPECT_EQ(GL_SEPARATE_ATTRIBS, mode);
     char name[16] = "";
     GLsizei size = 0;
     GLenum type = 0;

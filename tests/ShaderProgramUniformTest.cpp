@@ -101,6 +101,8 @@ protected:
     ShaderProgram program{nullptr};
 };
 
+const AssertionsOf asserted("ShaderProgram.cpp");
+
 using Floats = std::vector<float>;
 
 } // namespace
@@ -139,8 +141,7 @@ TEST_F(ShaderProgramUniformTest, AnIllegalBuiltInAttributeIsReportedAndTheLinkSt
     Tap<&glGetAttribLocation> locations;
     locations.replace([](GLuint, const GLchar *) { return 5; });
     EXPECT_TRUE(link(kBlocks));
-    const QString illegal = "critical [ShaderProgram.cpp:#] [ !! ] Assertion 'false' failed: "
-                            "[ !! ] Shader Contains GL attribute '%1'. This is illigal";
+    const QString illegal = asserted("false", "[ !! ] Shader Contains GL attribute '%1'. This is illigal");
     EXPECT_MESSAGES(illegal.arg("gl_Vertex"), illegal.arg("gl_VertexIDARB"));
     EXPECT_EQ(size_t(answers.size()), locations.count());
     EXPECT_EQ((QHash<QString, int>{{"gl", 5}, {"va_Vertex", 5}}),
@@ -218,9 +219,8 @@ TEST_F(ShaderProgramUniformTest, ABlockThatDoesNotExistIsReportedAndTheCallGoesO
     program.setUniformBlockBinding(77, 1);
     program.getUniformBlockBinding(77);
     program.getStorageBlockBinding(78);
-    const QString report =
-        "critical [ShaderProgram.cpp:#] [ !! ] Assertion 'itFind != "
-        "this->_%1BlockBindingIndices.end()' failed: Trying to %2 on shader %3. Does not exist.";
+    const QString report = asserted("itFind != this->_%1BlockBindingIndices.end()",
+                                    "Trying to %2 on shader %3. Does not exist.");
     const QString name = QString::number(program.shaderProgramID());
     EXPECT_MESSAGES(report.arg("uniform", "set uniformBlockIndex 77", name),
                     report.arg("uniform", "get uniformBlockIndex 77", name),

@@ -72,20 +72,6 @@ TEST(SupportTest, EveryKindOfNoiseFailsUnlessItIsTaken)
               }));
 }
 
-TEST(SupportTest, NamesOfUnsharedContextsAreKeptApart)
-{
-    EXPECT_EQ("", verdict([](Judged &judged) {
-                  const std::unique_ptr<TestContext> first = TestContext::create();
-                  const GLuint name = judged.makeBuffer();
-                  const std::unique_ptr<TestContext> second = TestContext::create();
-                  EXPECT_EQ(name, judged.makeBuffer());
-                  EXPECT_EQ(2, judged.ledger().alive());
-                  glDeleteBuffers(1, &name);
-                  first->makeCurrent();
-                  glDeleteBuffers(1, &name);
-              }));
-}
-
 using CaptureTest = MessageTest;
 
 TEST_F(CaptureTest, MessagesAreComparedInLevelNumberOrderAndText)
@@ -124,19 +110,6 @@ TEST_F(TapTest, TapsOnOneSlotNestAndLeaveItAsItWas)
         EXPECT_EQ(passed, outer.calls());
     }
     EXPECT_EQ(driversOwn, _ptrc_glViewport);
-}
-
-TEST_F(TapTest, StateChangesAreNamedWithBothValues)
-{
-    StateGuard guard;
-    EXPECT_EQ(QStringList(), guard.changes());
-    glEnable(GL_BLEND);
-    glScissor(1, 2, 3, 4);
-    const QStringList changes = guard.changes();
-    ASSERT_EQ(2, changes.size());
-    EXPECT_EQ("GL_BLEND 0 -> 1", changes[0]);
-    EXPECT_TRUE(changes[1].endsWith("-> 1 2 3 4"));
-    glDisable(GL_BLEND);
 }
 
 using PixelsTest = GLTest;

@@ -256,17 +256,6 @@ TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
     _capture.take();
 }
 
-TEST_F(TextureManagerTest, ATokenDeletedBeforeItsImageWasLoadedKeepsItsPath)
-{
-    const QString image = newImage("a.png");
-    const TextureToken token = manager.tokenForImage(image, TextureFileInfo());
-    manager.deleteTexture(token);
-    EXPECT_EQ(1u, manager.maxToken().token);
-    EXPECT_TRUE(token == manager.tokenForImage(image, TextureFileInfo()));
-    EXPECT_TRUE(token == manager.reserveToken());
-    _capture.take();
-}
-
 TEST_F(TextureManagerTest, ClearingNumbersFromTheBeginning)
 {
     manager.textureForColor(QColor(Qt::red));
@@ -585,30 +574,6 @@ TEST_F(ArrayManagerTest, MisuseIsTold)
     manager.unbind();
     EXPECT_FALSE(manager.moveSlotLayers(0, 100));
     EXPECT_FALSE(manager.findSlotLayer(SlotFormat(), 1).isValid());
-}
-
-TEST_F(ArrayManagerTest, ATextureThatLosesItsSizeBeforeItsCopyStaysPending)
-{
-    Texture *texture = newTexture(4, 4);
-    const TextureToken token = manager.tokenForTexture(texture);
-    manager.bind(QVector<TextureToken>{token});
-    const auto resize = [&](int side) {
-        texture->bind();
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, side, side, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-        texture->unbind();
-    };
-    resize(0);
-    _capture.take();
-    const QString ignored = QString::asprintf(
-        "warning [Array2DTextureManager.cpp:#] %p Ignoring texture of size (0x0), not blitted into array2D",
-        static_cast<void *>(&manager));
-    manager.updateSlots();
-    manager.updateSlots();
-    EXPECT_MESSAGES(ignored, ignored);
-    resize(4);
-    manager.updateSlots();
-    EXPECT_MESSAGES();
-    EXPECT_TRUE(manager.blitTokenToTextureSlot(nullTextureToken)) << "nothing to do";
 }
 
 TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)
