@@ -49,11 +49,11 @@ Scene cloud(std::mt19937 &random, const QVector3D &center, const QVector3D &half
     Scene scene;
     for (int i = 0; i < 200; ++i) {
         const QVector3D point = center + halfSize * QVector3D(unit(random), unit(random), unit(random));
-        scene.vertices.push_back({{point.x(), point.y(), point.z()}, {}, {}, {}});
+        scene.vertices.push_back({{point.x(), point.y(), point.z()}, {}, {}, {}, {}});
         scene.bounds.add(point);
     }
-    scene.meshes.push_back({0, 0, 0, quint32(scene.vertices.size()), 0});
-    scene.draws.push_back({0, QMatrix4x4()});
+    scene.meshes.push_back({0, 0, 0, quint32(scene.vertices.size()), 0, scene.bounds});
+    scene.draws.emplace_back();
     return scene;
 }
 
@@ -173,7 +173,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
                       "--verbose",     "--env",          "sky.hdr",     "--env-layout",
                       "cross",         "--env-rotation", "-90",         "--env-blur",
                       "0.25",          "--exposure",     "1.5",         "--aa",
-                      "smaa"});
+                      "smaa",          "--mechanism",    "texbuffer"});
     ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
     EXPECT_EQ(options->file, QStringLiteral("a.glb"));
     EXPECT_EQ(options->picture, QStringLiteral("a.png"));
@@ -190,6 +190,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
     EXPECT_EQ(options->environmentBlur, 0.25f);
     EXPECT_EQ(options->exposure, 1.5f);
     EXPECT_TRUE(options->edgeFilter == EdgeFilter::eSmaa);
+    EXPECT_TRUE(options->mechanism == MechanismKind::eBufferTexture);
     EXPECT_FALSE(options->isUdim);
     EXPECT_TRUE(options->verbose);
     EXPECT_TRUE(options->answer.isEmpty());

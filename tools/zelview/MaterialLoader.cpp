@@ -50,11 +50,20 @@ QVector4D baseColor(const aiMaterial &source)
     return {toLinear(color.r), toLinear(color.g), toLinear(color.b), number(source, AI_MATKEY_OPACITY, 1.0f)};
 }
 
-bool hasSurfaceMap(const aiMaterial &source)
+/// Whether the file holds to glTF's shading model, in which maps and factors mean what they say.
+bool isGltf(const aiMaterial &source)
 {
-    return source.GetTextureCount(aiTextureType_METALNESS) > 0
-           || source.GetTextureCount(aiTextureType_DIFFUSE_ROUGHNESS) > 0
-           || source.GetTextureCount(aiTextureType_UNKNOWN) > 0; // glTF's metallic-roughness map, to assimp
+    aiString mode;
+    return source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS;
+}
+
+/// Maps of metalness or roughness that are not glTF's one of both.
+bool hasForeignSurfaceMap(const aiMaterial &source)
+{
+    return !isGltf(source)
+           && (source.GetTextureCount(aiTextureType_METALNESS) > 0
+               || source.GetTextureCount(aiTextureType_DIFFUSE_ROUGHNESS) > 0
+               || source.GetTextureCount(aiTextureType_UNKNOWN) > 0);
 }
 
 /// Metalness and roughness, by what the format states.
@@ -63,13 +72,17 @@ void readSurface(const aiMaterial &source, Material &material)
     const float metalness = number(source, AI_MATKEY_METALLIC_FACTOR, 0.0f);
     const float stated = number(source, AI_MATKEY_ROUGHNESS_FACTOR, -1.0f);
     const float shininess = number(source, AI_MATKEY_SHININESS, 0.0f);
-    if (hasSurfaceMap(source)) {
+    if (hasForeignSurfaceMap(source)) {
         material.roughness = kMappedRoughness;
         return;
     }
     material.metalness = std::clamp(metalness, 0.0f, 1.0f);
+    if (material.has(eSurfaceMap)) {
+        material.roughness = std::clamp(stated, 0.0f, 1.0f);
+        return;
+    }
     // Exporters of plain colours leave glTF's default of 1.
-    const bool isUnspoken = stated >= 1.0f && metalness <= 0.0f && material.baseColorTexture < 0;
+    const bool isUnspoken = stated >= 1.0f && metalness <= 0.0f && !material.has(eBaseColorMap);
     if (stated >= 0.0f) {
         material.roughness = isUnspoken ? kUnspokenRoughness : std::min(stated, 1.0f);
     } else if (shininess > 1.0f) {
@@ -144,7 +157,7 @@ void takeEmbedded(const aiTexture &embedded, TextureSource &target)
     target.pixels = QImage(bytes, int(embedded.mWidth), int(embedded.mHeight), QImage::Format_ARGB32).copy();
 }
 
-/// The scene's textures under construction: each image and way to wrap once.
+/// The scene's textures under construction: each image once for each way to wrap and to decode it.
 class TextureList
 {
 public:
@@ -156,15 +169,17 @@ public:
     }
 
     /// The index of a texture, or -1 when the image is missing.
-    int indexOf(const aiString &name, TextureSource::Wrap wrapU, TextureSource::Wrap wrapV)
+    int indexOf(const aiString &name, TextureSource::Wrap wrapU, TextureSource::Wrap wrapV, bool isColor)
     {
         TextureSource texture;
         texture.name = QString::fromUtf8(name.C_Str());
+        texture.isColor = isColor;
         texture.wrapU = wrapU;
         texture.wrapV = wrapV;
         const auto known =
             std::find_if(_scene.textures.begin(), _scene.textures.end(), [&](const TextureSource &other) {
-                return other.name == texture.name && other.wrapU == wrapU && other.wrapV == wrapV;
+                return other.name == texture.name && other.wrapU == wrapU && other.wrapV == wrapV
+                       && other.isColor == isColor;
             });
         if (known != _scene.textures.end()) {
             return int(known - _scene.textures.begin());
@@ -198,19 +213,87 @@ private:
     Scene &_scene;
 };
 
-void readBaseColorTexture(const aiMaterial &source, TextureList &textures, Material &material)
+/// Where assimp keeps a map, by preference. An occlusion map of glTF is a light map to it.
+std::vector<aiTextureType> typesOf(MapKind kind)
 {
-    for (const aiTextureType type : {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE}) {
+    switch (kind) {
+    case eBaseColorMap:
+        return {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE};
+    case eSurfaceMap:
+        return {aiTextureType_UNKNOWN};
+    case eNormalMap:
+        return {aiTextureType_NORMALS};
+    case eOcclusionMap:
+        return {aiTextureType_LIGHTMAP};
+    default:
+        return {aiTextureType_EMISSIVE};
+    }
+}
+
+/// The place among a vertex's sets of texture coordinates for this set of the file. There are two; the first that a
+/// map takes is the first of them, and a third one has no place and gets the first.
+int placeOfSet(unsigned int set, bool isFirst, Material &material)
+{
+    set = std::min(set, AI_MAX_NUMBER_OF_TEXTURECOORDS - 1u);
+    if (isFirst) {
+        material.texCoordSets = {set, set};
+    } else if (set != material.texCoordSets[0] && material.texCoordSets[1] == material.texCoordSets[0]) {
+        material.texCoordSets[1] = set;
+    }
+    return set != material.texCoordSets[0] && set == material.texCoordSets[1] ? 1 : 0;
+}
+
+void readMap(const aiMaterial &source, MapKind kind, TextureList &textures, Material &material)
+{
+    const bool isFirst = std::none_of(material.maps.begin(), material.maps.end(),
+                                      [](const auto &map) { return map.texture >= 0; });
+    for (const aiTextureType type : typesOf(kind)) {
         aiString name;
-        unsigned int texCoords = 0;
+        unsigned int set = 0;
         aiTextureMapMode wrap[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
-        if (source.GetTexture(type, 0, &name, nullptr, &texCoords, nullptr, nullptr, wrap)
-            == aiReturn_SUCCESS) {
-            material.baseColorTexture = textures.indexOf(name, toWrap(wrap[0]), toWrap(wrap[1]));
-            material.texCoords = std::min(texCoords, AI_MAX_NUMBER_OF_TEXTURECOORDS - 1u);
+        if (source.GetTexture(type, 0, &name, nullptr, &set, nullptr, nullptr, wrap) == aiReturn_SUCCESS) {
+            const bool isColor = kind == eBaseColorMap || kind == eEmissiveMap;
+            material.maps[kind].texture = textures.indexOf(name, toWrap(wrap[0]), toWrap(wrap[1]), isColor);
+            if (material.has(kind)) {
+                material.maps[kind].set = placeOfSet(set, isFirst, material);
+            }
             return;
         }
     }
+}
+
+/// All maps of glTF; of other formats the colour alone, since their other maps do not say how they are meant.
+void readMaps(const aiMaterial &source, TextureList &textures, Material &material)
+{
+    readMap(source, eBaseColorMap, textures, material);
+    if (!isGltf(source)) {
+        return;
+    }
+    for (const MapKind kind : {eSurfaceMap, eNormalMap, eOcclusionMap, eEmissiveMap}) {
+        readMap(source, kind, textures, material);
+    }
+    material.normalScale = number(source, AI_MATKEY_GLTF_TEXTURE_SCALE(aiTextureType_NORMALS, 0), 1.0f);
+    material.occlusionStrength = std::clamp(
+        number(source, AI_MATKEY_GLTF_TEXTURE_STRENGTH(aiTextureType_LIGHTMAP, 0), 1.0f), 0.0f, 1.0f);
+}
+
+/// glTF says which materials have no back; of other formats the winding cannot be relied on.
+bool isTwoSided(const aiMaterial &source)
+{
+    int stated = 1;
+    return !isGltf(source) || source.Get(AI_MATKEY_TWOSIDED, stated) != aiReturn_SUCCESS || stated != 0;
+}
+
+/// The emission, unless it is the factor of a map that is not read.
+QVector3D emissionOf(const aiMaterial &source, const Material &material)
+{
+    aiColor4D emission;
+    const bool isFactorAlone =
+        source.GetTextureCount(aiTextureType_EMISSIVE) > 0 && !material.has(eEmissiveMap);
+    if (isFactorAlone || source.Get(AI_MATKEY_COLOR_EMISSIVE, emission) != aiReturn_SUCCESS) {
+        return {};
+    }
+    return {emission.r, emission.g, emission.b};
 }
 
 Material toMaterial(const aiMaterial &source, TextureList &textures)
@@ -218,14 +301,11 @@ Material toMaterial(const aiMaterial &source, TextureList &textures)
     Material material;
     material.name = QString::fromUtf8(source.GetName().C_Str());
     material.baseColor = baseColor(source);
-    readBaseColorTexture(source, textures, material);
+    readMaps(source, textures, material);
     readSurface(source, material);
     readOpacity(source, material);
-    aiColor4D emission;
-    if (source.Get(AI_MATKEY_COLOR_EMISSIVE, emission) == aiReturn_SUCCESS
-        && source.GetTextureCount(aiTextureType_EMISSIVE) == 0) { // the factor of a map says nothing alone
-        material.emission = {emission.r, emission.g, emission.b};
-    }
+    material.isTwoSided = isTwoSided(source);
+    material.emission = emissionOf(source, material);
     return material;
 }
 

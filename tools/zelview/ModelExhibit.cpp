@@ -8,6 +8,7 @@
 #include "ModelRenderer.h"
 #include "Options.h"
 #include "UdimFiles.h"
+#include "Words.h"
 
 #include <algorithm>
 
@@ -22,11 +23,6 @@ constexpr float kOcclusionReach = 0.08f; ///< radii of the scene
 float aspectOf(const QSize &viewport)
 {
     return float(viewport.width()) / float(viewport.height());
-}
-
-QString counted(size_t count, const char *one, const char *many)
-{
-    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
 }
 
 Expected<Scene> loadTiles(const QString &name)
@@ -44,6 +40,16 @@ ManagerKind suitableManager(const Scene &scene)
     const bool hasTiles = std::any_of(scene.textures.begin(), scene.textures.end(),
                                       [](const TextureSource &texture) { return !texture.tiles.empty(); });
     return hasTiles ? ManagerKind::eArray : ManagerKind::eSampler;
+}
+
+/// The next of the kinds that the driver has; one at least is there.
+template <typename Kind> Kind nextSupported(Kind kind, int kinds, bool (*isSupported)(Kind))
+{
+    int next = int(kind);
+    do {
+        next = (next + 1) % kinds;
+    } while (!isSupported(Kind(next)));
+    return Kind(next);
 }
 
 } // namespace
@@ -74,14 +80,14 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 QStringList ModelExhibit::describe() const
 {
     const QString inFile = QStringLiteral("model     %1, %2, %3, %4")
-                               .arg(counted(_scene.meshes.size(), "mesh", "meshes"))
-                               .arg(counted(_scene.indices.size() / 3, "triangle", "triangles"))
-                               .arg(counted(_scene.materials.size(), "material", "materials"))
-                               .arg(counted(_scene.textures.size(), "texture", "textures"));
+                               .arg(counted(qint64(_scene.meshes.size()), "mesh", "meshes"))
+                               .arg(counted(qint64(_scene.indices.size() / 3), "triangle", "triangles"))
+                               .arg(counted(qint64(_scene.materials.size()), "material", "materials"))
+                               .arg(counted(qint64(_scene.textures.size()), "texture", "textures"));
     return {QStringLiteral("%1; placed: %2, %3")
                 .arg(inFile)
-                .arg(counted(_scene.draws.size(), "mesh", "meshes"))
-                .arg(counted(size_t(_scene.placedTriangles()), "triangle", "triangles"))};
+                .arg(counted(qint64(_scene.draws.size()), "mesh", "meshes"))
+                .arg(counted(_scene.placedTriangles(), "triangle", "triangles"))};
 }
 
 Failure ModelExhibit::putUp(Programs &programs, const Options &)
@@ -93,7 +99,8 @@ Failure ModelExhibit::putUp(Programs &programs, const Options &)
     if (!occlusion) {
         return occlusion.problem();
     }
-    if (const Failure failure = makeRenderer(_options.manager.value_or(suitableManager(_scene)))) {
+    if (const Failure failure =
+            makeRenderer(_options.manager.value_or(suitableManager(_scene)), _options.mechanism)) {
         return failure;
     }
     for (const QString &remark : _scene.remarks) {
@@ -123,10 +130,10 @@ Failure ModelExhibit::makeSurroundings(Programs &programs)
     return {};
 }
 
-Failure ModelExhibit::makeRenderer(ManagerKind manager)
+Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
 {
     Expected<std::unique_ptr<ModelRenderer>> renderer =
-        ModelRenderer::create(_scene, _options, manager, _environment != nullptr);
+        ModelRenderer::create(_scene, _options, manager, mechanism, _environment != nullptr);
     if (!renderer) {
         return renderer.problem();
     }
@@ -135,15 +142,6 @@ Failure ModelExhibit::makeRenderer(ManagerKind manager)
     }
     _renderer = std::move(*renderer);
     return {};
-}
-
-ManagerKind ModelExhibit::nextManager() const
-{
-    int next = int(_renderer->manager());
-    do {
-        next = (next + 1) % kManagerKinds;
-    } while (!ModelTextures::isSupported(ManagerKind(next)));
-    return ManagerKind(next);
 }
 
 void ModelExhibit::takeDown()
@@ -159,13 +157,26 @@ void ModelExhibit::frame(const QSize &viewport)
     _camera.frame(_scene, aspectOf(viewport));
 }
 
+Failure ModelExhibit::changeRenderer()
+{
+    if (!_takesNextManager && !_takesNextMechanism) {
+        return {};
+    }
+    const ManagerKind manager =
+        _takesNextManager ? nextSupported(_renderer->manager(), kManagerKinds, ModelTextures::isSupported)
+                          : _renderer->manager();
+    const MechanismKind mechanism =
+        _takesNextMechanism ? nextSupported(_renderer->mechanism(), kMechanismKinds, ModelPlans::isSupported)
+                            : _renderer->mechanism();
+    _takesNextManager = false;
+    _takesNextMechanism = false;
+    return makeRenderer(manager, mechanism);
+}
+
 Failure ModelExhibit::prepareFrame(const QSize &viewport)
 {
-    if (_takesNextManager) {
-        _takesNextManager = false;
-        if (const Failure failure = makeRenderer(nextManager())) {
-            return failure;
-        }
+    if (const Failure failure = changeRenderer()) {
+        return failure;
     }
     if (_showsSlots) {
         if (const Failure failure = _renderer->prepareSlots()) {
@@ -177,20 +188,20 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
     }
     const float aspect = aspectOf(viewport);
     _occlusion->beginGeometry();
-    _renderer->drawGeometry(_camera, aspect);
+    _renderer->drawGeometry(_camera.at(aspect));
     _occlusion->endGeometry(_camera.projection(aspect), kOcclusionReach * _scene.bounds.radius());
     return {};
 }
 
 void ModelExhibit::draw(const QSize &viewport)
 {
+    const View view = _camera.at(aspectOf(viewport));
     if (_environment != nullptr) {
-        _environment->drawBackground(_camera.view(), _camera.projection(aspectOf(viewport)),
-                                     _options.environmentBlur, _options.exposure);
+        _environment->drawBackground(view.view, view.projection, _options.environmentBlur, _options.exposure);
     } else {
         _backdrop->draw(viewport);
     }
-    _renderer->draw(_camera, _occlusion->texture(), _environment.get(), _options.exposure);
+    _renderer->draw(view, _occlusion->texture(), _environment.get(), _options.exposure);
     if (_showsSlots) {
         _renderer->drawSlots();
     }
@@ -229,6 +240,9 @@ bool ModelExhibit::key(int key)
     switch (key) {
     case Qt::Key_M:
         _takesNextManager = true;
+        return true;
+    case Qt::Key_I:
+        _takesNextMechanism = true;
         return true;
     case Qt::Key_D:
         _showsSlots = !_showsSlots;

@@ -15,7 +15,8 @@ class Environment;
 class ModelRenderer;
 
 /// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
-/// turns around it. Up and Down change the exposure, Left and Right turn the environment. M takes the next texture manager of those that the driver has, D shows the manager's view of itself.
+/// turns around it. Up and Down change the exposure, Left and Right turn the environment. M takes the next texture manager
+/// of those that the driver has, I the next mechanism for instance data, D shows the manager's view of itself.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -39,13 +40,14 @@ private:
     ModelExhibit(Scene scene, const Options &options);
 
     Failure makeSurroundings(Programs &programs);
-    Failure makeRenderer(ManagerKind manager);
-    ManagerKind nextManager() const;
+    Failure makeRenderer(ManagerKind manager, MechanismKind mechanism);
+    Failure changeRenderer();
     bool turnEnvironment(float angle);
 
     Scene _scene;
     Options _options;
     bool _takesNextManager = false; ///< with the next frame
+    bool _takesNextMechanism = false;
     bool _showsSlots = false;
     OrbitCamera _camera;
     std::unique_ptr<AmbientOcclusion> _occlusion;

@@ -1,6 +1,7 @@
 #include "ModelLoader.h"
 
 #include "Console.h"
+#include "GraphLoader.h"
 #include "InputFile.h"
 #include "MaterialLoader.h"
 #include "MemoryBudget.h"
@@ -45,29 +46,31 @@ Problem inputProblem(const QString &path, const QString &text)
     return {ExitCode::eInput, QStringLiteral("'%1' %2").arg(path, text)};
 }
 
-QMatrix4x4 toMatrix(const aiMatrix4x4 &m)
-{
-    return {m.a1, m.a2, m.a3, m.a4, m.b1, m.b2, m.b3, m.b4, m.c1, m.c2, m.c3, m.c4, m.d1, m.d2, m.d3, m.d4};
-}
-
 quint8 toByte(float unit)
 {
     return quint8(std::lround(255.0f * std::clamp(unit, 0.0f, 1.0f)));
 }
 
-Vertex toVertex(const aiMesh &source, unsigned int index, unsigned int texCoords)
+std::array<float, 2> toTexCoord(const aiMesh &source, unsigned int index, unsigned int set)
 {
-    Vertex vertex{{}, {0.0f, 1.0f, 0.0f}, {}, {255, 255, 255, 255}};
+    if (!source.HasTextureCoords(set)) {
+        return {};
+    }
+    const aiVector3D &texCoord = source.mTextureCoords[set][index];
+    return {texCoord.x, texCoord.y};
+}
+
+Vertex toVertex(const aiMesh &source, unsigned int index, const Material &material)
+{
+    Vertex vertex{{}, {0.0f, 1.0f, 0.0f}, {}, {255, 255, 255, 255}, {}};
     const aiVector3D &position = source.mVertices[index];
     vertex.position = {position.x, position.y, position.z};
     if (source.HasNormals()) {
         const aiVector3D &normal = source.mNormals[index];
         vertex.normal = {normal.x, normal.y, normal.z};
     }
-    if (source.HasTextureCoords(texCoords)) {
-        const aiVector3D &texCoord = source.mTextureCoords[texCoords][index];
-        vertex.texCoord = {texCoord.x, texCoord.y};
-    }
+    vertex.texCoord = toTexCoord(source, index, material.texCoordSets[0]);
+    vertex.texCoord2 = toTexCoord(source, index, material.texCoordSets[1]);
     if (source.HasVertexColors(0)) {
         const aiColor4D &color = source.mColors[0][index];
         vertex.color = {toByte(color.r), toByte(color.g), toByte(color.b), toByte(color.a)};
@@ -83,9 +86,10 @@ Mesh appendMesh(const aiMesh &source, Scene &scene)
     mesh.firstVertex = quint32(scene.vertices.size());
     mesh.vertexCount = source.mNumVertices;
     mesh.material = int(source.mMaterialIndex);
-    const unsigned int texCoords = scene.materials[source.mMaterialIndex].texCoords;
+    const Material &material = scene.materials[source.mMaterialIndex];
     for (unsigned int i = 0; i < source.mNumVertices; ++i) {
-        scene.vertices.push_back(toVertex(source, i, texCoords));
+        scene.vertices.push_back(toVertex(source, i, material));
+        mesh.bounds.add(scene.vertices.back().point());
     }
     for (unsigned int i = 0; i < source.mNumFaces; ++i) {
         const aiFace &face = source.mFaces[i];
@@ -108,26 +112,6 @@ bool isWithinLimits(const aiScene &source)
     }
     const qint64 most = std::numeric_limits<int>::max() / qint64(sizeof(Vertex));
     return vertices <= most && indices <= std::numeric_limits<int>::max() / qint64(sizeof(quint32));
-}
-
-/// One draw for each mesh of each node. The stack is our own: files decide how deep a hierarchy goes.
-void appendDraws(const aiNode &root, Scene &scene)
-{
-    std::vector<std::pair<const aiNode *, QMatrix4x4>> open{{&root, toMatrix(root.mTransformation)}};
-    while (!open.empty()) {
-        const auto [node, transform] = open.back();
-        open.pop_back();
-        for (unsigned int i = 0; i < node->mNumMeshes; ++i) {
-            const int mesh = int(node->mMeshes[i]);
-            if (scene.meshes[size_t(mesh)].indexCount > 0) {
-                scene.draws.push_back({mesh, transform});
-            }
-        }
-        for (unsigned int i = node->mNumChildren; i > 0; --i) {
-            const aiNode *child = node->mChildren[i - 1];
-            open.emplace_back(child, transform * toMatrix(child->mTransformation));
-        }
-    }
 }
 
 /// Six reaches are the box, without a transformed copy of every vertex.
@@ -165,9 +149,12 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
     for (unsigned int i = 0; i < source.mNumMeshes; ++i) {
         scene.meshes.push_back(appendMesh(*source.mMeshes[i], scene));
     }
-    appendDraws(*source.mRootNode, scene);
+    loadGraph(source, scene);
     if (scene.draws.empty()) {
         return inputProblem(path, QStringLiteral("holds no triangles"));
+    }
+    if (std::all_of(scene.draws.begin(), scene.draws.end(), [](const Draw &draw) { return draw.isHidden; })) {
+        return inputProblem(path, QStringLiteral("hides all its triangles"));
     }
     scene.bounds = boundsOf(scene);
     if (!isUsable(scene.bounds)) {

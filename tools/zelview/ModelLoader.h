@@ -5,7 +5,7 @@
 
 namespace zelview {
 
-/// Reads a model file with assimp: node hierarchy applied, faces cut into triangles, points and lines left out, missing
+/// Reads a model file with assimp: faces cut into triangles, points and lines left out, missing
 /// normals generated.
 ///
 /// Errors: ExitCode::eFile when there is no such file or it cannot be read, ExitCode::eInput when it is no model, or one

@@ -1,34 +1,26 @@
 #pragma once
 
-#include "DrawRecords.h"
+#include "ModelDrawables.h"
+#include "ModelGeometry.h"
+#include "ModelPlans.h"
 #include "ModelTextures.h"
 #include "Options.h"
 #include "Outcome.h"
 #include "Programs.h"
-
-#include <QtCore/QVector>
-#include <QtGui/QVector3D>
+#include "View.h"
 
 #include <memory>
-#include <vector>
 
 namespace Orvane { namespace Zel {
-class BufferObject;
-class DrawBuffers;
 class Texture;
-class VertexArrayObject;
+class UniformBufferObject;
 }} // namespace Orvane::Zel
 
 namespace zelview {
 
 class Environment;
-class OrbitCamera;
-struct Scene;
 
-/// Draws a scene: all geometry in one vertex array, what differs from draw to draw in uniform blocks, found by draw ID.
-///
-/// On the plain path each block has one draw unit, with a sub-draw for each draw; on the base-instance path every draw is
-/// a unit. The picture is the same.
+/// Draws a scene: its passes, and the programs and the state of each.
 ///
 /// Context: create, use and delete with one and the same context current.
 class ModelRenderer
@@ -38,16 +30,22 @@ class ModelRenderer
 public:
     /// The scene is borrowed and must outlive the renderer.
     ///
-    /// Errors: ExitCode::eGL when the driver does not support the manager.
+    /// Errors: ExitCode::eGL when the driver does not support the manager or the mechanism.
     static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, const Options &options,
-                                                           ManagerKind manager, bool hasEnvironment);
+                                                           ManagerKind manager, MechanismKind mechanism,
+                                                           bool hasEnvironment);
     ~ModelRenderer();
 
     /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
-    void drawGeometry(const OrbitCamera &camera, float aspect);
-    /// The second, with the same camera: into the bound framebuffer, opaque draws first.
-    void draw(const OrbitCamera &camera, Orvane::Zel::Texture *occlusion, Environment *environment,
-              float exposure);
+    void drawGeometry(const View &view);
+    /// The second, with the same view: into the bound framebuffer, opaque draws first.
+    void draw(const View &view, Orvane::Zel::Texture *occlusion, Environment *environment, float exposure);
+
+    /// A program for drawCasters(): the vertex stage includes "ModelVertex.glslh"; the fragment stage, such as
+    /// "caster.frag", "Material.glslh".
+    Expected<ProgramPointer> buildCasterProgram(const QString &vertexFile, const QString &fragmentFile);
+    /// The opaque draws that are inside, with a program that is bound, whatever camera looks at them otherwise.
+    void drawCasters(Orvane::Zel::ShaderProgram *program, const QMatrix4x4 &viewProjection);
 
     /// Builds what drawSlots() takes, unless that is done.
     Failure prepareSlots();
@@ -55,6 +53,10 @@ public:
     void drawSlots();
 
     ManagerKind manager() const { return _textures.kind(); }
+    MechanismKind mechanism() const { return _plans.mechanism(); }
+
+    /// For the defines of those who add to the shading; counts for programs built later.
+    Programs &programs() { return _programs; }
 
     /// Textures that could not be read, in words.
     const QStringList &remarks() const { return _textures.remarks(); }
@@ -63,45 +65,23 @@ public:
     QString describeFrame() const;
 
 private:
-    ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, int blockLimit);
-
-    using UnitPointer = QSharedPointer<Orvane::Zel::DrawBuffers>;
+    ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, MechanismKind mechanism);
 
     Failure buildPrograms();
-    Failure build(ProgramPointer &program, const QStringList &vertexFiles, const QString &fragmentFile);
-    void uploadGeometry();
-    void sortOutDraws();
-    UnitPointer newUnit() const;
-    UnitPointer newUnitOfBlock(int block) const;
-    UnitPointer newUnitOfDraw(int draw, int drawID) const;
+    Expected<ProgramPointer> buildModelProgram(const QString &vertexFile, const QString &fragmentFile);
+    void uploadFrame(const View &view);
 
-    void uploadFrame(const OrbitCamera &camera, float aspect);
-    void sortBlended(const QVector3D &eye);
-    void drawInOrder(Orvane::Zel::ShaderProgram *program, const std::vector<int> &draws);
-    int textureOf(int draw) const;
-    int runOf(int draw) const;
-    void drawRun(Orvane::Zel::ShaderProgram *program, int block, int texture, const QVector<int> &drawIDs);
-    void drawUnit(Orvane::Zel::ShaderProgram *program, Orvane::Zel::DrawBuffers *unit,
-                  const QVector<int> *commands);
-
-    const Scene &_scene;
-    DrawIDPath _drawIDPath;
     Programs _programs; ///< with the defines of its texture manager
     ProgramPointer _geometryProgram;
     ProgramPointer _program;
     ProgramPointer _slotsProgram; ///< null until it is wanted
     ModelTextures _textures;
-    DrawRecords _records;
+    ModelPlans _plans;
+    ModelGeometry _geometry;
+    ModelDrawables _drawables;
+    DrawIDPath _drawIDPath;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
-    QSharedPointer<Orvane::Zel::VertexArrayObject> _vertexArray;
-    QSharedPointer<Orvane::Zel::BufferObject> _indexBuffer;
-    std::vector<UnitPointer> _units; ///< by block, or by draw on the base-instance path
 
-    std::vector<int> _opaque; ///< draws, by texture
-    std::vector<int> _blended;
-    std::vector<QVector3D> _centers; ///< of all draws, in the world
-
-    Orvane::Zel::DrawBuffers *_boundUnit = nullptr; ///< while drawing
     qint64 _calls = 0;
     qint64 _batches = 0;
     qint64 _indices = 0;

@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <set>
 
 using namespace Orvane::Zel;
 
@@ -58,7 +59,7 @@ void completeLevels(Texture &texture)
 Texture *load(const TextureSource &source)
 {
     TextureFileInfo info;
-    info.srgb = true;
+    info.srgb = source.isColor;
     // No anisotropy: llvmpipe (Mesa 22.3) filters some footprints of a model for minutes with it.
     const Console::Collector quiet; // the remark says it all
     std::unique_ptr<Texture> texture(source.path.isEmpty() ? loadEmbedded(source, info)
@@ -92,11 +93,40 @@ TextureManager *newManager(ManagerKind kind)
         return manager;
     }
     default: {
-        auto *manager = new SamplerTextureManager;
-        manager->setMaxSlots(1);
-        return manager;
+        return new SamplerTextureManager;
     }
     }
+}
+
+/// By MapKind.
+const char *const kMapDefines[] = {"ZELVIEW_BASE_COLOR_MAP", "ZELVIEW_SURFACE_MAP", "ZELVIEW_NORMAL_MAP",
+                                   "ZELVIEW_OCCLUSION_MAP", "ZELVIEW_EMISSIVE_MAP"};
+
+std::array<bool, kMapKinds> usedKinds(const Scene &scene)
+{
+    std::array<bool, kMapKinds> isUsed{};
+    for (const Material &material : scene.materials) {
+        for (size_t kind = 0; kind < kMapKinds; ++kind) {
+            isUsed[kind] = isUsed[kind] || material.has(MapKind(kind));
+        }
+    }
+    return isUsed;
+}
+
+/// The most textures that a material has, white in the place of missing ones among them.
+int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
+{
+    size_t most = 1;
+    for (const Material &material : scene.materials) {
+        std::set<int> textures;
+        for (size_t kind = 0; kind < kMapKinds; ++kind) {
+            if (isUsed[kind]) {
+                textures.insert(material.maps[kind].texture);
+            }
+        }
+        most = std::max(most, textures.size());
+    }
+    return int(most);
 }
 
 /// One manager of each kind, to the end of the process: they leave helper textures to the context.
@@ -124,12 +154,16 @@ bool ModelTextures::isSupported(ManagerKind kind)
     }
 }
 
-ModelTextures::ModelTextures(const std::vector<TextureSource> &sources, ManagerKind kind)
+ModelTextures::ModelTextures(const Scene &scene, ManagerKind kind)
     : _kind(kind)
+    , _isUsed(usedKinds(scene))
     , _manager(managerOf(kind))
     , _white(_manager->tokenForColor(Qt::white))
 {
-    for (const TextureSource &source : sources) {
+    if (kind == ManagerKind::eSampler) { // a sample costs as much as there are slots
+        _manager->setMaxSlots(mostTextures(scene, _isUsed));
+    }
+    for (const TextureSource &source : scene.textures) {
         const bool isSet = !source.tiles.empty() && _manager->supportsUDIMs();
         _tokens.append(isSet ? addSet(source) : add(source));
     }
@@ -147,14 +181,19 @@ ModelTextures::~ModelTextures()
     }
 }
 
-TextureToken ModelTextures::token(int index) const
+TextureToken ModelTextures::token(const Material &material, MapKind kind) const
 {
-    return index < 0 ? _white : _tokens[index];
+    return tokenOf(material.maps[_isUsed[kind] ? kind : eBaseColorMap].texture);
 }
 
 void ModelTextures::setUp(GLSLMacroProcessor *processor) const
 {
     _manager->setup(processor);
+    for (size_t kind = 0; kind < kMapKinds; ++kind) {
+        if (_isUsed[kind]) {
+            processor->addDefine(QLatin1String(kMapDefines[kind]), QStringLiteral("1"));
+        }
+    }
 }
 
 QString ModelTextures::shaderFile() const
@@ -162,16 +201,16 @@ QString ModelTextures::shaderFile() const
     return _manager->getShaderFile();
 }
 
-void ModelTextures::bind(int index, ShaderProgram *program) const
+void ModelTextures::bind(ShaderProgram *program) const
 {
-    _manager->bind(tokensFor(index));
+    _manager->bind(tokensAtOnce());
     _manager->bind(program);
 }
 
-void ModelTextures::unbind(int index, ShaderProgram *program) const
+void ModelTextures::unbind(ShaderProgram *program) const
 {
     _manager->unbind(program);
-    _manager->unbind(tokensFor(index));
+    _manager->unbind(tokensAtOnce());
 }
 
 TextureToken ModelTextures::add(const TextureSource &source)
@@ -195,6 +234,7 @@ TextureToken ModelTextures::addSet(const TextureSource &source)
     for (const TextureTile &tile : source.tiles) {
         TextureSource alone;
         alone.path = tile.path;
+        alone.isColor = source.isColor;
         alone.wrapU = TextureSource::eClamp; // no tile shows its other side at its border
         alone.wrapV = TextureSource::eClamp;
         Texture *texture = load(alone);
@@ -216,9 +256,14 @@ TextureToken ModelTextures::addTexture(Texture *texture)
     return _manager->tokenForTexture(texture);
 }
 
-QVector<TextureToken> ModelTextures::tokensFor(int index) const
+QVector<TextureToken> ModelTextures::tokensAtOnce() const
 {
-    return isOneByOne() ? QVector<TextureToken>{token(index)} : _tokens;
+    return _kind == ManagerKind::eSampler ? QVector<TextureToken>{_white} : _tokens;
+}
+
+TextureToken ModelTextures::tokenOf(int index) const
+{
+    return index < 0 ? _white : _tokens[index];
 }
 
 } // namespace zelview

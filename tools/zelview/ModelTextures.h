@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Options.h"
+#include "Scene.h"
 
 #include <ZelGL/TextureToken.h>
 
@@ -18,8 +19,6 @@ class TextureManager;
 
 namespace zelview {
 
-struct TextureSource;
-
 /// The textures of a scene, loaded by the library and handed to a texture manager: shaders sample them by token.
 ///
 /// Context: construct, use and delete with one and the same context current, of which a process has one.
@@ -32,26 +31,25 @@ class ModelTextures
 public:
     static bool isSupported(ManagerKind kind);
 
-    ModelTextures(const std::vector<TextureSource> &sources, ManagerKind kind);
+    ModelTextures(const Scene &scene, ManagerKind kind);
     ~ModelTextures();
 
     ManagerKind kind() const { return _kind; }
 
-    /// By the scene's index; -1 is white.
-    Orvane::Zel::TextureToken token(int index) const;
+    Orvane::Zel::TextureManager *manager() const { return _manager; }
 
-    /// Whether draws see but the texture that is bound for them: the sampler manager's cost grows with the textures
-    /// that are bound at once.
-    bool isOneByOne() const { return _kind == ManagerKind::eSampler; }
+    /// What shaders sample for a map: white where the material has none. Where no material has one, shaders do not
+    /// sample it, and it is the colour's, so that no further texture is bound for it.
+    Orvane::Zel::TextureToken token(const Material &material, MapKind kind) const;
 
-    /// Adds the manager's defines.
+    /// Adds the manager's defines, and ZELVIEW_SURFACE_MAP and the like for the maps that some material has.
     void setUp(Orvane::Zel::GLSLMacroProcessor *processor) const;
     /// The manager's own file, which goes into programs that sample by token.
     QString shaderFile() const;
 
-    /// Around draws with the current program: the texture of the scene's index, or all unless it goes one by one.
-    void bind(int index, Orvane::Zel::ShaderProgram *program) const;
-    void unbind(int index, Orvane::Zel::ShaderProgram *program) const;
+    /// Around a look at the manager itself with the current program: all textures, as far as they can be bound at once.
+    void bind(Orvane::Zel::ShaderProgram *program) const;
+    void unbind(Orvane::Zel::ShaderProgram *program) const;
 
     const QStringList &remarks() const { return _remarks; }
 
@@ -59,9 +57,11 @@ private:
     Orvane::Zel::TextureToken add(const TextureSource &source);
     Orvane::Zel::TextureToken addSet(const TextureSource &source);
     Orvane::Zel::TextureToken addTexture(Orvane::Zel::Texture *texture);
-    QVector<Orvane::Zel::TextureToken> tokensFor(int index) const;
+    QVector<Orvane::Zel::TextureToken> tokensAtOnce() const;
+    Orvane::Zel::TextureToken tokenOf(int index) const;
 
     ManagerKind _kind;
+    std::array<bool, kMapKinds> _isUsed; ///< whether some material has such a map
     Orvane::Zel::TextureManager *_manager;
     Orvane::Zel::TextureToken _white;
     QVector<Orvane::Zel::TextureToken> _tokens;    ///< by the scene's index, and white

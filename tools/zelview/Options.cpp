@@ -25,6 +25,12 @@ const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array
                                 QStringLiteral("array-bindless"), QStringLiteral("bindless")};
 static_assert(kManagerKinds == 4, "each has a name");
 
+/// By MechanismKind.
+const QStringList kMechanismNames{QStringLiteral("ubo"), QStringLiteral("uniform"),
+                                  QStringLiteral("texbuffer"), QStringLiteral("texture"),
+                                  QStringLiteral("ssbo")};
+static_assert(kMechanismKinds == 5, "each has a name");
+
 Problem usageProblem(const QString &text)
 {
     return {ExitCode::eUsage, text + QStringLiteral(" (see zelview --help)")};
@@ -192,6 +198,11 @@ QString edgeFilterName(EdgeFilter filter)
     return kEdgeFilterNames[int(filter)];
 }
 
+QString mechanismName(MechanismKind kind)
+{
+    return kMechanismNames[int(kind)];
+}
+
 Expected<Options> parseOptions(const QStringList &arguments)
 {
     const QCommandLineOption offscreen(
@@ -223,9 +234,16 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral(
             "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
         QStringLiteral("tiles"));
-    const QCommandLineOption blockLimit(QStringLiteral("block-limit"),
-                                        QStringLiteral("Use at most so many bytes of a uniform block."),
-                                        QStringLiteral("bytes"));
+    const QCommandLineOption mechanism(
+        QStringLiteral("mechanism"),
+        QStringLiteral(
+            "How matrices and materials travel: 'ubo', 'uniform', 'texbuffer', 'texture' or 'ssbo'; "
+            "'ubo'."),
+        QStringLiteral("name"));
+    const QCommandLineOption blockLimit(
+        QStringLiteral("block-limit"),
+        QStringLiteral("Split the matrices into collections of at most so many bytes."),
+        QStringLiteral("bytes"));
     const QCommandLineOption level(QStringLiteral("level"),
                                    QStringLiteral("Mip level of an image to show; 0."), QStringLiteral("n"));
     const QCommandLineOption face(
@@ -256,8 +274,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
                        "KTX, HDR, ASTC, or what Qt reads."),
         QStringLiteral("FILE"));
-    parser.addOptions({offscreen, size, samples, view, drawID, manager, udim, blockLimit, level, face,
-                       exposure, edgeFilter, verbose, help, version});
+    parser.addOptions({offscreen, size, samples, view, drawID, manager, udim, mechanism, blockLimit, level,
+                       face, exposure, edgeFilter, verbose, help, version});
     parser.addOptions(environmentOptions());
     if (!parser.parse(arguments)) {
         return usageProblem(parser.errorText());
@@ -310,6 +328,11 @@ Expected<Options> parseOptions(const QStringList &arguments)
             take(parseName<ManagerKind>(QStringLiteral("manager"), parser.value(manager), kManagerNames),
                  options.manager);
     }
+    if (!failure && parser.isSet(mechanism)) {
+        failure = take(
+            parseName<MechanismKind>(QStringLiteral("mechanism"), parser.value(mechanism), kMechanismNames),
+            options.mechanism);
+    }
     if (!failure && parser.isSet(blockLimit)) {
         failure = take(parseNumber(QStringLiteral("block-limit"), parser.value(blockLimit), 256, 1 << 30),
                        options.blockLimit);
@@ -339,7 +362,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
     if (failure) {
         return *failure;
     }
-    options.modelOption = firstSet(parser, {view, drawID, manager, blockLimit, environmentOptions().first()});
+    options.modelOption =
+        firstSet(parser, {view, drawID, manager, mechanism, blockLimit, environmentOptions().first()});
     options.imageOption = firstSet(parser, {level, face});
     return options;
 }

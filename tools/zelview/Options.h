@@ -23,9 +23,14 @@ constexpr int kManagerKinds = 4;
 /// What smooths the edges of the finished picture, beside the samples that its pixels have.
 enum class EdgeFilter { eNone, eFxaa, eSmaa };
 
+/// By which of the library's mechanisms instance data reach the shaders.
+enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
+constexpr int kMechanismKinds = 5;
+
 /// As the command line has them.
 QString managerName(ManagerKind kind);
 QString edgeFilterName(EdgeFilter filter);
+QString mechanismName(MechanismKind kind);
 
 /// The command line, understood.
 struct Options
@@ -43,9 +48,10 @@ struct Options
     float elevation = 22.0f; ///< degrees above the horizon
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
     std::optional<ManagerKind> manager; ///< none: what suits the model
-    int blockLimit = 0;    ///< bytes of a uniform block to use at most; 0: what the driver allows
-    int level = 0;         ///< of an image's mip levels
-    int face = -1;         ///< of a cube map, or slice of a volume; -1: all
+    MechanismKind mechanism = MechanismKind::eUniformBuffer;
+    int blockLimit = 0; ///< bytes of a collection of instance data at most; 0: what the mechanism can carry
+    int level = 0;      ///< of an image's mip levels
+    int face = -1;      ///< of a cube map, or slice of a volume; -1: all
     float exposure = 0.0f; ///< powers of two by which an image, or the light on a model, is brightened
     QString environment;   ///< image file of the light on a model; empty: a studio
     std::optional<EnvironmentLayout> environmentLayout; ///< none: by the ratio of the image's sides

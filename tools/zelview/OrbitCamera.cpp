@@ -92,6 +92,11 @@ void OrbitCamera::zoom(float steps)
         std::clamp(_distance * std::pow(kZoomStep, steps), kNearest * _sceneRadius, kFarthest * _sceneRadius);
 }
 
+View OrbitCamera::at(float aspect) const
+{
+    return {view(), projection(aspect), eye(), azimuth()};
+}
+
 QMatrix4x4 OrbitCamera::view() const
 {
     QMatrix4x4 matrix;

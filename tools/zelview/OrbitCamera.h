@@ -1,5 +1,7 @@
 #pragma once
 
+#include "View.h"
+
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector2D>
 #include <QtGui/QVector3D>
@@ -25,6 +27,9 @@ public:
     void pan(const QVector2D &drag);
     /// A step in halves the distance by a tenth; negative steps go out.
     void zoom(float steps);
+
+    /// All of what follows, for an aspect.
+    View at(float aspect) const;
 
     QMatrix4x4 view() const;
     /// Near and far enclose the scene that was framed.

@@ -18,13 +18,18 @@ namespace {
 
 const QString kShaderFolder = QStringLiteral(":/zelview/shaders");
 
-void addStage(ShaderProgram &program, int type, const QString &name)
+void addStage(ShaderProgram &program, int type, const QStringList &names, const QStringList &texts)
 {
-    QFile file(kShaderFolder + QLatin1Char('/') + name);
-    if (file.open(QIODevice::ReadOnly)) {
-        program.addShader(type, QString::fromUtf8(file.readAll()), QString());
-    } else {
-        program.addShaderFromFile(type, name);
+    for (const QString &name : names) {
+        QFile file(kShaderFolder + QLatin1Char('/') + name);
+        if (file.open(QIODevice::ReadOnly)) {
+            program.addShader(type, QString::fromUtf8(file.readAll()), QString());
+        } else {
+            program.addShaderFromFile(type, name);
+        }
+    }
+    for (const QString &text : texts) {
+        program.addShader(type, text, QString());
     }
 }
 
@@ -39,16 +44,13 @@ Programs::Programs()
 
 Programs::~Programs() = default;
 
-Expected<ProgramPointer> Programs::build(const QStringList &vertexFiles, const QStringList &fragmentFiles)
+Expected<ProgramPointer> Programs::build(const QStringList &vertexFiles, const QStringList &fragmentFiles,
+                                         const QStringList &vertexTexts, const QStringList &fragmentTexts)
 {
     const ProgramPointer program(new ShaderProgram(nullptr));
     program->setMacroProcessor(&_processor);
-    for (const QString &file : vertexFiles) {
-        addStage(*program, GL_VERTEX_SHADER, file);
-    }
-    for (const QString &file : fragmentFiles) {
-        addStage(*program, GL_FRAGMENT_SHADER, file);
-    }
+    addStage(*program, GL_VERTEX_SHADER, vertexFiles, vertexTexts);
+    addStage(*program, GL_FRAGMENT_SHADER, fragmentFiles, fragmentTexts);
     program->setFragDataLocations({QStringLiteral("out_FragColor")});
     if (!program->link()) {
         return Problem{ExitCode::eGL,

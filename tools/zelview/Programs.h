@@ -32,8 +32,11 @@ public:
     /// For defines and macros of those who own a feature of the shaders; counts for programs built later.
     Orvane::Zel::GLSLMacroProcessor *processor() { return &_processor; }
 
-    /// A program of the files named; "ZelUtilities..." and "passthroughVS.glslc" are the library's.
-    Expected<ProgramPointer> build(const QStringList &vertexFiles, const QStringList &fragmentFiles);
+    /// A program of the files named; "ZelUtilities..." and "passthroughVS.glslc" are the library's. The texts are
+    /// compilation units that stand in no file.
+    Expected<ProgramPointer> build(const QStringList &vertexFiles, const QStringList &fragmentFiles,
+                                   const QStringList &vertexTexts = {},
+                                   const QStringList &fragmentTexts = {});
 
     /// A program for drawFullscreen() with this fragment stage.
     Expected<ProgramPointer> buildFullscreen(const QString &fragmentFile);

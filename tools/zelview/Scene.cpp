@@ -13,6 +13,20 @@ void Box::add(const QVector3D &point)
     }
 }
 
+QMatrix4x4 Scene::worldTransform(int node) const
+{
+    QMatrix4x4 world;
+    for (; node >= 0; node = nodes[size_t(node)].parent) {
+        world = nodes[size_t(node)].local * world;
+    }
+    return world;
+}
+
+const Material &Scene::materialOf(const Draw &draw) const
+{
+    return materials[size_t(meshes[size_t(draw.mesh)].material)];
+}
+
 qint64 Scene::placedTriangles() const
 {
     qint64 count = 0;
@@ -26,6 +40,9 @@ float Scene::reach(const QVector3D &direction) const
 {
     float farthest = -std::numeric_limits<float>::infinity();
     for (const Draw &draw : draws) {
+        if (draw.isHidden) {
+            continue;
+        }
         // The plane goes into the mesh's space, rather than every vertex into the world.
         const QVector4D plane = QVector4D(direction, 0.0f) * draw.transform;
         const Mesh &mesh = meshes[size_t(draw.mesh)];

@@ -109,18 +109,19 @@ Scene makeUdimPlane(const TextureSource &tiles)
     for (const auto &corner : {QPoint(0, 0), QPoint(columns, 0), QPoint(columns, rows), QPoint(0, rows)}) {
         const auto x = float(corner.x());
         const auto y = float(corner.y());
-        scene.vertices.push_back({{x, y, 0.0f}, {0.0f, 0.0f, 1.0f}, {x, y}, {255, 255, 255, 255}});
+        scene.vertices.push_back({{x, y, 0.0f}, {0.0f, 0.0f, 1.0f}, {x, y}, {255, 255, 255, 255}, {}});
         scene.bounds.add({x, y, 0.0f});
     }
     scene.indices = {0, 1, 2, 0, 2, 3};
     Material material;
     material.baseColor = {1.0f, 1.0f, 1.0f, 1.0f};
-    material.baseColorTexture = 0;
+    material.maps[eBaseColorMap].texture = 0;
     material.alphaCutoff = 0.5f; // what is between the tiles is transparent
     scene.materials.push_back(material);
     scene.textures.push_back(tiles);
-    scene.meshes.push_back({0, 6, 0, 4, 0});
-    scene.draws.push_back({0, QMatrix4x4()});
+    scene.meshes.push_back({0, 6, 0, 4, 0, scene.bounds});
+    scene.nodes.emplace_back();
+    scene.draws.emplace_back();
     return scene;
 }
 

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QtCore/QSharedPointer>
+
+#include <vector>
+
+namespace Orvane { namespace Zel {
+class BufferObject;
+class DrawBuffers;
+class VertexArrayObject;
+}} // namespace Orvane::Zel
+
+namespace zelview {
+
+struct Mesh;
+struct Scene;
+
+/// All vertices and indices of a scene in one vertex array, and the draw units that draw parts of it.
+///
+/// Context: create, use and delete with one and the same context current.
+class ModelGeometry
+{
+    Q_DISABLE_COPY(ModelGeometry)
+
+public:
+    explicit ModelGeometry(const Scene &scene);
+    ~ModelGeometry();
+
+    // The units are the caller's.
+
+    /// A unit whose commands draw the meshes; command i has the draw ID i.
+    Orvane::Zel::DrawBuffers *newUnit(const std::vector<const Mesh *> &meshes) const;
+    /// A unit without commands, which the base instance can number.
+    Orvane::Zel::DrawBuffers *newUnit(const Mesh &mesh, int drawID) const;
+
+private:
+    Orvane::Zel::DrawBuffers *newEmptyUnit() const;
+
+    int _indexCount;
+    QSharedPointer<Orvane::Zel::BufferObject> _indexBuffer;
+    QSharedPointer<Orvane::Zel::VertexArrayObject> _vertexArray;
+};
+
+} // namespace zelview
