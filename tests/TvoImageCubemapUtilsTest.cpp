@@ -8,7 +8,6 @@
 #include <ZelGL/OpenGLDeviceContext.h>
 #include <ZelGL/TvoImageCubemapUtils.h>
 
-#include <QtGui/QVector2D>
 #include <QtGui/QVector3D>
 
 #include <cmath>
@@ -63,24 +62,26 @@ protected:
 
     ~TvoImageCubemapUtilsTest() override { OpenGLDeviceContext::resetContext(); }
 
-    static void fill(GLenum image, int width, int height,
-                     const std::function<QVector4D(float, float)> &colorAt)
+    using Colors = std::function<QVector4D(float u, float v)>;
+
+    static Pixels pixels(int width, int height, const Colors &colorAt)
     {
-        std::vector<QVector4D> texels;
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                texels.push_back(
-                    colorAt((float(x) + 0.5f) / float(width), (float(y) + 0.5f) / float(height)));
-            }
-        }
-        driver()->glTexImage2D(image, 0, GL_RGBA32F, width, height, 0, GL_RGBA, GL_FLOAT, texels.data());
+        return Pixels::of(width, height, [&](int x, int y) {
+            return colorAt((float(x) + 0.5f) / float(width), (float(y) + 0.5f) / float(height));
+        });
     }
 
-    static TexturePointer image(int width, int height, const std::function<QVector4D(float, float)> &colorAt)
+    static void fill(GLenum image, const Pixels &pixels)
+    {
+        driver()->glTexImage2D(image, 0, GL_RGBA32F, pixels.width(), pixels.height(), 0, GL_RGBA, GL_FLOAT,
+                               pixels.data());
+    }
+
+    static TexturePointer image(int width, int height, const Colors &colorAt)
     {
         auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA32F, width, height, 0, nullptr);
         texture->bind();
-        fill(GL_TEXTURE_2D, width, height, colorAt);
+        fill(GL_TEXTURE_2D, pixels(width, height, colorAt));
         texture->unbind();
         return texture;
     }
@@ -90,8 +91,8 @@ protected:
         auto texture = std::make_unique<Texture>(GL_TEXTURE_CUBE_MAP, GL_RGBA32F, size, size, 0, nullptr);
         texture->bind();
         for (int face = 0; face < 6; ++face) {
-            fill(GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face), size, size,
-                 [&](float u, float v) { return colorAt(directionOfFace(face, u, v)); });
+            fill(GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face),
+                 pixels(size, size, [&](float u, float v) { return colorAt(directionOfFace(face, u, v)); }));
         }
         driver()->glGenerateMipmap(GL_TEXTURE_CUBE_MAP);
         texture->unbind();
@@ -131,18 +132,14 @@ protected:
 
     static testing::AssertionResult
     facesAre(const Texture &cube, int size, float tolerance,
-             const std::function<QVector4D(const QVector3D &)> &colorAt = colorOf)
+             const std::function<QVector4D(const QVector3D &)> &colorAt = colorOf, int level = 0)
     {
         for (int face = 0; face < 6; ++face) {
-            Pixels expected(size, size);
-            for (int y = 0; y < size; ++y) {
-                for (int x = 0; x < size; ++x) {
-                    expected.at(x, y) = colorAt(directionOfFace(face, (float(x) + 0.5f) / float(size),
-                                                                (float(y) + 0.5f) / float(size)));
-                }
-            }
             const auto result =
-                Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, cube.textureID(), 0, face).isNear(expected, tolerance);
+                Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, cube.textureID(), level, face)
+                    .isNear(pixels(size, size,
+                                   [&](float u, float v) { return colorAt(directionOfFace(face, u, v)); }),
+                            tolerance);
             if (!result) {
                 return testing::AssertionFailure() << "face " << face << ": " << result.message();
             }
@@ -191,13 +188,8 @@ TEST_F(TvoImageCubemapUtilsTest, StripsComeOutByDirectionAndGoBackUpsideDown)
     // The strip that is made has its lowest row first, as GL reads pictures.
     const TexturePointer strip(createGLCubemapStripFromTexture(result.get(), 0));
     ASSERT_NE(nullptr, strip);
-    Pixels expected(6 * kFace, kFace);
-    for (int y = 0; y < kFace; ++y) {
-        for (int x = 0; x < 6 * kFace; ++x) {
-            expected.at(x, y) =
-                colorOf(directionOfStrip((float(x) + 0.5f) / (6 * kFace), 1 - (float(y) + 0.5f) / kFace));
-        }
-    }
+    const Pixels expected =
+        pixels(6 * kFace, kFace, [](float u, float v) { return colorOf(directionOfStrip(u, 1 - v)); });
     EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, strip->textureID()).isNear(expected, 1e-3f));
 }
 
@@ -215,37 +207,36 @@ TEST_F(TvoImageCubemapUtilsTest, MirrorBallsComeOutByDirection)
 
 TEST_F(TvoImageCubemapUtilsTest, CrossesGiveWhatTheirMatrixGives)
 {
-    struct Case
+    const struct
     {
-        int width, height, face;
-        int columns, rows, cellX, cellY;
+        int cellX, cellY;
         float t[6];
-    };
-    const Case cases[] = {{64, 48, 0, 4, 3, 2, 1, {0, 0, 0, -1, -1, 0}},
-                          {64, 48, 5, 4, 3, 3, 1, {-1, 0, 0, -1, 0, 0}},
-                          {48, 64, 3, 3, 4, 1, 2, {1, 0, 0, 0, 0, -1}},
-                          {48, 64, 5, 3, 4, 1, 3, {1, 0, 0, 1, 0, 0}}};
-    for (const Case &c : cases) {
-        const auto source =
-            image(c.width, c.height, [](float u, float v) { return QVector4D(u, v, 0.5f, 1.0f); });
+    } rows[] = {{2, 1, {0, 0, 0, -1, -1, 0}}, {0, 1, {0, 0, 0, -1, 1, 0}}, {1, 0, {1, 0, 0, 0, 0, 1}},
+                {1, 2, {1, 0, 0, 0, 0, -1}},  {1, 1, {1, 0, 0, -1, 0, 0}}, {3, 1, {-1, 0, 0, -1, 0, 0}},
+                {1, 3, {1, 0, 0, 1, 0, 0}}}; // -z of the layout that is higher than wide
+    for (const bool isWide : {true, false}) {
+        const auto source = image(isWide ? 64 : 48, isWide ? 48 : 64,
+                                  [](float u, float v) { return QVector4D(u, v, 0.5f, 1.0f); });
         const auto result = converted(source.get(), eSourceCross);
         ASSERT_EQ(16, sizeOf(*result));
-        const float sx = 0.5f / float(c.columns);
-        const float sy = 0.5f / float(c.rows);
-        const Pixels face = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 0, c.face);
-        for (const int i : {1, 5, 14}) {
-            const float u = (float(i) + 0.5f) / 16;
-            const float v = (float(15 - i / 2) + 0.5f) / 16;
-            QVector3D n = directionOfFace(c.face, u, v);
-            n /= std::max(std::fabs(n.x()), std::max(std::fabs(n.y()), std::fabs(n.z()))); // as drawn
-            // The numbers stand row by row: four of the first, four of the second.
-            const QVector2D uv(c.t[0] * sx * n.x() + c.t[1] * sy * n.y() + c.t[2] * sx * n.z() + c.t[3] * sy,
-                               c.t[4] * sx * n.x() + c.t[5] * sy * n.y() + float(2 * c.cellX + 1) * sx * n.z()
-                                   + float(2 * c.cellY + 1) * sy);
-            const auto wrapped = [](float x) { return x - std::floor(x); };
-            EXPECT_TRUE(
-                face.isNear(i, 15 - i / 2, {wrapped(uv.x()), wrapped(uv.y()), 0.5f, 1.0f}, 0.5f / 48 + 1e-4f))
-                << c.width << " x " << c.height << ", face " << c.face;
+        const float sx = 0.5f / (isWide ? 4 : 3);
+        const float sy = 0.5f / (isWide ? 3 : 4);
+        for (int i = 0; i < 6; ++i) {
+            const auto &row = rows[i == 5 && !isWide ? 6 : i];
+            const float *t = row.t;
+            const Pixels face = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 0, i);
+            for (const int x : {1, 5, 14}) {
+                const int y = 15 - x / 2;
+                QVector3D n = directionOfFace(i, (float(x) + 0.5f) / 16, (float(y) + 0.5f) / 16);
+                n /= std::max({std::fabs(n.x()), std::fabs(n.y()), std::fabs(n.z())}); // as drawn
+                // The numbers stand row by row: four of the first, four of the second.
+                const float u = t[0] * sx * n.x() + t[1] * sy * n.y() + t[2] * sx * n.z() + t[3] * sy;
+                const float v = t[4] * sx * n.x() + t[5] * sy * n.y() + float(2 * row.cellX + 1) * sx * n.z()
+                                + float(2 * row.cellY + 1) * sy;
+                EXPECT_TRUE(
+                    face.isNear(x, y, {u - std::floor(u), v - std::floor(v), 0.5f, 1.0f}, 0.5f / 48 + 1e-4f))
+                    << (isWide ? "wide" : "high") << ", face " << i;
+            }
         }
     }
 }
@@ -281,10 +272,10 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
 
 TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLast)
 {
-    constexpr int kLayers = 2;
+    constexpr int kLayers = 3;
     const auto source = cube(8, colorOf);
     const TexturePointer result(
-        createGLCubemapNDotLFromGLCubemap(source.get(), GL_TEXTURE_CUBE_MAP_ARRAY, 2, kLayers, 2.0f));
+        createGLCubemapNDotLFromGLCubemap(source.get(), GL_TEXTURE_CUBE_MAP_ARRAY, 2, kLayers, 0.25f));
     ASSERT_NE(nullptr, result);
     EXPECT_MESSAGES(startsWith("debug [TvoImageCubemapUtils.cpp:#] "),
                     startsWith("debug [TvoImageCubemapUtils.cpp:#] rendercubemap() took "));
@@ -294,35 +285,22 @@ TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLas
     for (int face = 0; face < 6; ++face) {
         const QVector3D n = directionOfFace(face, 0.25f, 0.25f);
         for (int layer = 0; layer < kLayers; ++layer) {
-            // The grid of the shader, in double precision.
-            const double exponent = std::exp2(13.0 * layer);
-            QVector3D own = colorOf(n).toVector3D(); // about what the filter gives at the pixel's own place
-            double sums[3] = {own.x(), own.y(), own.z()};
-            double weights = 1.0;
-            for (int y = 0; y <= 8; ++y) {
-                for (int x = 0; x <= 8; ++x) {
-                    const QVector3D d =
-                        QVector3D(-1 + 0.25f * float(x), -1 + 0.25f * float(y), 1).normalized();
-                    for (const QVector3D &sample :
-                         {d, QVector3D(d.x(), d.y(), -d.z()), QVector3D(d.y(), d.z(), d.x()),
-                          QVector3D(d.y(), d.z(), -d.x()), QVector3D(d.z(), d.x(), d.y()),
-                          QVector3D(d.z(), d.x(), -d.y())}) {
-                        const double cosine = QVector3D::dotProduct(n, sample);
-                        if (cosine > 0.0) {
-                            const double weight = std::pow(cosine, exponent);
-                            const QVector4D color = colorOf(sample);
-                            sums[0] += weight * color.x();
-                            sums[1] += weight * color.y();
-                            sums[2] += weight * color.z();
-                            weights += weight;
-                        }
-                    }
+            // The grid of the shader.
+            const float exponent = std::exp2(13.0f * std::pow(float(layer) / (kLayers - 1), 4.0f));
+            QVector4D sum = colorOf(n); // about what the filter gives at the pixel's own place
+            for (int i = 0; i < 81; ++i) {
+                const QVector3D d =
+                    QVector3D(0.25f * float(i % 9) - 1, 0.25f * float(i / 9) - 1, 1).normalized();
+                for (int k = 0; k < 6; ++k) {
+                    const int first = k / 2; // d.xyz, d.yzx and d.zxy, each with both signs of the last
+                    const QVector3D sample(d[first], d[(first + 1) % 3],
+                                           (k % 2 == 0 ? 1 : -1) * d[(first + 2) % 3]);
+                    const float weight = std::pow(std::max(QVector3D::dotProduct(n, sample), 0.0f), exponent);
+                    sum += weight * colorOf(sample); // whose alpha is 1, so that the weights add up there
                 }
             }
-            const QVector4D expected(float(sums[0] / weights), float(sums[1] / weights),
-                                     float(sums[2] / weights), 1);
             const Pixels actual = layerOf(*result, 6 * layer + face, 2);
-            EXPECT_TRUE(actual.isNear(0, 0, expected, 0.03f)) << "face " << face << ", layer " << layer;
+            EXPECT_TRUE(actual.isNear(0, 0, sum / sum.w(), 0.03f)) << "face " << face << ", layer " << layer;
         }
     }
 }
@@ -347,10 +325,7 @@ TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
     const auto small = cube(4, colorOf);
     const auto target = cube(16, [](const QVector3D &) { return QVector4D(); });
     EXPECT_TRUE(copyCubeMapTextureAsLod(small.get(), target.get(), 2));
-    for (int face = 0; face < 6; ++face) {
-        EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, target->textureID(), 2, face)
-                        .isNear(Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, small->textureID(), 0, face), 0.0f));
-    }
+    EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), target.get(), 1)); // another size
     const auto flat = image(4, 4, [](float, float) { return QVector4D(); });
     EXPECT_FALSE(copyCubeMapTextureAsLod(flat.get(), target.get(), 2));
@@ -370,21 +345,27 @@ TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
     const auto sky = cube(4, colorOf);
     const auto changesOf = [](const std::function<void()> &render) {
         driver()->glViewport(1, 2, 3, 4);
-        driver()->glEnable(GL_BLEND);
-        driver()->glEnable(GL_DEPTH_TEST);
+        for (const GLenum capability : {GL_BLEND, GL_DEPTH_TEST, GL_TEXTURE_CUBE_MAP_SEAMLESS}) {
+            driver()->glEnable(capability);
+        }
         driver()->glDepthMask(GL_TRUE);
         driver()->glClearColor(0.5f, 0.5f, 0.5f, 0.5f);
         const StateGuard guard;
         render();
-        QStringList names;
-        for (const QString &change : guard.changes()) {
-            names += change.section(' ', 0, 0);
-        }
-        names.removeAll("GL_ACTIVE_TEXTURE");
-        return names;
+        return guard.changes().filter(QRegExp("^GL_(?!ACTIVE_TEXTURE)")); // that of the last unbind
     };
-    EXPECT_EQ((QStringList{"GL_BLEND", "GL_COLOR_CLEAR_VALUE", "GL_VIEWPORT"}),
+    EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 0 0 0 0",
+                           "GL_VIEWPORT 1 2 3 4 -> 0 0 16 16"}),
               changesOf([&] { converted(source.get(), eSourceCross); }));
-    EXPECT_EQ((QStringList{"GL_BLEND", "GL_COLOR_CLEAR_VALUE", "GL_DEPTH_TEST", "GL_DEPTH_WRITEMASK"}),
+    EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 1 1 1 1",
+                           "GL_DEPTH_TEST 1 -> 0", "GL_DEPTH_WRITEMASK 1 -> 0"}),
               changesOf([&] { delete createGLCubemapStripFromTexture(sky.get(), 0); }));
+    EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 0 0 0 0",
+                           "GL_TEXTURE_CUBE_MAP_SEAMLESS 1 -> 0", "GL_VIEWPORT 1 2 3 4 -> 0 0 2 2"}),
+              changesOf([&] {
+                  delete createGLCubemapNDotLFromGLCubemap(sky.get(), GL_TEXTURE_CUBE_MAP, 2, 1, 1.0f);
+              }));
+    _capture.take(); // how long it took
+    EXPECT_EQ(QStringList{"GL_VIEWPORT 1 2 3 4 -> 0 0 4 4"},
+              changesOf([&] { copyCubeMapTextureAsLod(sky.get(), cube(16, colorOf).get(), 2); }));
 }
