@@ -107,17 +107,37 @@ Sets shadowSets()
     return sets;
 }
 
+/// Some defines with their values, together.
+Defines allOf(const std::vector<std::pair<QString, QString>> &defines)
+{
+    QStringList names;
+    for (const auto &[define, value] : defines) {
+        names += define + ' ' + value;
+    }
+    return {names.join(", "), [defines](GLSLMacroProcessor &processor) {
+                for (const auto &[define, value] : defines) {
+                    processor.addDefine(define, value);
+                }
+            }};
+}
+
 /// One define with each of some values.
 Sets valuesOf(const QString &define, const std::vector<int> &values)
 {
     Sets sets;
     for (const int value : values) {
-        sets.push_back(
-            {QStringLiteral("%1 %2").arg(define).arg(value), [define, value](GLSLMacroProcessor &processor) {
-                 processor.addDefine(define, QString::number(value));
-             }});
+        sets.push_back(allOf({{define, QString::number(value)}}));
     }
     return sets;
+}
+
+/// The models, the fewer models of the other numbering, and the other term of visibility.
+Sets shadingSets()
+{
+    return joined(
+        {valuesOf("ZEL_BRDF", {0, 1, 2, 3, 4}),
+         {allOf({{"UNREAL_ONLY", "1"}, {"ZEL_BRDF", "0"}}), allOf({{"UNREAL_ONLY", "1"}, {"ZEL_BRDF", "1"}}),
+          allOf({{"BRIX_GTR_CRUE", "1"}, {"ZEL_BRDF", "2"}})}});
 }
 
 /// Every preset of FXAA, and no preset at all.
@@ -138,12 +158,8 @@ Sets smaaSets()
         for (const char *option :
              {"SMAA_PRESET_LOW", "SMAA_PRESET_MEDIUM", "SMAA_PRESET_HIGH", "SMAA_PRESET_ULTRA",
               "SMAA_PREDICATION", "SMAA_DISABLE_DIAG_DETECTION", "SMAA_DISABLE_CORNER_DETECTION"}) {
-            sets.push_back({QStringLiteral("%1 %2").arg(language, option),
-                            [language, option](GLSLMacroProcessor &processor) {
-                                processor.addDefine("SMAA_RT_METRICS", "vec4(0.25, 0.125, 4.0, 8.0)");
-                                processor.addDefine(language, "1");
-                                processor.addDefine(option, "1");
-                            }});
+            sets.push_back(
+                allOf({{"SMAA_RT_METRICS", "vec4(0.25, 0.125, 4.0, 8.0)"}, {language, "1"}, {option, "1"}}));
         }
     }
     return sets;
@@ -169,13 +185,16 @@ Sets setsFor(const QString &file)
         return shadowSets();
     }
     if (is("prefilteredEnvMap") || is("preintegratedBRDFTable") || is("ImportanceSample")) {
-        return valuesOf("ZEL_BRDF", {0, 1, 2, 3, 4});
+        return shadingSets();
     }
     if (is("CubeRender_NDotL")) {
         return valuesOf("TVO_CUBERENDER_NDOT_BATCH_SIZE", {1, 2, 4, 8});
     }
     if (is("CubeRender_Blur")) { // nothing in the library gives it the define that it reads
         return valuesOf("TVO_CUBERENDER_BLUR_BATCH_SIZE", {1, 2, 4, 8});
+    }
+    if (is("CubeRender_") && file.endsWith(QLatin1String(".frag"))) {
+        return {kNone, allOf({{"TVO_CUBERENDER_CONVERT_COLORSPACE", "tvoConvert_sRGB_To_Linear"}})};
     }
     if (is("FXAA")) {
         return fxaaSets();

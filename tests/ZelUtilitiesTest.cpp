@@ -152,6 +152,30 @@ TEST_F(ZelUtilitiesTest, ColourSpacesFollowTheirCurvesAndKeepAlpha)
     program.unbind();
 }
 
+TEST_F(ZelUtilitiesTest, TheOtherVisibilityTermIsThatOfSmithWithAFloorOfRoughness)
+{
+    processor.addDefine("BRIX_GTR_CRUE", "1");
+    ASSERT_TRUE(link("vec4(evaluateBRDF(u_Dir, vec3(0.0, 0.6, 0.8), normalize(u_Dir + vec3(0.0, 0.6, 0.8)),\n"
+                     "    u_Matrix[0][0], 0.8, u_Dir.z, normalize(u_Dir + vec3(0.0, 0.6, 0.8)).z), 0.0, 0.0)",
+                     "ImportanceSample.glslc", "#include \"ImportanceSample.glslh\"\n"));
+    ASSERT_TRUE(program.bind());
+    const QVector3D L(0.8F, 0.0F, 0.6F);
+    const QVector3D V(0.0F, 0.6F, 0.8F);
+    const QVector3D H = (L + V).normalized();
+    const double VdotH = double(QVector3D::dotProduct(V, H));
+    program.setUniform("u_Dir", L);
+    for (const float roughness : {0.1F, 0.7F}) {
+        program.setUniform("u_Matrix", QMatrix4x4() * roughness);
+        const double a = std::max(double(roughness) * double(roughness), 0.04);
+        const auto smith = [&](double d) { return 1.0 / (d + std::sqrt(a * a + d * d - a * a * d * d)); };
+        const double g = 0.6 * smith(0.6) * smith(0.8) * 4.0 * VdotH / double(H.z());
+        const std::vector<float> result = capture();
+        EXPECT_NEAR(g, result[0], 1e-5) << roughness;
+        EXPECT_NEAR(g * std::pow(1.0 - VdotH, 5), result[1], 1e-5) << roughness;
+    }
+    program.unbind();
+}
+
 namespace {
 
 /// From the skewed lattice of the noise to the plane.
