@@ -6,6 +6,7 @@
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
+#include <QtCore/qmath.h>
 #include <QtGui/QVector2D>
 
 #include <algorithm>
@@ -211,7 +212,15 @@ void Environment::unbind()
 
 QString Environment::describe() const
 {
-    return _facts;
+    const std::optional<DistantLight> light = sun();
+    if (!light) {
+        return _facts;
+    }
+    const QVector3D &direction = light->direction;
+    return _facts
+           + QStringLiteral("; strongest light from %1,%2")
+                 .arg(std::lround(qRadiansToDegrees(std::atan2(direction.x(), direction.z()))))
+                 .arg(std::lround(qRadiansToDegrees(std::asin(direction.y()))));
 }
 
 } // namespace zelview
