@@ -23,7 +23,7 @@ namespace {
 constexpr int kSpecularSize = 256;
 constexpr unsigned int kSpecularSamples = 128;
 constexpr int kDiffuseSize = 32;
-constexpr unsigned int kDiffuseSamples = 512;
+constexpr unsigned int kDiffuseSamples = 2048;
 constexpr int kDiffuseLevel = 1; ///< the first whose samples read filtered texels of the image
 constexpr int kTableSize = 64;
 
