@@ -117,15 +117,13 @@ public:
 
     Environment(GLenum target, int height, int levels, const Colors &colors);
 
-    Texture &texture() const { return *_texture; }
     int width() const { return _images[0].width(); }
     int height() const { return _images[0].height(); }
     int faces() const { return _faces; }
 
     Vec direction(int face, double u, double v) const;
     Vec read(const Vec &direction, double lod) const;
-    std::unique_ptr<Texture> baked(int height, unsigned samples, ShadingModel model,
-                                   TextureFormat format = RGBA32F) const;
+    std::unique_ptr<Texture> baked(int height, unsigned samples, ShadingModel model) const;
 
 private:
     struct Place
@@ -159,7 +157,7 @@ Environment::Environment(GLenum target, int height, int levels, const Colors &co
             }));
             const GLenum image = _faces == 6 ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face) : target;
             driver()->glTexImage2D(image, level, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT,
-                                   &_images.back().at(0, 0));
+                                   _images.back().data());
         }
     }
     const GLint wrap = _faces == 6 ? GL_CLAMP_TO_EDGE : GL_REPEAT;
@@ -251,13 +249,12 @@ Vec Environment::read(const Vec &d, double lod) const
            + (clamped - level) * bilinear(std::min(level + 1, last), place);
 }
 
-std::unique_ptr<Texture> Environment::baked(int height, unsigned samples, ShadingModel model,
-                                            TextureFormat format) const
+std::unique_ptr<Texture> Environment::baked(int height, unsigned samples, ShadingModel model) const
 {
     return std::unique_ptr<Texture>(
         _faces == 6
-            ? CreatePrefilteredCubeEnvMap(_texture.get(), height, samples, model, format)
-            : CreatePrefilteredLatLongEnvMap(_texture.get(), 2 * height, height, samples, model, format));
+            ? CreatePrefilteredCubeEnvMap(_texture.get(), height, samples, model, RGBA32F)
+            : CreatePrefilteredLatLongEnvMap(_texture.get(), 2 * height, height, samples, model, RGBA32F));
 }
 
 /// One pixel of a filtered environment. row is that of the pixel on its level.
@@ -300,29 +297,22 @@ Vec smooth(const Vec &L, int level)
     return {0.5 + 0.25 * L.x + 0.2 * L.y, 0.5 + 0.3 * L.z - 0.1 * L.x * L.y, (level + 1) / 4.0};
 }
 
-/// A picture of latitude and longitude, reduced to \a height rows and from there on from level to level.
-Environment::Colors reduced(const QString &path, int height)
+/// A picture of latitude and longitude of 512 rows, reduced to 16 and from there on from level to level.
+Environment::Colors reduced(const QString &path)
 {
     const std::unique_ptr<Texture> texture(LoadTextureFromFile(path, TextureFileInfo()));
-    const Pixels picture = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
     std::vector<Pixels> levels;
+    texture->bind();
+    driver()->glGenerateMipmap(GL_TEXTURE_2D);
     for (int level = 0; level < kSourceLevels; ++level) {
-        const int step = picture.height() / (height >> level);
-        levels.push_back(Pixels::of(2 * height >> level, height >> level, [&](int x, int y) {
-            QVector4D sum;
-            for (int i = 0; i < step * step; ++i) {
-                sum += picture.at(x * step + i % step, y * step + i / step);
-            }
-            return sum / float(step * step);
-        }));
+        levels.push_back(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID(), 5 + level));
     }
+    texture->unbind();
     return [levels](const Vec &direction, int level) {
         const Pixels &image = levels[size_t(level)];
         const auto [u, v] = latLongOf(direction);
-        return Vec(image
-                       .at(int(u * image.width()) % image.width(),
-                           std::min(int(v * image.height()), image.height() - 1))
-                       .toVector3D());
+        const int x = int(u * image.width()) % image.width();
+        return Vec(image.at(x, std::min(int(v * image.height()), image.height() - 1)).toVector3D());
     };
 }
 
@@ -342,12 +332,10 @@ class FilteredEnvironmentTest : public PrefilteredEnvMapTest, public testing::Wi
 
 TEST_F(PrefilteredEnvMapTest, LevelsAndRoughness)
 {
-    EXPECT_EQ(1, MaxLODLevel(1, 4096));
-    EXPECT_EQ(1, MaxLODLevel(4096, 1));
-    EXPECT_EQ(2, MaxLODLevel(2, 3));
-    EXPECT_EQ(9, MaxLODLevel(256, 256));
-    EXPECT_EQ(10, MaxLODLevel(1024, 512));
-    EXPECT_EQ(10, MaxLODLevel(512, 1024));
+    for (const auto &[width, height, levels] :
+         {std::tuple(1, 4096, 1), {4096, 1, 1}, {2, 3, 2}, {256, 256, 9}, {1024, 512, 10}, {512, 1024, 10}}) {
+        EXPECT_EQ(levels, MaxLODLevel(width, height)) << width;
+    }
     for (const ShadingModel model : kModels) {
         EXPECT_EQ(0.0f, RoughnessForLOD(0, 9, model));
         EXPECT_EQ(0.375f, RoughnessForLOD(3, 9, model));
@@ -365,13 +353,13 @@ TEST_P(FilteredEnvironmentTest, HoldsTheIntegralOfEveryModelAndRoughness)
     Environment::Colors colors = smooth;
     if (*GetParam() != '\0') {
         ZEL_NEEDS_TEST_DATA(path, GetParam());
-        colors = reduced(path, kSourceHeight);
+        colors = reduced(path);
         _capture.take(); // how long it took
     }
     for (const GLenum target : {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D}) {
         const Environment source(target, kSourceHeight, kSourceLevels, colors);
         for (const ShadingModel model : kModels) {
-            const auto result = source.baked(kHeight, kSamples, model, RGBA16F);
+            const auto result = source.baked(kHeight, kSamples, model);
             ASSERT_NE(nullptr, result);
             for (int i = 0; i < 4 * source.faces(); ++i) {
                 const int lod = i / source.faces();
