@@ -7,6 +7,7 @@
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
 #include "support/TestData.h"
+#include "support/TextureParameter.h"
 #include "support/TextureStrategies.h"
 
 #include <ZelGL/Array2DTextureManager.h>
@@ -34,26 +35,17 @@ constexpr float kHalfByte = 0.5f / 255.0f;
 
 const QString kSample = "managedTexture(u_Token, uv)";
 
-QImage randomImage(int width, int height, unsigned int seed)
+QVector4D colorOf(QRgb color)
 {
-    std::mt19937 engine(seed);
-    QImage image(width, height, QImage::Format_ARGB32);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            image.setPixel(x, y, QRgb(engine()));
-        }
-    }
-    return image;
+    return QVector4D(float(qRed(color)), float(qGreen(color)), float(qBlue(color)), float(qAlpha(color)))
+           * kByte;
 }
 
-/// As GL sees it: the lowest row first.
-Pixels pixelsOf(const QImage &image)
+/// Of eight bits a channel.
+Pixels randomPixels(int width, int height, unsigned int seed)
 {
-    return Pixels::of(image.width(), image.height(), [&](int x, int y) {
-        const QRgb color = image.pixel(x, image.height() - 1 - y);
-        return QVector4D(float(qRed(color)), float(qGreen(color)), float(qBlue(color)), float(qAlpha(color)))
-               * kByte;
-    });
+    std::mt19937 engine(seed);
+    return Pixels::of(width, height, [&](int, int) { return colorOf(QRgb(engine())); });
 }
 
 float decoded(float srgb)
@@ -141,21 +133,17 @@ protected:
     /// Takes the messages, and answers those above debug.
     QStringList warnings() { return _capture.takeTexts(QtWarningMsg); }
 
-    QString write(const QImage &image)
-    {
-        const QString path = _folder.filePath(QStringLiteral("%1.png").arg(++_files));
-        EXPECT_TRUE(image.save(path));
-        return path;
-    }
-
     QString write(const QByteArray &bytes, const char *suffix)
     {
         return writeFile(_folder.filePath(QStringLiteral("%1.%2").arg(++_files).arg(suffix)), bytes);
     }
 
-    TextureToken tokenFor(const QImage &image, const TextureFileInfo &info = TextureFileInfo())
+    /// The token of an image file.
+    TextureToken tokenFor(const Pixels &picture, const TextureFileInfo &info = TextureFileInfo())
     {
-        return manager->tokenForImage(write(image), info);
+        const QString path = _folder.filePath(QStringLiteral("%1.png").arg(++_files));
+        EXPECT_TRUE(picture.toImage().save(path));
+        return manager->tokenForImage(path, info);
     }
 
     /// A texture that the manager owns once it has a token; \a upload fills its levels while it is bound. Those of
@@ -177,7 +165,7 @@ protected:
     }
 
     /// The same with one level of texels.
-    Texture *newTexture(const Pixels &pixels, GLint internalFormat, GLint wrap = GL_CLAMP_TO_EDGE)
+    Texture *newTexture(const Pixels &pixels, GLint internalFormat = GL_RGBA8, GLint wrap = GL_CLAMP_TO_EDGE)
     {
         return newTexture(
             GL_TEXTURE_2D, 1, [&] { upload(GL_TEXTURE_2D, 0, pixels, internalFormat); }, wrap);
@@ -195,6 +183,13 @@ protected:
     {
         texture->setReadOnly();
         return manager->tokenForTexture(texture);
+    }
+
+    /// Whether a token draws this picture.
+    testing::AssertionResult shows(const TextureToken &token, const Pixels &expected,
+                                   float tolerance = kHalfByte, const QString &expression = kSample)
+    {
+        return draw(token, expected.width(), expected.height(), expression).isNear(expected, tolerance);
     }
 
     /// What an expression over uv, from 0 to 1 over the picture, gives for a token.
@@ -268,22 +263,13 @@ private:
     HelperTextures _helpers;
 };
 
-bool isEncoded(GLint internalFormat)
-{
-    constexpr GLint kEncodedEtc2[] = {0x9275, 0x9277, 0x9279};
-    return internalFormat == GL_SRGB8 || internalFormat == GL_SRGB8_ALPHA8
-           || std::find(std::begin(kEncodedEtc2), std::end(kEncodedEtc2), internalFormat)
-                  != std::end(kEncodedEtc2);
-}
-
 /// What a shader reads of a texture's base level, texel by texel, asked of GL.
-Pixels texelsOf(Texture &texture, int face = 0)
+Pixels texelsOf(Texture &texture)
 {
-    texture.bind();
-    const GLint internalFormat = texture.internalFormat(0);
-    texture.unbind();
-    const Pixels texels = Pixels::ofTexture(texture.target(), texture.textureID(), 0, face);
-    return isEncoded(internalFormat) ? decodedPixels(texels) : texels;
+    const GLint internalFormat = levelParameter(texture, 0, GL_TEXTURE_INTERNAL_FORMAT);
+    const bool isEncoded = internalFormat == GL_SRGB8 || internalFormat == GL_SRGB8_ALPHA8;
+    const Pixels texels = Pixels::ofTexture(texture.target(), texture.textureID());
+    return isEncoded ? decodedPixels(texels) : texels;
 }
 
 /// Mesa's zink ends the process where a shader asks for the size of a bindless handle.
@@ -306,27 +292,26 @@ TEST_P(TextureManagerPicturesTest, ImagesOfAnySizeShowTheirTexels)
     for (const QSize size :
          {QSize(16, 16), QSize(13, 7), QSize(8, 2), QSize(3, 3), QSize(1, 9), QSize(1, 1)}) {
         for (unsigned int seed = 1; seed < 3; ++seed) {
-            const QImage image = randomImage(size.width(), size.height(), seed);
-            const Pixels shown = draw(tokenFor(image), size.width(), size.height());
-            EXPECT_TRUE(shown.isNear(pixelsOf(image), kHalfByte)) << size.width() << " by " << size.height();
+            const Pixels picture = randomPixels(size.width(), size.height(), seed);
+            EXPECT_TRUE(shows(tokenFor(picture), picture)) << size.width() << " by " << size.height();
         }
     }
 }
 
 TEST_P(TextureManagerPicturesTest, EncodedColoursAreDecodedBeforeTheShaderSeesThem)
 {
-    const QImage image = randomImage(16, 16, 2);
+    const Pixels picture = randomPixels(16, 16, 2);
     TextureFileInfo info;
     info.srgb = true;
-    EXPECT_TRUE(draw(tokenFor(image, info), 16, 16).isNear(decodedPixels(pixelsOf(image)), 2e-3f));
+    EXPECT_TRUE(shows(tokenFor(picture, info), decodedPixels(picture), 2e-3f));
 }
 
 TEST_P(TextureManagerPicturesTest, ColoursOfHighRangeKeepTheirValues)
 {
     Pixels pixels(2, 1, QVector4D(-2.5f, 0.0f, 1000.0f, 0.25f));
     pixels.at(1, 0) = QVector4D(0.5f, 60000.0f, -1.0f, 8.0f);
-    EXPECT_TRUE(draw(tokenFor(newTexture(pixels, GL_RGBA16F)), 2, 1).isNear(pixels, 0.0f));
-    EXPECT_TRUE(draw(tokenFor(newTexture(pixels, GL_RGBA32F)), 2, 1).isNear(pixels, 0.0f));
+    EXPECT_TRUE(shows(tokenFor(newTexture(pixels, GL_RGBA16F)), pixels, 0.0f));
+    EXPECT_TRUE(shows(tokenFor(newTexture(pixels, GL_RGBA32F)), pixels, 0.0f));
 
     HdrFile file(4, 4);
     Pixels expected(4, 4);
@@ -338,8 +323,7 @@ TEST_P(TextureManagerPicturesTest, ColoursOfHighRangeKeepTheirValues)
             expected.at(x, 3 - y) = QVector4D(row[x][0], row[x][1], row[x][2], 1.0f / scale) * scale;
         }
     }
-    EXPECT_TRUE(draw(manager->tokenForImage(write(file.bytes(), "hdr"), TextureFileInfo()), 4, 4)
-                    .isNear(expected, 0.0f));
+    EXPECT_TRUE(shows(manager->tokenForImage(write(file.bytes(), "hdr"), {}), expected, 0.0f));
 }
 
 TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
@@ -354,10 +338,9 @@ TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
     }));
     for (int level = 0; level < 4; ++level) {
         const QString expression = QStringLiteral("managedTextureLod(u_Token, uv, %1.0)").arg(level);
-        EXPECT_TRUE(draw(token, 4, 4, expression).isNear(Pixels(4, 4, colorOf(level)), kHalfByte)) << level;
+        EXPECT_TRUE(shows(token, Pixels(4, 4, colorOf(level)), kHalfByte, expression)) << level;
     }
-    EXPECT_TRUE(draw(token, 2, 2).isNear(Pixels(2, 2, colorOf(2)), kHalfByte))
-        << "chosen by the size on the screen";
+    EXPECT_TRUE(shows(token, Pixels(2, 2, colorOf(2)))) << "chosen by the size on the screen";
     if (GetParam().kind == TextureStrategy::eArray) {
         const QString query = QStringLiteral("vec4(managedTextureQueryLod(u_Token, uv), 0.0, 0.0)");
         EXPECT_NEAR(2.0f, draw(token, 2, 2, query).at(0, 0).y(), 0.01f);
@@ -367,7 +350,7 @@ TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
 
 TEST_P(TextureManagerPicturesTest, CubesShowTheirFacesWhereTheStrategyHasThem)
 {
-    const auto faceOf = [](int face) { return pixelsOf(randomImage(4, 4, 10 + unsigned(face))); };
+    const auto faceOf = [](int face) { return randomPixels(4, 4, 10 + unsigned(face)); };
     const auto newCube = [&] {
         return newTexture(GL_TEXTURE_CUBE_MAP, 1, [&] {
             for (int face = 0; face < 6; ++face) {
@@ -381,8 +364,7 @@ TEST_P(TextureManagerPicturesTest, CubesShowTheirFacesWhereTheStrategyHasThem)
         const Pixels expected = hasCubes ? faceOf(face) : Pixels(4, 4, kInvalid);
         for (const char *form : {"managedTextureCube(u_Token, faceDirection(%1, uv))",
                                  "managedTextureCubeLod(u_Token, 3.0 * faceDirection(%1, uv), 0.0)"}) {
-            EXPECT_TRUE(draw(token, 4, 4, QString(form).arg(face)).isNear(expected, kHalfByte))
-                << form << face;
+            EXPECT_TRUE(shows(token, expected, kHalfByte, QString(form).arg(face))) << form << face;
         }
     }
     if (GetParam().kind == TextureStrategy::eBindless) { // a texture that can still change has no handle
@@ -408,9 +390,8 @@ TEST_P(TextureManagerPicturesTest, MoreTexturesThanSlotsShowAsFarAsTheStrategyRe
     QVector<TextureToken> tokens;
     std::vector<Pixels> pictures;
     for (unsigned int i = 0; i < 12; ++i) {
-        const QImage image = randomImage(4, 4, 20 + i);
-        tokens.append(tokenFor(image));
-        pictures.push_back(pixelsOf(image));
+        pictures.push_back(randomPixels(4, 4, 20 + i));
+        tokens.append(tokenFor(pictures.back()));
     }
     warnings();
     for (int i = 0; i < tokens.size(); ++i) {
@@ -428,37 +409,37 @@ TEST_P(TextureManagerPicturesTest, MoreTexturesThanSlotsShowAsFarAsTheStrategyRe
 TEST_P(TextureManagerPicturesTest, DeletedTokensGoToOtherPicturesAndTheOthersStay)
 {
     QVector<TextureToken> tokens;
-    QVector<QImage> images;
+    std::vector<Pixels> pictures;
     for (unsigned int i = 0; i < 6; ++i) {
-        images.append(randomImage(8, 8, 40 + i));
-        tokens.append(tokenFor(images.last()));
+        pictures.push_back(randomPixels(8, 8, 40 + i));
+        tokens.append(tokenFor(pictures.back()));
         draw(tokens.last(), 8, 8);
     }
     for (const int again : {1, 4, 2}) {
         manager->deleteTexture(tokens[again]);
-        images[again] = randomImage(8, 8, 60 + unsigned(again));
-        const TextureToken token = tokenFor(images[again]);
+        pictures[size_t(again)] = randomPixels(8, 8, 60 + unsigned(again));
+        const TextureToken token = tokenFor(pictures[size_t(again)]);
         EXPECT_TRUE(token == tokens[again] || GetParam().kind == TextureStrategy::eBindless)
             << "the hole is filled";
         tokens[again] = token;
     }
     for (int i = 0; i < tokens.size(); ++i) {
-        EXPECT_TRUE(draw(tokens[i], 8, 8).isNear(pixelsOf(images[i]), kHalfByte)) << i;
+        EXPECT_TRUE(shows(tokens[i], pictures[size_t(i)])) << i;
     }
 }
 
 TEST_P(TextureManagerPicturesTest, AChangedTextureShowsItsNewPixelsInItsNewSize)
 {
-    const Pixels before = pixelsOf(randomImage(8, 8, 70));
-    const Pixels after = pixelsOf(randomImage(16, 4, 71));
-    Texture *texture = newTexture(before, GL_RGBA8);
+    const Pixels before = randomPixels(8, 8, 70);
+    const Pixels after = randomPixels(16, 4, 71);
+    Texture *texture = newTexture(before);
     const TextureToken token = manager->tokenForTexture(texture);
-    EXPECT_TRUE(draw(token, 8, 8).isNear(before, kHalfByte));
+    EXPECT_TRUE(shows(token, before));
     texture->bind();
     upload(GL_TEXTURE_2D, 0, after, GL_RGBA8);
     texture->unbind();
     manager->dirty(texture);
-    EXPECT_TRUE(draw(token, 16, 4).isNear(after, kHalfByte));
+    EXPECT_TRUE(shows(token, after));
 }
 
 TEST_P(TextureManagerPicturesTest, TokensThatWereNeverIssuedAreCaughtUnderDebug)
@@ -481,7 +462,7 @@ TEST_P(TextureManagerPicturesTest, SizesAreThoseOfTheBaseLevel)
     ZEL_NEEDS_SIZES_OF_HANDLES(GetParam().needsBindless);
     defineDebug();
     const QString size = QStringLiteral("vec4(managedTextureSize(u_Token), 0.0, 0.0)");
-    const TextureToken token = tokenFor(newTexture(Pixels(12, 5, kWhite), GL_RGBA8));
+    const TextureToken token = tokenFor(newTexture(Pixels(12, 5, kWhite)));
     EXPECT_EQ(QVector4D(12, 5, 0, 0), drawn(token, size));
     EXPECT_EQ(QVector4D(), drawBound({token}, TextureToken(), 1, 1, size).at(0, 0));
 }
@@ -489,9 +470,9 @@ TEST_P(TextureManagerPicturesTest, SizesAreThoseOfTheBaseLevel)
 TEST_P(TextureManagerPicturesTest, OffsetsMoveByTexelsOnlyWhereTheStrategyHasThem)
 {
     ZEL_NEEDS_SIZES_OF_HANDLES(GetParam().kind == TextureStrategy::eBindless);
-    const Pixels picture = pixelsOf(randomImage(4, 4, 80));
-    const TextureToken token = tokenFor(newTexture(picture, GL_RGBA8));
-    EXPECT_TRUE(draw(token, 4, 4).isNear(picture, kHalfByte));
+    const Pixels picture = randomPixels(4, 4, 80);
+    const TextureToken token = tokenFor(newTexture(picture));
+    EXPECT_TRUE(shows(token, picture));
     const Pixels moved = draw(token, 4, 4, "managedTextureOffset(u_Token, uv, ivec2(1, -2))");
     const QVector4D expected = GetParam().kind == TextureStrategy::eBindless ? picture.at(2, 1) : kInvalid;
     EXPECT_TRUE(moved.isNear(1, 3, expected, kHalfByte));
@@ -522,46 +503,42 @@ TEST_P(TextureManagerPicturesTest, RealTilesShowAlikeAsOneSetOrOneByOne)
     ZEL_NEEDS_TEST_DATA(first, "udim/grid/grid.1001.png");
     const TextureToken set = manager->createUDIMToken();
     EXPECT_EQ(GetParam().kind == TextureStrategy::eArray, set != nullTextureToken);
+    std::map<int, std::pair<QString, TextureToken>> tiles;
     for (const int tile : {0, 1, 2, 10, 11, 12}) {
-        const QPoint place(tile % 10, tile / 10);
         const QString path = QString(first).replace("1001", QString::number(1001 + tile));
         const TextureToken token = manager->tokenForImage(path, TextureFileInfo());
+        tiles[tile] = {path, token};
         if (manager->supportsUDIMs()) {
-            manager->addUDIMPatch(set, place, manager->textureForToken(token));
+            manager->addUDIMPatch(set, QPoint(tile % 10, tile / 10), manager->textureForToken(token));
         }
     }
-    for (const int tile : {0, 1, 2, 10, 11, 12}) {
-        const QString path = QString(first).replace("1001", QString::number(1001 + tile));
-        const Pixels picture = pixelsOf(QImage(path));
-        ASSERT_EQ(512, picture.width());
-        Pixels expected(64, 64); // every eighth texel
-        for (int i = 0; i < 64 * 64; ++i) {
-            expected.at(i % 64, i / 64) = picture.at(8 * (i % 64) + 4, 8 * (i / 64) + 4);
-        }
+    for (const auto &[tile, pathAndToken] : tiles) {
+        const QImage image = QImage(pathAndToken.first).mirrored(); // the lowest row first, as GL has it
+        ASSERT_EQ(QSize(512, 512), image.size());
+        const Pixels expected = Pixels::of( // every eighth texel
+            64, 64, [&](int x, int y) { return colorOf(image.pixel(8 * x + 4, 8 * y + 4)); });
         const QString there =
             QStringLiteral("managedTextureLod(u_Token, uv + vec2(%1.0, %2.0) + 0.5 / 512.0, 0.0)");
-        const TextureToken token = manager->tokenForImage(path, TextureFileInfo());
-        EXPECT_TRUE(draw(token, 64, 64, there.arg(0).arg(0)).isNear(expected, kHalfByte)) << tile;
+        EXPECT_TRUE(shows(pathAndToken.second, expected, kHalfByte, there.arg(0).arg(0))) << tile;
         if (manager->supportsUDIMs()) {
-            EXPECT_TRUE(draw(set, 64, 64, there.arg(tile % 10).arg(tile / 10)).isNear(expected, kHalfByte))
-                << tile;
+            EXPECT_TRUE(shows(set, expected, kHalfByte, there.arg(tile % 10).arg(tile / 10))) << tile;
         }
     }
 }
 
 TEST_P(ArrayPicturesTest, ArraysTakeALayerForEachOfTheirs)
 {
-    const Pixels layers = pixelsOf(randomImage(4, 3 * 4, 130));
+    const Pixels layers = randomPixels(4, 3 * 4, 130);
     const Pixels first = Pixels::of(4, 4, [&](int x, int y) { return layers.at(x, y); });
     const TextureToken token = tokenFor(newTexture(GL_TEXTURE_2D_ARRAY, 1, [&] {
         glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA8, 4, 4, 3, 0, GL_RGBA, GL_FLOAT, layers.data());
     }));
-    EXPECT_TRUE(draw(token, 4, 4).isNear(first, kHalfByte)) << "the token reads the first layer";
+    EXPECT_TRUE(shows(token, first)) << "the token reads the first layer";
     // A single texture comes to stand behind all three.
-    const Pixels single = pixelsOf(randomImage(4, 4, 140));
-    const TextureToken next = tokenFor(newTexture(single, GL_RGBA8));
-    EXPECT_TRUE(draw(next, 4, 4).isNear(single, kHalfByte));
-    EXPECT_TRUE(draw(token, 4, 4).isNear(first, kHalfByte));
+    const Pixels single = randomPixels(4, 4, 140);
+    const TextureToken next = tokenFor(newTexture(single));
+    EXPECT_TRUE(shows(next, single));
+    EXPECT_TRUE(shows(token, first));
     EXPECT_TRUE(dumpedSlots().contains(", 4: 4<"));
 }
 
@@ -572,7 +549,7 @@ TEST_P(ArrayPicturesTest, UDIMSetsShowTheirPatchesAndTheirGaps)
                     kEmptyPatch); // three patches a row, two rows, and a margin of a patch on all sides
     QVector<Texture *> textures;
     for (const QPoint &place : {QPoint(0, 0), QPoint(2, 0), QPoint(1, 1)}) {
-        const Pixels picture = pixelsOf(randomImage(4, 4, 150 + unsigned(textures.size())));
+        const Pixels picture = randomPixels(4, 4, 150 + unsigned(textures.size()));
         // One has a slot of its own.
         textures.append(newTexture(picture, GL_RGBA8, textures.isEmpty() ? GL_REPEAT : GL_CLAMP_TO_EDGE));
         manager->addUDIMPatch(set, place, textures.last());
@@ -583,8 +560,8 @@ TEST_P(ArrayPicturesTest, UDIMSetsShowTheirPatchesAndTheirGaps)
         }
     }
     const QString overAll = QStringLiteral("(u_Token, vec2(5.0, 4.0) * uv - 1.0");
-    EXPECT_TRUE(draw(set, 20, 16, "managedTexture" + overAll + ")").isNear(expected, kHalfByte));
-    EXPECT_TRUE(draw(set, 20, 16, "managedTextureLod" + overAll + ", 0.0)").isNear(expected, kHalfByte));
+    EXPECT_TRUE(shows(set, expected, kHalfByte, "managedTexture" + overAll + ")"));
+    EXPECT_TRUE(shows(set, expected, kHalfByte, "managedTextureLod" + overAll + ", 0.0)"));
     EXPECT_EQ(QVector4D(1, -2, 0, 0), drawn(set, "vec4(managedTextureUDIMIndex(vec2(1.5, -1.5)), 0.0, 0.0)"));
     EXPECT_EQ(kInvalid, drawn(set, "managedTexelFetch(u_Token, ivec2(0), 0)"));
     EXPECT_EQ(kInvalid, drawn(set, "managedTextureCube(u_Token, vec3(1.0, 0.0, 0.0))"));
@@ -607,15 +584,15 @@ TEST_P(ArrayPicturesTest, ASlotOfAnotherSizeScales)
         restart(1);
         manager->setSlotReallocationMethod(upscale ? TextureManager::SlotReallocationUpscale
                                                    : TextureManager::SlotReallocationDownscale);
-        const Pixels large = pixelsOf(randomImage(16, 16, 160));
-        const Pixels small = pixelsOf(randomImage(8, 8, 161));
+        const Pixels large = randomPixels(16, 16, 160);
+        const Pixels small = randomPixels(8, 8, 161);
         const Pixels &first = upscale ? large : small;
         const Pixels &second = upscale ? small : large;
-        const TextureToken one = tokenFor(newTexture(first, GL_RGBA8));
-        const TextureToken other = tokenFor(newTexture(second, GL_RGBA8));
+        const TextureToken one = tokenFor(newTexture(first));
+        const TextureToken other = tokenFor(newTexture(second));
         const int side = first.width();
-        EXPECT_TRUE(draw(one, side, side).isNear(first, kHalfByte));
-        EXPECT_TRUE(draw(other, side, side).isNear(resized(second, side, side), 1.5f * kByte));
+        EXPECT_TRUE(shows(one, first));
+        EXPECT_TRUE(shows(other, resized(second, side, side), 1.5f * kByte));
         EXPECT_EQ(QStringList(resizeWarning(second.width(), side)), warnings());
     }
 }
@@ -630,19 +607,19 @@ TEST_P(ArrayPicturesTest, MergingSlotsKeepsThePictureOfEveryToken)
         std::vector<Pixels> pictures;
         for (unsigned int i = 0; i < 6; ++i) {
             const int side = i % 2 == 0 ? 16 : 8;
-            pictures.push_back(pixelsOf(randomImage(side, side, 170 + i)));
-            tokens.append(tokenFor(newTexture(pictures.back(), GL_RGBA8)));
+            pictures.push_back(randomPixels(side, side, 170 + i));
+            tokens.append(tokenFor(newTexture(pictures.back())));
             draw(tokens.last(), side, side);
         }
         warnings();
-        const Pixels newcomer = pixelsOf(randomImage(4, 4, 180));
+        const Pixels newcomer = randomPixels(4, 4, 180);
         const TextureToken token = tokenFor(newTexture(newcomer, GL_RGBA8, GL_REPEAT));
-        EXPECT_TRUE(draw(token, 4, 4).isNear(newcomer, kHalfByte));
+        EXPECT_TRUE(shows(token, newcomer));
         EXPECT_EQ(QStringList(upscale ? resizeWarning(8, 16) : resizeWarning(16, 8)), warnings());
         const int side = upscale ? 16 : 8;
         for (int i = 0; i < tokens.size(); ++i) {
             const Pixels expected = resized(pictures[size_t(i)], side, side);
-            EXPECT_TRUE(draw(tokens[i], side, side).isNear(expected, 1.5f * kByte)) << i;
+            EXPECT_TRUE(shows(tokens[i], expected, 1.5f * kByte)) << i;
         }
     }
 }
@@ -650,7 +627,7 @@ TEST_P(ArrayPicturesTest, MergingSlotsKeepsThePictureOfEveryToken)
 TEST_P(ArrayPicturesTest, WithoutAPlaceATextureIsInvalidAndIsTriedAgain)
 {
     restart(1);
-    const TextureToken first = tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA8));
+    const TextureToken first = tokenFor(newTexture(Pixels(4, 4, kWhite)));
     EXPECT_EQ(kWhite, drawn(first, kSample));
     const TextureToken second = tokenFor(newTexture(Pixels(4, 4, kWhite), GL_RGBA8, GL_REPEAT));
     for (int i = 0; i < 2; ++i) {
@@ -663,24 +640,22 @@ TEST_P(ArrayPicturesTest, WithoutAPlaceATextureIsInvalidAndIsTriedAgain)
 TEST_P(ArrayPicturesTest, AnEncodedTextureThatFindsNoSlotStandsUndecodedInAPlainOne)
 {
     restart(1);
-    const Pixels picture = pixelsOf(randomImage(4, 4, 190));
-    const TextureToken plain = tokenFor(newTexture(picture, GL_RGBA8));
+    const Pixels picture = randomPixels(4, 4, 190);
+    const TextureToken plain = tokenFor(newTexture(picture));
     const TextureToken encoded = tokenFor(newTexture(picture, GL_SRGB8_ALPHA8));
-    EXPECT_TRUE(draw(plain, 4, 4).isNear(picture, kHalfByte));
-    EXPECT_TRUE(draw(encoded, 4, 4).isNear(picture, kByte));
+    EXPECT_TRUE(shows(plain, picture));
+    EXPECT_TRUE(shows(encoded, picture, kByte));
     EXPECT_EQ(QStringList(resizeWarning(4, 4)), warnings());
 }
 
 TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
 {
-    const Pixels picture = pixelsOf(randomImage(8, 4, 200));
-    const TextureToken token = tokenFor(newTexture(picture, GL_RGBA8));
+    const Pixels picture = randomPixels(8, 4, 200);
+    const TextureToken token = tokenFor(newTexture(picture));
     const Pixels half = resized(picture, 4, 2);
-    EXPECT_TRUE(draw(token, 4, 2, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 1)")
-                    .isNear(half, 1.5f * kByte));
+    EXPECT_TRUE(shows(token, half, 1.5f * kByte, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 1)"));
     const Pixels quarter = resized(half, 2, 1);
-    EXPECT_TRUE(draw(token, 2, 1, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 2)")
-                    .isNear(quarter, 2 * kByte));
+    EXPECT_TRUE(shows(token, quarter, 2 * kByte, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 2)"));
 }
 
 TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)
@@ -689,8 +664,8 @@ TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)
     restart(2);
     const QVector4D red(1, 0, 0, 1);
     const QVector4D blue(0, 0, 1, 1);
-    const TextureToken first = tokenFor(newTexture(Pixels(4, 4, red), GL_RGBA8));
-    const TextureToken second = tokenFor(newTexture(Pixels(4, 4, blue), GL_RGBA8));
+    const TextureToken first = tokenFor(newTexture(Pixels(4, 4, red)));
+    const TextureToken second = tokenFor(newTexture(Pixels(4, 4, blue)));
     const TextureToken other = tokenFor(newTexture(Pixels(2, 2, kWhite), GL_RGBA16F));
     EXPECT_EQ(red, drawBound({first, second, other}, first, 1, 1).at(0, 0));
     const Pixels view = drawBound({first, second, other}, first, 4, 100, "textureGetDebug(uv)");
@@ -706,8 +681,8 @@ TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)
 TEST_P(ArrayPicturesTest, CompressedTexturesAreToldToHaveNoStorageAndHarmNoOther)
 {
     ZEL_NEEDS_TEST_DATA(path, "ktx/ktxtest/format_bc1_rgba_unorm.ktx");
-    const Pixels picture = pixelsOf(randomImage(8, 8, 220));
-    const TextureToken plain = tokenFor(newTexture(picture, GL_RGBA8));
+    const Pixels picture = randomPixels(8, 8, 220);
+    const TextureToken plain = tokenFor(newTexture(picture));
     TextureFileInfo info;
     info.keepOrientation = true; // or it would arrive as GL_RGBA
     const TextureToken compressed = manager->tokenForImage(path, info);
