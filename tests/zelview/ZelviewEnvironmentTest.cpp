@@ -163,6 +163,27 @@ QString writeHdr(const ModelFiles &files, const char *name, const LightImage &im
     return files.write(QLatin1String(name), file.bytes());
 }
 
+/// The faces of a strip, as a cube map.
+QString writeKtx(const ModelFiles &files, const char *name, const LightImage &strip)
+{
+    const int side = strip.size.height();
+    KtxFile file;
+    file.glFormat = file.glBaseInternalFormat = GL_RGB;
+    file.glInternalFormat = 0x8051; // GL_RGB8
+    file.width = file.height = quint32(side);
+    file.faces = 6;
+    QByteArray texels;
+    for (int i = 0; i < 6 * side * side; ++i) {
+        const int column = i / (side * side) * side + i % side;
+        const QColor color = screenColor(strip.texels[size_t(i / side % side * 6 * side + column)]);
+        texels += char(color.red());
+        texels += char(color.green());
+        texels += char(color.blue());
+    }
+    file.levels.append({quint32(3 * side * side), texels});
+    return files.write(QLatin1String(name), file.bytes());
+}
+
 TEST(ZelviewEnvironment, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
 {
     static int argc = 1;
@@ -173,8 +194,6 @@ TEST(ZelviewEnvironment, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
     ASSERT_TRUE(bool(context));
 
     const ModelFiles files;
-    LightImage odd = panorama(64, labelOf);
-    odd.size = QSize(32, 64); // of no ratio that says anything
     const struct
     {
         QString path;
@@ -188,6 +207,7 @@ TEST(ZelviewEnvironment, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
         {writeHdr(files, "strip.hdr", strip()), {}},
         {writePng(files, "panorama.png", panorama(64, labelOf)), EnvironmentLayout::eLatLong},
         {writePng(files, "tall.png", tallCross()), {}},
+        {writeKtx(files, "cube.ktx", strip()), {}},
     };
     for (const auto &file : kFiles) {
         SCOPED_TRACE(file.path.toStdString());
