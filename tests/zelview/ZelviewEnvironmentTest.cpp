@@ -450,8 +450,13 @@ double meanSquareDifference(const QImage &a, const QImage &b)
 
 TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersComeNearerToManySamples)
 {
-    const QStringList arguments{_files.writeWall(QStringLiteral("wall.obj"), 4, 3), "--view", "27,14",
-                                "--size", "320x240"};
+    const QStringList arguments{_files.writeWall(QStringLiteral("wall.obj"), 4, 3),
+                                "--view",
+                                "27,14",
+                                "--size",
+                                "320x240",
+                                "--lights",
+                                "none"};
     const auto pictureOf = [&](const QStringList &more) {
         return picture(arguments + more).convertToFormat(QImage::Format_RGB888);
     };

@@ -137,7 +137,7 @@ TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
     }
 
     const QStringList lines = _last.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    ASSERT_EQ(lines.size(), 5);
+    ASSERT_EQ(lines.size(), 6);
     EXPECT_TRUE(lines[0].contains(_files.path(QStringLiteral("picture0.png")) + QStringLiteral(", 640x360")));
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral("driver    "))
                 && lines[1].contains(QStringLiteral("OpenGL")));
@@ -147,7 +147,8 @@ TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
             "model     8 meshes, 16 triangles, 3 materials, 0 textures; placed: 8 meshes, 16 triangles"));
     EXPECT_TRUE(lines[3].startsWith(QStringLiteral("draws     8 calls, 8 batches, 48 indices")))
         << qPrintable(lines[3]);
-    EXPECT_TRUE(lines[4].startsWith(QStringLiteral("time      load ")));
+    EXPECT_TRUE(lines[4].startsWith(QStringLiteral("shadows   1 light, "))) << qPrintable(lines[4]);
+    EXPECT_TRUE(lines[5].startsWith(QStringLiteral("time      load ")));
 }
 
 TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)

@@ -156,16 +156,17 @@ int ModelDrawables::materialOf(int number) const
     return number < materials ? number : _blendedMaterials[size_t(number - materials)];
 }
 
-void ModelDrawables::draw(ShaderProgram *program, const QList<int> &numbers, bool writesStencil)
+void ModelDrawables::draw(ShaderProgram *program, const QList<int> &numbers, bool writesStencil,
+                          WindingType winding)
 {
     if (numbers.isEmpty()) {
         return; // to the model, no number means all
     }
     if (_path == DrawIDPath::eBaseInstance) {
-        _units.draw(_model, program, _textures.manager(), numbers, writesStencil);
+        _units.draw(_model, program, _textures.manager(), numbers, writesStencil, winding);
         return;
     }
-    _model.draw(program, _textures.manager(), 0, 0, eWindingCCW, nullptr, {}, numbers, writesStencil);
+    _model.draw(program, _textures.manager(), 0, 0, winding, nullptr, {}, numbers, writesStencil);
 }
 
 void ModelDrawables::addNodes()

@@ -60,7 +60,9 @@ public:
     int materialOf(int number) const;
 
     /// Draws what has these numbers and is not marked. \a writesStencil: number + 1, at most 255.
-    void draw(Orvane::Zel::ShaderProgram *program, const QList<int> &numbers, bool writesStencil = false);
+    /// \a winding is eWindingOff for both sides of all faces.
+    void draw(Orvane::Zel::ShaderProgram *program, const QList<int> &numbers, bool writesStencil = false,
+              Orvane::Zel::WindingType winding = Orvane::Zel::eWindingCCW);
 
     int drawableCount() const { return _model.numDrawables(); }
     int objectCount() const { return _objects; }

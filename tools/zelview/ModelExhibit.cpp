@@ -4,11 +4,17 @@
 #include "Backdrop.h"
 #include "Console.h"
 #include "Environment.h"
+#include "Ground.h"
+#include "LightLines.h"
 #include "ModelLoader.h"
 #include "ModelRenderer.h"
 #include "Options.h"
+#include "ShadowLayers.h"
 #include "UdimFiles.h"
 #include "Words.h"
+
+#include <ZelGL/AutoBinder.h>
+#include <ZelGL/ShaderProgram.h>
 
 #include <algorithm>
 
@@ -74,6 +80,10 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
             ExitCode::eUsage,
             QStringLiteral("--%1 goes with images; '%2' is a model").arg(options.imageOption, options.file)};
     }
+    if (options.lights == LightRig::eFile && scene->lights.empty()) {
+        return Problem{ExitCode::eUsage,
+                       QStringLiteral("--lights file: there are no lights in '%1'").arg(options.file)};
+    }
     return std::unique_ptr<Exhibit>(new ModelExhibit(std::move(*scene), options));
 }
 
@@ -93,6 +103,9 @@ QStringList ModelExhibit::describe() const
 Failure ModelExhibit::putUp(Programs &programs, const Options &)
 {
     if (const Failure failure = makeSurroundings(programs)) {
+        return failure;
+    }
+    if (const Failure failure = makeShadows(programs)) {
         return failure;
     }
     Expected<std::unique_ptr<AmbientOcclusion>> occlusion = AmbientOcclusion::create(programs);
@@ -121,7 +134,8 @@ Failure ModelExhibit::makeSurroundings(Programs &programs)
         return {};
     }
     Expected<std::unique_ptr<Environment>> environment = Environment::create(
-        programs, _options.environment, _options.environmentLayout, Environment::eKeepSun);
+        programs, _options.environment, _options.environmentLayout,
+        _options.lights == LightRig::eSun ? Environment::eTakeSun : Environment::eKeepSun);
     if (!environment) {
         return environment.problem();
     }
@@ -140,8 +154,50 @@ Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
     for (const QString &remark : (*renderer)->remarks()) {
         Console::complain(remark);
     }
+    const Expected<ProgramPointer> casters = (*renderer)->buildCasterProgram(
+        QStringLiteral("shadow.vert"), ShadowLayers::casterFile(_options.shadowKind));
+    if (!casters) {
+        return casters.problem();
+    }
     _renderer = std::move(*renderer);
+    _casters = *casters;
     return {};
+}
+
+Failure ModelExhibit::makeShadows(Programs &programs)
+{
+    ShadowLayers::setUp(programs.processor(), _options.shadowKind);
+    Expected<std::unique_ptr<ShadowLayers>> shadows =
+        ShadowLayers::create(programs, _options.shadowKind, _options.cascades);
+    if (!shadows) {
+        return shadows.problem();
+    }
+    Expected<std::unique_ptr<Ground>> ground = Ground::create(programs, _scene.bounds);
+    if (!ground) {
+        return ground.problem();
+    }
+    Expected<std::unique_ptr<LightLines>> lightLines = LightLines::create(programs);
+    if (!lightLines) {
+        return lightLines.problem();
+    }
+    _shadows = std::move(*shadows);
+    _ground = std::move(*ground);
+    _lightLines = std::move(*lightLines);
+    setLights();
+    return {};
+}
+
+/// With an environment the sun is the one that was taken out of it, if there is one.
+void ModelExhibit::setLights()
+{
+    if (_environment != nullptr && _options.lights == LightRig::eSun) {
+        const std::optional<DistantLight> sun = _environment->sun();
+        _lights = sun ? std::vector<LightSource>{makeSun(sun->direction, sun->irradiance)}
+                      : std::vector<LightSource>();
+    } else {
+        _lights = makeLights(_options.lights, _scene, _options.azimuth);
+    }
+    _shadows->setLights(_lights);
 }
 
 void ModelExhibit::takeDown()
@@ -150,6 +206,10 @@ void ModelExhibit::takeDown()
     _backdrop.reset();
     _environment.reset();
     _occlusion.reset();
+    _casters.reset();
+    _shadows.reset();
+    _ground.reset();
+    _lightLines.reset();
 }
 
 void ModelExhibit::frame(const QSize &viewport)
@@ -186,11 +246,24 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
     if (const Failure failure = _occlusion->resize(viewport)) {
         return failure;
     }
-    const float aspect = aspectOf(viewport);
+    const View view = _camera.at(aspectOf(viewport));
     _occlusion->beginGeometry();
-    _renderer->drawGeometry(_camera.at(aspect));
-    _occlusion->endGeometry(_camera.projection(aspect), kOcclusionReach * _scene.bounds.radius());
-    return {};
+    if (_options.hasGround) {
+        _ground->drawGeometry(view);
+    }
+    _renderer->drawGeometry(view);
+    _occlusion->endGeometry(view.projection, kOcclusionReach * _scene.bounds.radius());
+    return prepareShadows(view);
+}
+
+Failure ModelExhibit::prepareShadows(const View &view)
+{
+    return _shadows->update(
+        view, shadowedBox(_scene.bounds, _lights, _options.hasGround), [this](const QMatrix4x4 &projection) {
+            const Orvane::Zel::AutoBinder bound(_casters.data());
+            _casters->setUniform(QStringLiteral("u_ShadowProjection"), QVariant(projection));
+            _renderer->drawCasters(_casters.data(), ShadowLayers::beam(projection));
+        });
 }
 
 void ModelExhibit::draw(const QSize &viewport)
@@ -201,7 +274,16 @@ void ModelExhibit::draw(const QSize &viewport)
     } else {
         _backdrop->draw(viewport);
     }
-    _renderer->draw(view, _occlusion->texture(), _environment.get(), _options.exposure);
+    if (_options.hasGround) {
+        _ground->draw(view, _occlusion->texture(), *_shadows);
+    }
+    _renderer->draw(view, _occlusion->texture(), _environment.get(), *_shadows, _options.exposure);
+    if (_showsVolumes) {
+        _lightLines->draw(view.viewProjection(), _shadows->table());
+    }
+    if (_showsLayers) {
+        _shadows->drawDebug();
+    }
     if (_showsSlots) {
         _renderer->drawSlots();
     }
@@ -209,7 +291,7 @@ void ModelExhibit::draw(const QSize &viewport)
 
 QStringList ModelExhibit::describeFrame() const
 {
-    QStringList lines{_renderer->describeFrame()};
+    QStringList lines{_renderer->describeFrame(), _shadows->describeFrame()};
     if (_environment != nullptr) {
         lines.prepend(QStringLiteral("light     ") + _environment->describe());
     }
@@ -247,6 +329,19 @@ bool ModelExhibit::key(int key)
     case Qt::Key_D:
         _showsSlots = !_showsSlots;
         return true;
+    case Qt::Key_S:
+        _showsLayers = !_showsLayers;
+        return true;
+    case Qt::Key_C:
+        _showsCascades = !_showsCascades;
+        _shadows->setCascadesShown(_showsCascades);
+        return true;
+    case Qt::Key_L:
+        _showsVolumes = !_showsVolumes;
+        return true;
+    case Qt::Key_G:
+        _options.hasGround = !_options.hasGround;
+        return true;
     case Qt::Key_Up:
     case Qt::Key_Down:
         _options.exposure += key == Qt::Key_Up ? kExposureStep : -kExposureStep;
@@ -266,6 +361,7 @@ bool ModelExhibit::turnEnvironment(float angle)
     }
     _options.environmentRotation += angle;
     _environment->setRotation(_options.environmentRotation);
+    setLights();
     return true;
 }
 

@@ -1,22 +1,29 @@
 #pragma once
 
 #include "Exhibit.h"
+#include "Lights.h"
 #include "Options.h"
 #include "OrbitCamera.h"
+#include "Programs.h"
 #include "Scene.h"
 
 #include <memory>
+#include <vector>
 
 namespace zelview {
 
 class AmbientOcclusion;
 class Backdrop;
 class Environment;
+class Ground;
+class LightLines;
 class ModelRenderer;
+class ShadowLayers;
 
 /// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
 /// turns around it. Up and Down change the exposure, Left and Right turn the environment. M takes the next texture manager
-/// of those that the driver has, I the next mechanism for instance data, D shows the manager's view of itself.
+/// of those that the driver has, I the next mechanism for instance data, D shows the manager's view of itself. S
+/// shows the shadow layers, C the cascades in colours, L the volumes of the lights; G takes the ground away or puts it there.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -43,17 +50,28 @@ private:
     Failure makeRenderer(ManagerKind manager, MechanismKind mechanism);
     Failure changeRenderer();
     bool turnEnvironment(float angle);
+    Failure makeShadows(Programs &programs);
+    void setLights();
+    Failure prepareShadows(const View &view);
 
     Scene _scene;
     Options _options;
     bool _takesNextManager = false; ///< with the next frame
     bool _takesNextMechanism = false;
     bool _showsSlots = false;
+    bool _showsLayers = false;
+    bool _showsCascades = false;
+    bool _showsVolumes = false;
     OrbitCamera _camera;
     std::unique_ptr<AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;       ///< null with an environment
     std::unique_ptr<Environment> _environment; ///< null in the studio
+    std::vector<LightSource> _lights;          ///< that cast shadows
+    std::unique_ptr<ShadowLayers> _shadows;
+    std::unique_ptr<Ground> _ground;
+    std::unique_ptr<LightLines> _lightLines;
     std::unique_ptr<ModelRenderer> _renderer;
+    ProgramPointer _casters; ///< of the renderer
 };
 
 } // namespace zelview

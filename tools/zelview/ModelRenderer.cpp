@@ -2,6 +2,7 @@
 
 #include "Environment.h"
 #include "Scene.h"
+#include "ShadowLayers.h"
 #include "StudioLight.h"
 #include "UniformBlock.h"
 #include "Words.h"
@@ -42,9 +43,25 @@ void copy(const QVector3D &vector, float *target)
     }
 }
 
-FrameRecord toRecord(const View &view)
+/// How many of the studio's lights others stand for: the sun for the key light.
+int lightsReplaced(LightRig rig)
 {
-    const StudioLight studio = StudioLight::facing(view.azimuth);
+    switch (rig) {
+    case LightRig::eNone:
+        return 0;
+    case LightRig::eSun:
+        return 1;
+    case LightRig::eRig:
+    case LightRig::eFile:
+        break;
+    }
+    return 3;
+}
+
+FrameRecord toRecord(const View &view, LightRig rig)
+{
+    StudioLight studio = StudioLight::facing(view.azimuth);
+    studio.putOut(lightsReplaced(rig));
     FrameRecord record = {};
     std::copy_n(view.viewProjection().constData(), 16, record.viewProjection);
     std::copy_n(view.view.constData(), 16, record.view);
@@ -68,6 +85,7 @@ ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, Manager
     , _geometry(scene)
     , _drawables(scene, _textures, _plans, _geometry, options.drawIDPath)
     , _drawIDPath(options.drawIDPath)
+    , _lights(options.lights)
     , _frame(makeUniformBlock("u_Frame"))
 {
 }
@@ -89,6 +107,7 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
                            .arg(mechanismName(mechanism))};
     }
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, manager, mechanism));
+    ShadowLayers::setUp(renderer->_programs.processor(), options.shadowKind);
     if (hasEnvironment) {
         renderer->_programs.processor()->addDefine("ZELVIEW_ENVIRONMENT", "1");
     }
@@ -101,31 +120,35 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
 Failure ModelRenderer::buildPrograms()
 {
     _textures.setUp(_programs.processor());
-    for (const auto &[program, fragmentFile] :
-         {std::pair(&_geometryProgram, "geometry.frag"), std::pair(&_program, "model.frag")}) {
-        const Expected<ProgramPointer> built =
-            buildModelProgram(QStringLiteral("model.vert"), QLatin1String(fragmentFile));
-        if (!built) {
-            return built.problem();
-        }
-        *program = *built;
+    const QString vertexFile = QStringLiteral("model.vert");
+    const Expected<ProgramPointer> geometry =
+        buildModelProgram(vertexFile, {QStringLiteral("geometry.frag")});
+    if (!geometry) {
+        return geometry.problem();
     }
+    const Expected<ProgramPointer> shading = buildModelProgram(
+        vertexFile, QStringList(QStringLiteral("model.frag")) + ShadowLayers::shaderFiles());
+    if (!shading) {
+        return shading.problem();
+    }
+    _geometryProgram = *geometry;
+    _program = *shading;
     return {};
 }
 
 Expected<ProgramPointer> ModelRenderer::buildModelProgram(const QString &vertexFile,
-                                                          const QString &fragmentFile)
+                                                          const QStringList &fragmentFiles)
 {
     return _programs.build(
         {vertexFile, QStringLiteral("ZelUtilities.glslc"), QStringLiteral("ZelUtilities.vert")},
-        {fragmentFile, QStringLiteral("drawID.frag"), _textures.shaderFile()},
+        fragmentFiles + QStringList{QStringLiteral("drawID.frag"), _textures.shaderFile()},
         {_plans.objectText(), _plans.materialText()}, {_plans.materialText()});
 }
 
 Expected<ProgramPointer> ModelRenderer::buildCasterProgram(const QString &vertexFile,
                                                            const QString &fragmentFile)
 {
-    return buildModelProgram(vertexFile, fragmentFile);
+    return buildModelProgram(vertexFile, {fragmentFile});
 }
 
 void ModelRenderer::drawGeometry(const View &view)
@@ -139,10 +162,12 @@ void ModelRenderer::drawGeometry(const View &view)
     _drawables.draw(_geometryProgram.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
 }
 
-void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *environment, float exposure)
+void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *environment,
+                         ShadowLayers &shadows, float exposure)
 {
     const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     const AutoBinder boundProgram(_program.data());
+    shadows.bind(_program.data());
     if (environment != nullptr) {
         environment->bind(_program.data());
     }
@@ -167,6 +192,7 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
     if (environment != nullptr) {
         environment->unbind();
     }
+    shadows.unbind(_program.data());
     _calls = DrawBuffers::getAndResetTotalDrawCalls();
     _batches = DrawBuffers::getAndResetTotalDrawBatches();
     _indices = DrawBuffers::getAndResetTotalDrawIndices();
@@ -176,7 +202,7 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
 void ModelRenderer::drawCasters(ShaderProgram *program, const QMatrix4x4 &viewProjection)
 {
     _drawables.cull(viewProjection);
-    _drawables.draw(program, _drawables.numbers(ModelDrawables::eOpaque, QVector3D()));
+    _drawables.draw(program, _drawables.numbers(ModelDrawables::eOpaque, QVector3D()), false, eWindingOff);
 }
 
 Failure ModelRenderer::prepareSlots()
@@ -221,7 +247,7 @@ QString ModelRenderer::describeFrame() const
 
 void ModelRenderer::uploadFrame(const View &view)
 {
-    const FrameRecord record = toRecord(view);
+    const FrameRecord record = toRecord(view, _lights);
     uploadUniformBlock(*_frame, &record, 1, sizeof(record));
 }
 

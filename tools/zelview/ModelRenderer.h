@@ -19,6 +19,7 @@ class UniformBufferObject;
 namespace zelview {
 
 class Environment;
+class ShadowLayers;
 
 /// Draws a scene: its passes, and the programs and the state of each.
 ///
@@ -39,12 +40,14 @@ public:
     /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
     void drawGeometry(const View &view);
     /// The second, with the same view: into the bound framebuffer, opaque draws first.
-    void draw(const View &view, Orvane::Zel::Texture *occlusion, Environment *environment, float exposure);
+    void draw(const View &view, Orvane::Zel::Texture *occlusion, Environment *environment,
+              ShadowLayers &shadows, float exposure);
 
     /// A program for drawCasters(): the vertex stage includes "ModelVertex.glslh"; the fragment stage, such as
     /// "caster.frag", "Material.glslh".
     Expected<ProgramPointer> buildCasterProgram(const QString &vertexFile, const QString &fragmentFile);
-    /// The opaque draws that are inside, with a program that is bound, whatever camera looks at them otherwise.
+    /// Both sides of the opaque draws that are inside, with a program that is bound, whatever camera looks at them
+    /// otherwise.
     void drawCasters(Orvane::Zel::ShaderProgram *program, const QMatrix4x4 &viewProjection);
 
     /// Builds what drawSlots() takes, unless that is done.
@@ -68,7 +71,7 @@ private:
     ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, MechanismKind mechanism);
 
     Failure buildPrograms();
-    Expected<ProgramPointer> buildModelProgram(const QString &vertexFile, const QString &fragmentFile);
+    Expected<ProgramPointer> buildModelProgram(const QString &vertexFile, const QStringList &fragmentFiles);
     void uploadFrame(const View &view);
 
     Programs _programs; ///< with the defines of its texture manager
@@ -80,6 +83,7 @@ private:
     ModelGeometry _geometry;
     ModelDrawables _drawables;
     DrawIDPath _drawIDPath;
+    LightRig _lights;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
 
     qint64 _calls = 0;

@@ -11,14 +11,24 @@ namespace {
 
 constexpr float kMostExposure = 20.0f;
 constexpr int kMostSlices = 16384;
+constexpr int kMostCascades = 8;
 
 const QString kEnv = QStringLiteral("env");
 const QString kEnvLayout = QStringLiteral("env-layout");
 const QString kEnvRotation = QStringLiteral("env-rotation");
 const QString kEnvBlur = QStringLiteral("env-blur");
 
+const QString kLights = QStringLiteral("lights");
+const QString kCascades = QStringLiteral("csm");
+const QString kVariance = QStringLiteral("variance");
+const QString kGround = QStringLiteral("ground");
+
 /// By EdgeFilter.
 const QStringList kEdgeFilterNames{QStringLiteral("none"), QStringLiteral("fxaa"), QStringLiteral("smaa")};
+
+/// By LightRig.
+const QStringList kRigNames{QStringLiteral("none"), QStringLiteral("sun"), QStringLiteral("rig"),
+                            QStringLiteral("file")};
 
 /// By ManagerKind.
 const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array"),
@@ -186,6 +196,35 @@ Failure parseEnvironment(const QCommandLineParser &parser, Options &options)
     return failure;
 }
 
+QList<QCommandLineOption> lightOptions()
+{
+    return {
+        {kLights,
+         QStringLiteral(
+             "Lights that cast shadows: 'none', a 'sun' (that of the surroundings, with --env), a 'rig' of "
+             "two spot lights and a lamp, or those of the 'file'; 'sun'."),
+         QStringLiteral("name")},
+        {kCascades,
+         QStringLiteral("Cascades of the sun's shadow, from near to far, 1 to %1; 4.").arg(kMostCascades),
+         QStringLiteral("n")},
+        {kVariance, QStringLiteral("Variance shadow maps: one look-up into blurred layers instead of many.")},
+        {kGround, QStringLiteral("Stand the model on a ground that takes its shadow.")}};
+}
+
+Failure parseLights(const QCommandLineParser &parser, Options &options)
+{
+    Failure failure;
+    if (parser.isSet(kLights)) {
+        failure = take(parseName<LightRig>(kLights, parser.value(kLights), kRigNames), options.lights);
+    }
+    if (!failure && parser.isSet(kCascades)) {
+        failure = take(parseNumber(kCascades, parser.value(kCascades), 1, kMostCascades), options.cascades);
+    }
+    options.shadowKind = parser.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
+    options.hasGround = parser.isSet(kGround);
+    return failure;
+}
+
 } // namespace
 
 QString managerName(ManagerKind kind)
@@ -277,6 +316,7 @@ Expected<Options> parseOptions(const QStringList &arguments)
     parser.addOptions({offscreen, size, samples, view, drawID, manager, udim, mechanism, blockLimit, level,
                        face, exposure, edgeFilter, verbose, help, version});
     parser.addOptions(environmentOptions());
+    parser.addOptions(lightOptions());
     if (!parser.parse(arguments)) {
         return usageProblem(parser.errorText());
     }
@@ -359,11 +399,15 @@ Expected<Options> parseOptions(const QStringList &arguments)
     if (!failure) {
         failure = parseEnvironment(parser, options);
     }
+    if (!failure) {
+        failure = parseLights(parser, options);
+    }
     if (failure) {
         return *failure;
     }
-    options.modelOption =
-        firstSet(parser, {view, drawID, manager, mechanism, blockLimit, environmentOptions().first()});
+    options.modelOption = firstSet(parser, QList<QCommandLineOption>{view, drawID, manager, mechanism,
+                                                                     blockLimit, environmentOptions().first()}
+                                               + lightOptions());
     options.imageOption = firstSet(parser, {level, face});
     return options;
 }

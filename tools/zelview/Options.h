@@ -23,6 +23,17 @@ constexpr int kManagerKinds = 4;
 /// What smooths the edges of the finished picture, beside the samples that its pixels have.
 enum class EdgeFilter { eNone, eFxaa, eSmaa };
 
+/// Which lights cast shadows.
+enum class LightRig {
+    eNone, ///< none: the light of the studio or environment alone
+    eSun,
+    eRig, ///< two spot lights and a lamp
+    eFile ///< those of the model's file
+};
+
+/// What the layers hold from which shadows are told: depths, or blurred moments of them.
+enum class ShadowKind { eDepth, eVariance };
+
 /// By which of the library's mechanisms instance data reach the shaders.
 enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
 constexpr int kMechanismKinds = 5;
@@ -57,8 +68,12 @@ struct Options
     std::optional<EnvironmentLayout> environmentLayout; ///< none: by the ratio of the image's sides
     float environmentRotation = 0.0f;                   ///< degrees around the vertical axis
     float environmentBlur = 0.0f;                       ///< of the background, 0 to 1
-    QString modelOption; ///< the first option given that only models understand; empty: none
-    QString imageOption; ///< the same for images
+    LightRig lights = LightRig::eSun;
+    int cascades = 4; ///< of the sun's shadow, from near to far
+    ShadowKind shadowKind = ShadowKind::eDepth;
+    bool hasGround = false; ///< the model stands on a ground that takes its shadow
+    QString modelOption;    ///< the first option given that only models understand; empty: none
+    QString imageOption;    ///< the same for images
     bool verbose = false;
     QString answer; ///< what --help or --version print instead of doing anything
 };

@@ -15,6 +15,9 @@ struct SoftLight
     QVector3D radiance;  ///< in its middle
 };
 
+/// A direction by degrees around the vertical axis and above the horizon.
+QVector3D towards(float azimuth, float elevation);
+
 /// The light in which models are shown: a key, a fill and a rim light, and a dome that is bright above and darker below.
 ///
 /// Units: directions in the world, y up; radiance relative to a white that fills the screen's range.
@@ -26,6 +29,9 @@ struct StudioLight
 
     /// The rig, turned so that the key light comes over the shoulder of a camera at this azimuth in degrees.
     static StudioLight facing(float azimuth);
+
+    /// Puts the first so many lights out, for others that take their part.
+    void putOut(int count);
 };
 
 } // namespace zelview

@@ -71,7 +71,7 @@ void UnitWalk::add(int number, const Unit &unit)
 }
 
 void UnitWalk::draw(GPUModel &model, ShaderProgram *program, TextureManager *manager,
-                    const QList<int> &numbers, bool writesStencil) const
+                    const QList<int> &numbers, bool writesStencil, WindingType winding) const
 {
     BoundState state(model, program, manager);
     if (writesStencil) {
@@ -89,7 +89,8 @@ void UnitWalk::draw(GPUModel &model, ShaderProgram *program, TextureManager *man
         }
         for (const Unit &unit : *units) {
             if (model.isVisible(unit.transform)) {
-                setWinding(unit.isTwoSided, GPUModel::SwapsHandedness(model.worldTransform(unit.transform)));
+                setWinding(unit.isTwoSided || winding == eWindingOff,
+                           GPUModel::SwapsHandedness(model.worldTransform(unit.transform)));
                 state.draw(unit.drawable);
             }
         }

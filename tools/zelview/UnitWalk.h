@@ -1,12 +1,13 @@
 #pragma once
 
+#include <ZelGL/GPUModel.h>
+
 #include <QtCore/QHash>
 #include <QtCore/QList>
 
 #include <vector>
 
 namespace Orvane { namespace Zel {
-class GPUModel;
 class ShaderProgram;
 class TextureManager;
 }} // namespace Orvane::Zel
@@ -29,7 +30,8 @@ public:
 
     /// Those of these material numbers whose transforms are visible. Leaves nothing bound, and GL_CULL_FACE off.
     void draw(Orvane::Zel::GPUModel &model, Orvane::Zel::ShaderProgram *program,
-              Orvane::Zel::TextureManager *manager, const QList<int> &numbers, bool writesStencil) const;
+              Orvane::Zel::TextureManager *manager, const QList<int> &numbers, bool writesStencil,
+              Orvane::Zel::WindingType winding) const;
 
 private:
     QHash<int, std::vector<Unit>> _units; ///< by material number

@@ -18,8 +18,9 @@ void main()
 {
     vec3 toEye = normalize(u_Eye.xyz - vo_Position);
     vec4 base = materialColor();
+    vec3 normal = facingNormal(toEye);
     Surface surface =
-        makeSurface(base.rgb, materialSurface(), vo_Position, materialNormal(facingNormal(toEye)), toEye);
+        makeSurface(base.rgb, materialSurface(), vo_Position, normal, materialNormal(normal), toEye);
     float openness = materialOpenness();
     if (!isBlended()) {
         openness *= opennessAt(-(u_View * vec4(vo_Position, 1.0)).z);

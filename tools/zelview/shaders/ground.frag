@@ -1,0 +1,73 @@
+// What the scene does to the ground under it.
+// In:  vo_TexCoord from 0 to 1, lower left to upper right; u_Radius of the scene; u_Occlusion; what GroundPosition.glslh
+//      needs.
+// Out: by what the backdrop is multiplied: the light that arrives, of that which would without the scene.
+#macro ZELVIEW_GLSL_VERSION #version 150
+
+uniform float u_Radius;
+uniform sampler2D u_Occlusion;
+
+in vec2 vo_TexCoord;
+
+out vec4 out_FragColor;
+
+#include "GroundPosition.glslh"
+#include "LightTable.glslh"
+#include "Shadows.glslh"
+
+const float kDome = 0.30; // what comes from all around, by what comes from the lights at the scene's middle
+
+// The mean around a pixel, over whatever belongs to the ground: what is estimated there is smooth.
+float groundOpenness(float distance)
+{
+    ivec2 last = textureSize(u_Occlusion, 0) - 1;
+    float sum = 0.0;
+    float count = 0.0;
+    for (int y = -4; y <= 4; y += 2) {
+        for (int x = -4; x <= 4; x += 2) {
+            vec2 there = texelFetch(u_Occlusion, clamp(ivec2(gl_FragCoord.xy) + ivec2(x, y), ivec2(0), last), 0).rg;
+            float weight = abs(there.y - distance) < 0.05 * u_Radius ? 1.0 : 0.0;
+            sum += weight * there.x;
+            count += weight;
+        }
+    }
+    return count > 0.0 ? sum / count : 1.0;
+}
+
+// Of the lights, and what would without shadows.
+vec3 arriving(vec3 position, out vec3 inTheOpen)
+{
+    const vec3 kUp = vec3(0.0, 1.0, 0.0);
+    vec3 sum = vec3(0.0);
+    inTheOpen = vec3(0.0);
+    for (int i = 0; i < u_LightCount; ++i) {
+        vec3 toLight;
+        vec3 lux = illuminance(i, position, toLight) * max(toLight.y, 0.0);
+        if (lux != vec3(0.0)) {
+            int part;
+            float lit = visibility(i, position, kUp, toLight, part);
+            inTheOpen += lux;
+            sum += lux * lit * partColor(part);
+        }
+    }
+    return sum;
+}
+
+void main()
+{
+    vec3 position;
+    float away = 0.0;
+    if (groundPosition(vo_TexCoord, position)) {
+        away = length(position - u_Middle) / u_Radius;
+    }
+    float presence = 1.0 - smoothstep(2.5, 4.0, away);
+    if (away == 0.0 || presence == 0.0) {
+        out_FragColor = vec4(1.0);
+        return;
+    }
+    vec3 inTheOpen;
+    vec3 arrived = arriving(position, inTheOpen);
+    float openness = groundOpenness(-(u_View * vec4(position, 1.0)).z);
+    vec3 dome = max(kDome * inTheOpen, vec3(1e-3));
+    out_FragColor = vec4(mix(vec3(1.0), (arrived * mix(1.0, openness, 0.5) + dome * openness) / (inTheOpen + dome), presence), 1.0);
+}
