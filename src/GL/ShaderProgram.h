@@ -192,6 +192,8 @@ public:
     bool setUniform(const QString &name, const QVariant &value);
 
 private:
+    friend class UniformBufferObject; // knows again the table in which it found a name
+
     bool attachShaders();
     void applyFragDataLocations();
     void applyTransformFeedbackVaryings();

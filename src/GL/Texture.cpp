@@ -2,99 +2,19 @@
 
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
+#include "NameTable.h"
+#include "NumberSet.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
-#include <QtCore/QtAlgorithms>
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace Orvane { namespace Zel {
 
 namespace {
-
-/// Values by GL name for the few textures that are bound at a time, in flat arrays: a bind allocates nothing.
-template <typename Value> class NameTable
-{
-public:
-    void reserve(int count)
-    {
-        _names.reserve(static_cast<size_t>(count));
-        _values.reserve(static_cast<size_t>(count));
-    }
-
-    bool contains(unsigned int name) const { return find(name) != nullptr; }
-
-    /// Null where the name has no value.
-    const Value *find(unsigned int name) const
-    {
-        const auto found = std::find(_names.begin(), _names.end(), name);
-        return found == _names.end() ? nullptr : &_values[static_cast<size_t>(found - _names.begin())];
-    }
-    Value *find(unsigned int name) { return const_cast<Value *>(qAsConst(*this).find(name)); }
-
-    void insert(unsigned int name, Value value)
-    {
-        _names.push_back(name);
-        _values.push_back(value);
-    }
-
-    void remove(unsigned int name)
-    {
-        const auto found = std::find(_names.begin(), _names.end(), name);
-        if (found != _names.end()) {
-            _values[static_cast<size_t>(found - _names.begin())] = _values.back();
-            *found = _names.back();
-            _names.pop_back();
-            _values.pop_back();
-        }
-    }
-
-private:
-    std::vector<unsigned int> _names;
-    std::vector<Value> _values;
-};
-
-/// Texture units by number, as bits.
-class UnitSet
-{
-public:
-    static constexpr unsigned int kNone = ~0u;
-
-    void fill(int count)
-    {
-        _words.assign(static_cast<size_t>((count + 63) / 64), 0);
-        for (int unit = 0; unit < count; ++unit) {
-            insert(static_cast<unsigned int>(unit));
-        }
-    }
-
-    void insert(unsigned int unit) { _words[unit / 64] |= bit(unit); }
-    void remove(unsigned int unit) { _words[unit / 64] &= ~bit(unit); }
-    bool contains(unsigned int unit) const
-    {
-        return unit / 64 < _words.size() && (_words[unit / 64] & bit(unit)) != 0;
-    }
-
-    /// kNone of the empty set.
-    unsigned int highest() const
-    {
-        for (size_t word = _words.size(); word-- > 0;) {
-            if (_words[word] != 0) {
-                return static_cast<unsigned int>(word * 64 + 63) - qCountLeadingZeroBits(_words[word]);
-            }
-        }
-        return kNone;
-    }
-
-private:
-    static quint64 bit(unsigned int unit) { return quint64(1) << (unit % 64); }
-
-    std::vector<quint64> _words;
-};
 
 /// The texture units of one context. Textures are known by their GL name.
 struct TextureContextInfo
@@ -102,7 +22,7 @@ struct TextureContextInfo
     int maxTextureImageUnits = 0;
     NameTable<unsigned int> textureToUnitMaps;
     NameTable<int> boundTextureCounts; ///< nesting depth
-    UnitSet freeTextureUnits;
+    NumberSet freeTextureUnits;
 };
 
 QHash<void *, TextureContextInfo> contextInfos;
@@ -126,21 +46,22 @@ void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
 /// as long as its context does.
 TextureContextInfo &currentContextInfo()
 {
-    thread_local void *lastContext = nullptr;
-    thread_local TextureContextInfo *lastInfo = nullptr;
+    struct Answer
+    {
+        void *context;
+        TextureContextInfo *info;
+    };
+    thread_local Answer last [[gnu::tls_model("initial-exec")]] = {};
     void *const context = GLContextTracker::currentContext();
-    if (lastInfo != nullptr && lastContext == context) {
-        return *lastInfo;
+    if (last.info == nullptr || last.context != context) {
+        const QMutexLocker locker(&contextInfosMutex);
+        const bool known = contextInfos.contains(context);
+        last = {context, &contextInfos[context]};
+        if (!known) {
+            initializeFreeTextureUnits(*last.info, context);
+        }
     }
-    const QMutexLocker locker(&contextInfosMutex);
-    const bool known = contextInfos.contains(context);
-    TextureContextInfo &contextInfo = contextInfos[context];
-    if (!known) {
-        initializeFreeTextureUnits(contextInfo, context);
-    }
-    lastContext = context;
-    lastInfo = &contextInfo;
-    return contextInfo;
+    return *last.info;
 }
 
 int maxLevelOf(int width, int height)
@@ -325,7 +246,7 @@ bool Texture::bind()
     }
 
     const unsigned int unit = contextInfo.freeTextureUnits.highest();
-    if (unit == UnitSet::kNone) {
+    if (unit == NumberSet::kNone) {
         ZEL_LOG_WARNING("There is no available texture units");
         return false;
     }
@@ -342,14 +263,17 @@ bool Texture::unbind()
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
     TextureContextInfo &contextInfo = currentContextInfo();
-    ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
-                      "Texture has not been bound on unbind");
-    ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), false,
-                      "Texture has not been bound on unbind");
-
-    const unsigned int unit = *contextInfo.textureToUnitMaps.find(_textureID);
+    const unsigned int *unitFound = contextInfo.textureToUnitMaps.find(_textureID);
+    int *count = contextInfo.boundTextureCounts.find(_textureID);
+    if (unitFound == nullptr || count == nullptr) { // asked once where all is well
+        ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
+                          "Texture has not been bound on unbind");
+        ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), false,
+                          "Texture has not been bound on unbind");
+    }
+    const unsigned int unit = *unitFound;
     glActiveTexture(GL_TEXTURE0 + unit);
-    if (--*contextInfo.boundTextureCounts.find(_textureID) > 0) {
+    if (--*count > 0) {
         return true;
     }
     glBindTexture(_target, 0);
@@ -373,11 +297,14 @@ unsigned int Texture::unit() const
     ZEL_ASSERT_RETURN(0u != this->_textureID, kNoUnit, "Texutre is NULL on unit()");
     ZEL_ASSERT_RETURN(0u != this->_target, kNoUnit, "Texture Target is not set on unit()");
     const TextureContextInfo &contextInfo = currentContextInfo();
-    ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), kNoUnit,
-                      "Texture has not been bound on unit()");
+    const unsigned int *unitFound = contextInfo.textureToUnitMaps.find(_textureID);
+    if (unitFound == nullptr) {
+        ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), kNoUnit,
+                          "Texture has not been bound on unit()");
+    }
     ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), kNoUnit,
                       "Texture has not been bound on unit()");
-    return *contextInfo.textureToUnitMaps.find(_textureID);
+    return *unitFound;
 }
 
 int Texture::maxTextureUnits() const

@@ -3,6 +3,8 @@
 #include "BufferObject.h"
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
+#include "NameTable.h"
+#include "NumberSet.h"
 #include "ShaderProgram.h"
 
 #include <QtCore/QMutex>
@@ -11,71 +13,12 @@
 
 #include <algorithm>
 #include <unordered_map>
-#include <vector>
 
 namespace Orvane { namespace Zel {
 
 namespace {
 
-constexpr unsigned int kInvalidBinding = 0xFFFFFFFF;
-
-/// A map by GL buffer name for the few buffers that are in use at once. Each holds a binding point, so room for
-/// as many as there are points is taken at the start, and binding allocates nothing.
-template <typename Value> class BufferMap
-{
-public:
-    explicit BufferMap(int capacity) { _entries.reserve(size_t(std::max(capacity, 0))); }
-
-    bool contains(unsigned int buffer) const { return find(buffer) != _entries.end(); }
-    Value value(unsigned int buffer) const { return find(buffer)->second; }
-    /// The buffer must be there.
-    Value &operator[](unsigned int buffer)
-    {
-        return _entries[size_t(find(buffer) - _entries.begin())].second;
-    }
-    void insert(unsigned int buffer, Value value) { _entries.emplace_back(buffer, value); }
-
-    void remove(unsigned int buffer)
-    {
-        _entries[size_t(find(buffer) - _entries.begin())] = _entries.back();
-        _entries.pop_back();
-    }
-
-private:
-    using Entries = std::vector<std::pair<unsigned int, Value>>;
-
-    typename Entries::const_iterator find(unsigned int buffer) const
-    {
-        return std::find_if(_entries.begin(), _entries.end(),
-                            [buffer](const auto &entry) { return entry.first == buffer; });
-    }
-
-    Entries _entries;
-};
-
-/// The binding points that are free; sorted, so the lowest comes first.
-class FreePoints
-{
-public:
-    explicit FreePoints(int count)
-        : _isFree(size_t(std::max(count, 0)), true)
-    {
-    }
-
-    /// The lowest; kInvalidBinding when none is free.
-    unsigned int first() const
-    {
-        const auto lowest = std::find(_isFree.begin(), _isFree.end(), true);
-        return lowest == _isFree.end() ? kInvalidBinding
-                                       : static_cast<unsigned int>(lowest - _isFree.begin());
-    }
-    bool contains(unsigned int point) const { return point < _isFree.size() && _isFree[point]; }
-    void insert(unsigned int point) { _isFree[point] = true; }
-    void remove(unsigned int point) { _isFree[point] = false; }
-
-private:
-    std::vector<bool> _isFree;
-};
+constexpr unsigned int kInvalidBinding = NumberSet::kNone; ///< 0xFFFFFFFF
 
 GLint integer(GLenum name)
 {
@@ -95,9 +38,9 @@ struct UBOContextData
 
     unsigned int _target;
     int _maxBindings;
-    BufferMap<unsigned int> _uniformBufferObjectToUniformBlockBindingMaps; ///< to the binding point
-    BufferMap<int> _boundUniformBufferObjectCounts;                        ///< to the use count
-    FreePoints _availableBindings;
+    NameTable<unsigned int> _uniformBufferObjectToUniformBlockBindingMaps; ///< to the binding point
+    NameTable<int> _boundUniformBufferObjectCounts;                        ///< to the use count
+    NumberSet _availableBindings;
     int _batchFirst = -1; ///< the points touched in a batch; both -1 when none runs
     int _batchLast = -1;
     QVector<unsigned int> _bufferIDs; ///< by binding point; 0: none
@@ -109,13 +52,14 @@ UBOContextData::UBOContextData(unsigned int target)
     : _target(target)
     , _maxBindings(integer(target == GL_SHADER_STORAGE_BUFFER ? GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS
                                                               : GL_MAX_UNIFORM_BUFFER_BINDINGS))
-    , _uniformBufferObjectToUniformBlockBindingMaps(_maxBindings)
-    , _boundUniformBufferObjectCounts(_maxBindings)
-    , _availableBindings(_maxBindings)
     , _bufferIDs(_maxBindings, 0)
     , _glBindBuffersBase(
           reinterpret_cast<PFNGLBINDBUFFERSBASEPROC>(getGLProcAddress("glBindBuffersBase", false)))
 {
+    _availableBindings.fill(_maxBindings);
+    // Each buffer in use holds a point.
+    _uniformBufferObjectToUniformBlockBindingMaps.reserve(_maxBindings);
+    _boundUniformBufferObjectCounts.reserve(_maxBindings);
     if (target == GL_SHADER_STORAGE_BUFFER) {
         _glShaderStorageBlockBinding = reinterpret_cast<PFNGLSHADERSTORAGEBLOCKBINDINGPROC>(
             getGLProcAddress("glShaderStorageBlockBinding", false));
@@ -154,21 +98,30 @@ Rows uniformRows;
 Rows storageRows;
 QMutex rowsMutex;
 
+/// A thread's last answer, which holds as long as its context does.
+struct LastRow
+{
+    void *context;
+    UBOContextData *row;
+};
+thread_local LastRow lastUniformRow [[gnu::tls_model("initial-exec")]] = {};
+thread_local LastRow lastStorageRow [[gnu::tls_model("initial-exec")]] = {};
+
 UBOContextData &contextData(unsigned int target)
 {
     if (target != GL_UNIFORM_BUFFER && target != GL_SHADER_STORAGE_BUFFER) {
         ZEL_BARE_DEBUG("Unknown Uniforma b uffer type 0x%X", target);
         target = GL_UNIFORM_BUFFER;
     }
-    Rows &rows = target == GL_SHADER_STORAGE_BUFFER ? storageRows : uniformRows;
-    const QMutexLocker locker(&rowsMutex);
-    return rows.try_emplace(GLContextTracker::currentContext(), target).first->second;
-}
-
-/// The block's index as GL's signed answer: -1 when the program is null or lacks the block.
-int blockIndex(const ShaderProgram *program, unsigned int target, const QString &blockName)
-{
-    return program == nullptr ? -1 : int(program->getTypeBlockIndex(target, blockName));
+    void *const context = GLContextTracker::currentContext();
+    const bool isStorage = target == GL_SHADER_STORAGE_BUFFER;
+    LastRow &last = isStorage ? lastStorageRow : lastUniformRow;
+    if (last.row == nullptr || last.context != context) {
+        const QMutexLocker locker(&rowsMutex);
+        Rows &rows = isStorage ? storageRows : uniformRows;
+        last = {context, &rows.try_emplace(context, target).first->second};
+    }
+    return *last.row;
 }
 
 } // namespace
@@ -237,30 +190,27 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     UBOContextData &uboContextData = contextData(_bufferObject->target());
     const unsigned int target = uboContextData._target;
     const unsigned int bufferObjectID = _bufferObject->getBO();
+    const int index = blockIndex(program, target);
 
-    if (uboContextData._uniformBufferObjectToUniformBlockBindingMaps.contains(bufferObjectID)) {
-        const int index = blockIndex(program, target, _blockName);
+    const unsigned int *held =
+        uboContextData._uniformBufferObjectToUniformBlockBindingMaps.find(bufferObjectID);
+    if (held != nullptr) {
         if (index >= 0) {
-            program->setTypeBlockBinding(
-                target, unsigned(index),
-                uboContextData._uniformBufferObjectToUniformBlockBindingMaps.value(bufferObjectID));
+            program->setTypeBlockBinding(target, unsigned(index), *held);
         }
-        ++uboContextData._boundUniformBufferObjectCounts[bufferObjectID];
+        ++*uboContextData._boundUniformBufferObjectCounts.find(bufferObjectID);
         return true;
     }
 
-    unsigned int binding = uboContextData._availableBindings.first();
+    // The point that the program has from before costs it no GL call.
+    const unsigned int previous =
+        index >= 0 ? program->getTypeBlockBinding(target, unsigned(index)) : kInvalidBinding;
+    const bool takesPrevious =
+        previous != kInvalidBinding && uboContextData._availableBindings.contains(previous);
+    const unsigned int binding = takesPrevious ? previous : uboContextData._availableBindings.lowest();
     if (binding == kInvalidBinding) {
         ZEL_LOG_WARNING("There is no available uniformBlockBindings");
         return false;
-    }
-    // The point that the program has from before costs it no GL call.
-    const int index = blockIndex(program, target, _blockName);
-    if (index >= 0) {
-        const unsigned int previous = program->getTypeBlockBinding(target, unsigned(index));
-        if (previous != kInvalidBinding && uboContextData._availableBindings.contains(previous)) {
-            binding = previous;
-        }
     }
     uboContextData._availableBindings.remove(binding);
     uboContextData._uniformBufferObjectToUniformBlockBindingMaps.insert(bufferObjectID, binding);
@@ -275,7 +225,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     } else {
         uboContextData.recordInBatch(binding);
     }
-    if (index >= 0) {
+    if (index >= 0 && !takesPrevious) {
         program->setTypeBlockBinding(target, unsigned(index), binding);
     }
     return true;
@@ -288,16 +238,20 @@ bool UniformBufferObject::unbind(ShaderProgram *)
                       "m_bufferObject is NULL on bind()"); // bind() on purpose
     UBOContextData &uboContextData = contextData(_bufferObject->target());
     const unsigned int bufferObjectID = _bufferObject->getBO();
-    if (!uboContextData._uniformBufferObjectToUniformBlockBindingMaps.contains(bufferObjectID)) {
+    const unsigned int *held =
+        uboContextData._uniformBufferObjectToUniformBlockBindingMaps.find(bufferObjectID);
+    if (held == nullptr) {
         return true;
     }
-    ZEL_ASSERT_RETURN(uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID), false,
-                      "UniformBufferObject has not been bound on unbind");
-    if (--uboContextData._boundUniformBufferObjectCounts[bufferObjectID] != 0) {
+    const unsigned int binding = *held;
+    int *count = uboContextData._boundUniformBufferObjectCounts.find(bufferObjectID);
+    if (count == nullptr) {
+        ZEL_ASSERT_RETURN(uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID), false,
+                          "UniformBufferObject has not been bound on unbind");
+    }
+    if (--*count != 0) {
         return true;
     }
-    const unsigned int binding =
-        uboContextData._uniformBufferObjectToUniformBlockBindingMaps.value(bufferObjectID);
     glBindBufferBase(uboContextData._target, binding, 0);
     uboContextData._uniformBufferObjectToUniformBlockBindingMaps.remove(bufferObjectID);
     uboContextData._boundUniformBufferObjectCounts.remove(bufferObjectID);
@@ -320,7 +274,7 @@ unsigned int UniformBufferObject::uniformBlockBinding() const
                       kInvalidBinding, "UniformBufferObject has not been bound on uniformBlockBinding()");
     ZEL_ASSERT_RETURN(uboContextData._uniformBufferObjectToUniformBlockBindingMaps.contains(bufferObjectID),
                       kInvalidBinding, "UniformBufferObject has not been bound on uniformBlockBinding()");
-    return uboContextData._uniformBufferObjectToUniformBlockBindingMaps.value(bufferObjectID);
+    return *uboContextData._uniformBufferObjectToUniformBlockBindingMaps.find(bufferObjectID);
 }
 
 quint64 UniformBufferObject::memoryEstimateCPU() const
@@ -332,6 +286,22 @@ quint64 UniformBufferObject::memoryEstimateCPU() const
 quint64 UniformBufferObject::memoryEstimateGPU() const
 {
     return _bufferObject.isNull() ? 0 : _bufferObject->memoryEstimateGPU();
+}
+
+/// The block's index as GL's signed answer: -1 when the program is null or lacks the block.
+int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigned int target)
+{
+    if (program == nullptr) {
+        return -1;
+    }
+    // The copy shares its data with the program's table for as long as that does not change.
+    const QHash<QString, unsigned int> &indices =
+        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
+    if (!indices.isSharedWith(_knownIndices)) {
+        _knownIndices = indices;
+        _knownIndex = int(program->getTypeBlockIndex(target, _blockName));
+    }
+    return _knownIndex;
 }
 
 }} // namespace Orvane::Zel

@@ -2,6 +2,7 @@
 
 #include "Bindable.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
@@ -62,10 +63,14 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
+    int blockIndex(const ShaderProgram *program, unsigned int target);
+
     static int _numAlive;
 
     QSharedPointer<BufferObject> _bufferObject;
     QString _blockName;
+    QHash<QString, unsigned int> _knownIndices; ///< those of the program that was asked last
+    int _knownIndex = -1;                       ///< the block's among them
 };
 
 }} // namespace Orvane::Zel

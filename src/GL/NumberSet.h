@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QtCore/QtAlgorithms>
+
+#include <algorithm>
+#include <vector>
+
+namespace Orvane { namespace Zel {
+
+/// A set of small numbers, as bits: the texture units or binding points of a context that are free.
+///
+/// Context: none.
+/// Private to the library.
+class NumberSet
+{
+public:
+    static constexpr unsigned int kNone = ~0u;
+
+    /// All numbers below \a count, and nothing else.
+    void fill(int count)
+    {
+        const auto size = static_cast<unsigned int>(std::max(count, 0));
+        _words.assign((size + 63) / 64, 0);
+        for (unsigned int number = 0; number < size; ++number) {
+            insert(number);
+        }
+    }
+
+    // Of numbers below the count.
+    void insert(unsigned int number) { _words[number / 64] |= bit(number); }
+    void remove(unsigned int number) { _words[number / 64] &= ~bit(number); }
+
+    bool contains(unsigned int number) const
+    {
+        return number / 64 < _words.size() && (_words[number / 64] & bit(number)) != 0;
+    }
+
+    /// kNone of the empty set.
+    unsigned int lowest() const
+    {
+        for (size_t word = 0; word < _words.size(); ++word) {
+            if (_words[word] != 0) {
+                return static_cast<unsigned int>(word * 64) + qCountTrailingZeroBits(_words[word]);
+            }
+        }
+        return kNone;
+    }
+
+    /// kNone of the empty set.
+    unsigned int highest() const
+    {
+        for (size_t word = _words.size(); word-- > 0;) {
+            if (_words[word] != 0) {
+                return static_cast<unsigned int>(word * 64 + 63) - qCountLeadingZeroBits(_words[word]);
+            }
+        }
+        return kNone;
+    }
+
+private:
+    static quint64 bit(unsigned int number) { return quint64(1) << (number % 64); }
+
+    std::vector<quint64> _words;
+};
+
+}} // namespace Orvane::Zel
