@@ -1,10 +1,42 @@
 #include "GLContextTracker.h"
 
+#include "ContextHold.h"
+
 #include <QtGui/QOpenGLContext>
 
 #include <GL/glx.h>
 
+#include <utility>
+
 namespace Orvane { namespace Zel {
+
+namespace {
+
+/// The context that a ContextHold of this thread vouches for; null: none does.
+thread_local void *heldContext [[gnu::tls_model("initial-exec")]] = nullptr;
+
+} // namespace
+
+ContextHold::ContextHold()
+    : _outer(heldContext)
+{
+    heldContext = GLContextTracker::currentContext();
+}
+
+ContextHold::~ContextHold()
+{
+    heldContext = _outer;
+}
+
+ContextHold::Pause::Pause()
+    : _outer(std::exchange(heldContext, nullptr))
+{
+}
+
+ContextHold::Pause::~Pause()
+{
+    heldContext = _outer;
+}
 
 GLContextTracker::GLContextTracker(QObject *parent)
     : QObject(parent)
@@ -23,7 +55,7 @@ void *GLContextTracker::getCurrentContext()
 
 void *GLContextTracker::currentContext()
 {
-    return getCurrentContext();
+    return heldContext != nullptr ? heldContext : getCurrentContext();
 }
 
 void *GLContextTracker::trackedContext() const

@@ -1,5 +1,7 @@
 #include "Reporting.h"
 
+#include "ContextHold.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QMessageLogger>
 #include <QtCore/QString>
@@ -12,6 +14,7 @@ namespace {
 
 void emitText(QtMsgType level, const QByteArray &text)
 {
+    const ContextHold::Pause pause;                   // the message handler is the host's
     const QMessageLogger logger(nullptr, 0, nullptr); // this constructor sets the category "default"
     switch (level) {
     case QtWarningMsg:

@@ -1,6 +1,7 @@
 #include "TextureIO.h"
 
 #include "AutoBinder.h"
+#include "ContextHold.h"
 #include "GLUtilities.h"
 #include "Texture.h"
 #include "TextureLoader.h"
@@ -151,6 +152,7 @@ Texture *LoadTextureFromFile(const QString &path, const TextureFileInfo &info)
         ZEL_LOG_WARNING("File %s not found", qPrintable(path));
         return nullptr;
     }
+    const ContextHold::Pause pause; // readers may be the host's
     QElapsedTimer timer;
     timer.start();
     const std::unique_ptr<TextureLoader> loader(IdentifyTextureFromFile(path));
