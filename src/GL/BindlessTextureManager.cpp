@@ -27,7 +27,7 @@ bool BindlessTextureManager::isSupported()
 }
 
 BindlessTextureManager::BindlessTextureManager()
-    : _slots(new SamplerSlots)
+    : _slots(new SamplerSlots({GL_RGBA32UI, GL_RGBA_INTEGER, GL_UNSIGNED_INT}))
     , _bindless(new BindlessFunctions)
 {
     if (hasGLExtension("GL_ARB_bindless_texture")) {
@@ -56,12 +56,12 @@ Texture *BindlessTextureManager::textureForToken(const TextureToken &token)
 
 Texture *BindlessTextureManager::textureForImage(const QString &path, const TextureFileInfo &info)
 {
-    return textureForToken(tokenForImage(path, info));
+    return TextureManager::textureForImage(path, info);
 }
 
 Texture *BindlessTextureManager::textureForColor(const QColor &color)
 {
-    return textureForToken(tokenForColor(color));
+    return TextureManager::textureForColor(color);
 }
 
 TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
@@ -167,29 +167,21 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
 
 void BindlessTextureManager::bind(ShaderProgram *program)
 {
-    _slots->makeEmptyTexture();
-    if (_slotMapTexture == nullptr) {
-        _slotMapTexture = SamplerSlots::makeMapTexture(GL_RGBA32UI, SamplerSlots::mapWidth(maxToken()));
+    const int width = SamplerSlots::mapWidth(maxToken());
+    if (_tokenInfos.size() < width) {
+        _tokenInfos.resize(width); // a block of tokens is reserved without being issued
     }
-    _slotMapTexture->bind();
-    if (_slotMapDirty) {
-        uploadSlotMap();
-    }
-    const SamplerSlots::Locations locations = SamplerSlots::locations(program);
-    glUniform1i(locations.map, static_cast<GLint>(_slotMapTexture->unit()));
+    const int units = _slots->bindMap(program, _tokenInfos.constData(), width);
     if (_slots->used() > _maxSlots) {
         ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
                         _slots->used(), _maxSlots);
     }
-    _slots->uploadUnits(locations.units, _maxSlots);
+    _slots->uploadUnits(units, _maxSlots);
 }
 
 void BindlessTextureManager::unbind(ShaderProgram *)
 {
-    _slots->unbindEmptyTexture();
-    if (_slotMapTexture != nullptr) {
-        _slotMapTexture->unbind();
-    }
+    _slots->unbind();
 }
 
 void BindlessTextureManager::setup(GLSLMacroProcessor *processor)
@@ -227,9 +219,8 @@ void BindlessTextureManager::textureTokenIssued(const TextureToken &token)
     if (isBindlessToken(token)) {
         return;
     }
-    SamplerSlots::deleteMapTexture(_slotMapTexture); // its width is out of date
+    _slots->discardMap();
     _tokenInfos.resize(SamplerSlots::mapWidth(maxToken()));
-    _slotMapDirty = true;
 }
 
 TextureToken BindlessTextureManager::handleToken(Texture *texture) const
@@ -246,19 +237,8 @@ void BindlessTextureManager::setSlot(const TextureToken &token, int slot)
     const TokenInfo info(static_cast<unsigned int>(slot), 0);
     if (_tokenInfos.at(static_cast<int>(index)) != info) {
         _tokenInfos[static_cast<int>(index)] = info;
-        _slotMapDirty = true;
+        _slots->dirtyMap();
     }
-}
-
-void BindlessTextureManager::uploadSlotMap()
-{
-    const int width = SamplerSlots::mapWidth(maxToken());
-    if (_tokenInfos.size() < width) {
-        _tokenInfos.resize(width); // a block of tokens is reserved without being issued
-    }
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32UI, width, 1, 0, GL_RGBA_INTEGER, GL_UNSIGNED_INT,
-                 _tokenInfos.constData());
-    _slotMapDirty = false;
 }
 
 }} // namespace Orvane::Zel

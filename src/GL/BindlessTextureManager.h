@@ -79,12 +79,9 @@ public:
 private:
     TextureToken handleToken(Texture *texture) const;
     void setSlot(const TextureToken &token, int slot);
-    void uploadSlotMap();
 
-    bool _slotMapDirty = true;
     bool _useARB = false;
     bool _useNV = false;
-    Texture *_slotMapTexture = nullptr;
     QVector<TokenInfo> _tokenInfos; ///< by the low word of a slot token
     std::unique_ptr<SamplerSlots> _slots;
     std::unique_ptr<BindlessFunctions> _bindless;

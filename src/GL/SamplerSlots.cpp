@@ -2,7 +2,8 @@
 
 #include "GLUtilities.h"
 #include "Texture.h"
-#include "UniformLookup.h"
+
+#include <QtCore/QVarLengthArray>
 
 #include <algorithm>
 
@@ -15,41 +16,13 @@ constexpr quint64 kWidestMap = 1 << 26; ///< far above what a texture can hold
 
 } // namespace
 
-SamplerSlots::Locations SamplerSlots::locations(const ShaderProgram *program)
-{
-    static const UniformName map("u_TextureTokenManagedTextureSlotMap");
-    static const UniformName units("u_ManagedTextureSlots[0]");
-    const UniformLookup locationOf(program);
-    return {locationOf(map), locationOf(units)};
-}
-
 int SamplerSlots::mapWidth(const TextureToken &maxToken)
 {
     return static_cast<int>(std::min(maxToken.token, kWidestMap));
 }
 
-Texture *SamplerSlots::makeMapTexture(int internalFormat, int width)
-{
-    auto *texture = new Texture(GL_TEXTURE_2D, internalFormat, width, 1, 0, nullptr);
-    texture->bind();
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    texture->unbind();
-    return texture;
-}
-
-void SamplerSlots::deleteMapTexture(Texture *&texture)
-{
-    while (texture != nullptr && texture->isBound()) {
-        texture->unbind();
-    }
-    delete texture;
-    texture = nullptr;
-}
-
-SamplerSlots::SamplerSlots()
+SamplerSlots::SamplerSlots(const MapFormat &mapFormat)
+    : _mapFormat(mapFormat)
 {
     clear();
 }
@@ -93,6 +66,67 @@ void SamplerSlots::clear()
     _slotRefCounts.reserve(kReservedSlots);
 }
 
+void SamplerSlots::dirtyMap()
+{
+    _mapDirty = true;
+}
+
+void SamplerSlots::discardMap()
+{
+    while (_mapTexture != nullptr && _mapTexture->isBound()) {
+        _mapTexture->unbind();
+    }
+    delete _mapTexture;
+    _mapTexture = nullptr;
+    _mapDirty = true;
+}
+
+int SamplerSlots::bindMap(const ShaderProgram *program, const void *entries, int width)
+{
+    makeEmptyTexture();
+    makeMap(width);
+    _mapTexture->bind();
+    if (_mapDirty) {
+        glTexImage2D(GL_TEXTURE_2D, 0, _mapFormat.internalFormat, width, 1, 0, _mapFormat.format,
+                     _mapFormat.type, entries);
+        _mapDirty = false;
+    }
+    const UniformLookup locationOf(program);
+    const int map = _mapUniform.in(locationOf);
+    const int units = _unitsUniform.in(locationOf);
+    glUniform1i(map, static_cast<GLint>(_mapTexture->unit()));
+    return units;
+}
+
+void SamplerSlots::uploadUnits(int location, int slotCount)
+{
+    // A sampler uniform must never point at a unit that holds a texture of another kind.
+    const int usedSlots = used();
+    for (int slot = 0; slot < usedSlots; ++slot) {
+        if (_slotRefCounts.at(slot) <= 0) {
+            _slotUnits[slot] = emptyUnit();
+        }
+    }
+    const int last = usedSlots == 0 ? emptyUnit() : _slotUnits.constLast();
+    QVarLengthArray<GLint, kReservedSlots> units(slotCount);
+    for (int slot = 0; slot < slotCount; ++slot) {
+        units[slot] = slot < usedSlots ? _slotUnits.at(slot) : last;
+    }
+    glUniform1iv(location, slotCount, units.constData());
+}
+
+void SamplerSlots::unbind()
+{
+    if (_boundEmptySlotTexture != nullptr) {
+        _boundEmptySlotTexture->unbind();
+        _boundEmptySlotTexture = nullptr;
+    }
+    if (_mapTexture != nullptr) {
+        _mapTexture->unbind();
+    }
+}
+
+/// The texture of unused slots, which has no storage.
 void SamplerSlots::makeEmptyTexture()
 {
     if (_emptySlotTexture != nullptr) {
@@ -106,39 +140,28 @@ void SamplerSlots::makeEmptyTexture()
     _emptySlotTexture->unbind();
 }
 
-void SamplerSlots::uploadUnits(int location, int slotCount)
+void SamplerSlots::makeMap(int width)
 {
-    // A sampler uniform must never point at a unit that holds a texture of another kind.
-    const auto emptyUnit = [this] {
-        if (_boundEmptySlotTexture == nullptr) {
-            _emptySlotTexture->bind();
-            _boundEmptySlotTexture = _emptySlotTexture;
-        }
-        return static_cast<int>(_boundEmptySlotTexture->unit());
-    };
-    const int usedSlots = used();
-    for (int slot = 0; slot < usedSlots; ++slot) {
-        if (_slotRefCounts.at(slot) <= 0) {
-            _slotUnits[slot] = emptyUnit();
-        }
+    if (_mapTexture != nullptr) {
+        return;
     }
-    if (usedSlots == 0) {
-        _slotUnits.append(emptyUnit());
-    }
-    const int last = _slotUnits.constLast();
-    while (_slotUnits.size() < slotCount) {
-        _slotUnits.append(last);
-    }
-    glUniform1iv(location, slotCount, _slotUnits.constData());
-    _slotUnits.resize(usedSlots);
+    _mapTexture = new Texture(GL_TEXTURE_2D, _mapFormat.internalFormat, width, 1, 0, nullptr);
+    _mapTexture->bind();
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    _mapTexture->unbind();
 }
 
-void SamplerSlots::unbindEmptyTexture()
+/// The unit of the empty texture, which is bound at the first need.
+int SamplerSlots::emptyUnit()
 {
-    if (_boundEmptySlotTexture != nullptr) {
-        _boundEmptySlotTexture->unbind();
-        _boundEmptySlotTexture = nullptr;
+    if (_boundEmptySlotTexture == nullptr) {
+        _emptySlotTexture->bind();
+        _boundEmptySlotTexture = _emptySlotTexture;
     }
+    return static_cast<int>(_boundEmptySlotTexture->unit());
 }
 
 }} // namespace Orvane::Zel

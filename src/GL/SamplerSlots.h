@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TextureToken.h"
+#include "UniformLookup.h"
 
 #include <QtCore/QVector>
 
@@ -10,7 +11,8 @@ class ShaderProgram;
 class Texture;
 
 /// The sampler array `u_ManagedTextureSlots` of the managers that sample through
-/// texture units: which unit sits in which slot, and how often.
+/// texture units: which unit sits in which slot, and how often; and the table from
+/// token to slot by which a shader finds it.
 ///
 /// Units:   texture units as GL numbers them.
 /// Context: that of the textures, current.
@@ -20,21 +22,18 @@ class SamplerSlots
     Q_DISABLE_COPY(SamplerSlots)
 
 public:
-    /// Where a program, or the current GL program for null, keeps the slots and the slot map.
-    struct Locations
+    /// The texels of the table.
+    struct MapFormat
     {
-        int map;
-        int units;
+        int internalFormat;
+        unsigned int format;
+        unsigned int type;
     };
-    static Locations locations(const ShaderProgram *program);
-    /// The entries of a token-to-slot map: as many as tokens, short of what no table can hold.
-    static int mapWidth(const TextureToken &maxToken);
-    /// A texture of one row for such a map.
-    static Texture *makeMapTexture(int internalFormat, int width);
-    /// Gives the units back that it still holds; leaves null.
-    static void deleteMapTexture(Texture *&texture);
 
-    SamplerSlots();
+    /// The entries of the table: as many as tokens, short of what no texture can hold.
+    static int mapWidth(const TextureToken &maxToken);
+
+    explicit SamplerSlots(const MapFormat &mapFormat);
 
     /// The slot of a unit: the one it has, with one reference more, or the first
     /// without references, or a new one.
@@ -42,15 +41,32 @@ public:
     /// One reference less for the slot of a unit.
     void release(int unit);
     int used() const;
+    /// Forgets the slots; the table stays.
     void clear();
 
-    /// Makes the texture of unused slots, which has no storage, at the first call.
-    void makeEmptyTexture();
-    /// Sets the sampler array: every slot gets its unit, unused ones that of the empty texture.
+    /// The table's entries changed.
+    void dirtyMap();
+    /// The table's width is out of date.
+    void discardMap();
+
+    /// Binds the table, uploaded from the entries if it is dirty, and tells the
+    /// program, or the current GL program for null. Where that has the sampler array.
+    int bindMap(const ShaderProgram *program, const void *entries, int width);
+    /// Sets the sampler array: every slot gets its unit, unused ones that of an empty texture.
     void uploadUnits(int location, int slotCount);
-    void unbindEmptyTexture();
+    /// Unbinds the table and the empty texture.
+    void unbind();
 
 private:
+    void makeEmptyTexture();
+    void makeMap(int width);
+    int emptyUnit();
+
+    const MapFormat _mapFormat;
+    bool _mapDirty = true;
+    Texture *_mapTexture = nullptr; ///< left to the context at the end
+    RememberedUniform _mapUniform{"u_TextureTokenManagedTextureSlotMap"};
+    RememberedUniform _unitsUniform{"u_ManagedTextureSlots[0]"};
     QVector<int> _slotUnits; ///< the unit in each slot
     QVector<int> _slotRefCounts;
     Texture *_emptySlotTexture = nullptr;      ///< left to the context at the end

@@ -8,7 +8,7 @@
 namespace Orvane { namespace Zel {
 
 SamplerTextureManager::SamplerTextureManager()
-    : _slots(new SamplerSlots)
+    : _slots(new SamplerSlots({GL_R32I, GL_RED_INTEGER, GL_INT}))
 {
     TextureManager::tokenForColor(QColor(Qt::white));
 }
@@ -17,6 +17,9 @@ SamplerTextureManager::~SamplerTextureManager() = default;
 
 void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
 {
+    if (tokens.isEmpty()) {
+        return;
+    }
     const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
     for (const TextureToken &token : copy) {
         Texture *texture = token == nullTextureToken ? nullptr : textureForToken(token);
@@ -29,7 +32,7 @@ void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
         if (index < static_cast<quint64>(_tokenToSlot.size())
             && _tokenToSlot.at(static_cast<int>(index)) != slot) {
             _tokenToSlot[static_cast<int>(index)] = slot;
-            _slotMapDirty = true;
+            _slots->dirtyMap();
         }
     }
 }
@@ -47,29 +50,21 @@ void SamplerTextureManager::unbind(const QVector<TextureToken> &tokens)
 
 void SamplerTextureManager::bind(ShaderProgram *program)
 {
-    _slots->makeEmptyTexture();
-    if (_slotMapTexture == nullptr) {
-        _slotMapTexture = SamplerSlots::makeMapTexture(GL_R32I, SamplerSlots::mapWidth(maxToken()));
+    const int width = SamplerSlots::mapWidth(maxToken());
+    if (_tokenToSlot.size() < width) {
+        _tokenToSlot.resize(width); // a block of tokens is reserved without being issued
     }
-    _slotMapTexture->bind();
-    if (_slotMapDirty) {
-        uploadSlotMap();
-    }
-    const SamplerSlots::Locations locations = SamplerSlots::locations(program);
-    glUniform1i(locations.map, static_cast<GLint>(_slotMapTexture->unit()));
+    const int units = _slots->bindMap(program, _tokenToSlot.constData(), width);
     if (_slots->used() > _maxSlots) {
         ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
                         _slots->used(), _maxSlots);
     }
-    _slots->uploadUnits(locations.units, _maxSlots);
+    _slots->uploadUnits(units, _maxSlots);
 }
 
 void SamplerTextureManager::unbind(ShaderProgram *)
 {
-    _slots->unbindEmptyTexture();
-    if (_slotMapTexture != nullptr) {
-        _slotMapTexture->unbind();
-    }
+    _slots->unbind();
 }
 
 void SamplerTextureManager::setup(GLSLMacroProcessor *processor)
@@ -92,24 +87,13 @@ void SamplerTextureManager::clear()
     _tokenToSlot.clear();
     tokenForColor(QColor(Qt::white)); // gone again with the next line
     TextureManager::clear();
-    _slotMapDirty = true;
+    _slots->dirtyMap();
 }
 
 void SamplerTextureManager::textureTokenIssued(const TextureToken &)
 {
-    SamplerSlots::deleteMapTexture(_slotMapTexture); // its width is out of date
+    _slots->discardMap();
     _tokenToSlot.resize(SamplerSlots::mapWidth(maxToken()));
-    _slotMapDirty = true;
-}
-
-void SamplerTextureManager::uploadSlotMap()
-{
-    const int width = SamplerSlots::mapWidth(maxToken());
-    if (_tokenToSlot.size() < width) {
-        _tokenToSlot.resize(width); // a block of tokens is reserved without being issued
-    }
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_R32I, width, 1, 0, GL_RED_INTEGER, GL_INT, _tokenToSlot.constData());
-    _slotMapDirty = false;
 }
 
 }} // namespace Orvane::Zel

@@ -36,10 +36,6 @@ public:
     void textureTokenIssued(const TextureToken &token) override;
 
 private:
-    void uploadSlotMap();
-
-    bool _slotMapDirty = true;
-    Texture *_slotMapTexture = nullptr;
     QVector<int> _tokenToSlot; ///< by token
     std::unique_ptr<SamplerSlots> _slots;
 };

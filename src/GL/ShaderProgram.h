@@ -192,7 +192,9 @@ public:
     bool setUniform(const QString &name, const QVariant &value);
 
 private:
-    friend class UniformBufferObject; // knows again the table in which it found a name
+    // These know again the table in which they found a name.
+    friend class RememberedUniform;
+    friend class UniformBufferObject;
 
     bool attachShaders();
     void applyFragDataLocations();

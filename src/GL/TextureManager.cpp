@@ -173,7 +173,7 @@ void TextureManager::deleteTexture(Texture *texture)
 
 void TextureManager::bind(const QVector<TextureToken> &tokens)
 {
-    bind(tokens.toList());
+    bind(tokens.isEmpty() ? QList<TextureToken>() : tokens.toList());
 }
 
 void TextureManager::bind(const QSet<TextureToken> &tokens)

@@ -23,4 +23,17 @@ int UniformLookup::operator()(const UniformName &name) const
     return _currentProgram != 0 ? glGetUniformLocation(_currentProgram, name.latin1) : -1;
 }
 
+int RememberedUniform::in(const UniformLookup &locationOf)
+{
+    const ShaderProgram *program = locationOf.program();
+    if (program == nullptr) {
+        return locationOf(_name);
+    }
+    if (_locations.isEmpty() || !program->_uniformLocations.isSharedWith(_locations)) {
+        _location = locationOf(_name);
+        _locations = program->_uniformLocations;
+    }
+    return _location;
+}
+
 }} // namespace Orvane::Zel

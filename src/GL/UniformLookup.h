@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QHash>
 #include <QtCore/QString>
 
 namespace Orvane { namespace Zel {
@@ -31,10 +32,34 @@ public:
 
     /// Of a program from its cache; of GL's current one always asked anew.
     int operator()(const UniformName &name) const;
+    /// Null for the current one.
+    const ShaderProgram *program() const { return _program; }
 
 private:
     const ShaderProgram *_program;
     unsigned int _currentProgram = 0; ///< GL name, only without a program
+};
+
+/// The location of one uniform, remembered for the program that was asked last: what is set again and again for one
+/// program costs no search.
+///
+/// Context: the program's must be current.
+/// Errors:  as UniformLookup.
+/// Private to the library.
+class RememberedUniform
+{
+public:
+    explicit RememberedUniform(const char *name)
+        : _name(name)
+    {
+    }
+
+    int in(const UniformLookup &locationOf);
+
+private:
+    UniformName _name;
+    QHash<QString, int> _locations; ///< the program's; shared, while it knows no more names than at that time
+    int _location = -1;
 };
 
 }} // namespace Orvane::Zel
