@@ -1,16 +1,23 @@
 #include "GPUModel.h"
 
+#include "Array2DTextureManager.h"
+#include "BindlessTextureManager.h"
+#include "ContextHold.h"
 #include "DrawBuffers.h"
 #include "GLUtilities.h"
 #include "InstanceDataCollection.h"
 #include "InstanceDataPlan.h"
-#include "TextureManager.h"
+#include "SamplerTextureManager.h"
+#include "ShaderProgram.h"
 #include "VertexArrayObject.h"
 
 #include <QtCore/QSet>
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <tuple>
+#include <typeinfo>
 #include <vector>
 
 namespace Orvane { namespace Zel {
@@ -111,6 +118,17 @@ void setWinding(WindingType winding)
     }
 }
 
+/// Whether no code of the host can run in the manager.
+bool isOfLibrary(const TextureManager *manager)
+{
+    if (manager == nullptr) {
+        return true;
+    }
+    const std::type_info &type = typeid(*manager);
+    return type == typeid(SamplerTextureManager) || type == typeid(BindlessTextureManager)
+           || type == typeid(Array2DTextureManager);
+}
+
 template <typename Container> quint64 bytesOf(const Container &container)
 {
     return static_cast<quint64>(container.size()) * sizeof(typename Container::value_type);
@@ -199,6 +217,203 @@ private:
 
     std::vector<Places> _places;
     size_t _last = 0;
+};
+
+/// The transforms as draws and culling read them.
+class GPUModel::TransformView
+{
+public:
+    explicit TransformView(const GPUModel &model)
+        : _visibility(model._transformVisibility.constData())
+        , _parents(model._transformParents.constData())
+        , _swapsHandedness(model._transformSwapsHandedness.constData())
+        , _count(model._localTransforms.size())
+    {
+    }
+
+    bool isValid(int transform) const { return unsigned(transform) < unsigned(_count); }
+
+    bool isParentHidden(int transform) const
+    {
+        while (isValid(transform)) {
+            if (_visibility[transform] == 3) {
+                return true;
+            }
+            transform = _parents[transform];
+        }
+        return false;
+    }
+
+    bool isVisible(int transform) const
+    {
+        return isValid(transform) && _visibility[transform] != 2 && _visibility[transform] != 3
+               && !isParentHidden(_parents[transform]);
+    }
+
+    /// Whether a command is of those that are drawn first.
+    bool isOfWinding(int transform, WindingType winding) const
+    {
+        const bool byHandedness = winding == eWindingCCW || winding == eWindingCW;
+        return !byHandedness || _swapsHandedness[transform] == (winding == eWindingCW);
+    }
+
+private:
+    const int *_visibility;
+    const int *_parents;
+    const bool *_swapsHandedness;
+    int _count;
+};
+
+/// One walk over drawables: what it draws with, and what it has bound so far.
+class GPUModel::Walk
+{
+public:
+    /// The caller's references to what is bound, for the time between two drawables.
+    using References = std::tuple<InstanceDataCollection *&, InstanceDataCollection *&, TextureManager *&,
+                                  VertexArrayObject *&, DrawBuffers *&>;
+
+    Walk(const GPUModel &model, ShaderProgram *program, TextureManager *textureManager)
+        : _transforms(model)
+        , _program(program)
+        , _textureManager(textureManager)
+    {
+        if (isOfLibrary(textureManager)) {
+            _context.emplace();
+            _currentProgram = ShaderProgram::currentShaderProgram();
+        }
+    }
+
+    void takeBound(const References &bound)
+    {
+        std::tie(_object, _material, _boundManager, _vao, _boundBuffers) = bound;
+        if (!isOfLibrary(_boundManager)) {
+            _context.reset();
+        }
+    }
+    void giveBound(References bound) const
+    {
+        bound = std::tie(_object, _material, _boundManager, _vao, _boundBuffers);
+    }
+
+    /// From now on each drawable's commands go nearest first, where the draw asks for it.
+    void sortIfAsked(const unsigned long long &flags, const QMatrix4x4 *viewMatrix)
+    {
+        _sorts = (flags & kFlagSortByDistance) != 0 && viewMatrix != nullptr;
+        if (_sorts) {
+            // The negated translation of the inverse, as it stands.
+            _eye = -viewMatrix->inverted().column(3).toVector3D();
+        }
+    }
+    const TransformView &transforms() const { return _transforms; }
+    bool sorts() const { return _sorts; }
+    const QVector3D &eye() const { return _eye; }
+
+    /// Changes what differs and draws the commands, all of them for null.
+    bool draw(const Drawable &drawable, const QVector<int> *commands)
+    {
+        if (drawable.drawBuffers != nullptr && !drawable.drawBuffers->willDraw(_program, commands)) {
+            return true;
+        }
+        if (drawable.materialData != _material || drawable.objectData != _object
+            || _textureManager != _boundManager) {
+            bindData(drawable);
+        }
+        if (drawable.drawBuffers == nullptr || !bindBuffers(*drawable.drawBuffers)) {
+            return true;
+        }
+        return _boundBuffers->draw(_program, commands);
+    }
+
+    void unbindData()
+    {
+        if (_boundManager != nullptr) {
+            _boundManager->unbind(_program);
+        }
+        for (InstanceDataCollection *collection : {_material, _object}) {
+            if (collection != nullptr) {
+                collection->unbind(currentProgram(), _textureManager);
+            }
+        }
+    }
+
+    void unbindBuffers()
+    {
+        if (_boundBuffers != nullptr) {
+            _boundBuffers->unbind();
+        }
+    }
+
+private:
+    /// That to which collections are bound.
+    ShaderProgram *currentProgram() const
+    {
+        return _context ? _currentProgram : ShaderProgram::currentShaderProgram();
+    }
+
+    void bindData(const Drawable &drawable)
+    {
+        const bool materialBound = switchTo(_material, drawable.materialData);
+        const bool objectBound = switchTo(_object, drawable.objectData);
+        if (!materialBound && !objectBound && _textureManager == _boundManager) {
+            return;
+        }
+        // A new batch of tokens must always reach the shader.
+        if (_boundManager != nullptr) {
+            _boundManager->unbind(_program);
+        }
+        _boundManager = _textureManager;
+        if (_textureManager != nullptr) {
+            _textureManager->bind(_program);
+        }
+    }
+
+    /// True when another collection was bound.
+    bool switchTo(InstanceDataCollection *&current, InstanceDataCollection *wanted)
+    {
+        if (wanted == current) {
+            return false;
+        }
+        if (current != nullptr) {
+            current->unbind(currentProgram(), _textureManager);
+        }
+        current = wanted;
+        if (wanted != nullptr) {
+            wanted->bind(currentProgram(), _textureManager);
+        }
+        return wanted != nullptr;
+    }
+
+    /// False when nothing is bound to draw with. Those bound before stay in use where the wanted ones fail.
+    bool bindBuffers(DrawBuffers &wanted)
+    {
+        if (&wanted != _boundBuffers && wanted.rebind(_boundBuffers)) {
+            _boundBuffers = &wanted;
+        }
+        if (_boundBuffers == nullptr) {
+            return false;
+        }
+        VertexArrayObject *vao = _boundBuffers->VAO().data();
+        if (vao != _vao) {
+            _vao = vao;
+            if (vao != nullptr) {
+                vao->enableShaderProgramArrays(_program);
+            }
+        }
+        return true;
+    }
+
+    std::optional<ContextHold> _context; ///< where nothing can change the context and the current program
+    const TransformView _transforms;
+    InstanceDataCollection *_object = nullptr;
+    InstanceDataCollection *_material = nullptr;
+    TextureManager *_boundManager = nullptr;
+    VertexArrayObject *_vao = nullptr;
+    DrawBuffers *_boundBuffers = nullptr;
+    ShaderProgram *const _program;
+    ShaderProgram *_currentProgram = nullptr; ///< while the context is held
+    TextureManager *const _textureManager;
+    bool _sorts = false;
+    QVector3D _eye;
 };
 
 QVector3D BoundingBox::closestPointFrom(const QVector3D &point) const
@@ -536,21 +751,12 @@ bool GPUModel::isTransformDirty(int transform) const
 
 bool GPUModel::isParentHidden(int transform) const
 {
-    for (int t = transform; isValidTransform(t); t = _transformParents.at(t)) {
-        if (_transformVisibility.at(t) == 3) {
-            return true;
-        }
-    }
-    return false;
+    return TransformView(*this).isParentHidden(transform);
 }
 
 bool GPUModel::isVisible(int transform) const
 {
-    if (!isValidTransform(transform)) {
-        return false;
-    }
-    const int visibility = _transformVisibility.at(transform);
-    return visibility != 2 && visibility != 3 && !isParentHidden(_transformParents.at(transform));
+    return TransformView(*this).isVisible(transform);
 }
 
 bool GPUModel::isDescendant(int ancestor, int transform) const
@@ -908,6 +1114,39 @@ void GPUModel::resetCulling()
     _boundsDirty = true;
 }
 
+/// Whether chooseCommands() would choose every command.
+inline bool GPUModel::choosesAll(const Drawable &drawable, int commands, WindingType winding,
+                                 const TransformView &transforms)
+{
+    bool all = drawable.culledCount == 0 && commands == drawable.transformRefs.size();
+    const int *refs = drawable.transformRefs.constData();
+    for (int command = 0; all && command < commands; ++command) {
+        all = transforms.isVisible(refs[command]) && transforms.isOfWinding(refs[command], winding);
+    }
+    return all;
+}
+
+/// Draws the commands that are visible and not culled.
+inline bool GPUModel::drawVisible(const Drawable &drawable, int commands, WindingType winding, Walk &walk)
+{
+    const TransformView &transforms = walk.transforms();
+    if (!walk.sorts() && choosesAll(drawable, commands, winding, transforms)) {
+        return walk.draw(drawable, nullptr); // the same draws, without a list
+    }
+    chooseCommands(drawable, commands, winding, transforms);
+    if (!drawSorted(drawable, _chosenCommands, walk)) {
+        return false;
+    }
+    if (_otherCommands.isEmpty()) {
+        return true;
+    }
+    // What is mirrored the other way is drawn with the opposite front face.
+    glFrontFace(winding == eWindingCW ? GL_CCW : GL_CW);
+    const bool result = drawSorted(drawable, _otherCommands, walk);
+    glFrontFace(winding == eWindingCW ? GL_CW : GL_CCW);
+    return result;
+}
+
 bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
                     const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
                     const QList<int> &excludeMaterials, const QList<int> &materials, bool stencil)
@@ -924,11 +1163,8 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
     }
     enablePrimitiveRestart(gPrimitiveRestartForDraw);
 
-    InstanceDataCollection *object = nullptr;
-    InstanceDataCollection *material = nullptr;
-    TextureManager *boundManager = nullptr;
-    VertexArrayObject *vao = nullptr;
-    DrawBuffers *boundBuffers = nullptr;
+    Walk walk(*this, program, textureManager);
+    walk.sortIfAsked(flags, viewMatrix);
     WindingType currentWinding = eWindingDefault;
     const unsigned long long wanted = flags & mask;
     bool result = true;
@@ -942,8 +1178,11 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
         const QVector<int> positions = _materialDrawables.value(materialNumber);
         for (const int position : positions) {
             const Drawable *candidate = drawableAt(position);
-            if (candidate == nullptr || (candidate->flags & mask) != wanted
-                || commandCount(*candidate) <= candidate->culledCount) {
+            if (candidate == nullptr || (candidate->flags & mask) != wanted) {
+                continue;
+            }
+            const int commands = commandCount(*candidate);
+            if (commands <= candidate->culledCount) {
                 continue;
             }
             const WindingType wantedWinding = (candidate->flags & kFlagTwoSided) != 0 ? eWindingOff : winding;
@@ -955,26 +1194,15 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
                 glStencilFunc(GL_ALWAYS, materialNumber + 1, 255);
                 stencilSet = true;
             }
-            result = drawMesh(position, object, material, boundManager, vao, boundBuffers, program,
-                              textureManager, flags, wantedWinding, viewMatrix, QVector<int>());
+            result = drawVisible(*candidate, commands, wantedWinding, walk);
         }
     }
 
-    if (boundManager != nullptr) {
-        boundManager->unbind(program);
-    }
-    if (material != nullptr) {
-        material->unbind(textureManager);
-    }
-    if (object != nullptr) {
-        object->unbind(textureManager);
-    }
+    walk.unbindData();
     if (!stencilWasOn) {
         glDisable(GL_STENCIL_TEST);
     }
-    if (boundBuffers != nullptr) {
-        boundBuffers->unbind();
-    }
+    walk.unbindBuffers();
     glDisable(GL_CULL_FACE);
     return result;
 }
@@ -1033,37 +1261,20 @@ bool GPUModel::drawSimple(ShaderProgram *program, TextureManager *textureManager
                           const unsigned long long &flags, const unsigned long long &mask)
 {
     enablePrimitiveRestart(gPrimitiveRestartForDrawSimple);
-    InstanceDataCollection *object = nullptr;
-    InstanceDataCollection *material = nullptr;
-    TextureManager *boundManager = nullptr;
-    VertexArrayObject *vao = nullptr;
-    DrawBuffers *boundBuffers = nullptr;
+    Walk walk(*this, program, textureManager);
     const unsigned long long wanted = flags & mask;
     const bool filter = hasFeatureFlags(kFeatureFilterSimple);
     bool result = true;
     for (const QVector<int> &positions : qAsConst(_materialDrawables)) {
         for (const int position : positions) {
             const Drawable *candidate = drawableAt(position);
-            if (candidate == nullptr || (filter && (candidate->flags & mask) != wanted)) {
-                continue;
+            if (candidate != nullptr && (!filter || (candidate->flags & mask) == wanted)) {
+                result = walk.draw(*candidate, nullptr) && result;
             }
-            result = drawMesh(position, nullptr, object, material, boundManager, vao, boundBuffers, program,
-                              textureManager)
-                     && result;
         }
     }
-    if (boundManager != nullptr) {
-        boundManager->unbind(program);
-    }
-    if (material != nullptr) {
-        material->unbind(textureManager);
-    }
-    if (object != nullptr) {
-        object->unbind(textureManager);
-    }
-    if (boundBuffers != nullptr) {
-        boundBuffers->unbind();
-    }
+    walk.unbindData();
+    walk.unbindBuffers();
     return result;
 }
 
@@ -1077,24 +1288,13 @@ bool GPUModel::drawMesh(int drawable, InstanceDataCollection *&object, InstanceD
     if (drawn == nullptr) {
         return true;
     }
-    const auto drawSorted = [&](QVector<int> &list) {
-        if ((flags & kFlagSortByDistance) != 0 && viewMatrix != nullptr && !list.isEmpty()) {
-            sortByDistance(*drawn, *viewMatrix, list);
-        }
-        return drawMesh(drawable, &list, object, material, boundManager, vao, boundBuffers, program,
-                        textureManager);
-    };
-    if (!commands.isEmpty()) {
-        return drawSorted(commands);
-    }
-    chooseCommands(*drawn, winding);
-    bool result = drawSorted(_chosenCommands);
-    if (result && !_otherCommands.isEmpty()) {
-        // What is mirrored the other way is drawn with the opposite front face.
-        glFrontFace(winding == eWindingCW ? GL_CCW : GL_CW);
-        result = drawSorted(_otherCommands);
-        glFrontFace(winding == eWindingCW ? GL_CW : GL_CCW);
-    }
+    const Walk::References bound(object, material, boundManager, vao, boundBuffers);
+    Walk walk(*this, program, textureManager);
+    walk.takeBound(bound);
+    walk.sortIfAsked(flags, viewMatrix);
+    const bool result = commands.isEmpty() ? drawVisible(*drawn, commandCount(*drawn), winding, walk)
+                                           : drawSorted(*drawn, commands, walk);
+    walk.giveBound(bound);
     return result;
 }
 
@@ -1104,50 +1304,15 @@ bool GPUModel::drawMesh(int drawable, QVector<int> *commands, InstanceDataCollec
                         TextureManager *textureManager)
 {
     const Drawable *drawn = drawableAt(drawable);
-    if (drawn == nullptr
-        || (drawn->drawBuffers != nullptr && !drawn->drawBuffers->willDraw(program, commands))) {
+    if (drawn == nullptr) {
         return true;
     }
-    const auto switchTo = [textureManager](InstanceDataCollection *&current, InstanceDataCollection *wanted) {
-        if (wanted == current) {
-            return false;
-        }
-        if (current != nullptr) {
-            current->unbind(textureManager);
-        }
-        current = wanted;
-        if (wanted != nullptr) {
-            wanted->bind(textureManager);
-        }
-        return wanted != nullptr;
-    };
-    const bool materialBound = switchTo(material, drawn->materialData);
-    const bool objectBound = switchTo(object, drawn->objectData);
-    if (materialBound || objectBound || textureManager != boundManager) {
-        // A new batch of tokens must always reach the shader.
-        if (boundManager != nullptr) {
-            boundManager->unbind(program);
-        }
-        boundManager = textureManager;
-        if (textureManager != nullptr) {
-            textureManager->bind(program);
-        }
-    }
-    if (drawn->drawBuffers != boundBuffers && drawn->drawBuffers != nullptr
-        && drawn->drawBuffers->rebind(boundBuffers)) {
-        boundBuffers = drawn->drawBuffers;
-    }
-    if (boundBuffers == nullptr || drawn->drawBuffers == nullptr) {
-        return true;
-    }
-    VertexArrayObject *wantedVao = boundBuffers->VAO().data();
-    if (wantedVao != vao) {
-        vao = wantedVao;
-        if (vao != nullptr) {
-            vao->enableShaderProgramArrays(program);
-        }
-    }
-    return boundBuffers->draw(program, commands);
+    const Walk::References bound(object, material, boundManager, vao, boundBuffers);
+    Walk walk(*this, program, textureManager);
+    walk.takeBound(bound);
+    const bool result = walk.draw(*drawn, commands);
+    walk.giveBound(bound);
+    return result;
 }
 
 bool GPUModel::flagsLessThan(const Drawable &a, const Drawable &b)
@@ -1173,18 +1338,18 @@ void GPUModel::cullAll(Drawable &drawable)
 
 GPUModel::Drawable *GPUModel::drawable(int instance)
 {
-    return drawableAt(valueOr(_instanceToDrawable, instance, -1));
+    const int position = valueOr(_instanceToDrawable, instance, -1);
+    return drawableAt(position) != nullptr ? &_drawables[position] : nullptr;
 }
 
 const GPUModel::Drawable *GPUModel::drawable(int instance) const
 {
-    const int position = valueOr(_instanceToDrawable, instance, -1);
-    return position >= 0 && position < _drawables.size() ? &_drawables.at(position) : nullptr;
+    return drawableAt(valueOr(_instanceToDrawable, instance, -1));
 }
 
-GPUModel::Drawable *GPUModel::drawableAt(int position)
+const GPUModel::Drawable *GPUModel::drawableAt(int position) const
 {
-    return position >= 0 && position < _drawables.size() ? &_drawables[position] : nullptr;
+    return position >= 0 && position < _drawables.size() ? &_drawables.at(position) : nullptr;
 }
 
 int GPUModel::append(const Drawable &drawable, int materialNumber)
@@ -1352,35 +1517,37 @@ bool GPUModel::isCommandOutside(const QMatrix4x4 &viewProjection, const Drawable
            && isOutside(viewProjection, _worldTransforms.at(transform), _boundingBoxes.at(box));
 }
 
-void GPUModel::chooseCommands(const Drawable &drawable, const WindingType &winding)
+bool GPUModel::drawSorted(const Drawable &drawable, QVector<int> &commands, Walk &walk)
+{
+    if (walk.sorts() && !commands.isEmpty()) {
+        sortByDistance(drawable, walk.eye(), commands);
+    }
+    return walk.draw(drawable, &commands);
+}
+
+void GPUModel::chooseCommands(const Drawable &drawable, int commands, WindingType winding,
+                              const TransformView &transforms)
 {
     _chosenCommands.resize(0);
     _otherCommands.resize(0);
-    const bool byHandedness = winding == eWindingCCW || winding == eWindingCW;
-    const int commands = std::min(commandCount(drawable), drawable.culled.size());
+    commands = std::min(commands, drawable.culled.size());
     for (int command = 0; command < commands; ++command) {
         const int transform = drawable.transformRefs.at(command);
-        if (drawable.culled.at(command) || !isVisible(transform)) {
-            continue;
+        if (!drawable.culled.at(command) && transforms.isVisible(transform)) {
+            (transforms.isOfWinding(transform, winding) ? _chosenCommands : _otherCommands).append(command);
         }
-        const bool matches =
-            !byHandedness || _transformSwapsHandedness.at(transform) == (winding == eWindingCW);
-        (matches ? _chosenCommands : _otherCommands).append(command);
     }
 }
 
-void GPUModel::sortByDistance(const Drawable &drawable, const QMatrix4x4 &viewMatrix, QVector<int> &commands)
+void GPUModel::sortByDistance(const Drawable &drawable, const QVector3D &eye, QVector<int> &commands)
 {
-    // The eye is the negated translation of the inverse, as it stands.
-    const QVector3D eye = -viewMatrix.inverted().column(3).toVector3D();
     _distances.resize(0);
     for (const int command : qAsConst(commands)) {
         _distances.append({distanceFrom(eye, drawable, command), command});
     }
     std::sort(_distances.begin(), _distances.end(), &GPUModel::distanceCompare);
-    for (int i = 0; i < commands.size(); ++i) {
-        commands[i] = _distances.at(i).drawCommand;
-    }
+    std::transform(_distances.cbegin(), _distances.cend(), commands.begin(),
+                   [](const DistanceSort &sorted) { return sorted.drawCommand; });
 }
 
 float GPUModel::distanceFrom(const QVector3D &eye, const Drawable &drawable, int command) const

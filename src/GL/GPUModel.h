@@ -300,6 +300,8 @@ private:
         int drawCommand;
     };
     class MatrixWriter;
+    class TransformView;
+    class Walk;
 
     static bool flagsLessThan(const Drawable &a, const Drawable &b);
     static bool distanceCompare(const DistanceSort &a, const DistanceSort &b);
@@ -308,7 +310,7 @@ private:
 
     Drawable *drawable(int instance);
     const Drawable *drawable(int instance) const;
-    Drawable *drawableAt(int position);
+    const Drawable *drawableAt(int position) const;
     int append(const Drawable &drawable, int materialNumber);
     void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
     int maxSets(int shift) const;
@@ -325,8 +327,13 @@ private:
     bool isCommandHidden(const Drawable &drawable, int command) const;
     bool isCommandOutside(const QMatrix4x4 &viewProjection, const Drawable &drawable, int command) const;
 
-    void chooseCommands(const Drawable &drawable, const WindingType &winding);
-    void sortByDistance(const Drawable &drawable, const QMatrix4x4 &viewMatrix, QVector<int> &commands);
+    bool drawVisible(const Drawable &drawable, int commands, WindingType winding, Walk &walk);
+    bool drawSorted(const Drawable &drawable, QVector<int> &commands, Walk &walk);
+    static bool choosesAll(const Drawable &drawable, int commands, WindingType winding,
+                           const TransformView &transforms);
+    void chooseCommands(const Drawable &drawable, int commands, WindingType winding,
+                        const TransformView &transforms);
+    void sortByDistance(const Drawable &drawable, const QVector3D &eye, QVector<int> &commands);
     float distanceFrom(const QVector3D &eye, const Drawable &drawable, int command) const;
 
     unsigned long long _featureFlags = 15;

@@ -193,7 +193,7 @@ void InstanceDataCollection::bindTextureTokens(TextureManager *textureManager)
     if (textureManager == nullptr) {
         return;
     }
-    if (_textureTokens.isEmpty()) {
+    if (_textureTokens.isEmpty() && _plan != nullptr && !_plan->_textureTokenOffsets.isEmpty()) {
         harvestTextureTokens();
     }
     textureManager->bind(_textureTokens);
@@ -242,11 +242,7 @@ void InstanceDataCollection::append(const QList<InstanceData> &items)
 
 void InstanceDataCollection::harvestTextureTokens()
 {
-    if (_plan == nullptr) {
-        return;
-    }
-    const QList<int> offsets = _plan->textureTokenOffsets();
-    for (const int offset : offsets) {
+    for (const int offset : _plan->_textureTokenOffsets) {
         TextureToken token;
         for (int index = 0; position(index, size_t(offset), sizeof token.token) >= 0; ++index) {
             getBytes(index, size_t(offset), &token.token, sizeof token.token);

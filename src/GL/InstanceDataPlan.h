@@ -144,6 +144,8 @@ public:
     void assertShaderProgram(const ShaderProgram *program) const;
 
 private:
+    friend class InstanceDataCollection; // finds its tokens
+
     QList<DataType> sortedTypes() const;
     void computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism);
     void padTotalDataSize();
