@@ -4,13 +4,21 @@
 //
 //   commands      one unit of N commands, the draw ID in a uniform; one draw() for each material
 //   baseinstance  N units with buffers of their own, switched with rebind(), the draw ID in the base instance
+//   sceneshared   a GPUModel: a drawable of one command for each unit, all sharing one object collection
+//   scenesharedbase  the same by drawSimple(), the draw ID in the base instance
+//   sceneown      an object collection for each drawable, no texture manager
+//   sceneowntokens   the same with the sampler manager
+//   scenecommands    one drawable with N commands and one material
 //   commandsbyhand, baseinstancebyhand
 //                 the GL calls that these come down to, issued by hand on the same objects, program and framebuffer:
 //                 the peers' bound differs in these, so what the library itself costs is read here
 //
 // A frame is timed from its clear to its flush, in CPU time of the process.
 
+#include "Boxes.h"
+#include "DrawVariant.h"
 #include "OffscreenStage.h"
+#include "SceneVariant.h"
 #include "SideBySide.h"
 
 #include <ZelGL/ZelGL.h>
@@ -53,137 +61,56 @@ void main()
 }
 )";
 
-constexpr int kFloatsPerVertex = 8;
-
-/// A unit cube: 24 vertices of position, normal and texture coordinate.
-struct Box
-{
-    Box();
-
-    QVector<float> vertices;
-    QVector<unsigned short> indices;
-};
-
-Box::Box()
-{
-    for (int face = 0; face < 6; ++face) {
-        QVector3D normal;
-        normal[face / 2] = face % 2 == 0 ? 1.0f : -1.0f;
-        const QVector3D right(normal.y(), normal.z(), normal.x());
-        const QVector3D up = QVector3D::crossProduct(normal, right);
-        const int base = 4 * face;
-        for (int corner = 0; corner < 4; ++corner) {
-            const float u = corner == 1 || corner == 2 ? 1.0f : 0.0f;
-            const float v = corner >= 2 ? 1.0f : 0.0f;
-            const QVector3D p = 0.5f * normal + (u - 0.5f) * right + (v - 0.5f) * up;
-            vertices << p.x() << p.y() << p.z() << normal.x() << normal.y() << normal.z() << u << v;
-        }
-        for (const int corner : {0, 1, 2, 0, 2, 3}) {
-            indices.append(static_cast<unsigned short>(base + corner));
-        }
-    }
-}
-
-QSharedPointer<BufferObject> makeBuffer(GLenum target, const void *data, int count, size_t valueSize)
-{
-    const QSharedPointer<BufferObject> buffer = OpenGLDeviceContext::current()->newBuffer();
-    buffer->setTarget(target);
-    const AutoBinder binder(buffer.data());
-    buffer->uploadArbitraryData(data, count, GL_STATIC_DRAW, valueSize);
-    return buffer;
-}
-
-std::unique_ptr<DrawBuffers> makeUnit(const QVector<float> &vertices, const QVector<unsigned short> &indices)
-{
-    const QSharedPointer<BufferObject> buffer =
-        makeBuffer(GL_ARRAY_BUFFER, vertices.constData(), vertices.size(), sizeof(float));
-    const QSharedPointer<VertexArrayObject> vao = OpenGLDeviceContext::current()->newVAO();
-    constexpr unsigned int kStride = kFloatsPerVertex * sizeof(float);
-    vao->registerBO("va_Vertex", buffer, 3, GL_FLOAT, false, kStride, 0);
-    vao->registerBO("va_Normal", buffer, 3, GL_FLOAT, false, kStride, 12);
-    vao->registerBO("va_TexCoord", buffer, 2, GL_FLOAT, false, kStride, 24);
-
-    auto unit = std::make_unique<DrawBuffers>(nullptr);
-    unit->setVAO(vao);
-    unit->setPrimitiveType(GL_TRIANGLES);
-    unit->setIndexedDraw(
-        makeBuffer(GL_ELEMENT_ARRAY_BUFFER, indices.constData(), indices.size(), sizeof(short)),
-        indices.size(), GL_UNSIGNED_SHORT);
-    return unit;
-}
-
-/// Box i of n on a cubic grid with spacing 2 around the origin.
-QMatrix4x4 gridTransform(int i, int n)
-{
-    int side = 1;
-    while (side * side * side < n) {
-        ++side;
-    }
-    const float half = float(side - 1);
-    QMatrix4x4 transform;
-    transform.translate(2.0f * float(i % side) - half, 2.0f * float(i / side % side) - half,
-                        2.0f * float(i / (side * side)) - half);
-    return transform;
-}
-
-/// What all variants share: the transforms of all boxes, and the materials.
-class World
+/// What the variants without a GPUModel share: the transforms of all boxes, and the materials.
+class World : public BoxRuns
 {
 public:
-    World(int boxes, int materials);
+    explicit World(const BoxRuns &runs);
 
-    /// The boxes of a material are those from firstBox(material) up to that of the next.
-    int firstBox(int material) const
-    {
-        return int(((long long)material * boxCount + materialCount - 1) / materialCount);
-    }
-
-    const int boxCount;
-    const int materialCount;
     QSharedPointer<UniformBufferObject> objects;
     std::vector<QSharedPointer<UniformBufferObject>> materials;
 };
 
-World::World(int boxes, int materialNumber)
-    : boxCount(boxes)
-    , materialCount(materialNumber)
+World::World(const BoxRuns &runs)
+    : BoxRuns(runs)
 {
     const QSharedPointer<OpenGLDeviceContext> factory = OpenGLDeviceContext::current();
     QVector<float> transforms;
-    transforms.reserve(16 * boxes);
-    for (int i = 0; i < boxes; ++i) {
-        const QMatrix4x4 transform = gridTransform(i, boxes);
+    transforms.reserve(16 * boxCount);
+    for (int i = 0; i < boxCount; ++i) {
+        const QMatrix4x4 transform = gridTransform(i, boxCount);
         std::copy_n(transform.constData(), 16, std::back_inserter(transforms));
     }
-    objects = factory->newUniformBuffer(
-        "Objects", makeBuffer(GL_SHADER_STORAGE_BUFFER, transforms.constData(), boxes, 16 * sizeof(float)));
-    for (int m = 0; m < materialNumber; ++m) {
-        const float share = float(m) / float(materialNumber);
-        const std::array<float, 4> color{share, 0.5f, 1.0f - share, 1.0f};
+    objects =
+        factory->newUniformBuffer("Objects", makeBuffer(GL_SHADER_STORAGE_BUFFER, transforms.constData(),
+                                                        boxCount, 16 * sizeof(float)));
+    for (int m = 0; m < materialCount; ++m) {
+        const std::array<float, 4> color = colorOfMaterial(m, runs);
         materials.push_back(factory->newUniformBuffer(
             "Material", makeBuffer(GL_UNIFORM_BUFFER, color.data(), 4, sizeof(float))));
     }
 }
 
-/// One way to draw the world.
-class Variant
+/// Draws the world with units of its own.
+class WorldVariant : public DrawVariant
 {
 public:
-    explicit Variant(bool useBaseInstance);
-    virtual ~Variant() = default;
+    WorldVariant(const World &world, bool useBaseInstance);
 
-    void drawFrame(const World &world);
+    void drawFrame() override;
 
 protected:
     virtual void beginFrame() {}
     virtual void drawBoxes(int material, int first, int end) = 0;
     virtual void finishFrame() = 0;
 
+    const World &world;
     GLSLMacroProcessor processor;
     ShaderProgram program{nullptr};
 };
 
-Variant::Variant(bool useBaseInstance)
+WorldVariant::WorldVariant(const World &worldOfBoxes, bool useBaseInstance)
+    : world(worldOfBoxes)
 {
     DrawBuffers::useBaseInstanceDrawing(useBaseInstance);
     DrawBuffers::setup(&processor);
@@ -200,7 +127,7 @@ Variant::Variant(bool useBaseInstance)
     program.unbind();
 }
 
-void Variant::drawFrame(const World &world)
+void WorldVariant::drawFrame()
 {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     program.bind();
@@ -216,10 +143,10 @@ void Variant::drawFrame(const World &world)
     program.unbind();
 }
 
-class Commands : public Variant
+class Commands : public WorldVariant
 {
 public:
-    explicit Commands(const World &world);
+    explicit Commands(const World &worldOfBoxes);
 
 protected:
     void beginFrame() override
@@ -242,8 +169,8 @@ private:
     std::vector<QVector<int>> _boxesOfMaterial;
 };
 
-Commands::Commands(const World &world)
-    : Variant(false)
+Commands::Commands(const World &worldOfBoxes)
+    : WorldVariant(worldOfBoxes, false)
     , _boxesOfMaterial(size_t(world.materialCount))
 {
     const Box box;
@@ -284,10 +211,10 @@ protected:
     }
 };
 
-class BaseInstance : public Variant
+class BaseInstance : public WorldVariant
 {
 public:
-    explicit BaseInstance(const World &world);
+    explicit BaseInstance(const World &worldOfBoxes);
 
 protected:
     void drawBoxes(int, int first, int end) override
@@ -313,8 +240,8 @@ private:
     DrawBuffers *_bound = nullptr;
 };
 
-BaseInstance::BaseInstance(const World &world)
-    : Variant(true)
+BaseInstance::BaseInstance(const World &worldOfBoxes)
+    : WorldVariant(worldOfBoxes, true)
 {
     const Box box;
     for (int i = 0; i < world.boxCount; ++i) {
@@ -326,7 +253,7 @@ BaseInstance::BaseInstance(const World &world)
 class BaseInstanceByHand : public BaseInstance
 {
 public:
-    explicit BaseInstanceByHand(const World &world);
+    explicit BaseInstanceByHand(const World &worldOfBoxes);
 
 protected:
     void drawBoxes(int, int first, int end) override
@@ -345,8 +272,8 @@ private:
     PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC _draw;
 };
 
-BaseInstanceByHand::BaseInstanceByHand(const World &world)
-    : BaseInstance(world)
+BaseInstanceByHand::BaseInstanceByHand(const World &worldOfBoxes)
+    : BaseInstance(worldOfBoxes)
     , _indexCount(units.front()->numIndexes())
     , _draw(reinterpret_cast<PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC>(
           getGLProcAddress("glDrawElementsInstancedBaseVertexBaseInstance", false)))
@@ -360,19 +287,35 @@ BaseInstanceByHand::BaseInstanceByHand(const World &world)
     }
 }
 
-std::unique_ptr<Variant> makeVariant(const std::string &name, const World &world)
+/// A variant by name, and whether it needs drawing by base instance.
+struct Row
 {
-    if (name == "commands") {
-        return std::make_unique<Commands>(world);
-    }
-    if (name == "commandsbyhand") {
-        return std::make_unique<CommandsByHand>(world);
-    }
-    if (name == "baseinstance") {
-        return std::make_unique<BaseInstance>(world);
-    }
-    return std::make_unique<BaseInstanceByHand>(world);
+    const char *name;
+    bool usesBaseInstance;
+    std::unique_ptr<DrawVariant> (*make)(const World &world);
+};
+
+template <typename OfWorld> std::unique_ptr<DrawVariant> make(const World &world)
+{
+    return std::make_unique<OfWorld>(world);
 }
+
+template <SceneVariant::Kind Kind> std::unique_ptr<DrawVariant> makeScene(const World &world)
+{
+    return std::make_unique<SceneVariant>(Kind, world);
+}
+
+constexpr Row kRows[] = {
+    {"commands", false, make<Commands>},
+    {"commandsbyhand", false, make<CommandsByHand>},
+    {"baseinstance", true, make<BaseInstance>},
+    {"baseinstancebyhand", true, make<BaseInstanceByHand>},
+    {"sceneshared", false, makeScene<SceneVariant::eShared>},
+    {"scenesharedbase", true, makeScene<SceneVariant::eSharedBase>},
+    {"sceneown", false, makeScene<SceneVariant::eOwn>},
+    {"sceneowntokens", false, makeScene<SceneVariant::eOwnTokens>},
+    {"scenecommands", false, makeScene<SceneVariant::eCommands>},
+};
 
 } // namespace
 
@@ -392,27 +335,27 @@ int main(int argc, char **argv)
     }
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_CULL_FACE);
-    const World world(n, std::max(arguments.integer("-materials", 32), 1));
-    for (const std::string name : {"commands", "commandsbyhand", "baseinstance", "baseinstancebyhand"}) {
-        if (only != "all" && only != name) {
+    const World world({n, std::max(arguments.integer("-materials", 32), 1)});
+    for (const Row &row : kRows) {
+        if (only != "all" && only != row.name) {
             continue;
         }
-        if (name.rfind("baseinstance", 0) == 0 && !DrawBuffers::isBaseInstanceDrawingSupported()) {
-            std::printf("absent %s: GL_ARB_shader_draw_parameters is missing\n", name.c_str());
+        if (row.usesBaseInstance && !DrawBuffers::isBaseInstanceDrawingSupported()) {
+            std::printf("absent %s: GL_ARB_shader_draw_parameters is missing\n", row.name);
             continue;
         }
-        const std::unique_ptr<Variant> variant = makeVariant(name, world);
+        const std::unique_ptr<DrawVariant> variant = row.make(world);
         std::vector<double> times;
         for (int frame = 0; frame < warm + frames; ++frame) {
             const double start = SideBySide::processCpuSeconds();
-            variant->drawFrame(world);
+            variant->drawFrame();
             stage->endFrame();
             if (frame >= warm) {
                 times.push_back((SideBySide::processCpuSeconds() - start) * 1e9 / n);
             }
         }
-        SideBySide::printResult("draw", name, n, "ns/draw", times);
-        if (!image.empty() && !stage->save(QString::fromStdString(image).arg(QString::fromStdString(name)))) {
+        SideBySide::printResult("draw", row.name, n, "ns/draw", times);
+        if (!image.empty() && !stage->save(QString::fromStdString(image).arg(row.name))) {
             std::fprintf(stderr, "cannot write the picture\n");
             return 1;
         }

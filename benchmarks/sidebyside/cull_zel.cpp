@@ -1,0 +1,201 @@
+// Work of a frame on N boxes without a draw: every box has a transform below one root, turned about its y axis on a cubic
+// grid, and the camera stands in the middle. Boxes, places and camera are those of the peers.
+//
+//   cull_zel [-n N] [-frames F] [-warm W]
+//
+//   cull_local  frustumCull() of N drawables of one command
+//   reset       resetCulling() behind it
+//   update      updateTransforms(), all moved, into one collection of N objects: world, inverse, normal and previous matrix
+//   update_own  the same into N collections of one object each, those of the drawables above
+//
+// Only the named call is timed, in CPU time of the process.
+
+#include "Boxes.h"
+#include "OffscreenStage.h"
+#include "SideBySide.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <cmath>
+#include <cstdio>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+/// N boxes, all commands of one drawable or of a drawable each.
+class Field
+{
+public:
+    enum Kind { eOneDrawable, eDrawableEach };
+
+    Field(Kind kind, int boxCount);
+    ~Field() { _model.clear(); }
+
+    GPUModel &model() { return _model; }
+
+    /// Turns every box by \a angle more.
+    void move(float angle);
+
+private:
+    int addDrawable(int commands);
+
+    const int _boxCount;
+    int _firstTransform = 0;
+    GPUModel _model;
+};
+
+QMatrix4x4 boxTransform(int i, int n, float angle)
+{
+    QMatrix4x4 transform = gridTransform(i, n);
+    transform.rotate((0.1f * float(i) + angle) * 180.0f / float(M_PI), 0.0f, 1.0f, 0.0f);
+    return transform;
+}
+
+QMatrix4x4 cameraMatrix()
+{
+    QMatrix4x4 projection;
+    projection.perspective(60.0f, 1.0f, 0.1f, 1000.0f);
+    return projection;
+}
+
+InstanceDataPlan *makePlan(int boxCount)
+{
+    auto *plan = new InstanceDataPlan("FieldObject");
+    for (const char *member :
+         {"ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix", "ModelNormalMatrix"}) {
+        plan->addMember(InstanceDataPlan::eMat4, member);
+    }
+    plan->setArraySize(static_cast<unsigned long>(boxCount));
+    plan->setMechanism(InstanceDataPlan::eStorageBufferMechanism);
+    return plan;
+}
+
+Field::Field(Kind kind, int boxCount)
+    : _boxCount(boxCount)
+{
+    const GPUModel::BoundingBox box{-0.5f, -0.5f, -0.5f, 0.5f, 0.5f, 0.5f};
+    _model.loadBoundingBoxes(&box, 1);
+    const int root = _model.addTransform(GPUModel::kInvalidTransformRef, QMatrix4x4());
+    _firstTransform = root + 1;
+    const int drawable = kind == eOneDrawable ? addDrawable(boxCount) : 0;
+    for (int i = 0; i < boxCount; ++i) {
+        const int owner = kind == eOneDrawable ? drawable : addDrawable(1);
+        const int command = kind == eOneDrawable ? i : 0;
+        _model.useTransform(owner, command, _model.addTransform(root, boxTransform(i, boxCount, 0.0f)));
+        _model.useBoundingBox(owner, command, 0);
+    }
+    _model.updateTransforms();
+    _model.updatePreviousMatrices();
+}
+
+void Field::move(float angle)
+{
+    for (int i = 0; i < _boxCount; ++i) {
+        _model.setLocalTransform(_firstTransform + i, boxTransform(i, _boxCount, angle), false);
+    }
+}
+
+int Field::addDrawable(int commands)
+{
+    auto *unit = new DrawBuffers(nullptr);
+    const QVector<DrawElementsIndirectCommand> list(commands, {36, 1, 0, 0, 0});
+    unit->setDrawElementsIndirectCommands(list.constData(), commands);
+    InstanceDataPlan *plan = InstanceDataRegistry::Instance()->getPlan("FieldObject");
+    return _model.add(unit, 0, nullptr,
+                      new InstanceDataCollection(plan, static_cast<unsigned long>(commands)), 0);
+}
+
+/// Runs frames, each with what comes before, and prints the time of the work alone.
+class Clock
+{
+public:
+    Clock(int frames, int warm, int boxCount)
+        : _frames(frames)
+        , _warm(warm)
+        , _boxCount(boxCount)
+    {
+    }
+
+    template <typename Before, typename Work> void time(const char *variant, Before before, Work work)
+    {
+        std::vector<double> times;
+        for (int frame = 0; frame < _warm + _frames; ++frame) {
+            before(frame);
+            const double start = SideBySide::processCpuSeconds();
+            work();
+            if (frame >= _warm) {
+                times.push_back((SideBySide::processCpuSeconds() - start) * 1e9 / _boxCount);
+            }
+        }
+        SideBySide::printResult("cull", variant, _boxCount, "ns/object", times);
+    }
+
+private:
+    int _frames;
+    int _warm;
+    int _boxCount;
+};
+
+/// With the work done by plain Qt, box by box: corners behind one of the planes.
+int countOutside(int boxCount)
+{
+    const QMatrix4x4 camera = cameraMatrix();
+    int outside = 0;
+    for (int i = 0; i < boxCount; ++i) {
+        const QMatrix4x4 product = camera * boxTransform(i, boxCount, 0.0f);
+        bool out = false;
+        for (int plane = 0; plane < 6 && !out; ++plane) {
+            const QVector4D row = product.row(plane / 2) * (plane % 2 == 0 ? 1.0f : -1.0f);
+            const QVector4D p = product.row(3) + row;
+            out = 0.5f * (std::abs(p.x()) + std::abs(p.y()) + std::abs(p.z())) + p.w() <= 0.0f;
+        }
+        outside += out ? 1 : 0;
+    }
+    return outside;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const SideBySide::Arguments arguments(argc, argv);
+    const int n = std::max(arguments.integer("-n", 100000), 1);
+    const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(64, 64); // plans ask for limits
+    if (!stage) {
+        return 1;
+    }
+    InstanceDataRegistry::Instance()->registerPlan(makePlan(n));
+    Clock clock(arguments.integer("-frames", 41), arguments.integer("-warm", 3), n);
+    {
+        Field each(Field::eDrawableEach, n);
+        GPUModel &model = each.model();
+        const QMatrix4x4 camera = cameraMatrix();
+        const int culled = model.frustumCull(camera);
+        // Rounding may decide about a few that touch a plane.
+        if (std::abs(culled - countOutside(n)) > n / 10000 + 1) {
+            std::fprintf(stderr, "%d boxes culled, and not %d\n", culled, countOutside(n));
+            return 1;
+        }
+        clock.time(
+            "cull_local", [&](int) { model.resetCulling(); }, [&] { model.frustumCull(camera); });
+        clock.time(
+            "reset", [&](int) { model.frustumCull(camera); }, [&] { model.resetCulling(); });
+        clock.time(
+            "update_own",
+            [&](int frame) {
+                model.updatePreviousMatrices();
+                each.move(float(frame + 1));
+            },
+            [&] { model.updateTransforms(); });
+    }
+    Field one(Field::eOneDrawable, n);
+    clock.time(
+        "update",
+        [&](int frame) {
+            one.model().updatePreviousMatrices();
+            one.move(float(frame + 1));
+        },
+        [&] { one.model().updateTransforms(); });
+    return 0;
+}
