@@ -6,11 +6,12 @@ library=$1
 list=$2
 
 # Strong definitions and vtables. What is weak beside these, inline functions and templates of Qt, comes and goes with the
-# level of optimisation; names that begin with two underscores belong to the tool chain.
+# level of optimisation, and so do type infos, constants of classes and the insides of lambdas, which an optimisation across
+# files makes strong; names that begin with two underscores belong to the tool chain.
 exported() {
     nm -DC --defined-only "$library" |
         sed -n -E 's/^[0-9a-f]+ [TBDR] //p; s/^[0-9a-f]+ [VW] (vtable for )/\1/p' |
-        grep -v -E '^(__|_edata$|_end$|_init$|_fini$|vtable for std::)' |
+        grep -v -E '^(__|_edata$|_end$|_init$|_fini$|vtable for std::|typeinfo )|[{]lambda|::Zel::[A-Za-z0-9]+::k[A-Z][A-Za-z0-9]*$' |
         LC_ALL=C sort -u
 }
 
