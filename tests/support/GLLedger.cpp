@@ -12,15 +12,14 @@
 
 namespace {
 
-constexpr std::array<const char *, GLLedger::eKindCount> kWords = {
-    "buffer", "vertex array", "texture", "framebuffer", "renderbuffer", "query", "shader", "program", "sync"};
+constexpr std::array<const char *, GLLedger::eKindCount> kWords = {"buffer",      "vertex array", "texture",
+                                                                   "framebuffer", "shader",       "program"};
 
-/// Contexts of one share group have their names in common, but for vertex arrays, framebuffers and queries.
+/// Contexts of one share group have their names in common, but for vertex arrays and framebuffers.
 const void *nameSpace(GLLedger::Kind kind)
 {
     const QOpenGLContext *context = QOpenGLContext::currentContext();
-    const bool ownOfContext =
-        kind == GLLedger::eVertexArray || kind == GLLedger::eFramebuffer || kind == GLLedger::eQuery;
+    const bool ownOfContext = kind == GLLedger::eVertexArray || kind == GLLedger::eFramebuffer;
     if (context == nullptr || ownOfContext) {
         return context;
     }
@@ -31,19 +30,19 @@ const void *nameSpace(GLLedger::Kind kind)
 
 struct GLLedger::Books
 {
-    using Names = std::set<quintptr>;
+    using Names = std::set<GLuint>;
 
     std::array<std::map<const void *, Names>, eKindCount> alive;
     QStringList faults;
 
-    void made(Kind kind, quintptr name)
+    void made(Kind kind, GLuint name)
     {
         if (name != 0) {
             alive[kind][nameSpace(kind)].insert(name);
         }
     }
 
-    void deleted(Kind kind, quintptr name)
+    void deleted(Kind kind, GLuint name)
     {
         if (name != 0 && alive[kind][nameSpace(kind)].erase(name) == 0) {
             faults += QString("deleted %1 %2, which is not alive").arg(kWords[kind]).arg(name);
@@ -77,14 +76,10 @@ struct GLLedger::Books
     Arrays<&glGenVertexArrays, &glDeleteVertexArrays> vertexArrays{*this, eVertexArray};
     Arrays<&glGenTextures, &glDeleteTextures> textures{*this, eTexture};
     Arrays<&glGenFramebuffers, &glDeleteFramebuffers> framebuffers{*this, eFramebuffer};
-    Arrays<&glGenRenderbuffers, &glDeleteRenderbuffers> renderbuffers{*this, eRenderbuffer};
-    Arrays<&glGenQueries, &glDeleteQueries> queries{*this, eQuery};
     Hook<&glCreateShader> createShader;
     Hook<&glDeleteShader> deleteShader;
     Hook<&glCreateProgram> createProgram;
     Hook<&glDeleteProgram> deleteProgram;
-    Hook<&glFenceSync> fenceSync;
-    Hook<&glDeleteSync> deleteSync;
 
     Books()
     {
@@ -105,15 +100,6 @@ struct GLLedger::Books
         deleteProgram.replace([this](GLuint name) {
             deleted(eProgram, name);
             deleteProgram.original(name);
-        });
-        fenceSync.replace([this](GLenum condition, GLbitfield flags) {
-            const GLsync sync = fenceSync.original(condition, flags);
-            made(eSync, reinterpret_cast<quintptr>(sync));
-            return sync;
-        });
-        deleteSync.replace([this](GLsync sync) {
-            deleted(eSync, reinterpret_cast<quintptr>(sync));
-            deleteSync.original(sync);
         });
     }
 };
@@ -148,7 +134,7 @@ QStringList GLLedger::faults() const
     QStringList faults = _books->faults;
     for (int kind = 0; kind < eKindCount; ++kind) {
         for (const auto &names : _books->alive[kind]) {
-            for (const quintptr name : names.second) {
+            for (const GLuint name : names.second) {
                 faults += QString("%1 %2 is still alive").arg(kWords[kind]).arg(name);
             }
         }

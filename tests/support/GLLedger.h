@@ -9,18 +9,7 @@
 class GLLedger
 {
 public:
-    enum Kind {
-        eBuffer,
-        eVertexArray,
-        eTexture,
-        eFramebuffer,
-        eRenderbuffer,
-        eQuery,
-        eShader,
-        eProgram,
-        eSync,
-        eKindCount
-    };
+    enum Kind { eBuffer, eVertexArray, eTexture, eFramebuffer, eShader, eProgram, eKindCount };
 
     /// After initializeGLFunctions(), which fills the table.
     GLLedger();

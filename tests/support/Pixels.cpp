@@ -130,18 +130,6 @@ Pixels Pixels::ofFramebuffer(int x, int y, int width, int height)
     return pixels;
 }
 
-Pixels Pixels::ofDepth(int x, int y, int width, int height)
-{
-    const PlainPacking packing;
-    Pixels pixels(width, height);
-    std::vector<float> depths(pixels._pixels.size());
-    driver()->glReadPixels(x, y, width, height, GL_DEPTH_COMPONENT, GL_FLOAT, depths.data());
-    for (size_t i = 0; i < depths.size(); ++i) {
-        pixels._pixels[i] = QVector4D(depths[i], depths[i], depths[i], depths[i]);
-    }
-    return pixels;
-}
-
 Pixels Pixels::ofTexture(GLenum target, GLuint name, int level, int layer)
 {
     const PlainPacking packing;

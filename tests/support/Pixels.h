@@ -32,9 +32,6 @@ public:
     /// The read buffer of the read framebuffer.
     static Pixels ofFramebuffer(int x, int y, int width, int height);
 
-    /// The depth of the read framebuffer, in every component.
-    static Pixels ofDepth(int x, int y, int width, int height);
-
     /// A level of a texture without integer format; layer is that of an array, the slice of a 3D texture or
     /// the face of a cube. What the format does not have reads as GL fills it up.
     static Pixels ofTexture(GLenum target, GLuint name, int level = 0, int layer = 0);

@@ -49,11 +49,11 @@ void ensureApplication()
 
 } // namespace
 
-std::unique_ptr<TestContext> TestContext::create(Profile profile, TestContext *shareWith)
+std::unique_ptr<TestContext> TestContext::create(Profile profile)
 {
     ensureApplication();
     std::unique_ptr<TestContext> made(new TestContext);
-    if (!made->make(profile, shareWith)) {
+    if (!made->make(profile)) {
         ADD_FAILURE() << "There is no OpenGL context; platform "
                       << qPrintable(QGuiApplication::platformName());
         return nullptr;
@@ -82,7 +82,7 @@ void TestContext::doneCurrent()
     _context.doneCurrent();
 }
 
-bool TestContext::make(Profile profile, TestContext *shareWith)
+bool TestContext::make(Profile profile)
 {
     QSurfaceFormat format;
     format.setRenderableType(QSurfaceFormat::OpenGL);
@@ -92,7 +92,6 @@ bool TestContext::make(Profile profile, TestContext *shareWith)
     format.setOption(QSurfaceFormat::DeprecatedFunctions); // Qt makes forward-compatible contexts without it
 
     _context.setFormat(format);
-    _context.setShareContext(shareWith != nullptr ? shareWith->context() : nullptr);
     if (!_context.create()) {
         return false;
     }

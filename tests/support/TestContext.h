@@ -24,7 +24,7 @@ public:
 
     /// Makes the context, and the application object if it is the first, and leaves it current. Null, with a
     /// failure of the running test, when there is none or when it is not what was asked for.
-    static std::unique_ptr<TestContext> create(Profile profile = eCore, TestContext *shareWith = nullptr);
+    static std::unique_ptr<TestContext> create(Profile profile = eCore);
     ~TestContext();
 
     bool makeCurrent();
@@ -44,7 +44,7 @@ public:
 private:
     TestContext() = default;
 
-    bool make(Profile profile, TestContext *shareWith);
+    bool make(Profile profile);
     bool isAsAsked(Profile profile);
 
     QOffscreenSurface _surface;
