@@ -219,10 +219,15 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
 
     for (int step = 0; step < 5000; ++step) {
         const unsigned int point = points[random() % 5];
-        const bool isColor = point < GL_DEPTH_ATTACHMENT;
         Texture *texture = textures[random() % textures.size()].get();
         const int level = int(random() % 2);
         const bool present = book.count(point) != 0;
+        const auto enter = [&](bool draws) {
+            if (draws && point < GL_DEPTH_ATTACHMENT) {
+                drawn.push_back(point);
+            }
+            book[point] = {texture, level};
+        };
         switch (random() % 3) {
         case 0:
             ASSERT_TRUE(framebuffer.attach(texture, point, level));
@@ -230,25 +235,15 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
                 EXPECT_MESSAGES(taken(point));
             }
             ++calls, ++made, ++active;
-            if (isColor) {
-                drawn.push_back(point); // again, if it is there
-            }
-            book[point] = {texture, level};
+            enter(true); // among the draw buffers again, if it is there
             break;
-        case 1: {
+        case 1:
             ASSERT_TRUE(framebuffer.attachUpdate(texture, point, level));
+            calls += present && book[point].texture == texture && book[point].level == level ? 0 : 1;
             ++made;
-            if (!present) {
-                ++active;
-                if (isColor) {
-                    drawn.push_back(point);
-                }
-            }
-            const bool same = present && book[point].texture == texture && book[point].level == level;
-            calls += same ? 0 : 1;
-            book[point] = {texture, level};
+            active += present ? 0 : 1;
+            enter(!present);
             break;
-        }
         default:
             if (present) {
                 ASSERT_EQ(book[point].texture, framebuffer.detach(point));
@@ -264,9 +259,10 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
         ASSERT_EQ(active, FramebufferObject::NumActiveFBOTextures());
         ASSERT_EQ(int(book.size()), framebuffer.attachmentPoints().size());
         ASSERT_EQ(drawn, drawBuffers.of(framebuffer)) << "step " << step;
-        ASSERT_EQ(book.count(point) != 0, framebuffer.hasAttachment(point));
-        ASSERT_EQ(book.count(point) != 0 ? GLint(book[point].texture->textureID()) : 0, attachedName(point));
-        if (book.count(point) != 0) {
+        const bool isIn = book.count(point) != 0;
+        ASSERT_EQ(isIn, framebuffer.hasAttachment(point));
+        ASSERT_EQ(isIn ? GLint(book[point].texture->textureID()) : 0, attachedName(point));
+        if (isIn) {
             ASSERT_EQ(book[point].texture, framebuffer.attachment(point));
             ASSERT_EQ(book[point].level, attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL));
         }

@@ -6,10 +6,15 @@
 #include "support/StateGuard.h"
 #include "support/Tap.h"
 
+#include <ZelGL/FramebufferObject.h>
+#include <ZelGL/Texture.h>
+
 #include <gtest/gtest-spi.h>
 
 #include <cmath>
 #include <memory>
+
+using namespace Orvane::Zel;
 
 namespace {
 
@@ -119,18 +124,17 @@ TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
     // 3 pixels of 3 bytes a row: rows that only a packing of 1 reads right.
     const quint8 bytes[2][3][3] = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}},
                                    {{51, 51, 51}, {0, 0, 0}, {255, 255, 255}}};
-    GLuint texture = 0;
-    GLuint framebuffer = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
+    Texture texture(nullptr);
+    texture.create2D(GL_TEXTURE_2D, GL_RGB8, 3, 2);
+    texture.bind();
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB8, 3, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, bytes);
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 3, 2, GL_RGB, GL_UNSIGNED_BYTE, bytes);
+    FramebufferObject framebuffer(nullptr);
+    framebuffer.bind();
+    framebuffer.attach(&texture, GL_COLOR_ATTACHMENT0, 0);
 
     StateGuard guard;
-    const Pixels ofTexture = Pixels::ofTexture(GL_TEXTURE_2D, texture);
+    const Pixels ofTexture = Pixels::ofTexture(GL_TEXTURE_2D, texture.textureID());
     EXPECT_TRUE(ofTexture.isNear(2, 0, {0, 0, 1, 1}, 0.001f));
     EXPECT_TRUE(ofTexture.isNear(0, 1, {0.2f, 0.2f, 0.2f, 1}, 0.001f));
     EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, 3, 2).isNear(ofTexture, 0.0f));
@@ -143,8 +147,9 @@ TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
     EXPECT_FALSE(ofTexture.isNear(1, 1, {std::nanf(""), 0, 0, 1}, 1.0f));
     EXPECT_FALSE(ofTexture.isNear(Pixels(3, 3), 1.0f));
 
-    glDeleteFramebuffers(1, &framebuffer);
-    glDeleteTextures(1, &texture);
+    framebuffer.detachAll();
+    framebuffer.unbind();
+    texture.unbind();
 }
 
 TEST(SoakTest, MemoryThatStaysIsFound)

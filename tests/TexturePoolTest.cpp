@@ -62,23 +62,19 @@ TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
         _pool.releaseRef(texture, 1);
     }
 
-    struct Shape
-    {
-        int depth;
-        int samples;
-        unsigned int target;
-    };
-    for (const Shape &shape :
-         {Shape{1, 1, GL_TEXTURE_2D}, Shape{3, 1, GL_TEXTURE_2D_ARRAY},
-          Shape{1, 4, GL_TEXTURE_2D_MULTISAMPLE}, Shape{3, 4, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}}) {
-        const bool multisample = shape.samples > 1;
+    const std::tuple<int, int, unsigned int> shapes[] = {{1, 1, GL_TEXTURE_2D},
+                                                         {3, 1, GL_TEXTURE_2D_ARRAY},
+                                                         {1, 4, GL_TEXTURE_2D_MULTISAMPLE},
+                                                         {3, 4, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}};
+    for (const auto &[depth, samples, target] : shapes) {
+        const bool multisample = samples > 1;
         const Tap<&glTexParameteri> parameters;
-        Texture *texture = _pool.take(RGBA16F, 8, 8, shape.depth, shape.samples);
-        EXPECT_EQ(shape.target, texture->target());
+        Texture *texture = _pool.take(RGBA16F, 8, 8, depth, samples);
+        EXPECT_EQ(target, texture->target());
         EXPECT_EQ(multisample ? 0u : 2u, parameters.count());
         EXPECT_FALSE(texture->isBound());
-        EXPECT_EQ(shape.depth, levelParameter(*texture, 0, GL_TEXTURE_DEPTH));
-        EXPECT_EQ(multisample ? shape.samples : 0, levelParameter(*texture, 0, GL_TEXTURE_SAMPLES));
+        EXPECT_EQ(depth, levelParameter(*texture, 0, GL_TEXTURE_DEPTH));
+        EXPECT_EQ(multisample ? samples : 0, levelParameter(*texture, 0, GL_TEXTURE_SAMPLES));
         _pool.releaseRef(texture, 1);
     }
     _pool.deleteUnused();
@@ -169,11 +165,7 @@ TEST_F(TexturePoolTest, RandomReferencesFollowTheModel)
                 }
             }
             Texture *texture = _pool.take(RGBA, size.first, size.second, 1, 1);
-            if (expected != nullptr) {
-                ASSERT_EQ(expected, texture) << "step " << step;
-            } else {
-                ASSERT_EQ(0u, references.count(texture)) << "step " << step;
-            }
+            ASSERT_EQ(expected, references.count(texture) != 0 ? texture : nullptr) << "step " << step;
             references[texture] = 1;
             sizes[texture] = size;
             break;
@@ -213,28 +205,27 @@ TEST_F(TexturePoolTest, TheSummaryCountsTexturesAndKinds)
     EXPECT_TRUE(takeMessages(summary(0, 0, 0)));
 
     // From RGB10A2 on the names run two rows behind; where they end the number stands.
-    struct Row
-    {
-        TextureFormat format;
-        QString name;
-    };
-    for (const Row &row : {Row{R, "R       "}, Row{RGBA16I, "RGBA16I "}, Row{R11FG11FB10F, "R32I    "},
-                           Row{DEPTH32F, "DEPTH32F_STENCIL8"}, Row{DEPTH24_STENCIL8, "24      "}}) {
-        Texture *kept = _pool.take(row.format, 8, 4, 1, 1);
-        Texture *given = _pool.take(row.format, 8, 4, 1, 1);
+    const std::pair<TextureFormat, const char *> rows[] = {{R, "R       "},
+                                                           {RGBA16I, "RGBA16I "},
+                                                           {R11FG11FB10F, "R32I    "},
+                                                           {DEPTH32F, "DEPTH32F_STENCIL8"},
+                                                           {DEPTH24_STENCIL8, "24      "}};
+    for (const auto &[format, name] : rows) {
+        Texture *kept = _pool.take(format, 8, 4, 1, 1);
+        Texture *given = _pool.take(format, 8, 4, 1, 1);
         _pool.addRef(kept, 1);
         _pool.releaseRef(kept, 1);
         _pool.releaseRef(given, 1);
         _pool.releaseRef(given, 1); // ignored
         _pool.printSummary();
         std::vector<ExpectedMessage> expected = summary(2, 1, 1);
-        expected.push_back(kPrefix + "  - " + row.name + " 8x4: 1 free, 1 active");
+        expected.push_back(kPrefix + "  - " + name + " 8x4: 1 free, 1 active");
         EXPECT_TRUE(takeMessages(expected));
 
         _pool.deleteUnused();
         _pool.printSummary();
         expected = summary(1, 1, 0);
-        expected.push_back(kPrefix + "  - " + row.name + " 8x4: 0 free, 1 active");
+        expected.push_back(kPrefix + "  - " + name + " 8x4: 0 free, 1 active");
         EXPECT_TRUE(takeMessages(expected));
         _pool.releaseRef(kept, 1);
         _pool.deleteUnused();

@@ -19,8 +19,6 @@ using namespace Orvane::Zel;
 
 namespace {
 
-using Method = TextureManager::SlotReallocationMethod;
-
 SlotFormat formatOf(int width, int height, unsigned int internalFormat = GL_RGBA8)
 {
     SlotFormat format;
@@ -72,22 +70,14 @@ TEST_F(TextureSlotTest, LayersAreLimitedByTheContextAndByTheMemoryOfASlot)
     EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x805B");
 }
 
-TEST_F(TextureSlotTest, ScoresAreDifferencesOfWholeMultiples)
+TEST_F(TextureSlotTest, ADifferenceOfMinusOneReadsAsNoFit)
 {
-    const auto score = [](int slotWidth, int slotHeight, int width, int height, Method method) {
-        SlotData slot;
-        slot.format = formatOf(slotWidth, slotHeight);
-        return slot.getFormatDeltaScore(formatOf(width, height), method);
-    };
-    const Method down = TextureManager::SlotReallocationDownscale;
-    const Method up = TextureManager::SlotReallocationUpscale;
-    EXPECT_EQ(quint32(-1024), score(512, 512, 1024, 1024, down));
-    EXPECT_EQ(SlotData::kNoFit, score(512, 512, 1024, 1024, up));
-    EXPECT_EQ(SlotData::kNoFit, score(512, 512, 512, 768, down));
-    EXPECT_EQ(SlotData::kNoFit, score(512, 512, 512, 768, up));
-    EXPECT_EQ(1536u, score(1024, 2048, 1024, 512, up));
-    EXPECT_EQ(0u, score(8, 8, 8, 8, down));
-    EXPECT_EQ(SlotData::kNoFit, score(1, 8, 2, 8, down)) << "a difference of -1 reads as no fit";
+    SlotData slot;
+    slot.format = formatOf(512, 512);
+    const auto down = TextureManager::SlotReallocationDownscale;
+    EXPECT_EQ(quint32(-1024), slot.getFormatDeltaScore(formatOf(1024, 1024), down));
+    slot.format = formatOf(1, 8);
+    EXPECT_EQ(SlotData::kNoFit, slot.getFormatDeltaScore(formatOf(2, 8), down));
 }
 
 TEST_F(TextureSlotTest, EntriesAreTheRecordsThatShadersRead)
