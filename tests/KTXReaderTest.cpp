@@ -41,15 +41,6 @@ testing::AssertionResult holds(const Texture &texture, int level, int layer, int
         .isNear(fromBytes(width, height, channels, bytes, rowSize != 0 ? rowSize : width * channels), 1e-6f);
 }
 
-KtxFile emptyImage(quint32 width, quint32 height, quint32 depth)
-{
-    KtxFile file;
-    file.width = width;
-    file.height = height;
-    file.depth = depth;
-    return file;
-}
-
 KtxFile withKeyValues(const QByteArray &block)
 {
     KtxFile file;
@@ -67,7 +58,7 @@ QString failure(const char *kind = "Texture", const char *name = "image")
 TEST_F(KTXHeaderTest, TheShapeFollowsFromTheSizes)
 {
     const auto shape = [](quint32 width, quint32 height, quint32 depth) {
-        const Reader reader(emptyImage(width, height, depth).bytes());
+        const Reader reader(KtxFile::of(width, height, depth).bytes());
         return QString("%1%2%3")
             .arg(int(reader->is1DTexture()))
             .arg(int(reader->is2DTexture()))
@@ -82,7 +73,7 @@ TEST_F(KTXHeaderTest, TheShapeFollowsFromTheSizes)
 
 TEST_F(KTXHeaderTest, TheOtherAnswersAreTheFieldsOfTheHeader)
 {
-    KtxFile file = emptyImage(3, 5, 7);
+    KtxFile file = KtxFile::of(3, 5, 7);
     file.arrayElements = 11;
     file.faces = 5;
     const Reader plain(file.bytes());
@@ -115,7 +106,7 @@ TEST_F(KTXHeaderTest, OnlyTheIdentifierIsRecognised)
 
 TEST_F(KTXHeaderTest, TheOtherByteOrderIsTurnedAroundByHalvesOfBytes)
 {
-    KtxFile file = emptyImage(0x0F, 0x0203, 0);
+    KtxFile file = KtxFile::of(0x0F, 0x0203, 0);
     file.glInternalFormat = 0x8058;
     const Reader reader(file.bytes(KtxFile::eBigEndian));
     ASSERT_TRUE(reader.valid()) << "the mark of the byte order comes over whole";
@@ -227,9 +218,7 @@ TEST_F(KTXReaderTest, ALevelCountOfOneHasTheMipmapFilterAndOfNoneTheLinearOne)
 
 TEST_F(KTXReaderTest, RowsArePaddedToFourBytesAndTheLastOneNeedsNoPadding)
 {
-    KtxFile file = emptyImage(3, 2, 0);
-    file.glFormat = GL_RGB;
-    file.glInternalFormat = GL_RGB8;
+    KtxFile file = KtxFile::of(3, 2, 0, GL_RGB8, GL_RGB);
     file.levels = {{21, rampBytes(21)}}; // 9 + 3 + 9
     const auto texture = Reader(file.bytes()).load(asInFile());
     ASSERT_NE(nullptr, texture);
@@ -242,11 +231,7 @@ TEST_F(KTXReaderTest, RowsArePaddedToFourBytesAndTheLastOneNeedsNoPadding)
 
 TEST_F(KTXReaderTest, FacesOfACubeStandInStridesOfWholeWords)
 {
-    KtxFile file = emptyImage(1, 2, 0);
-    file.height = 1;
-    file.glFormat = GL_RGB;
-    file.glType = GL_UNSIGNED_SHORT;
-    file.glInternalFormat = GL_RGB16;
+    KtxFile file = KtxFile::of(1, 1, 0, GL_RGB16, GL_RGB, GL_UNSIGNED_SHORT);
     file.faces = 6;
     file.mipmapLevels = 1;
     file.addLevel(6, 6); // strides of 8
@@ -266,7 +251,7 @@ TEST_F(KTXReaderTest, FacesOfACubeStandInStridesOfWholeWords)
 
 TEST_F(KTXReaderTest, LinesAndVolumesHaveTargetsOfTheirOwn)
 {
-    KtxFile line = emptyImage(4, 0, 0);
+    KtxFile line = KtxFile::of(4, 0, 0);
     line.mipmapLevels = 2;
     line.addLevel(16).addLevel(8);
     const auto texture1D = Reader(line.bytes()).load(asInFile());
@@ -274,7 +259,7 @@ TEST_F(KTXReaderTest, LinesAndVolumesHaveTargetsOfTheirOwn)
     EXPECT_EQ(GLenum(GL_TEXTURE_1D), texture1D->target());
     EXPECT_TRUE(holds(*texture1D, 1, 0, 2, 1, line.levels[1].data));
 
-    KtxFile volume = emptyImage(2, 2, 2);
+    KtxFile volume = KtxFile::of(2, 2, 2);
     volume.mipmapLevels = 2;
     volume.addLevel(32).addLevel(4);
     const auto texture3D = Reader(volume.bytes()).load(asInFile());
@@ -288,9 +273,7 @@ TEST_F(KTXReaderTest, LinesAndVolumesHaveTargetsOfTheirOwn)
 TEST_F(KTXReaderTest, OnlyTheThreeEtc2FormatsHaveAnSrgbForm)
 {
     const auto formatOf = [](quint32 internalFormat, bool srgb, int size) {
-        KtxFile file;
-        file.glType = file.glFormat = 0;
-        file.glInternalFormat = internalFormat;
+        KtxFile file = KtxFile::compressed(4, 4, internalFormat);
         TextureFileInfo info = asInFile();
         info.srgb = srgb;
         const Tap<&glCompressedTexImage2D> uploads;
@@ -330,9 +313,7 @@ TEST_F(KTXReaderTest, AnisotropyIsWhatTheDriverHasAtMost)
 
 TEST_F(KTXReaderTest, WithoutTheOrientationOfTheFileImagesAreRemappedFlippedAndUncompressed)
 {
-    KtxFile file = emptyImage(4, 8, 0);
-    file.glType = file.glFormat = 0;
-    file.glInternalFormat = GL_COMPRESSED_RED_RGTC1;
+    KtxFile file = KtxFile::compressed(4, 8, GL_COMPRESSED_RED_RGTC1);
     file.levels = {{16, QByteArray("\xFF\xFF\0\0\0\0\0\0", 8) + QByteArray(8, '\0')}}; // white below black
     TextureFileInfo info;
     info.lowValue = 0.25f;
@@ -377,7 +358,7 @@ TEST_F(KTXReaderTest, WhatGLRefusesLeavesNothingBehind)
 TEST_F(KTXReaderTest, AFileWithoutShapeUploadsNothing)
 {
     const Tap<&glTexImage2D> uploads;
-    EXPECT_EQ(nullptr, Reader(emptyImage(0, 4, 0).addLevel(0).bytes()).load(asInFile()));
+    EXPECT_EQ(nullptr, Reader(KtxFile::of(0, 4, 0).addLevel(0).bytes()).load(asInFile()));
     EXPECT_EQ(0u, uploads.count());
     const AssertionsOf asserted("Texture.cpp");
     EXPECT_MESSAGES(asserted("0u != this->_target", "Texture Target is not set on bind"),
@@ -402,7 +383,7 @@ TEST_F(KTXReaderTest, DataThatEndEarlyAreNeverGivenToGL)
 
 TEST_F(KTXReaderTest, AnImageSizeBelowWhatGLReadsDoesAsLongAsTheBytesAreThere)
 {
-    KtxFile file = emptyImage(4, 4, 0);
+    KtxFile file = KtxFile::of(4, 4, 0);
     file.levels = {{10, rampBytes(64)}};
     const auto texture = Reader(file.bytes()).load(asInFile());
     ASSERT_NE(nullptr, texture);
@@ -418,14 +399,13 @@ TEST_F(KTXReaderTest, AnImageSizeBelowWhatGLReadsDoesAsLongAsTheBytesAreThere)
 
 TEST_F(KTXReaderTest, SizesBeyondAllMemoryAndEndlessLevelsFail)
 {
-    KtxFile huge = emptyImage(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF);
+    KtxFile huge = KtxFile::of(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF);
     huge.addLevel(64);
     EXPECT_EQ(nullptr, Reader(huge.bytes()).load(asInFile()));
     huge.glType = huge.glFormat = 0x7777; // nobody knows these, so the largest texel counts
     EXPECT_EQ(nullptr, Reader(huge.bytes()).load(asInFile()));
-    KtxFile wide = emptyImage(0x20000008, 8, 0); // in 32 bits its blocks take the 64 bytes that are there
-    wide.glType = wide.glFormat = 0;
-    wide.glInternalFormat = GL_COMPRESSED_RGBA8_ETC2_EAC;
+    // In 32 bits its blocks take the 64 bytes that are there.
+    KtxFile wide = KtxFile::compressed(0x20000008, 8, GL_COMPRESSED_RGBA8_ETC2_EAC);
     EXPECT_EQ(nullptr, Reader(wide.addLevel(64).bytes()).load(asInFile()));
     EXPECT_MESSAGES(failure(), failure(), failure("Compressed texture"));
 

@@ -264,11 +264,11 @@ private:
 };
 
 /// What a shader reads of a texture's base level, texel by texel, asked of GL.
-Pixels texelsOf(Texture &texture)
+Pixels texelsOf(Texture &texture, int face = 0)
 {
     const GLint internalFormat = levelParameter(texture, 0, GL_TEXTURE_INTERNAL_FORMAT);
     const bool isEncoded = internalFormat == GL_SRGB8 || internalFormat == GL_SRGB8_ALPHA8;
-    const Pixels texels = Pixels::ofTexture(texture.target(), texture.textureID());
+    const Pixels texels = Pixels::ofTexture(texture.target(), texture.textureID(), 0, face);
     return isEncoded ? decodedPixels(texels) : texels;
 }
 
@@ -495,6 +495,22 @@ TEST_P(TextureManagerPicturesTest, RealKTXImagesShowWhatTheirTexturesHold)
         const Pixels shown = draw(manager->tokenForTexture(texture), texels.width(), texels.height());
         EXPECT_TRUE(shown.isNear(texels, 2e-3f)) << name;
         EXPECT_EQ(QStringList(), warnings());
+    }
+}
+
+TEST_P(TextureManagerPicturesTest, RealCubesShowTheirFaces)
+{
+    ZEL_NEEDS_TEST_DATA(path, "ktx/ktxtest/cubemap_6_faces.ktx");
+    TextureFileInfo info;
+    info.keepOrientation = true; // turning is for flat images
+    Texture *texture = manager->textureForImage(path, info);
+    ASSERT_NE(nullptr, texture);
+    for (int face = 0; face < 6; ++face) {
+        const bool hasCubes = GetParam().kind != TextureStrategy::eSampler;
+        EXPECT_TRUE(shows(manager->tokenForTexture(texture),
+                          hasCubes ? texelsOf(*texture, face) : Pixels(64, 64, kInvalid), 2e-3f,
+                          QStringLiteral("managedTextureCube(u_Token, faceDirection(%1, uv))").arg(face)))
+            << face;
     }
 }
 

@@ -56,15 +56,6 @@ QByteArray encodedPlane(const QByteArray &plane)
     return encoded;
 }
 
-KtxFile compressed(quint32 internalFormat)
-{
-    KtxFile file;
-    file.glType = 0;
-    file.glFormat = 0;
-    file.glInternalFormat = internalFormat;
-    return file;
-}
-
 } // namespace
 
 QByteArray rampBytes(int count, int shift)
@@ -74,6 +65,19 @@ QByteArray rampBytes(int count, int shift)
         bytes[i] = char(i * 7 + i / 16 + shift);
     }
     return bytes;
+}
+
+KtxFile KtxFile::of(quint32 width, quint32 height, quint32 depth, quint32 internalFormat, quint32 format,
+                    quint32 type)
+{
+    KtxFile file;
+    file.width = width;
+    file.height = height;
+    file.depth = depth;
+    file.glInternalFormat = internalFormat;
+    file.glFormat = format;
+    file.glType = type;
+    return file;
 }
 
 QByteArray KtxFile::entry(const QByteArray &key, const QByteArray &value)
@@ -208,43 +212,28 @@ QVector<QByteArray> ktxSeeds()
         KtxFile::paddedEntry("KTXorientation", "S=r,T=d") + KtxFile::paddedEntry("key", "value");
     mipmapped.addLevel(64).addLevel(16).addLevel(4);
 
-    KtxFile generated; // odd sizes, padded rows, and the level count 0
-    generated.glInternalFormat = GL_RGB8;
-    generated.glFormat = GL_RGB;
-    generated.width = 3;
-    generated.height = 5;
+    KtxFile generated =
+        KtxFile::of(3, 5, 0, GL_RGB8, GL_RGB); // odd sizes, padded rows, and the level count 0
     generated.mipmapLevels = 0;
     generated.addLevel(12 * 5);
 
-    KtxFile cube;
-    cube.glInternalFormat = GL_RG8;
-    cube.glFormat = GL_RG;
-    cube.width = cube.height = 2;
+    KtxFile cube = KtxFile::of(2, 2, 0, GL_RG8, GL_RG);
     cube.faces = 6;
     cube.mipmapLevels = 2;
     cube.addLevel(8, 6).addLevel(2, 6);
 
-    KtxFile volume;
-    volume.glInternalFormat = GL_R16F;
-    volume.glFormat = GL_RED;
-    volume.glType = GL_HALF_FLOAT;
+    KtxFile volume = KtxFile::of(2, 2, 2, GL_R16F, GL_RED, GL_HALF_FLOAT);
     volume.glTypeSize = 2;
-    volume.width = volume.height = volume.depth = 2;
     volume.addLevel(16);
 
-    KtxFile line;
-    line.height = 0;
-    line.glInternalFormat = GL_RGB565;
-    line.glFormat = GL_RGB;
-    line.glType = GL_UNSIGNED_SHORT_5_6_5;
+    KtxFile line = KtxFile::of(4, 0, 0, GL_RGB565, GL_RGB, GL_UNSIGNED_SHORT_5_6_5);
     line.addLevel(8);
 
-    KtxFile compressed2D = compressed(GL_COMPRESSED_RGBA8_ETC2_EAC);
-    compressed2D.width = compressed2D.height = 8;
+    KtxFile compressed2D = KtxFile::compressed(8, 8, GL_COMPRESSED_RGBA8_ETC2_EAC);
     compressed2D.mipmapLevels = 2;
     compressed2D.addLevel(64).addLevel(16);
 
-    KtxFile compressedCube = compressed(GL_COMPRESSED_RED_RGTC1);
+    KtxFile compressedCube = KtxFile::compressed(4, 4, GL_COMPRESSED_RED_RGTC1);
     compressedCube.faces = 6;
     compressedCube.addLevel(8, 6);
 

@@ -40,6 +40,14 @@ struct KtxFile
     QByteArray keyValues; ///< the whole block
     QVector<Level> levels;
 
+    /// An image of these sizes and formats; without a transfer format it is compressed.
+    static KtxFile of(quint32 width, quint32 height, quint32 depth = 0, quint32 internalFormat = 0x8058,
+                      quint32 format = GL_RGBA, quint32 type = GL_UNSIGNED_BYTE);
+    static KtxFile compressed(quint32 width, quint32 height, quint32 internalFormat)
+    {
+        return of(width, height, 0, internalFormat, 0, 0);
+    }
+
     /// An entry of the key-value block, without the padding behind it.
     static QByteArray entry(const QByteArray &key, const QByteArray &value);
     /// The same with the padding that the format puts behind it.
