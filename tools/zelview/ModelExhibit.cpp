@@ -258,6 +258,7 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
 
 Failure ModelExhibit::prepareShadows(const View &view)
 {
+    _shadows->setCascadesShown(_showsCascades);
     return _shadows->update(
         view, shadowedBox(_scene.bounds, _lights, _options.hasGround), [this](const QMatrix4x4 &projection) {
             const Orvane::Zel::AutoBinder bound(_casters.data());
@@ -334,7 +335,6 @@ bool ModelExhibit::key(int key)
         return true;
     case Qt::Key_C:
         _showsCascades = !_showsCascades;
-        _shadows->setCascadesShown(_showsCascades);
         return true;
     case Qt::Key_L:
         _showsVolumes = !_showsVolumes;
