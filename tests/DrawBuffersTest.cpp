@@ -5,13 +5,7 @@
 #include "support/TestBuffer.h"
 #include "support/TestProgram.h"
 
-#include <ZelGL/AutoBinder.h>
-#include <ZelGL/BufferObject.h>
-#include <ZelGL/DrawBuffers.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/UniformBufferObject.h>
-#include <ZelGL/VertexArrayObject.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtGui/QOpenGLFramebufferObject>
 #include <QtGui/QOpenGLFunctions_3_2_Core>

@@ -2,15 +2,7 @@
 #include "support/GLFixture.h"
 #include "support/TestProgram.h"
 
-#include <ZelGL/BufferTextureMechanism.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/InstanceDataPlan.h>
-#include <ZelGL/InstanceDataRegistry.h>
-#include <ZelGL/StorageBufferMechanism.h>
-#include <ZelGL/TextureMechanism.h>
-#include <ZelGL/UniformBufferMechanism.h>
-#include <ZelGL/UniformMechanism.h>
+#include <ZelGL/ZelGL.h>
 
 #include <memory>
 #include <random>

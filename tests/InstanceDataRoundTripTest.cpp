@@ -1,15 +1,6 @@
 #include "support/GLFixture.h"
 
-#include <ZelGL/BufferObject.h>
-#include <ZelGL/DrawBuffers.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/InstanceDataCollection.h>
-#include <ZelGL/InstanceDataPlan.h>
-#include <ZelGL/InstanceDataRegistry.h>
-#include <ZelGL/OpenGLDeviceContext.h>
-#include <ZelGL/ParameterMechanism.h>
-#include <ZelGL/ShaderProgram.h>
-#include <ZelGL/VertexArrayObject.h>
+#include <ZelGL/ZelGL.h>
 
 #include <algorithm>
 #include <cstring>

@@ -5,16 +5,7 @@
 #include "support/Tap.h"
 #include "support/TestProgram.h"
 
-#include <ZelGL/AutoBinder.h>
-#include <ZelGL/BufferObject.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/InstanceData.h>
-#include <ZelGL/InstanceDataCollection.h>
-#include <ZelGL/InstanceDataPlan.h>
-#include <ZelGL/InstanceDataRegistry.h>
-#include <ZelGL/Texture.h>
-#include <ZelGL/TextureManager.h>
-#include <ZelGL/UniformBufferObject.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 

@@ -2,11 +2,7 @@
 #include "support/GLFixture.h"
 #include "support/TestProgram.h"
 
-#include <ZelGL/BufferObject.h>
-#include <ZelGL/DrawBuffers.h>
-#include <ZelGL/OpenGLDeviceContext.h>
-#include <ZelGL/UniformBufferObject.h>
-#include <ZelGL/VertexArrayObject.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QPointer>
 

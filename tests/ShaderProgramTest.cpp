@@ -5,11 +5,7 @@
 #include "support/GLFixture.h"
 #include "support/Tap.h"
 
-#include <ZelGL/GLContextTracker.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/Shader.h>
-#include <ZelGL/ShaderProgram.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>

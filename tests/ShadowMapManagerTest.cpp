@@ -4,11 +4,7 @@
 #include "support/Tap.h"
 #include "support/TestProgram.h"
 
-#include <ZelGL/AutoBinder.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/ShadowMapManager.h>
-#include <ZelGL/Texture.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 

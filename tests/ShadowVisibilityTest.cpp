@@ -6,16 +6,7 @@
 #include "support/TestProgram.h"
 #include "support/Vec.h"
 
-#include <ZelGL/AutoBinder.h>
-#include <ZelGL/BufferObject.h>
-#include <ZelGL/DrawBuffers.h>
-#include <ZelGL/FramebufferObject.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/OpenGLDeviceContext.h>
-#include <ZelGL/ShadowMapManager.h>
-#include <ZelGL/Texture.h>
-#include <ZelGL/VertexArrayObject.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 #include <QtGui/QVector2D>

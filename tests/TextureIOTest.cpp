@@ -8,12 +8,7 @@
 #include "support/Tap.h"
 #include "support/TextureParameter.h"
 
-#include <ZelGL/ASTCReader.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/HDRReader.h>
-#include <ZelGL/KTXReader.h>
-#include <ZelGL/Texture.h>
-#include <ZelGL/TextureIO.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>

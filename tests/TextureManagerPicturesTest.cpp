@@ -10,11 +10,7 @@
 #include "support/TextureParameter.h"
 #include "support/TextureStrategies.h"
 
-#include <ZelGL/Array2DTextureManager.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/ShaderProgram.h>
-#include <ZelGL/Texture.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QTemporaryDir>
 

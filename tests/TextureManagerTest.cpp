@@ -8,13 +8,7 @@
 #include "support/TestProgram.h"
 #include "support/TextureStrategies.h"
 
-#include <ZelGL/Array2DTextureManager.h>
-#include <ZelGL/BindlessTextureManager.h>
-#include <ZelGL/FramebufferObject.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/SamplerTextureManager.h>
-#include <ZelGL/Texture.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

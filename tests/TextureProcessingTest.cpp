@@ -4,12 +4,7 @@
 #include "support/Tap.h"
 #include "support/TextureParameter.h"
 
-#include <ZelGL/FramebufferObject.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/OpenGLDeviceContext.h>
-#include <ZelGL/ShaderProgram.h>
-#include <ZelGL/Texture.h>
-#include <ZelGL/TextureProcessing.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 

@@ -3,10 +3,7 @@
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
 
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/InstanceDataPlan.h>
-#include <ZelGL/InstanceDataRegistry.h>
-#include <ZelGL/ShaderProgram.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
