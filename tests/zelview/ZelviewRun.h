@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ModelFiles.h"
+#include "PictureColours.h"
 
 #include "../support/Print.h"
 
@@ -11,7 +12,6 @@
 #include <QtGui/QImage>
 #include <QtGui/QPainter>
 
-#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -40,49 +40,6 @@ inline Ending runZelview(const QStringList &arguments, const QProcessEnvironment
 inline Ending runZelview(const QStringList &arguments)
 {
     return runZelview(arguments, QProcessEnvironment::systemEnvironment());
-}
-
-/// Greatest difference of any channel of any pixel; 256 when the sizes differ.
-inline int difference(const QImage &a, const QImage &b)
-{
-    if (a.size() != b.size()) {
-        return 256;
-    }
-    int greatest = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        for (int x = 0; x < a.width(); ++x) {
-            const QColor p = a.pixelColor(x, y);
-            const QColor q = b.pixelColor(x, y);
-            greatest = std::max({greatest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()),
-                                 std::abs(p.blue() - q.blue())});
-        }
-    }
-    return greatest;
-}
-
-/// 0 for red, 1 for green, 2 for blue, -1 where none leads clearly.
-inline int leadingChannel(const QColor &color)
-{
-    const int channels[3] = {color.red(), color.green(), color.blue()};
-    const int lead = int(std::max_element(channels, channels + 3) - channels);
-    for (int i = 0; i < 3; ++i) {
-        if (i != lead && channels[lead] < channels[i] + 60) {
-            return -1;
-        }
-    }
-    return lead;
-}
-
-/// The leading channels of a picture's quarters: left upper, right upper, left lower, right lower.
-inline std::vector<int> quarters(const QImage &image)
-{
-    std::vector<int> channels;
-    for (const QPointF &place :
-         {QPointF(0.3, 0.3), QPointF(0.7, 0.3), QPointF(0.3, 0.7), QPointF(0.7, 0.7)}) {
-        channels.push_back(leadingChannel(
-            image.pixelColor(int(place.x() * image.width()), int(place.y() * image.height()))));
-    }
-    return channels;
 }
 
 /// A PNG of four quarters: red, green, blue and white, row by row from the top.

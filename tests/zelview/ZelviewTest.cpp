@@ -66,6 +66,11 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
          "--lights takes 'none', 'sun', 'rig', 'file', not 'moon'"},
         {{wall, "--offscreen", target, "--lights", "file"}, 1, "--lights file: there are no lights in"},
         {{wall, "--offscreen", target, "--csm", "9"}, 1, "--csm takes a number from 1 to 8, not '9'"},
+        {{wall, "--offscreen", target, "--mechanism", "fast"}, 1, "--mechanism takes 'ubo', 'uniform', "},
+        {{wall, "--offscreen", target, "--camera", "0"}, 1, "there is no camera '0': "},
+        {{wall, "--offscreen", target, "--camera", "0", "--view", "0,0"}, 1, "exclude each other"},
+        {{wall, "--pick", "0,0"}, 1, "--pick goes with --offscreen"},
+        {{wall, "--offscreen", target, "--pick", "1280,0"}, 1, "--pick takes X,Y inside"},
         {{wall, "--offscreen", wall}, 1, "the picture would overwrite what it shows"},
         {{_files.path("none.glb"), "--offscreen", target}, 2, "there is no file"},
         {{folder, "--offscreen", target}, 2, "is not a file that can be read"},
@@ -248,24 +253,11 @@ TEST_F(ZelviewTest, TexturesBesideTheModelAreShownUprightWhateverTheSlashes)
 
 TEST_F(ZelviewTest, EmbeddedTexturesAreShownUpright)
 {
-    const float numbers[] = {0, 0, 0, 1, 0, 0, 1, 1,
-                             0, 0, 1, 0, /* texture coordinates, from the upper left: */
-                             0, 1, 1, 1, 1, 0, 0, 0};
-    const quint16 corners[] = {0, 1, 2, 0, 2, 3};
-    const QByteArray bytes = QByteArray(reinterpret_cast<const char *>(numbers), sizeof(numbers))
-                             + QByteArray(reinterpret_cast<const char *>(corners), sizeof(corners));
-    QByteArray text = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
-        "meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,"material":0}]}],
-        "materials":[{"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0}}],
-        "textures":[{"source":0}],"images":[{"uri":"data:image/png;base64,$"}],
-        "accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
-                     {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
-                     {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}],
-        "bufferViews":[{"buffer":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":32},
-                       {"buffer":0,"byteOffset":80,"byteLength":12}],
-        "buffers":[{"byteLength":92,"uri":"data:application/octet-stream;base64,@"}]})";
-    text.replace("@", bytes.toBase64()).replace("$", fourColours().toBase64());
-    const QString model = _files.write(QStringLiteral("m.gltf"), text);
+    const QString model = _files.writeSquares(
+        QStringLiteral("m.gltf"), R"([{"mesh":0}])",
+        R"([{"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0}}])",
+        R"("textures":[{"source":0}],"images":[{"uri":"data:image/png;base64,)" + fourColours().toBase64()
+            + R"("}])");
     EXPECT_EQ(quarters(picture(kFront + QStringList{model, "--size", "100x100"})), kFourColours);
 }
 

@@ -1,4 +1,5 @@
 #include "ModelFiles.h"
+#include "PictureColours.h"
 
 #include "Exhibit.h"
 #include "Graphics.h"
@@ -58,6 +59,12 @@ public:
 
     void zoom(float steps) override { notes.append(QStringLiteral("zoom %1").arg(double(steps))); }
 
+    QString pick(const QPoint &pixel, const QSize &viewport) override
+    {
+        notes.append(QStringLiteral("pick %1 %2 of %3").arg(pixel.x()).arg(pixel.y()).arg(viewport.width()));
+        return {};
+    }
+
     bool key(int key) override
     {
         notes.append(QStringLiteral("key %1").arg(QChar(key)));
@@ -115,6 +122,12 @@ protected:
         QCoreApplication::sendEvent(&window, &move);
     }
 
+    void release(Window &window, Qt::MouseButton button, const QPointF &at)
+    {
+        QMouseEvent up(QEvent::MouseButtonRelease, at, button, Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window, &up);
+    }
+
     void type(Window &window, Qt::Key key)
     {
         QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
@@ -138,9 +151,14 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
         EXPECT_EQ(_notebook.takeNotes(), (QStringList{"up", "frame 400x200"}));
 
         press(window, Qt::LeftButton, {10, 10}, {60, 35}); // in heights of the window
+        release(window, Qt::LeftButton, {60, 35});         // a drag, and no click
         press(window, Qt::MiddleButton, {10, 10}, {60, 35});
         press(window, Qt::LeftButton, {10, 10}, {60, 35}, Qt::ShiftModifier);
         EXPECT_EQ(_notebook.takeNotes(), (QStringList{"turn 0.5 0.25", "move 0.5 0.25", "move 0.5 0.25"}));
+
+        press(window, Qt::LeftButton, {10, 10}, {10, 10});
+        release(window, Qt::LeftButton, {10, 10});
+        EXPECT_EQ(_notebook.takeNotes(), (QStringList{"turn 0 0", "pick 20 20 of 400"}));
 
         QWheelEvent wheel({10, 10}, {10, 10}, {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
                           false);
@@ -183,47 +201,99 @@ QImage pictureOf(Exhibit &exhibit, RenderTarget &target, const QSize &size)
     return image;
 }
 
+/// A model that is put up, and pictures of it.
+class ShownModel
+{
+public:
+    explicit ShownModel(const Options &options, const QSize &size)
+        : _size(size)
+        , _exhibit(std::move(*Exhibit::load(options)))
+        , _context(std::move(*OffscreenContext::create(options)))
+        , _programs(std::make_unique<Programs>())
+    {
+        EXPECT_FALSE(_exhibit->putUp(*_programs, options).has_value());
+        _target = std::move(*RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eDepth));
+        _exhibit->frame(size);
+    }
+    ~ShownModel()
+    {
+        _exhibit->takeDown();
+        _target.reset();
+        _programs.reset();
+    }
+
+    Exhibit *operator->() { return _exhibit.get(); }
+    QImage picture() { return pictureOf(*_exhibit, *_target, _size); }
+    QImage pictureAfter(int key)
+    {
+        EXPECT_TRUE(_exhibit->key(key));
+        return picture();
+    }
+    QString draws() { return _exhibit->describeFrame().first(); }
+    QString report() { return _exhibit->describeFrame().join(QLatin1Char('\n')); }
+
+private:
+    QSize _size;
+    std::unique_ptr<Exhibit> _exhibit;
+    std::unique_ptr<OffscreenContext> _context;
+    std::unique_ptr<Programs> _programs;
+    std::unique_ptr<RenderTarget> _target;
+};
+
 TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
 {
     const ModelFiles files;
-    const QSize size(40, 30);
     _options.file = files.writeWall(QStringLiteral("wall.obj"), 2, 1);
-    auto exhibit = Exhibit::load(_options);
-    ASSERT_TRUE(bool(exhibit));
-    Exhibit &model = **exhibit;
-    const auto context = OffscreenContext::create(_options);
-    ASSERT_TRUE(bool(context));
-    {
-        Programs programs;
-        ASSERT_FALSE(model.putUp(programs, _options).has_value());
-        auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eDepth);
-        ASSERT_TRUE(bool(target));
-        model.frame(size);
-        const QImage plain = pictureOf(model, **target, size);
-        EXPECT_TRUE(model.describeFrame().first().endsWith(QStringLiteral("textures by sampler")));
-        EXPECT_TRUE(model.key(Qt::Key_D));
-        EXPECT_EQ(pictureOf(model, **target, size), plain); // this manager has no view of itself
-        EXPECT_TRUE(model.key(Qt::Key_M));
-        EXPECT_NE(pictureOf(model, **target, size), plain);
-        EXPECT_TRUE(model.describeFrame().first().endsWith(QStringLiteral("textures by array")));
-        EXPECT_TRUE(model.key(Qt::Key_D));
-        EXPECT_EQ(pictureOf(model, **target, size), plain);
+    ShownModel model(_options, {40, 30});
+    const QImage plain = model.picture();
+    EXPECT_TRUE(model.draws().endsWith(QStringLiteral("textures by sampler")));
+    EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain); // this manager has no view of itself
+    EXPECT_NE(model.pictureAfter(Qt::Key_M), plain);
+    EXPECT_TRUE(model.draws().endsWith(QStringLiteral("textures by array")));
+    EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain);
 
-        // All the way round, and again from the start.
-        for (int i = 0; i < 4 && !model.describeFrame().first().endsWith(QStringLiteral("sampler")); ++i) {
-            EXPECT_TRUE(model.key(Qt::Key_M));
-            EXPECT_EQ(pictureOf(model, **target, size), plain);
-        }
-        EXPECT_TRUE(model.describeFrame().first().endsWith(QStringLiteral("textures by sampler")));
-        EXPECT_FALSE(model.key(Qt::Key_Z));
-        model.takeDown();
+    // All the way round, and again from the start.
+    for (int i = 0; i < 4 && !model.draws().endsWith(QStringLiteral("sampler")); ++i) {
+        EXPECT_EQ(model.pictureAfter(Qt::Key_M), plain);
     }
+    EXPECT_TRUE(model.draws().endsWith(QStringLiteral("textures by sampler")));
+    EXPECT_FALSE(model->key(Qt::Key_Y));
+}
+
+TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
+{
+    const ModelFiles files;
+    _options.file = files.writeWall(QStringLiteral("wall.obj"), 2, 1);
+    _options.azimuth = _options.elevation = 0.0f;
+    const QSize size(40, 30);
+    ShownModel model(_options, size);
+    const QImage plain = model.picture();
+    for (const char *mechanism : {"uniform", "texbuffer", "texture", "ssbo"}) {
+        EXPECT_EQ(model.pictureAfter(Qt::Key_I), plain);
+        EXPECT_TRUE(model.draws().contains(QStringLiteral(" by %1 in ").arg(QLatin1String(mechanism))));
+    }
+
+    // Red to the left, green to the right; rows go up.
+    const auto sides = [](const QImage &image) {
+        return QPair<int, int>(leadingChannel(image.pixelColor(10, 15)),
+                               leadingChannel(image.pixelColor(30, 15)));
+    };
+    EXPECT_TRUE(model->pick({30, 15}, size).startsWith(QStringLiteral("pick      30,15: material 'm1'")));
+    EXPECT_NE(model.picture(), plain); // the selected one is marked
+    EXPECT_EQ(sides(model.pictureAfter(Qt::Key_X)), qMakePair(0, -1));
+    EXPECT_EQ(model->pick({30, 15}, size), QStringLiteral("pick      30,15: nothing"));
+    EXPECT_EQ(model.pictureAfter(Qt::Key_A), plain);
+    EXPECT_EQ(sides(model.pictureAfter(Qt::Key_N)).second, 1);
+    const QString left = model->pick({10, 15}, size);
+    EXPECT_TRUE(left.contains(QStringLiteral("'m0'"))) << qPrintable(left);
+    EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, -1);
+    EXPECT_TRUE(model.report().contains(QStringLiteral("alone 'm0'")));
+    EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, 1);
 }
 
 TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)
 {
     const ModelFiles files;
-    const QSize size(40, 40);
     QImage tile(8, 8, QImage::Format_RGB32);
     for (const auto &number : {QStringLiteral("1001"), QStringLiteral("1012")}) { // two holes between them
         tile.fill(number == QLatin1String("1001") ? Qt::red : Qt::blue);
@@ -231,28 +301,15 @@ TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)
     }
     _options.file = files.path(QStringLiteral("t.<UDIM>.png"));
     _options.isUdim = true;
-    auto exhibit = Exhibit::load(_options);
-    ASSERT_TRUE(bool(exhibit));
-    Exhibit &plane = **exhibit;
-    const auto context = OffscreenContext::create(_options);
-    ASSERT_TRUE(bool(context));
-    {
-        Programs programs;
-        ASSERT_FALSE(plane.putUp(programs, _options).has_value());
-        auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eDepth);
-        ASSERT_TRUE(bool(target));
-        plane.frame(size);
-        const QImage first = pictureOf(plane, **target, size);
-        const QString byArray = plane.describeFrame().first();
-        EXPECT_TRUE(byArray.endsWith(QStringLiteral("textures by array"))) << qPrintable(byArray);
-        for (int round = 0; round < 3; ++round) {
-            do {
-                EXPECT_TRUE(plane.key(Qt::Key_M));
-                const bool isEqual = pictureOf(plane, **target, size) == first;
-                EXPECT_EQ(isEqual, plane.describeFrame().first().contains(QStringLiteral("by array")));
-            } while (plane.describeFrame().first() != byArray);
-        }
-        plane.takeDown();
+    ShownModel plane(_options, {40, 40});
+    const QImage first = plane.picture();
+    const QString byArray = plane.draws();
+    EXPECT_TRUE(byArray.endsWith(QStringLiteral("textures by array"))) << qPrintable(byArray);
+    for (int round = 0; round < 3; ++round) {
+        do {
+            const bool isEqual = plane.pictureAfter(Qt::Key_M) == first;
+            EXPECT_EQ(isEqual, plane.draws().contains(QStringLiteral("by array")));
+        } while (plane.draws() != byArray);
     }
 }
 

@@ -65,20 +65,22 @@ void AmbientOcclusion::endGeometry(const QMatrix4x4 &projection, float reach)
     _geometry->framebuffer()->unbind();
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoDisabler noBlending(GL_BLEND);
-    const QVector2D halfExtent(1.0f / projection(0, 0), 1.0f / projection(1, 1));
     const AutoBinder boundGeometry(_geometry->color());
-    pass(*_estimator, *_estimate, halfExtent, reach);
+    pass(*_estimator, *_estimate, projection, reach);
     const AutoBinder boundEstimate(_estimate->color());
-    pass(*_smoother, *_smoothed, halfExtent, reach);
+    pass(*_smoother, *_smoothed, projection, reach);
 }
 
-void AmbientOcclusion::pass(ShaderProgram &program, RenderTarget &target, const QVector2D &halfExtent,
+void AmbientOcclusion::pass(ShaderProgram &program, RenderTarget &target, const QMatrix4x4 &projection,
                             float reach)
 {
+    const QVector2D halfExtent(1.0f / projection(0, 0), 1.0f / projection(1, 1));
+    const int isOrthographic = projection(3, 3) != 0.0f ? 1 : 0;
     const AutoBinder boundTarget(target.framebuffer());
     const AutoBinder bound(&program);
     program.setUniform(QStringLiteral("u_Geometry"), QVariant(int(_geometry->color()->unit())));
     program.setUniform(QStringLiteral("u_HalfExtent"), QVariant(halfExtent));
+    program.setUniform(QStringLiteral("u_IsOrthographic"), QVariant(isOrthographic));
     program.setUniform(QStringLiteral("u_Reach"), QVariant(reach));
     if (program.hasUniform(QStringLiteral("u_Estimate"))) {
         program.setUniform(QStringLiteral("u_Estimate"), QVariant(int(_estimate->color()->unit())));

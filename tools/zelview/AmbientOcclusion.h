@@ -45,7 +45,7 @@ public:
 private:
     AmbientOcclusion(ProgramPointer estimator, ProgramPointer smoother);
 
-    void pass(Orvane::Zel::ShaderProgram &program, RenderTarget &target, const QVector2D &halfExtent,
+    void pass(Orvane::Zel::ShaderProgram &program, RenderTarget &target, const QMatrix4x4 &projection,
               float reach);
 
     ProgramPointer _estimator;

@@ -2,6 +2,7 @@
 
 #include "Outcome.h"
 
+#include <QtCore/QPoint>
 #include <QtCore/QSize>
 #include <QtCore/QStringList>
 #include <QtGui/QVector2D>
@@ -50,6 +51,8 @@ public:
     virtual void drag(DragKind kind, const QVector2D &way) = 0;
     /// Positive steps go in.
     virtual void zoom(float steps) = 0;
+    /// Takes what is seen at a pixel of the viewport as meant, between frames; in words, empty where nothing can be.
+    virtual QString pick(const QPoint &pixel, const QSize &viewport) = 0;
     /// A key of Qt's; whether it means anything here.
     virtual bool key(int key) = 0;
 };

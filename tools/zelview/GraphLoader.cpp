@@ -168,7 +168,6 @@ private:
         const bool hasAspect = std::isfinite(source.mAspect) && source.mAspect > 0.0f;
         const float aspect = hasAspect ? source.mAspect : 1.0f; // glTF's reader takes 1 for none
         camera.isOrthographic = source.mOrthographicWidth > 0.0f;
-        camera.aspect = hasAspect ? aspect : 0.0f;
         const float halfWidth =
             camera.isOrthographic ? source.mOrthographicWidth : halfWidthAtOne(_source, source, aspect);
         if (std::isfinite(halfWidth) && halfWidth > 0.0f) {

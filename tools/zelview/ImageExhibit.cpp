@@ -272,6 +272,11 @@ void ImageExhibit::zoom(float steps)
     _shift *= factor;
 }
 
+QString ImageExhibit::pick(const QPoint &, const QSize &)
+{
+    return {};
+}
+
 bool ImageExhibit::key(int key)
 {
     if (key >= Qt::Key_0 && key <= Qt::Key_6) {

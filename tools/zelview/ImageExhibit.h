@@ -32,6 +32,7 @@ public:
     bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;
+    QString pick(const QPoint &pixel, const QSize &viewport) override;
     bool key(int key) override;
 
 private:

@@ -7,9 +7,11 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <QtCore/qmath.h>
 #include <QtGui/QGenericMatrix>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace Orvane::Zel;
 
@@ -19,6 +21,7 @@ namespace {
 
 constexpr int kVisible = 1;
 constexpr int kHiddenWithDescendants = 3;
+constexpr float kFarAway = 1000.0f;   ///< in extents of the scene
 constexpr float kFilmHeight = 0.024f; ///< metres; only its ratio to the focal length counts
 
 GPUModel::BoundingBox toModelBox(const Box &box)
@@ -26,14 +29,23 @@ GPUModel::BoundingBox toModelBox(const Box &box)
     return {box.low.x(), box.low.y(), box.low.z(), box.high.x(), box.high.y(), box.high.z()};
 }
 
-/// A film and a lens that show the view. A camera of any aspect gets a film so wide that its height counts.
+/// The place and the directions of a camera, which its nodes may have stretched.
+QMatrix4x4 withoutScale(const QMatrix4x4 &world)
+{
+    const QVector3D place = world.column(3).toVector3D();
+    QMatrix4x4 toLocal;
+    toLocal.lookAt(place, place - world.column(2).toVector3D(), world.column(1).toVector3D());
+    return toLocal.inverted();
+}
+
+/// A film and a lens that show the view. The film is so wide that its height counts, whatever the viewport.
 GPUModel::Camera toModelCamera(const SceneCamera &source, int transform, float farthest)
 {
     GPUModel::Camera camera;
     camera.transform = transform;
     camera.projectionType = source.isOrthographic ? 1 : 0;
     camera.filmHeight = kFilmHeight;
-    camera.filmWidth = kFilmHeight * (source.aspect > 0.0f ? source.aspect : 100.0f);
+    camera.filmWidth = 100.0f * kFilmHeight;
     // An orthographic film is magnified by the distance of focus, in focal lengths.
     camera.focalLength = source.isOrthographic ? 1.0f : kFilmHeight / source.height;
     camera.focusDistance = source.isOrthographic ? source.height / kFilmHeight : camera.focalLength;
@@ -81,6 +93,7 @@ ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures
     , _plans(plans)
     , _geometry(geometry)
     , _path(path)
+    , _shown(scene.materials.size(), true)
 {
     addNodes();
     addCameras();
@@ -125,6 +138,18 @@ int ModelDrawables::wantedObjects(const Scene &scene)
     return wanted;
 }
 
+View ModelDrawables::cameraView(int camera, float aspect) const
+{
+    const QMatrix4x4 view = _model.getCameraWorldSpaceMatrix(camera);
+    const QVector3D back = view.row(2).toVector3D();
+    QVector3D eye = view.inverted().column(3).toVector3D();
+    if (_scene.cameras[size_t(camera)].isOrthographic) { // whose rays are parallel: from very far
+        eye += back * kFarAway * std::max(_scene.bounds.radius(), (eye - _scene.bounds.center()).length());
+    }
+    return {view, _model.getCameraProjectionMatrix(camera, aspect), eye,
+            qRadiansToDegrees(std::atan2(back.x(), back.z()))};
+}
+
 void ModelDrawables::cull(const QMatrix4x4 &viewProjection)
 {
     _model.updateTransforms();
@@ -133,15 +158,26 @@ void ModelDrawables::cull(const QMatrix4x4 &viewProjection)
     _culled += _model.frustumCull(viewProjection);
 }
 
+void ModelDrawables::setShown(std::vector<bool> materials)
+{
+    _shown = std::move(materials);
+}
+
 QList<int> ModelDrawables::numbers(Part part, const QVector3D &eye) const
 {
+    QList<int> numbers;
+    const auto append = [&](int number) {
+        if (_shown[size_t(materialOf(number))]) {
+            numbers.append(number);
+        }
+    };
     if (part == eOpaque) {
-        return _opaqueNumbers;
+        std::for_each(_opaqueNumbers.begin(), _opaqueNumbers.end(), append);
+        return numbers;
     }
     const int first = int(_scene.materials.size());
-    QList<int> numbers;
     for (size_t i = 0; i < _blendedCenters.size(); ++i) {
-        numbers.append(first + int(i));
+        append(first + int(i));
     }
     const auto distance = [&](int number) {
         return (_blendedCenters[size_t(number - first)] - eye).lengthSquared();
@@ -181,9 +217,11 @@ void ModelDrawables::addNodes()
 void ModelDrawables::addCameras()
 {
     for (const SceneCamera &camera : _scene.cameras) {
-        const QVector3D place = (_scene.worldTransform(camera.node) * camera.local).column(3).toVector3D();
+        const QMatrix4x4 node = _scene.worldTransform(camera.node);
+        const QMatrix4x4 world = withoutScale(node * camera.local);
+        const QVector3D place = world.column(3).toVector3D();
         const float farthest = (_scene.bounds.center() - place).length() + _scene.bounds.radius();
-        const int transform = _model.addTransform(camera.node, camera.local);
+        const int transform = _model.addTransform(camera.node, node.inverted() * world);
         _model.addCamera(toModelCamera(camera, transform, farthest), camera.name);
     }
 }

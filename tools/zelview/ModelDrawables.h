@@ -2,6 +2,7 @@
 
 #include "Options.h"
 #include "UnitWalk.h"
+#include "View.h"
 
 #include <ZelGL/GPUModel.h>
 
@@ -51,9 +52,14 @@ public:
 
     Orvane::Zel::GPUModel &model() { return _model; }
 
+    /// What a camera of the scene sees.
+    View cameraView(int camera, float aspect) const;
+
     /// Marks what is hidden and what lies outside, afresh; the next draws leave it out.
     void cull(const QMatrix4x4 &viewProjection);
 
+    /// Which of the scene's materials numbers() gives; all at first.
+    void setShown(std::vector<bool> materials);
     /// The numbers of a part, in the order in which they are drawn: blended ones from the farthest on.
     QList<int> numbers(Part part, const QVector3D &eye) const;
     /// The scene's material of a number.
@@ -96,6 +102,7 @@ private:
     Orvane::Zel::GPUModel _model;
     UnitWalk _units; ///< of the base-instance path
     QHash<int, Orvane::Zel::InstanceDataCollection *> _materials;
+    std::vector<bool> _shown;               ///< by material
     std::vector<QVector3D> _blendedCenters; ///< in the world, by number behind the materials
     std::vector<int> _blendedMaterials;
     QList<int> _opaqueNumbers;

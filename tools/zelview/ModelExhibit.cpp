@@ -48,6 +48,38 @@ ManagerKind suitableManager(const Scene &scene)
     return hasTiles ? ManagerKind::eArray : ManagerKind::eSampler;
 }
 
+QStringList materialNames(const Scene &scene)
+{
+    QStringList names;
+    for (const Material &material : scene.materials) {
+        names.append(material.name);
+    }
+    return names;
+}
+
+/// The camera that the user names, or numbers; -1 when no one is asked for.
+Expected<int> findCamera(const Scene &scene, const Options &options)
+{
+    if (options.camera.isEmpty()) {
+        return -1;
+    }
+    QStringList names;
+    for (const SceneCamera &camera : scene.cameras) {
+        names.append(camera.name);
+    }
+    bool isNumber = false;
+    const int number = options.camera.toInt(&isNumber);
+    const int index = names.contains(options.camera) ? names.indexOf(options.camera) : isNumber ? number : -1;
+    if (index >= 0 && index < names.size()) {
+        return index;
+    }
+    const QString have = names.isEmpty() ? QStringLiteral("none")
+                                         : QStringLiteral("'%1'").arg(names.join(QStringLiteral("', '")));
+    return Problem{
+        ExitCode::eUsage,
+        QStringLiteral("there is no camera '%1': '%2' has %3").arg(options.camera, options.file, have)};
+}
+
 /// The next of the kinds that the driver has; one at least is there.
 template <typename Kind> Kind nextSupported(Kind kind, int kinds, bool (*isSupported)(Kind))
 {
@@ -60,10 +92,12 @@ template <typename Kind> Kind nextSupported(Kind kind, int kinds, bool (*isSuppo
 
 } // namespace
 
-ModelExhibit::ModelExhibit(Scene scene, const Options &options)
+ModelExhibit::ModelExhibit(Scene scene, const Options &options, int camera)
     : _scene(std::move(scene))
     , _options(options)
     , _camera(options.azimuth, options.elevation)
+    , _fileCamera(camera)
+    , _selection(materialNames(_scene))
 {
 }
 
@@ -84,7 +118,11 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
         return Problem{ExitCode::eUsage,
                        QStringLiteral("--lights file: there are no lights in '%1'").arg(options.file)};
     }
-    return std::unique_ptr<Exhibit>(new ModelExhibit(std::move(*scene), options));
+    const Expected<int> camera = findCamera(*scene, options);
+    if (!camera) {
+        return camera.problem();
+    }
+    return std::unique_ptr<Exhibit>(new ModelExhibit(std::move(*scene), options, *camera));
 }
 
 QStringList ModelExhibit::describe() const
@@ -161,6 +199,7 @@ Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
     }
     _renderer = std::move(*renderer);
     _casters = *casters;
+    showSelection();
     return {};
 }
 
@@ -246,14 +285,14 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
     if (const Failure failure = _occlusion->resize(viewport)) {
         return failure;
     }
-    const View view = _camera.at(aspectOf(viewport));
+    const View seen = view(viewport);
     _occlusion->beginGeometry();
     if (_options.hasGround) {
-        _ground->drawGeometry(view);
+        _ground->drawGeometry(seen);
     }
-    _renderer->drawGeometry(view);
-    _occlusion->endGeometry(view.projection, kOcclusionReach * _scene.bounds.radius());
-    return prepareShadows(view);
+    _renderer->drawGeometry(seen);
+    _occlusion->endGeometry(seen.projection, kOcclusionReach * _scene.bounds.radius());
+    return prepareShadows(seen);
 }
 
 Failure ModelExhibit::prepareShadows(const View &view)
@@ -269,18 +308,18 @@ Failure ModelExhibit::prepareShadows(const View &view)
 
 void ModelExhibit::draw(const QSize &viewport)
 {
-    const View view = _camera.at(aspectOf(viewport));
+    const View seen = view(viewport);
     if (_environment != nullptr) {
-        _environment->drawBackground(view.view, view.projection, _options.environmentBlur, _options.exposure);
+        _environment->drawBackground(seen.view, seen.projection, _options.environmentBlur, _options.exposure);
     } else {
         _backdrop->draw(viewport);
     }
     if (_options.hasGround) {
-        _ground->draw(view, _occlusion->texture(), *_shadows);
+        _ground->draw(seen, _occlusion->texture(), *_shadows);
     }
-    _renderer->draw(view, _occlusion->texture(), _environment.get(), *_shadows, _options.exposure);
+    _renderer->draw(seen, _occlusion->texture(), _environment.get(), *_shadows, _options.exposure);
     if (_showsVolumes) {
-        _lightLines->draw(view.viewProjection(), _shadows->table());
+        _lightLines->draw(seen.viewProjection(), _shadows->table());
     }
     if (_showsLayers) {
         _shadows->drawDebug();
@@ -296,6 +335,14 @@ QStringList ModelExhibit::describeFrame() const
     if (_environment != nullptr) {
         lines.prepend(QStringLiteral("light     ") + _environment->describe());
     }
+    if (_fileCamera >= 0) {
+        lines.append(QStringLiteral("camera    '%1', number %2")
+                         .arg(_scene.cameras[size_t(_fileCamera)].name)
+                         .arg(_fileCamera));
+    }
+    if (const QString selection = _selection.describe(); !selection.isEmpty()) {
+        lines.append(QStringLiteral("material  ") + selection);
+    }
     return lines;
 }
 
@@ -306,6 +353,7 @@ bool ModelExhibit::isDithered() const
 
 void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 {
+    _fileCamera = -1;
     if (kind == eTurn) {
         _camera.orbit(way);
     } else {
@@ -315,12 +363,50 @@ void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 
 void ModelExhibit::zoom(float steps)
 {
+    _fileCamera = -1;
     _camera.zoom(steps);
+}
+
+QString ModelExhibit::pick(const QPoint &pixel, const QSize &viewport)
+{
+    const std::optional<Picker::Find> find = _renderer->pick(view(viewport), pixel, viewport);
+    _selection.select(find ? find->number : -1);
+    showSelection();
+    const QString head = QStringLiteral("pick      %1,%2: ").arg(pixel.x()).arg(pixel.y());
+    if (!find) {
+        return head + QStringLiteral("nothing");
+    }
+    return head
+           + QStringLiteral("material '%1', number %2, at %3 %4 %5")
+                 .arg(_scene.materials[size_t(find->number)].name)
+                 .arg(find->number)
+                 .arg(double(find->position.x()))
+                 .arg(double(find->position.y()))
+                 .arg(double(find->position.z()));
 }
 
 bool ModelExhibit::key(int key)
 {
     switch (key) {
+    case Qt::Key_V:
+        _fileCamera = _fileCamera + 1 < int(_scene.cameras.size()) ? _fileCamera + 1 : -1;
+        return true;
+    case Qt::Key_N:
+        _selection.selectNext();
+        showSelection();
+        return true;
+    case Qt::Key_O:
+        _selection.toggleSolo();
+        showSelection();
+        return true;
+    case Qt::Key_X:
+        _selection.toggleExcluded();
+        showSelection();
+        return true;
+    case Qt::Key_A:
+        _selection.showAll();
+        showSelection();
+        return true;
     case Qt::Key_M:
         _takesNextManager = true;
         return true;
@@ -351,6 +437,24 @@ bool ModelExhibit::key(int key)
         return turnEnvironment(key == Qt::Key_Left ? -kTurnStep : kTurnStep);
     default:
         return false;
+    }
+}
+
+View ModelExhibit::view(const QSize &viewport) const
+{
+    const float aspect = aspectOf(viewport);
+    return _fileCamera >= 0 ? _renderer->cameraView(_fileCamera, aspect) : _camera.at(aspect);
+}
+
+void ModelExhibit::showSelection()
+{
+    std::vector<bool> shown;
+    for (int material = 0; material < int(_scene.materials.size()); ++material) {
+        shown.push_back(_selection.isShown(material));
+    }
+    _renderer->setShown(std::move(shown), _selection.selected());
+    if (_shadows != nullptr) {
+        _shadows->invalidate();
     }
 }
 

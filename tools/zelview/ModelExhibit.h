@@ -2,6 +2,7 @@
 
 #include "Exhibit.h"
 #include "Lights.h"
+#include "MaterialSelection.h"
 #include "Options.h"
 #include "OrbitCamera.h"
 #include "Programs.h"
@@ -21,9 +22,12 @@ class ModelRenderer;
 class ShadowLayers;
 
 /// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
-/// turns around it. Up and Down change the exposure, Left and Right turn the environment. M takes the next texture manager
-/// of those that the driver has, I the next mechanism for instance data, D shows the manager's view of itself. S
-/// shows the shadow layers, C the cascades in colours, L the volumes of the lights; G takes the ground away or puts it there.
+/// turns around it or by those of its file.
+///
+/// Keys: V takes the next camera, M the next texture manager of those that the driver has, I the next mechanism for instance
+/// data; Up and Down change the exposure, Left and Right turn the environment; G takes the ground away or puts it there.
+/// N, or picking, selects a material, which O shows alone, and X leaves out; A shows all. D shows the texture manager's view
+/// of itself, S the shadow layers, C the cascades in colours, L the volumes of the lights.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -41,10 +45,11 @@ public:
     bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;
+    QString pick(const QPoint &pixel, const QSize &viewport) override;
     bool key(int key) override;
 
 private:
-    ModelExhibit(Scene scene, const Options &options);
+    ModelExhibit(Scene scene, const Options &options, int camera);
 
     Failure makeSurroundings(Programs &programs);
     Failure makeRenderer(ManagerKind manager, MechanismKind mechanism);
@@ -53,6 +58,8 @@ private:
     Failure makeShadows(Programs &programs);
     void setLights();
     Failure prepareShadows(const View &view);
+    View view(const QSize &viewport) const;
+    void showSelection();
 
     Scene _scene;
     Options _options;
@@ -63,6 +70,8 @@ private:
     bool _showsCascades = false;
     bool _showsVolumes = false;
     OrbitCamera _camera;
+    int _fileCamera; ///< of the scene; -1: the one above
+    MaterialSelection _selection;
     std::unique_ptr<AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;       ///< null with an environment
     std::unique_ptr<Environment> _environment; ///< null in the studio

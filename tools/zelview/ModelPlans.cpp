@@ -2,6 +2,7 @@
 
 #include "ModelTextures.h"
 #include "Scene.h"
+#include "Words.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -43,6 +44,12 @@ int limitOf(GLenum name)
     GLint value = 0;
     glGetIntegerv(name, &value);
     return value;
+}
+
+/// In the widest texture, at which the plan does not look.
+int itemsInRow(const InstanceDataPlan &plan)
+{
+    return limitOf(GL_MAX_TEXTURE_SIZE) / int(plan.totalDataSize() / 16);
 }
 
 /// All matrices that GPUModel writes. It packs the nine numbers of the one for normals into the first of sixteen.
@@ -94,11 +101,13 @@ template <typename T> void set(InstanceData &item, const char *member, const T &
 
 QStringList describePlan(const InstanceDataPlan &plan, MechanismKind mechanism)
 {
-    QStringList lines{QStringLiteral("plan      %1 by %2: %3 bytes an item, %4 items of at most %5")
+    const qint64 limit =
+        mechanism == MechanismKind::eTexture ? itemsInRow(plan) : qint64(plan.arraySizeMax());
+    QStringList lines{QStringLiteral("plan      %1 by %2: %3 bytes an item, %4 of at most %5")
                           .arg(plan.name(), mechanismName(mechanism))
                           .arg(plan.totalDataSize())
-                          .arg(plan.arraySize())
-                          .arg(plan.arraySizeMax())};
+                          .arg(counted(qint64(plan.arraySize()), "item", "items"))
+                          .arg(limit)};
     QStringList members = plan.memberNames();
     std::sort(members.begin(), members.end(),
               [&](const QString &a, const QString &b) { return plan.offset(a) < plan.offset(b); });
@@ -122,6 +131,16 @@ bool ModelPlans::isSupported(MechanismKind kind)
                && limitOf(GL_MAX_VERTEX_SHADER_STORAGE_BLOCKS) > 0);
 }
 
+Failure ModelPlans::check(MechanismKind kind)
+{
+    if (isSupported(kind)) {
+        return {};
+    }
+    return Problem{ExitCode::eGL,
+                   QStringLiteral("the driver has no storage blocks, which the mechanism '%1' needs")
+                       .arg(mechanismName(kind))};
+}
+
 ModelPlans::ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit)
     : _mechanism(mechanism)
     , _object(newObjectPlan())
@@ -129,8 +148,8 @@ ModelPlans::ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit
 {
     const int itemSize = int(_object->totalDataSize());
     int objects = byteLimit > 0 ? std::min(wantedObjects, byteLimit / itemSize) : wantedObjects;
-    if (mechanism == MechanismKind::eTexture) { // a row of texels, which the plan does not look at
-        objects = std::min(objects, limitOf(GL_MAX_TEXTURE_SIZE) / (itemSize / 16));
+    if (mechanism == MechanismKind::eTexture) {
+        objects = std::min(objects, itemsInRow(*_object));
     }
     registerPlan(_object, mechanism, std::max(objects, 1));
     registerPlan(_material, mechanism, 1);

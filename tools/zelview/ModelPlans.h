@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Options.h"
+#include "Outcome.h"
 
 #include <QtCore/QSharedPointer>
 #include <QtCore/QStringList>
@@ -27,6 +28,8 @@ class ModelPlans
 
 public:
     static bool isSupported(MechanismKind kind);
+    /// ExitCode::eGL where it is not.
+    static Failure check(MechanismKind kind);
 
     /// \a wantedObjects: of one collection, as far as the mechanism and \a byteLimit allow (0: as far as the mechanism).
     ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit);

@@ -101,10 +101,8 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
                        QStringLiteral("the driver has no bindless textures, which the manager '%1' needs")
                            .arg(managerName(manager))};
     }
-    if (!ModelPlans::isSupported(mechanism)) {
-        return Problem{ExitCode::eGL,
-                       QStringLiteral("the driver has no storage blocks, which the mechanism '%1' needs")
-                           .arg(mechanismName(mechanism))};
+    if (const Failure failure = ModelPlans::check(mechanism)) {
+        return *failure;
     }
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, manager, mechanism));
     ShadowLayers::setUp(renderer->_programs.processor(), options.shadowKind);
@@ -151,6 +149,12 @@ Expected<ProgramPointer> ModelRenderer::buildCasterProgram(const QString &vertex
     return buildModelProgram(vertexFile, {fragmentFile});
 }
 
+void ModelRenderer::setShown(std::vector<bool> materials, int marked)
+{
+    _drawables.setShown(std::move(materials));
+    _markedMaterial = marked;
+}
+
 void ModelRenderer::drawGeometry(const View &view)
 {
     uploadFrame(view);
@@ -172,6 +176,7 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
         environment->bind(_program.data());
     }
     _program->setUniform(QStringLiteral("u_Exposure"), QVariant(exposure));
+    _program->setUniform(QStringLiteral("u_MarkedMaterial"), QVariant(_markedMaterial));
     const AutoBinder boundFrame(_frame.data());
     const AutoBinder boundOcclusion(occlusion);
     const AutoEnabler depthTest(GL_DEPTH_TEST);
@@ -203,6 +208,26 @@ void ModelRenderer::drawCasters(ShaderProgram *program, const QMatrix4x4 &viewPr
 {
     _drawables.cull(viewProjection);
     _drawables.draw(program, _drawables.numbers(ModelDrawables::eOpaque, QVector3D()), false, eWindingOff);
+}
+
+std::optional<Picker::Find> ModelRenderer::pick(const View &view, const QPoint &pixel, const QSize &viewport)
+{
+    View close = view;
+    close.projection = Picker::closeUp(view.projection, pixel, viewport);
+    uploadFrame(close);
+    const AutoBinder boundProgram(_geometryProgram.data());
+    const AutoBinder boundFrame(_frame.data());
+    const AutoDisabler noBlending(GL_BLEND);
+    _drawables.cull(close.viewProjection());
+    const QList<int> numbers = _drawables.numbers(ModelDrawables::eOpaque, view.eye)
+                               + _drawables.numbers(ModelDrawables::eBlended, view.eye);
+    std::optional<Picker::Find> find =
+        _picker.find(close.viewProjection(), numbers,
+                     [&](const QList<int> &some) { _drawables.draw(_geometryProgram.data(), some, true); });
+    if (find) {
+        find->number = _drawables.materialOf(find->number);
+    }
+    return find;
 }
 
 Failure ModelRenderer::prepareSlots()

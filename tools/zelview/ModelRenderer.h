@@ -6,6 +6,7 @@
 #include "ModelTextures.h"
 #include "Options.h"
 #include "Outcome.h"
+#include "Picker.h"
 #include "Programs.h"
 #include "View.h"
 
@@ -37,6 +38,12 @@ public:
                                                            bool hasEnvironment);
     ~ModelRenderer();
 
+    /// What a camera of the scene sees.
+    View cameraView(int camera, float aspect) const { return _drawables.cameraView(camera, aspect); }
+
+    /// Which of the scene's materials all passes show, and which one is marked in the picture; -1: none.
+    void setShown(std::vector<bool> materials, int marked);
+
     /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
     void drawGeometry(const View &view);
     /// The second, with the same view: into the bound framebuffer, opaque draws first.
@@ -49,6 +56,9 @@ public:
     /// Both sides of the opaque draws that are inside, with a program that is bound, whatever camera looks at them
     /// otherwise.
     void drawCasters(Orvane::Zel::ShaderProgram *program, const QMatrix4x4 &viewProjection);
+
+    /// What is seen at a pixel: the number of the scene's material, and where.
+    std::optional<Picker::Find> pick(const View &view, const QPoint &pixel, const QSize &viewport);
 
     /// Builds what drawSlots() takes, unless that is done.
     Failure prepareSlots();
@@ -84,6 +94,8 @@ private:
     ModelDrawables _drawables;
     DrawIDPath _drawIDPath;
     LightRig _lights;
+    Picker _picker;
+    int _markedMaterial = -1;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
 
     qint64 _calls = 0;

@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QRect>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -111,6 +112,21 @@ Failure parseView(const QString &text, Options &options)
     }
     return usageProblem(
         QStringLiteral("--view takes AZIMUTH,ELEVATION in degrees, such as 35,22, not '%1'").arg(text));
+}
+
+/// "X,Y" in pixels of the picture, from its upper left corner.
+Expected<QPoint> parsePixel(const QString &text, const QSize &size)
+{
+    static const QRegularExpression kForm(QStringLiteral("^(\\d{1,9}),(\\d{1,9})$"));
+    const QRegularExpressionMatch match = kForm.match(text);
+    const QPoint pixel(match.captured(1).toInt(), match.captured(2).toInt());
+    if (!match.hasMatch() || !QRect(QPoint(), size).contains(pixel)) {
+        return usageProblem(QStringLiteral("--pick takes X,Y inside the picture of %1x%2, not '%3'")
+                                .arg(size.width())
+                                .arg(size.height())
+                                .arg(text));
+    }
+    return pixel;
 }
 
 Expected<DrawIDPath> parseDrawIDPath(const QString &text)
@@ -258,6 +274,18 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("view"),
         QStringLiteral("Where to look from: azimuth and elevation in degrees; 35,22."),
         QStringLiteral("a,e"));
+    const QCommandLineOption camera(
+        QStringLiteral("camera"),
+        QStringLiteral("Look through a camera of the file, by its name or its number from 0."),
+        QStringLiteral("name"));
+    const QCommandLineOption pick(
+        QStringLiteral("pick"),
+        QStringLiteral("With --offscreen: tell the material at a pixel, counted from the upper left."),
+        QStringLiteral("x,y"));
+    const QCommandLineOption printPlan(
+        QStringLiteral("print-plan"),
+        QStringLiteral("Print layout, limits and shader texts of the instance data, for the FILE or as large "
+                       "as the mechanism allows, and end."));
     const QCommandLineOption drawID(
         QStringLiteral("draw-id"),
         QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or "
@@ -313,8 +341,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
                        "KTX, HDR, ASTC, or what Qt reads."),
         QStringLiteral("FILE"));
-    parser.addOptions({offscreen, size, samples, view, drawID, manager, udim, mechanism, blockLimit, level,
-                       face, exposure, edgeFilter, verbose, help, version});
+    parser.addOptions({offscreen, size, samples, view, camera, pick, printPlan, drawID, manager, udim,
+                       mechanism, blockLimit, level, face, exposure, edgeFilter, verbose, help, version});
     parser.addOptions(environmentOptions());
     parser.addOptions(lightOptions());
     if (!parser.parse(arguments)) {
@@ -337,7 +365,10 @@ Expected<Options> parseOptions(const QStringList &arguments)
     if (options.isUdim) {
         names.append(parser.value(udim));
     }
-    if (names.size() != 1 || names.first().isEmpty()) {
+    options.printsPlan = parser.isSet(printPlan);
+    if (options.printsPlan && names.isEmpty()) {
+        names.append(QString());
+    } else if (names.size() != 1 || names.first().isEmpty()) {
         return usageProblem(names.size() > 1
                                 ? QStringLiteral("one FILE is shown at a time, not %1").arg(names.size())
                                 : QStringLiteral("no FILE is named"));
@@ -359,6 +390,17 @@ Expected<Options> parseOptions(const QStringList &arguments)
     }
     if (!failure && parser.isSet(view)) {
         failure = parseView(parser.value(view), options);
+    }
+    options.camera = parser.value(camera);
+    if (!failure && parser.isSet(camera) && (options.camera.isEmpty() || parser.isSet(view))) {
+        failure =
+            usageProblem(options.camera.isEmpty() ? QStringLiteral("--camera takes a name or a number")
+                                                  : QStringLiteral("--camera and --view exclude each other"));
+    }
+    if (!failure && parser.isSet(pick)) {
+        failure = options.picture.isEmpty()
+                      ? usageProblem(QStringLiteral("--pick goes with --offscreen"))
+                      : take(parsePixel(parser.value(pick), options.size), options.pick);
     }
     if (!failure && parser.isSet(drawID)) {
         failure = take(parseDrawIDPath(parser.value(drawID)), options.drawIDPath);
@@ -405,9 +447,10 @@ Expected<Options> parseOptions(const QStringList &arguments)
     if (failure) {
         return *failure;
     }
-    options.modelOption = firstSet(parser, QList<QCommandLineOption>{view, drawID, manager, mechanism,
-                                                                     blockLimit, environmentOptions().first()}
-                                               + lightOptions());
+    options.modelOption =
+        firstSet(parser, QList<QCommandLineOption>{view, camera, pick, printPlan, drawID, manager, mechanism,
+                                                   blockLimit, environmentOptions().first()}
+                             + lightOptions());
     options.imageOption = firstSet(parser, {level, face});
     return options;
 }

@@ -3,6 +3,7 @@
 #include "EnvironmentImage.h"
 #include "Outcome.h"
 
+#include <QtCore/QPoint>
 #include <QtCore/QSize>
 #include <QtCore/QStringList>
 
@@ -55,8 +56,11 @@ struct Options
     QSize size{1280, 720}; ///< pixels of the picture, device-independent pixels of the window
     int samples = 8; ///< for each pixel, as far as the driver goes; 1 where an edge filter takes their place
     EdgeFilter edgeFilter = EdgeFilter::eNone;
-    float azimuth = 35.0f;   ///< degrees around the vertical axis, 0 in front of the model
-    float elevation = 22.0f; ///< degrees above the horizon
+    float azimuth = 35.0f;      ///< degrees around the vertical axis, 0 in front of the model
+    float elevation = 22.0f;    ///< degrees above the horizon
+    QString camera;             ///< of the file, by name or index; empty: one that turns around the model
+    std::optional<QPoint> pick; ///< pixel of the picture whose material is told
+    bool printsPlan = false;    ///< of instance data, instead of showing anything
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
     std::optional<ManagerKind> manager; ///< none: what suits the model
     MechanismKind mechanism = MechanismKind::eUniformBuffer;

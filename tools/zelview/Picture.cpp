@@ -78,6 +78,9 @@ Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
     picture.image = *image;
     picture.drawTime = timer.elapsed();
     picture.frame = exhibit.describeFrame();
+    if (options.pick) {
+        picture.frame.append(exhibit.pick(*options.pick, options.size));
+    }
     return picture;
 }
 

@@ -124,8 +124,8 @@ struct SceneCamera
     int node = 0;
     QMatrix4x4 local; ///< to the node
     bool isOrthographic = false;
-    float height = 0.6f; ///< of the view: at distance 1, or everywhere where it is orthographic
-    float aspect = 0.0f; ///< width by height; 0: any
+    float height =
+        0.6f; ///< of the view, whatever its width: at distance 1, or everywhere where it is orthographic
     float nearPlane = 0.1f;
     float farPlane = 100.0f;
 };

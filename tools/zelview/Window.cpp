@@ -20,6 +20,7 @@ namespace {
 
 constexpr float kAnglePerStep = 120.0f; ///< of the wheel, as Qt counts
 constexpr float kStepsPerKey = 2.0f;
+constexpr qreal kClickReach = 3.0; ///< device-independent pixels that a click may wander
 
 void sayAll(const QStringList &lines)
 {
@@ -117,10 +118,28 @@ void Window::paintGL()
 void Window::mousePressEvent(QMouseEvent *event)
 {
     _lastPosition = event->localPos();
+    _pressPosition = event->localPos();
+    _hasDragged = false;
+}
+
+void Window::mouseReleaseEvent(QMouseEvent *event)
+{
+    const bool isClick = event->button() == Qt::LeftButton && !_hasDragged;
+    if (!isClick || !_isUp) {
+        return;
+    }
+    makeCurrent();
+    const QString find = _exhibit.pick((event->localPos() * devicePixelRatio()).toPoint(), sizeInPixels());
+    doneCurrent();
+    if (!find.isEmpty()) {
+        Console::say(find);
+        update();
+    }
 }
 
 void Window::mouseMoveEvent(QMouseEvent *event)
 {
+    _hasDragged = _hasDragged || (event->localPos() - _pressPosition).manhattanLength() > kClickReach;
     const QVector2D way = QVector2D(event->localPos() - _lastPosition) / float(qMax(height(), 1));
     _lastPosition = event->localPos();
     const bool moves = (event->buttons() & (Qt::MiddleButton | Qt::RightButton)) != 0

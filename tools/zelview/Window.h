@@ -14,7 +14,7 @@ class Programs;
 class Stage;
 struct Options;
 
-/// An exhibit in a window: left button turns, middle or right button moves, wheel zooms, F shows everything, Escape
+/// An exhibit in a window: a click picks, left button turns, middle or right button moves, wheel zooms, F shows everything, Escape
 /// closes; other keys are the exhibit's.
 class Window : public QOpenGLWindow
 {
@@ -32,6 +32,7 @@ protected:
     void initializeGL() override;
     void paintGL() override;
     void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -49,6 +50,8 @@ private:
     bool _isFramed = false;
     bool _speaksNext = true; ///< the next frame is described
     QPointF _lastPosition;   ///< of the pointer, device-independent pixels
+    QPointF _pressPosition;
+    bool _hasDragged = false; ///< since the button went down
     Failure _failure;
 };
 

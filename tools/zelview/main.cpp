@@ -1,9 +1,13 @@
 #include "Console.h"
 #include "Exhibit.h"
 #include "Graphics.h"
+#include "ModelDrawables.h"
+#include "ModelLoader.h"
+#include "ModelPlans.h"
 #include "Options.h"
 #include "Picture.h"
 #include "PngFile.h"
+#include "Scene.h"
 #include "Window.h"
 
 #include <QtCore/QElapsedTimer>
@@ -11,6 +15,7 @@
 #include <QtGui/QGuiApplication>
 
 #include <cstdio>
+#include <limits>
 
 using namespace zelview;
 
@@ -66,6 +71,31 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
     return {};
 }
 
+/// The plans as they are for a scene, or with all the room that their mechanism has.
+Failure printPlan(const Options &options)
+{
+    int objects = std::numeric_limits<int>::max();
+    if (!options.file.isEmpty()) {
+        const Expected<Scene> scene = loadModel(options.file);
+        if (!scene) {
+            return scene.problem();
+        }
+        objects = ModelDrawables::wantedObjects(*scene);
+    }
+    const auto context = OffscreenContext::create(options);
+    if (!context) {
+        return context.problem();
+    }
+    if (const Failure failure = ModelPlans::check(options.mechanism)) {
+        return failure;
+    }
+    const ModelPlans plans(options.mechanism, objects, options.blockLimit);
+    for (const QString &line : plans.describe()) {
+        Console::say(line);
+    }
+    return {};
+}
+
 Failure showWindow(Exhibit &exhibit, const Options &options)
 {
     Window window(exhibit, options);
@@ -80,6 +110,11 @@ Failure showWindow(Exhibit &exhibit, const Options &options)
 
 Failure run(int argc, char **argv, const Options &options)
 {
+    if (options.printsPlan) {
+        choosePlatform();
+        const QGuiApplication application(argc, argv);
+        return printPlan(options);
+    }
     const bool isOffscreen = !options.picture.isEmpty();
     if (isOffscreen) {
         if (const Failure failure = checkPicture(options)) {

@@ -6,6 +6,7 @@
 out vec4 out_FragColor;
 
 uniform float u_Exposure; // powers of two
+uniform int u_MarkedMaterial; // gets a glowing rim; -1: none
 
 #include "Frame.glslh"
 #include "Material.glslh"
@@ -26,6 +27,9 @@ void main()
         openness *= opennessAt(-(u_View * vec4(vo_Position, 1.0)).z);
     }
     vec3 radiance = (shade(surface, openness) + materialEmission()) * exp2(u_Exposure);
+    if (int(getMaterialNumber(kMaterial)) == u_MarkedMaterial) {
+        radiance += vec3(1.0, 0.35, 0.02) * (0.12 + pow(1.0 - surface.cosEye, 3.0));
+    }
 #ifdef ZELVIEW_ENVIRONMENT
     vec3 color = compressHighlights(radiance); // like the background
 #else

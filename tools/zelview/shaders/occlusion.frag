@@ -37,7 +37,7 @@ void main()
     vec3 normal = normalize(geometry.xyz);
     vec3 position = viewPosition(vo_TexCoord, geometry.w);
     vec2 size = vec2(textureSize(u_Geometry, 0));
-    float disc = min(u_Reach / (u_HalfExtent.y * geometry.w) * 0.5, kMostPixels); // in heights of the picture
+    float disc = min(u_Reach / halfHeight(geometry.w) * 0.5, kMostPixels); // in heights of the picture
     float turn = turnOfPixel();
 
     float sum = 0.0;

@@ -1,0 +1,175 @@
+#include "ZelviewRun.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// Shines in one colour, whatever the light.
+QByteArray glowing(const char *name, const char *color, const char *more = "")
+{
+    return QByteArray(R"({"name":")") + name + R"(","emissiveFactor":)" + color
+           + R"(,"pbrMetallicRoughness":{"baseColorFactor":[0,0,0,1]})" + more + "}";
+}
+
+const QByteArray kRed = "[1,0,0]";
+const QByteArray kGreen = "[0,1,0]";
+const QByteArray kBlue = "[0,0,1]";
+
+class ZelviewSceneTest : public ZelviewPictureTest
+{
+protected:
+    /// Squares in a row, as far as they are seen, from x = 0 to \a columns.
+    std::vector<int> row(const QStringList &arguments, int columns)
+    {
+        const QImage image = picture(_front + arguments);
+        std::vector<int> channels;
+        for (int i = 0; i < columns; ++i) {
+            const double x = 0.5 * image.width() + (i + 0.5 - 0.5 * columns) * 0.9 * image.width() / columns;
+            channels.push_back(leadingChannel(image.pixelColor(int(x), image.height() / 2)));
+        }
+        return channels;
+    }
+
+    QString line(const QString &head) const
+    {
+        const QStringList lines = _last.output.split(QLatin1Char('\n'));
+        const auto found = std::find_if(lines.begin(), lines.end(),
+                                        [&](const QString &line) { return line.startsWith(head); });
+        return found != lines.end() ? *found : QString();
+    }
+
+    const QStringList _front{"--view", "0,0", "--size", "160x40", "--samples", "1"};
+};
+
+TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
+{
+    // Maps of each kind, a second object of the first material, and glass over both.
+    const QString model = _files.writeSquares(
+        QStringLiteral("m.gltf"),
+        R"([{"mesh":0},{"mesh":0,"translation":[1,0,0],"scale":[-1,2,1]},{"mesh":1,"translation":[0.2,0.2,0.1]}])",
+        R"([{"doubleSided":true,"normalTexture":{"index":0},"occlusionTexture":{"index":0},
+             "emissiveTexture":{"index":0},"emissiveFactor":[0.3,0.3,0.3],
+             "pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicRoughnessTexture":{"index":0}}},
+            {"alphaMode":"BLEND","doubleSided":true,"pbrMetallicRoughness":{"baseColorFactor":[1,0.2,0.2,0.5]}}])",
+        R"("textures":[{"source":0}],"images":[{"uri":"data:image/png;base64,)" + fourColours().toBase64()
+            + R"("}])");
+    const QStringList common{model, "--size", "100x100", "--samples", "1"};
+    const QImage plain = picture(common);
+    EXPECT_TRUE(_last.output.contains(QStringLiteral("3 objects by ubo in 2 collections of at most 2;")))
+        << qPrintable(_last.output);
+    for (const char *mechanism : {"ubo", "uniform", "texbuffer", "texture", "ssbo"}) {
+        for (const char *manager : {"sampler", "array"}) {
+            SCOPED_TRACE(std::string(mechanism) + " " + manager);
+            const QImage other = picture(
+                common + QStringList{"--mechanism", mechanism, "--manager", manager, "--block-limit", "256"});
+            EXPECT_TRUE(_last.output.contains(
+                QStringLiteral("3 objects by %1 in 3 collections of at most 1;").arg(mechanism)))
+                << qPrintable(_last.output);
+            EXPECT_LE(difference(plain, other), 1);
+        }
+    }
+}
+
+TEST_F(ZelviewSceneTest, MirroredNodesShowTheirFrontHiddenNodesAndBacksNothing)
+{
+    const QByteArray materials = "[" + glowing("r", kRed) + "," + glowing("g", kGreen) + ","
+                                 + glowing("b", kBlue) + "," + glowing("two", kBlue, R"(,"doubleSided":true)")
+                                 + "]";
+    const QString model = _files.writeSquares(QStringLiteral("m.gltf"),
+                                              R"([{"mesh":0},
+            {"scale":[-1,1,1],"children":[2]},{"mesh":1,"translation":[-2,0,0]},
+            {"mesh":2,"translation":[3,0,0],"rotation":[0,1,0,0]},
+            {"mesh":3,"translation":[4,0,0],"rotation":[0,1,0,0]},
+            {"extensions":{"KHR_node_visibility":{"visible":false}},"children":[6]},{"mesh":0,"translation":[9,0,0]}])",
+                                              materials, R"("extensionsUsed":["KHR_node_visibility"])");
+    EXPECT_EQ(row({model}, 4), (std::vector<int>{0, 1, -1, 2}));
+    if (!qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS")) {
+        EXPECT_EQ(row({model, "--draw-id", "base-instance"}, 4), (std::vector<int>{0, 1, -1, 2}));
+    }
+}
+
+TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
+{
+    const QString model = _files.writeSquares(
+        QStringLiteral("m.gltf"),
+        R"([{"mesh":0},{"mesh":1,"translation":[5,0,0]},
+            {"name":"left","camera":0,"translation":[0.5,0.5,2],"scale":[3,3,3]},
+            {"name":"right","camera":1,"translation":[5.5,0.5,300]}])",
+        "[" + glowing("r", kRed) + "," + glowing("g", kGreen) + "]",
+        R"("cameras":[{"type":"perspective","perspective":{"yfov":0.9,"znear":0.1,"aspectRatio":2}},
+                      {"type":"orthographic","orthographic":{"xmag":1,"ymag":1,"znear":0.1,"zfar":400}}])");
+    const auto channels = [&](const char *camera) {
+        const QImage image = picture({model, "--camera", camera, "--size", "100x100", "--samples", "1"});
+        // The middle, and either side of the upper border of the square: half the view's height each.
+        return std::vector<int>{leadingChannel(image.pixelColor(50, 50)),
+                                leadingChannel(image.pixelColor(50, 30)),
+                                leadingChannel(image.pixelColor(50, 20))};
+    };
+    EXPECT_EQ(channels("left"), (std::vector<int>{0, 0, -1})); // 1 of 2 * 2 * tan(0.45)
+    EXPECT_EQ(channels("1"), (std::vector<int>{1, 1, -1}));    // 1 of 2
+    EXPECT_EQ(line("camera"), QStringLiteral("camera    'right', number 1"));
+    const Ending ending = runZelview({model, "--camera", "up", "--offscreen", _files.path("no.png")});
+    EXPECT_EQ(ending.code, 1);
+    EXPECT_EQ(ending.errors,
+              QStringLiteral("zelview: there is no camera 'up': '%1' has 'left', 'right'\n").arg(model));
+}
+
+TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
+{
+    // More materials than a stencil counts; the last one is glass in front of the first two.
+    QByteArray materials;
+    QByteArray text = "mtllib m.mtl\n";
+    for (int i = 0; i < 300; ++i) {
+        materials += QStringLiteral("newmtl m%1\nKd 0.5 0.5 %2\n").arg(i).arg(i / 300.0).toUtf8();
+        const bool isGlass = i == 299;
+        materials += isGlass ? "d 0.5\n" : "";
+        const int width = isGlass ? 2 : 1;
+        text += QStringLiteral("usemtl m%1\n").arg(i).toUtf8();
+        for (const auto &corner : {QPair<int, int>{0, 0}, {1, 0}, {1, 1}, {0, 1}}) {
+            text += QStringLiteral("v %1 %2 %3\n")
+                        .arg(isGlass ? corner.first * width : i % 20 + corner.first)
+                        .arg(isGlass ? corner.second : i / 20 + corner.second)
+                        .arg(isGlass ? 1 : 0)
+                        .toUtf8();
+        }
+        text += "f -4 -3 -2 -1\n";
+    }
+    _files.write(QStringLiteral("m.mtl"), materials);
+    const QString wall = _files.write(QStringLiteral("m.obj"), text);
+    const auto pick = [&](const char *pixel) {
+        picture({wall, "--view", "0,0", "--size", "200x150", "--samples", "1", "--pick", pixel});
+        return line("pick");
+    };
+    EXPECT_EQ(pick("1,1"), QStringLiteral("pick      1,1: nothing"));
+    EXPECT_TRUE(pick("105,75").contains(QStringLiteral(": material 'm150', number ")))
+        << qPrintable(line("pick"));
+    EXPECT_TRUE(pick("176,13").contains(QStringLiteral(": material 'm298', number ")))
+        << qPrintable(line("pick"));
+    EXPECT_TRUE(pick("15,136").contains(QStringLiteral(": material 'm299', number ")))
+        << qPrintable(line("pick"));
+    EXPECT_TRUE(line("pick").endsWith(QStringLiteral(" 1")))
+        << qPrintable(line("pick")); // the plane of the glass
+}
+
+TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
+{
+    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 4, 3);
+    const Ending fitting = runZelview({wall, "--print-plan"});
+    EXPECT_EQ(fitting.code, 0);
+    EXPECT_EQ(fitting.errors, QString());
+    for (const char *words :
+         {"plan      Object by ubo: 256 bytes an item, 4 items of at most ",
+          "member    ModelMatrix at 0, 64 bytes", "#define OBJECT_ARRAY_SIZE 4\n", "  Object Objects[4];\n",
+          "plan      Material by ubo: 112 bytes an item, 1 item of at most ",
+          "vec4 getBaseColor(uint Index) { return Materials[ Index].BaseColor; }\n"}) {
+        EXPECT_TRUE(fitting.output.contains(QLatin1String(words))) << words;
+    }
+    const Ending whole = runZelview({"--print-plan", "--mechanism", "texture", "--block-limit", "2560"});
+    EXPECT_EQ(whole.code, 0);
+    EXPECT_TRUE(
+        whole.output.startsWith(QStringLiteral("plan      Object by texture: 256 bytes an item, 10 items")))
+        << qPrintable(whole.output);
+    EXPECT_TRUE(whole.output.contains(QStringLiteral("uniform sampler2D u_fObjectSampler;\n")));
+}
+
+} // namespace
