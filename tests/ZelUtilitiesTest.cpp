@@ -1,5 +1,6 @@
 // The shared GLSL files: what their functions compute, and that every stage compiles and links under every define.
 
+#include "support/Files.h"
 #include "support/GLFixture.h"
 
 #include <ZelGL/GLSLMacroProcessor.h>
@@ -11,6 +12,7 @@
 #include <QtGui/QVector2D>
 
 #include <cmath>
+#include <cstring>
 
 using namespace Orvane::Zel;
 
@@ -262,6 +264,30 @@ TEST_F(ZelUtilitiesTest, NormalsTurnByTheInverseTransposed)
     EXPECT_NEAR(expected.x(), result[0], 1e-4);
     EXPECT_NEAR(expected.y(), result[1], 1e-4);
     EXPECT_NEAR(expected.z(), result[2], 1e-4);
+    program.unbind();
+}
+
+TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLastPlace)
+{
+    QString text = bytesOf(":/GLSL/include/ShaderBitEncoding.glslh");
+    text.replace("#ifdef GL_ARB_shader_bit_encoding", "#if 0"); // the driver has the extension
+    ASSERT_TRUE(link("vec4(floatBitsToUint(u_Dir.x) >> 16u, floatBitsToUint(u_Dir.x) & 0xFFFFu,\n"
+                     "    uintBitsToFloat(u_Bits), 0.0)",
+                     QString(), text + "\nuniform uint u_Bits;\n"));
+    ASSERT_TRUE(program.bind());
+    for (const float value :
+         {0.0f, 1.0f, -1.0f, 0.5f, 0.9999999f, 0.7071f, 3.0f, -1234.5f, 1e-20f, 3e30f, 2e-38f}) {
+        GLuint bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        program.setUniform("u_Dir", QVector3D(value, 0.0f, 0.0f));
+        program.setUniform("u_Bits", QVariant(bits));
+        const std::vector<float> result = capture();
+        const GLuint encoded = GLuint(result[0]) << 16 | GLuint(result[1]);
+        float read = 0.0f;
+        std::memcpy(&read, &encoded, sizeof read);
+        EXPECT_NEAR(value, read, std::fabs(value) * 1e-6f) << "encoded";
+        EXPECT_NEAR(value, result[2], std::fabs(value) * 1e-6f) << "decoded";
+    }
     program.unbind();
 }
 
