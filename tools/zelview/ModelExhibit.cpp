@@ -322,7 +322,7 @@ void ModelExhibit::draw(const QSize &viewport)
         _lightLines->draw(seen.viewProjection(), _shadows->table());
     }
     if (_showsLayers) {
-        _shadows->drawDebug();
+        _shadows->drawDebug(viewport);
     }
     if (_showsSlots) {
         _renderer->drawSlots();

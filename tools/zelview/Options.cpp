@@ -42,6 +42,13 @@ const QStringList kMechanismNames{QStringLiteral("ubo"), QStringLiteral("uniform
                                   QStringLiteral("ssbo")};
 static_assert(kMechanismKinds == 5, "each has a name");
 
+constexpr char kKeys[] =
+    "Window:  left button turns, middle or right button moves, wheel, + and - zoom, F shows everything, "
+    "Escape closes.\n"
+    "Models:  G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
+    "         Up, Down exposure; Left, Right turn the surroundings;\n"
+    "         M next texture manager, D its slots, I next mechanism for instance data.";
+
 Problem usageProblem(const QString &text)
 {
     return {ExitCode::eUsage, text + QStringLiteral(" (see zelview --help)")};
@@ -335,7 +342,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Shows a model or an image in a window, or writes a picture of it."));
+        QStringLiteral("Shows a model or an image in a window, or writes a picture of it.\n\n")
+        + QLatin1String(kKeys));
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
         QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "

@@ -455,14 +455,17 @@ void ShadowLayers::unbind(ShaderProgram *program)
     _block->unbind(program);
 }
 
-void ShadowLayers::drawDebug()
+void ShadowLayers::drawDebug(const QSize &viewport)
 {
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoEnabler blending(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     const AutoBinder bound(_debug.data());
     bind(_debug.data());
+    const int side = std::min(viewport.width(), viewport.height());
+    glViewport(0, 0, side, side);
     drawFullscreen(_debug.data());
+    glViewport(0, 0, viewport.width(), viewport.height());
     unbind(_debug.data());
 }
 

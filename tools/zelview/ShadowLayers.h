@@ -9,6 +9,7 @@
 
 #include <ZelGL/ShadowMapManager.h>
 
+#include <QtCore/QSize>
 #include <QtCore/QString>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector2D>
@@ -66,8 +67,8 @@ public:
     void bind(Orvane::Zel::ShaderProgram *program);
     void unbind(Orvane::Zel::ShaderProgram *program);
 
-    /// The table's view of itself, over the bound framebuffer.
-    void drawDebug();
+    /// The table's view of itself, in a square in the left lower corner of the bound framebuffer.
+    void drawDebug(const QSize &viewport);
     /// Cascades in colours of their own.
     void setCascadesShown(bool isShown) { _areCascadesShown = isShown; }
 

@@ -1,6 +1,7 @@
 // The shadow table's view of itself: below a bar of the lights, above it the layers side by side.
 // In:  vo_TexCoord from 0 to 1, lower left to upper right.
-// Out: linear; transparent where there is nothing.
+// Out: linear; depths from white, next to the light, to black, and blue where there is nothing; beside the layers
+//      transparent.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 in vec2 vo_TexCoord;
@@ -11,5 +12,13 @@ out vec4 out_FragColor;
 
 void main()
 {
-    out_FragColor = shadowMapGetDebug(vo_TexCoord);
+    const float kBar = 0.02; // its height
+
+    vec4 color = shadowMapGetDebug(vo_TexCoord);
+    if (vo_TexCoord.y >= kBar && color.a > 0.0) {
+        float nearness = max(1.0 - color.r, 0.0);
+        // The root opens up what perspective presses together at the far end.
+        color.rgb = nearness > 0.0 ? vec3(pow(nearness, 0.4)) : vec3(0.05, 0.09, 0.16);
+    }
+    out_FragColor = color;
 }
