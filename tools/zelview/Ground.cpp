@@ -61,7 +61,6 @@ void Ground::setView(ShaderProgram &program, const View &view) const
 {
     program.setUniform(QStringLiteral("u_View"), QVariant(view.view));
     program.setUniform(QStringLiteral("u_ToWorld"), QVariant(view.viewProjection().inverted()));
-    program.setUniform(QStringLiteral("u_Eye"), QVariant(view.eye));
     program.setUniform(QStringLiteral("u_Middle"), QVariant(_middle));
 }
 

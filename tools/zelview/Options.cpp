@@ -45,8 +45,9 @@ static_assert(kMechanismKinds == 5, "each has a name");
 constexpr char kKeys[] =
     "Window:  left button turns, middle or right button moves, wheel, + and - zoom, F shows everything, "
     "Escape closes.\n"
-    "Models:  G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
-    "         Up, Down exposure; Left, Right turn the surroundings;\n"
+    "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the surroundings;\n"
+    "         N selects a material, O shows it alone, X leaves it out, A shows all;\n"
+    "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
     "         M next texture manager, D its slots, I next mechanism for instance data.";
 
 Problem usageProblem(const QString &text)

@@ -101,7 +101,12 @@ template <typename Function> void forCorners(const Box &box, Function function)
     }
 }
 
-/// The ends of a box along a view; the near one is a thousandth of the far one at least.
+bool isOrthographic(const View &view)
+{
+    return view.projection(3, 3) != 0.0f;
+}
+
+/// The ends of a box along a view; in a perspective the near one is a thousandth of the far one at least.
 struct Depths
 {
     float near = 3.4e38f;
@@ -116,7 +121,9 @@ Depths depthsOf(const View &view, const Box &box)
         depths.near = std::min(depths.near, depth);
         depths.far = std::max(depths.far, depth);
     });
-    depths.near = std::max(depths.near, 0.001f * depths.far);
+    if (!isOrthographic(view)) {
+        depths.near = std::max(depths.near, 0.001f * depths.far);
+    }
     return depths;
 }
 
@@ -126,8 +133,11 @@ QMatrix4x4 projectionToFit(const View &view, const Depths &depths)
     QMatrix4x4 projection = view.projection;
     projection(0, 0) *= kWidening;
     projection(1, 1) *= kWidening;
-    if (depths.far > 0.0f) {
-        const float length = depths.far - depths.near;
+    const float length = depths.far - depths.near;
+    if (isOrthographic(view)) {
+        projection(2, 2) = -2.0f / length;
+        projection(2, 3) = -(depths.far + depths.near) / length;
+    } else if (depths.far > 0.0f) { // otherwise the box is behind the eye
         projection(2, 2) = -(depths.far + depths.near) / length;
         projection(2, 3) = -2.0f * depths.far * depths.near / length;
     }
