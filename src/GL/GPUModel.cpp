@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <optional>
 #include <tuple>
 #include <typeinfo>
@@ -81,6 +82,17 @@ bool isOutside(const QMatrix4x4 &viewProjection, const QMatrix4x4 &world, const 
     return (behind[0] | behind[1] | behind[2]) != 0;
 }
 
+constexpr int kCullAhead = 6; ///< drawables whose memory is asked for while another is culled
+
+/// Asks for the memory of a vector, which lies elsewhere for each drawable.
+template <typename T> void prefetch(const QVector<T> &values)
+{
+    static_assert(sizeof values == sizeof(void *), "holds the address, and nothing else");
+    const void *memory = nullptr;
+    std::memcpy(&memory, &values, sizeof memory);
+    __builtin_prefetch(memory);
+}
+
 template <typename T> T valueOr(const QVector<T> &values, int index, const T &otherwise)
 {
     return index >= 0 && index < values.size() ? values.at(index) : otherwise;
@@ -145,20 +157,94 @@ template <typename Key, typename Value> quint64 bytesOf(const QHash<Key, QVector
 
 } // namespace
 
+/// What follows from a world matrix.
+///
+/// An affine one gives all of it by the cross products of its columns, which are the rows of the inverse times the
+/// determinant: one computation in place of three. Qt does the same for the inverse and for the normal matrix, in
+/// double too, and is asked where the shape is another or the determinant is 0.
+class GPUModel::Derived
+{
+public:
+    explicit Derived(const QMatrix4x4 &world)
+    {
+        const float *m = world.constData();
+        const Vector columns[3] = {{m[0], m[1], m[2]}, {m[4], m[5], m[6]}, {m[8], m[9], m[10]}};
+        const Vector rows[3] = {cross(columns[1], columns[2]), cross(columns[2], columns[0]),
+                                cross(columns[0], columns[1])};
+        const double determinant = dot(columns[0], rows[0]);
+        if (!world.isAffine() || !std::isnormal(determinant)) {
+            inverse = world.inverted();
+            normal = world.normalMatrix();
+            swapsHandedness = SwapsHandedness(world);
+            return;
+        }
+        fillFrom(rows, 1.0 / determinant, m + 12);
+        swapsHandedness = hasTinyRow(columns) ? SwapsHandedness(world) : determinant < 0.0;
+    }
+
+    QMatrix4x4 inverse{Qt::Uninitialized};
+    QMatrix3x3 normal{Qt::Uninitialized};
+    bool swapsHandedness;
+
+private:
+    struct Vector
+    {
+        double x;
+        double y;
+        double z;
+    };
+
+    static Vector cross(const Vector &a, const Vector &b)
+    {
+        return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+    }
+    static double dot(const Vector &a, const Vector &b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+    /// Whether normalising a row of the matrix might take it for 0.
+    static bool hasTinyRow(const Vector (&columns)[3])
+    {
+        constexpr double kTiny = 1e-11;
+        const Vector &a = columns[0];
+        const Vector &b = columns[1];
+        const Vector &c = columns[2];
+        return !(a.x * a.x + b.x * b.x + c.x * c.x > kTiny && a.y * a.y + b.y * b.y + c.y * c.y > kTiny
+                 && a.z * a.z + b.z * b.z + c.z * c.z > kTiny);
+    }
+
+    void fillFrom(const Vector (&rows)[3], double factor, const float *translation)
+    {
+        float *to = inverse.data();
+        for (int row = 0; row < 3; ++row) {
+            const float x = float(rows[row].x * factor);
+            const float y = float(rows[row].y * factor);
+            const float z = float(rows[row].z * factor);
+            to[row] = x;
+            to[4 + row] = y;
+            to[8 + row] = z;
+            to[12 + row] = -x * translation[0] - y * translation[1] - z * translation[2];
+            to[4 * row + 3] = 0.0f;
+            // The normal matrix is the transpose of the inverse.
+            normal.data()[3 * row] = x;
+            normal.data()[3 * row + 1] = y;
+            normal.data()[3 * row + 2] = z;
+        }
+        to[15] = 1.0f;
+    }
+};
+
 /// Writes the matrices of transforms into object data. The places of the members
 /// are looked up once a plan.
 class GPUModel::MatrixWriter
 {
 public:
-    void write(InstanceDataCollection &data, int item, const QMatrix4x4 &world, const QMatrix4x4 &inverse,
-               const QMatrix3x3 &normal)
+    void write(InstanceDataCollection &data, int item, const QMatrix4x4 &world, const Derived &derived)
     {
         const Places &places = placesIn(data.plan());
         data.moveBytes(item, places.model, places.previous, places.modelBytes);
         data.setBytes(item, places.model, world.constData(), kMat4Bytes);
-        data.setBytes(item, places.inverse, inverse.constData(), kMat4Bytes);
+        data.setBytes(item, places.inverse, derived.inverse.constData(), kMat4Bytes);
         if (places.hasNormal) {
-            data.setBytes(item, places.normal, normal.constData(), kMat3Bytes);
+            data.setBytes(item, places.normal, derived.normal.constData(), kMat3Bytes);
         }
     }
 
@@ -1082,7 +1168,16 @@ int GPUModel::visibilityCull()
 int GPUModel::frustumCull(const QMatrix4x4 &viewProjection)
 {
     int newlyCulled = 0;
-    for (Drawable &drawable : _drawables) {
+    const int count = _drawables.size();
+    Drawable *drawables = _drawables.data();
+    for (int position = 0; position < count; ++position) {
+        if (position + kCullAhead < count) {
+            const Drawable &ahead = drawables[position + kCullAhead];
+            prefetch(ahead.transformRefs);
+            prefetch(ahead.boundingBoxRefs);
+            prefetch(ahead.culled);
+        }
+        Drawable &drawable = drawables[position];
         const int commands = drawable.culled.size();
         if (drawable.culledCount >= commands) {
             continue;
@@ -1435,24 +1530,19 @@ void GPUModel::recompute(int transform, MatrixWriter &writer)
     } else {
         world = _worldTransforms.at(parent) * _localTransforms.at(transform);
     }
-    const QMatrix3x3 normal = world.normalMatrix();
+    const Derived derived(world);
     _worldTransforms[transform] = world;
-    _normalTransforms[transform] = normal;
-    _transformSwapsHandedness[transform] = SwapsHandedness(world);
+    _normalTransforms[transform] = derived.normal;
+    _transformSwapsHandedness[transform] = derived.swapsHandedness;
     _transformDirty[transform] = false;
 
-    const QVector<InstanceRef> &refs = _transformInstances.at(transform);
-    if (refs.isEmpty()) {
-        return;
-    }
-    const QMatrix4x4 inverse = world.inverted();
-    for (const InstanceRef &ref : refs) {
+    for (const InstanceRef &ref : qAsConst(_transformInstances).at(transform)) {
         const Drawable *user = drawableAt(ref.instance);
         if (user == nullptr) {
             continue;
         }
         if (user->objectData != nullptr) {
-            writer.write(*user->objectData, ref.drawCommand, world, inverse, normal);
+            writer.write(*user->objectData, ref.drawCommand, world, derived);
         }
         _movedInstances.append(ref);
     }

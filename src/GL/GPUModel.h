@@ -299,6 +299,7 @@ private:
         float distance;
         int drawCommand;
     };
+    class Derived;
     class MatrixWriter;
     class TransformView;
     class Walk;
