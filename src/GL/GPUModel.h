@@ -43,6 +43,9 @@ enum WindingType {
 /// Errors:  indices are the caller's to check (isValidTransform(),
 ///          isValidBoundingBox()); one that is out of range is passed over or
 ///          answered with an empty value. Nothing is logged.
+/// Source:  OpenGL 3.2 core; the planes of a frustum from the rows of its matrix:
+///          G. Gribb, K. Hartmann, "Fast extraction of viewing frustum planes from
+///          the world-view-projection matrix", 2001.
 /// Ownership: what add() was given belongs to the model while setDeleteOnClear()
 ///          is on, which it is at first.
 class ZELGL_EXPORT GPUModel
