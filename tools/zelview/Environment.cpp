@@ -81,6 +81,11 @@ Environment::Environment() = default;
 
 Environment::~Environment() = default;
 
+void Environment::setUp(GLSLMacroProcessor *processor)
+{
+    processor->addDefine(QStringLiteral("ZELVIEW_ENVIRONMENT"), QStringLiteral("1"));
+}
+
 Expected<std::unique_ptr<Environment>> Environment::create(Programs &programs, const QString &path,
                                                            std::optional<EnvironmentLayout> layout, Sun sun)
 {

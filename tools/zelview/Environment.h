@@ -12,6 +12,7 @@
 #include <optional>
 
 namespace Orvane { namespace Zel {
+class GLSLMacroProcessor;
 class Texture;
 }} // namespace Orvane::Zel
 
@@ -30,6 +31,9 @@ class Environment
 
 public:
     enum Sun { eKeepSun, eTakeSun };
+
+    /// The define for programs whose light is an environment's.
+    static void setUp(Orvane::Zel::GLSLMacroProcessor *processor);
 
     /// Reads and bakes, and tells on stderr how far it is. Without a \a layout the image's ratio decides.
     static Expected<std::unique_ptr<Environment>> create(Programs &programs, const QString &path,

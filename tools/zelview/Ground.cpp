@@ -1,5 +1,6 @@
 #include "Ground.h"
 
+#include "Environment.h"
 #include "ShadowLayers.h"
 
 #include <ZelGL/ZelGL.h>
@@ -42,18 +43,25 @@ void Ground::drawGeometry(const View &view)
     drawFullscreen(_geometry.data());
 }
 
-void Ground::draw(const View &view, Texture *occlusion, ShadowLayers &shadows)
+void Ground::draw(const View &view, Texture *occlusion, ShadowLayers &shadows, Environment *environment)
 {
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoEnabler blending(GL_BLEND);
     glBlendFunc(GL_ZERO, GL_SRC_COLOR);
     const AutoBinder bound(_shading.data());
     const AutoBinder boundOcclusion(occlusion);
+    const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     shadows.bind(_shading.data());
+    if (environment != nullptr) {
+        environment->bind(_shading.data());
+    }
     setView(*_shading, view);
     _shading->setUniform(QStringLiteral("u_Radius"), QVariant(_radius));
     _shading->setUniform(QStringLiteral("u_Occlusion"), QVariant(int(occlusion->unit())));
     drawFullscreen(_shading.data());
+    if (environment != nullptr) {
+        environment->unbind();
+    }
     shadows.unbind(_shading.data());
 }
 

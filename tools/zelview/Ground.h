@@ -13,6 +13,7 @@ class Texture;
 
 namespace zelview {
 
+class Environment;
 class ShadowLayers;
 
 /// A level ground under a scene, of which only what the scene does to it is seen: the backdrop darkens where shadows fall.
@@ -24,14 +25,15 @@ class Ground
     Q_DISABLE_COPY(Ground)
 
 public:
-    /// The processor of \a programs has ShadowLayers' defines.
+    /// The processor of \a programs has ShadowLayers' defines, and that of Environment where there is one.
     static Expected<std::unique_ptr<Ground>> create(Programs &programs, const Box &scene);
     ~Ground();
 
     /// Into the bound framebuffer, for AmbientOcclusion, before the model.
     void drawGeometry(const View &view);
     /// Over the backdrop in the bound framebuffer, before the model. Depth is neither tested nor written.
-    void draw(const View &view, Orvane::Zel::Texture *occlusion, ShadowLayers &shadows);
+    void draw(const View &view, Orvane::Zel::Texture *occlusion, ShadowLayers &shadows,
+              Environment *environment);
 
 private:
     Ground(ProgramPointer geometry, ProgramPointer shading, const Box &scene);

@@ -177,6 +177,7 @@ Failure ModelExhibit::makeSurroundings(Programs &programs)
     if (!environment) {
         return environment.problem();
     }
+    Environment::setUp(programs.processor());
     _environment = std::move(*environment);
     _environment->setRotation(_options.environmentRotation);
     return {};
@@ -315,7 +316,7 @@ void ModelExhibit::draw(const QSize &viewport)
         _backdrop->draw(viewport);
     }
     if (_options.hasGround) {
-        _ground->draw(seen, _occlusion->texture(), *_shadows);
+        _ground->draw(seen, _occlusion->texture(), *_shadows, _environment.get());
     }
     _renderer->draw(seen, _occlusion->texture(), _environment.get(), *_shadows, _options.exposure);
     if (_showsVolumes) {

@@ -107,7 +107,7 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, manager, mechanism));
     ShadowLayers::setUp(renderer->_programs.processor(), options.shadowKind);
     if (hasEnvironment) {
-        renderer->_programs.processor()->addDefine("ZELVIEW_ENVIRONMENT", "1");
+        Environment::setUp(renderer->_programs.processor());
     }
     if (const Failure failure = renderer->buildPrograms()) {
         return *failure;

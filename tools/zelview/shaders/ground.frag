@@ -15,7 +15,21 @@ out vec4 out_FragColor;
 #include "LightTable.glslh"
 #include "Shadows.glslh"
 
-const float kDome = 0.30; // what comes from all around, by what comes from the lights at the scene's middle
+#ifdef ZELVIEW_ENVIRONMENT
+#include "Environment.glslh"
+
+// The scene hides about half of it from the ground around.
+vec3 dome(vec3 lamps)
+{
+    return 0.5 * 3.14159265 * environmentScattered(vec3(0.0, 1.0, 0.0));
+}
+#else
+// What comes from all around, by what comes from the lamps.
+vec3 dome(vec3 lamps)
+{
+    return 0.30 * lamps;
+}
+#endif
 
 // The mean around a pixel, over whatever belongs to the ground: what is estimated there is smooth.
 float groundOpenness(float distance)
@@ -68,6 +82,6 @@ void main()
     vec3 inTheOpen;
     vec3 arrived = arriving(position, inTheOpen);
     float openness = groundOpenness(-(u_View * vec4(position, 1.0)).z);
-    vec3 dome = max(kDome * inTheOpen, vec3(1e-3));
-    out_FragColor = vec4(mix(vec3(1.0), (arrived * mix(1.0, openness, 0.5) + dome * openness) / (inTheOpen + dome), presence), 1.0);
+    vec3 around = max(dome(inTheOpen), vec3(1e-3));
+    out_FragColor = vec4(mix(vec3(1.0), (arrived * mix(1.0, openness, 0.5) + around * openness) / (inTheOpen + around), presence), 1.0);
 }
