@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QRegularExpression>
+
 namespace {
 
 /// Shines in one colour, whatever the light.
@@ -170,6 +172,30 @@ TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
         whole.output.startsWith(QStringLiteral("plan      Object by texture: 256 bytes an item, 10 items")))
         << qPrintable(whole.output);
     EXPECT_TRUE(whole.output.contains(QStringLiteral("uniform sampler2D u_fObjectSampler;\n")));
+}
+
+TEST_F(ZelviewSceneTest, StatisticsCountWhatTheFramesOfAFlightMake)
+{
+    const QStringList common{"--size", "64x36", "--samples", "1"};
+    picture(common + QStringList{_files.writeWall(QStringLiteral("wall.obj"), 4, 3), "--stats"});
+    EXPECT_EQ(line("scene"),
+              QStringLiteral("scene     3 drawables, 12 commands drawn, 0 culled; 24 triangles"));
+    EXPECT_TRUE(line("memory").endsWith(QStringLiteral(" KB on the GPU, without textures")))
+        << qPrintable(line("memory"));
+    const QRegularExpression calls(
+        QStringLiteral("^calls     (\\d+) GL calls, (\\d+) changes of state, (\\d+) of them redundant$"));
+    const auto counts = calls.match(line("calls"));
+    ASSERT_TRUE(counts.hasMatch()) << qPrintable(line("calls"));
+    EXPECT_GE(counts.captured(1).toInt(), 12 + counts.captured(2).toInt());
+    EXPECT_GT(counts.captured(2).toInt(), counts.captured(3).toInt());
+
+    picture(common + QStringList{"--stress", "200", "--frames", "3"});
+    const auto scene =
+        QRegularExpression(QStringLiteral("^scene     200 drawables, (\\d+) commands drawn, (\\d+) culled; "))
+            .match(line("scene"));
+    ASSERT_TRUE(scene.hasMatch()) << qPrintable(line("scene"));
+    EXPECT_EQ(scene.captured(1).toInt() + scene.captured(2).toInt(), 200);
+    EXPECT_TRUE(line("frame").endsWith(QStringLiteral("; mean of 3 frames"))) << qPrintable(line("frame"));
 }
 
 } // namespace

@@ -47,6 +47,9 @@ public:
     void draw(const QSize &viewport) override { lastViewport = viewport; }
 
     QStringList describeFrame() const override { return {}; }
+    QStringList describeStatistics() override { return {QStringLiteral("1 drawable")}; }
+    bool isMoving() const override { return false; }
+    void setTime(float) override {}
     bool isDithered() const override { return false; }
 
     void drag(DragKind kind, const QVector2D &way) override
@@ -170,9 +173,21 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
         waitForFrame(QSize(300, 300));
         EXPECT_EQ(_notebook.takeNotes(), QStringList()); // the view is the user's by now
         _notebook.lastViewport = QSize();
-        type(window, Qt::Key_F);
+        type(window, Qt::Key_Home);
         waitForFrame(QSize(300, 300));
         EXPECT_EQ(_notebook.takeNotes(), (QStringList{"frame 300x300"}));
+
+        const QImage plain = window.grabFramebuffer();
+        const auto pictureAfterF = [&] {
+            _notebook.lastViewport = QSize();
+            type(window, Qt::Key_F);
+            waitForFrame(QSize(300, 300));
+            return window.grabFramebuffer();
+        };
+        const QImage told = pictureAfterF(); // text in the corner, and nothing elsewhere
+        EXPECT_NE(told.copy(0, 0, 150, 60), plain.copy(0, 0, 150, 60));
+        EXPECT_EQ(told.copy(0, 150, 300, 150), plain.copy(0, 150, 300, 150));
+        EXPECT_EQ(pictureAfterF(), plain);
         EXPECT_FALSE(window.failure());
     }
     EXPECT_EQ(_notebook.takeNotes(), (QStringList{"down"}));
@@ -289,6 +304,30 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, -1);
     EXPECT_TRUE(model.report().contains(QStringLiteral("alone 'm0'")));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, 1);
+}
+
+TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
+{
+    const ModelFiles files;
+    _options.file = files.writeWall(QStringLiteral("wall.obj"), 9, 1);
+    _options.azimuth = _options.elevation = 0.0f;
+    const QSize size(90, 30);
+    ShownModel model(_options, size);
+    const QImage plain = model.picture();
+    model->zoom(12.0f);
+    const QImage close = model.pictureAfter(Qt::Key_Z);
+    const QString scene = model->describeStatistics().first();
+    EXPECT_TRUE(scene.contains(QStringLiteral("culled by a frozen frustum"))) << qPrintable(scene);
+    EXPECT_FALSE(scene.contains(QStringLiteral(", 0 culled"))) << qPrintable(scene);
+
+    model->frame(size);
+    const QImage all = model.picture();
+    EXPECT_EQ(all.pixel(45, 15), plain.pixel(45, 15));
+    for (const int x : {9, 81}) { // the outermost: red and blue, and blue ghosts of them
+        EXPECT_NE(all.pixel(x, 15), plain.pixel(x, 15));
+        EXPECT_GT(all.pixelColor(x, 15).blue(), all.pixelColor(x, 15).red());
+    }
+    EXPECT_EQ(model.pictureAfter(Qt::Key_Z), plain);
 }
 
 TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)

@@ -9,7 +9,7 @@ namespace zelview {
 
 Expected<std::unique_ptr<Exhibit>> Exhibit::load(const Options &options)
 {
-    const bool isImage = !options.isUdim && isImageFile(options.file);
+    const bool isImage = !options.isUdim && options.stressBodies == 0 && isImageFile(options.file);
     return isImage ? ImageExhibit::load(options) : ModelExhibit::load(options);
 }
 

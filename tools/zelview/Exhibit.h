@@ -44,6 +44,14 @@ public:
     /// In words, for the report: what the last draw() took.
     virtual QStringList describeFrame() const = 0;
 
+    /// In words, for whoever measures: what the last draw() had to do with.
+    virtual QStringList describeStatistics() = 0;
+
+    /// Whether it moves by itself, along a path that setTime() places it on.
+    virtual bool isMoving() const = 0;
+    /// From 0 to 1, and round again.
+    virtual void setTime(float time) = 0;
+
     /// Whether soft gradients in it want the noise that hides the steps of 8 bits.
     virtual bool isDithered() const = 0;
 

@@ -109,6 +109,23 @@ ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures
     _model.updateTransforms();
 }
 
+quint64 ModelDrawables::memoryOnCPU()
+{
+    return withoutCopies(_model.memoryEstimateCPU(), _geometry.memoryOnCPU());
+}
+
+quint64 ModelDrawables::memoryOnGPU()
+{
+    return withoutCopies(_model.memoryEstimateGPU(), _geometry.memoryOnGPU());
+}
+
+/// The model counts the geometry, which all drawables share, once for each.
+quint64 ModelDrawables::withoutCopies(quint64 bytes, quint64 geometry) const
+{
+    const quint64 copies = geometry * quint64(std::max(drawableCount() - 1, 0));
+    return bytes > copies ? bytes - copies : 0;
+}
+
 ModelDrawables::~ModelDrawables()
 {
     _model.clear(); // deletes what the drawables were given
@@ -124,7 +141,8 @@ int ModelDrawables::wantedObjects(const Scene &scene)
     }
     constexpr qint64 kPadding = 1024; // objects that never matter
     const qint64 most = 2 * qint64(scene.draws.size()) + kPadding;
-    int wanted = std::max(*std::max_element(opaque.begin(), opaque.end()), 1);
+    int wanted =
+        std::clamp(*std::max_element(opaque.begin(), opaque.end()), 1, std::max(scene.drawsTogether, 1));
     const auto padded = [&] {
         qint64 sum = qint64(blended) * wanted;
         for (const int count : opaque) {

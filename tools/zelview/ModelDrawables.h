@@ -73,6 +73,9 @@ public:
     int drawableCount() const { return _model.numDrawables(); }
     int objectCount() const { return _objects; }
     int collectionCount() const { return _collections; }
+    /// Estimates in bytes, without textures.
+    quint64 memoryOnCPU();
+    quint64 memoryOnGPU();
     /// Commands that the last cull() left out.
     int culledCount() const { return _culled; }
 
@@ -84,6 +87,7 @@ private:
         std::vector<const Draw *> draws;
     };
 
+    quint64 withoutCopies(quint64 bytes, quint64 geometry) const;
     void addNodes();
     void addCameras();
     void addLights();

@@ -10,6 +10,7 @@
 #include "ModelRenderer.h"
 #include "Options.h"
 #include "ShadowLayers.h"
+#include "StressScene.h"
 #include "UdimFiles.h"
 #include "Words.h"
 
@@ -38,6 +39,14 @@ Expected<Scene> loadTiles(const QString &name)
         return tiles.problem();
     }
     return makeUdimPlane(*tiles);
+}
+
+Expected<Scene> loadScene(const Options &options)
+{
+    if (options.stressBodies > 0) {
+        return makeStressScene(options.stressBodies);
+    }
+    return options.isUdim ? loadTiles(options.file) : loadModel(options.file);
 }
 
 /// The one that is cheapest for a scene of plain textures, or one that takes tiles.
@@ -99,13 +108,16 @@ ModelExhibit::ModelExhibit(Scene scene, const Options &options, int camera)
     , _fileCamera(camera)
     , _selection(materialNames(_scene))
 {
+    if (options.stressBodies > 0) {
+        _pathTime = 0.0f;
+    }
 }
 
 ModelExhibit::~ModelExhibit() = default;
 
 Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 {
-    Expected<Scene> scene = options.isUdim ? loadTiles(options.file) : loadModel(options.file);
+    Expected<Scene> scene = loadScene(options);
     if (!scene) {
         return scene.problem();
     }
@@ -198,6 +210,9 @@ Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
     if (!casters) {
         return casters.problem();
     }
+    if (const Failure failure = (*renderer)->freeze(_frozenFrustum)) {
+        return failure;
+    }
     _renderer = std::move(*renderer);
     _casters = *casters;
     showSelection();
@@ -273,6 +288,16 @@ Failure ModelExhibit::changeRenderer()
     return makeRenderer(manager, mechanism);
 }
 
+Failure ModelExhibit::changeFrustum(const View &view)
+{
+    if (!_takesFrustum) {
+        return {};
+    }
+    _takesFrustum = false;
+    _frozenFrustum = _frozenFrustum ? std::nullopt : std::optional(view.viewProjection());
+    return _renderer->freeze(_frozenFrustum);
+}
+
 Failure ModelExhibit::prepareFrame(const QSize &viewport)
 {
     if (const Failure failure = changeRenderer()) {
@@ -287,6 +312,9 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
         return failure;
     }
     const View seen = view(viewport);
+    if (const Failure failure = changeFrustum(seen)) {
+        return failure;
+    }
     _occlusion->beginGeometry();
     if (_options.hasGround) {
         _ground->drawGeometry(seen);
@@ -347,6 +375,23 @@ QStringList ModelExhibit::describeFrame() const
     return lines;
 }
 
+QStringList ModelExhibit::describeStatistics()
+{
+    return _renderer->describeStatistics();
+}
+
+bool ModelExhibit::isMoving() const
+{
+    return _pathTime.has_value();
+}
+
+void ModelExhibit::setTime(float time)
+{
+    if (_pathTime) {
+        _pathTime = time;
+    }
+}
+
 bool ModelExhibit::isDithered() const
 {
     return true;
@@ -354,7 +399,7 @@ bool ModelExhibit::isDithered() const
 
 void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 {
-    _fileCamera = -1;
+    takeOrbit();
     if (kind == eTurn) {
         _camera.orbit(way);
     } else {
@@ -364,7 +409,7 @@ void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 
 void ModelExhibit::zoom(float steps)
 {
-    _fileCamera = -1;
+    takeOrbit();
     _camera.zoom(steps);
 }
 
@@ -391,6 +436,9 @@ bool ModelExhibit::key(int key)
     switch (key) {
     case Qt::Key_V:
         _fileCamera = _fileCamera + 1 < int(_scene.cameras.size()) ? _fileCamera + 1 : -1;
+        return true;
+    case Qt::Key_Z:
+        _takesFrustum = true;
         return true;
     case Qt::Key_N:
         _selection.selectNext();
@@ -444,7 +492,17 @@ bool ModelExhibit::key(int key)
 View ModelExhibit::view(const QSize &viewport) const
 {
     const float aspect = aspectOf(viewport);
+    if (_pathTime) {
+        return stressView(_scene, *_pathTime, aspect);
+    }
     return _fileCamera >= 0 ? _renderer->cameraView(_fileCamera, aspect) : _camera.at(aspect);
+}
+
+/// Whoever moves the camera wants the one that moves.
+void ModelExhibit::takeOrbit()
+{
+    _fileCamera = -1;
+    _pathTime.reset();
 }
 
 void ModelExhibit::showSelection()

@@ -24,7 +24,7 @@ class ShadowLayers;
 /// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
 /// turns around it or by those of its file.
 ///
-/// Keys: V takes the next camera, M the next texture manager of those that the driver has, I the next mechanism for instance
+/// Keys: V takes the next camera, Z freezes the frustum that culls, M the next texture manager of those that the driver has, I the next mechanism for instance
 /// data; Up and Down change the exposure, Left and Right turn the environment; G takes the ground away or puts it there.
 /// N, or picking, selects a material, which O shows alone, and X leaves out; A shows all. D shows the texture manager's view
 /// of itself, S the shadow layers, C the cascades in colours, L the volumes of the lights.
@@ -42,6 +42,9 @@ public:
     Failure prepareFrame(const QSize &viewport) override;
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;
+    QStringList describeStatistics() override;
+    bool isMoving() const override;
+    void setTime(float time) override;
     bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;
@@ -58,7 +61,9 @@ private:
     Failure makeShadows(Programs &programs);
     void setLights();
     Failure prepareShadows(const View &view);
+    Failure changeFrustum(const View &view);
     View view(const QSize &viewport) const;
+    void takeOrbit();
     void showSelection();
 
     Scene _scene;
@@ -70,7 +75,10 @@ private:
     bool _showsCascades = false;
     bool _showsVolumes = false;
     OrbitCamera _camera;
-    int _fileCamera; ///< of the scene; -1: the one above
+    int _fileCamera;                ///< of the scene; -1: the one above
+    std::optional<float> _pathTime; ///< on the way through a stress scene, instead of any camera
+    bool _takesFrustum = false;     ///< freezes or thaws it with the next frame
+    std::optional<QMatrix4x4> _frozenFrustum;
     MaterialSelection _selection;
     std::unique_ptr<AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;       ///< null with an environment

@@ -76,6 +76,16 @@ DrawBuffers *ModelGeometry::newUnit(const Mesh &mesh, int drawID) const
     return unit;
 }
 
+quint64 ModelGeometry::memoryOnCPU() const
+{
+    return _vertexArray->memoryEstimateCPU() + _indexBuffer->memoryEstimateCPU();
+}
+
+quint64 ModelGeometry::memoryOnGPU() const
+{
+    return _vertexArray->memoryEstimateGPU() + _indexBuffer->memoryEstimateGPU();
+}
+
 DrawBuffers *ModelGeometry::newEmptyUnit() const
 {
     auto *unit = new DrawBuffers(nullptr);

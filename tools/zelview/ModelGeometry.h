@@ -33,6 +33,10 @@ public:
     /// A unit without commands, which the base instance can number.
     Orvane::Zel::DrawBuffers *newUnit(const Mesh &mesh, int drawID) const;
 
+    // Estimates in bytes.
+    quint64 memoryOnCPU() const;
+    quint64 memoryOnGPU() const;
+
 private:
     Orvane::Zel::DrawBuffers *newEmptyUnit() const;
 

@@ -155,6 +155,20 @@ void ModelRenderer::setShown(std::vector<bool> materials, int marked)
     _markedMaterial = marked;
 }
 
+Failure ModelRenderer::freeze(std::optional<QMatrix4x4> viewProjection)
+{
+    if (viewProjection && _ghostProgram == nullptr) {
+        const Expected<ProgramPointer> built =
+            buildModelProgram(QStringLiteral("model.vert"), {QStringLiteral("ghost.frag")});
+        if (!built) {
+            return built.problem();
+        }
+        _ghostProgram = *built;
+    }
+    _frozenFrustum = std::move(viewProjection);
+    return {};
+}
+
 void ModelRenderer::drawGeometry(const View &view)
 {
     uploadFrame(view);
@@ -162,13 +176,16 @@ void ModelRenderer::drawGeometry(const View &view)
     const AutoBinder boundFrame(_frame.data());
     const AutoEnabler depthTest(GL_DEPTH_TEST);
     const AutoDisabler noBlending(GL_BLEND);
-    _drawables.cull(view.viewProjection());
+    cull(view);
     _drawables.draw(_geometryProgram.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
 }
 
 void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *environment,
                          ShadowLayers &shadows, float exposure)
 {
+    if (_frozenFrustum) {
+        drawGhosts(view);
+    }
     const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     const AutoBinder boundProgram(_program.data());
     shadows.bind(_program.data());
@@ -185,7 +202,7 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
     DrawBuffers::getAndResetTotalDrawCalls();
     DrawBuffers::getAndResetTotalDrawBatches();
     DrawBuffers::getAndResetTotalDrawIndices();
-    _drawables.cull(view.viewProjection());
+    cull(view);
     _drawables.draw(_program.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
     {
         const AutoEnabler blending(GL_BLEND);
@@ -268,6 +285,37 @@ QString ModelRenderer::describeFrame() const
              counted(_drawables.collectionCount(), "collection", "collections"))
         .arg(_plans.capacity())
         .arg(managerName(_textures.kind()));
+}
+
+QStringList ModelRenderer::describeStatistics()
+{
+    const int culled = _drawables.culledCount();
+    return {QStringLiteral("scene     %1, %2 drawn, %3 culled%4; %5")
+                .arg(counted(_drawables.drawableCount(), "drawable", "drawables"),
+                     counted(_batches, "command", "commands"))
+                .arg(culled)
+                .arg(_frozenFrustum ? QStringLiteral(" by a frozen frustum") : QString(),
+                     counted(_indices / 3, "triangle", "triangles")),
+            QStringLiteral("memory    %1 KB on the CPU, %2 KB on the GPU, without textures")
+                .arg(_drawables.memoryOnCPU() / 1024)
+                .arg(_drawables.memoryOnGPU() / 1024)};
+}
+
+void ModelRenderer::cull(const View &view)
+{
+    _drawables.cull(_frozenFrustum.value_or(view.viewProjection()));
+}
+
+/// All that is not hidden; what is still drawn goes over its own ghost.
+void ModelRenderer::drawGhosts(const View &view)
+{
+    const AutoBinder boundProgram(_ghostProgram.data());
+    const AutoBinder boundFrame(_frame.data());
+    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
+    const AutoEnabler blending(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    _drawables.cull(view.viewProjection());
+    _drawables.draw(_ghostProgram.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
 }
 
 void ModelRenderer::uploadFrame(const View &view)

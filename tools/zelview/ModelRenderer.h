@@ -44,6 +44,9 @@ public:
     /// Which of the scene's materials all passes show, and which one is marked in the picture; -1: none.
     void setShown(std::vector<bool> materials, int marked);
 
+    /// Culls by this frustum, whatever camera looks, and shows what it leaves out as ghosts; none: by the camera's.
+    Failure freeze(std::optional<QMatrix4x4> viewProjection);
+
     /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
     void drawGeometry(const View &view);
     /// The second, with the same view: into the bound framebuffer, opaque draws first.
@@ -76,6 +79,7 @@ public:
 
     /// The counters of the last draw().
     QString describeFrame() const;
+    QStringList describeStatistics();
 
 private:
     ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, MechanismKind mechanism);
@@ -83,11 +87,14 @@ private:
     Failure buildPrograms();
     Expected<ProgramPointer> buildModelProgram(const QString &vertexFile, const QStringList &fragmentFiles);
     void uploadFrame(const View &view);
+    void cull(const View &view);
+    void drawGhosts(const View &view);
 
     Programs _programs; ///< with the defines of its texture manager
     ProgramPointer _geometryProgram;
     ProgramPointer _program;
     ProgramPointer _slotsProgram; ///< null until it is wanted
+    ProgramPointer _ghostProgram; ///< null until it is wanted
     ModelTextures _textures;
     ModelPlans _plans;
     ModelGeometry _geometry;
@@ -96,6 +103,7 @@ private:
     LightRig _lights;
     Picker _picker;
     int _markedMaterial = -1;
+    std::optional<QMatrix4x4> _frozenFrustum;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
 
     qint64 _calls = 0;

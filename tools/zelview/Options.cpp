@@ -12,6 +12,12 @@ namespace {
 
 constexpr float kMostExposure = 20.0f;
 constexpr int kMostSlices = 16384;
+constexpr int kMostBodies = 1000000;
+constexpr int kMostFrames = 100000;
+
+const QString kStats = QStringLiteral("stats");
+const QString kStress = QStringLiteral("stress");
+const QString kFrames = QStringLiteral("frames");
 constexpr int kMostCascades = 8;
 
 const QString kEnv = QStringLiteral("env");
@@ -249,6 +255,35 @@ Failure parseLights(const QCommandLineParser &parser, Options &options)
     return failure;
 }
 
+QList<QCommandLineOption> measureOptions()
+{
+    return {{kStats, QStringLiteral("Measure, and print what frames consist of and cost.")},
+            {kStress,
+             QStringLiteral(
+                 "Fly through so many bodies of 32 materials instead of showing a FILE, without shadows "
+                 "unless --lights asks for them."),
+             QStringLiteral("n")},
+            {kFrames,
+             QStringLiteral("With --stress and --offscreen: frames of the flight that are measured; 60."),
+             QStringLiteral("k")}};
+}
+
+Failure parseMeasures(const QCommandLineParser &parser, Options &options)
+{
+    options.printsStatistics = parser.isSet(kStats);
+    Failure failure;
+    if (parser.isSet(kStress)) {
+        failure = take(parseNumber(kStress, parser.value(kStress), 1, kMostBodies), options.stressBodies);
+        options.lights = LightRig::eNone;
+    }
+    if (!failure && parser.isSet(kFrames)) {
+        failure = options.stressBodies > 0 && !options.picture.isEmpty()
+                      ? take(parseNumber(kFrames, parser.value(kFrames), 1, kMostFrames), options.frames)
+                      : usageProblem(QStringLiteral("--frames goes with --stress and --offscreen"));
+    }
+    return failure;
+}
+
 } // namespace
 
 QString managerName(ManagerKind kind)
@@ -352,6 +387,7 @@ Expected<Options> parseOptions(const QStringList &arguments)
         QStringLiteral("FILE"));
     parser.addOptions({offscreen, size, samples, view, camera, pick, printPlan, drawID, manager, udim,
                        mechanism, blockLimit, level, face, exposure, edgeFilter, verbose, help, version});
+    parser.addOptions(measureOptions());
     parser.addOptions(environmentOptions());
     parser.addOptions(lightOptions());
     if (!parser.parse(arguments)) {
@@ -375,9 +411,13 @@ Expected<Options> parseOptions(const QStringList &arguments)
         names.append(parser.value(udim));
     }
     options.printsPlan = parser.isSet(printPlan);
-    if (options.printsPlan && names.isEmpty()) {
+    const bool needsFile = !options.printsPlan && !parser.isSet(kStress);
+    if (!needsFile && names.isEmpty()) {
         names.append(QString());
-    } else if (names.size() != 1 || names.first().isEmpty()) {
+    } else if (names.size() != 1 || names.first().isEmpty() || parser.isSet(kStress)) {
+        if (parser.isSet(kStress)) {
+            return usageProblem(QStringLiteral("--stress takes the place of a FILE"));
+        }
         return usageProblem(names.size() > 1
                                 ? QStringLiteral("one FILE is shown at a time, not %1").arg(names.size())
                                 : QStringLiteral("no FILE is named"));
@@ -446,6 +486,9 @@ Expected<Options> parseOptions(const QStringList &arguments)
         if (options.edgeFilter != EdgeFilter::eNone && !parser.isSet(samples)) {
             options.samples = 1;
         }
+    }
+    if (!failure) {
+        failure = parseMeasures(parser, options);
     }
     if (!failure) {
         failure = parseEnvironment(parser, options);

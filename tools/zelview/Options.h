@@ -61,6 +61,9 @@ struct Options
     QString camera;             ///< of the file, by name or index; empty: one that turns around the model
     std::optional<QPoint> pick; ///< pixel of the picture whose material is told
     bool printsPlan = false;    ///< of instance data, instead of showing anything
+    bool printsStatistics = false;
+    int stressBodies = 0; ///< of a procedural scene instead of a file; 0: none
+    int frames = 60;      ///< of the way through it that are measured off screen
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
     std::optional<ManagerKind> manager; ///< none: what suits the model
     MechanismKind mechanism = MechanismKind::eUniformBuffer;

@@ -1,6 +1,7 @@
 #include "Picture.h"
 
 #include "Exhibit.h"
+#include "FrameMeter.h"
 #include "Graphics.h"
 #include "Options.h"
 #include "Programs.h"
@@ -33,8 +34,39 @@ Expected<QImage> readBack(RenderTarget &target, const QSize &size)
     return image.mirrored().convertToFormat(QImage::Format_RGB888);
 }
 
-Expected<QImage> drawOnce(Exhibit &exhibit, Stage &stage, const QSize &size)
+Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QSize &size)
 {
+    if (const Failure failure = exhibit.prepareFrame(size)) {
+        return failure;
+    }
+    stage.begin();
+    exhibit.draw(size);
+    stage.end(target.framebuffer()->getFBO(), exhibit.isDithered());
+    return {};
+}
+
+/// Draws it again, now that all stands ready, along its path if it has one, and tells what that takes.
+Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const Options &options,
+                QStringList &report)
+{
+    FrameMeter meter;
+    const int frames = exhibit.isMoving() ? options.frames : 1;
+    for (int frame = 0; frame < frames; ++frame) {
+        exhibit.setTime(float(frame) / float(frames));
+        meter.begin();
+        const Failure failure = drawFrame(exhibit, stage, target, options.size);
+        meter.end();
+        if (failure) {
+            return failure;
+        }
+    }
+    report = exhibit.describeStatistics() + meter.describe();
+    return {};
+}
+
+Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &options, QStringList &report)
+{
+    const QSize size = options.size;
     if (const Failure failure = stage.resize(size)) {
         return *failure;
     }
@@ -43,12 +75,14 @@ Expected<QImage> drawOnce(Exhibit &exhibit, Stage &stage, const QSize &size)
         return target.problem();
     }
     exhibit.frame(size);
-    if (const Failure failure = exhibit.prepareFrame(size)) {
+    if (const Failure failure = drawFrame(exhibit, stage, **target, size)) {
         return *failure;
     }
-    stage.begin();
-    exhibit.draw(size);
-    stage.end((*target)->framebuffer()->getFBO(), exhibit.isDithered());
+    if (options.printsStatistics || exhibit.isMoving()) {
+        if (const Failure failure = measure(exhibit, stage, **target, options, report)) {
+            return *failure;
+        }
+    }
     return readBack(**target, size);
 }
 
@@ -71,13 +105,14 @@ Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
     picture.samples = (*stage)->samples();
     picture.buildTime = timer.restart();
 
-    Expected<QImage> image = drawOnce(exhibit, **stage, options.size);
+    QStringList statistics;
+    Expected<QImage> image = drawPicture(exhibit, **stage, options, statistics);
     if (!image) {
         return image.problem();
     }
     picture.image = *image;
     picture.drawTime = timer.elapsed();
-    picture.frame = exhibit.describeFrame();
+    picture.frame = exhibit.describeFrame() + statistics;
     if (options.pick) {
         picture.frame.append(exhibit.pick(*options.pick, options.size));
     }

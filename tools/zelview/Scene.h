@@ -9,6 +9,7 @@
 #include <QtGui/QVector4D>
 
 #include <array>
+#include <limits>
 #include <vector>
 
 namespace zelview {
@@ -169,8 +170,9 @@ struct Scene
     std::vector<Draw> draws;
     std::vector<SceneCamera> cameras;
     std::vector<SceneLight> lights;
-    Box bounds;          ///< of all draws, in the world
-    QStringList remarks; ///< what is missing, in words
+    int drawsTogether = std::numeric_limits<int>::max(); ///< the most that one drawable may take
+    Box bounds;                                          ///< of all draws, in the world
+    QStringList remarks;                                 ///< what is missing, in words
 
     /// From a node's space to the world.
     QMatrix4x4 worldTransform(int node) const;

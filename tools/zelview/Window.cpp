@@ -2,8 +2,10 @@
 
 #include "Console.h"
 #include "Exhibit.h"
+#include "FrameMeter.h"
 #include "Graphics.h"
 #include "Options.h"
+#include "Overlay.h"
 #include "Programs.h"
 #include "Stage.h"
 
@@ -14,11 +16,15 @@
 #include <QtGui/QMouseEvent>
 #include <QtGui/QWheelEvent>
 
+#include <cmath>
+
 namespace zelview {
 
 namespace {
 
 constexpr float kAnglePerStep = 120.0f; ///< of the wheel, as Qt counts
+constexpr float kRoundTrip = 30000.0f;  ///< milliseconds
+constexpr int kMeasuredTogether = 30;   ///< frames of which the means are shown
 constexpr float kStepsPerKey = 2.0f;
 constexpr qreal kClickReach = 3.0; ///< device-independent pixels that a click may wander
 
@@ -45,6 +51,8 @@ Window::~Window()
         makeCurrent();
         _exhibit.takeDown();
         _stage.reset();
+        _overlay.reset();
+        _meter.reset();
         _programs.reset();
         Orvane::Zel::OpenGLDeviceContext::resetContext();
         doneCurrent();
@@ -73,6 +81,13 @@ Failure Window::putUp()
         return stage.problem();
     }
     _stage = std::move(*stage);
+    auto overlay = Overlay::create(*_programs);
+    if (!overlay) {
+        return overlay.problem();
+    }
+    _overlay = std::move(*overlay);
+    _meter = std::make_unique<FrameMeter>();
+    _clock.start();
     return _exhibit.putUp(*_programs, _options);
 }
 
@@ -102,17 +117,49 @@ void Window::paintGL()
         _exhibit.frame(pixels);
         _isFramed = true;
     }
-    if (const Failure failure = _exhibit.prepareFrame(pixels)) {
+    if (_exhibit.isMoving()) {
+        _exhibit.setTime(std::fmod(float(_clock.elapsed()) / kRoundTrip, 1.0f));
+        update();
+    }
+    const bool measures = _showsStatistics || _options.printsStatistics;
+    if (measures) {
+        _meter->begin();
+    }
+    const Failure failure = drawFrame(pixels);
+    if (measures) {
+        _meter->end();
+    }
+    if (failure) {
         fail(*failure);
         return;
     }
-    _stage->begin();
-    _exhibit.draw(pixels);
     if (_speaksNext) {
         sayAll(_exhibit.describeFrame());
+        sayAll(_options.printsStatistics ? describeStatistics() : QStringList());
         _speaksNext = false;
     }
+    if (_showsStatistics) {
+        _overlay->draw(describeStatistics(), pixels, devicePixelRatio());
+    }
+    if (_meter->frames() >= kMeasuredTogether) {
+        _meter->reset();
+    }
+}
+
+Failure Window::drawFrame(const QSize &pixels)
+{
+    if (const Failure failure = _exhibit.prepareFrame(pixels)) {
+        return failure;
+    }
+    _stage->begin();
+    _exhibit.draw(pixels);
     _stage->end(defaultFramebufferObject(), _exhibit.isDithered());
+    return {};
+}
+
+QStringList Window::describeStatistics()
+{
+    return _exhibit.describeStatistics() + _meter->describe();
 }
 
 void Window::mousePressEvent(QMouseEvent *event)
@@ -161,6 +208,10 @@ void Window::keyPressEvent(QKeyEvent *event)
         close();
         break;
     case Qt::Key_F:
+        _showsStatistics = !_showsStatistics;
+        _meter->reset();
+        break;
+    case Qt::Key_Home:
         _isFramed = false;
         break;
     case Qt::Key_Plus:

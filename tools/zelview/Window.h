@@ -2,6 +2,7 @@
 
 #include "Outcome.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QPointF>
 #include <QtGui/QOpenGLWindow>
 
@@ -10,12 +11,14 @@
 namespace zelview {
 
 class Exhibit;
+class FrameMeter;
+class Overlay;
 class Programs;
 class Stage;
 struct Options;
 
-/// An exhibit in a window: a click picks, left button turns, middle or right button moves, wheel zooms, F shows everything, Escape
-/// closes; other keys are the exhibit's.
+/// An exhibit in a window: a click picks, left button turns, middle or right button moves, wheel zooms, Home shows everything,
+/// F statistics in the picture, Escape closes; other keys are the exhibit's.
 class Window : public QOpenGLWindow
 {
     Q_OBJECT
@@ -39,6 +42,8 @@ protected:
 
 private:
     QSize sizeInPixels() const;
+    Failure drawFrame(const QSize &pixels);
+    QStringList describeStatistics();
     Failure putUp();
     void fail(const Problem &problem);
 
@@ -46,6 +51,10 @@ private:
     const Options &_options;
     std::unique_ptr<Programs> _programs;
     std::unique_ptr<Stage> _stage;
+    std::unique_ptr<FrameMeter> _meter;
+    std::unique_ptr<Overlay> _overlay;
+    bool _showsStatistics = false;
+    QElapsedTimer _clock; ///< of exhibits that move
     bool _isUp = false;
     bool _isFramed = false;
     bool _speaksNext = true; ///< the next frame is described

@@ -99,7 +99,9 @@ Failure printPlan(const Options &options)
 Failure showWindow(Exhibit &exhibit, const Options &options)
 {
     Window window(exhibit, options);
-    window.setTitle(QFileInfo(options.file).fileName() + QStringLiteral(" - zelview"));
+    window.setTitle(options.file.isEmpty()
+                        ? QStringLiteral("zelview")
+                        : QFileInfo(options.file).fileName() + QStringLiteral(" - zelview"));
     window.show();
     QGuiApplication::exec();
     if (!window.failure() && !window.isValid()) {
