@@ -307,30 +307,23 @@ TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
 
 namespace {
 
-const char *const kVertexSource =
-    "#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }";
-const char *const kFragmentSource =
-    "#version 150\n"
-    "uniform sampler2DArray u_ShadowMapDepthSampler;\n"
-    "uniform ivec2 u_ShadowMapProjectionInfos[32];\n"
-    "uniform mat4 u_ShadowMapProjectionTransforms[32];\n"
-    "uniform float u_VarianceClamp;\n"
-    "out vec4 color;\n"
-    "void main()\n"
-    "{\n"
-    "    color = textureLod(u_ShadowMapDepthSampler, vec3(0.0), 0.0) * u_VarianceClamp;\n"
-    "    for (int i = 0; i < 32; ++i) {\n"
-    "        color += u_ShadowMapProjectionTransforms[i] * vec4(u_ShadowMapProjectionInfos[i].xyxy);\n"
-    "    }\n"
-    "}";
-
 class ShadowMapManagerBindTest : public ShadowMapManagerTest
 {
 protected:
     ShadowMapManagerBindTest()
-        : _texture(nullptr)
-        , _program(makeProgram(kVertexSource, kFragmentSource))
     {
+        GLSLMacroProcessor processor;
+        ShadowMapManager::setup(&processor, 1);
+        _program.setMacroProcessor(&processor);
+        _program.addShader(GL_VERTEX_SHADER, kAtOrigin, QString());
+        _program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
+        _program.addShader(
+            GL_FRAGMENT_SHADER,
+            "#version 150\n#include \"ShadowMapManager.glslh\"\nuniform uint u_Light;\nout vec4 color;\n"
+            "void main() { color = vec4(shadowMapGetVisibility(u_Light, vec3(0.0))); }\n",
+            QString());
+        EXPECT_TRUE(_program.link());
+        _program.setMacroProcessor(nullptr);
         _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, 4, 4, 2);
         _data.projectionTexture = &_texture;
         _variant = QVariant::fromValue<QObject *>(&_data);
@@ -340,13 +333,13 @@ protected:
     std::array<GLfloat, 16> held(const QString &name)
     {
         std::array<GLfloat, 16> values = {};
-        driver()->glGetUniformfv(_program->shaderProgramID(), _program->getUniformLocation(name),
+        driver()->glGetUniformfv(_program.shaderProgramID(), _program.getUniformLocation(name),
                                  values.data());
         return values;
     }
 
-    Texture _texture;
-    std::unique_ptr<ShaderProgram> _program;
+    Texture _texture{nullptr};
+    ShaderProgram _program{nullptr};
     QVariant _variant;
 };
 
@@ -358,9 +351,9 @@ TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
         _data.projectorInfos[i] = {i + 1, 100 - i};
         _data.setTransform(i, translation(float(i), 2, 3), 0.5f);
     }
-    const AutoBinder binder(_program.get());
+    const AutoBinder binder(&_program);
     for (const float clamp : {0.1f, 0.75f}) {
-        ASSERT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
+        ASSERT_TRUE(ShadowMapManager::bind(&_program, _variant));
         EXPECT_EQ(clamp, held("u_VarianceClamp")[0]);
         ShadowMapManager::setVarianceClamping(0.75f);
         EXPECT_TRUE(_texture.isBound());
@@ -371,7 +364,7 @@ TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
             EXPECT_EQ(_data.transforms[i].values,
                       held(QStringLiteral("u_ShadowMapProjectionTransforms[%1]").arg(i)));
         }
-        EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
+        EXPECT_TRUE(ShadowMapManager::unbind(&_program, _variant));
         EXPECT_FALSE(_texture.isBound());
     }
     ShadowMapManager::setVarianceClamping(0.1f);
@@ -379,8 +372,7 @@ TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
 
 TEST_F(ShadowMapManagerBindTest, ProgramsWithoutTheUniformsGetNone)
 {
-    const auto plain =
-        makeProgram(kVertexSource, "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }");
+    const auto plain = makeProgram(kAtOrigin);
     const AutoBinder binder(plain.get());
     const Tap<&glUniform2iv> infos;
     const Tap<&glUniformMatrix4fv> transforms;
@@ -394,17 +386,17 @@ TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTh
 {
     _data.projectorInfos.resize(3);
     _data.transforms.resize(40);
-    const AutoBinder binder(_program.get());
+    const AutoBinder binder(&_program);
     const Tap<&glUniform2iv> infos;
     const Tap<&glUniformMatrix4fv> transforms;
-    EXPECT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
+    EXPECT_TRUE(ShadowMapManager::bind(&_program, _variant));
     EXPECT_MESSAGES(asserted("kShadowMapInfoArraySizeMax == renderData->projectorInfos.size()",
                              "Projector Info Array size 3 does not match size required by shader 32"),
                     asserted("kShadowMapTransformArraySizeMax == renderData->transforms.size()",
                              "Projector Info Array size 40 does not match size required by shader 32"));
     EXPECT_EQ(3, infos.last<1>());
     EXPECT_EQ(32, transforms.last<1>());
-    EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
+    EXPECT_TRUE(ShadowMapManager::unbind(&_program, _variant));
 }
 
 TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
@@ -413,20 +405,20 @@ TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
     const QString null = asserted("NULL != renderData", "NULL render data used");
     const QString noTexture = asserted("NULL != texture", "NULL render data texture used");
     for (const QVariant &nothing : {QVariant(), QVariant::fromValue<QObject *>(nullptr)}) {
-        EXPECT_FALSE(ShadowMapManager::bind(_program.get(), nothing));
+        EXPECT_FALSE(ShadowMapManager::bind(&_program, nothing));
         EXPECT_MESSAGES(asserted("false == dataVariant.isNull()", "NULL render data variant used"));
     }
     QObject other;
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant::fromValue<QObject *>(&other)));
+    EXPECT_FALSE(ShadowMapManager::bind(&_program, QVariant::fromValue<QObject *>(&other)));
     std::fflush(stdout);
     EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
+    EXPECT_FALSE(ShadowMapManager::bind(&_program, QVariant(7)));
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
+    EXPECT_FALSE(ShadowMapManager::unbind(&_program, QVariant()));
     _data.projectionTexture = nullptr;
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), _variant));
+    EXPECT_FALSE(ShadowMapManager::unbind(&_program, _variant));
     EXPECT_MESSAGES(null,
                     asserted("true == dataVariant.canConvert<QObject*>()",
                              "render data is not a 'QObject*' type is 'int'"),

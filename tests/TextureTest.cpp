@@ -314,16 +314,12 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndTheBookOfIt)
 
 TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
 {
-    Hook<&glTexImage2D> image2D;
-    Hook<&glTexImage3D> image3D;
-    Hook<&glTexImage2DMultisample> multisample2D;
-    Hook<&glTexImage3DMultisample> multisample3D;
-    int calls = 0;
-    const auto count = [&](auto...) { ++calls; };
-    image2D.replace(count);
-    image3D.replace(count);
-    multisample2D.replace(count);
-    multisample3D.replace(count);
+    Taps<&glTexImage2D, &glTexImage3D, &glTexImage2DMultisample, &glTexImage3DMultisample> images;
+    const auto nothing = [](auto...) {};
+    images.of<&glTexImage2D>().replace(nothing);
+    images.of<&glTexImage3D>().replace(nothing);
+    images.of<&glTexImage2DMultisample>().replace(nothing);
+    images.of<&glTexImage3DMultisample>().replace(nothing);
     const Tap<&glTexParameteri> parameters;
 
     Texture textures[4] = {Texture(nullptr), Texture(nullptr), Texture(nullptr), Texture(nullptr)};
@@ -337,5 +333,5 @@ TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
         asserted("target == GL_TEXTURE_2D_MULTISAMPLE", "Target 0xDE1 is not allowed."),
         asserted("target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY", "Target 0x8C1A is not allowed."));
     EXPECT_EQ(8u, parameters.count()) << "only true multisample targets go without filters";
-    EXPECT_EQ(4, calls);
+    EXPECT_EQ(4u, images.count());
 }
