@@ -187,6 +187,7 @@ protected:
         : _context(OffscreenContext::create(_options))
     {
         _options.size = QSize(160, 120);
+        _options.azimuth = 0.0f;
     }
 
     ~ZelviewShadowFrameTest() override { _exhibit->takeDown(); }
@@ -244,6 +245,16 @@ TEST_F(ZelviewShadowFrameTest, ASpotLightIsRenderedOnceWhereverItIsSeenFrom)
     EXPECT_EQ(report(), QStringLiteral("shadows   1 light, 1 layer of 2048x2048, plain; 1 rendered"));
     _exhibit->drag(Exhibit::eTurn, {0.1f, 0.0f});
     EXPECT_TRUE(report().endsWith(QStringLiteral("; 0 rendered")));
+}
+
+TEST_F(ZelviewShadowFrameTest, WhatStandsBetweenALightAndTheViewCastsItsShadow)
+{
+    putUp(kPoint, LightRig::eFile);
+    _exhibit->drag(Exhibit::eMove, {0.0f, -0.02f});
+    _exhibit->zoom(27);               // nothing but floor, in the shadow of the box's upper half
+    const QImage floor = nextFrame(); // the first row is the lowest
+    EXPECT_GT(floor.pixelColor(80, 3).green(), 200);
+    EXPECT_LT(floor.pixelColor(80, 34).green(), 150);
 }
 
 TEST_F(ZelviewShadowFrameTest, KeysShowGroundLayersCascadesAndVolumesAndTakeThemAway)

@@ -68,7 +68,10 @@ LightSource fromFile(const SceneLight &source, const Scene &scene)
                  : source.type == SceneLight::eSpot      ? LightSource::eSpot
                                                          : LightSource::ePoint;
     light.position = placement.column(3).toVector3D();
-    light.direction = -placement.column(2).toVector3D().normalized();
+    const QVector3D back = placement.column(2).toVector3D().normalized();
+    if (!back.isNull()) { // a node without extent has none
+        light.direction = -back;
+    }
     light.color = source.color * source.intensity;
     light.range = source.range;
     light.innerCone = qDegreesToRadians(source.innerCone);

@@ -239,6 +239,11 @@ Failure ModelExhibit::makeShadows(Programs &programs)
     _ground = std::move(*ground);
     _lightLines = std::move(*lightLines);
     setLights();
+    if (int(_lights.size()) > ShadowLayers::kMostLights) {
+        Console::complain(QStringLiteral("of %1 lights the first %2 shine")
+                              .arg(_lights.size())
+                              .arg(ShadowLayers::kMostLights));
+    }
     return {};
 }
 

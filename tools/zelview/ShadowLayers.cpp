@@ -18,7 +18,7 @@ namespace zelview {
 
 namespace {
 
-constexpr int kMost = ShadowMapManager::kShadowMapInfoArraySizeMax;
+constexpr int kMost = ShadowLayers::kMostLights;
 
 constexpr int kSize = 2048;      ///< of a layer's side
 constexpr int kSmallSize = 1024; ///< the same where there are more layers than

@@ -41,6 +41,8 @@ class ShadowLayers
     Q_DISABLE_COPY(ShadowLayers)
 
 public:
+    static constexpr int kMostLights = Orvane::Zel::ShadowMapManager::kShadowMapInfoArraySizeMax;
+
     /// Draws what casts shadows into the bound framebuffer with a program that puts this projection to use.
     using CasterDrawer = std::function<void(const QMatrix4x4 &)>;
 
@@ -55,7 +57,7 @@ public:
     static Expected<std::unique_ptr<ShadowLayers>> create(Programs &programs, ShadowKind kind, int cascades);
     ~ShadowLayers();
 
-    /// The lights from now on; 32 of them at most.
+    /// The lights from now on: the first kMostLights.
     void setLights(const std::vector<LightSource> &lights);
     /// The next update() renders every layer: casters have changed.
     void invalidate() { _isValid = false; }
