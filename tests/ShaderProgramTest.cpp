@@ -35,22 +35,6 @@ const QString kUnresolved = "#version 150\n"
 const QString kSomewhere = "#version 150\n"
                            "vec4 somewhere() { return vec4(0.0); }";
 
-std::vector<ExpectedMessage> warnings(const QString &text)
-{
-    std::vector<ExpectedMessage> expected;
-    for (const QString &line : text.split('\n')) {
-        expected.emplace_back("warning " + line);
-    }
-    return expected;
-}
-
-std::vector<ExpectedMessage> operator+(std::vector<ExpectedMessage> first,
-                                       const std::vector<ExpectedMessage> &then)
-{
-    first.insert(first.end(), then.begin(), then.end());
-    return first;
-}
-
 QString md5(const QString &text)
 {
     return QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex();
@@ -232,8 +216,8 @@ TEST_F(ShaderProgramTest, AFailedLinkTellsTheLogAndTheSourcesAndCanBeMended)
                                    "   4 : void main() { gl_Position = somewhere(); }\n")
                                .arg(deletes.last<0>())
                                .arg(attaches.last<1>());
-    EXPECT_TRUE(takeMessages(warnings("Failed to link GL shader\n =======Log=========\n" + program.log())
-                             + warnings(dumped)));
+    EXPECT_TRUE(takeMessages(
+        warningLines("Failed to link GL shader\n =======Log=========\n" + program.log() + "\n" + dumped)));
 
     program.addShader(GL_VERTEX_SHADER, kSomewhere, QString());
     EXPECT_TRUE(program.link());
@@ -250,9 +234,9 @@ TEST_F(ShaderProgramTest, AFailedCompileEndsTheLinkAndLeavesTheStages)
     EXPECT_EQ(0, ledger().alive());
     const QString log = program.log();
     const std::vector<ExpectedMessage> failure =
-        warnings("Failed to compile GL shader\n Shader Type = GL_VERTEX_SHADER\n =======Source======\n"
-                 "   1 : nonsense\n =======Log=========\n"
-                 + log);
+        warningLines("Failed to compile GL shader\n Shader Type = GL_VERTEX_SHADER\n =======Source======\n"
+                     "   1 : nonsense\n =======Log=========\n"
+                     + log);
     EXPECT_TRUE(takeMessages(failure));
     EXPECT_FALSE(program.compile()) << "tried anew";
     EXPECT_EQ(log, program.log());

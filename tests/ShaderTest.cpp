@@ -15,17 +15,10 @@ namespace {
 const QString kGoodSource = "#version 150\nvoid main() {}";
 
 /// The warnings of a failed compile: head, numbered source, and the driver's log.
-std::vector<ExpectedMessage> failure(const Shader &shader, const QString &stage, const QStringList &numbered)
+std::vector<ExpectedMessage> failure(const Shader &shader, const QString &stage, const QString &numbered)
 {
-    QStringList lines = {"Failed to compile GL shader", " Shader Type = " + stage, " =======Source======"};
-    lines += numbered;
-    lines += " =======Log=========";
-    lines += shader.log().split('\n');
-    std::vector<ExpectedMessage> expected;
-    for (const QString &line : lines) {
-        expected.emplace_back("warning " + line);
-    }
-    return expected;
+    return warningLines("Failed to compile GL shader\n Shader Type = " + stage + "\n =======Source======\n"
+                        + numbered + "\n =======Log=========\n" + shader.log());
 }
 
 } // namespace
@@ -99,8 +92,8 @@ TEST_F(ShaderTest, AFailedCompileTellsTheStageTheNumberedSourceAndTheLog)
         EXPECT_FALSE(shader.isCompiled());
         EXPECT_FALSE(shader.log().isEmpty());
         EXPECT_EQ("one\n#two\n 100% %1\n", shader.sourceCode());
-        EXPECT_TRUE(takeMessages(
-            failure(shader, stage.name, {"   1 : one", "   2 : #two", "   3 :  100% %1", "   4 : "})));
+        EXPECT_TRUE(
+            takeMessages(failure(shader, stage.name, "   1 : one\n   2 : #two\n   3 :  100% %1\n   4 : ")));
     }
     EXPECT_EQ(0, ledger().alive(GLLedger::eShader));
     TestContext::takeDriverReports(); // some drivers tell the errors of a source here too
@@ -122,7 +115,7 @@ TEST_F(ShaderTest, AFailedCompileCanBeTriedAgainAndKeepsItsLog)
     }
     EXPECT_EQ(QString::fromUtf8("a\xc3\xa9\nb"), shader.log());
     EXPECT_TRUE(takeMessages(
-        failure(shader, "GL_VERTEX_SHADER", {"   1 : #version 150", "   2 : ", "   3 : void main() {}"})));
+        failure(shader, "GL_VERTEX_SHADER", "   1 : #version 150\n   2 : \n   3 : void main() {}")));
     EXPECT_TRUE(shader.compile());
     EXPECT_EQ(QString::fromUtf8("a\xc3\xa9\nb"), shader.log());
 }

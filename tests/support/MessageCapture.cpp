@@ -123,6 +123,15 @@ QString ExpectedMessage::toString() const
     return _prefix ? _text + "..." : _text;
 }
 
+std::vector<ExpectedMessage> warningLines(const QString &text)
+{
+    std::vector<ExpectedMessage> expected;
+    for (const QString &line : text.split('\n')) {
+        expected.emplace_back("warning " + line);
+    }
+    return expected;
+}
+
 testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expected)
 {
     if (MessageCapture::current() == nullptr) {

@@ -80,6 +80,9 @@ inline ExpectedMessage startsWith(const QString &prefix)
     return ExpectedMessage::startingWith(prefix);
 }
 
+/// A warning for each line of a text.
+std::vector<ExpectedMessage> warningLines(const QString &text);
+
 /// The critical messages of the assertions of one source file: `const AssertionsOf asserted("Shader.cpp");`, and
 /// then `EXPECT_MESSAGES(asserted("the condition", "the text"))`.
 class AssertionsOf
