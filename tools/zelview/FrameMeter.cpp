@@ -62,21 +62,33 @@ void FrameMeter::end()
     _cpuTime += double(_timer.nsecsElapsed()) * kNanosecond;
     const GLCalls calls = _counter->counts();
     _counter.reset();
-    if (_query != 0) {
-        quint64 time = 0;
-        resultGetter()(_query, GL_QUERY_RESULT, &time);
-        _gpuTime += double(time) * kNanosecond;
-    }
     glFinish();
-    _wholeTime += double(_timer.nsecsElapsed()) * kNanosecond;
+    const double wholeTime = double(_timer.nsecsElapsed()) * kNanosecond;
+    _wholeTime += wholeTime;
+    addGpuTime(wholeTime);
     _calls.all += calls.all;
     _calls.stateChanges += calls.stateChanges;
     _calls.redundant += calls.redundant;
     ++_frames;
 }
 
+void FrameMeter::addGpuTime(double longest)
+{
+    if (_query == 0) {
+        return;
+    }
+    quint64 nanoseconds = 0;
+    resultGetter()(_query, GL_QUERY_RESULT, &nanoseconds);
+    const double time = double(nanoseconds) * kNanosecond;
+    if (time <= longest) { // see "time since the start" among the driver workarounds
+        _gpuTime += time;
+        ++_timedFrames;
+    }
+}
+
 void FrameMeter::reset()
 {
+    _timedFrames = 0;
     _frames = 0;
     _cpuTime = 0.0;
     _gpuTime = 0.0;
@@ -87,15 +99,15 @@ void FrameMeter::reset()
 QStringList FrameMeter::describe() const
 {
     const int frames = qMax(_frames, 1);
-    return {
-        QStringLiteral("calls     %1 GL calls, %2 changes of state, %3 of them redundant")
-            .arg(_calls.all / frames)
-            .arg(_calls.stateChanges / frames)
-            .arg(_calls.redundant / frames),
-        QStringLiteral("frame     %1 ms; CPU %2 ms, GPU %3%4")
-            .arg(perFrame(_wholeTime, frames), perFrame(_cpuTime, frames),
-                 _query != 0 ? perFrame(_gpuTime, frames) + QStringLiteral(" ms") : QStringLiteral("unknown"),
-                 _frames > 1 ? QStringLiteral("; mean of %1 frames").arg(_frames) : QString())};
+    return {QStringLiteral("calls     %1 GL calls, %2 changes of state, %3 of them redundant")
+                .arg(_calls.all / frames)
+                .arg(_calls.stateChanges / frames)
+                .arg(_calls.redundant / frames),
+            QStringLiteral("frame     %1 ms; CPU %2 ms, GPU %3%4")
+                .arg(perFrame(_wholeTime, frames), perFrame(_cpuTime, frames),
+                     _timedFrames > 0 ? perFrame(_gpuTime, _timedFrames) + QStringLiteral(" ms")
+                                      : QStringLiteral("unknown"),
+                     _frames > 1 ? QStringLiteral("; mean of %1 frames").arg(_frames) : QString())};
 }
 
 } // namespace zelview

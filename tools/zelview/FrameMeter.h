@@ -30,7 +30,11 @@ public:
     QStringList describe() const;
 
 private:
+    /// Takes a frame's time on the GPU into the sum, unless the driver makes no sense.
+    void addGpuTime(double longest);
+
     int _frames = 0;
+    int _timedFrames = 0;  ///< whose time on the GPU is known
     double _cpuTime = 0.0; ///< milliseconds until all calls of the frames were made
     double _gpuTime = 0.0;
     double _wholeTime = 0.0;

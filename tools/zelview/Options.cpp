@@ -49,10 +49,11 @@ const QStringList kMechanismNames{QStringLiteral("ubo"), QStringLiteral("uniform
 static_assert(kMechanismKinds == 5, "each has a name");
 
 constexpr char kKeys[] =
-    "Window:  left button turns, middle or right button moves, wheel, + and - zoom, F shows everything, "
-    "Escape closes.\n"
+    "Window:  left button turns, middle or right button moves, wheel, + and - zoom, Home shows everything,\n"
+    "         F shows statistics, Escape closes.\n"
     "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the surroundings;\n"
-    "         N selects a material, O shows it alone, X leaves it out, A shows all;\n"
+    "         a click or N selects a material, O shows it alone, X leaves it out, A shows all;\n"
+    "         Z freezes the frustum that culls, and shows what it culls as ghosts;\n"
     "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
     "         M next texture manager, D its slots, I next mechanism for instance data.";
 
@@ -332,7 +333,7 @@ Expected<Options> parseOptions(const QStringList &arguments)
     const QCommandLineOption drawID(
         QStringLiteral("draw-id"),
         QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or "
-                       "'base-instance' (one unit for each mesh)."),
+                       "'base-instance' (one unit for each mesh, without culling)."),
         QStringLiteral("path"));
     const QCommandLineOption manager(
         QStringLiteral("manager"),
