@@ -62,6 +62,14 @@ TexturePointer makeCubeMap(const EnvironmentImage &image)
         panorama.createCubemap(std::max(image.image.size.width() / 2, 1), GL_RGB16F, GL_TEXTURE_CUBE_MAP));
 }
 
+/// Of the view at distance 1. A parallel view has no angle: it shows as much as a usual camera.
+QVector2D halfExtent(const QMatrix4x4 &projection)
+{
+    const bool isParallel = projection(3, 3) != 0.0f;
+    const float height = isParallel ? 0.27f : 1.0f / projection(1, 1);
+    return {height * projection(1, 1) / projection(0, 0), height};
+}
+
 int edgeOf(Texture &cube)
 {
     const AutoBinder bound(&cube);
@@ -184,7 +192,7 @@ void Environment::drawBackground(const QMatrix4x4 &view, const QMatrix4x4 &proje
     turnOnly.setColumn(3, {0.0f, 0.0f, 0.0f, 1.0f});
     set("u_Sharp", int(_sharp->unit()));
     set("u_ViewToWorld", turnOnly.transposed());
-    set("u_HalfExtent", QVector2D(1.0f / projection(0, 0), 1.0f / projection(1, 1)));
+    set("u_HalfExtent", halfExtent(projection));
     set("u_Blur", blur);
     set("u_Exposure", exposure);
     drawFullscreen(program);
