@@ -16,7 +16,7 @@ public:
     void reserve(int count)
     {
         if (count > 0) {
-            _entries.reserve(static_cast<size_t>(count));
+            _entries.resize(static_cast<size_t>(count));
         }
     }
 
@@ -25,9 +25,10 @@ public:
     /// Null where the name has no value.
     const Value *find(unsigned int name) const
     {
-        for (const Entry &entry : _entries) {
-            if (entry.name == name) {
-                return &entry.value;
+        const Entry *entries = _entries.data();
+        for (size_t i = 0; i < _used; ++i) {
+            if (entries[i].name == name) {
+                return &entries[i].value;
             }
         }
         return nullptr;
@@ -39,14 +40,19 @@ public:
     }
 
     /// The name must not have a value yet.
-    void insert(unsigned int name, Value value) { _entries.push_back({name, value}); }
+    void insert(unsigned int name, Value value)
+    {
+        if (_used == _entries.size()) {
+            _entries.resize(2 * _used + 1);
+        }
+        _entries[_used++] = {name, value};
+    }
 
     void remove(unsigned int name)
     {
-        for (Entry &entry : _entries) {
-            if (entry.name == name) {
-                entry = _entries.back();
-                _entries.pop_back();
+        for (size_t i = 0; i < _used; ++i) {
+            if (_entries[i].name == name) {
+                _entries[i] = _entries[--_used];
                 return;
             }
         }
@@ -55,11 +61,12 @@ public:
 private:
     struct Entry
     {
-        unsigned int name;
-        Value value;
+        unsigned int name = 0;
+        Value value = {};
     };
 
     std::vector<Entry> _entries;
+    size_t _used = 0; ///< of them
 };
 
 }} // namespace Orvane::Zel

@@ -41,27 +41,33 @@ void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
     contextInfo.freeTextureUnits.fill(units);
 }
 
-/// The record of the current context, made at the first question. Using it needs no lock: only the context's own
-/// thread does, and the nodes of a QHash stay where they are and are never removed. So the thread's last answer holds
-/// as long as its context does.
-TextureContextInfo &currentContextInfo()
+/// A thread's last answer. Using a record needs no lock: only the context's own thread does, and the nodes of a QHash
+/// stay where they are and are never removed. So the answer holds as long as the context does.
+struct LastInfo
 {
-    struct Answer
-    {
-        void *context;
-        TextureContextInfo *info;
-    };
-    thread_local Answer last [[gnu::tls_model("initial-exec")]] = {};
-    void *const context = GLContextTracker::currentContext();
-    if (last.info == nullptr || last.context != context) {
-        const QMutexLocker locker(&contextInfosMutex);
-        const bool known = contextInfos.contains(context);
-        last = {context, &contextInfos[context]};
-        if (!known) {
-            initializeFreeTextureUnits(*last.info, context);
-        }
+    void *context;
+    TextureContextInfo *info;
+};
+thread_local LastInfo lastInfo [[gnu::tls_model("initial-exec")]] = {};
+
+/// Makes the record at the first question.
+Q_NEVER_INLINE TextureContextInfo &findContextInfo(void *context)
+{
+    const QMutexLocker locker(&contextInfosMutex);
+    const bool known = contextInfos.contains(context);
+    TextureContextInfo &contextInfo = contextInfos[context];
+    lastInfo = {context, &contextInfo};
+    if (!known) {
+        initializeFreeTextureUnits(contextInfo, context);
     }
-    return *last.info;
+    return contextInfo;
+}
+
+inline TextureContextInfo &currentContextInfo()
+{
+    void *const context = GLContextTracker::currentContext();
+    return lastInfo.info != nullptr && lastInfo.context == context ? *lastInfo.info
+                                                                   : findContextInfo(context);
 }
 
 int maxLevelOf(int width, int height)

@@ -107,21 +107,25 @@ struct LastRow
 thread_local LastRow lastUniformRow [[gnu::tls_model("initial-exec")]] = {};
 thread_local LastRow lastStorageRow [[gnu::tls_model("initial-exec")]] = {};
 
-UBOContextData &contextData(unsigned int target)
+/// Makes the row at the first question.
+Q_NEVER_INLINE UBOContextData &findRow(unsigned int target, void *context)
+{
+    const bool isStorage = target == GL_SHADER_STORAGE_BUFFER;
+    const QMutexLocker locker(&rowsMutex);
+    UBOContextData &row = (isStorage ? storageRows : uniformRows).try_emplace(context, target).first->second;
+    (isStorage ? lastStorageRow : lastUniformRow) = {context, &row};
+    return row;
+}
+
+inline UBOContextData &contextData(unsigned int target)
 {
     if (target != GL_UNIFORM_BUFFER && target != GL_SHADER_STORAGE_BUFFER) {
         ZEL_BARE_DEBUG("Unknown Uniforma b uffer type 0x%X", target);
         target = GL_UNIFORM_BUFFER;
     }
     void *const context = GLContextTracker::currentContext();
-    const bool isStorage = target == GL_SHADER_STORAGE_BUFFER;
-    LastRow &last = isStorage ? lastStorageRow : lastUniformRow;
-    if (last.row == nullptr || last.context != context) {
-        const QMutexLocker locker(&rowsMutex);
-        Rows &rows = isStorage ? storageRows : uniformRows;
-        last = {context, &rows.try_emplace(context, target).first->second};
-    }
-    return *last.row;
+    const LastRow &last = target == GL_SHADER_STORAGE_BUFFER ? lastStorageRow : lastUniformRow;
+    return last.row != nullptr && last.context == context ? *last.row : findRow(target, context);
 }
 
 } // namespace
