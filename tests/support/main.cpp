@@ -42,7 +42,7 @@ extern "C" __attribute__((visibility("default"))) const char *__lsan_default_sup
 {
     return "leak:Array2DTextureManager::uploadSlotMap\n"
            "leak:SamplerSlots::makeEmptyTexture\n"
-           "leak:SamplerSlots::makeMapTexture\n"
+           "leak:SamplerSlots::makeMap\n"
            "leak:libdbus-1.so\n";
 }
 #endif
