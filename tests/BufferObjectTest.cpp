@@ -110,6 +110,20 @@ TEST_F(BufferObjectTest, WithoutANameEveryUseIsReportedInItsOwnWords)
         asserted("0u != this->_target", "Buffer Object's target is not set when unmap() is called"));
 }
 
+TEST_F(BufferObjectTest, ABoundObjectThatIsDeletedLeaksItsName)
+{
+    GLuint name = 0;
+    {
+        BufferObject buffer(nullptr);
+        buffer.setTarget(GL_ARRAY_BUFFER);
+        name = buffer.getBO();
+        buffer.bind();
+    }
+    EXPECT_MESSAGES(
+        asserted("0u == this->_boBountTarget", "Buffer Object is already bound on destroy to target 34962"));
+    glDeleteBuffers(1, &name); // the ledger would tell of a second delete
+}
+
 TEST_F(BufferObjectTest, IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame)
 {
     BufferObject buffer(nullptr);

@@ -400,6 +400,21 @@ TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
     EXPECT_FALSE(unit->draw());
 }
 
+TEST_F(DrawBuffersTest, CommandsBeforeTheIndexTypeHaveNoOffsets)
+{
+    const DrawElementsIndirectCommand command{3, 1, 100, 0, 0};
+    const auto unit = makeUnit();
+    unit->setDrawElementsIndirectCommands(&command, 1);
+    EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
+    unit->setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_INT);
+    const auto program = makeProgram(kVertexSource);
+    const AutoBinder programBinder(program.get());
+    const AutoBinder binder(unit.get());
+    DrawTaps taps;
+    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_EQ(offset(0), taps.of<&glDrawElementsBaseVertex>().last<3>());
+}
+
 TEST_F(DrawBuffersTest, WillDrawTellsWhetherThereIsAnything)
 {
     const QVector<int> none;

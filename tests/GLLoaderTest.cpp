@@ -105,6 +105,16 @@ TEST_F(GLLoaderTest, OnlyAdvertisedExtensionsAreLoaded)
     EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glDrawArraysIndirect"));
 }
 
+TEST_F(GLLoaderTest, TheCoreEndsWithVersion32)
+{
+    ogl_LoadFunctions();
+    const QStringList lookUps = _loader->takeLookUps();
+    EXPECT_TRUE(lookUps.contains("glXGetProcAddressARB glTexImage3DMultisample"));
+    EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glBindSampler")) << "a function of 3.3";
+    EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glBegin")) << "not in the core profile";
+    EXPECT_EQ(0, lookUps.filter("glXGetProcAddress ").size());
+}
+
 TEST_F(GLLoaderTest, TheVersionIsAskedOnceAndItsComparisonRunsBackwards)
 {
     ogl_LoadFunctions();

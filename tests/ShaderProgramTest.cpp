@@ -323,6 +323,15 @@ TEST_F(ShaderProgramTest, TheProcessorCountsForStagesAddedLaterAndDumpsShowIt)
     EXPECT_EQ("35632 36313 36487 36488 37305 ", dumped);
 }
 
+TEST_F(ShaderProgramTest, HostsCompareShadersByFallingName)
+{
+    Shader first(GL_VERTEX_SHADER, kVertex, nullptr);
+    Shader second(GL_VERTEX_SHADER, kVertex, nullptr);
+    ASSERT_TRUE(first.compile() && second.compile() && first.shaderID() < second.shaderID());
+    EXPECT_TRUE(shaderProgramIdGreaterThan(&second, &first));
+    EXPECT_FALSE(shaderProgramIdGreaterThan(&first, &second) || shaderProgramIdGreaterThan(&first, &first));
+}
+
 TEST_F(ShaderProgramTest, TheHashCoversTheTextsWhateverTheirOrder)
 {
     GLSLMacroProcessor processor;

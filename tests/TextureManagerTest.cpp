@@ -105,6 +105,7 @@ TEST(TextureTokenTest, TokensAreNumbersThatHashAndMakeSets)
 
 TEST_F(TextureManagerTest, TokensCountUpAndHolesAreFilledInTheOrderOfTheirMaking)
 {
+    EXPECT_TRUE(nullTextureToken == manager.createUDIMToken()) << "has no such sets, and takes no number";
     // A vector that is searched and shifted, over random operations.
     QVector<quint64> free;
     quint64 end = 1;
@@ -247,6 +248,17 @@ TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
     manager.clear();
     EXPECT_EQ(alive - 1, Texture::NumAlive()) << "and gone when all is cleared";
     glDeleteTextures(1, &name);
+    _capture.take();
+}
+
+TEST_F(TextureManagerTest, ATokenThatWasNeverLoadedKeepsItsPath)
+{
+    const QString image = newImage("a.png");
+    const TextureToken token = manager.tokenForImage(image, TextureFileInfo());
+    manager.deleteTexture(token);
+    EXPECT_EQ(1u, manager.maxToken().token);
+    EXPECT_TRUE(token == manager.tokenForImage(image, TextureFileInfo()));
+    EXPECT_TRUE(token == manager.reserveToken());
     _capture.take();
 }
 
@@ -544,6 +556,15 @@ protected:
 
 } // namespace
 
+TEST_F(ArrayManagerTest, NothingToBindMakesNoSlots)
+{
+    Tap<&glGenTextures> made;
+    manager.bind(QVector<TextureToken>());
+    manager.bind(QList<TextureToken>());
+    manager.bind(QSet<TextureToken>());
+    EXPECT_EQ(0u, made.count());
+}
+
 TEST_F(ArrayManagerTest, MisuseIsTold)
 {
     manager.bind(QList<TextureToken>{nullTextureToken, TextureToken(5)});
@@ -568,6 +589,38 @@ TEST_F(ArrayManagerTest, MisuseIsTold)
     manager.unbind();
     EXPECT_FALSE(manager.moveSlotLayers(0, 100));
     EXPECT_FALSE(manager.findSlotLayer(SlotFormat(), 1).isValid());
+}
+
+TEST_F(ArrayManagerTest, ATextureWithoutASizeIsToldAndStaysPending)
+{
+    Texture *texture = newTexture(4, 4);
+    const TextureToken token = manager.tokenForTexture(texture);
+    manager.bind(QVector<TextureToken>{token});
+    for (const int side : {0, 4}) {
+        texture->bind();
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, side, side, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+        texture->unbind();
+        _capture.take();
+        const QString ignored = QString::asprintf("warning [Array2DTextureManager.cpp:#] %p Ignoring texture "
+                                                  "of size (0x0), not blitted into array2D",
+                                                  static_cast<void *>(&manager));
+        manager.updateSlots();
+        manager.updateSlots();
+        EXPECT_EQ(side == 0 ? QStringList({ignored, ignored}) : QStringList(), _capture.takeTexts());
+    }
+}
+
+TEST_F(ArrayManagerTest, ClearingAbandonsTheSlots)
+{
+    const TextureToken token = manager.tokenForTexture(newTexture());
+    manager.bind(QVector<TextureToken>{token});
+    manager.updateSlots();
+    manager.deleteSlots();
+    EXPECT_TRUE(manager.blitTokenToTextureSlot(token)) << "there is no slot to copy to";
+    manager.clear();
+    _capture.take();
+    manager.bind(QVector<TextureToken>{token});
+    EXPECT_EQ(1, _capture.takeTexts().filter("Assertion 'token.token < ").size());
 }
 
 TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)

@@ -312,6 +312,16 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndTheBookOfIt)
     ASSERT_TRUE(cube->unbind());
 }
 
+TEST_F(TextureTest, MultisampleStorageLeavesNoRecordOfItsSize)
+{
+    Texture flat(nullptr);
+    ASSERT_EQ(&flat, flat.create2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, GL_RGBA8, 8, 4, 4));
+    EXPECT_EQ(8, levelParameter(flat, 0, GL_TEXTURE_WIDTH));
+    EXPECT_EQ(4, levelParameter(flat, 0, GL_TEXTURE_SAMPLES));
+    EXPECT_EQ(1, levelParameter(flat, 0, GL_TEXTURE_FIXED_SAMPLE_LOCATIONS));
+    flat.setSize(0, GL_RGBA8, 8, 4, 1); // silent: nothing was set before
+}
+
 TEST_F(TextureTest, CreateWithAForeignTargetIsToldAndTriedAllTheSame)
 {
     Taps<&glTexImage2D, &glTexImage3D, &glTexImage2DMultisample, &glTexImage3DMultisample> images;
