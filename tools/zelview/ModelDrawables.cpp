@@ -109,23 +109,6 @@ ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures
     _model.updateTransforms();
 }
 
-quint64 ModelDrawables::memoryOnCPU()
-{
-    return withoutCopies(_model.memoryEstimateCPU(), _geometry.memoryOnCPU());
-}
-
-quint64 ModelDrawables::memoryOnGPU()
-{
-    return withoutCopies(_model.memoryEstimateGPU(), _geometry.memoryOnGPU());
-}
-
-/// The model counts the geometry, which all drawables share, once for each.
-quint64 ModelDrawables::withoutCopies(quint64 bytes, quint64 geometry) const
-{
-    const quint64 copies = geometry * quint64(std::max(drawableCount() - 1, 0));
-    return bytes > copies ? bytes - copies : 0;
-}
-
 ModelDrawables::~ModelDrawables()
 {
     _model.clear(); // deletes what the drawables were given
@@ -170,7 +153,10 @@ View ModelDrawables::cameraView(int camera, float aspect) const
 
 void ModelDrawables::cull(const QMatrix4x4 &viewProjection)
 {
-    _model.updateTransforms();
+    if (_culledBy == viewProjection) {
+        return; // one pass after the other: nothing moves
+    }
+    _culledBy = viewProjection;
     _model.resetCulling();
     _culled = _model.visibilityCull();
     _culled += _model.frustumCull(viewProjection);
@@ -221,6 +207,23 @@ void ModelDrawables::draw(ShaderProgram *program, const QList<int> &numbers, boo
         return;
     }
     _model.draw(program, _textures.manager(), 0, 0, winding, nullptr, {}, numbers, writesStencil);
+}
+
+quint64 ModelDrawables::memoryOnCPU()
+{
+    return withoutCopies(_model.memoryEstimateCPU(), _geometry.memoryOnCPU());
+}
+
+quint64 ModelDrawables::memoryOnGPU()
+{
+    return withoutCopies(_model.memoryEstimateGPU(), _geometry.memoryOnGPU());
+}
+
+/// The model counts the geometry, which all drawables share, once for each.
+quint64 ModelDrawables::withoutCopies(quint64 bytes, quint64 geometry) const
+{
+    const quint64 copies = geometry * quint64(std::max(drawableCount() - 1, 0));
+    return bytes > copies ? bytes - copies : 0;
 }
 
 void ModelDrawables::addNodes()

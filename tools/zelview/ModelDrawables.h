@@ -10,6 +10,7 @@
 #include <QtCore/QList>
 #include <QtGui/QVector3D>
 
+#include <optional>
 #include <vector>
 
 namespace Orvane { namespace Zel {
@@ -27,8 +28,8 @@ struct Material;
 struct Scene;
 
 /// A scene as the library's GPUModel: nodes are transforms, the opaque draws of one material are the commands of a drawable,
-/// as many as a collection of matrices can hold, and blended draws, which go in the order of their distance, are drawables
-/// of one command each.
+/// as many as a collection of matrices can hold. Blended draws are drawables of one command each, which go from the farthest
+/// on; the model's own order is of the commands of one drawable alone, by distances in units of each one's node.
 ///
 /// Material numbers of the model are the scene's, and behind them one for each blended draw.
 ///
@@ -55,7 +56,7 @@ public:
     /// What a camera of the scene sees.
     View cameraView(int camera, float aspect) const;
 
-    /// Marks what is hidden and what lies outside, afresh; the next draws leave it out.
+    /// Marks what is hidden and what lies outside; the next draws leave it out.
     void cull(const QMatrix4x4 &viewProjection);
 
     /// Which of the scene's materials numbers() gives; all at first.
@@ -112,6 +113,7 @@ private:
     QList<int> _opaqueNumbers;
     int _objects = 0;
     int _collections = 0; ///< of matrices
+    std::optional<QMatrix4x4> _culledBy;
     int _culled = 0;
 };
 

@@ -27,11 +27,6 @@ constexpr float kExposureStep = 0.5f;    ///< powers of two
 constexpr float kTurnStep = 15.0f;       ///< degrees
 constexpr float kOcclusionReach = 0.08f; ///< radii of the scene
 
-float aspectOf(const QSize &viewport)
-{
-    return float(viewport.width()) / float(viewport.height());
-}
-
 Expected<Scene> loadTiles(const QString &name)
 {
     const Expected<TextureSource> tiles = findUdimSet(name);
@@ -66,29 +61,6 @@ QStringList materialNames(const Scene &scene)
     return names;
 }
 
-/// The camera that the user names, or numbers; -1 when no one is asked for.
-Expected<int> findCamera(const Scene &scene, const Options &options)
-{
-    if (options.camera.isEmpty()) {
-        return -1;
-    }
-    QStringList names;
-    for (const SceneCamera &camera : scene.cameras) {
-        names.append(camera.name);
-    }
-    bool isNumber = false;
-    const int number = options.camera.toInt(&isNumber);
-    const int index = names.contains(options.camera) ? names.indexOf(options.camera) : isNumber ? number : -1;
-    if (index >= 0 && index < names.size()) {
-        return index;
-    }
-    const QString have = names.isEmpty() ? QStringLiteral("none")
-                                         : QStringLiteral("'%1'").arg(names.join(QStringLiteral("', '")));
-    return Problem{
-        ExitCode::eUsage,
-        QStringLiteral("there is no camera '%1': '%2' has %3").arg(options.camera, options.file, have)};
-}
-
 /// The next of the kinds that the driver has; one at least is there.
 template <typename Kind> Kind nextSupported(Kind kind, int kinds, bool (*isSupported)(Kind))
 {
@@ -101,16 +73,12 @@ template <typename Kind> Kind nextSupported(Kind kind, int kinds, bool (*isSuppo
 
 } // namespace
 
-ModelExhibit::ModelExhibit(Scene scene, const Options &options, int camera)
+ModelExhibit::ModelExhibit(Scene scene, const Options &options, ModelCamera camera)
     : _scene(std::move(scene))
     , _options(options)
-    , _camera(options.azimuth, options.elevation)
-    , _fileCamera(camera)
+    , _camera(std::move(camera))
     , _selection(materialNames(_scene))
 {
-    if (options.stressBodies > 0) {
-        _pathTime = 0.0f;
-    }
 }
 
 ModelExhibit::~ModelExhibit() = default;
@@ -130,7 +98,7 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
         return Problem{ExitCode::eUsage,
                        QStringLiteral("--lights file: there are no lights in '%1'").arg(options.file)};
     }
-    const Expected<int> camera = findCamera(*scene, options);
+    const Expected<ModelCamera> camera = ModelCamera::create(*scene, options);
     if (!camera) {
         return camera.problem();
     }
@@ -274,7 +242,7 @@ void ModelExhibit::takeDown()
 
 void ModelExhibit::frame(const QSize &viewport)
 {
-    _camera.frame(_scene, aspectOf(viewport));
+    _camera.frame(_scene, viewport);
 }
 
 Failure ModelExhibit::changeRenderer()
@@ -369,10 +337,8 @@ QStringList ModelExhibit::describeFrame() const
     if (_environment != nullptr) {
         lines.prepend(QStringLiteral("light     ") + _environment->describe());
     }
-    if (_fileCamera >= 0) {
-        lines.append(QStringLiteral("camera    '%1', number %2")
-                         .arg(_scene.cameras[size_t(_fileCamera)].name)
-                         .arg(_fileCamera));
+    if (const QString camera = _camera.describe(_scene); !camera.isEmpty()) {
+        lines.append(QStringLiteral("camera    ") + camera);
     }
     if (const QString selection = _selection.describe(); !selection.isEmpty()) {
         lines.append(QStringLiteral("material  ") + selection);
@@ -387,14 +353,12 @@ QStringList ModelExhibit::describeStatistics()
 
 bool ModelExhibit::isMoving() const
 {
-    return _pathTime.has_value();
+    return _camera.isFlying();
 }
 
 void ModelExhibit::setTime(float time)
 {
-    if (_pathTime) {
-        _pathTime = time;
-    }
+    _camera.setTime(time);
 }
 
 bool ModelExhibit::isDithered() const
@@ -404,17 +368,15 @@ bool ModelExhibit::isDithered() const
 
 void ModelExhibit::drag(DragKind kind, const QVector2D &way)
 {
-    takeOrbit();
     if (kind == eTurn) {
-        _camera.orbit(way);
+        _camera.turn(way);
     } else {
-        _camera.pan(way);
+        _camera.move(way);
     }
 }
 
 void ModelExhibit::zoom(float steps)
 {
-    takeOrbit();
     _camera.zoom(steps);
 }
 
@@ -440,7 +402,7 @@ bool ModelExhibit::key(int key)
 {
     switch (key) {
     case Qt::Key_V:
-        _fileCamera = _fileCamera + 1 < int(_scene.cameras.size()) ? _fileCamera + 1 : -1;
+        _camera.takeNext(_scene);
         return true;
     case Qt::Key_Z:
         _takesFrustum = true;
@@ -496,18 +458,8 @@ bool ModelExhibit::key(int key)
 
 View ModelExhibit::view(const QSize &viewport) const
 {
-    const float aspect = aspectOf(viewport);
-    if (_pathTime) {
-        return stressView(_scene, *_pathTime, aspect);
-    }
-    return _fileCamera >= 0 ? _renderer->cameraView(_fileCamera, aspect) : _camera.at(aspect);
-}
-
-/// Whoever moves the camera wants the one that moves.
-void ModelExhibit::takeOrbit()
-{
-    _fileCamera = -1;
-    _pathTime.reset();
+    return _camera.view(_scene, viewport,
+                        [this](int camera, float aspect) { return _renderer->cameraView(camera, aspect); });
 }
 
 void ModelExhibit::showSelection()

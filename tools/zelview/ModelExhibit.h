@@ -3,8 +3,8 @@
 #include "Exhibit.h"
 #include "Lights.h"
 #include "MaterialSelection.h"
+#include "ModelCamera.h"
 #include "Options.h"
-#include "OrbitCamera.h"
 #include "Programs.h"
 #include "Scene.h"
 
@@ -52,7 +52,7 @@ public:
     bool key(int key) override;
 
 private:
-    ModelExhibit(Scene scene, const Options &options, int camera);
+    ModelExhibit(Scene scene, const Options &options, ModelCamera camera);
 
     Failure makeSurroundings(Programs &programs);
     Failure makeRenderer(ManagerKind manager, MechanismKind mechanism);
@@ -63,7 +63,6 @@ private:
     Failure prepareShadows(const View &view);
     Failure changeFrustum(const View &view);
     View view(const QSize &viewport) const;
-    void takeOrbit();
     void showSelection();
 
     Scene _scene;
@@ -74,10 +73,8 @@ private:
     bool _showsLayers = false;
     bool _showsCascades = false;
     bool _showsVolumes = false;
-    OrbitCamera _camera;
-    int _fileCamera;                ///< of the scene; -1: the one above
-    std::optional<float> _pathTime; ///< on the way through a stress scene, instead of any camera
-    bool _takesFrustum = false;     ///< freezes or thaws it with the next frame
+    ModelCamera _camera;
+    bool _takesFrustum = false; ///< freezes or thaws it with the next frame
     std::optional<QMatrix4x4> _frozenFrustum;
     MaterialSelection _selection;
     std::unique_ptr<AmbientOcclusion> _occlusion;
