@@ -107,30 +107,71 @@ TEST(ZelviewCamera, PanMovesTheTargetWithThePointerAndOrbitKeepsItsDistance)
     EXPECT_NEAR(camera.view().determinant(), 1.0, 1e-3);
 }
 
-TEST(ZelviewLoader, AppliesTheNodeHierarchyAndSharesMeshes)
+TEST(ZelviewLoader, KeepsTheNodeHierarchyAndSharesMeshes)
 {
-    // One triangle, drawn by two nodes; the second hangs below a node that mirrors and moves.
-    const QByteArray text = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0,1]}],
-        "nodes":[{"mesh":0},{"translation":[10,0,0],"scale":[-1,1,1],"children":[2]},
-                 {"mesh":0,"translation":[2,0,0],"scale":[1,3,1]}],
-        "meshes":[{"primitives":[{"attributes":{"POSITION":0}}]}],
-        "accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3","min":[0,0,0],"max":[1,1,0]}],
-        "bufferViews":[{"buffer":0,"byteLength":36}],
-        "buffers":[{"byteLength":36,"uri":"data:application/octet-stream;base64,@"}]})";
-    const float corners[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
-    const QByteArray bytes = QByteArray(reinterpret_cast<const char *>(corners), sizeof(corners)).toBase64();
+    // One square, drawn by two nodes; the second hangs below a node that mirrors and moves. A third one is hidden.
     const ModelFiles files;
-    const Expected<Scene> scene =
-        loadModel(files.write(QStringLiteral("nodes.gltf"), QByteArray(text).replace("@", bytes)));
+    const Expected<Scene> scene = loadModel(files.writeSquares(
+        QStringLiteral("nodes.gltf"),
+        R"([{"mesh":0},{"name":"mirror","translation":[10,0,0],"scale":[-1,1,1],"children":[2]},
+            {"mesh":0,"translation":[2,0,0],"scale":[1,3,1]},
+            {"extensions":{"KHR_node_visibility":{"visible":false}},"children":[4]},{"mesh":0,"translation":[99,0,0]}])",
+        "[{}]"));
     ASSERT_TRUE(bool(scene)) << qPrintable(scene.problem().text);
-    ASSERT_EQ(scene->draws.size(), 2u);
-    EXPECT_EQ(scene->vertices.size(), 3u);
-    EXPECT_EQ(scene->placedTriangles(), 2);
+    ASSERT_EQ(scene->draws.size(), 3u);
+    EXPECT_EQ(scene->vertices.size(), 4u);
     EXPECT_EQ(scene->bounds.low, QVector3D(0.0f, 0.0f, 0.0f));
-    EXPECT_EQ(scene->bounds.high, QVector3D(8.0f, 3.0f, 0.0f));
+    EXPECT_EQ(scene->bounds.high, QVector3D(8.0f, 3.0f, 0.0f)); // without what is hidden
+    const Node &placed = scene->nodes[size_t(scene->draws[1].node)];
+    EXPECT_EQ(scene->nodes[size_t(placed.parent)].name, QStringLiteral("mirror"));
+    EXPECT_EQ(scene->worldTransform(scene->draws[1].node), scene->draws[1].transform);
+    EXPECT_TRUE(scene->draws[2].isHidden);
     for (const Vertex &vertex : scene->vertices) {
         EXPECT_NEAR(std::abs(vertex.normal[2]), 1.0f, 1e-5f); // generated
     }
+}
+
+TEST(ZelviewLoader, KeepsLightsAndTheMapsOfGltf)
+{
+    const ModelFiles files;
+    files.write(QStringLiteral("map.png"), QByteArray());
+    const Expected<Scene> scene = loadModel(files.writeSquares(
+        QStringLiteral("lamp.gltf"),
+        R"([{"mesh":0},{"translation":[0,5,0],"extensions":{"KHR_lights_punctual":{"light":0}}}])",
+        R"([{"normalTexture":{"index":0,"scale":0.5},"occlusionTexture":{"index":0,"texCoord":1,"strength":0.25},
+             "emissiveTexture":{"index":0},"emissiveFactor":[1,0.5,0],
+             "pbrMetallicRoughness":{"metallicRoughnessTexture":{"index":0},"roughnessFactor":0.75}}])",
+        R"("extensionsUsed":["KHR_lights_punctual"],"textures":[{"source":0}],"images":[{"uri":"map.png"}],
+           "extensions":{"KHR_lights_punctual":{"lights":[{"type":"spot","color":[1,0.5,0],"intensity":20,"range":7,
+           "spot":{"innerConeAngle":0.2,"outerConeAngle":0.5}}]}})"));
+    ASSERT_TRUE(bool(scene)) << qPrintable(scene.problem().text);
+    ASSERT_EQ(scene->lights.size(), 1u);
+    const SceneLight &light = scene->lights.front();
+    EXPECT_EQ(light.type, SceneLight::eSpot);
+    EXPECT_EQ(light.color, QVector3D(1.0f, 0.5f, 0.0f));
+    EXPECT_EQ(light.intensity, 20.0f);
+    EXPECT_EQ(light.range, 7.0f);
+    EXPECT_NEAR(light.innerCone, 11.459f, 1e-3f); // degrees from the axis
+    EXPECT_NEAR(light.outerCone, 28.648f, 1e-3f);
+    const QMatrix4x4 world = scene->worldTransform(light.node) * light.local;
+    EXPECT_EQ(world.map(QVector3D()), QVector3D(0.0f, 5.0f, 0.0f));
+
+    // Colours are decoded, numbers are not: two textures of one image.
+    const Material &material = scene->materials.front();
+    ASSERT_EQ(scene->textures.size(), 2u);
+    EXPECT_FALSE(material.has(eBaseColorMap));
+    EXPECT_TRUE(scene->textures[size_t(material.maps[eEmissiveMap].texture)].isColor);
+    for (const MapKind kind : {eSurfaceMap, eNormalMap, eOcclusionMap}) {
+        ASSERT_TRUE(material.has(kind));
+        EXPECT_FALSE(scene->textures[size_t(material.maps[kind].texture)].isColor);
+        EXPECT_EQ(material.maps[kind].set, kind == eOcclusionMap ? 1 : 0);
+    }
+    EXPECT_EQ(material.texCoordSets, (std::array<unsigned int, 2>{0, 1}));
+    EXPECT_EQ(material.normalScale, 0.5f);
+    EXPECT_EQ(material.occlusionStrength, 0.25f);
+    EXPECT_EQ(material.roughness, 0.75f);
+    EXPECT_EQ(material.emission, QVector3D(1.0f, 0.5f, 0.0f));
+    EXPECT_FALSE(material.isTwoSided);
 }
 
 TEST(ZelviewLoader, CutsPolygonsLeavesOutLinesAndMakesScreenColoursLinear)
