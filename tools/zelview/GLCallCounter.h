@@ -12,8 +12,8 @@ struct GLCalls
     qint64 redundant = 0;    ///< state changes to what is there already
 };
 
-/// Counts the GL calls that go through the library's table of entry points, in its scope. What the library's classes look up
-/// for themselves, which is what came after OpenGL 3.2, is not among them.
+/// Counts the GL calls that go through the library's table of entry points, in its scope. What the library's classes look
+/// up for themselves, which is what came after OpenGL 3.2, is not among them.
 ///
 /// One at a time. It knows nothing of the state at its start: the first change of each kind is never redundant.
 class GLCallCounter

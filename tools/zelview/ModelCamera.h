@@ -16,8 +16,8 @@ namespace zelview {
 struct Options;
 struct Scene;
 
-/// What a model is seen by: a camera that turns around it, one of its file's, or a flight through a stress scene. Whoever
-/// moves it wants the first of them.
+/// What a model is seen by: a camera that turns around it, one of its file's, or a flight through a stress scene.
+/// Whoever moves it wants the first of them.
 ///
 /// The scene that calls take is the one that it was made for.
 class ModelCamera

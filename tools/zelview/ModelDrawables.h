@@ -27,9 +27,10 @@ struct Draw;
 struct Material;
 struct Scene;
 
-/// A scene as the library's GPUModel: nodes are transforms, the opaque draws of one material are the commands of a drawable,
-/// as many as a collection of matrices can hold. Blended draws are drawables of one command each, which go from the farthest
-/// on; the model's own order is of the commands of one drawable alone, by distances in units of each one's node.
+/// A scene as the library's GPUModel: nodes are transforms, the opaque draws of one material are the commands of a
+/// drawable, as many as a collection of matrices can hold. Blended draws are drawables of one command each, which go from
+/// the farthest on; the model's own order is of the commands of one drawable alone, by distances in units of each one's
+/// node.
 ///
 /// Material numbers of the model are the scene's, and behind them one for each blended draw.
 ///

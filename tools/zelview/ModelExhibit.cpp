@@ -407,22 +407,6 @@ bool ModelExhibit::key(int key)
     case Qt::Key_Z:
         _takesFrustum = true;
         return true;
-    case Qt::Key_N:
-        _selection.selectNext();
-        showSelection();
-        return true;
-    case Qt::Key_O:
-        _selection.toggleSolo();
-        showSelection();
-        return true;
-    case Qt::Key_X:
-        _selection.toggleExcluded();
-        showSelection();
-        return true;
-    case Qt::Key_A:
-        _selection.showAll();
-        showSelection();
-        return true;
     case Qt::Key_M:
         _takesNextManager = true;
         return true;
@@ -452,8 +436,30 @@ bool ModelExhibit::key(int key)
     case Qt::Key_Right:
         return turnEnvironment(key == Qt::Key_Left ? -kTurnStep : kTurnStep);
     default:
+        return changeSelection(key);
+    }
+}
+
+bool ModelExhibit::changeSelection(int key)
+{
+    switch (key) {
+    case Qt::Key_N:
+        _selection.selectNext();
+        break;
+    case Qt::Key_O:
+        _selection.toggleSolo();
+        break;
+    case Qt::Key_X:
+        _selection.toggleExcluded();
+        break;
+    case Qt::Key_A:
+        _selection.showAll();
+        break;
+    default:
         return false;
     }
+    showSelection();
+    return true;
 }
 
 View ModelExhibit::view(const QSize &viewport) const

@@ -24,10 +24,11 @@ class ShadowLayers;
 /// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
 /// turns around it or by those of its file.
 ///
-/// Keys: V takes the next camera, Z freezes the frustum that culls, M the next texture manager of those that the driver has, I the next mechanism for instance
-/// data; Up and Down change the exposure, Left and Right turn the environment; G takes the ground away or puts it there.
-/// N, or picking, selects a material, which O shows alone, and X leaves out; A shows all. D shows the texture manager's view
-/// of itself, S the shadow layers, C the cascades in colours, L the volumes of the lights.
+/// Keys: V takes the next camera, M the next texture manager of those that the driver has, I the next mechanism for
+/// instance data; Z freezes the frustum that culls; Up and Down change the exposure, Left and Right turn the
+/// environment; G takes the ground away or puts it there. N, or picking, selects a material, which O shows alone, and X
+/// leaves out; A shows all. D shows the texture manager's view of itself, S the shadow layers, C the cascades in colours,
+/// L the volumes of the lights.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -63,6 +64,7 @@ private:
     Failure prepareShadows(const View &view);
     Failure changeFrustum(const View &view);
     View view(const QSize &viewport) const;
+    bool changeSelection(int key);
     void showSelection();
 
     Scene _scene;

@@ -71,9 +71,6 @@ public:
     ManagerKind manager() const { return _textures.kind(); }
     MechanismKind mechanism() const { return _plans.mechanism(); }
 
-    /// For the defines of those who add to the shading; counts for programs built later.
-    Programs &programs() { return _programs; }
-
     /// Textures that could not be read, in words.
     const QStringList &remarks() const { return _textures.remarks(); }
 
