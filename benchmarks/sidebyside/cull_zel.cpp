@@ -42,6 +42,7 @@ private:
 
     const int _boxCount;
     int _firstTransform = 0;
+    QSharedPointer<BufferObject> _indices = OpenGLDeviceContext::current()->newBuffer();
     GPUModel _model;
 };
 
@@ -99,6 +100,7 @@ void Field::move(float angle)
 int Field::addDrawable(int commands)
 {
     auto *unit = new DrawBuffers(nullptr);
+    unit->setIndexedDraw(_indices, 36, GL_UNSIGNED_SHORT); // commands need its type
     const QVector<DrawElementsIndirectCommand> list(commands, {36, 1, 0, 0, 0});
     unit->setDrawElementsIndirectCommands(list.constData(), commands);
     InstanceDataPlan *plan = InstanceDataRegistry::Instance()->getPlan("FieldObject");

@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <optional>
 #include <tuple>
 #include <typeinfo>
@@ -80,17 +79,6 @@ bool isOutside(const QMatrix4x4 &viewProjection, const QMatrix4x4 &world, const 
     minus += broadcast(offset[3]) - offset;
     const auto behind = (plus <= broadcast(0.0f)) | (minus <= broadcast(0.0f));
     return (behind[0] | behind[1] | behind[2]) != 0;
-}
-
-constexpr int kCullAhead = 6; ///< drawables whose memory is asked for while another is culled
-
-/// Asks for the memory of a vector, which lies elsewhere for each drawable.
-template <typename T> void prefetch(const QVector<T> &values)
-{
-    static_assert(sizeof values == sizeof(void *), "holds the address, and nothing else");
-    const void *memory = nullptr;
-    std::memcpy(&memory, &values, sizeof memory);
-    __builtin_prefetch(memory);
 }
 
 template <typename T> T valueOr(const QVector<T> &values, int index, const T &otherwise)
@@ -548,6 +536,7 @@ void GPUModel::clear()
     _transformInstances.clear();
     // Visibility, moved instances, cameras, lights and boxes stay on purpose: a model that is filled again finds the
     // old visibility at its low transform numbers.
+    _boxedCommands.clear();
     _flagsDirty = false;
     _transformsDirty = false;
     _boundsDirty = true;
@@ -636,6 +625,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
 
     const int oldCommands = changed->culled.size();
     const int commands = commandCount(*changed);
+    _boxedCommandsDirty = true;
     changed->transformRefs.resize(commands);
     changed->boundingBoxRefs.resize(commands);
     changed->culled.resize(commands);
@@ -865,6 +855,7 @@ void GPUModel::useTransform(int instance, int drawCommand, int transform)
         _transformInstances[transform].append({instance, drawCommand});
     }
     user->transformRefs[drawCommand] = transform;
+    _boxedCommandsDirty = true;
 }
 
 void GPUModel::useBoundingBox(int instance, int drawCommand, int box)
@@ -872,6 +863,7 @@ void GPUModel::useBoundingBox(int instance, int drawCommand, int box)
     Drawable *user = drawable(instance);
     if (user != nullptr && drawCommand >= 0 && drawCommand < user->boundingBoxRefs.size()) {
         user->boundingBoxRefs[drawCommand] = box;
+        _boxedCommandsDirty = true;
     }
 }
 
@@ -1120,7 +1112,7 @@ quint64 GPUModel::memoryEstimateCPU() const
            + bytesOf(_transformSwapsHandedness) + bytesOf(_transformDirty) + bytesOf(_transformVisibility)
            + static_cast<quint64>(_transformNames.size()) * (sizeof(QString) + sizeof(int))
            + bytesOf(_movedInstances) + bytesOf(_cameras) + bytesOf(_cameraNames) + bytesOf(_lights)
-           + bytesOf(_lightNames) + bytesOf(_boundingBoxes);
+           + bytesOf(_lightNames) + bytesOf(_boundingBoxes) + bytesOf(_boxedCommands);
 }
 
 quint64 GPUModel::memoryEstimateGPU() const
@@ -1167,28 +1159,17 @@ int GPUModel::visibilityCull()
 
 int GPUModel::frustumCull(const QMatrix4x4 &viewProjection)
 {
+    collectBoxedCommands();
     int newlyCulled = 0;
-    const int count = _drawables.size();
-    Drawable *drawables = _drawables.data();
-    for (int position = 0; position < count; ++position) {
-        if (position + kCullAhead < count) {
-            const Drawable &ahead = drawables[position + kCullAhead];
-            prefetch(ahead.transformRefs);
-            prefetch(ahead.boundingBoxRefs);
-            prefetch(ahead.culled);
-        }
-        Drawable &drawable = drawables[position];
-        const int commands = drawable.culled.size();
-        if (drawable.culledCount >= commands) {
+    for (const BoxedCommand &boxed : qAsConst(_boxedCommands)) {
+        if (!isBoxOutside(viewProjection, boxed.box, boxed.transform)) {
             continue;
         }
-        bool *culled = drawable.culled.data();
-        for (int command = 0; command < commands; ++command) {
-            if (!culled[command] && isCommandOutside(viewProjection, drawable, command)) {
-                culled[command] = true;
-                ++drawable.culledCount;
-                ++newlyCulled;
-            }
+        Drawable &drawable = _drawables[_instanceToDrawable.at(boxed.instance)];
+        if (!drawable.culled.at(boxed.drawCommand)) {
+            drawable.culled[boxed.drawCommand] = true;
+            ++drawable.culledCount;
+            ++newlyCulled;
         }
     }
     _boundsDirty = true;
@@ -1593,13 +1574,29 @@ bool GPUModel::isCommandHidden(const Drawable &drawable, int command) const
            && world.row(2).lengthSquared() < kLeastRowLengthSquared;
 }
 
-bool GPUModel::isCommandOutside(const QMatrix4x4 &viewProjection, const Drawable &drawable, int command) const
+void GPUModel::collectBoxedCommands()
 {
-    const int box = drawable.boundingBoxRefs.at(command);
+    if (!_boxedCommandsDirty) {
+        return;
+    }
+    _boxedCommandsDirty = false;
+    _boxedCommands.resize(0);
+    for (const Drawable &drawable : qAsConst(_drawables)) {
+        for (int command = 0; command < drawable.boundingBoxRefs.size(); ++command) {
+            const int box = drawable.boundingBoxRefs.at(command);
+            if (box >= 0) {
+                _boxedCommands.append({box, drawable.transformRefs.at(command), drawable.instance, command});
+            }
+        }
+    }
+}
+
+/// What has no box is not outside, and what has a box without a place is.
+inline bool GPUModel::isBoxOutside(const QMatrix4x4 &viewProjection, int box, int transform) const
+{
     if (!isValidBoundingBox(box)) {
         return false;
     }
-    const int transform = drawable.transformRefs.at(command);
     if (!isValidTransform(transform)) {
         return true;
     }

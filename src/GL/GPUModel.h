@@ -297,6 +297,14 @@ public:
                   DrawBuffers *&boundBuffers, ShaderProgram *program, TextureManager *textureManager);
 
 private:
+    /// A command that has a box, as frustumCull() reads it: what it needs of all drawables lies in one run of memory.
+    struct BoxedCommand
+    {
+        int box;
+        int transform;
+        int instance;
+        int drawCommand;
+    };
     struct DistanceSort
     {
         float distance;
@@ -329,7 +337,8 @@ private:
                      const QString &member, const void *bytes, unsigned long size);
 
     bool isCommandHidden(const Drawable &drawable, int command) const;
-    bool isCommandOutside(const QMatrix4x4 &viewProjection, const Drawable &drawable, int command) const;
+    void collectBoxedCommands();
+    bool isBoxOutside(const QMatrix4x4 &viewProjection, int box, int transform) const;
 
     bool drawVisible(const Drawable &drawable, int commands, WindingType winding, Walk &walk);
     bool drawSorted(const Drawable &drawable, QVector<int> &commands, Walk &walk);
@@ -368,6 +377,8 @@ private:
     QVector<Light> _lights;
     QVector<QString> _lightNames;
     QVector<BoundingBox> _boundingBoxes;
+    QVector<BoxedCommand> _boxedCommands; ///< collected when culling finds them dirty
+    bool _boxedCommandsDirty = false;
     BoundingBox _sceneBounds;
     bool _boundsDirty = false;
     bool _containsReflectedTransparency = false;
