@@ -481,6 +481,9 @@ void ShadowLayers::drawDebug(const QSize &viewport)
 
 QString ShadowLayers::describeFrame() const
 {
+    if (_sources.empty()) {
+        return QStringLiteral("shadows   none");
+    }
     return QStringLiteral("shadows   %1, %2 of %3x%3, %4; %5 rendered")
         .arg(counted(int(_sources.size()), "light", "lights"))
         .arg(counted(_table->transformCount, "layer", "layers"))
