@@ -133,7 +133,7 @@ QVector2D momentsOf(int layer, int x, int y)
 {
     static constexpr float kDepths[] = {0.5f, 0.0f, 1.0f, 0.25f, 0.75f, -0.25f, 1.5f, 0.625f};
     const float depth = kDepths[(layer + x + 4 * y) % 8];
-    return {depth, depth * depth + 0.01f * float((x + layer) % 3)};
+    return {depth, depth * depth + 0.01f * float((x + layer) % 3 - 1)}; // rounding may leave a variance below 0
 }
 
 struct Model
@@ -185,7 +185,7 @@ private:
         const float m3 = moments.y() - moments.x() * moments.x();
         const float p = m3 / (m3 + d * d);
         const float t = std::clamp((p - clamp) / (1 - clamp), 0.0f, 1.0f);
-        return kind == eSingle ? p : t * t * (3 - 2 * t);
+        return kind == eSingle ? std::clamp(p, 0.0f, 1.0f) : t * t * (3 - 2 * t);
     }
 };
 

@@ -42,7 +42,7 @@ public:
     {
     }
 
-    void add(int lightNumber, const Light *light)
+    void add(int lightNumber, Light *light)
     {
         ProjectorInfo &info = _renderData.projectorInfos[lightNumber];
         _changed = _changed || info.index != _projectorIndex;
@@ -91,7 +91,7 @@ private:
         addProjection(info, projection * view * light.transform().inverted());
     }
 
-    void addPoint(ProjectorInfo &info, const Light &light)
+    void addPoint(ProjectorInfo &info, Light &light)
     {
         if (_culling.processLightPoint(_renderData, info, &light, _changed)) {
             _projectorIndex += info.count;
@@ -103,7 +103,7 @@ private:
         }
     }
 
-    void addDirectional(ProjectorInfo &info, const Light &light)
+    void addDirectional(ProjectorInfo &info, Light &light)
     {
         if (_culling.processLightDirectional(_renderData, info, &light, _changed)) {
             _projectorIndex += info.count;

@@ -133,6 +133,12 @@ bool isFull(const RenderData &renderData, const RenderData::ProjectorInfo &info)
     return info.index + info.count >= renderData.transforms.size();
 }
 
+/// A host that asks for more cascades than there are projections must not wait for all that come out empty.
+int levelsTried(int levels, const RenderData &renderData)
+{
+    return std::min(levels, renderData.transforms.size());
+}
+
 void addProjection(RenderData &renderData, RenderData::ProjectorInfo &info, const QMatrix4x4 &matrix,
                    bool &changed)
 {
@@ -199,8 +205,7 @@ QVector<Plane> ShadowMapManagerCulling::getWorldFrustrumPlanes(const QMatrix4x4 
     return planesOf(getWorldFrustrumPoints(view, projection));
 }
 
-void ShadowMapManagerCulling::setupLightCSMData(const ShadowMapManager::Light *light,
-                                                ProcessCSMData &data) const
+void ShadowMapManagerCulling::setupLightCSMData(ShadowMapManager::Light *light, ProcessCSMData &data) const
 {
     data.enabled = false;
     data.levels = 1;
@@ -243,8 +248,7 @@ const QVector<QVector3D> &ShadowMapManagerCulling::getSceneCameraFrustrumLightFr
 
 bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderData &renderData,
                                                       ShadowMapManager::RenderData::ProjectorInfo &info,
-                                                      const ShadowMapManager::Light *light,
-                                                      bool &changed) const
+                                                      ShadowMapManager::Light *light, bool &changed) const
 {
     if (!_valid) {
         return false;
@@ -258,7 +262,8 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
     const QVector<Plane> volumePlanes = planesOf(volume);
     const float volumeEnd = Bounds(volume).boxLowerBounds().z();
 
-    for (int level = 0; level < data.levels; ++level) {
+    const int levels = levelsTried(data.levels, renderData);
+    for (int level = 0; level < levels; ++level) {
         if (isFull(renderData, info)) {
             break;
         }
@@ -291,7 +296,7 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
 
 bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &renderData,
                                                 ShadowMapManager::RenderData::ProjectorInfo &info,
-                                                const ShadowMapManager::Light *light, bool &changed) const
+                                                ShadowMapManager::Light *light, bool &changed) const
 {
     if (!_valid) {
         return false;
@@ -300,11 +305,12 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
     setupLightCSMData(light, data);
     const int faces = faceCount(light->spotCutoff());
     const float halfAngle = faces == 1 ? light->spotCutoff() : -1.0f;
+    const int levels = levelsTried(data.levels, renderData);
     SliceVolumes volumes;
     for (int number = 0; number < faces; ++number) {
         const QMatrix4x4 face = light->transform() * faceRotation(number);
         const QMatrix4x4 faceInverse = face.inverted();
-        for (int level = 0; level < data.levels; ++level) {
+        for (int level = 0; level < levels; ++level) {
             if (isFull(renderData, info)) {
                 return true;
             }
@@ -331,7 +337,7 @@ bool ShadowMapManagerCulling::isSceneOutOfView() const
 QVector<Plane> ShadowMapManagerCulling::slicePlanes(int level, const ProcessCSMData &data) const
 {
     QVector<Plane> planes = _cameraFrustumPlanes;
-    if (data.enabled) {
+    if (data.enabled && _hasCamera) {
         const float levels = static_cast<float>(data.levels);
         const float t0 = static_cast<float>(level) / levels;
         const float t1 = static_cast<float>(level + 1) / levels;

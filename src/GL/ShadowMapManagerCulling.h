@@ -45,7 +45,7 @@ public:
     /// Near, far, and the four sides.
     static QVector<Plane> getWorldFrustrumPlanes(const QMatrix4x4 &view, const QMatrix4x4 &projection);
 
-    void setupLightCSMData(const ShadowMapManager::Light *light, ProcessCSMData &data) const;
+    void setupLightCSMData(ShadowMapManager::Light *light, ProcessCSMData &data) const;
     /// What the camera sees of the scene in a cascade.
     const QVector<QVector3D> &getSceneCameraFrustrumPointsCSM(int level, ProcessCSMData &data,
                                                               const QVector<Plane> &extraPlanes) const;
@@ -58,10 +58,10 @@ public:
     // Adds to info.count; sets changed where the table changed.
     bool processLightDirectional(ShadowMapManager::RenderData &renderData,
                                  ShadowMapManager::RenderData::ProjectorInfo &info,
-                                 const ShadowMapManager::Light *light, bool &changed) const;
+                                 ShadowMapManager::Light *light, bool &changed) const;
     bool processLightPoint(ShadowMapManager::RenderData &renderData,
-                           ShadowMapManager::RenderData::ProjectorInfo &info,
-                           const ShadowMapManager::Light *light, bool &changed) const;
+                           ShadowMapManager::RenderData::ProjectorInfo &info, ShadowMapManager::Light *light,
+                           bool &changed) const;
 
 private:
     /// What the pyramids of a light are clipped with.
