@@ -270,6 +270,27 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
                     "debug [TvoImageCubemapUtils.cpp:#] [ !! ] Unhandled Texture Type 0xDE1");
 }
 
+TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDrawNothing)
+{
+    class Boaster : public TvoRenderCubemapBase
+    {
+    public:
+        bool createShader() override { return true; }
+    };
+    EXPECT_EQ(nullptr, Boaster().createCubemap(4, GL_RGBA8, GL_TEXTURE_CUBE_MAP));
+    EXPECT_MESSAGES("debug [TvoImageCubemapUtils.cpp:#] [ !! ] Failed to create Shader");
+
+    const auto source = image(24, 4, [](float, float) { return QVector4D(); });
+    TvoRenderCubemap_Linear renderer;
+    renderer.setTexture(source.get());
+    EXPECT_FALSE(renderer.renderBegin(0)); // no program yet
+    ASSERT_TRUE(renderer.createShader());
+    for (const int face : {-1, 6}) {
+        EXPECT_FALSE(renderer.renderBegin(face));
+    }
+    EXPECT_FALSE(source->isBound());
+}
+
 TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLast)
 {
     constexpr int kLayers = 3;

@@ -57,7 +57,7 @@ private:
     GLint _read = 0;
 };
 
-/// The names of a program's files begin alike; \a name is also the one in messages.
+/// Built and bound. The names of a program's files begin alike; \a name is also the one in messages.
 std::unique_ptr<ShaderProgram> buildProgram(const char *name, const char *files, ShadingModel model)
 {
     GLSLMacroProcessor processor;
@@ -78,6 +78,7 @@ std::unique_ptr<ShaderProgram> buildProgram(const char *name, const char *files,
         return nullptr;
     }
     program->setMacroProcessor(nullptr); // it dies with this call
+    program->bind();
     return program;
 }
 
@@ -106,8 +107,8 @@ void finishEnvMap(Texture &texture, int numLods, GLint wrapS)
     texture.unbind();
 }
 
-/// What all bakes draw with: a program, a framebuffer and the full-screen quad,
-/// bound for the life of the pass.
+/// What all bakes draw with: a program, which comes bound, a framebuffer and the
+/// full-screen quad, bound to the end of the pass.
 class BakePass
 {
     Q_DISABLE_COPY(BakePass)
@@ -118,7 +119,6 @@ public:
         , _framebuffer(nullptr)
         , _quad(OpenGLDeviceContext::current()->fullscreenQuad())
     {
-        _program->bind();
         _framebuffer.bind();
         _quad->VAO()->bind();
         _quad->VAO()->enableShaderProgramArrays(_program.get());

@@ -28,6 +28,7 @@ namespace TvoImageCubemapUtils {
 namespace {
 
 constexpr int kFaces = 6;
+constexpr int kMostLayersInPass = 8;
 constexpr int kLastSourceType = eSourceCross;
 
 GLenum faceTarget(int face)
@@ -165,6 +166,9 @@ bool TvoRenderCubemapBase::createShader()
 
 bool TvoRenderCubemapBase::renderBegin(int face)
 {
+    if (!canRender(face)) {
+        return false;
+    }
     glUniformMatrix3fv(location(QStringLiteral("u_TvoNormalMatrix")), 1, GL_FALSE,
                        kFaceRows[face].normalMatrix);
     return true;
@@ -234,7 +238,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
     createShaderDefines();
     const bool hasShader = createShader();
     removeShaderDefines();
-    if (!hasShader) {
+    if (!hasShader || _program == nullptr) {
         ZEL_LOG_DEBUG("[ !! ] Failed to create Shader");
         return false;
     }
@@ -307,7 +311,12 @@ int TvoRenderCubemapBase::largestBatchSize() const
 
 void TvoRenderCubemapBase::setBatchSize(int layers)
 {
-    _batchSize = layers;
+    _batchSize = std::clamp(layers, 1, kMostLayersInPass);
+}
+
+bool TvoRenderCubemapBase::canRender(int face) const
+{
+    return _program != nullptr && face >= 0 && face < kFaces;
 }
 
 float TvoRenderCubemapBase::blurOfLayer(int k) const
@@ -335,9 +344,9 @@ bool TvoRenderCubemapBase::attachFace(const Texture &target, int face)
 
 bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
 {
-    static constexpr GLenum attachments[] = {GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2,
-                                             GL_COLOR_ATTACHMENT3, GL_COLOR_ATTACHMENT4, GL_COLOR_ATTACHMENT5,
-                                             GL_COLOR_ATTACHMENT6, GL_COLOR_ATTACHMENT7};
+    static constexpr GLenum attachments[kMostLayersInPass] = {
+        GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2, GL_COLOR_ATTACHMENT3,
+        GL_COLOR_ATTACHMENT4, GL_COLOR_ATTACHMENT5, GL_COLOR_ATTACHMENT6, GL_COLOR_ATTACHMENT7};
     _face = face;
     if (!attachFace(target, face)) {
         return false;
@@ -384,7 +393,7 @@ TvoImageCubemapColorSpace TvoRenderCubemapBaseTexture::getTextureColorSpace() co
 
 bool TvoRenderCubemapBaseTexture::renderBegin(int face)
 {
-    if (_texture == nullptr) {
+    if (_texture == nullptr || !canRender(face)) {
         return false;
     }
     _texture->bind();
@@ -421,7 +430,9 @@ bool TvoRenderCubemap_Cross::createShader()
 
 bool TvoRenderCubemap_Cross::renderBegin(int face)
 {
-    const bool result = TvoRenderCubemapBaseTexture::renderBegin(face);
+    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
+        return false;
+    }
     const CrossLayout &layout = kCrossLayouts[_layout == eLayout3x4 ? 1 : 0];
     const float *t = layout.turns[face];
     const float sx = 0.5f / static_cast<float>(layout.columns);
@@ -437,7 +448,7 @@ bool TvoRenderCubemap_Cross::renderBegin(int face)
                             static_cast<float>(2 * layout.cells[face][1] + 1) * sy};
     const QMatrix4x2 toUv(values);
     glUniformMatrix4x2fv(location(QStringLiteral("u_TvoNormalToUvMatrix")), 1, GL_FALSE, toUv.constData());
-    return result;
+    return true;
 }
 
 bool TvoRenderCubemap_LatLongSphere::createShader()
@@ -468,12 +479,14 @@ bool TvoRenderCubemap_Blur::createShader()
 
 bool TvoRenderCubemap_Blur::renderBegin(int face)
 {
-    const bool result = TvoRenderCubemapBaseTexture::renderBegin(face);
+    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
+        return false;
+    }
     for (int k = 0; k < layersInPass(); ++k) {
         glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)), blurOfLayer(k));
     }
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    return result;
+    return true;
 }
 
 void TvoRenderCubemap_Blur::renderEnd(int face)
@@ -502,13 +515,15 @@ bool TvoRenderCubemap_NDotL::createShader()
 
 bool TvoRenderCubemap_NDotL::renderBegin(int face)
 {
-    const bool result = TvoRenderCubemapBaseTexture::renderBegin(face);
+    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
+        return false;
+    }
     for (int k = 0; k < layersInPass(); ++k) {
         glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)),
                     std::pow(blurOfLayer(k), 1.0f / _levelsPow));
     }
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    return result;
+    return true;
 }
 
 void TvoRenderCubemap_NDotL::renderEnd(int face)
@@ -525,10 +540,12 @@ bool TvoRenderCubemap_Linear::createShader()
 
 bool TvoRenderCubemap_Linear::renderBegin(int face)
 {
-    const bool result = TvoRenderCubemapBaseTexture::renderBegin(face);
+    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
+        return false;
+    }
     const QMatrix4x2 toUv(kStripRows[face]);
     glUniformMatrix4x2fv(location(QStringLiteral("u_TvoNormalToUvMatrix")), 1, GL_FALSE, toUv.constData());
-    return result;
+    return true;
 }
 
 QString typeAsString(TvoImageCubemapSourceType type)

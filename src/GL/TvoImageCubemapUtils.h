@@ -55,7 +55,7 @@ public:
     virtual ~TvoRenderCubemapBase();
 
     virtual bool createShader();
-    /// False where the face is not to be drawn.
+    /// False where the face is not to be drawn, and where there is no such face or no program yet.
     virtual bool renderBegin(int face);
     virtual void renderEnd(int face);
     virtual void createShaderDefines();
@@ -77,7 +77,8 @@ protected:
     /// Of layer \a k of the pass: 0 for the first layer to 1 for the last.
     float blurOfLayer(int k) const;
     int layersInPass() const { return _layersInPass; }
-    void setBatchSize(int layers);
+    void setBatchSize(int layers); ///< 1 to 8
+    bool canRender(int face) const;
 
 private:
     bool attachFace(const Orvane::Zel::Texture &target, int face);
