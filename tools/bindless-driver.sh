@@ -9,6 +9,11 @@
 set -euo pipefail
 exec </dev/null
 
+if [ $# -gt 0 ]; then # --help, since nothing else is asked of it
+    sed -n '2,/^set/ { s/^# \{0,1\}//p }' "$0"
+    exit 0
+fi
+
 packages=(libgl1-mesa-dri libglx-mesa0 libegl-mesa0 libgbm1 mesa-libgallium mesa-vulkan-drivers libdrm2)
 
 die() {

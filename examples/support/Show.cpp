@@ -175,15 +175,22 @@ int writePicture(const MakeShow &make, const QString &file)
     return gComplaints == 0 ? 0 : 1;
 }
 
-} // namespace
-
-#if defined(__SANITIZE_ADDRESS__)
-/// The leak check reads the stacks of what is still loaded: drivers must not go before it.
-extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
+/// Needs an application's name, but no display.
+QString readPictureFile(int argc, char **argv)
 {
-    return 0;
+    const QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Opens a window, unless a picture is asked for.");
+    parser.addHelpOption();
+    parser.addOption({"offscreen", "Write one picture instead of opening a window.", "FILE"});
+    parser.process(application);
+    if (!parser.positionalArguments().isEmpty()) {
+        parser.showHelp(1);
+    }
+    return parser.value("offscreen");
 }
-#endif
+
+} // namespace
 
 void Show::prepare(float, float) {}
 
@@ -195,14 +202,11 @@ int present(int argc, char **argv, const MakeShow &make)
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION")) {
         qputenv("QT_XCB_GL_INTEGRATION", "xcb_glx"); // the library finds GL's entry points by GLX
     }
+    const QString file = readPictureFile(argc, argv);
     qInstallMessageHandler(printMessage);
     QGuiApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.addHelpOption();
-    parser.addOption({"offscreen", "Write one picture instead of opening a window.", "FILE"});
-    parser.process(application);
-    if (parser.isSet("offscreen")) {
-        return writePicture(make, parser.value("offscreen"));
+    if (!file.isEmpty()) {
+        return writePicture(make, file);
     }
 
     ShowWindow window(make);

@@ -272,9 +272,9 @@ def sections(core, extensions):
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Generates GLLoader.h and GLLoader.cpp.")
-    parser.add_argument("output", type=pathlib.Path)
-    parser.add_argument("--registry", default=REGISTRY)
+    parser = argparse.ArgumentParser(description="Generates the OpenGL entry-point table of ZelGL.")
+    parser.add_argument("output", type=pathlib.Path, help="folder of GLLoader.h and GLLoader.cpp: src/GL")
+    parser.add_argument("--registry", default=REGISTRY, help="gl.xml of Khronos (default: %(default)s)")
     arguments = parser.parse_args()
 
     root = ElementTree.parse(arguments.registry).getroot()

@@ -1,5 +1,4 @@
-// Writes the tables that a host of SMAA.glslh binds: smaatables FOLDER gives SMAAArea.raw (160 x 560, two channels),
-// SMAASearch.raw (64 x 16, one channel), and both as arrays in SMAATextures.h.
+// Writes the tables that a host of SMAA.glslh binds.
 
 #include "SMAATables.h"
 
@@ -8,6 +7,11 @@
 #include <string>
 
 namespace {
+
+constexpr char kUsage[] = "usage: smaatables FOLDER\n"
+                          "Writes the two tables that hosts of SMAA.glslh bind into the FOLDER: SMAAArea.raw "
+                          "(160 x 560, two channels),\n"
+                          "SMAASearch.raw (64 x 16, one channel), and both as arrays in SMAATextures.h.\n";
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -45,16 +49,21 @@ bool writeHeader(const std::string &path, const Bytes &area, const Bytes &search
 
 int main(int argc, char **argv)
 {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: smaatables FOLDER\n");
+    const std::string argument = argc == 2 ? argv[1] : "";
+    if (argument == "-h" || argument == "--help") {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    if (argument.empty()) {
+        std::fputs(kUsage, stderr);
         return 2;
     }
-    const std::string folder = std::string(argv[1]) + '/';
+    const std::string folder = argument + '/';
     const Bytes area = SMAATables::area();
     const Bytes search = SMAATables::search();
     if (!writeRaw(folder + "SMAAArea.raw", area) || !writeRaw(folder + "SMAASearch.raw", search)
         || !writeHeader(folder + "SMAATextures.h", area, search)) {
-        std::fprintf(stderr, "cannot write to %s\n", argv[1]);
+        std::fprintf(stderr, "smaatables: '%s' is no folder that can be written to\n", argv[1]);
         return 1;
     }
     return 0;

@@ -3,6 +3,7 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QRect>
 #include <QtCore/QRegularExpression>
+#include <QtGui/QVector2D>
 
 #include <algorithm>
 
@@ -11,14 +12,21 @@ namespace zelview {
 namespace {
 
 constexpr float kMostExposure = 20.0f;
+constexpr int kMostSamples = 32;
 constexpr int kMostSlices = 16384;
 constexpr int kMostBodies = 1000000;
 constexpr int kMostFrames = 100000;
-
-const QString kStats = QStringLiteral("stats");
-const QString kStress = QStringLiteral("stress");
-const QString kFrames = QStringLiteral("frames");
 constexpr int kMostCascades = 8;
+
+const QString kOffscreen = QStringLiteral("offscreen");
+const QString kSize = QStringLiteral("size");
+const QString kSamples = QStringLiteral("samples");
+const QString kEdgeFilter = QStringLiteral("aa");
+const QString kExposure = QStringLiteral("exposure");
+
+const QString kView = QStringLiteral("view");
+const QString kCamera = QStringLiteral("camera");
+const QString kPick = QStringLiteral("pick");
 
 const QString kEnv = QStringLiteral("env");
 const QString kEnvLayout = QStringLiteral("env-layout");
@@ -30,12 +38,33 @@ const QString kCascades = QStringLiteral("csm");
 const QString kVariance = QStringLiteral("variance");
 const QString kGround = QStringLiteral("ground");
 
+const QString kManager = QStringLiteral("manager");
+const QString kMechanism = QStringLiteral("mechanism");
+const QString kBlockLimit = QStringLiteral("block-limit");
+const QString kDrawID = QStringLiteral("draw-id");
+const QString kPrintPlan = QStringLiteral("print-plan");
+
+const QString kUdim = QStringLiteral("udim");
+const QString kLevel = QStringLiteral("level");
+const QString kFace = QStringLiteral("face");
+
+const QString kStats = QStringLiteral("stats");
+const QString kStress = QStringLiteral("stress");
+const QString kFrames = QStringLiteral("frames");
+
+const QString kVerbose = QStringLiteral("verbose");
+const QString kHelp = QStringLiteral("help");
+const QString kVersion = QStringLiteral("version");
+
 /// By EdgeFilter.
 const QStringList kEdgeFilterNames{QStringLiteral("none"), QStringLiteral("fxaa"), QStringLiteral("smaa")};
 
 /// By LightRig.
 const QStringList kRigNames{QStringLiteral("none"), QStringLiteral("sun"), QStringLiteral("rig"),
                             QStringLiteral("file")};
+
+/// By DrawIDPath.
+const QStringList kDrawIDNames{QStringLiteral("uniform"), QStringLiteral("base-instance")};
 
 /// By ManagerKind.
 const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array"),
@@ -48,14 +77,17 @@ const QStringList kMechanismNames{QStringLiteral("ubo"), QStringLiteral("uniform
                                   QStringLiteral("ssbo")};
 static_assert(kMechanismKinds == 5, "each has a name");
 
-constexpr char kKeys[] =
+constexpr char kDescription[] =
+    "Shows a model or an image in a window, or writes a picture of it.\n\n"
     "Window:  left button turns, middle or right button moves, wheel, + and - zoom, Home shows everything,\n"
     "         F shows statistics, Escape closes.\n"
     "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the surroundings;\n"
     "         a click or N selects a material, O shows it alone, X leaves it out, A shows all;\n"
     "         Z freezes the frustum that culls, and shows what it culls as ghosts;\n"
     "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
-    "         M next texture manager, D its slots, I next mechanism for instance data.";
+    "         M next texture manager, D its slots, I next mechanism for instance data.\n\n"
+    "Ends with 0, or 1: wrong call, 2: a file cannot be read or written, 3: a file makes no sense,\n"
+    "4: no display, or a driver that does not serve.";
 
 Problem usageProblem(const QString &text)
 {
@@ -112,18 +144,16 @@ Expected<float> parseReal(const QString &option, const QString &text, float low,
 }
 
 /// "AZIMUTH,ELEVATION" in degrees.
-Failure parseView(const QString &text, Options &options)
+Expected<QVector2D> parseView(const QString &text)
 {
     const QStringList parts = text.split(QLatin1Char(','));
     bool isAzimuth = false;
     bool isElevation = false;
-    if (parts.size() == 2) {
-        options.azimuth = parts[0].toFloat(&isAzimuth);
-        options.elevation = parts[1].toFloat(&isElevation);
-    }
+    const QVector2D angles(parts.value(0).toFloat(&isAzimuth), parts.value(1).toFloat(&isElevation));
     // The comparison is written so that a NaN fails it.
-    if (isAzimuth && isElevation && qAbs(options.azimuth) <= 360.0f && qAbs(options.elevation) <= 89.0f) {
-        return {};
+    if (parts.size() == 2 && isAzimuth && isElevation && qAbs(angles.x()) <= 360.0f
+        && qAbs(angles.y()) <= 89.0f) {
+        return angles;
     }
     return usageProblem(
         QStringLiteral("--view takes AZIMUTH,ELEVATION in degrees, such as 35,22, not '%1'").arg(text));
@@ -144,17 +174,6 @@ Expected<QPoint> parsePixel(const QString &text, const QSize &size)
     return pixel;
 }
 
-Expected<DrawIDPath> parseDrawIDPath(const QString &text)
-{
-    if (text == QLatin1String("uniform")) {
-        return DrawIDPath::eUniform;
-    }
-    if (text == QLatin1String("base-instance")) {
-        return DrawIDPath::eBaseInstance;
-    }
-    return usageProblem(QStringLiteral("--draw-id takes 'uniform' or 'base-instance', not '%1'").arg(text));
-}
-
 /// One of the names, as the number that it has among them.
 template <typename Choice>
 Expected<Choice> parseName(const QString &option, const QString &text, const QStringList &names)
@@ -167,22 +186,138 @@ Expected<Choice> parseName(const QString &option, const QString &text, const QSt
     return Choice(index);
 }
 
-/// Stores what \a parsed holds in \a target, or tells what it holds instead.
-template <typename T, typename Target> Failure take(const Expected<T> &parsed, Target &target)
+/// Reads options, as far as they were given, one after the other; the first problem ends that.
+class Reader
 {
-    if (!parsed) {
-        return parsed.problem();
+public:
+    explicit Reader(const QCommandLineParser &parser)
+        : _parser(parser)
+    {
     }
-    target = *parsed;
-    return {};
+
+    const Failure &failure() const { return _failure; }
+
+    bool isSet(const QString &option) const { return _parser.isSet(option); }
+
+    /// The name of the first of these options that was given; empty when none was.
+    QString firstSet(const QList<QCommandLineOption> &options) const
+    {
+        const auto given =
+            std::find_if(options.begin(), options.end(),
+                         [this](const QCommandLineOption &option) { return _parser.isSet(option); });
+        return given != options.end() ? given->names().first() : QString();
+    }
+
+    void refuse(const QString &text)
+    {
+        if (!_failure) {
+            _failure = usageProblem(text);
+        }
+    }
+
+    /// Stores what \a parse makes of the option's text.
+    template <typename Target, typename Parse>
+    void read(const QString &option, Target &target, const Parse &parse)
+    {
+        if (_failure || !isSet(option)) {
+            return;
+        }
+        const auto parsed = parse(_parser.value(option));
+        if (parsed) {
+            target = *parsed;
+        } else {
+            _failure = parsed.problem();
+        }
+    }
+
+    /// \a what: what stands there, when nothing may not.
+    void readText(const QString &option, QString &target, const char *what)
+    {
+        target = _parser.value(option);
+        if (isSet(option) && target.isEmpty()) {
+            refuse(QStringLiteral("--%1 takes %2").arg(option, QLatin1String(what)));
+        }
+    }
+
+    void readNumber(const QString &option, int &target, int low, int high)
+    {
+        read(option, target, [&](const QString &text) { return parseNumber(option, text, low, high); });
+    }
+
+    void readReal(const QString &option, float &target, float low, float high)
+    {
+        read(option, target, [&](const QString &text) { return parseReal(option, text, low, high); });
+    }
+
+    template <typename Choice, typename Target>
+    void readName(const QString &option, Target &target, const QStringList &names)
+    {
+        read(option, target, [&](const QString &text) { return parseName<Choice>(option, text, names); });
+    }
+
+private:
+    const QCommandLineParser &_parser;
+    Failure _failure;
+};
+
+QList<QCommandLineOption> pictureOptions()
+{
+    return {
+        {kOffscreen, QStringLiteral("Write the picture to <file> (PNG) instead of opening a window."),
+         QStringLiteral("file")},
+        {kSize, QStringLiteral("Size of the picture or window (default: 1280x720)."), QStringLiteral("WxH")},
+        {kSamples,
+         QStringLiteral("Samples for each pixel, 1 to %1 (default: 8), as far as the driver goes.")
+             .arg(kMostSamples),
+         QStringLiteral("n")},
+        {kEdgeFilter,
+         QStringLiteral(
+             "Smooth edges in the finished picture: 'none', 'fxaa' or 'smaa' (default: none). Takes "
+             "the place of samples, unless --samples is given too."),
+         QStringLiteral("filter")},
+        {kExposure,
+         QStringLiteral(
+             "Powers of two by which an image, or the light on a model, is brightened (default: 0)."),
+         QStringLiteral("ev")}};
 }
 
-/// The name of the first of these options that was given; empty when none was.
-QString firstSet(const QCommandLineParser &parser, const QList<QCommandLineOption> &options)
+void readPicture(Reader &reader, Options &options)
 {
-    const auto given = std::find_if(options.begin(), options.end(),
-                                    [&](const QCommandLineOption &option) { return parser.isSet(option); });
-    return given != options.end() ? given->names().first() : QString();
+    reader.readText(kOffscreen, options.picture, "the name of a file");
+    reader.read(kSize, options.size, parseSize);
+    reader.readName<EdgeFilter>(kEdgeFilter, options.edgeFilter, kEdgeFilterNames);
+    if (options.edgeFilter != EdgeFilter::eNone) {
+        options.samples = 1;
+    }
+    reader.readNumber(kSamples, options.samples, 1, kMostSamples);
+    reader.readReal(kExposure, options.exposure, -kMostExposure, kMostExposure);
+}
+
+QList<QCommandLineOption> cameraOptions()
+{
+    return {{kView, QStringLiteral("Where to look from: azimuth and elevation in degrees (default: 35,22)."),
+             QStringLiteral("a,e")},
+            {kCamera, QStringLiteral("Look through a camera of the file, by its name or its number from 0."),
+             QStringLiteral("name")},
+            {kPick,
+             QStringLiteral("With --offscreen: tell the material at a pixel, counted from the upper left."),
+             QStringLiteral("x,y")}};
+}
+
+void readCamera(Reader &reader, Options &options)
+{
+    QVector2D angles(options.azimuth, options.elevation);
+    reader.read(kView, angles, parseView);
+    options.azimuth = angles.x();
+    options.elevation = angles.y();
+    reader.readText(kCamera, options.camera, "a name or a number");
+    if (reader.isSet(kCamera) && reader.isSet(kView)) {
+        reader.refuse(QStringLiteral("--camera and --view exclude each other"));
+    }
+    if (reader.isSet(kPick) && options.picture.isEmpty()) {
+        reader.refuse(QStringLiteral("--pick goes with --offscreen"));
+    }
+    reader.read(kPick, options.pick, [&](const QString &text) { return parsePixel(text, options.size); });
 }
 
 QList<QCommandLineOption> environmentOptions()
@@ -193,38 +328,25 @@ QList<QCommandLineOption> environmentOptions()
                         "EXR, a KTX cube map, or what Qt reads."),
          QStringLiteral("image")},
         {kEnvLayout,
-         QStringLiteral("How that image is laid out: 'latlong', 'cross' or 'strip'; else its sides tell: "
-                        "2:1, 4:3 or 3:4, 6:1."),
+         QStringLiteral("How that image is laid out: 'latlong', 'cross' or 'strip' (default: as its sides "
+                        "tell: 2:1, 4:3 or 3:4, 6:1)."),
          QStringLiteral("layout")},
-        {kEnvRotation, QStringLiteral("Turn the surroundings about the vertical, in degrees; 0."),
+        {kEnvRotation, QStringLiteral("Turn the surroundings about the vertical, in degrees (default: 0)."),
          QStringLiteral("angle")},
-        {kEnvBlur, QStringLiteral("Blur them behind the model, from 0 to 1; 0."), QStringLiteral("amount")}};
+        {kEnvBlur, QStringLiteral("Blur them behind the model, from 0 to 1 (default: 0)."),
+         QStringLiteral("amount")}};
 }
 
-Failure parseEnvironment(const QCommandLineParser &parser, Options &options)
+void readEnvironment(Reader &reader, Options &options)
 {
-    options.environment = parser.value(kEnv);
-    if (!parser.isSet(kEnv)) {
-        const QString alone = firstSet(parser, environmentOptions());
-        return alone.isEmpty() ? Failure() : usageProblem(QStringLiteral("--%1 goes with --env").arg(alone));
+    const QString alone = reader.firstSet(environmentOptions());
+    if (!alone.isEmpty() && !reader.isSet(kEnv)) {
+        reader.refuse(QStringLiteral("--%1 goes with --env").arg(alone));
     }
-    Failure failure;
-    if (options.environment.isEmpty()) {
-        failure = usageProblem(QStringLiteral("--env takes the name of a file"));
-    }
-    if (!failure && parser.isSet(kEnvLayout)) {
-        failure =
-            take(parseName<EnvironmentLayout>(kEnvLayout, parser.value(kEnvLayout), environmentLayoutNames()),
-                 options.environmentLayout);
-    }
-    if (!failure && parser.isSet(kEnvRotation)) {
-        failure = take(parseReal(kEnvRotation, parser.value(kEnvRotation), -360.0f, 360.0f),
-                       options.environmentRotation);
-    }
-    if (!failure && parser.isSet(kEnvBlur)) {
-        failure = take(parseReal(kEnvBlur, parser.value(kEnvBlur), 0.0f, 1.0f), options.environmentBlur);
-    }
-    return failure;
+    reader.readText(kEnv, options.environment, "the name of a file");
+    reader.readName<EnvironmentLayout>(kEnvLayout, options.environmentLayout, environmentLayoutNames());
+    reader.readReal(kEnvRotation, options.environmentRotation, -360.0f, 360.0f);
+    reader.readReal(kEnvBlur, options.environmentBlur, 0.0f, 1.0f);
 }
 
 QList<QCommandLineOption> lightOptions()
@@ -233,27 +355,71 @@ QList<QCommandLineOption> lightOptions()
         {kLights,
          QStringLiteral(
              "Lights that cast shadows: 'none', a 'sun' (that of the surroundings, with --env), a 'rig' of "
-             "two spot lights and a lamp, or those of the 'file'; 'sun'."),
+             "two spot lights and a lamp, or those of the 'file' (default: sun)."),
          QStringLiteral("name")},
         {kCascades,
-         QStringLiteral("Cascades of the sun's shadow, from near to far, 1 to %1; 4.").arg(kMostCascades),
+         QStringLiteral("Cascades of the sun's shadow, from near to far, 1 to %1 (default: 4).")
+             .arg(kMostCascades),
          QStringLiteral("n")},
         {kVariance, QStringLiteral("Variance shadow maps: one look-up into blurred layers instead of many.")},
         {kGround, QStringLiteral("Stand the model on a ground that takes its shadow.")}};
 }
 
-Failure parseLights(const QCommandLineParser &parser, Options &options)
+void readLights(Reader &reader, Options &options)
 {
-    Failure failure;
-    if (parser.isSet(kLights)) {
-        failure = take(parseName<LightRig>(kLights, parser.value(kLights), kRigNames), options.lights);
-    }
-    if (!failure && parser.isSet(kCascades)) {
-        failure = take(parseNumber(kCascades, parser.value(kCascades), 1, kMostCascades), options.cascades);
-    }
-    options.shadowKind = parser.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
-    options.hasGround = parser.isSet(kGround);
-    return failure;
+    reader.readName<LightRig>(kLights, options.lights, kRigNames);
+    reader.readNumber(kCascades, options.cascades, 1, kMostCascades);
+    options.shadowKind = reader.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
+    options.hasGround = reader.isSet(kGround);
+}
+
+/// Of what the library offers in several ways.
+QList<QCommandLineOption> roadOptions()
+{
+    return {
+        {kManager,
+         QStringLiteral("Texture manager: 'sampler', 'array', 'array-bindless' or 'bindless' (default: array "
+                        "for models with UDIM tiles, otherwise sampler)."),
+         QStringLiteral("name")},
+        {kMechanism,
+         QStringLiteral(
+             "How matrices and materials travel: 'ubo', 'uniform', 'texbuffer', 'texture' or 'ssbo' "
+             "(default: ubo)."),
+         QStringLiteral("name")},
+        {kBlockLimit, QStringLiteral("Split the matrices into collections of at most so many bytes."),
+         QStringLiteral("bytes")},
+        {kDrawID,
+         QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or 'base-instance' (one unit "
+                        "for each mesh, without culling) (default: uniform)."),
+         QStringLiteral("path")},
+        {kPrintPlan,
+         QStringLiteral(
+             "Print layout, limits and shader texts of the instance data, for the FILE or as large "
+             "as the mechanism allows, and end.")}};
+}
+
+void readRoads(Reader &reader, Options &options)
+{
+    reader.readName<ManagerKind>(kManager, options.manager, kManagerNames);
+    reader.readName<MechanismKind>(kMechanism, options.mechanism, kMechanismNames);
+    reader.readNumber(kBlockLimit, options.blockLimit, 256, 1 << 30);
+    reader.readName<DrawIDPath>(kDrawID, options.drawIDPath, kDrawIDNames);
+}
+
+QList<QCommandLineOption> imageOptions()
+{
+    return {
+        {kLevel, QStringLiteral("Mip level of an image to show (default: 0)."), QStringLiteral("n")},
+        {kFace,
+         QStringLiteral("Face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a volume to show "
+                        "alone."),
+         QStringLiteral("n")}};
+}
+
+void readImage(Reader &reader, Options &options)
+{
+    reader.readNumber(kLevel, options.level, 0, 31);
+    reader.readNumber(kFace, options.face, 0, kMostSlices);
 }
 
 QList<QCommandLineOption> measureOptions()
@@ -265,24 +431,41 @@ QList<QCommandLineOption> measureOptions()
                  "unless --lights asks for them."),
              QStringLiteral("n")},
             {kFrames,
-             QStringLiteral("With --stress and --offscreen: frames of the flight that are measured; 60."),
+             QStringLiteral("With --stress and --offscreen: frames of the flight that are measured (default: "
+                            "60)."),
              QStringLiteral("k")}};
 }
 
-Failure parseMeasures(const QCommandLineParser &parser, Options &options)
+void readMeasures(Reader &reader, Options &options)
 {
-    options.printsStatistics = parser.isSet(kStats);
-    Failure failure;
-    if (parser.isSet(kStress)) {
-        failure = take(parseNumber(kStress, parser.value(kStress), 1, kMostBodies), options.stressBodies);
+    options.printsStatistics = reader.isSet(kStats);
+    reader.readNumber(kStress, options.stressBodies, 1, kMostBodies);
+    if (reader.isSet(kStress)) {
         options.lights = LightRig::eNone;
     }
-    if (!failure && parser.isSet(kFrames)) {
-        failure = options.stressBodies > 0 && !options.picture.isEmpty()
-                      ? take(parseNumber(kFrames, parser.value(kFrames), 1, kMostFrames), options.frames)
-                      : usageProblem(QStringLiteral("--frames goes with --stress and --offscreen"));
+    if (reader.isSet(kFrames) && (options.stressBodies == 0 || options.picture.isEmpty())) {
+        reader.refuse(QStringLiteral("--frames goes with --stress and --offscreen"));
     }
-    return failure;
+    reader.readNumber(kFrames, options.frames, 1, kMostFrames);
+}
+
+/// The FILE, or what stands in its place.
+void readSource(Reader &reader, QStringList names, const QString &tiles, Options &options)
+{
+    options.printsPlan = reader.isSet(kPrintPlan);
+    options.isUdim = reader.isSet(kUdim);
+    if (options.isUdim) {
+        names.append(tiles);
+    }
+    options.file = names.value(0);
+    const bool needsNoFile = options.printsPlan || reader.isSet(kStress);
+    if (reader.isSet(kStress) && !names.isEmpty()) {
+        reader.refuse(QStringLiteral("--stress takes the place of a FILE"));
+    } else if (names.size() > 1) {
+        reader.refuse(QStringLiteral("one FILE is shown at a time, not %1").arg(names.size()));
+    } else if (options.file.isEmpty() && !(needsNoFile && names.isEmpty())) {
+        reader.refuse(QStringLiteral("no FILE is named"));
+    }
 }
 
 } // namespace
@@ -304,207 +487,54 @@ QString mechanismName(MechanismKind kind)
 
 Expected<Options> parseOptions(const QStringList &arguments)
 {
-    const QCommandLineOption offscreen(
-        QStringLiteral("offscreen"),
-        QStringLiteral("Write the picture to <file> (PNG) instead of opening a window."),
-        QStringLiteral("file"));
-    const QCommandLineOption size(QStringLiteral("size"),
-                                  QStringLiteral("Size of the picture or window; 1280x720."),
-                                  QStringLiteral("WxH"));
-    const QCommandLineOption samples(
-        QStringLiteral("samples"),
-        QStringLiteral("Samples for each pixel, 1 to 32; 8, or what the driver has."), QStringLiteral("n"));
-    const QCommandLineOption view(
-        QStringLiteral("view"),
-        QStringLiteral("Where to look from: azimuth and elevation in degrees; 35,22."),
-        QStringLiteral("a,e"));
-    const QCommandLineOption camera(
-        QStringLiteral("camera"),
-        QStringLiteral("Look through a camera of the file, by its name or its number from 0."),
-        QStringLiteral("name"));
-    const QCommandLineOption pick(
-        QStringLiteral("pick"),
-        QStringLiteral("With --offscreen: tell the material at a pixel, counted from the upper left."),
-        QStringLiteral("x,y"));
-    const QCommandLineOption printPlan(
-        QStringLiteral("print-plan"),
-        QStringLiteral("Print layout, limits and shader texts of the instance data, for the FILE or as large "
-                       "as the mechanism allows, and end."));
-    const QCommandLineOption drawID(
-        QStringLiteral("draw-id"),
-        QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or "
-                       "'base-instance' (one unit for each mesh, without culling)."),
-        QStringLiteral("path"));
-    const QCommandLineOption manager(
-        QStringLiteral("manager"),
-        QStringLiteral("Texture manager: 'sampler', 'array', 'array-bindless' or 'bindless'; "
-                       "'array' for models with UDIM tiles, otherwise 'sampler'."),
-        QStringLiteral("name"));
-    const QCommandLineOption udim(
-        QStringLiteral("udim"),
-        QStringLiteral(
-            "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
-        QStringLiteral("tiles"));
-    const QCommandLineOption mechanism(
-        QStringLiteral("mechanism"),
-        QStringLiteral(
-            "How matrices and materials travel: 'ubo', 'uniform', 'texbuffer', 'texture' or 'ssbo'; "
-            "'ubo'."),
-        QStringLiteral("name"));
-    const QCommandLineOption blockLimit(
-        QStringLiteral("block-limit"),
-        QStringLiteral("Split the matrices into collections of at most so many bytes."),
-        QStringLiteral("bytes"));
-    const QCommandLineOption level(QStringLiteral("level"),
-                                   QStringLiteral("Mip level of an image to show; 0."), QStringLiteral("n"));
-    const QCommandLineOption face(
-        QStringLiteral("face"),
-        QStringLiteral("Face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a "
-                       "volume to show alone."),
-        QStringLiteral("n"));
-    const QCommandLineOption exposure(
-        QStringLiteral("exposure"),
-        QStringLiteral("Powers of two by which an image, or the light on a model, is brightened; 0."),
-        QStringLiteral("ev"));
-    const QCommandLineOption edgeFilter(
-        QStringLiteral("aa"),
-        QStringLiteral("Smooth edges in the finished picture: 'none', 'fxaa' or 'smaa'. Takes the place of "
-                       "samples, unless --samples is given too."),
-        QStringLiteral("filter"));
-    const QCommandLineOption verbose(QStringLiteral("verbose"),
-                                     QStringLiteral("Print debug messages, those of the driver among them."));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Print this help."));
-    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Print the version."));
-
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Shows a model or an image in a window, or writes a picture of it.\n\n")
-        + QLatin1String(kKeys));
+    parser.setApplicationDescription(QLatin1String(kDescription));
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
         QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
                        "KTX, HDR, ASTC, or what Qt reads."),
         QStringLiteral("FILE"));
-    parser.addOptions({offscreen, size, samples, view, camera, pick, printPlan, drawID, manager, udim,
-                       mechanism, blockLimit, level, face, exposure, edgeFilter, verbose, help, version});
+    const QList<QCommandLineOption> ofModels =
+        cameraOptions() + lightOptions() + environmentOptions() + roadOptions();
+    parser.addOptions(pictureOptions() + ofModels + imageOptions());
+    parser.addOption(
+        {kUdim,
+         QStringLiteral(
+             "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
+         QStringLiteral("tiles")});
     parser.addOptions(measureOptions());
-    parser.addOptions(environmentOptions());
-    parser.addOptions(lightOptions());
+    parser.addOptions({{kVerbose, QStringLiteral("Print debug messages, those of the driver among them.")},
+                       {{QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")},
+                       {kVersion, QStringLiteral("Print the version.")}});
     if (!parser.parse(arguments)) {
         return usageProblem(parser.errorText());
     }
 
     Options options;
-    options.verbose = parser.isSet(verbose);
-    if (parser.isSet(help)) {
+    options.verbose = parser.isSet(kVerbose);
+    if (parser.isSet(kHelp)) {
         options.answer = parser.helpText();
         return options;
     }
-    if (parser.isSet(version)) {
+    if (parser.isSet(kVersion)) {
         options.answer = QStringLiteral("zelview %1\n").arg(QStringLiteral(ZELVIEW_VERSION));
         return options;
     }
 
-    QStringList names = parser.positionalArguments();
-    options.isUdim = parser.isSet(udim);
-    if (options.isUdim) {
-        names.append(parser.value(udim));
+    Reader reader(parser);
+    readSource(reader, parser.positionalArguments(), parser.value(kUdim), options);
+    readPicture(reader, options);
+    readCamera(reader, options);
+    readMeasures(reader, options);
+    readEnvironment(reader, options);
+    readLights(reader, options);
+    readRoads(reader, options);
+    readImage(reader, options);
+    if (reader.failure()) {
+        return *reader.failure();
     }
-    options.printsPlan = parser.isSet(printPlan);
-    const bool needsFile = !options.printsPlan && !parser.isSet(kStress);
-    if (!needsFile && names.isEmpty()) {
-        names.append(QString());
-    } else if (names.size() != 1 || names.first().isEmpty() || parser.isSet(kStress)) {
-        if (parser.isSet(kStress)) {
-            return usageProblem(QStringLiteral("--stress takes the place of a FILE"));
-        }
-        return usageProblem(names.size() > 1
-                                ? QStringLiteral("one FILE is shown at a time, not %1").arg(names.size())
-                                : QStringLiteral("no FILE is named"));
-    }
-    options.file = names.first();
-
-    Failure failure;
-    if (parser.isSet(offscreen)) {
-        options.picture = parser.value(offscreen);
-        if (options.picture.isEmpty()) {
-            failure = usageProblem(QStringLiteral("--offscreen takes the name of a file"));
-        }
-    }
-    if (!failure && parser.isSet(size)) {
-        failure = take(parseSize(parser.value(size)), options.size);
-    }
-    if (!failure && parser.isSet(samples)) {
-        failure = take(parseNumber(QStringLiteral("samples"), parser.value(samples), 1, 32), options.samples);
-    }
-    if (!failure && parser.isSet(view)) {
-        failure = parseView(parser.value(view), options);
-    }
-    options.camera = parser.value(camera);
-    if (!failure && parser.isSet(camera) && (options.camera.isEmpty() || parser.isSet(view))) {
-        failure =
-            usageProblem(options.camera.isEmpty() ? QStringLiteral("--camera takes a name or a number")
-                                                  : QStringLiteral("--camera and --view exclude each other"));
-    }
-    if (!failure && parser.isSet(pick)) {
-        failure = options.picture.isEmpty()
-                      ? usageProblem(QStringLiteral("--pick goes with --offscreen"))
-                      : take(parsePixel(parser.value(pick), options.size), options.pick);
-    }
-    if (!failure && parser.isSet(drawID)) {
-        failure = take(parseDrawIDPath(parser.value(drawID)), options.drawIDPath);
-    }
-    if (!failure && parser.isSet(manager)) {
-        failure =
-            take(parseName<ManagerKind>(QStringLiteral("manager"), parser.value(manager), kManagerNames),
-                 options.manager);
-    }
-    if (!failure && parser.isSet(mechanism)) {
-        failure = take(
-            parseName<MechanismKind>(QStringLiteral("mechanism"), parser.value(mechanism), kMechanismNames),
-            options.mechanism);
-    }
-    if (!failure && parser.isSet(blockLimit)) {
-        failure = take(parseNumber(QStringLiteral("block-limit"), parser.value(blockLimit), 256, 1 << 30),
-                       options.blockLimit);
-    }
-    if (!failure && parser.isSet(level)) {
-        failure = take(parseNumber(QStringLiteral("level"), parser.value(level), 0, 31), options.level);
-    }
-    if (!failure && parser.isSet(face)) {
-        failure = take(parseNumber(QStringLiteral("face"), parser.value(face), 0, kMostSlices), options.face);
-    }
-    if (!failure && parser.isSet(exposure)) {
-        failure =
-            take(parseReal(QStringLiteral("exposure"), parser.value(exposure), -kMostExposure, kMostExposure),
-                 options.exposure);
-    }
-    if (!failure && parser.isSet(edgeFilter)) {
-        failure =
-            take(parseName<EdgeFilter>(QStringLiteral("aa"), parser.value(edgeFilter), kEdgeFilterNames),
-                 options.edgeFilter);
-        if (options.edgeFilter != EdgeFilter::eNone && !parser.isSet(samples)) {
-            options.samples = 1;
-        }
-    }
-    if (!failure) {
-        failure = parseMeasures(parser, options);
-    }
-    if (!failure) {
-        failure = parseEnvironment(parser, options);
-    }
-    if (!failure) {
-        failure = parseLights(parser, options);
-    }
-    if (failure) {
-        return *failure;
-    }
-    options.modelOption =
-        firstSet(parser, QList<QCommandLineOption>{view, camera, pick, printPlan, drawID, manager, mechanism,
-                                                   blockLimit, environmentOptions().first()}
-                             + lightOptions());
-    options.imageOption = firstSet(parser, {level, face});
+    options.modelOption = reader.firstSet(ofModels);
+    options.imageOption = reader.firstSet(imageOptions());
     return options;
 }
 
