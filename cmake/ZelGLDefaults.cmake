@@ -18,7 +18,20 @@ function(zelgl_target_defaults target)
     endif()
 endfunction()
 
-# zelgl_library_defaults(TARGET): the above, and soname, version and include path of a shared library.
+if(ZELGL_SANITIZE MATCHES "address")
+    add_library(zelgl_keep_drivers_loaded OBJECT cmake/KeepDriversLoaded.cpp)
+    zelgl_target_defaults(zelgl_keep_drivers_loaded)
+endif()
+
+# zelgl_program_defaults(TARGET): zelgl_target_defaults() for a program that makes a context: drivers stay to the leak check.
+function(zelgl_program_defaults target)
+    zelgl_target_defaults(${target})
+    if(TARGET zelgl_keep_drivers_loaded)
+        target_link_libraries(${target} PRIVATE zelgl_keep_drivers_loaded)
+    endif()
+endfunction()
+
+# zelgl_library_defaults(TARGET): zelgl_target_defaults(), and soname, version and include path of a shared library.
 function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
     # Nobody replaces the library's functions from outside, so its own calls need not go through the dynamic linker.

@@ -11,12 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// The leak check reads the stacks of what is still loaded: drivers must not go before it.
-extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
-{
-    return 0;
-}
-
 /// What the fuzz targets of the image readers have in common: one context for all inputs, uploads of which
 /// every byte is read, and a small limit of sizes, so that an input costs little memory.
 class ReaderFuzz

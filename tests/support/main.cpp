@@ -30,12 +30,6 @@ void prepareEnvironment(const QTemporaryDir &folder)
 } // namespace
 
 #if ZELGL_ADDRESS_SANITIZER
-/// The leak check reads the stacks of what is still loaded: drivers must not go before it.
-extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
-{
-    return 0;
-}
-
 /// What the leak check of the sanitizer passes over: the wrappers of the managers' helper textures, which are left to the
 /// context, by the functions that make them; and what Qt's message bus keeps until the process ends.
 extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()

@@ -138,14 +138,6 @@ Failure run(int argc, char **argv, const Options &options)
 
 } // namespace
 
-#if defined(__SANITIZE_ADDRESS__)
-/// The leak check reads the stacks of what is still loaded: drivers must not go before it.
-extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
-{
-    return 0;
-}
-#endif
-
 int main(int argc, char **argv)
 {
     const Expected<Options> options = readOptions(argc, argv);
