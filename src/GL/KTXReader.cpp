@@ -260,15 +260,18 @@ Texture *KTXReader::load(const TextureFileInfo &info)
     }
     texture->bind(); // without a shape it reports and fails, and so will the calls below
     setSampling(info.anisotropy);
-    const UnpackAlignment alignment(4);
-    const Upload upload = uploadLevels(*texture, info.srgb, source);
-    const bool loaded = finishUpload(upload);
-    texture->unbind();
-    if (!info.keepOrientation && upload != eCutOff) {
-        RemapColorRange(texture, info.lowValue, info.highValue);
-        FlipY(texture); // whatever the target, and after a failed upload too
+    bool loaded = false;
+    {
+        const UnpackAlignment alignment(4);
+        const Upload upload = uploadLevels(*texture, info.srgb, source);
+        loaded = finishUpload(upload);
+        texture->unbind();
+        if (!info.keepOrientation && upload != eCutOff) {
+            RemapColorRange(texture, info.lowValue, info.highValue);
+            FlipY(texture); // whatever the target, and after a failed upload too
+        }
+        _memory->unmap(source.bytes + std::min(source.position, source.size));
     }
-    _memory->unmap(source.bytes + std::min(source.position, source.size));
     if (!loaded) {
         ZEL_BARE_WARNING("%s %s failed to load.", isCompressed() ? "Compressed texture" : "Texture",
                          _name.isEmpty() ? "<unnamed>" : qPrintable(_name));

@@ -104,8 +104,7 @@ std::unique_ptr<ShaderProgram> newPassProgram()
 /// The pass behind all five functions.
 bool replaceByPass(Texture *&texture, const char *fragmentSource, const QHash<QString, QVariant> &uniforms)
 {
-    const std::unique_ptr<ShaderProgram> program(
-        MakeTextureShaderFromString(QString::fromLatin1(fragmentSource)));
+    std::unique_ptr<ShaderProgram> program(MakeTextureShaderFromString(QString::fromLatin1(fragmentSource)));
     if (!program) {
         return false;
     }
@@ -114,6 +113,7 @@ bool replaceByPass(Texture *&texture, const char *fragmentSource, const QHash<QS
         return false;
     }
     ProcessTexture(program.get(), uniforms, texture, target);
+    program.reset();
     delete texture;
     texture = target;
     return true;
