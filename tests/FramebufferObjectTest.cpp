@@ -16,12 +16,6 @@ namespace {
 
 const AssertionsOf asserted("FramebufferObject.cpp");
 
-QString taken(unsigned int point)
-{
-    return asserted("false == this->_attachments.contains(attachmentPoint)",
-                    QString("Framebuffer Object already has attachment at %1").arg(point));
-}
-
 GLint attachmentParameter(unsigned int point, GLenum parameter)
 {
     GLint value = -1;
@@ -41,12 +35,10 @@ protected:
     {
         FramebufferObject::ResetNumFBOTextures();
         _color.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 4);
-        _other.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 4);
         _layers.create3D(GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 3);
     }
 
     Texture _color{nullptr};
-    Texture _other{nullptr};
     Texture _layers{nullptr};
 };
 
@@ -70,53 +62,58 @@ TEST_F(FramebufferObjectTest, CountsObjectsWithAName)
 
 TEST_F(FramebufferObjectTest, WrongOrdersAreToldAndChangeNothing)
 {
-    const char *const null = "0u != this->_fbo";
-    const char *const unbound = "true == this->_fboBound";
     FramebufferObject framebuffer(nullptr);
-    EXPECT_FALSE(framebuffer.create());
-    EXPECT_FALSE(framebuffer.unbind());
-    EXPECT_FALSE(framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0));
-    EXPECT_FALSE(framebuffer.attachUpdate(&_color, GL_COLOR_ATTACHMENT0, 0));
-    EXPECT_FALSE(framebuffer.attachLayers(&_layers, GL_COLOR_ATTACHMENT0, 0));
-    EXPECT_FALSE(framebuffer.attach3D(&_layers, GL_COLOR_ATTACHMENT0, 0, 0));
-    EXPECT_FALSE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
-    EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_3D, GL_RGBA8, 4, 4, 2));
-    EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
-    EXPECT_EQ(nullptr, framebuffer.attachment(GL_COLOR_ATTACHMENT0));
-    framebuffer.setDrawBuffers();
-    const QString notBound = asserted(unbound, "Framebuffer Object is not bound on attach");
-    EXPECT_MESSAGES(asserted("0u == this->_fbo", "Framebuffer Object is not NULL on create"),
-                    asserted(unbound, "Framebuffer Object is not bound on unbind"), notBound, notBound,
-                    notBound, notBound, notBound, notBound, notBound,
-                    asserted(unbound, "Framebuffer Object is not bound on detach"),
-                    asserted("true == this->_attachments.contains(attachmentPoint)",
-                             "Framebuffer Object does not have an attachment at 36064"),
-                    notBound);
-    EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
-    EXPECT_EQ(3, Texture::NumAlive()) << "textures that could not be attached are gone";
+    const auto tryAll = [&] {
+        EXPECT_FALSE(framebuffer.unbind());
+        EXPECT_FALSE(framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0));
+        EXPECT_FALSE(framebuffer.attachUpdate(&_color, GL_COLOR_ATTACHMENT0, 0));
+        EXPECT_FALSE(framebuffer.attachLayers(&_layers, GL_COLOR_ATTACHMENT0, 0));
+        EXPECT_FALSE(framebuffer.attach3D(&_layers, GL_COLOR_ATTACHMENT0, 0, 0));
+        EXPECT_FALSE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
+        EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_3D, GL_RGBA8, 4, 4, 1));
+        EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
+        framebuffer.setDrawBuffers();
+    };
+    // The messages of all that, when a condition is not met.
+    const auto expected = [](const char *condition, const QString &text) {
+        std::vector<ExpectedMessage> messages = {asserted(condition, text + "unbind")};
+        messages.insert(messages.end(), 6, asserted(condition, text + "attach"));
+        messages.push_back(asserted(condition, text + "detach"));
+        messages.push_back(asserted(condition, text + "attach"));
+        return messages;
+    };
+    const char *const bound = "true == this->_fboBound";
+    const QString notBound = "Framebuffer Object is not bound on ";
+    tryAll();
+    EXPECT_TRUE(takeMessages(expected(bound, notBound)));
+    EXPECT_EQ(2, Texture::NumAlive()) << "textures that could not be attached are gone";
 
+    EXPECT_FALSE(framebuffer.create());
     ASSERT_TRUE(framebuffer.bind());
     EXPECT_FALSE(framebuffer.bind());
     EXPECT_FALSE(framebuffer.destroy());
     EXPECT_FALSE(framebuffer.attach(nullptr, GL_COLOR_ATTACHMENT0, 0));
     EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
+    EXPECT_EQ(nullptr, framebuffer.attachment(GL_COLOR_ATTACHMENT0));
     EXPECT_TRUE(framebuffer.unbind()) << "the refused bind left the first one in place";
-    EXPECT_MESSAGES(asserted("false == this->_fboBound", "Framebuffer Object is already bound on bind"),
+    EXPECT_MESSAGES(asserted("0u == this->_fbo", "Framebuffer Object is not NULL on create"),
+                    asserted("false == this->_fboBound", "Framebuffer Object is already bound on bind"),
                     asserted("false == this->_fboBound", "Framebuffer Object is already bound on destroy"),
                     asserted("true == this->_attachments.contains(attachmentPoint)",
-                             "Framebuffer Object has nothing attached to attachment at 36064"));
+                             "Framebuffer Object has nothing attached to attachment at 36064"),
+                    asserted("true == this->_attachments.contains(attachmentPoint)",
+                             "Framebuffer Object does not have an attachment at 36064"));
 
     const unsigned int name = framebuffer.getFBO();
     framebuffer.setFBO(0);
     EXPECT_FALSE(framebuffer.bind());
-    EXPECT_FALSE(framebuffer.unbind());
-    EXPECT_FALSE(framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0));
-    EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
+    EXPECT_MESSAGES(asserted("0u != this->_fbo", "Framebuffer Object is NULL on bind"));
+    tryAll();
+    std::vector<ExpectedMessage> messages = expected("0u != this->_fbo", "Framebuffer Object is NULL on ");
+    messages.push_back(asserted(bound, notBound + "attach")); // of the draw buffers, which go on
+    EXPECT_TRUE(takeMessages(messages));
     framebuffer.setFBO(name);
-    EXPECT_MESSAGES(asserted(null, "Framebuffer Object is NULL on bind"),
-                    asserted(null, "Framebuffer Object is NULL on unbind"),
-                    asserted(null, "Framebuffer Object is NULL on attach"),
-                    asserted(null, "Framebuffer Object is NULL on detach"));
+    EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
 }
 
 TEST_F(FramebufferObjectTest, TargetsGoToTheCallThatTakesThem)
@@ -166,17 +163,13 @@ TEST_F(FramebufferObjectTest, CreatedTexturesAreTheCallersAndLayersLieAtConsecut
         EXPECT_EQ(layer, attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER));
     }
     EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT4, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 0));
-    EXPECT_EQ(5, Texture::NumAlive());
+    EXPECT_EQ(4, Texture::NumAlive());
     EXPECT_TRUE(framebuffer.unbind());
 }
 
 TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
 {
-    struct Entry
-    {
-        Texture *texture;
-        int level;
-    };
+    using Entry = std::pair<Texture *, int>; // and the level
     std::mt19937 random(7);
     std::vector<std::unique_ptr<Texture>> textures;
     for (int i = 0; i < 5; ++i) {
@@ -188,65 +181,60 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
     std::map<unsigned int, Entry> book;
     std::vector<unsigned int> drawn;
     int made = 0;
-    int active = FramebufferObject::NumActiveFBOTextures();
+    size_t calls = 0;
     // In place of the call, which refuses a point that stands twice.
     Hook<&glDrawBuffers> drawBuffers;
     std::vector<unsigned int> given;
     drawBuffers.replace([&](GLsizei count, const GLenum *list) { given.assign(list, list + count); });
     FramebufferObject framebuffer(nullptr);
     ASSERT_TRUE(framebuffer.bind());
+    int active = FramebufferObject::NumActiveFBOTextures();
     const Taps<&glFramebufferTexture, &glFramebufferTexture2D> attaches;
-    size_t calls = 0;
 
     for (int step = 0; step < 5000; ++step) {
+        SCOPED_TRACE(step);
         const unsigned int point = points[random() % 5];
-        Texture *texture = textures[random() % textures.size()].get();
-        const int level = int(random() % 2);
+        const Entry entry(textures[random() % textures.size()].get(), int(random() % 2));
         const bool present = book.count(point) != 0;
-        const auto enter = [&](bool draws) {
-            if (draws && point < GL_DEPTH_ATTACHMENT) {
-                drawn.push_back(point);
-            }
-            book[point] = {texture, level};
-        };
-        switch (random() % 3) {
-        case 0:
-            ASSERT_TRUE(framebuffer.attach(texture, point, level));
+        const auto operation = random() % 3;
+        if (operation == 0) {
+            ASSERT_TRUE(framebuffer.attach(entry.first, point, entry.second));
             if (present) {
-                EXPECT_MESSAGES(taken(point));
+                EXPECT_MESSAGES(
+                    asserted("false == this->_attachments.contains(attachmentPoint)",
+                             QString("Framebuffer Object already has attachment at %1").arg(point)));
             }
-            ++calls, ++made, ++active;
-            enter(true); // among the draw buffers again, if it is there
-            break;
-        case 1:
-            ASSERT_TRUE(framebuffer.attachUpdate(texture, point, level));
-            calls += present && book[point].texture == texture && book[point].level == level ? 0 : 1;
-            ++made;
-            active += present ? 0 : 1;
-            enter(!present);
-            break;
-        default:
-            if (present) {
-                ASSERT_EQ(book[point].texture, framebuffer.detach(point));
-                ++calls, --active;
-                book.erase(point);
-                drawn.erase(std::remove(drawn.begin(), drawn.end(), point), drawn.end());
-            }
-            break;
+        } else if (operation == 1) {
+            ASSERT_TRUE(framebuffer.attachUpdate(entry.first, point, entry.second));
+        } else if (present) {
+            ASSERT_EQ(book[point].first, framebuffer.detach(point));
+            ++calls, --active;
+            book.erase(point);
+            drawn.erase(std::remove(drawn.begin(), drawn.end(), point), drawn.end());
         }
-        ASSERT_TRUE(takeMessages({})) << "step " << step;
-        ASSERT_EQ(calls, attaches.count()) << "step " << step;
+        if (operation != 2) {
+            const bool attached = operation == 0 || !present;
+            calls += attached || book[point] != entry;
+            ++made, active += attached;
+            if (attached && point < GL_DEPTH_ATTACHMENT) {
+                drawn.push_back(point); // again, if it is there
+            }
+            book[point] = entry;
+        }
+        ASSERT_TRUE(takeMessages({}));
+        ASSERT_EQ(calls, attaches.count());
         ASSERT_EQ(made, FramebufferObject::NumFBOTextures());
         ASSERT_EQ(active, FramebufferObject::NumActiveFBOTextures());
         ASSERT_EQ(int(book.size()), framebuffer.attachmentPoints().size());
         framebuffer.setDrawBuffers();
-        ASSERT_EQ(drawn, given) << "step " << step;
+        ASSERT_EQ(drawn, given);
         const bool isIn = book.count(point) != 0;
         ASSERT_EQ(isIn, framebuffer.hasAttachment(point));
-        ASSERT_EQ(isIn ? GLint(book[point].texture->textureID()) : 0, attachedName(point));
+        ASSERT_EQ(isIn ? GLint(book[point].first->textureID()) : 0, attachedName(point));
         if (isIn) {
-            ASSERT_EQ(book[point].texture, framebuffer.attachment(point));
-            ASSERT_EQ(book[point].level, attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL));
+            ASSERT_EQ(book[point].first, framebuffer.attachment(point));
+            ASSERT_EQ(book[point].second,
+                      attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL));
         }
     }
     framebuffer.detachAll();
@@ -267,16 +255,17 @@ TEST_F(FramebufferObjectTest, CompletenessIsAskedInAnyStateAndFailuresAreTold)
     EXPECT_EQ(GLint(framebuffer.getFBO()), integerOf(GL_FRAMEBUFFER_BINDING)) << "who was bound stays bound";
 
     Hook<&glCheckFramebufferStatus> status;
-    for (const GLenum answer : {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT, GL_FRAMEBUFFER_UNSUPPORTED,
-                                GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE}) {
-        status.replace([answer](GLenum) { return answer; });
+    const std::pair<GLenum, const char *> answers[] = {
+        {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT,
+         "Not all framebuffer attachment points are framebuffer attachment complete."},
+        {GL_FRAMEBUFFER_UNSUPPORTED, "The combination of internal formats of the attached images violates an "
+                                     "implementation-dependent set of restrictions."},
+        {GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE, ""}};
+    for (const auto &[answer, text] : answers) {
+        status.replace([answer = answer](GLenum) { return answer; });
         EXPECT_FALSE(framebuffer.isComplete());
+        EXPECT_MESSAGES(told + text);
     }
-    EXPECT_MESSAGES(told + "Not all framebuffer attachment points are framebuffer attachment complete.",
-                    told
-                        + "The combination of internal formats of the attached images violates an "
-                          "implementation-dependent set of restrictions.",
-                    told);
     framebuffer.detachAll();
     EXPECT_TRUE(framebuffer.unbind());
 }

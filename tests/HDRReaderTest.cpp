@@ -62,36 +62,26 @@ QByteArray lineOf(int width, const QByteArray &scanline)
     return file.bytes();
 }
 
-bool isValid(const QByteArray &behindTheMagic)
-{
-    return Reader("#?RADIANCE\n" + behindTheMagic).valid();
-}
-
 } // namespace
 
-TEST_F(HDRHeaderTest, TheMagicIsRecognisedAndTheRestDecidesAboutValidity)
+TEST_F(HDRHeaderTest, TheMagicIsRecognisedAndLinesUpToAnEmptyOneDecideAboutValidity)
 {
     EXPECT_EQ(nullptr, Reader("#?RADIANCE").get());
     EXPECT_EQ(nullptr, Reader("#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n").get());
-    const Reader magicAlone("#?RADIANCE\n");
-    ASSERT_NE(nullptr, magicAlone.get());
-    EXPECT_FALSE(magicAlone->valid());
-    EXPECT_EQ(nullptr, magicAlone.load(TextureFileInfo()));
-    EXPECT_MESSAGES(kFailure);
-}
-
-TEST_F(HDRHeaderTest, HeaderLinesAreReadUpToAnEmptyOne)
-{
-    EXPECT_TRUE(isValid("\n-Y 1 +X 1\n")) << "no line is needed";
-    EXPECT_TRUE(isValid("# note\nFORMAT=32-bit_rle_rgbe\nVIEW= x\n\n-Y 1 +X 1\n"));
-    EXPECT_TRUE(isValid("FORMAT=32-bit_rle_xyze\n\n-Y 1 +X 1\n"));
-    EXPECT_TRUE(isValid("EXPOSURE=2.5\nEXPOSURE= 1e3\n\n-Y 1 +X 1\n"));
-    EXPECT_FALSE(isValid("FORMAT=32-bit_rle_rgb\n\n-Y 1 +X 1\n"));
-    EXPECT_FALSE(isValid("FORMAT=32-bit_rle_rgbe")) << "no newline";
-    EXPECT_FALSE(isValid("EXPOSURE=bright\n\n-Y 1 +X 1\n"));
-    EXPECT_FALSE(isValid(QByteArray("# note\0\n\n-Y 1 +X 1\n", 19))) << "a NUL ends the walk";
-    EXPECT_FALSE(isValid("# note")) << "the view ends";
-    EXPECT_FALSE(isValid("EXPOSURE=1"));
+    for (const char *header : {"", "# note\nFORMAT=32-bit_rle_rgbe\nVIEW= x\n", "FORMAT=32-bit_rle_xyze\n",
+                               "EXPOSURE=2.5\nEXPOSURE= 1e3\n"}) {
+        EXPECT_TRUE(Reader(QByteArray("#?RADIANCE\n") + header + "\n-Y 1 +X 1\n").valid()) << header;
+    }
+    for (const QByteArray &rest :
+         {QByteArray(), QByteArray("# note"), QByteArray("EXPOSURE=1"), QByteArray("FORMAT=32-bit_rle_rgbe"),
+          QByteArray("FORMAT=32-bit_rle_rgb\n\n-Y 1 +X 1\n"), QByteArray("EXPOSURE=bright\n\n-Y 1 +X 1\n"),
+          QByteArray("# note\0\n\n-Y 1 +X 1\n", 19)}) { // a NUL ends the walk
+        const Reader reader("#?RADIANCE\n" + rest);
+        ASSERT_NE(nullptr, reader.get()) << rest.constData();
+        EXPECT_FALSE(reader.valid()) << rest.constData();
+        EXPECT_EQ(nullptr, reader.load(TextureFileInfo()));
+        EXPECT_MESSAGES(kFailure);
+    }
 }
 
 TEST_F(HDRHeaderTest, TheResolutionNamesBothAxes)
@@ -105,7 +95,7 @@ TEST_F(HDRHeaderTest, TheResolutionNamesBothAxes)
     EXPECT_TRUE(reader->key(0).isNull());
     for (const char *line :
          {"-Y 1 +Y 1\n", "-Y 1 +Z 1\n", "*Y 1 +X 1\n", "-Y 1 X 1\n", "-Y 1\n", "-Y 1 +X 1", ""}) {
-        EXPECT_FALSE(isValid(QByteArray("\n") + line)) << line;
+        EXPECT_FALSE(Reader(QByteArray("#?RADIANCE\n\n") + line).valid()) << line;
     }
 }
 
@@ -137,29 +127,22 @@ TEST_F(HDRReaderTest, EveryExponentScalesExactly)
     EXPECT_EQ(std::vector<float>(3, 0.5f), uploaded(lineOf(1, QByteArray(4, char(128)))));
 }
 
-TEST_F(HDRReaderTest, RowsGoUpFromTheBottomByTheFirstSignAlone)
+TEST_F(HDRReaderTest, RowsGoUpFromTheBottomByTheFirstSignAloneAndNothingElseCounts)
 {
     const HdrFile::Row first = HdrFile::ramp(2);
     const HdrFile::Row second = HdrFile::ramp(2, 2);
     HdrFile file(2, 2);
-    file.scanlines = HdrFile::flat(first) + HdrFile::flat(second);
-    const auto rows = [](const HdrFile::Row &low, const HdrFile::Row &high) { return valuesOf(low + high); };
-    EXPECT_EQ(rows(second, first), uploaded(file.bytes()));
-    file.resolution = "-X 2 -Y 2\n";
-    EXPECT_EQ(rows(second, first), uploaded(file.bytes()));
-    file.resolution = "+Y 2 +X 2\n";
-    EXPECT_EQ(rows(first, second), uploaded(file.bytes()));
-}
-
-TEST_F(HDRReaderTest, ExposureAndXyzChangeNoTexel)
-{
-    HdrFile file(3, 1);
     file.header = "#?RADIANCE\nFORMAT=32-bit_rle_xyze\nEXPOSURE=4\nEXPOSURE=2\n\n";
-    file.scanlines = HdrFile::flat(HdrFile::ramp(3));
-    EXPECT_EQ(valuesOf(HdrFile::ramp(3)), uploaded(file.bytes()));
+    file.scanlines = HdrFile::flat(first) + HdrFile::flat(second);
+    for (const auto &[resolution, rows] :
+         {std::pair("-Y 2 +X 2\n", second + first), std::pair("-X 2 -Y 2\n", second + first),
+          std::pair("+Y 2 +X 2\n", first + second)}) {
+        file.resolution = resolution;
+        EXPECT_EQ(valuesOf(rows), uploaded(file.bytes())) << resolution;
+    }
 }
 
-TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytes)
+TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytesAndCountsAreCutOffAtTheLine)
 {
     const HdrFile::Texel a = {{10, 20, 30, 130}};
     const HdrFile::Texel b = {{1, 1, 2, 129}};
@@ -168,27 +151,20 @@ TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytes)
               uploaded(lineOf(305, HdrFile::oldRun(300, a) + HdrFile::oldRun(0, a) + noMarker
                                        + HdrFile::flat({b}))))
         << "a count of 0 writes nothing";
-}
-
-TEST_F(HDRReaderTest, CountsBeyondTheLineAreCutOffAtIt)
-{
-    const HdrFile::Texel texel = {{10, 20, 30, 130}};
-    const std::vector<float> line = valuesOf(HdrFile::Row(6, texel));
-    EXPECT_EQ(line, uploaded(lineOf(6, HdrFile::oldRun(0xFFFFFFFF, texel))));
+    EXPECT_EQ(valuesOf(HdrFile::Row(6, a)), uploaded(lineOf(6, HdrFile::oldRun(0xFFFFFFFF, a))));
     QByteArray longCount("\1\1\1\2\1\1\1\0\1\1\1\0\1\1\1\0", 16);
     longCount += QByteArray("\1\1\1\1\1\1\1\1", 8); // beyond 32 bits, where nothing is added any more
-    longCount += HdrFile::flat({{{1, 0, 0, 129}}}) + HdrFile::oldRun(4, texel);
-    EXPECT_EQ(valuesOf(HdrFile::Row(2, {{1, 0, 0, 129}}) + HdrFile::Row(4, texel)),
-              uploaded(lineOf(6, longCount)));
+    EXPECT_EQ(valuesOf(HdrFile::Row(2, b) + HdrFile::Row(4, a)),
+              uploaded(lineOf(6, longCount + HdrFile::flat({b}) + HdrFile::oldRun(4, a))));
 
     QByteArray planes("\2\2\0\3", 4);
-    for (const unsigned char value : texel) {
+    for (const unsigned char value : a) {
         planes += char(5); // a literal of five in a line of three
         planes += QByteArray(5, char(value));
     }
-    EXPECT_EQ(valuesOf(HdrFile::Row(3, texel)), uploaded(lineOf(3, planes)));
-    EXPECT_EQ(valuesOf(HdrFile::Row(3, texel)), uploaded(lineOf(3, planes.left(planes.size() - 2))))
-        << "what the line has no room for need not be there";
+    for (const int missing : {0, 2}) { // what the line has no room for need not be there
+        EXPECT_EQ(valuesOf(HdrFile::Row(3, a)), uploaded(lineOf(3, planes.chopped(missing))));
+    }
 }
 
 TEST_F(HDRReaderTest, AWrongWidthIsToldForAllRowsBehindItWhichStayBlack)

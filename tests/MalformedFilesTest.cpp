@@ -18,12 +18,18 @@ using namespace Orvane::Zel;
 
 namespace {
 
-struct Seed
+struct Format
 {
-    const char *format;
-    QVector<QByteArray> (*files)();
+    const char *name;
+    QVector<QByteArray> (*seeds)();
     void (*use)(const QByteArray &file);
+    int files; ///< as many at least; 300,000 in all
 };
+
+std::string nameOf(const testing::TestParamInfo<Format> &info)
+{
+    return info.param.name;
+}
 
 double processorSeconds()
 {
@@ -32,41 +38,7 @@ double processorSeconds()
     return double(now.tv_sec) + 1e-9 * double(now.tv_nsec);
 }
 
-const Seed kSeeds[] = {{"KTX", ktxSeeds, useReader<KTXRecogniser>},
-                       {"HDR", hdrSeeds, useReader<HDRRecogniser>},
-                       {"ASTC", astcSeeds, useReader<ASTCRecogniser>}};
-
-/// One process for each seed, so that they run side by side.
-struct Case
-{
-    const Seed *seed;
-    int number;
-};
-
-std::vector<Case> cases()
-{
-    std::vector<Case> all;
-    for (const Seed &seed : kSeeds) {
-        for (int number = 0; number < seed.files().size(); ++number) {
-            all.push_back({&seed, number});
-        }
-    }
-    return all;
-}
-
-std::string nameOf(const testing::TestParamInfo<Case> &info)
-{
-    return info.param.seed->format + std::to_string(info.param.number);
-}
-
-/// The KTX file of the other byte order, which loses half of each byte of its header and with that its
-/// formats.
-bool isForeign(const Case &one)
-{
-    return one.seed == &kSeeds[0] && one.number == one.seed->files().size() - 1;
-}
-
-class MalformedFilesTest : public GLTest, public testing::WithParamInterface<Case>
+class MalformedFilesTest : public GLTest, public testing::WithParamInterface<Format>
 {
 };
 
@@ -77,30 +49,28 @@ TEST_P(MalformedFilesTest, StayInTheirBoundsAndLeaveNothingBehind)
     const UploadTouch touch;
     const StateGuard guard;
     double longest = 0.0;
+    int files = 0;
     bool leftNothing = true;
-    forEachNeighbour(GetParam().seed->files()[GetParam().number], [&](const QByteArray &file) {
-        const double begin = processorSeconds();
-        GetParam().seed->use(file);
-        longest = std::max(longest, processorSeconds() - begin);
-        leftNothing = leftNothing && Texture::NumAlive() == 0 && ledger().alive(GLLedger::eTexture) == 0;
-        _capture.take();
-        takeGLErrors();
-    });
+    for (const QByteArray &seed : GetParam().seeds()) {
+        forEachNeighbour(seed, [&](const QByteArray &file) {
+            const double begin = processorSeconds();
+            GetParam().use(file);
+            longest = std::max(longest, processorSeconds() - begin);
+            leftNothing = leftNothing && Texture::NumAlive() == 0 && ledger().alive(GLLedger::eTexture) == 0;
+            _capture.take();
+            takeGLErrors();
+            ++files;
+        });
+    }
+    EXPECT_GE(files, GetParam().files);
     EXPECT_TRUE(leftNothing) << "a texture was left over";
     EXPECT_LT(longest, 1.0) << "seconds";
-    EXPECT_TRUE(touch.count() > 0 || isForeign(GetParam())) << "some must reach the upload";
+    EXPECT_GT(touch.count(), 0) << "some must reach the upload";
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, MalformedFilesTest, testing::ValuesIn(cases()), nameOf);
-
-TEST(MalformedFiles, AreManyEnough)
-{
-    int count = 0;
-    for (const Seed &seed : kSeeds) {
-        for (const QByteArray &file : seed.files()) {
-            count += file.size() + 255 * std::min(256, file.size());
-        }
-    }
-    EXPECT_GE(count, 300000);
-}
+INSTANTIATE_TEST_SUITE_P(, MalformedFilesTest,
+                         testing::Values(Format{"KTX", ktxSeeds, useReader<KTXRecogniser>, 200000},
+                                         Format{"HDR", hdrSeeds, useReader<HDRRecogniser>, 50000},
+                                         Format{"ASTC", astcSeeds, useReader<ASTCRecogniser>, 50000}),
+                         nameOf);

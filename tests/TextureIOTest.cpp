@@ -123,38 +123,26 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
     DeleteAllRegisteredTextureRecognisers();
     auto *first = new Witness("first", log);
     RegisterTextureRecogniser(first, QString());
-    RegisterTextureRecogniser(new Witness("second", log), "KtX");
-    RegisterTextureRecogniser(first, "dat"); // once in the list all the same
+    RegisterTextureRecogniser(new Witness("early", log), "ktx");
+    RegisterTextureRecogniser(new Witness("late", log), "KtX"); // replaces the claim of the one before
+    RegisterTextureRecogniser(first, "dat");                    // once in the list all the same
+    const auto asked = [&](const QStringList &names, const QString &path) {
+        const QString between = " asked about " + path;
+        EXPECT_EQ(names.join(between + '|') + between, std::exchange(log, {}).join('|'));
+    };
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(wrong));
-    EXPECT_EQ(QStringList({"first asked about " + wrong, "second asked about " + wrong}), log);
-    log.clear();
+    asked({"first", "early", "late"}, wrong);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain));
-    EXPECT_EQ(QStringList({"second asked about " + plain, "first asked about " + plain,
-                           "second asked about " + plain}),
-              log);
-    log.clear();
+    asked({"late", "first", "early", "late"}, plain);
+    EXPECT_EQ(nullptr, IdentifyTextureFromFile(other));
+    asked({"first", "first", "early", "late"}, other);
     QByteArray bytes = ktxBytes();
     EXPECT_EQ(nullptr, IdentifyTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()),
                                                  size_t(bytes.size()), "memory.ktx"));
-    EXPECT_EQ(QStringList({"first asked about memory.ktx", "second asked about memory.ktx"}), log)
-        << "memory has no suffix step";
-    log.clear();
+    asked({"first", "early", "late"}, "memory.ktx"); // which has no suffix step
     DeleteAllRegisteredTextureRecognisers();
-    EXPECT_EQ(QStringList({"first deleted", "second deleted"}), log);
+    EXPECT_EQ(QStringList({"first deleted", "early deleted", "late deleted"}), log);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain)) << "whose recogniser is gone";
-}
-
-TEST_F(TextureIOTest, ALaterClaimOfASuffixReplacesTheEarlierOne)
-{
-    QStringList log;
-    const BuiltInRecognisers after; // and so before the log goes
-    DeleteAllRegisteredTextureRecognisers();
-    RegisterTextureRecogniser(new Witness("early", log), "xyz");
-    RegisterTextureRecogniser(new Witness("late", log), "xyz");
-    const QString path = write("image.xyz", "bytes");
-    IdentifyTextureFromFile(path);
-    EXPECT_EQ("late asked about " + path + ", early asked about " + path + ", late asked about " + path,
-              log.join(", "));
 }
 
 TEST_F(TextureIOTest, FilesThatNobodyRecognisesAreLeftToQImage)
@@ -261,20 +249,17 @@ TEST_F(TextureIOTest, AnImageThatHoldsTooFewBytesGivesNoTexture)
     EXPECT_EQ(0, Texture::NumAlive());
 }
 
-TEST_F(TextureIOTest, OnlyImagesObeyRemapRange)
+TEST_F(TextureIOTest, ImagesAreRemappedWhereRemapRangeIsSet)
 {
     QImage image(1, 1, QImage::Format_ARGB32);
     image.fill(Qt::white);
-    TextureFileInfo info;
-    info.highValue = 0.5f;
-    info.remapRange = false;
-    const auto redOf = [&] {
+    for (const auto &[remapRange, expected] : {std::pair(false, 1.0f), std::pair(true, 0.5f)}) {
+        TextureFileInfo info;
+        info.highValue = 0.5f;
+        info.remapRange = remapRange;
         const TexturePointer texture(QImageToTexture(image, false, info));
-        return double(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).at(0, 0).x());
-    };
-    EXPECT_DOUBLE_EQ(1.0, redOf());
-    info.remapRange = true;
-    EXPECT_NEAR(0.5, redOf(), 0.01);
+        EXPECT_NEAR(expected, Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).at(0, 0).x(), 0.01f);
+    }
 }
 
 TEST_F(TextureIOTest, TheTwoColourTexturesDifferInFilterWrapAndLevels)

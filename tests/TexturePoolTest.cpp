@@ -94,95 +94,61 @@ TEST_F(TexturePoolTest, SampleLocationsAreAsSet)
     }
 }
 
-TEST_F(TexturePoolTest, ARecycledTextureIsTheOneAtTheHighestAddressAndCostsOneQuery)
-{
-    std::vector<Texture *> textures;
-    for (int i = 0; i < 4; ++i) {
-        textures.push_back(_pool.take(RGBA, 16, 16, 1, 1));
-    }
-    for (const int i : {2, 0, 3, 1}) {
-        _pool.releaseRef(textures[size_t(i)], 1);
-    }
-    std::sort(textures.begin(), textures.end(), std::less<Texture *>());
-
-    const Tap<&glGetIntegerv> queries;
-    const Taps<&glGenTextures, &glActiveTexture, &glBindTexture, &glTexParameteri, &glTexImage2D> others;
-    for (size_t i = 4; i-- > 0;) {
-        EXPECT_EQ(textures[i], _pool.take(RGBA, 16, 16, 1, 1));
-    }
-    EXPECT_EQ(4u, queries.count());
-    EXPECT_EQ(unsigned(GL_MAX_SAMPLES), queries.last<0>());
-    EXPECT_EQ(0u, others.count());
-
-    for (Texture *texture : textures) {
-        _pool.releaseRef(texture, 1);
-    }
-    _pool.deleteUnused();
-}
-
-TEST_F(TexturePoolTest, MoreSamplesThanTheDriverHasAreToldAndReduced)
+TEST_F(TexturePoolTest, RequestsOutOfRangeAreToldAndServed)
 {
     const GLint samples = integerOf(GL_MAX_SAMPLES);
     Texture *most = _pool.take(RGBA, 4, 4, 1, samples);
     _pool.releaseRef(most, 1);
     EXPECT_EQ(most, _pool.take(RGBA, 4, 4, 1, samples + 1)) << "the key holds the reduced number";
     EXPECT_MESSAGES(kPrefix + "Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
-    _pool.releaseRef(most, 1);
-    _pool.deleteUnused();
-}
 
-TEST_F(TexturePoolTest, SizesBelowOneAreToldAndTriedAllTheSame)
-{
-    Texture *texture = _pool.take(RGBA, 4, 0, -1, 0);
+    Texture *none = _pool.take(RGBA, 4, 0, -1, 0);
     EXPECT_MESSAGES(
         asserted("width > 0 && height > 0 && depth > 0", "TexturePool asked for texture of size (4x0x-1)"),
         asserted("samples > 0", "TexturePool requested samples can't be less than 1"));
-    EXPECT_EQ(unsigned(GL_TEXTURE_2D), texture->target());
-    _pool.releaseRef(texture, 1);
+    EXPECT_EQ(unsigned(GL_TEXTURE_2D), none->target());
+    _pool.releaseRef(most, 1);
+    _pool.releaseRef(none, 1);
     _pool.deleteUnused();
 }
 
 TEST_F(TexturePoolTest, RandomReferencesFollowTheModel)
 {
     std::mt19937 random(11);
-    std::map<Texture *, int> references; // of all textures; 0: free
+    std::map<Texture *, int> references; // of all textures, by address; 0: free
     std::map<Texture *, std::pair<int, int>> sizes;
     for (int step = 0; step < 10000; ++step) {
-        const auto pick = [&] {
-            auto it = references.begin();
-            std::advance(it, long(random() % references.size()));
-            return it->first;
-        };
-        const int count = int(random() % 4) - 1;
-        switch (references.empty() ? 0 : random() % 8) {
-        case 0:
-        case 1: {
+        SCOPED_TRACE(step);
+        const auto operation = references.empty() ? 0 : random() % 4;
+        if (operation == 0) {
             const std::pair<int, int> size(1 + int(random() % 3), 1 + int(random() % 2));
-            Texture *expected = nullptr; // the last free one in the order of addresses
-            for (const auto &entry : references) {
-                if (entry.second == 0 && sizes[entry.first] == size) {
-                    expected = entry.first;
-                }
+            Texture *expected = nullptr; // the last free one
+            for (const auto &[texture, count] : references) {
+                expected = count == 0 && sizes[texture] == size ? texture : expected;
             }
+            const Tap<&glGetIntegerv> queries;
+            const Taps<&glGenTextures, &glActiveTexture, &glBindTexture, &glTexParameteri, &glTexImage2D>
+                calls;
             Texture *texture = _pool.take(RGBA, size.first, size.second, 1, 1);
-            ASSERT_EQ(expected, references.count(texture) != 0 ? texture : nullptr) << "step " << step;
+            ASSERT_EQ(expected == nullptr, references.count(texture) == 0);
+            if (expected != nullptr) {
+                ASSERT_EQ(expected, texture);
+                ASSERT_EQ(0u, calls.count());
+                ASSERT_EQ(1u, queries.count());
+                ASSERT_EQ(unsigned(GL_MAX_SAMPLES), queries.last<0>());
+            }
             references[texture] = 1;
             sizes[texture] = size;
-            break;
-        }
-        case 2:
-        case 3: {
-            Texture *texture = pick();
-            _pool.addRef(texture, count);
-            references[texture] += references[texture] > 0 && count >= 1 ? count : 0;
-            break;
-        }
-        default: {
-            Texture *texture = pick();
-            _pool.releaseRef(texture, count);
-            references[texture] = references[texture] > 0 ? std::max(references[texture] - count, 0) : 0;
-            break;
-        }
+        } else {
+            auto &[texture, held] = *std::next(references.begin(), long(random() % references.size()));
+            const int count = int(random() % 4) - 1;
+            if (operation == 1) {
+                _pool.addRef(texture, count);
+                held += held > 0 && count >= 1 ? count : 0;
+            } else {
+                _pool.releaseRef(texture, count);
+                held = held > 0 ? std::max(held - count, 0) : 0;
+            }
         }
         if (step % 500 == 0) {
             _pool.deleteUnused();
@@ -192,8 +158,8 @@ TEST_F(TexturePoolTest, RandomReferencesFollowTheModel)
         }
         ASSERT_EQ(int(references.size()), ledger().alive(GLLedger::eTexture));
     }
-    for (const auto &entry : references) {
-        _pool.releaseRef(entry.first, entry.second);
+    for (const auto &[texture, count] : references) {
+        _pool.releaseRef(texture, count);
     }
     _pool.deleteUnused();
     EXPECT_EQ(0, Texture::NumAlive());

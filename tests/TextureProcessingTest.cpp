@@ -143,26 +143,6 @@ TEST_F(TextureProcessingTest, AWritableCopyHasTheSamplerStateAndTheFormat)
     EXPECT_EQ(0, level->dimensionLevelSize(kWidth, 1)) << "other levels are not";
 }
 
-TEST_F(TextureProcessingTest, ACompressedTextureIsFlippedIntoAPlainOne)
-{
-    // Two rows of one block each: the lower all 255, the upper all 0.
-    const unsigned char blocks[16] = {255, 255, 0, 0, 0, 0, 0, 0};
-    auto *texture = new Texture(nullptr);
-    texture->setTarget(GL_TEXTURE_2D);
-    texture->bind();
-    driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    driver()->glCompressedTexImage2D(GL_TEXTURE_2D, 0, GL_COMPRESSED_RED_RGTC1, 4, 8, 0, sizeof(blocks),
-                                     blocks);
-    texture->unbind();
-    ASSERT_TRUE(FlipY(texture));
-    EXPECT_EQ(GL_RGBA, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
-    EXPECT_EQ(0, levelParameter(*texture, 0, GL_TEXTURE_COMPRESSED));
-    const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
-    EXPECT_TRUE(pixels.isNear(1, 1, {0.0f, 0.0f, 0.0f, 1.0f}, 0.0f));
-    EXPECT_TRUE(pixels.isNear(1, 6, {1.0f, 0.0f, 0.0f, 1.0f}, 0.0f));
-    delete texture;
-}
-
 TEST_F(TextureProcessingTest, APassLeavesAFullMipChainAndTheStatedState)
 {
     Texture *texture = newTexture(Pixels(kWidth, kHeight, {0.25f, 0.5f, 0.75f, 1.0f}));
@@ -214,40 +194,36 @@ TEST_F(TextureProcessingTest, AProgramThatCannotBeMadeLeavesTheTextureInPlace)
 
 TEST_F(TextureProcessingTest, ABlitTakesOverColourDepthOrBothOfDepthAndStencil)
 {
-    const auto filled = [](unsigned int internalFormat, GLenum format, GLenum type, const void *data) {
-        auto texture = std::make_unique<Texture>(nullptr);
-        texture->setTarget(GL_TEXTURE_2D);
-        texture->bind();
-        driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-        driver()->glTexImage2D(GL_TEXTURE_2D, 0, GLint(internalFormat), 2, 2, 0, format, type, data);
-        texture->unbind();
-        return texture;
-    };
-    const auto contents = [](Texture &texture, GLenum format, GLenum type) {
-        std::vector<quint32> words(4);
-        texture.bind();
-        driver()->glGetTexImage(GL_TEXTURE_2D, 0, format, type, words.data());
-        texture.unbind();
-        return words;
-    };
     const quint32 ones[4] = {0x11223344, 0x55667788, 0x99AABBCC, 0xDDEEFF00};
     const float depths[4] = {0.125f, 0.25f, 0.5f, 1.0f};
     const quint32 zeros[4] = {};
     for (const auto &[kind, data] : {std::pair<TextureFormat, const void *>(RGBA, ones),
                                      std::pair<TextureFormat, const void *>(DEPTH32F, depths),
                                      std::pair<TextureFormat, const void *>(DEPTH24_STENCIL8, ones)}) {
-        const unsigned int internalFormat = SizedInternalFormat(kind);
+        const GLint internalFormat = GLint(SizedInternalFormat(kind));
         const GLenum format = ExternalFormat(kind);
         const GLenum type = ExternalType(kind);
-        const auto from = filled(internalFormat, format, type, data);
-        const auto to = filled(internalFormat, format, type, zeros);
+        Texture from(nullptr);
+        Texture to(nullptr);
+        for (const auto &[texture, texels] :
+             {std::pair<Texture *, const void *>(&from, data), {&to, zeros}}) {
+            texture->setTarget(GL_TEXTURE_2D);
+            const AutoBinder binder(texture);
+            driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+            driver()->glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, 2, 2, 0, format, type, texels);
+        }
+        const auto contents = [&](Texture &texture) {
+            std::vector<quint32> words(4);
+            const AutoBinder binder(&texture);
+            driver()->glGetTexImage(GL_TEXTURE_2D, 0, format, type, words.data());
+            return words;
+        };
         const StateGuard before;
-        BlitTexture(from.get(), to.get(), kind, 2, 1);
+        BlitTexture(&from, &to, kind, 2, 1);
         EXPECT_EQ(QStringList(), before.changes());
-        const auto expected = contents(*from, format, type);
-        const auto actual = contents(*to, format, type);
+        const std::vector<quint32> expected = contents(from);
         EXPECT_NE(0u, expected[0]);
-        EXPECT_EQ((std::vector<quint32>{expected[0], expected[1], 0, 0}), actual) << kind;
+        EXPECT_EQ((std::vector<quint32>{expected[0], expected[1], 0, 0}), contents(to)) << kind;
     }
     EXPECT_EQ(0, FramebufferObject::NumAlive());
 }
