@@ -53,7 +53,7 @@ TEST_F(FormatUtilitiesTest, FormatsHaveTheirAnswersAndEveryGapIsReported)
         refused(row.format != 0, "formatFromInternalFormat");
         EXPECT_EQ(row.bytes, bytesFromInternalFormat(value)) << std::hex << value;
         EXPECT_EQ(row.type, typeFromInternalFormat(value)) << std::hex << value;
-        EXPECT_EQ(row.format, formatFromInternalFormat(value)) << std::hex << value;
+        EXPECT_EQ(row.format, Orvane::Zel::formatFromInternalFormat(value)) << std::hex << value;
         EXPECT_TRUE(takeMessages(refusals));
     }
 }

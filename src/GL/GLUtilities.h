@@ -54,6 +54,11 @@ ZELGL_EXPORT unsigned int formatFromInternalFormat(unsigned int internalFormat);
 
 namespace Orvane { namespace Zel {
 
+// The format tables are known by this namespace too.
+using ::bytesFromInternalFormat;
+using ::formatFromInternalFormat;
+using ::typeFromInternalFormat;
+
 /// A GL error code in words.
 ZELGL_EXPORT const char *stringForGLError(GLenum error);
 

@@ -12,6 +12,7 @@ namespace Orvane { namespace Zel { namespace Reporting {
 
 namespace {
 
+/// The logger reads its text as UTF-8, whatever the locale.
 void emitText(QtMsgType level, const QByteArray &text)
 {
     const ContextHold::Pause pause;                   // the message handler is the host's
@@ -51,7 +52,7 @@ void logBare(QtMsgType level, const char *format, ...)
     va_start(arguments, format);
     const QString text = QString::vasprintf(format, arguments);
     va_end(arguments);
-    emitText(level, text.toLocal8Bit());
+    emitText(level, text.toUtf8());
 }
 
 void assertionFailed(const char *file, int line, const char *condition, const char *format, ...)

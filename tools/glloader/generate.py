@@ -222,7 +222,8 @@ int ogl_LoadFunctions()
     for (const ExtensionMapRow &row : kExtensionMap) {
         *row.flag = 0;
     }
-    const int missing = load(_ptrc_glGetIntegerv, "glGetIntegerv") + load(_ptrc_glGetStringi, "glGetStringi");
+    int missing = load(_ptrc_glGetIntegerv, "glGetIntegerv");
+    missing += load(_ptrc_glGetStringi, "glGetStringi");
     if (missing != 0) {
         return 0;
     }
