@@ -5,6 +5,8 @@
 #include <ZelGL/AutoDisabler.h>
 #include <ZelGL/AutoEnabler.h>
 
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
 using namespace Orvane::Zel;
 
 using AutoBinderTest = MessageTest;
@@ -40,6 +42,25 @@ private:
     bool _binds;
 };
 
+bool isBlending()
+{
+    return driver()->glIsEnabled(GL_BLEND) == GL_TRUE;
+}
+
+template <typename Scope> void expectScope(bool before, bool inside)
+{
+    before ? glEnable(GL_BLEND) : glDisable(GL_BLEND);
+    Taps<&glIsEnabled, &glEnable, &glDisable> calls;
+    {
+        const Scope scope(GL_BLEND);
+        EXPECT_EQ(inside, isBlending());
+    }
+    EXPECT_EQ(before, isBlending());
+    EXPECT_EQ(1u, calls.of<&glIsEnabled>().count());
+    EXPECT_EQ(size_t(inside) + size_t(before), calls.of<&glEnable>().count());
+    EXPECT_EQ(3u, calls.count()) << "a call at either end, even where nothing changes";
+}
+
 } // namespace
 
 TEST_F(AutoBinderTest, AScopeUnbindsWhatItBoundAndNothingElse)
@@ -58,61 +79,28 @@ TEST_F(AutoBinderTest, AScopeUnbindsWhatItBoundAndNothingElse)
     EXPECT_EQ(1, willing.bound);
 }
 
-TEST_F(AutoBinderTest, ASharedPointerIsBoundButNotKeptAlive)
+TEST_F(AutoBinderTest, ASharedPointerIsBoundButNotKeptAliveAndNullIsReported)
 {
     QSharedPointer<Counted> object(new Counted(true));
     const QWeakPointer<Counted> weak = object;
     {
         const AutoBinder scope{QSharedPointer<Bindable>(object)};
+        const AutoBinder none(static_cast<Bindable *>(nullptr));
+        const AutoBinder noneShared{QSharedPointer<Bindable>()};
         EXPECT_EQ(1, object->bound);
     }
     EXPECT_EQ(1, object->unbound);
     object.reset();
     EXPECT_TRUE(weak.isNull());
-}
-
-TEST_F(AutoBinderTest, NullIsReportedAndLeftAlone)
-{
-    {
-        const AutoBinder raw(static_cast<Bindable *>(nullptr));
-        EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object");
-        const AutoBinder shared{QSharedPointer<Bindable>()};
-        EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object");
-    }
-    EXPECT_MESSAGES();
+    const char *const report = "debug AutoBinder tried to bind NULL object";
+    EXPECT_MESSAGES(report, report);
 }
 
 TEST_F(CapabilityScopeTest, TheEarlierStateComesBack)
 {
     for (const bool before : {false, true}) {
-        before ? glEnable(GL_BLEND) : glDisable(GL_BLEND);
-        {
-            const AutoEnabler scope(GL_BLEND);
-            EXPECT_TRUE(glIsEnabled(GL_BLEND));
-        }
-        EXPECT_EQ(before, glIsEnabled(GL_BLEND) == GL_TRUE);
-        {
-            const AutoDisabler scope(GL_BLEND);
-            EXPECT_FALSE(glIsEnabled(GL_BLEND));
-        }
-        EXPECT_EQ(before, glIsEnabled(GL_BLEND) == GL_TRUE);
+        expectScope<AutoEnabler>(before, true);
+        expectScope<AutoDisabler>(before, false);
     }
     glDisable(GL_BLEND);
-}
-
-TEST_F(CapabilityScopeTest, EveryScopeAsksOnceAndSetsTwiceEvenWhereNothingChanges)
-{
-    glEnable(GL_CULL_FACE);
-    Taps<&glIsEnabled, &glEnable, &glDisable> calls;
-    const auto expect = [&](size_t questions, size_t enables, size_t disables) {
-        EXPECT_EQ(questions, calls.of<&glIsEnabled>().count());
-        EXPECT_EQ(enables, calls.of<&glEnable>().count());
-        EXPECT_EQ(disables, calls.of<&glDisable>().count());
-        calls.clear();
-    };
-    AutoEnabler(GL_CULL_FACE);
-    expect(1, 2, 0);
-    glDisable(GL_CULL_FACE);
-    AutoDisabler(GL_CULL_FACE);
-    expect(1, 0, 3);
 }

@@ -10,8 +10,6 @@
 #include <QtGui/QOpenGLFramebufferObject>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
-#include <cstring>
-
 using namespace Orvane::Zel;
 
 namespace {
@@ -30,15 +28,7 @@ const void *offset(quintptr bytes)
 struct DrawTaps : Taps<&glDrawArrays, &glDrawElements, &glDrawElementsBaseVertex, &glDrawArraysInstanced,
                        &glDrawElementsInstanced>
 {
-    DrawTaps()
-    {
-        const auto nothing = [](auto...) {};
-        of<&glDrawArrays>().replace(nothing);
-        of<&glDrawElements>().replace(nothing);
-        of<&glDrawElementsBaseVertex>().replace(nothing);
-        of<&glDrawArraysInstanced>().replace(nothing);
-        of<&glDrawElementsInstanced>().replace(nothing);
-    }
+    DrawTaps() { hold(); }
 
     std::vector<GLuint> drawIDs() const
     {
@@ -52,20 +42,8 @@ struct DrawTaps : Taps<&glDrawArrays, &glDrawElements, &glDrawElementsBaseVertex
     Tap<&glUniform1ui> uniforms;
 };
 
-using BaseInstanceCall = std::tuple<GLenum, GLsizei, GLenum, const void *, GLsizei, GLint, GLuint>;
-std::vector<BaseInstanceCall> gElementCalls;
-std::vector<std::tuple<GLenum, GLint, GLsizei, GLsizei, GLuint>> gArrayCalls;
-
-void APIENTRY recordElements(GLenum mode, GLsizei count, GLenum type, const void *indices, GLsizei instances,
-                             GLint baseVertex, GLuint baseInstance)
-{
-    gElementCalls.emplace_back(mode, count, type, indices, instances, baseVertex, baseInstance);
-}
-
-void APIENTRY recordArrays(GLenum mode, GLint first, GLsizei count, GLsizei instances, GLuint baseInstance)
-{
-    gArrayCalls.emplace_back(mode, first, count, instances, baseInstance);
-}
+using ElementsOfInstances = PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC;
+using ArraysOfInstances = PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC;
 
 class DrawBuffersTest : public GLTest
 {
@@ -106,16 +84,18 @@ protected:
                 DrawBuffers::getAndResetTotalDrawIndices()};
     }
 
-    void provideBaseInstance()
-    {
-        _loader.provide("glDrawElementsInstancedBaseVertexBaseInstance",
-                        reinterpret_cast<FakeLoader::Function>(&recordElements));
-        _loader.provide("glDrawArraysInstancedBaseInstance",
-                        reinterpret_cast<FakeLoader::Function>(&recordArrays));
-        DrawBuffers::useBaseInstanceDrawing(true);
-    }
-
     FakeLoader _loader;
+};
+
+/// With a program bound that has a draw ID.
+class DrawCallsTest : public DrawBuffersTest
+{
+protected:
+    DrawCallsTest() { counters(); }
+
+    std::unique_ptr<ShaderProgram> _program = makeProgram(kVertexSource);
+    AutoBinder _programBinder{_program.get()};
+    DrawTaps _taps;
 };
 
 /// Four columns, each one draw of a unit quad that the draw ID puts in its place and colours.
@@ -216,21 +196,19 @@ protected:
 
 } // namespace
 
-TEST_F(DrawBuffersTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
+TEST_F(DrawCallsTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
 {
-    const DrawTaps taps;
     DrawBuffers unit(nullptr);
     EXPECT_EQ(1, DrawBuffers::NumAlive());
     EXPECT_FALSE(unit.bind());
     EXPECT_FALSE(unit.rebind(nullptr));
     EXPECT_FALSE(unit.draw());
     EXPECT_TRUE(unit.unbind());
+    const QString notBound =
+        asserted("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw");
     EXPECT_MESSAGES(asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on bind"),
-                    asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"),
-                    asserted("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw"));
+                    asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"), notBound);
 
-    const auto program = makeProgram(kVertexSource);
-    const AutoBinder programBinder(program.get());
     QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
     ASSERT_TRUE(vao->create());
     unit.setVAO(vao);
@@ -240,25 +218,25 @@ TEST_F(DrawBuffersTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
     unit.setPrimitiveType(GL_TRIANGLES);
     EXPECT_FALSE(unit.draw());
     EXPECT_FALSE(unit.drawInstanced(2));
-    EXPECT_MESSAGES(asserted("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw"),
-                    asserted("GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"),
-                    asserted("0 != this->_vertexCount", "Index count is not setup on draw"),
-                    asserted("0 != this->_vertexCount", "Index count is not setup on draw"));
     EXPECT_TRUE(unit.unbind());
+    const QString noVertices = asserted("0 != this->_vertexCount", "Index count is not setup on draw");
+    EXPECT_MESSAGES(notBound,
+                    asserted("GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"),
+                    noVertices, noVertices);
 
     unit.setIndexedDraw(makeIndexBuffer(), 6, 0);
     ASSERT_TRUE(unit.bind());
     EXPECT_FALSE(unit.draw());
     unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
     EXPECT_FALSE(unit.draw());
+    EXPECT_TRUE(unit.unbind());
     EXPECT_MESSAGES(asserted("0 != this->_indexType", "Index type is not setup on draw"),
                     asserted("0 != this->_indexCount", "Index count is not setup on draw"));
-    EXPECT_TRUE(unit.unbind());
-    EXPECT_EQ(0u, taps.count());
+    EXPECT_EQ(0u, _taps.count());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
 }
 
-TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
+TEST_F(DrawCallsTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
 {
     auto unit = makeUnit();
     const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
@@ -268,79 +246,75 @@ TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
                     asserted("GL_QUADS != primitiveType", "GL_QUADS is not allowed"));
     EXPECT_EQ(vao, unit->VAO());
     unit->setVertexCount(4);
-    const auto program = makeProgram(kVertexSource);
-    const AutoBinder programBinder(program.get());
-    DrawTaps taps;
     ASSERT_TRUE(unit->bind());
-    EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), taps.of<&glDrawArrays>().calls().back());
+    EXPECT_TRUE(unit->draw(_program.get()));
+    EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), _taps.of<&glDrawArrays>().calls().back());
     EXPECT_TRUE(unit->unbind());
     unit->clear();
     EXPECT_TRUE(unit->VAO().isNull());
 }
 
-TEST_F(DrawBuffersTest, CommandsAreDrawnByNumberEachWithItsID)
+TEST_F(DrawCallsTest, CommandsAreDrawnByNumberEachWithItsID)
 {
-    const auto program = makeProgram(kVertexSource);
     const auto unit = makeCommandUnit();
     unit->setDrawIDBase(100);
-    const AutoBinder programBinder(program.get());
     const AutoBinder binder(unit.get());
-    DrawTaps taps;
-    counters();
     const QVector<int> chosen{2, 0};
-    EXPECT_TRUE(unit->draw(program.get(), &chosen));
-    EXPECT_EQ((std::vector<GLuint>{102, 100}), taps.drawIDs());
+    EXPECT_TRUE(unit->draw(_program.get(), &chosen));
+    EXPECT_EQ((std::vector<GLuint>{102, 100}), _taps.drawIDs());
     using Call = std::tuple<GLenum, GLsizei, GLenum, const void *, GLint>;
     EXPECT_EQ((std::vector<Call>{{GL_TRIANGLES, 9, GL_UNSIGNED_SHORT, offset(18), 20},
                                  {GL_TRIANGLES, 3, GL_UNSIGNED_SHORT, offset(0), 0}}),
-              taps.of<&glDrawElementsBaseVertex>().calls());
+              _taps.of<&glDrawElementsBaseVertex>().calls());
     EXPECT_EQ((std::vector<qint64>{2, 2, 12}), counters());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
 
-    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_TRUE(unit->draw(_program.get()));
     EXPECT_EQ((std::vector<qint64>{3, 3, 18}), counters());
     for (const QVector<int> &wrong : {QVector<int>{0, 3}, QVector<int>{-1}}) {
-        EXPECT_FALSE(unit->draw(program.get(), &wrong)) << "numbers that no command has";
+        EXPECT_FALSE(unit->draw(_program.get(), &wrong)) << "numbers that no command has";
     }
-    EXPECT_EQ(5u, taps.count());
+    EXPECT_EQ(5u, _taps.count());
     EXPECT_FALSE(unit->drawBaseInstance(nullptr));
     EXPECT_MESSAGES("debug ##### COMMAND COUNT");
+
+    unit->setIndexedDraw(unit->indexBO(), 3, 0);
+    const DrawElementsIndirectCommand early{3, 1, 100, 0, 0};
+    unit->setDrawElementsIndirectCommands(&early, 1);
+    EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
+    EXPECT_TRUE(unit->draw(_program.get()));
+    EXPECT_EQ(offset(0), _taps.of<&glDrawElementsBaseVertex>().last<3>()) << "set before the index type";
 }
 
-TEST_F(DrawBuffersTest, InstancesAreSeparateCallsOnThePlainPath)
+TEST_F(DrawCallsTest, InstancesAreSeparateCallsOnThePlainPath)
 {
-    const auto program = makeProgram(kVertexSource);
-    const AutoBinder programBinder(program.get());
     const auto unit = makeIndexedUnit();
     unit->setDrawIDBase(7);
     unit->setInstanceCount(4);
     unit->setIndexBufferOffset(12);
     const AutoBinder binder(unit.get());
-    DrawTaps taps;
-    counters();
     EXPECT_TRUE(unit->draw()) << "the program in use is asked";
-    EXPECT_EQ((std::vector<GLuint>{7, 8, 9, 10}), taps.drawIDs());
+    EXPECT_EQ((std::vector<GLuint>{7, 8, 9, 10}), _taps.drawIDs());
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12)),
-              taps.of<&glDrawElements>().calls().back());
+              _taps.of<&glDrawElements>().calls().back());
     EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters());
     unit->setBaseVertex(5);
-    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_TRUE(unit->draw(_program.get()));
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12), 5),
-              taps.of<&glDrawElementsBaseVertex>().calls().back());
-    EXPECT_EQ(8u, taps.count());
+              _taps.of<&glDrawElementsBaseVertex>().calls().back());
+    EXPECT_EQ(8u, _taps.count());
 
     EXPECT_TRUE(unit->drawInstanced(3));
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(0), 3),
-              taps.of<&glDrawElementsInstanced>().calls().back());
-    EXPECT_EQ(8u, taps.uniforms.count());
+              _taps.of<&glDrawElementsInstanced>().calls().back());
+    EXPECT_EQ(8u, _taps.uniforms.count());
     EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters()) << "drawInstanced() counts nothing";
     unit->setInstanceCount(0);
-    EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(9u, taps.count());
+    EXPECT_TRUE(unit->draw(_program.get()));
+    EXPECT_EQ(9u, _taps.count());
 }
 
-TEST_F(DrawBuffersTest, AProgramWithoutDrawIDGetsNone)
+TEST_F(DrawCallsTest, AProgramWithoutDrawIDGetsNone)
 {
     const auto program =
         makeProgram("#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n");
@@ -348,45 +322,42 @@ TEST_F(DrawBuffersTest, AProgramWithoutDrawIDGetsNone)
     const auto unit = makeUnit();
     unit->setVertexCount(3);
     const AutoBinder binder(unit.get());
-    DrawTaps taps;
     EXPECT_TRUE(unit->draw());
     EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(2u, taps.of<&glDrawArrays>().count());
-    EXPECT_EQ(0u, taps.uniforms.count());
+    EXPECT_EQ(2u, _taps.of<&glDrawArrays>().count());
+    EXPECT_EQ(0u, _taps.uniforms.count());
     EXPECT_TRUE(unit->drawInstanced(2));
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 0, 3, 2),
-              taps.of<&glDrawArraysInstanced>().calls().back());
+              _taps.of<&glDrawArraysInstanced>().calls().back());
 }
 
-TEST_F(DrawBuffersTest, BaseInstanceIsOneCallForAllInstances)
+TEST_F(DrawCallsTest, BaseInstanceIsOneCallForAllInstances)
 {
-    gElementCalls.clear();
-    gArrayCalls.clear();
-    provideBaseInstance();
-    const DrawTaps taps;
-    counters();
+    _loader.record<ElementsOfInstances>("glDrawElementsInstancedBaseVertexBaseInstance");
+    _loader.record<ArraysOfInstances>("glDrawArraysInstancedBaseInstance");
+    DrawBuffers::useBaseInstanceDrawing(true);
     const auto indexed = makeIndexedUnit();
     indexed->setDrawIDBase(7);
     indexed->setInstanceCount(4);
     indexed->setIndexBufferOffset(12);
     indexed->setBaseVertex(5);
-    {
-        const AutoBinder binder(indexed.get());
-        EXPECT_TRUE(indexed->draw());
-    }
-    EXPECT_EQ((std::vector<BaseInstanceCall>{{GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, offset(12), 4, 5, 7}}),
-              gElementCalls);
+    ASSERT_TRUE(indexed->bind());
+    EXPECT_TRUE(indexed->draw());
+    EXPECT_EQ((decltype(Recorded<ElementsOfInstances>::calls){
+                  {GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, offset(12), 4, 5, 7}}),
+              Recorded<ElementsOfInstances>::calls);
     EXPECT_EQ((std::vector<qint64>{1, 1, 6}), counters());
 
     const auto plain = makeUnit();
     plain->setVertexCount(3);
     plain->setBaseVertex(6);
-    const AutoBinder binder(plain.get());
+    ASSERT_TRUE(plain->rebind(indexed.get()));
     EXPECT_TRUE(plain->draw());
-    ASSERT_EQ(1u, gArrayCalls.size());
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, 3, 1, 0u), gArrayCalls.front());
+    EXPECT_TRUE(plain->unbind());
+    EXPECT_EQ((decltype(Recorded<ArraysOfInstances>::calls){{GL_TRIANGLES, 6, 3, 1, 0}}),
+              Recorded<ArraysOfInstances>::calls);
     EXPECT_EQ((std::vector<qint64>{1, 1, 0}), counters());
-    EXPECT_EQ(0u, taps.count());
+    EXPECT_EQ(0u, _taps.count());
 }
 
 TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
@@ -398,21 +369,6 @@ TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
     unit->setVertexCount(3);
     const AutoBinder binder(unit.get());
     EXPECT_FALSE(unit->draw());
-}
-
-TEST_F(DrawBuffersTest, CommandsBeforeTheIndexTypeHaveNoOffsets)
-{
-    const DrawElementsIndirectCommand command{3, 1, 100, 0, 0};
-    const auto unit = makeUnit();
-    unit->setDrawElementsIndirectCommands(&command, 1);
-    EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
-    unit->setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_INT);
-    const auto program = makeProgram(kVertexSource);
-    const AutoBinder programBinder(program.get());
-    const AutoBinder binder(unit.get());
-    DrawTaps taps;
-    EXPECT_TRUE(unit->draw(program.get()));
-    EXPECT_EQ(offset(0), taps.of<&glDrawElementsBaseVertex>().last<3>());
 }
 
 TEST_F(DrawBuffersTest, WillDrawTellsWhetherThereIsAnything)
@@ -509,13 +465,7 @@ TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
     const QSharedPointer<BufferObject> buffer = uniforms->bufferObject();
     EXPECT_EQ(3, buffer->valueCount());
     EXPECT_EQ(32u, buffer->valueSize());
-    const AutoBinder binder(buffer.data());
-    quint32 words[24];
-    const void *mapped = buffer->map(GL_READ_ONLY);
-    ASSERT_NE(nullptr, mapped);
-    std::memcpy(words, mapped, sizeof(words));
-    EXPECT_TRUE(buffer->unmap());
-    EXPECT_EQ((std::vector<quint32>{6, 9, 3, 10, 9, 0, 0, 0}), (std::vector<quint32>(words + 8, words + 16)));
+    EXPECT_EQ((std::vector<quint32>{6, 9, 3, 10, 9, 0, 0, 0}), contentsOf<quint32>(*buffer, 8, 32));
 }
 
 TEST_F(DrawBuffersPicture, OnThePlainPath)

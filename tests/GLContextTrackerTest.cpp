@@ -17,79 +17,54 @@ class RawGlxContext
 {
 public:
     RawGlxContext()
-        : _display(XOpenDisplay(nullptr))
     {
-        if (_display == nullptr) {
-            return;
-        }
         const int configuration[] = {GLX_DRAWABLE_TYPE, GLX_PBUFFER_BIT, None};
+        const int pbuffer[] = {GLX_PBUFFER_WIDTH, 1, GLX_PBUFFER_HEIGHT, 1, None};
+        const int version32[] = {GLX_CONTEXT_MAJOR_VERSION_ARB, 3, GLX_CONTEXT_MINOR_VERSION_ARB, 2, None};
+        const auto create = reinterpret_cast<PFNGLXCREATECONTEXTATTRIBSARBPROC>(
+            glXGetProcAddress(reinterpret_cast<const GLubyte *>("glXCreateContextAttribsARB")));
         int found = 0;
         GLXFBConfig *configurations =
             glXChooseFBConfig(_display, DefaultScreen(_display), configuration, &found);
         if (found > 0) {
-            const int pbuffer[] = {GLX_PBUFFER_WIDTH, 1, GLX_PBUFFER_HEIGHT, 1, None};
-            const int version[] = {GLX_CONTEXT_MAJOR_VERSION_ARB,
-                                   3,
-                                   GLX_CONTEXT_MINOR_VERSION_ARB,
-                                   2,
-                                   GLX_CONTEXT_PROFILE_MASK_ARB,
-                                   GLX_CONTEXT_CORE_PROFILE_BIT_ARB,
-                                   None};
-            const auto create = reinterpret_cast<PFNGLXCREATECONTEXTATTRIBSARBPROC>(
-                glXGetProcAddress(reinterpret_cast<const GLubyte *>("glXCreateContextAttribsARB")));
             _pbuffer = glXCreatePbuffer(_display, configurations[0], pbuffer);
-            _context = create(_display, configurations[0], nullptr, True, version);
+            _context = create(_display, configurations[0], nullptr, True, version32);
         }
         XFree(configurations);
     }
 
     ~RawGlxContext()
     {
-        if (_context != nullptr) {
-            doneCurrent();
-            glXDestroyContext(_display, _context);
-            glXDestroyPbuffer(_display, _pbuffer);
-        }
-        if (_display != nullptr) {
-            XCloseDisplay(_display);
-        }
+        doneCurrent();
+        glXDestroyContext(_display, _context);
+        glXDestroyPbuffer(_display, _pbuffer);
+        XCloseDisplay(_display);
     }
 
-    bool makeCurrent()
-    {
-        return _context != nullptr && glXMakeContextCurrent(_display, _pbuffer, _pbuffer, _context) == True;
-    }
+    bool makeCurrent() { return glXMakeContextCurrent(_display, _pbuffer, _pbuffer, _context) == True; }
 
     void doneCurrent() { glXMakeContextCurrent(_display, None, None, nullptr); }
 
     void *identity() const { return _context; }
 
 private:
-    Display *_display;
+    Display *_display = XOpenDisplay(nullptr);
     GLXPbuffer _pbuffer = 0;
     GLXContext _context = nullptr;
 };
 
 } // namespace
 
-TEST_F(GLContextTrackerTest, TheIdentityIsQtsContext)
-{
-    const auto context = TestContext::create();
-    ASSERT_NE(nullptr, context);
-    EXPECT_EQ(context->context(), GLContextTracker::getCurrentContext());
-    EXPECT_EQ(context->context(), GLContextTracker::currentContext());
-    EXPECT_NE(nullptr, glXGetCurrentContext()) << "which stands under it, and is not the answer";
-    context->doneCurrent();
-    EXPECT_EQ(nullptr, GLContextTracker::currentContext());
-}
-
-TEST_F(GLContextTrackerTest, CheckComparesWithTheContextOfTheMoment)
+TEST_F(GLContextTrackerTest, TheIdentityIsQtsContextAndCheckComparesWithThatOfTheMoment)
 {
     GLContextTracker tracker(nullptr);
     EXPECT_EQ(nullptr, tracker.trackedContext());
     EXPECT_TRUE(tracker.check()) << "both identities are null";
 
     const auto first = TestContext::create();
+    EXPECT_EQ(first->context(), GLContextTracker::getCurrentContext());
+    EXPECT_EQ(first->context(), GLContextTracker::currentContext());
+    EXPECT_NE(nullptr, glXGetCurrentContext()) << "which stands under it, and is not the answer";
     EXPECT_FALSE(tracker.check());
     EXPECT_EQ(nullptr, tracker.trackedContext()) << "a check changes nothing";
     EXPECT_EQ(first->context(), tracker.trackCurrentContext());
@@ -102,6 +77,7 @@ TEST_F(GLContextTrackerTest, CheckComparesWithTheContextOfTheMoment)
     EXPECT_TRUE(tracker.check());
     first->doneCurrent();
     EXPECT_FALSE(tracker.check());
+    EXPECT_EQ(nullptr, GLContextTracker::currentContext());
 }
 
 TEST_F(GLContextTrackerTest, AContextBehindQtsBackIsKnownByItsGlxIdentity)

@@ -7,25 +7,13 @@
 
 namespace {
 
-/// A current context and a look-up that forgets. The table, and whether its load succeeded, live as long as
-/// the process: what needs them untouched is the first test of this file.
+/// The table, and whether its load succeeded, live as long as the process: what needs them untouched is the first test
+/// of this file.
 class GLLoaderTest : public MessageTest
 {
 protected:
-    GLLoaderTest()
-        : _context(TestContext::create())
-        , _loader(new FakeLoader)
-    {
-    }
-
-    void freshLoader()
-    {
-        _loader.reset();
-        _loader = std::make_unique<FakeLoader>();
-    }
-
-    std::unique_ptr<TestContext> _context;
-    std::unique_ptr<FakeLoader> _loader;
+    std::unique_ptr<TestContext> _context = TestContext::create();
+    FakeLoader _loader;
 };
 
 /// An extension list of one, whatever the driver has.
@@ -50,65 +38,53 @@ std::vector<int> flags()
 
 TEST_F(GLLoaderTest, AFailedInitializationReportsAndIsTriedAgain)
 {
-    _loader->hide("glGetStringi");
+    _loader.hide("glGetStringi");
+    _loader.takeLookUps();
     EXPECT_FALSE(initializeGLFunctions());
     EXPECT_MESSAGES("critical [GLUtilities.cpp:#] Failed to initialize OpenGL ''");
     EXPECT_EQ(QStringList({"glXGetProcAddressARB glGetIntegerv", "glXGetProcAddressARB glGetStringi"}),
-              _loader->takeLookUps());
+              _loader.takeLookUps());
 
-    freshLoader();
+    _loader.show();
     EXPECT_EQ(1, ogl_LoadFunctions()); // from here on the table can tell the version
-    _loader->hide("glGetIntegerv");
+    _loader.hide("glGetIntegerv");
     EXPECT_FALSE(initializeGLFunctions());
     EXPECT_MESSAGES(
         QString("critical [GLUtilities.cpp:#] Failed to initialize OpenGL '%1'").arg(driverVersion()));
     EXPECT_EQ(std::vector<int>({0, 0, 0, 0, 0, 0}), flags()) << "reset before anything is looked up";
 
-    freshLoader();
+    _loader.show();
     EXPECT_TRUE(initializeGLFunctions());
-    EXPECT_LT(0, _loader->takeLookUps().size());
+    EXPECT_LT(0, _loader.takeLookUps().size());
     EXPECT_TRUE(initializeGLFunctions());
-    EXPECT_EQ(QStringList(), _loader->takeLookUps()) << "a successful load is never repeated";
+    EXPECT_EQ(QStringList(), _loader.takeLookUps()) << "a successful load is never repeated";
 }
 
-TEST_F(GLLoaderTest, AMissingCoreFunctionIsOnlyCounted)
-{
-    EXPECT_EQ(1, ogl_LoadFunctions());
-    EXPECT_NE(nullptr, _ptrc_glCullFace);
-    _loader->hide("glCullFace");
-    _loader->hide("glWaitSync");
-    EXPECT_EQ(3, ogl_LoadFunctions());
-    EXPECT_EQ(nullptr, _ptrc_glCullFace);
-    EXPECT_EQ(nullptr, _ptrc_glWaitSync);
-    EXPECT_NE(nullptr, _ptrc_glFrontFace);
-}
-
-TEST_F(GLLoaderTest, AFlagCountsTheMissingFunctionsOfItsExtension)
+TEST_F(GLLoaderTest, MissingFunctionsAreCountedForTheCoreAndForEachExtension)
 {
     EXPECT_EQ(1, ogl_LoadFunctions());
     EXPECT_EQ(std::vector<int>({1, 1, 1, 1, 1, 1}), flags());
-    _loader->hide("glDrawArraysIndirect");
-    _loader->hide("glPatchParameteri");
-    _loader->hide("glPatchParameterfv");
-    EXPECT_EQ(1, ogl_LoadFunctions()) << "functions of extensions are not counted here";
+    EXPECT_NE(nullptr, _ptrc_glCullFace);
+    for (const char *name :
+         {"glCullFace", "glWaitSync", "glDrawArraysIndirect", "glPatchParameteri", "glPatchParameterfv"}) {
+        _loader.hide(name);
+    }
+    EXPECT_EQ(3, ogl_LoadFunctions());
     EXPECT_EQ(std::vector<int>({2, 1, 3, 1, 1, 1}), flags());
+    EXPECT_EQ(nullptr, _ptrc_glCullFace);
+    EXPECT_NE(nullptr, _ptrc_glFrontFace);
 }
 
-TEST_F(GLLoaderTest, OnlyAdvertisedExtensionsAreLoaded)
+TEST_F(GLLoaderTest, OnlyAdvertisedExtensionsAreLoadedAndTheCoreEndsWithVersion32)
 {
-    _loader->provide("glGetIntegerv", reinterpret_cast<FakeLoader::Function>(&oneExtension));
-    _loader->provide("glGetStringi", reinterpret_cast<FakeLoader::Function>(&tessellation));
+    _loader.provide("glGetIntegerv", &oneExtension);
+    _loader.provide("glGetStringi", &tessellation);
+    _loader.takeLookUps();
     EXPECT_EQ(1, ogl_LoadFunctions());
     EXPECT_EQ(std::vector<int>({0, 0, 1, 0, 0, 0}), flags());
-    const QStringList lookUps = _loader->takeLookUps();
+    const QStringList lookUps = _loader.takeLookUps();
     EXPECT_TRUE(lookUps.contains("glXGetProcAddressARB glPatchParameteri"));
     EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glDrawArraysIndirect"));
-}
-
-TEST_F(GLLoaderTest, TheCoreEndsWithVersion32)
-{
-    ogl_LoadFunctions();
-    const QStringList lookUps = _loader->takeLookUps();
     EXPECT_TRUE(lookUps.contains("glXGetProcAddressARB glTexImage3DMultisample"));
     EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glBindSampler")) << "a function of 3.3";
     EXPECT_FALSE(lookUps.contains("glXGetProcAddressARB glBegin")) << "not in the core profile";

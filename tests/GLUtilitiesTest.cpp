@@ -7,8 +7,6 @@
 #include <ZelGL/GLVersions.h>
 #include <ZelGL/Texture.h>
 
-#include <QtCore/QRegularExpression>
-
 using namespace Orvane::Zel;
 
 using GLUtilitiesTest = GLTest;
@@ -41,7 +39,7 @@ TEST_F(GLUtilitiesTest, AnEntryPointIsLookedUpAndOnlyALoudFailureIsLogged)
               loader.takeLookUps());
 }
 
-TEST_F(GLUtilitiesTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContext)
+TEST_F(GLUtilitiesTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContextWhichAnswersForItself)
 {
     qunsetenv("ZEL_NO_GL_EXTENSIONS");
     Tap<&glGetStringi> names;
@@ -53,11 +51,7 @@ TEST_F(GLUtilitiesTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContext)
     EXPECT_FALSE(hasGLExtension("gl_ARB_draw_indirect"));
     EXPECT_FALSE(hasGLExtension(""));
     EXPECT_EQ(0u, names.count());
-}
 
-TEST_F(GLUtilitiesTest, EachContextAnswersForItself)
-{
-    qunsetenv("ZEL_NO_GL_EXTENSIONS");
     const auto compatible = TestContext::create(TestContext::eCompatibility);
     ASSERT_NE(nullptr, compatible);
     EXPECT_TRUE(hasGLExtension("GL_ARB_compatibility"));
@@ -172,14 +166,14 @@ struct DebugDriver
 
     static void provideBy(FakeLoader &loader)
     {
-        loader.provide("glDebugMessageControlARB", reinterpret_cast<FakeLoader::Function>(&control));
-        loader.provide("glDebugMessageCallbackARB", reinterpret_cast<FakeLoader::Function>(&install));
+        loader.provide("glDebugMessageControlARB", &control);
+        loader.provide("glDebugMessageCallbackARB", &install);
     }
 };
 
 } // namespace
 
-TEST_F(GLDebuggingTest, WithoutOneOfItsFunctionsNothingIsDone)
+TEST_F(GLDebuggingTest, AllIsSwitchedOnButGroupsAndOneMessageOrNothingWhereAFunctionIsMissing)
 {
     FakeLoader loader;
     loader.hide("glDebugMessageControlARB");
@@ -187,17 +181,12 @@ TEST_F(GLDebuggingTest, WithoutOneOfItsFunctionsNothingIsDone)
     EXPECT_FALSE(initializeGLDebugging());
     EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glDebugMessageControlARB'");
     EXPECT_EQ(1, loader.takeLookUps().size()) << "the second is not looked up";
-
     DebugDriver::provideBy(loader);
     loader.hide("glDebugMessageCallbackARB");
     EXPECT_FALSE(initializeGLDebugging());
     EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glDebugMessageCallbackARB'");
     EXPECT_EQ(QStringList(), DebugDriver::calls);
-}
 
-TEST_F(GLDebuggingTest, AllIsSwitchedOnButGroupsAndOneMessage)
-{
-    FakeLoader loader;
     DebugDriver::provideBy(loader);
     Tap<&glEnable> enables;
     enables.replace(
@@ -214,25 +203,28 @@ TEST_F(GLDebuggingTest, ADriverMessageIsPutIntoWords)
     FakeLoader loader;
     DebugDriver::provideBy(loader);
     ASSERT_TRUE(initializeGLDebugging());
-    const auto words = [this](GLenum source, GLenum type, GLenum severity) {
-        DebugDriver::callback(source, type, 0x1f, severity, 4, "text", nullptr);
-        const Message message = _capture.take().value(0);
-        EXPECT_EQ(QtDebugMsg, message.level);
-        static const QRegularExpression kForm("^\\[GLUtilities\\.cpp:\\d+\\] OpenGL message \\[id=0x1f, "
-                                              "source=(.*), type=(.*), severity=(.*)\\]: text$");
-        const QRegularExpressionMatch match = kForm.match(message.text);
-        return QStringList(match.capturedTexts().mid(1)).join('|');
+    const struct
+    {
+        GLenum source, type, severity;
+        const char *words[3];
+    } rows[] = {
+        {0x8246, 0x824C, 0x9146, {"api", "error", "high"}},
+        {0x8247, 0x824D, 0x9147, {"window system", "deprecated behaviour", "medium"}},
+        {0x8248, 0x824E, 0x9148, {"shader compiler", "undefined behaviour", "low"}},
+        {0x8249, 0x824F, 0x826B, {"thirdparty", "portability", "notification"}},
+        {0x824A, 0x8250, 0x9149, {"application", "performance", "<unknown>"}},
+        {0x824B, 0x8251, 0x9146, {"other", "other", "high"}},
+        {0, 0x8268, 0x9146, {"<unknown>", "marker", "high"}},
+        {0x8246, 0x8269, 0x9146, {"api", "push group", "high"}},
+        {0x8246, 0x826A, 0x9146, {"api", "pop group", "high"}},
+        {0x8246, 0, 0x9146, {"api", "<unknown>", "high"}},
     };
-    EXPECT_EQ("api|error|high", words(0x8246, 0x824C, 0x9146));
-    EXPECT_EQ("window system|deprecated behaviour|medium", words(0x8247, 0x824D, 0x9147));
-    EXPECT_EQ("shader compiler|undefined behaviour|low", words(0x8248, 0x824E, 0x9148));
-    EXPECT_EQ("thirdparty|portability|notification", words(0x8249, 0x824F, 0x826B));
-    EXPECT_EQ("application|performance|<unknown>", words(0x824A, 0x8250, 0x9149));
-    EXPECT_EQ("other|other|high", words(0x824B, 0x8251, 0x9146));
-    EXPECT_EQ("<unknown>|marker|high", words(0, 0x8268, 0x9146));
-    EXPECT_EQ("api|push group|high", words(0x8246, 0x8269, 0x9146));
-    EXPECT_EQ("api|pop group|high", words(0x8246, 0x826A, 0x9146));
-    EXPECT_EQ("api|<unknown>|high", words(0x8246, 0, 0x9146));
+    for (const auto &row : rows) {
+        DebugDriver::callback(row.source, row.type, 0x1f, row.severity, 4, "text", nullptr);
+        EXPECT_MESSAGES(QString("debug [GLUtilities.cpp:#] OpenGL message [id=0x1f, source=%1, type=%2, "
+                                "severity=%3]: text")
+                            .arg(row.words[0], row.words[1], row.words[2]));
+    }
 }
 
 TEST_F(GLDebuggingTest, TheDriverReportsInTheCallThatIsWrong)

@@ -44,6 +44,16 @@ void APIENTRY recordMultiBind(GLenum target, GLuint first, GLsizei count, const 
     gMultiBinds.emplace_back(target, first, std::vector<GLuint>(buffers, buffers + count));
 }
 
+/// As many objects of a block, each with a buffer of its own.
+std::vector<std::unique_ptr<UniformBufferObject>> makeObjects(int count)
+{
+    std::vector<std::unique_ptr<UniformBufferObject>> objects;
+    for (int i = 0; i < count; ++i) {
+        objects.push_back(std::make_unique<UniformBufferObject>("First", makeFilled(), nullptr));
+    }
+    return objects;
+}
+
 class UniformBufferObjectTest : public GLTest
 {
 protected:
@@ -150,10 +160,9 @@ TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
 {
     const int count = UniformBufferObject::maxUniformBlockBindings();
     ASSERT_GT(count, 0);
-    std::vector<std::unique_ptr<UniformBufferObject>> objects;
-    for (int i = 0; i <= count; ++i) {
-        objects.push_back(std::make_unique<UniformBufferObject>("First", makeFilled(), nullptr));
-        EXPECT_EQ(i < count, objects.back()->bind(nullptr)) << i;
+    const auto objects = makeObjects(count + 1);
+    for (const auto &object : objects) {
+        EXPECT_EQ(object != objects.back(), object->bind(nullptr));
     }
     EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings");
     EXPECT_EQ(unsigned(count - 1), objects[size_t(count) - 1]->uniformBlockBinding());
@@ -171,79 +180,69 @@ TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
 TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
 {
     gMultiBinds.clear();
-    _loader.provide("glBindBuffersBase", reinterpret_cast<FakeLoader::Function>(&recordMultiBind));
-    UniformBufferObject objects[] = {{"First", makeFilled(), nullptr},
-                                     {"First", makeFilled(), nullptr},
-                                     {"First", makeFilled(), nullptr},
-                                     {"First", makeFilled(GL_SHADER_STORAGE_BUFFER), nullptr}};
+    _loader.provide("glBindBuffersBase", &recordMultiBind);
+    auto objects = makeObjects(3);
+    objects.push_back(
+        std::make_unique<UniformBufferObject>("First", makeFilled(GL_SHADER_STORAGE_BUFFER), nullptr));
     Tap<&glBindBufferBase> binds;
     UniformBufferObject::bindBatchStart();
-    for (UniformBufferObject &object : objects) {
-        EXPECT_TRUE(object.bind(nullptr));
+    for (const auto &object : objects) {
+        EXPECT_TRUE(object->bind(nullptr));
     }
-    EXPECT_EQ(0u, objects[3].uniformBlockBinding()) << "storage blocks count for themselves";
+    EXPECT_EQ(0u, objects[3]->uniformBlockBinding()) << "storage blocks count for themselves";
     EXPECT_EQ(0u, binds.count());
-    EXPECT_TRUE(objects[1].unbind(nullptr));
+    EXPECT_TRUE(objects[1]->unbind(nullptr));
     EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, 0}}), binds.calls())
         << "an unbind is never deferred";
     UniformBufferObject::bindBatchFlush();
+    UniformBufferObject::bindBatchStart();
+    UniformBufferObject::bindBatchFlush(); // an empty batch makes no call
 
-    const auto name = [&](int index) { return objects[index].bufferObject()->getBO(); };
+    const auto name = [&](size_t index) { return objects[index]->bufferObject()->getBO(); };
     EXPECT_EQ((decltype(gMultiBinds){{GL_UNIFORM_BUFFER, 0, {name(0), 0, name(2)}},
                                      {GL_SHADER_STORAGE_BUFFER, 0, {name(3)}}}),
               gMultiBinds);
-
-    UniformBufferObject::bindBatchStart();
-    UniformBufferObject::bindBatchFlush();
-    EXPECT_EQ(2u, gMultiBinds.size()) << "an empty batch makes no call";
-    for (UniformBufferObject &object : objects) {
-        EXPECT_TRUE(object.unbind(nullptr));
+    EXPECT_TRUE(objects[1]->bind(nullptr));
+    EXPECT_EQ(2u, binds.count()) << "after the flush binds are immediate again";
+    for (const auto &object : objects) {
+        EXPECT_TRUE(object->unbind(nullptr));
     }
-    binds.clear();
-    EXPECT_TRUE(objects[1].bind(nullptr));
-    EXPECT_EQ(1u, binds.count()) << "after the flush binds are immediate again";
-    EXPECT_TRUE(objects[1].unbind(nullptr));
 }
 
 TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfItsRange)
 {
     _loader.hide("glBindBuffersBase");
-    UniformBufferObject low("First", makeFilled(), nullptr);
-    UniformBufferObject middle("First", makeFilled(), nullptr);
-    UniformBufferObject high("First", makeFilled(), nullptr);
-    EXPECT_TRUE(low.bind(nullptr));
+    const auto objects = makeObjects(3);
+    EXPECT_TRUE(objects[0]->bind(nullptr));
     UniformBufferObject::bindBatchStart();
-    EXPECT_TRUE(middle.bind(nullptr));
-    EXPECT_TRUE(high.bind(nullptr));
+    EXPECT_TRUE(objects[1]->bind(nullptr));
+    EXPECT_TRUE(objects[2]->bind(nullptr));
     Tap<&glBindBufferBase> binds;
     UniformBufferObject::bindBatchFlush();
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, middle.bufferObject()->getBO()},
-                                     {GL_UNIFORM_BUFFER, 2, high.bufferObject()->getBO()}}),
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, objects[1]->bufferObject()->getBO()},
+                                     {GL_UNIFORM_BUFFER, 2, objects[2]->bufferObject()->getBO()}}),
               binds.calls());
-    for (UniformBufferObject *object : {&low, &middle, &high}) {
+    for (const auto &object : objects) {
         EXPECT_TRUE(object->unbind(nullptr));
     }
-    EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'",
-                    "debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'");
+    const char *const report = "debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'";
+    EXPECT_MESSAGES(report, report);
 }
 
 TEST_F(UniformBufferObjectTest, EachContextHasPointsOfItsOwn)
 {
-    UniformBufferObject first("First", makeFilled(), nullptr);
-    UniformBufferObject second("First", makeFilled(), nullptr);
-    EXPECT_TRUE(first.bind(nullptr));
-    EXPECT_TRUE(second.bind(nullptr));
+    const auto objects = makeObjects(2);
+    EXPECT_TRUE(objects[0]->bind(nullptr));
+    EXPECT_TRUE(objects[1]->bind(nullptr));
     {
-        const auto context = TestContext::create(TestContext::eCore);
-        QSharedPointer<BufferObject> buffer = makeFilled();
-        UniformBufferObject there("First", buffer, nullptr);
-        EXPECT_TRUE(there.bind(nullptr));
-        EXPECT_EQ(0u, there.uniformBlockBinding());
-        EXPECT_TRUE(there.unbind(nullptr));
-        buffer->destroy();
-        makeCurrent();
+        const auto context = TestContext::create();
+        const auto theirs = makeObjects(1);
+        EXPECT_TRUE(theirs[0]->bind(nullptr));
+        EXPECT_EQ(0u, theirs[0]->uniformBlockBinding());
+        EXPECT_TRUE(theirs[0]->unbind(nullptr));
     }
-    EXPECT_EQ(1u, second.uniformBlockBinding());
-    EXPECT_TRUE(first.unbind(nullptr));
-    EXPECT_TRUE(second.unbind(nullptr));
+    makeCurrent();
+    EXPECT_EQ(1u, objects[1]->uniformBlockBinding());
+    EXPECT_TRUE(objects[0]->unbind(nullptr));
+    EXPECT_TRUE(objects[1]->unbind(nullptr));
 }

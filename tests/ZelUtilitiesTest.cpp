@@ -2,10 +2,9 @@
 
 #include "support/Files.h"
 #include "support/GLFixture.h"
+#include "support/TestBuffer.h"
 
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/GLUtilities.h>
-#include <ZelGL/ShaderProgram.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QPointF>
 #include <QtGui/QMatrix4x4>
@@ -21,8 +20,10 @@ namespace {
 class ZelUtilitiesTest : public GLTest
 {
 protected:
-    /// Links a vertex stage with the shared files, and captures its varying "vo_Result". \a file is linked too, and
-    /// \a declarations say what is in it.
+    ~ZelUtilitiesTest() override { program.unbind(); }
+
+    /// Links a vertex stage with the shared files for the capture of "vo_Result", and binds it. \a file is linked too,
+    /// and \a declarations say what is in it.
     bool link(const QString &body, const QString &file = QString(), const QString &declarations = QString())
     {
         program.setMacroProcessor(&processor);
@@ -45,30 +46,23 @@ protected:
             program.addShaderFromFile(GL_VERTEX_SHADER, file);
         }
         program.setTransformFeedbackVaryings({"vo_Result"}, GL_INTERLEAVED_ATTRIBS);
-        return program.link();
+        return program.link() && program.bind();
     }
 
     /// The varying of each vertex, four floats.
     std::vector<float> capture(int vertices = 1)
     {
-        std::vector<float> values(size_t(vertices) * 4);
-        const auto bytes = GLsizeiptr(values.size() * sizeof(float));
-        GLuint buffer = 0;
-        GLuint array = 0;
-        glGenBuffers(1, &buffer);
-        glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer);
-        glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, bytes, nullptr, GL_STREAM_READ);
-        glGenVertexArrays(1, &array);
-        glBindVertexArray(array);
-        glEnable(GL_RASTERIZER_DISCARD);
+        const QSharedPointer<BufferObject> buffer = makeBuffer(GL_TRANSFORM_FEEDBACK_BUFFER);
+        VertexArrayObject array(nullptr);
+        const AutoBinder bufferBinder(buffer.data());
+        const AutoBinder arrayBinder(&array);
+        const AutoEnabler discard(GL_RASTERIZER_DISCARD);
+        buffer->uploadArbitraryData(nullptr, vertices, GL_STREAM_READ, 4 * sizeof(float));
+        glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer->getBO());
         glBeginTransformFeedback(GL_POINTS);
         glDrawArrays(GL_POINTS, 0, vertices);
         glEndTransformFeedback();
-        glDisable(GL_RASTERIZER_DISCARD);
-        glGetBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, 0, bytes, values.data());
-        glDeleteVertexArrays(1, &array);
-        glDeleteBuffers(1, &buffer);
-        return values;
+        return contentsOf<float>(*buffer, 4 * size_t(vertices));
     }
 
     GLSLMacroProcessor processor;
@@ -80,7 +74,6 @@ protected:
 TEST_F(ZelUtilitiesTest, DirectionsLieWhereTheMapHasThem)
 {
     ASSERT_TRUE(link("vec4(directionToLatLong(u_Dir), directionToLatLong_Brix(u_Dir))"));
-    ASSERT_TRUE(program.bind());
     const float half = float(std::sqrt(0.5));
     const struct
     {
@@ -105,20 +98,17 @@ TEST_F(ZelUtilitiesTest, DirectionsLieWhereTheMapHasThem)
         program.setUniform("u_Dir", QVector3D(0, float(up), 0));
         EXPECT_NEAR((up + 1) / 2, capture()[1], 1e-4);
     }
-    program.unbind();
 }
 
 TEST_F(ZelUtilitiesTest, ColoursAreCorrectedAndAlphaIsKept)
 {
     ASSERT_TRUE(link("gammaCorrect(vec4(u_Dir, 0.25), 2.2) + vec4(gammaCorrect(u_Dir, 2.0), 0.0)"));
-    ASSERT_TRUE(program.bind());
     program.setUniform("u_Dir", QVector3D(0.0F, 0.5F, 1.0F));
     const std::vector<float> result = capture();
     EXPECT_NEAR(0.0, result[0], 1e-4);
     EXPECT_NEAR(std::pow(0.5, 1 / 2.2) + std::pow(0.5, 1 / 2.0), result[1], 1e-4);
     EXPECT_NEAR(2.0, result[2], 1e-4);
     EXPECT_EQ(0.25F, result[3]);
-    program.unbind();
 }
 
 TEST_F(ZelUtilitiesTest, ColourSpacesFollowTheirCurvesAndKeepAlpha)
@@ -132,7 +122,6 @@ TEST_F(ZelUtilitiesTest, ColourSpacesFollowTheirCurvesAndKeepAlpha)
                      "vec4 tvoConvert_Linear_To_Linear(vec4 c);\nvec4 tvoConvert_Linear_To_Gamma22(vec4 c);\n"
                      "vec4 tvoConvert_Gamma22_To_Linear(vec4 c);\nvec4 tvoConvert_Linear_To_sRGB(vec4 c);\n"
                      "vec4 tvoConvert_sRGB_To_Linear(vec4 c);\n"));
-    ASSERT_TRUE(program.bind());
     // The two colours lie on both sides of where a curve of sRGB begins.
     const struct
     {
@@ -151,7 +140,6 @@ TEST_F(ZelUtilitiesTest, ColourSpacesFollowTheirCurvesAndKeepAlpha)
         EXPECT_EQ(result[0], result[2]) << i;
         EXPECT_EQ(0.25F, result[3]) << i;
     }
-    program.unbind();
 }
 
 TEST_F(ZelUtilitiesTest, TheOtherVisibilityTermIsThatOfSmithWithAFloorOfRoughness)
@@ -160,7 +148,6 @@ TEST_F(ZelUtilitiesTest, TheOtherVisibilityTermIsThatOfSmithWithAFloorOfRoughnes
     ASSERT_TRUE(link("vec4(evaluateBRDF(u_Dir, vec3(0.0, 0.6, 0.8), normalize(u_Dir + vec3(0.0, 0.6, 0.8)),\n"
                      "    u_Matrix[0][0], 0.8, u_Dir.z, normalize(u_Dir + vec3(0.0, 0.6, 0.8)).z), 0.0, 0.0)",
                      "ImportanceSample.glslc", "#include \"ImportanceSample.glslh\"\n"));
-    ASSERT_TRUE(program.bind());
     const QVector3D L(0.8F, 0.0F, 0.6F);
     const QVector3D V(0.0F, 0.6F, 0.8F);
     const QVector3D H = (L + V).normalized();
@@ -175,7 +162,6 @@ TEST_F(ZelUtilitiesTest, TheOtherVisibilityTermIsThatOfSmithWithAFloorOfRoughnes
         EXPECT_NEAR(g, result[0], 1e-5) << roughness;
         EXPECT_NEAR(g * std::pow(1.0 - VdotH, 5), result[1], 1e-5) << roughness;
     }
-    program.unbind();
 }
 
 namespace {
@@ -227,7 +213,6 @@ TEST_F(ZelUtilitiesTest, NoiseIsThatOfItsDescription)
              "const float G = 0.211324865405187;\n"
              "vec2 lattice() { return vec2(gl_VertexID % 128, gl_VertexID / 128) - 50.0; }\n"
              "vec2 grid() { return vec2(gl_VertexID % 128, gl_VertexID / 128) * 0.37; }\n"));
-    ASSERT_TRUE(program.bind());
     const QPointF origin(-20.125, -31.0625);
     program.setUniform("u_Dir", QVector3D(float(origin.x()), float(origin.y()), 0.0F));
     const auto values = capture(kSide * kSide);
@@ -245,13 +230,11 @@ TEST_F(ZelUtilitiesTest, NoiseIsThatOfItsDescription)
     EXPECT_LT(largest, 1.0);
     EXPECT_GT(largest, 0.9);
     EXPECT_NEAR(0.0, sum / (kSide * kSide), 0.02);
-    program.unbind();
 }
 
 TEST_F(ZelUtilitiesTest, NormalsTurnByTheInverseTransposed)
 {
     ASSERT_TRUE(link("vec4(mat3Rotation(u_Matrix) * u_Dir, 1.0)"));
-    ASSERT_TRUE(program.bind());
     QMatrix4x4 matrix;
     matrix.translate(5, 6, 7);
     matrix.rotate(30, 1, 2, 3);
@@ -264,7 +247,6 @@ TEST_F(ZelUtilitiesTest, NormalsTurnByTheInverseTransposed)
     EXPECT_NEAR(expected.x(), result[0], 1e-4);
     EXPECT_NEAR(expected.y(), result[1], 1e-4);
     EXPECT_NEAR(expected.z(), result[2], 1e-4);
-    program.unbind();
 }
 
 TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLastPlace)
@@ -274,7 +256,6 @@ TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLas
     ASSERT_TRUE(link("vec4(floatBitsToUint(u_Dir.x) >> 16u, floatBitsToUint(u_Dir.x) & 0xFFFFu,\n"
                      "    uintBitsToFloat(u_Bits), 0.0)",
                      QString(), text + "\nuniform uint u_Bits;\n"));
-    ASSERT_TRUE(program.bind());
     for (const float value :
          {0.0f, 1.0f, -1.0f, 0.5f, 0.9999999f, 0.7071f, 3.0f, -1234.5f, 1e-20f, 3e30f, 2e-38f}) {
         GLuint bits = 0;
@@ -288,7 +269,6 @@ TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLas
         EXPECT_NEAR(value, read, std::fabs(value) * 1e-6f) << "encoded";
         EXPECT_NEAR(value, result[2], std::fabs(value) * 1e-6f) << "decoded";
     }
-    program.unbind();
 }
 
 TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesAndTheBlockOfCommandsIsAsTheHostFillsIt)

@@ -72,36 +72,32 @@ struct GLLedger::Books
         }
     };
 
+    /// The same for a kind whose names come and go one by one.
+    template <auto Create, auto Delete> struct Singles
+    {
+        Hook<Create> create;
+        Hook<Delete> del;
+
+        Singles(Books &books, Kind kind)
+        {
+            create.replace([this, &books, kind](auto... arguments) {
+                const GLuint name = create.original(arguments...);
+                books.made(kind, name);
+                return name;
+            });
+            del.replace([this, &books, kind](GLuint name) {
+                books.deleted(kind, name);
+                del.original(name);
+            });
+        }
+    };
+
     Arrays<&glGenBuffers, &glDeleteBuffers> buffers{*this, eBuffer};
     Arrays<&glGenVertexArrays, &glDeleteVertexArrays> vertexArrays{*this, eVertexArray};
     Arrays<&glGenTextures, &glDeleteTextures> textures{*this, eTexture};
     Arrays<&glGenFramebuffers, &glDeleteFramebuffers> framebuffers{*this, eFramebuffer};
-    Hook<&glCreateShader> createShader;
-    Hook<&glDeleteShader> deleteShader;
-    Hook<&glCreateProgram> createProgram;
-    Hook<&glDeleteProgram> deleteProgram;
-
-    Books()
-    {
-        createShader.replace([this](GLenum type) {
-            const GLuint name = createShader.original(type);
-            made(eShader, name);
-            return name;
-        });
-        deleteShader.replace([this](GLuint name) {
-            deleted(eShader, name);
-            deleteShader.original(name);
-        });
-        createProgram.replace([this] {
-            const GLuint name = createProgram.original();
-            made(eProgram, name);
-            return name;
-        });
-        deleteProgram.replace([this](GLuint name) {
-            deleted(eProgram, name);
-            deleteProgram.original(name);
-        });
-    }
+    Singles<&glCreateShader, &glDeleteShader> shaders{*this, eShader};
+    Singles<&glCreateProgram, &glDeleteProgram> programs{*this, eProgram};
 };
 
 GLLedger::GLLedger()

@@ -104,6 +104,12 @@ public:
 
     void clear() { (of<Slots>().clear(), ...); }
 
+    /// Calls are recorded and not issued from now on; for entry points that answer nothing.
+    void hold()
+    {
+        (of<Slots>().replace([](auto...) {}), ...);
+    }
+
 private:
     std::tuple<Tap<Slots>...> _taps;
 };
