@@ -37,7 +37,9 @@ void APIENTRY collectReport(GLenum, GLenum type, GLuint id, GLenum, GLsizei, con
     }
 }
 
-void ensureApplication()
+} // namespace
+
+void TestContext::ensureApplication()
 {
     static int argc = 1;
     static char name[] = "zelgl-test";
@@ -46,8 +48,6 @@ void ensureApplication()
         gApplication = std::make_unique<QGuiApplication>(argc, argv);
     }
 }
-
-} // namespace
 
 std::unique_ptr<TestContext> TestContext::create(Profile profile)
 {

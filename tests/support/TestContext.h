@@ -38,7 +38,10 @@ public:
     /// What the driver reported since the last call.
     static QStringList takeDriverReports();
 
-    /// Ends the application object; at the end of the process.
+    /// Makes the application object, if there is none.
+    static void ensureApplication();
+
+    /// Ends it; at the end of the process.
     static void endApplication();
 
 private:

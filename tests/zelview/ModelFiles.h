@@ -9,6 +9,7 @@
 #include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QVector>
 
 /// A folder of model files that tests write, gone with the object.
 class ModelFiles
@@ -62,52 +63,62 @@ public:
         return write(name, text);
     }
 
-    /// A glTF file of these nodes and materials, as JSON lists. Mesh i is a unit square from the origin in the plane z = 0,
-    /// facing +z, of material i, with upright texture coordinates. \a more goes among the file's members.
-    QString writeSquares(const QString &name, const QByteArray &nodes, const QByteArray &materials,
-                         const QByteArray &more = QByteArray()) const
+    /// A glTF file of these nodes, a JSON list, with these other members, and these bytes as buffer views.
+    QString writeGltf(const QString &name, const QByteArray &nodes, const QByteArray &members,
+                      const QByteArrayList &views) const
     {
-        const float numbers[] = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, /* then texture coordinates */
-                                 0, 1, 1, 1, 1, 0, 0, 0};
-        const quint16 corners[] = {0, 1, 2, 0, 2, 3};
-        const QByteArray bytes = QByteArray(reinterpret_cast<const char *>(numbers), sizeof(numbers))
-                                 + QByteArray(reinterpret_cast<const char *>(corners), sizeof(corners));
         const QJsonArray nodeList = QJsonDocument::fromJson(nodes).array();
-        const int materialCount = QJsonDocument::fromJson(materials).array().size();
-        QByteArrayList roots;
         QSet<int> children;
         for (const QJsonValue &node : nodeList) {
             for (const QJsonValue &child : node[QLatin1String("children")].toArray()) {
                 children.insert(child.toInt());
             }
         }
+        QByteArrayList roots;
         for (int i = 0; i < nodeList.size(); ++i) {
             if (!children.contains(i)) {
                 roots.append(QByteArray::number(i));
             }
         }
+        QByteArrayList viewList;
+        QByteArray bytes;
+        for (const QByteArray &view : views) {
+            viewList.append(R"({"buffer":0,"byteOffset":)" + QByteArray::number(bytes.size())
+                            + R"(,"byteLength":)" + QByteArray::number(view.size()) + "}");
+            bytes += view;
+        }
+        return write(
+            name, R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[)" + roots.join(',')
+                      + R"(]}],"nodes":)" + nodes + "," + members + R"(,"bufferViews":[)" + viewList.join(',')
+                      + R"(],"buffers":[{"byteLength":)" + QByteArray::number(bytes.size())
+                      + R"(,"uri":"data:application/octet-stream;base64,)" + bytes.toBase64() + R"("}]})");
+    }
+
+    /// A glTF file of these nodes and materials, as JSON lists. Mesh i is a unit square from the origin in the plane z = 0,
+    /// facing +z, of material i, with upright texture coordinates. \a more goes among the file's members.
+    QString writeSquares(const QString &name, const QByteArray &nodes, const QByteArray &materials,
+                         const QByteArray &more = QByteArray()) const
+    {
         QByteArrayList meshes;
-        for (int i = 0; i < materialCount; ++i) {
+        for (int i = 0; i < QJsonDocument::fromJson(materials).array().size(); ++i) {
             meshes.append(
                 R"({"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,"material":)"
                 + QByteArray::number(i) + "}]}");
         }
-        QByteArray text =
-            R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[$roots]}],"nodes":$nodes,
-            "materials":$materials,"meshes":[$meshes],$more
-            "accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
-                         {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
-                         {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}],
-            "bufferViews":[{"buffer":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":32},
-                           {"buffer":0,"byteOffset":80,"byteLength":12}],
-            "buffers":[{"byteLength":92,"uri":"data:application/octet-stream;base64,$bytes"}]})";
-        text.replace("$roots", roots.join(','));
-        text.replace("$nodes", nodes);
-        text.replace("$materials", materials);
-        text.replace("$meshes", meshes.join(','));
-        text.replace("$more", more.isEmpty() ? QByteArray() : more + ",");
-        text.replace("$bytes", bytes.toBase64());
-        return write(name, text);
+        return writeGltf(
+            name, nodes,
+            R"("materials":)" + materials + R"(,"meshes":[)" + meshes.join(',') + "],"
+                + (more.isEmpty() ? QByteArray() : more + ",")
+                + R"("accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
+                                  {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
+                                  {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}])",
+            {bytesOf<float>({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}), bytesOf<float>({0, 1, 1, 1, 1, 0, 0, 0}),
+             bytesOf<quint16>({0, 1, 2, 0, 2, 3})});
+    }
+
+    template <typename T> static QByteArray bytesOf(const QVector<T> &values)
+    {
+        return {reinterpret_cast<const char *>(values.constData()), int(sizeof(T)) * values.size()};
     }
 
 private:

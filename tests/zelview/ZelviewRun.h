@@ -51,6 +51,14 @@ inline Ending runZelview(const QStringList &arguments)
     return runZelview(arguments, QProcessEnvironment::systemEnvironment());
 }
 
+inline QByteArray pngOf(const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "png");
+    return bytes;
+}
+
 /// A PNG of four quarters: red, green, blue and white, row by row from the top.
 inline QByteArray fourColours()
 {
@@ -61,13 +69,18 @@ inline QByteArray fourColours()
     painter.fillRect(16, 0, 16, 16, QColor(0, 200, 0));
     painter.fillRect(0, 16, 16, 16, QColor(0, 0, 200));
     painter.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "png");
-    return bytes;
+    return pngOf(image);
 }
 
 inline const std::vector<int> kFourColours{0, 1, 2, -1};
+
+/// A call that cannot be carried out, how it ends, and words of the line that says why.
+struct Refusal
+{
+    QStringList arguments;
+    int code;
+    QString words;
+};
 
 /// Runs zelview in a folder of files of its own.
 class ZelviewPictureTest : public testing::Test
@@ -81,6 +94,33 @@ protected:
         EXPECT_EQ(_last.code, 0);
         EXPECT_EQ(_last.errors, QString());
         return QImage(target);
+    }
+
+    /// Each is answered by one line, and leaves no file behind.
+    void expectRefusals(const std::vector<Refusal> &refusals, const QStringList &more = {})
+    {
+        const QStringList before = _files.names();
+        for (const Refusal &refusal : refusals) {
+            SCOPED_TRACE(refusal.arguments.join(QLatin1Char(' ')).toStdString());
+            const Ending ending = runZelview(refusal.arguments + more);
+            EXPECT_EQ(ending.code, refusal.code);
+            EXPECT_EQ(ending.output, QString());
+            EXPECT_EQ(ending.errorLines().size(), 1) << qPrintable(ending.errors);
+            EXPECT_TRUE(ending.errors.startsWith(QStringLiteral("zelview: "))) << qPrintable(ending.errors);
+            EXPECT_TRUE(ending.errors.contains(refusal.words)) << qPrintable(ending.errors);
+        }
+        EXPECT_EQ(_files.names(), before);
+    }
+
+    /// The line of the last run's output that begins so.
+    QString line(const QString &head) const
+    {
+        for (const QString &line : _last.output.split(QLatin1Char('\n'))) {
+            if (line.startsWith(head)) {
+                return line;
+            }
+        }
+        return {};
     }
 
     ModelFiles _files;

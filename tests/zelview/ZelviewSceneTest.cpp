@@ -32,14 +32,6 @@ protected:
         return channels;
     }
 
-    QString line(const QString &head) const
-    {
-        const QStringList lines = _last.output.split(QLatin1Char('\n'));
-        const auto found = std::find_if(lines.begin(), lines.end(),
-                                        [&](const QString &line) { return line.startsWith(head); });
-        return found != lines.end() ? *found : QString();
-    }
-
     const QStringList _front{"--view", "0,0", "--size", "160x40", "--samples", "1"};
 };
 

@@ -1,18 +1,12 @@
 // Shadows in pictures of a box above a floor: where they must be and where not.
 
+#include "ShownModel.h"
 #include "ZelviewRun.h"
 
-#include "Exhibit.h"
-#include "Graphics.h"
 #include "ModelLoader.h"
-#include "Options.h"
 #include "OrbitCamera.h"
-#include "Programs.h"
-#include "RenderTarget.h"
 
-#include <ZelGL/ZelGL.h>
-
-#include <QtGui/QGuiApplication>
+#include "../support/TestContext.h"
 
 #include <cmath>
 
@@ -27,44 +21,37 @@ public:
     /// The path of a model. \a light: what its node says, and what the light itself.
     QString write(const QString &node, const QString &light, bool doesBoxCast) const
     {
-        QByteArray bytes;
-        const auto add = [&](const QVector3D &point) {
-            const float values[] = {point.x(), point.y(), point.z()};
-            bytes.append(reinterpret_cast<const char *>(values), sizeof(values));
-        };
-        const auto addQuad = [&](const QVector3D &corner, const QVector3D &u, const QVector3D &v) {
+        const auto addQuad = [](QVector<QVector3D> &to, const QVector3D &corner, const QVector3D &u,
+                                const QVector3D &v) {
             for (const QVector3D &offset : {QVector3D(), u, u + v, QVector3D(), u + v, v}) {
-                add(corner + offset);
+                to << corner + offset;
             }
         };
-        addQuad({-4, 0, -4}, {8, 0, 0}, {0, 0, 8});
+        QVector<QVector3D> floor, box;
+        addQuad(floor, {-4, 0, -4}, {8, 0, 0}, {0, 0, 8});
         const QVector3D x(1, 0, 0);
         const QVector3D y(0, 1, 0);
         const QVector3D z(0, 0, 1);
         for (const QVector3D &corner : {QVector3D(-0.5f, 1, -0.5f), QVector3D(0.5f, 2, 0.5f)}) {
             const float sign = corner.x() < 0 ? 1.0f : -1.0f;
-            addQuad(corner, sign * x, sign * y);
-            addQuad(corner, sign * y, sign * z);
-            addQuad(corner, sign * z, sign * x);
+            addQuad(box, corner, sign * x, sign * y);
+            addQuad(box, corner, sign * y, sign * z);
+            addQuad(box, corner, sign * z, sign * x);
         }
-        const QString text =
-            QStringLiteral(R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0,1]}],
-            "extensionsUsed":["KHR_lights_punctual"],
-            "extensions":{"KHR_lights_punctual":{"lights":[{%1}]}},
-            "nodes":[{"mesh":0},{%2,"children":[2]},{"name":"inner","extensions":{"KHR_lights_punctual":{"light":0}}}],
+        const QString nodes = QStringLiteral(
+            R"([{"mesh":0},{%1,"children":[2]},{"extensions":{"KHR_lights_punctual":{"light":0}}}])");
+        const QString members = QStringLiteral(
+            R"("extensionsUsed":["KHR_lights_punctual"],"extensions":{"KHR_lights_punctual":{"lights":[{%1}]}},
             "materials":[{"doubleSided":true,"pbrMetallicRoughness":{"metallicFactor":0}},
-                         {"doubleSided":true,"pbrMetallicRoughness":{"metallicFactor":0},"alphaMode":"%3"}],
+                         {"doubleSided":true,"pbrMetallicRoughness":{"metallicFactor":0},"alphaMode":"%2"}],
             "meshes":[{"primitives":[{"attributes":{"POSITION":0},"material":0},
                                      {"attributes":{"POSITION":1},"material":1}]}],
             "accessors":[{"bufferView":0,"componentType":5126,"count":6,"type":"VEC3","min":[-4,0,-4],"max":[4,0,4]},
-                         {"bufferView":0,"byteOffset":72,"componentType":5126,"count":36,"type":"VEC3",
-                          "min":[-0.5,1,-0.5],"max":[0.5,2,0.5]}],
-            "bufferViews":[{"buffer":0,"byteLength":%4}],
-            "buffers":[{"byteLength":%4,"uri":"data:application/octet-stream;base64,%5"}]})")
-                .arg(light, node, doesBoxCast ? QStringLiteral("OPAQUE") : QStringLiteral("BLEND"))
-                .arg(bytes.size())
-                .arg(QString::fromLatin1(bytes.toBase64()));
-        return _files.write(QStringLiteral("box%1.gltf").arg(_count++), text.toUtf8());
+                         {"bufferView":1,"componentType":5126,"count":36,"type":"VEC3",
+                          "min":[-0.5,1,-0.5],"max":[0.5,2,0.5]}])");
+        return _files.writeGltf(QStringLiteral("box%1.gltf").arg(_count++), nodes.arg(node).toUtf8(),
+                                members.arg(light, doesBoxCast ? "OPAQUE" : "BLEND").toUtf8(),
+                                {ModelFiles::bytesOf(floor), ModelFiles::bytesOf(box)});
     }
 
 private:
@@ -170,102 +157,66 @@ TEST_F(ZelviewShadowTest, AMirroredNodeMirrorsTheWayOfItsLight)
     }
 }
 
-/// An exhibit in a context of its own.
 class ZelviewShadowFrameTest : public testing::Test
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        static char name[] = "test";
-        static char *arguments[] = {name, nullptr};
-        static int count = 1;
-        choosePlatform();
-        static QGuiApplication application(count, arguments);
-    }
+    static void SetUpTestSuite() { TestContext::ensureApplication(); }
 
-    ZelviewShadowFrameTest()
-        : _context(OffscreenContext::create(_options))
+    ShownModel shown(const QString &light, LightRig rig)
     {
-        _options.size = QSize(160, 120);
-        _options.azimuth = 0.0f;
-    }
-
-    ~ZelviewShadowFrameTest() override { _exhibit->takeDown(); }
-
-    void putUp(const QString &light, LightRig rig)
-    {
-        _options.lights = rig;
-        _options.file = _box.write(kDown, light, true);
-        auto exhibit = Exhibit::load(_options);
-        ASSERT_TRUE(bool(exhibit) && bool(_context));
-        _exhibit = std::move(*exhibit);
-        ASSERT_FALSE(_exhibit->putUp(_programs, _options).has_value());
-        _exhibit->frame(_options.size);
+        Options options;
+        options.azimuth = 0.0f;
+        options.lights = rig;
+        options.file = _box.write(kDown, light, true);
+        return {options, QSize(160, 120)};
     }
 
     /// What the next frame says of shadows.
-    QString report()
+    static QString report(ShownModel &model)
     {
-        EXPECT_FALSE(_exhibit->prepareFrame(_options.size).has_value());
-        return _exhibit->describeFrame().filter(QStringLiteral("shadows ")).join(QString());
-    }
-
-    QImage nextFrame()
-    {
-        EXPECT_FALSE(_exhibit->prepareFrame(_options.size).has_value());
-        auto target = RenderTarget::create(_options.size, GL_RGBA8, 0, RenderTarget::eDepth);
-        const Orvane::Zel::AutoBinder bound((*target)->framebuffer());
-        glViewport(0, 0, _options.size.width(), _options.size.height());
-        glClear(GL_DEPTH_BUFFER_BIT);
-        _exhibit->draw(_options.size);
-        QImage image(_options.size, QImage::Format_RGBX8888);
-        glReadPixels(0, 0, image.width(), image.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
-        return image;
+        model.prepare();
+        return model.report("shadows ");
     }
 
     BoxAboveFloor _box;
-    Options _options;
-    Expected<std::unique_ptr<OffscreenContext>> _context;
-    Programs _programs;
-    std::unique_ptr<Exhibit> _exhibit;
 };
 
-TEST_F(ZelviewShadowFrameTest, AStillViewRendersNoLayerAndAMovedOneAllCascades)
+TEST_F(ZelviewShadowFrameTest, OnlyLayersWhoseProjectionChangedAreRendered)
 {
-    putUp(kSun, LightRig::eFile);
-    EXPECT_EQ(report(), QStringLiteral("shadows   1 light, 4 layers of 2048x2048, plain; 4 rendered"));
-    EXPECT_TRUE(report().endsWith(QStringLiteral("; 0 rendered")));
-    _exhibit->drag(Exhibit::eTurn, {0.1f, 0.0f});
-    EXPECT_TRUE(report().endsWith(QStringLiteral("; 4 rendered")));
-}
-
-TEST_F(ZelviewShadowFrameTest, ASpotLightIsRenderedOnceWhereverItIsSeenFrom)
-{
-    putUp(kSpot, LightRig::eFile);
-    EXPECT_EQ(report(), QStringLiteral("shadows   1 light, 1 layer of 2048x2048, plain; 1 rendered"));
-    _exhibit->drag(Exhibit::eTurn, {0.1f, 0.0f});
-    EXPECT_TRUE(report().endsWith(QStringLiteral("; 0 rendered")));
+    const struct
+    {
+        const QString &light;
+        QString layers;
+        int first;
+        int afterTurn; ///< cascades follow the view; a spot light is the same wherever it is seen from
+    } rows[] = {{kSun, "4 layers", 4, 4}, {kSpot, "1 layer", 1, 0}};
+    for (const auto &row : rows) {
+        ShownModel model = shown(row.light, LightRig::eFile);
+        const QString rendered = QStringLiteral("shadows   1 light, %1 of 2048x2048, plain; %2 rendered");
+        EXPECT_EQ(report(model), rendered.arg(row.layers).arg(row.first));
+        EXPECT_EQ(report(model), rendered.arg(row.layers).arg(0));
+        model->drag(Exhibit::eTurn, {0.1f, 0.0f});
+        EXPECT_EQ(report(model), rendered.arg(row.layers).arg(row.afterTurn));
+    }
 }
 
 TEST_F(ZelviewShadowFrameTest, WhatStandsBetweenALightAndTheViewCastsItsShadow)
 {
-    putUp(kPoint, LightRig::eFile);
-    _exhibit->drag(Exhibit::eMove, {0.0f, -0.02f});
-    _exhibit->zoom(27);               // nothing but floor, in the shadow of the box's upper half
-    const QImage floor = nextFrame(); // the first row is the lowest
+    ShownModel model = shown(kPoint, LightRig::eFile);
+    model->drag(Exhibit::eMove, {0.0f, -0.02f});
+    model->zoom(27); // nothing but floor, in the shadow of the box's upper half
+    const QImage floor = model.picture();
     EXPECT_GT(floor.pixelColor(80, 3).green(), 200);
     EXPECT_LT(floor.pixelColor(80, 34).green(), 150);
 }
 
 TEST_F(ZelviewShadowFrameTest, KeysShowGroundLayersCascadesAndVolumesAndTakeThemAway)
 {
-    putUp(kSun, LightRig::eSun);
-    const QImage plain = nextFrame();
+    ShownModel model = shown(kSun, LightRig::eSun);
+    const QImage plain = model.picture();
     for (const Qt::Key key : {Qt::Key_G, Qt::Key_S, Qt::Key_C, Qt::Key_L}) {
-        EXPECT_TRUE(_exhibit->key(key));
-        EXPECT_NE(nextFrame(), plain) << key;
-        EXPECT_TRUE(_exhibit->key(key));
-        EXPECT_EQ(nextFrame(), plain) << key;
+        EXPECT_NE(model.pictureAfter(key), plain) << key;
+        EXPECT_EQ(model.pictureAfter(key), plain) << key;
     }
 }
 

@@ -40,69 +40,52 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString torn =
         _files.write(QStringLiteral("torn.glb"), QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
     const QString folder = _files.path(QString());
-    const QStringList before = _files.names();
-
     const QString target = _files.path(QStringLiteral("out.png"));
-    const struct
-    {
-        QStringList arguments;
-        int code;
-        QString words;
-    } kCases[] = {
+    expectRefusals({
         {{}, 1, "no FILE is named"},
         {{wall, wall}, 1, "one FILE is shown at a time, not 2"},
         {{wall, "--colour"}, 1, "Unknown option 'colour'"},
         {{wall, "--offscreen"}, 1, "Missing value after '--offscreen'"},
         {{wall, "--offscreen", ""}, 1, "--offscreen takes the name of a file"},
-        {{wall, "--offscreen", target, "--size", "0x20"}, 1, "--size takes WxH"},
-        {{wall, "--offscreen", target, "--size", "20"}, 1, "--size takes WxH"},
-        {{wall, "--offscreen", target, "--size", "100000x100000"}, 1, "--size 100000x100000 is too large"},
-        {{wall, "--offscreen", target, "--size", "16000x16000"}, 1, "--size 16000x16000 is too large"},
-        {{wall, "--offscreen", target, "--samples", "many"}, 1, "--samples takes a number"},
-        {{wall, "--offscreen", target, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
-        {{wall, "--offscreen", target, "--draw-id", "fast"}, 1, "--draw-id takes"},
-        {{wall, "--offscreen", target, "--lights", "moon"},
-         1,
-         "--lights takes 'none', 'sun', 'rig', 'file', not 'moon'"},
-        {{wall, "--offscreen", target, "--lights", "file"}, 1, "--lights file: there are no lights in"},
-        {{wall, "--offscreen", target, "--csm", "9"}, 1, "--csm takes a number from 1 to 8, not '9'"},
-        {{wall, "--offscreen", target, "--mechanism", "fast"}, 1, "--mechanism takes 'ubo', 'uniform', "},
-        {{wall, "--offscreen", target, "--camera", "0"}, 1, "there is no camera '0': "},
-        {{wall, "--offscreen", target, "--camera", "0", "--view", "0,0"}, 1, "exclude each other"},
         {{wall, "--stress", "9"}, 1, "--stress takes the place of a FILE"},
         {{"--stress", "0"}, 1, "--stress takes a number from 1"},
         {{wall, "--frames", "9"}, 1, "--frames goes with --stress and --offscreen"},
         {{wall, "--pick", "0,0"}, 1, "--pick goes with --offscreen"},
-        {{wall, "--offscreen", target, "--pick", "1280,0"}, 1, "--pick takes X,Y inside"},
         {{wall, "--offscreen", wall}, 1, "the picture would overwrite what it shows"},
-        {{_files.path("none.glb"), "--offscreen", target}, 2, "there is no file"},
-        {{folder, "--offscreen", target}, 2, "is not a file that can be read"},
         {{wall, "--offscreen", _files.path("none/out.png")}, 2, "there is no folder"},
         {{wall, "--offscreen", folder}, 2, "it is not a plain file"},
         {{wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
-        {{text, "--offscreen", target}, 3, "text.obj' cannot be understood"},
-        {{unknown, "--offscreen", target}, 3, "notes.txt' cannot be understood"},
-        {{empty, "--offscreen", target}, 3, "empty.glb' cannot be understood"},
-        {{torn, "--offscreen", target}, 3, "torn.glb' cannot be understood"},
-        {{points, "--offscreen", target}, 3, "points.obj' holds no triangles"},
-        {{endless, "--offscreen", target}, 3, "no numbers or out of range"},
-    };
-    for (const auto &wrong : kCases) {
-        SCOPED_TRACE(wrong.arguments.join(QLatin1Char(' ')).toStdString());
-        const Ending ending = runZelview(wrong.arguments);
-        EXPECT_EQ(ending.code, wrong.code);
-        EXPECT_EQ(ending.output, QString());
-        ASSERT_EQ(ending.errorLines().size(), 1) << qPrintable(ending.errors);
-        EXPECT_TRUE(ending.errors.startsWith(QStringLiteral("zelview: "))) << qPrintable(ending.errors);
-        EXPECT_TRUE(ending.errors.contains(wrong.words)) << qPrintable(ending.errors);
-    }
+    });
+    expectRefusals(
+        {
+            {{wall, "--size", "0x20"}, 1, "--size takes WxH"},
+            {{wall, "--size", "20"}, 1, "--size takes WxH"},
+            {{wall, "--size", "100000x100000"}, 1, "--size 100000x100000 is too large"},
+            {{wall, "--size", "16000x16000"}, 1, "--size 16000x16000 is too large"},
+            {{wall, "--samples", "many"}, 1, "--samples takes a number"},
+            {{wall, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
+            {{wall, "--draw-id", "fast"}, 1, "--draw-id takes"},
+            {{wall, "--lights", "moon"}, 1, "--lights takes 'none', 'sun', 'rig', 'file', not 'moon'"},
+            {{wall, "--lights", "file"}, 1, "--lights file: there are no lights in"},
+            {{wall, "--csm", "9"}, 1, "--csm takes a number from 1 to 8, not '9'"},
+            {{wall, "--mechanism", "fast"}, 1, "--mechanism takes 'ubo', 'uniform', "},
+            {{wall, "--camera", "0"}, 1, "there is no camera '0': "},
+            {{wall, "--camera", "0", "--view", "0,0"}, 1, "exclude each other"},
+            {{wall, "--pick", "1280,0"}, 1, "--pick takes X,Y inside"},
+            {{_files.path("none.glb")}, 2, "there is no file"},
+            {{folder}, 2, "is not a file that can be read"},
+            {{text}, 3, "text.obj' cannot be understood"},
+            {{unknown}, 3, "notes.txt' cannot be understood"},
+            {{empty}, 3, "empty.glb' cannot be understood"},
+            {{torn}, 3, "torn.glb' cannot be understood"},
+            {{points}, 3, "points.obj' holds no triangles"},
+            {{endless}, 3, "no numbers or out of range"},
+        },
+        {"--offscreen", target});
     if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process when memory is refused
-        const Ending ending = runZelview({boast, "--offscreen", target});
-        EXPECT_EQ(ending.code, 3);
-        EXPECT_EQ(ending.errors,
-                  QStringLiteral("zelview: '%1' cannot be understood: std::bad_alloc\n").arg(boast));
+        expectRefusals(
+            {{{boast, "--offscreen", target}, 3, "boast.off' cannot be understood: std::bad_alloc"}});
     }
-    EXPECT_EQ(_files.names(), before); // neither a picture nor a temporary file
 }
 
 TEST_F(ZelviewTest, WithoutADisplayOneLineSaysSo)

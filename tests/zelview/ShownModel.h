@@ -1,0 +1,74 @@
+#pragma once
+
+#include "Exhibit.h"
+#include "Graphics.h"
+#include "Options.h"
+#include "Programs.h"
+#include "RenderTarget.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <gtest/gtest.h>
+
+#include <QtGui/QImage>
+
+/// A model that is put up in a context of its own, without a window, and pictures of it.
+class ShownModel
+{
+public:
+    ShownModel(const zelview::Options &options, const QSize &size)
+        : _size(size)
+        , _exhibit(std::move(*zelview::Exhibit::load(options)))
+        , _context(std::move(*zelview::OffscreenContext::create(options)))
+        , _programs(std::make_unique<zelview::Programs>())
+    {
+        EXPECT_FALSE(_exhibit->putUp(*_programs, options).has_value());
+        _target = std::move(*zelview::RenderTarget::create(size, GL_RGBA8, 0, zelview::RenderTarget::eDepth));
+        _exhibit->frame(size);
+    }
+
+    ~ShownModel()
+    {
+        _exhibit->takeDown();
+        _target.reset();
+        _programs.reset();
+    }
+
+    zelview::Exhibit *operator->() { return _exhibit.get(); }
+
+    /// Its first row is the lowest.
+    QImage picture()
+    {
+        prepare();
+        const Orvane::Zel::AutoBinder bound(_target->framebuffer());
+        glViewport(0, 0, _size.width(), _size.height());
+        glClear(GL_DEPTH_BUFFER_BIT);
+        _exhibit->draw(_size);
+        QImage image(_size, QImage::Format_RGBX8888);
+        glReadPixels(0, 0, _size.width(), _size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
+        return image;
+    }
+
+    QImage pictureAfter(int key)
+    {
+        EXPECT_TRUE(_exhibit->key(key));
+        return picture();
+    }
+
+    void prepare() { EXPECT_FALSE(_exhibit->prepareFrame(_size).has_value()); }
+
+    /// The lines about the last frame that hold these words.
+    QString report(const char *words) const
+    {
+        return _exhibit->describeFrame().filter(QLatin1String(words)).join(QLatin1Char('\n'));
+    }
+
+    QString draws() const { return report("draws  "); }
+
+private:
+    QSize _size;
+    std::unique_ptr<zelview::Exhibit> _exhibit;
+    std::unique_ptr<zelview::OffscreenContext> _context;
+    std::unique_ptr<zelview::Programs> _programs;
+    std::unique_ptr<zelview::RenderTarget> _target;
+};
