@@ -48,7 +48,7 @@ TEST_F(OpenGLDeviceContextTest, MakesPlainObjectsWithoutAParent)
     EXPECT_TRUE(tracker.isNull());
 }
 
-TEST_F(OpenGLDeviceContextTest, TheQuadIsSharedUntilTheContextIsReset)
+TEST_F(OpenGLDeviceContextTest, TheQuadIsSharedUntilTheContextIsResetAndAHostsFactoryMakesItsBuffers)
 {
     QWeakPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
     EXPECT_EQ(quad, OpenGLDeviceContext::current()->fullscreenQuad());
@@ -57,11 +57,7 @@ TEST_F(OpenGLDeviceContextTest, TheQuadIsSharedUntilTheContextIsReset)
     EXPECT_TRUE(quad.isNull());
     EXPECT_EQ(0, ledger().alive()) << "its GL objects went with it";
     EXPECT_FALSE(OpenGLDeviceContext::current()->fullscreenQuad().isNull());
-    OpenGLDeviceContext::resetContext();
-}
 
-TEST_F(OpenGLDeviceContextTest, AHostsFactoryIsAskedForTheQuadAndItsBuffers)
-{
     CountingContext factory;
     EXPECT_EQ(factory.fullscreenQuad(), factory.fullscreenQuad());
     EXPECT_EQ(1, factory.quads);

@@ -5,7 +5,6 @@
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/Shader.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
 using namespace Orvane::Zel;
@@ -25,8 +24,9 @@ std::vector<ExpectedMessage> failure(const Shader &shader, const QString &stage,
 
 using ShaderTest = GLTest;
 
-TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMade)
+TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMadeAndDumpedWhereAFileOpens)
 {
+    const QTemporaryDir folder;
     GLSLMacroProcessor processor;
     processor.addDefine("A", "1");
     QObject parent; // is ignored
@@ -39,14 +39,25 @@ TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMade)
     EXPECT_EQ(GLenum(GL_FRAGMENT_SHADER), processed.shaderType());
     EXPECT_FALSE(processed.isCompiled());
     EXPECT_EQ(Shader::kShaderNotCompiled, processed.shaderID());
+    plain.dumpSourceCode(folder.filePath("no/such/folder"));
+    plain.dumpSourceCode(folder.filePath("dump.glsl"));
+    EXPECT_EQ(plain.sourceCode(), bytesOf(folder.filePath("dump.glsl")));
 }
 
-TEST_F(ShaderTest, CompilesOnceAndNeedsItsSourceNoMore)
+TEST_F(ShaderTest, CompilesItsSourceOnceAsLatin1AndNeedsItNoMore)
 {
-    Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
+    Shader shader(GL_VERTEX_SHADER, QString::fromUtf8("void main() {} // \xc3\xa9"), nullptr);
     Tap<&glCreateShader> creates;
     Tap<&glGetShaderInfoLog> logs;
+    Hook<&glShaderSource> sources;
+    QByteArray sent;
+    sources.replace([&](GLuint name, GLsizei count, const GLchar *const *texts, const GLint *lengths) {
+        EXPECT_EQ(1, count);
+        sent = QByteArray(texts[0], lengths[0]);
+        sources.original(name, count, texts, lengths);
+    });
     ASSERT_TRUE(shader.compile());
+    EXPECT_EQ(QByteArray("void main() {} // \xe9"), sent);
     EXPECT_TRUE(shader.isCompiled());
     shader.clearSource();
     EXPECT_EQ("", shader.sourceCode());
@@ -56,20 +67,6 @@ TEST_F(ShaderTest, CompilesOnceAndNeedsItsSourceNoMore)
     EXPECT_EQ(0u, logs.count()) << "a good compile's log is not read";
     EXPECT_EQ(name, shader.shaderID());
     EXPECT_EQ(1, ledger().alive(GLLedger::eShader));
-}
-
-TEST_F(ShaderTest, SourcesGoToGLAsLatin1WithTheirLength)
-{
-    Shader shader(GL_VERTEX_SHADER, QString::fromUtf8("void main() {} // \xc3\xa9"), nullptr);
-    Hook<&glShaderSource> sources;
-    QByteArray sent;
-    sources.replace([&](GLuint name, GLsizei count, const GLchar *const *texts, const GLint *lengths) {
-        EXPECT_EQ(1, count);
-        sent = QByteArray(texts[0], lengths[0]);
-        sources.original(name, count, texts, lengths);
-    });
-    EXPECT_TRUE(shader.compile());
-    EXPECT_EQ(QByteArray("void main() {} // \xe9"), sent);
 }
 
 TEST_F(ShaderTest, AFailedCompileTellsTheStageTheNumberedSourceAndTheLog)
@@ -118,13 +115,4 @@ TEST_F(ShaderTest, AFailedCompileCanBeTriedAgainAndKeepsItsLog)
         failure(shader, "GL_VERTEX_SHADER", "   1 : #version 150\n   2 : \n   3 : void main() {}")));
     EXPECT_TRUE(shader.compile());
     EXPECT_EQ(QString::fromUtf8("a\xc3\xa9\nb"), shader.log());
-}
-
-TEST_F(ShaderTest, ItsSourceIsDumpedWhereAFileOpens)
-{
-    const QTemporaryDir folder;
-    const Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
-    shader.dumpSourceCode(folder.filePath("no/such/folder"));
-    shader.dumpSourceCode(folder.filePath("dump.glsl"));
-    EXPECT_EQ("#version 150\n\nvoid main() {}", bytesOf(folder.filePath("dump.glsl")));
 }

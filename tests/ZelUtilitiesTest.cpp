@@ -273,22 +273,23 @@ TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLas
 
 TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesAndTheBlockOfCommandsIsAsTheHostFillsIt)
 {
-    ShaderProgram full(nullptr);
-    full.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
-    full.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-    full.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-    full.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.glslc");
-    full.addShaderFromFile(GL_FRAGMENT_SHADER, "ZelUtilities.frag");
-    full.addShader(GL_FRAGMENT_SHADER,
-                   "#version 150\n" + QString("#include \"DrawElementsIndirectCommand.glslh\"\n").repeated(2)
-                       + QString("#include \"ZelUtilities.glslh\"\n").repeated(2) + // guarded
-                       "out vec4 out_FragColor;\n"
-                       "void main() { out_FragColor = gammaCorrect(\n"
-                       "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
-                   QString());
-    ASSERT_TRUE(full.link());
-    EXPECT_EQ(0u, full.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"));
+    for (const char *file : {"passthroughVS.glslc", "ZelUtilities.glslc", "ZelUtilities.vert"}) {
+        program.addShaderFromFile(GL_VERTEX_SHADER, file);
+    }
+    for (const char *file : {"ZelUtilities.glslc", "ZelUtilities.frag"}) {
+        program.addShaderFromFile(GL_FRAGMENT_SHADER, file);
+    }
+    program.addShader(GL_FRAGMENT_SHADER,
+                      "#version 150\n"
+                          + QString("#include \"DrawElementsIndirectCommand.glslh\"\n").repeated(2)
+                          + QString("#include \"ZelUtilities.glslh\"\n").repeated(2) + // guarded
+                          "out vec4 out_FragColor;\n"
+                          "void main() { out_FragColor = gammaCorrect(\n"
+                          "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
+                      QString());
+    ASSERT_TRUE(program.link());
+    EXPECT_EQ(0u, program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"));
     GLint size = 0;
-    glGetActiveUniformBlockiv(full.shaderProgramID(), 0, GL_UNIFORM_BLOCK_DATA_SIZE, &size);
+    glGetActiveUniformBlockiv(program.shaderProgramID(), 0, GL_UNIFORM_BLOCK_DATA_SIZE, &size);
     EXPECT_EQ(100 * 32, size);
 }

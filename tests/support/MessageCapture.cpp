@@ -8,22 +8,7 @@
 
 namespace {
 
-const char *levelWord(QtMsgType level)
-{
-    switch (level) {
-    case QtDebugMsg:
-        return "debug";
-    case QtInfoMsg:
-        return "info";
-    case QtWarningMsg:
-        return "warning";
-    case QtCriticalMsg:
-        return "critical";
-    case QtFatalMsg:
-        return "fatal";
-    }
-    return "?";
-}
+constexpr const char *kLevels[] = {"debug", "warning", "critical", "fatal", "info"}; ///< by QtMsgType
 
 QString lines(const QStringList &messages)
 {
@@ -35,7 +20,7 @@ QString lines(const QStringList &messages)
 QString Message::toString() const
 {
     static const QRegularExpression kLine("^\\[([\\w.]+):\\d+\\]");
-    QString words = levelWord(level);
+    QString words = kLevels[level];
     if (category != "default") {
         words += "(" + QString::fromUtf8(category) + ")";
     }
@@ -92,37 +77,6 @@ void MessageCapture::handle(QtMsgType level, const QMessageLogContext &context, 
     }
 }
 
-ExpectedMessage::ExpectedMessage(const char *whole)
-    : ExpectedMessage(QString::fromUtf8(whole), false)
-{
-}
-
-ExpectedMessage::ExpectedMessage(const QString &whole)
-    : ExpectedMessage(whole, false)
-{
-}
-
-ExpectedMessage::ExpectedMessage(const QString &text, bool prefix)
-    : _text(text)
-    , _prefix(prefix)
-{
-}
-
-ExpectedMessage ExpectedMessage::startingWith(const QString &prefix)
-{
-    return ExpectedMessage(prefix, true);
-}
-
-bool ExpectedMessage::matches(const QString &actual) const
-{
-    return _prefix ? actual.startsWith(_text) : actual == _text;
-}
-
-QString ExpectedMessage::toString() const
-{
-    return _prefix ? _text + "..." : _text;
-}
-
 std::vector<ExpectedMessage> warningLines(const QString &text)
 {
     std::vector<ExpectedMessage> expected;
@@ -142,7 +96,7 @@ testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expect
     QStringList wanted;
     for (const ExpectedMessage &message : expected) {
         same = same && message.matches(actual.at(wanted.size()));
-        wanted += message.toString();
+        wanted += message.text + (message.isPrefix ? "..." : "");
     }
     if (same) {
         return testing::AssertionSuccess();

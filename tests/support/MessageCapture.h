@@ -57,27 +57,27 @@ private:
 };
 
 /// What a test expects of one message: the whole of it, or its beginning where text of the driver follows.
-class ExpectedMessage
+struct ExpectedMessage
 {
-public:
-    ExpectedMessage(const char *whole);
-    ExpectedMessage(const QString &whole);
+    ExpectedMessage(const char *whole)
+        : text(QString::fromUtf8(whole))
+    {
+    }
+    ExpectedMessage(const QString &whole, bool prefix = false)
+        : text(whole)
+        , isPrefix(prefix)
+    {
+    }
 
-    static ExpectedMessage startingWith(const QString &prefix);
+    bool matches(const QString &actual) const { return isPrefix ? actual.startsWith(text) : actual == text; }
 
-    bool matches(const QString &actual) const;
-    QString toString() const;
-
-private:
-    ExpectedMessage(const QString &text, bool prefix);
-
-    QString _text;
-    bool _prefix;
+    QString text;
+    bool isPrefix = false;
 };
 
 inline ExpectedMessage startsWith(const QString &prefix)
 {
-    return ExpectedMessage::startingWith(prefix);
+    return ExpectedMessage(prefix, true);
 }
 
 /// A warning for each line of a text.

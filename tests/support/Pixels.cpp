@@ -3,6 +3,7 @@
 #include "TestContext.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QHash>
 #include <QtGui/QColor>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
@@ -60,20 +61,13 @@ public:
 private:
     static GLenum bindingOf(GLenum target)
     {
-        switch (target) {
-        case GL_TEXTURE_1D:
-            return GL_TEXTURE_BINDING_1D;
-        case GL_TEXTURE_2D:
-            return GL_TEXTURE_BINDING_2D;
-        case GL_TEXTURE_3D:
-            return GL_TEXTURE_BINDING_3D;
-        case GL_TEXTURE_2D_ARRAY:
-            return GL_TEXTURE_BINDING_2D_ARRAY;
-        case GL_TEXTURE_CUBE_MAP:
-            return GL_TEXTURE_BINDING_CUBE_MAP;
-        }
-        ADD_FAILURE() << "Pixels does not know the texture target " << target;
-        return GL_TEXTURE_BINDING_2D;
+        static const QHash<GLenum, GLenum> kBindings = {{GL_TEXTURE_1D, GL_TEXTURE_BINDING_1D},
+                                                        {GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D},
+                                                        {GL_TEXTURE_3D, GL_TEXTURE_BINDING_3D},
+                                                        {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BINDING_2D_ARRAY},
+                                                        {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP}};
+        EXPECT_TRUE(kBindings.contains(target)) << "Pixels does not know the texture target " << target;
+        return kBindings.value(target, GL_TEXTURE_BINDING_2D);
     }
 
     GLenum _target;

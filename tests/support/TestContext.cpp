@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
@@ -15,25 +16,16 @@ std::unique_ptr<QGuiApplication> gApplication;
 QMutex gReportsMutex; // the driver may report from its own threads
 QStringList gReports;
 
-const char *reportWord(GLenum type)
-{
-    switch (type) {
-    case GL_DEBUG_TYPE_ERROR:
-        return "error";
-    case GL_DEBUG_TYPE_DEPRECATED_BEHAVIOR:
-        return "deprecated";
-    case GL_DEBUG_TYPE_UNDEFINED_BEHAVIOR:
-        return "undefined";
-    }
-    return nullptr; // performance hints, shader statistics and the like are no faults
-}
-
 void APIENTRY collectReport(GLenum, GLenum type, GLuint id, GLenum, GLsizei, const GLchar *message,
                             const void *)
 {
-    if (const char *word = reportWord(type)) {
+    // Performance hints, shader statistics and the like are no faults.
+    static const QHash<GLenum, const char *> kFaults = {{GL_DEBUG_TYPE_ERROR, "error"},
+                                                        {GL_DEBUG_TYPE_DEPRECATED_BEHAVIOR, "deprecated"},
+                                                        {GL_DEBUG_TYPE_UNDEFINED_BEHAVIOR, "undefined"}};
+    if (kFaults.contains(type)) {
         QMutexLocker lock(&gReportsMutex);
-        gReports += QString("%1 %2: %3").arg(word).arg(id).arg(message);
+        gReports += QString("%1 %2: %3").arg(kFaults[type]).arg(id).arg(message);
     }
 }
 
