@@ -1,5 +1,6 @@
 #include "support/AllocationCount.h"
 #include "support/HelperTextures.h"
+#include "support/Pixels.h"
 #include "support/SceneFixture.h"
 #include "support/Tap.h"
 
@@ -7,16 +8,27 @@
 #include <ZelGL/SamplerTextureManager.h>
 #include <ZelGL/UniformBufferObject.h>
 
-#include <memory>
+#include <QtCore/QRegularExpression>
+#include <QtGui/QOpenGLFramebufferObject>
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <tuple>
 
 using namespace Orvane::Zel;
 
 namespace {
 
-/// A call as the log below writes it.
-template <typename... Values> QString call(const char *name, Values... values)
+/// The name of an entry point, as the compiler spells its slot.
+template <auto Slot> QString nameOf()
 {
-    QStringList words(QString::fromLatin1(name));
+    const QRegularExpression slot("_ptrc_(gl\\w+)");
+    return slot.match(__PRETTY_FUNCTION__).captured(1);
+}
+
+/// A call as the log below writes it.
+template <typename... Values> QString call(const QString &name, Values... values)
+{
+    QStringList words(name);
     const auto word = [](auto value) {
         if constexpr (std::is_pointer_v<decltype(value)>) {
             return QStringLiteral("*");
@@ -29,27 +41,46 @@ template <typename... Values> QString call(const char *name, Values... values)
 }
 
 /// GL calls of several kinds in the order in which they come.
-class CallLog
+template <auto... Slots> class CallLog
 {
 public:
-    template <auto Slot> void watch(const char *name)
-    {
-        const auto hook = std::make_shared<Hook<Slot>>();
-        hook->replace([this, name, calls = hook.get()](auto... arguments) {
-            _calls.append(call(name, arguments...));
-            return calls->original(arguments...);
-        });
-        _hooks.push_back(hook);
-    }
+    CallLog() { (watch<Slots>(), ...); }
 
     QStringList take() { return std::exchange(_calls, {}); }
 
 private:
+    template <auto Slot> void watch()
+    {
+        auto &hook = std::get<Hook<Slot>>(_hooks);
+        hook.replace([this, &hook](auto... arguments) {
+            _calls.append(call(nameOf<Slot>(), arguments...));
+            return hook.original(arguments...);
+        });
+    }
+
     QStringList _calls;
-    std::vector<std::shared_ptr<void>> _hooks;
+    std::tuple<Hook<Slots>...> _hooks;
 };
 
-#define WATCH(log, entry) (log).watch<&entry>(#entry)
+const char *const kVertexStage = R"(#version 150
+#include "ZelUtilities.glslh"
+#instancedata "SceneObject"
+#instancedata "ScenePaint"
+in vec2 va_Vertex;
+flat out vec4 paint;
+void main()
+{
+    gl_Position = getModelMatrix() * vec4(va_Vertex, 0.0, 1.0);
+    paint = getColor(0u) + vec4(gl_Position.z);
+}
+)";
+
+const char *const kFragmentStage = R"(#version 150
+#include "TextureManager.glslh"
+flat in vec4 paint;
+out vec4 color;
+void main() { color = paint + managedTexture(uvec2(0u), vec2(0.0)); }
+)";
 
 /// Does nothing of its own but what a test tells it to do for each batch of tokens.
 class HostManager : public SamplerTextureManager
@@ -75,24 +106,15 @@ protected:
         _textures.setup(&_processor);
         DrawBuffers::setup(&_processor);
         _program.setMacroProcessor(&_processor);
-        _program.addShader(GL_VERTEX_SHADER,
-                           "#version 150\n#include \"ZelUtilities.glslh\"\n"
-                           "#instancedata \"SceneObject\"\n#instancedata \"ScenePaint\"\n"
-                           "in vec2 va_Vertex;\nflat out vec4 paint;\n"
-                           "void main()\n{\n    paint = getColor(0u);\n"
-                           "    gl_Position = getModelMatrix() * vec4(va_Vertex, 0.0, 1.0);\n}\n",
-                           QString());
+        _program.addShader(GL_VERTEX_SHADER, kVertexStage, QString());
         for (const char *name : {"SceneObject", "ScenePaint"}) {
             _program.addShader(GL_VERTEX_SHADER, InstanceDataRegistry::Instance()->getPlan(name)->glslc(),
                                QString());
         }
-        _program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        _program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-        _program.addShader(GL_FRAGMENT_SHADER,
-                           "#version 150\n#include \"TextureManager.glslh\"\n"
-                           "flat in vec4 paint;\nout vec4 color;\n"
-                           "void main() { color = paint + managedTexture(uvec2(0u), vec2(0.0)); }\n",
-                           QString());
+        for (const char *file : {"ZelUtilities.glslc", "ZelUtilities.vert"}) {
+            _program.addShaderFromFile(GL_VERTEX_SHADER, file);
+        }
+        _program.addShader(GL_FRAGMENT_SHADER, kFragmentStage, QString());
         _program.addShaderFromFile(GL_FRAGMENT_SHADER, _textures.getShaderFile());
         EXPECT_TRUE(_program.link()) << _program.log().toStdString();
         _capture.take(); // the limit, the token of white
@@ -145,35 +167,13 @@ TEST_F(GPUModelDrawTest, AWalkMakesTheCallsOfWhatDiffersAndLeavesNothingBound)
     _model.updateTransforms();
     ASSERT_TRUE(draw(eWindingCCW, {0, 1}, true)); // uploads, specifies the vertex arrays
 
-    CallLog log;
-    WATCH(log, glActiveTexture);
-    WATCH(log, glBindBuffer);
-    WATCH(log, glBindBufferBase);
-    WATCH(log, glBindTexture);
-    WATCH(log, glBindVertexArray);
-    WATCH(log, glBufferData);
-    WATCH(log, glBufferSubData);
-    WATCH(log, glDisable);
-    WATCH(log, glDisableVertexAttribArray);
-    WATCH(log, glDrawElementsBaseVertex);
-    WATCH(log, glEnable);
-    WATCH(log, glEnableVertexAttribArray);
-    WATCH(log, glFrontFace);
-    WATCH(log, glGetIntegerv);
-    WATCH(log, glGetUniformLocation);
-    WATCH(log, glIsEnabled);
-    WATCH(log, glPrimitiveRestartIndex);
-    WATCH(log, glStencilFunc);
-    WATCH(log, glStencilMask);
-    WATCH(log, glStencilOp);
-    WATCH(log, glTexImage2D);
-    WATCH(log, glTexParameteri);
-    WATCH(log, glUniform1i);
-    WATCH(log, glUniform1iv);
-    WATCH(log, glUniform1ui);
-    WATCH(log, glUniformBlockBinding);
-    WATCH(log, glUseProgram);
-    WATCH(log, glVertexAttribPointer);
+    CallLog<&glActiveTexture, &glBindBuffer, &glBindBufferBase, &glBindTexture, &glBindVertexArray,
+            &glBufferData, &glBufferSubData, &glDisable, &glDisableVertexAttribArray,
+            &glDrawElementsBaseVertex, &glEnable, &glEnableVertexAttribArray, &glFrontFace, &glGetIntegerv,
+            &glGetUniformLocation, &glIsEnabled, &glPrimitiveRestartIndex, &glStencilFunc, &glStencilMask,
+            &glStencilOp, &glTexImage2D, &glTexParameteri, &glUniform1i, &glUniform1iv, &glUniform1ui,
+            &glUniformBlockBinding, &glUseProgram, &glVertexAttribPointer>
+        log;
     ASSERT_TRUE(draw(eWindingCCW, {0, 1}, true));
     const QStringList calls = log.take();
 
@@ -248,11 +248,7 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
     EXPECT_EQ(1, _model.visibilityCull());
     EXPECT_TRUE(_model.isDrawEmpty(GPUModel::kFlagHidden, GPUModel::kFlagHidden)) << culled;
 
-    CallLog log;
-    WATCH(log, glEnable);
-    WATCH(log, glDisable);
-    WATCH(log, glFrontFace);
-    WATCH(log, glUniform1ui);
+    CallLog<&glEnable, &glDisable, &glFrontFace, &glUniform1ui> log;
     const QString on = call("glEnable", GL_CULL_FACE);
     const QString off = call("glDisable", GL_CULL_FACE);
     const QString ccw = call("glFrontFace", GL_CCW);
@@ -276,6 +272,83 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
     view.translate(0, 0, -10);
     EXPECT_EQ((QStringList{on, ccw, id(3), id(0), cw, id(1), id(2), ccw, off, id(0), on, ccw, id(0), off}),
               drawn(GPUModel::kFlagSortByDistance, eWindingCCW, &view));
+}
+
+TEST_F(GPUModelDrawTest, MirroredAndSortedCommandsShowInThePictureAndNothingStaysBound)
+{
+    // Left plain and right mirrored; one of no size and one that is hidden; left again, at another depth.
+    const auto at = [](float z, QMatrix4x4 matrix) {
+        matrix(2, 3) = z;
+        return matrix;
+    };
+    QMatrix4x4 nothing;
+    nothing.scale(0.0f);
+    addSquares({placed(-1, -1, 1, 2), placed(1, -1, -1, 2), nothing, placed(-1, -1, 2, 2),
+                at(-0.5f, placed(-1, -1, 1, 2))},
+               0, 0, paint());
+    _model.setVisibility(3, 2);
+    const GPUModel::BoundingBox box{0, 0, 0, 1, 1, 0};
+    _model.loadBoundingBoxes(&box, 1);
+    for (int command = 0; command < 5; ++command) {
+        _model.useBoundingBox(0, command, 0);
+    }
+    _model.updateTransforms();
+    EXPECT_EQ(2, _model.visibilityCull());
+
+    QOpenGLFramebufferObject target(8, 8, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
+                                    GL_RGBA32F);
+    ASSERT_TRUE(target.bind());
+    glViewport(0, 0, 8, 8);
+    QMatrix4x4 view; // the eye counts as at z = -10
+    view.translate(0, 0, -10);
+    const struct
+    {
+        WindingType winding;
+        unsigned long long value;
+        float left; // of those that lie there the last drawn
+    } kRows[] = {{eWindingCCW, 0, -0.5f},
+                 {eWindingCW, 0, -0.5f},
+                 {eWindingCCW, GPUModel::kFlagSortByDistance, 0.0f},
+                 {eWindingOff, GPUModel::kFlagSortByDistance, 0.0f}};
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(testing::Message() << row.winding << ' ' << row.value);
+        glClear(GL_COLOR_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+        EXPECT_TRUE(_model.draw(&_program, &_textures, row.value, 0, row.winding, &view, true));
+        const Pixels picture = Pixels::ofFramebuffer(0, 0, 8, 8);
+        EXPECT_TRUE(picture.isNear(1, 4, {row.left, row.left, row.left, 1 + row.left}, 1e-6f));
+        EXPECT_TRUE(picture.isNear(6, 4, {0, 0, 0, 1}, 1e-6f));
+        GLubyte stencil = 0;
+        glReadPixels(1, 4, 1, 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, &stencil);
+        EXPECT_EQ(1, stencil); // of material number 0
+        EXPECT_FALSE(glIsEnabled(GL_CULL_FACE));
+        EXPECT_FALSE(glIsEnabled(GL_STENCIL_TEST));
+        EXPECT_EQ(0, integerOf(GL_VERTEX_ARRAY_BINDING));
+    }
+    target.release();
+}
+
+TEST_F(GPUModelDrawTest, EachFormOfADrawTakesItsDrawables)
+{
+    // The number of commands tells who was drawn.
+    addSquares(QVector<QMatrix4x4>(1), 1, 0);
+    addSquares(QVector<QMatrix4x4>(2), 2, 1);
+    addSquares(QVector<QMatrix4x4>(4), 3, 1);
+    _model.updateTransforms();
+    Tap<&glDrawElementsBaseVertex> draws;
+    const auto drawn = [&](bool result) {
+        EXPECT_TRUE(result);
+        const size_t count = draws.count();
+        draws.clear();
+        return count;
+    };
+    EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 0, 0)));
+    EXPECT_EQ(6u, drawn(_model.draw(&_program, &_textures, 2, 2, eWindingOff, false)));
+    EXPECT_EQ(2u, drawn(_model.draw(&_program, &_textures, 2, 3, eWindingOff, nullptr, false)));
+    EXPECT_EQ(1u, drawn(_model.drawExclude(&_program, &_textures, 0, 0, eWindingOff, nullptr, {1})));
+    EXPECT_EQ(4u, drawn(_model.drawMaterials(&_program, &_textures, 1, 1, eWindingOff, nullptr, {1})));
+    EXPECT_EQ(5u, drawn(_model.drawSimple(&_program, &_textures, 1, 1)));
+    _model.setFeatureFlags(16); // simple, and without the filter
+    EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 1, 1)));
 }
 
 TEST_F(GPUModelDrawTest, ASteadyFrameTakesNoMemoryForADrawable)

@@ -22,6 +22,8 @@ using RenderData = ShadowMapManager::RenderData;
 
 const AssertionsOf asserted("ShadowMapManager.cpp");
 
+using Infos = std::vector<std::pair<int, int>>;
+
 /// A list of lights in the host's wrapping, and the table.
 class ShadowMapManagerTest : public GLTest
 {
@@ -34,19 +36,12 @@ protected:
         return *_lights.back();
     }
 
-    void addMany(int count, Light::Type type)
-    {
-        for (int i = 0; i < count; ++i) {
-            add(type);
-        }
-    }
-
     bool process() { return ShadowMapManager::processLights(_list, _data); }
 
     /// Count and index of each of the first lights.
-    std::vector<std::pair<int, int>> infos(int lights) const
+    Infos infos(int lights) const
     {
-        std::vector<std::pair<int, int>> result;
+        Infos result;
         for (int i = 0; i < lights; ++i) {
             result.emplace_back(_data.projectorInfos[i].count, _data.projectorInfos[i].index);
         }
@@ -57,8 +52,6 @@ protected:
     QVariantList _list;
     RenderData _data;
 };
-
-using Infos = std::vector<std::pair<int, int>>;
 
 QMatrix4x4 translation(float x, float y, float z)
 {
@@ -79,21 +72,6 @@ void expectNear(const QVector3D &expected, const QVector3D &actual)
 
 } // namespace
 
-TEST_F(ShadowMapManagerTest, BeginsAsStated)
-{
-    const Light light;
-    EXPECT_EQ(Light::ePoint, light.type());
-    EXPECT_TRUE(light.on() && light.shadowCaster() && light.transform().isIdentity());
-    EXPECT_EQ(0, light.csmLevels());
-    EXPECT_EQ(-1.0f, light.spotCutoff());
-    EXPECT_EQ(nullptr, _data.projectionTexture);
-    EXPECT_EQ(0, _data.lightCount + _data.transformCount);
-    EXPECT_EQ(
-        (std::vector<int>{32, 32, 32}),
-        (std::vector<int>{_data.transforms.size(), _data.projectorInfos.size(), _data.blurInfos.size()}));
-    EXPECT_EQ(0.0005f, _data.blurInfos[31].blur);
-}
-
 TEST_F(ShadowMapManagerTest, TransformsAreStoredWhenMatrixOrBlurDiffer)
 {
     const QMatrix4x4 moved = translation(1, 2, 3);
@@ -109,24 +87,19 @@ TEST_F(ShadowMapManagerTest, TransformsAreStoredWhenMatrixOrBlurDiffer)
     }
 }
 
-TEST_F(ShadowMapManagerTest, SpotsGetTwiceTheirCutoffAlongTheirOwnAxis)
+TEST_F(ShadowMapManagerTest, SpotsGetTwiceTheirCutoffAndWithoutCameraAndSceneTheSunAFixedBox)
 {
-    Light &light = add(Light::eSpot);
-    light.setSpotCutoff(float(M_PI) / 4);
-    light.setTransform(translation(10, 0, 0));
+    add(Light::eSpot).setSpotCutoff(float(M_PI) / 4);
+    add(Light::eDirectional);
+    for (const auto &light : _lights) {
+        light->setTransform(translation(10, 0, 0));
+    }
     ASSERT_TRUE(process());
-    EXPECT_EQ((Infos{{1, 0}}), infos(1));
-    const RenderData::Transform &spot = _data.transforms[0];
-    expectNear({1, -1, 1}, projected(spot, {10 + 100, -100, -100})); // 90 degrees, out to 100
-    expectNear({0, 0, -1}, projected(spot, {10, 0, -0.1f}));
-}
-
-TEST_F(ShadowMapManagerTest, WithoutCameraAndSceneDirectionalLightsGetAFixedBox)
-{
-    add(Light::eDirectional).setTransform(translation(10, 0, 0));
-    ASSERT_TRUE(process());
-    expectNear({1, -1, 0}, projected(_data.transforms[0], {14, -4, -6}));
-    expectNear({-1, 1, 1}, projected(_data.transforms[0], {6, 4, 6}));
+    EXPECT_EQ((Infos{{1, 0}, {1, 1}, {0, 0}}), infos(3));
+    expectNear({1, -1, 1}, projected(_data.transforms[0], {10 + 100, -100, -100})); // 90 degrees, out to 100
+    expectNear({0, 0, -1}, projected(_data.transforms[0], {10, 0, -0.1f}));
+    expectNear({1, -1, 0}, projected(_data.transforms[1], {14, -4, -6}));
+    expectNear({-1, 1, 1}, projected(_data.transforms[1], {6, 4, 6}));
 }
 
 TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
@@ -159,7 +132,9 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
 
 TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjectionsAndThirtyTwoLights)
 {
-    addMany(6, Light::ePoint);
+    for (int i = 0; i < 6; ++i) {
+        add(Light::ePoint);
+    }
     add(Light::eSpot);
     add(Light::eDirectional);
     EXPECT_TRUE(process());
@@ -168,7 +143,9 @@ TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjectionsAndThirtyTwoLi
     EXPECT_EQ(32, _data.transformCount);
     EXPECT_FALSE(process());
     _list.clear();
-    addMany(33, Light::eSpot);
+    for (int i = 0; i < 33; ++i) {
+        add(Light::eSpot);
+    }
     EXPECT_TRUE(process());
     EXPECT_MESSAGES("debug [ShadowMapManager.cpp:#] More lights 33 than shadow projection supports 32. "
                     "Ignoring top most.");
@@ -176,32 +153,24 @@ TEST_F(ShadowMapManagerTest, TheTableEndsAfterThirtyTwoProjectionsAndThirtyTwoLi
     EXPECT_EQ((std::pair{1, 31}), infos(32).back());
 }
 
-TEST_F(ShadowMapManagerTest, LightsWithoutShadowMarkTheEndOfTheRunBeforeThem)
+TEST_F(ShadowMapManagerTest, WhatHasNoShadowMarksTheEndOfTheRunBeforeIt)
 {
     add(Light::eSpot);
     add(Light::eSpot).setOn(false);
     add(Light::ePoint).setShadowCaster(false);
     add(static_cast<Light::Type>(3));
-    add(Light::eDirectional);
-    EXPECT_TRUE(process());
-    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 1}, {0, 1}, {1, 1}, {0, 0}}), infos(6));
-    EXPECT_EQ(5, _data.lightCount);
-    EXPECT_EQ(2, _data.transformCount);
-}
-
-TEST_F(ShadowMapManagerTest, WhatIsNoLightIsDiagnosedAndGetsNoShadow)
-{
-    add(Light::eSpot);
     QObject other;
     _list.append(QVariant::fromValue<QObject *>(&other));
     _list.append(QVariant::fromValue<QObject *>(nullptr));
     _list.append(QVariant(7));
-    add(Light::eSpot);
+    add(Light::eDirectional);
     EXPECT_TRUE(process());
-    EXPECT_MESSAGES(asserted("NULL != light", "Light 1 is NULL"),
-                    asserted("NULL != light", "Light 2 is NULL"),
-                    asserted("NULL != light", "Light 3 is NULL"));
-    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 1}, {0, 1}, {1, 1}}), infos(5));
+    EXPECT_MESSAGES(asserted("NULL != light", "Light 4 is NULL"),
+                    asserted("NULL != light", "Light 5 is NULL"),
+                    asserted("NULL != light", "Light 6 is NULL"));
+    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 1}, {0, 1}, {0, 1}, {0, 1}, {0, 1}, {1, 1}, {0, 0}}), infos(9));
+    EXPECT_EQ(8, _data.lightCount);
+    EXPECT_EQ(2, _data.transformCount);
 }
 
 TEST_F(ShadowMapManagerTest, TellsWhichFramesOfAnAnimationNeedNewLayers)
@@ -261,26 +230,19 @@ TEST_F(ShadowMapManagerTest, TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix)
     _list.removeLast(); // only the number of lights
     EXPECT_TRUE(process());
     EXPECT_FALSE(process());
-}
 
-TEST_F(ShadowMapManagerTest, WithoutAnyCasterThereIsNothingToDrawAnew)
-{
-    Light &light = add(Light::eSpot);
-    add(Light::eSpot);
-    EXPECT_TRUE(process());
-    light.setOn(false);
-    _lights[1]->setShadowCaster(false);
-    EXPECT_FALSE(process());
-    EXPECT_EQ(2, _data.lightCount);
-    EXPECT_EQ(0, _data.transformCount);
-    EXPECT_EQ((Infos{{0, 0}, {0, 0}}), infos(2));
-    light.setOn(true);
-    EXPECT_TRUE(process());
-
-    EXPECT_FALSE(ShadowMapManager::processLights(QVariant(), _data));
-    EXPECT_EQ(0, _data.lightCount);
-    EXPECT_EQ(0, _data.transformCount);
-    EXPECT_EQ((Infos{{0, 0}, {0, 0}}), infos(2));
+    // Without any caster there is nothing to draw anew.
+    const auto expectNoShadow = [&](const QVariant &lights, int count) {
+        EXPECT_TRUE(process());
+        EXPECT_FALSE(ShadowMapManager::processLights(lights, _data));
+        EXPECT_EQ(count, _data.lightCount);
+        EXPECT_EQ(0, _data.transformCount);
+        EXPECT_EQ((Infos{{0, 0}, {0, 0}}), infos(2));
+    };
+    _list.append(_list.first());
+    expectNoShadow(QVariant(), 0);
+    second.setShadowCaster(false);
+    expectNoShadow(QVariantList{QVariant::fromValue<QObject *>(&second)}, 1);
 }
 
 TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)

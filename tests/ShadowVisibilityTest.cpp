@@ -13,7 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -24,14 +24,6 @@ namespace {
 using Light = ShadowMapManager::Light;
 using RenderData = ShadowMapManager::RenderData;
 
-/// What the three functions answer at a point.
-struct Visibility
-{
-    float plain;
-    float biased;
-    float single;
-};
-
 /// Asks the shader at many points at once: one pixel for each.
 class Probe
 {
@@ -41,51 +33,14 @@ public:
         ShadowMapManager::setup(&_processor, options);
         _program.setMacroProcessor(&_processor);
         _program.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
-        _program.addShader(GL_FRAGMENT_SHADER,
-                           "#version 150\n"
-                           "#include \"ShadowMapManager.glslh\"\n"
-                           "uniform sampler2D u_Points;\n"
-                           "uniform vec3 u_Normal;\n"
-                           "uniform vec3 u_LightDir;\n"
-                           "uniform uint u_Light;\n"
-                           "uniform bool u_Debug;\n"
-                           "out vec4 color;\n"
-                           "void main()\n"
-                           "{\n"
-                           "    vec3 point = texelFetch(u_Points, ivec2(gl_FragCoord.xy), 0).xyz;\n"
-                           "    color = u_Debug ? shadowMapGetDebug(point.xy) : vec4(\n"
-                           "        shadowMapGetVisibility(u_Light, point),\n"
-                           "        shadowMapGetVisibility(u_Light, point, u_Normal, u_LightDir),\n"
-                           "        shadowMapGetVisibilitySingle(min(u_Light, 31u), point), 0.0);\n"
-                           "}",
-                           QString());
+        _program.addShader(GL_FRAGMENT_SHADER, kFragmentStage, QString());
         _program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
         EXPECT_TRUE(_program.link()) << qPrintable(_program.log());
     }
 
-    std::vector<Visibility> ask(RenderData &data, unsigned int light, const std::vector<QVector3D> &points,
-                                const QVector3D &normal = {}, const QVector3D &lightDir = {})
-    {
-        std::vector<Visibility> result;
-        for (const QVector4D &color : run(data, points, [&] {
-                 _program.setUniform("u_Light", QVariant(light));
-                 _program.setUniform("u_Normal", QVariant(normal));
-                 _program.setUniform("u_LightDir", QVariant(lightDir));
-                 _program.setUniform("u_Debug", QVariant(false));
-             })) {
-            result.push_back({color.x(), color.y(), color.z()});
-        }
-        return result;
-    }
-
-    QVector4D debug(RenderData &data, const QVector3D &place)
-    {
-        return run(data, {place}, [&] { _program.setUniform("u_Debug", QVariant(true)); }).front();
-    }
-
-private:
-    template <typename Set>
-    std::vector<QVector4D> run(RenderData &data, const std::vector<QVector3D> &points, Set setUniforms)
+    /// The answers of the three functions to a light that shines along z, or without a light the debug picture.
+    std::vector<QVector4D> ask(RenderData &data, const std::vector<QVector3D> &points,
+                               std::optional<unsigned int> light = {}, const QVector3D &normal = {})
     {
         constexpr int kWidth = 64;
         const int height = (int(points.size()) + kWidth - 1) / kWidth;
@@ -100,25 +55,61 @@ private:
         const QVariant variant = QVariant::fromValue<QObject *>(&data);
         EXPECT_TRUE(ShadowMapManager::bind(&_program, variant));
         _program.setUniform("u_Points", QVariant(int(source.unit())));
-        setUniforms();
+        _program.setUniform("u_Light", QVariant(light.value_or(0)));
+        _program.setUniform("u_Normal", QVariant(normal));
+        _program.setUniform("u_Debug", QVariant(!light));
         const Pixels pixels = drawnPixels(_program, kWidth, height);
         EXPECT_TRUE(ShadowMapManager::unbind(&_program, variant));
         return {pixels.data(), pixels.data() + points.size()};
     }
 
+private:
+    static constexpr char kFragmentStage[] = R"(#version 150
+#include "ShadowMapManager.glslh"
+uniform sampler2D u_Points;
+uniform vec3 u_Normal;
+uniform uint u_Light;
+uniform bool u_Debug;
+out vec4 color;
+void main()
+{
+    vec3 point = texelFetch(u_Points, ivec2(gl_FragCoord.xy), 0).xyz;
+    color = u_Debug ? shadowMapGetDebug(point.xy)
+                    : vec4(shadowMapGetVisibility(u_Light, point),
+                           shadowMapGetVisibility(u_Light, point, u_Normal, vec3(0.0, 0.0, 1.0)),
+                           shadowMapGetVisibilitySingle(min(u_Light, 31u), point), 0.0);
+}
+)";
+
     GLSLMacroProcessor _processor;
     ShaderProgram _program{nullptr};
 };
 
-/// The layers as a host should have them: what lies beside a layer is free of shadow.
-void clampToFree(Texture &layers)
+/// Layers as a host should have them: what lies beside one is free of shadow.
+void makeLayers(Texture &layers, unsigned int format, int size, int count)
 {
+    layers.create3D(GL_TEXTURE_2D_ARRAY, format, size, size, count);
     const AutoBinder binder(&layers);
     const float free[] = {1, 1, 1, 1};
     driver()->glTexParameterfv(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BORDER_COLOR, free);
     for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
         driver()->glTexParameteri(GL_TEXTURE_2D_ARRAY, wrap, GL_CLAMP_TO_BORDER);
     }
+}
+
+/// The same, each texel of two moments.
+void makeLayers(Texture &layers, int size, const std::vector<QVector2D> &texels)
+{
+    const int count = int(texels.size()) / (size * size);
+    makeLayers(layers, GL_RG32F, size, count);
+    const AutoBinder binder(&layers);
+    driver()->glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, size, size, count, GL_RG, GL_FLOAT,
+                              texels.data());
+}
+
+QMatrix4x4 matrixOf(const RenderData::Transform &transform)
+{
+    return QMatrix4x4(transform.values.data()).transposed(); // the constructor takes rows
 }
 
 using ShadowVisibilityTest = GLTest;
@@ -133,7 +124,8 @@ QVector2D momentsOf(int layer, int x, int y)
 {
     static constexpr float kDepths[] = {0.5f, 0.0f, 1.0f, 0.25f, 0.75f, -0.25f, 1.5f, 0.625f};
     const float depth = kDepths[(layer + x + 4 * y) % 8];
-    return {depth, depth * depth + 0.01f * float((x + layer) % 3 - 1)}; // rounding may leave a variance below 0
+    return {depth,
+            depth * depth + 0.01f * float((x + layer) % 3 - 1)}; // rounding may leave a variance below 0
 }
 
 struct Model
@@ -142,50 +134,55 @@ struct Model
     bool variance;
     float clamp;
 
-    enum Kind { ePlain, eBiased, eSingle };
-
-    float operator()(unsigned int light, const QVector3D &point, Kind kind, float bias = 0) const
+    /// Of the three functions.
+    QVector4D operator()(unsigned int light, const QVector3D &point, float bias) const
     {
-        if (light >= 32) {
-            return 1;
-        }
-        const auto info = data.projectorInfos[int(light)];
-        float least = 1;
-        for (int i = info.index; i < info.index + (kind == eSingle ? 1 : info.count); ++i) {
-            const QMatrix4x4 matrix = QMatrix4x4(data.transforms[i].values.data()).transposed();
-            const QVector4D at = matrix * QVector4D(point, 1);
-            if (at.w() < 0) {
-                continue;
+        const auto [count, first] = data.projectorInfos[int(std::min(light, 31u))];
+        QVector4D least(1, 1, 1, 0);
+        for (int i = first; i < first + count && light < 32; ++i) {
+            const auto [moments, depth] = at(i, point);
+            if (moments.x() > 0 && moments.x() < 1) {
+                least[0] = std::min(least[0], compare(moments, depth));
             }
-            const auto texel = [&](float place) {
-                return std::clamp(int(std::floor((0.5f * place / at.w() + 0.5f) * kTexels)), -1, kTexels);
-            };
-            const int x = texel(at.x());
-            const int y = texel(at.y());
-            const bool isBeside = std::min(x, y) < 0 || std::max(x, y) >= kTexels;
-            const QVector2D moments = isBeside ? QVector2D(1, 1) : momentsOf(i, x, y);
-            if (kind == ePlain && (moments.x() <= 0 || moments.x() >= 1)) {
-                continue;
-            }
-            least = std::min(least, compare(moments, at.z() / at.w(), kind, bias));
+            least[1] = std::min(least[1], compare(moments, depth - bias));
         }
+        const auto [moments, depth] = at(first, point);
+        least[2] = variance ? bound(moments, depth) : compare(moments, depth);
         return least;
     }
 
 private:
-    float compare(const QVector2D &moments, float depth, Kind kind, float bias) const
+    /// What the layer holds there, and the depth of the point; behind the projection that of no shadow.
+    std::pair<QVector2D, float> at(int projector, const QVector3D &point) const
+    {
+        const QVector4D clip = matrixOf(data.transforms[projector]) * QVector4D(point, 1);
+        if (clip.w() < 0) {
+            return {{1, 1}, 0.0f};
+        }
+        const auto texel = [&](float place) {
+            return std::clamp(int(std::floor((0.5f * place / clip.w() + 0.5f) * kTexels)), -1, kTexels);
+        };
+        const int x = texel(clip.x());
+        const int y = texel(clip.y());
+        const bool isBeside = std::min(x, y) < 0 || std::max(x, y) >= kTexels;
+        return {isBeside ? QVector2D(1, 1) : momentsOf(projector, x, y), clip.z() / clip.w()};
+    }
+
+    static float bound(const QVector2D &moments, float depth)
+    {
+        const float d = depth - moments.x();
+        const float m3 = moments.y() - moments.x() * moments.x();
+        return d > 0 ? std::clamp(m3 / (m3 + d * d), 0.0f, 1.0f) : 1;
+    }
+
+    float compare(const QVector2D &moments, float depth) const
     {
         if (!variance) {
-            return bias + moments.x() - depth < 0 ? 0 : 1;
+            return moments.x() - depth < 0 ? 0 : 1;
         }
-        const float d = depth - moments.x() - bias;
-        if (d <= 0) {
-            return 1;
-        }
-        const float m3 = moments.y() - moments.x() * moments.x();
-        const float p = m3 / (m3 + d * d);
-        const float t = std::clamp((p - clamp) / (1 - clamp), 0.0f, 1.0f);
-        return kind == eSingle ? std::clamp(p, 0.0f, 1.0f) : t * t * (3 - 2 * t);
+        const float p = bound(moments, depth);
+        const float t = std::max((p - clamp) / (1 - clamp), 0.0f);
+        return p == 1 ? 1 : t * t * (3 - 2 * t);
     }
 };
 
@@ -193,18 +190,12 @@ private:
 
 TEST_F(ShadowVisibilityTest, FunctionsAnswerAsTheirModelDoesForBothKindsOfLayers)
 {
-    Texture layers(nullptr);
-    layers.create3D(GL_TEXTURE_2D_ARRAY, GL_RG32F, kTexels, kTexels, kLayers);
-    clampToFree(layers);
-    {
-        const AutoBinder binder(&layers);
-        std::vector<QVector2D> texels;
-        for (int i = 0; i < kLayers * kTexels * kTexels; ++i) {
-            texels.push_back(momentsOf(i / (kTexels * kTexels), i % kTexels, i / kTexels % kTexels));
-        }
-        driver()->glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, kTexels, kTexels, kLayers, GL_RG, GL_FLOAT,
-                                  texels.data());
+    std::vector<QVector2D> texels;
+    for (int i = 0; i < kLayers * kTexels * kTexels; ++i) {
+        texels.push_back(momentsOf(i / (kTexels * kTexels), i % kTexels, i / kTexels % kTexels));
     }
+    Texture layers(nullptr);
+    makeLayers(layers, kTexels, texels);
     RenderData data;
     data.projectionTexture = &layers;
     QMatrix4x4 shifted;
@@ -226,7 +217,6 @@ TEST_F(ShadowVisibilityTest, FunctionsAnswerAsTheirModelDoesForBothKindsOfLayers
             }
         }
     }
-    const QVector3D lightDir(0, 0, 1);
     for (const bool variance : {false, true}) {
         Probe probe(variance ? 1 : 0);
         for (const float clamp : {0.1f, 0.5f}) {
@@ -235,33 +225,25 @@ TEST_F(ShadowVisibilityTest, FunctionsAnswerAsTheirModelDoesForBothKindsOfLayers
             for (const unsigned int light : {0u, 1u, 5u, 31u, 32u}) {
                 for (const float facing : {1.0f, 0.25f, -0.5f}) {
                     SCOPED_TRACE(testing::Message() << "light " << light << " facing " << facing);
-                    const float bias = 0.05f * (1 - facing);
-                    const std::vector<Visibility> answers =
-                        probe.ask(data, light, points, {1, 0, facing}, lightDir);
+                    const std::vector<QVector4D> answers = probe.ask(data, points, light, {1, 0, facing});
                     for (size_t i = 0; i < points.size(); ++i) {
-                        ASSERT_NEAR(model(light, points[i], Model::ePlain), answers[i].plain, 1e-4) << i;
-                        ASSERT_NEAR(model(light, points[i], Model::eBiased, bias), answers[i].biased, 1e-4)
-                            << i;
-                        ASSERT_NEAR(model(std::min(light, 31u), points[i], Model::eSingle), answers[i].single,
-                                    1e-4)
-                            << i;
+                        const QVector4D expected = model(light, points[i], 0.05f * (1 - facing));
+                        ASSERT_LT((expected - answers[i]).length(), 1e-4f) << i;
                     }
                 }
             }
         }
     }
+    // With the clamping at its end what is lit stays lit.
+    ShadowMapManager::setVarianceClamping(1);
+    EXPECT_EQ(QVector4D(1, 1, 1, 0), Probe(1).ask(data, {{-0.9f, -0.9f, 0.25f}}, 0).front());
     ShadowMapManager::setVarianceClamping(0.1f);
 }
 
 TEST_F(ShadowVisibilityTest, TheDebugPictureShowsTheTableBelowAndTheLayersInAGrid)
 {
     Texture layers(nullptr);
-    layers.create3D(GL_TEXTURE_2D_ARRAY, GL_RG32F, 1, 1, 3);
-    {
-        const AutoBinder binder(&layers);
-        const float texels[] = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f, 0.6f};
-        driver()->glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, 1, 1, 3, GL_RG, GL_FLOAT, texels);
-    }
+    makeLayers(layers, 1, {{0.1f, 0.2f}, {0.3f, 0.4f}, {0.5f, 0.6f}});
     RenderData data;
     data.projectionTexture = &layers;
     data.projectorInfos[16] = {6, 8};
@@ -276,7 +258,8 @@ TEST_F(ShadowVisibilityTest, TheDebugPictureShowsTheTableBelowAndTheLayersInAGri
         {{0.75f, 0.75f, 0}, {}}};
     Probe probe(0);
     for (const auto &[place, expected] : rows) {
-        EXPECT_LT((expected - probe.debug(data, place)).length(), 1e-5f) << place.x() << ' ' << place.y();
+        EXPECT_LT((expected - probe.ask(data, {place}).front()).length(), 1e-5f)
+            << place.x() << ' ' << place.y();
     }
 }
 
@@ -407,19 +390,8 @@ public:
     Layers(const Scene &scene, RenderData &data)
         : _texture(nullptr)
     {
-        _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, kMapSize, kMapSize,
-                          data.transformCount);
-        clampToFree(_texture);
-        const auto program = makeProgram("#version 150\n"
-                                         "uniform mat4 u_Projection;\n"
-                                         "in vec3 va_Vertex;\n"
-                                         "void main()\n"
-                                         "{\n"
-                                         "    gl_Position = u_Projection * vec4(va_Vertex, 1.0);\n"
-                                         "    gl_Position.z = 2.0 * gl_Position.z - gl_Position.w;\n"
-                                         "}",
-                                         "#version 150\n"
-                                         "void main() {}");
+        makeLayers(_texture, GL_DEPTH_COMPONENT32F, kMapSize, data.transformCount);
+        const auto program = makeProgram(kVertexStage, "#version 150\nvoid main() {}");
         const QSharedPointer<DrawBuffers> unit = scene.drawable();
         const AutoBinder binder(program.get());
         unit->bind();
@@ -433,8 +405,7 @@ public:
             framebuffer.setDrawBuffers();
             EXPECT_TRUE(framebuffer.isComplete());
             driver()->glClear(GL_DEPTH_BUFFER_BIT);
-            program->setUniform("u_Projection",
-                                QVariant(QMatrix4x4(data.transforms[layer].values.data()).transposed()));
+            program->setUniform("u_Projection", QVariant(matrixOf(data.transforms[layer])));
             unit->draw(program.get());
             framebuffer.detach(GL_DEPTH_ATTACHMENT);
         }
@@ -445,6 +416,16 @@ public:
     }
 
 private:
+    static constexpr char kVertexStage[] = R"(#version 150
+uniform mat4 u_Projection;
+in vec3 va_Vertex;
+void main()
+{
+    gl_Position = u_Projection * vec4(va_Vertex, 1.0);
+    gl_Position.z = 2.0 * gl_Position.z - gl_Position.w;
+}
+)";
+
     Texture _texture;
 };
 
@@ -456,7 +437,7 @@ class Judge
 public:
     Judge(const Scene &scene, const Light &light, const RenderData::Transform &transform)
         : _scene(scene)
-        , _matrix(QMatrix4x4(transform.values.data()).transposed())
+        , _matrix(matrixOf(transform))
         , _toWorld(_matrix.inverted())
         , _isDirectional(light.type() == Light::eDirectional)
         , _apex(light.transform().column(3).toVector3D())
@@ -662,10 +643,10 @@ TEST_P(ShadowTruthTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
         expected.push_back(judges[0].isLit(point));
         points.emplace_back(float(biased.x), float(biased.y), float(biased.z));
     }
-    const std::vector<Visibility> answers = Probe(0).ask(data, 0, points);
+    const std::vector<QVector4D> answers = Probe(0).ask(data, points, 0);
     int wrong = 0;
     for (size_t i = 0; i < points.size(); ++i) {
-        wrong += (expected[i] ? 1.0f : 0.0f) == answers[i].plain ? 0 : 1;
+        wrong += (expected[i] ? 1.0f : 0.0f) == answers[i].x() ? 0 : 1;
     }
     const int lit = int(std::count(expected.begin(), expected.end(), true));
     EXPECT_EQ(0, wrong) << "with " << lit << " lit points";
