@@ -1,4 +1,5 @@
 #include "support/GLFixture.h"
+#include "support/TestProgram.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -54,25 +55,18 @@ public:
     Probe()
         : _quad(OpenGLDeviceContext::current()->newFullscreenQuad())
     {
-        glGenFramebuffers(1, &_framebuffer);
-        glGenTextures(2, _textures);
-        glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
+        _framebuffer.bind();
         for (GLuint i = 0; i < 2; ++i) {
-            glBindTexture(GL_TEXTURE_2D, _textures[i]);
-            glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32UI, kColumns, kRows, 0, GL_RGBA_INTEGER, GL_UNSIGNED_INT,
-                         nullptr);
-            glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0 + i, GL_TEXTURE_2D, _textures[i], 0);
+            _targets[i].create2D(GL_TEXTURE_2D, GL_RGBA32UI, kColumns, kRows);
+            _framebuffer.attach(&_targets[i], GL_COLOR_ATTACHMENT0 + i, 0);
         }
-        glBindTexture(GL_TEXTURE_2D, 0);
-        const GLenum targets[] = {GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1};
-        glDrawBuffers(2, targets);
+        _framebuffer.setDrawBuffers();
     }
 
     ~Probe()
     {
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDeleteFramebuffers(1, &_framebuffer);
-        glDeleteTextures(2, _textures);
+        _framebuffer.detachAll();
+        _framebuffer.unbind();
     }
 
     void draw(ShaderProgram &program, int items)
@@ -97,8 +91,8 @@ public:
 
 private:
     QSharedPointer<DrawBuffers> _quad;
-    GLuint _framebuffer = 0;
-    GLuint _textures[2] = {};
+    Texture _targets[2] = {Texture(nullptr), Texture(nullptr)};
+    FramebufferObject _framebuffer{nullptr};
 };
 
 class InstanceDataRoundTripTest : public GLTest, public testing::WithParamInterface<Road>
@@ -270,24 +264,17 @@ void InstanceDataRoundTripTest::roundTrip(int number)
         }
     }
 
-    ShaderProgram program(nullptr);
-    program.addShader(GL_VERTEX_SHADER,
-                      QStringLiteral("#version 150\nin vec3 va_Vertex;\n"
-                                     "void main() { gl_Position = vec4(va_Vertex.xy, 0.0, 1.0); }\n"),
-                      QString());
-    program.addShaderFromFile(GL_FRAGMENT_SHADER, QStringLiteral("ZelUtilities.glslc"));
-    program.addShader(GL_FRAGMENT_SHADER, plan->glslc(), QString());
-    program.addShader(GL_FRAGMENT_SHADER, fragmentSource(planName, members), QString());
-    ASSERT_TRUE(program.link()) << qPrintable(plan->glslc());
+    const auto program = makeProgram(kAllOver, fragmentSource(planName, members), nullptr,
+                                     {"ZelUtilities.glslc"}, {plan->glslc()});
     if (GetParam().isBlock()) {
-        expectDriverLayout(program, *plan, members);
+        expectDriverLayout(*program, *plan, members);
     }
 
-    ASSERT_TRUE(program.bind());
-    ASSERT_TRUE(collection.bind(&program, nullptr));
-    _probe.draw(program, items);
-    ASSERT_TRUE(collection.unbind(&program, nullptr));
-    program.unbind();
+    ASSERT_TRUE(program->bind());
+    ASSERT_TRUE(collection.bind(program.get(), nullptr));
+    _probe.draw(*program, items);
+    ASSERT_TRUE(collection.unbind(program.get(), nullptr));
+    program->unbind();
 
     const std::vector<Probe::Words> byIndex = _probe.read(0);
     const std::vector<Probe::Words> byDraw = _probe.read(1);

@@ -55,17 +55,11 @@ protected:
     std::unique_ptr<ShaderProgram> newProgram(TextureManager &manager)
     {
         manager.setup(&_processor);
-        auto program = std::make_unique<ShaderProgram>(nullptr);
-        program->setMacroProcessor(&_processor);
-        program->addShader(GL_VERTEX_SHADER, "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n",
-                           QString());
-        program->addShader(
-            GL_FRAGMENT_SHADER,
-            "#version 330\n#include \"TextureManager.glslh\"\nuniform uvec2 u_Token;\nout vec4 color;\n"
-            "void main() { color = managedTexture(u_Token, vec2(0.5)); }\n",
-            QString());
-        program->addShaderFromFile(GL_FRAGMENT_SHADER, manager.getShaderFile());
-        EXPECT_TRUE(program->link());
+        auto program = makeProgram(kAtOrigin,
+                                   "#version 330\n#include \"TextureManager.glslh\"\nuniform uvec2 u_Token;\n"
+                                   "out vec4 color;\n"
+                                   "void main() { color = managedTexture(u_Token, vec2(0.5)); }\n",
+                                   &_processor, {manager.getShaderFile()});
         program->bind();
         return program;
     }
@@ -356,82 +350,95 @@ TEST_F(ManagerTest, DefinesTellTheShaderOfTheManager)
 
 namespace {
 
-/// The units that a manager hands to the sampler array.
-struct SamplerArray
+class ManagerCallsTest : public ManagerTest, public testing::WithParamInterface<TextureStrategy>
 {
-    SamplerArray()
+protected:
+    void SetUp() override
     {
-        upload.replace([this](GLint location, GLsizei count, const GLint *values) {
-            units.assign(values, values + count);
-            upload.original(location, count, values);
+        ZEL_NEEDS_DRIVER_OF(GetParam());
+        manager = GetParam().make();
+    }
+
+    std::unique_ptr<TextureManager> manager;
+};
+
+/// Managers that sample through units, with textures that can still change.
+class SamplerSlotsTest : public ManagerCallsTest
+{
+protected:
+    SamplerSlotsTest()
+    {
+        _upload.replace([this](GLint location, GLsizei count, const GLint *units) {
+            _units.assign(units, units + count);
+            _upload.original(location, count, units);
         });
     }
 
-    std::vector<GLint> units;
-    Hook<&glUniform1iv> upload;
+    /// What the sampler array of a program gets; of GL's current one for null.
+    std::vector<GLint> unitsFor(ShaderProgram *program)
+    {
+        manager->bind(program);
+        manager->unbind(program);
+        return _units;
+    }
+
+private:
+    std::vector<GLint> _units;
+    Hook<&glUniform1iv> _upload;
 };
+
+INSTANTIATE_TEST_SUITE_P(Strategies, ManagerCallsTest, testing::ValuesIn(textureStrategies()),
+                         nameOfStrategy);
+INSTANTIATE_TEST_SUITE_P(Strategies, SamplerSlotsTest,
+                         testing::ValuesIn(textureStrategies({TextureStrategy::eSampler,
+                                                              TextureStrategy::eBindless})),
+                         nameOfStrategy);
 
 } // namespace
 
-TEST_F(TextureManagerTest, SlotsAreSharedCountedAndUsedAgain)
+TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
 {
-    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
-    SamplerArray samplers;
-    const auto bindProgram = [&] {
-        manager.bind(program.get());
-        manager.unbind(program.get());
-        return samplers.units;
-    };
-    std::vector<GLint> units = bindProgram();
-    EXPECT_EQ(8u, units.size());
-    EXPECT_EQ(8, std::count(units.begin(), units.end(), units[0])) << "all of them the empty texture's";
+    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
+    std::vector<GLint> units = unitsFor(nullptr);
+    EXPECT_EQ(std::vector<GLint>(8, units[0]), units) << "all of them the empty texture's";
 
     QVector<TextureToken> tokens;
     for (int i = 0; i < 9; ++i) {
-        tokens += manager.tokenForTexture(newTexture());
+        tokens += manager->tokenForTexture(newTexture());
     }
     _capture.take();
-    const auto unitOf = [&](int token) { return GLint(manager.textureForToken(tokens[token])->unit()); };
-    manager.bind(tokens.mid(0, 3));
-    manager.bind(tokens.mid(1, 1)); // twice in one slot
-    units = bindProgram();
-    EXPECT_EQ((std::vector<GLint>{unitOf(0), unitOf(1), unitOf(2), unitOf(2), unitOf(2), unitOf(2), unitOf(2),
-                                  unitOf(2)}),
-              units);
-    manager.unbind(tokens.mid(0, 2));
-    units = bindProgram();
+    const auto unitOf = [&](int token) { return GLint(manager->textureForToken(tokens[token])->unit()); };
+    manager->bind(tokens.mid(0, 3));
+    manager->bind(tokens.mid(1, 1)); // twice in one slot
+    std::vector<GLint> expected(8, unitOf(2));
+    expected[0] = unitOf(0);
+    expected[1] = unitOf(1);
+    EXPECT_EQ(expected, unitsFor(program.get())) << "the last slot's unit fills the array up";
+    manager->unbind(tokens.mid(0, 2));
+    units = unitsFor(program.get());
     EXPECT_EQ(unitOf(1), units[1]) << "bound once more";
     EXPECT_NE(unitOf(1), units[0]);
-    manager.bind(tokens.mid(5, 1));
-    units = bindProgram();
-    EXPECT_EQ(unitOf(5), units[0]) << "the free slot comes before a new one";
+    manager->bind(tokens.mid(5, 1));
+    EXPECT_EQ(unitOf(5), unitsFor(program.get())[0]) << "the free slot comes before a new one";
 
-    manager.bind(tokens);
-    bindProgram();
-    EXPECT_EQ(8u, samplers.units.size());
+    manager->bind(tokens);
+    EXPECT_EQ(8u, unitsFor(program.get()).size());
+    const bool sampler = GetParam().kind == TextureStrategy::eSampler;
     EXPECT_MESSAGES(
-        "warning [SamplerTextureManager.cpp:#] Requesting 9 texture slots but only 8 available. Rendering "
-        "will be incorrect!");
+        QString("warning [%1TextureManager.cpp:#] Requesting 9 texture slots but only 8 available. "
+                "Rendering will be incorrect!")
+            .arg(sampler ? "Sampler" : "Bindless"));
     for (const QVector<TextureToken> &bound : {tokens, tokens.mid(1, 2), tokens.mid(5, 1)}) {
-        manager.unbind(bound);
+        manager->unbind(bound);
     }
 }
 
-TEST_F(TextureManagerTest, WithoutAProgramTheCurrentOneOfGLIsMeant)
+TEST_P(SamplerSlotsTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
 {
-    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
-    SamplerArray samplers;
-    manager.bind();
-    EXPECT_EQ(8u, samplers.units.size());
-    manager.unbind();
-}
-
-TEST_F(TextureManagerTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
-{
-    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
-    manager.bind(program.get());
-    manager.tokenForColor(QColor(Qt::red));
-    manager.unbind(program.get());
+    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
+    manager->bind(program.get());
+    manager->tokenForTexture(newTexture());
+    manager->unbind(program.get());
     _capture.take();
     // No unit is lost, and a texture that gets the old name is a new one.
     Texture texture(nullptr);
@@ -525,25 +532,6 @@ TEST_F(BindlessManagerTest, HandlesAreResidentWhileTheyAreBound)
     EXPECT_FALSE(isResident(token)) << "nobody counts";
 }
 
-TEST_F(BindlessManagerTest, WritableTexturesBeyondTheSlotsAreTold)
-{
-    manager->setMaxSlots(2);
-    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
-    SamplerArray samplers;
-    QVector<TextureToken> tokens;
-    for (int i = 0; i < 3; ++i) {
-        tokens += manager->tokenForTexture(newTexture());
-    }
-    manager->bind(tokens);
-    manager->bind(program.get());
-    EXPECT_EQ(2u, samplers.units.size());
-    EXPECT_MESSAGES(
-        "warning [BindlessTextureManager.cpp:#] Requesting 3 texture slots but only 2 available. Rendering "
-        "will be incorrect!");
-    manager->unbind(program.get());
-    manager->unbind(tokens);
-}
-
 namespace {
 
 class ArrayManagerTest : public ManagerTest
@@ -582,6 +570,12 @@ TEST_F(ArrayManagerTest, MisuseIsTold)
                       "Texture 1 is for target 0x806F. Only 0xDE1, 0x8513 or 0x8C1A are allowed");
     EXPECT_MESSAGES(target, target);
 
+    const TextureToken set = manager.createUDIMToken();
+    manager.addUDIMPatch(set, QPoint(0, 0), nullptr);
+    manager.bind(QVector<TextureToken>{set});
+    EXPECT_MESSAGES(arrayAsserted("patchToken.token < quint64(_textureTokenToSlotLayerData.size())",
+                                  "Token 18446744073709551615 is not in array 4."));
+
     manager.setSlotReallocationMethod(TextureManager::SlotReallocationMethod(7));
     EXPECT_MESSAGES(
         "warning [Array2DTextureManager.cpp:#] Unsupported slot reallocation method request 7 ignored!");
@@ -589,6 +583,9 @@ TEST_F(ArrayManagerTest, MisuseIsTold)
     manager.unbind();
     EXPECT_FALSE(manager.moveSlotLayers(0, 100));
     EXPECT_FALSE(manager.findSlotLayer(SlotFormat(), 1).isValid());
+    manager.textureTokenIssued(nullTextureToken); // leaves the table as it is
+    manager.bind(QVector<TextureToken>{set});
+    EXPECT_MESSAGES();
 }
 
 TEST_F(ArrayManagerTest, ATextureWithoutASizeIsToldAndStaysPending)
@@ -643,25 +640,6 @@ TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)
     EXPECT_EQ(6u, storage.count());
     _capture.take();
 }
-
-namespace {
-
-class ManagerCallsTest : public ManagerTest, public testing::WithParamInterface<TextureStrategy>
-{
-protected:
-    void SetUp() override
-    {
-        ZEL_NEEDS_DRIVER_OF(GetParam());
-        manager = GetParam().make();
-    }
-
-    std::unique_ptr<TextureManager> manager;
-};
-
-INSTANTIATE_TEST_SUITE_P(Strategies, ManagerCallsTest, testing::ValuesIn(textureStrategies()),
-                         nameOfStrategy);
-
-} // namespace
 
 TEST_P(ManagerCallsTest, WhatIsInPlaceCostsNoLookUpNoUploadAndNoMemory)
 {

@@ -5,6 +5,7 @@
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
 #include "support/TestProgram.h"
+#include "support/TextureParameter.h"
 
 #include <ZelGL/Array2DTextureManager.h>
 #include <ZelGL/GLUtilities.h>
@@ -42,18 +43,13 @@ protected:
 TEST_F(TextureSlotTest, ASlotStartsAsOneDefinedTexel)
 {
     const SlotData slot;
-    EXPECT_FALSE(slot.format.isUsed());
     EXPECT_EQ(1.0f, slot.format.anisotropy);
-    ASSERT_TRUE(slot.texture->bind());
     EXPECT_EQ(unsigned(GL_TEXTURE_2D_ARRAY), slot.texture->target());
-    EXPECT_EQ(1, slot.texture->width(0) * slot.texture->height(0) * slot.texture->depth(0));
-    for (const GLenum name :
-         {GL_TEXTURE_MIN_LOD, GL_TEXTURE_MAX_LOD, GL_TEXTURE_BASE_LEVEL, GL_TEXTURE_MAX_LEVEL}) {
-        GLint value = -1;
-        glGetTexParameteriv(GL_TEXTURE_2D_ARRAY, name, &value);
-        EXPECT_EQ(0, value) << name;
+    for (const GLenum name : {GL_TEXTURE_WIDTH, GL_TEXTURE_HEIGHT, GL_TEXTURE_DEPTH}) {
+        EXPECT_EQ(1, levelParameter(*slot.texture, 0, name)) << name;
     }
-    slot.texture->unbind();
+    const std::vector<GLint> sampling = {GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 0};
+    EXPECT_EQ(sampling, samplingOf(*slot.texture));
 }
 
 TEST_F(TextureSlotTest, LayersAreLimitedByTheContextAndByTheMemoryOfASlot)
@@ -78,22 +74,6 @@ TEST_F(TextureSlotTest, ADifferenceOfMinusOneReadsAsNoFit)
     EXPECT_EQ(quint32(-1024), slot.getFormatDeltaScore(formatOf(1024, 1024), down));
     slot.format = formatOf(1, 8);
     EXPECT_EQ(SlotData::kNoFit, slot.getFormatDeltaScore(formatOf(2, 8), down));
-}
-
-TEST_F(TextureSlotTest, EntriesAreTheRecordsThatShadersRead)
-{
-    SlotLayerData entry(3, 7, 0x1122334455667788ul);
-    const unsigned int placed[8] = {3, 7, 0x55667788, 0x11223344, 0, 0, 0, 0};
-    EXPECT_EQ(0, std::memcmp(placed, &entry, sizeof placed));
-    entry.configureUDIMSet(TextureToken(9), 2, 3); // does nothing to a placed one
-    EXPECT_EQ(0, std::memcmp(placed, &entry, sizeof placed));
-    entry.clear();
-    EXPECT_FALSE(entry.isValid());
-    entry.configureUDIMSet(TextureToken(9), 2, 3);
-    const unsigned int set[8] = {9, 0, 0, 0, 2, 3, 0, 0};
-    EXPECT_EQ(0, std::memcmp(set, &entry, sizeof set));
-    EXPECT_TRUE(entry.isUDIMSet());
-    EXPECT_EQ(3, entry.getNumUDIMPatches());
 }
 
 namespace {
@@ -302,7 +282,7 @@ public:
         : _engine(seed)
         , _model(&_manager, kSlots, upscale)
         , _program(makeProgram(
-              "#version 150\nvoid main() { gl_Position = vec4(0.0); }\n",
+              kAtOrigin,
               "#version 150\n"
               "uniform isampler1D u_TextureTokenManagedTextureSlotMapSample;\n"
               "out ivec4 map;\n"
@@ -354,9 +334,9 @@ public:
         _model.allocate();
         ASSERT_EQ(_model.tokens.size() + 1, map.size());
         for (size_t i = 0; i < _model.tokens.size(); ++i) {
-            EXPECT_EQ(_model.tokens[i].slot, int(map[i + 1].slot)) << i;
-            EXPECT_EQ(_model.tokens[i].layer * (_model.tokens[i].slot < 0 ? 0 : 1), int(map[i + 1].layer))
-                << i;
+            const NaivePlacement::Placed &placed = _model.tokens[i];
+            EXPECT_EQ(placed.slot, int(map[i + 1].slot)) << i;
+            EXPECT_EQ(placed.slot < 0 ? 0 : placed.layer, int(map[i + 1].layer)) << i;
         }
     }
 
@@ -388,36 +368,21 @@ private:
 
     void addTexture()
     {
-        static constexpr GLenum kTargets[] = {GL_TEXTURE_2D, GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP,
-                                              GL_TEXTURE_2D_ARRAY};
-        static constexpr GLint kFormats[] = {GL_RGBA8, GL_SRGB8_ALPHA8, GL_RG8};
-        const GLenum target = kTargets[random(4)];
-        SlotFormat format = formatOf(4 << random(3), 4 << random(2), unsigned(kFormats[random(3)]));
+        static constexpr GLenum kFormats[] = {GL_RGBA8, GL_SRGB8_ALPHA8, GL_RG8};
+        SlotFormat format = formatOf(4 << random(3), 4 << random(2), kFormats[random(3)]);
         format.wrapS = format.wrapT = GL_REPEAT;
         format.magFilter = random(12) == 0 ? GL_LINEAR : GL_NEAREST;
         format.minFilter = GL_NEAREST;
-        int layers = 0;
+        const int layers = random(2) != 0 ? 1 : 2 + random(5);
         auto *texture = new Texture(nullptr);
-        texture->setTarget(target);
-        texture->bind();
-        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, format.magFilter);
-        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
-        glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
-        glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
-        if (target == GL_TEXTURE_2D_ARRAY) {
-            layers = 2 + random(4);
-            glTexImage3D(target, 0, GLint(format.internalFormat), format.width, format.height, layers, 0,
-                         GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+        if (layers == 1) {
+            texture->create2D(GL_TEXTURE_2D, format.internalFormat, format.width, format.height);
         } else {
-            const bool isCube = target == GL_TEXTURE_CUBE_MAP;
-            layers = isCube ? 6 : 1;
-            format.height = isCube ? format.width : format.height;
-            for (GLenum face = 0; face < GLenum(layers); ++face) {
-                glTexImage2D(isCube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + face : target, 0,
-                             GLint(format.internalFormat), format.width, format.height, 0, GL_RGBA,
-                             GL_UNSIGNED_BYTE, nullptr);
-            }
+            texture->create3D(GL_TEXTURE_2D_ARRAY, format.internalFormat, format.width, format.height,
+                              layers);
         }
+        texture->bind();
+        glTexParameteri(texture->target(), GL_TEXTURE_MAG_FILTER, format.magFilter);
         texture->unbind();
         _manager.tokenForTexture(texture);
         _model.tokens.push_back({format, layers});

@@ -192,7 +192,7 @@ void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer,
 QHash<QPoint, Texture *> usablePatches(QHash<QPoint, Texture *> patches)
 {
     for (auto it = patches.begin(); it != patches.end();) {
-        if (it.key().x() < 0 || it.key().y() < 0 || it.value() == nullptr) {
+        if (it.key().x() < 0 || it.key().y() < 0) {
             it = patches.erase(it);
         } else {
             ++it;
@@ -503,6 +503,9 @@ SlotLayerData Array2DTextureManager::findSlotLayer(const SlotFormat &format, int
 void Array2DTextureManager::determineSlotLayerDataForTexture(Texture *texture, TextureToken token,
                                                              SlotLayerData &out)
 {
+    if (texture == nullptr) {
+        return;
+    }
     reportTarget(texture, token);
     SlotFormat format;
     int layerCount = 1;
@@ -791,8 +794,8 @@ bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
 
 void Array2DTextureManager::growTables(quint64 size)
 {
-    if (size > kMostEntries) {
-        return; // such a token is told when it is bound
+    if (size == 0 || size > kMostEntries) {
+        return; // behind the null token, or one that is told when it is bound
     }
     _textureTokenToSlotLayerData.resize(static_cast<int>(size));
     const int oldSize = _textureTokenToLayerCount.size();

@@ -117,14 +117,10 @@ void BindlessTextureManager::deleteTexture(const TextureToken &token)
     if (token == nullTextureToken) {
         return;
     }
-    const TextureToken revoked = token; // the caller's reference may point into the maps below
-    textureTokenRevoked(revoked);
-    Texture *texture = forgetTexture(revoked);
-    if (texture != nullptr && texture->isManaged()) {
-        delete texture;
-    }
-    if (!isBindlessToken(revoked)) {
-        deleteToken(TextureToken(counterOf(revoked)));
+    const TextureToken dropped = token; // the caller's reference may point into the maps
+    dropTexture(dropped);
+    if (!isBindlessToken(dropped)) { // a handle was never counted
+        deleteToken(TextureToken(counterOf(dropped)));
     }
 }
 

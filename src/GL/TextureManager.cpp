@@ -151,13 +151,9 @@ void TextureManager::deleteTexture(const TextureToken &token)
     if (token == nullTextureToken) {
         return;
     }
-    const TextureToken revoked = token; // the caller's reference may point into the maps below
-    textureTokenRevoked(revoked);
-    Texture *texture = forgetTexture(revoked);
-    if (texture != nullptr && texture->isManaged()) {
-        delete texture;
-    }
-    deleteToken(revoked);
+    const TextureToken dropped = token; // the caller's reference may point into the maps
+    dropTexture(dropped);
+    deleteToken(dropped);
 }
 
 void TextureManager::deleteTexture(Texture *texture)
@@ -393,11 +389,12 @@ void TextureManager::recordTexture(const TextureToken &token, Texture *texture)
     _textureToToken.insert(texture, token);
 }
 
-Texture *TextureManager::forgetTexture(const TextureToken &token)
+void TextureManager::dropTexture(const TextureToken &token)
 {
+    textureTokenRevoked(token);
     const auto loaded = _tokenToTexture.find(token);
     if (loaded == _tokenToTexture.end()) {
-        return nullptr; // never loaded: path and colour entries stay
+        return; // never loaded: path and colour entries stay
     }
     Texture *texture = *loaded;
     _tokenToTexture.erase(loaded);
@@ -409,7 +406,9 @@ Texture *TextureManager::forgetTexture(const TextureToken &token)
         // Removes by rgb(), not by the rgba() of the insertion: a translucent colour keeps its entry and its number.
         _colorToToken.remove(_tokenToColor.take(token).rgb());
     }
-    return texture;
+    if (texture != nullptr && texture->isManaged()) {
+        delete texture;
+    }
 }
 
 }} // namespace Orvane::Zel

@@ -146,8 +146,8 @@ public:
 
 protected:
     void recordTexture(const TextureToken &token, Texture *texture);
-    /// Takes a token out of all maps; its texture, or null when none was loaded.
-    Texture *forgetTexture(const TextureToken &token);
+    /// Revokes a token, takes it out of all maps and deletes its texture, unless that wraps a foreign name.
+    void dropTexture(const TextureToken &token);
 
     int _maxSlots = 8;
     TextureToken _maxToken = 0;

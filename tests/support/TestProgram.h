@@ -11,17 +11,25 @@
 /// Stages for programs of which only the other one counts.
 constexpr char kAtOrigin[] = "#version 150\nvoid main() { gl_Position = vec4(0.0); }\n";
 constexpr char kAllWhite[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
+/// For the full-screen quad.
+constexpr char kAllOver[] = "#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n";
 
 /// A program of two stages, linked, or a failure of the running test. The processor, if any, is that of both
-/// stages.
+/// stages. The fragment stage may have further parts: files of the library, and texts.
 inline std::unique_ptr<Orvane::Zel::ShaderProgram>
-makeProgram(const char *vertexSource, const char *fragmentSource = kAllWhite,
-            Orvane::Zel::GLSLMacroProcessor *processor = nullptr)
+makeProgram(const QString &vertexSource, const QString &fragmentSource = kAllWhite,
+            Orvane::Zel::GLSLMacroProcessor *processor = nullptr, const QStringList &files = {},
+            const QStringList &texts = {})
 {
     auto program = std::make_unique<Orvane::Zel::ShaderProgram>(nullptr);
     program->setMacroProcessor(processor);
     program->addShader(GL_VERTEX_SHADER, vertexSource, QString());
-    program->addShader(GL_FRAGMENT_SHADER, fragmentSource, QString());
+    for (const QString &text : QStringList(fragmentSource) + texts) {
+        program->addShader(GL_FRAGMENT_SHADER, text, QString());
+    }
+    for (const QString &file : files) {
+        program->addShaderFromFile(GL_FRAGMENT_SHADER, file);
+    }
     EXPECT_TRUE(program->link()) << program->log().toStdString();
     return program;
 }

@@ -44,11 +44,11 @@ std::vector<TextureStrategy> textureStrategies()
     };
 }
 
-std::vector<TextureStrategy> textureStrategies(TextureStrategy::Kind kind)
+std::vector<TextureStrategy> textureStrategies(const std::set<TextureStrategy::Kind> &kinds)
 {
     std::vector<TextureStrategy> some;
     for (const TextureStrategy &strategy : textureStrategies()) {
-        if (strategy.kind == kind) {
+        if (kinds.count(strategy.kind) != 0) {
             some.push_back(strategy);
         }
     }

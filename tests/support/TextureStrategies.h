@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <vector>
 
 /// One way from a token to a pixel: a texture manager and its settings. The rows of everything that must look alike
@@ -26,8 +27,8 @@ struct TextureStrategy
 /// All of them.
 std::vector<TextureStrategy> textureStrategies();
 
-/// Those of one kind.
-std::vector<TextureStrategy> textureStrategies(TextureStrategy::Kind kind);
+/// Those of some kinds.
+std::vector<TextureStrategy> textureStrategies(const std::set<TextureStrategy::Kind> &kinds);
 
 inline void PrintTo(const TextureStrategy &strategy, std::ostream *out)
 {
