@@ -51,27 +51,22 @@ TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
 {
     auto buffer = std::make_unique<BufferObject>(nullptr);
     GLuint name = buffer->getBO();
-    EXPECT_FALSE(buffer->create());
-    EXPECT_FALSE(buffer->bind());
-    EXPECT_FALSE(buffer->unbind());
-    EXPECT_EQ(nullptr, buffer->map(GL_READ_ONLY));
-    EXPECT_MESSAGES(
-        asserted("0u == this->_bo", "Buffer Object is not NULL on create"),
-        asserted("0u != this->_target", "Buffer Object's target is not set when bind() is called"),
-        asserted("0u != this->_boBountTarget", "Buffer Object is not bound on unbind"),
-        asserted("0u != this->_boBountTarget", "Buffer Object is not bound on map"));
+    EXPECT_TRUE(asserted.refused(
+        {{buffer->create(), "0u == this->_bo", "Buffer Object is not NULL on create"},
+         {buffer->bind(), "0u != this->_target", "Buffer Object's target is not set when bind() is called"},
+         {buffer->unbind(), "0u != this->_boBountTarget", "Buffer Object is not bound on unbind"},
+         {buffer->map(GL_READ_ONLY) != nullptr, "0u != this->_boBountTarget",
+          "Buffer Object is not bound on map"}}));
 
     buffer->setTarget(GL_ARRAY_BUFFER);
     ASSERT_TRUE(buffer->bind());
-    EXPECT_FALSE(buffer->bind());
-    EXPECT_FALSE(buffer->destroy());
+    const QString destroyed = "Buffer Object is already bound on destroy to target 34962";
+    EXPECT_TRUE(asserted.refused({{buffer->bind(), "0u == this->_boBountTarget",
+                                   "Buffer Object is already bound on bind to target 34962"},
+                                  {buffer->destroy(), "0u == this->_boBountTarget", destroyed}}));
     EXPECT_EQ(GLint(name), integerOf(GL_ARRAY_BUFFER_BINDING));
     buffer.reset(); // leaks its name: the ledger would tell of a second delete
-    const QString destroyed =
-        asserted("0u == this->_boBountTarget", "Buffer Object is already bound on destroy to target 34962");
-    EXPECT_MESSAGES(
-        asserted("0u == this->_boBountTarget", "Buffer Object is already bound on bind to target 34962"),
-        destroyed, destroyed);
+    EXPECT_MESSAGES(asserted("0u == this->_boBountTarget", destroyed));
     glDeleteBuffers(1, &name);
 }
 
@@ -81,16 +76,12 @@ TEST_F(BufferObjectTest, WithoutANameEveryUseIsReportedInItsOwnWords)
     Tap<&glUnmapBuffer> unmaps;
     unmaps.replace([](GLenum) { return GLboolean(GL_FALSE); });
     EXPECT_TRUE(buffer.destroy());
-    EXPECT_FALSE(buffer.bind());
-    EXPECT_FALSE(buffer.unbind());
-    EXPECT_FALSE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
-    EXPECT_FALSE(buffer.subUpload(kThree, 3, 0));
-    EXPECT_EQ(nullptr, buffer.map(GL_READ_ONLY));
-    EXPECT_MESSAGES(asserted("0u != this->_bo", "Buffer Object is NULL on bind"),
-                    asserted("0u != this->_bo", "Buffer Object is NULL on unbind"),
-                    asserted("0u != this->_bo", "Buffer Object is NULL on upload"),
-                    asserted("0u != this->_bo", "Buffer Object is NULL on upload"),
-                    asserted("0u != this->_bo", "Buffer Object is NULL on map"));
+    EXPECT_TRUE(asserted.refused(
+        {{buffer.bind(), "0u != this->_bo", "Buffer Object is NULL on bind"},
+         {buffer.unbind(), "0u != this->_bo", "Buffer Object is NULL on unbind"},
+         {buffer.upload(kThree, 3, GL_STATIC_DRAW), "0u != this->_bo", "Buffer Object is NULL on upload"},
+         {buffer.subUpload(kThree, 3, 0), "0u != this->_bo", "Buffer Object is NULL on upload"},
+         {buffer.map(GL_READ_ONLY) != nullptr, "0u != this->_bo", "Buffer Object is NULL on map"}}));
 
     EXPECT_FALSE(buffer.unmap());
     EXPECT_EQ(1u, unmaps.count()) << "an unmap is attempted even on a doubtful object";
@@ -158,10 +149,10 @@ TEST_F(BufferObjectTest, EveryUploadFillsABoundObjectByTargetAndAnUnboundOneByNa
     EXPECT_EQ(9u, buffer.memoryEstimateGPU());
     EXPECT_EQ(2u, byTarget.count());
 
-    EXPECT_FALSE(buffer.upload(kThree, 0, GL_STATIC_DRAW));
-    EXPECT_FALSE(buffer.uploadArbitraryData("abc", 3, GL_STATIC_DRAW, 0));
-    EXPECT_MESSAGES(asserted("0 != valueCount", "Buffer Object needs more and 0 values during upload"),
-                    asserted("0 != valueSize", "Buffer Object needs more and 0 value size during upload"));
+    EXPECT_TRUE(asserted.refused({{buffer.upload(kThree, 0, GL_STATIC_DRAW), "0 != valueCount",
+                                   "Buffer Object needs more and 0 values during upload"},
+                                  {buffer.uploadArbitraryData("abc", 3, GL_STATIC_DRAW, 0), "0 != valueSize",
+                                   "Buffer Object needs more and 0 value size during upload"}}));
     EXPECT_EQ(9u, buffer.memoryEstimateGPU());
 }
 
@@ -170,18 +161,17 @@ TEST_F(BufferObjectTest, SubUploadEndsExactlyAtTheEnd)
     BufferObject buffer(nullptr);
     buffer.setTarget(GL_ARRAY_BUFFER);
     const QVector<float> two{8.0f, 9.0f};
-    EXPECT_FALSE(buffer.subUpload(two, 0));
-    EXPECT_MESSAGES(asserted("0u != this->_boBountTarget", "Buffer Object is not bound on upload"));
+    EXPECT_TRUE(asserted.refused(
+        {{buffer.subUpload(two, 0), "0u != this->_boBountTarget", "Buffer Object is not bound on upload"}}));
     const AutoBinder binder(&buffer);
     ASSERT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
     EXPECT_TRUE(buffer.subUpload(two, 1));
-    EXPECT_FALSE(buffer.subUpload(two, 2));
-    EXPECT_FALSE(buffer.subUpload(two, std::numeric_limits<int>::max()));
-    EXPECT_FALSE(buffer.subUpload(kThree, 0, 0));
-    EXPECT_MESSAGES(
-        asserted("offset + valueCount <= _valueCount", "Buffer Object is not large enough to hold data"),
-        asserted("offset + valueCount <= _valueCount", "Buffer Object is not large enough to hold data"),
-        asserted("0 != valueCount", "Buffer Object needs more and 0 values during upload"));
+    for (const int tooFar : {2, std::numeric_limits<int>::max()}) {
+        EXPECT_TRUE(asserted.refused({{buffer.subUpload(two, tooFar), "offset + valueCount <= _valueCount",
+                                       "Buffer Object is not large enough to hold data"}}));
+    }
+    EXPECT_TRUE(asserted.refused({{buffer.subUpload(kThree, 0, 0), "0 != valueCount",
+                                   "Buffer Object needs more and 0 values during upload"}}));
     EXPECT_EQ((std::vector<float>{1.0f, 8.0f, 9.0f}), contentsOf<float>(buffer, 3));
 }
 
@@ -268,34 +258,30 @@ TEST_F(BufferObjectTest, RebindRefusesWhatDoesNotFitAndLeavesTheOldObjectBound)
     BufferObject bound(nullptr);
     BufferObject other(nullptr);
     bound.setTarget(GL_ARRAY_BUFFER);
-    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), "0u != this->_target",
+                                   "Buffer Object's target is not set when bind() is called"}}));
     other.setTarget(GL_ARRAY_BUFFER);
-    EXPECT_FALSE(other.rebind(&bound, false));
-    EXPECT_MESSAGES(
-        asserted("0u != this->_target", "Buffer Object's target is not set when bind() is called"),
-        asserted("0u != bufferObjectBound->_boBountTarget",
-                 "Bound Buffer Object is not already bound to target 0"));
+    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), "0u != bufferObjectBound->_boBountTarget",
+                                   "Bound Buffer Object is not already bound to target 0"}}));
 
     ASSERT_TRUE(bound.bind());
+    const char *const sameTarget = "_target == bufferObjectBound->_boBountTarget";
+    const QString otherTarget = "Bound Buffer Object target 0 is not the same target 34962";
     other.setTarget(GL_COPY_READ_BUFFER);
-    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), sameTarget, otherTarget}}));
     other.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 0, 0, 4);
-    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), sameTarget, otherTarget}}));
     other.setIndexedTarget(GL_ARRAY_BUFFER, 0, 0, 4);
-    EXPECT_FALSE(other.rebind(&bound, false));
-    const QString otherTarget = asserted("_target == bufferObjectBound->_boBountTarget",
-                                         "Bound Buffer Object target 0 is not the same target 34962");
-    EXPECT_MESSAGES(otherTarget, otherTarget,
-                    startsWith("critical [BufferObject.cpp:#] Cannot use setIndexedTarget()"),
-                    asserted("_useBindBufferRange == bufferObjectBound->_useBindBufferRange",
-                             "Bound BO useRange does not match the rebind Buffer Object"));
+    EXPECT_MESSAGES(startsWith("critical [BufferObject.cpp:#] Cannot use setIndexedTarget()"));
+    EXPECT_TRUE(asserted.refused(
+        {{other.rebind(&bound, false), "_useBindBufferRange == bufferObjectBound->_useBindBufferRange",
+          "Bound BO useRange does not match the rebind Buffer Object"}}));
 
     BufferObject third(nullptr);
     third.setTarget(GL_ARRAY_BUFFER);
     ASSERT_TRUE(third.bind());
-    EXPECT_FALSE(third.rebind(&bound, false)) << "an object that is bound is not bound again";
-    EXPECT_MESSAGES(
-        asserted("0u == this->_boBountTarget", "Buffer Object is already bound on bind to target 34962"));
+    EXPECT_TRUE(asserted.refused({{third.rebind(&bound, false), "0u == this->_boBountTarget",
+                                   "Buffer Object is already bound on bind to target 34962"}}));
     EXPECT_TRUE(third.unbind());
     EXPECT_TRUE(bound.unbind());
 }

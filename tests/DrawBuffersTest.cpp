@@ -200,38 +200,34 @@ TEST_F(DrawCallsTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
 {
     DrawBuffers unit(nullptr);
     EXPECT_EQ(1, DrawBuffers::NumAlive());
-    EXPECT_FALSE(unit.bind());
-    EXPECT_FALSE(unit.rebind(nullptr));
-    EXPECT_FALSE(unit.draw());
+    const char *const isBound = "true == this->_vao->isBound()";
+    const QString notBound = "Vertex Array Object is not bound on draw";
+    EXPECT_TRUE(asserted.refused(
+        {{unit.bind(), "!this->_vao.isNull()", "Vertex Array Object is NULL on bind"},
+         {unit.rebind(nullptr), "!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"},
+         {unit.draw(), isBound, notBound}}));
     EXPECT_TRUE(unit.unbind());
-    const QString notBound =
-        asserted("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw");
-    EXPECT_MESSAGES(asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on bind"),
-                    asserted("!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"), notBound);
 
-    QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
+    const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
     ASSERT_TRUE(vao->create());
     unit.setVAO(vao);
-    EXPECT_FALSE(unit.draw());
+    EXPECT_TRUE(asserted.refused({{unit.draw(), isBound, notBound}}));
     ASSERT_TRUE(unit.bind());
-    EXPECT_FALSE(unit.draw());
+    EXPECT_TRUE(asserted.refused(
+        {{unit.draw(), "GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"}}));
     unit.setPrimitiveType(GL_TRIANGLES);
-    EXPECT_FALSE(unit.draw());
-    EXPECT_FALSE(unit.drawInstanced(2));
+    const QString noCount = "Index count is not setup on draw";
+    EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_vertexCount", noCount},
+                                  {unit.drawInstanced(2), "0 != this->_vertexCount", noCount}}));
     EXPECT_TRUE(unit.unbind());
-    const QString noVertices = asserted("0 != this->_vertexCount", "Index count is not setup on draw");
-    EXPECT_MESSAGES(notBound,
-                    asserted("GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"),
-                    noVertices, noVertices);
 
     unit.setIndexedDraw(makeIndexBuffer(), 6, 0);
     ASSERT_TRUE(unit.bind());
-    EXPECT_FALSE(unit.draw());
+    EXPECT_TRUE(
+        asserted.refused({{unit.draw(), "0 != this->_indexType", "Index type is not setup on draw"}}));
     unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
-    EXPECT_FALSE(unit.draw());
+    EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_indexCount", noCount}}));
     EXPECT_TRUE(unit.unbind());
-    EXPECT_MESSAGES(asserted("0 != this->_indexType", "Index type is not setup on draw"),
-                    asserted("0 != this->_indexCount", "Index count is not setup on draw"));
     EXPECT_EQ(0u, _taps.count());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
 }
@@ -441,10 +437,8 @@ TEST_F(DrawBuffersTest, AFailedIndexBufferLeavesNoVertexArrayBound)
 
 TEST_F(DrawBuffersTest, TheIndirectPathIsDormant)
 {
-    const auto unit = makeUnit();
-    EXPECT_FALSE(unit->drawMultiDrawElementsIndirect());
-    EXPECT_MESSAGES(
-        asserted("0 != this->_commandsCount", "DrawElementsIndirectCommandsCount is not set on draw"));
+    EXPECT_TRUE(asserted.refused({{makeUnit()->drawMultiDrawElementsIndirect(), "0 != this->_commandsCount",
+                                   "DrawElementsIndirectCommandsCount is not set on draw"}}));
     const auto commands = makeCommandUnit();
     Tap<&glMultiDrawElementsIndirect> draws;
     draws.replace([](GLenum, GLenum, const void *, GLsizei, GLsizei) {});

@@ -69,13 +69,11 @@ TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
     EXPECT_FALSE(empty.unbind());
     const char *const noProgram = "warning [UniformBufferObject.cpp:#] No ShaderProgram is bound";
     EXPECT_MESSAGES(noProgram, noProgram);
-    EXPECT_FALSE(empty.bind(nullptr));
-    EXPECT_FALSE(empty.unbind(nullptr));
-    EXPECT_EQ(0u, empty.uniformBlockBinding());
-    EXPECT_MESSAGES(
-        asserted("!this->_bufferObject.isNull()", "m_bufferObject is NULL on bind()"),
-        asserted("!this->_bufferObject.isNull()", "m_bufferObject is NULL on bind()"),
-        asserted("!this->_bufferObject.isNull()", "m_bufferObject is NULL on uniformBlockBinding()"));
+    const char *const hasBuffer = "!this->_bufferObject.isNull()";
+    EXPECT_TRUE(asserted.refused(
+        {{empty.bind(nullptr), hasBuffer, "m_bufferObject is NULL on bind()"},
+         {empty.unbind(nullptr), hasBuffer, "m_bufferObject is NULL on bind()"},
+         {empty.uniformBlockBinding() != 0, hasBuffer, "m_bufferObject is NULL on uniformBlockBinding()"}}));
     EXPECT_EQ(0u, empty.memoryEstimateGPU());
 
     UniformBufferObject unbound("First", makeFilled(), nullptr);

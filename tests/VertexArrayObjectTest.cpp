@@ -28,23 +28,21 @@ TEST_F(VertexArrayObjectTest, TheNameComesWithTheFirstBindAndStaysWhereABoundObj
 {
     auto vao = std::make_unique<VertexArrayObject>(nullptr);
     EXPECT_EQ(nullptr, vao->getContextTracker());
-    EXPECT_FALSE(vao->isBound());
-    EXPECT_FALSE(vao->unbind());
     EXPECT_TRUE(vao->destroy());
-    EXPECT_MESSAGES(asserted("0u != this->_vao", "Vertex Array Object is NULL on isBound"),
-                    asserted("0u != this->_vao", "Vertex Array Object is NULL on unbind"));
+    EXPECT_TRUE(
+        asserted.refused({{vao->isBound(), "0u != this->_vao", "Vertex Array Object is NULL on isBound"},
+                          {vao->unbind(), "0u != this->_vao", "Vertex Array Object is NULL on unbind"}}));
     EXPECT_EQ(0u, vao->getVAO());
     EXPECT_TRUE(vao->bind());
     GLuint name = vao->getVAO();
     EXPECT_EQ(GLint(name), integerOf(GL_VERTEX_ARRAY_BINDING));
     EXPECT_TRUE(vao->isBound());
-    EXPECT_FALSE(vao->bind());
-    EXPECT_FALSE(vao->create());
+    EXPECT_TRUE(asserted.refused(
+        {{vao->bind(), "false == this->_vaoBound", "Vertex Array Object is already bound on bind"},
+         {vao->create(), "0u == this->_vao", "Vertex Array Object is not NULL on create"}}));
     EXPECT_TRUE(vao->unbind());
-    EXPECT_FALSE(vao->unbind());
-    EXPECT_MESSAGES(asserted("false == this->_vaoBound", "Vertex Array Object is already bound on bind"),
-                    asserted("0u == this->_vao", "Vertex Array Object is not NULL on create"),
-                    asserted("true == this->_vaoBound", "Vertex Array Object is not bound on unbind"));
+    EXPECT_TRUE(asserted.refused(
+        {{vao->unbind(), "true == this->_vaoBound", "Vertex Array Object is not bound on unbind"}}));
 
     EXPECT_TRUE(vao->bind());
     EXPECT_EQ(1, VertexArrayObject::NumAlive());
@@ -61,16 +59,15 @@ TEST_F(VertexArrayObjectTest, UploadFillsAndRegistersOnlyWhatIsWhole)
 {
     VertexArrayObject vao(nullptr);
     const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
-    EXPECT_FALSE(vao.upload("va_Vertex", {}, 3, GL_FLOAT));
-    EXPECT_FALSE(vao.upload("va_Vertex", {}, kNineFloats, 9, 3, GL_STATIC_DRAW));
-    EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 8, 3, GL_STATIC_DRAW));
-    EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 0, GL_STATIC_DRAW));
-    EXPECT_MESSAGES(asserted("!bufferObj.isNull()", "Must Supply a valid BO pointer"),
-                    asserted("NULL != bufferObj", "Must Supply a valid BO pointer"),
-                    asserted("0 == (valueCount \\% valuesPerVertex)",
-                             "Data size (8) must be a multi of the values per vertex (3)"),
-                    asserted("0 == (valueCount \\% valuesPerVertex)",
-                             "Data size (9) must be a multi of the values per vertex (0)"));
+    const char *const isMultiple = "0 == (valueCount \\% valuesPerVertex)";
+    EXPECT_TRUE(asserted.refused(
+        {{vao.upload("va_Vertex", {}, 3, GL_FLOAT), "!bufferObj.isNull()", "Must Supply a valid BO pointer"},
+         {vao.upload("va_Vertex", {}, kNineFloats, 9, 3, GL_STATIC_DRAW), "NULL != bufferObj",
+          "Must Supply a valid BO pointer"},
+         {vao.upload("va_Vertex", buffer, kNineFloats, 8, 3, GL_STATIC_DRAW), isMultiple,
+          "Data size (8) must be a multi of the values per vertex (3)"},
+         {vao.upload("va_Vertex", buffer, kNineFloats, 9, 0, GL_STATIC_DRAW), isMultiple,
+          "Data size (9) must be a multi of the values per vertex (0)"}}));
     {
         const AutoBinder binder(buffer.data());
         EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
@@ -92,18 +89,18 @@ TEST_F(VertexArrayObjectTest, SubUploadAndMappingReachTheBufferOfAName)
 {
     VertexArrayObject vao(nullptr);
     const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
-    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0));
+    EXPECT_TRUE(asserted.refused(
+        {{vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0), "_attributesData.contains(attrName)",
+          "Must Supply an existing BO attribute name"}}));
     EXPECT_EQ(nullptr, vao.mapBO("va_Vertex"));
     vao.unmapBO("va_Vertex");
     ASSERT_TRUE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
-    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 2, 2, 0));
-    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 4, 3, 0));
-    EXPECT_MESSAGES(
-        asserted("_attributesData.contains(attrName)", "Must Supply an existing BO attribute name"),
-        asserted("_attributesData[attrName]._valuesPerVertex == valuesPerVertex",
-                 "Values per vertex must match (Current 3 != New 2)"),
-        asserted("0 == (valueCount \\% valuesPerVertex)",
-                 "Data size (4) must be a multi of the values per vertex (3)"));
+    EXPECT_TRUE(asserted.refused(
+        {{vao.subUpload("va_Vertex", kNineFloats, 2, 2, 0),
+          "_attributesData[attrName]._valuesPerVertex == valuesPerVertex",
+          "Values per vertex must match (Current 3 != New 2)"},
+         {vao.subUpload("va_Vertex", kNineFloats, 4, 3, 0), "0 == (valueCount \\% valuesPerVertex)",
+          "Data size (4) must be a multi of the values per vertex (3)"}}));
 
     EXPECT_TRUE(vao.subUpload("va_Vertex", QVector<float>{1.0f, 2.0f, 3.0f}, 3, 6));
     auto *mapped = static_cast<float *>(vao.mapBO("va_Vertex"));
@@ -116,13 +113,12 @@ TEST_F(VertexArrayObjectTest, SubUploadAndMappingReachTheBufferOfAName)
 TEST_F(VertexArrayObjectTest, EnableArrayNeedsABoundObjectAndASlotThatExists)
 {
     VertexArrayObject vao(nullptr);
-    EXPECT_FALSE(vao.enableArray("va_Vertex", -1));
-    EXPECT_FALSE(vao.enableArray("va_Vertex", 0));
+    EXPECT_TRUE(asserted.refused(
+        {{vao.enableArray("a", -1), "0 <= attributeIndex", "Attribute Index is NULL on enable array"},
+         {vao.enableArray("a", 0), "0u != this->_vao", "Vertex Array Object is NULL on enable array"}}));
     vao.create();
-    EXPECT_FALSE(vao.enableArray("va_Vertex", 0));
-    EXPECT_MESSAGES(asserted("0 <= attributeIndex", "Attribute Index is NULL on enable array"),
-                    asserted("0u != this->_vao", "Vertex Array Object is NULL on enable array"),
-                    asserted("true == this->_vaoBound", "Vertex Array Object is not bound on enable array"));
+    EXPECT_TRUE(asserted.refused({{vao.enableArray("a", 0), "true == this->_vaoBound",
+                                   "Vertex Array Object is not bound on enable array"}}));
     const AutoBinder binder(&vao);
     const SlotTaps taps;
     EXPECT_FALSE(vao.enableArray("va_Vertex", std::numeric_limits<int>::max()));
@@ -259,14 +255,14 @@ TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)
     EXPECT_FALSE(first.isBound());
     EXPECT_TRUE(second.isBound());
 
-    EXPECT_FALSE(second.rebind(&first, didBind));
+    EXPECT_TRUE(asserted.refused({{second.rebind(&first, didBind), "false == this->_vaoBound",
+                                   "Vertex Array Object is already bound on rebind"}}));
     EXPECT_TRUE(second.unbind());
-    EXPECT_FALSE(second.rebind(&first, didBind));
     VertexArrayObject unnamed(nullptr);
-    EXPECT_FALSE(second.rebind(&unnamed, didBind));
+    EXPECT_TRUE(
+        asserted.refused({{second.rebind(&first, didBind), "true == vertexArrayObjectBound->_vaoBound",
+                           "Vertex Array Object is not already bound on rebind"},
+                          {second.rebind(&unnamed, didBind), "0u != vertexArrayObjectBound->_vao",
+                           "Vertex Array Object is NULL on rebind"}}));
     EXPECT_FALSE(didBind);
-    EXPECT_MESSAGES(asserted("false == this->_vaoBound", "Vertex Array Object is already bound on rebind"),
-                    asserted("true == vertexArrayObjectBound->_vaoBound",
-                             "Vertex Array Object is not already bound on rebind"),
-                    asserted("0u != vertexArrayObjectBound->_vao", "Vertex Array Object is NULL on rebind"));
 }

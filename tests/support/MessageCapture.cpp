@@ -106,6 +106,18 @@ testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expect
                                        << qPrintable(lines(actual));
 }
 
+testing::AssertionResult AssertionsOf::refused(const std::vector<Refusal> &calls) const
+{
+    std::vector<ExpectedMessage> messages;
+    for (const Refusal &call : calls) {
+        if (call.answer) {
+            return testing::AssertionFailure() << "The call was not refused: " << call.condition;
+        }
+        messages.emplace_back((*this)(call.condition, call.text));
+    }
+    return takeMessages(messages);
+}
+
 MessageTest::~MessageTest()
 {
     // Here, and not in TearDown(): the members of derived fixtures are gone by now and have said what they

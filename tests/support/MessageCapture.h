@@ -98,6 +98,18 @@ public:
         return QString("critical [%1:#] [ !! ] Assertion '%2' failed: %3").arg(_file, condition, text);
     }
 
+    /// What a call answered that should have been refused, and what it should have said.
+    struct Refusal
+    {
+        bool answer;
+        const char *condition;
+        QString text;
+    };
+
+    /// Takes the messages of calls, all of which answered false: `EXPECT_TRUE(asserted.refused({{buffer.bind(),
+    /// "the condition", "the text"}, ...}))`.
+    testing::AssertionResult refused(const std::vector<Refusal> &calls) const;
+
 private:
     QString _file;
 };
