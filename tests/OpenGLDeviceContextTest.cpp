@@ -1,6 +1,5 @@
-#include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
-#include "support/TestProgram.h"
+#include "support/TestBuffer.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -64,21 +63,11 @@ TEST_F(OpenGLDeviceContextTest, TheQuadIsSharedUntilTheContextIsResetAndAHostsFa
     EXPECT_EQ(2, factory.buffers);
 }
 
-TEST_F(OpenGLDeviceContextTest, TheQuadCoversThePictureAtTheNearPlane)
+TEST_F(OpenGLDeviceContextTest, TheQuadIsTwoTrianglesOverClipSpaceAtTheNearPlane)
 {
-    const auto program =
-        makeProgram("#version 150\n"
-                    "in vec3 va_Vertex; in vec2 va_TexCoord; out vec2 vo_TexCoord;\n"
-                    "void main() { vo_TexCoord = va_TexCoord; gl_Position = vec4(va_Vertex, 1.0); }\n",
-                    "#version 150\n"
-                    "in vec2 vo_TexCoord; out vec4 color;\n"
-                    "void main() { color = vec4(vo_TexCoord, gl_FragCoord.z, 1.0); }\n");
-    ASSERT_TRUE(program->bind());
-    constexpr int kSize = 8;
-    const Pixels drawn = drawnPixels(*program, kSize, kSize);
-    EXPECT_TRUE(program->unbind());
-    const Pixels expected = Pixels::of(kSize, kSize, [](int x, int y) {
-        return QVector4D((float(x) + 0.5f) / kSize, (float(y) + 0.5f) / kSize, 0.0f, 1.0f);
-    });
-    EXPECT_TRUE(drawn.isNear(expected, 1e-5f));
+    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->newFullscreenQuad();
+    EXPECT_EQ((std::vector<float>{-1, 1, -1, -1, -1, -1, 1, -1, -1, 1, -1, -1, 1, 1, -1, -1, 1, -1}),
+              contentsOf<float>(*quad->VAO()->bo("va_Vertex"), 18));
+    EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 1, 0, 1, 0, 1, 1, 0, 1}),
+              contentsOf<float>(*quad->VAO()->bo("va_TexCoord"), 12));
 }
