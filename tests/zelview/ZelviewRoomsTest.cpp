@@ -9,6 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QRegularExpression>
+
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -206,42 +209,71 @@ TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)
 
 TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
 {
-    const Expected<Options> options =
-        parseOptions({"zelview",       "a.glb",          "--offscreen", "a.png",
-                      "--size",        "640x480",        "--samples",   "2",
-                      "--view",        "-30,10.5",       "--draw-id",   "base-instance",
-                      "--block-limit", "1024",           "--manager",   "array-bindless",
-                      "--verbose",     "--env",          "sky.hdr",     "--env-layout",
-                      "cross",         "--env-rotation", "-90",         "--env-blur",
-                      "0.25",          "--exposure",     "1.5",         "--aa",
-                      "smaa",          "--mechanism",    "texbuffer"});
-    ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
-    EXPECT_EQ(options->file, QStringLiteral("a.glb"));
-    EXPECT_EQ(options->picture, QStringLiteral("a.png"));
-    EXPECT_EQ(options->size, QSize(640, 480));
-    EXPECT_EQ(options->samples, 2);
-    EXPECT_EQ(options->azimuth, -30.0f);
-    EXPECT_EQ(options->elevation, 10.5f);
-    EXPECT_EQ(options->drawIDPath, DrawIDPath::eBaseInstance);
-    EXPECT_EQ(options->blockLimit, 1024);
-    EXPECT_TRUE(options->manager == ManagerKind::eArrayBindless);
-    EXPECT_EQ(options->environment, QStringLiteral("sky.hdr"));
-    EXPECT_TRUE(options->environmentLayout == EnvironmentLayout::eCross);
-    EXPECT_EQ(options->environmentRotation, -90.0f);
-    EXPECT_EQ(options->environmentBlur, 0.25f);
-    EXPECT_EQ(options->exposure, 1.5f);
-    EXPECT_TRUE(options->edgeFilter == EdgeFilter::eSmaa);
-    EXPECT_TRUE(options->mechanism == MechanismKind::eBufferTexture);
-    EXPECT_FALSE(options->isUdim);
-    EXPECT_TRUE(options->verbose);
-    EXPECT_TRUE(options->answer.isEmpty());
-    const Expected<Options> filtered = parseOptions({"zelview", "a.glb", "--aa", "fxaa"});
-    EXPECT_EQ(filtered->samples, 1); // a filter takes the place of samples
-    const Expected<Options> tiles = parseOptions({"zelview", "--udim", "t.<UDIM>.png"});
-    ASSERT_TRUE(bool(tiles)) << qPrintable(tiles.problem().text);
-    EXPECT_TRUE(tiles->isUdim);
-    EXPECT_EQ(tiles->file, QStringLiteral("t.<UDIM>.png"));
-    EXPECT_FALSE(tiles->manager.has_value());
+    const struct
+    {
+        QStringList arguments;
+        bool (*isTaken)(const Options &);
+    } rows[] = {
+        {{"a.glb", "--offscreen", "a.png"}, [](const Options &o) { return o.picture == "a.png"; }},
+        {{"a.glb", "--size", "640x480"}, [](const Options &o) { return o.size == QSize(640, 480); }},
+        {{"a.glb", "--samples", "2"}, [](const Options &o) { return o.samples == 2; }},
+        {{"a.glb", "--aa", "smaa"}, // takes the place of samples
+         [](const Options &o) { return o.edgeFilter == EdgeFilter::eSmaa && o.samples == 1; }},
+        {{"a.glb", "--aa", "fxaa", "--samples", "4"},
+         [](const Options &o) { return o.edgeFilter == EdgeFilter::eFxaa && o.samples == 4; }},
+        {{"a.glb", "--exposure", "1.5"}, [](const Options &o) { return o.exposure == 1.5f; }},
+        {{"a.glb", "--view", "-30,10.5"},
+         [](const Options &o) { return o.azimuth == -30.0f && o.elevation == 10.5f; }},
+        {{"a.glb", "--camera", "left"}, [](const Options &o) { return o.camera == "left"; }},
+        {{"a.glb", "--offscreen", "a.png", "--pick", "9,8"},
+         [](const Options &o) { return o.pick == QPoint(9, 8); }},
+        {{"a.glb", "--lights", "file"}, [](const Options &o) { return o.lights == LightRig::eFile; }},
+        {{"a.glb", "--csm", "2"}, [](const Options &o) { return o.cascades == 2; }},
+        {{"a.glb", "--variance"}, [](const Options &o) { return o.shadowKind == ShadowKind::eVariance; }},
+        {{"a.glb", "--ground"}, [](const Options &o) { return o.hasGround; }},
+        {{"a.glb", "--env", "sky.hdr"}, [](const Options &o) { return o.environment == "sky.hdr"; }},
+        {{"a.glb", "--env", "sky.hdr", "--env-layout", "cross"},
+         [](const Options &o) { return o.environmentLayout == EnvironmentLayout::eCross; }},
+        {{"a.glb", "--env", "sky.hdr", "--env-rotation", "-90"},
+         [](const Options &o) { return o.environmentRotation == -90.0f; }},
+        {{"a.glb", "--env", "sky.hdr", "--env-blur", "0.25"},
+         [](const Options &o) { return o.environmentBlur == 0.25f; }},
+        {{"a.glb", "--manager", "array-bindless"},
+         [](const Options &o) { return o.manager == ManagerKind::eArrayBindless; }},
+        {{"a.glb", "--mechanism", "texbuffer"},
+         [](const Options &o) { return o.mechanism == MechanismKind::eBufferTexture; }},
+        {{"a.glb", "--block-limit", "1024"}, [](const Options &o) { return o.blockLimit == 1024; }},
+        {{"a.glb", "--draw-id", "base-instance"},
+         [](const Options &o) { return o.drawIDPath == DrawIDPath::eBaseInstance; }},
+        {{"--print-plan"}, [](const Options &o) { return o.printsPlan && o.file.isEmpty(); }},
+        {{"a.ktx", "--level", "3"},
+         [](const Options &o) { return o.level == 3 && o.imageOption == "level"; }},
+        {{"a.ktx", "--face", "4"}, [](const Options &o) { return o.face == 4; }},
+        {{"--udim", "t.<UDIM>.png"},
+         [](const Options &o) { return o.isUdim && o.file == "t.<UDIM>.png" && !o.manager; }},
+        {{"a.glb", "--stats"}, [](const Options &o) { return o.printsStatistics; }},
+        {{"--stress", "9"},
+         [](const Options &o) { return o.stressBodies == 9 && o.lights == LightRig::eNone; }},
+        {{"--stress", "9", "--offscreen", "a.png", "--frames", "5"},
+         [](const Options &o) { return o.frames == 5; }},
+        {{"a.glb", "--verbose"}, [](const Options &o) { return o.verbose && o.file == "a.glb"; }},
+        {{"--version"}, [](const Options &o) { return o.answer.startsWith("zelview "); }},
+    };
+    static int argc = 1;
+    static char name[] = "zelview";
+    static char *argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv);
+    QString help = parseOptions({"zelview", "--help"})->answer;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.arguments.join(QLatin1Char(' ')).toStdString());
+        const Expected<Options> options = parseOptions(QStringList{"zelview"} + row.arguments);
+        ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
+        EXPECT_TRUE(row.isTaken(*options));
+        for (const QString &argument : row.arguments.filter(QRegularExpression("^--"))) {
+            help.remove(QRegularExpression("^  " + argument + "(?= )", QRegularExpression::MultilineOption));
+        }
+    }
+    EXPECT_FALSE(help.contains(QStringLiteral("\n  --"))) << qPrintable(help); // one that no row gives
 }
 
 } // namespace
