@@ -1,8 +1,10 @@
 // The GLSL tree is whole, and every file of it compiles, by itself, under every set of defines that the library can
 // give it or, where the host configures it, that it is made for.
 
+#include "support/Files.h"
 #include "support/GLFixture.h"
 
+#include <ZelCore/Resources.h>
 #include <ZelGL/Array2DTextureManager.h>
 #include <ZelGL/BindlessTextureManager.h>
 #include <ZelGL/DrawBuffers.h>
@@ -19,6 +21,9 @@
 #include <functional>
 
 using namespace Orvane::Zel;
+
+int qInitResources_GLResources();
+int qCleanupResources_GLResources();
 
 namespace {
 
@@ -253,10 +258,25 @@ QStringList sortedFilesOf(const QString &folder)
 
 } // namespace
 
-TEST(GLSLTree, HasItsFilesInTheirFolders)
+TEST(GLSLTree, InsideTheLibraryIsTheTreeOfTheSources)
 {
-    EXPECT_EQ(kIncludes, sortedFilesOf(":/GLSL/include"));
-    EXPECT_EQ(kSources, sortedFilesOf(":/GLSL/src"));
+    for (const auto &[folder, files] :
+         {std::pair<QString, QStringList>("/GLSL/include/", kIncludes), {"/GLSL/src/", kSources}}) {
+        EXPECT_EQ(files, sortedFilesOf(':' + folder));
+        EXPECT_EQ(files, sortedFilesOf(resourcesPath() + folder));
+        for (const QString &file : files) {
+            EXPECT_EQ(bytesOf(resourcesPath() + folder + file), bytesOf(':' + folder + file))
+                << qPrintable(file);
+        }
+    }
+}
+
+TEST(GLSLTree, ComesAndGoesWithItsTwoFunctions)
+{
+    qCleanupResources_GLResources();
+    EXPECT_FALSE(QFile::exists(":/GLSL/src/ZelUtilities.glslc"));
+    qInitResources_GLResources();
+    EXPECT_TRUE(QFile::exists(":/GLSL/src/ZelUtilities.glslc"));
 }
 
 TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)

@@ -27,11 +27,6 @@ constexpr int kSourceLevels = 4;
 constexpr ShadingModel kModels[] = {SHADING_TRADITIONAL, SHADING_ENERY_CONSERVING, SHADING_PHYSICALLY_BASED,
                                     SHADING_LAMBERTIAN_DIFFUSE, SHADING_OREN_NAYAR_DIFFUSE};
 
-Vec normalized(const Vec &v)
-{
-    return 1.0 / length(v) * v;
-}
-
 bool isDiffuse(ShadingModel model)
 {
     return model >= SHADING_LAMBERTIAN_DIFFUSE;
@@ -115,15 +110,67 @@ class Environment
 public:
     using Colors = std::function<Vec(const Vec &direction, int level)>;
 
-    Environment(GLenum target, int height, int levels, const Colors &colors);
+    Environment(GLenum target, int height, int levels, const Colors &colors)
+        : _faces(target == GL_TEXTURE_CUBE_MAP ? 6 : 1)
+    {
+        const int width = _faces == 6 ? height : 2 * height;
+        _texture = std::make_unique<Texture>(target, GL_RGBA32F, width, height, 0, nullptr);
+        _texture->bind();
+        for (int level = 0; level < levels; ++level) {
+            for (int face = 0; face < _faces; ++face) {
+                const int w = width >> level;
+                const int h = height >> level;
+                _images.push_back(Pixels::of(w, h, [&](int x, int y) {
+                    const Vec c = colors(direction(face, center(x, w), center(y, h)), level);
+                    return QVector4D(float(c.x), float(c.y), float(c.z), 1.0f);
+                }));
+                const GLenum image = _faces == 6 ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face) : target;
+                driver()->glTexImage2D(image, level, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT,
+                                       _images.back().data());
+            }
+        }
+        const GLint wrap = _faces == 6 ? GL_CLAMP_TO_EDGE : GL_REPEAT;
+        for (const auto &[name, value] : {std::pair<GLenum, GLint>(GL_TEXTURE_MAX_LEVEL, levels - 1),
+                                          {GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR},
+                                          {GL_TEXTURE_MAG_FILTER, GL_LINEAR},
+                                          {GL_TEXTURE_WRAP_S, wrap},
+                                          {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}}) {
+            driver()->glTexParameteri(target, name, value);
+        }
+        _texture->unbind();
+    }
 
     int width() const { return _images[0].width(); }
     int height() const { return _images[0].height(); }
     int faces() const { return _faces; }
 
-    Vec direction(int face, double u, double v) const;
-    Vec read(const Vec &direction, double lod) const;
-    std::unique_ptr<Texture> baked(int height, unsigned samples, ShadingModel model) const;
+    Vec direction(int face, double u, double v) const
+    {
+        if (_faces == 1) {
+            const double phi = (u - 0.5) * 2.0 * kPi;
+            const double theta = (v - 0.5) * kPi;
+            return {std::cos(phi) * std::cos(theta), std::sin(theta), std::sin(phi) * std::cos(theta)};
+        }
+        return normalized(directionOfFace(face, u, v));
+    }
+
+    Vec read(const Vec &d, double lod) const
+    {
+        const int last = int(_images.size()) / _faces - 1;
+        const double clamped = std::min(std::max(lod, 0.0), double(last));
+        const int level = int(clamped);
+        const Place place = placeOf(d);
+        return (1.0 - (clamped - level)) * bilinear(level, place)
+               + (clamped - level) * bilinear(std::min(level + 1, last), place);
+    }
+
+    std::unique_ptr<Texture> baked(int height, unsigned samples, ShadingModel model) const
+    {
+        return std::unique_ptr<Texture>(
+            _faces == 6 ? CreatePrefilteredCubeEnvMap(_texture.get(), height, samples, model, RGBA32F)
+                        : CreatePrefilteredLatLongEnvMap(_texture.get(), 2 * height, height, samples, model,
+                                                         RGBA32F));
+    }
 
 private:
     struct Place
@@ -132,130 +179,65 @@ private:
         double u, v;
     };
 
-    Place placeOf(const Vec &direction) const;
-    Vec bilinear(int level, const Place &place) const;
-    Vec texel(int level, int face, int x, int y) const;
+    Place placeOf(const Vec &d) const
+    {
+        if (_faces == 1) {
+            const auto [u, v] = latLongOf(d);
+            return {0, u, v};
+        }
+        const double a[] = {std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)};
+        const double c[] = {d.x, d.y, d.z};
+        const int axis = a[0] >= a[1] && a[0] >= a[2] ? 0 : a[1] >= a[2] ? 1 : 2;
+        const int face = 2 * axis + (c[axis] < 0.0 ? 1 : 0);
+        const double s[] = {-d.z, d.z, d.x, d.x, d.x, -d.x};
+        const double t[] = {-d.y, -d.y, d.z, -d.z, -d.y, -d.y};
+        return {face, 0.5 * s[face] / a[axis] + 0.5, 0.5 * t[face] / a[axis] + 0.5};
+    }
+
+    /// Up to one texel outside of the image: around the horizon, at a pole, or on the next face.
+    Vec texel(int level, int face, int x, int y) const
+    {
+        const Pixels &image = _images[size_t(level * _faces + face)];
+        const int w = image.width();
+        const int h = image.height();
+        if (_faces == 1) {
+            return image.at((x + w) % w, std::min(std::max(y, 0), h - 1)).toVector3D();
+        }
+        if (x >= 0 && x < w && y >= 0 && y < w) {
+            return image.at(x, y).toVector3D();
+        }
+        const Place next = placeOf(direction(face, center(x, w), center(y, w)));
+        return texel(level, next.face, int(next.u * w), int(next.v * w));
+    }
+
+    Vec bilinear(int level, const Place &place) const
+    {
+        const Pixels &image = _images[size_t(level * _faces)];
+        const double x = place.u * image.width() - 0.5;
+        const double y = place.v * image.height() - 0.5;
+        const auto isOutside = [](double i, int size) { return i < 0 || i >= size; };
+        Vec sum(0, 0, 0);
+        Vec others(0, 0, 0);
+        double weightOfCorner = 0.0;
+        for (int i = 0; i < 4; ++i) {
+            const double column = std::floor(x) + i % 2;
+            const double row = std::floor(y) + i / 2;
+            const double weight = (1.0 - std::fabs(x - column)) * (1.0 - std::fabs(y - row));
+            if (_faces == 6 && isOutside(column, image.width()) && isOutside(row, image.height())) {
+                weightOfCorner = weight; // three texels meet there
+                continue;
+            }
+            const Vec color = texel(level, place.face, int(column), int(row));
+            sum = sum + weight * color;
+            others = others + color;
+        }
+        return sum + weightOfCorner / 3.0 * others;
+    }
 
     int _faces;
     std::unique_ptr<Texture> _texture;
     std::vector<Pixels> _images; ///< level after level, face after face
 };
-
-Environment::Environment(GLenum target, int height, int levels, const Colors &colors)
-    : _faces(target == GL_TEXTURE_CUBE_MAP ? 6 : 1)
-{
-    const int width = _faces == 6 ? height : 2 * height;
-    _texture = std::make_unique<Texture>(target, GL_RGBA32F, width, height, 0, nullptr);
-    _texture->bind();
-    for (int level = 0; level < levels; ++level) {
-        for (int face = 0; face < _faces; ++face) {
-            const int w = width >> level;
-            const int h = height >> level;
-            _images.push_back(Pixels::of(w, h, [&](int x, int y) {
-                const Vec c = colors(direction(face, center(x, w), center(y, h)), level);
-                return QVector4D(float(c.x), float(c.y), float(c.z), 1.0f);
-            }));
-            const GLenum image = _faces == 6 ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face) : target;
-            driver()->glTexImage2D(image, level, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT,
-                                   _images.back().data());
-        }
-    }
-    const GLint wrap = _faces == 6 ? GL_CLAMP_TO_EDGE : GL_REPEAT;
-    for (const auto &[name, value] : {std::pair<GLenum, GLint>(GL_TEXTURE_MAX_LEVEL, levels - 1),
-                                      {GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR},
-                                      {GL_TEXTURE_MAG_FILTER, GL_LINEAR},
-                                      {GL_TEXTURE_WRAP_S, wrap},
-                                      {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}}) {
-        driver()->glTexParameteri(target, name, value);
-    }
-    _texture->unbind();
-}
-
-Vec Environment::direction(int face, double u, double v) const
-{
-    if (_faces == 1) {
-        const double phi = (u - 0.5) * 2.0 * kPi;
-        const double theta = (v - 0.5) * kPi;
-        return {std::cos(phi) * std::cos(theta), std::sin(theta), std::sin(phi) * std::cos(theta)};
-    }
-    const double s = 2 * u - 1;
-    const double t = 2 * v - 1;
-    const Vec directions[] = {{1, -t, -s}, {-1, -t, s}, {s, 1, t}, {s, -1, -t}, {s, -t, 1}, {-s, -t, -1}};
-    return normalized(directions[face]);
-}
-
-Environment::Place Environment::placeOf(const Vec &d) const
-{
-    if (_faces == 1) {
-        const auto [u, v] = latLongOf(d);
-        return {0, u, v};
-    }
-    const double a[] = {std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)};
-    const double c[] = {d.x, d.y, d.z};
-    const int axis = a[0] >= a[1] && a[0] >= a[2] ? 0 : a[1] >= a[2] ? 1 : 2;
-    const int face = 2 * axis + (c[axis] < 0.0 ? 1 : 0);
-    const double s[] = {-d.z, d.z, d.x, d.x, d.x, -d.x};
-    const double t[] = {-d.y, -d.y, d.z, -d.z, -d.y, -d.y};
-    return {face, 0.5 * s[face] / a[axis] + 0.5, 0.5 * t[face] / a[axis] + 0.5};
-}
-
-/// Up to one texel outside of the image: around the horizon, at a pole, or on the next face.
-Vec Environment::texel(int level, int face, int x, int y) const
-{
-    const Pixels &image = _images[size_t(level * _faces + face)];
-    const int w = image.width();
-    const int h = image.height();
-    if (_faces == 1) {
-        return image.at((x + w) % w, std::min(std::max(y, 0), h - 1)).toVector3D();
-    }
-    if (x >= 0 && x < w && y >= 0 && y < w) {
-        return image.at(x, y).toVector3D();
-    }
-    const Place next = placeOf(direction(face, center(x, w), center(y, w)));
-    return texel(level, next.face, int(next.u * w), int(next.v * w));
-}
-
-Vec Environment::bilinear(int level, const Place &place) const
-{
-    const Pixels &image = _images[size_t(level * _faces)];
-    const double x = place.u * image.width() - 0.5;
-    const double y = place.v * image.height() - 0.5;
-    const auto isOutside = [](double i, int size) { return i < 0 || i >= size; };
-    Vec sum(0, 0, 0);
-    Vec others(0, 0, 0);
-    double weightOfCorner = 0.0;
-    for (int i = 0; i < 4; ++i) {
-        const double column = std::floor(x) + i % 2;
-        const double row = std::floor(y) + i / 2;
-        const double weight = (1.0 - std::fabs(x - column)) * (1.0 - std::fabs(y - row));
-        if (_faces == 6 && isOutside(column, image.width()) && isOutside(row, image.height())) {
-            weightOfCorner = weight; // three texels meet there
-            continue;
-        }
-        const Vec color = texel(level, place.face, int(column), int(row));
-        sum = sum + weight * color;
-        others = others + color;
-    }
-    return sum + weightOfCorner / 3.0 * others;
-}
-
-Vec Environment::read(const Vec &d, double lod) const
-{
-    const int last = int(_images.size()) / _faces - 1;
-    const double clamped = std::min(std::max(lod, 0.0), double(last));
-    const int level = int(clamped);
-    const Place place = placeOf(d);
-    return (1.0 - (clamped - level)) * bilinear(level, place)
-           + (clamped - level) * bilinear(std::min(level + 1, last), place);
-}
-
-std::unique_ptr<Texture> Environment::baked(int height, unsigned samples, ShadingModel model) const
-{
-    return std::unique_ptr<Texture>(
-        _faces == 6
-            ? CreatePrefilteredCubeEnvMap(_texture.get(), height, samples, model, RGBA32F)
-            : CreatePrefilteredLatLongEnvMap(_texture.get(), 2 * height, height, samples, model, RGBA32F));
-}
 
 /// One pixel of a filtered environment. row is that of the pixel on its level.
 Vec filtered(const Environment &source, ShadingModel model, const Vec &N, int row, double roughness,
@@ -505,31 +487,24 @@ TEST_F(PrefilteredEnvMapTest, WhatComesBackIsReadOnlyAndReadyToSample)
     const auto cube = Environment(GL_TEXTURE_CUBE_MAP, 16, 1, white).baked(8, 1, kModel);
     const auto latLong = Environment(GL_TEXTURE_2D, 16, 1, white).baked(8, 1, kModel);
     const std::unique_ptr<Texture> table(CreatePreintegratedBRDFTable(4, 4, 4, kModel, RGBA16F));
+    EXPECT_EQ(nullptr, CreatePrefilteredCubeEnvMap(nullptr, 8, 1, kModel, RGBA16F));
+    EXPECT_EQ(nullptr, CreatePrefilteredLatLongEnvMap(nullptr, 8, 8, 1, kModel, RGBA16F));
     const struct
     {
         Texture *texture;
-        GLint minFilter, wrapS, minLod, lastLevel;
-    } rows[] = {{cube.get(), GL_LINEAR_MIPMAP_LINEAR, GL_CLAMP_TO_EDGE, 0, 3},
-                {latLong.get(), GL_LINEAR_MIPMAP_LINEAR, GL_REPEAT, 0, 3},
-                {table.get(), GL_LINEAR, GL_CLAMP_TO_EDGE, -1000, 0}};
+        GLint minFilter, wrapS, lastLevel, minLod, maxLod;
+    } rows[] = {{cube.get(), GL_LINEAR_MIPMAP_LINEAR, GL_CLAMP_TO_EDGE, 3, 0, 3},
+                {latLong.get(), GL_LINEAR_MIPMAP_LINEAR, GL_REPEAT, 3, 0, 3},
+                {table.get(), GL_LINEAR, GL_CLAMP_TO_EDGE, 0, -1000, 1000}};
     for (const auto &row : rows) {
         EXPECT_TRUE(row.texture->isReadOnly());
         EXPECT_FALSE(row.texture->isBound());
-        EXPECT_EQ(row.minFilter, textureParameter(*row.texture, GL_TEXTURE_MIN_FILTER));
-        EXPECT_EQ(GL_LINEAR, textureParameter(*row.texture, GL_TEXTURE_MAG_FILTER));
-        EXPECT_EQ(row.wrapS, textureParameter(*row.texture, GL_TEXTURE_WRAP_S));
-        EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*row.texture, GL_TEXTURE_WRAP_T));
+        EXPECT_EQ(
+            (std::vector<GLint>{row.minFilter, GL_LINEAR, row.wrapS, GL_CLAMP_TO_EDGE, 0, row.lastLevel}),
+            samplingOf(*row.texture));
         EXPECT_EQ(row.minLod, textureParameter(*row.texture, GL_TEXTURE_MIN_LOD));
-        EXPECT_EQ(row.lastLevel, textureParameter(*row.texture, GL_TEXTURE_MAX_LEVEL));
-        EXPECT_EQ(row.lastLevel == 0 ? 1000 : row.lastLevel,
-                  textureParameter(*row.texture, GL_TEXTURE_MAX_LOD));
+        EXPECT_EQ(row.maxLod, textureParameter(*row.texture, GL_TEXTURE_MAX_LOD));
     }
-}
-
-TEST_F(PrefilteredEnvMapTest, NullSourcesGiveNull)
-{
-    EXPECT_EQ(nullptr, CreatePrefilteredCubeEnvMap(nullptr, 8, 1, SHADING_TRADITIONAL, RGBA16F));
-    EXPECT_EQ(nullptr, CreatePrefilteredLatLongEnvMap(nullptr, 8, 8, 1, SHADING_TRADITIONAL, RGBA16F));
 }
 
 TEST_F(PrefilteredEnvMapTest, BakesLeaveTheStateThatTheyAreStatedToLeave)

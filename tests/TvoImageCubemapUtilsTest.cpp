@@ -4,11 +4,11 @@
 #include "support/Pixels.h"
 #include "support/StateGuard.h"
 #include "support/TextureParameter.h"
+#include "support/Vec.h"
 
+#include <ZelGL/AutoBinder.h>
 #include <ZelGL/OpenGLDeviceContext.h>
 #include <ZelGL/TvoImageCubemapUtils.h>
-
-#include <QtGui/QVector3D>
 
 #include <cmath>
 #include <functional>
@@ -21,38 +21,29 @@ using namespace TvoImageCubemapUtils;
 namespace {
 
 constexpr int kFace = 16;
-constexpr float kPi = 3.14159265f;
+constexpr double kPi = 3.14159265358979;
 
 using TexturePointer = std::unique_ptr<Texture>;
 
-QVector4D colorOf(const QVector3D &direction)
+QVector4D colorOf(const Vec &direction)
 {
-    return {0.5f * direction.normalized() + QVector3D(0.5f, 0.5f, 0.5f), 1.0f};
-}
-
-/// The direction of a place on a face of GL's cube maps, 0 to 1.
-QVector3D directionOfFace(int face, float u, float v)
-{
-    const float s = 2 * u - 1;
-    const float t = 2 * v - 1;
-    const QVector3D directions[] = {{1, -t, -s}, {-1, -t, s}, {s, 1, t},
-                                    {s, -1, -t}, {s, -t, 1},  {-s, -t, -1}};
-    return directions[face].normalized();
+    const Vec n = normalized(direction);
+    return {0.5f * float(n.x) + 0.5f, 0.5f * float(n.y) + 0.5f, 0.5f * float(n.z) + 0.5f, 1.0f};
 }
 
 /// Of an image with the sky in its first row and +x at its left end.
-QVector3D directionOfLatLong(float u, float v)
+Vec directionOfLatLong(double u, double v)
 {
-    const float theta = 2 * kPi * u;
-    const float phi = kPi * v;
+    const double theta = 2 * kPi * u;
+    const double phi = kPi * v;
     return {std::sin(phi) * std::cos(theta), std::cos(phi), std::sin(phi) * std::sin(theta)};
 }
 
 /// Of a strip with the sky at the top of its first row.
-QVector3D directionOfStrip(float u, float v)
+Vec directionOfStrip(double u, double v)
 {
     const int face = std::min(int(u * 6), 5);
-    return directionOfFace(face, u * 6 - float(face), v);
+    return directionOfFace(face, u * 6 - face, v);
 }
 
 class TvoImageCubemapUtilsTest : public GLTest
@@ -62,13 +53,19 @@ protected:
 
     ~TvoImageCubemapUtilsTest() override { OpenGLDeviceContext::resetContext(); }
 
-    using Colors = std::function<QVector4D(float u, float v)>;
+    /// By the place in an image, 0 to 1.
+    using Colors = std::function<QVector4D(double u, double v)>;
+    using ColorsOfDirections = std::function<QVector4D(const Vec &)>;
 
     static Pixels pixels(int width, int height, const Colors &colorAt)
     {
-        return Pixels::of(width, height, [&](int x, int y) {
-            return colorAt((float(x) + 0.5f) / float(width), (float(y) + 0.5f) / float(height));
-        });
+        return Pixels::of(width, height,
+                          [&](int x, int y) { return colorAt((x + 0.5) / width, (y + 0.5) / height); });
+    }
+
+    static Pixels pixelsOfFace(int face, int size, const ColorsOfDirections &colorAt)
+    {
+        return pixels(size, size, [&](double u, double v) { return colorAt(directionOfFace(face, u, v)); });
     }
 
     static void fill(GLenum image, const Pixels &pixels)
@@ -80,24 +77,23 @@ protected:
     static TexturePointer image(int width, int height, const Colors &colorAt)
     {
         auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA32F, width, height, 0, nullptr);
-        texture->bind();
+        const AutoBinder bound(texture.get());
         fill(GL_TEXTURE_2D, pixels(width, height, colorAt));
-        texture->unbind();
         return texture;
     }
 
-    static TexturePointer cube(int size, const std::function<QVector4D(const QVector3D &)> &colorAt)
+    static TexturePointer cube(int size, const ColorsOfDirections &colorAt)
     {
         auto texture = std::make_unique<Texture>(GL_TEXTURE_CUBE_MAP, GL_RGBA32F, size, size, 0, nullptr);
-        texture->bind();
+        const AutoBinder bound(texture.get());
         for (int face = 0; face < 6; ++face) {
-            fill(GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face),
-                 pixels(size, size, [&](float u, float v) { return colorAt(directionOfFace(face, u, v)); }));
+            fill(GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face), pixelsOfFace(face, size, colorAt));
         }
         driver()->glGenerateMipmap(GL_TEXTURE_CUBE_MAP);
-        texture->unbind();
         return texture;
     }
+
+    static QVector4D black(double, double) { return {}; }
 
     /// Takes the messages of a render.
     TexturePointer converted(Texture *source, TvoImageCubemapSourceType type, int maxSize = 0)
@@ -111,35 +107,15 @@ protected:
 
     static int sizeOf(Texture &texture, int level = 0)
     {
-        texture.bind();
-        const int size = texture.width(level);
-        texture.unbind();
-        return size;
+        return levelParameter(texture, level, GL_TEXTURE_WIDTH);
     }
 
-    static Pixels layerOf(const Texture &array, int layer, int size)
-    {
-        GLuint framebuffer = 0;
-        driver()->glGenFramebuffers(1, &framebuffer);
-        driver()->glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-        driver()->glFramebufferTextureLayer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, array.textureID(), 0,
-                                            layer);
-        const Pixels pixels = Pixels::ofFramebuffer(0, 0, size, size);
-        driver()->glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        driver()->glDeleteFramebuffers(1, &framebuffer);
-        return pixels;
-    }
-
-    static testing::AssertionResult
-    facesAre(const Texture &cube, int size, float tolerance,
-             const std::function<QVector4D(const QVector3D &)> &colorAt = colorOf, int level = 0)
+    static testing::AssertionResult facesAre(const Texture &cube, int size, float tolerance,
+                                             const ColorsOfDirections &colorAt = colorOf, int level = 0)
     {
         for (int face = 0; face < 6; ++face) {
-            const auto result =
-                Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, cube.textureID(), level, face)
-                    .isNear(pixels(size, size,
-                                   [&](float u, float v) { return colorAt(directionOfFace(face, u, v)); }),
-                            tolerance);
+            const auto result = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, cube.textureID(), level, face)
+                                    .isNear(pixelsOfFace(face, size, colorAt), tolerance);
             if (!result) {
                 return testing::AssertionFailure() << "face " << face << ": " << result.message();
             }
@@ -168,7 +144,7 @@ TEST_F(TvoImageCubemapUtilsTest, NamesOfLayouts)
 TEST_F(TvoImageCubemapUtilsTest, LatLongImagesComeOutByDirection)
 {
     const auto source =
-        image(16 * kFace, 8 * kFace, [](float u, float v) { return colorOf(directionOfLatLong(u, v)); });
+        image(16 * kFace, 8 * kFace, [](double u, double v) { return colorOf(directionOfLatLong(u, v)); });
     const auto result = converted(source.get(), eSourceLatLong, kFace);
     EXPECT_TRUE(facesAre(*result, kFace, 0.02f)); // the nearest texel is up to 0.7 degrees off
     EXPECT_EQ(kFace / 2, sizeOf(*result, 1));
@@ -181,7 +157,7 @@ TEST_F(TvoImageCubemapUtilsTest, LatLongImagesComeOutByDirection)
 TEST_F(TvoImageCubemapUtilsTest, StripsComeOutByDirectionAndGoBackUpsideDown)
 {
     const auto source =
-        image(6 * kFace, kFace, [](float u, float v) { return colorOf(directionOfStrip(u, v)); });
+        image(6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, v)); });
     const auto result = converted(source.get(), eSourceLinear);
     EXPECT_TRUE(facesAre(*result, kFace, 1e-5f));
 
@@ -189,19 +165,20 @@ TEST_F(TvoImageCubemapUtilsTest, StripsComeOutByDirectionAndGoBackUpsideDown)
     const TexturePointer strip(createGLCubemapStripFromTexture(result.get(), 0));
     ASSERT_NE(nullptr, strip);
     const Pixels expected =
-        pixels(6 * kFace, kFace, [](float u, float v) { return colorOf(directionOfStrip(u, 1 - v)); });
+        pixels(6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, 1 - v)); });
     EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, strip->textureID()).isNear(expected, 1e-3f));
 }
 
 TEST_F(TvoImageCubemapUtilsTest, MirrorBallsComeOutByDirection)
 {
     constexpr int kSize = 16 * kFace;
-    const auto source = image(kSize, kSize, [](float u, float v) {
-        return QVector4D(u, v, 0.25f, 1.0f); // where it is read
+    const auto source = image(kSize, kSize, [](double u, double v) {
+        return QVector4D(float(u), float(v), 0.25f, 1.0f); // where it is read
     });
     const auto result = converted(source.get(), eSourceSphere, kFace);
-    EXPECT_TRUE(facesAre(*result, kFace, 1.0f / kSize, [](const QVector3D &n) {
-        return QVector4D(0.5f * n.x() + 0.5f, 0.5f * n.y() + 0.5f, 0.25f, 1.0f);
+    EXPECT_TRUE(facesAre(*result, kFace, 1.0f / kSize, [](const Vec &direction) {
+        const QVector4D color = colorOf(direction);
+        return QVector4D(color.x(), color.y(), 0.25f, 1.0f);
     }));
 }
 
@@ -210,31 +187,31 @@ TEST_F(TvoImageCubemapUtilsTest, CrossesGiveWhatTheirMatrixGives)
     const struct
     {
         int cellX, cellY;
-        float t[6];
+        double t[6];
     } rows[] = {{2, 1, {0, 0, 0, -1, -1, 0}}, {0, 1, {0, 0, 0, -1, 1, 0}}, {1, 0, {1, 0, 0, 0, 0, 1}},
                 {1, 2, {1, 0, 0, 0, 0, -1}},  {1, 1, {1, 0, 0, -1, 0, 0}}, {3, 1, {-1, 0, 0, -1, 0, 0}},
                 {1, 3, {1, 0, 0, 1, 0, 0}}}; // -z of the layout that is higher than wide
     for (const bool isWide : {true, false}) {
-        const auto source = image(isWide ? 64 : 48, isWide ? 48 : 64,
-                                  [](float u, float v) { return QVector4D(u, v, 0.5f, 1.0f); });
+        const auto source = image(isWide ? 64 : 48, isWide ? 48 : 64, [](double u, double v) {
+            return QVector4D(float(u), float(v), 0.5f, 1.0f);
+        });
         const auto result = converted(source.get(), eSourceCross);
         ASSERT_EQ(16, sizeOf(*result));
-        const float sx = 0.5f / (isWide ? 4 : 3);
-        const float sy = 0.5f / (isWide ? 3 : 4);
+        const double sx = 0.5 / (isWide ? 4 : 3);
+        const double sy = 0.5 / (isWide ? 3 : 4);
         for (int i = 0; i < 6; ++i) {
             const auto &row = rows[i == 5 && !isWide ? 6 : i];
-            const float *t = row.t;
+            const double *t = row.t;
             const Pixels face = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 0, i);
             for (const int x : {1, 5, 14}) {
                 const int y = 15 - x / 2;
-                QVector3D n = directionOfFace(i, (float(x) + 0.5f) / 16, (float(y) + 0.5f) / 16);
-                n /= std::max({std::fabs(n.x()), std::fabs(n.y()), std::fabs(n.z())}); // as drawn
+                const Vec n = directionOfFace(i, (x + 0.5) / 16, (y + 0.5) / 16);
                 // The numbers stand row by row: four of the first, four of the second.
-                const float u = t[0] * sx * n.x() + t[1] * sy * n.y() + t[2] * sx * n.z() + t[3] * sy;
-                const float v = t[4] * sx * n.x() + t[5] * sy * n.y() + float(2 * row.cellX + 1) * sx * n.z()
-                                + float(2 * row.cellY + 1) * sy;
-                EXPECT_TRUE(
-                    face.isNear(x, y, {u - std::floor(u), v - std::floor(v), 0.5f, 1.0f}, 0.5f / 48 + 1e-4f))
+                const double u = t[0] * sx * n.x + t[1] * sy * n.y + t[2] * sx * n.z + t[3] * sy;
+                const double v = t[4] * sx * n.x + t[5] * sy * n.y + (2 * row.cellX + 1) * sx * n.z
+                                 + (2 * row.cellY + 1) * sy;
+                const QVector4D expected(float(u - std::floor(u)), float(v - std::floor(v)), 0.5f, 1.0f);
+                EXPECT_TRUE(face.isNear(x, y, expected, 0.5f / 48 + 1e-4f))
                     << (isWide ? "wide" : "high") << ", face " << i;
             }
         }
@@ -243,8 +220,7 @@ TEST_F(TvoImageCubemapUtilsTest, CrossesGiveWhatTheirMatrixGives)
 
 TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
 {
-    const auto color = [](float, float) { return QVector4D(); };
-    const auto square = image(32, 32, color);
+    const auto square = image(32, 32, black);
     EXPECT_EQ(nullptr, createGLCubemapFromTexture(square.get(), eSourceCross, GL_TEXTURE_CUBE_MAP,
                                                   eColorSpaceLinear, 0));
     EXPECT_MESSAGES(
@@ -258,7 +234,7 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
               createGLCubemapFromTexture(nullptr, eSourceCross, GL_TEXTURE_CUBE_MAP, eColorSpaceLinear, 0));
     EXPECT_EQ(nullptr, createGLCubemapStripFromTexture(nullptr, 0));
 
-    const auto odd = image(64, 12, color); // not square, which is all that a cross has to be
+    const auto odd = image(64, 12, black); // not square, which is all that a cross has to be
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceCross)));
     EXPECT_EQ(8, sizeOf(*converted(odd.get(), eSourceCross, 8)));
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceLatLong, 100)));
@@ -280,7 +256,7 @@ TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDraw
     EXPECT_EQ(nullptr, Boaster().createCubemap(4, GL_RGBA8, GL_TEXTURE_CUBE_MAP));
     EXPECT_MESSAGES("debug [TvoImageCubemapUtils.cpp:#] [ !! ] Failed to create Shader");
 
-    const auto source = image(24, 4, [](float, float) { return QVector4D(); });
+    const auto source = image(24, 4, black);
     TvoRenderCubemap_Linear renderer;
     renderer.setTexture(source.get());
     EXPECT_FALSE(renderer.renderBegin(0)); // no program yet
@@ -300,27 +276,25 @@ TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLas
     ASSERT_NE(nullptr, result);
     EXPECT_MESSAGES(startsWith("debug [TvoImageCubemapUtils.cpp:#] "),
                     startsWith("debug [TvoImageCubemapUtils.cpp:#] rendercubemap() took "));
-    result->bind();
-    EXPECT_EQ(6 * kLayers, result->depth(0));
-    result->unbind();
+    EXPECT_EQ(6 * kLayers, levelParameter(*result, 0, GL_TEXTURE_DEPTH));
     for (int face = 0; face < 6; ++face) {
-        const QVector3D n = directionOfFace(face, 0.25f, 0.25f);
+        const Vec n = normalized(directionOfFace(face, 0.25, 0.25));
         for (int layer = 0; layer < kLayers; ++layer) {
             // The grid of the shader.
-            const float exponent = std::exp2(13.0f * std::pow(float(layer) / (kLayers - 1), 4.0f));
+            const double exponent = std::exp2(13.0 * std::pow(double(layer) / (kLayers - 1), 4.0));
             QVector4D sum = colorOf(n); // about what the filter gives at the pixel's own place
             for (int i = 0; i < 81; ++i) {
-                const QVector3D d =
-                    QVector3D(0.25f * float(i % 9) - 1, 0.25f * float(i / 9) - 1, 1).normalized();
-                for (int k = 0; k < 6; ++k) {
-                    const int first = k / 2; // d.xyz, d.yzx and d.zxy, each with both signs of the last
-                    const QVector3D sample(d[first], d[(first + 1) % 3],
-                                           (k % 2 == 0 ? 1 : -1) * d[(first + 2) % 3]);
-                    const float weight = std::pow(std::max(QVector3D::dotProduct(n, sample), 0.0f), exponent);
-                    sum += weight * colorOf(sample); // whose alpha is 1, so that the weights add up there
+                const Vec d = normalized({0.25 * (i % 9) - 1, 0.25 * (i / 9) - 1, 1});
+                for (const int sign : {1, -1}) {
+                    for (const Vec &sample :
+                         {Vec(d.x, d.y, sign * d.z), Vec(d.y, d.z, sign * d.x), Vec(d.z, d.x, sign * d.y)}) {
+                        const double weight = std::pow(std::max(dot(n, sample), 0.0), exponent);
+                        sum += float(weight) * colorOf(sample); // whose alpha is 1: there the weights add up
+                    }
                 }
             }
-            const Pixels actual = layerOf(*result, 6 * layer + face, 2);
+            const Pixels actual =
+                Pixels::ofTexture(GL_TEXTURE_CUBE_MAP_ARRAY, result->textureID(), 0, 6 * layer + face);
             EXPECT_TRUE(actual.isNear(0, 0, sum / sum.w(), 0.03f)) << "face " << face << ", layer " << layer;
         }
     }
@@ -344,11 +318,11 @@ TEST_F(TvoImageCubemapUtilsTest, BlursKeepTheClearColours)
 TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
 {
     const auto small = cube(4, colorOf);
-    const auto target = cube(16, [](const QVector3D &) { return QVector4D(); });
+    const auto target = cube(16, [](const Vec &) { return QVector4D(); });
     EXPECT_TRUE(copyCubeMapTextureAsLod(small.get(), target.get(), 2));
     EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), target.get(), 1)); // another size
-    const auto flat = image(4, 4, [](float, float) { return QVector4D(); });
+    const auto flat = image(4, 4, black);
     EXPECT_FALSE(copyCubeMapTextureAsLod(flat.get(), target.get(), 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(nullptr, target.get(), 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), nullptr, 2));
@@ -362,7 +336,7 @@ TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
 
 TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
 {
-    const auto source = image(64, 48, [](float, float) { return QVector4D(); });
+    const auto source = image(64, 48, black);
     const auto sky = cube(4, colorOf);
     const auto changesOf = [](const std::function<void()> &render) {
         driver()->glViewport(1, 2, 3, 4);

@@ -61,11 +61,13 @@ public:
 private:
     static GLenum bindingOf(GLenum target)
     {
-        static const QHash<GLenum, GLenum> kBindings = {{GL_TEXTURE_1D, GL_TEXTURE_BINDING_1D},
-                                                        {GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D},
-                                                        {GL_TEXTURE_3D, GL_TEXTURE_BINDING_3D},
-                                                        {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BINDING_2D_ARRAY},
-                                                        {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP}};
+        static const QHash<GLenum, GLenum> kBindings = {
+            {GL_TEXTURE_1D, GL_TEXTURE_BINDING_1D},
+            {GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D},
+            {GL_TEXTURE_3D, GL_TEXTURE_BINDING_3D},
+            {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BINDING_2D_ARRAY},
+            {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP},
+            {GL_TEXTURE_CUBE_MAP_ARRAY, GL_TEXTURE_BINDING_CUBE_MAP_ARRAY}};
         EXPECT_TRUE(kBindings.contains(target)) << "Pixels does not know the texture target " << target;
         return kBindings.value(target, GL_TEXTURE_BINDING_2D);
     }

@@ -32,8 +32,8 @@ public:
     /// The read buffer of the read framebuffer.
     static Pixels ofFramebuffer(int x, int y, int width, int height);
 
-    /// A level of a texture without integer format; layer is that of an array, the slice of a 3D texture or
-    /// the face of a cube. What the format does not have reads as GL fills it up.
+    /// A level of a texture without integer format; layer is that of an array (of cubes: six a cube), the slice of
+    /// a 3D texture or the face of a cube. What the format does not have reads as GL fills it up.
     static Pixels ofTexture(GLenum target, GLuint name, int level = 0, int layer = 0);
 
     int width() const { return _width; }

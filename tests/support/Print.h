@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -26,4 +28,12 @@ inline void PrintTo(const QStringList &texts, std::ostream *out)
         PrintTo(text, out);
     }
     *out << '}';
+}
+
+/// Whether the words stand in the text, which a failure shows.
+inline testing::AssertionResult holds(const QString &text, const QString &words)
+{
+    return text.contains(words) ? testing::AssertionSuccess()
+                                : testing::AssertionFailure()
+                                      << '"' << qPrintable(words) << "\" is not in: " << qPrintable(text);
 }

@@ -45,3 +45,16 @@ inline double length(const Vec &a)
 {
     return std::sqrt(dot(a, a));
 }
+inline Vec normalized(const Vec &v)
+{
+    return 1.0 / length(v) * v;
+}
+
+/// The direction of a place on a face of GL's cube maps, 0 to 1; the greatest coordinate is 1.
+inline Vec directionOfFace(int face, double u, double v)
+{
+    const double s = 2 * u - 1;
+    const double t = 2 * v - 1;
+    const Vec directions[] = {{1, -t, -s}, {-1, -t, s}, {s, 1, t}, {s, -1, -t}, {s, -t, 1}, {-s, -t, -1}};
+    return directions[face];
+}

@@ -48,15 +48,15 @@ public:
              {"m0\nKd 0.8 0.05 0.05", "m1\nKd 0.05 0.8 0.05", "m2\nKd 0.05 0.05 0.8"}) {
             materials += QByteArray("newmtl ") + material + "\n";
         }
-        write(name + QStringLiteral(".mtl"), materials);
+        write(name + ".mtl", materials);
 
         QByteArray text = "mtllib " + name.toUtf8() + ".mtl\n";
         for (int i = 0; i < columns * rows; ++i) {
             const int x = i % columns;
             const int y = i / columns;
-            text += QStringLiteral("o square%1\nusemtl m%2\n").arg(i).arg(i % 3).toUtf8();
+            text += QString("o square%1\nusemtl m%2\n").arg(i).arg(i % 3).toUtf8();
             for (const auto &corner : {QPair<int, int>{0, 0}, {1, 0}, {1, 1}, {0, 1}}) {
-                text += QStringLiteral("v %1 %2 0\n").arg(x + corner.first).arg(y + corner.second).toUtf8();
+                text += QString("v %1 %2 0\n").arg(x + corner.first).arg(y + corner.second).toUtf8();
             }
             text += "f -4 -3 -2 -1\n";
         }
@@ -70,7 +70,7 @@ public:
         const QJsonArray nodeList = QJsonDocument::fromJson(nodes).array();
         QSet<int> children;
         for (const QJsonValue &node : nodeList) {
-            for (const QJsonValue &child : node[QLatin1String("children")].toArray()) {
+            for (const QJsonValue &child : node["children"].toArray()) {
                 children.insert(child.toInt());
             }
         }

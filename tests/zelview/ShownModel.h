@@ -60,7 +60,7 @@ public:
     /// The lines about the last frame that hold these words.
     QString report(const char *words) const
     {
-        return _exhibit->describeFrame().filter(QLatin1String(words)).join(QLatin1Char('\n'));
+        return _exhibit->describeFrame().filter(QLatin1String(words)).join('\n');
     }
 
     QString draws() const { return report("draws  "); }

@@ -167,10 +167,7 @@ QString writeHdr(const ModelFiles &files, const char *name, const LightImage &im
 QString writeKtx(const ModelFiles &files, const char *name, const LightImage &strip)
 {
     const int side = strip.size.height();
-    KtxFile file;
-    file.glFormat = file.glBaseInternalFormat = GL_RGB;
-    file.glInternalFormat = 0x8051; // GL_RGB8
-    file.width = file.height = quint32(side);
+    KtxFile file = KtxFile::of(quint32(side), quint32(side), 0, 0x8051, GL_RGB); // GL_RGB8
     file.faces = 6;
     QByteArray texels;
     for (int i = 0; i < 6 * side * side; ++i) {
@@ -287,24 +284,22 @@ QString writeBalls(const ModelFiles &files, const std::vector<Finish> &finishes)
     }
     QStringList nodes, meshes, materials;
     for (int i = 0; i < int(finishes.size()); ++i) {
-        nodes += QStringLiteral(R"({"mesh":%1,"translation":[%2,0,0]})").arg(i).arg(2.2 * i);
+        nodes += QString(R"({"mesh":%1,"translation":[%2,0,0]})").arg(i).arg(2.2 * i);
         meshes +=
-            QStringLiteral(
-                R"({"primitives":[{"attributes":{"POSITION":0,"NORMAL":0},"indices":1,"material":%1}]})")
+            QString(R"({"primitives":[{"attributes":{"POSITION":0,"NORMAL":0},"indices":1,"material":%1}]})")
                 .arg(i);
-        materials += QStringLiteral(R"({"pbrMetallicRoughness":{"metallicFactor":%1,"roughnessFactor":%2}})")
+        materials += QString(R"({"pbrMetallicRoughness":{"metallicFactor":%1,"roughnessFactor":%2}})")
                          .arg(finishes[size_t(i)].metalness)
                          .arg(finishes[size_t(i)].roughness);
     }
-    const QString members = QStringLiteral(
-                                R"("meshes":[%1],"materials":[%2],
+    const QString members = QString(R"("meshes":[%1],"materials":[%2],
             "accessors":[{"bufferView":0,"componentType":5126,"count":%3,"type":"VEC3","min":[-1,-1,-1],"max":[1,1,1]},
                          {"bufferView":1,"componentType":5125,"count":%4,"type":"SCALAR"}])")
                                 .arg(meshes.join(','), materials.join(','))
                                 .arg(points.size() / 3)
                                 .arg(indices.size());
-    return files.writeGltf(QStringLiteral("balls.gltf"), "[" + nodes.join(',').toUtf8() + "]",
-                           members.toUtf8(), {ModelFiles::bytesOf(points), ModelFiles::bytesOf(indices)});
+    return files.writeGltf("balls.gltf", "[" + nodes.join(',').toUtf8() + "]", members.toUtf8(),
+                           {ModelFiles::bytesOf(points), ModelFiles::bytesOf(indices)});
 }
 
 class ZelviewEnvironmentPictureTest : public ZelviewPictureTest
@@ -313,12 +308,12 @@ protected:
     /// A picture whose run tells nothing but the progress of the bake.
     QImage bakedPicture(const QStringList &arguments)
     {
-        const QString target = _files.path(QStringLiteral("baked.png"));
-        _last = runZelview(arguments + QStringList{QStringLiteral("--offscreen"), target});
+        const QString target = _files.path("baked.png");
+        _last = runZelview(arguments + QStringList{"--offscreen", target});
         EXPECT_EQ(_last.code, 0);
         EXPECT_EQ(_last.errorLines().size(), 4);
         for (const QString &line : _last.errorLines()) {
-            EXPECT_TRUE(line.startsWith(QStringLiteral("zelview: environment: "))) << qPrintable(line);
+            EXPECT_TRUE(line.startsWith("zelview: environment: ")) << qPrintable(line);
         }
         return QImage(target);
     }
@@ -338,8 +333,7 @@ protected:
             {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
     }
 
-    const QStringList _front{QStringLiteral("--view"), QStringLiteral("0,0"), QStringLiteral("--size"),
-                             QStringLiteral("320x240")};
+    const QStringList _front{"--view", "0,0", "--size", "320x240"};
 };
 
 TEST_F(ZelviewEnvironmentPictureTest, AMirrorBallShowsEachEighthOfTheWorldInItsDirection)
@@ -384,11 +378,11 @@ TEST_F(ZelviewEnvironmentPictureTest, WhiteBallsVanishInEvenLight)
 
 TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
+    const QString wall = _files.writeWall("wall.obj", 1, 1);
     const QString sound = writeExr(_files, "sound.exr", panorama(32, labelOf));
     LightImage oblong = panorama(32, labelOf);
     oblong.size = QSize(64, 8);
-    const QByteArray whole = _files.read(QStringLiteral("sound.exr"));
+    const QByteArray whole = _files.read("sound.exr");
     const std::vector<Refusal> refusals = {
         {{wall, "--env", _files.path("none.exr")}, 2, "there is no file"},
         {{wall, "--env", _files.path(QString())}, 2, "is not a file that can be read"},
@@ -406,7 +400,7 @@ TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
         {{wall, "--aa", "taa"}, 1, "--aa takes 'none', 'fxaa', 'smaa', not 'taa'"},
         {{writePng(_files, "image.png", strip()), "--env", sound}, 1, "--env goes with models"},
     };
-    expectRefusals(refusals, {"--offscreen", _files.path(QStringLiteral("out.png"))});
+    expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }
 
 /// Mean of the squared differences of all channels.
@@ -424,20 +418,15 @@ double meanSquareDifference(const QImage &a, const QImage &b)
 
 TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersComeNearerToManySamples)
 {
-    const QStringList arguments{_files.writeWall(QStringLiteral("wall.obj"), 4, 3),
-                                "--view",
-                                "27,14",
-                                "--size",
-                                "320x240",
-                                "--lights",
-                                "none"};
+    const QStringList arguments{
+        _files.writeWall("wall.obj", 4, 3), "--view", "27,14", "--size", "320x240", "--lights", "none"};
     const auto pictureOf = [&](const QStringList &more) {
         return picture(arguments + more).convertToFormat(QImage::Format_RGB888);
     };
     const QImage reference = pictureOf({"--samples", "8"});
     const double jagged = meanSquareDifference(pictureOf({"--samples", "1"}), reference);
     EXPECT_LT(meanSquareDifference(pictureOf({"--aa", "fxaa"}), reference), 0.75 * jagged);
-    EXPECT_TRUE(_last.output.contains(QStringLiteral(", 1 sample, fxaa\n"))) << qPrintable(_last.output);
+    EXPECT_TRUE(holds(_last.output, ", 1 sample, fxaa\n"));
     EXPECT_LT(meanSquareDifference(pictureOf({"--aa", "smaa"}), reference), 0.4 * jagged);
 }
 

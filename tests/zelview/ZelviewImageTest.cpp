@@ -21,11 +21,7 @@ QByteArray fourColourTexels()
 
 KtxFile rgbFile(quint32 size)
 {
-    KtxFile file;
-    file.glFormat = file.glBaseInternalFormat = GL_RGB;
-    file.glInternalFormat = 0x8051; // GL_RGB8
-    file.width = file.height = size;
-    return file;
+    return KtxFile::of(size, size, 0, 0x8051, GL_RGB); // GL_RGB8
 }
 
 /// size x size texels of one colour.
@@ -45,12 +41,12 @@ TEST_F(ZelviewImageTest, APlainImageOfTheSizeOfThePictureComesOutExactly)
     for (int i = 0; i < noise.width() * noise.height(); ++i) {
         noise.setPixelColor(i % 61, i / 61, QColor(i * 7 % 256, i * 13 % 256, i * 29 % 256));
     }
-    const QString file = _files.path(QStringLiteral("noise.png"));
+    const QString file = _files.path("noise.png");
     ASSERT_TRUE(noise.save(file));
     EXPECT_EQ(difference(picture({file, "--size", "61x37"}), noise), 0);
-    EXPECT_TRUE(line("image").startsWith(QStringLiteral("image     2D, 61x37, 5 levels, GL_RGBA")))
+    EXPECT_TRUE(line("image").startsWith("image     2D, 61x37, 5 levels, GL_RGBA"))
         << qPrintable(_last.output);
-    EXPECT_TRUE(line("image").contains(QStringLiteral(", loaded in "))) << qPrintable(_last.output);
+    EXPECT_TRUE(line("image").contains(", loaded in ")) << qPrintable(_last.output);
 }
 
 TEST_F(ZelviewImageTest, KtxImagesAreUprightByWhatTheirMetadataSay)
@@ -70,10 +66,10 @@ TEST_F(ZelviewImageTest, KtxImagesAreUprightByWhatTheirMetadataSay)
     for (const auto &oriented : kCases) {
         SCOPED_TRACE(oriented.metadata.constData());
         file.keyValues = oriented.metadata;
-        const QString path = _files.write(QStringLiteral("four.ktx"), file.bytes());
+        const QString path = _files.write("four.ktx", file.bytes());
         EXPECT_EQ(quarters(picture({path, "--size", "80x80"})), oriented.quarters);
     }
-    EXPECT_EQ(line("metadata"), QStringLiteral("metadata  Some"));
+    EXPECT_EQ(line("metadata"), "metadata  Some");
 }
 
 TEST_F(ZelviewImageTest, ACubeMapIsAStripOfItsFacesAndOneFaceStandsAlone)
@@ -85,10 +81,10 @@ TEST_F(ZelviewImageTest, ACubeMapIsAStripOfItsFacesAndOneFaceStandsAlone)
         faces += face == 4 ? fourColourTexels() : solidTexels(4, 40 * face, 0, 200);
     }
     file.levels.append({48, faces});
-    const QString path = _files.write(QStringLiteral("cube.ktx"), file.bytes());
+    const QString path = _files.write("cube.ktx", file.bytes());
 
     const QImage strip = picture({path, "--size", "240x40"});
-    EXPECT_TRUE(line("image").startsWith(QStringLiteral("image     cube map, 4x4, 1 level, GL_RGB8")));
+    EXPECT_TRUE(line("image").startsWith("image     cube map, 4x4, 1 level, GL_RGB8"));
     for (int face = 0; face < 6; ++face) {
         if (face != 4) {
             EXPECT_EQ(strip.pixelColor(40 * face + 20, 20), QColor(40 * face, 0, 200));
@@ -105,12 +101,11 @@ TEST_F(ZelviewImageTest, LevelsCanBeChosen)
     file.levels.append({48, solidTexels(4, 200, 0, 0)});
     file.levels.append({16, solidTexels(2, 0, 200, 0) + QByteArray(4, '\0')}); // rows of 6 bytes, padded to 8
     file.levels.append({4, solidTexels(1, 0, 0, 200) + QByteArray(1, '\0')});
-    const QString path = _files.write(QStringLiteral("levels.ktx"), file.bytes());
+    const QString path = _files.write("levels.ktx", file.bytes());
     for (int level = 0; level < 3; ++level) {
         const QImage image = picture({path, "--level", QString::number(level), "--size", "32x32"});
         EXPECT_EQ(leadingChannel(image.pixelColor(4, 4)), level);
-        EXPECT_TRUE(
-            line("view").startsWith(QStringLiteral("view      level %1, %2x%2").arg(level).arg(4 >> level)));
+        EXPECT_TRUE(line("view").startsWith(QString("view      level %1, %2x%2").arg(level).arg(4 >> level)));
     }
 }
 
@@ -122,7 +117,7 @@ TEST_F(ZelviewImageTest, ExposureBrightensLightAndHighlightsKeepTheirShape)
         const unsigned char exponent = row == 0 ? 128 : 131;
         file.scanlines += HdrFile::flat(HdrFile::Row(4, HdrFile::Texel{value, value, value, exponent}));
     }
-    const QString path = _files.write(QStringLiteral("light.hdr"), file.bytes());
+    const QString path = _files.write("light.hdr", file.bytes());
     const auto upper = [&](const char *exposure) {
         const QImage image = picture({path, "--exposure", exposure, "--size", "40x20"});
         EXPECT_LT(image.pixelColor(20, 15).red(), 256);
@@ -138,7 +133,7 @@ TEST_F(ZelviewImageTest, TransparentPartsShowACheckerboard)
 {
     QImage glass(32, 32, QImage::Format_ARGB32);
     glass.fill(QColor(255, 0, 0, 0));
-    const QString file = _files.path(QStringLiteral("glass.png"));
+    const QString file = _files.path("glass.png");
     ASSERT_TRUE(glass.save(file));
     const QImage image = picture({file, "--size", "32x32"});
     const QColor one = image.pixelColor(4, 4);
@@ -149,7 +144,7 @@ TEST_F(ZelviewImageTest, TransparentPartsShowACheckerboard)
 
 TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
 {
-    const QString sound = _files.write(QStringLiteral("sound.png"), fourColours());
+    const QString sound = _files.write("sound.png", fourColours());
     KtxFile array = rgbFile(4);
     array.arrayElements = 2;
     array.addLevel(48, 2);
@@ -158,7 +153,7 @@ TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
     flat.addLevel(48);
     HdrFile overlong(8, 1);
     overlong.scanlines = QByteArray("\2\2\0\10\377\1", 6);
-    const QString model = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
+    const QString model = _files.writeWall("wall.obj", 1, 1);
     const std::vector<Refusal> refusals = {
         {{_files.write("cut.png", fourColours().left(40))}, 3, "cut.png' cannot be shown: "},
         {{_files.write("array.ktx", array.bytes())},
@@ -179,7 +174,7 @@ TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
         {{sound, "--view", "0,0"}, 1, "--view goes with models"},
         {{model, "--level", "0"}, 1, "--level goes with images"},
     };
-    expectRefusals(refusals, {"--offscreen", _files.path(QStringLiteral("out.png"))});
+    expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }
 
 } // namespace

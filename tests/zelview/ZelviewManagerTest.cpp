@@ -32,49 +32,46 @@ protected:
     /// Red, green and blue at 1001, 1002 and 1011; none at 1012.
     void writeTiles()
     {
-        _files.write(QStringLiteral("t.1001.png"), plainTile(QColor(200, 0, 0)));
-        _files.write(QStringLiteral("t.1002.png"), plainTile(QColor(0, 200, 0)));
-        _files.write(QStringLiteral("t.1011.png"), plainTile(QColor(0, 0, 200)));
+        _files.write("t.1001.png", plainTile(QColor(200, 0, 0)));
+        _files.write("t.1002.png", plainTile(QColor(0, 200, 0)));
+        _files.write("t.1011.png", plainTile(QColor(0, 0, 200)));
     }
 
     /// Two squares of different textures side by side, over two units of texture coordinates, and red without one above.
     QString writeModel(const char *map)
     {
-        _files.write(QStringLiteral("four.png"), fourColours());
-        _files.write(QStringLiteral("plain.png"), plainTile(QColor(90, 160, 40)));
-        _files.write(QStringLiteral("m.mtl"), QByteArray("newmtl a\nKd 1 1 1\nmap_Kd ") + map
-                                                  + "\nnewmtl b\nKd 1 1 1\nmap_Kd plain.png\n"
-                                                    "newmtl c\nKd 0.8 0.1 0.1\n");
+        _files.write("four.png", fourColours());
+        _files.write("plain.png", plainTile(QColor(90, 160, 40)));
+        _files.write("m.mtl", QByteArray("newmtl a\nKd 1 1 1\nmap_Kd ") + map
+                                  + "\nnewmtl b\nKd 1 1 1\nmap_Kd plain.png\n"
+                                    "newmtl c\nKd 0.8 0.1 0.1\n");
         return _files.write(
-            QStringLiteral("m.obj"),
-            "mtllib m.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\nv 4 0 0\nv 4 2 0\nv 4 3 0\nv 0 3 0\n"
-            "vt 0 0\nvt 2 0\nvt 2 2\nvt 0 2\n"
-            "usemtl a\nf 1/1 2/2 3/3 4/4\nusemtl b\nf 2/1 5/2 6/3 3/4\nusemtl c\nf 4 6 7 8\n");
+            "m.obj", "mtllib m.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\nv 4 0 0\nv 4 2 0\nv 4 3 0\nv 0 3 0\n"
+                     "vt 0 0\nvt 2 0\nvt 2 2\nvt 0 2\n"
+                     "usemtl a\nf 1/1 2/2 3/3 4/4\nusemtl b\nf 2/1 5/2 6/3 3/4\nusemtl c\nf 4 6 7 8\n");
     }
 
-    const QStringList _front{QStringLiteral("--view"), QStringLiteral("0,0"), QStringLiteral("--size"),
-                             QStringLiteral("100x100")};
+    const QStringList _front{"--view", "0,0", "--size", "100x100"};
 };
 
 TEST_F(ZelviewManagerTest, ThePictureIsTheSameByEveryManagerThatTheDriverHas)
 {
-    _files.write(QStringLiteral("fine.png"), fineGrain());
+    _files.write("fine.png", fineGrain());
     const QStringList common = _front + QStringList{writeModel("fine.png")};
     const QImage plain = picture(common);
-    EXPECT_TRUE(_last.output.contains(QStringLiteral("textures by sampler"))) << qPrintable(_last.output);
+    EXPECT_TRUE(holds(_last.output, "textures by sampler"));
     for (const QString manager : {"sampler", "array", "array-bindless", "bindless"}) {
         SCOPED_TRACE(manager.toStdString());
-        const QString target = _files.path(QStringLiteral("other.png"));
+        const QString target = _files.path("other.png");
         const Ending ending = runZelview(common + QStringList{"--manager", manager, "--offscreen", target});
-        if (manager.contains(QStringLiteral("bindless")) && ending.code == 4) {
-            EXPECT_EQ(ending.errors, QStringLiteral("zelview: the driver has no bindless textures, which the "
-                                                    "manager '%1' needs\n")
+        if (manager.contains("bindless") && ending.code == 4) {
+            EXPECT_EQ(ending.errors, QString("zelview: the driver has no bindless textures, which the "
+                                             "manager '%1' needs\n")
                                          .arg(manager));
             continue;
         }
         EXPECT_EQ(ending.errors, QString());
-        EXPECT_TRUE(ending.output.contains(QStringLiteral("textures by %1\n").arg(manager)))
-            << qPrintable(ending.output);
+        EXPECT_TRUE(holds(ending.output, QString("textures by %1\n").arg(manager)));
         EXPECT_LE(difference(plain, QImage(target)), 2);
     }
 }
@@ -82,18 +79,17 @@ TEST_F(ZelviewManagerTest, ThePictureIsTheSameByEveryManagerThatTheDriverHas)
 TEST_F(ZelviewManagerTest, TilesAreAPlaneWithAHoleWhereOneIsMissing)
 {
     writeTiles();
-    _files.write(QStringLiteral("notes 2024.txt"), "neither a tile nor an image");
+    _files.write("notes 2024.txt", "neither a tile nor an image");
     for (const char *name : {"", "t.<UDIM>.png", "t.1001.png"}) {
-        const QImage image =
-            picture(_front + QStringList{QStringLiteral("--udim"), _files.path(QLatin1String(name))});
+        const QImage image = picture(_front + QStringList{"--udim", _files.path(QLatin1String(name))});
         EXPECT_EQ(quarters(image), (std::vector<int>{2, -1, 0, 1})) << name;
     }
-    const QString target = _files.path(QStringLiteral("first.png"));
+    const QString target = _files.path("first.png");
     const Ending ending = runZelview(
         _front
         + QStringList{"--udim", _files.path("t.<UDIM>.png"), "--manager", "sampler", "--offscreen", target});
-    EXPECT_EQ(ending.errors, QStringLiteral("zelview: texture 't.<UDIM>.png' has tiles, of which the manager "
-                                            "'sampler' shows the first alone\n"));
+    EXPECT_EQ(ending.errors, "zelview: texture 't.<UDIM>.png' has tiles, of which the manager "
+                             "'sampler' shows the first alone\n");
     EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0}));
 }
 
@@ -102,7 +98,7 @@ TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
     writeTiles();
     for (const char *name : {"t.<UDIM>.png", "t.1001.png"}) {
         const QImage image = picture(_front + QStringList{writeModel(name)});
-        EXPECT_TRUE(_last.output.contains(QStringLiteral("textures by array\n"))) << qPrintable(_last.output);
+        EXPECT_TRUE(holds(_last.output, "textures by array\n"));
         // The first square is the picture's left half but for the margins, below a strip.
         EXPECT_EQ(leadingChannel(image.pixelColor(15, 75)), 0) << name;
         EXPECT_EQ(leadingChannel(image.pixelColor(40, 75)), 1) << name;
@@ -114,10 +110,10 @@ TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
 {
     writeTiles();
     const QString model = writeModel("four.png");
-    QDir(_files.path(QString())).mkdir(QStringLiteral("empty"));
-    QDir(_files.path(QString())).mkdir(QStringLiteral("two"));
-    _files.write(QStringLiteral("two/a.1001.png"), plainTile(Qt::red));
-    _files.write(QStringLiteral("two/b.1001.png"), plainTile(Qt::red));
+    QDir(_files.path(QString())).mkdir("empty");
+    QDir(_files.path(QString())).mkdir("two");
+    _files.write("two/a.1001.png", plainTile(Qt::red));
+    _files.write("two/b.1001.png", plainTile(Qt::red));
     const std::vector<Refusal> refusals = {
         {{model, "--manager", "fast"}, 1, "--manager takes 'sampler', 'array', 'array-bindless', 'bindless'"},
         {{_files.path("t.1001.png"), "--manager", "array"}, 1, "--manager goes with models"},
@@ -126,7 +122,7 @@ TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
         {{"--udim", _files.path("empty")}, 2, "has no tiles"},
         {{"--udim", _files.path("none.<UDIM>.png")}, 2, "has no tiles"},
     };
-    expectRefusals(refusals, {"--offscreen", _files.path(QStringLiteral("out.png"))});
+    expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }
 
 } // namespace

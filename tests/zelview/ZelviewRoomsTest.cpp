@@ -115,7 +115,7 @@ TEST(ZelviewLoader, KeepsTheNodeHierarchyAndSharesMeshes)
     // One square, drawn by two nodes; the second hangs below a node that mirrors and moves. A third one is hidden.
     const ModelFiles files;
     const Expected<Scene> scene = loadModel(files.writeSquares(
-        QStringLiteral("nodes.gltf"),
+        "nodes.gltf",
         R"([{"mesh":0},{"name":"mirror","translation":[10,0,0],"scale":[-1,1,1],"children":[2]},
             {"mesh":0,"translation":[2,0,0],"scale":[1,3,1]},
             {"extensions":{"KHR_node_visibility":{"visible":false}},"children":[4]},{"mesh":0,"translation":[99,0,0]}])",
@@ -126,7 +126,7 @@ TEST(ZelviewLoader, KeepsTheNodeHierarchyAndSharesMeshes)
     EXPECT_EQ(scene->bounds.low, QVector3D(0.0f, 0.0f, 0.0f));
     EXPECT_EQ(scene->bounds.high, QVector3D(8.0f, 3.0f, 0.0f)); // without what is hidden
     const Node &placed = scene->nodes[size_t(scene->draws[1].node)];
-    EXPECT_EQ(scene->nodes[size_t(placed.parent)].name, QStringLiteral("mirror"));
+    EXPECT_EQ(scene->nodes[size_t(placed.parent)].name, "mirror");
     EXPECT_EQ(scene->worldTransform(scene->draws[1].node), scene->draws[1].transform);
     EXPECT_TRUE(scene->draws[2].isHidden);
     for (const Vertex &vertex : scene->vertices) {
@@ -137,9 +137,9 @@ TEST(ZelviewLoader, KeepsTheNodeHierarchyAndSharesMeshes)
 TEST(ZelviewLoader, KeepsLightsAndTheMapsOfGltf)
 {
     const ModelFiles files;
-    files.write(QStringLiteral("map.png"), QByteArray());
+    files.write("map.png", QByteArray());
     const Expected<Scene> scene = loadModel(files.writeSquares(
-        QStringLiteral("lamp.gltf"),
+        "lamp.gltf",
         R"([{"mesh":0},{"translation":[0,5,0],"extensions":{"KHR_lights_punctual":{"light":0}}}])",
         R"([{"normalTexture":{"index":0,"scale":0.5},"occlusionTexture":{"index":0,"texCoord":1,"strength":0.25},
              "emissiveTexture":{"index":0},"emissiveFactor":[1,0.5,0],
@@ -180,10 +180,10 @@ TEST(ZelviewLoader, KeepsLightsAndTheMapsOfGltf)
 TEST(ZelviewLoader, CutsPolygonsLeavesOutLinesAndMakesScreenColoursLinear)
 {
     const ModelFiles files;
-    files.write(QStringLiteral("m.mtl"), "newmtl m\nKd 0.5 0 1\nd 0.25\n");
-    const Expected<Scene> scene = loadModel(files.write(
-        QStringLiteral("house.obj"), "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 1 3 0\n"
-                                     "v 0 2 0\nf 1 2 3 4 5\nl 1 3\n"));
+    files.write("m.mtl", "newmtl m\nKd 0.5 0 1\nd 0.25\n");
+    const Expected<Scene> scene =
+        loadModel(files.write("house.obj", "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 1 3 0\n"
+                                           "v 0 2 0\nf 1 2 3 4 5\nl 1 3\n"));
     ASSERT_TRUE(bool(scene)) << qPrintable(scene.problem().text);
     ASSERT_EQ(scene->draws.size(), 1u);
     EXPECT_EQ(scene->placedTriangles(), 3);
@@ -198,11 +198,11 @@ TEST(ZelviewLoader, CutsPolygonsLeavesOutLinesAndMakesScreenColoursLinear)
 TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)
 {
     const ModelFiles files;
-    const QString wall = files.writeWall(QStringLiteral("wall.obj"), 2, 2);
-    const QByteArray whole = files.read(QStringLiteral("wall.obj"));
+    const QString wall = files.writeWall("wall.obj", 2, 2);
+    const QByteArray whole = files.read("wall.obj");
     int loaded = 0;
     for (int length = 0; length <= whole.size(); length += 3) {
-        loaded += loadModel(files.write(QStringLiteral("cut.obj"), whole.left(length))) ? 1 : 0;
+        loaded += loadModel(files.write("cut.obj", whole.left(length))) ? 1 : 0;
     }
     EXPECT_GT(loaded, 0);
 }
@@ -265,7 +265,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
     const QCoreApplication application(argc, argv);
     QString help = parseOptions({"zelview", "--help"})->answer;
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.arguments.join(QLatin1Char(' ')).toStdString());
+        SCOPED_TRACE(row.arguments.join(' ').toStdString());
         const Expected<Options> options = parseOptions(QStringList{"zelview"} + row.arguments);
         ASSERT_TRUE(bool(options)) << qPrintable(options.problem().text);
         EXPECT_TRUE(row.isTaken(*options));
@@ -273,7 +273,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
             help.remove(QRegularExpression("^  " + argument + "(?= )", QRegularExpression::MultilineOption));
         }
     }
-    EXPECT_FALSE(help.contains(QStringLiteral("\n  --"))) << qPrintable(help); // one that no row gives
+    EXPECT_FALSE(help.contains("\n  --")) << qPrintable(help); // one that no row gives
 }
 
 } // namespace

@@ -22,7 +22,7 @@ struct Ending
     QString output;
     QString errors;
 
-    QStringList errorLines() const { return errors.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+    QStringList errorLines() const { return errors.split('\n', Qt::SkipEmptyParts); }
 };
 
 inline Ending runZelviewOnce(const QStringList &arguments, const QProcessEnvironment &environment)
@@ -31,7 +31,7 @@ inline Ending runZelviewOnce(const QStringList &arguments, const QProcessEnviron
     process.setProcessEnvironment(environment);
     process.start(QStringLiteral(ZELVIEW_PROGRAM), arguments);
     if (!process.waitForFinished(100000) || process.exitStatus() != QProcess::NormalExit) {
-        return {-1, QString(), QStringLiteral("zelview crashed or hung: ") + process.errorString()};
+        return {-1, QString(), "zelview crashed or hung: " + process.errorString()};
     }
     return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
             QString::fromLocal8Bit(process.readAllStandardError())};
@@ -41,8 +41,7 @@ inline Ending runZelview(const QStringList &arguments, const QProcessEnvironment
 {
     const Ending ending = runZelviewOnce(arguments, environment);
     // Once in thousands of runs the leak checker crashes where a thread of the driver is just ending, behind main().
-    const bool hasCheckerCrashed =
-        ending.errors.contains(QStringLiteral("LeakSanitizer has encountered a fatal error"));
+    const bool hasCheckerCrashed = ending.errors.contains("LeakSanitizer has encountered a fatal error");
     return hasCheckerCrashed ? runZelviewOnce(arguments, environment) : ending;
 }
 
@@ -89,8 +88,8 @@ protected:
     /// The picture that the arguments give, read back from its file; null, with a failure, when there is none.
     QImage picture(const QStringList &arguments)
     {
-        const QString target = _files.path(QStringLiteral("picture%1.png").arg(_pictures++));
-        _last = runZelview(arguments + QStringList{QStringLiteral("--offscreen"), target});
+        const QString target = _files.path(QString("picture%1.png").arg(_pictures++));
+        _last = runZelview(arguments + QStringList{"--offscreen", target});
         EXPECT_EQ(_last.code, 0);
         EXPECT_EQ(_last.errors, QString());
         return QImage(target);
@@ -101,12 +100,12 @@ protected:
     {
         const QStringList before = _files.names();
         for (const Refusal &refusal : refusals) {
-            SCOPED_TRACE(refusal.arguments.join(QLatin1Char(' ')).toStdString());
+            SCOPED_TRACE(refusal.arguments.join(' ').toStdString());
             const Ending ending = runZelview(refusal.arguments + more);
             EXPECT_EQ(ending.code, refusal.code);
             EXPECT_EQ(ending.output, QString());
             EXPECT_EQ(ending.errorLines().size(), 1) << qPrintable(ending.errors);
-            EXPECT_TRUE(ending.errors.startsWith(QStringLiteral("zelview: "))) << qPrintable(ending.errors);
+            EXPECT_TRUE(ending.errors.startsWith("zelview: ")) << qPrintable(ending.errors);
             EXPECT_TRUE(ending.errors.contains(refusal.words)) << qPrintable(ending.errors);
         }
         EXPECT_EQ(_files.names(), before);
@@ -115,7 +114,7 @@ protected:
     /// The line of the last run's output that begins so.
     QString line(const QString &head) const
     {
-        for (const QString &line : _last.output.split(QLatin1Char('\n'))) {
+        for (const QString &line : _last.output.split('\n')) {
             if (line.startsWith(head)) {
                 return line;
             }

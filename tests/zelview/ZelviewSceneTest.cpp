@@ -39,7 +39,7 @@ TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
 {
     // Maps of each kind, a second object of the first material, and glass over both.
     const QString model = _files.writeSquares(
-        QStringLiteral("m.gltf"),
+        "m.gltf",
         R"([{"mesh":0},{"mesh":0,"translation":[1,0,0],"scale":[-1,2,1]},{"mesh":1,"translation":[0.2,0.2,0.1]}])",
         R"([{"doubleSided":true,"normalTexture":{"index":0},"occlusionTexture":{"index":0},
              "emissiveTexture":{"index":0},"emissiveFactor":[0.3,0.3,0.3],
@@ -49,7 +49,7 @@ TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
             + R"("}])");
     const QStringList common{model, "--size", "100x100", "--samples", "1"};
     const QImage plain = picture(common);
-    EXPECT_TRUE(_last.output.contains(QStringLiteral("3 objects by ubo in 2 collections of at most 2;")))
+    EXPECT_TRUE(_last.output.contains("3 objects by ubo in 2 collections of at most 2;"))
         << qPrintable(_last.output);
     for (const char *mechanism : {"ubo", "uniform", "texbuffer", "texture", "ssbo"}) {
         for (const char *manager : {"sampler", "array"}) {
@@ -57,7 +57,7 @@ TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
             const QImage other = picture(
                 common + QStringList{"--mechanism", mechanism, "--manager", manager, "--block-limit", "256"});
             EXPECT_TRUE(_last.output.contains(
-                QStringLiteral("3 objects by %1 in 3 collections of at most 1;").arg(mechanism)))
+                QString("3 objects by %1 in 3 collections of at most 1;").arg(mechanism)))
                 << qPrintable(_last.output);
             EXPECT_LE(difference(plain, other), 1);
         }
@@ -69,7 +69,7 @@ TEST_F(ZelviewSceneTest, MirroredNodesShowTheirFrontHiddenNodesAndBacksNothing)
     const QByteArray materials = "[" + glowing("r", kRed) + "," + glowing("g", kGreen) + ","
                                  + glowing("b", kBlue) + "," + glowing("two", kBlue, R"(,"doubleSided":true)")
                                  + "]";
-    const QString model = _files.writeSquares(QStringLiteral("m.gltf"),
+    const QString model = _files.writeSquares("m.gltf",
                                               R"([{"mesh":0},
             {"scale":[-1,1,1],"children":[2]},{"mesh":1,"translation":[-2,0,0]},
             {"mesh":2,"translation":[3,0,0],"rotation":[0,1,0,0]},
@@ -85,7 +85,7 @@ TEST_F(ZelviewSceneTest, MirroredNodesShowTheirFrontHiddenNodesAndBacksNothing)
 TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
 {
     const QString model = _files.writeSquares(
-        QStringLiteral("m.gltf"),
+        "m.gltf",
         R"([{"mesh":0},{"mesh":1,"translation":[5,0,0]},
             {"name":"left","camera":0,"translation":[0.5,0.5,2],"scale":[3,3,3]},
             {"name":"right","camera":1,"translation":[5.5,0.5,300]}])",
@@ -101,53 +101,39 @@ TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
     };
     EXPECT_EQ(channels("left"), (std::vector<int>{0, 0, -1})); // 1 of 2 * 2 * tan(0.45)
     EXPECT_EQ(channels("1"), (std::vector<int>{1, 1, -1}));    // 1 of 2
-    EXPECT_EQ(line("camera"), QStringLiteral("camera    'right', number 1"));
+    EXPECT_EQ(line("camera"), "camera    'right', number 1");
     const Ending ending = runZelview({model, "--camera", "up", "--offscreen", _files.path("no.png")});
     EXPECT_EQ(ending.code, 1);
     EXPECT_EQ(ending.errors,
-              QStringLiteral("zelview: there is no camera 'up': '%1' has 'left', 'right'\n").arg(model));
+              QString("zelview: there is no camera 'up': '%1' has 'left', 'right'\n").arg(model));
 }
 
 TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
 {
     // More materials than a stencil counts; the last one is glass in front of the first two.
-    QByteArray materials;
-    QByteArray text = "mtllib m.mtl\n";
-    for (int i = 0; i < 300; ++i) {
-        materials += QStringLiteral("newmtl m%1\nKd 0.5 0.5 %2\n").arg(i).arg(i / 300.0).toUtf8();
-        const bool isGlass = i == 299;
-        materials += isGlass ? "d 0.5\n" : "";
-        const int width = isGlass ? 2 : 1;
-        text += QStringLiteral("usemtl m%1\n").arg(i).toUtf8();
-        for (const auto &corner : {QPair<int, int>{0, 0}, {1, 0}, {1, 1}, {0, 1}}) {
-            text += QStringLiteral("v %1 %2 %3\n")
-                        .arg(isGlass ? corner.first * width : i % 20 + corner.first)
-                        .arg(isGlass ? corner.second : i / 20 + corner.second)
-                        .arg(isGlass ? 1 : 0)
-                        .toUtf8();
-        }
-        text += "f -4 -3 -2 -1\n";
+    QStringList nodes, materials;
+    for (int i = 0; i < 299; ++i) {
+        nodes += QString(R"({"mesh":%1,"translation":[%2,%3,0]})").arg(i).arg(i % 20).arg(i / 20);
+        materials += QString(R"({"name":"m%1","emissiveFactor":[0,0,%2]})").arg(i).arg(i / 299.0);
     }
-    _files.write(QStringLiteral("m.mtl"), materials);
-    const QString wall = _files.write(QStringLiteral("m.obj"), text);
+    nodes += R"({"mesh":299,"translation":[0,0,1],"scale":[2,1,1]})";
+    materials += R"({"name":"m299","alphaMode":"BLEND"})";
+    const QString wall = _files.writeSquares("m.gltf", "[" + nodes.join(',').toUtf8() + "]",
+                                             "[" + materials.join(',').toUtf8() + "]");
     const auto pick = [&](const char *pixel) {
         picture({wall, "--view", "0,0", "--size", "200x150", "--samples", "1", "--pick", pixel});
         return line("pick");
     };
-    EXPECT_EQ(pick("1,1"), QStringLiteral("pick      1,1: nothing"));
-    EXPECT_TRUE(pick("105,75").contains(QStringLiteral(": material 'm150', number ")))
-        << qPrintable(line("pick"));
-    EXPECT_TRUE(pick("176,13").contains(QStringLiteral(": material 'm298', number ")))
-        << qPrintable(line("pick"));
-    EXPECT_TRUE(pick("15,136").contains(QStringLiteral(": material 'm299', number ")))
-        << qPrintable(line("pick"));
-    EXPECT_TRUE(line("pick").endsWith(QStringLiteral(" 1")))
-        << qPrintable(line("pick")); // the plane of the glass
+    EXPECT_EQ(pick("1,1"), "pick      1,1: nothing");
+    EXPECT_TRUE(pick("105,75").contains(": material 'm150', number ")) << qPrintable(line("pick"));
+    EXPECT_TRUE(pick("176,13").contains(": material 'm298', number ")) << qPrintable(line("pick"));
+    EXPECT_TRUE(pick("15,136").contains(": material 'm299', number ")) << qPrintable(line("pick"));
+    EXPECT_TRUE(line("pick").endsWith(" 1")) << qPrintable(line("pick")); // the plane of the glass
 }
 
 TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 4, 3);
+    const QString wall = _files.writeWall("wall.obj", 4, 3);
     const Ending fitting = runZelview({wall, "--print-plan"});
     EXPECT_EQ(fitting.code, 0);
     EXPECT_EQ(fitting.errors, QString());
@@ -160,34 +146,30 @@ TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
     }
     const Ending whole = runZelview({"--print-plan", "--mechanism", "texture", "--block-limit", "2560"});
     EXPECT_EQ(whole.code, 0);
-    EXPECT_TRUE(
-        whole.output.startsWith(QStringLiteral("plan      Object by texture: 256 bytes an item, 10 items")))
+    EXPECT_TRUE(whole.output.startsWith("plan      Object by texture: 256 bytes an item, 10 items"))
         << qPrintable(whole.output);
-    EXPECT_TRUE(whole.output.contains(QStringLiteral("uniform sampler2D u_fObjectSampler;\n")));
+    EXPECT_TRUE(whole.output.contains("uniform sampler2D u_fObjectSampler;\n"));
 }
 
 TEST_F(ZelviewSceneTest, StatisticsCountWhatTheFramesOfAFlightMake)
 {
     const QStringList common{"--size", "64x36", "--samples", "1"};
-    picture(common + QStringList{_files.writeWall(QStringLiteral("wall.obj"), 4, 3), "--stats"});
-    EXPECT_EQ(line("scene"),
-              QStringLiteral("scene     3 drawables, 12 commands drawn, 0 culled; 24 triangles"));
-    EXPECT_TRUE(line("memory").endsWith(QStringLiteral(" KB on the GPU, without textures")))
-        << qPrintable(line("memory"));
+    picture(common + QStringList{_files.writeWall("wall.obj", 4, 3), "--stats"});
+    EXPECT_EQ(line("scene"), "scene     3 drawables, 12 commands drawn, 0 culled; 24 triangles");
+    EXPECT_TRUE(line("memory").endsWith(" KB on the GPU, without textures")) << qPrintable(line("memory"));
     const QRegularExpression calls(
-        QStringLiteral("^calls     (\\d+) GL calls, (\\d+) changes of state, (\\d+) of them redundant$"));
+        "^calls     (\\d+) GL calls, (\\d+) changes of state, (\\d+) of them redundant$");
     const auto counts = calls.match(line("calls"));
     ASSERT_TRUE(counts.hasMatch()) << qPrintable(line("calls"));
     EXPECT_GE(counts.captured(1).toInt(), 12 + counts.captured(2).toInt());
     EXPECT_GT(counts.captured(2).toInt(), counts.captured(3).toInt());
 
     picture(common + QStringList{"--stress", "200", "--frames", "3"});
-    const auto scene =
-        QRegularExpression(QStringLiteral("^scene     200 drawables, (\\d+) commands drawn, (\\d+) culled; "))
-            .match(line("scene"));
+    const auto scene = QRegularExpression("^scene     200 drawables, (\\d+) commands drawn, (\\d+) culled; ")
+                           .match(line("scene"));
     ASSERT_TRUE(scene.hasMatch()) << qPrintable(line("scene"));
     EXPECT_EQ(scene.captured(1).toInt() + scene.captured(2).toInt(), 200);
-    EXPECT_TRUE(line("frame").endsWith(QStringLiteral("; mean of 3 frames"))) << qPrintable(line("frame"));
+    EXPECT_TRUE(line("frame").endsWith("; mean of 3 frames")) << qPrintable(line("frame"));
 }
 
 } // namespace

@@ -38,9 +38,9 @@ public:
             addQuad(box, corner, sign * y, sign * z);
             addQuad(box, corner, sign * z, sign * x);
         }
-        const QString nodes = QStringLiteral(
-            R"([{"mesh":0},{%1,"children":[2]},{"extensions":{"KHR_lights_punctual":{"light":0}}}])");
-        const QString members = QStringLiteral(
+        const QString nodes =
+            R"([{"mesh":0},{%1,"children":[2]},{"extensions":{"KHR_lights_punctual":{"light":0}}}])";
+        const QString members =
             R"("extensionsUsed":["KHR_lights_punctual"],"extensions":{"KHR_lights_punctual":{"lights":[{%1}]}},
             "materials":[{"doubleSided":true,"pbrMetallicRoughness":{"metallicFactor":0}},
                          {"doubleSided":true,"pbrMetallicRoughness":{"metallicFactor":0},"alphaMode":"%2"}],
@@ -48,8 +48,8 @@ public:
                                      {"attributes":{"POSITION":1},"material":1}]}],
             "accessors":[{"bufferView":0,"componentType":5126,"count":6,"type":"VEC3","min":[-4,0,-4],"max":[4,0,4]},
                          {"bufferView":1,"componentType":5126,"count":36,"type":"VEC3",
-                          "min":[-0.5,1,-0.5],"max":[0.5,2,0.5]}])");
-        return _files.writeGltf(QStringLiteral("box%1.gltf").arg(_count++), nodes.arg(node).toUtf8(),
+                          "min":[-0.5,1,-0.5],"max":[0.5,2,0.5]}])";
+        return _files.writeGltf(QString("box%1.gltf").arg(_count++), nodes.arg(node).toUtf8(),
                                 members.arg(light, doesBoxCast ? "OPAQUE" : "BLEND").toUtf8(),
                                 {ModelFiles::bytesOf(floor), ModelFiles::bytesOf(box)});
     }
@@ -59,11 +59,10 @@ private:
     mutable int _count = 0;
 };
 
-const QString kDown = QStringLiteral(R"("translation":[0,4,0],"rotation":[-0.70710678,0,0,0.70710678])");
-const QString kPoint = QStringLiteral(R"("type":"point","intensity":40)");
-const QString kSpot =
-    QStringLiteral(R"("type":"spot","intensity":40,"spot":{"innerConeAngle":0.5,"outerConeAngle":0.8})");
-const QString kSun = QStringLiteral(R"("type":"directional","intensity":3)");
+const QString kDown = R"("translation":[0,4,0],"rotation":[-0.70710678,0,0,0.70710678])";
+const QString kPoint = R"("type":"point","intensity":40)";
+const QString kSpot = R"("type":"spot","intensity":40,"spot":{"innerConeAngle":0.5,"outerConeAngle":0.8})";
+const QString kSun = R"("type":"directional","intensity":3)";
 
 class ZelviewShadowTest : public ZelviewPictureTest
 {
@@ -75,8 +74,8 @@ protected:
     QImage pictureOf(const QString &file, const QStringList &more)
     {
         return picture(QStringList{file, "--lights", "file", "--view",
-                                   QStringLiteral("0,%1").arg(double(kElevation)), "--samples", "1", "--size",
-                                   QStringLiteral("%1x%2").arg(kWidth).arg(kHeight)}
+                                   QString("0,%1").arg(double(kElevation)), "--samples", "1", "--size",
+                                   QString("%1x%2").arg(kWidth).arg(kHeight)}
                        + more);
     }
 
@@ -152,8 +151,8 @@ TEST_F(ZelviewShadowTest, AMirroredNodeMirrorsTheWayOfItsLight)
     const char *kMatrices[] = {"0,0,1,0, 0.866,0.5,0,0, -0.5,0.866,0,0, -1.5,4.1,0,1",
                                "0,0,1,0, -0.866,0.5,0,0, 0.5,0.866,0,0, 1.5,4.1,0,1"};
     for (const QString &light : {kSun, kSpot}) {
-        expectShadow(QStringLiteral("\"matrix\":[%1]").arg(kMatrices[0]), light, {0.866f, 0, 0});
-        expectShadow(QStringLiteral("\"matrix\":[%1]").arg(kMatrices[1]), light, {-0.866f, 0, 0});
+        expectShadow(QString("\"matrix\":[%1]").arg(kMatrices[0]), light, {0.866f, 0, 0});
+        expectShadow(QString("\"matrix\":[%1]").arg(kMatrices[1]), light, {-0.866f, 0, 0});
     }
 }
 
@@ -192,7 +191,7 @@ TEST_F(ZelviewShadowFrameTest, OnlyLayersWhoseProjectionChangedAreRendered)
     } rows[] = {{kSun, "4 layers", 4, 4}, {kSpot, "1 layer", 1, 0}};
     for (const auto &row : rows) {
         ShownModel model = shown(row.light, LightRig::eFile);
-        const QString rendered = QStringLiteral("shadows   1 light, %1 of 2048x2048, plain; %2 rendered");
+        const QString rendered = "shadows   1 light, %1 of 2048x2048, plain; %2 rendered";
         EXPECT_EQ(report(model), rendered.arg(row.layers).arg(row.first));
         EXPECT_EQ(report(model), rendered.arg(row.layers).arg(0));
         model->drag(Exhibit::eTurn, {0.1f, 0.0f});

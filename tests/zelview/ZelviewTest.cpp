@@ -24,23 +24,20 @@ protected:
     }
 };
 
-const QStringList kFront{QStringLiteral("--view"), QStringLiteral("0,0")};
+const QStringList kFront{"--view", "0,0"};
 
 TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
-    const QString text = _files.write(QStringLiteral("text.obj"), "To be, or not to be.\n");
-    const QString unknown = _files.write(QStringLiteral("notes.txt"), "Dear diary,\n");
-    const QString empty = _files.write(QStringLiteral("empty.glb"), "");
-    const QString points = _files.write(QStringLiteral("points.obj"), "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n");
-    const QString endless =
-        _files.write(QStringLiteral("endless.obj"), "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n");
-    const QString boast =
-        _files.write(QStringLiteral("boast.off"), "OFF\n353535235358 6 0\n0 0 0\n1 0 0\n3 0 0 1\n");
-    const QString torn =
-        _files.write(QStringLiteral("torn.glb"), QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
+    const QString wall = _files.writeWall("wall.obj", 1, 1);
+    const QString text = _files.write("text.obj", "To be, or not to be.\n");
+    const QString unknown = _files.write("notes.txt", "Dear diary,\n");
+    const QString empty = _files.write("empty.glb", "");
+    const QString points = _files.write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n");
+    const QString endless = _files.write("endless.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n");
+    const QString boast = _files.write("boast.off", "OFF\n353535235358 6 0\n0 0 0\n1 0 0\n3 0 0 1\n");
+    const QString torn = _files.write("torn.glb", QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
     const QString folder = _files.path(QString());
-    const QString target = _files.path(QStringLiteral("out.png"));
+    const QString target = _files.path("out.png");
     expectRefusals({
         {{}, 1, "no FILE is named"},
         {{wall, wall}, 1, "one FILE is shown at a time, not 2"},
@@ -90,18 +87,17 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
 
 TEST_F(ZelviewTest, WithoutADisplayOneLineSaysSo)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
-    const QString target = _files.path(QStringLiteral("out.png"));
+    const QString wall = _files.writeWall("wall.obj", 1, 1);
+    const QString target = _files.path("out.png");
     for (const char *display : {"", ":4711"}) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), QLatin1String(display));
-        environment.remove(QStringLiteral("XDG_RUNTIME_DIR")); // of which Qt would speak, too
+        environment.insert("DISPLAY", QLatin1String(display));
+        environment.remove("XDG_RUNTIME_DIR"); // of which Qt would speak, too
         for (const QStringList &arguments : {QStringList{wall, "--offscreen", target}, QStringList{wall}}) {
             const Ending ending = runZelview(arguments, environment);
             EXPECT_EQ(ending.code, 4);
-            EXPECT_EQ(
-                ending.errors,
-                QStringLiteral("zelview: no display to draw on (is DISPLAY set and its server running?)\n"));
+            EXPECT_EQ(ending.errors,
+                      "zelview: no display to draw on (is DISPLAY set and its server running?)\n");
         }
     }
     EXPECT_FALSE(QFile::exists(target));
@@ -110,19 +106,19 @@ TEST_F(ZelviewTest, WithoutADisplayOneLineSaysSo)
 TEST_F(ZelviewTest, HelpAndVersionGoToStandardOutputAndNeedNoDisplay)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("DISPLAY"));
-    const Ending help = runZelview({QStringLiteral("--help")}, environment);
+    environment.remove("DISPLAY");
+    const Ending help = runZelview({"--help"}, environment);
     EXPECT_EQ(help.code, 0);
-    EXPECT_TRUE(help.output.contains(QStringLiteral("FILE"))) << qPrintable(help.output);
-    EXPECT_TRUE(help.output.contains(QStringLiteral("--offscreen <file>"))) << qPrintable(help.output);
-    const Ending version = runZelview({QStringLiteral("--version")}, environment);
-    EXPECT_EQ(version.output, QStringLiteral("zelview 1.0.0\n"));
+    EXPECT_TRUE(holds(help.output, "FILE"));
+    EXPECT_TRUE(holds(help.output, "--offscreen <file>"));
+    const Ending version = runZelview({"--version"}, environment);
+    EXPECT_EQ(version.output, "zelview 1.0.0\n");
     EXPECT_EQ(help.errors + version.errors, QString());
 }
 
 TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 4, 2);
+    const QString wall = _files.writeWall("wall.obj", 4, 2);
     const QImage image = picture(kFront + QStringList{wall, "--size", "640x360"});
     ASSERT_EQ(image.size(), QSize(640, 360));
     EXPECT_EQ(wrongSquares(image, 4, 2), 0);
@@ -132,54 +128,49 @@ TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
         EXPECT_TRUE(color.lightness() > 5 && color.lightness() < 200); // neither black nor white
     }
 
-    const QStringList lines = _last.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = _last.output.split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 6);
-    EXPECT_TRUE(lines[0].contains(_files.path(QStringLiteral("picture0.png")) + QStringLiteral(", 640x360")));
-    EXPECT_TRUE(lines[1].startsWith(QStringLiteral("driver    "))
-                && lines[1].contains(QStringLiteral("OpenGL")));
-    EXPECT_EQ(
-        lines[2],
-        QStringLiteral(
-            "model     8 meshes, 16 triangles, 3 materials, 0 textures; placed: 8 meshes, 16 triangles"));
-    EXPECT_TRUE(lines[3].startsWith(QStringLiteral("draws     8 calls, 8 batches, 48 indices")))
-        << qPrintable(lines[3]);
-    EXPECT_TRUE(lines[4].startsWith(QStringLiteral("shadows   1 light, "))) << qPrintable(lines[4]);
-    EXPECT_TRUE(lines[5].startsWith(QStringLiteral("time      load ")));
+    EXPECT_TRUE(lines[0].contains(_files.path("picture0.png") + ", 640x360"));
+    EXPECT_TRUE(lines[1].startsWith("driver    ") && lines[1].contains("OpenGL"));
+    EXPECT_EQ(lines[2],
+              "model     8 meshes, 16 triangles, 3 materials, 0 textures; placed: 8 meshes, 16 triangles");
+    EXPECT_TRUE(lines[3].startsWith("draws     8 calls, 8 batches, 48 indices")) << qPrintable(lines[3]);
+    EXPECT_TRUE(lines[4].startsWith("shadows   1 light, ")) << qPrintable(lines[4]);
+    EXPECT_TRUE(lines[5].startsWith("time      load "));
 }
 
 TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
 {
     // More squares of a colour than a block of 16 KB, the least that GL grants, can hold.
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 20, 10);
+    const QString wall = _files.writeWall("wall.obj", 20, 10);
     const QStringList common = kFront + QStringList{wall, "--size", "400x200"};
     const QImage plain = picture(common);
     EXPECT_EQ(wrongSquares(plain, 20, 10), 0);
 
     const QImage split = picture(common + QStringList{"--block-limit", "4800"});
-    EXPECT_TRUE(_last.output.contains(QStringLiteral("200 objects by ubo in 12 collections of at most 18;")))
+    EXPECT_TRUE(_last.output.contains("200 objects by ubo in 12 collections of at most 18;"))
         << qPrintable(_last.output);
     EXPECT_EQ(difference(plain, split), 0);
 
     if (!qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS")) {
         const QImage byInstance =
             picture(common + QStringList{"--draw-id", "base-instance", "--block-limit", "4800"});
-        EXPECT_TRUE(_last.output.contains(QStringLiteral("200 calls"))) << qPrintable(_last.output);
+        EXPECT_TRUE(holds(_last.output, "200 calls"));
         EXPECT_EQ(difference(plain, byInstance), 0);
         return;
     }
     const Ending refused =
         runZelview({wall, "--draw-id", "base-instance", "--offscreen", _files.path("no.png")});
     EXPECT_EQ(refused.code, 4);
-    EXPECT_EQ(refused.errors, QStringLiteral("zelview: the driver cannot pass draw IDs by base instance\n"));
+    EXPECT_EQ(refused.errors, "zelview: the driver cannot pass draw IDs by base instance\n");
 }
 
 TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
 {
     // A corner of a white room seen from outside: three squares that face different ways.
     const QString corner =
-        _files.write(QStringLiteral("corner.obj"),
-                     "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\n"
-                     "f 5 6 7 8\nf 6 2 3 7\nf 8 7 3 4\n");
+        _files.write("corner.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\n"
+                                   "f 5 6 7 8\nf 6 2 3 7\nf 8 7 3 4\n");
     const QImage image = picture({corner, "--view", "45,35.26", "--size", "200x200"});
     const int left = image.pixelColor(65, 120).lightness();
     const int right = image.pixelColor(135, 120).lightness();
@@ -191,9 +182,8 @@ TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
 
 TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
 {
-    const QString niche =
-        _files.write(QStringLiteral("niche.obj"),
-                     "v 0 0 0\nv 4 0 0\nv 4 0 4\nv 0 0 4\nv 4 2 0\nv 0 2 0\nf 1 2 3 4\nf 1 2 5 6\n");
+    const QString niche = _files.write(
+        "niche.obj", "v 0 0 0\nv 4 0 0\nv 4 0 4\nv 0 0 4\nv 4 2 0\nv 0 2 0\nf 1 2 3 4\nf 1 2 5 6\n");
     const QImage image = picture({niche, "--view", "0,40", "--size", "200x200"});
     // Down the middle of the picture: the wall, the corner, the floor.
     int darkest = 255;
@@ -211,12 +201,11 @@ TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
 
 TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
 {
-    _files.write(QStringLiteral("glass.mtl"), "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");
+    _files.write("glass.mtl", "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");
     // The glass comes first in the file, covers the left half, and stands nearer to the eye.
-    const QString glass =
-        _files.write(QStringLiteral("glass.obj"), "mtllib glass.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\n"
-                                                  "v 0 0 0.1\nv 1 0 0.1\nv 1 2 0.1\nv 0 2 0.1\n"
-                                                  "usemtl glass\nf 5 6 7 8\nusemtl red\nf 1 2 3 4\n");
+    const QString glass = _files.write("glass.obj", "mtllib glass.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\n"
+                                                    "v 0 0 0.1\nv 1 0 0.1\nv 1 2 0.1\nv 0 2 0.1\n"
+                                                    "usemtl glass\nf 5 6 7 8\nusemtl red\nf 1 2 3 4\n");
     const QImage image = picture(kFront + QStringList{glass, "--size", "200x200"});
     const QColor through = image.pixelColor(60, 100);
     const QColor plain = image.pixelColor(140, 100);
@@ -225,34 +214,31 @@ TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
     EXPECT_GT(through.red(), 120);
 }
 
-TEST_F(ZelviewTest, TexturesBesideTheModelAreShownUprightWhateverTheSlashes)
+TEST_F(ZelviewTest, TexturesBesideTheModelWhateverTheSlashesAndInsideOfItAreShownUpright)
 {
-    _files.write(QStringLiteral("four.png"), fourColours());
+    const QStringList view = kFront + QStringList{"--size", "100x100"};
+    _files.write("four.png", fourColours());
     for (const QByteArray &name : {QByteArray("four.png"), QByteArray("C:\\models\\four.png")}) {
-        _files.write(QStringLiteral("m.mtl"), "newmtl m\nKd 1 1 1\nmap_Kd " + name + "\n");
-        const QString model = _files.write(QStringLiteral("m.obj"),
-                                           "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n"
-                                           "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nf 1/1 2/2 3/3 4/4\n");
-        EXPECT_EQ(quarters(picture(kFront + QStringList{model, "--size", "100x100"})), kFourColours);
+        _files.write("m.mtl", "newmtl m\nKd 1 1 1\nmap_Kd " + name + "\n");
+        const QString model =
+            _files.write("m.obj", "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n"
+                                  "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nf 1/1 2/2 3/3 4/4\n");
+        EXPECT_EQ(quarters(picture(view + QStringList{model})), kFourColours);
     }
-}
-
-TEST_F(ZelviewTest, EmbeddedTexturesAreShownUpright)
-{
     const QString model = _files.writeSquares(
-        QStringLiteral("m.gltf"), R"([{"mesh":0}])",
+        "m.gltf", R"([{"mesh":0}])",
         R"([{"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0}}])",
         R"("textures":[{"source":0}],"images":[{"uri":"data:image/png;base64,)" + fourColours().toBase64()
             + R"("}])");
-    EXPECT_EQ(quarters(picture(kFront + QStringList{model, "--size", "100x100"})), kFourColours);
+    EXPECT_EQ(quarters(picture(view + QStringList{model})), kFourColours);
 }
 
 TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
 {
     const QByteArray mesh = "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n";
-    const QString model = _files.write(QStringLiteral("m.obj"), mesh);
-    const QString target = _files.path(QStringLiteral("out.png"));
-    _files.write(QStringLiteral("broken.png"), "no picture");
+    const QString model = _files.write("m.obj", mesh);
+    const QString target = _files.path("out.png");
+    _files.write("broken.png", "no picture");
     const struct
     {
         const char *file;
@@ -260,8 +246,7 @@ TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
     } kCases[] = {{"none.png", "zelview: texture 'none.png' is missing, and drawn white\n"},
                   {"broken.png", "zelview: texture 'broken.png' cannot be read, and is drawn white\n"}};
     for (const auto &wrong : kCases) {
-        _files.write(QStringLiteral("m.mtl"),
-                     QByteArray("newmtl m\nKd 0.9 0.1 0.1\nmap_Kd ") + wrong.file + "\n");
+        _files.write("m.mtl", QByteArray("newmtl m\nKd 0.9 0.1 0.1\nmap_Kd ") + wrong.file + "\n");
         const Ending ending =
             runZelview(kFront + QStringList{model, "--offscreen", target, "--size", "100x100"});
         EXPECT_EQ(ending.code, 0);
@@ -272,11 +257,11 @@ TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
 
 TEST_F(ZelviewTest, AnOldPictureIsReplacedWholeOrKept)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 1, 1);
-    const QString text = _files.write(QStringLiteral("notes.txt"), "Dear diary,\n");
-    const QString target = _files.write(QStringLiteral("out.png"), "old");
+    const QString wall = _files.writeWall("wall.obj", 1, 1);
+    const QString text = _files.write("notes.txt", "Dear diary,\n");
+    const QString target = _files.write("out.png", "old");
     EXPECT_EQ(runZelview({text, "--offscreen", target}).code, 3);
-    EXPECT_EQ(_files.read(QStringLiteral("out.png")), QByteArray("old"));
+    EXPECT_EQ(_files.read("out.png"), QByteArray("old"));
     EXPECT_EQ(runZelview({wall, "--offscreen", target, "--size", "64x48"}).code, 0);
     EXPECT_EQ(QImage(target).size(), QSize(64, 48));
     EXPECT_EQ(_files.names(), (QStringList{"notes.txt", "out.png", "wall.obj", "wall.obj.mtl"}));
@@ -284,12 +269,12 @@ TEST_F(ZelviewTest, AnOldPictureIsReplacedWholeOrKept)
 
 TEST_F(ZelviewTest, TheDriverHasNoComplaintsAboutAFrame)
 {
-    const QString wall = _files.writeWall(QStringLiteral("wall.obj"), 3, 3);
+    const QString wall = _files.writeWall("wall.obj", 3, 3);
     const Ending ending =
         runZelview({wall, "--verbose", "--offscreen", _files.path("out.png"), "--size", "64x64"});
     EXPECT_EQ(ending.code, 0);
-    EXPECT_FALSE(ending.errors.contains(QStringLiteral("OpenGL message"))) << qPrintable(ending.errors);
-    EXPECT_FALSE(ending.errors.contains(QStringLiteral("[ !! ]"))) << qPrintable(ending.errors);
+    EXPECT_FALSE(ending.errors.contains("OpenGL message")) << qPrintable(ending.errors);
+    EXPECT_FALSE(ending.errors.contains("[ !! ]")) << qPrintable(ending.errors);
 }
 
 } // namespace

@@ -25,45 +25,45 @@ public:
 
     Failure putUp(Programs &, const Options &) override
     {
-        notes.append(QStringLiteral("up"));
+        notes.append("up");
         return failure;
     }
 
-    void takeDown() override { notes.append(QStringLiteral("down")); }
+    void takeDown() override { notes.append("down"); }
 
     void frame(const QSize &viewport) override
     {
-        notes.append(QStringLiteral("frame %1x%2").arg(viewport.width()).arg(viewport.height()));
+        notes.append(QString("frame %1x%2").arg(viewport.width()).arg(viewport.height()));
     }
 
     Failure prepareFrame(const QSize &) override { return {}; }
     void draw(const QSize &viewport) override { lastViewport = viewport; }
 
     QStringList describeFrame() const override { return {}; }
-    QStringList describeStatistics() override { return {QStringLiteral("1 drawable")}; }
+    QStringList describeStatistics() override { return {"1 drawable"}; }
     bool isMoving() const override { return false; }
     void setTime(float) override {}
     bool isDithered() const override { return false; }
 
     void drag(DragKind kind, const QVector2D &way) override
     {
-        notes.append(QStringLiteral("%1 %2 %3")
-                         .arg(kind == eTurn ? QStringLiteral("turn") : QStringLiteral("move"))
+        notes.append(QString("%1 %2 %3")
+                         .arg(kind == eTurn ? "turn" : "move")
                          .arg(double(way.x()))
                          .arg(double(way.y())));
     }
 
-    void zoom(float steps) override { notes.append(QStringLiteral("zoom %1").arg(double(steps))); }
+    void zoom(float steps) override { notes.append(QString("zoom %1").arg(double(steps))); }
 
     QString pick(const QPoint &pixel, const QSize &viewport) override
     {
-        notes.append(QStringLiteral("pick %1 %2 of %3").arg(pixel.x()).arg(pixel.y()).arg(viewport.width()));
+        notes.append(QString("pick %1 %2 of %3").arg(pixel.x()).arg(pixel.y()).arg(viewport.width()));
         return {};
     }
 
     bool key(int key) override
     {
-        notes.append(QStringLiteral("key %1").arg(QChar(key)));
+        notes.append(QString("key %1").arg(QChar(key)));
         return true;
     }
 
@@ -124,7 +124,7 @@ protected:
     /// A row of squares, seen from the front.
     ShownModel shownWall(int columns, const QSize &size)
     {
-        _options.file = _files.writeWall(QStringLiteral("wall.obj"), columns, 1);
+        _options.file = _files.writeWall("wall.obj", columns, 1);
         _options.azimuth = _options.elevation = 0.0f;
         return {_options, size};
     }
@@ -185,12 +185,12 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
 
 TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBePutUp)
 {
-    _notebook.failure = Problem{ExitCode::eInput, QStringLiteral("torn")};
+    _notebook.failure = Problem{ExitCode::eInput, "torn"};
     Window window(_notebook, _options);
     window.show();
     QGuiApplication::exec(); // ends by itself
     ASSERT_TRUE(window.failure());
-    EXPECT_EQ(window.failure()->text, QStringLiteral("torn"));
+    EXPECT_EQ(window.failure()->text, "torn");
     EXPECT_EQ(_notebook.lastViewport, QSize()); // nothing was drawn
 }
 
@@ -198,17 +198,17 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
 {
     ShownModel model = shownWall(2, {40, 30});
     const QImage plain = model.picture();
-    EXPECT_TRUE(model.draws().endsWith(QStringLiteral("textures by sampler")));
+    EXPECT_TRUE(model.draws().endsWith("textures by sampler"));
     EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain); // this manager has no view of itself
     EXPECT_NE(model.pictureAfter(Qt::Key_M), plain);
-    EXPECT_TRUE(model.draws().endsWith(QStringLiteral("textures by array")));
+    EXPECT_TRUE(model.draws().endsWith("textures by array"));
     EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain);
 
     // All the way round, and again from the start.
-    for (int i = 0; i < 4 && !model.draws().endsWith(QStringLiteral("sampler")); ++i) {
+    for (int i = 0; i < 4 && !model.draws().endsWith("sampler"); ++i) {
         EXPECT_EQ(model.pictureAfter(Qt::Key_M), plain);
     }
-    EXPECT_TRUE(model.draws().endsWith(QStringLiteral("textures by sampler")));
+    EXPECT_TRUE(model.draws().endsWith("textures by sampler"));
     EXPECT_FALSE(model->key(Qt::Key_Y));
 }
 
@@ -219,7 +219,7 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
     const QImage plain = model.picture();
     for (const char *mechanism : {"uniform", "texbuffer", "texture", "ssbo"}) {
         EXPECT_EQ(model.pictureAfter(Qt::Key_I), plain);
-        EXPECT_TRUE(model.draws().contains(QStringLiteral(" by %1 in ").arg(QLatin1String(mechanism))));
+        EXPECT_TRUE(model.draws().contains(QString(" by %1 in ").arg(QLatin1String(mechanism))));
     }
 
     // Red to the left, green to the right; rows go up.
@@ -227,16 +227,16 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
         return QPair<int, int>(leadingChannel(image.pixelColor(10, 15)),
                                leadingChannel(image.pixelColor(30, 15)));
     };
-    EXPECT_TRUE(model->pick({30, 15}, size).startsWith(QStringLiteral("pick      30,15: material 'm1'")));
+    EXPECT_TRUE(model->pick({30, 15}, size).startsWith("pick      30,15: material 'm1'"));
     EXPECT_NE(model.picture(), plain); // the selected one is marked
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_X)), qMakePair(0, -1));
-    EXPECT_EQ(model->pick({30, 15}, size), QStringLiteral("pick      30,15: nothing"));
+    EXPECT_EQ(model->pick({30, 15}, size), "pick      30,15: nothing");
     EXPECT_EQ(model.pictureAfter(Qt::Key_A), plain);
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_N)).second, 1);
     const QString left = model->pick({10, 15}, size);
-    EXPECT_TRUE(left.contains(QStringLiteral("'m0'"))) << qPrintable(left);
+    EXPECT_TRUE(holds(left, "'m0'"));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, -1);
-    EXPECT_TRUE(model.report("material").endsWith(QStringLiteral("alone 'm0'")));
+    EXPECT_TRUE(model.report("material").endsWith("alone 'm0'"));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, 1);
 }
 
@@ -248,8 +248,8 @@ TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
     model->zoom(12.0f);
     const QImage close = model.pictureAfter(Qt::Key_Z);
     const QString scene = model->describeStatistics().first();
-    EXPECT_TRUE(scene.contains(QStringLiteral("culled by a frozen frustum"))) << qPrintable(scene);
-    EXPECT_FALSE(scene.contains(QStringLiteral(", 0 culled"))) << qPrintable(scene);
+    EXPECT_TRUE(holds(scene, "culled by a frozen frustum"));
+    EXPECT_FALSE(scene.contains(", 0 culled")) << qPrintable(scene);
 
     model->frame(size);
     const QImage all = model.picture();
@@ -264,20 +264,20 @@ TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
 TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)
 {
     QImage tile(8, 8, QImage::Format_RGB32);
-    for (const auto &number : {QStringLiteral("1001"), QStringLiteral("1012")}) { // two holes between them
-        tile.fill(number == QLatin1String("1001") ? Qt::red : Qt::blue);
-        ASSERT_TRUE(tile.save(_files.path(QStringLiteral("t.%1.png").arg(number))));
-    }
-    _options.file = _files.path(QStringLiteral("t.<UDIM>.png"));
+    tile.fill(Qt::red);
+    ASSERT_TRUE(tile.save(_files.path("t.1001.png")));
+    tile.fill(Qt::blue);
+    ASSERT_TRUE(tile.save(_files.path("t.1012.png"))); // two holes between them
+    _options.file = _files.path("t.<UDIM>.png");
     _options.isUdim = true;
     ShownModel plane(_options, {40, 40});
     const QImage first = plane.picture();
     const QString byArray = plane.draws();
-    EXPECT_TRUE(byArray.endsWith(QStringLiteral("textures by array"))) << qPrintable(byArray);
+    EXPECT_TRUE(byArray.endsWith("textures by array")) << qPrintable(byArray);
     for (int round = 0; round < 3; ++round) {
         do {
             const bool isEqual = plane.pictureAfter(Qt::Key_M) == first;
-            EXPECT_EQ(isEqual, plane.draws().contains(QStringLiteral("by array")));
+            EXPECT_EQ(isEqual, plane.draws().contains("by array"));
         } while (plane.draws() != byArray);
     }
 }
