@@ -3,18 +3,20 @@
 
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
+#include "support/TestBuffer.h"
 #include "support/TestProgram.h"
 #include "support/Vec.h"
 
 #include <ZelGL/ZelGL.h>
 
-#include <QtGui/QOpenGLFunctions_3_2_Core>
 #include <QtGui/QVector2D>
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 #include <random>
+#include <string>
+#include <tuple>
 #include <vector>
 
 using namespace Orvane::Zel;
@@ -49,7 +51,7 @@ public:
         Texture source(nullptr);
         source.create2D(GL_TEXTURE_2D, GL_RGBA32F, kWidth, height);
         const AutoBinder sourceBinder(&source);
-        driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kWidth, height, GL_RGB, GL_FLOAT, texels.data());
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kWidth, height, GL_RGB, GL_FLOAT, texels.data());
 
         const AutoBinder binder(&_program);
         const QVariant variant = QVariant::fromValue<QObject *>(&data);
@@ -91,9 +93,9 @@ void makeLayers(Texture &layers, unsigned int format, int size, int count)
     layers.create3D(GL_TEXTURE_2D_ARRAY, format, size, size, count);
     const AutoBinder binder(&layers);
     const float free[] = {1, 1, 1, 1};
-    driver()->glTexParameterfv(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BORDER_COLOR, free);
+    glTexParameterfv(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BORDER_COLOR, free);
     for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-        driver()->glTexParameteri(GL_TEXTURE_2D_ARRAY, wrap, GL_CLAMP_TO_BORDER);
+        glTexParameteri(GL_TEXTURE_2D_ARRAY, wrap, GL_CLAMP_TO_BORDER);
     }
 }
 
@@ -103,8 +105,7 @@ void makeLayers(Texture &layers, int size, const std::vector<QVector2D> &texels)
     const int count = int(texels.size()) / (size * size);
     makeLayers(layers, GL_RG32F, size, count);
     const AutoBinder binder(&layers);
-    driver()->glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, size, size, count, GL_RG, GL_FLOAT,
-                              texels.data());
+    glTexSubImage3D(GL_TEXTURE_2D_ARRAY, 0, 0, 0, 0, size, size, count, GL_RG, GL_FLOAT, texels.data());
 }
 
 QMatrix4x4 matrixOf(const RenderData::Transform &transform)
@@ -300,19 +301,16 @@ public:
     {
         addQuad({-4.8f, -4.5f, -4.8f}, {9.6f, 0.3f, 0}, {0, 0, 9.6f});
         for (int i = 0; i < 6; ++i) {
-            QMatrix4x4 place;
-            place.translate(3.4f * point());
-            place.rotate(number(0, 360), point());
-            place.scale(number(0.3f, 1), number(0.3f, 1), number(0.3f, 1));
-            const auto side = [&](const QVector3D &corner, const QVector3D &u, const QVector3D &v) {
-                addQuad(place * corner, place.mapVector(u), place.mapVector(v));
-            };
-            const QVector3D axes[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+            QMatrix4x4 turn;
+            turn.rotate(number(0, 360), point());
+            const QVector3D edges[] = {turn * QVector3D(number(0.6f, 2), 0, 0),
+                                       turn * QVector3D(0, number(0.6f, 2), 0),
+                                       turn * QVector3D(0, 0, number(0.6f, 2))};
+            const QVector3D corner = 3.4f * point() - 0.5f * (edges[0] + edges[1] + edges[2]);
             for (int axis = 0; axis < 3; ++axis) {
-                const QVector3D &u = axes[(axis + 1) % 3];
-                const QVector3D &v = axes[(axis + 2) % 3];
-                side(axes[axis] - u - v, 2 * u, 2 * v);
-                side(-axes[axis] - u - v, 2 * u, 2 * v);
+                for (const QVector3D &side : {corner, corner + edges[axis]}) {
+                    addQuad(side, edges[(axis + 1) % 3], edges[(axis + 2) % 3]);
+                }
             }
         }
         for (int i = 0; i < 12; ++i) {
@@ -348,24 +346,16 @@ public:
         return first;
     }
 
-    QSharedPointer<DrawBuffers> drawable() const
+    QVector<float> positions() const
     {
-        QVector<float> positions;
+        QVector<float> result;
         for (const Triangle &triangle : triangles) {
             for (const Vec &corner : {triangle.a, triangle.b, triangle.c}) {
-                positions << float(corner.x) << float(corner.y) << float(corner.z);
+                const QVector3D position = corner.rounded();
+                result << position.x() << position.y() << position.z();
             }
         }
-        const auto factory = OpenGLDeviceContext::current();
-        const QSharedPointer<VertexArrayObject> vao = factory->newVAO();
-        const QSharedPointer<BufferObject> buffer = factory->newBuffer();
-        buffer->setTarget(GL_ARRAY_BUFFER);
-        vao->upload("va_Vertex", buffer, positions, 3, GL_STATIC_DRAW);
-        const QSharedPointer<DrawBuffers> unit(new DrawBuffers(nullptr));
-        unit->setVAO(vao);
-        unit->setPrimitiveType(GL_TRIANGLES);
-        unit->setVertexCount(unsigned(positions.size() / 3));
-        return unit;
+        return result;
     }
 
     std::vector<Triangle> triangles;
@@ -388,30 +378,31 @@ class Layers
 {
 public:
     Layers(const Scene &scene, RenderData &data)
-        : _texture(nullptr)
     {
         makeLayers(_texture, GL_DEPTH_COMPONENT32F, kMapSize, data.transformCount);
         const auto program = makeProgram(kVertexStage, "#version 150\nvoid main() {}");
-        const QSharedPointer<DrawBuffers> unit = scene.drawable();
         const AutoBinder binder(program.get());
-        unit->bind();
-        unit->VAO()->enableShaderProgramArrays(program.get());
+        DrawBuffers unit(nullptr);
+        unit.setVAO(OpenGLDeviceContext::current()->newVAO());
+        unit.VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER), scene.positions(), 3, GL_STATIC_DRAW);
+        unit.setPrimitiveType(GL_TRIANGLES);
+        unit.setVertexCount(unsigned(3 * scene.triangles.size()));
+        const AutoBinder unitBinder(&unit);
+        unit.VAO()->enableShaderProgramArrays(program.get());
         FramebufferObject framebuffer(nullptr);
-        framebuffer.bind();
-        driver()->glViewport(0, 0, kMapSize, kMapSize);
-        driver()->glEnable(GL_DEPTH_TEST);
+        const AutoBinder framebufferBinder(&framebuffer);
+        glViewport(0, 0, kMapSize, kMapSize);
+        glEnable(GL_DEPTH_TEST);
         for (int layer = 0; layer < data.transformCount; ++layer) {
             framebuffer.attach3D(&_texture, GL_DEPTH_ATTACHMENT, layer, 0);
             framebuffer.setDrawBuffers();
             EXPECT_TRUE(framebuffer.isComplete());
-            driver()->glClear(GL_DEPTH_BUFFER_BIT);
+            glClear(GL_DEPTH_BUFFER_BIT);
             program->setUniform("u_Projection", QVariant(matrixOf(data.transforms[layer])));
-            unit->draw(program.get());
+            unit.draw(program.get());
             framebuffer.detach(GL_DEPTH_ATTACHMENT);
         }
-        unit->unbind();
-        driver()->glDisable(GL_DEPTH_TEST);
-        framebuffer.unbind();
+        glDisable(GL_DEPTH_TEST);
         data.projectionTexture = &_texture;
     }
 
@@ -426,7 +417,7 @@ void main()
 }
 )";
 
-    Texture _texture;
+    Texture _texture{nullptr};
 };
 
 enum class Verdict { eLit, eShadowed, eEdge };
@@ -494,10 +485,7 @@ public:
 private:
     static constexpr float kTexel = 2.0f / kMapSize;
 
-    QVector4D project(const Vec &point) const
-    {
-        return _matrix * QVector4D(float(point.x), float(point.y), float(point.z), 1);
-    }
+    QVector4D project(const Vec &point) const { return _matrix * QVector4D(point.rounded(), 1); }
 
     QVector3D place(const Vec &point) const
     {
@@ -540,7 +528,6 @@ struct Rig
     int projections; ///< as many as there must be
     int cascades;
     float cutoff;
-    bool mirrored;
 };
 
 void PrintTo(const Rig &rig, std::ostream *out)
@@ -548,12 +535,15 @@ void PrintTo(const Rig &rig, std::ostream *out)
     *out << rig.name;
 }
 
-class ShadowTruthTest : public ShadowVisibilityTest, public testing::WithParamInterface<Rig>
+/// A light, and whether its transform mirrors.
+using Lighting = std::tuple<Rig, bool>;
+
+class ShadowTruthTest : public ShadowVisibilityTest, public testing::WithParamInterface<Lighting>
 {
 protected:
     ShadowTruthTest()
     {
-        const Rig &rig = GetParam();
+        const auto &[rig, isMirrored] = GetParam();
         _light.setType(rig.type);
         _light.setCSMLevels(rig.cascades);
         _light.setSpotCutoff(rig.cutoff);
@@ -565,7 +555,7 @@ protected:
             transform.translate(0.2f, rig.projections == 1 ? 4.5f : 0.6f, 0.4f);
             transform.rotate(-80, 1, 0.1f, 0.2f);
         }
-        transform.scale(rig.mirrored ? -1 : 1, 1, 1);
+        transform.scale(isMirrored ? -1 : 1, 1, 1);
         _light.setTransform(transform);
         _view.lookAt({4, 5, 9}, {0, -1, 0}, {0, 1, 0});
         _projection.perspective(60, 1, 0.5f, 30);
@@ -573,20 +563,19 @@ protected:
 
     bool isSeen(const Vec &point) const
     {
-        const QVector4D at =
-            _projection * _view * QVector4D(float(point.x), float(point.y), float(point.z), 1);
+        const QVector4D at = _projection * _view * QVector4D(point.rounded(), 1);
         return std::max({std::abs(at.x()), std::abs(at.y()), std::abs(at.z())}) < at.w();
     }
 
     /// Inside the cone, or in front of a face.
     bool isReached(const Vec &point) const
     {
-        const QVector3D at =
-            _light.transform().inverted().map(QVector3D(float(point.x), float(point.y), float(point.z)));
+        const Rig &rig = std::get<Rig>(GetParam());
+        const QVector3D at = _light.transform().inverted().map(point.rounded());
         const float side = std::max(std::abs(at.x()), std::abs(at.y()));
-        switch (GetParam().projections) {
+        switch (rig.projections) {
         case 1:
-            return GetParam().type == Light::eDirectional || side < -at.z() * std::tan(GetParam().cutoff);
+            return rig.type == Light::eDirectional || side < -at.z() * std::tan(rig.cutoff);
         case 5:
             return side > at.z();
         default:
@@ -608,7 +597,7 @@ TEST_P(ShadowTruthTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
     RenderData data;
     const QVariantList lights = {QVariant::fromValue<QObject *>(&_light)};
     ASSERT_TRUE(ShadowMapManager::processLights(lights, data, &_view, &_projection, &box));
-    ASSERT_EQ(GetParam().projections, data.transformCount);
+    ASSERT_EQ(std::get<Rig>(GetParam()).projections, data.transformCount);
     const Layers layers(scene, data);
 
     std::vector<Judge> judges;
@@ -632,16 +621,15 @@ TEST_P(ShadowTruthTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
             }
         }
         ASSERT_FALSE(holding.empty());
-        bool isAtEdge = false;
-        for (const Judge *judge : holding) {
-            isAtEdge = isAtEdge || (*judge)(receiver, biased) == Verdict::eEdge;
-        }
-        if (isAtEdge) {
+        const auto isAtEdge = [&, receiver = receiver](const Judge *judge) {
+            return (*judge)(receiver, biased) == Verdict::eEdge;
+        };
+        if (std::any_of(holding.begin(), holding.end(), isAtEdge)) {
             ++dropped;
             continue;
         }
         expected.push_back(judges[0].isLit(point));
-        points.emplace_back(float(biased.x), float(biased.y), float(biased.z));
+        points.push_back(biased.rounded());
     }
     const std::vector<QVector4D> answers = Probe(0).ask(data, points, 0);
     int wrong = 0;
@@ -658,15 +646,15 @@ TEST_P(ShadowTruthTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
 }
 
 INSTANTIATE_TEST_SUITE_P(Lights, ShadowTruthTest,
-                         testing::Values(Rig{"Sun", Light::eDirectional, 1, 0, -1, false},
-                                         Rig{"SunMirrored", Light::eDirectional, 1, 0, -1, true},
-                                         Rig{"SunWith4Cascades", Light::eDirectional, 4, 4, -1, false},
-                                         Rig{"SunWith4CascadesMirrored", Light::eDirectional, 4, 4, -1, true},
-                                         Rig{"Spot", Light::eSpot, 1, 0, 0.7f, false},
-                                         Rig{"SpotMirrored", Light::eSpot, 1, 0, 0.7f, true},
-                                         Rig{"PointWith1Face", Light::ePoint, 1, 0, 0.7f, false},
-                                         Rig{"PointWith1FaceMirrored", Light::ePoint, 1, 0, 0.7f, true},
-                                         Rig{"PointWith5Faces", Light::ePoint, 5, 0, 1.5f, false},
-                                         Rig{"PointWith6Faces", Light::ePoint, 6, 0, -1, false},
-                                         Rig{"PointWith6FacesMirrored", Light::ePoint, 6, 0, -1, true}),
-                         [](const testing::TestParamInfo<Rig> &rig) { return rig.param.name; });
+                         testing::Combine(testing::Values(Rig{"Sun", Light::eDirectional, 1, 0, -1},
+                                                          Rig{"SunWith4Cascades", Light::eDirectional, 4, 4,
+                                                              -1},
+                                                          Rig{"Spot", Light::eSpot, 1, 0, 0.7f},
+                                                          Rig{"PointWith1Face", Light::ePoint, 1, 0, 0.7f},
+                                                          Rig{"PointWith5Faces", Light::ePoint, 5, 0, 1.5f},
+                                                          Rig{"PointWith6Faces", Light::ePoint, 6, 0, -1}),
+                                          testing::Bool()),
+                         [](const auto &lighting) {
+                             return std::get<Rig>(lighting.param).name
+                                    + std::string(std::get<bool>(lighting.param) ? "Mirrored" : "");
+                         });

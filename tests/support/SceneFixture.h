@@ -1,6 +1,7 @@
 #pragma once
 
 #include "GLFixture.h"
+#include "TestBuffer.h"
 
 #include <ZelGL/BufferObject.h>
 #include <ZelGL/DrawBuffers.h>
@@ -49,14 +50,13 @@ protected:
     /// A unit square in x and y, counter-clockwise, drawn by as many commands.
     Orvane::Zel::DrawBuffers *squares(int count)
     {
-        const auto context = Orvane::Zel::OpenGLDeviceContext::current();
         auto *unit = new Orvane::Zel::DrawBuffers(nullptr);
-        unit->setVAO(context->newVAO());
-        unit->VAO()->upload("va_Vertex", buffer(GL_ARRAY_BUFFER), QVector<float>{0, 0, 1, 0, 0, 1, 1, 1}, 2,
-                            GL_STATIC_DRAW);
+        unit->setVAO(Orvane::Zel::OpenGLDeviceContext::current()->newVAO());
+        unit->VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER), QVector<float>{0, 0, 1, 0, 0, 1, 1, 1},
+                            2, GL_STATIC_DRAW);
         unit->setPrimitiveType(GL_TRIANGLES);
         const unsigned short indices[] = {0, 1, 2, 2, 1, 3};
-        const auto indexBuffer = buffer(GL_ELEMENT_ARRAY_BUFFER);
+        const auto indexBuffer = makeBuffer(GL_ELEMENT_ARRAY_BUFFER);
         indexBuffer->bind();
         indexBuffer->uploadGLushortData(indices, 6, GL_STATIC_DRAW);
         indexBuffer->unbind();
@@ -79,14 +79,6 @@ protected:
     }
 
     Orvane::Zel::GPUModel _model;
-
-private:
-    static QSharedPointer<Orvane::Zel::BufferObject> buffer(unsigned int target)
-    {
-        const auto made = Orvane::Zel::OpenGLDeviceContext::current()->newBuffer();
-        made->setTarget(target);
-        return made;
-    }
 };
 
 /// A transform that scales, then moves.

@@ -18,6 +18,8 @@ struct Vec
     {
     }
 
+    QVector3D rounded() const { return {float(x), float(y), float(z)}; }
+
     double x, y, z;
 };
 
