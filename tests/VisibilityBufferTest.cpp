@@ -6,10 +6,7 @@
 #include <ZelGL/ZelGL.h>
 
 #include <QtGui/QMatrix4x4>
-#include <QtGui/QOpenGLFunctions_3_2_Core>
 
-#include <algorithm>
-#include <array>
 #include <cstring>
 #include <vector>
 
@@ -56,19 +53,6 @@ protected:
         _plan->setArraySize(2);
         InstanceDataRegistry::Instance()->registerPlan(_plan);
         _capture.take(); // the plan tells of its size
-        driver()->glGenTextures(GLsizei(std::size(_textures)), _textures);
-        driver()->glGenBuffers(GLsizei(std::size(_buffers)), _buffers);
-    }
-
-    ~VisibilityBufferTest() override
-    {
-        driver()->glDeleteBuffers(GLsizei(std::size(_buffers)), _buffers);
-        driver()->glDeleteTextures(GLsizei(std::size(_textures)), _textures);
-        InstanceDataRegistry::Instance()->clear();
-    }
-
-    void makeProgram()
-    {
         _program.setFragDataLocations({"out_Position", "out_NormalAndDepth", "out_Rest"});
         GLSLMacroProcessor processor;
         _program.setMacroProcessor(&processor);
@@ -76,45 +60,57 @@ protected:
         _program.addShaderFromFile(GL_FRAGMENT_SHADER, "VisibilityBuffer.glslc");
         _program.addShader(GL_FRAGMENT_SHADER, _plan->glslc(), QString());
         _program.addShader(GL_FRAGMENT_SHADER, kMain, QString());
-        ASSERT_TRUE(_program.link()) << _program.log().toStdString();
+        EXPECT_TRUE(_program.link()) << _program.log().toStdString();
         _program.setMacroProcessor(nullptr);
         _program.bind();
+        glGenTextures(kCount, _textures);
+        glGenBuffers(kCount, _buffers);
+    }
+
+    ~VisibilityBufferTest() override
+    {
+        _program.unbind();
+        glDeleteBuffers(kCount, _buffers);
+        glDeleteTextures(kCount, _textures);
+        glActiveTexture(GL_TEXTURE0);
+        InstanceDataRegistry::Instance()->clear();
     }
 
     int location(const char *name) { return _program.getUniformLocation(name); }
 
     void bindTexture(int i, GLenum target, const char *sampler)
     {
-        driver()->glActiveTexture(GL_TEXTURE0 + unsigned(i));
-        driver()->glBindTexture(target, _textures[i]);
-        driver()->glUniform1i(location(sampler), i);
+        glActiveTexture(GL_TEXTURE0 + unsigned(i));
+        glBindTexture(target, _textures[i]);
+        glUniform1i(location(sampler), i);
     }
 
-    template <typename Value>
     void setTexture(int i, const char *sampler, GLenum internalFormat, GLenum format, int width, int height,
-                    const std::vector<Value> &values)
+                    const std::vector<quint32> &values)
     {
         bindTexture(i, GL_TEXTURE_2D, sampler);
-        driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-        driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-        driver()->glTexImage2D(GL_TEXTURE_2D, 0, GLint(internalFormat), width, height, 0, format,
-                               GL_UNSIGNED_INT, values.data());
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexImage2D(GL_TEXTURE_2D, 0, GLint(internalFormat), width, height, 0, format, GL_UNSIGNED_INT,
+                     values.data());
     }
 
     template <typename Value>
     void setBuffer(int i, const char *sampler, GLenum internalFormat, const std::vector<Value> &values)
     {
         bindTexture(i, GL_TEXTURE_BUFFER, sampler);
-        driver()->glBindBuffer(GL_TEXTURE_BUFFER, _buffers[i]);
-        driver()->glBufferData(GL_TEXTURE_BUFFER, GLsizeiptr(values.size() * sizeof(Value)), values.data(),
-                               GL_STATIC_DRAW);
-        driver()->glTexBuffer(GL_TEXTURE_BUFFER, internalFormat, _buffers[i]);
+        glBindBuffer(GL_TEXTURE_BUFFER, _buffers[i]);
+        glBufferData(GL_TEXTURE_BUFFER, GLsizeiptr(values.size() * sizeof(Value)), values.data(),
+                     GL_STATIC_DRAW);
+        glTexBuffer(GL_TEXTURE_BUFFER, internalFormat, _buffers[i]);
     }
+
+    static constexpr int kCount = 7;
 
     InstanceDataPlan *_plan = new InstanceDataPlan("InstanceInfo"); // the registry's
     ShaderProgram _program{nullptr};
-    GLuint _textures[6] = {};
-    GLuint _buffers[7] = {};
+    GLuint _textures[kCount] = {};
+    GLuint _buffers[kCount] = {};
 };
 
 quint32 bitsOf(float value)
@@ -128,23 +124,17 @@ quint32 bitsOf(float value)
 
 TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
 {
-    makeProgram();
     // Vertices 0 to 2 are no part of what is drawn: triangle 1 is the one, its base vertex 0 or its indices lead there.
     const std::vector<QVector4D> positions = {{9, 9, 9, 1},   {8, 8, 8, 1},  {7, 7, 7, 1},
                                               {-4, -4, 0, 1}, {4, -4, 0, 1}, {-4, 4, 0, 1}};
     const std::vector<QVector4D> normals = {{}, {}, {}, {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
     const std::vector<QVector4D> texCoords = {{}, {}, {}, {0, 0, 0, 0}, {1, 0, 0, 0}, {0, 1, 0, 0}};
-    setTexture<quint32>(0, "u_SamplerHeadPointer", GL_R32UI, GL_RED_INTEGER, kPixels, 1, {0, 3, 4});
-    // Nodes in rows of two: next, primitive + 1, depth, draw. Node 4 is in the second row, as node 3 is.
-    std::vector<quint32> nodes(16);
-    const auto setNode = [&nodes](unsigned pointer, std::array<quint32, 4> node) {
-        std::copy(node.begin(), node.end(), nodes.begin() + (pointer - 1) * 4);
-    };
-    setNode(3, {0, 2, bitsOf(0.5f), 0});
-    setNode(4, {2, 2, bitsOf(0.5f), 0});
-    setNode(2, {0, 2, bitsOf(0.75f), 1});
-    setTexture<quint32>(1, "u_SamplerNodeBuffer", GL_RGBA32UI, GL_RGBA_INTEGER, 2, 2, nodes);
-    driver()->glUniform1i(location("u_SamplerNodeBufferWidth"), 2);
+    setTexture(0, "u_SamplerHeadPointer", GL_R32UI, GL_RED_INTEGER, kPixels, 1, {0, 3, 4});
+    // Nodes 1 to 4 in rows of two: next, primitive + 1, depth, draw.
+    const quint32 near = bitsOf(0.5f);
+    setTexture(1, "u_SamplerNodeBuffer", GL_RGBA32UI, GL_RGBA_INTEGER, 2, 2,
+               {0, 0, 0, 0, 0, 2, bitsOf(0.75f), 1, 0, 2, near, 0, 2, 2, near, 0});
+    glUniform1i(location("u_SamplerNodeBufferWidth"), 2);
     setBuffer(2, "u_VertexBuffer", GL_RGBA32F, positions);
     setBuffer(3, "u_NormalBuffer", GL_RGBA32F, normals);
     setBuffer(4, "u_texCoordBuffer", GL_RGBA32F, texCoords);
@@ -158,9 +148,9 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     std::vector<Std140Command> commands(100);
     commands[0] = {6, 1, 1, 2, 0, {}};
     commands[1] = {6, 1, 1, 2, 0, {}};
-    driver()->glBindBufferBase(GL_UNIFORM_BUFFER, 3, _buffers[6]);
-    driver()->glBufferData(GL_UNIFORM_BUFFER, GLsizeiptr(commands.size() * sizeof(Std140Command)),
-                           commands.data(), GL_STATIC_DRAW);
+    glBindBufferBase(GL_UNIFORM_BUFFER, 3, _buffers[6]);
+    glBufferData(GL_UNIFORM_BUFFER, GLsizeiptr(commands.size() * sizeof(Std140Command)), commands.data(),
+                 GL_STATIC_DRAW);
     _program.setUniformBlockBinding(_program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"),
                                     3);
 
@@ -174,13 +164,13 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     for (const QMatrix4x4 &model : models) {
         modelValues.insert(modelValues.end(), model.constData(), model.constData() + 16);
     }
-    driver()->glUniformMatrix4fv(location("u_ModelMatrix[0]"), 2, GL_FALSE, modelValues.data());
-    driver()->glUniformMatrix4fv(location("u_InvCameraMatrix"), 1, GL_FALSE, QMatrix4x4().constData());
-    driver()->glUniformMatrix4fv(location("u_InvProjMatrix"), 1, GL_FALSE, inverseProjection.constData());
-    driver()->glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in the world
+    glUniformMatrix4fv(location("u_ModelMatrix[0]"), 2, GL_FALSE, modelValues.data());
+    glUniformMatrix4fv(location("u_InvCameraMatrix"), 1, GL_FALSE, QMatrix4x4().constData());
+    glUniformMatrix4fv(location("u_InvProjMatrix"), 1, GL_FALSE, inverseProjection.constData());
+    glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in the world
 
     for (const int indexed : {0, 1}) {
-        driver()->glUniform1i(location("u_indexedDraw"), indexed);
+        glUniform1i(location("u_indexedDraw"), indexed);
         const std::vector<Pixels> outputs = drawnPixels(_program, kPixels, 1, 3);
         // (-1, 0) has the weights 1/8, 3/8 and 1/2 in the triangle;
         EXPECT_TRUE(outputs[2].isNear(0, 0, {0, 0, 0, 0}, 0.0f));
@@ -191,13 +181,4 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
         EXPECT_TRUE(outputs[1].isNear(2, 0, {0.0625f, 0.4375f, 0.5f, 0.75f}, 1e-5f));
         EXPECT_TRUE(outputs[2].isNear(2, 0, {0.4375f, 0.5f, 2.0f, 1.0f}, 1e-5f));
     }
-    _program.unbind();
-    driver()->glBindBufferBase(GL_UNIFORM_BUFFER, 3, 0);
-    for (int i = 0; i < 6; ++i) {
-        driver()->glActiveTexture(GL_TEXTURE0 + unsigned(i));
-        driver()->glBindTexture(GL_TEXTURE_2D, 0);
-        driver()->glBindTexture(GL_TEXTURE_BUFFER, 0);
-    }
-    driver()->glActiveTexture(GL_TEXTURE0);
-    driver()->glBindBuffer(GL_TEXTURE_BUFFER, 0);
 }
