@@ -229,16 +229,21 @@ TEST_F(GPUModelDrawTest, AWalkMakesTheCallsOfWhatDiffersAndLeavesNothingBound)
 
 TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndDistance)
 {
-    const auto far = [](float z, float scaleX = 1.0f) {
-        QMatrix4x4 matrix = placed(0, 0, scaleX, 1.0f);
-        matrix.setColumn(3, QVector4D(0, 0, z, 1));
+    const auto at = [](float z, QMatrix4x4 matrix) {
+        matrix(2, 3) = z;
         return matrix;
     };
-    // Mirrored and plain ones; then one with both faces, one that is culled, and a plain one again.
-    const int mixed = addSquares({far(-1), far(-2, -1), far(-3, -1), far(-4)});
-    addSquares({far(0)}, GPUModel::kFlagTwoSided);
-    const int culled = addSquares({far(0)}, GPUModel::kFlagHidden);
-    addSquares({far(0)});
+    // Mirrored ones on the left and plain ones on the right; below these one with both faces, one that is culled, and a
+    // plain one again.
+    const QMatrix4x4 left = placed(0, 0, -1);
+    const QMatrix4x4 right = placed(0, 0);
+    const QMatrix4x4 below = placed(0, -1);
+    InstanceDataCollection *material = paint();
+    const int mixed =
+        addSquares({at(-0.1f, right), at(-0.2f, left), at(-0.3f, left), at(-0.4f, right)}, 0, 0, material);
+    for (const unsigned long long flags : {GPUModel::kFlagTwoSided, GPUModel::kFlagHidden, 0ull}) {
+        addSquares({below}, flags, 0, material);
+    }
     const GPUModel::BoundingBox box{0, 0, 0, 1, 1, 0};
     _model.loadBoundingBoxes(&box, 1);
     for (const int command : {0, 1, 3}) { // that without a box is the farthest
@@ -246,8 +251,11 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
     }
     _model.updateTransforms();
     EXPECT_EQ(1, _model.visibilityCull());
-    EXPECT_TRUE(_model.isDrawEmpty(GPUModel::kFlagHidden, GPUModel::kFlagHidden)) << culled;
+    EXPECT_TRUE(_model.isDrawEmpty(GPUModel::kFlagHidden, GPUModel::kFlagHidden));
 
+    QOpenGLFramebufferObject target(2, 2, QOpenGLFramebufferObject::NoAttachment, GL_TEXTURE_2D, GL_RGBA32F);
+    ASSERT_TRUE(target.bind());
+    glViewport(0, 0, 2, 2);
     CallLog<&glEnable, &glDisable, &glFrontFace, &glUniform1ui> log;
     const QString on = call("glEnable", GL_CULL_FACE);
     const QString off = call("glDisable", GL_CULL_FACE);
@@ -256,73 +264,39 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
     const auto id = [this](int number) {
         return call("glUniform1ui", _program.getUniformLocationNameID(), number);
     };
-    const auto drawn = [&](unsigned long long value, WindingType winding, const QMatrix4x4 *matrix) {
-        log.take();
-        EXPECT_TRUE(_model.draw(&_program, nullptr, value, GPUModel::kFlagHidden, winding, matrix, false));
-        const QString restart = call("glEnable", GL_PRIMITIVE_RESTART); // once a process
-        return log.take().replaceInStrings(restart, QString()).filter(QStringLiteral("gl"));
-    };
-    EXPECT_EQ(
-        (QStringList{on, cw, id(1), id(2), ccw, id(0), id(3), cw, off, id(0), on, cw, ccw, id(0), cw, off}),
-        drawn(0, eWindingCW, nullptr));
-    EXPECT_EQ((QStringList{off, id(0), id(1), id(2), id(3), id(0), id(0), off}),
-              drawn(0, eWindingOff, nullptr));
-    // The eye is taken from the inverse with its sign turned: at z = -10 here, so the last comes first.
-    QMatrix4x4 view;
-    view.translate(0, 0, -10);
-    EXPECT_EQ((QStringList{on, ccw, id(3), id(0), cw, id(1), id(2), ccw, off, id(0), on, ccw, id(0), off}),
-              drawn(GPUModel::kFlagSortByDistance, eWindingCCW, &view));
-}
-
-TEST_F(GPUModelDrawTest, MirroredAndSortedCommandsShowInThePictureAndNothingStaysBound)
-{
-    // Left plain and right mirrored; one of no size and one that is hidden; left again, at another depth.
-    const auto at = [](float z, QMatrix4x4 matrix) {
-        matrix(2, 3) = z;
-        return matrix;
-    };
-    QMatrix4x4 nothing;
-    nothing.scale(0.0f);
-    addSquares({placed(-1, -1, 1, 2), placed(1, -1, -1, 2), nothing, placed(-1, -1, 2, 2),
-                at(-0.5f, placed(-1, -1, 1, 2))},
-               0, 0, paint());
-    _model.setVisibility(3, 2);
-    const GPUModel::BoundingBox box{0, 0, 0, 1, 1, 0};
-    _model.loadBoundingBoxes(&box, 1);
-    for (int command = 0; command < 5; ++command) {
-        _model.useBoundingBox(0, command, 0);
-    }
-    _model.updateTransforms();
-    EXPECT_EQ(2, _model.visibilityCull());
-
-    QOpenGLFramebufferObject target(8, 8, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
-                                    GL_RGBA32F);
-    ASSERT_TRUE(target.bind());
-    glViewport(0, 0, 8, 8);
-    QMatrix4x4 view; // the eye counts as at z = -10
+    const unsigned long long sorts = GPUModel::kFlagSortByDistance;
+    QMatrix4x4
+        view; // the eye is taken from the inverse with its sign turned: at z = -10, so the last comes first
     view.translate(0, 0, -10);
     const struct
     {
         WindingType winding;
         unsigned long long value;
-        float left; // of those that lie there the last drawn
-    } kRows[] = {{eWindingCCW, 0, -0.5f},
-                 {eWindingCW, 0, -0.5f},
-                 {eWindingCCW, GPUModel::kFlagSortByDistance, 0.0f},
-                 {eWindingOff, GPUModel::kFlagSortByDistance, 0.0f}};
+        float onTheRight; ///< the depth of the one drawn last there; on the left it is the same in all rows
+        QStringList calls;
+    } kRows[] = {
+        {eWindingCW,
+         0,
+         -0.4f,
+         {on, cw, id(1), id(2), ccw, id(0), id(3), cw, off, id(0), on, cw, ccw, id(0), cw, off}},
+        {eWindingOff, 0, -0.4f, {off, id(0), id(1), id(2), id(3), id(0), id(0), off}},
+        {eWindingCCW,
+         sorts,
+         -0.1f,
+         {on, ccw, id(3), id(0), cw, id(1), id(2), ccw, off, id(0), on, ccw, id(0), off}},
+    };
     for (const auto &row : kRows) {
-        SCOPED_TRACE(testing::Message() << row.winding << ' ' << row.value);
-        glClear(GL_COLOR_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-        EXPECT_TRUE(_model.draw(&_program, &_textures, row.value, 0, row.winding, &view, true));
-        const Pixels picture = Pixels::ofFramebuffer(0, 0, 8, 8);
-        EXPECT_TRUE(picture.isNear(1, 4, {row.left, row.left, row.left, 1 + row.left}, 1e-6f));
-        EXPECT_TRUE(picture.isNear(6, 4, {0, 0, 0, 1}, 1e-6f));
-        GLubyte stencil = 0;
-        glReadPixels(1, 4, 1, 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, &stencil);
-        EXPECT_EQ(1, stencil); // of material number 0
-        EXPECT_FALSE(glIsEnabled(GL_CULL_FACE));
-        EXPECT_FALSE(glIsEnabled(GL_STENCIL_TEST));
-        EXPECT_EQ(0, integerOf(GL_VERTEX_ARRAY_BINDING));
+        SCOPED_TRACE(row.winding);
+        log.take();
+        EXPECT_TRUE(
+            _model.draw(&_program, nullptr, row.value, GPUModel::kFlagHidden, row.winding, &view, false));
+        const QString restart = call("glEnable", GL_PRIMITIVE_RESTART); // once a process
+        EXPECT_EQ(row.calls, log.take().replaceInStrings(restart, QString()).filter(QStringLiteral("gl")));
+        const Pixels picture = Pixels::ofFramebuffer(0, 0, 2, 2);
+        const auto colorOf = [](float z) { return QVector4D(z, z, z, 1 + z); };
+        EXPECT_TRUE(picture.isNear(0, 1, colorOf(-0.3f), 1e-6f));
+        EXPECT_TRUE(picture.isNear(1, 1, colorOf(row.onTheRight), 1e-6f));
+        EXPECT_TRUE(picture.isNear(1, 0, colorOf(0), 1e-6f));
     }
     target.release();
 }
