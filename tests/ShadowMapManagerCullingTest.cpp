@@ -1,6 +1,7 @@
 // How the projections of lights are fitted: to all that the camera sees, to nothing else, in the stated order.
 
 #include "support/MessageCapture.h"
+#include "support/ShadowTable.h"
 #include "support/Vec.h"
 
 #include <ZelGL/ShadowMapManagerCulling.h>
@@ -96,21 +97,11 @@ Filling fillingOf(const Region &region, const std::vector<Vec> &corners, double 
     return farthestOutside(region, centre) < -sliver ? Filling::eSolid : Filling::eSliver;
 }
 
-/// The place of a point in a projection, and its w.
-struct Projected
+/// The place of a point in a projection.
+Vec project(const RenderData::Transform &transform, const Vec &point)
 {
-    double x, y, z, w;
-};
-
-Projected project(const RenderData::Transform &transform, const Vec &point)
-{
-    const auto row = [&](size_t i) {
-        const auto &m = transform.values;
-        return double(m[i]) * point.x + double(m[4 + i]) * point.y + double(m[8 + i]) * point.z
-               + double(m[12 + i]);
-    };
-    const double w = row(3);
-    return {row(0) / w, row(1) / w, row(2) / w, w};
+    const QVector4D at = matrixOf(transform) * QVector4D(point.rounded(), 1);
+    return at.toVector3D() / at.w();
 }
 
 struct Range
@@ -149,38 +140,12 @@ Vec column(const QMatrix4x4 &matrix, int i)
     return matrix.column(i).toVector3D();
 }
 
-/// The coordinates of the world in a light's system: its axes may have any length and handedness.
-class LightSpace
+/// Where a coordinate of the space to which the matrix leads, times the sign, is at most the limit.
+HalfSpace atMost(const QMatrix4x4 &toSpace, int axis, float sign, double limit)
 {
-public:
-    explicit LightSpace(const QMatrix4x4 &transform)
-        : _origin(column(transform, 3))
-        , _axes{dual(transform, 1, 2, 0), dual(transform, 2, 0, 1), dual(transform, 0, 1, 2)}
-    {
-    }
-
-    Vec operator()(const Vec &point) const
-    {
-        const Vec from = point - _origin;
-        return {dot(_axes[0], from), dot(_axes[1], from), dot(_axes[2], from)};
-    }
-
-    /// Where the coordinate along an axis, times the sign, is at most the limit.
-    HalfSpace atMost(size_t axis, double sign, double limit) const
-    {
-        return {sign * _axes[axis], limit + sign * dot(_axes[axis], _origin)};
-    }
-
-private:
-    static Vec dual(const QMatrix4x4 &transform, int a, int b, int c)
-    {
-        const Vec across = cross(column(transform, a), column(transform, b));
-        return (1 / dot(across, column(transform, c))) * across;
-    }
-
-    Vec _origin;
-    std::array<Vec, 3> _axes;
-};
+    const QVector4D row = sign * toSpace.row(axis);
+    return {row.toVector3D(), limit - double(row.w())};
+}
 
 Region regionOf(const Box &box)
 {
@@ -315,11 +280,7 @@ Region sliceOf(const Trial &trial, int level, int levels)
 /// Null for what is not known.
 bool process(const std::vector<Light *> &lights, RenderData &data, const Camera *camera, const Box *scene)
 {
-    QVariantList list;
-    for (Light *light : lights) {
-        list.append(QVariant::fromValue<QObject *>(light));
-    }
-    return ShadowMapManager::processLights(list, data, camera ? &camera->view : nullptr,
+    return ShadowMapManager::processLights(listOf(lights), data, camera ? &camera->view : nullptr,
                                            camera ? &camera->projection : nullptr, scene);
 }
 
@@ -333,28 +294,28 @@ double median(std::vector<double> values)
 /// The part of the map, a square of side 2, under the points: under those of them that lie farthest one way or another.
 double areaUsed(const std::vector<Vec> &corners, const RenderData::Transform &transform)
 {
-    std::vector<Projected> places;
+    std::vector<Vec> places;
     for (const Vec &corner : corners) {
         places.push_back(project(transform, corner));
     }
     const auto farthest = [&](int degree) {
         const double x = std::cos(degree * double(kPi) / 180);
         const double y = std::sin(degree * double(kPi) / 180);
-        const auto isCloser = [&](const Projected &a, const Projected &b) {
+        const auto isCloser = [&](const Vec &a, const Vec &b) {
             return x * (a.x - b.x) + y * (a.y - b.y) < 0;
         };
         return *std::max_element(places.begin(), places.end(), isCloser);
     };
     double twice = 0;
     for (int degree = 0; degree < 360; ++degree) {
-        const Projected from = farthest(degree);
-        const Projected to = farthest(degree + 1);
+        const Vec from = farthest(degree);
+        const Vec to = farthest(degree + 1);
         twice += from.x * to.y - to.x * from.y;
     }
     return twice / 2 / 4;
 }
 
-bool isInside(const Projected &at)
+bool isInside(const Vec &at)
 {
     return std::abs(at.x) <= 1 && std::abs(at.y) <= 1 && at.z >= 0 && at.z <= 1;
 }
@@ -414,7 +375,7 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatS
         light.setType(Light::eDirectional);
         light.setCSMLevels(levels);
         light.setTransform(trial.lightTransform(trial.inScene(), false));
-        const LightSpace toLight(light.transform());
+        const QMatrix4x4 toLight = light.transform().inverted();
         RenderData data;
         process({&light}, data, withCamera ? &trial.camera : nullptr, &trial.scene);
         RenderData fallback;
@@ -428,7 +389,8 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatS
         judgeEach(trial, data, levels, sliceAt, [&](int, const auto &corners, const auto &transform) {
             const auto at = [&](const Vec &p) { return project(transform, p); };
             const auto atFallback = [&](const Vec &p) { return project(fallback.transforms[0], p); };
-            const Ranges slice = rangesOf(corners, toLight);
+            const Ranges slice =
+                rangesOf(corners, [&](const Vec &p) { return Vec(toLight.map(p.rounded())); });
             const Ranges map = rangesOf(corners, at);
 
             // The slice has the size of the map, but for the margin.
@@ -446,9 +408,9 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatS
             // Depth runs from the first of the scene in the way of the light to the last that is seen.
             const Region inTheWay =
                 scene
-                + Region{toLight.atMost(2, 1, slice.z.upper), toLight.atMost(0, 1, slice.x.upper),
-                         toLight.atMost(0, -1, -slice.x.lower), toLight.atMost(1, 1, slice.y.upper),
-                         toLight.atMost(1, -1, -slice.y.lower)};
+                + Region{atMost(toLight, 2, 1, slice.z.upper), atMost(toLight, 0, 1, slice.x.upper),
+                         atMost(toLight, 0, -1, -slice.x.lower), atMost(toLight, 1, 1, slice.y.upper),
+                         atMost(toLight, 1, -1, -slice.y.lower)};
             EXPECT_NEAR(1, map.z.upper, kTolerance);
             EXPECT_NEAR(0, rangesOf(cornersOf(inTheWay), at).z.lower, kTolerance);
             EXPECT_GT(map.z.lower, -kTolerance);
@@ -682,11 +644,10 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsShowTheSliceUprightAnd
         ASSERT_TRUE(process({&light}, data, nullptr, &scene));
         ASSERT_EQ(1, data.projectorInfos[0].count);
         // x by 2 / 4, y by 2 / 8, both less a hundredth; depth along z, whichever way the light shines.
-        const Projected at = project(data.transforms[0], Vec(2, 4, hand > 0 ? 10 : 2));
+        const Vec at = project(data.transforms[0], Vec(2, 4, hand > 0 ? 10 : 2));
         EXPECT_NEAR(0.99, at.x, 1e-6);
         EXPECT_NEAR(hand > 0 ? -0.99 : 0.99, at.y, 1e-6);
         EXPECT_NEAR(1, at.z, 1e-6);
-        EXPECT_EQ(1, at.w);
         EXPECT_NEAR(0, project(data.transforms[0], Vec(0, 0, hand > 0 ? 2 : 10)).z, 1e-6);
         EXPECT_EQ(0.0005f, data.blurInfos[0].blur);
     }

@@ -1,6 +1,7 @@
 // The table of depth projections: who gets which, when it counts as changed, and how it reaches a program.
 
 #include "support/GLFixture.h"
+#include "support/ShadowTable.h"
 #include "support/Tap.h"
 #include "support/TestProgram.h"
 
@@ -62,7 +63,7 @@ QMatrix4x4 translation(float x, float y, float z)
 
 QVector3D projected(const RenderData::Transform &transform, const QVector3D &point)
 {
-    return QMatrix4x4(transform.values.data()).transposed().map(point); // the constructor takes rows
+    return matrixOf(transform).map(point);
 }
 
 void expectNear(const QVector3D &expected, const QVector3D &actual)
@@ -126,7 +127,7 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
         expectNear({1, -1, 1},
                    projected(_data.transforms[face], light + 100 * (middle + edge * right - edge * above)));
         EXPECT_EQ(gSextantProjectionModelview[face] * translation(-10, 0, 0),
-                  QMatrix4x4(_data.transforms[face].values.data()).transposed());
+                  matrixOf(_data.transforms[face]));
     }
 }
 
@@ -242,7 +243,7 @@ TEST_F(ShadowMapManagerTest, TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix)
     _list.append(_list.first());
     expectNoShadow(QVariant(), 0);
     second.setShadowCaster(false);
-    expectNoShadow(QVariantList{QVariant::fromValue<QObject *>(&second)}, 1);
+    expectNoShadow(listOf({&second}), 1);
 }
 
 TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
