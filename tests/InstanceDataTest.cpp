@@ -194,30 +194,13 @@ TEST_F(InstanceDataTest, TexturesStandAmongTheBytesAsTheirTokens)
     TextureManager::setInstance(nullptr);
 }
 
-TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCounts)
-{
-    Plan *plan = paint();
-    InstanceData item("Paint");
-    item.set("tint", kTint, 12);
-    InstanceDataCollection ofItems("Paint", {item, item});
-    EXPECT_EQ(2, ofItems.size());
-    EXPECT_EQ(item.dataArray() + item.dataArray(), ofItems.dataArray());
-    EXPECT_EQ(plan, ofItems.plan());
-    EXPECT_EQ(zeros(144), InstanceDataCollection(plan, 3).dataArray());
-    const QByteArray bytes(96, 'x');
-    InstanceDataCollection ofBytes(plan, bytes.constData(), 96);
-    EXPECT_EQ(bytes, ofBytes.dataArray());
-    ofBytes.update(QList<InstanceData>());
-    EXPECT_EQ(0, ofBytes.size());
-    ofBytes.update(bytes.constData(), 96);
-    EXPECT_EQ(2, ofBytes.size());
-    EXPECT_EQ(96 + sizeof ofBytes, ofBytes.memoryEstimateCPU());
-    EXPECT_EQ(0u, ofBytes.memoryEstimateGPU());
-}
-
-TEST_F(InstanceDataTest, TooMuchForThePlanIsReportedAndStored)
+TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCountsAndReportTooMuchForThePlan)
 {
     Plan *plan = paint(Plan::eUniformBufferMechanism, 2);
+    InstanceData item("Paint");
+    item.set("tint", kTint, 12);
+    const QList<InstanceData> items = {item, item, item};
+    const QByteArray bytes = item.dataArray().repeated(3);
     const AssertionsOf asserted("InstanceDataCollection.cpp");
     const QString bytesTooBig = asserted("(numBytes / _plan->totalDataSize()) <= _plan->arraySize()",
                                          "List is too big for plan 'Paint'");
@@ -225,19 +208,25 @@ TEST_F(InstanceDataTest, TooMuchForThePlanIsReportedAndStored)
                                         "List 3 too big, max 2 plan 'Paint'");
     InstanceDataCollection counted(plan, 3);
     EXPECT_MESSAGES(asserted("numItems <= _plan->arraySize()", "List is too big for plan 'Paint'"));
-    EXPECT_EQ(3, counted.size());
-    const QByteArray bytes(144, 'x');
-    InstanceDataCollection collection(plan, bytes.constData(), 144);
+    EXPECT_EQ(zeros(144), counted.dataArray());
+    InstanceDataCollection ofBytes(plan, bytes.constData(), 144);
     EXPECT_MESSAGES(bytesTooBig);
-    collection.update(bytes.constData(), 144);
+    EXPECT_EQ(bytes, ofBytes.dataArray());
+    InstanceDataCollection ofItems("Paint", items);
+    EXPECT_MESSAGES(listTooBig);
+    EXPECT_EQ(bytes, ofItems.dataArray());
+
+    ofItems.update(QList<InstanceData>());
+    EXPECT_EQ(0, ofItems.size());
+    ofItems.update(items);
+    EXPECT_MESSAGES(listTooBig);
+    EXPECT_EQ(3, ofItems.size());
+    ofItems.update(bytes.constData(), 144);
     EXPECT_MESSAGES(bytesTooBig);
-    EXPECT_EQ(3, collection.size());
-    const InstanceData item("Paint");
-    InstanceDataCollection list("Paint", {item, item, item});
-    EXPECT_MESSAGES(listTooBig);
-    list.update({item, item, item});
-    EXPECT_MESSAGES(listTooBig);
-    EXPECT_EQ(3, list.size());
+    ofItems.update(bytes.constData(), 96);
+    EXPECT_EQ(bytes.left(96), ofItems.dataArray());
+    EXPECT_EQ(96 + sizeof ofItems, ofItems.memoryEstimateCPU());
+    EXPECT_EQ(0u, ofItems.memoryEstimateGPU());
     InstanceDataCollection(plan, ~0ul);
     EXPECT_EQ(1, _capture.take().size());
 }

@@ -33,6 +33,27 @@ constexpr float kHalfByte = 0.5f / 255.0f;
 const QString kSample = "managedTexture(u_Token, uv)";
 const auto kMethods = {TextureManager::SlotReallocationDownscale, TextureManager::SlotReallocationUpscale};
 
+/// Draws an expression over uv, from 0 to 1 over the picture.
+constexpr char kFragmentStage[] = R"(#version 330
+#include "TextureManager.glslh"
+uniform uvec2 u_Token;
+uniform vec2 u_Size;
+out vec4 color;
+vec3 faceDirection(int face, vec2 uv) {
+  vec2 st = 2.0 * uv - 1.0;
+  if (face == 0) return vec3(1.0, -st.y, -st.x);
+  if (face == 1) return vec3(-1.0, -st.y, st.x);
+  if (face == 2) return vec3(st.x, 1.0, st.y);
+  if (face == 3) return vec3(st.x, -1.0, -st.y);
+  if (face == 4) return vec3(st.x, -st.y, 1.0);
+  return vec3(-st.x, -st.y, -1.0);
+}
+void main() {
+  vec2 uv = gl_FragCoord.xy / u_Size;
+  color = %1;
+}
+)";
+
 QVector4D colorOf(QRgb color)
 {
     return QVector4D(float(qRed(color)), float(qGreen(color)), float(qBlue(color)), float(qAlpha(color)))
@@ -244,26 +265,8 @@ private:
     {
         std::unique_ptr<ShaderProgram> &program = _programs[expression];
         if (program == nullptr) {
-            program = makeProgram(kAllOver,
-                                  "#version 330\n"
-                                  "#include \"TextureManager.glslh\"\n"
-                                  "uniform uvec2 u_Token;\n"
-                                  "uniform vec2 u_Size;\n"
-                                  "out vec4 color;\n"
-                                  "vec3 faceDirection(int face, vec2 uv) {\n"
-                                  "  vec2 st = 2.0 * uv - 1.0;\n"
-                                  "  if (face == 0) return vec3(1.0, -st.y, -st.x);\n"
-                                  "  if (face == 1) return vec3(-1.0, -st.y, st.x);\n"
-                                  "  if (face == 2) return vec3(st.x, 1.0, st.y);\n"
-                                  "  if (face == 3) return vec3(st.x, -1.0, -st.y);\n"
-                                  "  if (face == 4) return vec3(st.x, -st.y, 1.0);\n"
-                                  "  return vec3(-st.x, -st.y, -1.0);\n"
-                                  "}\n"
-                                  "void main() {\n"
-                                  "  vec2 uv = gl_FragCoord.xy / u_Size;\n"
-                                  "  color = "
-                                      + expression + ";\n}\n",
-                                  &_processor, {manager->getShaderFile()});
+            program = makeProgram(kAllOver, QString(kFragmentStage).arg(expression), &_processor,
+                                  {manager->getShaderFile()});
         }
         return *program;
     }

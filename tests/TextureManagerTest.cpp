@@ -318,36 +318,6 @@ TEST_F(ManagerTest, TheProcessWideManagerIsBindlessWhereTheDriverIs)
     delete manager;
 }
 
-TEST_F(ManagerTest, DefinesTellTheShaderOfTheManager)
-{
-    const auto definesOf = [](TextureManager &manager) {
-        GLSLMacroProcessor processor;
-        manager.setup(&processor);
-        manager.setup(nullptr);
-        return GLSLMacroProcessor::processDefines(&processor);
-    };
-    SamplerTextureManager sampler;
-    EXPECT_EQ("#define TEXTURE_MANAGER_SAMPLER 1\n#define TEXTURE_MANAGER_SLOT_COUNT 8\n",
-              definesOf(sampler));
-    Array2DTextureManager array;
-    array.setMaxSlots(5);
-    const QString always = "#define TEXTURE_MANAGER_ARRAY2D 1\n"
-                           "#define TEXTURE_MANAGER_ARRAY2D_NUM_UVEC4S_PER_TOKEN 2\n"
-                           "%1"
-                           "#define TEXTURE_MANAGER_ARRAY2D_SUPPORTS_TEXTURE_QUERY_LOD 1\n"
-                           "#define TEXTURE_MANAGER_ARRAY2D_UNIFORMS_SIZE 128\n"
-                           "#define TEXTURE_MANAGER_SLOT_COUNT 5\n"
-                           "#define TEXTURE_MANAGER_SUPPORTS_UDIMS 1\n";
-    EXPECT_EQ(always.arg("#define TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_TEXTURE 1\n"), definesOf(array));
-    array.setUseSlotMapTexture(false);
-    array.setUseSlotMapUniforms(true);
-    array.setUseExplicitlyArrayAccessInGLSL(true);
-    EXPECT_EQ("#define TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS 1\n"
-                  + always.arg("#define TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_UNIFORMS 1\n"),
-              definesOf(array));
-    _capture.take();
-}
-
 namespace {
 
 class ManagerCallsTest : public ManagerTest, public testing::WithParamInterface<TextureStrategy>
@@ -543,6 +513,17 @@ protected:
 };
 
 } // namespace
+
+TEST_F(ArrayManagerTest, ExplicitAccessIsAskedOfTheShader)
+{
+    GLSLMacroProcessor processor;
+    manager.setUseExplicitlyArrayAccessInGLSL(true);
+    manager.setup(nullptr);
+    manager.setup(&processor);
+    const QString defines = GLSLMacroProcessor::processDefines(&processor);
+    EXPECT_TRUE(defines.startsWith("#define TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS 1\n"))
+        << qPrintable(defines);
+}
 
 TEST_F(ArrayManagerTest, NothingToBindMakesNoSlots)
 {

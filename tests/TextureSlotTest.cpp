@@ -175,26 +175,21 @@ private:
         return same && a == b;
     }
 
+    /// The first gap that is long enough, else the end; a slot's last layer is never given out.
     bool take(Placed &placed, int slot)
     {
         std::vector<bool> &taken = slotList[size_t(slot)].taken;
-        const auto isFree = [&](int layer) { return layer >= int(taken.size()) || !taken[size_t(layer)]; };
-        const int end = int(taken.size());
-        for (int first = 0; first <= end; ++first) {
-            const bool inside = first + placed.layers <= end; // a gap at the end does not grow
-            bool free = inside || first == end;
-            for (int layer = first; free && layer < first + placed.layers; ++layer) {
-                free = isFree(layer);
-            }
-            if (free && (inside || first + placed.layers < 64)) {
-                taken.resize(size_t(std::max(end, first + placed.layers)));
-                std::fill_n(taken.begin() + first, placed.layers, true);
-                placed.slot = slot;
-                placed.layer = first;
-                return true;
-            }
+        const auto gap = std::search_n(taken.begin(), taken.end(), placed.layers, false);
+        const auto first = size_t(gap - taken.begin());
+        const size_t end = first + size_t(placed.layers);
+        if (gap == taken.end() && end >= 64) {
+            return false;
         }
-        return false;
+        taken.resize(std::max(taken.size(), end));
+        std::fill_n(taken.begin() + int(first), placed.layers, true);
+        placed.slot = slot;
+        placed.layer = int(first);
+        return true;
     }
 
     int bestSimilar(const SlotFormat &format) const
