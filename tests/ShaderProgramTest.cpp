@@ -1,5 +1,6 @@
 // The build side of a program: stages, link, bind, binary, dumps.
 
+#include "support/FakeLimits.h"
 #include "support/FakeLoader.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -246,9 +247,7 @@ TEST_F(ShaderProgramTest, ValidateReadsTheLinkAndNeverRunsTheDriversOwn)
     link(program);
     Tap<&glValidateProgram> validations;
     {
-        Hook<&glGetProgramiv> answers;
-        answers.replace(
-            [](GLuint, GLenum parameter, GLint *value) { *value = parameter == GL_LINK_STATUS ? 0 : 4; });
+        const FakeAnswers<&glGetProgramiv> answers({{GL_LINK_STATUS, 0}, {GL_INFO_LOG_LENGTH, 4}});
         Hook<&glGetProgramInfoLog> logs;
         logs.replace([](GLuint, GLsizei size, GLsizei *, GLchar *log) { qstrncpy(log, "a\nb", uint(size)); });
         EXPECT_FALSE(program.validate());
@@ -367,18 +366,13 @@ TEST_F(ShaderProgramTest, ABinaryMakesTheSameProgramWithoutStages)
     binary.fill('x');
     EXPECT_FALSE(refused.loadProgramFromRawData(binary, format));
     EXPECT_FALSE(refused.isLinked());
-    Hook<&glGetProgramiv> lengths;
-    lengths.replace([](GLuint, GLenum, GLint *value) { *value = 0; });
+    const FakeAnswers<&glGetProgramiv> lengths(GL_PROGRAM_BINARY_LENGTH, 0);
     EXPECT_FALSE(program.getProgramBinary(binary, format)) << "the driver has nothing to keep";
 }
 
 TEST_F(ShaderProgramTest, TheRoadOfTheEmbeddedExtensionNeverReportsSupport)
 {
-    Hook<&glGetIntegerv> counts;
-    counts.replace([&](GLenum parameter, GLint *value) {
-        counts.original(parameter, value);
-        *value = parameter == GL_NUM_EXTENSIONS ? 1 : *value;
-    });
+    const FakeLimits counts(GL_NUM_EXTENSIONS, 1);
     Hook<&glGetStringi> names;
     names.replace(
         [](GLenum, GLuint) { return reinterpret_cast<const GLubyte *>("GL_OES_get_program_binary"); });

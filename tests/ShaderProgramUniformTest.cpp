@@ -1,5 +1,6 @@
 // What a linked program is asked, and the uniforms that it is given.
 
+#include "support/FakeLimits.h"
 #include "support/FakeLoader.h"
 #include "support/GLFixture.h"
 #include "support/Tap.h"
@@ -123,11 +124,7 @@ TEST_F(ShaderProgramUniformTest, AnIllegalBuiltInAttributeIsReportedAndTheLinkSt
                    "gl_VertexIDARB gl va_Vertex")
             .split(' ');
     int next = 0;
-    Hook<&glGetProgramiv> counts;
-    counts.replace([&](GLuint name, GLenum parameter, GLint *value) {
-        counts.original(name, parameter, value);
-        *value = parameter == GL_ACTIVE_ATTRIBUTES ? answers.size() : *value;
-    });
+    const FakeAnswers<&glGetProgramiv> counts(GL_ACTIVE_ATTRIBUTES, answers.size());
     Hook<&glGetActiveAttrib> attributes;
     attributes.replace([&](GLuint, GLuint, GLsizei size, GLsizei *, GLint *, GLenum *, GLchar *name) {
         EXPECT_EQ(200, size);

@@ -1,3 +1,4 @@
+#include "support/FakeLimits.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
 #include "support/Tap.h"
@@ -100,11 +101,7 @@ TEST_F(ShaderTest, AFailedCompileCanBeTriedAgainAndKeepsItsLog)
 {
     Shader shader(GL_VERTEX_SHADER, kGoodSource, nullptr);
     {
-        Hook<&glGetShaderiv> answers;
-        answers.replace([&](GLuint name, GLenum parameter, GLint *value) {
-            answers.original(name, parameter, value);
-            *value = parameter == GL_COMPILE_STATUS ? 0 : 8;
-        });
+        const FakeAnswers<&glGetShaderiv> answers({{GL_COMPILE_STATUS, 0}, {GL_INFO_LOG_LENGTH, 8}});
         Hook<&glGetShaderInfoLog> logs;
         logs.replace(
             [](GLuint, GLsizei size, GLsizei *, GLchar *log) { qstrncpy(log, "a\xc3\xa9\nb", uint(size)); });

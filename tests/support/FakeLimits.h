@@ -4,19 +4,30 @@
 
 #include <map>
 
-/// The limits of a driver that is not there: what glGetIntegerv() answers for these names.
-class FakeLimits
+/// Numbers of a driver that is not there: what `Slot`, one of the glGet functions that end in a name and a place for the
+/// answer, answers for these names.
+template <auto Slot> class FakeAnswers
 {
 public:
-    explicit FakeLimits(const std::map<GLenum, GLint> &limits)
+    FakeAnswers(GLenum name, GLint answer)
+        : FakeAnswers(std::map<GLenum, GLint>{{name, answer}})
     {
-        _integers.replace([this, limits](GLenum name, GLint *value) {
-            _integers.original(name, value);
-            const auto limit = limits.find(name);
-            *value = limit != limits.end() ? limit->second : *value;
+    }
+
+    explicit FakeAnswers(const std::map<GLenum, GLint> &answers)
+    {
+        _questions.replace([this, answers](auto... arguments) {
+            _questions.original(arguments...);
+            const auto all = std::make_tuple(arguments...);
+            const auto answer = answers.find(std::get<sizeof...(arguments) - 2>(all));
+            if (answer != answers.end()) {
+                *std::get<sizeof...(arguments) - 1>(all) = answer->second;
+            }
         });
     }
 
 private:
-    Hook<&glGetIntegerv> _integers;
+    Hook<Slot> _questions;
 };
+
+using FakeLimits = FakeAnswers<&glGetIntegerv>;
