@@ -101,7 +101,7 @@ public:
     }
 
     /// Of each cascade: the slice, and the depths before it.
-    void needClipsOf(const Light &sun)
+    void needClipsOf(Light &sun)
     {
         Culling::ProcessCSMData csm;
         _culling.setupLightCSMData(&sun, csm);
