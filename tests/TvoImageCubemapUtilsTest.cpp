@@ -270,21 +270,21 @@ TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDraw
 TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLast)
 {
     constexpr int kLayers = 3;
-    const auto source = cube(8, colorOf);
+    const auto source = cube(kFace, colorOf);
     const TexturePointer result(
-        createGLCubemapNDotLFromGLCubemap(source.get(), GL_TEXTURE_CUBE_MAP_ARRAY, 2, kLayers, 0.25f));
+        createGLCubemapNDotLFromGLCubemap(source.get(), GL_TEXTURE_CUBE_MAP_ARRAY, kFace, kLayers, 0.5f));
     ASSERT_NE(nullptr, result);
     EXPECT_MESSAGES(startsWith("debug [TvoImageCubemapUtils.cpp:#] "),
                     startsWith("debug [TvoImageCubemapUtils.cpp:#] rendercubemap() took "));
     EXPECT_EQ(6 * kLayers, levelParameter(*result, 0, GL_TEXTURE_DEPTH));
     for (int face = 0; face < 6; ++face) {
-        const Vec n = normalized(directionOfFace(face, 0.25, 0.25));
+        const Vec n = normalized(directionOfFace(face, 5.5 / kFace, 3.5 / kFace));
         for (int layer = 0; layer < kLayers; ++layer) {
             // The grid of the shader.
-            const double exponent = std::exp2(13.0 * std::pow(double(layer) / (kLayers - 1), 4.0));
-            QVector4D sum = colorOf(n); // about what the filter gives at the pixel's own place
-            for (int i = 0; i < 81; ++i) {
-                const Vec d = normalized({0.25 * (i % 9) - 1, 0.25 * (i / 9) - 1, 1});
+            const double exponent = std::exp2(13.0 * std::pow(double(layer) / (kLayers - 1), 2.0));
+            QVector4D sum = colorOf(n);
+            for (int i = 0; i < 17 * 17; ++i) {
+                const Vec d = normalized({0.125 * (i % 17) - 1, 0.125 * (i / 17) - 1, 1});
                 for (const int sign : {1, -1}) {
                     for (const Vec &sample :
                          {Vec(d.x, d.y, sign * d.z), Vec(d.y, d.z, sign * d.x), Vec(d.z, d.x, sign * d.y)}) {
@@ -295,7 +295,7 @@ TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLas
             }
             const Pixels actual =
                 Pixels::ofTexture(GL_TEXTURE_CUBE_MAP_ARRAY, result->textureID(), 0, 6 * layer + face);
-            EXPECT_TRUE(actual.isNear(0, 0, sum / sum.w(), 0.03f)) << "face " << face << ", layer " << layer;
+            EXPECT_TRUE(actual.isNear(5, 3, sum / sum.w(), 0.002f)) << "face " << face << ", layer " << layer;
         }
     }
 }

@@ -61,6 +61,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{wall, "--size", "16000x16000"}, 1, "--size 16000x16000 is too large"},
             {{wall, "--samples", "many"}, 1, "--samples takes a number"},
             {{wall, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
+            {{wall, "--view", "1,2,3"}, 1, "--view takes AZIMUTH,ELEVATION"},
             {{wall, "--draw-id", "fast"}, 1, "--draw-id takes"},
             {{wall, "--lights", "moon"}, 1, "--lights takes 'none', 'sun', 'rig', 'file', not 'moon'"},
             {{wall, "--lights", "file"}, 1, "--lights file: there are no lights in"},
