@@ -408,6 +408,26 @@ TEST_F(PrefilteredEnvMapTest, TilesChangeTheDrawsAndNotTheImage)
     }
 }
 
+TEST_F(PrefilteredEnvMapTest, EachFaceOfEachLevelOfACubeIsAJobOfItsOwn)
+{
+    const Environment source(GL_TEXTURE_CUBE_MAP, 16, 1, white);
+    const Tap<&glFramebufferTexture2D> attachments;
+    const Tap<&glDrawArrays> draws;
+    const Tap<&glFlush> flushes;
+    const Tap<&glScissor> scissors;
+    const auto cube = source.baked(4, 1, SHADING_PHYSICALLY_BASED);
+    std::vector<std::tuple<GLenum, GLenum, GLenum, GLuint, GLint>> expected;
+    for (int i = 0; i < 3 * 6; ++i) {
+        const auto face = GLenum(GL_TEXTURE_CUBE_MAP_POSITIVE_X + i % 6);
+        expected.emplace_back(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, face, cube->textureID(), i / 6);
+        expected.emplace_back(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, face, 0, 0);
+    }
+    EXPECT_EQ(expected, attachments.calls());
+    EXPECT_EQ(18u, draws.count());
+    EXPECT_EQ(18u, flushes.count());
+    EXPECT_EQ(0u, scissors.count());
+}
+
 namespace {
 
 /// What a sample adds to the two sums of the table; see evaluateBRDF().
@@ -536,6 +556,7 @@ TEST_F(PrefilteredEnvMapTest, BakesLeaveTheStateThatTheyAreStatedToLeave)
               changesOf([&] { latLong.baked(4, 1, SHADING_TRADITIONAL); }));
     EXPECT_EQ(common.filter(QRegExp("^GL_[BD]")), // it clears nothing
               changesOf([&] { delete CreatePreintegratedBRDFTable(4, 4, 4, SHADING_TRADITIONAL, RGBA16F); }));
+    driver()->glDisable(GL_SCISSOR_TEST);
     driver()->glBindFramebuffer(GL_FRAMEBUFFER, 0);
     driver()->glDeleteFramebuffers(1, &framebuffer);
 }
