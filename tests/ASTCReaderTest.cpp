@@ -1,6 +1,5 @@
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
@@ -100,7 +99,7 @@ TEST_F(ASTCReaderTest, BlocksGoToGLAsTheyAreUnlessTheyAreRemapped)
     driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     ASSERT_EQ(1u, uploads.count());
     EXPECT_EQ(64, uploads.last<6>());
-    const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
+    const Pixels pixels = pixelsOf(*texture);
     ASSERT_EQ(5, pixels.height());
     EXPECT_TRUE(pixels.isNear(0, 0, {0.0f, 1.0f, 0.5f, 1.0f}, 0.01f));
     EXPECT_TRUE(pixels.isNear(7, 4, {0x9000 / 65535.0f, 0xCCFF / 65535.0f, 0.5f, 1.0f}, 0.01f));
@@ -111,8 +110,7 @@ TEST_F(ASTCReaderTest, BlocksGoToGLAsTheyAreUnlessTheyAreRemapped)
     TextureFileInfo info;
     info.lowValue = 0.5f;
     const auto remapped = Reader(file).load(info);
-    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, remapped->textureID())
-                    .isNear(0, 0, {0.5f, 1.0f, 0.75f, 1.0f}, 0.01f));
+    EXPECT_TRUE(pixelsOf(*remapped).isNear(0, 0, {0.5f, 1.0f, 0.75f, 1.0f}, 0.01f));
 }
 
 TEST_F(ASTCReaderTest, WhatGLRefusesIsLeftToItsDebugOutput)

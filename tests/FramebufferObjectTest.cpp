@@ -23,11 +23,6 @@ GLint attachmentParameter(unsigned int point, GLenum parameter)
     return value;
 }
 
-GLint attachedName(unsigned int point)
-{
-    return attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME);
-}
-
 class FramebufferObjectTest : public GLTest
 {
 protected:
@@ -144,7 +139,7 @@ TEST_F(FramebufferObjectTest, TargetsGoToTheCallThatTakesThem)
     EXPECT_EQ(3, attachmentParameter(GL_COLOR_ATTACHMENT3, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER));
     framebuffer.detachAll();
     EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
-    EXPECT_EQ(0, attachedName(GL_COLOR_ATTACHMENT2));
+    EXPECT_EQ(0, attachmentParameter(GL_COLOR_ATTACHMENT2, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
     EXPECT_TRUE(framebuffer.unbind());
 }
 
@@ -154,16 +149,16 @@ TEST_F(FramebufferObjectTest, CreatedTexturesAreTheCallersAndLayersLieAtConsecut
     ASSERT_TRUE(framebuffer.bind());
     ASSERT_TRUE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 3));
     ASSERT_TRUE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT3, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
+    EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT4, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 0));
     const std::unique_ptr<Texture> array(framebuffer.attachment(GL_COLOR_ATTACHMENT0));
     const std::unique_ptr<Texture> flat(framebuffer.attachment(GL_COLOR_ATTACHMENT3));
+    EXPECT_EQ(4, Texture::NumAlive());
     EXPECT_EQ(4, framebuffer.attachmentPoints().size());
     for (int layer = 0; layer < 3; ++layer) {
         const unsigned int point = GL_COLOR_ATTACHMENT0 + unsigned(layer);
         EXPECT_EQ(array.get(), framebuffer.attachment(point));
         EXPECT_EQ(layer, attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER));
     }
-    EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT4, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 0));
-    EXPECT_EQ(4, Texture::NumAlive());
     EXPECT_TRUE(framebuffer.unbind());
 }
 
@@ -230,7 +225,8 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
         ASSERT_EQ(drawn, given);
         const bool isIn = book.count(point) != 0;
         ASSERT_EQ(isIn, framebuffer.hasAttachment(point));
-        ASSERT_EQ(isIn ? GLint(book[point].first->textureID()) : 0, attachedName(point));
+        ASSERT_EQ(isIn ? GLint(book[point].first->textureID()) : 0,
+                  attachmentParameter(point, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
         if (isIn) {
             ASSERT_EQ(book[point].first, framebuffer.attachment(point));
             ASSERT_EQ(book[point].second,

@@ -1,7 +1,6 @@
 #include "support/AbortTrap.h"
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
 #include "support/StateGuard.h"
 #include "support/TextureParameter.h"
@@ -151,7 +150,7 @@ TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytesAndCountsAreCutOffAtTheLine)
               uploaded(lineOf(305, HdrFile::oldRun(300, a) + HdrFile::oldRun(0, a) + noMarker
                                        + HdrFile::flat({b}))))
         << "a count of 0 writes nothing";
-    EXPECT_EQ(valuesOf(HdrFile::Row(6, a)), uploaded(lineOf(6, HdrFile::oldRun(0xFFFFFFFF, a))));
+    EXPECT_EQ(valuesOf(HdrFile::Row(6, a)), uploaded(lineOf(6, HdrFile::oldRun(0x01000000, a))));
     QByteArray longCount("\1\1\1\2\1\1\1\0\1\1\1\0\1\1\1\0", 16);
     longCount += QByteArray("\1\1\1\1\1\1\1\1", 8); // beyond 32 bits, where nothing is added any more
     EXPECT_EQ(valuesOf(HdrFile::Row(2, b) + HdrFile::Row(4, a)),
@@ -235,8 +234,8 @@ TEST_F(HDRReaderTest, ColoursAreDecodedAndRemappedWhenAskedFor)
     const auto expected = [](float value) {
         return 0.25f * std::pow((value + 0.055f) / 1.055f, 2.4f) + 0.5f;
     };
-    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID())
-                    .isNear(0, 0, {expected(0.5f), expected(0.25f), expected(0.0f), 1.0f}, 1e-3f));
+    EXPECT_TRUE(
+        pixelsOf(*texture).isNear(0, 0, {expected(0.5f), expected(0.25f), expected(0.0f), 1.0f}, 1e-3f));
 }
 
 TEST_F(HDRReaderTest, WhatGLRefusesLeavesNothingBehind)

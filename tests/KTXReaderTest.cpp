@@ -1,6 +1,5 @@
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
@@ -41,7 +40,7 @@ testing::AssertionResult holds(const Texture &texture, int level, int layer, int
         }
         return texel;
     });
-    return Pixels::ofTexture(texture.target(), texture.textureID(), level, layer).isNear(expected, 1e-6f);
+    return pixelsOf(texture, level, layer).isNear(expected, 1e-6f);
 }
 
 KtxFile withKeyValues(const QByteArray &block)
@@ -291,7 +290,7 @@ TEST_F(KTXReaderTest, WithoutTheOrientationOfTheFileImagesAreRemappedFlippedAndU
     info.highValue = 0.75f;
     const auto texture = Reader(file.bytes()).load(info);
     ASSERT_NE(nullptr, texture);
-    const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
+    const Pixels pixels = pixelsOf(*texture);
     EXPECT_TRUE(pixels.isNear(0, 0, {0.25f, 0.25f, 0.25f, 1.0f}, 0.01f));
     EXPECT_TRUE(pixels.isNear(3, 7, {0.75f, 0.25f, 0.25f, 1.0f}, 0.01f));
     EXPECT_EQ(GL_RGBA, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));

@@ -3,44 +3,44 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 using namespace Orvane::Zel;
 
 TEST(TextureFormatTest, OnlyTheFirstFourFormatsHaveAnUnsizedName)
 {
-    const unsigned int sized[] = {GL_R8, GL_RG8, GL_RGB8, GL_RGBA8};
     const unsigned int unsizedNames[] = {GL_RED, GL_RG, GL_RGB, GL_RGBA};
+    // clang-format off
+    const unsigned int sized[] = {
+        GL_R8, GL_RG8, GL_RGB8, GL_RGBA8, GL_SRGB8_ALPHA8,
+        GL_R16F, GL_RG16F, GL_RGB16F, GL_RGBA16F, GL_R32F, GL_RG32F, GL_RGB32F, GL_RGBA32F,
+        GL_R16I, GL_RG16I, GL_RGB16I, GL_RGBA16I, GL_R11F_G11F_B10F, GL_RGB10_A2,
+        GL_R32I, GL_RG32I, GL_RGB32I, GL_RGBA32I,
+        GL_DEPTH_COMPONENT32F, GL_DEPTH24_STENCIL8, GL_DEPTH32F_STENCIL8};
+    // clang-format on
     for (unsigned int value = R; value <= DEPTH32F_STENCIL8; ++value) {
-        const auto format = TextureFormat(value);
-        EXPECT_EQ(value <= RGBA ? sized[value] : InternalFormat(format), SizedInternalFormat(format))
-            << value;
-        if (value <= RGBA) {
-            EXPECT_EQ(unsizedNames[value], InternalFormat(format));
-        }
+        EXPECT_EQ(sized[value], SizedInternalFormat(TextureFormat(value)));
+        EXPECT_EQ(value <= RGBA ? unsizedNames[value] : sized[value], InternalFormat(TextureFormat(value)));
     }
 }
 
 TEST(TextureFormatTest, TransferFormatsAgreeWithTheFormatTables)
 {
+    const std::map<unsigned int, unsigned int> typesWithoutAgreement = {
+        {RG16I, GL_SHORT},
+        {RGB16I, GL_SHORT},
+        {RGBA16I, GL_SHORT},
+        {R11FG11FB10F, GL_UNSIGNED_INT_10F_11F_11F_REV},
+        {DEPTH24_STENCIL8, GL_UNSIGNED_INT_24_8},
+        {DEPTH32F_STENCIL8, GL_UNSIGNED_INT_24_8}}; // of the fixed-point type on purpose
     for (unsigned int value = R; value <= DEPTH32F_STENCIL8; ++value) {
         const auto format = TextureFormat(value);
+        const auto type = typesWithoutAgreement.find(value);
         EXPECT_EQ(formatFromInternalFormat(InternalFormat(format)), ExternalFormat(format)) << value;
-        switch (format) {
-        case RG16I: // without a type in those tables
-        case RGB16I:
-        case RGBA16I:
-            EXPECT_EQ(unsigned(GL_SHORT), ExternalType(format));
-            break;
-        case R11FG11FB10F:
-            EXPECT_EQ(unsigned(GL_UNSIGNED_INT_10F_11F_11F_REV), ExternalType(format));
-            break;
-        case DEPTH24_STENCIL8:
-        case DEPTH32F_STENCIL8: // of the fixed-point type on purpose
-            EXPECT_EQ(unsigned(GL_UNSIGNED_INT_24_8), ExternalType(format));
-            break;
-        default:
-            EXPECT_EQ(typeFromInternalFormat(InternalFormat(format)), ExternalType(format)) << value;
-            break;
-        }
+        EXPECT_EQ(type != typesWithoutAgreement.end() ? type->second
+                                                      : typeFromInternalFormat(InternalFormat(format)),
+                  ExternalType(format))
+            << value;
     }
 }
 

@@ -1,7 +1,6 @@
 #include "support/FileMaker.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/ReaderUnderTest.h"
 #include "support/Soak.h"
 #include "support/StateGuard.h"
@@ -22,10 +21,7 @@ namespace {
 
 using TexturePointer = std::unique_ptr<Texture>;
 
-QByteArray ktxBytes()
-{
-    return KtxFile().addLevel(64).bytes();
-}
+const QByteArray kKtxBytes = KtxFile().addLevel(64).bytes();
 
 TexturePointer loadMemory(QByteArray file, const QString &name = "bytes")
 {
@@ -98,21 +94,18 @@ struct BuiltInRecognisers
 
 QImage fourColors()
 {
-    QImage image(2, 2, QImage::Format_ARGB32);
-    image.setPixel(0, 0, qRgba(255, 0, 0, 255));
-    image.setPixel(1, 0, qRgba(0, 255, 0, 128));
-    image.setPixel(0, 1, qRgba(0, 0, 255, 255));
-    image.setPixel(1, 1, qRgba(51, 102, 153, 255));
-    return image;
+    static const QRgb rows[] = {qRgba(255, 0, 0, 255), qRgba(0, 255, 0, 128), // the upper one
+                                qRgba(0, 0, 255, 255), qRgba(51, 102, 153, 255)};
+    return QImage(reinterpret_cast<const uchar *>(rows), 2, 2, QImage::Format_ARGB32);
 }
 
 } // namespace
 
 TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
 {
-    const QString plain = write("image.ktx", ktxBytes());
-    const QString other = write("image.dat", ktxBytes());
-    const QString wrong = write("image.HDR", ktxBytes());
+    const QString plain = write("image.ktx", kKtxBytes);
+    const QString other = write("image.dat", kKtxBytes);
+    const QString wrong = write("image.HDR", kKtxBytes);
     for (const QString &path : {plain, other, wrong}) {
         EXPECT_NE(nullptr, load(path));
         EXPECT_MESSAGES(loaded(path));
@@ -136,7 +129,7 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
     asked({"late", "first", "early", "late"}, plain);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(other));
     asked({"first", "first", "early", "late"}, other);
-    QByteArray bytes = ktxBytes();
+    QByteArray bytes = kKtxBytes;
     EXPECT_EQ(nullptr, IdentifyTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()),
                                                  size_t(bytes.size()), "memory.ktx"));
     asked({"first", "early", "late"}, "memory.ktx"); // which has no suffix step
@@ -151,7 +144,7 @@ TEST_F(TextureIOTest, FilesThatNobodyRecognisesAreLeftToQImage)
     const TexturePointer texture = load(path);
     ASSERT_NE(nullptr, texture);
     EXPECT_MESSAGES(loaded(path));
-    const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID());
+    const Pixels pixels = pixelsOf(*texture);
     EXPECT_TRUE(pixels.isNear(0, 1, {1.0f, 0.0f, 0.0f, 1.0f}, 1e-3f))
         << "the first row of the file is on top";
     EXPECT_TRUE(pixels.isNear(1, 1, {0.0f, 1.0f, 0.0f, 128 / 255.0f}, 1e-3f));
@@ -181,11 +174,11 @@ TEST_F(TextureIOTest, FailuresAreToldByTheFront)
 
 TEST_F(TextureIOTest, BytesInMemoryAreLoadedUnderTheirName)
 {
-    EXPECT_NE(nullptr, loadMemory(ktxBytes()));
+    EXPECT_NE(nullptr, loadMemory(kKtxBytes));
     EXPECT_MESSAGES(loaded("bytes"));
-    EXPECT_NE(nullptr, loadMemory(ktxBytes(), QString()));
+    EXPECT_NE(nullptr, loadMemory(kKtxBytes, QString()));
     EXPECT_MESSAGES(loaded("<unnamed>"));
-    EXPECT_EQ(nullptr, loadMemory(ktxBytes().left(63), ""));
+    EXPECT_EQ(nullptr, loadMemory(kKtxBytes.left(63), ""));
     EXPECT_MESSAGES("debug Data appears invalid for texture data '<unnamed>'");
 
     EXPECT_EQ(nullptr, loadMemory(bytesOf(writeImage("image.png", fourColors()))))
@@ -238,15 +231,10 @@ TEST_F(TextureIOTest, ImagesOfHalfFloatPairsAreUploadedAsTheyAre)
     memcpy(image.bits(), halves, sizeof(halves));
     const TexturePointer texture(QImageToTexture(image, true, TextureFileInfo()));
     EXPECT_MESSAGES("debug Loading image as GL_RG16F...");
+    const QImage small(9, 9, QImage::Format_Grayscale8);
+    EXPECT_EQ(nullptr, TexturePointer(QImageToTexture(small, true, {}))) << "holds less than its size needs";
     EXPECT_EQ(GL_RG16F, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
-    EXPECT_TRUE(
-        Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).isNear(0, 0, {0.5f, 1.0f, 0.0f, 1.0f}, 1e-4f));
-}
-
-TEST_F(TextureIOTest, AnImageThatHoldsTooFewBytesGivesNoTexture)
-{
-    EXPECT_EQ(nullptr, TexturePointer(QImageToTexture(QImage(9, 9, QImage::Format_Grayscale8), false, {})));
-    EXPECT_EQ(0, Texture::NumAlive());
+    EXPECT_TRUE(pixelsOf(*texture).isNear(0, 0, {0.5f, 1.0f, 0.0f, 1.0f}, 1e-4f));
 }
 
 TEST_F(TextureIOTest, ImagesAreRemappedWhereRemapRangeIsSet)
@@ -258,7 +246,7 @@ TEST_F(TextureIOTest, ImagesAreRemappedWhereRemapRangeIsSet)
         info.highValue = 0.5f;
         info.remapRange = remapRange;
         const TexturePointer texture(QImageToTexture(image, false, info));
-        EXPECT_NEAR(expected, Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).at(0, 0).x(), 0.01f);
+        EXPECT_NEAR(expected, pixelsOf(*texture).at(0, 0).x(), 0.01f);
     }
 }
 
@@ -268,10 +256,8 @@ TEST_F(TextureIOTest, TheTwoColourTexturesDifferInFilterWrapAndLevels)
     const TexturePointer made(MakeColorTexture(QColor(10, 20, 30, 40)));
     const TexturePointer solid(SolidColorTexture(0.5f, 1.0f, 0.0f, 1.0f));
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, made->textureID())
-                    .isNear(0, 0, QVector4D(10, 20, 30, 40) / 255.0f, 1e-4f));
-    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, solid->textureID())
-                    .isNear(0, 0, QVector4D(127, 255, 0, 255) / 255.0f, 1e-4f));
+    EXPECT_TRUE(pixelsOf(*made).isNear(0, 0, QVector4D(10, 20, 30, 40) / 255.0f, 1e-4f));
+    EXPECT_TRUE(pixelsOf(*solid).isNear(0, 0, QVector4D(127, 255, 0, 255) / 255.0f, 1e-4f));
     EXPECT_EQ(
         (std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 4}),
         samplingOf(*made));

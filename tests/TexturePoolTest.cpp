@@ -68,29 +68,19 @@ TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
                                                          {3, 4, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}};
     for (const auto &[depth, samples, target] : shapes) {
         const bool multisample = samples > 1;
-        const Tap<&glTexParameteri> parameters;
-        Texture *texture = _pool.take(RGBA16F, 8, 8, depth, samples);
-        EXPECT_EQ(target, texture->target());
-        EXPECT_EQ(multisample ? 0u : 2u, parameters.count());
-        EXPECT_FALSE(texture->isBound());
-        EXPECT_EQ(depth, levelParameter(*texture, 0, GL_TEXTURE_DEPTH));
-        EXPECT_EQ(multisample ? samples : 0, levelParameter(*texture, 0, GL_TEXTURE_SAMPLES));
-        _pool.releaseRef(texture, 1);
-    }
-    _pool.deleteUnused();
-}
-
-TEST_F(TexturePoolTest, SampleLocationsAreAsSet)
-{
-    for (const bool fixed : {false, true}) {
-        const Tap<&glTexImage2DMultisample> allocations;
-        const Tap<&glTexImage3DMultisample> arrayAllocations;
-        _pool.setFixedSampleLocations(fixed);
-        _pool.releaseRef(_pool.take(RGBA, 4, 4, 1, 2), 1);
-        _pool.releaseRef(_pool.take(RGBA, 4, 4, 2, 2), 1);
-        EXPECT_EQ(fixed, bool(allocations.last<5>()));
-        EXPECT_EQ(fixed, bool(arrayAllocations.last<6>()));
-        _pool.deleteUnused();
+        for (const bool fixed : {false, true}) {
+            const Tap<&glTexParameteri> parameters;
+            _pool.setFixedSampleLocations(fixed);
+            Texture *texture = _pool.take(RGBA16F, 8, 8, depth, samples);
+            EXPECT_EQ(target, texture->target());
+            EXPECT_EQ(multisample ? 0u : 2u, parameters.count());
+            EXPECT_FALSE(texture->isBound());
+            EXPECT_EQ(depth, levelParameter(*texture, 0, GL_TEXTURE_DEPTH));
+            EXPECT_EQ(multisample ? samples : 0, levelParameter(*texture, 0, GL_TEXTURE_SAMPLES));
+            EXPECT_EQ(fixed || !multisample, levelParameter(*texture, 0, GL_TEXTURE_FIXED_SAMPLE_LOCATIONS));
+            _pool.releaseRef(texture, 1);
+            _pool.deleteUnused();
+        }
     }
 }
 

@@ -1,5 +1,4 @@
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
 #include "support/TextureParameter.h"
@@ -49,51 +48,42 @@ protected:
         texture->unbind();
         return texture;
     }
-
-    /// Runs a pass and compares each pixel with what the function makes of the source at x, y.
-    static void expectPass(const std::function<bool(Texture *&)> &pass,
-                           const std::function<QVector4D(const Pixels &, int, int)> &expected)
-    {
-        const Pixels before = source();
-        Texture *const old = newTexture(before);
-        Texture *texture = old;
-        ASSERT_TRUE(pass(texture));
-        EXPECT_EQ(1, Texture::NumAlive()) << "the old texture is deleted";
-        const Pixels after =
-            Pixels::of(kWidth, kHeight, [&](int x, int y) { return expected(before, x, y); });
-        EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID()).isNear(after, 1e-5f));
-        delete texture;
-    }
-
-    static QVector4D each(const QVector4D &color, float alpha, const std::function<float(float)> &function)
-    {
-        return {function(color.x()), function(color.y()), function(color.z()), alpha};
-    }
 };
 
 } // namespace
 
-TEST_F(TextureProcessingTest, EveryPassMapsItsColours)
+TEST_F(TextureProcessingTest, EveryPassMapsItsColoursAndReplacesTheTexture)
 {
+    const auto each = [](const QVector4D &color, float alpha, const std::function<float(float)> &function) {
+        return QVector4D(function(color.x()), function(color.y()), function(color.z()), alpha);
+    };
     const auto decode = [](float value) { return std::pow((value + 0.055f) / 1.055f, 2.4f); };
     const auto encode = [](float value) { return 1.055f * std::pow(value, 1.0f / 2.4f) - 0.055f; };
-    expectPass(SrgbToLinear, [&](const Pixels &before, int x, int y) {
-        const QVector4D color = before.at(x, y);
-        return each(color, decode(color.w()), decode); // alpha too
-    });
-    expectPass(LinearToSrgb, [&](const Pixels &before, int x, int y) {
-        return each(before.at(x, y), before.at(x, y).w(), encode);
-    });
-    expectPass(Premultiply, [](const Pixels &before, int x, int y) {
-        const float alpha = before.at(x, y).w();
-        return each(before.at(x, y), alpha, [&](float value) { return value * alpha; });
-    });
-    expectPass(FlipY, [](const Pixels &before, int x, int y) { return before.at(x, kHeight - 1 - y); });
-    expectPass([](Texture *&texture) { return RemapColorRange(texture, 0.2f, 0.8f); },
-               [](const Pixels &before, int x, int y) {
-                   return each(before.at(x, y), before.at(x, y).w(),
-                               [](float value) { return value * 0.6f + 0.2f; });
-               });
+    const auto remap = [](float value) { return value * 0.6f + 0.2f; };
+    struct Pass
+    {
+        bool (*run)(Texture *&);
+        std::function<QVector4D(const QVector4D &)> expected;
+    };
+    const Pass passes[] = {
+        {SrgbToLinear, [&](const QVector4D &color) { return each(color, decode(color.w()), decode); }},
+        {LinearToSrgb, [&](const QVector4D &color) { return each(color, color.w(), encode); }},
+        {Premultiply,
+         [](const QVector4D &color) { return QVector4D(color.toVector3D() * color.w(), color.w()); }},
+        {[](Texture *&texture) { return RemapColorRange(texture, 0.2f, 0.8f); },
+         [&](const QVector4D &color) { return each(color, color.w(), remap); }},
+        {FlipY, [](const QVector4D &color) { return color; }}};
+    const Pixels before = source();
+    for (const Pass &pass : passes) {
+        Texture *texture = newTexture(before);
+        ASSERT_TRUE(pass.run(texture));
+        EXPECT_EQ(1, Texture::NumAlive()) << "the old texture is deleted";
+        const Pixels after = Pixels::of(kWidth, kHeight, [&](int x, int y) {
+            return pass.expected(before.at(x, pass.run == FlipY ? kHeight - 1 - y : y));
+        });
+        EXPECT_TRUE(pixelsOf(*texture).isNear(after, 1e-5f));
+        delete texture;
+    }
 }
 
 TEST_F(TextureProcessingTest, RemapColorRangeOfTheIdentityDoesNothing)
@@ -111,7 +101,7 @@ TEST_F(TextureProcessingTest, RemapColorRangeOfTheIdentityDoesNothing)
 
     Texture *other = newTexture(source()); // a NaN is not the identity
     EXPECT_TRUE(RemapColorRange(other, std::nanf(""), 1.0f));
-    EXPECT_TRUE(std::isnan(Pixels::ofTexture(GL_TEXTURE_2D, other->textureID()).at(0, 0).x()));
+    EXPECT_TRUE(std::isnan(pixelsOf(*other).at(0, 0).x()));
     delete other;
 }
 
@@ -158,7 +148,7 @@ TEST_F(TextureProcessingTest, APassLeavesAFullMipChainAndTheStatedState)
                      "GL_DEPTH_WRITEMASK 0 -> 1", "GL_VIEWPORT 0 0 100 100 -> 0 0 8 4"}),
         before.changes());
     for (int level = 0; level < 4; ++level) {
-        const Pixels pixels = Pixels::ofTexture(GL_TEXTURE_2D, texture->textureID(), level);
+        const Pixels pixels = pixelsOf(*texture, level);
         EXPECT_EQ(kWidth >> level, pixels.width());
         EXPECT_TRUE(pixels.isNear(0, 0, {0.25f, 0.5f, 0.75f, 1.0f}, 1e-6f)) << level;
     }

@@ -18,12 +18,6 @@ QByteArray word(quint32 value)
     return QByteArray(reinterpret_cast<const char *>(&value), sizeof(value));
 }
 
-/// The three bytes of a size in an ASTC header.
-QByteArray threeBytes(quint32 value)
-{
-    return word(value).left(3);
-}
-
 /// Repetitions of the byte at \a i, at most as many as one run takes.
 int repetitions(const QByteArray &bytes, int i)
 {
@@ -170,16 +164,6 @@ QByteArray HdrFile::planes(const Row &row)
     return bytes;
 }
 
-QByteArray AstcFile::solidBlock(quint16 r, quint16 g, quint16 b, quint16 a)
-{
-    QByteArray block("\xFC\xFD\xFF\xFF\xFF\xFF\xFF\xFF", 8); // a void extent without coordinates
-    for (const quint16 channel : {r, g, b, a}) {
-        block += char(channel & 255);
-        block += char(channel >> 8);
-    }
-    return block;
-}
-
 AstcFile &AstcFile::addBlocks()
 {
     quint32 count = 1;
@@ -187,7 +171,10 @@ AstcFile &AstcFile::addBlocks()
         count *= (size[axis] + block[axis] - 1) / block[axis];
     }
     for (quint32 i = 0; i < count; ++i) {
-        blocks += solidBlock(quint16(i * 0x3000), quint16(0xFFFF - i * 0x1100), quint16(0x8000), 0xFFFF);
+        blocks += QByteArray("\xFC\xFD\xFF\xFF\xFF\xFF\xFF\xFF", 8); // a void extent without coordinates
+        for (const quint32 channel : {i * 0x3000, 0xFFFF - i * 0x1100, 0x8000u, 0xFFFFu}) {
+            blocks += word(channel).left(2);
+        }
     }
     return *this;
 }
@@ -199,7 +186,7 @@ QByteArray AstcFile::bytes() const
         file += char(side);
     }
     for (const quint32 side : size) {
-        file += threeBytes(side);
+        file += word(side).left(3);
     }
     return file + blocks;
 }

@@ -90,10 +90,7 @@ struct AstcFile
     std::array<quint32, 3> size = {8, 8, 1};
     QByteArray blocks;
 
-    /// A block of one colour, of 16 bits a channel.
-    static QByteArray solidBlock(quint16 r, quint16 g, quint16 b, quint16 a);
-
-    /// Fills the image with blocks of different colours, as many as its sizes ask for.
+    /// Fills the image with blocks of one colour each, all different, as many as its sizes ask for.
     AstcFile &addBlocks();
 
     QByteArray bytes() const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Pixels.h"
 #include "TestContext.h"
 
 #include <ZelGL/GLLoader.h> // before the functions below, whose names it changes
@@ -37,4 +38,10 @@ inline std::vector<GLint> samplingOf(Orvane::Zel::Texture &texture)
         values.push_back(textureParameter(texture, name));
     }
     return values;
+}
+
+/// The texels of a level; the layer as of Pixels::ofTexture().
+inline Pixels pixelsOf(const Orvane::Zel::Texture &texture, int level = 0, int layer = 0)
+{
+    return Pixels::ofTexture(texture.target(), texture.textureID(), level, layer);
 }
