@@ -275,18 +275,8 @@ class ShadowMapManagerBindTest : public ShadowMapManagerTest
 protected:
     ShadowMapManagerBindTest()
     {
-        GLSLMacroProcessor processor;
-        ShadowMapManager::setup(&processor, 1);
-        _program.setMacroProcessor(&processor);
-        _program.addShader(GL_VERTEX_SHADER, kAtOrigin, QString());
-        _program.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowMapManager::getShaderFile());
-        _program.addShader(
-            GL_FRAGMENT_SHADER,
-            "#version 150\n#include \"ShadowMapManager.glslh\"\nuniform uint u_Light;\nout vec4 color;\n"
-            "void main() { color = vec4(shadowMapGetVisibility(u_Light, vec3(0.0))); }\n",
-            QString());
-        EXPECT_TRUE(_program.link());
-        _program.setMacroProcessor(nullptr);
+        ShadowMapManager::setup(&_processor, 1);
+        _program = makeProgram(kAtOrigin, kMain, &_processor, {ShadowMapManager::getShaderFile()});
         _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, 4, 4, 2);
         _data.projectionTexture = &_texture;
         _variant = QVariant::fromValue<QObject *>(&_data);
@@ -296,13 +286,21 @@ protected:
     std::array<GLfloat, 16> held(const QString &name)
     {
         std::array<GLfloat, 16> values = {};
-        driver()->glGetUniformfv(_program.shaderProgramID(), _program.getUniformLocation(name),
+        driver()->glGetUniformfv(_program->shaderProgramID(), _program->getUniformLocation(name),
                                  values.data());
         return values;
     }
 
+    static constexpr char kMain[] = R"(#version 150
+#include "ShadowMapManager.glslh"
+uniform uint u_Light;
+out vec4 color;
+void main() { color = vec4(shadowMapGetVisibility(u_Light, vec3(0.0))); }
+)";
+
+    GLSLMacroProcessor _processor;
     Texture _texture{nullptr};
-    ShaderProgram _program{nullptr};
+    std::unique_ptr<ShaderProgram> _program;
     QVariant _variant;
 };
 
@@ -314,9 +312,9 @@ TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
         _data.projectorInfos[i] = {i + 1, 100 - i};
         _data.setTransform(i, translation(float(i), 2, 3), 0.5f);
     }
-    const AutoBinder binder(&_program);
+    const AutoBinder binder(_program.get());
     for (const float clamp : {0.1f, 0.75f}) {
-        ASSERT_TRUE(ShadowMapManager::bind(&_program, _variant));
+        ASSERT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
         EXPECT_EQ(clamp, held("u_VarianceClamp")[0]);
         ShadowMapManager::setVarianceClamping(0.75f);
         EXPECT_TRUE(_texture.isBound());
@@ -327,39 +325,31 @@ TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
             EXPECT_EQ(_data.transforms[i].values,
                       held(QStringLiteral("u_ShadowMapProjectionTransforms[%1]").arg(i)));
         }
-        EXPECT_TRUE(ShadowMapManager::unbind(&_program, _variant));
+        EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
         EXPECT_FALSE(_texture.isBound());
     }
     ShadowMapManager::setVarianceClamping(0.1f);
 }
 
-TEST_F(ShadowMapManagerBindTest, ProgramsWithoutTheUniformsGetNone)
-{
-    const auto plain = makeProgram(kAtOrigin);
-    const AutoBinder binder(plain.get());
-    const Tap<&glUniform2iv> infos;
-    const Tap<&glUniformMatrix4fv> transforms;
-    EXPECT_TRUE(ShadowMapManager::bind(plain.get(), _variant));
-    EXPECT_EQ(0u, infos.count());
-    EXPECT_EQ(0u, transforms.count());
-    EXPECT_TRUE(ShadowMapManager::unbind(plain.get(), _variant));
-}
-
-TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGo)
+TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem)
 {
     _data.projectorInfos.resize(3);
     _data.transforms.resize(40);
-    const AutoBinder binder(&_program);
+    const auto plain = makeProgram(kAtOrigin);
     const Tap<&glUniform2iv> infos;
     const Tap<&glUniformMatrix4fv> transforms;
-    EXPECT_TRUE(ShadowMapManager::bind(&_program, _variant));
-    EXPECT_MESSAGES(asserted("kShadowMapInfoArraySizeMax == renderData->projectorInfos.size()",
-                             "Projector Info Array size 3 does not match size required by shader 32"),
-                    asserted("kShadowMapTransformArraySizeMax == renderData->transforms.size()",
-                             "Projector Info Array size 40 does not match size required by shader 32"));
+    for (ShaderProgram *program : {plain.get(), _program.get()}) {
+        EXPECT_EQ(0u, infos.count() + transforms.count());
+        const AutoBinder binder(program);
+        EXPECT_TRUE(ShadowMapManager::bind(program, _variant));
+        EXPECT_MESSAGES(asserted("kShadowMapInfoArraySizeMax == renderData->projectorInfos.size()",
+                                 "Projector Info Array size 3 does not match size required by shader 32"),
+                        asserted("kShadowMapTransformArraySizeMax == renderData->transforms.size()",
+                                 "Projector Info Array size 40 does not match size required by shader 32"));
+        EXPECT_TRUE(ShadowMapManager::unbind(program, _variant));
+    }
     EXPECT_EQ(3, infos.last<1>());
     EXPECT_EQ(32, transforms.last<1>());
-    EXPECT_TRUE(ShadowMapManager::unbind(&_program, _variant));
 }
 
 TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
@@ -368,20 +358,20 @@ TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
     const QString null = asserted("NULL != renderData", "NULL render data used");
     const QString noTexture = asserted("NULL != texture", "NULL render data texture used");
     for (const QVariant &nothing : {QVariant(), QVariant::fromValue<QObject *>(nullptr)}) {
-        EXPECT_FALSE(ShadowMapManager::bind(&_program, nothing));
+        EXPECT_FALSE(ShadowMapManager::bind(_program.get(), nothing));
         EXPECT_MESSAGES(asserted("false == dataVariant.isNull()", "NULL render data variant used"));
     }
     QObject other;
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(ShadowMapManager::bind(&_program, QVariant::fromValue<QObject *>(&other)));
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant::fromValue<QObject *>(&other)));
     std::fflush(stdout);
     EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
-    EXPECT_FALSE(ShadowMapManager::bind(&_program, QVariant(7)));
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::unbind(&_program, QVariant()));
+    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
     _data.projectionTexture = nullptr;
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::unbind(&_program, _variant));
+    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), _variant));
     EXPECT_MESSAGES(null,
                     asserted("true == dataVariant.canConvert<QObject*>()",
                              "render data is not a 'QObject*' type is 'int'"),
