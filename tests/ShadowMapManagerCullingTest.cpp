@@ -25,8 +25,8 @@ using Box = QPair<QVector3D, QVector3D>;
 
 constexpr float kPi = 3.14159265f;
 
-// The judge knows volumes as half-spaces, in double precision, and finds their corners by trying all triples: nothing of
-// it goes the clipper's ways. A volume is convex, and so is its picture: what holds for the corners holds for all of it.
+// The judge knows volumes as half-spaces, and finds their corners in double precision by trying all triples: nothing of it
+// goes the clipper's ways. A volume is convex, and so is its picture: what holds for the corners holds for all of it.
 
 /// Inside is where dot(normal, p) is at most the distance; the normal has length 1.
 struct HalfSpace
