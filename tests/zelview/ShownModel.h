@@ -32,6 +32,8 @@ public:
         _exhibit->takeDown();
         _target.reset();
         _programs.reset();
+        _exhibit.reset();
+        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the next model's plans have the same names
     }
 
     zelview::Exhibit *operator->() { return _exhibit.get(); }
