@@ -15,31 +15,14 @@ using CapabilityScopeTest = GLTest;
 namespace {
 
 /// Counts what a scope does to it.
-class Counted : public Bindable
+struct Counted : Bindable
 {
-public:
-    explicit Counted(bool binds)
-        : _binds(binds)
-    {
-    }
+    bool bind() override { return ++bound, binds; }
+    bool unbind() override { return ++unbound, false; } // an answer that the scope does not look at
 
-    bool bind() override
-    {
-        ++bound;
-        return _binds;
-    }
-
-    bool unbind() override
-    {
-        ++unbound;
-        return false; // an answer that the scope does not look at
-    }
-
+    bool binds = true;
     int bound = 0;
     int unbound = 0;
-
-private:
-    bool _binds;
 };
 
 bool isBlending()
@@ -65,8 +48,9 @@ template <typename Scope> void expectScope(bool before, bool inside)
 
 TEST_F(AutoBinderTest, AScopeUnbindsWhatItBoundAndNothingElse)
 {
-    Counted willing(true);
-    Counted unwilling(false);
+    Counted willing;
+    Counted unwilling;
+    unwilling.binds = false;
     {
         const AutoBinder first(&willing);
         const AutoBinder second(&unwilling);
@@ -81,7 +65,7 @@ TEST_F(AutoBinderTest, AScopeUnbindsWhatItBoundAndNothingElse)
 
 TEST_F(AutoBinderTest, ASharedPointerIsBoundButNotKeptAliveAndNullIsReported)
 {
-    QSharedPointer<Counted> object(new Counted(true));
+    QSharedPointer<Counted> object(new Counted);
     const QWeakPointer<Counted> weak = object;
     {
         const AutoBinder scope{QSharedPointer<Bindable>(object)};
