@@ -60,17 +60,9 @@ std::unique_ptr<Plan> everyKind(Plan::MechanismType mechanism, bool vec4)
 /// The definitions by item number alone, which is where the mechanisms differ.
 QString accessorsByIndex(const Plan &plan)
 {
-    const QStringList lines = plan.glslc().split('\n');
-    QStringList result;
-    bool inside = false;
-    for (const QString &line : lines) {
-        inside = inside || line.contains("(uint Index) {");
-        if (inside) {
-            result += line;
-            inside = !line.contains('}');
-        }
-    }
-    return result.join('\n');
+    const QString all = plan.glslc();
+    const QStringList lines = all.mid(all.indexOf("mat4 getM(uint")).split('\n');
+    return lines.filter(QRegExp("^(?!.*\\(void\\)).+")).join('\n');
 }
 
 } // namespace
@@ -386,7 +378,7 @@ TEST_F(InstanceDataPlanTest, TheDriversLimitsClampTheArray)
         EXPECT_EQ(row.size, plan.arraySize());
         EXPECT_TRUE(plan.glslh().contains(QString("#define BIG_ARRAY_SIZE %1\n").arg(row.size)));
     }
-    const FakeLimits limits(std::map<GLenum, GLint>{{GL_MAX_TEXTURE_SIZE, 4}});
+    const FakeLimits limits(GL_MAX_TEXTURE_SIZE, 4);
     const auto plan = paint(Plan::eTextureMechanism);
     plan->finalise();
     EXPECT_MESSAGES(asserted("static_cast<int>(_totalDataSize) <= maxTextureSize",

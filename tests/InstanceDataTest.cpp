@@ -109,22 +109,22 @@ TEST_F(InstanceDataTest, WrongMembersAreReportedAndStayInsideTheItem)
 {
     paint();
     InstanceData item("Paint");
+    const QString isTexture = asserted("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
+                                       "InstanceData::set( '%1') call on data type 0");
+    const QString tooLong = asserted("dataSize <= _plan->dataSize(dataName)", "plan 'Paint' data 'strength'");
     item.set("none", kTint, 4);
-    EXPECT_MESSAGES(asserted("_plan->contains(dataName)", "plan 'Paint' data 'none'"),
-                    asserted("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
-                             "InstanceData::set( 'none') call on data type 0"));
+    EXPECT_MESSAGES(asserted("_plan->contains(dataName)", "plan 'Paint' data 'none'"), isTexture.arg("none"));
     EXPECT_EQ(bytesOf(kTint, 1) + zeros(44), item.dataArray()); // an unknown member is at offset 0
     item.set("image", kTint, 8);
-    EXPECT_MESSAGES(asserted("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
-                             "InstanceData::set( 'image') call on data type 0"));
+    EXPECT_MESSAGES(isTexture.arg("image"));
     item.set("strength", kTint, 8); // runs over into its neighbour
-    EXPECT_MESSAGES(asserted("dataSize <= _plan->dataSize(dataName)", "plan 'Paint' data 'strength'"));
+    EXPECT_MESSAGES(tooLong);
     EXPECT_EQ(bytesOf(kTint, 2), item.dataArray().mid(32, 8));
 
     const QByteArray before = item.dataArray();
     const QByteArray huge(64, 'x');
     item.set("strength", huge.constData(), 64);
-    EXPECT_MESSAGES(asserted("dataSize <= _plan->dataSize(dataName)", "plan 'Paint' data 'strength'"));
+    EXPECT_MESSAGES(tooLong);
     item.set(-4, huge.constData(), 4);
     item.set(45, huge.constData(), 4);
     item.set(0, huge.constData(), ~0ul);
