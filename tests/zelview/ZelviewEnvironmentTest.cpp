@@ -251,9 +251,12 @@ TEST(ZelviewEnvironment, TheStrongestLightIsTakenOutWithAllThatItGives)
     }
     EXPECT_NEAR(sun->irradiance.x(), 900.0f * 2.0f * float(M_PI) * 0.002f, 0.6f);
 
-    EnvironmentImage even{EnvironmentLayout::eLatLong, panorama(64, [&](const QVector3D &) { return sky; })};
-    EXPECT_FALSE(takeStrongestLight(even).has_value());
-    EXPECT_EQ(even.at(5, 5), sky);
+    for (const QVector3D &light : {sky, QVector3D()}) {
+        EnvironmentImage even{EnvironmentLayout::eLatLong,
+                              panorama(64, [&](const QVector3D &) { return light; })};
+        EXPECT_FALSE(takeStrongestLight(even).has_value());
+        EXPECT_EQ(even.at(5, 5), light);
+    }
 }
 
 struct Finish

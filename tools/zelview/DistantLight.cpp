@@ -82,7 +82,7 @@ std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment)
         });
         taken = {middle.normalized(), irradiance};
     }
-    if (luminance(taken.irradiance) < kLeastShare * float(M_PI) * mean) {
+    if (luminance(taken.irradiance) <= kLeastShare * float(M_PI) * mean) { // both are 0 where all is black
         return {};
     }
     forEachTexel(environment, [&](QVector3D &light, const QVector3D &direction, float) {
