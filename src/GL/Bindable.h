@@ -2,6 +2,8 @@
 
 #include "Export.h"
 
+#include <cstddef>
+
 namespace Orvane { namespace Zel {
 
 /// What every GL object wrapper is: a thing that can be bound and unbound, and
@@ -20,6 +22,13 @@ public:
 
     virtual bool bind() = 0;
     virtual bool unbind() = 0;
+
+    // Wrappers lie side by side in memory, in the order in which they were made.
+
+    static void *operator new(size_t size);
+    static void *operator new(size_t size, void *place) noexcept;
+    static void operator delete(void *object, size_t size) noexcept;
+    static void operator delete(void *object, void *place) noexcept;
 };
 
 }} // namespace Orvane::Zel

@@ -210,6 +210,7 @@ void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectComm
         _commandBaseVertices[i] = int(command.baseVertex);
     }
     _useMultiDrawIndirect = false;
+    _onlyCommand = _commandsCount == 1 ? numbersOf(0) : CommandNumbers();
 }
 
 bool DrawBuffers::bind()
@@ -471,27 +472,37 @@ bool DrawBuffers::areCommandNumbers(const QVector<int> &commandIndices) const
                        [this](int number) { return unsigned(number) < unsigned(_commandsCount); });
 }
 
+inline DrawBuffers::CommandNumbers DrawBuffers::numbersOf(int command) const
+{
+    return {_commandCounts.at(command), _commandBaseVertices.at(command), _commandIndexOffsets.at(command)};
+}
+
 bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
 {
     if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
         return false;
     }
+    if (commandIndices == nullptr && _commandsCount == 1) {
+        drawCommand(drawID, 0, _onlyCommand);
+        return true;
+    }
     const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
     const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;
-    const int *counts = _commandCounts.constData();
-    const void *const *offsets = _commandIndexOffsets.constData();
-    const int *baseVertices = _commandBaseVertices.constData();
-    qint64 indices = 0;
     for (int i = 0; i < n; ++i) {
-        const int c = numbers != nullptr ? numbers[i] : i;
-        drawID.set(_drawIDBase, c);
-        glDrawElementsBaseVertex(_primitiveType, counts[c], _indexType, offsets[c], baseVertices[c]);
-        indices += counts[c];
+        const int command = numbers != nullptr ? numbers[i] : i;
+        drawCommand(drawID, command, numbersOf(command));
     }
-    _totalDrawIndices += indices;
-    _totalDrawCalls += n;
-    _totalDrawBatches += n;
     return true;
+}
+
+inline void DrawBuffers::drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const
+{
+    drawID.set(_drawIDBase, command);
+    glDrawElementsBaseVertex(_primitiveType, numbers.count, _indexType, numbers.indexOffset,
+                             numbers.baseVertex);
+    _totalDrawIndices += numbers.count;
+    ++_totalDrawCalls;
+    ++_totalDrawBatches;
 }
 
 bool DrawBuffers::drawElements(const DrawID &drawID) const

@@ -117,12 +117,21 @@ public:
 
 private:
     class DrawID;
+    /// What one command hands to GL.
+    struct CommandNumbers
+    {
+        int count = 0;
+        int baseVertex = 0;
+        const void *indexOffset = nullptr; ///< bytes
+    };
 
     bool isDrawPossible() const;
     bool isIndexSetUp() const;
     bool isVertexSetUp() const;
     bool areCommandNumbers(const QVector<int> &commandIndices) const;
+    CommandNumbers numbersOf(int command) const;
     bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
+    void drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const;
     bool drawElements(const DrawID &drawID) const;
     bool drawArrays(const DrawID &drawID) const;
     bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
@@ -151,6 +160,7 @@ private:
     QVector<const void *> _commandIndexOffsets; ///< by command, bytes
     QVector<int> _commandBaseVertices;          ///< by command
     bool _useMultiDrawIndirect = false;
+    CommandNumbers _onlyCommand; ///< of a unit of one, which so need not fetch the vectors
 };
 
 }} // namespace Orvane::Zel
