@@ -72,7 +72,7 @@ SceneVariant::SceneVariant(Kind kind, const BoxRuns &runs)
     for (int m = 0; m < runs.materialCount; ++m) {
         const std::array<float, 4> color = colorOfMaterial(m, runs);
         auto *material = new InstanceDataCollection(registeredPlan("BoxMaterial"), 1);
-        const TextureToken texture; // null: at each change the manager hands over its tables alone
+        const TextureToken texture = textureOf(color);
         material->set(0, "Color", color.data(), sizeof color);
         material->set(0, "Texture", &texture.token, sizeof texture.token);
         _materials.push_back(material);
@@ -181,6 +181,13 @@ void SceneVariant::addAllAsOne()
     for (int i = 0; i < _runs.boxCount; ++i) {
         _model.useTransform(drawable, i, newTransform(i));
     }
+}
+
+TextureToken SceneVariant::textureOf(const std::array<float, 4> &color)
+{
+    return _kind == eOwnTokens
+               ? _textureManager.tokenForColor(QColor::fromRgbF(color[0], color[1], color[2], color[3]))
+               : nullTextureToken;
 }
 
 int SceneVariant::newTransform(int box)

@@ -18,8 +18,10 @@ public:
         eShared,     ///< a drawable for each box, with one command; all share one object collection
         eSharedBase, ///< the same with the draw ID in the base instance, by drawSimple()
         eOwn,        ///< an object collection for each drawable
-        eOwnTokens, ///< the same with a texture manager, by which each change of a collection reaches the program
-        eCommands ///< one drawable of all boxes
+        eOwnTokens, ///< the same with a texture manager and a texture for each material; each change of a collection
+                    ///< hands the manager's table to the program
+        eOwnNoTextures, ///< the same with the null token in each material
+        eCommands       ///< one drawable of all boxes
     };
 
     SceneVariant(Kind kind, const BoxRuns &runs);
@@ -36,8 +38,10 @@ private:
     Orvane::Zel::InstanceDataCollection *newObjects(int count);
     void fillShared();
 
-    bool hasOwnObjects() const { return _kind == eOwn || _kind == eOwnTokens; }
-    Orvane::Zel::TextureManager *textureManager() { return _kind == eOwnTokens ? &_textureManager : nullptr; }
+    bool hasOwnObjects() const { return _kind == eOwn || hasTextureManager(); }
+    bool hasTextureManager() const { return _kind == eOwnTokens || _kind == eOwnNoTextures; }
+    Orvane::Zel::TextureManager *textureManager() { return hasTextureManager() ? &_textureManager : nullptr; }
+    Orvane::Zel::TextureToken textureOf(const std::array<float, 4> &color);
 
     const Kind _kind;
     const BoxRuns _runs;

@@ -7,7 +7,8 @@
 //   sceneshared   a GPUModel: a drawable of one command for each unit, all sharing one object collection
 //   scenesharedbase  the same by drawSimple(), the draw ID in the base instance
 //   sceneown      an object collection for each drawable, no texture manager
-//   sceneowntokens   the same with the sampler manager
+//   sceneowntokens   the same with the sampler manager and a texture for each material
+//   sceneownnotextures  the same without a texture in any material: the manager's empty one is bound in its place
 //   scenecommands    one drawable with N commands and one material
 //   commandsbyhand, baseinstancebyhand
 //                 the GL calls that these come down to, issued by hand on the same objects, program and framebuffer:
@@ -314,6 +315,7 @@ constexpr Row kRows[] = {
     {"scenesharedbase", true, makeScene<SceneVariant::eSharedBase>},
     {"sceneown", false, makeScene<SceneVariant::eOwn>},
     {"sceneowntokens", false, makeScene<SceneVariant::eOwnTokens>},
+    {"sceneownnotextures", false, makeScene<SceneVariant::eOwnNoTextures>},
     {"scenecommands", false, makeScene<SceneVariant::eCommands>},
 };
 
