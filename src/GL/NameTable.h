@@ -5,14 +5,18 @@
 
 namespace Orvane { namespace Zel {
 
-/// Values by GL name for the few objects that are bound at a time: a flat array, searched from its beginning. With room
-/// reserved for all of them a bind allocates nothing.
+/// Values by GL name for the few objects that are bound at a time: a flat array, searched from its end, since what was
+/// bound last is asked for first. With room reserved for all of them a bind allocates nothing.
+///
+/// Tables that take and lose the same names in the same order have them at the same places: one search serves all.
 ///
 /// Context: none.
 /// Private to the library.
 template <typename Value> class NameTable
 {
 public:
+    static constexpr int kNone = -1;
+
     void reserve(int count)
     {
         if (count > 0) {
@@ -20,43 +24,35 @@ public:
         }
     }
 
-    bool contains(unsigned int name) const { return find(name) != nullptr; }
-
-    /// Null where the name has no value.
-    const Value *find(unsigned int name) const
+    /// Where a name stands, up to the next change; kNone where it has no value.
+    int place(unsigned int name) const
     {
-        const Entry *entries = _entries.data();
-        for (size_t i = 0; i < _used; ++i) {
-            if (entries[i].name == name) {
-                return &entries[i].value;
-            }
+        int place = _used - 1;
+        while (place >= 0 && _entries[static_cast<size_t>(place)].name != name) {
+            --place;
         }
-        return nullptr;
+        return place;
     }
-    Value *find(unsigned int name)
+    bool contains(unsigned int name) const { return place(name) != kNone; }
+    /// The same where the place is known from a table with the same names.
+    bool contains(unsigned int name, int place) const
     {
-        const NameTable &table = *this;
-        return const_cast<Value *>(table.find(name));
+        return place >= 0 && place < _used && _entries[static_cast<size_t>(place)].name == name;
     }
+
+    Value &at(int place) { return _entries[static_cast<size_t>(place)].value; }
+    const Value &at(int place) const { return _entries[static_cast<size_t>(place)].value; }
 
     /// The name must not have a value yet.
     void insert(unsigned int name, Value value)
     {
-        if (_used == _entries.size()) {
-            _entries.resize(2 * _used + 1);
+        if (static_cast<size_t>(_used) == _entries.size()) {
+            _entries.resize(2 * _entries.size() + 1);
         }
-        _entries[_used++] = {name, value};
+        _entries[static_cast<size_t>(_used++)] = {name, value};
     }
 
-    void remove(unsigned int name)
-    {
-        for (size_t i = 0; i < _used; ++i) {
-            if (_entries[i].name == name) {
-                _entries[i] = _entries[--_used];
-                return;
-            }
-        }
-    }
+    void remove(int place) { _entries[static_cast<size_t>(place)] = _entries[static_cast<size_t>(--_used)]; }
 
 private:
     struct Entry
@@ -66,7 +62,7 @@ private:
     };
 
     std::vector<Entry> _entries;
-    size_t _used = 0; ///< of them
+    int _used = 0; ///< of them
 };
 
 }} // namespace Orvane::Zel

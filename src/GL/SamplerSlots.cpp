@@ -101,17 +101,14 @@ int SamplerSlots::bindMap(const ShaderProgram *program, const void *entries, int
 void SamplerSlots::uploadUnits(int location, int slotCount)
 {
     // A sampler uniform must never point at a unit that holds a texture of another kind.
-    const int usedSlots = used();
-    for (int slot = 0; slot < usedSlots; ++slot) {
+    for (int slot = 0; slot < used(); ++slot) {
         if (_slotRefCounts.at(slot) <= 0) {
             _slotUnits[slot] = emptyUnit();
         }
     }
-    const int last = usedSlots == 0 ? emptyUnit() : _slotUnits.constLast();
     QVarLengthArray<GLint, kReservedSlots> units(slotCount);
-    for (int slot = 0; slot < slotCount; ++slot) {
-        units[slot] = slot < usedSlots ? _slotUnits.at(slot) : last;
-    }
+    GLint *const rest = std::copy_n(_slotUnits.cbegin(), std::min(used(), slotCount), units.data());
+    std::fill(rest, units.end(), used() == 0 ? emptyUnit() : _slotUnits.constLast());
     glUniform1iv(location, slotCount, units.constData());
 }
 

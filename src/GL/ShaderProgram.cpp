@@ -51,6 +51,13 @@ PFNGLGETPROGRAMRESOURCENAMEPROC getProgramResourceNameFunction = nullptr;
 PFNGLGETPROGRAMRESOURCEINDEXPROC getProgramResourceIndexFunction = nullptr;
 PFNGLSHADERSTORAGEBLOCKBINDINGPROC shaderStorageBlockBindingFunction = nullptr;
 
+/// The end where there is no such block.
+QVector<unsigned int>::iterator findIn(QVector<unsigned int> &bindings, unsigned int index)
+{
+    return index < static_cast<unsigned int>(bindings.size()) ? bindings.begin() + static_cast<int>(index)
+                                                              : bindings.end();
+}
+
 template <typename Function> void lookUp(Function &function, const char *name)
 {
     function = reinterpret_cast<Function>(getGLProcAddress(name, false));
@@ -536,7 +543,7 @@ void ShaderProgram::cacheUniformBlockIndices()
     for (GLuint i = 0; i < static_cast<GLuint>(uniformBlocks); ++i) {
         glGetActiveUniformBlockName(_programID, i, sizeof name, nullptr, name);
         _uniformBlockIndices.insert(QString::fromLatin1(name), i);
-        _uniformBlockBindingIndices.insert(i, 0);
+        _uniformBlockBindingIndices.append(0);
     }
     if (getProgramInterfaceivFunction == nullptr || getProgramResourceNameFunction == nullptr
         || getProgramResourceIndexFunction == nullptr) {
@@ -547,7 +554,7 @@ void ShaderProgram::cacheUniformBlockIndices()
     for (GLuint i = 0; i < static_cast<GLuint>(storageBlocks); ++i) {
         getProgramResourceNameFunction(_programID, GL_SHADER_STORAGE_BLOCK, i, sizeof name, nullptr, name);
         _storageBlockIndices.insert(QString::fromLatin1(name), i);
-        _storageBlockBindingIndices.insert(i, 0);
+        _storageBlockBindingIndices.append(0);
     }
 }
 
@@ -598,7 +605,7 @@ unsigned int ShaderProgram::getStorageBlockIndex(const QString &name) const
 // A binding without a block is logged and handed to GL all the same.
 void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int binding)
 {
-    const auto itFind = this->_uniformBlockBindingIndices.find(index);
+    const auto itFind = findIn(this->_uniformBlockBindingIndices, index);
     ZEL_ASSERT(itFind != this->_uniformBlockBindingIndices.end(),
                "Trying to set uniformBlockIndex %u on shader %u. Does not exist.", index, _programID);
     const bool exists = itFind != _uniformBlockBindingIndices.end();
@@ -613,7 +620,7 @@ void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int bind
 
 void ShaderProgram::setStorageBlockBinding(unsigned int index, unsigned int binding)
 {
-    const auto itFind = this->_storageBlockBindingIndices.find(index);
+    const auto itFind = findIn(this->_storageBlockBindingIndices, index);
     ZEL_ASSERT(itFind != this->_storageBlockBindingIndices.end(),
                "Trying to set storageBlockIndex %u on shader %u. Does not exist.", index, _programID);
     const bool exists = itFind != _storageBlockBindingIndices.end();
@@ -628,7 +635,7 @@ void ShaderProgram::setStorageBlockBinding(unsigned int index, unsigned int bind
 
 unsigned int ShaderProgram::getUniformBlockBinding(unsigned int index)
 {
-    const auto itFind = this->_uniformBlockBindingIndices.find(index);
+    const auto itFind = findIn(this->_uniformBlockBindingIndices, index);
     ZEL_ASSERT(itFind != this->_uniformBlockBindingIndices.end(),
                "Trying to get uniformBlockIndex %u on shader %u. Does not exist.", index, _programID);
     return itFind != _uniformBlockBindingIndices.end() ? *itFind : 0;
@@ -636,7 +643,7 @@ unsigned int ShaderProgram::getUniformBlockBinding(unsigned int index)
 
 unsigned int ShaderProgram::getStorageBlockBinding(unsigned int index)
 {
-    const auto itFind = this->_storageBlockBindingIndices.find(index);
+    const auto itFind = findIn(this->_storageBlockBindingIndices, index);
     ZEL_ASSERT(itFind != this->_storageBlockBindingIndices.end(),
                "Trying to get storageBlockIndex %u on shader %u. Does not exist.", index, _programID);
     return itFind != _storageBlockBindingIndices.end() ? *itFind : 0;

@@ -213,9 +213,9 @@ private:
     mutable QHash<QString, int> _uniformLocations; ///< never emptied
     int _uniformLocationNameID = -1;
     QHash<QString, unsigned int> _uniformBlockIndices;
-    QHash<unsigned int, unsigned int> _uniformBlockBindingIndices; ///< block index to binding point
+    QVector<unsigned int> _uniformBlockBindingIndices; ///< the binding point, by block index
     QHash<QString, unsigned int> _storageBlockIndices;
-    QHash<unsigned int, unsigned int> _storageBlockBindingIndices;
+    QVector<unsigned int> _storageBlockBindingIndices;
     GLSLMacroProcessor *_macroProcessor = nullptr; ///< borrowed
     bool _parallelShaderCompile = false;
     bool _preprocessed = false;

@@ -21,7 +21,7 @@ struct TextureContextInfo
 {
     int maxTextureImageUnits = 0;
     NameTable<unsigned int> textureToUnitMaps;
-    NameTable<int> boundTextureCounts; ///< nesting depth
+    NameTable<int> boundTextureCounts; ///< nesting depth; the same names at the same places
     NumberSet freeTextureUnits;
 };
 
@@ -245,9 +245,10 @@ bool Texture::bind()
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on bind");
     TextureContextInfo &contextInfo = currentContextInfo();
 
-    if (const unsigned int *bound = contextInfo.textureToUnitMaps.find(_textureID)) {
-        glActiveTexture(GL_TEXTURE0 + *bound); // the unit still holds the texture
-        ++*contextInfo.boundTextureCounts.find(_textureID);
+    const int place = contextInfo.textureToUnitMaps.place(_textureID);
+    if (place >= 0) {
+        glActiveTexture(GL_TEXTURE0 + contextInfo.textureToUnitMaps.at(place)); // it still holds the texture
+        ++contextInfo.boundTextureCounts.at(place);
         return true;
     }
 
@@ -269,22 +270,21 @@ bool Texture::unbind()
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
     TextureContextInfo &contextInfo = currentContextInfo();
-    const unsigned int *unitFound = contextInfo.textureToUnitMaps.find(_textureID);
-    int *count = contextInfo.boundTextureCounts.find(_textureID);
-    if (unitFound == nullptr || count == nullptr) { // asked once where all is well
+    const int place = contextInfo.textureToUnitMaps.place(_textureID);
+    if (!contextInfo.boundTextureCounts.contains(_textureID, place)) { // asked once where all is well
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
                           "Texture has not been bound on unbind");
         ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), false,
                           "Texture has not been bound on unbind");
     }
-    const unsigned int unit = *unitFound;
+    const unsigned int unit = contextInfo.textureToUnitMaps.at(place);
     glActiveTexture(GL_TEXTURE0 + unit);
-    if (--*count > 0) {
+    if (--contextInfo.boundTextureCounts.at(place) > 0) {
         return true;
     }
     glBindTexture(_target, 0);
-    contextInfo.textureToUnitMaps.remove(_textureID);
-    contextInfo.boundTextureCounts.remove(_textureID);
+    contextInfo.textureToUnitMaps.remove(place);
+    contextInfo.boundTextureCounts.remove(place);
     contextInfo.freeTextureUnits.insert(unit);
     return true;
 }
@@ -303,14 +303,14 @@ unsigned int Texture::unit() const
     ZEL_ASSERT_RETURN(0u != this->_textureID, kNoUnit, "Texutre is NULL on unit()");
     ZEL_ASSERT_RETURN(0u != this->_target, kNoUnit, "Texture Target is not set on unit()");
     const TextureContextInfo &contextInfo = currentContextInfo();
-    const unsigned int *unitFound = contextInfo.textureToUnitMaps.find(_textureID);
-    if (unitFound == nullptr) {
+    const int place = contextInfo.textureToUnitMaps.place(_textureID);
+    if (!contextInfo.boundTextureCounts.contains(_textureID, place)) {
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), kNoUnit,
                           "Texture has not been bound on unit()");
+        ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), kNoUnit,
+                          "Texture has not been bound on unit()");
     }
-    ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), kNoUnit,
-                      "Texture has not been bound on unit()");
-    return *unitFound;
+    return contextInfo.textureToUnitMaps.at(place);
 }
 
 int Texture::maxTextureUnits() const

@@ -9,10 +9,10 @@
 
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
-#include <QtCore/QVector>
 
 #include <algorithm>
 #include <unordered_map>
+#include <vector>
 
 namespace Orvane { namespace Zel {
 
@@ -39,11 +39,11 @@ struct UBOContextData
     unsigned int _target;
     int _maxBindings;
     NameTable<unsigned int> _uniformBufferObjectToUniformBlockBindingMaps; ///< to the binding point
-    NameTable<int> _boundUniformBufferObjectCounts;                        ///< to the use count
+    NameTable<int> _boundUniformBufferObjectCounts; ///< to the use count; the same names at the same places
     NumberSet _availableBindings;
     int _batchFirst = -1; ///< the points touched in a batch; both -1 when none runs
     int _batchLast = -1;
-    QVector<unsigned int> _bufferIDs; ///< by binding point; 0: none
+    std::vector<unsigned int> _bufferIDs; ///< by binding point; 0: none
     PFNGLBINDBUFFERSBASEPROC _glBindBuffersBase;
     PFNGLSHADERSTORAGEBLOCKBINDINGPROC _glShaderStorageBlockBinding = nullptr; ///< in the storage row
 };
@@ -52,7 +52,7 @@ UBOContextData::UBOContextData(unsigned int target)
     : _target(target)
     , _maxBindings(integer(target == GL_SHADER_STORAGE_BUFFER ? GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS
                                                               : GL_MAX_UNIFORM_BUFFER_BINDINGS))
-    , _bufferIDs(_maxBindings, 0)
+    , _bufferIDs(size_t(std::max(_maxBindings, 0)), 0)
     , _glBindBuffersBase(
           reinterpret_cast<PFNGLBINDBUFFERSBASEPROC>(getGLProcAddress("glBindBuffersBase", false)))
 {
@@ -82,10 +82,10 @@ void UBOContextData::flushBatch()
 {
     if (_batchLast != -1 && _glBindBuffersBase != nullptr) {
         _glBindBuffersBase(_target, GLuint(_batchFirst), _batchLast - _batchFirst + 1,
-                           _bufferIDs.constData() + _batchFirst);
+                           _bufferIDs.data() + _batchFirst);
     } else if (_batchLast != -1) {
         for (int binding = _batchFirst; binding <= _batchLast; ++binding) {
-            glBindBufferBase(_target, GLuint(binding), _bufferIDs.at(binding));
+            glBindBufferBase(_target, GLuint(binding), _bufferIDs[size_t(binding)]);
         }
     }
     _batchFirst = -1;
@@ -196,13 +196,14 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     const unsigned int bufferObjectID = _bufferObject->getBO();
     const int index = blockIndex(program, target);
 
-    const unsigned int *held =
-        uboContextData._uniformBufferObjectToUniformBlockBindingMaps.find(bufferObjectID);
-    if (held != nullptr) {
+    auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
+    auto &counts = uboContextData._boundUniformBufferObjectCounts;
+    const int held = bindings.place(bufferObjectID);
+    if (held >= 0) {
         if (index >= 0) {
-            program->setTypeBlockBinding(target, unsigned(index), *held);
+            program->setTypeBlockBinding(target, unsigned(index), bindings.at(held));
         }
-        ++*uboContextData._boundUniformBufferObjectCounts.find(bufferObjectID);
+        ++counts.at(held);
         return true;
     }
 
@@ -217,9 +218,9 @@ bool UniformBufferObject::bind(ShaderProgram *program)
         return false;
     }
     uboContextData._availableBindings.remove(binding);
-    uboContextData._uniformBufferObjectToUniformBlockBindingMaps.insert(bufferObjectID, binding);
-    uboContextData._boundUniformBufferObjectCounts.insert(bufferObjectID, 1);
-    uboContextData._bufferIDs[int(binding)] = bufferObjectID;
+    bindings.insert(bufferObjectID, binding);
+    counts.insert(bufferObjectID, 1);
+    uboContextData._bufferIDs[binding] = bufferObjectID;
 
     if (uboContextData._batchFirst == -1) {
         ZEL_ASSERT(_bufferObject->valueCount() * _bufferObject->valueSize() != 0,
@@ -242,25 +243,25 @@ bool UniformBufferObject::unbind(ShaderProgram *)
                       "m_bufferObject is NULL on bind()"); // bind() on purpose
     UBOContextData &uboContextData = contextData(_bufferObject->target());
     const unsigned int bufferObjectID = _bufferObject->getBO();
-    const unsigned int *held =
-        uboContextData._uniformBufferObjectToUniformBlockBindingMaps.find(bufferObjectID);
-    if (held == nullptr) {
+    auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
+    auto &counts = uboContextData._boundUniformBufferObjectCounts;
+    const int held = bindings.place(bufferObjectID);
+    if (held < 0) {
         return true;
     }
-    const unsigned int binding = *held;
-    int *count = uboContextData._boundUniformBufferObjectCounts.find(bufferObjectID);
-    if (count == nullptr) {
+    if (!counts.contains(bufferObjectID, held)) { // asked once where all is well
         ZEL_ASSERT_RETURN(uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID), false,
                           "UniformBufferObject has not been bound on unbind");
     }
-    if (--*count != 0) {
+    if (--counts.at(held) != 0) {
         return true;
     }
+    const unsigned int binding = bindings.at(held);
     glBindBufferBase(uboContextData._target, binding, 0);
-    uboContextData._uniformBufferObjectToUniformBlockBindingMaps.remove(bufferObjectID);
-    uboContextData._boundUniformBufferObjectCounts.remove(bufferObjectID);
+    bindings.remove(held);
+    counts.remove(held);
     uboContextData._availableBindings.insert(binding);
-    uboContextData._bufferIDs[int(binding)] = 0;
+    uboContextData._bufferIDs[binding] = 0;
     return true;
 }
 
@@ -278,7 +279,8 @@ unsigned int UniformBufferObject::uniformBlockBinding() const
                       kInvalidBinding, "UniformBufferObject has not been bound on uniformBlockBinding()");
     ZEL_ASSERT_RETURN(uboContextData._uniformBufferObjectToUniformBlockBindingMaps.contains(bufferObjectID),
                       kInvalidBinding, "UniformBufferObject has not been bound on uniformBlockBinding()");
-    return *uboContextData._uniformBufferObjectToUniformBlockBindingMaps.find(bufferObjectID);
+    const auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
+    return bindings.at(bindings.place(bufferObjectID));
 }
 
 quint64 UniformBufferObject::memoryEstimateCPU() const
