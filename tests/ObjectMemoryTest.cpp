@@ -1,0 +1,62 @@
+#include "support/GLFixture.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <memory>
+
+using namespace Orvane::Zel;
+
+namespace {
+
+std::ptrdiff_t distance(const QObject *from, const QObject *to)
+{
+    return reinterpret_cast<const char *>(to) - reinterpret_cast<const char *>(from);
+}
+
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool kIsPooled = false; // there the heap has them
+#else
+constexpr bool kIsPooled = true;
+#endif
+
+} // namespace
+
+class ObjectMemory : public GLTest
+{
+};
+
+TEST_F(ObjectMemory, holdsWrappersOfOneSizeSideBySideAndAgainWhenTheyAreDeletedByAnyBase)
+{
+    if (!kIsPooled) {
+        GTEST_SKIP() << "the address sanitizer watches the heap";
+    }
+    const auto a = std::make_unique<DrawBuffers>(nullptr);
+    const auto b = std::make_unique<DrawBuffers>(nullptr);
+    auto *c = new DrawBuffers(nullptr);
+    EXPECT_EQ(0u, reinterpret_cast<quintptr>(a.get()) % 64);
+    EXPECT_EQ(distance(a.get(), b.get()), distance(b.get(), c));
+    EXPECT_LT(distance(a.get(), b.get()), std::ptrdiff_t(sizeof(DrawBuffers) + 64));
+
+    const void *const place = c;
+    delete static_cast<QObject *>(c);
+    auto *again = new DrawBuffers(nullptr);
+    EXPECT_EQ(place, again);
+    delete static_cast<Bindable *>(again);
+    const std::unique_ptr<DrawBuffers> last(new DrawBuffers(nullptr));
+    EXPECT_EQ(place, last.get());
+}
+
+TEST_F(ObjectMemory, leavesOtherPlacesToTheHost)
+{
+    const auto counted = QSharedPointer<VertexArrayObject>::create(nullptr);
+    VertexArrayObject onStack(nullptr);
+    EXPECT_EQ(2, VertexArrayObject::NumAlive());
+
+    struct Large : BufferObject
+    {
+        using BufferObject::BufferObject;
+        char bytes[4096] = {};
+    };
+    const std::unique_ptr<QObject> large(new Large(nullptr));
+    EXPECT_EQ(1, BufferObject::NumAlive());
+}
