@@ -228,6 +228,14 @@ TEST_F(DrawCallsTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
     unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
     EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_indexCount", noCount}}));
     EXPECT_TRUE(unit.unbind());
+
+    const DrawElementsIndirectCommand command{6, 1, 4000000, 0, 0};
+    unit.setIndexedDraw({}, 6, GL_UNSIGNED_SHORT);
+    unit.setDrawElementsIndirectCommands(&command, 1);
+    ASSERT_TRUE(unit.bind());
+    EXPECT_TRUE(asserted.refused(
+        {{unit.draw(), "false == this->_boIndex.isNull()", "Index buffer object is not set on draw"}}));
+    EXPECT_TRUE(unit.unbind());
     EXPECT_EQ(0u, _taps.count());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
 }

@@ -249,6 +249,7 @@ TEST_F(InstanceDataTest, MembersOfItemsAreReadWrittenAndMovedWithinTheirBytes)
     const QByteArray before = collection.dataArray();
     collection.set(2, "tint", kTint, 4);
     collection.set(-1, "gloss", kTint, 4);
+    collection.set(1, "gloss", kTint, ~0ul);
     collection.set(1, "gloss", kTint, 4000);
     collection.set(1, "gloss", nullptr, 4);
     collection.copyInstanceMember(2, "tint", "gloss");

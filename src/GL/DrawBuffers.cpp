@@ -357,6 +357,9 @@ bool DrawBuffers::drawMultiDrawElementsIndirect()
                       "DrawElementsIndirectCommandsCount is not set on draw");
     ZEL_ASSERT_RETURN(0 != this->_indexType, false, "Index type is not setup on draw");
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
+    if (glMultiDrawElementsIndirect == nullptr) {
+        return false;
+    }
     const AutoBinder binder(_boIndirect.data());
     glMultiDrawElementsIndirect(_primitiveType, _indexType, nullptr, _commandsCount,
                                 sizeof(DrawElementsIndirectCommand));
@@ -479,6 +482,8 @@ inline DrawBuffers::CommandNumbers DrawBuffers::numbersOf(int command) const
 
 bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
 {
+    // Without one GL would read the indices from the host's memory.
+    ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
     if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
         return false;
     }

@@ -46,8 +46,9 @@ enum WindingType {
 /// Source:  OpenGL 3.2 core; the planes of a frustum from the rows of its matrix:
 ///          G. Gribb, K. Hartmann, "Fast extraction of viewing frustum planes from
 ///          the world-view-projection matrix", 2001.
-/// Ownership: what add() was given belongs to the model while setDeleteOnClear()
-///          is on, which it is at first.
+/// Ownership: while setDeleteOnClear() is on, which it is at first, clear() deletes
+///          what add() was given, and set() what it replaces; the destructor
+///          deletes nothing.
 class ZELGL_EXPORT GPUModel
 {
     Q_DISABLE_COPY(GPUModel)

@@ -253,9 +253,9 @@ void InstanceDataCollection::harvestTextureTokens()
 
 qint64 InstanceDataCollection::position(int index, size_t offset, size_t size) const
 {
+    const auto end = size_t(_data.size());
     const qint64 start = index * qint64(itemSize()) + qint64(offset);
-    const qint64 last = qint64(_data.size()) - qint64(size);
-    return index >= 0 && start <= last ? start : -1;
+    return index >= 0 && size <= end && size_t(start) <= end - size ? start : -1;
 }
 
 void InstanceDataCollection::getBytes(int index, size_t offset, void *dest, size_t size) const

@@ -85,8 +85,7 @@ int SamplerSlots::bindMap(const ShaderProgram *program, const void *entries, int
 {
     makeEmptyTexture();
     makeMap(width);
-    _mapTexture->bind();
-    if (_mapDirty) {
+    if (_mapTexture->bind() && _mapDirty) { // where no unit is free the host's texture stays as it is
         glTexImage2D(GL_TEXTURE_2D, 0, _mapFormat.internalFormat, width, 1, 0, _mapFormat.format,
                      _mapFormat.type, entries);
         _mapDirty = false;
@@ -106,10 +105,10 @@ void SamplerSlots::uploadUnits(int location, int slotCount)
             _slotUnits[slot] = emptyUnit();
         }
     }
-    QVarLengthArray<GLint, kReservedSlots> units(slotCount);
-    GLint *const rest = std::copy_n(_slotUnits.cbegin(), std::min(used(), slotCount), units.data());
+    QVarLengthArray<GLint, kReservedSlots> units(std::max(slotCount, 0));
+    GLint *const rest = std::copy_n(_slotUnits.cbegin(), std::min(used(), units.size()), units.data());
     std::fill(rest, units.end(), used() == 0 ? emptyUnit() : _slotUnits.constLast());
-    glUniform1iv(location, slotCount, units.constData());
+    glUniform1iv(location, units.size(), units.constData());
 }
 
 void SamplerSlots::unbind()
@@ -131,10 +130,11 @@ void SamplerSlots::makeEmptyTexture()
     }
     _emptySlotTexture = new Texture(nullptr);
     _emptySlotTexture->setTarget(GL_TEXTURE_2D);
-    _emptySlotTexture->bind();
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    _emptySlotTexture->unbind();
+    if (_emptySlotTexture->bind()) {
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        _emptySlotTexture->unbind();
+    }
 }
 
 void SamplerSlots::makeMap(int width)
@@ -143,12 +143,13 @@ void SamplerSlots::makeMap(int width)
         return;
     }
     _mapTexture = new Texture(GL_TEXTURE_2D, _mapFormat.internalFormat, width, 1, 0, nullptr);
-    _mapTexture->bind();
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    _mapTexture->unbind();
+    if (_mapTexture->bind()) {
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        _mapTexture->unbind();
+    }
 }
 
 /// The unit of the empty texture, which is bound at the first need.
