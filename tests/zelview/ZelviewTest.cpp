@@ -36,6 +36,8 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString endless = _files.write("endless.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n");
     const QString boast = _files.write("boast.off", "OFF\n353535235358 6 0\n0 0 0\n1 0 0\n3 0 0 1\n");
     const QString torn = _files.write("torn.glb", QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
+    const QString tile = _files.write("t.1001.png", fourColours());
+    _files.write("t.1002.png", fourColours());
     const QString folder = _files.path(QString());
     const QString target = _files.path("out.png");
     expectRefusals({
@@ -49,6 +51,9 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
         {{wall, "--frames", "9"}, 1, "--frames goes with --stress and --offscreen"},
         {{wall, "--pick", "0,0"}, 1, "--pick goes with --offscreen"},
         {{wall, "--offscreen", wall}, 1, "the picture would overwrite what it shows"},
+        {{wall, "--env", text, "--offscreen", text}, 1, "the picture would overwrite what it shows"},
+        {{"--udim", folder, "--offscreen", tile}, 1, "the picture would overwrite what it shows"},
+        {{tile, "--print-plan"}, 1, "--print-plan goes with models; '" + tile + "' is an image"},
         {{wall, "--offscreen", _files.path("none/out.png")}, 2, "there is no folder"},
         {{wall, "--offscreen", folder}, 2, "it is not a plain file"},
         {{wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
@@ -70,6 +75,10 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{wall, "--camera", "0"}, 1, "there is no camera '0': "},
             {{wall, "--camera", "0", "--view", "0,0"}, 1, "exclude each other"},
             {{wall, "--pick", "1280,0"}, 1, "--pick takes X,Y inside"},
+            {{"--stress", "9", "--camera", "0"}, 1, "'0': the scene of --stress has none"},
+            {{"--stress", "9", "--level", "0"},
+             1,
+             "--level goes with images; the scene of --stress is a model"},
             {{_files.path("none.glb")}, 2, "there is no file"},
             {{folder}, 2, "is not a file that can be read"},
             {{text}, 3, "text.obj' cannot be understood"},

@@ -33,7 +33,7 @@ Expected<int> findCamera(const Scene &scene, const Options &options)
                                          : QStringLiteral("'%1'").arg(names.join(QStringLiteral("', '")));
     return Problem{
         ExitCode::eUsage,
-        QStringLiteral("there is no camera '%1': '%2' has %3").arg(options.camera, options.file, have)};
+        QStringLiteral("there is no camera '%1': %2 has %3").arg(options.camera, options.subject(), have)};
 }
 
 } // namespace

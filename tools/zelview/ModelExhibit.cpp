@@ -36,14 +36,6 @@ Expected<Scene> loadTiles(const QString &name)
     return makeUdimPlane(*tiles);
 }
 
-Expected<Scene> loadScene(const Options &options)
-{
-    if (options.stressBodies > 0) {
-        return makeStressScene(options.stressBodies);
-    }
-    return options.isUdim ? loadTiles(options.file) : loadModel(options.file);
-}
-
 /// The one that is cheapest for a scene of plain textures, or one that takes tiles.
 ManagerKind suitableManager(const Scene &scene)
 {
@@ -83,6 +75,14 @@ ModelExhibit::ModelExhibit(Scene scene, const Options &options, ModelCamera came
 
 ModelExhibit::~ModelExhibit() = default;
 
+Expected<Scene> ModelExhibit::loadScene(const Options &options)
+{
+    if (options.stressBodies > 0) {
+        return makeStressScene(options.stressBodies);
+    }
+    return options.isUdim ? loadTiles(options.file) : loadModel(options.file);
+}
+
 Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 {
     Expected<Scene> scene = loadScene(options);
@@ -90,13 +90,12 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
         return scene.problem();
     }
     if (!options.imageOption.isEmpty()) {
-        return Problem{
-            ExitCode::eUsage,
-            QStringLiteral("--%1 goes with images; '%2' is a model").arg(options.imageOption, options.file)};
+        return Problem{ExitCode::eUsage, QStringLiteral("--%1 goes with images; %2 is a model")
+                                             .arg(options.imageOption, options.subject())};
     }
     if (options.lights == LightRig::eFile && scene->lights.empty()) {
         return Problem{ExitCode::eUsage,
-                       QStringLiteral("--lights file: there are no lights in '%1'").arg(options.file)};
+                       QStringLiteral("--lights file: there are no lights in %1").arg(options.subject())};
     }
     const Expected<ModelCamera> camera = ModelCamera::create(*scene, options);
     if (!camera) {

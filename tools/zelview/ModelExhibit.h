@@ -32,6 +32,8 @@ class ShadowLayers;
 class ModelExhibit : public Exhibit
 {
 public:
+    /// The model, the plane of tiles or the scene of bodies that the options name.
+    static Expected<Scene> loadScene(const Options &options);
     /// Reads the model; \a options say which, and where to look from.
     static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
     ~ModelExhibit() override;

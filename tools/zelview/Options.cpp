@@ -485,6 +485,11 @@ QString mechanismName(MechanismKind kind)
     return kMechanismNames[int(kind)];
 }
 
+QString Options::subject() const
+{
+    return stressBodies > 0 ? QStringLiteral("the scene of --stress") : QStringLiteral("'%1'").arg(file);
+}
+
 Expected<Options> parseOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;

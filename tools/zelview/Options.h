@@ -83,6 +83,9 @@ struct Options
     QString imageOption;    ///< the same for images
     bool verbose = false;
     QString answer; ///< what --help or --version print instead of doing anything
+
+    /// What is shown, as messages name it.
+    QString subject() const;
 };
 
 /// Reads the arguments, the program's name first. Needs the application object,

@@ -1,13 +1,15 @@
 #include "Console.h"
 #include "Exhibit.h"
 #include "Graphics.h"
+#include "ImageFile.h"
 #include "ModelDrawables.h"
-#include "ModelLoader.h"
+#include "ModelExhibit.h"
 #include "ModelPlans.h"
 #include "Options.h"
 #include "Picture.h"
 #include "PngFile.h"
 #include "Scene.h"
+#include "UdimFiles.h"
 #include "Window.h"
 
 #include <QtCore/QElapsedTimer>
@@ -30,9 +32,19 @@ Expected<Options> readOptions(int argc, char **argv)
 
 Failure checkPicture(const Options &options)
 {
-    const QFileInfo picture(options.picture);
-    if (picture.exists() && picture.canonicalFilePath() == QFileInfo(options.file).canonicalFilePath()) {
-        return Problem{ExitCode::eUsage, QStringLiteral("the picture would overwrite what it shows")};
+    QStringList shown{options.file, options.environment};
+    if (options.isUdim) {
+        if (const Expected<TextureSource> set = findUdimSet(options.file)) {
+            for (const TextureTile &tile : set->tiles) {
+                shown.append(tile.path);
+            }
+        }
+    }
+    const QString picture = QFileInfo(options.picture).canonicalFilePath(); // empty while there is none
+    for (const QString &file : shown) {
+        if (!picture.isEmpty() && picture == QFileInfo(file).canonicalFilePath()) {
+            return Problem{ExitCode::eUsage, QStringLiteral("the picture would overwrite what it shows")};
+        }
     }
     return checkPngTarget(options.picture);
 }
@@ -75,8 +87,13 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
 Failure printPlan(const Options &options)
 {
     int objects = std::numeric_limits<int>::max();
-    if (!options.file.isEmpty()) {
-        const Expected<Scene> scene = loadModel(options.file);
+    if (!options.file.isEmpty() && !options.isUdim && isImageFile(options.file)) {
+        return Problem{
+            ExitCode::eUsage,
+            QStringLiteral("--print-plan goes with models; %1 is an image").arg(options.subject())};
+    }
+    if (!options.file.isEmpty() || options.stressBodies > 0) {
+        const Expected<Scene> scene = ModelExhibit::loadScene(options);
         if (!scene) {
             return scene.problem();
         }
