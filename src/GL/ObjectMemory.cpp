@@ -10,8 +10,6 @@ namespace {
 constexpr size_t kLine = 64;           ///< bytes of a cache line
 constexpr size_t kLargest = 8 * kLine; ///< larger objects are left to the heap
 constexpr size_t kBlock = 64 * 1024;
-/// Bytes of an object before its first line: what a QObject begins with no draw reads, but the fields behind it.
-constexpr size_t kLead = 16;
 
 /// Memory that was given back.
 struct Piece
@@ -40,7 +38,6 @@ void *Pool::take(size_t size)
     if (size_t(end - fresh) < size) {
         fresh = static_cast<char *>(::operator new(kBlock, std::align_val_t(kLine)));
         end = fresh + kBlock;
-        fresh += kLine - kLead;
     }
     void *memory = fresh;
     fresh += size;
