@@ -257,7 +257,7 @@ TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLas
                      "    uintBitsToFloat(u_Bits), 0.0)",
                      QString(), text + "\nuniform uint u_Bits;\n"));
     for (const float value :
-         {0.0f, 1.0f, -1.0f, 0.5f, 0.9999999f, 0.7071f, 3.0f, -1234.5f, 1e-20f, 3e30f, 2e-38f}) {
+         {0.0f, 1.0f, -1.0f, 0.5f, 0.9999999f, 0.7071f, 3.0f, -1234.5f, 1e-20f, 3e38f, 2e-38f}) {
         GLuint bits = 0;
         std::memcpy(&bits, &value, sizeof bits);
         program.setUniform("u_Dir", QVector3D(value, 0.0f, 0.0f));

@@ -44,7 +44,7 @@ Bounds::Bounds(const QVector<QVector3D> &points)
 {
     for (const QVector3D &point : points) {
         _lower = minimum(point, _lower);
-        _upper = maximum(point, _upper);
+        _upper = maximum(_upper, point); // the order passes a NaN over, as above
     }
 }
 

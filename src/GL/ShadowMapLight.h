@@ -21,7 +21,7 @@ class ZELGL_EXPORT ShadowMapLight : public QObject
     Q_DISABLE_COPY(ShadowMapLight)
 
 public:
-    enum Type { ePoint = 0, eSpot = 1, eDirectional = 2 };
+    enum Type : int { ePoint = 0, eSpot = 1, eDirectional = 2 };
 
     explicit ShadowMapLight(QObject *parent = nullptr);
     ~ShadowMapLight() override;
