@@ -18,10 +18,11 @@ uniform int u_MarkedMaterial; // gets a glowing rim; -1: none
 void main()
 {
     vec3 toEye = normalize(u_Eye.xyz - vo_Position);
-    vec4 base = materialColor();
     vec3 normal = facingNormal(toEye);
-    Surface surface =
-        makeSurface(base.rgb, materialSurface(), vo_Position, normal, materialNormal(normal), toEye);
+    vec3 face = faceNormal(toEye, normal);
+    vec3 position = positionAbove(face);
+    vec4 base = materialColor();
+    Surface surface = makeSurface(base.rgb, materialSurface(), position, face, materialNormal(normal), toEye);
     float openness = materialOpenness();
     if (!isBlended()) {
         openness *= opennessAt(-(u_View * vec4(vo_Position, 1.0)).z);
