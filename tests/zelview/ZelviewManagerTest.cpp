@@ -115,9 +115,11 @@ TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
     _files.write("two/a.1001.png", plainTile(Qt::red));
     _files.write("two/b.1001.png", plainTile(Qt::red));
     const std::vector<Refusal> refusals = {
-        {{model, "--manager", "fast"}, 1, "--manager takes 'sampler', 'array', 'array-bindless', 'bindless'"},
+        {{model, "--manager", "fast"},
+         1,
+         "--manager takes 'sampler', 'array', 'array-bindless' or 'bindless'"},
         {{_files.path("t.1001.png"), "--manager", "array"}, 1, "--manager goes with models"},
-        {{model, "--udim", _files.path(QString())}, 1, "one FILE is shown at a time, not 2"},
+        {{model, "--udim", _files.path(QString())}, 1, "--udim takes the place of a FILE"},
         {{"--udim", _files.path("two")}, 1, "holds several sets of tiles; name one, such as"},
         {{"--udim", _files.path("empty")}, 2, "has no tiles"},
         {{"--udim", _files.path("none.<UDIM>.png")}, 2, "has no tiles"},

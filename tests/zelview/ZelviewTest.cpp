@@ -42,10 +42,12 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString target = _files.path("out.png");
     expectRefusals({
         {{}, 1, "no FILE is named"},
-        {{wall, wall}, 1, "one FILE is shown at a time, not 2"},
-        {{wall, "--colour"}, 1, "Unknown option 'colour'"},
+        {{wall, wall}, 1, "one FILE is shown at a time, not 2: '" + wall + "', '" + wall + "'"},
+        {{wall, "--colour"}, 1, "Unknown option 'colour' (see"},
         {{wall, "--offscreen"}, 1, "Missing value after '--offscreen'"},
         {{wall, "--offscreen", ""}, 1, "--offscreen takes the name of a file"},
+        {{wall, "--offscreen", "out.JPG"}, 1, "--offscreen writes PNG"},
+        {{wall, "--lights", "none", "--variance"}, 1, "--variance goes with --lights other than 'none'"},
         {{wall, "--stress", "9"}, 1, "--stress takes the place of a FILE"},
         {{"--stress", "0"}, 1, "--stress takes a number from 1"},
         {{wall, "--frames", "9"}, 1, "--frames goes with --stress and --offscreen"},
@@ -68,7 +70,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{wall, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
             {{wall, "--view", "1,2,3"}, 1, "--view takes AZIMUTH,ELEVATION"},
             {{wall, "--draw-id", "fast"}, 1, "--draw-id takes"},
-            {{wall, "--lights", "moon"}, 1, "--lights takes 'none', 'sun', 'rig', 'file', not 'moon'"},
+            {{wall, "--lights", "moon"}, 1, "--lights takes 'none', 'sun', 'rig' or 'file', not 'moon'"},
             {{wall, "--lights", "file"}, 1, "--lights file: there are no lights in"},
             {{wall, "--csm", "9"}, 1, "--csm takes a number from 1 to 8, not '9'"},
             {{wall, "--mechanism", "fast"}, 1, "--mechanism takes 'ubo', 'uniform', "},

@@ -110,15 +110,19 @@ Expected<std::unique_ptr<Environment>> Environment::create(Programs &programs, c
     std::unique_ptr<Environment> environment(new Environment);
     environment->_background = *background;
     const QSize size = image->image.size;
-    const QString form = environmentLayoutNames()[int(image->layout)];
+    const bool isPanorama = image->layout == EnvironmentLayout::eLatLong;
     if (const Failure failure = environment->bake(std::move(*image), sun)) {
         return *failure;
     }
     environment->_facts = QStringLiteral("%1, %2 of %3x%4, baked in %5 ms")
-                              .arg(QFileInfo(path).fileName(), form)
-                              .arg(size.width())
+                              .arg(QFileInfo(path).fileName(),
+                                   isPanorama ? QStringLiteral("latlong") : QStringLiteral("six faces"))
+                              .arg(isPanorama ? size.width() : size.height())
                               .arg(size.height())
                               .arg(timer.elapsed());
+    if (sun == eTakeSun && !environment->_sun) {
+        environment->_facts += QStringLiteral("; no light stands out that would cast shadows");
+    }
     return environment;
 }
 

@@ -274,11 +274,10 @@ void ModelRenderer::drawSlots()
 
 QString ModelRenderer::describeFrame() const
 {
-    const QString draws = QStringLiteral("draws     %1 calls, %2 batches, %3 indices; draw ID by %4")
-                              .arg(_calls)
-                              .arg(_batches)
-                              .arg(_indices)
-                              .arg(_drawIDPath == DrawIDPath::eUniform ? QStringLiteral("uniform")
+    const QString draws = QStringLiteral("draws     %1, %2, %3; draw ID by %4")
+                              .arg(counted(_calls, "call", "calls"), counted(_batches, "batch", "batches"),
+                                   counted(_indices, "index", "indices"),
+                                   _drawIDPath == DrawIDPath::eUniform ? QStringLiteral("uniform")
                                                                        : QStringLiteral("base instance"));
     return QStringLiteral("%1; %2 by %3 in %4 of at most %5; textures by %6")
         .arg(draws, counted(_drawables.objectCount(), "object", "objects"), mechanismName(mechanism()),

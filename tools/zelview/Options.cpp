@@ -1,8 +1,10 @@
 #include "Options.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QFileInfo>
 #include <QtCore/QRect>
 #include <QtCore/QRegularExpression>
+#include <QtGui/QImageWriter>
 #include <QtGui/QVector2D>
 
 #include <algorithm>
@@ -156,7 +158,8 @@ Expected<QVector2D> parseView(const QString &text)
         return angles;
     }
     return usageProblem(
-        QStringLiteral("--view takes AZIMUTH,ELEVATION in degrees, such as 35,22, not '%1'").arg(text));
+        QStringLiteral("--view takes AZIMUTH,ELEVATION in degrees, up to 360,89 and such as 35,22, not '%1'")
+            .arg(text));
 }
 
 /// "X,Y" in pixels of the picture, from its upper left corner.
@@ -180,8 +183,9 @@ Expected<Choice> parseName(const QString &option, const QString &text, const QSt
 {
     const int index = names.indexOf(text);
     if (index < 0) {
-        return usageProblem(QStringLiteral("--%1 takes '%2', not '%3'")
-                                .arg(option, names.join(QStringLiteral("', '")), text));
+        return usageProblem(QStringLiteral("--%1 takes '%2' or '%3', not '%4'")
+                                .arg(option, names.mid(0, names.size() - 1).join(QStringLiteral("', '")),
+                                     names.last(), text));
     }
     return Choice(index);
 }
@@ -284,6 +288,11 @@ QList<QCommandLineOption> pictureOptions()
 void readPicture(Reader &reader, Options &options)
 {
     reader.readText(kOffscreen, options.picture, "the name of a file");
+    const QByteArray suffix = QFileInfo(options.picture).suffix().toLower().toLatin1();
+    if (suffix != "png" && QImageWriter::supportedImageFormats().contains(suffix)) {
+        reader.refuse(
+            QStringLiteral("--offscreen writes PNG, which '%1' does not sound like").arg(options.picture));
+    }
     reader.read(kSize, options.size, parseSize);
     reader.readName<EdgeFilter>(kEdgeFilter, options.edgeFilter, kEdgeFilterNames);
     if (options.edgeFilter != EdgeFilter::eNone) {
@@ -369,6 +378,12 @@ void readLights(Reader &reader, Options &options)
 {
     reader.readName<LightRig>(kLights, options.lights, kRigNames);
     reader.readNumber(kCascades, options.cascades, 1, kMostCascades);
+    const QString ofShadows = reader.isSet(kCascades)   ? kCascades
+                              : reader.isSet(kVariance) ? kVariance
+                                                        : QString();
+    if (options.lights == LightRig::eNone && !ofShadows.isEmpty()) {
+        reader.refuse(QStringLiteral("--%1 goes with --lights other than 'none'").arg(ofShadows));
+    }
     options.shadowKind = reader.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
     options.hasGround = reader.isSet(kGround);
 }
@@ -455,14 +470,18 @@ void readSource(Reader &reader, QStringList names, const QString &tiles, Options
     options.printsPlan = reader.isSet(kPrintPlan);
     options.isUdim = reader.isSet(kUdim);
     if (options.isUdim) {
-        names.append(tiles);
+        names.prepend(tiles);
     }
     options.file = names.value(0);
     const bool needsNoFile = options.printsPlan || reader.isSet(kStress);
     if (reader.isSet(kStress) && !names.isEmpty()) {
         reader.refuse(QStringLiteral("--stress takes the place of a FILE"));
+    } else if (options.isUdim && names.size() > 1) {
+        reader.refuse(QStringLiteral("--udim takes the place of a FILE"));
     } else if (names.size() > 1) {
-        reader.refuse(QStringLiteral("one FILE is shown at a time, not %1").arg(names.size()));
+        reader.refuse(QStringLiteral("one FILE is shown at a time, not %1: '%2'")
+                          .arg(names.size())
+                          .arg(names.join(QStringLiteral("', '"))));
     } else if (options.file.isEmpty() && !(needsNoFile && names.isEmpty())) {
         reader.refuse(QStringLiteral("no FILE is named"));
     }
@@ -512,7 +531,9 @@ Expected<Options> parseOptions(const QStringList &arguments)
                        {{QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")},
                        {kVersion, QStringLiteral("Print the version.")}});
     if (!parser.parse(arguments)) {
-        return usageProblem(parser.errorText());
+        QString text = parser.errorText();
+        text.chop(text.endsWith(QLatin1Char('.')) ? 1 : 0);
+        return usageProblem(text);
     }
 
     Options options;
