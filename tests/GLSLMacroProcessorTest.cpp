@@ -109,9 +109,13 @@ TEST_F(GLSLMacroProcessorTest, AnIncludeThatFailsIsAWarningAndLeavesItsLineOut)
     EXPECT_EQ("a\n\nb", process("a\n#include \"missing.glslh\"\nb"));
     EXPECT_EQ("\nb", process("#include \"\" \nb"));
     EXPECT_EQ("", process("#include \"folder\""));
+    EXPECT_EQ("", process("#include \".\"")); // also a folder of the resources
+    addFile("a.glslh", "x");
+    EXPECT_EQ("", process(QString("#include \"a.glslh") + QChar(0) + ".old\""));
     EXPECT_MESSAGES("warning Failed to open include file 'missing.glslh'",
                     "warning Cannot extract include filename from '#include \"\" '",
-                    "warning Failed to open include file 'folder'");
+                    "warning Failed to open include file 'folder'", "warning Failed to open include file '.'",
+                    "warning Failed to open include file 'a.glslh'");
 }
 
 TEST_F(GLSLMacroProcessorTest, FoldersAreSearchedInTheirOrderAndTheBuiltInTreeComesFirst)

@@ -41,6 +41,7 @@ TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMadeAndDumpedWhereAFileOpens)
     EXPECT_FALSE(processed.isCompiled());
     EXPECT_EQ(Shader::kShaderNotCompiled, processed.shaderID());
     plain.dumpSourceCode(folder.filePath("no/such/folder"));
+    plain.dumpSourceCode(QString());
     plain.dumpSourceCode(folder.filePath("dump.glsl"));
     EXPECT_EQ(plain.sourceCode(), bytesOf(folder.filePath("dump.glsl")));
 }

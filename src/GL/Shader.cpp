@@ -82,7 +82,7 @@ void Shader::clearSource()
 void Shader::dumpSourceCode(const QString &path) const
 {
     QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+    if (!path.isEmpty() && file.open(QIODevice::WriteOnly | QIODevice::Text)) { // Qt has words for no name
         QTextStream(&file) << _source;
     }
 }

@@ -3,6 +3,7 @@
 #include "Reporting.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QStringList>
 
 #include <fcntl.h>
@@ -36,7 +37,7 @@ bool readFromQt(const QString &path, QByteArray &bytes)
         return false;
     }
     bytes = file.readAll();
-    return true;
+    return !bytes.isEmpty() || !QFileInfo(path).isDir(); // a folder of the resources opens as an empty file
 }
 
 } // namespace
@@ -45,6 +46,9 @@ bool readShaderText(const QString &path, QString &text)
 {
     // Resources and search paths are Qt's own names, and have a colon.
     QByteArray bytes;
+    if (path.contains(QChar::Null)) { // would end the name for the system's calls
+        return false;
+    }
     if (path.contains(QLatin1Char(':')) ? !readFromQt(path, bytes) : !readFromDisk(path, bytes)) {
         return false;
     }
