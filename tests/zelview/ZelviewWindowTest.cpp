@@ -113,6 +113,8 @@ protected:
     {
         QMouseEvent up(QEvent::MouseButtonRelease, at, button, Qt::NoButton, Qt::NoModifier);
         QCoreApplication::sendEvent(&window, &up);
+        QMouseEvent away(QEvent::MouseMove, at + QPointF(9, 9), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window, &away); // nothing follows a pointer without a button
     }
 
     void type(Window &window, Qt::Key key)

@@ -81,8 +81,8 @@ static_assert(kMechanismKinds == 5, "each has a name");
 
 constexpr char kDescription[] =
     "Shows a model or an image in a window, or writes a picture of it.\n\n"
-    "Window:  left button turns, middle or right button moves, wheel, + and - zoom, Home shows everything,\n"
-    "         F shows statistics, Escape closes.\n"
+    "Window:  left button turns, middle, right or Shift and left button moves, wheel, + and - zoom,\n"
+    "         Home shows everything, F shows statistics, Escape closes.\n"
     "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the surroundings;\n"
     "         a click or N selects a material, O shows it alone, X leaves it out, A shows all;\n"
     "         Z freezes the frustum that culls, and shows what it culls as ghosts;\n"

@@ -186,6 +186,9 @@ void Window::mouseReleaseEvent(QMouseEvent *event)
 
 void Window::mouseMoveEvent(QMouseEvent *event)
 {
+    if (event->buttons() == Qt::NoButton) { // windows are told of these too
+        return;
+    }
     _hasDragged = _hasDragged || (event->localPos() - _pressPosition).manhattanLength() > kClickReach;
     const QVector2D way = QVector2D(event->localPos() - _lastPosition) / float(qMax(height(), 1));
     _lastPosition = event->localPos();
