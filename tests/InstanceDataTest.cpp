@@ -367,6 +367,26 @@ TEST_P(InstanceDataRoadTest, OnlyChangesAreUploadedAndOnlyNewSizesSpecified)
     EXPECT_EQ(hasBuffer() ? 240u : 0u, collection.memoryEstimateGPU());
 }
 
+TEST_P(InstanceDataRoadTest, WhatFindsNoTextureUnitIsMadeUpForAtTheNextBind)
+{
+    InstanceDataCollection collection(_plan, 4);
+    std::vector<std::unique_ptr<Texture>> holders;
+    const int units = integerOf(GL_MAX_TEXTURE_IMAGE_UNITS);
+    for (int i = 0; i < units; ++i) {
+        holders.push_back(std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA8, 1, 1, 1, nullptr));
+        ASSERT_TRUE(holders.back()->bind());
+    }
+    const Counts held = boundTraffic(collection);
+    EXPECT_EQ(Counts({0, 0, 0}), Counts(held.begin() + 1, held.end())) << "another texture is touched";
+    EXPECT_EQ(usesTextureUnits(), !_capture.take().isEmpty());
+    for (const auto &holder : holders) {
+        EXPECT_TRUE(holder->unbind());
+    }
+    const size_t views = GetParam() == Plan::eBufferTextureMechanism ? 2 : 0;
+    const size_t copies = isTexture() ? 2 : 0;
+    EXPECT_EQ(Counts({usesTextureUnits() ? 1u : 0u, copies, copies, views}), boundTraffic(collection));
+}
+
 TEST_P(InstanceDataRoadTest, BindingLeavesNothingBehindAndTakesNoMemoryOnceTheProgramIsKnown)
 {
     InstanceDataCollection collection(_plan, 4);

@@ -57,6 +57,9 @@ QSharedPointer<Texture> BufferTextureMechanism::initBufferTextureStorage(Texture
     const QSharedPointer<Texture> texture(new Texture(nullptr));
     texture->setTarget(_boTarget);
     const AutoBinder textureBinder(texture);
+    if (!texture->isBound()) { // glTexBuffer() would go to another texture; the next bind makes it
+        return {};
+    }
     const AutoBinder bufferBinder(buffer);
     glTexBuffer(_boTarget, SizedInternalFormat(format), buffer->getBO());
     return texture;

@@ -54,15 +54,17 @@ bool TextureMechanism::bind(ShaderProgram *program, TextureManager *textureManag
         collection->_dirty = true;
     }
     const int texels = collection->_data.size() / kTexelSize;
+    bool allocated = true;
     if (buffer->valueCount() != collection->_data.size()) {
-        allocateImageTextureStorage(collection->_textureI, RGBA32I, texels);
-        allocateImageTextureStorage(collection->_textureF, RGBA32F, texels);
+        allocated = allocateImageTextureStorage(collection->_textureI, RGBA32I, texels);
+        allocated = allocateImageTextureStorage(collection->_textureF, RGBA32F, texels) && allocated;
         collection->_dirty = true;
     }
-    if (collection->_dirty) {
+    if (collection->_dirty && allocated) {
         uploadIfDirty(buffer, collection);
-        pboToTexture(collection->_textureI, RGBA32I, buffer, texels);
-        pboToTexture(collection->_textureF, RGBA32F, buffer, texels);
+        // What found no unit is done at the next bind.
+        collection->_dirty = !pboToTexture(collection->_textureI, RGBA32I, buffer, texels)
+                             || !pboToTexture(collection->_textureF, RGBA32F, buffer, texels);
     }
     collection->bindTextureTokens(textureManager);
     setUniformValues(program, collection);
@@ -112,23 +114,34 @@ void TextureMechanism::setUniformValues(ShaderProgram *program, InstanceDataColl
     bindToSampler(program, _samplerIName, collection->_textureI);
 }
 
-void TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format,
+bool TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format,
                                                    int texels)
 {
     texture->setTarget(GL_TEXTURE_2D);
     const AutoBinder binder(texture);
+    if (!texture->isBound()) { // the calls below would go to another texture
+        return false;
+    }
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexImage2D(GL_TEXTURE_2D, 0, GLint(SizedInternalFormat(format)), texels, 1, 0, ExternalFormat(format),
                  ExternalType(format), nullptr);
+    return true;
 }
 
-void TextureMechanism::pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
+bool TextureMechanism::pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
                                     QSharedPointer<BufferObject> buffer, int texels)
 {
+    if (texels < 1) {
+        return true;
+    }
     const AutoBinder textureBinder(texture);
+    if (!texture->isBound()) {
+        return false;
+    }
     const AutoBinder bufferBinder(buffer);
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, texels, 1, ExternalFormat(format), ExternalType(format), nullptr);
+    return true;
 }
 
 QString TextureMechanism::texelAccessor(DataType type, const QString &name, unsigned long offset,

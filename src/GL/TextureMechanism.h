@@ -13,7 +13,8 @@ class Texture;
 ///
 /// Units:   a texel is 16 bytes.
 /// Context: as its base. Pixel unpack state must be GL's default when it uploads.
-/// Errors:  as its base; a sampler that the program lacks is none.
+/// Errors:  as its base; a sampler that the program lacks is none. Where no unit is
+///          free the upload is made up for at the next bind.
 /// Source:  OpenGL 3.0, texelFetch; 2.1, pixel buffer objects.
 class ZELGL_EXPORT TextureMechanism : public UniformBufferMechanism
 {
@@ -34,10 +35,10 @@ public:
 
     /// Binds the two textures and tells the program their units.
     void setUniformValues(ShaderProgram *program, InstanceDataCollection *collection);
-    /// New storage of one row, without contents.
-    void allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format, int texels);
-    /// Copies the buffer's bytes into the row.
-    void pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
+    /// New storage of one row, without contents; false where no unit is free.
+    bool allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format, int texels);
+    /// Copies the buffer's bytes into the row; false where no unit is free.
+    bool pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
                       QSharedPointer<BufferObject> buffer, int texels);
 
 protected:
