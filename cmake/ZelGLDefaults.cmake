@@ -55,6 +55,8 @@ function(zelgl_install_library target)
     install(TARGETS ${target} EXPORT ZelGLTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${target})
     add_dependencies(zelgl_installed ${target})
+    list(TRANSFORM ARG_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    set_target_properties(${target} PROPERTIES ZELGL_INSTALLED_HEADERS "${ARG_HEADERS}") # what docs/ describes
 endfunction()
 
 # zelgl_install_tool(TARGET): a program, which finds the libraries in the tree that it is installed in.

@@ -10,7 +10,7 @@ namespace Orvane { namespace Zel {
 class InstanceDataPlan;
 
 /// The process-wide table of finalised plans, by name. It is where the line
-/// #instancedata "Name" of a shader finds its text.
+/// `#instancedata "Name"` of a shader finds its text.
 ///
 /// Units:   none.
 /// Context: registerPlan() needs one, since it finalises.
