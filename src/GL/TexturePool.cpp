@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 
 namespace Orvane { namespace Zel {
 
@@ -28,6 +29,12 @@ QByteArray formatName(TextureFormat format)
         return kFormatNames[format];
     }
     return QByteArray::number(static_cast<unsigned int>(format)).leftJustified(8);
+}
+
+/// The sum, kept to what a count can be: whoever gives a huge number back means all.
+int countPlus(int count, qint64 change)
+{
+    return static_cast<int>(qBound<qint64>(0, count + change, std::numeric_limits<int>::max()));
 }
 
 } // namespace
@@ -78,7 +85,7 @@ void TexturePool::addRef(Texture *texture, int count)
 {
     const auto references = _refCounts.find(texture);
     if (references != _refCounts.end() && *references > 0 && count >= 1) {
-        *references += count;
+        *references = countPlus(*references, count);
     }
 }
 
@@ -88,12 +95,11 @@ void TexturePool::releaseRef(Texture *texture, int count)
     if (references == _refCounts.end() || *references < 1) {
         return;
     }
-    const int remaining = *references - count;
-    if (remaining < 1) {
+    // The entry stays at 0 while the texture is free, so that take() allocates nothing.
+    *references = countPlus(*references, -qint64(count));
+    if (*references < 1) {
         _free[_keys.value(texture)].append(texture);
     }
-    // The entry stays at 0 while the texture is free, so that take() allocates nothing.
-    *references = std::max(remaining, 0);
 }
 
 void TexturePool::setFixedSampleLocations(bool fixedSampleLocations)
