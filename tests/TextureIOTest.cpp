@@ -1,3 +1,4 @@
+#include "support/FakeLimits.h"
 #include "support/FileMaker.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -186,6 +187,28 @@ TEST_F(TextureIOTest, BytesInMemoryAreLoadedUnderTheirName)
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'bytes'");
     EXPECT_EQ(nullptr, TexturePointer(LoadTextureFromMemory(nullptr, 0, asInFile(), "nothing")));
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'nothing'");
+}
+
+TEST_F(TextureIOTest, WithoutAFreeUnitNothingIsLoadedAndTheBoundTextureStays)
+{
+    const FakeLimits oneUnit(GL_MAX_TEXTURE_IMAGE_UNITS, 1);
+    Texture bound(nullptr);
+    bound.create2D(GL_TEXTURE_2D, GL_RGBA8, 3, 3);
+    ASSERT_TRUE(bound.bind());
+    const QString noUnits = "warning [Texture.cpp:#] There is no available texture units";
+    HdrFile hdr(1, 1);
+    hdr.scanlines = HdrFile::flat(HdrFile::ramp(1));
+    for (const QByteArray &file : {kKtxBytes, hdr.bytes()}) {
+        EXPECT_EQ(nullptr, loadMemory(file));
+        EXPECT_MESSAGES(noUnits, "warning Texture bytes failed to load.");
+    }
+    EXPECT_EQ(nullptr, loadMemory(AstcFile().addBlocks().bytes()));
+    EXPECT_EQ(nullptr, MakeColorTexture(Qt::red));
+    EXPECT_EQ(nullptr, SolidColorTexture(1.0f, 0.0f, 0.0f, 1.0f));
+    EXPECT_MESSAGES(noUnits, noUnits, noUnits);
+    EXPECT_EQ(3, bound.width(0));
+    EXPECT_EQ(GL_NEAREST, textureParameter(bound, GL_TEXTURE_MIN_FILTER));
+    EXPECT_TRUE(bound.unbind());
 }
 
 TEST_F(TextureIOTest, MemoryStaysFlatOverManyLoads)

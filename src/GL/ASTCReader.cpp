@@ -140,7 +140,10 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     }
     auto *texture = new Texture(nullptr);
     texture->setTarget(GL_TEXTURE_2D);
-    texture->bind();
+    if (!texture->bind()) { // the calls below would go to another texture
+        delete texture;
+        return nullptr;
+    }
     const GLenum format = internalFormat(_header[kBlockSizes], _header[kBlockSizes + 1], info.srgb);
     glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, sizeForGL(width()), sizeForGL(height()), 0,
                            static_cast<GLsizei>(dataSize), data);

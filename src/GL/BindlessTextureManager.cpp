@@ -103,6 +103,9 @@ TextureToken BindlessTextureManager::tokenForColor(const QColor &color)
         return *known;
     }
     Texture *texture = MakeColorTexture(color);
+    if (texture == nullptr) { // unrecorded: the next request makes it
+        return nullTextureToken;
+    }
     texture->setReadOnly();
     const TextureToken token = handleToken(texture);
     _colorToToken.insert(color.rgba(), token);

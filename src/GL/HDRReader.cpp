@@ -273,9 +273,8 @@ Texture *HDRReader::upload(const float *rows) const
     const auto w = static_cast<GLsizei>(width());
     const auto h = static_cast<GLsizei>(height());
     auto *texture = new Texture(GL_TEXTURE_2D, GL_RGB16F, w, h, 1, nullptr);
-    texture->bind();
     bool uploaded = false;
-    {
+    if (texture->bind()) { // else the calls would go to another texture
         const UnpackAlignment alignment(4);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);

@@ -258,10 +258,10 @@ Texture *KTXReader::load(const TextureFileInfo &info)
     if (target() != 0) {
         texture->setTarget(target());
     }
-    texture->bind(); // without a shape it reports and fails, and so will the calls below
-    setSampling(info.anisotropy);
     bool loaded = false;
-    {
+    // Without a shape the bind fails, and so will all calls; without a free unit they would reach another texture.
+    if (texture->bind() || target() == 0) {
+        setSampling(info.anisotropy);
         const UnpackAlignment alignment(4);
         const Upload upload = uploadLevels(*texture, info.srgb, source);
         loaded = finishUpload(upload);

@@ -206,7 +206,10 @@ Texture *QImageToTexture(const QImage &image, bool asRG16F, const TextureFileInf
     }
     auto *texture = new Texture(nullptr);
     texture->setTarget(GL_TEXTURE_2D);
-    texture->bind();
+    if (!texture->bind()) { // the calls below would go to another texture
+        delete texture;
+        return nullptr;
+    }
     const UnpackAlignment alignment(1);
     setFiltersAndWrap(GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE);
     setLevels(0, kImageLevels);
@@ -244,13 +247,16 @@ Texture *MakeColorTexture(const QColor &color)
 Texture *SolidColorTexture(float r, float g, float b, float a)
 {
     const unsigned char texel[4] = {componentByte(r), componentByte(g), componentByte(b), componentByte(a)};
-    auto *texture = new Texture(GL_TEXTURE_2D, GL_RGBA, 1, 1, 1, nullptr);
-    const AutoBinder binder(texture);
+    auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA, 1, 1, 1, nullptr);
+    const AutoBinder binder(texture.get());
+    if (!texture->isBound()) { // the calls below would go to another texture
+        return nullptr;
+    }
     const UnpackAlignment alignment(1);
     setFiltersAndWrap(GL_NEAREST, GL_NEAREST, GL_REPEAT);
     setLevels(0, 0);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
-    return texture;
+    return texture.release();
 }
 
 QString GetBakedImagePath(const QString &path, const QString &extension, int anisoLevel)

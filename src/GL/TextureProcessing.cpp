@@ -1,6 +1,5 @@
 #include "TextureProcessing.h"
 
-#include "AutoBinder.h"
 #include "DrawBuffers.h"
 #include "FramebufferObject.h"
 #include "GLUtilities.h"
@@ -200,8 +199,13 @@ void ProcessTexture(ShaderProgram *program, const QHash<QString, QVariant> &unif
     if (program == nullptr || source == nullptr || target == nullptr) {
         return;
     }
-    program->bind();
-    source->bind();
+    if (!program->bind()) {
+        return;
+    }
+    if (!source->bind()) {
+        program->unbind();
+        return;
+    }
     const int width = source->width(0);
     const int height = source->height(0);
 
@@ -239,8 +243,10 @@ void ProcessTexture(ShaderProgram *program, const QHash<QString, QVariant> &unif
     source->unbind();
     program->unbind();
 
-    const AutoBinder binder(target);
-    glGenerateMipmap(target->target());
+    if (target->bind()) { // else the chain of another texture would be made
+        glGenerateMipmap(target->target());
+        target->unbind();
+    }
 }
 
 void BlitTexture(const Texture *source, const Texture *target, TextureFormat format, int width, int height)
