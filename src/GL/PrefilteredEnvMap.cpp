@@ -93,10 +93,20 @@ void setFilters(const Texture &texture, GLint minFilter, GLint magFilter)
     setParameter(texture, GL_TEXTURE_MAG_FILTER, magFilter);
 }
 
-/// The filters and the level range of a filtered environment.
-void finishEnvMap(Texture &texture, int numLods, GLint wrapS)
+/// What a bake fills, bound; null where no unit is free, since the calls on it would go to another texture.
+std::unique_ptr<Texture> boundTexture(unsigned int target, TextureFormat format, int width, int height)
 {
-    texture.bind();
+    auto texture = std::make_unique<Texture>(target, static_cast<int>(InternalFormat(format)), width, height,
+                                             0, nullptr);
+    return texture->bind() ? std::move(texture) : nullptr;
+}
+
+/// The filters and the level range of a filtered environment.
+bool finishEnvMap(Texture &texture, int numLods, GLint wrapS)
+{
+    if (!texture.bind()) {
+        return false;
+    }
     setFilters(texture, GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR);
     setParameter(texture, GL_TEXTURE_WRAP_S, wrapS);
     setParameter(texture, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
@@ -104,7 +114,7 @@ void finishEnvMap(Texture &texture, int numLods, GLint wrapS)
     setParameter(texture, GL_TEXTURE_MAX_LOD, numLods - 1);
     setParameter(texture, GL_TEXTURE_MAX_LEVEL, numLods - 1);
     texture.setReadOnly();
-    texture.unbind();
+    return texture.unbind();
 }
 
 /// What all bakes draw with: a program, which comes bound, a framebuffer and the
@@ -213,7 +223,7 @@ int MaxLODLevel(int width, int height)
 
 float RoughnessForLOD(int lod, int numLods, ShadingModel)
 {
-    return static_cast<float>(lod) / static_cast<float>(numLods - 1);
+    return static_cast<float>(lod) / (static_cast<float>(numLods) - 1.0f);
 }
 
 void SetPrefilteredTilseSizeMax(int size)
@@ -235,8 +245,11 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
     }
     const int numLods = MaxLODLevel(size, size);
     const auto internalFormat = static_cast<GLint>(InternalFormat(format));
-    auto *texture = new Texture(GL_TEXTURE_CUBE_MAP, internalFormat, size, size, 0, nullptr);
-    texture->bind();
+    std::unique_ptr<Texture> texture = boundTexture(GL_TEXTURE_CUBE_MAP, format, size, size);
+    if (texture == nullptr) {
+        program->unbind();
+        return nullptr;
+    }
     setFilters(*texture, GL_NEAREST, GL_NEAREST);
     for (const CubeFace &face : kCubeFaces) {
         glTexImage2D(face.target, 0, internalFormat, size, size, 0, ExternalFormat(format),
@@ -246,7 +259,9 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
     texture->unbind();
 
     BakePass pass(std::move(program));
-    envMap->bind();
+    if (!envMap->bind()) {
+        return nullptr;
+    }
     setSourceUniforms(pass.program(), *envMap, numSamples, numLods);
     const int roughnessLocation = pass.program().getUniformLocation(QStringLiteral("u_Roughness"));
     const int transformLocation = pass.program().getUniformLocation(QStringLiteral("u_Transform"));
@@ -260,9 +275,9 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
         }
     }
     BakePass::end();
-    finishEnvMap(*texture, numLods, GL_CLAMP_TO_EDGE);
+    const bool finished = finishEnvMap(*texture, numLods, GL_CLAMP_TO_EDGE);
     envMap->unbind();
-    return texture;
+    return finished ? texture.release() : nullptr;
 }
 
 Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, unsigned numSamples,
@@ -279,8 +294,11 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
     }
     const int numLods = MaxLODLevel(width, height);
     const auto internalFormat = static_cast<GLint>(InternalFormat(format));
-    auto *texture = new Texture(GL_TEXTURE_2D, internalFormat, width, height, 0, nullptr);
-    texture->bind();
+    std::unique_ptr<Texture> texture = boundTexture(GL_TEXTURE_2D, format, width, height);
+    if (texture == nullptr) {
+        program->unbind();
+        return nullptr;
+    }
     setFilters(*texture, GL_NEAREST, GL_NEAREST);
     glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, width, height, 0, ExternalFormat(format),
                  ExternalType(format), nullptr);
@@ -288,7 +306,9 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
     texture->unbind();
 
     BakePass pass(std::move(program));
-    envMap->bind();
+    if (!envMap->bind()) {
+        return nullptr;
+    }
     setSourceUniforms(pass.program(), *envMap, numSamples, numLods);
     const int roughnessLocation = pass.program().getUniformLocation(QStringLiteral("u_Roughness"));
     BakePass::begin();
@@ -298,7 +318,7 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
         const int levelWidth = width >> lod;
         const int levelHeight = height >> lod;
         glViewport(0, 0, levelWidth, levelHeight);
-        pass.framebuffer().attach(texture, GL_COLOR_ATTACHMENT0, lod);
+        pass.framebuffer().attach(texture.get(), GL_COLOR_ATTACHMENT0, lod);
         glClear(GL_COLOR_BUFFER_BIT);
         if (roughnessLocation >= 0) {
             glUniform1f(roughnessLocation, RoughnessForLOD(lod, numLods, model));
@@ -308,9 +328,10 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
     }
     glDisable(GL_SCISSOR_TEST);
     BakePass::end();
-    finishEnvMap(*texture, numLods, GL_REPEAT); // the image closes on itself around the horizon
+    // The image closes on itself around the horizon.
+    const bool finished = finishEnvMap(*texture, numLods, GL_REPEAT);
     envMap->unbind();
-    return texture;
+    return finished ? texture.release() : nullptr;
 }
 
 Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLevels, ShadingModel model,
@@ -324,8 +345,11 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
         return nullptr;
     }
     const auto internalFormat = static_cast<GLint>(InternalFormat(format));
-    auto *texture = new Texture(GL_TEXTURE_2D, internalFormat, width, height, 0, nullptr);
-    texture->bind();
+    std::unique_ptr<Texture> texture = boundTexture(GL_TEXTURE_2D, format, width, height);
+    if (texture == nullptr) {
+        program->unbind();
+        return nullptr;
+    }
     setFilters(*texture, GL_LINEAR, GL_LINEAR);
     setParameter(*texture, GL_TEXTURE_MAX_LEVEL, 0);
     glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, width, height, 0, ExternalFormat(format),
@@ -339,7 +363,7 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
                               numLODLevels);
     BakePass::begin();
     glViewport(0, 0, width, height);
-    pass.framebuffer().attach(texture, GL_COLOR_ATTACHMENT0, 0);
+    pass.framebuffer().attach(texture.get(), GL_COLOR_ATTACHMENT0, 0);
     pass.draw();
     glFlush();
     pass.framebuffer().detach(GL_COLOR_ATTACHMENT0);
@@ -349,7 +373,7 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
     setParameter(*texture, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     texture->setReadOnly();
     texture->unbind();
-    return texture;
+    return texture.release();
 }
 
 }} // namespace Orvane::Zel

@@ -10,7 +10,8 @@
 ///          The cube bake leaves no framebuffer bound, the others restore what was;
 ///          the latitude-longitude bake leaves the scissor test off.
 /// Errors:  a shader that fails is told, and null comes back, before any state
-///          changes; null comes back for a null source too.
+///          changes; null comes back for a null source too, and where a texture finds
+///          no free unit.
 /// Ownership: the textures that come back are the caller's, and read-only.
 /// Source:  Karis, Real Shading in Unreal Engine 4, 2013; Colbert and Krivanek,
 ///          GPU-Based Importance Sampling, 2007.
@@ -23,7 +24,7 @@ namespace Orvane { namespace Zel {
 class Texture;
 
 /// What the light is filtered for. The numbers reach the shaders as ZEL_BRDF.
-enum ShadingModel {
+enum ShadingModel : int {
     SHADING_TRADITIONAL = 0,        ///< Blinn-Phong
     SHADING_ENERY_CONSERVING = 1,   ///< Ashikhmin-Shirley
     SHADING_PHYSICALLY_BASED = 2,   ///< GGX with Schlick's Fresnel term

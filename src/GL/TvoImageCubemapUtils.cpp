@@ -29,6 +29,7 @@ namespace {
 
 constexpr int kFaces = 6;
 constexpr int kMostLayersInPass = 8;
+constexpr int kMostLevels = 1 << 16; ///< far more than GL has; Mesa ends the process on depths of 100 million
 constexpr int kLastSourceType = eSourceCross;
 
 GLenum faceTarget(int face)
@@ -123,6 +124,9 @@ struct LevelShape
         internalFormat = texture.internalFormat(level);
     }
 
+    /// False where the texture could not be bound.
+    bool isKnown() const { return width >= 0; }
+
     bool operator==(const LevelShape &other) const
     {
         return width == other.width && height == other.height && internalFormat == other.internalFormat;
@@ -182,7 +186,7 @@ void TvoRenderCubemapBase::removeShaderDefines() {}
 
 void TvoRenderCubemapBase::setLevels(int levels)
 {
-    _levels = levels;
+    _levels = std::clamp(levels, -kMostLevels, kMostLevels);
 }
 
 Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, unsigned target)
@@ -190,6 +194,9 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     auto texture =
         std::make_unique<Texture>(target, static_cast<int>(internalFormat), size, size, 0, nullptr);
     const AutoBinder binder(texture.get());
+    if (target != 0 && !texture->isBound()) { // the calls below would go to another texture
+        return nullptr;
+    }
     const GLenum format = formatFromInternalFormat(internalFormat);
     const GLenum type = typeFromInternalFormat(internalFormat);
     switch (target) {
@@ -396,7 +403,9 @@ bool TvoRenderCubemapBaseTexture::renderBegin(int face)
     if (_texture == nullptr || !canRender(face)) {
         return false;
     }
-    _texture->bind();
+    if (!_texture->bind()) {
+        return false;
+    }
     glTexParameteri(_texture->target(), GL_TEXTURE_MIN_FILTER, _minFilter);
     glTexParameteri(_texture->target(), GL_TEXTURE_MAG_FILTER, _magFilter);
     program().setUniform(location(QStringLiteral("s_texture")), static_cast<int>(_texture->unit()));
@@ -596,7 +605,10 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
         return nullptr;
     }
     const LevelShape shape(*source, 0);
-    const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) {
+    const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) -> Texture * {
+        if (!shape.isKnown()) {
+            return nullptr;
+        }
         const int faceSize = maxSize > 0 ? std::min(size, maxSize) : size;
         return renderFrom(renderer, source, colorSpace, faceSize, static_cast<unsigned>(shape.internalFormat),
                           target);
@@ -633,6 +645,9 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
 
 Texture *createGLCubemapBlurFromGLCubemap(Texture *source, unsigned target, int size, int levels)
 {
+    if (source == nullptr) {
+        return nullptr;
+    }
     TvoRenderCubemap_Blur renderer;
     renderer.setLevels(levels);
     Texture *cubemap = renderFrom(renderer, source, eColorSpaceLinear, size, GL_RGBA32F, target);
@@ -645,6 +660,9 @@ Texture *createGLCubemapBlurFromGLCubemap(Texture *source, unsigned target, int 
 Texture *createGLCubemapNDotLFromGLCubemap(Texture *source, unsigned target, int size, int levels,
                                            float levelsPow)
 {
+    if (source == nullptr) {
+        return nullptr;
+    }
     TvoRenderCubemap_NDotL renderer;
     renderer.setLevels(levels);
     renderer.setLevelsPow(levelsPow);
@@ -662,6 +680,9 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     }
     maxLevelOf(*cube); // asked, and not looked at
     const LevelShape shape(*cube, level);
+    if (!shape.isKnown()) {
+        return nullptr;
+    }
     const SavedViewport viewport;
     ShaderProgram program(nullptr);
     program.setFragDataLocations({QStringLiteral("out_FragColor")});
@@ -673,7 +694,9 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     const int stripWidth = kFaces * shape.width;
     auto strip =
         std::make_unique<Texture>(GL_TEXTURE_2D, shape.internalFormat, stripWidth, shape.height, 0, nullptr);
-    strip->bind();
+    if (!strip->bind()) { // the calls below would go to another texture
+        return nullptr;
+    }
     const auto internalFormat = static_cast<unsigned>(shape.internalFormat);
     glTexImage2D(GL_TEXTURE_2D, 0, shape.internalFormat, stripWidth, shape.height, 0,
                  formatFromInternalFormat(internalFormat), typeFromInternalFormat(internalFormat), nullptr);
@@ -724,6 +747,9 @@ bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
         return false;
     }
     const LevelShape shape(*source, 0);
+    if (!shape.isKnown()) {
+        return false;
+    }
     glViewport(0, 0, shape.width, shape.height);
     const int maxLevel = maxLevelOf(*target);
     if ((maxLevel > 0 && maxLevel < lod) || (maxLevel == 0 && lod != 0)) {

@@ -29,7 +29,7 @@ class Texture;
 namespace TvoImageCubemapUtils {
 
 /// The layout of an image.
-enum TvoImageCubemapSourceType {
+enum TvoImageCubemapSourceType : int {
     eSourceNone = 0,
     eSourceCubemap = 1,
     eSourceSphere = 2,  ///< a mirror ball
@@ -40,10 +40,10 @@ enum TvoImageCubemapSourceType {
 };
 
 /// Carried for the host; nothing here acts on it.
-enum TvoImageCubemapColorSpace { eColorSpaceLinear = 0, eColorSpaceGamma22 = 1, eColorSpaceSRGB = 2 };
+enum TvoImageCubemapColorSpace : int { eColorSpaceLinear = 0, eColorSpaceGamma22 = 1, eColorSpaceSRGB = 2 };
 
 /// The cells of a cross.
-enum TvoLayout { eLayout4x3 = 0, eLayout3x4 = 1 };
+enum TvoLayout : int { eLayout4x3 = 0, eLayout3x4 = 1 };
 
 /// Draws a quad into each face of a cube map.
 class ZELGL_EXPORT TvoRenderCubemapBase
