@@ -69,7 +69,7 @@ public:
     {
         QMatrix4x4 viewProjection;
         viewProjection.perspective(32.0f, aspect, 1.0f, 100.0f);
-        viewProjection.lookAt({0.0f, 17.0f, 27.0f}, {0.0f, -1.0f, 1.0f}, {0.0f, 1.0f, 0.0f});
+        viewProjection.lookAt({0.0f, 17.0f, 25.5f}, {0.0f, -0.5f, -0.8f}, {0.0f, 1.0f, 0.0f});
 
         QVector<int> commands; // every third diagonal has a gap
         for (int id = 0; id < kColumns * kRows; ++id) {

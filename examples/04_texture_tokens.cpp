@@ -139,7 +139,7 @@ private:
         for (int i = 0; i < kCards; ++i) {
             const float x = (float(i % kColumns) + 0.5f) / kColumns * 2.0f - 1.0f;
             const float y = (float(i / kColumns) + 0.5f) / kRows * 2.0f - 1.0f;
-            const float place[] = {x * aspect, y, 0.21f, 0.25f * std::sin(seconds + 1.7f * float(i))};
+            const float place[] = {x * aspect, y, 0.19f, 0.25f * std::sin(seconds + 1.7f * float(i))};
             InstanceData item("Card");
             item.set("Place", place, sizeof place);
             item.setTexture("Picture", _motifs[size_t((i + i / kColumns * 2) % kMotifs)], _manager);

@@ -46,11 +46,18 @@ out vec3 vo_Position;
 out vec3 vo_Normal;
 flat out vec4 vo_Color;
 
+// Nine numbers, packed into the first of the member's sixteen.
+mat3 normalMatrix()
+{
+    mat4 numbers = getModelNormalMatrix();
+    return mat3(numbers[0], numbers[1], numbers[2].x);
+}
+
 void main()
 {
     vec4 position = getModelMatrix() * vec4(va_Vertex, 1.0);
     vo_Position = position.xyz;
-    vo_Normal = mat3(getModelNormalMatrix()) * va_Normal;
+    vo_Normal = normalMatrix() * va_Normal;
     vo_Color = getColor();
     gl_Position = u_ViewProjection * position;
 }
@@ -67,7 +74,7 @@ out vec4 o_Color;
 void main()
 {
     vec3 normal = normalize(vo_Normal);
-    float lit = 0.06 + 0.94 * max(dot(normal, -normalize(vo_Position)), 0.0);
+    float lit = 0.12 + 0.88 * max(dot(normal, -normalize(vo_Position)), 0.0);
     float rim = pow(1.0 - max(dot(normal, normalize(u_Eye - vo_Position)), 0.0), 3.0);
     o_Color = vec4(vo_Color.rgb * mix(lit, 1.0, vo_Color.a) + rim * vec3(0.10, 0.12, 0.16), 1.0);
 }
@@ -132,13 +139,13 @@ public:
 
     void draw(float aspect, float seconds) override
     {
-        const QVector3D eye(0.0f, 4.6f, 12.0f);
+        const QVector3D eye(0.0f, 7.5f, 11.5f);
         QMatrix4x4 viewProjection;
         viewProjection.perspective(38.0f, aspect, 1.0f, 100.0f);
         viewProjection.lookAt(eye, {0.0f, -0.3f, 0.0f}, {0.0f, 1.0f, 0.0f});
         for (size_t i = 0; i < bodies().size(); ++i) {
             QMatrix4x4 place;
-            place.rotate(bodies()[i].speed * seconds + 57.0f * float(i), 0.0f, 1.0f, 0.0f);
+            place.rotate(bodies()[i].speed * seconds + 101.0f * float(i), 0.0f, 1.0f, 0.0f);
             place.translate(bodies()[i].distance, 0.0f, 0.0f);
             _model.setLocalTransform(_places[i], place, false);
         }
