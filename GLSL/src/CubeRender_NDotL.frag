@@ -20,19 +20,8 @@ vec3 sums[TVO_CUBERENDER_NDOT_BATCH_SIZE];
 float weights[TVO_CUBERENDER_NDOT_BATCH_SIZE];
 float exponents[TVO_CUBERENDER_NDOT_BATCH_SIZE];
 
-void addSample(in vec3 n, in vec3 direction)
-{
-    float NdotL = dot(n, direction);
-    if (NdotL <= 0.0) {
-        return;
-    }
-    vec3 color = textureLod(s_texture, direction, 0.0).rgb;
-    for (int i = 0; i < TVO_CUBERENDER_NDOT_BATCH_SIZE; ++i) {
-        float weight = max(0.0, pow(NdotL, exponents[i]));
-        sums[i] += color * weight;
-        weights[i] += weight;
-    }
-}
+// Defined behind main(): compilers warn of exponents that are read above where they are written.
+void addSample(in vec3 n, in vec3 direction);
 
 void main()
 {
@@ -60,5 +49,19 @@ void main()
     }
     for (int i = 0; i < TVO_CUBERENDER_NDOT_BATCH_SIZE; ++i) {
         o_TvoFragData[i] = vec4(sums[i] / weights[i], 1.0);
+    }
+}
+
+void addSample(in vec3 n, in vec3 direction)
+{
+    float NdotL = dot(n, direction);
+    if (NdotL <= 0.0) {
+        return;
+    }
+    vec3 color = textureLod(s_texture, direction, 0.0).rgb;
+    for (int i = 0; i < TVO_CUBERENDER_NDOT_BATCH_SIZE; ++i) {
+        float weight = max(0.0, pow(NdotL, exponents[i]));
+        sums[i] += color * weight;
+        weights[i] += weight;
     }
 }
