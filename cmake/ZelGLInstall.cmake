@@ -1,11 +1,14 @@
-# Installs, beside the libraries and their headers, the GLSL tree and what find_package() and pkg-config read. Nothing of it
-# names the prefix, so an installed tree can be moved.
+# Installs, beside the libraries and their headers, the GLSL tree, the pages of docs/, to which headers refer, and what
+# find_package() and pkg-config read. Nothing of it names the prefix, so an installed tree can be moved.
 
 include(CMakePackageConfigHelpers)
 
 set(zelgl_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZelGL)
 
 install(DIRECTORY GLSL/include GLSL/src DESTINATION ${CMAKE_INSTALL_DATADIR}/ZelGL/GLSL)
+
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    FILES_MATCHING PATTERN "*.md" PATTERN "environment-layouts.png")
 
 install(EXPORT ZelGLTargets NAMESPACE ZelGL:: DESTINATION ${zelgl_package_dir})
 configure_package_config_file(cmake/ZelGLConfig.cmake.in ${PROJECT_BINARY_DIR}/ZelGLConfig.cmake
