@@ -33,7 +33,11 @@ enum WindingType {
 /// A transform feeds no uniform. When it is recomputed it writes its matrices into
 /// the object data of the draw commands that use it, through the members
 /// "ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix" and, where the plan
-/// has it, "ModelNormalMatrix".
+/// has it, "ModelNormalMatrix". All are eMat4; of the last the first nine numbers
+/// are the 3 x 3 matrix, column after column without gaps.
+///
+/// Item i of a drawable's collections belongs to its command i, whose draw ID is i:
+/// a shader finds both by getDrawID().
 ///
 /// A frame: updateTransforms(), resetCulling(), visibilityCull(), frustumCull(),
 /// any number of draws, updatePreviousMatrices().
@@ -150,7 +154,9 @@ public:
 
     // Drawables, by instance number.
 
-    /// The instance number. Adding in ascending order of flags saves sorting.
+    /// The instance number. Drawables of one \a materialNumber are drawn one after the
+    /// other, and chosen by it. Either collection may be null. Adding in ascending
+    /// order of flags saves sorting.
     int add(DrawBuffers *drawBuffers, int materialNumber, InstanceDataCollection *material,
             InstanceDataCollection *object, const unsigned long long &flags);
     /// A drawable for drawSimple(): without transforms, boxes and culling; its number is 0.
@@ -239,8 +245,9 @@ public:
     void loadBoundingBoxes(const BoundingBox *boxes, int count);
     BoundingBox getBoundingBox(int index) const;
     bool isValidBoundingBox(int index) const;
-    /// The boxes of all commands that are not culled, each taken in its own space;
-    /// inverted extremes where there are none.
+    /// The boxes of all commands that are not culled, each taken in its own space:
+    /// where transforms move them, it is not the box of the scene in the world.
+    /// Inverted extremes where there are none.
     const BoundingBox &sceneBounds();
 
     quint64 memoryEstimateCPU() const;
@@ -256,8 +263,13 @@ public:
     void resetCulling();
 
     // Drawing: the drawables whose flags equal \a flags under \a mask, by material
-    // number. Nothing stays bound, and GL_CULL_FACE is off behind it. What the last
-    // drawable's draw answered.
+    // number. The caller has bound the program, and nothing else: collections, the
+    // texture manager and vertex arrays are bound on the way. Nothing of it stays
+    // bound, and GL_CULL_FACE is off behind it. What the last drawable's draw answered.
+    //
+    // viewMatrix:       where to sort from, under kFlagSortByDistance; null: unsorted.
+    // excludeMaterials, materials: material numbers; none in the second: all.
+    // stencil:          the stencil buffer gets the material number plus 1.
 
     bool draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
               const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,

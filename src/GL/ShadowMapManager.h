@@ -59,8 +59,8 @@ public:
                               const QMatrix4x4 *projection, const QPair<QVector3D, QVector3D> *sceneBounds);
     static bool processLights(QVariant lights, RenderData &renderData);
 
-    /// Binds the texture and hands the table to the program's uniforms. \a dataVariant
-    /// is a QObject*, a RenderData.
+    /// Binds the texture and hands the table to the uniforms of the program, which the
+    /// caller has bound. \a dataVariant is a QObject*, a RenderData.
     static bool bind(ShaderProgram *program, QVariant dataVariant);
     static bool unbind(ShaderProgram *program, QVariant dataVariant);
 };

@@ -29,7 +29,8 @@ class ZELGL_EXPORT ShadowMapRenderData : public QObject
     Q_DISABLE_COPY(ShadowMapRenderData)
 
 public:
-    /// A matrix as QMatrix4x4 stores it, and as GL takes it.
+    /// A matrix as QMatrix4x4 stores it, and as GL takes it. It becomes one again by
+    /// QMatrix4x4(values.data()).transposed().
     struct ZELGL_EXPORT Transform
     {
         Transform();

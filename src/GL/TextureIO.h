@@ -50,15 +50,17 @@ ZELGL_EXPORT TextureLoader *IdentifyTextureFromFile(const QString &path);
 ZELGL_EXPORT TextureLoader *IdentifyTextureFromMemory(unsigned char *data, unsigned long size,
                                                       const QString &name);
 
-/// A new texture, the caller's, or null.
+/// A new texture, the caller's, or null. What HDR and QImage read is clamped, what
+/// KTX and ASTC hold repeats: to have it otherwise, bind it and set GL_TEXTURE_WRAP_S
+/// and GL_TEXTURE_WRAP_T.
 ZELGL_EXPORT Texture *LoadTextureFromFile(const QString &path, const TextureFileInfo &info);
 ZELGL_EXPORT Texture *LoadTextureFromMemory(unsigned char *data, unsigned long size,
                                             const TextureFileInfo &info, const QString &name);
 ZELGL_EXPORT Texture *LoadTextureFromQImageFile(const QString &path, const TextureFileInfo &info);
 
-/// A mipmapped texture of an image whose rows are in GL's order: 32-bit pixels in
-/// the byte order of QImage::Format_ARGB32, or, with \a asRG16F, two half floats a
-/// pixel. No more than four levels below the base are used. Null for an image that
+/// A mipmapped, clamped texture of an image whose rows are in GL's order: 32-bit
+/// pixels in the byte order of QImage::Format_ARGB32, or, with \a asRG16F, two half
+/// floats a pixel. No more than four levels below the base are used. Null for an image that
 /// holds fewer bytes than that, and where no texture unit is free.
 ZELGL_EXPORT Texture *QImageToTexture(const QImage &image, bool asRG16F, const TextureFileInfo &info);
 
