@@ -52,11 +52,12 @@ TEST_F(ObjectMemory, leavesOtherPlacesToTheHost)
     VertexArrayObject onStack(nullptr);
     EXPECT_EQ(2, VertexArrayObject::NumAlive());
 
-    struct Large : BufferObject
+    struct alignas(32) Large : BufferObject
     {
         using BufferObject::BufferObject;
         char bytes[4096] = {};
     };
-    const std::unique_ptr<QObject> large(new Large(nullptr));
+    const auto large = std::make_unique<Large>(nullptr);
+    EXPECT_EQ(0u, reinterpret_cast<quintptr>(large.get()) % alignof(Large));
     EXPECT_EQ(1, BufferObject::NumAlive());
 }

@@ -31,7 +31,7 @@ void lookUpEntryPoints()
 
 GLsizeiptr byteCount(int valueCount, unsigned long valueSize)
 {
-    return GLsizeiptr(valueCount) * GLsizeiptr(valueSize);
+    return GLsizeiptr(quint64(valueCount) * valueSize);
 }
 
 } // namespace

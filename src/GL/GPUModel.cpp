@@ -160,14 +160,14 @@ public:
         const Vector rows[3] = {cross(columns[1], columns[2]), cross(columns[2], columns[0]),
                                 cross(columns[0], columns[1])};
         const double determinant = dot(columns[0], rows[0]);
-        if (!world.isAffine() || !std::isnormal(determinant)) {
+        if (!world.isAffine() || isFlat(columns, determinant)) {
             inverse = world.inverted();
             normal = world.normalMatrix();
             swapsHandedness = SwapsHandedness(world);
             return;
         }
         fillFrom(rows, 1.0 / determinant, m + 12);
-        swapsHandedness = hasTinyRow(columns) ? SwapsHandedness(world) : determinant < 0.0;
+        swapsHandedness = determinant < 0.0;
     }
 
     QMatrix4x4 inverse{Qt::Uninitialized};
@@ -188,15 +188,19 @@ private:
     }
     static double dot(const Vector &a, const Vector &b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
-    /// Whether normalising a row of the matrix might take it for 0.
-    static bool hasTinyRow(const Vector (&columns)[3])
+    /// Whether rounding decides what is computed: a row that normalising might take for 0, or rows so close to a plane
+    /// that neither the sign of the determinant nor its difference from 0 means anything.
+    static bool isFlat(const Vector (&columns)[3], double determinant)
     {
         constexpr double kTiny = 1e-11;
+        constexpr double kFlat = 1e-10;
         const Vector &a = columns[0];
         const Vector &b = columns[1];
         const Vector &c = columns[2];
-        return !(a.x * a.x + b.x * b.x + c.x * c.x > kTiny && a.y * a.y + b.y * b.y + c.y * c.y > kTiny
-                 && a.z * a.z + b.z * b.z + c.z * c.z > kTiny);
+        const double x = a.x * a.x + b.x * b.x + c.x * c.x;
+        const double y = a.y * a.y + b.y * b.y + c.y * c.y;
+        const double z = a.z * a.z + b.z * b.z + c.z * c.z;
+        return !(x > kTiny && y > kTiny && z > kTiny && determinant * determinant > kFlat * x * y * z);
     }
 
     void fillFrom(const Vector (&rows)[3], double factor, const float *translation)
@@ -746,11 +750,12 @@ int GPUModel::maxTangentSets() const
 int GPUModel::addTransform(int parent, const QMatrix4x4 &local)
 {
     const int transform = _localTransforms.size();
+    const bool loops = endOfChain(parent) == transform;
     _localTransforms.append(local);
     _transformLocked.append(false);
     _worldTransforms.append(QMatrix4x4());
     _normalTransforms.append(QMatrix3x3());
-    _transformParents.append(endOfChain(parent) == transform ? kInvalidTransformRef : parent);
+    _transformParents.append(loops ? kInvalidTransformRef : parent);
     _transformSwapsHandedness.append(false);
     _transformDirty.append(true);
     _transformVisibility.append(1);
@@ -1194,7 +1199,9 @@ void GPUModel::resetCulling()
 inline bool GPUModel::choosesAll(const Drawable &drawable, int commands, WindingType winding,
                                  const TransformView &transforms)
 {
-    bool all = drawable.culledCount == 0 && commands == drawable.transformRefs.size();
+    // Without a vertex array the unit bound before draws in its place, and that may have more commands.
+    bool all = drawable.culledCount == 0 && commands == drawable.transformRefs.size()
+               && (commands == 0 || !drawable.drawBuffers->VAO().isNull());
     const int *refs = drawable.transformRefs.constData();
     for (int command = 0; all && command < commands; ++command) {
         all = transforms.isVisible(refs[command]) && transforms.isOfWinding(refs[command], winding);

@@ -74,7 +74,7 @@ size_t lines(size_t size)
 void *take(size_t size)
 {
     if (!isPooled(size)) {
-        return ::operator new(size);
+        return ::operator new(size, std::align_val_t(kLine));
     }
     const std::lock_guard<std::mutex> lock(poolsMutex);
     return pools[lines(size) - 1].take(lines(size) * kLine);
@@ -83,7 +83,7 @@ void *take(size_t size)
 void give(void *memory, size_t size) noexcept
 {
     if (!isPooled(size)) {
-        ::operator delete(memory);
+        ::operator delete(memory, std::align_val_t(kLine));
         return;
     }
     if (memory != nullptr) {

@@ -6,7 +6,7 @@ namespace Orvane { namespace Zel {
 
 /// Memory for the wrappers of GL objects. Those of one size lie side by side, from the beginning of a cache line on, in
 /// the order in which they were made: a draw of thousands walks over them in that order, and finds the next ones in the
-/// cache.
+/// cache. Larger objects begin with a line too, but lie on the heap.
 ///
 /// Context: none; any thread.
 /// Errors:  as operator new.

@@ -12,7 +12,7 @@ namespace Orvane { namespace Zel {
 namespace {
 
 constexpr int kReservedSlots = 32;
-constexpr quint64 kWidestMap = 1 << 26; ///< far above what a texture can hold
+constexpr quint64 kWidestMap = 1 << 24; ///< far above what a texture can hold
 
 } // namespace
 
@@ -47,7 +47,7 @@ int SamplerSlots::take(int unit)
 
 void SamplerSlots::release(int unit)
 {
-    const int slot = _slotUnits.indexOf(unit);
+    const int slot = unit >= 0 ? _slotUnits.indexOf(unit) : -1; // what found no unit took no slot
     if (slot >= 0) {
         --_slotRefCounts[slot];
     }
