@@ -323,6 +323,15 @@ TEST_F(GPUModelDrawTest, EachFormOfADrawTakesItsDrawables)
     EXPECT_EQ(5u, drawn(_model.drawSimple(&_program, &_textures, 1, 1)));
     _model.setFeatureFlags(16); // simple, and without the filter
     EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 1, 1)));
+    _model.setFeatureFlags(15);
+
+    // What is hidden stays so where sorting moves it to.
+    addSquares(QVector<QMatrix4x4>(1), 0, 0);
+    _model.setVisibility(7, 2);
+    for (int times = 0; times < 2; ++times) {
+        EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 0, 0)));
+        _model.sortDrawablesByFlags();
+    }
 }
 
 TEST_F(GPUModelDrawTest, ASteadyFrameTakesNoMemoryForADrawable)

@@ -116,9 +116,7 @@ void BufferObject::setIndexedTarget(unsigned int target, unsigned int index, lon
             "Use setTarget() instead.");
     }
     _target = target;
-    _index = index;
-    _offset = offset;
-    _size = size;
+    _range.reset(new Range{index, offset, size});
     _useBindBufferRange = true;
 }
 
@@ -129,7 +127,7 @@ bool BufferObject::bind()
                       "Buffer Object is already bound on bind to target %d", this->_boBountTarget);
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Buffer Object's target is not set when bind() is called");
     if (_useBindBufferRange) {
-        glBindBufferRange(_target, _index, _bo, _offset, _size);
+        glBindBufferRange(_target, _range->index, _bo, _range->offset, _range->size);
     } else {
         glBindBuffer(_target, _bo);
     }
@@ -142,7 +140,7 @@ bool BufferObject::unbind()
     ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on unbind");
     if (_useBindBufferRange) {
-        glBindBufferRange(_target, 0, 0, 0, 0); // index 0 on purpose, whatever _index is
+        glBindBufferRange(_target, 0, 0, 0, 0); // index 0 on purpose, whatever the range says
     } else {
         glBindBuffer(_target, 0);
     }
@@ -176,7 +174,7 @@ bool BufferObject::rebind(BufferObject *bufferObjectBound, bool force)
     }
     bufferObjectBound->_boBountTarget = 0;
     if (_useBindBufferRange) {
-        glBindBufferRange(_target, _index, _bo, _offset, _size);
+        glBindBufferRange(_target, _range->index, _bo, _range->offset, _range->size);
     } else if (force || _bo != bufferObjectBound->_bo) {
         glBindBuffer(_target, _bo);
     }

@@ -6,6 +6,8 @@
 #include <QtCore/QSet>
 #include <QtCore/QVector>
 
+#include <memory>
+
 namespace Orvane { namespace Zel {
 
 /// One GL buffer name, with the target it goes to, whether it is bound, and how
@@ -94,6 +96,14 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
+    /// What glBindBufferRange() wants besides the target and the name.
+    struct Range
+    {
+        unsigned int index;
+        qint64 offset;
+        qint64 size;
+    };
+
     static void initializeIndexedBufferObjecttargets();
     static bool isIndexedTarget(unsigned int target);
 
@@ -106,17 +116,16 @@ private:
     static int _numAliveManaged;
     static QSet<unsigned int> _indexedTargets; ///< filled on first need
 
-    unsigned int _bo = 0;             ///< GL name; 0: none
-    unsigned int _boBountTarget = 0;  ///< where it is bound right now; 0: nowhere
-    unsigned int _target = 0;         ///< where bind() binds it; 0: not set
-    bool _useBindBufferRange = false; ///< bind the range below at the index below
-    unsigned int _index = 0;
-    qint64 _offset = 0;
-    qint64 _size = 0;
+    // What a draw reads comes first.
+    unsigned int _bo = 0;            ///< GL name; 0: none
+    unsigned int _boBountTarget = 0; ///< where it is bound right now; 0: nowhere
+    unsigned int _target = 0;        ///< where bind() binds it; 0: not set
     qint32 _valueCount = 0;
     quint64 _valueSize = 0;
-    bool _managed = false; ///< the name was made here and is deleted here
-    bool _storage = false; ///< immutable storage: only sub-data uploads are possible
+    bool _useBindBufferRange = false; ///< bind the range below at the index below
+    bool _managed = false;            ///< the name was made here and is deleted here
+    bool _storage = false;            ///< immutable storage: only sub-data uploads are possible
+    std::unique_ptr<Range> _range;    ///< as last set; few buffers have one
 };
 
 }} // namespace Orvane::Zel

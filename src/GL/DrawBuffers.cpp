@@ -480,16 +480,22 @@ inline DrawBuffers::CommandNumbers DrawBuffers::numbersOf(int command) const
     return {_commandCounts.at(command), _commandBaseVertices.at(command), _commandIndexOffsets.at(command)};
 }
 
-bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
+inline bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
 {
     // Without one GL would read the indices from the host's memory.
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
+    if (commandIndices != nullptr || _commandsCount != 1) {
+        return drawSeveralCommands(drawID, commandIndices);
+    }
+    drawCommand(drawID, 0, _onlyCommand);
+    return true;
+}
+
+Q_NEVER_INLINE bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
+                                                     const QVector<int> *commandIndices) const
+{
     if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
         return false;
-    }
-    if (commandIndices == nullptr && _commandsCount == 1) {
-        drawCommand(drawID, 0, _onlyCommand);
-        return true;
     }
     const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
     const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;

@@ -131,6 +131,7 @@ private:
     bool areCommandNumbers(const QVector<int> &commandIndices) const;
     CommandNumbers numbersOf(int command) const;
     bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
+    bool drawSeveralCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
     void drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const;
     bool drawElements(const DrawID &drawID) const;
     bool drawArrays(const DrawID &drawID) const;
@@ -142,25 +143,26 @@ private:
     static qint64 _totalDrawIndices;
     static bool _useBaseInstance;
 
+    // What a draw reads comes first.
     unsigned int _primitiveType; ///< -1: not set
     unsigned int _indexType = 0;
-    int _indexCount = 0;
-    int _vertexCount = 0;
-    quint64 _indexBufferOffset = 0;
-    int _baseVertex = 0;
-    int _instanceCount = 1;
     int _drawIDBase = 0;
+    int _commandsCount = 0;
     QSharedPointer<VertexArrayObject> _vao;
     QSharedPointer<BufferObject> _boIndex;
-    QSharedPointer<BufferObject> _boIndirect; ///< never set: the indirect path is dormant
-    QSharedPointer<UniformBufferObject> _commandsUniformBufferObject;
+    CommandNumbers _onlyCommand; ///< of a unit of one, which so need not fetch the vectors
+    bool _useMultiDrawIndirect = false;
+    int _indexCount = 0;
+    int _vertexCount = 0;
+    int _baseVertex = 0;
+    int _instanceCount = 1;
+    quint64 _indexBufferOffset = 0;
     QVector<DrawElementsIndirectCommand> _commands;
-    int _commandsCount = 0;
     QVector<int> _commandCounts;                ///< by command
     QVector<const void *> _commandIndexOffsets; ///< by command, bytes
     QVector<int> _commandBaseVertices;          ///< by command
-    bool _useMultiDrawIndirect = false;
-    CommandNumbers _onlyCommand; ///< of a unit of one, which so need not fetch the vectors
+    QSharedPointer<BufferObject> _boIndirect;   ///< never set: the indirect path is dormant
+    QSharedPointer<UniformBufferObject> _commandsUniformBufferObject;
 };
 
 }} // namespace Orvane::Zel

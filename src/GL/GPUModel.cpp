@@ -29,6 +29,7 @@ using BoundingBox = GPUModel::BoundingBox;
 constexpr float kFarAway = 1.0e30f; ///< the distance of what has no box or no transform
 constexpr float kLeastRowLengthSquared = 1e-6f;
 constexpr float kBoundsExtreme = 1e20f;
+constexpr int kNotJustOne = -2; ///< in the place of a transform
 
 constexpr BoundingBox kInvertedBounds = {kBoundsExtreme,  kBoundsExtreme,  kBoundsExtreme,
                                          -kBoundsExtreme, -kBoundsExtreme, -kBoundsExtreme};
@@ -525,6 +526,7 @@ void GPUModel::clear()
         qDeleteAll(owned);
     }
     _drawables.clear();
+    _onlyTransforms.clear();
     _instanceToDrawable.clear();
     _materialDrawables.clear();
     _materialInstances.clear();
@@ -638,6 +640,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
         changed->boundingBoxRefs[i] = kInvalidBoundingBoxRef;
         changed->culled[i] = false;
     }
+    noteOnlyTransform(_instanceToDrawable.at(instance));
     if (commands < oldCommands) {
         changed->culledCount = changed->culled.count(true);
     }
@@ -719,6 +722,7 @@ void GPUModel::sortDrawablesByFlags()
     std::stable_sort(_drawables.begin(), _drawables.end(), &GPUModel::flagsLessThan);
     for (int position = 0; position < _drawables.size(); ++position) {
         _instanceToDrawable[_drawables.at(position).instance] = position;
+        noteOnlyTransform(position);
     }
 }
 
@@ -860,6 +864,7 @@ void GPUModel::useTransform(int instance, int drawCommand, int transform)
         _transformInstances[transform].append({instance, drawCommand});
     }
     user->transformRefs[drawCommand] = transform;
+    noteOnlyTransform(_instanceToDrawable.at(instance));
     _boxedCommandsDirty = true;
 }
 
@@ -1111,10 +1116,11 @@ quint64 GPUModel::memoryEstimateCPU() const
     for (const QVector<InstanceRef> &refs : _transformInstances) {
         bytes += sizeof(refs) + bytesOf(refs);
     }
-    return bytes + bytesOf(_instanceToDrawable) + bytesOf(_materialDrawables) + bytesOf(_materialInstances)
-           + bytesOf(_objectInstances) + bytesOf(_localTransforms) + bytesOf(_transformLocked)
-           + bytesOf(_worldTransforms) + bytesOf(_normalTransforms) + bytesOf(_transformParents)
-           + bytesOf(_transformSwapsHandedness) + bytesOf(_transformDirty) + bytesOf(_transformVisibility)
+    return bytes + bytesOf(_onlyTransforms) + bytesOf(_instanceToDrawable) + bytesOf(_materialDrawables)
+           + bytesOf(_materialInstances) + bytesOf(_objectInstances) + bytesOf(_localTransforms)
+           + bytesOf(_transformLocked) + bytesOf(_worldTransforms) + bytesOf(_normalTransforms)
+           + bytesOf(_transformParents) + bytesOf(_transformSwapsHandedness) + bytesOf(_transformDirty)
+           + bytesOf(_transformVisibility)
            + static_cast<quint64>(_transformNames.size()) * (sizeof(QString) + sizeof(int))
            + bytesOf(_movedInstances) + bytesOf(_cameras) + bytesOf(_cameraNames) + bytesOf(_lights)
            + bytesOf(_lightNames) + bytesOf(_boundingBoxes) + bytesOf(_boxedCommands);
@@ -1197,16 +1203,27 @@ void GPUModel::resetCulling()
 
 /// Whether chooseCommands() would choose every command.
 inline bool GPUModel::choosesAll(const Drawable &drawable, int commands, WindingType winding,
-                                 const TransformView &transforms)
+                                 const TransformView &transforms) const
 {
-    // Without a vertex array the unit bound before draws in its place, and that may have more commands.
-    bool all = drawable.culledCount == 0 && commands == drawable.transformRefs.size()
-               && (commands == 0 || !drawable.drawBuffers->VAO().isNull());
-    const int *refs = drawable.transformRefs.constData();
-    for (int command = 0; all && command < commands; ++command) {
-        all = transforms.isVisible(refs[command]) && transforms.isOfWinding(refs[command], winding);
+    if (drawable.culledCount != 0) {
+        return false;
     }
-    return all;
+    if (commands != 0 && drawable.drawBuffers->VAO().isNull()) {
+        return false; // the unit bound before draws in its place, and that may have more commands
+    }
+    const int *refs = &_onlyTransforms.at(int(&drawable - _drawables.constData()));
+    if (commands != 1) {
+        if (commands != drawable.transformRefs.size()) {
+            return false;
+        }
+        refs = drawable.transformRefs.constData();
+    }
+    for (int command = 0; command < commands; ++command) {
+        if (!transforms.isVisible(refs[command]) || !transforms.isOfWinding(refs[command], winding)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// Draws the commands that are visible and not culled.
@@ -1440,9 +1457,17 @@ int GPUModel::append(const Drawable &drawable, int materialNumber)
     const int instance = _drawables.size();
     _drawables.append(drawable);
     _drawables.last().instance = instance;
+    _onlyTransforms.append(kNotJustOne);
+    noteOnlyTransform(instance);
     _instanceToDrawable.append(instance);
     _materialDrawables[materialNumber].append(instance);
     return instance;
+}
+
+void GPUModel::noteOnlyTransform(int position)
+{
+    const QVector<int> &refs = _drawables.at(position).transformRefs;
+    _onlyTransforms[position] = refs.size() == 1 ? refs.constFirst() : kNotJustOne;
 }
 
 void GPUModel::changeFlags(int instance, unsigned long long flags, unsigned long long mask)

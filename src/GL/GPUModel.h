@@ -337,6 +337,7 @@ private:
     const Drawable *drawable(int instance) const;
     const Drawable *drawableAt(int position) const;
     int append(const Drawable &drawable, int materialNumber);
+    void noteOnlyTransform(int position);
     void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
     int maxSets(int shift) const;
 
@@ -355,8 +356,8 @@ private:
 
     bool drawVisible(const Drawable &drawable, int commands, WindingType winding, Walk &walk);
     bool drawSorted(const Drawable &drawable, QVector<int> &commands, Walk &walk);
-    static bool choosesAll(const Drawable &drawable, int commands, WindingType winding,
-                           const TransformView &transforms);
+    bool choosesAll(const Drawable &drawable, int commands, WindingType winding,
+                    const TransformView &transforms) const;
     void chooseCommands(const Drawable &drawable, int commands, WindingType winding,
                         const TransformView &transforms);
     void sortByDistance(const Drawable &drawable, const QVector3D &eye, QVector<int> &commands);
@@ -364,6 +365,7 @@ private:
 
     unsigned long long _featureFlags = 15;
     QVector<Drawable> _drawables;
+    QVector<int> _onlyTransforms;     ///< by position; of drawables with one command
     QVector<int> _instanceToDrawable; ///< positions, by instance number
     QHash<int, QVector<int>> _materialDrawables;
     QHash<QString, QVector<InstanceRef>> _materialInstances;

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 namespace Orvane { namespace Zel {
 
 /// Values by GL name for the few objects that are bound at a time: a flat array, searched from its end, since what was
-/// bound last is asked for first. With room reserved for all of them a bind allocates nothing.
+/// bound last is asked for first.
 ///
 /// Tables that take and lose the same names in the same order have them at the same places: one search serves all.
 ///
@@ -15,44 +16,39 @@ namespace Orvane { namespace Zel {
 template <typename Value> class NameTable
 {
 public:
-    static constexpr int kNone = -1;
+    using Place = std::ptrdiff_t;
+    static constexpr Place kNone = -1;
 
+    /// Makes room for the only number of names that the table will ever have to hold at a time; empties it.
     void reserve(int count)
     {
-        if (count > 0) {
-            _entries.resize(static_cast<size_t>(count));
-        }
+        _entries.reset(new Entry[static_cast<size_t>(std::max(count, 0))]());
+        _used = 0;
     }
 
     /// Where a name stands, up to the next change; kNone where it has no value.
-    int place(unsigned int name) const
+    Place place(unsigned int name) const
     {
-        int place = _used - 1;
-        while (place >= 0 && _entries[static_cast<size_t>(place)].name != name) {
+        Place place = _used - 1;
+        while (place >= 0 && _entries[place].name != name) {
             --place;
         }
         return place;
     }
     bool contains(unsigned int name) const { return place(name) != kNone; }
     /// The same where the place is known from a table with the same names.
-    bool contains(unsigned int name, int place) const
+    bool contains(unsigned int name, Place place) const
     {
-        return place >= 0 && place < _used && _entries[static_cast<size_t>(place)].name == name;
+        return place >= 0 && place < _used && _entries[place].name == name;
     }
 
-    Value &at(int place) { return _entries[static_cast<size_t>(place)].value; }
-    const Value &at(int place) const { return _entries[static_cast<size_t>(place)].value; }
+    Value &at(Place place) { return _entries[place].value; }
+    const Value &at(Place place) const { return _entries[place].value; }
 
-    /// The name must not have a value yet.
-    void insert(unsigned int name, Value value)
-    {
-        if (static_cast<size_t>(_used) == _entries.size()) {
-            _entries.resize(2 * _entries.size() + 1);
-        }
-        _entries[static_cast<size_t>(_used++)] = {name, value};
-    }
+    /// The name must not have a value yet, and there must be room for it.
+    void insert(unsigned int name, Value value) { _entries[_used++] = {name, value}; }
 
-    void remove(int place) { _entries[static_cast<size_t>(place)] = _entries[static_cast<size_t>(--_used)]; }
+    void remove(Place place) { _entries[place] = _entries[--_used]; }
 
 private:
     struct Entry
@@ -61,8 +57,8 @@ private:
         Value value = {};
     };
 
-    std::vector<Entry> _entries;
-    int _used = 0; ///< of them
+    std::unique_ptr<Entry[]> _entries;
+    Place _used = 0; ///< of them
 };
 
 }} // namespace Orvane::Zel

@@ -3,7 +3,7 @@
 #include <QtCore/QtAlgorithms>
 
 #include <algorithm>
-#include <vector>
+#include <memory>
 
 namespace Orvane { namespace Zel {
 
@@ -20,7 +20,8 @@ public:
     void fill(int count)
     {
         const auto size = static_cast<unsigned int>(std::max(count, 0));
-        _words.assign((size + 63) / 64, 0);
+        _wordCount = (size + 63) / 64;
+        _words.reset(new quint64[_wordCount]());
         for (unsigned int number = 0; number < size; ++number) {
             insert(number);
         }
@@ -32,15 +33,15 @@ public:
 
     bool contains(unsigned int number) const
     {
-        return number / 64 < _words.size() && (_words[number / 64] & bit(number)) != 0;
+        return number / 64 < _wordCount && (_words[number / 64] & bit(number)) != 0;
     }
 
     /// kNone of the empty set.
     unsigned int lowest() const
     {
-        for (size_t word = 0; word < _words.size(); ++word) {
+        for (unsigned int word = 0; word < _wordCount; ++word) {
             if (_words[word] != 0) {
-                return static_cast<unsigned int>(word * 64) + qCountTrailingZeroBits(_words[word]);
+                return word * 64 + qCountTrailingZeroBits(_words[word]);
             }
         }
         return kNone;
@@ -49,9 +50,9 @@ public:
     /// kNone of the empty set.
     unsigned int highest() const
     {
-        for (size_t word = _words.size(); word-- > 0;) {
+        for (unsigned int word = _wordCount; word-- > 0;) {
             if (_words[word] != 0) {
-                return static_cast<unsigned int>(word * 64 + 63) - qCountLeadingZeroBits(_words[word]);
+                return word * 64 + 63 - qCountLeadingZeroBits(_words[word]);
             }
         }
         return kNone;
@@ -60,7 +61,8 @@ public:
 private:
     static quint64 bit(unsigned int number) { return quint64(1) << (number % 64); }
 
-    std::vector<quint64> _words;
+    std::unique_ptr<quint64[]> _words;
+    unsigned int _wordCount = 0;
 };
 
 }} // namespace Orvane::Zel

@@ -3,8 +3,6 @@
 #include "GLUtilities.h"
 #include "Texture.h"
 
-#include <QtCore/QVarLengthArray>
-
 #include <algorithm>
 
 namespace Orvane { namespace Zel {
@@ -38,18 +36,20 @@ int SamplerSlots::take(int unit)
     if (slot >= 0) {
         _slotUnits[slot] = unit;
         _slotRefCounts[slot] = 1;
+        _unitsDirty = true;
         return slot;
     }
     _slotUnits.append(unit);
     _slotRefCounts.append(1);
+    _unitsDirty = true;
     return _slotUnits.size() - 1;
 }
 
 void SamplerSlots::release(int unit)
 {
     const int slot = unit >= 0 ? _slotUnits.indexOf(unit) : -1; // what found no unit took no slot
-    if (slot >= 0) {
-        --_slotRefCounts[slot];
+    if (slot >= 0 && --_slotRefCounts[slot] <= 0) {
+        _unitsDirty = true;
     }
 }
 
@@ -64,6 +64,7 @@ void SamplerSlots::clear()
     _slotRefCounts.clear();
     _slotUnits.reserve(kReservedSlots);
     _slotRefCounts.reserve(kReservedSlots);
+    _unitsDirty = true;
 }
 
 void SamplerSlots::dirtyMap()
@@ -83,32 +84,31 @@ void SamplerSlots::discardMap()
 
 int SamplerSlots::bindMap(const ShaderProgram *program, const void *entries, int width)
 {
-    makeEmptyTexture();
-    makeMap(width);
-    if (_mapTexture->bind() && _mapDirty) { // where no unit is free the host's texture stays as it is
-        glTexImage2D(GL_TEXTURE_2D, 0, _mapFormat.internalFormat, width, 1, 0, _mapFormat.format,
-                     _mapFormat.type, entries);
-        _mapDirty = false;
+    if (_emptySlotTexture == nullptr) {
+        makeEmptyTexture();
+    }
+    if (_mapTexture == nullptr) {
+        makeMap(width);
+    }
+    unsigned int unit;
+    if (!_mapTexture->bindToUnit(unit)) {
+        unit = _mapTexture->unit(); // which reports it
+    } else if (_mapDirty) {
+        uploadMap(entries, width);
     }
     const UniformLookup locationOf(program);
     const int map = _mapUniform.in(locationOf);
     const int units = _unitsUniform.in(locationOf);
-    glUniform1i(map, static_cast<GLint>(_mapTexture->unit()));
+    glUniform1i(map, static_cast<GLint>(unit));
     return units;
 }
 
 void SamplerSlots::uploadUnits(int location, int slotCount)
 {
-    // A sampler uniform must never point at a unit that holds a texture of another kind.
-    for (int slot = 0; slot < used(); ++slot) {
-        if (_slotRefCounts.at(slot) <= 0) {
-            _slotUnits[slot] = emptyUnit();
-        }
+    if (_unitsDirty || _gatheredUnits.size() != slotCount) {
+        gatherUnits(std::max(slotCount, 0));
     }
-    QVarLengthArray<GLint, kReservedSlots> units(std::max(slotCount, 0));
-    GLint *const rest = std::copy_n(_slotUnits.cbegin(), std::min(used(), units.size()), units.data());
-    std::fill(rest, units.end(), used() == 0 ? emptyUnit() : _slotUnits.constLast());
-    glUniform1iv(location, units.size(), units.constData());
+    glUniform1iv(location, _gatheredUnits.size(), _gatheredUnits.constData());
 }
 
 void SamplerSlots::unbind()
@@ -123,11 +123,8 @@ void SamplerSlots::unbind()
 }
 
 /// The texture of unused slots, which has no storage.
-void SamplerSlots::makeEmptyTexture()
+Q_NEVER_INLINE void SamplerSlots::makeEmptyTexture()
 {
-    if (_emptySlotTexture != nullptr) {
-        return;
-    }
     _emptySlotTexture = new Texture(nullptr);
     _emptySlotTexture->setTarget(GL_TEXTURE_2D);
     if (_emptySlotTexture->bind()) {
@@ -137,11 +134,8 @@ void SamplerSlots::makeEmptyTexture()
     }
 }
 
-void SamplerSlots::makeMap(int width)
+Q_NEVER_INLINE void SamplerSlots::makeMap(int width)
 {
-    if (_mapTexture != nullptr) {
-        return;
-    }
     _mapTexture = new Texture(GL_TEXTURE_2D, _mapFormat.internalFormat, width, 1, 0, nullptr);
     if (_mapTexture->bind()) {
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
@@ -150,6 +144,29 @@ void SamplerSlots::makeMap(int width)
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
         _mapTexture->unbind();
     }
+}
+
+/// Slots without a reference get the empty texture anew each time, whose unit is known for as long as it is bound.
+Q_NEVER_INLINE void SamplerSlots::gatherUnits(int slotCount)
+{
+    _unitsDirty = used() == 0;
+    // A sampler uniform must never point at a unit that holds a texture of another kind.
+    for (int slot = 0; slot < used(); ++slot) {
+        if (_slotRefCounts.at(slot) <= 0) {
+            _slotUnits[slot] = emptyUnit();
+            _unitsDirty = true;
+        }
+    }
+    _gatheredUnits.resize(slotCount);
+    const auto rest = std::copy_n(_slotUnits.cbegin(), std::min(used(), slotCount), _gatheredUnits.begin());
+    std::fill(rest, _gatheredUnits.end(), used() == 0 ? emptyUnit() : _slotUnits.constLast());
+}
+
+Q_NEVER_INLINE void SamplerSlots::uploadMap(const void *entries, int width)
+{
+    glTexImage2D(GL_TEXTURE_2D, 0, _mapFormat.internalFormat, width, 1, 0, _mapFormat.format, _mapFormat.type,
+                 entries);
+    _mapDirty = false;
 }
 
 /// The unit of the empty texture, which is bound at the first need.

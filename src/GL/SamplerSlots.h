@@ -60,6 +60,8 @@ public:
 private:
     void makeEmptyTexture();
     void makeMap(int width);
+    void uploadMap(const void *entries, int width);
+    void gatherUnits(int slotCount);
     int emptyUnit();
 
     const MapFormat _mapFormat;
@@ -69,6 +71,8 @@ private:
     RememberedUniform _unitsUniform{"u_ManagedTextureSlots[0]"};
     QVector<int> _slotUnits; ///< the unit in each slot
     QVector<int> _slotRefCounts;
+    QVector<int> _gatheredUnits;               ///< for all slots of the shader, as last set
+    bool _unitsDirty = true;                   ///< these are out of date
     Texture *_emptySlotTexture = nullptr;      ///< left to the context at the end
     Texture *_boundEmptySlotTexture = nullptr; ///< not null while it is bound
 };

@@ -17,9 +17,13 @@ SamplerTextureManager::~SamplerTextureManager() = default;
 
 void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
 {
-    if (tokens.isEmpty()) {
-        return;
+    if (!tokens.isEmpty()) {
+        bindAll(tokens);
     }
+}
+
+Q_NEVER_INLINE void SamplerTextureManager::bindAll(const QList<TextureToken> &tokens)
+{
     const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
     for (const TextureToken &token : copy) {
         Texture *texture = token == nullTextureToken ? nullptr : textureForToken(token);
@@ -38,6 +42,13 @@ void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
 }
 
 void SamplerTextureManager::unbind(const QVector<TextureToken> &tokens)
+{
+    if (!tokens.isEmpty()) {
+        unbindAll(tokens);
+    }
+}
+
+Q_NEVER_INLINE void SamplerTextureManager::unbindAll(const QVector<TextureToken> &tokens)
 {
     for (const TextureToken &token : tokens) {
         Texture *texture = textureForToken(token);

@@ -36,6 +36,9 @@ public:
     void textureTokenIssued(const TextureToken &token) override;
 
 private:
+    void bindAll(const QList<TextureToken> &tokens);
+    void unbindAll(const QVector<TextureToken> &tokens);
+
     QVector<int> _tokenToSlot; ///< by token
     std::unique_ptr<SamplerSlots> _slots;
 };

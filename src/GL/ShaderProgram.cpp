@@ -52,10 +52,9 @@ PFNGLGETPROGRAMRESOURCEINDEXPROC getProgramResourceIndexFunction = nullptr;
 PFNGLSHADERSTORAGEBLOCKBINDINGPROC shaderStorageBlockBindingFunction = nullptr;
 
 /// The end where there is no such block.
-QVector<unsigned int>::iterator findIn(QVector<unsigned int> &bindings, unsigned int index)
+std::vector<unsigned int>::iterator findIn(std::vector<unsigned int> &bindings, unsigned int index)
 {
-    return index < static_cast<unsigned int>(bindings.size()) ? bindings.begin() + static_cast<int>(index)
-                                                              : bindings.end();
+    return index < bindings.size() ? bindings.begin() + static_cast<std::ptrdiff_t>(index) : bindings.end();
 }
 
 template <typename Function> void lookUp(Function &function, const char *name)
@@ -543,7 +542,7 @@ void ShaderProgram::cacheUniformBlockIndices()
     for (GLuint i = 0; i < static_cast<GLuint>(uniformBlocks); ++i) {
         glGetActiveUniformBlockName(_programID, i, sizeof name, nullptr, name);
         _uniformBlockIndices.insert(QString::fromLatin1(name), i);
-        _uniformBlockBindingIndices.append(0);
+        _uniformBlockBindingIndices.push_back(0);
     }
     if (getProgramInterfaceivFunction == nullptr || getProgramResourceNameFunction == nullptr
         || getProgramResourceIndexFunction == nullptr) {
@@ -554,7 +553,7 @@ void ShaderProgram::cacheUniformBlockIndices()
     for (GLuint i = 0; i < static_cast<GLuint>(storageBlocks); ++i) {
         getProgramResourceNameFunction(_programID, GL_SHADER_STORAGE_BLOCK, i, sizeof name, nullptr, name);
         _storageBlockIndices.insert(QString::fromLatin1(name), i);
-        _storageBlockBindingIndices.append(0);
+        _storageBlockBindingIndices.push_back(0);
     }
 }
 

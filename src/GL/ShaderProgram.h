@@ -13,6 +13,8 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
+#include <vector>
+
 /// True for the GL types of sampler uniforms, multisample and integer samplers
 /// included.
 ZELGL_EXPORT bool isSamplerType(unsigned int type);
@@ -213,9 +215,9 @@ private:
     mutable QHash<QString, int> _uniformLocations; ///< never emptied
     int _uniformLocationNameID = -1;
     QHash<QString, unsigned int> _uniformBlockIndices;
-    QVector<unsigned int> _uniformBlockBindingIndices; ///< the binding point, by block index
+    std::vector<unsigned int> _uniformBlockBindingIndices; ///< the binding point, by block index
     QHash<QString, unsigned int> _storageBlockIndices;
-    QVector<unsigned int> _storageBlockBindingIndices;
+    std::vector<unsigned int> _storageBlockBindingIndices;
     GLSLMacroProcessor *_macroProcessor = nullptr; ///< borrowed
     bool _parallelShaderCompile = false;
     bool _preprocessed = false;

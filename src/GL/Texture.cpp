@@ -11,10 +11,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace Orvane { namespace Zel {
 
 namespace {
+
+constexpr unsigned int kNoUnit = NumberSet::kNone; ///< 0xFFFFFFFF
 
 /// The texture units of one context. Textures are known by their GL name.
 struct TextureContextInfo
@@ -25,7 +28,8 @@ struct TextureContextInfo
     NumberSet freeTextureUnits;
 };
 
-QHash<void *, TextureContextInfo> contextInfos;
+/// By context identity. Records are never removed, and their references stay good while others come.
+std::unordered_map<void *, TextureContextInfo> contextInfos;
 QMutex contextInfosMutex; ///< guards the table, not its records
 
 void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
@@ -41,23 +45,23 @@ void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
     contextInfo.freeTextureUnits.fill(units);
 }
 
-/// A thread's last answer. Using a record needs no lock: only the context's own thread does, and the nodes of a QHash
-/// stay where they are and are never removed. So the answer holds as long as the context does.
+/// A thread's last answer, which holds as long as its context does: only that thread uses the context's record.
 struct LastInfo
 {
     void *context;
     TextureContextInfo *info;
 };
-thread_local LastInfo lastInfo [[gnu::tls_model("initial-exec")]] = {};
+constexpr LastInfo kNoInfo = {&contextInfos, nullptr}; // no context lies there
+thread_local LastInfo lastInfo [[gnu::tls_model("initial-exec")]] = kNoInfo;
 
 /// Makes the record at the first question.
 Q_NEVER_INLINE TextureContextInfo &findContextInfo(void *context)
 {
     const QMutexLocker locker(&contextInfosMutex);
-    const bool known = contextInfos.contains(context);
-    TextureContextInfo &contextInfo = contextInfos[context];
+    const auto [record, isNew] = contextInfos.emplace(context, TextureContextInfo());
+    TextureContextInfo &contextInfo = record->second;
     lastInfo = {context, &contextInfo};
-    if (!known) {
+    if (isNew) {
         initializeFreeTextureUnits(contextInfo, context);
     }
     return contextInfo;
@@ -66,8 +70,7 @@ Q_NEVER_INLINE TextureContextInfo &findContextInfo(void *context)
 inline TextureContextInfo &currentContextInfo()
 {
     void *const context = GLContextTracker::currentContext();
-    return lastInfo.info != nullptr && lastInfo.context == context ? *lastInfo.info
-                                                                   : findContextInfo(context);
+    return lastInfo.context == context ? *lastInfo.info : findContextInfo(context);
 }
 
 int maxLevelOf(int width, int height)
@@ -91,8 +94,8 @@ int Texture::NumAlive()
 
 bool Texture::isTextureUnitFree(unsigned int unit)
 {
-    const auto contextInfo = contextInfos.constFind(GLContextTracker::currentContext());
-    return contextInfo != contextInfos.constEnd() && contextInfo->freeTextureUnits.contains(unit);
+    const auto record = contextInfos.find(GLContextTracker::currentContext());
+    return record != contextInfos.end() && record->second.freeTextureUnits.contains(unit);
 }
 
 Texture::Texture(QObject *parent)
@@ -241,19 +244,26 @@ void Texture::setReadOnly()
 
 bool Texture::bind()
 {
+    unsigned int unit;
+    return bindToUnit(unit);
+}
+
+inline bool Texture::bindToUnit(unsigned int &unit)
+{
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texture is NULL on bind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on bind");
     TextureContextInfo &contextInfo = currentContextInfo();
 
-    const int place = contextInfo.textureToUnitMaps.place(_textureID);
+    const auto place = contextInfo.textureToUnitMaps.place(_textureID);
     if (place >= 0) {
-        glActiveTexture(GL_TEXTURE0 + contextInfo.textureToUnitMaps.at(place)); // it still holds the texture
+        unit = contextInfo.textureToUnitMaps.at(place);
+        glActiveTexture(GL_TEXTURE0 + unit); // it still holds the texture
         ++contextInfo.boundTextureCounts.at(place);
         return true;
     }
 
-    const unsigned int unit = contextInfo.freeTextureUnits.highest();
-    if (unit == NumberSet::kNone) {
+    unit = contextInfo.freeTextureUnits.highest();
+    if (unit == kNoUnit) {
         ZEL_LOG_WARNING("There is no available texture units");
         return false;
     }
@@ -270,7 +280,7 @@ bool Texture::unbind()
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
     TextureContextInfo &contextInfo = currentContextInfo();
-    const int place = contextInfo.textureToUnitMaps.place(_textureID);
+    const auto place = contextInfo.textureToUnitMaps.place(_textureID);
     if (!contextInfo.boundTextureCounts.contains(_textureID, place)) { // asked once where all is well
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
                           "Texture has not been bound on unbind");
@@ -299,11 +309,10 @@ bool Texture::isBound() const
 
 unsigned int Texture::unit() const
 {
-    constexpr unsigned int kNoUnit = 0xFFFFFFFFu;
     ZEL_ASSERT_RETURN(0u != this->_textureID, kNoUnit, "Texutre is NULL on unit()");
     ZEL_ASSERT_RETURN(0u != this->_target, kNoUnit, "Texture Target is not set on unit()");
     const TextureContextInfo &contextInfo = currentContextInfo();
-    const int place = contextInfo.textureToUnitMaps.place(_textureID);
+    const auto place = contextInfo.textureToUnitMaps.place(_textureID);
     if (!contextInfo.boundTextureCounts.contains(_textureID, place)) {
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), kNoUnit,
                           "Texture has not been bound on unit()");

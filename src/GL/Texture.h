@@ -96,6 +96,11 @@ public:
     int dimensionLevelSize(int size, int level);
 
 private:
+    friend class SamplerSlots; ///< asks for the unit with each bind
+
+    /// bind(), and where it worked unit().
+    bool bindToUnit(unsigned int &unit);
+
     void setFiltersNearest() const;
 
     static int _numAlive;

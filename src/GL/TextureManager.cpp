@@ -18,6 +18,8 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
+const QList<TextureToken> kNoTokens;
+
 TextureManager *instance = nullptr; ///< never deleted here
 
 QString lastComponent(const QString &path)
@@ -27,6 +29,11 @@ QString lastComponent(const QString &path)
         separator = path.lastIndexOf(QLatin1Char('\\'));
     }
     return path.mid(separator + 1);
+}
+
+Q_NEVER_INLINE void bindAsList(TextureManager &manager, const QVector<TextureToken> &tokens)
+{
+    manager.bind(tokens.toList());
 }
 
 } // namespace
@@ -169,7 +176,11 @@ void TextureManager::deleteTexture(Texture *texture)
 
 void TextureManager::bind(const QVector<TextureToken> &tokens)
 {
-    bind(tokens.isEmpty() ? QList<TextureToken>() : tokens.toList());
+    if (tokens.isEmpty()) {
+        bind(kNoTokens);
+    } else {
+        bindAsList(*this, tokens);
+    }
 }
 
 void TextureManager::bind(const QSet<TextureToken> &tokens)

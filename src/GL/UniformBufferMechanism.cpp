@@ -100,24 +100,36 @@ void UniformBufferMechanism::uploadDataToBuffer(QSharedPointer<BufferObject> buf
 
 const QSharedPointer<BufferObject> &UniformBufferMechanism::bufferOf(InstanceDataCollection *collection) const
 {
+    return collection != nullptr && !collection->_uniformBufferObject.isNull()
+               ? collection->_uniformBufferObject->bufferObject()
+               : newBufferOf(collection);
+}
+
+Q_NEVER_INLINE const QSharedPointer<BufferObject> &
+UniformBufferMechanism::newBufferOf(InstanceDataCollection *collection) const
+{
     static const QSharedPointer<BufferObject> kNone;
-    if (collection == nullptr) {
-        return kNone;
-    }
-    if (collection->_uniformBufferObject.isNull()) {
+    if (collection != nullptr) {
         collection->getUniformBufferObject(_boTarget);
     }
-    return collection->_uniformBufferObject.isNull() ? kNone
-                                                     : collection->_uniformBufferObject->bufferObject();
+    return collection == nullptr || collection->_uniformBufferObject.isNull()
+               ? kNone
+               : collection->_uniformBufferObject->bufferObject();
 }
 
 void UniformBufferMechanism::uploadIfDirty(const QSharedPointer<BufferObject> &buffer,
                                            InstanceDataCollection *collection)
 {
     if (collection->_dirty) {
-        uploadDataToBuffer(buffer, collection->_data, collection);
-        collection->clearDirtyStatus();
+        upload(buffer, collection);
     }
+}
+
+Q_NEVER_INLINE void UniformBufferMechanism::upload(const QSharedPointer<BufferObject> &buffer,
+                                                   InstanceDataCollection *collection)
+{
+    uploadDataToBuffer(buffer, collection->_data, collection);
+    collection->clearDirtyStatus();
 }
 
 QString UniformBufferMechanism::structMembers(const QList<DataType> &types,

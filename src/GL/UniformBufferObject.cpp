@@ -57,7 +57,7 @@ UBOContextData::UBOContextData(unsigned int target)
           reinterpret_cast<PFNGLBINDBUFFERSBASEPROC>(getGLProcAddress("glBindBuffersBase", false)))
 {
     _availableBindings.fill(_maxBindings);
-    // Each buffer in use holds a point.
+    // Each buffer in use holds a point: that is room for all.
     _uniformBufferObjectToUniformBlockBindingMaps.reserve(_maxBindings);
     _boundUniformBufferObjectCounts.reserve(_maxBindings);
     if (target == GL_SHADER_STORAGE_BUFFER) {
@@ -104,8 +104,9 @@ struct LastRow
     void *context;
     UBOContextData *row;
 };
-thread_local LastRow lastUniformRow [[gnu::tls_model("initial-exec")]] = {};
-thread_local LastRow lastStorageRow [[gnu::tls_model("initial-exec")]] = {};
+constexpr LastRow kNoRow = {&uniformRows, nullptr}; // no context lies there
+thread_local LastRow lastUniformRow [[gnu::tls_model("initial-exec")]] = kNoRow;
+thread_local LastRow lastStorageRow [[gnu::tls_model("initial-exec")]] = kNoRow;
 
 /// Makes the row at the first question.
 Q_NEVER_INLINE UBOContextData &findRow(unsigned int target, void *context)
@@ -125,7 +126,7 @@ inline UBOContextData &contextData(unsigned int target)
     }
     void *const context = GLContextTracker::currentContext();
     const LastRow &last = target == GL_SHADER_STORAGE_BUFFER ? lastStorageRow : lastUniformRow;
-    return last.row != nullptr && last.context == context ? *last.row : findRow(target, context);
+    return last.context == context ? *last.row : findRow(target, context);
 }
 
 } // namespace
@@ -188,6 +189,26 @@ bool UniformBufferObject::unbind()
     return unbind(program);
 }
 
+/// The block's index as GL's signed answer: -1 when the program is null or lacks the block.
+inline int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigned int target)
+{
+    if (program == nullptr) {
+        return -1;
+    }
+    // The copy shares its data with the program's table for as long as that does not change.
+    const QHash<QString, unsigned int> &indices =
+        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
+    return indices.isSharedWith(_knownIndices) ? _knownIndex : findBlockIndex(program, target);
+}
+
+Q_NEVER_INLINE int UniformBufferObject::findBlockIndex(const ShaderProgram *program, unsigned int target)
+{
+    _knownIndices =
+        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
+    _knownIndex = int(program->getTypeBlockIndex(target, _blockName));
+    return _knownIndex;
+}
+
 bool UniformBufferObject::bind(ShaderProgram *program)
 {
     ZEL_ASSERT_RETURN(!this->_bufferObject.isNull(), false, "m_bufferObject is NULL on bind()");
@@ -198,7 +219,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
 
     auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
     auto &counts = uboContextData._boundUniformBufferObjectCounts;
-    const int held = bindings.place(bufferObjectID);
+    const auto held = bindings.place(bufferObjectID);
     if (held >= 0) {
         if (index >= 0) {
             program->setTypeBlockBinding(target, unsigned(index), bindings.at(held));
@@ -245,7 +266,7 @@ bool UniformBufferObject::unbind(ShaderProgram *)
     const unsigned int bufferObjectID = _bufferObject->getBO();
     auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
     auto &counts = uboContextData._boundUniformBufferObjectCounts;
-    const int held = bindings.place(bufferObjectID);
+    const auto held = bindings.place(bufferObjectID);
     if (held < 0) {
         return true;
     }
@@ -292,22 +313,6 @@ quint64 UniformBufferObject::memoryEstimateCPU() const
 quint64 UniformBufferObject::memoryEstimateGPU() const
 {
     return _bufferObject.isNull() ? 0 : _bufferObject->memoryEstimateGPU();
-}
-
-/// The block's index as GL's signed answer: -1 when the program is null or lacks the block.
-int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigned int target)
-{
-    if (program == nullptr) {
-        return -1;
-    }
-    // The copy shares its data with the program's table for as long as that does not change.
-    const QHash<QString, unsigned int> &indices =
-        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
-    if (!indices.isSharedWith(_knownIndices)) {
-        _knownIndices = indices;
-        _knownIndex = int(program->getTypeBlockIndex(target, _blockName));
-    }
-    return _knownIndex;
 }
 
 }} // namespace Orvane::Zel

@@ -64,6 +64,7 @@ public:
 
 private:
     int blockIndex(const ShaderProgram *program, unsigned int target);
+    int findBlockIndex(const ShaderProgram *program, unsigned int target);
 
     static int _numAlive;
 

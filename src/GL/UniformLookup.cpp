@@ -29,10 +29,14 @@ int RememberedUniform::in(const UniformLookup &locationOf)
     if (program == nullptr) {
         return locationOf(_name);
     }
-    if (_locations.isEmpty() || !program->_uniformLocations.isSharedWith(_locations)) {
-        _location = locationOf(_name);
-        _locations = program->_uniformLocations;
-    }
+    const bool isKnown = !_locations.isEmpty() && program->_uniformLocations.isSharedWith(_locations);
+    return isKnown ? _location : lookUp(locationOf);
+}
+
+Q_NEVER_INLINE int RememberedUniform::lookUp(const UniformLookup &locationOf)
+{
+    _location = locationOf(_name);
+    _locations = locationOf.program()->_uniformLocations;
     return _location;
 }
 

@@ -57,6 +57,8 @@ public:
     int in(const UniformLookup &locationOf);
 
 private:
+    int lookUp(const UniformLookup &locationOf);
+
     UniformName _name;
     QHash<QString, int> _locations; ///< the program's; shared, while it knows no more names than at that time
     int _location = -1;

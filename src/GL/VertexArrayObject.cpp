@@ -307,9 +307,11 @@ bool VertexArrayObject::enableShaderProgramArrays(const ShaderProgram *program)
     }
     const QHash<QString, int> &locations = program->getVertexAttributeNameLocationMap();
     // The copy below shares its data with the program's table for as long as that does not change.
-    if (_vaoBound && locations.isSharedWith(_enabledLocations)) {
-        return true;
-    }
+    return (_vaoBound && locations.isSharedWith(_enabledLocations)) || enableArraysAt(locations);
+}
+
+Q_NEVER_INLINE bool VertexArrayObject::enableArraysAt(const QHash<QString, int> &locations)
+{
     for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
         if (!enableArray(location.key(), location.value())) {
             return false;

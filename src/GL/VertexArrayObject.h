@@ -116,6 +116,7 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
+    bool enableArraysAt(const QHash<QString, int> &locations);
     void setEnabledName(int attributeIndex, const QString &name);
     bool holdsNames(const QHash<QString, int> &locations) const;
     void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
