@@ -595,7 +595,7 @@ int GPUModel::add(DrawBuffers *drawBuffers, int materialNumber, InstanceDataColl
     const int commands = commandCount(drawable);
     drawable.transformRefs.fill(kInvalidTransformRef, commands);
     drawable.boundingBoxRefs.fill(kInvalidBoundingBoxRef, commands);
-    drawable.culled.fill(false, commands);
+    setMarkCount(drawable, commands);
     _boundsDirty = true;
     _flagsDirty = _flagsDirty || (!_drawables.isEmpty() && _drawables.constLast().flags > flags);
     return append(drawable, materialNumber);
@@ -634,16 +634,12 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
     _boxedCommandsDirty = true;
     changed->transformRefs.resize(commands);
     changed->boundingBoxRefs.resize(commands);
-    changed->culled.resize(commands);
+    setMarkCount(*changed, commands);
     for (int i = oldCommands; i < commands; ++i) {
         changed->transformRefs[i] = kInvalidTransformRef;
         changed->boundingBoxRefs[i] = kInvalidBoundingBoxRef;
-        changed->culled[i] = false;
     }
     noteOnlyTransform(_instanceToDrawable.at(instance));
-    if (commands < oldCommands) {
-        changed->culledCount = changed->culled.count(true);
-    }
     _boundsDirty = true;
 }
 
@@ -1086,7 +1082,7 @@ const GPUModel::BoundingBox &GPUModel::sceneBounds()
     for (const Drawable &drawable : qAsConst(_drawables)) {
         for (int command = 0; command < drawable.culled.size(); ++command) {
             const int ref = drawable.boundingBoxRefs.at(command);
-            if (drawable.culled.at(command) || !isValidBoundingBox(ref)) {
+            if (isCulled(drawable, command) || !isValidBoundingBox(ref)) {
                 continue;
             }
             const BoundingBox &box = _boundingBoxes.at(ref);
@@ -1155,11 +1151,9 @@ int GPUModel::visibilityCull()
             cullAll(drawable);
             continue;
         }
-        bool *culled = drawable.culled.data();
         for (int command = 0; command < drawable.culled.size(); ++command) {
-            if (!culled[command] && isCommandHidden(drawable, command)) {
-                culled[command] = true;
-                ++drawable.culledCount;
+            if (!isCulled(drawable, command) && isCommandHidden(drawable, command)) {
+                cull(drawable, command);
                 ++newlyCulled;
             }
         }
@@ -1177,9 +1171,8 @@ int GPUModel::frustumCull(const QMatrix4x4 &viewProjection)
             continue;
         }
         Drawable &drawable = _drawables[_instanceToDrawable.at(boxed.instance)];
-        if (!drawable.culled.at(boxed.drawCommand)) {
-            drawable.culled[boxed.drawCommand] = true;
-            ++drawable.culledCount;
+        if (!isCulled(drawable, boxed.drawCommand)) {
+            cull(drawable, boxed.drawCommand);
             ++newlyCulled;
         }
     }
@@ -1194,7 +1187,9 @@ void GPUModel::resetCulling()
     }
     for (Drawable &drawable : _drawables) {
         if (drawable.culledCount != 0) {
-            drawable.culled.fill(false);
+            if (drawable.culled.size() != 1) {
+                drawable.culled.fill(false);
+            }
             drawable.culledCount = 0;
         }
     }
@@ -1430,9 +1425,37 @@ int GPUModel::commandCount(const Drawable &drawable)
     return drawable.drawBuffers != nullptr ? drawable.drawBuffers->numDrawCommands() : 0;
 }
 
+/// Keeps the marks of the commands that there were before. Drawables with one command share the vector of its mark, which
+/// is never set, so that culling need not fetch one for each.
+void GPUModel::setMarkCount(Drawable &drawable, int commands)
+{
+    static const QVector<bool> kOneMark(1, false);
+    QVector<bool> marks(commands, false);
+    for (int command = 0; command < std::min(commands, drawable.culled.size()); ++command) {
+        marks[command] = isCulled(drawable, command);
+    }
+    drawable.culledCount = marks.count(true);
+    drawable.culled = commands == 1 ? kOneMark : marks;
+}
+
+inline bool GPUModel::isCulled(const Drawable &drawable, int command)
+{
+    return drawable.culled.size() == 1 ? drawable.culledCount != 0 : drawable.culled.at(command);
+}
+
+inline void GPUModel::cull(Drawable &drawable, int command)
+{
+    if (drawable.culled.size() != 1) {
+        drawable.culled[command] = true;
+    }
+    ++drawable.culledCount;
+}
+
 void GPUModel::cullAll(Drawable &drawable)
 {
-    drawable.culled.fill(true);
+    if (drawable.culled.size() != 1) {
+        drawable.culled.fill(true);
+    }
     drawable.culledCount = drawable.culled.size();
 }
 
@@ -1652,7 +1675,7 @@ void GPUModel::chooseCommands(const Drawable &drawable, int commands, WindingTyp
     commands = std::min(commands, drawable.culled.size());
     for (int command = 0; command < commands; ++command) {
         const int transform = drawable.transformRefs.at(command);
-        if (!drawable.culled.at(command) && transforms.isVisible(transform)) {
+        if (!isCulled(drawable, command) && transforms.isVisible(transform)) {
             (transforms.isOfWinding(transform, winding) ? _chosenCommands : _otherCommands).append(command);
         }
     }

@@ -84,7 +84,7 @@ public:
         int instance = 0; ///< the number at creation; sorting keeps it
         QVector<int> transformRefs;
         QVector<int> boundingBoxRefs;
-        QVector<bool> culled;
+        QVector<bool> culled; ///< of several commands; of one the count alone says it
         int culledCount = 0;
     };
 
@@ -331,6 +331,9 @@ private:
     static bool flagsLessThan(const Drawable &a, const Drawable &b);
     static bool distanceCompare(const DistanceSort &a, const DistanceSort &b);
     static int commandCount(const Drawable &drawable);
+    static void setMarkCount(Drawable &drawable, int commands);
+    static bool isCulled(const Drawable &drawable, int command);
+    static void cull(Drawable &drawable, int command);
     static void cullAll(Drawable &drawable);
 
     Drawable *drawable(int instance);
