@@ -1148,7 +1148,7 @@ int GPUModel::visibilityCull()
     for (Drawable &drawable : _drawables) {
         if ((drawable.flags & kFlagHidden) != 0) {
             newlyCulled += drawable.culled.size() - drawable.culledCount;
-            cullAll(drawable);
+            markAll(drawable, true);
             continue;
         }
         for (int command = 0; command < drawable.culled.size(); ++command) {
@@ -1187,10 +1187,7 @@ void GPUModel::resetCulling()
     }
     for (Drawable &drawable : _drawables) {
         if (drawable.culledCount != 0) {
-            if (drawable.culled.size() != 1) {
-                drawable.culled.fill(false);
-            }
-            drawable.culledCount = 0;
+            markAll(drawable, false);
         }
     }
     _boundsDirty = true;
@@ -1451,12 +1448,13 @@ inline void GPUModel::cull(Drawable &drawable, int command)
     ++drawable.culledCount;
 }
 
-void GPUModel::cullAll(Drawable &drawable)
+inline void GPUModel::markAll(Drawable &drawable, bool culled)
 {
-    if (drawable.culled.size() != 1) {
-        drawable.culled.fill(true);
+    const int commands = drawable.culled.size();
+    if (commands != 1) {
+        drawable.culled.fill(culled);
     }
-    drawable.culledCount = drawable.culled.size();
+    drawable.culledCount = culled ? commands : 0;
 }
 
 GPUModel::Drawable *GPUModel::drawable(int instance)

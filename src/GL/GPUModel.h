@@ -334,7 +334,7 @@ private:
     static void setMarkCount(Drawable &drawable, int commands);
     static bool isCulled(const Drawable &drawable, int command);
     static void cull(Drawable &drawable, int command);
-    static void cullAll(Drawable &drawable);
+    static void markAll(Drawable &drawable, bool culled);
 
     Drawable *drawable(int instance);
     const Drawable *drawable(int instance) const;

@@ -36,6 +36,7 @@ public:
     void textureTokenIssued(const TextureToken &token) override;
 
 private:
+    // Apart, since most draws have no tokens.
     void bindAll(const QList<TextureToken> &tokens);
     void unbindAll(const QVector<TextureToken> &tokens);
 

@@ -60,8 +60,8 @@ ZELGL_EXPORT Texture *LoadTextureFromQImageFile(const QString &path, const Textu
 
 /// A mipmapped, clamped texture of an image whose rows are in GL's order: 32-bit
 /// pixels in the byte order of QImage::Format_ARGB32, or, with \a asRG16F, two half
-/// floats a pixel. No more than four levels below the base are used. Null for an image that
-/// holds fewer bytes than that, and where no texture unit is free.
+/// floats a pixel. No more than four levels below the base are used. Null for an
+/// image that holds fewer bytes than that, and where no texture unit is free.
 ZELGL_EXPORT Texture *QImageToTexture(const QImage &image, bool asRG16F, const TextureFileInfo &info);
 
 /// One texel of a colour, made as an image is: linear filters, clamped, mipmapped.
