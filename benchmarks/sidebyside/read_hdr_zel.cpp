@@ -4,7 +4,7 @@
 // "FILE:load", takes the file from the page cache into a texture of half floats, allocation, upload and the
 // driver's work included.
 
-#include "../../src/GL/HDRScanlines.h"
+#include "../../src/GL/private/HDRScanlines.h"
 #include "OffscreenStage.h"
 #include "SideBySide.h"
 

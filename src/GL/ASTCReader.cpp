@@ -3,7 +3,7 @@
 #include "GLUtilities.h"
 #include "Texture.h"
 #include "TextureProcessing.h"
-#include "TextureUpload.h"
+#include "private/TextureUpload.h"
 
 #include <ZelCore/Memory.h>
 

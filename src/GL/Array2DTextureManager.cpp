@@ -1,12 +1,12 @@
 #include "Array2DTextureManager.h"
 
 #include "AutoBinder.h"
-#include "BindlessFunctions.h"
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "Texture.h"
-#include "TokenSet.h"
-#include "UniformLookup.h"
+#include "private/BindlessFunctions.h"
+#include "private/TokenSet.h"
+#include "private/UniformLookup.h"
 
 #include <algorithm>
 #include <limits>

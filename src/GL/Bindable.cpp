@@ -1,6 +1,6 @@
 #include "Bindable.h"
 
-#include "ObjectMemory.h"
+#include "private/ObjectMemory.h"
 
 namespace Orvane { namespace Zel {
 

@@ -1,11 +1,11 @@
 #include "BindlessTextureManager.h"
 
-#include "BindlessFunctions.h"
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
-#include "SamplerSlots.h"
 #include "Texture.h"
 #include "TextureIO.h"
+#include "private/BindlessFunctions.h"
+#include "private/SamplerSlots.h"
 
 namespace Orvane { namespace Zel {
 

@@ -2,7 +2,7 @@
 
 #include "GLUtilities.h"
 #include "Texture.h"
-#include "TextureManager.h"
+#include "private/SharedTexturePool.h"
 
 namespace Orvane { namespace Zel {
 
@@ -273,7 +273,7 @@ Texture *FramebufferObject::detachAndRelease(unsigned int attachmentPoint)
         return nullptr;
     }
     Texture *texture = detach(attachmentPoint);
-    TextureManager::Instance()->releaseTempTextureRef(texture, 1);
+    releaseToSharedPool(texture);
     return texture;
 }
 

@@ -1,6 +1,6 @@
 #include "GLContextTracker.h"
 
-#include "ContextHold.h"
+#include "private/ContextHold.h"
 
 #include <QtGui/QOpenGLContext>
 

@@ -1,9 +1,8 @@
 #include "GLSLMacroProcessor.h"
 
-#include "InstanceDataPlan.h"
-#include "InstanceDataRegistry.h"
 #include "Reporting.h"
-#include "ShaderText.h"
+#include "private/InstanceDataText.h"
+#include "private/ShaderText.h"
 
 #include <ZelCore/Resources.h>
 
@@ -22,17 +21,6 @@ const QLatin1String kVersion("#version");
 bool isLineEnd(QChar c)
 {
     return c == QLatin1Char('\n') || c == QLatin1Char('\r');
-}
-
-/// The declarations of a plan; false for an unknown name.
-bool findPlanDeclarations(const QString &name, QString &text)
-{
-    const InstanceDataPlan *plan = InstanceDataRegistry::Instance()->getPlan(name);
-    if (plan == nullptr) {
-        return false;
-    }
-    text = plan->glslh();
-    return true;
 }
 
 /// The text of an include, from the first folder that has the file; false after
@@ -138,7 +126,7 @@ private:
             if (!_instanceData.exactMatch(line)) {
                 return false;
             }
-            if (findPlanDeclarations(_instanceData.cap(1), text)) {
+            if (instanceDataText(_instanceData.cap(1), text)) {
                 expandReplacement(text);
             }
             return true;
@@ -254,7 +242,7 @@ void GLSLMacroProcessor::processLineMaterial(QString &line, QRegExp &regExp, GLS
 {
     QString text;
     if (line.startsWith(kInstanceData) && regExp.indexIn(line) >= 0
-        && findPlanDeclarations(regExp.cap(1), text)) {
+        && instanceDataText(regExp.cap(1), text)) {
         line = process(text, processor);
     }
 }

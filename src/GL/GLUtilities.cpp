@@ -1,10 +1,7 @@
 #include "GLUtilities.h"
 
-#include "ASTCReader.h"
 #include "GLContextTracker.h"
-#include "HDRReader.h"
-#include "KTXReader.h"
-#include "TextureIO.h"
+#include "private/BuiltinRecognisers.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
@@ -185,15 +182,6 @@ const FormatRow &formatRow(GLenum internalFormat)
     return row != std::end(kFormats) && row->internalFormat == internalFormat ? *row : unknown;
 }
 
-/// In this order they are asked about data without a known suffix.
-void registerTextureRecognisers()
-{
-    using namespace Orvane::Zel;
-    RegisterTextureRecogniser(new HDRRecogniser, QStringLiteral("hdr"));
-    RegisterTextureRecogniser(new KTXRecogniser, QStringLiteral("ktx"));
-    RegisterTextureRecogniser(new ASTCRecogniser, QStringLiteral("astc"));
-}
-
 } // namespace
 
 bool initializeGLFunctions()
@@ -210,7 +198,8 @@ bool initializeGLFunctions()
         ZEL_LOG_CRITICAL("Failed to initialize OpenGL '%s'", version != nullptr ? version : "");
         initialized = false;
     }
-    registerTextureRecognisers(); // after a failure too: the next try registers them a second time
+    Orvane::Zel::
+        registerBuiltinRecognisers(); // after a failure too: the next try registers them a second time
     return initialized;
 }
 

@@ -2,7 +2,6 @@
 
 #include "Array2DTextureManager.h"
 #include "BindlessTextureManager.h"
-#include "ContextHold.h"
 #include "DrawBuffers.h"
 #include "GLUtilities.h"
 #include "InstanceDataCollection.h"
@@ -10,6 +9,7 @@
 #include "SamplerTextureManager.h"
 #include "ShaderProgram.h"
 #include "VertexArrayObject.h"
+#include "private/ContextHold.h"
 
 #include <QtCore/QSet>
 

@@ -1,10 +1,10 @@
 #include "HDRReader.h"
 
 #include "GLUtilities.h"
-#include "HDRScanlines.h"
 #include "Texture.h"
 #include "TextureProcessing.h"
-#include "TextureUpload.h"
+#include "private/HDRScanlines.h"
+#include "private/TextureUpload.h"
 
 #include <ZelCore/Memory.h>
 

@@ -2,6 +2,7 @@
 
 #include "InstanceDataPlan.h"
 #include "Reporting.h"
+#include "private/InstanceDataText.h"
 
 namespace Orvane { namespace Zel {
 
@@ -40,6 +41,16 @@ void InstanceDataRegistry::clear()
 {
     qDeleteAll(_plans);
     _plans.clear();
+}
+
+bool instanceDataText(const QString &planName, QString &text)
+{
+    const InstanceDataPlan *plan = InstanceDataRegistry::Instance()->getPlan(planName);
+    if (plan == nullptr) {
+        return false;
+    }
+    text = plan->glslh();
+    return true;
 }
 
 }} // namespace Orvane::Zel

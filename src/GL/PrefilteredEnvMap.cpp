@@ -5,10 +5,10 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "OpenGLDeviceContext.h"
-#include "SavedViewport.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
+#include "private/SavedViewport.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "Reporting.h"
 
-#include "ContextHold.h"
+#include "private/ContextHold.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QMessageLogger>

@@ -2,8 +2,8 @@
 
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
-#include "SamplerSlots.h"
 #include "Texture.h"
+#include "private/SamplerSlots.h"
 
 namespace Orvane { namespace Zel {
 

@@ -2,7 +2,7 @@
 
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
-#include "ShaderText.h"
+#include "private/ShaderText.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTextStream>

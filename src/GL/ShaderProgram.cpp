@@ -3,7 +3,7 @@
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
 #include "Shader.h"
-#include "ShaderText.h"
+#include "private/ShaderText.h"
 
 #include <ZelCore/Resources.h>
 

@@ -2,8 +2,8 @@
 
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
-#include "NameTable.h"
-#include "NumberSet.h"
+#include "private/NameTable.h"
+#include "private/NumberSet.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMutex>

@@ -1,13 +1,17 @@
 #include "TextureIO.h"
 
+#include "ASTCReader.h"
 #include "AutoBinder.h"
-#include "ContextHold.h"
 #include "GLUtilities.h"
+#include "HDRReader.h"
+#include "KTXReader.h"
 #include "Texture.h"
 #include "TextureLoader.h"
 #include "TextureProcessing.h"
 #include "TextureRecogniser.h"
-#include "TextureUpload.h"
+#include "private/BuiltinRecognisers.h"
+#include "private/ContextHold.h"
+#include "private/TextureUpload.h"
 
 #include <ZelCore/MemoryMappedFile.h>
 #include <ZelCore/RawMemory.h>
@@ -133,6 +137,13 @@ void RegisterTextureRecogniser(TextureRecogniser *recogniser, const QString &ext
 void DeleteAllRegisteredTextureRecognisers()
 {
     recognisers.clear(); // the suffixes stay; those whose recogniser is gone are passed over
+}
+
+void registerBuiltinRecognisers()
+{
+    RegisterTextureRecogniser(new HDRRecogniser, QStringLiteral("hdr"));
+    RegisterTextureRecogniser(new KTXRecogniser, QStringLiteral("ktx"));
+    RegisterTextureRecogniser(new ASTCRecogniser, QStringLiteral("astc"));
 }
 
 TextureLoader *IdentifyTextureFromFile(const QString &path)

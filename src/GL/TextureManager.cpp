@@ -7,7 +7,8 @@
 #include "Texture.h"
 #include "TextureIO.h"
 #include "TexturePool.h"
-#include "TokenSet.h"
+#include "private/SharedTexturePool.h"
+#include "private/TokenSet.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -420,6 +421,11 @@ void TextureManager::dropTexture(const TextureToken &token)
     if (texture != nullptr && texture->isManaged()) {
         delete texture;
     }
+}
+
+void releaseToSharedPool(Texture *texture)
+{
+    TextureManager::Instance()->releaseTempTextureRef(texture, 1);
 }
 
 }} // namespace Orvane::Zel

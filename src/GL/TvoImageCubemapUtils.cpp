@@ -7,10 +7,10 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "OpenGLDeviceContext.h"
-#include "SavedViewport.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
+#include "private/SavedViewport.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>

@@ -3,9 +3,9 @@
 #include "BufferObject.h"
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
-#include "NameTable.h"
-#include "NumberSet.h"
 #include "ShaderProgram.h"
+#include "private/NameTable.h"
+#include "private/NumberSet.h"
 
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>

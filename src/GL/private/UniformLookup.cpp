@@ -1,7 +1,7 @@
 #include "UniformLookup.h"
 
-#include "GLUtilities.h"
-#include "ShaderProgram.h"
+#include "../GLUtilities.h"
+#include "../ShaderProgram.h"
 
 namespace Orvane { namespace Zel {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GLUtilities.h"
+#include "../GLUtilities.h"
 
 namespace Orvane { namespace Zel {
 

@@ -5,7 +5,7 @@
 /// text processor, the stage and the program share; not part of the library's
 /// surface.
 
-#include "GLLoader.h"
+#include "../GLLoader.h"
 
 #include <QtCore/QString>
 

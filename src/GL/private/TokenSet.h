@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TextureToken.h"
+#include "../TextureToken.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>

@@ -1,7 +1,7 @@
 #include "SamplerSlots.h"
 
-#include "GLUtilities.h"
-#include "Texture.h"
+#include "../GLUtilities.h"
+#include "../Texture.h"
 
 #include <algorithm>
 

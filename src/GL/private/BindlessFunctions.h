@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GLLoader.h"
+#include "../GLLoader.h"
 
 #include <QtCore/QtGlobal>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TextureToken.h"
+#include "../TextureToken.h"
 #include "UniformLookup.h"
 
 #include <QtCore/QVector>

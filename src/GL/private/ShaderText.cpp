@@ -1,6 +1,6 @@
 #include "ShaderText.h"
 
-#include "Reporting.h"
+#include "../Reporting.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>

@@ -1,7 +1,7 @@
 #include "BindlessFunctions.h"
 
-#include "GLUtilities.h"
-#include "Texture.h"
+#include "../GLUtilities.h"
+#include "../Texture.h"
 
 namespace Orvane { namespace Zel {
 

@@ -1,6 +1,6 @@
 #include "TextureUpload.h"
 
-#include "GLUtilities.h"
+#include "../GLUtilities.h"
 
 #include <algorithm>
 #include <limits>
