@@ -385,8 +385,9 @@ TEST_P(TextureManagerPicturesTest, WhatCannotBeLoadedIsWhite)
     EXPECT_EQ(1, warnings().size());
     const QVector4D translucent = drawn(manager->tokenForColor(QColor(255, 51, 0, 102)), kSample);
     EXPECT_TRUE(Pixels(1, 1, translucent).isNear(0, 0, QVector4D(1.0f, 0.2f, 0.0f, 0.4f), kHalfByte));
-    EXPECT_EQ(kWhite, drawn(manager->tokenForImage(write(QByteArray("no image"), "png"), TextureFileInfo()),
-                            kSample));
+    const TextureToken red = manager->tokenForColor(QColor(Qt::red)); // not white in the first slot
+    const TextureToken unreadable = manager->tokenForImage(write("no image", "png"), TextureFileInfo());
+    EXPECT_EQ(kWhite, drawBound({red, unreadable}, unreadable, 1, 1).at(0, 0));
     EXPECT_FALSE(warnings().isEmpty()); // one for every attempt to load it
 }
 
