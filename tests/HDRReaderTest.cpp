@@ -176,6 +176,11 @@ TEST_F(HDRReaderTest, AWrongWidthIsToldForAllRowsBehindItWhichStayBlack)
     expected.insert(expected.end(), top.begin(), top.end());
     EXPECT_EQ(expected, uploaded(file.bytes()));
     EXPECT_MESSAGES(kBadWidth, kBadWidth);
+
+    HdrFile small(64, 64); // one report, since the file cannot hold the other lines either
+    small.scanlines = QByteArray("\2\2\0\4", 4);
+    EXPECT_EQ(nullptr, Reader(small.bytes()).load(TextureFileInfo()));
+    EXPECT_MESSAGES(kBadWidth, kFailure);
 }
 
 TEST_F(HDRReaderTest, ARunBeyondItsLineEndsTheProcess)

@@ -385,8 +385,9 @@ TEST_P(TextureManagerPicturesTest, WhatCannotBeLoadedIsWhite)
     EXPECT_EQ(1, warnings().size());
     const QVector4D translucent = drawn(manager->tokenForColor(QColor(255, 51, 0, 102)), kSample);
     EXPECT_TRUE(Pixels(1, 1, translucent).isNear(0, 0, QVector4D(1.0f, 0.2f, 0.0f, 0.4f), kHalfByte));
-    EXPECT_EQ(kWhite, drawn(manager->tokenForImage(write(QByteArray("no image"), "png"), TextureFileInfo()),
-                            kSample));
+    const TextureToken red = manager->tokenForColor(QColor(Qt::red)); // not white in the first slot
+    const TextureToken unreadable = manager->tokenForImage(write("no image", "png"), TextureFileInfo());
+    EXPECT_EQ(kWhite, drawBound({red, unreadable}, unreadable, 1, 1).at(0, 0));
     EXPECT_FALSE(warnings().isEmpty()); // one for every attempt to load it
 }
 
@@ -667,6 +668,16 @@ TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
     EXPECT_TRUE(shows(token, half, 1.5f * kByte, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 1)"));
     const Pixels quarter = resized(half, 2, 1);
     EXPECT_TRUE(shows(token, quarter, 2 * kByte, "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), 2)"));
+
+    restart(1, TextureManager::SlotReallocationUpscale);
+    const Pixels image = randomPixels(64, 64, 201);
+    EXPECT_TRUE(shows(tokenFor(image), image));
+    const TextureToken color = manager->tokenForColor(QColor(255, 51, 0)); // one level, of a maximum of 4
+    for (int level = 0; level < 7; ++level) {
+        const QString fetch = QStringLiteral("managedTexelFetch(u_Token, ivec2(0), %1)").arg(level);
+        EXPECT_TRUE(shows(color, Pixels(1, 1, QVector4D(1.0f, 0.2f, 0.0f, 1.0f)), kHalfByte, fetch)) << level;
+    }
+    EXPECT_EQ(QStringList(resizeWarning(1, 64)), warnings());
 }
 
 TEST_P(ArrayPicturesTest, TheDebugViewShowsAllSlotsWithTheirLayers)

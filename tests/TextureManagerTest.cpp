@@ -581,6 +581,13 @@ TEST_F(ArrayManagerTest, ClearingAbandonsTheSlots)
     _capture.take();
     manager.bind(QVector<TextureToken>{token});
     EXPECT_EQ(1, _capture.takeTexts().filter("Assertion 'token.token < ").size());
+
+    manager.deleteSlots();
+    manager.TextureManager::clear();
+    manager.clear();
+    EXPECT_EQ(0, ledger().alive(GLLedger::eTexture));
+    EXPECT_EQ(1u, manager.maxToken().token) << "white, not loaded";
+    _capture.take();
 }
 
 TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)

@@ -156,8 +156,8 @@ void specifyStorage(const SlotFormat &format, int layers)
     glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
 }
 
-/// Fills a layer of a slot, all levels: from the source's levels first, and what
-/// these lack from the slot's own next larger level.
+/// Fills all levels of a layer of a slot: from the source's levels, up to the first
+/// that it does not have, and the others from the slot's own next larger level.
 void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer, int sourceMaxLevel,
                const SlotData &slot, int layer)
 {
@@ -165,9 +165,6 @@ void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer,
     int height = slot.format.height;
     int level = 0;
     for (; width != 0 && height != 0 && level <= sourceMaxLevel; ++level, width /= 2, height /= 2) {
-        framebuffers.attachSource(source, level, sourceLayer);
-        framebuffers.attachTarget(slot.texture, level, layer);
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
         int sourceWidth = 0;
         int sourceHeight = 0;
         {
@@ -175,9 +172,13 @@ void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer,
             sourceWidth = source->width(level);
             sourceHeight = source->height(level);
         }
-        if (sourceWidth > 0 && sourceHeight > 0) {
-            framebuffers.blit(sourceWidth, sourceHeight, width, height);
+        if (sourceWidth <= 0 || sourceHeight <= 0) {
+            break; // GL_TEXTURE_MAX_LEVEL may be larger than the source's last level
         }
+        framebuffers.attachSource(source, level, sourceLayer);
+        framebuffers.attachTarget(slot.texture, level, layer);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        framebuffers.blit(sourceWidth, sourceHeight, width, height);
     }
     const auto sideAt = [](int side, int atLevel) { return std::max(side >> atLevel, 1); };
     for (; width != 0 && height != 0; ++level, width /= 2, height /= 2) {
@@ -691,6 +692,9 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
     GLint maxLevel = 0;
     {
         const AutoBinder binder(texture);
+        if (!texture->isBound()) {
+            return false; // no unit was free, which the texture has reported
+        }
         width = texture->width(0);
         height = texture->height(0);
         maxLevel = textureParameter(texture, GL_TEXTURE_MAX_LEVEL);

@@ -25,7 +25,9 @@ class BindlessFunctions;
 ///
 /// Units:   sizes in texels; layers counted from 0. The last layer of a slot is
 ///          never given out. The slot map as a texture holds GL_MAX_TEXTURE_SIZE / 2
-///          tokens, as uniforms 64.
+///          tokens, as uniforms 64. With BindModeSampler, bind(program) takes a
+///          texture unit for each slot and one more for the slot map; textures that
+///          are loaded or placed before unbind(program) need yet another.
 /// Context: construct and use with one and the same context current. bind(program)
 ///          copies by glBlitFramebuffer(), which the scissor test clips; it leaves
 ///          the host's draw framebuffer bound as GL_FRAMEBUFFER.
@@ -61,6 +63,11 @@ public:
     void dirty(Texture *texture) override;
     void setup(GLSLMacroProcessor *processor) override;
     QString getShaderFile() override;
+    /// Forgets all slots and placements, but keeps tokens and textures; bind(tokens)
+    /// reports a kept token above 0 as unknown until a higher one is issued. The slots
+    /// are not deleted: call deleteSlots() first, or their GL textures stay for good.
+    /// deleteSlots(), TextureManager::clear() and clear(), in this order, empty the
+    /// manager.
     void clear() override;
     /// Before any token is bound.
     void setMaxSlots(int count) override;

@@ -16,6 +16,10 @@ class SamplerSlots;
 /// its token carries 0xFFFFFFFF in the high word and goes through a sampler slot.
 /// Images and colours are loaded at once, since the handle is the token.
 ///
+/// In GLSL, managedTextureOffset() moves the coordinate by texels of the base level,
+/// whichever level is sampled. The other managers have no such offsets: the function
+/// gives the invalid texel there.
+///
 /// Units:   slots of writable textures, at most setMaxSlots() a draw.
 /// Context: as TextureManager; construct with GL_ARB_bindless_texture or
 ///          GL_NV_bindless_texture there. Helper textures and the residency of

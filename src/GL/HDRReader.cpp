@@ -246,6 +246,9 @@ HDRReader::Decoded HDRReader::decode() const
             break;
         case HDRScanlines::eBadWidth: // the next row reads the same place again, and reports as well
             ZEL_LOG_WARNING("HDR format error: bad scanline width");
+            if (!scanlines.canHold(height() - y)) {
+                return failed; // the file is too short in any case: no report for each of the lines
+            }
             std::fill_n(row, rowSize, 0.0f);
             break;
         case HDRScanlines::eOverlongRun:

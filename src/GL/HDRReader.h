@@ -24,11 +24,13 @@ public:
 /// Units:   texel values as in the file: the exposure is read and not applied, and
 ///          XYZ data stay XYZ. The first axis of the file is the height and the
 ///          second the width, whatever their letters; the sign of the first alone
-///          decides about the order of rows.
+///          decides about the order of rows. Values above 65504, the largest half
+///          float, become infinite.
 /// Context: load() needs a current one.
-/// Errors:  a line whose width field is wrong is told, and stays black, with all
-///          lines behind it. Data that end early fail. A run beyond the end of its
-///          line is told and ends the process.
+/// Errors:  a line whose width field is wrong stays black, as do all lines after it,
+///          and each of them is reported. A file too short for these lines is
+///          reported once and fails, as do all data that end early. A run beyond
+///          the end of its line is reported and ends the process.
 /// Source:  Greg Ward, "Real Pixels", Graphics Gems II, 1991, and the file format
 ///          of the Radiance Synthetic Imaging System.
 class ZELGL_EXPORT HDRReader : public TextureLoader2DHelper

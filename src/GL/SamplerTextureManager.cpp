@@ -31,12 +31,13 @@ Q_NEVER_INLINE void SamplerTextureManager::bindAll(const QList<TextureToken> &to
             continue;
         }
         const int slot = _slots->take(static_cast<int>(texture->unit()));
-        // The token of the texture, which is another than this one where white stands in for an image.
-        const quint64 index = textureTokenMap().value(texture).token;
-        if (index < static_cast<quint64>(_tokenToSlot.size())
-            && _tokenToSlot.at(static_cast<int>(index)) != slot) {
-            _tokenToSlot[static_cast<int>(index)] = slot;
-            _slots->dirtyMap();
+        // Two tokens where white replaces an image that cannot be read.
+        for (const TextureToken &shown : {textureTokenMap().value(texture), token}) {
+            if (shown.token < static_cast<quint64>(_tokenToSlot.size())
+                && _tokenToSlot.at(static_cast<int>(shown.token)) != slot) {
+                _tokenToSlot[static_cast<int>(shown.token)] = slot;
+                _slots->dirtyMap();
+            }
         }
     }
 }

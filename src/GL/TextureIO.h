@@ -52,7 +52,8 @@ ZELGL_EXPORT TextureLoader *IdentifyTextureFromMemory(unsigned char *data, unsig
 
 /// A new texture, the caller's, or null. What HDR and QImage read is clamped, what
 /// KTX and ASTC hold repeats: to have it otherwise, bind it and set GL_TEXTURE_WRAP_S
-/// and GL_TEXTURE_WRAP_T.
+/// and GL_TEXTURE_WRAP_T. Of the files in Qt's resources only those load that QImage
+/// reads: for HDR, KTX and ASTC give LoadTextureFromMemory() a copy of their bytes.
 ZELGL_EXPORT Texture *LoadTextureFromFile(const QString &path, const TextureFileInfo &info);
 ZELGL_EXPORT Texture *LoadTextureFromMemory(unsigned char *data, unsigned long size,
                                             const TextureFileInfo &info, const QString &name);

@@ -35,14 +35,16 @@ class TokenSet;
 /// Calls of a draw go in the order bind(tokens), bind(program), draw,
 /// unbind(program), unbind(tokens).
 ///
-/// Units:   paths as QFileInfo takes them; UDIM patches by tile index.
+/// Units:   paths as QFileInfo takes them, but of the files in Qt's resources only
+///          images that QImage reads; UDIM patches by tile index.
 /// Context: everything but the token look-ups needs the one context of the
 ///          manager's textures current.
 /// Errors:  a missing image is told and shown as white; an unknown token has no
 ///          texture.
 /// Ownership: textures made here belong to the manager, and so do those given to
-///          tokenForTexture() once clear() is called; patches of a UDIM set stay
-///          the caller's.
+///          tokenForTexture() once clear() is called. Patches of a UDIM set are the
+///          caller's until the first bind of the set, which calls tokenForTexture()
+///          for each of them.
 class ZELGL_EXPORT TextureManager
 {
     Q_DISABLE_COPY(TextureManager)
@@ -77,6 +79,9 @@ public:
     virtual TextureToken tokenForColor(const QColor &color);
 
     /// Gives the token back and deletes its texture, unless that wraps a foreign name.
+    /// Call textureForToken() first: a token that was never loaded keeps its path or
+    /// colour, so that the next request for it returns the freed number, which may by
+    /// then belong to something else.
     virtual void deleteTexture(const TextureToken &token);
     virtual void deleteTexture(Texture *texture);
 
@@ -130,7 +135,10 @@ public:
 
     /// A token for a set of UDIM patches; null where the manager has no support.
     TextureToken createUDIMToken();
-    /// \a token must come from createUDIMToken().
+    /// \a token must come from createUDIMToken(). The first bind of a set fixes its
+    /// patches: adding and removing change nothing that is drawn afterwards, and
+    /// dirty() has no effect on them. To draw others, remove all, delete the set and
+    /// create a new one.
     void addUDIMPatch(TextureToken token, const QPoint &patch, Texture *texture);
     void removeUDIMPatch(TextureToken token, Texture *texture);
     /// False, and nothing changes, while the set has patches.

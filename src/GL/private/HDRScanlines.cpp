@@ -144,6 +144,11 @@ HDRScanlines::Outcome HDRScanlines::decode(float *row)
     return decodeFlat(row);
 }
 
+bool HDRScanlines::canHold(quint64 lines) const
+{
+    return remaining() >= lines * kTexelBytes; // no form of a line is shorter
+}
+
 bool HDRScanlines::startsWith(unsigned char first, unsigned char second) const
 {
     return remaining() >= 2 && _cursor[0] == first && _cursor[1] == second;

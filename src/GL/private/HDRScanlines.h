@@ -43,6 +43,9 @@ public:
 
     Run overlongRun() const { return _overlongRun; }
 
+    /// Whether the rest of the bytes is long enough for as many lines, each of one texel at least.
+    bool canHold(quint64 lines) const;
+
 private:
     bool startsWith(unsigned char first, unsigned char second) const;
     bool isMarker() const;
