@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails on an include of src/GL that goes up the order of the subsystems, and names it.
+"""Fails on an include of src/GL that goes up the order of the subsystems, or on a file that the map leaves out, and names it.
 
 Usage: include_order.py ROOT [--refresh]
 
@@ -75,6 +75,8 @@ def main():
             errors.append(f"{missing[0]} is in no subsystem of src/GL/CMakeLists.txt")
         elif ranks[target] > ranks[name]:
             errors.append(f"{name} ({order[ranks[name]]}) includes {target} ({order[ranks[target]]})")
+    described = re.findall(r"`([\w/.]+)`", (SOURCES / "README.md").read_text())
+    errors += [f"{name} is missing in src/GL/README.md" for name in ranks if name not in {d.removesuffix(".h") for d in described}]
     errors += [f"{', '.join(k)} include each other across subsystems" for k in knots(edges) if len({ranks.get(n) for n in k}) > 1]
     text = "" if errors else graph(order, ranks, edges)
     if text and "--refresh" in sys.argv:
