@@ -38,6 +38,7 @@ TEST(PlaneTest, ThreePointsGiveAUnitNormalUnlessTheyAreInLine)
     const Plane plane(QVector3D(0, 0, 4), QVector3D(3, 0, 4), QVector3D(0, 5, 4));
     EXPECT_EQ(QVector3D(0, 0, 1), plane.normal);
     EXPECT_EQ(4.0f, plane.distance);
+    EXPECT_EQ(QVector3D(0, 0, 1), Plane({0, 0, 0}, {1e-30f, 0, 0}, {0, 1e-30f, 0}).normal);
     const Plane none(QVector3D(1, 1, 1), QVector3D(2, 2, 2), QVector3D(3, 3, 3));
     EXPECT_TRUE(none.normal.isNull());
     EXPECT_EQ(0.0f, none.distance);

@@ -75,7 +75,7 @@ std::vector<Vec> cornersOf(const Region &region, double slack = 0)
                     * ((region[i].distance + slack) * cross(region[j].normal, region[k].normal)
                        + (region[j].distance + slack) * cross(region[k].normal, region[i].normal)
                        + (region[k].distance + slack) * ij);
-                if (farthestOutside(region, corner) < slack + 1e-7) {
+                if (farthestOutside(region, corner) < slack + 1e-8 * length(corner)) {
                     corners.push_back(corner);
                 }
             }
@@ -183,12 +183,14 @@ public:
     explicit Trial(unsigned int seed)
         : _random(seed)
     {
-        const QVector3D middle = 20 * direction();
-        const QVector3D half(size(), size(), size());
+        scale = std::pow(10.0f, number(-4, 4));
+        const QVector3D middle = 20 * scale * direction();
+        const QVector3D half = scale * QVector3D(size(), size(), size());
         scene = Box(middle - half, middle + half);
         reach = half.length();
         const QVector3D eye = middle + number(0.1f, 2.5f) * reach * direction();
-        camera.view.lookAt(eye, inScene(), direction());
+        camera.view.lookAt(eye / scale, inScene() / scale, direction()); // fails on tiny lengths
+        camera.view.setColumn(3, QVector4D(scale * camera.view.column(3).toVector3D(), 1));
         const float farthest = number(1, 4) * reach;
         if (oneIn(4)) {
             camera.projection.ortho(-reach, number(0, 1) * reach, -reach / 2, number(0, 1) * reach,
@@ -222,8 +224,8 @@ public:
         QMatrix4x4 transform;
         transform.translate(origin);
         transform.rotate(number(0, 360), direction());
-        const float size = number(0.5f, 2);
-        const auto axis = [&] { return even ? size : number(0.5f, 2); };
+        const float size = scale * number(0.5f, 2);
+        const auto axis = [&] { return even ? size : scale * number(0.5f, 2); };
         transform.scale(axis(), axis(), oneIn(3) ? -axis() : axis());
         return transform;
     }
@@ -241,6 +243,7 @@ public:
         return (1 / weights) * sum;
     }
 
+    float scale; ///< of all lengths
     Box scene;
     float reach; ///< half of the scene's diagonal
     Camera camera;
@@ -455,6 +458,33 @@ TEST_F(ShadowMapManagerCullingTest, TheSideNextToADistantOriginIsLostByAHundredt
     }
 }
 
+TEST_F(ShadowMapManagerCullingTest, FarFromTheOriginNothingSeenIsInNoCascade)
+{
+    Trial trial(1);
+    int lost = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const QVector3D eye = 1e4f * trial.direction();
+        const Box scene(eye - QVector3D(10, 10, 10), eye + QVector3D(10, 10, 10));
+        Camera camera;
+        camera.view.lookAt(eye, eye + 10 * trial.direction(), trial.direction());
+        camera.projection.perspective(40, 1, 0.1f, 40);
+        Light sun;
+        sun.setType(Light::eDirectional);
+        sun.setCSMLevels(4);
+        sun.setTransform(trial.lightTransform(eye, true));
+        RenderData data;
+        process({&sun}, data, &camera, &scene);
+        const QVector3D inView(trial.number(-0.35f, 0.35f), trial.number(-0.35f, 0.35f), -1);
+        const QVector3D point = eye + trial.number(0.12f, 8) * camera.view.transposed().mapVector(inView);
+        const auto first = data.transforms.begin();
+        lost += std::none_of(first, first + data.transformCount, [&](const auto &transform) {
+            const Vec at = project(transform, point);
+            return std::abs(at.x) < 1 && std::abs(at.y) < 1;
+        });
+    }
+    EXPECT_EQ(0, lost);
+}
+
 namespace {
 
 /// What a face of a point light looks at: its pyramid, by the light's axes.
@@ -517,7 +547,9 @@ TEST_F(ShadowMapManagerCullingTest, FacesOfPointLightsHoldWhatIsSeenFromTheirNea
         light.setSpotCutoff(cutoff);
         const bool even = !trial.oneIn(4);
         const QVector3D place = trial.inScene() + trial.number(0, 1) * trial.reach * trial.direction();
-        light.setTransform(trial.lightTransform(place, even));
+        QMatrix4x4 placement = trial.lightTransform(place, even);
+        placement.scale(0.01f); // a light may have units of its own
+        light.setTransform(placement);
         RenderData data;
         process({&light}, data, withCamera ? &trial.camera : nullptr, &trial.scene);
 
@@ -592,7 +624,7 @@ Camera boxCamera()
 
 } // namespace
 
-TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneNothingIsHandled)
+TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneOrAFiniteViewNothingIsFitted)
 {
     const Camera camera = boxCamera();
     Culling onlyCamera;
@@ -629,6 +661,14 @@ TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneNothingIsHandled)
         csm.sceneBounds = Bounds(scene.first, scene.second);
         EXPECT_EQ(8, onlyScene.getSceneCameraFrustrumPointsCSM(0, csm, {}).size());
     }
+    light.setType(Light::eDirectional);
+    Camera endless;
+    endless.projection.perspective(60, 1, 1e-3f, 1e5f); // rounds to a far plane at infinity
+    EXPECT_FALSE(process({&light}, data, &endless, &scene));
+    EXPECT_FALSE(process({&light}, data, &endless, &scene));
+    EXPECT_MESSAGES(
+        "warning [ShadowMapManagerCulling.cpp:#] The camera's frustum is not finite (a far plane at "
+        "infinity?): directional and point lights cast no shadows");
 }
 
 TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsShowTheSliceUprightAndMirroredOnesDownward)

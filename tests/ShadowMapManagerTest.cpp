@@ -354,6 +354,12 @@ TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTh
 
 TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
 {
+    std::vector<std::unique_ptr<Texture>> others;
+    while (int(others.size()) < _texture.maxTextureUnits()) {
+        others.push_back(std::make_unique<Texture>(nullptr));
+        others.back()->create2D(GL_TEXTURE_2D, GL_R8, 1, 1);
+        others.back()->bind();
+    }
     const Tap<&glBindTexture> binds;
     const QString null = asserted("NULL != renderData", "NULL render data used");
     const QString noTexture = asserted("NULL != texture", "NULL render data texture used");
@@ -368,6 +374,7 @@ TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
     EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
     EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), _variant)); // no unit is free
     EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
     _data.projectionTexture = nullptr;
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
@@ -375,6 +382,8 @@ TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
     EXPECT_MESSAGES(null,
                     asserted("true == dataVariant.canConvert<QObject*>()",
                              "render data is not a 'QObject*' type is 'int'"),
-                    asserted("NULL != program", "NULL program used"), null, noTexture, noTexture);
+                    asserted("NULL != program", "NULL program used"),
+                    "warning [Texture.cpp:#] There is no available texture units", null, noTexture,
+                    noTexture);
     EXPECT_EQ(0u, binds.count());
 }

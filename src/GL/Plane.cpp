@@ -1,5 +1,7 @@
 #include "Plane.h"
 
+#include "private/DoublePrecision.h"
+
 namespace Orvane { namespace Zel {
 
 // The distance stays unset: default planes only fill lists that are written next.
@@ -16,8 +18,10 @@ Plane::Plane(const QVector3D &planeNormal, const QVector3D &point)
 {
 }
 
+// Not QVector3D::normal(), which returns zero for points that are within 1e-3 of each other, as corners of a near plane
+// may be.
 Plane::Plane(const QVector3D &a, const QVector3D &b, const QVector3D &c)
-    : Plane(QVector3D::normal(a, b, c), a)
+    : Plane(DoubleVector::normal(DoubleVector(a), DoubleVector(b), DoubleVector(c)).rounded(), a)
 {
 }
 

@@ -29,7 +29,8 @@ public:
     /// Through a point.
     Plane(const QVector3D &planeNormal, const QVector3D &point);
     /// Through three points, counter-clockwise as seen from where the normal
-    /// points; the normal has length 1, or 0 when the points are collinear.
+    /// points. The normal has length 1, however close the points are, or 0 when
+    /// they are collinear.
     Plane(const QVector3D &a, const QVector3D &b, const QVector3D &c);
 
     float DistanceTo(const QVector3D &point) const;

@@ -238,7 +238,9 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
     Texture *texture = renderData->projectionTexture;
     ZEL_ASSERT_RETURN(NULL != texture, false, "NULL render data texture used");
     ZEL_ASSERT_RETURN(NULL != program, false, "NULL program used");
-    texture->bind();
+    if (!texture->bind()) {
+        return false; // the texture has logged why
+    }
 
     static const QString sampler = QStringLiteral("u_ShadowMapDepthSampler");
     static const QString varianceClamp = QStringLiteral("u_VarianceClamp");

@@ -25,9 +25,13 @@ class ShaderProgram;
 /// point light up to six, by cone and by what the camera sees.
 ///
 /// Units:   world space; at most 32 lights and 32 projections. A light beyond the
-///          end of the table is not shadowed, or in part.
+///          end of the table is not shadowed, or in part. Matrices and positions are
+///          rounded to single precision: far from the origin shadows are coarse.
 /// Context: bind() and unbind() alone.
-/// Errors:  told at critical level; nothing stops.
+/// Errors:  logged. bind() returns false, and sends nothing to the program, for null
+///          arguments and when no texture unit is free. A camera with a far plane at
+///          infinity leaves directional and point lights without shadows: a warning,
+///          once in the process.
 /// Source:  Williams, Casting Curved Shadows on Curved Surfaces, 1978; Donnelly and
 ///          Lauritzen, Variance Shadow Maps, 2006.
 ///

@@ -1,8 +1,11 @@
 #include "ShadowMapManagerCulling.h"
 
 #include "PlaneClipper.h"
+#include "Reporting.h"
+#include "private/DoublePrecision.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 namespace Orvane { namespace Zel {
@@ -21,40 +24,100 @@ constexpr float kThreeQuarterPi = 2.3561945f;
 /// Corners of the planes of a frustum: near, far, and the four sides.
 constexpr int kPlaneCorners[6][3] = {{0, 1, 3}, {4, 6, 7}, {6, 4, 0}, {7, 6, 2}, {5, 7, 3}, {4, 5, 1}};
 
-Plane cornerPlane(const QVector<QVector3D> &corners, int plane)
+using Corners = QVector<DoubleVector>;
+
+DoubleVector cornerNormal(const Corners &corners, int plane)
 {
     const int *numbers = kPlaneCorners[plane];
-    return Plane(corners.at(numbers[0]), corners.at(numbers[1]), corners.at(numbers[2]));
+    return DoubleVector::normal(corners.at(numbers[0]), corners.at(numbers[1]), corners.at(numbers[2]));
 }
 
-/// Numbers the corners of a mirrored volume anew, so that its planes face outward.
-void faceOutward(QVector<QVector3D> &corners)
+/// Renumbers the corners of a mirrored volume, so that its planes face outward.
+void faceOutward(Corners &corners)
 {
-    if (cornerPlane(corners, 0).DistanceTo(corners.at(4)) > 0.0f) {
+    if (DoubleVector::dot(cornerNormal(corners, 0), corners.at(4) - corners.at(0)) > 0.0) {
         for (int i = 0; i < 8; i += 2) {
             std::swap(corners[i], corners[i + 1]);
         }
     }
 }
 
-QVector<Plane> planesOf(const QVector<QVector3D> &corners)
+QVector<Plane> planesOf(const Corners &corners)
 {
     QVector<Plane> planes;
     planes.reserve(6);
     for (int plane = 0; plane < 6; ++plane) {
-        planes.append(cornerPlane(corners, plane));
+        const QVector3D normal = cornerNormal(corners, plane).rounded();
+        const DoubleVector &onPlane = corners.at(kPlaneCorners[plane][0]);
+        planes.append(Plane(normal, float(DoubleVector::dot(DoubleVector(normal), onPlane))));
     }
     return planes;
 }
 
-QVector<QVector3D> mapped(const QVector<QVector3D> &points, const QMatrix4x4 &matrix)
+QVector<QVector3D> rounded(const Corners &points)
 {
     QVector<QVector3D> result;
     result.reserve(points.size());
-    for (const QVector3D &point : points) {
-        result.append(matrix.map(point));
+    for (const DoubleVector &point : points) {
+        result.append(point.rounded());
     }
     return result;
+}
+
+Corners mapped(const QVector<QVector3D> &points, const DoubleMatrix &matrix)
+{
+    Corners result;
+    result.reserve(points.size());
+    for (const QVector3D &point : points) {
+        result.append(matrix.map(DoubleVector(point)));
+    }
+    return result;
+}
+
+Bounds mappedBounds(QVector<QVector3D> points, const DoubleMatrix &matrix)
+{
+    for (QVector3D &point : points) {
+        point = matrix.map(DoubleVector(point)).rounded();
+    }
+    return Bounds(points);
+}
+
+Corners frustumCorners(const QMatrix4x4 &view, const QMatrix4x4 &projection)
+{
+    const DoubleMatrix fromClip = DoubleMatrix(projection).inverted();
+    const DoubleMatrix fromView = DoubleMatrix(view).inverted();
+    Corners corners;
+    corners.reserve(8);
+    for (int i = 0; i < 8; ++i) {
+        const DoubleVector corner((i & 1) != 0 ? 1.0 : -1.0, (i & 2) != 0 ? 1.0 : -1.0,
+                                  (i & 4) != 0 ? 1.0 : -1.0);
+        corners.append(fromView.map(fromClip.map(corner)));
+    }
+    faceOutward(corners);
+    return corners;
+}
+
+bool isFinite(const QVector<Plane> &planes)
+{
+    return std::all_of(planes.begin(), planes.end(), [](const Plane &plane) {
+        return std::isfinite(plane.normal.lengthSquared()); // not so with any NaN
+    });
+}
+
+/// Once in the process: a warning in each frame would hide all others.
+void warnOfInfiniteFrustum()
+{
+    static std::atomic<bool> wasLogged(false);
+    if (!wasLogged.exchange(true)) {
+        ZEL_LOG_WARNING("The camera's frustum is not finite (a far plane at infinity?): "
+                        "directional and point lights cast no shadows");
+    }
+}
+
+/// A unit axis of a light in the world.
+QVector3D lightAxis(const QMatrix4x4 &lightMatrix, int axis)
+{
+    return DoubleVector(lightMatrix.column(axis).toVector3D()).normalized().rounded();
 }
 
 /// The end of the cascades at one plane of the camera: the plane, where the scene
@@ -105,9 +168,9 @@ int faceCount(float spotCutoff)
 ClipperVolume lightPyramid(const QMatrix4x4 &lightMatrix, float depth, float halfAngle)
 {
     const QVector3D apex = lightMatrix.map(QVector3D());
-    const QVector3D forward = -lightMatrix.column(2).toVector3D().normalized() * depth;
-    QVector3D right = lightMatrix.column(0).toVector3D().normalized() * depth;
-    QVector3D up = lightMatrix.column(1).toVector3D().normalized() * depth;
+    const QVector3D forward = -lightAxis(lightMatrix, 2) * depth;
+    QVector3D right = lightAxis(lightMatrix, 0) * depth;
+    QVector3D up = lightAxis(lightMatrix, 1) * depth;
     if (lightMatrix.determinant() < 0.0) {
         right = -right; // so that the planes face outward for a mirrored light too
     }
@@ -152,8 +215,9 @@ void addProjection(RenderData &renderData, RenderData::ProjectorInfo &info, cons
 void ShadowMapManagerCulling::setupCameras(const QMatrix4x4 *view, const QMatrix4x4 *projection)
 {
     if (view != nullptr && projection != nullptr) {
-        _cameraFrustumPoints = getWorldFrustrumPoints(*view, *projection);
-        _cameraFrustumPlanes = planesOf(_cameraFrustumPoints);
+        const Corners corners = frustumCorners(*view, *projection);
+        _cameraFrustumPoints = rounded(corners);
+        _cameraFrustumPlanes = planesOf(corners);
         _hasCamera = true;
     }
 }
@@ -169,8 +233,13 @@ void ShadowMapManagerCulling::setupScene(const QPair<QVector3D, QVector3D> *boun
 void ShadowMapManagerCulling::setupPost()
 {
     if (_hasScene && _hasCamera) {
-        _visibleScenePoints =
-            Bounds(_sceneCorners).frustrumClipped(_cameraFrustumPlanes, _cameraFrustumPoints, {});
+        _visibleScenePoints.clear();
+        if (isFinite(_cameraFrustumPlanes)) {
+            _visibleScenePoints =
+                Bounds(_sceneCorners).frustrumClipped(_cameraFrustumPlanes, _cameraFrustumPoints, {});
+        } else {
+            warnOfInfiniteFrustum();
+        }
         _cameraSceneVolumePoints = _sceneCorners;
         _valid = true;
     } else if (_hasScene) {
@@ -186,23 +255,13 @@ void ShadowMapManagerCulling::setupPost()
 QVector<QVector3D> ShadowMapManagerCulling::getWorldFrustrumPoints(const QMatrix4x4 &view,
                                                                    const QMatrix4x4 &projection)
 {
-    const QMatrix4x4 fromClip = projection.inverted();
-    const QMatrix4x4 fromView = view.inverted();
-    QVector<QVector3D> corners;
-    corners.reserve(8);
-    for (int i = 0; i < 8; ++i) {
-        const QVector3D corner((i & 1) != 0 ? 1.0f : -1.0f, (i & 2) != 0 ? 1.0f : -1.0f,
-                               (i & 4) != 0 ? 1.0f : -1.0f);
-        corners.append(fromView.map(fromClip.map(corner)));
-    }
-    faceOutward(corners);
-    return corners;
+    return rounded(frustumCorners(view, projection));
 }
 
 QVector<Plane> ShadowMapManagerCulling::getWorldFrustrumPlanes(const QMatrix4x4 &view,
                                                                const QMatrix4x4 &projection)
 {
-    return planesOf(getWorldFrustrumPoints(view, projection));
+    return planesOf(frustumCorners(view, projection));
 }
 
 void ShadowMapManagerCulling::setupLightCSMData(ShadowMapManager::Light *light, ProcessCSMData &data) const
@@ -255,11 +314,12 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
     }
     ProcessCSMData data;
     setupLightCSMData(light, data);
-    const QMatrix4x4 toLight = light->transform().inverted();
+    const DoubleMatrix toLight = DoubleMatrix(light->transform()).inverted();
     const bool mirrored = !(light->transform().determinant() > 0.0);
-    QVector<QVector3D> volume = mapped(_cameraSceneVolumePoints, toLight);
-    faceOutward(volume);
-    const QVector<Plane> volumePlanes = planesOf(volume);
+    Corners corners = mapped(_cameraSceneVolumePoints, toLight);
+    faceOutward(corners);
+    const QVector<QVector3D> volume = rounded(corners);
+    const QVector<Plane> volumePlanes = planesOf(corners);
     const float volumeEnd = Bounds(volume).boxLowerBounds().z();
 
     const int levels = levelsTried(data.levels, renderData);
@@ -271,7 +331,7 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
         if (points.isEmpty()) {
             continue;
         }
-        const Bounds slice(mapped(points, toLight));
+        const Bounds slice = mappedBounds(points, toLight);
         const QVector3D lo = slice.boxLowerBounds();
         const QVector3D hi = slice.boxUpperBounds();
         // Everything from the slice toward the light, which stands at the low end: occluders there count although
@@ -289,7 +349,7 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
         fit.translate(-0.5f * (hi.x() + lo.x()), -0.5f * (hi.y() + lo.y()), 0.0f);
         fit.scale(kMargin, kMargin, 1.0f / (hi.z() - depthEnd));
         fit.translate(0.0f, 0.0f, -depthEnd);
-        addProjection(renderData, info, fit * toLight, changed);
+        addProjection(renderData, info, (DoubleMatrix(fit) * toLight).rounded(), changed);
     }
     return true;
 }
@@ -309,7 +369,6 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
     SliceVolumes volumes;
     for (int number = 0; number < faces; ++number) {
         const QMatrix4x4 face = light->transform() * faceRotation(number);
-        const QMatrix4x4 faceInverse = face.inverted();
         for (int level = 0; level < levels; ++level) {
             if (isFull(renderData, info)) {
                 return true;
@@ -318,7 +377,7 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
                 volumes = sliceVolumes(level, data);
             }
             QMatrix4x4 projection;
-            if (fitFace(volumes, halfAngle, data, face, faceInverse, projection)) {
+            if (fitFace(volumes, halfAngle, data, face, projection)) {
                 addProjection(renderData, info, projection, changed);
             }
         }
@@ -371,7 +430,7 @@ const QVector<QVector3D> &ShadowMapManagerCulling::clipPyramid(const SliceVolume
         return data.points;
     }
     const QVector3D apex = lightMatrix.map(QVector3D());
-    const Plane lightPlane(-lightMatrix.column(2).toVector3D().normalized(), apex);
+    const Plane lightPlane(-lightAxis(lightMatrix, 2), apex);
     float depth = 0.0f;
     for (const QVector3D &corner : _sceneCorners) {
         depth = std::max(depth, lightPlane.DistanceTo(corner));
@@ -390,22 +449,22 @@ const QVector<QVector3D> &ShadowMapManagerCulling::clipPyramid(const SliceVolume
 
 /// The projection of one face of a point light for one cascade; false when it sees nothing.
 bool ShadowMapManagerCulling::fitFace(const SliceVolumes &volumes, float halfAngle, ProcessCSMData &data,
-                                      const QMatrix4x4 &face, const QMatrix4x4 &faceInverse,
-                                      QMatrix4x4 &result) const
+                                      const QMatrix4x4 &face, QMatrix4x4 &result) const
 {
     QVector<QVector3D> unclipped;
     const QVector<QVector3D> &points = clipPyramid(volumes, data, face, halfAngle, unclipped);
     if (points.isEmpty()) {
         return false;
     }
-    QMatrix4x4 depthView; // depth runs positive
-    depthView.scale(1.0f, 1.0f, -1.0f);
-    depthView = depthView * faceInverse;
-    const float farDepth = Bounds(mapped(points, depthView)).boxUpperBounds().z();
+    const DoubleMatrix faceInverse = DoubleMatrix(face).inverted();
+    QMatrix4x4 flipZ; // depth runs positive
+    flipZ.scale(1.0f, 1.0f, -1.0f);
+    const DoubleMatrix depthView = DoubleMatrix(flipZ) * faceInverse;
+    const float farDepth = mappedBounds(points, depthView).boxUpperBounds().z();
     if (farDepth <= kLeastDepth) {
         return false;
     }
-    const float seenFrom = Bounds(mapped(unclipped, depthView)).boxLowerBounds().z();
+    const float seenFrom = mappedBounds(unclipped, depthView).boxLowerBounds().z();
     const float nearDepth = std::max({seenFrom, farDepth / 100.0f, kLeastDepth});
     if (farDepth <= nearDepth) {
         return false;
@@ -415,19 +474,22 @@ bool ShadowMapManagerCulling::fitFace(const SliceVolumes &volumes, float halfAng
     if (face.determinant() > 0.0) {
         projection.scale(1.0f, -1.0f, 1.0f);
     }
-    const QMatrix4x4 toClip = projection * faceInverse;
+    const DoubleMatrix toClip = DoubleMatrix(projection) * faceInverse;
     float loX = 1.0f;
     float loY = 1.0f;
     float hiX = -1.0f;
     float hiY = -1.0f;
     const QVector3D apex = face.map(QVector3D());
     for (const QVector3D &point : points) {
-        const QVector4D clip = toClip * QVector4D(point, 1.0f);
-        if (clip.w() > 0.0f && point != apex) { // at the apex w is 0, but for rounding
-            loX = std::min(loX, clip.x() / clip.w());
-            loY = std::min(loY, clip.y() / clip.w());
-            hiX = std::max(hiX, clip.x() / clip.w());
-            hiY = std::max(hiY, clip.y() / clip.w());
+        const DoubleVector exact(point);
+        const double w = toClip.coordinate(3, exact);
+        if (w > 0.0 && point != apex) { // at the apex w is 0, but for rounding
+            const auto x = float(toClip.coordinate(0, exact) / w);
+            const auto y = float(toClip.coordinate(1, exact) / w);
+            loX = std::min(loX, x);
+            loY = std::min(loY, y);
+            hiX = std::max(hiX, x);
+            hiY = std::max(hiY, y);
         }
     }
     if (!(hiX > loX) || !(hiY > loY)) {
@@ -436,7 +498,7 @@ bool ShadowMapManagerCulling::fitFace(const SliceVolumes &volumes, float halfAng
     QMatrix4x4 fit;
     fit.scale(2.0f * kMargin / (hiX - loX), 2.0f * kMargin / (hiY - loY), 1.0f);
     fit.translate(-0.5f * (hiX + loX), -0.5f * (hiY + loY), 0.0f);
-    result = fit * toClip;
+    result = (DoubleMatrix(fit) * toClip).rounded();
     return true;
 }
 

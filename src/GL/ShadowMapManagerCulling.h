@@ -14,10 +14,13 @@ namespace Orvane { namespace Zel {
 /// Made for one ShadowMapManager::processLights(): setupCameras(), setupScene(),
 /// setupPost(), then any number of lights.
 ///
-/// Units:   world space.
+/// Units:   world space. What follows from matrices alone, such as the corners and
+///          planes of the camera and the fitted projections, is computed in double
+///          precision and rounded last; points are clipped in single precision.
 /// Context: none.
-/// Errors:  none reported. What is not known makes the process calls answer false;
-///          a volume that is clipped away gets no projection.
+/// Errors:  without a scene the process calls return false. A volume that is clipped
+///          away gets no projection. A view whose frustum is not finite contains
+///          nothing; setupPost() warns of the first one in the process.
 /// Source:  Zhang et al., Parallel-Split Shadow Maps, 2006, with quadratic splits.
 class ZELGL_EXPORT ShadowMapManagerCulling
 {
@@ -78,7 +81,7 @@ private:
                                           const QMatrix4x4 &lightMatrix, float halfAngle,
                                           QVector<QVector3D> &unclippedPoints) const;
     bool fitFace(const SliceVolumes &volumes, float halfAngle, ProcessCSMData &data, const QMatrix4x4 &face,
-                 const QMatrix4x4 &faceInverse, QMatrix4x4 &result) const;
+                 QMatrix4x4 &result) const;
 
     bool _hasCamera = false;
     bool _hasScene = false;

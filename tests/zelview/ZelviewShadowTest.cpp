@@ -165,9 +165,10 @@ class ZelviewShadowFrameTest : public testing::Test
 protected:
     static void SetUpTestSuite() { TestContext::ensureApplication(); }
 
-    ShownModel shown(const QString &light, LightRig rig)
+    ShownModel shown(const QString &light, LightRig rig, ShadowKind kind = ShadowKind::eDepth)
     {
         Options options;
+        options.shadowKind = kind;
         options.azimuth = 0.0f;
         options.lights = rig;
         options.file = _box.write(kDown, light, true);
@@ -205,11 +206,13 @@ TEST_F(ZelviewShadowFrameTest, OnlyLayersWhoseProjectionChangedAreRendered)
 
 TEST_F(ZelviewShadowFrameTest, WhatStandsBetweenALightAndTheViewCastsItsShadow)
 {
-    ShownModel model = shown(kPoint, LightRig::eFile);
-    model->drag(Exhibit::eMove, {0.0f, -0.02f});
-    model->zoom(27); // nothing but floor, in the shadow of the box's upper half
-    const QImage floor = model.picture();
-    EXPECT_GT(floor.pixelColor(80, 3).green(), floor.pixelColor(80, 34).green() + 50);
+    for (const ShadowKind kind : {ShadowKind::eDepth, ShadowKind::eVariance}) {
+        ShownModel model = shown(kPoint, LightRig::eFile, kind);
+        model->drag(Exhibit::eMove, {0.0f, -0.02f});
+        model->zoom(27); // nothing but floor, in the shadow of the box's upper half
+        const QImage floor = model.picture();
+        EXPECT_GT(floor.pixelColor(80, 3).green(), floor.pixelColor(80, 34).green() + 50);
+    }
 }
 
 TEST_F(ZelviewShadowFrameTest, KeysShowGroundLayersCascadesAndVolumesAndTakeThemAway)

@@ -12,7 +12,7 @@ const float kRounding = 4e-7;
 
 void main()
 {
-    float depth = max(gl_FragCoord.z, 1e-6); // casters before the near end are pressed onto it
+    float depth = clamp(gl_FragCoord.z, 1e-6, 1.0); // GL_DEPTH_CLAMP clamps the depth attachment, not gl_FragCoord
     vec2 slope = vec2(dFdx(depth), dFdy(depth));
     materialColor();
     // Near 1, where spot lights have all their depths, rounding takes up to kRounding from the variance, and it shows as grain.

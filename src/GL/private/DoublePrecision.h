@@ -1,0 +1,154 @@
+#pragma once
+
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QVector3D>
+
+#include <cmath>
+#include <utility>
+
+namespace Orvane { namespace Zel {
+
+/// A vector for intermediate results, which are rounded last: far from the origin the difference of two rounded points
+/// has few digits left.
+///
+/// Context: none.
+/// Private to the library.
+struct DoubleVector
+{
+    DoubleVector() = default;
+    DoubleVector(double x_, double y_, double z_)
+        : x(x_)
+        , y(y_)
+        , z(z_)
+    {
+    }
+    explicit DoubleVector(const QVector3D &v)
+        : DoubleVector(double(v.x()), double(v.y()), double(v.z()))
+    {
+    }
+
+    QVector3D rounded() const { return {float(x), float(y), float(z)}; }
+
+    DoubleVector operator-(const DoubleVector &other) const
+    {
+        return {x - other.x, y - other.y, z - other.z};
+    }
+
+    static double dot(const DoubleVector &a, const DoubleVector &b)
+    {
+        return a.x * b.x + a.y * b.y + a.z * b.z;
+    }
+
+    /// Zero only for a length of 0, unlike QVector3D::normalized(), which returns zero below 1e-6.
+    DoubleVector normalized() const
+    {
+        const double length = std::sqrt(dot(*this, *this));
+        return length == 0.0 ? *this : DoubleVector(x / length, y / length, z / length);
+    }
+
+    /// The unit normal of the plane through three points; zero when they are collinear.
+    static DoubleVector normal(const DoubleVector &a, const DoubleVector &b, const DoubleVector &c)
+    {
+        const DoubleVector u = b - a;
+        const DoubleVector v = c - a;
+        return DoubleVector(u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x).normalized();
+    }
+
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+};
+
+/// A matrix for intermediate results.
+///
+/// Context: none.
+/// Private to the library.
+class DoubleMatrix
+{
+public:
+    explicit DoubleMatrix(const QMatrix4x4 &matrix)
+    {
+        for (int row = 0; row < 4; ++row) {
+            for (int column = 0; column < 4; ++column) {
+                _rows[row][column] = double(matrix(row, column));
+            }
+        }
+    }
+
+    QMatrix4x4 rounded() const
+    {
+        QMatrix4x4 result;
+        for (int row = 0; row < 4; ++row) {
+            for (int column = 0; column < 4; ++column) {
+                result(row, column) = float(_rows[row][column]);
+            }
+        }
+        return result;
+    }
+
+    DoubleMatrix operator*(const DoubleMatrix &other) const
+    {
+        DoubleMatrix result{QMatrix4x4()};
+        for (int row = 0; row < 4; ++row) {
+            for (int column = 0; column < 4; ++column) {
+                double sum = 0.0;
+                for (int i = 0; i < 4; ++i) {
+                    sum += _rows[row][i] * other._rows[i][column];
+                }
+                result._rows[row][column] = sum;
+            }
+        }
+        return result;
+    }
+
+    /// By Gauss-Jordan elimination with partial pivoting. The identity for a singular matrix, as in QMatrix4x4.
+    DoubleMatrix inverted() const
+    {
+        DoubleMatrix rest = *this;
+        DoubleMatrix result{QMatrix4x4()};
+        for (int i = 0; i < 4; ++i) {
+            int pivot = i;
+            for (int row = i + 1; row < 4; ++row) {
+                if (std::abs(rest._rows[row][i]) > std::abs(rest._rows[pivot][i])) {
+                    pivot = row;
+                }
+            }
+            if (rest._rows[pivot][i] == 0.0) {
+                return DoubleMatrix{QMatrix4x4()};
+            }
+            std::swap(rest._rows[i], rest._rows[pivot]);
+            std::swap(result._rows[i], result._rows[pivot]);
+            const double divisor = rest._rows[i][i];
+            for (int column = 0; column < 4; ++column) {
+                rest._rows[i][column] /= divisor;
+                result._rows[i][column] /= divisor;
+            }
+            for (int row = 0; row < 4; ++row) {
+                const double factor = row == i ? 0.0 : rest._rows[row][i];
+                for (int column = 0; column < 4; ++column) {
+                    rest._rows[row][column] -= factor * rest._rows[i][column];
+                    result._rows[row][column] -= factor * result._rows[i][column];
+                }
+            }
+        }
+        return result;
+    }
+
+    /// One coordinate of the mapped point, 3 for w, without the division by w.
+    double coordinate(int row, const DoubleVector &point) const
+    {
+        const double *r = _rows[row];
+        return r[0] * point.x + r[1] * point.y + r[2] * point.z + r[3];
+    }
+
+    DoubleVector map(const DoubleVector &point) const
+    {
+        const double w = coordinate(3, point);
+        return {coordinate(0, point) / w, coordinate(1, point) / w, coordinate(2, point) / w};
+    }
+
+private:
+    double _rows[4][4];
+};
+
+}} // namespace Orvane::Zel
