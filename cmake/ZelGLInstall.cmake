@@ -1,11 +1,18 @@
-# Installs, beside the libraries and their headers, the GLSL tree, the pages of docs/, to which headers refer, and what
-# find_package() and pkg-config read. Nothing of it names the prefix, so an installed tree can be moved.
+# Installs, beside the libraries and their headers, the pages of docs/, to which headers refer, the GLSL tree for reading, and
+# what find_package() and pkg-config read. Nothing of it names the prefix, so an installed tree can be moved.
 
 include(CMakePackageConfigHelpers)
 
 set(zelgl_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZelGL)
 
-install(DIRECTORY GLSL/include GLSL/src DESTINATION ${CMAKE_INSTALL_DATADIR}/ZelGL/GLSL)
+# As documentation, out of resourcesPath(): files there would be read instead of those inside the library, also when they are
+# older than it.
+install(DIRECTORY GLSL/include GLSL/src DESTINATION ${CMAKE_INSTALL_DOCDIR}/GLSL)
+install(CODE "
+    set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/ZelGL/GLSL\")
+    if(EXISTS \"\${folder}\")
+        message(WARNING \"The files in \${folder} replace those inside the library. If they are not yours, remove them.\")
+    endif()")
 
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
     FILES_MATCHING PATTERN "*.md" PATTERN "environment-layouts.png")

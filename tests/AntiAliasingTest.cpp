@@ -45,15 +45,16 @@ bool isAboveFalling(double x, double y)
     return y - 48.3 > -0.85 * (x - 47.9);
 }
 
-/// Each pixel is the mean of \a samples squared points.
-Pixels picture(Shape isInside, int samples)
+/// Each pixel is the mean of \a samples squared points, moved by \a jitter.
+Pixels picture(Shape isInside, int samples, QPointF jitter = QPointF())
 {
     const QVector4D dark(0.1f, 0.2f, 0.15f, 1.0f);
     const QVector4D light(0.9f, 0.8f, 0.95f, 1.0f);
     return Pixels::of(kSize, kSize, [&](int x, int y) {
         int inside = 0;
         for (int i = 0; i < samples * samples; ++i) {
-            inside += isInside(x + (i % samples + 0.5) / samples, y + (i / samples + 0.5) / samples);
+            inside += isInside(x + jitter.x() + (i % samples + 0.5) / samples,
+                               y + jitter.y() + (i / samples + 0.5) / samples);
         }
         return dark + (light - dark) * (float(inside) / float(samples * samples));
     });
@@ -99,9 +100,10 @@ protected:
         OpenGLDeviceContext::resetContext();
     }
 
-    void show(Shape shape)
+    void show(Shape shape, QPointF jitter = QPointF())
     {
-        _source = texture(GL_RGBA8, kSize, kSize, GL_LINEAR, GL_RGBA, GL_FLOAT, picture(shape, 1).data());
+        const Pixels pixels = picture(shape, 1, jitter);
+        _source = texture(GL_RGBA8, kSize, kSize, GL_LINEAR, GL_RGBA, GL_FLOAT, pixels.data());
         _stored = Pixels::ofTexture(GL_TEXTURE_2D, _source->textureID());
         _reference = picture(shape, 16);
     }
@@ -175,7 +177,7 @@ protected:
     }
 
     Pixels fxaa(int preset);
-    Pixels smaa(const QString &preset, const QString &detection);
+    Pixels smaa(const QString &preset, const QString &detection, const QString &indices = "vec4(0.0)");
 
     /// By how much the square of the difference to the supersampled picture falls, and that nothing else changes.
     double improvement(const Pixels &filtered, const QString &name)
@@ -194,6 +196,7 @@ protected:
     }
 
     TexturePointer _source;
+    TexturePointer _edges;        ///< of the last smaa()
     Pixels _stored{kSize, kSize}; ///< the source as 8 bits hold it
     Pixels _reference{kSize, kSize};
 };
@@ -203,7 +206,8 @@ Pixels AntiAliasingTest::fxaa(int preset)
     GLSLMacroProcessor processor;
     processor.addDefine("FXAA_QUALITY__PRESET", QString::number(preset));
     const auto result = draw(GL_RGBA8, {{"u_Picture", _source.get()}}, "#version 150\n", "",
-                             "#version 150\n#include \"FXAA.glslh\"\nuniform sampler2D u_Picture;\n",
+                             "#version 150\n#include \"FXAA.glslh\"\nuniform sampler2D u_Picture;\n"
+                             "const int kSteps = 0; float bend(float a, float b, float c) { return a; }\n",
                              "vec4(FxaaPixelShader(vo_TexCoord, vec4(0.0), u_Picture, u_Picture, u_Picture,\n"
                              "    1.0 / vec2(textureSize(u_Picture, 0)), vec4(0.0), vec4(0.0), vec4(0.0),\n"
                              "    0.5, 0.166, 0.0833, 0.0, 0.0, 0.0, vec4(0.0)).rgb, 1.0)",
@@ -211,7 +215,7 @@ Pixels AntiAliasingTest::fxaa(int preset)
     return Pixels::ofTexture(GL_TEXTURE_2D, result->textureID());
 }
 
-Pixels AntiAliasingTest::smaa(const QString &preset, const QString &detection)
+Pixels AntiAliasingTest::smaa(const QString &preset, const QString &detection, const QString &indices)
 {
     const auto area = texture(GL_RG8, SMAATables::kAreaWidth, SMAATables::kAreaHeight, GL_LINEAR, GL_RG,
                               GL_UNSIGNED_BYTE, SMAATables::area().data());
@@ -224,19 +228,18 @@ Pixels AntiAliasingTest::smaa(const QString &preset, const QString &detection)
                              .arg(preset);
     const QString vertexHead = head + "#define SMAA_INCLUDE_PS 0\n#include \"SMAA.glslh\"\n";
     const QString fragmentHead = head + "#define SMAA_INCLUDE_VS 0\n#include \"SMAA.glslh\"\n";
-    const auto edges =
-        draw(GL_RG8, {{"u_Picture", _source.get()}}, vertexHead + "out vec4 vo_Offset[3];\n",
-             "SMAAEdgeDetectionVS(va_TexCoord, vo_Offset);\n",
-             fragmentHead + "in vec4 vo_Offset[3]; uniform sampler2D u_Picture;\n",
-             "vec4(SMAA" + detection + "EdgeDetectionPS(vo_TexCoord, vo_Offset, u_Picture), 0.0, 0.0)");
+    _edges = draw(GL_RG8, {{"u_Picture", _source.get()}}, vertexHead + "out vec4 vo_Offset[3];\n",
+                  "SMAAEdgeDetectionVS(va_TexCoord, vo_Offset);\n",
+                  fragmentHead + "in vec4 vo_Offset[3]; uniform sampler2D u_Picture;\n",
+                  "vec4(SMAA" + detection + "EdgeDetectionPS(vo_TexCoord, vo_Offset, u_Picture), 0.0, 0.0)");
     const auto weights =
-        draw(GL_RGBA8, {{"u_Edges", edges.get()}, {"u_Area", area.get()}, {"u_Search", search.get()}},
+        draw(GL_RGBA8, {{"u_Edges", _edges.get()}, {"u_Area", area.get()}, {"u_Search", search.get()}},
              vertexHead + "out vec4 vo_Offset[3]; out vec2 vo_Pixel;\n",
              "SMAABlendingWeightCalculationVS(va_TexCoord, vo_Pixel, vo_Offset);\n",
              fragmentHead
                  + "in vec4 vo_Offset[3]; in vec2 vo_Pixel; uniform sampler2D u_Edges, u_Area, u_Search;\n",
              "SMAABlendingWeightCalculationPS(vo_TexCoord, vo_Pixel, vo_Offset, u_Edges, u_Area, u_Search, "
-             "vec4(0.0))");
+                 + indices + ")");
     const auto result =
         draw(GL_RGBA8, {{"u_Picture", _source.get()}, {"u_Weights", weights.get()}},
              vertexHead + "out vec4 vo_Offset;\n", "SMAANeighborhoodBlendingVS(va_TexCoord, vo_Offset);\n",
@@ -264,11 +267,59 @@ TEST_F(AntiAliasingTest, SmaaComesNearerToTheSupersampledPictureAndLeavesFlatAre
     }
 }
 
-TEST_F(AntiAliasingTest, SmaaFollowsDiagonalsOfBothKinds)
+TEST_F(AntiAliasingTest, SmaaFollowsDiagonalsOfBothKindsInOneFrameAndInTwo)
 {
-    for (const Shape shape : {isAboveRising, isAboveFalling}) {
+    for (const auto &[shape, jitter, indices, oppositeIndices] :
+         {std::tuple(&isAboveRising, QPointF(0.25, -0.25), "vec4(1, 2, 0, 1)", "vec4(2, 1, 0, 2)"),
+          {&isAboveFalling, QPointF(0.25, 0.25), "vec4(1, 1, 1, 0)", "vec4(2, 2, 2, 0)"}}) {
+        show(shape, jitter);
+        const Pixels first = smaa("HIGH", "Luma", indices);
+        show(shape, -jitter);
+        const Pixels second = smaa("HIGH", "Luma", oppositeIndices);
+        const auto mean = [&](int x, int y) { return 0.5f * (first.at(x, y) + second.at(x, y)); };
         show(shape);
-        const double withoutDiagonals = improvement(smaa("MEDIUM", "Luma"), "edge near a diagonal, MEDIUM");
-        EXPECT_GT(improvement(smaa("HIGH", "Luma"), "edge near a diagonal, HIGH"), 3.0 * withoutDiagonals);
+        const double withThem = improvement(smaa("HIGH", "Luma"), "edge near a diagonal, HIGH");
+        EXPECT_GT(withThem, 3.0 * improvement(smaa("MEDIUM", "Luma"), "edge near a diagonal, MEDIUM"));
+        EXPECT_GT(improvement(Pixels::of(kSize, kSize, mean), "the same from two frames"), 1.2 * withThem);
+    }
+}
+
+TEST_F(AntiAliasingTest, ColourIsComparedWithThePixelItself)
+{
+    // For an edge of 0.2, 0.55 beside 0 is too strong, and 0.8 beside 0.5 is not.
+    const float steps[] = {0.55f, 0.2f, 0.0f, 0.0f, 0.8f, 0.3f, 0.5f, 0.5f};
+    const Pixels colors =
+        Pixels::of(kSize, kSize, [&](int x, int y) { return QVector4D(steps[x % 8], steps[y % 8], 0, 1); });
+    _source = texture(GL_RGBA32F, kSize, kSize, GL_NEAREST, GL_RGBA, GL_FLOAT, colors.data());
+    smaa("ULTRA", "Color");
+    const Pixels edges = Pixels::ofTexture(GL_TEXTURE_2D, _edges->textureID());
+    for (const int i : {8 + 2, 8 + 6}) {
+        EXPECT_EQ(i == 8 + 6 ? 1.0f : 0.0f, edges.at(i, 15).x());
+        EXPECT_EQ(i == 8 + 6 ? 1.0f : 0.0f, edges.at(15, i).y());
+    }
+}
+
+TEST_F(AntiAliasingTest, ReprojectionFollowsASurfaceAndLeavesOutWhatMovedOtherwise)
+{
+    const float moves[] = {8.0f / kSize, 8.0f / kSize + 0.0005f, 0.0f}; // before, by row
+    const auto frame = [&](int x, int y) { return QVector4D(float(x), 0, 0, std::sqrt(5 * moves[y % 3])); };
+    const auto pixels = [](const auto &color) {
+        const Pixels values = Pixels::of(kSize, kSize, color);
+        return texture(GL_RGBA32F, kSize, kSize, GL_NEAREST, GL_RGBA, GL_FLOAT, values.data());
+    };
+    const auto now = pixels([&](int x, int) { return frame(x, 0); });
+    const auto before = pixels(frame);
+    const auto velocity = pixels([&](int x, int) { return QVector4D(0, 0, 0, x > 0 ? moves[0] : 0.0f); });
+    const auto result = draw(
+        GL_RGBA32F, {{"u_Now", now.get()}, {"u_Before", before.get()}, {"u_Velocity", velocity.get()}},
+        "#version 330\n", "",
+        "#version 330\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#define SMAA_REPROJECTION 1\n"
+        "#define SMAA_DECODE_VELOCITY(texel) texel.ag\n#include \"SMAA.glslh\"\n"
+        "uniform sampler2D u_Now, u_Before, u_Velocity;\n", // as weights, velocities of red and blue 0 blend nothing
+        "vec4(SMAAResolvePS(vo_TexCoord, u_Now, u_Before, u_Velocity).rgb,\n"
+        "    SMAANeighborhoodBlendingPS(vo_TexCoord, vec4(0.0), u_Now, u_Velocity, u_Velocity).a)");
+    const Pixels resolved = Pixels::ofTexture(GL_TEXTURE_2D, result->textureID());
+    for (const auto &[y, x] : {std::pair(30, 46.0f), {31, 48.683f}, {32, 50.0f}}) {
+        EXPECT_TRUE(resolved.isNear(50, y, {x, 0, 0, frame(0, 0).w()}, 1e-3f));
     }
 }

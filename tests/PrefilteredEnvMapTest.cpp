@@ -499,6 +499,8 @@ TEST_F(PrefilteredEnvMapTest, TheTableHoldsTheIntegratedBRDFOfEveryModel)
                 << "model " << model << ", texel " << texel;
         }
     }
+    const std::unique_ptr<Texture> level05InSRGB(CreatePreintegratedBRDFTable(1, 1, 1, kModels[0], SRGB8A8));
+    EXPECT_NEAR(188 / 255.0, Pixels::ofTexture(GL_TEXTURE_2D, level05InSRGB->textureID()).at(0, 0).z(), 5e-3);
 }
 
 TEST_F(PrefilteredEnvMapTest, WhatComesBackIsReadOnlyAndReadyToSample)

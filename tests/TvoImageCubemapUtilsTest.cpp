@@ -68,17 +68,17 @@ protected:
         return pixels(size, size, [&](double u, double v) { return colorAt(directionOfFace(face, u, v)); });
     }
 
-    static void fill(GLenum image, const Pixels &pixels)
+    static void fill(GLenum image, const Pixels &pixels, GLenum format = GL_RGBA32F)
     {
-        driver()->glTexImage2D(image, 0, GL_RGBA32F, pixels.width(), pixels.height(), 0, GL_RGBA, GL_FLOAT,
+        driver()->glTexImage2D(image, 0, GLint(format), pixels.width(), pixels.height(), 0, GL_RGBA, GL_FLOAT,
                                pixels.data());
     }
 
-    static TexturePointer image(int width, int height, const Colors &colorAt)
+    static TexturePointer image(int width, int height, const Colors &colorAt, GLenum format = GL_RGBA32F)
     {
-        auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA32F, width, height, 0, nullptr);
+        auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, format, width, height, 0, nullptr);
         const AutoBinder bound(texture.get());
-        fill(GL_TEXTURE_2D, pixels(width, height, colorAt));
+        fill(GL_TEXTURE_2D, pixels(width, height, colorAt), format);
         return texture;
     }
 
@@ -145,28 +145,30 @@ TEST_F(TvoImageCubemapUtilsTest, LatLongImagesComeOutByDirection)
 {
     const auto source =
         image(16 * kFace, 8 * kFace, [](double u, double v) { return colorOf(directionOfLatLong(u, v)); });
-    const auto result = converted(source.get(), eSourceLatLong, kFace);
-    EXPECT_TRUE(facesAre(*result, kFace, 0.02f)); // the nearest texel is up to 0.7 degrees off
-    EXPECT_EQ(kFace / 2, sizeOf(*result, 1));
+    const auto result = converted(source.get(), eSourceLatLong, kFace - 1);
+    EXPECT_TRUE(facesAre(*result, kFace - 1, 0.02f)); // the nearest texel is up to 0.7 degrees off
+    EXPECT_EQ(GL_REPEAT, textureParameter(*source, GL_TEXTURE_WRAP_T)); // what it was
+    EXPECT_EQ(kFace / 2 - 1, sizeOf(*result, 1));
     EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*result, GL_TEXTURE_MIN_FILTER));
     EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*result, GL_TEXTURE_WRAP_R));
-    const Pixels top = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 4, 2);
+    const Pixels top = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 3, 2);
     EXPECT_GT(top.at(0, 0).y(), 0.8f) << "the chain is not that of the faces";
 }
 
 TEST_F(TvoImageCubemapUtilsTest, StripsComeOutByDirectionAndGoBackUpsideDown)
 {
-    const auto source =
-        image(6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, v)); });
+    const auto source = image(
+        6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, v)); },
+        GL_SRGB8_ALPHA8);
     const auto result = converted(source.get(), eSourceLinear);
-    EXPECT_TRUE(facesAre(*result, kFace, 1e-5f));
+    EXPECT_TRUE(facesAre(*result, kFace, 0.003f)); // stored as in the source
 
     // The strip that is made has its lowest row first, as GL reads pictures.
     const TexturePointer strip(createGLCubemapStripFromTexture(result.get(), 0));
     ASSERT_NE(nullptr, strip);
     const Pixels expected =
         pixels(6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, 1 - v)); });
-    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, strip->textureID()).isNear(expected, 1e-3f));
+    EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, strip->textureID()).isNear(expected, 0.003f));
 }
 
 TEST_F(TvoImageCubemapUtilsTest, MirrorBallsComeOutByDirection)
@@ -175,8 +177,8 @@ TEST_F(TvoImageCubemapUtilsTest, MirrorBallsComeOutByDirection)
     const auto source = image(kSize, kSize, [](double u, double v) {
         return QVector4D(float(u), float(v), 0.25f, 1.0f); // where it is read
     });
-    const auto result = converted(source.get(), eSourceSphere, kFace);
-    EXPECT_TRUE(facesAre(*result, kFace, 1.0f / kSize, [](const Vec &direction) {
+    const auto result = converted(source.get(), eSourceSphere, kFace - 1);
+    EXPECT_TRUE(facesAre(*result, kFace - 1, 1.0f / kSize, [](const Vec &direction) {
         const QVector4D color = colorOf(direction);
         return QVector4D(color.x(), color.y(), 0.25f, 1.0f);
     }));
@@ -233,6 +235,13 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
     EXPECT_EQ(nullptr,
               createGLCubemapFromTexture(nullptr, eSourceCross, GL_TEXTURE_CUBE_MAP, eColorSpaceLinear, 0));
     EXPECT_EQ(nullptr, createGLCubemapStripFromTexture(nullptr, 0));
+    for (const auto &[w, format] :
+         {std::pair(32, GL_RGB9_E5), {32, GL_COMPRESSED_RED_RGTC1}, {2, GL_RGBA8}}) {
+        const auto source = image(w, w, black, GLenum(format)); // faces of the last would have no texel
+        EXPECT_EQ(nullptr, createGLCubemapFromTexture(source.get(), eSourceLatLong, GL_TEXTURE_CUBE_MAP,
+                                                      eColorSpaceLinear, 0));
+        EXPECT_FALSE(_capture.take().isEmpty());
+    }
 
     const auto odd = image(64, 12, black); // not square, which is all that a cross has to be
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceCross)));

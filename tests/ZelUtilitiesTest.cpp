@@ -89,14 +89,14 @@ TEST_F(ZelUtilitiesTest, DirectionsLieWhereTheMapHasThem)
     for (const auto &row : rows) {
         program.setUniform("u_Dir", row.direction);
         const std::vector<float> result = capture();
-        EXPECT_NEAR(row.expected.x(), result[0], 1e-4) << row.direction.x() << ' ' << row.direction.z();
-        EXPECT_NEAR(row.expected.y(), result[1], 1e-4);
-        EXPECT_NEAR(row.mirrored.x(), result[2], 1e-4) << row.direction.x() << ' ' << row.direction.z();
-        EXPECT_NEAR(row.mirrored.y(), result[3], 1e-4);
+        EXPECT_NEAR(row.expected.x(), result[0], 2e-6) << row.direction.x() << ' ' << row.direction.z();
+        EXPECT_NEAR(row.expected.y(), result[1], 2e-6);
+        EXPECT_NEAR(row.mirrored.x(), result[2], 2e-6) << row.direction.x() << ' ' << row.direction.z();
+        EXPECT_NEAR(row.mirrored.y(), result[3], 2e-6);
     }
     for (const int up : {1, -1}) {
         program.setUniform("u_Dir", QVector3D(0, float(up), 0));
-        EXPECT_NEAR((up + 1) / 2, capture()[1], 1e-4);
+        EXPECT_NEAR((up + 1) / 2, capture()[1], 2e-6);
     }
 }
 

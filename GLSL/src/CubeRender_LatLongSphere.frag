@@ -20,7 +20,7 @@ void main()
     vec3 n = normalize(it_normal);
     // A unit vector may come out a little longer, and acos() has no value there.
     float phi = acos(clamp(n.y, -1.0, 1.0));
-    vec2 horizontal = normalize(n.xz);
+    vec2 horizontal = n.xz == vec2(0.0) ? vec2(1.0, 0.0) : normalize(n.xz); // at a pole all columns are alike
     float theta = acos(clamp(horizontal.x, -1.0, 1.0));
     if (horizontal.y < 0.0) {
         theta = 2.0 * kPi - theta;

@@ -1,5 +1,6 @@
 #include "PrefilteredEnvMap.h"
 
+#include "AutoEnabler.h"
 #include "DrawBuffers.h"
 #include "FramebufferObject.h"
 #include "GLSLMacroProcessor.h"
@@ -166,6 +167,7 @@ private:
     std::unique_ptr<ShaderProgram> _program;
     FramebufferObject _framebuffer;
     QSharedPointer<DrawBuffers> _quad;
+    AutoEnabler _encodesSRGB{GL_FRAMEBUFFER_SRGB};
 };
 
 void setSourceUniforms(ShaderProgram &program, const Texture &envMap, unsigned numSamples, int numLods)

@@ -8,7 +8,9 @@
 /// Context: all bakes; they restore the viewport and leave blending off, the depth
 ///          test and depth writes on, and where they clear, the clear colour yellow.
 ///          The cube bake leaves no framebuffer bound, the others restore what was;
-///          the latitude-longitude bake leaves the scissor test off.
+///          the latitude-longitude bake leaves the scissor test off. A result of the
+///          format SRGB8A8 is encoded, since the bakes enable GL_FRAMEBUFFER_SRGB, and
+///          put it back.
 /// Errors:  a shader that fails is told, and null comes back, before any state
 ///          changes; null comes back for a null source too, and where a texture finds
 ///          no free unit.
@@ -47,7 +49,8 @@ ZELGL_EXPORT void SetPrefilteredTilseSizeMax(int size);
 ZELGL_EXPORT Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamples,
                                                   ShadingModel model, TextureFormat format);
 
-/// \a envMap is a latitude-longitude image with a mip chain.
+/// \a envMap is a latitude-longitude image with a mip chain. Its GL_TEXTURE_WRAP_T is the
+/// host's: GL_CLAMP_TO_EDGE, or its first and last rows run into each other.
 ZELGL_EXPORT Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height,
                                                      unsigned numSamples, ShadingModel model,
                                                      TextureFormat format);

@@ -1,6 +1,7 @@
 #include "TvoImageCubemapUtils.h"
 
 #include "AutoBinder.h"
+#include "AutoEnabler.h"
 #include "BufferObject.h"
 #include "DrawBuffers.h"
 #include "FramebufferObject.h"
@@ -31,6 +32,7 @@ constexpr int kFaces = 6;
 constexpr int kMostLayersInPass = 8;
 constexpr int kMostLevels = 1 << 16; ///< far more than GL has; Mesa ends the process on depths of 100 million
 constexpr int kLastSourceType = eSourceCross;
+constexpr GLenum kWraps[] = {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T};
 
 GLenum faceTarget(int face)
 {
@@ -122,10 +124,21 @@ struct LevelShape
         width = texture.width(level);
         height = texture.height(level);
         internalFormat = texture.internalFormat(level);
+        isCompressed = texture.getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) == GL_TRUE;
     }
 
     /// False where the texture could not be bound.
     bool isKnown() const { return width >= 0; }
+
+    /// False, and logged, where a texture of the same format cannot be rendered to.
+    bool isRenderable() const
+    {
+        if (isCompressed) {
+            ZEL_LOG_DEBUG("[ !! ] Cannot render to the compressed format 0x%X",
+                          static_cast<unsigned>(internalFormat));
+        }
+        return isKnown() && !isCompressed;
+    }
 
     bool operator==(const LevelShape &other) const
     {
@@ -135,6 +148,7 @@ struct LevelShape
     int width;
     int height;
     int internalFormat;
+    bool isCompressed;
 };
 
 int maxLevelOf(Texture &texture)
@@ -199,6 +213,9 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     }
     const GLenum format = formatFromInternalFormat(internalFormat);
     const GLenum type = typeFromInternalFormat(internalFormat);
+    if (format == 0 || type == 0) {
+        return nullptr; // which was reported there
+    }
     switch (target) {
     case GL_TEXTURE_CUBE_MAP:
         for (int face = 0; face < kFaces; ++face) {
@@ -260,6 +277,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
         (new Texture(&framebuffer))->create2D(GL_TEXTURE_2D, internalFormat, size, size);
     }
     glDisable(GL_BLEND);
+    const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     const AutoBinder programBinder(_program.get());
     const QMatrix4x4 identity;
     glUniformMatrix4fv(location(QStringLiteral("u_TvoModelViewProjectionMatrix")), 1, GL_FALSE,
@@ -360,6 +378,10 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
     }
     glViewport(0, 0, size, size);
     glDrawBuffers(_layersInPass, attachments);
+    if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+        ZEL_LOG_DEBUG("[ !! ] Cannot render to faces of this format and size");
+        return false;
+    }
     const GLfloat *color = kFaceRows[face].clearColor;
     glClearColor(color[0], color[1], color[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -408,6 +430,12 @@ bool TvoRenderCubemapBaseTexture::renderBegin(int face)
     }
     glTexParameteri(_texture->target(), GL_TEXTURE_MIN_FILTER, _minFilter);
     glTexParameteri(_texture->target(), GL_TEXTURE_MAG_FILTER, _magFilter);
+    for (int i = 0; _clampsSource && i < 2; ++i) {
+        if (_wraps[i] == 0) { // else a host begins again without an end
+            glGetTexParameteriv(_texture->target(), kWraps[i], &_wraps[i]);
+        }
+        glTexParameteri(_texture->target(), kWraps[i], GL_CLAMP_TO_EDGE);
+    }
     program().setUniform(location(QStringLiteral("s_texture")), static_cast<int>(_texture->unit()));
     return TvoRenderCubemapBase::renderBegin(face);
 }
@@ -415,6 +443,12 @@ bool TvoRenderCubemapBaseTexture::renderBegin(int face)
 void TvoRenderCubemapBaseTexture::renderEnd(int face)
 {
     if (_texture != nullptr) {
+        for (int i = 0; i < 2; ++i) {
+            if (_wraps[i] != 0) {
+                glTexParameteri(_texture->target(), kWraps[i], _wraps[i]);
+                _wraps[i] = 0;
+            }
+        }
         _texture->unbind();
     }
     TvoRenderCubemapBase::renderEnd(face);
@@ -462,12 +496,14 @@ bool TvoRenderCubemap_Cross::renderBegin(int face)
 
 bool TvoRenderCubemap_LatLongSphere::createShader()
 {
+    clampSource(); // the nadir is exactly v = 1
     buildProgram(QStringLiteral("CubeRender_LatLongSphere.frag"), true, QString());
     return TvoRenderCubemapBase::createShader();
 }
 
 bool TvoRenderCubemap_Sphere::createShader()
 {
+    clampSource(); // the rim is exactly 1 in u or v
     buildProgram(QStringLiteral("CubeRender_Sphere.frag"), true, QString());
     return TvoRenderCubemapBase::createShader();
 }
@@ -606,7 +642,7 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
     }
     const LevelShape shape(*source, 0);
     const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) -> Texture * {
-        if (!shape.isKnown()) {
+        if (!shape.isRenderable()) {
             return nullptr;
         }
         const int faceSize = maxSize > 0 ? std::min(size, maxSize) : size;
@@ -680,10 +716,17 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     }
     maxLevelOf(*cube); // asked, and not looked at
     const LevelShape shape(*cube, level);
-    if (!shape.isKnown()) {
+    if (!shape.isRenderable()) {
         return nullptr;
     }
+    const auto internalFormat = static_cast<unsigned>(shape.internalFormat);
+    const GLenum format = formatFromInternalFormat(internalFormat);
+    const GLenum type = typeFromInternalFormat(internalFormat);
+    if (format == 0 || type == 0) {
+        return nullptr; // which was reported there
+    }
     const SavedViewport viewport;
+    const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     ShaderProgram program(nullptr);
     program.setFragDataLocations({QStringLiteral("out_FragColor")});
     program.addShaderFromFile(GL_VERTEX_SHADER, QStringLiteral("CubeRender_ToLinearVS.glslc"));
@@ -697,9 +740,7 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     if (!strip->bind()) { // the calls below would go to another texture
         return nullptr;
     }
-    const auto internalFormat = static_cast<unsigned>(shape.internalFormat);
-    glTexImage2D(GL_TEXTURE_2D, 0, shape.internalFormat, stripWidth, shape.height, 0,
-                 formatFromInternalFormat(internalFormat), typeFromInternalFormat(internalFormat), nullptr);
+    glTexImage2D(GL_TEXTURE_2D, 0, shape.internalFormat, stripWidth, shape.height, 0, format, type, nullptr);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);

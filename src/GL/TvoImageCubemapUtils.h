@@ -7,9 +7,13 @@
 /// Units:   sizes in texels of a face; faces in the order +X, -X, +Y, -Y, +Z, -Z.
 /// Context: everything that renders. A render leaves blending off, the viewport at
 ///          the size of a face and no framebuffer bound; the strip puts the viewport
-///          back, and leaves the depth test and depth writes off.
+///          back, and leaves the depth test and depth writes off. Pictures in sRGB are
+///          decoded and encoded once: renders enable GL_FRAMEBUFFER_SRGB, and put it
+///          back. Sources keep the filters of the render.
 /// Errors:  told at debug level, and answered with null or false; a null texture
 ///          gets the answer alone. A shader that does not compile is not noticed here.
+///          Null, too, for formats that cannot be rendered to, such as compressed ones
+///          and GL_RGB9_E5.
 /// Ownership: the textures that come back are the caller's; sources stay the caller's.
 /// Source:  -
 
@@ -110,6 +114,8 @@ public:
 
 protected:
     void setFilters(int minFilter, int magFilter);
+    /// For images with edges that are no neighbours: renders clamp both wraps of the source, and put them back.
+    void clampSource() { _clampsSource = true; }
     const Orvane::Zel::Texture *texture() const { return _texture; }
 
 private:
@@ -117,6 +123,8 @@ private:
     TvoImageCubemapColorSpace _colorSpace = eColorSpaceLinear;
     int _minFilter;
     int _magFilter;
+    bool _clampsSource = false;
+    int _wraps[2] = {0, 0}; ///< the source's own while it is clamped
 };
 
 class ZELGL_EXPORT TvoRenderCubemap_Cross : public TvoRenderCubemapBaseTexture
