@@ -169,12 +169,54 @@ TEST(ZelviewLoader, KeepsLightsAndTheMapsOfGltf)
         EXPECT_FALSE(scene->textures[size_t(material.maps[kind].texture)].isColor);
         EXPECT_EQ(material.maps[kind].set, kind == eOcclusionMap ? 1 : 0);
     }
-    EXPECT_EQ(material.texCoordSets, (std::array<unsigned int, 2>{0, 1}));
+    EXPECT_EQ(material.texCoords, (std::array<TexCoords, 2>{{{0}, {1}}}));
     EXPECT_EQ(material.normalScale, 0.5f);
     EXPECT_EQ(material.occlusionStrength, 0.25f);
     EXPECT_EQ(material.roughness, 0.75f);
     EXPECT_EQ(material.emission, QVector3D(1.0f, 0.5f, 0.0f));
     EXPECT_FALSE(material.isTwoSided);
+}
+
+TEST(ZelviewLoader, ReadsVerticesAndMaterialsAsEachFormatMeansThem)
+{
+    const ModelFiles files;
+    files.write("map.png", QByteArray());
+    const struct
+    {
+        QString path;
+        bool (*isRight)(const Vertex &, const Material &);
+    } kFiles[] = {
+        {files.write("projected.nff", "f 1 1 1 1 1 8 0 1 map.png\ns 0 0 0 1\n"),
+         [](const Vertex &v, const Material &) {
+             return std::abs(std::cos(v.texCoord[1] * float(M_PI)) - v.position[2]) < 0.01f;
+         }},
+        // Scale, rotation, offset, from the image's upper left corner; and those of the normal map.
+        {files.writeSquares("moved.gltf", R"([{"mesh":0}])", R"([{"normalTexture":{"index":0,
+             "extensions":{"KHR_texture_transform":{"offset":[0.5,0.125]}}},"pbrMetallicRoughness":{"baseColorTexture":
+             {"index":0,"extensions":{"KHR_texture_transform":{"offset":[0.25,-0.5],"rotation":0.7,"scale":[2,0.5]}}}}}])",
+                            R"("textures":[{"source":0}],"images":[{"uri":"map.png"}],
+                               "extensionsUsed":["KHR_texture_transform"])"),
+         [](const Vertex &v, const Material &) {
+             const float x = v.position[0];
+             const float y = 1.0f - v.position[1];
+             const float u = 0.25f + 2.0f * std::cos(0.7f) * x + 0.5f * std::sin(0.7f) * y;
+             const float w = 1.5f + 2.0f * std::sin(0.7f) * x - 0.5f * std::cos(0.7f) * y;
+             return std::abs(u - v.texCoord[0]) < 1e-5f && std::abs(w - v.texCoord[1]) < 1e-5f
+                    && v.texCoord2 == std::array<float, 2>{x + 0.5f, 0.875f - y};
+         }},
+        {files.write("texturedEmission.ac",
+                     "AC3Db\nMATERIAL \"\" rgb 1 1 1 amb 0 0 0 emis 1 1 1 spec 0 0 0 shi 0 trans 0\n"
+                     "OBJECT world\nkids 1\nOBJECT poly\ntexture \"map.png\"\nnumvert 3\n0 0 0\n1 0 0\n"
+                     "0 1 0\nnumsurf 1\nSURF 0x20\nmat 0\nrefs 3\n0 0 0\n1 1 0\n2 0 1\nkids 0\n"),
+         [](const Vertex &, const Material &m) { return m.has(eEmissiveMap); }},
+    };
+    for (const auto &file : kFiles) {
+        const Expected<Scene> scene = loadModel(file.path);
+        ASSERT_TRUE(bool(scene)) << qPrintable(scene.problem().text);
+        for (const Vertex &vertex : scene->vertices) {
+            EXPECT_TRUE(file.isRight(vertex, scene->materials[0])) << file.path.toStdString();
+        }
+    }
 }
 
 TEST(ZelviewLoader, CutsPolygonsLeavesOutLinesAndMakesScreenColoursLinear)

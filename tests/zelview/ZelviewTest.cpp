@@ -179,17 +179,19 @@ TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
 
 TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
 {
-    // A corner of a white room seen from outside: three squares that face different ways.
+    // A corner of a white room seen from outside: three squares that face different ways and share vertices.
     const QString corner =
-        _files.write("corner.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\n"
-                                   "f 5 6 7 8\nf 6 2 3 7\nf 8 7 3 4\n");
+        _files.write("corner.off", "OFF\n7 3 0\n1 0 0\n1 1 0\n0 1 0\n0 0 1\n1 0 1\n1 1 1\n0 1 1\n"
+                                   "4 3 4 5 6\n4 4 0 1 5\n4 6 5 1 2\n");
     const QImage image = picture({corner, "--view", "45,35.26", "--size", "200x200"});
-    const int left = image.pixelColor(65, 120).lightness();
-    const int right = image.pixelColor(135, 120).lightness();
-    const int top = image.pixelColor(100, 60).lightness();
+    const auto at = [&](int x, int y) { return image.pixelColor(x, y).lightness(); };
+    const int left = at(65, 120);
+    const int right = at(135, 120);
+    const int top = at(100, 60);
     EXPECT_GT(std::abs(left - right), 15);
     EXPECT_GT(std::abs(left - top), 15);
     EXPECT_GT(std::abs(right - top), 15);
+    EXPECT_NEAR(right, at(110, 100), 10); // flat up to where the three meet
 }
 
 TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
@@ -209,6 +211,18 @@ TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
     }
     EXPECT_LT(darkest, image.pixelColor(100, place + 30).lightness() - 10);
     EXPECT_LT(darkest, image.pixelColor(100, place - 20).lightness() - 10);
+}
+
+TEST_F(ZelviewTest, WhatIsAtOneEdgeOfThePictureLeavesTheOtherBright)
+{
+    const QString model = _files.writeSquares(
+        "slabAtTheRightEdge.gltf",
+        R"([{"mesh":0,"scale":[20,20,1],"translation":[-10,-10,0]},{"camera":0,"translation":[0,0,4]},
+            {"mesh":0,"scale":[3,20,1],"rotation":[0,-0.70710678,0,0.70710678],"translation":[1.5,-10,0]}])",
+        R"([{"doubleSided":true}])",
+        R"("cameras":[{"type":"perspective","perspective":{"yfov":0.8,"znear":0.1}}])");
+    const QImage image = picture({model, "--camera", "0", "--size", "100x100", "--lights", "none"});
+    EXPECT_NEAR(image.pixelColor(1, 50).lightness(), image.pixelColor(25, 50).lightness(), 3);
 }
 
 TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
@@ -239,7 +253,7 @@ TEST_F(ZelviewTest, TexturesBesideTheModelWhateverTheSlashesAndInsideOfItAreShow
     }
     const QString model = _files.writeSquares(
         "m.gltf", R"([{"mesh":0}])",
-        R"([{"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0}}])",
+        R"([{"emissiveTexture":{"index":0},"emissiveFactor":[1,1,1],"pbrMetallicRoughness":{"baseColorFactor":[0,0,0,1]}}])",
         R"("textures":[{"source":0}],"images":[{"uri":"data:image/png;base64,)" + fourColours().toBase64()
             + R"("}])");
     EXPECT_EQ(quarters(picture(view + QStringList{model})), kFourColours);

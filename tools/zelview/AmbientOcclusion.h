@@ -20,8 +20,8 @@ class RenderTarget;
 /// How much of the light from all around reaches the surfaces of a frame, judged from what the frame itself shows:
 /// crevices and contacts darken.
 ///
-/// The caller draws what casts and takes occlusion between beginGeometry() and endGeometry(), with the normal in view
-/// space and the distance along the view as colour; then texture() holds, for each pixel, 1 in the open down
+/// The caller draws what casts and takes occlusion between beginGeometry() and endGeometry(), with the normal of the
+/// face in view space and the distance along the view as colour; then texture() holds, for each pixel, 1 in the open down
 /// to 0, and the distance.
 ///
 /// Context: create, use and delete with one and the same context current.

@@ -86,13 +86,25 @@ LightImage cutCross(const LightImage &cross)
     return strip;
 }
 
-LightImage joinFaces(const TextureFacts &facts)
+void turnOver(LightImage &image)
+{
+    const auto width = std::ptrdiff_t(image.size.width());
+    for (int y = 0; y < image.size.height() / 2; ++y) {
+        const auto row = image.texels.begin() + y * width;
+        std::swap_ranges(row, row + width, image.texels.end() - (y + 1) * width);
+    }
+}
+
+LightImage joinFaces(const TextureFacts &facts, bool rowsGoUp)
 {
     const int side = facts.size.width();
     LightImage strip = emptyStrip(side);
     for (int face = 0; face < kFaces; ++face) {
         const LightImage cell{facts.size, readTexels(facts, GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face))};
         copyCell(cell, {}, false, strip, face);
+    }
+    if (rowsGoUp) {
+        turnOver(strip); // each face for itself, since they are side by side
     }
     return strip;
 }
@@ -102,11 +114,7 @@ LightImage readPlain(const TextureFacts &facts, bool rowsGoUp)
 {
     LightImage image{facts.size, readTexels(facts, GL_TEXTURE_2D)};
     if (rowsGoUp) {
-        const auto width = std::ptrdiff_t(facts.size.width());
-        for (int y = 0; y < facts.size.height() / 2; ++y) {
-            const auto row = image.texels.begin() + y * width;
-            std::swap_ranges(row, row + width, image.texels.end() - (y + 1) * width);
-        }
+        turnOver(image);
     }
     return image;
 }
@@ -130,8 +138,9 @@ Expected<EnvironmentImage> readByLibrary(const QString &path)
         return inputProblem(path, QStringLiteral("is no picture of surroundings: ") + facts.toString());
     }
     const AutoBinder bound(texture.get());
-    return isCube ? EnvironmentImage{EnvironmentLayout::eStrip, joinFaces(facts)}
-                  : EnvironmentImage{EnvironmentLayout::eLatLong, readPlain(facts, doRowsGoUp(path))};
+    const bool rowsGoUp = doRowsGoUp(path);
+    return isCube ? EnvironmentImage{EnvironmentLayout::eStrip, joinFaces(facts, rowsGoUp)}
+                  : EnvironmentImage{EnvironmentLayout::eLatLong, readPlain(facts, rowsGoUp)};
 }
 
 /// The layout whose cells are squares; of a panorama, whose texels are.

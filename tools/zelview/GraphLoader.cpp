@@ -1,11 +1,11 @@
 #include "GraphLoader.h"
 
 #include "Scene.h"
+#include "SourceFormat.h"
 
 #include <QtCore/QHash>
 #include <QtCore/qmath.h>
 
-#include <assimp/commonMetaData.h>
 #include <assimp/scene.h>
 #include <assimp/version.h>
 
@@ -62,13 +62,9 @@ QVector3D across(const QVector3D &direction)
 /// aspect before its version 5.3.
 float halfWidthAtOne(const aiScene &source, const aiCamera &camera, float aspect)
 {
-    aiString format;
-    const bool isGltf = source.mMetaData != nullptr
-                        && source.mMetaData->Get(AI_METADATA_SOURCE_FORMAT, format)
-                        && QByteArray(format.C_Str()).startsWith("glTF");
     const bool isOld = aiGetVersionMajor() < 5 || (aiGetVersionMajor() == 5 && aiGetVersionMinor() < 3);
-    return isGltf && isOld ? aspect * std::tan(0.5f * camera.mHorizontalFOV / aspect)
-                           : std::tan(0.5f * camera.mHorizontalFOV);
+    return isGltf(source) && isOld ? aspect * std::tan(0.5f * camera.mHorizontalFOV / aspect)
+                                   : std::tan(0.5f * camera.mHorizontalFOV);
 }
 
 class GraphLoader

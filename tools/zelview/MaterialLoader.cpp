@@ -1,6 +1,7 @@
 #include "MaterialLoader.h"
 
 #include "Scene.h"
+#include "SourceFormat.h"
 #include "UdimFiles.h"
 
 #include <QtCore/QDir>
@@ -168,6 +169,9 @@ public:
     {
     }
 
+    /// Whether assimp has left the file's transforms of texture coordinates as they are; see loadModel().
+    bool areTransformsLeft() const { return zelview::isGltf(_source); }
+
     /// The index of a texture, or -1 when the image is missing.
     int indexOf(const aiString &name, TextureSource::Wrap wrapU, TextureSource::Wrap wrapV, bool isColor)
     {
@@ -230,17 +234,35 @@ std::vector<aiTextureType> typesOf(MapKind kind)
     }
 }
 
-/// The place among a vertex's sets of texture coordinates for this set of the file. There are two; the first that a
-/// map takes is the first of them, and a third one has no place and gets the first.
-int placeOfSet(unsigned int set, bool isFirst, Material &material)
+/// The transform of glTF's KHR_texture_transform for assimp's texture coordinates, whose origin is the image's lower left
+/// corner. assimp's reader and the step that would apply the transform disagree about the pivot (5.2.5), so the numbers
+/// of the file are recovered from those of the reader.
+QTransform gltfTransform(const aiUVTransform &read)
 {
-    set = std::min(set, AI_MAX_NUMBER_OF_TEXTURECOORDS - 1u);
+    const double scaleX = double(read.mScaling.x);
+    const double scaleY = double(read.mScaling.y);
+    const double cosine = std::cos(double(read.mRotation));
+    const double sine = -std::sin(double(read.mRotation)); // the reader negates the angle
+    const double offsetX = double(read.mTranslation.x) - 0.5 * scaleX * (1.0 - cosine + sine);
+    const double offsetY = 1.0 - scaleY + 0.5 * scaleY * (cosine + sine - 1.0) - double(read.mTranslation.y);
+    // Scale, then counter-clockwise rotation, then offset, where y goes down from the upper left corner.
+    const QTransform stated(cosine * scaleX, -sine * scaleX, sine * scaleY, cosine * scaleY, offsetX,
+                            offsetY);
+    const QTransform upsideDown(1.0, 0.0, 0.0, -1.0, 0.0, 1.0);
+    return upsideDown * stated * upsideDown;
+}
+
+/// The place among a vertex's sets of texture coordinates. There are two; the first that a map takes is the first of them,
+/// and a third one has no place and gets the first.
+int placeOf(const TexCoords &wanted, bool isFirst, Material &material)
+{
+    std::array<TexCoords, 2> &places = material.texCoords;
     if (isFirst) {
-        material.texCoordSets = {set, set};
-    } else if (set != material.texCoordSets[0] && material.texCoordSets[1] == material.texCoordSets[0]) {
-        material.texCoordSets[1] = set;
+        places = {wanted, wanted};
+    } else if (places[1] == places[0]) {
+        places[1] = wanted;
     }
-    return set != material.texCoordSets[0] && set == material.texCoordSets[1] ? 1 : 0;
+    return !(wanted == places[0]) && wanted == places[1] ? 1 : 0;
 }
 
 void readMap(const aiMaterial &source, MapKind kind, TextureList &textures, Material &material)
@@ -249,13 +271,20 @@ void readMap(const aiMaterial &source, MapKind kind, TextureList &textures, Mate
                                       [](const auto &map) { return map.texture >= 0; });
     for (const aiTextureType type : typesOf(kind)) {
         aiString name;
-        unsigned int set = 0;
+        TexCoords texCoords;
         aiTextureMapMode wrap[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
-        if (source.GetTexture(type, 0, &name, nullptr, &set, nullptr, nullptr, wrap) == aiReturn_SUCCESS) {
+        if (source.GetTexture(type, 0, &name, nullptr, &texCoords.set, nullptr, nullptr, wrap)
+            == aiReturn_SUCCESS) {
             const bool isColor = kind == eBaseColorMap || kind == eEmissiveMap;
             material.maps[kind].texture = textures.indexOf(name, toWrap(wrap[0]), toWrap(wrap[1]), isColor);
             if (material.has(kind)) {
-                material.maps[kind].set = placeOfSet(set, isFirst, material);
+                texCoords.set = std::min(texCoords.set, AI_MAX_NUMBER_OF_TEXTURECOORDS - 1u);
+                aiUVTransform transform;
+                if (textures.areTransformsLeft()
+                    && source.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) == aiReturn_SUCCESS) {
+                    texCoords.toImage = gltfTransform(transform);
+                }
+                material.maps[kind].set = placeOf(texCoords, isFirst, material);
             }
             return;
         }
@@ -285,18 +314,21 @@ bool isTwoSided(const aiMaterial &source)
 }
 
 /// The emission, unless it is the factor of a map that is not read.
-QVector3D emissionOf(const aiMaterial &source, const Material &material)
+void readEmission(const aiMaterial &source, bool isSeparate, Material &material)
 {
     aiColor4D emission;
     const bool isFactorAlone =
         source.GetTextureCount(aiTextureType_EMISSIVE) > 0 && !material.has(eEmissiveMap);
     if (isFactorAlone || source.Get(AI_MATKEY_COLOR_EMISSIVE, emission) != aiReturn_SUCCESS) {
-        return {};
+        return;
     }
-    return {emission.r, emission.g, emission.b};
+    material.emission = {emission.r, emission.g, emission.b};
+    if (!isSeparate && !material.emission.isNull()) {
+        material.maps[eEmissiveMap] = material.maps[eBaseColorMap];
+    }
 }
 
-Material toMaterial(const aiMaterial &source, TextureList &textures)
+Material toMaterial(const aiMaterial &source, bool hasSeparateEmission, TextureList &textures)
 {
     Material material;
     material.name = QString::fromUtf8(source.GetName().C_Str());
@@ -305,7 +337,7 @@ Material toMaterial(const aiMaterial &source, TextureList &textures)
     readSurface(source, material);
     readOpacity(source, material);
     material.isTwoSided = isTwoSided(source);
-    material.emission = emissionOf(source, material);
+    readEmission(source, hasSeparateEmission, material);
     return material;
 }
 
@@ -314,8 +346,9 @@ Material toMaterial(const aiMaterial &source, TextureList &textures)
 void loadMaterials(const aiScene &source, const QString &path, Scene &scene)
 {
     TextureList textures(source, path, scene);
+    const bool isEmissionSeparate = hasSeparateEmission(source);
     for (unsigned int i = 0; i < source.mNumMaterials; ++i) {
-        scene.materials.push_back(toMaterial(*source.mMaterials[i], textures));
+        scene.materials.push_back(toMaterial(*source.mMaterials[i], isEmissionSeparate, textures));
     }
     if (scene.materials.empty()) {
         scene.materials.emplace_back();

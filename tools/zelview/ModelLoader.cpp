@@ -5,6 +5,8 @@
 #include "InputFile.h"
 #include "MaterialLoader.h"
 #include "MemoryBudget.h"
+#include "NormalGenerator.h"
+#include "SourceFormat.h"
 
 #include <QtCore/QFileInfo>
 
@@ -22,10 +24,13 @@ namespace zelview {
 
 namespace {
 
-constexpr unsigned int kSteps =
-    aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_GenSmoothNormals
-    | aiProcess_SortByPType | aiProcess_FindInvalidData | aiProcess_TransformUVCoords
-    | aiProcess_RemoveRedundantMaterials | aiProcess_ImproveCacheLocality | aiProcess_ValidateDataStructure;
+constexpr unsigned int kFirstSteps = aiProcess_ValidateDataStructure | aiProcess_Triangulate
+                                     | aiProcess_SortByPType | aiProcess_FindInvalidData;
+
+/// These expect that no two faces share a vertex.
+constexpr unsigned int kLastSteps = aiProcess_RemoveRedundantMaterials | aiProcess_GenUVCoords
+                                    | aiProcess_GenSmoothNormals | aiProcess_JoinIdenticalVertices
+                                    | aiProcess_ImproveCacheLocality;
 
 /// Edges sharper than this stay edges where normals are generated; degrees.
 constexpr float kSmoothingAngle = 40.0f;
@@ -51,13 +56,16 @@ quint8 toByte(float unit)
     return quint8(std::lround(255.0f * std::clamp(unit, 0.0f, 1.0f)));
 }
 
-std::array<float, 2> toTexCoord(const aiMesh &source, unsigned int index, unsigned int set)
+std::array<float, 2> toTexCoord(const aiMesh &source, unsigned int index, const TexCoords &wanted)
 {
-    if (!source.HasTextureCoords(set)) {
+    if (!source.HasTextureCoords(wanted.set)) {
         return {};
     }
-    const aiVector3D &texCoord = source.mTextureCoords[set][index];
-    return {texCoord.x, texCoord.y};
+    const aiVector3D &stated = source.mTextureCoords[wanted.set][index];
+    double x = double(stated.x);
+    double y = double(stated.y);
+    wanted.toImage.map(x, y, &x, &y);
+    return {float(x), float(y)};
 }
 
 Vertex toVertex(const aiMesh &source, unsigned int index, const Material &material)
@@ -69,8 +77,8 @@ Vertex toVertex(const aiMesh &source, unsigned int index, const Material &materi
         const aiVector3D &normal = source.mNormals[index];
         vertex.normal = {normal.x, normal.y, normal.z};
     }
-    vertex.texCoord = toTexCoord(source, index, material.texCoordSets[0]);
-    vertex.texCoord2 = toTexCoord(source, index, material.texCoordSets[1]);
+    vertex.texCoord = toTexCoord(source, index, material.texCoords[0]);
+    vertex.texCoord2 = toTexCoord(source, index, material.texCoords[1]);
     if (source.HasVertexColors(0)) {
         const aiColor4D &color = source.mColors[0][index];
         vertex.color = {toByte(color.r), toByte(color.g), toByte(color.b), toByte(color.a)};
@@ -169,7 +177,13 @@ Expected<Scene> import(const QString &path)
     const MemoryBudget budget(memoryFor(path));
     Assimp::Importer importer;
     importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, kSmoothingAngle);
-    const aiScene *source = importer.ReadFile(path.toUtf8().constData(), kSteps);
+    const aiScene *source = importer.ReadFile(path.toUtf8().constData(), kFirstSteps);
+    if (source != nullptr) {
+        generateSharedNormals(*const_cast<aiScene *>(source), kSmoothingAngle); // the importer's own scene
+        // MaterialLoader reads the transforms of glTF.
+        const unsigned int transforms = isGltf(*source) ? 0u : aiProcess_TransformUVCoords;
+        source = importer.ApplyPostProcessing(kLastSteps | transforms);
+    }
     if (source == nullptr || source->mRootNode == nullptr) {
         const QString reason = QString::fromUtf8(importer.GetErrorString()).simplified();
         return inputProblem(path, QStringLiteral("cannot be understood: ") + reason);

@@ -113,6 +113,12 @@ std::array<bool, kMapKinds> usedKinds(const Scene &scene)
     return isUsed;
 }
 
+/// The map that a material binds for a kind: see ModelTextures::token().
+const MaterialMap &mapOf(const Material &material, MapKind kind, const std::array<bool, kMapKinds> &isUsed)
+{
+    return material.maps[isUsed[kind] ? kind : eBaseColorMap];
+}
+
 /// The most textures that a material has, white in the place of missing ones among them.
 int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
 {
@@ -120,9 +126,7 @@ int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
     for (const Material &material : scene.materials) {
         std::set<int> textures;
         for (size_t kind = 0; kind < kMapKinds; ++kind) {
-            if (isUsed[kind]) {
-                textures.insert(material.maps[kind].texture);
-            }
+            textures.insert(mapOf(material, MapKind(kind), isUsed).texture);
         }
         most = std::max(most, textures.size());
     }
@@ -183,7 +187,7 @@ ModelTextures::~ModelTextures()
 
 TextureToken ModelTextures::token(const Material &material, MapKind kind) const
 {
-    return tokenOf(material.maps[_isUsed[kind] ? kind : eBaseColorMap].texture);
+    return tokenOf(mapOf(material, kind, _isUsed).texture);
 }
 
 void ModelTextures::setUp(GLSLMacroProcessor *processor) const

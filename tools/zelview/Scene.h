@@ -5,6 +5,7 @@
 #include <QtCore/QStringList>
 #include <QtGui/QImage>
 #include <QtGui/QMatrix4x4>
+#include <QtGui/QTransform>
 #include <QtGui/QVector3D>
 #include <QtGui/QVector4D>
 
@@ -83,6 +84,15 @@ enum MapKind {
 };
 constexpr size_t kMapKinds = 5;
 
+/// Where a vertex's texture coordinates come from.
+struct TexCoords
+{
+    unsigned int set = 0;    ///< of the file
+    QTransform toImage = {}; ///< applied to them
+
+    bool operator==(const TexCoords &other) const { return set == other.set && toImage == other.toImage; }
+};
+
 /// A texture in the service of a material.
 struct MaterialMap
 {
@@ -100,11 +110,11 @@ struct Material
     float roughness = 0.5f; ///< perceptual: the square of it goes into the distribution of normals
     float normalScale = 1.0f;
     float occlusionStrength = 1.0f;
-    std::array<MaterialMap, kMapKinds> maps;        ///< by MapKind
-    std::array<unsigned int, 2> texCoordSets{0, 0}; ///< of the file, that become the two of a vertex
-    float alphaCutoff = -1.0f;                      ///< less opaque parts are left out
-    bool isBlended = false;                         ///< drawn behind the opaque ones, from back to front
-    bool isTwoSided = true; ///< unless the file says that back faces are not to be seen
+    std::array<MaterialMap, kMapKinds> maps; ///< by MapKind
+    std::array<TexCoords, 2> texCoords;      ///< that become the two sets of a vertex
+    float alphaCutoff = -1.0f;               ///< less opaque parts are left out
+    bool isBlended = false;                  ///< drawn behind the opaque ones, from back to front
+    bool isTwoSided = true;                  ///< unless the file says that back faces are not to be seen
 
     bool has(MapKind kind) const { return maps[kind].texture >= 0; }
 };

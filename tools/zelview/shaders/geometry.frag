@@ -1,6 +1,6 @@
 // What ambient occlusion is judged from: where the opaque surfaces of a model are, and how they face.
 // In:  what ModelFragment.glslh lists.
-// Out: unit normal in view space, distance along the view.
+// Out: unit normal of the face in view space, distance along the view.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 out vec4 out_FragColor;
@@ -11,7 +11,9 @@ out vec4 out_FragColor;
 
 void main()
 {
+    // Not the mesh's normal: where that leans off the face, as beside hard edges, the face would occlude itself.
+    vec3 toEye = normalize(u_Eye.xyz - vo_Position);
+    vec3 normal = mat3(u_View) * faceNormal(toEye, facingNormal(toEye));
     materialColor();
-    vec3 normal = mat3(u_View) * facingNormal(normalize(u_Eye.xyz - vo_Position));
     out_FragColor = vec4(normal, -(u_View * vec4(vo_Position, 1.0)).z);
 }

@@ -41,11 +41,16 @@ void main()
     float turn = turnOfPixel();
 
     float sum = 0.0;
+    float known = 0.0; // how many taps the picture shows
     for (int i = 0; i < kTaps; ++i) {
         float along = (float(i) + 0.5) / float(kTaps);
         float angle = along * kTurns * 6.2831853 + turn;
         vec2 offset = along * disc * vec2(cos(angle) * size.y / size.x, sin(angle));
         vec2 tap = vo_TexCoord + offset;
+        if (clamp(tap, 0.0, 1.0) != tap) {
+            continue;
+        }
+        known += 1.0;
         float distance = textureLod(u_Geometry, tap, 0.0).w;
         if (distance <= 0.0) {
             continue;
@@ -56,5 +61,5 @@ void main()
         float height = dot(way, normal) - 0.002 * geometry.w; // what rounding makes of a plane is no occluder
         sum += within * within * within * max(height, 0.0) / (squared / u_Reach + 0.01 * u_Reach);
     }
-    out_FragColor = vec4(clamp(1.0 - kStrength * 5.0 * sum / float(kTaps), 0.0, 1.0));
+    out_FragColor = vec4(clamp(1.0 - kStrength * 5.0 * sum / max(known, 1.0), 0.0, 1.0));
 }
