@@ -93,6 +93,19 @@ TEST_F(ZelviewManagerTest, TilesAreAPlaneWithAHoleWhereOneIsMissing)
     EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0}));
 }
 
+TEST_F(ZelviewManagerTest, ReportsTexturesThatItScalesIntoSlots)
+{
+    int tile = 1001;
+    for (const int width : {16384, 48, 16, 32, 64, 128, 256, 512, 1024}) {
+        QImage(width, 1, QImage::Format_RGB32).save(_files.path(QString("t.%1.png").arg(tile++)));
+    }
+    const QStringList told =
+        runZelview({"--udim", _files.path(QString()), "--offscreen", _files.path("out.png")}).errorLines();
+    ASSERT_EQ(told.size(), 2) << qPrintable(told.join('\n'));
+    EXPECT_TRUE(holds(told[0], "1 texture is scaled down to the largest slot of the manager 'array', "));
+    EXPECT_TRUE(holds(told[1], "the manager 'array' has too few slots, and scales textures: "));
+}
+
 TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
 {
     writeTiles();

@@ -69,12 +69,17 @@ TEST(ZelviewCamera, FramesAnySceneTightlyFromAnySide)
         const float size = std::pow(10.0f, float(i % 7) - 3.0f);
         const Scene scene =
             cloud(random, QVector3D(3.0f, -2.0f, 5.0f) * size, QVector3D(1.0f, 0.2f, 4.0f) * size);
-        const float aspect = i % 2 == 0 ? 16.0f / 9.0f : 0.5f;
         OrbitCamera camera(turn(random), rise(random));
-        camera.frame(scene, aspect);
-        const Reach reach = reachInView(scene, camera, aspect);
-        EXPECT_NEAR(std::max(reach.across, reach.along), 0.9f, 0.002f);
-        EXPECT_TRUE(reach.isWithinDepth);
+        camera.frame(scene, 16.0f / 9.0f);
+        for (const float aspect : {16.0f / 9.0f, 0.4f}) {
+            camera.refit(scene, aspect);
+            const Reach reach = reachInView(scene, camera, aspect);
+            EXPECT_NEAR(std::max(reach.across, reach.along), 0.9f, 0.002f);
+            EXPECT_TRUE(reach.isWithinDepth);
+        }
+        camera.zoom(-1.0f); // from now on the view is the user's
+        camera.refit(scene, 0.4f);
+        EXPECT_LT(reachInView(scene, camera, 0.4f).across, 0.88f);
     }
 }
 
@@ -229,12 +234,38 @@ TEST(ZelviewLoader, CutsPolygonsLeavesOutLinesAndMakesScreenColoursLinear)
     ASSERT_TRUE(bool(scene)) << qPrintable(scene.problem().text);
     ASSERT_EQ(scene->draws.size(), 1u);
     EXPECT_EQ(scene->placedTriangles(), 3);
+    EXPECT_EQ(scene->remarks, QStringList("not shown: 1 line"));
     const Mesh &mesh = scene->meshes[size_t(scene->draws[0].mesh)];
     const Material &material = scene->materials[size_t(mesh.material)];
     EXPECT_NEAR(material.baseColor.x(), 0.2140f, 1e-3f);
     EXPECT_EQ(material.baseColor.z(), 1.0f);
     EXPECT_EQ(material.baseColor.w(), 0.25f);
     EXPECT_TRUE(material.isBlended);
+}
+
+TEST(ZelviewLoader, ReportsWhatIsNotShownInOneLine)
+{
+    const ModelFiles files;
+    const QString model =
+        files.writeGltf("all.gltf", R"([{"mesh":0,"skin":0}])",
+                        QByteArray(R"("extensionsUsed":["EXT_none","KHR_materials_clearcoat"],
+            "materials":[{"extensions":{"KHR_materials_clearcoat":{"clearcoatFactor":1}}}],"meshes":[{"primitives":[
+            {"attributes":{"POSITION":0,"JOINTS_0":2,"WEIGHTS_0":3},"material":0,"targets":[{"POSITION":0}]}]}],
+            "skins":[{"joints":[0],"inverseBindMatrices":4}],"animations":[{"samplers":[{"input":1,"output":0}],
+            "channels":[{"sampler":0,"target":{"node":0,"path":"scale"}}]}],"accessors":[@5126,"type":"VEC3"},
+            @5126,"type":"SCALAR"},@5121,"type":"VEC4"},@5126,"type":"VEC4"},@5126,"type":"MAT4"}])")
+                            .replace("@", R"({"bufferView":0,"count":3,"componentType":)"),
+                        {files.bytesOf<float>({0, 0, 0, 1, 0, 0, 1, 1, 0}) + QByteArray(160, '\0')});
+    EXPECT_EQ(loadModel(model)->remarks,
+              QStringList("not shown: 1 animation, skinning of 1 mesh, morph targets of 1 mesh, clear coat "
+                          "of 1 material, the extension EXT_none"));
+    const QByteArray triangle = "usemtl m\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
+    EXPECT_EQ(loadModel(files.write("a.obj", "mtllib none.mtl\n" + triangle))->remarks,
+              QStringList("file 'none.mtl' is missing, and what it holds is left out"));
+    files.write("clear.mtl", "newmtl m\nd 0\n");
+    const Expected<Scene> clear = loadModel(files.write("b.obj", "mtllib clear.mtl\n" + triangle));
+    EXPECT_EQ(clear->remarks, QStringList("all materials are fully transparent, and drawn opaque"));
+    EXPECT_FALSE(clear->materials.front().isBlended);
 }
 
 TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)

@@ -31,8 +31,8 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString wall = _files.writeWall("wall.obj", 1, 1);
     const QString text = _files.write("text.obj", "To be, or not to be.\n");
     const QString unknown = _files.write("notes.txt", "Dear diary,\n");
-    const QString empty = _files.write("empty.glb", "");
-    const QString points = _files.write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n");
+    const QByteArray gltf2 = R"("asset":{"version":"2.0"},"scene":"the first"})";
+    const QString rgbe = _files.write("old.hdr", "#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n\1\1\1\1");
     const QString endless = _files.write("endless.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n");
     const QString boast = _files.write("boast.off", "OFF\n353535235358 6 0\n0 0 0\n1 0 0\n3 0 0 1\n");
     const QString torn = _files.write("torn.glb", QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20));
@@ -83,17 +83,22 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
              "--level goes with images; the scene of --stress is a model"},
             {{_files.path("none.glb")}, 2, "there is no file"},
             {{folder}, 2, "is not a file that can be read"},
-            {{text}, 3, "text.obj' cannot be understood"},
-            {{unknown}, 3, "notes.txt' cannot be understood"},
-            {{empty}, 3, "empty.glb' cannot be understood"},
-            {{torn}, 3, "torn.glb' cannot be understood"},
-            {{points}, 3, "points.obj' holds no triangles"},
+            {{text}, 3, "text.obj' holds no triangles"},
+            {{unknown}, 3, "notes.txt' cannot be understood: it is neither a model nor an image of a known"},
+            {{_files.write("empty.glb", "")}, 3, "empty.glb' cannot be understood: it is empty"},
+            {{torn}, 3, "torn.glb' cannot be understood: it is neither"},
+            {{_files.write("a.gltf", "{" + gltf2)}, 3, "damaged, or uses a feature of its format that"},
+            {{_files.write("b.gltf", R"({"extensionsRequired":["E"],)" + gltf2)}, 3, "the extension E,"},
+            {{_files.write("c.gltf", R"({"skins":[{}],)" + gltf2)}, 3, "skins without inverse bind matrices"},
+            {{_files.write("v1.glb", "glTF\1" + QByteArray(20, '\0'))}, 3, "it is glTF 1, and zelview reads"},
+            {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
+            {{wall, "--env", rgbe}, 3, "cannot be read: it is a Radiance image that begins with '#?RGBE'"},
+            {{_files.write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n")}, 3, "holds no triangles"},
             {{endless}, 3, "no numbers or out of range"},
         },
         {"--offscreen", target});
     if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process when memory is refused
-        expectRefusals(
-            {{{boast, "--offscreen", target}, 3, "boast.off' cannot be understood: std::bad_alloc"}});
+        expectRefusals({{{boast, "--offscreen", target}, 3, "boast.off' needs too much memory for a file"}});
     }
 }
 

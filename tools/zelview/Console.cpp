@@ -17,7 +17,7 @@ namespace {
 bool gVerbose = false;
 bool gStarted = false;
 bool gCollecting = false;
-QString gLastComplaint;
+QStringList gComplaints; ///< of a Collector
 int gStandardError = -1; ///< while it is kept closed
 
 /// The least level that is shown.
@@ -34,7 +34,7 @@ void handleMessage(QtMsgType level, const QMessageLogContext &, const QString &t
         std::_Exit(int(ExitCode::eGL)); // returning would make Qt abort the process
     }
     if (gCollecting && level != QtDebugMsg) {
-        gLastComplaint = text;
+        gComplaints.append(text);
     } else if (isShown(level)) {
         complain(text);
     }
@@ -51,9 +51,9 @@ void openStandardError()
 void endInsteadOfAbort(int)
 {
     openStandardError();
-    const QString reason = Collector::lastComplaint();
-    std::_Exit(
-        end({ExitCode::eInput, reason.isEmpty() ? QStringLiteral("the file's reader gave up") : reason}));
+    const QStringList said = Collector::complaints();
+    std::_Exit(end({ExitCode::eInput, said.isEmpty() ? QStringLiteral("the file's reader gave up")
+                                                     : said.last().simplified()}));
 }
 
 void print(std::FILE *stream, const QString &line)
@@ -79,7 +79,7 @@ void started()
 
 Collector::Collector()
 {
-    gLastComplaint.clear();
+    gComplaints.clear();
     gCollecting = true;
     std::signal(SIGABRT, endInsteadOfAbort);
     std::fflush(stderr);
@@ -96,10 +96,12 @@ Collector::~Collector()
     gCollecting = false;
 }
 
-QString Collector::lastComplaint()
+QStringList Collector::complaints()
 {
     static const QRegularExpression kPlace(QStringLiteral("^\\[[^\\]]*:\\d+\\] "));
-    return QString(gLastComplaint).remove(kPlace).simplified();
+    QStringList complaints = gComplaints;
+    complaints.replaceInStrings(kPlace, QString());
+    return complaints;
 }
 
 void say(const QString &line)

@@ -2,6 +2,8 @@
 
 #include "Outcome.h"
 
+#include <QtCore/QStringList>
+
 /// \file
 /// What the program says: results on stdout, complaints on stderr, one line each, and what becomes of the messages of
 /// Qt and of the library.
@@ -28,8 +30,8 @@ public:
     Collector();
     ~Collector();
 
-    /// The last thing said, without the place in the source that it came from; empty when there was none.
-    static QString lastComplaint();
+    /// The messages of the library and of Qt since the last Collector was made, without their places in the source.
+    static QStringList complaints();
 };
 
 /// A line on stdout.

@@ -127,9 +127,7 @@ Expected<EnvironmentImage> readByLibrary(const QString &path)
     const Console::Collector quiet;
     const std::unique_ptr<Texture> texture(LoadTextureFromFile(path, asItIs));
     if (texture == nullptr || texture->target() == 0) {
-        const QString reason = Console::Collector::lastComplaint();
-        return inputProblem(path, QStringLiteral("cannot be read: ")
-                                      + (reason.isEmpty() ? QStringLiteral("it is no image") : reason));
+        return inputProblem(path, QStringLiteral("cannot be read: ") + reasonOfFailure(path));
     }
     const TextureFacts facts = TextureFacts::of(*texture);
     const bool isCube = facts.target == GL_TEXTURE_CUBE_MAP;

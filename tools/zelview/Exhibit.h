@@ -37,6 +37,8 @@ public:
 
     /// Finds the view that shows everything in a viewport of this size.
     virtual void frame(const QSize &viewport) = 0;
+    /// Keeps everything in view after a change of the viewport's size, unless the user has moved the view.
+    virtual void refit(const QSize &viewport) = 0;
     /// Passes into framebuffers of its own that the next draw() builds on; leaves none bound.
     virtual Failure prepareFrame(const QSize &viewport) = 0;
     /// Fills the bound framebuffer, whose depth is cleared, with linear light that a screen can show.

@@ -53,8 +53,8 @@ Expected<LightImage> readExr(const QString &path)
 {
     try {
         return read(path);
-    } catch (const std::exception &exception) { // OpenEXR's way to tell, and that of a full memory
-        return inputProblem(path, QString::fromLocal8Bit(exception.what()).simplified());
+    } catch (const std::exception &) { // of OpenEXR, whose texts are for programmers, or of a full memory
+        return inputProblem(path, QStringLiteral("its data are damaged, or larger than memory allows"));
     }
 }
 

@@ -121,10 +121,8 @@ Failure ImageExhibit::loadTexture()
     _texture.reset(LoadTextureFromFile(_path, asItIs));
     _loadTime = double(timer.nsecsElapsed()) * 1e-6;
     if (_texture == nullptr) {
-        const QString reason = Console::Collector::lastComplaint();
         return Problem{ExitCode::eInput,
-                       QStringLiteral("'%1' cannot be shown: %2")
-                           .arg(_path, reason.isEmpty() ? QStringLiteral("its data are damaged") : reason)};
+                       QStringLiteral("'%1' cannot be shown: %2").arg(_path, reasonOfFailure(_path))};
     }
     if (_texture->target() == 0) {
         return Problem{ExitCode::eInput, QStringLiteral("'%1' cannot be shown: it has no extent").arg(_path)};

@@ -26,6 +26,7 @@ public:
     Failure putUp(Programs &programs, const Options &options) override;
     void takeDown() override;
     void frame(const QSize &viewport) override;
+    void refit(const QSize &) override {} // draw() fits the image to any viewport
     Failure prepareFrame(const QSize &viewport) override;
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;

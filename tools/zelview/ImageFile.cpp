@@ -1,5 +1,8 @@
 #include "ImageFile.h"
 
+#include "Console.h"
+#include "InputFile.h"
+
 #include <ZelCore/MemoryMappedFile.h>
 #include <ZelGL/ASTCReader.h>
 #include <ZelGL/HDRReader.h>
@@ -32,6 +35,13 @@ bool isRecognised(const TextureRecogniser &recogniser, const QString &path)
     return reader != nullptr;
 }
 
+/// Whether the library reads the file itself, without Qt.
+bool hasOwnReader(const QString &path)
+{
+    return isRecognised(HDRRecogniser(), path) || isRecognised(KTXRecogniser(), path)
+           || isRecognised(ASTCRecogniser(), path);
+}
+
 /// The key-value block of a KTX file; empty where there is none.
 QByteArray ktxMetadata(const QString &path)
 {
@@ -54,8 +64,7 @@ QByteArray ktxMetadata(const QString &path)
 
 bool isImageFile(const QString &path)
 {
-    return isRecognised(HDRRecogniser(), path) || isRecognised(KTXRecogniser(), path)
-           || isRecognised(ASTCRecogniser(), path) || !QImageReader::imageFormat(path).isEmpty();
+    return hasOwnReader(path) || !QImageReader::imageFormat(path).isEmpty();
 }
 
 bool doRowsGoUp(const QString &path)
@@ -67,6 +76,21 @@ bool doRowsGoUp(const QString &path)
         return key >= 0 && metadata.mid(value, metadata.indexOf('\0', value) - value).contains("T=u");
     }
     return !isRecognised(ASTCRecogniser(), path);
+}
+
+QString reasonOfFailure(const QString &path)
+{
+    if (const QString reason = reasonInHead(path); !reason.isEmpty()) {
+        return reason;
+    }
+    if (!isImageFile(path)) {
+        return QStringLiteral("it is no image of a known format");
+    }
+    const QStringList said = Console::Collector::complaints();
+    const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
+    // Qt passes on what its decoders report, which is for programmers.
+    return hasReason && hasOwnReader(path) ? said.last().simplified()
+                                           : QStringLiteral("its data are damaged");
 }
 
 } // namespace zelview

@@ -12,4 +12,7 @@ bool isImageFile(const QString &path);
 /// state it among their metadata and else run down, ASTC files run down, all others are turned when they are read.
 bool doRowsGoUp(const QString &path);
 
+/// Why the library could not load an image under the last Console::Collector.
+QString reasonOfFailure(const QString &path);
+
 } // namespace zelview

@@ -125,6 +125,9 @@ TextureSource::Wrap toWrap(aiTextureMapMode mode)
 QString findFile(QString name, const QDir &folder)
 {
     name.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    if (name.startsWith(QLatin1String("//"))) { // Blender's way to write that it is relative
+        name.remove(0, 2);
+    }
     const QString alone = name.section(QLatin1Char('/'), -1); // paths of the machine where the model was made
     for (const QString &candidate : {folder.filePath(name), folder.filePath(alone)}) {
         if (QFileInfo(candidate).isFile()) {
@@ -203,10 +206,30 @@ public:
         return int(_scene.textures.size()) - 1;
     }
 
+    /// Replaces assimp's numbers of embedded images by their names, for messages. Call it last.
+    void nameEmbedded()
+    {
+        for (TextureSource &texture : _scene.textures) {
+            if (texture.name.startsWith(QLatin1Char('*'))) {
+                const aiTexture *embedded = _source.GetEmbeddedTexture(texture.name.toUtf8().constData());
+                const QString name =
+                    embedded != nullptr ? QString::fromUtf8(embedded->mFilename.C_Str()) : QString();
+                texture.name =
+                    name.isEmpty() ? QStringLiteral("number %1 in the file").arg(texture.name.mid(1)) : name;
+            }
+        }
+    }
+
 private:
     void remarkMissing(const QString &name)
     {
-        const QString remark = QStringLiteral("texture '%1' is missing, and drawn white").arg(name);
+        if (name.isEmpty() || name.startsWith(QLatin1Char('$'))) {
+            return; // the file names none: assimp's readers put something there
+        }
+        const bool isComputed = name.startsWith(QLatin1String("Procedural,")); // of Blender
+        const QString remark = isComputed
+                                   ? QStringLiteral("procedural textures are not shown")
+                                   : QStringLiteral("texture '%1' is missing, and drawn white").arg(name);
         if (!_scene.remarks.contains(remark)) {
             _scene.remarks.append(remark);
         }
@@ -353,6 +376,7 @@ void loadMaterials(const aiScene &source, const QString &path, Scene &scene)
     if (scene.materials.empty()) {
         scene.materials.emplace_back();
     }
+    textures.nameEmbedded();
 }
 
 } // namespace zelview

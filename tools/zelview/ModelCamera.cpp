@@ -71,6 +71,11 @@ void ModelCamera::frame(const Scene &scene, const QSize &viewport)
     _orbit.frame(scene, aspectOf(viewport));
 }
 
+void ModelCamera::refit(const Scene &scene, const QSize &viewport)
+{
+    _orbit.refit(scene, aspectOf(viewport));
+}
+
 void ModelCamera::turn(const QVector2D &way)
 {
     takeOrbit();

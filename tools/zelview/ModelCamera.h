@@ -35,6 +35,8 @@ public:
 
     /// The view around the model that shows all of it.
     void frame(const Scene &scene, const QSize &viewport);
+    /// The same for another viewport, unless the user has moved the view since.
+    void refit(const Scene &scene, const QSize &viewport);
     // As Exhibit has them.
     void turn(const QVector2D &way);
     void move(const QVector2D &way);

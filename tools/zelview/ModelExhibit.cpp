@@ -244,6 +244,11 @@ void ModelExhibit::frame(const QSize &viewport)
     _camera.frame(_scene, viewport);
 }
 
+void ModelExhibit::refit(const QSize &viewport)
+{
+    _camera.refit(_scene, viewport);
+}
+
 Failure ModelExhibit::changeRenderer()
 {
     if (!_takesNextManager && !_takesNextMechanism) {

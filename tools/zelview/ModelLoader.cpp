@@ -1,11 +1,14 @@
 #include "ModelLoader.h"
 
 #include "Console.h"
+#include "GltfHead.h"
 #include "GraphLoader.h"
+#include "ImportReport.h"
 #include "InputFile.h"
 #include "MaterialLoader.h"
 #include "MemoryBudget.h"
 #include "NormalGenerator.h"
+#include "Omissions.h"
 #include "SourceFormat.h"
 
 #include <QtCore/QFileInfo>
@@ -171,24 +174,44 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
     return scene;
 }
 
+/// What the file holds, or names, and the scene lacks.
+void remark(const aiScene &source, const GltfHead &gltf, const QStringList &missing, Scene &scene)
+{
+    for (const QString &file : missing) {
+        scene.remarks.append(QStringLiteral("file '%1' is missing, and what it holds is left out").arg(file));
+    }
+    if (const QString omissions = describeOmissions(source, gltf); !omissions.isEmpty()) {
+        scene.remarks.append(QStringLiteral("not shown: ") + omissions);
+    }
+    showTransparentScene(scene);
+}
+
 Expected<Scene> import(const QString &path)
 {
     const Console::Collector quiet;
     const MemoryBudget budget(memoryFor(path));
+    QStringList missing;
     Assimp::Importer importer;
+    importer.SetIOHandler(new RecordingFiles(missing));
     importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, kSmoothingAngle);
-    const aiScene *source = importer.ReadFile(path.toUtf8().constData(), kFirstSteps);
+    const GltfHead gltf = GltfHead::of(path);
+    const aiScene *source =
+        gltf.hasUnboundSkin ? nullptr : importer.ReadFile(path.toUtf8().constData(), kFirstSteps);
     if (source != nullptr) {
         generateSharedNormals(*const_cast<aiScene *>(source), kSmoothingAngle); // the importer's own scene
         // MaterialLoader reads the transforms of glTF.
         const unsigned int transforms = isGltf(*source) ? 0u : aiProcess_TransformUVCoords;
         source = importer.ApplyPostProcessing(kLastSteps | transforms);
     }
+    missing = statedIn(path, missing);
     if (source == nullptr || source->mRootNode == nullptr) {
-        const QString reason = QString::fromUtf8(importer.GetErrorString()).simplified();
-        return inputProblem(path, QStringLiteral("cannot be understood: ") + reason);
+        return inputProblem(path, describeFailure(path, gltf, importer, missing));
     }
-    return flatten(*source, path);
+    Expected<Scene> scene = flatten(*source, path);
+    if (scene) {
+        remark(*source, gltf, missing, *scene);
+    }
+    return scene;
 }
 
 } // namespace
@@ -202,8 +225,7 @@ Expected<Scene> loadModel(const QString &path)
         return import(path);
     } catch (const std::exception
                  &exception) { // assimp's readers throw on some broken files, and so does a full memory
-        return inputProblem(path, QStringLiteral("cannot be understood: ")
-                                      + QString::fromLocal8Bit(exception.what()));
+        return inputProblem(path, describeFailure(exception));
     }
 }
 

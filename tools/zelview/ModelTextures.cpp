@@ -2,12 +2,16 @@
 
 #include "Console.h"
 #include "Scene.h"
+#include "Words.h"
 
 #include <ZelGL/ZelGL.h>
+
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <set>
 
@@ -133,6 +137,20 @@ int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
     return int(most);
 }
 
+/// The captured groups of each match, joined by " to ", without repetition.
+QStringList captured(const QString &text, const char *pattern)
+{
+    QStringList found;
+    const QRegularExpression form{QLatin1String(pattern)};
+    for (auto matches = form.globalMatch(text); matches.hasNext();) {
+        const QString groups = matches.next().capturedTexts().mid(1).join(QStringLiteral(" to "));
+        if (!found.contains(groups)) {
+            found.append(groups);
+        }
+    }
+    return found;
+}
+
 /// One manager of each kind, to the end of the process: they leave helper textures to the context.
 TextureManager *managerOf(ManagerKind kind)
 {
@@ -172,6 +190,7 @@ ModelTextures::ModelTextures(const Scene &scene, ManagerKind kind)
         _tokens.append(isSet ? addSet(source) : add(source));
     }
     _tokens.append(_white);
+    placeInSlots();
 }
 
 ModelTextures::~ModelTextures()
@@ -258,6 +277,50 @@ TextureToken ModelTextures::addTexture(Texture *texture)
     texture->setReadOnly(); // what the bindless manager takes for a handle
     _textures.push_back(texture);
     return _manager->tokenForTexture(texture);
+}
+
+void ModelTextures::placeInSlots()
+{
+    if (_kind != ManagerKind::eArray && _kind != ManagerKind::eArrayBindless) {
+        return;
+    }
+    remarkTooLarge();
+    {
+        const Console::Collector quiet;
+        _manager->bind(_tokens);
+        _manager->unbind(_tokens);
+    }
+    const QString complaints = Console::Collector::complaints().join(QLatin1Char('\n'));
+    const QStringList scaled =
+        captured(complaints, R"(resized to fit into texture slots \((\d+x\d+)\) -> \((\d+x\d+)\))");
+    if (!scaled.isEmpty()) {
+        _remarks.append(QStringLiteral("the manager '%1' has too few slots, and scales textures: %2 texels")
+                            .arg(managerName(_kind), scaled.join(QStringLiteral(", "))));
+    }
+    const QStringList lost = captured(complaints, R"(Failed to find slot or layer \( *(\d+x\d+))");
+    if (!lost.isEmpty()) {
+        _remarks.append(
+            QStringLiteral("the manager '%1' has too few slots, and leaves out textures: %2 texels")
+                .arg(managerName(_kind), lost.join(QStringLiteral(", "))));
+    }
+}
+
+void ModelTextures::remarkTooLarge()
+{
+    SlotFormat any;
+    any.width = std::numeric_limits<int>::max();
+    any.height = std::numeric_limits<int>::max();
+    const SlotFormat most = static_cast<const Array2DTextureManager *>(_manager)->alignedSlotFormat(any);
+    const auto count = std::count_if(_textures.begin(), _textures.end(), [&](Texture *texture) {
+        const AutoBinder bound(texture);
+        return texture->width(0) > most.width || texture->height(0) > most.height;
+    });
+    if (count > 0) {
+        _remarks.append(QStringLiteral("%1 scaled down to the largest slot of the manager '%2', %3x%4 texels")
+                            .arg(counted(count, "texture is", "textures are"), managerName(_kind))
+                            .arg(most.width)
+                            .arg(most.height));
+    }
 }
 
 QVector<TextureToken> ModelTextures::tokensAtOnce() const

@@ -22,8 +22,8 @@ namespace zelview {
 /// The textures of a scene, loaded by the library and handed to a texture manager: shaders sample them by token.
 ///
 /// Context: construct, use and delete with one and the same context current, of which a process has one.
-/// Errors:  an image that cannot be read is white, a tile is left out; both are told among the remarks, and so is a set
-///          of tiles that the manager takes as its first tile alone.
+/// Errors:  an image that cannot be read is white, a tile is left out. The remarks list both, sets of tiles of which the
+///          manager shows the first alone, and sizes of textures that it scales or has no slot for.
 class ModelTextures
 {
     Q_DISABLE_COPY(ModelTextures)
@@ -57,6 +57,9 @@ private:
     Orvane::Zel::TextureToken add(const TextureSource &source);
     Orvane::Zel::TextureToken addSet(const TextureSource &source);
     Orvane::Zel::TextureToken addTexture(Orvane::Zel::Texture *texture);
+    /// Makes an array manager find slots for all textures, and remarks what it scales.
+    void placeInSlots();
+    void remarkTooLarge();
     QVector<Orvane::Zel::TextureToken> tokensAtOnce() const;
     Orvane::Zel::TextureToken tokenOf(int index) const;
 

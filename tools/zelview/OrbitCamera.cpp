@@ -72,6 +72,14 @@ void OrbitCamera::frame(const Scene &scene, float aspect)
     const float targetDepth = QVector3D::dotProduct(_sceneCenter, back());
     _distance = std::max(std::max(horizontal.depth, vertical.depth) - targetDepth, kNearest * _sceneRadius);
     _target = right() * horizontal.across + up() * vertical.across + back() * targetDepth;
+    _isFitted = true;
+}
+
+void OrbitCamera::refit(const Scene &scene, float aspect)
+{
+    if (_isFitted) {
+        frame(scene, aspect);
+    }
 }
 
 void OrbitCamera::orbit(const QVector2D &drag)
@@ -83,11 +91,13 @@ void OrbitCamera::orbit(const QVector2D &drag)
 void OrbitCamera::pan(const QVector2D &drag)
 {
     const float height = 2.0f * halfHeightAtOne() * _distance;
+    _isFitted = false;
     _target += height * (drag.y() * up() - drag.x() * right());
 }
 
 void OrbitCamera::zoom(float steps)
 {
+    _isFitted = false;
     _distance =
         std::clamp(_distance * std::pow(kZoomStep, steps), kNearest * _sceneRadius, kFarthest * _sceneRadius);
 }

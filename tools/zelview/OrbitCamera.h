@@ -22,6 +22,9 @@ public:
     /// aspect (width by height), with a margin.
     void frame(const Scene &scene, float aspect);
 
+    /// Frames the scene again for another aspect, unless pan() or zoom() have changed the view since.
+    void refit(const Scene &scene, float aspect);
+
     void orbit(const QVector2D &drag);
     /// Moves what lies at the distance of the target along with the pointer.
     void pan(const QVector2D &drag);
@@ -48,6 +51,7 @@ private:
     QVector3D _target;
     QVector3D _sceneCenter;
     float _sceneRadius = 1.0f;
+    bool _isFitted = false; ///< shows the whole scene, as frame() does
 };
 
 } // namespace zelview

@@ -18,18 +18,42 @@ namespace {
 constexpr int kTextHeight = 13; ///< device-independent pixels, as is what follows
 constexpr qreal kMargin = 10.0;
 constexpr qreal kPadding = 8.0;
+constexpr int kValueColumn = 10; ///< characters before the values of a report
+constexpr int kLeastCharacters = 8;
 
-/// The text on a dark plate, premultiplied.
-QImage paint(const QStringList &lines, qreal scale)
+/// Breaks lines so that none has more than \a most characters, at blanks where it can. What follows a break is indented,
+/// like the column of values if that leaves enough of the width.
+QStringList breakLines(const QStringList &lines, int most)
+{
+    most = qMax(most, kLeastCharacters);
+    const QString indent(most >= 3 * kValueColumn ? kValueColumn : 2, QLatin1Char(' '));
+    QStringList broken;
+    for (QString line : lines) {
+        while (line.size() > most) {
+            const int blank = line.lastIndexOf(QLatin1Char(' '), most);
+            const bool hasBlank = blank > indent.size();
+            const int end = hasBlank ? blank : most;
+            broken.append(line.left(end));
+            line = indent + line.mid(hasBlank ? end + 1 : end);
+        }
+        broken.append(line);
+    }
+    return broken;
+}
+
+/// The text on a dark plate, premultiplied, no wider than \a mostWidth without its padding.
+QImage paint(const QStringList &lines, qreal mostWidth, qreal scale)
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setPixelSize(kTextHeight);
     const QFontMetricsF metrics(font);
+    const QStringList broken =
+        breakLines(lines, int(mostWidth / metrics.horizontalAdvance(QLatin1Char('0'))));
     qreal width = 0.0;
-    for (const QString &line : lines) {
+    for (const QString &line : broken) {
         width = qMax(width, metrics.horizontalAdvance(line));
     }
-    const QSizeF size(width + 2.0 * kPadding, lines.size() * metrics.lineSpacing() + 2.0 * kPadding);
+    const QSizeF size(width + 2.0 * kPadding, broken.size() * metrics.lineSpacing() + 2.0 * kPadding);
     QImage image((size * scale).toSize().expandedTo(QSize(1, 1)), QImage::Format_RGBA8888_Premultiplied);
     image.setDevicePixelRatio(scale);
     image.fill(QColor(12, 14, 18, 190));
@@ -37,7 +61,7 @@ QImage paint(const QStringList &lines, qreal scale)
     painter.setFont(font);
     painter.setPen(QColor(235, 238, 242));
     qreal baseline = kPadding + metrics.ascent();
-    for (const QString &line : lines) {
+    for (const QString &line : broken) {
         painter.drawText(QPointF(kPadding, baseline), line);
         baseline += metrics.lineSpacing();
     }
@@ -78,7 +102,8 @@ Expected<std::unique_ptr<Overlay>> Overlay::create(Programs &programs)
 
 void Overlay::draw(const QStringList &lines, const QSize &viewport, qreal scale)
 {
-    const QImage image = paint(lines, scale);
+    const qreal mostWidth = viewport.width() / scale - 2.0 * (kMargin + kPadding);
+    const QImage image = paint(lines, mostWidth, scale);
     const std::unique_ptr<Texture> texture = toTexture(image);
     const int margin = int(std::lround(kMargin * scale));
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);

@@ -10,7 +10,7 @@
 
 namespace zelview {
 
-/// Lines of text in the upper left corner of a finished picture, painted by QPainter.
+/// Lines of text in the upper left corner of a finished picture, painted by QPainter; they break where the viewport ends.
 ///
 /// Units:   sizes in pixels.
 /// Context: create, use and delete with one and the same context current.

@@ -116,7 +116,10 @@ void Window::paintGL()
     if (!_isFramed) {
         _exhibit.frame(pixels);
         _isFramed = true;
+    } else if (pixels != _fittedTo) {
+        _exhibit.refit(pixels);
     }
+    _fittedTo = pixels;
     if (_exhibit.isMoving()) {
         _exhibit.setTime(std::fmod(float(_clock.elapsed()) / kRoundTrip, 1.0f));
         update();

@@ -57,6 +57,7 @@ private:
     QElapsedTimer _clock; ///< of exhibits that move
     bool _isUp = false;
     bool _isFramed = false;
+    QSize _fittedTo;         ///< the pixels that the exhibit last was framed or fitted for
     bool _speaksNext = true; ///< the next frame is described
     QPointF _lastPosition;   ///< of the pointer, device-independent pixels
     QPointF _pressPosition;
