@@ -4,10 +4,12 @@
 #include "support/SceneFixture.h"
 #include "support/Tap.h"
 
+#include <ZelGL/AutoBinder.h>
 #include <ZelGL/GLContextTracker.h>
 #include <ZelGL/SamplerTextureManager.h>
 #include <ZelGL/UniformBufferObject.h>
 
+#include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
 #include <QtGui/QOpenGLFramebufferObject>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
@@ -270,12 +272,12 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
     view.translate(0, 0, -10);
     const struct
     {
-        WindingType winding;
+        GPUModel::WindingType winding;
         unsigned long long value;
         float onTheRight; ///< the depth of the one drawn last there; on the left it is the same in all rows
         QStringList calls;
     } kRows[] = {
-        {eWindingCW,
+        {GPUModel::eWindingCW,
          0,
          -0.4f,
          {on, cw, id(1), id(2), ccw, id(0), id(3), cw, off, id(0), on, cw, ccw, id(0), cw, off}},
@@ -325,12 +327,45 @@ TEST_F(GPUModelDrawTest, EachFormOfADrawTakesItsDrawables)
     EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 1, 1)));
     _model.setFeatureFlags(15);
 
+    { // the command of a unit that cannot be bound is drawn from the unit before
+        const AutoBinder elsewhere(_model.drawBuffers(0)->VAO());
+        EXPECT_EQ(7u, drawn(_model.draw(&_program, nullptr, 0, 0, eWindingOff, nullptr, {}, {1, 0}, false)));
+        EXPECT_MESSAGES(startsWith("critical [VertexArrayObject.cpp:#]"));
+    }
+
     // What is hidden stays so where sorting moves it to.
     addSquares(QVector<QMatrix4x4>(1), 0, 0);
     _model.setVisibility(7, 2);
     for (int times = 0; times < 2; ++times) {
         EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 0, 0)));
         _model.sortDrawablesByFlags();
+    }
+}
+
+TEST_F(GPUModelDrawTest, WhatHostCodeDoesToTheModelDuringADrawCountsFromTheNextOn)
+{
+    const std::pair<size_t, std::function<void()>> kRows[] = {
+        {102, [&] { addSquares(QVector<QMatrix4x4>(100), 0, 1); }},
+        {1, [&] { _model.set(1, nullptr, nullptr, nullptr, 0, 0); }},
+        {0, [&] { _model.clear(); }},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.first);
+        addSquares({placed(-1, -1)});
+        const QPointer<DrawBuffers> last = _model.drawBuffers(addSquares({placed(0, -1)}));
+        HostManager manager;
+        int visits = 0;
+        manager.visit = [&] { visits++ == 0 ? row.second() : void(); };
+        for (const size_t drawn : {size_t(2), row.first}) {
+            _model.updateTransforms();
+            Tap<&glDrawElementsBaseVertex> draws;
+            EXPECT_TRUE(_model.draw(&_program, &manager, 0, kAll, eWindingOff, nullptr, {}, {0, 1}, false));
+            EXPECT_EQ(drawn, draws.count());
+        }
+        EXPECT_EQ(row.first < 2, last.isNull()); // removed, and so deleted
+        _model.clear();
+        manager.clear();
+        _capture.take(); // the token of white
     }
 }
 

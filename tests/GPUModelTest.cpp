@@ -136,6 +136,10 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
 
     for (int frame = 0; frame < 12; ++frame) {
         QVector<bool> dirty(kTransforms, frame == 0);
+        const int place = 50 + below(kTransforms - 50);
+        const int newParent = order.at(below(place / 4));
+        dirty[order.at(place)] = frame == 0 || newParent != _model.transformParent(order.at(place));
+        _model.setTransformParent(order.at(place), newParent);
         for (int move = 0; move < 4; ++move) {
             const int i = order.at(below(kTransforms >> (2 * move))); // with few below it, and with many
             const int parent = _model.transformParent(i);
@@ -184,6 +188,24 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
     }
 }
 
+TEST_F(GPUModelTest, WhatIsRemovedIsDeletedInOrderUnlessAnotherDrawableUsesIt)
+{
+    auto *shared = objects(1);
+    QObjectList expected, deleted;
+    for (int i = 0; i < 3; ++i) {
+        _model.add(squares(1), 0, objects(1), shared, 0);
+        expected << _model.drawBuffers(i) << _model.materialData(i);
+    }
+    expected.insert(4, shared); // the first drawable does not have it any more
+    for (const QObject *object : qAsConst(expected)) {
+        QObject::connect(object, &QObject::destroyed, [&](QObject *gone) { deleted << gone; });
+    }
+    _model.set(0, _model.drawBuffers(0), _model.materialData(0), nullptr, 0, 0);
+    EXPECT_TRUE(deleted.isEmpty());
+    _model.clear();
+    EXPECT_EQ(expected, deleted);
+}
+
 TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
 {
     const int late = addSquares({placed(0, 0)}, 7);
@@ -207,6 +229,14 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     EXPECT_EQ(matrix, read(*_model.objectData(early), 1, "InverseModelMatrix"));
     EXPECT_EQ(1, _model.objectInstances("a").size());
     EXPECT_TRUE(_model.materialNames().isEmpty());
+
+    QMatrix4x4 away =
+        placed(866025.5f, 500000.25f); // along its x axis: the products for y cancel in the inverse
+    away.rotate(30, 0, 0, 1);
+    const double y = double(away(1, 0)) * away(0, 3) - double(away(0, 0)) * away(1, 3);
+    const int far = addSquares({away});
+    _model.updateTransforms();
+    EXPECT_NEAR(y, read(*_model.objectData(far), 0, "InverseModelMatrix")(1, 3), 1e-4);
 
     const int parent = _model.addTransform(-1, QMatrix4x4());
     const int child = _model.addTransform(parent, QMatrix4x4());

@@ -1,4 +1,5 @@
 #include "support/AllocationCount.h"
+#include "support/FakeLimits.h"
 #include "support/FakeLoader.h"
 #include "support/GLFixture.h"
 #include "support/StateGuard.h"
@@ -449,6 +450,20 @@ TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
     driver()->glGetBufferSubData(GL_COPY_READ_BUFFER, 48, sizeof tint, tint);
     driver()->glBindBuffer(GL_COPY_READ_BUFFER, 0);
     EXPECT_EQ(bytesOf(kTint, 4), bytesOf(tint, 4));
+}
+
+TEST_F(InstanceDataTest, MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture)
+{
+    const FakeLimits narrow(GL_MAX_TEXTURE_SIZE, 64); // 21 items of 3 texels
+    InstanceDataCollection collection(paint(Plan::eTextureMechanism, 30), 22);
+    EXPECT_MESSAGES(AssertionsOf("InstanceDataCollection.cpp")("this->fitsTexture()",
+                                                               "List is too big for plan 'Paint'"));
+    Traffic traffic;
+    for (const std::vector<size_t> &expected : {Counts{1, 0, 0, 0}, Counts{1, 2, 2, 0}}) {
+        EXPECT_TRUE(collection.bind(nullptr, nullptr) && collection.unbind(nullptr, nullptr));
+        EXPECT_EQ(expected, traffic.take());
+        collection.update(zeros(21 * 48).constData(), 21 * 48);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Mechanisms, InstanceDataRoadTest,

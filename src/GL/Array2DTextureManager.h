@@ -45,6 +45,10 @@ public:
         BindModeSampler = 0,
         BindModeBindless = 1,
     };
+    // Known by this class too.
+    using SlotFormat = Zel::SlotFormat;
+    using SlotData = Zel::SlotData;
+    using SlotLayerData = Zel::SlotLayerData;
 
     static bool isBindlessSupported();
 
@@ -177,5 +181,10 @@ private:
     QHash<TextureToken, TextureToken>
         _udimPatchToToken; ///< slot token of a patch to the token of its texture
 };
+
+// Known by this namespace too.
+using BindMode = Array2DTextureManager::BindMode;
+constexpr BindMode BindModeSampler = Array2DTextureManager::BindModeSampler;
+constexpr BindMode BindModeBindless = Array2DTextureManager::BindModeBindless;
 
 }} // namespace Orvane::Zel

@@ -91,4 +91,7 @@ private:
     std::unique_ptr<BindlessFunctions> _bindless;
 };
 
+/// Known by this namespace too.
+using TokenInfo = BindlessTextureManager::TokenInfo;
+
 }} // namespace Orvane::Zel

@@ -46,6 +46,9 @@ class ZELGL_EXPORT DrawBuffers : public QObject, public Bindable
     Q_DISABLE_COPY(DrawBuffers)
 
 public:
+    /// Known by this class too.
+    using DrawElementsIndirectCommand = Zel::DrawElementsIndirectCommand;
+
     static int NumAlive();
 
     static bool isBaseInstanceDrawingSupported();

@@ -11,10 +11,9 @@
 #include "VertexArrayObject.h"
 #include "private/ContextHold.h"
 
-#include <QtCore/QSet>
-
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <optional>
 #include <tuple>
 #include <typeinfo>
@@ -208,18 +207,19 @@ private:
     {
         float *to = inverse.data();
         for (int row = 0; row < 3; ++row) {
-            const float x = float(rows[row].x * factor);
-            const float y = float(rows[row].y * factor);
-            const float z = float(rows[row].z * factor);
-            to[row] = x;
-            to[4 + row] = y;
-            to[8 + row] = z;
-            to[12 + row] = -x * translation[0] - y * translation[1] - z * translation[2];
+            const double x = rows[row].x * factor;
+            const double y = rows[row].y * factor;
+            const double z = rows[row].z * factor;
+            to[row] = float(x);
+            to[4 + row] = float(y);
+            to[8 + row] = float(z);
+            // Rounded last: far from the origin the products are large and cancel.
+            to[12 + row] = float(-x * translation[0] - y * translation[1] - z * translation[2]);
             to[4 * row + 3] = 0.0f;
             // The normal matrix is the transpose of the inverse.
-            normal.data()[3 * row] = x;
-            normal.data()[3 * row + 1] = y;
-            normal.data()[3 * row + 2] = z;
+            normal.data()[3 * row] = float(x);
+            normal.data()[3 * row + 1] = float(y);
+            normal.data()[3 * row + 2] = float(z);
         }
         to[15] = 1.0f;
     }
@@ -344,21 +344,47 @@ private:
 };
 
 /// One walk over drawables: what it draws with, and what it has bound so far.
+///
+/// Host code that runs meanwhile (a texture manager, a reader of images, a message handler) may change the model: the
+/// draw goes on with the model as it was at the start. The containers share their memory with the model's, so that the
+/// change is made in a copy; what clear() and set() remove is deleted when the last draw ends.
 class GPUModel::Walk
 {
+    Q_DISABLE_COPY(Walk)
+
 public:
     /// The caller's references to what is bound, for the time between two drawables.
     using References = std::tuple<InstanceDataCollection *&, InstanceDataCollection *&, TextureManager *&,
                                   VertexArrayObject *&, DrawBuffers *&>;
 
-    Walk(const GPUModel &model, ShaderProgram *program, TextureManager *textureManager)
-        : _transforms(model)
+    Walk(GPUModel &model, ShaderProgram *program, TextureManager *textureManager)
+        : _model(model)
+        , _drawables(model._drawables)
+        , _onlyTransforms(model._onlyTransforms)
+        , _materialDrawables(model._materialDrawables)
+        , _visibility(model._transformVisibility)
+        , _parents(model._transformParents)
+        , _swapsHandedness(model._transformSwapsHandedness)
+        , _worldTransforms(model._worldTransforms)
+        , _boundingBoxes(model._boundingBoxes)
+        , _transforms(model)
         , _program(program)
         , _textureManager(textureManager)
     {
+        ++_model._runningDraws;
+        swapLists();
         if (isOfLibrary(textureManager)) {
             _context.emplace();
             _currentProgram = ShaderProgram::currentShaderProgram();
+        }
+    }
+
+    ~Walk()
+    {
+        swapLists();
+        _context.reset(); // destroyed() may run host code
+        if (--_model._runningDraws == 0 && !_model._removed.isEmpty()) {
+            qDeleteAll(std::exchange(_model._removed, {}));
         }
     }
 
@@ -383,24 +409,51 @@ public:
             _eye = -viewMatrix->inverted().column(3).toVector3D();
         }
     }
-    const TransformView &transforms() const { return _transforms; }
-    bool sorts() const { return _sorts; }
-    const QVector3D &eye() const { return _eye; }
+
+    const QHash<int, QVector<int>> &materialDrawables() const { return _materialDrawables; }
+    /// Null where there is none.
+    const Drawable *drawableAt(int position) const
+    {
+        return unsigned(position) < unsigned(_drawables.size()) ? &_drawables.at(position) : nullptr;
+    }
 
     /// Changes what differs and draws the commands, all of them for null.
     bool draw(const Drawable &drawable, const QVector<int> *commands)
     {
-        if (drawable.drawBuffers != nullptr && !drawable.drawBuffers->willDraw(_program, commands)) {
+        return !bind(drawable, commands) || _boundBuffers->draw(_program, commands);
+    }
+
+    /// Draws the commands that are visible and not culled.
+    bool drawVisible(int position, const Drawable &drawable, int commands, WindingType winding)
+    {
+        return !_sorts && choosesAll(position, drawable, commands, winding)
+                   ? drawAll(drawable, commands)
+                   : drawChosen(drawable, commands, winding);
+    }
+
+    Q_NEVER_INLINE bool drawChosen(const Drawable &drawable, int commands, WindingType winding)
+    {
+        chooseCommands(drawable, commands, winding);
+        if (!drawSorted(drawable, _chosenCommands)) {
+            return false;
+        }
+        if (_otherCommands.isEmpty()) {
             return true;
         }
-        if (drawable.materialData != _material || drawable.objectData != _object
-            || _textureManager != _boundManager) {
-            bindData(drawable);
+        // What is mirrored the other way is drawn with the opposite front face.
+        glFrontFace(winding == Zel::eWindingCW ? GL_CCW : GL_CW);
+        const bool result = drawSorted(drawable, _otherCommands);
+        glFrontFace(winding == Zel::eWindingCW ? GL_CW : GL_CCW);
+        return result;
+    }
+
+    /// Sorts the commands if asked, and draws them.
+    bool drawSorted(const Drawable &drawable, QVector<int> &commands)
+    {
+        if (_sorts && !commands.isEmpty()) {
+            sortByDistance(drawable, commands);
         }
-        if (drawable.drawBuffers == nullptr || !bindBuffers(*drawable.drawBuffers)) {
-            return true;
-        }
-        return _boundBuffers->draw(_program, commands);
+        return draw(drawable, &commands);
     }
 
     void unbindData()
@@ -423,6 +476,103 @@ public:
     }
 
 private:
+    /// Between draws the model keeps the lists, so that a frame allocates nothing for them.
+    void swapLists()
+    {
+        _chosenCommands.swap(_model._chosenCommands);
+        _otherCommands.swap(_model._otherCommands);
+        _distances.swap(_model._distances);
+    }
+
+    /// Whether chooseCommands() would choose every command.
+    bool choosesAll(int position, const Drawable &drawable, int commands, WindingType winding) const
+    {
+        if (drawable.culledCount != 0) {
+            return false;
+        }
+        const int *refs = &_onlyTransforms.at(position);
+        if (commands != 1) {
+            if (commands != drawable.transformRefs.size()) {
+                return false;
+            }
+            refs = drawable.transformRefs.constData();
+        }
+        for (int command = 0; command < commands; ++command) {
+            if (!_transforms.isVisible(refs[command]) || !_transforms.isOfWinding(refs[command], winding)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void chooseCommands(const Drawable &drawable, int commands, WindingType winding)
+    {
+        _chosenCommands.resize(0);
+        _otherCommands.resize(0);
+        commands = std::min(commands, drawable.culled.size());
+        for (int command = 0; command < commands; ++command) {
+            const int transform = drawable.transformRefs.at(command);
+            if (!isCulled(drawable, command) && _transforms.isVisible(transform)) {
+                (_transforms.isOfWinding(transform, winding) ? _chosenCommands : _otherCommands)
+                    .append(command);
+            }
+        }
+    }
+
+    void sortByDistance(const Drawable &drawable, QVector<int> &commands)
+    {
+        _distances.resize(0);
+        for (const int command : qAsConst(commands)) {
+            _distances.append({distanceOf(drawable, command), command});
+        }
+        std::sort(_distances.begin(), _distances.end(), &GPUModel::distanceCompare);
+        std::transform(_distances.cbegin(), _distances.cend(), commands.begin(),
+                       [](const DistanceSort &sorted) { return sorted.drawCommand; });
+    }
+
+    float distanceOf(const Drawable &drawable, int command) const
+    {
+        const int box = valueOr(drawable.boundingBoxRefs, command, kInvalidBoundingBoxRef);
+        const int transform = valueOr(drawable.transformRefs, command, kInvalidTransformRef);
+        if (box < 0 || box >= _boundingBoxes.size() || !_transforms.isValid(transform)) {
+            return kFarAway;
+        }
+        const QVector3D local = _worldTransforms.at(transform).inverted().map(_eye);
+        const float distance = (local - _boundingBoxes.at(box).closestPointFrom(local)).length();
+        return std::isnan(distance) ? kFarAway : distance; // sorting needs an order
+    }
+
+    /// Draws all commands: without a list of them where the drawable's own unit is bound, which has no others.
+    bool drawAll(const Drawable &drawable, int commands)
+    {
+        if (!bind(drawable, nullptr)) {
+            return true;
+        }
+        return _boundBuffers == drawable.drawBuffers && _boundBuffers->numDrawCommands() == commands
+                   ? _boundBuffers->draw(_program, nullptr)
+                   : drawFirst(commands);
+    }
+
+    Q_NEVER_INLINE bool drawFirst(int commands)
+    {
+        _chosenCommands.resize(commands);
+        std::iota(_chosenCommands.begin(), _chosenCommands.end(), 0);
+        return _boundBuffers->draw(_program, &_chosenCommands);
+    }
+
+    /// Changes what differs. False when there is nothing to draw.
+    bool bind(const Drawable &drawable, const QVector<int> *commands)
+    {
+        if (drawable.drawBuffers != nullptr && !drawable.drawBuffers->willDraw(_program, commands)) {
+            return false;
+        }
+        if (drawable.materialData != _material || drawable.objectData != _object
+            || _textureManager != _boundManager) {
+            bindData(drawable);
+        }
+        return drawable.drawBuffers != nullptr && bindBuffers(*drawable.drawBuffers);
+    }
+
     /// That to which collections are bound.
     ShaderProgram *currentProgram() const
     {
@@ -481,8 +631,22 @@ private:
         return true;
     }
 
+    GPUModel &_model;
+    // Shared with the model until host code changes it.
+    const QVector<Drawable> _drawables;
+    const QVector<int> _onlyTransforms;
+    const QHash<int, QVector<int>> _materialDrawables;
+    const QVector<int> _visibility;
+    const QVector<int> _parents;
+    const QVector<bool> _swapsHandedness;
+    const QVector<QMatrix4x4> _worldTransforms;
+    const QVector<BoundingBox> _boundingBoxes;
+    const TransformView _transforms; ///< reads these
+
+    QVector<int> _chosenCommands;
+    QVector<int> _otherCommands;
+    QVector<DistanceSort> _distances;
     std::optional<ContextHold> _context; ///< where nothing can change the context and the current program
-    const TransformView _transforms;
     InstanceDataCollection *_object = nullptr;
     InstanceDataCollection *_material = nullptr;
     TextureManager *_boundManager = nullptr;
@@ -518,12 +682,16 @@ GPUModel::~GPUModel() = default;
 
 void GPUModel::clear()
 {
-    if (_deleteOnClear) {
-        QSet<QObject *> owned; // once each: drawables may share them
-        for (const Drawable &drawable : qAsConst(_drawables)) {
-            owned << drawable.drawBuffers << drawable.materialData << drawable.objectData;
+    QVector<QObject *> owned; // in the order of the drawables; once each, as these may share them
+    for (const Drawable &drawable : qAsConst(_drawables)) {
+        for (QObject *object : objectsOf(drawable)) {
+            if (_uses.remove(object) != 0) {
+                owned.append(object);
+            }
         }
-        qDeleteAll(owned);
+    }
+    if (_deleteOnClear) {
+        remove(owned);
     }
     _drawables.clear();
     _onlyTransforms.clear();
@@ -619,14 +787,11 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
     if (changed == nullptr) {
         return;
     }
-    if (_deleteOnClear) {
-        QSet<QObject *> replaced{changed->drawBuffers, changed->materialData, changed->objectData};
-        replaced -= QSet<QObject *>{drawBuffers, material, object}; // what stays is not deleted
-        qDeleteAll(replaced);
-    }
+    const std::array<QObject *, 3> replaced = objectsOf(*changed);
     changed->drawBuffers = drawBuffers;
     changed->materialData = material;
     changed->objectData = object;
+    use(*changed);
     changeFlags(instance, flags, mask);
 
     const int oldCommands = changed->culled.size();
@@ -641,6 +806,17 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
     }
     noteOnlyTransform(_instanceToDrawable.at(instance));
     _boundsDirty = true;
+
+    QVector<QObject *> unused;
+    for (QObject *old : replaced) {
+        if (--_uses[old] == 0) {
+            _uses.remove(old);
+            unused.append(old);
+        }
+    }
+    if (_deleteOnClear) {
+        remove(unused);
+    }
 }
 
 int GPUModel::numDrawables() const
@@ -783,9 +959,13 @@ void GPUModel::setWorldTransform(int transform, const QMatrix4x4 &world)
 
 void GPUModel::setTransformParent(int transform, int parent)
 {
-    if (isValidTransform(transform) && !(isValidTransform(parent) && isDescendant(transform, parent))) {
-        _transformParents[transform] = parent;
+    if (!isValidTransform(transform) || _transformParents.at(transform) == parent
+        || (isValidTransform(parent) && isDescendant(transform, parent))) {
+        return;
     }
+    _transformParents[transform] = parent;
+    _transformDirty[transform] = true;
+    _transformsDirty = true;
 }
 
 void GPUModel::setVisibility(int transform, int visibility)
@@ -1119,7 +1299,8 @@ quint64 GPUModel::memoryEstimateCPU() const
            + bytesOf(_transformVisibility)
            + static_cast<quint64>(_transformNames.size()) * (sizeof(QString) + sizeof(int))
            + bytesOf(_movedInstances) + bytesOf(_cameras) + bytesOf(_cameraNames) + bytesOf(_lights)
-           + bytesOf(_lightNames) + bytesOf(_boundingBoxes) + bytesOf(_boxedCommands);
+           + bytesOf(_lightNames) + bytesOf(_boundingBoxes) + bytesOf(_boxedCommands)
+           + static_cast<quint64>(_uses.size()) * (sizeof(QObject *) + sizeof(int));
 }
 
 quint64 GPUModel::memoryEstimateGPU() const
@@ -1193,52 +1374,6 @@ void GPUModel::resetCulling()
     _boundsDirty = true;
 }
 
-/// Whether chooseCommands() would choose every command.
-inline bool GPUModel::choosesAll(const Drawable &drawable, int commands, WindingType winding,
-                                 const TransformView &transforms) const
-{
-    if (drawable.culledCount != 0) {
-        return false;
-    }
-    if (commands != 0 && drawable.drawBuffers->VAO().isNull()) {
-        return false; // the unit bound before draws in its place, and that may have more commands
-    }
-    const int *refs = &_onlyTransforms.at(int(&drawable - _drawables.constData()));
-    if (commands != 1) {
-        if (commands != drawable.transformRefs.size()) {
-            return false;
-        }
-        refs = drawable.transformRefs.constData();
-    }
-    for (int command = 0; command < commands; ++command) {
-        if (!transforms.isVisible(refs[command]) || !transforms.isOfWinding(refs[command], winding)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/// Draws the commands that are visible and not culled.
-inline bool GPUModel::drawVisible(const Drawable &drawable, int commands, WindingType winding, Walk &walk)
-{
-    const TransformView &transforms = walk.transforms();
-    if (!walk.sorts() && choosesAll(drawable, commands, winding, transforms)) {
-        return walk.draw(drawable, nullptr); // the same draws, without a list
-    }
-    chooseCommands(drawable, commands, winding, transforms);
-    if (!drawSorted(drawable, _chosenCommands, walk)) {
-        return false;
-    }
-    if (_otherCommands.isEmpty()) {
-        return true;
-    }
-    // What is mirrored the other way is drawn with the opposite front face.
-    glFrontFace(winding == eWindingCW ? GL_CCW : GL_CW);
-    const bool result = drawSorted(drawable, _otherCommands, walk);
-    glFrontFace(winding == eWindingCW ? GL_CW : GL_CCW);
-    return result;
-}
-
 bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
                     const unsigned long long &mask, const WindingType &winding, const QMatrix4x4 *viewMatrix,
                     const QList<int> &excludeMaterials, const QList<int> &materials, bool stencil)
@@ -1261,15 +1396,15 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
     const unsigned long long wanted = flags & mask;
     bool result = true;
 
-    const QList<int> materialNumbers = materials.isEmpty() ? _materialDrawables.keys() : materials;
+    const QList<int> materialNumbers = materials.isEmpty() ? walk.materialDrawables().keys() : materials;
     for (const int materialNumber : materialNumbers) {
         if (excludeMaterials.contains(materialNumber)) {
             continue;
         }
         bool stencilSet = !stencil;
-        const QVector<int> positions = _materialDrawables.value(materialNumber);
+        const QVector<int> positions = walk.materialDrawables().value(materialNumber);
         for (const int position : positions) {
-            const Drawable *candidate = drawableAt(position);
+            const Drawable *candidate = walk.drawableAt(position);
             if (candidate == nullptr || (candidate->flags & mask) != wanted) {
                 continue;
             }
@@ -1286,7 +1421,7 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
                 glStencilFunc(GL_ALWAYS, materialNumber + 1, 255);
                 stencilSet = true;
             }
-            result = drawVisible(*candidate, commands, wantedWinding, walk);
+            result = walk.drawVisible(position, *candidate, commands, wantedWinding);
         }
     }
 
@@ -1322,7 +1457,7 @@ bool GPUModel::draw(ShaderProgram *program, const unsigned long long &flags, con
 bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
                     const unsigned long long &mask)
 {
-    return draw(program, textureManager, flags, mask, eWindingDefault, nullptr, false);
+    return draw(program, textureManager, flags, mask, Zel::eWindingDefault, nullptr, false);
 }
 
 bool GPUModel::drawExclude(ShaderProgram *program, TextureManager *textureManager,
@@ -1357,9 +1492,9 @@ bool GPUModel::drawSimple(ShaderProgram *program, TextureManager *textureManager
     const unsigned long long wanted = flags & mask;
     const bool filter = hasFeatureFlags(kFeatureFilterSimple);
     bool result = true;
-    for (const QVector<int> &positions : qAsConst(_materialDrawables)) {
+    for (const QVector<int> &positions : walk.materialDrawables()) {
         for (const int position : positions) {
-            const Drawable *candidate = drawableAt(position);
+            const Drawable *candidate = walk.drawableAt(position);
             if (candidate != nullptr && (!filter || (candidate->flags & mask) == wanted)) {
                 result = walk.draw(*candidate, nullptr) && result;
             }
@@ -1384,8 +1519,8 @@ bool GPUModel::drawMesh(int drawable, InstanceDataCollection *&object, InstanceD
     Walk walk(*this, program, textureManager);
     walk.takeBound(bound);
     walk.sortIfAsked(flags, viewMatrix);
-    const bool result = commands.isEmpty() ? drawVisible(*drawn, commandCount(*drawn), winding, walk)
-                                           : drawSorted(*drawn, commands, walk);
+    const bool result = commands.isEmpty() ? walk.drawVisible(drawable, *drawn, commandCount(*drawn), winding)
+                                           : walk.drawSorted(*drawn, commands);
     walk.giveBound(bound);
     return result;
 }
@@ -1473,10 +1608,33 @@ const GPUModel::Drawable *GPUModel::drawableAt(int position) const
     return position >= 0 && position < _drawables.size() ? &_drawables.at(position) : nullptr;
 }
 
+std::array<QObject *, 3> GPUModel::objectsOf(const Drawable &drawable)
+{
+    return {drawable.drawBuffers, drawable.materialData, drawable.objectData};
+}
+
+void GPUModel::use(const Drawable &drawable)
+{
+    for (QObject *object : objectsOf(drawable)) {
+        ++_uses[object];
+    }
+}
+
+/// Deletes objects, during a draw only when it ends.
+void GPUModel::remove(const QVector<QObject *> &objects)
+{
+    if (_runningDraws == 0) {
+        qDeleteAll(objects);
+    } else {
+        _removed += objects;
+    }
+}
+
 int GPUModel::append(const Drawable &drawable, int materialNumber)
 {
     const int instance = _drawables.size();
     _drawables.append(drawable);
+    use(drawable);
     _drawables.last().instance = instance;
     _onlyTransforms.append(kNotJustOne);
     noteOnlyTransform(instance);
@@ -1655,51 +1813,6 @@ inline bool GPUModel::isBoxOutside(const QMatrix4x4 &viewProjection, int box, in
     }
     return !(_transformsDirty && isTransformDirty(transform))
            && isOutside(viewProjection, _worldTransforms.at(transform), _boundingBoxes.at(box));
-}
-
-bool GPUModel::drawSorted(const Drawable &drawable, QVector<int> &commands, Walk &walk)
-{
-    if (walk.sorts() && !commands.isEmpty()) {
-        sortByDistance(drawable, walk.eye(), commands);
-    }
-    return walk.draw(drawable, &commands);
-}
-
-void GPUModel::chooseCommands(const Drawable &drawable, int commands, WindingType winding,
-                              const TransformView &transforms)
-{
-    _chosenCommands.resize(0);
-    _otherCommands.resize(0);
-    commands = std::min(commands, drawable.culled.size());
-    for (int command = 0; command < commands; ++command) {
-        const int transform = drawable.transformRefs.at(command);
-        if (!isCulled(drawable, command) && transforms.isVisible(transform)) {
-            (transforms.isOfWinding(transform, winding) ? _chosenCommands : _otherCommands).append(command);
-        }
-    }
-}
-
-void GPUModel::sortByDistance(const Drawable &drawable, const QVector3D &eye, QVector<int> &commands)
-{
-    _distances.resize(0);
-    for (const int command : qAsConst(commands)) {
-        _distances.append({distanceFrom(eye, drawable, command), command});
-    }
-    std::sort(_distances.begin(), _distances.end(), &GPUModel::distanceCompare);
-    std::transform(_distances.cbegin(), _distances.cend(), commands.begin(),
-                   [](const DistanceSort &sorted) { return sorted.drawCommand; });
-}
-
-float GPUModel::distanceFrom(const QVector3D &eye, const Drawable &drawable, int command) const
-{
-    const int box = valueOr(drawable.boundingBoxRefs, command, kInvalidBoundingBoxRef);
-    const int transform = valueOr(drawable.transformRefs, command, kInvalidTransformRef);
-    if (!isValidBoundingBox(box) || !isValidTransform(transform)) {
-        return kFarAway;
-    }
-    const QVector3D local = _worldTransforms.at(transform).inverted().map(eye);
-    const float distance = (local - _boundingBoxes.at(box).closestPointFrom(local)).length();
-    return std::isnan(distance) ? kFarAway : distance; // sorting needs an order
 }
 
 }} // namespace Orvane::Zel

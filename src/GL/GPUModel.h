@@ -10,6 +10,8 @@
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector3D>
 
+#include <array>
+
 namespace Orvane { namespace Zel {
 
 class DrawBuffers;
@@ -34,7 +36,8 @@ enum WindingType {
 /// the object data of the draw commands that use it, through the members
 /// "ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix" and, where the plan
 /// has it, "ModelNormalMatrix". All are eMat4; of the last the first nine numbers
-/// are the 3 x 3 matrix, column after column without gaps.
+/// are the 3 x 3 matrix, column after column without gaps. The plan must have the
+/// first three: one that is missing is written at offset 0, over the first member.
 ///
 /// Item i of a drawable's collections belongs to its command i, whose draw ID is i:
 /// a shader finds both by getDrawID().
@@ -46,18 +49,28 @@ enum WindingType {
 /// Context: everything that draws, and clear() and set() where they delete.
 /// Errors:  indices are the caller's to check (isValidTransform(),
 ///          isValidBoundingBox()); one that is out of range is passed over or
-///          answered with an empty value. Nothing is logged.
+///          returns an empty value. Nothing is logged. Host code that runs during
+///          a draw (a texture manager, a reader of images, a message handler) may
+///          change the model: the change counts from the next draw on, and what
+///          clear() and set() delete goes when the draw ends.
 /// Source:  OpenGL 3.2 core; the planes of a frustum from the rows of its matrix:
 ///          G. Gribb, K. Hartmann, "Fast extraction of viewing frustum planes from
 ///          the world-view-projection matrix", 2001.
 /// Ownership: while setDeleteOnClear() is on, which it is at first, clear() deletes
-///          what add() was given, and set() what it replaces; the destructor
-///          deletes nothing.
+///          what add() was given, in the order of the drawables, and set() what it
+///          replaces and no other drawable uses; the destructor deletes nothing.
 class ZELGL_EXPORT GPUModel
 {
     Q_DISABLE_COPY(GPUModel)
 
 public:
+    // The type and the values of the namespace are known by this name too.
+    using WindingType = Zel::WindingType;
+    static constexpr WindingType eWindingDefault = Zel::eWindingDefault;
+    static constexpr WindingType eWindingOff = Zel::eWindingOff;
+    static constexpr WindingType eWindingCCW = Zel::eWindingCCW;
+    static constexpr WindingType eWindingCW = Zel::eWindingCW;
+
     static constexpr int kInvalidBoundingBoxRef = -1;
     static constexpr int kInvalidTransformRef = -1;
     static constexpr int kInvalidCameraIndex = -1;
@@ -156,7 +169,9 @@ public:
 
     /// The instance number. Drawables of one \a materialNumber are drawn one after the
     /// other, and chosen by it. Either collection may be null. Adding in ascending
-    /// order of flags saves sorting.
+    /// order of flags saves sorting. The commands of the unit come first: draw() draws
+    /// none that is added to the unit later, until set(), and nothing of a unit
+    /// without commands, which is for drawSimple().
     int add(DrawBuffers *drawBuffers, int materialNumber, InstanceDataCollection *material,
             InstanceDataCollection *object, const unsigned long long &flags);
     /// A drawable for drawSimple(): without transforms, boxes and culling; its number is 0.
@@ -177,8 +192,9 @@ public:
     void setFlags(int first, int last, unsigned long long flags, unsigned long long mask);
     void addFlags(int first, int last, unsigned long long flags);
     void removeFlags(int first, int last, unsigned long long flags);
-    /// Sorts the drawables by flags if these changed since clear(). Numbers of
-    /// materials and of names are positions, and keep pointing at the place.
+    /// Sorts the drawables by flags if these changed since clear(). A drawable that
+    /// moves loses what is kept by position to the one that takes its place: the
+    /// material number, the names, and the matrices of its transforms.
     void sortDrawablesByFlags();
     bool isDrawAny(unsigned long long bits) const;
     bool isDrawEmpty(unsigned long long value, unsigned long long mask) const;
@@ -192,7 +208,8 @@ public:
     /// its rotation. An equal matrix changes nothing, not even \a locked.
     void setLocalTransform(int transform, const QMatrix4x4 &local, bool locked);
     void setWorldTransform(int transform, const QMatrix4x4 &world);
-    /// Ignored where it would make a transform its own ancestor.
+    /// A new parent marks the transform dirty. Ignored where it would make a transform
+    /// its own ancestor.
     void setTransformParent(int transform, int parent);
     /// 0 and 1 visible, 2 hidden, 3 hidden with descendants.
     void setVisibility(int transform, int visibility);
@@ -224,6 +241,8 @@ public:
     QVector<InstanceRef> objectInstances(const QString &name) const;
     QStringList materialNames() const;
     QStringList objectNames() const;
+    // As InstanceDataCollection::set(), for each command of that name.
+
     void setMaterialProperty(const QString &name, const QString &member, const void *data,
                              unsigned long size);
     void setObjectProperty(const QString &name, const QString &member, const void *data, unsigned long size);
@@ -247,14 +266,17 @@ public:
     bool isValidBoundingBox(int index) const;
     /// The boxes of all commands that are not culled, each taken in its own space:
     /// where transforms move them, it is not the box of the scene in the world.
-    /// Inverted extremes where there are none.
+    /// Inverted extremes where there are none. Recomputed only after add(), set(),
+    /// clear() or a pass of culling, not after loadBoundingBoxes() or
+    /// useBoundingBox() alone.
     const BoundingBox &sceneBounds();
 
     quint64 memoryEstimateCPU() const;
     quint64 memoryEstimateGPU() const;
     int getTotalVerts() const;
 
-    // Culling only ever adds marks; resetCulling() removes them.
+    // Culling only ever adds marks; resetCulling() removes them, but does nothing
+    // without kFeatureCulling, while the other passes go on.
 
     /// Marks what the flags or the transforms hide; how many commands were newly marked.
     int visibilityCull();
@@ -296,8 +318,8 @@ public:
     bool drawSimple(ShaderProgram *program, TextureManager *textureManager, const unsigned long long &flags,
                     const unsigned long long &mask);
 
-    // One drawable, by its position. The references are what the walk over the
-    // drawables has bound; they start null.
+    // One drawable, by its position. The references are what the calls so far have
+    // bound. They start null, and again after clear() and set(), which may delete it.
 
     /// Chooses the commands where \a commands is empty, sorts them if asked, and draws.
     bool drawMesh(int drawable, InstanceDataCollection *&object, InstanceDataCollection *&material,
@@ -339,6 +361,9 @@ private:
     Drawable *drawable(int instance);
     const Drawable *drawable(int instance) const;
     const Drawable *drawableAt(int position) const;
+    static std::array<QObject *, 3> objectsOf(const Drawable &drawable);
+    void use(const Drawable &drawable);
+    void remove(const QVector<QObject *> &objects);
     int append(const Drawable &drawable, int materialNumber);
     void noteOnlyTransform(int position);
     void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
@@ -357,15 +382,6 @@ private:
     void collectBoxedCommands();
     bool isBoxOutside(const QMatrix4x4 &viewProjection, int box, int transform) const;
 
-    bool drawVisible(const Drawable &drawable, int commands, WindingType winding, Walk &walk);
-    bool drawSorted(const Drawable &drawable, QVector<int> &commands, Walk &walk);
-    bool choosesAll(const Drawable &drawable, int commands, WindingType winding,
-                    const TransformView &transforms) const;
-    void chooseCommands(const Drawable &drawable, int commands, WindingType winding,
-                        const TransformView &transforms);
-    void sortByDistance(const Drawable &drawable, const QVector3D &eye, QVector<int> &commands);
-    float distanceFrom(const QVector3D &eye, const Drawable &drawable, int command) const;
-
     unsigned long long _featureFlags = 15;
     QVector<Drawable> _drawables;
     QVector<int> _onlyTransforms;     ///< by position; of drawables with one command
@@ -373,6 +389,7 @@ private:
     QHash<int, QVector<int>> _materialDrawables;
     QHash<QString, QVector<InstanceRef>> _materialInstances;
     QHash<QString, QVector<InstanceRef>> _objectInstances;
+    QHash<QObject *, int> _uses; ///< by drawables, of what add() and set() were given
     bool _deleteOnClear = true;
     bool _flagsDirty = false;
 
@@ -402,6 +419,9 @@ private:
     bool _containsReflectedTransparency = false;
     float _clipNearDefault = 0.1f;
     float _clipFarDefault = 200.0f;
+
+    int _runningDraws = 0;       ///< host code may draw during a draw
+    QVector<QObject *> _removed; ///< to be deleted when no draw is running
 
     // Kept from drawable to drawable, so that a frame allocates nothing for each.
     QVector<int> _chosenCommands;

@@ -24,11 +24,6 @@ int storableSize(unsigned long count, size_t itemSize)
     return itemSize == 0 || count > kMax / itemSize ? 0 : int(count * itemSize);
 }
 
-QByteArray copyOf(const char *bytes, unsigned long numBytes)
-{
-    return bytes != nullptr ? QByteArray(bytes, storableSize(numBytes, 1)) : QByteArray();
-}
-
 } // namespace
 
 InstanceDataCollection::InstanceDataCollection(InstanceDataPlan *plan, unsigned long numItems)
@@ -38,6 +33,7 @@ InstanceDataCollection::InstanceDataCollection(InstanceDataPlan *plan, unsigned 
         ZEL_ASSERT(numItems <= _plan->arraySize(), "List is too big for plan '%s'",
                    qPrintable(_plan->name()));
         _data = QByteArray(storableSize(numItems, itemSize()), '\0');
+        assertFitsTexture();
     }
 }
 
@@ -46,7 +42,7 @@ InstanceDataCollection::InstanceDataCollection(InstanceDataPlan *plan, const cha
     : InstanceDataCollection(plan)
 {
     assertFits(numBytes);
-    _data = copyOf(bytes, numBytes);
+    copy(bytes, numBytes);
 }
 
 InstanceDataCollection::InstanceDataCollection(const QString &planName, const QList<InstanceData> &items)
@@ -83,7 +79,7 @@ void InstanceDataCollection::update(const char *bytes, unsigned long numBytes)
 {
     assertFits(numBytes);
     _textureTokens.clear();
-    _data = copyOf(bytes, numBytes);
+    copy(bytes, numBytes);
     _dirty = true;
 }
 
@@ -238,6 +234,24 @@ void InstanceDataCollection::append(const QList<InstanceData> &items)
     for (const InstanceData &item : items) {
         _data += item.dataArray();
     }
+    assertFitsTexture();
+}
+
+void InstanceDataCollection::copy(const char *bytes, unsigned long numBytes)
+{
+    _data = bytes != nullptr ? QByteArray(bytes, storableSize(numBytes, 1)) : QByteArray();
+    assertFitsTexture();
+}
+
+bool InstanceDataCollection::fitsTexture() const
+{
+    return _plan == nullptr || _plan->fitsTexture(_data.size());
+}
+
+/// The width of a data texture does not limit arraySize(), by which the other mechanisms report too much.
+void InstanceDataCollection::assertFitsTexture() const
+{
+    ZEL_ASSERT(this->fitsTexture(), "List is too big for plan '%s'", qPrintable(_plan->name()));
 }
 
 void InstanceDataCollection::harvestTextureTokens()

@@ -21,8 +21,9 @@ class UniformBufferObject;
 /// Units:   items count from 0; sizes are bytes.
 /// Context: construct and fill anywhere; bind, unbind and delete with one and the
 ///          same context current.
-/// Errors:  a list that is too big for the plan is reported, and stored all the
-///          same. What lies outside the items is neither read nor written.
+/// Errors:  a list that is too big for the plan is reported, and stored anyway; one
+///          that is too big for a data texture stays out of the texture. Bytes
+///          outside the items are neither read nor written.
 /// Source:  -
 ///
 /// The plan must outlive the collection.
@@ -46,8 +47,9 @@ public:
     void update(const QList<InstanceData> &items);
     void update(const char *bytes, unsigned long numBytes);
 
-    /// A member of one item. The list of textures is not renewed by it: it lasts
-    /// until update().
+    /// A member of one item. A name that the plan does not have means offset 0: the
+    /// bytes go over the first member, and nothing is logged; test with contains().
+    /// The list of textures is not renewed by it: it lasts until update().
     void set(int index, const QString &name, const void *data, unsigned long size);
     void get(int index, const QString &name, void *dest) const;
     /// Moves the bytes of one member over another of the same item; sizes are not
@@ -102,6 +104,9 @@ private:
     void assertFits(unsigned long numBytes) const;
     void assertFits(const QList<InstanceData> &instanceDataDataList) const;
     void append(const QList<InstanceData> &items);
+    void copy(const char *bytes, unsigned long numBytes);
+    bool fitsTexture() const;
+    void assertFitsTexture() const;
     void harvestTextureTokens();
     /// Where a member of an item starts, or -1 if it is not inside the data.
     qint64 position(int index, size_t offset, size_t size) const;

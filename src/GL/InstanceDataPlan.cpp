@@ -380,7 +380,7 @@ void InstanceDataPlan::limitToBufferTexture()
     clampArraySize("bxt", quotient(qint64(texels) * qint64(kVec4Size), _totalDataSize));
 }
 
-// The width of the texture is not applied to the number of items.
+// The width of the texture is not applied to the number of items; collections report what it cannot hold.
 void InstanceDataPlan::limitToTexture()
 {
     int maxTextureSize = 1024;
@@ -389,6 +389,7 @@ void InstanceDataPlan::limitToTexture()
                "Total data size (%zu) for plan %s exceeds GL_MAX_TEXTURE_SIZE (%d)", _totalDataSize,
                qPrintable(_name), maxTextureSize);
     logLimit("txt", int(_totalDataSize), maxTextureSize);
+    _texelsMax = maxTextureSize;
 }
 
 void InstanceDataPlan::limitToStorageBlock()
@@ -416,6 +417,11 @@ void InstanceDataPlan::clampArraySize(const char *tag, size_t limit)
 void InstanceDataPlan::logLimit(const char *tag, int size, int max) const
 {
     ZEL_LOG_DEBUG("%s: size %4d max %4d plan '%s'", tag, size, max, qPrintable(_name));
+}
+
+bool InstanceDataPlan::fitsTexture(int bytes) const
+{
+    return bytes / int(kVec4Size) <= _texelsMax;
 }
 
 void InstanceDataPlan::assertUniformBlock(unsigned int program, unsigned int block) const

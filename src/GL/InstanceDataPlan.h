@@ -9,6 +9,7 @@
 #include <QtCore/QStringList>
 
 #include <cstddef>
+#include <limits>
 
 namespace Orvane { namespace Zel {
 
@@ -102,7 +103,8 @@ public:
 
     /// How many items a collection may hold; reported before finalising.
     size_t arraySize() const;
-    /// How many the mechanism could hold; 150 where it sets no limit.
+    /// How many the mechanism could hold; 150 where it sets no limit, as the texture
+    /// mechanism, whose collections report what is too wide for the driver.
     size_t arraySizeMax() const;
     /// Bytes of one item, a multiple of 16.
     size_t totalDataSize() const;
@@ -144,7 +146,7 @@ public:
     void assertShaderProgram(const ShaderProgram *program) const;
 
 private:
-    friend class InstanceDataCollection; // finds its tokens
+    friend class InstanceDataCollection; // finds its tokens, reports what no texture holds
 
     QList<DataType> sortedTypes() const;
     void computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism);
@@ -159,6 +161,7 @@ private:
     void limitToStorageBlock();
     void clampArraySize(const char *tag, size_t limit);
     void logLimit(const char *tag, int size, int max) const;
+    bool fitsTexture(int bytes) const;
     void assertUniformBlock(unsigned int program, unsigned int block) const;
 
     bool _finalised = false;
@@ -173,6 +176,7 @@ private:
     size_t _totalDataSize = 0;
     size_t _arraySize = 150;
     size_t _arraySizeMax = 150;
+    int _texelsMax = std::numeric_limits<int>::max(); ///< of a data texture
     MechanismType _mechanism = eUniformBufferMechanism;
     bool _useVec4Storage = false;
     QString _samplerIName;

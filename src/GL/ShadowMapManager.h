@@ -72,4 +72,8 @@ public:
 /// The projections of the six faces of a point light.
 ZELGL_EXPORT extern QVector<QMatrix4x4> gSextantProjectionModelview;
 
+// Known by this namespace too.
+constexpr int kShadowMapInfoArraySizeMax = ShadowMapManager::kShadowMapInfoArraySizeMax;
+constexpr int kShadowMapTransformArraySizeMax = ShadowMapManager::kShadowMapTransformArraySizeMax;
+
 }} // namespace Orvane::Zel

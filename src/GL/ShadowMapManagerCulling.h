@@ -93,4 +93,7 @@ private:
     QVector<QVector3D> _cameraSceneVolumePoints;
 };
 
+/// Known by this namespace too.
+using ProcessCSMData = ShadowMapManagerCulling::ProcessCSMData;
+
 }} // namespace Orvane::Zel

@@ -55,7 +55,9 @@ bool TextureMechanism::bind(ShaderProgram *program, TextureManager *textureManag
     }
     const int texels = collection->_data.size() / kTexelSize;
     bool allocated = true;
-    if (buffer->valueCount() != collection->_data.size()) {
+    if (!collection->fitsTexture()) {
+        uploadIfDirty(buffer, collection); // GL would refuse the textures; reported when the data came
+    } else if (buffer->valueCount() != collection->_data.size()) {
         allocated = allocateImageTextureStorage(collection->_textureI, RGBA32I, texels);
         allocated = allocateImageTextureStorage(collection->_textureF, RGBA32F, texels) && allocated;
         collection->_dirty = true;
