@@ -9,7 +9,8 @@
 
 namespace Orvane { namespace Zel {
 
-class BindlessFunctions;
+class SlotHandles;
+class SlotUniforms;
 
 /// The texture manager that packs all textures into a fixed number of 2D array
 /// textures, the slots: a shader needs one sampler a slot, however many textures
@@ -109,46 +110,25 @@ public:
     bool blitTokenToTextureSlot(const TextureToken &token);
 
 private:
-    struct BindlessHandleUVec2
-    {
-        unsigned int low = 0;
-        unsigned int high = 0;
-    };
-    struct UniformLocations
-    {
-        bool any() const { return mapSampler >= 0 || mapUniforms >= 0 || slotArray >= 0; }
+    template <typename Tokens> ZELGL_NO_EXPORT void bindTextureTokens(const Tokens &tokens);
+    ZELGL_NO_EXPORT void buildUDIMSet(const TextureToken &token);
 
-        int mapSampler;
-        int mapUniforms;
-        int slotArray; ///< samplers or handles, by the bind mode
-    };
+    ZELGL_NO_EXPORT bool hasEntry(const TextureToken &token) const;
+    ZELGL_NO_EXPORT SlotLayerData &entry(const TextureToken &token);
+    ZELGL_NO_EXPORT int layerCount(const TextureToken &token) const;
+    ZELGL_NO_EXPORT bool isPlacedIn(int tokenIndex, int slotIndex) const;
+    ZELGL_NO_EXPORT void growTables(quint64 size);
 
-    template <typename Tokens> void bindTextureTokens(const Tokens &tokens);
-    void buildUDIMSet(const TextureToken &token);
+    ZELGL_NO_EXPORT SlotLayerData placeIn(int index, int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeExactly(const SlotFormat &aligned, int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeInUnusedSlot(const SlotFormat &aligned, int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeScaled(const SlotFormat &format, const SlotFormat &aligned,
+                                              int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
+    ZELGL_NO_EXPORT void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
 
-    bool hasEntry(const TextureToken &token) const;
-    SlotLayerData &entry(const TextureToken &token);
-    int layerCount(const TextureToken &token) const;
-    bool isPlacedIn(int tokenIndex, int slotIndex) const;
-    void growTables(quint64 size);
-
-    /// Null for an index that is none.
-    SlotData *slotAt(unsigned int index) const;
-    SlotLayerData placeIn(int index, int layerCount);
-    SlotLayerData placeExactly(const SlotFormat &aligned, int layerCount);
-    SlotLayerData placeInUnusedSlot(const SlotFormat &aligned, int layerCount);
-    SlotLayerData placeScaled(const SlotFormat &format, const SlotFormat &aligned, int layerCount);
-    SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
-    void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
-
-    void allocateSlot(int index);
-    void makeHandle(int index);
-    void dropHandle(SlotData &slot);
-
-    UniformLocations uniformLocations(const ShaderProgram *program) const;
-    void uploadSlotMap(const UniformLocations &locations);
-    void uploadHandles(int location);
-    void uploadSlots(int location);
+    ZELGL_NO_EXPORT void allocateSlot(int index);
+    ZELGL_NO_EXPORT void makeHandle(int index);
 
     int _minSlotWidth = 1;
     int _minSlotHeight = 1;
@@ -157,23 +137,16 @@ private:
     int _slotAlignX = 1;
     int _slotAlignY = 1;
     int _bindDepth = 0;
-    int _uniformsSize = 128; ///< ivec4 elements of the uniform slot map
-    bool _dirty = true;      ///< the slot map changed since its last upload
-    bool _useExplicitArrayAccess = false;
-    bool _useSlotMapUniforms = false;
-    bool _useSlotMapTexture = true;
     bool _anisotropySupported = false;
     float _maxAnisotropy = 1.0f;
     std::unique_ptr<TokenSet> _pendingTokens;            ///< their pixels are still to be copied
-    Texture *_slotMapTexture = nullptr;                  ///< left to the context at the end
     QVector<SlotLayerData> _textureTokenToSlotLayerData; ///< by token
     QVector<unsigned int> _textureTokenToLayerCount;     ///< by token
     QVector<SlotData *> _slots;                          ///< owned
-    QVector<int> _slotUnits;
     SlotReallocationMethod _slotReallocationMethod = SlotReallocationDownscale;
     BindMode _bindMode = BindModeSampler;
-    QVector<BindlessHandleUVec2> _slotHandles;
-    std::unique_ptr<BindlessFunctions> _bindless;
+    std::unique_ptr<SlotUniforms> _uniforms;
+    std::unique_ptr<SlotHandles> _handles;
     QHash<TextureToken, TextureToken>
         _udimPatchToToken; ///< slot token of a patch to the token of its texture
 };
