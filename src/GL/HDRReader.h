@@ -9,6 +9,7 @@
 
 namespace Orvane { namespace Zel {
 
+class HDRHeader;
 class Memory;
 
 /// Recognises Radiance pictures by "#?RADIANCE" in the first line.
@@ -49,40 +50,11 @@ public:
     Texture *load(const TextureFileInfo &info) override;
 
 private:
-    struct Decoded;
-
-    enum PixelFormat { eUnknown, eRgbe, eXyze };
-
-    struct Axis
-    {
-        char sign;
-        char letter;
-        quint32 size;
-    };
-
-    bool parse();
-    bool parseHeaderLines();
-    bool parseFormat();
-    bool parseExposure();
-    bool parseResolution();
-    bool skipLine();
-    bool startsWith(const char *text) const;
-
-    bool fitsTexture() const;
-    Decoded decode() const;
-    [[noreturn]] void endProcess(unsigned int runStart, unsigned int runEnd) const;
-    Texture *upload(const float *rows) const;
-
     std::unique_ptr<Memory> _memory;
     QString _name;
     bool _valid = false;
-    const unsigned char *_cursor =
-        nullptr; ///< in the view of the whole file: parsing, then the first scanline
-    const unsigned char *_end = nullptr;
-    PixelFormat _pixelFormat = eUnknown;
-    float _exposure = 1.0f;
-    Axis _first = {'-', 'Y', 0};
-    Axis _second = {'+', 'X', 0};
+    std::unique_ptr<HDRHeader> _header;
+    const unsigned char *_end = nullptr; ///< of the view of the whole file
 };
 
 }} // namespace Orvane::Zel
