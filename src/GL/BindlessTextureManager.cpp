@@ -19,6 +19,12 @@ unsigned int counterOf(const TextureToken &token)
     return static_cast<unsigned int>(token.token);
 }
 
+void reportOverflow(int used, int available)
+{
+    ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!", used,
+                    available);
+}
+
 } // namespace
 
 bool BindlessTextureManager::isSupported()
@@ -27,7 +33,7 @@ bool BindlessTextureManager::isSupported()
 }
 
 BindlessTextureManager::BindlessTextureManager()
-    : _slots(new SamplerSlots({GL_RGBA32UI, GL_RGBA_INTEGER, GL_UNSIGNED_INT}))
+    : _slots(new SamplerSlotMap<TokenInfo>({GL_RGBA32UI, GL_RGBA_INTEGER, GL_UNSIGNED_INT}, reportOverflow))
     , _bindless(new BindlessFunctions)
 {
     if (hasGLExtension("GL_ARB_bindless_texture")) {
@@ -70,8 +76,8 @@ TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
     if (known != _textureToToken.constEnd()) {
         return *known;
     }
-    const TextureToken token =
-        texture->isReadOnly() ? handleToken(texture) : TextureToken(reserveToken().token | kSlotTokenMark);
+    const TextureToken token = texture->isReadOnly() ? TextureToken(_bindless->handleOf(*texture))
+                                                     : TextureToken(reserveToken().token | kSlotTokenMark);
     recordTexture(token, texture);
     textureTokenIssued(token);
     return token;
@@ -88,7 +94,7 @@ TextureToken BindlessTextureManager::tokenForImage(const QString &path, const Te
         return tokenForColor(QColor(Qt::white));
     }
     texture->setReadOnly();
-    const TextureToken token = handleToken(texture);
+    const TextureToken token(_bindless->handleOf(*texture));
     _pathToToken.insert(path, token);
     _tokenToPath.insert(token, path);
     recordTexture(token, texture);
@@ -107,7 +113,7 @@ TextureToken BindlessTextureManager::tokenForColor(const QColor &color)
         return nullTextureToken;
     }
     texture->setReadOnly();
-    const TextureToken token = handleToken(texture);
+    const TextureToken token(_bindless->handleOf(*texture));
     _colorToToken.insert(color.rgba(), token);
     _tokenToColor.insert(token, color);
     recordTexture(token, texture);
@@ -143,7 +149,8 @@ void BindlessTextureManager::bind(const QList<TextureToken> &tokens)
         if (isBindlessToken(token)) {
             _bindless->makeResident(token.token);
         } else if (texture->bind()) {
-            setSlot(token, _slots->take(static_cast<int>(texture->unit())));
+            const int slot = _slots->acquire(static_cast<int>(texture->unit()));
+            _slots->setEntry(counterOf(token), TokenInfo(static_cast<unsigned int>(slot), 0));
         }
     }
 }
@@ -166,16 +173,7 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
 
 void BindlessTextureManager::bind(ShaderProgram *program)
 {
-    const int width = SamplerSlots::mapWidth(maxToken());
-    if (_tokenInfos.size() < width) {
-        _tokenInfos.resize(width); // a block of tokens is reserved without being issued
-    }
-    const int units = _slots->bindMap(program, _tokenInfos.constData(), width);
-    if (_slots->used() > _maxSlots) {
-        ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
-                        _slots->used(), _maxSlots);
-    }
-    _slots->uploadUnits(units, _maxSlots);
+    _slots->bind(program, maxToken(), _maxSlots);
 }
 
 void BindlessTextureManager::unbind(ShaderProgram *)
@@ -207,7 +205,6 @@ QString BindlessTextureManager::getShaderFile()
 
 void BindlessTextureManager::clear()
 {
-    _tokenInfos.clear();
     _slots->clear();
     tokenForColor(QColor(Qt::white)); // gone again with the next line
     TextureManager::clear();
@@ -215,28 +212,8 @@ void BindlessTextureManager::clear()
 
 void BindlessTextureManager::textureTokenIssued(const TextureToken &token)
 {
-    if (isBindlessToken(token)) {
-        return;
-    }
-    _slots->discardMap();
-    _tokenInfos.resize(SamplerSlots::mapWidth(maxToken()));
-}
-
-TextureToken BindlessTextureManager::handleToken(Texture *texture) const
-{
-    return TextureToken(_bindless->handleOf(*texture));
-}
-
-void BindlessTextureManager::setSlot(const TextureToken &token, int slot)
-{
-    const unsigned int index = counterOf(token);
-    if (index >= static_cast<unsigned int>(_tokenInfos.size())) {
-        return;
-    }
-    const TokenInfo info(static_cast<unsigned int>(slot), 0);
-    if (_tokenInfos.at(static_cast<int>(index)) != info) {
-        _tokenInfos[static_cast<int>(index)] = info;
-        _slots->dirtyMap();
+    if (!isBindlessToken(token)) {
+        _slots->resize(maxToken());
     }
 }
 

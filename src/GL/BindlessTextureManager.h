@@ -7,7 +7,7 @@
 namespace Orvane { namespace Zel {
 
 class BindlessFunctions;
-class SamplerSlots;
+template <typename Entry> class SamplerSlotMap;
 
 /// The texture manager for drivers with bindless textures.
 ///
@@ -81,13 +81,9 @@ public:
     void textureTokenIssued(const TextureToken &token) override;
 
 private:
-    TextureToken handleToken(Texture *texture) const;
-    void setSlot(const TextureToken &token, int slot);
-
     bool _useARB = false;
     bool _useNV = false;
-    QVector<TokenInfo> _tokenInfos; ///< by the low word of a slot token
-    std::unique_ptr<SamplerSlots> _slots;
+    std::unique_ptr<SamplerSlotMap<TokenInfo>> _slots; ///< the entries are by the low word of a slot token
     std::unique_ptr<BindlessFunctions> _bindless;
 };
 

@@ -6,7 +6,7 @@
 
 namespace Orvane { namespace Zel {
 
-class SamplerSlots;
+template <typename Entry> class SamplerSlotMap;
 
 /// The texture manager for drivers without bindless textures: every texture in
 /// use is bound on a unit of its own, and a token reaches its sampler through a
@@ -37,11 +37,10 @@ public:
 
 private:
     // Apart, since most draws have no tokens.
-    void bindAll(const QList<TextureToken> &tokens);
-    void unbindAll(const QVector<TextureToken> &tokens);
+    ZELGL_NO_EXPORT void bindAll(const QList<TextureToken> &tokens);
+    ZELGL_NO_EXPORT void unbindAll(const QVector<TextureToken> &tokens);
 
-    QVector<int> _tokenToSlot; ///< by token
-    std::unique_ptr<SamplerSlots> _slots;
+    std::unique_ptr<SamplerSlotMap<int>> _slots; ///< the entries are slots
 };
 
 }} // namespace Orvane::Zel

@@ -7,6 +7,7 @@
 #include "Texture.h"
 #include "TextureIO.h"
 #include "TexturePool.h"
+#include "private/Hints.h"
 #include "private/SharedTexturePool.h"
 #include "private/TokenSet.h"
 
@@ -32,7 +33,7 @@ QString lastComponent(const QString &path)
     return path.mid(separator + 1);
 }
 
-Q_NEVER_INLINE void bindAsList(TextureManager &manager, const QVector<TextureToken> &tokens)
+ZELGL_COLD_PATH void bindAsList(TextureManager &manager, const QVector<TextureToken> &tokens)
 {
     manager.bind(tokens.toList());
 }

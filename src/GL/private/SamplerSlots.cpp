@@ -10,22 +10,17 @@ namespace Orvane { namespace Zel {
 namespace {
 
 constexpr int kReservedSlots = 32;
-constexpr quint64 kWidestMap = 1 << 24; ///< far above what a texture can hold
 
 } // namespace
 
-int SamplerSlots::mapWidth(const TextureToken &maxToken)
-{
-    return static_cast<int>(std::min(maxToken.token, kWidestMap));
-}
-
-SamplerSlots::SamplerSlots(const MapFormat &mapFormat)
+SamplerSlots::SamplerSlots(const MapFormat &mapFormat, ReportOverflow reportOverflow)
     : _mapFormat(mapFormat)
+    , _reportOverflow(reportOverflow)
 {
     clear();
 }
 
-int SamplerSlots::take(int unit)
+int SamplerSlots::acquire(int unit)
 {
     int slot = _slotUnits.indexOf(unit);
     if (slot >= 0) {
@@ -53,11 +48,6 @@ void SamplerSlots::release(int unit)
     }
 }
 
-int SamplerSlots::used() const
-{
-    return _slotUnits.size();
-}
-
 void SamplerSlots::clear()
 {
     _slotUnits.clear();
@@ -72,6 +62,17 @@ void SamplerSlots::dirtyMap()
     _mapDirty = true;
 }
 
+void SamplerSlots::unbind()
+{
+    if (_boundEmptySlotTexture != nullptr) {
+        _boundEmptySlotTexture->unbind();
+        _boundEmptySlotTexture = nullptr;
+    }
+    if (_mapTexture != nullptr) {
+        _mapTexture->unbind();
+    }
+}
+
 void SamplerSlots::discardMap()
 {
     while (_mapTexture != nullptr && _mapTexture->isBound()) {
@@ -80,6 +81,15 @@ void SamplerSlots::discardMap()
     delete _mapTexture;
     _mapTexture = nullptr;
     _mapDirty = true;
+}
+
+void SamplerSlots::bind(const ShaderProgram *program, const void *entries, int width, int slotCount)
+{
+    const int units = bindMap(program, entries, width);
+    if (_slotUnits.size() > slotCount) {
+        _reportOverflow(_slotUnits.size(), slotCount);
+    }
+    uploadUnits(units, slotCount);
 }
 
 int SamplerSlots::bindMap(const ShaderProgram *program, const void *entries, int width)
@@ -111,19 +121,8 @@ void SamplerSlots::uploadUnits(int location, int slotCount)
     glUniform1iv(location, _gatheredUnits.size(), _gatheredUnits.constData());
 }
 
-void SamplerSlots::unbind()
-{
-    if (_boundEmptySlotTexture != nullptr) {
-        _boundEmptySlotTexture->unbind();
-        _boundEmptySlotTexture = nullptr;
-    }
-    if (_mapTexture != nullptr) {
-        _mapTexture->unbind();
-    }
-}
-
 /// The texture of unused slots, which has no storage.
-Q_NEVER_INLINE void SamplerSlots::makeEmptyTexture()
+ZELGL_COLD_PATH void SamplerSlots::makeEmptyTexture()
 {
     _emptySlotTexture = new Texture(nullptr);
     _emptySlotTexture->setTarget(GL_TEXTURE_2D);
@@ -134,7 +133,7 @@ Q_NEVER_INLINE void SamplerSlots::makeEmptyTexture()
     }
 }
 
-Q_NEVER_INLINE void SamplerSlots::makeMap(int width)
+ZELGL_COLD_PATH void SamplerSlots::makeMap(int width)
 {
     _mapTexture = new Texture(GL_TEXTURE_2D, _mapFormat.internalFormat, width, 1, 0, nullptr);
     if (_mapTexture->bind()) {
@@ -147,22 +146,23 @@ Q_NEVER_INLINE void SamplerSlots::makeMap(int width)
 }
 
 /// Slots without a reference get the empty texture anew each time, whose unit is known for as long as it is bound.
-Q_NEVER_INLINE void SamplerSlots::gatherUnits(int slotCount)
+ZELGL_COLD_PATH void SamplerSlots::gatherUnits(int slotCount)
 {
-    _unitsDirty = used() == 0;
+    const int used = _slotUnits.size();
+    _unitsDirty = used == 0;
     // A sampler uniform must never point at a unit that holds a texture of another kind.
-    for (int slot = 0; slot < used(); ++slot) {
+    for (int slot = 0; slot < used; ++slot) {
         if (_slotRefCounts.at(slot) <= 0) {
             _slotUnits[slot] = emptyUnit();
             _unitsDirty = true;
         }
     }
     _gatheredUnits.resize(slotCount);
-    const auto rest = std::copy_n(_slotUnits.cbegin(), std::min(used(), slotCount), _gatheredUnits.begin());
-    std::fill(rest, _gatheredUnits.end(), used() == 0 ? emptyUnit() : _slotUnits.constLast());
+    const auto rest = std::copy_n(_slotUnits.cbegin(), std::min(used, slotCount), _gatheredUnits.begin());
+    std::fill(rest, _gatheredUnits.end(), used == 0 ? emptyUnit() : _slotUnits.constLast());
 }
 
-Q_NEVER_INLINE void SamplerSlots::uploadMap(const void *entries, int width)
+ZELGL_COLD_PATH void SamplerSlots::uploadMap(const void *entries, int width)
 {
     glTexImage2D(GL_TEXTURE_2D, 0, _mapFormat.internalFormat, width, 1, 0, _mapFormat.format, _mapFormat.type,
                  entries);
