@@ -16,7 +16,7 @@ namespace {
 
 constexpr quint64 kTexelBytes = 4;
 constexpr quint64 kChunk = 16; ///< bytes that are copied at once
-constexpr quint64 kLongestOperation =
+constexpr quint64 kMaxOperationBytes =
     1 + 128 + kChunk; ///< bytes that one code reads at most, chunks included
 
 /// 2^(e - 136) by exponent byte: 128 for the bias and 8 for mantissas that are read
@@ -249,7 +249,7 @@ HDRScanlines::Outcome HDRScanlines::decodePlane(unsigned char *plane)
             x += count;
         } else {
             const quint64 count = std::min(code, width - x);
-            if (available >= kLongestOperation) {
+            if (available >= kMaxOperationBytes) {
                 copyInChunks(plane + x, cursor + 1, count);
             } else if (available - 1 < count) {
                 return eTruncated;
