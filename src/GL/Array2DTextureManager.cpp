@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kMaxSlotSide = 0x8000;
 
-/// What one QVector can hold of the larger table; a token above has no entry.
+/// The most elements of one QVector of the larger table. A token above it has no entry.
 constexpr quint64 kMaxEntries = std::numeric_limits<int>::max() / sizeof(SlotLayerData) - 1;
 
 int alignedSide(int side, int minimum, int maximum, int alignment)
@@ -50,11 +50,12 @@ Array2DTextureManager::Array2DTextureManager()
     , _uniforms(new SlotUniforms)
     , _handles(new SlotHandles)
 {
-    TextureManager::tokenForColor(QColor(Qt::white)); // token 0
+    TextureManager::tokenForColor(QColor(Qt::white)); // white is token 0
     GLint max2D = 0;
     GLint max3D = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max2D);
     glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &max3D);
+    // Required: half of the limit of 3D textures, though array textures have another limit.
     _maxSlotWidth = std::min({kMaxSlotSide, max2D, max3D / 2});
     _maxSlotHeight = _maxSlotWidth;
     growTables(1);
@@ -86,6 +87,7 @@ void Array2DTextureManager::bind(const QList<TextureToken> &tokens)
     bindTextureTokens(tokens);
 }
 
+// A placed texture keeps its place, whether it is in use or not.
 void Array2DTextureManager::unbind(const QVector<TextureToken> &) {}
 
 void Array2DTextureManager::bind(ShaderProgram *program)
@@ -93,7 +95,7 @@ void Array2DTextureManager::bind(ShaderProgram *program)
     const SlotUniforms::Locations locations =
         SlotUniforms::locationsIn(program, _bindMode == BindModeBindless);
     if (!locations.any()) {
-        return;
+        return; // a program that samples by no token pays for the look-ups only
     }
     ++_bindDepth;
     updateSlots();
@@ -140,7 +142,8 @@ void Array2DTextureManager::dirty(Texture *texture)
     }
     SlotLayerData &data = entry(token);
     SlotData *slot =
-        slotAt(_slots, static_cast<int>(data.slot)); // a texture's own token is never that of a UDIM set
+        slotAt(_slots, static_cast<int>(data.slot)); // a texture's token is never the one of a UDIM set
+    // Without a place, the next bind places the texture with its new size and format, and copies it.
     if (slot != nullptr && slot->format.isUsed()) {
         slot->freeLayer(static_cast<int>(data.layer), layerCount(token));
         data.clear();
@@ -164,13 +167,14 @@ QString Array2DTextureManager::getShaderFile()
 
 void Array2DTextureManager::clear()
 {
-    // The slots are abandoned, not deleted, and the tokens of the base stay: the next setupSlots() makes new ones.
+    // Required: the slots are forgotten, not deleted, and the tokens of the base class stay; see
+    // ArrayManagerTest.ClearingAbandonsTheSlots. The next setupSlots() makes new slots.
     _pendingTokens->clear();
     _textureTokenToSlotLayerData.clear();
     _textureTokenToLayerCount.clear();
     _slots.clear();
     tokenForColor(QColor(Qt::white));
-    _textureTokenToSlotLayerData.clear(); // white may have a new token
+    _textureTokenToSlotLayerData.clear(); // white may have got a new token
     _textureTokenToLayerCount.clear();
     growTables(1);
     _uniforms->mapChanged();
@@ -197,6 +201,7 @@ bool Array2DTextureManager::supportsUDIMs() const
 
 void Array2DTextureManager::textureTokenIssued(const TextureToken &token)
 {
+    // Pending already: updateSlots() skips tokens without a place.
     _pendingTokens->insert(token);
     if (!hasEntry(token)) {
         growTables(token.token + 1);
@@ -211,7 +216,7 @@ void Array2DTextureManager::textureTokenRevoked(const TextureToken &token)
     }
     _udimPatchToToken.remove(token);
     const bool isSet = entry(token).isUDIMSet();
-    if (isSet) {
+    if (isSet) { // the manager made the tokens of its patches, and frees them
         const quint64 first = entry(token).slot;
         const quint64 last = first + static_cast<quint64>(entry(token).getNumUDIMPatches());
         for (quint64 patch = first; patch <= last; ++patch) {
@@ -254,7 +259,7 @@ void Array2DTextureManager::setUseSlotMapTexture(bool use)
 void Array2DTextureManager::setupSlots()
 {
     if (!_slots.isEmpty()) {
-        return;
+        return; // a later setMaxSlots() has no effect, since placed tokens refer to the slots
     }
     const int count = std::max(_maxSlots, 0);
     _slots.reserve(count);
@@ -274,6 +279,7 @@ void Array2DTextureManager::deleteSlots()
 
 SlotFormat Array2DTextureManager::alignedSlotFormat(const SlotFormat &format) const
 {
+    // Nothing sets the alignment, which is always 1.
     SlotFormat aligned = format;
     aligned.width = alignedSide(format.width, _minSlotWidth, _maxSlotWidth, _slotAlignX);
     aligned.height = alignedSide(format.height, _minSlotHeight, _maxSlotHeight, _slotAlignY);
@@ -285,6 +291,7 @@ SlotLayerData Array2DTextureManager::findSlotLayer(const SlotFormat &format, int
     if (format.width == 0 || format.height == 0) {
         return SlotLayerData();
     }
+    // Exact and empty slots first, since the other two scale textures, which loses detail.
     const SlotFormat aligned = alignedSlotFormat(format);
     SlotLayerData place = placeExactly(aligned, layerCount);
     if (!place.isValid()) {
@@ -318,11 +325,12 @@ void Array2DTextureManager::determineSlotLayerDataForTexture(Texture *texture, T
     {
         const AutoBinder binder(texture);
         if (!texture->isBound()) {
-            return; // no unit was free, which the texture has told
+            return; // no texture unit was free, which the texture has logged
         }
         request = slotRequestOf(*texture, _anisotropySupported);
     }
     out = findSlotLayer(request.format, request.layerCount);
+    // A host may pass a record of its own, for a token that this manager does not have.
     if (hasEntry(token)) {
         _textureTokenToLayerCount[static_cast<int>(token.token)] =
             static_cast<unsigned int>(request.layerCount);
@@ -345,8 +353,9 @@ bool Array2DTextureManager::moveSlotLayers(int from, int to)
         const int count = static_cast<int>(_textureTokenToLayerCount.at(i));
         const unsigned int layer = target->getFreeLayer(count);
         if (layer == SlotData::kNoLayer) {
-            return false; // what was moved so far stays in the target
+            return false; // required: what was moved so far stays in the target
         }
+        // Only the place moves: the next update copies the pixels from the texture again.
         SlotLayerData &data = _textureTokenToSlotLayerData[i];
         source->freeLayer(static_cast<int>(data.layer), count);
         data = SlotLayerData(static_cast<unsigned int>(to), layer, target->bindlessHandle);
@@ -401,6 +410,7 @@ void Array2DTextureManager::updateSlots()
     for (int i = 0; i < _slots.size(); ++i) {
         const SlotData &slot = *_slots.at(i);
         const bool upToDate = slot.allocatedLayers != 0 && slot.allocatedLayers >= slot.usedLayers;
+        // A slot grows to the layers in use, without a reserve.
         if (slot.format.isUsed() && !upToDate) {
             allocateSlot(i);
         }
@@ -408,7 +418,7 @@ void Array2DTextureManager::updateSlots()
     if (_pendingTokens->isEmpty()) {
         return;
     }
-    // A copy, since loading a texture may issue tokens.
+    // A copy: loading a texture may issue tokens, which adds to the set.
     const QVector<TextureToken> pending = _pendingTokens->takeAll();
     for (const TextureToken &token : pending) {
         if (!blitTokenToTextureSlot(token)) {
@@ -429,18 +439,18 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
     if (texture == nullptr) {
         return false;
     }
-    const SlotLayerData place = entry(token); // after the load, which may have grown the table
+    const SlotLayerData place = entry(token); // read after the load, which may have grown the table
     const SlotData *slot = slotAt(_slots, static_cast<int>(place.slot));
     if (slot == nullptr) {
-        return true; // its slots were deleted
+        return true; // its slots were deleted: a copy can never succeed
     }
-    _handles->queryResidency(*slot);
+    _handles->queryResidency(*slot); // required, though the result is unused
     glFlush();
     SlotSource source;
     {
         const AutoBinder binder(texture);
         if (!texture->isBound()) {
-            return false; // no unit was free, which the texture has reported
+            return false; // no texture unit was free, which the texture has logged
         }
         source = slotSourceOf(*texture);
     }
@@ -461,6 +471,7 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
     if (tokens.isEmpty()) {
         return;
     }
+    // Most tokens are in place, which costs one look at their record.
     setupSlots();
     const Tokens copy = tokens; // loading a texture may change the caller's container
     for (const TextureToken &token : copy) {
@@ -469,6 +480,7 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
         }
         ZEL_ASSERT(token.token < quint64(_textureTokenToSlotLayerData.size()),
                    "Token %llu is not in array %d.", token.token, _textureTokenToSlotLayerData.size());
+        // The assertion only reports: a token beyond the table is skipped here.
         if (!hasEntry(token) || entry(token).isValid()) {
             continue;
         }
@@ -483,11 +495,13 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
 
 void Array2DTextureManager::buildUDIMSet(const TextureToken &token)
 {
+    // 1. Number the patches.
     const UDIMLayout layout(_udimPatches.value(token));
     if (maxToken().token + static_cast<quint64>(layout.maxPatch()) >= kMaxEntries) {
         return;
     }
-    // One block, since the shader adds a patch's index to the first token.
+    // 2. Reserve a block of tokens: the shader adds the index of a patch to the first. Tokens without a patch stay without a
+    //    place; see ArrayPicturesTest.UDIMSetsShowTheirPatchesAndTheirGaps.
     const TextureToken first = reserveTokenBlock(static_cast<int>(layout.maxPatch()) + 1);
     const auto slotTokenOf = [first](qint64 index) {
         return TextureToken(first.token + static_cast<quint64>(index));
@@ -495,9 +509,11 @@ void Array2DTextureManager::buildUDIMSet(const TextureToken &token)
     for (qint64 i = 0; i <= layout.maxPatch(); ++i) {
         textureTokenIssued(slotTokenOf(i));
     }
+    // 3. Let the record of the set name the block.
     entry(token).configureUDIMSet(first, static_cast<int>(layout.width()),
                                   static_cast<int>(layout.maxPatch()));
     _uniforms->mapChanged();
+    // 4. Place each patch as a texture of its own, which may be in any slot.
     for (auto it = layout.patches().begin(); it != layout.patches().end(); ++it) {
         const TextureToken patchToken = tokenForTexture(it.value());
         ZEL_ASSERT(patchToken.token < quint64(_textureTokenToSlotLayerData.size()),
@@ -523,7 +539,7 @@ int Array2DTextureManager::layerCount(const TextureToken &token) const
     return static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token)));
 }
 
-/// UDIM sets are passed over: their entries hold a token where others hold a slot.
+/// Returns false for the entry of a UDIM set, whose field for the slot holds a token.
 bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
 {
     const SlotLayerData &data = _textureTokenToSlotLayerData.at(tokenIndex);
@@ -533,8 +549,9 @@ bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
 void Array2DTextureManager::growTables(quint64 size)
 {
     if (size == 0 || size > kMaxEntries) {
-        return; // behind the null token, or one that is told when it is bound
+        return; // of the null token, or of a token that binding reports
     }
+    // New records have no place and one layer.
     _textureTokenToSlotLayerData.resize(static_cast<int>(size));
     const int oldSize = _textureTokenToLayerCount.size();
     _textureTokenToLayerCount.resize(static_cast<int>(size));
@@ -566,7 +583,7 @@ SlotLayerData Array2DTextureManager::placeInUnusedSlot(const SlotFormat &aligned
     SlotLayerData place;
     for (int i = 0; i < _slots.size() && !place.isValid(); ++i) {
         if (!_slots.at(i)->format.isUsed()) {
-            _slots.at(i)->setupFormat(aligned); // it stays, even where the request is too large for the slot
+            _slots.at(i)->setupFormat(aligned); // required: it stays if the request is too large for the slot
             place = placeIn(i, layerCount);
         }
     }
@@ -589,6 +606,9 @@ SlotLayerData Array2DTextureManager::placeScaled(const SlotFormat &format, const
 
 SlotLayerData Array2DTextureManager::placeByMerging(const SlotFormat &aligned, int layerCount)
 {
+    // Scaling costs texels, so the smallest slot goes first: each step of the loop takes the smallest slot that is left, and
+    // tries to merge it with a slot of a similar format, the smallest of these first.
+    // 1. Move all textures of one to the other. 2. Use the empty one for the new format. If either fails, try the next pair.
     const bool upscale = _slotReallocationMethod == SlotReallocationUpscale;
     QVector<int> remaining(_slots.size());
     std::iota(remaining.begin(), remaining.end(), 0);
@@ -624,7 +644,7 @@ void Array2DTextureManager::allocateSlot(int index)
 {
     SlotData &slot = *_slots.at(index);
     if (slot.allocatedLayers != 0) {
-        // New storage loses the pixels of the old.
+        // The new storage does not have the pixels of the old one.
         for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
             if (isPlacedIn(i, index)) {
                 _pendingTokens->insert(TextureToken(static_cast<unsigned long long>(i)));
@@ -633,10 +653,10 @@ void Array2DTextureManager::allocateSlot(int index)
     }
     if (slot.bindlessHandle != 0) {
         _handles->drop(slot);
-        slot.createTexture(); // a texture with a handle cannot change its storage
+        slot.createTexture(); // GL forbids a change of the storage of a texture with a handle
     }
     if (!makeSlotStorage(slot, _anisotropySupported)) {
-        return; // no unit was free, which the texture has told: the next update tries again
+        return; // no texture unit was free, which the texture has logged: the next update tries again
     }
     if (_bindMode == BindModeBindless) {
         makeHandle(index);
@@ -646,6 +666,7 @@ void Array2DTextureManager::allocateSlot(int index)
 void Array2DTextureManager::makeHandle(int index)
 {
     SlotData &slot = *_slots.at(index);
+    // Each record of the slot map contains the handle of its slot, so that a shader needs no other table.
     _handles->create(slot);
     for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
         if (isPlacedIn(i, index)) {

@@ -11,9 +11,10 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
+/// The high word of slot tokens, which the GLSL file compares with.
 constexpr quint64 kSlotTokenMark = Q_UINT64_C(0xFFFFFFFF) << 32;
 
-/// The number that the counter handed out for a slot token.
+/// Returns the number that reserveToken() gave a slot token.
 unsigned int counterOf(const TextureToken &token)
 {
     return static_cast<unsigned int>(token.token);
@@ -55,6 +56,7 @@ bool BindlessTextureManager::isBindlessToken(const TextureToken &token) const
     return token.token < kSlotTokenMark;
 }
 
+// Without loading: each token of this manager has its texture from the start.
 Texture *BindlessTextureManager::textureForToken(const TextureToken &token)
 {
     return _tokenToTexture.value(token, nullptr);
@@ -85,10 +87,11 @@ TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
 
 TextureToken BindlessTextureManager::tokenForImage(const QString &path, const TextureFileInfo &info)
 {
-    const auto known = _pathToToken.constFind(path); // by the path as given
+    const auto known = _pathToToken.constFind(path); // required: by the path as given, not as resolved
     if (known != _pathToToken.constEnd()) {
         return *known;
     }
+    // Loaded at once, since the handle of the texture is the token.
     Texture *texture = LoadTextureFromFile(resolveTexturePath(path), info);
     if (texture == nullptr) {
         return tokenForColor(QColor(Qt::white));
@@ -109,7 +112,7 @@ TextureToken BindlessTextureManager::tokenForColor(const QColor &color)
         return *known;
     }
     Texture *texture = MakeColorTexture(color);
-    if (texture == nullptr) { // unrecorded: the next request makes it
+    if (texture == nullptr) { // not recorded: the next request tries again
         return nullTextureToken;
     }
     texture->setReadOnly();
@@ -126,9 +129,9 @@ void BindlessTextureManager::deleteTexture(const TextureToken &token)
     if (token == nullTextureToken) {
         return;
     }
-    const TextureToken dropped = token; // the caller's reference may point into the maps
+    const TextureToken dropped = token; // the caller's reference may be to an element of the maps
     dropTexture(dropped);
-    if (!isBindlessToken(dropped)) { // a handle was never counted
+    if (!isBindlessToken(dropped)) { // handles do not come from reserveToken()
         deleteToken(TextureToken(counterOf(dropped)));
     }
 }
@@ -146,6 +149,7 @@ void BindlessTextureManager::bind(const QList<TextureToken> &tokens)
         if (texture == nullptr) {
             continue;
         }
+        // A handle needs no slot. A slot token does, and the table must name it, since another slot may have been free.
         if (isBindlessToken(token)) {
             _bindless->makeResident(token.token);
         } else if (texture->bind()) {
@@ -163,6 +167,7 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
             continue;
         }
         if (isBindlessToken(token)) {
+            // Residency has no count: the handle is not resident now, however often the token was bound.
             _bindless->makeNonResident(token.token);
         } else {
             _slots->release(static_cast<int>(texture->unit()));
@@ -206,12 +211,13 @@ QString BindlessTextureManager::getShaderFile()
 void BindlessTextureManager::clear()
 {
     _slots->clear();
-    tokenForColor(QColor(Qt::white)); // gone again with the next line
+    tokenForColor(QColor(Qt::white)); // required, though the next line deletes it
     TextureManager::clear();
 }
 
 void BindlessTextureManager::textureTokenIssued(const TextureToken &token)
 {
+    // A handle has no entry in the table.
     if (!isBindlessToken(token)) {
         _slots->resize(maxToken());
     }

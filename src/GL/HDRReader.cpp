@@ -25,8 +25,8 @@ struct FreeRows
 
 using Rows = std::unique_ptr<float[], FreeRows>;
 
-/// Uninitialised; null when there is no memory. Large pictures ask the kernel for large
-/// pages: with small ones the first touch of the memory costs more than decoding.
+/// Returns uninitialised memory, or null if there is none. Large pictures request large pages from the kernel: with small
+/// pages, the first access to the memory takes longer than decoding.
 Rows allocateRows(std::size_t floats)
 {
     constexpr std::size_t largePage = std::size_t(2) << 20;
@@ -37,12 +37,12 @@ Rows allocateRows(std::size_t floats)
     const std::size_t rounded = (size + largePage - 1) / largePage * largePage;
     void *memory = std::aligned_alloc(largePage, rounded);
     if (memory != nullptr) {
-        madvise(memory, rounded, MADV_HUGEPAGE); // a hint; a kernel may refuse it
+        madvise(memory, rounded, MADV_HUGEPAGE); // a hint, which a kernel may ignore
     }
     return Rows(static_cast<float *>(memory));
 }
 
-/// What happens on a run beyond the end of its line. This is settled.
+/// Required reaction to a run that goes beyond its scanline; see HDRReaderTest.ARunBeyondItsLineEndsTheProcess.
 [[noreturn]] void endProcess(const HDRScanlines::Run &run, unsigned int width)
 {
     ZEL_BARE_WARNING("Bad scanline: RLE run starting at %u ends at %u, but width is only %u", run.start,
@@ -50,21 +50,22 @@ Rows allocateRows(std::size_t floats)
     std::abort();
 }
 
-/// Null when GL refuses.
+/// Returns null on a GL error.
 Texture *upload(const float *rows, unsigned int width, unsigned int height)
 {
     const auto w = static_cast<GLsizei>(width);
     const auto h = static_cast<GLsizei>(height);
     auto *texture = new Texture(GL_TEXTURE_2D, GL_RGB16F, w, h, 1, nullptr);
     bool uploaded = false;
-    if (texture->bind()) { // else the calls would go to another texture
+    if (texture->bind()) { // otherwise the calls would change another texture
         const UnpackAlignment alignment(4);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 100); // no level but the base exists
+        // Required, though only the base level exists.
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 100);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB16F, w, h, 0, GL_RGB, GL_FLOAT, rows);
         uploaded = glGetError() == GL_NO_ERROR;
         texture->unbind();
@@ -76,7 +77,7 @@ Texture *upload(const float *rows, unsigned int width, unsigned int height)
     return texture;
 }
 
-/// What became of the scanlines.
+/// The result of all scanlines. The process ends only after decode() has freed its memory.
 struct Decoded
 {
     Rows rows; ///< from the bottom up; null when the data end early
@@ -94,15 +95,16 @@ Decoded decode(const HDRHeader &header, const unsigned char *end)
         return failed;
     }
     for (quint32 y = 0; y < header.height(); ++y) {
-        // The letters of the axes and the second sign make no difference.
+        // Required: neither the letters nor the second sign count; see
+        // HDRReaderTest.RowsGoUpFromTheBottomByTheFirstSignAloneAndNothingElseCounts.
         float *row = rows.get() + rowSize * (header.isTopDown() ? header.height() - 1 - y : y);
         switch (scanlines.decode(row)) {
         case HDRScanlines::eDecoded:
             break;
-        case HDRScanlines::eBadWidth: // the next row reads the same place again, and reports as well
+        case HDRScanlines::eBadWidth: // the next row starts at the same byte, and logs the same
             ZEL_LOG_WARNING("HDR format error: bad scanline width");
             if (!scanlines.canHold(header.height() - y)) {
-                return failed; // the file is too short in any case: no report for each of the lines
+                return failed; // the rest cannot be decoded: one warning instead of one for each row
             }
             std::fill_n(row, rowSize, 0.0f);
             break;
@@ -117,11 +119,11 @@ Decoded decode(const HDRHeader &header, const unsigned char *end)
     return {std::move(rows), false, {0, 0}};
 }
 
-/// Null for a picture that cannot be decoded or that GL refuses.
+/// Returns null for a picture that cannot be decoded and on a GL error.
 Texture *loadPixels(const HDRHeader &header, const unsigned char *end)
 {
     if (std::max(header.width(), header.height()) > longestTextureSide()) {
-        return nullptr; // before memory is taken for a size that no texture can have
+        return nullptr; // no texture can have the size: no memory is allocated for it
     }
     const Decoded decoded = decode(header, end);
     if (decoded.hasOverlongRun) {

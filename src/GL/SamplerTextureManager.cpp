@@ -33,6 +33,7 @@ void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
     }
 }
 
+// The gain is measured together with the one of bindAsList() in TextureManager.cpp.
 ZELGL_COLD_PATH void SamplerTextureManager::bindAll(const QList<TextureToken> &tokens)
 {
     const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
@@ -42,7 +43,8 @@ ZELGL_COLD_PATH void SamplerTextureManager::bindAll(const QList<TextureToken> &t
             continue;
         }
         const int slot = _slots->acquire(static_cast<int>(texture->unit()));
-        // Two tokens where white replaces an image that cannot be read.
+        // The second differs from the first if white replaces an image that cannot be read; see
+        // TextureManagerPicturesTest.WhatCannotBeLoadedIsWhite.
         for (const TextureToken &shown : {textureTokenMap().value(texture), token}) {
             _slots->setEntry(shown.token, slot);
         }
@@ -94,7 +96,7 @@ QString SamplerTextureManager::getShaderFile()
 void SamplerTextureManager::clear()
 {
     _slots->clear();
-    tokenForColor(QColor(Qt::white)); // gone again with the next line
+    tokenForColor(QColor(Qt::white)); // required, though the next line deletes it
     TextureManager::clear();
     _slots->dirtyMap();
 }

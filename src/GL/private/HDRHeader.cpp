@@ -16,7 +16,7 @@ constexpr char kRgbe[] = "32-bit_rle_rgbe\n";
 constexpr char kXyze[] = "32-bit_rle_xyze\n";
 static_assert(sizeof(kMagic) - 1 == HDRHeader::kMagicSize, "readers map as many bytes");
 
-/// A copy for sscanf(), which reads until it finds a NUL.
+/// A copy for sscanf(), which reads up to a NUL: the mapped file may end without one.
 struct BoundedText
 {
     BoundedText(const unsigned char *begin, const unsigned char *end)
@@ -77,6 +77,7 @@ bool HDRHeader::parseLines()
 bool HDRHeader::parseFormat()
 {
     _cursor += std::strlen(kFormatKey);
+    // Required: both formats decode alike, without a conversion from XYZ to RGB.
     _pixelFormat = startsWith(kRgbe) ? eRgbe : startsWith(kXyze) ? eXyze : eUnknown;
     if (_pixelFormat == eUnknown) {
         return false;
@@ -92,19 +93,20 @@ bool HDRHeader::parseExposure()
     if (std::sscanf(BoundedText(_cursor, _end).text, "%f", &exposure) != 1) {
         return false;
     }
-    _exposure *= exposure; // kept, and never applied
+    _exposure *= exposure; // required: never applied to the texels
     return skipLine();
 }
 
 bool HDRHeader::parseResolution()
 {
+    // Required: the letters are checked here and used nowhere else.
     const int read = std::sscanf(BoundedText(_cursor, _end).text, "%c%c %u %c%c %u", &_first.sign,
                                  &_first.letter, &_first.size, &_second.sign, &_second.letter, &_second.size);
     return read == 6 && isSign(_first.sign) && isSign(_second.sign) && isAxis(_first.letter)
            && isAxis(_second.letter) && _first.letter != _second.letter && skipLine();
 }
 
-/// To behind the next newline, or onto a NUL before it. False at the end of the view.
+/// Moves to the byte after the next newline, or to a NUL before it. Returns false if there is neither.
 bool HDRHeader::skipLine()
 {
     _cursor = std::find_if(_cursor, _end, [](unsigned char byte) { return byte == '\n' || byte == '\0'; });

@@ -4,9 +4,9 @@
 
 namespace Orvane { namespace Zel {
 
-/// Parses the header of a Radiance picture from bytes in memory, with neither GL nor the log.
+/// Parses the header of a Radiance picture from bytes in memory. It calls neither GL nor the log.
 ///
-/// Errors: parse() returns false for a malformed header. Nothing outside of the bytes is read.
+/// Errors: parse() returns false for a malformed header. It reads nothing outside of the bytes.
 /// Source: the file format of the Radiance Synthetic Imaging System.
 /// Private to the library; a part of HDRReader.
 class HDRHeader

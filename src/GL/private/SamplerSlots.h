@@ -13,19 +13,18 @@ namespace Orvane { namespace Zel {
 class ShaderProgram;
 class Texture;
 
-/// The sampler array `u_ManagedTextureSlots` of the managers that sample through
-/// texture units: which unit sits in which slot, and how often; and the table from
-/// token to slot by which a shader finds it.
+/// The sampler array u_ManagedTextureSlots of the managers that sample through texture units, and the table by which shaders
+/// find the slot of a token. A slot has a texture unit and a count of its users.
 ///
 /// Units:   texture units as GL numbers them.
-/// Context: that of the textures, current.
-/// Private to the library.
+/// Context: that of the textures must be current. The helper textures are left to the context at the end.
+/// Private to the library; a part of SamplerTextureManager and BindlessTextureManager.
 class SamplerSlots
 {
     Q_DISABLE_COPY(SamplerSlots)
 
 public:
-    /// The texels of the table.
+    /// How the entries of the table are uploaded.
     struct MapFormat
     {
         int internalFormat;
@@ -33,23 +32,23 @@ public:
         unsigned int type;
     };
 
-    /// Reports that more slots are in use than the shader has. The function is the manager's, since the message names
-    /// its file.
+    /// Logs that more slots are in use than the shader has. Each manager passes a function of its own, since the message
+    /// contains the name of the manager's source file.
     using ReportOverflow = void (*)(int used, int available);
 
     SamplerSlots(const MapFormat &mapFormat, ReportOverflow reportOverflow);
 
-    /// The slot of a unit: the one it has, with one reference more, or the first
-    /// without references, or a new one.
+    /// Adds a user to the slot of \a unit and returns the slot. A unit without a slot gets the first unused one or, if there is
+    /// none, a new one.
     int acquire(int unit);
-    /// One reference less for the slot of a unit.
+    /// Removes a user of the slot of \a unit.
     void release(int unit);
-    /// Forgets the slots; the table stays.
+    /// Forgets the slots. The texture of the table stays.
     void clear();
 
-    /// The table's entries changed.
+    /// Makes the next bind() upload the entries.
     void dirtyMap();
-    /// Unbinds the table and the empty texture.
+    /// Unbinds the texture of the table and the empty texture.
     void unbind();
 
 protected:
@@ -59,10 +58,10 @@ protected:
         return static_cast<int>(std::min(maxToken.token, kMaxMapWidth));
     }
 
-    /// The table's width is out of date.
+    /// Deletes the texture of the table, whose width is out of date.
     void discardMap();
-    /// Binds the table, uploads the entries if it is dirty, and sets both uniforms of the program, or of the current GL
-    /// program for null. A slot without a texture gets the unit of an empty texture.
+    /// Binds the texture of the table, uploads the entries if they changed, and sets both uniforms of the program or, for null,
+    /// of the current GL program. A slot without a texture gets the unit of an empty texture.
     void bind(const ShaderProgram *program, const void *entries, int width, int slotCount);
 
 private:
@@ -82,21 +81,21 @@ private:
     Texture *_mapTexture = nullptr; ///< left to the context at the end
     RememberedUniform _mapUniform{"u_TextureTokenManagedTextureSlotMap"};
     RememberedUniform _unitsUniform{"u_ManagedTextureSlots[0]"};
-    QVector<int> _slotUnits; ///< the unit in each slot
-    QVector<int> _slotRefCounts;
-    QVector<int> _gatheredUnits;               ///< for all slots of the shader, as last set
-    bool _unitsDirty = true;                   ///< these are out of date
+    QVector<int> _slotUnits;                   ///< by slot
+    QVector<int> _slotRefCounts;               ///< by slot
+    QVector<int> _gatheredUnits;               ///< what the sampler array was last set to
+    bool _unitsDirty = true;                   ///< _gatheredUnits is out of date
     Texture *_emptySlotTexture = nullptr;      ///< left to the context at the end
     Texture *_boundEmptySlotTexture = nullptr; ///< not null while it is bound
 };
 
-/// SamplerSlots together with the entries of the table, whose type differs from manager to manager.
+/// SamplerSlots and the entries of its table, whose type depends on the manager.
 template <typename Entry> class SamplerSlotMap : public SamplerSlots
 {
 public:
     using SamplerSlots::SamplerSlots;
 
-    /// Makes entries for all tokens below \a maxToken.
+    /// Makes entries for all tokens below \a maxToken, in a new texture.
     void resize(TextureToken maxToken)
     {
         discardMap();
@@ -129,7 +128,7 @@ public:
     }
 
 private:
-    // A block of tokens is reserved without a call of resize().
+    // For a block of tokens, which is reserved without a call of resize().
     ZELGL_COLD_PATH void bindAndGrow(const ShaderProgram *program, int width, int slotCount)
     {
         _entries.resize(width);

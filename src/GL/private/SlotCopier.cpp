@@ -26,7 +26,8 @@ float textureParameterf(const Texture &texture, GLenum name)
     return value;
 }
 
-/// The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
+/// Required: the chain ends when one side reaches 0, so that a slot that is not square has no level of one texel; see
+/// ArrayManagerTest.StorageIsAskedForOnceALayerAndALevel.
 int levelCount(const SlotFormat &format)
 {
     int levels = 0;
@@ -46,7 +47,7 @@ void specifyStorage(const SlotFormat &format, int layers, bool hasAnisotropy)
         glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
     }
     for (int level = 0; level < levels; ++level) {
-        // One identical call a layer, kept on purpose.
+        // Required: one identical call for each layer; see ArrayManagerTest.StorageIsAskedForOnceALayerAndALevel.
         for (int i = 0; i < layers; ++i) {
             glTexImage3D(target, level, static_cast<GLint>(format.internalFormat), format.width >> level,
                          format.height >> level, layers, 0, transferFormat, transferType, nullptr);
@@ -56,7 +57,8 @@ void specifyStorage(const SlotFormat &format, int layers, bool hasAnisotropy)
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
     glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
     glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
-    glTexParameteri(target, GL_TEXTURE_LOD_BIAS, static_cast<GLint>(format.lodBias)); // loses the fraction
+    // Required: as an integer, which loses the fraction of the bias.
+    glTexParameteri(target, GL_TEXTURE_LOD_BIAS, static_cast<GLint>(format.lodBias));
     glTexParameteri(target, GL_TEXTURE_MIN_LOD, 0);
     glTexParameteri(target, GL_TEXTURE_MAX_LOD, levels - 1);
     glTexParameteri(target, GL_TEXTURE_BASE_LEVEL, 0);
@@ -81,6 +83,7 @@ SlotRequest slotRequestOf(Texture &texture, bool hasAnisotropy)
     } else if (texture.target() == GL_TEXTURE_2D_ARRAY) {
         request.layerCount = depth;
     }
+    // The sampling state is part of the format, since all layers of an array texture share it.
     format.wrapS = textureParameter(texture, GL_TEXTURE_WRAP_S);
     format.wrapT = textureParameter(texture, GL_TEXTURE_WRAP_T);
     format.magFilter = textureParameter(texture, GL_TEXTURE_MAG_FILTER);
@@ -97,6 +100,7 @@ SlotSource slotSourceOf(Texture &texture)
     SlotSource source;
     source.width = texture.width(0);
     source.height = texture.height(0);
+    // A texture without a chain of levels gives its level 0 only; the copier makes the others of the slot.
     const int maxLevel = textureParameter(texture, GL_TEXTURE_MAX_LEVEL);
     source.lastLevel = maxLevel > kMaxLastLevel ? 0 : maxLevel;
     return source;
@@ -125,6 +129,7 @@ SlotCopier::~SlotCopier()
 {
     glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    // Required: the read framebuffer of the host is not restored.
     glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(_previous));
     glDeleteFramebuffers(1, &_read);
     glDeleteFramebuffers(1, &_draw);
@@ -140,6 +145,7 @@ void SlotCopier::copyLayer(Texture *source, int sourceLayer, int lastLevel, cons
     for (; width != 0 && height != 0 && level <= lastLevel; ++level, width /= 2, height /= 2) {
         int sourceWidth = 0;
         int sourceHeight = 0;
+        // Sizes are queried from GL, which needs the texture bound.
         {
             const AutoBinder binder(source);
             sourceWidth = source->width(level);
@@ -150,10 +156,11 @@ void SlotCopier::copyLayer(Texture *source, int sourceLayer, int lastLevel, cons
         }
         attachSource(source, level, sourceLayer);
         attachTarget(slot.texture, level, layer);
+        // Required, though blit() binds both framebuffers again.
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
         blit(sourceWidth, sourceHeight, width, height);
     }
-    // 2. The other levels, each from the one above it in the same layer.
+    // 2. The other levels, each from the slot's next larger one in the same layer. Sides are halved as GL halves them.
     const auto sideAt = [](int side, int atLevel) { return std::max(side >> atLevel, 1); };
     for (; width != 0 && height != 0; ++level, width /= 2, height /= 2) {
         attachSource(slot.texture, level - 1, layer);

@@ -8,7 +8,7 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// What a texture asks of a slot.
+/// What a texture needs from a slot.
 struct SlotRequest
 {
     SlotFormat format;
@@ -35,10 +35,9 @@ bool makeSlotStorage(SlotData &slot, bool hasAnisotropy);
 
 /// Copies textures into layers of slots by glBlitFramebuffer(), which scales them to the slot's size.
 ///
-/// The copier holds two framebuffer objects during its life. Its end binds the draw framebuffer of its beginning
-/// as GL_FRAMEBUFFER, that is to both targets.
+/// A copier has two framebuffer objects during its life. Its destructor binds the host's draw framebuffer to both targets.
 ///
-/// Context: as for the textures. The scissor test clips the copies.
+/// Context: that of the textures must be current. The scissor test clips the copies.
 /// Private to the library; for Array2DTextureManager.
 class SlotCopier
 {

@@ -41,6 +41,7 @@ void SlotHandles::makeResident(const QVector<SlotData *> &allSlots) const
 
 void SlotHandles::release(const QVector<SlotData *> &allSlots) const
 {
+    // Required: the handle itself stays resident.
     for (SlotData *slot : allSlots) {
         slot->residentCount -= slot->residentCount != 0 ? 1 : 0;
     }

@@ -9,24 +9,25 @@ namespace Orvane { namespace Zel {
 
 /// The bindless handles of the slots of Array2DTextureManager.
 ///
-/// A handle stays resident from the first bind to the end of its slot's storage: unbinding only counts.
+/// A handle stays resident from the first makeResident() until drop(): release() only counts, since a change of residency is
+/// expensive in drivers.
 ///
-/// Context: that of the slots.
+/// Context: that of the slots must be current.
 /// Private to the library; a part of Array2DTextureManager.
 class SlotHandles
 {
 public:
     static bool isSupported();
 
-    /// Call it before all others. Without the extension no slot gets a handle.
+    /// Call it first. Without the extension no slot gets a handle.
     void lookUp();
 
-    /// Freezes the state of the slot's texture.
+    /// After it, the state of the slot's texture can never change.
     void create(SlotData &slot) const;
     void drop(SlotData &slot) const;
     void makeResident(const QVector<SlotData *> &allSlots) const;
     void release(const QVector<SlotData *> &allSlots) const;
-    /// Makes the call of GL and ignores its result.
+    /// Calls GL and ignores the result.
     void queryResidency(const SlotData &slot) const;
 
 private:

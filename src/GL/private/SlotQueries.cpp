@@ -16,6 +16,7 @@ QVector<int> similarSlots(const QVector<SlotData *> &allSlots, const SlotFormat 
     QVector<int> similar;
     std::copy_if(indices.begin(), indices.end(), std::back_inserter(similar), [&](int index) {
         const SlotData *slot = slotAt(allSlots, index);
+        // Hosts may pass indices that no slot has.
         return slot != nullptr && slot->isSimilar(format);
     });
     return similar;
@@ -35,6 +36,7 @@ QVector<int> slotsByArea(const QVector<SlotData *> &allSlots, const QVector<int>
 int bestSimilarSlot(const QVector<SlotData *> &allSlots, const SlotFormat &format,
                     TextureManager::SlotReallocationMethod method, const SlotData *excluded)
 {
+    // Unsigned: the scores of slots that would scale a texture down are negative and compare as large numbers.
     unsigned int bestScore = SlotData::kNoFit;
     int best = -1;
     for (int i = 0; i < allSlots.size(); ++i) {

@@ -13,24 +13,24 @@ namespace Orvane { namespace Zel {
 // Context: none.
 // Private to the library; for Array2DTextureManager.
 
-/// Null for an index out of range.
+/// Returns null for an index out of range.
 SlotData *slotAt(const QVector<SlotData *> &allSlots, int index);
 
-/// Those of \a indices whose slot is similar to \a format, in the same order.
+/// Returns the elements of \a indices whose slots are similar to \a format, in the same order.
 QVector<int> similarSlots(const QVector<SlotData *> &allSlots, const SlotFormat &format,
                           const QVector<int> &indices);
 
-/// \a indices by the area of their slots, the largest first; equal ones keep their order.
+/// Returns \a indices sorted by the area of their slots, the largest first. Equal ones keep their order.
 QVector<int> slotsByArea(const QVector<SlotData *> &allSlots, const QVector<int> &indices);
 
-/// The slot of a similar format with the best score, the first of equal ones; -1 if there is none.
+/// Returns the slot of a similar format with the best score, the first among equals, or -1 if there is none.
 int bestSimilarSlot(const QVector<SlotData *> &allSlots, const SlotFormat &format,
                     TextureManager::SlotReallocationMethod method, const SlotData *excluded);
 
-/// The slot with the largest area among those with a format, the last of equal ones; -1 if there is none.
+/// Returns the slot with the largest area among those with a format, the last among equals, or -1 if there is none.
 int largestSlot(const QVector<SlotData *> &allSlots);
 
-/// A line for each slot.
+/// Returns a line for each slot.
 QString textOfSlots(const QVector<SlotData *> &allSlots);
 
 }} // namespace Orvane::Zel

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kReservedSlots = 32;
 constexpr int kElementsPerToken = 2;
-constexpr int kMapArraySize = 128; ///< elements of the uniform array in GLSL
+constexpr int kMapArraySize = 128; ///< elements; GL guarantees 256 of them for vertex and fragment shaders
 
 } // namespace
 
@@ -41,6 +41,7 @@ void SlotUniforms::addDefines(GLSLMacroProcessor *processor, int slotCount) cons
         processor->addDefine(QStringLiteral("TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS"), on);
     }
     if (openGlVersionSupported(4, 0)) {
+        // textureQueryLod() needs GLSL 4.00, and the file declares 1.50 unless the macro replaces it.
         processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SUPPORTS_TEXTURE_QUERY_LOD"), on);
         processor->addMacro(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_GLSL_VERSION"),
                             QStringLiteral("#version 400"));
@@ -51,6 +52,7 @@ void SlotUniforms::addDefines(GLSLMacroProcessor *processor, int slotCount) cons
 
 SlotUniforms::Locations SlotUniforms::locationsIn(const ShaderProgram *program, bool bindless)
 {
+    // Static: the names as QString are made once, not at each bind.
     static const UniformName mapTexture("u_TextureTokenManagedTextureSlotMapSample");
     static const UniformName mapArray("u_TextureTokenManagedTextureSlotMapUniforms[0]");
     static const UniformName handles("u_ManagedTextureHandles[0]");
@@ -63,6 +65,7 @@ void SlotUniforms::uploadMap(const Locations &locations, const QVector<SlotLayer
 {
     const int elements = kElementsPerToken * map.size();
     const auto *data = reinterpret_cast<const GLint *>(map.constData());
+    // Uniforms belong to the program, so the array is set at each bind; the texture is shared by all programs.
     if (locations.mapArray >= 0) {
         glUniform4iv(locations.mapArray, std::min(elements, kMapArraySize), data);
     }
@@ -97,6 +100,7 @@ void SlotUniforms::uploadUnits(int location, const QVector<SlotData *> &allSlots
 {
     _units.resize(allSlots.size());
     for (int i = 0; i < allSlots.size(); ++i) {
+        // An unused slot is bound too: each sampler of the array needs a texture of the right target.
         allSlots.at(i)->texture->bind();
         _units[i] = static_cast<int>(allSlots.at(i)->texture->unit());
     }
@@ -105,6 +109,7 @@ void SlotUniforms::uploadUnits(int location, const QVector<SlotData *> &allSlots
 
 void SlotUniforms::uploadHandles(int location, const QVector<SlotData *> &allSlots)
 {
+    // As uvec2: a shader needs no 64-bit integers for it.
     _handles.resize(allSlots.size());
     for (int i = 0; i < allSlots.size(); ++i) {
         const quint64 handle = allSlots.at(i)->bindlessHandle;

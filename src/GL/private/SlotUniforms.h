@@ -10,25 +10,25 @@ class GLSLMacroProcessor;
 class ShaderProgram;
 class Texture;
 
-/// The shader's side of Array2DTextureManager: the uniforms of the slot map, which has one record for each token,
-/// and of the slots themselves, and the defines by which the manager's GLSL files declare them.
+/// What shaders know of an Array2DTextureManager: the uniforms of the slot map, which has a record for each token, the uniforms
+/// of the slots, and the defines by which the manager's GLSL files declare both.
 ///
 /// Units:   elements of the slot map are ivec4, two for each token.
-/// Context: that of the slots. The texture of the slot map is left to the context at the end.
+/// Context: that of the slots must be current. The texture of the slot map is left to the context at the end.
 /// Private to the library; a part of Array2DTextureManager.
 class SlotUniforms
 {
     Q_DISABLE_COPY(SlotUniforms)
 
 public:
-    /// -1 for what a program does not have.
+    /// -1 for each uniform that a program does not have.
     struct Locations
     {
         bool any() const { return mapTexture >= 0 || mapArray >= 0 || slotArray >= 0; }
 
         int mapTexture;
         int mapArray;
-        int slotArray; ///< samplers or handles
+        int slotArray; ///< of samplers or of handles
     };
 
     SlotUniforms();
@@ -38,12 +38,12 @@ public:
     void setUseMapTexture(bool use) { _useMapTexture = use; }
     void addDefines(GLSLMacroProcessor *processor, int slotCount) const;
 
-    /// Of a program or, for null, of GL's current one.
+    /// Returns the locations in a program or, for null, in the current GL program.
     static Locations locationsIn(const ShaderProgram *program, bool bindless);
 
-    /// The map differs from its texture, which the next upload brings up to date.
+    /// Makes the next uploadMap() upload the texture of the map. The uniform array is uploaded each time.
     void mapChanged() { _mapChanged = true; }
-    /// Leaves the texture of the map bound if the program has it.
+    /// Leaves the texture of the map bound if the program samples it.
     void uploadMap(const Locations &locations, const QVector<SlotLayerData> &map);
     void unbindMap(const Locations &locations);
 

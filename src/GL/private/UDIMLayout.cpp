@@ -15,7 +15,7 @@ UDIMLayout::UDIMLayout(const QHash<QPoint, Texture *> &patches)
             ++it;
         }
     }
-    // The width must be known first.
+    // A second loop, since the index depends on the width.
     for (auto it = _patches.constBegin(); it != _patches.constEnd(); ++it) {
         _maxPatch = std::max(_maxPatch, indexOf(it.key()));
     }

@@ -8,8 +8,8 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// Numbers the patches of a UDIM set row by row, as the shader does. Patches with a negative coordinate are left
-/// out, since no texture coordinate reaches them.
+/// Numbers the patches of a UDIM set row by row, as the shader does. It leaves out patches with a negative coordinate, which no
+/// texture coordinate reaches.
 ///
 /// Units:   patch coordinates are tile indices.
 /// Context: none.
@@ -21,7 +21,7 @@ public:
 
     const QHash<QPoint, Texture *> &patches() const { return _patches; }
     qint64 indexOf(const QPoint &patch) const { return _width * patch.y() + patch.x(); }
-    /// The patches of a row; 1 for an empty set.
+    /// Patches in a row; 1 for an empty set.
     qint64 width() const { return _width; }
     /// The highest index; 0 for an empty set.
     qint64 maxPatch() const { return _maxPatch; }
