@@ -4,9 +4,12 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "Texture.h"
-#include "private/BindlessFunctions.h"
+#include "private/SlotCopier.h"
+#include "private/SlotHandles.h"
+#include "private/SlotQueries.h"
+#include "private/SlotUniforms.h"
 #include "private/TokenSet.h"
-#include "private/UniformLookup.h"
+#include "private/UDIMLayout.h"
 
 #include <algorithm>
 #include <limits>
@@ -16,32 +19,15 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-constexpr int kReservedSlots = 32;
-constexpr int kElementsPerToken = 2; ///< ivec4 of the slot map
-constexpr int kLargestSlotSide = 0x8000;
-constexpr int kLongestRealChain = 20; ///< GL's default maximum level of 1000 means that no chain is set
+constexpr int kMaxSlotSide = 0x8000;
 
-/// What one QVector can hold of the larger table; a token above has no entry.
-constexpr quint64 kMostEntries = std::numeric_limits<int>::max() / sizeof(SlotLayerData) - 1;
+/// The most elements of one QVector of the larger table. A token above it has no entry.
+constexpr quint64 kMaxEntries = std::numeric_limits<int>::max() / sizeof(SlotLayerData) - 1;
 
-int alignedSide(int side, int least, int most, int alignment)
+int alignedSide(int side, int minimum, int maximum, int alignment)
 {
-    const int clamped = std::min(std::max(side, least), most);
+    const int clamped = std::min(std::max(side, minimum), maximum);
     return (clamped + alignment - 1) / alignment * alignment;
-}
-
-GLint textureParameter(const Texture *texture, GLenum name)
-{
-    GLint value = 0;
-    glGetTexParameteriv(texture->target(), name, &value);
-    return value;
-}
-
-float textureParameterf(const Texture *texture, GLenum name)
-{
-    float value = 0.0f;
-    glGetTexParameterfv(texture->target(), name, &value);
-    return value;
 }
 
 void reportTarget(const Texture *texture, const TextureToken &token)
@@ -52,185 +38,33 @@ void reportTarget(const Texture *texture, const TextureToken &token)
                texture->target(), GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D_ARRAY);
 }
 
-/// The two framebuffers of a copy between textures; the binding of GL_FRAMEBUFFER
-/// is restored at the end.
-class BlitFramebuffers
-{
-    Q_DISABLE_COPY(BlitFramebuffers)
-
-public:
-    BlitFramebuffers()
-    {
-        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &_previous);
-        glGenFramebuffers(1, &_read);
-        glGenFramebuffers(1, &_draw);
-    }
-
-    ~BlitFramebuffers()
-    {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
-        glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(_previous));
-        glDeleteFramebuffers(1, &_read);
-        glDeleteFramebuffers(1, &_draw);
-        glFlush();
-    }
-
-    /// Reads from a level of a texture, of a cube map's face or of an array's layer.
-    void attachSource(const Texture *texture, int level, int layer)
-    {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, _read);
-        const GLuint name = texture->textureID();
-        switch (texture->target()) {
-        case GL_TEXTURE_CUBE_MAP:
-            glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
-                                   GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(layer), name, level);
-            break;
-        case GL_TEXTURE_2D_ARRAY:
-            glFramebufferTextureLayer(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, name, level, layer);
-            break;
-        default:
-            glFramebufferTexture(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, name, level);
-            break;
-        }
-    }
-
-    void attachTarget(const Texture *texture, int level, int layer)
-    {
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, _draw);
-        glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture->textureID(), level,
-                                  layer);
-    }
-
-    void blit(int sourceWidth, int sourceHeight, int targetWidth, int targetHeight)
-    {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, _read);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, _draw);
-        glReadBuffer(GL_COLOR_ATTACHMENT0);
-        glDrawBuffer(GL_COLOR_ATTACHMENT0);
-        glBlitFramebuffer(0, 0, sourceWidth, sourceHeight, 0, 0, targetWidth, targetHeight,
-                          GL_COLOR_BUFFER_BIT, GL_LINEAR);
-    }
-
-private:
-    GLint _previous = 0;
-    GLuint _read = 0;
-    GLuint _draw = 0;
-};
-
-/// The chain ends as soon as one side reaches 0: a slot that is not square has no level of one texel.
-int levelCount(const SlotFormat &format)
-{
-    int levels = 0;
-    for (int side = std::min(format.width, format.height); side != 0; side /= 2) {
-        ++levels;
-    }
-    return levels;
-}
-
-/// New storage for the bound texture of a slot, and what of its state comes from the format.
-void specifyStorage(const SlotFormat &format, int layers)
-{
-    const GLenum target = GL_TEXTURE_2D_ARRAY;
-    const GLenum transferFormat = formatFromInternalFormat(format.internalFormat);
-    const GLenum transferType = typeFromInternalFormat(format.internalFormat);
-    const int levels = levelCount(format);
-    if (levels == 2) { // workaround "arrays of two levels"
-        glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
-    }
-    for (int level = 0; level < levels; ++level) {
-        // One identical call a layer, kept on purpose.
-        for (int i = 0; i < layers; ++i) {
-            glTexImage3D(target, level, static_cast<GLint>(format.internalFormat), format.width >> level,
-                         format.height >> level, layers, 0, transferFormat, transferType, nullptr);
-        }
-    }
-    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, format.magFilter);
-    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, format.minFilter);
-    glTexParameteri(target, GL_TEXTURE_WRAP_S, format.wrapS);
-    glTexParameteri(target, GL_TEXTURE_WRAP_T, format.wrapT);
-    glTexParameteri(target, GL_TEXTURE_LOD_BIAS, static_cast<GLint>(format.lodBias)); // loses the fraction
-    glTexParameteri(target, GL_TEXTURE_MIN_LOD, 0);
-    glTexParameteri(target, GL_TEXTURE_MAX_LOD, levels - 1);
-    glTexParameteri(target, GL_TEXTURE_BASE_LEVEL, 0);
-    glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
-}
-
-/// Fills all levels of a layer of a slot: from the source's levels, up to the first
-/// that it does not have, and the others from the slot's own next larger level.
-void blitLayer(BlitFramebuffers &framebuffers, Texture *source, int sourceLayer, int sourceMaxLevel,
-               const SlotData &slot, int layer)
-{
-    int width = slot.format.width;
-    int height = slot.format.height;
-    int level = 0;
-    for (; width != 0 && height != 0 && level <= sourceMaxLevel; ++level, width /= 2, height /= 2) {
-        int sourceWidth = 0;
-        int sourceHeight = 0;
-        {
-            const AutoBinder binder(source);
-            sourceWidth = source->width(level);
-            sourceHeight = source->height(level);
-        }
-        if (sourceWidth <= 0 || sourceHeight <= 0) {
-            break; // GL_TEXTURE_MAX_LEVEL may be larger than the source's last level
-        }
-        framebuffers.attachSource(source, level, sourceLayer);
-        framebuffers.attachTarget(slot.texture, level, layer);
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        framebuffers.blit(sourceWidth, sourceHeight, width, height);
-    }
-    const auto sideAt = [](int side, int atLevel) { return std::max(side >> atLevel, 1); };
-    for (; width != 0 && height != 0; ++level, width /= 2, height /= 2) {
-        framebuffers.attachSource(slot.texture, level - 1, layer);
-        framebuffers.attachTarget(slot.texture, level, layer);
-        framebuffers.blit(sideAt(slot.format.width, level - 1), sideAt(slot.format.height, level - 1), width,
-                          height);
-    }
-}
-
-/// Without those that no coordinate can reach.
-QHash<QPoint, Texture *> usablePatches(QHash<QPoint, Texture *> patches)
-{
-    for (auto it = patches.begin(); it != patches.end();) {
-        if (it.key().x() < 0 || it.key().y() < 0) {
-            it = patches.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    return patches;
-}
-
 } // namespace
 
 bool Array2DTextureManager::isBindlessSupported()
 {
-    return hasGLExtension("GL_ARB_bindless_texture");
+    return SlotHandles::isSupported();
 }
 
 Array2DTextureManager::Array2DTextureManager()
     : _pendingTokens(new TokenSet)
-    , _bindless(new BindlessFunctions)
+    , _uniforms(new SlotUniforms)
+    , _handles(new SlotHandles)
 {
-    TextureManager::tokenForColor(QColor(Qt::white)); // token 0
+    TextureManager::tokenForColor(QColor(Qt::white)); // white is token 0
     GLint max2D = 0;
     GLint max3D = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max2D);
     glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &max3D);
-    _maxSlotWidth = std::min({kLargestSlotSide, max2D, max3D / 2});
+    // Required: half of the limit of 3D textures, though array textures have another limit.
+    _maxSlotWidth = std::min({kMaxSlotSide, max2D, max3D / 2});
     _maxSlotHeight = _maxSlotWidth;
-    _slotUnits.reserve(kReservedSlots);
-    _slotHandles.reserve(kReservedSlots);
     growTables(1);
     _anisotropySupported = hasGLExtension("GL_ARB_texture_filter_anisotropic")
                            || hasGLExtension("GL_EXT_texture_filter_anisotropic");
     if (_anisotropySupported) {
         glGetFloatv(GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT, &_maxAnisotropy);
     }
-    if (isBindlessSupported()) {
-        _bindless->lookUp(BindlessFunctions::eARB);
-    }
+    _handles->lookUp();
 }
 
 Array2DTextureManager::~Array2DTextureManager()
@@ -253,48 +87,48 @@ void Array2DTextureManager::bind(const QList<TextureToken> &tokens)
     bindTextureTokens(tokens);
 }
 
+// A placed texture keeps its place, whether it is in use or not.
 void Array2DTextureManager::unbind(const QVector<TextureToken> &) {}
 
 void Array2DTextureManager::bind(ShaderProgram *program)
 {
-    const UniformLocations locations = uniformLocations(program);
+    const SlotUniforms::Locations locations =
+        SlotUniforms::locationsIn(program, _bindMode == BindModeBindless);
     if (!locations.any()) {
-        return;
+        return; // a program that samples by no token pays for the look-ups only
     }
     ++_bindDepth;
     updateSlots();
     if (_bindMode == BindModeBindless) {
-        for (SlotData *slot : qAsConst(_slots)) {
-            if (slot->texture == nullptr || slot->bindlessHandle == 0) {
-                continue;
-            }
-            _bindless->makeResident(slot->bindlessHandle);
-            ++slot->residentCount;
-        }
+        _handles->makeResident(_slots);
     }
-    uploadSlotMap(locations);
-    if (locations.slotArray >= 0) {
-        _bindMode == BindModeBindless ? uploadHandles(locations.slotArray) : uploadSlots(locations.slotArray);
+    _uniforms->uploadMap(locations, _textureTokenToSlotLayerData);
+    if (locations.slotArray < 0) {
+        return;
+    }
+    if (_bindMode == BindModeBindless) {
+        _uniforms->uploadHandles(locations.slotArray, _slots);
+    } else {
+        _uniforms->uploadUnits(locations.slotArray, _slots);
     }
 }
 
 void Array2DTextureManager::unbind(ShaderProgram *program)
 {
-    const UniformLocations locations = uniformLocations(program);
+    const SlotUniforms::Locations locations =
+        SlotUniforms::locationsIn(program, _bindMode == BindModeBindless);
     if (!locations.any()) {
         return;
     }
     --_bindDepth;
-    for (SlotData *slot : qAsConst(_slots)) {
-        if (_bindMode == BindModeBindless) {
-            slot->residentCount -= slot->residentCount != 0 ? 1 : 0; // the handle itself stays resident
-        } else if (locations.slotArray >= 0) {
+    if (_bindMode == BindModeBindless) {
+        _handles->release(_slots);
+    } else if (locations.slotArray >= 0) {
+        for (const SlotData *slot : qAsConst(_slots)) {
             slot->texture->unbind();
         }
     }
-    if (locations.mapSampler >= 0 && _slotMapTexture != nullptr) {
-        _slotMapTexture->unbind();
-    }
+    _uniforms->unbindMap(locations);
 }
 
 void Array2DTextureManager::dirty(Texture *texture)
@@ -307,41 +141,22 @@ void Array2DTextureManager::dirty(Texture *texture)
         return;
     }
     SlotLayerData &data = entry(token);
-    SlotData *slot = slotAt(data.slot); // a texture's own token is never that of a UDIM set
+    SlotData *slot =
+        slotAt(_slots, static_cast<int>(data.slot)); // a texture's token is never the one of a UDIM set
+    // Without a place, the next bind places the texture with its new size and format, and copies it.
     if (slot != nullptr && slot->format.isUsed()) {
         slot->freeLayer(static_cast<int>(data.layer), layerCount(token));
         data.clear();
-        _dirty = true;
+        _uniforms->mapChanged();
     }
 }
 
 void Array2DTextureManager::setup(GLSLMacroProcessor *processor)
 {
     TextureManager::setup(processor);
-    if (processor == nullptr) {
-        return;
+    if (processor != nullptr) {
+        _uniforms->addDefines(processor, _maxSlots);
     }
-    const QString on = QStringLiteral("1");
-    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D"), on);
-    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_SLOT_COUNT"), QString::number(_maxSlots));
-    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_UNIFORMS_SIZE"),
-                         QString::number(_uniformsSize));
-    if (_useSlotMapUniforms) {
-        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_UNIFORMS"), on);
-    }
-    if (_useSlotMapTexture) {
-        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SLOT_MAP_USE_TEXTURE"), on);
-    }
-    if (_useExplicitArrayAccess) {
-        processor->addDefine(QStringLiteral("TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS"), on);
-    }
-    if (openGlVersionSupported(4, 0)) {
-        processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_SUPPORTS_TEXTURE_QUERY_LOD"), on);
-        processor->addMacro(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_GLSL_VERSION"),
-                            QStringLiteral("#version 400"));
-    }
-    processor->addDefine(QStringLiteral("TEXTURE_MANAGER_ARRAY2D_NUM_UVEC4S_PER_TOKEN"),
-                         QString::number(kElementsPerToken));
 }
 
 QString Array2DTextureManager::getShaderFile()
@@ -352,20 +167,17 @@ QString Array2DTextureManager::getShaderFile()
 
 void Array2DTextureManager::clear()
 {
-    // The slots are abandoned, not deleted, and the tokens of the base stay: the next setupSlots() makes new ones.
+    // Required: the slots are forgotten, not deleted, and the tokens of the base class stay; see
+    // ArrayManagerTest.ClearingAbandonsTheSlots. The next setupSlots() makes new slots.
     _pendingTokens->clear();
     _textureTokenToSlotLayerData.clear();
     _textureTokenToLayerCount.clear();
     _slots.clear();
-    _slotUnits.clear();
-    _slotHandles.clear();
     tokenForColor(QColor(Qt::white));
-    _slotUnits.reserve(kReservedSlots);
-    _slotHandles.reserve(kReservedSlots);
-    _textureTokenToSlotLayerData.clear(); // white may have a new token
+    _textureTokenToSlotLayerData.clear(); // white may have got a new token
     _textureTokenToLayerCount.clear();
     growTables(1);
-    _dirty = true;
+    _uniforms->mapChanged();
 }
 
 void Array2DTextureManager::setMaxSlots(int count)
@@ -389,10 +201,11 @@ bool Array2DTextureManager::supportsUDIMs() const
 
 void Array2DTextureManager::textureTokenIssued(const TextureToken &token)
 {
+    // Pending already: updateSlots() skips tokens without a place.
     _pendingTokens->insert(token);
     if (!hasEntry(token)) {
         growTables(token.token + 1);
-        _dirty = true;
+        _uniforms->mapChanged();
     }
 }
 
@@ -403,7 +216,7 @@ void Array2DTextureManager::textureTokenRevoked(const TextureToken &token)
     }
     _udimPatchToToken.remove(token);
     const bool isSet = entry(token).isUDIMSet();
-    if (isSet) {
+    if (isSet) { // the manager made the tokens of its patches, and frees them
         const quint64 first = entry(token).slot;
         const quint64 last = first + static_cast<quint64>(entry(token).getNumUDIMPatches());
         for (quint64 patch = first; patch <= last; ++patch) {
@@ -415,12 +228,12 @@ void Array2DTextureManager::textureTokenRevoked(const TextureToken &token)
     if (!data.isValid()) {
         return;
     }
-    SlotData *slot = isSet ? nullptr : slotAt(data.slot);
+    SlotData *slot = isSet ? nullptr : slotAt(_slots, static_cast<int>(data.slot));
     if (slot != nullptr) {
         slot->freeLayer(static_cast<int>(data.layer), layerCount(token));
     }
     data.clear();
-    _dirty = true;
+    _uniforms->mapChanged();
 }
 
 void Array2DTextureManager::setBindMode(BindMode mode)
@@ -430,27 +243,25 @@ void Array2DTextureManager::setBindMode(BindMode mode)
 
 void Array2DTextureManager::setUseExplicitlyArrayAccessInGLSL(bool use)
 {
-    _useExplicitArrayAccess = use;
+    _uniforms->setUseExplicitArrayAccess(use);
 }
 
 void Array2DTextureManager::setUseSlotMapUniforms(bool use)
 {
-    _useSlotMapUniforms = use;
+    _uniforms->setUseMapArray(use);
 }
 
 void Array2DTextureManager::setUseSlotMapTexture(bool use)
 {
-    _useSlotMapTexture = use;
+    _uniforms->setUseMapTexture(use);
 }
 
 void Array2DTextureManager::setupSlots()
 {
     if (!_slots.isEmpty()) {
-        return;
+        return; // a later setMaxSlots() has no effect, since placed tokens refer to the slots
     }
     const int count = std::max(_maxSlots, 0);
-    _slotUnits.resize(count);
-    _slotHandles.fill(BindlessHandleUVec2(), count);
     _slots.reserve(count);
     while (_slots.size() < count) {
         _slots.append(new SlotData);
@@ -460,7 +271,7 @@ void Array2DTextureManager::setupSlots()
 void Array2DTextureManager::deleteSlots()
 {
     for (SlotData *slot : qAsConst(_slots)) {
-        dropHandle(*slot);
+        _handles->drop(*slot);
         delete slot;
     }
     _slots.clear();
@@ -468,6 +279,7 @@ void Array2DTextureManager::deleteSlots()
 
 SlotFormat Array2DTextureManager::alignedSlotFormat(const SlotFormat &format) const
 {
+    // Nothing sets the alignment, which is always 1.
     SlotFormat aligned = format;
     aligned.width = alignedSide(format.width, _minSlotWidth, _maxSlotWidth, _slotAlignX);
     aligned.height = alignedSide(format.height, _minSlotHeight, _maxSlotHeight, _slotAlignY);
@@ -479,6 +291,7 @@ SlotLayerData Array2DTextureManager::findSlotLayer(const SlotFormat &format, int
     if (format.width == 0 || format.height == 0) {
         return SlotLayerData();
     }
+    // Exact and empty slots first, since the other two scale textures, which loses detail.
     const SlotFormat aligned = alignedSlotFormat(format);
     SlotLayerData place = placeExactly(aligned, layerCount);
     if (!place.isValid()) {
@@ -508,43 +321,28 @@ void Array2DTextureManager::determineSlotLayerDataForTexture(Texture *texture, T
         return;
     }
     reportTarget(texture, token);
-    SlotFormat format;
-    int layerCount = 1;
+    SlotRequest request;
     {
         const AutoBinder binder(texture);
         if (!texture->isBound()) {
-            return; // no unit was free, which the texture has told
+            return; // no texture unit was free, which the texture has logged
         }
-        format.width = texture->width(0);
-        format.height = texture->height(0);
-        format.internalFormat = static_cast<unsigned int>(texture->internalFormat(0));
-        const int depth = texture->depth(0);
-        if (texture->target() == GL_TEXTURE_CUBE_MAP) {
-            layerCount = 6;
-        } else if (texture->target() == GL_TEXTURE_2D_ARRAY) {
-            layerCount = depth;
-        }
-        format.wrapS = textureParameter(texture, GL_TEXTURE_WRAP_S);
-        format.wrapT = textureParameter(texture, GL_TEXTURE_WRAP_T);
-        format.magFilter = textureParameter(texture, GL_TEXTURE_MAG_FILTER);
-        format.minFilter = textureParameter(texture, GL_TEXTURE_MIN_FILTER);
-        format.lodBias = textureParameterf(texture, GL_TEXTURE_LOD_BIAS);
-        if (_anisotropySupported) {
-            format.anisotropy = textureParameterf(texture, GL_TEXTURE_MAX_ANISOTROPY_EXT);
-        }
+        request = slotRequestOf(*texture, _anisotropySupported);
     }
-    out = findSlotLayer(format, layerCount);
+    out = findSlotLayer(request.format, request.layerCount);
+    // A host may pass a record of its own, for a token that this manager does not have.
     if (hasEntry(token)) {
-        _textureTokenToLayerCount[static_cast<int>(token.token)] = static_cast<unsigned int>(layerCount);
+        _textureTokenToLayerCount[static_cast<int>(token.token)] =
+            static_cast<unsigned int>(request.layerCount);
         _pendingTokens->insert(token);
     }
-    _dirty = true;
+    _uniforms->mapChanged();
 }
 
 bool Array2DTextureManager::moveSlotLayers(int from, int to)
 {
-    SlotData *source = slotAt(static_cast<unsigned int>(from));
-    SlotData *target = slotAt(static_cast<unsigned int>(to));
+    SlotData *source = slotAt(_slots, from);
+    SlotData *target = slotAt(_slots, to);
     if (source == nullptr || target == nullptr || !source->format.isUsed()) {
         return false;
     }
@@ -555,94 +353,54 @@ bool Array2DTextureManager::moveSlotLayers(int from, int to)
         const int count = static_cast<int>(_textureTokenToLayerCount.at(i));
         const unsigned int layer = target->getFreeLayer(count);
         if (layer == SlotData::kNoLayer) {
-            return false; // what was moved so far stays in the target
+            return false; // required: what was moved so far stays in the target
         }
+        // Only the place moves: the next update copies the pixels from the texture again.
         SlotLayerData &data = _textureTokenToSlotLayerData[i];
         source->freeLayer(static_cast<int>(data.layer), count);
         data = SlotLayerData(static_cast<unsigned int>(to), layer, target->bindlessHandle);
         _pendingTokens->insert(TextureToken(static_cast<unsigned long long>(i)));
-        _dirty = true;
+        _uniforms->mapChanged();
     }
-    _dirty = true;
+    _uniforms->mapChanged();
     return true;
 }
 
 QVector<int> Array2DTextureManager::filterSlotsBySimilar(const SlotFormat &format,
                                                          const QVector<int> &slotIndices) const
 {
-    QVector<int> similar;
-    std::copy_if(slotIndices.begin(), slotIndices.end(), std::back_inserter(similar), [&](int index) {
-        const SlotData *slot = slotAt(static_cast<unsigned int>(index));
-        return slot != nullptr && slot->isSimilar(format);
-    });
-    return similar;
+    return similarSlots(_slots, format, slotIndices);
 }
 
 QVector<int> Array2DTextureManager::sortSlotsByLargest(const QVector<int> &slotIndices) const
 {
-    const auto area = [this](int index) {
-        const SlotData *slot = slotAt(static_cast<unsigned int>(index));
-        return slot != nullptr ? slot->format.area() : 0;
-    };
-    QVector<int> sorted = slotIndices;
-    std::stable_sort(sorted.begin(), sorted.end(), [&](int a, int b) { return area(a) > area(b); });
-    return sorted;
+    return slotsByArea(_slots, slotIndices);
 }
 
 bool Array2DTextureManager::searchForSimilarSlot(const SlotFormat &format, SlotData *&slot, int &index,
                                                  SlotData *excluded) const
 {
-    unsigned int best = SlotData::kNoFit;
-    for (int i = 0; i < _slots.size(); ++i) {
-        SlotData *candidate = _slots.at(i);
-        if (candidate == excluded || !candidate->format.isUsed() || !candidate->isSimilar(format)) {
-            continue;
-        }
-        const unsigned int score = candidate->getFormatDeltaScore(format, _slotReallocationMethod);
-        if (score < best) {
-            best = score;
-            slot = candidate;
-            index = i;
-        }
+    const int best = bestSimilarSlot(_slots, format, _slotReallocationMethod, excluded);
+    if (best >= 0) {
+        slot = _slots.at(best);
+        index = best;
     }
-    return best != SlotData::kNoFit;
+    return best >= 0;
 }
 
 bool Array2DTextureManager::seachForSlotWithLargestXY(SlotData *&slot, int &index) const
 {
-    int largest = 0;
-    bool found = false;
-    for (int i = 0; i < _slots.size(); ++i) {
-        const SlotFormat &format = _slots.at(i)->format;
-        if (format.isUsed() && format.area() >= largest) { // a later tie wins
-            largest = format.area();
-            slot = _slots.at(i);
-            index = i;
-            found = true;
-        }
+    const int largest = largestSlot(_slots);
+    if (largest >= 0) {
+        slot = _slots.at(largest);
+        index = largest;
     }
-    return found;
+    return largest >= 0;
 }
 
 void Array2DTextureManager::dumpSlots() const
 {
-    QString text = QString::asprintf("%p \n", static_cast<const void *>(this));
-    for (int i = 0; i < _slots.size(); ++i) {
-        const SlotData &slot = *_slots.at(i);
-        const SlotFormat &format = slot.format;
-        text += QString::asprintf(" %2d", i);
-        if (format.isUsed()) {
-            text += QString::asprintf(
-                " {(%4dx%4d) 0x%04X C:0x%04X 0x%04X F:0x%04X 0x%04X ,%2d:%2d<%2d}", format.width,
-                format.height, format.internalFormat, static_cast<unsigned int>(format.wrapS),
-                static_cast<unsigned int>(format.wrapT), static_cast<unsigned int>(format.magFilter),
-                static_cast<unsigned int>(format.minFilter), slot.usedLayers, slot.allocatedLayers,
-                slot.maxLayers);
-        } else {
-            text += QLatin1String(" {UNUSED}");
-        }
-        text += QLatin1String(" \n");
-    }
+    const QString text = QString::asprintf("%p \n", static_cast<const void *>(this)) + textOfSlots(_slots);
     ZEL_LOG_DEBUG("%s", text.toLocal8Bit().constData());
 }
 
@@ -652,6 +410,7 @@ void Array2DTextureManager::updateSlots()
     for (int i = 0; i < _slots.size(); ++i) {
         const SlotData &slot = *_slots.at(i);
         const bool upToDate = slot.allocatedLayers != 0 && slot.allocatedLayers >= slot.usedLayers;
+        // A slot grows to the layers in use, without a reserve.
         if (slot.format.isUsed() && !upToDate) {
             allocateSlot(i);
         }
@@ -659,7 +418,7 @@ void Array2DTextureManager::updateSlots()
     if (_pendingTokens->isEmpty()) {
         return;
     }
-    // A copy, since loading a texture may issue tokens.
+    // A copy: loading a texture may issue tokens, which adds to the set.
     const QVector<TextureToken> pending = _pendingTokens->takeAll();
     for (const TextureToken &token : pending) {
         if (!blitTokenToTextureSlot(token)) {
@@ -680,36 +439,29 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
     if (texture == nullptr) {
         return false;
     }
-    const SlotLayerData place = entry(token); // after the load, which may have grown the table
-    const SlotData *slot = slotAt(place.slot);
+    const SlotLayerData place = entry(token); // read after the load, which may have grown the table
+    const SlotData *slot = slotAt(_slots, static_cast<int>(place.slot));
     if (slot == nullptr) {
-        return true; // its slots were deleted
+        return true; // its slots were deleted: a copy can never succeed
     }
-    _bindless->isResident(slot->bindlessHandle); // the answer is not used
+    _handles->queryResidency(*slot); // required, though the result is unused
     glFlush();
-    int width = 0;
-    int height = 0;
-    GLint maxLevel = 0;
+    SlotSource source;
     {
         const AutoBinder binder(texture);
         if (!texture->isBound()) {
-            return false; // no unit was free, which the texture has reported
+            return false; // no texture unit was free, which the texture has logged
         }
-        width = texture->width(0);
-        height = texture->height(0);
-        maxLevel = textureParameter(texture, GL_TEXTURE_MAX_LEVEL);
+        source = slotSourceOf(*texture);
     }
-    if (width <= 0 || height <= 0) {
+    if (source.width <= 0 || source.height <= 0) {
         ZEL_LOG_WARNING("%p Ignoring texture of size (%dx%d), not blitted into array2D",
-                        static_cast<const void *>(this), width, height);
+                        static_cast<const void *>(this), source.width, source.height);
         return false;
     }
-    if (maxLevel > kLongestRealChain) {
-        maxLevel = 0;
-    }
-    BlitFramebuffers framebuffers;
+    SlotCopier copier;
     for (int i = 0; i < layerCount(token); ++i) {
-        blitLayer(framebuffers, texture, i, maxLevel, *slot, static_cast<int>(place.layer) + i);
+        copier.copyLayer(texture, i, source.lastLevel, *slot, static_cast<int>(place.layer) + i);
     }
     return true;
 }
@@ -719,6 +471,7 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
     if (tokens.isEmpty()) {
         return;
     }
+    // Most tokens are in place, which costs one look at their record.
     setupSlots();
     const Tokens copy = tokens; // loading a texture may change the caller's container
     for (const TextureToken &token : copy) {
@@ -727,6 +480,7 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
         }
         ZEL_ASSERT(token.token < quint64(_textureTokenToSlotLayerData.size()),
                    "Token %llu is not in array %d.", token.token, _textureTokenToSlotLayerData.size());
+        // The assertion only reports: a token beyond the table is skipped here.
         if (!hasEntry(token) || entry(token).isValid()) {
             continue;
         }
@@ -741,34 +495,30 @@ template <typename Tokens> void Array2DTextureManager::bindTextureTokens(const T
 
 void Array2DTextureManager::buildUDIMSet(const TextureToken &token)
 {
-    const QHash<QPoint, Texture *> patches = usablePatches(_udimPatches.value(token));
-    qint64 width = 1;
-    for (auto it = patches.begin(); it != patches.end(); ++it) {
-        width = std::max<qint64>(width, it.key().x() + qint64(1));
-    }
-    const auto indexOf = [width](const QPoint &patch) { return width * patch.y() + patch.x(); };
-    qint64 maxPatch = 0;
-    for (auto it = patches.begin(); it != patches.end(); ++it) {
-        maxPatch = std::max(maxPatch, indexOf(it.key()));
-    }
-    if (maxToken().token + static_cast<quint64>(maxPatch) >= kMostEntries) {
+    // 1. Number the patches.
+    const UDIMLayout layout(_udimPatches.value(token));
+    if (maxToken().token + static_cast<quint64>(layout.maxPatch()) >= kMaxEntries) {
         return;
     }
-    // One block, since the shader adds a patch's index to the first token.
-    const TextureToken first = reserveTokenBlock(static_cast<int>(maxPatch) + 1);
+    // 2. Reserve a block of tokens: the shader adds the index of a patch to the first. Tokens without a patch stay without a
+    //    place; see ArrayPicturesTest.UDIMSetsShowTheirPatchesAndTheirGaps.
+    const TextureToken first = reserveTokenBlock(static_cast<int>(layout.maxPatch()) + 1);
     const auto slotTokenOf = [first](qint64 index) {
         return TextureToken(first.token + static_cast<quint64>(index));
     };
-    for (qint64 i = 0; i <= maxPatch; ++i) {
+    for (qint64 i = 0; i <= layout.maxPatch(); ++i) {
         textureTokenIssued(slotTokenOf(i));
     }
-    entry(token).configureUDIMSet(first, static_cast<int>(width), static_cast<int>(maxPatch));
-    _dirty = true;
-    for (auto it = patches.begin(); it != patches.end(); ++it) {
+    // 3. Let the record of the set name the block.
+    entry(token).configureUDIMSet(first, static_cast<int>(layout.width()),
+                                  static_cast<int>(layout.maxPatch()));
+    _uniforms->mapChanged();
+    // 4. Place each patch as a texture of its own, which may be in any slot.
+    for (auto it = layout.patches().begin(); it != layout.patches().end(); ++it) {
         const TextureToken patchToken = tokenForTexture(it.value());
         ZEL_ASSERT(patchToken.token < quint64(_textureTokenToSlotLayerData.size()),
                    "Token %llu is not in array %d.", patchToken.token, _textureTokenToSlotLayerData.size());
-        const TextureToken slotToken = slotTokenOf(indexOf(it.key()));
+        const TextureToken slotToken = slotTokenOf(layout.indexOf(it.key()));
         determineSlotLayerDataForTexture(it.value(), slotToken, entry(slotToken));
         _udimPatchToToken.insert(slotToken, patchToken);
     }
@@ -789,7 +539,7 @@ int Array2DTextureManager::layerCount(const TextureToken &token) const
     return static_cast<int>(_textureTokenToLayerCount.at(static_cast<int>(token.token)));
 }
 
-/// UDIM sets are passed over: their entries hold a token where others hold a slot.
+/// Returns false for the entry of a UDIM set, whose field for the slot holds a token.
 bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
 {
     const SlotLayerData &data = _textureTokenToSlotLayerData.at(tokenIndex);
@@ -798,18 +548,14 @@ bool Array2DTextureManager::isPlacedIn(int tokenIndex, int slotIndex) const
 
 void Array2DTextureManager::growTables(quint64 size)
 {
-    if (size == 0 || size > kMostEntries) {
-        return; // behind the null token, or one that is told when it is bound
+    if (size == 0 || size > kMaxEntries) {
+        return; // of the null token, or of a token that binding reports
     }
+    // New records have no place and one layer.
     _textureTokenToSlotLayerData.resize(static_cast<int>(size));
     const int oldSize = _textureTokenToLayerCount.size();
     _textureTokenToLayerCount.resize(static_cast<int>(size));
     std::fill(_textureTokenToLayerCount.begin() + oldSize, _textureTokenToLayerCount.end(), 1u);
-}
-
-SlotData *Array2DTextureManager::slotAt(unsigned int index) const
-{
-    return index < static_cast<unsigned int>(_slots.size()) ? _slots.at(static_cast<int>(index)) : nullptr;
 }
 
 SlotLayerData Array2DTextureManager::placeIn(int index, int layerCount)
@@ -837,7 +583,7 @@ SlotLayerData Array2DTextureManager::placeInUnusedSlot(const SlotFormat &aligned
     SlotLayerData place;
     for (int i = 0; i < _slots.size() && !place.isValid(); ++i) {
         if (!_slots.at(i)->format.isUsed()) {
-            _slots.at(i)->setupFormat(aligned); // it stays, even where the request is too large for the slot
+            _slots.at(i)->setupFormat(aligned); // required: it stays if the request is too large for the slot
             place = placeIn(i, layerCount);
         }
     }
@@ -847,20 +593,22 @@ SlotLayerData Array2DTextureManager::placeInUnusedSlot(const SlotFormat &aligned
 SlotLayerData Array2DTextureManager::placeScaled(const SlotFormat &format, const SlotFormat &aligned,
                                                  int layerCount)
 {
-    SlotData *similar = nullptr;
-    int index = -1;
-    if (!searchForSimilarSlot(aligned, similar, index, nullptr)) {
+    const int similar = bestSimilarSlot(_slots, aligned, _slotReallocationMethod, nullptr);
+    if (similar < 0) {
         return SlotLayerData();
     }
-    const SlotLayerData place = placeIn(index, layerCount);
+    const SlotLayerData place = placeIn(similar, layerCount);
     if (place.isValid()) {
-        reportResize(format.width, format.height, similar->format);
+        reportResize(format.width, format.height, _slots.at(similar)->format);
     }
     return place;
 }
 
 SlotLayerData Array2DTextureManager::placeByMerging(const SlotFormat &aligned, int layerCount)
 {
+    // Scaling costs texels, so the smallest slot goes first: each step of the loop takes the smallest slot that is left, and
+    // tries to merge it with a slot of a similar format, the smallest of these first.
+    // 1. Move all textures of one to the other. 2. Use the empty one for the new format. If either fails, try the next pair.
     const bool upscale = _slotReallocationMethod == SlotReallocationUpscale;
     QVector<int> remaining(_slots.size());
     std::iota(remaining.begin(), remaining.end(), 0);
@@ -895,9 +643,8 @@ void Array2DTextureManager::reportResize(int fromWidth, int fromHeight, const Sl
 void Array2DTextureManager::allocateSlot(int index)
 {
     SlotData &slot = *_slots.at(index);
-    const int layers = slot.usedLayers;
     if (slot.allocatedLayers != 0) {
-        // New storage loses the pixels of the old.
+        // The new storage does not have the pixels of the old one.
         for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
             if (isPlacedIn(i, index)) {
                 _pendingTokens->insert(TextureToken(static_cast<unsigned long long>(i)));
@@ -905,21 +652,12 @@ void Array2DTextureManager::allocateSlot(int index)
         }
     }
     if (slot.bindlessHandle != 0) {
-        dropHandle(slot);
-        slot.createTexture(); // a texture with a handle cannot change its storage
+        _handles->drop(slot);
+        slot.createTexture(); // GL forbids a change of the storage of a texture with a handle
     }
-    {
-        const AutoBinder binder(slot.texture);
-        if (!slot.texture->isBound()) {
-            return; // no unit was free, which the texture has told: the next update tries again
-        }
-        specifyStorage(slot.format, layers);
-        if (_anisotropySupported) {
-            glTexParameterf(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAX_ANISOTROPY_EXT, slot.format.anisotropy);
-        }
-        glFlush();
+    if (!makeSlotStorage(slot, _anisotropySupported)) {
+        return; // no texture unit was free, which the texture has logged: the next update tries again
     }
-    slot.allocatedLayers = layers;
     if (_bindMode == BindModeBindless) {
         makeHandle(index);
     }
@@ -928,77 +666,14 @@ void Array2DTextureManager::allocateSlot(int index)
 void Array2DTextureManager::makeHandle(int index)
 {
     SlotData &slot = *_slots.at(index);
-    slot.bindlessHandle = _bindless->handleOf(*slot.texture);
+    // Each record of the slot map contains the handle of its slot, so that a shader needs no other table.
+    _handles->create(slot);
     for (int i = 0; i < _textureTokenToSlotLayerData.size(); ++i) {
         if (isPlacedIn(i, index)) {
             _textureTokenToSlotLayerData[i].setBindlessTextureHandle(slot.bindlessHandle);
         }
     }
-    _dirty = true;
-}
-
-void Array2DTextureManager::dropHandle(SlotData &slot)
-{
-    _bindless->makeNonResident(slot.bindlessHandle);
-    slot.bindlessHandle = 0;
-    slot.residentCount = 0;
-}
-
-Array2DTextureManager::UniformLocations
-Array2DTextureManager::uniformLocations(const ShaderProgram *program) const
-{
-    static const UniformName mapSampler("u_TextureTokenManagedTextureSlotMapSample");
-    static const UniformName mapUniforms("u_TextureTokenManagedTextureSlotMapUniforms[0]");
-    static const UniformName handles("u_ManagedTextureHandles[0]");
-    static const UniformName samplers("u_ManagedTextureSlots[0]");
-    const UniformLookup locationOf(program);
-    return {locationOf(mapSampler), locationOf(mapUniforms),
-            locationOf(_bindMode == BindModeBindless ? handles : samplers)};
-}
-
-void Array2DTextureManager::uploadSlotMap(const UniformLocations &locations)
-{
-    const int elements = kElementsPerToken * _textureTokenToSlotLayerData.size();
-    const auto *data = reinterpret_cast<const GLint *>(_textureTokenToSlotLayerData.constData());
-    if (locations.mapUniforms >= 0) {
-        glUniform4iv(locations.mapUniforms, std::min(elements, _uniformsSize), data);
-    }
-    if (locations.mapSampler < 0) {
-        return;
-    }
-    if (_slotMapTexture == nullptr) {
-        _slotMapTexture = new Texture(nullptr);
-        _slotMapTexture->setTarget(GL_TEXTURE_1D);
-        const AutoBinder binder(_slotMapTexture);
-        glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-        glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    }
-    if (!_slotMapTexture->bind()) {
-        return;
-    }
-    if (_dirty) {
-        glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA32I, elements, 0, GL_RGBA_INTEGER, GL_INT, data);
-        _dirty = false;
-    }
-    glUniform1i(locations.mapSampler, static_cast<GLint>(_slotMapTexture->unit()));
-}
-
-void Array2DTextureManager::uploadHandles(int location)
-{
-    for (int i = 0; i < _slots.size(); ++i) {
-        const quint64 handle = _slots.at(i)->bindlessHandle;
-        _slotHandles[i] = {static_cast<unsigned int>(handle), static_cast<unsigned int>(handle >> 32)};
-    }
-    glUniform2uiv(location, _slotHandles.size(), reinterpret_cast<const GLuint *>(_slotHandles.constData()));
-}
-
-void Array2DTextureManager::uploadSlots(int location)
-{
-    for (int i = 0; i < _slots.size(); ++i) {
-        _slots.at(i)->texture->bind();
-        _slotUnits[i] = static_cast<int>(_slots.at(i)->texture->unit());
-    }
-    glUniform1iv(location, _slotUnits.size(), _slotUnits.constData());
+    _uniforms->mapChanged();
 }
 
 }} // namespace Orvane::Zel

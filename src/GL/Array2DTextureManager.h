@@ -9,38 +9,35 @@
 
 namespace Orvane { namespace Zel {
 
-class BindlessFunctions;
+class SlotHandles;
+class SlotUniforms;
 
-/// The texture manager that packs all textures into a fixed number of 2D array
-/// textures, the slots: a shader needs one sampler a slot, however many textures
-/// the scene has.
+/// Packs all textures into a fixed number of 2D array textures, the slots, so that a shader needs one sampler for each slot,
+/// however many textures the scene has.
 ///
-/// bind(tokens) loads what is not loaded yet and places it: in a slot of its
-/// format, in an empty slot, scaled into a slot of a similar format, or in a slot
-/// that merging two others set free. bind(program) makes the storage, copies
-/// pending textures into their layers and hands slot map and slots to the program.
-/// The textures themselves stay alive as master copies.
+/// bind(tokens) loads textures and finds a place for each: in a slot of its format, in an empty slot, scaled in a slot of a
+/// similar format, or in a slot that becomes free when two others are merged. bind(program) makes the storage of slots,
+/// copies pending textures into their layers and sets the program's uniforms. The textures stay alive as master copies.
 ///
-/// A host makes this manager and installs it with setInstance().
+/// TextureManager::Instance() never makes this manager: a host constructs it and calls setInstance().
 ///
-/// Units:   sizes in texels; layers counted from 0. The last layer of a slot is
-///          never given out. The slot map as a texture holds GL_MAX_TEXTURE_SIZE / 2
-///          tokens, as uniforms 64. With BindModeSampler, bind(program) takes a
-///          texture unit for each slot and one more for the slot map; textures that
-///          are loaded or placed before unbind(program) need yet another.
-/// Context: construct and use with one and the same context current. bind(program)
-///          copies by glBlitFramebuffer(), which the scissor test clips; it leaves
-///          the host's draw framebuffer bound as GL_FRAMEBUFFER.
-/// Errors:  a texture without a place is told, gives the invalid texel and is
-///          tried again at its next bind; scaling a texture is told. Layers are
-///          drawn to: a format that GL cannot render to, a compressed one above
-///          all, is an error of GL. Compressed KTX images arrive uncompressed,
-///          unless their TextureFileInfo keeps the orientation.
+/// \snippet managers.cpp Array2DTextureManager
+///
+/// Units:   sizes in texels; slots and layers from 0. The last layer of a slot stays unused. The slot map has records for
+///          GL_MAX_TEXTURE_SIZE / 2 tokens as a texture and for 64 tokens as uniforms. With BindModeSampler, bind(program)
+///          binds a texture unit for each slot and one for the slot map; a texture that is loaded or placed before
+///          unbind(program) needs one more.
+/// Context: construct, use and destroy with the same context current. bind(program) copies by glBlitFramebuffer(), which the
+///          scissor test clips, and leaves the host's draw framebuffer bound as GL_FRAMEBUFFER.
+/// Errors:  a texture without a place logs a warning, is sampled as the invalid texel, and is tried again at its next bind.
+///          Scaling a texture logs a warning. Since layers are drawn to, a format that GL cannot render to, such as all
+///          compressed ones, is a GL error. Compressed KTX images arrive uncompressed unless their TextureFileInfo keeps the
+///          orientation.
 /// Source:  OpenGL 3.2 core; GL_ARB_bindless_texture for BindModeBindless.
 class ZELGL_EXPORT Array2DTextureManager : public TextureManager
 {
 public:
-    /// How the slots reach the shader.
+    /// How shaders access the slots: by samplers or by bindless handles.
     enum BindMode {
         BindModeSampler = 0,
         BindModeBindless = 1,
@@ -67,92 +64,69 @@ public:
     void dirty(Texture *texture) override;
     void setup(GLSLMacroProcessor *processor) override;
     QString getShaderFile() override;
-    /// Forgets all slots and placements, but keeps tokens and textures; bind(tokens)
-    /// reports a kept token above 0 as unknown until a higher one is issued. The slots
-    /// are not deleted: call deleteSlots() first, or their GL textures stay for good.
-    /// deleteSlots(), TextureManager::clear() and clear(), in this order, empty the
-    /// manager.
+    /// Forgets all slots and places, but keeps tokens and textures; bind(tokens) reports a kept token above 0 as unknown until
+    /// a higher one is issued. The slots are not deleted: without a call of deleteSlots() before this one, their GL textures
+    /// leak. To empty the manager, call deleteSlots(), TextureManager::clear() and clear(), in this order.
     void clear() override;
-    /// Before any token is bound.
+    /// Call it before any token is bound.
     void setMaxSlots(int count) override;
     void setSlotReallocationMethod(SlotReallocationMethod method) override;
     bool supportsUDIMs() const override;
     void textureTokenIssued(const TextureToken &token) override;
     void textureTokenRevoked(const TextureToken &token) override;
 
-    // Read by setup(): they take effect on shaders built after it.
+    // setup() reads these four: they affect the shaders that are built after it.
 
-    /// Before any token is bound.
+    /// Call it before any token is bound.
     void setBindMode(BindMode mode);
-    /// For drivers that index samplers by constants only, or by what is the same for
-    /// all fragments of a draw whose tokens differ. At most 32 slots.
+    /// For drivers that index samplers by constants only, or by values that are the same for all fragments, if the tokens of a
+    /// draw differ. Shaders with more than 32 slots do not compile.
     void setUseExplicitlyArrayAccessInGLSL(bool use);
     void setUseSlotMapUniforms(bool use);
     void setUseSlotMapTexture(bool use);
 
-    // Placement.
+    // Places of textures.
     void setupSlots();
     void deleteSlots();
     SlotFormat alignedSlotFormat(const SlotFormat &format) const;
-    /// A place for \a layerCount consecutive layers, or an invalid entry.
+    /// Returns a place of \a layerCount consecutive layers, or an invalid entry.
     SlotLayerData findSlotLayer(const SlotFormat &format, int layerCount);
     void determineSlotLayerDataForTexture(Texture *texture, TextureToken token, SlotLayerData &out);
-    /// Moves what stands in one slot to another; false, with part of it moved, when that is full.
+    /// Moves all textures of one slot to another. Returns false if the other is full before all are moved.
     bool moveSlotLayers(int from, int to);
     QVector<int> filterSlotsBySimilar(const SlotFormat &format, const QVector<int> &slotIndices) const;
     QVector<int> sortSlotsByLargest(const QVector<int> &slotIndices) const;
     bool searchForSimilarSlot(const SlotFormat &format, SlotData *&slot, int &index,
                               SlotData *excluded) const;
     bool seachForSlotWithLargestXY(SlotData *&slot, int &index) const;
-    /// Logs the slots at debug level.
+    /// Logs a debug message with a line for each slot.
     void dumpSlots() const;
 
-    /// Makes the storage that is lacking and copies pending textures into their layers.
+    /// Makes missing storage and copies pending textures into their layers.
     void updateSlots();
-    /// True when the token needs no further copy.
+    /// Returns false if the copy must be tried again.
     bool blitTokenToTextureSlot(const TextureToken &token);
 
 private:
-    struct BindlessHandleUVec2
-    {
-        unsigned int low = 0;
-        unsigned int high = 0;
-    };
-    struct UniformLocations
-    {
-        bool any() const { return mapSampler >= 0 || mapUniforms >= 0 || slotArray >= 0; }
+    template <typename Tokens> ZELGL_NO_EXPORT void bindTextureTokens(const Tokens &tokens);
+    ZELGL_NO_EXPORT void buildUDIMSet(const TextureToken &token);
 
-        int mapSampler;
-        int mapUniforms;
-        int slotArray; ///< samplers or handles, by the bind mode
-    };
+    ZELGL_NO_EXPORT bool hasEntry(const TextureToken &token) const;
+    ZELGL_NO_EXPORT SlotLayerData &entry(const TextureToken &token);
+    ZELGL_NO_EXPORT int layerCount(const TextureToken &token) const;
+    ZELGL_NO_EXPORT bool isPlacedIn(int tokenIndex, int slotIndex) const;
+    ZELGL_NO_EXPORT void growTables(quint64 size);
 
-    template <typename Tokens> void bindTextureTokens(const Tokens &tokens);
-    void buildUDIMSet(const TextureToken &token);
+    ZELGL_NO_EXPORT SlotLayerData placeIn(int index, int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeExactly(const SlotFormat &aligned, int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeInUnusedSlot(const SlotFormat &aligned, int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeScaled(const SlotFormat &format, const SlotFormat &aligned,
+                                              int layerCount);
+    ZELGL_NO_EXPORT SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
+    ZELGL_NO_EXPORT void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
 
-    bool hasEntry(const TextureToken &token) const;
-    SlotLayerData &entry(const TextureToken &token);
-    int layerCount(const TextureToken &token) const;
-    bool isPlacedIn(int tokenIndex, int slotIndex) const;
-    void growTables(quint64 size);
-
-    /// Null for an index that is none.
-    SlotData *slotAt(unsigned int index) const;
-    SlotLayerData placeIn(int index, int layerCount);
-    SlotLayerData placeExactly(const SlotFormat &aligned, int layerCount);
-    SlotLayerData placeInUnusedSlot(const SlotFormat &aligned, int layerCount);
-    SlotLayerData placeScaled(const SlotFormat &format, const SlotFormat &aligned, int layerCount);
-    SlotLayerData placeByMerging(const SlotFormat &aligned, int layerCount);
-    void reportResize(int fromWidth, int fromHeight, const SlotFormat &to) const;
-
-    void allocateSlot(int index);
-    void makeHandle(int index);
-    void dropHandle(SlotData &slot);
-
-    UniformLocations uniformLocations(const ShaderProgram *program) const;
-    void uploadSlotMap(const UniformLocations &locations);
-    void uploadHandles(int location);
-    void uploadSlots(int location);
+    ZELGL_NO_EXPORT void allocateSlot(int index);
+    ZELGL_NO_EXPORT void makeHandle(int index);
 
     int _minSlotWidth = 1;
     int _minSlotHeight = 1;
@@ -161,23 +135,16 @@ private:
     int _slotAlignX = 1;
     int _slotAlignY = 1;
     int _bindDepth = 0;
-    int _uniformsSize = 128; ///< ivec4 elements of the uniform slot map
-    bool _dirty = true;      ///< the slot map changed since its last upload
-    bool _useExplicitArrayAccess = false;
-    bool _useSlotMapUniforms = false;
-    bool _useSlotMapTexture = true;
     bool _anisotropySupported = false;
     float _maxAnisotropy = 1.0f;
     std::unique_ptr<TokenSet> _pendingTokens;            ///< their pixels are still to be copied
-    Texture *_slotMapTexture = nullptr;                  ///< left to the context at the end
     QVector<SlotLayerData> _textureTokenToSlotLayerData; ///< by token
     QVector<unsigned int> _textureTokenToLayerCount;     ///< by token
     QVector<SlotData *> _slots;                          ///< owned
-    QVector<int> _slotUnits;
     SlotReallocationMethod _slotReallocationMethod = SlotReallocationDownscale;
     BindMode _bindMode = BindModeSampler;
-    QVector<BindlessHandleUVec2> _slotHandles;
-    std::unique_ptr<BindlessFunctions> _bindless;
+    std::unique_ptr<SlotUniforms> _uniforms;
+    std::unique_ptr<SlotHandles> _handles;
     QHash<TextureToken, TextureToken>
         _udimPatchToToken; ///< slot token of a patch to the token of its texture
 };

@@ -11,12 +11,19 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
+/// The high word of slot tokens, which the GLSL file compares with.
 constexpr quint64 kSlotTokenMark = Q_UINT64_C(0xFFFFFFFF) << 32;
 
-/// The number that the counter handed out for a slot token.
+/// Returns the number that reserveToken() gave a slot token.
 unsigned int counterOf(const TextureToken &token)
 {
     return static_cast<unsigned int>(token.token);
+}
+
+void reportOverflow(int used, int available)
+{
+    ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!", used,
+                    available);
 }
 
 } // namespace
@@ -27,7 +34,7 @@ bool BindlessTextureManager::isSupported()
 }
 
 BindlessTextureManager::BindlessTextureManager()
-    : _slots(new SamplerSlots({GL_RGBA32UI, GL_RGBA_INTEGER, GL_UNSIGNED_INT}))
+    : _slots(new SamplerSlotMap<TokenInfo>({GL_RGBA32UI, GL_RGBA_INTEGER, GL_UNSIGNED_INT}, reportOverflow))
     , _bindless(new BindlessFunctions)
 {
     if (hasGLExtension("GL_ARB_bindless_texture")) {
@@ -49,6 +56,7 @@ bool BindlessTextureManager::isBindlessToken(const TextureToken &token) const
     return token.token < kSlotTokenMark;
 }
 
+// Without loading: each token of this manager has its texture from the start.
 Texture *BindlessTextureManager::textureForToken(const TextureToken &token)
 {
     return _tokenToTexture.value(token, nullptr);
@@ -70,8 +78,8 @@ TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
     if (known != _textureToToken.constEnd()) {
         return *known;
     }
-    const TextureToken token =
-        texture->isReadOnly() ? handleToken(texture) : TextureToken(reserveToken().token | kSlotTokenMark);
+    const TextureToken token = texture->isReadOnly() ? TextureToken(_bindless->handleOf(*texture))
+                                                     : TextureToken(reserveToken().token | kSlotTokenMark);
     recordTexture(token, texture);
     textureTokenIssued(token);
     return token;
@@ -79,16 +87,17 @@ TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
 
 TextureToken BindlessTextureManager::tokenForImage(const QString &path, const TextureFileInfo &info)
 {
-    const auto known = _pathToToken.constFind(path); // by the path as given
+    const auto known = _pathToToken.constFind(path); // required: by the path as given, not as resolved
     if (known != _pathToToken.constEnd()) {
         return *known;
     }
+    // Loaded at once, since the handle of the texture is the token.
     Texture *texture = LoadTextureFromFile(resolveTexturePath(path), info);
     if (texture == nullptr) {
         return tokenForColor(QColor(Qt::white));
     }
     texture->setReadOnly();
-    const TextureToken token = handleToken(texture);
+    const TextureToken token(_bindless->handleOf(*texture));
     _pathToToken.insert(path, token);
     _tokenToPath.insert(token, path);
     recordTexture(token, texture);
@@ -103,11 +112,11 @@ TextureToken BindlessTextureManager::tokenForColor(const QColor &color)
         return *known;
     }
     Texture *texture = MakeColorTexture(color);
-    if (texture == nullptr) { // unrecorded: the next request makes it
+    if (texture == nullptr) { // not recorded: the next request tries again
         return nullTextureToken;
     }
     texture->setReadOnly();
-    const TextureToken token = handleToken(texture);
+    const TextureToken token(_bindless->handleOf(*texture));
     _colorToToken.insert(color.rgba(), token);
     _tokenToColor.insert(token, color);
     recordTexture(token, texture);
@@ -120,9 +129,9 @@ void BindlessTextureManager::deleteTexture(const TextureToken &token)
     if (token == nullTextureToken) {
         return;
     }
-    const TextureToken dropped = token; // the caller's reference may point into the maps
+    const TextureToken dropped = token; // the caller's reference may be to an element of the maps
     dropTexture(dropped);
-    if (!isBindlessToken(dropped)) { // a handle was never counted
+    if (!isBindlessToken(dropped)) { // handles do not come from reserveToken()
         deleteToken(TextureToken(counterOf(dropped)));
     }
 }
@@ -140,10 +149,12 @@ void BindlessTextureManager::bind(const QList<TextureToken> &tokens)
         if (texture == nullptr) {
             continue;
         }
+        // A handle needs no slot. A slot token does, and the table must name it, since another slot may have been free.
         if (isBindlessToken(token)) {
             _bindless->makeResident(token.token);
         } else if (texture->bind()) {
-            setSlot(token, _slots->take(static_cast<int>(texture->unit())));
+            const int slot = _slots->acquire(static_cast<int>(texture->unit()));
+            _slots->setEntry(counterOf(token), TokenInfo(static_cast<unsigned int>(slot), 0));
         }
     }
 }
@@ -156,6 +167,7 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
             continue;
         }
         if (isBindlessToken(token)) {
+            // Residency has no count: the handle is not resident now, however often the token was bound.
             _bindless->makeNonResident(token.token);
         } else {
             _slots->release(static_cast<int>(texture->unit()));
@@ -166,16 +178,7 @@ void BindlessTextureManager::unbind(const QVector<TextureToken> &tokens)
 
 void BindlessTextureManager::bind(ShaderProgram *program)
 {
-    const int width = SamplerSlots::mapWidth(maxToken());
-    if (_tokenInfos.size() < width) {
-        _tokenInfos.resize(width); // a block of tokens is reserved without being issued
-    }
-    const int units = _slots->bindMap(program, _tokenInfos.constData(), width);
-    if (_slots->used() > _maxSlots) {
-        ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
-                        _slots->used(), _maxSlots);
-    }
-    _slots->uploadUnits(units, _maxSlots);
+    _slots->bind(program, maxToken(), _maxSlots);
 }
 
 void BindlessTextureManager::unbind(ShaderProgram *)
@@ -207,36 +210,16 @@ QString BindlessTextureManager::getShaderFile()
 
 void BindlessTextureManager::clear()
 {
-    _tokenInfos.clear();
     _slots->clear();
-    tokenForColor(QColor(Qt::white)); // gone again with the next line
+    tokenForColor(QColor(Qt::white)); // required, though the next line deletes it
     TextureManager::clear();
 }
 
 void BindlessTextureManager::textureTokenIssued(const TextureToken &token)
 {
-    if (isBindlessToken(token)) {
-        return;
-    }
-    _slots->discardMap();
-    _tokenInfos.resize(SamplerSlots::mapWidth(maxToken()));
-}
-
-TextureToken BindlessTextureManager::handleToken(Texture *texture) const
-{
-    return TextureToken(_bindless->handleOf(*texture));
-}
-
-void BindlessTextureManager::setSlot(const TextureToken &token, int slot)
-{
-    const unsigned int index = counterOf(token);
-    if (index >= static_cast<unsigned int>(_tokenInfos.size())) {
-        return;
-    }
-    const TokenInfo info(static_cast<unsigned int>(slot), 0);
-    if (_tokenInfos.at(static_cast<int>(index)) != info) {
-        _tokenInfos[static_cast<int>(index)] = info;
-        _slots->dirtyMap();
+    // A handle has no entry in the table.
+    if (!isBindlessToken(token)) {
+        _slots->resize(maxToken());
     }
 }
 

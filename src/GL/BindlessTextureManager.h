@@ -7,29 +7,28 @@
 namespace Orvane { namespace Zel {
 
 class BindlessFunctions;
-class SamplerSlots;
+template <typename Entry> class SamplerSlotMap;
 
 /// The texture manager for drivers with bindless textures.
 ///
-/// The token of a read-only texture is its 64-bit GL handle, so that the shader
-/// samples straight from the token. A texture that can still change has no handle;
-/// its token carries 0xFFFFFFFF in the high word and goes through a sampler slot.
-/// Images and colours are loaded at once, since the handle is the token.
+/// The token of a read-only texture is its 64-bit GL handle, so that shaders sample from the token itself. A texture that can
+/// still change has no handle: its token has 0xFFFFFFFF in the high word, and shaders find it in a table of sampler slots.
+/// tokenForImage() and tokenForColor() load at once, since the handle is the token.
 ///
-/// In GLSL, managedTextureOffset() moves the coordinate by texels of the base level,
-/// whichever level is sampled. The other managers have no such offsets: the function
-/// gives the invalid texel there.
+/// In GLSL, managedTextureOffset() moves the coordinate by texels of the base level, whichever level is sampled. It works with
+/// this manager only: with the others it returns the invalid texel.
 ///
-/// Units:   slots of writable textures, at most setMaxSlots() a draw.
-/// Context: as TextureManager; construct with GL_ARB_bindless_texture or
-///          GL_NV_bindless_texture there. Helper textures and the residency of
-///          handles are left to the context at the end.
-/// Errors:  more writable textures in use than slots are told.
+/// \snippet managers.cpp BindlessTextureManager
+///
+/// Units:   slots; the writable textures of a draw need at most setMaxSlots() of them.
+/// Context: as TextureManager; the context of construction must have GL_ARB_bindless_texture or GL_NV_bindless_texture. The
+///          manager leaves its helper textures and resident handles to the context at its end.
+/// Errors:  more writable textures in use than slots log a warning.
 /// Source:  GL_ARB_bindless_texture, GL_NV_bindless_texture.
 class ZELGL_EXPORT BindlessTextureManager : public TextureManager
 {
 public:
-    /// One entry of the slot map, a texel of four words.
+    /// An entry of the table of slots, in the shader a texel of four words.
     struct TokenInfo
     {
         TokenInfo() = default;
@@ -56,7 +55,7 @@ public:
     BindlessTextureManager();
     ~BindlessTextureManager() override;
 
-    /// True for a handle, false for a slot token and for the null token.
+    /// Returns true for a handle, false for a slot token and for the null token.
     bool isBindlessToken(const TextureToken &token) const;
 
     Texture *textureForToken(const TextureToken &token) override;
@@ -81,13 +80,9 @@ public:
     void textureTokenIssued(const TextureToken &token) override;
 
 private:
-    TextureToken handleToken(Texture *texture) const;
-    void setSlot(const TextureToken &token, int slot);
-
     bool _useARB = false;
     bool _useNV = false;
-    QVector<TokenInfo> _tokenInfos; ///< by the low word of a slot token
-    std::unique_ptr<SamplerSlots> _slots;
+    std::unique_ptr<SamplerSlotMap<TokenInfo>> _slots; ///< the entries are by the low word of a slot token
     std::unique_ptr<BindlessFunctions> _bindless;
 };
 

@@ -9,36 +9,36 @@
 
 namespace Orvane { namespace Zel {
 
+class HDRHeader;
 class Memory;
 
-/// Recognises Radiance pictures by "#?RADIANCE" in the first line.
+/// Recognises Radiance pictures, whose first line is "#?RADIANCE".
+///
+/// \snippet images.cpp HDRRecogniser
 class ZELGL_EXPORT HDRRecogniser : public TextureRecogniser
 {
 public:
     TextureLoader *recognise(Memory *memory, const QString &name) const override;
 };
 
-/// A Radiance picture, decoded into a texture of half floats: flat lines, and both
-/// forms of run-length coding.
+/// Decodes a Radiance picture into a texture of half floats. It reads flat scanlines and both forms of run-length coding.
 ///
-/// Units:   texel values as in the file: the exposure is read and not applied, and
-///          XYZ data stay XYZ. The first axis of the file is the height and the
-///          second the width, whatever their letters; the sign of the first alone
-///          decides about the order of rows. Values above 65504, the largest half
-///          float, become infinite.
+/// \snippet images.cpp HDRReader
+///
+/// Units:   texels have the values of the file: the exposure is parsed but not applied, and XYZ data stay XYZ. The first axis
+///          of the file is the height and the second the width, whatever their letters; only the sign of the first axis
+///          decides the order of rows. Values above 65504, the largest half float, become infinite.
 /// Context: load() needs a current one.
-/// Errors:  a line whose width field is wrong stays black, as do all lines after it,
-///          and each of them is reported. A file too short for these lines is
-///          reported once and fails, as do all data that end early. A run beyond
-///          the end of its line is reported and ends the process.
-/// Source:  Greg Ward, "Real Pixels", Graphics Gems II, 1991, and the file format
-///          of the Radiance Synthetic Imaging System.
+/// Errors:  a scanline with a wrong width field stays black, and so do all that follow; each of them logs a warning. A file
+///          that is too short for them logs one warning and fails. Data that end early fail. A run that goes beyond the end of
+///          its scanline logs a warning and aborts the process.
+/// Source:  Greg Ward, "Real Pixels", Graphics Gems II, 1991, and the file format of the Radiance Synthetic Imaging System.
 class ZELGL_EXPORT HDRReader : public TextureLoader2DHelper
 {
     Q_DISABLE_COPY(HDRReader)
 
 public:
-    /// Owns \a memory. \a name is for messages.
+    /// Takes ownership of \a memory. Messages contain \a name.
     HDRReader(Memory *memory, const QString &name);
     ~HDRReader() override;
 
@@ -49,40 +49,11 @@ public:
     Texture *load(const TextureFileInfo &info) override;
 
 private:
-    struct Decoded;
-
-    enum PixelFormat { eUnknown, eRgbe, eXyze };
-
-    struct Axis
-    {
-        char sign;
-        char letter;
-        quint32 size;
-    };
-
-    bool parse();
-    bool parseHeaderLines();
-    bool parseFormat();
-    bool parseExposure();
-    bool parseResolution();
-    bool skipLine();
-    bool startsWith(const char *text) const;
-
-    bool fitsTexture() const;
-    Decoded decode() const;
-    [[noreturn]] void endProcess(unsigned int runStart, unsigned int runEnd) const;
-    Texture *upload(const float *rows) const;
-
     std::unique_ptr<Memory> _memory;
     QString _name;
     bool _valid = false;
-    const unsigned char *_cursor =
-        nullptr; ///< in the view of the whole file: parsing, then the first scanline
-    const unsigned char *_end = nullptr;
-    PixelFormat _pixelFormat = eUnknown;
-    float _exposure = 1.0f;
-    Axis _first = {'-', 'Y', 0};
-    Axis _second = {'+', 'X', 0};
+    std::unique_ptr<HDRHeader> _header;
+    const unsigned char *_end = nullptr; ///< of the view of the whole file
 };
 
 }} // namespace Orvane::Zel

@@ -3,12 +3,23 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "private/Hints.h"
 #include "private/SamplerSlots.h"
 
 namespace Orvane { namespace Zel {
 
+namespace {
+
+void reportOverflow(int used, int available)
+{
+    ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!", used,
+                    available);
+}
+
+} // namespace
+
 SamplerTextureManager::SamplerTextureManager()
-    : _slots(new SamplerSlots({GL_R32I, GL_RED_INTEGER, GL_INT}))
+    : _slots(new SamplerSlotMap<int>({GL_R32I, GL_RED_INTEGER, GL_INT}, reportOverflow))
 {
     TextureManager::tokenForColor(QColor(Qt::white));
 }
@@ -22,7 +33,8 @@ void SamplerTextureManager::bind(const QList<TextureToken> &tokens)
     }
 }
 
-Q_NEVER_INLINE void SamplerTextureManager::bindAll(const QList<TextureToken> &tokens)
+// The gain is measured together with the one of bindAsList() in TextureManager.cpp.
+ZELGL_COLD_PATH void SamplerTextureManager::bindAll(const QList<TextureToken> &tokens)
 {
     const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
     for (const TextureToken &token : copy) {
@@ -30,14 +42,11 @@ Q_NEVER_INLINE void SamplerTextureManager::bindAll(const QList<TextureToken> &to
         if (texture == nullptr || !texture->bind()) {
             continue;
         }
-        const int slot = _slots->take(static_cast<int>(texture->unit()));
-        // Two tokens where white replaces an image that cannot be read.
+        const int slot = _slots->acquire(static_cast<int>(texture->unit()));
+        // The second differs from the first if white replaces an image that cannot be read; see
+        // TextureManagerPicturesTest.WhatCannotBeLoadedIsWhite.
         for (const TextureToken &shown : {textureTokenMap().value(texture), token}) {
-            if (shown.token < static_cast<quint64>(_tokenToSlot.size())
-                && _tokenToSlot.at(static_cast<int>(shown.token)) != slot) {
-                _tokenToSlot[static_cast<int>(shown.token)] = slot;
-                _slots->dirtyMap();
-            }
+            _slots->setEntry(shown.token, slot);
         }
     }
 }
@@ -49,7 +58,7 @@ void SamplerTextureManager::unbind(const QVector<TextureToken> &tokens)
     }
 }
 
-Q_NEVER_INLINE void SamplerTextureManager::unbindAll(const QVector<TextureToken> &tokens)
+ZELGL_COLD_PATH void SamplerTextureManager::unbindAll(const QVector<TextureToken> &tokens)
 {
     for (const TextureToken &token : tokens) {
         Texture *texture = textureForToken(token);
@@ -62,16 +71,7 @@ Q_NEVER_INLINE void SamplerTextureManager::unbindAll(const QVector<TextureToken>
 
 void SamplerTextureManager::bind(ShaderProgram *program)
 {
-    const int width = SamplerSlots::mapWidth(maxToken());
-    if (_tokenToSlot.size() < width) {
-        _tokenToSlot.resize(width); // a block of tokens is reserved without being issued
-    }
-    const int units = _slots->bindMap(program, _tokenToSlot.constData(), width);
-    if (_slots->used() > _maxSlots) {
-        ZEL_LOG_WARNING("Requesting %d texture slots but only %d available. Rendering will be incorrect!",
-                        _slots->used(), _maxSlots);
-    }
-    _slots->uploadUnits(units, _maxSlots);
+    _slots->bind(program, maxToken(), _maxSlots);
 }
 
 void SamplerTextureManager::unbind(ShaderProgram *)
@@ -96,16 +96,14 @@ QString SamplerTextureManager::getShaderFile()
 void SamplerTextureManager::clear()
 {
     _slots->clear();
-    _tokenToSlot.clear();
-    tokenForColor(QColor(Qt::white)); // gone again with the next line
+    tokenForColor(QColor(Qt::white)); // required, though the next line deletes it
     TextureManager::clear();
     _slots->dirtyMap();
 }
 
 void SamplerTextureManager::textureTokenIssued(const TextureToken &)
 {
-    _slots->discardMap();
-    _tokenToSlot.resize(SamplerSlots::mapWidth(maxToken()));
+    _slots->resize(maxToken());
 }
 
 }} // namespace Orvane::Zel

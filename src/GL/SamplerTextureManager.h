@@ -6,17 +6,17 @@
 
 namespace Orvane { namespace Zel {
 
-class SamplerSlots;
+template <typename Entry> class SamplerSlotMap;
 
-/// The texture manager for drivers without bindless textures: every texture in
-/// use is bound on a unit of its own, and a token reaches its sampler through a
-/// table from token to slot.
+/// The texture manager for drivers without bindless textures: each texture in use is bound to a texture unit of its own, and
+/// shaders find the sampler of a token in a table.
 ///
-/// Units:   slots, at most setMaxSlots() a draw; set them before setup().
-/// Context: as TextureManager. The helper textures are left to the context at
-///          the end.
-/// Errors:  more textures in use than slots are told; their tokens give the
-///          invalid texel. Cube maps and UDIM sets are not supported.
+/// \snippet managers.cpp SamplerTextureManager
+///
+/// Units:   slots, at most setMaxSlots() in a draw; set their number before setup().
+/// Context: as TextureManager. The manager leaves its helper textures to the context at its end.
+/// Errors:  more textures in use than slots log a warning; shaders get the invalid texel for those without a slot. Cube maps
+///          and UDIM sets are not supported.
 class ZELGL_EXPORT SamplerTextureManager : public TextureManager
 {
 public:
@@ -36,12 +36,11 @@ public:
     void textureTokenIssued(const TextureToken &token) override;
 
 private:
-    // Apart, since most draws have no tokens.
-    void bindAll(const QList<TextureToken> &tokens);
-    void unbindAll(const QVector<TextureToken> &tokens);
+    // The parts of bind(tokens) and unbind(tokens) that most draws skip, since they have no tokens.
+    ZELGL_NO_EXPORT void bindAll(const QList<TextureToken> &tokens);
+    ZELGL_NO_EXPORT void unbindAll(const QVector<TextureToken> &tokens);
 
-    QVector<int> _tokenToSlot; ///< by token
-    std::unique_ptr<SamplerSlots> _slots;
+    std::unique_ptr<SamplerSlotMap<int>> _slots; ///< the entries are slots
 };
 
 }} // namespace Orvane::Zel

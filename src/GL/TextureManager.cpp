@@ -7,6 +7,7 @@
 #include "Texture.h"
 #include "TextureIO.h"
 #include "TexturePool.h"
+#include "private/Hints.h"
 #include "private/SharedTexturePool.h"
 #include "private/TokenSet.h"
 
@@ -21,8 +22,10 @@ namespace {
 
 const QList<TextureToken> kNoTokens;
 
-TextureManager *instance = nullptr; ///< never deleted here
+TextureManager *instance = nullptr; ///< the host's, or one that stays to the end of the process
 
+/// Scene files from other systems may separate their paths by backslashes; see
+/// TextureManagerTest.PathsAreFoundAsGivenUnderTheRootAndByTheirLastComponent.
 QString lastComponent(const QString &path)
 {
     int separator = path.lastIndexOf(QLatin1Char('/'));
@@ -32,7 +35,9 @@ QString lastComponent(const QString &path)
     return path.mid(separator + 1);
 }
 
-Q_NEVER_INLINE void bindAsList(TextureManager &manager, const QVector<TextureToken> &tokens)
+// Most draws have no tokens. If this function, SamplerTextureManager::bindAll() and unbindAll() were inlined, each draw would
+// take 57 instructions more (draw_zel, variant sceneowntokens).
+ZELGL_COLD_PATH void bindAsList(TextureManager &manager, const QVector<TextureToken> &tokens)
 {
     manager.bind(tokens.toList());
 }
@@ -64,11 +69,13 @@ TextureManager::TextureManager()
     : _freeTokens(new TokenSet)
     , _texturePool(new TexturePool)
 {
+    // So the look-ups of the null token and of a null texture need no special case.
     recordTexture(nullTextureToken, nullptr);
 }
 
 TextureManager::~TextureManager()
 {
+    // The pool goes last, since clear() deletes unused textures of it.
     TextureManager::clear();
     delete _texturePool;
 }
@@ -83,12 +90,13 @@ Texture *TextureManager::textureForToken(const TextureToken &token)
     if (_tokenToPath.contains(token)) {
         texture = LoadTextureFromFile(_tokenToPath.value(token), _tokenToFileInfo.value(token));
         if (texture == nullptr) {
-            return textureForColor(QColor(Qt::white)); // unrecorded: the next request tries the file again
+            return textureForColor(QColor(Qt::white)); // not recorded: the next request tries the file again
         }
     } else if (_tokenToColor.contains(token)) {
         texture = MakeColorTexture(_tokenToColor.value(token));
     }
     if (texture != nullptr) {
+        // Clients share the textures of files and colours, so that no client may change them.
         texture->setReadOnly();
         recordTexture(token, texture);
     }
@@ -121,10 +129,12 @@ TextureToken TextureManager::tokenForTexture(Texture *texture)
 TextureToken TextureManager::tokenForImage(const QString &path, const TextureFileInfo &info)
 {
     const QString resolved = resolveTexturePath(path);
+    // A missing image has no token of its own; see TextureManagerTest.WhatIsMissingIsWhiteAndWhatDoesNotLoadIsTriedAgain.
     if (path.isEmpty() || !QFileInfo(resolved).isFile()) {
         ZEL_LOG_WARNING("Cannot load %s", path.toLocal8Bit().constData());
         return tokenForColor(QColor(Qt::white));
     }
+    // By the resolved path; see TextureManagerTest.AnImageHasOneTokenWhicheverWayItIsNamed.
     const auto known = _pathToToken.constFind(resolved);
     if (known != _pathToToken.constEnd()) {
         return *known;
@@ -159,7 +169,7 @@ void TextureManager::deleteTexture(const TextureToken &token)
     if (token == nullTextureToken) {
         return;
     }
-    const TextureToken dropped = token; // the caller's reference may point into the maps
+    const TextureToken dropped = token; // the caller's reference may be to an element of the maps
     dropTexture(dropped);
     deleteToken(dropped);
 }
@@ -210,6 +220,9 @@ void TextureManager::setup(GLSLMacroProcessor *processor)
 
 void TextureManager::clear()
 {
+    // UDIM sets and the options of files stay; a set's token is then a number that another texture may get.
+    // Required: wrappers of foreign GL names are deleted too; see
+    // TextureManagerTest.ATextureGoesWithItsTokenUnlessItsNameIsForeign.
     for (Texture *texture : qAsConst(_tokenToTexture)) {
         delete texture;
     }
@@ -258,6 +271,7 @@ const QHash<Texture *, TextureToken> &TextureManager::textureTokenMap() const
 
 TextureToken TextureManager::reserveToken()
 {
+    // The token that was freed first; see TextureManagerTest.TokensCountUpAndHolesAreFilledInTheOrderOfTheirMaking.
     if (!_freeTokens->isEmpty()) {
         return _freeTokens->takeFirst();
     }
@@ -268,6 +282,7 @@ TextureToken TextureManager::reserveToken()
 
 TextureToken TextureManager::reserveTokenBlock(int count)
 {
+    // Not from the freed tokens, since a block is consecutive. The caller issues the tokens.
     const TextureToken first = _maxToken;
     _maxToken.token += static_cast<quint64>(count);
     return first;
@@ -280,9 +295,11 @@ void TextureManager::deleteToken(const TextureToken &token)
     ZEL_ASSERT(token.token < this->_maxToken.token, "Delete token %llu but only %llu reserved!", token.token,
                _maxToken.token);
     if (token == nullTextureToken) {
-        return; // never to be handed out
+        return; // reserveToken() must never return it
     }
-    _freeTokens->insert(token); // in either case
+    // Required, after a failed assertion too: see TextureManagerTest.DeletingWhatWasNotReservedIsToldAndFiled.
+    _freeTokens->insert(token);
+    // Tables by token stay short, since freed tokens at the end lower the maximum.
     while (0 < _maxToken.token) {
         const TextureToken *itFind = _freeTokens->find(TextureToken(_maxToken.token - 1));
         if (itFind == nullptr) {
@@ -308,6 +325,7 @@ QString TextureManager::getTextureRoot() const
 
 QString TextureManager::resolveTexturePath(QString path) const
 {
+    // The order is required: a file at the path as given hides one of the same name under the root.
     const QDir root(_textureRoot);
     for (const QString &candidate :
          {path, root.absoluteFilePath(path), root.absoluteFilePath(lastComponent(path))}) {
@@ -331,6 +349,7 @@ TextureToken TextureManager::createUDIMToken()
     if (!supportsUDIMs()) {
         return nullTextureToken;
     }
+    // The set has a token but no texture; managers look for its patches when they bind it.
     const TextureToken token = reserveToken();
     textureTokenIssued(token);
     _udimPatches.insert(token, {});
@@ -406,7 +425,7 @@ void TextureManager::dropTexture(const TextureToken &token)
     textureTokenRevoked(token);
     const auto loaded = _tokenToTexture.find(token);
     if (loaded == _tokenToTexture.end()) {
-        return; // never loaded: path and colour entries stay
+        return; // required: a token that was never loaded keeps its path and its colour
     }
     Texture *texture = *loaded;
     _tokenToTexture.erase(loaded);
@@ -415,7 +434,8 @@ void TextureManager::dropTexture(const TextureToken &token)
         _pathToToken.remove(_tokenToPath.take(token));
     }
     if (_tokenToColor.contains(token)) {
-        // Removes by rgb(), not by the rgba() of the insertion: a translucent colour keeps its entry and its number.
+        // Required: the key is rgb(), not the rgba() of the insertion, so that a translucent colour keeps its entry and its
+        // number; see TextureManagerTest.ADeletedColourIsForgottenUnlessItIsTranslucent.
         _colorToToken.remove(_tokenToColor.take(token).rgb());
     }
     if (texture != nullptr && texture->isManaged()) {

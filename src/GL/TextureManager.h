@@ -23,69 +23,63 @@ class Texture;
 class TexturePool;
 class TokenSet;
 
-/// The front of all textures that shaders sample by token.
+/// Gives textures tokens, by which shaders sample them.
 ///
-/// A client asks for a token for an image path, a colour or a texture, stores it
-/// as plain data, and writes its shaders against `managedTexture(token, uv)` of
-/// TextureManager.glslh. Which GL mechanism carries the token to a sampler is the
-/// affair of the concrete manager. The shader learns it from the defines that
-/// setup() adds and from the file named by getShaderFile(), which the host links
-/// into its programs.
+/// A client requests the token of an image file, a colour or a texture, stores it as plain data, and samples with
+/// managedTexture(token, uv), which TextureManager.glslh declares. Each concrete manager uses another mechanism of GL to find
+/// the sampler of a token. A host makes its shaders fit in two steps: setup() adds the manager's defines, and each program
+/// links the file that getShaderFile() names.
 ///
-/// Calls of a draw go in the order bind(tokens), bind(program), draw,
-/// unbind(program), unbind(tokens).
+/// A draw calls bind(tokens), bind(program), the draw itself, unbind(program), unbind(tokens), in this order.
 ///
-/// Units:   paths as QFileInfo takes them, but of the files in Qt's resources only
-///          images that QImage reads; UDIM patches by tile index.
-/// Context: everything but the token look-ups needs the one context of the
-///          manager's textures current.
-/// Errors:  a missing image is told and shown as white; an unknown token has no
-///          texture.
-/// Ownership: textures made here belong to the manager, and so do those given to
-///          tokenForTexture() once clear() is called. Patches of a UDIM set are the
-///          caller's until the first bind of the set, which calls tokenForTexture()
+/// \snippet managers.cpp TextureManager
+///
+/// Units:   paths as in QFileInfo; of the files in Qt's resources, only images that QImage reads are supported. UDIM patches
+///          by tile index.
+/// Context: all functions but the token look-ups need the context of the manager's textures current.
+/// Errors:  a missing image logs a warning and is shown as white. An unknown token has no texture.
+/// Ownership: the manager owns the textures that it makes. clear() also deletes the textures that were passed to
+///          tokenForTexture(). The caller owns the patches of a UDIM set until its first bind, which calls tokenForTexture()
 ///          for each of them.
 class ZELGL_EXPORT TextureManager
 {
     Q_DISABLE_COPY(TextureManager)
 
 public:
-    /// What an array slot does with textures that do not fit its size.
+    /// Which way the array manager scales textures of similar formats when it has no slot left for their own.
     enum SlotReallocationMethod {
         SlotReallocationDownscale = 0,
         SlotReallocationUpscale = 1,
     };
 
-    /// The process-wide manager. Where none was installed, the first call makes a
-    /// BindlessTextureManager if the driver has bindless textures, otherwise a
-    /// SamplerTextureManager with eight slots.
+    /// Returns the process-wide manager. If setInstance() was not called, the first call makes a BindlessTextureManager if
+    /// the driver has bindless textures, otherwise a SamplerTextureManager with eight slots.
     static TextureManager *Instance();
-    /// Installs a manager; always true. The previous one is not deleted.
+    /// Installs a manager, without deleting the previous one. Returns true.
     static bool setInstance(TextureManager *manager);
 
     TextureManager();
     virtual ~TextureManager();
 
-    /// The token's texture, loaded at the first request; null for an unknown
-    /// token and for a UDIM set, white for an image that cannot be loaded.
+    /// Returns the texture of a token, which the first call loads. Returns null for an unknown token and for a UDIM set, and
+    /// the white texture for an image that cannot be loaded.
     virtual Texture *textureForToken(const TextureToken &token);
     virtual Texture *textureForImage(const QString &path, const TextureFileInfo &info);
     virtual Texture *textureForColor(const QColor &color);
 
     virtual TextureToken tokenForTexture(Texture *texture);
-    /// Records path and options; one file has one token and the options of the
-    /// first request. A missing file gives the token of white.
+    /// Records path and options without loading. A file has one token, and keeps the options of the first call. Returns the
+    /// token of white for a missing file.
     virtual TextureToken tokenForImage(const QString &path, const TextureFileInfo &info);
     virtual TextureToken tokenForColor(const QColor &color);
 
-    /// Gives the token back and deletes its texture, unless that wraps a foreign name.
-    /// Call textureForToken() first: a token that was never loaded keeps its path or
-    /// colour, so that the next request for it returns the freed number, which may by
-    /// then belong to something else.
+    /// Frees the token and deletes its texture, unless that wraps a foreign GL name. Call textureForToken() first: a token
+    /// that was never loaded keeps its path or colour, so that the next request for it returns the freed number, which may
+    /// belong to another texture by then.
     virtual void deleteTexture(const TextureToken &token);
     virtual void deleteTexture(Texture *texture);
 
-    /// Tells the tokens that the next draws may touch.
+    /// Prepares the textures of the tokens that the next draws may sample.
     virtual void bind(const QVector<TextureToken> &tokens);
     virtual void bind(const QSet<TextureToken> &tokens);
     virtual void bind(const QList<TextureToken> &tokens) = 0;
@@ -93,55 +87,54 @@ public:
 
     virtual void bind();
     virtual void unbind();
-    /// Hands the state to a program's uniforms; null means the current GL program.
+    /// Sets the manager's uniforms in a program or, for null, in the current GL program.
     virtual void bind(ShaderProgram *program) = 0;
     virtual void unbind(ShaderProgram *program) = 0;
 
-    /// The pixels of a texture have changed.
+    /// Call it after the pixels, the size or the format of a texture change.
     virtual void dirty(Texture *texture);
-    /// Adds the manager's defines.
+    /// Adds the manager's defines to the shaders that \a processor reads.
     virtual void setup(GLSLMacroProcessor *processor);
     /// The GLSL file that implements TextureManager.glslh for this manager.
     virtual QString getShaderFile() = 0;
-    /// Deletes all textures with a token, managed or not, and numbers from 0 again.
+    /// Deletes all textures with a token, managed or not. The next token is 0.
     virtual void clear();
 
     virtual void setMaxSlots(int count);
     virtual void setSlotReallocationMethod(SlotReallocationMethod method);
     virtual bool supportsUDIMs() const;
 
-    // Hooks of a concrete manager.
+    // Called by the base class, for concrete managers to override.
     virtual void textureTokenIssued(const TextureToken &token);
     virtual void textureTokenRevoked(const TextureToken &token);
 
     int getMaxSlots() const;
 
-    /// One past the highest token handed out.
+    /// Returns the highest token in use plus one.
     TextureToken maxToken() const;
     const QHash<Texture *, TextureToken> &textureTokenMap() const;
 
     TextureToken reserveToken();
-    /// The first of \a count consecutive tokens.
+    /// Returns the first of \a count consecutive tokens.
     TextureToken reserveTokenBlock(int count);
     void deleteToken(const TextureToken &token);
 
     void setTextureRoot(const QString &root);
     QString getTextureRoot() const;
-    /// The first existing file of: the path, the path under the root, its last
-    /// component under the root; otherwise the path unchanged, which is told.
+    /// Returns the first file that exists among the path, the path under the root, and its last component under the root.
+    /// If there is none, logs a debug message and returns the path unchanged.
     QString resolveTexturePath(QString path) const;
-    /// The resolved paths of all image tokens, sorted.
+    /// Returns the resolved paths of all image tokens, sorted.
     QStringList textureFiles() const;
 
-    /// A token for a set of UDIM patches; null where the manager has no support.
+    /// Returns the token of a new set of UDIM patches, or the null token if the manager does not support them.
     TextureToken createUDIMToken();
-    /// \a token must come from createUDIMToken(). The first bind of a set fixes its
-    /// patches: adding and removing change nothing that is drawn afterwards, and
-    /// dirty() has no effect on them. To draw others, remove all, delete the set and
+    /// \a token must come from createUDIMToken(). The first bind of a set fixes its patches: later additions and removals do
+    /// not change what is drawn, and dirty() has no effect on a patch. To draw other patches, remove all, delete the set and
     /// create a new one.
     void addUDIMPatch(TextureToken token, const QPoint &patch, Texture *texture);
     void removeUDIMPatch(TextureToken token, Texture *texture);
-    /// False, and nothing changes, while the set has patches.
+    /// Returns false, and changes nothing, if the set has patches.
     bool deleteUDIM(TextureToken token);
 
     // Scratch textures, see TexturePool.
@@ -154,13 +147,13 @@ public:
 
 protected:
     void recordTexture(const TextureToken &token, Texture *texture);
-    /// Revokes a token, takes it out of all maps and deletes its texture, unless that wraps a foreign name.
+    /// Revokes a token, removes it from all maps and deletes its texture, unless that wraps a foreign GL name.
     void dropTexture(const TextureToken &token);
 
     int _maxSlots = 8;
     TextureToken _maxToken = 0;
     std::unique_ptr<TokenSet> _freeTokens; ///< holes below _maxToken
-    // Mirrors of each other; both always hold the pair of the null token and the null pointer.
+    // Each is the inverse of the other, and both always have the pair of the null token and the null pointer.
     QHash<TextureToken, Texture *> _tokenToTexture;
     QHash<Texture *, TextureToken> _textureToToken;
     QHash<QString, TextureToken> _pathToToken; ///< by resolved path

@@ -10,8 +10,8 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-constexpr quint64 kMaxSlotBytes = 0x80000000u; ///< of level 0
-constexpr int kUnknownTexelBytes = 16;         ///< for formats without a byte size
+constexpr quint64 kMaxSlotBytes = 0x80000000u; ///< for all layers of level 0
+constexpr int kUnknownTexelBytes = 16; ///< for formats without a byte size: more than any of them needs
 
 } // namespace
 
@@ -39,8 +39,9 @@ void SlotData::createTexture()
     texture->setTarget(GL_TEXTURE_2D_ARRAY);
     const AutoBinder binder(texture);
     if (!texture->isBound()) {
-        return; // no unit was free, which the texture has told
+        return; // no texture unit was free, which the texture has logged
     }
+    // Shaders may have a sampler for each slot, also for unused ones; see TextureSlotTest.ASlotStartsAsOneDefinedTexel.
     glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA, 1, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
     glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
@@ -57,7 +58,7 @@ bool SlotData::setupFormat(const SlotFormat &wanted)
 {
     allocatedLayers = 0;
     slotGeneration = 1;
-    usedLayers = 0;
+    usedLayers = 0; // required: freeLayers stays as it is
     format = wanted;
 
     GLint layerLimit = 0;
@@ -101,7 +102,8 @@ unsigned int SlotData::getFormatDeltaScore(const SlotFormat &other,
     if (!fitting) {
         return kNoFit;
     }
-    // Negative when scaling down, and then compared as unsigned: a difference of exactly -1 reads as no fit.
+    // Required: the sum is negative when scaling down and is compared as unsigned, so that a difference of exactly -1 means no
+    // fit; see TextureSlotTest.ADifferenceOfMinusOneReadsAsNoFit.
     return static_cast<unsigned int>((format.width - other.width) + (format.height - other.height));
 }
 
@@ -110,6 +112,7 @@ unsigned int SlotData::getFreeLayer(int count)
     if (count < 1) {
         return kNoLayer;
     }
+    // 1. The first run of free layers that is long enough.
     int runLength = 0;
     for (int i = 0; i < freeLayers.size(); ++i) {
         const bool continues = runLength > 0 && freeLayers.at(i) == freeLayers.at(i - 1) + 1;
@@ -121,7 +124,9 @@ unsigned int SlotData::getFreeLayer(int count)
             return static_cast<unsigned int>(start);
         }
     }
-    if (count >= maxLayers - usedLayers) { // the last layer is never given out
+    // 2. New layers at the end. Required: the last layer of a slot stays unused; see
+    //    TexturePlacementTest.RandomPlacementsFollowTheModelStepByStep.
+    if (count >= maxLayers - usedLayers) {
         return kNoLayer;
     }
     const int start = usedLayers;
@@ -131,6 +136,7 @@ unsigned int SlotData::getFreeLayer(int count)
 
 void SlotData::freeLayer(int first, int count)
 {
+    // Free layers at the end lower usedLayers at once, so that storage is not made for them.
     for (int layer = first; layer < first + count; ++layer) {
         freeLayers.insert(std::upper_bound(freeLayers.begin(), freeLayers.end(), layer), layer);
     }

@@ -10,15 +10,18 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// What all layers of a texture slot have in common.
+/// The properties that all layers of a texture slot share.
 ///
-/// Units: texels of the base level; GL enums as GL reports them.
+/// \snippet managers.cpp SlotFormat
+///
+/// Units:   texels of the base level; enumerants as GL reports them.
+/// Context: none.
 struct ZELGL_EXPORT SlotFormat
 {
     bool operator==(const SlotFormat &other) const;
-    /// False for a slot that was never set up.
+    /// Returns false before the first call of SlotData::setupFormat().
     bool isUsed() const { return internalFormat != 0; }
-    /// Of the base level, in 32 bits.
+    /// Returns the texels of the base level, modulo 2^32.
     int area() const { return static_cast<int>(static_cast<quint32>(width) * static_cast<quint32>(height)); }
 
     int width = 0;
@@ -32,10 +35,13 @@ struct ZELGL_EXPORT SlotFormat
     float lodBias = 0.0f;
 };
 
-/// A slot of Array2DTextureManager: one 2D array texture, whose layers are handed
-/// out singly or in runs.
+/// A slot of Array2DTextureManager: one 2D array texture, of which textures get one or more consecutive layers.
 ///
-/// Context: construct, setupFormat() and destroy with the manager's context current.
+/// \snippet managers.cpp SlotData
+///
+/// Units:   layers from 0. The last layer of a slot stays unused.
+/// Context: construct, set up and destroy with the manager's context current.
+/// Errors:  if no texture unit is free, the texture reports it and has no storage.
 struct ZELGL_EXPORT SlotData
 {
     static constexpr unsigned int kNoLayer = ~0u;
@@ -46,18 +52,18 @@ struct ZELGL_EXPORT SlotData
     SlotData(const SlotData &) = delete;
     SlotData &operator=(const SlotData &) = delete;
 
-    /// A new GL name with one defined texel, in place of the old one.
+    /// Replaces the texture by a new one of one texel.
     void createTexture();
-    /// Takes a format; storage is made by the next update. Always true.
+    /// Sets the format. The next update of the manager makes the storage. Returns true.
     bool setupFormat(const SlotFormat &wanted);
     bool isCompatible(const SlotFormat &other) const;
-    /// Equal but for the size, with an internal format of the same transfer format.
+    /// Compares all but the size; internal formats need the same transfer format only.
     bool isSimilar(const SlotFormat &other) const;
-    /// How well a texture of this size fits, the smallest unsigned value best; kNoFit where it does not.
+    /// Returns how well a texture of the size of \a other fits: the smallest value is the best, kNoFit means not at all.
     unsigned int getFormatDeltaScore(const SlotFormat &other,
                                      TextureManager::SlotReallocationMethod method) const;
 
-    /// The first of \a count consecutive layers, or kNoLayer.
+    /// Returns the first of \a count consecutive layers, or kNoLayer.
     unsigned int getFreeLayer(int count);
     void freeLayer(int first, int count);
 
@@ -68,12 +74,16 @@ struct ZELGL_EXPORT SlotData
     unsigned int residentCount = 0;
     SlotFormat format;
     int maxLayers = 0;
-    int usedLayers = 0;    ///< high-water mark
-    QList<int> freeLayers; ///< holes below it, ascending
+    int usedLayers = 0;    ///< no higher layer is in use
+    QList<int> freeLayers; ///< unused layers below usedLayers, ascending
 };
 
-/// Where a token's texture stands; in memory this is the record that shaders read,
-/// two ivec4.
+/// The slot and the layers of a token's texture. Shaders read it as two ivec4 in the order of the fields.
+///
+/// \snippet managers.cpp SlotLayerData
+///
+/// Units:   slots and layers from 0; all bits of the slot mean that the texture has no place.
+/// Context: none.
 struct ZELGL_EXPORT SlotLayerData
 {
     SlotLayerData() = default;
@@ -82,12 +92,12 @@ struct ZELGL_EXPORT SlotLayerData
     void clear();
     bool isValid() const;
     void setBindlessTextureHandle(unsigned long handle);
-    /// Makes an invalid entry that of a UDIM set, whose patches have consecutive tokens.
+    /// Turns an invalid entry into the one of a UDIM set, whose patches have consecutive tokens. Does not change a valid one.
     void configureUDIMSet(TextureToken first, int width, int maxPatch);
     bool isUDIMSet() const;
     int getNumUDIMPatches() const;
 
-    unsigned int slot = ~0u; ///< of a UDIM set: the first patch token
+    unsigned int slot = ~0u; ///< for a UDIM set, the token of the first patch
     unsigned int layer = 0;
     unsigned int bindlessHandleLow = 0;
     unsigned int bindlessHandleHigh = 0;

@@ -8,12 +8,14 @@
 
 namespace Orvane { namespace Zel {
 
-/// The name under which shaders sample a texture: plain data that is stored
-/// among an item's bytes. What the number means is the texture manager's affair.
+/// Identifies a texture in shaders. It is plain data, which hosts store in the instance data of their drawables; its value has
+/// a meaning for the texture manager only.
 ///
-/// In GLSL a token is a uvec2, `ZelTextureToken`, x being the low word.
+/// GLSL has it as ZelTextureToken, a uvec2 whose x is the low word.
 ///
-/// Units:   default constructed it is the null token, all bits set; 0 is valid.
+/// \snippet managers.cpp TextureToken
+///
+/// Units:   a default-constructed token is the null token, which has all bits set; 0 is a valid token.
 /// Context: none.
 struct ZELGL_EXPORT TextureToken
 {
@@ -26,19 +28,19 @@ struct ZELGL_EXPORT TextureToken
     bool operator==(const TextureToken &other) const { return token == other.token; }
     bool operator!=(const TextureToken &other) const { return token != other.token; }
 
-    // A vector of tokens as an unordered set.
+    // These three use a vector of tokens as an unordered set.
 
-    /// The first equal element, or the end.
+    /// Returns the first equal element, or the end.
     static QVector<TextureToken>::iterator find(QVector<TextureToken> &vector, const TextureToken &wanted);
-    /// Appends the token if it is absent; its position in either case.
+    /// Appends the token if it is absent. Returns its position.
     static QVector<TextureToken>::iterator insert(QVector<TextureToken> &vector, const TextureToken &wanted);
-    /// Appends to \a a what it lacks of \a b, in the order of \a b.
+    /// Appends to \a a the tokens of \a b that it does not have, in the order of \a b.
     static void unite(QVector<TextureToken> &a, const QVector<TextureToken> &b);
 
     quint64 token = ~quint64(0);
 };
 
-/// The null token.
+/// The token that no texture has.
 ZELGL_EXPORT extern const TextureToken nullTextureToken;
 
 inline uint qHash(const TextureToken &key)
@@ -48,7 +50,7 @@ inline uint qHash(const TextureToken &key)
 
 }} // namespace Orvane::Zel
 
-/// Of a UDIM patch coordinate.
+/// For the coordinates of UDIM patches.
 inline uint qHash(const QPoint &key)
 {
     const uint x = static_cast<uint>(key.x());

@@ -8,26 +8,26 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// The functions of GL_ARB_bindless_texture, or those of GL_NV_bindless_texture,
-/// which are of the same types.
+/// The entry points of GL_ARB_bindless_texture or of GL_NV_bindless_texture, whose types are the same.
 ///
-/// Units:   handles are GL's; 0 is none.
-/// Context: look up and use with one and the same context current.
-/// Errors:  without a look-up every texture has the handle 0, for which nothing is called.
+/// Units:   handles of GL; 0 means that there is none.
+/// Context: call lookUp() and all others with the same context current.
+/// Errors:  without a look-up every texture has the handle 0, and nothing calls GL.
 /// Source:  GL_ARB_bindless_texture, GL_NV_bindless_texture.
-/// Private to the library.
+/// Private to the library; a part of BindlessTextureManager and SlotHandles.
 class BindlessFunctions
 {
 public:
     enum Vendor { eARB, eNV };
 
-    /// The extension of that vendor must be there.
+    /// The context must have the extension of \a vendor.
     void lookUp(Vendor vendor);
 
-    /// Freezes the texture's state for good; 0 for an incomplete texture, which is an error of GL.
+    /// Returns the handle of a texture, whose state can then never change. Returns 0 for an incomplete texture, which is a GL
+    /// error.
     quint64 handleOf(const Texture &texture) const;
     bool isResident(quint64 handle) const;
-    /// A call only where it changes something.
+    // These two make their call only if the residency changes, since GL reports an error otherwise.
     void makeResident(quint64 handle) const;
     void makeNonResident(quint64 handle) const;
 
@@ -35,7 +35,7 @@ private:
     PFNGLGETTEXTUREHANDLEARBPROC _getTextureHandle = nullptr;
     PFNGLMAKETEXTUREHANDLERESIDENTARBPROC _makeTextureHandleResident = nullptr;
     PFNGLMAKETEXTUREHANDLENONRESIDENTARBPROC _makeTextureHandleNonResident = nullptr;
-    PFNGLUNIFORMHANDLEUI64VARBPROC _uniformHandleui64v = nullptr; ///< looked up, and called by nobody
+    PFNGLUNIFORMHANDLEUI64VARBPROC _uniformHandleui64v = nullptr; ///< required: looked up, though unused
     PFNGLISTEXTUREHANDLERESIDENTARBPROC _isTextureHandleResident = nullptr;
 };
 

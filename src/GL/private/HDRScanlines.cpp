@@ -15,13 +15,12 @@ namespace Orvane { namespace Zel {
 namespace {
 
 constexpr quint64 kTexelBytes = 4;
-constexpr quint64 kChunk = 16; ///< bytes that are copied at once
-constexpr quint64 kLongestOperation =
-    1 + 128 + kChunk; ///< bytes that one code reads at most, chunks included
+constexpr quint64 kChunk = 16;                           ///< bytes of one copy
+constexpr quint64 kMaxOperationBytes = 1 + 128 + kChunk; ///< the most that one code reads, with whole chunks
 
-/// 2^(e - 136) by exponent byte: 128 for the bias and 8 for mantissas that are read
-/// as whole numbers. 0 stands for black. All values and their products with a byte
-/// are exact in single precision, the denormal ones included.
+/// Returns 2^(e - 136) for each exponent byte e: 128 is the bias of the exponent, and 8 more make integers of the mantissas,
+/// which are fractions of 256. An exponent of 0 means black. All values and their products with a byte are exact in single
+/// precision, denormal ones too; see HDRReaderTest.EveryExponentScalesExactly.
 std::array<float, 256> makeScales()
 {
     std::array<float, 256> scales = {};
@@ -43,15 +42,13 @@ inline void convertTexel(unsigned char r, unsigned char g, unsigned char b, unsi
 
 #ifdef __SSE2__
 
-/// Converts a texel of four words, of which the last does not count, and writes one
-/// float too many.
+/// Converts a texel of four words, of which it ignores the last. Writes four floats: the fourth is one too many.
 inline void storeTexel(__m128i words, unsigned char e, float *out)
 {
     _mm_storeu_ps(out, _mm_mul_ps(_mm_cvtepi32_ps(words), _mm_set1_ps(kScales[e])));
 }
 
-/// Converts four texels of four bytes, of which the last does not count, and writes
-/// one float too many.
+/// Converts four texels of four bytes, of which it ignores the last. Writes one float too many after the twelve.
 inline void storeFourTexels(__m128i texels, const unsigned char *e, std::size_t eStride, float *out)
 {
     const __m128i zero = _mm_setzero_si128();
@@ -76,7 +73,7 @@ void convertFlat(const unsigned char *texels, quint32 width, float *row)
 {
     quint32 x = 0;
 #ifdef __SSE2__
-    // The float too many falls on the next texel, so the last one must remain.
+    // The float too many is in the next texel, so one texel must be left for the loop below.
     for (; x + 4 < width; x += 4, texels += 4 * kTexelBytes, row += 12) {
         const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(texels));
         storeFourTexels(four, texels + 3, kTexelBytes, row);
@@ -106,7 +103,7 @@ void convertPlanes(const unsigned char *planes, quint64 planeSize, quint32 width
     }
 }
 
-/// Copies in chunks: reads and writes up to a chunk more than \a count.
+/// Copies in chunks, which is faster than a copy of variable length. Reads and writes up to a chunk more than \a count.
 inline void copyInChunks(unsigned char *to, const unsigned char *from, quint64 count)
 {
     for (quint64 i = 0; i < count; i += kChunk) {
@@ -114,7 +111,7 @@ inline void copyInChunks(unsigned char *to, const unsigned char *from, quint64 c
     }
 }
 
-/// Fills in chunks: writes up to a chunk more than \a count.
+/// Fills in chunks. Writes up to a chunk more than \a count.
 inline void fillInChunks(unsigned char *to, unsigned char value, quint64 count)
 {
     for (quint64 i = 0; i < count; i += kChunk) {
@@ -146,7 +143,7 @@ HDRScanlines::Outcome HDRScanlines::decode(float *row)
 
 bool HDRScanlines::canHold(quint64 lines) const
 {
-    return remaining() >= lines * kTexelBytes; // no form of a line is shorter
+    return remaining() >= lines * kTexelBytes; // the shortest form of a scanline is one texel
 }
 
 bool HDRScanlines::startsWith(unsigned char first, unsigned char second) const
@@ -174,7 +171,8 @@ HDRScanlines::Outcome HDRScanlines::decodeOldRuns(float *row)
 {
     quint64 x = 0;
     while (x < _width) {
-        // Every record starts with a marker group, whatever its first three bytes are.
+        // 1. The count: required is that the first group of a record counts as a marker, whatever its first three bytes are.
+        //    Each further marker adds the next higher byte.
         if (remaining() < kTexelBytes) {
             return eTruncated;
         }
@@ -184,7 +182,7 @@ HDRScanlines::Outcome HDRScanlines::decodeOldRuns(float *row)
             if (remaining() < kTexelBytes) {
                 return eTruncated;
             }
-            if (shift < 32) {
+            if (shift < 32) { // more bytes than any width has
                 count += quint64(_cursor[3]) << shift;
             }
             _cursor += kTexelBytes;
@@ -192,6 +190,7 @@ HDRScanlines::Outcome HDRScanlines::decodeOldRuns(float *row)
         if (remaining() < kTexelBytes) {
             return eTruncated;
         }
+        // 2. The texel, as often as that, but not beyond the end of the scanline.
         float texel[3];
         convertTexel(_cursor[0], _cursor[1], _cursor[2], _cursor[3], texel);
         _cursor += kTexelBytes;
@@ -224,7 +223,7 @@ HDRScanlines::Outcome HDRScanlines::decodePlanes(float *row)
 
 HDRScanlines::Outcome HDRScanlines::decodePlane(unsigned char *plane)
 {
-    // In locals: through the bytes written, the members would have to be read anew for each code.
+    // Local copies: after each write of a byte, the compiler would have to reload the members, which the byte may alias.
     const unsigned char *cursor = _cursor;
     const unsigned char *const end = _end;
     const quint64 width = _width;
@@ -249,14 +248,14 @@ HDRScanlines::Outcome HDRScanlines::decodePlane(unsigned char *plane)
             x += count;
         } else {
             const quint64 count = std::min(code, width - x);
-            if (available >= kLongestOperation) {
+            if (available >= kMaxOperationBytes) {
                 copyInChunks(plane + x, cursor + 1, count);
             } else if (available - 1 < count) {
                 return eTruncated;
             } else {
                 std::memcpy(plane + x, cursor + 1, count);
             }
-            cursor += std::min(1 + code, available); // past what the line does not hold, too
+            cursor += std::min(1 + code, available); // also past the bytes that do not fit into the scanline
             x += count;
         }
     }

@@ -6,14 +6,13 @@
 
 namespace Orvane { namespace Zel {
 
-/// Decodes the scanlines of a Radiance picture, one after the other, from bytes in
-/// memory. A room of HDRReader; it touches neither GL nor the log.
+/// Decodes the scanlines of a Radiance picture, one after the other, from bytes in memory. It calls neither GL nor the log.
 ///
-/// Units:  texels; three floats a texel, red first.
-/// Errors: as outcomes. After eBadWidth the next line starts at the same place;
-///         after the others there is no next line. Nothing outside of the bytes
-///         and of the row is touched.
+/// Units:  texels; three floats for each, red first.
+/// Errors: returned as outcomes. After eBadWidth, the next scanline starts at the same byte; after the other errors there is no
+///         next scanline. Nothing outside of the bytes and of the row is accessed.
 /// Source: the file format of the Radiance Synthetic Imaging System.
+/// Private to the library; a part of HDRReader.
 class HDRScanlines
 {
     Q_DISABLE_COPY(HDRScanlines)
@@ -21,12 +20,12 @@ class HDRScanlines
 public:
     enum Outcome {
         eDecoded,
-        eBadWidth,    ///< the width field of the line names another; the row is untouched
-        eOverlongRun, ///< a run ends beyond the line; see overlongRun()
-        eTruncated    ///< the bytes end within the line
+        eBadWidth,    ///< the width field has another value; the row is unchanged
+        eOverlongRun, ///< a run goes beyond the scanline; see overlongRun()
+        eTruncated    ///< the bytes end before the scanline does
     };
 
-    /// Both in texels of the line.
+    /// Both are texels of the scanline; the end is not part of the run.
     struct Run
     {
         unsigned int start;
@@ -35,15 +34,15 @@ public:
 
     HDRScanlines(const unsigned char *begin, const unsigned char *end, quint32 width);
 
-    /// Whether there was memory for a line.
+    /// Returns false if there was no memory for a scanline.
     bool ready() const { return _planes != nullptr; }
 
-    /// Decodes the next line into \a row, of three floats a texel.
+    /// Decodes the next scanline into \a row, which has three floats for each texel.
     Outcome decode(float *row);
 
     Run overlongRun() const { return _overlongRun; }
 
-    /// Whether the rest of the bytes is long enough for as many lines, each of one texel at least.
+    /// Returns whether the remaining bytes can contain as many scanlines, if each has one texel or more.
     bool canHold(quint64 lines) const;
 
 private:
@@ -59,8 +58,8 @@ private:
     const unsigned char *_cursor;
     const unsigned char *_end;
     const quint32 _width;
-    const quint64 _planeSize;                 ///< the width, and room for what wide copies write behind it
-    std::unique_ptr<unsigned char[]> _planes; ///< one line: red, green, blue, exponent
+    const quint64 _planeSize; ///< the width and a chunk, since wide copies write beyond the width
+    std::unique_ptr<unsigned char[]> _planes; ///< of one scanline: red, green, blue, exponent
     Run _overlongRun = {0, 0};
 };
 

@@ -4,8 +4,8 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// Returns one reference of \a texture to the pool of the texture manager. Declared here because framebuffers make the call,
-/// defined in TextureManager.cpp, so that they need no header of the managers.
+/// Releases one reference to \a texture, which is from the pool of the texture manager. FramebufferObject calls it, and would
+/// include a header of a higher subsystem without it; it is defined in TextureManager.cpp.
 ///
 /// Private to the library.
 void releaseToSharedPool(Texture *texture);

@@ -18,7 +18,7 @@ void TokenSet::insert(const TextureToken &token)
     if (_numbers.contains(token)) {
         return;
     }
-    _tokens.insert(_tokens.constEnd(), _nextNumber, token); // the hint makes it constant in time
+    _tokens.insert(_tokens.constEnd(), _nextNumber, token); // the hint makes it an insertion in constant time
     _numbers.insert(token, _nextNumber);
     ++_nextNumber;
 }

@@ -7,23 +7,23 @@
 
 namespace Orvane { namespace Zel {
 
-/// Tokens in the order of their insertion, each once: what TextureToken::insert()
-/// and find() make of a vector, at a cost that does not grow with their number.
+/// A set of tokens in the order of their insertion. It behaves as a vector with TextureToken::insert() and find() does, but
+/// the cost of a call does not grow with the number of tokens.
 ///
 /// Context: none.
-/// Private to the library.
+/// Private to the library; a part of TextureManager and Array2DTextureManager.
 class TokenSet
 {
 public:
     bool isEmpty() const;
-    /// The equal element, or null.
+    /// Returns the equal element, or null.
     const TextureToken *find(const TextureToken &token) const;
     /// Appends the token if it is absent.
     void insert(const TextureToken &token);
     void remove(TextureToken token);
-    /// The oldest; the set must not be empty.
+    /// Removes and returns the token that was inserted first. The set must not be empty.
     TextureToken takeFirst();
-    /// All of them; the set is then empty.
+    /// Removes and returns all tokens.
     QVector<TextureToken> takeAll();
     void clear();
 
