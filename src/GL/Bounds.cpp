@@ -1,6 +1,7 @@
 #include "Bounds.h"
 
 #include "PlaneClipper.h"
+#include "private/BoxCorners.h"
 
 #include <QtGui/QVector4D>
 
@@ -77,10 +78,9 @@ bool Bounds::isInside(const QVector3D &point) const
 QVector<QVector3D> Bounds::corners() const
 {
     QVector<QVector3D> result;
-    result.reserve(8);
-    for (int corner = 0; corner < 8; ++corner) {
-        result.append(QVector3D(corner & 1 ? _upper.x() : _lower.x(), corner & 2 ? _upper.y() : _lower.y(),
-                                corner & 4 ? _upper.z() : _lower.z()));
+    result.reserve(kBoxCorners);
+    for (int corner = 0; corner < kBoxCorners; ++corner) {
+        result.append(boxCorner(corner, _lower, _upper));
     }
     return result;
 }

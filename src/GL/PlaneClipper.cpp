@@ -1,6 +1,7 @@
 #include "PlaneClipper.h"
 
 #include "Reporting.h"
+#include "private/BoxCorners.h"
 
 #include <QtCore/QString>
 #include <QtCore/QVarLengthArray>
@@ -116,7 +117,7 @@ QVector<QVector<QVector3D>> PlaneClipper::getFrustrumLoops(const QVector<QVector
                                            {4, 0, 2, 6}, {2, 3, 7, 6}, {4, 5, 1, 0}};
 
     QVector<Loop> loops;
-    if (points.size() < 8) {
+    if (points.size() < kBoxCorners) {
         return loops;
     }
     loops.reserve(6);
@@ -128,16 +129,16 @@ QVector<QVector<QVector3D>> PlaneClipper::getFrustrumLoops(const QVector<QVector
 
 QVector<QVector3D> PlaneClipper::getFrustrumPoints(const QVector<Plane> &planes)
 {
-    static constexpr int kPlanes[8][3] = {{0, 5, 2}, {0, 5, 4}, {0, 3, 2}, {0, 3, 4},
-                                          {1, 5, 2}, {1, 5, 4}, {1, 3, 2}, {1, 3, 4}};
-
     QVector<QVector3D> points;
     if (planes.size() < 6) {
         return points;
     }
-    points.reserve(8);
-    for (const auto &triple : kPlanes) {
-        points.append(meet(planes[triple[0]], planes[triple[1]], planes[triple[2]]));
+    points.reserve(kBoxCorners);
+    for (int corner = 0; corner < kBoxCorners; ++corner) {
+        const Plane &xPlane = planes[isUpperCorner(corner, 0) ? 4 : 2];
+        const Plane &yPlane = planes[isUpperCorner(corner, 1) ? 3 : 5];
+        const Plane &zPlane = planes[isUpperCorner(corner, 2) ? 1 : 0];
+        points.append(meet(zPlane, yPlane, xPlane));
     }
     return points;
 }

@@ -5,6 +5,8 @@
 #include "ShaderProgram.h"
 #include "ShadowMapManagerCulling.h"
 #include "Texture.h"
+#include "private/ShadowFit.h"
+#include "private/ShadowTable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,8 +24,10 @@ using ProjectorInfo = RenderData::ProjectorInfo;
 
 constexpr float kNear = 0.1f;
 constexpr float kFar = 100.0f;
-// A degree more than a right angle: neighbouring faces overlap, and the shader takes the least of them.
-constexpr float kFaceAngle = 91.0f;
+
+static_assert(ShadowMapManager::kShadowMapInfoArraySizeMax == kShadowTableLights, "one limit of lights");
+static_assert(ShadowMapManager::kShadowMapTransformArraySizeMax == kShadowTableProjections,
+              "one limit of projections");
 
 float gVarianceClamping = 0.1f;
 
@@ -49,7 +53,7 @@ public:
         info.index = _projectorIndex;
         info.count = 0;
         ZEL_ASSERT(NULL != light, "Light %d is NULL", lightNumber);
-        if (light == nullptr || isFull() || !light->on() || !light->shadowCaster()) {
+        if (light == nullptr || isTableFull(_renderData, info) || !light->on() || !light->shadowCaster()) {
             return;
         }
         switch (light->type()) {
@@ -69,16 +73,13 @@ public:
     bool changed() const { return _changed; }
 
 private:
-    bool isFull() const { return _projectorIndex >= _renderData.transforms.size(); }
-
     void addProjection(ProjectorInfo &projectorInfo, const QMatrix4x4 &matrix)
     {
         const int projectorIndex = _projectorIndex;
         ZEL_ASSERT((projectorInfo.index + projectorInfo.count) == projectorIndex,
                    "projection Info (%d,%d) and projectorIndex %d are out of sync", projectorInfo.index,
                    projectorInfo.count, projectorIndex);
-        _changed = _renderData.setTransform(_projectorIndex, matrix, RenderData::BlurInfo().blur) || _changed;
-        ++projectorInfo.count;
+        appendProjection(_renderData, projectorInfo, matrix, _changed);
         ++_projectorIndex;
     }
 
@@ -98,7 +99,8 @@ private:
             return;
         }
         const QMatrix4x4 toLight = light.transform().inverted();
-        for (int face = 0; face < gSextantProjectionModelview.size() && !isFull(); ++face) {
+        for (int face = 0; face < gSextantProjectionModelview.size() && !isTableFull(_renderData, info);
+             ++face) {
             addProjection(info, gSextantProjectionModelview.at(face) * toLight);
         }
     }
@@ -165,7 +167,7 @@ void ShadowMapManager::setupSextant()
         return;
     }
     QMatrix4x4 projection;
-    projection.perspective(kFaceAngle, 1.0f, kNear, kFar);
+    projection.perspective(kShadowFaceAngle, 1.0f, kNear, kFar);
     gSextantProjectionModelview.clear();
     for (const Face &face : faces) {
         QMatrix4x4 view;

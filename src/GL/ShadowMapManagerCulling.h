@@ -67,21 +67,7 @@ public:
                            bool &changed) const;
 
 private:
-    /// What the pyramids of a light are clipped with.
-    struct SliceVolumes
-    {
-        ClipperVolume camera;
-        ClipperVolume scene;
-    };
-
-    bool isSceneOutOfView() const;
-    QVector<Plane> slicePlanes(int level, const ProcessCSMData &data) const;
-    SliceVolumes sliceVolumes(int level, const ProcessCSMData &data) const;
-    const QVector<QVector3D> &clipPyramid(const SliceVolumes &volumes, ProcessCSMData &data,
-                                          const QMatrix4x4 &lightMatrix, float halfAngle,
-                                          QVector<QVector3D> &unclippedPoints) const;
-    bool fitFace(const SliceVolumes &volumes, float halfAngle, ProcessCSMData &data, const QMatrix4x4 &face,
-                 QMatrix4x4 &result) const;
+    ZELGL_NO_EXPORT bool isSceneOutOfView() const;
 
     bool _hasCamera = false;
     bool _hasScene = false;

@@ -1,6 +1,6 @@
 #include "ShadowMapRenderData.h"
 
-#include "ShadowMapManager.h"
+#include "private/ShadowTable.h"
 
 #include <algorithm>
 
@@ -24,9 +24,9 @@ bool ShadowMapRenderData::Transform::operator==(const QMatrix4x4 &matrix) const
 
 ShadowMapRenderData::ShadowMapRenderData(QObject *parent)
     : QObject(parent)
-    , transforms(ShadowMapManager::kShadowMapTransformArraySizeMax)
-    , projectorInfos(ShadowMapManager::kShadowMapInfoArraySizeMax)
-    , blurInfos(ShadowMapManager::kShadowMapTransformArraySizeMax)
+    , transforms(kShadowTableProjections)
+    , projectorInfos(kShadowTableLights)
+    , blurInfos(kShadowTableProjections)
 {
 }
 

@@ -39,6 +39,11 @@ struct DoubleVector
         return a.x * b.x + a.y * b.y + a.z * b.z;
     }
 
+    static DoubleVector cross(const DoubleVector &a, const DoubleVector &b)
+    {
+        return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+    }
+
     /// Zero only for a length of 0, unlike QVector3D::normalized(), which returns zero below 1e-6.
     DoubleVector normalized() const
     {
@@ -49,9 +54,7 @@ struct DoubleVector
     /// The unit normal of the plane through three points; zero when they are collinear.
     static DoubleVector normal(const DoubleVector &a, const DoubleVector &b, const DoubleVector &c)
     {
-        const DoubleVector u = b - a;
-        const DoubleVector v = c - a;
-        return DoubleVector(u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x).normalized();
+        return cross(b - a, c - a).normalized();
     }
 
     double x = 0.0;
