@@ -21,11 +21,11 @@ using ProcessCSMData = ShadowMapManagerCulling::ProcessCSMData;
 bool isFinite(const QVector<Plane> &planes)
 {
     return std::all_of(planes.begin(), planes.end(), [](const Plane &plane) {
-        return std::isfinite(plane.normal.lengthSquared()); // not so with any NaN
+        return std::isfinite(plane.normal.lengthSquared()); // false with a NaN too
     });
 }
 
-/// Once in the process: a warning in each frame would hide all others.
+/// Logged once in the process: the same warning in each frame would hide all others.
 void warnOfInfiniteFrustum()
 {
     static std::atomic<bool> wasLogged(false);
@@ -35,10 +35,11 @@ void warnOfInfiniteFrustum()
     }
 }
 
-/// The end of the cascades at one plane of the camera: the plane, where the scene
-/// reaches it, and otherwise the corner of the scene closest to it.
+/// A point at the end of the cascades next to one plane of the camera: on the plane if the scene reaches it, otherwise the
+/// corner of the scene closest to it. Cascades thus split the depths of the scene, not the empty ones before or after it.
 QVector3D cascadeEnd(const Plane &plane, const Plane &opposite, const QVector<QVector3D> &sceneCorners)
 {
+    // It stays at the origin if the whole scene is beyond the opposite plane, which isSceneOutOfView() excludes.
     QVector3D closest;
     float best = plane.DistanceTo(opposite.normal * opposite.distance);
     for (const QVector3D &corner : sceneCorners) {
@@ -54,19 +55,19 @@ QVector3D cascadeEnd(const Plane &plane, const Plane &opposite, const QVector<QV
     return closest;
 }
 
-/// A host that asks for more cascades than there are projections must not wait for all that come out empty; see
-/// ShadowMapManagerCullingTest.LightsStopAtTheEndOfTheTable.
+/// At most as many cascades as the table has projections. Without this limit a request for 2^31 cascades would clip all
+/// of them, since empty ones do not fill the table; see ShadowMapManagerCullingTest.LightsStopAtTheEndOfTheTable.
 int levelsTried(int levels, const RenderData &renderData)
 {
     return std::min(levels, renderData.transforms.size());
 }
 
-/// The planes of the camera, near and far replaced by the ends of a cascade.
+/// The planes of the camera, with near and far replaced by the ends of a cascade (Zhang et al., Parallel-Split Shadow Maps
+/// for Large-Scale Virtual Environments, 2006; here with quadratic splits).
 QVector<Plane> slicePlanes(int level, const ProcessCSMData &data, QVector<Plane> cameraPlanes)
 {
     if (data.enabled && !cameraPlanes.isEmpty()) {
-        // Quadratic splits: near cascades are much thinner than far ones, since a texel close to the eye covers more
-        // of the screen.
+        // Near cascades are much thinner than far ones: a texel close to the eye covers more of the screen.
         const float levels = static_cast<float>(data.levels);
         const float t0 = static_cast<float>(level) / levels;
         const float t1 = static_cast<float>(level + 1) / levels;
@@ -94,7 +95,7 @@ public:
 
     LitPoints litPoints(const QMatrix4x4 &faceToWorld, float halfAngle) const
     {
-        // 1. The depth at which the scene ends.
+        // 1. The depth at which the scene ends. A pyramid of infinite depth could not be clipped.
         const Plane facePlane = shadowFacePlane(faceToWorld);
         float depth = 0.0f;
         for (const QVector3D &corner : _sceneCorners) {
@@ -104,10 +105,11 @@ public:
             return {}; // the face looks away from the scene
         }
 
-        // 2. The pyramid of the face, which ends after the scene.
+        // 2. The pyramid of the face, a little deeper: its far plane must not clip the scene.
         ClipperVolume lit = shadowFacePyramid(faceToWorld, depth * 1.01f, halfAngle);
 
-        // 3. What the camera sees of it, and what of that is in the scene.
+        // 3. The part that the camera sees, and the part of that in the scene. The former starts at a smaller depth if
+        //    the eye is outside the scene; the fit takes its near plane from there.
         if (!_camera.planes.isEmpty()) {
             lit = PlaneClipper::clip(_camera, lit);
         }
@@ -234,6 +236,7 @@ bool ShadowMapManagerCulling::processLightDirectional(ShadowMapManager::RenderDa
     }
     ProcessCSMData data;
     setupLightCSMData(light, data);
+    // The scene box also holds the casters that the camera does not see.
     const DirectionalShadowFit fit(light->transform(), _cameraSceneVolumePoints);
     const int levels = levelsTried(data.levels, renderData);
     for (int level = 0; level < levels && !isTableFull(renderData, info); ++level) {
@@ -253,7 +256,7 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
         return false;
     }
     if (isSceneOutOfView()) {
-        return true;
+        return true; // handled, without any projection: no shadow would be seen
     }
     ProcessCSMData data;
     setupLightCSMData(light, data);
@@ -267,7 +270,7 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
             if (isTableFull(renderData, info)) {
                 return true;
             }
-            if (data.enabled || face == 0) { // without cascades one clipper serves all faces
+            if (data.enabled || face == 0) { // without cascades all faces share one clipper
                 clipper.emplace(level, data, _sceneCorners, _cameraFrustumPlanes);
             }
             const LitPoints litInWorld = clipper->litPoints(faceToWorld, halfAngle);
@@ -280,8 +283,8 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
     return true;
 }
 
-/// The ends of cascades are where the scene is only if the camera sees some of it: not beyond the far plane, nor behind
-/// the eye.
+/// True also for a frustum that is not finite. The ends of cascades are then arbitrary, so that nothing may be clipped
+/// with them; see ShadowMapManagerCullingTest.WithoutAKnownSceneOrAFiniteViewNothingIsFitted.
 bool ShadowMapManagerCulling::isSceneOutOfView() const
 {
     return _valid && _visibleScenePoints.isEmpty();

@@ -37,6 +37,7 @@ bool ShadowMapRenderData::setTransform(int index, const QMatrix4x4 &matrix, floa
     if (index < 0 || index >= transforms.size() || index >= blurInfos.size()) {
         return false;
     }
+    // Exact: any tolerance would let a slowly moving light keep its old layers.
     if (transforms.at(index) == matrix && blurInfos.at(index).blur == blur) {
         return false;
     }

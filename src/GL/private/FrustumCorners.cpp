@@ -64,7 +64,7 @@ DoubleVector FrustumCorners::normal(int plane) const
                                 _corners[size_t(numbers[2])]);
 }
 
-/// A mirroring transform turns the planes inward. Exchanging the corners of lower and upper x turns them back.
+/// A transform that mirrors makes the planes point inward. Exchanging the corners of lower and upper x corrects that.
 void FrustumCorners::faceOutward()
 {
     const bool facesInward = DoubleVector::dot(normal(0), _corners[4] - _corners[0]) > 0.0;

@@ -34,7 +34,7 @@ QVector3D apexInWorld(const QMatrix4x4 &faceToWorld)
     return faceToWorld.map(QVector3D());
 }
 
-/// Depths along the axis of a face, from the near plane to the farthest point that is lit.
+/// Depths along the axis of a face, from the first to the last that its map must hold.
 struct DepthRange
 {
     float nearest;
@@ -47,11 +47,13 @@ std::optional<DepthRange> depthRange(const LitPoints &litInWorld, const DoubleMa
     flipZ.scale(1.0f, 1.0f, -1.0f);
     const DoubleMatrix worldToDepth = DoubleMatrix(flipZ) * worldToFace;
 
+    // Without points the bounds are inverted, and all depths are below the minimum.
     const float farthest = transformedBounds(litInWorld.inScene, worldToDepth).boxUpperBounds().z();
     if (farthest <= kMinDepth) {
         return {};
     }
     const float seenFrom = transformedBounds(litInWorld.anywhere, worldToDepth).boxLowerBounds().z();
+    // At most 100 to 1: a nearer plane would leave the far depths too few digits.
     const float nearest = std::max({seenFrom, farthest / 100.0f, kMinDepth});
     if (farthest <= nearest) {
         return {};
@@ -59,7 +61,7 @@ std::optional<DepthRange> depthRange(const LitPoints &litInWorld, const DoubleMa
     return DepthRange{nearest, farthest};
 }
 
-/// A rectangle of a map.
+/// A rectangle of a map, empty until points widen it.
 struct MapRectangle
 {
     float loX = 1.0f;
@@ -77,7 +79,7 @@ MapRectangle rectangleOf(const QVector<QVector3D> &pointsInWorld, const DoubleMa
     for (const QVector3D &pointInWorld : pointsInWorld) {
         const DoubleVector exact(pointInWorld);
         const double w = worldToClip.coordinate(3, exact);
-        // The apex has a w of 0, which rounding may raise above 0; its x and y would then be arbitrary.
+        // The apex has w = 0. Rounding may raise it above 0, which would make x and y arbitrary.
         if (w > 0.0 && pointInWorld != apexInWorld) {
             const auto x = float(worldToClip.coordinate(0, exact) / w);
             const auto y = float(worldToClip.coordinate(1, exact) / w);
@@ -206,7 +208,7 @@ std::optional<QMatrix4x4> fitShadowFace(const QMatrix4x4 &faceToWorld, const Lit
     }
     const DoubleMatrix worldToClip = DoubleMatrix(faceToClip) * worldToFace;
 
-    // 3. The part of the face that the points occupy.
+    // 3. The part of the face that the points occupy. Points at w <= 0 have no place in it.
     const MapRectangle used = rectangleOf(litInWorld.inScene, worldToClip, apexInWorld(faceToWorld));
     if (used.isEmpty()) {
         return {};

@@ -25,10 +25,10 @@ constexpr float kShadowFaceAngle = 91.0f;
 class DirectionalShadowFit
 {
 public:
-    /// \a casterCornersInWorld are the eight corners of the box that holds all casters.
+    /// \a casterCornersInWorld: the eight corners of the box that holds all casters.
     DirectionalShadowFit(const QMatrix4x4 &lightToWorld, const QVector<QVector3D> &casterCornersInWorld);
 
-    /// The projection of a slice, which starts at the first caster between the slice and the light.
+    /// Returns the projection of a cascade, whose depths start at the first caster between the slice and the light.
     QMatrix4x4 worldToMap(const QVector<QVector3D> &slicePointsInWorld) const;
 
 private:
@@ -39,26 +39,27 @@ private:
     float _castersEndInLight; ///< the lowest z
 };
 
-/// What one face of a point light lights.
+/// The corners of the volume that one face of a point light lights and the camera sees.
 struct LitPoints
 {
-    QVector<QVector3D> inScene;  ///< of the part of the scene that is seen
-    QVector<QVector3D> anywhere; ///< of all that is seen, with scene or without
+    QVector<QVector3D> inScene;
+    QVector<QVector3D> anywhere; ///< not clipped by the scene
 };
 
-/// The number of faces of a point light with this half angle, in radians.
+/// Returns the number of faces of a point light with this half angle of its cone, in radians.
 int shadowFaceCount(float spotCutoff);
 
-/// The rotation of a face within its light: it looks along its own -z.
+/// Returns the transform from the space of a face, which looks along its -z axis, to that of its light. Face 0 has the
+/// axes of the light, so that a light with one face shines along the light's own -z axis.
 QMatrix4x4 shadowFaceRotation(int face);
 
-/// The pyramid of a face out to \a depth, 90 degrees wide unless the half angle is less.
+/// Returns the pyramid of a face from its apex to \a depth, 90 degrees wide unless the half angle is less.
 ClipperVolume shadowFacePyramid(const QMatrix4x4 &faceToWorld, float depth, float halfAngle);
 
-/// The plane through a face's apex. Distances to it are depths.
+/// Returns the plane through the apex of a face. The distance of a point to it is the point's depth.
 Plane shadowFacePlane(const QMatrix4x4 &faceToWorld);
 
-/// The perspective projection of a face; none if its points have no depth or no extent in the map.
+/// Returns the perspective projection of a face, or none if its points have no extent in depth or in the map.
 std::optional<QMatrix4x4> fitShadowFace(const QMatrix4x4 &faceToWorld, const LitPoints &litInWorld);
 
 }} // namespace Orvane::Zel
