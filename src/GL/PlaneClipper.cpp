@@ -77,7 +77,7 @@ void clipLoops(const Plane &plane, const QVector<Loop> &loops, QVector<Loop> &cl
 /// The point at which three planes meet: the line of a and b, intersected with c.
 QVector3D meet(const Plane &a, const Plane &b, const Plane &c)
 {
-    // 1. The direction of the line.
+    // 1. The direction of the line of a and b.
     const QVector3D direction = QVector3D::crossProduct(b.normal, a.normal).normalized();
 
     // 2. A point of the line: the combination of the two normals that has both distances. In double precision, since
@@ -88,7 +88,7 @@ QVector3D meet(const Plane &a, const Plane &b, const Plane &c)
     const float cb = float((double(b.distance) - k * double(a.distance)) / d);
     const QVector3D p0 = ca * a.normal + cb * b.normal;
 
-    // 3. The way from there to the third plane.
+    // 3. The distance along the line from there to c.
     const float t = QVector3D::dotProduct(c.normal, c.normal * c.distance - p0)
                     / QVector3D::dotProduct(c.normal, direction);
     return p0 + t * direction;

@@ -23,13 +23,14 @@ Bounds transformedBounds(QVector<QVector3D> points, const DoubleMatrix &transfor
     return Bounds(points);
 }
 
-/// A unit vector along an axis of a face.
-QVector3D axisInWorld(const QMatrix4x4 &faceToWorld, int axis)
+/// A unit vector in the world along an axis of a face.
+QVector3D axisOf(const QMatrix4x4 &faceToWorld, int axis)
 {
     return DoubleVector(faceToWorld.column(axis).toVector3D()).normalized().rounded();
 }
 
-QVector3D apexInWorld(const QMatrix4x4 &faceToWorld)
+/// In the world.
+QVector3D apexOf(const QMatrix4x4 &faceToWorld)
 {
     return faceToWorld.map(QVector3D());
 }
@@ -161,10 +162,11 @@ QMatrix4x4 shadowFaceRotation(int face)
 
 ClipperVolume shadowFacePyramid(const QMatrix4x4 &faceToWorld, float depth, float halfAngle)
 {
-    const QVector3D apex = apexInWorld(faceToWorld);
-    const QVector3D forward = -axisInWorld(faceToWorld, 2) * depth;
-    QVector3D right = axisInWorld(faceToWorld, 0) * depth;
-    QVector3D up = axisInWorld(faceToWorld, 1) * depth;
+    // 1. The apex and the half axes of the far side, all in the world.
+    const QVector3D apex = apexOf(faceToWorld);
+    const QVector3D forward = -axisOf(faceToWorld, 2) * depth;
+    QVector3D right = axisOf(faceToWorld, 0) * depth;
+    QVector3D up = axisOf(faceToWorld, 1) * depth;
     if (faceToWorld.determinant() < 0.0) {
         right = -right; // so that the planes of a mirrored light point outward too
     }
@@ -172,6 +174,8 @@ ClipperVolume shadowFacePyramid(const QMatrix4x4 &faceToWorld, float depth, floa
         right *= std::tan(halfAngle);
         up *= std::tan(halfAngle);
     }
+
+    // 2. The corners of the far side, and the faces: counter-clockwise as seen from outside.
     const QVector3D c0 = apex + forward + right + up;
     const QVector3D c1 = apex + forward - right + up;
     const QVector3D c2 = apex + forward - right - up;
@@ -187,7 +191,7 @@ ClipperVolume shadowFacePyramid(const QMatrix4x4 &faceToWorld, float depth, floa
 
 Plane shadowFacePlane(const QMatrix4x4 &faceToWorld)
 {
-    return Plane(-axisInWorld(faceToWorld, 2), apexInWorld(faceToWorld));
+    return Plane(-axisOf(faceToWorld, 2), apexOf(faceToWorld));
 }
 
 std::optional<QMatrix4x4> fitShadowFace(const QMatrix4x4 &faceToWorld, const LitPoints &litInWorld)
@@ -209,7 +213,7 @@ std::optional<QMatrix4x4> fitShadowFace(const QMatrix4x4 &faceToWorld, const Lit
     const DoubleMatrix worldToClip = DoubleMatrix(faceToClip) * worldToFace;
 
     // 3. The part of the face that the points occupy. Points at w <= 0 have no place in it.
-    const MapRectangle used = rectangleOf(litInWorld.inScene, worldToClip, apexInWorld(faceToWorld));
+    const MapRectangle used = rectangleOf(litInWorld.inScene, worldToClip, apexOf(faceToWorld));
     if (used.isEmpty()) {
         return {};
     }
