@@ -23,7 +23,7 @@ void expectBox(const QVector3D &lower, const QVector3D &upper, const Bounds &act
 
 TEST(PlaneTest, DistancesAndSidesAreExact)
 {
-    const Plane plane(QVector3D(0, 2, 0), QVector3D(5, 3, 1)); // the normal stays as long as it is
+    const Plane plane(QVector3D(0, 2, 0), QVector3D(5, 3, 1)); // the normal is not normalised
     EXPECT_EQ(6.0f, plane.distance);
     EXPECT_EQ(-6.0f, plane.DistanceTo({9, 0, 9}));
     EXPECT_EQ(-1, plane.WhichSide({0, std::nextafter(3.0f, 0.0f), 0}));
@@ -88,7 +88,7 @@ TEST(BoundsTest, MatricesTakeTheVectorOnTheLeft)
     expectBox({-1, -2, -3}, {1, 2, 3}, kBox.transform(matrix));
 
     matrix.translate(10, 20, 30);
-    expectBox({-1, -2, -3}, {1, 2, 3}, kBox * matrix); // only w feels this column
+    expectBox({-1, -2, -3}, {1, 2, 3}, kBox * matrix); // this column affects w only
     expectBox({9, 18, 27}, {11, 22, 33}, kBox * matrix.transposed());
     expectBox({9, 18, 27}, {11, 22, 33}, kBox.transform(matrix.transposed()));
 
@@ -98,7 +98,7 @@ TEST(BoundsTest, MatricesTakeTheVectorOnTheLeft)
     const Bounds around = kBox * turn;
     EXPECT_NEAR(-3 * half, around.boxLowerBounds().x(), 1e-6f);
     EXPECT_NEAR(3 * half, around.boxUpperBounds().y(), 1e-6f);
-    const Bounds twoCorners = kBox.transform(turn); // the other six are not asked
+    const Bounds twoCorners = kBox.transform(turn); // the other six are not transformed
     EXPECT_NEAR(-3 * half, twoCorners.boxLowerBounds().x(), 1e-6f);
     EXPECT_NEAR(half, twoCorners.boxUpperBounds().y(), 1e-6f);
 }
@@ -109,16 +109,16 @@ TEST(BoundsTest, ClippingByAFrustumFindsTheTightBox)
     const auto points = [&](const QVector<QVector3D> &frustumPoints, const QVector<Plane> &extra) {
         return kBox.frustrumClipped(inner.planes(), frustumPoints, extra);
     };
-    // One pass finds what of the box's faces is in the frustum, the other what of the frustum's is in the box.
+    // One pass returns the faces of the box inside the frustum, the other the faces of the frustum inside the box.
     expectBox({-1, -1, -1}, {-1, 1, 1}, Bounds(points({}, {})));
     EXPECT_EQ(4, points({}, {}).size());
     expectBox({-1, -1, -1}, {0, 1, 1}, Bounds(points(inner.corners(), {})));
-    EXPECT_EQ(12, points(inner.corners(), {}).size()); // both find four, which stand twice
+    EXPECT_EQ(12, points(inner.corners(), {}).size()); // four are the same and listed twice
     expectBox({-1, -1, -1}, {-0.5f, 1, 1},
               Bounds(points(inner.corners(), {Plane(QVector3D(1, 0, 0), -0.5f)})));
     const Bounds outside({5, 5, 5}, {6, 6, 6});
     EXPECT_TRUE(kBox.frustrumClipped(outside.planes(), {}, {}).isEmpty());
-    // Around the box nothing of the frustum is left, and the box is whole.
+    // A frustum around the box: no face of the frustum is inside, and the box is not clipped.
     const Bounds outer({-9, -9, -9}, {9, 9, 9});
     EXPECT_EQ(8, kBox.frustrumClipped(outer.planes(), outer.corners(), {}).size());
 }

@@ -18,7 +18,7 @@ namespace {
 using Loop = QVector<QVector3D>;
 using Loops = QVector<Loop>;
 
-/// In double precision, and by another way than the clipper's.
+/// The largest of the distances to the planes, in double precision and without the clipper's code.
 double farthestOutside(const QVector<Plane> &planes, const QVector3D &point)
 {
     double worst = -HUGE_VAL;
@@ -28,7 +28,7 @@ double farthestOutside(const QVector<Plane> &planes, const QVector3D &point)
     return worst;
 }
 
-/// Twice the area, as a vector along the normal.
+/// A vector along the normal whose length is twice the area.
 Vec areaVector(const Loop &loop)
 {
     Vec sum(0, 0, 0);
@@ -44,7 +44,7 @@ double area(const Loops &loops)
                            [](double sum, const Loop &loop) { return sum + length(areaVector(loop)) / 2; });
 }
 
-/// By the divergence theorem, for faces that go around counter-clockwise as seen from outside.
+/// The volume by the divergence theorem. The faces are counter-clockwise as seen from outside.
 double volume(const Loops &loops)
 {
     return std::accumulate(loops.begin(), loops.end(), 0.0, [](double sum, const Loop &loop) {
@@ -52,7 +52,7 @@ double volume(const Loops &loops)
     });
 }
 
-/// How many times the shell goes around the point, from solid angles (van Oosterom and Strackee, 1983).
+/// How many times the shell surrounds the point, from solid angles (van Oosterom and Strackee, 1983).
 double windingNumber(const Loops &loops, const Vec &point)
 {
     double sum = 0;
@@ -69,7 +69,7 @@ double windingNumber(const Loops &loops, const Vec &point)
     return sum / (4 * M_PI);
 }
 
-/// The length of all edges that no other face goes along in the other direction.
+/// The length of all edges that no other face uses in the opposite direction.
 float openEdgeLength(const Loops &loops, float scale = 1)
 {
     Loop vertices;
@@ -96,7 +96,7 @@ float openEdgeLength(const Loops &loops, float scale = 1)
     return open;
 }
 
-/// The planes of a box that was turned or bent, from its eight corners, both in the orders of Bounds.
+/// The planes of a transformed box from its eight corners, both in the orders of Bounds.
 QVector<Plane> planesOf(const Loop &corners)
 {
     const int sides[6][3] = {{0, 2, 1}, {4, 5, 6}, {0, 4, 2}, {2, 6, 3}, {1, 3, 5}, {0, 1, 4}};
@@ -128,7 +128,7 @@ public:
         return Plane(normal.isNull() ? QVector3D(1, 0, 0) : normal, number(-reach, reach));
     }
 
-    /// Of a box under an affine map, wider or narrower at its top.
+    /// The corners of a transformed box, wider or narrower at its top.
     Loop corners()
     {
         const float width = number(0.1f, 1.3f);
@@ -148,7 +148,7 @@ public:
     {
         const Loop around = corners();
         ClipperVolume result{PlaneClipper::getFrustrumLoops(around), planesOf(around)};
-        for (Loop &loop : result.loops) { // these go around clockwise
+        for (Loop &loop : result.loops) { // getFrustrumLoops() returns clockwise ones
             std::reverse(loop.begin(), loop.end());
         }
         return result;
@@ -160,7 +160,7 @@ private:
     std::mt19937 _engine;
 };
 
-/// A shell is right if it is closed, has no corner outside, and goes once around each point inside and around no other.
+/// A shell is correct if it is closed, has no corner outside, and surrounds each point inside once and no other point.
 void expectShellOf(const ClipperVolume &shell, const QVector<Plane> &planes, Random &random)
 {
     EXPECT_LT(openEdgeLength(shell.loops, random.scale), 2e-3f * random.scale);
@@ -186,13 +186,13 @@ TEST_F(PlaneClipperTest, WhatLiesInsideComesBackAsItIsAndUncopied)
 {
     const Bounds box({-1, -2, -3}, {1, 2, 3});
     const Loops loops = PlaneClipper::getFrustrumLoops(box.corners());
-    const Loops clipped = PlaneClipper::clip(box.planes(), loops); // its own planes touch it everywhere
+    const Loops clipped = PlaneClipper::clip(box.planes(), loops); // its own planes touch each corner
     ASSERT_EQ(loops, clipped);
     for (int i = 0; i < loops.size(); ++i) {
         EXPECT_EQ(loops[i].constData(), clipped[i].constData());
     }
     const Loops odd = {{}, {{1, 2, 3}}, kSquare};
-    EXPECT_EQ(odd, PlaneClipper::clip({}, odd)); // without planes nothing is looked at
+    EXPECT_EQ(odd, PlaneClipper::clip({}, odd)); // without planes the loops are not inspected
     EXPECT_EQ(Loops({kSquare}), PlaneClipper::clip({Plane({0, 0, 1}, 5.0f)}, odd));
     EXPECT_TRUE(PlaneClipper::clip(box.planes(), {}).isEmpty());
 }
@@ -201,18 +201,18 @@ TEST_F(PlaneClipperTest, CrossingsStandBetweenInsideAndOutsideAndNeverOnAPlane)
 {
     const auto cut = [](const Plane &plane, const Loop &loop) { return PlaneClipper::clip({plane}, {loop}); };
 
-    // Through two opposite corners: these stay, once each.
+    // Through two opposite corners: they stay, once each.
     EXPECT_EQ(Loops({{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}}), cut(Plane({-1, 1, 0}, 0.0f), kSquare));
-    // One corner off a triangle makes a quad, from wherever the walk starts.
+    // A triangle without one corner is a quadrilateral, whichever point is first.
     EXPECT_EQ(Loops({{{0, 1, 0}, {0, 0, 0}, {2, 0, 0}, {1, 1, 0}}}),
               cut(Plane({0, 1, 0}, 1.0f), {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}));
     EXPECT_EQ(Loops({{{1, 1, 0}, {0, 1, 0}, {0, 0, 0}, {2, 0, 0}}}),
               cut(Plane({0, 1, 0}, 1.0f), {{0, 2, 0}, {0, 0, 0}, {2, 0, 0}}));
-    // Touched from outside: along an edge, in a corner, not at all.
+    // Touched from outside: along an edge, at a corner, not at all.
     EXPECT_EQ(Loops({{{1, 0, 0}, {1, 1, 0}}}), cut(Plane({-1, 0, 0}, -1.0f), kSquare));
     EXPECT_EQ(Loops({{{1, 1, 0}}}), cut(Plane({-1, -1, 0}, -2.0f), kSquare));
     EXPECT_EQ(Loops(), cut(Plane({-1, -1, 0}, -2.5f), kSquare));
-    // What is left of a touch goes with the next plane: fewer than two points are no loop.
+    // The next plane drops the one point that remains: a loop has at least two.
     EXPECT_EQ(Loops(), PlaneClipper::clip({Plane({-1, -1, 0}, -2.0f), Plane({1, 0, 0}, 9.0f)}, {kSquare}));
 }
 
@@ -220,7 +220,7 @@ TEST_F(PlaneClipperTest, BoxesThatTouchShareExactlyTheFaceTheEdgeOrTheCorner)
 {
     const Bounds box({0, 0, 0}, {1, 1, 1});
     const std::pair<QVector3D, double> rows[] = {{{1, 0, 0}, 2}, {{1, 1, 0}, 0}, {{1, 1, 1}, 0}};
-    for (const auto &[lower, sharedArea] : rows) { // the area once of either box
+    for (const auto &[lower, sharedArea] : rows) { // the shared face counts once for each box
         const Bounds other(lower, lower + QVector3D(1, 1, 1));
         const ClipperVolume both = PlaneClipper::clip(box.clippingVolume(), other.clippingVolume());
         EXPECT_EQ(12, both.planes.size());
@@ -232,7 +232,7 @@ TEST_F(PlaneClipperTest, BoxesThatTouchShareExactlyTheFaceTheEdgeOrTheCorner)
     }
     const Bounds apart({1.5f, 0, 0}, {2, 1, 1});
     EXPECT_TRUE(PlaneClipper::clip(box.clippingVolume(), apart.clippingVolume()).loops.isEmpty());
-    // With itself: the faces of both.
+    // A box with itself: the faces of both.
     EXPECT_EQ(12, PlaneClipper::clip(box.clippingVolume(), box.clippingVolume()).loops.size());
 }
 
@@ -247,7 +247,7 @@ TEST_F(PlaneClipperTest, IntersectionsOfRandomVolumesAreTheRightShells)
         ASSERT_EQ(a.planes.size() + b.planes.size(), ab.planes.size());
         expectShellOf(ab, a.planes + b.planes, random);
 
-        const ClipperVolume c = random.volume(); // a result is a volume like others
+        const ClipperVolume c = random.volume(); // a result can be clipped again
         expectShellOf(PlaneClipper::clip(ab, c), a.planes + b.planes + c.planes, random);
     }
 }
@@ -259,13 +259,13 @@ TEST_F(PlaneClipperTest, NotANumberIsOutsideAndNothingElseStartsFromIt)
     const Loop withNaN = {{0, 0, 0}, {1, 0, 0}, {nan, nan, nan}};
     const Loops clipped = PlaneClipper::clip({plane}, {withNaN, kSquare});
     ASSERT_EQ(2, clipped.size());
-    ASSERT_EQ(4, clipped[0].size()); // the two points, and a crossing on either edge to what is no point
+    ASSERT_EQ(4, clipped[0].size()); // the two points, and a crossing on each of the edges to the NaN
     EXPECT_TRUE(std::isnan(clipped[0][0].x()));
     EXPECT_EQ(QVector3D(0, 0, 0), clipped[0][1]);
     EXPECT_EQ(QVector3D(1, 0, 0), clipped[0][2]);
     EXPECT_EQ(kSquare, clipped[1]);
     EXPECT_TRUE(PlaneClipper::clip({Plane({nan, 0, 0}, 0.0f)}, {kSquare}).isEmpty());
-    // A zero normal: everything is on one side.
+    // With a zero normal everything is on one side.
     EXPECT_EQ(Loops({kSquare}), PlaneClipper::clip({Plane({0, 0, 0}, 0.0f)}, {kSquare}));
     EXPECT_TRUE(PlaneClipper::clip({Plane({0, 0, 0}, -1.0f)}, {kSquare}).isEmpty());
 }
@@ -277,7 +277,7 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
     size_t taken = 0;
     for (int i = 0; i < 1000000; ++i) {
         const float reach = i % 16 == 0 ? std::pow(10.0f, random.number(-12, 12)) : 1.0f;
-        // One triangle in four is of few points, so that some are collinear, equal or on a plane.
+        // One triangle in four has integer corners, so that some are collinear, equal or on a plane.
         const auto corner = [&] {
             return i % 4 == 0 ? reach * QVector3D(random.integer(-1, 1), random.integer(-1, 1), 0)
                               : random.point(reach);
@@ -289,10 +289,10 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
         const AllocationCount allocations;
         const Loops clipped = PlaneClipper::clip(planes, loops);
         const size_t now = allocations.taken();
-        ASSERT_LE(now, 4u) << i; // the two sets, and the loop once for each plane
+        ASSERT_LE(now, 4u) << i; // the two sets, and one loop for each plane
         taken += now;
         for (const Loop &loop : clipped) {
-            ASSERT_LE(loop.size(), 5) << i; // one more for each plane
+            ASSERT_LE(loop.size(), 5) << i; // at most one more for each plane
             for (const QVector3D &point : loop) {
                 const double outside = farthestOutside(planes, point);
                 ASSERT_TRUE(outside < 1e-6 * double(reach)) << i; // false for a NaN
@@ -300,8 +300,8 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsStayFiniteInsideAndCheap)
             points += size_t(loop.size());
         }
     }
-    EXPECT_GT(points, 1000000u); // else the clips above were all empty,
-    EXPECT_GT(taken, 1000000u);  // and the count blind
+    EXPECT_GT(points, 1000000u); // the results above were not all empty,
+    EXPECT_GT(taken, 1000000u);  // and allocations were counted
 }
 
 TEST_F(PlaneClipperTest, PointsAndLoopsOfBoxesAndFrustumsAgreeWithTheirPlanes)
@@ -332,7 +332,7 @@ TEST_F(PlaneClipperTest, VolumesGrowFaceByFace)
 {
     ClipperVolume volume;
     volume.addLoopPlane({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-    volume.addLoopPlane({0, 0, 2}, {1, 0, 2}, {1, 1, 2}, {7, 7, 7}); // the fourth is not asked for the plane
+    volume.addLoopPlane({0, 0, 2}, {1, 0, 2}, {1, 1, 2}, {7, 7, 7}); // the plane ignores the fourth point
     EXPECT_EQ(Loops({{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 0, 2}, {1, 0, 2}, {1, 1, 2}, {7, 7, 7}}}),
               volume.loops);
     ASSERT_EQ(2, volume.planes.size());

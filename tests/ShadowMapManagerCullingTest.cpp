@@ -1,4 +1,4 @@
-// How the projections of lights are fitted: to all that the camera sees, to nothing else, in the stated order.
+// The fit of projections: they hold all that the camera sees and nothing else, in the order of cascades and faces.
 
 #include "support/MessageCapture.h"
 #include "support/ShadowTable.h"
@@ -25,8 +25,8 @@ using Box = QPair<QVector3D, QVector3D>;
 
 constexpr float kPi = 3.14159265f;
 
-// The judge knows volumes as half-spaces, and finds their corners in double precision by trying all triples: nothing of it
-// goes the clipper's ways. A volume is convex, and so is its picture: what holds for the corners holds for all of it.
+// The oracle represents volumes as half-spaces and finds their corners in double precision from all triples of planes: it
+// shares no code with the clipper. Volumes and their projections are convex: what holds for the corners holds for all points.
 
 /// Inside is where dot(normal, p) is at most the distance; the normal has length 1.
 struct HalfSpace
@@ -86,7 +86,7 @@ std::vector<Vec> cornersOf(const Region &region, double slack = 0)
 
 enum class Filling { eEmpty, eSliver, eSolid };
 
-/// Slivers are what single precision may lose.
+/// A sliver is so thin that single precision may lose it.
 Filling fillingOf(const Region &region, const std::vector<Vec> &corners, double sliver)
 {
     if (corners.empty()) {
@@ -97,7 +97,7 @@ Filling fillingOf(const Region &region, const std::vector<Vec> &corners, double 
     return farthestOutside(region, centre) < -sliver ? Filling::eSolid : Filling::eSliver;
 }
 
-/// The place of a point in a projection.
+/// The position of a point in a map.
 Vec project(const RenderData::Transform &transform, const Vec &point)
 {
     const QVector4D at = matrixOf(transform) * QVector4D(point.rounded(), 1);
@@ -140,7 +140,7 @@ Vec column(const QMatrix4x4 &matrix, int i)
     return matrix.column(i).toVector3D();
 }
 
-/// Where a coordinate of the space to which the matrix leads, times the sign, is at most the limit.
+/// The points whose coordinate in the matrix's target space, times the sign, is at most the limit.
 HalfSpace atMost(const QMatrix4x4 &toSpace, int axis, float sign, double limit)
 {
     const QVector4D row = sign * toSpace.row(axis);
@@ -155,8 +155,7 @@ Region regionOf(const Box &box)
             {{1, 0, 0}, upper.x},   {{0, 1, 0}, upper.y},   {{0, 0, 1}, upper.z}};
 }
 
-/// View, projection, and the frustum as the clip volume of both (Gribb and Hartmann, 2001): first the side of the eye,
-/// then the far one.
+/// View and projection, and their frustum (Gribb and Hartmann, 2001): the near plane first, then the far plane.
 struct Camera
 {
     QMatrix4x4 view;
@@ -176,7 +175,7 @@ struct Camera
     }
 };
 
-/// One trial: what there is, drawn by lot.
+/// A random scene, camera and light.
 class Trial
 {
 public:
@@ -189,7 +188,7 @@ public:
         scene = Box(middle - half, middle + half);
         reach = half.length();
         const QVector3D eye = middle + number(0.1f, 2.5f) * reach * direction();
-        camera.view.lookAt(eye / scale, inScene() / scale, direction()); // fails on tiny lengths
+        camera.view.lookAt(eye / scale, inScene() / scale, direction()); // lookAt() fails on tiny lengths
         camera.view.setColumn(3, QVector4D(scale * camera.view.column(3).toVector3D(), 1));
         const float farthest = number(1, 4) * reach;
         if (oneIn(4)) {
@@ -200,7 +199,7 @@ public:
                                           farthest);
         }
         if (oneIn(8)) {
-            camera.view.scale(1, 1, -1); // the world in a mirror
+            camera.view.scale(1, 1, -1); // mirrors the world
         }
     }
 
@@ -218,7 +217,7 @@ public:
         return scene.first + part * (scene.second - scene.first);
     }
 
-    /// Of any length of the axes, or the same for all; one in three mirrored.
+    /// The axes have random lengths, or the same if even. One transform in three mirrors.
     QMatrix4x4 lightTransform(const QVector3D &origin, bool even)
     {
         QMatrix4x4 transform;
@@ -230,7 +229,7 @@ public:
         return transform;
     }
 
-    /// A point of the volume of which these are corners.
+    /// A random point of the convex volume with these corners.
     Vec within(const std::vector<Vec> &corners)
     {
         Vec sum(0, 0, 0);
@@ -254,7 +253,7 @@ private:
     std::mt19937 _random;
 };
 
-/// From where to where the camera sees something of the scene's depth, behind its near plane.
+/// The depths, from the near plane on, at which the camera may see the scene.
 Range seenDepthsOf(const Trial &trial)
 {
     const Region frustum = trial.camera.region();
@@ -268,7 +267,7 @@ Range seenDepthsOf(const Trial &trial)
     return depths;
 }
 
-/// The sides that a cascade adds: quadratic splits of these depths.
+/// The two planes that bound a cascade: quadratic splits of these depths.
 Region sliceOf(const Trial &trial, int level, int levels)
 {
     const HalfSpace nearSide = trial.camera.region()[0];
@@ -280,7 +279,7 @@ Region sliceOf(const Trial &trial, int level, int levels)
             {-1.0 * nearSide.normal, depthOf(level + 1) - nearSide.distance}};
 }
 
-/// Null for what is not known.
+/// A null pointer means unknown.
 bool process(const std::vector<Light *> &lights, RenderData &data, const Camera *camera, const Box *scene)
 {
     return ShadowMapManager::processLights(listOf(lights), data, camera ? &camera->view : nullptr,
@@ -294,7 +293,7 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// The part of the map, a square of side 2, under the points: under those of them that lie farthest one way or another.
+/// The part of the map, a square of side 2, that the convex hull of the points covers.
 double areaUsed(const std::vector<Vec> &corners, const RenderData::Transform &transform)
 {
     std::vector<Vec> places;
@@ -328,7 +327,7 @@ constexpr double kTolerance = 2e-3; ///< of coordinates in a map: half a texel o
 class ShadowMapManagerCullingTest : public MessageTest
 {
 protected:
-    /// Has each region that has a body judged with its projection: these come in the order of the regions.
+    /// Calls judge with each solid region and its projection. Projections are in the order of the regions.
     template <typename RegionOf, typename Judge>
     void judgeEach(const Trial &trial, const RenderData &data, int regions, RegionOf regionOf, Judge judge)
     {
@@ -372,7 +371,7 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatS
         Trial trial(seed);
         const bool withCamera = !trial.oneIn(10);
         const bool isSplit =
-            withCamera && seenDepthsOf(trial).size() > 0; // else cascades begin and end nowhere
+            withCamera && seenDepthsOf(trial).size() > 0; // otherwise the ends of cascades are arbitrary
         const int levels = isSplit ? std::max(1, int(seed % 6)) : 1;
         Light light;
         light.setType(Light::eDirectional);
@@ -396,11 +395,11 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatS
                 rangesOf(corners, [&](const Vec &p) { return Vec(toLight.map(p.rounded())); });
             const Ranges map = rangesOf(corners, at);
 
-            // The slice has the size of the map, but for the margin.
+            // The slice fills the map, except for the margin.
             EXPECT_NEAR(1.98, map.x.size(), kTolerance);
             EXPECT_NEAR(1.98, map.y.size(), kTolerance);
-            // It lies inside, as far as the light's origin lies within its width; otherwise the side next to the origin
-            // leaves the map by a hundredth of the distance.
+            // It is inside the map if the light's origin is within its width. Otherwise the side next to the origin is
+            // outside by a hundredth of the distance.
             const auto beyond = [](const Range &range) {
                 return std::max({0.0, range.lower, -range.upper}) / range.size();
             };
@@ -408,7 +407,7 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsHoldWhatIsSeenAndWhatS
             EXPECT_LT(reachOf(map.x), 1 + 0.02 * beyond(slice.x) + kTolerance);
             EXPECT_LT(reachOf(map.y), 1 + 0.02 * beyond(slice.y) + kTolerance);
 
-            // Depth runs from the first of the scene in the way of the light to the last that is seen.
+            // Depths begin at the first point of the scene in the path of the light, and end at the last that is seen.
             const Region inTheWay =
                 scene
                 + Region{atMost(toLight, 2, 1, slice.z.upper), atMost(toLight, 0, 1, slice.x.upper),
@@ -438,7 +437,7 @@ TEST_F(ShadowMapManagerCullingTest, TheSideNextToADistantOriginIsLostByAHundredt
 {
     const Box scene({-1, -1, -1}, {1, 1, 1});
     Trial trial(1);
-    for (const double widths : {0.0, 1.0, 5.0, 20.0}) { // from the scene's side to the origin
+    for (const double widths : {0.0, 1.0, 5.0, 20.0}) { // from the side of the scene to the light's origin
         Light light;
         light.setType(Light::eDirectional);
         QMatrix4x4 transform;
@@ -453,7 +452,7 @@ TEST_F(ShadowMapManagerCullingTest, TheSideNextToADistantOriginIsLostByAHundredt
             lost += isInside(project(data.transforms[0], point)) ? 0 : 1;
         }
         EXPECT_NEAR(widths < 1 ? 0 : widths / 99 - 0.005, lost / 1e4, 0.01)
-            << widths; // less half of the margin
+            << widths; // minus half of the margin
         recordPercent(qPrintable(QStringLiteral("lostAt%1Widths").arg(widths)), lost / 1e4);
     }
 }
@@ -487,13 +486,13 @@ TEST_F(ShadowMapManagerCullingTest, FarFromTheOriginNothingSeenIsInNoCascade)
 
 namespace {
 
-/// What a face of a point light looks at: its pyramid, by the light's axes.
+/// The pyramid of a face of a point light, from the light's axes.
 struct Face
 {
     Face(const QMatrix4x4 &light, int number, double tangent)
         : apex(column(light, 3))
     {
-        // The axis along which it looks, and the sign of it.
+        // The axis along which it looks, and the sign.
         static constexpr std::array<std::pair<int, double>, 6> kLooks = {
             {{2, -1}, {0, -1}, {0, 1}, {1, -1}, {1, 1}, {2, 1}}};
         const auto [axis, sign] = kLooks[size_t(number)];
@@ -509,7 +508,7 @@ struct Face
         }
     }
 
-    /// In the units of the light's own axis.
+    /// In units of the length of the light's axis.
     double depth(const Vec &point) const { return dot(forward, point - apex) / unit; }
     HalfSpace behind(double least) const { return {-1.0 * forward, -least * unit - dot(forward, apex)}; }
 
@@ -548,7 +547,7 @@ TEST_F(ShadowMapManagerCullingTest, FacesOfPointLightsHoldWhatIsSeenFromTheirNea
         const bool even = !trial.oneIn(4);
         const QVector3D place = trial.inScene() + trial.number(0, 1) * trial.reach * trial.direction();
         QMatrix4x4 placement = trial.lightTransform(place, even);
-        placement.scale(0.01f); // a light may have units of its own
+        placement.scale(0.01f); // a light may have its own unit of length
         light.setTransform(placement);
         RenderData data;
         process({&light}, data, withCamera ? &trial.camera : nullptr, &trial.scene);
@@ -571,8 +570,8 @@ TEST_F(ShadowMapManagerCullingTest, FacesOfPointLightsHoldWhatIsSeenFromTheirNea
             const std::vector<Vec> held = cornersOf(scene + lit + Region{face.behind(nearDepth)});
             EXPECT_TRUE(std::all_of(held.begin(), held.end(), [&](const Vec &p) { return isInside(at(p)); }));
 
-            // No more than that, but for what is too close to the light to have a direction. Under uneven axes the
-            // pyramid leaves the square from which the fit starts.
+            // And nothing else, except for points too close to the light to have a direction. With uneven axes the
+            // pyramid is larger than the square from which the fit starts.
             const auto isClose = [&](const Vec &p) { return face.depth(p) < 1e-3 * farDepth; };
             corners.erase(std::remove_if(corners.begin(), corners.end(), isClose), corners.end());
             const Ranges all = rangesOf(corners, at);
@@ -584,7 +583,7 @@ TEST_F(ShadowMapManagerCullingTest, FacesOfPointLightsHoldWhatIsSeenFromTheirNea
             }
             used.push_back(areaUsed(corners, transform));
 
-            // What stands between is held from the near plane on, at the same place of the map.
+            // Occluders beyond the near plane are in the map, at the same position as the point that they shadow.
             for (int k = 0; k < 20; ++k) {
                 const Vec seen = trial.within(held);
                 const double part = double(trial.number(0.01f, 1));
@@ -613,7 +612,7 @@ TEST_F(ShadowMapManagerCullingTest, FacesOfPointLightsHoldWhatIsSeenFromTheirNea
 
 namespace {
 
-/// Sees from z = 10 to z = -10, as wide and high as that.
+/// Sees z from 10 to -10, and 20 units in width and height.
 Camera boxCamera()
 {
     Camera camera;
@@ -644,7 +643,7 @@ TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneOrAFiniteViewNothingIsFitt
     EXPECT_FALSE(changed);
     EXPECT_EQ(0, data.projectorInfos[0].count);
 
-    // What is seen, then, is all of what is known.
+    // All that is known then counts as seen.
     Culling::ProcessCSMData csm;
     EXPECT_EQ(Culling::getWorldFrustrumPoints(camera.view, camera.projection),
               onlyCamera.getSceneCameraFrustrumPointsCSM(0, csm, {}));
@@ -663,7 +662,7 @@ TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneOrAFiniteViewNothingIsFitt
     }
     light.setType(Light::eDirectional);
     Camera endless;
-    endless.projection.perspective(60, 1, 1e-3f, 1e5f); // rounds to a far plane at infinity
+    endless.projection.perspective(60, 1, 1e-3f, 1e5f); // the far plane rounds to infinity
     EXPECT_FALSE(process({&light}, data, &endless, &scene));
     EXPECT_FALSE(process({&light}, data, &endless, &scene));
     EXPECT_MESSAGES(
@@ -683,7 +682,7 @@ TEST_F(ShadowMapManagerCullingTest, DirectionalProjectionsShowTheSliceUprightAnd
         RenderData data;
         ASSERT_TRUE(process({&light}, data, nullptr, &scene));
         ASSERT_EQ(1, data.projectorInfos[0].count);
-        // x by 2 / 4, y by 2 / 8, both less a hundredth; depth along z, whichever way the light shines.
+        // x by 2 / 4 and y by 2 / 8, both minus one hundredth; depth along z, whichever way the light shines.
         const Vec at = project(data.transforms[0], Vec(2, 4, hand > 0 ? 10 : 2));
         EXPECT_NEAR(0.99, at.x, 1e-6);
         EXPECT_NEAR(hand > 0 ? -0.99 : 0.99, at.y, 1e-6);
@@ -720,7 +719,7 @@ TEST_F(ShadowMapManagerCullingTest, LightsStopAtTheEndOfTheTable)
     RenderData data;
     const auto infos = [&](const std::vector<Light *> &lights) {
         EXPECT_TRUE(process(lights, data, &camera, &scene));
-        EXPECT_FALSE(process(lights, data, &camera, &scene)); // nothing has changed
+        EXPECT_FALSE(process(lights, data, &camera, &scene)); // nothing changed
         EXPECT_EQ(32, data.transformCount);
         EXPECT_EQ(32, data.transforms.size());
         return data.projectorInfos;
@@ -733,7 +732,7 @@ TEST_F(ShadowMapManagerCullingTest, LightsStopAtTheEndOfTheTable)
     EXPECT_EQ(0, shared[2].count);
     infos({&lamp, &lamp, &lamp});
 
-    // Nor does a light wait for cascades without end that come out empty: here what is seen begins far behind the first.
+    // Nor does a light try countless empty cascades: what is seen here begins far after the first one.
     const Box aside({12, -1, -100}, {13, 1, 9});
     Camera narrow = boxCamera();
     narrow.projection.setToIdentity();

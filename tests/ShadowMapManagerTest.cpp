@@ -1,4 +1,4 @@
-// The table of depth projections: who gets which, when it counts as changed, and how it reaches a program.
+// The table of projections: which light gets which, when the table counts as changed, and how programs receive it.
 
 #include "support/GLFixture.h"
 #include "support/ShadowTable.h"
@@ -25,7 +25,7 @@ const AssertionsOf asserted("ShadowMapManager.cpp");
 
 using Infos = std::vector<std::pair<int, int>>;
 
-/// A list of lights in the host's wrapping, and the table.
+/// A list of lights as a host passes it, and the table.
 class ShadowMapManagerTest : public GLTest
 {
 protected:
@@ -39,7 +39,7 @@ protected:
 
     bool process() { return ShadowMapManager::processLights(_list, _data); }
 
-    /// Count and index of each of the first lights.
+    /// Count and index of the first lights.
     Infos infos(int lights) const
     {
         Infos result;
@@ -109,7 +109,7 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
     ASSERT_TRUE(process());
     EXPECT_EQ((Infos{{6, 0}}), infos(1));
     ASSERT_EQ(6, gSextantProjectionModelview.size());
-    // What each face has in its middle, and to its right and above: the edge is at 45.5 degrees.
+    // The directions at the centre of each face, to its right and above: the edge is at 45.5 degrees.
     const struct
     {
         QVector3D middle, right, above;
@@ -193,7 +193,7 @@ TEST_F(ShadowMapManagerTest, TellsWhichFramesOfAnAnimationNeedNewLayers)
     for (int still = 0; still < 3; ++still) {
         EXPECT_FALSE(frame());
     }
-    for (int step = 1; step < 4; ++step) { // whatever moves
+    for (int step = 1; step < 4; ++step) { // any motion
         view.translate(0.01f, 0, 0);
         EXPECT_TRUE(frame());
         spot.setSpotCutoff(0.5f + 0.1f * float(step));
@@ -202,11 +202,11 @@ TEST_F(ShadowMapManagerTest, TellsWhichFramesOfAnAnimationNeedNewLayers)
         EXPECT_TRUE(frame());
         EXPECT_FALSE(frame());
     }
-    spot.setOn(false); // all behind it move up
+    spot.setOn(false); // the following lights move up
     EXPECT_TRUE(frame());
     EXPECT_EQ(1, _data.projectorInfos[2].index);
     EXPECT_FALSE(frame());
-    _list.removeLast(); // the rest stays where it is
+    _list.removeLast(); // the indices of the others do not change
     EXPECT_TRUE(frame());
     EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 0}}), infos(3));
     sun.setCSMLevels(3);
@@ -226,13 +226,13 @@ TEST_F(ShadowMapManagerTest, TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix)
     EXPECT_TRUE(process());
     first.setOn(true);
     EXPECT_TRUE(process());
-    second.setOn(false); // only the number of projections
+    second.setOn(false); // changes the number of projections only
     EXPECT_TRUE(process());
-    _list.removeLast(); // only the number of lights
+    _list.removeLast(); // changes the number of lights only
     EXPECT_TRUE(process());
     EXPECT_FALSE(process());
 
-    // Without any caster there is nothing to draw anew.
+    // Without a caster there is no layer to draw.
     const auto expectNoShadow = [&](const QVariant &lights, int count) {
         EXPECT_TRUE(process());
         EXPECT_FALSE(ShadowMapManager::processLights(lights, _data));
@@ -282,7 +282,7 @@ protected:
         _variant = QVariant::fromValue<QObject *>(&_data);
     }
 
-    /// What GL holds; its numbers are exact as floats.
+    /// The values of a uniform in GL. Integers of the table are exact as floats.
     std::array<GLfloat, 16> held(const QString &name)
     {
         std::array<GLfloat, 16> values = {};
@@ -374,7 +374,7 @@ TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
     EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
     EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), _variant)); // no unit is free
+    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), _variant)); // no texture unit is free
     EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
     _data.projectionTexture = nullptr;
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));

@@ -1,5 +1,5 @@
-// What the shader makes of the table and the layers: its functions against a model of them, and shadowed against lit
-// against rays through the same triangles.
+// The look-ups in the shader: its functions compared with a model of them, and shadows compared with rays through the same
+// triangles.
 
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
@@ -27,7 +27,7 @@ namespace {
 using Light = ShadowMapManager::Light;
 using RenderData = ShadowMapManager::RenderData;
 
-/// Asks the shader at many points at once: one pixel for each.
+/// Evaluates the shader at many points at once: one pixel for each.
 class Probe
 {
 public:
@@ -41,7 +41,7 @@ public:
         EXPECT_TRUE(_program.link()) << qPrintable(_program.log());
     }
 
-    /// The answers of the three functions to a light that shines along z, or without a light the debug picture.
+    /// The results of the three functions for a light that shines along z, or without a light the debug picture.
     std::vector<QVector4D> ask(RenderData &data, const std::vector<QVector3D> &points,
                                std::optional<unsigned int> light = {}, const QVector3D &normal = {})
     {
@@ -88,7 +88,7 @@ void main()
     ShaderProgram _program{nullptr};
 };
 
-/// Layers as a host should have them: what lies beside one is free of shadow.
+/// Layers as a host should create them: outside of one there is no shadow.
 void makeLayers(Texture &layers, unsigned int format, int size, int count)
 {
     layers.create3D(GL_TEXTURE_2D_ARRAY, format, size, size, count);
@@ -100,7 +100,7 @@ void makeLayers(Texture &layers, unsigned int format, int size, int count)
     }
 }
 
-/// The same, each texel of two moments.
+/// The same with two moments in each texel.
 void makeLayers(Texture &layers, int size, const std::vector<QVector2D> &texels)
 {
     const int count = int(texels.size()) / (size * size);
@@ -111,18 +111,18 @@ void makeLayers(Texture &layers, int size, const std::vector<QVector2D> &texels)
 
 using ShadowVisibilityTest = GLTest;
 
-// The functions, against a model.
+// The functions compared with a model.
 
 constexpr int kTexels = 4;
 constexpr int kLayers = 3;
 
-/// First and second moment of the depth in a layer's texel; some texels are empty, or too close.
+/// First and second moment of the depth in a layer's texel; some texels are empty, or closer than the projection begins.
 QVector2D momentsOf(int layer, int x, int y)
 {
     static constexpr float kDepths[] = {0.5f, 0.0f, 1.0f, 0.25f, 0.75f, -0.25f, 1.5f, 0.625f};
     const float depth = kDepths[(layer + x + 4 * y) % 8];
     return {depth,
-            depth * depth + 0.01f * float((x + layer) % 3 - 1)}; // rounding may leave a variance below 0
+            depth * depth + 0.01f * float((x + layer) % 3 - 1)}; // rounding may make a variance negative
 }
 
 struct Model
@@ -131,7 +131,7 @@ struct Model
     bool variance;
     float clamp;
 
-    /// Of the three functions.
+    /// The results of the three functions.
     QVector4D operator()(unsigned int light, const QVector3D &point, float bias) const
     {
         const auto [count, first] = data.projectorInfos[int(std::min(light, 31u))];
@@ -149,7 +149,7 @@ struct Model
     }
 
 private:
-    /// What the layer holds there, and the depth of the point; behind the projection that of no shadow.
+    /// The moments of the layer there, and the depth of the point. Behind the light: values that mean no shadow.
     std::pair<QVector2D, float> at(int projector, const QVector3D &point) const
     {
         const QVector4D clip = matrixOf(data.transforms[projector]) * QVector4D(point, 1);
@@ -231,7 +231,7 @@ TEST_F(ShadowVisibilityTest, FunctionsAnswerAsTheirModelDoesForBothKindsOfLayers
             }
         }
     }
-    // With the clamping at its end what is lit stays lit.
+    // With the maximum clamp, lit points stay lit.
     ShadowMapManager::setVarianceClamping(1);
     EXPECT_EQ(QVector4D(1, 1, 1, 0), Probe(1).ask(data, {{-0.9f, -0.9f, 0.25f}}, 0).front());
     ShadowMapManager::setVarianceClamping(0.1f);
@@ -260,13 +260,12 @@ TEST_F(ShadowVisibilityTest, TheDebugPictureShowsTheTableBelowAndTheLayersInAGri
     }
 }
 
-// Shadowed against lit, against rays.
+// Shadows compared with rays.
 
 namespace {
 
 constexpr int kMapSize = 256;
-constexpr double kDepthStep =
-    1e-5; ///< by which the layers are moved away from the light, beside half a texel of slope
+constexpr double kDepthStep = 1e-5; ///< bias, in addition to half a texel of slope
 
 struct Triangle
 {
@@ -274,7 +273,7 @@ struct Triangle
 
     Vec normal() const { return cross(b - a, c - a); }
 
-    /// Where a ray meets the plane, and whether that lies inside (Möller and Trumbore, 1997).
+    /// Where a ray intersects the plane, and whether that is inside the triangle (Möller and Trumbore, 1997).
     double planeAt(const Vec &from, const Vec &along) const
     {
         return dot(normal(), a - from) / dot(normal(), along);
@@ -289,7 +288,7 @@ struct Triangle
     }
 };
 
-/// A floor, boxes and loose triangles in a box of 10 units.
+/// A floor, boxes and single triangles in a cube of 10 units.
 class Scene
 {
 public:
@@ -315,7 +314,7 @@ public:
         }
     }
 
-    /// A point on the triangle, every other one on the floor.
+    /// A random triangle and a point on it. Half of the points are on the floor.
     std::pair<size_t, Vec> somewhere()
     {
         const size_t triangle = _random() % 2 == 0 ? _random() % 2 : _random() % triangles.size();
@@ -329,7 +328,7 @@ public:
         return {triangle, t.a + u * (t.b - t.a) + v * (t.c - t.a)};
     }
 
-    /// The first triangle on a ray.
+    /// The distance to the first triangle on a ray.
     double firstHit(const Vec &from, const Vec &along) const
     {
         double first = HUGE_VAL;
@@ -369,7 +368,7 @@ private:
     std::mt19937 _random{3};
 };
 
-/// Draws the layers of a table as a host does, into a depth texture of its own.
+/// Draws the layers of a table into its own depth texture, as a host does.
 class Layers
 {
 public:
@@ -416,10 +415,10 @@ void main()
     Texture _texture{nullptr};
 };
 
-/// Whether a point is lit; nothing at an edge.
+/// Whether a point is lit; no value at the edge of a shadow.
 using Verdict = std::optional<bool>;
 
-/// What a projection should say of a point, by rays through its place in the map and through those up to a texel away.
+/// The expected result for a point, from rays through its position in the map and through positions up to a texel away.
 class Judge
 {
 public:
@@ -433,18 +432,18 @@ public:
     {
     }
 
-    /// Whether the point has a place in the map.
+    /// Whether the point is in the map.
     bool holds(const Vec &point) const
     {
         const QVector4D at = project(point);
         return at.w() > 0 && std::abs(at.x()) <= at.w() && std::abs(at.y()) <= at.w();
     }
 
-    /// The one of two points on a ray of light that it reaches first.
+    /// Of two points on a ray of light, the one that the light reaches first.
     Vec closer(const Vec &a, const Vec &b) const { return place(a).z() < place(b).z() ? a : b; }
 
-    /// The point moved toward the light until no part of its own plane in its texel is closer to it: the bias that keeps
-    /// a surface from shadowing itself. By how much the plane's depth changes over a texel decides.
+    /// The point moved toward the light until no part of its plane inside its texel is closer to the light: the bias
+    /// that avoids shadow acne, from the change of the plane's depth across a texel.
     Vec biased(size_t receiver, const Vec &point) const
     {
         const QVector3D at = place(point);
@@ -461,7 +460,7 @@ public:
     {
         const QVector3D at = place(point);
         const Verdict here = atPlace(receiver, at.z(), point);
-        for (int x = -2; x <= 2; ++x) { // half a texel a step
+        for (int x = -2; x <= 2; ++x) { // in steps of half a texel
             for (int y = -2; y <= 2; ++y) {
                 const QVector3D beside = at + 0.5f * kTexel * QVector3D(float(x), float(y), 0);
                 if (atPlace(receiver, at.z(), _toWorld.map(beside)) != here) {
@@ -472,7 +471,7 @@ public:
         return here;
     }
 
-    /// Whether the light reaches the point, by the ray alone.
+    /// Whether the light reaches the point, from the ray alone.
     bool isLit(const Vec &point) const
     {
         const auto [from, along] = rayThrough(point);
@@ -520,7 +519,7 @@ struct Rig
 {
     const char *name;
     Light::Type type;
-    int projections; ///< as many as there must be
+    int projections; ///< the expected number
     int cascades;
     float cutoff;
 };
@@ -544,7 +543,7 @@ protected:
         _light.setSpotCutoff(rig.cutoff);
         QMatrix4x4 transform;
         if (rig.type == Light::eDirectional) {
-            transform.translate(0.5f, -1, 2); // within what is seen
+            transform.translate(0.5f, -1, 2); // inside the part of the scene that is seen
             transform.rotate(70, 1, 0.2f, 0.1f);
         } else {
             transform.translate(0.2f, rig.projections == 1 ? 4.5f : 0.6f, 0.4f);
@@ -562,7 +561,7 @@ protected:
         return std::max({std::abs(at.x()), std::abs(at.y()), std::abs(at.z())}) < at.w();
     }
 
-    /// Inside the cone, or in front of a face.
+    /// Whether the point is inside the cone or in the directions of the faces.
     bool isReached(const Vec &point) const
     {
         const Rig &rig = std::get<Rig>(GetParam());

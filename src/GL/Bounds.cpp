@@ -1,6 +1,7 @@
 #include "Bounds.h"
 
 #include "PlaneClipper.h"
+#include "private/BoxCorners.h"
 
 #include <QtGui/QVector4D>
 
@@ -12,7 +13,7 @@ namespace {
 
 constexpr float kFloatMax = std::numeric_limits<float>::max();
 
-/// The vector on the left; w is computed with the rest and left out.
+/// Takes the vector on the left and does not divide by w; see BoundsTest.MatricesTakeTheVectorOnTheLeft.
 QVector3D mapped(const QVector3D &point, const QMatrix4x4 &matrix)
 {
     return (QVector4D(point, 1.0f) * matrix).toVector3D();
@@ -39,12 +40,13 @@ Bounds::Bounds(const QVector3D &lower, const QVector3D &upper)
 }
 
 Bounds::Bounds(const QVector<QVector3D> &points)
-    : _lower(kFloatMax, kFloatMax, kFloatMax)
+    : _lower(kFloatMax, kFloatMax, kFloatMax) // inverted until a point is added
     , _upper(-kFloatMax, -kFloatMax, -kFloatMax)
 {
     for (const QVector3D &point : points) {
+        // The order of the arguments: for a NaN qMin returns its second argument and qMax its first, the corner so far.
         _lower = minimum(point, _lower);
-        _upper = maximum(_upper, point); // the order passes a NaN over, as above
+        _upper = maximum(_upper, point);
     }
 }
 
@@ -77,16 +79,16 @@ bool Bounds::isInside(const QVector3D &point) const
 QVector<QVector3D> Bounds::corners() const
 {
     QVector<QVector3D> result;
-    result.reserve(8);
-    for (int corner = 0; corner < 8; ++corner) {
-        result.append(QVector3D(corner & 1 ? _upper.x() : _lower.x(), corner & 2 ? _upper.y() : _lower.y(),
-                                corner & 4 ? _upper.z() : _lower.z()));
+    result.reserve(kBoxCorners);
+    for (int corner = 0; corner < kBoxCorners; ++corner) {
+        result.append(boxCorner(corner, _lower, _upper));
     }
     return result;
 }
 
 QVector<Plane> Bounds::planes() const
 {
+    // The order of PlaneClipper, each through a corner of its face.
     const QVector<QVector3D> corner = corners();
     QVector<Plane> result;
     result.reserve(6);
@@ -107,7 +109,7 @@ ClipperVolume Bounds::clippingVolume() const
     return volume;
 }
 
-// Two corners only, on purpose: operator* is the enclosing form.
+// Two corners only: hosts call operator* for the enclosing box. See BoundsTest.MatricesTakeTheVectorOnTheLeft.
 Bounds Bounds::transform(const QMatrix4x4 &matrix) const
 {
     return Bounds(QVector<QVector3D>{mapped(_lower, matrix), mapped(_upper, matrix)});
@@ -117,9 +119,12 @@ QVector<QVector3D> Bounds::frustrumClipped(const QVector<Plane> &frustumPlanes,
                                            const QVector<QVector3D> &frustumPoints,
                                            const QVector<Plane> &extraPlanes) const
 {
+    // 1. The faces of the box inside the frustum. They miss the part of the frustum that ends inside the box.
     const auto boxLoops = PlaneClipper::getFrustrumLoops(corners());
     QVector<QVector3D> points =
         PlaneClipper::loopsToPoints(PlaneClipper::clip(frustumPlanes + extraPlanes, boxLoops));
+
+    // 2. The faces of the frustum inside the box.
     if (!frustumPoints.isEmpty()) {
         const auto frustumLoops = PlaneClipper::getFrustrumLoops(frustumPoints);
         points += PlaneClipper::loopsToPoints(PlaneClipper::clip(planes() + extraPlanes, frustumLoops));

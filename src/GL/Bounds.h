@@ -10,45 +10,47 @@ namespace Orvane { namespace Zel {
 
 /// An axis-aligned box.
 ///
-/// Units:   those of the points.
-/// Context: none; a plain value, usable on any thread.
-/// Errors:  none. Nothing sorts the two corners, and all comparisons are exact.
-/// Source:  -
+/// Corners and planes are in the orders of PlaneClipper. The planes point outward.
+/// Matrices take the vector on the left: a translation is in the bottom row.
+/// Transpose a matrix that was built with QMatrix4x4::translate().
 ///
-/// Corners and planes come in the orders of PlaneClipper; the planes point out of
-/// the box. Matrices are applied with the vector on the left, so a translation
-/// stands in the bottom row, not where QMatrix4x4::translate() puts it.
+/// \snippet geometry.cpp Bounds
+///
+/// Units:   those of the points.
+/// Context: none; a plain value for any thread.
+/// Errors:  none. The two corners are not sorted, and all comparisons are exact.
 class ZELGL_EXPORT Bounds
 {
 public:
-    /// All zeros: the null box.
+    /// The null box: all values are 0.
     Bounds();
     Bounds(const QVector3D &lower, const QVector3D &upper);
-    /// The smallest box around the points. Around no points it is inverted, lower
-    /// above upper, and nothing is inside.
+    /// The smallest box around the points. Without points the box is inverted: its
+    /// lower corner is above the upper, and no point is inside.
     explicit Bounds(const QVector<QVector3D> &points);
 
-    /// Whether both corners are equal; not so with any NaN.
+    /// Returns whether both corners are equal; false for a box with a NaN.
     bool isNull() const;
     QVector3D boxLowerBounds() const;
     QVector3D boxUpperBounds() const;
 
-    /// Both ends included. The pointer form reads three floats.
+    /// Returns whether the point is inside or on the surface. \a xyz is three floats.
     bool isInside(const float *xyz) const;
     bool isInside(const QVector3D &point) const;
 
     QVector<QVector3D> corners() const;
     QVector<Plane> planes() const;
-    /// Faces and planes, for the clipper.
+    /// Returns the faces and planes, for PlaneClipper::clip().
     ClipperVolume clippingVolume() const;
 
-    /// The box around the two mapped corners alone. Under a rotation it is smaller
-    /// than operator*, which maps all eight.
+    /// Returns the box around the lower and the upper corner, transformed. It holds
+    /// the transformed box only if the matrix neither rotates nor shears; operator* always does.
     Bounds transform(const QMatrix4x4 &matrix) const;
 
-    /// The corners of the intersection with a frustum and \a extraPlanes: first
-    /// this box cut by the frustum's planes, then, if the frustum's corners are
-    /// given too, the frustum cut by this box. A corner that both find stands twice.
+    /// Returns the corners of the intersection with a frustum and \a extraPlanes:
+    /// first those of this box clipped by the frustum's planes, then, unless
+    /// \a frustumPoints is empty, those of the frustum clipped by this box. A corner
+    /// that both have is listed twice.
     QVector<QVector3D> frustrumClipped(const QVector<Plane> &frustumPlanes,
                                        const QVector<QVector3D> &frustumPoints,
                                        const QVector<Plane> &extraPlanes) const;
@@ -58,7 +60,7 @@ private:
     QVector3D _upper;
 };
 
-/// The box around all eight mapped corners, without a division by w.
+/// Returns the box around all eight corners, transformed without division by w.
 ZELGL_EXPORT Bounds operator*(const Bounds &bounds, const QMatrix4x4 &matrix);
 
 }} // namespace Orvane::Zel

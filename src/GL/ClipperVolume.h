@@ -6,16 +6,17 @@
 
 namespace Orvane { namespace Zel {
 
-/// A convex volume: its faces, and the planes that bound it beside them.
+/// A convex volume: its faces, and the planes that bound it.
+///
+/// A face is a loop: the corners of a planar convex polygon in order, without the
+/// first repeated at the end. A face that is counter-clockwise as seen from outside
+/// has a plane that points outward.
+///
+/// \snippet geometry.cpp ClipperVolume
 ///
 /// Units:   those of the points.
-/// Context: none; a plain value, usable on any thread.
-/// Errors:  none; that faces and planes agree is the caller's word.
-/// Source:  boundary representation of convex polyhedra.
-///
-/// A face is a loop: the corners of one planar convex polygon in order, closing
-/// from the last point back to the first. Counter-clockwise as seen from outside,
-/// if its plane is to point outward.
+/// Context: none; a plain value for any thread.
+/// Errors:  none. The caller ensures that faces and planes describe the same volume.
 struct ZELGL_EXPORT ClipperVolume
 {
     /// Appends a triangle and its plane.

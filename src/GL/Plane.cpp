@@ -4,7 +4,7 @@
 
 namespace Orvane { namespace Zel {
 
-// The distance stays unset: default planes only fill lists that are written next.
+// The distance stays uninitialised: default planes only fill lists whose elements are assigned next.
 Plane::Plane() {}
 
 Plane::Plane(const QVector3D &planeNormal, float planeDistance)
@@ -18,8 +18,8 @@ Plane::Plane(const QVector3D &planeNormal, const QVector3D &point)
 {
 }
 
-// Not QVector3D::normal(), which returns zero for points that are within 1e-3 of each other, as corners of a near plane
-// may be.
+// Not QVector3D::normal(): it returns zero for points within 1e-3 of each other, which the corners of a near plane can be;
+// see PlaneTest.ThreePointsGiveAUnitNormalUnlessTheyAreInLine.
 Plane::Plane(const QVector3D &a, const QVector3D &b, const QVector3D &c)
     : Plane(DoubleVector::normal(DoubleVector(a), DoubleVector(b), DoubleVector(c)).rounded(), a)
 {

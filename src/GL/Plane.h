@@ -6,35 +6,36 @@
 
 namespace Orvane { namespace Zel {
 
-/// A plane in normal and distance form: p is on it when dot(normal, p) equals
-/// the distance.
+/// A plane in Hesse normal form: a point p is on it when dot(normal, p) equals the
+/// distance.
 ///
-/// Units:   those of the points. The normal is used as it is given; only with one
-///          of length 1 are distances true distances.
-/// Context: none; a plain value, usable on any thread.
-/// Errors:  none. All comparisons are exact, there is no tolerance anywhere.
-/// Source:  Hesse normal form.
+/// The inside is the side of negative or zero distance. The planes of a volume
+/// point outward.
 ///
-/// The inside of a plane is the side of negative or zero distance: the planes of
-/// a volume point out of it.
+/// \snippet geometry.cpp Plane
+///
+/// Units:   those of the points. The normal is not normalised: DistanceTo() returns
+///          lengths only if the normal has length 1.
+/// Context: none; a plain value for any thread.
+/// Errors:  none. All comparisons are exact, without tolerance.
 class ZELGL_EXPORT Plane
 {
 public:
-    /// A zero normal. The distance is not set.
+    /// The normal is zero. The distance is uninitialised.
     Plane();
     Plane(const Plane &other) = default;
     Plane &operator=(const Plane &other) = default;
 
     Plane(const QVector3D &planeNormal, float planeDistance);
-    /// Through a point.
+    /// The plane through a point.
     Plane(const QVector3D &planeNormal, const QVector3D &point);
-    /// Through three points, counter-clockwise as seen from where the normal
-    /// points. The normal has length 1, however close the points are, or 0 when
-    /// they are collinear.
+    /// The plane through three points, which are counter-clockwise as seen from the
+    /// outside. The normal has length 1, however close the points are to each
+    /// other, or length 0 if they are collinear.
     Plane(const QVector3D &a, const QVector3D &b, const QVector3D &c);
 
     float DistanceTo(const QVector3D &point) const;
-    /// -1 inside, 1 outside, 0 on the plane.
+    /// Returns -1 inside, 1 outside, and 0 on the plane or for a NaN.
     int WhichSide(const QVector3D &point) const;
 
     QVector3D normal;

@@ -7,14 +7,17 @@
 
 namespace Orvane { namespace Zel {
 
-/// A light as the shadow service sees it; ShadowMapManager::Light.
+/// A light that may cast shadows; also named ShadowMapManager::Light.
 ///
-/// Units:   transform places the light in the world. A spot light looks along its
-///          -z axis, a directional light shines along its +z axis, a point light's
-///          first face looks along its -z axis. Angles in radians.
+/// A QObject, so that hosts can pass it as QObject* in a QVariant.
+///
+/// \snippet shadows.cpp ShadowMapLight
+///
+/// Units:   radians. The transform maps the light's space to the world. A spot light
+///          looks along its -z axis, a directional light shines along its +z axis,
+///          and the first face of a point light looks along its -z axis.
 /// Context: none.
-/// Errors:  none; any value is kept.
-/// Source:  none; a plain record that a QVariant can carry as QObject*.
+/// Errors:  none; all values are stored as they are.
 class ZELGL_EXPORT ShadowMapLight : public QObject
 {
     Q_OBJECT
@@ -33,12 +36,12 @@ public:
     bool shadowCaster() const { return _shadowCaster; }
     void setShadowCaster(bool shadowCaster) { _shadowCaster = shadowCaster; }
 
-    /// The wanted number of cascades; below 2 there is one projection.
+    /// The requested number of cascades. Below 2 the light has no cascades.
     int csmLevels() const { return _csmLevels; }
     void setCSMLevels(int levels) { _csmLevels = levels; }
 
-    /// Half the cone's angle. Of a point light it picks the faces: 0 or below six,
-    /// up to pi / 4 one, up to 3 pi / 4 five, above that six.
+    /// Half the angle of the cone. For a point light it chooses the number of faces:
+    /// six up to 0, one up to pi / 4, five up to 3 pi / 4, and six above.
     float spotCutoff() const { return _spotCutoff; }
     void setSpotCutoff(float radians) { _spotCutoff = radians; }
 

@@ -5,6 +5,8 @@
 #include "ShaderProgram.h"
 #include "ShadowMapManagerCulling.h"
 #include "Texture.h"
+#include "private/ShadowFit.h"
+#include "private/ShadowTable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,8 +24,10 @@ using ProjectorInfo = RenderData::ProjectorInfo;
 
 constexpr float kNear = 0.1f;
 constexpr float kFar = 100.0f;
-// A degree more than a right angle: neighbouring faces overlap, and the shader takes the least of them.
-constexpr float kFaceAngle = 91.0f;
+
+static_assert(ShadowMapManager::kShadowMapInfoArraySizeMax == kShadowTableLights, "one limit of lights");
+static_assert(ShadowMapManager::kShadowMapTransformArraySizeMax == kShadowTableProjections,
+              "one limit of projections");
 
 float gVarianceClamping = 0.1f;
 
@@ -32,7 +36,7 @@ RenderData *toRenderData(const QVariant &variant)
     return qobject_cast<RenderData *>(variant.value<QObject *>());
 }
 
-/// Fills the run of one light after the other.
+/// Fills the table light by light. The projections of a light are consecutive: info.index is the first.
 class TableFiller
 {
 public:
@@ -46,10 +50,12 @@ public:
     {
         ProjectorInfo &info = _renderData.projectorInfos[lightNumber];
         _changed = _changed || info.index != _projectorIndex;
+        // Also for a light without projections: the same projection may belong to another light in the next frame, see
+        // ShadowMapManagerTest.TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix.
         info.index = _projectorIndex;
         info.count = 0;
         ZEL_ASSERT(NULL != light, "Light %d is NULL", lightNumber);
-        if (light == nullptr || isFull() || !light->on() || !light->shadowCaster()) {
+        if (light == nullptr || isTableFull(_renderData, info) || !light->on() || !light->shadowCaster()) {
             return;
         }
         switch (light->type()) {
@@ -69,16 +75,13 @@ public:
     bool changed() const { return _changed; }
 
 private:
-    bool isFull() const { return _projectorIndex >= _renderData.transforms.size(); }
-
     void addProjection(ProjectorInfo &projectorInfo, const QMatrix4x4 &matrix)
     {
         const int projectorIndex = _projectorIndex;
         ZEL_ASSERT((projectorInfo.index + projectorInfo.count) == projectorIndex,
                    "projection Info (%d,%d) and projectorIndex %d are out of sync", projectorInfo.index,
                    projectorInfo.count, projectorIndex);
-        _changed = _renderData.setTransform(_projectorIndex, matrix, RenderData::BlurInfo().blur) || _changed;
-        ++projectorInfo.count;
+        appendProjection(_renderData, projectorInfo, matrix, _changed);
         ++_projectorIndex;
     }
 
@@ -87,6 +90,7 @@ private:
         QMatrix4x4 view;
         view.lookAt(QVector3D(0, 0, 0), QVector3D(0, 0, -1), QVector3D(0, 1, 0));
         QMatrix4x4 projection;
+        // Twice the half angle, in degrees. Spot lights are not fitted to what is seen.
         projection.perspective(light.spotCutoff() * 360.0f / static_cast<float>(M_PI), 1.0f, kNear, kFar);
         addProjection(info, projection * view * light.transform().inverted());
     }
@@ -97,8 +101,10 @@ private:
             _projectorIndex += info.count;
             return;
         }
+        // Without a known scene: all faces, out to a fixed distance.
         const QMatrix4x4 toLight = light.transform().inverted();
-        for (int face = 0; face < gSextantProjectionModelview.size() && !isFull(); ++face) {
+        for (int face = 0; face < gSextantProjectionModelview.size() && !isTableFull(_renderData, info);
+             ++face) {
             addProjection(info, gSextantProjectionModelview.at(face) * toLight);
         }
     }
@@ -109,7 +115,8 @@ private:
             _projectorIndex += info.count;
             return;
         }
-        // 8 units wide and high, 6 units of depth to either side of the light.
+        // 8 units wide and high, and 6 units deep on each side of the light; see
+        // ShadowMapManagerTest.SpotsGetTwiceTheirCutoffAndWithoutCameraAndSceneTheSunAFixedBox.
         QMatrix4x4 box;
         box.scale(0.25f, 0.25f, 1.0f);
         box.scale(1.0f, 1.0f, 0.083333336f);
@@ -165,7 +172,7 @@ void ShadowMapManager::setupSextant()
         return;
     }
     QMatrix4x4 projection;
-    projection.perspective(kFaceAngle, 1.0f, kNear, kFar);
+    projection.perspective(kShadowFaceAngle, 1.0f, kNear, kFar);
     gSextantProjectionModelview.clear();
     for (const Face &face : faces) {
         QMatrix4x4 view;
@@ -207,9 +214,10 @@ bool ShadowMapManager::processLights(QVariant lights, RenderData &renderData, co
         renderData.lightCount = lightCount;
         renderData.transformCount = filler.projectorIndex();
         if (renderData.transformCount == 0) {
-            changed = false; // without any shadow there is nothing to draw anew
+            changed = false; // without projections there is no layer to draw
         }
     }
+    // Shaders look up lights by their index: those that are gone must have no projections.
     for (int i = lightCount; i < infoMax; ++i) {
         renderData.projectorInfos[i] = ProjectorInfo();
     }
@@ -225,12 +233,13 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
 {
     const RenderData *renderData = toRenderData(dataVariant);
     if (renderData == nullptr) {
-        // The conditions are part of the messages.
+        // Messages quote the conditions as they are written.
         // clang-format off
         ZEL_ASSERT_RETURN(false == dataVariant.isNull(), false, "NULL render data variant used");
         ZEL_ASSERT_RETURN(true == dataVariant.canConvert<QObject*>(), false, "render data is not a 'QObject*' type is '%s'", dataVariant.typeName());
         ZEL_ASSERT_RETURN(NULL != dataVariant.value<QObject*>(), false, "NULL QObject render data");
         // clang-format on
+        // Required: printed, not logged; see ShadowMapManagerBindTest.WhatCannotBeBoundIsDiagnosedAndLeftAlone.
         std::printf("Type '%s'\n", dataVariant.value<QObject *>()->metaObject()->className());
         ZEL_ASSERT(NULL != renderData, "NULL render data used");
         return false;
@@ -249,6 +258,8 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
     program->setUniform(sampler, QVariant(static_cast<int>(texture->unit())));
     program->setUniform(varianceClamp, QVariant(gVarianceClamping));
 
+    // The host may have resized the public tables. Elements beyond the shader's arrays are not sent; see
+    // ShadowMapManagerBindTest.TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem.
     ZEL_ASSERT(kShadowMapInfoArraySizeMax == renderData->projectorInfos.size(),
                "Projector Info Array size %d does not match size required by shader %d",
                renderData->projectorInfos.size(), kShadowMapInfoArraySizeMax);

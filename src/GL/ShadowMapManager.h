@@ -15,28 +15,27 @@ namespace Orvane { namespace Zel {
 class GLSLMacroProcessor;
 class ShaderProgram;
 
-/// From lights to a table of depth projections that shaders read.
+/// Shadow maps: turns the lights of a frame into a table of projections, which the
+/// host renders depth layers with and shaders look up.
 ///
-/// A frame: processLights() when lights, camera or scene changed; where it says so,
-/// the host draws the layers of the RenderData; bind() and unbind() around shaded
-/// drawing, whose shader asks shadowMapGetVisibility() of ShadowMapManager.glslh.
+/// In each frame, call processLights() if lights, camera or scene changed. If it
+/// returns true, draw the layers of the RenderData, as docs/shadows.md describes.
+/// Call bind() before shaded draws and unbind() after them; their shaders call
+/// shadowMapGetVisibility() of ShadowMapManager.glslh.
 ///
-/// A spot light takes one projection; a directional light one, or one a cascade; a
-/// point light up to six, by cone and by what the camera sees.
+/// A spot light has one projection. A directional light has one, or one for each
+/// cascade. A point light has up to six, depending on its cone and on the camera.
 ///
-/// Units:   world space; at most 32 lights and 32 projections. A light beyond the
-///          end of the table is not shadowed, or in part. Matrices and positions are
-///          rounded to single precision: far from the origin shadows are coarse.
-/// Context: bind() and unbind() alone.
-/// Errors:  logged. bind() returns false, and sends nothing to the program, for null
-///          arguments and when no texture unit is free. A camera with a far plane at
-///          infinity leaves directional and point lights without shadows: a warning,
-///          once in the process.
-/// Source:  Williams, Casting Curved Shadows on Curved Surfaces, 1978; Donnelly and
-///          Lauritzen, Variance Shadow Maps, 2006.
+/// \snippet shadows.cpp ShadowMapManager
 ///
-/// Lights and RenderData are the host's, handed over as QObject* in a QVariant. How it
-/// draws the layers stands in docs/shadows.md.
+/// Units:   world space. At most 32 lights and 32 projections; a light beyond these
+///          limits has no shadow or a part of it. Matrices and positions are in
+///          single precision: far from the origin shadows are coarse.
+/// Context: required by bind() and unbind() only. Call all functions on one thread.
+/// Errors:  logged. bind() returns false without setting a uniform if an argument is
+///          null or no texture unit is free. A camera with its far plane at infinity
+///          leaves directional and point lights without shadows; the first one is
+///          logged as a warning.
 class ZELGL_EXPORT ShadowMapManager
 {
 public:
@@ -48,28 +47,32 @@ public:
 
     ShadowMapManager() = delete;
 
-    /// The GLSL file that implements ShadowMapManager.glslh.
+    /// Returns the name of the GLSL file that implements ShadowMapManager.glslh.
     static QString getShaderFile();
-    /// Adds the defines. Bit 0 of \a options: the layers are variance maps.
+    /// Adds the defines of that file. Bit 0 of \a options: the layers are variance
+    /// shadow maps.
     static void setup(GLSLMacroProcessor *processor, int options);
-    /// Of variance maps: the probability that counts as no light at all; 0.1 at first.
+    /// Sets the visibility up to which a variance map counts as full shadow, against
+    /// light bleeding; initially 0.1.
     static void setVarianceClamping(float clamping);
-    /// Fills gSextantProjectionModelview, once.
+    /// Fills gSextantProjectionModelview unless it is filled.
     static void setupSextant();
 
-    /// Fills the table. True when it changed. \a lights is a list of QObject*, each
-    /// a Light. With camera and scene box the projections are fitted to what is seen.
+    /// Fills the table. Returns true if the layers must be drawn again. \a lights is a
+    /// QVariantList of QObject*, each a Light. The pointers may be null; with a scene
+    /// box and a camera the projections are fitted to what the camera sees.
     static bool processLights(QVariant lights, RenderData &renderData, const QMatrix4x4 *view,
                               const QMatrix4x4 *projection, const QPair<QVector3D, QVector3D> *sceneBounds);
     static bool processLights(QVariant lights, RenderData &renderData);
 
-    /// Binds the texture and hands the table to the uniforms of the program, which the
-    /// caller has bound. \a dataVariant is a QObject*, a RenderData.
+    /// Binds the texture and sets the uniforms of the program, which must be bound.
+    /// \a dataVariant holds a QObject*, a RenderData.
     static bool bind(ShaderProgram *program, QVariant dataVariant);
     static bool unbind(ShaderProgram *program, QVariant dataVariant);
 };
 
-/// The projections of the six faces of a point light.
+/// The projections of the six faces of a point light at the origin, used if the scene
+/// is unknown.
 ZELGL_EXPORT extern QVector<QMatrix4x4> gSextantProjectionModelview;
 
 // Known by this namespace too.

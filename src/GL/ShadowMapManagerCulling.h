@@ -7,21 +7,22 @@
 
 namespace Orvane { namespace Zel {
 
-/// Fits shadow projections to what the viewer can see: the scene box, the camera's
-/// frustum or a cascade's slice of it, and the light's pyramid are clipped against
-/// each other, and the projection is fitted to what is left.
+/// Fits shadow projections to what the camera sees. It clips the scene box, the
+/// camera's frustum or a cascade of it, and the volume of the light against each
+/// other, and fits the projection to the points that remain.
 ///
-/// Made for one ShadowMapManager::processLights(): setupCameras(), setupScene(),
-/// setupPost(), then any number of lights.
+/// ShadowMapManager::processLights() uses one object for all its lights: it calls
+/// setupCameras(), setupScene() and setupPost(), then a process function per light.
 ///
-/// Units:   world space. What follows from matrices alone, such as the corners and
-///          planes of the camera and the fitted projections, is computed in double
-///          precision and rounded last; points are clipped in single precision.
+/// \snippet shadows.cpp ShadowMapManagerCulling
+///
+/// Units:   world space. Corners and planes of the camera and the fitted projections
+///          are computed in double precision and rounded last; points are clipped in
+///          single precision.
 /// Context: none.
-/// Errors:  without a scene the process calls return false. A volume that is clipped
-///          away gets no projection. A view whose frustum is not finite contains
-///          nothing; setupPost() warns of the first one in the process.
-/// Source:  Zhang et al., Parallel-Split Shadow Maps, 2006, with quadratic splits.
+/// Errors:  without a scene the process functions return false. A cascade or face in
+///          which nothing is seen has no projection. A frustum that is not finite
+///          contains nothing; the first one is logged as a warning.
 class ZELGL_EXPORT ShadowMapManagerCulling
 {
 public:
@@ -30,35 +31,38 @@ public:
     {
         bool enabled = false;
         int levels = 1;
-        QVector3D nearPoint; ///< where the cascades begin
-        QVector3D farPoint;
+        QVector3D nearPoint; ///< on the plane at which the cascades begin
+        QVector3D farPoint;  ///< on the plane at which they end
         QVector3D nearToFar;
-        QVector<QVector3D> points; ///< the last result
+        QVector<QVector3D> points; ///< the result of the last call
         Bounds sceneBounds;
     };
 
-    // Null pointers stand for what is not known.
+    // A null pointer means that camera or scene is unknown.
     void setupCameras(const QMatrix4x4 *view, const QMatrix4x4 *projection);
     void setupScene(const QPair<QVector3D, QVector3D> *bounds);
     void setupPost();
 
-    /// The eight corners of a view frustum in corner order, so numbered that
-    /// getWorldFrustrumPlanes() face outward whatever the handedness.
+    /// Returns the eight corners of a view frustum in the order of PlaneClipper. For a
+    /// view that mirrors the world, corners of lower and upper x are exchanged, so
+    /// that getWorldFrustrumPlanes() always point outward.
     static QVector<QVector3D> getWorldFrustrumPoints(const QMatrix4x4 &view, const QMatrix4x4 &projection);
-    /// Near, far, and the four sides.
+    /// Returns the planes near, far, and the four sides.
     static QVector<Plane> getWorldFrustrumPlanes(const QMatrix4x4 &view, const QMatrix4x4 &projection);
 
     void setupLightCSMData(ShadowMapManager::Light *light, ProcessCSMData &data) const;
-    /// What the camera sees of the scene in a cascade.
+    /// Returns the corners of the part of the scene that the camera sees in a cascade.
     const QVector<QVector3D> &getSceneCameraFrustrumPointsCSM(int level, ProcessCSMData &data,
                                                               const QVector<Plane> &extraPlanes) const;
-    /// What the pyramid of a light's face sees of it; \a unclippedPoints is the same without the scene.
+    /// Returns the corners of the part of it that a face of a point light lights.
+    /// \a unclippedPoints is the same, not clipped by the scene. \a extraPlanes is unused.
     const QVector<QVector3D> &getSceneCameraFrustrumLightFrustrumPointsCSM(
         int level, ProcessCSMData &data, const QMatrix4x4 &lightMatrix, float halfAngle,
         const QVector<Plane> &extraPlanes, QVector<QVector3D> &unclippedPoints) const;
 
-    // True when the light was handled, which may mean that it got no projection.
-    // Adds to info.count; sets changed where the table changed.
+    // Append the projections of a light, from info.index on: increase info.count, and set
+    // changed if the table held others. Return false if the scene is unknown, true
+    // otherwise, even if no projection was appended.
     bool processLightDirectional(ShadowMapManager::RenderData &renderData,
                                  ShadowMapManager::RenderData::ProjectorInfo &info,
                                  ShadowMapManager::Light *light, bool &changed) const;
@@ -67,21 +71,7 @@ public:
                            bool &changed) const;
 
 private:
-    /// What the pyramids of a light are clipped with.
-    struct SliceVolumes
-    {
-        ClipperVolume camera;
-        ClipperVolume scene;
-    };
-
-    bool isSceneOutOfView() const;
-    QVector<Plane> slicePlanes(int level, const ProcessCSMData &data) const;
-    SliceVolumes sliceVolumes(int level, const ProcessCSMData &data) const;
-    const QVector<QVector3D> &clipPyramid(const SliceVolumes &volumes, ProcessCSMData &data,
-                                          const QMatrix4x4 &lightMatrix, float halfAngle,
-                                          QVector<QVector3D> &unclippedPoints) const;
-    bool fitFace(const SliceVolumes &volumes, float halfAngle, ProcessCSMData &data, const QMatrix4x4 &face,
-                 QMatrix4x4 &result) const;
+    ZELGL_NO_EXPORT bool isSceneOutOfView() const;
 
     bool _hasCamera = false;
     bool _hasScene = false;

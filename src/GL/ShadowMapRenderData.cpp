@@ -1,6 +1,6 @@
 #include "ShadowMapRenderData.h"
 
-#include "ShadowMapManager.h"
+#include "private/ShadowTable.h"
 
 #include <algorithm>
 
@@ -24,9 +24,9 @@ bool ShadowMapRenderData::Transform::operator==(const QMatrix4x4 &matrix) const
 
 ShadowMapRenderData::ShadowMapRenderData(QObject *parent)
     : QObject(parent)
-    , transforms(ShadowMapManager::kShadowMapTransformArraySizeMax)
-    , projectorInfos(ShadowMapManager::kShadowMapInfoArraySizeMax)
-    , blurInfos(ShadowMapManager::kShadowMapTransformArraySizeMax)
+    , transforms(kShadowTableProjections)
+    , projectorInfos(kShadowTableLights)
+    , blurInfos(kShadowTableProjections)
 {
 }
 
@@ -37,6 +37,7 @@ bool ShadowMapRenderData::setTransform(int index, const QMatrix4x4 &matrix, floa
     if (index < 0 || index >= transforms.size() || index >= blurInfos.size()) {
         return false;
     }
+    // Exact: any tolerance would let a slowly moving light keep its old layers.
     if (transforms.at(index) == matrix && blurInfos.at(index).blur == blur) {
         return false;
     }

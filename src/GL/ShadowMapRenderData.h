@@ -12,24 +12,26 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// The table of depth projections that shaders read; ShadowMapManager::RenderData.
+/// The table of shadow projections; also named ShadowMapManager::RenderData.
 ///
-/// A host owns it, hands it to ShadowMapManager::processLights(), draws layer i of
-/// projectionTexture with transforms[i] for the first transformCount layers, and
-/// binds it around its shaded drawing.
+/// The host owns it. ShadowMapManager::processLights() fills it; the host draws the
+/// first transformCount layers of projectionTexture, layer i with transforms[i], and
+/// calls ShadowMapManager::bind() for its shaded draws.
+/// A QObject, so that hosts can pass it as QObject* in a QVariant.
 ///
-/// Units:   transforms map the world to x and y from -1 to 1 and to a depth from
-///          0 to 1 in z: the layer holds that z itself, not half of it.
+/// \snippet shadows.cpp ShadowMapRenderData
+///
+/// Units:   transforms map the world to x and y from -1 to 1 and to z from 0 to 1.
+///          A layer stores this z itself, not GL's 0.5 * z + 0.5.
 /// Context: none.
-/// Errors:  none; a projection beyond the end of the table is refused.
-/// Source:  none; a plain record that a QVariant can carry as QObject*.
+/// Errors:  none; setTransform() ignores indices outside the table.
 class ZELGL_EXPORT ShadowMapRenderData : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY(ShadowMapRenderData)
 
 public:
-    /// A matrix as QMatrix4x4 stores it, and as GL takes it. It becomes one again by
+    /// A matrix in column-major order, as GL expects it. To convert it back, write
     /// QMatrix4x4(values.data()).transposed().
     struct ZELGL_EXPORT Transform
     {
@@ -40,14 +42,14 @@ public:
         std::array<float, 16> values;
     };
 
-    /// The projections of one light, as the shader's ivec2.
+    /// The projections of one light: an ivec2 of the shader.
     struct ProjectorInfo
     {
         int count = 0;
         int index = 0;
     };
 
-    /// For the host's blur of a layer.
+    /// The blur of a layer. The library sets it for the host and does not read it.
     struct BlurInfo
     {
         float blur = 0.0005f;
@@ -56,11 +58,11 @@ public:
     explicit ShadowMapRenderData(QObject *parent = nullptr);
     ~ShadowMapRenderData() override;
 
-    /// True when matrix or blur differ from what is stored. False too, and nothing
-    /// is stored, beyond the end of the table.
+    /// Stores matrix and blur. Returns whether one of them changed. For an index
+    /// outside the table it returns false and stores nothing.
     bool setTransform(int index, const QMatrix4x4 &matrix, float blur);
 
-    Texture *projectionTexture = nullptr; ///< a 2D array depth texture; the host's
+    Texture *projectionTexture = nullptr; ///< 2D array of depths or moments; owned by the host
     int lightCount = 0;
     int transformCount = 0;
     QVector<Transform> transforms;

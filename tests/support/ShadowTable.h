@@ -9,7 +9,7 @@ inline QMatrix4x4 matrixOf(const Orvane::Zel::ShadowMapManager::RenderData::Tran
     return QMatrix4x4(transform.values.data()).transposed(); // the constructor takes rows
 }
 
-/// In the wrapping that a host hands over.
+/// The list as hosts pass it.
 inline QVariant listOf(const std::vector<Orvane::Zel::ShadowMapManager::Light *> &lights)
 {
     QVariantList list;
