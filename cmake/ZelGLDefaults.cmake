@@ -36,7 +36,8 @@ function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
     # Nobody replaces the library's functions from outside, so its own calls need not go through the dynamic linker.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
-    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
+    # QtCore keeps texts of the libraries, such as patterns of QRegExp, up to its own end: dlclose() must not unmap them.
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
