@@ -1,6 +1,7 @@
 #include "GLUtilities.h"
 
 #include "ASTCReader.h"
+#include "EntryPoint.h"
 #include "GLContextTracker.h"
 #include "HDRReader.h"
 #include "KTXReader.h"
@@ -20,6 +21,8 @@
 #include <iterator>
 
 namespace {
+
+using Orvane::Zel::kNotInitialized;
 
 bool initialized = false; ///< initializeGLFunctions() has succeeded
 
@@ -185,6 +188,12 @@ const FormatRow &formatRow(GLenum internalFormat)
     return row != std::end(kFormats) && row->internalFormat == internalFormat ? *row : unknown;
 }
 
+/// The functions are looked up without a context too, but then they do nothing, and GL has no version.
+bool hasContext()
+{
+    return glGetString == nullptr || glGetString(GL_VERSION) != nullptr;
+}
+
 /// In this order they are asked about data without a known suffix.
 void registerTextureRecognisers()
 {
@@ -202,7 +211,7 @@ bool initializeGLFunctions()
         return true;
     }
     initialized = true;
-    if (ogl_LoadFunctions() == 0) {
+    if (ogl_LoadFunctions() == 0 || !hasContext()) {
         const char *version = "";
         if (_ptrc_glGetString != nullptr) {
             version = reinterpret_cast<const char *>(glGetString(GL_VERSION));
@@ -216,6 +225,7 @@ bool initializeGLFunctions()
 
 bool initializeGLDebugging()
 {
+    ZEL_ASSERT_RETURN(nullptr != glEnable, false, kNotInitialized);
     const auto messageControl = reinterpret_cast<PFNGLDEBUGMESSAGECONTROLARBPROC>(
         getGLProcAddress("glDebugMessageControlARB", false));
     if (messageControl == nullptr) {
@@ -253,6 +263,7 @@ bool hasGLExtension(const char *name)
 {
     void *context = Orvane::Zel::GLContextTracker::currentContext();
     const bool extensionsAllowed = std::getenv("ZEL_NO_GL_EXTENSIONS") == nullptr;
+    ZEL_ASSERT_RETURN(!extensionsAllowed || nullptr != glGetStringi, false, kNotInitialized);
     const QMutexLocker locker(&extensionCacheMutex);
     if (extensionsAllowed && !extensionCache.contains(context)) {
         extensionCache.insert(context, readExtensions());
@@ -266,6 +277,7 @@ bool hasGLExtension(const char *name)
 
 bool openGlVersionSupported(int major, int minor)
 {
+    ZEL_ASSERT_RETURN(nullptr != glGetIntegerv, false, kNotInitialized);
     GLint contextMajor = 0;
     glGetIntegerv(GL_MAJOR_VERSION, &contextMajor);
     if (contextMajor != major) {
@@ -278,6 +290,7 @@ bool openGlVersionSupported(int major, int minor)
 
 void logGLFramebuffer()
 {
+    ZEL_ASSERT_RETURN(nullptr != glGetString, , kNotInitialized);
     GLint framebuffer = 0;
     QString line = QString::asprintf("logGLFramebuffer() [%p] '%s'",
                                      static_cast<void *>(QOpenGLContext::currentContext()),
