@@ -23,11 +23,21 @@ if(ZELGL_SANITIZE MATCHES "address")
     zelgl_target_defaults(zelgl_keep_drivers_loaded)
 endif()
 
-# zelgl_program_defaults(TARGET): zelgl_target_defaults() for a program that makes a context: drivers stay to the leak check.
+if(ZELGL_SANITIZE MATCHES "thread")
+    add_library(zelgl_qmutex_order OBJECT cmake/QMutexOrder.cpp)
+    zelgl_target_defaults(zelgl_qmutex_order)
+    target_link_libraries(zelgl_qmutex_order PUBLIC Qt5::Core ${CMAKE_DL_LIBS})
+endif()
+
+# zelgl_program_defaults(TARGET): zelgl_target_defaults() for a program that makes a context, with what the sanitizers need:
+# drivers stay until the leak check, and the locks of Qt are seen.
 function(zelgl_program_defaults target)
     zelgl_target_defaults(${target})
     if(TARGET zelgl_keep_drivers_loaded)
         target_link_libraries(${target} PRIVATE zelgl_keep_drivers_loaded)
+    endif()
+    if(TARGET zelgl_qmutex_order)
+        target_link_libraries(${target} PRIVATE zelgl_qmutex_order)
     endif()
 endfunction()
 
