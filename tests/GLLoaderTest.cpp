@@ -41,11 +41,10 @@ std::vector<int> flags()
 TEST_F(GLLoaderTest, BeforeInitializationQueriesAreRefusedAndObjectsGetNoName)
 {
     qunsetenv("ZEL_NO_GL_EXTENSIONS");
-    EXPECT_FALSE(hasGLExtension("GL_ARB_draw_indirect") || openGlVersionSupported(1, 0));
-    EXPECT_FALSE(initializeGLDebugging() || ogl_GetMajorVersion() != 0);
+    EXPECT_FALSE(hasGLExtension("GL_ZEL") || openGlVersionSupported(1, 0) || initializeGLDebugging());
     logGLFramebuffer();
     EXPECT_EQ(0u, BufferObject(nullptr).getBO() + FramebufferObject(nullptr).getFBO()
-                      + Texture(nullptr).textureID());
+                      + Texture(nullptr).textureID() + unsigned(ogl_GetMajorVersion()));
     EXPECT_FALSE(Shader(GL_VERTEX_SHADER, "", nullptr).compile() || VertexArrayObject(nullptr).bind()
                  || ShaderProgram(nullptr).link());
     EXPECT_EQ(11 + 6, _capture.takeTexts().filter("initializeGLFunctions() must be called first").size());
