@@ -23,11 +23,21 @@ if(ZELGL_SANITIZE MATCHES "address")
     zelgl_target_defaults(zelgl_keep_drivers_loaded)
 endif()
 
-# zelgl_program_defaults(TARGET): zelgl_target_defaults() for a program that makes a context: drivers stay to the leak check.
+if(ZELGL_SANITIZE MATCHES "thread")
+    add_library(zelgl_qmutex_order OBJECT cmake/QMutexOrder.cpp)
+    zelgl_target_defaults(zelgl_qmutex_order)
+    target_link_libraries(zelgl_qmutex_order PUBLIC Qt5::Core ${CMAKE_DL_LIBS})
+endif()
+
+# zelgl_program_defaults(TARGET): zelgl_target_defaults() for a program that makes a context, with what the sanitizers need:
+# drivers stay until the leak check, and the locks of Qt are seen.
 function(zelgl_program_defaults target)
     zelgl_target_defaults(${target})
     if(TARGET zelgl_keep_drivers_loaded)
         target_link_libraries(${target} PRIVATE zelgl_keep_drivers_loaded)
+    endif()
+    if(TARGET zelgl_qmutex_order)
+        target_link_libraries(${target} PRIVATE zelgl_qmutex_order)
     endif()
 endfunction()
 
@@ -36,7 +46,8 @@ function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
     # Nobody replaces the library's functions from outside, so its own calls need not go through the dynamic linker.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
-    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
+    # QtCore keeps texts of the libraries, such as patterns of QRegExp, up to its own end: dlclose() must not unmap them.
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -14,6 +14,7 @@ namespace {
 
 const AssertionsOf asserted("BufferObject.cpp");
 const float kThree[] = {1.0f, 2.0f, 3.0f};
+const char *const kNoValues = "Buffer Object needs more and 0 values during upload";
 
 class BufferObjectTest : public GLTest
 {
@@ -149,8 +150,8 @@ TEST_F(BufferObjectTest, EveryUploadFillsABoundObjectByTargetAndAnUnboundOneByNa
     EXPECT_EQ(9u, buffer.memoryEstimateGPU());
     EXPECT_EQ(2u, byTarget.count());
 
-    EXPECT_TRUE(asserted.refused({{buffer.upload(kThree, 0, GL_STATIC_DRAW), "0 != valueCount",
-                                   "Buffer Object needs more and 0 values during upload"},
+    EXPECT_TRUE(asserted.refused({{buffer.upload(kThree, 0, GL_STATIC_DRAW), "0 != valueCount", kNoValues},
+                                  {buffer.upload(kThree, -1, GL_STATIC_DRAW), "0 < valueCount", kNoValues},
                                   {buffer.uploadArbitraryData("abc", 3, GL_STATIC_DRAW, 0), "0 != valueSize",
                                    "Buffer Object needs more and 0 value size during upload"}}));
     EXPECT_EQ(9u, buffer.memoryEstimateGPU());
@@ -170,8 +171,8 @@ TEST_F(BufferObjectTest, SubUploadEndsExactlyAtTheEnd)
         EXPECT_TRUE(asserted.refused({{buffer.subUpload(two, tooFar), "offset + valueCount <= _valueCount",
                                        "Buffer Object is not large enough to hold data"}}));
     }
-    EXPECT_TRUE(asserted.refused({{buffer.subUpload(kThree, 0, 0), "0 != valueCount",
-                                   "Buffer Object needs more and 0 values during upload"}}));
+    EXPECT_TRUE(asserted.refused({{buffer.subUpload(kThree, 0, 0), "0 != valueCount", kNoValues},
+                                  {buffer.subUpload(kThree, -1, 1), "0 < valueCount", kNoValues}}));
     EXPECT_EQ((std::vector<float>{1.0f, 8.0f, 9.0f}), contentsOf<float>(buffer, 3));
 }
 

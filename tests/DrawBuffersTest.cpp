@@ -276,7 +276,9 @@ TEST_F(DrawCallsTest, CommandsAreDrawnByNumberEachWithItsID)
     EXPECT_TRUE(unit->draw(_program.get()));
     EXPECT_EQ((std::vector<qint64>{3, 3, 18}), counters());
     for (const QVector<int> &wrong : {QVector<int>{0, 3}, QVector<int>{-1}}) {
-        EXPECT_FALSE(unit->draw(_program.get(), &wrong)) << "numbers that no command has";
+        EXPECT_TRUE(asserted.refused(
+            {{unit->draw(_program.get(), &wrong), "unsigned(number) < unsigned(this->_commandsCount)",
+              QString("Command %1 is not one of the 3 commands").arg(wrong.last())}}));
     }
     EXPECT_EQ(5u, _taps.count());
     EXPECT_FALSE(unit->drawBaseInstance(nullptr));
@@ -372,7 +374,8 @@ TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
     const auto unit = makeUnit();
     unit->setVertexCount(3);
     const AutoBinder binder(unit.get());
-    EXPECT_FALSE(unit->draw());
+    EXPECT_TRUE(asserted.refused(
+        {{unit->draw(), "hasBaseInstanceEntryPoints()", "The driver has no base instance drawing"}}));
 }
 
 TEST_F(DrawBuffersTest, WillDrawTellsWhetherThereIsAnything)
@@ -443,7 +446,7 @@ TEST_F(DrawBuffersTest, AFailedIndexBufferLeavesNoVertexArrayBound)
     EXPECT_TRUE(good->indexBO()->unbind());
 }
 
-TEST_F(DrawBuffersTest, TheIndirectPathIsDormant)
+TEST_F(DrawBuffersTest, TheIndirectPathIsDormantUntilTheHostBindsABuffer)
 {
     EXPECT_TRUE(asserted.refused({{makeUnit()->drawMultiDrawElementsIndirect(), "0 != this->_commandsCount",
                                    "DrawElementsIndirectCommandsCount is not set on draw"}}));
@@ -451,6 +454,11 @@ TEST_F(DrawBuffersTest, TheIndirectPathIsDormant)
     Tap<&glMultiDrawElementsIndirect> draws;
     draws.replace([](GLenum, GLenum, const void *, GLsizei, GLsizei) {});
     counters();
+    EXPECT_FALSE(commands->drawMultiDrawElementsIndirect());
+    EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object",
+                    asserted("0 != indirectBuffer", "Indirect buffer object is not set on draw"));
+    const auto buffer = makeBuffer(GL_DRAW_INDIRECT_BUFFER);
+    const AutoBinder binder(buffer.data());
     EXPECT_TRUE(commands->drawMultiDrawElementsIndirect());
     EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object");
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), GLenum(GL_UNSIGNED_SHORT), offset(0), 3, 20),

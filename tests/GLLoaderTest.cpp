@@ -3,7 +3,9 @@
 #include "support/Tap.h"
 #include "support/TestContext.h"
 
-#include <ZelGL/GLUtilities.h>
+#include <ZelGL/ZelGL.h>
+
+using namespace Orvane::Zel;
 
 namespace {
 
@@ -36,6 +38,18 @@ std::vector<int> flags()
 
 } // namespace
 
+TEST_F(GLLoaderTest, BeforeInitializationQueriesAreRefusedAndObjectsGetNoName)
+{
+    qunsetenv("ZEL_NO_GL_EXTENSIONS");
+    EXPECT_FALSE(hasGLExtension("GL_ZEL") || openGlVersionSupported(1, 0) || initializeGLDebugging());
+    logGLFramebuffer();
+    EXPECT_EQ(0u, BufferObject(nullptr).getBO() + FramebufferObject(nullptr).getFBO()
+                      + Texture(nullptr).textureID() + unsigned(ogl_GetMajorVersion()));
+    EXPECT_FALSE(Shader(GL_VERTEX_SHADER, "", nullptr).compile() || VertexArrayObject(nullptr).bind()
+                 || ShaderProgram(nullptr).link());
+    EXPECT_EQ(11 + 6, _capture.takeTexts().filter("initializeGLFunctions() must be called first").size());
+}
+
 TEST_F(GLLoaderTest, AFailedInitializationReportsAndIsTriedAgain)
 {
     _loader.hide("glGetStringi");
@@ -54,6 +68,10 @@ TEST_F(GLLoaderTest, AFailedInitializationReportsAndIsTriedAgain)
     EXPECT_EQ(std::vector<int>({0, 0, 0, 0, 0, 0}), flags()) << "reset before anything is looked up";
 
     _loader.show();
+    _context->doneCurrent();
+    EXPECT_FALSE(initializeGLFunctions()) << "functions are found, and do nothing";
+    EXPECT_MESSAGES("critical [GLUtilities.cpp:#] Failed to initialize OpenGL ''");
+    _context->makeCurrent();
     EXPECT_TRUE(initializeGLFunctions());
     EXPECT_LT(0, _loader.takeLookUps().size());
     EXPECT_TRUE(initializeGLFunctions());

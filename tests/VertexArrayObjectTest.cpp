@@ -6,7 +6,6 @@
 #include <ZelGL/AutoBinder.h>
 #include <ZelGL/VertexArrayObject.h>
 
-#include <limits>
 #include <set>
 
 using namespace Orvane::Zel;
@@ -121,9 +120,15 @@ TEST_F(VertexArrayObjectTest, EnableArrayNeedsABoundObjectAndASlotThatExists)
                                    "Vertex Array Object is not bound on enable array"}}));
     const AutoBinder binder(&vao);
     const SlotTaps taps;
-    EXPECT_FALSE(vao.enableArray("va_Vertex", std::numeric_limits<int>::max()));
+    EXPECT_TRUE(
+        asserted.refused({{vao.enableArray("va_Vertex", 99), "attributeIndex < _enabledAttributeNames.size()",
+                           QString("Attribute Index 99 is not below GL_MAX_VERTEX_ATTRIBS %1")
+                               .arg(integerOf(GL_MAX_VERTEX_ATTRIBS))}}));
     vao.registerBO("va_Vertex", {}, 3, GL_FLOAT);
-    EXPECT_FALSE(vao.enableArray("va_Vertex", 0)) << "a name without a buffer";
+    const QString noBuffer = "Attribute 'va_Vertex' has a NULL BO";
+    EXPECT_TRUE(asserted.refused(
+        {{vao.enableArray("va_Vertex", 0), "!bufferObj.isNull()", noBuffer},
+         {vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0), "!bufferObj.isNull()", noBuffer}}));
     EXPECT_EQ(0u, taps.count());
 }
 

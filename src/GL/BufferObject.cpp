@@ -1,21 +1,16 @@
 #include "BufferObject.h"
 
 #include "GLUtilities.h"
+#include "private/EntryPoint.h"
 
 namespace Orvane { namespace Zel {
 
 namespace {
 
-// Newer than the table of GLLoader.h, and so looked up here; each may stay null.
-PFNGLBUFFERSTORAGEPROC bufferStorage = nullptr;
-PFNGLNAMEDBUFFERDATAPROC namedBufferData = nullptr;
-PFNGLNAMEDBUFFERSTORAGEPROC namedBufferStorage = nullptr;
-PFNGLNAMEDBUFFERSUBDATAPROC namedBufferSubData = nullptr;
-
-template <typename EntryPoint> void lookUp(EntryPoint &entryPoint, const char *name)
-{
-    entryPoint = reinterpret_cast<EntryPoint>(getGLProcAddress(name, true));
-}
+EntryPoint<PFNGLBUFFERSTORAGEPROC> bufferStorage;
+EntryPoint<PFNGLNAMEDBUFFERDATAPROC> namedBufferData;
+EntryPoint<PFNGLNAMEDBUFFERSTORAGEPROC> namedBufferStorage;
+EntryPoint<PFNGLNAMEDBUFFERSUBDATAPROC> namedBufferSubData;
 
 void lookUpEntryPoints()
 {
@@ -23,10 +18,10 @@ void lookUpEntryPoints()
     if (namedBufferData != nullptr) {
         return;
     }
-    lookUp(bufferStorage, "glBufferStorage");
-    lookUp(namedBufferData, "glNamedBufferData");
-    lookUp(namedBufferStorage, "glNamedBufferStorage");
-    lookUp(namedBufferSubData, "glNamedBufferSubData");
+    bufferStorage.lookUp("glBufferStorage", true);
+    namedBufferData.lookUp("glNamedBufferData", true);
+    namedBufferStorage.lookUp("glNamedBufferStorage", true);
+    namedBufferSubData.lookUp("glNamedBufferSubData", true);
 }
 
 GLsizeiptr byteCount(int valueCount, unsigned long valueSize)
@@ -36,18 +31,18 @@ GLsizeiptr byteCount(int valueCount, unsigned long valueSize)
 
 } // namespace
 
-int BufferObject::_numAlive = 0;
-int BufferObject::_numAliveManaged = 0;
+std::atomic<int> BufferObject::_numAlive{0};
+std::atomic<int> BufferObject::_numAliveManaged{0};
 QSet<unsigned int> BufferObject::_indexedTargets;
 
 int BufferObject::NumAlive()
 {
-    return _numAlive;
+    return _numAlive.load(std::memory_order_relaxed);
 }
 
 int BufferObject::NumAliveManaged()
 {
-    return _numAliveManaged;
+    return _numAliveManaged.load(std::memory_order_relaxed);
 }
 
 BufferObject::BufferObject(QObject *parent)
@@ -56,8 +51,8 @@ BufferObject::BufferObject(QObject *parent)
 {
     lookUpEntryPoints();
     create();
-    ++_numAlive;
-    ++_numAliveManaged;
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
+    _numAliveManaged.fetch_add(1, std::memory_order_relaxed);
 }
 
 BufferObject::BufferObject(unsigned int bo, QObject *parent)
@@ -65,16 +60,16 @@ BufferObject::BufferObject(unsigned int bo, QObject *parent)
     , _bo(bo)
 {
     lookUpEntryPoints();
-    ++_numAlive;
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
 
 BufferObject::~BufferObject()
 {
     if (_managed) {
         destroy();
-        --_numAliveManaged;
+        _numAliveManaged.fetch_sub(1, std::memory_order_relaxed);
     }
-    --_numAlive;
+    _numAlive.fetch_sub(1, std::memory_order_relaxed);
 }
 
 bool BufferObject::create()
@@ -82,6 +77,7 @@ bool BufferObject::create()
     ZEL_ASSERT_RETURN(0u == this->_bo, false, "Buffer Object is not NULL on create");
     ZEL_ASSERT_RETURN(0u == this->_boBountTarget, false,
                       "Buffer Object is already bound on create to target %d", this->_boBountTarget);
+    ZEL_ASSERT_RETURN(nullptr != glGenBuffers, false, kNotInitialized);
     glGenBuffers(1, &_bo);
     return true;
 }
@@ -225,6 +221,8 @@ bool BufferObject::subUpload(const float *data, int valueCount, int valueOffset)
     ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on upload");
     ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on upload");
     ZEL_ASSERT_RETURN(0 != valueCount, false, "Buffer Object needs more and 0 values during upload");
+    ZEL_ASSERT_RETURN(0 < valueCount, false, "Buffer Object needs more and 0 values during upload");
+    ZEL_ASSERT_RETURN(0 <= offset, false, "Buffer Object is not large enough to hold data");
     ZEL_ASSERT_RETURN(offset + valueCount <= _valueCount, false,
                       "Buffer Object is not large enough to hold data");
     // The value size is that of a float, whatever _valueSize is.
@@ -313,15 +311,16 @@ quint64 BufferObject::memoryEstimateGPU() const
 
 void BufferObject::initializeIndexedBufferObjecttargets()
 {
-    // GL_UNIFORM_BUFFER is not in the set, on purpose and whatever the messages say.
+    // Required: GL_UNIFORM_BUFFER is not in the set, whatever the messages say;
+    // see BufferObjectTest.IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame.
     _indexedTargets.insert(GL_ATOMIC_COUNTER_BUFFER);
 }
 
 bool BufferObject::isIndexedTarget(unsigned int target)
 {
-    if (_indexedTargets.isEmpty()) {
-        initializeIndexedBufferObjecttargets();
-    }
+    // Once for all threads.
+    static const bool isInitialized = (initializeIndexedBufferObjecttargets(), true);
+    Q_UNUSED(isInitialized)
     return _indexedTargets.contains(target);
 }
 
@@ -329,6 +328,7 @@ bool BufferObject::isUploadPossible(int valueCount) const
 {
     ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on upload");
     ZEL_ASSERT_RETURN(0 != valueCount, false, "Buffer Object needs more and 0 values during upload");
+    ZEL_ASSERT_RETURN(0 < valueCount, false, "Buffer Object needs more and 0 values during upload");
     return true;
 }
 

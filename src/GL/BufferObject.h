@@ -6,6 +6,7 @@
 #include <QtCore/QSet>
 #include <QtCore/QVector>
 
+#include <atomic>
 #include <memory>
 
 namespace Orvane { namespace Zel {
@@ -29,7 +30,7 @@ class ZELGL_EXPORT BufferObject : public QObject, public Bindable
     Q_DISABLE_COPY(BufferObject)
 
 public:
-    /// Objects alive, and those of them that own their GL name.
+    /// Objects alive, of all threads, and those of them that own their GL name.
     static int NumAlive();
     static int NumAliveManaged();
 
@@ -112,8 +113,8 @@ private:
     bool uploadValues(const void *data, int valueCount, unsigned int usage, unsigned long valueSize);
     void remember(int valueCount, unsigned long valueSize);
 
-    static int _numAlive;
-    static int _numAliveManaged;
+    static std::atomic<int> _numAlive;
+    static std::atomic<int> _numAliveManaged;
     static QSet<unsigned int> _indexedTargets; ///< filled on first need
 
     // What a draw reads comes first.

@@ -6,10 +6,13 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QVector>
 
+#include <atomic>
+
 namespace Orvane { namespace Zel {
 
 class BufferObject;
 class GLSLMacroProcessor;
+class GPUModel;
 class ShaderProgram;
 class UniformBufferObject;
 class VertexArrayObject;
@@ -57,7 +60,8 @@ public:
     /// Tells shaders of the way in which the draw ID travels.
     static void setup(GLSLMacroProcessor *processor);
 
-    /// GL draw calls, draws and indices since the last question, of all units.
+    /// GL draw calls, draws and indices since the last query, of all units. Exact as
+    /// long as one thread draws.
     static qint64 getAndResetTotalDrawCalls();
     static qint64 getAndResetTotalDrawBatches();
     static qint64 getAndResetTotalDrawIndices();
@@ -102,14 +106,17 @@ public:
     /// The ways that draw() chooses from. Base instance knows no commands.
     bool drawBaseInstance(const QVector<int> *commandIndices);
     bool drawDrawID(ShaderProgram *program, const QVector<int> *commandIndices);
+    /// The indirect way reads a buffer at GL_DRAW_INDIRECT_BUFFER, which the unit does
+    /// not make: only a host that bound one can call it.
     bool drawMultiDrawElementsIndirect();
 
     /// The commands for shaders that include "DrawElementsIndirectCommand.glslh";
     /// these see at most 100. Made at the first question and never updated.
     QSharedPointer<UniformBufferObject> getDrawElementsIndirectCommandsUniformBufferObject();
 
-    const QSharedPointer<VertexArrayObject> &VAO() const;
-    const QSharedPointer<BufferObject> &indexBO() const;
+    // Each call counts a reference: a host that draws often keeps what they return.
+    QSharedPointer<VertexArrayObject> VAO() const;
+    QSharedPointer<BufferObject> indexBO() const;
     int numVerts() const;
     int numIndexes() const;
     unsigned int indexType() const;
@@ -119,6 +126,7 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
+    friend class GPUModel; ///< reads the vertex array with each draw
     class DrawID;
     /// What one command hands to GL.
     struct CommandNumbers
@@ -140,10 +148,10 @@ private:
     bool drawArrays(const DrawID &drawID) const;
     bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
 
-    static int _numAlive;
-    static qint64 _totalDrawCalls;
-    static qint64 _totalDrawBatches;
-    static qint64 _totalDrawIndices;
+    static std::atomic<int> _numAlive;
+    static std::atomic<qint64> _totalDrawCalls;
+    static std::atomic<qint64> _totalDrawBatches;
+    static std::atomic<qint64> _totalDrawIndices;
     static bool _useBaseInstance;
 
     // What a draw reads comes first.

@@ -2,6 +2,7 @@
 
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "private/EntryPoint.h"
 #include "private/SharedTexturePool.h"
 
 namespace Orvane { namespace Zel {
@@ -58,28 +59,28 @@ const char *incompleteText(GLenum status)
 
 } // namespace
 
-int FramebufferObject::_numAlive = 0;
-int FramebufferObject::_numFBOTextures = 0;
-int FramebufferObject::_numActiveFBOTextures = 0;
+std::atomic<int> FramebufferObject::_numAlive{0};
+std::atomic<int> FramebufferObject::_numFBOTextures{0};
+std::atomic<int> FramebufferObject::_numActiveFBOTextures{0};
 
 int FramebufferObject::NumAlive()
 {
-    return _numAlive;
+    return _numAlive.load(std::memory_order_relaxed);
 }
 
 int FramebufferObject::NumFBOTextures()
 {
-    return _numFBOTextures;
+    return _numFBOTextures.load(std::memory_order_relaxed);
 }
 
 void FramebufferObject::ResetNumFBOTextures()
 {
-    _numFBOTextures = 0;
+    _numFBOTextures.store(0, std::memory_order_relaxed);
 }
 
 int FramebufferObject::NumActiveFBOTextures()
 {
-    return _numActiveFBOTextures;
+    return _numActiveFBOTextures.load(std::memory_order_relaxed);
 }
 
 FramebufferObject::FramebufferObject(QObject *parent)
@@ -103,6 +104,7 @@ bool FramebufferObject::create()
 {
     ZEL_ASSERT_RETURN(0u == this->_fbo, false, "Framebuffer Object is not NULL on create");
     ZEL_ASSERT_RETURN(false == this->_fboBound, false, "Framebuffer Object is already bound on create");
+    ZEL_ASSERT_RETURN(nullptr != glGenFramebuffers, false, kNotInitialized);
     unsigned int fbo = 0;
     glGenFramebuffers(1, &fbo);
     setFBO(fbo);
@@ -114,7 +116,7 @@ bool FramebufferObject::destroy()
     ZEL_ASSERT_RETURN(false == this->_fboBound, false, "Framebuffer Object is already bound on destroy");
     if (_fbo != 0) {
         glDeleteFramebuffers(1, &_fbo); // wrapped names too; the name stays on record
-        --_numAlive;
+        _numAlive.fetch_sub(1, std::memory_order_relaxed);
     }
     return true;
 }
@@ -126,7 +128,7 @@ unsigned int FramebufferObject::getFBO() const
 
 void FramebufferObject::setFBO(unsigned int fbo)
 {
-    _numAlive += int(fbo != 0) - int(_fbo != 0);
+    _numAlive.fetch_add(int(fbo != 0) - int(_fbo != 0), std::memory_order_relaxed);
     _fbo = fbo;
 }
 
@@ -166,7 +168,7 @@ bool FramebufferObject::attachUpdate(Texture *texture, unsigned int attachmentPo
     if (!_attachments.contains(attachmentPoint)) {
         return attach(texture, attachmentPoint, level);
     }
-    ++_numFBOTextures; // also where nothing changes
+    _numFBOTextures.fetch_add(1, std::memory_order_relaxed); // also where nothing changes
     if (_attachments.value(attachmentPoint) == texture && _attachmentLevels.value(attachmentPoint) == level) {
         return true;
     }
@@ -255,7 +257,7 @@ Texture *FramebufferObject::detach(unsigned int attachmentPoint)
     if (isColorAttachment(attachmentPoint)) {
         _drawBuffers.removeAll(attachmentPoint);
     }
-    --_numActiveFBOTextures;
+    _numActiveFBOTextures.fetch_sub(1, std::memory_order_relaxed);
     return _attachments.take(attachmentPoint);
 }
 
@@ -313,8 +315,8 @@ void FramebufferObject::setDrawBuffers()
 bool FramebufferObject::isComplete()
 {
     const bool wasBound = _fboBound;
-    if (!wasBound) {
-        bind();
+    if (!wasBound && !bind()) {
+        return false; // GL would speak of another framebuffer
     }
     const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     if (!wasBound) {
@@ -351,8 +353,8 @@ void FramebufferObject::recordAttachment(Texture *texture, unsigned int attachme
     if (isColorAttachment(attachmentPoint)) {
         _drawBuffers.append(attachmentPoint); // a point that was taken now stands twice
     }
-    ++_numFBOTextures;
-    ++_numActiveFBOTextures;
+    _numFBOTextures.fetch_add(1, std::memory_order_relaxed);
+    _numActiveFBOTextures.fetch_add(1, std::memory_order_relaxed);
 }
 
 }} // namespace Orvane::Zel

@@ -7,6 +7,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QVector>
 
+#include <atomic>
+
 namespace Orvane { namespace Zel {
 
 class Texture;
@@ -58,7 +60,10 @@ public:
 
     // Attachments change only while bound; setDrawBuffers() is then the caller's to call.
 
-    /// One image: all targets but 3D and 2D array textures.
+    /// A level of a 2D, rectangle or 2D multisample texture. 3D and 2D array textures
+    /// are refused: attachLayers() and attach3D() take them. Other targets, such as 1D
+    /// and cube maps, go to glFramebufferTexture2D() as they are, which GL reports as
+    /// an error, and are recorded like an attachment.
     bool attach(Texture *texture, unsigned int attachmentPoint, int level);
     /// Puts another texture or level at a point that is taken, or attaches; no GL
     /// call where nothing changes.
@@ -88,7 +93,8 @@ public:
 
     /// Draws to the colour attachments, in the order in which they were attached.
     void setDrawBuffers();
-    /// Tells at debug level what is missing. Binds for the question if need be.
+    /// Logs at debug level what is missing. Binds for the query if necessary; false
+    /// without a name.
     bool isComplete();
 
 private:
@@ -96,9 +102,9 @@ private:
     bool isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const;
     void recordAttachment(Texture *texture, unsigned int attachmentPoint, int level);
 
-    static int _numAlive;
-    static int _numFBOTextures;
-    static int _numActiveFBOTextures;
+    static std::atomic<int> _numAlive;
+    static std::atomic<int> _numFBOTextures;
+    static std::atomic<int> _numActiveFBOTextures;
 
     unsigned int _fbo = 0; ///< GL name; 0: none
     bool _fboBound = false;

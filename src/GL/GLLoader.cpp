@@ -1,6 +1,8 @@
 // Generated, do not edit: tools/glloader/generate.py src/GL
 #include "GLLoader.h"
 
+#include "Reporting.h"
+
 #include <GL/glx.h>
 
 #include <cstring>
@@ -758,7 +760,7 @@ struct ExtensionMapRow
 {
     const char *name;
     int *flag;
-    int (*loadFunctions)(); ///< null where the extension has none
+    int (*loadFunctions)(); ///< null if the extension has none
 };
 
 const ExtensionMapRow kExtensionMap[] = {
@@ -784,6 +786,7 @@ int minorVersion = 0;
 
 void cacheVersion()
 {
+    ZEL_ASSERT_RETURN(nullptr != glGetIntegerv, , "initializeGLFunctions() must be called first");
     if (majorVersion == 0) {
         glGetIntegerv(GL_MAJOR_VERSION, &majorVersion);
         glGetIntegerv(GL_MINOR_VERSION, &minorVersion);

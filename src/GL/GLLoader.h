@@ -8,15 +8,21 @@
 /// has one exported, writable pointer `_ptrc_gl*`, null until ogl_LoadFunctions()
 /// fills it. The macros at the end let code write `glBindBuffer(...)` and call
 /// through the table; a program may replace a slot to count or fake a call.
+/// A source that calls members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES
+/// before it includes a header of the library: the macros, which would rename
+/// these members, are then left out.
 ///
-/// Context: ogl_LoadFunctions() and the version questions need a current context.
-/// Errors:  a missing entry point leaves its slot null and is only counted.
+/// Context: ogl_LoadFunctions() and the version queries need a current context.
+/// Errors:  a missing entry point leaves its slot null and is only counted. The
+///          version queries log an assertion and return 0 while the table is empty.
 /// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
 
 #include "Export.h"
 
-// Qt's header declares the GL 1.x prototypes, so it must be read before the macros below.
-#include <QtGui/qopengl.h>
+// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; before these classes it
+// undefines the names. All of that must come before the macros below.
+#include <QtGui/qopenglextrafunctions.h>
+#include <QtGui/qopenglfunctions.h>
 
 #include <GL/glcorearb.h>
 
@@ -403,6 +409,7 @@ ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 
 } // extern "C"
 
+#ifndef ZELGL_NO_GL_NAMES
 #define glCullFace _ptrc_glCullFace
 #define glFrontFace _ptrc_glFrontFace
 #define glHint _ptrc_glHint
@@ -728,3 +735,4 @@ ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 #define glGetActiveAtomicCounterBufferiv _ptrc_glGetActiveAtomicCounterBufferiv
 #define glBindImageTexture _ptrc_glBindImageTexture
 #define glMemoryBarrier _ptrc_glMemoryBarrier
+#endif // ZELGL_NO_GL_NAMES

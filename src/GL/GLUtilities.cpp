@@ -2,6 +2,7 @@
 
 #include "GLContextTracker.h"
 #include "private/BuiltinRecognisers.h"
+#include "private/EntryPoint.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
@@ -17,6 +18,8 @@
 #include <iterator>
 
 namespace {
+
+using Orvane::Zel::kNotInitialized;
 
 bool initialized = false; ///< initializeGLFunctions() has succeeded
 
@@ -182,6 +185,12 @@ const FormatRow &formatRow(GLenum internalFormat)
     return row != std::end(kFormats) && row->internalFormat == internalFormat ? *row : unknown;
 }
 
+/// The functions are looked up without a context too, but then they do nothing, and GL has no version.
+bool hasContext()
+{
+    return glGetString == nullptr || glGetString(GL_VERSION) != nullptr;
+}
+
 } // namespace
 
 bool initializeGLFunctions()
@@ -190,7 +199,7 @@ bool initializeGLFunctions()
         return true;
     }
     initialized = true;
-    if (ogl_LoadFunctions() == 0) {
+    if (ogl_LoadFunctions() == 0 || !hasContext()) {
         const char *version = "";
         if (_ptrc_glGetString != nullptr) {
             version = reinterpret_cast<const char *>(glGetString(GL_VERSION));
@@ -205,6 +214,7 @@ bool initializeGLFunctions()
 
 bool initializeGLDebugging()
 {
+    ZEL_ASSERT_RETURN(nullptr != glEnable, false, kNotInitialized);
     const auto messageControl = reinterpret_cast<PFNGLDEBUGMESSAGECONTROLARBPROC>(
         getGLProcAddress("glDebugMessageControlARB", false));
     if (messageControl == nullptr) {
@@ -242,6 +252,7 @@ bool hasGLExtension(const char *name)
 {
     void *context = Orvane::Zel::GLContextTracker::currentContext();
     const bool extensionsAllowed = std::getenv("ZEL_NO_GL_EXTENSIONS") == nullptr;
+    ZEL_ASSERT_RETURN(!extensionsAllowed || nullptr != glGetStringi, false, kNotInitialized);
     const QMutexLocker locker(&extensionCacheMutex);
     if (extensionsAllowed && !extensionCache.contains(context)) {
         extensionCache.insert(context, readExtensions());
@@ -255,6 +266,7 @@ bool hasGLExtension(const char *name)
 
 bool openGlVersionSupported(int major, int minor)
 {
+    ZEL_ASSERT_RETURN(nullptr != glGetIntegerv, false, kNotInitialized);
     GLint contextMajor = 0;
     glGetIntegerv(GL_MAJOR_VERSION, &contextMajor);
     if (contextMajor != major) {
@@ -267,6 +279,7 @@ bool openGlVersionSupported(int major, int minor)
 
 void logGLFramebuffer()
 {
+    ZEL_ASSERT_RETURN(nullptr != glGetString, , kNotInitialized);
     GLint framebuffer = 0;
     QString line = QString::asprintf("logGLFramebuffer() [%p] '%s'",
                                      static_cast<void *>(QOpenGLContext::currentContext()),

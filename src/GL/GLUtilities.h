@@ -14,7 +14,12 @@
 
 /// Fills the entry-point table and registers the texture recognisers. Once per
 /// process, before any other GL object of the library is made; true when the
-/// table is loaded. After a failure the next call tries again.
+/// table is loaded. Without a current context it fails. After a failure the next
+/// call tries again.
+///
+/// Until it succeeds, queries return false or 0 and wrappers of GL objects get no
+/// name, each with an assertion in the log. Other calls that need GL are not
+/// checked: most have no function to call.
 ZELGL_EXPORT bool initializeGLFunctions();
 
 /// Routes GL debug output to the log at debug level, in synchronous mode. Debug

@@ -14,7 +14,9 @@ class Memory;
 
 /// Holds the calling thread while the property "threadPauseRequested" of its
 /// QThread is true. A host sets it to keep a loading thread off the GPU; a load is
-/// held before the next level, never within an upload.
+/// held before the next level, never within an upload. Qt does not guard dynamic
+/// properties: a host that sets it from another thread declares it in a subclass
+/// of QThread, with an atomic value.
 ZELGL_EXPORT void checkInterruptionRequestAndSleep();
 
 /// Recognises KTX 1.1 by its identifier.

@@ -2,6 +2,7 @@
 
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
+#include "private/EntryPoint.h"
 #include "private/ShaderText.h"
 
 #include <QtCore/QFile>
@@ -56,6 +57,7 @@ bool Shader::compile()
     if (isCompiled()) {
         return true;
     }
+    ZEL_ASSERT_RETURN(nullptr != glCreateShader, false, kNotInitialized);
     _shaderID = glCreateShader(_type);
     const QByteArray source = _source.toLatin1();
     const GLchar *const text = source.constData();

@@ -3,6 +3,7 @@
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
 #include "Shader.h"
+#include "private/EntryPoint.h"
 #include "private/ShaderText.h"
 
 #include <ZelCore/Resources.h>
@@ -43,23 +44,20 @@ namespace {
 
 // Entry points beyond the table, one set for the process, looked up by the first
 // constructor whose context has them.
-PFNGLGETPROGRAMBINARYPROC getProgramBinaryFunction = nullptr;
-PFNGLPROGRAMBINARYPROC programBinaryFunction = nullptr;
-PFNGLPROGRAMPARAMETERIPROC programParameteriFunction = nullptr;
-PFNGLGETPROGRAMINTERFACEIVPROC getProgramInterfaceivFunction = nullptr;
-PFNGLGETPROGRAMRESOURCENAMEPROC getProgramResourceNameFunction = nullptr;
-PFNGLGETPROGRAMRESOURCEINDEXPROC getProgramResourceIndexFunction = nullptr;
-PFNGLSHADERSTORAGEBLOCKBINDINGPROC shaderStorageBlockBindingFunction = nullptr;
+EntryPoint<PFNGLGETPROGRAMBINARYPROC> getProgramBinaryFunction;
+EntryPoint<PFNGLPROGRAMBINARYPROC> programBinaryFunction;
+EntryPoint<PFNGLPROGRAMPARAMETERIPROC> programParameteriFunction;
+EntryPoint<PFNGLGETPROGRAMINTERFACEIVPROC> getProgramInterfaceivFunction;
+EntryPoint<PFNGLGETPROGRAMRESOURCENAMEPROC> getProgramResourceNameFunction;
+EntryPoint<PFNGLGETPROGRAMRESOURCEINDEXPROC> getProgramResourceIndexFunction;
+EntryPoint<PFNGLSHADERSTORAGEBLOCKBINDINGPROC> shaderStorageBlockBindingFunction;
+
+constexpr int kBlockNameBytes = 1024;
 
 /// The end where there is no such block.
 std::vector<unsigned int>::iterator findIn(std::vector<unsigned int> &bindings, unsigned int index)
 {
     return index < bindings.size() ? bindings.begin() + static_cast<std::ptrdiff_t>(index) : bindings.end();
-}
-
-template <typename Function> void lookUp(Function &function, const char *name)
-{
-    function = reinterpret_cast<Function>(getGLProcAddress(name, false));
 }
 
 void lookUpProgramBinary()
@@ -68,13 +66,13 @@ void lookUpProgramBinary()
         return;
     }
     if (hasGLExtension("GL_ARB_get_program_binary")) {
-        lookUp(getProgramBinaryFunction, "glGetProgramBinary");
-        lookUp(programBinaryFunction, "glProgramBinary");
-        lookUp(programParameteriFunction, "glProgramParameteri");
+        getProgramBinaryFunction.lookUp("glGetProgramBinary", false);
+        programBinaryFunction.lookUp("glProgramBinary", false);
+        programParameteriFunction.lookUp("glProgramParameteri", false);
     } else if (hasGLExtension("GL_OES_get_program_binary")) {
-        // Without glProgramParameteri these two stay unused: this road never reports support.
-        lookUp(getProgramBinaryFunction, "glGetProgramBinaryOES");
-        lookUp(programBinaryFunction, "glProgramBinaryOES");
+        // Without glProgramParameteri these two stay unused: this extension never reports support.
+        getProgramBinaryFunction.lookUp("glGetProgramBinaryOES", false);
+        programBinaryFunction.lookUp("glProgramBinaryOES", false);
     }
 }
 
@@ -85,10 +83,10 @@ void lookUpProgramResources()
         return;
     }
     if (openGlVersionSupported(4, 3) || hasGLExtension("GL_ARB_shader_storage_buffer_object")) {
-        lookUp(getProgramInterfaceivFunction, "glGetProgramInterfaceiv");
-        lookUp(getProgramResourceNameFunction, "glGetProgramResourceName");
-        lookUp(getProgramResourceIndexFunction, "glGetProgramResourceIndex");
-        lookUp(shaderStorageBlockBindingFunction, "glShaderStorageBlockBinding");
+        getProgramInterfaceivFunction.lookUp("glGetProgramInterfaceiv", false);
+        getProgramResourceNameFunction.lookUp("glGetProgramResourceName", false);
+        getProgramResourceIndexFunction.lookUp("glGetProgramResourceIndex", false);
+        shaderStorageBlockBindingFunction.lookUp("glShaderStorageBlockBinding", false);
     }
 }
 
@@ -130,6 +128,12 @@ QString driverSource(GLuint shader)
 QString md5Hex(const QString &text)
 {
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
+}
+
+/// Room for the names of a kind, of which the longest with its zero byte is known: never less than \a usual bytes.
+QByteArray nameBuffer(GLint longest, int usual)
+{
+    return QByteArray(std::max(longest, usual), '\0');
 }
 
 bool isBuiltInAttribute(const char *name)
@@ -244,6 +248,7 @@ bool ShaderProgram::linkPre()
     if (isLinked()) {
         return true;
     }
+    ZEL_ASSERT_RETURN(nullptr != glCreateProgram, false, kNotInitialized);
     _programID = glCreateProgram();
     if (!attachShaders()) {
         deleteProgram();
@@ -507,11 +512,12 @@ void ShaderProgram::cacheVertexAttributes()
         return;
     }
     const GLint count = programParameter(_programID, GL_ACTIVE_ATTRIBUTES);
+    QByteArray buffer = nameBuffer(programParameter(_programID, GL_ACTIVE_ATTRIBUTE_MAX_LENGTH), 200);
+    char *const name = buffer.data();
     for (GLint i = 0; i < count; ++i) {
-        char name[200] = "";
         GLint size = 0;
         GLenum type = 0;
-        glGetActiveAttrib(_programID, static_cast<GLuint>(i), sizeof name, nullptr, &size, &type, name);
+        glGetActiveAttrib(_programID, static_cast<GLuint>(i), buffer.size(), nullptr, &size, &type, name);
         const GLint location = glGetAttribLocation(_programID, name);
         if (!isBuiltInAttribute(name)) {
             if (location >= 0) {
@@ -537,11 +543,12 @@ void ShaderProgram::cacheUniformBlockIndices()
     if (!isLinked()) {
         return;
     }
-    char name[1024] = "";
     const GLint uniformBlocks = programParameter(_programID, GL_ACTIVE_UNIFORM_BLOCKS);
+    QByteArray name =
+        nameBuffer(programParameter(_programID, GL_ACTIVE_UNIFORM_BLOCK_MAX_NAME_LENGTH), kBlockNameBytes);
     for (GLuint i = 0; i < static_cast<GLuint>(uniformBlocks); ++i) {
-        glGetActiveUniformBlockName(_programID, i, sizeof name, nullptr, name);
-        _uniformBlockIndices.insert(QString::fromLatin1(name), i);
+        glGetActiveUniformBlockName(_programID, i, name.size(), nullptr, name.data());
+        _uniformBlockIndices.insert(QString::fromLatin1(name.constData()), i);
         _uniformBlockBindingIndices.push_back(0);
     }
     if (getProgramInterfaceivFunction == nullptr || getProgramResourceNameFunction == nullptr
@@ -549,10 +556,14 @@ void ShaderProgram::cacheUniformBlockIndices()
         return;
     }
     GLint storageBlocks = 0;
+    GLint longest = 0;
     getProgramInterfaceivFunction(_programID, GL_SHADER_STORAGE_BLOCK, GL_ACTIVE_RESOURCES, &storageBlocks);
+    getProgramInterfaceivFunction(_programID, GL_SHADER_STORAGE_BLOCK, GL_MAX_NAME_LENGTH, &longest);
+    name = nameBuffer(longest, kBlockNameBytes);
     for (GLuint i = 0; i < static_cast<GLuint>(storageBlocks); ++i) {
-        getProgramResourceNameFunction(_programID, GL_SHADER_STORAGE_BLOCK, i, sizeof name, nullptr, name);
-        _storageBlockIndices.insert(QString::fromLatin1(name), i);
+        getProgramResourceNameFunction(_programID, GL_SHADER_STORAGE_BLOCK, i, name.size(), nullptr,
+                                       name.data());
+        _storageBlockIndices.insert(QString::fromLatin1(name.constData()), i);
         _storageBlockBindingIndices.push_back(0);
     }
 }
@@ -809,9 +820,9 @@ bool ShaderProgram::attachShaders()
 
 void ShaderProgram::applyFragDataLocations()
 {
-    PFNGLBINDFRAGDATALOCATIONINDEXEDPROC bindFragDataLocationIndexed = nullptr;
+    EntryPoint<PFNGLBINDFRAGDATALOCATIONINDEXEDPROC> bindFragDataLocationIndexed;
     if (!_fragDataIndexs.isEmpty()) {
-        lookUp(bindFragDataLocationIndexed, "glBindFragDataLocationIndexed");
+        bindFragDataLocationIndexed.lookUp("glBindFragDataLocationIndexed", false);
     }
     for (int i = 0; i < _fragDataLocations.size(); ++i) {
         const auto colorNumber = static_cast<GLuint>(i);
@@ -838,8 +849,8 @@ void ShaderProgram::applyTransformFeedbackVaryings()
     if (_transformFeedbackVaryings.isEmpty()) {
         return;
     }
-    PFNGLTRANSFORMFEEDBACKVARYINGSPROC transformFeedbackVaryings = nullptr;
-    lookUp(transformFeedbackVaryings, "glTransformFeedbackVaryings");
+    EntryPoint<PFNGLTRANSFORMFEEDBACKVARYINGSPROC> transformFeedbackVaryings;
+    transformFeedbackVaryings.lookUp("glTransformFeedbackVaryings", false);
     if (transformFeedbackVaryings == nullptr) {
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
+#include "private/EntryPoint.h"
 #include "private/NameTable.h"
 #include "private/NumberSet.h"
 
@@ -85,11 +86,11 @@ int maxLevelOf(int width, int height)
 
 } // namespace
 
-int Texture::_numAlive = 0;
+std::atomic<int> Texture::_numAlive{0};
 
 int Texture::NumAlive()
 {
-    return _numAlive;
+    return _numAlive.load(std::memory_order_relaxed);
 }
 
 bool Texture::isTextureUnitFree(unsigned int unit)
@@ -102,7 +103,7 @@ Texture::Texture(QObject *parent)
     : QObject(parent)
 {
     create();
-    ++_numAlive;
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
 
 Texture::Texture(unsigned int target, int internalFormat, int width, int height, int depth, QObject *parent)
@@ -115,7 +116,7 @@ Texture::Texture(unsigned int target, int internalFormat, int width, int height,
 {
     create();
     _maxLevel = maxLevelOf(width, height);
-    ++_numAlive;
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
 
 Texture::Texture(unsigned int textureID, QObject *parent)
@@ -124,19 +125,20 @@ Texture::Texture(unsigned int textureID, QObject *parent)
     , _managed(false)
 {
     ZEL_ASSERT(textureID != 0, "Texture ID was zero, can't wrap a non-existent texture");
-    ++_numAlive;
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
 
 Texture::~Texture()
 {
     destroy();
-    --_numAlive;
+    _numAlive.fetch_sub(1, std::memory_order_relaxed);
 }
 
 bool Texture::create()
 {
     ZEL_ASSERT_RETURN(0u == this->_textureID, false, "Texture is not NULL on create");
     ZEL_ASSERT_RETURN(false == _readonly, false, "Not allowed to change a readonly texture");
+    ZEL_ASSERT_RETURN(nullptr != glGenTextures, false, kNotInitialized);
     glGenTextures(1, &_textureID);
     return true;
 }

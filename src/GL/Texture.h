@@ -4,6 +4,8 @@
 
 #include <QtCore/QObject>
 
+#include <atomic>
+
 namespace Orvane { namespace Zel {
 
 /// One GL texture name, with its target, size and format, bound through an
@@ -103,7 +105,7 @@ private:
 
     void setFiltersNearest() const;
 
-    static int _numAlive;
+    static std::atomic<int> _numAlive;
 
     unsigned int _target = 0;    ///< 0: unset
     unsigned int _textureID = 0; ///< GL name; 0: none

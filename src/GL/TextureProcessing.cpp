@@ -167,11 +167,11 @@ ShaderProgram *MakeTextureShaderFromString(const QString &fragmentSource)
     std::unique_ptr<ShaderProgram> program = newPassProgram();
     program->addShader(GL_FRAGMENT_SHADER, fragmentSource, QString());
     if (!program->compile()) {
-        ZEL_LOG_WARNING("shader program failed to compile:\n%s", qPrintable(program->log()));
+        ZEL_LOG_WARNING("shader program failed to compile:\n%s", qUtf8Printable(program->log()));
         return nullptr;
     }
     if (!program->link()) {
-        ZEL_LOG_WARNING("shader program failed to link:\n%s", qPrintable(program->log()));
+        ZEL_LOG_WARNING("shader program failed to link:\n%s", qUtf8Printable(program->log()));
         return nullptr;
     }
     return program.release();

@@ -101,7 +101,7 @@ void UniformBufferMechanism::uploadDataToBuffer(QSharedPointer<BufferObject> buf
 const QSharedPointer<BufferObject> &UniformBufferMechanism::bufferOf(InstanceDataCollection *collection) const
 {
     return collection != nullptr && !collection->_uniformBufferObject.isNull()
-               ? collection->_uniformBufferObject->bufferObject()
+               ? collection->_uniformBufferObject->_bufferObject
                : newBufferOf(collection);
 }
 
@@ -114,7 +114,7 @@ UniformBufferMechanism::newBufferOf(InstanceDataCollection *collection) const
     }
     return collection == nullptr || collection->_uniformBufferObject.isNull()
                ? kNone
-               : collection->_uniformBufferObject->bufferObject();
+               : collection->_uniformBufferObject->_bufferObject;
 }
 
 void UniformBufferMechanism::uploadIfDirty(const QSharedPointer<BufferObject> &buffer,

@@ -131,11 +131,11 @@ inline UBOContextData &contextData(unsigned int target)
 
 } // namespace
 
-int UniformBufferObject::_numAlive = 0;
+std::atomic<int> UniformBufferObject::_numAlive{0};
 
 int UniformBufferObject::NumAlive()
 {
-    return _numAlive;
+    return _numAlive.load(std::memory_order_relaxed);
 }
 
 int UniformBufferObject::maxUniformBlockBindings()
@@ -161,12 +161,12 @@ UniformBufferObject::UniformBufferObject(const QString &blockName, QSharedPointe
     , _bufferObject(bufferObject)
     , _blockName(blockName)
 {
-    ++_numAlive;
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
 
 UniformBufferObject::~UniformBufferObject()
 {
-    --_numAlive;
+    _numAlive.fetch_sub(1, std::memory_order_relaxed);
 }
 
 bool UniformBufferObject::bind()
@@ -286,7 +286,7 @@ bool UniformBufferObject::unbind(ShaderProgram *)
     return true;
 }
 
-const QSharedPointer<BufferObject> &UniformBufferObject::bufferObject() const
+QSharedPointer<BufferObject> UniformBufferObject::bufferObject() const
 {
     return _bufferObject;
 }

@@ -7,6 +7,8 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 
+#include <atomic>
+
 namespace Orvane { namespace Zel {
 
 class BufferObject;
@@ -55,7 +57,7 @@ public:
     bool bind(ShaderProgram *program);
     bool unbind(ShaderProgram *program);
 
-    const QSharedPointer<BufferObject> &bufferObject() const;
+    QSharedPointer<BufferObject> bufferObject() const;
     /// The point held in the current context; 0xFFFFFFFF, and a report, without one.
     unsigned int uniformBlockBinding() const;
     /// Bytes.
@@ -63,10 +65,12 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
+    friend class UniformBufferMechanism; ///< reads the buffer with each bind
+
     int blockIndex(const ShaderProgram *program, unsigned int target);
     int findBlockIndex(const ShaderProgram *program, unsigned int target);
 
-    static int _numAlive;
+    static std::atomic<int> _numAlive;
 
     QSharedPointer<BufferObject> _bufferObject;
     QString _blockName;

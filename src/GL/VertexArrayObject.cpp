@@ -3,6 +3,7 @@
 #include "BufferObject.h"
 #include "GLUtilities.h"
 #include "ShaderProgram.h"
+#include "private/EntryPoint.h"
 
 namespace Orvane { namespace Zel {
 
@@ -33,6 +34,12 @@ bool isWholeVertices(int valueCount, int valuesPerVertex)
     return true;
 }
 
+bool hasBuffer(const QString &name, const QSharedPointer<BufferObject> &bufferObj)
+{
+    ZEL_ASSERT_RETURN(!bufferObj.isNull(), false, "Attribute '%s' has a NULL BO", qUtf8Printable(name));
+    return true;
+}
+
 bool bindForUpload(BufferObject &bufferObject)
 {
     if (bufferObject.bind()) {
@@ -56,11 +63,11 @@ void VertexArrayObject::AttributeData::setBO(QSharedPointer<BufferObject> bo)
     _bo = bo;
 }
 
-int VertexArrayObject::_numAlive = 0;
+std::atomic<int> VertexArrayObject::_numAlive{0};
 
 int VertexArrayObject::NumAlive()
 {
-    return _numAlive;
+    return _numAlive.load(std::memory_order_relaxed);
 }
 
 bool VertexArrayObject::isTypeSupported(unsigned int type)
@@ -81,10 +88,13 @@ bool VertexArrayObject::isTypeSupported(unsigned int type)
 VertexArrayObject::VertexArrayObject(QObject *parent)
     : QObject(parent)
 {
-    GLint slotCount = 0;
-    glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &slotCount);
-    _enabledAttributeNames.resize(slotCount);
-    ++_numAlive;
+    ZEL_ASSERT(nullptr != glGetIntegerv, kNotInitialized);
+    if (glGetIntegerv != nullptr) {
+        GLint slotCount = 0;
+        glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &slotCount);
+        _enabledAttributeNames.resize(slotCount);
+    }
+    _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
 
 VertexArrayObject::~VertexArrayObject()
@@ -92,13 +102,14 @@ VertexArrayObject::~VertexArrayObject()
     destroy();
     ZEL_ASSERT(false == this->_vaoBound, "Vertex Array Object is bound during class destructor");
     ZEL_ASSERT(0u == this->_vao, "Vertex Array Object needs to be destroied before class destructor");
-    --_numAlive;
+    _numAlive.fetch_sub(1, std::memory_order_relaxed);
 }
 
 bool VertexArrayObject::create()
 {
     ZEL_ASSERT_RETURN(0u == this->_vao, false, "Vertex Array Object is not NULL on create");
     ZEL_ASSERT_RETURN(false == this->_vaoBound, false, "Vertex Array Object is already bound on create");
+    ZEL_ASSERT_RETURN(nullptr != glGenVertexArrays, false, kNotInitialized);
     glGenVertexArrays(1, &_vao);
     return true;
 }
@@ -233,7 +244,8 @@ bool VertexArrayObject::subUpload(const QString &attrName, const float *data, in
                       "Values per vertex must match (Current %d != New %d)",
                       _attributesData[attrName]._valuesPerVertex, valuesPerVertex);
     const QSharedPointer<BufferObject> bufferObj = bo(attrName);
-    if (!isWholeVertices(valueCount, valuesPerVertex) || bufferObj.isNull() || !bindForUpload(*bufferObj)) {
+    if (!isWholeVertices(valueCount, valuesPerVertex) || !hasBuffer(attrName, bufferObj)
+        || !bindForUpload(*bufferObj)) {
         return false;
     }
     bufferObj->subUpload(data, valueCount, offset); // the result is that of the bind, on purpose
@@ -255,7 +267,7 @@ QSharedPointer<BufferObject> VertexArrayObject::bo(const QString &name)
 void *VertexArrayObject::mapBO(const QString &name)
 {
     const QSharedPointer<BufferObject> bufferObj = bo(name);
-    if (bufferObj.isNull()) {
+    if (!_attributesData.contains(name) || !hasBuffer(name, bufferObj)) {
         return nullptr;
     }
     bufferObj->bind();
@@ -267,7 +279,7 @@ void *VertexArrayObject::mapBO(const QString &name)
 void VertexArrayObject::unmapBO(const QString &name)
 {
     const QSharedPointer<BufferObject> bufferObj = bo(name);
-    if (bufferObj.isNull()) {
+    if (!_attributesData.contains(name) || !hasBuffer(name, bufferObj)) {
         return;
     }
     bufferObj->bind();
@@ -280,9 +292,9 @@ bool VertexArrayObject::enableArray(const QString &name, int attributeIndex)
     ZEL_ASSERT_RETURN(0 <= attributeIndex, false, "Attribute Index is NULL on enable array");
     ZEL_ASSERT_RETURN(0u != this->_vao, false, "Vertex Array Object is NULL on enable array");
     ZEL_ASSERT_RETURN(true == this->_vaoBound, false, "Vertex Array Object is not bound on enable array");
-    if (attributeIndex >= _enabledAttributeNames.size()) {
-        return false; // GL has no such slot
-    }
+    ZEL_ASSERT_RETURN(attributeIndex < _enabledAttributeNames.size(), false,
+                      "Attribute Index %d is not below GL_MAX_VERTEX_ATTRIBS %d", attributeIndex,
+                      _enabledAttributeNames.size());
     if (_enabledAttributeNames.at(attributeIndex) == name) {
         return true;
     }
@@ -292,7 +304,7 @@ bool VertexArrayObject::enableArray(const QString &name, int attributeIndex)
         disableArray(unsigned(attributeIndex));
         return true;
     }
-    if (attribute->_bo.isNull()) {
+    if (!hasBuffer(name, attribute->_bo)) {
         return false;
     }
     specifyArray(*attribute, unsigned(attributeIndex));

@@ -9,6 +9,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include <atomic>
+
 namespace Orvane { namespace Zel {
 
 class BufferObject;
@@ -27,7 +29,8 @@ class ShaderProgram;
 /// Context: construct, use and delete with one and the same context current;
 ///          registering and uploading touch buffers only.
 /// Errors:  a wrong order of calls is diagnosed and answered with false, and
-///          changes nothing.
+///          changes nothing; likewise what needs the buffer of an attribute that
+///          was registered with a null one, and a slot that GL does not have.
 /// Source:  OpenGL 3.2 core, vertex array objects.
 ///
 /// destroy() leaves the table of enabled names as it was: dirty the names before a
@@ -122,7 +125,7 @@ private:
     void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
     void disableArray(unsigned int attributeIndex) const;
 
-    static int _numAlive;
+    static std::atomic<int> _numAlive;
 
     unsigned int _vao = 0; ///< GL name; 0: none
     bool _vaoBound = false;

@@ -2,7 +2,8 @@
 
 /// \file
 /// Everything of ZelGL in one include: the GL names, the reporting macros and
-/// all classes.
+/// all classes. It may come before or after Qt's headers. The macros of the GL
+/// names are left out where ZELGL_NO_GL_NAMES is defined; see GLLoader.h.
 
 #include "ASTCReader.h"
 #include "Array2DTextureManager.h"

@@ -19,6 +19,8 @@ if [ "${3-}" = --refresh ]; then
     exported > "$list"
     exit
 fi
+! readelf -d "$library" | grep 'NEEDED.*libOpenGL' || { echo "GL is reached by pointers only"; exit 1; }
+readelf -d "$library" | grep -q 'NODELETE' || { echo "QtCore reads texts of the library after dlclose()"; exit 1; }
 exported | diff -u "$list" - || {
     echo "The exports of $library are not those of $list: if that is meant, build zelgl_refresh_exports."
     exit 1

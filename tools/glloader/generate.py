@@ -100,15 +100,21 @@ def header(core, extensions, commands):
 /// has one exported, writable pointer `_ptrc_gl*`, null until ogl_LoadFunctions()
 /// fills it. The macros at the end let code write `glBindBuffer(...)` and call
 /// through the table; a program may replace a slot to count or fake a call.
+/// A source that calls members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES
+/// before it includes a header of the library: the macros, which would rename
+/// these members, are then left out.
 ///
-/// Context: ogl_LoadFunctions() and the version questions need a current context.
-/// Errors:  a missing entry point leaves its slot null and is only counted.
+/// Context: ogl_LoadFunctions() and the version queries need a current context.
+/// Errors:  a missing entry point leaves its slot null and is only counted. The
+///          version queries log an assertion and return 0 while the table is empty.
 /// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
 
 #include "Export.h"
 
-// Qt's header declares the GL 1.x prototypes, so it must be read before the macros below.
-#include <QtGui/qopengl.h>
+// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; before these classes it
+// undefines the names. All of that must come before the macros below.
+#include <QtGui/qopenglextrafunctions.h>
+#include <QtGui/qopenglfunctions.h>
 
 #include <GL/glcorearb.h>
 
@@ -139,15 +145,18 @@ ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 
 } // extern "C"
 
+#ifndef ZELGL_NO_GL_NAMES
 """
     )
     for _, names in sections(core, extensions):
         out += [f"#define {name} {commands[name].slot}\n" for name in names]
+    out.append("#endif // ZELGL_NO_GL_NAMES\n")
     return "".join(out)
 
 
 def source(core, extensions, commands):
-    out = [BANNER, '#include "GLLoader.h"\n', "\n#include <GL/glx.h>\n", "\n#include <cstring>\n"]
+    out = [BANNER, '#include "GLLoader.h"\n', '\n#include "Reporting.h"\n']
+    out += ["\n#include <GL/glx.h>\n", "\n#include <cstring>\n"]
     out.append('\nextern "C" {\n\n')
     out += [f"int ogl_ext_{name} = 0;\n" for name in extensions]
     for title, names in sections(core, extensions):
@@ -183,7 +192,7 @@ struct ExtensionMapRow
 {
     const char *name;
     int *flag;
-    int (*loadFunctions)(); ///< null where the extension has none
+    int (*loadFunctions)(); ///< null if the extension has none
 };
 
 const ExtensionMapRow kExtensionMap[] = {
@@ -209,6 +218,7 @@ int minorVersion = 0;
 
 void cacheVersion()
 {
+    ZEL_ASSERT_RETURN(nullptr != glGetIntegerv, , "initializeGLFunctions() must be called first");
     if (majorVersion == 0) {
         glGetIntegerv(GL_MAJOR_VERSION, &majorVersion);
         glGetIntegerv(GL_MINOR_VERSION, &minorVersion);

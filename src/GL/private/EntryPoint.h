@@ -1,0 +1,32 @@
+#pragma once
+
+#include "../GLUtilities.h"
+
+#include <atomic>
+
+namespace Orvane { namespace Zel {
+
+/// What is logged where the table of entry points is still empty.
+constexpr char kNotInitialized[] = "initializeGLFunctions() must be called first";
+
+/// A GL function that the table of GLLoader.h lacks: null before the first look-up, and where the driver does not have it.
+/// `EntryPoint<PFNGLNAMEDBUFFERDATAPROC> namedBufferData;` is tested and called like a pointer.
+///
+/// Context: lookUp() needs a current one. Threads with a context each may look up and call at the same time.
+/// Private to the library.
+template <typename Function> class EntryPoint
+{
+public:
+    /// A missing function is logged, unless \a quiet.
+    void lookUp(const char *name, bool quiet)
+    {
+        _function.store(reinterpret_cast<Function>(getGLProcAddress(name, quiet)), std::memory_order_relaxed);
+    }
+
+    operator Function() const { return _function.load(std::memory_order_relaxed); }
+
+private:
+    std::atomic<Function> _function{nullptr};
+};
+
+}} // namespace Orvane::Zel
