@@ -11,12 +11,12 @@
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
-#include "private/SavedViewport.h"
+#include "private/CubemapConversions.h"
+#include "private/CubemapLayouts.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
 #include <QtCore/QObject>
-#include <QtGui/QGenericMatrix>
 #include <QtGui/QMatrix4x4>
 
 #include <algorithm>
@@ -28,73 +28,9 @@ namespace TvoImageCubemapUtils {
 
 namespace {
 
-constexpr int kFaces = 6;
-constexpr int kMostLayersInPass = 8;
-constexpr int kMostLevels = 1 << 16; ///< far more than GL has; Mesa ends the process on depths of 100 million
-constexpr int kLastSourceType = eSourceCross;
+constexpr int kMaxLayersInPass = 8;
+constexpr int kMaxLevels = 1 << 16; ///< far more than GL has; Mesa ends the process on depths of 100 million
 constexpr GLenum kWraps[] = {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T};
-
-GLenum faceTarget(int face)
-{
-    return GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(face);
-}
-
-struct FaceRow
-{
-    GLfloat normalMatrix[9]; ///< turns the normals of +X to the face; column after column
-    GLfloat clearColor[3];   ///< shows wherever nothing is drawn
-};
-
-const FaceRow kFaceRows[kFaces] = {
-    {{1, 0, 0, 0, 0, -1, 0, -1, 0}, {1, 0, 0}}, {{-1, 0, 0, 0, 0, 1, 0, -1, 0}, {0, 1, 0}},
-    {{0, 1, 0, 1, 0, 0, 0, 0, 1}, {0, 0, 1}},   {{0, -1, 0, 1, 0, 0, 0, 0, -1}, {1, 1, 0}},
-    {{0, 0, 1, 1, 0, 0, 0, -1, 0}, {0, 1, 1}},  {{0, 0, -1, -1, 0, 0, 0, -1, 0}, {1, 0, 1}},
-};
-
-struct CrossLayout
-{
-    int columns;
-    int rows;
-    int cells[kFaces][2];
-    float turns[kFaces][6];
-};
-
-const CrossLayout kCrossLayouts[] = {
-    {4,
-     3,
-     {{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {3, 1}},
-     {{0, 0, 0, -1, -1, 0},
-      {0, 0, 0, -1, 1, 0},
-      {1, 0, 0, 0, 0, 1},
-      {1, 0, 0, 0, 0, -1},
-      {1, 0, 0, -1, 0, 0},
-      {-1, 0, 0, -1, 0, 0}}},
-    {3,
-     4,
-     {{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {1, 3}},
-     {{0, 0, 0, -1, -1, 0},
-      {0, 0, 0, -1, 1, 0},
-      {1, 0, 0, 0, 0, 1},
-      {1, 0, 0, 0, 0, -1},
-      {1, 0, 0, -1, 0, 0},
-      {1, 0, 0, 1, 0, 0}}},
-};
-
-// From the normal of a face to its place in a strip of six, two rows of four.
-const float kStripRows[kFaces][8] = {
-    {0, 0, -1.0f / 12, 1.0f / 12, 0, -0.5f, 0, 0.5f}, {0, 0, 1.0f / 12, 3.0f / 12, 0, -0.5f, 0, 0.5f},
-    {1.0f / 12, 0, 0, 5.0f / 12, 0, 0, 0.5f, 0.5f},   {1.0f / 12, 0, 0, 7.0f / 12, 0, 0, -0.5f, 0.5f},
-    {1.0f / 12, 0, 0, 9.0f / 12, 0, -0.5f, 0, 0.5f},  {-1.0f / 12, 0, 0, 11.0f / 12, 0, -0.5f, 0, 0.5f},
-};
-
-// From the quad to directions, row after row.
-const GLfloat kStripTransforms[kFaces][9] = {
-    {0, 0, -1, 0, 1, 0, -1, 0, 0}, {0, 0, 1, 0, 1, 0, 1, 0, 0},  {1, 0, 0, 0, 0, -1, 0, -1, 0},
-    {1, 0, 0, 0, 0, 1, 0, 1, 0},   {1, 0, 0, 0, 1, 0, 0, 0, -1}, {-1, 0, 0, 0, 1, 0, 0, 0, 1},
-};
-
-const float kQuadVertices[] = {-1, -1, 1, -1, -1, 1, 1, 1};
-const float kQuadNormals[] = {1, -1, -1, 1, 1, -1, 1, -1, 1, 1, 1, 1}; // of the face +X
 
 std::unique_ptr<DrawBuffers> makeQuad()
 {
@@ -103,60 +39,27 @@ std::unique_ptr<DrawBuffers> makeQuad()
     const auto vao = context->newVAO();
     quad->setVAO(vao);
     quad->setPrimitiveType(GL_TRIANGLE_STRIP);
-    quad->setVertexCount(4);
-    const auto fill = [&](const char *name, const float *values, int count, int valuesPerVertex) {
+    quad->setVertexCount(kQuadVertexCount);
+    const auto fill = [&](const char *name, const float *values, int valuesPerVertex) {
         const auto buffer = context->newBuffer();
         buffer->setTarget(GL_ARRAY_BUFFER);
-        return vao->upload(QLatin1String(name), buffer, values, count, valuesPerVertex, GL_STATIC_DRAW);
+        return vao->upload(QLatin1String(name), buffer, values, kQuadVertexCount * valuesPerVertex,
+                           valuesPerVertex, GL_STATIC_DRAW);
     };
-    if (!fill("tvo_Vertex", kQuadVertices, 8, 2) || !fill("tvo_Normal", kQuadNormals, 12, 3)) {
+    if (!fill("tvo_Vertex", kQuadVertices, 2) || !fill("tvo_Normal", kQuadNormals, 3)) {
         ZEL_LOG_DEBUG("Failed to upload buffers.");
     }
     return quad;
 }
 
-/// What a level of a texture, or of its first face, is.
-struct LevelShape
+/// Whether a texture of the shape's format can be rendered to.
+bool isRenderable(const LevelShape &shape)
 {
-    LevelShape(Texture &texture, int level)
-    {
-        const AutoBinder binder(&texture);
-        width = texture.width(level);
-        height = texture.height(level);
-        internalFormat = texture.internalFormat(level);
-        isCompressed = texture.getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) == GL_TRUE;
+    if (shape.isCompressed) {
+        ZEL_LOG_DEBUG("[ !! ] Cannot render to the compressed format 0x%X",
+                      static_cast<unsigned>(shape.internalFormat));
     }
-
-    /// False where the texture could not be bound.
-    bool isKnown() const { return width >= 0; }
-
-    /// False, and logged, where a texture of the same format cannot be rendered to.
-    bool isRenderable() const
-    {
-        if (isCompressed) {
-            ZEL_LOG_DEBUG("[ !! ] Cannot render to the compressed format 0x%X",
-                          static_cast<unsigned>(internalFormat));
-        }
-        return isKnown() && !isCompressed;
-    }
-
-    bool operator==(const LevelShape &other) const
-    {
-        return width == other.width && height == other.height && internalFormat == other.internalFormat;
-    }
-
-    int width;
-    int height;
-    int internalFormat;
-    bool isCompressed;
-};
-
-int maxLevelOf(Texture &texture)
-{
-    const AutoBinder binder(&texture);
-    GLint level = 0;
-    glGetTexParameteriv(texture.target(), GL_TEXTURE_MAX_LEVEL, &level);
-    return level;
+    return shape.isKnown() && !shape.isCompressed;
 }
 
 /// Sets up a renderer that has a source, and lets it render.
@@ -188,7 +91,7 @@ bool TvoRenderCubemapBase::renderBegin(int face)
         return false;
     }
     glUniformMatrix3fv(location(QStringLiteral("u_TvoNormalMatrix")), 1, GL_FALSE,
-                       kFaceRows[face].normalMatrix);
+                       kCubeFaces[face].normalMatrix);
     return true;
 }
 
@@ -200,7 +103,7 @@ void TvoRenderCubemapBase::removeShaderDefines() {}
 
 void TvoRenderCubemapBase::setLevels(int levels)
 {
-    _levels = std::clamp(levels, -kMostLevels, kMostLevels);
+    _levels = std::clamp(levels, -kMaxLevels, kMaxLevels);
 }
 
 Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, unsigned target)
@@ -336,7 +239,7 @@ int TvoRenderCubemapBase::largestBatchSize() const
 
 void TvoRenderCubemapBase::setBatchSize(int layers)
 {
-    _batchSize = std::clamp(layers, 1, kMostLayersInPass);
+    _batchSize = std::clamp(layers, 1, kMaxLayersInPass);
 }
 
 bool TvoRenderCubemapBase::canRender(int face) const
@@ -369,7 +272,7 @@ bool TvoRenderCubemapBase::attachFace(const Texture &target, int face)
 
 bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
 {
-    static constexpr GLenum attachments[kMostLayersInPass] = {
+    static constexpr GLenum attachments[kMaxLayersInPass] = {
         GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2, GL_COLOR_ATTACHMENT3,
         GL_COLOR_ATTACHMENT4, GL_COLOR_ATTACHMENT5, GL_COLOR_ATTACHMENT6, GL_COLOR_ATTACHMENT7};
     _face = face;
@@ -382,7 +285,7 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
         ZEL_LOG_DEBUG("[ !! ] Cannot render to faces of this format and size");
         return false;
     }
-    const GLfloat *color = kFaceRows[face].clearColor;
+    const float *color = kCubeFaces[face].clearColor;
     glClearColor(color[0], color[1], color[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
@@ -460,6 +363,38 @@ void TvoRenderCubemapBaseTexture::setFilters(int minFilter, int magFilter)
     _magFilter = magFilter;
 }
 
+bool TvoRenderCubemapBaseTexture::createConversionShader(const QString &fragmentFile)
+{
+    buildProgram(fragmentFile, true, QString());
+    return TvoRenderCubemapBase::createShader();
+}
+
+bool TvoRenderCubemapBaseTexture::createFilterShader(const QString &fragmentFile)
+{
+    // The define is that of CubeRender_NDotL.frag. CubeRender_Blur.frag reads another one and so does not compile: a blur
+    // keeps the clear colours, as hosts know it. See TvoImageCubemapUtilsTest.BlursKeepTheClearColours.
+    buildProgram(fragmentFile, false, QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
+    return TvoRenderCubemapBase::createShader();
+}
+
+bool TvoRenderCubemapBaseTexture::beginFilter(int face, float exponent)
+{
+    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
+        return false;
+    }
+    for (int k = 0; k < layersInPass(); ++k) {
+        glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)), std::pow(blurOfLayer(k), exponent));
+    }
+    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    return true;
+}
+
+void TvoRenderCubemapBaseTexture::endFilter(int face)
+{
+    glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    TvoRenderCubemapBaseTexture::renderEnd(face);
+}
+
 void TvoRenderCubemap_Cross::setLayout(TvoLayout layout)
 {
     _layout = layout;
@@ -467,8 +402,7 @@ void TvoRenderCubemap_Cross::setLayout(TvoLayout layout)
 
 bool TvoRenderCubemap_Cross::createShader()
 {
-    buildProgram(QStringLiteral("CubeRender_Cross.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    return createConversionShader(QStringLiteral("CubeRender_Cross.frag"));
 }
 
 bool TvoRenderCubemap_Cross::renderBegin(int face)
@@ -476,20 +410,7 @@ bool TvoRenderCubemap_Cross::renderBegin(int face)
     if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
         return false;
     }
-    const CrossLayout &layout = kCrossLayouts[_layout == eLayout3x4 ? 1 : 0];
-    const float *t = layout.turns[face];
-    const float sx = 0.5f / static_cast<float>(layout.columns);
-    const float sy = 0.5f / static_cast<float>(layout.rows);
-    // The numbers fill the matrix row after row; settled, and not to be exchanged for columns.
-    const float values[] = {t[0] * sx,
-                            t[1] * sy,
-                            t[2] * sx,
-                            t[3] * sy,
-                            t[4] * sx,
-                            t[5] * sy,
-                            static_cast<float>(2 * layout.cells[face][0] + 1) * sx,
-                            static_cast<float>(2 * layout.cells[face][1] + 1) * sy};
-    const QMatrix4x2 toUv(values);
+    const QMatrix4x2 toUv = crossMatrix(_layout == eLayout3x4, face);
     glUniformMatrix4x2fv(location(QStringLiteral("u_TvoNormalToUvMatrix")), 1, GL_FALSE, toUv.constData());
     return true;
 }
@@ -497,15 +418,13 @@ bool TvoRenderCubemap_Cross::renderBegin(int face)
 bool TvoRenderCubemap_LatLongSphere::createShader()
 {
     clampSource(); // the nadir is exactly v = 1
-    buildProgram(QStringLiteral("CubeRender_LatLongSphere.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    return createConversionShader(QStringLiteral("CubeRender_LatLongSphere.frag"));
 }
 
 bool TvoRenderCubemap_Sphere::createShader()
 {
     clampSource(); // the rim is exactly 1 in u or v
-    buildProgram(QStringLiteral("CubeRender_Sphere.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    return createConversionShader(QStringLiteral("CubeRender_Sphere.frag"));
 }
 
 TvoRenderCubemap_Blur::TvoRenderCubemap_Blur()
@@ -515,29 +434,19 @@ TvoRenderCubemap_Blur::TvoRenderCubemap_Blur()
 
 bool TvoRenderCubemap_Blur::createShader()
 {
-    // The shader reads another define than this, and so does not compile: a blur keeps the clear colours. Left so.
-    buildProgram(QStringLiteral("CubeRender_Blur.frag"), false,
-                 QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
+    const bool hasShader = createFilterShader(QStringLiteral("CubeRender_Blur.frag"));
     setBatchSize(largestBatchSize());
-    return TvoRenderCubemapBase::createShader();
+    return hasShader;
 }
 
 bool TvoRenderCubemap_Blur::renderBegin(int face)
 {
-    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
-        return false;
-    }
-    for (int k = 0; k < layersInPass(); ++k) {
-        glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)), blurOfLayer(k));
-    }
-    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    return true;
+    return beginFilter(face, 1.0f);
 }
 
 void TvoRenderCubemap_Blur::renderEnd(int face)
 {
-    glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    TvoRenderCubemapBaseTexture::renderEnd(face);
+    endFilter(face);
 }
 
 TvoRenderCubemap_NDotL::TvoRenderCubemap_NDotL()
@@ -553,34 +462,22 @@ void TvoRenderCubemap_NDotL::setLevelsPow(float levelsPow)
 bool TvoRenderCubemap_NDotL::createShader()
 {
     // The batch size of the passes stays 1, whatever the shader declares.
-    buildProgram(QStringLiteral("CubeRender_NDotL.frag"), false,
-                 QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
-    return TvoRenderCubemapBase::createShader();
+    return createFilterShader(QStringLiteral("CubeRender_NDotL.frag"));
 }
 
 bool TvoRenderCubemap_NDotL::renderBegin(int face)
 {
-    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
-        return false;
-    }
-    for (int k = 0; k < layersInPass(); ++k) {
-        glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)),
-                    std::pow(blurOfLayer(k), 1.0f / _levelsPow));
-    }
-    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    return true;
+    return beginFilter(face, 1.0f / _levelsPow);
 }
 
 void TvoRenderCubemap_NDotL::renderEnd(int face)
 {
-    glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    TvoRenderCubemapBaseTexture::renderEnd(face);
+    endFilter(face);
 }
 
 bool TvoRenderCubemap_Linear::createShader()
 {
-    buildProgram(QStringLiteral("CubeRender_Linear.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    return createConversionShader(QStringLiteral("CubeRender_Linear.frag"));
 }
 
 bool TvoRenderCubemap_Linear::renderBegin(int face)
@@ -588,7 +485,7 @@ bool TvoRenderCubemap_Linear::renderBegin(int face)
     if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
         return false;
     }
-    const QMatrix4x2 toUv(kStripRows[face]);
+    const QMatrix4x2 toUv = stripMatrix(face);
     glUniformMatrix4x2fv(location(QStringLiteral("u_TvoNormalToUvMatrix")), 1, GL_FALSE, toUv.constData());
     return true;
 }
@@ -614,7 +511,7 @@ QString typeAsString(TvoImageCubemapSourceType type)
 
 TvoImageCubemapSourceType typeFromString(const QString &text)
 {
-    for (int type = eSourceNone; type <= kLastSourceType; ++type) {
+    for (int type = eSourceNone; type <= eSourceCross; ++type) {
         if (text == typeAsString(static_cast<TvoImageCubemapSourceType>(type))) {
             return static_cast<TvoImageCubemapSourceType>(type);
         }
@@ -642,7 +539,7 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
     }
     const LevelShape shape(*source, 0);
     const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) -> Texture * {
-        if (!shape.isRenderable()) {
+        if (!isRenderable(shape)) {
             return nullptr;
         }
         const int faceSize = maxSize > 0 ? std::min(size, maxSize) : size;
@@ -716,7 +613,7 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     }
     maxLevelOf(*cube); // asked, and not looked at
     const LevelShape shape(*cube, level);
-    if (!shape.isRenderable()) {
+    if (!isRenderable(shape)) {
         return nullptr;
     }
     const auto internalFormat = static_cast<unsigned>(shape.internalFormat);
@@ -725,61 +622,7 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     if (format == 0 || type == 0) {
         return nullptr; // which was reported there
     }
-    const SavedViewport viewport;
-    const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
-    ShaderProgram program(nullptr);
-    program.setFragDataLocations({QStringLiteral("out_FragColor")});
-    program.addShaderFromFile(GL_VERTEX_SHADER, QStringLiteral("CubeRender_ToLinearVS.glslc"));
-    program.addShaderFromFile(GL_FRAGMENT_SHADER, QStringLiteral("CubeRender_ToLinearFS.glslc"));
-    program.compile();
-    program.link();
-
-    const int stripWidth = kFaces * shape.width;
-    auto strip =
-        std::make_unique<Texture>(GL_TEXTURE_2D, shape.internalFormat, stripWidth, shape.height, 0, nullptr);
-    if (!strip->bind()) { // the calls below would go to another texture
-        return nullptr;
-    }
-    glTexImage2D(GL_TEXTURE_2D, 0, shape.internalFormat, stripWidth, shape.height, 0, format, type, nullptr);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glGenerateMipmap(GL_TEXTURE_2D);
-    strip->unbind();
-
-    FramebufferObject framebuffer(nullptr);
-    const AutoBinder framebufferBinder(&framebuffer);
-    const AutoBinder programBinder(&program);
-    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
-    {
-        const AutoBinder binder(quad->VAO().data());
-        quad->VAO()->enableShaderProgramArrays(&program);
-    }
-    const AutoBinder quadBinder(quad.data());
-    const AutoBinder cubeBinder(cube);
-    program.setUniform(program.getUniformLocation(QStringLiteral("u_Texture")),
-                       static_cast<int>(cube->unit()));
-    const int transform = program.getUniformLocation(QStringLiteral("u_Transform"));
-    glDisable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glDepthMask(GL_FALSE);
-    glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
-    for (int face = 0; face < kFaces; ++face) {
-        glViewport(shape.width * face, 0, shape.width, shape.height);
-        framebuffer.attach(strip.get(), GL_COLOR_ATTACHMENT0, 0);
-        if (!framebuffer.isComplete()) {
-            glBindFramebuffer(GL_FRAMEBUFFER, 0);
-            return nullptr;
-        }
-        if (transform >= 0) {
-            glUniformMatrix3fv(transform, 1, GL_TRUE, kStripTransforms[face]);
-        }
-        quad->draw(&program);
-        glFlush();
-        framebuffer.detach(GL_COLOR_ATTACHMENT0);
-    }
-    return strip.release();
+    return stripOfFaces(*cube, shape, format, type).release();
 }
 
 bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
@@ -799,27 +642,7 @@ bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
     if (!(LevelShape(*target, lod) == shape)) {
         return false;
     }
-    for (int face = 0; face < kFaces; ++face) {
-        const FramebufferObject read(nullptr);
-        const FramebufferObject draw(nullptr);
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, read.getFBO());
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, draw.getFBO());
-        glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, faceTarget(face),
-                               source->textureID(), 0);
-        glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, faceTarget(face),
-                               target->textureID(), lod);
-        const bool complete = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-        if (complete) {
-            glBlitFramebuffer(0, 0, shape.width, shape.height, 0, 0, shape.width, shape.height,
-                              GL_COLOR_BUFFER_BIT, GL_LINEAR);
-        }
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
-        if (!complete) {
-            return false;
-        }
-    }
-    return true;
+    return copyFaces(*source, *target, lod, shape);
 }
 
 } // namespace TvoImageCubemapUtils

@@ -85,8 +85,8 @@ protected:
     bool canRender(int face) const;
 
 private:
-    bool attachFace(const Orvane::Zel::Texture &target, int face);
-    bool renderFace(int size, const Orvane::Zel::Texture &target, int face);
+    ZELGL_NO_EXPORT bool attachFace(const Orvane::Zel::Texture &target, int face);
+    ZELGL_NO_EXPORT bool renderFace(int size, const Orvane::Zel::Texture &target, int face);
 
     int _levels = 1;
     int _layers = 1; ///< cubes in the target
@@ -117,6 +117,12 @@ protected:
     /// For images with edges that are no neighbours: renders clamp both wraps of the source, and put them back.
     void clampSource() { _clampsSource = true; }
     const Orvane::Zel::Texture *texture() const { return _texture; }
+    /// createShader() of the four conversions.
+    ZELGL_NO_EXPORT bool createConversionShader(const QString &fragmentFile);
+    /// createShader(), renderBegin() and renderEnd() of the two filters. A layer's blur is raised to \a exponent.
+    ZELGL_NO_EXPORT bool createFilterShader(const QString &fragmentFile);
+    ZELGL_NO_EXPORT bool beginFilter(int face, float exponent);
+    ZELGL_NO_EXPORT void endFilter(int face);
 
 private:
     Orvane::Zel::Texture *_texture = nullptr; ///< borrowed
