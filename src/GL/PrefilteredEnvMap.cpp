@@ -18,9 +18,9 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-int gTileSizeMax = 1024;
+int gTileSizeMax = 1024; ///< process-wide and without a lock; the host sets it between bakes
 
-constexpr unsigned kTableSamples = 1024;
+constexpr unsigned kTableSamples = 1024; ///< the host chooses those of the environments
 
 struct CubeFace
 {
@@ -37,7 +37,8 @@ const CubeFace kCubeFaces[] = {
     {GL_TEXTURE_CUBE_MAP_NEGATIVE_Z, {-1, 0, 0, 0, -1, 0, 0, 0, 1}},
 };
 
-/// Built and bound. The names of a program's files begin alike; \a name is also the one in messages.
+/// Builds and binds a program. \a name is its name in messages, \a files what the names of its own files begin with. noise2D
+/// is linked in, though no sample is jittered: with the same directions for all pixels, tiles change nothing.
 std::unique_ptr<ShaderProgram> buildProgram(const char *name, const char *files, ShadingModel model)
 {
     GLSLMacroProcessor processor;
@@ -57,7 +58,7 @@ std::unique_ptr<ShaderProgram> buildProgram(const char *name, const char *files,
         ZEL_LOG_WARNING("%s shader program failed to link", name);
         return nullptr;
     }
-    program->setMacroProcessor(nullptr); // it dies with this call
+    program->setMacroProcessor(nullptr); // the processor ends with this call
     program->bind();
     return program;
 }
@@ -76,10 +77,10 @@ void setFilters(const Texture &texture, GLint minFilter, GLint magFilter)
 /// What differs between the three bakes before the first draw.
 struct BakeSetup
 {
-    const char *name;  ///< in messages
-    const char *files; ///< how the names of the program's own files begin
+    const char *name;  ///< of the program, in messages
+    const char *files; ///< what the names of the program's own files begin with
     GLenum target;
-    bool hasLevels; ///< else level 0 alone
+    bool hasLevels; ///< false for level 0 alone
 };
 
 constexpr BakeSetup kCubeBake = {"prefilteredEnvMap", "prefilteredEnvMapCube", GL_TEXTURE_CUBE_MAP, true};
@@ -92,7 +93,7 @@ void allocateLevel0(GLenum image, TextureFormat format, int width, int height)
                  ExternalFormat(format), ExternalType(format), nullptr);
 }
 
-/// The texture that a bake draws into, with storage and without contents; null when no texture unit is free.
+/// The texture that a bake draws into, with storage and undefined texels; null when no texture unit is free.
 std::unique_ptr<Texture> newBakeTexture(const BakeSetup &setup, TextureFormat format, int width, int height)
 {
     auto texture = newBoundTexture(setup.target, static_cast<int>(InternalFormat(format)), width, height, 0);
@@ -112,13 +113,14 @@ std::unique_ptr<Texture> newBakeTexture(const BakeSetup &setup, TextureFormat fo
         allocateLevel0(setup.target, format, width, height);
     }
     if (setup.hasLevels) {
-        glGenerateMipmap(setup.target);
+        glGenerateMipmap(setup.target); // allocates the levels, which the bake then draws
     }
     texture->unbind();
     return texture;
 }
 
-/// The filters and the level range of a filtered environment.
+/// Sets the filters, wraps and levels that a host samples a filtered environment with. Returns false when no texture unit is
+/// free.
 bool finishEnvMap(Texture &texture, int numLods, GLint wrapS)
 {
     if (!texture.bind()) {
@@ -134,8 +136,7 @@ bool finishEnvMap(Texture &texture, int numLods, GLint wrapS)
     return texture.unbind();
 }
 
-/// One bake: its program, its texture, and a framebuffer with the full-screen quad, all but the texture bound until the end
-/// of the bake.
+/// A bake in progress. Its program, framebuffer and full-screen quad are bound until the end, its texture is not.
 class Bake
 {
     Q_DISABLE_COPY(Bake)
@@ -172,14 +173,14 @@ public:
     void attach(int lod) { _framebuffer.attach(_texture.get(), GL_COLOR_ATTACHMENT0, lod); }
     void detach() { _framebuffer.detach(GL_COLOR_ATTACHMENT0); }
 
-    /// The flush makes each draw a job that the GPU can schedule by itself.
+    /// The flush makes each draw a GPU job of its own, between which the driver can schedule others.
     void draw()
     {
         _pass.draw();
         glFlush();
     }
 
-    /// The texture, for the caller to own; null if \a isComplete is false.
+    /// Releases the texture to the caller; returns null if \a isComplete is false.
     Texture *finish(bool isComplete) { return isComplete ? _texture.release() : nullptr; }
 
 private:
@@ -196,6 +197,8 @@ private:
     std::unique_ptr<ShaderProgram> _program;
     FramebufferObject _framebuffer;
     FullscreenPass _pass;
+    /// Else a bake into SRGB8A8 would store linear values, which sampling decodes once more: see
+    /// PrefilteredEnvMapTest.TheTableHoldsTheIntegratedBRDFOfEveryModel.
     AutoEnabler _encodesSRGB{GL_FRAMEBUFFER_SRGB};
 };
 
@@ -215,6 +218,7 @@ void drawCubeFace(Bake &bake, const CubeFace &face, int lod, float roughness, in
     if (transformLocation >= 0) {
         glUniformMatrix3fv(transformLocation, 1, GL_FALSE, face.transform);
     }
+    // Required: without the uniform nothing is drawn here, unlike in the bake of an image.
     if (roughnessLocation >= 0) {
         glUniform1f(roughnessLocation, roughness);
         bake.draw();
@@ -237,10 +241,11 @@ void drawCubeLevels(Bake &bake, int size, int, int numLods, ShadingModel model)
     }
 }
 
-/// Tiles keep every job that the GPU gets short. The scissor cuts them out.
+/// Draws a level in tiles, which the scissor cuts out: no GPU job covers more than a tile, so the desktop stays responsive.
+/// See PrefilteredEnvMapTest.TilesChangeTheDrawsAndNotTheImage.
 void drawTiles(Bake &bake, int width, int height)
 {
-    const int tile = std::max(gTileSizeMax, 1); // a step of 0 would never end
+    const int tile = std::max(gTileSizeMax, 1); // a step of 0 would loop for ever
     for (int x = 0; x < width; x += tile) {
         for (int y = 0; y < height; y += tile) {
             glScissor(x, y, std::min(tile, width - x), std::min(tile, height - y));
@@ -270,10 +275,10 @@ void drawLatLongLevels(Bake &bake, int width, int height, int numLods, ShadingMo
     glDisable(GL_SCISSOR_TEST);
 }
 
-/// Draws all levels of a filtered environment.
+/// Draws all levels of a filtered environment. Yellow, the clear colour, remains wherever nothing is drawn.
 using DrawLevels = void (*)(Bake &bake, int width, int height, int numLods, ShadingModel model);
 
-/// What the two filtered environments have in common, from the program to the finished texture.
+/// Both filtered environments, from the program to the finished texture.
 Texture *filterEnvMap(Texture &envMap, const BakeSetup &setup, DrawLevels drawLevels, GLint wrapS, int width,
                       int height, unsigned numSamples, ShadingModel model, TextureFormat format)
 {
@@ -357,6 +362,7 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
     bake->draw();
     bake->detach();
     FullscreenPass::resetState();
+    // Clamped, since x and y are cosine and roughness, whose ends are not neighbours.
     Texture &table = bake->texture();
     table.bind();
     setParameter(table, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);

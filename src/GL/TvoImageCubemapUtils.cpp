@@ -29,7 +29,11 @@ namespace TvoImageCubemapUtils {
 namespace {
 
 constexpr int kMaxLayersInPass = 8;
-constexpr int kMaxLevels = 1 << 16; ///< far more than GL has; Mesa ends the process on depths of 100 million
+// Far more than GL has. Mesa ends the process on depths of 100 million, as on "sizes far above the limit" in
+// docs/driver-workarounds.md.
+constexpr int kMaxLevels = 1 << 16;
+
+// A source is two-dimensional when its wraps matter, so the third wrap stays.
 constexpr GLenum kWraps[] = {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T};
 
 std::unique_ptr<DrawBuffers> makeQuad()
@@ -40,6 +44,7 @@ std::unique_ptr<DrawBuffers> makeQuad()
     quad->setVAO(vao);
     quad->setPrimitiveType(GL_TRIANGLE_STRIP);
     quad->setVertexCount(kQuadVertexCount);
+    // The normals are directions of the face +X. A matrix for each face turns them, so that one quad serves all six.
     const auto fill = [&](const char *name, const float *values, int valuesPerVertex) {
         const auto buffer = context->newBuffer();
         buffer->setTarget(GL_ARRAY_BUFFER);
@@ -52,7 +57,7 @@ std::unique_ptr<DrawBuffers> makeQuad()
     return quad;
 }
 
-/// Whether a texture of the shape's format can be rendered to.
+/// False for formats that no driver renders to. Drivers refuse others, such as GL_RGB9_E5, by an incomplete framebuffer.
 bool isRenderable(const LevelShape &shape)
 {
     if (shape.isCompressed) {
@@ -62,7 +67,7 @@ bool isRenderable(const LevelShape &shape)
     return shape.isKnown() && !shape.isCompressed;
 }
 
-/// Sets up a renderer that has a source, and lets it render.
+/// Renders from \a source into a new cube map.
 Texture *renderFrom(TvoRenderCubemapBaseTexture &renderer, Texture *source,
                     TvoImageCubemapColorSpace colorSpace, int size, unsigned internalFormat, unsigned target)
 {
@@ -111,13 +116,14 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     auto texture =
         std::make_unique<Texture>(target, static_cast<int>(internalFormat), size, size, 0, nullptr);
     const AutoBinder binder(texture.get());
-    if (target != 0 && !texture->isBound()) { // the calls below would go to another texture
+    if (target != 0
+        && !texture->isBound()) { // no texture unit was free: the calls below would change another texture
         return nullptr;
     }
     const GLenum format = formatFromInternalFormat(internalFormat);
     const GLenum type = typeFromInternalFormat(internalFormat);
     if (format == 0 || type == 0) {
-        return nullptr; // which was reported there
+        return nullptr; // the two functions have reported the format
     }
     switch (target) {
     case GL_TEXTURE_CUBE_MAP:
@@ -131,6 +137,7 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
                      type, nullptr);
         break;
     default:
+        // The render reports the target again, and fails: see TvoImageCubemapUtilsTest.SizesAndRefusals.
         ZEL_LOG_DEBUG("[ !! ] Unhandled Texture Type 0x%X", target);
         break;
     }
@@ -142,7 +149,7 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     if (!renderCubemap(size, internalFormat, texture.get())) {
         return nullptr;
     }
-    texture->bind(); // the source was bound meanwhile, and took the active unit with it
+    texture->bind(); // again, since binding the source has made another texture unit the active one
     glGenerateMipmap(target);
     texture->unbind();
     return texture.release();
@@ -162,9 +169,12 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
         _layers = depth / kFaces;
         ZEL_LOG_DEBUG("%p Layer %d %d", static_cast<void *>(target), _layers, depth);
     }
+    // The layers come first: filters compile the number of layers of a pass into their shaders.
     createShaderDefines();
     const bool hasShader = createShader();
     removeShaderDefines();
+    // A subclass of the host may return true without a program: see
+    // TvoImageCubemapUtilsTest.RenderersWithoutAProgramAndFacesThatAreNoneDrawNothing.
     if (!hasShader || _program == nullptr) {
         ZEL_LOG_DEBUG("[ !! ] Failed to create Shader");
         return false;
@@ -176,10 +186,13 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
     FramebufferObject framebuffer(nullptr);
     const AutoBinder framebufferBinder(&framebuffer);
     for (int i = 0; i < _batchSize; ++i) {
-        // Scratch, never attached; gone with the framebuffer object.
+        // Scratch textures, one for each layer of a pass. Nothing is attached to them; the framebuffer object deletes
+        // them with itself.
         (new Texture(&framebuffer))->create2D(GL_TEXTURE_2D, internalFormat, size, size);
     }
     glDisable(GL_BLEND);
+    // texture() decodes sRGB, so the draw must encode: see
+    // TvoImageCubemapUtilsTest.StripsComeOutByDirectionAndGoBackUpsideDown, whose source is in sRGB.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     const AutoBinder programBinder(_program.get());
     const QMatrix4x4 identity;
@@ -214,7 +227,7 @@ void TvoRenderCubemapBase::buildProgram(const QString &fragmentFile, bool conver
     }
     _program->compile();
     _program->link();
-    _program->setMacroProcessor(nullptr);
+    _program->setMacroProcessor(nullptr); // the processor ends with this call
 }
 
 ShaderProgram &TvoRenderCubemapBase::program()
@@ -285,6 +298,7 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
         ZEL_LOG_DEBUG("[ !! ] Cannot render to faces of this format and size");
         return false;
     }
+    // The colour of a face shows wherever nothing is drawn, which makes a wrong face easy to recognise.
     const float *color = kCubeFaces[face].clearColor;
     glClearColor(color[0], color[1], color[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -294,7 +308,8 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
         _quad->draw(_program.get());
         _quad->unbind();
         glFlush();
-        glFinish(); // these are heavy draws: one face at a time
+        // A filter reads up to 128 * 128 * 6 texels for each pixel. Waiting for each face keeps the GPU's jobs short.
+        glFinish();
     }
     renderEnd(face);
     return true;
@@ -331,10 +346,13 @@ bool TvoRenderCubemapBaseTexture::renderBegin(int face)
     if (!_texture->bind()) {
         return false;
     }
+    // The filters stay after the render, the wraps do not: see
+    // TvoImageCubemapUtilsTest.LatLongImagesComeOutByDirection.
     glTexParameteri(_texture->target(), GL_TEXTURE_MIN_FILTER, _minFilter);
     glTexParameteri(_texture->target(), GL_TEXTURE_MAG_FILTER, _magFilter);
     for (int i = 0; _clampsSource && i < 2; ++i) {
-        if (_wraps[i] == 0) { // else a host begins again without an end
+        if (_wraps[i]
+            == 0) { // else a host has called renderBegin() twice, and the wrap is the clamp set here
             glGetTexParameteriv(_texture->target(), kWraps[i], &_wraps[i]);
         }
         glTexParameteri(_texture->target(), kWraps[i], GL_CLAMP_TO_EDGE);
@@ -371,8 +389,8 @@ bool TvoRenderCubemapBaseTexture::createConversionShader(const QString &fragment
 
 bool TvoRenderCubemapBaseTexture::createFilterShader(const QString &fragmentFile)
 {
-    // The define is that of CubeRender_NDotL.frag. CubeRender_Blur.frag reads another one and so does not compile: a blur
-    // keeps the clear colours, as hosts know it. See TvoImageCubemapUtilsTest.BlursKeepTheClearColours.
+    // Required: the define is that of CubeRender_NDotL.frag for both. CubeRender_Blur.frag reads another one and does not
+    // compile, so a blur keeps the clear colours; see TvoImageCubemapUtilsTest.BlursKeepTheClearColours.
     buildProgram(fragmentFile, false, QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
     return TvoRenderCubemapBase::createShader();
 }
@@ -417,13 +435,13 @@ bool TvoRenderCubemap_Cross::renderBegin(int face)
 
 bool TvoRenderCubemap_LatLongSphere::createShader()
 {
-    clampSource(); // the nadir is exactly v = 1
+    clampSource(); // the nadir is exactly v = 1: a repeating wrap would read the sky there
     return createConversionShader(QStringLiteral("CubeRender_LatLongSphere.frag"));
 }
 
 bool TvoRenderCubemap_Sphere::createShader()
 {
-    clampSource(); // the rim is exactly 1 in u or v
+    clampSource(); // the rim is exactly 1 in u or v: a repeating wrap would read the opposite side
     return createConversionShader(QStringLiteral("CubeRender_Sphere.frag"));
 }
 
@@ -461,7 +479,8 @@ void TvoRenderCubemap_NDotL::setLevelsPow(float levelsPow)
 
 bool TvoRenderCubemap_NDotL::createShader()
 {
-    // The batch size of the passes stays 1, whatever the shader declares.
+    // Required: a pass covers one layer, though the shader may declare more outputs; see
+    // TvoImageCubemapUtilsTest.CosineWeightedLayersSharpenFromTheFirstToTheLast.
     return createFilterShader(QStringLiteral("CubeRender_NDotL.frag"));
 }
 
@@ -560,6 +579,7 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
         return render(renderer, shape.width / 6);
     }
     case eSourceCross: {
+        // The ratio is not measured: every image that is not square counts as a cross.
         const int lesser = std::min(shape.width, shape.height);
         const int greater = std::max(shape.width, shape.height);
         if (lesser < 1 || lesser == greater) {
@@ -611,7 +631,7 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     if (cube == nullptr) {
         return nullptr;
     }
-    maxLevelOf(*cube); // asked, and not looked at
+    maxLevelOf(*cube); // required, though the result is not used
     const LevelShape shape(*cube, level);
     if (!isRenderable(shape)) {
         return nullptr;
@@ -620,7 +640,7 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     const GLenum format = formatFromInternalFormat(internalFormat);
     const GLenum type = typeFromInternalFormat(internalFormat);
     if (format == 0 || type == 0) {
-        return nullptr; // which was reported there
+        return nullptr; // the two functions have reported the format
     }
     return stripOfFaces(*cube, shape, format, type).release();
 }
@@ -635,6 +655,7 @@ bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
         return false;
     }
     glViewport(0, 0, shape.width, shape.height);
+    // A level above the host's limit is refused: see TvoImageCubemapUtilsTest.LevelsAreCopiedWhereTheyFit.
     const int maxLevel = maxLevelOf(*target);
     if ((maxLevel > 0 && maxLevel < lod) || (maxLevel == 0 && lod != 0)) {
         return false;
