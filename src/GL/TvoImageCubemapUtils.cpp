@@ -116,8 +116,9 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     auto texture =
         std::make_unique<Texture>(target, static_cast<int>(internalFormat), size, size, 0, nullptr);
     const AutoBinder binder(texture.get());
-    if (target != 0
-        && !texture->isBound()) { // no texture unit was free: the calls below would change another texture
+    // Without a free texture unit the calls below would change another texture. Target 0 has no texture to change; the
+    // switch reports it.
+    if (target != 0 && !texture->isBound()) {
         return nullptr;
     }
     const GLenum format = formatFromInternalFormat(internalFormat);
@@ -169,7 +170,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
         _layers = depth / kFaces;
         ZEL_LOG_DEBUG("%p Layer %d %d", static_cast<void *>(target), _layers, depth);
     }
-    // The layers come first: filters compile the number of layers of a pass into their shaders.
+    // 1. The program, after the layers, since filters compile the number of layers of a pass into their shaders.
     createShaderDefines();
     const bool hasShader = createShader();
     removeShaderDefines();
@@ -179,6 +180,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
         ZEL_LOG_DEBUG("[ !! ] Failed to create Shader");
         return false;
     }
+    // 2. What stays bound during all passes.
     {
         const AutoBinder binder(_quad->VAO().data());
         _quad->VAO()->enableShaderProgramArrays(_program.get());
@@ -198,6 +200,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
     const QMatrix4x4 identity;
     glUniformMatrix4fv(location(QStringLiteral("u_TvoModelViewProjectionMatrix")), 1, GL_FALSE,
                        identity.constData());
+    // 3. The passes. Only subclasses with a larger batch size write several layers at once.
     for (_firstLayer = 0; _firstLayer < _layers; _firstLayer += _batchSize) {
         _layersInPass = std::min(_batchSize, _layers - _firstLayer);
         for (int face = 0; face < kFaces; ++face) {
@@ -242,6 +245,7 @@ int TvoRenderCubemapBase::location(const QString &name)
 
 int TvoRenderCubemapBase::largestBatchSize() const
 {
+    // 8 is the number of draw buffers that every driver has.
     for (const int size : {8, 4, 2}) {
         if (_layers % size == 0) {
             return size;
@@ -294,6 +298,7 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
     }
     glViewport(0, 0, size, size);
     glDrawBuffers(_layersInPass, attachments);
+    // Formats that the driver does not render to end here, before a draw would fail with a GL error.
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
         ZEL_LOG_DEBUG("[ !! ] Cannot render to faces of this format and size");
         return false;
@@ -340,6 +345,8 @@ TvoImageCubemapColorSpace TvoRenderCubemapBaseTexture::getTextureColorSpace() co
 
 bool TvoRenderCubemapBaseTexture::renderBegin(int face)
 {
+    // Before the bind: a refused face must not leave the source bound. See
+    // TvoImageCubemapUtilsTest.RenderersWithoutAProgramAndFacesThatAreNoneDrawNothing.
     if (_texture == nullptr || !canRender(face)) {
         return false;
     }
@@ -403,12 +410,14 @@ bool TvoRenderCubemapBaseTexture::beginFilter(int face, float exponent)
     for (int k = 0; k < layersInPass(); ++k) {
         glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)), std::pow(blurOfLayer(k), exponent));
     }
+    // Without it, the mip levels of the source would show the edges of the faces.
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     return true;
 }
 
 void TvoRenderCubemapBaseTexture::endFilter(int face)
 {
+    // Off, whatever the host had set: see TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
     glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     TvoRenderCubemapBaseTexture::renderEnd(face);
 }
@@ -557,6 +566,7 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
         return nullptr;
     }
     const LevelShape shape(*source, 0);
+    // A face covers a quarter of the horizon, hence a quarter of the width of a panorama.
     const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) -> Texture * {
         if (!isRenderable(shape)) {
             return nullptr;

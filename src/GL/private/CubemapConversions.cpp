@@ -17,7 +17,7 @@ namespace TvoImageCubemapUtils {
 
 namespace {
 
-/// The results of compile() and link() are not used: without a program the strip keeps undefined pixels.
+/// The results of compile() and link() are not used: their failures are reported where they occur.
 void buildStripProgram(ShaderProgram &program)
 {
     program.setFragDataLocations({QStringLiteral("out_FragColor")});
@@ -39,7 +39,7 @@ std::unique_ptr<Texture> newStrip(const LevelShape &face, unsigned int format, u
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glGenerateMipmap(GL_TEXTURE_2D);
+    glGenerateMipmap(GL_TEXTURE_2D); // allocates the levels; the draws change level 0 alone
     strip->unbind();
     return strip;
 }
@@ -55,6 +55,8 @@ bool drawStrip(Texture &strip, Texture &cube, ShaderProgram &program, const Leve
     program.setUniform(program.getUniformLocation(QStringLiteral("u_Texture")),
                        static_cast<int>(cube.unit()));
     const int transform = program.getUniformLocation(QStringLiteral("u_Transform"));
+    // Depth test and depth writes stay off, unlike after a bake: see
+    // TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
     FullscreenPass::setState();
     glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
     for (int i = 0; i < kFaces; ++i) {
@@ -64,7 +66,7 @@ bool drawStrip(Texture &strip, Texture &cube, ShaderProgram &program, const Leve
             glBindFramebuffer(GL_FRAMEBUFFER, 0);
             return false;
         }
-        if (transform >= 0) {
+        if (transform >= 0) { // the table has rows, GL takes columns
             glUniformMatrix3fv(transform, 1, GL_TRUE, kFaceDirections[i]);
         }
         pass.draw();
@@ -102,6 +104,8 @@ std::unique_ptr<Texture> stripOfFaces(Texture &cube, const LevelShape &face, uns
                                       unsigned int type)
 {
     const SavedViewport viewport;
+    // texture() decodes sRGB, so the draw must encode: see
+    // TvoImageCubemapUtilsTest.StripsComeOutByDirectionAndGoBackUpsideDown.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     ShaderProgram program(nullptr);
     buildStripProgram(program);
@@ -123,6 +127,7 @@ bool copyFaces(const Texture &source, const Texture &target, int lod, const Leve
                                0);
         glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, faceTarget(i), target.textureID(),
                                lod);
+        // Both have the same format, so the target's framebuffer shows whether the format can be rendered to.
         const bool complete = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
         if (complete) {
             glBlitFramebuffer(0, 0, face.width, face.height, 0, 0, face.width, face.height,

@@ -34,8 +34,8 @@ const CrossLayout kHighCross = {3,
                                  {1, 0, 0, -1, 0, 0},
                                  {1, 0, 0, 1, 0, 0}}};
 
-// Two rows of four for each face. A face is a sixth of the width, hence the twelfths: half a face, and the odd multiples
-// that are the faces' centres.
+// Two rows of four for each face. A face is a sixth of the width, so a twelfth is half a face, and the odd multiples are the
+// centres of the faces.
 const float kStripRows[kFaces][8] = {
     {0, 0, -1.0f / 12, 1.0f / 12, 0, -0.5f, 0, 0.5f}, {0, 0, 1.0f / 12, 3.0f / 12, 0, -0.5f, 0, 0.5f},
     {1.0f / 12, 0, 0, 5.0f / 12, 0, 0, 0.5f, 0.5f},   {1.0f / 12, 0, 0, 7.0f / 12, 0, 0, -0.5f, 0.5f},
@@ -70,8 +70,8 @@ QMatrix4x2 crossMatrix(bool isHigh, int face)
     const int *cell = cross.cells[face];
     const float sx = 0.5f / static_cast<float>(cross.columns); // half a cell
     const float sy = 0.5f / static_cast<float>(cross.rows);
-    // The eight numbers are written column by column, and QMatrix4x2 takes them row by row. So the faces of a cross do not
-    // come out by direction. Hosts depend on this order, and docs/environment-images.md says how they get by; see
+    // Required: the eight numbers are in the order of columns, and QMatrix4x2 takes them row by row. So the faces of a cross
+    // do not come out by direction. Hosts depend on the result; docs/environment-images.md says what to do instead. See
     // TvoImageCubemapUtilsTest.CrossesGiveWhatTheirMatrixGives.
     const float values[] = {t[0] * sx,
                             t[1] * sy,

@@ -20,7 +20,8 @@ FullscreenPass::~FullscreenPass()
 
 void FullscreenPass::bind(ShaderProgram &program)
 {
-    // The quad is shared, so its attributes are at the locations of the program that drew last.
+    // The quad is shared with all other passes: until here its attributes are at the locations of the program that drew
+    // last.
     _quad->VAO()->bind();
     _quad->VAO()->enableShaderProgramArrays(&program);
     _quad->VAO()->unbind();
