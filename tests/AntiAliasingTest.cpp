@@ -1,4 +1,4 @@
-// FXAA and SMAA as a host uses them: on pictures with edges of every slope, against the same pictures supersampled.
+// FXAA and SMAA as a host uses them, on pictures with edges of every slope, compared with the same pictures supersampled.
 
 #include "SMAATables.h"
 #include "support/GLFixture.h"
@@ -27,7 +27,7 @@ constexpr int kSize = 96;
 
 using Shape = bool (*)(double x, double y);
 
-/// Wedges, whose sides have all slopes, and a disk.
+/// Wedges with sides of all slopes, and a disk.
 bool isInStar(double x, double y)
 {
     const double r = std::hypot(x - 47.3, y - 48.6);
@@ -127,7 +127,7 @@ protected:
         return result;
     }
 
-    /// Draws a full-screen quad into a new texture that was cleared to 0. The stages have va_Vertex and vo_TexCoord.
+    /// Draws a full-screen quad into a new texture, cleared to 0. The stages have va_Vertex and vo_TexCoord.
     static TexturePointer draw(unsigned internalFormat, const Inputs &inputs, const QString &vertexHead,
                                const QString &vertexMain, const QString &fragmentHead,
                                const QString &fragmentMain, const QString &fragmentFile = QString(),
@@ -179,7 +179,8 @@ protected:
     Pixels fxaa(int preset);
     Pixels smaa(const QString &preset, const QString &detection, const QString &indices = "vec4(0.0)");
 
-    /// By how much the square of the difference to the supersampled picture falls, and that nothing else changes.
+    /// The factor by which the mean square of the difference to the supersampled picture falls. Expects that nothing else
+    /// changes.
     double improvement(const Pixels &filtered, const QString &name)
     {
         for (int i = 0; i < (kSize - 2) * (kSize - 2); ++i) {
@@ -191,13 +192,13 @@ protected:
             }
         }
         const double factor = squareDifference(_stored, _reference) / squareDifference(filtered, _reference);
-        std::printf("%s: %.2f\n", qPrintable(name), factor); // the figures of docs/anti-aliasing.md
+        std::printf("%s: %.2f\n", qPrintable(name), factor); // for the tables of docs/anti-aliasing.md
         return factor;
     }
 
     TexturePointer _source;
-    TexturePointer _edges;        ///< of the last smaa()
-    Pixels _stored{kSize, kSize}; ///< the source as 8 bits hold it
+    TexturePointer _edges;        ///< result of the first pass of the last smaa()
+    Pixels _stored{kSize, kSize}; ///< the source, rounded to 8 bits
     Pixels _reference{kSize, kSize};
 };
 
@@ -286,7 +287,7 @@ TEST_F(AntiAliasingTest, SmaaFollowsDiagonalsOfBothKindsInOneFrameAndInTwo)
 
 TEST_F(AntiAliasingTest, ColourIsComparedWithThePixelItself)
 {
-    // For an edge of 0.2, 0.55 beside 0 is too strong, and 0.8 beside 0.5 is not.
+    // An edge of 0.2 is dropped next to the difference of 0.55 and 0, and stays next to that of 0.8 and 0.5.
     const float steps[] = {0.55f, 0.2f, 0.0f, 0.0f, 0.8f, 0.3f, 0.5f, 0.5f};
     const Pixels colors =
         Pixels::of(kSize, kSize, [&](int x, int y) { return QVector4D(steps[x % 8], steps[y % 8], 0, 1); });
@@ -301,7 +302,8 @@ TEST_F(AntiAliasingTest, ColourIsComparedWithThePixelItself)
 
 TEST_F(AntiAliasingTest, ReprojectionFollowsASurfaceAndLeavesOutWhatMovedOtherwise)
 {
-    const float moves[] = {8.0f / kSize, 8.0f / kSize + 0.0005f, 0.0f}; // before, by row
+    const float moves[] = {8.0f / kSize, 8.0f / kSize + 0.0005f,
+                           0.0f}; // of the surface in the previous frame, by row
     const auto frame = [&](int x, int y) { return QVector4D(float(x), 0, 0, std::sqrt(5 * moves[y % 3])); };
     const auto pixels = [](const auto &color) {
         const Pixels values = Pixels::of(kSize, kSize, color);
@@ -315,7 +317,7 @@ TEST_F(AntiAliasingTest, ReprojectionFollowsASurfaceAndLeavesOutWhatMovedOtherwi
         "#version 330\n", "",
         "#version 330\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#define SMAA_REPROJECTION 1\n"
         "#define SMAA_DECODE_VELOCITY(texel) texel.ag\n#include \"SMAA.glslh\"\n"
-        "uniform sampler2D u_Now, u_Before, u_Velocity;\n", // as weights, velocities of red and blue 0 blend nothing
+        "uniform sampler2D u_Now, u_Before, u_Velocity;\n", // the velocities serve as weights too: red and blue are 0, so nothing is blended
         "vec4(SMAAResolvePS(vo_TexCoord, u_Now, u_Before, u_Velocity).rgb,\n"
         "    SMAANeighborhoodBlendingPS(vo_TexCoord, vec4(0.0), u_Now, u_Velocity, u_Velocity).a)");
     const Pixels resolved = Pixels::ofTexture(GL_TEXTURE_2D, result->textureID());

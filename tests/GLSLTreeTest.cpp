@@ -1,5 +1,5 @@
-// The GLSL tree is whole, and the driver and the reference compiler of Khronos compile every file of it by itself, under every
-// set of defines that the library can give it or, where the host configures it, that it is made for.
+// The GLSL tree is complete. The driver and the reference compiler of Khronos compile each of its files alone, with every set of
+// defines that the library can give it, or that a host may choose.
 
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -29,7 +29,7 @@ int qCleanupResources_GLResources();
 
 namespace {
 
-/// A set of defines: what it is called in a failure, and who makes it.
+/// A set of defines: its name in a failure, and the function that adds it.
 struct Defines
 {
     QString name;
@@ -56,7 +56,7 @@ void setUpBaseInstance(GLSLMacroProcessor &processor)
     DrawBuffers::useBaseInstanceDrawing(false);
 }
 
-/// Each set again with the host's switch for checks of the token.
+/// Each set, with and without the host's switch for checks of tokens.
 Sets withDebug(Sets sets)
 {
     for (const Defines &defines : Sets(sets)) {
@@ -68,7 +68,7 @@ Sets withDebug(Sets sets)
     return sets;
 }
 
-/// What a manager's setup() gives for several numbers of slots.
+/// The defines of a manager's setup(), for several numbers of slots.
 template <typename Manager>
 Sets setsOf(
     const QString &name, const std::function<void(Manager &)> &configure = [](Manager &) {})
@@ -114,7 +114,7 @@ Sets shadowSets()
     return sets;
 }
 
-/// Some defines with their values, together.
+/// One set of several defines.
 Defines allOf(const std::vector<std::pair<QString, QString>> &defines)
 {
     QStringList names;
@@ -128,7 +128,7 @@ Defines allOf(const std::vector<std::pair<QString, QString>> &defines)
             }};
 }
 
-/// One define with each of some values.
+/// One define, with one of the values in each set.
 Sets valuesOf(const QString &define, const std::vector<int> &values)
 {
     Sets sets;
@@ -138,7 +138,7 @@ Sets valuesOf(const QString &define, const std::vector<int> &values)
     return sets;
 }
 
-/// The models, the fewer models of the other numbering, and the other term of visibility.
+/// The models, those of the other numbering, and the other visibility term.
 Sets shadingSets()
 {
     return joined(
@@ -157,7 +157,7 @@ Sets fxaaSets()
                    valuesOf("FXAA_DISCARD", {1})});
 }
 
-/// Both languages of SMAA with every preset, and with what a host may set beside them.
+/// Both languages of SMAA with every preset, and with the other settings of a host.
 Sets smaaSets()
 {
     Sets sets;
@@ -172,7 +172,7 @@ Sets smaaSets()
     return sets;
 }
 
-/// Most files take no defines other than that of the draw ID.
+/// Most files take only the define of the draw ID.
 Sets setsFor(const QString &file)
 {
     const auto is = [&](const char *start) { return file.startsWith(QLatin1String(start)); };
@@ -197,7 +197,7 @@ Sets setsFor(const QString &file)
     if (is("CubeRender_NDotL")) {
         return valuesOf("TVO_CUBERENDER_NDOT_BATCH_SIZE", {1, 2, 4, 8});
     }
-    if (is("CubeRender_Blur")) { // nothing in the library gives it the define that it reads
+    if (is("CubeRender_Blur")) { // the library never adds the define that it reads
         return valuesOf("TVO_CUBERENDER_BLUR_BATCH_SIZE", {1, 2, 4, 8});
     }
     if (is("CubeRender_") && file.endsWith(QLatin1String(".frag"))) {
@@ -222,10 +222,10 @@ class GLSLTreeTest : public GLTest, public testing::WithParamInterface<QString>
 protected:
     GLSLTreeTest()
     {
-        auto *plan = new InstanceDataPlan("InstanceInfo"); // of the host of VisibilityBuffer.glslc
+        auto *plan = new InstanceDataPlan("InstanceInfo"); // which the host of VisibilityBuffer.glslc adds
         plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
         InstanceDataRegistry::Instance()->registerPlan(plan);
-        _capture.take(); // plans tell of their size
+        _capture.take(); // plans log their size
     }
 
     ~GLSLTreeTest() override { InstanceDataRegistry::Instance()->clear(); }
@@ -274,7 +274,7 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
     for (const Defines &defines : setsFor(file)) {
         GLSLMacroProcessor processor;
         defines.add(processor);
-        _capture.take(); // managers tell of their tokens
+        _capture.take(); // managers log their tokens
         if (!driverHasIt) {
             processor.addDefine("TEXTURE_MANAGER_BINDLESS_ARB", "1"); // for the reference compiler
         }
@@ -283,7 +283,7 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
                                        .arg(defines.name.contains("GLSL_4") ? "400" : "150", file)
                                  : QString(bytesOf(":/GLSL/src/" + file));
         QByteArray expanded = GLSLMacroProcessor::process(text, &processor).toLatin1();
-        if (file == "ZelUtilities.vert") { // the reference compiler has gl_BaseInstanceARB from 440 on
+        if (file == "ZelUtilities.vert") { // the reference compiler has gl_BaseInstanceARB since version 440
             expanded.replace("#version 150", "#version 440");
         }
         reference += writeFile(folder.filePath(QString::number(reference.size())), expanded);
@@ -293,7 +293,7 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
         EXPECT_TRUE(!driverHasIt || program.compile()) << qPrintable(defines.name);
         EXPECT_MESSAGES();
         if (HasFailure()) {
-            return; // the log of one set is long enough
+            return; // the log of one set is enough
         }
     }
     QProcess compiler;

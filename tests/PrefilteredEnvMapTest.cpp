@@ -1,4 +1,4 @@
-// The bakes against the same mathematics in double precision.
+// Compares the bakes with the same mathematics in double precision.
 
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
@@ -46,7 +46,7 @@ double radicalInverse(unsigned i)
     return result;
 }
 
-/// About +z: a half vector, or with diffuse models the direction of the light.
+/// A sample around +z: the half vector, or for diffuse models the direction of the light.
 Vec sampleOf(ShadingModel model, unsigned i, unsigned n, double roughness)
 {
     const double x = double(i) / n;
@@ -96,15 +96,15 @@ double center(int i, int size)
     return (i + 0.5) / size;
 }
 
-/// Where a direction lies in an image of latitude and longitude.
+/// The place of a direction in an image of latitude and longitude.
 std::array<double, 2> latLongOf(const Vec &d)
 {
     return {std::atan2(d.z, d.x) / (2 * kPi) + 0.5,
             std::asin(std::min(std::max(d.y, -1.0), 1.0)) / kPi + 0.5};
 }
 
-/// An environment, a cube map or an image of latitude and longitude twice as wide as high: for GL, and for the judge,
-/// who reads the same texels as GL does, trilinear, and over the edges of a cube's faces.
+/// An environment, a cube map or an image of latitude and longitude: as a texture for GL, and on the CPU for the reference,
+/// which reads the same texels as GL, trilinearly, and across the edges of a cube's faces.
 class Environment
 {
 public:
@@ -194,7 +194,7 @@ private:
         return {face, 0.5 * s[face] / a[axis] + 0.5, 0.5 * t[face] / a[axis] + 0.5};
     }
 
-    /// Up to one texel outside of the image: around the horizon, at a pole, or on the next face.
+    /// A texel of the image, or up to one texel outside: around the horizon, at a pole, or on the next face.
     Vec texel(int level, int face, int x, int y) const
     {
         const Pixels &image = _images[size_t(level * _faces + face)];
@@ -224,7 +224,7 @@ private:
             const double row = std::floor(y) + i / 2;
             const double weight = (1.0 - std::fabs(x - column)) * (1.0 - std::fabs(y - row));
             if (_faces == 6 && isOutside(column, image.width()) && isOutside(row, image.height())) {
-                weightOfCorner = weight; // three texels meet there
+                weightOfCorner = weight; // where three faces meet, the corner is the mean of the others
                 continue;
             }
             const Vec color = texel(level, place.face, int(column), int(row));
@@ -239,7 +239,7 @@ private:
     std::vector<Pixels> _images; ///< level after level, face after face
 };
 
-/// One pixel of a filtered environment. row is that of the pixel on its level.
+/// The expected pixel of a filtered environment. row is the pixel's row on its level.
 Vec filtered(const Environment &source, ShadingModel model, const Vec &N, int row, double roughness,
              unsigned n)
 {
@@ -273,13 +273,13 @@ Vec white(const Vec &, int)
     return {1.0, 1.0, 1.0};
 }
 
-/// A smooth function of the direction, and in blue the level.
+/// A smooth function of the direction; blue shows the level.
 Vec smooth(const Vec &L, int level)
 {
     return {0.5 + 0.25 * L.x + 0.2 * L.y, 0.5 + 0.3 * L.z - 0.1 * L.x * L.y, (level + 1) / 4.0};
 }
 
-/// A picture of latitude and longitude of 512 rows, reduced to 16 and from there on from level to level.
+/// A picture of latitude and longitude, reduced from 512 rows to 16, and then from level to level.
 Environment::Colors reduced(const QString &path)
 {
     const std::unique_ptr<Texture> texture(LoadTextureFromFile(path, TextureFileInfo()));
@@ -336,7 +336,7 @@ TEST_P(FilteredEnvironmentTest, HoldsTheIntegralOfEveryModelAndRoughness)
     if (*GetParam() != '\0') {
         ZEL_NEEDS_TEST_DATA(path, GetParam());
         colors = reduced(path);
-        _capture.take(); // how long it took
+        _capture.take(); // the duration
     }
     for (const GLenum target : {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D}) {
         const Environment source(target, kSourceHeight, kSourceLevels, colors);
@@ -392,7 +392,7 @@ TEST_F(PrefilteredEnvMapTest, TilesChangeTheDrawsAndNotTheImage)
     const Tap<&glFlush> flushes;
     SetPrefilteredTilseSizeMax(10);
     const auto tiled = source.baked(12, 16, SHADING_PHYSICALLY_BASED);
-    SetPrefilteredTilseSizeMax(0); // would never end
+    SetPrefilteredTilseSizeMax(0); // must not loop for ever
     const auto dots = source.baked(2, 1, SHADING_PHYSICALLY_BASED);
     SetPrefilteredTilseSizeMax(1024);
     EXPECT_EQ(size_t(3 * 2 + 2 * 1 + 1 + 1 + 8 + 2),
@@ -457,7 +457,7 @@ std::array<double, 2> evaluate(ShadingModel model, const Vec &L, const Vec &V, c
     default: {
         const double s2 = roughness * roughness;
         const double cosAlpha = std::max(NdotV, NdotL);
-        const double cosBeta = NdotL; // the assignments that look like a swap are none
+        const double cosBeta = NdotL; // the two assignments are not a swap
         const double planes = V.x * L.x / (std::fabs(V.x) * std::hypot(L.x, L.y));
         const double sines = std::sqrt((1.0 - cosAlpha * cosAlpha) * (1.0 - cosBeta * cosBeta));
         const double R =
@@ -546,7 +546,7 @@ TEST_F(PrefilteredEnvMapTest, BakesLeaveTheStateThatTheyAreStatedToLeave)
         driver()->glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
         const StateGuard guard;
         bake();
-        // Not the buffers of another framebuffer, nor the unit of the last unbind.
+        // Leaves out the buffers of another framebuffer, and the unit of the last unbind.
         return guard.changes().filter(QRegExp("^GL_(?!DRAW_BUFFER|READ_BUFFER|ACTIVE_TEXTURE)"));
     };
     const QStringList common{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0 0 0 0 -> 1 1 0 1",
@@ -556,7 +556,7 @@ TEST_F(PrefilteredEnvMapTest, BakesLeaveTheStateThatTheyAreStatedToLeave)
               changesOf([&] { cube.baked(4, 1, SHADING_TRADITIONAL); }));
     EXPECT_EQ(common + QStringList({"GL_SCISSOR_BOX 5 6 7 8 -> 0 0 2 1", "GL_SCISSOR_TEST 1 -> 0"}),
               changesOf([&] { latLong.baked(4, 1, SHADING_TRADITIONAL); }));
-    EXPECT_EQ(common.filter(QRegExp("^GL_[BD]")), // it clears nothing
+    EXPECT_EQ(common.filter(QRegExp("^GL_[BD]")), // the table is not cleared
               changesOf([&] { delete CreatePreintegratedBRDFTable(4, 4, 4, SHADING_TRADITIONAL, RGBA16F); }));
     driver()->glDisable(GL_SCISSOR_TEST);
     driver()->glBindFramebuffer(GL_FRAMEBUFFER, 0);

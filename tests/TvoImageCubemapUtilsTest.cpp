@@ -1,4 +1,4 @@
-// Environment images to cube maps and back, judged by direction: each direction has its own colour, 0.5 n + 0.5.
+// Environment images to cube maps and back. Most tests compare by direction: each direction n has its own colour, 0.5 n + 0.5.
 
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
@@ -31,7 +31,7 @@ QVector4D colorOf(const Vec &direction)
     return {0.5f * float(n.x) + 0.5f, 0.5f * float(n.y) + 0.5f, 0.5f * float(n.z) + 0.5f, 1.0f};
 }
 
-/// Of an image with the sky in its first row and +x at its left end.
+/// The direction at a place of an image with the sky in its first row and +x at its left end.
 Vec directionOfLatLong(double u, double v)
 {
     const double theta = 2 * kPi * u;
@@ -39,7 +39,7 @@ Vec directionOfLatLong(double u, double v)
     return {std::sin(phi) * std::cos(theta), std::cos(phi), std::sin(phi) * std::sin(theta)};
 }
 
-/// Of a strip with the sky at the top of its first row.
+/// The direction at a place of a strip with the sky at the top.
 Vec directionOfStrip(double u, double v)
 {
     const int face = std::min(int(u * 6), 5);
@@ -53,7 +53,7 @@ protected:
 
     ~TvoImageCubemapUtilsTest() override { OpenGLDeviceContext::resetContext(); }
 
-    /// By the place in an image, 0 to 1.
+    /// The colour at a place of an image, 0 to 1.
     using Colors = std::function<QVector4D(double u, double v)>;
     using ColorsOfDirections = std::function<QVector4D(const Vec &)>;
 
@@ -147,7 +147,7 @@ TEST_F(TvoImageCubemapUtilsTest, LatLongImagesComeOutByDirection)
         image(16 * kFace, 8 * kFace, [](double u, double v) { return colorOf(directionOfLatLong(u, v)); });
     const auto result = converted(source.get(), eSourceLatLong, kFace - 1);
     EXPECT_TRUE(facesAre(*result, kFace - 1, 0.02f)); // the nearest texel is up to 0.7 degrees off
-    EXPECT_EQ(GL_REPEAT, textureParameter(*source, GL_TEXTURE_WRAP_T)); // what it was
+    EXPECT_EQ(GL_REPEAT, textureParameter(*source, GL_TEXTURE_WRAP_T)); // as before the render
     EXPECT_EQ(kFace / 2 - 1, sizeOf(*result, 1));
     EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*result, GL_TEXTURE_MIN_FILTER));
     EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*result, GL_TEXTURE_WRAP_R));
@@ -161,9 +161,9 @@ TEST_F(TvoImageCubemapUtilsTest, StripsComeOutByDirectionAndGoBackUpsideDown)
         6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, v)); },
         GL_SRGB8_ALPHA8);
     const auto result = converted(source.get(), eSourceLinear);
-    EXPECT_TRUE(facesAre(*result, kFace, 0.003f)); // stored as in the source
+    EXPECT_TRUE(facesAre(*result, kFace, 0.003f)); // the same encoded values as in the source
 
-    // The strip that is made has its lowest row first, as GL reads pictures.
+    // The resulting strip has its lowest row first, unlike the source.
     const TexturePointer strip(createGLCubemapStripFromTexture(result.get(), 0));
     ASSERT_NE(nullptr, strip);
     const Pixels expected =
@@ -175,7 +175,7 @@ TEST_F(TvoImageCubemapUtilsTest, MirrorBallsComeOutByDirection)
 {
     constexpr int kSize = 16 * kFace;
     const auto source = image(kSize, kSize, [](double u, double v) {
-        return QVector4D(float(u), float(v), 0.25f, 1.0f); // where it is read
+        return QVector4D(float(u), float(v), 0.25f, 1.0f); // the place that is read
     });
     const auto result = converted(source.get(), eSourceSphere, kFace - 1);
     EXPECT_TRUE(facesAre(*result, kFace - 1, 1.0f / kSize, [](const Vec &direction) {
@@ -192,7 +192,7 @@ TEST_F(TvoImageCubemapUtilsTest, CrossesGiveWhatTheirMatrixGives)
         double t[6];
     } rows[] = {{2, 1, {0, 0, 0, -1, -1, 0}}, {0, 1, {0, 0, 0, -1, 1, 0}}, {1, 0, {1, 0, 0, 0, 0, 1}},
                 {1, 2, {1, 0, 0, 0, 0, -1}},  {1, 1, {1, 0, 0, -1, 0, 0}}, {3, 1, {-1, 0, 0, -1, 0, 0}},
-                {1, 3, {1, 0, 0, 1, 0, 0}}}; // -z of the layout that is higher than wide
+                {1, 3, {1, 0, 0, 1, 0, 0}}}; // -z of the high layout
     for (const bool isWide : {true, false}) {
         const auto source = image(isWide ? 64 : 48, isWide ? 48 : 64, [](double u, double v) {
             return QVector4D(float(u), float(v), 0.5f, 1.0f);
@@ -208,7 +208,7 @@ TEST_F(TvoImageCubemapUtilsTest, CrossesGiveWhatTheirMatrixGives)
             for (const int x : {1, 5, 14}) {
                 const int y = 15 - x / 2;
                 const Vec n = directionOfFace(i, (x + 0.5) / 16, (y + 0.5) / 16);
-                // The numbers stand row by row: four of the first, four of the second.
+                // The eight numbers fill the matrix row by row: four in the first row, four in the second.
                 const double u = t[0] * sx * n.x + t[1] * sy * n.y + t[2] * sx * n.z + t[3] * sy;
                 const double v = t[4] * sx * n.x + t[5] * sy * n.y + (2 * row.cellX + 1) * sx * n.z
                                  + (2 * row.cellY + 1) * sy;
@@ -237,13 +237,13 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
     EXPECT_EQ(nullptr, createGLCubemapStripFromTexture(nullptr, 0));
     for (const auto &[w, format] :
          {std::pair(32, GL_RGB9_E5), {32, GL_COMPRESSED_RED_RGTC1}, {2, GL_RGBA8}}) {
-        const auto source = image(w, w, black, GLenum(format)); // faces of the last would have no texel
+        const auto source = image(w, w, black, GLenum(format)); // a face of the last would have no texel
         EXPECT_EQ(nullptr, createGLCubemapFromTexture(source.get(), eSourceLatLong, GL_TEXTURE_CUBE_MAP,
                                                       eColorSpaceLinear, 0));
         EXPECT_FALSE(_capture.take().isEmpty());
     }
 
-    const auto odd = image(64, 12, black); // not square, which is all that a cross has to be
+    const auto odd = image(64, 12, black); // a cross must not be square; the ratio is free
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceCross)));
     EXPECT_EQ(8, sizeOf(*converted(odd.get(), eSourceCross, 8)));
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceLatLong, 100)));
@@ -289,7 +289,7 @@ TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLas
     for (int face = 0; face < 6; ++face) {
         const Vec n = normalized(directionOfFace(face, 5.5 / kFace, 3.5 / kFace));
         for (int layer = 0; layer < kLayers; ++layer) {
-            // The grid of the shader.
+            // The same grid as in the shader.
             const double exponent = std::exp2(13.0 * std::pow(double(layer) / (kLayers - 1), 2.0));
             QVector4D sum = colorOf(n);
             for (int i = 0; i < 17 * 17; ++i) {
@@ -298,7 +298,8 @@ TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLas
                     for (const Vec &sample :
                          {Vec(d.x, d.y, sign * d.z), Vec(d.y, d.z, sign * d.x), Vec(d.z, d.x, sign * d.y)}) {
                         const double weight = std::pow(std::max(dot(n, sample), 0.0), exponent);
-                        sum += float(weight) * colorOf(sample); // whose alpha is 1: there the weights add up
+                        sum +=
+                            float(weight) * colorOf(sample); // alpha sums the weights, since all alphas are 1
                     }
                 }
             }
@@ -315,7 +316,7 @@ TEST_F(TvoImageCubemapUtilsTest, BlursKeepTheClearColours)
     const TexturePointer result(createGLCubemapBlurFromGLCubemap(source.get(), GL_TEXTURE_CUBE_MAP, 4, 1));
     ASSERT_NE(nullptr, result);
     EXPECT_EQ("warning Failed to compile GL shader", _capture.take().value(0).toString());
-    EXPECT_FALSE(takeGLErrors().empty()); // a program that is none was used
+    EXPECT_FALSE(takeGLErrors().empty()); // from the use of a program that was not linked
     TestContext::takeDriverReports();
     const QVector3D colors[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}, {0, 1, 1}, {1, 0, 1}};
     for (int face = 0; face < 6; ++face) {
@@ -356,7 +357,7 @@ TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
         driver()->glClearColor(0.5f, 0.5f, 0.5f, 0.5f);
         const StateGuard guard;
         render();
-        return guard.changes().filter(QRegExp("^GL_(?!ACTIVE_TEXTURE)")); // that of the last unbind
+        return guard.changes().filter(QRegExp("^GL_(?!ACTIVE_TEXTURE)")); // the unit of the last unbind
     };
     EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 0 0 0 0",
                            "GL_VIEWPORT 1 2 3 4 -> 0 0 16 16"}),
@@ -369,7 +370,7 @@ TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
               changesOf([&] {
                   delete createGLCubemapNDotLFromGLCubemap(sky.get(), GL_TEXTURE_CUBE_MAP, 2, 1, 1.0f);
               }));
-    _capture.take(); // how long it took
+    _capture.take(); // the duration
     EXPECT_EQ(QStringList{"GL_VIEWPORT 1 2 3 4 -> 0 0 4 4"},
               changesOf([&] { copyCubeMapTextureAsLod(sky.get(), cube(16, colorOf).get(), 2); }));
 }

@@ -1,4 +1,4 @@
-// VisibilityBuffer.glslc reads the fragments of a deep G-buffer that the test builds.
+// VisibilityBuffer.glslc reads a deep G-buffer that the test builds.
 
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
@@ -14,7 +14,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// Pixel 0 has no fragment, pixel 1 one of draw 0, pixel 2 this and behind it one of draw 1.
+/// Pixel 0 has no fragment, pixel 1 has one of draw 0, pixel 2 has the same one and, further away, one of draw 1.
 constexpr int kPixels = 3;
 
 const char *const kMain = R"(#version 150
@@ -53,7 +53,7 @@ protected:
         _plan->setMechanism(InstanceDataPlan::eUniformMechanism);
         _plan->setArraySize(2);
         InstanceDataRegistry::Instance()->registerPlan(_plan);
-        _capture.take(); // the plan tells of its size
+        _capture.take(); // the plan logs its size
         _program.setFragDataLocations({"out_Position", "out_NormalAndDepth", "out_Rest"});
         GLSLMacroProcessor processor;
         _program.setMacroProcessor(&processor);
@@ -108,7 +108,7 @@ protected:
 
     static constexpr int kCount = 7;
 
-    InstanceDataPlan *_plan = new InstanceDataPlan("InstanceInfo"); // the registry's
+    InstanceDataPlan *_plan = new InstanceDataPlan("InstanceInfo"); // owned by the registry
     ShaderProgram _program{nullptr};
     GLuint _textures[kCount] = {};
     GLuint _buffers[kCount] = {};
@@ -125,13 +125,13 @@ quint32 bitsOf(float value)
 
 TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
 {
-    // Vertices 0 to 2 are no part of what is drawn: triangle 1 is the one, its base vertex 0 or its indices lead there.
+    // Vertices 0 to 2 are unused: the draw is triangle 1, whose vertices, with or without indices, are 3 to 5.
     const std::vector<QVector4D> positions = {{9, 9, 9, 1},   {8, 8, 8, 1},  {7, 7, 7, 1},
                                               {-4, -4, 0, 1}, {4, -4, 0, 1}, {-4, 4, 0, 1}};
     const std::vector<QVector4D> normals = {{}, {}, {}, {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
     const std::vector<QVector4D> texCoords = {{}, {}, {}, {0, 0, 0, 0}, {1, 0, 0, 0}, {0, 1, 0, 0}};
     setTexture(0, "u_SamplerHeadPointer", GL_R32UI, GL_RED_INTEGER, kPixels, 1, {0, 3, 4});
-    // Nodes 1 to 4 in rows of two: next, primitive + 1, depth, draw.
+    // Nodes 1 to 4, two per row: next, primitive + 1, depth, draw.
     const quint32 near = bitsOf(0.5f);
     setTexture(1, "u_SamplerNodeBuffer", GL_RGBA32UI, GL_RGBA_INTEGER, 2, 2,
                {0, 0, 0, 0, 0, 2, bitsOf(0.75f), 1, 0, 2, near, 0, 2, 2, near, 0});
@@ -139,7 +139,7 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     setBuffer(2, "u_VertexBuffer", GL_RGBA32F, positions);
     setBuffer(3, "u_NormalBuffer", GL_RGBA32F, normals);
     setBuffer(4, "u_texCoordBuffer", GL_RGBA32F, texCoords);
-    // Of draw 1, whose firstIndex is 1 and baseVertex 2, triangle 1 has the indices 4 to 6.
+    // firstIndex is 1 and baseVertex 2, so triangle 1 has the indices 4 to 6.
     setBuffer<qint32>(5, "u_IndexBuffer", GL_R32I, {7, 7, 7, 7, 1, 2, 3});
 
     struct Std140Command
@@ -155,7 +155,7 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     _program.setUniformBlockBinding(_program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"),
                                     3);
 
-    // Draw 1 stands twice as large and half a unit behind.
+    // Draw 1 is twice as large, and half a unit further away.
     QMatrix4x4 models[2];
     models[1].translate(0.0f, 0.0f, 0.5f);
     models[1].scale(2.0f, 2.0f, 1.0f);
@@ -168,7 +168,7 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     glUniformMatrix4fv(location("u_ModelMatrix[0]"), 2, GL_FALSE, modelValues.data());
     glUniformMatrix4fv(location("u_InvCameraMatrix"), 1, GL_FALSE, QMatrix4x4().constData());
     glUniformMatrix4fv(location("u_InvProjMatrix"), 1, GL_FALSE, inverseProjection.constData());
-    glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in the world
+    glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in world space
 
     for (const int indexed : {0, 1}) {
         glUniform1i(location("u_indexedDraw"), indexed);

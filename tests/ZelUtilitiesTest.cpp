@@ -1,4 +1,4 @@
-// The shared GLSL files: what their functions compute, and that every stage compiles and links under every define.
+// The shared GLSL files: the results of their functions, and that each stage compiles and links with each define.
 
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -22,8 +22,8 @@ class ZelUtilitiesTest : public GLTest
 protected:
     ~ZelUtilitiesTest() override { program.unbind(); }
 
-    /// Links a vertex stage with the shared files for the capture of "vo_Result", and binds it. \a file is linked too,
-    /// and \a declarations say what is in it.
+    /// Links a vertex stage with the shared files and with \a file, whose functions \a declarations declare, and binds it.
+    /// "vo_Result" is captured.
     bool link(const QString &body, const QString &file = QString(), const QString &declarations = QString())
     {
         program.setMacroProcessor(&processor);
@@ -49,7 +49,7 @@ protected:
         return program.link() && program.bind();
     }
 
-    /// The varying of each vertex, four floats.
+    /// The captured varying of each vertex, four floats.
     std::vector<float> capture(int vertices = 1)
     {
         const QSharedPointer<BufferObject> buffer = makeBuffer(GL_TRANSFORM_FEEDBACK_BUFFER);
@@ -122,7 +122,7 @@ TEST_F(ZelUtilitiesTest, ColourSpacesFollowTheirCurvesAndKeepAlpha)
                      "vec4 tvoConvert_Linear_To_Linear(vec4 c);\nvec4 tvoConvert_Linear_To_Gamma22(vec4 c);\n"
                      "vec4 tvoConvert_Gamma22_To_Linear(vec4 c);\nvec4 tvoConvert_Linear_To_sRGB(vec4 c);\n"
                      "vec4 tvoConvert_sRGB_To_Linear(vec4 c);\n"));
-    // The two colours lie on both sides of where a curve of sRGB begins.
+    // The two colours are on both sides of the point where the linear part of the sRGB curve ends.
     const struct
     {
         float low, high;
@@ -166,7 +166,7 @@ TEST_F(ZelUtilitiesTest, TheOtherVisibilityTermIsThatOfSmithWithAFloorOfRoughnes
 
 namespace {
 
-/// From the skewed lattice of the noise to the plane.
+/// A point of the skewed lattice of the noise, in the plane.
 QPointF latticePoint(double i, double j)
 {
     const double unskew = (3.0 - std::sqrt(3.0)) / 6.0;
@@ -188,11 +188,11 @@ double simplexNoise(const QPointF &p)
     for (const auto &[a, b] : {std::pair(0, 0), {isRight ? 1 : 0, isRight ? 0 : 1}, {1, 1}}) {
         const QPointF offset = p - latticePoint(i + a, j + b);
         const int hash = permute(wrap(permute(wrap(j + b)) + i + a));
-        const double line = 2.0 * (hash % 41) / 41.0 - 1.0; // folded to a diamond
+        const double line = 2.0 * (hash % 41) / 41.0 - 1.0; // folded to a diamond below
         const QPointF gradient(line - std::floor(line + 0.5), std::fabs(line) - 0.5);
         const double square = QPointF::dotProduct(gradient, gradient);
         const double inverseLength =
-            1.5 / std::sqrt(0.7) - 0.5 * std::pow(0.7, -1.5) * square; // Taylor's, at 0.7
+            1.5 / std::sqrt(0.7) - 0.5 * std::pow(0.7, -1.5) * square; // Taylor polynomial at 0.7
         const double falloff = std::max(0.5 - QPointF::dotProduct(offset, offset), 0.0);
         sum += std::pow(falloff, 4) * inverseLength * QPointF::dotProduct(gradient, offset);
     }
@@ -204,7 +204,7 @@ double simplexNoise(const QPointF &p)
 TEST_F(ZelUtilitiesTest, NoiseIsThatOfItsDescription)
 {
     constexpr int kSide = 128;
-    // On a grid, and on the same grid one period further on; at points of the lattice, where noise is 0.
+    // On a grid, on the same grid one period further, and at points of the lattice, where the noise is 0.
     ASSERT_TRUE(
         link("vec4(snoise(u_Dir.xy + grid()), snoise(u_Dir.xy + grid() + 289.0 * vec2(1.0 - G, -G)),\n"
              "    snoise(lattice() - (lattice().x + lattice().y) * G), 0.0)",
@@ -222,7 +222,7 @@ TEST_F(ZelUtilitiesTest, NoiseIsThatOfItsDescription)
         const float *value = &values[size_t(i) * 4];
         const double expected = simplexNoise(origin + 0.37 * QPointF(i % kSide, i / kSide));
         ASSERT_NEAR(expected, value[0], 2e-4) << i;
-        ASSERT_NEAR(expected, value[1], 2e-3) << i; // the places are coarser there
+        ASSERT_NEAR(expected, value[1], 2e-3) << i; // far from the origin, the coordinates have fewer digits
         ASSERT_NEAR(0.0, value[2], 1e-3) << i;
         sum += double(value[0]);
         largest = std::max(largest, double(std::fabs(value[0])));
@@ -279,14 +279,14 @@ TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesAndTheBlockOfCommandsIsAsTheH
     for (const char *file : {"ZelUtilities.glslc", "ZelUtilities.frag"}) {
         program.addShaderFromFile(GL_FRAGMENT_SHADER, file);
     }
-    program.addShader(GL_FRAGMENT_SHADER,
-                      "#version 150\n"
-                          + QString("#include \"DrawElementsIndirectCommand.glslh\"\n").repeated(2)
-                          + QString("#include \"ZelUtilities.glslh\"\n").repeated(2) + // guarded
-                          "out vec4 out_FragColor;\n"
-                          "void main() { out_FragColor = gammaCorrect(\n"
-                          "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
-                      QString());
+    program.addShader(
+        GL_FRAGMENT_SHADER,
+        "#version 150\n" + QString("#include \"DrawElementsIndirectCommand.glslh\"\n").repeated(2)
+            + QString("#include \"ZelUtilities.glslh\"\n").repeated(2) + // twice, for the include guard
+            "out vec4 out_FragColor;\n"
+            "void main() { out_FragColor = gammaCorrect(\n"
+            "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
+        QString());
     ASSERT_TRUE(program.link());
     EXPECT_EQ(0u, program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"));
     GLint size = 0;

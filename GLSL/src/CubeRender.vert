@@ -1,10 +1,12 @@
 #version 150
 
-// The vertex stage of the cube renderers.
+// Vertex stage of the cube renderers.
 //
 // tvo_Vertex: corners of the face in clip space.
 // tvo_Normal: directions of the corners of the face +X.
-// u_TvoNormalMatrix: turns them to the face that is drawn.
+// u_TvoModelViewProjectionMatrix: the identity.
+// u_TvoNormalMatrix: from the directions of +X to those of the face that is drawn.
+// it_normal: the direction of a pixel, not of unit length.
 uniform mat4 u_TvoModelViewProjectionMatrix;
 uniform mat3 u_TvoNormalMatrix;
 

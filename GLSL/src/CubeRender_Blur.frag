@@ -1,10 +1,12 @@
 #version 150
 
-// A cube face blurred by up to 45 degrees, several layers at once.
+// Blurs a cube face by up to 45 degrees, several layers at once. A pixel is the mean of its own texel and of the texels within
+// the angle of its layer, on a grid of at most 128 by 128 directions for each face.
 //
 // s_texture: the cube map.
-// s_blur:    by layer, 0 for none to 1 for 45 degrees.
-// Defines: TVO_CUBERENDER_BLUR_BATCH_SIZE, the number of layers.
+// s_blur:    for each layer, 0 for no blur to 1 for 45 degrees.
+// Defines: TVO_CUBERENDER_BLUR_BATCH_SIZE, the number of layers. The library does not define it, so this file does not compile
+//          there; see TvoImageCubemapUtilsTest.BlursKeepTheClearColours.
 struct Blur
 {
     float value;
@@ -33,7 +35,7 @@ void main()
     for (int i = 0; i < TVO_CUBERENDER_BLUR_BATCH_SIZE; ++i) {
         sums[i] = own;
         counts[i] = 1.0;
-        thresholds[i] = mix(1.0, 0.707, s_blur[i].value);
+        thresholds[i] = mix(1.0, 0.707, s_blur[i].value); // the cosine of 45 degrees
         smallestThreshold = min(smallestThreshold, thresholds[i]);
     }
     vec2 loopCount = min(vec2(128.0), vec2(textureSize(s_texture, 0)));
@@ -43,7 +45,7 @@ void main()
             for (int face = 0; face < 6; ++face) {
                 vec3 direction = normalize(kFaces[face] * vec3(x, y, 1.0));
                 float cosine = dot(direction, n);
-                if (cosine < smallestThreshold) {
+                if (cosine < smallestThreshold) { // before the read, which costs most
                     continue;
                 }
                 vec3 color = textureLod(s_texture, direction, 0.0).rgb;

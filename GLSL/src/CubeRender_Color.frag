@@ -1,6 +1,8 @@
 #version 150
 
-// Shows the direction as a colour.
+// Shows the direction as a colour, for hosts that check their own cube renders.
+//
+// it_normal: from CubeRender.vert.
 in vec3 it_normal;
 out vec4 o_TvoFragData[1];
 

@@ -1,10 +1,10 @@
 #version 150
 
-// A cube face from a cross of six cells.
+// Converts a cross of six cells to a cube face.
 //
 // s_texture: the image.
-// u_TvoNormalToUvMatrix: from the direction, which is not of unit length, to the place in the image.
-// TVO_CUBERENDER_CONVERT_COLORSPACE: where defined, a function of Func_ColorSpace.glslc that the colour goes through.
+// u_TvoNormalToUvMatrix: from the direction, which is not of unit length, to the texture coordinate.
+// Defines: TVO_CUBERENDER_CONVERT_COLORSPACE, a function of Func_ColorSpace.glslc that converts the colour; optional.
 uniform sampler2D s_texture;
 uniform mat4x2 u_TvoNormalToUvMatrix;
 

@@ -1,9 +1,9 @@
 #version 150
 
-// A cube face from a latitude-longitude image.
+// Converts an image of latitude and longitude to a cube face. The sky is in its first row; its left end is +x.
 //
 // s_texture: the image.
-// TVO_CUBERENDER_CONVERT_COLORSPACE: where defined, a function of Func_ColorSpace.glslc that the colour goes through.
+// Defines: TVO_CUBERENDER_CONVERT_COLORSPACE, a function of Func_ColorSpace.glslc that converts the colour; optional.
 uniform sampler2D s_texture;
 
 const float kPi = 3.14159265358979323846264;
@@ -18,9 +18,9 @@ out vec4 o_TvoFragData[1];
 void main()
 {
     vec3 n = normalize(it_normal);
-    // A unit vector may come out a little longer, and acos() has no value there.
+    // Rounding may make a unit vector a little longer, where acos() is undefined.
     float phi = acos(clamp(n.y, -1.0, 1.0));
-    vec2 horizontal = n.xz == vec2(0.0) ? vec2(1.0, 0.0) : normalize(n.xz); // at a pole all columns are alike
+    vec2 horizontal = n.xz == vec2(0.0) ? vec2(1.0, 0.0) : normalize(n.xz); // at a pole every column is the same direction
     float theta = acos(clamp(horizontal.x, -1.0, 1.0));
     if (horizontal.y < 0.0) {
         theta = 2.0 * kPi - theta;

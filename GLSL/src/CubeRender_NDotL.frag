@@ -1,9 +1,10 @@
 #version 150
 
-// A cube face weighed by a power of the cosine, several layers at once.
+// Weights the texels of a cube map by a power of the cosine to the pixel's direction, several layers at once. The texels are on
+// a grid of at most 128 by 128 directions for each face.
 //
 // s_texture: the cube map.
-// s_blur:    by layer, 0 for the cosine itself to 1 for its 8192nd power.
+// s_blur:    for each layer, 0 for the cosine itself to 1 for its 8192nd power.
 // Defines: TVO_CUBERENDER_NDOT_BATCH_SIZE, the number of layers.
 struct Blur
 {
@@ -20,7 +21,7 @@ vec3 sums[TVO_CUBERENDER_NDOT_BATCH_SIZE];
 float weights[TVO_CUBERENDER_NDOT_BATCH_SIZE];
 float exponents[TVO_CUBERENDER_NDOT_BATCH_SIZE];
 
-// Defined behind main(): compilers warn of exponents that are read above where they are written.
+// Defined after main(): some compilers warn if the exponents are read above the place where they are written.
 void addSample(in vec3 n, in vec3 direction);
 
 void main()
@@ -55,7 +56,7 @@ void main()
 void addSample(in vec3 n, in vec3 direction)
 {
     float NdotL = dot(n, direction);
-    if (NdotL <= 0.0) {
+    if (NdotL <= 0.0) { // before the read, which costs most
         return;
     }
     vec3 color = textureLod(s_texture, direction, 0.0).rgb;

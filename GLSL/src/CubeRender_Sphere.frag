@@ -1,9 +1,9 @@
 #version 150
 
-// A cube face from the picture of a mirror ball.
+// Converts the picture of a mirror ball to a cube face. Directions with z and -z read the same texel.
 //
 // s_texture: the image.
-// TVO_CUBERENDER_CONVERT_COLORSPACE: where defined, a function of Func_ColorSpace.glslc that the colour goes through.
+// Defines: TVO_CUBERENDER_CONVERT_COLORSPACE, a function of Func_ColorSpace.glslc that converts the colour; optional.
 uniform sampler2D s_texture;
 
 #ifdef TVO_CUBERENDER_CONVERT_COLORSPACE

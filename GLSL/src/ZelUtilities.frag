@@ -1,8 +1,8 @@
 #version 150
 
-// What only a fragment stage can have of ZelUtilities.glslh: nothing.
+// The part of ZelUtilities.glslh for fragment stages alone. There is none yet.
 
-// So that the file is never empty for the compiler.
+// Keeps the file from being an empty stage, which some compilers and linkers refuse.
 void zelUtilitiesFragDUMMY()
 {
 }

@@ -1,6 +1,6 @@
 #version 150
 
-// What only a vertex stage can have of ZelUtilities.glslh.
+// The part of ZelUtilities.glslh for vertex stages alone.
 //
 // Defines: DRAW_BUFFER_USE_BASE_INSTANCE of DrawBuffers::setup().
 #ifdef DRAW_BUFFER_USE_BASE_INSTANCE
@@ -12,7 +12,7 @@ uint getDrawID()
 }
 #endif
 
-// So that the file is never empty for the compiler.
+// Keeps the file from being an empty stage, which some compilers and linkers refuse.
 void zelUtilitiesVertDUMMY()
 {
 }

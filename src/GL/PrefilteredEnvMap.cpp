@@ -1,14 +1,14 @@
 #include "PrefilteredEnvMap.h"
 
 #include "AutoEnabler.h"
-#include "DrawBuffers.h"
 #include "FramebufferObject.h"
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
-#include "OpenGLDeviceContext.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
-#include "VertexArrayObject.h"
+#include "private/BoundTexture.h"
+#include "private/FullscreenPass.h"
+#include "private/SavedFramebuffers.h"
 #include "private/SavedViewport.h"
 
 #include <algorithm>
@@ -18,9 +18,9 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-int gTileSizeMax = 1024;
+int gTileSizeMax = 1024; ///< process-wide and without a lock; the host sets it between bakes
 
-constexpr unsigned kTableSamples = 1024;
+constexpr unsigned kTableSamples = 1024; ///< the host chooses those of the environments
 
 struct CubeFace
 {
@@ -37,28 +37,8 @@ const CubeFace kCubeFaces[] = {
     {GL_TEXTURE_CUBE_MAP_NEGATIVE_Z, {-1, 0, 0, 0, -1, 0, 0, 0, 1}},
 };
 
-class SavedFramebuffers
-{
-    Q_DISABLE_COPY(SavedFramebuffers)
-
-public:
-    SavedFramebuffers()
-    {
-        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &_draw);
-        glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &_read);
-    }
-    ~SavedFramebuffers()
-    {
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(_draw));
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(_read));
-    }
-
-private:
-    GLint _draw = 0;
-    GLint _read = 0;
-};
-
-/// Built and bound. The names of a program's files begin alike; \a name is also the one in messages.
+/// Builds and binds a program. \a name is its name in messages, \a files what the names of its own files begin with. noise2D
+/// is linked in, though no sample is jittered: with the same directions for all pixels, tiles change nothing.
 std::unique_ptr<ShaderProgram> buildProgram(const char *name, const char *files, ShadingModel model)
 {
     GLSLMacroProcessor processor;
@@ -78,7 +58,7 @@ std::unique_ptr<ShaderProgram> buildProgram(const char *name, const char *files,
         ZEL_LOG_WARNING("%s shader program failed to link", name);
         return nullptr;
     }
-    program->setMacroProcessor(nullptr); // it dies with this call
+    program->setMacroProcessor(nullptr); // the processor ends with this call
     program->bind();
     return program;
 }
@@ -94,15 +74,53 @@ void setFilters(const Texture &texture, GLint minFilter, GLint magFilter)
     setParameter(texture, GL_TEXTURE_MAG_FILTER, magFilter);
 }
 
-/// What a bake fills, bound; null where no unit is free, since the calls on it would go to another texture.
-std::unique_ptr<Texture> boundTexture(unsigned int target, TextureFormat format, int width, int height)
+/// What differs between the three bakes before the first draw.
+struct BakeSetup
 {
-    auto texture = std::make_unique<Texture>(target, static_cast<int>(InternalFormat(format)), width, height,
-                                             0, nullptr);
-    return texture->bind() ? std::move(texture) : nullptr;
+    const char *name;  ///< of the program, in messages
+    const char *files; ///< what the names of the program's own files begin with
+    GLenum target;
+    bool hasLevels; ///< false for level 0 alone
+};
+
+constexpr BakeSetup kCubeBake = {"prefilteredEnvMap", "prefilteredEnvMapCube", GL_TEXTURE_CUBE_MAP, true};
+constexpr BakeSetup kLatLongBake = {"prefilteredEnvMap", "prefilteredEnvMap", GL_TEXTURE_2D, true};
+constexpr BakeSetup kTableBake = {"preintegratedBRDFTable", "preintegratedBRDFTable", GL_TEXTURE_2D, false};
+
+void allocateLevel0(GLenum image, TextureFormat format, int width, int height)
+{
+    glTexImage2D(image, 0, static_cast<GLint>(InternalFormat(format)), width, height, 0,
+                 ExternalFormat(format), ExternalType(format), nullptr);
 }
 
-/// The filters and the level range of a filtered environment.
+/// The texture that a bake draws into, with storage and undefined texels; null when no texture unit is free.
+std::unique_ptr<Texture> newBakeTexture(const BakeSetup &setup, TextureFormat format, int width, int height)
+{
+    auto texture = newBoundTexture(setup.target, static_cast<int>(InternalFormat(format)), width, height, 0);
+    if (texture == nullptr) {
+        return nullptr;
+    }
+    const GLint filter = setup.hasLevels ? GL_NEAREST : GL_LINEAR;
+    setFilters(*texture, filter, filter);
+    if (!setup.hasLevels) {
+        setParameter(*texture, GL_TEXTURE_MAX_LEVEL, 0);
+    }
+    if (setup.target == GL_TEXTURE_CUBE_MAP) {
+        for (const CubeFace &face : kCubeFaces) {
+            allocateLevel0(face.target, format, width, height);
+        }
+    } else {
+        allocateLevel0(setup.target, format, width, height);
+    }
+    if (setup.hasLevels) {
+        glGenerateMipmap(setup.target); // allocates the levels, which the bake then draws
+    }
+    texture->unbind();
+    return texture;
+}
+
+/// Sets the filters, wraps and levels that a host samples a filtered environment with. Returns false when no texture unit is
+/// free.
 bool finishEnvMap(Texture &texture, int numLods, GLint wrapS)
 {
     if (!texture.bind()) {
@@ -118,93 +136,163 @@ bool finishEnvMap(Texture &texture, int numLods, GLint wrapS)
     return texture.unbind();
 }
 
-/// What all bakes draw with: a program, which comes bound, a framebuffer and the
-/// full-screen quad, bound to the end of the pass.
-class BakePass
+/// A bake in progress. Its program, framebuffer and full-screen quad are bound until the end, its texture is not.
+class Bake
 {
-    Q_DISABLE_COPY(BakePass)
+    Q_DISABLE_COPY(Bake)
 
 public:
-    explicit BakePass(std::unique_ptr<ShaderProgram> program)
-        : _program(std::move(program))
-        , _framebuffer(nullptr)
-        , _quad(OpenGLDeviceContext::current()->fullscreenQuad())
+    /// Returns null, with nothing bound, when the shaders fail or no texture unit is free.
+    static std::unique_ptr<Bake> begin(const BakeSetup &setup, ShadingModel model, TextureFormat format,
+                                       int width, int height)
     {
-        _framebuffer.bind();
-        _quad->VAO()->bind();
-        _quad->VAO()->enableShaderProgramArrays(_program.get());
-        _quad->VAO()->unbind();
-        _quad->bind();
+        std::unique_ptr<ShaderProgram> program = buildProgram(setup.name, setup.files, model);
+        if (program == nullptr) {
+            return nullptr;
+        }
+        std::unique_ptr<Texture> texture = newBakeTexture(setup, format, width, height);
+        if (texture == nullptr) {
+            program->unbind();
+            return nullptr;
+        }
+        return std::unique_ptr<Bake>(new Bake(std::move(texture), std::move(program)));
     }
 
-    ~BakePass()
+    ~Bake()
     {
-        _quad->unbind();
+        _pass.unbind();
         _framebuffer.unbind();
         _program->unbind();
     }
 
     ShaderProgram &program() { return *_program; }
-    FramebufferObject &framebuffer() { return _framebuffer; }
+    Texture &texture() { return *_texture; }
 
-    void draw() { _quad->draw(_program.get()); }
+    int location(const char *uniform) const { return _program->getUniformLocation(QLatin1String(uniform)); }
 
-    static void begin()
+    void attach(int lod) { _framebuffer.attach(_texture.get(), GL_COLOR_ATTACHMENT0, lod); }
+    void detach() { _framebuffer.detach(GL_COLOR_ATTACHMENT0); }
+
+    /// The flush makes each draw a GPU job of its own, between which the driver can schedule others.
+    void draw()
     {
-        glDisable(GL_BLEND);
-        glDisable(GL_DEPTH_TEST);
-        glDepthMask(GL_FALSE);
+        _pass.draw();
+        glFlush();
     }
 
-    /// Sets, and does not restore: the depth test is on behind a bake.
-    static void end()
-    {
-        glDepthMask(GL_TRUE);
-        glEnable(GL_DEPTH_TEST);
-    }
+    /// Releases the texture to the caller; returns null if \a isComplete is false.
+    Texture *finish(bool isComplete) { return isComplete ? _texture.release() : nullptr; }
 
 private:
+    Bake(std::unique_ptr<Texture> texture, std::unique_ptr<ShaderProgram> program)
+        : _texture(std::move(texture))
+        , _program(std::move(program))
+        , _framebuffer(nullptr)
+    {
+        _framebuffer.bind();
+        _pass.bind(*_program);
+    }
+
+    std::unique_ptr<Texture> _texture;
     std::unique_ptr<ShaderProgram> _program;
     FramebufferObject _framebuffer;
-    QSharedPointer<DrawBuffers> _quad;
+    FullscreenPass _pass;
+    /// Else a bake into SRGB8A8 would store linear values, which sampling decodes once more: see
+    /// PrefilteredEnvMapTest.TheTableHoldsTheIntegratedBRDFOfEveryModel.
     AutoEnabler _encodesSRGB{GL_FRAMEBUFFER_SRGB};
 };
 
-void setSourceUniforms(ShaderProgram &program, const Texture &envMap, unsigned numSamples, int numLods)
+void setSourceUniforms(Bake &bake, const Texture &envMap, unsigned numSamples, int numLods)
 {
-    program.setUniform(program.getUniformLocation(QStringLiteral("u_SamplerEnvMap")),
-                       static_cast<int>(envMap.unit()));
-    program.setUniform(program.getUniformLocation(QStringLiteral("u_NumSamples")), numSamples);
-    glUniform1f(program.getUniformLocation(QStringLiteral("u_RoughnessScale")), static_cast<float>(numLods));
+    bake.program().setUniform(bake.location("u_SamplerEnvMap"), static_cast<int>(envMap.unit()));
+    bake.program().setUniform(bake.location("u_NumSamples"), numSamples);
+    glUniform1f(bake.location("u_RoughnessScale"), static_cast<float>(numLods));
 }
 
-void drawCubeFace(BakePass &pass, const Texture &texture, const CubeFace &face, int lod, float roughness,
-                  int roughnessLocation, int transformLocation)
+void drawCubeFace(Bake &bake, const CubeFace &face, int lod, float roughness, int roughnessLocation,
+                  int transformLocation)
 {
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, face.target, texture.textureID(), lod);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, face.target, bake.texture().textureID(),
+                           lod);
     glClear(GL_COLOR_BUFFER_BIT);
     if (transformLocation >= 0) {
         glUniformMatrix3fv(transformLocation, 1, GL_FALSE, face.transform);
     }
+    // Required: without the uniform nothing is drawn here, unlike in the bake of an image.
     if (roughnessLocation >= 0) {
         glUniform1f(roughnessLocation, roughness);
-        pass.draw();
-        glFlush();
+        bake.draw();
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, face.target, 0, 0);
     }
 }
 
-/// Tiles keep every job that the GPU gets short. The scissor cuts them out.
-void drawTiles(BakePass &pass, int width, int height)
+void drawCubeLevels(Bake &bake, int size, int, int numLods, ShadingModel model)
 {
-    const int tile = std::max(gTileSizeMax, 1);
+    const int roughnessLocation = bake.location("u_Roughness");
+    const int transformLocation = bake.location("u_Transform");
+    FullscreenPass::setState();
+    glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
+    for (int lod = 0; lod < numLods; ++lod) {
+        glViewport(0, 0, size >> lod, size >> lod);
+        const float roughness = RoughnessForLOD(lod, numLods, model);
+        for (const CubeFace &face : kCubeFaces) {
+            drawCubeFace(bake, face, lod, roughness, roughnessLocation, transformLocation);
+        }
+    }
+}
+
+/// Draws a level in tiles, which the scissor cuts out: no GPU job covers more than a tile, so the desktop stays responsive.
+/// See PrefilteredEnvMapTest.TilesChangeTheDrawsAndNotTheImage.
+void drawTiles(Bake &bake, int width, int height)
+{
+    const int tile = std::max(gTileSizeMax, 1); // a step of 0 would loop for ever
     for (int x = 0; x < width; x += tile) {
         for (int y = 0; y < height; y += tile) {
             glScissor(x, y, std::min(tile, width - x), std::min(tile, height - y));
-            pass.draw();
-            glFlush();
+            bake.draw();
         }
     }
+}
+
+void drawLatLongLevels(Bake &bake, int width, int height, int numLods, ShadingModel model)
+{
+    const int roughnessLocation = bake.location("u_Roughness");
+    FullscreenPass::setState();
+    glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
+    glEnable(GL_SCISSOR_TEST);
+    for (int lod = 0; lod < numLods; ++lod) {
+        const int levelWidth = width >> lod;
+        const int levelHeight = height >> lod;
+        glViewport(0, 0, levelWidth, levelHeight);
+        bake.attach(lod);
+        glClear(GL_COLOR_BUFFER_BIT);
+        if (roughnessLocation >= 0) {
+            glUniform1f(roughnessLocation, RoughnessForLOD(lod, numLods, model));
+        }
+        drawTiles(bake, levelWidth, levelHeight);
+        bake.detach();
+    }
+    glDisable(GL_SCISSOR_TEST);
+}
+
+/// Draws all levels of a filtered environment. Yellow, the clear colour, remains wherever nothing is drawn.
+using DrawLevels = void (*)(Bake &bake, int width, int height, int numLods, ShadingModel model);
+
+/// Both filtered environments, from the program to the finished texture.
+Texture *filterEnvMap(Texture &envMap, const BakeSetup &setup, DrawLevels drawLevels, GLint wrapS, int width,
+                      int height, unsigned numSamples, ShadingModel model, TextureFormat format)
+{
+    const std::unique_ptr<Bake> bake = Bake::begin(setup, model, format, width, height);
+    if (bake == nullptr || !envMap.bind()) {
+        return nullptr;
+    }
+    const int numLods = MaxLODLevel(width, height);
+    setSourceUniforms(*bake, envMap, numSamples, numLods);
+    drawLevels(*bake, width, height, numLods, model);
+    FullscreenPass::resetState();
+    const bool isComplete = finishEnvMap(bake->texture(), numLods, wrapS);
+    envMap.unbind();
+    return bake->finish(isComplete);
 }
 
 } // namespace
@@ -240,46 +328,8 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
         return nullptr;
     }
     const SavedViewport viewport;
-    std::unique_ptr<ShaderProgram> program =
-        buildProgram("prefilteredEnvMap", "prefilteredEnvMapCube", model);
-    if (program == nullptr) {
-        return nullptr;
-    }
-    const int numLods = MaxLODLevel(size, size);
-    const auto internalFormat = static_cast<GLint>(InternalFormat(format));
-    std::unique_ptr<Texture> texture = boundTexture(GL_TEXTURE_CUBE_MAP, format, size, size);
-    if (texture == nullptr) {
-        program->unbind();
-        return nullptr;
-    }
-    setFilters(*texture, GL_NEAREST, GL_NEAREST);
-    for (const CubeFace &face : kCubeFaces) {
-        glTexImage2D(face.target, 0, internalFormat, size, size, 0, ExternalFormat(format),
-                     ExternalType(format), nullptr);
-    }
-    glGenerateMipmap(GL_TEXTURE_CUBE_MAP);
-    texture->unbind();
-
-    BakePass pass(std::move(program));
-    if (!envMap->bind()) {
-        return nullptr;
-    }
-    setSourceUniforms(pass.program(), *envMap, numSamples, numLods);
-    const int roughnessLocation = pass.program().getUniformLocation(QStringLiteral("u_Roughness"));
-    const int transformLocation = pass.program().getUniformLocation(QStringLiteral("u_Transform"));
-    BakePass::begin();
-    glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
-    for (int lod = 0; lod < numLods; ++lod) {
-        glViewport(0, 0, size >> lod, size >> lod);
-        const float roughness = RoughnessForLOD(lod, numLods, model);
-        for (const CubeFace &face : kCubeFaces) {
-            drawCubeFace(pass, *texture, face, lod, roughness, roughnessLocation, transformLocation);
-        }
-    }
-    BakePass::end();
-    const bool finished = finishEnvMap(*texture, numLods, GL_CLAMP_TO_EDGE);
-    envMap->unbind();
-    return finished ? texture.release() : nullptr;
+    return filterEnvMap(*envMap, kCubeBake, drawCubeLevels, GL_CLAMP_TO_EDGE, size, size, numSamples, model,
+                        format);
 }
 
 Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, unsigned numSamples,
@@ -290,50 +340,9 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
     }
     const SavedViewport viewport;
     const SavedFramebuffers framebuffers;
-    std::unique_ptr<ShaderProgram> program = buildProgram("prefilteredEnvMap", "prefilteredEnvMap", model);
-    if (program == nullptr) {
-        return nullptr;
-    }
-    const int numLods = MaxLODLevel(width, height);
-    const auto internalFormat = static_cast<GLint>(InternalFormat(format));
-    std::unique_ptr<Texture> texture = boundTexture(GL_TEXTURE_2D, format, width, height);
-    if (texture == nullptr) {
-        program->unbind();
-        return nullptr;
-    }
-    setFilters(*texture, GL_NEAREST, GL_NEAREST);
-    glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, width, height, 0, ExternalFormat(format),
-                 ExternalType(format), nullptr);
-    glGenerateMipmap(GL_TEXTURE_2D);
-    texture->unbind();
-
-    BakePass pass(std::move(program));
-    if (!envMap->bind()) {
-        return nullptr;
-    }
-    setSourceUniforms(pass.program(), *envMap, numSamples, numLods);
-    const int roughnessLocation = pass.program().getUniformLocation(QStringLiteral("u_Roughness"));
-    BakePass::begin();
-    glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
-    glEnable(GL_SCISSOR_TEST);
-    for (int lod = 0; lod < numLods; ++lod) {
-        const int levelWidth = width >> lod;
-        const int levelHeight = height >> lod;
-        glViewport(0, 0, levelWidth, levelHeight);
-        pass.framebuffer().attach(texture.get(), GL_COLOR_ATTACHMENT0, lod);
-        glClear(GL_COLOR_BUFFER_BIT);
-        if (roughnessLocation >= 0) {
-            glUniform1f(roughnessLocation, RoughnessForLOD(lod, numLods, model));
-        }
-        drawTiles(pass, levelWidth, levelHeight);
-        pass.framebuffer().detach(GL_COLOR_ATTACHMENT0);
-    }
-    glDisable(GL_SCISSOR_TEST);
-    BakePass::end();
-    // The image closes on itself around the horizon.
-    const bool finished = finishEnvMap(*texture, numLods, GL_REPEAT);
-    envMap->unbind();
-    return finished ? texture.release() : nullptr;
+    // GL_REPEAT: the image closes on itself around the horizon.
+    return filterEnvMap(*envMap, kLatLongBake, drawLatLongLevels, GL_REPEAT, width, height, numSamples, model,
+                        format);
 }
 
 Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLevels, ShadingModel model,
@@ -341,41 +350,26 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
 {
     const SavedViewport viewport;
     const SavedFramebuffers framebuffers;
-    std::unique_ptr<ShaderProgram> program =
-        buildProgram("preintegratedBRDFTable", "preintegratedBRDFTable", model);
-    if (program == nullptr) {
+    const std::unique_ptr<Bake> bake = Bake::begin(kTableBake, model, format, width, height);
+    if (bake == nullptr) {
         return nullptr;
     }
-    const auto internalFormat = static_cast<GLint>(InternalFormat(format));
-    std::unique_ptr<Texture> texture = boundTexture(GL_TEXTURE_2D, format, width, height);
-    if (texture == nullptr) {
-        program->unbind();
-        return nullptr;
-    }
-    setFilters(*texture, GL_LINEAR, GL_LINEAR);
-    setParameter(*texture, GL_TEXTURE_MAX_LEVEL, 0);
-    glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, width, height, 0, ExternalFormat(format),
-                 ExternalType(format), nullptr);
-    texture->unbind();
-
-    BakePass pass(std::move(program));
-    pass.program().setUniform(pass.program().getUniformLocation(QStringLiteral("u_NumSamples")),
-                              kTableSamples);
-    pass.program().setUniform(pass.program().getUniformLocation(QStringLiteral("u_NumLODLevels")),
-                              numLODLevels);
-    BakePass::begin();
+    bake->program().setUniform(bake->location("u_NumSamples"), kTableSamples);
+    bake->program().setUniform(bake->location("u_NumLODLevels"), numLODLevels);
+    FullscreenPass::setState();
     glViewport(0, 0, width, height);
-    pass.framebuffer().attach(texture.get(), GL_COLOR_ATTACHMENT0, 0);
-    pass.draw();
-    glFlush();
-    pass.framebuffer().detach(GL_COLOR_ATTACHMENT0);
-    BakePass::end();
-    texture->bind();
-    setParameter(*texture, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    setParameter(*texture, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    texture->setReadOnly();
-    texture->unbind();
-    return texture.release();
+    bake->attach(0);
+    bake->draw();
+    bake->detach();
+    FullscreenPass::resetState();
+    // Clamped, since x and y are cosine and roughness, whose ends are not neighbours.
+    Texture &table = bake->texture();
+    table.bind();
+    setParameter(table, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    setParameter(table, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    table.setReadOnly();
+    table.unbind();
+    return bake->finish(true);
 }
 
 }} // namespace Orvane::Zel

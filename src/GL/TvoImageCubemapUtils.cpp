@@ -11,12 +11,12 @@
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
-#include "private/SavedViewport.h"
+#include "private/CubemapConversions.h"
+#include "private/CubemapLayouts.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
 #include <QtCore/QObject>
-#include <QtGui/QGenericMatrix>
 #include <QtGui/QMatrix4x4>
 
 #include <algorithm>
@@ -28,73 +28,13 @@ namespace TvoImageCubemapUtils {
 
 namespace {
 
-constexpr int kFaces = 6;
-constexpr int kMostLayersInPass = 8;
-constexpr int kMostLevels = 1 << 16; ///< far more than GL has; Mesa ends the process on depths of 100 million
-constexpr int kLastSourceType = eSourceCross;
+constexpr int kMaxLayersInPass = 8;
+// Far more than GL has. Mesa ends the process on depths of 100 million, as on "sizes far above the limit" in
+// docs/driver-workarounds.md.
+constexpr int kMaxLevels = 1 << 16;
+
+// A source is two-dimensional when its wraps matter, so the third wrap stays.
 constexpr GLenum kWraps[] = {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T};
-
-GLenum faceTarget(int face)
-{
-    return GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(face);
-}
-
-struct FaceRow
-{
-    GLfloat normalMatrix[9]; ///< turns the normals of +X to the face; column after column
-    GLfloat clearColor[3];   ///< shows wherever nothing is drawn
-};
-
-const FaceRow kFaceRows[kFaces] = {
-    {{1, 0, 0, 0, 0, -1, 0, -1, 0}, {1, 0, 0}}, {{-1, 0, 0, 0, 0, 1, 0, -1, 0}, {0, 1, 0}},
-    {{0, 1, 0, 1, 0, 0, 0, 0, 1}, {0, 0, 1}},   {{0, -1, 0, 1, 0, 0, 0, 0, -1}, {1, 1, 0}},
-    {{0, 0, 1, 1, 0, 0, 0, -1, 0}, {0, 1, 1}},  {{0, 0, -1, -1, 0, 0, 0, -1, 0}, {1, 0, 1}},
-};
-
-struct CrossLayout
-{
-    int columns;
-    int rows;
-    int cells[kFaces][2];
-    float turns[kFaces][6];
-};
-
-const CrossLayout kCrossLayouts[] = {
-    {4,
-     3,
-     {{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {3, 1}},
-     {{0, 0, 0, -1, -1, 0},
-      {0, 0, 0, -1, 1, 0},
-      {1, 0, 0, 0, 0, 1},
-      {1, 0, 0, 0, 0, -1},
-      {1, 0, 0, -1, 0, 0},
-      {-1, 0, 0, -1, 0, 0}}},
-    {3,
-     4,
-     {{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {1, 3}},
-     {{0, 0, 0, -1, -1, 0},
-      {0, 0, 0, -1, 1, 0},
-      {1, 0, 0, 0, 0, 1},
-      {1, 0, 0, 0, 0, -1},
-      {1, 0, 0, -1, 0, 0},
-      {1, 0, 0, 1, 0, 0}}},
-};
-
-// From the normal of a face to its place in a strip of six, two rows of four.
-const float kStripRows[kFaces][8] = {
-    {0, 0, -1.0f / 12, 1.0f / 12, 0, -0.5f, 0, 0.5f}, {0, 0, 1.0f / 12, 3.0f / 12, 0, -0.5f, 0, 0.5f},
-    {1.0f / 12, 0, 0, 5.0f / 12, 0, 0, 0.5f, 0.5f},   {1.0f / 12, 0, 0, 7.0f / 12, 0, 0, -0.5f, 0.5f},
-    {1.0f / 12, 0, 0, 9.0f / 12, 0, -0.5f, 0, 0.5f},  {-1.0f / 12, 0, 0, 11.0f / 12, 0, -0.5f, 0, 0.5f},
-};
-
-// From the quad to directions, row after row.
-const GLfloat kStripTransforms[kFaces][9] = {
-    {0, 0, -1, 0, 1, 0, -1, 0, 0}, {0, 0, 1, 0, 1, 0, 1, 0, 0},  {1, 0, 0, 0, 0, -1, 0, -1, 0},
-    {1, 0, 0, 0, 0, 1, 0, 1, 0},   {1, 0, 0, 0, 1, 0, 0, 0, -1}, {-1, 0, 0, 0, 1, 0, 0, 0, 1},
-};
-
-const float kQuadVertices[] = {-1, -1, 1, -1, -1, 1, 1, 1};
-const float kQuadNormals[] = {1, -1, -1, 1, 1, -1, 1, -1, 1, 1, 1, 1}; // of the face +X
 
 std::unique_ptr<DrawBuffers> makeQuad()
 {
@@ -103,63 +43,31 @@ std::unique_ptr<DrawBuffers> makeQuad()
     const auto vao = context->newVAO();
     quad->setVAO(vao);
     quad->setPrimitiveType(GL_TRIANGLE_STRIP);
-    quad->setVertexCount(4);
-    const auto fill = [&](const char *name, const float *values, int count, int valuesPerVertex) {
+    quad->setVertexCount(kQuadVertexCount);
+    // The normals are directions of the face +X. A matrix for each face turns them, so that one quad serves all six.
+    const auto fill = [&](const char *name, const float *values, int valuesPerVertex) {
         const auto buffer = context->newBuffer();
         buffer->setTarget(GL_ARRAY_BUFFER);
-        return vao->upload(QLatin1String(name), buffer, values, count, valuesPerVertex, GL_STATIC_DRAW);
+        return vao->upload(QLatin1String(name), buffer, values, kQuadVertexCount * valuesPerVertex,
+                           valuesPerVertex, GL_STATIC_DRAW);
     };
-    if (!fill("tvo_Vertex", kQuadVertices, 8, 2) || !fill("tvo_Normal", kQuadNormals, 12, 3)) {
+    if (!fill("tvo_Vertex", kQuadVertices, 2) || !fill("tvo_Normal", kQuadNormals, 3)) {
         ZEL_LOG_DEBUG("Failed to upload buffers.");
     }
     return quad;
 }
 
-/// What a level of a texture, or of its first face, is.
-struct LevelShape
+/// False for formats that no driver renders to. Drivers refuse others, such as GL_RGB9_E5, by an incomplete framebuffer.
+bool isRenderable(const LevelShape &shape)
 {
-    LevelShape(Texture &texture, int level)
-    {
-        const AutoBinder binder(&texture);
-        width = texture.width(level);
-        height = texture.height(level);
-        internalFormat = texture.internalFormat(level);
-        isCompressed = texture.getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) == GL_TRUE;
+    if (shape.isCompressed) {
+        ZEL_LOG_DEBUG("[ !! ] Cannot render to the compressed format 0x%X",
+                      static_cast<unsigned>(shape.internalFormat));
     }
-
-    /// False where the texture could not be bound.
-    bool isKnown() const { return width >= 0; }
-
-    /// False, and logged, where a texture of the same format cannot be rendered to.
-    bool isRenderable() const
-    {
-        if (isCompressed) {
-            ZEL_LOG_DEBUG("[ !! ] Cannot render to the compressed format 0x%X",
-                          static_cast<unsigned>(internalFormat));
-        }
-        return isKnown() && !isCompressed;
-    }
-
-    bool operator==(const LevelShape &other) const
-    {
-        return width == other.width && height == other.height && internalFormat == other.internalFormat;
-    }
-
-    int width;
-    int height;
-    int internalFormat;
-    bool isCompressed;
-};
-
-int maxLevelOf(Texture &texture)
-{
-    const AutoBinder binder(&texture);
-    GLint level = 0;
-    glGetTexParameteriv(texture.target(), GL_TEXTURE_MAX_LEVEL, &level);
-    return level;
+    return shape.isKnown() && !shape.isCompressed;
 }
 
-/// Sets up a renderer that has a source, and lets it render.
+/// Renders from \a source into a new cube map.
 Texture *renderFrom(TvoRenderCubemapBaseTexture &renderer, Texture *source,
                     TvoImageCubemapColorSpace colorSpace, int size, unsigned internalFormat, unsigned target)
 {
@@ -188,7 +96,7 @@ bool TvoRenderCubemapBase::renderBegin(int face)
         return false;
     }
     glUniformMatrix3fv(location(QStringLiteral("u_TvoNormalMatrix")), 1, GL_FALSE,
-                       kFaceRows[face].normalMatrix);
+                       kCubeFaces[face].normalMatrix);
     return true;
 }
 
@@ -200,7 +108,7 @@ void TvoRenderCubemapBase::removeShaderDefines() {}
 
 void TvoRenderCubemapBase::setLevels(int levels)
 {
-    _levels = std::clamp(levels, -kMostLevels, kMostLevels);
+    _levels = std::clamp(levels, -kMaxLevels, kMaxLevels);
 }
 
 Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, unsigned target)
@@ -208,13 +116,15 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     auto texture =
         std::make_unique<Texture>(target, static_cast<int>(internalFormat), size, size, 0, nullptr);
     const AutoBinder binder(texture.get());
-    if (target != 0 && !texture->isBound()) { // the calls below would go to another texture
+    // Without a free texture unit the calls below would change another texture. Target 0 has no texture to change; the
+    // switch reports it.
+    if (target != 0 && !texture->isBound()) {
         return nullptr;
     }
     const GLenum format = formatFromInternalFormat(internalFormat);
     const GLenum type = typeFromInternalFormat(internalFormat);
     if (format == 0 || type == 0) {
-        return nullptr; // which was reported there
+        return nullptr; // the two functions have reported the format
     }
     switch (target) {
     case GL_TEXTURE_CUBE_MAP:
@@ -228,6 +138,7 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
                      type, nullptr);
         break;
     default:
+        // The render reports the target again, and fails: see TvoImageCubemapUtilsTest.SizesAndRefusals.
         ZEL_LOG_DEBUG("[ !! ] Unhandled Texture Type 0x%X", target);
         break;
     }
@@ -239,7 +150,7 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     if (!renderCubemap(size, internalFormat, texture.get())) {
         return nullptr;
     }
-    texture->bind(); // the source was bound meanwhile, and took the active unit with it
+    texture->bind(); // again, since binding the source has made another texture unit the active one
     glGenerateMipmap(target);
     texture->unbind();
     return texture.release();
@@ -259,13 +170,17 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
         _layers = depth / kFaces;
         ZEL_LOG_DEBUG("%p Layer %d %d", static_cast<void *>(target), _layers, depth);
     }
+    // 1. The program, after the layers, since filters compile the number of layers of a pass into their shaders.
     createShaderDefines();
     const bool hasShader = createShader();
     removeShaderDefines();
+    // A subclass of the host may return true without a program: see
+    // TvoImageCubemapUtilsTest.RenderersWithoutAProgramAndFacesThatAreNoneDrawNothing.
     if (!hasShader || _program == nullptr) {
         ZEL_LOG_DEBUG("[ !! ] Failed to create Shader");
         return false;
     }
+    // 2. What stays bound during all passes.
     {
         const AutoBinder binder(_quad->VAO().data());
         _quad->VAO()->enableShaderProgramArrays(_program.get());
@@ -273,15 +188,19 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
     FramebufferObject framebuffer(nullptr);
     const AutoBinder framebufferBinder(&framebuffer);
     for (int i = 0; i < _batchSize; ++i) {
-        // Scratch, never attached; gone with the framebuffer object.
+        // Scratch textures, one for each layer of a pass. Nothing is attached to them; the framebuffer object deletes
+        // them with itself.
         (new Texture(&framebuffer))->create2D(GL_TEXTURE_2D, internalFormat, size, size);
     }
     glDisable(GL_BLEND);
+    // texture() decodes sRGB, so the draw must encode: see
+    // TvoImageCubemapUtilsTest.StripsComeOutByDirectionAndGoBackUpsideDown, whose source is in sRGB.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     const AutoBinder programBinder(_program.get());
     const QMatrix4x4 identity;
     glUniformMatrix4fv(location(QStringLiteral("u_TvoModelViewProjectionMatrix")), 1, GL_FALSE,
                        identity.constData());
+    // 3. The passes. Only subclasses with a larger batch size write several layers at once.
     for (_firstLayer = 0; _firstLayer < _layers; _firstLayer += _batchSize) {
         _layersInPass = std::min(_batchSize, _layers - _firstLayer);
         for (int face = 0; face < kFaces; ++face) {
@@ -311,7 +230,7 @@ void TvoRenderCubemapBase::buildProgram(const QString &fragmentFile, bool conver
     }
     _program->compile();
     _program->link();
-    _program->setMacroProcessor(nullptr);
+    _program->setMacroProcessor(nullptr); // the processor ends with this call
 }
 
 ShaderProgram &TvoRenderCubemapBase::program()
@@ -326,6 +245,7 @@ int TvoRenderCubemapBase::location(const QString &name)
 
 int TvoRenderCubemapBase::largestBatchSize() const
 {
+    // 8 is the number of draw buffers that every driver has.
     for (const int size : {8, 4, 2}) {
         if (_layers % size == 0) {
             return size;
@@ -336,7 +256,7 @@ int TvoRenderCubemapBase::largestBatchSize() const
 
 void TvoRenderCubemapBase::setBatchSize(int layers)
 {
-    _batchSize = std::clamp(layers, 1, kMostLayersInPass);
+    _batchSize = std::clamp(layers, 1, kMaxLayersInPass);
 }
 
 bool TvoRenderCubemapBase::canRender(int face) const
@@ -369,7 +289,7 @@ bool TvoRenderCubemapBase::attachFace(const Texture &target, int face)
 
 bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
 {
-    static constexpr GLenum attachments[kMostLayersInPass] = {
+    static constexpr GLenum attachments[kMaxLayersInPass] = {
         GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2, GL_COLOR_ATTACHMENT3,
         GL_COLOR_ATTACHMENT4, GL_COLOR_ATTACHMENT5, GL_COLOR_ATTACHMENT6, GL_COLOR_ATTACHMENT7};
     _face = face;
@@ -378,11 +298,13 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
     }
     glViewport(0, 0, size, size);
     glDrawBuffers(_layersInPass, attachments);
+    // Formats that the driver does not render to end here, before a draw would fail with a GL error.
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
         ZEL_LOG_DEBUG("[ !! ] Cannot render to faces of this format and size");
         return false;
     }
-    const GLfloat *color = kFaceRows[face].clearColor;
+    // The colour of a face shows wherever nothing is drawn, which makes a wrong face easy to recognise.
+    const float *color = kCubeFaces[face].clearColor;
     glClearColor(color[0], color[1], color[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
@@ -391,7 +313,8 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
         _quad->draw(_program.get());
         _quad->unbind();
         glFlush();
-        glFinish(); // these are heavy draws: one face at a time
+        // A filter reads up to 128 * 128 * 6 texels for each pixel. Waiting for each face keeps the GPU's jobs short.
+        glFinish();
     }
     renderEnd(face);
     return true;
@@ -422,16 +345,21 @@ TvoImageCubemapColorSpace TvoRenderCubemapBaseTexture::getTextureColorSpace() co
 
 bool TvoRenderCubemapBaseTexture::renderBegin(int face)
 {
+    // Before the bind: a refused face must not leave the source bound. See
+    // TvoImageCubemapUtilsTest.RenderersWithoutAProgramAndFacesThatAreNoneDrawNothing.
     if (_texture == nullptr || !canRender(face)) {
         return false;
     }
     if (!_texture->bind()) {
         return false;
     }
+    // The filters stay after the render, the wraps do not: see
+    // TvoImageCubemapUtilsTest.LatLongImagesComeOutByDirection.
     glTexParameteri(_texture->target(), GL_TEXTURE_MIN_FILTER, _minFilter);
     glTexParameteri(_texture->target(), GL_TEXTURE_MAG_FILTER, _magFilter);
     for (int i = 0; _clampsSource && i < 2; ++i) {
-        if (_wraps[i] == 0) { // else a host begins again without an end
+        if (_wraps[i]
+            == 0) { // else a host has called renderBegin() twice, and the wrap is the clamp set here
             glGetTexParameteriv(_texture->target(), kWraps[i], &_wraps[i]);
         }
         glTexParameteri(_texture->target(), kWraps[i], GL_CLAMP_TO_EDGE);
@@ -460,6 +388,40 @@ void TvoRenderCubemapBaseTexture::setFilters(int minFilter, int magFilter)
     _magFilter = magFilter;
 }
 
+bool TvoRenderCubemapBaseTexture::createConversionShader(const QString &fragmentFile)
+{
+    buildProgram(fragmentFile, true, QString());
+    return TvoRenderCubemapBase::createShader();
+}
+
+bool TvoRenderCubemapBaseTexture::createFilterShader(const QString &fragmentFile)
+{
+    // Required: the define is that of CubeRender_NDotL.frag for both. CubeRender_Blur.frag reads another one and does not
+    // compile, so a blur keeps the clear colours; see TvoImageCubemapUtilsTest.BlursKeepTheClearColours.
+    buildProgram(fragmentFile, false, QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
+    return TvoRenderCubemapBase::createShader();
+}
+
+bool TvoRenderCubemapBaseTexture::beginFilter(int face, float exponent)
+{
+    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
+        return false;
+    }
+    for (int k = 0; k < layersInPass(); ++k) {
+        glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)), std::pow(blurOfLayer(k), exponent));
+    }
+    // Without it, the mip levels of the source would show the edges of the faces.
+    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    return true;
+}
+
+void TvoRenderCubemapBaseTexture::endFilter(int face)
+{
+    // Off, whatever the host had set: see TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
+    glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    TvoRenderCubemapBaseTexture::renderEnd(face);
+}
+
 void TvoRenderCubemap_Cross::setLayout(TvoLayout layout)
 {
     _layout = layout;
@@ -467,8 +429,7 @@ void TvoRenderCubemap_Cross::setLayout(TvoLayout layout)
 
 bool TvoRenderCubemap_Cross::createShader()
 {
-    buildProgram(QStringLiteral("CubeRender_Cross.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    return createConversionShader(QStringLiteral("CubeRender_Cross.frag"));
 }
 
 bool TvoRenderCubemap_Cross::renderBegin(int face)
@@ -476,36 +437,21 @@ bool TvoRenderCubemap_Cross::renderBegin(int face)
     if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
         return false;
     }
-    const CrossLayout &layout = kCrossLayouts[_layout == eLayout3x4 ? 1 : 0];
-    const float *t = layout.turns[face];
-    const float sx = 0.5f / static_cast<float>(layout.columns);
-    const float sy = 0.5f / static_cast<float>(layout.rows);
-    // The numbers fill the matrix row after row; settled, and not to be exchanged for columns.
-    const float values[] = {t[0] * sx,
-                            t[1] * sy,
-                            t[2] * sx,
-                            t[3] * sy,
-                            t[4] * sx,
-                            t[5] * sy,
-                            static_cast<float>(2 * layout.cells[face][0] + 1) * sx,
-                            static_cast<float>(2 * layout.cells[face][1] + 1) * sy};
-    const QMatrix4x2 toUv(values);
+    const QMatrix4x2 toUv = crossMatrix(_layout == eLayout3x4, face);
     glUniformMatrix4x2fv(location(QStringLiteral("u_TvoNormalToUvMatrix")), 1, GL_FALSE, toUv.constData());
     return true;
 }
 
 bool TvoRenderCubemap_LatLongSphere::createShader()
 {
-    clampSource(); // the nadir is exactly v = 1
-    buildProgram(QStringLiteral("CubeRender_LatLongSphere.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    clampSource(); // the nadir is exactly v = 1: a repeating wrap would read the sky there
+    return createConversionShader(QStringLiteral("CubeRender_LatLongSphere.frag"));
 }
 
 bool TvoRenderCubemap_Sphere::createShader()
 {
-    clampSource(); // the rim is exactly 1 in u or v
-    buildProgram(QStringLiteral("CubeRender_Sphere.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    clampSource(); // the rim is exactly 1 in u or v: a repeating wrap would read the opposite side
+    return createConversionShader(QStringLiteral("CubeRender_Sphere.frag"));
 }
 
 TvoRenderCubemap_Blur::TvoRenderCubemap_Blur()
@@ -515,29 +461,19 @@ TvoRenderCubemap_Blur::TvoRenderCubemap_Blur()
 
 bool TvoRenderCubemap_Blur::createShader()
 {
-    // The shader reads another define than this, and so does not compile: a blur keeps the clear colours. Left so.
-    buildProgram(QStringLiteral("CubeRender_Blur.frag"), false,
-                 QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
+    const bool hasShader = createFilterShader(QStringLiteral("CubeRender_Blur.frag"));
     setBatchSize(largestBatchSize());
-    return TvoRenderCubemapBase::createShader();
+    return hasShader;
 }
 
 bool TvoRenderCubemap_Blur::renderBegin(int face)
 {
-    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
-        return false;
-    }
-    for (int k = 0; k < layersInPass(); ++k) {
-        glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)), blurOfLayer(k));
-    }
-    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    return true;
+    return beginFilter(face, 1.0f);
 }
 
 void TvoRenderCubemap_Blur::renderEnd(int face)
 {
-    glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    TvoRenderCubemapBaseTexture::renderEnd(face);
+    endFilter(face);
 }
 
 TvoRenderCubemap_NDotL::TvoRenderCubemap_NDotL()
@@ -552,35 +488,24 @@ void TvoRenderCubemap_NDotL::setLevelsPow(float levelsPow)
 
 bool TvoRenderCubemap_NDotL::createShader()
 {
-    // The batch size of the passes stays 1, whatever the shader declares.
-    buildProgram(QStringLiteral("CubeRender_NDotL.frag"), false,
-                 QStringLiteral("TVO_CUBERENDER_NDOT_BATCH_SIZE"));
-    return TvoRenderCubemapBase::createShader();
+    // Required: a pass covers one layer, though the shader may declare more outputs; see
+    // TvoImageCubemapUtilsTest.CosineWeightedLayersSharpenFromTheFirstToTheLast.
+    return createFilterShader(QStringLiteral("CubeRender_NDotL.frag"));
 }
 
 bool TvoRenderCubemap_NDotL::renderBegin(int face)
 {
-    if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
-        return false;
-    }
-    for (int k = 0; k < layersInPass(); ++k) {
-        glUniform1f(location(QStringLiteral("s_blur[%1].value").arg(k)),
-                    std::pow(blurOfLayer(k), 1.0f / _levelsPow));
-    }
-    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    return true;
+    return beginFilter(face, 1.0f / _levelsPow);
 }
 
 void TvoRenderCubemap_NDotL::renderEnd(int face)
 {
-    glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    TvoRenderCubemapBaseTexture::renderEnd(face);
+    endFilter(face);
 }
 
 bool TvoRenderCubemap_Linear::createShader()
 {
-    buildProgram(QStringLiteral("CubeRender_Linear.frag"), true, QString());
-    return TvoRenderCubemapBase::createShader();
+    return createConversionShader(QStringLiteral("CubeRender_Linear.frag"));
 }
 
 bool TvoRenderCubemap_Linear::renderBegin(int face)
@@ -588,7 +513,7 @@ bool TvoRenderCubemap_Linear::renderBegin(int face)
     if (!TvoRenderCubemapBaseTexture::renderBegin(face)) {
         return false;
     }
-    const QMatrix4x2 toUv(kStripRows[face]);
+    const QMatrix4x2 toUv = stripMatrix(face);
     glUniformMatrix4x2fv(location(QStringLiteral("u_TvoNormalToUvMatrix")), 1, GL_FALSE, toUv.constData());
     return true;
 }
@@ -614,7 +539,7 @@ QString typeAsString(TvoImageCubemapSourceType type)
 
 TvoImageCubemapSourceType typeFromString(const QString &text)
 {
-    for (int type = eSourceNone; type <= kLastSourceType; ++type) {
+    for (int type = eSourceNone; type <= eSourceCross; ++type) {
         if (text == typeAsString(static_cast<TvoImageCubemapSourceType>(type))) {
             return static_cast<TvoImageCubemapSourceType>(type);
         }
@@ -641,8 +566,9 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
         return nullptr;
     }
     const LevelShape shape(*source, 0);
+    // A face covers a quarter of the horizon, hence a quarter of the width of a panorama.
     const auto render = [&](TvoRenderCubemapBaseTexture &renderer, int size) -> Texture * {
-        if (!shape.isRenderable()) {
+        if (!isRenderable(shape)) {
             return nullptr;
         }
         const int faceSize = maxSize > 0 ? std::min(size, maxSize) : size;
@@ -663,6 +589,7 @@ Texture *createGLCubemapFromTexture(Texture *source, TvoImageCubemapSourceType t
         return render(renderer, shape.width / 6);
     }
     case eSourceCross: {
+        // The ratio is not measured: every image that is not square counts as a cross.
         const int lesser = std::min(shape.width, shape.height);
         const int greater = std::max(shape.width, shape.height);
         if (lesser < 1 || lesser == greater) {
@@ -714,72 +641,18 @@ Texture *createGLCubemapStripFromTexture(Texture *cube, int level)
     if (cube == nullptr) {
         return nullptr;
     }
-    maxLevelOf(*cube); // asked, and not looked at
+    maxLevelOf(*cube); // required, though the result is not used
     const LevelShape shape(*cube, level);
-    if (!shape.isRenderable()) {
+    if (!isRenderable(shape)) {
         return nullptr;
     }
     const auto internalFormat = static_cast<unsigned>(shape.internalFormat);
     const GLenum format = formatFromInternalFormat(internalFormat);
     const GLenum type = typeFromInternalFormat(internalFormat);
     if (format == 0 || type == 0) {
-        return nullptr; // which was reported there
+        return nullptr; // the two functions have reported the format
     }
-    const SavedViewport viewport;
-    const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
-    ShaderProgram program(nullptr);
-    program.setFragDataLocations({QStringLiteral("out_FragColor")});
-    program.addShaderFromFile(GL_VERTEX_SHADER, QStringLiteral("CubeRender_ToLinearVS.glslc"));
-    program.addShaderFromFile(GL_FRAGMENT_SHADER, QStringLiteral("CubeRender_ToLinearFS.glslc"));
-    program.compile();
-    program.link();
-
-    const int stripWidth = kFaces * shape.width;
-    auto strip =
-        std::make_unique<Texture>(GL_TEXTURE_2D, shape.internalFormat, stripWidth, shape.height, 0, nullptr);
-    if (!strip->bind()) { // the calls below would go to another texture
-        return nullptr;
-    }
-    glTexImage2D(GL_TEXTURE_2D, 0, shape.internalFormat, stripWidth, shape.height, 0, format, type, nullptr);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glGenerateMipmap(GL_TEXTURE_2D);
-    strip->unbind();
-
-    FramebufferObject framebuffer(nullptr);
-    const AutoBinder framebufferBinder(&framebuffer);
-    const AutoBinder programBinder(&program);
-    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
-    {
-        const AutoBinder binder(quad->VAO().data());
-        quad->VAO()->enableShaderProgramArrays(&program);
-    }
-    const AutoBinder quadBinder(quad.data());
-    const AutoBinder cubeBinder(cube);
-    program.setUniform(program.getUniformLocation(QStringLiteral("u_Texture")),
-                       static_cast<int>(cube->unit()));
-    const int transform = program.getUniformLocation(QStringLiteral("u_Transform"));
-    glDisable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glDepthMask(GL_FALSE);
-    glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
-    for (int face = 0; face < kFaces; ++face) {
-        glViewport(shape.width * face, 0, shape.width, shape.height);
-        framebuffer.attach(strip.get(), GL_COLOR_ATTACHMENT0, 0);
-        if (!framebuffer.isComplete()) {
-            glBindFramebuffer(GL_FRAMEBUFFER, 0);
-            return nullptr;
-        }
-        if (transform >= 0) {
-            glUniformMatrix3fv(transform, 1, GL_TRUE, kStripTransforms[face]);
-        }
-        quad->draw(&program);
-        glFlush();
-        framebuffer.detach(GL_COLOR_ATTACHMENT0);
-    }
-    return strip.release();
+    return stripOfFaces(*cube, shape, format, type).release();
 }
 
 bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
@@ -792,6 +665,7 @@ bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
         return false;
     }
     glViewport(0, 0, shape.width, shape.height);
+    // A level above the host's limit is refused: see TvoImageCubemapUtilsTest.LevelsAreCopiedWhereTheyFit.
     const int maxLevel = maxLevelOf(*target);
     if ((maxLevel > 0 && maxLevel < lod) || (maxLevel == 0 && lod != 0)) {
         return false;
@@ -799,27 +673,7 @@ bool copyCubeMapTextureAsLod(Texture *source, Texture *target, int lod)
     if (!(LevelShape(*target, lod) == shape)) {
         return false;
     }
-    for (int face = 0; face < kFaces; ++face) {
-        const FramebufferObject read(nullptr);
-        const FramebufferObject draw(nullptr);
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, read.getFBO());
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, draw.getFBO());
-        glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, faceTarget(face),
-                               source->textureID(), 0);
-        glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, faceTarget(face),
-                               target->textureID(), lod);
-        const bool complete = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-        if (complete) {
-            glBlitFramebuffer(0, 0, shape.width, shape.height, 0, 0, shape.width, shape.height,
-                              GL_COLOR_BUFFER_BIT, GL_LINEAR);
-        }
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
-        if (!complete) {
-            return false;
-        }
-    }
-    return true;
+    return copyFaces(*source, *target, lod, shape);
 }
 
 } // namespace TvoImageCubemapUtils

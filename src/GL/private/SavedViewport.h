@@ -1,10 +1,15 @@
 #pragma once
 
+/// \file
+/// Private to the library. Used by whatever renders at a size of its own: passes, bakes, conversions.
+
 #include "../GLUtilities.h"
 
 namespace Orvane { namespace Zel {
 
-/// Puts the viewport back at the end of its scope.
+/// Restores the viewport at the end of its scope.
+///
+/// Context: the same context must be current at both ends of the scope.
 class SavedViewport
 {
     Q_DISABLE_COPY(SavedViewport)

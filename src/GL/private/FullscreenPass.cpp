@@ -1,0 +1,58 @@
+#include "FullscreenPass.h"
+
+#include "../DrawBuffers.h"
+#include "../GLUtilities.h"
+#include "../OpenGLDeviceContext.h"
+#include "../ShaderProgram.h"
+#include "../VertexArrayObject.h"
+
+namespace Orvane { namespace Zel {
+
+FullscreenPass::FullscreenPass()
+    : _quad(OpenGLDeviceContext::current()->fullscreenQuad())
+{
+}
+
+FullscreenPass::~FullscreenPass()
+{
+    unbind();
+}
+
+void FullscreenPass::bind(ShaderProgram &program)
+{
+    // The quad is shared with all other passes: until here its attributes are at the locations of the program that drew
+    // last.
+    _quad->VAO()->bind();
+    _quad->VAO()->enableShaderProgramArrays(&program);
+    _quad->VAO()->unbind();
+    _quad->bind();
+    _program = &program;
+}
+
+void FullscreenPass::unbind()
+{
+    if (_program != nullptr) {
+        _quad->unbind();
+        _program = nullptr;
+    }
+}
+
+void FullscreenPass::draw()
+{
+    _quad->draw(_program);
+}
+
+void FullscreenPass::setState()
+{
+    glDisable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glDepthMask(GL_FALSE);
+}
+
+void FullscreenPass::resetState()
+{
+    glDepthMask(GL_TRUE);
+    glEnable(GL_DEPTH_TEST);
+}
+
+}} // namespace Orvane::Zel
