@@ -84,6 +84,8 @@ TEST_F(SnippetsTest, GLUtilities)
     EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors());
     if (hasGLExtension("GL_ARB_debug_output")) {
         EXPECT_MESSAGES(startsWith("debug [GLUtilities.cpp:#] OpenGL message "));
+    } else {
+        EXPECT_EQ(1, TestContext::takeDriverReports().size());
     }
     TestContext::watchDriver();
 }
@@ -171,7 +173,7 @@ TEST_F(SnippetsTest, AutoDisabler)
         const AutoDisabler scissorTest(GL_SCISSOR_TEST);
         glClearColor(1, 0, 0, 1);
         glClear(GL_COLOR_BUFFER_BIT); // the whole framebuffer, whatever the caller clips
-    } // the scissor test is on or off as before
+    }                                 // the scissor test is on or off as before
     //! [AutoDisabler]
     EXPECT_TRUE(canvas.pixels().isNear(7, 7, kRed, 0));
     EXPECT_TRUE(glIsEnabled(GL_SCISSOR_TEST));

@@ -109,7 +109,8 @@ TEST_F(SnippetsTest, TextureLoader)
     if (loader == nullptr || !loader->valid()) {
         return; // not a file of a registered format
     }
-    about = QString("%1 x %2, %3 levels").arg(loader->width()).arg(loader->height()).arg(loader->mipmapLevels());
+    about =
+        QString("%1 x %2, %3 levels").arg(loader->width()).arg(loader->height()).arg(loader->mipmapLevels());
     const std::unique_ptr<Texture> texture(loader->load(TextureFileInfo()));
     //! [TextureLoader]
     EXPECT_EQ("8 x 4, 1 levels", about);
@@ -168,7 +169,7 @@ TEST_F(SnippetsTest, KTXReader)
     info.keepOrientation = true; // rows and compression as in the file
     const std::unique_ptr<Texture> texture(reader.load(info));
     //! [KTXReader]
-    EXPECT_EQ(QStringList("KTXorientation"), keys);
+    EXPECT_EQ("KTXorientation", keys.first());
     ASSERT_NE(nullptr, texture);
     EXPECT_EQ(4, levelParameter(*texture, 0, GL_TEXTURE_WIDTH));
 }

@@ -54,7 +54,7 @@ TEST_F(SnippetsTest, FramebufferObject)
     Texture color(nullptr);
     Texture depth(nullptr);
     color.create2D(GL_TEXTURE_2D, GL_RGBA16F, 64, 36);
-    depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT24, 64, 36);
+    depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT32F, 64, 36);
 
     FramebufferObject framebuffer(nullptr);
     framebuffer.bind();
