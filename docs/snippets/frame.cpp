@@ -17,7 +17,7 @@ const QVector4D kBlack(0, 0, 0, 0);
 const QVector4D kRed(1, 0, 0, 1);
 
 //! [GLUtilities]
-/// To be called once, with the first context current, before anything else of the library.
+/// Call it once, with the first context current, before anything else of the library.
 bool startGraphics()
 {
     if (!initializeGLFunctions() || !openGlVersionSupported(3, 2)) {

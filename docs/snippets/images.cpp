@@ -75,12 +75,13 @@ TEST_F(SnippetsTest, TextureIO)
     const QString path = writeImage("wood.png", QColor(255, 51, 0));
     //! [TextureIO]
     const std::unique_ptr<Texture> wood(LoadTextureFromFile(path, TextureFileInfo()));
-    if (wood == nullptr) {
-        return; // the log says why
+    if (wood != nullptr) { // else the log says why
+        const AutoBinder binder(wood.get());
+        glTexParameteri(wood->target(), GL_TEXTURE_WRAP_S, GL_REPEAT); // images are clamped at first
     }
-    const AutoBinder binder(wood.get());
-    glTexParameteri(wood->target(), GL_TEXTURE_WRAP_S, GL_REPEAT); // images are clamped at first
     //! [TextureIO]
+    ASSERT_NE(nullptr, wood);
+    EXPECT_EQ(GL_REPEAT, textureParameter(*wood, GL_TEXTURE_WRAP_S));
     EXPECT_TRUE(pixelsOf(*wood).isNear(3, 3, {1.0f, 0.2f, 0.0f, 1.0f}, 0.001f));
     EXPECT_MESSAGES(isLoaded(path));
 }
@@ -104,16 +105,15 @@ TEST_F(SnippetsTest, TextureLoader)
 {
     const QString path = writeFile(pathTo("wood.ktx"), KtxFile::of(8, 4).addLevel(128).bytes());
     QString about;
+    std::unique_ptr<Texture> texture;
     //! [TextureLoader]
     const std::unique_ptr<TextureLoader> loader(IdentifyTextureFromFile(path));
-    if (loader == nullptr || !loader->valid()) {
-        return; // not a file of a registered format
+    if (loader != nullptr && loader->valid()) { // a file of a registered format
+        about = QString("%1 x %2").arg(loader->width()).arg(loader->height());
+        texture.reset(loader->load(TextureFileInfo()));
     }
-    about =
-        QString("%1 x %2, %3 levels").arg(loader->width()).arg(loader->height()).arg(loader->mipmapLevels());
-    const std::unique_ptr<Texture> texture(loader->load(TextureFileInfo()));
     //! [TextureLoader]
-    EXPECT_EQ("8 x 4, 1 levels", about);
+    EXPECT_EQ("8 x 4", about);
     EXPECT_NE(nullptr, texture);
 }
 
@@ -157,19 +157,19 @@ TEST_F(SnippetsTest, KTXReader)
     file.keyValues = KtxFile::paddedEntry("KTXorientation", "S=r,T=d");
     const QString path = writeFile(pathTo("wood.ktx"), file.addLevel(64).bytes());
     QStringList keys;
+    std::unique_ptr<Texture> texture;
     //! [KTXReader]
     KTXReader reader(new MemoryMappedFile(path), path); // owns the file
-    if (!reader.valid()) {
-        return;
+    if (reader.valid()) {
+        for (unsigned int i = 0; i < reader.numMetadataEntries(); ++i) {
+            keys += reader.key(i);
+        }
+        TextureFileInfo info;
+        info.keepOrientation = true; // rows and compression as in the file
+        texture.reset(reader.load(info));
     }
-    for (unsigned int i = 0; i < reader.numMetadataEntries(); ++i) {
-        keys += reader.key(i);
-    }
-    TextureFileInfo info;
-    info.keepOrientation = true; // rows and compression as in the file
-    const std::unique_ptr<Texture> texture(reader.load(info));
     //! [KTXReader]
-    EXPECT_EQ("KTXorientation", keys.first());
+    EXPECT_EQ("KTXorientation", keys.value(0));
     ASSERT_NE(nullptr, texture);
     EXPECT_EQ(4, levelParameter(*texture, 0, GL_TEXTURE_WIDTH));
 }
@@ -196,12 +196,12 @@ TEST_F(SnippetsTest, HDRReader)
     HdrFile file(2, 1);
     file.scanlines = HdrFile::flat({{128, 64, 0, 129}, {128, 64, 0, 132}});
     const QString path = writeFile(pathTo("sky.hdr"), file.bytes());
+    std::unique_ptr<Texture> sky;
     //! [HDRReader]
     HDRReader reader(new MemoryMappedFile(path), path); // owns the file
-    if (!reader.valid()) {
-        return; // not a Radiance picture
+    if (reader.valid()) {
+        sky.reset(reader.load(TextureFileInfo())); // half floats, in the unit of the file
     }
-    const std::unique_ptr<Texture> sky(reader.load(TextureFileInfo())); // half floats, in the file's unit
     //! [HDRReader]
     ASSERT_NE(nullptr, sky);
     EXPECT_TRUE(pixelsOf(*sky).isNear(0, 0, {1.0f, 0.5f, 0.0f, 1.0f}, 0.01f));

@@ -91,8 +91,8 @@ private:
 //! [TvoRenderCubemapBaseTexture]
 
 //! [TvoRenderCubemap_Blur]
-/// The blur with the define that its shader reads. TvoRenderCubemap_Blur sets another one, as it always has, so that its own
-/// shader does not compile and the faces keep their clear colours.
+/// The blur with the define that its shader reads. TvoRenderCubemap_Blur sets another one: its own shader does not compile, and
+/// the faces keep their clear colours.
 class Blur : public TvoRenderCubemap_Blur
 {
 public:
@@ -142,10 +142,8 @@ TEST_F(LightSnippetsTest, TvoImageCubemapUtils)
     // Six faces side by side; the layout gives the size of a face.
     const TexturePointer cube(
         createGLCubemapFromTexture(image.get(), eSourceLinear, GL_TEXTURE_CUBE_MAP, eColorSpaceLinear, 0));
-    if (cube == nullptr) {
-        return; // the log says why
-    }
     //! [TvoImageCubemapUtils]
+    ASSERT_NE(nullptr, cube);
     for (int face = 0; face < 6; ++face) {
         EXPECT_TRUE(isFace(*cube, face, colorOfTexel(face, 0)));
     }

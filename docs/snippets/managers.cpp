@@ -84,11 +84,11 @@ TEST_F(ManagerSnippetsTest, TextureToken)
 {
     SamplerTextureManager manager;
     //! [TextureToken]
-    TextureToken token = manager.tokenForColor(QColor(255, 153, 51));
+    TextureToken token; // the null token, which has no texture
     if (token == nullTextureToken) {
-        return; // a default token, which no texture has
+        token = manager.tokenForColor(QColor(255, 153, 51));
     }
-    // Plain data, which a host stores in a file format or in a block of its own.
+    // Plain data, which a host may store in a buffer of its own.
     const quint32 words[] = {quint32(token.token), quint32(token.token >> 32)}; // uvec2 in GLSL
     //! [TextureToken]
     EXPECT_TRUE(isOrange(sampled(manager, TextureToken(words[0] | quint64(words[1]) << 32))));

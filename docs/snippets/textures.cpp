@@ -76,7 +76,7 @@ TEST_F(SnippetsTest, TexturePool)
         EXPECT_EQ(36, levelParameter(*target, 0, GL_TEXTURE_HEIGHT));
     };
     //! [TexturePool]
-    TexturePool pool; // most hosts have that of the texture manager, TextureManager::tempTexture()
+    TexturePool pool; // the texture manager has one too: TextureManager::tempTexture()
     Texture *image = pool.take(RGBA16F, 64, 36, 1, 1); // one layer, one sample
     Texture *blurred = pool.take(RGBA16F, 64, 36, 1, 1);
     blur(image, blurred);
