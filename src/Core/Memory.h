@@ -8,6 +8,8 @@ namespace Orvane { namespace Zel {
 
 /// A source of bytes: what a reader of a file format sees of a file.
 ///
+/// \snippet core.cpp Memory
+///
 /// Units:   bytes.
 /// Errors:  a range that is not wholly inside gives a null view; nothing is logged.
 /// Source:  RawMemory over a caller's buffer, MemoryMappedFile over a file.

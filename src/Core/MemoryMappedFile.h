@@ -8,6 +8,8 @@ namespace Orvane { namespace Zel {
 
 /// A file as memory, mapped as a whole for the life of the object.
 ///
+/// \snippet core.cpp MemoryMappedFile
+///
 /// Errors:  a file that is missing, empty, unreadable or no regular file has the
 ///          size 0 and null views only.
 /// Source:  mmap, private and copy-on-write: views can be written, and the file

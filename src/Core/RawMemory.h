@@ -6,6 +6,8 @@ namespace Orvane { namespace Zel {
 
 /// A view of a buffer of the caller's, which must outlive this object and is
 /// never freed by it. What a reader writes into a view is written into the buffer.
+///
+/// \snippet core.cpp RawMemory
 class ZELCORE_EXPORT RawMemory : public Memory
 {
 public:

@@ -12,6 +12,8 @@ namespace Orvane { namespace Zel {
 /// loaded, so an installed tree can be moved as a whole; in the build tree it
 /// leads to the sources. Whether it exists is not asked. Empty when the place of
 /// the library cannot be told.
+///
+/// \snippet core.cpp Resources
 ZELCORE_EXPORT QString resourcesPath();
 
 }} // namespace Orvane::Zel

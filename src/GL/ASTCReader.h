@@ -12,6 +12,8 @@ namespace Orvane { namespace Zel {
 class Memory;
 
 /// Recognises ASTC images by their magic number.
+///
+/// \snippet images.cpp ASTCRecogniser
 class ZELGL_EXPORT ASTCRecogniser : public TextureRecogniser
 {
 public:
@@ -20,6 +22,8 @@ public:
 
 /// A single ASTC image, which goes to GL compressed, as it lies in the mapping. One
 /// level, filtered by the nearest texel.
+///
+/// \snippet images.cpp ASTCReader
 ///
 /// Units:   texels.
 /// Context: load() needs a current one.

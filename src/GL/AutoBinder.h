@@ -9,6 +9,8 @@ namespace Orvane { namespace Zel {
 /// Binds an object for the length of a scope, and unbinds only what it bound
 /// itself.
 ///
+/// \snippet frame.cpp AutoBinder
+///
 /// Context: that of the object.
 /// Errors:  a null object is told at debug level; a bind() that fails leaves the
 ///          guard inert, so the guard of an object that is bound already neither

@@ -8,6 +8,8 @@ namespace Orvane { namespace Zel {
 
 /// Has a GL capability Disabled for the length of a scope, and restores it.
 ///
+/// \snippet frame.cpp AutoDisabler
+///
 /// Context: the same context must be current at both ends of the scope.
 /// Source:  OpenGL, glIsEnabled, glEnable, glDisable; the end always makes one call.
 class ZELGL_EXPORT AutoDisabler

@@ -9,6 +9,8 @@ namespace Orvane { namespace Zel {
 /// What every GL object wrapper is: a thing that can be bound and unbound, and
 /// says whether that worked.
 ///
+/// \snippet frame.cpp Bindable
+///
 /// Context: create, bind, use, unbind and destroy with one and the same context
 ///          current; a wrapper stores a GL name and remembers no context.
 /// Errors:  a wrong order of calls is diagnosed by the class and answered with false.

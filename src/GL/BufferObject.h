@@ -14,6 +14,8 @@ namespace Orvane { namespace Zel {
 /// One GL buffer name, with the target it goes to, whether it is bound, and how
 /// many values of what size it holds.
 ///
+/// \snippet buffers.cpp BufferObject
+///
 /// Units:   sizes and offsets are bytes, except where a call counts values.
 /// Context: construct, use and delete with one and the same context current. The
 ///          bound mark belongs to the object, not to the context.

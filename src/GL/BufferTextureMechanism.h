@@ -7,6 +7,8 @@ namespace Orvane { namespace Zel {
 /// Instance data as texels of a buffer: two buffer textures, of integers and of
 /// floats, view the one buffer, so that an upload needs no further copy.
 ///
+/// \snippet instance_data.cpp BufferTextureMechanism
+///
 /// Units:   a texel is 16 bytes.
 /// Context: as its base.
 /// Errors:  as its base.

@@ -36,6 +36,8 @@ struct DrawElementsIndirectCommand
 /// "u_DrawID", one GL call for each ID, or, with useBaseInstanceDrawing(), in the
 /// base instance, one GL call for each unit without commands.
 ///
+/// \snippet buffers.cpp DrawBuffers
+///
 /// Units:   counts are indices, vertices or instances; the index buffer offset is
 ///          bytes.
 /// Context: construct, use and delete with one and the same context current; draw

@@ -16,6 +16,8 @@ class Texture;
 /// One GL framebuffer name, with a book of what is attached where, at which mip
 /// level, and which of it are draw buffers.
 ///
+/// \snippet textures.cpp FramebufferObject
+///
 /// Units:   attachment points are GL's enums; levels and layers count from 0.
 /// Context: construct, use and delete with one and the same context current. The
 ///          bind does not nest, and unbind() goes to framebuffer 0: whoever needs

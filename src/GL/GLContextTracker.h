@@ -13,6 +13,8 @@ namespace Orvane { namespace Zel {
 /// host made a context current behind Qt's back, the GLXContext. Both are
 /// compared as plain pointers; null means that no context is current.
 ///
+/// \snippet frame.cpp GLContextTracker
+///
 /// Context: a question about the calling thread; needs no current context.
 /// Errors:  none are reported; check() leaves the decision to the caller.
 class ZELGL_EXPORT GLContextTracker : public QObject

@@ -30,6 +30,8 @@ namespace Orvane { namespace Zel {
 /// its stages. Whoever fills the processor owns it and keeps it alive for as
 /// long as a program refers to it.
 ///
+/// \snippet shaders.cpp GLSLMacroProcessor
+///
 /// Context: none; any thread, as long as the processor is not changed meanwhile.
 /// Errors:  an include that names no file, or one that is not found, is a warning
 ///          and leaves its line out.

@@ -5,6 +5,8 @@
 /// the questions about version and extensions, the format tables, and the GL
 /// error and debug-output diagnostics that a host may switch on.
 ///
+/// \snippet frame.cpp GLUtilities
+///
 /// Context: everything here needs a current context, except the format tables
 ///          and stringForGLError().
 /// Errors:  reported through Reporting.h; nothing here stops the process.

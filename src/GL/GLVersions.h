@@ -7,6 +7,8 @@
 namespace Orvane { namespace Zel {
 
 /// The version strings of the library.
+///
+/// \snippet frame.cpp GLVersions
 class ZELGL_EXPORT GLVersions
 {
 public:

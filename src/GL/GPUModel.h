@@ -45,6 +45,8 @@ enum WindingType {
 /// A frame: updateTransforms(), resetCulling(), visibilityCull(), frustumCull(),
 /// any number of draws, updatePreviousMatrices().
 ///
+/// \snippet scene.cpp GPUModel
+///
 /// Units:   the host's unit of length; camera film and focal length in metres.
 /// Context: everything that draws, and clear() and set() where they delete.
 /// Errors:  indices are the caller's to check (isValidTransform(),

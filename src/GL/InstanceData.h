@@ -15,6 +15,8 @@ class TextureManager;
 /// The values of one item of a plan: a block of bytes in the plan's layout, and
 /// the texture tokens among them.
 ///
+/// \snippet instance_data.cpp InstanceData
+///
 /// Units:   sizes and offsets are bytes.
 /// Context: none; only the forms with a texture ask the texture manager.
 /// Errors:  an unknown member, a value larger than its member or of the wrong kind

@@ -18,6 +18,8 @@ class UniformBufferObject;
 /// changed since the last upload, and the GL objects that carry it, which the
 /// first bind makes.
 ///
+/// \snippet instance_data.cpp InstanceDataCollection
+///
 /// Units:   items count from 0; sizes are bytes.
 /// Context: construct and fill anywhere; bind, unbind and delete with one and the
 ///          same context current.

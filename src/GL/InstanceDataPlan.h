@@ -33,6 +33,8 @@ extern ZELGL_EXPORT QRegExp gInstanceDataNameValidator;
 /// Order of use: addMember() and the settings; InstanceDataRegistry::registerPlan(),
 /// which finalises; then layout, texts and bind().
 ///
+/// \snippet instance_data.cpp InstanceDataPlan
+///
 /// Units:   sizes and offsets are bytes; array sizes count items.
 /// Context: finalise(), bind() and unbind() need one; the limits of that context
 ///          stand in the generated text.

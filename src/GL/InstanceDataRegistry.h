@@ -12,6 +12,8 @@ class InstanceDataPlan;
 /// The process-wide table of finalised plans, by name. It is where the line
 /// `#instancedata "Name"` of a shader finds its text.
 ///
+/// \snippet instance_data.cpp InstanceDataRegistry
+///
 /// Units:   none.
 /// Context: registerPlan() needs one, since it finalises.
 /// Errors:  an unknown name is a warning at the first asking, and null.

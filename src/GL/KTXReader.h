@@ -20,6 +20,8 @@ class Memory;
 ZELGL_EXPORT void checkInterruptionRequestAndSleep();
 
 /// Recognises KTX 1.1 by its identifier.
+///
+/// \snippet images.cpp KTXRecogniser
 class ZELGL_EXPORT KTXRecogniser : public TextureRecogniser
 {
 public:
@@ -28,6 +30,8 @@ public:
 
 /// An image in the KTX 1.1 container: 1D, 2D, 3D or cube map, compressed or not,
 /// with its levels and its metadata. The pixels go to GL as they lie in the mapping.
+///
+/// \snippet images.cpp KTXReader
 ///
 /// Units:   texels of the base level.
 /// Context: load() needs a current one; it may run on any thread that has one, see

@@ -19,6 +19,8 @@ class VertexArrayObject;
 /// A host that derives from it, to hand out objects of its own, uses an instance of
 /// its own: current() is always a plain one.
 ///
+/// \snippet buffers.cpp OpenGLDeviceContext
+///
 /// Units:   the quad covers clip space at z = -1; texture coordinates go from 0 to
 ///          1, from the lower left.
 /// Context: current() and resetContext() need none, except for the quad that

@@ -7,6 +7,8 @@ namespace Orvane { namespace Zel {
 /// One way of getting the bytes of a collection to a shader, together with the
 /// GLSL that reads them back. Each plan owns one.
 ///
+/// \snippet instance_data.cpp ParameterMechanism
+///
 /// Units:   sizes and offsets are bytes; components count 32-bit values.
 /// Context: bind() and unbind() need one; the texts do not.
 /// Errors:  bind() answers false where no buffer can be had.

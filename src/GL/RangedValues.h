@@ -5,6 +5,8 @@
 /// QVariant that holds one sets a uniform to the current value
 /// (ShaderProgram::setUniform). The type names are the contract; they are
 /// registered with Qt's meta-type system on first use.
+///
+/// \snippet shaders.cpp RangedValues
 
 #include <QtCore/QMetaType>
 

@@ -13,6 +13,8 @@
 ///
 /// Formats are printf-style, as QString::asprintf reads them. The message is evaluated only when it fires.
 /// All forms are live in every build.
+///
+/// \snippet frame.cpp Reporting
 
 #include "Export.h"
 

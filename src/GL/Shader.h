@@ -12,6 +12,8 @@ class GLSLMacroProcessor;
 /// One stage of a GLSL program: its processed source, its GL name once compiled,
 /// and the driver's log. ShaderProgram makes and owns them.
 ///
+/// \snippet shaders.cpp Shader
+///
 /// Context: construction only touches text; compile() and the destructor of a
 ///          compiled shader need the context current.
 /// Errors:  a failed compile answers false and logs the numbered source and the

@@ -40,6 +40,8 @@ extern ZELGL_EXPORT QMutex gCurrentlyBoundShaderProgramsMutex;
 /// linkPreWait() and linkPost() on each, so that the driver works on them
 /// side by side. A stage added after linking counts only after clear().
 ///
+/// \snippet shaders.cpp ShaderProgram
+///
 /// Units:   locations, block indices and binding points are GL's; -1 and
 ///          0xFFFFFFFF are the answers for unknown names.
 /// Context: construct, link, bind, set and delete with one and the same context

@@ -7,6 +7,8 @@ namespace Orvane { namespace Zel {
 /// Instance data as an unsized array of structures in one storage block: the form
 /// for more items than a uniform block holds.
 ///
+/// \snippet instance_data.cpp StorageBufferMechanism
+///
 /// Units:   bytes.
 /// Context: one with InstanceDataPlan::supportsStorageMechanism().
 /// Errors:  as its base.

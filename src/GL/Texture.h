@@ -17,6 +17,8 @@ namespace Orvane { namespace Zel {
 /// the low ones stay free longest. Pixels are uploaded and read by plain GL calls
 /// of whoever holds the bind.
 ///
+/// \snippet textures.cpp Texture
+///
 /// Units:   sizes are texels of the base level; levels count from 0.
 /// Context: construct, bind and delete with one and the same context current. The
 ///          table of units is kept per context, by GL name: unbind before deleting,

@@ -7,6 +7,8 @@ namespace Orvane { namespace Zel {
 /// What the caller of a load wants of the image. A default record asks for the
 /// image as it is.
 ///
+/// \snippet images.cpp TextureFileInfo
+///
 /// Units: colours from 0 to 1; anisotropy as a ratio.
 struct TextureFileInfo
 {

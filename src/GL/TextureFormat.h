@@ -7,6 +7,8 @@ namespace Orvane { namespace Zel {
 /// The library's own short vocabulary of texture formats, for scratch textures,
 /// passes, data textures and baked environments.
 ///
+/// \snippet textures.cpp TextureFormat
+///
 /// Units:   the number behind a letter is bits per channel; none means 8, normalised.
 ///          F is floating point, I is signed integer.
 /// Context: none is needed.

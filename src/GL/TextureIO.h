@@ -9,6 +9,8 @@
 ///
 /// initializeGLFunctions() registers "hdr", "ktx" and "astc", in this order.
 ///
+/// \snippet images.cpp TextureIO
+///
 /// Units:   rows of a texture run from the bottom up.
 /// Context: loading needs a current one and runs on the calling thread; the
 ///          registry is not guarded, so that it must not change during a load.

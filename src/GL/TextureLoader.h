@@ -11,6 +11,8 @@ class Texture;
 
 /// One recognised image: the answers of its header, and the load into a texture.
 ///
+/// \snippet images.cpp TextureLoader
+///
 /// Units:   sizes in texels of the base level.
 /// Context: load() needs a current one; the questions call no GL.
 /// Errors:  an image whose valid() is false is not to be loaded; load() answers

@@ -6,6 +6,8 @@ namespace Orvane { namespace Zel {
 
 /// The answers of a single, uncompressed 2D image without metadata, for readers
 /// that know no other: such a reader adds valid(), width(), height() and load().
+///
+/// \snippet images.cpp TextureLoader2DHelper
 class ZELGL_EXPORT TextureLoader2DHelper : public TextureLoader
 {
 public:

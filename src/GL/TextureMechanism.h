@@ -11,6 +11,8 @@ class Texture;
 /// integers and one of floats, so that each member is fetched bit by bit through
 /// the sampler of its own kind.
 ///
+/// \snippet instance_data.cpp TextureMechanism
+///
 /// Units:   a texel is 16 bytes.
 /// Context: as its base. Pixel unpack state must be GL's default when it uploads.
 /// Errors:  as its base; a sampler that the program lacks is none. Where no unit is

@@ -15,6 +15,8 @@ class Texture;
 /// the texture waits for the next request of exactly its format, size and sample
 /// count. GPU memory comes back on deleteUnused() alone.
 ///
+/// \snippet textures.cpp TexturePool
+///
 /// Units:   sizes are texels; a depth above 1 makes an array of that many layers, and
 ///          samples above 1 a multisample texture.
 /// Context: all calls with the one context current whose textures these are.

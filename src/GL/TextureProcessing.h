@@ -7,6 +7,8 @@
 /// upload, and build and drop a small program at each call; they are not for use
 /// in every frame.
 ///
+/// \snippet textures.cpp TextureProcessing
+///
 /// Units:   colours as texture() gives them in GLSL; the pass covers level 0, and
 ///          the other levels are generated.
 /// Context: the one of the textures. A pass leaves framebuffer 0 bound, blending

@@ -12,6 +12,8 @@ class TextureLoader;
 /// Tells whether bytes are of one image format, and hands out the reader for
 /// them. What a file format plugs into; see RegisterTextureRecogniser().
 ///
+/// \snippet images.cpp TextureRecogniser
+///
 /// Context: none; recognition calls no GL.
 /// Errors:  silent: bytes of another format are no error.
 class ZELGL_EXPORT TextureRecogniser

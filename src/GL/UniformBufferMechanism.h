@@ -11,6 +11,8 @@ class BufferObject;
 
 /// Instance data as an array of structures in one uniform block.
 ///
+/// \snippet instance_data.cpp UniformBufferMechanism
+///
 /// Units:   bytes.
 /// Context: as its base.
 /// Errors:  as its base; a block that the program lacks is none.

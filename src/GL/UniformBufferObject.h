@@ -21,6 +21,8 @@ class ShaderProgram;
 /// it while it is in use, and gives it back when as many unbind() came. The target
 /// of the buffer chooses the kind: GL_UNIFORM_BUFFER or GL_SHADER_STORAGE_BUFFER.
 ///
+/// \snippet buffers.cpp UniformBufferObject
+///
 /// Units:   binding points count from 0, for either kind on its own.
 /// Context: bind and unbind with one and the same context current; each context
 ///          has points of its own. A row of points stays when its context dies.

@@ -7,6 +7,8 @@ namespace Orvane { namespace Zel {
 /// Instance data as plain uniforms, an array for each member. It needs no buffer,
 /// but sends everything on every bind: for small plans.
 ///
+/// \snippet instance_data.cpp UniformMechanism
+///
 /// Units:   bytes.
 /// Context: as its base; bind() sets uniforms of the program in use.
 /// Errors:  as its base; a uniform that the program lacks is none.

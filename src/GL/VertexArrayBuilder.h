@@ -9,6 +9,8 @@ namespace Orvane { namespace Zel {
 
 /// One stream of floats, a fixed number of them per vertex.
 ///
+/// \snippet buffers.cpp VertexArrayBuilderStorage
+///
 /// Units:   counts of components and of vertices.
 /// Context: none is needed.
 /// Errors:  a wrong order of calls is reported; the value is taken all the same.
@@ -43,6 +45,8 @@ private:
 ///
 /// The streams are independent: a push latches and repeats nothing, so push one
 /// value of every stream for each vertex.
+///
+/// \snippet buffers.cpp VertexArrayBuilder
 ///
 /// Units:   as pushed.
 /// Context: none is needed: in spite of the names of its operations no GL call is

@@ -24,6 +24,8 @@ class ShaderProgram;
 /// programs of different layouts, and a switch of program specifies again only the
 /// slots whose name changed.
 ///
+/// \snippet buffers.cpp VertexArrayObject
+///
 /// Units:   strides and offsets are bytes; a value is one component, and
 ///          valuesPerVertex of them, 1 to 4, make an attribute.
 /// Context: construct, use and delete with one and the same context current;
