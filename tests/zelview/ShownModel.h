@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Exhibit.h"
-#include "Graphics.h"
-#include "Options.h"
-#include "Programs.h"
-#include "RenderTarget.h"
+#include "app/ExhibitFactory.h"
+#include "frame/Graphics.h"
+#include "frame/Options.h"
+#include "frame/Programs.h"
+#include "frame/RenderTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -18,18 +18,18 @@ class ShownModel
 public:
     ShownModel(const zelview::Options &options, const QSize &size)
         : _size(size)
-        , _exhibit(std::move(*zelview::Exhibit::load(options)))
+        , _exhibit(std::move(*zelview::loadExhibit(options)))
         , _context(std::move(*zelview::OffscreenContext::create(options)))
         , _programs(std::make_unique<zelview::Programs>())
     {
-        EXPECT_FALSE(_exhibit->putUp(*_programs, options).has_value());
+        EXPECT_FALSE(_exhibit->createGLObjects(*_programs, options).has_value());
         _target = std::move(*zelview::RenderTarget::create(size, GL_RGBA8, 0, zelview::RenderTarget::eDepth));
         _exhibit->frame(size);
     }
 
     ~ShownModel()
     {
-        _exhibit->takeDown();
+        _exhibit->releaseGLObjects();
         _target.reset();
         _programs.reset();
         _exhibit.reset();

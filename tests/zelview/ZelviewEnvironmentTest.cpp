@@ -2,10 +2,10 @@
 
 #include "ZelviewRun.h"
 
-#include "DistantLight.h"
-#include "EnvironmentImage.h"
-#include "Graphics.h"
-#include "Options.h"
+#include "frame/Graphics.h"
+#include "frame/Options.h"
+#include "light/DistantLight.h"
+#include "light/EnvironmentImage.h"
 
 #include "../support/FileMaker.h"
 #include "../support/TestContext.h"

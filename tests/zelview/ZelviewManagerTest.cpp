@@ -99,11 +99,11 @@ TEST_F(ZelviewManagerTest, ReportsTexturesThatItScalesIntoSlots)
     for (const int width : {16384, 48, 16, 32, 64, 128, 256, 512, 1024}) {
         QImage(width, 1, QImage::Format_RGB32).save(_files.path(QString("t.%1.png").arg(tile++)));
     }
-    const QStringList told =
+    const QStringList lines =
         runZelview({"--udim", _files.path(QString()), "--offscreen", _files.path("out.png")}).errorLines();
-    ASSERT_EQ(told.size(), 2) << qPrintable(told.join('\n'));
-    EXPECT_TRUE(holds(told[0], "1 texture is scaled down to the largest slot of the manager 'array', "));
-    EXPECT_TRUE(holds(told[1], "the manager 'array' has too few slots, and scales textures: "));
+    ASSERT_EQ(lines.size(), 2) << qPrintable(lines.join('\n'));
+    EXPECT_TRUE(holds(lines[0], "1 texture is scaled down to the largest slot of the manager 'array', "));
+    EXPECT_TRUE(holds(lines[1], "the manager 'array' has too few slots, and scales textures: "));
 }
 
 TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)

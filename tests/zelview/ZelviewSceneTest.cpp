@@ -131,7 +131,7 @@ TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
     EXPECT_TRUE(line("pick").endsWith(" 1")) << qPrintable(line("pick")); // the plane of the glass
 }
 
-TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
+TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrAtFullCapacity)
 {
     const QString wall = _files.writeWall("wall.obj", 4, 3);
     const Ending fitting = runZelview({wall, "--print-plan"});

@@ -3,8 +3,8 @@
 #include "ShownModel.h"
 #include "ZelviewRun.h"
 
-#include "ModelLoader.h"
-#include "OrbitCamera.h"
+#include "scene/ModelLoader.h"
+#include "scene/OrbitCamera.h"
 
 #include "../support/TestContext.h"
 

@@ -2,7 +2,7 @@
 #include "PictureColours.h"
 #include "ShownModel.h"
 
-#include "Window.h"
+#include "app/Window.h"
 
 #include "../support/Print.h"
 #include "../support/TestContext.h"
@@ -23,13 +23,13 @@ class Notebook : public Exhibit
 public:
     QStringList describe() const override { return {}; }
 
-    Failure putUp(Programs &, const Options &) override
+    Failure createGLObjects(Programs &, const Options &) override
     {
         notes.append("up");
         return failure;
     }
 
-    void takeDown() override { notes.append("down"); }
+    void releaseGLObjects() override { notes.append("down"); }
 
     void frame(const QSize &viewport) override
     {
@@ -177,16 +177,16 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
             waitForFrame(QSize(300, 300));
             return window.grabFramebuffer();
         };
-        const QImage told = pictureAfterF(); // text in the corner, broken where the window ends
-        EXPECT_NE(told.copy(0, 0, 150, 60), plain.copy(0, 0, 150, 60));
-        EXPECT_EQ(told.copy(280, 0, 20, 300), plain.copy(280, 0, 20, 300));
+        const QImage withStatistics = pictureAfterF(); // text in the corner, broken where the window ends
+        EXPECT_NE(withStatistics.copy(0, 0, 150, 60), plain.copy(0, 0, 150, 60));
+        EXPECT_EQ(withStatistics.copy(280, 0, 20, 300), plain.copy(280, 0, 20, 300));
         EXPECT_EQ(pictureAfterF(), plain);
         EXPECT_FALSE(window.failure());
     }
     EXPECT_EQ(_notebook.takeNotes(), (QStringList{"down"}));
 }
 
-TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBePutUp)
+TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBeCreated)
 {
     _notebook.failure = Problem{ExitCode::eInput, "torn"};
     Window window(_notebook, _options);

@@ -15,7 +15,7 @@ out vec4 out_FragColor;
 const int kTaps = 24;
 const float kTurns = 7.0;        // of the spiral of taps; shares no divisor with their number
 const float kStrength = 2.0;
-const float kMostPixels = 0.25;  // of the picture's height: the farthest tap
+const float kMaxPixels = 0.25;  // of the picture's height: the farthest tap
 
 #include "ViewPosition.glslh"
 
@@ -37,7 +37,7 @@ void main()
     vec3 normal = normalize(geometry.xyz);
     vec3 position = viewPosition(vo_TexCoord, geometry.w);
     vec2 size = vec2(textureSize(u_Geometry, 0));
-    float disc = min(u_Reach / halfHeight(geometry.w) * 0.5, kMostPixels); // in heights of the picture
+    float disc = min(u_Reach / halfHeight(geometry.w) * 0.5, kMaxPixels); // in heights of the picture
     float turn = turnOfPixel();
 
     float sum = 0.0;

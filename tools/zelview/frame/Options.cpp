@@ -1,0 +1,576 @@
+#include "frame/Options.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRect>
+#include <QtCore/QRegularExpression>
+#include <QtGui/QImageWriter>
+#include <QtGui/QVector2D>
+
+#include <algorithm>
+
+namespace zelview {
+
+namespace {
+
+constexpr float kMaxExposure = 20.0f;
+constexpr int kMaxSamples = 32;
+constexpr int kMaxSlices = 16384;
+constexpr int kMaxBodies = 1000000;
+constexpr int kMaxFrames = 100000;
+constexpr int kMaxCascades = 8;
+
+const QString kOffscreen = QStringLiteral("offscreen");
+const QString kSize = QStringLiteral("size");
+const QString kSamples = QStringLiteral("samples");
+const QString kEdgeFilter = QStringLiteral("aa");
+const QString kExposure = QStringLiteral("exposure");
+
+const QString kView = QStringLiteral("view");
+const QString kCamera = QStringLiteral("camera");
+const QString kPick = QStringLiteral("pick");
+
+const QString kEnv = QStringLiteral("env");
+const QString kEnvLayout = QStringLiteral("env-layout");
+const QString kEnvRotation = QStringLiteral("env-rotation");
+const QString kEnvBlur = QStringLiteral("env-blur");
+
+const QString kLights = QStringLiteral("lights");
+const QString kCascades = QStringLiteral("csm");
+const QString kVariance = QStringLiteral("variance");
+const QString kGround = QStringLiteral("ground");
+
+const QString kManager = QStringLiteral("manager");
+const QString kMechanism = QStringLiteral("mechanism");
+const QString kBlockLimit = QStringLiteral("block-limit");
+const QString kDrawID = QStringLiteral("draw-id");
+const QString kPrintPlan = QStringLiteral("print-plan");
+
+const QString kUdim = QStringLiteral("udim");
+const QString kLevel = QStringLiteral("level");
+const QString kFace = QStringLiteral("face");
+
+const QString kStats = QStringLiteral("stats");
+const QString kStress = QStringLiteral("stress");
+const QString kFrames = QStringLiteral("frames");
+
+const QString kVerbose = QStringLiteral("verbose");
+const QString kHelp = QStringLiteral("help");
+const QString kVersion = QStringLiteral("version");
+
+/// By EdgeFilter.
+const QStringList kEdgeFilterNames{QStringLiteral("none"), QStringLiteral("fxaa"), QStringLiteral("smaa")};
+
+/// By LightRig.
+const QStringList kRigNames{QStringLiteral("none"), QStringLiteral("sun"), QStringLiteral("rig"),
+                            QStringLiteral("file")};
+
+/// By DrawIDPath.
+const QStringList kDrawIDNames{QStringLiteral("uniform"), QStringLiteral("base-instance")};
+
+/// By EnvironmentLayout.
+const QStringList kLayoutNames{QStringLiteral("latlong"), QStringLiteral("cross"), QStringLiteral("strip")};
+static_assert(kEnvironmentLayouts == 3, "each has a name");
+
+/// By ManagerKind.
+const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array"),
+                                QStringLiteral("array-bindless"), QStringLiteral("bindless")};
+static_assert(kManagerKinds == 4, "each has a name");
+
+/// By MechanismKind.
+const QStringList kMechanismNames{QStringLiteral("ubo"), QStringLiteral("uniform"),
+                                  QStringLiteral("texbuffer"), QStringLiteral("texture"),
+                                  QStringLiteral("ssbo")};
+static_assert(kMechanismKinds == 5, "each has a name");
+
+constexpr char kDescription[] =
+    "Shows a model or an image in a window, or writes a picture of it.\n\n"
+    "Window:  left button turns, middle, right or Shift and left button moves, wheel, + and - zoom,\n"
+    "         Home shows everything, F shows statistics, Escape closes.\n"
+    "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the surroundings;\n"
+    "         a click or N selects a material, O shows it alone, X leaves it out, A shows all;\n"
+    "         Z freezes the frustum that culls, and shows what it culls as ghosts;\n"
+    "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
+    "         M next texture manager, D its slots, I next mechanism for instance data.\n\n"
+    "Ends with 0, or 1: wrong call, 2: a file cannot be read or written, 3: a file makes no sense,\n"
+    "4: no display, or a driver that does not serve.";
+
+Problem usageProblem(const QString &text)
+{
+    return {ExitCode::eUsage, text + QStringLiteral(" (see zelview --help)")};
+}
+
+/// "WxH"; empty when the text is anything else or a side is out of range.
+Expected<QSize> parseSize(const QString &text)
+{
+    static const QRegularExpression kForm(QStringLiteral("^(\\d{1,9})x(\\d{1,9})$"));
+    const QRegularExpressionMatch match = kForm.match(text);
+    const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    if (!match.hasMatch() || size.isEmpty()) {
+        return usageProblem(QStringLiteral("--size takes WxH, such as 1280x720, not '%1'").arg(text));
+    }
+    if (size.width() > Options::kMaxSide || size.height() > Options::kMaxSide
+        || qint64(size.width()) * size.height() > Options::kMaxPixels) {
+        return usageProblem(
+            QStringLiteral("--size %1 is too large: a side has at most %2 pixels, a picture %3")
+                .arg(text)
+                .arg(Options::kMaxSide)
+                .arg(Options::kMaxPixels));
+    }
+    return size;
+}
+
+Expected<int> parseNumber(const QString &option, const QString &text, int low, int high)
+{
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    if (!isNumber || number < low || number > high) {
+        return usageProblem(QStringLiteral("--%1 takes a number from %2 to %3, not '%4'")
+                                .arg(option)
+                                .arg(low)
+                                .arg(high)
+                                .arg(text));
+    }
+    return number;
+}
+
+Expected<float> parseReal(const QString &option, const QString &text, float low, float high)
+{
+    bool isNumber = false;
+    const float number = text.toFloat(&isNumber);
+    // The comparison is written so that a NaN fails it.
+    if (!isNumber || !(number >= low && number <= high)) {
+        return usageProblem(QStringLiteral("--%1 takes a number from %2 to %3, not '%4'")
+                                .arg(option)
+                                .arg(double(low))
+                                .arg(double(high))
+                                .arg(text));
+    }
+    return number;
+}
+
+/// "AZIMUTH,ELEVATION" in degrees.
+Expected<QVector2D> parseView(const QString &text)
+{
+    const QStringList parts = text.split(QLatin1Char(','));
+    bool isAzimuth = false;
+    bool isElevation = false;
+    const QVector2D angles(parts.value(0).toFloat(&isAzimuth), parts.value(1).toFloat(&isElevation));
+    // The comparison is written so that a NaN fails it.
+    if (parts.size() == 2 && isAzimuth && isElevation && qAbs(angles.x()) <= 360.0f
+        && qAbs(angles.y()) <= 89.0f) {
+        return angles;
+    }
+    return usageProblem(
+        QStringLiteral("--view takes AZIMUTH,ELEVATION in degrees, up to 360,89 and such as 35,22, not '%1'")
+            .arg(text));
+}
+
+/// "X,Y" in pixels of the picture, from its upper left corner.
+Expected<QPoint> parsePixel(const QString &text, const QSize &size)
+{
+    static const QRegularExpression kForm(QStringLiteral("^(\\d{1,9}),(\\d{1,9})$"));
+    const QRegularExpressionMatch match = kForm.match(text);
+    const QPoint pixel(match.captured(1).toInt(), match.captured(2).toInt());
+    if (!match.hasMatch() || !QRect(QPoint(), size).contains(pixel)) {
+        return usageProblem(QStringLiteral("--pick takes X,Y inside the picture of %1x%2, not '%3'")
+                                .arg(size.width())
+                                .arg(size.height())
+                                .arg(text));
+    }
+    return pixel;
+}
+
+/// One of the names, as the number that it has among them.
+template <typename Choice>
+Expected<Choice> parseName(const QString &option, const QString &text, const QStringList &names)
+{
+    const int index = names.indexOf(text);
+    if (index < 0) {
+        return usageProblem(QStringLiteral("--%1 takes '%2' or '%3', not '%4'")
+                                .arg(option, names.mid(0, names.size() - 1).join(QStringLiteral("', '")),
+                                     names.last(), text));
+    }
+    return Choice(index);
+}
+
+/// Reads options, as far as they were given, one after the other; the first problem ends that.
+class Reader
+{
+public:
+    explicit Reader(const QCommandLineParser &parser)
+        : _parser(parser)
+    {
+    }
+
+    const Failure &failure() const { return _failure; }
+
+    bool isSet(const QString &option) const { return _parser.isSet(option); }
+
+    /// The name of the first of these options that was given; empty when none was.
+    QString firstSet(const QList<QCommandLineOption> &options) const
+    {
+        const auto given =
+            std::find_if(options.begin(), options.end(),
+                         [this](const QCommandLineOption &option) { return _parser.isSet(option); });
+        return given != options.end() ? given->names().first() : QString();
+    }
+
+    void refuse(const QString &text)
+    {
+        if (!_failure) {
+            _failure = usageProblem(text);
+        }
+    }
+
+    /// Stores what \a parse makes of the option's text.
+    template <typename Target, typename Parse>
+    void read(const QString &option, Target &target, const Parse &parse)
+    {
+        if (_failure || !isSet(option)) {
+            return;
+        }
+        const auto parsed = parse(_parser.value(option));
+        if (parsed) {
+            target = *parsed;
+        } else {
+            _failure = parsed.problem();
+        }
+    }
+
+    /// \a what: what stands there, when nothing may not.
+    void readText(const QString &option, QString &target, const char *what)
+    {
+        target = _parser.value(option);
+        if (isSet(option) && target.isEmpty()) {
+            refuse(QStringLiteral("--%1 takes %2").arg(option, QLatin1String(what)));
+        }
+    }
+
+    void readNumber(const QString &option, int &target, int low, int high)
+    {
+        read(option, target, [&](const QString &text) { return parseNumber(option, text, low, high); });
+    }
+
+    void readReal(const QString &option, float &target, float low, float high)
+    {
+        read(option, target, [&](const QString &text) { return parseReal(option, text, low, high); });
+    }
+
+    template <typename Choice, typename Target>
+    void readName(const QString &option, Target &target, const QStringList &names)
+    {
+        read(option, target, [&](const QString &text) { return parseName<Choice>(option, text, names); });
+    }
+
+private:
+    const QCommandLineParser &_parser;
+    Failure _failure;
+};
+
+QList<QCommandLineOption> pictureOptions()
+{
+    return {
+        {kOffscreen, QStringLiteral("Write the picture to <file> (PNG) instead of opening a window."),
+         QStringLiteral("file")},
+        {kSize, QStringLiteral("Size of the picture or window (default: 1280x720)."), QStringLiteral("WxH")},
+        {kSamples,
+         QStringLiteral("Samples for each pixel, 1 to %1 (default: 8), as far as the driver goes.")
+             .arg(kMaxSamples),
+         QStringLiteral("n")},
+        {kEdgeFilter,
+         QStringLiteral(
+             "Smooth edges in the finished picture: 'none', 'fxaa' or 'smaa' (default: none). Takes "
+             "the place of samples, unless --samples is given too."),
+         QStringLiteral("filter")},
+        {kExposure,
+         QStringLiteral(
+             "Powers of two by which an image, or the light on a model, is brightened (default: 0)."),
+         QStringLiteral("ev")}};
+}
+
+void readPicture(Reader &reader, Options &options)
+{
+    reader.readText(kOffscreen, options.picture, "the name of a file");
+    const QByteArray suffix = QFileInfo(options.picture).suffix().toLower().toLatin1();
+    if (suffix != "png" && QImageWriter::supportedImageFormats().contains(suffix)) {
+        reader.refuse(
+            QStringLiteral("--offscreen writes PNG, which '%1' does not sound like").arg(options.picture));
+    }
+    reader.read(kSize, options.size, parseSize);
+    reader.readName<EdgeFilter>(kEdgeFilter, options.edgeFilter, kEdgeFilterNames);
+    if (options.edgeFilter != EdgeFilter::eNone) {
+        options.samples = 1;
+    }
+    reader.readNumber(kSamples, options.samples, 1, kMaxSamples);
+    reader.readReal(kExposure, options.exposure, -kMaxExposure, kMaxExposure);
+}
+
+QList<QCommandLineOption> cameraOptions()
+{
+    return {{kView, QStringLiteral("Where to look from: azimuth and elevation in degrees (default: 35,22)."),
+             QStringLiteral("a,e")},
+            {kCamera, QStringLiteral("Look through a camera of the file, by its name or its number from 0."),
+             QStringLiteral("name")},
+            {kPick,
+             QStringLiteral("With --offscreen: tell the material at a pixel, counted from the upper left."),
+             QStringLiteral("x,y")}};
+}
+
+void readCamera(Reader &reader, Options &options)
+{
+    QVector2D angles(options.azimuth, options.elevation);
+    reader.read(kView, angles, parseView);
+    options.azimuth = angles.x();
+    options.elevation = angles.y();
+    reader.readText(kCamera, options.camera, "a name or a number");
+    if (reader.isSet(kCamera) && reader.isSet(kView)) {
+        reader.refuse(QStringLiteral("--camera and --view exclude each other"));
+    }
+    if (reader.isSet(kPick) && options.picture.isEmpty()) {
+        reader.refuse(QStringLiteral("--pick goes with --offscreen"));
+    }
+    reader.read(kPick, options.pick, [&](const QString &text) { return parsePixel(text, options.size); });
+}
+
+QList<QCommandLineOption> environmentOptions()
+{
+    return {
+        {kEnv,
+         QStringLiteral("Light a model with an image of surroundings, and show it behind the model: HDR, "
+                        "EXR, a KTX cube map, or what Qt reads."),
+         QStringLiteral("image")},
+        {kEnvLayout,
+         QStringLiteral("How that image is laid out: 'latlong', 'cross' or 'strip' (default: as its sides "
+                        "tell: 2:1, 4:3 or 3:4, 6:1)."),
+         QStringLiteral("layout")},
+        {kEnvRotation, QStringLiteral("Turn the surroundings about the vertical, in degrees (default: 0)."),
+         QStringLiteral("angle")},
+        {kEnvBlur, QStringLiteral("Blur them behind the model, from 0 to 1 (default: 0)."),
+         QStringLiteral("amount")}};
+}
+
+void readEnvironment(Reader &reader, Options &options)
+{
+    const QString alone = reader.firstSet(environmentOptions());
+    if (!alone.isEmpty() && !reader.isSet(kEnv)) {
+        reader.refuse(QStringLiteral("--%1 goes with --env").arg(alone));
+    }
+    reader.readText(kEnv, options.environment, "the name of a file");
+    reader.readName<EnvironmentLayout>(kEnvLayout, options.environmentLayout, kLayoutNames);
+    reader.readReal(kEnvRotation, options.environmentRotation, -360.0f, 360.0f);
+    reader.readReal(kEnvBlur, options.environmentBlur, 0.0f, 1.0f);
+}
+
+QList<QCommandLineOption> lightOptions()
+{
+    return {
+        {kLights,
+         QStringLiteral(
+             "Lights that cast shadows: 'none', a 'sun' (that of the surroundings, with --env), a 'rig' of "
+             "two spot lights and a lamp, or those of the 'file' (default: sun)."),
+         QStringLiteral("name")},
+        {kCascades,
+         QStringLiteral("Cascades of the sun's shadow, from near to far, 1 to %1 (default: 4).")
+             .arg(kMaxCascades),
+         QStringLiteral("n")},
+        {kVariance, QStringLiteral("Variance shadow maps: one look-up into blurred layers instead of many.")},
+        {kGround, QStringLiteral("Stand the model on a ground that takes its shadow.")}};
+}
+
+void readLights(Reader &reader, Options &options)
+{
+    reader.readName<LightRig>(kLights, options.lights, kRigNames);
+    reader.readNumber(kCascades, options.cascades, 1, kMaxCascades);
+    const QString ofShadows = reader.isSet(kCascades)   ? kCascades
+                              : reader.isSet(kVariance) ? kVariance
+                                                        : QString();
+    if (options.lights == LightRig::eNone && !ofShadows.isEmpty()) {
+        reader.refuse(QStringLiteral("--%1 goes with --lights other than 'none'").arg(ofShadows));
+    }
+    options.shadowKind = reader.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
+    options.hasGround = reader.isSet(kGround);
+}
+
+/// Of what the library offers in several ways.
+QList<QCommandLineOption> transportOptions()
+{
+    return {
+        {kManager,
+         QStringLiteral("Texture manager: 'sampler', 'array', 'array-bindless' or 'bindless' (default: array "
+                        "for models with UDIM tiles, otherwise sampler)."),
+         QStringLiteral("name")},
+        {kMechanism,
+         QStringLiteral(
+             "How matrices and materials travel: 'ubo', 'uniform', 'texbuffer', 'texture' or 'ssbo' "
+             "(default: ubo)."),
+         QStringLiteral("name")},
+        {kBlockLimit, QStringLiteral("Split the matrices into collections of at most so many bytes."),
+         QStringLiteral("bytes")},
+        {kDrawID,
+         QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or 'base-instance' (one unit "
+                        "for each mesh, without culling) (default: uniform)."),
+         QStringLiteral("path")},
+        {kPrintPlan,
+         QStringLiteral(
+             "Print layout, limits and shader texts of the instance data, for the FILE or as large "
+             "as the mechanism allows, and end.")}};
+}
+
+void readTransport(Reader &reader, Options &options)
+{
+    reader.readName<ManagerKind>(kManager, options.manager, kManagerNames);
+    reader.readName<MechanismKind>(kMechanism, options.mechanism, kMechanismNames);
+    reader.readNumber(kBlockLimit, options.blockLimit, 256, 1 << 30);
+    reader.readName<DrawIDPath>(kDrawID, options.drawIDPath, kDrawIDNames);
+}
+
+QList<QCommandLineOption> imageOptions()
+{
+    return {
+        {kLevel, QStringLiteral("Mip level of an image to show (default: 0)."), QStringLiteral("n")},
+        {kFace,
+         QStringLiteral("Face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a volume to show "
+                        "alone."),
+         QStringLiteral("n")}};
+}
+
+void readImage(Reader &reader, Options &options)
+{
+    reader.readNumber(kLevel, options.level, 0, 31);
+    reader.readNumber(kFace, options.face, 0, kMaxSlices);
+}
+
+QList<QCommandLineOption> measureOptions()
+{
+    return {{kStats, QStringLiteral("Measure, and print what frames consist of and cost.")},
+            {kStress,
+             QStringLiteral(
+                 "Fly through so many bodies of 32 materials instead of showing a FILE, without shadows "
+                 "unless --lights asks for them."),
+             QStringLiteral("n")},
+            {kFrames,
+             QStringLiteral("With --stress and --offscreen: frames of the flight that are measured (default: "
+                            "60)."),
+             QStringLiteral("k")}};
+}
+
+void readMeasures(Reader &reader, Options &options)
+{
+    options.printsStatistics = reader.isSet(kStats);
+    reader.readNumber(kStress, options.stressBodies, 1, kMaxBodies);
+    if (reader.isSet(kStress)) {
+        options.lights = LightRig::eNone;
+    }
+    if (reader.isSet(kFrames) && (options.stressBodies == 0 || options.picture.isEmpty())) {
+        reader.refuse(QStringLiteral("--frames goes with --stress and --offscreen"));
+    }
+    reader.readNumber(kFrames, options.frames, 1, kMaxFrames);
+}
+
+/// The FILE, or what stands in its place.
+void readSource(Reader &reader, QStringList names, const QString &tiles, Options &options)
+{
+    options.printsPlan = reader.isSet(kPrintPlan);
+    options.isUdim = reader.isSet(kUdim);
+    if (options.isUdim) {
+        names.prepend(tiles);
+    }
+    options.file = names.value(0);
+    const bool needsNoFile = options.printsPlan || reader.isSet(kStress);
+    if (reader.isSet(kStress) && !names.isEmpty()) {
+        reader.refuse(QStringLiteral("--stress takes the place of a FILE"));
+    } else if (options.isUdim && names.size() > 1) {
+        reader.refuse(QStringLiteral("--udim takes the place of a FILE"));
+    } else if (names.size() > 1) {
+        reader.refuse(QStringLiteral("one FILE is shown at a time, not %1: '%2'")
+                          .arg(names.size())
+                          .arg(names.join(QStringLiteral("', '"))));
+    } else if (options.file.isEmpty() && !(needsNoFile && names.isEmpty())) {
+        reader.refuse(QStringLiteral("no FILE is named"));
+    }
+}
+
+} // namespace
+
+QString managerName(ManagerKind kind)
+{
+    return kManagerNames[int(kind)];
+}
+
+QString edgeFilterName(EdgeFilter filter)
+{
+    return kEdgeFilterNames[int(filter)];
+}
+
+QString mechanismName(MechanismKind kind)
+{
+    return kMechanismNames[int(kind)];
+}
+
+QString environmentLayoutName(EnvironmentLayout layout)
+{
+    return kLayoutNames[int(layout)];
+}
+
+QString Options::subject() const
+{
+    return stressBodies > 0 ? QStringLiteral("the scene of --stress") : QStringLiteral("'%1'").arg(file);
+}
+
+Expected<Options> parseOptions(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QLatin1String(kDescription));
+    parser.addPositionalArgument(
+        QStringLiteral("FILE"),
+        QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
+                       "KTX, HDR, ASTC, or what Qt reads."),
+        QStringLiteral("FILE"));
+    const QList<QCommandLineOption> ofModels =
+        cameraOptions() + lightOptions() + environmentOptions() + transportOptions();
+    parser.addOptions(pictureOptions() + ofModels + imageOptions());
+    parser.addOption(
+        {kUdim,
+         QStringLiteral(
+             "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
+         QStringLiteral("tiles")});
+    parser.addOptions(measureOptions());
+    parser.addOptions({{kVerbose, QStringLiteral("Print debug messages, those of the driver among them.")},
+                       {{QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")},
+                       {kVersion, QStringLiteral("Print the version.")}});
+    if (!parser.parse(arguments)) {
+        QString text = parser.errorText();
+        text.chop(text.endsWith(QLatin1Char('.')) ? 1 : 0);
+        return usageProblem(text);
+    }
+
+    Options options;
+    options.verbose = parser.isSet(kVerbose);
+    if (parser.isSet(kHelp)) {
+        options.printedText = parser.helpText();
+        return options;
+    }
+    if (parser.isSet(kVersion)) {
+        options.printedText = QStringLiteral("zelview %1\n").arg(QStringLiteral(ZELVIEW_VERSION));
+        return options;
+    }
+
+    Reader reader(parser);
+    readSource(reader, parser.positionalArguments(), parser.value(kUdim), options);
+    readPicture(reader, options);
+    readCamera(reader, options);
+    readMeasures(reader, options);
+    readEnvironment(reader, options);
+    readLights(reader, options);
+    readTransport(reader, options);
+    readImage(reader, options);
+    if (reader.failure()) {
+        return *reader.failure();
+    }
+    options.modelOption = reader.firstSet(ofModels);
+    options.imageOption = reader.firstSet(imageOptions());
+    return options;
+}
+
+} // namespace zelview

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "frame/Exhibit.h"
+#include "frame/Options.h"
+#include "frame/Programs.h"
+#include "light/Lights.h"
+#include "model/MaterialSelection.h"
+#include "scene/ModelCamera.h"
+#include "scene/Scene.h"
+
+#include <memory>
+#include <vector>
+
+namespace zelview {
+
+class AmbientOcclusion;
+class Backdrop;
+class Environment;
+class Ground;
+class LightLines;
+class ModelRenderer;
+class ShadowLayers;
+
+/// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
+/// turns around it or by those of its file.
+///
+/// Keys: V takes the next camera, M the next texture manager of those that the driver has, I the next mechanism for
+/// instance data; Z freezes the frustum that culls; Up and Down change the exposure, Left and Right turn the
+/// environment; G takes the ground away or puts it there. N, or picking, selects a material, which O shows alone, and X
+/// leaves out; A shows all. D shows the texture manager's view of itself, S the shadow layers, C the cascades in colours,
+/// L the volumes of the lights.
+class ModelExhibit : public Exhibit
+{
+public:
+    /// The model, the plane of tiles or the scene of bodies that the options name.
+    static Expected<Scene> loadScene(const Options &options);
+    /// Reads the model; \a options say which, and where to look from.
+    static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
+    ~ModelExhibit() override;
+
+    QStringList describe() const override;
+    Failure createGLObjects(Programs &programs, const Options &options) override;
+    void releaseGLObjects() override;
+    void frame(const QSize &viewport) override;
+    void refit(const QSize &viewport) override;
+    Failure prepareFrame(const QSize &viewport) override;
+    void draw(const QSize &viewport) override;
+    QStringList describeFrame() const override;
+    QStringList describeStatistics() override;
+    bool isMoving() const override;
+    void setTime(float time) override;
+    bool isDithered() const override;
+    void drag(DragKind kind, const QVector2D &way) override;
+    void zoom(float steps) override;
+    QString pick(const QPoint &pixel, const QSize &viewport) override;
+    bool key(int key) override;
+
+private:
+    ModelExhibit(Scene scene, const Options &options, ModelCamera camera);
+
+    Failure createEnvironment(Programs &programs);
+    Failure makeRenderer(ManagerKind manager, MechanismKind mechanism);
+    Failure changeRenderer();
+    bool turnEnvironment(float angle);
+    Failure makeShadows(Programs &programs);
+    void setLights();
+    Failure prepareShadows(const View &view);
+    Failure changeFrustum(const View &view);
+    View view(const QSize &viewport) const;
+    bool changeSelection(int key);
+    void showSelection();
+
+    Scene _scene;
+    Options _options;
+    bool _takesNextManager = false; ///< with the next frame
+    bool _takesNextMechanism = false;
+    bool _showsSlots = false;
+    bool _showsLayers = false;
+    bool _showsCascades = false;
+    bool _showsVolumes = false;
+    ModelCamera _camera;
+    bool _takesFrustum = false; ///< freezes or thaws it with the next frame
+    std::optional<QMatrix4x4> _frozenFrustum;
+    MaterialSelection _selection;
+    std::unique_ptr<AmbientOcclusion> _occlusion;
+    std::unique_ptr<Backdrop> _backdrop;       ///< null with an environment
+    std::unique_ptr<Environment> _environment; ///< null in the studio
+    std::vector<LightSource> _lights;          ///< that cast shadows
+    std::unique_ptr<ShadowLayers> _shadows;
+    std::unique_ptr<Ground> _ground;
+    std::unique_ptr<LightLines> _lightLines;
+    std::unique_ptr<ModelRenderer> _renderer;
+    ProgramPointer _casters; ///< of the renderer
+};
+
+} // namespace zelview
