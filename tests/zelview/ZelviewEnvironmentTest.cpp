@@ -398,16 +398,18 @@ TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
         {{wall, "--env", _files.write("half.exr", whole.left(whole.size() / 2))},
          3,
          "half.exr' cannot be read: "},
-        {{wall, "--env", writeExr(_files, "oblong.exr", oblong)}, 3, "is no environment: 64x8 is neither"},
+        {{wall, "--env", writeExr(_files, "oblong.exr", oblong)},
+         3,
+         "is not an environment image: 64x8 is neither"},
         {{wall, "--env", writeExr(_files, "dot.exr", panorama(4, labelOf))}, 3, "is too small"},
-        {{wall, "--env", sound, "--env-layout", "strip"}, 3, "is no strip: its 32x16 texels"},
+        {{wall, "--env", sound, "--env-layout", "strip"}, 3, "is not a strip: its 32x16 texels"},
         {{wall, "--env", sound, "--env-layout", "ball"},
          1,
          "--env-layout takes 'latlong', 'cross' or 'strip'"},
         {{wall, "--env", sound, "--env-blur", "nan"}, 1, "--env-blur takes a number from 0 to 1"},
-        {{wall, "--env-rotation", "20"}, 1, "--env-rotation goes with --env"},
+        {{wall, "--env-rotation", "20"}, 1, "--env-rotation needs --env"},
         {{wall, "--aa", "taa"}, 1, "--aa takes 'none', 'fxaa' or 'smaa', not 'taa'"},
-        {{writePng(_files, "image.png", strip()), "--env", sound}, 1, "--env goes with models"},
+        {{writePng(_files, "image.png", strip()), "--env", sound}, 1, "--env applies to models"},
     };
     expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }

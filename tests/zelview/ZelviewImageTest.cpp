@@ -171,8 +171,8 @@ TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
         {{sound, "--level", "5"}, 1, "there is no level 5: '" + sound + "' has 5, counted from 0"},
         {{sound, "--face", "1"}, 1, "there is no face 1"},
         {{sound, "--exposure", "bright"}, 1, "--exposure takes a number"},
-        {{sound, "--view", "0,0"}, 1, "--view goes with models"},
-        {{model, "--level", "0"}, 1, "--level goes with images"},
+        {{sound, "--view", "0,0"}, 1, "--view applies to models"},
+        {{model, "--level", "0"}, 1, "--level applies to images"},
     };
     expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }

@@ -89,7 +89,7 @@ TEST_F(ZelviewManagerTest, TilesAreAPlaneWithAHoleWhereOneIsMissing)
         _front
         + QStringList{"--udim", _files.path("t.<UDIM>.png"), "--manager", "sampler", "--offscreen", target});
     EXPECT_EQ(ending.errors, "zelview: texture 't.<UDIM>.png' has tiles, of which the manager "
-                             "'sampler' shows the first alone\n");
+                             "'sampler' shows only the first\n");
     EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0}));
 }
 
@@ -103,7 +103,7 @@ TEST_F(ZelviewManagerTest, ReportsTexturesThatItScalesIntoSlots)
         runZelview({"--udim", _files.path(QString()), "--offscreen", _files.path("out.png")}).errorLines();
     ASSERT_EQ(lines.size(), 2) << qPrintable(lines.join('\n'));
     EXPECT_TRUE(holds(lines[0], "1 texture is scaled down to the largest slot of the manager 'array', "));
-    EXPECT_TRUE(holds(lines[1], "the manager 'array' has too few slots, and scales textures: "));
+    EXPECT_TRUE(holds(lines[1], "the manager 'array' has too few slots and scales textures: "));
 }
 
 TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
@@ -131,8 +131,8 @@ TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
         {{model, "--manager", "fast"},
          1,
          "--manager takes 'sampler', 'array', 'array-bindless' or 'bindless'"},
-        {{_files.path("t.1001.png"), "--manager", "array"}, 1, "--manager goes with models"},
-        {{model, "--udim", _files.path(QString())}, 1, "--udim takes the place of a FILE"},
+        {{_files.path("t.1001.png"), "--manager", "array"}, 1, "--manager applies to models"},
+        {{model, "--udim", _files.path(QString())}, 1, "--udim and FILE exclude each other"},
         {{"--udim", _files.path("two")}, 1, "holds several sets of tiles; name one, such as"},
         {{"--udim", _files.path("empty")}, 2, "has no tiles"},
         {{"--udim", _files.path("none.<UDIM>.png")}, 2, "has no tiles"},

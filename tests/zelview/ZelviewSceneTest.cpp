@@ -158,7 +158,7 @@ TEST_F(ZelviewSceneTest, StatisticsCountWhatTheFramesOfAFlightMake)
     EXPECT_EQ(line("scene"), "scene     3 drawables, 12 commands drawn, 0 culled; 24 triangles");
     EXPECT_TRUE(line("memory").endsWith(" KB on the GPU, without textures")) << qPrintable(line("memory"));
     const QRegularExpression calls(
-        "^calls     (\\d+) GL calls, (\\d+) changes of state, (\\d+) of them redundant$");
+        "^calls     (\\d+) GL calls, (\\d+) state changes, (\\d+) of them redundant$");
     const auto counts = calls.match(line("calls"));
     ASSERT_TRUE(counts.hasMatch()) << qPrintable(line("calls"));
     EXPECT_GE(counts.captured(1).toInt(), 12 + counts.captured(2).toInt());

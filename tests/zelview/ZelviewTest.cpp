@@ -41,21 +41,21 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString folder = _files.path(QString());
     const QString target = _files.path("out.png");
     expectRefusals({
-        {{}, 1, "no FILE is named"},
-        {{wall, wall}, 1, "one FILE is shown at a time, not 2: '" + wall + "', '" + wall + "'"},
+        {{}, 1, "no FILE is given"},
+        {{wall, wall}, 1, "zelview shows one FILE at a time, not 2: '" + wall + "', '" + wall + "'"},
         {{wall, "--colour"}, 1, "Unknown option 'colour' (see"},
         {{wall, "--offscreen"}, 1, "Missing value after '--offscreen'"},
         {{wall, "--offscreen", ""}, 1, "--offscreen takes the name of a file"},
         {{wall, "--offscreen", "out.JPG"}, 1, "--offscreen writes PNG"},
-        {{wall, "--lights", "none", "--variance"}, 1, "--variance goes with --lights other than 'none'"},
-        {{wall, "--stress", "9"}, 1, "--stress takes the place of a FILE"},
+        {{wall, "--lights", "none", "--variance"}, 1, "--variance needs --lights other than 'none'"},
+        {{wall, "--stress", "9"}, 1, "--stress and FILE exclude each other"},
         {{"--stress", "0"}, 1, "--stress takes a number from 1"},
-        {{wall, "--frames", "9"}, 1, "--frames goes with --stress and --offscreen"},
-        {{wall, "--pick", "0,0"}, 1, "--pick goes with --offscreen"},
-        {{wall, "--offscreen", wall}, 1, "the picture would overwrite what it shows"},
-        {{wall, "--env", text, "--offscreen", text}, 1, "the picture would overwrite what it shows"},
-        {{"--udim", folder, "--offscreen", tile}, 1, "the picture would overwrite what it shows"},
-        {{tile, "--print-plan"}, 1, "--print-plan goes with models; '" + tile + "' is an image"},
+        {{wall, "--frames", "9"}, 1, "--frames needs --stress and --offscreen"},
+        {{wall, "--pick", "0,0"}, 1, "--pick needs --offscreen"},
+        {{wall, "--offscreen", wall}, 1, "the picture would overwrite a file that it shows"},
+        {{wall, "--env", text, "--offscreen", text}, 1, "the picture would overwrite a file that it shows"},
+        {{"--udim", folder, "--offscreen", tile}, 1, "the picture would overwrite a file that it shows"},
+        {{tile, "--print-plan"}, 1, "--print-plan applies to models; '" + tile + "' is an image"},
         {{wall, "--offscreen", _files.path("none/out.png")}, 2, "there is no folder"},
         {{wall, "--offscreen", folder}, 2, "it is not a plain file"},
         {{wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
@@ -80,7 +80,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{"--stress", "9", "--camera", "0"}, 1, "'0': the scene of --stress has none"},
             {{"--stress", "9", "--level", "0"},
              1,
-             "--level goes with images; the scene of --stress is a model"},
+             "--level applies to images; the scene of --stress is a model"},
             {{_files.path("none.glb")}, 2, "there is no file"},
             {{folder}, 2, "is not a file that can be read"},
             {{text}, 3, "text.obj' holds no triangles"},
@@ -94,7 +94,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{wall, "--env", rgbe}, 3, "cannot be read: it is a Radiance image that begins with '#?RGBE'"},
             {{_files.write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n")}, 3, "holds no triangles"},
-            {{endless}, 3, "no numbers or out of range"},
+            {{endless}, 3, "not finite or out of range"},
         },
         {"--offscreen", target});
     if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process when memory is refused
@@ -274,8 +274,8 @@ TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
     {
         const char *file;
         const char *remark;
-    } kCases[] = {{"none.png", "zelview: texture 'none.png' is missing, and drawn white\n"},
-                  {"broken.png", "zelview: texture 'broken.png' cannot be read, and is drawn white\n"}};
+    } kCases[] = {{"none.png", "zelview: texture 'none.png' is missing and is drawn white\n"},
+                  {"broken.png", "zelview: texture 'broken.png' cannot be read and is drawn white\n"}};
     for (const auto &wrong : kCases) {
         _files.write("m.mtl", QByteArray("newmtl m\nKd 0.9 0.1 0.1\nmap_Kd ") + wrong.file + "\n");
         const Ending ending =

@@ -261,10 +261,10 @@ TEST(ZelviewLoader, ReportsWhatIsNotShownInOneLine)
                           "of 1 material, the extension EXT_none"));
     const QByteArray triangle = "usemtl m\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     EXPECT_EQ(loadModel(files.write("a.obj", "mtllib none.mtl\n" + triangle))->remarks,
-              QStringList("file 'none.mtl' is missing, and what it holds is left out"));
+              QStringList("file 'none.mtl' is missing; its contents are left out"));
     files.write("clear.mtl", "newmtl m\nd 0\n");
     const Expected<Scene> clear = loadModel(files.write("b.obj", "mtllib clear.mtl\n" + triangle));
-    EXPECT_EQ(clear->remarks, QStringList("all materials are fully transparent, and drawn opaque"));
+    EXPECT_EQ(clear->remarks, QStringList("all materials are fully transparent and are drawn opaque"));
     EXPECT_FALSE(clear->materials.front().isBlended);
 }
 

@@ -239,7 +239,7 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
     const QString left = model->pick({10, 15}, size);
     EXPECT_TRUE(holds(left, "'m0'"));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, -1);
-    EXPECT_TRUE(model.report("material").endsWith("alone 'm0'"));
+    EXPECT_TRUE(model.report("material").endsWith("only 'm0'"));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, 1);
 }
 

@@ -29,7 +29,7 @@ Expected<QImage> readBack(RenderTarget &target, const QSize &size)
     glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
     if (glGetError() != GL_NO_ERROR) {
-        return Problem{ExitCode::eGL, QStringLiteral("the driver does not give the picture back")};
+        return Problem{ExitCode::eGL, QStringLiteral("the picture cannot be read back from the driver")};
     }
     return image.mirrored().convertToFormat(QImage::Format_RGB888);
 }

@@ -44,7 +44,8 @@ Failure checkPicture(const Options &options)
     const QString picture = QFileInfo(options.picture).canonicalFilePath(); // empty while there is none
     for (const QString &file : shown) {
         if (!picture.isEmpty() && picture == QFileInfo(file).canonicalFilePath()) {
-            return Problem{ExitCode::eUsage, QStringLiteral("the picture would overwrite what it shows")};
+            return Problem{ExitCode::eUsage,
+                           QStringLiteral("the picture would overwrite a file that it shows")};
         }
     }
     return checkPngTarget(options.picture);
@@ -91,7 +92,7 @@ Failure printPlan(const Options &options)
     if (!options.file.isEmpty() && !options.isUdim && isImageFile(options.file)) {
         return Problem{
             ExitCode::eUsage,
-            QStringLiteral("--print-plan goes with models; %1 is an image").arg(options.subject())};
+            QStringLiteral("--print-plan applies to models; %1 is an image").arg(options.subject())};
     }
     if (!options.file.isEmpty() || options.stressBodies > 0) {
         const Expected<Scene> scene = ModelExhibit::loadScene(options);
@@ -123,7 +124,7 @@ Failure showWindow(Exhibit &exhibit, const Options &options)
     window.show();
     QGuiApplication::exec();
     if (!window.failure() && !window.isValid()) {
-        return Problem{ExitCode::eGL, QStringLiteral("the display gives no OpenGL context")};
+        return Problem{ExitCode::eGL, QStringLiteral("the display provides no OpenGL context")};
     }
     return window.failure();
 }

@@ -53,8 +53,9 @@ void endInsteadOfAbort(int)
 {
     openStandardError();
     const QStringList said = Collector::messages();
-    std::_Exit(reportProblem({ExitCode::eInput, said.isEmpty() ? QStringLiteral("the file's reader gave up")
-                                                               : said.last().simplified()}));
+    std::_Exit(
+        reportProblem({ExitCode::eInput, said.isEmpty() ? QStringLiteral("the reader of the file aborted")
+                                                        : said.last().simplified()}));
 }
 
 void writeLine(std::FILE *stream, const QString &line)

@@ -99,7 +99,7 @@ void FrameMeter::reset()
 QStringList FrameMeter::describe() const
 {
     const int frames = qMax(_frames, 1);
-    return {QStringLiteral("calls     %1 GL calls, %2 changes of state, %3 of them redundant")
+    return {QStringLiteral("calls     %1 GL calls, %2 state changes, %3 of them redundant")
                 .arg(_calls.all / frames)
                 .arg(_calls.stateChanges / frames)
                 .arg(_calls.redundant / frames),

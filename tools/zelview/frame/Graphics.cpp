@@ -72,7 +72,7 @@ Expected<std::unique_ptr<OffscreenContext>> OffscreenContext::create(const Optio
     std::unique_ptr<OffscreenContext> offscreen(new OffscreenContext);
     offscreen->_context.setFormat(surfaceFormat(options));
     if (!offscreen->_context.create()) {
-        return Problem{ExitCode::eGL, QStringLiteral("the display gives no OpenGL context")};
+        return Problem{ExitCode::eGL, QStringLiteral("the display provides no OpenGL context")};
     }
     offscreen->_surface.setFormat(offscreen->_context.format());
     offscreen->_surface.create();

@@ -12,7 +12,7 @@ Failure checkInputFile(const QString &path)
         return Problem{ExitCode::eFile, QStringLiteral("there is no file '%1'").arg(path)};
     }
     if (!file.isFile() || !file.isReadable()) {
-        return Problem{ExitCode::eFile, QStringLiteral("'%1' is not a file that can be read").arg(path)};
+        return Problem{ExitCode::eFile, QStringLiteral("'%1' is not a readable file").arg(path)};
     }
     return {};
 }

@@ -85,15 +85,15 @@ static_assert(kMechanismKinds == 5, "each has a name");
 
 constexpr char kDescription[] =
     "Shows a model or an image in a window, or writes a picture of it.\n\n"
-    "Window:  left button turns, middle, right or Shift and left button moves, wheel, + and - zoom,\n"
-    "         Home shows everything, F shows statistics, Escape closes.\n"
-    "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the surroundings;\n"
+    "Window:  left button turns; middle, right or Shift and left button moves; wheel, + and - zoom;\n"
+    "         Home shows everything; F shows statistics; Escape closes.\n"
+    "Models:  V next camera of the file; Up, Down exposure; Left, Right turn the environment;\n"
     "         a click or N selects a material, O shows it alone, X leaves it out, A shows all;\n"
-    "         Z freezes the frustum that culls, and shows what it culls as ghosts;\n"
+    "         Z freezes the culling frustum, and shows what it culls as ghosts;\n"
     "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
     "         M next texture manager, D its slots, I next mechanism for instance data.\n\n"
-    "Ends with 0, or 1: wrong call, 2: a file cannot be read or written, 3: a file makes no sense,\n"
-    "4: no display, or a driver that does not serve.";
+    "Exit codes: 0 success, 1 wrong usage, 2 a file cannot be read or written,\n"
+    "3 a file is malformed or unsupported, 4 no display or no usable driver.";
 
 Problem usageProblem(const QString &text)
 {
@@ -275,17 +275,15 @@ QList<QCommandLineOption> pictureOptions()
          QStringLiteral("file")},
         {kSize, QStringLiteral("Size of the picture or window (default: 1280x720)."), QStringLiteral("WxH")},
         {kSamples,
-         QStringLiteral("Samples for each pixel, 1 to %1 (default: 8), as far as the driver goes.")
+         QStringLiteral("Samples per pixel, 1 to %1 (default: 8), or as many as the driver supports.")
              .arg(kMaxSamples),
          QStringLiteral("n")},
         {kEdgeFilter,
-         QStringLiteral(
-             "Smooth edges in the finished picture: 'none', 'fxaa' or 'smaa' (default: none). Takes "
-             "the place of samples, unless --samples is given too."),
+         QStringLiteral("Smooth the edges of the finished picture: 'none', 'fxaa' or 'smaa' (default: none). "
+                        "Replaces multisampling, unless --samples is given too."),
          QStringLiteral("filter")},
         {kExposure,
-         QStringLiteral(
-             "Powers of two by which an image, or the light on a model, is brightened (default: 0)."),
+         QStringLiteral("Exposure of an image, or of the light on a model, as a power of two (default: 0)."),
          QStringLiteral("ev")}};
 }
 
@@ -295,7 +293,7 @@ void readPicture(Reader &reader, Options &options)
     const QByteArray suffix = QFileInfo(options.picture).suffix().toLower().toLatin1();
     if (suffix != "png" && QImageWriter::supportedImageFormats().contains(suffix)) {
         reader.refuse(
-            QStringLiteral("--offscreen writes PNG, which '%1' does not sound like").arg(options.picture));
+            QStringLiteral("--offscreen writes PNG files; '%1' names another format").arg(options.picture));
     }
     reader.read(kSize, options.size, parseSize);
     reader.readName<EdgeFilter>(kEdgeFilter, options.edgeFilter, kEdgeFilterNames);
@@ -313,7 +311,8 @@ QList<QCommandLineOption> cameraOptions()
             {kCamera, QStringLiteral("Look through a camera of the file, by its name or its number from 0."),
              QStringLiteral("name")},
             {kPick,
-             QStringLiteral("With --offscreen: tell the material at a pixel, counted from the upper left."),
+             QStringLiteral(
+                 "With --offscreen: print the material at a pixel, counted from the upper left corner."),
              QStringLiteral("x,y")}};
 }
 
@@ -328,7 +327,7 @@ void readCamera(Reader &reader, Options &options)
         reader.refuse(QStringLiteral("--camera and --view exclude each other"));
     }
     if (reader.isSet(kPick) && options.picture.isEmpty()) {
-        reader.refuse(QStringLiteral("--pick goes with --offscreen"));
+        reader.refuse(QStringLiteral("--pick needs --offscreen"));
     }
     reader.read(kPick, options.pick, [&](const QString &text) { return parsePixel(text, options.size); });
 }
@@ -337,16 +336,17 @@ QList<QCommandLineOption> environmentOptions()
 {
     return {
         {kEnv,
-         QStringLiteral("Light a model with an image of surroundings, and show it behind the model: HDR, "
-                        "EXR, a KTX cube map, or what Qt reads."),
+         QStringLiteral("Light a model with an environment image, and show it as the background: HDR, EXR, "
+                        "a KTX cube map, or any format that Qt reads."),
          QStringLiteral("image")},
         {kEnvLayout,
-         QStringLiteral("How that image is laid out: 'latlong', 'cross' or 'strip' (default: as its sides "
-                        "tell: 2:1, 4:3 or 3:4, 6:1)."),
+         QStringLiteral("Layout of that image: 'latlong' (2:1), 'cross' (4:3 or 3:4) or 'strip' (6:1) "
+                        "(default: the one that its aspect ratio suggests)."),
          QStringLiteral("layout")},
-        {kEnvRotation, QStringLiteral("Turn the surroundings about the vertical, in degrees (default: 0)."),
+        {kEnvRotation,
+         QStringLiteral("Turn the environment around the vertical axis, in degrees (default: 0)."),
          QStringLiteral("angle")},
-        {kEnvBlur, QStringLiteral("Blur them behind the model, from 0 to 1 (default: 0)."),
+        {kEnvBlur, QStringLiteral("Blur the background, from 0 to 1 (default: 0)."),
          QStringLiteral("amount")}};
 }
 
@@ -354,7 +354,7 @@ void readEnvironment(Reader &reader, Options &options)
 {
     const QString alone = reader.firstSet(environmentOptions());
     if (!alone.isEmpty() && !reader.isSet(kEnv)) {
-        reader.refuse(QStringLiteral("--%1 goes with --env").arg(alone));
+        reader.refuse(QStringLiteral("--%1 needs --env").arg(alone));
     }
     reader.readText(kEnv, options.environment, "the name of a file");
     reader.readName<EnvironmentLayout>(kEnvLayout, options.environmentLayout, kLayoutNames);
@@ -367,15 +367,16 @@ QList<QCommandLineOption> lightOptions()
     return {
         {kLights,
          QStringLiteral(
-             "Lights that cast shadows: 'none', a 'sun' (that of the surroundings, with --env), a 'rig' of "
-             "two spot lights and a lamp, or those of the 'file' (default: sun)."),
+             "Lights that cast shadows: 'none', 'sun' (with --env, the strongest light of the environment), "
+             "'rig' (two spot lights and a point light) or 'file' (those of the model file) (default: sun)."),
          QStringLiteral("name")},
         {kCascades,
-         QStringLiteral("Cascades of the sun's shadow, from near to far, 1 to %1 (default: 4).")
-             .arg(kMaxCascades),
+         QStringLiteral("Number of cascades of the sun's shadow, 1 to %1 (default: 4).").arg(kMaxCascades),
          QStringLiteral("n")},
-        {kVariance, QStringLiteral("Variance shadow maps: one look-up into blurred layers instead of many.")},
-        {kGround, QStringLiteral("Stand the model on a ground that takes its shadow.")}};
+        {kVariance,
+         QStringLiteral(
+             "Use variance shadow maps: one lookup in a blurred layer instead of many in a plain one.")},
+        {kGround, QStringLiteral("Show a ground that receives the shadow of the model.")}};
 }
 
 void readLights(Reader &reader, Options &options)
@@ -386,7 +387,7 @@ void readLights(Reader &reader, Options &options)
                               : reader.isSet(kVariance) ? kVariance
                                                         : QString();
     if (options.lights == LightRig::eNone && !ofShadows.isEmpty()) {
-        reader.refuse(QStringLiteral("--%1 goes with --lights other than 'none'").arg(ofShadows));
+        reader.refuse(QStringLiteral("--%1 needs --lights other than 'none'").arg(ofShadows));
     }
     options.shadowKind = reader.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
     options.hasGround = reader.isSet(kGround);
@@ -401,20 +402,20 @@ QList<QCommandLineOption> transportOptions()
                         "for models with UDIM tiles, otherwise sampler)."),
          QStringLiteral("name")},
         {kMechanism,
-         QStringLiteral(
-             "How matrices and materials travel: 'ubo', 'uniform', 'texbuffer', 'texture' or 'ssbo' "
-             "(default: ubo)."),
+         QStringLiteral("How matrices and materials reach the shaders: 'ubo', 'uniform', 'texbuffer', "
+                        "'texture' or 'ssbo' "
+                        "(default: ubo)."),
          QStringLiteral("name")},
-        {kBlockLimit, QStringLiteral("Split the matrices into collections of at most so many bytes."),
+        {kBlockLimit, QStringLiteral("Size limit of one collection of matrices, in bytes."),
          QStringLiteral("bytes")},
         {kDrawID,
-         QStringLiteral("How draw IDs travel: 'uniform' (sub-draws of one unit) or 'base-instance' (one unit "
-                        "for each mesh, without culling) (default: uniform)."),
+         QStringLiteral("How draw IDs reach the shaders: 'uniform' (sub-draws of one draw unit) or "
+                        "'base-instance' (one draw unit per mesh, without culling) (default: uniform)."),
          QStringLiteral("path")},
         {kPrintPlan,
          QStringLiteral(
-             "Print layout, limits and shader texts of the instance data, for the FILE or as large "
-             "as the mechanism allows, and end.")}};
+             "Print layout, limits and shader text of the instance data, and exit. Without a FILE: for as "
+             "many objects as the mechanism allows.")}};
 }
 
 void readTransport(Reader &reader, Options &options)
@@ -430,8 +431,8 @@ QList<QCommandLineOption> imageOptions()
     return {
         {kLevel, QStringLiteral("Mip level of an image to show (default: 0)."), QStringLiteral("n")},
         {kFace,
-         QStringLiteral("Face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a volume to show "
-                        "alone."),
+         QStringLiteral("The one face of a cube map (0 to 5: +x, -x, +y, -y, +z, -z) or slice of a volume "
+                        "to show."),
          QStringLiteral("n")}};
 }
 
@@ -443,15 +444,14 @@ void readImage(Reader &reader, Options &options)
 
 QList<QCommandLineOption> measureOptions()
 {
-    return {{kStats, QStringLiteral("Measure, and print what frames consist of and cost.")},
+    return {{kStats, QStringLiteral("Measure frames, and print what they consist of and cost.")},
             {kStress,
              QStringLiteral(
-                 "Fly through so many bodies of 32 materials instead of showing a FILE, without shadows "
-                 "unless --lights asks for them."),
+                 "Fly through this many bodies of 32 materials instead of showing a FILE; without shadows, "
+                 "unless --lights is given."),
              QStringLiteral("n")},
             {kFrames,
-             QStringLiteral("With --stress and --offscreen: frames of the flight that are measured (default: "
-                            "60)."),
+             QStringLiteral("With --stress and --offscreen: number of frames to measure (default: 60)."),
              QStringLiteral("k")}};
 }
 
@@ -463,7 +463,7 @@ void readMeasures(Reader &reader, Options &options)
         options.lights = LightRig::eNone;
     }
     if (reader.isSet(kFrames) && (options.stressBodies == 0 || options.picture.isEmpty())) {
-        reader.refuse(QStringLiteral("--frames goes with --stress and --offscreen"));
+        reader.refuse(QStringLiteral("--frames needs --stress and --offscreen"));
     }
     reader.readNumber(kFrames, options.frames, 1, kMaxFrames);
 }
@@ -479,15 +479,15 @@ void readSource(Reader &reader, QStringList names, const QString &tiles, Options
     options.file = names.value(0);
     const bool needsNoFile = options.printsPlan || reader.isSet(kStress);
     if (reader.isSet(kStress) && !names.isEmpty()) {
-        reader.refuse(QStringLiteral("--stress takes the place of a FILE"));
+        reader.refuse(QStringLiteral("--stress and FILE exclude each other"));
     } else if (options.isUdim && names.size() > 1) {
-        reader.refuse(QStringLiteral("--udim takes the place of a FILE"));
+        reader.refuse(QStringLiteral("--udim and FILE exclude each other"));
     } else if (names.size() > 1) {
-        reader.refuse(QStringLiteral("one FILE is shown at a time, not %1: '%2'")
+        reader.refuse(QStringLiteral("zelview shows one FILE at a time, not %1: '%2'")
                           .arg(names.size())
                           .arg(names.join(QStringLiteral("', '"))));
     } else if (options.file.isEmpty() && !(needsNoFile && names.isEmpty())) {
-        reader.refuse(QStringLiteral("no FILE is named"));
+        reader.refuse(QStringLiteral("no FILE is given"));
     }
 }
 
@@ -524,8 +524,8 @@ Expected<Options> parseOptions(const QStringList &arguments)
     parser.setApplicationDescription(QLatin1String(kDescription));
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
-        QStringLiteral("A model: glTF 2, OBJ, PLY, or what else assimp reads. Or an image: "
-                       "KTX, HDR, ASTC, or what Qt reads."),
+        QStringLiteral("A model: glTF 2, OBJ, PLY, or another format that assimp reads. Or an image: "
+                       "KTX, HDR, ASTC, or a format that Qt reads."),
         QStringLiteral("FILE"));
     const QList<QCommandLineOption> ofModels =
         cameraOptions() + lightOptions() + environmentOptions() + transportOptions();
@@ -536,7 +536,7 @@ Expected<Options> parseOptions(const QStringList &arguments)
              "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
          QStringLiteral("tiles")});
     parser.addOptions(measureOptions());
-    parser.addOptions({{kVerbose, QStringLiteral("Print debug messages, those of the driver among them.")},
+    parser.addOptions({{kVerbose, QStringLiteral("Print debug messages, including those of the driver.")},
                        {{QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")},
                        {kVersion, QStringLiteral("Print the version.")}});
     if (!parser.parse(arguments)) {

@@ -54,7 +54,7 @@ Expected<ProgramPointer> Programs::build(const QStringList &vertexFiles, const Q
     program->setFragDataLocations({QStringLiteral("out_FragColor")});
     if (!program->link()) {
         return Problem{ExitCode::eGL,
-                       QStringLiteral("the driver refuses the shader '%1'").arg(fragmentFiles.first())};
+                       QStringLiteral("the driver rejects the shader '%1'").arg(fragmentFiles.first())};
     }
     return program;
 }

@@ -26,7 +26,8 @@ Expected<LightImage> read(const QString &path)
     const qint64 width = qint64(window.max.x) - window.min.x + 1;
     const qint64 height = qint64(window.max.y) - window.min.y + 1;
     if (width < 1 || height < 1 || width > kMaxTexels / height) {
-        return inputProblem(path, QStringLiteral("it is %1x%2 texels large").arg(width).arg(height));
+        return inputProblem(
+            path, QStringLiteral("its size, %1x%2 texels, is not supported").arg(width).arg(height));
     }
     LightImage image{QSize(int(width), int(height)), {}};
     image.texels.reserve(size_t(width * height));

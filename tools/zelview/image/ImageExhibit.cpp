@@ -72,9 +72,8 @@ ImageExhibit::~ImageExhibit() = default;
 Expected<std::unique_ptr<Exhibit>> ImageExhibit::load(const Options &options)
 {
     if (!options.modelOption.isEmpty()) {
-        return Problem{
-            ExitCode::eUsage,
-            QStringLiteral("--%1 goes with models; '%2' is an image").arg(options.modelOption, options.file)};
+        return Problem{ExitCode::eUsage, QStringLiteral("--%1 applies to models; '%2' is an image")
+                                             .arg(options.modelOption, options.file)};
     }
     return std::unique_ptr<Exhibit>(new ImageExhibit(options));
 }
@@ -125,14 +124,14 @@ Failure ImageExhibit::loadTexture()
                        QStringLiteral("'%1' cannot be shown: %2").arg(_path, reasonOfFailure(_path))};
     }
     if (_texture->target() == 0) {
-        return Problem{ExitCode::eInput, QStringLiteral("'%1' cannot be shown: it has no extent").arg(_path)};
+        return Problem{ExitCode::eInput, QStringLiteral("'%1' cannot be shown: it has no texels").arg(_path)};
     }
     _facts = TextureFacts::of(*_texture);
     if (_facts.size.isEmpty() || _facts.kind == TextureFacts::eInteger) {
         return Problem{ExitCode::eInput,
                        QStringLiteral("'%1' cannot be shown: %2")
                            .arg(_path, _facts.size.isEmpty()
-                                           ? QStringLiteral("the driver does not take its format")
+                                           ? QStringLiteral("the driver does not support its format")
                                            : QStringLiteral("it holds integers, not colours"))};
     }
     return {};

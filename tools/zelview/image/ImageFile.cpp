@@ -83,7 +83,7 @@ QString reasonOfFailure(const QString &path)
         return reason;
     }
     if (!isImageFile(path)) {
-        return QStringLiteral("it is no image of a known format");
+        return QStringLiteral("it is not an image of a known format");
     }
     const QStringList said = Console::Collector::messages();
     const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));

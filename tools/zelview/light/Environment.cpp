@@ -121,7 +121,7 @@ Expected<std::unique_ptr<Environment>> Environment::create(Programs &programs, c
                               .arg(size.height())
                               .arg(timer.elapsed());
     if (sun == eTakeSun && !environment->_sun) {
-        environment->_facts += QStringLiteral("; no light stands out that would cast shadows");
+        environment->_facts += QStringLiteral("; no light is strong enough to cast shadows");
     }
     return environment;
 }
@@ -143,18 +143,18 @@ Failure Environment::bake(EnvironmentImage image, Sun sun)
     glFinish();
     const int face = edgeOf(*source);
 
-    Console::printProgress(QStringLiteral("environment: light for diffuse surfaces (2 of 4)"));
+    Console::printProgress(QStringLiteral("environment: diffuse irradiance (2 of 4)"));
     _diffuse.reset(CreatePrefilteredCubeEnvMap(source.get(), std::min(kDiffuseSize, face), kDiffuseSamples,
                                                SHADING_LAMBERTIAN_DIFFUSE, RGBA16F));
     glFinish();
 
     _levels = MaxLODLevel(std::min(kSpecularSize, face), std::min(kSpecularSize, face));
-    Console::printProgress(QStringLiteral("environment: reflections by roughness (3 of 4)"));
+    Console::printProgress(QStringLiteral("environment: specular reflections (3 of 4)"));
     _specular.reset(CreatePrefilteredCubeEnvMap(source.get(), std::min(kSpecularSize, face), kSpecularSamples,
                                                 SHADING_PHYSICALLY_BASED, RGBA16F));
     glFinish();
 
-    Console::printProgress(QStringLiteral("environment: table of the reflectance (4 of 4)"));
+    Console::printProgress(QStringLiteral("environment: BRDF table (4 of 4)"));
     _brdf.reset(CreatePreintegratedBRDFTable(kTableSize, kTableSize, unsigned(_levels),
                                              SHADING_PHYSICALLY_BASED, RGBA16F));
     glFinish();

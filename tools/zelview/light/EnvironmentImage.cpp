@@ -129,7 +129,7 @@ Expected<EnvironmentImage> readByLibrary(const QString &path)
     const bool isCube = facts.target == GL_TEXTURE_CUBE_MAP;
     if (facts.size.isEmpty() || facts.kind == TextureFacts::eInteger
         || !(isCube || facts.target == GL_TEXTURE_2D)) {
-        return inputProblem(path, QStringLiteral("is no picture of surroundings: ") + facts.toString());
+        return inputProblem(path, QStringLiteral("is not an environment image: ") + facts.toString());
     }
     const AutoBinder bound(texture.get());
     const bool rowsGoUp = doRowsGoUp(path);
@@ -161,13 +161,14 @@ Expected<EnvironmentLayout> resolveLayout(const QSize &size, std::optional<Envir
     const std::optional<EnvironmentLayout> found = layoutOf(size);
     const QString extent = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
     if (asked && asked != found && asked != EnvironmentLayout::eLatLong) {
-        return inputProblem(path, QStringLiteral("is no %1: its %2 texels are not made of square cells")
+        return inputProblem(path, QStringLiteral("is not a %1: its %2 texels are not made of square cells")
                                       .arg(environmentLayoutName(*asked), extent));
     }
     if (!asked && !found) {
-        return inputProblem(path, QStringLiteral("is no environment: %1 is neither 2:1 (latlong), 4:3 or 3:4 "
-                                                 "(cross) nor 6:1 (strip); --env-layout latlong forces it")
-                                      .arg(extent));
+        return inputProblem(
+            path, QStringLiteral("is not an environment image: %1 is neither 2:1 (latlong), 4:3 or 3:4 "
+                                 "(cross) nor 6:1 (strip); --env-layout latlong forces it")
+                      .arg(extent));
     }
     return asked ? *asked : *found;
 }
@@ -267,7 +268,7 @@ Expected<EnvironmentImage> loadEnvironmentImage(const QString &path, std::option
         environment->layout = EnvironmentLayout::eStrip;
     }
     if (faceSize(*environment) < kMinFace) {
-        return inputProblem(path, QStringLiteral("is too small for surroundings: %1x%2 texels")
+        return inputProblem(path, QStringLiteral("is too small for an environment: %1x%2 texels")
                                       .arg(environment->image.size.width())
                                       .arg(environment->image.size.height()));
     }

@@ -14,7 +14,7 @@ class TextureManager;
 
 namespace zelview {
 
-/// Draws what GPUModel::draw() passes over, drawables without commands: one by one, with the model's own changes of state.
+/// Draws what GPUModel::draw() passes over, drawables without commands: one by one, with the model's own state changes.
 /// The model leaves transforms, winding and stencil of such drawables to their host.
 class DrawUnitList
 {

@@ -46,9 +46,9 @@ QString MaterialSelection::describe() const
         parts.append(QStringLiteral("'%1', number %2").arg(_names[_selected]).arg(_selected));
     }
     if (_solo >= 0) {
-        parts.append(QStringLiteral("alone '%1'").arg(_names[_solo]));
+        parts.append(QStringLiteral("only '%1'").arg(_names[_solo]));
     } else if (const auto count = std::count(_excluded.begin(), _excluded.end(), true); count > 0) {
-        parts.append(QStringLiteral("%1 left out").arg(count));
+        parts.append(QStringLiteral("%1 hidden").arg(count));
     }
     return parts.join(QStringLiteral("; "));
 }

@@ -90,12 +90,12 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
         return scene.problem();
     }
     if (!options.imageOption.isEmpty()) {
-        return Problem{ExitCode::eUsage, QStringLiteral("--%1 goes with images; %2 is a model")
+        return Problem{ExitCode::eUsage, QStringLiteral("--%1 applies to images; %2 is a model")
                                              .arg(options.imageOption, options.subject())};
     }
     if (options.lights == LightRig::eFile && scene->lights.empty()) {
         return Problem{ExitCode::eUsage,
-                       QStringLiteral("--lights file: there are no lights in %1").arg(options.subject())};
+                       QStringLiteral("--lights file: %1 has no lights").arg(options.subject())};
     }
     const Expected<ModelCamera> camera = ModelCamera::create(*scene, options);
     if (!camera) {
@@ -207,7 +207,7 @@ Failure ModelExhibit::makeShadows(Programs &programs)
     _lightLines = std::move(*lightLines);
     setLights();
     if (int(_lights.size()) > ShadowLayers::kMaxLights) {
-        Console::printError(QStringLiteral("of %1 lights the first %2 shine")
+        Console::printError(QStringLiteral("the file has %1 lights; only the first %2 are used")
                                 .arg(_lights.size())
                                 .arg(ShadowLayers::kMaxLights));
     }

@@ -239,13 +239,12 @@ void ModelTextures::unbind(ShaderProgram *program) const
 TextureToken ModelTextures::add(const TextureSource &source)
 {
     if (!source.tiles.empty()) {
-        _remarks.append(
-            QStringLiteral("texture '%1' has tiles, of which the manager '%2' shows the first alone")
-                .arg(source.name, managerName(_kind)));
+        _remarks.append(QStringLiteral("texture '%1' has tiles; the manager '%2' shows only the first")
+                            .arg(source.name, managerName(_kind)));
     }
     Texture *texture = load(source);
     if (texture == nullptr) {
-        _remarks.append(QStringLiteral("texture '%1' cannot be read, and is drawn white").arg(source.name));
+        _remarks.append(QStringLiteral("texture '%1' cannot be read and is drawn white").arg(source.name));
         return _white;
     }
     return addTexture(texture);
@@ -262,7 +261,7 @@ TextureToken ModelTextures::addSet(const TextureSource &source)
         alone.wrapV = TextureSource::eClamp;
         Texture *texture = load(alone);
         if (texture == nullptr) {
-            _remarks.append(QStringLiteral("tile '%1' cannot be read, and is left out").arg(tile.path));
+            _remarks.append(QStringLiteral("tile '%1' cannot be read and is left out").arg(tile.path));
             continue;
         }
         addTexture(texture);
@@ -294,13 +293,13 @@ void ModelTextures::placeInSlots()
     const QStringList scaled =
         captured(messages, R"(resized to fit into texture slots \((\d+x\d+)\) -> \((\d+x\d+)\))");
     if (!scaled.isEmpty()) {
-        _remarks.append(QStringLiteral("the manager '%1' has too few slots, and scales textures: %2 texels")
+        _remarks.append(QStringLiteral("the manager '%1' has too few slots and scales textures: %2 texels")
                             .arg(managerName(_kind), scaled.join(QStringLiteral(", "))));
     }
     const QStringList lost = captured(messages, R"(Failed to find slot or layer \( *(\d+x\d+))");
     if (!lost.isEmpty()) {
         _remarks.append(
-            QStringLiteral("the manager '%1' has too few slots, and leaves out textures: %2 texels")
+            QStringLiteral("the manager '%1' has too few slots and leaves out textures: %2 texels")
                 .arg(managerName(_kind), lost.join(QStringLiteral(", "))));
     }
 }

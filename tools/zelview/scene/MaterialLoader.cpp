@@ -229,7 +229,7 @@ private:
         const bool isComputed = name.startsWith(QLatin1String("Procedural,")); // of Blender
         const QString remark = isComputed
                                    ? QStringLiteral("procedural textures are not shown")
-                                   : QStringLiteral("texture '%1' is missing, and drawn white").arg(name);
+                                   : QStringLiteral("texture '%1' is missing and is drawn white").arg(name);
         if (!_scene.remarks.contains(remark)) {
             _scene.remarks.append(remark);
         }

@@ -169,7 +169,7 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
     }
     scene.bounds = boundsOf(scene);
     if (!isUsable(scene.bounds)) {
-        return inputProblem(path, QStringLiteral("has coordinates that are no numbers or out of range"));
+        return inputProblem(path, QStringLiteral("has coordinates that are not finite or out of range"));
     }
     return scene;
 }
@@ -178,7 +178,7 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
 void remark(const aiScene &source, const GltfHead &gltf, const QStringList &missing, Scene &scene)
 {
     for (const QString &file : missing) {
-        scene.remarks.append(QStringLiteral("file '%1' is missing, and what it holds is left out").arg(file));
+        scene.remarks.append(QStringLiteral("file '%1' is missing; its contents are left out").arg(file));
     }
     if (const QString omissions = describeOmissions(source, gltf); !omissions.isEmpty()) {
         scene.remarks.append(QStringLiteral("not shown: ") + omissions);

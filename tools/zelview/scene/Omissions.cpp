@@ -194,9 +194,9 @@ void showTransparentScene(Scene &scene)
         return;
     }
     if (transparent.size() < scene.materials.size()) {
-        scene.remarks.append(QStringLiteral("of %1 materials %2 are fully transparent")
-                                 .arg(scene.materials.size())
-                                 .arg(transparent.size()));
+        scene.remarks.append(QStringLiteral("%1 of %2 materials are fully transparent")
+                                 .arg(transparent.size())
+                                 .arg(scene.materials.size()));
         return;
     }
     for (Material *material : transparent) {
@@ -204,7 +204,7 @@ void showTransparentScene(Scene &scene)
         material->isBlended = false;
         material->alphaCutoff = -1.0f;
     }
-    scene.remarks.append(QStringLiteral("all materials are fully transparent, and drawn opaque"));
+    scene.remarks.append(QStringLiteral("all materials are fully transparent and are drawn opaque"));
 }
 
 } // namespace zelview
