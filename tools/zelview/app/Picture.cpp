@@ -18,7 +18,7 @@ namespace zelview {
 
 namespace {
 
-/// The pixels of a target, with the first row on top.
+/// The pixels of a target, top row first.
 Expected<QImage> readBack(RenderTarget &target, const QSize &size)
 {
     QImage image(size, QImage::Format_RGBX8888);
@@ -45,7 +45,7 @@ Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QS
     return {};
 }
 
-/// Draws it again, now that all stands ready, along its path if it has one, and tells what that takes.
+/// Draws the exhibit again, now that all its objects exist, along its path if it has one, and appends the cost to the report.
 Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const Options &options,
                 QStringList &report)
 {
@@ -86,7 +86,7 @@ Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &opti
     return readBack(**target, size);
 }
 
-/// All in a scope of its own: what it makes is gone before the context is.
+/// A function of its own, so that its GL objects are deleted before the context.
 Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
 {
     Picture picture;

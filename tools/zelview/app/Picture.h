@@ -9,15 +9,15 @@ namespace zelview {
 class Exhibit;
 struct Options;
 
-/// A finished picture, and what it took.
+/// A finished picture, and what it cost.
 struct Picture
 {
     QImage image;
     QString driver;
-    QStringList frame; ///< the exhibit's words
+    QStringList frame; ///< lines of the exhibit about it
     int samples = 0;
     qint64 buildTime = 0; ///< milliseconds: context, programs, uploads
-    qint64 drawTime = 0;  ///< milliseconds: the frame, and its way back from the driver
+    qint64 drawTime = 0;  ///< milliseconds: drawing and reading back
 };
 
 /// Draws an exhibit without a window.

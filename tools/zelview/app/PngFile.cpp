@@ -24,7 +24,7 @@ Failure checkPngTarget(const QString &path)
         return fileProblem(path, QStringLiteral("there is no folder '%1'").arg(folder.filePath()));
     }
     if (file.exists() && !file.isFile()) {
-        // A rename would put the picture in the place of a device.
+        // The final rename would replace a device by the picture.
         return fileProblem(path, QStringLiteral("it is not a plain file"));
     }
     if (!folder.isWritable() || (file.exists() && !file.isWritable())) {
@@ -41,7 +41,7 @@ Failure writePng(const QImage &image, const QString &path)
     }
     QImageWriter writer(&file, "png");
     if (!writer.write(image)) {
-        return fileProblem(path, writer.errorString()); // the temporary file goes with the object
+        return fileProblem(path, writer.errorString()); // the destructor deletes the temporary file
     }
     if (!file.commit()) {
         return fileProblem(path, file.errorString());

@@ -6,11 +6,11 @@ class QImage;
 
 namespace zelview {
 
-/// Whether a picture could be written there, asked before the work is done: a folder that takes files, and no device or
-/// folder in the file's place.
+/// Checks before the work starts that a picture can be written there: the folder is writable, and the path names no
+/// device and no folder.
 Failure checkPngTarget(const QString &path);
 
-/// Writes the whole picture or nothing: into a temporary file beside it, which then takes its place.
+/// Writes the whole picture or nothing: into a temporary file in the same folder, which then replaces the old one.
 Failure writePng(const QImage &image, const QString &path);
 
 } // namespace zelview

@@ -22,11 +22,11 @@ namespace zelview {
 
 namespace {
 
-constexpr float kAnglePerStep = 120.0f; ///< of the wheel, as Qt counts
+constexpr float kAnglePerStep = 120.0f; ///< of the wheel, in Qt's unit
 constexpr float kRoundTrip = 30000.0f;  ///< milliseconds
-constexpr int kMeasuredTogether = 30;   ///< frames of which the means are shown
+constexpr int kMeasuredTogether = 30;   ///< frames that one mean covers
 constexpr float kStepsPerKey = 2.0f;
-constexpr qreal kClickReach = 3.0; ///< device-independent pixels that a click may wander
+constexpr qreal kClickReach = 3.0; ///< device-independent pixels that the pointer may move during a click
 
 void sayAll(const QStringList &lines)
 {
@@ -189,7 +189,7 @@ void Window::mouseReleaseEvent(QMouseEvent *event)
 
 void Window::mouseMoveEvent(QMouseEvent *event)
 {
-    if (event->buttons() == Qt::NoButton) { // windows are told of these too
+    if (event->buttons() == Qt::NoButton) { // windows receive these events too
         return;
     }
     _hasDragged = _hasDragged || (event->localPos() - _pressPosition).manhattanLength() > kClickReach;

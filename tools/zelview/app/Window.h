@@ -17,18 +17,18 @@ class Programs;
 class Stage;
 struct Options;
 
-/// An exhibit in a window: a click picks, left button turns, middle or right button moves, wheel zooms, Home shows everything,
-/// F statistics in the picture, Escape closes; other keys are the exhibit's.
+/// Shows an exhibit in a window. A click picks; the left button turns, the middle or right button moves, the wheel zooms;
+/// Home shows everything, F shows statistics in the picture, Escape closes. The exhibit handles all other keys.
 class Window : public QOpenGLWindow
 {
     Q_OBJECT
 
 public:
-    /// Both are borrowed.
+    /// Does not take ownership; both must outlive the window.
     Window(Exhibit &exhibit, const Options &options);
     ~Window() override;
 
-    /// What kept it from showing anything, once it has closed for that.
+    /// Why the window closed without showing anything, if it did.
     const Failure &failure() const { return _failure; }
 
 protected:
@@ -54,11 +54,11 @@ private:
     std::unique_ptr<FrameMeter> _meter;
     std::unique_ptr<Overlay> _overlay;
     bool _showsStatistics = false;
-    QElapsedTimer _clock; ///< of exhibits that move
+    QElapsedTimer _clock; ///< for exhibits that move
     bool _isUp = false;
     bool _isFramed = false;
-    QSize _fittedTo;                 ///< the pixels that the exhibit last was framed or fitted for
-    bool _describesNextFrame = true; ///< the next frame is described
+    QSize _fittedTo;                 ///< the viewport that the exhibit was last framed or fitted for, in pixels
+    bool _describesNextFrame = true; ///< prints a report of the next frame
     QPointF _lastPosition;           ///< of the pointer, device-independent pixels
     QPointF _pressPosition;
     bool _hasDragged = false; ///< since the button went down

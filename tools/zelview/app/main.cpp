@@ -41,7 +41,7 @@ Failure checkPicture(const Options &options)
             }
         }
     }
-    const QString picture = QFileInfo(options.picture).canonicalFilePath(); // empty while there is none
+    const QString picture = QFileInfo(options.picture).canonicalFilePath(); // empty if it does not exist yet
     for (const QString &file : shown) {
         if (!picture.isEmpty() && picture == QFileInfo(file).canonicalFilePath()) {
             return Problem{ExitCode::eUsage,
@@ -85,7 +85,7 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
     return {};
 }
 
-/// The plans as they are for a scene, or with all the room that their mechanism has.
+/// Prints the plans for the scene of the options, or with the full capacity of the mechanism if they name none.
 Failure printPlan(const Options &options)
 {
     int objects = std::numeric_limits<int>::max();

@@ -56,7 +56,7 @@ void AmbientOcclusion::beginGeometry()
 {
     _geometry->framebuffer()->bind();
     glViewport(0, 0, _size.width(), _size.height());
-    glClearColor(0.0f, 0.0f, 0.0f, 0.0f); // nothing there: no normal, no distance
+    glClearColor(0.0f, 0.0f, 0.0f, 0.0f); // no surface: no normal, no distance
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 }
 

@@ -17,14 +17,14 @@ namespace zelview {
 
 class RenderTarget;
 
-/// How much of the light from all around reaches the surfaces of a frame, judged from what the frame itself shows:
-/// crevices and contacts darken.
+/// Screen-space ambient occlusion: estimates from the depth and normals of a frame how much ambient light reaches each
+/// surface, so that crevices and contacts darken.
 ///
-/// The caller draws what casts and takes occlusion between beginGeometry() and endGeometry(), with the normal of the
-/// face in view space and the distance along the view as colour; then texture() holds, for each pixel, 1 in the open down
-/// to 0, and the distance.
+/// Between beginGeometry() and endGeometry() the caller draws all surfaces that cast or receive occlusion; the colour is
+/// the normal of the face in view space, and the distance along the view. Then texture() holds the openness of each
+/// pixel, from 0 to 1, and the distance.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class AmbientOcclusion
 {
     Q_DISABLE_COPY(AmbientOcclusion)
@@ -33,11 +33,11 @@ public:
     static Expected<std::unique_ptr<AmbientOcclusion>> create(Programs &programs);
     ~AmbientOcclusion();
 
-    /// Does nothing for the size that it has.
+    /// Does nothing if the size is unchanged.
     Failure resize(const QSize &size);
 
     void beginGeometry();
-    /// Leaves no framebuffer bound. \a reach: how far an occluder may be, in the scene's units.
+    /// Leaves no framebuffer bound. \a reach: greatest distance of an occluder, in units of the scene.
     void endGeometry(const QMatrix4x4 &projection, float reach);
 
     Orvane::Zel::Texture *texture();

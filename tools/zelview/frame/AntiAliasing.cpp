@@ -43,7 +43,7 @@ Failure makeTarget(const QSize &size, unsigned int format, TargetPointer &target
     return {};
 }
 
-/// Into the framebuffer that is bound.
+/// Draws into the bound framebuffer.
 void drawFrom(const ProgramPointer &program, const std::vector<Input> &inputs)
 {
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);

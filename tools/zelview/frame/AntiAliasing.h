@@ -16,12 +16,12 @@ namespace zelview {
 
 class RenderTarget;
 
-/// Smooths the edges of a finished picture by the library's FXAA or SMAA, the last step on its way to the screen.
+/// Smooths the edges of a finished picture with the library's FXAA or SMAA, as the last step before the screen.
 ///
-/// FXAA takes the picture as screens show it. SMAA finds edges in that one and blends the light itself, so that its
-/// edges are as bright as more samples would make them.
+/// FXAA works on the sRGB picture. SMAA finds edges in the sRGB picture and blends linear light, so that its edges are as
+/// bright as those of multisampling.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class AntiAliasing
 {
     Q_DISABLE_COPY(AntiAliasing)
@@ -31,13 +31,13 @@ public:
     static Expected<std::unique_ptr<AntiAliasing>> create(Programs &programs, EdgeFilter filter);
     virtual ~AntiAliasing();
 
-    /// Does nothing for the size that it has.
+    /// Does nothing if the size is unchanged.
     Failure resize(const QSize &size);
 
-    /// Where the picture goes first, encoded for a screen.
+    /// The target for the sRGB picture that draw() reads.
     RenderTarget &encoded() { return *_encoded; }
 
-    /// Draws the picture into a framebuffer; \a linear is what was encoded, clamped and with linear filters.
+    /// Draws the picture into a framebuffer. \a linear: the same picture in linear light, clamped, with linear filters.
     virtual void draw(Orvane::Zel::Texture &linear, unsigned int targetFramebuffer, bool isDithered) = 0;
 
 protected:

@@ -9,13 +9,13 @@
 
 namespace zelview {
 
-/// The soft gradient behind a model.
+/// The soft gradient that is the background of a model.
 class Backdrop
 {
 public:
     static Expected<std::unique_ptr<Backdrop>> create(Programs &programs);
 
-    /// Fills the bound framebuffer; depth is neither tested nor written.
+    /// Fills the bound framebuffer. Neither tests nor writes depth.
     void draw(const QSize &viewport);
 
 private:

@@ -18,9 +18,9 @@ bool gVerbose = false;
 bool gStarted = false;
 bool gCollecting = false;
 QStringList gMessages;   ///< of a Collector
-int gStandardError = -1; ///< while it is kept closed
+int gStandardError = -1; ///< copy of the descriptor, while stderr is redirected
 
-/// The least level that is shown.
+/// Whether messages of this level are shown.
 bool isShown(QtMsgType level)
 {
     return gVerbose || level == QtCriticalMsg || (gStarted && level == QtWarningMsg);
@@ -48,7 +48,7 @@ void openStandardError()
     ::close(gStandardError);
 }
 
-/// The signal comes from a call of this thread, so that nothing here is interrupted.
+/// Not limited to functions that are safe in signal handlers: abort() raises the signal, at a known place of this thread.
 void endInsteadOfAbort(int)
 {
     openStandardError();

@@ -5,23 +5,24 @@
 #include <QtCore/QStringList>
 
 /// \file
-/// What the program says: results on stdout, messages on stderr, one line each, and what becomes of the messages of
-/// Qt and of the library.
+/// The output of the program: results on stdout, errors on stderr, one line each; and the handling of the messages of Qt
+/// and of the library.
 
 namespace zelview { namespace Console {
 
-/// Takes Qt's messages over. Debug messages are shown only if \a verbose.
+/// Installs the handler for Qt's messages. Debug messages are shown only if \a verbose.
 ///
-/// Until setGraphicsStarted() is called, warnings are kept back too, since Qt remarks on the machine's set-up; and Qt's way to say
-/// that there is no display, a fatal message, becomes one line and ExitCode::eGL.
+/// Before setGraphicsStarted(), warnings are hidden too, since Qt warns about details of the machine's set-up. If there is
+/// no display, Qt reports a fatal message, which becomes one line and ExitCode::eGL.
 void install(bool verbose);
 
-/// The graphics stand: from now on what the library reports is shown.
+/// To be called when the library has started: from now on its warnings are shown.
 void setGraphicsStarted();
 
-/// Keeps back what is said about a file while it is read, by Qt, by the library and by the decoders below them, which
-/// write on stderr themselves: whoever reads has the better line. Where a reader ends the process, as the Radiance reader
-/// does at a run that leaves its row, its last words become the line, and the end is ExitCode::eInput. Does not nest.
+/// While it exists, collects the messages of Qt and the library about a file that is being read, and discards what
+/// decoders write to stderr: the caller prints one better line. If a reader aborts the process, as the Radiance reader
+/// does at a run that exceeds its row, its last message becomes that line, and the exit code is ExitCode::eInput. Does
+/// not nest.
 class Collector
 {
     Q_DISABLE_COPY(Collector)
@@ -30,20 +31,20 @@ public:
     Collector();
     ~Collector();
 
-    /// The messages of the library and of Qt since the last Collector was made, without their places in the source.
+    /// The messages since the last Collector was constructed, without source file and line.
     static QStringList messages();
 };
 
-/// A line on stdout.
+/// Prints a line on stdout.
 void printLine(const QString &line);
 
-/// "zelview: " and a line on stderr: how far long work has come.
+/// Prints "zelview: " and a line on stderr: the progress of a long operation.
 void printProgress(const QString &line);
 
-/// The same for what went wrong.
+/// The same for an error.
 void printError(const QString &line);
 
-/// printError() of a problem, and its exit code as a number.
+/// Prints the text of a problem, and returns its exit code as a number.
 int reportProblem(const Problem &problem);
 
 }} // namespace zelview::Console

@@ -8,7 +8,7 @@ namespace {
 
 constexpr double kNanosecond = 1e-6; ///< milliseconds
 
-/// Of OpenGL 3.3, like the kind of query.
+/// glGetQueryObjectui64v() of OpenGL 3.3; GL_TIME_ELAPSED needs that version too.
 using GetResult = void(APIENTRY *)(GLuint, GLenum, quint64 *);
 
 GetResult resultGetter()

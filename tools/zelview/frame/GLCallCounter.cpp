@@ -9,7 +9,7 @@ namespace zelview {
 
 namespace {
 
-/// What a call sets: its kind, and what it is about, such as a target.
+/// The state that a call sets: its kind, and up to two parameters that select it, such as a target.
 using StateKey = std::array<quint64, 3>;
 
 enum Kind : quint64 {
@@ -33,7 +33,7 @@ enum Kind : quint64 {
     eViewport
 };
 
-/// The calls so far, and the state as they have set it.
+/// The calls so far, and the state that they have set.
 class Ledger
 {
 public:
@@ -53,7 +53,7 @@ public:
         return place != _state.end() ? place->second[0] : 0;
     }
 
-    /// Names may come back for other objects.
+    /// To be called at deletions: GL reuses the names of deleted objects.
     void forget() { _state.clear(); }
 
     const GLCalls &calls() const { return _calls; }
@@ -67,12 +67,12 @@ Ledger *ledger = nullptr;
 
 StateKey bufferKey(GLenum target)
 {
-    // The element array belongs to the vertex array.
+    // The binding of the element array is state of the vertex array.
     const bool isOfArray = target == GL_ELEMENT_ARRAY_BUFFER;
     return {eBuffer, target, isOfArray ? ledger->value({eVertexArray}) : 0};
 }
 
-// What calls do to the state; by entry point.
+// Overloads by entry point: the effect of a call on the state.
 
 template <auto Slot> struct Effect
 {
@@ -182,7 +182,7 @@ template <> struct Effect<&glDeleteTextures>
     static void of(GLsizei, const GLuint *) { ledger->forget(); }
 };
 
-/// Stands in front of an entry point.
+/// Wraps an entry point: counts the call, then forwards it.
 template <auto Slot> class Tap;
 
 template <typename Result, typename... Arguments, Result(APIENTRY **Slot)(Arguments...)> class Tap<Slot>
@@ -206,7 +206,7 @@ private:
     static inline Result(APIENTRY *_driver)(Arguments...) = nullptr;
 };
 
-/// The entry points that are counted: all that a frame makes use of.
+/// The entry points that are counted: all that a frame uses.
 template <auto... Slots> struct TapList
 {
     static void install() { (Tap<Slots>::install(), ...); }

@@ -4,18 +4,18 @@
 
 namespace zelview {
 
-/// GL calls of a while.
+/// Numbers of GL calls in an interval.
 struct GLCalls
 {
     qint64 all = 0;
-    qint64 stateChanges = 0; ///< those that bind, enable or set what later draws go by, uniforms left out
-    qint64 redundant = 0;    ///< state changes to what is there already
+    qint64 stateChanges = 0; ///< calls that bind, enable or set state of later draws, without uniforms
+    qint64 redundant = 0;    ///< state changes that set the value that the state has already
 };
 
-/// Counts the GL calls that go through the library's table of entry points, in its scope. What the library's classes look
-/// up for themselves, which is what came after OpenGL 3.2, is not among them.
+/// While it exists, counts the GL calls through the library's table of entry points. Entry points that the library's
+/// classes look up themselves, those newer than OpenGL 3.2, are not counted.
 ///
-/// One at a time. It knows nothing of the state at its start: the first change of each kind is never redundant.
+/// Only one may exist at a time. It does not know the state at its start: the first change of each kind is never redundant.
 class GLCallCounter
 {
     Q_DISABLE_COPY(GLCallCounter)

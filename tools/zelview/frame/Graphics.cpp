@@ -35,7 +35,7 @@ QSurfaceFormat surfaceFormat(const Options &options)
 {
     QSurfaceFormat format;
     format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setVersion(3, 2); // drivers answer with the newest version that is compatible
+    format.setVersion(3, 2); // drivers return the newest compatible version
     if (options.verbose) {
         format.setOption(QSurfaceFormat::DebugContext);
     }

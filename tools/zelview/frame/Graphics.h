@@ -14,18 +14,19 @@ namespace zelview {
 struct Options;
 
 /// \file
-/// What pictures and windows have in common: the platform, the format of contexts, the library's start in one.
+/// What pictures and windows share: the Qt platform, the format of contexts, and the start of the library.
 
-/// Chooses GLX, the library's way to GL, where the environment does not choose. Before the application object is made.
+/// Selects GLX, which the library needs, unless the environment selects a platform. Call it before the application object
+/// exists.
 void choosePlatform();
 
-/// A core profile as new as the driver has; with debug output if the user wants to see it.
+/// The newest core profile of the driver; a debug context if the options ask for debug messages.
 QSurfaceFormat surfaceFormat(const Options &options);
 
-/// Starts the library in the current context, and settles how draw IDs travel.
+/// Initialises the library in the current context, and selects how draw IDs reach the shaders.
 Failure startLibrary(const Options &options);
 
-/// The current context's driver, in one line.
+/// The driver of the current context, in one line.
 QString describeDriver();
 
 /// A current context without a window.

@@ -4,11 +4,11 @@
 
 namespace zelview {
 
-/// ExitCode::eFile unless there is a plain file that can be read.
+/// Returns ExitCode::eFile unless the path names a readable plain file.
 Failure checkInputFile(const QString &path);
 
-/// Why no reader takes a file, if its first bytes show it: it is empty, or of a variant that is not read. Empty if they
-/// do not.
+/// Why no reader recognises a file, if its first bytes show that: the file is empty, or of an unsupported variant.
+/// Otherwise returns an empty string.
 QString reasonInHead(const QString &path);
 
 } // namespace zelview

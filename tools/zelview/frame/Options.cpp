@@ -100,7 +100,7 @@ Problem usageProblem(const QString &text)
     return {ExitCode::eUsage, text + QStringLiteral(" (see zelview --help)")};
 }
 
-/// "WxH"; empty when the text is anything else or a side is out of range.
+/// Parses "WxH".
 Expected<QSize> parseSize(const QString &text)
 {
     static const QRegularExpression kForm(QStringLiteral("^(\\d{1,9})x(\\d{1,9})$"));
@@ -138,7 +138,7 @@ Expected<float> parseReal(const QString &option, const QString &text, float low,
 {
     bool isNumber = false;
     const float number = text.toFloat(&isNumber);
-    // The comparison is written so that a NaN fails it.
+    // The comparison is false for NaN.
     if (!isNumber || !(number >= low && number <= high)) {
         return usageProblem(QStringLiteral("--%1 takes a number from %2 to %3, not '%4'")
                                 .arg(option)
@@ -156,7 +156,7 @@ Expected<QVector2D> parseView(const QString &text)
     bool isAzimuth = false;
     bool isElevation = false;
     const QVector2D angles(parts.value(0).toFloat(&isAzimuth), parts.value(1).toFloat(&isElevation));
-    // The comparison is written so that a NaN fails it.
+    // The comparison is false for NaN.
     if (parts.size() == 2 && isAzimuth && isElevation && qAbs(angles.x()) <= 360.0f
         && qAbs(angles.y()) <= 89.0f) {
         return angles;
@@ -181,7 +181,7 @@ Expected<QPoint> parsePixel(const QString &text, const QSize &size)
     return pixel;
 }
 
-/// One of the names, as the number that it has among them.
+/// The index of the text among the names.
 template <typename Choice>
 Expected<Choice> parseName(const QString &option, const QString &text, const QStringList &names)
 {
@@ -194,7 +194,7 @@ Expected<Choice> parseName(const QString &option, const QString &text, const QSt
     return Choice(index);
 }
 
-/// Reads options, as far as they were given, one after the other; the first problem ends that.
+/// Reads the options that were given, one after the other. After the first problem it reads no more.
 class Reader
 {
 public:
@@ -207,7 +207,7 @@ public:
 
     bool isSet(const QString &option) const { return _parser.isSet(option); }
 
-    /// The name of the first of these options that was given; empty when none was.
+    /// The name of the first of these options that was given; empty if none was.
     QString firstSet(const QList<QCommandLineOption> &options) const
     {
         const auto given =
@@ -223,7 +223,7 @@ public:
         }
     }
 
-    /// Stores what \a parse makes of the option's text.
+    /// Stores what \a parse returns for the text of the option.
     template <typename Target, typename Parse>
     void read(const QString &option, Target &target, const Parse &parse)
     {
@@ -238,7 +238,7 @@ public:
         }
     }
 
-    /// \a what: what stands there, when nothing may not.
+    /// Refuses an empty text. \a what: what the message asks for.
     void readText(const QString &option, QString &target, const char *what)
     {
         target = _parser.value(option);
@@ -393,7 +393,7 @@ void readLights(Reader &reader, Options &options)
     options.hasGround = reader.isSet(kGround);
 }
 
-/// Of what the library offers in several ways.
+/// Options for what the library can do in several ways.
 QList<QCommandLineOption> transportOptions()
 {
     return {
@@ -468,7 +468,7 @@ void readMeasures(Reader &reader, Options &options)
     reader.readNumber(kFrames, options.frames, 1, kMaxFrames);
 }
 
-/// The FILE, or what stands in its place.
+/// Reads FILE, or the option that replaces it.
 void readSource(Reader &reader, QStringList names, const QString &tiles, Options &options)
 {
     options.printsPlan = reader.isSet(kPrintPlan);

@@ -8,26 +8,26 @@
 
 namespace zelview {
 
-/// How the program ends; the numbers are its contract with scripts.
+/// Exit codes of the program; scripts depend on the numbers.
 enum class ExitCode {
     eOk = 0,
-    eUsage = 1, ///< the command line cannot be carried out
+    eUsage = 1, ///< the command line is wrong
     eFile = 2,  ///< a file cannot be read or written
-    eInput = 3, ///< a file was read and makes no sense
-    eGL = 4     ///< no display, no usable context, or a driver that gives up
+    eInput = 3, ///< a file is malformed or unsupported
+    eGL = 4     ///< no display, no usable context, or a failure of the driver
 };
 
-/// What went wrong: one line for the user, and the exit code that it leads to.
+/// An error: one line for the user, and the exit code.
 struct Problem
 {
     ExitCode code;
     QString text;
 };
 
-/// The result of an operation that yields nothing: empty when all went well.
+/// The result of an operation without a value: empty on success.
 using Failure = std::optional<Problem>;
 
-/// A value, or the problem that kept it from being made.
+/// A value, or the problem that prevented it.
 template <typename T> class Expected
 {
 public:

@@ -15,14 +15,14 @@ namespace zelview {
 
 namespace {
 
-constexpr int kTextHeight = 13; ///< device-independent pixels, as is what follows
+constexpr int kTextHeight = 13; ///< in device-independent pixels, like the following lengths
 constexpr qreal kMargin = 10.0;
 constexpr qreal kPadding = 8.0;
 constexpr int kValueColumn = 10; ///< characters before the values of a report
 constexpr int kMinCharacters = 8;
 
-/// Breaks lines so that none has more than \a most characters, at blanks where it can. What follows a break is indented,
-/// like the column of values if that leaves enough of the width.
+/// Breaks lines so that none has more than \a most characters, at blanks if possible. Continuation lines are indented to
+/// the column of values, if that leaves enough width.
 QStringList breakLines(const QStringList &lines, int most)
 {
     most = qMax(most, kMinCharacters);
@@ -41,7 +41,7 @@ QStringList breakLines(const QStringList &lines, int most)
     return broken;
 }
 
-/// The text on a dark plate, premultiplied, no wider than \a maxWidth without its padding.
+/// The text on a dark rectangle, premultiplied. Without its padding it is at most \a maxWidth wide.
 QImage paint(const QStringList &lines, qreal maxWidth, qreal scale)
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
@@ -67,7 +67,7 @@ QImage paint(const QStringList &lines, qreal maxWidth, qreal scale)
     return image;
 }
 
-/// Rows in GL's order.
+/// A texture of the image, rows in GL's order.
 std::unique_ptr<Texture> toTexture(const QImage &image)
 {
     const QImage rows = image.mirrored();

@@ -13,7 +13,7 @@ namespace zelview {
 /// Lines of text in the upper left corner of a finished picture, painted by QPainter; they break where the viewport ends.
 ///
 /// Units:   sizes in pixels.
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class Overlay
 {
     Q_DISABLE_COPY(Overlay)
@@ -22,7 +22,7 @@ public:
     static Expected<std::unique_ptr<Overlay>> create(Programs &programs);
     ~Overlay();
 
-    /// Over the bound framebuffer, which holds sRGB. \a scale: pixels for each device-independent one.
+    /// Draws over the bound framebuffer, which holds sRGB. \a scale: pixels per device-independent pixel.
     void draw(const QStringList &lines, const QSize &viewport, qreal scale);
 
 private:

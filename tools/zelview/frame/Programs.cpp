@@ -6,7 +6,7 @@
 
 using namespace Orvane::Zel;
 
-// A resource of a static library registers itself only when asked, and the macro wants the global namespace.
+// Resources of a static library are registered only by this macro, which must be used in the global namespace.
 static void registerShaders()
 {
     Q_INIT_RESOURCE(zelview);

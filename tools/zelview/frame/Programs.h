@@ -16,11 +16,11 @@ namespace zelview {
 
 using ProgramPointer = QSharedPointer<Orvane::Zel::ShaderProgram>;
 
-/// Builds zelview's programs, all from one text processor: its own shaders stand in ":/zelview/shaders", those of the
-/// library are found by their names.
+/// Builds zelview's shader programs with one macro processor. Its own shaders are in ":/zelview/shaders"; the library finds
+/// its shaders by their names.
 ///
-/// Context: setUp() asks DrawBuffers how draw IDs travel, so that is settled first. Build with the context current.
-/// Errors:  a shader that does not compile or link is ExitCode::eGL; the library logs the driver's words.
+/// Context: build with the context current, after startLibrary(), which selects how draw IDs reach the shaders.
+/// Errors:  ExitCode::eGL for a shader that does not compile or link; the library logs the driver's message.
 class Programs
 {
     Q_DISABLE_COPY(Programs)
@@ -29,11 +29,11 @@ public:
     Programs();
     ~Programs();
 
-    /// For defines and macros of those who own a feature of the shaders; counts for programs built later.
+    /// Each owner of a shader feature adds its defines and macros here; they apply to programs that are built later.
     Orvane::Zel::GLSLMacroProcessor *processor() { return &_processor; }
 
-    /// A program of the files named; "ZelUtilities..." and "passthroughVS.glslc" are the library's. The texts are
-    /// compilation units that stand in no file.
+    /// A program of these files; "ZelUtilities..." and "passthroughVS.glslc" are files of the library. The texts are
+    /// additional compilation units.
     Expected<ProgramPointer> build(const QStringList &vertexFiles, const QStringList &fragmentFiles,
                                    const QStringList &vertexTexts = {},
                                    const QStringList &fragmentTexts = {});

@@ -33,7 +33,8 @@ RenderTarget::RenderTarget(const QSize &size, unsigned int colorFormat, int samp
     _framebuffer->bind();
     _framebuffer->attach(_color.get(), GL_COLOR_ATTACHMENT0, 0);
     if (depth == eDepth) {
-        // Plain textures are made with a transfer type, which the library's tables have for depth alone.
+        // Only multisampled textures can have depth and stencil: other textures need a transfer type, and the library's tables
+        // have one only for plain depth formats.
         const bool hasStencil = samples > 0;
         _depth = makeTexture(size, hasStencil ? GL_DEPTH24_STENCIL8 : GL_DEPTH_COMPONENT32F, samples);
         _framebuffer->attach(_depth.get(), hasStencil ? GL_DEPTH_STENCIL_ATTACHMENT : GL_DEPTH_ATTACHMENT, 0);

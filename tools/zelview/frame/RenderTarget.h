@@ -13,9 +13,9 @@ class Texture;
 
 namespace zelview {
 
-/// A framebuffer with a colour texture, and a depth texture if asked, which has stencil where it is multisampled.
+/// A framebuffer with a colour texture and an optional depth texture, which has stencil if it is multisampled.
 ///
-/// Context: construct, use and delete with one and the same context current.
+/// Context: construct, use and delete with the same context current.
 class RenderTarget
 {
     Q_DISABLE_COPY(RenderTarget)
@@ -23,7 +23,7 @@ class RenderTarget
 public:
     enum Depth { eNoDepth, eDepth };
 
-    /// \a samples of 0 make a plain texture. ExitCode::eGL when the driver cannot provide it.
+    /// \a samples: 0 for a texture without multisampling. ExitCode::eGL if the driver cannot provide the framebuffer.
     static Expected<std::unique_ptr<RenderTarget>> create(const QSize &size, unsigned int colorFormat,
                                                           int samples, Depth depth);
     ~RenderTarget();
@@ -36,7 +36,7 @@ private:
 
     std::unique_ptr<Orvane::Zel::Texture> _color;
     std::unique_ptr<Orvane::Zel::Texture> _depth;
-    std::unique_ptr<Orvane::Zel::FramebufferObject> _framebuffer; ///< goes before what is attached to it
+    std::unique_ptr<Orvane::Zel::FramebufferObject> _framebuffer; ///< declared last: deleted before its attachments
 };
 
 } // namespace zelview

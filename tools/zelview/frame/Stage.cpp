@@ -20,7 +20,7 @@ int askLimit(GLenum name)
     return value;
 }
 
-/// An edge filter reads between texels.
+/// Linear filters, since an edge filter reads between texels.
 void setSmooth(Texture &texture)
 {
     const AutoBinder bound(&texture);
@@ -65,7 +65,7 @@ Failure Stage::resize(const QSize &size)
     _resolved.reset();
     _size = QSize();
 
-    // Drivers may give more than one sample where one is asked for: then the target is a plain one.
+    // Drivers may provide more samples than one if one is requested, so one sample means a texture without multisampling.
     auto multisampled =
         RenderTarget::create(size, GL_RGBA16F, _samples > 1 ? _samples : 0, RenderTarget::eDepth);
     if (!multisampled) {

@@ -13,27 +13,27 @@ namespace zelview {
 class AntiAliasing;
 class RenderTarget;
 
-/// Where frames are made: into a multisampled floating-point framebuffer, in linear light that is mapped to what a
-/// screen can show, so that edges blend as light does; the finished picture is encoded into the target's sRGB, by way of
-/// an edge filter if one is wanted.
+/// The framebuffers of a frame. Frames are drawn into a multisampled floating-point framebuffer, in linear, tone-mapped
+/// light, so that edges are blended in linear light. The finished picture is filtered by FXAA or SMAA if requested, and
+/// encoded as sRGB into the target.
 ///
 /// Units:   sizes in pixels.
-/// Context: use and delete with one and the same context current.
+/// Context: use and delete with the same context current.
 class Stage
 {
     Q_DISABLE_COPY(Stage)
 
 public:
-    /// As many samples for each pixel as the driver has, at most \a samples.
+    /// With \a samples samples per pixel, or as many as the driver supports.
     static Expected<std::unique_ptr<Stage>> create(Programs &programs, int samples, EdgeFilter filter);
     ~Stage();
 
-    /// Does nothing for the size that it has.
+    /// Does nothing if the size is unchanged.
     Failure resize(const QSize &size);
 
-    /// What is drawn between the two goes into the frame; depth is cleared, colour is the caller's to fill.
+    /// What is drawn between begin() and end() becomes the frame. begin() clears depth; the caller must fill the colour.
     void begin();
-    /// \a isDithered adds a noise of less than one step of 8 bits.
+    /// \a isDithered: adds noise of less than one step of 8 bits.
     void end(unsigned int targetFramebuffer, bool isDithered);
 
     int samples() const { return _samples; }

@@ -8,10 +8,10 @@ class UniformBufferObject;
 
 namespace zelview {
 
-/// A uniform buffer of its own for the block of this name.
+/// A new uniform buffer for the block of this name.
 QSharedPointer<Orvane::Zel::UniformBufferObject> makeUniformBlock(const char *name);
 
-/// New contents: \a count records of \a size bytes each.
+/// Replaces the contents: \a count records of \a size bytes each.
 bool uploadUniformBlock(const Orvane::Zel::UniformBufferObject &block, const void *records, int count,
                         unsigned long size);
 

@@ -22,7 +22,7 @@ Expected<LightImage> read(const QString &path)
 {
     Imf::RgbaInputFile file(QFile::encodeName(path).constData());
     const Imath::Box2i window = file.dataWindow();
-    // In 64 bits: a broken file's corners may lie anywhere.
+    // In 64 bits: the corners in a malformed file may have any value.
     const qint64 width = qint64(window.max.x) - window.min.x + 1;
     const qint64 height = qint64(window.max.y) - window.min.y + 1;
     if (width < 1 || height < 1 || width > kMaxTexels / height) {
@@ -32,7 +32,7 @@ Expected<LightImage> read(const QString &path)
     LightImage image{QSize(int(width), int(height)), {}};
     image.texels.reserve(size_t(width * height));
     std::vector<Imf::Rgba> row(static_cast<size_t>(width));
-    // OpenEXR finds a texel by its coordinates, which need not begin at 0; with a stride of 0 every row comes here.
+    // OpenEXR addresses a texel by its coordinates, which need not start at 0. With a stride of 0 every row is written here.
     file.setFrameBuffer(row.data() - window.min.x, 1, 0);
     for (int y = window.min.y; y <= window.max.y; ++y) {
         file.readPixels(y);
@@ -54,7 +54,7 @@ Expected<LightImage> readExr(const QString &path)
 {
     try {
         return read(path);
-    } catch (const std::exception &) { // of OpenEXR, whose texts are for programmers, or of a full memory
+    } catch (const std::exception &) { // from OpenEXR, whose texts are for programmers, or std::bad_alloc
         return inputProblem(path, QStringLiteral("its data are damaged, or larger than memory allows"));
     }
 }

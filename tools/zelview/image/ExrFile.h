@@ -10,19 +10,19 @@
 
 namespace zelview {
 
-/// The colours of an image, row by row from the top; linear.
+/// The linear colours of an image, row by row from the top.
 struct LightImage
 {
     QSize size;
     std::vector<QVector3D> texels;
 };
 
-/// Whether a file begins as OpenEXR files do; false for what is not there.
+/// Whether a file starts with the magic number of OpenEXR. Returns false if there is no such file.
 bool isExrFile(const QString &path);
 
-/// Reads the colours of an OpenEXR file of one part: RGB, luminance with or without chroma, in scan lines or tiles.
+/// Reads the colours of a single-part OpenEXR file: RGB, or luminance with or without chroma; in scan lines or tiles.
 ///
-/// Errors: ExitCode::eInput for a file that OpenEXR refuses.
+/// Errors: ExitCode::eInput for a file that OpenEXR rejects.
 Expected<LightImage> readExr(const QString &path);
 
 } // namespace zelview

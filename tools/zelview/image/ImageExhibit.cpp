@@ -40,7 +40,7 @@ bool isReadable(const QString &key)
     return !key.isEmpty() && std::all_of(key.begin(), key.end(), [](QChar c) { return c.isPrint(); });
 }
 
-/// The keys of a file's metadata; readers may give more than the file means, which are no text then.
+/// The metadata keys of a file. Readers may also return keys that are not text; these are left out.
 QStringList readMetadataKeys(const QString &path)
 {
     QStringList keys;
@@ -163,7 +163,7 @@ void ImageExhibit::setSampling()
     }
     glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, _facts.levels - 1);
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, _facts.levels > 1 ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
-    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST); // enlarged texels stay texels
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST); // magnified texels stay sharp
 }
 
 void ImageExhibit::releaseGLObjects()

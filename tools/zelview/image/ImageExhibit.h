@@ -12,13 +12,12 @@ class Texture;
 
 namespace zelview {
 
-/// An image, upright, of which the viewport shows all that fits; cube maps as a strip of faces, volumes as a grid of
-/// slices. Dragging moves it. Keys: left and right choose the level, 1 to 6 a face or slice and 0 all, up and down the
-/// exposure.
+/// Shows an image upright; cube maps as a strip of faces, volumes as a grid of slices. Dragging moves it. Keys: Left and
+/// Right choose the level; 1 to 6 a face or slice, 0 all of them; Up and Down the exposure.
 class ImageExhibit : public Exhibit
 {
 public:
-    /// Looks at no more than the file's first bytes: a texture needs a context.
+    /// Reads only the first bytes of the file: loading a texture needs a context.
     static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
     ~ImageExhibit() override;
 
@@ -45,7 +44,7 @@ private:
     Failure loadTexture();
     Failure checkChoice() const;
     void setSampling();
-    /// Faces or slices at the level shown.
+    /// Number of faces or slices at the current level.
     int panelsOfLevel() const;
     int panelsShown() const;
     QSize grid() const;
@@ -63,7 +62,7 @@ private:
     bool _rowsGoUp = false;
 
     float _zoom = 1.0f;
-    QVector2D _shift; ///< of the image's middle, in heights of the viewport
+    QVector2D _shift; ///< of the centre of the image, in heights of the viewport
 };
 
 } // namespace zelview

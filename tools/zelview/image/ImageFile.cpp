@@ -21,13 +21,13 @@ namespace zelview {
 namespace {
 
 constexpr int kKtxHeader = 64;
-constexpr int kKtxMarker = 12;            ///< offset of the byte order's marker
-constexpr int kKtxMetadata = 60;          ///< offset of the metadata's length
+constexpr int kKtxMarker = 12;            ///< offset of the byte order marker
+constexpr int kKtxMetadata = 60;          ///< offset of the length of the metadata
 constexpr quint32 kMaxMetadata = 1 << 16; ///< bytes that are searched
 
 bool isRecognised(const TextureRecogniser &recogniser, const QString &path)
 {
-    auto *file = new MemoryMappedFile(path); // a reader takes it over
+    auto *file = new MemoryMappedFile(path); // a reader takes ownership
     const std::unique_ptr<TextureLoader> reader(recogniser.recognise(file, path));
     if (reader == nullptr) {
         delete file;
@@ -35,14 +35,14 @@ bool isRecognised(const TextureRecogniser &recogniser, const QString &path)
     return reader != nullptr;
 }
 
-/// Whether the library reads the file itself, without Qt.
+/// Whether one of the library's own readers recognises the file, rather than Qt's.
 bool hasOwnReader(const QString &path)
 {
     return isRecognised(HDRRecogniser(), path) || isRecognised(KTXRecogniser(), path)
            || isRecognised(ASTCRecogniser(), path);
 }
 
-/// The key-value block of a KTX file; empty where there is none.
+/// The key-value block of a KTX file; empty if it has none.
 QByteArray ktxMetadata(const QString &path)
 {
     QFile file(path);
@@ -70,7 +70,7 @@ bool doRowsGoUp(const QString &path)
 {
     if (isRecognised(KTXRecogniser(), path)) {
         const QByteArray metadata = ktxMetadata(path);
-        const int key = metadata.indexOf(QByteArray("KTXorientation", 15)); // with the NUL that ends it
+        const int key = metadata.indexOf(QByteArray("KTXorientation", 15)); // including the terminating NUL
         const int value = key + 15;
         return key >= 0 && metadata.mid(value, metadata.indexOf('\0', value) - value).contains("T=u");
     }
@@ -87,7 +87,7 @@ QString reasonOfFailure(const QString &path)
     }
     const QStringList said = Console::Collector::messages();
     const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
-    // Qt passes on what its decoders report, which is for programmers.
+    // Qt logs the messages of its decoders, which are for programmers.
     return hasReason && hasOwnReader(path) ? said.last().simplified()
                                            : QStringLiteral("its data are damaged");
 }

@@ -4,15 +4,18 @@
 
 namespace zelview {
 
-/// Whether a file is an image that the library reads, by its first bytes, or by QImage's judgement.
-/// Any thread, no context; false for what is not there.
+/// Whether a file is an image that the library reads: by its first bytes, or because QImage recognises it. Returns false if
+/// there is no such file.
+///
+/// Context: none needed, any thread.
 bool isImageFile(const QString &path);
 
-/// Whether the rows of an image file, as the library loads it untouched, run from the bottom up, as GL's do. KTX files
-/// state it among their metadata and else run down, ASTC files run down, all others are turned when they are read.
+/// Whether the library loads the rows of an image file from bottom to top, as GL stores them, without flipping them. KTX
+/// files state their direction in the metadata, by default top to bottom. ASTC files are top to bottom. All others are
+/// flipped when they are read.
 bool doRowsGoUp(const QString &path);
 
-/// Why the library could not load an image under the last Console::Collector.
+/// Why the library could not load an image, from the messages of the last Console::Collector.
 QString reasonOfFailure(const QString &path);
 
 } // namespace zelview

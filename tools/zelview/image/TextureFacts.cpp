@@ -20,7 +20,7 @@ struct FormatName
     bool isSRGB;
 };
 
-// GL numbers the block sizes of ASTC one after another, in either colour space.
+// GL numbers the block sizes of ASTC consecutively, in both colour spaces.
 constexpr unsigned int kFirstAstc = GL_COMPRESSED_RGBA_ASTC_4x4_KHR;
 constexpr unsigned int kFirstAstcSRGB = GL_COMPRESSED_SRGB8_ALPHA8_ASTC_4x4_KHR;
 constexpr const char *kAstcBlocks[] = {"4x4", "5x4",  "5x5",  "6x5",  "6x6",   "8x5",   "8x6",

@@ -9,18 +9,18 @@ namespace zelview {
 
 namespace {
 
-constexpr int kSearchWidth = 256;      ///< texels; a single one of a fine image is no light
-constexpr float kMinProminence = 6.0f; ///< times the mean of all directions
-constexpr float kSpread = 0.94f;       ///< cosine of the angle about a light's middle within which it counts
-constexpr int kRounds = 3;             ///< in which the middle settles
-constexpr float kMinShare = 0.2f; ///< of what arrives from all around; less throws no shadow that is seen
+constexpr int kSearchWidth = 256;      ///< texels; the search ignores single texels of finer images
+constexpr float kMinProminence = 6.0f; ///< radiance of a light, in means over all directions
+constexpr float kSpread = 0.94f;       ///< cosine of the angle around the centre that belongs to the light
+constexpr int kRounds = 3;             ///< iterations that refine the centre
+constexpr float kMinShare = 0.2f; ///< of all irradiance; the shadow of a weaker light would be invisible
 
 float luminance(const QVector3D &light)
 {
     return QVector3D::dotProduct(light, {0.2126f, 0.7152f, 0.0722f});
 }
 
-/// Calls \a visit with every texel, its direction and its solid angle.
+/// Calls \a visit for every texel, with its direction and solid angle.
 template <typename Image, typename Visit> void forEachTexel(Image &environment, const Visit &visit)
 {
     for (int y = 0; y < environment.image.size.height(); ++y) {
@@ -55,7 +55,7 @@ QVector3D brightestDirection(EnvironmentImage environment)
     return found;
 }
 
-/// The part of a texel's light above a limit.
+/// The part of the light of a texel that exceeds a limit.
 QVector3D excess(const QVector3D &light, float limit)
 {
     const float strength = luminance(light);
@@ -82,7 +82,7 @@ std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment)
         });
         taken = {middle.normalized(), irradiance};
     }
-    if (luminance(taken.irradiance) <= kMinShare * float(M_PI) * mean) { // both are 0 where all is black
+    if (luminance(taken.irradiance) <= kMinShare * float(M_PI) * mean) { // both are 0 in a black image
         return {};
     }
     forEachTexel(environment, [&](QVector3D &light, const QVector3D &direction, float) {

@@ -12,12 +12,12 @@ struct EnvironmentImage;
 struct DistantLight
 {
     QVector3D direction;  ///< towards the light, unit length
-    QVector3D irradiance; ///< of a surface that faces it
+    QVector3D irradiance; ///< of a surface that faces the light
 };
 
-/// Takes the strongest light of an environment out of it, such as the sun or the main lamp of a studio: the light that
-/// comes back is missing from the image afterwards, where its place keeps no more than the brightness of a plain lamp.
-/// None where no light stands out.
+/// Removes the strongest light, such as the sun or the main lamp of a studio, from an environment, and returns it. Its
+/// texels keep at most the brightness of an ordinary lamp. Returns an empty value and changes nothing if no light is
+/// strong enough.
 std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment);
 
 } // namespace zelview

@@ -18,13 +18,13 @@ namespace zelview {
 
 namespace {
 
-// Sizes and samples: what a processor alone bakes within seconds, and no eye tells from more. What is baked is never
-// finer than the image, which the bakes count on.
+// Sizes and samples that a CPU bakes within seconds; more make no visible difference. The bakes need maps that are not
+// finer than the image.
 constexpr int kSpecularSize = 256;
 constexpr unsigned int kSpecularSamples = 128;
 constexpr int kDiffuseSize = 32;
 constexpr unsigned int kDiffuseSamples = 2048;
-constexpr int kDiffuseLevel = 1; ///< the first whose samples read filtered texels of the image
+constexpr int kDiffuseLevel = 1; ///< the first level whose samples read filtered texels of the image
 constexpr int kTableSize = 64;
 
 using TexturePointer = std::unique_ptr<Texture>;
@@ -41,7 +41,7 @@ TexturePointer upload(const LightImage &image)
     return texture;
 }
 
-/// Reads between the texels of a panorama, so that its edges do not come out in steps.
+/// Interpolates between the texels of a panorama, to avoid stepped edges.
 class SmoothPanorama : public TvoImageCubemapUtils::TvoRenderCubemap_LatLongSphere
 {
 public:
@@ -62,7 +62,7 @@ TexturePointer makeCubeMap(const EnvironmentImage &image)
         panorama.createCubemap(std::max(image.image.size.width() / 2, 1), GL_RGB16F, GL_TEXTURE_CUBE_MAP));
 }
 
-/// Of the view at distance 1. A parallel view has no angle: it shows as much as a usual camera.
+/// Half the extent of the view at distance 1. An orthographic view has no angle; it gets that of a usual camera.
 QVector2D halfExtent(const QMatrix4x4 &projection)
 {
     const bool isParallel = projection(3, 3) != 0.0f;
@@ -206,7 +206,7 @@ void Environment::drawBackground(const QMatrix4x4 &view, const QMatrix4x4 &proje
 void Environment::bind(ShaderProgram *program)
 {
     const auto set = [&](const char *name, const QVariant &value) {
-        if (program->hasUniform(QLatin1String(name))) { // what a program does not use, its driver drops
+        if (program->hasUniform(QLatin1String(name))) { // the driver removes unused uniforms
             program->setUniform(QLatin1String(name), value);
         }
     };

@@ -18,13 +18,13 @@ class Texture;
 
 namespace zelview {
 
-/// Light from all around out of an image file: as a background, and baked for the shading of surfaces, which reads it
-/// by Environment.glslh. Its strongest light can be taken out of the bakes, to shine and cast shadows as a light of its
-/// own; the background keeps it.
+/// An environment map from an image file: the background, and the maps baked from it that shading reads through
+/// Environment.glslh. Its strongest light can be removed from the baked maps, to become a light that casts shadows; the
+/// background keeps it.
 ///
 /// Units:   radiance as in the file; angles in degrees, around the vertical axis.
-/// Context: create, use and delete with one and the same context current.
-/// Errors:  ExitCode::eFile and eInput for the image, ExitCode::eGL for shaders that the driver refuses.
+/// Context: create, use and delete with the same context current.
+/// Errors:  ExitCode::eFile and eInput for the image, ExitCode::eGL for shaders that the driver rejects.
 class Environment
 {
     Q_DISABLE_COPY(Environment)
@@ -32,28 +32,28 @@ class Environment
 public:
     enum Sun { eKeepSun, eTakeSun };
 
-    /// The define for programs whose light is an environment's.
+    /// Adds the define for programs that use an environment.
     static void setUp(Orvane::Zel::GLSLMacroProcessor *processor);
 
-    /// Reads and bakes, and tells on stderr how far it is. Without a \a layout the image's ratio decides.
+    /// Reads and bakes the image, and prints the progress on stderr. Without a \a layout the aspect ratio decides.
     static Expected<std::unique_ptr<Environment>> create(Programs &programs, const QString &path,
                                                          std::optional<EnvironmentLayout> layout, Sun sun);
     ~Environment();
 
-    /// Turned about the vertical, in the sense in which the azimuth of a view grows; 0 at first.
+    /// Rotates the environment around the vertical axis, in the direction of a growing azimuth of the view. Initially 0.
     void setRotation(float rotation);
-    /// The light that was taken, as it stands in the world; none where none stands out.
+    /// The light that was removed, with its direction in the world; empty if there was none.
     std::optional<DistantLight> sun() const;
 
-    /// Fills the bound framebuffer with what a camera sees; depth is neither tested nor written.
-    /// \a blur is from 0, as sharp as the image, to 1; \a exposure in powers of two.
+    /// Fills the bound framebuffer with the environment that a camera sees. Neither tests nor writes depth.
+    /// \a blur: from 0, as sharp as the image, to 1. \a exposure: a power of two.
     void drawBackground(const QMatrix4x4 &view, const QMatrix4x4 &projection, float blur, float exposure);
 
-    /// Sets what Environment.glslh declares, in a program that is bound, until unbind().
+    /// Sets the uniforms and textures of Environment.glslh in the bound program, until unbind().
     void bind(Orvane::Zel::ShaderProgram *program);
     void unbind();
 
-    /// In words, for the report.
+    /// A line for the report.
     QString describe() const;
 
 private:
@@ -64,12 +64,12 @@ private:
     Failure bake(EnvironmentImage image, Sun sun);
 
     QString _facts;
-    std::optional<DistantLight> _sun; ///< as in the image
-    QMatrix4x4 _turn;                 ///< from the world into the image
+    std::optional<DistantLight> _sun; ///< with its direction in the image
+    QMatrix4x4 _turn;                 ///< rotation from the world to the image
     ProgramPointer _background;
-    TexturePointer _sharp;    ///< cube map, with the sun
-    TexturePointer _specular; ///< cube map by roughness, from 0 to that of the last level
-    int _levels = 0;          ///< of it
+    TexturePointer _sharp;    ///< cube map, including the sun
+    TexturePointer _specular; ///< cube map whose levels have growing roughness, from 0
+    int _levels = 0;          ///< of _specular
     TexturePointer _diffuse;  ///< cube map
     TexturePointer _brdf;
 };

@@ -22,8 +22,8 @@ namespace {
 
 constexpr int kFaces = 6;
 constexpr int kMinFace = 4;
-constexpr int kMaxFace = 512;         ///< texels a side; what is finer is not seen behind a model
-constexpr float kMaxLight = 60000.0f; ///< half floats end soon behind it
+constexpr int kMaxFace = 512;         ///< texels per side; more would not be visible in the background
+constexpr float kMaxLight = 60000.0f; ///< just below the limit of half floats
 
 Problem inputProblem(const QString &path, const QString &text)
 {
@@ -35,7 +35,7 @@ float decode(float encoded)
     return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
 }
 
-/// The base level of a face, or of the one image, as GL has it.
+/// The base level of a face or 2D image, read back from GL.
 std::vector<QVector3D> readTexels(const TextureFacts &facts, unsigned int face)
 {
     std::vector<QVector3D> texels(size_t(facts.size.width()) * size_t(facts.size.height()));
@@ -44,7 +44,7 @@ std::vector<QVector3D> readTexels(const TextureFacts &facts, unsigned int face)
         if (facts.isGrey) {
             texel = QVector3D(texel.x(), texel.x(), texel.x());
         }
-        if (facts.kind != TextureFacts::eFloat) { // sRGB formats too are given back as they are stored
+        if (facts.kind != TextureFacts::eFloat) { // glGetTexImage() does not decode sRGB formats either
             texel = QVector3D(decode(texel.x()), decode(texel.y()), decode(texel.z()));
         }
     }
@@ -100,12 +100,12 @@ LightImage joinFaces(const TextureFacts &facts, bool rowsGoUp)
         copyCell(cell, {}, false, strip, face);
     }
     if (rowsGoUp) {
-        turnOver(strip); // each face for itself, since they are side by side
+        turnOver(strip); // flips each face, since they are side by side
     }
     return strip;
 }
 
-/// Rows of a plain image from the top.
+/// The texels of a plain image, top row first.
 LightImage readPlain(const TextureFacts &facts, bool rowsGoUp)
 {
     LightImage image{facts.size, readTexels(facts, GL_TEXTURE_2D)};
@@ -115,7 +115,7 @@ LightImage readPlain(const TextureFacts &facts, bool rowsGoUp)
     return image;
 }
 
-/// What the library's readers make of a file: light as it comes, and whether it is a cube map's.
+/// Loads a file with the library's readers: an unchecked panorama, or a strip if the file is a cube map.
 Expected<EnvironmentImage> readByLibrary(const QString &path)
 {
     TextureFileInfo asItIs;
@@ -137,7 +137,7 @@ Expected<EnvironmentImage> readByLibrary(const QString &path)
                   : EnvironmentImage{EnvironmentLayout::eLatLong, readPlain(facts, rowsGoUp)};
 }
 
-/// The layout whose cells are squares; of a panorama, whose texels are.
+/// The layout that this size suggests: cells are square, and the texels of a panorama are.
 std::optional<EnvironmentLayout> layoutOf(const QSize &size)
 {
     const int width = size.width();
@@ -154,7 +154,7 @@ std::optional<EnvironmentLayout> layoutOf(const QSize &size)
     return {};
 }
 
-/// A layout by cells has to fit; a panorama of any ratio is stretched.
+/// Checks that a layout of cells fits the size. A panorama may have any aspect ratio and is stretched.
 Expected<EnvironmentLayout> resolveLayout(const QSize &size, std::optional<EnvironmentLayout> asked,
                                           const QString &path)
 {
@@ -173,7 +173,7 @@ Expected<EnvironmentLayout> resolveLayout(const QSize &size, std::optional<Envir
     return asked ? *asked : *found;
 }
 
-/// Comparisons that a NaN fails.
+/// Replaces negative values and NaNs by 0, and limits the others. The comparison is false for NaN.
 void sanitize(LightImage &image)
 {
     const auto sound = [](float value) { return value > 0.0f ? std::min(value, kMaxLight) : 0.0f; };
@@ -182,7 +182,8 @@ void sanitize(LightImage &image)
     }
 }
 
-/// Of the cube map; a panorama's is twice as fine, which keeps what is in it sharp at the cube's edges.
+/// The size of the cube map. For a panorama it is finer than needed at the centre of a face, which keeps the image sharp at
+/// the edges of the cube.
 int faceSize(const EnvironmentImage &environment)
 {
     return environment.image.size.width() / (environment.layout == EnvironmentLayout::eStrip ? kFaces : 2);
@@ -222,7 +223,7 @@ QVector3D EnvironmentImage::direction(int x, int y) const
     }
     const float s = 2.0f * (float(x % height) + 0.5f) / float(height) - 1.0f;
     const float t = 2.0f * (float(y) + 0.5f) / float(height) - 1.0f;
-    // The table of the OpenGL specification, solved for the direction.
+    // The table of cube map faces in the OpenGL specification, solved for the direction.
     const std::array<QVector3D, kFaces> directions{
         {{1.0f, -t, -s}, {-1.0f, -t, s}, {s, 1.0f, t}, {s, -1.0f, -t}, {s, -t, 1.0f}, {-s, -t, -1.0f}}};
     return directions[size_t(x / height)].normalized();
@@ -236,7 +237,7 @@ float EnvironmentImage::solidAngle(int x, int y) const
         const float row = float(M_PI) / float(height);
         return 2.0f * float(M_PI) / float(width) * (std::cos(row * float(y)) - std::cos(row * float(y + 1)));
     }
-    // A texel of a face at distance 1 is seen askew and from further away: by the cube of that distance's inverse.
+    // The solid angle of a texel of a face at distance 1 is its area divided by the third power of its distance.
     const float s = 2.0f * (float(x % height) + 0.5f) / float(height) - 1.0f;
     const float t = 2.0f * (float(y) + 0.5f) / float(height) - 1.0f;
     return 4.0f / float(height * height) * std::pow(1.0f + s * s + t * t, -1.5f);

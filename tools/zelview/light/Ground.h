@@ -16,22 +16,22 @@ namespace zelview {
 class Environment;
 class ShadowLayers;
 
-/// A level ground under a scene, of which only what the scene does to it is seen: the backdrop darkens where shadows fall.
-/// From below it is not there.
+/// A horizontal ground under a scene that shows only shadows and occlusion: it darkens the backdrop. It is invisible from
+/// below.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class Ground
 {
     Q_DISABLE_COPY(Ground)
 
 public:
-    /// The processor of \a programs has ShadowLayers' defines, and that of Environment where there is one.
+    /// The processor of \a programs must have the defines of ShadowLayers, and those of Environment if there is one.
     static Expected<std::unique_ptr<Ground>> create(Programs &programs, const Box &scene);
     ~Ground();
 
-    /// Into the bound framebuffer, for AmbientOcclusion, before the model.
+    /// Draws the geometry for AmbientOcclusion into the bound framebuffer; call it before the model is drawn.
     void drawGeometry(const View &view);
-    /// Over the backdrop in the bound framebuffer, before the model. Depth is neither tested nor written.
+    /// Darkens the backdrop in the bound framebuffer; call it before the model is drawn. Neither tests nor writes depth.
     void draw(const View &view, Orvane::Zel::Texture *occlusion, ShadowLayers &shadows,
               Environment *environment);
 
@@ -42,8 +42,8 @@ private:
 
     ProgramPointer _geometry;
     ProgramPointer _shading;
-    QVector3D _middle; ///< of the scene, on the ground
-    float _radius;     ///< of the scene
+    QVector3D _middle; ///< centre of the scene, projected onto the ground
+    float _radius;     ///< radius of the scene
 };
 
 } // namespace zelview

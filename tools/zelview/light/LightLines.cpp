@@ -14,14 +14,14 @@ namespace {
 
 constexpr float kHiddenOpacity = 0.15f;
 
-/// A corner of a projection's volume; the bits of the number choose the side of each axis.
+/// A corner of the volume of a projection; the bits of the number select the side of each axis.
 QVector3D corner(const QMatrix4x4 &toWorld, int number)
 {
     return toWorld.map(QVector3D((number & 1) != 0 ? 1.0f : -1.0f, (number & 2) != 0 ? 1.0f : -1.0f,
                                  (number & 4) != 0 ? 1.0f : 0.0f));
 }
 
-/// Lights have hues, their projections shades of it.
+/// Each light has a hue; its projections have shades of that hue.
 QVector3D colorOf(int light, int projection)
 {
     const QColor color = QColor::fromHsvF(std::fmod(0.11 + 0.38 * light + 0.05 * projection, 1.0), 0.75, 1.0);
@@ -33,7 +33,7 @@ void append(QVector<float> &values, const QVector3D &vector)
     values << vector.x() << vector.y() << vector.z();
 }
 
-/// The twelve edges of a projection's volume.
+/// Appends the twelve edges of the volume of a projection.
 void appendEdges(QVector<float> &points, const QMatrix4x4 &toWorld)
 {
     for (int from = 0; from < 8; ++from) {
@@ -81,7 +81,7 @@ void LightLines::draw(const QMatrix4x4 &viewProjection, const ShadowMapManager::
     }
     upload(table);
     const AutoEnabler depthTest(GL_DEPTH_TEST);
-    const AutoEnabler depthClamp(GL_DEPTH_CLAMP); // volumes reach beyond what the camera's planes enclose
+    const AutoEnabler depthClamp(GL_DEPTH_CLAMP); // volumes may exceed the camera's near and far planes
     const AutoEnabler blending(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     glDepthMask(GL_FALSE);

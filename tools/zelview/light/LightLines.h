@@ -18,9 +18,9 @@ class VertexArrayObject;
 
 namespace zelview {
 
-/// The volumes of shadow projections as lines, each light's projections in colours of their own.
+/// Draws the volumes of shadow projections as lines; each light has its own colours.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class LightLines
 {
     Q_DISABLE_COPY(LightLines)
@@ -29,7 +29,7 @@ public:
     static Expected<std::unique_ptr<LightLines>> create(Programs &programs);
     ~LightLines();
 
-    /// Over what stands in the bound framebuffer; fainter where that is in front of them.
+    /// Draws over the bound framebuffer. Hidden lines are fainter.
     void draw(const QMatrix4x4 &viewProjection, const Orvane::Zel::ShadowMapManager::RenderData &table);
 
 private:

@@ -13,27 +13,27 @@ namespace zelview {
 
 namespace {
 
-/// How far from the scene's middle shadows on the ground are followed, in radii of the scene.
+/// Limit of the distance of shadows on the ground from the centre of the scene, in radii of the scene.
 constexpr float kGroundReach = 4.0f;
 
-/// Around what is seen: a surface in the very face of the box would cast no shadow.
+/// Margin of the box: a surface exactly in a face of the box would cast no shadow.
 constexpr float kBoxMargin = 0.01f;
 
-/// The tangent of its radius as seen: wider than the real one, as through thin clouds.
+/// The tangent of its angular radius: wider than that of the real sun, as through thin clouds.
 constexpr float kSunSize = 0.02f;
-constexpr float kLampSize = 0.02f; ///< by the distance from what it lights
+constexpr float kLampSize = 0.02f; ///< radius, relative to the distance from the lit scene
 
-/// What the lights of a file give to the corners of the scene together, on average.
+/// Mean illuminance at the corners of the scene by all lights of a file.
 constexpr float kFileIlluminance = 3.0f;
 
-/// By number, whose bits choose the side of each axis.
+/// A corner of the box; the bits of the number select the side of each axis.
 QVector3D cornerOf(const Box &box, int number)
 {
     return {(number & 1) != 0 ? box.high.x() : box.low.x(), (number & 2) != 0 ? box.high.y() : box.low.y(),
             (number & 4) != 0 ? box.high.z() : box.low.z()};
 }
 
-/// A light so placed that it gives \a illuminance at the scene's middle, at which it looks.
+/// A light that points at the centre of the scene, with the intensity that results in \a illuminance there.
 LightSource placed(LightSource::Type type, const Box &bounds, const QVector3D &towardsIt, float radii,
                    const QVector3D &illuminance)
 {
@@ -49,7 +49,7 @@ LightSource placed(LightSource::Type type, const Box &bounds, const QVector3D &t
     return light;
 }
 
-/// A warm key and a cool rim as spot lights, and a lamp beside the model.
+/// A warm key light and a cool rim light as spot lights, and a point light beside the model.
 std::vector<LightSource> makeRig(const Box &bounds, float azimuth)
 {
     return {placed(LightSource::eSpot, bounds, towards(azimuth - 44.0f, 48.0f), 3.2f,
@@ -69,7 +69,7 @@ LightSource fromFile(const SceneLight &source, const Scene &scene)
                                                          : LightSource::ePoint;
     light.position = placement.column(3).toVector3D();
     const QVector3D back = placement.column(2).toVector3D().normalized();
-    if (!back.isNull()) { // a node without extent has none
+    if (!back.isNull()) { // a node that scales by 0 has none
         light.direction = -back;
     }
     light.color = source.color * source.intensity;
@@ -81,7 +81,7 @@ LightSource fromFile(const SceneLight &source, const Scene &scene)
     return light;
 }
 
-/// Exposes for the lights: files count in their own ways, from less than one candela to tens of thousands.
+/// Scales the intensities to a usable exposure: files use different units, from less than one candela to tens of thousands.
 void expose(std::vector<LightSource> &lights, const Box &bounds)
 {
     float sum = 0.0f;
@@ -105,7 +105,7 @@ std::vector<LightSource> makeFileLights(const Scene &scene)
     return lights;
 }
 
-/// Where a light throws a point onto the level; nowhere, when it shines upward there.
+/// Projects a point along a light onto the horizontal plane at \a level. Returns false if the light shines upward there.
 bool isThrown(const LightSource &light, const QVector3D &point, float level, QVector3D &target)
 {
     const bool isDirectional = light.type == LightSource::eDirectional;

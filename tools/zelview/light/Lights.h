@@ -11,36 +11,36 @@ enum class LightRig;
 struct Box;
 struct Scene;
 
-/// A light that casts shadows, in the world. Free of GL.
+/// A light that casts shadows, in world space. Uses no GL.
 ///
-/// Units: lengths in the scene's; angles in radians. Of a directional light the colour is in lux, of the others in candela,
-///        and pi lux on white fill the screen's range.
+/// Units: lengths in units of the scene; angles in radians. The colour of a directional light is in lux, of the others in
+///        candela; a white surface at pi lux has the greatest value of the screen.
 struct LightSource
 {
     enum Type { ePoint, eSpot, eDirectional };
 
     Type type = eDirectional;
-    QVector3D position;                     ///< of what is not directional
-    QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines; unit length; of what is not a point light
+    QVector3D position;                     ///< unless directional
+    QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines, unit length; unless a point light
     QVector3D color;                        ///< linear, times intensity
-    float range = 0.0f;                     ///< where it ends; 0: never
-    float innerCone = 0.0f;                 ///< half angle within which a spot light has its full strength
-    float outerCone = 0.7853982f;           ///< half angle beyond which it has none
-    float size = 0.0f; ///< radius of what shines; of a directional light the tangent of it as seen
+    float range = 0.0f;                     ///< distance at which it ends; 0: infinite
+    float innerCone = 0.0f;                 ///< half angle of full strength of a spot light
+    float outerCone = 0.7853982f;           ///< half angle beyond which a spot light is dark
+    float size = 0.0f; ///< radius of the source; of a directional light the tangent of its angular radius
 
-    /// A placement whose -z axis is the direction, whichever way up.
+    /// A transform to the position whose -z axis is the direction; the up direction is arbitrary.
     QMatrix4x4 placement() const;
-    /// Lux at a point that faces it, without its cone.
+    /// The illuminance in lux of a surface that faces the light, without the attenuation by the cone.
     QVector3D illuminance(const QVector3D &point) const;
 };
 
-/// A sun; \a towardsIt is of unit length.
+/// A sun. \a towardsIt: direction of unit length.
 LightSource makeSun(const QVector3D &towardsIt, const QVector3D &illuminance);
 
-/// The lights of a rig; \a azimuth is that of the camera in degrees, as it was at first.
+/// The lights of a rig. \a azimuth: the initial azimuth of the camera, in degrees.
 std::vector<LightSource> makeLights(LightRig rig, const Scene &scene, float azimuth);
 
-/// Where shadows can be seen: a box around the scene and, with a ground under it, what the lights throw there.
+/// The box in which shadows are visible: around the scene and, if there is a ground, its shadows there.
 Box shadowedBox(const Box &scene, const std::vector<LightSource> &lights, bool hasGround);
 
 } // namespace zelview

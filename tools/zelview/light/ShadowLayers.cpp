@@ -20,28 +20,29 @@ namespace {
 
 constexpr int kMaxLights = ShadowLayers::kMaxLights;
 
-constexpr int kSize = 2048;      ///< of a layer's side
-constexpr int kSmallSize = 1024; ///< the same where there are more layers than
+constexpr int kSize = 2048;      ///< side of a layer, in texels
+constexpr int kSmallSize = 1024; ///< the same if there are more layers than
 constexpr int kFew = 8;
 
-/// Taps of the blur of variance layers lie so many times farther apart than the table says: edges are then as soft as
-/// those of plain layers.
+/// Factor on the distance of the blur taps that the table suggests for variance layers. It makes edges as soft as those of
+/// plain layers.
 constexpr float kBlurStep = 3.0f;
 
-/// Casters before the near end of a projection are pressed onto it. What lies at 0 itself counts as empty, so that is not
-/// quite where depths begin.
+/// Pancaking moves casters before the near plane of a projection onto it. Depth 0 means "empty", so depths start slightly
+/// above 0.
 constexpr double kFirstDepth = 1e-6;
 
-/// How much wider than the camera's the view is to which projections are fitted: room for filters at its edges.
+/// Scale of the camera's projection to which the shadow projections are fitted: less than 1 widens the view, so that
+/// filters find texels at its edges.
 constexpr float kWidening = 0.96f;
 
-/// A spot light wider than this is handled like a point light, by faces; radians.
+/// A spot light wider than this, in radians, gets cube faces like a point light.
 constexpr float kWidestSpot = 1.2f;
 
-/// As far as a spot light's projection reaches, in the light's own units.
+/// The reach of the projection of a spot light, in units of the light.
 constexpr float kSpotReach = 100.0f;
 
-/// The twin of LightSource in Lights.glslh, in std140 layout.
+/// The struct LightSource of LightTable.glslh, in std140 layout.
 struct SourceRecord
 {
     float position[3];
@@ -54,7 +55,7 @@ struct SourceRecord
     qint32 runs[2];
 };
 
-/// And of the block u_LightTable.
+/// The block u_LightTable, in std140 layout.
 struct TableRecord
 {
     qint32 count;
@@ -81,7 +82,7 @@ SourceRecord toRecord(const LightSource &source, const std::pair<int, int> &runs
     record.isLocal = source.type != LightSource::eDirectional;
     copy(source.color, record.color);
     record.size = source.size;
-    // Between its two cones a spot light fades with the cosine.
+    // Between its two cones a spot light fades linearly with the cosine.
     const float outer = std::cos(source.outerCone);
     const bool isSpot = source.type == LightSource::eSpot;
     const float fade = std::max(std::cos(source.innerCone) - outer, 1e-3f);
@@ -106,7 +107,8 @@ bool isOrthographic(const View &view)
     return view.projection(3, 3) != 0.0f;
 }
 
-/// The ends of a box along a view; in a perspective the near one is a thousandth of the far one at least.
+/// The nearest and farthest depth of a box in a view. In a perspective view the near depth is at least a thousandth of the
+/// far depth.
 struct Depths
 {
     float near = 3.4e38f;
@@ -127,7 +129,7 @@ Depths depthsOf(const View &view, const Box &box)
     return depths;
 }
 
-/// The camera's projection, a little wider, and from the near to the far end of the box.
+/// The camera's projection, slightly wider, with the depth range of the box.
 QMatrix4x4 projectionToFit(const View &view, const Depths &depths)
 {
     QMatrix4x4 projection = view.projection;
@@ -137,14 +139,14 @@ QMatrix4x4 projectionToFit(const View &view, const Depths &depths)
     if (isOrthographic(view)) {
         projection(2, 2) = -2.0f / length;
         projection(2, 3) = -(depths.far + depths.near) / length;
-    } else if (depths.far > 0.0f) { // otherwise the box is behind the eye
+    } else if (depths.far > 0.0f) { // otherwise the whole box is behind the eye
         projection(2, 2) = -(depths.far + depths.near) / length;
         projection(2, 3) = -2.0f * depths.far * depths.near / length;
     }
     return projection;
 }
 
-/// Of a layer's side. Blurred layers need less.
+/// The side of a layer. Blurred layers need less resolution.
 int sizeFor(int layers, ShadowKind kind)
 {
     if (layers == 0) {
@@ -163,7 +165,7 @@ void dropErrors()
     while (glGetError() != GL_NO_ERROR) {}
 }
 
-/// Layers of depth or of its moments; beside them nothing casts a shadow.
+/// An array texture for depths or moments. Outside of a layer nothing casts a shadow.
 std::unique_ptr<Texture> makeTexture(ShadowKind kind, int size, int layers)
 {
     const bool isVariance = kind == ShadowKind::eVariance;
@@ -175,7 +177,7 @@ std::unique_ptr<Texture> makeTexture(ShadowKind kind, int size, int layers)
     for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
         glTexParameteri(GL_TEXTURE_2D_ARRAY, wrap, GL_CLAMP_TO_BORDER);
     }
-    if (isVariance) { // of which means make sense
+    if (isVariance) { // means of moments are meaningful
         for (const GLenum filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
             glTexParameteri(GL_TEXTURE_2D_ARRAY, filter, GL_LINEAR);
         }
@@ -262,7 +264,7 @@ void ShadowLayers::setLights(const std::vector<LightSource> &lights)
             light.setType(Light::eDirectional);
             light.setCSMLevels(_cascades);
         } else if (source.type == LightSource::eSpot) {
-            // Wider than the light, for filters at its edge.
+            // Wider than the light, so that filters find texels at its edge.
             light.setType(source.outerCone < kWidestSpot ? Light::eSpot : Light::ePoint);
             light.setSpotCutoff(source.outerCone * 1.05f);
         }
@@ -295,8 +297,8 @@ Failure ShadowLayers::update(const View &view, const Box &box, const CasterDrawe
     return {};
 }
 
-/// Where the lights stand in the table's eyes: a directional light amid what is seen, which its projections need, and the
-/// others in units of which a hundred reach to the end of the box.
+/// Places the lights for the table. A directional light gets a position amid the visible part of the box, which its
+/// projections need. The others are scaled so that kSpotReach units reach the far end of the box.
 void ShadowLayers::placeLights(const View &view, const Box &box)
 {
     const Depths depths = depthsOf(view, box);
@@ -305,7 +307,7 @@ void ShadowLayers::placeLights(const View &view, const Box &box)
     for (size_t i = 0; i < _sources.size(); ++i) {
         LightSource source = _sources[i];
         if (source.type == LightSource::eDirectional) {
-            source.direction = -source.direction; // it shines along +z
+            source.direction = -source.direction; // the table's directional lights shine along +z
             source.position = middle;
             _lights[i]->setTransform(source.placement());
             continue;
@@ -349,7 +351,7 @@ void ShadowLayers::upload(const Box &box)
     uploadUniformBlock(*_block, &record, 1, sizeof(record));
 }
 
-/// As many layers as the table has projections; at least one, which shaders want to see.
+/// Creates as many layers as the table has projections, but at least one, since shaders always sample the texture.
 Failure ShadowLayers::makeLayers()
 {
     _layers = _table->transformCount;
@@ -376,7 +378,7 @@ Failure ShadowLayers::makeLayers()
     return {};
 }
 
-/// The layers whose projection is another than the one that they show.
+/// Renders the layers whose projection differs from the one with which they were rendered.
 void ShadowLayers::render(const CasterDrawer &drawCasters)
 {
     if (!_isValid) {
@@ -437,7 +439,7 @@ void ShadowLayers::renderMoments(int layer, const CasterDrawer &drawCasters)
     _framebuffer->detach(GL_COLOR_ATTACHMENT0);
 }
 
-/// Along one direction, into the bound framebuffer.
+/// Blurs along one direction, into the bound framebuffer.
 void ShadowLayers::blurFrom(Texture *source, const QVector2D &step)
 {
     const AutoBinder boundSource(source);

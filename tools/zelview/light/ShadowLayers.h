@@ -30,12 +30,12 @@ namespace zelview {
 
 class RenderTarget;
 
-/// The depth layers of lights, and what shaders need to know of both: Lights.glslh.
+/// The shadow map layers of the lights, and the uniforms of Lights.glslh.
 ///
-/// Layers are rendered with the table's projections, and only when the table says that it changed. Cascades stand in the
-/// table a second time, each as a light of its own, so that shaders can ask for the one that suits them.
+/// A layer is rendered with its projection in the table, and only if that has changed. Cascades are in the table a second
+/// time, each as a separate light, so that shaders can sample the cascade that they choose.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class ShadowLayers
 {
     Q_DISABLE_COPY(ShadowLayers)
@@ -43,41 +43,42 @@ class ShadowLayers
 public:
     static constexpr int kMaxLights = Orvane::Zel::ShadowMapManager::kShadowMapInfoArraySizeMax;
 
-    /// Draws what casts shadows into the bound framebuffer with a program that puts this projection to use.
+    /// Draws all casters into the bound framebuffer, with this projection.
     using CasterDrawer = std::function<void(const QMatrix4x4 &)>;
 
-    /// Defines for programs that include Lights.glslh, and the files that they link.
+    /// Adds the defines of programs that include Lights.glslh.
     static void setUp(Orvane::Zel::GLSLMacroProcessor *processor, ShadowKind kind);
     static QStringList shaderFiles();
-    /// The fragment stage of programs for casters, behind "shadow.vert".
+    /// The fragment stage of caster programs; the vertex stage is "shadow.vert".
     static QString casterFile(ShadowKind kind);
-    /// What a projection can show shadows of, as a projection to cull casters with: they may stand before its near end.
+    /// The projection to cull casters with: the volume of the shadow projection without its near plane, since casters may be
+    /// before it.
     static QMatrix4x4 beam(const QMatrix4x4 &projection);
 
     static Expected<std::unique_ptr<ShadowLayers>> create(Programs &programs, ShadowKind kind, int cascades);
     ~ShadowLayers();
 
-    /// The lights from now on: the first kMaxLights.
+    /// Sets the lights; uses only the first kMaxLights.
     void setLights(const std::vector<LightSource> &lights);
-    /// The next update() renders every layer: casters have changed.
+    /// Makes the next update() render every layer. Call it when casters have changed.
     void invalidate() { _isValid = false; }
 
-    /// Fits the projections to what is seen of the box, and renders the layers if they changed. Leaves no framebuffer
-    /// bound.
+    /// Fits the projections to the visible part of the box, and renders the layers whose projection changed. Leaves no
+    /// framebuffer bound.
     Failure update(const View &view, const Box &box, const CasterDrawer &drawCasters);
 
     void bind(Orvane::Zel::ShaderProgram *program);
     void unbind(Orvane::Zel::ShaderProgram *program);
 
-    /// The table's view of itself, in a square in the left lower corner of the bound framebuffer.
+    /// Draws the table's debug view into a square in the lower left corner of the bound framebuffer.
     void drawDebug(const QSize &viewport);
-    /// Cascades in colours of their own.
+    /// Colours each cascade differently.
     void setCascadesShown(bool isShown) { _areCascadesShown = isShown; }
 
-    /// The projections.
+    /// The table of projections.
     const Orvane::Zel::ShadowMapManager::RenderData &table() const { return *_table; }
 
-    /// In words, for the report.
+    /// A line for the report.
     QString describeFrame() const;
 
 private:
@@ -103,11 +104,11 @@ private:
     ProgramPointer _debug;
     std::vector<LightSource> _sources;
     std::vector<std::unique_ptr<Light>> _lights; ///< by source
-    std::vector<std::pair<int, int>> _runs; ///< by source: the first run that shaders ask for, and how many
+    std::vector<std::pair<int, int>> _runs; ///< by source: the first run in the table that shaders use, and the number of runs
     std::unique_ptr<RenderData> _table;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _block;
 
-    int _size = 0; ///< of a side of a layer
+    int _size = 0; ///< side of a layer
     int _layers = 0;
     std::unique_ptr<Orvane::Zel::Texture> _texture;
     std::unique_ptr<Orvane::Zel::FramebufferObject> _framebuffer;
@@ -117,7 +118,7 @@ private:
     std::vector<std::optional<QMatrix4x4>> _renderedTransforms; ///< by layer
     bool _isValid = false;
     bool _areCascadesShown = false;
-    int _rendered = 0; ///< layers of the last update()
+    int _rendered = 0; ///< layers that the last update() rendered
 };
 
 } // namespace zelview

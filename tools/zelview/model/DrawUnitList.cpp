@@ -10,7 +10,7 @@ namespace zelview {
 
 namespace {
 
-/// What consecutive draws of a model share.
+/// The bindings that consecutive draws of a model share.
 class BoundState
 {
 public:

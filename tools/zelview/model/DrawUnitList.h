@@ -14,8 +14,8 @@ class TextureManager;
 
 namespace zelview {
 
-/// Draws what GPUModel::draw() passes over, drawables without commands: one by one, with the model's own state changes.
-/// The model leaves transforms, winding and stencil of such drawables to their host.
+/// Draws the drawables without commands, which GPUModel::draw() skips: one by one, by GPUModel::drawMesh(). The host must
+/// handle visibility, winding and stencil of such drawables itself.
 class DrawUnitList
 {
 public:
@@ -28,7 +28,7 @@ public:
 
     void add(int number, const Unit &unit);
 
-    /// Those of these material numbers whose transforms are visible. Leaves nothing bound, and GL_CULL_FACE off.
+    /// Draws the units of these material numbers whose transforms are visible. Leaves nothing bound, and GL_CULL_FACE disabled.
     void draw(Orvane::Zel::GPUModel &model, Orvane::Zel::ShaderProgram *program,
               Orvane::Zel::TextureManager *manager, const QList<int> &numbers, bool writesStencil,
               Orvane::Zel::WindingType winding) const;

@@ -7,9 +7,9 @@
 
 namespace zelview {
 
-/// Which of a model's materials are shown: all, all but some, or one alone; and the one that keys speak of.
+/// Which materials of a model are shown: all, all but the excluded ones, or only one; and which one is selected.
 ///
-/// Units: materials by their number in the scene.
+/// Units: materials by their index in the scene.
 class MaterialSelection
 {
 public:
@@ -18,18 +18,18 @@ public:
     /// -1: none.
     int selected() const { return _selected; }
     void select(int material) { _selected = material; }
-    /// The next in the scene's order; behind the last one none, and then the first.
+    /// Selects the next material in the order of the scene; after the last one none, then the first.
     void selectNext();
 
-    /// The selected one alone, or all again.
+    /// Shows only the selected material, or all again.
     void toggleSolo();
-    /// Leaves the selected one out, or takes it in again.
+    /// Excludes the selected material, or includes it again.
     void toggleExcluded();
     void showAll();
 
     bool isShown(int material) const;
 
-    /// The selection in words; empty while all are shown and none is selected.
+    /// The selection as text; empty if all are shown and none is selected.
     QString describe() const;
 
 private:

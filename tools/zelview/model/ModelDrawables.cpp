@@ -21,15 +21,15 @@ namespace {
 
 constexpr int kVisible = 1;
 constexpr int kHiddenWithDescendants = 3;
-constexpr float kFarAway = 1000.0f;   ///< in extents of the scene
-constexpr float kFilmHeight = 0.024f; ///< metres; only its ratio to the focal length counts
+constexpr float kFarAway = 1000.0f;   ///< distance, in extents of the scene
+constexpr float kFilmHeight = 0.024f; ///< metres; only its ratio to the focal length matters
 
 GPUModel::BoundingBox toModelBox(const Box &box)
 {
     return {box.low.x(), box.low.y(), box.low.z(), box.high.x(), box.high.y(), box.high.z()};
 }
 
-/// The place and the directions of a camera, which its nodes may have stretched.
+/// The position and the directions of a camera, without the scale of its nodes.
 QMatrix4x4 withoutScale(const QMatrix4x4 &world)
 {
     const QVector3D place = world.column(3).toVector3D();
@@ -38,7 +38,7 @@ QMatrix4x4 withoutScale(const QMatrix4x4 &world)
     return toLocal.inverted();
 }
 
-/// A film and a lens that show the view. The film is so wide that its height counts, whatever the viewport.
+/// A film and a lens with the view of the camera. The film is so wide that its height limits the view in every viewport.
 GPUModel::Camera toModelCamera(const SceneCamera &source, int transform, float farthest)
 {
     GPUModel::Camera camera;
@@ -46,11 +46,11 @@ GPUModel::Camera toModelCamera(const SceneCamera &source, int transform, float f
     camera.projectionType = source.isOrthographic ? 1 : 0;
     camera.filmHeight = kFilmHeight;
     camera.filmWidth = 100.0f * kFilmHeight;
-    // An orthographic film is magnified by the distance of focus, in focal lengths.
+    // The view of an orthographic camera is the film, scaled by the focus distance in focal lengths.
     camera.focalLength = source.isOrthographic ? 1.0f : kFilmHeight / source.height;
     camera.focusDistance = source.isOrthographic ? source.height / kFilmHeight : camera.focalLength;
     camera.nearClip = source.nearPlane;
-    camera.farClip = std::max(source.farPlane, farthest); // what a file leaves out would cut the scene
+    camera.farClip = std::max(source.farPlane, farthest); // the default of a file that states none could clip the scene
     return camera;
 }
 
@@ -67,7 +67,7 @@ GPUModel::Light toModelLight(const SceneLight &source, int transform)
     return light;
 }
 
-/// As GPUModel writes them for commands.
+/// Writes the matrices as GPUModel does for commands.
 void writeMatrices(const QMatrix4x4 &world, int item, InstanceDataCollection &objects)
 {
     const QMatrix3x3 normal = world.normalMatrix();
@@ -111,7 +111,7 @@ ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures
 
 ModelDrawables::~ModelDrawables()
 {
-    _model.clear(); // deletes what the drawables were given
+    _model.clear(); // deletes what the drawables own
 }
 
 int ModelDrawables::wantedObjects(const Scene &scene)
@@ -122,7 +122,7 @@ int ModelDrawables::wantedObjects(const Scene &scene)
         const int material = scene.meshes[size_t(draw.mesh)].material;
         ++(scene.materials[size_t(material)].isBlended ? blended : opaque[size_t(material)]);
     }
-    constexpr qint64 kPadding = 1024; // objects that never matter
+    constexpr qint64 kPadding = 1024; // objects that make no difference
     const qint64 most = 2 * qint64(scene.draws.size()) + kPadding;
     int wanted =
         std::clamp(*std::max_element(opaque.begin(), opaque.end()), 1, std::max(scene.drawsTogether, 1));
@@ -144,7 +144,7 @@ View ModelDrawables::cameraView(int camera, float aspect) const
     const QMatrix4x4 view = _model.getCameraWorldSpaceMatrix(camera);
     const QVector3D back = view.row(2).toVector3D();
     QVector3D eye = view.inverted().column(3).toVector3D();
-    if (_scene.cameras[size_t(camera)].isOrthographic) { // whose rays are parallel: from very far
+    if (_scene.cameras[size_t(camera)].isOrthographic) { // its rays are parallel: use a very distant eye
         eye += back * kFarAway * std::max(_scene.bounds.radius(), (eye - _scene.bounds.center()).length());
     }
     return {view, _model.getCameraProjectionMatrix(camera, aspect), eye,
@@ -154,7 +154,7 @@ View ModelDrawables::cameraView(int camera, float aspect) const
 void ModelDrawables::cull(const QMatrix4x4 &viewProjection)
 {
     if (_culledBy == viewProjection) {
-        return; // one pass after the other: nothing moves
+        return; // passes of a frame repeat the frustum, and nothing moves
     }
     _culledBy = viewProjection;
     _model.resetCulling();
@@ -200,7 +200,7 @@ void ModelDrawables::draw(ShaderProgram *program, const QList<int> &numbers, boo
                           WindingType winding)
 {
     if (numbers.isEmpty()) {
-        return; // to the model, no number means all
+        return; // GPUModel::draw() draws all for an empty list
     }
     if (_path == DrawIDPath::eBaseInstance) {
         _units.draw(_model, program, _textures.manager(), numbers, writesStencil, winding);
@@ -219,7 +219,7 @@ quint64 ModelDrawables::memoryOnGPU()
     return withoutCopies(_model.memoryEstimateGPU(), _geometry.memoryOnGPU());
 }
 
-/// The model counts the geometry, which all drawables share, once for each.
+/// Subtracts the repetitions of the geometry, which all drawables share and the model counts for each of them.
 quint64 ModelDrawables::withoutCopies(quint64 bytes, quint64 geometry) const
 {
     const quint64 copies = geometry * quint64(std::max(drawableCount() - 1, 0));
@@ -258,7 +258,7 @@ std::vector<ModelDrawables::Group> ModelDrawables::makeGroups(int capacity)
 {
     std::vector<Group> opaque;
     std::vector<Group> blended;
-    QHash<int, size_t> open; // groups that are filled, by material
+    QHash<int, size_t> open; // groups that are not full, by material
     for (const Draw &draw : _scene.draws) {
         const Mesh &mesh = _scene.meshes[size_t(draw.mesh)];
         if (_scene.materialOf(draw).isBlended) {

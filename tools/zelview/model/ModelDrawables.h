@@ -27,16 +27,15 @@ struct Draw;
 struct Material;
 struct Scene;
 
-/// A scene as the library's GPUModel: nodes are transforms, the opaque draws of one material are the commands of a
-/// drawable, as many as a collection of matrices can hold. Blended draws are drawables of one command each, which go from
-/// the farthest on; the model's own order is of the commands of one drawable alone, by distances in units of each one's
-/// node.
+/// A scene as the library's GPUModel. Nodes are transforms. The opaque draws of one material are the commands of a
+/// drawable, as many as a collection of matrices can hold. Blended draws are drawables of one command each, drawn from far
+/// to near: the model itself sorts only the commands of one drawable, and measures distances in units of their nodes.
 ///
-/// Material numbers of the model are the scene's, and behind them one for each blended draw.
+/// The model's material numbers are the material indices of the scene, followed by one number for each blended draw.
 ///
-/// On the base-instance path, which has no commands, every draw is a drawable, and drawables share collections.
+/// The base-instance path has no commands: there every draw is a drawable, and drawables share collections.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class ModelDrawables
 {
     Q_DISABLE_COPY(ModelDrawables)
@@ -44,31 +43,31 @@ class ModelDrawables
 public:
     enum Part { eOpaque, eBlended };
 
-    /// All are borrowed, and must outlive it.
+    /// Does not take ownership; all must outlive this object.
     ModelDrawables(const Scene &scene, const ModelTextures &textures, const ModelPlans &plans,
                    const ModelGeometry &geometry, DrawIDPath path);
     ~ModelDrawables();
 
-    /// The most objects of one collection that the scene has use for: more would pad blocks rather than fill them.
+    /// The greatest useful number of objects in a collection: a larger block would stay partly unused.
     static int wantedObjects(const Scene &scene);
 
     Orvane::Zel::GPUModel &model() { return _model; }
 
-    /// What a camera of the scene sees.
+    /// The view of a camera of the scene.
     View cameraView(int camera, float aspect) const;
 
-    /// Marks what is hidden and what lies outside; the next draws leave it out.
+    /// Marks draws that are hidden or outside the frustum; the next draws skip them.
     void cull(const QMatrix4x4 &viewProjection);
 
-    /// Which of the scene's materials numbers() gives; all at first.
+    /// Sets which materials of the scene numbers() returns; initially all.
     void setShown(std::vector<bool> materials);
-    /// The numbers of a part, in the order in which they are drawn: blended ones from the farthest on.
+    /// The material numbers of a part, in drawing order: blended ones from far to near.
     QList<int> numbers(Part part, const QVector3D &eye) const;
-    /// The scene's material of a number.
+    /// The material index in the scene of a material number.
     int materialOf(int number) const;
 
-    /// Draws what has these numbers and is not marked. \a writesStencil: number + 1, at most 255.
-    /// \a winding is eWindingOff for both sides of all faces.
+    /// Draws all unmarked draws with these material numbers. \a writesStencil: writes number + 1, at most 255, to the stencil.
+    /// \a winding: eWindingOff draws both sides of all faces.
     void draw(Orvane::Zel::ShaderProgram *program, const QList<int> &numbers, bool writesStencil = false,
               Orvane::Zel::WindingType winding = Orvane::Zel::eWindingCCW);
 
@@ -78,7 +77,7 @@ public:
     /// Estimates in bytes, without textures.
     quint64 memoryOnCPU();
     quint64 memoryOnGPU();
-    /// Commands that the last cull() left out.
+    /// Number of commands that the last cull() marked.
     int culledCount() const { return _culled; }
 
 private:
@@ -106,14 +105,14 @@ private:
     const ModelGeometry &_geometry;
     DrawIDPath _path;
     Orvane::Zel::GPUModel _model;
-    DrawUnitList _units; ///< of the base-instance path
+    DrawUnitList _units; ///< for the base-instance path
     QHash<int, Orvane::Zel::InstanceDataCollection *> _materials;
     std::vector<bool> _shown;               ///< by material
-    std::vector<QVector3D> _blendedCenters; ///< in the world, by number behind the materials
+    std::vector<QVector3D> _blendedCenters; ///< in the world, by material number after the scene's
     std::vector<int> _blendedMaterials;
     QList<int> _opaqueNumbers;
     int _objects = 0;
-    int _collections = 0; ///< of matrices
+    int _collections = 0; ///< number of collections of matrices
     std::optional<QMatrix4x4> _culledBy;
     int _culled = 0;
 };

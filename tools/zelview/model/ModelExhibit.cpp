@@ -36,7 +36,7 @@ Expected<Scene> loadTiles(const QString &name)
     return makeUdimPlane(*tiles);
 }
 
-/// The one that is cheapest for a scene of plain textures, or one that takes tiles.
+/// The cheapest manager for a scene of plain textures, or one that supports tiles.
 ManagerKind suitableManager(const Scene &scene)
 {
     const bool hasTiles = std::any_of(scene.textures.begin(), scene.textures.end(),
@@ -53,7 +53,7 @@ QStringList materialNames(const Scene &scene)
     return names;
 }
 
-/// The next of the kinds that the driver has; one at least is there.
+/// The next kind that the driver supports; it supports at least one.
 template <typename Kind> Kind nextSupported(Kind kind, int kinds, bool (*isSupported)(Kind))
 {
     int next = int(kind);
@@ -214,7 +214,7 @@ Failure ModelExhibit::makeShadows(Programs &programs)
     return {};
 }
 
-/// With an environment the sun is the one that was taken out of it, if there is one.
+/// With an environment, the sun is the light that was removed from it, if there is one.
 void ModelExhibit::setLights()
 {
     if (_environment != nullptr && _options.lights == LightRig::eSun) {

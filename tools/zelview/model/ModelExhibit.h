@@ -21,20 +21,19 @@ class LightLines;
 class ModelRenderer;
 class ShadowLayers;
 
-/// A model, or a plane of tiles, on a plain backdrop in the light of a studio, or in an environment, seen by a camera that
-/// turns around it or by those of its file.
+/// Shows a model, or a plane of tiles: before a plain backdrop in studio light, or in an environment; from a camera that
+/// turns around it, or from those of its file.
 ///
-/// Keys: V takes the next camera, M the next texture manager of those that the driver has, I the next mechanism for
-/// instance data; Z freezes the frustum that culls; Up and Down change the exposure, Left and Right turn the
-/// environment; G takes the ground away or puts it there. N, or picking, selects a material, which O shows alone, and X
-/// leaves out; A shows all. D shows the texture manager's view of itself, S the shadow layers, C the cascades in colours,
-/// L the volumes of the lights.
+/// Keys: V switches to the next camera, M to the next texture manager that the driver supports, I to the next mechanism for
+/// instance data. Z freezes the culling frustum. Up and Down change the exposure, Left and Right turn the environment.
+/// G shows or hides the ground. N, or picking, selects a material; O shows only that one, X hides it, A shows all. D shows
+/// the texture manager's debug view, S the shadow layers, C the cascades in colours, L the volumes of the lights.
 class ModelExhibit : public Exhibit
 {
 public:
-    /// The model, the plane of tiles or the scene of bodies that the options name.
+    /// Loads the model, the plane of tiles or the stress scene of the options.
     static Expected<Scene> loadScene(const Options &options);
-    /// Reads the model; \a options say which, and where to look from.
+    /// Loads what the options name, and chooses the camera.
     static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
     ~ModelExhibit() override;
 
@@ -72,25 +71,25 @@ private:
 
     Scene _scene;
     Options _options;
-    bool _takesNextManager = false; ///< with the next frame
+    bool _takesNextManager = false; ///< in the next frame
     bool _takesNextMechanism = false;
     bool _showsSlots = false;
     bool _showsLayers = false;
     bool _showsCascades = false;
     bool _showsVolumes = false;
     ModelCamera _camera;
-    bool _takesFrustum = false; ///< freezes or thaws it with the next frame
+    bool _takesFrustum = false; ///< freezes or releases the frustum in the next frame
     std::optional<QMatrix4x4> _frozenFrustum;
     MaterialSelection _selection;
     std::unique_ptr<AmbientOcclusion> _occlusion;
-    std::unique_ptr<Backdrop> _backdrop;       ///< null with an environment
-    std::unique_ptr<Environment> _environment; ///< null in the studio
-    std::vector<LightSource> _lights;          ///< that cast shadows
+    std::unique_ptr<Backdrop> _backdrop;       ///< null if there is an environment
+    std::unique_ptr<Environment> _environment; ///< null for studio light
+    std::vector<LightSource> _lights;          ///< the lights that cast shadows
     std::unique_ptr<ShadowLayers> _shadows;
     std::unique_ptr<Ground> _ground;
     std::unique_ptr<LightLines> _lightLines;
     std::unique_ptr<ModelRenderer> _renderer;
-    ProgramPointer _casters; ///< of the renderer
+    ProgramPointer _casters; ///< program of the renderer for casters
 };
 
 } // namespace zelview

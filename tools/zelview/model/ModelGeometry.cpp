@@ -23,7 +23,7 @@ QSharedPointer<BufferObject> newVertexBuffer(const std::vector<Vertex> &vertices
 
 QSharedPointer<BufferObject> newIndexBuffer(const std::vector<quint32> &indices)
 {
-    // An element array binding belongs to a vertex array; none is bound yet, so the contents come by another target.
+    // Uploads through another target: the element array binding is state of a vertex array, and none is bound yet.
     const QSharedPointer<BufferObject> buffer = OpenGLDeviceContext::current()->newBuffer();
     buffer->setTarget(GL_COPY_WRITE_BUFFER);
     buffer->bind();

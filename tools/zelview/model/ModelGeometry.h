@@ -15,9 +15,9 @@ namespace zelview {
 struct Mesh;
 struct Scene;
 
-/// All vertices and indices of a scene in one vertex array, and the draw units that draw parts of it.
+/// All vertices and indices of a scene in one vertex array, and a factory of draw units for parts of it.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class ModelGeometry
 {
     Q_DISABLE_COPY(ModelGeometry)
@@ -26,11 +26,11 @@ public:
     explicit ModelGeometry(const Scene &scene);
     ~ModelGeometry();
 
-    // The units are the caller's.
+    // The caller owns the draw units.
 
-    /// A unit whose commands draw the meshes; command i has the draw ID i.
+    /// A draw unit whose commands draw the meshes; command i has the draw ID i.
     Orvane::Zel::DrawBuffers *newUnit(const std::vector<const Mesh *> &meshes) const;
-    /// A unit without commands, which the base instance can number.
+    /// A draw unit without commands, whose draw ID can be its base instance.
     Orvane::Zel::DrawBuffers *newUnit(const Mesh &mesh, int drawID) const;
 
     // Estimates in bytes.

@@ -46,13 +46,13 @@ int limitOf(GLenum name)
     return value;
 }
 
-/// In the widest texture, at which the plan does not look.
+/// Items that fit into a row of the widest texture; the plan does not check that limit.
 int itemsInRow(const InstanceDataPlan &plan)
 {
     return limitOf(GL_MAX_TEXTURE_SIZE) / int(plan.totalDataSize() / 16);
 }
 
-/// All matrices that GPUModel writes. It packs the nine numbers of the one for normals into the first of sixteen.
+/// All matrices that GPUModel writes. It stores the nine numbers of the normal matrix in the first of the sixteen.
 InstanceDataPlan *newObjectPlan()
 {
     auto *plan = new InstanceDataPlan(kObject);
@@ -74,7 +74,7 @@ InstanceDataPlan *newMaterialPlan()
     for (const QString &map : kMapMembers) {
         plan->addMember(InstanceDataPlan::eTexture, map);
     }
-    plan->addMember(InstanceDataPlan::eUInt, QStringLiteral("MapSets")); // a bit by MapKind: the second set
+    plan->addMember(InstanceDataPlan::eUInt, QStringLiteral("MapSets")); // bit k: the map of MapKind k uses the second set
     plan->addMember(InstanceDataPlan::eUInt, QStringLiteral("MaterialNumber"));
     return plan;
 }
@@ -86,7 +86,7 @@ void registerPlan(InstanceDataPlan *plan, MechanismKind mechanism, int arraySize
     InstanceDataRegistry::Instance()->registerPlan(plan);
 }
 
-/// The registry keeps what it holds; another plan of the name has left this one to its maker.
+/// Deletes the plan unless the registry owns it: after another plan of the same name was registered, it does not.
 void release(InstanceDataPlan *plan)
 {
     if (InstanceDataRegistry::Instance()->getPlan(plan->name()) != plan) {
@@ -168,7 +168,7 @@ int ModelPlans::capacity() const
 
 InstanceDataCollection *ModelPlans::newObjects(int count) const
 {
-    // A uniform block must not be longer than the buffer behind it.
+    // A uniform block must not be longer than its buffer.
     const bool isBlock = _mechanism == MechanismKind::eUniformBuffer;
     return new InstanceDataCollection(_object, ulong(isBlock ? capacity() : count));
 }
@@ -179,7 +179,7 @@ InstanceDataCollection *ModelPlans::newMaterial(const Material &material, int nu
     InstanceData item(kMaterial);
     set(item, "BaseColor", material.baseColor);
     set(item, "Emission", material.emission);
-    // 0 for blended parts; the others leave out what is less opaque, and are opaque.
+    // 0 for blended materials. The others discard what is less opaque, and are drawn opaque.
     set(item, "AlphaCutoff", material.isBlended ? 0.0f : material.alphaCutoff);
     set(item, "Metalness", material.metalness);
     set(item, "Roughness", material.roughness);

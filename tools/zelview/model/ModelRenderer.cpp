@@ -17,14 +17,14 @@ namespace zelview {
 
 namespace {
 
-/// The twin of the block u_Frame in Frame.glslh, in std140 layout.
+/// The block u_Frame of Frame.glslh, in std140 layout.
 struct FrameRecord
 {
     struct Light
     {
         float direction[3];
         float sharpness;
-        float radiance[4]; ///< the last is unused
+        float radiance[4]; ///< the last element is unused
     };
 
     float viewProjection[16];
@@ -43,7 +43,7 @@ void copy(const QVector3D &vector, float *target)
     }
 }
 
-/// How many of the studio's lights others stand for: the sun for the key light.
+/// Number of studio lights that the rig replaces: the sun replaces the key light.
 int lightsReplaced(LightRig rig)
 {
     switch (rig) {
@@ -206,7 +206,7 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
     _drawables.draw(_program.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
     {
         const AutoEnabler blending(GL_BLEND);
-        glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA); // the shader's colours are premultiplied
+        glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA); // the shader writes premultiplied colours
         glDepthMask(GL_FALSE);
         _drawables.draw(_program.data(), _drawables.numbers(ModelDrawables::eBlended, view.eye));
         glDepthMask(GL_TRUE);
@@ -305,7 +305,7 @@ void ModelRenderer::cull(const View &view)
     _drawables.cull(_frozenFrustum.value_or(view.viewProjection()));
 }
 
-/// All that is not hidden; what is still drawn goes over its own ghost.
+/// Draws ghosts of all that is not hidden; what the frozen frustum contains is drawn over its ghost later.
 void ModelRenderer::drawGhosts(const View &view)
 {
     const AutoBinder boundProgram(_ghostProgram.data());

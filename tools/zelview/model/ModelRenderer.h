@@ -22,59 +22,59 @@ namespace zelview {
 class Environment;
 class ShadowLayers;
 
-/// Draws a scene: its passes, and the programs and the state of each.
+/// Draws the passes of a scene, with their programs and state.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class ModelRenderer
 {
     Q_DISABLE_COPY(ModelRenderer)
 
 public:
-    /// The scene is borrowed and must outlive the renderer.
+    /// Does not take ownership of the scene, which must outlive the renderer.
     ///
-    /// Errors: ExitCode::eGL when the driver does not support the manager or the mechanism.
+    /// Errors: ExitCode::eGL if the driver does not support the manager or the mechanism.
     static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, const Options &options,
                                                            ManagerKind manager, MechanismKind mechanism,
                                                            bool hasEnvironment);
     ~ModelRenderer();
 
-    /// What a camera of the scene sees.
+    /// The view of a camera of the scene.
     View cameraView(int camera, float aspect) const { return _drawables.cameraView(camera, aspect); }
 
-    /// Which of the scene's materials all passes show, and which one is marked in the picture; -1: none.
+    /// Sets the materials that all passes show, and the one that is highlighted in the picture (-1: none).
     void setShown(std::vector<bool> materials, int marked);
 
-    /// Culls by this frustum, whatever camera looks, and shows what it leaves out as ghosts; none: by the camera's.
+    /// Culls with this frustum for every camera, and shows what it culls as ghosts. Without a value: culls with the camera's
+    /// frustum.
     Failure freeze(std::optional<QMatrix4x4> viewProjection);
 
-    /// The frame's first half: the opaque draws' normals and distances, for AmbientOcclusion.
+    /// First part of a frame: draws normals and distances of the opaque draws, for AmbientOcclusion.
     void drawGeometry(const View &view);
-    /// The second, with the same view: into the bound framebuffer, opaque draws first.
+    /// Second part, with the same view: draws into the bound framebuffer, opaque draws first.
     void draw(const View &view, Orvane::Zel::Texture *occlusion, Environment *environment,
               ShadowLayers &shadows, float exposure);
 
-    /// A program for drawCasters(): the vertex stage includes "ModelVertex.glslh"; the fragment stage, such as
+    /// Builds a program for drawCasters(). The vertex stage must include "ModelVertex.glslh", and the fragment stage, such as
     /// "caster.frag", "Material.glslh".
     Expected<ProgramPointer> buildCasterProgram(const QString &vertexFile, const QString &fragmentFile);
-    /// Both sides of the opaque draws that are inside, with a program that is bound, whatever camera looks at them
-    /// otherwise.
+    /// Draws both sides of the opaque draws inside this frustum with the bound program. The camera's frustum has no effect.
     void drawCasters(Orvane::Zel::ShaderProgram *program, const QMatrix4x4 &viewProjection);
 
-    /// What is seen at a pixel: the number of the scene's material, and where.
+    /// What a pixel shows: the material index in the scene, and the position.
     std::optional<Picker::Hit> pick(const View &view, const QPoint &pixel, const QSize &viewport);
 
-    /// Builds what drawSlots() takes, unless that is done.
+    /// Builds the program of drawSlots() at the first call.
     Failure prepareSlots();
-    /// The texture manager's view of itself, over the bound framebuffer.
+    /// Draws the texture manager's debug view over the bound framebuffer.
     void drawSlots();
 
     ManagerKind manager() const { return _textures.kind(); }
     MechanismKind mechanism() const { return _plans.mechanism(); }
 
-    /// Textures that could not be read, in words.
+    /// Lines about textures that could not be read or placed.
     const QStringList &remarks() const { return _textures.remarks(); }
 
-    /// The counters of the last draw().
+    /// The counters of the last draw(), as a line.
     QString describeFrame() const;
     QStringList describeStatistics();
 
@@ -87,11 +87,11 @@ private:
     void cull(const View &view);
     void drawGhosts(const View &view);
 
-    Programs _programs; ///< with the defines of its texture manager
+    Programs _programs; ///< with the defines of the texture manager
     ProgramPointer _geometryProgram;
     ProgramPointer _program;
-    ProgramPointer _slotsProgram; ///< null until it is wanted
-    ProgramPointer _ghostProgram; ///< null until it is wanted
+    ProgramPointer _slotsProgram; ///< null until first used
+    ProgramPointer _ghostProgram; ///< null until first used
     ModelTextures _textures;
     ModelPlans _plans;
     ModelGeometry _geometry;

@@ -25,10 +25,10 @@ Texture *loadEmbedded(const TextureSource &source, const TextureFileInfo &info)
 {
     const QImage image = source.pixels.isNull() ? QImage::fromData(source.encoded) : source.pixels;
     if (!image.isNull()) {
-        // Rows in GL's order, as the library's own way from a QImage has them.
+        // Rows in GL's order, as for images that the library itself reads with QImage.
         return QImageToTexture(image.mirrored().convertToFormat(QImage::Format_ARGB32), false, info);
     }
-    QByteArray bytes = source.encoded; // a copy: readers may write into what they read
+    QByteArray bytes = source.encoded; // a copy, since readers may change their input
     return LoadTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()), ulong(bytes.size()), info,
                                  source.name);
 }
@@ -45,8 +45,8 @@ GLint toGL(TextureSource::Wrap wrap)
     }
 }
 
-/// Gives the bound texture all its levels: the library makes a few for an image, the array managers all for a slot, and
-/// the picture is to be the same.
+/// Generates all mip levels of the bound texture. The library creates a few for an image, and the array managers all for a
+/// slot; the picture must not depend on the manager.
 void completeLevels(Texture &texture)
 {
     GLint last = 0;
@@ -64,8 +64,8 @@ Texture *load(const TextureSource &source)
 {
     TextureFileInfo info;
     info.srgb = source.isColor;
-    // No anisotropy: llvmpipe (Mesa 22.3) filters some footprints of a model for minutes with it.
-    const Console::Collector quiet; // the remark says it all
+    // No anisotropic filter: with it llvmpipe (Mesa 22.3) needs minutes for some footprints of a model.
+    const Console::Collector quiet; // the remark replaces the messages
     std::unique_ptr<Texture> texture(source.path.isEmpty() ? loadEmbedded(source, info)
                                                            : LoadTextureFromFile(source.path, info));
     if (texture == nullptr || texture->target() != GL_TEXTURE_2D) {
@@ -88,12 +88,12 @@ TextureManager *newManager(ManagerKind kind)
         manager->setBindMode(isBindless ? Array2DTextureManager::BindModeBindless
                                         : Array2DTextureManager::BindModeSampler);
         manager->setMaxSlots(isBindless ? 32 : 8);
-        manager->setUseExplicitlyArrayAccessInGLSL(true); // tiles of one draw may be in several slots
+        manager->setUseExplicitlyArrayAccessInGLSL(true); // the tiles of one draw may be in several slots
         return manager;
     }
     case ManagerKind::eBindless: {
         auto *manager = new BindlessTextureManager;
-        manager->setMaxSlots(1); // all textures are read-only, and none takes a slot
+        manager->setMaxSlots(1); // all textures are read-only, and none uses a slot
         return manager;
     }
     default: {
@@ -117,13 +117,13 @@ std::array<bool, kMapKinds> usedKinds(const Scene &scene)
     return isUsed;
 }
 
-/// The map that a material binds for a kind: see ModelTextures::token().
+/// The map that a material binds for a kind; see ModelTextures::token().
 const MaterialMap &mapOf(const Material &material, MapKind kind, const std::array<bool, kMapKinds> &isUsed)
 {
     return material.maps[isUsed[kind] ? kind : eBaseColorMap];
 }
 
-/// The most textures that a material has, white in the place of missing ones among them.
+/// The greatest number of textures of a material, including white for missing ones.
 int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
 {
     size_t most = 1;
@@ -137,7 +137,7 @@ int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
     return int(most);
 }
 
-/// The captured groups of each match, joined by " to ", without repetition.
+/// The captured groups of each match, joined by " to ", without duplicates.
 QStringList captured(const QString &text, const char *pattern)
 {
     QStringList found;
@@ -151,7 +151,7 @@ QStringList captured(const QString &text, const char *pattern)
     return found;
 }
 
-/// One manager of each kind, to the end of the process: they leave helper textures to the context.
+/// One manager of each kind for the whole process: managers leave helper textures in the context when they are deleted.
 TextureManager *managerOf(ManagerKind kind)
 {
     static std::array<TextureManager *, kManagerKinds> managers{};
@@ -182,7 +182,7 @@ ModelTextures::ModelTextures(const Scene &scene, ManagerKind kind)
     , _manager(managerOf(kind))
     , _white(_manager->tokenForColor(Qt::white))
 {
-    if (kind == ManagerKind::eSampler) { // a sample costs as much as there are slots
+    if (kind == ManagerKind::eSampler) { // the cost of a sample grows with the number of slots
         _manager->setMaxSlots(mostTextures(scene, _isUsed));
     }
     for (const TextureSource &source : scene.textures) {
@@ -197,7 +197,7 @@ ModelTextures::~ModelTextures()
 {
     for (const Tile &tile : _tiles) {
         _manager->removeUDIMPatch(tile.set, tile.texture);
-        _manager->deleteUDIM(tile.set); // with the last of its tiles
+        _manager->deleteUDIM(tile.set); // deletes the set with the last of its tiles
     }
     for (Texture *texture : _textures) {
         _manager->deleteTexture(texture);
@@ -257,7 +257,7 @@ TextureToken ModelTextures::addSet(const TextureSource &source)
         TextureSource alone;
         alone.path = tile.path;
         alone.isColor = source.isColor;
-        alone.wrapU = TextureSource::eClamp; // no tile shows its other side at its border
+        alone.wrapU = TextureSource::eClamp; // no tile repeats its opposite side at its border
         alone.wrapV = TextureSource::eClamp;
         Texture *texture = load(alone);
         if (texture == nullptr) {
@@ -273,7 +273,7 @@ TextureToken ModelTextures::addSet(const TextureSource &source)
 
 TextureToken ModelTextures::addTexture(Texture *texture)
 {
-    texture->setReadOnly(); // what the bindless manager takes for a handle
+    texture->setReadOnly(); // the bindless manager creates handles only for such textures
     _textures.push_back(texture);
     return _manager->tokenForTexture(texture);
 }

@@ -19,11 +19,11 @@ class TextureManager;
 
 namespace zelview {
 
-/// The textures of a scene, loaded by the library and handed to a texture manager: shaders sample them by token.
+/// The textures of a scene, loaded by the library and owned by a texture manager; shaders sample them by token.
 ///
-/// Context: construct, use and delete with one and the same context current, of which a process has one.
-/// Errors:  an image that cannot be read is white, a tile is left out. The remarks list both, sets of tiles of which the
-///          manager shows the first alone, and sizes of textures that it scales or has no slot for.
+/// Context: construct, use and delete with the same context current; a process may have only one.
+/// Errors:  an unreadable image is white, an unreadable tile is left out. The remarks list both, and sets of tiles of which
+///          the manager shows only the first, and sizes of textures that it scales or has no slot for.
 class ModelTextures
 {
     Q_DISABLE_COPY(ModelTextures)
@@ -38,16 +38,16 @@ public:
 
     Orvane::Zel::TextureManager *manager() const { return _manager; }
 
-    /// What shaders sample for a map: white where the material has none. Where no material has one, shaders do not
-    /// sample it, and it is the colour's, so that no further texture is bound for it.
+    /// The texture that shaders sample for a map: white if the material has none. If no material has such a map, shaders do
+    /// not sample it; then this is the token of the colour map, so that no further texture is bound.
     Orvane::Zel::TextureToken token(const Material &material, MapKind kind) const;
 
-    /// Adds the manager's defines, and ZELVIEW_SURFACE_MAP and the like for the maps that some material has.
+    /// Adds the defines of the manager, and those such as ZELVIEW_SURFACE_MAP for maps that a material has.
     void setUp(Orvane::Zel::GLSLMacroProcessor *processor) const;
-    /// The manager's own file, which goes into programs that sample by token.
+    /// The shader file of the manager, which programs that sample by token must link.
     QString shaderFile() const;
 
-    /// Around a look at the manager itself with the current program: all textures, as far as they can be bound at once.
+    // For the manager's debug view with the current program: bind as many textures as possible at once, and unbind them.
     void bind(Orvane::Zel::ShaderProgram *program) const;
     void unbind(Orvane::Zel::ShaderProgram *program) const;
 
@@ -57,22 +57,22 @@ private:
     Orvane::Zel::TextureToken add(const TextureSource &source);
     Orvane::Zel::TextureToken addSet(const TextureSource &source);
     Orvane::Zel::TextureToken addTexture(Orvane::Zel::Texture *texture);
-    /// Makes an array manager find slots for all textures, and remarks what it scales.
+    /// Makes an array manager place all textures in slots, and adds remarks about those that it scales.
     void placeInSlots();
     void remarkTooLarge();
     QVector<Orvane::Zel::TextureToken> tokensAtOnce() const;
     Orvane::Zel::TextureToken tokenOf(int index) const;
 
     ManagerKind _kind;
-    std::array<bool, kMapKinds> _isUsed; ///< whether some material has such a map
+    std::array<bool, kMapKinds> _isUsed; ///< whether any material has such a map
     Orvane::Zel::TextureManager *_manager;
     Orvane::Zel::TextureToken _white;
-    QVector<Orvane::Zel::TextureToken> _tokens;    ///< by the scene's index, and white
-    std::vector<Orvane::Zel::Texture *> _textures; ///< the manager's
+    QVector<Orvane::Zel::TextureToken> _tokens;    ///< by texture index of the scene; the last is white
+    std::vector<Orvane::Zel::Texture *> _textures; ///< owned by the manager
     struct Tile
     {
         Orvane::Zel::TextureToken set;
-        Orvane::Zel::Texture *texture; ///< one of the above
+        Orvane::Zel::Texture *texture; ///< one of _textures
     };
     std::vector<Tile> _tiles;
     QStringList _remarks;

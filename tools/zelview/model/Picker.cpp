@@ -19,7 +19,7 @@ int readStencil()
     return value;
 }
 
-/// The point in front of which the pixel's middle lies.
+/// The position that the centre of the pixel shows, in the world.
 QVector3D readPosition(const QMatrix4x4 &viewProjection)
 {
     float depth = 1.0f;
@@ -27,7 +27,7 @@ QVector3D readPosition(const QMatrix4x4 &viewProjection)
     return viewProjection.inverted().map(QVector3D(0.0f, 0.0f, 2.0f * depth - 1.0f));
 }
 
-/// Draws into a framebuffer, and gives the one before back.
+/// Binds a framebuffer, and restores the previous one at its end.
 class BoundFramebuffer
 {
     Q_DISABLE_COPY(BoundFramebuffer)
@@ -96,7 +96,8 @@ std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const 
     return Hit{value < kMaxInStencil ? value - 1 : findAmong(large, draw), position};
 }
 
-/// Of numbers that the stencil cannot tell apart, the one that the pixel shows: what is drawn again meets its own depth.
+/// Finds the number that the pixel shows among those that the stencil cannot distinguish. Draws halves of them again: what
+/// the pixel shows passes the depth test with its own depth.
 int Picker::findAmong(QList<int> numbers, const std::function<void(const QList<int> &)> &draw) const
 {
     glDepthFunc(GL_LEQUAL);

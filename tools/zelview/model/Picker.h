@@ -11,9 +11,9 @@
 
 namespace zelview {
 
-/// Finds what a pixel shows: the model is drawn into a single pixel, whose stencil takes the material number.
+/// Finds what a pixel shows: draws the model into a framebuffer of one pixel, whose stencil receives the material number.
 ///
-/// Context: create, use and delete with one and the same context current.
+/// Context: create, use and delete with the same context current.
 class Picker
 {
     Q_DISABLE_COPY(Picker)
@@ -25,14 +25,14 @@ public:
         QVector3D position; ///< in the world
     };
 
-    /// The projection that fills a viewport with one pixel of this one. Pixels count from the upper left.
+    /// The projection that magnifies one pixel of a viewport to a whole viewport. Pixels count from the upper left.
     static QMatrix4x4 closeUp(const QMatrix4x4 &projection, const QPoint &pixel, const QSize &viewport);
 
     Picker();
     ~Picker();
 
-    /// \a draw draws what has the numbers, seen by \a viewProjection, and leaves number + 1 in the stencil, 255 for what
-    /// is greater. Empty where there is nothing.
+    /// \a draw: draws what has the numbers with \a viewProjection, and writes number + 1, at most 255, to the stencil.
+    /// Returns an empty value if the pixel shows nothing.
     std::optional<Hit> find(const QMatrix4x4 &viewProjection, const QList<int> &numbers,
                             const std::function<void(const QList<int> &)> &draw);
 

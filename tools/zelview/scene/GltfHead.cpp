@@ -17,12 +17,12 @@ namespace {
 
 constexpr qint64 kMaxText = 64 << 20; ///< bytes
 
-// A binary file: magic, version and length, then the length and type of the first chunk, which is the text.
+// A binary file starts with magic, version and length. The length and type of the first chunk follow, which is the JSON text.
 constexpr int kVersionOffset = 4;
 constexpr int kTextLengthOffset = 12;
 constexpr int kBinaryHead = 20;
 
-/// Extensions that zelview shows, or describes by what they add to a material.
+/// Extensions that zelview shows, or reports by their effect, such as "clear coat".
 const QStringList kKnownExtensions{
     QStringLiteral("KHR_draco_mesh_compression"), QStringLiteral("KHR_lights_punctual"),
     QStringLiteral("KHR_materials_clearcoat"),    QStringLiteral("KHR_materials_sheen"),

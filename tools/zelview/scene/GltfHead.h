@@ -5,19 +5,19 @@
 
 namespace zelview {
 
-/// What a glTF file states about itself.
+/// The properties of a glTF file that assimp does not report.
 struct GltfHead
 {
-    /// Reads a .gltf or .glb file. All is empty if the file is neither, or larger than it is sensible to read twice.
+    /// Reads a .gltf or .glb file. All members are empty for other files, and for files too large to read twice.
     static GltfHead of(const QString &path);
 
-    /// Those of the extensions that zelview neither shows nor describes otherwise.
+    /// The extensions among these that zelview neither shows nor reports by their effect.
     static QStringList unknownAmong(const QStringList &extensions);
 
     QString version; ///< such as "2.0"
     QStringList usedExtensions;
     QStringList requiredExtensions;
-    bool hasUnboundSkin = false; ///< a skin without matrices of its bind pose, which assimp 5.2 crashes on
+    bool hasUnboundSkin = false; ///< has a skin without inverse bind matrices, on which assimp 5.2 crashes
 };
 
 } // namespace zelview

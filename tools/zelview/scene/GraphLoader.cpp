@@ -26,7 +26,7 @@ QVector3D toVector(const aiVector3D &v)
     return {v.x, v.y, v.z};
 }
 
-/// What a node's extension KHR_node_visibility says.
+/// Reads the extension KHR_node_visibility of a node.
 bool isHidden(const aiNode &node)
 {
     aiMetadata extensions;
@@ -43,7 +43,7 @@ Node toNode(const aiNode &source, int parent)
             isHidden(source)};
 }
 
-/// Something at a position that looks along a direction, seen as a camera is: along -z, with y up.
+/// The transform of an object at a position that looks along a direction: like a camera along its -z, with y up.
 QMatrix4x4 placed(const QVector3D &position, const QVector3D &direction, const QVector3D &up)
 {
     QMatrix4x4 toLocal;
@@ -51,15 +51,15 @@ QMatrix4x4 placed(const QVector3D &position, const QVector3D &direction, const Q
     return toLocal.inverted();
 }
 
-/// Any direction that is far from parallel to this one.
+/// A direction that is far from parallel to this one.
 QVector3D across(const QVector3D &direction)
 {
     return std::abs(direction.y()) < 0.9f * direction.length() ? QVector3D(0.0f, 1.0f, 0.0f)
                                                                : QVector3D(1.0f, 0.0f, 0.0f);
 }
 
-/// Half the width of a perspective view at distance 1. assimp's reader of glTF multiplied the vertical angle by the
-/// aspect before its version 5.3.
+/// Half the width of a perspective view at distance 1. Before version 5.3, assimp's glTF reader multiplied the vertical
+/// angle by the aspect.
 float halfWidthAtOne(const aiScene &source, const aiCamera &camera, float aspect)
 {
     const bool isOld = aiGetVersionMajor() < 5 || (aiGetVersionMajor() == 5 && aiGetVersionMinor() < 3);
@@ -76,7 +76,7 @@ public:
     {
     }
 
-    /// The stack is our own: files decide how deep a hierarchy goes.
+    /// Uses an explicit stack instead of recursion, since a file may nest nodes to any depth.
     void loadNodes()
     {
         std::vector<std::pair<const aiNode *, int>> open{{_source.mRootNode, -1}};
@@ -146,13 +146,13 @@ private:
         }
     }
 
-    /// assimp joins cameras and lights to nodes by name.
+    /// assimp connects cameras and lights to nodes by name.
     Place placeOf(const aiString &name) const
     {
         return _byName.value(QString::fromUtf8(name.C_Str()), {_source.mRootNode, 0});
     }
 
-    /// Where a camera is in its node. assimp's reader of glTF puts the node's own way there once more.
+    /// The position of a camera in its node. assimp's glTF reader stores the node's translation there once more.
     static QVector3D positionOf(const Place &place, const aiVector3D &position)
     {
         const aiMatrix4x4 &m = place.node->mTransformation;
@@ -162,7 +162,7 @@ private:
     void setFilm(const aiCamera &source, SceneCamera &camera) const
     {
         const bool hasAspect = std::isfinite(source.mAspect) && source.mAspect > 0.0f;
-        const float aspect = hasAspect ? source.mAspect : 1.0f; // glTF's reader takes 1 for none
+        const float aspect = hasAspect ? source.mAspect : 1.0f; // the glTF reader uses 1 if the file states none
         camera.isOrthographic = source.mOrthographicWidth > 0.0f;
         const float halfWidth =
             camera.isOrthographic ? source.mOrthographicWidth : halfWidthAtOne(_source, source, aspect);

@@ -6,9 +6,9 @@ namespace zelview {
 
 struct Scene;
 
-/// Puts a file's node hierarchy, cameras and punctual lights into the scene.
+/// Copies the node hierarchy, cameras and punctual lights of a file into the scene.
 ///
-/// glTF's extension for the visibility of nodes is understood; other formats hide nothing.
+/// Hides nodes by glTF's extension KHR_node_visibility; other formats have no hidden nodes.
 void loadGraph(const aiScene &source, Scene &scene);
 
 } // namespace zelview

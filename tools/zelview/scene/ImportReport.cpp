@@ -19,7 +19,7 @@ namespace {
 
 const char *const kTooMuchMemory = "needs too much memory for a file of its size";
 
-/// Parts of assimp's messages, and what they mean to a user.
+/// A part of an assimp message, and its meaning for a user.
 struct KnownFailure
 {
     const char *part;

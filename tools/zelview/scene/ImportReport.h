@@ -12,7 +12,7 @@ namespace zelview {
 
 struct GltfHead;
 
-/// Opens files for assimp, and records the names of those that are not there.
+/// Opens files for assimp, and records the names of missing files.
 class RecordingFiles : public Assimp::DefaultIOSystem
 {
 public:
@@ -25,11 +25,11 @@ private:
     QStringList &_missing;
 };
 
-/// Those of the names that the model names itself: importers also try names of their own.
+/// The names that the model file itself contains: importers also try names that they make up.
 QStringList statedIn(const QString &modelPath, const QStringList &names);
 
-/// Why a model could not be imported, as the predicate of a sentence about its file, in zelview's own words: assimp's
-/// are for programmers. \a missing are the files that it names and that are not there.
+/// Why a model could not be imported, as the predicate of a sentence about its file. Replaces assimp's messages, which are
+/// for programmers. \a missing: missing files that the model refers to.
 QString describeFailure(const QString &path, const GltfHead &gltf, const Assimp::Importer &importer,
                         const QStringList &missing);
 

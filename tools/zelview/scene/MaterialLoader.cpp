@@ -18,10 +18,10 @@ namespace zelview {
 
 namespace {
 
-/// What a material without a word about gloss gets: satin shows form better than chalk.
+/// Roughness of materials that state no gloss: a satin surface shows its form better than a matt one.
 constexpr float kDefaultRoughness = 0.45f;
 
-/// In the place of a map of roughness and metalness, whose factors alone would make all of it metal.
+/// Roughness instead of a map of roughness and metalness that is not read; its factors alone would make the surface metal.
 constexpr float kMappedRoughness = 0.65f;
 
 float toLinear(float encoded)
@@ -29,7 +29,7 @@ float toLinear(float encoded)
     return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
 }
 
-/// A number of the material, or the default.
+/// A number of the material, or the default value.
 float number(const aiMaterial &source, const char *key, unsigned int type, unsigned int index,
              float byDefault)
 {
@@ -38,7 +38,7 @@ float number(const aiMaterial &source, const char *key, unsigned int type, unsig
                                                                                            : byDefault;
 }
 
-/// glTF states linear base colours; the other formats mean their diffuse colours as they look on a screen.
+/// The linear base colour. glTF states it; the diffuse colours of the other formats are sRGB.
 QVector4D baseColor(const aiMaterial &source)
 {
     aiColor4D color;
@@ -51,14 +51,14 @@ QVector4D baseColor(const aiMaterial &source)
     return {toLinear(color.r), toLinear(color.g), toLinear(color.b), number(source, AI_MATKEY_OPACITY, 1.0f)};
 }
 
-/// Whether the file holds to glTF's shading model, in which maps and factors mean what they say.
+/// Whether the material follows glTF's shading model, which defines its maps and factors.
 bool isGltf(const aiMaterial &source)
 {
     aiString mode;
     return source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS;
 }
 
-/// Maps of metalness or roughness that are not glTF's one of both.
+/// Whether there are maps of metalness or roughness other than glTF's combined one.
 bool hasForeignSurfaceMap(const aiMaterial &source)
 {
     return !isGltf(source)
@@ -67,7 +67,7 @@ bool hasForeignSurfaceMap(const aiMaterial &source)
                || source.GetTextureCount(aiTextureType_UNKNOWN) > 0);
 }
 
-/// Metalness and roughness, by what the format states.
+/// Reads metalness and roughness, or derives them from the gloss that the format states.
 void readSurface(const aiMaterial &source, Material &material)
 {
     const float metalness = number(source, AI_MATKEY_METALLIC_FACTOR, 0.0f);
@@ -82,19 +82,19 @@ void readSurface(const aiMaterial &source, Material &material)
         material.roughness = std::clamp(stated, 0.0f, 1.0f);
         return;
     }
-    // Exporters of plain colours leave glTF's default of 1.
+    // Exporters of plain colours keep glTF's default of 1.
     const bool isUnstated = stated >= 1.0f && metalness <= 0.0f && !material.has(eBaseColorMap);
     if (stated >= 0.0f) {
         material.roughness = isUnstated ? kDefaultRoughness : std::min(stated, 1.0f);
     } else if (shininess > 1.0f) {
-        // Width of a Phong lobe in terms of the distribution of normals: Walter et al., 2007, a^2 = 2 / (n + 2).
+        // The width of a Phong lobe as that of a distribution of normals: a^2 = 2 / (n + 2), Walter et al., 2007.
         material.roughness = std::pow(2.0f / (shininess + 2.0f), 0.25f);
     } else {
         material.roughness = kDefaultRoughness;
     }
 }
 
-/// What becomes of parts that are not opaque.
+/// Reads how parts that are not opaque are drawn.
 void readOpacity(const aiMaterial &source, Material &material)
 {
     aiString mode;
@@ -121,28 +121,28 @@ TextureSource::Wrap toWrap(aiTextureMapMode mode)
     }
 }
 
-/// The file that a model means by this name; empty when there is none.
+/// The file that a model refers to by this name; empty if there is none.
 QString findFile(QString name, const QDir &folder)
 {
     name.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    if (name.startsWith(QLatin1String("//"))) { // Blender's way to write that it is relative
+    if (name.startsWith(QLatin1String("//"))) { // how Blender marks a relative path
         name.remove(0, 2);
     }
-    const QString alone = name.section(QLatin1Char('/'), -1); // paths of the machine where the model was made
+    const QString alone = name.section(QLatin1Char('/'), -1); // the path may be of another machine
     for (const QString &candidate : {folder.filePath(name), folder.filePath(alone)}) {
         if (QFileInfo(candidate).isFile()) {
             return candidate;
         }
     }
     for (const QString &entry : folder.entryList(QDir::Files)) {
-        if (entry.compare(alone, Qt::CaseInsensitive) == 0) { // of a machine that takes either case
+        if (entry.compare(alone, Qt::CaseInsensitive) == 0) { // from a system that ignores case
             return folder.filePath(entry);
         }
     }
     return {};
 }
 
-/// The tiles that a model means by this name; none when it is no set.
+/// The tiles that a model refers to by this name; none if it is not the name of a set.
 std::vector<TextureTile> findTilesBeside(QString name, const QDir &folder)
 {
     name.replace(QLatin1Char('\\'), QLatin1Char('/'));
@@ -156,12 +156,12 @@ void takeEmbedded(const aiTexture &embedded, TextureSource &target)
         target.encoded = QByteArray(reinterpret_cast<const char *>(embedded.pcData), int(embedded.mWidth));
         return;
     }
-    // assimp's texels are what Qt calls ARGB32.
+    // assimp's texels have Qt's format ARGB32.
     const auto *bytes = reinterpret_cast<const uchar *>(embedded.pcData);
     target.pixels = QImage(bytes, int(embedded.mWidth), int(embedded.mHeight), QImage::Format_ARGB32).copy();
 }
 
-/// The scene's textures under construction: each image once for each way to wrap and to decode it.
+/// Builds the texture list of the scene: one entry for each combination of image, wrap modes and colour space.
 class TextureList
 {
 public:
@@ -172,10 +172,10 @@ public:
     {
     }
 
-    /// Whether assimp has left the file's transforms of texture coordinates as they are; see loadModel().
+    /// Whether assimp has not applied the texture-coordinate transforms of the file; see loadModel().
     bool areTransformsLeft() const { return zelview::isGltf(_source); }
 
-    /// The index of a texture, or -1 when the image is missing.
+    /// The index of a texture, or -1 if the image is missing.
     int indexOf(const aiString &name, TextureSource::Wrap wrapU, TextureSource::Wrap wrapV, bool isColor)
     {
         TextureSource texture;
@@ -206,7 +206,7 @@ public:
         return int(_scene.textures.size()) - 1;
     }
 
-    /// Replaces assimp's numbers of embedded images by their names, for messages. Call it last.
+    /// Replaces assimp's numbers of embedded images by names, for messages. Call it last.
     void nameEmbedded()
     {
         for (TextureSource &texture : _scene.textures) {
@@ -224,9 +224,9 @@ private:
     void remarkMissing(const QString &name)
     {
         if (name.isEmpty() || name.startsWith(QLatin1Char('$'))) {
-            return; // the file names none: assimp's readers put something there
+            return; // not from the file: a placeholder of assimp's readers
         }
-        const bool isComputed = name.startsWith(QLatin1String("Procedural,")); // of Blender
+        const bool isComputed = name.startsWith(QLatin1String("Procedural,")); // from Blender
         const QString remark = isComputed
                                    ? QStringLiteral("procedural textures are not shown")
                                    : QStringLiteral("texture '%1' is missing and is drawn white").arg(name);
@@ -240,7 +240,7 @@ private:
     Scene &_scene;
 };
 
-/// Where assimp keeps a map, by preference. An occlusion map of glTF is a light map to it.
+/// assimp's types of a map, in order of preference. It stores an occlusion map of glTF as a light map.
 std::vector<aiTextureType> typesOf(MapKind kind)
 {
     switch (kind) {
@@ -257,9 +257,9 @@ std::vector<aiTextureType> typesOf(MapKind kind)
     }
 }
 
-/// The transform of glTF's KHR_texture_transform for assimp's texture coordinates, whose origin is the image's lower left
-/// corner. assimp's reader and the step that would apply the transform disagree about the pivot (5.2.5), so the numbers
-/// of the file are recovered from those of the reader.
+/// The transform of glTF's KHR_texture_transform, for assimp's texture coordinates, whose origin is the lower left corner
+/// of the image. In assimp 5.2.5 the reader and the step that applies the transform disagree about the pivot, so this
+/// function recovers the numbers of the file from those of the reader.
 QTransform gltfTransform(const aiUVTransform &read)
 {
     const double scaleX = double(read.mScaling.x);
@@ -268,15 +268,15 @@ QTransform gltfTransform(const aiUVTransform &read)
     const double sine = -std::sin(double(read.mRotation)); // the reader negates the angle
     const double offsetX = double(read.mTranslation.x) - 0.5 * scaleX * (1.0 - cosine + sine);
     const double offsetY = 1.0 - scaleY + 0.5 * scaleY * (cosine + sine - 1.0) - double(read.mTranslation.y);
-    // Scale, then counter-clockwise rotation, then offset, where y goes down from the upper left corner.
+    // Scale, then counter-clockwise rotation, then offset; the origin is the upper left corner, and y points down.
     const QTransform stated(cosine * scaleX, -sine * scaleX, sine * scaleY, cosine * scaleY, offsetX,
                             offsetY);
     const QTransform upsideDown(1.0, 0.0, 0.0, -1.0, 0.0, 1.0);
     return upsideDown * stated * upsideDown;
 }
 
-/// The place among a vertex's sets of texture coordinates. There are two; the first that a map takes is the first of them,
-/// and a third one has no place and gets the first.
+/// Which of the two texture-coordinate sets of a vertex a map uses. The first map defines the first set; a map that would
+/// need a third set uses the first.
 int placeOf(const TexCoords &wanted, bool isFirst, Material &material)
 {
     std::array<TexCoords, 2> &places = material.texCoords;
@@ -314,7 +314,7 @@ void readMap(const aiMaterial &source, MapKind kind, TextureList &textures, Mate
     }
 }
 
-/// All maps of glTF; of other formats the colour alone, since their other maps do not say how they are meant.
+/// Reads all maps of glTF. Of other formats it reads only the colour map: they do not define the meaning of their others.
 void readMaps(const aiMaterial &source, TextureList &textures, Material &material)
 {
     readMap(source, eBaseColorMap, textures, material);
@@ -329,14 +329,14 @@ void readMaps(const aiMaterial &source, TextureList &textures, Material &materia
         number(source, AI_MATKEY_GLTF_TEXTURE_STRENGTH(aiTextureType_LIGHTMAP, 0), 1.0f), 0.0f, 1.0f);
 }
 
-/// glTF says which materials have no back; of other formats the winding cannot be relied on.
+/// glTF states which materials have no back faces; the winding in files of other formats is not reliable.
 bool isTwoSided(const aiMaterial &source)
 {
     int stated = 1;
     return !isGltf(source) || source.Get(AI_MATKEY_TWOSIDED, stated) != aiReturn_SUCCESS || stated != 0;
 }
 
-/// The emission, unless it is the factor of a map that is not read.
+/// Reads the emission, unless it is the factor of a map that is not read.
 void readEmission(const aiMaterial &source, bool isSeparate, Material &material)
 {
     aiColor4D emission;

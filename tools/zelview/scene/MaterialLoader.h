@@ -7,9 +7,10 @@ namespace zelview {
 
 struct Scene;
 
-/// Turns the materials of a model that assimp has read into the scene's, in their order and at least one, and finds the
-/// images that they name: embedded, or files beside the model at \a path, backslashes in their names accepted. An image
-/// that is not there is told among the scene's remarks.
+/// Converts the materials of a model that assimp has read, in their order; the scene gets at least one. Finds the images
+/// that they refer to: embedded ones, or files relative to the model at \a path, also with backslashes in their names.
+///
+/// Errors: a missing image becomes a remark of the scene.
 void loadMaterials(const aiScene &source, const QString &path, Scene &scene);
 
 } // namespace zelview

@@ -14,7 +14,7 @@ quint64 pageSize()
     return quint64(::sysconf(_SC_PAGESIZE));
 }
 
-/// What RLIMIT_DATA counts; 0 where that cannot be told.
+/// The memory that RLIMIT_DATA counts; 0 if it is unknown.
 quint64 dataInUse()
 {
     std::ifstream statm("/proc/self/statm");

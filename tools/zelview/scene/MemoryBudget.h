@@ -6,11 +6,11 @@
 
 namespace zelview {
 
-/// Lets the process take so much more memory in its scope, and makes what asks for more fail with std::bad_alloc, rather
-/// than the machine with it: small files can claim to be of any size.
+/// While it exists, limits the additional memory of the process. Allocations beyond the limit fail with std::bad_alloc
+/// instead of exhausting the machine: a small file can claim any size.
 ///
 /// Units:  bytes.
-/// Errors: without a word where the system does not say or allow it; the scope is unbounded then.
+/// Errors: silently sets no limit if the system does not support it.
 class MemoryBudget
 {
     Q_DISABLE_COPY(MemoryBudget)
@@ -19,7 +19,7 @@ public:
     explicit MemoryBudget(quint64 bytes);
     ~MemoryBudget();
 
-    /// Half of the machine's memory.
+    /// Half of the machine's memory, in bytes.
     static quint64 half();
 
 private:

@@ -13,7 +13,7 @@ float aspectOf(const QSize &viewport)
     return float(viewport.width()) / float(viewport.height());
 }
 
-/// The camera that the user names, or numbers; -1 when no one is asked for.
+/// The index of the camera that the options name or number; -1 if they ask for none.
 Expected<int> findCamera(const Scene &scene, const Options &options)
 {
     if (options.camera.isEmpty()) {

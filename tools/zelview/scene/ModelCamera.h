@@ -16,40 +16,40 @@ namespace zelview {
 struct Options;
 struct Scene;
 
-/// What a model is seen by: a camera that turns around it, one of its file's, or a flight through a stress scene.
-/// Whoever moves it wants the first of them.
+/// The camera of a model: one that turns around it, one of its file, or a flight through a stress scene. Moving the view
+/// switches to the first kind.
 ///
-/// The scene that calls take is the one that it was made for.
+/// All calls take the scene that was passed to create().
 class ModelCamera
 {
 public:
-    /// What a camera of the file sees, by its number and the aspect.
+    /// Returns the view of a camera of the file, by its index and the aspect.
     using FileCamera = std::function<View(int, float)>;
 
-    /// The one that the options ask for.
+    /// The camera that the options ask for.
     ///
     /// Errors: ExitCode::eUsage for a camera that the file does not have.
     static Expected<ModelCamera> create(const Scene &scene, const Options &options);
 
     View view(const Scene &scene, const QSize &viewport, const FileCamera &fileCamera) const;
 
-    /// The view around the model that shows all of it.
+    /// Turns to the camera around the model, so that all of the model is visible.
     void frame(const Scene &scene, const QSize &viewport);
-    /// The same for another viewport, unless the user has moved the view since.
+    /// Frames the model again for another viewport, unless the user has moved the view since.
     void refit(const Scene &scene, const QSize &viewport);
-    // As Exhibit has them.
+    // As in Exhibit.
     void turn(const QVector2D &way);
     void move(const QVector2D &way);
     void zoom(float steps);
 
-    /// The next camera of the file, or behind the last one that around the model.
+    /// Switches to the next camera of the file, or after the last one to the camera around the model.
     void takeNext(const Scene &scene);
 
     bool isFlying() const { return _flightTime.has_value(); }
-    /// From 0 to 1, where it flies.
+    /// Position of the flight, from 0 to 1; no effect on the other kinds.
     void setTime(float time);
 
-    /// In words; empty for the camera around the model.
+    /// Name and number of a camera of the file, for the report; otherwise empty.
     QString describe(const Scene &scene) const;
 
 private:
@@ -58,7 +58,7 @@ private:
     void takeOrbit();
 
     OrbitCamera _orbit;
-    int _fileCamera = -1; ///< of the scene; -1: none
+    int _fileCamera = -1; ///< index in the scene; -1: none
     std::optional<float> _flightTime;
 };
 

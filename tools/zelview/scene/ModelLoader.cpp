@@ -30,18 +30,18 @@ namespace {
 constexpr unsigned int kFirstSteps = aiProcess_ValidateDataStructure | aiProcess_Triangulate
                                      | aiProcess_SortByPType | aiProcess_FindInvalidData;
 
-/// These expect that no two faces share a vertex.
+/// Steps of assimp that expect faces without shared vertices.
 constexpr unsigned int kLastSteps = aiProcess_RemoveRedundantMaterials | aiProcess_GenUVCoords
                                     | aiProcess_GenSmoothNormals | aiProcess_JoinIdenticalVertices
                                     | aiProcess_ImproveCacheLocality;
 
-/// Edges sharper than this stay edges where normals are generated; degrees.
+/// Generated normals keep edges sharp whose angle exceeds this, in degrees.
 constexpr float kSmoothingAngle = 40.0f;
 
-/// Beyond it squares of lengths leave the range of float.
+/// The squares of larger coordinates would exceed the range of float.
 constexpr float kMaxCoordinate = 1e15f;
 
-/// What reading a file may take: as much as any sound file needs, compressed ones included.
+/// The memory limit for reading a file: enough for every valid file, including compressed ones.
 quint64 memoryFor(const QString &path)
 {
     constexpr quint64 kAtLeast = 1 << 30;
@@ -89,7 +89,7 @@ Vertex toVertex(const aiMesh &source, unsigned int index, const Material &materi
     return vertex;
 }
 
-/// Puts the meshes of a file behind one another in the scene's arrays.
+/// Appends a mesh of the file to the arrays of the scene.
 Mesh appendMesh(const aiMesh &source, Scene &scene)
 {
     Mesh mesh;
@@ -112,7 +112,7 @@ Mesh appendMesh(const aiMesh &source, Scene &scene)
     return mesh;
 }
 
-/// Whether the counts, which GL takes as int, can be held.
+/// Whether the counts fit into int, GL's type for them.
 bool isWithinLimits(const aiScene &source)
 {
     qint64 vertices = 0;
@@ -125,7 +125,7 @@ bool isWithinLimits(const aiScene &source)
     return vertices <= most && indices <= std::numeric_limits<int>::max() / qint64(sizeof(quint32));
 }
 
-/// Six reaches are the box, without a transformed copy of every vertex.
+/// The bounds of all draws, from the reach in six directions: no transformed copy of the vertices is needed.
 Box boundsOf(const Scene &scene)
 {
     Box box;
@@ -141,7 +141,7 @@ Box boundsOf(const Scene &scene)
 bool isUsable(const Box &box)
 {
     for (int axis = 0; axis < 3; ++axis) {
-        // The comparisons are written so that a NaN fails them.
+        // The comparisons are false for NaN.
         if (!(box.low[axis] >= -kMaxCoordinate && box.high[axis] <= kMaxCoordinate
               && box.low[axis] <= box.high[axis])) {
             return false;
@@ -174,7 +174,7 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
     return scene;
 }
 
-/// What the file holds, or names, and the scene lacks.
+/// Adds remarks about what the file contains or refers to and the scene does not show.
 void remark(const aiScene &source, const GltfHead &gltf, const QStringList &missing, Scene &scene)
 {
     for (const QString &file : missing) {
@@ -198,8 +198,8 @@ Expected<Scene> import(const QString &path)
     const aiScene *source =
         gltf.hasUnboundSkin ? nullptr : importer.ReadFile(path.toUtf8().constData(), kFirstSteps);
     if (source != nullptr) {
-        generateSharedNormals(*const_cast<aiScene *>(source), kSmoothingAngle); // the importer's own scene
-        // MaterialLoader reads the transforms of glTF.
+        generateSharedNormals(*const_cast<aiScene *>(source), kSmoothingAngle); // owned by the importer, which allows changes
+        // MaterialLoader reads the texture transforms of glTF.
         const unsigned int transforms = isGltf(*source) ? 0u : aiProcess_TransformUVCoords;
         source = importer.ApplyPostProcessing(kLastSteps | transforms);
     }
@@ -224,7 +224,7 @@ Expected<Scene> loadModel(const QString &path)
     try {
         return import(path);
     } catch (const std::exception
-                 &exception) { // assimp's readers throw on some broken files, and so does a full memory
+                 &exception) { // assimp's readers throw for some malformed files, and if memory runs out
         return inputProblem(path, describeFailure(exception));
     }
 }

@@ -5,11 +5,11 @@
 
 namespace zelview {
 
-/// Reads a model file with assimp: faces cut into triangles, points and lines left out, missing
-/// normals generated, and the texture coordinates of projected images.
+/// Reads a model file with assimp. Splits faces into triangles, leaves out points and lines, and generates missing normals
+/// and the texture coordinates of projected images.
 ///
-/// Errors: ExitCode::eFile when there is no such file or it cannot be read, ExitCode::eInput when it is no model, or one
-///         without triangles, or too large, or with coordinates that are no finite numbers.
+/// Errors: ExitCode::eFile if the file is missing or unreadable. ExitCode::eInput if it is not a model, has no triangles,
+///         is too large, or has coordinates that are not finite.
 Expected<Scene> loadModel(const QString &path);
 
 } // namespace zelview

@@ -19,7 +19,7 @@ namespace {
 using Vector = aiVector3t<double>;
 using Numbers = std::vector<unsigned int>;
 
-/// The vertex at a corner; three corners make a face.
+/// The vertex index of a corner; each face has three corners.
 unsigned int &indexOf(const aiMesh &mesh, unsigned int corner)
 {
     return mesh.mFaces[corner / 3].mIndices[corner % 3];
@@ -37,7 +37,7 @@ bool isAnyShared(const aiMesh &mesh)
     return false;
 }
 
-/// What has an order for any file: NaNs have none as numbers.
+/// A key with a total order for any coordinate, which NaNs do not have as numbers.
 quint32 bitsOf(float coordinate)
 {
     coordinate += 0.0f; // -0 becomes 0
@@ -46,7 +46,7 @@ quint32 bitsOf(float coordinate)
     return bits;
 }
 
-/// Places by vertex: vertices of one position have the same.
+/// Numbers the distinct positions of the vertices: vertices at the same position have the same number.
 struct Places
 {
     explicit Places(const aiMesh &mesh)
@@ -79,10 +79,10 @@ Vector faceNormal(const aiMesh &mesh, const aiFace &face)
     return ((corner(1) - corner(0)) ^ (corner(2) - corner(0))).NormalizeSafe();
 }
 
-/// A normal for each corner of each face.
+/// The normal of each corner of each face.
 std::vector<aiVector3D> cornerNormals(const aiMesh &mesh, double leastCosine)
 {
-    // The corners of a place are a range of a list.
+    // The corners at one position are a range of one list.
     const Places places(mesh);
     std::vector<Vector> faces(mesh.mNumFaces);
     Numbers ends(places.count + 1);
@@ -105,7 +105,7 @@ std::vector<aiVector3D> cornerNormals(const aiMesh &mesh, double leastCosine)
     for (unsigned int corner = 0; corner < 3 * mesh.mNumFaces; ++corner) {
         const unsigned int place = placeOf(corner);
         const Vector &own = faces[corner / 3];
-        if (own == Vector()) { // no area
+        if (own == Vector()) { // the face has no area
             normals.emplace_back();
             continue;
         }
@@ -122,7 +122,7 @@ std::vector<aiVector3D> cornerNormals(const aiMesh &mesh, double leastCosine)
     return normals;
 }
 
-/// \a origins: the vertex of which each new one is a copy.
+/// Replaces an array by copies of its elements. \a origins: for each new element, the index of the old one.
 template <typename T> void repeat(T *&values, const Numbers &origins)
 {
     if (values != nullptr) {
@@ -134,7 +134,7 @@ template <typename T> void repeat(T *&values, const Numbers &origins)
     }
 }
 
-/// For meshes and their morph targets.
+/// Does that for the arrays of a mesh or a morph target.
 template <typename Mesh> void repeatVertices(Mesh &mesh, const Numbers &origins)
 {
     repeat(mesh.mVertices, origins);
@@ -156,8 +156,8 @@ bool isOfTriangles(const aiMesh &mesh)
                        [](const aiFace &face) { return face.mNumIndices == 3; });
 }
 
-/// Gives each face vertices of its own, and returns the vertex of which each is a copy. Copies follow the vertices of the
-/// file, whose numbers bones refer to.
+/// Copies vertices so that faces share none. Returns for each vertex the one of which it is a copy. The copies follow the
+/// vertices of the file, so that the indices in bones stay valid.
 Numbers separateFaces(aiMesh &mesh)
 {
     Numbers origins(mesh.mNumVertices);

@@ -4,14 +4,14 @@ struct aiScene;
 
 namespace zelview {
 
-/// Gives normals to the meshes that have none and whose faces share vertices, as in formats that list points once. The
-/// normal of a face's corner is the mean of the faces around that lean less than \a smoothingAngle degrees from it; the
-/// faces get vertices of their own, which may be joined where they are equal.
+/// Generates normals for meshes that have none and whose faces share vertices, as in formats that store each point once.
+/// The normal of a corner is the mean over the faces at its point whose normals differ from its face's by less than
+/// \a smoothingAngle degrees. Afterwards faces share no vertices; the caller may join equal ones.
 ///
-/// assimp's step expects that faces have vertices of their own: the last face's normal would count for all. When it gets
-/// them, its time grows with the square of their number.
+/// assimp's own step is not usable here: at shared vertices the normal of the last face would apply to all, and with
+/// separate vertices its time grows with the square of their number.
 ///
-/// Bones keep their weights for one of a vertex's copies only: models are shown at rest.
+/// Bones keep their weights for only one copy of a vertex, since zelview shows models in their rest pose.
 void generateSharedNormals(aiScene &scene, float smoothingAngle);
 
 } // namespace zelview

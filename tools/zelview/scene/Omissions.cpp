@@ -17,7 +17,7 @@ namespace zelview {
 
 namespace {
 
-/// Counts of what a scene holds, with their names, in the order in which they are added.
+/// A list of counts with names, in the order of their addition.
 class Inventory
 {
 public:
@@ -45,7 +45,7 @@ private:
     QStringList _items;
 };
 
-/// Importers make animations without a channel, too.
+/// Counts animations with channels: importers also create empty ones.
 qint64 countAnimations(const aiScene &source)
 {
     return std::count_if(source.mAnimations, source.mAnimations + source.mNumAnimations,
@@ -55,7 +55,7 @@ qint64 countAnimations(const aiScene &source)
                          });
 }
 
-/// Of those that are drawn.
+/// Counts meshes that are drawn.
 template <typename Predicate> qint64 countMeshes(const aiScene &source, Predicate isCounted)
 {
     return std::count_if(source.mMeshes, source.mMeshes + source.mNumMeshes, [&](const aiMesh *mesh) {
@@ -69,7 +69,7 @@ template <typename Predicate> qint64 countMaterials(const aiScene &source, Predi
                          [&](const aiMaterial *material) { return isCounted(*material); });
 }
 
-/// Faces of so many corners: 1 for points, 2 for lines.
+/// Counts faces of this many corners: 1 for points, 2 for lines.
 qint64 countFaces(const aiScene &source, unsigned int corners)
 {
     qint64 faces = 0;
@@ -94,7 +94,7 @@ void addGeometry(const aiScene &source, Inventory &inventory)
 
 bool isPositive(const aiMaterial &material, const char *key, unsigned int type, unsigned int index)
 {
-    aiColor4D value; // a single number comes in red
+    aiColor4D value; // assimp returns a single number in red
     return material.Get(key, type, index, value) == aiReturn_SUCCESS
            && (value.r > 0.0f || value.g > 0.0f || value.b > 0.0f);
 }
@@ -111,7 +111,8 @@ void addLayers(const aiScene &source, Inventory &inventory)
     inventory.addOfMaterials("refraction", count(AI_MATKEY_VOLUME_THICKNESS_FACTOR));
 }
 
-/// Maps of one kind, for which assimp may have two types. They are shown for glTF alone, or not at all.
+/// A kind of map, for which assimp may have two types, and whether zelview shows it for glTF. It never shows them for
+/// other formats.
 struct MapName
 {
     const char *name;
@@ -163,7 +164,7 @@ void addExtensions(const GltfHead &gltf, Inventory &inventory)
     }
 }
 
-/// Whether nothing of it is seen, whatever its maps hold: they only multiply.
+/// Whether the material is invisible. Maps cannot change that: they only multiply the opacity.
 bool isFullyTransparent(const Material &material)
 {
     return material.baseColor.w() < material.alphaCutoff

@@ -9,12 +9,12 @@ namespace zelview {
 struct GltfHead;
 struct Scene;
 
-/// What a model that assimp has read holds and zelview does not show: animations, skins, lines, clear coat and the
-/// like, in one line; empty if there is nothing.
+/// Lists in one line what a model contains and zelview does not show, such as animations, skins, lines and clear coat.
+/// Empty if there is nothing to list.
 QString describeOmissions(const aiScene &source, const GltfHead &gltf);
 
-/// Adds a remark if materials are fully transparent. If all are, which exporters that confuse opacity with transparency
-/// write, they become opaque.
+/// Adds a remark if materials are fully transparent. If all are, makes them opaque: some exporters confuse opacity with
+/// transparency.
 void showTransparentScene(Scene &scene);
 
 } // namespace zelview

@@ -11,13 +11,13 @@ namespace zelview {
 
 namespace {
 
-constexpr float kFieldOfView = 28.0f; ///< vertical, degrees: long enough for a calm perspective
-constexpr float kMargin = 0.10f;      ///< of the viewport, on each side together
+constexpr float kFieldOfView = 28.0f; ///< vertical, degrees: a long lens, for little distortion
+constexpr float kMargin = 0.10f;      ///< part of the viewport, for both sides together
 constexpr float kMaxElevation = 89.0f;
 constexpr float kDegreesPerDrag = 200.0f;
 constexpr float kZoomStep = 0.9f;
 
-/// Bounds of the distance, in radii of the scene.
+/// Limits of the distance, in radii of the scene.
 constexpr float kNearest = 0.02f;
 constexpr float kFarthest = 50.0f;
 
@@ -26,7 +26,8 @@ float halfHeightAtOne()
     return std::tan(qDegreesToRadians(0.5f * kFieldOfView));
 }
 
-/// A scene whose extent is lost in the rounding of its coordinates, such as a single point, is shown from somewhere, too.
+/// The radius of the scene, or a usable value if the extent is smaller than the rounding of the coordinates, such as that
+/// of a single point.
 float sensibleRadius(const Box &bounds)
 {
     const float remoteness = bounds.center().length();
@@ -36,8 +37,8 @@ float sensibleRadius(const Box &bounds)
     return remoteness > 0.0f ? 0.01f * remoteness : 1.0f;
 }
 
-/// Where the two planes of a wedge, whose half-width grows by \a slope for each unit of depth, meet when both touch the
-/// scene: along the axis and along the depth.
+/// The apex of the wedge that just contains the scene, and whose half-width grows by \a slope per unit of depth: its
+/// coordinates along the axis and along the depth.
 struct Apex
 {
     float across;
@@ -118,7 +119,7 @@ QMatrix4x4 OrbitCamera::projection(float aspect) const
 {
     const float depth = QVector3D::dotProduct(eye() - _sceneCenter, back());
     const float farPlane = std::max(depth + 1.05f * _sceneRadius, 2.0f * kNearest * _sceneRadius);
-    // A near plane before the scene where there is room, and never so near that the depth buffer loses its resolution.
+    // The near plane is before the scene if possible, but never so near that the depth buffer loses its resolution.
     const float nearPlane = std::max(depth - 1.05f * _sceneRadius, 0.001f * farPlane);
     QMatrix4x4 matrix;
     matrix.perspective(kFieldOfView, aspect, nearPlane, farPlane);

@@ -10,7 +10,7 @@ namespace zelview {
 
 struct Scene;
 
-/// A perspective camera that looks at a point and turns around it. y is up.
+/// A perspective camera that looks at a target point and turns around it. y is up.
 ///
 /// Units: angles in degrees; drags in heights of the viewport, to the right and down.
 class OrbitCamera
@@ -18,24 +18,24 @@ class OrbitCamera
 public:
     OrbitCamera(float azimuth, float elevation);
 
-    /// Keeps the direction, and finds the point and the distance from which the whole scene just fits a viewport of the
-    /// aspect (width by height), with a margin.
+    /// Keeps the direction, and chooses target and distance so that the whole scene, with a margin, just fits into a viewport
+    /// of this aspect (width by height).
     void frame(const Scene &scene, float aspect);
 
     /// Frames the scene again for another aspect, unless pan() or zoom() have changed the view since.
     void refit(const Scene &scene, float aspect);
 
     void orbit(const QVector2D &drag);
-    /// Moves what lies at the distance of the target along with the pointer.
+    /// Moves the view so that points at the distance of the target follow the pointer.
     void pan(const QVector2D &drag);
-    /// A step in halves the distance by a tenth; negative steps go out.
+    /// One step multiplies the distance by a constant less than 1; negative steps move away.
     void zoom(float steps);
 
-    /// All of what follows, for an aspect.
+    /// The view for an aspect: what the functions below return.
     View at(float aspect) const;
 
     QMatrix4x4 view() const;
-    /// Near and far enclose the scene that was framed.
+    /// The near and far planes enclose the scene that was framed.
     QMatrix4x4 projection(float aspect) const;
     QVector3D eye() const;
     float azimuth() const { return _azimuth; }
@@ -51,7 +51,7 @@ private:
     QVector3D _target;
     QVector3D _sceneCenter;
     float _sceneRadius = 1.0f;
-    bool _isFitted = false; ///< shows the whole scene, as frame() does
+    bool _isFitted = false; ///< the view is still that of frame()
 };
 
 } // namespace zelview

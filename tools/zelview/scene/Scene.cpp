@@ -43,7 +43,7 @@ float Scene::reach(const QVector3D &direction) const
         if (draw.isHidden) {
             continue;
         }
-        // The plane goes into the mesh's space, rather than every vertex into the world.
+        // Transforms the plane to the mesh's space instead of every vertex to the world.
         const QVector4D plane = QVector4D(direction, 0.0f) * draw.transform;
         const Mesh &mesh = meshes[size_t(draw.mesh)];
         const auto first = vertices.begin() + mesh.firstVertex;

@@ -12,7 +12,7 @@ namespace zelview {
 
 namespace {
 
-/// As assimp's readers name themselves.
+/// The name of the assimp reader.
 QByteArray nameOf(const aiScene &scene)
 {
     aiString name;

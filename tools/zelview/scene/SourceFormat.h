@@ -4,13 +4,13 @@ struct aiScene;
 
 namespace zelview {
 
-// What assimp's scenes mean differs by the format that they were read from.
+// The meaning of some values in an assimp scene depends on the format of its file.
 
 /// glTF 1 and 2.
 bool isGltf(const aiScene &scene);
 
-/// Whether surfaces emit light apart from their texture. In the other formats, which describe the fixed-function pipeline,
-/// the texture multiplies all light, emission included.
+/// Whether emission is independent of the colour texture. In the other formats, which describe the fixed-function pipeline,
+/// the texture multiplies all light, including the emission.
 bool hasSeparateEmission(const aiScene &scene);
 
 } // namespace zelview

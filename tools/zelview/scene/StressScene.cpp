@@ -14,9 +14,10 @@ namespace zelview {
 namespace {
 
 constexpr int kMaterials = 32;
-constexpr float kSpacing = 3.0f; ///< of the bodies, whose size is about 1
+constexpr float kSpacing = 3.0f; ///< distance of the bodies, whose size is about 1
 
-/// A grid of points over a closed surface, given by two angles in turns; the normal follows from its neighbours.
+/// Appends a closed surface as a grid of points. \a point takes two angles, in turns; the normals are computed from
+/// neighbouring points.
 Mesh appendSurface(int columns, int rows, const std::function<QVector3D(float, float)> &point, Scene &scene)
 {
     Mesh mesh;
@@ -60,7 +61,7 @@ QVector3D onCircle(float turns)
     return {std::cos(turns * 2.0f * float(M_PI)), 0.0f, -std::sin(turns * 2.0f * float(M_PI))};
 }
 
-/// A sphere, a ring, a pillow and a spindle.
+/// Appends a sphere, a ring, a pillow and a spindle.
 std::vector<Mesh> appendShapes(Scene &scene)
 {
     const QVector3D up(0.0f, 1.0f, 0.0f);
@@ -141,7 +142,7 @@ Scene makeStressScene(int bodies)
 View stressView(const Scene &scene, float time, float aspect)
 {
     constexpr float kFieldOfView = 55.0f;
-    constexpr float kWide = 0.9f; // how far out the trip goes, in radii of the scene
+    constexpr float kWide = 0.9f; // greatest distance of the flight from the middle, in radii of the scene
     const float turn = time * 2.0f * float(M_PI);
     const float radius = scene.bounds.radius();
     const QVector3D center = scene.bounds.center();
@@ -151,7 +152,7 @@ View stressView(const Scene &scene, float time, float aspect)
                      * QVector3D(std::sin(angle), 0.45f * std::sin(2.0f * angle), std::cos(angle));
     };
     const QVector3D eye = place(turn);
-    // It looks ahead, and a little to the middle.
+    // The camera looks ahead, and slightly towards the middle.
     const QVector3D target = 0.6f * place(turn + 0.5f) + 0.4f * center;
     View view;
     view.eye = eye;

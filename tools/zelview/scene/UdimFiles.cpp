@@ -17,14 +17,14 @@ constexpr int kFirstTile = 1001;
 constexpr int kLastTile = 2000;
 constexpr int kColumns = 10;
 
-/// The name with the mark in the place of the last number of four digits; unchanged where there is none.
+/// Replaces the last number of four digits in the name by the mark; returns the name unchanged if it has none.
 QString markNumber(const QString &name, const QString &number)
 {
     const QRegularExpression form(QStringLiteral("(?<!\\d)%1(?!\\d)(?!.*(?<!\\d)%1(?!\\d))").arg(number));
     return QString(name).replace(form, kMark);
 }
 
-/// The tiles of a name with the mark in it.
+/// The tiles of a name that contains the mark.
 std::vector<TextureTile> findMarked(const QDir &folder, const QString &name)
 {
     const QString number = QStringLiteral("(\\d{4})");
@@ -42,7 +42,7 @@ std::vector<TextureTile> findMarked(const QDir &folder, const QString &name)
     return tiles;
 }
 
-/// The names of all sets in a folder, with the mark in them.
+/// The names of all sets in a folder, with the mark instead of the number.
 QStringList setsIn(const QDir &folder)
 {
     QStringList sets;
@@ -116,7 +116,7 @@ Scene makeUdimPlane(const TextureSource &tiles)
     Material material;
     material.baseColor = {1.0f, 1.0f, 1.0f, 1.0f};
     material.maps[eBaseColorMap].texture = 0;
-    material.alphaCutoff = 0.5f; // what is between the tiles is transparent
+    material.alphaCutoff = 0.5f; // missing tiles are transparent
     scene.materials.push_back(material);
     scene.textures.push_back(tiles);
     scene.meshes.push_back({0, 6, 0, 4, 0, scene.bounds});

@@ -6,20 +6,20 @@
 namespace zelview {
 
 /// \file
-/// UDIM sets on disk: files that differ in a number of four digits, 1001 + column + 10 * row. Free of GL.
+/// Finds UDIM sets on disk: files whose names differ in a number of four digits, 1001 + column + 10 * row. Uses no GL.
 ///
 /// Units: columns from 0 to 9, rows from 0 to 99, counted from the lower left.
 
-/// The tiles of a set, by number. \a path names it by `<UDIM>` in the place of the number, or by its tile 1001, which
-/// takes two files at least to be a set. Empty when there is none.
+/// The tiles of a set, sorted by number. \a path has `<UDIM>` instead of the number, or is the path of tile 1001; then a
+/// set needs at least two files. Empty if there is no set.
 std::vector<TextureTile> findTiles(const QString &path);
 
-/// The set that a folder holds, or that \a name is, as findTiles() takes it.
+/// The set in a folder, or of a name as for findTiles().
 ///
-/// Errors: ExitCode::eFile when there are no tiles, ExitCode::eUsage when a folder holds several sets.
+/// Errors: ExitCode::eFile if there are no tiles, ExitCode::eUsage if a folder contains several sets.
 Expected<TextureSource> findUdimSet(const QString &name);
 
-/// An upright plane with a unit square for each tile; where a tile is missing there is a hole.
+/// An upright plane with a unit square for each tile; a missing tile leaves a hole.
 Scene makeUdimPlane(const TextureSource &tiles);
 
 } // namespace zelview
