@@ -392,7 +392,7 @@ TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
     const QByteArray whole = _files.read("sound.exr");
     const std::vector<Refusal> refusals = {
         {{wall, "--env", _files.path("none.exr")}, 2, "there is no file"},
-        {{wall, "--env", _files.path(QString())}, 2, "is not a file that can be read"},
+        {{wall, "--env", _files.path(QString())}, 2, "is not a readable file"},
         {{wall, "--env", wall}, 3, "wall.obj' cannot be read"},
         {{wall, "--env", _files.write("cut.exr", whole.left(200))}, 3, "cut.exr' cannot be read: "},
         {{wall, "--env", _files.write("half.exr", whole.left(whole.size() / 2))},

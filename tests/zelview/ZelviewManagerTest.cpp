@@ -88,7 +88,7 @@ TEST_F(ZelviewManagerTest, TilesAreAPlaneWithAHoleWhereOneIsMissing)
     const Ending ending = runZelview(
         _front
         + QStringList{"--udim", _files.path("t.<UDIM>.png"), "--manager", "sampler", "--offscreen", target});
-    EXPECT_EQ(ending.errors, "zelview: texture 't.<UDIM>.png' has tiles, of which the manager "
+    EXPECT_EQ(ending.errors, "zelview: texture 't.<UDIM>.png' has tiles; the manager "
                              "'sampler' shows only the first\n");
     EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0}));
 }
