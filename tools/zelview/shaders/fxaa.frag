@@ -1,4 +1,4 @@
-// A picture with its edges smoothed.
+// Smooths the edges of a picture by FXAA.
 // In:  u_Picture, sRGB; vo_TexCoord.
 // Out: sRGB.
 #macro ZELVIEW_GLSL_VERSION #version 150
