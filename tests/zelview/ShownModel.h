@@ -12,7 +12,7 @@
 
 #include <QtGui/QImage>
 
-/// A model that is put up in a context of its own, without a window, and pictures of it.
+/// A model with its own context and without a window, and pictures of it.
 class ShownModel
 {
 public:
@@ -33,12 +33,12 @@ public:
         _target.reset();
         _programs.reset();
         _exhibit.reset();
-        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the next model's plans have the same names
+        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the plans of the next model have the same names
     }
 
     zelview::Exhibit *operator->() { return _exhibit.get(); }
 
-    /// Its first row is the lowest.
+    /// Draws a frame and reads it back; the first row is the lowest.
     QImage picture()
     {
         prepare();
@@ -59,7 +59,7 @@ public:
 
     void prepare() { EXPECT_FALSE(_exhibit->prepareFrame(_size).has_value()); }
 
-    /// The lines about the last frame that hold these words.
+    /// The lines about the last frame that contain these words.
     QString report(const char *words) const
     {
         return _exhibit->describeFrame().filter(QLatin1String(words)).join('\n');

@@ -11,7 +11,7 @@ QByteArray plainTile(const QColor &color)
     return pngOf(image);
 }
 
-/// So fine that far levels of it are drawn, and of another mean from texel to texel there.
+/// So fine that high mip levels are drawn, whose texels still differ.
 QByteArray fineGrain()
 {
     QImage image(1024, 1024, QImage::Format_RGB32);
@@ -29,7 +29,7 @@ QByteArray fineGrain()
 class ZelviewManagerTest : public ZelviewPictureTest
 {
 protected:
-    /// Red, green and blue at 1001, 1002 and 1011; none at 1012.
+    /// Writes red, green and blue tiles 1001, 1002 and 1011; there is no 1012.
     void writeTiles()
     {
         _files.write("t.1001.png", plainTile(QColor(200, 0, 0)));
@@ -37,7 +37,8 @@ protected:
         _files.write("t.1011.png", plainTile(QColor(0, 0, 200)));
     }
 
-    /// Two squares of different textures side by side, over two units of texture coordinates, and red without one above.
+    /// Writes two squares with different textures side by side, over two units of texture coordinates, and above them a red
+    /// one without texture.
     QString writeModel(const char *map)
     {
         _files.write("four.png", fourColours());
@@ -112,7 +113,7 @@ TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
     for (const char *name : {"t.<UDIM>.png", "t.1001.png"}) {
         const QImage image = picture(_front + QStringList{writeModel(name)});
         EXPECT_TRUE(holds(_last.output, "textures by array\n"));
-        // The first square is the picture's left half but for the margins, below a strip.
+        // The first square is the left half of the picture without the margins, below a strip.
         EXPECT_EQ(leadingChannel(image.pixelColor(15, 75)), 0) << name;
         EXPECT_EQ(leadingChannel(image.pixelColor(40, 75)), 1) << name;
         EXPECT_EQ(leadingChannel(image.pixelColor(15, 50)), 2) << name;

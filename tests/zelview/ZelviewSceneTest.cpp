@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Shines in one colour, whatever the light.
+/// A material that emits one colour, for every light.
 QByteArray glowing(const char *name, const char *color, const char *more = "")
 {
     return QByteArray(R"({"name":")") + name + R"(","emissiveFactor":)" + color
@@ -20,7 +20,7 @@ const QByteArray kBlue = "[0,0,1]";
 class ZelviewSceneTest : public ZelviewPictureTest
 {
 protected:
-    /// Squares in a row, as far as they are seen, from x = 0 to \a columns.
+    /// The dominant channels of a row of squares from x = 0 to \a columns.
     std::vector<int> row(const QStringList &arguments, int columns)
     {
         const QImage image = picture(_front + arguments);
@@ -37,7 +37,7 @@ protected:
 
 TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
 {
-    // Maps of each kind, a second object of the first material, and glass over both.
+    // Maps of each kind, a second object with the first material, and glass before both.
     const QString model = _files.writeSquares(
         "m.gltf",
         R"([{"mesh":0},{"mesh":0,"translation":[1,0,0],"scale":[-1,2,1]},{"mesh":1,"translation":[0.2,0.2,0.1]}])",
@@ -94,7 +94,7 @@ TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
                       {"type":"orthographic","orthographic":{"xmag":1,"ymag":1,"znear":0.1,"zfar":400}}])");
     const auto channels = [&](const char *camera) {
         const QImage image = picture({model, "--camera", camera, "--size", "100x100", "--samples", "1"});
-        // The middle, and either side of the upper border of the square: half the view's height each.
+        // The centre, and both sides of the upper edge of the square, which is half as high as the view.
         return std::vector<int>{leadingChannel(image.pixelColor(50, 50)),
                                 leadingChannel(image.pixelColor(50, 30)),
                                 leadingChannel(image.pixelColor(50, 20))};
@@ -110,7 +110,7 @@ TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
 
 TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
 {
-    // More materials than a stencil counts; the last one is glass in front of the first two.
+    // More materials than a stencil can count; the last one is glass in front of the objects of the first two.
     QStringList nodes, materials;
     for (int i = 0; i < 299; ++i) {
         nodes += QString(R"({"mesh":%1,"translation":[%2,%3,0]})").arg(i).arg(i % 20).arg(i / 20);

@@ -9,10 +9,10 @@ namespace {
 class ZelviewTest : public ZelviewPictureTest
 {
 protected:
-    /// Counts squares of a wall, seen from the front, that do not have their colour.
+    /// Counts squares of a wall, seen from the front, that have the wrong colour.
     int wrongSquares(const QImage &image, int columns, int rows)
     {
-        // The framing leaves a margin of a tenth in the direction that is tight; find the wall's middle from that.
+        // Framing leaves a margin of a tenth in the tight direction, from which the size of a square follows.
         const double unit = std::min(0.9 * image.width() / columns, 0.9 * image.height() / rows);
         int wrong = 0;
         for (int i = 0; i < columns * rows; ++i) {
@@ -97,7 +97,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{endless}, 3, "not finite or out of range"},
         },
         {"--offscreen", target});
-    if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process when memory is refused
+    if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process if memory runs out
         expectRefusals({{{boast, "--offscreen", target}, 3, "boast.off' needs too much memory for a file"}});
     }
 }
@@ -109,7 +109,7 @@ TEST_F(ZelviewTest, WithoutADisplayOneLineSaysSo)
     for (const char *display : {"", ":4711"}) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("DISPLAY", QLatin1String(display));
-        environment.remove("XDG_RUNTIME_DIR"); // of which Qt would speak, too
+        environment.remove("XDG_RUNTIME_DIR"); // Qt would log about it, too
         for (const QStringList &arguments : {QStringList{wall, "--offscreen", target}, QStringList{wall}}) {
             const Ending ending = runZelview(arguments, environment);
             EXPECT_EQ(ending.code, 4);
@@ -158,7 +158,7 @@ TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
 
 TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
 {
-    // More squares of a colour than a block of 16 KB, the least that GL grants, can hold.
+    // More squares of a colour than fit into a block of 16 KB, the least limit that GL allows.
     const QString wall = _files.writeWall("wall.obj", 20, 10);
     const QStringList common = kFront + QStringList{wall, "--size", "400x200"};
     const QImage plain = picture(common);
@@ -184,7 +184,7 @@ TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
 
 TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
 {
-    // A corner of a white room seen from outside: three squares that face different ways and share vertices.
+    // The corner of a white cube, seen from outside: three squares that face different directions and share vertices.
     const QString corner =
         _files.write("corner.off", "OFF\n7 3 0\n1 0 0\n1 1 0\n0 1 0\n0 0 1\n1 0 1\n1 1 1\n0 1 1\n"
                                    "4 3 4 5 6\n4 4 0 1 5\n4 6 5 1 2\n");
@@ -196,7 +196,7 @@ TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
     EXPECT_GT(std::abs(left - right), 15);
     EXPECT_GT(std::abs(left - top), 15);
     EXPECT_GT(std::abs(right - top), 15);
-    EXPECT_NEAR(right, at(110, 100), 10); // flat up to where the three meet
+    EXPECT_NEAR(right, at(110, 100), 10); // uniform up to the corner
 }
 
 TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
@@ -204,7 +204,7 @@ TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
     const QString niche = _files.write(
         "niche.obj", "v 0 0 0\nv 4 0 0\nv 4 0 4\nv 0 0 4\nv 4 2 0\nv 0 2 0\nf 1 2 3 4\nf 1 2 5 6\n");
     const QImage image = picture({niche, "--view", "0,40", "--size", "200x200"});
-    // Down the middle of the picture: the wall, the corner, the floor.
+    // From top to bottom at the centre of the picture: the wall, the corner, the floor.
     int darkest = 255;
     int place = 0;
     for (int y = 0; y < 200; ++y) {
@@ -233,7 +233,7 @@ TEST_F(ZelviewTest, WhatIsAtOneEdgeOfThePictureLeavesTheOtherBright)
 TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
 {
     _files.write("glass.mtl", "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");
-    // The glass comes first in the file, covers the left half, and stands nearer to the eye.
+    // The glass is first in the file, covers the left half, and is nearer to the eye.
     const QString glass = _files.write("glass.obj", "mtllib glass.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\n"
                                                     "v 0 0 0.1\nv 1 0 0.1\nv 1 2 0.1\nv 0 2 0.1\n"
                                                     "usemtl glass\nf 5 6 7 8\nusemtl red\nf 1 2 3 4\n");
@@ -282,7 +282,7 @@ TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
             runZelview(kFront + QStringList{model, "--offscreen", target, "--size", "100x100"});
         EXPECT_EQ(ending.code, 0);
         EXPECT_EQ(ending.errors, QString::fromLatin1(wrong.remark));
-        EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0})); // its colour, times white
+        EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0})); // the colour of the material, times white
     }
 }
 

@@ -20,7 +20,7 @@ using namespace zelview;
 
 namespace {
 
-/// The greatest coordinate, up, down or sideways, at which the scene's vertices appear; 1 is the viewport's edge.
+/// The greatest absolute coordinates of the vertices in the view, horizontal and vertical; 1 is the edge of the viewport.
 struct Reach
 {
     float across = 0.0f;
@@ -45,7 +45,7 @@ Reach reachInView(const Scene &scene, const OrbitCamera &camera, float aspect)
     return reach;
 }
 
-/// Random points about a center, as a scene without triangles.
+/// A scene of random points around a centre, without triangles.
 Scene cloud(std::mt19937 &random, const QVector3D &center, const QVector3D &halfSize)
 {
     std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
@@ -77,7 +77,7 @@ TEST(ZelviewCamera, FramesAnySceneTightlyFromAnySide)
             EXPECT_NEAR(std::max(reach.across, reach.along), 0.9f, 0.002f);
             EXPECT_TRUE(reach.isWithinDepth);
         }
-        camera.zoom(-1.0f); // from now on the view is the user's
+        camera.zoom(-1.0f); // now the user has moved the view
         camera.refit(scene, 0.4f);
         EXPECT_LT(reachInView(scene, camera, 0.4f).across, 0.88f);
     }
@@ -110,14 +110,14 @@ TEST(ZelviewCamera, PanMovesTheTargetWithThePointerAndOrbitKeepsItsDistance)
     EXPECT_GT(after.x(), before.x());
     EXPECT_LT(after.y(), before.y());
     EXPECT_NEAR(after.z(), before.z(), 1e-4f);
-    camera.orbit({0.3f, 5.0f}); // past the pole, where it stops
+    camera.orbit({0.3f, 5.0f}); // beyond the pole, where the camera stops
     EXPECT_TRUE(std::isfinite(camera.view().determinant()));
     EXPECT_NEAR(camera.view().determinant(), 1.0, 1e-3);
 }
 
 TEST(ZelviewLoader, KeepsTheNodeHierarchyAndSharesMeshes)
 {
-    // One square, drawn by two nodes; the second hangs below a node that mirrors and moves. A third one is hidden.
+    // One square, drawn by two nodes; the parent of the second mirrors and moves it. A third node is hidden.
     const ModelFiles files;
     const Expected<Scene> scene = loadModel(files.writeSquares(
         "nodes.gltf",
@@ -164,7 +164,7 @@ TEST(ZelviewLoader, KeepsLightsAndTheMapsOfGltf)
     const QMatrix4x4 world = scene->worldTransform(light.node) * light.local;
     EXPECT_EQ(world.map(QVector3D()), QVector3D(0.0f, 5.0f, 0.0f));
 
-    // Colours are decoded, numbers are not: two textures of one image.
+    // sRGB colours are decoded, numbers are not: two textures from one image.
     const Material &material = scene->materials.front();
     ASSERT_EQ(scene->textures.size(), 2u);
     EXPECT_FALSE(material.has(eBaseColorMap));
@@ -195,7 +195,7 @@ TEST(ZelviewLoader, ReadsVerticesAndMaterialsAsEachFormatMeansThem)
          [](const Vertex &v, const Material &) {
              return std::abs(std::cos(v.texCoord[1] * float(M_PI)) - v.position[2]) < 0.01f;
          }},
-        // Scale, rotation, offset, from the image's upper left corner; and those of the normal map.
+        // Scale, rotation and offset from the upper left corner of the image, for the colour and for the normal map.
         {files.writeSquares("moved.gltf", R"([{"mesh":0}])", R"([{"normalTexture":{"index":0,
              "extensions":{"KHR_texture_transform":{"offset":[0.5,0.125]}}},"pbrMetallicRoughness":{"baseColorTexture":
              {"index":0,"extensions":{"KHR_texture_transform":{"offset":[0.25,-0.5],"rotation":0.7,"scale":[2,0.5]}}}}}])",
@@ -290,7 +290,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
         {{"a.glb", "--offscreen", "a.png"}, [](const Options &o) { return o.picture == "a.png"; }},
         {{"a.glb", "--size", "640x480"}, [](const Options &o) { return o.size == QSize(640, 480); }},
         {{"a.glb", "--samples", "2"}, [](const Options &o) { return o.samples == 2; }},
-        {{"a.glb", "--aa", "smaa"}, // takes the place of samples
+        {{"a.glb", "--aa", "smaa"}, // replaces multisampling
          [](const Options &o) { return o.edgeFilter == EdgeFilter::eSmaa && o.samples == 1; }},
         {{"a.glb", "--aa", "fxaa", "--samples", "4"},
          [](const Options &o) { return o.edgeFilter == EdgeFilter::eFxaa && o.samples == 4; }},
@@ -346,7 +346,7 @@ TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
             help.remove(QRegularExpression("^  " + argument + "(?= )", QRegularExpression::MultilineOption));
         }
     }
-    EXPECT_FALSE(help.contains("\n  --")) << qPrintable(help); // one that no row gives
+    EXPECT_FALSE(help.contains("\n  --")) << qPrintable(help); // an option without a row
 }
 
 } // namespace
