@@ -1,4 +1,4 @@
-// The driver itself: the suite runs once for every kind of driver, which is worth nothing if the kind is not there.
+// Checks that the driver is of the kind for which this run of the suite is meant.
 
 #include "support/GLFixture.h"
 

@@ -1,4 +1,4 @@
-// What stands behind the host code of the README to make it a program that runs it and looks at what it drew.
+// Is appended to the host code of the README. The resulting program runs that code and checks the picture.
 
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>

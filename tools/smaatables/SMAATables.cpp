@@ -293,7 +293,7 @@ std::vector<std::uint8_t> search()
         for (int edgeBits = 0; edgeBits < 16; ++edgeBits) {
             const Mixed crossing = mixed(crossingBits);
             const Mixed edges = mixed(edgeBits);
-            const int row = kValues - 1 - edges.value(); // the greatest value first; the table omits rows without a line
+            const int row = kValues - 1 - edges.value(); // the greatest value first; small values have no row
             for (const bool forward : {false, true}) {
                 const int column = crossing.value() + (forward ? kValues : 0);
                 if (row < kSearchHeight && column < kSearchWidth) {
