@@ -27,7 +27,7 @@ bool isBindless()
 
 } // namespace
 
-TEST_F(DriverTest, IsOfTheKindThatThisRunIsFor)
+TEST_F(DriverTest, IsOfTheKindThatThisRunNeeds)
 {
     // The script that runs the suite reads this line.
     std::printf("driver: %s, %s%s\n", glGetString(GL_RENDERER), glGetString(GL_VERSION),

@@ -13,7 +13,7 @@ QString refusal(const char *function, GLenum value)
 
 } // namespace
 
-TEST_F(FormatUtilitiesTest, FormatsHaveTheirAnswersAndEveryGapIsReported)
+TEST_F(FormatUtilitiesTest, FormatPropertiesAreKnownAndEveryGapIsReported)
 {
     const struct
     {

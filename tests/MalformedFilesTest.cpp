@@ -44,7 +44,7 @@ class MalformedFilesTest : public GLTest, public testing::WithParamInterface<For
 
 } // namespace
 
-TEST_P(MalformedFilesTest, StayInTheirBoundsAndLeaveNothingBehind)
+TEST_P(MalformedFilesTest, StayInBoundsAndLeakNothing)
 {
     const UploadTouch touch;
     const StateGuard guard;

@@ -117,7 +117,7 @@ class RealTextureFilesTest : public GLTest, public testing::WithParamInterface<c
 
 } // namespace
 
-TEST_P(RealTextureFilesTest, HaveTheOutcomeThatTheirHeadersAskFor)
+TEST_P(RealTextureFilesTest, HaveTheResultThatTheirHeadersImply)
 {
     ZEL_NEEDS_TEST_DATA(list, "README.md");
     const QDir folder = QFileInfo(list).dir();
@@ -201,7 +201,7 @@ Pixels fromFirstRowUp(const QImage &image)
 
 } // namespace
 
-TEST_F(RealTexturePixelsTest, RawFilesHoldWhatTheirBytesSay)
+TEST_F(RealTexturePixelsTest, RawFilesHaveThePixelsOfTheirBytes)
 {
     const auto byte = [](uchar value) { return float(value) / 255.0f; };
     expectRawPixels("ktx/ktxtest/format_raw_r8_unorm.ktx", 64, 64, 1, 64,
@@ -220,7 +220,7 @@ TEST_F(RealTexturePixelsTest, RawFilesHoldWhatTheirBytesSay)
                     [](const uchar *t) { return QVector4D(ofHalf(t), ofHalf(t + 2), ofHalf(t + 4), 1.0f); });
 }
 
-TEST_F(RealTexturePixelsTest, CubeLayoutsHoldWhatQImageReads)
+TEST_F(RealTexturePixelsTest, CubeLayoutsHaveThePixelsOfQImage)
 {
     for (const char *name : {"cubemap_ldr/Ryfjallet_cross_3x4.png", "cubemap_ldr/Ryfjallet_cross_4x3.png",
                              "cubemap_ldr/Ryfjallet_cubemap.png", "cubemap_ldr/Ryfjallet_strip_6x1.png"}) {
@@ -229,7 +229,7 @@ TEST_F(RealTexturePixelsTest, CubeLayoutsHoldWhatQImageReads)
     }
 }
 
-TEST_F(RealTexturePixelsTest, AstcFilesEqualWhatArmsDecoderMakesOfThem)
+TEST_F(RealTexturePixelsTest, AstcFilesEqualTheResultOfArmsDecoder)
 {
     if (QStandardPaths::findExecutable("astcenc").isEmpty()) {
         GTEST_SKIP() << "Needs the program astcenc";

@@ -27,7 +27,7 @@ QString libraryFile()
 
 } // namespace
 
-TEST(ResourcesTest, TheBuildTreeLeadsToTheShaderSources)
+TEST(ResourcesTest, TheBuildTreeFindsTheShaderSources)
 {
     EXPECT_FALSE(resourcesPath().endsWith('/'));
     EXPECT_TRUE(QFileInfo(resourcesPath() + "/GLSL/src").isDir()) << qPrintable(resourcesPath());

@@ -55,7 +55,7 @@ template <typename Body> std::string verdict(Body body)
 
 } // namespace
 
-TEST(SupportTest, EveryKindOfNoiseFailsUnlessItIsTaken)
+TEST(SupportTest, EveryUntakenMessageErrorOrObjectFails)
 {
     const auto expectSaid = [](const char *words, void (*body)(Judged &)) {
         EXPECT_PRED_FORMAT2(testing::IsSubstring, words, verdict(body));
@@ -152,7 +152,7 @@ TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
     texture.unbind();
 }
 
-TEST(SoakTest, MemoryThatStaysIsFound)
+TEST(SoakTest, GrowingMemoryIsDetected)
 {
     std::vector<std::vector<char>> kept;
     EXPECT_FALSE(soak(100, [&kept] { kept.emplace_back(1 << 16, 'x'); }));

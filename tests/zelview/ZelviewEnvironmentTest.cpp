@@ -224,7 +224,7 @@ TEST(ZelviewEnvironment, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
     }
 }
 
-TEST(ZelviewEnvironment, TheStrongestLightIsTakenOutWithAllThatItGives)
+TEST(ZelviewEnvironment, TheStrongestLightIsRemovedWithAllItsIrradiance)
 {
     const QVector3D toSun = QVector3D(0.3f, 0.6f, -0.7f).normalized();
     const QVector3D toLamp = QVector3D(-1.0f, 0.2f, 0.1f).normalized();
@@ -341,7 +341,7 @@ protected:
     const QStringList _front{"--view", "0,0", "--size", "320x240"};
 };
 
-TEST_F(ZelviewEnvironmentPictureTest, AMirrorBallShowsEachEighthOfTheWorldInItsDirection)
+TEST_F(ZelviewEnvironmentPictureTest, AMirrorBallShowsEachOctantInItsDirection)
 {
     const QString ball = writeBalls(_files, {{1.0, 0.0}});
     const QString panoramic = writeExr(_files, "panorama.exr", panorama(256, labelOf));
@@ -383,7 +383,7 @@ TEST_F(ZelviewEnvironmentPictureTest, WhiteBallsVanishInEvenLight)
     EXPECT_LT(visible, 10); // pixels with false occlusion
 }
 
-TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
+TEST_F(ZelviewEnvironmentPictureTest, UnusableEnvironmentsPrintOneLine)
 {
     const QString wall = _files.writeWall("wall.obj", 1, 1);
     const QString sound = writeExr(_files, "sound.exr", panorama(32, labelOf));
@@ -427,7 +427,7 @@ double meanSquareDifference(const QImage &a, const QImage &b)
     return sum / (3.0 * a.width() * a.height());
 }
 
-TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersComeNearerToManySamples)
+TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersApproachManySamples)
 {
     const QStringList arguments{
         _files.writeWall("wall.obj", 4, 3), "--view", "27,14", "--size", "320x240", "--lights", "none"};

@@ -49,7 +49,7 @@ TEST_F(ZelviewImageTest, APlainImageOfTheSizeOfThePictureComesOutExactly)
     EXPECT_TRUE(line("image").contains(", loaded in ")) << qPrintable(_last.output);
 }
 
-TEST_F(ZelviewImageTest, KtxImagesAreUprightByWhatTheirMetadataSay)
+TEST_F(ZelviewImageTest, KtxImagesAreUprightByTheirMetadata)
 {
     KtxFile file = rgbFile(4);
     file.levels.append({48, fourColourTexels()});
@@ -72,7 +72,7 @@ TEST_F(ZelviewImageTest, KtxImagesAreUprightByWhatTheirMetadataSay)
     EXPECT_EQ(line("metadata"), "metadata  Some");
 }
 
-TEST_F(ZelviewImageTest, ACubeMapIsAStripOfItsFacesAndOneFaceStandsAlone)
+TEST_F(ZelviewImageTest, ACubeMapIsAStripOfItsFacesAndOneFaceCanBeShownAlone)
 {
     KtxFile file = rgbFile(4);
     file.faces = 6;
@@ -142,7 +142,7 @@ TEST_F(ZelviewImageTest, TransparentPartsShowACheckerboard)
     EXPECT_GT(std::abs(one.red() - other.red()), 20);
 }
 
-TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
+TEST_F(ZelviewImageTest, ImagesThatCannotBeShownPrintOneLine)
 {
     const QString sound = _files.write("sound.png", fourColours());
     KtxFile array = rgbFile(4);

@@ -55,7 +55,7 @@ protected:
     const QStringList _front{"--view", "0,0", "--size", "100x100"};
 };
 
-TEST_F(ZelviewManagerTest, ThePictureIsTheSameByEveryManagerThatTheDriverHas)
+TEST_F(ZelviewManagerTest, ThePictureIsTheSameWithEverySupportedManager)
 {
     _files.write("fine.png", fineGrain());
     const QStringList common = _front + QStringList{writeModel("fine.png")};
@@ -120,7 +120,7 @@ TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
     }
 }
 
-TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
+TEST_F(ZelviewManagerTest, WrongManagersAndTilesPrintOneLineAndSetTheExitCode)
 {
     writeTiles();
     const QString model = writeModel("four.png");

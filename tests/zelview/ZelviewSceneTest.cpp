@@ -35,7 +35,7 @@ protected:
     const QStringList _front{"--view", "0,0", "--size", "160x40", "--samples", "1"};
 };
 
-TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
+TEST_F(ZelviewSceneTest, ThePictureIsTheSameWithEveryMechanismManagerAndSplit)
 {
     // Maps of each kind, a second object with the first material, and glass before both.
     const QString model = _files.writeSquares(
@@ -108,7 +108,7 @@ TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
               QString("zelview: there is no camera 'up': '%1' has 'left', 'right'\n").arg(model));
 }
 
-TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
+TEST_F(ZelviewSceneTest, PickingPrintsTheFrontmostMaterialForNumbersOfAnySize)
 {
     // More materials than a stencil can count; the last one is glass in front of the objects of the first two.
     QStringList nodes, materials;
@@ -151,7 +151,7 @@ TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrAtFullCapacity)
     EXPECT_TRUE(whole.output.contains("uniform sampler2D u_fObjectSampler;\n"));
 }
 
-TEST_F(ZelviewSceneTest, StatisticsCountWhatTheFramesOfAFlightMake)
+TEST_F(ZelviewSceneTest, StatisticsCountTheFramesOfAFlight)
 {
     const QStringList common{"--size", "64x36", "--samples", "1"};
     picture(common + QStringList{_files.writeWall("wall.obj", 4, 3), "--stats"});

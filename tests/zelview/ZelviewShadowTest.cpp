@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(Lights, ZelviewShadowKindTest,
                                          Row{"PointVariance", kPoint, {"--variance"}}),
                          [](const testing::TestParamInfo<Row> &row) { return row.param.name; });
 
-TEST_F(ZelviewShadowTest, AMirroredNodeMirrorsTheWayOfItsLight)
+TEST_F(ZelviewShadowTest, AMirroredNodeMirrorsTheDirectionOfItsLight)
 {
     // -z points down and to +x, in the frame x = (0, 0, 1), y = (c, s, 0), z = (-s, c, 0); the second matrix negates all x.
     const char *kMatrices[] = {"0,0,1,0, 0.866,0.5,0,0, -0.5,0.866,0,0, -1.5,4.1,0,1",
@@ -204,7 +204,7 @@ TEST_F(ZelviewShadowFrameTest, OnlyLayersWhoseProjectionChangedAreRendered)
     }
 }
 
-TEST_F(ZelviewShadowFrameTest, WhatStandsBetweenALightAndTheViewCastsItsShadow)
+TEST_F(ZelviewShadowFrameTest, CastersBetweenALightAndTheViewCastShadows)
 {
     for (const ShadowKind kind : {ShadowKind::eDepth, ShadowKind::eVariance}) {
         ShownModel model = shown(kPoint, LightRig::eFile, kind);
@@ -215,7 +215,7 @@ TEST_F(ZelviewShadowFrameTest, WhatStandsBetweenALightAndTheViewCastsItsShadow)
     }
 }
 
-TEST_F(ZelviewShadowFrameTest, KeysShowGroundLayersCascadesAndVolumesAndTakeThemAway)
+TEST_F(ZelviewShadowFrameTest, KeysShowAndHideGroundLayersCascadesAndVolumes)
 {
     ShownModel model = shown(kSun, LightRig::eSun);
     const QImage plain = model.picture();

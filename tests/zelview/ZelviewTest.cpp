@@ -26,7 +26,7 @@ protected:
 
 const QStringList kFront{"--view", "0,0"};
 
-TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
+TEST_F(ZelviewTest, WrongCallsAndFilesPrintOneLineSetTheExitCodeAndWriteNoPicture)
 {
     const QString wall = _files.writeWall("wall.obj", 1, 1);
     const QString text = _files.write("text.obj", "To be, or not to be.\n");
@@ -218,7 +218,7 @@ TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
     EXPECT_LT(darkest, image.pixelColor(100, place - 20).lightness() - 10);
 }
 
-TEST_F(ZelviewTest, WhatIsAtOneEdgeOfThePictureLeavesTheOtherBright)
+TEST_F(ZelviewTest, ASurfaceAtOneEdgeOfThePictureDoesNotDarkenTheOther)
 {
     const QString model = _files.writeSquares(
         "slabAtTheRightEdge.gltf",
@@ -230,7 +230,7 @@ TEST_F(ZelviewTest, WhatIsAtOneEdgeOfThePictureLeavesTheOtherBright)
     EXPECT_NEAR(image.pixelColor(1, 50).lightness(), image.pixelColor(25, 50).lightness(), 3);
 }
 
-TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
+TEST_F(ZelviewTest, TransparentMaterialsShowWhatIsBehindThem)
 {
     _files.write("glass.mtl", "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");
     // The glass is first in the file, covers the left half, and is nearer to the eye.
@@ -245,7 +245,7 @@ TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
     EXPECT_GT(through.red(), 120);
 }
 
-TEST_F(ZelviewTest, TexturesBesideTheModelWhateverTheSlashesAndInsideOfItAreShownUpright)
+TEST_F(ZelviewTest, ExternalTexturesWithAnySlashesAndEmbeddedOnesAreShownUpright)
 {
     const QStringList view = kFront + QStringList{"--size", "100x100"};
     _files.write("four.png", fourColours());
@@ -264,7 +264,7 @@ TEST_F(ZelviewTest, TexturesBesideTheModelWhateverTheSlashesAndInsideOfItAreShow
     EXPECT_EQ(quarters(picture(view + QStringList{model})), kFourColours);
 }
 
-TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
+TEST_F(ZelviewTest, AMissingTextureIsReportedAndDrawnWhite)
 {
     const QByteArray mesh = "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n";
     const QString model = _files.write("m.obj", mesh);
@@ -298,7 +298,7 @@ TEST_F(ZelviewTest, AnOldPictureIsReplacedWholeOrKept)
     EXPECT_EQ(_files.names(), (QStringList{"notes.txt", "out.png", "wall.obj", "wall.obj.mtl"}));
 }
 
-TEST_F(ZelviewTest, TheDriverHasNoComplaintsAboutAFrame)
+TEST_F(ZelviewTest, TheDriverReportsNoFaultsOfAFrame)
 {
     const QString wall = _files.writeWall("wall.obj", 3, 3);
     const Ending ending =

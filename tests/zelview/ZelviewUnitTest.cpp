@@ -224,7 +224,7 @@ TEST(ZelviewLoader, ReadsVerticesAndMaterialsAsEachFormatMeansThem)
     }
 }
 
-TEST(ZelviewLoader, CutsPolygonsLeavesOutLinesAndMakesScreenColoursLinear)
+TEST(ZelviewLoader, SplitsPolygonsLeavesOutLinesAndDecodesColours)
 {
     const ModelFiles files;
     files.write("m.mtl", "newmtl m\nKd 0.5 0 1\nd 0.25\n");
@@ -268,7 +268,7 @@ TEST(ZelviewLoader, ReportsWhatIsNotShownInOneLine)
     EXPECT_FALSE(clear->materials.front().isBlended);
 }
 
-TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)
+TEST(ZelviewLoader, EveryTruncatedModelIsRefusedOrLoaded)
 {
     const ModelFiles files;
     const QString wall = files.writeWall("wall.obj", 2, 2);
@@ -280,7 +280,7 @@ TEST(ZelviewLoader, EveryCutOfARealFormIsRefusedOrLoadedNeverACrash)
     EXPECT_GT(loaded, 0);
 }
 
-TEST(ZelviewOptions, TakesEveryOptionOfTheHelp)
+TEST(ZelviewOptions, AcceptsEveryOptionOfTheHelp)
 {
     const struct
     {

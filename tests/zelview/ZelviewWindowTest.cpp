@@ -137,7 +137,7 @@ protected:
     Options _options;
 };
 
-TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
+TEST_F(ZelviewWindowTest, DrawsInPixelsForwardsEventsAndReleasesTheExhibit)
 {
     _options.size = QSize(200, 100);
     {
@@ -197,7 +197,7 @@ TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBeCreated)
     EXPECT_EQ(_notebook.lastViewport, QSize()); // nothing was drawn
 }
 
-TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
+TEST_F(ZelviewWindowTest, KeysSwitchTheTextureManagerAndShowItsSlots)
 {
     ShownModel model = shownWall(2, {40, 30});
     const QImage plain = model.picture();
@@ -215,7 +215,7 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
     EXPECT_FALSE(model->key(Qt::Key_Y));
 }
 
-TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
+TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndSelectMaterials)
 {
     const QSize size(40, 30);
     ShownModel model = shownWall(2, size);
@@ -243,7 +243,7 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, 1);
 }
 
-TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
+TEST_F(ZelviewWindowTest, AFrozenFrustumShowsGhostsOfWhatItCulls)
 {
     const QSize size(90, 30);
     ShownModel model = shownWall(9, size);
@@ -264,7 +264,7 @@ TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
     EXPECT_EQ(model.pictureAfter(Qt::Key_Z), plain);
 }
 
-TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)
+TEST_F(ZelviewWindowTest, TilesSurviveSwitchingThroughAllTextureManagers)
 {
     QImage tile(8, 8, QImage::Format_RGB32);
     tile.fill(Qt::red);
