@@ -1,7 +1,7 @@
-// The library's own work in binding buffers and blocks: all GL calls go to functions that do nothing.
+// The library's own work when it binds buffers and blocks: all GL calls go to functions that do nothing.
 //
-// Held constant: the program has eight uniform blocks and is bound. Each row stands beside the same GL calls issued by
-// hand through the same table.
+// Held constant: the program has eight uniform blocks and is bound. Each row is compared with the same GL calls by hand,
+// through the same table.
 
 #include "support/Measure.h"
 #include "support/SilentGL.h"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kBlockCount = 8;
 
-/// A block and its buffer for each block of the silent program, which is bound.
+/// A uniform buffer for each block of the silent program, which is bound.
 struct Blocks
 {
     Blocks()

@@ -1,7 +1,7 @@
 // The library's own work in a draw: all GL calls go to functions that do nothing.
 //
-// Held constant: the commands are of 36 indices and 24 vertices, the program has three attributes and u_DrawID. Each
-// row stands beside the same GL calls issued by hand through the same table.
+// Held constant: commands have 36 indices and 24 vertices; the program has three attributes and u_DrawID. Each row is
+// compared with the same GL calls by hand, through the same table.
 
 #include "support/Measure.h"
 #include "support/SilentGL.h"
@@ -45,7 +45,7 @@ std::unique_ptr<DrawBuffers> makeUnit(int commandCount)
     return unit;
 }
 
-/// Units of one draw each, and their GL names.
+/// Draw units of one draw each, and their GL names.
 struct Units
 {
     explicit Units(int count)
@@ -53,7 +53,7 @@ struct Units
         for (int i = 0; i < count; ++i) {
             units.push_back(makeUnit(0));
             units.back()->setDrawIDBase(i);
-            units.back()->bind(); // makes the names
+            units.back()->bind(); // creates the GL objects
             units.back()->VAO()->enableShaderProgramArrays(program.get());
             vaos.push_back(units.back()->VAO()->getVAO());
             indexBuffers.push_back(units.back()->indexBO()->getBO());

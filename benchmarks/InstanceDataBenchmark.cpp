@@ -1,10 +1,10 @@
-// Instance data on its way from members to the driver: writing items, replacing a collection, binding it clean and
-// dirty by every mechanism, and finalising a plan.
+// Instance data from members to the driver: writing items, replacing a collection, binding a clean and a dirty collection
+// by every mechanism, and finalising a plan.
 //
-// Held constant: the plan of a drawn object, 192 bytes an item in 8 members; one context, one program that reads every
-// member. Beside each bind the same GL calls are issued by hand, in turn with it and for the same bytes of the same
-// memory and the same GL names: "bare" is the time of those, "ratio" what the bind takes of it, both as medians. "bytes"
-// is what a bind of a dirty collection carries: what the limits of the context allow of a megabyte.
+// Held constant: the plan of a drawn object, 192 bytes per item in 8 members; one context, one program that reads every
+// member. Each bind alternates with the same GL calls by hand, with the same memory and GL objects. "bare" is the time of
+// these, and "ratio" the time of the bind divided by it, both as medians. "bytes" is the size of an upload of a dirty
+// collection: a megabyte, or less if the limits of the context are lower.
 
 #include "sidebyside/OffscreenStage.h"
 #include "support/InTurn.h"
@@ -28,7 +28,7 @@ constexpr int kMegabyte = 1 << 20;
 
 void keepSilent(QtMsgType, const QMessageLogContext &, const QString &) {}
 
-/// The context, made at the first call; without one there is nothing to measure.
+/// Creates the context at the first call; ends the program if there is none.
 void needContext()
 {
     static const std::unique_ptr<OffscreenStage> stage = [] {
@@ -55,7 +55,7 @@ const std::pair<Plan::DataType, const char *> kMembers[] = {
     {Plan::eInt, "Group"},        {Plan::eTexture, "Mask"},
 };
 
-/// A registered plan of the object; the registry owns it.
+/// Registers a plan of the object; the registry owns it.
 Plan *objectPlan(Plan::MechanismType mechanism, unsigned long arraySize)
 {
     needContext();
@@ -124,7 +124,7 @@ void setByHand(benchmark::State &state)
 }
 BENCHMARK(setByHand);
 
-// Replacing a hundred thousand items.
+// Replacing 100,000 items.
 
 constexpr int kItems = 100000;
 
@@ -185,7 +185,7 @@ BENCHMARK(updateByHand)->Unit(benchmark::kMillisecond);
 
 // Binding.
 
-/// A program that reads every member of its item, and a collection of a megabyte or of what the limits allow.
+/// A program that reads every member of its item, and a collection of a megabyte, or of the size that the limits allow.
 class Bound
 {
 public:
@@ -226,7 +226,7 @@ public:
 
     ~Bound() { program.unbind(); }
 
-    /// Of a texture row only as many texels as a texture is wide.
+    /// Number of items; limited by the width of a texture.
     static unsigned long itemsWithin(Plan::MechanismType mechanism)
     {
         needContext();
@@ -262,7 +262,7 @@ void eachMechanism(benchmark::internal::Benchmark *row)
         ->UseManualTime();
 }
 
-/// The calls of a bind and an unbind by hand: the collection's bytes and buffer, and textures like its own.
+/// The calls of a bind and an unbind by hand: with the bytes and the buffer of the collection, and with similar textures.
 class Bare
 {
 public:
@@ -431,7 +431,7 @@ void bindDirty(benchmark::State &state)
 }
 BENCHMARK(bindDirty)->Apply(eachMechanism)->Unit(benchmark::kMicrosecond);
 
-// The start of a program.
+// Work at the start of a program.
 
 void finalisePlan(benchmark::State &state)
 {

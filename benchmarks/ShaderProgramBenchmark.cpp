@@ -1,6 +1,6 @@
-// The library's own work in binding programs and setting uniforms: all GL calls go to functions that do nothing.
+// The library's own work when it binds programs and sets uniforms: all GL calls go to functions that do nothing.
 //
-// Held constant: one linked program. Each row stands beside the same GL calls issued by hand through the same table.
+// Held constant: one linked program. Each row is compared with the same GL calls by hand, through the same table.
 
 #include "support/Measure.h"
 #include "support/SilentGL.h"
@@ -93,7 +93,7 @@ void locationByNameByHand(benchmark::State &state)
 }
 BENCHMARK(locationByNameByHand);
 
-// A program that stays bound is bound again without an allocation; an unbind gives the context's row back.
+// Binds a bound program again, which must not allocate; the unbind removes the entry of the context.
 void rebindProgram(benchmark::State &state)
 {
     const auto program = makeSilentProgram();

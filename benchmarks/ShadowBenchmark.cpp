@@ -1,10 +1,10 @@
-// The shadow service's work of a frame: processLights() for a sun with four cascades, for eight point lights with six
-// faces, and for both while nothing moves.
+// The work of the shadow map manager in a frame: processLights() for a sun with four cascades, for eight point lights with
+// six faces, and for both without movement.
 //
-// Held constant: a scene of 40 x 10 x 40 units, of which a perspective camera in its middle sees a part; where something
-// moves, the camera turns to and fro by two degrees. Beside each row run the polygon clips that the lights cannot do
-// without, on planes, loops and boxes that are ready made: "bare" is the time of those, "ratio" what processLights()
-// takes of it, in processor time of the thread and as medians; "allocations" and "bare_allocations" are those of one run.
+// Held constant: a scene of 40 x 10 x 40 units, of which a perspective camera at its centre sees a part. In rows with
+// movement the camera turns back and forth by two degrees. Each row alternates with only the polygon clips that the lights
+// need, on prepared planes, loops and boxes: "bare" is their time, "ratio" the time of processLights() divided by it, as
+// medians of the CPU time of the thread; "allocations" and "bare_allocations" are those of one run.
 
 #include "support/AllocationCounter.h"
 #include "support/InTurn.h"
@@ -47,7 +47,7 @@ QVector<QVector3D> mapped(QVector<QVector3D> points, const QMatrix4x4 &matrix)
     return points;
 }
 
-/// The planes of eight corners of a box that was turned, in the order of Bounds.
+/// The planes of a rotated box by its eight corners, in the order of Bounds.
 QVector<Plane> planesOf(const QVector<QVector3D> &corners)
 {
     static constexpr int kSides[6][3] = {{0, 2, 1}, {4, 5, 6}, {0, 4, 2}, {2, 6, 3}, {1, 3, 5}, {0, 1, 4}};
@@ -58,7 +58,7 @@ QVector<Plane> planesOf(const QVector<QVector3D> &corners)
     return planes;
 }
 
-/// A box against a frustum, with all that the clip needs.
+/// The clip of a box by a frustum, with all its inputs.
 struct BoxClip
 {
     Bounds box;
@@ -68,7 +68,7 @@ struct BoxClip
     QVector<QVector3D> run() const { return box.frustrumClipped(planes, points, {}); }
 };
 
-/// A light's pyramid against the camera and then the scene.
+/// The clip of the pyramid of a light by the camera and then by the scene.
 struct PyramidClip
 {
     ClipperVolume camera;
@@ -84,7 +84,7 @@ struct PyramidClip
     }
 };
 
-/// What the camera sees at one moment, and the clips that the lights need then.
+/// A position of the camera, and the clips that the lights need for it.
 class View
 {
 public:
@@ -100,7 +100,7 @@ public:
         _boxClips.push_back({_scene, _planes, Culling::getWorldFrustrumPoints(_view, _projection)});
     }
 
-    /// Of each cascade: the slice, and the depths before it.
+    /// Adds the clips of each cascade: of its slice, and of the depths before it.
     void needClipsOf(Light &sun)
     {
         Culling::ProcessCSMData csm;
@@ -120,7 +120,7 @@ public:
         }
     }
 
-    /// Of each face that looks at some of the scene.
+    /// Adds the clips of each face whose view contains a part of the scene.
     void needClipsOfFaces(const Light &lamp)
     {
         Culling::ProcessCSMData csm;
@@ -129,7 +129,7 @@ public:
                                   light.column(2).toVector3D()};
         static constexpr int kLooks[6][3] = {{0, 1, 2}, {1, 2, 0}, {1, 5, 3},
                                              {2, 0, 1}, {2, 3, 4}, {3, 1, 5}};
-        for (const auto &look : kLooks) { // numbers of axes for x, y and z; from 3 on they are negative
+        for (const auto &look : kLooks) { // axis numbers for x, y and z; 3 and more are negative axes
             QMatrix4x4 face = light;
             for (int i = 0; i < 3; ++i) {
                 face.setColumn(i, QVector4D(look[i] < 3 ? axes[look[i]] : -axes[look[i] - 3], 0));
@@ -206,7 +206,7 @@ private:
     std::vector<PyramidClip> _pyramidClips;
 };
 
-/// The lights of a row, and the moments of its camera.
+/// The lights of a row, and the positions of its camera.
 class Rig
 {
 public:

@@ -1,8 +1,8 @@
-// The library's own work in binding textures and in handing out scratch textures: all GL calls go to functions that do
+// The library's own work when it binds textures and recycles scratch textures: all GL calls go to functions that do
 // nothing.
 //
-// Held constant: 32 texture units; eight textures are bound already, as in a draw; the pool keeps textures of 16 kinds.
-// Each row stands beside the same GL calls issued by hand through the same table.
+// Held constant: 32 texture units; eight textures are already bound, as in a draw; the pool contains textures of 16 kinds.
+// Each row is compared with the same GL calls by hand, through the same table.
 
 #include "support/Measure.h"
 #include "support/SilentGL.h"
@@ -19,7 +19,7 @@ namespace {
 constexpr int kBoundCount = 8;
 constexpr int kKindCount = 16;
 
-/// Textures that are bound for the time of a row.
+/// Textures that are bound during a row.
 struct BoundTextures
 {
     BoundTextures()
@@ -40,7 +40,7 @@ struct BoundTextures
     std::vector<std::unique_ptr<Texture>> textures;
 };
 
-/// A pool with free textures of each kind, a kind being a width.
+/// A pool with free textures of each kind; the kinds differ in width.
 struct FilledPool
 {
     explicit FilledPool(int texturesPerKind)
@@ -89,7 +89,7 @@ void textureUnit(benchmark::State &state)
 }
 BENCHMARK(textureUnit);
 
-// The outermost bind takes a unit, and so an entry in each table of the context.
+// The outermost bind acquires a texture unit, and so changes each table of the context.
 void textureBindOutermost(benchmark::State &state)
 {
     const BoundTextures bound;
@@ -112,7 +112,7 @@ void textureBindOutermostByHand(benchmark::State &state)
 }
 BENCHMARK(textureBindOutermostByHand);
 
-// Takes one of two free textures of a kind, and gives it back.
+// Takes one of two free textures of a kind, and releases it.
 void poolTakeRecycled(benchmark::State &state)
 {
     FilledPool filled(2);
@@ -121,7 +121,7 @@ void poolTakeRecycled(benchmark::State &state)
 }
 BENCHMARK(poolTakeRecycled);
 
-// What take() asks of GL.
+// The GL calls of take().
 void poolTakeRecycledByHand(benchmark::State &state)
 {
     measure(state, 1, Allocations::eNone, [] {
@@ -132,7 +132,7 @@ void poolTakeRecycledByHand(benchmark::State &state)
 }
 BENCHMARK(poolTakeRecycledByHand);
 
-// Takes every free texture, so that none of its kind remains, and then gives all back, which makes the lists anew.
+// Takes all free textures of a kind and then releases them, which creates the lists again.
 void poolTakeAllThenReleaseAll(benchmark::State &state)
 {
     FilledPool filled(1);

@@ -1,7 +1,7 @@
 // A compressed image from bytes in memory to a texture, on the driver of the display.
 //
-// Held constant: 1020x1020 texels in blocks of 6x6, all of one colour each; the row by hand makes, uploads,
-// filters and deletes a texture as the reader does. Messages go nowhere.
+// Held constant: 1020x1020 texels in blocks of 6x6, each block of a single colour. The row by hand creates, uploads and
+// deletes a texture with the filters of the reader. Messages are discarded.
 
 #include "sidebyside/OffscreenStage.h"
 
@@ -24,7 +24,7 @@ constexpr int kBlockSide = 6;
 constexpr int kBlocks = (kSide / kBlockSide) * (kSide / kBlockSide);
 constexpr size_t kHeaderSize = 16;
 
-/// An image without variety inside of its blocks, and with as much as possible between them.
+/// An image whose blocks have a single colour each, and differ as much as possible.
 std::vector<unsigned char> astcImage()
 {
     std::vector<unsigned char> file = {0x13, 0xAB,        0xA1,       0x5C, kBlockSide,  kBlockSide,
@@ -41,7 +41,7 @@ std::vector<unsigned char> astcImage()
     return file;
 }
 
-/// One context for all rows; false, and the row says so, where there is none.
+/// Creates one context for all rows. Returns false, with an error of the row, if there is none.
 bool hasContext(benchmark::State &state)
 {
     static const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(64, 64);

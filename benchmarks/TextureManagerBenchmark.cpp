@@ -1,7 +1,7 @@
 // The library's own work for texture tokens: all GL calls go to functions that do nothing.
 //
-// Held constant: textures of one format, 8 slots of the array manager, a list of 8 tokens a draw. The argument of a row is
-// the number of tokens that are alive, on which the time of one must not depend but for what the caches hold.
+// Held constant: textures of one format, 8 slots of the array manager, a list of 8 tokens per draw. The argument of a row
+// is the number of live tokens; the time for one token must not depend on it, except for cache misses.
 
 #include "support/Measure.h"
 #include "support/SilentGL.h"
@@ -19,7 +19,7 @@ constexpr int kTokensOfADraw = 8;
 
 void keepQuiet(QtMsgType, const QMessageLogContext &, const QString &) {}
 
-/// A manager with tokens of as many textures as the row has for an argument, read-only ones.
+/// A manager with tokens of read-only textures; their number is the argument of the row.
 template <typename Manager> struct Filled
 {
     explicit Filled(const benchmark::State &state)
@@ -38,12 +38,12 @@ template <typename Manager> struct Filled
     }
 
     Manager manager;
-    std::vector<Texture *> textures; ///< the manager's
+    std::vector<Texture *> textures; ///< owned by the manager
     QVector<TextureToken> tokens;
-    QVector<TextureToken> ofADraw; ///< from all over the range
+    QVector<TextureToken> ofADraw; ///< spread over the range
 };
 
-/// The same with all of them in their slots.
+/// The same with all textures in slots.
 struct Placed : Filled<Array2DTextureManager>
 {
     explicit Placed(const benchmark::State &state)
@@ -66,7 +66,7 @@ void arrayBindAll(benchmark::State &state)
 }
 BENCHMARK(arrayBindAll)->Apply(withTokensAlive);
 
-// What cannot be saved: the record of every token is looked at.
+// The minimal work: reads the record of every token.
 void arrayBindAllByHand(benchmark::State &state)
 {
     const Filled<SamplerTextureManager> filled(state);
@@ -93,7 +93,7 @@ void arrayUpdateNothing(benchmark::State &state)
 }
 BENCHMARK(arrayUpdateNothing)->Apply(withTokensAlive);
 
-// Everything is in place: the units of the slots and of the slot map are taken and given back.
+// All textures are placed: acquires and releases the texture units of the slots and of the slot map.
 void arrayBindProgram(benchmark::State &state)
 {
     Placed placed(state);
@@ -105,7 +105,7 @@ void arrayBindProgram(benchmark::State &state)
 }
 BENCHMARK(arrayBindProgram)->Apply(withTokensAlive);
 
-// A texture leaves its layer, finds one again and is copied there.
+// Revokes a texture from its layer, places it again and copies it there.
 void arrayPlaceAndCopy(benchmark::State &state)
 {
     Placed placed(state);
@@ -118,7 +118,7 @@ void arrayPlaceAndCopy(benchmark::State &state)
 }
 BENCHMARK(arrayPlaceAndCopy)->Apply(withTokensAlive);
 
-// All of them, from the first: each gets a token, a place and a copy.
+// The first placement of all textures: each gets a token, a layer and a copy.
 void arrayFirstPlacement(benchmark::State &state)
 {
     const auto count = int(state.range(0));
@@ -146,7 +146,7 @@ void arrayFirstPlacement(benchmark::State &state)
 }
 BENCHMARK(arrayFirstPlacement)->Apply(withTokensAlive);
 
-// Texture units are taken and given back, and the vectors become the lists that the manager works on.
+// Acquires and releases texture units, and converts the vectors to the lists that the manager takes.
 void samplerBindOfADraw(benchmark::State &state)
 {
     Filled<SamplerTextureManager> filled(state);
@@ -157,7 +157,7 @@ void samplerBindOfADraw(benchmark::State &state)
 }
 BENCHMARK(samplerBindOfADraw)->Apply(withTokensAlive);
 
-// The handles are resident.
+// The handles are already resident.
 void bindlessBindOfADraw(benchmark::State &state)
 {
     Filled<BindlessTextureManager> filled(state);
@@ -177,7 +177,7 @@ void bindlessBindOfADrawByHand(benchmark::State &state)
 }
 BENCHMARK(bindlessBindOfADrawByHand)->Apply(withTokensAlive);
 
-// A token in the middle goes and comes again, behind as many holes as there are tokens.
+// Deletes and reserves a token in the middle, with as many free entries as tokens.
 void tokenDeleteAndReserve(benchmark::State &state)
 {
     SamplerTextureManager manager;
@@ -190,7 +190,7 @@ void tokenDeleteAndReserve(benchmark::State &state)
 }
 BENCHMARK(tokenDeleteAndReserve)->Apply(withTokensAlive);
 
-// The same in a vector that is searched from end to end.
+// The same with a linear search of a vector.
 void tokenDeleteAndReserveNaive(benchmark::State &state)
 {
     QVector<TextureToken> freeTokens;

@@ -1,4 +1,4 @@
-/// The leak check reads the stacks of what is still loaded: drivers must not go before it.
+/// The leak checker resolves stacks only in libraries that are still loaded, so drivers must not be unloaded before it runs.
 extern "C" __attribute__((visibility("default"))) int dlclose(void *) noexcept
 {
     return 0;

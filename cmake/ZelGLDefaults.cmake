@@ -1,4 +1,4 @@
-# What all targets of the project have in common.
+# Settings of all targets of the project.
 
 # zelgl_target_defaults(TARGET): language level, warnings, sanitizers.
 function(zelgl_target_defaults target)
@@ -14,7 +14,7 @@ function(zelgl_target_defaults target)
         target_link_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE})
     endif()
     if(ZELGL_FUZZ)
-        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link) # what tells the fuzzer where it got
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link) # reports coverage to the fuzzer
     endif()
 endfunction()
 
@@ -41,36 +41,36 @@ function(zelgl_program_defaults target)
     endif()
 endfunction()
 
-# zelgl_library_defaults(TARGET): zelgl_target_defaults(), and soname, version and include path of a shared library.
+# zelgl_library_defaults(TARGET): zelgl_target_defaults(), and the soname, version and include path of a shared library.
 function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
-    # Nobody replaces the library's functions from outside, so its own calls need not go through the dynamic linker.
+    # Other libraries never replace the library's functions, so its own calls need not go through the dynamic linker.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # QtCore keeps texts of the libraries, such as patterns of QRegExp, up to its own end: dlclose() must not unmap them.
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
-        INSTALL_RPATH $ORIGIN) # the two libraries lie beside each other, wherever the tree is moved
+        INSTALL_RPATH $ORIGIN) # the two libraries are in the same folder, also after the tree is moved
     target_include_directories(${target} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 endfunction()
 
-# Builds all that is installed, and nothing else.
+# Builds everything that is installed, and nothing else.
 add_custom_target(zelgl_installed)
 
-# zelgl_install_library(TARGET HEADERS ...): the library, as a part of the package, and its headers under its name.
+# zelgl_install_library(TARGET HEADERS ...): installs the library and its headers, as a part of the package.
 function(zelgl_install_library target)
     cmake_parse_arguments(ARG "" "" "HEADERS" ${ARGN})
     install(TARGETS ${target} EXPORT ZelGLTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     install(FILES ${ARG_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${target})
     add_dependencies(zelgl_installed ${target})
     list(TRANSFORM ARG_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-    set_target_properties(${target} PROPERTIES ZELGL_INSTALLED_HEADERS "${ARG_HEADERS}") # what docs/ describes
+    set_target_properties(${target} PROPERTIES ZELGL_INSTALLED_HEADERS "${ARG_HEADERS}") # read by docs/
 endfunction()
 
-# zelgl_install_tool(TARGET): a program, which finds the libraries in the tree that it is installed in.
+# zelgl_install_tool(TARGET): installs a program, which finds the libraries relative to its own path.
 function(zelgl_install_tool target)
     file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
     set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${libraries})

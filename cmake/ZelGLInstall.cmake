@@ -1,12 +1,11 @@
-# Installs, beside the libraries and their headers, the pages of docs/, to which headers refer, the GLSL tree for reading, and
-# what find_package() and pkg-config read. Nothing of it names the prefix, so an installed tree can be moved.
+# Installs, besides the libraries and headers: the pages of docs/, to which headers refer, the GLSL tree as documentation, and the
+# files of find_package() and pkg-config. No file contains the prefix, so an installed tree can be moved.
 
 include(CMakePackageConfigHelpers)
 
 set(zelgl_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZelGL)
 
-# As documentation, out of resourcesPath(): files there would be read instead of those inside the library, also when they are
-# older than it.
+# Outside of resourcesPath(): the library would read files there instead of its built-in ones, even older files.
 install(DIRECTORY GLSL/include GLSL/src DESTINATION ${CMAKE_INSTALL_DOCDIR}/GLSL)
 install(CODE "
     set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/ZelGL/GLSL\")

@@ -1,7 +1,7 @@
-// The first picture: a program, a full-screen quad, a uniform.
+// A first picture: a program, a full-screen quad, a uniform.
 //
-// GLSL goes through a text processor, which puts the define RADIUS behind "#version". The vertex stage is a file of the
-// library's; its quad gives texture coordinates from 0 to 1. AutoBinder binds for the length of a scope.
+// A macro processor prepares GLSL; here it inserts the define RADIUS after "#version". The vertex stage is a file of the
+// library, whose full-screen quad has texture coordinates from 0 to 1. AutoBinder binds an object until the end of a scope.
 
 #include "Show.h"
 

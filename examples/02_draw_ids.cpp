@@ -1,8 +1,7 @@
-// One draw unit, many sub-draws, told apart by their draw ID.
+// One draw unit with many sub-draws, distinguished by their draw ID.
 //
-// A DrawBuffers holds one cube and a list of commands that all draw it. draw() takes the numbers of the commands that
-// should be drawn, here those of a wave that runs through; getDrawID() of the library's ZelUtilities tells the shader which
-// command it is in.
+// A DrawBuffers holds one cube and a list of commands that all draw it. draw() takes the indices of the commands to draw,
+// here those of a moving wave. In the shader, getDrawID() of the library's ZelUtilities returns the index of the command.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -55,7 +54,7 @@ public:
     Wave()
         : _cubes(makeCube(kColumns * kRows))
     {
-        DrawBuffers::setup(&_processor); // how the draw ID travels
+        DrawBuffers::setup(&_processor); // adds the defines for draw IDs
         _processor.addDefine("COLUMNS", QString::number(kColumns));
         _processor.addDefine("ROWS", QString::number(kRows));
         ProgramText text;

@@ -1,8 +1,9 @@
-// Data for each draw: one description, both sides of it made by the library.
+// Data for each draw: from one description the library derives the bytes and the GLSL accessors.
 //
-// An InstanceDataPlan names the members once. The library lays out the bytes that InstanceData fills, and writes the GLSL
-// accessors, here getPlacement() and getColor(), that "#instancedata" brings into the shader. How the bytes travel is the
-// plan's mechanism, a uniform block unless another is set; nothing else in this file would change with it.
+// An InstanceDataPlan lists the members. The library computes the layout of the bytes that InstanceData fills, and
+// generates the GLSL accessors, here getPlacement() and getColor(), which "#instancedata" inserts into the shader. The
+// mechanism of the plan determines how the bytes reach the shader: by default a uniform block. Another mechanism would
+// change nothing else in this file.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -16,7 +17,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-constexpr int kCubes = 150; ///< what a plan takes unless told otherwise
+constexpr int kCubes = 150; ///< the default array size of a plan
 
 const char kVertex[] = R"(#version 150
 #include "ZelUtilities.glslh"
@@ -44,7 +45,7 @@ void main()
 }
 )";
 
-/// The registry takes it.
+/// Registers the plan; the registry takes ownership.
 void registerPlan()
 {
     auto *plan = new InstanceDataPlan("Cube");
@@ -103,7 +104,7 @@ public:
         QMatrix4x4 viewProjection;
         viewProjection.perspective(26.0f, aspect, 1.0f, 100.0f);
         viewProjection.lookAt({0.0f, 7.0f, 12.5f}, {0.0f, -0.2f, 0.0f}, {0.0f, 1.0f, 0.0f});
-        for (int i = 0; i < kCubes; ++i) { // goes up with the next bind, in one piece
+        for (int i = 0; i < kCubes; ++i) { // uploaded at once by the next bind()
             const QMatrix4x4 matrix = placement(i, seconds);
             _data->set(i, "Placement", matrix.constData(), 16 * sizeof(float));
         }

@@ -1,8 +1,8 @@
-// Textures as plain data: a token among the members of an item.
+// Textures as plain data: a token is a member of an instance-data item.
 //
-// The manager gives a token for a texture, a colour or a file; managedTexture() of the shader samples by it. Whether the
-// driver has bindless textures, or the manager binds each one to a unit of its own, is the affair of
-// TextureManager::Instance(): it adds its defines to the text processor and names the file that a program links.
+// The manager returns a token for a texture, a colour or a file; managedTexture() samples by token in the shader.
+// TextureManager::Instance() decides whether it uses bindless textures or binds each texture to a texture unit: it adds
+// its defines to the macro processor, and returns the name of the shader file that a program must link.
 
 #include "Programs.h"
 #include "Show.h"
@@ -62,7 +62,7 @@ void registerPlan()
     InstanceDataRegistry::Instance()->registerPlan(plan);
 }
 
-/// A card with as many petals.
+/// A card that shows a flower with this many petals.
 QImage paintMotif(int petals)
 {
     QImage image(256, 256, QImage::Format_ARGB32);
@@ -79,7 +79,7 @@ QImage paintMotif(int petals)
     painter.setBrush(QColor(250, 240, 200));
     painter.drawEllipse(QRectF(-26, -26, 52, 52));
     painter.end();
-    return image.mirrored(); // rows go up in GL
+    return image.mirrored(); // GL's first row is the lowest
 }
 
 class Cards : public Show
@@ -120,7 +120,7 @@ public:
     {
         place(aspect, seconds);
         const AutoBinder useProgram(_program.get());
-        _data->bind(_program.get(), _manager); // hands the tokens that the bytes hold to the manager
+        _data->bind(_program.get(), _manager); // passes the tokens in the bytes to the manager
         _manager->bind(_program.get());
         {
             const AutoBinder useQuad(_quad);

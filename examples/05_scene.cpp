@@ -1,8 +1,8 @@
 // A scene: drawables, a hierarchy of transforms, culling.
 //
-// A GPUModel writes the matrices of a transform into the object data of the draw commands that use it, and marks what the
-// camera does not see, so that the draw leaves it out. Here one drawable has a command for each body of a small planetary
-// system; a moon's transform has its planet's as parent.
+// A GPUModel writes the matrices of a transform into the object data of the draw commands that use it. Culling marks the
+// commands that the camera does not see, and the draw skips them. Here one drawable has a command for each body of a small
+// planetary system; the transform of a planet is the parent of its moons'.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -18,7 +18,7 @@ struct Body
 {
     int parent; ///< -1: the sun
     float distance;
-    float speed; ///< degrees a second
+    float speed; ///< degrees per second
     float radius;
     QRgb color;
 };
@@ -46,7 +46,7 @@ out vec3 vo_Position;
 out vec3 vo_Normal;
 flat out vec4 vo_Color;
 
-// Nine numbers, packed into the first of the member's sixteen.
+// The nine numbers are stored in the first of the sixteen of the member.
 mat3 normalMatrix()
 {
     mat4 numbers = getModelNormalMatrix();
@@ -63,7 +63,7 @@ void main()
 }
 )";
 
-// The sun stands in the origin; alpha says how much a body shines by itself.
+// The sun is at the origin; alpha is the emission of a body.
 const char kFragment[] = R"(#version 150
 in vec3 vo_Position;
 in vec3 vo_Normal;
@@ -80,7 +80,7 @@ void main()
 }
 )";
 
-/// The four matrices are the model's to fill, by these names.
+/// The model fills the four matrices, which it finds by these names.
 InstanceDataPlan *registerPlan()
 {
     auto *plan = new InstanceDataPlan("Body");
@@ -108,7 +108,7 @@ public:
         text.vertexPlans = QStringList{"Body"};
         _program = makeProgram(text, &_processor);
 
-        // The model owns what it is given.
+        // The model takes ownership.
         const int count = int(bodies().size());
         auto *data = new InstanceDataCollection(plan, static_cast<unsigned long>(count));
         const int drawable = _model.add(makeSphere(count).release(), 0, nullptr, data, 0);
@@ -121,7 +121,7 @@ public:
                                   i == 0 ? 1.0f : 0.0f};
             data->set(i, "Color", rgba, sizeof rgba);
 
-            // A place, which moons follow, and under it the size, which they do not.
+            // The position, which is the parent of moons, and the size as its child, which does not apply to them.
             _places.push_back(
                 _model.addTransform(body.parent < 0 ? -1 : _places[size_t(body.parent)], QMatrix4x4()));
             QMatrix4x4 size;

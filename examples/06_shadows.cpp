@@ -1,8 +1,8 @@
 // Shadows of a sun: the library fits the projections, the host draws the layers.
 //
-// processLights() turns lights, camera and scene box into a table of depth projections and says whether it changed. The host
-// draws a layer of a texture array for each; between bind() and unbind() a shader asks shadowMapGetVisibility().
-// docs/shadows.md says the rest.
+// processLights() computes a table of depth projections from the lights, the camera and the scene box, and returns whether
+// it changed. The host draws one layer of an array texture for each projection; between bind() and unbind() a shader calls
+// shadowMapGetVisibility(). See docs/shadows.md.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -20,14 +20,14 @@ constexpr int kTowers = 120;
 constexpr int kLayerSize = 2048;
 constexpr int kCascades = 3;
 
-// The placement is a formula here; 03_instance_data shows how it comes from the host. The last cube is the ground.
+// Here a formula computes the placement; 03_instance_data shows how a host provides it. The last cube is the ground.
 const char kPlacement[] = R"(
 vec3 placed(vec3 vertex, uint id)
 {
     if (id == uint(TOWERS)) {
         return vertex * vec3(40.0, 0.5, 40.0) - vec3(0.0, 0.5, 0.0);
     }
-    float turn = 2.3999632 * float(id); // the golden angle: a sunflower's seeds
+    float turn = 2.3999632 * float(id); // the golden angle, as in a sunflower
     float radius = 0.95 * sqrt(float(id) + 0.6);
     float height = 0.35 + 1.6 * pow(0.5 + 0.5 * sin(1.7 * float(id)), 3.0);
     vec2 corner = mat2(cos(turn), sin(turn), -sin(turn), cos(turn)) * vertex.xz * 0.38;
@@ -58,7 +58,7 @@ flat in uint vo_ID;
 uniform vec3 u_ToSun;
 out vec4 o_Color;
 
-// The mean of a small disc around the point, a little toward the sun, so that no surface shadows itself.
+// The mean over a small disc around the point, with a bias towards the sun against shadow acne.
 float sunlight(vec3 normal)
 {
     vec3 right = normalize(cross(normal, vec3(0.34, 0.2, 0.92)));
@@ -86,7 +86,7 @@ void main()
 }
 )";
 
-// A layer holds the projected z, from 0 to 1, which GL would halve.
+// A layer must contain the projected z, from 0 to 1; this undoes GL's depth range transform.
 const char kLayerVertex[] = R"(#version 150
 #include "ZelUtilities.glslh"
 in vec3 va_Vertex;
@@ -145,7 +145,7 @@ public:
         _projection.setToIdentity();
         _projection.perspective(36.0f, aspect, 0.5f, 60.0f);
 
-        // A directional light shines along +z of its transform, which stands where the camera looks.
+        // A directional light shines along +z of its transform, whose origin is the point that the camera looks at.
         _toSun = QVector3D(-0.75f, 0.62f, 0.35f).normalized();
         QMatrix4x4 transform;
         transform.lookAt({0.0f, 0.0f, 0.0f}, _toSun, {0.0f, 1.0f, 0.0f});
@@ -178,7 +178,7 @@ private:
     {
         _layers.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, kLayerSize, kLayerSize, kCascades);
         const AutoBinder bound(&_layers);
-        const float free[] = {1.0f, 1.0f, 1.0f, 1.0f}; // what lies beside a layer is free of shadow
+        const float free[] = {1.0f, 1.0f, 1.0f, 1.0f}; // no shadow outside of a layer
         glTexParameterfv(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BORDER_COLOR, free);
         glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_BORDER);
         glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_BORDER);

@@ -1,8 +1,8 @@
-// Light from an image: the split sum.
+// Image-based lighting with the split-sum approximation.
 //
-// Two bakes filter an environment, for gloss of rising roughness in its mip levels and for matt surfaces; a third makes the
-// table of the reflectance. A shader then needs three look-ups. Here the environment is painted on the CPU; any image of
-// latitude and longitude does, with a mip chain, lowest row first.
+// Two bakes filter an environment: for specular reflections, with growing roughness in the mip levels, and for diffuse
+// surfaces. A third bake computes the BRDF table. A shader then needs three lookups. Here the CPU paints the environment;
+// any latlong image with a mip chain works, lowest row first.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -40,7 +40,7 @@ void main()
 }
 )";
 
-// From left to right the roughness rises; from below: a glossy paint, copper, gold.
+// The roughness grows from left to right; from bottom to top: glossy paint, copper, gold.
 const char kFragment[] = R"(#version 150
 #include "ZelUtilities.glslh"
 in vec3 vo_Position;
@@ -88,7 +88,7 @@ void main()
 constexpr int kWidth = 256;
 constexpr int kHeight = 128;
 
-/// A room with a window to each side of the eye, a warm floor and a row of lamps.
+/// An interior with a window on each side of the eye, a warm floor and a row of lamps.
 QVector3D radiance(const QVector3D &direction)
 {
     const float up = direction.y();
@@ -110,7 +110,7 @@ std::unique_ptr<Texture> paintEnvironment()
     for (int y = 0; y < kHeight; ++y) {
         const float elevation = ((float(y) + 0.5f) / kHeight - 0.5f) * float(M_PI);
         for (int x = 0; x < kWidth; ++x) {
-            // The longitude of directionToLatLong(), which begins at -x and goes by -z.
+            // The longitude of directionToLatLong(), which starts at -x and grows towards -z.
             const float around = ((float(x) + 0.5f) / kWidth - 0.5f) * 2.0f * float(M_PI);
             pixels << radiance({std::cos(around) * std::cos(elevation), std::sin(elevation),
                                 std::sin(around) * std::cos(elevation)});
@@ -160,7 +160,7 @@ public:
 
     void draw(float aspect, float seconds) override
     {
-        constexpr float kHalfHeight = 0.27f; // of the view, at distance 1
+        constexpr float kHalfHeight = 0.27f; // half the height of the view at distance 1
         drawBackground(QVector2D(kHalfHeight * aspect, kHalfHeight));
 
         const QVector3D eye(2.0f * std::sin(0.4f * seconds), 0.6f, 15.0f);

@@ -14,11 +14,11 @@ using CapabilityScopeTest = GLTest;
 
 namespace {
 
-/// Counts what a scope does to it.
+/// Counts the calls of a scope.
 struct Counted : Bindable
 {
     bool bind() override { return ++bound, binds; }
-    bool unbind() override { return ++unbound, false; } // an answer that the scope does not look at
+    bool unbind() override { return ++unbound, false; } // the scope ignores the result
 
     bool binds = true;
     int bound = 0;

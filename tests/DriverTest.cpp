@@ -1,4 +1,4 @@
-// The driver itself: the suite runs once for every kind of driver, which is worth nothing if the kind is not there.
+// Checks that the driver is of the kind for which this run of the suite is meant.
 
 #include "support/GLFixture.h"
 
@@ -27,7 +27,7 @@ bool isBindless()
 
 } // namespace
 
-TEST_F(DriverTest, IsOfTheKindThatThisRunIsFor)
+TEST_F(DriverTest, IsOfTheKindThatThisRunNeeds)
 {
     // The script that runs the suite reads this line.
     std::printf("driver: %s, %s%s\n", glGetString(GL_RENDERER), glGetString(GL_VERSION),

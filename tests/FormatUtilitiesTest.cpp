@@ -13,12 +13,12 @@ QString refusal(const char *function, GLenum value)
 
 } // namespace
 
-TEST_F(FormatUtilitiesTest, FormatsHaveTheirAnswersAndEveryGapIsReported)
+TEST_F(FormatUtilitiesTest, FormatPropertiesAreKnownAndEveryGapIsReported)
 {
     const struct
     {
         GLenum internalFormat;
-        int bytes; ///< 0 stands where there is no answer
+        int bytes; ///< 0 if the function reports an unknown format
         GLenum type;
         GLenum format;
     } rows[] = {
@@ -28,7 +28,7 @@ TEST_F(FormatUtilitiesTest, FormatsHaveTheirAnswersAndEveryGapIsReported)
         {GL_RG32UI, 8, GL_UNSIGNED_INT, GL_RG_INTEGER},
         {GL_RGB16F, 6, GL_HALF_FLOAT, GL_RGB},
         {GL_RGBA32F, 16, GL_FLOAT, GL_RGBA},
-        {GL_R11F_G11F_B10F, 4, GL_HALF_FLOAT, GL_RGB}, // the type of its components
+        {GL_R11F_G11F_B10F, 4, GL_HALF_FLOAT, GL_RGB}, // the type of the components
         {GL_COMPRESSED_RG11_EAC, 2, GL_UNSIGNED_BYTE, GL_RG},
         {GL_UNSIGNED_SHORT, 2, 0, 0}, // index types have a size only
         {GL_UNSIGNED_INT, 4, 0, 0},

@@ -1,6 +1,6 @@
-// Every truncation of small sound files, and every value of each of their first bytes, through the readers:
-// in memory of the file's very size, with all bytes read that GL would read, so that a sanitizer sees what
-// leaves its bounds.
+// Runs the readers on every truncation of small valid files, and on every value of each of their first bytes. The memory
+// has exactly the size of the file, and every byte that GL would read is read, so that a sanitizer detects reads out of
+// bounds.
 
 #include "support/FileMaker.h"
 #include "support/GLFixture.h"
@@ -23,7 +23,7 @@ struct Format
     const char *name;
     QVector<QByteArray> (*seeds)();
     void (*use)(const QByteArray &file);
-    int files; ///< as many at least; 300,000 in all
+    int files; ///< least number of files; 300,000 in all
 };
 
 std::string nameOf(const testing::TestParamInfo<Format> &info)
@@ -44,7 +44,7 @@ class MalformedFilesTest : public GLTest, public testing::WithParamInterface<For
 
 } // namespace
 
-TEST_P(MalformedFilesTest, StayInTheirBoundsAndLeaveNothingBehind)
+TEST_P(MalformedFilesTest, StayInBoundsAndLeakNothing)
 {
     const UploadTouch touch;
     const StateGuard guard;

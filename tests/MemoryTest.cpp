@@ -42,7 +42,7 @@ protected:
 
 } // namespace
 
-TEST_P(MemoryTest, AViewShowsItsRangeAndIsNullWhereThatIsNotWhollyInside)
+TEST_P(MemoryTest, AViewShowsItsRangeAndIsNullIfThatIsNotInside)
 {
     EXPECT_EQ(kSize, _memory->size());
     const unsigned char *all = _memory->map(0, kSize);
@@ -83,7 +83,7 @@ TEST_P(MemoryTest, AWriteReachesTheBufferButNeverTheFile)
 INSTANTIATE_TEST_SUITE_P(Kinds, MemoryTest, testing::Values(eBuffer, eFile),
                          [](const auto &kind) { return kind.param == eBuffer ? "Buffer" : "File"; });
 
-TEST(EmptyMemoryTest, WhatIsNoFileWithBytesHasNoViews)
+TEST(EmptyMemoryTest, MissingAndEmptyFilesHaveNoViews)
 {
     const QTemporaryDir folder;
     const QString empty = writeFile(folder.filePath("empty"), "");

@@ -14,7 +14,7 @@ std::ptrdiff_t distance(const QObject *from, const QObject *to)
 }
 
 #ifdef __SANITIZE_ADDRESS__
-constexpr bool kIsPooled = false; // there the heap has them
+constexpr bool kIsPooled = false; // sanitizer builds use the heap
 #else
 constexpr bool kIsPooled = true;
 #endif

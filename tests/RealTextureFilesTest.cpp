@@ -1,5 +1,5 @@
-// Files that independent projects made, through the loading front: each with the outcome that its header asks
-// for, and pixels against decoders that are not ours.
+// Files of independent projects, loaded through the public functions: each must have the result that its header implies,
+// and the pixels of independent decoders.
 
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -31,7 +31,7 @@ struct Outcome
     bool recognised;
     bool valid;
     bool loads;
-    QStringList messages; ///< how they begin; %1 is the path
+    QStringList messages; ///< their starts; %1 is the path
 };
 
 const QString kUnset = "critical [Texture.cpp:#] [ !! ] Assertion '0u != this->_target' failed: ";
@@ -43,11 +43,12 @@ const Outcome kWithoutShape = {true, true, false, {kUnset, kUnset, "warning Text
 const Outcome kInvalid = {true, false, false, {"debug Data appears invalid for texture file '%1'"}};
 const Outcome kUnrecognised = {false, false, false, {"warning [TextureIO.cpp:#] Failed to load %1"}};
 
-/// Of the files that do not simply load.
+/// The results of files that do not load without messages.
 const QHash<QString, const Outcome *> kOutcomes = {
     {"ktx/khronos/texturearray_etc2_unorm.ktx", &kArray},
     {"ktx/ktxtest/array_2_elements_2d.ktx", &kArray},
-    {"ktx/ktxtest/endian_big_type_ubyte_r8g8.ktx", &kWithoutShape}, // half of each byte of its header is lost
+    {"ktx/ktxtest/endian_big_type_ubyte_r8g8.ktx",
+     &kWithoutShape}, // the file has lost half of each byte of its header
     {"ktx/ktxtest/mipmap_1of0_levels.ktx", &kGenerates},
     {"ktx/ktxtest_invalid/endianness_invalid.ktx", &kInvalid},
     {"ktx/ktxtest_invalid/eof_at_31bytes.ktx", &kInvalid},
@@ -56,14 +57,14 @@ const QHash<QString, const Outcome *> kOutcomes = {
     {"astc/negative_magic.astc", &kUnrecognised},
     {"astc/negative_short.astc", &kInvalid}};
 
-/// The first keys of the files that have metadata; the padding behind is read as one more entry.
+/// The first keys of files with metadata. The reader returns the padding after them as an additional entry.
 const QHash<QString, QString> kKeys = {{"ktx/khronos/cubemap_yokohama_etc2_unorm.ktx", "KTXOrientation"},
                                        {"ktx/khronos/orient-up-metadata.ktx", "KTXorientation"},
                                        {"ktx/khronos/texturearray_etc2_unorm.ktx", "KTXorientation"},
                                        {"ktx/ktxtest/metadata_custom_utf8.ktx", "utf8Nul"},
                                        {"ktx/ktxtest/metadata_ktxorient_rd.ktx", "KTXorientation"}};
 
-/// The real files with a suffix, as many as there must be.
+/// The real files with a suffix; checks their number.
 QStringList filesOf(const QString &suffix, const QDir &folder)
 {
     static const QHash<QString, int> counts = {{"ktx", 43}, {"hdr", 9}, {"astc", 10}};
@@ -90,7 +91,7 @@ testing::AssertionResult tells(const Outcome &outcome, const QString &path)
     return takeMessages(expected);
 }
 
-/// Of all levels in GL, against the answers of the reader.
+/// Compares the sizes of all levels in GL with the results of the reader.
 void expectSizes(Texture &texture, const TextureLoader &reader)
 {
     const GLenum target = reader.isCubeMapTexture() ? GL_TEXTURE_CUBE_MAP
@@ -116,7 +117,7 @@ class RealTextureFilesTest : public GLTest, public testing::WithParamInterface<c
 
 } // namespace
 
-TEST_P(RealTextureFilesTest, HaveTheOutcomeThatTheirHeadersAskFor)
+TEST_P(RealTextureFilesTest, HaveTheResultThatTheirHeadersImply)
 {
     ZEL_NEEDS_TEST_DATA(list, "README.md");
     const QDir folder = QFileInfo(list).dir();
@@ -139,7 +140,7 @@ TEST_P(RealTextureFilesTest, HaveTheOutcomeThatTheirHeadersAskFor)
             expectSizes(*texture, *reader);
         }
         if (&outcome == &kWithoutShape) {
-            TestContext::takeDriverReports(); // of parameters for no target
+            TestContext::takeDriverReports(); // about parameters for a missing target
             takeGLErrors();
         }
     }
@@ -159,7 +160,7 @@ Pixels loadedPixels(const QString &path)
     return texture != nullptr ? pixelsOf(*texture) : Pixels(0, 0);
 }
 
-/// Level 0 of a KTX file without metadata, decoded texel by texel.
+/// Compares level 0 of a KTX file without metadata with its bytes, texel by texel.
 void expectRawPixels(const char *relativePath, int width, int height, int texelBytes, int rowBytes,
                      const std::function<QVector4D(const uchar *)> &decode)
 {
@@ -179,7 +180,7 @@ float ofHalf(const uchar *bytes)
     return half;
 }
 
-/// The picture that Arm's decoder makes of an ASTC file, the first row on top.
+/// An ASTC file decoded by Arm's decoder, top row first.
 QImage byAstcenc(const QString &path)
 {
     const QTemporaryDir folder;
@@ -188,7 +189,7 @@ QImage byAstcenc(const QString &path)
     return QImage(png).convertToFormat(QImage::Format_RGBA8888);
 }
 
-/// The first row of the file is row 0 of the texture.
+/// The picture with the first row of the file as row 0 of the texture.
 Pixels fromFirstRowUp(const QImage &image)
 {
     return Pixels::of(image.width(), image.height(), [&](int x, int y) {
@@ -200,7 +201,7 @@ Pixels fromFirstRowUp(const QImage &image)
 
 } // namespace
 
-TEST_F(RealTexturePixelsTest, RawFilesHoldWhatTheirBytesSay)
+TEST_F(RealTexturePixelsTest, RawFilesHaveThePixelsOfTheirBytes)
 {
     const auto byte = [](uchar value) { return float(value) / 255.0f; };
     expectRawPixels("ktx/ktxtest/format_raw_r8_unorm.ktx", 64, 64, 1, 64,
@@ -219,7 +220,7 @@ TEST_F(RealTexturePixelsTest, RawFilesHoldWhatTheirBytesSay)
                     [](const uchar *t) { return QVector4D(ofHalf(t), ofHalf(t + 2), ofHalf(t + 4), 1.0f); });
 }
 
-TEST_F(RealTexturePixelsTest, CubeLayoutsHoldWhatQImageReads)
+TEST_F(RealTexturePixelsTest, CubeLayoutsHaveThePixelsOfQImage)
 {
     for (const char *name : {"cubemap_ldr/Ryfjallet_cross_3x4.png", "cubemap_ldr/Ryfjallet_cross_4x3.png",
                              "cubemap_ldr/Ryfjallet_cubemap.png", "cubemap_ldr/Ryfjallet_strip_6x1.png"}) {
@@ -228,14 +229,14 @@ TEST_F(RealTexturePixelsTest, CubeLayoutsHoldWhatQImageReads)
     }
 }
 
-TEST_F(RealTexturePixelsTest, AstcFilesEqualWhatArmsDecoderMakesOfThem)
+TEST_F(RealTexturePixelsTest, AstcFilesEqualTheResultOfArmsDecoder)
 {
     if (QStandardPaths::findExecutable("astcenc").isEmpty()) {
         GTEST_SKIP() << "Needs the program astcenc";
     }
     for (const char *name : {"astc/ASTC6X6_LDR.astc", "astc/ASTC10X5_LDR.astc", "astc/tiles_ldr.astc"}) {
         ZEL_NEEDS_TEST_DATA(path, name);
-        // The driver decodes to 8 bits, and so does astcenc.
+        // Both the driver and astcenc decode to 8 bits.
         EXPECT_TRUE(loadedPixels(path).isNear(fromFirstRowUp(byAstcenc(path)), 2.0f / 255.0f)) << name;
     }
 }

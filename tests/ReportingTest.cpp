@@ -52,7 +52,7 @@ TEST_F(ReportingTest, EveryFormHasItsLevelTakesTextAsItIsAndIsOneStatement)
     ZEL_LOG_DEBUG("%s", "100% %s %n");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
     ZEL_BARE_DEBUG("%s",
-                   "Gr\u00f6\u00dfe \u03c0 %n"); // in no locale but UTF-8 would this survive a conversion
+                   "Gr\u00f6\u00dfe \u03c0 %n"); // a conversion to the locale would change this
     EXPECT_MESSAGES("debug [ReportingTest.cpp:#] 100% %s %n", "debug Gr\u00f6\u00dfe \u03c0 %n");
     QTextCodec::setCodecForLocale(nullptr);
 
@@ -68,7 +68,7 @@ TEST_F(ReportingTest, AnAssertionQuotesItsConditionAndGoesOn)
 {
     const int value = 7;
     ZEL_ASSERT(0 == value % 2 && "50%s", "value %d", value);
-    // Each per cent sign of the condition is shown behind a backslash.
+    // A backslash precedes each per cent sign of the condition.
     EXPECT_MESSAGES(
         "critical [ReportingTest.cpp:#] [ !! ] Assertion '0 == value \\% 2 && \"50\\%s\"' failed: value 7");
     ZEL_ASSERT(7 == value, "value %d", value);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kSymbol[] = "_ZN6Orvane3Zel13resourcesPathEv";
 
-/// The file that this program has the library from.
+/// The path of the library that this program uses.
 QString libraryFile()
 {
     Dl_info info = {};
@@ -27,7 +27,7 @@ QString libraryFile()
 
 } // namespace
 
-TEST(ResourcesTest, TheBuildTreeLeadsToTheShaderSources)
+TEST(ResourcesTest, TheBuildTreeFindsTheShaderSources)
 {
     EXPECT_FALSE(resourcesPath().endsWith('/'));
     EXPECT_TRUE(QFileInfo(resourcesPath() + "/GLSL/src").isDir()) << qPrintable(resourcesPath());
@@ -41,7 +41,7 @@ TEST(ResourcesTest, AMovedLibraryFindsTheResourcesBesideItsNewPlace)
     ASSERT_TRUE(QDir().mkpath(moved + "/links"));
     const QString fromLibrary = QFileInfo(libraryFile()).dir().relativeFilePath(resourcesPath());
     ASSERT_TRUE(QFile::copy(libraryFile(), moved + "/libmoved.so"));
-    // Reached by a link from another folder, as package managers lay them.
+    // Loaded through a link in another folder, as package managers create them.
     ASSERT_TRUE(QFile::link(moved + "/libmoved.so", moved + "/links/libmoved.so.1"));
 
     void *library = dlopen(qPrintable(moved + "/links/libmoved.so.1"), RTLD_NOW | RTLD_LOCAL);

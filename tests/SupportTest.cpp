@@ -1,4 +1,4 @@
-// The oracles themselves: a judge that never says no would make every other test worthless.
+// Tests of the checks in tests/support: a check that never fails would make every other test worthless.
 
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
@@ -18,7 +18,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// A fixture whose verdict the tests below read instead of being failed by it.
+/// A fixture whose result the tests below read instead of failing themselves.
 class Judged : public GLTest
 {
 public:
@@ -36,7 +36,7 @@ private:
     void TestBody() override {}
 };
 
-/// What the fixture says of a test that does this; empty when it passes.
+/// The failures that the fixture reports for a test with this body; empty if it passes.
 template <typename Body> std::string verdict(Body body)
 {
     testing::TestPartResultArray results;
@@ -55,7 +55,7 @@ template <typename Body> std::string verdict(Body body)
 
 } // namespace
 
-TEST(SupportTest, EveryKindOfNoiseFailsUnlessItIsTaken)
+TEST(SupportTest, EveryUntakenMessageErrorOrObjectFails)
 {
     const auto expectSaid = [](const char *words, void (*body)(Judged &)) {
         EXPECT_PRED_FORMAT2(testing::IsSubstring, words, verdict(body));
@@ -121,7 +121,7 @@ using PixelsTest = GLTest;
 
 TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
 {
-    // 3 pixels of 3 bytes a row: rows that only a packing of 1 reads right.
+    // Rows of 3 pixels of 3 bytes, which are correct only with a pack alignment of 1.
     const quint8 bytes[2][3][3] = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}},
                                    {{51, 51, 51}, {0, 0, 0}, {255, 255, 255}}};
     Texture texture(nullptr);
@@ -152,7 +152,7 @@ TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
     texture.unbind();
 }
 
-TEST(SoakTest, MemoryThatStaysIsFound)
+TEST(SoakTest, GrowingMemoryIsDetected)
 {
     std::vector<std::vector<char>> kept;
     EXPECT_FALSE(soak(100, [&kept] { kept.emplace_back(1 << 16, 'x'); }));

@@ -3,13 +3,13 @@
 #
 #   eval "$(tools/bindless-driver.sh)"
 #
-# The driver is Mesa's zink over lavapipe, software all of it, of the backports suite of the machine's own Debian
-# release. It is fetched once and unpacked into a cache folder, beside the system's Mesa, which stays as it is; no root
-# is needed. Where it cannot be had, the last line on stderr says why, and the exit code is 1.
+# The driver is Mesa's zink over lavapipe, a software renderer, from the backports suite of this machine's Debian release.
+# The script downloads it once and unpacks it into a cache folder. It does not change the system's Mesa and needs no root.
+# On failure the last line on stderr states the reason, and the exit code is 1.
 set -euo pipefail
 exec </dev/null
 
-if [ $# -gt 0 ]; then # --help, since nothing else is asked of it
+if [ $# -gt 0 ]; then # --help, or any other argument
     sed -n '2,/^set/ { s/^# \{0,1\}//p }' "$0"
     exit 0
 fi
@@ -21,12 +21,12 @@ die() {
     exit 1
 }
 
-# The archives from which this machine takes its release, as its own sources name them.
+# The archives of this release in the package sources of this machine.
 archives() {
     apt-get update --print-uris | sed -n "s|^'\(.*\)/dists/$release/InRelease' .*|\1|p" | sort -u
 }
 
-# apt with lists, archives and sources of its own; of the system's it reads what is installed.
+# Runs apt-get with separate lists, archives and sources; it reads only the state of installed packages from the system.
 private_apt_get() { apt-get -q -c "$work/apt.conf" "$@" >&2; }
 
 write_configuration() {
@@ -47,7 +47,7 @@ Debug::NoLocking "true";
 END
 }
 
-# Downloads the packages, with what they need and the machine lacks, from the first archive that has them.
+# Downloads the packages and their missing dependencies from the first archive that has them.
 download() {
     local archive suite options='' keyring=/usr/share/keyrings/debian-archive-keyring.gpg
     [ ! -e "$keyring" ] || options="[signed-by=$keyring] "
@@ -71,17 +71,17 @@ unpack() {
 }
 
 fetch() {
-    mkdir -p "$cache" || die "there is no folder to unpack a driver into: $cache"
+    mkdir -p "$cache" || die "the cache folder cannot be created: $cache"
     work=$(mktemp -d "$cache/fetch.XXXXXX")
     trap 'rm -rf "$work"' EXIT
     write_configuration
-    download || die "no archive of this machine gives Mesa of $release-backports"
+    download || die "no package source of this machine provides Mesa of $release-backports"
     unpack || die "the packages of $release-backports cannot be unpacked"
     rm -rf "$tree"
-    mv -T "$work/tree" "$tree" # last: a tree that is there is whole
+    mv -T "$work/tree" "$tree" # the last step: an existing tree is complete
 }
 
-# Finds the driver in the tree, and what it still lacks.
+# Finds the driver in the tree, and libraries that are missing.
 inspect() {
     lib=$(find "$tree/usr/lib" -name libGLX_mesa.so.0 -printf '%h\n' -quit 2>/dev/null) || return 1
     manifest=$(find "$tree/usr/share/vulkan/icd.d" -name 'lvp_icd*.json' -print -quit 2>/dev/null) || return 1
@@ -95,15 +95,15 @@ for tool in apt-get dpkg ldd; do
 done
 # shellcheck disable=SC1091
 release=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
-[ -n "$release" ] || die "/etc/os-release names no release"
+[ -n "$release" ] || die "/etc/os-release has no release name"
 cache=${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/zelgl
 tree=$cache/mesa-$release-backports
 
 if ! inspect; then
     fetch
-    inspect || die "the driver of $release-backports is not whole; it lacks:" "${missing:-its libraries}"
+    inspect || die "the driver of $release-backports is incomplete; missing:" "${missing:-its libraries}"
 fi
-# The manifest names the library without its folder, where the loader would take the system's.
+# The manifest names the library without a folder; the loader would use that of the system.
 sed "s|\"library_path\": *\"[^\"]*\"|\"library_path\": \"$lib/libvulkan_lvp.so\"|" "$manifest" >"$tree/lvp.json"
 
 printf 'export %s=%q\n' \

@@ -1,13 +1,13 @@
-// What the bakes keep of an environment, level by level, as a table of Markdown:
+// Prints how well the bakes preserve an environment, level by level, as a Markdown table:
 //
 //   environmentfigures [FILE] [-size S] [-samples N] [-seamless 0|1]
 //
-// FILE is a Radiance picture of latitude and longitude; without it, a sky with a small sun over a chequered ground. It is
-// filtered as a cube of S and as an image of 2 S by S, for GGX and for Lambert's model.
+// FILE is a latlong Radiance picture; by default a sky with a small sun above a chequered ground. It is filtered as a cube
+// map of size S and as an image of 2 S by S, for GGX and for Lambert's model.
 //
-// energy  the mean radiance over the sphere, over that of the source: 1 where filtering loses and adds nothing
-// seam    how much neighbours differ over the edges of the faces, or over the ends of the image, over how much they differ
-//         within: about 1, or less, where no edge is to be seen
+// energy  the mean radiance over the sphere, relative to the source: 1 if filtering preserves it
+// seam    the mean difference of neighbours across the edges of faces, or across the left and right edge of the image,
+//         relative to that of other neighbours: about 1, or less, if no edge is visible
 
 #include "../sidebyside/OffscreenStage.h"
 #include "../sidebyside/SideBySide.h"
@@ -44,7 +44,7 @@ Image sunnySky()
     });
 }
 
-/// The solid angle between the middle of a face and a place on it.
+/// The solid angle of the rectangle between the centre of a face and a point on it.
 double cornerAngle(double s, double t)
 {
     return std::atan2(s * t, std::sqrt(s * s + t * t + 1.0));
@@ -82,7 +82,7 @@ double difference(const float *a, const float *b)
     return double(std::fabs(a[0] - b[0]) + std::fabs(a[1] - b[1]) + std::fabs(a[2] - b[2]));
 }
 
-/// The texel at a place of a face that may lie one texel outside of it, on the next face.
+/// The texel at a position of a face, which may be one texel outside of it, on the adjacent face.
 const float *cubeTexel(const Level &faces, int face, int x, int y)
 {
     const int size = faces[0].width;
@@ -100,7 +100,7 @@ const float *cubeTexel(const Level &faces, int face, int x, int y)
     return faces[size_t(next)].at(index(nextS[next]), index(nextT[next]));
 }
 
-/// The mean of what is added.
+/// The mean of all added values.
 class Mean
 {
 public:
@@ -162,7 +162,7 @@ Level readLevel(Texture &texture, int lod)
     return level;
 }
 
-/// The cells of a row: energy and seam of both layouts for both models.
+/// The cells of the rows: energy and seam of both layouts for both models.
 std::vector<std::vector<std::string>> bake(Texture &cube, Texture &latLong, int size, unsigned samples)
 {
     const int levels = MaxLODLevel(size, size);
@@ -180,7 +180,8 @@ std::vector<std::vector<std::string>> bake(Texture &cube, Texture &latLong, int 
                 std::snprintf(text, sizeof text, "%.4f", meanRadiance(level) / energy);
                 rows[size_t(lod)].push_back(text);
                 std::snprintf(text, sizeof text, "%.2f", seamOf(level));
-                rows[size_t(lod)].push_back(lod + 1 < levels ? text : "-"); // the last has no neighbours
+                rows[size_t(lod)].push_back(
+                    lod + 1 < levels ? text : "-"); // texels of the last level have no neighbours
             }
         }
     }

@@ -1,8 +1,8 @@
 // Draws the layouts of environments as one picture: environmentpicture FILE.png
 //
-// The world is a cube of six colours with the names of its directions, written to be read from the middle. It goes into the
-// library as an image of latitude and longitude, and everything else in the picture is what the library made of it. The
-// program ends with 1 where a layout that goes round does not come back as it went in.
+// The world is a cube of six colours with the names of its directions, readable from the centre. The library gets it as a
+// latlong image; everything else in the picture is converted by the library. The exit code is 1 if a layout changes in a
+// conversion to another layout and back.
 
 #include "../sidebyside/OffscreenStage.h"
 #include "../sidebyside/SideBySide.h"
@@ -36,11 +36,11 @@ struct Colours
     QColor back, front;
 };
 
-/// The dark half of a hue looks along the axis, the light half against it.
+/// The dark colour of a hue is in the direction of the axis, the light colour in the opposite direction.
 const Colours kColours[] = {{"#b8323c", "#ffffff"}, {"#f3b0ae", "#7a1c24"}, {"#2f8a4a", "#ffffff"},
                             {"#b4dfb6", "#1c5a30"}, {"#2a62a8", "#ffffff"}, {"#aecdec", "#1a4175"}};
 
-/// A side of the world as it is seen from the middle; above is +y, and for the ends -z over +y and +z over -y.
+/// A side of the world, seen from the centre. Up is +y; for the side +y up is -z, and for -y it is +z.
 QImage sideOfTheWorld(int side)
 {
     QImage image(kFaceSize, kFaceSize, QImage::Format_RGB32);
@@ -57,7 +57,7 @@ QImage sideOfTheWorld(int side)
     }
     painter.setPen(QPen(kColours[side].back.darker(140), 14));
     painter.drawRect(QRectF(6, 6, kFaceSize - 12, kFaceSize - 12));
-    QPainterPath arrow; // upward
+    QPainterPath arrow; // points up
     arrow.moveTo(kFaceSize * 0.5, kFaceSize * 0.07);
     arrow.lineTo(kFaceSize * 0.58, kFaceSize * 0.19);
     arrow.lineTo(kFaceSize * 0.42, kFaceSize * 0.19);
@@ -72,7 +72,7 @@ QImage sideOfTheWorld(int side)
     return image;
 }
 
-/// The colour of a direction. GL's faces show the world from outside, so that left and right change places.
+/// The colour of a direction. GL's faces show the world from outside, so left and right are exchanged.
 class World
 {
 public:
@@ -104,7 +104,7 @@ private:
     std::array<QImage, 6> _sides;
 };
 
-/// In the layout of the filter: the ground first, and the left end along -x.
+/// The world in the layout of the filter: ground first, and the left edge at -x.
 Image filterLayout(const World &world)
 {
     return Image(2048, 1024, [&](double u, double v, float *rgb) {
@@ -114,7 +114,7 @@ Image filterLayout(const World &world)
     });
 }
 
-/// In the layout of the conversion to a cube: the sky first, and the left end along +x.
+/// The world in the layout of the conversion to a cube map: sky first, and the left edge at +x.
 Image cubeLayout(const World &world)
 {
     return Image(2048, 1024, [&](double u, double v, float *rgb) {
@@ -124,7 +124,7 @@ Image cubeLayout(const World &world)
     });
 }
 
-/// With row 0 on top.
+/// The image with row 0 at the top.
 QImage toPicture(const Image &image)
 {
     QImage picture(image.width, image.height, QImage::Format_RGB32);
@@ -156,7 +156,7 @@ TexturePointer cubeOf(Texture &image, TvoImageCubemapSourceType type)
         createGLCubemapFromTexture(&image, type, GL_TEXTURE_CUBE_MAP, eColorSpaceLinear, 0));
 }
 
-/// What a host gets as a cross, and cuts into a strip: the cells of docs/environment-images.md.
+/// A cross, as a host gets it and cuts into a strip: see the cells in docs/environment-images.md.
 QImage crossOf(const Faces &faces, bool wide)
 {
     const QPoint cells[] = {{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, wide ? QPoint(3, 1) : QPoint(1, 3)};
@@ -228,7 +228,7 @@ bool draw(const QString &file)
     }
     const Faces faces = facesOf(*cube);
     const QImage stripFile =
-        toPicture(readBack(*strip, GL_TEXTURE_2D, 0)).mirrored(); // its lowest row comes first
+        toPicture(readBack(*strip, GL_TEXTURE_2D, 0)).mirrored(); // the lowest row is first
     Image skyFirst = readBack(*strip, GL_TEXTURE_2D, 0);
     for (int y = 0; y < skyFirst.height / 2; ++y) {
         std::swap_ranges(skyFirst.at(0, y), skyFirst.at(0, y) + 4 * skyFirst.width,

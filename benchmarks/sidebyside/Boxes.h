@@ -14,7 +14,7 @@ class BufferObject;
 class DrawBuffers;
 }} // namespace Orvane::Zel
 
-// The boxes of the programs that draw and cull: mesh, places and materials are those of the peers.
+// The boxes of the programs that draw and cull: mesh, positions and materials are those of the peers.
 
 /// Position, normal and texture coordinate.
 constexpr int kFloatsPerVertex = 8;
@@ -28,10 +28,10 @@ struct Box
     QVector<unsigned short> indices;
 };
 
-/// How boxes share materials: in runs.
+/// Consecutive boxes share a material.
 struct BoxRuns
 {
-    /// The boxes of a material are those from firstBox(material) up to that of the next.
+    /// The boxes of a material are those from firstBox(material) up to the first box of the next material.
     int firstBox(int material) const
     {
         return int(((long long)material * boxCount + materialCount - 1) / materialCount);
@@ -50,6 +50,6 @@ QMatrix4x4 gridTransform(int i, int n);
 QSharedPointer<Orvane::Zel::BufferObject> makeBuffer(GLenum target, const void *data, int count,
                                                      size_t valueSize);
 
-/// Buffers and a vertex array of its own.
+/// A draw unit with its own buffers and vertex array.
 std::unique_ptr<Orvane::Zel::DrawBuffers> makeUnit(const QVector<float> &vertices,
                                                    const QVector<unsigned short> &indices);

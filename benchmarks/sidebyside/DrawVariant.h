@@ -1,11 +1,11 @@
 #pragma once
 
-/// One way to draw the boxes.
+/// A way to draw the boxes.
 class DrawVariant
 {
 public:
     virtual ~DrawVariant() = default;
 
-    /// From the clear to the last draw; nothing stays bound.
+    /// Draws a frame, from the clear to the last draw. Leaves nothing bound.
     virtual void drawFrame() = 0;
 };

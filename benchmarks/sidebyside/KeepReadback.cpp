@@ -1,5 +1,5 @@
-// What another program reads back from textures, kept: LD_PRELOAD=libkeepreadback.so KEEP_READBACK=FILE PROGRAM appends
-// every level that the program gets as floats to the file, so that its pictures can be compared with those of bake_zel.
+// Records what another program reads back from textures: LD_PRELOAD=libkeepreadback.so KEEP_READBACK=FILE PROGRAM appends
+// every level that the program reads as floats to the file, so that its pictures can be compared with those of bake_zel.
 
 #include <dlfcn.h>
 

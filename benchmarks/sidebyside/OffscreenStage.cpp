@@ -15,7 +15,7 @@ std::unique_ptr<QGuiApplication> makeApplication()
     static int argc = 1;
     static char name[] = "zel";
     static char *argv[] = {name, nullptr};
-    // Qt's platform for no display has no core context; these do, under Xvfb too.
+    // Qt's "offscreen" platform has no core contexts; X with GLX has, also under Xvfb.
     for (const auto &[variable, value] :
          {std::pair("QT_QPA_PLATFORM", "xcb"), {"QT_XCB_GL_INTEGRATION", "xcb_glx"}}) {
         if (!qEnvironmentVariableIsSet(variable)) {
@@ -32,7 +32,7 @@ QSurfaceFormat coreFormat()
     format.setVersion(4, 5);
     format.setProfile(QSurfaceFormat::CoreProfile);
     format.setOption(
-        QSurfaceFormat::DeprecatedFunctions); // without it Qt asks for a forward-compatible context
+        QSurfaceFormat::DeprecatedFunctions); // without it Qt requests a forward-compatible context
     return format;
 }
 

@@ -8,20 +8,20 @@
 
 class QGuiApplication;
 
-/// A core profile context with the library's functions loaded, and a framebuffer with depth to draw into. Nothing is
-/// ever swapped: what is measured is the submission alone.
+/// A core profile context with the library's functions loaded, and a framebuffer with depth. It never swaps buffers, so
+/// that only the submission is measured.
 class OffscreenStage
 {
 public:
-    /// Null, with a line on stderr, where there is no display or no context.
+    /// Returns null and prints a line on stderr if there is no display or no context.
     static std::unique_ptr<OffscreenStage> create(int width, int height);
     ~OffscreenStage();
 
-    /// Makes sure that the work of a frame is counted in it: a software driver does it in threads of its own, an idle
-    /// or a real one gets the commands only.
+    /// Ends a frame so that its work belongs to its time: waits for the threads of a software driver, and flushes the commands
+    /// to other drivers.
     void endFrame();
 
-    /// The picture so far, as an image file by its suffix.
+    /// Writes the picture as an image file; the suffix selects the format.
     bool save(const QString &file);
 
 private:

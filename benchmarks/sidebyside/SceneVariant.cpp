@@ -200,7 +200,7 @@ InstanceDataCollection *SceneVariant::newObjects(int count)
     return new InstanceDataCollection(registeredPlan("BoxObject"), static_cast<unsigned long>(count));
 }
 
-// A transform writes the item of its command's number, which in a shared collection is another box's.
+// A transform writes the item with the index of its command; in a shared collection that item belongs to another box.
 void SceneVariant::fillShared()
 {
     for (int i = 0; i < _runs.boxCount; ++i) {

@@ -10,16 +10,15 @@
 
 #include <vector>
 
-/// The boxes as drawables of a GPUModel. One at a time: its plans stand in the registry.
+/// The boxes as drawables of a GPUModel. Only one may exist at a time, since its plans are in the registry.
 class SceneVariant : public DrawVariant
 {
 public:
     enum Kind {
-        eShared,     ///< a drawable for each box, with one command; all share one object collection
+        eShared,     ///< a drawable of one command for each box; all share one object collection
         eSharedBase, ///< the same with the draw ID in the base instance, by drawSimple()
         eOwn,        ///< an object collection for each drawable
-        eOwnTokens, ///< the same with a texture manager and a texture for each material; each change of a collection
-                    ///< hands the manager's table to the program
+        eOwnTokens, ///< the same with a texture manager, whose table changes with each collection, and a texture per material
         eOwnNoTextures, ///< the same with the null token in each material
         eCommands       ///< one drawable of all boxes
     };
@@ -48,7 +47,8 @@ private:
     Orvane::Zel::GLSLMacroProcessor _processor;
     Orvane::Zel::ShaderProgram _program{nullptr};
     Orvane::Zel::SamplerTextureManager _textureManager;
-    std::vector<Orvane::Zel::InstanceDataCollection *> _materials; ///< the model's, once a box has them
-    Orvane::Zel::InstanceDataCollection *_shared = nullptr;        ///< likewise
+    std::vector<Orvane::Zel::InstanceDataCollection *>
+        _materials;                                         ///< owned by the model, once a box uses them
+    Orvane::Zel::InstanceDataCollection *_shared = nullptr; ///< owned by the model, too
     Orvane::Zel::GPUModel _model;
 };

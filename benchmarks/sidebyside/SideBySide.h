@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-/// What the programs that stand beside their peers share: their arguments, the clock and the line that they print.
+/// Shared by the programs that are compared with peers: arguments, clock and output line.
 ///
-/// Units: CPU seconds of the whole process, all threads, so that other load on the machine disturbs little.
+/// Units: CPU seconds of all threads of the process, which depend little on other load of the machine.
 namespace SideBySide {
 
 /// The arguments of the command line: "-name value".
@@ -16,7 +16,7 @@ public:
 
     int integer(const std::string &name, int fallback) const;
     std::string text(const std::string &name, const std::string &fallback) const;
-    /// The first that neither is a name nor belongs to one.
+    /// The first argument that is neither a name nor the value of one.
     std::string file() const;
 
 private:
@@ -27,8 +27,8 @@ private:
 
 double processCpuSeconds();
 
-/// "RESULT workload=... peer=zel variant=... n=... median=... q1=... q3=... min=... runs=... unit=...". The workload
-/// gets the environment's BENCH_LABEL at its end.
+/// Prints "RESULT workload=... peer=zel variant=... n=... median=... q1=... q3=... min=... runs=... unit=...". Appends the
+/// environment variable BENCH_LABEL to the workload.
 void printResult(const std::string &workload, const std::string &variant, long n, const std::string &unit,
                  std::vector<double> values);
 

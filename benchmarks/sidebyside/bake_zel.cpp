@@ -1,13 +1,13 @@
-// The bakes of image-based lighting: a cube of S filtered with GGX, all levels, and the BRDF table of B.
+// The bakes of image-based lighting: a cube map of size S filtered with GGX, all levels, and a BRDF table of size B.
 //
 //   bake_zel [-size S] [-src T] [-samples N] [-brdf B] [-runs R] [-image FILE] [-compare FILE]
 //
-// The source is the peer's pattern on a cube of T, or with -image a Radiance picture in latitude and longitude, whose way
-// from the file to a cube with a mip chain is timed with its bake. -compare tells how far the results are from those that
+// The source is the peer's pattern on a cube map of size T, or with -image a latlong Radiance picture; then the time
+// includes the conversion of the file to a cube map with a mip chain. -compare prints the differences to the results that
 // the peer program read back (see KeepReadback.cpp), in steps of half floats.
 //
-// Held constant: the source and its filters, seamless cubes, half floats. A run has what a host pays, which is the build of
-// the program too; Mesa's shader cache makes that short from the second on.
+// Held constant: the source and its filters, seamless cube maps, half floats. A run includes the whole cost for a host, also
+// the build of the program, which Mesa's shader cache makes short from the second run on.
 
 #include "../environments/TextureImages.h"
 #include "OffscreenStage.h"
@@ -35,7 +35,7 @@ namespace {
 
 using Floats = std::vector<float>;
 
-constexpr unsigned kPeersLevels = 9; ///< what the peer's table takes for the levels of its environment
+constexpr unsigned kPeersLevels = 9; ///< number of environment levels that the peer's table assumes
 
 void setTrilinear(GLenum target)
 {
@@ -67,7 +67,7 @@ TexturePointer patternCube(int size)
     return cube;
 }
 
-/// CPU milliseconds of all threads, and the last result. The first bake, which warms the shader cache, is left out.
+/// CPU milliseconds of all threads, and the last result. The first bake, which fills the shader cache, is not timed.
 struct Bake
 {
     Bake(int runs, const std::function<TexturePointer()> &work)
@@ -88,7 +88,7 @@ struct Bake
     std::vector<double> milliseconds;
 };
 
-/// In the order of the peer: level after level, face after face.
+/// The values in the order of the peer: level by level, face by face.
 Floats cubeValues(Texture &cube, int levels)
 {
     Floats values;
@@ -101,7 +101,7 @@ Floats cubeValues(Texture &cube, int levels)
     return values;
 }
 
-/// The number of half floats from 0 to a value that is one.
+/// The number of half floats between 0 and a value that is a half float.
 int halfFloatStep(float value)
 {
     const qfloat16 half(value);
@@ -110,7 +110,7 @@ int halfFloatStep(float value)
     return bits >= 0 ? bits : -(bits & 0x7FFF);
 }
 
-/// Takes as many floats from the file as there are values, and says how they differ.
+/// Reads as many floats from the file as there are values, and prints how they differ.
 void compare(std::istream &peer, const char *what, const Floats &values)
 {
     Floats theirs(values.size());

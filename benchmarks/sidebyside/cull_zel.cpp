@@ -1,12 +1,12 @@
-// Work of a frame on N boxes without a draw: every box has a transform below one root, turned about its y axis on a cubic
-// grid, and the camera stands in the middle. Boxes, places and camera are those of the peers.
+// The work of a frame on N boxes without a draw. Every box has a transform below one root, rotated around its y axis on a
+// cubic grid; the camera is at the centre. Boxes, positions and camera are those of the peers.
 //
 //   cull_zel [-n N] [-frames F] [-warm W]
 //
 //   cull_local  frustumCull() of N drawables of one command
-//   reset       resetCulling() behind it
+//   reset       resetCulling() after it
 //   update      updateTransforms(), all moved, into one collection of N objects: world, inverse, normal and previous matrix
-//   update_own  the same into N collections of one object each, those of the drawables above
+//   update_own  the same into N collections of one object each, those of the drawables of cull_local
 //
 // Only the named call is timed, in CPU time of the process.
 
@@ -23,7 +23,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// N boxes, all commands of one drawable or of a drawable each.
+/// N boxes: the commands of one drawable, or one drawable each.
 class Field
 {
 public:
@@ -34,7 +34,7 @@ public:
 
     GPUModel &model() { return _model; }
 
-    /// Turns every box by \a angle more.
+    /// Rotates every box further by \a angle.
     void move(float angle);
 
 private:
@@ -100,7 +100,7 @@ void Field::move(float angle)
 int Field::addDrawable(int commands)
 {
     auto *unit = new DrawBuffers(nullptr);
-    unit->setIndexedDraw(_indices, 36, GL_UNSIGNED_SHORT); // commands need its type
+    unit->setIndexedDraw(_indices, 36, GL_UNSIGNED_SHORT); // commands need the index type
     const QVector<DrawElementsIndirectCommand> list(commands, {36, 1, 0, 0, 0});
     unit->setDrawElementsIndirectCommands(list.constData(), commands);
     InstanceDataPlan *plan = InstanceDataRegistry::Instance()->getPlan("FieldObject");
@@ -108,7 +108,7 @@ int Field::addDrawable(int commands)
                       new InstanceDataCollection(plan, static_cast<unsigned long>(commands)), 0);
 }
 
-/// Runs frames, each with what comes before, and prints the time of the work alone.
+/// Runs frames, each after its preparation, and prints the time of only the work.
 class Clock
 {
 public:
@@ -139,7 +139,7 @@ private:
     int _boxCount;
 };
 
-/// With the work done by plain Qt, box by box: corners behind one of the planes.
+/// Counts culled boxes with plain Qt, box by box: all corners are outside of one of the planes.
 int countOutside(int boxCount)
 {
     const QMatrix4x4 camera = cameraMatrix();
@@ -163,7 +163,7 @@ int main(int argc, char **argv)
 {
     const SideBySide::Arguments arguments(argc, argv);
     const int n = std::max(arguments.integer("-n", 100000), 1);
-    const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(64, 64); // plans ask for limits
+    const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(64, 64); // plans query limits
     if (!stage) {
         return 1;
     }
@@ -174,7 +174,7 @@ int main(int argc, char **argv)
         GPUModel &model = each.model();
         const QMatrix4x4 camera = cameraMatrix();
         const int culled = model.frustumCull(camera);
-        // Rounding may decide about a few that touch a plane.
+        // Rounding may change the result for a few boxes that touch a plane.
         if (std::abs(culled - countOutside(n)) > n / 10000 + 1) {
             std::fprintf(stderr, "%d boxes culled, and not %d\n", culled, countOutside(n));
             return 1;

@@ -1,20 +1,20 @@
-// Draw submission: N boxes with a transform each, 32 materials in runs, one program, a still camera.
+// Draw submission: N boxes with a transform each, 32 materials in runs, one program, a static camera.
 //
 //   draw_zel -n N -frames F [-warm W] [-materials M] [-size S] [-variant NAME] [-image FILE]
 //
-//   commands      one unit of N commands, the draw ID in a uniform; one draw() for each material
-//   baseinstance  N units with buffers of their own, switched with rebind(), the draw ID in the base instance
-//   sceneshared   a GPUModel: a drawable of one command for each unit, all sharing one object collection
+//   commands      one draw unit of N commands, the draw ID in a uniform; one draw() for each material
+//   baseinstance  N draw units with their own buffers, switched with rebind(), the draw ID in the base instance
+//   sceneshared   a GPUModel: a drawable of one command for each draw unit; all share one object collection
 //   scenesharedbase  the same by drawSimple(), the draw ID in the base instance
 //   sceneown      an object collection for each drawable, no texture manager
 //   sceneowntokens   the same with the sampler manager and a texture for each material
-//   sceneownnotextures  the same without a texture in any material: the manager's empty one is bound in its place
+//   sceneownnotextures  the same without a texture in any material: the manager's empty texture is bound instead
 //   scenecommands    one drawable with N commands and one material
 //   commandsbyhand, baseinstancebyhand
-//                 the GL calls that these come down to, issued by hand on the same objects, program and framebuffer:
-//                 the peers' bound differs in these, so what the library itself costs is read here
+//                 the same GL calls by hand, on the same objects, program and framebuffer. The difference is the cost of
+//                 the library itself; the peers have other programs and framebuffers.
 //
-// A frame is timed from its clear to its flush, in CPU time of the process.
+// The time of a frame is the CPU time of the process from the clear to the flush.
 
 #include "Boxes.h"
 #include "DrawVariant.h"
@@ -62,7 +62,7 @@ void main()
 }
 )";
 
-/// What the variants without a GPUModel share: the transforms of all boxes, and the materials.
+/// Shared by the variants without a GPUModel: the transforms of all boxes, and the materials.
 class World : public BoxRuns
 {
 public:
@@ -92,7 +92,7 @@ World::World(const BoxRuns &runs)
     }
 }
 
-/// Draws the world with units of its own.
+/// Draws the world with its own draw units.
 class WorldVariant : public DrawVariant
 {
 public:
@@ -280,15 +280,15 @@ BaseInstanceByHand::BaseInstanceByHand(const World &worldOfBoxes)
           getGLProcAddress("glDrawElementsInstancedBaseVertexBaseInstance", false)))
 {
     for (const auto &unit : units) {
-        unit->bind(); // specifies the vertex array
+        unit->bind(); // sets up the vertex array
         unit->VAO()->enableShaderProgramArrays(&program);
         _vaos.push_back(unit->VAO()->getVAO());
-        unit->VAO()->unbind(); // alone, so that it keeps its index buffer
+        unit->VAO()->unbind(); // only the vertex array, so that it keeps its index buffer
         unit->indexBO()->unbind();
     }
 }
 
-/// A variant by name, and whether it needs drawing by base instance.
+/// A variant with its name, and whether it needs draw IDs by base instance.
 struct Row
 {
     const char *name;

@@ -1,7 +1,7 @@
-// A KTX file into a texture: load_ktx_zel FILE [-runs N] [-label TEXT]. One run maps the file, uploads all
-// levels with the orientation of the file, and waits for the driver; deleting the texture is not part of it.
+// Loads a KTX file into a texture: load_ktx_zel FILE [-runs N] [-label TEXT]. One run maps the file, uploads all levels
+// with the orientation of the file, and waits for the driver. It does not include the deletion of the texture.
 //
-// Held constant: the file lies in the page cache. Messages go nowhere, as a host decides.
+// Held constant: the file is in the page cache. Messages are discarded, as a host may do.
 
 #include "OffscreenStage.h"
 #include "SideBySide.h"

@@ -1,6 +1,6 @@
-// The text processor on a tree of includes: preprocess_zel FOLDER [-runs N] expands main.glslc of the folder.
+// The macro processor on a tree of includes: preprocess_zel FOLDER [-runs N] expands main.glslc of the folder.
 //
-// Held constant: every file, the first one included, is read from disk in each run, and nothing is kept between runs.
+// Held constant: every file, including the first one, is read in each run, and nothing is cached between runs.
 
 #include "SideBySide.h"
 

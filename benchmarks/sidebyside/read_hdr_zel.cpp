@@ -1,8 +1,7 @@
-// A Radiance picture, decoded alone and loaded: read_hdr_zel FILE [-runs N].
+// Decodes a Radiance picture, and loads it: read_hdr_zel FILE [-runs N].
 //
-// Decoding goes from bytes in memory into rows that are there already, the header included. The load,
-// "FILE:load", takes the file from the page cache into a texture of half floats, allocation, upload and the
-// driver's work included.
+// The decoder reads bytes in memory, including the header, into allocated rows. The load, "FILE:load", reads the file from
+// the page cache into a texture of half floats, including allocation, upload and the work of the driver.
 
 #include "../../src/GL/private/HDRScanlines.h"
 #include "OffscreenStage.h"
@@ -25,14 +24,14 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// The place of the first scanline, behind the empty line and the one of the sizes.
+/// The position of the first scanline, after the empty line and the line with the sizes.
 const unsigned char *firstScanline(const QByteArray &file)
 {
     const int resolution = file.indexOf("\n\n") + 2;
     return reinterpret_cast<const unsigned char *>(file.constData()) + file.indexOf('\n', resolution) + 1;
 }
 
-/// The way of the reader: its header, and then its scanlines, from the lowest row up.
+/// Decodes like the reader: the header, and then the scanlines, from the lowest row up.
 bool decode(QByteArray &file, std::vector<float> &rows)
 {
     const HDRReader reader(new RawMemory(reinterpret_cast<unsigned char *>(file.data()), size_t(file.size())),
@@ -49,7 +48,7 @@ bool decode(QByteArray &file, std::vector<float> &rows)
     return reader.valid();
 }
 
-/// Milliseconds of each run; none when a run fails.
+/// Milliseconds of each run; empty if a run fails.
 std::vector<double> measure(int runs, const std::function<bool()> &work)
 {
     constexpr int kWarmUps = 2;
@@ -89,7 +88,7 @@ int main(int argc, char **argv)
     SideBySide::printResult("hdr", name, long(rows.size() / 3), "ms", decoding);
 
     const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(64, 64);
-    std::unique_ptr<Texture> texture; // the last one goes before the clock starts again
+    std::unique_ptr<Texture> texture; // the last texture is deleted before the clock starts again
     const std::vector<double> loading = measure(stage != nullptr ? runs : 0, [&] {
         texture.reset(LoadTextureFromFile(path, TextureFileInfo()));
         glFinish();

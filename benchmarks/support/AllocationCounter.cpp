@@ -21,7 +21,7 @@ constexpr bool kCounts = false;
 } // namespace
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-// glibc's own functions under the names that it exports for this purpose; operator new comes here too.
+// glibc's functions under their internal names, which it exports for this purpose; operator new calls malloc(), too.
 extern "C" {
 
 void *__libc_malloc(std::size_t size);

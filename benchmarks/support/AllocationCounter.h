@@ -2,10 +2,9 @@
 
 #include <cstdint>
 
-/// How often this process has asked for heap memory so far, all of its libraries
-/// included. The program brings its own malloc() along, which counts and asks glibc's.
+/// Number of heap allocations of this process so far, including those of libraries. The program overrides malloc() by one
+/// that counts and calls glibc's.
 ///
-/// Errors: in a build with sanitizers, which have a malloc() of their own, nothing
-///         is counted; canCountAllocations() says so.
+/// Errors: builds with sanitizers, which override malloc() too, count nothing; canCountAllocations() returns false then.
 std::uint64_t allocationCount();
 bool canCountAllocations();

@@ -7,7 +7,7 @@
 #include <ctime>
 #include <vector>
 
-/// The processor time of the calling thread: what others take of a shared machine does not count.
+/// The CPU time of the calling thread, without that of other processes on a shared machine.
 struct ThreadClock
 {
     static std::chrono::nanoseconds now()
@@ -24,8 +24,8 @@ inline double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// Runs two ways of doing one thing in turn, so that both see the same machine. The row's time is one run of the first;
-/// "bare" is the time of the second, "ratio" what the first takes of it, both as medians.
+/// Runs two implementations alternately, so that both have the same conditions. The time of the row is one run of the
+/// first; "bare" is the time of the second, "ratio" the first divided by the second, both as medians.
 template <typename Clock = std::chrono::steady_clock, typename Ours, typename Bare>
 void timeInTurn(benchmark::State &state, int runs, Ours ours, Bare bare)
 {

@@ -4,19 +4,19 @@
 
 #include <benchmark/benchmark.h>
 
-/// What a row may do in its timed loop.
+/// Whether the timed loop of a row may allocate.
 enum class Allocations {
     eNone, ///< a row that allocates is an error, and is not timed
     eCounted
 };
 
-/// Times \a work, which does \a items things: "per_item" is the time of one of them, "allocations" those of one run,
-/// counted before the timing over runs of their own.
+/// Times \a work, which processes \a items items: "per_item" is the time of one item, "allocations" the number in one run,
+/// counted in separate runs before the timing.
 template <typename Work>
 void measure(benchmark::State &state, std::int64_t items, Allocations allowed, Work work)
 {
     constexpr int kCountedRuns = 8;
-    work(); // fills caches
+    work(); // warms caches
     const std::uint64_t before = allocationCount();
     for (int i = 0; i < kCountedRuns; ++i) {
         work();

@@ -109,7 +109,7 @@ void answerName(const std::string &text, GLsizei size, GLsizei *length, GLchar *
     }
 }
 
-// The look-ups of GLX ask by name; what is not here is missing.
+// The lookup of GLX by name; other entry points are missing.
 void (*answerLookUp(const char *name))()
 {
     if (std::strcmp(name, "glBindBuffersBase") == 0) {

@@ -10,15 +10,15 @@ class GLSLMacroProcessor;
 class ShaderProgram;
 }} // namespace Orvane::Zel
 
-/// The sources of a program. The library's own files go in by name, plans by theirs.
+/// The sources of a program: texts, names of the library's files, and names of plans.
 struct ProgramText
 {
     QString vertex;
     QString fragment;
-    QStringList vertexFiles;   ///< of the library, beside the vertex text
-    QStringList fragmentFiles; ///< of the library, beside the fragment text
-    QStringList vertexPlans;   ///< whose accessors the vertex text calls
-    QStringList fragmentPlans; ///< whose accessors the fragment text calls
+    QStringList vertexFiles;   ///< files of the library, in addition to the vertex text
+    QStringList fragmentFiles; ///< files of the library, in addition to the fragment text
+    QStringList vertexPlans;   ///< plans whose accessors the vertex text calls
+    QStringList fragmentPlans; ///< plans whose accessors the fragment text calls
 };
 
 /// A linked program. \a processor must outlive it.

@@ -20,7 +20,7 @@ namespace {
 
 using MakeShow = std::function<std::unique_ptr<Show>()>;
 
-constexpr float kPictureSeconds = 1.5f; ///< what moment a picture shows
+constexpr float kPictureSeconds = 1.5f; ///< the time that a picture shows
 const QSize kSize(960, 540);
 
 std::atomic<int> gComplaints{0};
@@ -37,7 +37,7 @@ QSurfaceFormat format()
 {
     QSurfaceFormat format;
     format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setVersion(3, 2); // drivers answer with the newest version that is compatible
+    format.setVersion(3, 2); // drivers return the newest compatible version
     format.setOption(QSurfaceFormat::DebugContext);
     format.setDepthBufferSize(24);
     format.setSamples(8);
@@ -111,7 +111,7 @@ private:
     QElapsedTimer _clock;
 };
 
-/// At twice the size, for smooth edges.
+/// Draws at twice the size, to smooth the edges.
 QImage takePicture(Show &show)
 {
     const QSize size = 2 * kSize;
@@ -153,7 +153,7 @@ int writePicture(const MakeShow &make, const QString &file)
     QOffscreenSurface surface;
     surface.setFormat(format());
     surface.create();
-    QOpenGLContext context; // goes before its surface
+    QOpenGLContext context; // declared after its surface, so deleted first
     context.setFormat(format());
     if (!context.create() || !context.makeCurrent(&surface) || !startLibrary()) {
         qCritical("There is no OpenGL 3.2 core profile");
@@ -175,7 +175,7 @@ int writePicture(const MakeShow &make, const QString &file)
     return gComplaints == 0 ? 0 : 1;
 }
 
-/// Needs an application's name, but no display.
+/// Needs an application object for the arguments, but no display.
 QString readPictureFile(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -200,7 +200,7 @@ int present(int argc, char **argv, const MakeShow &make)
         qputenv("QT_QPA_PLATFORM", "xcb");
     }
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION")) {
-        qputenv("QT_XCB_GL_INTEGRATION", "xcb_glx"); // the library finds GL's entry points by GLX
+        qputenv("QT_XCB_GL_INTEGRATION", "xcb_glx"); // the library looks up GL entry points by GLX
     }
     const QString file = readPictureFile(argc, argv);
     qInstallMessageHandler(printMessage);

@@ -377,7 +377,7 @@ void (APIENTRY *_ptrc_glMemoryBarrier)(GLbitfield barriers) = nullptr;
 
 namespace {
 
-/// Looks one function up into its slot; 1 when it is missing.
+/// Looks up a function and stores it in its slot. Returns 1 if it is missing.
 template <typename Function> int load(Function *&slot, const char *name)
 {
     slot = reinterpret_cast<Function *>(glXGetProcAddressARB(reinterpret_cast<const GLubyte *>(name)));
@@ -760,7 +760,7 @@ struct ExtensionMapRow
 {
     const char *name;
     int *flag;
-    int (*loadFunctions)(); ///< null if the extension has none
+    int (*loadFunctions)(); ///< null if the extension has no functions
 };
 
 const ExtensionMapRow kExtensionMap[] = {
@@ -781,7 +781,7 @@ void loadExtension(const char *name)
     }
 }
 
-int majorVersion = 0; ///< 0: nothing is cached yet
+int majorVersion = 0; ///< 0: not cached yet
 int minorVersion = 0;
 
 void cacheVersion()
@@ -831,7 +831,7 @@ int ogl_GetMinorVersion()
 int ogl_IsVersionGEQ(int major, int minor)
 {
     cacheVersion();
-    // Kept on purpose: the comparison runs the other way round from what the name says.
+    // Required: the comparison is the reverse of what the name says, since hosts depend on it; see GLLoaderTest.
     if (major != majorVersion) {
         return major > majorVersion ? 1 : 0;
     }

@@ -1,13 +1,13 @@
 #!/bin/sh
-# exported-symbols.sh LIBRARY LIST [--refresh]: compares what a shared library exports with the committed list, one
-# demangled name a line, or writes the list. `cmake --build BUILD --target zelgl_refresh_exports` does the latter.
+# exported-symbols.sh LIBRARY LIST [--refresh]: compares the exports of a shared library with the committed list of
+# demangled names, or writes the list, as `cmake --build BUILD --target zelgl_refresh_exports` does.
 set -eu
 library=$1
 list=$2
 
-# Strong definitions and vtables. What is weak beside these, inline functions and templates of Qt, comes and goes with the
-# level of optimisation, and so do type infos, constants of classes and the insides of lambdas, which an optimisation across
-# files makes strong; names that begin with two underscores belong to the tool chain.
+# Strong definitions and vtables. Other weak symbols, inline functions and templates of Qt, depend on the level of optimisation.
+# So do type infos, class constants and lambdas, which link-time optimisation makes strong. Names that start with two underscores
+# belong to the tool chain.
 exported() {
     nm -DC --defined-only "$library" |
         sed -n -E 's/^[0-9a-f]+ [TBDR] //p; s/^[0-9a-f]+ [VW] (vtable for )/\1/p' |

@@ -1,5 +1,5 @@
 #!/bin/sh
-# generated-loader.sh SOURCE_TREE: generates the entry-point table again and compares it with the committed one.
+# generated-loader.sh SOURCE_TREE: generates the table of entry points, and compares it with the committed one.
 set -eu
 again=$(mktemp -d)
 trap 'rm -rf "$again"' EXIT

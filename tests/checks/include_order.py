@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Fails on an include of src/GL that goes up the order of the subsystems, or on a file that the map leaves out, and names it.
+"""Fails on an include that goes up the order of the subsystems, or on a file that the map leaves out, and names it.
 
 Usage: include_order.py ROOT [--refresh]
 
 The order is that of ZELGL_SUBSYSTEMS in src/GL/CMakeLists.txt. docs/images/include-graph.dot is the graph of the subsystems,
 drawn from the sources; the test compares it, and --refresh writes it and include-graph.svg beside it (by Graphviz).
+The folders of tools/zelview have an order too: that of ZELVIEW_FOLDERS in its CMakeLists.txt.
 """
 
 import collections
@@ -64,10 +65,20 @@ def graph(order, ranks, edges):
     return "\n".join(lines) + "\n"
 
 
+def upward_includes_of_zelview():
+    tool = ROOT / "tools" / "zelview"
+    order = re.search(r"^set\(ZELVIEW_FOLDERS ([\w ]+)\)$", (tool / "CMakeLists.txt").read_text(), re.M)[1].split()
+    for rank, folder in enumerate(order):
+        for file in (tool / folder).iterdir():
+            for target in re.findall(r'^#include "(\w+)/', file.read_text(), re.M):
+                if order.index(target) > rank:
+                    yield f"tools/zelview/{folder}/{file.name} includes the folder {target}"
+
+
 def main():
     order, ranks = subsystems()
     edges = collections.defaultdict(set)
-    errors = []
+    errors = list(upward_includes_of_zelview())
     for name, target in includes():
         edges[name].add(target)
         missing = [n for n in (name, target) if n not in ranks]

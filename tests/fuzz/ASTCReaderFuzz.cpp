@@ -1,4 +1,4 @@
-// The ASTC reader: any bytes, without a read outside of them, and without anything left behind.
+// The ASTC reader: for any input it must not read out of bounds or leak.
 
 #include "ReaderFuzz.h"
 

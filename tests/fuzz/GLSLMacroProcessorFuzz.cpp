@@ -1,4 +1,4 @@
-// The text processor against a model that goes line by line and knows nothing of speed.
+// Compares the macro processor with a simple reference implementation that works line by line.
 
 #include <ZelGL/GLSLMacroProcessor.h>
 
@@ -38,7 +38,7 @@ QString modelLine(const QString &line)
     }
     match = instanceData;
     if (match.exactMatch(line)) {
-        return QString(); // no plan is registered here
+        return QString(); // no plan is registered
     }
     match = include;
     if (match.exactMatch(line)) {
@@ -73,7 +73,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
 {
     const QString source = QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<int>(size));
-    // Paths that leave the include folder lead to whatever lies on this machine; those with a zero are cut by the system.
+    // Excludes paths that leave the include folder, since they depend on the machine, and paths with a zero byte, which the
+    // system truncates.
     static const QRegExp strayPath("#include *\"(/|[^\"]*[/.][/.])");
     if (source.contains(strayPath) || source.contains(QChar::Null)) {
         return 0;

@@ -1,4 +1,4 @@
-// The HDR reader: any bytes, without a read outside of them, and without anything left behind.
+// The HDR reader: for any input it must not read out of bounds or leak.
 
 #include "ReaderFuzz.h"
 

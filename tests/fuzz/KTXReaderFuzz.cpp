@@ -1,4 +1,4 @@
-// The KTX reader: any bytes, without a read outside of them, and without anything left behind.
+// The KTX reader: for any input it must not read out of bounds or leak.
 
 #include "ReaderFuzz.h"
 

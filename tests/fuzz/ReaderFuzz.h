@@ -11,15 +11,15 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// What the fuzz targets of the image readers have in common: one context for all inputs, uploads of which
-/// every byte is read, and a small limit of sizes, so that an input costs little memory.
+/// Shared by the fuzz targets of the image readers: one context for all inputs, a check that reads every byte of uploads,
+/// and a small size limit, so that an input needs little memory.
 class ReaderFuzz
 {
 public:
     ReaderFuzz()
         : _context(made())
     {
-        driver()->glDisable(0x92E0); // GL_DEBUG_OUTPUT: refusals are many here
+        driver()->glDisable(0x92E0); // GL_DEBUG_OUTPUT: the driver refuses many uploads
         _integers.replace([this](GLenum name, GLint *value) {
             _integers.original(name, value);
             if (name == GL_MAX_TEXTURE_SIZE) {
@@ -31,10 +31,10 @@ public:
     ~ReaderFuzz()
     {
         _context.reset();
-        TestContext::endApplication(); // before the statics of Qt go
+        TestContext::endApplication(); // before Qt's static objects are destroyed
     }
 
-    /// Ends the process when the reader leaves anything behind.
+    /// Runs the reader on an input. Aborts if it leaks GL objects or errors.
     template <typename Recogniser> void run(const unsigned char *data, std::size_t size)
     {
         useReader<Recogniser>(
@@ -68,7 +68,7 @@ private:
     Hook<&glGetIntegerv> _integers;
 };
 
-/// The target for the reader of one format.
+/// Defines the fuzz target for the reader of one format.
 #define ZEL_FUZZ_READER(Recogniser)                                                                          \
     extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)                       \
     {                                                                                                        \

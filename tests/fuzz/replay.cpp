@@ -1,5 +1,5 @@
-// What stands in for the fuzzer where there is none: it gives the target each seed as it is, cut at every length up to a
-// limit, and with each of its first bytes changed. A fault ends the process, as it does under the fuzzer.
+// Replaces the fuzzer in builds without one: runs the target on each seed, on its truncations up to a limit, and on
+// variants with one of the first bytes changed. A fault ends the process, as with the fuzzer.
 
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
@@ -13,13 +13,13 @@ extern "C" __attribute__((weak)) int LLVMFuzzerInitialize(int *argc, char ***arg
 
 namespace {
 
-constexpr int kHead = 256; ///< bytes of which each is cut off and changed
+constexpr int kHead = 256; ///< limit of truncations and changed bytes
 
 int gInputs = 0;
 
 void give(const QByteArray &input)
 {
-    // A copy of its very size, so that a sanitizer sees each byte that is read behind it.
+    // A copy of exactly this size, so that a sanitizer detects reads beyond it.
     const std::vector<unsigned char> exact(input.begin(), input.end());
     LLVMFuzzerTestOneInput(exact.data(), exact.size());
     ++gInputs;
@@ -63,7 +63,7 @@ bool giveFile(const QString &path)
     return true;
 }
 
-/// The paths that a list of seeds names; those of the real files only where these are there.
+/// The paths in a list of seeds; without real files that are missing.
 QStringList seedsOf(const char *list)
 {
     QStringList seeds;

@@ -1,4 +1,4 @@
-// Writes the small sound files with which the fuzz targets of the image readers start: writeSeeds FOLDER.
+// Writes small valid files, the seeds of the fuzz targets of the image readers: writeSeeds FOLDER.
 
 #include "../support/FileMaker.h"
 

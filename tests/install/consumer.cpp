@@ -1,5 +1,5 @@
-// A host that knows nothing but the installed tree, PREFIX: it finds the headers by one include, the libraries, and the GLSL
-// sources inside the library, which no files on disk replace.
+// A host that uses only the installed tree, PREFIX: one include for all headers, the libraries, and the GLSL sources
+// inside the library, which no files on disk replace.
 
 #include <ZelGL/ZelGL.h>
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# find_package.sh PREFIX FOLDER SOURCE: builds SOURCE in FOLDER by find_package(ZelGL) and runs it.
+# find_package.sh PREFIX FOLDER SOURCE: builds SOURCE in FOLDER with find_package(ZelGL), and runs it.
 set -eu
 rm -rf "$2"
 cmake -S "$(dirname "$0")/consumer" -B "$2" -G Ninja -DCMAKE_PREFIX_PATH="$1" -DCONSUMER_SOURCE="$3"

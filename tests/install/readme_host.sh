@@ -1,5 +1,5 @@
 #!/bin/sh
-# readme_host.sh PREFIX FOLDER README: builds the host code of README against the installed tree and runs it.
+# readme_host.sh PREFIX FOLDER README: builds the host code of README against the installed tree, and runs it.
 set -eu
 here=$(dirname "$0")
 mkdir -p "$(dirname "$2")"

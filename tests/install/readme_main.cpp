@@ -1,4 +1,4 @@
-// What stands behind the host code of the README to make it a program that runs it and looks at what it drew.
+// Is appended to the host code of the README. The resulting program runs that code and checks the picture.
 
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
@@ -31,7 +31,7 @@ int main(int argc, char **argv)
     const bool good = drawn && picture.pixelColor(32, 32) == color && picture.pixelColor(1, 1).value() == 0;
     if (!good) {
         picture.save("README-host.png");
-        std::puts("the disc is not there; the picture is README-host.png");
+        std::puts("the disc is missing; the picture is README-host.png");
     }
     return good ? 0 : 1;
 }

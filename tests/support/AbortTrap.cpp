@@ -11,7 +11,7 @@ bool gArmed = false;
 
 } // namespace
 
-/// Stands in front of the C library's for the whole process, the shared libraries included.
+/// Replaces the C library's abort() in the whole process, including the shared libraries.
 extern "C" __attribute__((visibility("default"), noreturn)) void abort() noexcept
 {
     if (gArmed) {

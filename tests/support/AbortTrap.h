@@ -2,6 +2,6 @@
 
 #include <functional>
 
-/// Calls \a function; true when it was left through abort(), which then does not end the process. What the
-/// frames in between would have released at their end is lost.
+/// Calls \a function. Returns true if it called abort(), which then does not end the process. No destructors of the
+/// interrupted functions run, so their resources leak.
 bool endsInAbort(const std::function<void()> &function);

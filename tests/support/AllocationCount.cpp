@@ -8,7 +8,7 @@ thread_local size_t allocations = 0;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
-// The sanitizers have an allocator of their own, and say when it is used; their headers are not everywhere.
+// The sanitizers have their own allocator, with hooks. Declared here, since not every compiler has their headers.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void *, size_t),
                                                          void (*onFree)(const volatile void *));
 
@@ -17,7 +17,7 @@ static const int hooked = __sanitizer_install_malloc_and_free_hooks(
 
 #else
 
-// The program's definitions stand before those of the C library, whose own names remain.
+// Definitions in the program override those of the C library, which remain available under its internal names.
 extern "C" {
 
 void *__libc_malloc(size_t size);

@@ -2,14 +2,14 @@
 
 #include <cstddef>
 
-/// Counts the memory allocations of the calling thread: malloc(), realloc(), new and all that stands on them,
-/// in the libraries too. For programs that link zelgl_allocations.
+/// Counts the memory allocations of the calling thread by malloc(), realloc(), new and all functions that use them, also
+/// in libraries. The program must link zelgl_allocations.
 class AllocationCount
 {
 public:
     AllocationCount();
 
-    /// Since construction.
+    /// Number of allocations since construction.
     size_t taken() const;
 
 private:

@@ -8,8 +8,8 @@ namespace Orvane { namespace Zel {
 class ShaderProgram;
 }} // namespace Orvane::Zel
 
-/// What the bound program, whose vertex stage takes the full-screen quad, draws over a picture of that size, without a
-/// depth test; one for each of its colour outputs. Colours may be of any range.
+/// Draws the full-screen quad with the bound program into a picture of this size, without a depth test. Returns one picture
+/// for each colour output; colours may have any range.
 std::vector<Pixels> drawnPixels(Orvane::Zel::ShaderProgram &program, int width, int height, int outputs);
 
 inline Pixels drawnPixels(Orvane::Zel::ShaderProgram &program, int width, int height)

@@ -4,8 +4,8 @@
 
 #include <map>
 
-/// Numbers of a driver that is not there: what `Slot`, one of the glGet functions that end in a name and a place for the
-/// answer, answers for these names.
+/// Simulates the limits of another driver: replaces the results of `Slot`, a glGet function whose last parameters are a
+/// name and a pointer to the result, for these names.
 template <auto Slot> class FakeAnswers
 {
 public:

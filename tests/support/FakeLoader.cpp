@@ -4,7 +4,7 @@
 
 FakeLoader::Function FakeLoader::lookUp(const char *by, const unsigned char *name)
 {
-    // The real function of the same name, in the library behind this program.
+    // The real function of the same name, in the next library in the search order.
     const auto real = reinterpret_cast<Function (*)(const unsigned char *)>(dlsym(RTLD_NEXT, by));
     if (_living == nullptr) {
         return real(name);
@@ -15,7 +15,7 @@ FakeLoader::Function FakeLoader::lookUp(const char *by, const unsigned char *nam
     return answer != _living->_answers.constEnd() ? *answer : real(name);
 }
 
-// GLX's own prototypes, without its header: these must carry the names, and nothing else of it is needed.
+// The functions of GLX that this program overrides. Its header is not included: nothing else of it is needed.
 extern "C" {
 
 __attribute__((visibility("default"))) FakeLoader::Function glXGetProcAddress(const unsigned char *name)

@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-/// Stands between the library and GLX for the time of its scope: hides entry points, hands out others, and keeps
-/// the list of look-ups. The test program must be made with FAKE_LOADER. One at a time.
+/// While it exists, intercepts the library's lookups of entry points by GLX: hides entry points, replaces them, and records
+/// the lookups. The test program must be built with FAKE_LOADER. Only one may exist at a time.
 ///
-/// Qt looks entry points up by the same road, so make contexts before something is hidden.
+/// Qt uses the same lookups, so create contexts before hiding anything.
 class FakeLoader
 {
     Q_DISABLE_COPY(FakeLoader)
@@ -22,26 +22,26 @@ public:
     FakeLoader() { _living = this; }
     ~FakeLoader() { _living = nullptr; }
 
-    /// Look-ups of this name answer null.
+    /// Makes lookups of this name return null.
     void hide(const QString &name) { _answers.insert(name, nullptr); }
 
-    /// Look-ups of this name answer a function of the test's.
+    /// Makes lookups of this name return a function of the test.
     template <typename Result, typename... Arguments>
     void provide(const QString &name, Result (*function)(Arguments...))
     {
         _answers.insert(name, reinterpret_cast<Function>(function));
     }
 
-    /// Look-ups of this name answer a function that does nothing but keep a record: Recorded<Type>::calls.
+    /// Makes lookups of this name return a function that only records its calls: Recorded<Type>::calls.
     template <typename Type> void record(const QString &name);
 
-    /// All names lead to the real functions again.
+    /// Makes all lookups return the real functions again.
     void show() { _answers.clear(); }
 
-    /// All look-ups since the last call, in order, as "glXGetProcAddress glBufferStorage".
+    /// All lookups since the last call, in order, as "glXGetProcAddress glBufferStorage".
     QStringList takeLookUps() { return std::exchange(_lookUps, QStringList()); }
 
-    /// What the look-up \a by answers: the living loader's function, or the real one.
+    /// The result of the lookup function \a by: the function of the existing FakeLoader, or the real one.
     static Function lookUp(const char *by, const unsigned char *name);
 
 private:
@@ -51,7 +51,7 @@ private:
     QStringList _lookUps;
 };
 
-/// The calls of an entry point that is not in the library's table, by its type.
+/// The recorded calls of an entry point that is not in the library's table, by its type.
 template <typename Type> struct Recorded;
 
 template <typename... Arguments> struct Recorded<void (*)(Arguments...)>

@@ -18,7 +18,7 @@ QByteArray word(quint32 value)
     return QByteArray(reinterpret_cast<const char *>(&value), sizeof(value));
 }
 
-/// Repetitions of the byte at \a i, at most as many as one run takes.
+/// Number of repetitions of the byte at \a i, limited to that of one run.
 int repetitions(const QByteArray &bytes, int i)
 {
     int count = 1;
@@ -171,7 +171,8 @@ AstcFile &AstcFile::addBlocks()
         count *= (size[axis] + block[axis] - 1) / block[axis];
     }
     for (quint32 i = 0; i < count; ++i) {
-        blocks += QByteArray("\xFC\xFD\xFF\xFF\xFF\xFF\xFF\xFF", 8); // a void extent without coordinates
+        blocks +=
+            QByteArray("\xFC\xFD\xFF\xFF\xFF\xFF\xFF\xFF", 8); // a void-extent block without coordinates
         for (const quint32 channel : {i * 0x3000, 0xFFFF - i * 0x1100, 0x8000u, 0xFFFFu}) {
             blocks += word(channel).left(2);
         }

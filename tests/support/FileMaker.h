@@ -7,18 +7,18 @@
 #include <array>
 #include <functional>
 
-/// Image files from parameters, sound ones and broken ones. All records may be changed into something that no
-/// writer would write: bytes() writes down what they say.
+/// Valid and malformed image files from parameters. A test may change any field to a value that no writer would write:
+/// bytes() writes all fields as they are.
 
-/// Bytes that differ from their neighbours: a slow and a fast ramp, shifted by \a shift.
+/// Bytes that differ from their neighbours: the sum of a slow and a fast ramp, shifted by \a shift.
 QByteArray rampBytes(int count, int shift = 0);
 
-/// KTX 1.1. A default record is a 4x4 RGBA8 image of one level, without data.
+/// A KTX 1.1 file. By default a 4x4 RGBA8 image of one level, without data.
 struct KtxFile
 {
     enum ByteOrder { eLittleEndian, eBigEndian };
 
-    /// The imageSize field, and the bytes behind it: all faces, and what padding there shall be.
+    /// The imageSize field and the following bytes: all faces, and their padding.
     struct Level
     {
         quint32 imageSize;
@@ -40,7 +40,7 @@ struct KtxFile
     QByteArray keyValues; ///< the whole block
     QVector<Level> levels;
 
-    /// An image of these sizes and formats; without a transfer format it is compressed.
+    /// An image of this size and format; compressed if there is no transfer format.
     static KtxFile of(quint32 width, quint32 height, quint32 depth = 0, quint32 internalFormat = 0x8058,
                       quint32 format = GL_RGBA, quint32 type = GL_UNSIGNED_BYTE);
     static KtxFile compressed(quint32 width, quint32 height, quint32 internalFormat)
@@ -48,19 +48,19 @@ struct KtxFile
         return of(width, height, 0, internalFormat, 0, 0);
     }
 
-    /// An entry of the key-value block, without the padding behind it.
+    /// An entry of the key-value block, without padding.
     static QByteArray entry(const QByteArray &key, const QByteArray &value);
-    /// The same with the padding that the format puts behind it.
+    /// The same with the padding of the format.
     static QByteArray paddedEntry(const QByteArray &key, const QByteArray &value);
 
-    /// Appends a level of images of \a size ramp bytes each, padded as the format has it.
+    /// Appends a level of images of \a size ramp bytes each, with the padding of the format.
     KtxFile &addLevel(int size, int images = 1);
 
-    /// The header in the byte order; all other numbers as a little-endian machine has them.
+    /// The header has this byte order; all other numbers are little-endian.
     QByteArray bytes(ByteOrder byteOrder = eLittleEndian) const;
 };
 
-/// A Radiance picture: header lines, resolution line, and scanlines as they are.
+/// A Radiance picture: header lines, resolution line and encoded scanlines.
 struct HdrFile
 {
     using Texel = std::array<unsigned char, 4>;
@@ -70,14 +70,14 @@ struct HdrFile
     QByteArray resolution;
     QByteArray scanlines;
 
-    /// Of the usual orientation, "-Y height +X width".
+    /// With the usual orientation, "-Y height +X width".
     HdrFile(int width, int height);
 
     static Row ramp(int width, int shift = 0);
     static QByteArray flat(const Row &row);
-    /// Marker groups whose counts are the bytes of \a count, lowest first, and the texel.
+    /// A run in the old form: marker groups with the bytes of \a count, lowest first, before the texel.
     static QByteArray oldRun(quint32 count, const Texel &texel);
-    /// The new form: runs where bytes repeat, literals elsewhere.
+    /// A row in the new form: runs for repeated bytes, literals otherwise.
     static QByteArray planes(const Row &row);
 
     QByteArray bytes() const { return header + resolution + scanlines; }
@@ -90,17 +90,18 @@ struct AstcFile
     std::array<quint32, 3> size = {8, 8, 1};
     QByteArray blocks;
 
-    /// Fills the image with blocks of one colour each, all different, as many as its sizes ask for.
+    /// Fills the image with the number of blocks that its size needs, each of a different single colour.
     AstcFile &addBlocks();
 
     QByteArray bytes() const;
 };
 
-/// Small sound files, of which the malformed ones are made and with which the fuzzers start. Between them
-/// they take every road of the reader.
+// Small valid files: the source of the malformed ones, and the seeds of the fuzzers. Together they cover all paths of the
+// readers.
 QVector<QByteArray> ktxSeeds();
 QVector<QByteArray> hdrSeeds();
 QVector<QByteArray> astcSeeds();
 
-/// Gives every truncation of a file, and the file with every other value of each of its first 256 bytes.
+/// Calls \a give with every truncation of a file, and with every variant in which one of the first 256 bytes has another
+/// value.
 void forEachNeighbour(const QByteArray &file, const std::function<void(const QByteArray &)> &give);

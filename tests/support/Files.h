@@ -4,7 +4,7 @@
 
 #include <QtCore/QFile>
 
-/// All bytes of a file, of a resource too, or a failure of the running test.
+/// All bytes of a file or resource; adds a failure to the running test if it cannot be read.
 inline QByteArray bytesOf(const QString &path)
 {
     QFile file(path);
@@ -12,7 +12,7 @@ inline QByteArray bytesOf(const QString &path)
     return file.readAll();
 }
 
-/// Makes a file of these bytes, and answers its path.
+/// Writes a file of these bytes, and returns its path.
 inline QString writeFile(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);

@@ -7,7 +7,7 @@ namespace {
 
 std::unique_ptr<TestContext> gContext;
 
-/// Ends the context at the end of all tests, while the application object is still there.
+/// Deletes the context after all tests, while the application object still exists.
 class ContextEnd : public testing::Environment
 {
     void TearDown() override { gContext.reset(); }
@@ -40,7 +40,7 @@ GLTest::~GLTest()
         return;
     }
     makeCurrent();
-    Orvane::Zel::OpenGLDeviceContext::resetContext(); // the shared quad is no leak
+    Orvane::Zel::OpenGLDeviceContext::resetContext(); // deletes the shared quad, which is not a leak
     EXPECT_EQ(QStringList(), _ledger->faults()) << "GL names at the end of the test";
     EXPECT_EQ(QStringList(), TestContext::takeDriverReports())
         << "GL debug output that the test did not take";

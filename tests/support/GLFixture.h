@@ -4,12 +4,11 @@
 #include "MessageCapture.h"
 #include "TestContext.h"
 
-/// The fixture of all tests that need GL: a current debug context of the core profile with the library's
-/// functions initialised, one and the same for all tests of the process.
+/// The fixture of all tests that need GL. A debug context of the core profile, shared by all tests of the process, is
+/// current, and the library's functions are initialised.
 ///
-/// It judges silence. At its end, when the members of derived fixtures are gone, it fails on messages that
-/// the test did not take, on GL errors, on what the driver reported, and on GL names that are still alive. A
-/// missing context fails.
+/// The destructor, which runs after the destructors of derived fixtures, fails the test on messages that the test did not
+/// take, on GL errors, on reports of the driver, and on GL objects that still exist. A missing context is a failure.
 class GLTest : public MessageTest
 {
 protected:

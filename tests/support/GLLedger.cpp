@@ -15,7 +15,7 @@ namespace {
 constexpr std::array<const char *, GLLedger::eKindCount> kWords = {"buffer",      "vertex array", "texture",
                                                                    "framebuffer", "shader",       "program"};
 
-/// Contexts of one share group have their names in common, but for vertex arrays and framebuffers.
+/// Contexts of a share group share all names but those of vertex arrays and framebuffers.
 const void *nameSpace(GLLedger::Kind kind)
 {
     const QOpenGLContext *context = QOpenGLContext::currentContext();
@@ -49,7 +49,7 @@ struct GLLedger::Books
         }
     }
 
-    /// The pair of hooks of a kind whose names come and go by arrays.
+    /// The hooks for a kind whose names are generated and deleted in arrays.
     template <auto Gen, auto Delete> struct Arrays
     {
         Hook<Gen> gen;
@@ -72,7 +72,7 @@ struct GLLedger::Books
         }
     };
 
-    /// The same for a kind whose names come and go one by one.
+    /// The hooks for a kind whose names are created and deleted one by one.
     template <auto Create, auto Delete> struct Singles
     {
         Hook<Create> create;

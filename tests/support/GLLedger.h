@@ -4,21 +4,21 @@
 
 #include <memory>
 
-/// Keeps account of the GL names that pass through the library's table while it lives: what was made and not
-/// yet deleted, per kind and per name space, and deletes of names that are not alive.
+/// While it exists, tracks the GL names that pass through the library's table, by kind and name space: those that were
+/// generated and not deleted, and deletions of names that do not exist.
 class GLLedger
 {
 public:
     enum Kind { eBuffer, eVertexArray, eTexture, eFramebuffer, eShader, eProgram, eKindCount };
 
-    /// After initializeGLFunctions(), which fills the table.
+    /// Needs initializeGLFunctions(), which fills the table.
     GLLedger();
     ~GLLedger();
 
     int alive(Kind kind) const;
     int alive() const;
 
-    /// In words: every kind with living names, and every delete of a name that was not alive.
+    /// A line for every kind with existing names, and for every deletion of a name that did not exist.
     QStringList faults() const;
 
 private:

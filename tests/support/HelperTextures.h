@@ -4,10 +4,10 @@
 
 #include <set>
 
-/// Knows which textures are made and not deleted while it lives. Texture managers leave their helper textures to the
-/// context by design: whoever ends a manager takes them out of the world here, and can say how many they were.
+/// While it exists, tracks textures that are created and not deleted. Texture managers leave their helper textures to the
+/// context by design: a test that deletes a manager deletes them here, and can check their number.
 ///
-/// A program that links this tells the leak checker of them too.
+/// A program that links this also suppresses them in the leak checker.
 class HelperTextures
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     size_t count() const { return _names.size(); }
 
-    /// Deletes what is left.
+    /// Deletes the remaining textures.
     void deleteAll();
 
 private:

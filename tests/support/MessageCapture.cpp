@@ -70,7 +70,7 @@ void MessageCapture::handle(QtMsgType level, const QMessageLogContext &context, 
 {
     QMutexLocker lock(&_current->_mutex);
     _current->_messages.append({level, text, context.category, context.file, context.function, context.line});
-    if (level == QtFatalMsg) { // Qt aborts when this returns: nobody would see what led to it
+    if (level == QtFatalMsg) { // Qt aborts when this function returns, so print all messages now
         for (const Message &message : qAsConst(_current->_messages)) {
             std::fprintf(stderr, "%s\n", qPrintable(message.toString()));
         }
@@ -120,7 +120,6 @@ testing::AssertionResult AssertionsOf::refused(const std::vector<Refusal> &calls
 
 MessageTest::~MessageTest()
 {
-    // Here, and not in TearDown(): the members of derived fixtures are gone by now and have said what they
-    // had to say.
+    // Not in TearDown(): the destructors of the members of derived fixtures may log, too.
     EXPECT_MESSAGES() << "The test ended with messages that it did not take.";
 }

@@ -12,7 +12,7 @@
 
 #include <vector>
 
-/// One line that went to Qt's message handler, with what came beside the text.
+/// One message to Qt's message handler, with its context.
 struct Message
 {
     QtMsgType level;
@@ -22,12 +22,12 @@ struct Message
     QByteArray function;
     int line;
 
-    /// The form that tests compare: the level word first, then the text with the line number of a leading
-    /// "[file:line]" masked as '#'. A category other than "default" follows the level in parentheses.
+    /// The form that tests compare: the level, then the text, in which a '#' replaces the line number of a leading
+    /// "[file:line]". A category other than "default" follows the level in parentheses.
     QString toString() const;
 };
 
-/// Catches all Qt messages of its scope. Scopes nest; the innermost catches.
+/// While it exists, captures all Qt messages. Captures nest; the innermost one receives the messages.
 class MessageCapture
 {
     Q_DISABLE_COPY(MessageCapture)
@@ -36,13 +36,13 @@ public:
     MessageCapture();
     ~MessageCapture();
 
-    /// What was caught since the last call, in order; nothing remains.
+    /// Returns and removes the captured messages, in order.
     QVector<Message> take();
 
-    /// The same in the form that tests compare; with another level than the lowest, only those above it.
+    /// The same in the form that tests compare; returns only messages of at least this level.
     QStringList takeTexts(QtMsgType least = QtDebugMsg);
 
-    /// The innermost capture; null outside of any.
+    /// The innermost capture; null if there is none.
     static MessageCapture *current();
 
 private:
@@ -52,11 +52,11 @@ private:
 
     MessageCapture *_outer;
     QtMessageHandler _outerHandler;
-    QMutex _mutex; // driver threads may log too
+    QMutex _mutex; // threads of the driver may log too
     QVector<Message> _messages;
 };
 
-/// What a test expects of one message: the whole of it, or its beginning where text of the driver follows.
+/// An expected message: the whole text, or its start if text of the driver follows.
 struct ExpectedMessage
 {
     ExpectedMessage(const char *whole)
@@ -83,8 +83,8 @@ inline ExpectedMessage startsWith(const QString &prefix)
 /// A warning for each line of a text.
 std::vector<ExpectedMessage> warningLines(const QString &text);
 
-/// The critical messages of the assertions of one source file: `const AssertionsOf asserted("Shader.cpp");`, and
-/// then `EXPECT_MESSAGES(asserted("the condition", "the text"))`.
+/// The critical messages of the assertions in one source file: `const AssertionsOf asserted("Shader.cpp");`, and then
+/// `EXPECT_MESSAGES(asserted("the condition", "the text"))`.
 class AssertionsOf
 {
 public:
@@ -98,7 +98,7 @@ public:
         return QString("critical [%1:#] [ !! ] Assertion '%2' failed: %3").arg(_file, condition, text);
     }
 
-    /// What a call answered that should have been refused, and what it should have said.
+    /// The result of a call that should be refused, and the assertion that it should log.
     struct Refusal
     {
         bool answer;
@@ -106,7 +106,7 @@ public:
         QString text;
     };
 
-    /// Takes the messages of calls, all of which answered false: `EXPECT_TRUE(asserted.refused({{buffer.bind(),
+    /// Takes the messages of calls, all of which must return false: `EXPECT_TRUE(asserted.refused({{buffer.bind(),
     /// "the condition", "the text"}, ...}))`.
     testing::AssertionResult refused(const std::vector<Refusal> &calls) const;
 
@@ -114,17 +114,17 @@ private:
     QString _file;
 };
 
-/// Takes what the innermost capture holds, and compares it in number, order and text.
+/// Takes the messages of the innermost capture, and compares number, order and text.
 testing::AssertionResult takeMessages(const std::vector<ExpectedMessage> &expected);
 
 /// EXPECT_MESSAGES("warning [Shader.cpp:#] ...", startsWith("debug ...")) takes exactly these messages.
-/// Without arguments: that there are none.
+/// Without arguments it expects no messages.
 #define EXPECT_MESSAGES(...)                                                                                 \
     if (const testing::AssertionResult messagesTaken_ = takeMessages({__VA_ARGS__})) {                       \
     } else                                                                                                   \
         ADD_FAILURE() << messagesTaken_.message()
 
-/// A fixture that catches the messages of a test, and fails on any that the test did not take.
+/// A fixture that captures the messages of a test, and fails on any that the test did not take.
 class MessageTest : public testing::Test
 {
 protected:

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Plain rows into client memory for the time of its scope.
+/// While it exists, GL packs rows into client memory without padding.
 class PlainPacking
 {
 public:
@@ -45,7 +45,7 @@ private:
     GLint _buffer = 0;
 };
 
-/// A texture bound to the active unit for the time of its scope.
+/// While it exists, a texture is bound to the active texture unit.
 class BoundTexture
 {
 public:
@@ -84,7 +84,7 @@ int clamped(float value)
 bool isNearby(const QVector4D &a, const QVector4D &b, float tolerance)
 {
     for (int i = 0; i < 4; ++i) {
-        if (!(std::fabs(a[i] - b[i]) <= tolerance)) { // so that a NaN is never near
+        if (!(std::fabs(a[i] - b[i]) <= tolerance)) { // a NaN is never near
             return false;
         }
     }
@@ -98,12 +98,12 @@ QByteArray words(const QVector4D &color)
         .toUtf8();
 }
 
-/// Writes the picture under the name of the running test, and tells the path.
+/// Writes the picture under the name of the running test, and returns the path.
 std::string write(const Pixels &pixels, const char *role)
 {
     const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
     QString name = QString("%1.%2-%3.png").arg(test->test_suite_name(), test->name(), role);
-    name.replace('/', '_'); // of parametrised tests
+    name.replace('/', '_'); // in names of parametrised tests
     QDir().mkpath(ZELGL_TEST_OUTPUT);
     const QString path = QDir(ZELGL_TEST_OUTPUT).filePath(name);
     return (pixels.toImage().save(path) ? path : "(could not be written) " + path).toStdString();

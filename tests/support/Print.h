@@ -8,7 +8,7 @@
 
 #include <ostream>
 
-// How gtest writes Qt's text in its failures; found beside Qt's types, in the global namespace.
+// How gtest prints Qt's texts in failures. In the global namespace, where argument-dependent lookup finds them.
 
 inline void PrintTo(const QString &text, std::ostream *out)
 {
@@ -30,7 +30,7 @@ inline void PrintTo(const QStringList &texts, std::ostream *out)
     *out << '}';
 }
 
-/// Whether the words stand in the text, which a failure shows.
+/// Whether the text contains the words; a failure prints the text.
 inline testing::AssertionResult holds(const QString &text, const QString &words)
 {
     return text.contains(words) ? testing::AssertionSuccess()

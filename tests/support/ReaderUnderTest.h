@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <memory>
 
-/// A file in memory of its very size, so that a sanitizer sees a read beyond it, and the reader that a
-/// recogniser makes of it.
+/// A file in memory of exactly its size, so that a sanitizer detects reads beyond it, and the reader that a recogniser
+/// creates for it.
 template <typename Recogniser> class ReaderUnderTest
 {
 public:
@@ -21,11 +21,11 @@ public:
         auto memory = std::make_unique<Orvane::Zel::RawMemory>(_bytes.get(), size_t(file.size()));
         _reader.reset(Recogniser().recognise(memory.get(), name));
         if (_reader != nullptr) {
-            memory.release(); // the reader's now
+            memory.release(); // owned by the reader now
         }
     }
 
-    /// Null when the file is not recognised.
+    /// Null if the file is not recognised.
     Orvane::Zel::TextureLoader *get() const { return _reader.get(); }
 
     Orvane::Zel::TextureLoader *operator->() const { return _reader.get(); }
@@ -42,7 +42,7 @@ private:
     std::unique_ptr<Orvane::Zel::TextureLoader> _reader;
 };
 
-/// Options of a load that leaves a KTX image as it lies in the file.
+/// Options of a load that keeps the row order of a KTX image.
 inline Orvane::Zel::TextureFileInfo asInFile()
 {
     Orvane::Zel::TextureFileInfo info;

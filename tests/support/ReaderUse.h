@@ -5,8 +5,8 @@
 
 #include <cstring>
 
-/// Does with a file, sound or not, all that a host can do: asks every question, reads all texts to their end,
-/// and loads, what is not valid as well.
+/// Uses a valid or malformed file in every way that a host can: calls every query, reads all texts to their end, and loads
+/// the file, even if the reader reports it as invalid.
 template <typename Recogniser> void useReader(const QByteArray &file)
 {
     const ReaderUnderTest<Recogniser> reader(file);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Whether the program is built with the address sanitizer, in the words of either compiler.
+/// Whether the program is built with the address sanitizer of gcc or clang.
 #if defined(__SANITIZE_ADDRESS__)
 #define ZELGL_ADDRESS_SANITIZER 1
 #elif defined(__has_feature)

@@ -16,7 +16,7 @@
 #include <ZelGL/TextureManager.h>
 #include <ZelGL/VertexArrayObject.h>
 
-/// A model of unit squares with the plan "SceneObject" for their object data. What it is given goes with it.
+/// A model of unit squares with the plan "SceneObject" for their object data. It owns everything that is added.
 class SceneTest : public GLTest
 {
 protected:
@@ -31,7 +31,7 @@ protected:
         }
         plan->setArraySize(32);
         Orvane::Zel::InstanceDataRegistry::Instance()->registerPlan(plan);
-        _capture.take(); // the limit
+        _capture.take(); // the message about the limit
     }
 
     ~SceneTest() override
@@ -47,7 +47,7 @@ protected:
         return new Orvane::Zel::InstanceDataCollection(plan, static_cast<unsigned long>(count));
     }
 
-    /// A unit square in x and y, counter-clockwise, drawn by as many commands.
+    /// A counter-clockwise unit square in x and y, drawn by \a count commands.
     Orvane::Zel::DrawBuffers *squares(int count)
     {
         auto *unit = new Orvane::Zel::DrawBuffers(nullptr);
@@ -66,7 +66,7 @@ protected:
         return unit;
     }
 
-    /// A drawable of squares, each under a transform of its own.
+    /// Adds a drawable of squares, each with its own transform.
     int addSquares(const QVector<QMatrix4x4> &matrices, unsigned long long flags = 0, int materialNumber = 0,
                    Orvane::Zel::InstanceDataCollection *material = nullptr)
     {
@@ -81,7 +81,7 @@ protected:
     Orvane::Zel::GPUModel _model;
 };
 
-/// A transform that scales, then moves.
+/// A matrix that scales, then translates.
 inline QMatrix4x4 placed(float x, float y, float scaleX = 1.0f, float scaleY = 1.0f)
 {
     QMatrix4x4 matrix;

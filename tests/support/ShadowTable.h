@@ -6,10 +6,10 @@
 
 inline QMatrix4x4 matrixOf(const Orvane::Zel::ShadowMapManager::RenderData::Transform &transform)
 {
-    return QMatrix4x4(transform.values.data()).transposed(); // the constructor takes rows
+    return QMatrix4x4(transform.values.data()).transposed(); // the constructor expects rows
 }
 
-/// The list as hosts pass it.
+/// The list as the QVariant that a host passes.
 inline QVariant listOf(const std::vector<Orvane::Zel::ShadowMapManager::Light *> &lights)
 {
     QVariantList list;

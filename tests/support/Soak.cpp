@@ -6,14 +6,14 @@
 #include <unistd.h>
 
 #if ZELGL_ADDRESS_SANITIZER
-extern "C" size_t __sanitizer_get_current_allocated_bytes(); // gcc comes without the header
+extern "C" size_t __sanitizer_get_current_allocated_bytes(); // gcc has no header for it
 #endif
 
 namespace {
 
 #if ZELGL_ADDRESS_SANITIZER
 
-/// The sanitizer holds back what was freed, so it has to be asked what is in use.
+/// The memory in use, in bytes. The sanitizer keeps freed memory, so this must query the sanitizer.
 qint64 memoryInUse()
 {
     return qint64(__sanitizer_get_current_allocated_bytes());
@@ -21,7 +21,7 @@ qint64 memoryInUse()
 
 #else
 
-/// Bytes; the second number of statm counts the resident pages.
+/// The memory in use, in bytes; the second number of statm is the number of resident pages.
 qint64 memoryInUse()
 {
     long long pages = 0;

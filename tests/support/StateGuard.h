@@ -4,15 +4,15 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The GL state of the current context at one moment, bindings and settings, to be compared with a later one.
-/// Of textures it knows the bindings of the active unit.
+/// A snapshot of the GL bindings and settings of the current context, for a later comparison. Of texture bindings it
+/// contains those of the active texture unit.
 class StateGuard
 {
 public:
     StateGuard();
 
-    /// What is different now, each as "GL_BLEND 0 -> 1", sorted by name: an operation that must restore what
-    /// it touches leaves the empty list, any other exactly what it is stated to leave.
+    /// The differences to the current state, such as "GL_BLEND 0 -> 1", sorted by name. Empty after an operation that must
+    /// restore the state.
     QStringList changes() const;
 
 private:

@@ -4,9 +4,8 @@
 
 #include <vector>
 
-/// Whether the decoder that others wrote was there when the tests were built: stb_image.h, of the package
-/// libstb-dev.
+/// Whether the tests were built with an independent decoder: stb_image.h of the package libstb-dev.
 bool hasStb();
 
-/// A Radiance picture as stb_image decodes it: three floats a texel, the lowest row first.
+/// A Radiance picture, decoded by stb_image: three floats per texel, lowest row first.
 std::vector<float> hdrByStb(const QByteArray &file);

@@ -6,9 +6,9 @@
 #include <tuple>
 #include <vector>
 
-/// Stands in front of one entry point for the time of its scope: `Hook<&glBindBuffer>`, since the loader's
-/// macros make that a slot of the table. Hooks on one slot nest; each calls on to the one made before it, the
-/// first to the driver. Scopes end in reverse order.
+/// While it exists, intercepts one entry point: `Hook<&glBindBuffer>`, since a macro of the loader makes that name a slot
+/// of the table. Hooks on one slot nest: each forwards to the one created before it, the first to the driver. Destroy them
+/// in reverse order.
 template <auto Slot> class Hook;
 
 template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)> class Hook<Slot>
@@ -33,11 +33,10 @@ public:
         *Slot = _driver;
     }
 
-    /// Puts a function in the place of the call; it may itself call original(). An empty one ends the
-    /// replacement.
+    /// Replaces the call by a function, which may call original(). An empty function ends the replacement.
     void replace(Function function) { _replacement = std::move(function); }
 
-    /// The call as it would be without this hook.
+    /// Makes the call without this hook.
     Result original(Arguments... arguments)
     {
         return _outer != nullptr ? _outer->call(arguments...) : _driver(arguments...);
@@ -55,12 +54,12 @@ private:
     static inline Hook *_top = nullptr;
 
     Hook *_outer;
-    Result (*_driver)(Arguments...); ///< what the slot held before: the driver's function, or enter()
+    Result (*_driver)(Arguments...); ///< previous value of the slot: the driver's function, or enter()
     Function _replacement;
 };
 
-/// A hook that keeps a record of the calls: `Tap<&glBindBuffer> binds; ... EXPECT_EQ(1u, binds.count());`.
-/// Arguments are recorded as they stand: a pointer is not followed.
+/// A hook that records the calls: `Tap<&glBindBuffer> binds; ... EXPECT_EQ(1u, binds.count());`. Arguments are recorded by
+/// value: the memory that a pointer refers to is not recorded.
 template <auto Slot> class Tap;
 
 template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)>
@@ -104,7 +103,7 @@ public:
 
     void clear() { (of<Slots>().clear(), ...); }
 
-    /// Calls are recorded and not issued from now on; for entry points that answer nothing.
+    /// From now on calls are only recorded and do not reach the driver. For entry points without a result.
     void hold()
     {
         (of<Slots>().replace([](auto...) {}), ...);

@@ -9,7 +9,7 @@
 
 #include <vector>
 
-/// An empty buffer that is bound to this target.
+/// A new, empty buffer that is bound to this target.
 inline QSharedPointer<Orvane::Zel::BufferObject> makeBuffer(unsigned int target)
 {
     QSharedPointer<Orvane::Zel::BufferObject> buffer(new Orvane::Zel::BufferObject(nullptr));
@@ -17,7 +17,7 @@ inline QSharedPointer<Orvane::Zel::BufferObject> makeBuffer(unsigned int target)
     return buffer;
 }
 
-/// What GL has in a buffer from a byte on.
+/// Reads values from a buffer, starting at a byte.
 template <typename Value>
 std::vector<Value> contentsOf(const Orvane::Zel::BufferObject &buffer, size_t count, GLintptr offset = 0)
 {

@@ -13,13 +13,13 @@ namespace {
 
 std::unique_ptr<QGuiApplication> gApplication;
 
-QMutex gReportsMutex; // the driver may report from its own threads
+QMutex gReportsMutex; // threads of the driver may report, too
 QStringList gReports;
 
 void APIENTRY collectReport(GLenum, GLenum type, GLuint id, GLenum, GLsizei, const GLchar *message,
                             const void *)
 {
-    // Performance hints, shader statistics and the like are no faults.
+    // Other types, such as performance hints and shader statistics, are not faults.
     static const QHash<GLenum, const char *> kFaults = {{GL_DEBUG_TYPE_ERROR, "error"},
                                                         {GL_DEBUG_TYPE_DEPRECATED_BEHAVIOR, "deprecated"},
                                                         {GL_DEBUG_TYPE_UNDEFINED_BEHAVIOR, "undefined"}};
@@ -81,7 +81,8 @@ bool TestContext::make(Profile profile)
     format.setVersion(4, 5);
     format.setProfile(profile == eCore ? QSurfaceFormat::CoreProfile : QSurfaceFormat::CompatibilityProfile);
     format.setOption(QSurfaceFormat::DebugContext);
-    format.setOption(QSurfaceFormat::DeprecatedFunctions); // Qt makes forward-compatible contexts without it
+    format.setOption(
+        QSurfaceFormat::DeprecatedFunctions); // without it Qt creates forward-compatible contexts
 
     _context.setFormat(format);
     if (!_context.create()) {
@@ -94,7 +95,7 @@ bool TestContext::make(Profile profile)
 
 bool TestContext::isAsAsked(Profile profile)
 {
-    // Asked of GL itself: a platform without real support says "core" in its QSurfaceFormat all the same.
+    // Queries GL itself: QSurfaceFormat may report "core" although the platform does not support it.
     GLint mask = 0;
     GLint flags = 0;
     driver()->glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &mask);

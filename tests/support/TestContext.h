@@ -11,10 +11,10 @@
 
 class QOpenGLFunctions_3_2_Core;
 
-/// A context of its own surface: version 4.5 or the best below, with the debug bit, never forward-compatible.
+/// A debug context with its own surface: version 4.5 or the newest below, never forward-compatible.
 ///
-/// What the driver reports through GL debug output as an error, as deprecated or as undefined behaviour is
-/// collected, whichever context it comes from.
+/// Collects what the driver reports through GL debug output as an error, as deprecated or as undefined behaviour, in any
+/// context.
 class TestContext
 {
     Q_DISABLE_COPY(TestContext)
@@ -22,8 +22,8 @@ class TestContext
 public:
     enum Profile { eCore, eCompatibility };
 
-    /// Makes the context, and the application object if it is the first, and leaves it current. Null, with a
-    /// failure of the running test, when there is none or when it is not what was asked for.
+    /// Creates a context and makes it current; first creates the application object if there is none. Returns null, and fails
+    /// the running test, if the driver cannot provide such a context.
     static std::unique_ptr<TestContext> create(Profile profile = eCore);
     ~TestContext();
 
@@ -32,16 +32,16 @@ public:
 
     QOpenGLContext *context() { return &_context; }
 
-    /// Installs the collecting debug callback in the current context, again where something else replaced it.
+    /// Installs the collecting debug callback in the current context, also if another callback has replaced it.
     static void watchDriver();
 
-    /// What the driver reported since the last call.
+    /// The reports of the driver since the last call.
     static QStringList takeDriverReports();
 
-    /// Makes the application object, if there is none.
+    /// Creates the application object if there is none.
     static void ensureApplication();
 
-    /// Ends it; at the end of the process.
+    /// Deletes the application object. Call it at the end of the process.
     static void endApplication();
 
 private:
@@ -54,14 +54,14 @@ private:
     QOpenGLContext _context;
 };
 
-/// The driver's own functions of the current context, past the library's table and past all hooks.
+/// The driver's functions of the current context, without the library's table and all hooks.
 QOpenGLFunctions_3_2_Core *driver();
 
-/// What glGetIntegerv() answers for a single value.
+/// A single value by glGetIntegerv().
 GLint integerOf(GLenum name);
 
 /// GL_VERSION of the current context.
 QString driverVersion();
 
-/// The pending GL errors of the current context, which are cleared with the driver's reports about them.
+/// Returns and clears the pending GL errors of the current context, and the driver's reports about them.
 std::vector<GLenum> takeGLErrors();

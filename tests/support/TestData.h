@@ -2,12 +2,12 @@
 
 #include <QtCore/QString>
 
-/// The path of one of the real files that tests may read: under the folder that the environment variable
-/// ZELGL_TEST_DATA names, else under shared/data beside the source tree. Empty where there is no such file.
+/// The path of an optional real file: in the folder of the environment variable ZELGL_TEST_DATA, otherwise in shared/data
+/// beside the source tree. Empty if there is no such file.
 QString testData(const QString &relativePath);
 
-/// Makes `QString path` the path of such a file, or skips the test, naming it: they do not come with the
-/// source.
+/// Declares `QString path` with the path of such a file. If it is missing, skips the test with a message: the files are
+/// not part of the source tree.
 #define ZEL_NEEDS_TEST_DATA(path, relativePath)                                                              \
     const QString path = testData(relativePath);                                                             \
     if (path.isEmpty())                                                                                      \

@@ -8,14 +8,14 @@
 
 #include <memory>
 
-/// Stages for programs of which only the other one counts.
+// Stages for tests that are about the other stage.
 constexpr char kAtOrigin[] = "#version 150\nvoid main() { gl_Position = vec4(0.0); }\n";
 constexpr char kAllWhite[] = "#version 150\nout vec4 color;\nvoid main() { color = vec4(1.0); }\n";
-/// For the full-screen quad.
+/// A vertex stage for the full-screen quad.
 constexpr char kAllOver[] = "#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n";
 
-/// A program of two stages, linked, or a failure of the running test. The processor, if any, is that of both
-/// stages. The fragment stage may have further parts: files of the library, and texts.
+/// A linked program of two stages; a failure of the running test if it does not link. The optional processor applies to
+/// both stages. The fragment stage may have additional parts: files of the library, and texts.
 inline std::unique_ptr<Orvane::Zel::ShaderProgram>
 makeProgram(const QString &vertexSource, const QString &fragmentSource = kAllWhite,
             Orvane::Zel::GLSLMacroProcessor *processor = nullptr, const QStringList &files = {},

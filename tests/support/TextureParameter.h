@@ -3,14 +3,14 @@
 #include "Pixels.h"
 #include "TestContext.h"
 
-#include <ZelGL/GLLoader.h> // before the functions below, whose names it changes
+#include <ZelGL/GLLoader.h> // included first: its macros rename the functions below
 #include <ZelGL/Texture.h>
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <vector>
 
-/// What glGetTexLevelParameteriv() says of a level.
+/// A parameter of a texture level, by glGetTexLevelParameteriv().
 inline GLint levelParameter(Orvane::Zel::Texture &texture, int level, GLenum name)
 {
     texture.bind();
@@ -29,7 +29,7 @@ inline GLint textureParameter(Orvane::Zel::Texture &texture, GLenum name)
     return value;
 }
 
-/// The filters for less and for more, the wrap modes, the first and the last level.
+/// The minification and magnification filters, the wrap modes, the base level and the maximum level.
 inline std::vector<GLint> samplingOf(Orvane::Zel::Texture &texture)
 {
     std::vector<GLint> values;
@@ -40,7 +40,7 @@ inline std::vector<GLint> samplingOf(Orvane::Zel::Texture &texture)
     return values;
 }
 
-/// The texels of a level; the layer as of Pixels::ofTexture().
+/// The texels of a level. \a layer: as for Pixels::ofTexture().
 inline Pixels pixelsOf(const Orvane::Zel::Texture &texture, int level = 0, int layer = 0)
 {
     return Pixels::ofTexture(texture.target(), texture.textureID(), level, layer);

@@ -9,25 +9,24 @@
 #include <set>
 #include <vector>
 
-/// One way from a token to a pixel: a texture manager and its settings. The rows of everything that must look alike
-/// whichever the host chooses.
+/// A texture manager and its settings. The rows of tests whose picture must not depend on the manager.
 struct TextureStrategy
 {
     enum Kind { eSampler, eArray, eBindless };
 
-    /// The row's name, a word.
+    /// The name of the row, one word.
     const char *name;
     Kind kind;
     bool needsBindless;
-    /// What it leaves to the context at its end, once it was bound to a program.
+    /// Number of textures that it leaves in the context when it is deleted, if it was bound to a program.
     size_t helperTextures;
     std::function<std::unique_ptr<Orvane::Zel::TextureManager>()> make;
 };
 
-/// All of them.
+/// All strategies.
 std::vector<TextureStrategy> textureStrategies();
 
-/// Those of some kinds.
+/// The strategies of some kinds.
 std::vector<TextureStrategy> textureStrategies(const std::set<TextureStrategy::Kind> &kinds);
 
 inline void PrintTo(const TextureStrategy &strategy, std::ostream *out)
@@ -40,7 +39,7 @@ inline std::string nameOfStrategy(const testing::TestParamInfo<TextureStrategy> 
     return strategy.param.name;
 }
 
-/// Skips the test where the driver lacks what the strategy needs, naming it.
+/// Skips the test, with a message, if the driver lacks what the strategy needs.
 #define ZEL_NEEDS_DRIVER_OF(strategy)                                                                        \
     if ((strategy).needsBindless && !hasGLExtension("GL_ARB_bindless_texture"))                              \
     GTEST_SKIP() << "Needs GL_ARB_bindless_texture"

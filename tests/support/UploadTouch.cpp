@@ -4,7 +4,7 @@
 
 namespace {
 
-/// 0 for a format or a type that GL does not know: it refuses the upload and reads nothing.
+/// Bytes per texel. 0 for a format or type that GL does not know: GL refuses the upload and reads nothing.
 int texelBytes(GLenum format, GLenum type)
 {
     static const QHash<GLenum, int> components = {
@@ -31,7 +31,7 @@ int texelBytes(GLenum format, GLenum type)
     return perTexel.value(type, components.value(format) * perComponent.value(type, 0));
 }
 
-/// Sizes beyond what any driver takes are refused unread.
+/// Whether a driver can support the size: it refuses greater sizes without reading.
 bool isSize(GLsizei size)
 {
     return size > 0 && size <= 16384;

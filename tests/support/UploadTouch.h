@@ -4,18 +4,17 @@
 
 #include <QtCore/QByteArray>
 
-/// Reads every byte that an image upload will read, before the driver does, so that a sanitizer sees a read
-/// beyond the source: the driver is not instrumented. It knows an unpack alignment of 4 or 1 and no other
-/// unpack state.
+/// Reads every byte of an image upload before the driver does, so that a sanitizer detects reads beyond the source: the
+/// driver is not instrumented. Supports unpack alignments of 4 and 1, and no other unpack state.
 class UploadTouch
 {
 public:
     UploadTouch();
 
-    /// Uploads with a source since the beginning.
+    /// Number of uploads with a source so far.
     int count() const { return _count; }
 
-    /// The texels of the last upload, rows without padding; of a compressed one, its data.
+    /// The texels of the last upload, rows without padding; for a compressed upload its data.
     const QByteArray &lastBytes() const { return _lastBytes; }
 
 private:

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-/// A vector of three doubles, for judges that compute more exactly than what they judge.
+/// A vector of three doubles, for reference results that are more exact than the tested ones.
 struct Vec
 {
     Vec(double x_, double y_, double z_)
@@ -52,7 +52,7 @@ inline Vec normalized(const Vec &v)
     return 1.0 / length(v) * v;
 }
 
-/// The direction of a place on a face of GL's cube maps, 0 to 1; the greatest coordinate is 1.
+/// The direction of a point on a face of GL's cube maps. u, v: from 0 to 1. The greatest coordinate of the result is 1.
 inline Vec directionOfFace(int face, double u, double v)
 {
     const double s = 2 * u - 1;

@@ -14,10 +14,9 @@ void setDefault(const char *variable, const QByteArray &value)
     }
 }
 
-/// What a test process needs of its environment, where the caller has not chosen: X through GLX, since Qt's
-/// "offscreen" platform cannot make a core context; a runtime folder, without which Qt logs; a shader cache
-/// that can be written, without which Mesa offers no program binaries; and a renderer of one thread, since
-/// tests run side by side.
+/// Sets environment variables that the caller has not set: X through GLX, since Qt's "offscreen" platform has no core
+/// contexts; a runtime folder, without which Qt logs a warning; a writable shader cache, without which Mesa has no program
+/// binaries; and a renderer with one thread, since tests run in parallel.
 void prepareEnvironment(const QTemporaryDir &folder)
 {
     setDefault("QT_QPA_PLATFORM", "xcb");
@@ -30,8 +29,8 @@ void prepareEnvironment(const QTemporaryDir &folder)
 } // namespace
 
 #if ZELGL_ADDRESS_SANITIZER
-/// What the leak check of the sanitizer passes over: the wrappers of the managers' helper textures, which are left to the
-/// context, by the functions that make them; and what Qt's message bus keeps until the process ends.
+/// Suppressions of the leak checker: the wrappers of the managers' helper textures, which are left to the context, by the
+/// functions that create them; and what QtDBus keeps until the process ends.
 extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()
 {
     return "leak:Array2DTextureManager::uploadSlotMap\n"

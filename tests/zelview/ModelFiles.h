@@ -11,13 +11,13 @@
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QVector>
 
-/// A folder of model files that tests write, gone with the object.
+/// A temporary folder of model files that tests write.
 class ModelFiles
 {
 public:
     QString path(const QString &name) const { return _folder.filePath(name); }
 
-    /// The path of a new file with these contents.
+    /// Writes a file with these contents, and returns its path.
     QString write(const QString &name, const QByteArray &contents) const
     {
         QFile file(path(name));
@@ -39,8 +39,8 @@ public:
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
     }
 
-    /// An upright wall of columns x rows unit squares in the plane z = 0, with its lower left corner at the origin.
-    /// Square i is red where i % 3 is 0, then green, then blue. Every square is a mesh and has no normals.
+    /// Writes an upright wall of columns x rows unit squares in the plane z = 0, with its lower left corner at the origin.
+    /// Square i is red, green or blue for i % 3 = 0, 1 or 2. Each square is a mesh without normals.
     QString writeWall(const QString &name, int columns, int rows) const
     {
         QByteArray materials;
@@ -63,7 +63,7 @@ public:
         return write(name, text);
     }
 
-    /// A glTF file of these nodes, a JSON list, with these other members, and these bytes as buffer views.
+    /// Writes a glTF file of these nodes (a JSON list) and other members, with one buffer view for each byte array.
     QString writeGltf(const QString &name, const QByteArray &nodes, const QByteArray &members,
                       const QByteArrayList &views) const
     {
@@ -94,8 +94,8 @@ public:
                       + R"(,"uri":"data:application/octet-stream;base64,)" + bytes.toBase64() + R"("}]})");
     }
 
-    /// A glTF file of these nodes and materials, as JSON lists. Mesh i is a unit square from the origin in the plane z = 0,
-    /// facing +z, of material i, with upright texture coordinates. \a more goes among the file's members.
+    /// Writes a glTF file of these nodes and materials (JSON lists). Mesh i is a unit square from the origin in the plane z = 0,
+    /// facing +z, with material i and upright texture coordinates. \a more: additional members of the file.
     QString writeSquares(const QString &name, const QByteArray &nodes, const QByteArray &materials,
                          const QByteArray &more = QByteArray()) const
     {

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
-/// Greatest difference of any channel of any pixel; 256 when the sizes differ.
+/// The greatest difference of any channel of any pixel; 256 if the sizes differ.
 inline int difference(const QImage &a, const QImage &b)
 {
     if (a.size() != b.size()) {
@@ -25,7 +25,7 @@ inline int difference(const QImage &a, const QImage &b)
     return greatest;
 }
 
-/// 0 for red, 1 for green, 2 for blue, -1 where none leads clearly.
+/// The dominant channel: 0 for red, 1 for green, 2 for blue, -1 for none.
 inline int leadingChannel(const QColor &color)
 {
     const int channels[3] = {color.red(), color.green(), color.blue()};
@@ -38,7 +38,7 @@ inline int leadingChannel(const QColor &color)
     return lead;
 }
 
-/// The leading channels of a picture's quarters: left upper, right upper, left lower, right lower.
+/// The dominant channels of the quarters of a picture: upper left, upper right, lower left, lower right.
 inline std::vector<int> quarters(const QImage &image)
 {
     std::vector<int> channels;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Exhibit.h"
-#include "Graphics.h"
-#include "Options.h"
-#include "Programs.h"
-#include "RenderTarget.h"
+#include "app/ExhibitFactory.h"
+#include "frame/Graphics.h"
+#include "frame/Options.h"
+#include "frame/Programs.h"
+#include "frame/RenderTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -12,33 +12,33 @@
 
 #include <QtGui/QImage>
 
-/// A model that is put up in a context of its own, without a window, and pictures of it.
+/// A model with its own context and without a window, and pictures of it.
 class ShownModel
 {
 public:
     ShownModel(const zelview::Options &options, const QSize &size)
         : _size(size)
-        , _exhibit(std::move(*zelview::Exhibit::load(options)))
+        , _exhibit(std::move(*zelview::loadExhibit(options)))
         , _context(std::move(*zelview::OffscreenContext::create(options)))
         , _programs(std::make_unique<zelview::Programs>())
     {
-        EXPECT_FALSE(_exhibit->putUp(*_programs, options).has_value());
+        EXPECT_FALSE(_exhibit->createGLObjects(*_programs, options).has_value());
         _target = std::move(*zelview::RenderTarget::create(size, GL_RGBA8, 0, zelview::RenderTarget::eDepth));
         _exhibit->frame(size);
     }
 
     ~ShownModel()
     {
-        _exhibit->takeDown();
+        _exhibit->releaseGLObjects();
         _target.reset();
         _programs.reset();
         _exhibit.reset();
-        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the next model's plans have the same names
+        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the plans of the next model have the same names
     }
 
     zelview::Exhibit *operator->() { return _exhibit.get(); }
 
-    /// Its first row is the lowest.
+    /// Draws a frame and reads it back; the first row is the lowest.
     QImage picture()
     {
         prepare();
@@ -59,7 +59,7 @@ public:
 
     void prepare() { EXPECT_FALSE(_exhibit->prepareFrame(_size).has_value()); }
 
-    /// The lines about the last frame that hold these words.
+    /// The lines about the last frame that contain these words.
     QString report(const char *words) const
     {
         return _exhibit->describeFrame().filter(QLatin1String(words)).join('\n');

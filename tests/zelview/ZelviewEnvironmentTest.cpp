@@ -1,11 +1,11 @@
-// Environments, from their files to the picture, and the filters of the finished picture.
+// Environments, from files to pictures, and the edge filters of finished pictures.
 
 #include "ZelviewRun.h"
 
-#include "DistantLight.h"
-#include "EnvironmentImage.h"
-#include "Graphics.h"
-#include "Options.h"
+#include "frame/Graphics.h"
+#include "frame/Options.h"
+#include "light/DistantLight.h"
+#include "light/EnvironmentImage.h"
 
 #include "../support/FileMaker.h"
 #include "../support/TestContext.h"
@@ -22,7 +22,7 @@ using namespace zelview;
 
 namespace {
 
-/// Which eighth of the world a direction goes to, as a colour: red where x is above 0, green for y, blue for z.
+/// The octant of a direction as a colour: red if x is positive, green if y is, blue if z is.
 QVector3D labelOf(const QVector3D &direction)
 {
     const auto channel = [](float coordinate) { return coordinate > 0.0f ? 0.6f : 0.1f; };
@@ -37,7 +37,7 @@ LightImage panorama(int width, const Painter &paint)
     for (int y = 0; y < width / 2; ++y) {
         for (int x = 0; x < width; ++x) {
             const double around =
-                2.0 * M_PI * (x + 0.5) / width; // the left end along +x, a quarter on along +z
+                2.0 * M_PI * (x + 0.5) / width; // the left edge is +x, one quarter to the right is +z
             const double down = 2.0 * M_PI * (y + 0.5) / width;
             image.texels.push_back(
                 paint(QVector3D(float(std::cos(around) * std::sin(down)), float(std::cos(down)),
@@ -47,7 +47,7 @@ LightImage panorama(int width, const Painter &paint)
     return image;
 }
 
-/// Where a cell of a cube lies: the direction of its middle, and which ways its columns and rows go.
+/// A cell of a cube: the direction of its centre, and the directions of its columns and rows.
 struct Cell
 {
     int column;
@@ -79,7 +79,7 @@ const QVector3D kX(1, 0, 0);
 const QVector3D kY(0, 1, 0);
 const QVector3D kZ(0, 0, 1);
 
-/// Paper models: each cell goes on where its neighbour ends.
+/// Like paper models: each cell continues where its neighbour ends.
 LightImage wideCross()
 {
     return unfolded({4, 3}, {{1, 1, kZ, kX, -kY},
@@ -117,7 +117,7 @@ QString writeExr(const ModelFiles &files, const char *name, const LightImage &im
         texels.emplace_back(light.x(), light.y(), light.z(), 1.0f);
     }
     const QString path = files.path(QLatin1String(name));
-    // A window off the origin, as files may have it.
+    // Files may have a data window that does not start at the origin.
     const Imath::Box2i window({-3, 5}, {image.size.width() - 4, image.size.height() + 4});
     Imf::RgbaOutputFile file(qPrintable(path), window, window, Imf::WRITE_RGBA);
     file.setFrameBuffer(texels.data() + 3 - 5 * image.size.width(), 1, size_t(image.size.width()));
@@ -125,7 +125,7 @@ QString writeExr(const ModelFiles &files, const char *name, const LightImage &im
     return path;
 }
 
-/// As screens take it.
+/// The sRGB colour of linear light.
 QColor screenColor(const QVector3D &light)
 {
     const auto encoded = [](float x) {
@@ -163,7 +163,7 @@ QString writeHdr(const ModelFiles &files, const char *name, const LightImage &im
     return files.write(QLatin1String(name), file.bytes());
 }
 
-/// The faces of a strip, as a cube map.
+/// Writes the faces of a strip as a cube map.
 QString writeKtx(const ModelFiles &files, const char *name, const LightImage &strip, bool rowsGoUp)
 {
     const int side = strip.size.height();
@@ -224,7 +224,7 @@ TEST(ZelviewEnvironment, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
     }
 }
 
-TEST(ZelviewEnvironment, TheStrongestLightIsTakenOutWithAllThatItGives)
+TEST(ZelviewEnvironment, TheStrongestLightIsRemovedWithAllItsIrradiance)
 {
     const QVector3D toSun = QVector3D(0.3f, 0.6f, -0.7f).normalized();
     const QVector3D toLamp = QVector3D(-1.0f, 0.2f, 0.1f).normalized();
@@ -268,7 +268,7 @@ struct Finish
     double roughness;
 };
 
-/// White balls side by side, as a glTF file.
+/// Writes white balls side by side as a glTF file.
 QString writeBalls(const ModelFiles &files, const std::vector<Finish> &finishes, int rows = 48)
 {
     const int columns = 2 * rows;
@@ -310,7 +310,7 @@ QString writeBalls(const ModelFiles &files, const std::vector<Finish> &finishes,
 class ZelviewEnvironmentPictureTest : public ZelviewPictureTest
 {
 protected:
-    /// A picture whose run tells nothing but the progress of the bake.
+    /// A picture from a run that prints only the progress of the bake on stderr.
     QImage bakedPicture(const QStringList &arguments)
     {
         const QString target = _files.path("baked.png");
@@ -323,7 +323,7 @@ protected:
         return QImage(target);
     }
 
-    /// What the ball, seen from the front, mirrors towards a direction.
+    /// The colour of the ball, seen from the front, where it mirrors a direction.
     static QColor mirrored(const QImage &image, const QVector3D &direction)
     {
         const QVector3D normal = (direction.normalized() + kZ).normalized();
@@ -341,7 +341,7 @@ protected:
     const QStringList _front{"--view", "0,0", "--size", "320x240"};
 };
 
-TEST_F(ZelviewEnvironmentPictureTest, AMirrorBallShowsEachEighthOfTheWorldInItsDirection)
+TEST_F(ZelviewEnvironmentPictureTest, AMirrorBallShowsEachOctantInItsDirection)
 {
     const QString ball = writeBalls(_files, {{1.0, 0.0}});
     const QString panoramic = writeExr(_files, "panorama.exr", panorama(256, labelOf));
@@ -372,7 +372,7 @@ TEST_F(ZelviewEnvironmentPictureTest, WhiteBallsVanishInEvenLight)
     const QString even = writeExr(
         _files, "even.exr", panorama(32, [](const QVector3D &) { return QVector3D(0.5f, 0.5f, 0.5f); }));
     int visible = 0;
-    for (const int rows : {48, 2}) { // smooth ones, and ones with edges that the normals do not have
+    for (const int rows : {48, 2}) { // smooth balls, and balls whose edges the normals do not show
         const QString balls = writeBalls(_files, {{0.0, 0.0}, {0.0, 1.0}, {1.0, 0.3}, {1.0, 1.0}}, rows);
         const QImage image = bakedPicture(_front + QStringList{balls, "--env", even});
         for (int i = 0; i < image.width() * image.height(); ++i) {
@@ -380,10 +380,10 @@ TEST_F(ZelviewEnvironmentPictureTest, WhiteBallsVanishInEvenLight)
             visible += difference(color, screenColor({0.5f, 0.5f, 0.5f})) > 3;
         }
     }
-    EXPECT_LT(visible, 10); // where ambient occlusion sees what is not there
+    EXPECT_LT(visible, 10); // pixels with false occlusion
 }
 
-TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
+TEST_F(ZelviewEnvironmentPictureTest, UnusableEnvironmentsPrintOneLine)
 {
     const QString wall = _files.writeWall("wall.obj", 1, 1);
     const QString sound = writeExr(_files, "sound.exr", panorama(32, labelOf));
@@ -392,27 +392,29 @@ TEST_F(ZelviewEnvironmentPictureTest, EnvironmentsThatCannotBeUsedGiveOneLine)
     const QByteArray whole = _files.read("sound.exr");
     const std::vector<Refusal> refusals = {
         {{wall, "--env", _files.path("none.exr")}, 2, "there is no file"},
-        {{wall, "--env", _files.path(QString())}, 2, "is not a file that can be read"},
+        {{wall, "--env", _files.path(QString())}, 2, "is not a readable file"},
         {{wall, "--env", wall}, 3, "wall.obj' cannot be read"},
         {{wall, "--env", _files.write("cut.exr", whole.left(200))}, 3, "cut.exr' cannot be read: "},
         {{wall, "--env", _files.write("half.exr", whole.left(whole.size() / 2))},
          3,
          "half.exr' cannot be read: "},
-        {{wall, "--env", writeExr(_files, "oblong.exr", oblong)}, 3, "is no environment: 64x8 is neither"},
+        {{wall, "--env", writeExr(_files, "oblong.exr", oblong)},
+         3,
+         "is not an environment image: 64x8 is neither"},
         {{wall, "--env", writeExr(_files, "dot.exr", panorama(4, labelOf))}, 3, "is too small"},
-        {{wall, "--env", sound, "--env-layout", "strip"}, 3, "is no strip: its 32x16 texels"},
+        {{wall, "--env", sound, "--env-layout", "strip"}, 3, "is not a strip: its 32x16 texels"},
         {{wall, "--env", sound, "--env-layout", "ball"},
          1,
          "--env-layout takes 'latlong', 'cross' or 'strip'"},
         {{wall, "--env", sound, "--env-blur", "nan"}, 1, "--env-blur takes a number from 0 to 1"},
-        {{wall, "--env-rotation", "20"}, 1, "--env-rotation goes with --env"},
+        {{wall, "--env-rotation", "20"}, 1, "--env-rotation needs --env"},
         {{wall, "--aa", "taa"}, 1, "--aa takes 'none', 'fxaa' or 'smaa', not 'taa'"},
-        {{writePng(_files, "image.png", strip()), "--env", sound}, 1, "--env goes with models"},
+        {{writePng(_files, "image.png", strip()), "--env", sound}, 1, "--env applies to models"},
     };
     expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }
 
-/// Mean of the squared differences of all channels.
+/// The mean of the squared differences of all channels.
 double meanSquareDifference(const QImage &a, const QImage &b)
 {
     double sum = 0.0;
@@ -425,7 +427,7 @@ double meanSquareDifference(const QImage &a, const QImage &b)
     return sum / (3.0 * a.width() * a.height());
 }
 
-TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersComeNearerToManySamples)
+TEST_F(ZelviewEnvironmentPictureTest, EdgeFiltersApproachManySamples)
 {
     const QStringList arguments{
         _files.writeWall("wall.obj", 4, 3), "--view", "27,14", "--size", "320x240", "--lights", "none"};

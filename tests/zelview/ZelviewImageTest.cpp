@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Four rows of four RGB8 texels: the upper left quarter of the first row on is red, then as in fourColours().
+/// Four rows of four RGB8 texels, in quarters as in fourColours(), the red one in the first rows.
 QByteArray fourColourTexels()
 {
     QByteArray texels;
@@ -49,7 +49,7 @@ TEST_F(ZelviewImageTest, APlainImageOfTheSizeOfThePictureComesOutExactly)
     EXPECT_TRUE(line("image").contains(", loaded in ")) << qPrintable(_last.output);
 }
 
-TEST_F(ZelviewImageTest, KtxImagesAreUprightByWhatTheirMetadataSay)
+TEST_F(ZelviewImageTest, KtxImagesAreUprightByTheirMetadata)
 {
     KtxFile file = rgbFile(4);
     file.levels.append({48, fourColourTexels()});
@@ -72,7 +72,7 @@ TEST_F(ZelviewImageTest, KtxImagesAreUprightByWhatTheirMetadataSay)
     EXPECT_EQ(line("metadata"), "metadata  Some");
 }
 
-TEST_F(ZelviewImageTest, ACubeMapIsAStripOfItsFacesAndOneFaceStandsAlone)
+TEST_F(ZelviewImageTest, ACubeMapIsAStripOfItsFacesAndOneFaceCanBeShownAlone)
 {
     KtxFile file = rgbFile(4);
     file.faces = 6;
@@ -121,7 +121,7 @@ TEST_F(ZelviewImageTest, ExposureBrightensLightAndHighlightsKeepTheirShape)
     const auto upper = [&](const char *exposure) {
         const QImage image = picture({path, "--exposure", exposure, "--size", "40x20"});
         EXPECT_LT(image.pixelColor(20, 15).red(), 256);
-        EXPECT_GT(image.pixelColor(20, 15).red(), image.pixelColor(20, 5).red()); // never both white
+        EXPECT_GT(image.pixelColor(20, 15).red(), image.pixelColor(20, 5).red()); // at most one is white
         return image.pixelColor(20, 5).red();
     };
     EXPECT_NEAR(upper("0"), 137, 1); // sRGB of 0.25
@@ -142,7 +142,7 @@ TEST_F(ZelviewImageTest, TransparentPartsShowACheckerboard)
     EXPECT_GT(std::abs(one.red() - other.red()), 20);
 }
 
-TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
+TEST_F(ZelviewImageTest, ImagesThatCannotBeShownPrintOneLine)
 {
     const QString sound = _files.write("sound.png", fourColours());
     KtxFile array = rgbFile(4);
@@ -171,8 +171,8 @@ TEST_F(ZelviewImageTest, ImagesThatCannotBeShownGiveOneLine)
         {{sound, "--level", "5"}, 1, "there is no level 5: '" + sound + "' has 5, counted from 0"},
         {{sound, "--face", "1"}, 1, "there is no face 1"},
         {{sound, "--exposure", "bright"}, 1, "--exposure takes a number"},
-        {{sound, "--view", "0,0"}, 1, "--view goes with models"},
-        {{model, "--level", "0"}, 1, "--level goes with images"},
+        {{sound, "--view", "0,0"}, 1, "--view applies to models"},
+        {{model, "--level", "0"}, 1, "--level applies to images"},
     };
     expectRefusals(refusals, {"--offscreen", _files.path("out.png")});
 }

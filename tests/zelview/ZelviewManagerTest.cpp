@@ -11,7 +11,7 @@ QByteArray plainTile(const QColor &color)
     return pngOf(image);
 }
 
-/// So fine that far levels of it are drawn, and of another mean from texel to texel there.
+/// So fine that high mip levels are drawn, whose texels still differ.
 QByteArray fineGrain()
 {
     QImage image(1024, 1024, QImage::Format_RGB32);
@@ -29,7 +29,7 @@ QByteArray fineGrain()
 class ZelviewManagerTest : public ZelviewPictureTest
 {
 protected:
-    /// Red, green and blue at 1001, 1002 and 1011; none at 1012.
+    /// Writes red, green and blue tiles 1001, 1002 and 1011; there is no 1012.
     void writeTiles()
     {
         _files.write("t.1001.png", plainTile(QColor(200, 0, 0)));
@@ -37,7 +37,8 @@ protected:
         _files.write("t.1011.png", plainTile(QColor(0, 0, 200)));
     }
 
-    /// Two squares of different textures side by side, over two units of texture coordinates, and red without one above.
+    /// Writes two squares with different textures side by side, over two units of texture coordinates, and above them a red
+    /// one without texture.
     QString writeModel(const char *map)
     {
         _files.write("four.png", fourColours());
@@ -54,7 +55,7 @@ protected:
     const QStringList _front{"--view", "0,0", "--size", "100x100"};
 };
 
-TEST_F(ZelviewManagerTest, ThePictureIsTheSameByEveryManagerThatTheDriverHas)
+TEST_F(ZelviewManagerTest, ThePictureIsTheSameWithEverySupportedManager)
 {
     _files.write("fine.png", fineGrain());
     const QStringList common = _front + QStringList{writeModel("fine.png")};
@@ -88,8 +89,8 @@ TEST_F(ZelviewManagerTest, TilesAreAPlaneWithAHoleWhereOneIsMissing)
     const Ending ending = runZelview(
         _front
         + QStringList{"--udim", _files.path("t.<UDIM>.png"), "--manager", "sampler", "--offscreen", target});
-    EXPECT_EQ(ending.errors, "zelview: texture 't.<UDIM>.png' has tiles, of which the manager "
-                             "'sampler' shows the first alone\n");
+    EXPECT_EQ(ending.errors, "zelview: texture 't.<UDIM>.png' has tiles; the manager "
+                             "'sampler' shows only the first\n");
     EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0}));
 }
 
@@ -99,11 +100,11 @@ TEST_F(ZelviewManagerTest, ReportsTexturesThatItScalesIntoSlots)
     for (const int width : {16384, 48, 16, 32, 64, 128, 256, 512, 1024}) {
         QImage(width, 1, QImage::Format_RGB32).save(_files.path(QString("t.%1.png").arg(tile++)));
     }
-    const QStringList told =
+    const QStringList lines =
         runZelview({"--udim", _files.path(QString()), "--offscreen", _files.path("out.png")}).errorLines();
-    ASSERT_EQ(told.size(), 2) << qPrintable(told.join('\n'));
-    EXPECT_TRUE(holds(told[0], "1 texture is scaled down to the largest slot of the manager 'array', "));
-    EXPECT_TRUE(holds(told[1], "the manager 'array' has too few slots, and scales textures: "));
+    ASSERT_EQ(lines.size(), 2) << qPrintable(lines.join('\n'));
+    EXPECT_TRUE(holds(lines[0], "1 texture is scaled down to the largest slot of the manager 'array', "));
+    EXPECT_TRUE(holds(lines[1], "the manager 'array' has too few slots and scales textures: "));
 }
 
 TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
@@ -112,14 +113,14 @@ TEST_F(ZelviewManagerTest, TexturesOfModelsMayBeTiles)
     for (const char *name : {"t.<UDIM>.png", "t.1001.png"}) {
         const QImage image = picture(_front + QStringList{writeModel(name)});
         EXPECT_TRUE(holds(_last.output, "textures by array\n"));
-        // The first square is the picture's left half but for the margins, below a strip.
+        // The first square is the left half of the picture without the margins, below a strip.
         EXPECT_EQ(leadingChannel(image.pixelColor(15, 75)), 0) << name;
         EXPECT_EQ(leadingChannel(image.pixelColor(40, 75)), 1) << name;
         EXPECT_EQ(leadingChannel(image.pixelColor(15, 50)), 2) << name;
     }
 }
 
-TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
+TEST_F(ZelviewManagerTest, WrongManagersAndTilesPrintOneLineAndSetTheExitCode)
 {
     writeTiles();
     const QString model = writeModel("four.png");
@@ -131,8 +132,8 @@ TEST_F(ZelviewManagerTest, WrongManagersAndTilesGiveOneLineAndTheirExitCode)
         {{model, "--manager", "fast"},
          1,
          "--manager takes 'sampler', 'array', 'array-bindless' or 'bindless'"},
-        {{_files.path("t.1001.png"), "--manager", "array"}, 1, "--manager goes with models"},
-        {{model, "--udim", _files.path(QString())}, 1, "--udim takes the place of a FILE"},
+        {{_files.path("t.1001.png"), "--manager", "array"}, 1, "--manager applies to models"},
+        {{model, "--udim", _files.path(QString())}, 1, "--udim and FILE exclude each other"},
         {{"--udim", _files.path("two")}, 1, "holds several sets of tiles; name one, such as"},
         {{"--udim", _files.path("empty")}, 2, "has no tiles"},
         {{"--udim", _files.path("none.<UDIM>.png")}, 2, "has no tiles"},

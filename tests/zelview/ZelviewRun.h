@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <vector>
 
-/// How a run of zelview ended.
+/// The result of a run of zelview.
 struct Ending
 {
     int code;
@@ -40,7 +40,7 @@ inline Ending runZelviewOnce(const QStringList &arguments, const QProcessEnviron
 inline Ending runZelview(const QStringList &arguments, const QProcessEnvironment &environment)
 {
     const Ending ending = runZelviewOnce(arguments, environment);
-    // Once in thousands of runs the leak checker crashes where a thread of the driver is just ending, behind main().
+    // Once in thousands of runs the leak checker crashes after main(), while a thread of the driver ends.
     const bool hasCheckerCrashed = ending.errors.contains("LeakSanitizer has encountered a fatal error");
     return hasCheckerCrashed ? runZelviewOnce(arguments, environment) : ending;
 }
@@ -58,7 +58,7 @@ inline QByteArray pngOf(const QImage &image)
     return bytes;
 }
 
-/// A PNG of four quarters: red, green, blue and white, row by row from the top.
+/// A PNG with four quarters: red, green, blue and white, row by row from the top.
 inline QByteArray fourColours()
 {
     QImage image(32, 32, QImage::Format_RGB32);
@@ -73,7 +73,7 @@ inline QByteArray fourColours()
 
 inline const std::vector<int> kFourColours{0, 1, 2, -1};
 
-/// A call that cannot be carried out, how it ends, and words of the line that says why.
+/// A call that fails, its exit code, and words of the line that states the reason.
 struct Refusal
 {
     QStringList arguments;
@@ -81,11 +81,11 @@ struct Refusal
     QString words;
 };
 
-/// Runs zelview in a folder of files of its own.
+/// Runs zelview with files in a temporary folder.
 class ZelviewPictureTest : public testing::Test
 {
 protected:
-    /// The picture that the arguments give, read back from its file; null, with a failure, when there is none.
+    /// The picture for these arguments, read from its file. Null, with a failure of the test, if there is none.
     QImage picture(const QStringList &arguments)
     {
         const QString target = _files.path(QString("picture%1.png").arg(_pictures++));
@@ -95,7 +95,7 @@ protected:
         return QImage(target);
     }
 
-    /// Each is answered by one line, and leaves no file behind.
+    /// Checks that each call prints one line and writes no file.
     void expectRefusals(const std::vector<Refusal> &refusals, const QStringList &more = {})
     {
         const QStringList before = _files.names();
@@ -111,7 +111,7 @@ protected:
         EXPECT_EQ(_files.names(), before);
     }
 
-    /// The line of the last run's output that begins so.
+    /// The line of the last run's output that starts with \a head.
     QString line(const QString &head) const
     {
         for (const QString &line : _last.output.split('\n')) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Shines in one colour, whatever the light.
+/// A material that emits one colour, for every light.
 QByteArray glowing(const char *name, const char *color, const char *more = "")
 {
     return QByteArray(R"({"name":")") + name + R"(","emissiveFactor":)" + color
@@ -20,7 +20,7 @@ const QByteArray kBlue = "[0,0,1]";
 class ZelviewSceneTest : public ZelviewPictureTest
 {
 protected:
-    /// Squares in a row, as far as they are seen, from x = 0 to \a columns.
+    /// The dominant channels of a row of squares from x = 0 to \a columns.
     std::vector<int> row(const QStringList &arguments, int columns)
     {
         const QImage image = picture(_front + arguments);
@@ -35,9 +35,9 @@ protected:
     const QStringList _front{"--view", "0,0", "--size", "160x40", "--samples", "1"};
 };
 
-TEST_F(ZelviewSceneTest, ThePictureIsTheSameByEveryMechanismManagerAndSplit)
+TEST_F(ZelviewSceneTest, ThePictureIsTheSameWithEveryMechanismManagerAndSplit)
 {
-    // Maps of each kind, a second object of the first material, and glass over both.
+    // Maps of each kind, a second object with the first material, and glass before both.
     const QString model = _files.writeSquares(
         "m.gltf",
         R"([{"mesh":0},{"mesh":0,"translation":[1,0,0],"scale":[-1,2,1]},{"mesh":1,"translation":[0.2,0.2,0.1]}])",
@@ -94,7 +94,7 @@ TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
                       {"type":"orthographic","orthographic":{"xmag":1,"ymag":1,"znear":0.1,"zfar":400}}])");
     const auto channels = [&](const char *camera) {
         const QImage image = picture({model, "--camera", camera, "--size", "100x100", "--samples", "1"});
-        // The middle, and either side of the upper border of the square: half the view's height each.
+        // The centre, and both sides of the upper edge of the square, which is half as high as the view.
         return std::vector<int>{leadingChannel(image.pixelColor(50, 50)),
                                 leadingChannel(image.pixelColor(50, 30)),
                                 leadingChannel(image.pixelColor(50, 20))};
@@ -108,9 +108,9 @@ TEST_F(ZelviewSceneTest, CamerasOfTheFileShowWhatTheyLookAt)
               QString("zelview: there is no camera 'up': '%1' has 'left', 'right'\n").arg(model));
 }
 
-TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
+TEST_F(ZelviewSceneTest, PickingPrintsTheFrontmostMaterialForNumbersOfAnySize)
 {
-    // More materials than a stencil counts; the last one is glass in front of the first two.
+    // More materials than a stencil can count; the last one is glass in front of the objects of the first two.
     QStringList nodes, materials;
     for (int i = 0; i < 299; ++i) {
         nodes += QString(R"({"mesh":%1,"translation":[%2,%3,0]})").arg(i).arg(i % 20).arg(i / 20);
@@ -131,7 +131,7 @@ TEST_F(ZelviewSceneTest, PickingTellsTheFrontmostMaterialByNumbersOfAnySize)
     EXPECT_TRUE(line("pick").endsWith(" 1")) << qPrintable(line("pick")); // the plane of the glass
 }
 
-TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
+TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrAtFullCapacity)
 {
     const QString wall = _files.writeWall("wall.obj", 4, 3);
     const Ending fitting = runZelview({wall, "--print-plan"});
@@ -151,14 +151,14 @@ TEST_F(ZelviewSceneTest, ThePlansArePrintedForAModelOrWithAllTheirRoom)
     EXPECT_TRUE(whole.output.contains("uniform sampler2D u_fObjectSampler;\n"));
 }
 
-TEST_F(ZelviewSceneTest, StatisticsCountWhatTheFramesOfAFlightMake)
+TEST_F(ZelviewSceneTest, StatisticsCountTheFramesOfAFlight)
 {
     const QStringList common{"--size", "64x36", "--samples", "1"};
     picture(common + QStringList{_files.writeWall("wall.obj", 4, 3), "--stats"});
     EXPECT_EQ(line("scene"), "scene     3 drawables, 12 commands drawn, 0 culled; 24 triangles");
     EXPECT_TRUE(line("memory").endsWith(" KB on the GPU, without textures")) << qPrintable(line("memory"));
     const QRegularExpression calls(
-        "^calls     (\\d+) GL calls, (\\d+) changes of state, (\\d+) of them redundant$");
+        "^calls     (\\d+) GL calls, (\\d+) state changes, (\\d+) of them redundant$");
     const auto counts = calls.match(line("calls"));
     ASSERT_TRUE(counts.hasMatch()) << qPrintable(line("calls"));
     EXPECT_GE(counts.captured(1).toInt(), 12 + counts.captured(2).toInt());

@@ -1,10 +1,10 @@
-// Shadows in pictures of a box above a floor: where they must be and where not.
+// Shadows in pictures of a box above a floor: where they must be, and where they must not be.
 
 #include "ShownModel.h"
 #include "ZelviewRun.h"
 
-#include "ModelLoader.h"
-#include "OrbitCamera.h"
+#include "scene/ModelLoader.h"
+#include "scene/OrbitCamera.h"
 
 #include "../support/TestContext.h"
 
@@ -14,12 +14,12 @@ using namespace zelview;
 
 namespace {
 
-/// A floor of 8 by 8 units, and one unit above it a box of one unit, that a light shines on from above. The normals of the
-/// floor lean off it, like those of coarse meshes that are to look smooth.
+/// A floor of 8 by 8 units, and one unit above it a box of one unit, lit from above. The normals of the floor are not
+/// perpendicular to it, like those of coarse meshes with smooth shading.
 class BoxAboveFloor
 {
 public:
-    /// The path of a model. \a light: what its node says, and what the light itself.
+    /// Writes a model, and returns its path. \a node, \a light: JSON members of the light's node and of the light.
     QString write(const QString &node, const QString &light, bool doesBoxCast) const
     {
         const auto addQuad = [](QVector<QVector3D> &to, const QVector3D &corner, const QVector3D &u,
@@ -83,13 +83,13 @@ protected:
                        + more);
     }
 
-    /// Whether the box darkens the floor there and nowhere else, whatever the light does by itself.
+    /// Expects that the box darkens the floor at \a shadowed and not elsewhere, compared with the light without the box.
     void expectShadow(const QString &node, const QString &light, const QVector3D &shadowed,
                       const QStringList &more = {})
     {
         const QString file = _box.write(node, light, true);
         const QImage with = pictureOf(file, more);
-        const QImage without = pictureOf(_box.write(node, light, false), more); // what is blended casts none
+        const QImage without = pictureOf(_box.write(node, light, false), more); // blended materials cast no shadow
 
         constexpr float kAspect = float(kWidth) / kHeight;
         OrbitCamera camera(0.0f, kElevation);
@@ -149,9 +149,9 @@ INSTANTIATE_TEST_SUITE_P(Lights, ZelviewShadowKindTest,
                                          Row{"PointVariance", kPoint, {"--variance"}}),
                          [](const testing::TestParamInfo<Row> &row) { return row.param.name; });
 
-TEST_F(ZelviewShadowTest, AMirroredNodeMirrorsTheWayOfItsLight)
+TEST_F(ZelviewShadowTest, AMirroredNodeMirrorsTheDirectionOfItsLight)
 {
-    // -z goes down and to +x, in a frame of x = (0, 0, 1), y = (c, s, 0), z = (-s, c, 0); the second has all x negated.
+    // -z points down and to +x, in the frame x = (0, 0, 1), y = (c, s, 0), z = (-s, c, 0); the second matrix negates all x.
     const char *kMatrices[] = {"0,0,1,0, 0.866,0.5,0,0, -0.5,0.866,0,0, -1.5,4.1,0,1",
                                "0,0,1,0, -0.866,0.5,0,0, 0.5,0.866,0,0, 1.5,4.1,0,1"};
     for (const QString &light : {kSun, kSpot}) {
@@ -175,7 +175,7 @@ protected:
         return {options, QSize(160, 120)};
     }
 
-    /// What the next frame says of shadows.
+    /// The line of the next frame about shadows.
     static QString report(ShownModel &model)
     {
         model.prepare();
@@ -192,7 +192,7 @@ TEST_F(ZelviewShadowFrameTest, OnlyLayersWhoseProjectionChangedAreRendered)
         const QString &light;
         QString layers;
         int first;
-        int afterTurn; ///< cascades follow the view; a spot light is the same wherever it is seen from
+        int afterTurn; ///< cascades follow the view; the layer of a spot light does not depend on it
     } rows[] = {{kSun, "4 layers", 4, 4}, {kSpot, "1 layer", 1, 0}};
     for (const auto &row : rows) {
         ShownModel model = shown(row.light, LightRig::eFile);
@@ -204,18 +204,18 @@ TEST_F(ZelviewShadowFrameTest, OnlyLayersWhoseProjectionChangedAreRendered)
     }
 }
 
-TEST_F(ZelviewShadowFrameTest, WhatStandsBetweenALightAndTheViewCastsItsShadow)
+TEST_F(ZelviewShadowFrameTest, CastersBetweenALightAndTheViewCastShadows)
 {
     for (const ShadowKind kind : {ShadowKind::eDepth, ShadowKind::eVariance}) {
         ShownModel model = shown(kPoint, LightRig::eFile, kind);
         model->drag(Exhibit::eMove, {0.0f, -0.02f});
-        model->zoom(27); // nothing but floor, in the shadow of the box's upper half
+        model->zoom(27); // only floor is visible, in the shadow of the upper half of the box
         const QImage floor = model.picture();
         EXPECT_GT(floor.pixelColor(80, 3).green(), floor.pixelColor(80, 34).green() + 50);
     }
 }
 
-TEST_F(ZelviewShadowFrameTest, KeysShowGroundLayersCascadesAndVolumesAndTakeThemAway)
+TEST_F(ZelviewShadowFrameTest, KeysShowAndHideGroundLayersCascadesAndVolumes)
 {
     ShownModel model = shown(kSun, LightRig::eSun);
     const QImage plain = model.picture();

@@ -9,10 +9,10 @@ namespace {
 class ZelviewTest : public ZelviewPictureTest
 {
 protected:
-    /// Counts squares of a wall, seen from the front, that do not have their colour.
+    /// Counts squares of a wall, seen from the front, that have the wrong colour.
     int wrongSquares(const QImage &image, int columns, int rows)
     {
-        // The framing leaves a margin of a tenth in the direction that is tight; find the wall's middle from that.
+        // Framing leaves a margin of a tenth in the tight direction, from which the size of a square follows.
         const double unit = std::min(0.9 * image.width() / columns, 0.9 * image.height() / rows);
         int wrong = 0;
         for (int i = 0; i < columns * rows; ++i) {
@@ -26,7 +26,7 @@ protected:
 
 const QStringList kFront{"--view", "0,0"};
 
-TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
+TEST_F(ZelviewTest, WrongCallsAndFilesPrintOneLineSetTheExitCodeAndWriteNoPicture)
 {
     const QString wall = _files.writeWall("wall.obj", 1, 1);
     const QString text = _files.write("text.obj", "To be, or not to be.\n");
@@ -41,21 +41,21 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
     const QString folder = _files.path(QString());
     const QString target = _files.path("out.png");
     expectRefusals({
-        {{}, 1, "no FILE is named"},
-        {{wall, wall}, 1, "one FILE is shown at a time, not 2: '" + wall + "', '" + wall + "'"},
+        {{}, 1, "no FILE is given"},
+        {{wall, wall}, 1, "zelview shows one FILE at a time, not 2: '" + wall + "', '" + wall + "'"},
         {{wall, "--colour"}, 1, "Unknown option 'colour' (see"},
         {{wall, "--offscreen"}, 1, "Missing value after '--offscreen'"},
         {{wall, "--offscreen", ""}, 1, "--offscreen takes the name of a file"},
         {{wall, "--offscreen", "out.JPG"}, 1, "--offscreen writes PNG"},
-        {{wall, "--lights", "none", "--variance"}, 1, "--variance goes with --lights other than 'none'"},
-        {{wall, "--stress", "9"}, 1, "--stress takes the place of a FILE"},
+        {{wall, "--lights", "none", "--variance"}, 1, "--variance needs --lights other than 'none'"},
+        {{wall, "--stress", "9"}, 1, "--stress and FILE exclude each other"},
         {{"--stress", "0"}, 1, "--stress takes a number from 1"},
-        {{wall, "--frames", "9"}, 1, "--frames goes with --stress and --offscreen"},
-        {{wall, "--pick", "0,0"}, 1, "--pick goes with --offscreen"},
-        {{wall, "--offscreen", wall}, 1, "the picture would overwrite what it shows"},
-        {{wall, "--env", text, "--offscreen", text}, 1, "the picture would overwrite what it shows"},
-        {{"--udim", folder, "--offscreen", tile}, 1, "the picture would overwrite what it shows"},
-        {{tile, "--print-plan"}, 1, "--print-plan goes with models; '" + tile + "' is an image"},
+        {{wall, "--frames", "9"}, 1, "--frames needs --stress and --offscreen"},
+        {{wall, "--pick", "0,0"}, 1, "--pick needs --offscreen"},
+        {{wall, "--offscreen", wall}, 1, "the picture would overwrite a file that it shows"},
+        {{wall, "--env", text, "--offscreen", text}, 1, "the picture would overwrite a file that it shows"},
+        {{"--udim", folder, "--offscreen", tile}, 1, "the picture would overwrite a file that it shows"},
+        {{tile, "--print-plan"}, 1, "--print-plan applies to models; '" + tile + "' is an image"},
         {{wall, "--offscreen", _files.path("none/out.png")}, 2, "there is no folder"},
         {{wall, "--offscreen", folder}, 2, "it is not a plain file"},
         {{wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
@@ -71,7 +71,7 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{wall, "--view", "1,2,3"}, 1, "--view takes AZIMUTH,ELEVATION"},
             {{wall, "--draw-id", "fast"}, 1, "--draw-id takes"},
             {{wall, "--lights", "moon"}, 1, "--lights takes 'none', 'sun', 'rig' or 'file', not 'moon'"},
-            {{wall, "--lights", "file"}, 1, "--lights file: there are no lights in"},
+            {{wall, "--lights", "file"}, 1, "wall.obj' has no lights"},
             {{wall, "--csm", "9"}, 1, "--csm takes a number from 1 to 8, not '9'"},
             {{wall, "--mechanism", "fast"}, 1, "--mechanism takes 'ubo', 'uniform', "},
             {{wall, "--camera", "0"}, 1, "there is no camera '0': "},
@@ -80,9 +80,9 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{"--stress", "9", "--camera", "0"}, 1, "'0': the scene of --stress has none"},
             {{"--stress", "9", "--level", "0"},
              1,
-             "--level goes with images; the scene of --stress is a model"},
+             "--level applies to images; the scene of --stress is a model"},
             {{_files.path("none.glb")}, 2, "there is no file"},
-            {{folder}, 2, "is not a file that can be read"},
+            {{folder}, 2, "is not a readable file"},
             {{text}, 3, "text.obj' holds no triangles"},
             {{unknown}, 3, "notes.txt' cannot be understood: it is neither a model nor an image of a known"},
             {{_files.write("empty.glb", "")}, 3, "empty.glb' cannot be understood: it is empty"},
@@ -94,10 +94,10 @@ TEST_F(ZelviewTest, WrongCallsAndWrongFilesGiveOneLineTheirExitCodeAndNoPicture)
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{wall, "--env", rgbe}, 3, "cannot be read: it is a Radiance image that begins with '#?RGBE'"},
             {{_files.write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n")}, 3, "holds no triangles"},
-            {{endless}, 3, "no numbers or out of range"},
+            {{endless}, 3, "not finite or out of range"},
         },
         {"--offscreen", target});
-    if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process when memory is refused
+    if (!ZELGL_ADDRESS_SANITIZER) { // which ends the process if memory runs out
         expectRefusals({{{boast, "--offscreen", target}, 3, "boast.off' needs too much memory for a file"}});
     }
 }
@@ -109,7 +109,7 @@ TEST_F(ZelviewTest, WithoutADisplayOneLineSaysSo)
     for (const char *display : {"", ":4711"}) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("DISPLAY", QLatin1String(display));
-        environment.remove("XDG_RUNTIME_DIR"); // of which Qt would speak, too
+        environment.remove("XDG_RUNTIME_DIR"); // Qt would log about it, too
         for (const QStringList &arguments : {QStringList{wall, "--offscreen", target}, QStringList{wall}}) {
             const Ending ending = runZelview(arguments, environment);
             EXPECT_EQ(ending.code, 4);
@@ -158,7 +158,7 @@ TEST_F(ZelviewTest, APictureShowsTheModelInItsColoursUprightAndWhole)
 
 TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
 {
-    // More squares of a colour than a block of 16 KB, the least that GL grants, can hold.
+    // More squares of a colour than fit into a block of 16 KB, the least limit that GL allows.
     const QString wall = _files.writeWall("wall.obj", 20, 10);
     const QStringList common = kFront + QStringList{wall, "--size", "400x200"};
     const QImage plain = picture(common);
@@ -184,7 +184,7 @@ TEST_F(ZelviewTest, BothDrawIDPathsAndSplitBlocksGiveTheSamePicture)
 
 TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
 {
-    // A corner of a white room seen from outside: three squares that face different ways and share vertices.
+    // The corner of a white cube, seen from outside: three squares that face different directions and share vertices.
     const QString corner =
         _files.write("corner.off", "OFF\n7 3 0\n1 0 0\n1 1 0\n0 1 0\n0 0 1\n1 0 1\n1 1 1\n0 1 1\n"
                                    "4 3 4 5 6\n4 4 0 1 5\n4 6 5 1 2\n");
@@ -196,7 +196,7 @@ TEST_F(ZelviewTest, FacesWithoutNormalsAreShadedByTheirDirection)
     EXPECT_GT(std::abs(left - right), 15);
     EXPECT_GT(std::abs(left - top), 15);
     EXPECT_GT(std::abs(right - top), 15);
-    EXPECT_NEAR(right, at(110, 100), 10); // flat up to where the three meet
+    EXPECT_NEAR(right, at(110, 100), 10); // uniform up to the corner
 }
 
 TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
@@ -204,7 +204,7 @@ TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
     const QString niche = _files.write(
         "niche.obj", "v 0 0 0\nv 4 0 0\nv 4 0 4\nv 0 0 4\nv 4 2 0\nv 0 2 0\nf 1 2 3 4\nf 1 2 5 6\n");
     const QImage image = picture({niche, "--view", "0,40", "--size", "200x200"});
-    // Down the middle of the picture: the wall, the corner, the floor.
+    // From top to bottom at the centre of the picture: the wall, the corner, the floor.
     int darkest = 255;
     int place = 0;
     for (int y = 0; y < 200; ++y) {
@@ -218,7 +218,7 @@ TEST_F(ZelviewTest, CornersBetweenSurfacesDarken)
     EXPECT_LT(darkest, image.pixelColor(100, place - 20).lightness() - 10);
 }
 
-TEST_F(ZelviewTest, WhatIsAtOneEdgeOfThePictureLeavesTheOtherBright)
+TEST_F(ZelviewTest, ASurfaceAtOneEdgeOfThePictureDoesNotDarkenTheOther)
 {
     const QString model = _files.writeSquares(
         "slabAtTheRightEdge.gltf",
@@ -230,10 +230,10 @@ TEST_F(ZelviewTest, WhatIsAtOneEdgeOfThePictureLeavesTheOtherBright)
     EXPECT_NEAR(image.pixelColor(1, 50).lightness(), image.pixelColor(25, 50).lightness(), 3);
 }
 
-TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
+TEST_F(ZelviewTest, TransparentMaterialsShowWhatIsBehindThem)
 {
     _files.write("glass.mtl", "newmtl red\nKd 0.9 0 0\nnewmtl glass\nKd 0 0 0.9\nd 0.3\n");
-    // The glass comes first in the file, covers the left half, and stands nearer to the eye.
+    // The glass is first in the file, covers the left half, and is nearer to the eye.
     const QString glass = _files.write("glass.obj", "mtllib glass.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\n"
                                                     "v 0 0 0.1\nv 1 0 0.1\nv 1 2 0.1\nv 0 2 0.1\n"
                                                     "usemtl glass\nf 5 6 7 8\nusemtl red\nf 1 2 3 4\n");
@@ -245,7 +245,7 @@ TEST_F(ZelviewTest, TransparentMaterialsLetThroughWhatIsBehind)
     EXPECT_GT(through.red(), 120);
 }
 
-TEST_F(ZelviewTest, TexturesBesideTheModelWhateverTheSlashesAndInsideOfItAreShownUpright)
+TEST_F(ZelviewTest, ExternalTexturesWithAnySlashesAndEmbeddedOnesAreShownUpright)
 {
     const QStringList view = kFront + QStringList{"--size", "100x100"};
     _files.write("four.png", fourColours());
@@ -264,7 +264,7 @@ TEST_F(ZelviewTest, TexturesBesideTheModelWhateverTheSlashesAndInsideOfItAreShow
     EXPECT_EQ(quarters(picture(view + QStringList{model})), kFourColours);
 }
 
-TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
+TEST_F(ZelviewTest, AMissingTextureIsReportedAndDrawnWhite)
 {
     const QByteArray mesh = "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n";
     const QString model = _files.write("m.obj", mesh);
@@ -274,15 +274,15 @@ TEST_F(ZelviewTest, AMissingTextureIsToldAndDrawnWhite)
     {
         const char *file;
         const char *remark;
-    } kCases[] = {{"none.png", "zelview: texture 'none.png' is missing, and drawn white\n"},
-                  {"broken.png", "zelview: texture 'broken.png' cannot be read, and is drawn white\n"}};
+    } kCases[] = {{"none.png", "zelview: texture 'none.png' is missing and is drawn white\n"},
+                  {"broken.png", "zelview: texture 'broken.png' cannot be read and is drawn white\n"}};
     for (const auto &wrong : kCases) {
         _files.write("m.mtl", QByteArray("newmtl m\nKd 0.9 0.1 0.1\nmap_Kd ") + wrong.file + "\n");
         const Ending ending =
             runZelview(kFront + QStringList{model, "--offscreen", target, "--size", "100x100"});
         EXPECT_EQ(ending.code, 0);
         EXPECT_EQ(ending.errors, QString::fromLatin1(wrong.remark));
-        EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0})); // its colour, times white
+        EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0})); // the colour of the material, times white
     }
 }
 
@@ -298,7 +298,7 @@ TEST_F(ZelviewTest, AnOldPictureIsReplacedWholeOrKept)
     EXPECT_EQ(_files.names(), (QStringList{"notes.txt", "out.png", "wall.obj", "wall.obj.mtl"}));
 }
 
-TEST_F(ZelviewTest, TheDriverHasNoComplaintsAboutAFrame)
+TEST_F(ZelviewTest, TheDriverReportsNoFaultsOfAFrame)
 {
     const QString wall = _files.writeWall("wall.obj", 3, 3);
     const Ending ending =

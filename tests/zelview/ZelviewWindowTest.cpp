@@ -2,7 +2,7 @@
 #include "PictureColours.h"
 #include "ShownModel.h"
 
-#include "Window.h"
+#include "app/Window.h"
 
 #include "../support/Print.h"
 #include "../support/TestContext.h"
@@ -17,19 +17,19 @@ using namespace zelview;
 
 namespace {
 
-/// An exhibit that shows nothing and remembers what was asked of it.
+/// An exhibit that shows nothing and records the calls.
 class Notebook : public Exhibit
 {
 public:
     QStringList describe() const override { return {}; }
 
-    Failure putUp(Programs &, const Options &) override
+    Failure createGLObjects(Programs &, const Options &) override
     {
         notes.append("up");
         return failure;
     }
 
-    void takeDown() override { notes.append("down"); }
+    void releaseGLObjects() override { notes.append("down"); }
 
     void frame(const QSize &viewport) override
     {
@@ -80,7 +80,7 @@ public:
     QSize lastViewport;
 };
 
-/// An application whose display has two pixels for each unit.
+/// An application whose display has two pixels per device-independent pixel.
 class ZelviewWindowTest : public testing::Test
 {
 protected:
@@ -90,7 +90,7 @@ protected:
         TestContext::ensureApplication();
     }
 
-    /// Lets events pass until the exhibit was drawn in this size.
+    /// Processes events until the exhibit was drawn in this size.
     void waitForFrame(const QSize &viewport)
     {
         QElapsedTimer timer;
@@ -115,7 +115,7 @@ protected:
         QMouseEvent up(QEvent::MouseButtonRelease, at, button, Qt::NoButton, Qt::NoModifier);
         QCoreApplication::sendEvent(&window, &up);
         QMouseEvent away(QEvent::MouseMove, at + QPointF(9, 9), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(&window, &away); // nothing follows a pointer without a button
+        QCoreApplication::sendEvent(&window, &away); // moving the pointer without a button has no effect
     }
 
     void type(Window &window, Qt::Key key)
@@ -137,7 +137,7 @@ protected:
     Options _options;
 };
 
-TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
+TEST_F(ZelviewWindowTest, DrawsInPixelsForwardsEventsAndReleasesTheExhibit)
 {
     _options.size = QSize(200, 100);
     {
@@ -147,7 +147,7 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
         EXPECT_EQ(_notebook.takeNotes(), (QStringList{"up", "frame 400x200"}));
 
         press(window, Qt::LeftButton, {10, 10}, {60, 35}); // in heights of the window
-        release(window, Qt::LeftButton, {60, 35});         // a drag, and no click
+        release(window, Qt::LeftButton, {60, 35});         // a drag, not a click
         press(window, Qt::MiddleButton, {10, 10}, {60, 35});
         press(window, Qt::LeftButton, {10, 10}, {60, 35}, Qt::ShiftModifier);
         EXPECT_EQ(_notebook.takeNotes(), (QStringList{"turn 0.5 0.25", "move 0.5 0.25", "move 0.5 0.25"}));
@@ -177,37 +177,37 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsHandsEventsOnAndTakesTheExhibitDown)
             waitForFrame(QSize(300, 300));
             return window.grabFramebuffer();
         };
-        const QImage told = pictureAfterF(); // text in the corner, broken where the window ends
-        EXPECT_NE(told.copy(0, 0, 150, 60), plain.copy(0, 0, 150, 60));
-        EXPECT_EQ(told.copy(280, 0, 20, 300), plain.copy(280, 0, 20, 300));
+        const QImage withStatistics = pictureAfterF(); // text in the corner, with lines broken at the width of the window
+        EXPECT_NE(withStatistics.copy(0, 0, 150, 60), plain.copy(0, 0, 150, 60));
+        EXPECT_EQ(withStatistics.copy(280, 0, 20, 300), plain.copy(280, 0, 20, 300));
         EXPECT_EQ(pictureAfterF(), plain);
         EXPECT_FALSE(window.failure());
     }
     EXPECT_EQ(_notebook.takeNotes(), (QStringList{"down"}));
 }
 
-TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBePutUp)
+TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBeCreated)
 {
     _notebook.failure = Problem{ExitCode::eInput, "torn"};
     Window window(_notebook, _options);
     window.show();
-    QGuiApplication::exec(); // ends by itself
+    QGuiApplication::exec(); // returns when the window closes
     ASSERT_TRUE(window.failure());
     EXPECT_EQ(window.failure()->text, "torn");
     EXPECT_EQ(_notebook.lastViewport, QSize()); // nothing was drawn
 }
 
-TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
+TEST_F(ZelviewWindowTest, KeysSwitchTheTextureManagerAndShowItsSlots)
 {
     ShownModel model = shownWall(2, {40, 30});
     const QImage plain = model.picture();
     EXPECT_TRUE(model.draws().endsWith("textures by sampler"));
-    EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain); // this manager has no view of itself
+    EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain); // this manager has no debug view
     EXPECT_NE(model.pictureAfter(Qt::Key_M), plain);
     EXPECT_TRUE(model.draws().endsWith("textures by array"));
     EXPECT_EQ(model.pictureAfter(Qt::Key_D), plain);
 
-    // All the way round, and again from the start.
+    // Through all managers, and back to the first.
     for (int i = 0; i < 4 && !model.draws().endsWith("sampler"); ++i) {
         EXPECT_EQ(model.pictureAfter(Qt::Key_M), plain);
     }
@@ -215,7 +215,7 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextTextureManagerAndShowItsSlots)
     EXPECT_FALSE(model->key(Qt::Key_Y));
 }
 
-TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
+TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndSelectMaterials)
 {
     const QSize size(40, 30);
     ShownModel model = shownWall(2, size);
@@ -225,13 +225,13 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
         EXPECT_TRUE(model.draws().contains(QString(" by %1 in ").arg(QLatin1String(mechanism))));
     }
 
-    // Red to the left, green to the right; rows go up.
+    // Red to the left, green to the right; the first row is the lowest.
     const auto sides = [](const QImage &image) {
         return QPair<int, int>(leadingChannel(image.pixelColor(10, 15)),
                                leadingChannel(image.pixelColor(30, 15)));
     };
     EXPECT_TRUE(model->pick({30, 15}, size).startsWith("pick      30,15: material 'm1'"));
-    EXPECT_NE(model.picture(), plain); // the selected one is marked
+    EXPECT_NE(model.picture(), plain); // the selected material is marked
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_X)), qMakePair(0, -1));
     EXPECT_EQ(model->pick({30, 15}, size), "pick      30,15: nothing");
     EXPECT_EQ(model.pictureAfter(Qt::Key_A), plain);
@@ -239,11 +239,11 @@ TEST_F(ZelviewWindowTest, KeysTakeTheNextMechanismAndChooseMaterials)
     const QString left = model->pick({10, 15}, size);
     EXPECT_TRUE(holds(left, "'m0'"));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, -1);
-    EXPECT_TRUE(model.report("material").endsWith("alone 'm0'"));
+    EXPECT_TRUE(model.report("material").endsWith("only 'm0'"));
     EXPECT_EQ(sides(model.pictureAfter(Qt::Key_O)).second, 1);
 }
 
-TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
+TEST_F(ZelviewWindowTest, AFrozenFrustumShowsGhostsOfWhatItCulls)
 {
     const QSize size(90, 30);
     ShownModel model = shownWall(9, size);
@@ -257,14 +257,14 @@ TEST_F(ZelviewWindowTest, AFrozenFrustumLeavesGhostsOfWhatItCulls)
     model->frame(size);
     const QImage all = model.picture();
     EXPECT_EQ(all.pixel(45, 15), plain.pixel(45, 15));
-    for (const int x : {9, 81}) { // the outermost: red and blue, and blue ghosts of them
+    for (const int x : {9, 81}) { // the outermost squares: red and blue, and their blue ghosts
         EXPECT_NE(all.pixel(x, 15), plain.pixel(x, 15));
         EXPECT_GT(all.pixelColor(x, 15).blue(), all.pixelColor(x, 15).red());
     }
     EXPECT_EQ(model.pictureAfter(Qt::Key_Z), plain);
 }
 
-TEST_F(ZelviewWindowTest, TilesSurviveTheWayThroughAllTextureManagers)
+TEST_F(ZelviewWindowTest, TilesSurviveSwitchingThroughAllTextureManagers)
 {
     QImage tile(8, 8, QImage::Format_RGB32);
     tile.fill(Qt::red);

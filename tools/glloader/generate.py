@@ -3,8 +3,8 @@
 
     tools/glloader/generate.py [--registry gl.xml] OUTPUT_FOLDER
 
-writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. See README.md beside this
-script for what the table holds and why.
+writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. README.md in this folder
+explains the contents of the table.
 """
 
 import argparse
@@ -16,7 +16,7 @@ import xml.etree.ElementTree as ElementTree
 REGISTRY = "/usr/share/khronos-api/gl.xml"
 NEWEST_CORE_VERSION = (3, 2)
 
-# The extensions whose flags and entry points the table carries, in the order in which the loader compares their names.
+# The extensions with flags and entry points in the table, in the order in which the loader compares their names.
 EXTENSIONS = (
     "ARB_draw_indirect",
     "ARB_multi_draw_indirect",
@@ -30,7 +30,7 @@ BANNER = "// Generated, do not edit: tools/glloader/generate.py src/GL\n"
 
 
 class Command:
-    """One GL function: its name and the C spelling of its type."""
+    """A GL function: its name and its type in C."""
 
     def __init__(self, element):
         proto = element.find("proto")
@@ -55,7 +55,7 @@ def squeeze(text):
 
 
 def core_functions(root):
-    """(version, names) for every version of the table, without what the core profile removed."""
+    """(version, names) for every version of the table, without functions that the core profile removed."""
     versions, removed = [], set()
     for feature in root.findall("feature[@api='gl']"):
         version = tuple(int(n) for n in feature.get("number").split("."))
@@ -96,17 +96,18 @@ def header(core, extensions, commands):
 /// \\file
 /// The table of OpenGL entry points.
 ///
-/// Every GL function of the core profile up to 3.2, and those of six extensions,
-/// has one exported, writable pointer `_ptrc_gl*`, null until ogl_LoadFunctions()
-/// fills it. The macros at the end let code write `glBindBuffer(...)` and call
-/// through the table; a program may replace a slot to count or fake a call.
-/// A source that calls members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES
-/// before it includes a header of the library: the macros, which would rename
-/// these members, are then left out.
+/// Each GL function of the core profile up to 3.2, and of six extensions, has an
+/// exported, writable pointer `_ptrc_gl*`, which is null until ogl_LoadFunctions()
+/// sets it. Macros at the end make `glBindBuffer(...)` call through the table; a
+/// program may replace a slot, to count or simulate calls. A source that calls
+/// members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES before it includes a
+/// header of the library: the macros, which would rename these members, are then
+/// left out.
 ///
-/// Context: ogl_LoadFunctions() and the version queries need a current context.
-/// Errors:  a missing entry point leaves its slot null and is only counted. The
-///          version queries log an assertion and return 0 while the table is empty.
+/// Context: ogl_LoadFunctions() and the version functions need a current context.
+/// Errors:  the slot of a missing entry point stays null; the function is counted.
+///          The version functions log an assertion and return 0 while the table is
+///          empty.
 /// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
 
 #include "Export.h"
@@ -124,7 +125,7 @@ def header(core, extensions, commands):
 
 extern "C" {
 
-/// 0: not advertised; 1: there, all its functions found; 1 + n: n functions missing.
+/// 0: not advertised; 1: advertised, all functions found; 1 + n: n functions missing.
 """
     )
     out += [f"extern ZELGL_EXPORT int ogl_ext_{name};\n" for name in extensions]
@@ -133,14 +134,14 @@ extern "C" {
         out += [f"extern ZELGL_EXPORT {commands[name].declarator};\n" for name in names]
     out.append(
         """
-/// Fills the table. 0 on failure, otherwise 1 + the number of core functions not found.
+/// Fills the table. Returns 0 on failure, otherwise 1 + the number of missing core functions.
 ZELGL_EXPORT int ogl_LoadFunctions();
 
-/// The version of the context of the first question, cached for the process.
+/// The version of the context that is current at the first call, cached for the process.
 ZELGL_EXPORT int ogl_GetMajorVersion();
 ZELGL_EXPORT int ogl_GetMinorVersion();
 
-/// Compares the other way round from what its name says; openGlVersionSupported() is the version test to use.
+/// Returns 1 if the arguments are at least the context's version, the reverse of its name; see openGlVersionSupported().
 ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 
 } // extern "C"
@@ -168,7 +169,7 @@ def source(core, extensions, commands):
         """
 namespace {
 
-/// Looks one function up into its slot; 1 when it is missing.
+/// Looks up a function and stores it in its slot. Returns 1 if it is missing.
 template <typename Function> int load(Function *&slot, const char *name)
 {
     slot = reinterpret_cast<Function *>(glXGetProcAddressARB(reinterpret_cast<const GLubyte *>(name)));
@@ -192,7 +193,7 @@ struct ExtensionMapRow
 {
     const char *name;
     int *flag;
-    int (*loadFunctions)(); ///< null if the extension has none
+    int (*loadFunctions)(); ///< null if the extension has no functions
 };
 
 const ExtensionMapRow kExtensionMap[] = {
@@ -213,7 +214,7 @@ void loadExtension(const char *name)
     }
 }
 
-int majorVersion = 0; ///< 0: nothing is cached yet
+int majorVersion = 0; ///< 0: not cached yet
 int minorVersion = 0;
 
 void cacheVersion()
@@ -263,7 +264,7 @@ int ogl_GetMinorVersion()
 int ogl_IsVersionGEQ(int major, int minor)
 {
     cacheVersion();
-    // Kept on purpose: the comparison runs the other way round from what the name says.
+    // Required: the comparison is the reverse of what the name says, since hosts depend on it; see GLLoaderTest.
     if (major != majorVersion) {
         return major > majorVersion ? 1 : 0;
     }

@@ -14,7 +14,7 @@ struct Point
     double y;
 };
 
-/// What a line takes from the two pixels beside an edge: from the one after it and from the one before it.
+/// The overlap of a line with the two pixels at an edge: the one after it and the one before it.
 struct Areas
 {
     double after = 0.0;
@@ -31,10 +31,10 @@ Areas operator*(double s, Areas a)
     return {s * a.after, s * a.before};
 }
 
-// Lines along rows. The edge lies on the x axis from 0 to left + right + 1; the line that the picture meant goes from
-// end to end, half a pixel up or down where an edge crosses there.
+// Lines along rows. The edge is on the x axis, from 0 to left + right + 1. The ideal line connects its ends, which are half
+// a pixel above or below the axis if an edge crosses there.
 
-/// Both signed areas between the axis and a line from \a a to \a b, in the pixel column from \a x to x + 1.
+/// The areas between the axis and a line from \a a to \a b, on both sides, in the pixel column from \a x to x + 1.
 Areas areaUnder(Point a, Point b, double x)
 {
     const double from = std::max(x, a.x);
@@ -58,7 +58,7 @@ Areas areaUnder(Point a, Point b, double x)
     return {positive(-y0, -y1), positive(y0, y1)};
 }
 
-/// Short U shapes are blended more: their two halves alone look thinner than they are.
+/// Increases the areas of short U shapes, whose two halves look too thin otherwise.
 Areas widened(double length, Areas areas)
 {
     const double t = std::min(length / 32.0, 1.0);
@@ -66,11 +66,11 @@ Areas widened(double length, Areas areas)
     return {widen(areas.after), widen(areas.before)};
 }
 
-/// What crosses at an end, in quarters of the filtered value that is read there.
+/// The edges that cross at an end, in quarters of the filtered value that is read there.
 enum Crossing { eNone = 0, eBefore = 1, eAfter = 3, eBoth = 4 };
 
-/// The areas of the pixel that has \a left pixels of the line before it and \a right behind it. Samples may lie \a offset
-/// off the centre.
+/// The areas of the pixel with \a left pixels of the line before it and \a right pixels after it. \a offset: of the sample
+/// from the pixel centre.
 Areas areaOfLine(Crossing atLeft, Crossing atRight, int left, int right, double offset)
 {
     if ((atLeft == eNone || atLeft == eBoth) && (atRight == eNone || atRight == eBoth)) {
@@ -92,7 +92,7 @@ Areas areaOfLine(Crossing atLeft, Crossing atRight, int left, int right, double 
     if (atRight == eNone) {
         return leftHalf();
     }
-    // Where both cross at one end, the one opposite to the other end counts.
+    // If both edges cross at one end, the one opposite to the crossing at the other end matters.
     if (atLeft == eBoth || atRight == eBoth) {
         return atLeft == eBoth ? whole(atRight == eBefore ? eAfter : eBefore, atRight)
                                : whole(atLeft, atLeft == eBefore ? eAfter : eBefore);
@@ -106,10 +106,10 @@ Areas areaOfLine(Crossing atLeft, Crossing atRight, int left, int right, double 
     return 0.5 * (whole(atLeft, atRight) + leftHalf() + rightHalf());
 }
 
-// Diagonals. The staircase climbs one pixel a column, its steps from (1, 0) up to (1, 1), on to (2, 1), and so on. The
-// pixel after the edge of step n is the square from (n + 1, n), the one before it the square above.
+// Diagonals. The staircase rises one pixel per column: from (1, 0) up to (1, 1), right to (2, 1), and so on. The pixel
+// after the edge of step n is the unit square at (n + 1, n), the pixel before it the square above.
 
-/// How much of the unit square at \a corner lies below the line through \a a and \a b: the square is cut by it.
+/// The area of the part of the unit square at \a corner below the line through \a a and \a b, which cuts the square.
 double areaBelow(Point a, Point b, Point corner)
 {
     const auto side = [&](Point p) { return (b.y - a.y) * (p.x - a.x) - (b.x - a.x) * (p.y - a.y); };
@@ -139,8 +139,8 @@ double areaBelow(Point a, Point b, Point corner)
     return 0.5 * twice;
 }
 
-/// Where the line may begin: at the middle of a longer last step, which is upright for 1 and lies for 2; both for 3. With
-/// nothing there, both ends of the point between.
+/// The possible start points of the line: the centre of a longer last step, which is vertical for 1 and horizontal for 2;
+/// both for 3. Without a crossing edge, both are the corner between the steps.
 std::array<Point, 2> diagonalStarts(int crossing)
 {
     switch (crossing) {
@@ -155,7 +155,7 @@ std::array<Point, 2> diagonalStarts(int crossing)
     }
 }
 
-/// The same at the other end, less the length: lying and upright change places.
+/// The same for the other end, relative to the length: horizontal and vertical are exchanged.
 std::array<Point, 2> diagonalEnds(int crossing)
 {
     constexpr std::array<int, 4> mirrored = {0, 2, 1, 3};
@@ -188,7 +188,7 @@ std::uint8_t toByte(double value)
     return static_cast<std::uint8_t>(std::lround(255.0 * std::min(std::max(value, 0.0), 1.0)));
 }
 
-/// The area table while it is filled.
+/// Builds the area table.
 class AreaTable
 {
 public:
@@ -206,7 +206,7 @@ private:
 };
 
 constexpr int kPart = 80;      ///< width and height of a part of the area table
-constexpr int kDistances = 16; ///< of lines; their squares
+constexpr int kDistances = 16; ///< of lines; the table is indexed by their squares
 constexpr int kDiagDistances = 20;
 
 void fillLines(AreaTable &table, int part, double offset)
@@ -238,8 +238,8 @@ void fillDiagonals(AreaTable &table, int part, Point offset)
     }
 }
 
-/// The four edges that one filtered read mixes: of the pixel whose weight is the greatest, of the next along the search,
-/// and of both in the row before.
+/// The four edges that one filtered lookup combines: that of the pixel with the greatest weight, of the next pixel of the
+/// search, and of both pixels in the row before.
 struct Mixed
 {
     bool own;
@@ -247,7 +247,7 @@ struct Mixed
     bool ownBefore;
     bool nextBefore;
 
-    /// In 32nds: three quarters along times seven eighths across, and so on.
+    /// The filtered value in 32nds: the weights are 3/4 and 1/4 along the search, 7/8 and 1/8 across it.
     int value() const { return 21 * own + 7 * next + 3 * ownBefore + nextBefore; }
 };
 
@@ -256,7 +256,7 @@ Mixed mixed(int bits)
     return {(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0, (bits & 8) != 0};
 }
 
-/// Backward, the first pixel's own crossing edge lies behind it; forward, before it.
+/// In a backward search the crossing edge of the first pixel is after the pixel, in a forward search before it.
 int pixelsOfLine(Mixed crossing, Mixed edges, bool forward)
 {
     const bool nearCrossing = crossing.own || crossing.ownBefore;
@@ -287,13 +287,13 @@ std::vector<std::uint8_t> area()
 
 std::vector<std::uint8_t> search()
 {
-    constexpr int kValues = 33; // of a filtered edge
+    constexpr int kValues = 33; // number of values of a filtered edge
     std::vector<std::uint8_t> texels(size_t(kSearchWidth) * kSearchHeight);
     for (int crossingBits = 0; crossingBits < 16; ++crossingBits) {
         for (int edgeBits = 0; edgeBits < 16; ++edgeBits) {
             const Mixed crossing = mixed(crossingBits);
             const Mixed edges = mixed(edgeBits);
-            const int row = kValues - 1 - edges.value(); // the greatest first; those of 0 length are left out
+            const int row = kValues - 1 - edges.value(); // the greatest value first; small values have no row
             for (const bool forward : {false, true}) {
                 const int column = crossing.value() + (forward ? kValues : 0);
                 if (row < kSearchHeight && column < kSearchWidth) {

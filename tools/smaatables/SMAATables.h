@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-/// The two tables that a host of SMAA.glslh binds, computed. Rows in the order of upload, the first at texture
-/// coordinate 0; 8 bits a channel.
+/// Computes the two tables that a host of SMAA.glslh binds. Rows are in the order of upload, the first at texture
+/// coordinate 0; 8 bits per channel.
 namespace SMAATables {
 
 constexpr int kAreaWidth = 160;
@@ -12,13 +12,13 @@ constexpr int kAreaHeight = 560;
 constexpr int kSearchWidth = 64;
 constexpr int kSearchHeight = 16;
 
-/// Two channels: the areas that a line cuts off the pixel after its edge and off the one before it. The left half is for
-/// lines along rows and columns, the right half for diagonals; seven parts from top to bottom are for samples off the
-/// pixel's centre, the first for none. For GL_RG8 with linear filtering.
+/// Two channels: the areas by which a line overlaps the pixel after its edge and the pixel before it. The left half is for
+/// lines along rows and columns, the right half for diagonals. The seven parts from top to bottom are for sample offsets
+/// from the pixel centre; the first part has no offset. For GL_RG8 with linear filtering.
 std::vector<std::uint8_t> area();
 
-/// One channel: how many of the last two pixels of a search belong to the line, times 127; the left half for searches
-/// backward, the right half for those forward. For GL_R8 with the nearest texel.
+/// One channel: how many of the last two pixels of a search belong to the line, times 127. The left half is for backward
+/// searches, the right half for forward searches. For GL_R8 with nearest filtering.
 std::vector<std::uint8_t> search();
 
 } // namespace SMAATables

@@ -1,4 +1,4 @@
-// Writes the tables that a host of SMAA.glslh binds.
+// Writes the tables for hosts of SMAA.glslh.
 
 #include "SMAATables.h"
 

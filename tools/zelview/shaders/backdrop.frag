@@ -1,4 +1,4 @@
-// A soft gradient: bright behind the model, darker towards the corners and upwards.
+// A soft gradient: bright at the centre, darker towards the corners and upwards.
 // In:  vo_TexCoord from 0 to 1, lower left to upper right; u_Aspect, width by height.
 // Out: linear.
 #macro ZELVIEW_GLSL_VERSION #version 150

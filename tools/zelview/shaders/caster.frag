@@ -1,5 +1,5 @@
-// The opaque parts of what casts a shadow: depth alone, with the holes that the material has.
-// In:  what ModelFragment.glslh lists.
+// Writes only the depth of opaque casters, with the holes of their material.
+// In:  see ModelFragment.glslh.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 #include "Material.glslh"

@@ -1,4 +1,4 @@
-// Linear light becomes sRGB.
+// Converts linear light to sRGB.
 // In:  u_Frame, linear from 0 to 1; vo_TexCoord.
 // Out: sRGB.
 #macro ZELVIEW_GLSL_VERSION #version 150

@@ -1,11 +1,11 @@
-// The environment behind a model.
+// The environment as the background of a model.
 // In:  vo_TexCoord from 0 to 1, lower left to upper right; u_Blur from 0, the image itself, to 1; u_HalfExtent of the
 //      view at distance 1; u_Exposure in powers of two.
-// Out: linear, what a screen can show of it.
+// Out: linear, in the range of the screen.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 uniform samplerCube u_Sharp;
-uniform mat4 u_ViewToWorld; // a turn
+uniform mat4 u_ViewToWorld; // rotation
 uniform vec2 u_HalfExtent;
 uniform float u_Blur;
 uniform float u_Exposure;

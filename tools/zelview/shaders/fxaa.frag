@@ -1,4 +1,4 @@
-// A picture with its edges smoothed.
+// Smooths the edges of a picture by FXAA.
 // In:  u_Picture, sRGB; vo_TexCoord.
 // Out: sRGB.
 #macro ZELVIEW_GLSL_VERSION #version 150
@@ -18,11 +18,11 @@ void main()
 {
     const float kSubpixel = 0.75;
     const float kEdgeThreshold = 0.125;
-    const float kLeastThreshold = 0.0312;
+    const float kMinThreshold = 0.0312;
     const vec4 kNotRead = vec4(0.0);
 
     vec3 color = FxaaPixelShader(vo_TexCoord, kNotRead, u_Picture, u_Picture, u_Picture,
                                  1.0 / vec2(textureSize(u_Picture, 0)), kNotRead, kNotRead, kNotRead, kSubpixel,
-                                 kEdgeThreshold, kLeastThreshold, 0.0, 0.0, 0.0, kNotRead).rgb;
+                                 kEdgeThreshold, kMinThreshold, 0.0, 0.0, 0.0, kNotRead).rgb;
     out_FragColor = vec4(color + dither(), 1.0);
 }

@@ -1,5 +1,5 @@
-// What ambient occlusion is judged from: where the opaque surfaces of a model are, and how they face.
-// In:  what ModelFragment.glslh lists.
+// The input of ambient occlusion: distances and normals of the opaque surfaces of a model.
+// In:  see ModelFragment.glslh.
 // Out: unit normal of the face in view space, distance along the view.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
@@ -11,7 +11,7 @@ out vec4 out_FragColor;
 
 void main()
 {
-    // Not the mesh's normal: where that leans off the face, as beside hard edges, the face would occlude itself.
+    // Not the normal of the mesh: with an interpolated normal, as beside hard edges, the face would occlude itself.
     vec3 toEye = normalize(u_Eye.xyz - vo_Position);
     vec3 normal = mat3(u_View) * faceNormal(toEye, facingNormal(toEye));
     materialColor();

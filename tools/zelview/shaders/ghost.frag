@@ -1,4 +1,4 @@
-// What a frozen frustum has culled: a blue pane with bright rims, over what is behind and under all that is still drawn.
+// A surface that the frozen frustum culls: translucent blue with bright rims. It is drawn before all that is not culled.
 // Out: linear, premultiplied.
 #macro ZELVIEW_GLSL_VERSION #version 150
 

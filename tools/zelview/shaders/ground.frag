@@ -1,7 +1,6 @@
-// What the scene does to the ground under it.
-// In:  vo_TexCoord from 0 to 1, lower left to upper right; u_Radius of the scene; u_Occlusion; what GroundPosition.glslh
-//      needs.
-// Out: by what the backdrop is multiplied: the light that arrives, of that which would without the scene.
+// Shadows and occlusion of the scene on the ground.
+// In:  vo_TexCoord from 0 to 1, lower left to upper right; u_Radius of the scene; u_Occlusion; see GroundPosition.glslh.
+// Out: factor of the backdrop: the arriving light, divided by the light that would arrive without the scene.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 uniform float u_Radius;
@@ -18,20 +17,20 @@ out vec4 out_FragColor;
 #ifdef ZELVIEW_ENVIRONMENT
 #include "Environment.glslh"
 
-// The scene hides about half of it from the ground around.
+// The ambient light of the ground; the scene hides about half of it.
 vec3 dome(vec3 lamps)
 {
     return 0.5 * 3.14159265 * environmentScattered(vec3(0.0, 1.0, 0.0));
 }
 #else
-// What comes from all around, by what comes from the lamps.
+// The ambient light of the ground, relative to that of the lamps.
 vec3 dome(vec3 lamps)
 {
     return 0.30 * lamps;
 }
 #endif
 
-// The mean around a pixel, over whatever belongs to the ground: what is estimated there is smooth.
+// The mean openness around a pixel, over pixels that show the ground, since the openness of the ground is smooth.
 float groundOpenness(float distance)
 {
     ivec2 last = textureSize(u_Occlusion, 0) - 1;
@@ -48,7 +47,7 @@ float groundOpenness(float distance)
     return count > 0.0 ? sum / count : 1.0;
 }
 
-// Of the lights, and what would without shadows.
+// The light of the lamps that arrives; inTheOpen: the light that would arrive without shadows.
 vec3 arriving(vec3 position, out vec3 inTheOpen)
 {
     const vec3 kUp = vec3(0.0, 1.0, 0.0);

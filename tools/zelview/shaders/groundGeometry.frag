@@ -1,5 +1,5 @@
-// The ground for ambient occlusion, as geometry.frag does the model.
-// In:  vo_TexCoord from 0 to 1, lower left to upper right; what GroundPosition.glslh needs.
+// The ground as input of ambient occlusion, like the model in geometry.frag.
+// In:  vo_TexCoord from 0 to 1, lower left to upper right; see GroundPosition.glslh.
 // Out: unit normal in view space, distance along the view.
 #macro ZELVIEW_GLSL_VERSION #version 150
 

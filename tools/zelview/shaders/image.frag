@@ -1,8 +1,8 @@
-// An image, or the panels that it has (faces of a cube, slices of a volume), side by side in a grid.
+// An image, or its panels (faces of a cube, slices of a volume) in a grid.
 // In:      vo_TexCoord, from 0 to 1 over the viewport, lower left to upper right.
-//          u_Scale, u_Middle: the grid, counted in panels from its upper left corner, at the viewport's middle, and how
-//          much of it the viewport covers.
-// Out:     linear, opaque; a checkerboard is behind what is transparent.
+//          u_Middle: the point of the grid at the centre of the viewport, in panels from the upper left corner.
+//          u_Scale: the extent of the viewport, in panels.
+// Out:     linear, opaque; transparent parts show a checkerboard.
 // Macros:  ZELVIEW_IMAGE, the file that samples the image's target.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
@@ -10,7 +10,7 @@ uniform vec2 u_Scale;
 uniform vec2 u_Middle;
 uniform int u_Columns;
 uniform int u_Rows;
-uniform int u_Panels;    // how many of the grid's places are taken
+uniform int u_Panels;    // number of panels in the grid
 uniform int u_FirstPanel;
 uniform bool u_RowsGoUp;
 uniform bool u_IsEncoded;

@@ -1,12 +1,12 @@
-// The surface of a model, lit.
-// In:  what ModelFragment.glslh lists; u_Occlusion, of the opaque surfaces of the frame, pixel by pixel.
-// Out: what a screen can show of the light that reaches the eye, linear, premultiplied by opacity.
+// The lit surface of a model.
+// In:  see ModelFragment.glslh; u_Occlusion of the opaque surfaces of the frame, for each pixel.
+// Out: tone-mapped light, linear, premultiplied by opacity.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 out vec4 out_FragColor;
 
 uniform float u_Exposure; // powers of two
-uniform int u_MarkedMaterial; // gets a glowing rim; -1: none
+uniform int u_MarkedMaterial; // material with a glowing rim; -1: none
 
 #include "Frame.glslh"
 #include "Material.glslh"

@@ -1,7 +1,7 @@
-// Takes the noise out of what occlusion.frag estimates: the mean of the four by four pixels of its period, of those that
-// lie on the same surface.
+// Removes the noise of occlusion.frag: the mean over those of the four by four pixels of its period that show the same
+// surface.
 // In:  u_Estimate; u_Geometry and u_Reach as in occlusion.frag.
-// Out: the openness, and the distance along the view by which Occlusion.glslh finds a pixel's own.
+// Out: the openness, and the distance along the view, by which Occlusion.glslh finds the surface.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 uniform sampler2D u_Estimate;

@@ -1,4 +1,4 @@
-// Text over a finished picture, texel by pixel.
+// Text over a finished picture, one texel per pixel.
 // In:  vo_TexCoord from 0 to 1, lower left to upper right.
 // Out: sRGB, premultiplied.
 #macro ZELVIEW_GLSL_VERSION #version 150

@@ -1,5 +1,5 @@
-// What casts shadows, as a light sees it.
-// In:  u_ShadowProjection, from the world to a depth of 0 to 1.
+// Casters in the projection of a light.
+// In:  u_ShadowProjection, from the world to depths of 0 to 1.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 uniform mat4 u_ShadowProjection;
@@ -9,5 +9,5 @@ uniform mat4 u_ShadowProjection;
 void main()
 {
     gl_Position = u_ShadowProjection * placeVertex();
-    gl_Position.z = 2.0 * gl_Position.z - gl_Position.w; // the layer keeps the projected z itself
+    gl_Position.z = 2.0 * gl_Position.z - gl_Position.w; // the depth range of the window maps this back to the projected z
 }

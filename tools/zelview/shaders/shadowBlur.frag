@@ -1,4 +1,4 @@
-// Half of a Gaussian blur of a variance layer: along one direction.
+// One direction of the separable Gaussian blur of a variance layer.
 // In:  u_Moments; u_Step, from tap to tap in texture coordinates; vo_TexCoord.
 // Out: the mean moments.
 #macro ZELVIEW_GLSL_VERSION #version 150

@@ -1,6 +1,6 @@
-// The texture manager's view of itself: the array managers show their slots side by side, the others nothing.
+// The debug view of the texture manager: array managers show their slots side by side, the others nothing.
 // In:  vo_TexCoord from 0 to 1, lower left to upper right.
-// Out: linear; transparent where there is nothing.
+// Out: linear; empty parts are transparent.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 in vec2 vo_TexCoord;

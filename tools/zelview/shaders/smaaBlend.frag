@@ -1,5 +1,5 @@
-// The picture with its edges blended.
-// In:  u_Frame, linear from 0 to 1; u_Weights; what smaaBlend.vert puts out.
+// Third pass of SMAA: blends the edges of the picture.
+// In:  u_Frame, linear from 0 to 1; u_Weights; the outputs of smaaBlend.vert.
 // Out: sRGB.
 #macro ZELVIEW_GLSL_VERSION #version 150
 

@@ -1,6 +1,6 @@
-// The neighbours of a pixel with which SMAA blends it.
+// The neighbours with which SMAA blends a pixel.
 // In:  va_Vertex in clip space, va_TexCoord from 0 to 1.
-// Out: what smaaBlend.frag takes.
+// Out: the inputs of smaaBlend.frag.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 #include "Smaa.glslh"

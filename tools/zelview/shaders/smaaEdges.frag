@@ -1,6 +1,6 @@
-// The edges of a picture, by its colours.
-// In:  u_Picture, sRGB; what smaaEdges.vert puts out.
-// Out: 1 where there is an edge: to the left, below.
+// First pass of SMAA: finds the edges of a picture by its colours.
+// In:  u_Picture, sRGB; the outputs of smaaEdges.vert.
+// Out: 1 for an edge: red to the left, green below.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 #include "Smaa.glslh"

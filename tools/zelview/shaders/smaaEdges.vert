@@ -1,6 +1,6 @@
-// The neighbours of a pixel between which SMAA looks for edges.
+// The neighbours of a pixel at which SMAA searches for edges.
 // In:  va_Vertex in clip space, va_TexCoord from 0 to 1.
-// Out: what smaaEdges.frag takes.
+// Out: the inputs of smaaEdges.frag.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 #include "Smaa.glslh"

@@ -1,5 +1,5 @@
-// How much of each neighbour a pixel beside an edge takes.
-// In:  u_Edges; u_Area and u_Search, SMAA's tables; what smaaWeights.vert puts out.
+// Second pass of SMAA: the weights of the neighbours of a pixel at an edge.
+// In:  u_Edges; u_Area and u_Search, SMAA's tables; the outputs of smaaWeights.vert.
 // Out: four weights.
 #macro ZELVIEW_GLSL_VERSION #version 150
 

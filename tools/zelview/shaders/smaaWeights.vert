@@ -1,6 +1,6 @@
-// Where SMAA's searches along edges begin.
+// The start positions of SMAA's searches along edges.
 // In:  va_Vertex in clip space, va_TexCoord from 0 to 1.
-// Out: what smaaWeights.frag takes.
+// Out: the inputs of smaaWeights.frag.
 #macro ZELVIEW_GLSL_VERSION #version 150
 
 #include "Smaa.glslh"

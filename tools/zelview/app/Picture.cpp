@@ -1,0 +1,135 @@
+#include "app/Picture.h"
+
+#include "frame/Exhibit.h"
+#include "frame/FrameMeter.h"
+#include "frame/Graphics.h"
+#include "frame/Options.h"
+#include "frame/Programs.h"
+#include "frame/RenderTarget.h"
+#include "frame/Stage.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <QtCore/QElapsedTimer>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+/// The pixels of a target, top row first.
+Expected<QImage> readBack(RenderTarget &target, const QSize &size)
+{
+    QImage image(size, QImage::Format_RGBX8888);
+    if (image.isNull()) {
+        return Problem{ExitCode::eGL, QStringLiteral("there is not enough memory for the picture")};
+    }
+    const AutoBinder bound(target.framebuffer());
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
+    if (glGetError() != GL_NO_ERROR) {
+        return Problem{ExitCode::eGL, QStringLiteral("the picture cannot be read back from the driver")};
+    }
+    return image.mirrored().convertToFormat(QImage::Format_RGB888);
+}
+
+Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QSize &size)
+{
+    if (const Failure failure = exhibit.prepareFrame(size)) {
+        return failure;
+    }
+    stage.begin();
+    exhibit.draw(size);
+    stage.end(target.framebuffer()->getFBO(), exhibit.isDithered());
+    return {};
+}
+
+/// Draws the exhibit again, now that all its objects exist, along its path if it has one, and appends the cost to the report.
+Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const Options &options,
+                QStringList &report)
+{
+    FrameMeter meter;
+    const int frames = exhibit.isMoving() ? options.frames : 1;
+    for (int frame = 0; frame < frames; ++frame) {
+        exhibit.setTime(float(frame) / float(frames));
+        meter.begin();
+        const Failure failure = drawFrame(exhibit, stage, target, options.size);
+        meter.end();
+        if (failure) {
+            return failure;
+        }
+    }
+    report = exhibit.describeStatistics() + meter.describe();
+    return {};
+}
+
+Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &options, QStringList &report)
+{
+    const QSize size = options.size;
+    if (const Failure failure = stage.resize(size)) {
+        return *failure;
+    }
+    auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eNoDepth);
+    if (!target) {
+        return target.problem();
+    }
+    exhibit.frame(size);
+    if (const Failure failure = drawFrame(exhibit, stage, **target, size)) {
+        return *failure;
+    }
+    if (options.printsStatistics || exhibit.isMoving()) {
+        if (const Failure failure = measure(exhibit, stage, **target, options, report)) {
+            return *failure;
+        }
+    }
+    return readBack(**target, size);
+}
+
+/// A function of its own, so that its GL objects are deleted before the context.
+Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
+{
+    Picture picture;
+    picture.driver = describeDriver();
+    QElapsedTimer timer;
+    timer.start();
+
+    Programs programs;
+    auto stage = Stage::create(programs, options.samples, options.edgeFilter);
+    if (!stage) {
+        return stage.problem();
+    }
+    if (const Failure failure = exhibit.createGLObjects(programs, options)) {
+        return *failure;
+    }
+    picture.samples = (*stage)->samples();
+    picture.buildTime = timer.restart();
+
+    QStringList statistics;
+    Expected<QImage> image = drawPicture(exhibit, **stage, options, statistics);
+    if (!image) {
+        return image.problem();
+    }
+    picture.image = *image;
+    picture.drawTime = timer.elapsed();
+    picture.frame = exhibit.describeFrame() + statistics;
+    if (options.pick) {
+        picture.frame.append(exhibit.pick(*options.pick, options.size));
+    }
+    return picture;
+}
+
+} // namespace
+
+Expected<Picture> makePicture(Exhibit &exhibit, const Options &options)
+{
+    const auto context = OffscreenContext::create(options);
+    if (!context) {
+        return context.problem();
+    }
+    Expected<Picture> picture = makePictureHere(exhibit, options);
+    exhibit.releaseGLObjects();
+    return picture;
+}
+
+} // namespace zelview

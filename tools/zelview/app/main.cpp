@@ -1,0 +1,175 @@
+#include "app/ExhibitFactory.h"
+#include "app/Picture.h"
+#include "app/PngFile.h"
+#include "app/Window.h"
+#include "frame/Console.h"
+#include "frame/Exhibit.h"
+#include "frame/Graphics.h"
+#include "frame/Options.h"
+#include "image/ImageFile.h"
+#include "model/ModelDrawables.h"
+#include "model/ModelExhibit.h"
+#include "model/ModelPlans.h"
+#include "scene/Scene.h"
+#include "scene/UdimFiles.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFileInfo>
+#include <QtGui/QGuiApplication>
+
+#include <cstdio>
+#include <limits>
+
+using namespace zelview;
+
+namespace {
+
+/// The options need an application's name, but no display.
+Expected<Options> readOptions(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    return parseOptions(QCoreApplication::arguments());
+}
+
+Failure checkPicture(const Options &options)
+{
+    QStringList shown{options.file, options.environment};
+    if (options.isUdim) {
+        if (const Expected<TextureSource> set = findUdimSet(options.file)) {
+            for (const TextureTile &tile : set->tiles) {
+                shown.append(tile.path);
+            }
+        }
+    }
+    const QString picture = QFileInfo(options.picture).canonicalFilePath(); // empty if it does not exist yet
+    for (const QString &file : shown) {
+        if (!picture.isEmpty() && picture == QFileInfo(file).canonicalFilePath()) {
+            return Problem{ExitCode::eUsage,
+                           QStringLiteral("the picture would overwrite a file that it shows")};
+        }
+    }
+    return checkPngTarget(options.picture);
+}
+
+Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
+{
+    Expected<Picture> picture = makePicture(exhibit, options);
+    if (!picture) {
+        return picture.problem();
+    }
+    QElapsedTimer timer;
+    timer.start();
+    if (const Failure failure = writePng(picture->image, options.picture)) {
+        return failure;
+    }
+    const qint64 writeTime = timer.elapsed();
+
+    Console::printLine(QStringLiteral("picture   %1, %2x%3, %4%5")
+                           .arg(QFileInfo(options.picture).absoluteFilePath())
+                           .arg(options.size.width())
+                           .arg(options.size.height())
+                           .arg(picture->samples == 1 ? QStringLiteral("1 sample")
+                                                      : QStringLiteral("%1 samples").arg(picture->samples))
+                           .arg(options.edgeFilter == EdgeFilter::eNone
+                                    ? QString()
+                                    : QStringLiteral(", ") + edgeFilterName(options.edgeFilter)));
+    Console::printLine(QStringLiteral("driver    ") + picture->driver);
+    for (const QString &line : exhibit.describe() + picture->frame) {
+        Console::printLine(line);
+    }
+    Console::printLine(QStringLiteral("time      load %1 ms, build %2 ms, draw %3 ms, write %4 ms")
+                           .arg(loadTime)
+                           .arg(picture->buildTime)
+                           .arg(picture->drawTime)
+                           .arg(writeTime));
+    return {};
+}
+
+/// Prints the plans for the scene of the options, or with the full capacity of the mechanism if they name none.
+Failure printPlan(const Options &options)
+{
+    int objects = std::numeric_limits<int>::max();
+    if (!options.file.isEmpty() && !options.isUdim && isImageFile(options.file)) {
+        return Problem{
+            ExitCode::eUsage,
+            QStringLiteral("--print-plan applies to models; %1 is an image").arg(options.subject())};
+    }
+    if (!options.file.isEmpty() || options.stressBodies > 0) {
+        const Expected<Scene> scene = ModelExhibit::loadScene(options);
+        if (!scene) {
+            return scene.problem();
+        }
+        objects = ModelDrawables::wantedObjects(*scene);
+    }
+    const auto context = OffscreenContext::create(options);
+    if (!context) {
+        return context.problem();
+    }
+    if (const Failure failure = ModelPlans::check(options.mechanism)) {
+        return failure;
+    }
+    const ModelPlans plans(options.mechanism, objects, options.blockLimit);
+    for (const QString &line : plans.describe()) {
+        Console::printLine(line);
+    }
+    return {};
+}
+
+Failure showWindow(Exhibit &exhibit, const Options &options)
+{
+    Window window(exhibit, options);
+    window.setTitle(options.file.isEmpty()
+                        ? QStringLiteral("zelview")
+                        : QFileInfo(options.file).fileName() + QStringLiteral(" - zelview"));
+    window.show();
+    QGuiApplication::exec();
+    if (!window.failure() && !window.isValid()) {
+        return Problem{ExitCode::eGL, QStringLiteral("the display provides no OpenGL context")};
+    }
+    return window.failure();
+}
+
+Failure run(int argc, char **argv, const Options &options)
+{
+    if (options.printsPlan) {
+        choosePlatform();
+        const QGuiApplication application(argc, argv);
+        return printPlan(options);
+    }
+    const bool isOffscreen = !options.picture.isEmpty();
+    if (isOffscreen) {
+        if (const Failure failure = checkPicture(options)) {
+            return failure;
+        }
+    }
+    QElapsedTimer timer;
+    timer.start();
+    auto exhibit = loadExhibit(options);
+    if (!exhibit) {
+        return exhibit.problem();
+    }
+    const qint64 loadTime = timer.elapsed();
+
+    choosePlatform();
+    const QGuiApplication application(argc, argv);
+    return isOffscreen ? writePicture(**exhibit, options, loadTime) : showWindow(**exhibit, options);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const Expected<Options> options = readOptions(argc, argv);
+    if (!options) {
+        return Console::reportProblem(options.problem());
+    }
+    if (!options->printedText.isEmpty()) {
+        std::fputs(qPrintable(options->printedText), stdout);
+        return int(ExitCode::eOk);
+    }
+    Console::install(options->verbose);
+    if (const Failure failure = run(argc, argv, *options)) {
+        return Console::reportProblem(*failure);
+    }
+    return int(ExitCode::eOk);
+}

@@ -1,0 +1,7 @@
+#include "frame/Exhibit.h"
+
+namespace zelview {
+
+Exhibit::~Exhibit() = default;
+
+} // namespace zelview

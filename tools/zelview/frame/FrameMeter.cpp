@@ -1,0 +1,113 @@
+#include "frame/FrameMeter.h"
+
+#include <ZelGL/ZelGL.h>
+
+namespace zelview {
+
+namespace {
+
+constexpr double kNanosecond = 1e-6; ///< milliseconds
+
+/// glGetQueryObjectui64v() of OpenGL 3.3; GL_TIME_ELAPSED needs that version too.
+using GetResult = void(APIENTRY *)(GLuint, GLenum, quint64 *);
+
+GetResult resultGetter()
+{
+    static const auto getResult =
+        reinterpret_cast<GetResult>(getGLProcAddress("glGetQueryObjectui64v", false));
+    return getResult;
+}
+
+bool hasTimer()
+{
+    return (openGlVersionSupported(3, 3) || hasGLExtension("GL_ARB_timer_query"))
+           && resultGetter() != nullptr;
+}
+
+QString perFrame(double sum, int frames)
+{
+    return QString::number(sum / qMax(frames, 1), 'f', 2);
+}
+
+} // namespace
+
+FrameMeter::FrameMeter()
+{
+    if (hasTimer()) {
+        glGenQueries(1, &_query);
+    }
+}
+
+FrameMeter::~FrameMeter()
+{
+    if (_query != 0) {
+        glDeleteQueries(1, &_query);
+    }
+}
+
+void FrameMeter::begin()
+{
+    _counter = std::make_unique<GLCallCounter>();
+    _timer.start();
+    if (_query != 0) {
+        glBeginQuery(GL_TIME_ELAPSED, _query);
+    }
+}
+
+void FrameMeter::end()
+{
+    if (_query != 0) {
+        glEndQuery(GL_TIME_ELAPSED);
+    }
+    _cpuTime += double(_timer.nsecsElapsed()) * kNanosecond;
+    const GLCalls calls = _counter->counts();
+    _counter.reset();
+    glFinish();
+    const double wholeTime = double(_timer.nsecsElapsed()) * kNanosecond;
+    _wholeTime += wholeTime;
+    addGpuTime(wholeTime);
+    _calls.all += calls.all;
+    _calls.stateChanges += calls.stateChanges;
+    _calls.redundant += calls.redundant;
+    ++_frames;
+}
+
+void FrameMeter::addGpuTime(double longest)
+{
+    if (_query == 0) {
+        return;
+    }
+    quint64 nanoseconds = 0;
+    resultGetter()(_query, GL_QUERY_RESULT, &nanoseconds);
+    const double time = double(nanoseconds) * kNanosecond;
+    if (time <= longest) { // see "time since the start" among the driver workarounds
+        _gpuTime += time;
+        ++_timedFrames;
+    }
+}
+
+void FrameMeter::reset()
+{
+    _timedFrames = 0;
+    _frames = 0;
+    _cpuTime = 0.0;
+    _gpuTime = 0.0;
+    _wholeTime = 0.0;
+    _calls = {};
+}
+
+QStringList FrameMeter::describe() const
+{
+    const int frames = qMax(_frames, 1);
+    return {QStringLiteral("calls     %1 GL calls, %2 state changes, %3 of them redundant")
+                .arg(_calls.all / frames)
+                .arg(_calls.stateChanges / frames)
+                .arg(_calls.redundant / frames),
+            QStringLiteral("frame     %1 ms; CPU %2 ms, GPU %3%4")
+                .arg(perFrame(_wholeTime, frames), perFrame(_cpuTime, frames),
+                     _timedFrames > 0 ? perFrame(_gpuTime, _timedFrames) + QStringLiteral(" ms")
+                                      : QStringLiteral("unknown"),
+                     _frames > 1 ? QStringLiteral("; mean of %1 frames").arg(_frames) : QString())};
+}
+
+} // namespace zelview

@@ -1,0 +1,252 @@
+#include "frame/GLCallCounter.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <array>
+#include <map>
+
+namespace zelview {
+
+namespace {
+
+/// The state that a call sets: its kind, and up to two parameters that select it, such as a target.
+using StateKey = std::array<quint64, 3>;
+
+enum Kind : quint64 {
+    eActiveTexture,
+    eBlendFunc,
+    eBuffer,
+    eCapability,
+    eColorMask,
+    eCullFace,
+    eDepthFunc,
+    eDepthMask,
+    eFramebuffer,
+    eFrontFace,
+    eIndexedBuffer,
+    eProgram,
+    eStencilFunc,
+    eStencilMask,
+    eStencilOp,
+    eTexture,
+    eVertexArray,
+    eViewport
+};
+
+/// The calls so far, and the state that they have set.
+class Ledger
+{
+public:
+    void count() { ++_calls.all; }
+
+    void set(const StateKey &key, std::array<quint64, 4> value)
+    {
+        ++_calls.stateChanges;
+        const auto [place, isNew] = _state.try_emplace(key, value);
+        _calls.redundant += !isNew && place->second == value ? 1 : 0;
+        place->second = value;
+    }
+
+    quint64 value(const StateKey &key) const
+    {
+        const auto place = _state.find(key);
+        return place != _state.end() ? place->second[0] : 0;
+    }
+
+    /// To be called at deletions: GL reuses the names of deleted objects.
+    void forget() { _state.clear(); }
+
+    const GLCalls &calls() const { return _calls; }
+
+private:
+    GLCalls _calls;
+    std::map<StateKey, std::array<quint64, 4>> _state;
+};
+
+Ledger *ledger = nullptr;
+
+StateKey bufferKey(GLenum target)
+{
+    // The binding of the element array is state of the vertex array.
+    const bool isOfArray = target == GL_ELEMENT_ARRAY_BUFFER;
+    return {eBuffer, target, isOfArray ? ledger->value({eVertexArray}) : 0};
+}
+
+// Overloads by entry point: the effect of a call on the state.
+
+template <auto Slot> struct Effect
+{
+    template <typename... Arguments> static void of(Arguments...) {}
+};
+
+template <> struct Effect<&glActiveTexture>
+{
+    static void of(GLenum unit) { ledger->set({eActiveTexture}, {unit}); }
+};
+template <> struct Effect<&glBindBuffer>
+{
+    static void of(GLenum target, GLuint buffer) { ledger->set(bufferKey(target), {buffer}); }
+};
+template <> struct Effect<&glBindBufferBase>
+{
+    static void of(GLenum target, GLuint index, GLuint buffer)
+    {
+        ledger->set({eIndexedBuffer, target, index}, {buffer});
+    }
+};
+template <> struct Effect<&glBindFramebuffer>
+{
+    static void of(GLenum target, GLuint framebuffer) { ledger->set({eFramebuffer, target}, {framebuffer}); }
+};
+template <> struct Effect<&glBindTexture>
+{
+    static void of(GLenum target, GLuint texture)
+    {
+        ledger->set({eTexture, target, ledger->value({eActiveTexture})}, {texture});
+    }
+};
+template <> struct Effect<&glBindVertexArray>
+{
+    static void of(GLuint array) { ledger->set({eVertexArray}, {array}); }
+};
+template <> struct Effect<&glBlendFunc>
+{
+    static void of(GLenum source, GLenum target) { ledger->set({eBlendFunc}, {source, target}); }
+};
+template <> struct Effect<&glColorMask>
+{
+    static void of(GLboolean r, GLboolean g, GLboolean b, GLboolean a)
+    {
+        ledger->set({eColorMask}, {r, g, b, a});
+    }
+};
+template <> struct Effect<&glCullFace>
+{
+    static void of(GLenum face) { ledger->set({eCullFace}, {face}); }
+};
+template <> struct Effect<&glDepthFunc>
+{
+    static void of(GLenum function) { ledger->set({eDepthFunc}, {function}); }
+};
+template <> struct Effect<&glDepthMask>
+{
+    static void of(GLboolean mask) { ledger->set({eDepthMask}, {mask}); }
+};
+template <> struct Effect<&glDisable>
+{
+    static void of(GLenum capability) { ledger->set({eCapability, capability}, {0}); }
+};
+template <> struct Effect<&glEnable>
+{
+    static void of(GLenum capability) { ledger->set({eCapability, capability}, {1}); }
+};
+template <> struct Effect<&glFrontFace>
+{
+    static void of(GLenum order) { ledger->set({eFrontFace}, {order}); }
+};
+template <> struct Effect<&glStencilFunc>
+{
+    static void of(GLenum function, GLint reference, GLuint mask)
+    {
+        ledger->set({eStencilFunc}, {function, quint64(reference), mask});
+    }
+};
+template <> struct Effect<&glStencilMask>
+{
+    static void of(GLuint mask) { ledger->set({eStencilMask}, {mask}); }
+};
+template <> struct Effect<&glStencilOp>
+{
+    static void of(GLenum fail, GLenum depthFail, GLenum pass)
+    {
+        ledger->set({eStencilOp}, {fail, depthFail, pass});
+    }
+};
+template <> struct Effect<&glUseProgram>
+{
+    static void of(GLuint program) { ledger->set({eProgram}, {program}); }
+};
+template <> struct Effect<&glViewport>
+{
+    static void of(GLint x, GLint y, GLsizei width, GLsizei height)
+    {
+        ledger->set({eViewport}, {quint64(x), quint64(y), quint64(width), quint64(height)});
+    }
+};
+template <> struct Effect<&glDeleteBuffers>
+{
+    static void of(GLsizei, const GLuint *) { ledger->forget(); }
+};
+template <> struct Effect<&glDeleteTextures>
+{
+    static void of(GLsizei, const GLuint *) { ledger->forget(); }
+};
+
+/// Wraps an entry point: counts the call, then forwards it.
+template <auto Slot> class Tap;
+
+template <typename Result, typename... Arguments, Result(APIENTRY **Slot)(Arguments...)> class Tap<Slot>
+{
+public:
+    static void install()
+    {
+        _driver = *Slot;
+        *Slot = &enter;
+    }
+    static void remove() { *Slot = _driver; }
+
+private:
+    static Result APIENTRY enter(Arguments... arguments)
+    {
+        ledger->count();
+        Effect<Slot>::of(arguments...);
+        return _driver(arguments...);
+    }
+
+    static inline Result(APIENTRY *_driver)(Arguments...) = nullptr;
+};
+
+/// The entry points that are counted: all that a frame uses.
+template <auto... Slots> struct TapList
+{
+    static void install() { (Tap<Slots>::install(), ...); }
+    static void remove() { (Tap<Slots>::remove(), ...); }
+};
+
+using Taps = TapList<
+    &glActiveTexture, &glBeginQuery, &glBindBuffer, &glBindBufferBase, &glBindFramebuffer,
+    &glBindRenderbuffer, &glBindTexture, &glBindVertexArray, &glBlendFunc, &glBlitFramebuffer, &glBufferData,
+    &glBufferSubData, &glClear, &glClearColor, &glColorMask, &glCullFace, &glDeleteBuffers, &glDeleteTextures,
+    &glDepthFunc, &glDepthMask, &glDisable, &glDisableVertexAttribArray, &glDrawArrays,
+    &glDrawArraysInstanced, &glDrawBuffer, &glDrawBuffers, &glDrawElements, &glDrawElementsBaseVertex,
+    &glDrawElementsInstanced, &glEnable, &glEnableVertexAttribArray, &glEndQuery, &glFramebufferTexture2D,
+    &glFramebufferTextureLayer, &glFrontFace, &glGenBuffers, &glGenTextures, &glGenerateMipmap,
+    &glGetIntegerv, &glGetUniformBlockIndex, &glGetUniformLocation, &glIsEnabled, &glPixelStorei,
+    &glPolygonOffset, &glPrimitiveRestartIndex, &glReadBuffer, &glReadPixels, &glStencilFunc, &glStencilMask,
+    &glStencilOp, &glTexImage2D, &glTexImage3D, &glTexParameteri, &glTexSubImage2D, &glTexSubImage3D,
+    &glUniform1f, &glUniform1fv, &glUniform1i, &glUniform1iv, &glUniform1ui, &glUniform1uiv, &glUniform2f,
+    &glUniform2fv, &glUniform2iv, &glUniform2uiv, &glUniform3f, &glUniform3fv, &glUniform4f, &glUniform4fv,
+    &glUniform4iv, &glUniform4uiv, &glUniformBlockBinding, &glUniformMatrix3fv, &glUniformMatrix4fv,
+    &glUseProgram, &glVertexAttribIPointer, &glVertexAttribPointer, &glViewport>;
+
+} // namespace
+
+GLCallCounter::GLCallCounter()
+{
+    ledger = new Ledger;
+    Taps::install();
+}
+
+GLCallCounter::~GLCallCounter()
+{
+    Taps::remove();
+    delete ledger;
+    ledger = nullptr;
+}
+
+GLCalls GLCallCounter::counts() const
+{
+    return ledger->calls();
+}
+
+} // namespace zelview

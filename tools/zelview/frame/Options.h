@@ -1,0 +1,103 @@
+#pragma once
+
+#include "frame/Outcome.h"
+
+#include <QtCore/QPoint>
+#include <QtCore/QSize>
+#include <QtCore/QStringList>
+
+#include <optional>
+
+namespace zelview {
+
+/// How draw IDs reach the shaders; see DrawBuffers.
+enum class DrawIDPath {
+    eUniform,     ///< sub-draws of one draw unit, a uniform for each
+    eBaseInstance ///< one draw unit for each draw, the ID in the base instance
+};
+
+/// Which of the library's texture managers provides the textures of a model to the shaders.
+enum class ManagerKind { eSampler, eArray, eArrayBindless, eBindless };
+constexpr int kManagerKinds = 4;
+
+/// The filter that smooths the edges of the finished picture, besides multisampling.
+enum class EdgeFilter { eNone, eFxaa, eSmaa };
+
+/// Which lights cast shadows.
+enum class LightRig {
+    eNone, ///< none: only the light of the studio or environment
+    eSun,
+    eRig, ///< two spot lights and a point light
+    eFile ///< those of the model file
+};
+
+/// The content of the shadow layers: depths, or blurred moments of depths (variance shadow maps).
+enum class ShadowKind { eDepth, eVariance };
+
+/// Which of the library's mechanisms provides instance data to the shaders.
+enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
+constexpr int kMechanismKinds = 5;
+
+/// The layout of an environment image; docs/environment-images.md shows pictures.
+enum class EnvironmentLayout {
+    eLatLong, ///< twice as wide as high; the left edge is +x
+    eCross,   ///< 4 by 3 or 3 by 4 cells
+    eStrip    ///< six faces side by side
+};
+constexpr int kEnvironmentLayouts = 3;
+
+// The names on the command line.
+QString managerName(ManagerKind kind);
+QString edgeFilterName(EdgeFilter filter);
+QString mechanismName(MechanismKind kind);
+QString environmentLayoutName(EnvironmentLayout layout);
+
+/// The parsed command line.
+struct Options
+{
+    static constexpr int kMaxSide = 16384;         ///< pixels
+    static constexpr int kMaxPixels = 4096 * 4096; ///< about 1 GB of multisampled framebuffer
+
+    QString file;          ///< the model or image to show, or the name of the tiles
+    bool isUdim = false;   ///< the file is the name of a set of tiles
+    QString picture;       ///< path of the file to write; empty: open a window
+    QSize size{1280, 720}; ///< pixels of the picture, device-independent pixels of the window
+    int samples = 8; ///< per pixel, limited by the driver; 1 if an edge filter replaces multisampling
+    EdgeFilter edgeFilter = EdgeFilter::eNone;
+    float azimuth = 35.0f;      ///< degrees around the vertical axis; 0 looks at the front of the model
+    float elevation = 22.0f;    ///< degrees above the horizon
+    QString camera;             ///< name or index of a camera of the file; empty: the camera that turns around the model
+    std::optional<QPoint> pick; ///< pixel of the picture whose material is printed
+    bool printsPlan = false;    ///< prints the instance-data plans instead of showing anything
+    bool printsStatistics = false;
+    int stressBodies = 0; ///< number of bodies of a procedural scene instead of a file; 0: show the file
+    int frames = 60;      ///< frames of the flight through that scene that are measured off screen
+    DrawIDPath drawIDPath = DrawIDPath::eUniform;
+    std::optional<ManagerKind> manager; ///< empty: chosen by the model
+    MechanismKind mechanism = MechanismKind::eUniformBuffer;
+    int blockLimit = 0; ///< limit of one collection of instance data in bytes; 0: that of the mechanism
+    int level = 0;      ///< mip level of an image
+    int face = -1;      ///< face of a cube map, or slice of a volume; -1: all
+    float exposure = 0.0f; ///< of an image, or of the light on a model, as a power of two
+    QString environment;   ///< image file that lights a model; empty: the studio
+    std::optional<EnvironmentLayout> environmentLayout; ///< empty: by the aspect ratio of the image
+    float environmentRotation = 0.0f;                   ///< degrees around the vertical axis
+    float environmentBlur = 0.0f;                       ///< of the background, 0 to 1
+    LightRig lights = LightRig::eSun;
+    int cascades = 4; ///< of the sun's shadow
+    ShadowKind shadowKind = ShadowKind::eDepth;
+    bool hasGround = false; ///< shows a ground that receives the shadow of the model
+    QString modelOption;    ///< the first given option that applies only to models; empty: none
+    QString imageOption;    ///< the same for images
+    bool verbose = false;
+    QString printedText; ///< text of --help or --version, to print instead of doing anything
+
+    /// The name of what is shown, for messages.
+    QString subject() const;
+};
+
+/// Parses the arguments; the first is the program's name. Needs an application object of any kind, for its name. Opens no
+/// file.
+Expected<Options> parseOptions(const QStringList &arguments);
+
+} // namespace zelview

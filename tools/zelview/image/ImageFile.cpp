@@ -1,0 +1,95 @@
+#include "image/ImageFile.h"
+
+#include "frame/Console.h"
+#include "frame/InputFile.h"
+
+#include <ZelCore/MemoryMappedFile.h>
+#include <ZelGL/ASTCReader.h>
+#include <ZelGL/HDRReader.h>
+#include <ZelGL/KTXReader.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QtEndian>
+#include <QtGui/QImageReader>
+
+#include <memory>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+constexpr int kKtxHeader = 64;
+constexpr int kKtxMarker = 12;            ///< offset of the byte order marker
+constexpr int kKtxMetadata = 60;          ///< offset of the length of the metadata
+constexpr quint32 kMaxMetadata = 1 << 16; ///< bytes that are searched
+
+bool isRecognised(const TextureRecogniser &recogniser, const QString &path)
+{
+    auto *file = new MemoryMappedFile(path); // a reader takes ownership
+    const std::unique_ptr<TextureLoader> reader(recogniser.recognise(file, path));
+    if (reader == nullptr) {
+        delete file;
+    }
+    return reader != nullptr;
+}
+
+/// Whether one of the library's own readers recognises the file, rather than Qt's.
+bool hasOwnReader(const QString &path)
+{
+    return isRecognised(HDRRecogniser(), path) || isRecognised(KTXRecogniser(), path)
+           || isRecognised(ASTCRecogniser(), path);
+}
+
+/// The key-value block of a KTX file; empty if it has none.
+QByteArray ktxMetadata(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray header = file.read(kKtxHeader);
+    if (header.size() < kKtxHeader) {
+        return {};
+    }
+    const bool isLittleEndian = header[kKtxMarker] == 1;
+    const char *length = header.constData() + kKtxMetadata;
+    return file.read(qMin(
+        isLittleEndian ? qFromLittleEndian<quint32>(length) : qFromBigEndian<quint32>(length), kMaxMetadata));
+}
+
+} // namespace
+
+bool isImageFile(const QString &path)
+{
+    return hasOwnReader(path) || !QImageReader::imageFormat(path).isEmpty();
+}
+
+bool doRowsGoUp(const QString &path)
+{
+    if (isRecognised(KTXRecogniser(), path)) {
+        const QByteArray metadata = ktxMetadata(path);
+        const int key = metadata.indexOf(QByteArray("KTXorientation", 15)); // including the terminating NUL
+        const int value = key + 15;
+        return key >= 0 && metadata.mid(value, metadata.indexOf('\0', value) - value).contains("T=u");
+    }
+    return !isRecognised(ASTCRecogniser(), path);
+}
+
+QString reasonOfFailure(const QString &path)
+{
+    if (const QString reason = reasonInHead(path); !reason.isEmpty()) {
+        return reason;
+    }
+    if (!isImageFile(path)) {
+        return QStringLiteral("it is not an image of a known format");
+    }
+    const QStringList said = Console::Collector::messages();
+    const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
+    // Qt logs the messages of its decoders, which are for programmers.
+    return hasReason && hasOwnReader(path) ? said.last().simplified()
+                                           : QStringLiteral("its data are damaged");
+}
+
+} // namespace zelview

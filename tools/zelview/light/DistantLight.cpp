@@ -1,0 +1,96 @@
+#include "light/DistantLight.h"
+
+#include "light/EnvironmentImage.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zelview {
+
+namespace {
+
+constexpr int kSearchWidth = 256;      ///< texels; the search ignores single texels of finer images
+constexpr float kMinProminence = 6.0f; ///< radiance of a light, in means over all directions
+constexpr float kSpread = 0.94f;       ///< cosine of the angle around the centre that belongs to the light
+constexpr int kRounds = 3;             ///< iterations that refine the centre
+constexpr float kMinShare = 0.2f; ///< of all irradiance; the shadow of a weaker light would be invisible
+
+float luminance(const QVector3D &light)
+{
+    return QVector3D::dotProduct(light, {0.2126f, 0.7152f, 0.0722f});
+}
+
+/// Calls \a visit for every texel, with its direction and solid angle.
+template <typename Image, typename Visit> void forEachTexel(Image &environment, const Visit &visit)
+{
+    for (int y = 0; y < environment.image.size.height(); ++y) {
+        for (int x = 0; x < environment.image.size.width(); ++x) {
+            visit(environment.at(x, y), environment.direction(x, y), environment.solidAngle(x, y));
+        }
+    }
+}
+
+float meanOf(const EnvironmentImage &environment)
+{
+    double sum = 0.0;
+    forEachTexel(environment, [&](const QVector3D &light, const QVector3D &, float solidAngle) {
+        sum += double(luminance(light) * solidAngle);
+    });
+    return float(sum / (4.0 * M_PI));
+}
+
+QVector3D brightestDirection(EnvironmentImage environment)
+{
+    while (environment.image.size.width() > kSearchWidth) {
+        environment.image = halved(environment.image);
+    }
+    float most = -1.0f;
+    QVector3D found;
+    forEachTexel(environment, [&](const QVector3D &light, const QVector3D &direction, float) {
+        if (luminance(light) > most) {
+            most = luminance(light);
+            found = direction;
+        }
+    });
+    return found;
+}
+
+/// The part of the light of a texel that exceeds a limit.
+QVector3D excess(const QVector3D &light, float limit)
+{
+    const float strength = luminance(light);
+    return strength > limit ? light * (1.0f - limit / strength) : QVector3D();
+}
+
+} // namespace
+
+std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment)
+{
+    const float mean = meanOf(environment);
+    const float limit = kMinProminence * mean;
+
+    DistantLight taken{brightestDirection(environment), {}};
+    for (int round = 0; round < kRounds; ++round) {
+        QVector3D irradiance;
+        QVector3D middle;
+        forEachTexel(environment, [&](const QVector3D &light, const QVector3D &direction, float solidAngle) {
+            if (QVector3D::dotProduct(direction, taken.direction) >= kSpread) {
+                const QVector3D over = excess(light, limit) * solidAngle;
+                irradiance += over;
+                middle += direction * luminance(over);
+            }
+        });
+        taken = {middle.normalized(), irradiance};
+    }
+    if (luminance(taken.irradiance) <= kMinShare * float(M_PI) * mean) { // both are 0 in a black image
+        return {};
+    }
+    forEachTexel(environment, [&](QVector3D &light, const QVector3D &direction, float) {
+        if (QVector3D::dotProduct(direction, taken.direction) >= kSpread) {
+            light -= excess(light, limit);
+        }
+    });
+    return taken;
+}
+
+} // namespace zelview

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "frame/Options.h"
+#include "frame/Outcome.h"
+
+#include <QtCore/QSharedPointer>
+#include <QtCore/QStringList>
+
+namespace Orvane { namespace Zel {
+class InstanceDataCollection;
+class InstanceDataPlan;
+}} // namespace Orvane::Zel
+
+namespace zelview {
+
+class ModelTextures;
+struct Material;
+
+/// The two instance-data plans of models, registered by name: shaders contain #instancedata "Object" or "Material".
+///
+/// An object is a mesh with a transform; the library's GPUModel writes its matrices. The draw ID is the index of its item.
+/// Each material has its own collection of one item.
+///
+/// Context: create, use and delete with the same context current; delete after the collections.
+class ModelPlans
+{
+    Q_DISABLE_COPY(ModelPlans)
+
+public:
+    static bool isSupported(MechanismKind kind);
+    /// Returns ExitCode::eGL if the mechanism is not supported.
+    static Failure check(MechanismKind kind);
+
+    /// \a wantedObjects: capacity of a collection, unless the mechanism or \a byteLimit (0: none) allow less.
+    ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit);
+    ~ModelPlans();
+
+    MechanismKind mechanism() const { return _mechanism; }
+
+    /// Number of objects that a collection can hold, at least one.
+    int capacity() const;
+
+    /// A collection for the matrices of \a count objects, filled with zeros.
+    Orvane::Zel::InstanceDataCollection *newObjects(int count) const;
+    Orvane::Zel::InstanceDataCollection *newMaterial(const Material &material, int number,
+                                                     const ModelTextures &textures) const;
+
+    // The compilation units that define the accessors.
+    QString objectText() const;
+    QString materialText() const;
+
+    /// Layout, limits and shader text of both plans, as lines.
+    QStringList describe() const;
+
+private:
+    MechanismKind _mechanism;
+    Orvane::Zel::InstanceDataPlan *_object; ///< owned by the registry while it is registered
+    Orvane::Zel::InstanceDataPlan *_material;
+};
+
+} // namespace zelview

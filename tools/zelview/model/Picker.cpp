@@ -1,0 +1,114 @@
+#include "model/Picker.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <algorithm>
+
+using namespace Orvane::Zel;
+
+namespace zelview {
+
+namespace {
+
+constexpr int kMaxInStencil = 255;
+
+int readStencil()
+{
+    GLubyte value = 0;
+    glReadPixels(0, 0, 1, 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, &value);
+    return value;
+}
+
+/// The position that the centre of the pixel shows, in the world.
+QVector3D readPosition(const QMatrix4x4 &viewProjection)
+{
+    float depth = 1.0f;
+    glReadPixels(0, 0, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
+    return viewProjection.inverted().map(QVector3D(0.0f, 0.0f, 2.0f * depth - 1.0f));
+}
+
+/// Binds a framebuffer, and restores the previous one at its end.
+class BoundFramebuffer
+{
+    Q_DISABLE_COPY(BoundFramebuffer)
+
+public:
+    explicit BoundFramebuffer(unsigned int framebuffer)
+    {
+        glGetIntegerv(GL_FRAMEBUFFER_BINDING, &_before);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    }
+    ~BoundFramebuffer() { glBindFramebuffer(GL_FRAMEBUFFER, GLuint(_before)); }
+
+private:
+    GLint _before = 0;
+};
+
+} // namespace
+
+QMatrix4x4 Picker::closeUp(const QMatrix4x4 &projection, const QPoint &pixel, const QSize &viewport)
+{
+    const float x = 2.0f * (float(pixel.x()) + 0.5f) / float(viewport.width()) - 1.0f;
+    const float y = 1.0f - 2.0f * (float(pixel.y()) + 0.5f) / float(viewport.height());
+    QMatrix4x4 matrix;
+    matrix.scale(float(viewport.width()), float(viewport.height()), 1.0f);
+    matrix.translate(-x, -y, 0.0f);
+    return matrix * projection;
+}
+
+Picker::Picker()
+{
+    glGenRenderbuffers(1, &_depthStencil);
+    glBindRenderbuffer(GL_RENDERBUFFER, _depthStencil);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH24_STENCIL8, 1, 1);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glGenFramebuffers(1, &_framebuffer);
+    const BoundFramebuffer bound(_framebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, _depthStencil);
+    glDrawBuffer(GL_NONE);
+    glReadBuffer(GL_NONE);
+}
+
+Picker::~Picker()
+{
+    glDeleteFramebuffers(1, &_framebuffer);
+    glDeleteRenderbuffers(1, &_depthStencil);
+}
+
+std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const QList<int> &numbers,
+                                        const std::function<void(const QList<int> &)> &draw)
+{
+    const BoundFramebuffer bound(_framebuffer);
+    const AutoEnabler depthTest(GL_DEPTH_TEST);
+    glViewport(0, 0, 1, 1);
+    glDepthMask(GL_TRUE);
+    glStencilMask(kMaxInStencil);
+    glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    draw(numbers);
+    const int value = readStencil();
+    if (value == 0) {
+        return {};
+    }
+    const QVector3D position = readPosition(viewProjection);
+    QList<int> large;
+    std::copy_if(numbers.begin(), numbers.end(), std::back_inserter(large),
+                 [](int number) { return number + 1 >= kMaxInStencil; });
+    return Hit{value < kMaxInStencil ? value - 1 : findAmong(large, draw), position};
+}
+
+/// Finds the number that the pixel shows among those that the stencil cannot distinguish. Draws halves of them again: what
+/// the pixel shows passes the depth test with its own depth.
+int Picker::findAmong(QList<int> numbers, const std::function<void(const QList<int> &)> &draw) const
+{
+    glDepthFunc(GL_LEQUAL);
+    while (numbers.size() > 1) {
+        const QList<int> half = numbers.mid(0, numbers.size() / 2);
+        glClear(GL_STENCIL_BUFFER_BIT);
+        draw(half);
+        numbers = readStencil() != 0 ? half : numbers.mid(half.size());
+    }
+    glDepthFunc(GL_LESS);
+    return numbers.first();
+}
+
+} // namespace zelview

@@ -1,0 +1,124 @@
+#include "scene/ModelCamera.h"
+
+#include "frame/Options.h"
+#include "scene/Scene.h"
+#include "scene/StressScene.h"
+
+namespace zelview {
+
+namespace {
+
+float aspectOf(const QSize &viewport)
+{
+    return float(viewport.width()) / float(viewport.height());
+}
+
+/// The index of the camera that the options name or number; -1 if they ask for none.
+Expected<int> findCamera(const Scene &scene, const Options &options)
+{
+    if (options.camera.isEmpty()) {
+        return -1;
+    }
+    QStringList names;
+    for (const SceneCamera &camera : scene.cameras) {
+        names.append(camera.name);
+    }
+    bool isNumber = false;
+    const int number = options.camera.toInt(&isNumber);
+    const int index = names.contains(options.camera) ? names.indexOf(options.camera) : isNumber ? number : -1;
+    if (index >= 0 && index < names.size()) {
+        return index;
+    }
+    const QString have = names.isEmpty() ? QStringLiteral("none")
+                                         : QStringLiteral("'%1'").arg(names.join(QStringLiteral("', '")));
+    return Problem{
+        ExitCode::eUsage,
+        QStringLiteral("there is no camera '%1': %2 has %3").arg(options.camera, options.subject(), have)};
+}
+
+} // namespace
+
+ModelCamera::ModelCamera(const Options &options)
+    : _orbit(options.azimuth, options.elevation)
+{
+    if (options.stressBodies > 0) {
+        _flightTime = 0.0f;
+    }
+}
+
+Expected<ModelCamera> ModelCamera::create(const Scene &scene, const Options &options)
+{
+    const Expected<int> fileCamera = findCamera(scene, options);
+    if (!fileCamera) {
+        return fileCamera.problem();
+    }
+    ModelCamera camera(options);
+    camera._fileCamera = *fileCamera;
+    return camera;
+}
+
+View ModelCamera::view(const Scene &scene, const QSize &viewport, const FileCamera &fileCamera) const
+{
+    const float aspect = aspectOf(viewport);
+    if (_flightTime) {
+        return stressView(scene, *_flightTime, aspect);
+    }
+    return _fileCamera >= 0 ? fileCamera(_fileCamera, aspect) : _orbit.at(aspect);
+}
+
+void ModelCamera::frame(const Scene &scene, const QSize &viewport)
+{
+    _orbit.frame(scene, aspectOf(viewport));
+}
+
+void ModelCamera::refit(const Scene &scene, const QSize &viewport)
+{
+    _orbit.refit(scene, aspectOf(viewport));
+}
+
+void ModelCamera::turn(const QVector2D &way)
+{
+    takeOrbit();
+    _orbit.orbit(way);
+}
+
+void ModelCamera::move(const QVector2D &way)
+{
+    takeOrbit();
+    _orbit.pan(way);
+}
+
+void ModelCamera::zoom(float steps)
+{
+    takeOrbit();
+    _orbit.zoom(steps);
+}
+
+void ModelCamera::takeNext(const Scene &scene)
+{
+    _flightTime.reset();
+    _fileCamera = _fileCamera + 1 < int(scene.cameras.size()) ? _fileCamera + 1 : -1;
+}
+
+void ModelCamera::setTime(float time)
+{
+    if (_flightTime) {
+        _flightTime = time;
+    }
+}
+
+QString ModelCamera::describe(const Scene &scene) const
+{
+    return _fileCamera < 0 ? QString()
+                           : QStringLiteral("'%1', number %2")
+                                 .arg(scene.cameras[size_t(_fileCamera)].name)
+                                 .arg(_fileCamera);
+}
+
+void ModelCamera::takeOrbit()
+{
+    _fileCamera = -1;
+    _flightTime.reset();
+}
+
+} // namespace zelview

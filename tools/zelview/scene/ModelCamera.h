@@ -1,0 +1,65 @@
+#pragma once
+
+#include "frame/Outcome.h"
+#include "frame/View.h"
+#include "scene/OrbitCamera.h"
+
+#include <QtCore/QSize>
+#include <QtCore/QString>
+#include <QtGui/QVector2D>
+
+#include <functional>
+#include <optional>
+
+namespace zelview {
+
+struct Options;
+struct Scene;
+
+/// The camera of a model: one that turns around it, one of its file, or a flight through a stress scene. Moving the view
+/// switches to the first kind.
+///
+/// All calls take the scene that was passed to create().
+class ModelCamera
+{
+public:
+    /// Returns the view of a camera of the file, by its index and the aspect.
+    using FileCamera = std::function<View(int, float)>;
+
+    /// The camera that the options ask for.
+    ///
+    /// Errors: ExitCode::eUsage for a camera that the file does not have.
+    static Expected<ModelCamera> create(const Scene &scene, const Options &options);
+
+    View view(const Scene &scene, const QSize &viewport, const FileCamera &fileCamera) const;
+
+    /// Turns to the camera around the model, so that all of the model is visible.
+    void frame(const Scene &scene, const QSize &viewport);
+    /// Frames the model again for another viewport, unless the user has moved the view since.
+    void refit(const Scene &scene, const QSize &viewport);
+    // As in Exhibit.
+    void turn(const QVector2D &way);
+    void move(const QVector2D &way);
+    void zoom(float steps);
+
+    /// Switches to the next camera of the file, or after the last one to the camera around the model.
+    void takeNext(const Scene &scene);
+
+    bool isFlying() const { return _flightTime.has_value(); }
+    /// Position of the flight, from 0 to 1; no effect on the other kinds.
+    void setTime(float time);
+
+    /// Name and number of a camera of the file, for the report; otherwise empty.
+    QString describe(const Scene &scene) const;
+
+private:
+    explicit ModelCamera(const Options &options);
+
+    void takeOrbit();
+
+    OrbitCamera _orbit;
+    int _fileCamera = -1; ///< index in the scene; -1: none
+    std::optional<float> _flightTime;
+};
+
+} // namespace zelview

@@ -1,0 +1,16 @@
+#pragma once
+
+struct aiScene;
+
+namespace zelview {
+
+// The meaning of some values in an assimp scene depends on the format of its file.
+
+/// glTF 1 and 2.
+bool isGltf(const aiScene &scene);
+
+/// Whether emission is independent of the colour texture. In the other formats, which describe the fixed-function pipeline,
+/// the texture multiplies all light, including the emission.
+bool hasSeparateEmission(const aiScene &scene);
+
+} // namespace zelview
