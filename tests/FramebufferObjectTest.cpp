@@ -248,8 +248,17 @@ TEST_F(FramebufferObjectTest, CompletenessIsAskedInAnyStateAndFailuresAreTold)
     EXPECT_EQ(0, integerOf(GL_FRAMEBUFFER_BINDING));
 
     ASSERT_TRUE(framebuffer.bind());
-    ASSERT_TRUE(framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0));
-    EXPECT_TRUE(framebuffer.isComplete());
+    Texture depth(nullptr);
+    depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT16, 4, 4);
+    ASSERT_TRUE(framebuffer.attach(&depth, GL_DEPTH_ATTACHMENT, 0));
+    for (const auto &[point, readBuffer] :
+         {std::pair(GL_DEPTH_ATTACHMENT, GL_NONE), std::pair(GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT1),
+          std::pair(GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1)}) {
+        framebuffer.attachUpdate(point == GL_DEPTH_ATTACHMENT ? &depth : &_color, GLenum(point), 0);
+        framebuffer.setDrawBuffers();
+        EXPECT_TRUE(framebuffer.isComplete());
+        EXPECT_EQ(readBuffer, integerOf(GL_READ_BUFFER));
+    }
     EXPECT_EQ(GLint(framebuffer.getFBO()), integerOf(GL_FRAMEBUFFER_BINDING)) << "who was bound stays bound";
 
     Hook<&glCheckFramebufferStatus> status;

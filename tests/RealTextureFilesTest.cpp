@@ -77,9 +77,9 @@ QStringList filesOf(const QString &suffix, const QDir &folder)
     return files;
 }
 
-std::unique_ptr<Texture> load(const QString &path)
+std::unique_ptr<Texture> load(const QString &path, const TextureFileInfo &info = asInFile())
 {
-    return std::unique_ptr<Texture>(LoadTextureFromFile(path, asInFile()));
+    return std::unique_ptr<Texture>(LoadTextureFromFile(path, info));
 }
 
 testing::AssertionResult tells(const Outcome &outcome, const QString &path)
@@ -138,6 +138,10 @@ TEST_P(RealTextureFilesTest, HaveTheResultThatTheirHeadersImply)
         ASSERT_EQ(outcome.loads, texture != nullptr);
         if (texture != nullptr) {
             expectSizes(*texture, *reader);
+            const std::unique_ptr<Texture> byDefault = load(path, TextureFileInfo());
+            _capture.take(); // a pass reports the formats that it does not know
+            ASSERT_NE(nullptr, byDefault);
+            expectSizes(*byDefault, *reader);
         }
         if (&outcome == &kWithoutShape) {
             TestContext::takeDriverReports(); // about parameters for a missing target

@@ -130,6 +130,7 @@ void FramebufferObject::setFBO(unsigned int fbo)
 {
     _numAlive.fetch_add(int(fbo != 0) - int(_fbo != 0), std::memory_order_relaxed);
     _fbo = fbo;
+    _readBuffer = GL_COLOR_ATTACHMENT0; // that of a new name
 }
 
 bool FramebufferObject::bind()
@@ -310,6 +311,12 @@ void FramebufferObject::setDrawBuffers()
     ZEL_ASSERT(0u != this->_fbo, "Framebuffer Object is NULL on attach");
     ZEL_ASSERT(true == this->_fboBound, "Framebuffer Object is not bound on attach");
     glDrawBuffers(_drawBuffers.size(), _drawBuffers.constData());
+    // Before OpenGL 4.1 a read buffer without an image makes the framebuffer incomplete.
+    const unsigned int firstOrNone = _drawBuffers.isEmpty() ? GL_NONE : _drawBuffers.constFirst();
+    if (_fboBound && !_attachments.contains(_readBuffer) && _readBuffer != firstOrNone) {
+        glReadBuffer(firstOrNone);
+        _readBuffer = firstOrNone;
+    }
 }
 
 bool FramebufferObject::isComplete()

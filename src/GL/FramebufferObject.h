@@ -93,7 +93,10 @@ public:
     bool hasAttachment(unsigned int attachmentPoint) const;
     QList<unsigned int> attachmentPoints() const;
 
-    /// Draws to the colour attachments, in the order in which they were attached.
+    /// Draws to the colour attachments, in the order in which they were attached. A
+    /// read buffer without an attachment becomes the first of these, or GL_NONE. In
+    /// OpenGL 3.2 framebuffers without attachment 0, depth alone for instance, are
+    /// complete only after this call.
     void setDrawBuffers();
     /// Logs at debug level what is missing. Binds for the query if necessary; false
     /// without a name.
@@ -113,6 +116,7 @@ private:
     QHash<unsigned int, Texture *> _attachments; ///< by attachment point; borrowed
     QHash<unsigned int, int> _attachmentLevels;  ///< by attachment point
     QVector<unsigned int> _drawBuffers;          ///< colour points as attached
+    unsigned int _readBuffer = 0;                ///< as setDrawBuffers() left it
 };
 
 }} // namespace Orvane::Zel

@@ -261,6 +261,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
     bool loaded = false;
     // Without a shape the bind fails, and so will all calls; without a free unit they would reach another texture.
     if (texture->bind() || target() == 0) {
+        clearPendingGLErrors();
         setSampling(info.anisotropy);
         const UnpackAlignment alignment(4);
         const Upload upload = uploadLevels(*texture, info.srgb, source);
@@ -268,7 +269,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         texture->unbind();
         if (!info.keepOrientation && upload != eCutOff) {
             RemapColorRange(texture, info.lowValue, info.highValue);
-            FlipY(texture); // whatever the target, and after a failed upload too
+            FlipY(texture); // changes nothing where WritableCopyOfTexture() returns null
         }
         _memory->unmap(source.bytes + std::min(source.position, source.size));
     }

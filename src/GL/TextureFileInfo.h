@@ -4,8 +4,8 @@
 
 namespace Orvane { namespace Zel {
 
-/// What the caller of a load wants of the image. A default record asks for the
-/// image as it is.
+/// What the caller of a load wants of the image. A default record takes the image of
+/// the file, except that 2D images of KTX are flipped: see keepOrientation.
 ///
 /// \snippet images.cpp TextureFileInfo
 ///
@@ -19,12 +19,14 @@ struct TextureFileInfo
     bool remapRange = true;
     /// The image holds sRGB-encoded colour.
     bool srgb = false;
-    /// Leaves a KTX image as it lies in the file. False: it is remapped, and flipped
-    /// vertically into an uncompressed copy, after the upload. Others ignore it.
+    /// True loads a KTX image exactly as the file has it. False: after the upload it is
+    /// remapped, and flipped vertically into an uncompressed copy. Images that no such
+    /// pass can copy keep the orientation and the values of the file; which these are,
+    /// WritableCopyOfTexture() says. Other readers ignore the flag.
     bool keepOrientation = false;
     /// Maximum anisotropy; 0 or less means none.
     qint32 anisotropy = 0;
-    /// Bits per channel; carried along, read by nobody.
+    /// Bits per channel; no reader uses it.
     qint32 channelDepth = 8;
 };
 

@@ -74,8 +74,11 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
             _free.erase(waiting);
         }
     } else {
-        texture = makeTexture(key);
-        _keys[texture] = key;
+        bool hasStorage = false;
+        texture = makeTexture(key, hasStorage);
+        if (hasStorage) {
+            _keys[texture] = key;
+        }
     }
     _refCounts[texture] = 1;
     return texture;
@@ -97,8 +100,15 @@ void TexturePool::releaseRef(Texture *texture, int count)
     }
     // The entry stays at 0 while the texture is free, so that take() allocates nothing.
     *references = countPlus(*references, -qint64(count));
-    if (*references < 1) {
-        _free[_keys.value(texture)].append(texture);
+    if (*references > 0) {
+        return;
+    }
+    const auto key = _keys.constFind(texture);
+    if (key != _keys.constEnd()) {
+        _free[*key].append(texture);
+    } else {
+        _refCounts.erase(references);
+        delete texture;
     }
 }
 
@@ -142,7 +152,7 @@ void TexturePool::printSummary()
     }
 }
 
-Texture *TexturePool::makeTexture(const Key &key) const
+Texture *TexturePool::makeTexture(const Key &key, bool &hasStorage) const
 {
     const unsigned internalFormat = InternalFormat(key.format);
     const bool array = key.depth > 1;
@@ -182,6 +192,7 @@ Texture *TexturePool::makeTexture(const Key &key) const
                                 _fixedSampleLocations);
         break;
     }
+    hasStorage = texture->width(0) == key.width;
     texture->unbind();
     return texture;
 }

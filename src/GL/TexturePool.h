@@ -20,8 +20,10 @@ class Texture;
 /// Units:   sizes are texels; a depth above 1 makes an array of that many layers, and
 ///          samples above 1 a multisample texture.
 /// Context: all calls with the one context current whose textures these are.
-/// Errors:  a size or sample count below 1 is reported, and used all the same; a
-///          texture that is not in use here is ignored.
+/// Errors:  a size or sample count below 1 is reported, and used anyway; a texture
+///          that is not in use here is ignored. A texture for which GL has no memory,
+///          or that finds no free unit, has no storage: it is deleted with its last
+///          reference instead of waiting for the next request.
 /// Source:  OpenGL 3.2 core.
 ///
 /// The destructor leaves the textures alone: give all back and call deleteUnused()
@@ -62,11 +64,11 @@ public:
     void printSummary();
 
 private:
-    Texture *makeTexture(const Key &key) const;
+    Texture *makeTexture(const Key &key, bool &hasStorage) const;
 
     QHash<Key, QVector<Texture *>> _free;
     QHash<Texture *, int> _refCounts; ///< by texture, free ones included at 0
-    QHash<Texture *, Key> _keys;      ///< every texture of the pool
+    QHash<Texture *, Key> _keys;      ///< every texture of the pool that has storage
     bool _fixedSampleLocations = false;
 };
 

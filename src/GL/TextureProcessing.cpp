@@ -1,5 +1,8 @@
 #include "TextureProcessing.h"
 
+#include "AutoBinder.h"
+#include "AutoDisabler.h"
+#include "AutoEnabler.h"
 #include "DrawBuffers.h"
 #include "FramebufferObject.h"
 #include "GLUtilities.h"
@@ -7,8 +10,10 @@
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "VertexArrayObject.h"
+#include "private/DefaultRasterState.h"
 
 #include <memory>
+#include <utility>
 
 namespace Orvane { namespace Zel {
 
@@ -100,21 +105,93 @@ std::unique_ptr<ShaderProgram> newPassProgram()
     return program;
 }
 
-/// The pass behind all five functions.
+/// The draw itself, with the program, the source and the target's framebuffer bound.
+void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source)
+{
+    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    quad->VAO()->bind();
+    quad->VAO()->enableShaderProgramArrays(program);
+    quad->VAO()->unbind();
+    quad->bind();
+
+    for (auto uniform = uniforms.constBegin(); uniform != uniforms.constEnd(); ++uniform) {
+        program->setUniform(uniform.key(), uniform.value());
+    }
+    program->setUniform(QStringLiteral("u_Src"), static_cast<int>(source->unit()));
+
+    const DefaultRasterState rasterState;
+    // texture() decodes sRGB, so the draw must encode: see TextureProcessingTest.APassKeepsEncodedColours...
+    const AutoEnabler encoding(GL_FRAMEBUFFER_SRGB);
+    glDisable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glDepthMask(GL_FALSE);
+    glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glViewport(0, 0, source->width(0), source->height(0));
+    quad->draw(program);
+
+    // On, whatever they were before.
+    glDepthMask(GL_TRUE);
+    glEnable(GL_DEPTH_TEST);
+    quad->unbind();
+}
+
+/// ProcessTexture(). Returns false, and draws nothing, when the program or a texture cannot be bound or the target
+/// makes no complete framebuffer.
+bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source,
+             Texture *target)
+{
+    if (program == nullptr || source == nullptr || target == nullptr || !program->bind()) {
+        return false;
+    }
+    if (!source->bind()) {
+        program->unbind();
+        return false;
+    }
+    auto framebuffer = std::make_unique<FramebufferObject>(nullptr);
+    framebuffer->bind();
+    framebuffer->attach(target, GL_COLOR_ATTACHMENT0, 0);
+    framebuffer->setDrawBuffers();
+    const bool complete = framebuffer->isComplete();
+    if (complete) {
+        drawQuad(program, uniforms, source);
+    }
+    framebuffer->detachAll();
+    framebuffer->unbind();
+    framebuffer.reset();
+    source->unbind();
+    program->unbind();
+
+    if (!complete || !target->bind()) { // without the bind, the chain of another texture would be made
+        return false;
+    }
+    glGenerateMipmap(target->target());
+    target->unbind();
+    return true;
+}
+
+/// Whether the texels are integers, which a sampler2D does not read.
+bool holdsIntegers(Texture *texture)
+{
+    const AutoBinder binder(texture);
+    const int type = texture->getTexLevelParameteriv(0, GL_TEXTURE_RED_TYPE);
+    return type == GL_INT || type == GL_UNSIGNED_INT;
+}
+
+/// The pass of all five functions.
 bool replaceByPass(Texture *&texture, const char *fragmentSource, const QHash<QString, QVariant> &uniforms)
 {
     std::unique_ptr<ShaderProgram> program(MakeTextureShaderFromString(QString::fromLatin1(fragmentSource)));
     if (!program) {
         return false;
     }
-    Texture *const target = WritableCopyOfTexture(texture, 0, 0);
-    if (target == nullptr) {
+    std::unique_ptr<Texture> target(WritableCopyOfTexture(texture, 0, 0));
+    if (!target || holdsIntegers(texture) || !runPass(program.get(), uniforms, texture, target.get())) {
         return false;
     }
-    ProcessTexture(program.get(), uniforms, texture, target);
     program.reset();
     delete texture;
-    texture = target;
+    texture = target.release();
     return true;
 }
 
@@ -144,6 +221,9 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
     const unsigned int format = formatFromInternalFormat(internalFormat);
     const unsigned int type = typeFromInternalFormat(internalFormat);
     source->unbind();
+    if (target != GL_TEXTURE_2D || format == 0 || type == 0) {
+        return nullptr;
+    }
 
     auto *copy = new Texture(nullptr);
     copy->setTarget(target);
@@ -196,57 +276,7 @@ ShaderProgram *MakeTextureShaderFromFile(const QString &fragmentFile)
 void ProcessTexture(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source,
                     Texture *target)
 {
-    if (program == nullptr || source == nullptr || target == nullptr) {
-        return;
-    }
-    if (!program->bind()) {
-        return;
-    }
-    if (!source->bind()) {
-        program->unbind();
-        return;
-    }
-    const int width = source->width(0);
-    const int height = source->height(0);
-
-    auto framebuffer = std::make_unique<FramebufferObject>(nullptr);
-    framebuffer->bind();
-    framebuffer->attach(target, GL_COLOR_ATTACHMENT0, 0);
-    framebuffer->setDrawBuffers();
-
-    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
-    quad->VAO()->bind();
-    quad->VAO()->enableShaderProgramArrays(program);
-    quad->VAO()->unbind();
-    quad->bind();
-
-    for (auto uniform = uniforms.constBegin(); uniform != uniforms.constEnd(); ++uniform) {
-        program->setUniform(uniform.key(), uniform.value());
-    }
-    program->setUniform(QStringLiteral("u_Src"), static_cast<int>(source->unit()));
-
-    glDisable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glDepthMask(GL_FALSE);
-    glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glViewport(0, 0, width, height);
-    quad->draw(program);
-
-    // On, whatever they were before.
-    glDepthMask(GL_TRUE);
-    glEnable(GL_DEPTH_TEST);
-    quad->unbind();
-    framebuffer->detach(GL_COLOR_ATTACHMENT0);
-    framebuffer->unbind();
-    framebuffer.reset();
-    source->unbind();
-    program->unbind();
-
-    if (target->bind()) { // else the chain of another texture would be made
-        glGenerateMipmap(target->target());
-        target->unbind();
-    }
+    runPass(program, uniforms, source, target);
 }
 
 void BlitTexture(const Texture *source, const Texture *target, TextureFormat format, int width, int height)
@@ -271,15 +301,22 @@ void BlitTexture(const Texture *source, const Texture *target, TextureFormat for
 
     const FramebufferObject readFramebuffer(nullptr);
     const FramebufferObject drawFramebuffer(nullptr);
+    const AutoDisabler scissorTest(GL_SCISSOR_TEST);
+    for (const auto &[framebuffer, texture] :
+         {std::pair(&readFramebuffer, source), std::pair(&drawFramebuffer, target)}) {
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer->getFBO());
+        glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, texture->target(), texture->textureID(), 0);
+        if (attachment
+            != GL_COLOR_ATTACHMENT0) { // before OpenGL 4.1 their missing image is an incompleteness
+            glDrawBuffer(GL_NONE);
+            glReadBuffer(GL_NONE);
+        }
+    }
     glBindFramebuffer(GL_READ_FRAMEBUFFER, readFramebuffer.getFBO());
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, drawFramebuffer.getFBO());
-    glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, source->target(), source->textureID(), 0);
-    glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, target->target(), target->textureID(), 0);
     glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
     glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, source->target(), 0, 0);
     glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, target->target(), 0, 0);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
 }
 
 bool SrgbToLinear(Texture *&texture)

@@ -9,14 +9,19 @@
 ///
 /// \snippet textures.cpp TextureProcessing
 ///
-/// Units:   colours as texture() gives them in GLSL; the pass covers level 0, and
+/// Units:   colours as texture() gives them in GLSL: sRGB textures are decoded when
+///          they are read and encoded when they are written. A pass draws level 0;
 ///          the other levels are generated.
 /// Context: the one of the textures. A pass leaves framebuffer 0 bound, blending
 ///          off, depth test and depth mask on, the clear colour at 0 and the viewport
-///          at the image's size, whatever they were before.
-/// Errors:  where a program or a texture cannot be made the caller's texture stays in
-///          place and the answer is false; compile and link failures are warnings.
-/// Source:  OpenGL 3.2 core; GL_TEXTURE_2D only, other targets are not tested for.
+///          at the image's size, whatever they were before. For its draw it sets
+///          scissor test, face culling, polygon mode, colour mask, rasterizer discard
+///          and GL_FRAMEBUFFER_SRGB, and restores the host's values.
+/// Errors:  a pass for which a program or a texture cannot be made, or whose target
+///          the driver cannot draw to, returns false and leaves the caller's texture
+///          as it was. Compile and link failures are warnings; what is wrong with a
+///          target is logged at debug level.
+/// Source:  OpenGL 3.2 core; GL_TEXTURE_2D only.
 
 #include "TextureFormat.h"
 
@@ -31,7 +36,9 @@ class Texture;
 
 /// A new texture with the target, size and sampler state of \a source at \a level,
 /// and no pixels. With \a internalFormat 0 it takes the source's, or GL_RGBA for a
-/// compressed source.
+/// compressed source. Null, without a message, for other targets than GL_TEXTURE_2D,
+/// and for formats that formatFromInternalFormat() or typeFromInternalFormat() reports
+/// as unknown, such as GL_RGB565, GL_RGB9_E5 and the signed normalised ones.
 ZELGL_EXPORT Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int level);
 
 /// A pass program: "passthroughVS.glslc", and a fragment stage that reads the
@@ -41,16 +48,17 @@ ZELGL_EXPORT ShaderProgram *MakeTextureShaderFromString(const QString &fragmentS
 ZELGL_EXPORT ShaderProgram *MakeTextureShaderFromFile(const QString &fragmentFile);
 
 /// Draws \a source through the program into all of \a target, whose mip levels are
-/// then generated.
+/// then generated. Draws nothing when the target makes no complete framebuffer.
 ZELGL_EXPORT void ProcessTexture(ShaderProgram *program, const QHash<QString, QVariant> &uniforms,
                                  Texture *source, Texture *target);
 
-/// Copies the lower left part of level 0. The format says whether colour, depth or
-/// depth and stencil go over.
+/// Copies the lower left part of level 0, whatever the host's scissor test is. The
+/// format says whether colour, depth, or depth and stencil are copied.
 ZELGL_EXPORT void BlitTexture(const Texture *source, const Texture *target, TextureFormat format, int width,
                               int height);
 
-// Each replaces the caller's texture by the result, deletes the old one, and answers whether it did.
+// Each replaces the caller's texture by the result, deletes the old one, and returns whether it did. Textures of integers
+// stay as they are.
 
 /// The power part of the sRGB curve on all four channels; it has no linear part near
 /// black.

@@ -112,6 +112,12 @@ UnpackAlignment::~UnpackAlignment()
     glPixelStorei(GL_UNPACK_ALIGNMENT, _saved);
 }
 
+void clearPendingGLErrors()
+{
+    constexpr int kMostErrors = 10; // a lost context has an error at every query
+    for (int i = 0; i < kMostErrors && glGetError() != GL_NO_ERROR; ++i) {}
+}
+
 quint32 longestTextureSide()
 {
     GLint longest = 0;

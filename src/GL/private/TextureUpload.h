@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// What the readers have in common about uploads. A room of theirs alone.
+/// What the readers have in common about uploads.
 
 #include <QtCore/QtGlobal>
 
@@ -19,6 +19,10 @@ public:
 private:
     int _saved = 0;
 };
+
+/// Clears the errors that the host left pending in GL, so that a load that looks for
+/// errors finds its own only.
+void clearPendingGLErrors();
 
 /// The longest side that a texture can have. Nothing above it is given to GL, which
 /// would refuse it: see "sizes far above the limit" in docs/driver-workarounds.md.
