@@ -307,17 +307,25 @@ using Counts = std::vector<size_t>;
 class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamInterface<int>
 {
 protected:
-    InstanceDataRoadTest()
-        : _plan(paint(Plan::MechanismType(GetParam())))
-        , _program(makeProgram(kAtOrigin,
+    void SetUp() override
+    {
+        if (GetParam() == Plan::eStorageBufferMechanism) {
+            ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
+        }
+        _plan = paint(Plan::MechanismType(GetParam()));
+        _program = makeProgram(kAtOrigin,
                                "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
                                "void main() { color = vec4(getTint(1u), float(getImage(1u).x)); }\n",
-                               nullptr, {"ZelUtilities.glslc"}, {_plan->glslc()}))
-    {
+                               nullptr, {"ZelUtilities.glslc"}, {_plan->glslc()});
         _program->bind();
     }
 
-    ~InstanceDataRoadTest() override { _program->unbind(); }
+    void TearDown() override
+    {
+        if (_program) {
+            _program->unbind();
+        }
+    }
 
     bool isTexture() const { return GetParam() == Plan::eTextureMechanism; }
     bool usesTextureUnits() const { return isTexture() || GetParam() == Plan::eBufferTextureMechanism; }
@@ -330,7 +338,7 @@ protected:
         return _traffic.take();
     }
 
-    Plan *_plan;
+    Plan *_plan = nullptr;
     std::unique_ptr<ShaderProgram> _program;
     Traffic _traffic;
 };

@@ -201,6 +201,7 @@ TEST_F(ShaderProgramUniformTest, ABlockBindingReachesGLWhenItChangesOrHasNoBlock
 
 TEST_F(ShaderProgramUniformTest, StorageBlocksAreKeptApart)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
     ASSERT_TRUE(link(kStorage));
     const GLuint index = program.getStorageBlockIndex("Others");
     ASSERT_NE(GL_INVALID_INDEX, index);

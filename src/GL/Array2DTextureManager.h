@@ -74,7 +74,8 @@ public:
     /// Before any token is bound.
     void setBindMode(BindMode mode);
     /// For drivers that index samplers by constants only, or by what is the same for
-    /// all fragments of a draw whose tokens differ. At most 32 slots.
+    /// all fragments of a draw whose tokens differ. At most 32 slots. Before OpenGL 4.0
+    /// the shaders do so without this call.
     void setUseExplicitlyArrayAccessInGLSL(bool use);
     void setUseSlotMapUniforms(bool use);
     void setUseSlotMapTexture(bool use);

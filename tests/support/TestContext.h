@@ -11,6 +11,17 @@
 
 class QOpenGLFunctions_3_2_Core;
 
+/// Skips the running test when the driver lacks an extension, whether or not the library may use it.
+#define ZEL_NEEDS_EXTENSION(name)                                                                            \
+    if (!QOpenGLContext::currentContext()->hasExtension(name))                                               \
+    GTEST_SKIP() << "Needs " name
+
+/// Whether this run of the suite is for a driver of OpenGL 3.2 without later extensions.
+inline bool isForOpenGL32()
+{
+    return qgetenv("ZELGL_TEST_DRIVER") == "opengl-3.2";
+}
+
 /// A context of its own surface: version 4.5 or the best below, with the debug bit, never forward-compatible.
 ///
 /// What the driver reports through GL debug output as an error, as deprecated or as undefined behaviour is

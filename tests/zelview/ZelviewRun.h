@@ -4,6 +4,7 @@
 #include "PictureColours.h"
 
 #include "../support/Print.h"
+#include "../support/TestContext.h"
 
 #include <gtest/gtest.h>
 
@@ -56,6 +57,11 @@ inline QByteArray pngOf(const QImage &image)
     QBuffer buffer(&bytes);
     image.save(&buffer, "png");
     return bytes;
+}
+
+inline bool hasBaseInstance()
+{
+    return !qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS") && !isForOpenGL32();
 }
 
 /// A PNG of four quarters: red, green, blue and white, row by row from the top.
