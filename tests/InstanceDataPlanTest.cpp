@@ -391,9 +391,8 @@ TEST_F(InstanceDataPlanTest, WhatTheRealLimitsAllowLinks)
 {
     for (const auto mechanism : {Plan::eUniformBufferMechanism, Plan::eUniformMechanism,
                                  Plan::eBufferTextureMechanism, Plan::eStorageBufferMechanism}) {
-        if (mechanism == Plan::eStorageBufferMechanism) {
-            ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
-        }
+        ZEL_NEEDS_EXTENSION_IF(mechanism == Plan::eStorageBufferMechanism,
+                               "GL_ARB_shader_storage_buffer_object");
         const auto plan = paint(mechanism);
         plan->addMember(Plan::eMat4, "m");
         plan->setArraySize(1ul << 40);
@@ -437,9 +436,8 @@ TEST_F(InstanceDataPlanTest, PlansWithoutBytesHaveLimitsWithoutQuotients)
     const size_t sizes[] = {150, 1, 0, 150, 150};
     for (int mechanism = Plan::eUniformBufferMechanism; mechanism <= Plan::eStorageBufferMechanism;
          ++mechanism) {
-        if (mechanism == Plan::eStorageBufferMechanism) {
-            ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
-        }
+        ZEL_NEEDS_EXTENSION_IF(mechanism == Plan::eStorageBufferMechanism,
+                               "GL_ARB_shader_storage_buffer_object");
         Plan plan("Empty");
         plan.setMechanism(Plan::MechanismType(mechanism));
         finalise(plan);

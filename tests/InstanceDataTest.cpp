@@ -309,22 +309,14 @@ class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamI
 protected:
     void SetUp() override
     {
-        if (GetParam() == Plan::eStorageBufferMechanism) {
-            ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
-        }
+        ZEL_NEEDS_EXTENSION_IF(GetParam() == Plan::eStorageBufferMechanism,
+                               "GL_ARB_shader_storage_buffer_object");
         _plan = paint(Plan::MechanismType(GetParam()));
         _program = makeProgram(kAtOrigin,
                                "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
                                "void main() { color = vec4(getTint(1u), float(getImage(1u).x)); }\n",
                                nullptr, {"ZelUtilities.glslc"}, {_plan->glslc()});
-        _program->bind();
-    }
-
-    void TearDown() override
-    {
-        if (_program) {
-            _program->unbind();
-        }
+        _binder = std::make_unique<AutoBinder>(_program.get());
     }
 
     bool isTexture() const { return GetParam() == Plan::eTextureMechanism; }
@@ -340,6 +332,7 @@ protected:
 
     Plan *_plan = nullptr;
     std::unique_ptr<ShaderProgram> _program;
+    std::unique_ptr<AutoBinder> _binder;
     Traffic _traffic;
 };
 

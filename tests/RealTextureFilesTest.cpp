@@ -121,9 +121,7 @@ TEST_P(RealTextureFilesTest, HaveTheOutcomeThatTheirHeadersAskFor)
     ZEL_NEEDS_TEST_DATA(list, "README.md");
     const QDir folder = QFileInfo(list).dir();
     const QStringList files = filesOf(GetParam(), folder);
-    if (files.first().endsWith(".ktx")) {
-        ZEL_NEEDS_EXTENSION("GL_ARB_ES3_compatibility");
-    }
+    ZEL_NEEDS_EXTENSION_IF(files.first().endsWith(".ktx"), "GL_ARB_ES3_compatibility");
     for (const QString &path : files) {
         SCOPED_TRACE(qPrintable(path));
         const QString name = folder.relativeFilePath(path);

@@ -11,10 +11,11 @@
 
 class QOpenGLFunctions_3_2_Core;
 
-/// Skips the running test when the driver lacks an extension, whether or not the library may use it.
-#define ZEL_NEEDS_EXTENSION(name)                                                                            \
-    if (!QOpenGLContext::currentContext()->hasExtension(name))                                               \
+/// Skips the running test when the condition holds and the driver lacks an extension, which the library may not see.
+#define ZEL_NEEDS_EXTENSION_IF(condition, name)                                                              \
+    if ((condition) && !QOpenGLContext::currentContext()->hasExtension(name))                                \
     GTEST_SKIP() << "Needs " name
+#define ZEL_NEEDS_EXTENSION(name) ZEL_NEEDS_EXTENSION_IF(true, name)
 
 /// Whether this run of the suite is for a driver of OpenGL 3.2 without later extensions.
 inline bool isForOpenGL32()

@@ -59,11 +59,6 @@ inline QByteArray pngOf(const QImage &image)
     return bytes;
 }
 
-inline bool hasBaseInstance()
-{
-    return !qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS") && !isForOpenGL32();
-}
-
 /// A PNG of four quarters: red, green, blue and white, row by row from the top.
 inline QByteArray fourColours()
 {
