@@ -222,7 +222,7 @@ Pixels AntiAliasingTest::smaa(const QString &preset, const QString &detection, c
                               GL_UNSIGNED_BYTE, SMAATables::area().data());
     const auto search = texture(GL_R8, SMAATables::kSearchWidth, SMAATables::kSearchHeight, GL_NEAREST,
                                 GL_RED, GL_UNSIGNED_BYTE, SMAATables::search().data());
-    const QString head = QStringLiteral("#version 330\n"
+    const QString head = QStringLiteral("#version 150\n"
                                         "#define SMAA_RT_METRICS vec4(1.0 / 96.0, 1.0 / 96.0, 96.0, 96.0)\n"
                                         "#define SMAA_GLSL_3\n"
                                         "#define SMAA_PRESET_%1\n")

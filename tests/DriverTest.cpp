@@ -35,6 +35,7 @@ TEST_F(DriverTest, IsOfTheKindThatThisRunNeeds)
     if (qgetenv("ZELGL_TEST_DRIVER") == "bindless") {
         EXPECT_TRUE(isBindless());
     }
+    EXPECT_EQ(!isForOpenGL32(), openGlVersionSupported(3, 3));
     EXPECT_EQ(!qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS"),
               hasGLExtension("GL_ARB_vertex_array_object"));
 }

@@ -268,14 +268,19 @@ TEST(GLSLTree, ComesAndGoesWithItsTwoFunctions)
 TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
 {
     const QString file = GetParam();
-    const bool driverHasIt = !file.contains("Bindless") || BindlessTextureManager::isSupported();
+    const bool isBindless = file.contains("Bindless");
+    const QOpenGLContext *context = QOpenGLContext::currentContext();
+    const bool driverHasIt =
+        (!isBindless || BindlessTextureManager::isSupported())
+        && (file != "SMAA.glslh" || context->hasExtension("GL_ARB_gpu_shader5"))
+        && (file != "ZelUtilities.vert" || context->hasExtension("GL_ARB_shader_draw_parameters"));
     const QTemporaryDir folder;
     QStringList reference{"-S", isVertexStage(file) ? "vert" : "frag"};
     for (const Defines &defines : setsFor(file)) {
         GLSLMacroProcessor processor;
         defines.add(processor);
         _capture.take(); // managers log their tokens
-        if (!driverHasIt) {
+        if (isBindless && !driverHasIt) {
             processor.addDefine("TEXTURE_MANAGER_BINDLESS_ARB", "1"); // for the reference compiler
         }
         const QString text = file.endsWith(QLatin1String(".glslh"))
@@ -303,6 +308,9 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
     }
     ASSERT_TRUE(compiler.waitForFinished());
     EXPECT_EQ(0, compiler.exitCode()) << compiler.readAll().toStdString();
+    if (!driverHasIt && !HasFailure()) {
+        GTEST_SKIP() << "The driver lacks an extension of the file, which the reference compiler accepts";
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Tree, GLSLTreeTest, testing::ValuesIn(kSources + kIncludes),

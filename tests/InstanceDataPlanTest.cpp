@@ -205,6 +205,7 @@ float getStrength(void)       { return getStrength( uint(getDrawID())); }
 
 TEST_F(InstanceDataPlanTest, ThePartsThatTheMechanismsDeclareStandLineByLine)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
     const auto declared = [&](Plan::MechanismType mechanism, bool vec4 = false) {
         auto plan = paint(mechanism);
         plan->addMember(Plan::eVec3, "tint");
@@ -390,6 +391,8 @@ TEST_F(InstanceDataPlanTest, WhatTheRealLimitsAllowLinks)
 {
     for (const auto mechanism : {Plan::eUniformBufferMechanism, Plan::eUniformMechanism,
                                  Plan::eBufferTextureMechanism, Plan::eStorageBufferMechanism}) {
+        ZEL_NEEDS_EXTENSION_IF(mechanism == Plan::eStorageBufferMechanism,
+                               "GL_ARB_shader_storage_buffer_object");
         const auto plan = paint(mechanism);
         plan->addMember(Plan::eMat4, "m");
         plan->setArraySize(1ul << 40);
@@ -433,6 +436,8 @@ TEST_F(InstanceDataPlanTest, PlansWithoutBytesHaveLimitsWithoutQuotients)
     const size_t sizes[] = {150, 1, 0, 150, 150};
     for (int mechanism = Plan::eUniformBufferMechanism; mechanism <= Plan::eStorageBufferMechanism;
          ++mechanism) {
+        ZEL_NEEDS_EXTENSION_IF(mechanism == Plan::eStorageBufferMechanism,
+                               "GL_ARB_shader_storage_buffer_object");
         Plan plan("Empty");
         plan.setMechanism(Plan::MechanismType(mechanism));
         finalise(plan);
@@ -489,6 +494,7 @@ TEST_F(InstanceDataPlanTest, AProgramOfAnotherSizeIsReported)
 
 TEST_F(InstanceDataPlanTest, ThousandsOfRandomLayoutsFollowTheRulesOfStd140)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
     std::mt19937 engine(11);
     for (int i = 0; i < 3000; ++i) {
         Plan plan("Random");

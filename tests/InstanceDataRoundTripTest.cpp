@@ -304,6 +304,7 @@ void InstanceDataRoundTripTest::roundTrip(int number)
 
 TEST_P(InstanceDataRoundTripTest, WhatWasWrittenIsReadBackBitByBit)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_shader_bit_encoding");
     for (int number = 0; number < numberOfPlans() && !HasFailure(); ++number) {
         SCOPED_TRACE(number);
         roundTrip(number);

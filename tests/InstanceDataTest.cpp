@@ -308,17 +308,17 @@ using Counts = std::vector<size_t>;
 class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamInterface<int>
 {
 protected:
-    InstanceDataRoadTest()
-        : _plan(paint(Plan::MechanismType(GetParam())))
-        , _program(makeProgram(kAtOrigin,
+    void SetUp() override
+    {
+        ZEL_NEEDS_EXTENSION_IF(GetParam() == Plan::eStorageBufferMechanism,
+                               "GL_ARB_shader_storage_buffer_object");
+        _plan = paint(Plan::MechanismType(GetParam()));
+        _program = makeProgram(kAtOrigin,
                                "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
                                "void main() { color = vec4(getTint(1u), float(getImage(1u).x)); }\n",
-                               nullptr, {"ZelUtilities.glslc"}, {_plan->glslc()}))
-    {
-        _program->bind();
+                               nullptr, {"ZelUtilities.glslc"}, {_plan->glslc()});
+        _binder = std::make_unique<AutoBinder>(_program.get());
     }
-
-    ~InstanceDataRoadTest() override { _program->unbind(); }
 
     bool isTexture() const { return GetParam() == Plan::eTextureMechanism; }
     bool usesTextureUnits() const { return isTexture() || GetParam() == Plan::eBufferTextureMechanism; }
@@ -331,8 +331,9 @@ protected:
         return _traffic.take();
     }
 
-    Plan *_plan;
+    Plan *_plan = nullptr;
     std::unique_ptr<ShaderProgram> _program;
+    std::unique_ptr<AutoBinder> _binder;
     Traffic _traffic;
 };
 

@@ -266,6 +266,7 @@ TEST_F(KTXReaderTest, LinesAndVolumesHaveTargetsOfTheirOwn)
 
 TEST_F(KTXReaderTest, OnlyTheThreeEtc2FormatsHaveAnSrgbForm)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_ES3_compatibility");
     const std::tuple<GLenum, int, GLenum> rows[] = {
         {GL_COMPRESSED_RGB8_ETC2, 8, GL_COMPRESSED_SRGB8_ETC2},
         {GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2, 8, GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2},

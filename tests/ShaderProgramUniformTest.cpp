@@ -203,6 +203,7 @@ TEST_F(ShaderProgramUniformTest, ABlockBindingReachesGLWhenItChangesOrHasNoBlock
 
 TEST_F(ShaderProgramUniformTest, StorageBlocksAreKeptApart)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
     ASSERT_TRUE(link(QString(kStorage).replace("Numbers", kLong)));
     const GLuint index = program.getStorageBlockIndex("Others");
     ASSERT_NE(GL_INVALID_INDEX, index);

@@ -73,6 +73,7 @@ TEST_F(ShaderTest, CompilesItsSourceOnceAsLatin1AndNeedsItNoMore)
 
 TEST_F(ShaderTest, AFailedCompileTellsTheStageTheNumberedSourceAndTheLog)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_tessellation_shader");
     const struct
     {
         GLenum type;

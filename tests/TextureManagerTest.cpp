@@ -56,7 +56,7 @@ protected:
     {
         manager.setup(&_processor);
         auto program = makeProgram(kAtOrigin,
-                                   "#version 330\n#include \"TextureManager.glslh\"\nuniform uvec2 u_Token;\n"
+                                   "#version 150\n#include \"TextureManager.glslh\"\nuniform uvec2 u_Token;\n"
                                    "out vec4 color;\n"
                                    "void main() { color = managedTexture(u_Token, vec2(0.5)); }\n",
                                    &_processor, {manager.getShaderFile()});

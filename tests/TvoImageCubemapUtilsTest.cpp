@@ -278,6 +278,7 @@ TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDraw
 
 TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLast)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_texture_cube_map_array");
     constexpr int kLayers = 3;
     const auto source = cube(kFace, colorOf);
     const TexturePointer result(

@@ -177,6 +177,7 @@ TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
 
 TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
     gMultiBinds.clear();
     _loader.provide("glBindBuffersBase", &recordMultiBind);
     auto objects = makeObjects(3);

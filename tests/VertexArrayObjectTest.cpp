@@ -170,6 +170,7 @@ TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalizedAndSomeTypesAr
 
 TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_explicit_attrib_location");
     const auto programOf = [](const char *name) {
         const QByteArray source = "#version 330\n"
                                   "layout (location = 0) in vec3 a; layout (location = 1) in vec3 NAME;\n"

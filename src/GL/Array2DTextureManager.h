@@ -80,7 +80,7 @@ public:
     /// Call it before any token is bound.
     void setBindMode(BindMode mode);
     /// For drivers that index samplers by constants only, or by values that are the same for all fragments, if the tokens of a
-    /// draw differ. Shaders with more than 32 slots do not compile.
+    /// draw differ. Shaders with more than 32 slots do not compile. Before OpenGL 4.0 the shaders index so without this call.
     void setUseExplicitlyArrayAccessInGLSL(bool use);
     void setUseSlotMapUniforms(bool use);
     void setUseSlotMapTexture(bool use);

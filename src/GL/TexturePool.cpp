@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <functional>
 #include <limits>
+#include <tuple>
+#include <utility>
 
 namespace Orvane { namespace Zel {
 
@@ -35,6 +37,51 @@ QByteArray formatName(TextureFormat format)
 int countPlus(int count, qint64 change)
 {
     return static_cast<int>(qBound<qint64>(0, count + change, std::numeric_limits<int>::max()));
+}
+
+/// A new texture, and whether it got storage: without a free unit it has none.
+std::pair<Texture *, bool> makeTexture(const TexturePool::Key &key, bool fixedSampleLocations)
+{
+    const unsigned internalFormat = InternalFormat(key.format);
+    const bool array = key.depth > 1;
+    const bool multisample = key.samples > 1;
+    unsigned int target = array ? GL_TEXTURE_2D_ARRAY : GL_TEXTURE_2D;
+    if (multisample) {
+        target = array ? GL_TEXTURE_2D_MULTISAMPLE_ARRAY : GL_TEXTURE_2D_MULTISAMPLE;
+    }
+
+    auto *texture = new Texture(nullptr);
+    texture->setTarget(target);
+    // Of the arrays only the multisample one records its depth.
+    texture->setSize(0, static_cast<int>(internalFormat), key.width, key.height,
+                     array && multisample ? key.depth : 1);
+    if (!texture->bind()) {
+        return {texture, false}; // the calls below would go to another texture
+    }
+    if (!multisample) {
+        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    }
+    switch (target) {
+    case GL_TEXTURE_2D:
+        glTexImage2D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, 0,
+                     ExternalFormat(key.format), ExternalType(key.format), nullptr);
+        break;
+    case GL_TEXTURE_2D_ARRAY:
+        glTexImage3D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, key.depth, 0,
+                     ExternalFormat(key.format), ExternalType(key.format), nullptr);
+        break;
+    case GL_TEXTURE_2D_MULTISAMPLE:
+        glTexImage2DMultisample(target, key.samples, internalFormat, key.width, key.height,
+                                fixedSampleLocations);
+        break;
+    default:
+        glTexImage3DMultisample(target, key.samples, internalFormat, key.width, key.height, key.depth,
+                                fixedSampleLocations);
+        break;
+    }
+    texture->unbind();
+    return {texture, true};
 }
 
 } // namespace
@@ -75,7 +122,7 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
         }
     } else {
         bool hasStorage = false;
-        texture = makeTexture(key, hasStorage);
+        std::tie(texture, hasStorage) = makeTexture(key, _fixedSampleLocations);
         if (hasStorage) {
             _keys[texture] = key;
         }
@@ -150,51 +197,6 @@ void TexturePool::printSummary()
         ZEL_LOG_DEBUG("  - %s %dx%d: %d free, %d active", formatName(key.format).constData(), key.width,
                       key.height, freeOfKey, it.value() - freeOfKey);
     }
-}
-
-Texture *TexturePool::makeTexture(const Key &key, bool &hasStorage) const
-{
-    const unsigned internalFormat = InternalFormat(key.format);
-    const bool array = key.depth > 1;
-    const bool multisample = key.samples > 1;
-    unsigned int target = array ? GL_TEXTURE_2D_ARRAY : GL_TEXTURE_2D;
-    if (multisample) {
-        target = array ? GL_TEXTURE_2D_MULTISAMPLE_ARRAY : GL_TEXTURE_2D_MULTISAMPLE;
-    }
-
-    auto *texture = new Texture(nullptr);
-    texture->setTarget(target);
-    // Of the arrays only the multisample one records its depth.
-    texture->setSize(0, static_cast<int>(internalFormat), key.width, key.height,
-                     array && multisample ? key.depth : 1);
-    if (!texture->bind()) {
-        return texture; // the calls below would go to another texture
-    }
-    if (!multisample) {
-        glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-        glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    }
-    switch (target) {
-    case GL_TEXTURE_2D:
-        glTexImage2D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, 0,
-                     ExternalFormat(key.format), ExternalType(key.format), nullptr);
-        break;
-    case GL_TEXTURE_2D_ARRAY:
-        glTexImage3D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, key.depth, 0,
-                     ExternalFormat(key.format), ExternalType(key.format), nullptr);
-        break;
-    case GL_TEXTURE_2D_MULTISAMPLE:
-        glTexImage2DMultisample(target, key.samples, internalFormat, key.width, key.height,
-                                _fixedSampleLocations);
-        break;
-    default:
-        glTexImage3DMultisample(target, key.samples, internalFormat, key.width, key.height, key.depth,
-                                _fixedSampleLocations);
-        break;
-    }
-    hasStorage = texture->width(0) == key.width;
-    texture->unbind();
-    return texture;
 }
 
 bool operator==(const TexturePool::Key &left, const TexturePool::Key &right)

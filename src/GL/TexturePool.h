@@ -21,9 +21,9 @@ class Texture;
 ///          samples above 1 a multisample texture.
 /// Context: all calls with the one context current whose textures these are.
 /// Errors:  a size or sample count below 1 is reported, and used anyway; a texture
-///          that is not in use here is ignored. A texture for which GL has no memory,
-///          or that finds no free unit, has no storage: it is deleted with its last
-///          reference instead of waiting for the next request.
+///          that is not in use here is ignored. A texture that finds no free unit has
+///          no storage: it is deleted with its last reference instead of waiting for
+///          the next request. Allocations that GL refuses are not detected.
 /// Source:  OpenGL 3.2 core.
 ///
 /// The destructor leaves the textures alone: give all back and call deleteUnused()
@@ -64,8 +64,6 @@ public:
     void printSummary();
 
 private:
-    Texture *makeTexture(const Key &key, bool &hasStorage) const;
-
     QHash<Key, QVector<Texture *>> _free;
     QHash<Texture *, int> _refCounts; ///< by texture, free ones included at 0
     QHash<Texture *, Key> _keys;      ///< every texture of the pool that has storage

@@ -27,10 +27,22 @@ GLint integer(GLenum name)
     return value;
 }
 
+/// The limit of a context. For storage blocks it is 0, without a query, when the context has none: every
+/// bindBatchStart() needs this limit.
+int maxBindingsOf(unsigned int target)
+{
+    if (target == GL_UNIFORM_BUFFER) {
+        return integer(GL_MAX_UNIFORM_BUFFER_BINDINGS);
+    }
+    const bool hasStorageBlocks =
+        openGlVersionSupported(4, 3) || hasGLExtension("GL_ARB_shader_storage_buffer_object");
+    return hasStorageBlocks ? integer(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS) : 0;
+}
+
 /// The binding points of one kind in one context.
 struct UBOContextData
 {
-    explicit UBOContextData(unsigned int target);
+    UBOContextData(unsigned int target, int maxBindings);
 
     void recordInBatch(unsigned int binding);
     void startBatch();
@@ -48,10 +60,9 @@ struct UBOContextData
     PFNGLSHADERSTORAGEBLOCKBINDINGPROC _glShaderStorageBlockBinding = nullptr; ///< in the storage row
 };
 
-UBOContextData::UBOContextData(unsigned int target)
+UBOContextData::UBOContextData(unsigned int target, int maxBindings)
     : _target(target)
-    , _maxBindings(integer(target == GL_SHADER_STORAGE_BUFFER ? GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS
-                                                              : GL_MAX_UNIFORM_BUFFER_BINDINGS))
+    , _maxBindings(maxBindings)
     , _bufferIDs(size_t(std::max(_maxBindings, 0)), 0)
     , _glBindBuffersBase(
           reinterpret_cast<PFNGLBINDBUFFERSBASEPROC>(getGLProcAddress("glBindBuffersBase", false)))
@@ -112,8 +123,16 @@ thread_local LastRow lastStorageRow [[gnu::tls_model("initial-exec")]] = kNoRow;
 Q_NEVER_INLINE UBOContextData &findRow(unsigned int target, void *context)
 {
     const bool isStorage = target == GL_SHADER_STORAGE_BUFFER;
-    const QMutexLocker locker(&rowsMutex);
-    UBOContextData &row = (isStorage ? storageRows : uniformRows).try_emplace(context, target).first->second;
+    Rows &rows = isStorage ? storageRows : uniformRows;
+    QMutexLocker locker(&rowsMutex);
+    auto found = rows.find(context);
+    if (found == rows.end()) {
+        locker.unlock(); // the question for an extension takes a lock of its own
+        const int maxBindings = maxBindingsOf(target);
+        locker.relock();
+        found = rows.try_emplace(context, target, maxBindings).first;
+    }
+    UBOContextData &row = found->second;
     (isStorage ? lastStorageRow : lastUniformRow) = {context, &row};
     return row;
 }

@@ -11,6 +11,18 @@
 
 class QOpenGLFunctions_3_2_Core;
 
+/// Skips the running test when the condition holds and the driver lacks an extension, which the library may not see.
+#define ZEL_NEEDS_EXTENSION_IF(condition, name)                                                              \
+    if ((condition) && !QOpenGLContext::currentContext()->hasExtension(name))                                \
+    GTEST_SKIP() << "Needs " name
+#define ZEL_NEEDS_EXTENSION(name) ZEL_NEEDS_EXTENSION_IF(true, name)
+
+/// Whether this run of the suite is for a driver of OpenGL 3.2 without later extensions.
+inline bool isForOpenGL32()
+{
+    return qgetenv("ZELGL_TEST_DRIVER") == "opengl-3.2";
+}
+
 /// A debug context with its own surface: version 4.5 or the newest below, never forward-compatible.
 ///
 /// Collects what the driver reports through GL debug output as an error, as deprecated or as undefined behaviour, in any

@@ -4,6 +4,7 @@
 #include "PictureColours.h"
 
 #include "../support/Print.h"
+#include "../support/TestContext.h"
 
 #include <gtest/gtest.h>
 

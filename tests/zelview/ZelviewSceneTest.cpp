@@ -52,6 +52,9 @@ TEST_F(ZelviewSceneTest, ThePictureIsTheSameWithEveryMechanismManagerAndSplit)
     EXPECT_TRUE(_last.output.contains("3 objects by ubo in 2 collections of at most 2;"))
         << qPrintable(_last.output);
     for (const char *mechanism : {"ubo", "uniform", "texbuffer", "texture", "ssbo"}) {
+        if (isForOpenGL32() && mechanism == QByteArray("ssbo")) {
+            GTEST_SKIP() << "Needs GL_ARB_shader_storage_buffer_object";
+        }
         for (const char *manager : {"sampler", "array"}) {
             SCOPED_TRACE(std::string(mechanism) + " " + manager);
             const QImage other = picture(
@@ -77,7 +80,7 @@ TEST_F(ZelviewSceneTest, MirroredNodesShowTheirFrontHiddenNodesAndBacksNothing)
             {"extensions":{"KHR_node_visibility":{"visible":false}},"children":[6]},{"mesh":0,"translation":[9,0,0]}])",
                                               materials, R"("extensionsUsed":["KHR_node_visibility"])");
     EXPECT_EQ(row({model}, 4), (std::vector<int>{0, 1, -1, 2}));
-    if (!qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS")) {
+    if (!qEnvironmentVariableIsSet("ZEL_NO_GL_EXTENSIONS") && !isForOpenGL32()) {
         EXPECT_EQ(row({model, "--draw-id", "base-instance"}, 4), (std::vector<int>{0, 1, -1, 2}));
     }
 }

@@ -220,7 +220,7 @@ TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndSelectMaterials)
     const QSize size(40, 30);
     ShownModel model = shownWall(2, size);
     const QImage plain = model.picture();
-    for (const char *mechanism : {"uniform", "texbuffer", "texture", "ssbo"}) {
+    for (const char *mechanism : {"uniform", "texbuffer", "texture", isForOpenGL32() ? "ubo" : "ssbo"}) {
         EXPECT_EQ(model.pictureAfter(Qt::Key_I), plain);
         EXPECT_TRUE(model.draws().contains(QString(" by %1 in ").arg(QLatin1String(mechanism))));
     }
