@@ -10,15 +10,15 @@
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector3D>
 
-#include <array>
-
 namespace Orvane { namespace Zel {
 
 class DrawBuffers;
+class FrustumTest;
 class InstanceDataCollection;
-class InstanceDataPlan;
+class MatrixWriter;
 class ShaderProgram;
 class TextureManager;
+class TransformTree;
 class VertexArrayObject;
 
 /// How a draw culls faces.
@@ -345,42 +345,34 @@ private:
         float distance;
         int drawCommand;
     };
-    class Derived;
-    class MatrixWriter;
-    class TransformView;
-    class Walk;
+    class ZELGL_NO_EXPORT CommandSelection;
+    class ZELGL_NO_EXPORT DrawPass;
 
-    static bool flagsLessThan(const Drawable &a, const Drawable &b);
-    static bool distanceCompare(const DistanceSort &a, const DistanceSort &b);
-    static int commandCount(const Drawable &drawable);
-    static void setMarkCount(Drawable &drawable, int commands);
-    static bool isCulled(const Drawable &drawable, int command);
-    static void cull(Drawable &drawable, int command);
-    static void markAll(Drawable &drawable, bool culled);
+    ZELGL_NO_EXPORT static bool flagsLessThan(const Drawable &a, const Drawable &b);
+    ZELGL_NO_EXPORT static bool distanceCompare(const DistanceSort &a, const DistanceSort &b);
+    ZELGL_NO_EXPORT static BoundingBox invertedBounds();
+    ZELGL_NO_EXPORT static int commandCount(const Drawable &drawable);
+    ZELGL_NO_EXPORT static void setMarkCount(Drawable &drawable, int commands);
 
-    Drawable *drawable(int instance);
-    const Drawable *drawable(int instance) const;
-    const Drawable *drawableAt(int position) const;
-    static std::array<QObject *, 3> objectsOf(const Drawable &drawable);
-    void use(const Drawable &drawable);
-    void remove(const QVector<QObject *> &objects);
-    int append(const Drawable &drawable, int materialNumber);
-    void noteOnlyTransform(int position);
-    void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
-    int maxSets(int shift) const;
+    ZELGL_NO_EXPORT Drawable *drawable(int instance);
+    ZELGL_NO_EXPORT const Drawable *drawable(int instance) const;
+    ZELGL_NO_EXPORT const Drawable *drawableAt(int position) const;
+    ZELGL_NO_EXPORT void use(const Drawable &drawable);
+    ZELGL_NO_EXPORT void remove(const QVector<QObject *> &objects);
+    ZELGL_NO_EXPORT int append(const Drawable &drawable, int materialNumber);
+    ZELGL_NO_EXPORT void noteOnlyTransform(int position);
+    ZELGL_NO_EXPORT void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
 
-    int parentOf(int transform) const;
-    int endOfChain(int transform) const;
-    bool isParentDirty(int transform) const;
-    void updateChain(int transform, MatrixWriter &writer);
-    void recompute(int transform, MatrixWriter &writer);
-    QMatrix4x4 lockedWorld(int transform, const QMatrix4x4 &parentWorld);
-    void setProperty(const QVector<InstanceRef> &refs, InstanceDataCollection *Drawable::*data,
-                     const QString &member, const void *bytes, unsigned long size);
+    ZELGL_NO_EXPORT TransformTree transformTree() const;
+    ZELGL_NO_EXPORT int parentOf(int transform) const;
+    ZELGL_NO_EXPORT bool isParentDirty(int transform) const;
+    ZELGL_NO_EXPORT void updateChain(int transform, MatrixWriter &writer);
+    ZELGL_NO_EXPORT void recompute(int transform, MatrixWriter &writer);
+    ZELGL_NO_EXPORT QMatrix4x4 lockedWorld(int transform, const QMatrix4x4 &parentWorld);
 
-    bool isCommandHidden(const Drawable &drawable, int command) const;
-    void collectBoxedCommands();
-    bool isBoxOutside(const QMatrix4x4 &viewProjection, int box, int transform) const;
+    ZELGL_NO_EXPORT bool isHidden(int transform, const TransformTree &tree) const;
+    ZELGL_NO_EXPORT void collectBoxedCommands();
+    ZELGL_NO_EXPORT bool isBoxOutside(const FrustumTest &frustum, int box, int transform) const;
 
     unsigned long long _featureFlags = 15;
     QVector<Drawable> _drawables;

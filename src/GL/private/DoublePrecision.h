@@ -8,11 +8,11 @@
 
 namespace Orvane { namespace Zel {
 
-/// A vector for intermediate results, which are rounded last: far from the origin the difference of two rounded points
-/// has few digits left.
+/// A vector for intermediate results, which are rounded to single precision last. Far from the origin the difference of
+/// two rounded points has few correct digits; see ShadowMapManagerCullingTest.FarFromTheOriginNothingSeenIsInNoCascade.
 ///
 /// Context: none.
-/// Private to the library.
+/// Private to the library: Plane, the shadow fits.
 struct DoubleVector
 {
     DoubleVector() = default;
@@ -39,19 +39,22 @@ struct DoubleVector
         return a.x * b.x + a.y * b.y + a.z * b.z;
     }
 
-    /// Zero only for a length of 0, unlike QVector3D::normalized(), which returns zero below 1e-6.
+    static DoubleVector cross(const DoubleVector &a, const DoubleVector &b)
+    {
+        return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+    }
+
+    /// Returns zero only for a length of 0, unlike QVector3D::normalized(), which also does so below 1e-6.
     DoubleVector normalized() const
     {
         const double length = std::sqrt(dot(*this, *this));
         return length == 0.0 ? *this : DoubleVector(x / length, y / length, z / length);
     }
 
-    /// The unit normal of the plane through three points; zero when they are collinear.
+    /// Returns the unit normal of the plane through three points, or zero if they are collinear.
     static DoubleVector normal(const DoubleVector &a, const DoubleVector &b, const DoubleVector &c)
     {
-        const DoubleVector u = b - a;
-        const DoubleVector v = c - a;
-        return DoubleVector(u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x).normalized();
+        return cross(b - a, c - a).normalized();
     }
 
     double x = 0.0;
@@ -59,10 +62,10 @@ struct DoubleVector
     double z = 0.0;
 };
 
-/// A matrix for intermediate results.
+/// A matrix for intermediate results, which are rounded to single precision last.
 ///
 /// Context: none.
-/// Private to the library.
+/// Private to the library: the shadow fits.
 class DoubleMatrix
 {
 public:
@@ -101,12 +104,14 @@ public:
         return result;
     }
 
-    /// By Gauss-Jordan elimination with partial pivoting. The identity for a singular matrix, as in QMatrix4x4.
+    /// Inverts by Gauss-Jordan elimination with partial pivoting. Returns the identity for a singular matrix, as
+    /// QMatrix4x4 does.
     DoubleMatrix inverted() const
     {
         DoubleMatrix rest = *this;
         DoubleMatrix result{QMatrix4x4()};
         for (int i = 0; i < 4; ++i) {
+            // 1. The row with the largest element of the column as the pivot: a small one would multiply the errors.
             int pivot = i;
             for (int row = i + 1; row < 4; ++row) {
                 if (std::abs(rest._rows[row][i]) > std::abs(rest._rows[pivot][i])) {
@@ -118,11 +123,15 @@ public:
             }
             std::swap(rest._rows[i], rest._rows[pivot]);
             std::swap(result._rows[i], result._rows[pivot]);
+
+            // 2. The pivot becomes 1.
             const double divisor = rest._rows[i][i];
             for (int column = 0; column < 4; ++column) {
                 rest._rows[i][column] /= divisor;
                 result._rows[i][column] /= divisor;
             }
+
+            // 3. All other elements of the column become 0.
             for (int row = 0; row < 4; ++row) {
                 const double factor = row == i ? 0.0 : rest._rows[row][i];
                 for (int column = 0; column < 4; ++column) {
@@ -134,13 +143,14 @@ public:
         return result;
     }
 
-    /// One coordinate of the mapped point, 3 for w, without the division by w.
+    /// Returns one coordinate of the transformed point without the division by w: 0 for x to 3 for w.
     double coordinate(int row, const DoubleVector &point) const
     {
         const double *r = _rows[row];
         return r[0] * point.x + r[1] * point.y + r[2] * point.z + r[3];
     }
 
+    /// Returns the transformed point, divided by w.
     DoubleVector map(const DoubleVector &point) const
     {
         const double w = coordinate(3, point);
