@@ -173,7 +173,10 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
             const QMatrix4x4 world = _model.worldTransform(i);
             ASSERT_FALSE(_model.isTransformDirty(i));
             ASSERT_TRUE(qFuzzyCompare(worlds.at(i), world)) << frame << ' ' << i;
+            QMatrix4x4 small = world;
+            small.scale(1e-9f);
             ASSERT_EQ(world.determinant() < 0, GPUModel::SwapsHandedness(world));
+            ASSERT_EQ(world.determinant() < 0, GPUModel::SwapsHandedness(small)) << frame << ' ' << i;
             ASSERT_EQ(world, held(i, "ModelMatrix"));
             ASSERT_TRUE(isNear(world.inverted(), held(i, "InverseModelMatrix"))) << frame << ' ' << i;
             ASSERT_TRUE(isNear(QMatrix4x4(world.normalMatrix()), QMatrix4x4(_model.normalTransform(i))));

@@ -257,9 +257,8 @@ QMatrix4x4 GPUModel::lockedWorld(int transform, const QMatrix4x4 &parentWorld)
     const QVector3D a = parentWorld.column(0).toVector3D();
     const QVector3D b = parentWorld.column(1).toVector3D();
     const QVector3D c = parentWorld.column(2).toVector3D();
-    const bool mirrored = QVector3D::dotProduct(QVector3D::crossProduct(a, b), c) < 0.0f;
     local.setColumn(3, QVector4D(0.0f, 0.0f, 0.0f, 1.0f));
-    local.scale(mirrored ? -a.length() : a.length(), b.length(), c.length());
+    local.scale(swapsHandedness(parentWorld) ? -a.length() : a.length(), b.length(), c.length());
     QMatrix4x4 world;
     world.translate(translation);
     return world * local;

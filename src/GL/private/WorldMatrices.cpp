@@ -2,8 +2,6 @@
 
 #include "DoublePrecision.h"
 
-#include <QtGui/QVector3D>
-
 namespace Orvane { namespace Zel {
 
 namespace {
@@ -14,11 +12,9 @@ DoubleVector column(const QMatrix4x4 &matrix, int number)
     return {double(values[0]), double(values[1]), double(values[2])};
 }
 
-/// Whether rounding decides what is computed: a row that normalising might take for 0, or rows so close to a common plane that
-/// neither the sign of the determinant nor its difference from 0 means anything.
+/// Whether the rows are so close to a common plane that rounding decides whether the determinant differs from 0.
 bool isFlat(const DoubleVector (&columns)[3], double determinant)
 {
-    constexpr double kTiny = 1e-11;
     constexpr double kFlat = 1e-10;
     const DoubleVector &a = columns[0];
     const DoubleVector &b = columns[1];
@@ -26,17 +22,17 @@ bool isFlat(const DoubleVector (&columns)[3], double determinant)
     const double x = a.x * a.x + b.x * b.x + c.x * c.x;
     const double y = a.y * a.y + b.y * b.y + c.y * c.y;
     const double z = a.z * a.z + b.z * b.z + c.z * c.z;
-    return !(x > kTiny && y > kTiny && z > kTiny && determinant * determinant > kFlat * x * y * z);
+    return !(determinant * determinant > kFlat * x * y * z); // also true for NaN
 }
 
 } // namespace
 
+// Normalising the vectors would not change the sign, and QVector3D::normalized() returns 0 for those shorter than 1e-6. The
+// smallest floats do not make the product of three underflow in double.
 bool swapsHandedness(const QMatrix4x4 &matrix)
 {
-    const QVector3D x = matrix.row(0).toVector3D().normalized();
-    const QVector3D y = matrix.row(1).toVector3D().normalized();
-    const QVector3D z = matrix.row(2).toVector3D().normalized();
-    return QVector3D::dotProduct(QVector3D::crossProduct(x, y), z) < 0.0f;
+    return DoubleVector::dot(column(matrix, 0), DoubleVector::cross(column(matrix, 1), column(matrix, 2)))
+           < 0.0;
 }
 
 /// One computation instead of three: the cross products of the columns of an affine matrix are the rows of its inverse times
@@ -50,13 +46,12 @@ WorldMatrices::WorldMatrices(const QMatrix4x4 &world)
                                   DoubleVector::cross(columns[2], columns[0]),
                                   DoubleVector::cross(columns[0], columns[1])};
     const double determinant = DoubleVector::dot(columns[0], rows[0]);
+    mirrors = determinant < 0.0;
     if (!world.isAffine() || isFlat(columns, determinant)) {
         inverse = world.inverted();
         normal = world.normalMatrix();
-        mirrors = swapsHandedness(world);
         return;
     }
-    mirrors = determinant < 0.0;
 
     // 2. The inverse and its transpose, row by row.
     const DoubleVector translation = column(world, 3);

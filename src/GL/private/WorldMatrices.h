@@ -4,7 +4,7 @@
 
 namespace Orvane { namespace Zel {
 
-/// Whether a matrix mirrors: the sign of the triple product of its first three rows.
+/// Whether a matrix mirrors: the triple product of its first three columns, which is that of its rows, is below 0.
 bool swapsHandedness(const QMatrix4x4 &matrix);
 
 /// The matrices that follow from a world matrix.
