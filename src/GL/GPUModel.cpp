@@ -15,7 +15,7 @@ namespace {
 
 using Drawable = GPUModel::Drawable;
 
-constexpr int kNotJustOne = -2; ///< in the place of a transform
+constexpr int kNotSingle = -2; ///< in the place of a transform
 
 std::array<QObject *, 3> objectsOf(const Drawable &drawable)
 {
@@ -81,7 +81,7 @@ void GPUModel::clear()
         }
     }
     if (_deleteOnClear) {
-        remove(owned);
+        deleteObjects(owned);
     }
     _drawables.clear();
     _onlyTransforms.clear();
@@ -181,7 +181,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
     changed->drawBuffers = drawBuffers;
     changed->materialData = material;
     changed->objectData = object;
-    use(*changed);
+    addUses(*changed);
     changeFlags(instance, flags, mask);
 
     const int oldCommands = changed->culled.size();
@@ -194,7 +194,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
         changed->transformRefs[i] = kInvalidTransformRef;
         changed->boundingBoxRefs[i] = kInvalidBoundingBoxRef;
     }
-    noteOnlyTransform(_instanceToDrawable.at(instance));
+    updateOnlyTransform(_instanceToDrawable.at(instance));
     _boundsDirty = true;
 
     QVector<QObject *> unused;
@@ -205,7 +205,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
         }
     }
     if (_deleteOnClear) {
-        remove(unused);
+        deleteObjects(unused);
     }
 }
 
@@ -284,7 +284,7 @@ void GPUModel::sortDrawablesByFlags()
     std::stable_sort(_drawables.begin(), _drawables.end(), &GPUModel::flagsLessThan);
     for (int position = 0; position < _drawables.size(); ++position) {
         _instanceToDrawable[_drawables.at(position).instance] = position;
-        noteOnlyTransform(position);
+        updateOnlyTransform(position);
     }
 }
 
@@ -508,7 +508,7 @@ const GPUModel::Drawable *GPUModel::drawableAt(int position) const
     return position >= 0 && position < _drawables.size() ? &_drawables.at(position) : nullptr;
 }
 
-void GPUModel::use(const Drawable &drawable)
+void GPUModel::addUses(const Drawable &drawable)
 {
     for (QObject *object : objectsOf(drawable)) {
         ++_uses[object];
@@ -516,7 +516,7 @@ void GPUModel::use(const Drawable &drawable)
 }
 
 /// Deletes objects, during a draw only when it ends.
-void GPUModel::remove(const QVector<QObject *> &objects)
+void GPUModel::deleteObjects(const QVector<QObject *> &objects)
 {
     if (_runningDraws == 0) {
         qDeleteAll(objects);
@@ -529,19 +529,19 @@ int GPUModel::append(const Drawable &drawable, int materialNumber)
 {
     const int instance = _drawables.size();
     _drawables.append(drawable);
-    use(drawable);
+    addUses(drawable);
     _drawables.last().instance = instance;
-    _onlyTransforms.append(kNotJustOne);
-    noteOnlyTransform(instance);
+    _onlyTransforms.append(kNotSingle);
+    updateOnlyTransform(instance);
     _instanceToDrawable.append(instance);
     _materialDrawables[materialNumber].append(instance);
     return instance;
 }
 
-void GPUModel::noteOnlyTransform(int position)
+void GPUModel::updateOnlyTransform(int position)
 {
     const QVector<int> &refs = _drawables.at(position).transformRefs;
-    _onlyTransforms[position] = refs.size() == 1 ? refs.constFirst() : kNotJustOne;
+    _onlyTransforms[position] = refs.size() == 1 ? refs.constFirst() : kNotSingle;
 }
 
 void GPUModel::changeFlags(int instance, unsigned long long flags, unsigned long long mask)

@@ -357,10 +357,10 @@ private:
     ZELGL_NO_EXPORT Drawable *drawable(int instance);
     ZELGL_NO_EXPORT const Drawable *drawable(int instance) const;
     ZELGL_NO_EXPORT const Drawable *drawableAt(int position) const;
-    ZELGL_NO_EXPORT void use(const Drawable &drawable);
-    ZELGL_NO_EXPORT void remove(const QVector<QObject *> &objects);
+    ZELGL_NO_EXPORT void addUses(const Drawable &drawable);
+    ZELGL_NO_EXPORT void deleteObjects(const QVector<QObject *> &objects);
     ZELGL_NO_EXPORT int append(const Drawable &drawable, int materialNumber);
-    ZELGL_NO_EXPORT void noteOnlyTransform(int position);
+    ZELGL_NO_EXPORT void updateOnlyTransform(int position);
     ZELGL_NO_EXPORT void changeFlags(int instance, unsigned long long flags, unsigned long long mask);
 
     ZELGL_NO_EXPORT TransformTree transformTree() const;

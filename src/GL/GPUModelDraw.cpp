@@ -6,7 +6,6 @@
 #include "private/CommandSelection.h"
 #include "private/DrawBindings.h"
 #include "private/DrawableMarks.h"
-#include "private/Hints.h"
 
 #include <utility>
 
@@ -175,7 +174,7 @@ private:
         GPUModel &_model;
     };
 
-    ZELGL_COLD_PATH bool drawChosen(const Drawable &drawable, int commands, WindingType winding)
+    bool drawChosen(const Drawable &drawable, int commands, WindingType winding)
     {
         _selection.choose(drawable, commands, winding);
         if (!drawSorted(drawable, _selection.chosen())) {
@@ -203,7 +202,7 @@ private:
                    : drawFirst(*bound, commands);
     }
 
-    ZELGL_COLD_PATH bool drawFirst(DrawBuffers &bound, int commands)
+    bool drawFirst(DrawBuffers &bound, int commands)
     {
         _selection.chooseFirst(commands);
         return bound.draw(_bindings.program(), &_selection.chosen());

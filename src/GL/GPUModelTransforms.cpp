@@ -127,7 +127,7 @@ void GPUModel::useTransform(int instance, int drawCommand, int transform)
         _transformInstances[transform].append({instance, drawCommand});
     }
     user->transformRefs[drawCommand] = transform;
-    noteOnlyTransform(_instanceToDrawable.at(instance));
+    updateOnlyTransform(_instanceToDrawable.at(instance));
     _boxedCommandsDirty = true;
 }
 
