@@ -15,7 +15,7 @@ namespace {
 
 using Drawable = GPUModel::Drawable;
 
-constexpr int kNotSingle = -2; ///< in the place of a transform
+constexpr int kNotSingle = -2; ///< differs from all transforms and from kInvalidTransformRef
 
 std::array<QObject *, 3> objectsOf(const Drawable &drawable)
 {
@@ -37,6 +37,7 @@ void setProperty(const QVector<Drawable> &drawables, const QVector<GPUModel::Ins
                  unsigned long size)
 {
     for (const GPUModel::InstanceRef &ref : refs) {
+        // Required: the number is read as a position; see GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables.
         if (unsigned(ref.instance) >= unsigned(drawables.size())) {
             continue;
         }
@@ -72,7 +73,7 @@ GPUModel::~GPUModel() = default;
 
 void GPUModel::clear()
 {
-    QVector<QObject *> owned; // in the order of the drawables; once each, as these may share them
+    QVector<QObject *> owned; // each once, although drawables may share it
     for (const Drawable &drawable : qAsConst(_drawables)) {
         for (QObject *object : objectsOf(drawable)) {
             if (_uses.remove(object) != 0) {
@@ -98,8 +99,8 @@ void GPUModel::clear()
     _transformDirty.clear();
     _transformNames.clear();
     _transformInstances.clear();
-    // Visibility, moved instances, cameras, lights and boxes stay on purpose: a model that is filled again finds the
-    // old visibility at its low transform numbers.
+    // Required: visibility, moved instances, cameras, lights and boxes stay. A model that is filled again has the old visibility
+    // at its low transform numbers; see GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables.
     _boxedCommands.clear();
     _flagsDirty = false;
     _transformsDirty = false;
@@ -167,7 +168,7 @@ int GPUModel::addSimple(DrawBuffers *drawBuffers, int, InstanceDataCollection *m
     drawable.materialData = material;
     drawable.objectData = object;
     drawable.flags = flags;
-    return append(drawable, 0); // under number 0, whatever the material
+    return append(drawable, 0); // drawSimple() ignores material numbers
 }
 
 void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollection *material,
@@ -178,6 +179,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
         return;
     }
     const std::array<QObject *, 3> replaced = objectsOf(*changed);
+    // The new uses are counted before the old ones end: an object may be both.
     changed->drawBuffers = drawBuffers;
     changed->materialData = material;
     changed->objectData = object;
@@ -280,7 +282,8 @@ void GPUModel::sortDrawablesByFlags()
     if (!_flagsDirty) {
         return;
     }
-    // The flag stays set on purpose: only clear() resets it, and sorting what is sorted changes nothing.
+    // Required: only clear() resets _flagsDirty. Sorting again is harmless because the sort is stable; see
+    // GPUModelDrawTest.EachFormOfADrawTakesItsDrawables, which sorts twice.
     std::stable_sort(_drawables.begin(), _drawables.end(), &GPUModel::flagsLessThan);
     for (int position = 0; position < _drawables.size(); ++position) {
         _instanceToDrawable[_drawables.at(position).instance] = position;
@@ -357,7 +360,7 @@ void GPUModel::setObjectProperty(const QString &name, const QString &member, con
 
 int GPUModel::addCamera(const Camera &camera, const QString &name)
 {
-    _cameras.resize(_cameras.size() + 1); // gcc 12 warns wrongly of append()
+    _cameras.resize(_cameras.size() + 1); // not append(), for which gcc 12 gives a false warning
     _cameras.last() = camera;
     _cameraNames.append(name);
     return _cameras.size() - 1;
@@ -404,6 +407,8 @@ QMatrix4x4 GPUModel::getCameraProjectionMatrix(int index, float aspect) const
     const float nearClip = isDefault || camera.nearClip == 0.0f ? _clipNearDefault : camera.nearClip;
     const float farClip = isDefault || camera.farClip == 0.0f ? _clipFarDefault : camera.farClip;
 
+    // A perspective film is projected onto the near plane, an orthographic one onto the plane of focus. The film is cropped in
+    // height if the aspect is wider than the film, else in width.
     const float scale = (camera.projectionType != 0 ? camera.focusDistance : nearClip) / camera.focalLength;
     const float ratio = std::max(filmRatio, aspect);
     const float halfWidth = scale * halfFilm * aspect / ratio;
@@ -515,7 +520,7 @@ void GPUModel::addUses(const Drawable &drawable)
     }
 }
 
-/// Deletes objects, during a draw only when it ends.
+/// Deletes objects that no drawable uses any more. During a draw, which still uses them, the end of the draw does so.
 void GPUModel::deleteObjects(const QVector<QObject *> &objects)
 {
     if (_runningDraws == 0) {
@@ -527,7 +532,7 @@ void GPUModel::deleteObjects(const QVector<QObject *> &objects)
 
 int GPUModel::append(const Drawable &drawable, int materialNumber)
 {
-    const int instance = _drawables.size();
+    const int instance = _drawables.size(); // and the position until sortDrawablesByFlags()
     _drawables.append(drawable);
     addUses(drawable);
     _drawables.last().instance = instance;
@@ -538,6 +543,7 @@ int GPUModel::append(const Drawable &drawable, int materialNumber)
     return instance;
 }
 
+/// Keeps the transform of a drawable with one command apart from the drawable, whose vector a draw then need not load.
 void GPUModel::updateOnlyTransform(int position)
 {
     const QVector<int> &refs = _drawables.at(position).transformRefs;

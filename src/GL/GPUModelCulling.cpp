@@ -15,7 +15,7 @@ namespace Orvane { namespace Zel {
 namespace {
 
 constexpr float kBoundsExtreme = 1e20f;
-constexpr float kMinRowLengthSquared = 1e-6f;
+constexpr float kMinRowLengthSquared = 1e-6f; ///< of a world matrix that shows anything
 
 } // namespace
 
@@ -102,6 +102,8 @@ int GPUModel::visibilityCull()
 
 int GPUModel::frustumCull(const QMatrix4x4 &viewProjection)
 {
+    // All boxes are tested, also those of culled commands: the marks are in the drawables, which the loop loads only for boxes
+    // that are outside.
     collectBoxedCommands();
     const FrustumTest frustum(viewProjection);
     int newlyCulled = 0;
@@ -141,7 +143,8 @@ GPUModel::BoundingBox GPUModel::invertedBounds()
 /// Keeps the marks of the commands that the drawable had before.
 void GPUModel::setMarkCount(Drawable &drawable, int commands)
 {
-    static const QVector<bool> kOneMark(1, false);
+    static const QVector<bool> kOneMark(
+        1, false); // of all drawables with one command; see private/DrawableMarks.h
     QVector<bool> marks(commands, false);
     for (int command = 0; command < std::min(commands, drawable.culled.size()); ++command) {
         marks[command] = isCulled(drawable, command);
@@ -155,10 +158,11 @@ bool GPUModel::isHidden(int transform, const TransformTree &tree) const
     if (!tree.isVisible(transform)) {
         return true;
     }
+    // The world matrix of a dirty transform is out of date: the next pass decides.
     if (_transformsDirty && isTransformDirty(transform)) {
         return false;
     }
-    // The rows as they stand, translation included.
+    // Required: the translation counts too, so a transform that is scaled to nothing is hidden only near the origin.
     const QMatrix4x4 &world = _worldTransforms.at(transform);
     return world.row(0).lengthSquared() < kMinRowLengthSquared
            && world.row(1).lengthSquared() < kMinRowLengthSquared
@@ -171,18 +175,18 @@ void GPUModel::collectBoxedCommands()
         return;
     }
     _boxedCommandsDirty = false;
-    _boxedCommands.resize(0);
+    _boxedCommands.resize(0); // keeps the capacity
     for (const Drawable &drawable : qAsConst(_drawables)) {
         for (int command = 0; command < drawable.boundingBoxRefs.size(); ++command) {
             const int box = drawable.boundingBoxRefs.at(command);
-            if (box >= 0) {
+            if (box >= 0) { // numbers of boxes that are loaded later count too
                 _boxedCommands.append({box, drawable.transformRefs.at(command), drawable.instance, command});
             }
         }
     }
 }
 
-/// What has no box is not outside, and what has a box without a place is.
+/// A command without a box is never outside; one with a box but no transform always is.
 inline bool GPUModel::isBoxOutside(const FrustumTest &frustum, int box, int transform) const
 {
     if (!isValidBoundingBox(box)) {

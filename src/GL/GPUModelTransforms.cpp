@@ -18,6 +18,8 @@ bool GPUModel::SwapsHandedness(const QMatrix4x4 &matrix)
 int GPUModel::addTransform(int parent, const QMatrix4x4 &local)
 {
     const int transform = _localTransforms.size();
+    // A parent may be added after its children, so the chain above may end at the number of this transform, which would close a
+    // ring. Upward traversals would never end then.
     const bool loops = transformTree().endOfChain(parent) == transform;
     _localTransforms.append(local);
     _transformLocked.append(false);
@@ -35,7 +37,7 @@ int GPUModel::addTransform(int parent, const QMatrix4x4 &local)
 void GPUModel::setLocalTransform(int transform, const QMatrix4x4 &local, bool locked)
 {
     if (!isValidTransform(transform) || _localTransforms.at(transform) == local) {
-        return; // an equal matrix does not even change the lock
+        return; // required: not even the lock changes; see GPUModelTest.RandomHierarchiesReachTheWorldAndTheObjectData
     }
     _localTransforms[transform] = local;
     _transformDirty[transform] = true;
@@ -146,13 +148,14 @@ void GPUModel::updateTransforms()
     if (!_transformsDirty) {
         return;
     }
-    // Before any mark is cleared, those below what changed are marked too.
+    // 1. The descendants of dirty transforms become dirty, before any flag is cleared.
     const int count = _localTransforms.size();
     for (int transform = 0; transform < count; ++transform) {
         if (!_transformDirty.at(transform) && isParentDirty(transform)) {
             _transformDirty[transform] = true;
         }
     }
+    // 2. Parents before children, whatever their numbers.
     MatrixWriter writer;
     for (int transform = 0; transform < count; ++transform) {
         updateChain(transform, writer);
@@ -193,9 +196,8 @@ int GPUModel::parentOf(int transform) const
     return isValidTransform(parent) ? parent : kInvalidTransformRef;
 }
 
-/// isTransformDirty() of the parent, in a walk over all transforms in the order of
-/// their numbers: those in front of this one have what is above them in their marks
-/// already.
+/// Returns isTransformDirty() of the parent, for a loop over the transforms by number: the flags of those with lower numbers
+/// include their ancestors already, so the traversal ends at the first of them.
 bool GPUModel::isParentDirty(int transform) const
 {
     for (int t = parentOf(transform); t >= 0; t = parentOf(t)) {
@@ -206,7 +208,8 @@ bool GPUModel::isParentDirty(int transform) const
     return false;
 }
 
-/// Recomputes a transform if it is dirty, behind the dirty ones directly above it.
+/// Updates a transform if it is dirty, after the dirty ones directly above it. Not recursive: a long chain would exhaust
+/// the stack.
 void GPUModel::updateChain(int transform, MatrixWriter &writer)
 {
     _dirtyChain.resize(0);
@@ -235,6 +238,7 @@ void GPUModel::recompute(int transform, MatrixWriter &writer)
     _transformSwapsHandedness[transform] = matrices.mirrors;
     _transformDirty[transform] = false;
 
+    // Required: the number is read as a position in the list, also after sorting.
     for (const InstanceRef &ref : qAsConst(_transformInstances).at(transform)) {
         const Drawable *user = drawableAt(ref.instance);
         if (user == nullptr) {
@@ -247,18 +251,24 @@ void GPUModel::recompute(int transform, MatrixWriter &writer)
     }
 }
 
-/// The parent's position and scale without its rotation. The local matrix is
-/// rewritten, so that a further update scales it again unless the host has set it
-/// anew; kept so on purpose.
+/// Returns a world matrix with the parent's position and scale but without its rotation.
+///
+/// Required: it rewrites the local matrix, so the next update scales it again unless the host sets it before; see
+/// GPUModelTest.RandomHierarchiesReachTheWorldAndTheObjectData.
 QMatrix4x4 GPUModel::lockedWorld(int transform, const QMatrix4x4 &parentWorld)
 {
+    // 1. The position in the world, from the local matrix as the host set it.
     QMatrix4x4 &local = _localTransforms[transform];
     const QVector3D translation = (parentWorld * local).column(3).toVector3D();
     const QVector3D a = parentWorld.column(0).toVector3D();
     const QVector3D b = parentWorld.column(1).toVector3D();
     const QVector3D c = parentWorld.column(2).toVector3D();
+
+    // 2. The parent's scale; one negative factor replaces any odd number of mirrored axes.
     local.setColumn(3, QVector4D(0.0f, 0.0f, 0.0f, 1.0f));
     local.scale(swapsHandedness(parentWorld) ? -a.length() : a.length(), b.length(), c.length());
+
+    // 3. Both together.
     QMatrix4x4 world;
     world.translate(translation);
     return world * local;

@@ -13,10 +13,13 @@
 
 namespace Orvane { namespace Zel {
 
-/// What the drawables of one draw have bound so far. Each drawable binds only what differs from the one before.
+/// What a draw has bound so far. Each drawable binds only what differs from the one before.
 ///
-/// Context: that of the bound objects. It is held, and the current program remembered, while no code of the host can change
-///          them: unless a texture manager is a class of the host's.
+/// The functions that each drawable calls are inline: in the source file they cost a draw up to 44 instructions more; see the
+/// scene rows in benchmarks/README.md.
+///
+/// Context: that of the bound objects. It is held, and the current program remembered, except with a texture manager of a class
+///          of the host, whose code may change both; see GPUModelDrawTest.AManagerOfTheHostMayVisitAnotherContextMeanwhile.
 /// Private to the library; a part of GPUModel's draws.
 class DrawBindings
 {
@@ -36,7 +39,7 @@ public:
     /// Changes what differs. Returns false if there is nothing to draw.
     bool bind(const GPUModel::Drawable &drawable, const QVector<int> *commands)
     {
-        // Asked first: a drawable without work changes no state.
+        // Checked first: a drawable without work changes no state.
         if (drawable.drawBuffers != nullptr && !drawable.drawBuffers->willDraw(_program, commands)) {
             return false;
         }
@@ -46,7 +49,8 @@ public:
         }
         return drawable.drawBuffers != nullptr && bindBuffers(*drawable.drawBuffers);
     }
-    /// The draw unit that is bound; where that of the drawable failed, the one before.
+
+    /// Returns the bound draw unit. If that of the last drawable could not be bound, it is an earlier one.
     DrawBuffers *drawBuffers() const { return _drawBuffers; }
     ShaderProgram *program() const { return _program; }
 
@@ -68,7 +72,8 @@ private:
         if (!materialBound && !objectBound && _textureManager == _boundManager) {
             return;
         }
-        // The manager is bound again even if it is the same: the tokens of a new collection reach the shader only by that.
+        // The manager is bound again even if it is the same: only this sends the tokens of a new collection to the shader; see
+        // GPUModelDrawTest.AWalkMakesTheCallsOfWhatDiffersAndLeavesNothingBound.
         if (_boundManager != nullptr) {
             _boundManager->unbind(_program);
         }
@@ -94,8 +99,8 @@ private:
         return wanted != nullptr;
     }
 
-    /// Returns false if no draw unit is bound. If \a wanted cannot be bound, the one before stays in use: required, see the case
-    /// of a bound vertex array in GPUModelDrawTest.EachFormOfADrawTakesItsDrawables.
+    /// Returns false if no draw unit is bound. If \a wanted cannot be bound, the one before stays in use. That is required; see
+    /// GPUModelDrawTest.EachFormOfADrawTakesItsDrawables.
     bool bindBuffers(DrawBuffers &wanted)
     {
         if (&wanted != _drawBuffers && wanted.rebind(_drawBuffers)) {

@@ -18,13 +18,13 @@ public:
     {
     }
 
-    /// Returns whether the box from \a lower to \a upper is wholly outside of one of the six planes, or touches it from
-    /// outside.
+    /// Returns whether the box from \a lower to \a upper is wholly outside of one of the six planes, which it may touch. A box
+    /// that is outside of the frustum, but crosses the planes near its edges, is not found.
     bool isOutside(const QMatrix4x4 &worldFromLocal, const float (&lower)[3], const float (&upper)[3]) const
     {
-        // 1. The columns of clipFromLocal. In its rows r0 to r3 the planes are r3 + r0, r3 + r1, r3 + r2 and r3 - r0, r3 - r1,
-        //    r3 - r2. A column has one coordinate of all of them: lanes 0 to 2 are the planes of x, y and z, and lane 3, which
-        //    belongs to no plane, is ignored.
+        // 1. The columns of clipFromLocal. With r0 to r3 as its rows the planes are r3 + r0, r3 + r1, r3 + r2 and r3 - r0,
+        //    r3 - r1, r3 - r2. A column has one coordinate of each row: lanes 0 to 2 become the planes of x, y and z, and lane 3,
+        //    which belongs to no plane, is ignored.
         const float *right = worldFromLocal.constData();
         const Lanes zero = broadcast(0.0f);
         Lanes plus = zero;

@@ -12,7 +12,8 @@ DoubleVector column(const QMatrix4x4 &matrix, int number)
     return {double(values[0]), double(values[1]), double(values[2])};
 }
 
-/// Whether the rows are so close to a common plane that rounding decides whether the determinant differs from 0.
+/// Whether the rows are so close to a common plane, within about 1e-5 of their lengths, that rounding decides whether the
+/// determinant differs from 0.
 bool isFlat(const DoubleVector (&columns)[3], double determinant)
 {
     constexpr double kFlat = 1e-10;
@@ -35,7 +36,7 @@ bool swapsHandedness(const QMatrix4x4 &matrix)
            < 0.0;
 }
 
-/// One computation instead of three: the cross products of the columns of an affine matrix are the rows of its inverse times
+/// Computes once what the inverse, the normal matrix and the handedness have in common: the cross products of the columns of an affine matrix are the rows of its inverse times
 /// the determinant. Qt computes the inverse and the normal matrix in the same way, in double too; it does so here for matrices
 /// of another shape and for those that have no inverse.
 WorldMatrices::WorldMatrices(const QMatrix4x4 &world)
