@@ -23,7 +23,6 @@ public:
     }
 
     bool isValid(int transform) const { return unsigned(transform) < unsigned(_count); }
-    int parentOf(int transform) const { return _parents[transform]; }
     bool swapsHandedness(int transform) const { return _swapsHandedness[transform]; }
 
     /// Returns the first number above \a transform that is no transform, which is often -1.
