@@ -20,14 +20,14 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// The name of an entry point, as the compiler spells its slot.
+/// Returns the name of an entry point, from the name of its slot.
 template <auto Slot> QString nameOf()
 {
     const QRegularExpression slot("_ptrc_(gl\\w+)");
     return slot.match(__PRETTY_FUNCTION__).captured(1);
 }
 
-/// A call as the log below writes it.
+/// Returns a call as the log below writes it.
 template <typename... Values> QString call(const QString &name, Values... values)
 {
     QStringList words(name);
@@ -42,7 +42,7 @@ template <typename... Values> QString call(const QString &name, Values... values
     return words.join(' ');
 }
 
-/// GL calls of several kinds in the order in which they come.
+/// Records the calls of several entry points in order.
 template <auto... Slots> class CallLog
 {
 public:
@@ -84,7 +84,7 @@ out vec4 color;
 void main() { color = paint + managedTexture(uvec2(0u), vec2(0.0)); }
 )";
 
-/// Does nothing of its own but what a test tells it to do for each batch of tokens.
+/// A manager of a host: runs the code of a test for each batch of tokens.
 class HostManager : public SamplerTextureManager
 {
 public:
@@ -119,7 +119,7 @@ protected:
         _program.addShader(GL_FRAGMENT_SHADER, kFragmentStage, QString());
         _program.addShaderFromFile(GL_FRAGMENT_SHADER, _textures.getShaderFile());
         EXPECT_TRUE(_program.link()) << _program.log().toStdString();
-        _capture.take(); // the limit, the token of white
+        _capture.take(); // the messages on the limit and the white texture
         _program.bind();
     }
 
@@ -128,7 +128,7 @@ protected:
         _program.unbind();
         _model.clear();
         _textures.clear();
-        _capture.take(); // the token of white
+        _capture.take(); // the message on the white texture
         _helpers.deleteAll();
         glFrontFace(GL_CCW);
         glDisable(GL_PRIMITIVE_RESTART);
@@ -167,7 +167,7 @@ TEST_F(GPUModelDrawTest, AWalkMakesTheCallsOfWhatDiffersAndLeavesNothingBound)
     _model.useTransform(b, 0, 0);
     const int c = addSquares({placed(0, 0)}, 0, 1, second);
     _model.updateTransforms();
-    ASSERT_TRUE(draw(eWindingCCW, {0, 1}, true)); // uploads, specifies the vertex arrays
+    ASSERT_TRUE(draw(eWindingCCW, {0, 1}, true)); // the first draw uploads and specifies the vertex arrays
 
     CallLog<&glActiveTexture, &glBindBuffer, &glBindBufferBase, &glBindTexture, &glBindVertexArray,
             &glBufferData, &glBufferSubData, &glDisable, &glDisableVertexAttribArray,
@@ -187,7 +187,7 @@ TEST_F(GPUModelDrawTest, AWalkMakesTheCallsOfWhatDiffersAndLeavesNothingBound)
     };
     const unsigned int paintPoint = point("u_ScenePaintUniform");
     const unsigned int objectPoint = point("u_SceneObjectUniform");
-    // The manager's two helpers are its own: their names are those of the first two binds.
+    // The names of the manager's two private textures are known from the first two binds only.
     const QStringList names = calls.filter("glBindTexture");
     ASSERT_LE(2, names.size());
     const int last = integerOf(GL_MAX_TEXTURE_IMAGE_UNITS) - 1;
@@ -235,8 +235,7 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
         matrix(2, 3) = z;
         return matrix;
     };
-    // Mirrored ones on the left and plain ones on the right; below these one with both faces, one that is culled, and a
-    // plain one again.
+    // Mirrored squares on the left and plain ones on the right; below them a two-sided square, a culled one and a plain one.
     const QMatrix4x4 left = placed(0, 0, -1);
     const QMatrix4x4 right = placed(0, 0);
     const QMatrix4x4 below = placed(0, -1);
@@ -248,7 +247,7 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
     }
     const GPUModel::BoundingBox box{0, 0, 0, 1, 1, 0};
     _model.loadBoundingBoxes(&box, 1);
-    for (const int command : {0, 1, 3}) { // that without a box is the farthest
+    for (const int command : {0, 1, 3}) { // the one without a box counts as the farthest
         _model.useBoundingBox(mixed, command, 0);
     }
     _model.updateTransforms();
@@ -267,14 +266,13 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
         return call("glUniform1ui", _program.getUniformLocationNameID(), number);
     };
     const unsigned long long sorts = GPUModel::kFlagSortByDistance;
-    QMatrix4x4
-        view; // the eye is taken from the inverse with its sign turned: at z = -10, so the last comes first
+    QMatrix4x4 view; // the sign of the eye is turned: it is at z = -10, so the last command is the nearest
     view.translate(0, 0, -10);
     const struct
     {
         GPUModel::WindingType winding;
         unsigned long long value;
-        float onTheRight; ///< the depth of the one drawn last there; on the left it is the same in all rows
+        float onTheRight; ///< depth of the last square drawn there; the left one is the same in all rows
         QStringList calls;
     } kRows[] = {
         {GPUModel::eWindingCW,
@@ -292,7 +290,7 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
         log.take();
         EXPECT_TRUE(
             _model.draw(&_program, nullptr, row.value, GPUModel::kFlagHidden, row.winding, &view, false));
-        const QString restart = call("glEnable", GL_PRIMITIVE_RESTART); // once a process
+        const QString restart = call("glEnable", GL_PRIMITIVE_RESTART); // once per process
         EXPECT_EQ(row.calls, log.take().replaceInStrings(restart, QString()).filter(QStringLiteral("gl")));
         const Pixels picture = Pixels::ofFramebuffer(0, 0, 2, 2);
         const auto colorOf = [](float z) { return QVector4D(z, z, z, 1 + z); };
@@ -305,7 +303,7 @@ TEST_F(GPUModelDrawTest, WindingFollowsTheDrawableAndCommandsTheirHandednessAndD
 
 TEST_F(GPUModelDrawTest, EachFormOfADrawTakesItsDrawables)
 {
-    // The number of commands tells who was drawn.
+    // Each drawable has a different number of commands, so the count identifies what is drawn.
     addSquares(QVector<QMatrix4x4>(1), 1, 0);
     addSquares(QVector<QMatrix4x4>(2), 2, 1);
     addSquares(QVector<QMatrix4x4>(4), 3, 1);
@@ -323,17 +321,17 @@ TEST_F(GPUModelDrawTest, EachFormOfADrawTakesItsDrawables)
     EXPECT_EQ(1u, drawn(_model.drawExclude(&_program, &_textures, 0, 0, eWindingOff, nullptr, {1})));
     EXPECT_EQ(4u, drawn(_model.drawMaterials(&_program, &_textures, 1, 1, eWindingOff, nullptr, {1})));
     EXPECT_EQ(5u, drawn(_model.drawSimple(&_program, &_textures, 1, 1)));
-    _model.setFeatureFlags(16); // simple, and without the filter
+    _model.setFeatureFlags(16); // kFeatureSimple without kFeatureFilterSimple
     EXPECT_EQ(7u, drawn(_model.draw(&_program, &_textures, 1, 1)));
     _model.setFeatureFlags(15);
 
-    { // the command of a unit that cannot be bound is drawn from the unit before
+    { // draw buffers that cannot be bound are drawn from those before
         const AutoBinder elsewhere(_model.drawBuffers(0)->VAO());
         EXPECT_EQ(7u, drawn(_model.draw(&_program, nullptr, 0, 0, eWindingOff, nullptr, {}, {1, 0}, false)));
         EXPECT_MESSAGES(startsWith("critical [VertexArrayObject.cpp:#]"));
     }
 
-    // What is hidden stays so where sorting moves it to.
+    // A hidden drawable stays hidden when sorting moves it.
     addSquares(QVector<QMatrix4x4>(1), 0, 0);
     _model.setVisibility(7, 2);
     for (int times = 0; times < 2; ++times) {
@@ -362,16 +360,16 @@ TEST_F(GPUModelDrawTest, WhatHostCodeDoesToTheModelDuringADrawCountsFromTheNextO
             EXPECT_TRUE(_model.draw(&_program, &manager, 0, kAll, eWindingOff, nullptr, {}, {0, 1}, false));
             EXPECT_EQ(drawn, draws.count());
         }
-        EXPECT_EQ(row.first < 2, last.isNull()); // removed, and so deleted
+        EXPECT_EQ(row.first < 2, last.isNull()); // deleted once it is removed
         _model.clear();
         manager.clear();
-        _capture.take(); // the token of white
+        _capture.take(); // the message on the white texture
     }
 }
 
 TEST_F(GPUModelDrawTest, ASteadyFrameTakesNoMemoryForADrawable)
 {
-    // What the driver takes for its draws is its own.
+    // The allocations of the driver do not count.
     Hook<&glDrawElementsBaseVertex> draws;
     draws.replace([](auto...) {});
     InstanceDataCollection *material = paint();
@@ -380,7 +378,7 @@ TEST_F(GPUModelDrawTest, ASteadyFrameTakesNoMemoryForADrawable)
     _model.loadBoundingBoxes(&box, 1);
     const auto takenByAFrame = [&] {
         size_t taken = 0;
-        for (int frame = 0; frame < 3; ++frame) { // the first ones make what they need
+        for (int frame = 0; frame < 3; ++frame) { // the first frames allocate what they need
             for (int i = 0; i < _model.numDrawables(); ++i) {
                 _model.setLocalTransform(i, placed(float(frame), 0), false);
             }
@@ -416,7 +414,7 @@ TEST_F(GPUModelDrawTest, AManagerOfTheHostMayVisitAnotherContextMeanwhile)
     addSquares({placed(0, -1)});
     _model.updateTransforms();
     HostManager manager;
-    _capture.take(); // the token of white
+    _capture.take(); // the message on the white texture
     QVector<void *> seen;
     manager.visit = [&] {
         other->makeCurrent();

@@ -29,7 +29,7 @@ QMatrix4x4 read(const InstanceDataCollection &data, int item, const char *member
     return matrix;
 }
 
-/// A child that takes place and scale of what is above it, not the rotation; its local matrix keeps the scale.
+/// Returns the world matrix of a locked child: the position and scale of its parent, not the rotation. Scales the local matrix.
 QMatrix4x4 lockedWorld(const QMatrix4x4 &above, QMatrix4x4 &local)
 {
     const QVector4D place = (above * local).column(3);
@@ -45,7 +45,7 @@ QMatrix4x4 lockedWorld(const QMatrix4x4 &above, QMatrix4x4 &local)
     return world;
 }
 
-/// Up to what rounding does to the greatest element.
+/// Compares up to the rounding of the largest element.
 bool isNear(const QMatrix4x4 &expected, const QMatrix4x4 &actual)
 {
     float greatest = 0.0f;
@@ -57,7 +57,7 @@ bool isNear(const QMatrix4x4 &expected, const QMatrix4x4 &actual)
     return error <= 1e-5f * greatest;
 }
 
-/// Whether all corners of a box lie behind one plane of the view.
+/// Whether all corners of a box are outside of one plane of the frustum.
 bool liesOutside(const QMatrix4x4 &clipFromLocal, const GPUModel::BoundingBox &box)
 {
     for (int plane = 0; plane < 6; ++plane) {
@@ -76,7 +76,7 @@ bool liesOutside(const QMatrix4x4 &clipFromLocal, const GPUModel::BoundingBox &b
     return false;
 }
 
-/// Whether a box shows in any pixel of a small picture: a ray through each, cut by the box in its own space.
+/// Whether any pixel of a small picture shows the box: a ray through each pixel, intersected with the box in its own space.
 bool isSeen(const QMatrix4x4 &clipFromLocal, const GPUModel::BoundingBox &box)
 {
     constexpr int kPixels = 24;
@@ -124,14 +124,14 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
         locals[i] = randomMatrix(random);
         _model.useTransform(i / kCommands, i % kCommands, _model.addTransform(-1, locals.at(i)));
     }
-    QVector<int> order(kTransforms); // parents come first here; their numbers may be the greater ones
+    QVector<int> order(kTransforms); // parents precede children here, but not by number
     std::iota(order.begin(), order.end(), 0);
     std::shuffle(order.begin(), order.end(), random);
     for (int i = 50; i < kTransforms; ++i) {
         _model.setTransformParent(order.at(i), order.at(below(i / 4)));
     }
     const int above = _model.transformParent(order.back());
-    _model.setTransformParent(above, order.back()); // a ring is refused
+    _model.setTransformParent(above, order.back()); // refused: it would make a ring
     ASSERT_NE(order.back(), _model.transformParent(above));
 
     for (int frame = 0; frame < 12; ++frame) {
@@ -141,7 +141,7 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
         dirty[order.at(place)] = frame == 0 || newParent != _model.transformParent(order.at(place));
         _model.setTransformParent(order.at(place), newParent);
         for (int move = 0; move < 4; ++move) {
-            const int i = order.at(below(kTransforms >> (2 * move))); // with few below it, and with many
+            const int i = order.at(below(kTransforms >> (2 * move))); // with few descendants, and with many
             const int parent = _model.transformParent(i);
             const QMatrix4x4 matrix = randomMatrix(random);
             locked[i] = move == 0;
@@ -173,7 +173,10 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
             const QMatrix4x4 world = _model.worldTransform(i);
             ASSERT_FALSE(_model.isTransformDirty(i));
             ASSERT_TRUE(qFuzzyCompare(worlds.at(i), world)) << frame << ' ' << i;
+            QMatrix4x4 small = world;
+            small.scale(1e-9f);
             ASSERT_EQ(world.determinant() < 0, GPUModel::SwapsHandedness(world));
+            ASSERT_EQ(world.determinant() < 0, GPUModel::SwapsHandedness(small)) << frame << ' ' << i;
             ASSERT_EQ(world, held(i, "ModelMatrix"));
             ASSERT_TRUE(isNear(world.inverted(), held(i, "InverseModelMatrix"))) << frame << ' ' << i;
             ASSERT_TRUE(isNear(QMatrix4x4(world.normalMatrix()), QMatrix4x4(_model.normalTransform(i))));
@@ -182,7 +185,7 @@ TEST_F(GPUModelTest, RandomHierarchiesReachTheWorldAndTheObjectData)
             ASSERT_EQ(before.at(i), held(i, "PreviousModelMatrix")) << frame << ' ' << i;
         }
         _model.updatePreviousMatrices();
-        for (int i = 0; i < kTransforms; ++i) { // what stands still has no motion
+        for (int i = 0; i < kTransforms; ++i) { // no motion until the next move
             ASSERT_EQ(_model.worldTransform(i), held(i, "PreviousModelMatrix"));
         }
     }
@@ -196,7 +199,7 @@ TEST_F(GPUModelTest, WhatIsRemovedIsDeletedInOrderUnlessAnotherDrawableUsesIt)
         _model.add(squares(1), 0, objects(1), shared, 0);
         expected << _model.drawBuffers(i) << _model.materialData(i);
     }
-    expected.insert(4, shared); // the first drawable does not have it any more
+    expected.insert(4, shared); // with the second drawable, now its first user
     for (const QObject *object : qAsConst(expected)) {
         QObject::connect(object, &QObject::destroyed, [&](QObject *gone) { deleted << gone; });
     }
@@ -210,9 +213,9 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
 {
     const int late = addSquares({placed(0, 0)}, 7);
     const int early = addSquares({placed(0, 0), placed(1, 1)}, 3ull << 55 | 3);
-    _model.removeFlags(0, 2, 3ull << 55); // after this lower flags stand behind
+    _model.removeFlags(0, 2, 3ull << 55); // now lower flags follow higher ones
     _model.addFlags(late, 5ull << 52 | 1);
-    _model.setFlags(early, 0, 0, ~0ull); // of no drawable
+    _model.setFlags(early, 0, 0, ~0ull); // names no drawable: nothing changes
     _model.sortDrawablesByFlags();
     EXPECT_EQ(5ull << 52 | 7, _model.getFlags(late));
     EXPECT_EQ(3u, _model.getFlags(early));
@@ -220,7 +223,7 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     EXPECT_EQ(5, _model.maxTangentSets());
     EXPECT_TRUE(_model.isDrawAny(4));
 
-    // Refs are read as positions: that of number 0 is now the other's.
+    // References are positions, so that of number 0 now means the other drawable.
     _model.addObjectName(late, 1, "a");
     const QMatrix4x4 matrix = placed(5, 6);
     _model.setObjectProperty("a", "InverseModelMatrix", matrix.constData(), 64);
@@ -248,7 +251,7 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     EXPECT_TRUE(_model.isDescendant(parent, child));
     EXPECT_FALSE(_model.isDescendant(parent, -1));
     _model.clear();
-    for (int i = 0; i <= child; ++i) { // the old visibility is still there
+    for (int i = 0; i <= child; ++i) { // the numbers keep their old visibility
         _model.addTransform(-1, QMatrix4x4());
         EXPECT_EQ(i != parent, _model.isVisible(i));
     }
@@ -304,7 +307,7 @@ TEST_F(GPUModelTest, FrustumCullingKeepsEverythingThatAPictureShowsOrHasAPointIn
         }
         _model.updateTransforms();
         culled += _model.frustumCull(viewProjection);
-        EXPECT_EQ(0, _model.frustumCull(viewProjection)); // marks are only ever added once
+        EXPECT_EQ(0, _model.frustumCull(viewProjection)); // each command is counted once
         for (int i = 0; i < kBoxes; ++i) {
             const QMatrix4x4 clipFromLocal = viewProjection * _model.worldTransform(i);
             bool seen = isSeen(clipFromLocal, box);
@@ -328,7 +331,7 @@ TEST_F(GPUModelTest, MarksCountsAndBoundsAgreeOverARandomSequence)
     constexpr int kCommands = 3;
     constexpr int kAllCommands = kDrawables * kCommands;
     std::mt19937 random(84);
-    QVector<GPUModel::BoundingBox> boxes; // each with a least x of its own, by which it is known again
+    QVector<GPUModel::BoundingBox> boxes; // each identified by its own minimum of x
     for (int i = 0; i < kAllCommands; ++i) {
         boxes.append({-0.5f - 0.01f * float(i), -0.5f, -0.5f, 0.5f, 0.5f, 0.5f});
     }

@@ -128,7 +128,7 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
-    friend class GPUModel; ///< reads the vertex array with each draw
+    friend class DrawBindings; ///< reads the vertex array with each draw
     class DrawID;
     /// What one command hands to GL.
     struct CommandNumbers

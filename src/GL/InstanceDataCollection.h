@@ -95,7 +95,7 @@ public:
 private:
     // The transports fill the GL objects; the scene writes matrices by offset.
     friend class BufferTextureMechanism;
-    friend class GPUModel;
+    friend class MatrixWriter;
     friend class TextureMechanism;
     friend class UniformBufferMechanism;
     friend class UniformMechanism;
