@@ -12,7 +12,6 @@ namespace Orvane { namespace Zel {
 
 class BufferObject;
 class GLSLMacroProcessor;
-class GPUModel;
 class ShaderProgram;
 class UniformBufferObject;
 class VertexArrayObject;
