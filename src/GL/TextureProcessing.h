@@ -36,9 +36,9 @@ class Texture;
 
 /// A new texture with the target, size and sampler state of \a source at \a level,
 /// and no pixels. With \a internalFormat 0 it takes the source's, or GL_RGBA for a
-/// compressed source. Null, without a message, for other targets than GL_TEXTURE_2D,
-/// and for formats that formatFromInternalFormat() or typeFromInternalFormat() reports
-/// as unknown, such as GL_RGB565, GL_RGB9_E5 and the signed normalised ones.
+/// compressed source. Null for targets other than GL_TEXTURE_2D, in silence, and for
+/// formats that formatFromInternalFormat() or typeFromInternalFormat() reports as
+/// unknown, such as GL_RGB565, GL_RGB9_E5 and the signed normalised ones.
 ZELGL_EXPORT Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int level);
 
 /// A pass program: "passthroughVS.glslc", and a fragment stage that reads the
