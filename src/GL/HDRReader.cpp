@@ -58,6 +58,7 @@ Texture *upload(const float *rows, unsigned int width, unsigned int height)
     auto *texture = new Texture(GL_TEXTURE_2D, GL_RGB16F, w, h, 1, nullptr);
     bool uploaded = false;
     if (texture->bind()) { // otherwise the calls would change another texture
+        clearPendingGLErrors();
         const UnpackAlignment alignment(4);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
