@@ -1,11 +1,9 @@
 #include "GLUtilities.h"
 
-#include "GLContextTracker.h"
 #include "private/BuiltinRecognisers.h"
+#include "private/ContextState.h"
 #include "private/EntryPoint.h"
 
-#include <QtCore/QHash>
-#include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
 #include <QtCore/QSet>
 #include <QtCore/QString>
@@ -22,9 +20,6 @@ namespace {
 using Orvane::Zel::kNotInitialized;
 
 bool initialized = false; ///< initializeGLFunctions() has succeeded
-
-QMutex extensionCacheMutex;
-QHash<void *, QSet<QString>> extensionCache; ///< by context; never removed, never refreshed
 
 QSet<QString> readExtensions()
 {
@@ -250,14 +245,14 @@ void *getGLProcAddress(const char *name, bool quiet)
 
 bool hasGLExtension(const char *name)
 {
-    void *context = Orvane::Zel::GLContextTracker::currentContext();
     const bool extensionsAllowed = std::getenv("ZEL_NO_GL_EXTENSIONS") == nullptr;
     ZEL_ASSERT_RETURN(!extensionsAllowed || nullptr != glGetStringi, false, kNotInitialized);
-    const QMutexLocker locker(&extensionCacheMutex);
-    if (extensionsAllowed && !extensionCache.contains(context)) {
-        extensionCache.insert(context, readExtensions());
+    auto &known = Orvane::Zel::ContextState::current().extensions;
+    const QMutexLocker locker(&Orvane::Zel::ContextState::mutex);
+    if (!known) { // never refreshed, also where the variable left it empty; see GLUtilitiesTest
+        known = extensionsAllowed ? readExtensions() : QSet<QString>();
     }
-    const QSet<QString> &extensions = extensionCache[context]; // a context without an entry gets an empty one
+    const QSet<QString> &extensions = *known;
     const QString wanted = QString::fromLatin1(name);
     const QString prefix = QStringLiteral("GL_");
     const QString otherSpelling = wanted.startsWith(prefix) ? wanted.mid(prefix.size()) : prefix + wanted;
