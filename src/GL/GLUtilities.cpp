@@ -89,8 +89,7 @@ void APIENTRY onGLDebugMessage(GLenum source, GLenum type, GLuint id, GLenum sev
                   wordFor(kDebugSeverities, severity, unknown), message);
 }
 
-/// What an allocation call and a size computation need to know of an internal
-/// format; 0 where there is no answer.
+/// The size, transfer type and transfer format of an internal format; 0: not known.
 struct FormatRow
 {
     GLenum internalFormat;
@@ -99,7 +98,7 @@ struct FormatRow
     GLenum format;
 };
 
-// Sorted by internal format. The gaps are wanted as they stand.
+// Sorted by internal format. Required: the zeros, since hosts depend on the messages for them; see FormatUtilitiesTest.
 constexpr FormatRow kFormats[] = {
     {GL_UNSIGNED_SHORT, 2, 0, 0},
     {GL_UNSIGNED_INT, 4, 0, 0},
@@ -180,7 +179,7 @@ const FormatRow &formatRow(GLenum internalFormat)
     return row != std::end(kFormats) && row->internalFormat == internalFormat ? *row : unknown;
 }
 
-/// The functions are looked up without a context too, but then they do nothing, and GL has no version.
+/// glXGetProcAddress() also succeeds without a context, but then the functions do nothing, and GL returns no version.
 bool hasContext()
 {
     return glGetString == nullptr || glGetString(GL_VERSION) != nullptr;
@@ -203,7 +202,7 @@ bool initializeGLFunctions()
         initialized = false;
     }
     Orvane::Zel::
-        registerBuiltinRecognisers(); // after a failure too: the next try registers them a second time
+        registerBuiltinRecognisers(); // required after a failure too, so that the next call registers them again
     return initialized;
 }
 
@@ -220,7 +219,7 @@ bool initializeGLDebugging()
     if (messageCallback == nullptr) {
         return false;
     }
-    // NVIDIA, buffer memory placement: told for every buffer, of no use to a host.
+    // NVIDIA reports the memory placement of each buffer, which is of no use to a host.
     const GLuint bufferPlacementMessage = 131185;
     messageControl(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
     messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_PUSH_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr,
@@ -249,7 +248,7 @@ bool hasGLExtension(const char *name)
     ZEL_ASSERT_RETURN(!extensionsAllowed || nullptr != glGetStringi, false, kNotInitialized);
     auto &known = Orvane::Zel::ContextState::current().extensions;
     const QMutexLocker locker(&Orvane::Zel::ContextState::mutex);
-    if (!known) { // never refreshed, also where the variable left it empty; see GLUtilitiesTest
+    if (!known) { // never refreshed, even if the variable made it empty; see GLUtilitiesTest
         known = extensionsAllowed ? readExtensions() : QSet<QString>();
     }
     const QSet<QString> &extensions = *known;

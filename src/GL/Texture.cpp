@@ -105,7 +105,7 @@ bool Texture::destroy()
 {
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texture is NULL on destroy");
     if (_managed) {
-        glDeleteTextures(1, &_textureID); // the name stays on record: a second call deletes again
+        glDeleteTextures(1, &_textureID); // _textureID keeps its value, and a second call deletes again
     }
     return true;
 }
@@ -117,7 +117,7 @@ Texture *Texture::create2D(unsigned int target, unsigned int internalFormat, int
     setTarget(target);
     setSize(0, static_cast<int>(internalFormat), width, height, 1);
     if (!bind()) {
-        return this; // the calls below would go to another texture
+        return this; // the calls below would change another texture
     }
     setFiltersNearest();
     glTexImage2D(target, 0, static_cast<GLint>(internalFormat), width, height, 0,
@@ -148,11 +148,12 @@ Texture *Texture::create2DMultisample(unsigned int target, unsigned int internal
 {
     ZEL_ASSERT(target == GL_TEXTURE_2D_MULTISAMPLE, "Target 0x%X is not allowed.", target);
     ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
-    setTarget(target); // setSize() is left out on purpose: the size of a multisample texture is asked of GL
+    // Required: no setSize(), GL knows the size of a multisample texture; see TextureTest.
+    setTarget(target);
     if (!bind()) {
         return this;
     }
-    if (target != GL_TEXTURE_2D_MULTISAMPLE) { // these have no sampler state
+    if (target != GL_TEXTURE_2D_MULTISAMPLE) { // multisample textures have no sampler state
         setFiltersNearest();
     }
     glTexImage2DMultisample(target, samples, internalFormat, width, height, GL_TRUE);
@@ -165,7 +166,7 @@ Texture *Texture::create3DMultisample(unsigned int target, unsigned int internal
 {
     ZEL_ASSERT(target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY, "Target 0x%X is not allowed.", target);
     ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
-    setTarget(target); // without setSize(), as above
+    setTarget(target); // no setSize(), as above
     if (!bind()) {
         return this;
     }
@@ -216,7 +217,7 @@ inline bool Texture::bindToUnit(unsigned int &unit)
 
     if (NameTable::Use *const use = contextInfo.textureToUnitMaps.find(_textureID)) {
         unit = use->number;
-        glActiveTexture(GL_TEXTURE0 + unit); // it still holds the texture
+        glActiveTexture(GL_TEXTURE0 + unit); // the texture is still bound there: no glBindTexture()
         ++use->count;
         return true;
     }
@@ -239,7 +240,7 @@ bool Texture::unbind()
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
     TextureContextInfo &contextInfo = currentContextInfo();
     NameTable::Use *const use = contextInfo.textureToUnitMaps.find(_textureID);
-    if (use == nullptr) { // the condition below is the text of the message; one search serves the usual case
+    if (use == nullptr) { // repeated below only because the message quotes the condition
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
                           "Texture has not been bound on unbind");
     }
@@ -256,7 +257,7 @@ bool Texture::unbind()
 
 bool Texture::isBound() const
 {
-    // The texts are those of unbind().
+    // Required: the messages are those of unbind(); see TextureTest.
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
     return currentContextInfo().textureToUnitMaps.contains(_textureID);
@@ -322,7 +323,7 @@ int Texture::internalFormat(int level) const
 
 int Texture::getTexLevelParameteriv(int level, unsigned int pname) const
 {
-    // The texts say internalFormat() whatever is asked.
+    // Required: the messages name internalFormat() for each query; see TextureTest.
     ZEL_ASSERT_RETURN(0u != this->_textureID, -1, "Texutre is NULL on internalFormat()");
     ZEL_ASSERT_RETURN(0u != this->_target, -1, "Texture target is not set on internalFormat()");
     ZEL_ASSERT_RETURN(this->isBound(), -1, "Texture target is not bound");

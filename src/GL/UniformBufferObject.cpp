@@ -141,13 +141,13 @@ bool UniformBufferObject::unbind()
     return unbind(program);
 }
 
-/// The block's index as GL's signed answer: -1 when the program is null or lacks the block.
+/// The index of the block, as a signed number: -1 if the program is null or does not have the block.
 inline int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigned int target)
 {
     if (program == nullptr) {
         return -1;
     }
-    // The copy shares its data with the program's table for as long as that does not change.
+    // Our copy of the program's table shares its data with the original until the program is linked again.
     const QHash<QString, unsigned int> &indices =
         target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
     return indices.isSharedWith(_knownIndices) ? _knownIndex : findBlockIndex(program, target);
@@ -178,7 +178,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
         return true;
     }
 
-    // The point that the program has from before costs it no GL call.
+    // The program still has the point of its last bind, which saves a glUniformBlockBinding().
     const unsigned int previous =
         index >= 0 ? program->getTypeBlockBinding(target, unsigned(index)) : kInvalidBinding;
     const bool takesPrevious =
@@ -206,11 +206,12 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     return true;
 }
 
-// The program keeps its binding: bind() finds the same point again by it.
+// The program keeps the point of its block, so that the next bind() can acquire the same one; see
+// UniformBufferObjectTest.AProgramKeepsThePointsOfItsBlocks.
 bool UniformBufferObject::unbind(ShaderProgram *)
 {
     ZEL_ASSERT_RETURN(!this->_bufferObject.isNull(), false,
-                      "m_bufferObject is NULL on bind()"); // bind() on purpose
+                      "m_bufferObject is NULL on bind()"); // required: the message names bind()
     UBOContextData &uboContextData = contextData(_bufferObject->target());
     const unsigned int bufferObjectID = _bufferObject->getBO();
     auto &uses = uboContextData._boundUniformBufferObjectCounts;

@@ -4,7 +4,7 @@
     tools/glloader/generate.py [--registry gl.xml] OUTPUT_FOLDER
 
 writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. See README.md beside this
-script for what the table holds and why.
+script for the contents of the table and the reasons.
 """
 
 import argparse
@@ -16,7 +16,7 @@ import xml.etree.ElementTree as ElementTree
 REGISTRY = "/usr/share/khronos-api/gl.xml"
 NEWEST_CORE_VERSION = (3, 2)
 
-# The extensions whose flags and entry points the table carries, in the order in which the loader compares their names.
+# The extensions whose flags and entry points the table contains, in the order in which the loader compares their names.
 EXTENSIONS = (
     "ARB_draw_indirect",
     "ARB_multi_draw_indirect",
@@ -96,23 +96,24 @@ def header(core, extensions, commands):
 /// \\file
 /// The table of OpenGL entry points.
 ///
-/// Every GL function of the core profile up to 3.2, and those of six extensions,
-/// has one exported, writable pointer `_ptrc_gl*`, null until ogl_LoadFunctions()
-/// fills it. The macros at the end let code write `glBindBuffer(...)` and call
-/// through the table; a program may replace a slot to count or fake a call.
-/// A source that calls members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES
-/// before it includes a header of the library: the macros, which would rename
-/// these members, are then left out.
+/// Each GL function of the core profile up to 3.2 and of six extensions has one
+/// exported, writable pointer `_ptrc_gl*`. It is null until ogl_LoadFunctions() sets
+/// it. With the macros at the end of the file, `glBindBuffer(...)` calls through this
+/// pointer. A program may replace a pointer to count or fake calls.
+///
+/// The macros would also rename the members of Qt's QOpenGLFunctions. A source that
+/// calls those members defines ZELGL_NO_GL_NAMES before it includes any header of the
+/// library, which leaves the macros out.
 ///
 /// Context: ogl_LoadFunctions() and the version queries need a current context.
-/// Errors:  a missing entry point leaves its slot null and is only counted. The
-///          version queries log an assertion and return 0 while the table is empty.
-/// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
+/// Errors:  a missing entry point leaves its pointer null and is only counted. The
+///          version queries log an assertion and return 0 before the table is loaded.
+/// Source:  the Khronos registry, gl.xml; types and enumerators of GL/glcorearb.h.
 
 #include "Export.h"
 
-// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; before these classes it
-// undefines the names. All of that must come before the macros below.
+// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; it undefines these names
+// first. All of this must precede the macros below.
 #include <QtGui/qopenglextrafunctions.h>
 #include <QtGui/qopenglfunctions.h>
 
@@ -124,7 +125,7 @@ def header(core, extensions, commands):
 
 extern "C" {
 
-/// 0: not advertised; 1: there, all its functions found; 1 + n: n functions missing.
+/// 0: not advertised; 1: advertised, all functions found; 1 + n: advertised, n functions missing.
 """
     )
     out += [f"extern ZELGL_EXPORT int ogl_ext_{name};\n" for name in extensions]
@@ -133,14 +134,14 @@ extern "C" {
         out += [f"extern ZELGL_EXPORT {commands[name].declarator};\n" for name in names]
     out.append(
         """
-/// Fills the table. 0 on failure, otherwise 1 + the number of core functions not found.
+/// Loads the table. Returns 0 on failure, otherwise 1 + the number of core functions that are missing.
 ZELGL_EXPORT int ogl_LoadFunctions();
 
-/// The version of the context of the first question, cached for the process.
+/// The version of the context that was current in the first call of either; cached for the process.
 ZELGL_EXPORT int ogl_GetMajorVersion();
 ZELGL_EXPORT int ogl_GetMinorVersion();
 
-/// Compares the other way round from what its name says; openGlVersionSupported() is the version test to use.
+/// Compares in the opposite direction to its name; use openGlVersionSupported() instead.
 ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 
 } // extern "C"
@@ -168,7 +169,7 @@ def source(core, extensions, commands):
         """
 namespace {
 
-/// Looks one function up into its slot; 1 when it is missing.
+/// Looks up one function and stores it. Returns 1 if it is missing.
 template <typename Function> int load(Function *&slot, const char *name)
 {
     slot = reinterpret_cast<Function *>(glXGetProcAddressARB(reinterpret_cast<const GLubyte *>(name)));
@@ -263,7 +264,7 @@ int ogl_GetMinorVersion()
 int ogl_IsVersionGEQ(int major, int minor)
 {
     cacheVersion();
-    // Kept on purpose: the comparison runs the other way round from what the name says.
+    // Required: hosts depend on the direction, which is opposite to the name; see GLLoaderTest.
     if (major != majorVersion) {
         return major > majorVersion ? 1 : 0;
     }

@@ -4,8 +4,8 @@ namespace Orvane { namespace Zel {
 
 class ContextState;
 
-/// Makes ContextState::current() and GLContextTracker::currentContext() return the record and identity of one context for the
-/// length of a scope, in this thread. A draw of many objects needs them several times for each object, and the query of Qt
+/// Makes ContextState::current() and GLContextTracker::currentContext() return the record and identity of one context during
+/// a scope, in this thread. A draw of many objects needs them several times for each object, and the query of Qt
 /// costs more than all the rest of a look-up.
 ///
 /// Context: the one that is current at the start must stay current to the end of the scope. Code of the host may change
@@ -28,7 +28,7 @@ private:
     ContextState *_outer; ///< the record before this scope; null: none was held
 };
 
-/// The context is queried again for the length of this scope.
+/// The context is queried again during this scope.
 class ContextHold::Pause
 {
 public:
