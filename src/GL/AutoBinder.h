@@ -6,18 +6,17 @@
 
 namespace Orvane { namespace Zel {
 
-/// Binds an object for the length of a scope, and unbinds only what it bound
-/// itself.
+/// Binds an object during a scope, and unbinds it only if its own bind()
+/// succeeded.
 ///
 /// \snippet frame.cpp AutoBinder
 ///
-/// Context: that of the object.
-/// Errors:  a null object is told at debug level; a bind() that fails leaves the
-///          guard inert, so the guard of an object that is bound already neither
-///          binds nor unbinds.
+/// Context: the context of the object.
+/// Errors:  logs a null object at debug level. If bind() fails, the destructor does
+///          nothing: a guard for an object that is already bound does not unbind it.
 ///
-/// The guard keeps a raw pointer: the caller's reference must outlive it, in the
-/// form that takes a shared pointer too.
+/// The guard stores a raw pointer. The caller must keep the object alive for longer,
+/// even if it passes a shared pointer.
 class ZELGL_EXPORT AutoBinder
 {
     Q_DISABLE_COPY(AutoBinder)
@@ -29,7 +28,7 @@ public:
 
 private:
     Bindable *_bindable = nullptr;
-    bool _bound = false; ///< what bind() answered
+    bool _bound = false; ///< the result of bind()
 };
 
 }} // namespace Orvane::Zel

@@ -1,21 +1,19 @@
 #include "AutoDisabler.h"
 
+#include "private/ScopedCapability.h"
+
 namespace Orvane { namespace Zel {
 
 AutoDisabler::AutoDisabler(GLenum capability)
-    : _wasEnabled(glIsEnabled(capability) != GL_FALSE)
+    : _wasEnabled(ScopedCapability::exchange(capability, false))
     , _capability(capability)
 {
-    glDisable(_capability);
 }
 
 AutoDisabler::~AutoDisabler()
 {
-    if (_wasEnabled) {
-        glEnable(_capability);
-    } else {
-        glDisable(_capability);
-    }
+    // Without a comparison: the host may have changed the capability, and each end must make one call; see BindScopesTest.
+    ScopedCapability::set(_capability, _wasEnabled);
 }
 
 }} // namespace Orvane::Zel

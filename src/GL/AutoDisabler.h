@@ -6,12 +6,14 @@
 
 namespace Orvane { namespace Zel {
 
-/// Has a GL capability Disabled for the length of a scope, and restores it.
+/// Disables a GL capability during a scope, and then restores its state.
 ///
 /// \snippet frame.cpp AutoDisabler
 ///
-/// Context: the same context must be current at both ends of the scope.
-/// Source:  OpenGL, glIsEnabled, glEnable, glDisable; the end always makes one call.
+/// Context: the same context must be current at the start and the end of the scope.
+/// Errors:  none are checked.
+/// Source:  OpenGL glIsEnabled(), glEnable(), glDisable(). The destructor always calls
+///          one of the last two, even if the state is the same.
 class ZELGL_EXPORT AutoDisabler
 {
     Q_DISABLE_COPY(AutoDisabler)

@@ -1,21 +1,19 @@
 #include "AutoEnabler.h"
 
+#include "private/ScopedCapability.h"
+
 namespace Orvane { namespace Zel {
 
 AutoEnabler::AutoEnabler(GLenum capability)
-    : _wasEnabled(glIsEnabled(capability) != GL_FALSE)
+    : _wasEnabled(ScopedCapability::exchange(capability, true))
     , _capability(capability)
 {
-    glEnable(_capability);
 }
 
 AutoEnabler::~AutoEnabler()
 {
-    if (_wasEnabled) {
-        glEnable(_capability);
-    } else {
-        glDisable(_capability);
-    }
+    // Without a comparison: the host may have changed the capability, and each end must make one call; see BindScopesTest.
+    ScopedCapability::set(_capability, _wasEnabled);
 }
 
 }} // namespace Orvane::Zel

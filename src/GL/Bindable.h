@@ -6,17 +6,16 @@
 
 namespace Orvane { namespace Zel {
 
-/// What every GL object wrapper is: a thing that can be bound and unbound, and
-/// says whether that worked.
+/// The base of all wrappers of GL objects. bind() and unbind() return true on success.
 ///
 /// \snippet frame.cpp Bindable
 ///
-/// Context: create, bind, use, unbind and destroy with one and the same context
-///          current; a wrapper stores a GL name and remembers no context.
-/// Errors:  a wrong order of calls is diagnosed by the class and answered with false.
+/// Context: construct, bind, use, unbind and delete with the same context current. A
+///          wrapper stores a GL name, but not its context.
+/// Errors:  calls in the wrong order log a message of the class and return false.
 ///
-/// The wrappers derive first from QObject and second from Bindable, so a
-/// Bindable* is not the address of the QObject*.
+/// Wrappers derive first from QObject and second from Bindable, so the Bindable* and
+/// the QObject* of an object are different addresses.
 class ZELGL_EXPORT Bindable
 {
 public:
@@ -25,7 +24,7 @@ public:
     virtual bool bind() = 0;
     virtual bool unbind() = 0;
 
-    // Wrappers lie side by side in memory, in the order in which they were made.
+    // Wrappers of one size are adjacent in memory, in the order of their construction.
 
     static void *operator new(size_t size);
     static void *operator new(size_t size, void *place) noexcept;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Visibility of the symbols of libZelGL, which is built with hidden visibility: what carries ZELGL_EXPORT is its surface.
+/// Visibility of symbols. libZelGL is built with hidden visibility; it exports only what is marked with ZELGL_EXPORT.
 
 #define ZELGL_EXPORT __attribute__((visibility("default")))
 

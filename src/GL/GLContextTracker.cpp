@@ -1,42 +1,8 @@
 #include "GLContextTracker.h"
 
-#include "private/ContextHold.h"
-
-#include <QtGui/QOpenGLContext>
-
-#include <GL/glx.h>
-
-#include <utility>
+#include "private/ContextState.h"
 
 namespace Orvane { namespace Zel {
-
-namespace {
-
-/// The context that a ContextHold of this thread vouches for; null: none does.
-thread_local void *heldContext [[gnu::tls_model("initial-exec")]] = nullptr;
-
-} // namespace
-
-ContextHold::ContextHold()
-    : _outer(heldContext)
-{
-    heldContext = GLContextTracker::currentContext();
-}
-
-ContextHold::~ContextHold()
-{
-    heldContext = _outer;
-}
-
-ContextHold::Pause::Pause()
-    : _outer(std::exchange(heldContext, nullptr))
-{
-}
-
-ContextHold::Pause::~Pause()
-{
-    heldContext = _outer;
-}
 
 GLContextTracker::GLContextTracker(QObject *parent)
     : QObject(parent)
@@ -47,15 +13,12 @@ GLContextTracker::~GLContextTracker() = default;
 
 void *GLContextTracker::getCurrentContext()
 {
-    if (QOpenGLContext *context = QOpenGLContext::currentContext()) {
-        return context;
-    }
-    return glXGetCurrentContext();
+    return ContextState::queryIdentity();
 }
 
 void *GLContextTracker::currentContext()
 {
-    return heldContext != nullptr ? heldContext : getCurrentContext();
+    return ContextState::currentIdentity();
 }
 
 void *GLContextTracker::trackedContext() const

@@ -6,17 +6,17 @@
 
 namespace Orvane { namespace Zel {
 
-/// The identity of a GL context: what the per-context tables of the library are
-/// keyed by, and what a host can remember to check an object's context.
+/// Identifies the current GL context. The library keys its per-context state by
+/// this identity, and a host can store it to check the context of an object later.
 ///
-/// The identity is the QOpenGLContext* that Qt knows to be current or, where the
-/// host made a context current behind Qt's back, the GLXContext. Both are
-/// compared as plain pointers; null means that no context is current.
+/// The identity is the current QOpenGLContext*. If the host made a context current
+/// without Qt, it is the GLXContext. Both are compared as plain pointers; null
+/// means that no context is current.
 ///
 /// \snippet frame.cpp GLContextTracker
 ///
-/// Context: a question about the calling thread; needs no current context.
-/// Errors:  none are reported; check() leaves the decision to the caller.
+/// Context: returns the identity of the calling thread; needs no current context.
+/// Errors:  none are logged; check() leaves the decision to the caller.
 class ZELGL_EXPORT GLContextTracker : public QObject
 {
     Q_OBJECT
@@ -27,14 +27,14 @@ public:
     ~GLContextTracker() override;
 
     static void *getCurrentContext();
-    /// The same answer, under the name that the library's own code calls.
+    /// Returns the same identity; the library itself calls this name.
     static void *currentContext();
 
-    /// The stored identity; null until trackCurrentContext().
+    /// The stored identity; null before the first trackCurrentContext().
     void *trackedContext() const;
     /// Stores the current identity and returns it.
     void *trackCurrentContext();
-    /// True when the stored identity equals the current one.
+    /// Returns true if the stored identity equals the current one.
     bool check() const;
 
 private:

@@ -377,7 +377,7 @@ void (APIENTRY *_ptrc_glMemoryBarrier)(GLbitfield barriers) = nullptr;
 
 namespace {
 
-/// Looks up a function and stores it in its slot. Returns 1 if it is missing.
+/// Looks up one function and stores it. Returns 1 if it is missing.
 template <typename Function> int load(Function *&slot, const char *name)
 {
     slot = reinterpret_cast<Function *>(glXGetProcAddressARB(reinterpret_cast<const GLubyte *>(name)));
@@ -760,7 +760,7 @@ struct ExtensionMapRow
 {
     const char *name;
     int *flag;
-    int (*loadFunctions)(); ///< null if the extension has no functions
+    int (*loadFunctions)(); ///< null if the extension has none
 };
 
 const ExtensionMapRow kExtensionMap[] = {
@@ -781,7 +781,7 @@ void loadExtension(const char *name)
     }
 }
 
-int majorVersion = 0; ///< 0: not cached yet
+int majorVersion = 0; ///< 0: nothing is cached yet
 int minorVersion = 0;
 
 void cacheVersion()
@@ -831,7 +831,7 @@ int ogl_GetMinorVersion()
 int ogl_IsVersionGEQ(int major, int minor)
 {
     cacheVersion();
-    // Required: the comparison is the reverse of what the name says, since hosts depend on it; see GLLoaderTest.
+    // Required: hosts depend on the direction, which is opposite to the name; see GLLoaderTest.
     if (major != majorVersion) {
         return major > majorVersion ? 1 : 0;
     }

@@ -4,24 +4,24 @@
 /// \file
 /// The table of OpenGL entry points.
 ///
-/// Each GL function of the core profile up to 3.2, and of six extensions, has an
-/// exported, writable pointer `_ptrc_gl*`, which is null until ogl_LoadFunctions()
-/// sets it. Macros at the end make `glBindBuffer(...)` call through the table; a
-/// program may replace a slot, to count or simulate calls. A source that calls
-/// members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES before it includes a
-/// header of the library: the macros, which would rename these members, are then
-/// left out.
+/// Each GL function of the core profile up to 3.2 and of six extensions has one
+/// exported, writable pointer `_ptrc_gl*`. It is null until ogl_LoadFunctions() sets
+/// it. With the macros at the end of the file, `glBindBuffer(...)` calls through this
+/// pointer. A program may replace a pointer to count or fake calls.
 ///
-/// Context: ogl_LoadFunctions() and the version functions need a current context.
-/// Errors:  the slot of a missing entry point stays null; the function is counted.
-///          The version functions log an assertion and return 0 while the table is
-///          empty.
-/// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
+/// The macros would also rename the members of Qt's QOpenGLFunctions. A source that
+/// calls those members defines ZELGL_NO_GL_NAMES before it includes any header of the
+/// library, which leaves the macros out.
+///
+/// Context: ogl_LoadFunctions() and the version queries need a current context.
+/// Errors:  a missing entry point leaves its pointer null and is only counted. The
+///          version queries log an assertion and return 0 before the table is loaded.
+/// Source:  the Khronos registry, gl.xml; types and enumerators of GL/glcorearb.h.
 
 #include "Export.h"
 
-// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; before these classes it
-// undefines the names. All of that must come before the macros below.
+// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; it undefines these names
+// first. All of this must precede the macros below.
 #include <QtGui/qopenglextrafunctions.h>
 #include <QtGui/qopenglfunctions.h>
 
@@ -33,7 +33,7 @@
 
 extern "C" {
 
-/// 0: not advertised; 1: advertised, all functions found; 1 + n: n functions missing.
+/// 0: not advertised; 1: advertised, all functions found; 1 + n: advertised, n functions missing.
 extern ZELGL_EXPORT int ogl_ext_ARB_draw_indirect;
 extern ZELGL_EXPORT int ogl_ext_ARB_multi_draw_indirect;
 extern ZELGL_EXPORT int ogl_ext_ARB_tessellation_shader;
@@ -398,14 +398,14 @@ extern ZELGL_EXPORT void (APIENTRY *_ptrc_glGetActiveAtomicCounterBufferiv)(GLui
 extern ZELGL_EXPORT void (APIENTRY *_ptrc_glBindImageTexture)(GLuint unit, GLuint texture, GLint level, GLboolean layered, GLint layer, GLenum access, GLenum format);
 extern ZELGL_EXPORT void (APIENTRY *_ptrc_glMemoryBarrier)(GLbitfield barriers);
 
-/// Fills the table. Returns 0 on failure, otherwise 1 + the number of missing core functions.
+/// Loads the table. Returns 0 on failure, otherwise 1 + the number of core functions that are missing.
 ZELGL_EXPORT int ogl_LoadFunctions();
 
-/// The version of the context that is current at the first call, cached for the process.
+/// The version of the context that was current in the first call of either; cached for the process.
 ZELGL_EXPORT int ogl_GetMajorVersion();
 ZELGL_EXPORT int ogl_GetMinorVersion();
 
-/// Returns 1 if the arguments are at least the context's version, the reverse of its name; see openGlVersionSupported().
+/// Compares in the opposite direction to its name; use openGlVersionSupported() instead.
 ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 
 } // extern "C"

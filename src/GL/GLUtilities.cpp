@@ -1,11 +1,9 @@
 #include "GLUtilities.h"
 
-#include "GLContextTracker.h"
 #include "private/BuiltinRecognisers.h"
+#include "private/ContextState.h"
 #include "private/EntryPoint.h"
 
-#include <QtCore/QHash>
-#include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
 #include <QtCore/QSet>
 #include <QtCore/QString>
@@ -22,9 +20,6 @@ namespace {
 using Orvane::Zel::kNotInitialized;
 
 bool initialized = false; ///< initializeGLFunctions() has succeeded
-
-QMutex extensionCacheMutex;
-QHash<void *, QSet<QString>> extensionCache; ///< by context; never removed, never refreshed
 
 QSet<QString> readExtensions()
 {
@@ -94,8 +89,7 @@ void APIENTRY onGLDebugMessage(GLenum source, GLenum type, GLuint id, GLenum sev
                   wordFor(kDebugSeverities, severity, unknown), message);
 }
 
-/// What an allocation call and a size computation need to know of an internal
-/// format; 0 where there is no answer.
+/// The size, transfer type and transfer format of an internal format; 0: not known.
 struct FormatRow
 {
     GLenum internalFormat;
@@ -104,7 +98,7 @@ struct FormatRow
     GLenum format;
 };
 
-// Sorted by internal format. The gaps are wanted as they stand.
+// Sorted by internal format. Required: the zeros, since hosts depend on the messages for them; see FormatUtilitiesTest.
 constexpr FormatRow kFormats[] = {
     {GL_UNSIGNED_SHORT, 2, 0, 0},
     {GL_UNSIGNED_INT, 4, 0, 0},
@@ -185,7 +179,7 @@ const FormatRow &formatRow(GLenum internalFormat)
     return row != std::end(kFormats) && row->internalFormat == internalFormat ? *row : unknown;
 }
 
-/// The functions are looked up without a context too, but then they do nothing, and GL has no version.
+/// glXGetProcAddress() also succeeds without a context, but then the functions do nothing, and GL returns no version.
 bool hasContext()
 {
     return glGetString == nullptr || glGetString(GL_VERSION) != nullptr;
@@ -208,7 +202,7 @@ bool initializeGLFunctions()
         initialized = false;
     }
     Orvane::Zel::
-        registerBuiltinRecognisers(); // after a failure too: the next try registers them a second time
+        registerBuiltinRecognisers(); // required after a failure too, so that the next call registers them again
     return initialized;
 }
 
@@ -225,7 +219,7 @@ bool initializeGLDebugging()
     if (messageCallback == nullptr) {
         return false;
     }
-    // NVIDIA, buffer memory placement: told for every buffer, of no use to a host.
+    // NVIDIA reports the memory placement of each buffer, which is of no use to a host.
     const GLuint bufferPlacementMessage = 131185;
     messageControl(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
     messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_PUSH_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr,
@@ -250,14 +244,14 @@ void *getGLProcAddress(const char *name, bool quiet)
 
 bool hasGLExtension(const char *name)
 {
-    void *context = Orvane::Zel::GLContextTracker::currentContext();
     const bool extensionsAllowed = std::getenv("ZEL_NO_GL_EXTENSIONS") == nullptr;
     ZEL_ASSERT_RETURN(!extensionsAllowed || nullptr != glGetStringi, false, kNotInitialized);
-    const QMutexLocker locker(&extensionCacheMutex);
-    if (extensionsAllowed && !extensionCache.contains(context)) {
-        extensionCache.insert(context, readExtensions());
+    auto &known = Orvane::Zel::ContextState::current().extensions;
+    const QMutexLocker locker(&Orvane::Zel::ContextState::mutex);
+    if (!known) { // never refreshed, even if the variable made it empty; see GLUtilitiesTest
+        known = extensionsAllowed ? readExtensions() : QSet<QString>();
     }
-    const QSet<QString> &extensions = extensionCache[context]; // a context without an entry gets an empty one
+    const QSet<QString> &extensions = *known;
     const QString wanted = QString::fromLatin1(name);
     const QString prefix = QStringLiteral("GL_");
     const QString otherSpelling = wanted.startsWith(prefix) ? wanted.mid(prefix.size()) : prefix + wanted;

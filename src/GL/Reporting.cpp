@@ -12,11 +12,11 @@ namespace Orvane { namespace Zel { namespace Reporting {
 
 namespace {
 
-/// The logger reads its text as UTF-8, whatever the locale.
+/// QMessageLogger decodes its text as UTF-8 in every locale.
 void emitText(QtMsgType level, const QByteArray &text)
 {
     const ContextHold::Pause pause;                   // the message handler is the host's
-    const QMessageLogger logger(nullptr, 0, nullptr); // this constructor sets the category "default"
+    const QMessageLogger logger(nullptr, 0, nullptr); // this constructor selects the category "default"
     switch (level) {
     case QtWarningMsg:
         logger.warning("%s", text.constData());
@@ -61,7 +61,7 @@ void assertionFailed(const char *file, int line, const char *condition, const ch
     va_start(arguments, format);
     const QString message = QString::vasprintf(format, arguments);
     va_end(arguments);
-    // A per cent sign of the condition is shown as "\%".
+    // Required: "%" in the condition becomes "\%"; see ReportingTest.AnAssertionQuotesItsConditionAndGoesOn.
     const QString conditionText =
         QString::fromUtf8(condition).replace(QLatin1Char('%'), QLatin1String("\\%"));
     emitAt(QtCriticalMsg, file, line,

@@ -1,18 +1,18 @@
 #pragma once
 
 /// \file
-/// The one way in which the library reports anything: Qt's message logger, category "default", levels debug,
-/// warning and critical. Nothing here stops the process.
+/// The messages of the library. All of them go to Qt's message logger: category "default", levels debug, warning and
+/// critical. None of them stops the process.
 ///
 /// - ZEL_LOG_DEBUG, ZEL_LOG_WARNING, ZEL_LOG_CRITICAL(format, ...): "[file:line] text".
-/// - ZEL_ASSERT(condition, format, ...): when the condition is false, logs
-///   "[ !! ] Assertion 'condition' failed: text" at critical level, and goes on.
-/// - ZEL_ASSERT_RETURN(condition, failureValue, format, ...): the same, and leaves the function with the failure
-///   value; the value is left empty in a function that returns nothing.
-/// - ZEL_BARE_DEBUG, ZEL_BARE_WARNING, ZEL_BARE_CRITICAL(format, ...): the text alone, without file and line.
+/// - ZEL_ASSERT(condition, format, ...): if the condition is false, logs
+///   "[ !! ] Assertion 'condition' failed: text" at critical level and continues.
+/// - ZEL_ASSERT_RETURN(condition, failureValue, format, ...): does the same and then returns the failure value. In a
+///   function that returns void the value is left empty.
+/// - ZEL_BARE_DEBUG, ZEL_BARE_WARNING, ZEL_BARE_CRITICAL(format, ...): "text", without file and line.
 ///
-/// Formats are printf-style, as QString::asprintf reads them. The message is evaluated only when it fires.
-/// All forms are live in every build.
+/// Formats are those of QString::asprintf(). The arguments are evaluated only if the message is logged. All macros are
+/// active in every build.
 ///
 /// \snippet frame.cpp Reporting
 
@@ -22,7 +22,7 @@
 
 namespace Orvane { namespace Zel { namespace Reporting {
 
-/// The part of a __FILE__ behind its last slash.
+/// The part of a __FILE__ after its last slash.
 constexpr const char *baseName(const char *path)
 {
     const char *name = path;
@@ -34,14 +34,14 @@ constexpr const char *baseName(const char *path)
     return name;
 }
 
-/// The text behind ZEL_LOG_*: "[file:line] text" at the given level.
+/// Implements ZEL_LOG_*: logs "[file:line] text" at the given level.
 ZELGL_EXPORT void log(QtMsgType level, const char *file, int line, const char *format, ...)
     Q_ATTRIBUTE_FORMAT_PRINTF(4, 5);
 
-/// The text behind ZEL_BARE_*: the text alone at the given level.
+/// Implements ZEL_BARE_*: logs only the text at the given level.
 ZELGL_EXPORT void logBare(QtMsgType level, const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(2, 3);
 
-/// The text behind ZEL_ASSERT*: the condition's own source text and the message, at critical level.
+/// Implements ZEL_ASSERT*: logs the source text of the condition and the message at critical level.
 ZELGL_EXPORT void assertionFailed(const char *file, int line, const char *condition, const char *format, ...)
     Q_ATTRIBUTE_FORMAT_PRINTF(4, 5);
 

@@ -1,18 +1,12 @@
 #include "Texture.h"
 
-#include "GLContextTracker.h"
 #include "GLUtilities.h"
+#include "private/ContextState.h"
 #include "private/EntryPoint.h"
-#include "private/NameTable.h"
-#include "private/NumberSet.h"
-
-#include <QtCore/QHash>
-#include <QtCore/QMutex>
-#include <QtCore/QMutexLocker>
+#include "private/Hints.h"
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_map>
 
 namespace Orvane { namespace Zel {
 
@@ -20,58 +14,22 @@ namespace {
 
 constexpr unsigned int kNoUnit = NumberSet::kNone; ///< 0xFFFFFFFF
 
-/// The texture units of one context. Textures are known by their GL name.
-struct TextureContextInfo
-{
-    int maxTextureImageUnits = 0;
-    NameTable<unsigned int> textureToUnitMaps;
-    NameTable<int> boundTextureCounts; ///< nesting depth; the same names at the same places
-    NumberSet freeTextureUnits;
-};
+using TextureContextInfo = ContextState::TextureUnits;
 
-/// By context identity. Records are never removed, and their references stay good while others come.
-std::unordered_map<void *, TextureContextInfo> contextInfos;
-QMutex contextInfosMutex; ///< guards the table, not its records
-
-void initializeFreeTextureUnits(TextureContextInfo &contextInfo, void *context)
+/// Not inlined: it runs once in each context, and bind() would save registers for it.
+ZELGL_COLD_PATH TextureContextInfo &makeContextInfo(ContextState &state)
 {
-    ZEL_ASSERT(
-        0 == contextInfo.maxTextureImageUnits,
-        "ZelTexture::initilizeFreeTextureUnits() : m_MaxTextureImageUnits is set for exisitng GL context, %p",
-        context);
+    TextureContextInfo &contextInfo = state.textureUnits.emplace();
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &contextInfo.maxTextureImageUnits);
-    const int units = std::max(contextInfo.maxTextureImageUnits, 0);
-    contextInfo.textureToUnitMaps.reserve(units);
-    contextInfo.boundTextureCounts.reserve(units);
-    contextInfo.freeTextureUnits.fill(units);
-}
-
-/// A thread's last answer, which holds as long as its context does: only that thread uses the context's record.
-struct LastInfo
-{
-    void *context;
-    TextureContextInfo *info;
-};
-constexpr LastInfo kNoInfo = {&contextInfos, nullptr}; // no context lies there
-thread_local LastInfo lastInfo [[gnu::tls_model("initial-exec")]] = kNoInfo;
-
-/// Makes the record at the first question.
-Q_NEVER_INLINE TextureContextInfo &findContextInfo(void *context)
-{
-    const QMutexLocker locker(&contextInfosMutex);
-    const auto [record, isNew] = contextInfos.emplace(context, TextureContextInfo());
-    TextureContextInfo &contextInfo = record->second;
-    lastInfo = {context, &contextInfo};
-    if (isNew) {
-        initializeFreeTextureUnits(contextInfo, context);
-    }
+    contextInfo.textureToUnitMaps.reserve(contextInfo.maxTextureImageUnits);
+    contextInfo.freeTextureUnits.fill(contextInfo.maxTextureImageUnits);
     return contextInfo;
 }
 
 inline TextureContextInfo &currentContextInfo()
 {
-    void *const context = GLContextTracker::currentContext();
-    return lastInfo.context == context ? *lastInfo.info : findContextInfo(context);
+    ContextState &state = ContextState::current();
+    return state.textureUnits ? *state.textureUnits : makeContextInfo(state);
 }
 
 int maxLevelOf(int width, int height)
@@ -95,8 +53,8 @@ int Texture::NumAlive()
 
 bool Texture::isTextureUnitFree(unsigned int unit)
 {
-    const auto record = contextInfos.find(GLContextTracker::currentContext());
-    return record != contextInfos.end() && record->second.freeTextureUnits.contains(unit);
+    const ContextState *state = ContextState::currentIfKnown();
+    return state != nullptr && state->textureUnits && state->textureUnits->freeTextureUnits.contains(unit);
 }
 
 Texture::Texture(QObject *parent)
@@ -147,7 +105,7 @@ bool Texture::destroy()
 {
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texture is NULL on destroy");
     if (_managed) {
-        glDeleteTextures(1, &_textureID); // the name stays on record: a second call deletes again
+        glDeleteTextures(1, &_textureID); // _textureID keeps its value, and a second call deletes again
     }
     return true;
 }
@@ -159,7 +117,7 @@ Texture *Texture::create2D(unsigned int target, unsigned int internalFormat, int
     setTarget(target);
     setSize(0, static_cast<int>(internalFormat), width, height, 1);
     if (!bind()) {
-        return this; // the calls below would go to another texture
+        return this; // the calls below would change another texture
     }
     setFiltersNearest();
     glTexImage2D(target, 0, static_cast<GLint>(internalFormat), width, height, 0,
@@ -190,11 +148,12 @@ Texture *Texture::create2DMultisample(unsigned int target, unsigned int internal
 {
     ZEL_ASSERT(target == GL_TEXTURE_2D_MULTISAMPLE, "Target 0x%X is not allowed.", target);
     ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
-    setTarget(target); // setSize() is left out on purpose: the size of a multisample texture is asked of GL
+    // Required: no setSize(), GL knows the size of a multisample texture; see TextureTest.
+    setTarget(target);
     if (!bind()) {
         return this;
     }
-    if (target != GL_TEXTURE_2D_MULTISAMPLE) { // these have no sampler state
+    if (target != GL_TEXTURE_2D_MULTISAMPLE) { // multisample textures have no sampler state
         setFiltersNearest();
     }
     glTexImage2DMultisample(target, samples, internalFormat, width, height, GL_TRUE);
@@ -207,7 +166,7 @@ Texture *Texture::create3DMultisample(unsigned int target, unsigned int internal
 {
     ZEL_ASSERT(target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY, "Target 0x%X is not allowed.", target);
     ZEL_ASSERT(false == _readonly, "Not allowed to change a readonly texture");
-    setTarget(target); // without setSize(), as above
+    setTarget(target); // no setSize(), as above
     if (!bind()) {
         return this;
     }
@@ -256,11 +215,10 @@ inline bool Texture::bindToUnit(unsigned int &unit)
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on bind");
     TextureContextInfo &contextInfo = currentContextInfo();
 
-    const auto place = contextInfo.textureToUnitMaps.place(_textureID);
-    if (place >= 0) {
-        unit = contextInfo.textureToUnitMaps.at(place);
-        glActiveTexture(GL_TEXTURE0 + unit); // it still holds the texture
-        ++contextInfo.boundTextureCounts.at(place);
+    if (NameTable::Use *const use = contextInfo.textureToUnitMaps.find(_textureID)) {
+        unit = use->number;
+        glActiveTexture(GL_TEXTURE0 + unit); // the texture is still bound there: no glBindTexture()
+        ++use->count;
         return true;
     }
 
@@ -271,7 +229,6 @@ inline bool Texture::bindToUnit(unsigned int &unit)
     }
     contextInfo.freeTextureUnits.remove(unit);
     contextInfo.textureToUnitMaps.insert(_textureID, unit);
-    contextInfo.boundTextureCounts.insert(_textureID, 1);
     glActiveTexture(GL_TEXTURE0 + unit);
     glBindTexture(_target, _textureID);
     return true;
@@ -282,31 +239,28 @@ bool Texture::unbind()
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
     TextureContextInfo &contextInfo = currentContextInfo();
-    const auto place = contextInfo.textureToUnitMaps.place(_textureID);
-    if (!contextInfo.boundTextureCounts.contains(_textureID, place)) { // asked once where all is well
+    NameTable::Use *const use = contextInfo.textureToUnitMaps.find(_textureID);
+    if (use == nullptr) { // repeated below only because the message quotes the condition
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), false,
                           "Texture has not been bound on unbind");
-        ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), false,
-                          "Texture has not been bound on unbind");
     }
-    const unsigned int unit = contextInfo.textureToUnitMaps.at(place);
+    const unsigned int unit = use->number;
     glActiveTexture(GL_TEXTURE0 + unit);
-    if (--contextInfo.boundTextureCounts.at(place) > 0) {
+    if (--use->count > 0) {
         return true;
     }
     glBindTexture(_target, 0);
-    contextInfo.textureToUnitMaps.remove(place);
-    contextInfo.boundTextureCounts.remove(place);
+    contextInfo.textureToUnitMaps.remove(use);
     contextInfo.freeTextureUnits.insert(unit);
     return true;
 }
 
 bool Texture::isBound() const
 {
-    // The texts are those of unbind().
+    // Required: the messages are those of unbind(); see TextureTest.
     ZEL_ASSERT_RETURN(0u != this->_textureID, false, "Texutre is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_target, false, "Texture Target is not set on unbind");
-    return currentContextInfo().boundTextureCounts.contains(_textureID);
+    return currentContextInfo().textureToUnitMaps.contains(_textureID);
 }
 
 unsigned int Texture::unit() const
@@ -314,14 +268,12 @@ unsigned int Texture::unit() const
     ZEL_ASSERT_RETURN(0u != this->_textureID, kNoUnit, "Texutre is NULL on unit()");
     ZEL_ASSERT_RETURN(0u != this->_target, kNoUnit, "Texture Target is not set on unit()");
     const TextureContextInfo &contextInfo = currentContextInfo();
-    const auto place = contextInfo.textureToUnitMaps.place(_textureID);
-    if (!contextInfo.boundTextureCounts.contains(_textureID, place)) {
+    const NameTable::Use *const use = contextInfo.textureToUnitMaps.find(_textureID);
+    if (use == nullptr) {
         ZEL_ASSERT_RETURN(contextInfo.textureToUnitMaps.contains(this->_textureID), kNoUnit,
                           "Texture has not been bound on unit()");
-        ZEL_ASSERT_RETURN(contextInfo.boundTextureCounts.contains(this->_textureID), kNoUnit,
-                          "Texture has not been bound on unit()");
     }
-    return contextInfo.textureToUnitMaps.at(place);
+    return use->number;
 }
 
 int Texture::maxTextureUnits() const
@@ -371,7 +323,7 @@ int Texture::internalFormat(int level) const
 
 int Texture::getTexLevelParameteriv(int level, unsigned int pname) const
 {
-    // The texts say internalFormat() whatever is asked.
+    // Required: the messages name internalFormat() for each query; see TextureTest.
     ZEL_ASSERT_RETURN(0u != this->_textureID, -1, "Texutre is NULL on internalFormat()");
     ZEL_ASSERT_RETURN(0u != this->_target, -1, "Texture target is not set on internalFormat()");
     ZEL_ASSERT_RETURN(this->isBound(), -1, "Texture target is not bound");

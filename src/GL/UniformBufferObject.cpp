@@ -1,18 +1,12 @@
 #include "UniformBufferObject.h"
 
 #include "BufferObject.h"
-#include "GLContextTracker.h"
 #include "GLUtilities.h"
 #include "ShaderProgram.h"
-#include "private/NameTable.h"
-#include "private/NumberSet.h"
-
-#include <QtCore/QMutex>
-#include <QtCore/QMutexLocker>
+#include "private/ContextState.h"
+#include "private/Hints.h"
 
 #include <algorithm>
-#include <unordered_map>
-#include <vector>
 
 namespace Orvane { namespace Zel {
 
@@ -27,8 +21,7 @@ GLint integer(GLenum name)
     return value;
 }
 
-/// The limit of a context. For storage blocks it is 0, without a query, when the context has none: every
-/// bindBatchStart() needs this limit.
+/// Returns the limit of the context. Without storage blocks theirs is 0, and no query is made: every bindBatchStart() needs it.
 int maxBindingsOf(unsigned int target)
 {
     if (target == GL_UNIFORM_BUFFER) {
@@ -39,102 +32,52 @@ int maxBindingsOf(unsigned int target)
     return hasStorageBlocks ? integer(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS) : 0;
 }
 
-/// The binding points of one kind in one context.
-struct UBOContextData
+using UBOContextData = ContextState::BindingPoints;
+
+void recordInBatch(UBOContextData &points, unsigned int binding)
 {
-    UBOContextData(unsigned int target, int maxBindings);
-
-    void recordInBatch(unsigned int binding);
-    void startBatch();
-    void flushBatch();
-
-    unsigned int _target;
-    int _maxBindings;
-    NameTable<unsigned int> _uniformBufferObjectToUniformBlockBindingMaps; ///< to the binding point
-    NameTable<int> _boundUniformBufferObjectCounts; ///< to the use count; the same names at the same places
-    NumberSet _availableBindings;
-    int _batchFirst = -1; ///< the points touched in a batch; both -1 when none runs
-    int _batchLast = -1;
-    std::vector<unsigned int> _bufferIDs; ///< by binding point; 0: none
-    PFNGLBINDBUFFERSBASEPROC _glBindBuffersBase;
-    PFNGLSHADERSTORAGEBLOCKBINDINGPROC _glShaderStorageBlockBinding = nullptr; ///< in the storage row
-};
-
-UBOContextData::UBOContextData(unsigned int target, int maxBindings)
-    : _target(target)
-    , _maxBindings(maxBindings)
-    , _bufferIDs(size_t(std::max(_maxBindings, 0)), 0)
-    , _glBindBuffersBase(
-          reinterpret_cast<PFNGLBINDBUFFERSBASEPROC>(getGLProcAddress("glBindBuffersBase", false)))
-{
-    _availableBindings.fill(_maxBindings);
-    // Each buffer in use holds a point: that is room for all.
-    _uniformBufferObjectToUniformBlockBindingMaps.reserve(_maxBindings);
-    _boundUniformBufferObjectCounts.reserve(_maxBindings);
-    if (target == GL_SHADER_STORAGE_BUFFER) {
-        _glShaderStorageBlockBinding = reinterpret_cast<PFNGLSHADERSTORAGEBLOCKBINDINGPROC>(
-            getGLProcAddress("glShaderStorageBlockBinding", false));
-    }
+    points.batchFirst = std::min(points.batchFirst, int(binding));
+    points.batchLast = std::max(points.batchLast, int(binding));
 }
 
-void UBOContextData::recordInBatch(unsigned int binding)
+void startBatch(UBOContextData &points)
 {
-    _batchFirst = std::min(_batchFirst, int(binding));
-    _batchLast = std::max(_batchLast, int(binding));
+    points.batchFirst = points.maxBindings;
+    points.batchLast = -1;
 }
 
-void UBOContextData::startBatch()
+void flushBatch(UBOContextData &points)
 {
-    _batchFirst = _maxBindings;
-    _batchLast = -1;
-}
-
-void UBOContextData::flushBatch()
-{
-    if (_batchLast != -1 && _glBindBuffersBase != nullptr) {
-        _glBindBuffersBase(_target, GLuint(_batchFirst), _batchLast - _batchFirst + 1,
-                           _bufferIDs.data() + _batchFirst);
-    } else if (_batchLast != -1) {
-        for (int binding = _batchFirst; binding <= _batchLast; ++binding) {
-            glBindBufferBase(_target, GLuint(binding), _bufferIDs[size_t(binding)]);
+    if (points.batchLast != -1 && points.glBindBuffersBase != nullptr) {
+        points.glBindBuffersBase(points.target, GLuint(points.batchFirst),
+                                 points.batchLast - points.batchFirst + 1,
+                                 points.bufferIDs.data() + points.batchFirst);
+    } else if (points.batchLast != -1) {
+        for (int binding = points.batchFirst; binding <= points.batchLast; ++binding) {
+            glBindBufferBase(points.target, GLuint(binding), points.bufferIDs[size_t(binding)]);
         }
     }
-    _batchFirst = -1;
-    _batchLast = -1;
+    points.batchFirst = -1;
+    points.batchLast = -1;
 }
 
-/// By context identity. Rows are never removed, and their references stay good while others come.
-using Rows = std::unordered_map<void *, UBOContextData>;
-Rows uniformRows;
-Rows storageRows;
-QMutex rowsMutex;
-
-/// A thread's last answer, which holds as long as its context does.
-struct LastRow
-{
-    void *context;
-    UBOContextData *row;
-};
-constexpr LastRow kNoRow = {&uniformRows, nullptr}; // no context lies there
-thread_local LastRow lastUniformRow [[gnu::tls_model("initial-exec")]] = kNoRow;
-thread_local LastRow lastStorageRow [[gnu::tls_model("initial-exec")]] = kNoRow;
-
-/// Makes the row at the first question.
-Q_NEVER_INLINE UBOContextData &findRow(unsigned int target, void *context)
+/// Not inlined: it runs once for each kind in each context, and bind() would save registers for it.
+ZELGL_COLD_PATH UBOContextData &makePoints(std::optional<UBOContextData> &made, unsigned int target)
 {
     const bool isStorage = target == GL_SHADER_STORAGE_BUFFER;
-    Rows &rows = isStorage ? storageRows : uniformRows;
-    QMutexLocker locker(&rowsMutex);
-    auto found = rows.find(context);
-    if (found == rows.end()) {
-        locker.unlock(); // the question for an extension takes a lock of its own
-        const int maxBindings = maxBindingsOf(target);
-        locker.relock();
-        found = rows.try_emplace(context, target, maxBindings).first;
+    UBOContextData &points = made.emplace();
+    points.target = target;
+    points.maxBindings = maxBindingsOf(target);
+    points.bufferIDs.assign(size_t(std::max(points.maxBindings, 0)), 0);
+    points.availableBindings.fill(points.maxBindings);
+    points._boundUniformBufferObjectCounts.reserve(points.maxBindings); // each buffer in use holds a point
+    points.glBindBuffersBase =
+        reinterpret_cast<PFNGLBINDBUFFERSBASEPROC>(getGLProcAddress("glBindBuffersBase", false));
+    if (isStorage) {
+        getGLProcAddress("glShaderStorageBlockBinding",
+                         false); // ShaderProgram calls it; this reports its lack
     }
-    UBOContextData &row = found->second;
-    (isStorage ? lastStorageRow : lastUniformRow) = {context, &row};
-    return row;
+    return points;
 }
 
 inline UBOContextData &contextData(unsigned int target)
@@ -143,9 +86,9 @@ inline UBOContextData &contextData(unsigned int target)
         ZEL_BARE_DEBUG("Unknown Uniforma b uffer type 0x%X", target);
         target = GL_UNIFORM_BUFFER;
     }
-    void *const context = GLContextTracker::currentContext();
-    const LastRow &last = target == GL_SHADER_STORAGE_BUFFER ? lastStorageRow : lastUniformRow;
-    return last.context == context ? *last.row : findRow(target, context);
+    ContextState &state = ContextState::current();
+    auto &points = target == GL_SHADER_STORAGE_BUFFER ? state.storagePoints : state.uniformPoints;
+    return points ? *points : makePoints(points, target);
 }
 
 } // namespace
@@ -159,19 +102,19 @@ int UniformBufferObject::NumAlive()
 
 int UniformBufferObject::maxUniformBlockBindings()
 {
-    return contextData(GL_UNIFORM_BUFFER)._maxBindings;
+    return contextData(GL_UNIFORM_BUFFER).maxBindings;
 }
 
 void UniformBufferObject::bindBatchStart()
 {
-    contextData(GL_UNIFORM_BUFFER).startBatch();
-    contextData(GL_SHADER_STORAGE_BUFFER).startBatch();
+    startBatch(contextData(GL_UNIFORM_BUFFER));
+    startBatch(contextData(GL_SHADER_STORAGE_BUFFER));
 }
 
 void UniformBufferObject::bindBatchFlush()
 {
-    contextData(GL_UNIFORM_BUFFER).flushBatch();
-    contextData(GL_SHADER_STORAGE_BUFFER).flushBatch();
+    flushBatch(contextData(GL_UNIFORM_BUFFER));
+    flushBatch(contextData(GL_SHADER_STORAGE_BUFFER));
 }
 
 UniformBufferObject::UniformBufferObject(const QString &blockName, QSharedPointer<BufferObject> bufferObject,
@@ -208,19 +151,19 @@ bool UniformBufferObject::unbind()
     return unbind(program);
 }
 
-/// The block's index as GL's signed answer: -1 when the program is null or lacks the block.
+/// The index of the block, as a signed number: -1 if the program is null or does not have the block.
 inline int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigned int target)
 {
     if (program == nullptr) {
         return -1;
     }
-    // The copy shares its data with the program's table for as long as that does not change.
+    // Our copy of the program's table shares its data with the original until the program is linked again.
     const QHash<QString, unsigned int> &indices =
         target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
     return indices.isSharedWith(_knownIndices) ? _knownIndex : findBlockIndex(program, target);
 }
 
-Q_NEVER_INLINE int UniformBufferObject::findBlockIndex(const ShaderProgram *program, unsigned int target)
+ZELGL_COLD_PATH int UniformBufferObject::findBlockIndex(const ShaderProgram *program, unsigned int target)
 {
     _knownIndices =
         target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
@@ -232,43 +175,40 @@ bool UniformBufferObject::bind(ShaderProgram *program)
 {
     ZEL_ASSERT_RETURN(!this->_bufferObject.isNull(), false, "m_bufferObject is NULL on bind()");
     UBOContextData &uboContextData = contextData(_bufferObject->target());
-    const unsigned int target = uboContextData._target;
+    const unsigned int target = uboContextData.target;
     const unsigned int bufferObjectID = _bufferObject->getBO();
     const int index = blockIndex(program, target);
 
-    auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
-    auto &counts = uboContextData._boundUniformBufferObjectCounts;
-    const auto held = bindings.place(bufferObjectID);
-    if (held >= 0) {
+    auto &uses = uboContextData._boundUniformBufferObjectCounts;
+    if (NameTable::Use *const use = uses.find(bufferObjectID)) {
         if (index >= 0) {
-            program->setTypeBlockBinding(target, unsigned(index), bindings.at(held));
+            program->setTypeBlockBinding(target, unsigned(index), use->number);
         }
-        ++counts.at(held);
+        ++use->count;
         return true;
     }
 
-    // The point that the program has from before costs it no GL call.
+    // The program still has the point of its last bind, which saves a glUniformBlockBinding().
     const unsigned int previous =
         index >= 0 ? program->getTypeBlockBinding(target, unsigned(index)) : kInvalidBinding;
     const bool takesPrevious =
-        previous != kInvalidBinding && uboContextData._availableBindings.contains(previous);
-    const unsigned int binding = takesPrevious ? previous : uboContextData._availableBindings.lowest();
+        previous != kInvalidBinding && uboContextData.availableBindings.contains(previous);
+    const unsigned int binding = takesPrevious ? previous : uboContextData.availableBindings.lowest();
     if (binding == kInvalidBinding) {
         ZEL_LOG_WARNING("There is no available uniformBlockBindings");
         return false;
     }
-    uboContextData._availableBindings.remove(binding);
-    bindings.insert(bufferObjectID, binding);
-    counts.insert(bufferObjectID, 1);
-    uboContextData._bufferIDs[binding] = bufferObjectID;
+    uboContextData.availableBindings.remove(binding);
+    uses.insert(bufferObjectID, binding);
+    uboContextData.bufferIDs[binding] = bufferObjectID;
 
-    if (uboContextData._batchFirst == -1) {
+    if (uboContextData.batchFirst == -1) {
         ZEL_ASSERT(_bufferObject->valueCount() * _bufferObject->valueSize() != 0,
                    "glBindBufferRange() cannot take 0 as a size (%d,%d)", _bufferObject->valueCount(),
                    int(_bufferObject->valueSize()));
         glBindBufferBase(target, binding, bufferObjectID);
     } else {
-        uboContextData.recordInBatch(binding);
+        recordInBatch(uboContextData, binding);
     }
     if (index >= 0 && !takesPrevious) {
         program->setTypeBlockBinding(target, unsigned(index), binding);
@@ -276,32 +216,24 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     return true;
 }
 
-// The program keeps its binding: bind() finds the same point again by it.
+// The program keeps the point of its block, so that the next bind() can acquire the same one; see
+// UniformBufferObjectTest.AProgramKeepsThePointsOfItsBlocks.
 bool UniformBufferObject::unbind(ShaderProgram *)
 {
     ZEL_ASSERT_RETURN(!this->_bufferObject.isNull(), false,
-                      "m_bufferObject is NULL on bind()"); // bind() on purpose
+                      "m_bufferObject is NULL on bind()"); // required: the message names bind()
     UBOContextData &uboContextData = contextData(_bufferObject->target());
     const unsigned int bufferObjectID = _bufferObject->getBO();
-    auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
-    auto &counts = uboContextData._boundUniformBufferObjectCounts;
-    const auto held = bindings.place(bufferObjectID);
-    if (held < 0) {
+    auto &uses = uboContextData._boundUniformBufferObjectCounts;
+    NameTable::Use *const use = uses.find(bufferObjectID);
+    if (use == nullptr || --use->count != 0) {
         return true;
     }
-    if (!counts.contains(bufferObjectID, held)) { // asked once where all is well
-        ZEL_ASSERT_RETURN(uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID), false,
-                          "UniformBufferObject has not been bound on unbind");
-    }
-    if (--counts.at(held) != 0) {
-        return true;
-    }
-    const unsigned int binding = bindings.at(held);
-    glBindBufferBase(uboContextData._target, binding, 0);
-    bindings.remove(held);
-    counts.remove(held);
-    uboContextData._availableBindings.insert(binding);
-    uboContextData._bufferIDs[binding] = 0;
+    const unsigned int binding = use->number;
+    glBindBufferBase(uboContextData.target, binding, 0);
+    uses.remove(use);
+    uboContextData.availableBindings.insert(binding);
+    uboContextData.bufferIDs[binding] = 0;
     return true;
 }
 
@@ -317,10 +249,7 @@ unsigned int UniformBufferObject::uniformBlockBinding() const
     const unsigned int bufferObjectID = _bufferObject->getBO();
     ZEL_ASSERT_RETURN(uboContextData._boundUniformBufferObjectCounts.contains(bufferObjectID),
                       kInvalidBinding, "UniformBufferObject has not been bound on uniformBlockBinding()");
-    ZEL_ASSERT_RETURN(uboContextData._uniformBufferObjectToUniformBlockBindingMaps.contains(bufferObjectID),
-                      kInvalidBinding, "UniformBufferObject has not been bound on uniformBlockBinding()");
-    const auto &bindings = uboContextData._uniformBufferObjectToUniformBlockBindingMaps;
-    return bindings.at(bindings.place(bufferObjectID));
+    return uboContextData._boundUniformBufferObjectCounts.find(bufferObjectID)->number;
 }
 
 quint64 UniformBufferObject::memoryEstimateCPU() const

@@ -14,20 +14,20 @@ namespace Orvane { namespace Zel {
 class BufferObject;
 class ShaderProgram;
 
-/// A buffer tied to a named interface block of a shader.
+/// Connects a buffer with a named interface block of a shader.
 ///
-/// GL has few indexed binding points and the library many buffers: each context
-/// has an allocator of them. A buffer takes a point with its first bind(), keeps
-/// it while it is in use, and gives it back when as many unbind() came. The target
-/// of the buffer chooses the kind: GL_UNIFORM_BUFFER or GL_SHADER_STORAGE_BUFFER.
+/// GL has few indexed binding points, so each context has an allocator of them. A
+/// buffer acquires a point with its first bind() and releases it with the matching
+/// last unbind(). The target of the buffer selects the kind of block:
+/// GL_UNIFORM_BUFFER or GL_SHADER_STORAGE_BUFFER.
 ///
 /// \snippet buffers.cpp UniformBufferObject
 ///
-/// Units:   binding points count from 0, for either kind on its own.
-/// Context: bind and unbind with one and the same context current; each context
-///          has points of its own. A row of points stays when its context dies.
-/// Errors:  reported and answered with false; a block that the program lacks is
-///          no error, and the buffer is bound all the same.
+/// Units:   binding points count from 0, separately for each kind.
+/// Context: bind and unbind with the same context current; each context has its own
+///          points. A new context at the address of an old one inherits its points.
+/// Errors:  are logged, and the call returns false. A block that the program does
+///          not have is no error: the buffer is bound anyway.
 /// Source:  OpenGL 3.1 uniform buffers, 4.3 storage buffers, 4.4 multi-bind.
 class ZELGL_EXPORT UniformBufferObject : public QObject, public Bindable
 {
@@ -37,37 +37,40 @@ class ZELGL_EXPORT UniformBufferObject : public QObject, public Bindable
 public:
     static int NumAlive();
 
-    /// Binding points for uniform blocks in the current context.
+    /// The number of binding points for uniform blocks in the current context.
     static int maxUniformBlockBindings();
 
-    /// Between the two, bind() only records; the flush then issues one GL call for
-    /// each kind. Points inside the range that nobody uses are bound to 0.
+    /// Between these two calls bind() only records; the flush then makes one GL call
+    /// for each kind. It binds 0 to unused points within the range of recorded ones.
     /// unbind() is never deferred.
     static void bindBatchStart();
     static void bindBatchFlush();
 
-    /// The buffer's target should be set by now.
+    /// Set the buffer's target first.
     UniformBufferObject(const QString &blockName, QSharedPointer<BufferObject> bufferObject, QObject *parent);
-    /// Gives back no point: bind() and unbind() must be balanced by then.
+    /// Releases no point: balance bind() and unbind() before.
     ~UniformBufferObject() override;
 
-    /// With ShaderProgram::currentShaderProgram(); without one a warning and false.
+    /// Uses ShaderProgram::currentShaderProgram(). If there is none, logs a warning
+    /// and returns false.
     bool bind() override;
     bool unbind() override;
-    /// With a given program; null binds the buffer alone. A point that the program
-    /// knows from before is taken again if it is free: that saves GL calls.
+    /// Uses the given program; null binds only the buffer. If the point that the
+    /// program last had for the block is free, the buffer acquires it again, which
+    /// saves a GL call.
     bool bind(ShaderProgram *program);
     bool unbind(ShaderProgram *program);
 
     QSharedPointer<BufferObject> bufferObject() const;
-    /// The point held in the current context; 0xFFFFFFFF, and a report, without one.
+    /// The point in the current context. If the buffer has none, logs an assertion
+    /// and returns 0xFFFFFFFF.
     unsigned int uniformBlockBinding() const;
-    /// Bytes.
+    /// In bytes.
     quint64 memoryEstimateCPU() const;
     quint64 memoryEstimateGPU() const;
 
 private:
-    friend class UniformBufferMechanism; ///< reads the buffer with each bind
+    friend class UniformBufferMechanism; ///< needs the buffer with each bind
 
     int blockIndex(const ShaderProgram *program, unsigned int target);
     int findBlockIndex(const ShaderProgram *program, unsigned int target);
@@ -76,8 +79,8 @@ private:
 
     QSharedPointer<BufferObject> _bufferObject;
     QString _blockName;
-    QHash<QString, unsigned int> _knownIndices; ///< those of the program that was asked last
-    int _knownIndex = -1;                       ///< the block's among them
+    QHash<QString, unsigned int> _knownIndices; ///< the blocks of the program that was last bound with
+    int _knownIndex = -1;                       ///< the index of our block among them
 };
 
 }} // namespace Orvane::Zel

@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// Everything of ZelGL in one include: the GL names, the reporting macros and
-/// all classes. It may come before or after Qt's headers. The macros of the GL
-/// names are left out where ZELGL_NO_GL_NAMES is defined; see GLLoader.h.
+/// Includes all of ZelGL: the GL names, the reporting macros and all classes. Include
+/// it before or after Qt's headers. Define ZELGL_NO_GL_NAMES to leave out the macros
+/// of the GL names; see GLLoader.h.
 
 #include "ASTCReader.h"
 #include "Array2DTextureManager.h"

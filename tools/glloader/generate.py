@@ -3,8 +3,8 @@
 
     tools/glloader/generate.py [--registry gl.xml] OUTPUT_FOLDER
 
-writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. README.md in this folder
-explains the contents of the table.
+writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. See README.md beside this
+script for the contents of the table and the reasons.
 """
 
 import argparse
@@ -16,7 +16,7 @@ import xml.etree.ElementTree as ElementTree
 REGISTRY = "/usr/share/khronos-api/gl.xml"
 NEWEST_CORE_VERSION = (3, 2)
 
-# The extensions with flags and entry points in the table, in the order in which the loader compares their names.
+# The extensions whose flags and entry points the table contains, in the order in which the loader compares their names.
 EXTENSIONS = (
     "ARB_draw_indirect",
     "ARB_multi_draw_indirect",
@@ -30,7 +30,7 @@ BANNER = "// Generated, do not edit: tools/glloader/generate.py src/GL\n"
 
 
 class Command:
-    """A GL function: its name and its type in C."""
+    """One GL function: its name and the C spelling of its type."""
 
     def __init__(self, element):
         proto = element.find("proto")
@@ -55,7 +55,7 @@ def squeeze(text):
 
 
 def core_functions(root):
-    """(version, names) for every version of the table, without functions that the core profile removed."""
+    """(version, names) for every version of the table, without what the core profile removed."""
     versions, removed = [], set()
     for feature in root.findall("feature[@api='gl']"):
         version = tuple(int(n) for n in feature.get("number").split("."))
@@ -96,24 +96,24 @@ def header(core, extensions, commands):
 /// \\file
 /// The table of OpenGL entry points.
 ///
-/// Each GL function of the core profile up to 3.2, and of six extensions, has an
-/// exported, writable pointer `_ptrc_gl*`, which is null until ogl_LoadFunctions()
-/// sets it. Macros at the end make `glBindBuffer(...)` call through the table; a
-/// program may replace a slot, to count or simulate calls. A source that calls
-/// members of Qt's QOpenGLFunctions defines ZELGL_NO_GL_NAMES before it includes a
-/// header of the library: the macros, which would rename these members, are then
-/// left out.
+/// Each GL function of the core profile up to 3.2 and of six extensions has one
+/// exported, writable pointer `_ptrc_gl*`. It is null until ogl_LoadFunctions() sets
+/// it. With the macros at the end of the file, `glBindBuffer(...)` calls through this
+/// pointer. A program may replace a pointer to count or fake calls.
 ///
-/// Context: ogl_LoadFunctions() and the version functions need a current context.
-/// Errors:  the slot of a missing entry point stays null; the function is counted.
-///          The version functions log an assertion and return 0 while the table is
-///          empty.
-/// Source:  the Khronos registry, gl.xml; types and enums of GL/glcorearb.h.
+/// The macros would also rename the members of Qt's QOpenGLFunctions. A source that
+/// calls those members defines ZELGL_NO_GL_NAMES before it includes any header of the
+/// library, which leaves the macros out.
+///
+/// Context: ogl_LoadFunctions() and the version queries need a current context.
+/// Errors:  a missing entry point leaves its pointer null and is only counted. The
+///          version queries log an assertion and return 0 before the table is loaded.
+/// Source:  the Khronos registry, gl.xml; types and enumerators of GL/glcorearb.h.
 
 #include "Export.h"
 
-// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; before these classes it
-// undefines the names. All of that must come before the macros below.
+// Qt declares the prototypes of GL 1.x, and classes whose members have the names of GL functions; it undefines these names
+// first. All of this must precede the macros below.
 #include <QtGui/qopenglextrafunctions.h>
 #include <QtGui/qopenglfunctions.h>
 
@@ -125,7 +125,7 @@ def header(core, extensions, commands):
 
 extern "C" {
 
-/// 0: not advertised; 1: advertised, all functions found; 1 + n: n functions missing.
+/// 0: not advertised; 1: advertised, all functions found; 1 + n: advertised, n functions missing.
 """
     )
     out += [f"extern ZELGL_EXPORT int ogl_ext_{name};\n" for name in extensions]
@@ -134,14 +134,14 @@ extern "C" {
         out += [f"extern ZELGL_EXPORT {commands[name].declarator};\n" for name in names]
     out.append(
         """
-/// Fills the table. Returns 0 on failure, otherwise 1 + the number of missing core functions.
+/// Loads the table. Returns 0 on failure, otherwise 1 + the number of core functions that are missing.
 ZELGL_EXPORT int ogl_LoadFunctions();
 
-/// The version of the context that is current at the first call, cached for the process.
+/// The version of the context that was current in the first call of either; cached for the process.
 ZELGL_EXPORT int ogl_GetMajorVersion();
 ZELGL_EXPORT int ogl_GetMinorVersion();
 
-/// Returns 1 if the arguments are at least the context's version, the reverse of its name; see openGlVersionSupported().
+/// Compares in the opposite direction to its name; use openGlVersionSupported() instead.
 ZELGL_EXPORT int ogl_IsVersionGEQ(int major, int minor);
 
 } // extern "C"
@@ -169,7 +169,7 @@ def source(core, extensions, commands):
         """
 namespace {
 
-/// Looks up a function and stores it in its slot. Returns 1 if it is missing.
+/// Looks up one function and stores it. Returns 1 if it is missing.
 template <typename Function> int load(Function *&slot, const char *name)
 {
     slot = reinterpret_cast<Function *>(glXGetProcAddressARB(reinterpret_cast<const GLubyte *>(name)));
@@ -193,7 +193,7 @@ struct ExtensionMapRow
 {
     const char *name;
     int *flag;
-    int (*loadFunctions)(); ///< null if the extension has no functions
+    int (*loadFunctions)(); ///< null if the extension has none
 };
 
 const ExtensionMapRow kExtensionMap[] = {
@@ -214,7 +214,7 @@ void loadExtension(const char *name)
     }
 }
 
-int majorVersion = 0; ///< 0: not cached yet
+int majorVersion = 0; ///< 0: nothing is cached yet
 int minorVersion = 0;
 
 void cacheVersion()
@@ -264,7 +264,7 @@ int ogl_GetMinorVersion()
 int ogl_IsVersionGEQ(int major, int minor)
 {
     cacheVersion();
-    // Required: the comparison is the reverse of what the name says, since hosts depend on it; see GLLoaderTest.
+    // Required: hosts depend on the direction, which is opposite to the name; see GLLoaderTest.
     if (major != majorVersion) {
         return major > majorVersion ? 1 : 0;
     }

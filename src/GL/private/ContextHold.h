@@ -2,17 +2,17 @@
 
 namespace Orvane { namespace Zel {
 
-/// Lets GLContextTracker::currentContext() answer from memory in this thread, for
-/// the length of a scope: a draw of many objects asks several times for each, and
-/// Qt takes its time to tell.
+class ContextState;
+
+/// Makes ContextState::current() and GLContextTracker::currentContext() return the record and identity of one context during
+/// a scope, in this thread. A draw of many objects needs them several times for each object, and the query of Qt
+/// costs more than all the rest of a look-up.
 ///
-/// Context: the one that is current at the beginning, up to the end of the scope.
-///          Where code of the host may run meanwhile, which is free to change
-///          contexts, stands a Pause: around the readers of textures and the
-///          handler of messages. A draw with a texture manager of the host's own
-///          holds nothing.
+/// Context: the one that is current at the start must stay current to the end of the scope. Code of the host may change
+///          contexts; the library therefore makes a Pause around it (image readers, the message handler), and a draw with a
+///          texture manager of the host holds nothing.
 /// Errors:  none. Holds and pauses nest.
-/// Private to the library.
+/// Private to the library; owner is ContextState.
 class ContextHold
 {
 public:
@@ -25,10 +25,10 @@ public:
     ContextHold &operator=(const ContextHold &) = delete;
 
 private:
-    void *_outer; ///< what was held before; null: nothing
+    ContextState *_outer; ///< the record before this scope; null: none was held
 };
 
-/// Qt is asked again for the length of this scope.
+/// The context is queried again during this scope.
 class ContextHold::Pause
 {
 public:
@@ -39,7 +39,7 @@ public:
     Pause &operator=(const Pause &) = delete;
 
 private:
-    void *_outer; ///< what goes on being held behind it
+    ContextState *_outer; ///< the record that is held again after this scope
 };
 
 }} // namespace Orvane::Zel

@@ -6,59 +6,51 @@
 
 namespace Orvane { namespace Zel {
 
-/// Values by GL name for the few objects that are bound at a time: a flat array, searched from its end, since what was
-/// bound last is asked for first.
+/// The objects of one kind that are bound in one context, by GL name: the texture unit or binding point that each holds, and
+/// how many binds share it.
 ///
-/// Tables that take and lose the same names in the same order have them at the same places: one search serves all.
+/// A flat array, searched from its end: few objects are bound at a time, and the most recent is queried first.
 ///
-/// Context: none.
-/// Private to the library.
-template <typename Value> class NameTable
+/// Context: none; the owner provides for threads.
+/// Errors:  none are checked.
+/// Private to the library; owners are the records of ContextState.
+class NameTable
 {
 public:
-    using Place = std::ptrdiff_t;
-    static constexpr Place kNone = -1;
-
-    /// Makes room for the only number of names that the table will ever have to hold at a time; empties it.
-    void reserve(int count)
+    struct Use
     {
-        _entries.reset(new Entry[static_cast<size_t>(std::max(count, 0))]());
-        _used = 0;
-    }
-
-    /// Where a name stands, up to the next change; kNone where it has no value.
-    Place place(unsigned int name) const
-    {
-        Place place = _used - 1;
-        while (place >= 0 && _entries[place].name != name) {
-            --place;
-        }
-        return place;
-    }
-    bool contains(unsigned int name) const { return place(name) != kNone; }
-    /// The same where the place is known from a table with the same names.
-    bool contains(unsigned int name, Place place) const
-    {
-        return place >= 0 && place < _used && _entries[place].name == name;
-    }
-
-    Value &at(Place place) { return _entries[place].value; }
-    const Value &at(Place place) const { return _entries[place].value; }
-
-    /// The name must not have a value yet, and there must be room for it.
-    void insert(unsigned int name, Value value) { _entries[_used++] = {name, value}; }
-
-    void remove(Place place) { _entries[place] = _entries[--_used]; }
-
-private:
-    struct Entry
-    {
-        unsigned int name = 0;
-        Value value = {};
+        unsigned int name = 0;   ///< GL name
+        unsigned int number = 0; ///< texture unit or binding point
+        int count = 0;           ///< binds without their unbind
     };
 
-    std::unique_ptr<Entry[]> _entries;
-    Place _used = 0; ///< of them
+    /// Empties the table and allocates the only memory that it ever uses: \a capacity entries.
+    void reserve(int capacity)
+    {
+        _uses.reset(new Use[static_cast<size_t>(std::max(capacity, 0))]());
+        _end = _uses.get();
+    }
+
+    /// Null if the object is not bound. The pointer is valid until the next change of the table.
+    Use *find(unsigned int name) const
+    {
+        for (Use *use = _end; use != _uses.get();) {
+            if ((--use)->name == name) {
+                return use;
+            }
+        }
+        return nullptr;
+    }
+    bool contains(unsigned int name) const { return find(name) != nullptr; }
+
+    /// The table must not contain the name, and must not be full.
+    void insert(unsigned int name, unsigned int number) { *_end++ = {name, number, 1}; }
+
+    void remove(Use *use) { *use = *--_end; }
+
+private:
+    std::unique_ptr<Use[]> _uses;
+    Use *_end = nullptr; ///< after the last one in use
 };
 
 }} // namespace Orvane::Zel

@@ -7,16 +7,17 @@
 
 namespace Orvane { namespace Zel {
 
-/// A set of small numbers, as bits: the texture units or binding points of a context that are free.
+/// A set of small numbers, one bit each: the free texture units or binding points of a context.
 ///
-/// Context: none.
-/// Private to the library.
+/// Context: none; the owner provides for threads.
+/// Errors:  none are checked.
+/// Private to the library; owners are the records of ContextState.
 class NumberSet
 {
 public:
     static constexpr unsigned int kNone = ~0u;
 
-    /// All numbers below \a count, and nothing else.
+    /// Makes the set contain exactly the numbers below \a count.
     void fill(int count)
     {
         const auto size = static_cast<unsigned int>(std::max(count, 0));
@@ -27,7 +28,7 @@ public:
         }
     }
 
-    // Of numbers below the count.
+    // The number must be below the count of fill().
     void insert(unsigned int number) { _words[number / 64] |= bit(number); }
     void remove(unsigned int number) { _words[number / 64] &= ~bit(number); }
 
@@ -36,7 +37,7 @@ public:
         return number / 64 < _wordCount && (_words[number / 64] & bit(number)) != 0;
     }
 
-    /// kNone of the empty set.
+    /// kNone if the set is empty.
     unsigned int lowest() const
     {
         for (unsigned int word = 0; word < _wordCount; ++word) {
@@ -47,7 +48,7 @@ public:
         return kNone;
     }
 
-    /// kNone of the empty set.
+    /// kNone if the set is empty.
     unsigned int highest() const
     {
         for (unsigned int word = _wordCount; word-- > 0;) {
