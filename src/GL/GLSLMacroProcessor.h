@@ -74,7 +74,7 @@ public:
 private:
     class Expander;
 
-    QString defineLines() const;
+    ZELGL_NO_EXPORT QString defineLines() const;
 
     QMap<QString, QString> _macros;  ///< name to replacement text
     QMap<QString, QString> _defines; ///< name to value; the map's order is the order of output

@@ -51,7 +51,7 @@ public:
     unsigned int shaderType() const;
 
 private:
-    void reportFailure() const;
+    ZELGL_NO_EXPORT void reportFailure() const;
 
     unsigned int _type;
     QString _source; ///< after processing

@@ -196,15 +196,26 @@ public:
     bool setUniform(const QString &name, const QVariant &value);
 
 private:
-    // These know again the table in which they found a name.
-    friend class RememberedUniform;
-    friend class UniformBufferObject;
+    friend quint64 linkNumberOf(const ShaderProgram &program); ///< private to the library
 
-    bool attachShaders();
-    void applyFragDataLocations();
-    void applyTransformFeedbackVaryings();
-    void cacheNames();
-    void deleteProgram();
+    /// The interface blocks of one kind, uniform or storage.
+    struct BlockTable
+    {
+        ZELGL_NO_EXPORT void append(const QString &name);
+        /// Returns false when the block has the binding point already; true also for an unknown block.
+        ZELGL_NO_EXPORT bool store(unsigned int index, unsigned int binding);
+        ZELGL_NO_EXPORT std::vector<unsigned int>::const_iterator find(unsigned int index) const;
+        ZELGL_NO_EXPORT std::vector<unsigned int>::const_iterator end() const;
+
+        QHash<QString, unsigned int> indices; ///< by name
+        std::vector<unsigned int> bindings;   ///< the binding point, by block index
+    };
+
+    ZELGL_NO_EXPORT bool attachShaders();
+    ZELGL_NO_EXPORT void applyFragDataLocations();
+    ZELGL_NO_EXPORT void applyTransformFeedbackVaryings();
+    ZELGL_NO_EXPORT void cacheNames();
+    ZELGL_NO_EXPORT void deleteProgram();
 
     unsigned int _programID = kShaderProgramNotLinked; ///< GL name
     QString _log;
@@ -216,13 +227,12 @@ private:
     QHash<QString, int> _vertexAttributes;
     mutable QHash<QString, int> _uniformLocations; ///< never emptied
     int _uniformLocationNameID = -1;
-    QHash<QString, unsigned int> _uniformBlockIndices;
-    std::vector<unsigned int> _uniformBlockBindingIndices; ///< the binding point, by block index
-    QHash<QString, unsigned int> _storageBlockIndices;
-    std::vector<unsigned int> _storageBlockBindingIndices;
+    BlockTable _uniformBlockBindingIndices;
+    BlockTable _storageBlockBindingIndices;
     GLSLMacroProcessor *_macroProcessor = nullptr; ///< borrowed
     bool _parallelShaderCompile = false;
     bool _preprocessed = false;
+    quint64 _linkNumber = 0; ///< unique in the process; 0 when nothing is linked
 };
 
 /// Orders shaders by falling GL name.

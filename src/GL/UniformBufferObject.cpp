@@ -4,6 +4,7 @@
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
 #include "ShaderProgram.h"
+#include "private/LinkNumber.h"
 #include "private/NameTable.h"
 #include "private/NumberSet.h"
 
@@ -195,16 +196,15 @@ inline int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigne
     if (program == nullptr) {
         return -1;
     }
-    // The copy shares its data with the program's table for as long as that does not change.
-    const QHash<QString, unsigned int> &indices =
-        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
-    return indices.isSharedWith(_knownIndices) ? _knownIndex : findBlockIndex(program, target);
+    const quint64 link = linkNumberOf(*program);
+    const bool isKnown = link == _knownLink && link != 0 && target == _knownTarget;
+    return isKnown ? _knownIndex : findBlockIndex(program, target);
 }
 
 Q_NEVER_INLINE int UniformBufferObject::findBlockIndex(const ShaderProgram *program, unsigned int target)
 {
-    _knownIndices =
-        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
+    _knownLink = linkNumberOf(*program);
+    _knownTarget = target;
     _knownIndex = int(program->getTypeBlockIndex(target, _blockName));
     return _knownIndex;
 }

@@ -2,7 +2,6 @@
 
 #include "Bindable.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
@@ -76,8 +75,9 @@ private:
 
     QSharedPointer<BufferObject> _bufferObject;
     QString _blockName;
-    QHash<QString, unsigned int> _knownIndices; ///< those of the program that was asked last
-    int _knownIndex = -1;                       ///< the block's among them
+    quint64 _knownLink = 0;        ///< the link of the program that was asked last
+    unsigned int _knownTarget = 0; ///< the kind of block that was asked for
+    int _knownIndex = -1;          ///< the block's index there
 };
 
 }} // namespace Orvane::Zel

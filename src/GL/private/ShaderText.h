@@ -27,4 +27,7 @@ void warnLineByLine(const QString &message);
 QString driverLog(GLuint object, void(APIENTRY *getParameter)(GLuint, GLenum, GLint *),
                   void(APIENTRY *getInfoLog)(GLuint, GLsizei, GLsizei *, GLchar *));
 
+/// The source of a shader as the driver has it; sources go to GL as Latin-1.
+QString driverSource(GLuint shader);
+
 }} // namespace Orvane::Zel

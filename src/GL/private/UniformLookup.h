@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QString>
 
 namespace Orvane { namespace Zel {
@@ -60,7 +59,7 @@ private:
     int lookUp(const UniformLookup &locationOf);
 
     UniformName _name;
-    QHash<QString, int> _locations; ///< the program's; shared, while it knows no more names than at that time
+    quint64 _link = 0; ///< the link of the program that was asked last
     int _location = -1;
 };
 
