@@ -77,7 +77,9 @@ ShaderProgram::~ShaderProgram()
 
 bool ShaderProgram::compile()
 {
-    _programID = kShaderProgramNotLinked; // forgotten, not deleted, on purpose
+    // Required: the GL program is not deleted; see
+    // ShaderProgramTest.ALinkedProgramTakesNoFurtherStageUntilItIsClearedOrCompiledAnew.
+    _programID = kShaderProgramNotLinked;
     _linkNumber = 0;
     preprocess();
     for (Shader *shader : qAsConst(_shaders)) {
@@ -116,7 +118,7 @@ bool ShaderProgram::linkPreWait()
     sinceStart.start();
     sinceReport.start();
     for (;;) {
-        GLint completed = 1; // stays where the driver does not answer
+        GLint completed = 1; // stays 1 when the driver rejects the query
         glGetProgramiv(_programID, GL_COMPLETION_STATUS_ARB, &completed);
         if (completed == 1) {
             return true;
@@ -124,7 +126,7 @@ bool ShaderProgram::linkPreWait()
         if (sinceStart.elapsed() >= 5000) {
             ZEL_BARE_DEBUG("%p TIMEOUT 0x%02X", static_cast<void *>(this),
                            static_cast<unsigned int>(completed));
-            return true; // linkPost() will block for as long as it takes
+            return true; // linkPost() waits without a limit
         }
         if (sinceReport.elapsed() >= 1000) {
             ZEL_BARE_DEBUG("%p Sleep 0x%02X", static_cast<void *>(this),
@@ -163,7 +165,8 @@ bool ShaderProgram::validate()
         return true;
     }
     _log = driverLog(_programID, glGetProgramiv, glGetProgramInfoLog);
-    // The first two pieces stand on one line, as they are.
+    // Required: no line break between the first two parts; see
+    // ShaderProgramTest.ValidateReadsTheLinkAndNeverRunsTheDriversOwn.
     warnLineByLine(QStringLiteral("Failed to validate GL shader========= Log =========\n") + _log);
     return false;
 }
@@ -388,7 +391,7 @@ void ShaderProgram::cacheUniformBlockIndices()
     if (!isLinked()) {
         return;
     }
-    // Here, not in cacheNames(): a host that links by itself calls this function too.
+    // Not in cacheNames(): a host that overrides linkPost() calls this function directly.
     _linkNumber = lastLinkNumber.fetch_add(1, std::memory_order_relaxed) + 1;
     for (const QString &name : uniformBlockNames(_programID)) {
         _uniformBlockBindingIndices.append(name);
@@ -448,7 +451,7 @@ inline bool ShaderProgram::BlockTable::store(unsigned int index, unsigned int bi
     return changes;
 }
 
-/// The end when the program has no such block.
+/// Returns end() when the program has no such block.
 inline std::vector<unsigned int>::const_iterator ShaderProgram::BlockTable::find(unsigned int index) const
 {
     return index < bindings.size() ? bindings.begin() + static_cast<std::ptrdiff_t>(index) : bindings.end();
@@ -469,7 +472,8 @@ unsigned int ShaderProgram::getStorageBlockIndex(const QString &name) const
     return _storageBlockBindingIndices.indices.value(name, GL_INVALID_INDEX);
 }
 
-// A binding without a block is logged and handed to GL all the same.
+// Required: an unknown block is logged, and GL is called anyway; see
+// ShaderProgramUniformTest.ABlockBindingReachesGLWhenItChangesOrHasNoBlock.
 void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int binding)
 {
     const auto itFind = this->_uniformBlockBindingIndices.find(index);

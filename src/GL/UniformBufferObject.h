@@ -75,8 +75,8 @@ private:
 
     QSharedPointer<BufferObject> _bufferObject;
     QString _blockName;
-    quint64 _knownLink = 0;        ///< the link of the program that was asked last
-    unsigned int _knownTarget = 0; ///< the kind of block that was asked for
+    quint64 _knownLink = 0;        ///< the link for which _knownIndex is valid
+    unsigned int _knownTarget = 0; ///< the kind of block for which it is valid
     int _knownIndex = -1;          ///< the block's index there
 };
 

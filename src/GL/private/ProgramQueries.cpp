@@ -32,7 +32,7 @@ bool isBuiltInAttribute(const char *name)
 
 bool isAllowedBuiltIn(const char *name)
 {
-    // Fourteen characters, so that the name without its suffix passes too.
+    // Fourteen characters are required: they accept the name without its suffix too.
     return std::strncmp(name, "gl_BaseInstanceARB", 14) == 0 || std::strcmp(name, "gl_InstanceID") == 0
            || std::strcmp(name, "gl_VertexID") == 0;
 }

@@ -35,22 +35,23 @@ bool setTuples(int location, const QVector<Component> &values, int tupleSize,
         calls[0](location, values.size(), values.constData());
         return true;
     }
-    // Required: the count is the size of the list, not the number of tuples, so GL may read past the list. The copy has
-    // as many components as GL may read; see ShaderProgramUniformTest.NumbersAndListsGoToGL...
+    // Required: the count is the size of the list, not the number of tuples, so GL may read
+    // past the list. The copy has as many components as GL may read; see ShaderProgramUniformTest.
+    // NumbersAndListsGoToGLInOneCallEachOfWhichTheCountIsTheSizeOfTheList.
     QVarLengthArray<Component, 1024> padded(values.size() * tupleSize);
     std::fill(std::copy(values.cbegin(), values.cend(), padded.begin()), padded.end(), Component(0));
     calls[tupleSize - 1](location, values.size(), padded.constData());
     return true;
 }
 
-/// What sets a uniform from a variant of a type that Qt knows by name only.
+/// Sets a uniform from a variant of a type that has no constant number in Qt.
 struct NamedTypeSetter
 {
     const char *typeName;
     void (*set)(int location, const QVariant &value);
 };
 
-// value<T>() reads the exact type, converts any other, and else gives what the type starts with.
+// For another type that a host registered under the same name, value<T>() converts or returns a default T.
 const NamedTypeSetter kNamedTypeSetters[] = {
     {"QMatrix3x3",
      [](int location, const QVariant &value) {
@@ -109,7 +110,7 @@ bool setUniformValue(int location, const QVariant &value)
     switch (value.userType()) {
     case QMetaType::Bool:
     case QMetaType::Int:
-    case QMetaType::QImage: // reads as 0
+    case QMetaType::QImage: // required: an image sets 0; see AVariantSetsTheUniformByTheTypeThatItHolds
         glUniform1i(location, value.toInt());
         break;
     case QMetaType::UInt:
