@@ -51,7 +51,7 @@ TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
         {"#", "#"},
         {"##\n#\n", "##\n#\n"},
         {"#define X 1\n#ifdef X\n#endif", "#define X 1\n#ifdef X\n#endif"},
-        // A replaced line ends with the break of its replacement and its own.
+        // A replaced line ends with two line breaks: one from the replacement and its own.
         {"#version 150\nrest", "#version 150\n#define A 1\n#define B 2\n\nrest"},
         {"#version 150 core # x\r\nrest", "#version 150 core # x\n#define A 1\n#define B 2\n\r\nrest"},
         {"#versions", "#versions\n#define A 1\n#define B 2\n"},
@@ -67,7 +67,7 @@ TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
         {"#include \"zero.glslh\"", "before\n"},
         {"#include \"utf8.glslh\"", "// \xc3\xa9\n"},
         {"#include \"a.glslh\"\n#include \"a.glslh\"", "float a;\n\nfloat a;\n"},
-        // Only #macro may be indented, and nothing may stand in front.
+        // Only #macro may be indented, and no other text may precede a directive.
         {" #include \"a.glslh\"\n", " #include \"a.glslh\"\n"},
         {"// #include \"a.glslh\"\n", "// #include \"a.glslh\"\n"},
         {"#include \"a.glslh\" // why\n", "#include \"a.glslh\" // why\n"},
@@ -76,11 +76,11 @@ TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
         {"#macro UNKNOWN #include \"a.glslh\"\n", "float a;\n\n\n"},
         {"\t #macro KNOWN the default", "\t float a;\n\n"},
         {"\xc2\xa0#macro UNKNOWN\xe2\x80\x83x\xe2\x80\x83\n",
-         "\xc2\xa0x\xe2\x80\x83\n\n"}, // blanks of Unicode
+         "\xc2\xa0x\xe2\x80\x83\n\n"}, // Unicode white space
         {"x\r#macro UNKNOWN y\r#macro KNOWN\tz\n", "x\ry\n\rfloat a;\n\n\n"},
         {"#macro EMPTY text\n", "\n\n"},
         {"#macro KNOWN \n", "float a;\n\n\n"},
-        {"#macro KNOWN\n", "KNOWN\n\n"}, // without a blank behind it the name is the default
+        {"#macro KNOWN\n", "KNOWN\n\n"}, // without a blank after it the name is the default
         {"#macroKNOWN x", "float a;\n\n"},
         {"#macro\n", "#macro\n"},
         {"// #macro KNOWN x\n", "// #macro KNOWN x\n"},
@@ -97,7 +97,7 @@ TEST_F(GLSLMacroProcessorTest, AnUnknownPlanLeavesOnlyTheBreakOfItsLine)
     EXPECT_EQ("a\n\nb", process("a\n#instancedata \"Nobody\"\nb"));
     EXPECT_MESSAGES("warning [InstanceDataRegistry.cpp:#] InstanceDataRegistry::getPlan() : Specified "
                     "instanceData plan does not exist : Nobody");
-    QString line = "#instancedata \"Nobody\""; // told once
+    QString line = "#instancedata \"Nobody\""; // reported once
     QRegExp expression("\"(.*)\"");
     GLSLMacroProcessor::processLineMaterial(line, expression, &_processor);
     EXPECT_EQ("#instancedata \"Nobody\"", line);
@@ -109,7 +109,7 @@ TEST_F(GLSLMacroProcessorTest, AnIncludeThatFailsIsAWarningAndLeavesItsLineOut)
     EXPECT_EQ("a\n\nb", process("a\n#include \"missing.glslh\"\nb"));
     EXPECT_EQ("\nb", process("#include \"\" \nb"));
     EXPECT_EQ("", process("#include \"folder\""));
-    EXPECT_EQ("", process("#include \".\"")); // also a folder of the resources
+    EXPECT_EQ("", process("#include \".\"")); // "." is a folder of the resources too
     addFile("a.glslh", "x");
     EXPECT_EQ("", process(QString("#include \"a.glslh") + QChar(0) + ".old\""));
     EXPECT_MESSAGES("warning Failed to open include file 'missing.glslh'",

@@ -20,7 +20,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-long fakeMilliseconds = 0; ///< what this process's clocks are ahead
+long fakeMilliseconds = 0; ///< added to the clocks of this process
 
 const QString kVertex = "#version 150\n"
                         "in vec4 va_Vertex;\n"
@@ -44,7 +44,7 @@ QString md5(const QString &text)
 class ShaderProgramTest : public GLTest
 {
 protected:
-    /// Makes a program of the two good stages, linked.
+    /// Adds two valid stages and links them.
     void link(ShaderProgram &program)
     {
         program.addShader(GL_VERTEX_SHADER, kVertex, QString());
@@ -57,7 +57,7 @@ protected:
 
 } // namespace
 
-/// So that a test of seconds takes none.
+/// Replaces the clock, so that a test of a timeout does not wait for it.
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec *time) noexcept
 {
     static const auto real =
@@ -238,7 +238,7 @@ TEST_F(ShaderProgramTest, AFailedCompileEndsTheLinkAndLeavesTheStages)
     EXPECT_FALSE(program.compile()) << "tried anew";
     EXPECT_EQ(log, program.log());
     EXPECT_EQ(failure, _capture.takeTexts());
-    TestContext::takeDriverReports(); // the driver told them too
+    TestContext::takeDriverReports(); // the driver reports the errors too
 }
 
 TEST_F(ShaderProgramTest, ValidateReadsTheLinkAndNeverRunsTheDriversOwn)
@@ -316,7 +316,8 @@ TEST_F(ShaderProgramTest, HostsCompareShadersByFallingName)
 TEST_F(ShaderProgramTest, TheHashCoversTheTextsWhateverTheirOrder)
 {
     GLSLMacroProcessor processor;
-    const QStringList sources = {kVertex, kSomewhere, kUnresolved}; // of one stage, so that their order shows
+    // Of one stage, so that the order of adding matters.
+    const QStringList sources = {kVertex, kSomewhere, kUnresolved};
     ShaderProgram oneWay(nullptr);
     ShaderProgram otherWay(nullptr);
     ShaderProgram defined(nullptr);
@@ -398,7 +399,7 @@ TEST_F(ShaderProgramTest, EntryPointsAreLookedUpOnceAndMissedAloud)
     EXPECT_TRUE(_loader.takeLookUps().contains("glXGetProcAddress glGetProgramResourceName"));
     const ShaderProgram second(nullptr);
     EXPECT_EQ(QStringList(), _loader.takeLookUps());
-    link(program); // storage blocks are then simply unknown
+    link(program); // storage blocks are unknown then
     EXPECT_EQ(GL_INVALID_INDEX, program.getStorageBlockIndex("Any"));
     program.setStorageBlockBinding(3, 1);
     EXPECT_MESSAGES(

@@ -1,4 +1,4 @@
-// What a linked program is asked, and the uniforms that it is given.
+// The queries of a linked program, and the values of its uniforms.
 
 #include "support/FakeLimits.h"
 #include "support/FakeLoader.h"
@@ -22,7 +22,7 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// One uniform of every type that is set here. All are read, so that all stay active.
+/// One uniform of each type that the tests set. The shader reads all of them, so that all stay active.
 const QString kUniforms = R"(#version 150
 uniform int u_Int; uniform uint u_UInt; uniform bool u_Bool; uniform float u_Float;
 uniform vec2 u_Vec2; uniform vec3 u_Vec3; uniform vec4 u_Vec4;
@@ -58,13 +58,13 @@ const QString kLong(1024, 'n'); // the longest name that GLSL has
 
 using StorageBinding = PFNGLSHADERSTORAGEBLOCKBINDINGPROC;
 
-/// There before the first program.
+/// Exists before the first program.
 struct StorageLoader : FakeLoader
 {
     StorageLoader() { record<StorageBinding>("glShaderStorageBlockBinding"); }
 };
 
-/// Every call that sets a uniform, counted.
+/// Counts every call that sets a uniform.
 using UniformTaps =
     Taps<&glUniform1i, &glUniform1ui, &glUniform1f, &glUniform2f, &glUniform3f, &glUniform4f, &glUniform1fv,
          &glUniform2fv, &glUniform3fv, &glUniform4fv, &glUniform1iv, &glUniform2iv, &glUniform3iv,
@@ -83,7 +83,7 @@ protected:
 
     ~ShaderProgramUniformTest() override { program.unbind(); }
 
-    /// What GL holds, as floats, of one uniform or one element of an array.
+    /// The value of a uniform, or of one element of an array, in GL, as floats.
     std::vector<float> held(const QString &name, size_t components)
     {
         std::vector<float> values(components);
@@ -177,7 +177,7 @@ TEST_F(ShaderProgramUniformTest, ABlockBindingReachesGLWhenItChangesOrHasNoBlock
     EXPECT_EQ(0u, bindings.count());
     program.setUniformBlockBinding(second, 3);
     program.setTypeBlockBinding(GL_UNIFORM_BUFFER, second, 3);
-    program.setTypeBlockBinding(GL_ARRAY_BUFFER, second, 3); // whatever is no storage buffer
+    program.setTypeBlockBinding(GL_ARRAY_BUFFER, second, 3); // any type but a storage buffer
     EXPECT_EQ(1u, bindings.count());
     EXPECT_EQ(std::make_tuple(name, second, 3u), bindings.calls().back());
     EXPECT_EQ(3u, program.getUniformBlockBinding(second));
@@ -186,7 +186,7 @@ TEST_F(ShaderProgramUniformTest, ABlockBindingReachesGLWhenItChangesOrHasNoBlock
     EXPECT_EQ(second, program.getTypeBlockIndex(GL_UNIFORM_BUFFER, "Second"));
     EXPECT_EQ(GL_INVALID_INDEX, program.getTypeBlockIndex(GL_SHADER_STORAGE_BUFFER, "Second"));
 
-    // A block that does not exist is reported, and the call goes on.
+    // A block that does not exist is reported, and GL is called anyway.
     bindings.replace([](GLuint, GLuint, GLuint) {});
     program.setUniformBlockBinding(77, 1);
     program.getUniformBlockBinding(77);
@@ -247,7 +247,7 @@ TEST_F(ShaderProgramUniformTest, AVariantSetsTheUniformByTheTypeThatItHolds)
         {"u_Vec2", QVector2D(1, 2), {1, 2}},
         {"u_Vec3", QVector3D(1, 2, 3), {1, 2, 3}},
         {"u_Vec4", QVector4D(1, 2, 3, 4), {1, 2, 3, 4}},
-        // GL holds columns.
+        // GL stores columns.
         {"u_Mat4", matrix, {1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 4, 8, 12, 16}},
         {"u_Mat3", QVariant::fromValue(QMatrix3x3(rows3)), {1, 4, 7, 2, 5, 8, 3, 6, 9}},
         {"u_Mat2", QVariant::fromValue(QMatrix2x2(rows2)), {1, 3, 2, 4}},

@@ -30,7 +30,7 @@ TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMadeAndDumpedWhereAFileOpens)
     const QTemporaryDir folder;
     GLSLMacroProcessor processor;
     processor.addDefine("A", "1");
-    QObject parent; // is ignored
+    QObject parent; // ignored
     const Shader plain(GL_VERTEX_SHADER, kGoodSource, &parent);
     EXPECT_EQ(nullptr, plain.parent());
     const Shader processed(GL_FRAGMENT_SHADER, kGoodSource, &processor, nullptr);
@@ -96,7 +96,7 @@ TEST_F(ShaderTest, AFailedCompileTellsTheStageTheNumberedSourceAndTheLog)
             takeMessages(failure(shader, stage.name, "   1 : one\n   2 : #two\n   3 :  100% %1\n   4 : ")));
     }
     EXPECT_EQ(0, ledger().alive(GLLedger::eShader));
-    TestContext::takeDriverReports(); // some drivers tell the errors of a source here too
+    TestContext::takeDriverReports(); // some drivers report the errors of a source here too
 }
 
 TEST_F(ShaderTest, AFailedCompileCanBeTriedAgainAndKeepsItsLog)

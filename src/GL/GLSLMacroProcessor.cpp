@@ -23,8 +23,8 @@ bool isLineEnd(QChar c)
     return c == QLatin1Char('\n') || c == QLatin1Char('\r');
 }
 
-/// The text of an include, from the first folder that has the file; false after
-/// a warning when the line names no file, or none is found.
+/// Reads an include from the first folder that has the file. Logs a warning and returns
+/// false when the line has no file name or no folder has the file.
 bool findInclude(const QString &line, const QString &fileName, const QList<QDir> &includePaths, QString &text)
 {
     if (fileName.isEmpty()) {
@@ -42,7 +42,8 @@ bool findInclude(const QString &line, const QString &fileName, const QList<QDir>
 
 } // namespace
 
-/// One run of process(): the whole tree of a source goes into one text.
+/// One call of process(): expands a source and all that it includes into one text, so that
+/// no level of includes copies the text of the levels below it.
 class GLSLMacroProcessor::Expander
 {
 public:
@@ -57,19 +58,19 @@ public:
     {
         const QChar *const text = source.constData();
         const QChar *const textEnd = text + source.size();
-        const QChar *copied = text; // what stands before it is in the result
+        const QChar *copied = text; // the text before it is in the result
         for (int at = source.indexOf(kSign); at >= 0; at = source.indexOf(kSign, at + 1)) {
             const QChar *const sign = text + at;
             const QChar *const line = lineStart(text, sign);
             const Directive directive = line != nullptr ? directiveAt(sign, textEnd) : eNone;
             if (directive == eNone || (directive != eMacro && line != sign)) {
-                continue; // no expression could match: ordinary text
+                continue; // the expressions match whole lines: this is ordinary text
             }
             const QChar *const end = std::find_if(sign, textEnd, isLineEnd);
             append(copied, sign);
             copied = sign;
             if (expandLine(directive, QString(line, int(end - line)))) {
-                copied = end; // the line's own break is copied with what follows
+                copied = end; // its line break is copied with the text after it
                 at = int(end - text);
             }
         }
@@ -85,7 +86,7 @@ private:
         eVersion
     };
 
-    /// Where the line of the sign starts; null when more than blanks stands in front of it.
+    /// The start of the line; null when the sign follows other characters than white space.
     static const QChar *lineStart(const QChar *text, const QChar *sign)
     {
         while (sign > text && sign[-1].isSpace() && !isLineEnd(sign[-1])) {
@@ -94,7 +95,8 @@ private:
         return sign == text || isLineEnd(sign[-1]) ? sign : nullptr;
     }
 
-    /// The one directive whose word stands at the sign; whether its line matches is not yet known.
+    /// The directive by its name alone. expandLine() checks the arguments with a regular
+    /// expression, which is slow: few lines reach it.
     static Directive directiveAt(const QChar *sign, const QChar *end)
     {
         const auto is = [&](QLatin1String word) {
@@ -234,7 +236,9 @@ void GLSLMacroProcessor::processLineMacro(QString &line, QRegExp &regExp, GLSLMa
     if (processor != nullptr && processor->_macros.contains(regExp.cap(1))) {
         line = process(processor->_macros.value(regExp.cap(1)), processor);
     } else {
-        line = regExp.cap(2); // not processed, unlike the default text in process()
+        // Required: not processed, unlike in process(); see
+        // GLSLMacroProcessorTest.SingleLinesExpandInPlaceByTheHostsOwnExpressions.
+        line = regExp.cap(2);
     }
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 /// \file
-/// Numbers with their range, as a host's editable parameters hand them over: a
-/// QVariant that holds one sets a uniform to the current value
-/// (ShaderProgram::setUniform). The type names are the contract; they are
-/// registered with Qt's meta-type system on first use.
+/// Numbers with their range, for editable parameters of a host:
+/// ShaderProgram::setUniform() sets a uniform to the current value of one in a
+/// QVariant. It recognises the types by their names, which Qt's meta-type system
+/// registers on first use.
 ///
 /// \snippet shaders.cpp RangedValues
 

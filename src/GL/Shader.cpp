@@ -32,7 +32,8 @@ const char *stageName(unsigned int type)
 
 } // namespace
 
-// A shader never has a QObject parent: both constructors ignore theirs on purpose.
+// Both constructors ignore their parent: the program deletes its shaders, and a parent could
+// delete them first; see ShaderTest.ItsTextIsProcessedWhenItIsMadeAndDumpedWhereAFileOpens.
 Shader::Shader(unsigned int type, const QString &source, QObject *parent)
     : Shader(type, source, nullptr, parent)
 {
@@ -84,7 +85,8 @@ void Shader::clearSource()
 void Shader::dumpSourceCode(const QString &path) const
 {
     QFile file(path);
-    if (!path.isEmpty() && file.open(QIODevice::WriteOnly | QIODevice::Text)) { // Qt has words for no name
+    // Qt warns about an empty name.
+    if (!path.isEmpty() && file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         QTextStream(&file) << _source;
     }
 }

@@ -10,14 +10,14 @@ namespace Orvane { namespace Zel {
 class GLSLMacroProcessor;
 
 /// One stage of a GLSL program: its processed source, its GL name once compiled,
-/// and the driver's log. ShaderProgram makes and owns them.
+/// and the driver's log. ShaderProgram constructs and owns the stages.
 ///
 /// \snippet shaders.cpp Shader
 ///
-/// Context: construction only touches text; compile() and the destructor of a
-///          compiled shader need the context current.
-/// Errors:  a failed compile answers false and logs the numbered source and the
-///          driver's log, line by line, as warnings; compile() may be tried again.
+/// Context: construct in any thread, without a context; compile() and the
+///          destructor of a compiled shader need the context current.
+/// Errors:  a failed compile returns false and logs the numbered source and the
+///          driver's log, line by line, as warnings; compile() may be called again.
 /// Source:  OpenGL 2.0, shader objects. Sources go to GL as Latin-1.
 class ZELGL_EXPORT Shader : public QObject
 {
@@ -28,18 +28,18 @@ public:
     /// The GL name of a shader that is not compiled.
     static constexpr unsigned int kShaderNotCompiled = 0;
 
-    /// Runs \a source through GLSLMacroProcessor::process(), with no processor
-    /// or with the one given. \a type is the GL stage. \a parent is ignored: the
+    /// Expands \a source with GLSLMacroProcessor::process(), without or with a
+    /// processor. \a type is the GL stage. \a parent is ignored: the
     /// owner deletes a shader, never a QObject parent.
     Shader(unsigned int type, const QString &source, QObject *parent);
     Shader(unsigned int type, const QString &source, GLSLMacroProcessor *processor, QObject *parent);
     ~Shader() override;
 
-    /// At once true when compiled already.
+    /// Returns true at once when already compiled.
     bool compile();
-    /// Gives the memory of the source back; a compiled shader does not need it.
+    /// Frees the memory of the source; a compiled shader does not need it.
     void clearSource();
-    /// Writes the source to a file; one that does not open is passed over.
+    /// Writes the source to a file. A file that does not open is ignored.
     void dumpSourceCode(const QString &path) const;
 
     bool isCompiled() const;
@@ -51,7 +51,7 @@ public:
     unsigned int shaderType() const;
 
 private:
-    void reportFailure() const;
+    ZELGL_NO_EXPORT void reportFailure() const;
 
     unsigned int _type;
     QString _source; ///< after processing

@@ -3,8 +3,10 @@
 #include "GLContextTracker.h"
 #include "GLUtilities.h"
 #include "Shader.h"
-#include "private/EntryPoint.h"
+#include "private/ProgramFunctions.h"
+#include "private/ProgramQueries.h"
 #include "private/ShaderText.h"
+#include "private/UniformValues.h"
 
 #include <ZelCore/Resources.h>
 
@@ -14,17 +16,8 @@
 #include <QtCore/QMap>
 #include <QtCore/QMutexLocker>
 #include <QtCore/QThread>
-#include <QtCore/QVarLengthArray>
-#include <QtGui/QColor>
-#include <QtGui/QGenericMatrix>
-#include <QtGui/QMatrix4x4>
-#include <QtGui/QVector2D>
-#include <QtGui/QVector3D>
-#include <QtGui/QVector4D>
 
-#include <algorithm>
-#include <cstring>
-#include <iterator>
+#include <atomic>
 
 bool isSamplerType(unsigned int type)
 {
@@ -42,60 +35,7 @@ QMutex gCurrentlyBoundShaderProgramsMutex;
 
 namespace {
 
-// Entry points beyond the table, one set for the process, looked up by the first
-// constructor whose context has them.
-EntryPoint<PFNGLGETPROGRAMBINARYPROC> getProgramBinaryFunction;
-EntryPoint<PFNGLPROGRAMBINARYPROC> programBinaryFunction;
-EntryPoint<PFNGLPROGRAMPARAMETERIPROC> programParameteriFunction;
-EntryPoint<PFNGLGETPROGRAMINTERFACEIVPROC> getProgramInterfaceivFunction;
-EntryPoint<PFNGLGETPROGRAMRESOURCENAMEPROC> getProgramResourceNameFunction;
-EntryPoint<PFNGLGETPROGRAMRESOURCEINDEXPROC> getProgramResourceIndexFunction;
-EntryPoint<PFNGLSHADERSTORAGEBLOCKBINDINGPROC> shaderStorageBlockBindingFunction;
-
-constexpr int kBlockNameBytes = 1024;
-
-/// The end where there is no such block.
-std::vector<unsigned int>::iterator findIn(std::vector<unsigned int> &bindings, unsigned int index)
-{
-    return index < bindings.size() ? bindings.begin() + static_cast<std::ptrdiff_t>(index) : bindings.end();
-}
-
-void lookUpProgramBinary()
-{
-    if (getProgramBinaryFunction != nullptr) {
-        return;
-    }
-    if (hasGLExtension("GL_ARB_get_program_binary")) {
-        getProgramBinaryFunction.lookUp("glGetProgramBinary", false);
-        programBinaryFunction.lookUp("glProgramBinary", false);
-        programParameteriFunction.lookUp("glProgramParameteri", false);
-    } else if (hasGLExtension("GL_OES_get_program_binary")) {
-        // Without glProgramParameteri these two stay unused: this extension never reports support.
-        getProgramBinaryFunction.lookUp("glGetProgramBinaryOES", false);
-        programBinaryFunction.lookUp("glProgramBinaryOES", false);
-    }
-}
-
-void lookUpProgramResources()
-{
-    if (getProgramInterfaceivFunction != nullptr || getProgramResourceNameFunction != nullptr
-        || getProgramResourceIndexFunction != nullptr || shaderStorageBlockBindingFunction != nullptr) {
-        return;
-    }
-    if (openGlVersionSupported(4, 3) || hasGLExtension("GL_ARB_shader_storage_buffer_object")) {
-        getProgramInterfaceivFunction.lookUp("glGetProgramInterfaceiv", false);
-        getProgramResourceNameFunction.lookUp("glGetProgramResourceName", false);
-        getProgramResourceIndexFunction.lookUp("glGetProgramResourceIndex", false);
-        shaderStorageBlockBindingFunction.lookUp("glShaderStorageBlockBinding", false);
-    }
-}
-
-GLint programParameter(GLuint program, GLenum parameter)
-{
-    GLint value = 0;
-    glGetProgramiv(program, parameter, &value);
-    return value;
-}
+std::atomic<quint64> lastLinkNumber{0};
 
 QString stageAbbreviation(int type)
 {
@@ -115,104 +55,9 @@ QString stageAbbreviation(int type)
     }
 }
 
-/// The source as the driver has it; sources go to GL as Latin-1.
-QString driverSource(GLuint shader)
-{
-    GLint length = 0;
-    glGetShaderiv(shader, GL_SHADER_SOURCE_LENGTH, &length);
-    QByteArray source(length, '\0');
-    glGetShaderSource(shader, length, nullptr, source.data());
-    return QString::fromLatin1(source.constData());
-}
-
 QString md5Hex(const QString &text)
 {
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
-}
-
-/// Room for the names of a kind, of which the longest with its zero byte is known: never less than \a usual bytes.
-QByteArray nameBuffer(GLint longest, int usual)
-{
-    return QByteArray(std::max(longest, usual), '\0');
-}
-
-bool isBuiltInAttribute(const char *name)
-{
-    return std::strncmp(name, "gl_", 3) == 0;
-}
-
-/// Built-in attributes that GL feeds by itself.
-bool isAllowedBuiltIn(const char *name)
-{
-    // Fourteen characters, so that the name without its suffix passes too.
-    return std::strncmp(name, "gl_BaseInstanceARB", 14) == 0 || std::strcmp(name, "gl_InstanceID") == 0
-           || std::strcmp(name, "gl_VertexID") == 0;
-}
-
-template <typename Component> using TupleCall = void(APIENTRY *)(GLint, GLsizei, const Component *);
-
-/// Sends a list as vectors; \a calls has the GL call of each tuple size.
-template <typename Component>
-bool setTuples(int location, const QVector<Component> &values, int tupleSize,
-               const TupleCall<Component> (&calls)[4])
-{
-    if (location < 0) {
-        return false;
-    }
-    if (tupleSize < 1 || tupleSize > 4) {
-        return true;
-    }
-    if (tupleSize == 1) {
-        calls[0](location, values.size(), values.constData());
-        return true;
-    }
-    // The count is the size of the list, not the number of tuples, on purpose. GL
-    // may then read past the list: the copy has all that the count speaks of.
-    QVarLengthArray<Component, 1024> padded(values.size() * tupleSize);
-    std::fill(std::copy(values.cbegin(), values.cend(), padded.begin()), padded.end(), Component(0));
-    calls[tupleSize - 1](location, values.size(), padded.constData());
-    return true;
-}
-
-/// What sets a uniform from a variant of a type that Qt knows by name only.
-struct NamedTypeSetter
-{
-    const char *typeName;
-    void (*set)(int location, const QVariant &value);
-};
-
-// value<T>() reads the exact type, converts any other, and else gives what the type starts with.
-const NamedTypeSetter kNamedTypeSetters[] = {
-    {"QMatrix3x3",
-     [](int location, const QVariant &value) {
-         glUniformMatrix3fv(location, 1, GL_FALSE, value.value<QMatrix3x3>().constData());
-     }},
-    {"QMatrix4x2",
-     [](int location, const QVariant &value) {
-         glUniformMatrix4x2fv(location, 1, GL_FALSE, value.value<QMatrix4x2>().constData());
-     }},
-    {"QMatrix2x2",
-     [](int location, const QVariant &value) {
-         glUniformMatrix2fv(location, 1, GL_FALSE, value.value<QMatrix2x2>().constData());
-     }},
-    {"Orvane::Zel::RangedFloat",
-     [](int location, const QVariant &value) { glUniform1f(location, value.value<RangedFloat>().value); }},
-    {"Orvane::Zel::RangedDouble",
-     [](int location, const QVariant &value) {
-         glUniform1f(location, static_cast<float>(value.value<RangedDouble>().value));
-     }},
-};
-
-void setUniformByTypeName(int location, const QVariant &value)
-{
-    const auto setter = std::find_if(
-        std::begin(kNamedTypeSetters), std::end(kNamedTypeSetters),
-        [&value](const NamedTypeSetter &row) { return qstrcmp(value.typeName(), row.typeName) == 0; });
-    if (setter == std::end(kNamedTypeSetters)) {
-        ZEL_LOG_CRITICAL("ZelShaderProgram::setUniform is not implemented for type : %s", value.typeName());
-        return;
-    }
-    setter->set(location, value);
 }
 
 } // namespace
@@ -232,7 +77,10 @@ ShaderProgram::~ShaderProgram()
 
 bool ShaderProgram::compile()
 {
-    _programID = kShaderProgramNotLinked; // forgotten, not deleted, on purpose
+    // Required: the GL program is not deleted; see
+    // ShaderProgramTest.ALinkedProgramTakesNoFurtherStageUntilItIsClearedOrCompiledAnew.
+    _programID = kShaderProgramNotLinked;
+    _linkNumber = 0;
     preprocess();
     for (Shader *shader : qAsConst(_shaders)) {
         if (!shader->compile()) {
@@ -270,7 +118,7 @@ bool ShaderProgram::linkPreWait()
     sinceStart.start();
     sinceReport.start();
     for (;;) {
-        GLint completed = 1; // stays where the driver does not answer
+        GLint completed = 1; // stays 1 when the driver rejects the query
         glGetProgramiv(_programID, GL_COMPLETION_STATUS_ARB, &completed);
         if (completed == 1) {
             return true;
@@ -278,7 +126,7 @@ bool ShaderProgram::linkPreWait()
         if (sinceStart.elapsed() >= 5000) {
             ZEL_BARE_DEBUG("%p TIMEOUT 0x%02X", static_cast<void *>(this),
                            static_cast<unsigned int>(completed));
-            return true; // linkPost() will block for as long as it takes
+            return true; // linkPost() waits without a limit
         }
         if (sinceReport.elapsed() >= 1000) {
             ZEL_BARE_DEBUG("%p Sleep 0x%02X", static_cast<void *>(this),
@@ -317,7 +165,8 @@ bool ShaderProgram::validate()
         return true;
     }
     _log = driverLog(_programID, glGetProgramiv, glGetProgramInfoLog);
-    // The first two pieces stand on one line, as they are.
+    // Required: no line break between the first two parts; see
+    // ShaderProgramTest.ValidateReadsTheLinkAndNeverRunsTheDriversOwn.
     warnLineByLine(QStringLiteral("Failed to validate GL shader========= Log =========\n") + _log);
     return false;
 }
@@ -536,35 +385,19 @@ void ShaderProgram::cacheUniformLocations()
 
 void ShaderProgram::cacheUniformBlockIndices()
 {
-    _uniformBlockIndices.clear();
-    _uniformBlockBindingIndices.clear();
-    _storageBlockIndices.clear();
-    _storageBlockBindingIndices.clear();
+    _uniformBlockBindingIndices = BlockTable();
+    _storageBlockBindingIndices = BlockTable();
+    _linkNumber = 0;
     if (!isLinked()) {
         return;
     }
-    const GLint uniformBlocks = programParameter(_programID, GL_ACTIVE_UNIFORM_BLOCKS);
-    QByteArray name =
-        nameBuffer(programParameter(_programID, GL_ACTIVE_UNIFORM_BLOCK_MAX_NAME_LENGTH), kBlockNameBytes);
-    for (GLuint i = 0; i < static_cast<GLuint>(uniformBlocks); ++i) {
-        glGetActiveUniformBlockName(_programID, i, name.size(), nullptr, name.data());
-        _uniformBlockIndices.insert(QString::fromLatin1(name.constData()), i);
-        _uniformBlockBindingIndices.push_back(0);
+    // Not in cacheNames(): a host that overrides linkPost() calls this function directly.
+    _linkNumber = lastLinkNumber.fetch_add(1, std::memory_order_relaxed) + 1;
+    for (const QString &name : uniformBlockNames(_programID)) {
+        _uniformBlockBindingIndices.append(name);
     }
-    if (getProgramInterfaceivFunction == nullptr || getProgramResourceNameFunction == nullptr
-        || getProgramResourceIndexFunction == nullptr) {
-        return;
-    }
-    GLint storageBlocks = 0;
-    GLint longest = 0;
-    getProgramInterfaceivFunction(_programID, GL_SHADER_STORAGE_BLOCK, GL_ACTIVE_RESOURCES, &storageBlocks);
-    getProgramInterfaceivFunction(_programID, GL_SHADER_STORAGE_BLOCK, GL_MAX_NAME_LENGTH, &longest);
-    name = nameBuffer(longest, kBlockNameBytes);
-    for (GLuint i = 0; i < static_cast<GLuint>(storageBlocks); ++i) {
-        getProgramResourceNameFunction(_programID, GL_SHADER_STORAGE_BLOCK, i, name.size(), nullptr,
-                                       name.data());
-        _storageBlockIndices.insert(QString::fromLatin1(name.constData()), i);
-        _storageBlockBindingIndices.push_back(0);
+    for (const QString &name : storageBlockNames(_programID)) {
+        _storageBlockBindingIndices.append(name);
     }
 }
 
@@ -602,50 +435,68 @@ int ShaderProgram::getUniformLocationNameID() const
     return _uniformLocationNameID;
 }
 
+void ShaderProgram::BlockTable::append(const QString &name)
+{
+    indices.insert(name, static_cast<unsigned int>(bindings.size()));
+    bindings.push_back(0);
+}
+
+inline bool ShaderProgram::BlockTable::store(unsigned int index, unsigned int binding)
+{
+    if (index >= bindings.size()) {
+        return true;
+    }
+    const bool changes = bindings[index] != binding;
+    bindings[index] = binding;
+    return changes;
+}
+
+/// Returns end() when the program has no such block.
+inline std::vector<unsigned int>::const_iterator ShaderProgram::BlockTable::find(unsigned int index) const
+{
+    return index < bindings.size() ? bindings.begin() + static_cast<std::ptrdiff_t>(index) : bindings.end();
+}
+
+inline std::vector<unsigned int>::const_iterator ShaderProgram::BlockTable::end() const
+{
+    return bindings.end();
+}
+
 unsigned int ShaderProgram::getUniformBlockIndex(const QString &name) const
 {
-    return _uniformBlockIndices.value(name, GL_INVALID_INDEX);
+    return _uniformBlockBindingIndices.indices.value(name, GL_INVALID_INDEX);
 }
 
 unsigned int ShaderProgram::getStorageBlockIndex(const QString &name) const
 {
-    return _storageBlockIndices.value(name, GL_INVALID_INDEX);
+    return _storageBlockBindingIndices.indices.value(name, GL_INVALID_INDEX);
 }
 
-// A binding without a block is logged and handed to GL all the same.
+// Required: an unknown block is logged, and GL is called anyway; see
+// ShaderProgramUniformTest.ABlockBindingReachesGLWhenItChangesOrHasNoBlock.
 void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int binding)
 {
-    const auto itFind = findIn(this->_uniformBlockBindingIndices, index);
+    const auto itFind = this->_uniformBlockBindingIndices.find(index);
     ZEL_ASSERT(itFind != this->_uniformBlockBindingIndices.end(),
                "Trying to set uniformBlockIndex %u on shader %u. Does not exist.", index, _programID);
-    const bool exists = itFind != _uniformBlockBindingIndices.end();
-    if (exists && *itFind == binding) {
-        return;
-    }
-    glUniformBlockBinding(_programID, index, binding);
-    if (exists) {
-        *itFind = binding;
+    if (_uniformBlockBindingIndices.store(index, binding)) {
+        glUniformBlockBinding(_programID, index, binding);
     }
 }
 
 void ShaderProgram::setStorageBlockBinding(unsigned int index, unsigned int binding)
 {
-    const auto itFind = findIn(this->_storageBlockBindingIndices, index);
+    const auto itFind = this->_storageBlockBindingIndices.find(index);
     ZEL_ASSERT(itFind != this->_storageBlockBindingIndices.end(),
                "Trying to set storageBlockIndex %u on shader %u. Does not exist.", index, _programID);
-    const bool exists = itFind != _storageBlockBindingIndices.end();
-    if ((exists && *itFind == binding) || shaderStorageBlockBindingFunction == nullptr) {
-        return;
-    }
-    shaderStorageBlockBindingFunction(_programID, index, binding);
-    if (exists) {
-        *itFind = binding;
+    if (shaderStorageBlockBindingFunction != nullptr && _storageBlockBindingIndices.store(index, binding)) {
+        shaderStorageBlockBindingFunction(_programID, index, binding);
     }
 }
 
 unsigned int ShaderProgram::getUniformBlockBinding(unsigned int index)
 {
-    const auto itFind = findIn(this->_uniformBlockBindingIndices, index);
+    const auto itFind = this->_uniformBlockBindingIndices.find(index);
     ZEL_ASSERT(itFind != this->_uniformBlockBindingIndices.end(),
                "Trying to get uniformBlockIndex %u on shader %u. Does not exist.", index, _programID);
     return itFind != _uniformBlockBindingIndices.end() ? *itFind : 0;
@@ -653,7 +504,7 @@ unsigned int ShaderProgram::getUniformBlockBinding(unsigned int index)
 
 unsigned int ShaderProgram::getStorageBlockBinding(unsigned int index)
 {
-    const auto itFind = findIn(this->_storageBlockBindingIndices, index);
+    const auto itFind = this->_storageBlockBindingIndices.find(index);
     ZEL_ASSERT(itFind != this->_storageBlockBindingIndices.end(),
                "Trying to get storageBlockIndex %u on shader %u. Does not exist.", index, _programID);
     return itFind != _storageBlockBindingIndices.end() ? *itFind : 0;
@@ -718,64 +569,23 @@ bool ShaderProgram::setUniform(int location, const QVector<float> &values)
 
 bool ShaderProgram::setUniform(int location, const QVector<float> &values, int tupleSize)
 {
-    return setTuples<float>(location, values, tupleSize,
-                            {glUniform1fv, glUniform2fv, glUniform3fv, glUniform4fv});
+    return setUniformTuples(location, values, tupleSize);
 }
 
 bool ShaderProgram::setUniform(int location, const QVector<int> &values, int tupleSize)
 {
-    return setTuples<int>(location, values, tupleSize,
-                          {glUniform1iv, glUniform2iv, glUniform3iv, glUniform4iv});
+    return setUniformTuples(location, values, tupleSize);
 }
 
 bool ShaderProgram::setUniform(int location, const QVector<unsigned int> &values, int tupleSize)
 {
-    return setTuples<unsigned int>(location, values, tupleSize,
-                                   {glUniform1uiv, glUniform2uiv, glUniform3uiv, glUniform4uiv});
+    return setUniformTuples(location, values, tupleSize);
 }
 
 bool ShaderProgram::setUniform(int location, const QVariant &value)
 {
-    switch (value.userType()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::QImage: // reads as 0
-        glUniform1i(location, value.toInt());
-        break;
-    case QMetaType::UInt:
-        glUniform1ui(location, value.toUInt());
-        break;
-    case QMetaType::Double:
-    case QMetaType::Float:
-        glUniform1f(location, value.toFloat());
-        break;
-    case QMetaType::QColor: {
-        const auto color = value.value<QColor>();
-        glUniform4f(location, static_cast<float>(color.redF()), static_cast<float>(color.greenF()),
-                    static_cast<float>(color.blueF()), static_cast<float>(color.alphaF()));
-        break;
-    }
-    case QMetaType::QVector2D: {
-        const auto vector = value.value<QVector2D>();
-        glUniform2f(location, vector.x(), vector.y());
-        break;
-    }
-    case QMetaType::QVector3D: {
-        const auto vector = value.value<QVector3D>();
-        glUniform3f(location, vector.x(), vector.y(), vector.z());
-        break;
-    }
-    case QMetaType::QVector4D: {
-        const auto vector = value.value<QVector4D>();
-        glUniform4f(location, vector.x(), vector.y(), vector.z(), vector.w());
-        break;
-    }
-    case QMetaType::QMatrix4x4:
-        glUniformMatrix4fv(location, 1, GL_FALSE, value.value<QMatrix4x4>().constData());
-        break;
-    default:
-        setUniformByTypeName(location, value);
-        break;
+    if (!setUniformValue(location, value)) {
+        ZEL_LOG_CRITICAL("ZelShaderProgram::setUniform is not implemented for type : %s", value.typeName());
     }
     return true; // for an unknown type too
 }
@@ -875,6 +685,7 @@ void ShaderProgram::deleteProgram()
 {
     glDeleteProgram(_programID);
     _programID = kShaderProgramNotLinked;
+    _linkNumber = 0;
 }
 
 bool shaderProgramIdGreaterThan(const Shader *a, const Shader *b)

@@ -5,6 +5,7 @@
 #include "ShaderProgram.h"
 #include "private/ContextState.h"
 #include "private/Hints.h"
+#include "private/LinkNumber.h"
 
 #include <algorithm>
 
@@ -157,16 +158,15 @@ inline int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigne
     if (program == nullptr) {
         return -1;
     }
-    // Our copy of the program's table shares its data with the original until the program is linked again.
-    const QHash<QString, unsigned int> &indices =
-        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
-    return indices.isSharedWith(_knownIndices) ? _knownIndex : findBlockIndex(program, target);
+    const quint64 link = linkNumberOf(*program);
+    const bool isKnown = link == _knownLink && link != 0 && target == _knownTarget;
+    return isKnown ? _knownIndex : findBlockIndex(program, target);
 }
 
 ZELGL_COLD_PATH int UniformBufferObject::findBlockIndex(const ShaderProgram *program, unsigned int target)
 {
-    _knownIndices =
-        target == GL_SHADER_STORAGE_BUFFER ? program->_storageBlockIndices : program->_uniformBlockIndices;
+    _knownLink = linkNumberOf(*program);
+    _knownTarget = target;
     _knownIndex = int(program->getTypeBlockIndex(target, _blockName));
     return _knownIndex;
 }

@@ -2,7 +2,6 @@
 
 #include "Bindable.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
@@ -79,8 +78,9 @@ private:
 
     QSharedPointer<BufferObject> _bufferObject;
     QString _blockName;
-    QHash<QString, unsigned int> _knownIndices; ///< the blocks of the program that was last bound with
-    int _knownIndex = -1;                       ///< the index of our block among them
+    quint64 _knownLink = 0;        ///< the link for which _knownIndex is valid
+    unsigned int _knownTarget = 0; ///< the kind of block for which it is valid
+    int _knownIndex = -1;          ///< the block's index there
 };
 
 }} // namespace Orvane::Zel

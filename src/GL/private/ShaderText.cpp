@@ -6,50 +6,21 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QStringList>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace Orvane { namespace Zel {
-
-namespace {
-
-/// By the system's own calls: a tree of includes is many small files, and what QFile
-/// does beside these calls would be a fifth of the time of the whole expansion.
-bool readFromDisk(const QString &path, QByteArray &bytes)
-{
-    const int file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return false;
-    }
-    char block[16384];
-    ssize_t count = 0;
-    while ((count = ::read(file, block, sizeof block)) > 0) {
-        bytes.append(block, int(count));
-    }
-    ::close(file);
-    return count == 0; // a folder opens, but cannot be read
-}
-
-bool readFromQt(const QString &path, QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    bytes = file.readAll();
-    return !bytes.isEmpty() || !QFileInfo(path).isDir(); // a folder of the resources opens as an empty file
-}
-
-} // namespace
 
 bool readShaderText(const QString &path, QString &text)
 {
-    // Resources and search paths are Qt's own names, and have a colon.
-    QByteArray bytes;
-    if (path.contains(QChar::Null)) { // would end the name for the system's calls
+    if (path.contains(QChar::Null)) { // the system would open the file that the part before it names
         return false;
     }
-    if (path.contains(QLatin1Char(':')) ? !readFromQt(path, bytes) : !readFromDisk(path, bytes)) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly
+                   | QIODevice::Unbuffered)) { // read in one piece: a buffer would only copy
+        return false;
+    }
+    const QByteArray bytes = file.readAll();
+    // A folder of the resources opens, as an empty file.
+    if (file.error() != QFileDevice::NoError || (bytes.isEmpty() && QFileInfo(path).isDir())) {
         return false;
     }
     text = QString::fromUtf8(bytes.constData());
@@ -81,6 +52,16 @@ QString driverLog(GLuint object, void(APIENTRY *getParameter)(GLuint, GLenum, GL
     QByteArray log(length, '\0');
     getInfoLog(object, length, nullptr, log.data());
     return QString::fromUtf8(log.constData());
+}
+
+/// The source as the driver has it; sources go to GL as Latin-1.
+QString driverSource(GLuint shader)
+{
+    GLint length = 0;
+    glGetShaderiv(shader, GL_SHADER_SOURCE_LENGTH, &length);
+    QByteArray source(length, '\0');
+    glGetShaderSource(shader, length, nullptr, source.data());
+    return QString::fromLatin1(source.constData());
 }
 
 }} // namespace Orvane::Zel

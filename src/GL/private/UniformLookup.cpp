@@ -1,7 +1,7 @@
 #include "UniformLookup.h"
 
 #include "../GLUtilities.h"
-#include "../ShaderProgram.h"
+#include "LinkNumber.h"
 
 namespace Orvane { namespace Zel {
 
@@ -29,14 +29,14 @@ int RememberedUniform::in(const UniformLookup &locationOf)
     if (program == nullptr) {
         return locationOf(_name);
     }
-    const bool isKnown = !_locations.isEmpty() && program->_uniformLocations.isSharedWith(_locations);
-    return isKnown ? _location : lookUp(locationOf);
+    const quint64 link = linkNumberOf(*program);
+    return link == _link && link != 0 ? _location : lookUp(locationOf);
 }
 
 Q_NEVER_INLINE int RememberedUniform::lookUp(const UniformLookup &locationOf)
 {
     _location = locationOf(_name);
-    _locations = locationOf.program()->_uniformLocations;
+    _link = linkNumberOf(*locationOf.program());
     return _location;
 }
 

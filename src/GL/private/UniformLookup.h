@@ -1,13 +1,12 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QString>
 
 namespace Orvane { namespace Zel {
 
 class ShaderProgram;
 
-/// A uniform's name in both forms in which it is asked for.
+/// The name of a uniform in the two forms that the queries need.
 struct UniformName
 {
     explicit UniformName(const char *name)
@@ -20,7 +19,7 @@ struct UniformName
     QString text;
 };
 
-/// Finds the uniforms of a program or, for null, of GL's current one.
+/// Finds the uniforms of a program or, for null, of the current program of GL.
 ///
 /// Context: the program's must be current.
 /// Errors:  -1 for unknown names, and where no program is current.
@@ -30,7 +29,8 @@ class UniformLookup
 public:
     explicit UniformLookup(const ShaderProgram *program);
 
-    /// Of a program from its cache; of GL's current one always asked anew.
+    /// Uses the cache of the program. For the current program of GL it queries GL each time, because only the host
+    /// knows when that program is linked again.
     int operator()(const UniformName &name) const;
     /// Null for the current one.
     const ShaderProgram *program() const { return _program; }
@@ -40,8 +40,8 @@ private:
     unsigned int _currentProgram = 0; ///< GL name, only without a program
 };
 
-/// The location of one uniform, remembered for the program that was asked last: what is set again and again for one
-/// program costs no search.
+/// Remembers the location of one uniform in the last program, so that a uniform that each draw sets in the same program
+/// costs no search by name.
 ///
 /// Context: the program's must be current.
 /// Errors:  as UniformLookup.
@@ -60,7 +60,7 @@ private:
     int lookUp(const UniformLookup &locationOf);
 
     UniformName _name;
-    QHash<QString, int> _locations; ///< the program's; shared, while it knows no more names than at that time
+    quint64 _link = 0; ///< the link for which _location is valid
     int _location = -1;
 };
 
