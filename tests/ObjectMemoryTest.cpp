@@ -13,8 +13,8 @@ std::ptrdiff_t distance(const QObject *from, const QObject *to)
     return reinterpret_cast<const char *>(to) - reinterpret_cast<const char *>(from);
 }
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kIsPooled = false; // sanitizer builds use the heap
+#if defined(__SANITIZE_ADDRESS__) || !ZELGL_OBJECT_MEMORY
+constexpr bool kIsPooled = false; // all objects are on the heap
 #else
 constexpr bool kIsPooled = true;
 #endif
@@ -28,7 +28,7 @@ class ObjectMemory : public GLTest
 TEST_F(ObjectMemory, holdsWrappersOfOneSizeSideBySideAndAgainWhenTheyAreDeletedByAnyBase)
 {
     if (!kIsPooled) {
-        GTEST_SKIP() << "the address sanitizer watches the heap";
+        GTEST_SKIP() << "the address sanitizer or ZELGL_OBJECT_MEMORY=OFF: objects are on the heap";
     }
     const auto a = std::make_unique<DrawBuffers>(nullptr);
     const auto b = std::make_unique<DrawBuffers>(nullptr);
@@ -60,4 +60,15 @@ TEST_F(ObjectMemory, leavesOtherPlacesToTheHost)
     const auto large = std::make_unique<Large>(nullptr);
     EXPECT_EQ(0u, reinterpret_cast<quintptr>(large.get()) % alignof(Large));
     EXPECT_EQ(1, BufferObject::NumAlive());
+
+    struct alignas(256) Aligned : BufferObject
+    {
+        using BufferObject::BufferObject;
+    };
+    const std::unique_ptr<Aligned> aligned(new (std::nothrow) Aligned(nullptr));
+    const auto alignedToo = std::make_unique<Aligned>(nullptr);
+    EXPECT_EQ(0u, (reinterpret_cast<quintptr>(aligned.get()) | reinterpret_cast<quintptr>(alignedToo.get()))
+                      % 256);
+    const std::unique_ptr<BufferObject> withoutThrow(new (std::nothrow) BufferObject(nullptr));
+    EXPECT_EQ(4, BufferObject::NumAlive());
 }

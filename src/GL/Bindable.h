@@ -3,6 +3,7 @@
 #include "Export.h"
 
 #include <cstddef>
+#include <new>
 
 namespace Orvane { namespace Zel {
 
@@ -27,9 +28,18 @@ public:
     // Wrappers of one size are adjacent in memory, in the order of their construction.
 
     static void *operator new(size_t size);
+    static void *operator new(size_t size, const std::nothrow_t &) noexcept;
     static void *operator new(size_t size, void *place) noexcept;
     static void operator delete(void *object, size_t size) noexcept;
+    static void operator delete(void *object, const std::nothrow_t &) noexcept;
     static void operator delete(void *object, void *place) noexcept;
+
+    // Classes of a host that need a larger alignment are on the heap.
+
+    static void *operator new(size_t size, std::align_val_t alignment);
+    static void *operator new(size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept;
+    static void operator delete(void *object, size_t size, std::align_val_t alignment) noexcept;
+    static void operator delete(void *object, std::align_val_t alignment, const std::nothrow_t &) noexcept;
 };
 
 }} // namespace Orvane::Zel

@@ -7,88 +7,95 @@ namespace Orvane { namespace Zel { namespace ObjectMemory {
 
 namespace {
 
-constexpr size_t kLine = 64;           ///< bytes of a cache line
-constexpr size_t kLargest = 8 * kLine; ///< larger objects are left to the heap
-constexpr size_t kBlock = 64 * 1024;
+constexpr size_t kLineBytes = 64; ///< of a cache line
+constexpr size_t kMaxPooledBytes = 8 * kLineBytes;
+constexpr size_t kBlockBytes = 64 * 1024;
 
-/// Memory that was given back.
+/// Released memory.
 struct Piece
 {
     Piece *next;
 };
 
-/// The pieces of one size, which is a number of whole lines.
+/// The pieces of one size, which is a whole number of lines.
 struct Pool
 {
-    void *take(size_t size);
-    void give(void *memory);
+    void *allocate(size_t size);
+    void release(void *memory);
 
-    Piece *given;
-    char *fresh; ///< from here to the end of the newest block nothing was taken yet
+    Piece *released;
+    char *unused; ///< from here to the end of the newest block, memory was never allocated
     char *end;
 };
 
-void *Pool::take(size_t size)
+void *Pool::allocate(size_t size)
 {
-    if (given != nullptr) {
-        Piece *piece = given;
-        given = piece->next;
+    if (released != nullptr) {
+        Piece *piece = released;
+        released = piece->next;
         return piece;
     }
-    if (size_t(end - fresh) < size) {
-        fresh = static_cast<char *>(::operator new(kBlock, std::align_val_t(kLine)));
-        end = fresh + kBlock;
+    if (size_t(end - unused) < size) {
+        unused = static_cast<char *>(::operator new(kBlockBytes, std::align_val_t(kLineBytes)));
+        end = unused + kBlockBytes;
     }
-    void *memory = fresh;
-    fresh += size;
+    void *memory = unused;
+    unused += size;
     return memory;
 }
 
-void Pool::give(void *memory)
+void Pool::release(void *memory)
 {
-    given = new (memory) Piece{given};
+    released = new (memory) Piece{released};
 }
 
-// Neither is ever destroyed: statics of a host may hold objects up to its very end.
-Pool pools[kLargest / kLine];
+// Neither has a destructor that runs at exit: a host may delete objects in the destructors of its own static variables.
+Pool pools[kMaxPooledBytes / kLineBytes];
 std::mutex poolsMutex;
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kIsPooled = false; // the sanitizer watches over the heap's objects alone
+#if defined(__SANITIZE_ADDRESS__) || !ZELGL_OBJECT_MEMORY
+constexpr bool kIsEnabled = false; // sanitizers check only objects on the heap
 #else
-constexpr bool kIsPooled = true;
+constexpr bool kIsEnabled = true;
 #endif
 
 bool isPooled(size_t size)
 {
-    return kIsPooled && size - 1 < kLargest;
+    return kIsEnabled && size - 1 < kMaxPooledBytes; // size 0 wraps around: the heap
 }
 
 size_t lines(size_t size)
 {
-    return (size - 1) / kLine + 1;
+    return (size - 1) / kLineBytes + 1;
 }
 
 } // namespace
 
-void *take(size_t size)
+void *allocate(size_t size)
 {
     if (!isPooled(size)) {
-        return ::operator new(size, std::align_val_t(kLine));
+        return ::operator new(size);
     }
     const std::lock_guard<std::mutex> lock(poolsMutex);
-    return pools[lines(size) - 1].take(lines(size) * kLine);
+    return pools[lines(size) - 1].allocate(lines(size) * kLineBytes);
 }
 
-void give(void *memory, size_t size) noexcept
+void release(void *memory, size_t size) noexcept
 {
     if (!isPooled(size)) {
-        ::operator delete(memory, std::align_val_t(kLine));
+        ::operator delete(memory);
         return;
     }
     if (memory != nullptr) {
         const std::lock_guard<std::mutex> lock(poolsMutex);
-        pools[lines(size) - 1].give(memory);
+        pools[lines(size) - 1].release(memory);
+    }
+}
+
+void abandon(void *memory) noexcept
+{
+    if (!kIsEnabled) {
+        ::operator delete(memory);
     }
 }
 

@@ -4,17 +4,26 @@
 
 namespace Orvane { namespace Zel {
 
-/// Memory for the wrappers of GL objects. Those of one size lie side by side, from the beginning of a cache line on, in
-/// the order in which they were made: a draw of thousands walks over them in that order, and finds the next ones in the
-/// cache. Larger objects begin with a line too, but lie on the heap.
+/// Memory for the wrappers of GL objects. Wrappers of one size are adjacent, in the order of their construction, and each
+/// starts on a cache line: a draw of thousands of them reads memory in order, which the processor prefetches. Objects above
+/// 512 bytes are on the heap.
+///
+/// Released memory is kept for other objects of the same size, and is never returned to the system. With the address
+/// sanitizer, or with the build option ZELGL_OBJECT_MEMORY off, all objects are on the heap, so that tools see each use after
+/// delete.
 ///
 /// Context: none; any thread.
-/// Errors:  as operator new.
-/// Private to the library. What is given back is kept for others of its size.
+/// Errors:  as the global operator new.
+/// Private to the library; owner is Bindable.
 namespace ObjectMemory {
 
-void *take(size_t size);
-void give(void *memory, size_t size) noexcept;
+void *allocate(size_t size);
+
+/// \a size is that of allocate(). Null is ignored.
+void release(void *memory, size_t size) noexcept;
+
+/// For memory of unknown size: leaves it unused, unless all objects are on the heap.
+void abandon(void *memory) noexcept;
 
 } // namespace ObjectMemory
 
