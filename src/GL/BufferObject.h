@@ -107,13 +107,15 @@ private:
         qint64 size;
     };
 
-    static void initializeIndexedBufferObjecttargets();
-    static bool isIndexedTarget(unsigned int target);
+    ZELGL_NO_EXPORT static void initializeIndexedBufferObjecttargets();
+    ZELGL_NO_EXPORT static bool isIndexedTarget(unsigned int target);
 
-    bool isUploadPossible(int valueCount) const;
-    bool specify(const void *data, int valueCount, unsigned int usage, unsigned long valueSize) const;
-    bool uploadValues(const void *data, int valueCount, unsigned int usage, unsigned long valueSize);
-    void remember(int valueCount, unsigned long valueSize);
+    ZELGL_NO_EXPORT bool isUploadPossible(int valueCount) const;
+    ZELGL_NO_EXPORT bool specify(const void *data, int valueCount, unsigned int usage,
+                                 unsigned long valueSize) const;
+    ZELGL_NO_EXPORT bool uploadValues(const void *data, int valueCount, unsigned int usage,
+                                      unsigned long valueSize);
+    ZELGL_NO_EXPORT void remember(int valueCount, unsigned long valueSize);
 
     static std::atomic<int> _numAlive;
     static std::atomic<int> _numAliveManaged;

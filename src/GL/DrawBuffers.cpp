@@ -9,6 +9,7 @@
 #include "UniformBufferObject.h"
 #include "VertexArrayObject.h"
 #include "private/EntryPoint.h"
+#include "private/GLValues.h"
 
 #include <algorithm>
 #include <numeric>
@@ -30,13 +31,6 @@ static_assert(sizeof(Std140Command) == 32, "std140 rounds the stride of an array
 EntryPoint<PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC> drawArraysInstancedBaseInstance;
 EntryPoint<PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC> drawElementsInstancedBaseVertexBaseInstance;
 
-template <typename Function> void lookUpMissing(EntryPoint<Function> &entryPoint, const char *name)
-{
-    if (entryPoint == nullptr) {
-        entryPoint.lookUp(name, true);
-    }
-}
-
 /// Not in one step: three locked instructions would make a draw of 4 ns one of 17 ns. Of two threads that draw at the same
 /// time, one may not be counted.
 void add(std::atomic<qint64> &total, qint64 count)
@@ -46,16 +40,11 @@ void add(std::atomic<qint64> &total, qint64 count)
 
 bool hasBaseInstanceEntryPoints()
 {
-    lookUpMissing(drawArraysInstancedBaseInstance, "glDrawArraysInstancedBaseInstance");
-    lookUpMissing(drawElementsInstancedBaseVertexBaseInstance,
-                  "glDrawElementsInstancedBaseVertexBaseInstance");
+    drawArraysInstancedBaseInstance.lookUpIfMissing("glDrawArraysInstancedBaseInstance");
+    drawElementsInstancedBaseVertexBaseInstance.lookUpIfMissing(
+        "glDrawElementsInstancedBaseVertexBaseInstance");
     return drawArraysInstancedBaseInstance != nullptr
            && drawElementsInstancedBaseVertexBaseInstance != nullptr;
-}
-
-const void *bufferOffset(quint64 bytes)
-{
-    return reinterpret_cast<const void *>(quintptr(bytes));
 }
 
 } // namespace
@@ -86,9 +75,7 @@ public:
 private:
     static int locationInCurrentProgram()
     {
-        GLint program = 0;
-        glGetIntegerv(GL_CURRENT_PROGRAM, &program);
-        return glGetUniformLocation(GLuint(program), "u_DrawID");
+        return glGetUniformLocation(GLuint(integerFromGL(GL_CURRENT_PROGRAM)), "u_DrawID");
     }
 
     ShaderProgram *_program;
@@ -206,19 +193,8 @@ void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectComm
     _commandsCount = commands != nullptr ? std::max(count, 0) : 0;
     _commands.resize(_commandsCount);
     std::copy_n(commands, _commandsCount, _commands.begin());
-
-    const quint64 indexSize = quint64(bytesFromInternalFormat(_indexType));
-    _commandCounts.resize(_commandsCount);
-    _commandIndexOffsets.resize(_commandsCount);
-    _commandBaseVertices.resize(_commandsCount);
-    for (int i = 0; i < _commandsCount; ++i) {
-        const DrawElementsIndirectCommand &command = _commands.at(i);
-        _commandCounts[i] = int(command.count);
-        _commandIndexOffsets[i] = bufferOffset(command.firstIndex * indexSize);
-        _commandBaseVertices[i] = int(command.baseVertex);
-    }
+    _commandIndexSize = bytesFromInternalFormat(_indexType);
     _useMultiDrawIndirect = false;
-    _onlyCommand = _commandsCount == 1 ? numbersOf(0) : CommandNumbers();
 }
 
 bool DrawBuffers::bind()
@@ -366,14 +342,16 @@ bool DrawBuffers::drawMultiDrawElementsIndirect()
     ZEL_ASSERT_RETURN(nullptr != glMultiDrawElementsIndirect, false, "The driver has no indirect drawing");
     const AutoBinder binder(_boIndirect.data());
     // The commands may be those of a buffer that the host bound. Without any, GL would read the host's memory.
-    GLint indirectBuffer = 0;
-    glGetIntegerv(GL_DRAW_INDIRECT_BUFFER_BINDING, &indirectBuffer);
+    const GLint indirectBuffer = integerFromGL(GL_DRAW_INDIRECT_BUFFER_BINDING);
     ZEL_ASSERT_RETURN(0 != indirectBuffer, false, "Indirect buffer object is not set on draw");
     glMultiDrawElementsIndirect(_primitiveType, _indexType, nullptr, _commandsCount,
                                 sizeof(DrawElementsIndirectCommand));
     add(_totalDrawCalls, 1);
     add(_totalDrawBatches, _commandsCount);
-    add(_totalDrawIndices, std::accumulate(_commandCounts.cbegin(), _commandCounts.cend(), qint64(0)));
+    add(_totalDrawIndices, std::accumulate(_commands.cbegin(), _commands.cend(), qint64(0),
+                                           [](qint64 sum, const DrawElementsIndirectCommand &command) {
+                                               return sum + int(command.count);
+                                           }));
     return true;
 }
 
@@ -387,7 +365,7 @@ QSharedPointer<UniformBufferObject> DrawBuffers::getDrawElementsIndirectCommands
     buffer->setTarget(GL_UNIFORM_BUFFER);
     QVector<Std140Command> records;
     records.reserve(_commandsCount);
-    for (const DrawElementsIndirectCommand &command : qAsConst(_commands)) {
+    for (const DrawElementsIndirectCommand &command : _commands) {
         records.append(Std140Command{command, {0, 0, 0}});
     }
     {
@@ -436,8 +414,9 @@ quint64 DrawBuffers::memoryEstimateCPU() const
     bytes += _vao.isNull() ? 0 : _vao->memoryEstimateCPU();
     bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateCPU();
     bytes += _boIndirect.isNull() ? 0 : _boIndirect->memoryEstimateCPU();
-    bytes += 4 * (quint64(_commandCounts.size()) + 5 * quint64(_commands.size()));
-    bytes += 8 * quint64(_commandIndexOffsets.size());
+    // Required: 32 bytes a command, as if its count and its offset were stored beside its 20 bytes; see
+    // DrawBuffersTest.WillDrawTellsWhetherThereIsAnything.
+    bytes += 32 * quint64(_commandsCount);
     return bytes;
 }
 
@@ -486,43 +465,39 @@ bool DrawBuffers::areCommandNumbers(const QVector<int> &commandIndices) const
     return true;
 }
 
-inline DrawBuffers::CommandNumbers DrawBuffers::numbersOf(int command) const
-{
-    return {_commandCounts.at(command), _commandBaseVertices.at(command), _commandIndexOffsets.at(command)};
-}
-
 inline bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
 {
     // Without one GL would read the indices from the host's memory.
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
-    if (commandIndices != nullptr || _commandsCount != 1) {
-        return drawSeveralCommands(drawID, commandIndices);
+    if (commandIndices != nullptr) {
+        return drawChosenCommands(drawID, *commandIndices);
     }
-    drawCommand(drawID, 0, _onlyCommand);
+    for (int i = 0; i < _commandsCount; ++i) {
+        drawCommand(drawID, i);
+    }
     return true;
 }
 
-Q_NEVER_INLINE bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
-                                                     const QVector<int> *commandIndices) const
+bool DrawBuffers::drawChosenCommands(const DrawID &drawID, const QVector<int> &commandIndices) const
 {
-    if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
+    if (!areCommandNumbers(commandIndices)) {
         return false;
     }
-    const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
-    const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;
-    for (int i = 0; i < n; ++i) {
-        const int command = numbers != nullptr ? numbers[i] : i;
-        drawCommand(drawID, command, numbersOf(command));
+    for (const int number : commandIndices) {
+        drawCommand(drawID, number);
     }
     return true;
 }
 
-inline void DrawBuffers::drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const
+inline void DrawBuffers::drawCommand(const DrawID &drawID, int number) const
 {
-    drawID.set(_drawIDBase, command);
-    glDrawElementsBaseVertex(_primitiveType, numbers.count, _indexType, numbers.indexOffset,
-                             numbers.baseVertex);
-    add(_totalDrawIndices, numbers.count);
+    const DrawElementsIndirectCommand &command = _commands.constData()[number];
+    const int count = int(command.count);
+    drawID.set(_drawIDBase, number);
+    glDrawElementsBaseVertex(_primitiveType, count, _indexType,
+                             bufferOffset(command.firstIndex * quint64(_commandIndexSize)),
+                             int(command.baseVertex));
+    add(_totalDrawIndices, count);
     add(_totalDrawCalls, 1);
     add(_totalDrawBatches, 1);
 }

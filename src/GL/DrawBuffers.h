@@ -4,6 +4,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
+#include <QtCore/QVarLengthArray>
 #include <QtCore/QVector>
 
 #include <atomic>
@@ -129,26 +130,18 @@ public:
 
 private:
     friend class GPUModel; ///< reads the vertex array with each draw
-    class DrawID;
-    /// What one command hands to GL.
-    struct CommandNumbers
-    {
-        int count = 0;
-        int baseVertex = 0;
-        const void *indexOffset = nullptr; ///< bytes
-    };
+    class ZELGL_NO_EXPORT DrawID;
 
-    bool isDrawPossible() const;
-    bool isIndexSetUp() const;
-    bool isVertexSetUp() const;
-    bool areCommandNumbers(const QVector<int> &commandIndices) const;
-    CommandNumbers numbersOf(int command) const;
-    bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
-    bool drawSeveralCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
-    void drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const;
-    bool drawElements(const DrawID &drawID) const;
-    bool drawArrays(const DrawID &drawID) const;
-    bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
+    ZELGL_NO_EXPORT bool isDrawPossible() const;
+    ZELGL_NO_EXPORT bool isIndexSetUp() const;
+    ZELGL_NO_EXPORT bool isVertexSetUp() const;
+    ZELGL_NO_EXPORT bool areCommandNumbers(const QVector<int> &commandIndices) const;
+    ZELGL_NO_EXPORT bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
+    ZELGL_NO_EXPORT bool drawChosenCommands(const DrawID &drawID, const QVector<int> &commandIndices) const;
+    ZELGL_NO_EXPORT void drawCommand(const DrawID &drawID, int number) const;
+    ZELGL_NO_EXPORT bool drawElements(const DrawID &drawID) const;
+    ZELGL_NO_EXPORT bool drawArrays(const DrawID &drawID) const;
+    ZELGL_NO_EXPORT bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
 
     static std::atomic<int> _numAlive;
     static std::atomic<qint64> _totalDrawCalls;
@@ -163,18 +156,16 @@ private:
     int _commandsCount = 0;
     QSharedPointer<VertexArrayObject> _vao;
     QSharedPointer<BufferObject> _boIndex;
-    CommandNumbers _onlyCommand; ///< of a unit of one, which so need not fetch the vectors
+    QVarLengthArray<DrawElementsIndirectCommand, 1>
+        _commands;             ///< that of a unit of one is in the unit itself
+    int _commandIndexSize = 0; ///< bytes; of the index type when they were set
     bool _useMultiDrawIndirect = false;
     int _indexCount = 0;
     int _vertexCount = 0;
     int _baseVertex = 0;
     int _instanceCount = 1;
     quint64 _indexBufferOffset = 0;
-    QVector<DrawElementsIndirectCommand> _commands;
-    QVector<int> _commandCounts;                ///< by command
-    QVector<const void *> _commandIndexOffsets; ///< by command, bytes
-    QVector<int> _commandBaseVertices;          ///< by command
-    QSharedPointer<BufferObject> _boIndirect;   ///< never set: the indirect path is dormant
+    QSharedPointer<BufferObject> _boIndirect; ///< never set: the indirect path is dormant
     QSharedPointer<UniformBufferObject> _commandsUniformBufferObject;
 };
 

@@ -54,8 +54,8 @@ public:
                                                                  QSharedPointer<BufferObject> bufferObject);
 
 private:
-    QSharedPointer<BufferObject> newArrayBuffer(VertexArrayObject &vao, const QString &name,
-                                                int valuesPerVertex);
+    ZELGL_NO_EXPORT QSharedPointer<BufferObject> newArrayBuffer(VertexArrayObject &vao, const QString &name,
+                                                                int valuesPerVertex);
 
     QSharedPointer<DrawBuffers> _fullscreenQuad;
 };

@@ -4,15 +4,12 @@
 #include "GLUtilities.h"
 #include "ShaderProgram.h"
 #include "private/EntryPoint.h"
+#include "private/GLValues.h"
+#include "private/Hints.h"
 
 namespace Orvane { namespace Zel {
 
 namespace {
-
-const void *bufferOffset(unsigned int bytes)
-{
-    return reinterpret_cast<const void *>(quintptr(bytes));
-}
 
 bool isIntegerType(unsigned int type)
 {
@@ -90,9 +87,7 @@ VertexArrayObject::VertexArrayObject(QObject *parent)
 {
     ZEL_ASSERT(nullptr != glGetIntegerv, kNotInitialized);
     if (glGetIntegerv != nullptr) {
-        GLint slotCount = 0;
-        glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &slotCount);
-        _enabledAttributeNames.resize(slotCount);
+        _enabledAttributeNames.resize(integerFromGL(GL_MAX_VERTEX_ATTRIBS));
     }
     _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
@@ -322,7 +317,7 @@ bool VertexArrayObject::enableShaderProgramArrays(const ShaderProgram *program)
     return (_vaoBound && locations.isSharedWith(_enabledLocations)) || enableArraysAt(locations);
 }
 
-Q_NEVER_INLINE bool VertexArrayObject::enableArraysAt(const QHash<QString, int> &locations)
+ZELGL_COLD_PATH bool VertexArrayObject::enableArraysAt(const QHash<QString, int> &locations)
 {
     for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
         if (!enableArray(location.key(), location.value())) {

@@ -121,11 +121,11 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
-    bool enableArraysAt(const QHash<QString, int> &locations);
-    void setEnabledName(int attributeIndex, const QString &name);
-    bool holdsNames(const QHash<QString, int> &locations) const;
-    void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
-    void disableArray(unsigned int attributeIndex) const;
+    ZELGL_NO_EXPORT bool enableArraysAt(const QHash<QString, int> &locations);
+    ZELGL_NO_EXPORT void setEnabledName(int attributeIndex, const QString &name);
+    ZELGL_NO_EXPORT bool holdsNames(const QHash<QString, int> &locations) const;
+    ZELGL_NO_EXPORT void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
+    ZELGL_NO_EXPORT void disableArray(unsigned int attributeIndex) const;
 
     static std::atomic<int> _numAlive;
 

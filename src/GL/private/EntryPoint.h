@@ -23,6 +23,14 @@ public:
         _function.store(reinterpret_cast<Function>(getGLProcAddress(name, quiet)), std::memory_order_relaxed);
     }
 
+    /// Quietly, unless an earlier call has found the function.
+    void lookUpIfMissing(const char *name)
+    {
+        if (*this == nullptr) {
+            lookUp(name, true);
+        }
+    }
+
     operator Function() const { return _function.load(std::memory_order_relaxed); }
 
 private:
