@@ -1,7 +1,7 @@
 // The library's own work in a draw: all GL calls go to functions that do nothing.
 //
 // Held constant: the commands are of 36 indices and 24 vertices, the program has three attributes and u_DrawID. Each
-// row stands beside the same GL calls issued by hand through the same table.
+// row has a partner, ...ByHand, that makes the same GL calls directly, through the same table.
 
 #include "support/Measure.h"
 #include "support/SilentGL.h"
