@@ -10,6 +10,7 @@
 #include "VertexArrayObject.h"
 #include "private/EntryPoint.h"
 #include "private/GLValues.h"
+#include "private/Hints.h"
 
 #include <algorithm>
 #include <numeric>
@@ -20,7 +21,7 @@ namespace {
 
 static_assert(sizeof(DrawElementsIndirectCommand) == 20, "GL reads the records at this stride");
 
-/// A command in the std140 layout of "DrawElementsIndirectCommand.glslh".
+/// One command in the std140 layout of "DrawElementsIndirectCommand.glslh".
 struct Std140Command
 {
     DrawElementsIndirectCommand command;
@@ -31,8 +32,8 @@ static_assert(sizeof(Std140Command) == 32, "std140 rounds the stride of an array
 EntryPoint<PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC> drawArraysInstancedBaseInstance;
 EntryPoint<PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC> drawElementsInstancedBaseVertexBaseInstance;
 
-/// Not in one step: three locked instructions would make a draw of 4 ns one of 17 ns. Of two threads that draw at the same
-/// time, one may not be counted.
+/// Load and store are separate: with three locked instructions a draw takes 17 ns instead of 4 ns. If two threads draw at the
+/// same time, a draw may not be counted.
 void add(std::atomic<qint64> &total, qint64 count)
 {
     total.store(total.load(std::memory_order_relaxed) + count, std::memory_order_relaxed);
@@ -49,7 +50,7 @@ bool hasBaseInstanceEntryPoints()
 
 } // namespace
 
-/// The uniform "u_DrawID" of the program of one draw; without it nothing is set.
+/// The uniform "u_DrawID" of the program of one draw. If the program has none, set() makes no GL call.
 class DrawBuffers::DrawID
 {
 public:
@@ -215,7 +216,8 @@ bool DrawBuffers::unbind()
     if (!_boIndex.isNull()) {
         _boIndex->unbind();
     }
-    if (!_vao.isNull()) { // a missing one is not reported
+    // A missing one is not reported: bind() has reported it.
+    if (!_vao.isNull()) {
         _vao->unbind();
     }
     return true;
@@ -286,7 +288,8 @@ bool DrawBuffers::drawInstanced(int instanceCount)
         if (!isIndexSetUp()) {
             return false;
         }
-        // Offset 0 and no base vertex, on purpose.
+        // Required: offset 0 and no base vertex, whatever the unit has; see
+        // DrawCallsTest.InstancesAreSeparateCallsOnThePlainPath.
         glDrawElementsInstanced(_primitiveType, _indexCount, _indexType, nullptr, instanceCount);
         return true;
     }
@@ -300,7 +303,7 @@ bool DrawBuffers::drawInstanced(int instanceCount)
 bool DrawBuffers::drawBaseInstance(const QVector<int> *)
 {
     if (_commandsCount != 0) {
-        ZEL_BARE_DEBUG("##### COMMAND COUNT"); // commands need the plain path
+        ZEL_BARE_DEBUG("##### COMMAND COUNT"); // only drawDrawID() draws commands
         return false;
     }
     ZEL_ASSERT_RETURN(hasBaseInstanceEntryPoints(), false, "The driver has no base instance drawing");
@@ -311,7 +314,9 @@ bool DrawBuffers::drawBaseInstance(const QVector<int> *)
         drawElementsInstancedBaseVertexBaseInstance(_primitiveType, _indexCount, _indexType,
                                                     bufferOffset(_indexBufferOffset), _instanceCount,
                                                     _baseVertex, GLuint(_drawIDBase));
-        add(_totalDrawIndices, _indexCount); // once, whatever the number of instances
+        // Required: the indices count once, whatever the number of instances; see
+        // DrawCallsTest.BaseInstanceIsOneCallForAllInstances.
+        add(_totalDrawIndices, _indexCount);
     } else {
         if (!isVertexSetUp()) {
             return false;
@@ -341,7 +346,7 @@ bool DrawBuffers::drawMultiDrawElementsIndirect()
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
     ZEL_ASSERT_RETURN(nullptr != glMultiDrawElementsIndirect, false, "The driver has no indirect drawing");
     const AutoBinder binder(_boIndirect.data());
-    // The commands may be those of a buffer that the host bound. Without any, GL would read the host's memory.
+    // The host may have bound a buffer of commands. Without one GL would read the commands from the host's memory, at null.
     const GLint indirectBuffer = integerFromGL(GL_DRAW_INDIRECT_BUFFER_BINDING);
     ZEL_ASSERT_RETURN(0 != indirectBuffer, false, "Indirect buffer object is not set on draw");
     glMultiDrawElementsIndirect(_primitiveType, _indexType, nullptr, _commandsCount,
@@ -431,7 +436,7 @@ quint64 DrawBuffers::memoryEstimateGPU() const
 
 bool DrawBuffers::isDrawPossible() const
 {
-    // A unit without a vertex array gets the words of one whose vertex array is not bound.
+    // Not the macro: its condition reads _vao. A unit without a vertex array logs what a unit with an unbound one logs.
     if (_vao.isNull()) {
         ZEL_LOG_CRITICAL("[ !! ] Assertion 'true == this->_vao->isBound()' failed: "
                          "Vertex Array Object is not bound on draw");
@@ -451,8 +456,8 @@ bool DrawBuffers::isIndexSetUp() const
 
 bool DrawBuffers::isVertexSetUp() const
 {
-    ZEL_ASSERT_RETURN(0 != this->_vertexCount, false,
-                      "Index count is not setup on draw"); // "Index" on purpose
+    // Required: the text says "Index" here too; see DrawCallsTest.AUnitThatIsNotSetUpIsReportedAndNotDrawn.
+    ZEL_ASSERT_RETURN(0 != this->_vertexCount, false, "Index count is not setup on draw");
     return true;
 }
 
@@ -467,24 +472,27 @@ bool DrawBuffers::areCommandNumbers(const QVector<int> &commandIndices) const
 
 inline bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
 {
-    // Without one GL would read the indices from the host's memory.
+    // Without an index buffer GL would take the offset as an address in the host's memory.
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
-    if (commandIndices != nullptr) {
-        return drawChosenCommands(drawID, *commandIndices);
+    if (commandIndices != nullptr || _commandsCount != 1) {
+        return drawSeveralCommands(drawID, commandIndices);
     }
-    for (int i = 0; i < _commandsCount; ++i) {
-        drawCommand(drawID, i);
-    }
+    drawCommand(drawID, 0);
     return true;
 }
 
-bool DrawBuffers::drawChosenCommands(const DrawID &drawID, const QVector<int> &commandIndices) const
+// With the loop inlined a draw of a single command takes 12 instructions more: variant sceneshared of draw_zel.
+ZELGL_COLD_PATH bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
+                                                      const QVector<int> *commandIndices) const
 {
-    if (!areCommandNumbers(commandIndices)) {
+    // All numbers are checked first, so that a wrong one leaves nothing drawn.
+    if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
         return false;
     }
-    for (const int number : commandIndices) {
-        drawCommand(drawID, number);
+    const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
+    const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;
+    for (int i = 0; i < n; ++i) {
+        drawCommand(drawID, numbers != nullptr ? numbers[i] : i);
     }
     return true;
 }
@@ -538,7 +546,8 @@ bool DrawBuffers::drawArrays(const DrawID &drawID) const
 
 bool DrawBuffers::switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const
 {
-    // The index binding is part of the vertex array: another one needs it bound again, even if it is the same buffer.
+    // The binding of the index buffer is state of the vertex array: after a change of vertex array even the same buffer must
+    // be bound again.
     if (!_boIndex.isNull()) {
         return _boIndex->rebind(drawBuffersBound->_boIndex.data(), vaoChanged);
     }
