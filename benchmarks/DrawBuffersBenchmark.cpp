@@ -54,8 +54,9 @@ struct Units
             units.push_back(makeUnit(0));
             units.back()->setDrawIDBase(i);
             units.back()->bind(); // creates the GL objects
-            units.back()->VAO()->enableShaderProgramArrays(program.get());
-            vaos.push_back(units.back()->VAO()->getVAO());
+            vertexArrays.push_back(units.back()->VAO().data());
+            vertexArrays.back()->enableShaderProgramArrays(program.get());
+            vaos.push_back(vertexArrays.back()->getVAO());
             indexBuffers.push_back(units.back()->indexBO()->getBO());
             units.back()->unbind();
         }
@@ -63,6 +64,7 @@ struct Units
 
     std::unique_ptr<ShaderProgram> program = makeSilentProgram();
     std::vector<std::unique_ptr<DrawBuffers>> units;
+    std::vector<VertexArrayObject *> vertexArrays; // by unit: VAO() would count a reference in each draw
     std::vector<GLuint> vaos;
     std::vector<GLuint> indexBuffers;
 };
@@ -158,10 +160,11 @@ void rebindEnableDrawUnits(benchmark::State &state)
     DrawBuffers::useBaseInstanceDrawing(true);
     DrawBuffers *bound = nullptr;
     measure(state, state.range(0), Allocations::eNone, [&] {
-        for (const auto &unit : all.units) {
+        for (size_t i = 0; i < all.units.size(); ++i) {
+            DrawBuffers *unit = all.units[i].get();
             unit->rebind(bound);
-            bound = unit.get();
-            unit->VAO()->enableShaderProgramArrays(all.program.get());
+            bound = unit;
+            all.vertexArrays[i]->enableShaderProgramArrays(all.program.get());
             unit->draw(all.program.get());
         }
     });

@@ -66,7 +66,7 @@ TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
                                    "Buffer Object is already bound on bind to target 34962"},
                                   {buffer->destroy(), "0u == this->_boBountTarget", destroyed}}));
     EXPECT_EQ(GLint(name), integerOf(GL_ARRAY_BUFFER_BINDING));
-    buffer.reset(); // leaks its name: the ledger would tell of a second delete
+    buffer.reset(); // leaks its name: the ledger would report a second delete
     EXPECT_MESSAGES(asserted("0u == this->_boBountTarget", destroyed));
     glDeleteBuffers(1, &name);
 }

@@ -50,7 +50,7 @@ class DrawBuffersTest : public GLTest
 protected:
     ~DrawBuffersTest() override { DrawBuffers::useBaseInstanceDrawing(false); }
 
-    /// A unit of a vertex array without attributes.
+    /// A draw unit whose vertex array has no attributes.
     static std::unique_ptr<DrawBuffers> makeUnit()
     {
         auto unit = std::make_unique<DrawBuffers>(nullptr);
@@ -77,7 +77,7 @@ protected:
         return unit;
     }
 
-    /// Calls, batches and indices since the last question.
+    /// Calls, batches and indices since the last query.
     static std::vector<qint64> counters()
     {
         return {DrawBuffers::getAndResetTotalDrawCalls(), DrawBuffers::getAndResetTotalDrawBatches(),
@@ -87,7 +87,7 @@ protected:
     FakeLoader _loader;
 };
 
-/// With a program bound that has a draw ID.
+/// Binds a program that has a draw ID.
 class DrawCallsTest : public DrawBuffersTest
 {
 protected:
@@ -98,13 +98,13 @@ protected:
     DrawTaps _taps;
 };
 
-/// Four columns, each one draw of a unit quad that the draw ID puts in its place and colours.
+/// Four columns. Each is a draw of one quad; the draw ID selects its position and colour.
 class DrawBuffersPicture : public DrawBuffersTest
 {
 protected:
     static constexpr int kColumns = 4;
 
-    /// Programs differ by the way in which the draw ID travels.
+    /// The programs differ in how the draw ID reaches the shader.
     void useBaseInstance(bool use)
     {
         DrawBuffers::useBaseInstanceDrawing(use);
@@ -174,7 +174,7 @@ protected:
         EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
     }
 
-    /// As units with an ID each, and as instances of one unit with indices and without.
+    /// Draws units with an ID each, then instances of one unit, with and without indices.
     void expectColumnsOnEveryWay(bool baseInstance)
     {
         useBaseInstance(baseInstance);
@@ -421,7 +421,7 @@ TEST_F(DrawBuffersTest, RebindSwitchesWithTheFewestCalls)
     EXPECT_EQ(4u, arrays.count());
     EXPECT_EQ(4u, buffers.count());
 
-    // One vertex array under two units: only the index buffer differs.
+    // Two draw units share a vertex array: only their index buffers differ.
     DrawBuffers sibling(nullptr);
     sibling.setVAO(first->VAO());
     sibling.setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_SHORT);

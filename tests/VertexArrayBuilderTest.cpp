@@ -30,7 +30,7 @@ protected:
 
 TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
 {
-    // One vertex is a reservation, not a limit.
+    // The vertex count is a reservation, not a limit.
     _builder.setVertexSpec(3, 1);
     _builder.setColorSpec(4, 1);
     _builder.setTexCoordSpec(2, 1);
@@ -41,10 +41,10 @@ TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
         _builder.glVertex3f(v + 1, v + 2, v + 3);
         _builder.glColor4f(v + 4, v + 5, v + 6, v + 7);
         _builder.glTexCoord2f(v + 8, v + 9);
-        _builder.glVertexAttrib2f(7, v + 10, v + 11); // the loader's macros lend the prefix
+        _builder.glVertexAttrib2f(7, v + 10, v + 11); // a macro of the loader adds the prefix
         _builder._ptrc_glVertexAttrib3f(9, v + 12, v + 13, v + 14);
     }
-    _builder.glNormal3f(15, 16, 17); // latched by nothing
+    _builder.glNormal3f(15, 16, 17); // no later vertex repeats it
     using Floats = std::vector<float>;
     EXPECT_EQ((Floats{1, 2, 3, 101, 102, 103}), floats(_builder.getVertexData(), 6));
     EXPECT_EQ((Floats{4, 5, 6, 7, 104, 105, 106, 107}), floats(_builder.getColorData(), 8));
@@ -64,7 +64,7 @@ TEST_F(VertexArrayBuilderTest, AStreamIsSetUpOnceAndNotWithNothing)
 {
     _builder.setVertexSpec(0, 5);
     EXPECT_EQ(0u, _builder.getVertexStorage().getComponentCount());
-    _builder.setVertexSpec(2, 0xFFFFFFFFu); // a hint that nothing can hold
+    _builder.setVertexSpec(2, 0xFFFFFFFFu); // a hint beyond what a vector can hold
     _builder.setVertexSpec(3, 5);
     EXPECT_EQ(3u, _builder.getVertexStorage().getComponentCount());
     _builder.setVertexSpec(0, 5);
@@ -106,13 +106,13 @@ TEST_F(VertexArrayBuilderTest, CountsMustMatchWhereAStreamIsSetUp)
     EXPECT_MESSAGES(asserted("0 == (this->_data.size() \\% this->_componentCount)",
                              "Component Count and array Size do not match."));
     _builder.glVertex2f(3.0f, 4.0f);
-    _builder.glVertex2f(5.0f, 6.0f); // six floats make two vertices, however they came
+    _builder.glVertex2f(5.0f, 6.0f); // six floats are two vertices, whatever the pushes were
     EXPECT_EQ(2u, _builder.getVertexCount());
 
     _builder.setColorSpec(3, 2);
     _builder.setTexCoordSpec(2, 2);
     _builder.setNormalSpec(3, 2);
-    _builder.setVertexAttribSpec(1, 2, 2); // not looked at
+    _builder.setVertexAttribSpec(1, 2, 2); // not checked
     EXPECT_EQ(2u, _builder.getVertexCount());
     EXPECT_MESSAGES(asserted("this->_color.getComponentCount() == 0 || count == this->_color.getSize()",
                              "Color count must match vertex count"),

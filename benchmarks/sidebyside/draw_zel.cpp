@@ -224,7 +224,7 @@ protected:
             DrawBuffers *unit = units[size_t(i)].get();
             unit->rebind(_bound);
             _bound = unit;
-            unit->VAO()->enableShaderProgramArrays(&program);
+            _vertexArrays[size_t(i)]->enableShaderProgramArrays(&program);
             unit->draw(&program);
         }
     }
@@ -238,6 +238,7 @@ protected:
     std::vector<std::unique_ptr<DrawBuffers>> units;
 
 private:
+    std::vector<VertexArrayObject *> _vertexArrays; // by unit: VAO() would count a reference in each draw
     DrawBuffers *_bound = nullptr;
 };
 
@@ -248,6 +249,7 @@ BaseInstance::BaseInstance(const World &worldOfBoxes)
     for (int i = 0; i < world.boxCount; ++i) {
         units.push_back(makeUnit(box.vertices, box.indices));
         units.back()->setDrawIDBase(i);
+        _vertexArrays.push_back(units.back()->VAO().data());
     }
 }
 

@@ -14,7 +14,8 @@ EntryPoint<PFNGLNAMEDBUFFERSUBDATAPROC> namedBufferSubData;
 
 void lookUpEntryPoints()
 {
-    // Only this one is asked: a driver without it is asked for all four by every object.
+    // Required: this one decides for all four, so without it every object looks all four up again; see
+    // BufferObjectTest.WithoutNamedUploadsABindIsNeededAndEveryObjectLooksAgain.
     if (namedBufferData != nullptr) {
         return;
     }
@@ -136,7 +137,9 @@ bool BufferObject::unbind()
     ZEL_ASSERT_RETURN(0u != this->_bo, false, "Buffer Object is NULL on unbind");
     ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on unbind");
     if (_useBindBufferRange) {
-        glBindBufferRange(_target, 0, 0, 0, 0); // index 0 on purpose, whatever the range says
+        // Required: index 0, whatever index the range has; see
+        // BufferObjectTest.IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame.
+        glBindBufferRange(_target, 0, 0, 0, 0);
     } else {
         glBindBuffer(_target, 0);
     }
@@ -225,7 +228,7 @@ bool BufferObject::subUpload(const float *data, int valueCount, int valueOffset)
     ZEL_ASSERT_RETURN(0 <= offset, false, "Buffer Object is not large enough to hold data");
     ZEL_ASSERT_RETURN(offset + valueCount <= _valueCount, false,
                       "Buffer Object is not large enough to hold data");
-    // The value size is that of a float, whatever _valueSize is.
+    // Required: values are floats here, whatever _valueSize is.
     glBufferSubData(_boBountTarget, offset * GLintptr(sizeof(float)), byteCount(valueCount, sizeof(float)),
                     data);
     return true;
@@ -273,7 +276,8 @@ void *BufferObject::map(unsigned int access)
 
 bool BufferObject::unmap()
 {
-    ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL on map"); // the words of map(), on purpose
+    // Required: the text of map(); see BufferObjectTest.WithoutANameEveryUseIsReportedInItsOwnWords.
+    ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL on map");
     ZEL_ASSERT(0u != this->_boBountTarget, "Buffer Object is not bound on unmap");
     ZEL_ASSERT(0u != this->_target, "Buffer Object's target is not set when unmap() is called");
     return glUnmapBuffer(_target) != GL_FALSE;
@@ -311,14 +315,14 @@ quint64 BufferObject::memoryEstimateGPU() const
 
 void BufferObject::initializeIndexedBufferObjecttargets()
 {
-    // Required: GL_UNIFORM_BUFFER is not in the set, whatever the messages say;
+    // Required: GL_UNIFORM_BUFFER is not in the set, although the messages name it;
     // see BufferObjectTest.IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame.
     _indexedTargets.insert(GL_ATOMIC_COUNTER_BUFFER);
 }
 
 bool BufferObject::isIndexedTarget(unsigned int target)
 {
-    // Once for all threads.
+    // A static local is initialised once, also when threads call at the same time.
     static const bool isInitialized = (initializeIndexedBufferObjecttargets(), true);
     Q_UNUSED(isInitialized)
     return _indexedTargets.contains(target);
@@ -332,7 +336,8 @@ bool BufferObject::isUploadPossible(int valueCount) const
     return true;
 }
 
-// The bound target comes first, also where the named call exists.
+// A bound object is filled by its target, even if the driver has the named call: see
+// BufferObjectTest.EveryUploadFillsABoundObjectByTargetAndAnUnboundOneByName.
 bool BufferObject::specify(const void *data, int valueCount, unsigned int usage,
                            unsigned long valueSize) const
 {

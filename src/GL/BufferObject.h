@@ -11,95 +11,96 @@
 
 namespace Orvane { namespace Zel {
 
-/// One GL buffer name, with the target it goes to, whether it is bound, and how
-/// many values of what size it holds.
+/// A GL buffer name with its target, its binding, and the number and size of the
+/// values in it.
 ///
 /// \snippet buffers.cpp BufferObject
 ///
-/// Units:   sizes and offsets are bytes, except where a call counts values.
-/// Context: construct, use and delete with one and the same context current. The
-///          bound mark belongs to the object, not to the context.
-/// Errors:  a wrong order of calls is diagnosed and answered with false or null,
-///          and changes nothing; GL errors are not looked at.
+/// Units:   sizes and offsets are in bytes, except where a function counts values.
+/// Context: construct, use and delete with the same context current. The object, not
+///          the context, records that it is bound.
+/// Errors:  a wrong order of calls logs a critical message, returns false or null,
+///          and changes nothing. GL errors are not checked.
 /// Source:  OpenGL 3.2 core; direct state access (4.5) and immutable storage (4.4)
-///          where the driver has them.
+///          if the driver has them.
 ///
-/// The usual order: construct, which makes the name; setTarget(); bind() or
-/// rebind(); upload; unbind(); delete while unbound. A managed object that is
-/// deleted while bound says so and leaks its name.
+/// The usual order: construct, which creates the name; setTarget(); bind() or
+/// rebind(); upload; unbind(); delete while unbound. An object that owns its name
+/// and is deleted while bound logs a critical message and leaks the name.
 class ZELGL_EXPORT BufferObject : public QObject, public Bindable
 {
     Q_DISABLE_COPY(BufferObject)
 
 public:
-    /// Objects alive, of all threads, and those of them that own their GL name.
+    /// The number of objects, of all threads, and of those that own their GL name.
     static int NumAlive();
     static int NumAliveManaged();
 
-    /// Makes a GL name and owns it.
+    /// Creates a GL name and owns it.
     explicit BufferObject(QObject *parent);
-    /// Wraps a foreign GL name, which is never deleted here.
+    /// Wraps a GL name of the caller, who deletes it.
     BufferObject(unsigned int bo, QObject *parent);
     ~BufferObject() override;
 
     bool create();
-    /// True without a name; false, and the name stays, while bound.
+    /// Deletes the GL name. Returns true also if there is none; returns false and
+    /// keeps the name while the object is bound.
     bool destroy();
 
-    /// The target of later binds. Targets that only exist with an index are
-    /// reported, and stored all the same; of these there is one,
-    /// GL_ATOMIC_COUNTER_BUFFER.
+    /// Sets the target of later binds. Stores GL_ATOMIC_COUNTER_BUFFER too, the one
+    /// target that needs an index, but logs a critical message.
     void setTarget(unsigned int target);
-    /// A target with an index; bind() then binds \a size bytes from \a offset.
-    /// Other targets are reported, and stored all the same.
+    /// Sets a target with an index; bind() then binds \a size bytes from \a offset.
+    /// Stores other targets too, but logs a critical message.
     void setIndexedTarget(unsigned int target, unsigned int index, long offset, long size);
 
     bool bind() override;
-    /// In the range form index 0 is unbound, whatever the index was.
+    /// After setIndexedTarget() it unbinds index 0, whatever the index is.
     bool unbind() override;
-    /// Binds this in the place of \a bufferObjectBound, the object that the caller
-    /// bound last, and saves the GL call where both wrap one name. Null: bind().
-    /// \a force renews a binding that GL may have lost, as with the index buffer
-    /// after a change of vertex array.
+    /// Binds this object instead of \a bufferObjectBound, which the caller bound last,
+    /// and makes no GL call if both wrap the same name. With null it is bind().
+    /// \a force makes the GL call anyway, for a binding that GL has dropped, such as
+    /// the index buffer after a change of vertex array.
     bool rebind(BufferObject *bufferObjectBound, bool force);
 
-    /// New contents, with \a usage as glBufferData() takes it. An unbound object
-    /// can be filled where the driver has direct state access; see
-    /// isBindNeededForUpload(). Not for objects with storage, save the last one.
+    /// Replaces the contents; \a usage is that of glBufferData(). The object need not
+    /// be bound if the driver has direct state access: see isBindNeededForUpload().
+    /// Only uploadArbitraryData() fills an object with immutable storage.
     bool upload(const float *data, int valueCount, unsigned int usage);
     bool upload(const QVector<float> &data, unsigned int usage);
     bool uploadGLuintData(const unsigned int *data, int valueCount, unsigned int usage);
     bool uploadGLushortData(const unsigned short *data, int valueCount, unsigned int usage);
-    /// Values of \a valueSize bytes; the one that fills storage.
+    /// The same for values of \a valueSize bytes, also into immutable storage.
     bool uploadArbitraryData(const void *data, int valueCount, unsigned int usage, unsigned long valueSize);
 
-    /// Overwrites floats from value number \a offset on. Needs a binding.
+    /// Overwrites floats, beginning at value \a offset. The object must be bound.
     bool subUpload(const float *data, int valueCount, int offset);
     bool subUpload(const QVector<float> &data, int offset);
 
-    /// Whether to bind before an upload. True also before the first contents:
-    /// drivers may refuse the named call for a name that was never bound.
+    /// Whether to bind before an upload. True also before the first upload: drivers
+    /// may refuse the named call for a name that was never bound.
     bool isBindNeededForUpload() const;
-    /// Gives the name immutable storage of \a size bytes, where the driver has it.
-    /// Leaves GL_UNIFORM_BUFFER unbound.
+    /// Allocates immutable storage of \a size bytes, if the driver has it. Leaves
+    /// GL_UNIFORM_BUFFER unbound.
     void useStorageBuffer(int size, int flags);
 
-    /// The contents, by glMapBuffer() on the bound object.
+    /// Maps the bound object with glMapBuffer().
     void *map(unsigned int access);
-    /// Unmaps even an object that it had to report: a mapping must not stay.
+    /// Logs a critical message for a wrong order of calls, and unmaps anyway, so that
+    /// no mapping remains.
     bool unmap();
 
     unsigned int target() const;
     unsigned int getBO() const;
-    /// Of the last upload.
+    /// The number and size of the values of the last upload.
     int valueCount() const;
     unsigned long valueSize() const;
-    /// Bytes.
+    /// In bytes.
     quint64 memoryEstimateCPU() const;
     quint64 memoryEstimateGPU() const;
 
 private:
-    /// What glBindBufferRange() wants besides the target and the name.
+    /// The arguments of glBindBufferRange() besides the target and the name.
     struct Range
     {
         unsigned int index;
@@ -107,26 +108,28 @@ private:
         qint64 size;
     };
 
-    static void initializeIndexedBufferObjecttargets();
-    static bool isIndexedTarget(unsigned int target);
+    ZELGL_NO_EXPORT static void initializeIndexedBufferObjecttargets();
+    ZELGL_NO_EXPORT static bool isIndexedTarget(unsigned int target);
 
-    bool isUploadPossible(int valueCount) const;
-    bool specify(const void *data, int valueCount, unsigned int usage, unsigned long valueSize) const;
-    bool uploadValues(const void *data, int valueCount, unsigned int usage, unsigned long valueSize);
-    void remember(int valueCount, unsigned long valueSize);
+    ZELGL_NO_EXPORT bool isUploadPossible(int valueCount) const;
+    ZELGL_NO_EXPORT bool specify(const void *data, int valueCount, unsigned int usage,
+                                 unsigned long valueSize) const;
+    ZELGL_NO_EXPORT bool uploadValues(const void *data, int valueCount, unsigned int usage,
+                                      unsigned long valueSize);
+    ZELGL_NO_EXPORT void remember(int valueCount, unsigned long valueSize);
 
     static std::atomic<int> _numAlive;
     static std::atomic<int> _numAliveManaged;
-    static QSet<unsigned int> _indexedTargets; ///< filled on first need
+    static QSet<unsigned int> _indexedTargets; ///< filled by the first query
 
-    // What a draw reads comes first.
+    // The fields that a draw reads come first, so that they share few cache lines.
     unsigned int _bo = 0;            ///< GL name; 0: none
-    unsigned int _boBountTarget = 0; ///< where it is bound right now; 0: nowhere
+    unsigned int _boBountTarget = 0; ///< where it is bound now; 0: not bound
     unsigned int _target = 0;        ///< where bind() binds it; 0: not set
     qint32 _valueCount = 0;
     quint64 _valueSize = 0;
     bool _useBindBufferRange = false; ///< bind the range below at the index below
-    bool _managed = false;            ///< the name was made here and is deleted here
+    bool _managed = false;            ///< this object created the name and deletes it
     bool _storage = false;            ///< immutable storage: only sub-data uploads are possible
     std::unique_ptr<Range> _range;    ///< as last set; few buffers have one
 };

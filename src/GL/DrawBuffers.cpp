@@ -9,6 +9,8 @@
 #include "UniformBufferObject.h"
 #include "VertexArrayObject.h"
 #include "private/EntryPoint.h"
+#include "private/GLValues.h"
+#include "private/Hints.h"
 
 #include <algorithm>
 #include <numeric>
@@ -19,7 +21,7 @@ namespace {
 
 static_assert(sizeof(DrawElementsIndirectCommand) == 20, "GL reads the records at this stride");
 
-/// A command in the std140 layout of "DrawElementsIndirectCommand.glslh".
+/// One command in the std140 layout of "DrawElementsIndirectCommand.glslh".
 struct Std140Command
 {
     DrawElementsIndirectCommand command;
@@ -30,15 +32,8 @@ static_assert(sizeof(Std140Command) == 32, "std140 rounds the stride of an array
 EntryPoint<PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC> drawArraysInstancedBaseInstance;
 EntryPoint<PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC> drawElementsInstancedBaseVertexBaseInstance;
 
-template <typename Function> void lookUpMissing(EntryPoint<Function> &entryPoint, const char *name)
-{
-    if (entryPoint == nullptr) {
-        entryPoint.lookUp(name, true);
-    }
-}
-
-/// Not in one step: three locked instructions would make a draw of 4 ns one of 17 ns. Of two threads that draw at the same
-/// time, one may not be counted.
+/// Load and store are separate: with three locked instructions a draw takes 17 ns instead of 4 ns. If two threads draw at the
+/// same time, a draw may not be counted.
 void add(std::atomic<qint64> &total, qint64 count)
 {
     total.store(total.load(std::memory_order_relaxed) + count, std::memory_order_relaxed);
@@ -46,21 +41,16 @@ void add(std::atomic<qint64> &total, qint64 count)
 
 bool hasBaseInstanceEntryPoints()
 {
-    lookUpMissing(drawArraysInstancedBaseInstance, "glDrawArraysInstancedBaseInstance");
-    lookUpMissing(drawElementsInstancedBaseVertexBaseInstance,
-                  "glDrawElementsInstancedBaseVertexBaseInstance");
+    drawArraysInstancedBaseInstance.lookUpIfMissing("glDrawArraysInstancedBaseInstance");
+    drawElementsInstancedBaseVertexBaseInstance.lookUpIfMissing(
+        "glDrawElementsInstancedBaseVertexBaseInstance");
     return drawArraysInstancedBaseInstance != nullptr
            && drawElementsInstancedBaseVertexBaseInstance != nullptr;
 }
 
-const void *bufferOffset(quint64 bytes)
-{
-    return reinterpret_cast<const void *>(quintptr(bytes));
-}
-
 } // namespace
 
-/// The uniform "u_DrawID" of the program of one draw; without it nothing is set.
+/// The uniform "u_DrawID" of the program of one draw. If the program has none, set() makes no GL call.
 class DrawBuffers::DrawID
 {
 public:
@@ -86,9 +76,7 @@ public:
 private:
     static int locationInCurrentProgram()
     {
-        GLint program = 0;
-        glGetIntegerv(GL_CURRENT_PROGRAM, &program);
-        return glGetUniformLocation(GLuint(program), "u_DrawID");
+        return glGetUniformLocation(GLuint(integerFromGL(GL_CURRENT_PROGRAM)), "u_DrawID");
     }
 
     ShaderProgram *_program;
@@ -206,19 +194,8 @@ void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectComm
     _commandsCount = commands != nullptr ? std::max(count, 0) : 0;
     _commands.resize(_commandsCount);
     std::copy_n(commands, _commandsCount, _commands.begin());
-
-    const quint64 indexSize = quint64(bytesFromInternalFormat(_indexType));
-    _commandCounts.resize(_commandsCount);
-    _commandIndexOffsets.resize(_commandsCount);
-    _commandBaseVertices.resize(_commandsCount);
-    for (int i = 0; i < _commandsCount; ++i) {
-        const DrawElementsIndirectCommand &command = _commands.at(i);
-        _commandCounts[i] = int(command.count);
-        _commandIndexOffsets[i] = bufferOffset(command.firstIndex * indexSize);
-        _commandBaseVertices[i] = int(command.baseVertex);
-    }
+    _commandIndexSize = bytesFromInternalFormat(_indexType);
     _useMultiDrawIndirect = false;
-    _onlyCommand = _commandsCount == 1 ? numbersOf(0) : CommandNumbers();
 }
 
 bool DrawBuffers::bind()
@@ -239,7 +216,8 @@ bool DrawBuffers::unbind()
     if (!_boIndex.isNull()) {
         _boIndex->unbind();
     }
-    if (!_vao.isNull()) { // a missing one is not reported
+    // A missing one is not reported: bind() has reported it.
+    if (!_vao.isNull()) {
         _vao->unbind();
     }
     return true;
@@ -310,7 +288,8 @@ bool DrawBuffers::drawInstanced(int instanceCount)
         if (!isIndexSetUp()) {
             return false;
         }
-        // Offset 0 and no base vertex, on purpose.
+        // Required: offset 0 and no base vertex, whatever the unit has; see
+        // DrawCallsTest.InstancesAreSeparateCallsOnThePlainPath.
         glDrawElementsInstanced(_primitiveType, _indexCount, _indexType, nullptr, instanceCount);
         return true;
     }
@@ -324,7 +303,7 @@ bool DrawBuffers::drawInstanced(int instanceCount)
 bool DrawBuffers::drawBaseInstance(const QVector<int> *)
 {
     if (_commandsCount != 0) {
-        ZEL_BARE_DEBUG("##### COMMAND COUNT"); // commands need the plain path
+        ZEL_BARE_DEBUG("##### COMMAND COUNT"); // only drawDrawID() draws commands
         return false;
     }
     ZEL_ASSERT_RETURN(hasBaseInstanceEntryPoints(), false, "The driver has no base instance drawing");
@@ -335,7 +314,9 @@ bool DrawBuffers::drawBaseInstance(const QVector<int> *)
         drawElementsInstancedBaseVertexBaseInstance(_primitiveType, _indexCount, _indexType,
                                                     bufferOffset(_indexBufferOffset), _instanceCount,
                                                     _baseVertex, GLuint(_drawIDBase));
-        add(_totalDrawIndices, _indexCount); // once, whatever the number of instances
+        // Required: the indices count once, whatever the number of instances; see
+        // DrawCallsTest.BaseInstanceIsOneCallForAllInstances.
+        add(_totalDrawIndices, _indexCount);
     } else {
         if (!isVertexSetUp()) {
             return false;
@@ -365,15 +346,17 @@ bool DrawBuffers::drawMultiDrawElementsIndirect()
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
     ZEL_ASSERT_RETURN(nullptr != glMultiDrawElementsIndirect, false, "The driver has no indirect drawing");
     const AutoBinder binder(_boIndirect.data());
-    // The commands may be those of a buffer that the host bound. Without any, GL would read the host's memory.
-    GLint indirectBuffer = 0;
-    glGetIntegerv(GL_DRAW_INDIRECT_BUFFER_BINDING, &indirectBuffer);
+    // The host may have bound a buffer of commands. Without one GL would read the commands from the host's memory, at null.
+    const GLint indirectBuffer = integerFromGL(GL_DRAW_INDIRECT_BUFFER_BINDING);
     ZEL_ASSERT_RETURN(0 != indirectBuffer, false, "Indirect buffer object is not set on draw");
     glMultiDrawElementsIndirect(_primitiveType, _indexType, nullptr, _commandsCount,
                                 sizeof(DrawElementsIndirectCommand));
     add(_totalDrawCalls, 1);
     add(_totalDrawBatches, _commandsCount);
-    add(_totalDrawIndices, std::accumulate(_commandCounts.cbegin(), _commandCounts.cend(), qint64(0)));
+    add(_totalDrawIndices, std::accumulate(_commands.cbegin(), _commands.cend(), qint64(0),
+                                           [](qint64 sum, const DrawElementsIndirectCommand &command) {
+                                               return sum + int(command.count);
+                                           }));
     return true;
 }
 
@@ -387,7 +370,7 @@ QSharedPointer<UniformBufferObject> DrawBuffers::getDrawElementsIndirectCommands
     buffer->setTarget(GL_UNIFORM_BUFFER);
     QVector<Std140Command> records;
     records.reserve(_commandsCount);
-    for (const DrawElementsIndirectCommand &command : qAsConst(_commands)) {
+    for (const DrawElementsIndirectCommand &command : _commands) {
         records.append(Std140Command{command, {0, 0, 0}});
     }
     {
@@ -436,8 +419,9 @@ quint64 DrawBuffers::memoryEstimateCPU() const
     bytes += _vao.isNull() ? 0 : _vao->memoryEstimateCPU();
     bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateCPU();
     bytes += _boIndirect.isNull() ? 0 : _boIndirect->memoryEstimateCPU();
-    bytes += 4 * (quint64(_commandCounts.size()) + 5 * quint64(_commands.size()));
-    bytes += 8 * quint64(_commandIndexOffsets.size());
+    // Required: 32 bytes a command, as if its count and its offset were stored beside its 20 bytes; see
+    // DrawBuffersTest.WillDrawTellsWhetherThereIsAnything.
+    bytes += 32 * quint64(_commandsCount);
     return bytes;
 }
 
@@ -452,7 +436,7 @@ quint64 DrawBuffers::memoryEstimateGPU() const
 
 bool DrawBuffers::isDrawPossible() const
 {
-    // A unit without a vertex array gets the words of one whose vertex array is not bound.
+    // Not the macro: its condition reads _vao. A unit without a vertex array logs what a unit with an unbound one logs.
     if (_vao.isNull()) {
         ZEL_LOG_CRITICAL("[ !! ] Assertion 'true == this->_vao->isBound()' failed: "
                          "Vertex Array Object is not bound on draw");
@@ -472,8 +456,8 @@ bool DrawBuffers::isIndexSetUp() const
 
 bool DrawBuffers::isVertexSetUp() const
 {
-    ZEL_ASSERT_RETURN(0 != this->_vertexCount, false,
-                      "Index count is not setup on draw"); // "Index" on purpose
+    // Required: the text says "Index" here too; see DrawCallsTest.AUnitThatIsNotSetUpIsReportedAndNotDrawn.
+    ZEL_ASSERT_RETURN(0 != this->_vertexCount, false, "Index count is not setup on draw");
     return true;
 }
 
@@ -486,43 +470,42 @@ bool DrawBuffers::areCommandNumbers(const QVector<int> &commandIndices) const
     return true;
 }
 
-inline DrawBuffers::CommandNumbers DrawBuffers::numbersOf(int command) const
-{
-    return {_commandCounts.at(command), _commandBaseVertices.at(command), _commandIndexOffsets.at(command)};
-}
-
 inline bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
 {
-    // Without one GL would read the indices from the host's memory.
+    // Without an index buffer GL would take the offset as an address in the host's memory.
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
     if (commandIndices != nullptr || _commandsCount != 1) {
         return drawSeveralCommands(drawID, commandIndices);
     }
-    drawCommand(drawID, 0, _onlyCommand);
+    drawCommand(drawID, 0);
     return true;
 }
 
-Q_NEVER_INLINE bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
-                                                     const QVector<int> *commandIndices) const
+// With the loop inlined a draw of a single command takes 12 instructions more: variant sceneshared of draw_zel.
+ZELGL_COLD_PATH bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
+                                                      const QVector<int> *commandIndices) const
 {
+    // All numbers are checked first, so that a wrong one leaves nothing drawn.
     if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
         return false;
     }
     const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
     const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;
     for (int i = 0; i < n; ++i) {
-        const int command = numbers != nullptr ? numbers[i] : i;
-        drawCommand(drawID, command, numbersOf(command));
+        drawCommand(drawID, numbers != nullptr ? numbers[i] : i);
     }
     return true;
 }
 
-inline void DrawBuffers::drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const
+inline void DrawBuffers::drawCommand(const DrawID &drawID, int number) const
 {
-    drawID.set(_drawIDBase, command);
-    glDrawElementsBaseVertex(_primitiveType, numbers.count, _indexType, numbers.indexOffset,
-                             numbers.baseVertex);
-    add(_totalDrawIndices, numbers.count);
+    const DrawElementsIndirectCommand &command = _commands.constData()[number];
+    const int count = int(command.count);
+    drawID.set(_drawIDBase, number);
+    glDrawElementsBaseVertex(_primitiveType, count, _indexType,
+                             bufferOffset(command.firstIndex * quint64(_commandIndexSize)),
+                             int(command.baseVertex));
+    add(_totalDrawIndices, count);
     add(_totalDrawCalls, 1);
     add(_totalDrawBatches, 1);
 }
@@ -563,7 +546,8 @@ bool DrawBuffers::drawArrays(const DrawID &drawID) const
 
 bool DrawBuffers::switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const
 {
-    // The index binding is part of the vertex array: another one needs it bound again, even if it is the same buffer.
+    // The binding of the index buffer is state of the vertex array: after a change of vertex array even the same buffer must
+    // be bound again.
     if (!_boIndex.isNull()) {
         return _boIndex->rebind(drawBuffersBound->_boIndex.data(), vaoChanged);
     }

@@ -4,6 +4,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
+#include <QtCore/QVarLengthArray>
 #include <QtCore/QVector>
 
 #include <atomic>
@@ -26,23 +27,23 @@ struct DrawElementsIndirectCommand
     quint32 baseInstance;
 };
 
-/// A draw unit: a vertex array, perhaps an index buffer, a primitive type, and
-/// perhaps a list of sub-draws, the commands.
+/// A draw unit: a vertex array, an optional index buffer, a primitive type, and an
+/// optional list of sub-draws, the commands.
 ///
-/// It hides the ways to issue a draw, and is the source of the draw ID, by which a
+/// It chooses the GL calls that draw the unit, and it sets the draw ID, by which a
 /// shader finds its data: getDrawID() of "ZelUtilities.glslh". Instance or command
-/// i of a unit has the ID setDrawIDBase() + i. It travels in the uniform
-/// "u_DrawID", one GL call for each ID, or, with useBaseInstanceDrawing(), in the
-/// base instance, one GL call for each unit without commands.
+/// i of a draw unit has the ID setDrawIDBase() + i. The uniform "u_DrawID" carries
+/// the ID, with one GL draw for each ID. With useBaseInstanceDrawing() the base
+/// instance carries it, with one GL draw for each unit without commands.
 ///
 /// \snippet buffers.cpp DrawBuffers
 ///
-/// Units:   counts are indices, vertices or instances; the index buffer offset is
-///          bytes.
-/// Context: construct, use and delete with one and the same context current; draw
-///          with the program bound and the unit bound.
-/// Errors:  a unit that is not set up is diagnosed and answered with false before
-///          any GL draw.
+/// Units:   counts are numbers of indices, vertices or instances; the offset into
+///          the index buffer is in bytes.
+/// Context: construct, use and delete with the same context current; draw with the
+///          program and the draw unit bound.
+/// Errors:  drawing a unit that is not set up logs a critical message and returns
+///          false before any GL draw.
 /// Source:  OpenGL 3.2 core; base instance (4.2) with ARB_shader_draw_parameters.
 class ZELGL_EXPORT DrawBuffers : public QObject, public Bindable
 {
@@ -50,19 +51,19 @@ class ZELGL_EXPORT DrawBuffers : public QObject, public Bindable
     Q_DISABLE_COPY(DrawBuffers)
 
 public:
-    /// Known by this class too.
+    /// The record is also available as a member name of this class.
     using DrawElementsIndirectCommand = Zel::DrawElementsIndirectCommand;
 
     static int NumAlive();
 
     static bool isBaseInstanceDrawingSupported();
-    /// Once at start and before any shader is built, if supported.
+    /// Call it once at start, before any shader is built, and only if it is supported.
     static void useBaseInstanceDrawing(bool use);
-    /// Tells shaders of the way in which the draw ID travels.
+    /// Adds the define that selects how shaders read the draw ID.
     static void setup(GLSLMacroProcessor *processor);
 
-    /// GL draw calls, draws and indices since the last query, of all units. Exact as
-    /// long as one thread draws.
+    /// GL draw calls, draws and indices of all units since the last query. The counts
+    /// are exact while only one thread draws.
     static qint64 getAndResetTotalDrawCalls();
     static qint64 getAndResetTotalDrawBatches();
     static qint64 getAndResetTotalDrawIndices();
@@ -73,9 +74,9 @@ public:
     /// Releases the vertex array and the index buffer.
     void clear();
 
-    /// Replacing a vertex array is reported, and done all the same.
+    /// Replaces the vertex array; logs a critical message if there was one.
     void setVAO(QSharedPointer<VertexArrayObject> vao);
-    /// GL_QUADS is reported, and stored all the same.
+    /// Stores GL_QUADS too, but logs a critical message.
     void setPrimitiveType(unsigned int primitiveType);
     void setVertexCount(unsigned int count);
     /// \a indexType is GL_UNSIGNED_SHORT or GL_UNSIGNED_INT.
@@ -84,38 +85,39 @@ public:
     void setDrawIDBase(int base);
     void setBaseVertex(int baseVertex);
     void setInstanceCount(int count);
-    /// The sub-draws; copied. After setIndexedDraw(), whose index type they need.
-    /// Their instanceCount and baseInstance are not used.
+    /// Copies the sub-draws. Call it after setIndexedDraw(): the offsets follow from
+    /// the index type. The fields instanceCount and baseInstance are not used.
     void setDrawElementsIndirectCommands(const DrawElementsIndirectCommand *commands, int count);
 
     bool bind() override;
     bool unbind() override;
-    /// Binds this in the place of the unit that the caller bound last, with the
-    /// fewest GL calls; null: bind().
+    /// Binds this unit instead of the one that the caller bound last, with the fewest
+    /// GL calls. With null it is bind().
     bool rebind(DrawBuffers *drawBuffersBound);
 
     /// Whether draw() would issue anything.
     bool willDraw(ShaderProgram *program, const QVector<int> *commandIndices) const;
 
-    /// Draws the unit, or those of its commands whose numbers are given, in that
-    /// order. Without a program the one that GL has in use is asked for "u_DrawID".
+    /// Draws the unit, or only the commands with the given numbers, in that order.
+    /// Without a program it looks "u_DrawID" up in the program that GL has in use.
     bool draw();
     bool draw(ShaderProgram *program);
     bool draw(ShaderProgram *program, const QVector<int> *commandIndices);
-    /// Without draw ID, index offset, base vertex and counters.
+    /// Ignores the draw ID, the index offset and the base vertex, and counts nothing.
     bool drawInstanced(int instanceCount);
-    /// The ways that draw() chooses from. Base instance knows no commands.
+    /// The variants that draw() chooses from. drawBaseInstance() draws no commands.
     bool drawBaseInstance(const QVector<int> *commandIndices);
     bool drawDrawID(ShaderProgram *program, const QVector<int> *commandIndices);
-    /// The indirect way reads a buffer at GL_DRAW_INDIRECT_BUFFER, which the unit does
-    /// not make: only a host that bound one can call it.
+    /// Reads the buffer at GL_DRAW_INDIRECT_BUFFER. The unit does not create one, so
+    /// the host must bind it first.
     bool drawMultiDrawElementsIndirect();
 
-    /// The commands for shaders that include "DrawElementsIndirectCommand.glslh";
-    /// these see at most 100. Made at the first question and never updated.
+    /// The commands, for shaders that include "DrawElementsIndirectCommand.glslh",
+    /// which declares 100 of them. The first call creates the buffer; later changes
+    /// of the commands do not reach it.
     QSharedPointer<UniformBufferObject> getDrawElementsIndirectCommandsUniformBufferObject();
 
-    // Each call counts a reference: a host that draws often keeps what they return.
+    // Each call counts a reference: a host that draws often keeps the result.
     QSharedPointer<VertexArrayObject> VAO() const;
     QSharedPointer<BufferObject> indexBO() const;
     int numVerts() const;
@@ -128,26 +130,18 @@ public:
 
 private:
     friend class DrawBindings; ///< reads the vertex array with each draw
-    class DrawID;
-    /// What one command hands to GL.
-    struct CommandNumbers
-    {
-        int count = 0;
-        int baseVertex = 0;
-        const void *indexOffset = nullptr; ///< bytes
-    };
+    class ZELGL_NO_EXPORT DrawID;
 
-    bool isDrawPossible() const;
-    bool isIndexSetUp() const;
-    bool isVertexSetUp() const;
-    bool areCommandNumbers(const QVector<int> &commandIndices) const;
-    CommandNumbers numbersOf(int command) const;
-    bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
-    bool drawSeveralCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
-    void drawCommand(const DrawID &drawID, int command, const CommandNumbers &numbers) const;
-    bool drawElements(const DrawID &drawID) const;
-    bool drawArrays(const DrawID &drawID) const;
-    bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
+    ZELGL_NO_EXPORT bool isDrawPossible() const;
+    ZELGL_NO_EXPORT bool isIndexSetUp() const;
+    ZELGL_NO_EXPORT bool isVertexSetUp() const;
+    ZELGL_NO_EXPORT bool areCommandNumbers(const QVector<int> &commandIndices) const;
+    ZELGL_NO_EXPORT bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
+    ZELGL_NO_EXPORT bool drawSeveralCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
+    ZELGL_NO_EXPORT void drawCommand(const DrawID &drawID, int number) const;
+    ZELGL_NO_EXPORT bool drawElements(const DrawID &drawID) const;
+    ZELGL_NO_EXPORT bool drawArrays(const DrawID &drawID) const;
+    ZELGL_NO_EXPORT bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
 
     static std::atomic<int> _numAlive;
     static std::atomic<qint64> _totalDrawCalls;
@@ -155,25 +149,22 @@ private:
     static std::atomic<qint64> _totalDrawIndices;
     static bool _useBaseInstance;
 
-    // What a draw reads comes first.
+    // The fields that a draw reads come first, so that they share few cache lines.
     unsigned int _primitiveType; ///< -1: not set
     unsigned int _indexType = 0;
     int _drawIDBase = 0;
     int _commandsCount = 0;
     QSharedPointer<VertexArrayObject> _vao;
     QSharedPointer<BufferObject> _boIndex;
-    CommandNumbers _onlyCommand; ///< of a unit of one, which so need not fetch the vectors
+    QVarLengthArray<DrawElementsIndirectCommand, 1> _commands; ///< a single one is stored in the unit itself
+    int _commandIndexSize = 0; ///< bytes; from the index type when they were set
     bool _useMultiDrawIndirect = false;
     int _indexCount = 0;
     int _vertexCount = 0;
     int _baseVertex = 0;
     int _instanceCount = 1;
     quint64 _indexBufferOffset = 0;
-    QVector<DrawElementsIndirectCommand> _commands;
-    QVector<int> _commandCounts;                ///< by command
-    QVector<const void *> _commandIndexOffsets; ///< by command, bytes
-    QVector<int> _commandBaseVertices;          ///< by command
-    QSharedPointer<BufferObject> _boIndirect;   ///< never set: the indirect path is dormant
+    QSharedPointer<BufferObject> _boIndirect; ///< never set: no function creates it
     QSharedPointer<UniformBufferObject> _commandsUniformBufferObject;
 };
 

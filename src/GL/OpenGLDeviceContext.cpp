@@ -10,6 +10,7 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
+// Created at the load of the library, so that current() is never null; the constructor makes no GL call.
 QSharedPointer<OpenGLDeviceContext> currentDeviceContext(new OpenGLDeviceContext);
 
 constexpr int kQuadVertexCount = 6;
@@ -75,6 +76,8 @@ QSharedPointer<DrawBuffers> OpenGLDeviceContext::fullscreenQuad()
 
 QSharedPointer<DrawBuffers> OpenGLDeviceContext::newFullscreenQuad()
 {
+    // Only the buffers come from the virtual functions: a host that derives replaces those; see
+    // OpenGLDeviceContextTest.TheQuadIsSharedUntilTheContextIsResetAndAHostsFactoryMakesItsBuffers.
     const QSharedPointer<DrawBuffers> quad(new DrawBuffers(nullptr));
     const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
     quad->setVAO(vao);

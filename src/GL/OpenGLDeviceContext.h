@@ -13,39 +13,39 @@ class DrawBuffers;
 class UniformBufferObject;
 class VertexArrayObject;
 
-/// The factory of GL-backed objects, and the holder of the one worth sharing: a
-/// full-screen quad. In spite of its name there is one per process, not per context.
+/// The factory of GL objects, and the owner of the shared full-screen quad. Despite
+/// its name there is one per process, not one per context.
 ///
-/// A host that derives from it, to hand out objects of its own, uses an instance of
-/// its own: current() is always a plain one.
+/// A host that derives from it to create its own classes uses its own instance:
+/// current() always returns an object of this class.
 ///
 /// \snippet buffers.cpp OpenGLDeviceContext
 ///
 /// Units:   the quad covers clip space at z = -1; texture coordinates go from 0 to
 ///          1, from the lower left.
-/// Context: current() and resetContext() need none, except for the quad that
-///          resetContext() deletes; all that makes an object does.
-/// Errors:  none of its own.
-/// Source:  none; plain objects without a QObject parent.
+/// Context: functions that create an object need one; current() needs none;
+///          resetContext() needs that of the quad if there is one.
+/// Errors:  none; the created objects report theirs. They have no QObject parent.
 class ZELGL_EXPORT OpenGLDeviceContext
 {
     Q_DISABLE_COPY(OpenGLDeviceContext)
 
 public:
-    /// Never null, from library load to process exit.
+    /// Never null, from the load of the library to the exit of the process.
     static QSharedPointer<OpenGLDeviceContext> current();
-    /// Drops the quad, with its context still current; for hosts that replace their
-    /// context. No other thread may be asking meanwhile.
+    /// Releases the quad. For hosts that replace their context; call it while the old
+    /// context is current and no other thread calls current().
     static void resetContext();
 
     OpenGLDeviceContext();
     virtual ~OpenGLDeviceContext();
 
-    /// A buffer with a GL name of its own.
+    /// A buffer that creates and owns its GL name.
     virtual QSharedPointer<BufferObject> newBuffer();
-    /// A buffer around an existing name.
+    /// A buffer that wraps an existing name.
     virtual QSharedPointer<BufferObject> newBuffer(unsigned int bo);
-    /// The shared quad, made by newFullscreenQuad() at first need; not to be changed.
+    /// The shared quad, created by newFullscreenQuad() in the first call. Do not change
+    /// it.
     virtual QSharedPointer<DrawBuffers> fullscreenQuad();
     /// Two triangles with the attributes "va_Vertex" and "va_TexCoord".
     virtual QSharedPointer<DrawBuffers> newFullscreenQuad();
@@ -54,8 +54,8 @@ public:
                                                                  QSharedPointer<BufferObject> bufferObject);
 
 private:
-    QSharedPointer<BufferObject> newArrayBuffer(VertexArrayObject &vao, const QString &name,
-                                                int valuesPerVertex);
+    ZELGL_NO_EXPORT QSharedPointer<BufferObject> newArrayBuffer(VertexArrayObject &vao, const QString &name,
+                                                                int valuesPerVertex);
 
     QSharedPointer<DrawBuffers> _fullscreenQuad;
 };

@@ -15,7 +15,7 @@ void VertexArrayBuilderStorage::setSpec(unsigned componentCount, unsigned vertex
     ZEL_ASSERT_RETURN(0 != componentCount, , "Component Count may not be 0.");
     _componentCount = componentCount;
 
-    // A hint beyond what a vector can hold is no use.
+    // The count is only a hint: one that no vector can hold must not make the reservation fail.
     constexpr quint64 kMaxBytes = std::numeric_limits<int>::max() / 2;
     const quint64 floatCount = quint64(componentCount) * vertexCount;
     if (floatCount > static_cast<quint64>(_data.capacity()) && floatCount <= kMaxBytes / sizeof(float)) {
@@ -26,7 +26,7 @@ void VertexArrayBuilderStorage::setSpec(unsigned componentCount, unsigned vertex
 void VertexArrayBuilderStorage::pushData(float x)
 {
     ZEL_ASSERT(0 != this->_componentCount, "Component Count must be setup before data is pushed");
-    // "sdata" stands in this text alone.
+    // Required: "sdata", in this message only; see VertexArrayBuilderTest.PushesBeyondTheSpecAreToldAndTaken.
     ZEL_ASSERT(1 <= this->_componentCount, "Component Count is not large enough for the sdata being pushed");
     _data << x;
 }

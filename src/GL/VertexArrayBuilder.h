@@ -7,31 +7,32 @@
 
 namespace Orvane { namespace Zel {
 
-/// One stream of floats, a fixed number of them per vertex.
+/// A stream of floats with a fixed number of components per vertex.
 ///
 /// \snippet buffers.cpp VertexArrayBuilderStorage
 ///
-/// Units:   counts of components and of vertices.
-/// Context: none is needed.
-/// Errors:  a wrong order of calls is reported; the value is taken all the same.
-/// Source:  none.
+/// Units:   counts are numbers of components or of vertices.
+/// Context: needs none.
+/// Errors:  a wrong order of calls logs a critical message; the value is stored
+///          anyway.
 class ZELGL_EXPORT VertexArrayBuilderStorage
 {
 public:
     VertexArrayBuilderStorage();
 
-    /// Sets the stream up, once. \a vertexCount reserves memory and limits nothing.
+    /// Call it once, before the first push. \a vertexCount only reserves memory: more
+    /// vertices may follow.
     void setSpec(unsigned componentCount, unsigned vertexCount);
 
-    /// Appends exactly these values; a short push pads nothing.
+    /// Appends exactly these values: missing components are not filled in.
     void pushData(float x);
     void pushData(float x, float y);
     void pushData(float x, float y, float z);
     void pushData(float x, float y, float z, float w);
 
-    /// Floats per vertex; 0 while not set up.
+    /// Floats per vertex; 0 before setSpec().
     unsigned getComponentCount() const;
-    /// Vertices.
+    /// The number of vertices.
     unsigned getSize() const;
     const float *getData() const;
 
@@ -40,20 +41,19 @@ private:
     QVector<float> _data;
 };
 
-/// Collects vertex data in the manner of immediate mode, one float stream per
-/// attribute, and hands out the finished arrays.
+/// Collects vertex data as in immediate mode, with one stream of floats per
+/// attribute, and returns the finished arrays.
 ///
-/// The streams are independent: a push latches and repeats nothing, so push one
-/// value of every stream for each vertex.
+/// The streams are independent: no current value is kept or repeated, so push one
+/// value into every stream for each vertex.
 ///
 /// \snippet buffers.cpp VertexArrayBuilder
 ///
-/// Units:   as pushed.
-/// Context: none is needed: in spite of the names of its operations no GL call is
-///          made.
-/// Errors:  streams that are used without set...Spec(), or with more components than
-///          they have, are reported.
-/// Source:  the vertex calls of OpenGL 1.1, after which the operations are named.
+/// Units:   the caller's: values are not converted.
+/// Context: needs none: despite their names the functions make no GL call.
+/// Errors:  a push without set...Spec(), or with more components than it declared,
+///          logs a critical message; the values are stored anyway.
+/// Source:  the functions are named after the vertex calls of OpenGL 1.1.
 class ZELGL_EXPORT VertexArrayBuilder
 {
 public:
@@ -70,26 +70,28 @@ public:
     void glTexCoord1f(float s);
     void glTexCoord2f(float s, float t);
     void glNormal3f(float x, float y, float z);
-    // Next to GLLoader.h, whose macros lend the prefix, these are called glVertexAttrib2f() and glVertexAttrib3f().
+    // GLLoader.h defines glVertexAttrib2f and glVertexAttrib3f as macros with this prefix, so a host that includes it calls these
+    // functions by the names without the prefix.
     void _ptrc_glVertexAttrib2f(unsigned index, float x, float y);
     void _ptrc_glVertexAttrib3f(unsigned index, float x, float y, float z);
 
-    /// The vertices pushed. Colours, texture coordinates and normals, where set up,
-    /// must be as many; the generic attributes are not looked at.
+    /// The number of vertices. Logs a critical message if colours, texture coordinates
+    /// or normals are set up and have another count. Does not check the generic
+    /// attributes.
     unsigned getVertexCount() const;
 
     const float *getVertexData() const;
     const float *getColorData() const;
     const float *getTexCoordData() const;
     const float *getNormalData() const;
-    /// Null for an unknown index.
+    /// Returns null for an unknown index.
     const float *getVertexAttribData(unsigned index) const;
 
     const VertexArrayBuilderStorage &getVertexStorage() const;
     const VertexArrayBuilderStorage &getColorStorage() const;
     const VertexArrayBuilderStorage &getTexCoordStorage() const;
     const VertexArrayBuilderStorage &getNormalStorage() const;
-    /// A copy; an empty stream for an unknown index.
+    /// Returns a copy; for an unknown index an empty stream.
     VertexArrayBuilderStorage getVertexAttribStorage(unsigned index) const;
 
 private:

@@ -4,15 +4,12 @@
 #include "GLUtilities.h"
 #include "ShaderProgram.h"
 #include "private/EntryPoint.h"
+#include "private/GLValues.h"
+#include "private/Hints.h"
 
 namespace Orvane { namespace Zel {
 
 namespace {
-
-const void *bufferOffset(unsigned int bytes)
-{
-    return reinterpret_cast<const void *>(quintptr(bytes));
-}
 
 bool isIntegerType(unsigned int type)
 {
@@ -21,7 +18,7 @@ bool isIntegerType(unsigned int type)
 
 bool isWholeVertices(int valueCount, int valuesPerVertex)
 {
-    // Nothing is a multiple of 0: the same words, without the division.
+    // Not the macro: its condition would divide by 0. The text is the same.
     if (valuesPerVertex < 1) {
         ZEL_LOG_CRITICAL("[ !! ] Assertion '0 == (valueCount \\%% valuesPerVertex)' failed: "
                          "Data size (%d) must be a multi of the values per vertex (%d)",
@@ -81,7 +78,9 @@ bool VertexArrayObject::isTypeSupported(unsigned int type)
     case GL_HALF_FLOAT:
         return true;
     default:
-        return false; // GL_BYTE and GL_SHORT too, on purpose
+        // Required: GL_BYTE and GL_SHORT are not supported; see
+        // VertexArrayObjectTest.IntegersStayIntegersUnlessNormalizedAndSomeTypesAreNotSupported.
+        return false;
     }
 }
 
@@ -90,9 +89,7 @@ VertexArrayObject::VertexArrayObject(QObject *parent)
 {
     ZEL_ASSERT(nullptr != glGetIntegerv, kNotInitialized);
     if (glGetIntegerv != nullptr) {
-        GLint slotCount = 0;
-        glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &slotCount);
-        _enabledAttributeNames.resize(slotCount);
+        _enabledAttributeNames.resize(integerFromGL(GL_MAX_VERTEX_ATTRIBS));
     }
     _numAlive.fetch_add(1, std::memory_order_relaxed);
 }
@@ -248,7 +245,8 @@ bool VertexArrayObject::subUpload(const QString &attrName, const float *data, in
         || !bindForUpload(*bufferObj)) {
         return false;
     }
-    bufferObj->subUpload(data, valueCount, offset); // the result is that of the bind, on purpose
+    // Required: the result reports the bind only. BufferObject logs a refused upload.
+    bufferObj->subUpload(data, valueCount, offset);
     bufferObj->unbind();
     return true;
 }
@@ -272,7 +270,7 @@ void *VertexArrayObject::mapBO(const QString &name)
     }
     bufferObj->bind();
     void *contents = bufferObj->map(GL_WRITE_ONLY);
-    bufferObj->unbind(); // a mapping outlives the binding
+    bufferObj->unbind(); // the buffer stays mapped
     return contents;
 }
 
@@ -318,11 +316,11 @@ bool VertexArrayObject::enableShaderProgramArrays(const ShaderProgram *program)
         return true;
     }
     const QHash<QString, int> &locations = program->getVertexAttributeNameLocationMap();
-    // The copy below shares its data with the program's table for as long as that does not change.
+    // _enabledLocations is a copy that shares its data with the program's table until that table changes.
     return (_vaoBound && locations.isSharedWith(_enabledLocations)) || enableArraysAt(locations);
 }
 
-Q_NEVER_INLINE bool VertexArrayObject::enableArraysAt(const QHash<QString, int> &locations)
+ZELGL_COLD_PATH bool VertexArrayObject::enableArraysAt(const QHash<QString, int> &locations)
 {
     for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
         if (!enableArray(location.key(), location.value())) {
@@ -370,7 +368,8 @@ void VertexArrayObject::setEnabledName(int attributeIndex, const QString &name)
     _enabledLocations = QHash<QString, int>();
 }
 
-// Not so where the geometry lacks an attribute: that slot is cleared anew each time.
+// False if the geometry lacks an attribute: such a slot must be cleared again by each enableShaderProgramArrays(); see
+// VertexArrayObjectTest.AMissingAttributeIsDisabledAndZeroedByTheSizeOfItsSlot.
 bool VertexArrayObject::holdsNames(const QHash<QString, int> &locations) const
 {
     for (auto location = locations.cbegin(), end = locations.cend(); location != end; ++location) {
@@ -387,7 +386,7 @@ void VertexArrayObject::specifyArray(const AttributeData &attribute, unsigned in
     const void *offset = bufferOffset(attribute._offset);
     glEnableVertexAttribArray(attributeIndex);
     attribute._bo->bind();
-    // Integers arrive as integers, unless the caller asked for normalization.
+    // The shader receives integers as integers, unless the caller asked for normalization.
     if (isIntegerType(attribute._type) && !attribute._normalized) {
         glVertexAttribIPointer(attributeIndex, attribute._valuesPerVertex, attribute._type, stride, offset);
     } else {
@@ -397,13 +396,15 @@ void VertexArrayObject::specifyArray(const AttributeData &attribute, unsigned in
     attribute._bo->unbind();
 }
 
-// A program that reads the missing attribute sees zeros.
+// A program that reads the missing attribute reads zeros.
 void VertexArrayObject::disableArray(unsigned int attributeIndex) const
 {
     glDisableVertexAttribArray(attributeIndex);
     GLint size = 0;
     glGetVertexAttribiv(attributeIndex, GL_VERTEX_ATTRIB_ARRAY_SIZE, &size);
-    switch (size) { // one below the component count, on purpose: 4, as in a fresh slot, makes no call
+    // Required: the cases are one below the component count, and a size of 4, which a slot has before it is specified,
+    // makes no call; see VertexArrayObjectTest.AMissingAttributeIsDisabledAndZeroedByTheSizeOfItsSlot.
+    switch (size) {
     case 0:
         glVertexAttrib1f(attributeIndex, 0.0f);
         break;

@@ -19,33 +19,33 @@ class ShaderProgram;
 
 /// One GL vertex array with a table of attributes by name.
 ///
-/// Buffers are registered under GLSL attribute names ("va_Vertex"); only when a
-/// program is known are they tied to its locations. So one vertex array serves
-/// programs of different layouts, and a switch of program specifies again only the
-/// slots whose name changed.
+/// Buffers are registered under GLSL attribute names ("va_Vertex").
+/// enableShaderProgramArrays() connects them to the locations of a program. So one
+/// vertex array serves programs of different layouts, and after a switch of program
+/// only the slots whose name changed are specified again.
 ///
 /// \snippet buffers.cpp VertexArrayObject
 ///
-/// Units:   strides and offsets are bytes; a value is one component, and
-///          valuesPerVertex of them, 1 to 4, make an attribute.
-/// Context: construct, use and delete with one and the same context current;
-///          registering and uploading touch buffers only.
-/// Errors:  a wrong order of calls is diagnosed and answered with false, and
-///          changes nothing; likewise what needs the buffer of an attribute that
-///          was registered with a null one, and a slot that GL does not have.
+/// Units:   strides and offsets are in bytes; a value is one component, and an
+///          attribute has valuesPerVertex of them, 1 to 4.
+/// Context: construct, use and delete with the same context current; registering
+///          and uploading use buffers only, not the GL vertex array.
+/// Errors:  a wrong order of calls logs a critical message, returns false and
+///          changes nothing. The same holds for a call that needs the buffer of an
+///          attribute registered with null, and for a slot that GL does not have.
 /// Source:  OpenGL 3.2 core, vertex array objects.
 ///
-/// destroy() leaves the table of enabled names as it was: dirty the names before a
-/// destroyed object is bound again.
+/// destroy() does not change the table of enabled names: call dirtyAttributeName()
+/// for each name before you bind a destroyed object again.
 class ZELGL_EXPORT VertexArrayObject : public QObject, public Bindable
 {
     Q_DISABLE_COPY(VertexArrayObject)
 
 public:
-    /// Where one attribute is found, as glVertexAttribPointer() takes it.
+    /// The location and format of one attribute, as glVertexAttribPointer() takes it.
     struct ZELGL_EXPORT AttributeData
     {
-        /// Tightly packed, unnormalized components.
+        /// Sets the format of unnormalized components.
         void setVertex(int valuesPerVertex, unsigned int type);
         void setBO(QSharedPointer<BufferObject> bo);
 
@@ -58,82 +58,83 @@ public:
     };
 
     static int NumAlive();
-    /// GL_FLOAT, GL_HALF_FLOAT, GL_INT and the unsigned integers; GL_BYTE and
-    /// GL_SHORT are not among them.
+    /// True for GL_FLOAT, GL_HALF_FLOAT, GL_INT and the unsigned integers. False for
+    /// GL_BYTE, GL_SHORT and all other types.
     static bool isTypeSupported(unsigned int type);
 
-    /// Makes no GL name yet, but asks the context for its number of attributes.
+    /// Queries GL_MAX_VERTEX_ATTRIBS. The first bind() creates the GL name.
     explicit VertexArrayObject(QObject *parent);
     ~VertexArrayObject() override;
 
     bool create();
-    /// True without a name; false, and the name stays, while bound.
+    /// Deletes the GL name. Returns true also if there is none; returns false and
+    /// keeps the name while the object is bound.
     bool destroy();
 
-    /// Makes the name if there is none.
+    /// Creates the GL name if there is none.
     bool bind() override;
     bool unbind() override;
-    /// Binds this in the place of the object that the caller bound last; null:
-    /// bind(). \a didBind says whether the GL binding changed, and so whether
-    /// arrays have to be enabled and the index buffer bound again.
+    /// Binds this object instead of the one that the caller bound last. With null it
+    /// is bind(). \a didBind reports whether the GL binding changed: then the arrays
+    /// must be enabled and the index buffer must be bound again.
     bool rebind(VertexArrayObject *vertexArrayObjectBound, bool &didBind);
     bool isBound() const;
 
-    /// Ties a buffer, filled elsewhere, to a name, in the place of any before it.
-    /// A type that is not supported is reported, and stored all the same.
+    /// Registers a buffer, which the caller fills, under a name, and replaces an
+    /// earlier one. Stores an unsupported type too, but logs a critical message.
     void registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex,
                     unsigned int type);
     void registerBO(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex,
                     unsigned int type, bool normalized, unsigned int stride, unsigned int offset);
-    /// Makes the next enableArray() of this name specify its slot again.
+    /// After this call the next enableArray() of the name specifies its slot again.
     void dirtyAttributeName(const QString &name);
 
-    /// registerBO() with a check of the pointer.
+    /// registerBO(), but returns false for a null buffer.
     bool upload(const QString &name, QSharedPointer<BufferObject> bo, int valuesPerVertex, unsigned int type);
-    /// Fills the buffer with floats and registers it. The count must be a multiple
-    /// of \a valuesPerVertex.
+    /// Fills the buffer with floats and registers it. \a valueCount must be a
+    /// multiple of \a valuesPerVertex.
     bool upload(const QString &name, QSharedPointer<BufferObject> bo, const float *data, int valueCount,
                 int valuesPerVertex, unsigned int usage);
     bool upload(const QString &name, QSharedPointer<BufferObject> bo, const QVector<float> &data,
                 int valuesPerVertex, unsigned int usage);
-    /// Overwrites floats of a registered attribute from value number \a offset on.
+    /// Overwrites floats of a registered attribute, beginning at value \a offset.
     bool subUpload(const QString &name, const float *data, int valueCount, int valuesPerVertex, int offset);
     bool subUpload(const QString &name, const QVector<float> &data, int valuesPerVertex, int offset);
 
-    /// The buffer of a name; null for an unknown one.
+    /// The buffer of a name; null for an unknown name.
     QSharedPointer<BufferObject> bo(const QString &name);
-    /// The buffer's contents for writing. It stays mapped, and unbound, until
-    /// unmapBO(); null for an unknown name.
+    /// Maps the buffer for writing. The buffer stays mapped, but not bound, until
+    /// unmapBO(). Returns null for an unknown name.
     void *mapBO(const QString &name);
     void unmapBO(const QString &name);
 
-    /// Ties a slot of the bound vertex array to an attribute. Nothing is done where
-    /// it is tied already. For an unknown name the slot is disabled and zeroed.
+    /// Connects a slot of the bound vertex array to an attribute. Makes no GL call if
+    /// it is connected already. Disables and zeroes the slot for an unknown name.
     bool enableArray(const QString &name, int attributeIndex);
-    /// The same for every attribute of a program; null is true.
+    /// Calls enableArray() for every attribute of a program. Returns true for null.
     bool enableShaderProgramArrays(const ShaderProgram *program);
 
     unsigned int getVAO() const;
-    /// Free for the host; the library leaves it null.
+    /// Reserved for the host. The library leaves it null.
     GLContextTracker *getContextTracker();
-    /// Bytes. A buffer that two attributes share counts twice.
+    /// In bytes. A buffer that two attributes share counts twice.
     quint64 memoryEstimateCPU() const;
     quint64 memoryEstimateGPU() const;
 
 private:
-    bool enableArraysAt(const QHash<QString, int> &locations);
-    void setEnabledName(int attributeIndex, const QString &name);
-    bool holdsNames(const QHash<QString, int> &locations) const;
-    void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
-    void disableArray(unsigned int attributeIndex) const;
+    ZELGL_NO_EXPORT bool enableArraysAt(const QHash<QString, int> &locations);
+    ZELGL_NO_EXPORT void setEnabledName(int attributeIndex, const QString &name);
+    ZELGL_NO_EXPORT bool holdsNames(const QHash<QString, int> &locations) const;
+    ZELGL_NO_EXPORT void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
+    ZELGL_NO_EXPORT void disableArray(unsigned int attributeIndex) const;
 
     static std::atomic<int> _numAlive;
 
     unsigned int _vao = 0; ///< GL name; 0: none
     bool _vaoBound = false;
     QMap<QString, AttributeData> _attributesData;
-    QVector<QString> _enabledAttributeNames; ///< by slot; empty: tied to nothing
-    QHash<QString, int> _enabledLocations;   ///< a program's attributes, while the slots hold all of them
+    QVector<QString> _enabledAttributeNames; ///< by slot; empty: not connected
+    QHash<QString, int> _enabledLocations;   ///< the attributes of a program whose slots are all connected
     GLContextTracker *_contextTracker = nullptr;
 };
 

@@ -20,8 +20,7 @@ FullscreenPass::~FullscreenPass()
 
 void FullscreenPass::bind(ShaderProgram &program)
 {
-    // The quad is shared with all other passes: until here its attributes are at the locations of the program that drew
-    // last.
+    // All passes share the quad: until now its attributes are connected to the locations of the program that drew last.
     _quad->VAO()->bind();
     _quad->VAO()->enableShaderProgramArrays(&program);
     _quad->VAO()->unbind();

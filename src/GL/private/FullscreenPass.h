@@ -22,17 +22,16 @@ public:
     FullscreenPass();
     ~FullscreenPass(); ///< unbind()
 
-    /// Connects the quad's attributes to \a program, which draw() uses, and binds the quad.
+    /// Connects the quad's attributes to \a program, which draw() then uses, and binds the quad.
     void bind(ShaderProgram &program);
     /// Has no effect on a quad that is not bound.
     void unbind();
     void draw();
 
-    /// Turns off what could keep a pixel from being written as the shader computes it: blending, the depth test and
-    /// depth writes.
+    /// Turns off blending, the depth test and depth writes, so that every pixel becomes what the shader computes.
     static void setState();
-    /// Turns the depth test and depth writes on. This is the stated end of a pass, whatever the host had set before:
-    /// see PrefilteredEnvMapTest.BakesLeaveTheStateThatTheyAreStatedToLeave.
+    /// Required: turns the depth test and depth writes on, whatever the host had set before the pass; see
+    /// PrefilteredEnvMapTest.BakesLeaveTheStateThatTheyAreStatedToLeave.
     static void resetState();
 
 private:
