@@ -25,7 +25,7 @@ protected:
 
     ~TextureProcessingTest() override { OpenGLDeviceContext::resetContext(); }
 
-    /// Random colours of 0 to 1, the ends among them; the same at each call.
+    /// Random colours from 0 to 1, including both ends; the same at each call.
     static Pixels source()
     {
         std::mt19937 random(5);
@@ -195,7 +195,7 @@ TEST_F(TextureProcessingTest, TexturesThatNoPassCanDrawStayAsTheyAre)
         ASSERT_EQ(kept.get(), texture) << internalFormat;
         EXPECT_EQ(4, levelParameter(*texture, 0, GL_TEXTURE_WIDTH)) << internalFormat;
         EXPECT_EQ(1, Texture::NumAlive()) << internalFormat;
-        _capture.take(); // of the formats that the tables do not know
+        _capture.take(); // messages of formats that the tables do not list
     }
 }
 

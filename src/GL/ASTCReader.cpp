@@ -60,7 +60,7 @@ int formatIndex(unsigned char blockSize)
     }
 }
 
-/// 0, which GL refuses, where there is no such format.
+/// Returns 0, which GL refuses, for an unknown block size.
 GLenum internalFormat(unsigned char blockWidth, unsigned char blockHeight, bool srgb)
 {
     const int width = formatIndex(blockWidth);
@@ -72,8 +72,8 @@ GLenum internalFormat(unsigned char blockWidth, unsigned char blockHeight, bool 
     return srgb ? format.srgb : format.linear;
 }
 
-/// A size that no texture has becomes one that every driver refuses, which is left to
-/// its debug output.
+/// Replaces a size above the limit with one that every driver refuses: some drivers fail on the size itself; see
+/// ASTCReaderTest.SizesThatNoTextureHasAreRefusedByEveryDriver.
 GLsizei sizeForGL(quint32 size)
 {
     return size <= longestTextureSide() ? static_cast<GLsizei>(size) : -1;
@@ -140,7 +140,7 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     }
     auto *texture = new Texture(nullptr);
     texture->setTarget(GL_TEXTURE_2D);
-    if (!texture->bind()) { // the calls below would go to another texture
+    if (!texture->bind()) { // the calls below would change the texture that the host has bound
         delete texture;
         return nullptr;
     }
@@ -154,14 +154,14 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
         _memory->unmap(data);
     }
     RemapColorRange(texture, info.lowValue, info.highValue);
-    return texture; // errors of GL are for the host's debug output
+    return texture; // required: no check for GL errors; see ASTCReaderTest.WhatGLRefusesIsLeftToItsDebugOutput
 }
 
-/// Whether the file has one block for each part of the image, partial ones at the
-/// edges included, and the header.
+/// Whether the file consists of the header and of the blocks that cover the image, including partial blocks at the
+/// edges.
 bool ASTCReader::hasExpectedSize() const
 {
-    quint32 blocks = 1; // the arithmetic is in 32 bits
+    quint32 blocks = 1; // required: 32 bits, which wrap around for huge sizes
     for (int axis = 0; axis < 3; ++axis) {
         const unsigned int blockSize = _header[kBlockSizes + axis];
         if (blockSize == 0) {

@@ -13,8 +13,8 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-/// Names for the log. The table has no rows for R11FG11FB10F and RGB10A2 on purpose, so that from there on it runs two
-/// rows behind the enumeration.
+/// Names for the log. Required: the table has no rows for R11FG11FB10F and RGB10A2, so that from there on each
+/// format has the name of the one two positions later; see TexturePoolTest.TheSummaryCountsTexturesAndKinds.
 constexpr const char *kFormatNames[] = {
     "R       ", "RG      ", "RGB     ", "RGBA    ", "SRGB8A8 ",         "R16F    ",
     "RG16F   ", "RGB16F  ", "RGBA16F ", "R32F    ", "RG32F   ",         "RGB32F  ",
@@ -22,7 +22,7 @@ constexpr const char *kFormatNames[] = {
     "RG32I   ", "RGB32I  ", "RGBA32I ", "DEPTH32F", "DEPTH24_STENCIL8", "DEPTH32F_STENCIL8",
 };
 
-/// The name of a format, or its number where the table has ended.
+/// The name of a format, or its number if the table is too short.
 QByteArray formatName(TextureFormat format)
 {
     if (format < sizeof(kFormatNames) / sizeof(*kFormatNames)) {
@@ -31,7 +31,7 @@ QByteArray formatName(TextureFormat format)
     return QByteArray::number(static_cast<unsigned int>(format)).leftJustified(8);
 }
 
-/// The sum, kept to what a count can be: whoever gives a huge number back means all.
+/// The sum, clamped to valid counts: a caller that releases a huge number means all references.
 int countPlus(int count, qint64 change)
 {
     return static_cast<int>(qBound<qint64>(0, count + change, std::numeric_limits<int>::max()));
@@ -68,6 +68,7 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
     Texture *texture = nullptr;
     const auto waiting = _free.find(key);
     if (waiting != _free.end()) {
+        // By address, so that the choice does not depend on the order of the releases.
         std::sort(waiting->begin(), waiting->end(), std::less<Texture *>());
         texture = waiting->takeLast();
         if (waiting->isEmpty()) {
@@ -164,11 +165,11 @@ Texture *TexturePool::makeTexture(const Key &key, bool &hasStorage) const
 
     auto *texture = new Texture(nullptr);
     texture->setTarget(target);
-    // Of the arrays only the multisample one records its depth.
+    // Required: of the arrays only the multisample one records its depth.
     texture->setSize(0, static_cast<int>(internalFormat), key.width, key.height,
                      array && multisample ? key.depth : 1);
     if (!texture->bind()) {
-        return texture; // the calls below would go to another texture
+        return texture; // the calls below would change the texture that the host has bound
     }
     if (!multisample) {
         glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
@@ -192,6 +193,7 @@ Texture *TexturePool::makeTexture(const Key &key, bool &hasStorage) const
                                 _fixedSampleLocations);
         break;
     }
+    // GL's own value: without memory for the texture it stays 0.
     hasStorage = texture->width(0) == key.width;
     texture->unbind();
     return texture;
@@ -205,6 +207,7 @@ bool operator==(const TexturePool::Key &left, const TexturePool::Key &right)
 
 uint qHash(const TexturePool::Key &key)
 {
+    // The combination of hash values of Boost's hash_combine: 2^32 divided by the golden ratio spreads the bits.
     constexpr uint kGoldenRatio = 0x9E3779B9u;
     uint seed = key.format;
     for (const int value : {key.width, key.height, key.depth, key.samples}) {

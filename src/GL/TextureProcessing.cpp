@@ -96,7 +96,7 @@ void main()
 }
 )";
 
-/// What both makers of a program begin with; the fragment stage is missing.
+/// A program without its fragment stage.
 std::unique_ptr<ShaderProgram> newPassProgram()
 {
     auto program = std::make_unique<ShaderProgram>(nullptr);
@@ -105,7 +105,7 @@ std::unique_ptr<ShaderProgram> newPassProgram()
     return program;
 }
 
-/// The draw itself, with the program, the source and the target's framebuffer bound.
+/// Draws the quad. The caller binds the program, the source and the framebuffer of the target.
 void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source)
 {
     const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
@@ -120,7 +120,8 @@ void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, 
     program->setUniform(QStringLiteral("u_Src"), static_cast<int>(source->unit()));
 
     const DefaultRasterState rasterState;
-    // texture() decodes sRGB, so the draw must encode: see TextureProcessingTest.APassKeepsEncodedColours...
+    // texture() decodes sRGB, so the draw must encode; see
+    // TextureProcessingTest.APassKeepsEncodedColoursAndLeavesAFullMipChainAndTheStatedState.
     const AutoEnabler encoding(GL_FRAMEBUFFER_SRGB);
     glDisable(GL_BLEND);
     glDisable(GL_DEPTH_TEST);
@@ -136,8 +137,8 @@ void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, 
     quad->unbind();
 }
 
-/// ProcessTexture(). Returns false, and draws nothing, when the program or a texture cannot be bound or the target
-/// makes no complete framebuffer.
+/// The body of ProcessTexture(). Returns false, and draws nothing, if the program or a texture cannot be bound or the
+/// framebuffer is incomplete.
 bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source,
              Texture *target)
 {
@@ -162,7 +163,7 @@ bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, T
     source->unbind();
     program->unbind();
 
-    if (!complete || !target->bind()) { // without the bind, the chain of another texture would be made
+    if (!complete || !target->bind()) { // unbound, the levels of the host's texture would be generated
         return false;
     }
     glGenerateMipmap(target->target());
@@ -170,7 +171,7 @@ bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, T
     return true;
 }
 
-/// Whether the texels are integers, which a sampler2D does not read.
+/// Whether the texels are integers: a sampler2D reads undefined values from them.
 bool holdsIntegers(Texture *texture)
 {
     const AutoBinder binder(texture);
@@ -178,7 +179,8 @@ bool holdsIntegers(Texture *texture)
     return type == GL_INT || type == GL_UNSIGNED_INT;
 }
 
-/// The pass of all five functions.
+/// The pass of SrgbToLinear() to RemapColorRange(). The caller's texture changes only after the draw succeeded; see
+/// TextureProcessingTest.TexturesThatNoPassCanDrawStayAsTheyAre.
 bool replaceByPass(Texture *&texture, const char *fragmentSource, const QHash<QString, QVariant> &uniforms)
 {
     std::unique_ptr<ShaderProgram> program(MakeTextureShaderFromString(QString::fromLatin1(fragmentSource)));
@@ -207,7 +209,7 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
     const int height = source->height(level);
     if (internalFormat == 0) {
         internalFormat = static_cast<unsigned>(source->internalFormat(level));
-        if (source->getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) != 0) {
+        if (source->getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) != 0) { // not renderable
             internalFormat = GL_RGBA;
         }
     }
@@ -261,7 +263,7 @@ ShaderProgram *MakeTextureShaderFromFile(const QString &fragmentFile)
 {
     std::unique_ptr<ShaderProgram> program = newPassProgram();
     program->addShaderFromFile(GL_FRAGMENT_SHADER, fragmentFile);
-    // Unlike above the log is left out.
+    // Required: unlike above, the messages do not contain the log.
     if (!program->compile()) {
         ZEL_LOG_WARNING("shader program failed to compile");
         return nullptr;
@@ -299,15 +301,16 @@ void BlitTexture(const Texture *source, const Texture *target, TextureFormat for
         break;
     }
 
+    // Plain GL calls below, because attach() takes no const texture.
     const FramebufferObject readFramebuffer(nullptr);
     const FramebufferObject drawFramebuffer(nullptr);
-    const AutoDisabler scissorTest(GL_SCISSOR_TEST);
+    const AutoDisabler scissorTest(GL_SCISSOR_TEST); // the only test that clips a blit
     for (const auto &[framebuffer, texture] :
          {std::pair(&readFramebuffer, source), std::pair(&drawFramebuffer, target)}) {
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer->getFBO());
         glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, texture->target(), texture->textureID(), 0);
         if (attachment
-            != GL_COLOR_ATTACHMENT0) { // before OpenGL 4.1 their missing image is an incompleteness
+            != GL_COLOR_ATTACHMENT0) { // before OpenGL 4.1 a missing colour image makes it incomplete
             glDrawBuffer(GL_NONE);
             glReadBuffer(GL_NONE);
         }
@@ -344,7 +347,8 @@ bool RemapColorRange(Texture *&texture, float low, float high)
     if (texture == nullptr) {
         return false;
     }
-    if (low == 0.0f && high == 1.0f) { // a NaN goes on
+    // Exact: a NaN is no identity; see TextureProcessingTest.RemapColorRangeOfTheIdentityDoesNothing.
+    if (low == 0.0f && high == 1.0f) {
         return false;
     }
     return replaceByPass(texture, kRemapColorRange,

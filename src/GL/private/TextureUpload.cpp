@@ -40,8 +40,7 @@ int componentsOf(GLenum format)
     }
 }
 
-/// The size of a component; of the whole texel for the packed types, for which
-/// \a packed becomes true.
+/// Returns the size of a component, or of the whole texel for a packed type. Sets \a packed.
 int bytesOfType(GLenum type, bool &packed)
 {
     packed = true;
@@ -86,6 +85,8 @@ int bytesOfType(GLenum type, bool &packed)
         return 8;
     }
 }
+
+// Both saturate: the sizes come from files, and a sum that wraps around would pass the check against the file's length.
 
 quint64 product(quint64 a, quint64 b)
 {
