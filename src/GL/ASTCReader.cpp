@@ -3,6 +3,7 @@
 #include "GLUtilities.h"
 #include "Texture.h"
 #include "TextureProcessing.h"
+#include "private/BoundTexture.h"
 #include "private/TextureUpload.h"
 
 #include <ZelCore/Memory.h>
@@ -138,12 +139,11 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     if (data == nullptr && dataSize != 0) {
         return nullptr;
     }
-    auto *texture = new Texture(nullptr);
-    texture->setTarget(GL_TEXTURE_2D);
-    if (!texture->bind()) { // the calls below would change the texture that the host has bound
-        delete texture;
+    std::unique_ptr<Texture> bound = newBoundTexture(GL_TEXTURE_2D);
+    if (!bound) {
         return nullptr;
     }
+    Texture *texture = bound.release(); // the remap below may replace it
     const GLenum format = internalFormat(_header[kBlockSizes], _header[kBlockSizes + 1], info.srgb);
     glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, sizeForGL(width()), sizeForGL(height()), 0,
                            static_cast<GLsizei>(dataSize), data);

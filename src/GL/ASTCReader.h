@@ -48,8 +48,8 @@ public:
     Texture *load(const TextureFileInfo &info) override;
 
 private:
-    bool hasExpectedSize() const;
-    unsigned int imageSize(int axis) const;
+    ZELGL_NO_EXPORT bool hasExpectedSize() const;
+    ZELGL_NO_EXPORT unsigned int imageSize(int axis) const;
 
     std::unique_ptr<Memory> _memory;
     QString _name;

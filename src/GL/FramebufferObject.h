@@ -102,13 +102,13 @@ public:
     bool isComplete();
 
 private:
-    bool isReadyToAttach(const Texture *texture) const;
-    bool isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const;
-    void recordAttachment(Texture *texture, unsigned int attachmentPoint, int level);
+    ZELGL_NO_EXPORT bool isReadyToAttach(const Texture *texture) const;
+    ZELGL_NO_EXPORT bool isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const;
+    ZELGL_NO_EXPORT void recordAttachment(Texture *texture, unsigned int attachmentPoint, int level);
 
-    static std::atomic<int> _numAlive;
-    static std::atomic<int> _numFBOTextures;
-    static std::atomic<int> _numActiveFBOTextures;
+    ZELGL_NO_EXPORT static std::atomic<int> _numAlive;
+    ZELGL_NO_EXPORT static std::atomic<int> _numFBOTextures;
+    ZELGL_NO_EXPORT static std::atomic<int> _numActiveFBOTextures;
 
     unsigned int _fbo = 0; ///< GL name; 0: none
     bool _fboBound = false;

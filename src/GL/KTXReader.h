@@ -96,19 +96,20 @@ private:
         eCutOff    ///< the data end before the last level, or no texture can have its size
     };
 
-    quint32 field(int offset) const;
-    void convertByteOrder();
-    bool readMetadata();
-    const char *textAt(quint64 offset) const;
+    ZELGL_NO_EXPORT quint32 field(int offset) const;
+    ZELGL_NO_EXPORT void convertByteOrder();
+    ZELGL_NO_EXPORT bool readMetadata();
+    ZELGL_NO_EXPORT const char *textAt(quint64 offset) const;
 
-    unsigned int target() const;
-    unsigned int internalFormat(bool srgb) const;
-    void setSampling(qint32 anisotropy) const;
-    Upload uploadLevels(Texture &texture, bool srgb, Source &source) const;
-    bool uploadLevel(const Level &level, Source &source) const;
-    quint64 bytesRead(const Level &level) const;
-    void uploadImage(unsigned int imageTarget, const Level &level, const unsigned char *data) const;
-    bool finishUpload(Upload upload) const;
+    ZELGL_NO_EXPORT unsigned int target() const;
+    ZELGL_NO_EXPORT unsigned int internalFormat(bool srgb) const;
+    ZELGL_NO_EXPORT void setSampling(qint32 anisotropy) const;
+    ZELGL_NO_EXPORT Upload uploadLevels(Texture &texture, bool srgb, Source &source) const;
+    ZELGL_NO_EXPORT bool uploadLevel(const Level &level, Source &source) const;
+    ZELGL_NO_EXPORT quint64 bytesRead(const Level &level) const;
+    ZELGL_NO_EXPORT void uploadImage(unsigned int imageTarget, const Level &level,
+                                     const unsigned char *data) const;
+    ZELGL_NO_EXPORT bool finishUpload(Upload upload) const;
 
     std::unique_ptr<Memory> _memory;
     QString _name;

@@ -1,7 +1,6 @@
 #include "TextureIO.h"
 
 #include "ASTCReader.h"
-#include "AutoBinder.h"
 #include "GLUtilities.h"
 #include "HDRReader.h"
 #include "KTXReader.h"
@@ -9,6 +8,7 @@
 #include "TextureLoader.h"
 #include "TextureProcessing.h"
 #include "TextureRecogniser.h"
+#include "private/BoundTexture.h"
 #include "private/BuiltinRecognisers.h"
 #include "private/ContextHold.h"
 #include "private/TextureUpload.h"
@@ -216,12 +216,11 @@ Texture *QImageToTexture(const QImage &image, bool asRG16F, const TextureFileInf
     if (!holdsPixels(image)) {
         return nullptr;
     }
-    auto *texture = new Texture(nullptr);
-    texture->setTarget(GL_TEXTURE_2D);
-    if (!texture->bind()) { // the calls below would change the texture that the host has bound
-        delete texture;
+    std::unique_ptr<Texture> bound = newBoundTexture(GL_TEXTURE_2D);
+    if (!bound) {
         return nullptr;
     }
+    Texture *texture = bound.release(); // the remap below may replace it
     const UnpackAlignment alignment(1);
     setFiltersAndWrap(GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE);
     setLevels(0, kImageLevels);
@@ -259,15 +258,17 @@ Texture *MakeColorTexture(const QColor &color)
 Texture *SolidColorTexture(float r, float g, float b, float a)
 {
     const unsigned char texel[4] = {componentByte(r), componentByte(g), componentByte(b), componentByte(a)};
-    auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA, 1, 1, 1, nullptr);
-    const AutoBinder binder(texture.get());
-    if (!texture->isBound()) { // the calls below would change the texture that the host has bound
+    std::unique_ptr<Texture> texture = newBoundTexture(GL_TEXTURE_2D, GL_RGBA, 1, 1, 1);
+    if (!texture) {
         return nullptr;
     }
-    const UnpackAlignment alignment(1);
-    setFiltersAndWrap(GL_NEAREST, GL_NEAREST, GL_REPEAT);
-    setLevels(0, 0);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
+    {
+        const UnpackAlignment alignment(1);
+        setFiltersAndWrap(GL_NEAREST, GL_NEAREST, GL_REPEAT);
+        setLevels(0, 0);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
+    }
+    texture->unbind();
     return texture.release();
 }
 

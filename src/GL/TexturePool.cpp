@@ -165,11 +165,11 @@ Texture *TexturePool::makeTexture(const Key &key, bool &hasStorage) const
 
     auto *texture = new Texture(nullptr);
     texture->setTarget(target);
-    // Required: of the arrays only the multisample one records its depth.
+    // Of the arrays only the multisample one records its depth.
     texture->setSize(0, static_cast<int>(internalFormat), key.width, key.height,
                      array && multisample ? key.depth : 1);
     if (!texture->bind()) {
-        return texture; // the calls below would change the texture that the host has bound
+        return texture; // the calls below would go to another texture
     }
     if (!multisample) {
         glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
@@ -193,7 +193,6 @@ Texture *TexturePool::makeTexture(const Key &key, bool &hasStorage) const
                                 _fixedSampleLocations);
         break;
     }
-    // GL's own value: without memory for the texture it stays 0.
     hasStorage = texture->width(0) == key.width;
     texture->unbind();
     return texture;

@@ -3,14 +3,13 @@
 #include "AutoBinder.h"
 #include "AutoDisabler.h"
 #include "AutoEnabler.h"
-#include "DrawBuffers.h"
 #include "FramebufferObject.h"
 #include "GLUtilities.h"
-#include "OpenGLDeviceContext.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
-#include "VertexArrayObject.h"
+#include "private/BoundTexture.h"
 #include "private/DefaultRasterState.h"
+#include "private/FullscreenPass.h"
 
 #include <memory>
 #include <utility>
@@ -108,12 +107,8 @@ std::unique_ptr<ShaderProgram> newPassProgram()
 /// Draws the quad. The caller binds the program, the source and the framebuffer of the target.
 void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source)
 {
-    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
-    quad->VAO()->bind();
-    quad->VAO()->enableShaderProgramArrays(program);
-    quad->VAO()->unbind();
-    quad->bind();
-
+    FullscreenPass pass;
+    pass.bind(*program);
     for (auto uniform = uniforms.constBegin(); uniform != uniforms.constEnd(); ++uniform) {
         program->setUniform(uniform.key(), uniform.value());
     }
@@ -123,18 +118,13 @@ void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, 
     // texture() decodes sRGB, so the draw must encode; see
     // TextureProcessingTest.APassKeepsEncodedColoursAndLeavesAFullMipChainAndTheStatedState.
     const AutoEnabler encoding(GL_FRAMEBUFFER_SRGB);
-    glDisable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glDepthMask(GL_FALSE);
+    FullscreenPass::setState();
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     glViewport(0, 0, source->width(0), source->height(0));
-    quad->draw(program);
-
-    // On, whatever they were before.
-    glDepthMask(GL_TRUE);
-    glEnable(GL_DEPTH_TEST);
-    quad->unbind();
+    pass.draw();
+    FullscreenPass::resetState();
+    pass.unbind(); // before the host's state is restored
 }
 
 /// The body of ProcessTexture(). Returns false, and draws nothing, if the program or a texture cannot be bound or the
@@ -227,21 +217,19 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
         return nullptr;
     }
 
-    auto *copy = new Texture(nullptr);
-    copy->setTarget(target);
+    std::unique_ptr<Texture> copy = newBoundTexture(target);
+    if (!copy) {
+        return nullptr;
+    }
     if (level == 0) {
         copy->setSize(level, static_cast<int>(internalFormat), width, height, 1);
-    }
-    if (!copy->bind()) {
-        delete copy;
-        return nullptr;
     }
     for (int i = 0; i < kParameterCount; ++i) {
         glTexParameteri(target, kParameters[i], values[i]);
     }
     glTexImage2D(target, level, static_cast<GLint>(internalFormat), width, height, 0, format, type, nullptr);
     copy->unbind();
-    return copy;
+    return copy.release();
 }
 
 ShaderProgram *MakeTextureShaderFromString(const QString &fragmentSource)
