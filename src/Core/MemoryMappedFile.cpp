@@ -25,7 +25,7 @@ MemoryMappedFile::MemoryMappedFile(const QString &path)
             _size = length;
         }
     }
-    close(file);
+    close(file); // the mapping stays valid
 }
 
 MemoryMappedFile::~MemoryMappedFile()

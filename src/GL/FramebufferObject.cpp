@@ -33,6 +33,7 @@ bool isColorAttachment(unsigned int attachmentPoint)
 bool isSingleImage(const Texture *texture)
 {
     if (isLayeredTarget(texture->target())) {
+        // The condition "false" is part of the message.
         ZEL_ASSERT_RETURN(false, false,
                           "Texture Target 0x%X is not supported by FramebufferObject::attach() use "
                           "FramebufferObject::attach3D()",
@@ -59,6 +60,7 @@ const char *incompleteText(GLenum status)
 
 } // namespace
 
+// Atomic, because every thread with a context may create framebuffers. The counts order no other memory.
 std::atomic<int> FramebufferObject::_numAlive{0};
 std::atomic<int> FramebufferObject::_numFBOTextures{0};
 std::atomic<int> FramebufferObject::_numActiveFBOTextures{0};
@@ -209,7 +211,7 @@ bool FramebufferObject::attach3D(Texture *texture, unsigned int attachmentPoint,
     switch (texture->target()) {
     case GL_TEXTURE_2D_ARRAY:
     case GL_PROXY_TEXTURE_2D_ARRAY:
-    case GL_TEXTURE_CUBE_MAP_ARRAY:
+    case GL_TEXTURE_CUBE_MAP_ARRAY: // glFramebufferTexture3D() refuses arrays
         glFramebufferTextureLayer(GL_FRAMEBUFFER, attachmentPoint, texture->textureID(), level, layer);
         break;
     default:
@@ -352,6 +354,7 @@ bool FramebufferObject::isReadyToAttachAt(const Texture *texture, unsigned int a
     if (!isReadyToAttach(texture)) {
         return false;
     }
+    // Reports only: GL replaces the attachment, and the record follows it.
     ZEL_ASSERT(false == this->_attachments.contains(attachmentPoint),
                "Framebuffer Object already has attachment at %d", attachmentPoint);
     return true;

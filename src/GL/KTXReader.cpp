@@ -237,6 +237,7 @@ const char *KTXReader::rawValue(unsigned int index) const
 
 Texture *KTXReader::load(const TextureFileInfo &info)
 {
+    // 1. Refuse what the upload does not support.
     if (isCubeMapTexture() && isArrayTexture()) {
         ZEL_BARE_WARNING("Cubemap arrays not supported yet, sorry!");
         return nullptr;
@@ -245,6 +246,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         ZEL_BARE_WARNING("Array textures not supported yet, sorry!");
         return nullptr;
     }
+    // 2. Map the image data, which follow the key-value block.
     const quint64 offset = kHeaderSize + field(eBytesOfKeyValueData);
     if (offset >= _memory->size()) {
         return nullptr;
@@ -255,6 +257,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         return nullptr;
     }
 
+    // 3. Upload the levels.
     auto *texture = new Texture(nullptr);
     if (target() != 0) {
         texture->setTarget(target());
@@ -270,6 +273,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         const Upload upload = uploadLevels(*texture, info.srgb, source);
         loaded = finishUpload(upload);
         texture->unbind();
+        // 4. Replace the texture with a remapped and flipped copy.
         if (!info.keepOrientation && upload != eCutOff) {
             RemapColorRange(texture, info.lowValue, info.highValue);
             FlipY(texture); // keeps the texture if WritableCopyOfTexture() returns null
@@ -382,7 +386,7 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
     if (std::max({level.width, level.height, usedDepth}) > longestTextureSide()) {
         return eCutOff;
     }
-    const quint32 levels = std::max(mipmapLevels(), 1u);
+    const quint32 levels = std::max(mipmapLevels(), 1u); // a file without levels still has its base level
     for (quint32 number = 0; number < levels; ++number) {
         checkInterruptionRequestAndSleep();
         if (number == kMostLevels || !source.holds(0, kWord)) {

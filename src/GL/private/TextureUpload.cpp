@@ -9,7 +9,7 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-constexpr quint64 kUnpackAlignment = 4;
+constexpr quint64 kUnpackAlignment = 4; // GL's default, and the padding of rows in KTX files
 
 int componentsOf(GLenum format)
 {
@@ -35,7 +35,7 @@ int componentsOf(GLenum format)
     case GL_RGB_INTEGER:
     case GL_BGR_INTEGER:
         return 3;
-    default:
+    default: // the largest: an unknown format must not make the size too small
         return 4;
     }
 }
@@ -81,7 +81,7 @@ int bytesOfType(GLenum type, bool &packed)
     case GL_UNSIGNED_INT:
     case GL_FLOAT:
         return 4;
-    default:
+    default: // the largest, for the same reason
         return 8;
     }
 }
