@@ -77,7 +77,7 @@ TEST_F(ASTCReaderTest, TheBlockSizeSelectsTheFormat)
                 TextureFileInfo info;
                 info.srgb = srgb;
                 EXPECT_NE(nullptr, reader.load(info));
-                // The registry numbers both forms in this order.
+                // GL numbers both forms in this order.
                 const GLenum first =
                     srgb ? GL_COMPRESSED_SRGB8_ALPHA8_ASTC_4x4_KHR : GL_COMPRESSED_RGBA_ASTC_4x4_KHR;
                 EXPECT_EQ(row == known.end() ? 0 : first + GLenum(row - known.begin()), format)

@@ -69,7 +69,7 @@ TEST_F(FramebufferObjectTest, WrongOrdersAreToldAndChangeNothing)
         EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
         framebuffer.setDrawBuffers();
     };
-    // The messages of all that, when a condition is not met.
+    // The messages of all calls above if a condition is not met.
     const auto expected = [](const char *condition, const QString &text) {
         std::vector<ExpectedMessage> messages = {asserted(condition, text + "unbind")};
         messages.insert(messages.end(), 6, asserted(condition, text + "attach"));
@@ -107,7 +107,7 @@ TEST_F(FramebufferObjectTest, WrongOrdersAreToldAndChangeNothing)
                     asserted("0u != this->_fbo", "Framebuffer Object is NULL on bind"));
     tryAll();
     std::vector<ExpectedMessage> messages = expected("0u != this->_fbo", "Framebuffer Object is NULL on ");
-    messages.push_back(asserted(bound, notBound + "attach")); // of the draw buffers, which go on
+    messages.push_back(asserted(bound, notBound + "attach")); // from setDrawBuffers(), which continues
     EXPECT_TRUE(takeMessages(messages));
     framebuffer.setFBO(name);
     EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
@@ -166,7 +166,7 @@ TEST_F(FramebufferObjectTest, CreatedTexturesAreTheCallersAndLayersLieAtConsecut
 
 TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
 {
-    using Entry = std::pair<Texture *, int>; // and the level
+    using Entry = std::pair<Texture *, int>; // texture and level
     std::mt19937 random(7);
     std::vector<std::unique_ptr<Texture>> textures;
     for (int i = 0; i < 5; ++i) {
@@ -179,7 +179,7 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
     std::vector<unsigned int> drawn;
     int made = 0;
     size_t calls = 0;
-    // In place of the call, which refuses a point that stands twice.
+    // Instead of the call, which refuses a point that is listed twice.
     Hook<&glDrawBuffers> drawBuffers;
     std::vector<unsigned int> given;
     drawBuffers.replace([&](GLsizei count, const GLenum *list) { given.assign(list, list + count); });
@@ -214,7 +214,7 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
             calls += attached || book[point] != entry;
             ++made, active += attached;
             if (attached && point < GL_DEPTH_ATTACHMENT) {
-                drawn.push_back(point); // again, if it is there
+                drawn.push_back(point); // listed twice if it is in use
             }
             book[point] = entry;
         }

@@ -28,7 +28,7 @@ std::unique_ptr<Texture> load(const KtxFile &file)
     return Reader(file.bytes()).load(asInFile());
 }
 
-/// A level, a slice or a line of a texture of bytes, against its rows.
+/// Compares a level, a slice or a line of a texture of bytes with its rows.
 testing::AssertionResult holds(const Texture &texture, int level, int layer, int width, int height,
                                const QByteArray &bytes, int channels = 4, int rowSize = 0)
 {
@@ -127,7 +127,7 @@ TEST_F(KTXHeaderTest, MetadataThatEndExactlyOnTheirBlockAreInvalid)
 
 TEST_F(KTXHeaderTest, AValueIsTheFirstNulOrTheLastByteOfItsEntry)
 {
-    // Without a NUL inside: the last byte, and the text that goes on from there.
+    // Without a NUL in the entry: the last byte, and the text that starts there.
     const QByteArray entry("\4\0\0\0wxyz", 8);
     const Reader reader(withKeyValues(entry + QByteArray("\0\0\0\0", 4) + "!").bytes());
     ASSERT_TRUE(reader.valid());
@@ -140,7 +140,7 @@ TEST_F(KTXHeaderTest, AValueIsTheFirstNulOrTheLastByteOfItsEntry)
 TEST_F(KTXHeaderTest, MetadataThatLeaveTheFileEndTheWalkAndTheirTextsAreNull)
 {
     KtxFile file;
-    file.keyValues = QByteArray("\xFF\0\0\0endless", 11); // its size leads far beyond the end
+    file.keyValues = QByteArray("\xFF\0\0\0endless", 11); // its size points far beyond the end
     const Reader endless(file.bytes());
     ASSERT_TRUE(endless.valid()) << "the walk did not stop on the end";
     ASSERT_EQ(1u, endless->numMetadataEntries());
@@ -151,7 +151,7 @@ TEST_F(KTXHeaderTest, MetadataThatLeaveTheFileEndTheWalkAndTheirTextsAreNull)
     EXPECT_TRUE(endless->key(0).isNull());
 
     QByteArray cut = withKeyValues(KtxFile::paddedEntry("key", "1234")).bytes().left(64 + 4 + 8 + 3);
-    cut.replace(60, 4, QByteArray("\xFF\xFF\xFF\x7F", 4)); // the end lies within what would be the next size
+    cut.replace(60, 4, QByteArray("\xFF\xFF\xFF\x7F", 4)); // the file ends within the next size
     const Reader reader(cut);
     ASSERT_TRUE(reader.valid());
     EXPECT_EQ(1u, reader->numMetadataEntries());
@@ -170,7 +170,7 @@ TEST_F(KTXReaderTest, LevelsAreUploadedFromTheLargestAndTheStateIsRestored)
     file.addLevel(64).addLevel(16).addLevel(4);
     driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
     const StateGuard guard;
-    driver()->glEnable(GL_NONE); // an error of the host, which is not the load's
+    driver()->glEnable(GL_NONE); // an error of the host, not of the load
     const auto texture = load(file);
     EXPECT_EQ(1, TestContext::takeDriverReports().size());
     ASSERT_NE(nullptr, texture);
@@ -356,7 +356,7 @@ TEST_F(KTXReaderTest, AnImageSizeOtherThanWhatGLReadsDoesAsLongAsTheBytesAreTher
 {
     KtxFile file = KtxFile::of(4, 4, 0);
     for (const quint32 imageSize :
-         {10u, 0xFFFFFFFFu}) { // the second leads beyond the end, where nothing is read
+         {10u, 0xFFFFFFFFu}) { // the second points beyond the end, which is never read
         file.levels = {{imageSize, rampBytes(64)}};
         const auto texture = load(file);
         ASSERT_NE(nullptr, texture);
@@ -371,9 +371,9 @@ TEST_F(KTXReaderTest, SizesBeyondAllMemoryAndEndlessLevelsFail)
 {
     KtxFile huge = KtxFile::of(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(nullptr, load(huge.addLevel(64)));
-    huge.glType = huge.glFormat = 0x7777; // nobody knows these, so the largest texel counts
+    huge.glType = huge.glFormat = 0x7777; // unknown, so the size of the largest texel is used
     EXPECT_EQ(nullptr, load(huge));
-    // In 32 bits its blocks take the 64 bytes that are there.
+    // In 32 bits the size of its blocks is the 64 bytes of the file.
     KtxFile wide = KtxFile::compressed(0x20000008, 8, GL_COMPRESSED_RGBA8_ETC2_EAC);
     EXPECT_EQ(nullptr, load(wide.addLevel(64)));
     EXPECT_MESSAGES(failure(), failure(), failure("Compressed texture"));
@@ -388,7 +388,7 @@ TEST_F(KTXReaderTest, SizesBeyondAllMemoryAndEndlessLevelsFail)
 
 namespace {
 
-/// A thread that asks its loads to pause a number of times, and counts how often it is looked at.
+/// A thread that requests a number of pauses and counts the reads of its property.
 class PausingThread : public QThread
 {
     Q_OBJECT

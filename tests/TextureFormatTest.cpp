@@ -32,7 +32,7 @@ TEST(TextureFormatTest, TransferFormatsAgreeWithTheFormatTables)
         {RGBA16I, GL_SHORT},
         {R11FG11FB10F, GL_UNSIGNED_INT_10F_11F_11F_REV},
         {DEPTH24_STENCIL8, GL_UNSIGNED_INT_24_8},
-        {DEPTH32F_STENCIL8, GL_UNSIGNED_INT_24_8}}; // of the fixed-point type on purpose
+        {DEPTH32F_STENCIL8, GL_UNSIGNED_INT_24_8}}; // required: the type of the fixed-point format
     for (unsigned int value = R; value <= DEPTH32F_STENCIL8; ++value) {
         const auto format = TextureFormat(value);
         const auto type = typesWithoutAgreement.find(value);

@@ -58,7 +58,7 @@ protected:
     QTemporaryDir _folder;
 };
 
-/// A recogniser that takes nothing, notes that it was asked, and tells when it goes.
+/// A recogniser that accepts no bytes and logs its calls and its deletion.
 class Witness : public TextureRecogniser
 {
 public:
@@ -81,7 +81,7 @@ private:
     QStringList &_log;
 };
 
-/// Puts the built-in recognisers back, for the sake of later tests of the process.
+/// Restores the built-in recognisers for later tests of the process.
 struct BuiltInRecognisers
 {
     ~BuiltInRecognisers()
@@ -95,7 +95,7 @@ struct BuiltInRecognisers
 
 QImage fourColors()
 {
-    static const QRgb rows[] = {qRgba(255, 0, 0, 255), qRgba(0, 255, 0, 128), // the upper one
+    static const QRgb rows[] = {qRgba(255, 0, 0, 255), qRgba(0, 255, 0, 128), // the upper row
                                 qRgba(0, 0, 255, 255), qRgba(51, 102, 153, 255)};
     return QImage(reinterpret_cast<const uchar *>(rows), 2, 2, QImage::Format_ARGB32);
 }
@@ -113,13 +113,13 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
     }
 
     QStringList log;
-    const BuiltInRecognisers after; // and so before the log goes
+    const BuiltInRecognisers after; // deletes the recognisers before the log
     DeleteAllRegisteredTextureRecognisers();
     auto *first = new Witness("first", log);
     RegisterTextureRecogniser(first, QString());
     RegisterTextureRecogniser(new Witness("early", log), "ktx");
-    RegisterTextureRecogniser(new Witness("late", log), "KtX"); // replaces the claim of the one before
-    RegisterTextureRecogniser(first, "dat");                    // once in the list all the same
+    RegisterTextureRecogniser(new Witness("late", log), "KtX"); // replaces the claim of "early"
+    RegisterTextureRecogniser(first, "dat");                    // still listed once
     const auto asked = [&](const QStringList &names, const QString &path) {
         const QString between = " asked about " + path;
         EXPECT_EQ(names.join(between + '|') + between, std::exchange(log, {}).join('|'));
@@ -133,7 +133,7 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
     QByteArray bytes = kKtxBytes;
     EXPECT_EQ(nullptr, IdentifyTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()),
                                                  size_t(bytes.size()), "memory.ktx"));
-    asked({"first", "early", "late"}, "memory.ktx"); // which has no suffix step
+    asked({"first", "early", "late"}, "memory.ktx"); // the suffix is ignored
     DeleteAllRegisteredTextureRecognisers();
     EXPECT_EQ(QStringList({"first deleted", "early deleted", "late deleted"}), log);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain)) << "whose recogniser is gone";
@@ -141,7 +141,7 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
 
 TEST_F(TextureIOTest, FilesThatNobodyRecognisesAreLeftToQImage)
 {
-    const QString path = writeImage("image.hdr", fourColors()); // a PNG for all its name
+    const QString path = writeImage("image.hdr", fourColors()); // a PNG despite its name
     const TexturePointer texture = load(path);
     ASSERT_NE(nullptr, texture);
     EXPECT_MESSAGES(loaded(path));
@@ -220,7 +220,7 @@ TEST_F(TextureIOTest, MemoryStaysFlatOverManyLoads)
         loadMemory(files[round++ % files.size()]);
         _capture.take();
         if (round % 100 == 0) {
-            driver()->glFinish(); // until then a driver may keep what was deleted
+            driver()->glFinish(); // until then a driver may keep deleted objects
         }
     }));
     EXPECT_EQ(0, Texture::NumAlive());

@@ -44,7 +44,7 @@ TEST_F(TexturePoolTest, KeysDifferInEveryFieldAndFoldToTheirHash)
         EXPECT_FALSE(key == other);
     }
 
-    quint64 seed = 8; // the same in wide arithmetic, cut to 32 bits at each step
+    quint64 seed = 8; // the same in 64 bits, truncated to 32 bits at each step
     for (const quint64 value : {640, 480, 2, 4}) {
         seed ^= (value + 0x9E3779B9u + (seed << 6) + (seed >> 2)) & 0xFFFFFFFFu;
     }
@@ -177,7 +177,7 @@ TEST_F(TexturePoolTest, TheSummaryCountsTexturesAndKinds)
     _pool.printSummary();
     EXPECT_TRUE(takeMessages(summary(0, 0, 0)));
 
-    // From RGB10A2 on the names run two rows behind; where they end the number stands.
+    // From R11FG11FB10F on a format has the name of the one two positions later; without a name, its number.
     const std::pair<TextureFormat, const char *> rows[] = {{R, "R       "},
                                                            {RGBA16I, "RGBA16I "},
                                                            {R11FG11FB10F, "R32I    "},

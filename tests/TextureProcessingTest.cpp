@@ -25,7 +25,7 @@ protected:
 
     ~TextureProcessingTest() override { OpenGLDeviceContext::resetContext(); }
 
-    /// Random colours of 0 to 1, the ends among them; the same at each call.
+    /// Random colours from 0 to 1, including both ends; the same at each call.
     static Pixels source()
     {
         std::mt19937 random(5);
@@ -180,7 +180,7 @@ TEST_F(TextureProcessingTest, TexturesThatNoPassCanDrawStayAsTheyAre)
         Texture *texture = kept.get();
         EXPECT_FALSE(FlipY(texture)) << internalFormat;
         ASSERT_EQ(kept.get(), texture) << internalFormat;
-        _capture.take(); // of the formats that the tables do not know
+        _capture.take(); // messages of formats that the tables do not list
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
 /// \file
-/// The export mark of libZelCore.
+/// Visibility of the symbols of libZelCore.
 
 #define ZELCORE_EXPORT __attribute__((visibility("default")))

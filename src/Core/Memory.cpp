@@ -6,7 +6,7 @@ Memory::~Memory() = default;
 
 unsigned char *Memory::range(unsigned char *base, quint64 size, quint64 offset, quint64 length)
 {
-    // In this order nothing overflows, whatever a damaged file asks for.
+    // This order of the checks avoids overflow: offset and length may come from a malformed file.
     if (base == nullptr || offset > size || length > size - offset) {
         return nullptr;
     }

@@ -6,17 +6,16 @@
 
 namespace Orvane { namespace Zel {
 
-/// A source of bytes: what a reader of a file format sees of a file.
+/// A range of bytes from which a reader of a file format reads.
 ///
 /// \snippet core.cpp Memory
 ///
 /// Units:   bytes.
-/// Errors:  a range that is not wholly inside gives a null view; nothing is logged.
-/// Source:  RawMemory over a caller's buffer, MemoryMappedFile over a file.
+/// Errors:  silent: the view of a range that is not completely inside is null.
+/// Source:  RawMemory reads a buffer of the caller, MemoryMappedFile a file.
 ///
-/// Several views may be out at once. All of them are writable, and end with the
-/// object, given back or not. Views of one object show the same bytes: what is
-/// written through one is seen through the others.
+/// Several views may exist at the same time. They are writable and show the same
+/// bytes. All views end with the object, whether unmapped or not.
 class ZELCORE_EXPORT Memory
 {
     Q_DISABLE_COPY(Memory)
@@ -26,17 +25,17 @@ public:
 
     virtual quint64 size() const = 0;
 
-    /// The bytes from \a offset on, \a length of them; null when they are not there.
+    /// Returns a view of \a length bytes at \a offset, or null if they are not all inside.
     virtual unsigned char *map(quint64 offset, quint64 length) = 0;
 
-    /// Gives a view back. Any pointer into it will do, the one behind its last
-    /// byte included.
+    /// Ends a view. \a view is any pointer into it, or the one past its last byte.
     virtual void unmap(const unsigned char *view) = 0;
 
 protected:
     Memory() = default;
 
-    /// The range of a block of \a size bytes at \a base; null when it is not wholly inside.
+    /// Returns the range of a block of \a size bytes at \a base, or null if it is not
+    /// completely inside.
     static unsigned char *range(unsigned char *base, quint64 size, quint64 offset, quint64 length);
 };
 

@@ -11,7 +11,7 @@ namespace Orvane { namespace Zel {
 
 MemoryMappedFile::MemoryMappedFile(const QString &path)
 {
-    // Non-blocking for the sake of a path that turns out to be a pipe.
+    // Non-blocking, because open() would wait for a writer if the path names a pipe.
     const int file = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) {
         return;
@@ -25,7 +25,7 @@ MemoryMappedFile::MemoryMappedFile(const QString &path)
             _size = length;
         }
     }
-    close(file);
+    close(file); // the mapping stays valid
 }
 
 MemoryMappedFile::~MemoryMappedFile()
@@ -47,7 +47,7 @@ unsigned char *MemoryMappedFile::map(quint64 offset, quint64 length)
 
 void MemoryMappedFile::unmap(const unsigned char *)
 {
-    // Readers give back where they stopped reading, which names no mapping; the whole one stays until the end.
+    // Readers pass the position up to which they read, which identifies no view. The destructor unmaps the file.
 }
 
 }} // namespace Orvane::Zel

@@ -6,16 +6,16 @@
 
 namespace Orvane { namespace Zel {
 
-/// A file as memory, mapped as a whole for the life of the object.
+/// The bytes of a file, which is mapped as a whole for the life of the object.
 ///
 /// \snippet core.cpp MemoryMappedFile
 ///
-/// Errors:  a file that is missing, empty, unreadable or no regular file has the
-///          size 0 and null views only.
-/// Source:  mmap, private and copy-on-write: views can be written, and the file
-///          on disk never changes.
+/// Errors:  silent: if the file is missing, empty, unreadable or no regular file, the
+///          size is 0 and all views are null.
+/// Source:  mmap, private and copy-on-write: writing to a view never changes the file
+///          on disk.
 ///
-/// The file must not be made shorter by others while the object lives.
+/// No other process may shorten the file while the object exists.
 class ZELCORE_EXPORT MemoryMappedFile : public Memory
 {
 public:
@@ -27,7 +27,7 @@ public:
     void unmap(const unsigned char *view) override;
 
 private:
-    unsigned char *_data = nullptr; ///< the whole file; null when there is none
+    unsigned char *_data = nullptr; ///< the whole file, or null
     quint64 _size = 0;
 };
 

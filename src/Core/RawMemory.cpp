@@ -20,6 +20,6 @@ unsigned char *RawMemory::map(quint64 offset, quint64 length)
     return range(_data, _size, offset, length);
 }
 
-void RawMemory::unmap(const unsigned char *) {}
+void RawMemory::unmap(const unsigned char *) {} // views are pointers into the caller's buffer
 
 }} // namespace Orvane::Zel

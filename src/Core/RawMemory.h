@@ -4,14 +4,14 @@
 
 namespace Orvane { namespace Zel {
 
-/// A view of a buffer of the caller's, which must outlive this object and is
-/// never freed by it. What a reader writes into a view is written into the buffer.
+/// The bytes of a buffer of the caller. The buffer must outlive this object, which never
+/// frees it. Writing to a view writes to the buffer.
 ///
 /// \snippet core.cpp RawMemory
 class ZELCORE_EXPORT RawMemory : public Memory
 {
 public:
-    /// A null buffer has the size 0, whatever is said.
+    /// The size of a null buffer is 0, whatever \a size is.
     RawMemory(unsigned char *data, unsigned long size);
     ~RawMemory() override;
 

@@ -13,11 +13,11 @@ namespace {
 QString findResources()
 {
     Dl_info library = {};
-    // By a private function: the address of an exported one may lie in the program that uses it.
+    // The address of a private function, because that of an exported one may be in the program that calls it.
     if (dladdr(reinterpret_cast<void *>(&findResources), &library) == 0 || library.dli_fname == nullptr) {
         return QString();
     }
-    // Canonical, since the library may have been reached by a link from another tree.
+    // Canonical, because the library may have been loaded through a link in another tree.
     const QString directory = QFileInfo(QFile::decodeName(library.dli_fname)).canonicalPath();
     return directory.isEmpty() ? QString() : QDir::cleanPath(directory + "/" ZELCORE_RESOURCES_FROM_LIBRARY);
 }

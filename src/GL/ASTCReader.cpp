@@ -3,6 +3,7 @@
 #include "GLUtilities.h"
 #include "Texture.h"
 #include "TextureProcessing.h"
+#include "private/BoundTexture.h"
 #include "private/TextureUpload.h"
 
 #include <ZelCore/Memory.h>
@@ -60,7 +61,7 @@ int formatIndex(unsigned char blockSize)
     }
 }
 
-/// 0, which GL refuses, where there is no such format.
+/// Returns 0, which GL refuses, for an unknown block size.
 GLenum internalFormat(unsigned char blockWidth, unsigned char blockHeight, bool srgb)
 {
     const int width = formatIndex(blockWidth);
@@ -72,8 +73,8 @@ GLenum internalFormat(unsigned char blockWidth, unsigned char blockHeight, bool 
     return srgb ? format.srgb : format.linear;
 }
 
-/// A size that no texture has becomes one that every driver refuses, which is left to
-/// its debug output.
+/// Replaces a size above the limit with one that every driver refuses: some drivers fail on the size itself; see
+/// ASTCReaderTest.SizesThatNoTextureHasAreRefusedByEveryDriver.
 GLsizei sizeForGL(quint32 size)
 {
     return size <= longestTextureSide() ? static_cast<GLsizei>(size) : -1;
@@ -138,12 +139,11 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     if (data == nullptr && dataSize != 0) {
         return nullptr;
     }
-    auto *texture = new Texture(nullptr);
-    texture->setTarget(GL_TEXTURE_2D);
-    if (!texture->bind()) { // the calls below would go to another texture
-        delete texture;
+    std::unique_ptr<Texture> bound = newBoundTexture(GL_TEXTURE_2D);
+    if (!bound) {
         return nullptr;
     }
+    Texture *texture = bound.release(); // the remap below may replace it
     const GLenum format = internalFormat(_header[kBlockSizes], _header[kBlockSizes + 1], info.srgb);
     glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, sizeForGL(width()), sizeForGL(height()), 0,
                            static_cast<GLsizei>(dataSize), data);
@@ -154,14 +154,14 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
         _memory->unmap(data);
     }
     RemapColorRange(texture, info.lowValue, info.highValue);
-    return texture; // errors of GL are for the host's debug output
+    return texture; // required: no check for GL errors; see ASTCReaderTest.WhatGLRefusesIsLeftToItsDebugOutput
 }
 
-/// Whether the file has one block for each part of the image, partial ones at the
-/// edges included, and the header.
+/// Whether the file consists of the header and of the blocks that cover the image, including partial blocks at the
+/// edges.
 bool ASTCReader::hasExpectedSize() const
 {
-    quint32 blocks = 1; // the arithmetic is in 32 bits
+    quint32 blocks = 1; // required: 32 bits, which wrap around for huge sizes
     for (int axis = 0; axis < 3; ++axis) {
         const unsigned int blockSize = _header[kBlockSizes + axis];
         if (blockSize == 0) {

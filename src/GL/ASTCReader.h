@@ -20,23 +20,23 @@ public:
     TextureLoader *recognise(Memory *memory, const QString &name) const override;
 };
 
-/// A single ASTC image, which goes to GL compressed, as it lies in the mapping. One
-/// level, filtered by the nearest texel.
+/// Reads a file with a single ASTC image. GL reads the compressed blocks directly from
+/// the mapping. The texture has one level and nearest filters.
 ///
 /// \snippet images.cpp ASTCReader
 ///
-/// Units:   texels.
-/// Context: load() needs a current one.
-/// Errors:  valid() is false unless the file is exactly as long as its sizes ask
-///          for. What GL refuses, such as a block size that it does not know, is
-///          not noticed here.
+/// Units:   sizes are texels.
+/// Context: load() needs a current context.
+/// Errors:  valid() is false unless the length of the file is exactly what its sizes
+///          require. load() does not check for errors of GL, such as those of an unknown
+///          block size.
 /// Source:  the file header of Arm's ASTC encoder; GL_KHR_texture_compression_astc_ldr.
 class ZELGL_EXPORT ASTCReader : public TextureLoader2DHelper
 {
     Q_DISABLE_COPY(ASTCReader)
 
 public:
-    /// Owns \a memory. \a name is for messages.
+    /// Takes ownership of \a memory. \a name is for messages.
     ASTCReader(Memory *memory, const QString &name);
     ~ASTCReader() override;
 
@@ -48,8 +48,8 @@ public:
     Texture *load(const TextureFileInfo &info) override;
 
 private:
-    bool hasExpectedSize() const;
-    unsigned int imageSize(int axis) const;
+    ZELGL_NO_EXPORT bool hasExpectedSize() const;
+    ZELGL_NO_EXPORT unsigned int imageSize(int axis) const;
 
     std::unique_ptr<Memory> _memory;
     QString _name;

@@ -29,10 +29,11 @@ bool isColorAttachment(unsigned int attachmentPoint)
            && attachmentPoint != GL_DEPTH_STENCIL_ATTACHMENT;
 }
 
-/// Whether one image stands for the whole texture, as attach() and attachUpdate() need it.
+/// Whether a level of the texture is a single image: attach() and attachUpdate() require it.
 bool isSingleImage(const Texture *texture)
 {
     if (isLayeredTarget(texture->target())) {
+        // The condition "false" is part of the message.
         ZEL_ASSERT_RETURN(false, false,
                           "Texture Target 0x%X is not supported by FramebufferObject::attach() use "
                           "FramebufferObject::attach3D()",
@@ -59,6 +60,7 @@ const char *incompleteText(GLenum status)
 
 } // namespace
 
+// Atomic, because every thread with a context may create framebuffers. The counts order no other memory.
 std::atomic<int> FramebufferObject::_numAlive{0};
 std::atomic<int> FramebufferObject::_numFBOTextures{0};
 std::atomic<int> FramebufferObject::_numActiveFBOTextures{0};
@@ -115,7 +117,9 @@ bool FramebufferObject::destroy()
 {
     ZEL_ASSERT_RETURN(false == this->_fboBound, false, "Framebuffer Object is already bound on destroy");
     if (_fbo != 0) {
-        glDeleteFramebuffers(1, &_fbo); // wrapped names too; the name stays on record
+        // Deletes wrapped names too; see FramebufferObjectTest.CountsObjectsWithAName. _fbo keeps the name for
+        // getFBO().
+        glDeleteFramebuffers(1, &_fbo);
         _numAlive.fetch_sub(1, std::memory_order_relaxed);
     }
     return true;
@@ -130,7 +134,7 @@ void FramebufferObject::setFBO(unsigned int fbo)
 {
     _numAlive.fetch_add(int(fbo != 0) - int(_fbo != 0), std::memory_order_relaxed);
     _fbo = fbo;
-    _readBuffer = GL_COLOR_ATTACHMENT0; // that of a new name
+    _readBuffer = GL_COLOR_ATTACHMENT0; // GL's default for a new name; a query would need a bind
 }
 
 bool FramebufferObject::bind()
@@ -169,7 +173,7 @@ bool FramebufferObject::attachUpdate(Texture *texture, unsigned int attachmentPo
     if (!_attachments.contains(attachmentPoint)) {
         return attach(texture, attachmentPoint, level);
     }
-    _numFBOTextures.fetch_add(1, std::memory_order_relaxed); // also where nothing changes
+    _numFBOTextures.fetch_add(1, std::memory_order_relaxed); // counts requests, not GL calls
     if (_attachments.value(attachmentPoint) == texture && _attachmentLevels.value(attachmentPoint) == level) {
         return true;
     }
@@ -177,6 +181,7 @@ bool FramebufferObject::attachUpdate(Texture *texture, unsigned int attachmentPo
         return false;
     }
     glFramebufferTexture(GL_FRAMEBUFFER, attachmentPoint, texture->textureID(), level);
+    // Not recordAttachment(): the point is a draw buffer already, and the number of active attachments stays.
     _attachments[attachmentPoint] = texture;
     _attachmentLevels[attachmentPoint] = level;
     return true;
@@ -206,7 +211,7 @@ bool FramebufferObject::attach3D(Texture *texture, unsigned int attachmentPoint,
     switch (texture->target()) {
     case GL_TEXTURE_2D_ARRAY:
     case GL_PROXY_TEXTURE_2D_ARRAY:
-    case GL_TEXTURE_CUBE_MAP_ARRAY:
+    case GL_TEXTURE_CUBE_MAP_ARRAY: // glFramebufferTexture3D() refuses arrays
         glFramebufferTextureLayer(GL_FRAMEBUFFER, attachmentPoint, texture->textureID(), level, layer);
         break;
     default:
@@ -226,7 +231,7 @@ bool FramebufferObject::createTexture2D(unsigned int attachmentPoint, unsigned i
     if (attach(texture, attachmentPoint, 0)) {
         return true;
     }
-    delete texture; // nobody could find it
+    delete texture; // without an attachment the caller has no way to get it
     return false;
 }
 
@@ -239,7 +244,7 @@ bool FramebufferObject::createTexture3D(unsigned int attachmentPoint, unsigned i
     for (int layer = 0; layer < depth; ++layer) {
         attached = attach3D(texture, attachmentPoint + static_cast<unsigned int>(layer), layer, 0);
     }
-    if (!attached) { // what fails for one layer fails for all
+    if (!attached) { // no condition depends on the layer: the last result is that of all layers
         delete texture;
     }
     return attached;
@@ -264,7 +269,7 @@ Texture *FramebufferObject::detach(unsigned int attachmentPoint)
 
 void FramebufferObject::detachAll()
 {
-    const QList<unsigned int> points = attachmentPoints();
+    const QList<unsigned int> points = attachmentPoints(); // a copy: detach() changes the table
     for (const unsigned int point : points) {
         detach(point);
     }
@@ -307,7 +312,8 @@ QList<unsigned int> FramebufferObject::attachmentPoints() const
 
 void FramebufferObject::setDrawBuffers()
 {
-    // The texts are those of attaching; both are told, and GL is called all the same.
+    // Required: the texts say "attach", and the call to GL follows even if both conditions fail; see
+    // FramebufferObjectTest.WrongOrdersAreToldAndChangeNothing.
     ZEL_ASSERT(0u != this->_fbo, "Framebuffer Object is NULL on attach");
     ZEL_ASSERT(true == this->_fboBound, "Framebuffer Object is not bound on attach");
     glDrawBuffers(_drawBuffers.size(), _drawBuffers.constData());
@@ -323,7 +329,7 @@ bool FramebufferObject::isComplete()
 {
     const bool wasBound = _fboBound;
     if (!wasBound && !bind()) {
-        return false; // GL would speak of another framebuffer
+        return false; // GL would check the framebuffer that the host has bound
     }
     const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     if (!wasBound) {
@@ -348,6 +354,7 @@ bool FramebufferObject::isReadyToAttachAt(const Texture *texture, unsigned int a
     if (!isReadyToAttach(texture)) {
         return false;
     }
+    // Reports only: GL replaces the attachment, and the record follows it.
     ZEL_ASSERT(false == this->_attachments.contains(attachmentPoint),
                "Framebuffer Object already has attachment at %d", attachmentPoint);
     return true;
@@ -358,7 +365,7 @@ void FramebufferObject::recordAttachment(Texture *texture, unsigned int attachme
     _attachments[attachmentPoint] = texture;
     _attachmentLevels[attachmentPoint] = level;
     if (isColorAttachment(attachmentPoint)) {
-        _drawBuffers.append(attachmentPoint); // a point that was taken now stands twice
+        _drawBuffers.append(attachmentPoint); // a point that was in use is now listed twice
     }
     _numFBOTextures.fetch_add(1, std::memory_order_relaxed);
     _numActiveFBOTextures.fetch_add(1, std::memory_order_relaxed);

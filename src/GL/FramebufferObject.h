@@ -13,79 +13,78 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// One GL framebuffer name, with a book of what is attached where, at which mip
-/// level, and which of it are draw buffers.
+/// A GL framebuffer and a record of its attachments: texture, mip level and order of the draw buffers.
 ///
 /// \snippet textures.cpp FramebufferObject
 ///
 /// Units:   attachment points are GL's enums; levels and layers count from 0.
-/// Context: construct, use and delete with one and the same context current. The
-///          bind does not nest, and unbind() goes to framebuffer 0: whoever needs
-///          the previous binding saves it.
-/// Errors:  a wrong order of calls is diagnosed and answered with false or null. A
-///          point that is taken is reported, and attached to all the same. A null
-///          texture is answered with false.
+/// Context: construct, use and delete with the same context current. bind() does not
+///          nest, and unbind() binds framebuffer 0: the caller saves the previous
+///          binding if it needs it.
+/// Errors:  calls in the wrong order log a critical message and return false or null.
+///          Attaching to a point that is in use logs one too, and still attaches. A
+///          null texture returns false without a message.
 /// Source:  OpenGL 3.2 core, framebuffer objects.
 ///
-/// Textures are borrowed: deleting the framebuffer leaves them alone.
+/// Textures are borrowed: deleting the framebuffer does not delete them.
 class ZELGL_EXPORT FramebufferObject : public QObject, public Bindable
 {
     Q_OBJECT
     Q_DISABLE_COPY(FramebufferObject)
 
 public:
-    /// Objects with a GL name.
+    /// Number of objects that have a GL name.
     static int NumAlive();
-    /// Attachments made since the last reset, those that attachUpdate() saved
-    /// included: a measure of churn.
+    /// Number of attachments since the last reset. Calls of attachUpdate() that needed
+    /// no GL call count too.
     static int NumFBOTextures();
     static void ResetNumFBOTextures();
-    /// Attachments made and not detached.
+    /// Number of attachments that are not detached yet.
     static int NumActiveFBOTextures();
 
-    /// Makes a GL name.
+    /// Calls create().
     explicit FramebufferObject(QObject *parent);
-    /// Takes over a GL name, which destroy() deletes.
+    /// Takes ownership of a GL name: destroy() deletes it.
     FramebufferObject(unsigned int fbo, QObject *parent);
     ~FramebufferObject() override;
 
     bool create();
-    /// True without a name; false, and the name stays, while bound. Otherwise the
-    /// name stays on record, for the end of the object's life only.
+    /// Deletes the GL framebuffer. Returns false, and deletes nothing, while bound.
+    /// getFBO() still returns the name afterwards: do not use the object again.
     bool destroy();
     unsigned int getFBO() const;
-    /// Replaces the name on record; deletes nothing.
+    /// Replaces the name; does not delete the previous one.
     void setFBO(unsigned int fbo);
 
     bool bind() override;
     bool unbind() override;
 
-    // Attachments change only while bound; setDrawBuffers() is then the caller's to call.
+    // Attachments change only while bound. None of these calls sets the draw buffers: call setDrawBuffers() afterwards.
 
-    /// A level of a 2D, rectangle or 2D multisample texture. 3D and 2D array textures
-    /// are refused: attachLayers() and attach3D() take them. Other targets, such as 1D
-    /// and cube maps, go to glFramebufferTexture2D() as they are, which GL reports as
-    /// an error, and are recorded like an attachment.
+    /// Attaches one level of a 2D, rectangle or 2D multisample texture. Refuses 3D and
+    /// 2D array textures, which attachLayers() and attach3D() accept. All other targets,
+    /// such as 1D and cube maps, are recorded and passed to glFramebufferTexture2D(),
+    /// which raises a GL error.
     bool attach(Texture *texture, unsigned int attachmentPoint, int level);
-    /// Puts another texture or level at a point that is taken, or attaches; no GL
-    /// call where nothing changes.
+    /// Replaces the texture or the level at a point that is in use; calls attach() for a
+    /// free one. Makes no GL call if nothing changes.
     bool attachUpdate(Texture *texture, unsigned int attachmentPoint, int level);
-    /// All layers of a 3D or 2D array texture, for layered rendering.
+    /// Attaches all layers of a 3D or 2D array texture, for layered rendering.
     bool attachLayers(Texture *texture, unsigned int attachmentPoint, int level);
-    /// One layer of a 3D, 2D array or cube map array texture.
+    /// Attaches one layer of a 3D, 2D array or cube map array texture.
     bool attach3D(Texture *texture, unsigned int attachmentPoint, int layer, int level);
-    /// Makes and attaches a texture that belongs to the caller, who finds it with
-    /// attachment(). A texture that cannot be attached is deleted.
+    /// Creates a texture and attaches it. The caller owns the texture and gets it from
+    /// attachment(). If the texture cannot be attached, it is deleted.
     bool createTexture2D(unsigned int attachmentPoint, unsigned int target, unsigned int internalFormat,
                          int width, int height);
-    /// The same with layer i at point \a attachmentPoint + i.
+    /// The same with layer i attached to \a attachmentPoint + i.
     bool createTexture3D(unsigned int attachmentPoint, unsigned int target, unsigned int internalFormat,
                          int width, int height, int depth);
-    /// What was attached; null where nothing was.
+    /// Returns the texture that was attached, or null if there was none.
     Texture *detach(unsigned int attachmentPoint);
     void detachAll();
-    /// Detaches a scratch texture of TextureManager::tempTexture() and gives it
-    /// back; null, in silence, where nothing is attached.
+    /// Detaches a scratch texture of TextureManager::tempTexture() and releases it to
+    /// its pool. Returns null, without a message, if nothing is attached.
     Texture *detachAndRelease(unsigned int attachmentPoint);
     void detachAndReleaseAll();
 
@@ -93,30 +92,30 @@ public:
     bool hasAttachment(unsigned int attachmentPoint) const;
     QList<unsigned int> attachmentPoints() const;
 
-    /// Draws to the colour attachments, in the order in which they were attached. A
-    /// read buffer without an attachment becomes the first of these, or GL_NONE. In
-    /// OpenGL 3.2 framebuffers without attachment 0, depth alone for instance, are
-    /// complete only after this call.
+    /// Makes the colour attachments the draw buffers, in the order in which they were
+    /// attached. If the read buffer has no attachment, it becomes the first of them, or
+    /// GL_NONE. In OpenGL 3.2 a framebuffer without colour attachment 0, such as one
+    /// with depth only, is complete only after this call.
     void setDrawBuffers();
-    /// Logs at debug level what is missing. Binds for the query if necessary; false
-    /// without a name.
+    /// Queries GL and logs the cause at debug level if the framebuffer is incomplete.
+    /// Binds for the query if necessary. Returns false without a GL name.
     bool isComplete();
 
 private:
-    bool isReadyToAttach(const Texture *texture) const;
-    bool isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const;
-    void recordAttachment(Texture *texture, unsigned int attachmentPoint, int level);
+    ZELGL_NO_EXPORT bool isReadyToAttach(const Texture *texture) const;
+    ZELGL_NO_EXPORT bool isReadyToAttachAt(const Texture *texture, unsigned int attachmentPoint) const;
+    ZELGL_NO_EXPORT void recordAttachment(Texture *texture, unsigned int attachmentPoint, int level);
 
-    static std::atomic<int> _numAlive;
-    static std::atomic<int> _numFBOTextures;
-    static std::atomic<int> _numActiveFBOTextures;
+    ZELGL_NO_EXPORT static std::atomic<int> _numAlive;
+    ZELGL_NO_EXPORT static std::atomic<int> _numFBOTextures;
+    ZELGL_NO_EXPORT static std::atomic<int> _numActiveFBOTextures;
 
     unsigned int _fbo = 0; ///< GL name; 0: none
     bool _fboBound = false;
     QHash<unsigned int, Texture *> _attachments; ///< by attachment point; borrowed
     QHash<unsigned int, int> _attachmentLevels;  ///< by attachment point
-    QVector<unsigned int> _drawBuffers;          ///< colour points as attached
-    unsigned int _readBuffer = 0;                ///< as setDrawBuffers() left it
+    QVector<unsigned int> _drawBuffers;          ///< colour points in order of attachment
+    unsigned int _readBuffer = 0;                ///< GL's value: set by setDrawBuffers()
 };
 
 }} // namespace Orvane::Zel

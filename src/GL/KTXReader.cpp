@@ -65,7 +65,7 @@ quint32 halved(quint32 size)
 
 } // namespace
 
-/// One level on its way to GL.
+/// One level of the upload.
 struct KTXReader::Level
 {
     GLint number;
@@ -73,10 +73,10 @@ struct KTXReader::Level
     quint32 width;
     quint32 height;
     quint32 depth;
-    quint32 imageSize; ///< as the file says
+    quint32 imageSize; ///< as stated in the file
 };
 
-/// The image data, and how far they were read.
+/// The image data and the position up to which they are read.
 struct KTXReader::Source
 {
     const unsigned char *bytes;
@@ -85,7 +85,8 @@ struct KTXReader::Source
 
     const unsigned char *here() const { return bytes + position; }
 
-    /// Whether \a count bytes are there from \a offset behind the position on.
+    /// Whether \a count bytes follow at \a offset after the position. Subtracts only: a sum of sizes from the file
+    /// could wrap around.
     bool holds(quint64 offset, quint64 count) const
     {
         return position <= size && offset <= size - position && count <= size - position - offset;
@@ -236,6 +237,7 @@ const char *KTXReader::rawValue(unsigned int index) const
 
 Texture *KTXReader::load(const TextureFileInfo &info)
 {
+    // 1. Refuse what the upload does not support.
     if (isCubeMapTexture() && isArrayTexture()) {
         ZEL_BARE_WARNING("Cubemap arrays not supported yet, sorry!");
         return nullptr;
@@ -244,6 +246,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         ZEL_BARE_WARNING("Array textures not supported yet, sorry!");
         return nullptr;
     }
+    // 2. Map the image data, which follow the key-value block.
     const quint64 offset = kHeaderSize + field(eBytesOfKeyValueData);
     if (offset >= _memory->size()) {
         return nullptr;
@@ -254,12 +257,15 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         return nullptr;
     }
 
+    // 3. Upload the levels.
     auto *texture = new Texture(nullptr);
     if (target() != 0) {
         texture->setTarget(target());
     }
     bool loaded = false;
-    // Without a shape the bind fails, and so will all calls; without a free unit they would reach another texture.
+    // A file without sizes has no target: the bind fails, and GL refuses all calls below, which do not reach any
+    // texture. With a target the bind fails if no unit is free, and the calls would change the texture that the host
+    // has bound.
     if (texture->bind() || target() == 0) {
         clearPendingGLErrors();
         setSampling(info.anisotropy);
@@ -267,9 +273,10 @@ Texture *KTXReader::load(const TextureFileInfo &info)
         const Upload upload = uploadLevels(*texture, info.srgb, source);
         loaded = finishUpload(upload);
         texture->unbind();
+        // 4. Replace the texture with a remapped and flipped copy.
         if (!info.keepOrientation && upload != eCutOff) {
             RemapColorRange(texture, info.lowValue, info.highValue);
-            FlipY(texture); // changes nothing where WritableCopyOfTexture() returns null
+            FlipY(texture); // keeps the texture if WritableCopyOfTexture() returns null
         }
         _memory->unmap(source.bytes + std::min(source.position, source.size));
     }
@@ -282,15 +289,15 @@ Texture *KTXReader::load(const TextureFileInfo &info)
     return texture;
 }
 
-/// A word of the header; 0 without one.
+/// A word of the header; 0 if the file has no header.
 quint32 KTXReader::field(int offset) const
 {
     return _header != nullptr ? readWord(_header + offset) : 0;
 }
 
-/// Turns the words of a file of the other byte order around, in place. Only the low
-/// four bits of each byte go over: exact for the mark of the byte order, and for
-/// other fields where all bytes are below 16. This is settled.
+/// Swaps the bytes of the header's words in place, for a file in the other byte order. Required: only the low four
+/// bits of each byte are kept, which is exact for the endianness field and for fields whose bytes are all below 16. See
+/// KTXHeaderTest.TheOtherByteOrderIsTurnedAroundByHalvesOfBytes.
 void KTXReader::convertByteOrder()
 {
     for (quint64 offset = eEndianness; offset < kHeaderSize; offset += kWord) {
@@ -300,14 +307,13 @@ void KTXReader::convertByteOrder()
     }
 }
 
-/// Walks the entries of the key-value block, without the padding that the format
-/// puts behind each. Such padding is read as the size of a further entry, which ends
-/// the walk beyond the block; one that ends exactly on it makes the file invalid.
-/// This is settled.
+/// Lists the entries of the key-value block. Required: the padding that the format appends to each entry is not
+/// skipped but read as the size of another entry, so that the loop ends beyond the block; an entry that ends exactly
+/// at the end of the block makes the file invalid. See KTXHeaderTest.MetadataThatEndExactlyOnTheirBlockAreInvalid.
 bool KTXReader::readMetadata()
 {
     if (_memory->size() > kHeaderSize) {
-        // To the end of the file, because the last size may lie behind the block.
+        // To the end of the file, because the last entry may extend beyond the block.
         _metadata = _memory->map(kHeaderSize, _memory->size() - kHeaderSize);
         if (_metadata == nullptr) {
             return false;
@@ -324,7 +330,7 @@ bool KTXReader::readMetadata()
     return cursor != end;
 }
 
-/// The text at an offset of the metadata; null when it does not end within the file.
+/// The text at an offset of the metadata; null if it has no end within the file.
 const char *KTXReader::textAt(quint64 offset) const
 {
     if (offset >= _metadataSize || std::memchr(_metadata + offset, 0, _metadataSize - offset) == nullptr) {
@@ -333,7 +339,7 @@ const char *KTXReader::textAt(quint64 offset) const
     return reinterpret_cast<const char *>(_metadata + offset);
 }
 
-/// 0 for a file without any shape.
+/// 0 for a file whose sizes are all 0.
 unsigned int KTXReader::target() const
 {
     if (isCubeMapTexture()) {
@@ -349,9 +355,9 @@ unsigned int KTXReader::internalFormat(bool srgb) const
     case GL_COMPRESSED_RGB8_ETC2:
     case GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2:
     case GL_COMPRESSED_RGBA8_ETC2_EAC:
-        return srgb ? format + 1 : format; // the sRGB form follows each
+        return srgb ? format + 1 : format; // the number of each sRGB form follows that of the linear one
     default:
-        return format; // no other is adjusted
+        return format; // required: see KTXReaderTest.OnlyTheThreeEtc2FormatsHaveAnSrgbForm
     }
 }
 
@@ -375,18 +381,19 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
     Level level = {0, internalFormat(srgb), width(), height(), depth(), 0};
     texture.setSize(0, static_cast<int>(level.internalFormat), static_cast<int>(level.width),
                     static_cast<int>(level.height), static_cast<int>(level.depth));
-    const quint32 usedDepth = isCubeMapTexture() ? 0 : level.depth;
+    const quint32 usedDepth =
+        isCubeMapTexture() ? 0 : level.depth; // GL gets no depth for the faces of a cube map
     if (std::max({level.width, level.height, usedDepth}) > longestTextureSide()) {
         return eCutOff;
     }
-    const quint32 levels = std::max(mipmapLevels(), 1u);
+    const quint32 levels = std::max(mipmapLevels(), 1u); // a file without levels still has its base level
     for (quint32 number = 0; number < levels; ++number) {
         checkInterruptionRequestAndSleep();
         if (number == kMostLevels || !source.holds(0, kWord)) {
             return eCutOff;
         }
         level.number = static_cast<GLint>(number);
-        level.imageSize = readWord(source.here()); // as the data, in the machine's byte order for every file
+        level.imageSize = readWord(source.here()); // never swapped: only the header is converted
         source.position += kWord;
         checkInterruptionRequestAndSleep();
         if (!uploadLevel(level, source)) {
@@ -399,12 +406,13 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
     return eComplete;
 }
 
-/// False, without an upload, when GL would read beyond the source.
+/// Returns false, and uploads nothing, if GL would read beyond the source; see
+/// KTXReaderTest.DataThatEndEarlyAreNeverGivenToGL.
 bool KTXReader::uploadLevel(const Level &level, Source &source) const
 {
     const GLenum textureTarget = target();
     if (textureTarget == 0) {
-        return true; // the source rests behind the size
+        return true; // the position stays after the size of the image
     }
     const quint32 images = isCubeMapTexture() ? kFaces : 1;
     const quint64 stride = padded(level.imageSize);
@@ -419,7 +427,8 @@ bool KTXReader::uploadLevel(const Level &level, Source &source) const
     return true;
 }
 
-/// What GL reads of one image: files may name a size that is less.
+/// The bytes that GL reads of one image. The size that is stated in the file may be less; see
+/// KTXReaderTest.AnImageSizeOtherThanWhatGLReadsDoesAsLongAsTheBytesAreThere.
 quint64 KTXReader::bytesRead(const Level &level) const
 {
     if (isCompressed()) {
@@ -466,7 +475,7 @@ void KTXReader::uploadImage(unsigned int imageTarget, const Level &level, const 
     }
 }
 
-/// Whether the load has succeeded; generates the levels that the file has not.
+/// Returns whether the load succeeded. Generates the levels of a file that has none.
 bool KTXReader::finishUpload(Upload upload) const
 {
     if (glGetError() != GL_NO_ERROR || upload != eComplete) {

@@ -12,11 +12,11 @@ namespace Orvane { namespace Zel {
 
 class Memory;
 
-/// Holds the calling thread while the property "threadPauseRequested" of its
-/// QThread is true. A host sets it to keep a loading thread off the GPU; a load is
-/// held before the next level, never within an upload. Qt does not guard dynamic
-/// properties: a host that sets it from another thread declares it in a subclass
-/// of QThread, with an atomic value.
+/// Blocks the calling thread while the property "threadPauseRequested" of its QThread
+/// is true. A host sets the property to keep a loading thread off the GPU. A load pauses
+/// before the next level, never during an upload. Qt's dynamic properties are not
+/// thread-safe: to set it from another thread, declare the property in a subclass of
+/// QThread, with an atomic value.
 ZELGL_EXPORT void checkInterruptionRequestAndSleep();
 
 /// Recognises KTX 1.1 by its identifier.
@@ -28,26 +28,27 @@ public:
     TextureLoader *recognise(Memory *memory, const QString &name) const override;
 };
 
-/// An image in the KTX 1.1 container: 1D, 2D, 3D or cube map, compressed or not,
-/// with its levels and its metadata. The pixels go to GL as they lie in the mapping.
+/// Reads a KTX 1.1 file: a 1D, 2D, 3D or cube map image, compressed or not, with its
+/// levels and metadata. GL reads the pixels directly from the mapping.
 ///
 /// \snippet images.cpp KTXReader
 ///
-/// Units:   texels of the base level.
-/// Context: load() needs a current one; it may run on any thread that has one, see
+/// Units:   sizes are texels of the base level.
+/// Context: load() needs a current context, on any thread; see
 ///          checkInterruptionRequestAndSleep().
-/// Errors:  load() refuses arrays, and data that GL refuses or that end early.
+/// Errors:  load() logs a warning and returns null for arrays, for data that GL refuses
+///          and for files that end early.
 /// Source:  Khronos, "KTX File Format Specification", version 1.1.
 ///
-/// A file without levels has them generated, which is told as a warning. Texts of
-/// metadata that do not end within the file are null. Headers of the other byte
-/// order are rewritten in place, so the memory must be this reader's alone.
+/// load() generates the levels of a file that has none, with a warning. A metadata
+/// text that has no end within the file is null. A header in the other byte order is
+/// converted in place, so nothing else may use the memory.
 class ZELGL_EXPORT KTXReader : public TextureLoader
 {
     Q_DISABLE_COPY(KTXReader)
 
 public:
-    /// Owns \a memory. \a name is for messages.
+    /// Takes ownership of \a memory. \a name is for messages.
     KTXReader(Memory *memory, const QString &name);
     ~KTXReader() override;
 
@@ -59,7 +60,7 @@ public:
     bool is1DTexture() const override;
     bool is2DTexture() const override;
     bool is3DTexture() const override;
-    /// True also without levels in the file, since load() makes them.
+    /// True also for a file without levels, since load() generates them.
     bool hasMipMaps() const override;
 
     unsigned int width() const override;
@@ -71,11 +72,11 @@ public:
     unsigned int numMetadataEntries() const override;
 
     QString key(unsigned int index) const override;
-    /// The empty text, as a rule: see rawValue().
+    /// Normally the empty text: see rawValue().
     QString value(unsigned int index) const override;
     const char *rawKey(unsigned int index) const override;
-    /// The first NUL of an entry, or its last byte: in a sound entry, the end of the
-    /// key.
+    /// Points to the first NUL of the entry, or to its last byte if it has none. In a
+    /// well-formed entry that NUL ends the key, so the value is the empty text.
     const char *rawValue(unsigned int index) const override;
 
     Texture *load(const TextureFileInfo &info) override;
@@ -87,34 +88,35 @@ private:
     struct Entry
     {
         quint64 key;  ///< offset from _metadata
-        quint32 size; ///< as the file says
+        quint32 size; ///< as stated in the file
     };
 
     enum Upload {
-        eComplete, ///< all levels were given to GL
-        eCutOff    ///< the data end before the levels do, or no texture has their size
+        eComplete, ///< all levels were uploaded
+        eCutOff    ///< the data end before the last level, or no texture can have its size
     };
 
-    quint32 field(int offset) const;
-    void convertByteOrder();
-    bool readMetadata();
-    const char *textAt(quint64 offset) const;
+    ZELGL_NO_EXPORT quint32 field(int offset) const;
+    ZELGL_NO_EXPORT void convertByteOrder();
+    ZELGL_NO_EXPORT bool readMetadata();
+    ZELGL_NO_EXPORT const char *textAt(quint64 offset) const;
 
-    unsigned int target() const;
-    unsigned int internalFormat(bool srgb) const;
-    void setSampling(qint32 anisotropy) const;
-    Upload uploadLevels(Texture &texture, bool srgb, Source &source) const;
-    bool uploadLevel(const Level &level, Source &source) const;
-    quint64 bytesRead(const Level &level) const;
-    void uploadImage(unsigned int imageTarget, const Level &level, const unsigned char *data) const;
-    bool finishUpload(Upload upload) const;
+    ZELGL_NO_EXPORT unsigned int target() const;
+    ZELGL_NO_EXPORT unsigned int internalFormat(bool srgb) const;
+    ZELGL_NO_EXPORT void setSampling(qint32 anisotropy) const;
+    ZELGL_NO_EXPORT Upload uploadLevels(Texture &texture, bool srgb, Source &source) const;
+    ZELGL_NO_EXPORT bool uploadLevel(const Level &level, Source &source) const;
+    ZELGL_NO_EXPORT quint64 bytesRead(const Level &level) const;
+    ZELGL_NO_EXPORT void uploadImage(unsigned int imageTarget, const Level &level,
+                                     const unsigned char *data) const;
+    ZELGL_NO_EXPORT bool finishUpload(Upload upload) const;
 
     std::unique_ptr<Memory> _memory;
     QString _name;
     bool _valid = true;
     unsigned char *_header = nullptr;         ///< the first 64 bytes; null when they cannot be mapped
-    const unsigned char *_metadata = nullptr; ///< the key-value block, and all behind it
-    quint64 _metadataSize = 0;                ///< bytes that can be read there
+    const unsigned char *_metadata = nullptr; ///< the key-value block and the rest of the file
+    quint64 _metadataSize = 0;                ///< bytes from _metadata to the end of the file
     QVector<Entry> _entries;
 };
 

@@ -4,12 +4,12 @@
 
 namespace Orvane { namespace Zel {
 
-/// What the caller of a load wants of the image. A default record takes the image of
-/// the file, except that 2D images of KTX are flipped: see keepOrientation.
+/// Options of a load. The defaults load the image as it is in the file, except that
+/// 2D images of KTX files are flipped: see keepOrientation.
 ///
 /// \snippet images.cpp TextureFileInfo
 ///
-/// Units: colours from 0 to 1; anisotropy as a ratio.
+/// Units: colours are from 0 to 1; anisotropy is a ratio.
 struct TextureFileInfo
 {
     /// Colours are mapped from 0..1 to lowValue..highValue; the pair 0 and 1 means no remap.
@@ -19,10 +19,10 @@ struct TextureFileInfo
     bool remapRange = true;
     /// The image holds sRGB-encoded colour.
     bool srgb = false;
-    /// True loads a KTX image exactly as the file has it. False: after the upload it is
-    /// remapped, and flipped vertically into an uncompressed copy. Images that no such
-    /// pass can copy keep the orientation and the values of the file; which these are,
-    /// WritableCopyOfTexture() says. Other readers ignore the flag.
+    /// True loads a KTX image exactly as it is in the file. False remaps the colours and
+    /// flips the image vertically after the upload, into an uncompressed copy. Images for
+    /// which WritableCopyOfTexture() returns null keep the orientation and the values of
+    /// the file. Other readers ignore the flag.
     bool keepOrientation = false;
     /// Maximum anisotropy; 0 or less means none.
     qint32 anisotropy = 0;

@@ -4,16 +4,16 @@
 
 namespace Orvane { namespace Zel {
 
-/// The library's own short vocabulary of texture formats, for scratch textures,
-/// passes, data textures and baked environments.
+/// The library's short list of texture formats, for scratch textures, full-screen
+/// passes, data textures and baked environment maps.
 ///
 /// \snippet textures.cpp TextureFormat
 ///
-/// Units:   the number behind a letter is bits per channel; none means 8, normalised.
-///          F is floating point, I is signed integer.
+/// Units:   the number after a letter is the bits per channel; without a number a
+///          channel has 8 bits, normalised. F is floating point, I is signed integer.
 /// Context: none is needed.
-/// Errors:  none are reported; a value outside the vocabulary is answered with RGBA,
-///          and GL_FLOAT for its type.
+/// Errors:  silent: for a value that is not listed the functions return what they
+///          return for RGBA, and GL_FLOAT as the type.
 /// Source:  OpenGL 3.2 core, texture image specification.
 enum TextureFormat : unsigned int {
     R,
@@ -44,13 +44,13 @@ enum TextureFormat : unsigned int {
     DEPTH32F_STENCIL8,
 };
 
-/// The internal format for glTexImage*(); unsized for R, RG, RGB and RGBA.
+/// Returns the internal format for glTexImage*(): unsized for R, RG, RGB and RGBA.
 ZELGL_EXPORT unsigned InternalFormat(TextureFormat format);
-/// The same, always sized, as texture storage and buffer textures need it.
+/// Returns the sized internal format, which texture storage and buffer textures need.
 ZELGL_EXPORT unsigned SizedInternalFormat(TextureFormat format);
-/// The transfer format.
+/// Returns the format of the pixels in client memory, as glTexImage*() takes it.
 ZELGL_EXPORT unsigned ExternalFormat(TextureFormat format);
-/// The transfer type.
+/// Returns the type of the pixels in client memory.
 ZELGL_EXPORT unsigned ExternalType(TextureFormat format);
 
 }} // namespace Orvane::Zel

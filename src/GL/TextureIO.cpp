@@ -1,7 +1,6 @@
 #include "TextureIO.h"
 
 #include "ASTCReader.h"
-#include "AutoBinder.h"
 #include "GLUtilities.h"
 #include "HDRReader.h"
 #include "KTXReader.h"
@@ -9,6 +8,7 @@
 #include "TextureLoader.h"
 #include "TextureProcessing.h"
 #include "TextureRecogniser.h"
+#include "private/BoundTexture.h"
 #include "private/BuiltinRecognisers.h"
 #include "private/ContextHold.h"
 #include "private/TextureUpload.h"
@@ -33,18 +33,17 @@ const QString kBakedKeyword = QStringLiteral("[baked]");
 
 namespace {
 
-const QString kPlanarKeyword Q_DECL_UNUSED =
-    QStringLiteral("[PLANAR]"); // of the same vocabulary; nobody reads it
+const QString kPlanarKeyword Q_DECL_UNUSED = QStringLiteral("[PLANAR]"); // reserved in file names; unused
 const QString kAnisoPrefix = QStringLiteral("[aniso");
 
-constexpr int kImageLevels = 4; ///< below the base, for all images, whatever their size
+constexpr int kImageLevels = 4; ///< after the base level, for images of every size
 
 using RecogniserPointer = std::shared_ptr<TextureRecogniser>;
 
-std::vector<RecogniserPointer> recognisers;                      ///< the owner, in the order of registration
+std::vector<RecogniserPointer> recognisers;                      ///< owned, in the order of registration
 QHash<QString, std::weak_ptr<TextureRecogniser>> extensionTable; ///< by suffix in lower case
 
-/// The owner's pointer; in the list once, however often it is asked for.
+/// Returns the owning pointer. A recogniser that is registered again is listed, and deleted, only once.
 RecogniserPointer registered(TextureRecogniser *recogniser)
 {
     const auto known =
@@ -57,8 +56,8 @@ RecogniserPointer registered(TextureRecogniser *recogniser)
     return recognisers.back();
 }
 
-/// Asks all recognisers, \a first before the others if it is not null. Deletes the
-/// memory where none wants it.
+/// Tries all recognisers, \a first before the others if it is not null. Deletes the
+/// memory if none of them accepts it.
 TextureLoader *identify(std::unique_ptr<Memory> memory, const QString &name, const TextureRecogniser *first)
 {
     TextureLoader *loader = first != nullptr ? first->recognise(memory.get(), name) : nullptr;
@@ -66,7 +65,7 @@ TextureLoader *identify(std::unique_ptr<Memory> memory, const QString &name, con
         loader = (*it)->recognise(memory.get(), name);
     }
     if (loader != nullptr) {
-        memory.release(); // the reader owns it now
+        memory.release(); // now owned by the reader
     }
     return loader;
 }
@@ -108,13 +107,15 @@ ImageFormat imageFormat(bool asRG16F, bool srgb)
     return {srgb ? GL_SRGB8_ALPHA8 : GL_RGBA, GL_BGRA, GL_UNSIGNED_BYTE};
 }
 
-/// Both pixel forms take four bytes a pixel, without padding.
+/// Both pixel formats have four bytes a pixel, without padding: rows of GL and of QImage agree. A null image passes,
+/// with no pixels to read.
 bool holdsPixels(const QImage &image)
 {
     return image.sizeInBytes() >= qint64(4) * image.width() * image.height();
 }
 
-/// A component from 0 to 1, cut off to whole steps; what is beyond wraps around.
+/// Truncates a component from 0 to 1 to steps of 1/255; values outside wrap around. Those that qint64 cannot hold give
+/// 0, because their conversion is undefined. See TextureIOTest.SolidColoursAreCutOffToWholeStepsInSinglePrecision.
 unsigned char componentByte(float value)
 {
     const float steps = std::trunc(value * 255.0f);
@@ -136,7 +137,7 @@ void RegisterTextureRecogniser(TextureRecogniser *recogniser, const QString &ext
 
 void DeleteAllRegisteredTextureRecognisers()
 {
-    recognisers.clear(); // the suffixes stay; those whose recogniser is gone are passed over
+    recognisers.clear(); // the suffixes stay: their weak pointers are null now, and a new claim replaces them
 }
 
 void registerBuiltinRecognisers()
@@ -163,7 +164,7 @@ Texture *LoadTextureFromFile(const QString &path, const TextureFileInfo &info)
         ZEL_LOG_WARNING("File %s not found", qPrintable(path));
         return nullptr;
     }
-    const ContextHold::Pause pause; // readers may be the host's
+    const ContextHold::Pause pause; // a reader of the host may change the current context
     QElapsedTimer timer;
     timer.start();
     const std::unique_ptr<TextureLoader> loader(IdentifyTextureFromFile(path));
@@ -204,7 +205,7 @@ Texture *LoadTextureFromQImageFile(const QString &path, const TextureFileInfo &i
         return nullptr;
     }
     image = std::move(image).mirrored(); // GL's rows run from the bottom up
-    if (image.depth() != 32) {
+    if (image.depth() != 32) {           // 32-bit images are uploaded without a conversion
         image = image.convertToFormat(QImage::Format_ARGB32);
     }
     return QImageToTexture(image, false, info);
@@ -215,12 +216,11 @@ Texture *QImageToTexture(const QImage &image, bool asRG16F, const TextureFileInf
     if (!holdsPixels(image)) {
         return nullptr;
     }
-    auto *texture = new Texture(nullptr);
-    texture->setTarget(GL_TEXTURE_2D);
-    if (!texture->bind()) { // the calls below would go to another texture
-        delete texture;
+    std::unique_ptr<Texture> bound = newBoundTexture(GL_TEXTURE_2D);
+    if (!bound) {
         return nullptr;
     }
+    Texture *texture = bound.release(); // the remap below may replace it
     const UnpackAlignment alignment(1);
     setFiltersAndWrap(GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE);
     setLevels(0, kImageLevels);
@@ -258,15 +258,17 @@ Texture *MakeColorTexture(const QColor &color)
 Texture *SolidColorTexture(float r, float g, float b, float a)
 {
     const unsigned char texel[4] = {componentByte(r), componentByte(g), componentByte(b), componentByte(a)};
-    auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA, 1, 1, 1, nullptr);
-    const AutoBinder binder(texture.get());
-    if (!texture->isBound()) { // the calls below would go to another texture
+    std::unique_ptr<Texture> texture = newBoundTexture(GL_TEXTURE_2D, GL_RGBA, 1, 1, 1);
+    if (!texture) {
         return nullptr;
     }
-    const UnpackAlignment alignment(1);
-    setFiltersAndWrap(GL_NEAREST, GL_NEAREST, GL_REPEAT);
-    setLevels(0, 0);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
+    {
+        const UnpackAlignment alignment(1);
+        setFiltersAndWrap(GL_NEAREST, GL_NEAREST, GL_REPEAT);
+        setLevels(0, 0);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
+    }
+    texture->unbind();
     return texture.release();
 }
 
@@ -275,7 +277,7 @@ QString GetBakedImagePath(const QString &path, const QString &extension, int ani
     QString baked = path;
     const QString suffix = QFileInfo(path).suffix();
     if (!suffix.isEmpty()) {
-        baked.truncate(path.lastIndexOf(suffix) - 1); // without the dot, too
+        baked.truncate(path.lastIndexOf(suffix) - 1); // and the dot
     }
     baked += kBakedKeyword;
     if (anisoLevel > 0) {
@@ -297,7 +299,7 @@ int GetAnisoLevel(const QString &path)
     }
     const int begin = prefix + kAnisoPrefix.size();
     const int end = path.indexOf(QLatin1Char(']'), begin);
-    return path.mid(begin, end < 0 ? -1 : end - begin).toInt(); // 0 for what is no number
+    return path.mid(begin, end < 0 ? -1 : end - begin).toInt(); // 0 for a text that is no number
 }
 
 }} // namespace Orvane::Zel

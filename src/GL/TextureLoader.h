@@ -9,20 +9,20 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// One recognised image: the answers of its header, and the load into a texture.
+/// Reads one image: returns the values of its header and loads it into a texture.
 ///
 /// \snippet images.cpp TextureLoader
 ///
-/// Units:   sizes in texels of the base level.
-/// Context: load() needs a current one; the questions call no GL.
-/// Errors:  an image whose valid() is false is not to be loaded; load() answers
-///          null, with a message of the reader, and leaves nothing behind in GL.
+/// Units:   sizes are texels of the base level.
+/// Context: load() needs a current context; the other functions call no GL.
+/// Errors:  do not load an image that is not valid(). A failed load() logs a message
+///          of the reader, returns null and leaves no GL object.
 class ZELGL_EXPORT TextureLoader
 {
 public:
     virtual ~TextureLoader();
 
-    /// Whether the header is sound.
+    /// Whether the header is well-formed.
     virtual bool valid() const = 0;
 
     virtual bool isCompressed() const = 0;
@@ -44,12 +44,12 @@ public:
     /// Metadata by index, as text.
     virtual QString key(unsigned int index) const = 0;
     virtual QString value(unsigned int index) const = 0;
-    /// The same as it lies in the file: NUL-terminated, owned by the reader; null
-    /// when there is no such text.
+    /// The same as bytes of the file: NUL-terminated and owned by the reader. Null if
+    /// there is no such text.
     virtual const char *rawKey(unsigned int index) const = 0;
     virtual const char *rawValue(unsigned int index) const = 0;
 
-    /// A new texture, which is the caller's, or null.
+    /// Returns a new texture, owned by the caller, or null.
     virtual Texture *load(const TextureFileInfo &info) = 0;
 };
 

@@ -4,8 +4,8 @@
 
 namespace Orvane { namespace Zel {
 
-/// The answers of a single, uncompressed 2D image without metadata, for readers
-/// that know no other: such a reader adds valid(), width(), height() and load().
+/// Base class of readers of a single, uncompressed 2D image without metadata. A reader
+/// implements valid(), width(), height() and load().
 ///
 /// \snippet images.cpp TextureLoader2DHelper
 class ZELGL_EXPORT TextureLoader2DHelper : public TextureLoader
@@ -25,7 +25,7 @@ public:
     unsigned int mipmapLevels() const override;
     unsigned int numMetadataEntries() const override;
 
-    /// The text of rawKey() and rawValue(); a null string when that is null.
+    /// Returns the text of rawKey() or rawValue(): a null string if that is null.
     QString key(unsigned int index) const override;
     QString value(unsigned int index) const override;
     const char *rawKey(unsigned int index) const override;

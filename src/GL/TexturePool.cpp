@@ -15,8 +15,8 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-/// Names for the log. The table has no rows for R11FG11FB10F and RGB10A2 on purpose, so that from there on it runs two
-/// rows behind the enumeration.
+/// Names for the log. Required: the table has no rows for R11FG11FB10F and RGB10A2, so that from there on each
+/// format has the name of the one two positions later; see TexturePoolTest.TheSummaryCountsTexturesAndKinds.
 constexpr const char *kFormatNames[] = {
     "R       ", "RG      ", "RGB     ", "RGBA    ", "SRGB8A8 ",         "R16F    ",
     "RG16F   ", "RGB16F  ", "RGBA16F ", "R32F    ", "RG32F   ",         "RGB32F  ",
@@ -24,7 +24,7 @@ constexpr const char *kFormatNames[] = {
     "RG32I   ", "RGB32I  ", "RGBA32I ", "DEPTH32F", "DEPTH24_STENCIL8", "DEPTH32F_STENCIL8",
 };
 
-/// The name of a format, or its number where the table has ended.
+/// The name of a format, or its number if the table is too short.
 QByteArray formatName(TextureFormat format)
 {
     if (format < sizeof(kFormatNames) / sizeof(*kFormatNames)) {
@@ -33,7 +33,7 @@ QByteArray formatName(TextureFormat format)
     return QByteArray::number(static_cast<unsigned int>(format)).leftJustified(8);
 }
 
-/// The sum, kept to what a count can be: whoever gives a huge number back means all.
+/// The sum, clamped to valid counts: a caller that releases a huge number means all references.
 int countPlus(int count, qint64 change)
 {
     return static_cast<int>(qBound<qint64>(0, count + change, std::numeric_limits<int>::max()));
@@ -115,6 +115,7 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
     Texture *texture = nullptr;
     const auto waiting = _free.find(key);
     if (waiting != _free.end()) {
+        // By address, so that the choice does not depend on the order of the releases.
         std::sort(waiting->begin(), waiting->end(), std::less<Texture *>());
         texture = waiting->takeLast();
         if (waiting->isEmpty()) {
@@ -207,6 +208,7 @@ bool operator==(const TexturePool::Key &left, const TexturePool::Key &right)
 
 uint qHash(const TexturePool::Key &key)
 {
+    // The combination of hash values of Boost's hash_combine: 2^32 divided by the golden ratio spreads the bits.
     constexpr uint kGoldenRatio = 0x9E3779B9u;
     uint seed = key.format;
     for (const int value : {key.width, key.height, key.depth, key.samples}) {

@@ -11,29 +11,30 @@ class Texture;
 
 /// Recycles render targets and other scratch textures.
 ///
-/// take() hands out a texture with one reference; when the last one is given back
-/// the texture waits for the next request of exactly its format, size and sample
-/// count. GPU memory comes back on deleteUnused() alone.
+/// take() returns a texture with one reference. When the last reference is released,
+/// the texture becomes free, and the next request of exactly the same format, size and
+/// sample count gets it. Only deleteUnused() frees GPU memory.
 ///
 /// \snippet textures.cpp TexturePool
 ///
-/// Units:   sizes are texels; a depth above 1 makes an array of that many layers, and
+/// Units:   sizes are texels; a depth above 1 creates an array of that many layers, and
 ///          samples above 1 a multisample texture.
-/// Context: all calls with the one context current whose textures these are.
-/// Errors:  a size or sample count below 1 is reported, and used anyway; a texture
-///          that is not in use here is ignored. A texture that finds no free unit has
-///          no storage: it is deleted with its last reference instead of waiting for
-///          the next request. Allocations that GL refuses are not detected.
+/// Context: all calls with the same context current, which owns the textures.
+/// Errors:  a size or sample count below 1 logs a critical message and is used anyway.
+///          A texture that is not in use here is ignored. If no texture unit is free,
+///          take() returns a texture without storage, which is deleted with its last
+///          reference and never becomes free. Allocations that GL refuses are not
+///          detected.
 /// Source:  OpenGL 3.2 core.
 ///
-/// The destructor leaves the textures alone: give all back and call deleteUnused()
-/// before. The contents of a texture that comes from take() are not defined.
+/// The destructor does not delete the textures: release all of them and call
+/// deleteUnused() before. The contents of a texture that take() returns are undefined.
 class ZELGL_EXPORT TexturePool
 {
     Q_DISABLE_COPY(TexturePool)
 
 public:
-    /// What textures are told apart by.
+    /// Identifies a kind of texture.
     struct ZELGL_EXPORT Key
     {
         Key() = default;
@@ -49,18 +50,18 @@ public:
     TexturePool();
     ~TexturePool();
 
-    /// Samples beyond what the driver has are told at debug level, and reduced. Among
-    /// several free textures the one at the highest address is taken.
+    /// Reduces a sample count above GL_MAX_SAMPLES, with a debug message. Of several
+    /// free textures the one at the highest address is returned.
     Texture *take(TextureFormat format, int width, int height, int depth, int samples);
     void addRef(Texture *texture, int count);
     void releaseRef(Texture *texture, int count);
 
-    /// Whether multisample textures made from now on have the same sample locations
-    /// in every texel.
+    /// Sets whether multisample textures that are created from now on have the same
+    /// sample locations in every texel.
     void setFixedSampleLocations(bool fixedSampleLocations);
-    /// Deletes the textures that nobody holds.
+    /// Deletes the textures that have no references.
     void deleteUnused();
-    /// Logs counts at debug level, and a line for each kind of texture.
+    /// Logs the number of textures at debug level, and one line for each kind.
     void printSummary();
 
 private:

@@ -3,14 +3,13 @@
 #include "AutoBinder.h"
 #include "AutoDisabler.h"
 #include "AutoEnabler.h"
-#include "DrawBuffers.h"
 #include "FramebufferObject.h"
 #include "GLUtilities.h"
-#include "OpenGLDeviceContext.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
-#include "VertexArrayObject.h"
+#include "private/BoundTexture.h"
 #include "private/DefaultRasterState.h"
+#include "private/FullscreenPass.h"
 
 #include <memory>
 #include <utility>
@@ -96,7 +95,7 @@ void main()
 }
 )";
 
-/// What both makers of a program begin with; the fragment stage is missing.
+/// A program without its fragment stage.
 std::unique_ptr<ShaderProgram> newPassProgram()
 {
     auto program = std::make_unique<ShaderProgram>(nullptr);
@@ -105,39 +104,31 @@ std::unique_ptr<ShaderProgram> newPassProgram()
     return program;
 }
 
-/// The draw itself, with the program, the source and the target's framebuffer bound.
+/// Draws the quad. The caller binds the program, the source and the framebuffer of the target.
 void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source)
 {
-    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
-    quad->VAO()->bind();
-    quad->VAO()->enableShaderProgramArrays(program);
-    quad->VAO()->unbind();
-    quad->bind();
-
+    FullscreenPass pass;
+    pass.bind(*program);
     for (auto uniform = uniforms.constBegin(); uniform != uniforms.constEnd(); ++uniform) {
         program->setUniform(uniform.key(), uniform.value());
     }
     program->setUniform(QStringLiteral("u_Src"), static_cast<int>(source->unit()));
 
     const DefaultRasterState rasterState;
-    // texture() decodes sRGB, so the draw must encode: see TextureProcessingTest.APassKeepsEncodedColours...
+    // texture() decodes sRGB, so the draw must encode; see
+    // TextureProcessingTest.APassKeepsEncodedColoursAndLeavesAFullMipChainAndTheStatedState.
     const AutoEnabler encoding(GL_FRAMEBUFFER_SRGB);
-    glDisable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glDepthMask(GL_FALSE);
+    FullscreenPass::setState();
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     glViewport(0, 0, source->width(0), source->height(0));
-    quad->draw(program);
-
-    // On, whatever they were before.
-    glDepthMask(GL_TRUE);
-    glEnable(GL_DEPTH_TEST);
-    quad->unbind();
+    pass.draw();
+    FullscreenPass::resetState();
+    pass.unbind(); // before the host's state is restored
 }
 
-/// ProcessTexture(). Returns false, and draws nothing, when the program or a texture cannot be bound or the target
-/// makes no complete framebuffer.
+/// The body of ProcessTexture(). Returns false, and draws nothing, if the program or a texture cannot be bound or the
+/// framebuffer is incomplete.
 bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, Texture *source,
              Texture *target)
 {
@@ -162,7 +153,7 @@ bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, T
     source->unbind();
     program->unbind();
 
-    if (!complete || !target->bind()) { // without the bind, the chain of another texture would be made
+    if (!complete || !target->bind()) { // unbound, the levels of the host's texture would be generated
         return false;
     }
     glGenerateMipmap(target->target());
@@ -170,7 +161,7 @@ bool runPass(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, T
     return true;
 }
 
-/// Whether the texels are integers, which a sampler2D does not read.
+/// Whether the texels are integers: a sampler2D reads undefined values from them.
 bool holdsIntegers(Texture *texture)
 {
     const AutoBinder binder(texture);
@@ -178,7 +169,8 @@ bool holdsIntegers(Texture *texture)
     return type == GL_INT || type == GL_UNSIGNED_INT;
 }
 
-/// The pass of all five functions.
+/// The pass of SrgbToLinear() to RemapColorRange(). The caller's texture changes only after the draw succeeded; see
+/// TextureProcessingTest.TexturesThatNoPassCanDrawStayAsTheyAre.
 bool replaceByPass(Texture *&texture, const char *fragmentSource, const QHash<QString, QVariant> &uniforms)
 {
     std::unique_ptr<ShaderProgram> program(MakeTextureShaderFromString(QString::fromLatin1(fragmentSource)));
@@ -207,7 +199,7 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
     const int height = source->height(level);
     if (internalFormat == 0) {
         internalFormat = static_cast<unsigned>(source->internalFormat(level));
-        if (source->getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) != 0) {
+        if (source->getTexLevelParameteriv(level, GL_TEXTURE_COMPRESSED) != 0) { // not renderable
             internalFormat = GL_RGBA;
         }
     }
@@ -225,21 +217,19 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
         return nullptr;
     }
 
-    auto *copy = new Texture(nullptr);
-    copy->setTarget(target);
+    std::unique_ptr<Texture> copy = newBoundTexture(target);
+    if (!copy) {
+        return nullptr;
+    }
     if (level == 0) {
         copy->setSize(level, static_cast<int>(internalFormat), width, height, 1);
-    }
-    if (!copy->bind()) {
-        delete copy;
-        return nullptr;
     }
     for (int i = 0; i < kParameterCount; ++i) {
         glTexParameteri(target, kParameters[i], values[i]);
     }
     glTexImage2D(target, level, static_cast<GLint>(internalFormat), width, height, 0, format, type, nullptr);
     copy->unbind();
-    return copy;
+    return copy.release();
 }
 
 ShaderProgram *MakeTextureShaderFromString(const QString &fragmentSource)
@@ -261,7 +251,7 @@ ShaderProgram *MakeTextureShaderFromFile(const QString &fragmentFile)
 {
     std::unique_ptr<ShaderProgram> program = newPassProgram();
     program->addShaderFromFile(GL_FRAGMENT_SHADER, fragmentFile);
-    // Unlike above the log is left out.
+    // Required: unlike above, the messages do not contain the log.
     if (!program->compile()) {
         ZEL_LOG_WARNING("shader program failed to compile");
         return nullptr;
@@ -299,15 +289,16 @@ void BlitTexture(const Texture *source, const Texture *target, TextureFormat for
         break;
     }
 
+    // Plain GL calls below, because attach() takes no const texture.
     const FramebufferObject readFramebuffer(nullptr);
     const FramebufferObject drawFramebuffer(nullptr);
-    const AutoDisabler scissorTest(GL_SCISSOR_TEST);
+    const AutoDisabler scissorTest(GL_SCISSOR_TEST); // the only test that clips a blit
     for (const auto &[framebuffer, texture] :
          {std::pair(&readFramebuffer, source), std::pair(&drawFramebuffer, target)}) {
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer->getFBO());
         glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, texture->target(), texture->textureID(), 0);
         if (attachment
-            != GL_COLOR_ATTACHMENT0) { // before OpenGL 4.1 their missing image is an incompleteness
+            != GL_COLOR_ATTACHMENT0) { // before OpenGL 4.1 a missing colour image makes it incomplete
             glDrawBuffer(GL_NONE);
             glReadBuffer(GL_NONE);
         }
@@ -344,7 +335,8 @@ bool RemapColorRange(Texture *&texture, float low, float high)
     if (texture == nullptr) {
         return false;
     }
-    if (low == 0.0f && high == 1.0f) { // a NaN goes on
+    // Exact: a NaN is no identity; see TextureProcessingTest.RemapColorRangeOfTheIdentityDoesNothing.
+    if (low == 0.0f && high == 1.0f) {
         return false;
     }
     return replaceByPass(texture, kRemapColorRange,

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Private to the library. Used by whatever creates a texture and defines its storage by plain GL calls.
+/// Private to the library. Used by code that creates a texture and defines its storage with plain GL calls.
 
 #include "../Texture.h"
 
@@ -17,7 +17,7 @@ inline std::unique_ptr<Texture> boundOrNull(std::unique_ptr<Texture> texture)
     return texture->bind() ? std::move(texture) : nullptr;
 }
 
-/// A new texture of \a target, bound, or null; size and format are not recorded.
+/// Returns a new texture of \a target, bound, or null. Size and format are not recorded.
 inline std::unique_ptr<Texture> newBoundTexture(unsigned int target)
 {
     auto texture = std::make_unique<Texture>(nullptr);

@@ -1,11 +1,12 @@
 #pragma once
 
+/// \file
+/// Private to the library. Owned by TextureIO, called by initializeGLFunctions().
+
 namespace Orvane { namespace Zel {
 
-/// Registers the recognisers of "hdr", "ktx" and "astc", in this order. Declared here because initializeGLFunctions() makes
-/// the call, defined in TextureIO.cpp, so that the frame needs no header of the images.
-///
-/// Private to the library.
+/// Registers the recognisers of "hdr", "ktx" and "astc", in this order. Defined in TextureIO.cpp. It has a header of
+/// its own so that GLUtilities, which is below the images in the order of includes, includes none of their headers.
 void registerBuiltinRecognisers();
 
 }} // namespace Orvane::Zel

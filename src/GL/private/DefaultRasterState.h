@@ -1,13 +1,16 @@
 #pragma once
 
+/// \file
+/// Private to the library. Used by TextureProcessing and the bakes of environment maps.
+
 #include "../AutoDisabler.h"
 #include "../GLUtilities.h"
 
 namespace Orvane { namespace Zel {
 
-/// Gives GL's defaults to the state of the host that would change a full-screen draw:
-/// scissor test, face culling, rasterizer discard, polygon mode, and the colour mask
-/// of draw buffer 0. Puts the host's values back at the end of its scope.
+/// Sets the host state that would change a full-screen draw to GL's defaults: scissor
+/// test, face culling, rasterizer discard, polygon mode, and the colour mask of draw
+/// buffer 0. Restores the host's values at the end of its scope.
 class DefaultRasterState
 {
     Q_DISABLE_COPY(DefaultRasterState)
@@ -31,7 +34,7 @@ private:
     const AutoDisabler _scissorTest{GL_SCISSOR_TEST};
     const AutoDisabler _faceCulling{GL_CULL_FACE};
     const AutoDisabler _discard{GL_RASTERIZER_DISCARD};
-    GLint _polygonMode[2] = {GL_FILL, GL_FILL}; ///< older drivers return one for each side
+    GLint _polygonMode[2] = {GL_FILL, GL_FILL}; ///< some drivers return a front and a back mode
     GLboolean _colorMask[4] = {GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE};
 };
 

@@ -9,7 +9,7 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-constexpr quint64 kUnpackAlignment = 4;
+constexpr quint64 kUnpackAlignment = 4; // GL's default, and the padding of rows in KTX files
 
 int componentsOf(GLenum format)
 {
@@ -35,13 +35,12 @@ int componentsOf(GLenum format)
     case GL_RGB_INTEGER:
     case GL_BGR_INTEGER:
         return 3;
-    default:
+    default: // the largest: an unknown format must not make the size too small
         return 4;
     }
 }
 
-/// The size of a component; of the whole texel for the packed types, for which
-/// \a packed becomes true.
+/// Returns the size of a component, or of the whole texel for a packed type. Sets \a packed.
 int bytesOfType(GLenum type, bool &packed)
 {
     packed = true;
@@ -82,10 +81,12 @@ int bytesOfType(GLenum type, bool &packed)
     case GL_UNSIGNED_INT:
     case GL_FLOAT:
         return 4;
-    default:
+    default: // the largest, for the same reason
         return 8;
     }
 }
+
+// Both saturate: the sizes come from files, and a sum that wraps around would pass the check against the file's length.
 
 quint64 product(quint64 a, quint64 b)
 {

@@ -1,13 +1,13 @@
 #pragma once
 
 /// \file
-/// What the readers have in common about uploads.
+/// Private to the library. Functions of uploads that the readers of image files share.
 
 #include <QtCore/QtGlobal>
 
 namespace Orvane { namespace Zel {
 
-/// Sets GL_UNPACK_ALIGNMENT for the length of a scope.
+/// Sets GL_UNPACK_ALIGNMENT and restores it at the end of the scope.
 class UnpackAlignment
 {
     Q_DISABLE_COPY(UnpackAlignment)
@@ -20,22 +20,22 @@ private:
     int _saved = 0;
 };
 
-/// Clears the errors that the host left pending in GL, so that a load that looks for
-/// errors finds its own only.
+/// Clears pending GL errors of the host, so that a load that checks for errors finds
+/// only its own.
 void clearPendingGLErrors();
 
-/// The longest side that a texture can have. Nothing above it is given to GL, which
-/// would refuse it: see "sizes far above the limit" in docs/driver-workarounds.md.
+/// Returns the length of the longest side that a texture can have. Do not pass larger
+/// sizes to GL: see "sizes far above the limit" in docs/driver-workarounds.md.
 quint32 longestTextureSide();
 
-/// Sets the anisotropy of the texture bound to \a target to what the driver has at
-/// most of \a anisotropy. Nothing where that is 0 or less, or the driver has none.
+/// Sets the anisotropy of the texture bound to \a target, clamped to the limit of the
+/// driver. Does nothing for values of 0 or less and for drivers without anisotropy.
 void setTextureAnisotropy(unsigned int target, qint32 anisotropy);
 
-/// Bytes that GL reads of an uncompressed image of \a rows rows of \a width texels,
-/// with an unpack alignment of 4: the last row is not padded. The largest number for
-/// sizes beyond it. For formats and types that nobody knows it is as much as the
-/// largest of the known ones would need.
+/// Returns the number of bytes that GL reads for an uncompressed image of \a rows rows
+/// of \a width texels, with an unpack alignment of 4. The last row is not padded. On
+/// overflow it is the largest number. An unknown format or type counts as the largest
+/// known one, so that a file can never make GL read beyond the mapping.
 quint64 bytesOfUpload(unsigned int format, unsigned int type, quint64 width, quint64 rows);
 
 }} // namespace Orvane::Zel
