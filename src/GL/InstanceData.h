@@ -64,11 +64,11 @@ public:
 
 private:
     /// Reports its absence.
-    bool hasPlan() const;
-    void setTextureToken(const QString &dataName, TextureToken token);
-    bool isInside(int offset, unsigned long size) const;
-    void write(int offset, const void *data, unsigned long size);
-    void read(int offset, unsigned long size, void *dest) const;
+    ZELGL_NO_EXPORT bool hasPlan() const;
+    ZELGL_NO_EXPORT void setTextureToken(const QString &dataName, TextureToken token);
+    ZELGL_NO_EXPORT bool isInside(int offset, unsigned long size) const;
+    ZELGL_NO_EXPORT void write(int offset, const void *data, unsigned long size);
+    ZELGL_NO_EXPORT void read(int offset, unsigned long size, void *dest) const;
 
     InstanceDataPlan *_plan = nullptr; ///< borrowed from the registry
     QByteArray _data;

@@ -9,6 +9,8 @@
 #include "Texture.h"
 #include "TextureManager.h"
 #include "UniformBufferObject.h"
+#include "private/Hints.h"
+#include "private/InstanceDataGLSL.h"
 
 #include <cstring>
 #include <limits>
@@ -145,8 +147,7 @@ QSharedPointer<UniformBufferObject> InstanceDataCollection::getUniformBufferObje
     }
     const QSharedPointer<BufferObject> buffer = context->newBuffer();
     buffer->setTarget(target);
-    const QString blockName = QStringLiteral("u_") + _plan->name() + QStringLiteral("Uniform");
-    _uniformBufferObject = context->newUniformBuffer(blockName, buffer);
+    _uniformBufferObject = context->newUniformBuffer(blockName(_plan->name()), buffer);
     if (_storageBufferFlags != 0) {
         buffer->useStorageBuffer(_data.size(), _storageBufferFlags);
     }
@@ -254,7 +255,7 @@ void InstanceDataCollection::assertFitsTexture() const
     ZEL_ASSERT(this->fitsTexture(), "List is too big for plan '%s'", qPrintable(_plan->name()));
 }
 
-void InstanceDataCollection::harvestTextureTokens()
+ZELGL_COLD_PATH void InstanceDataCollection::harvestTextureTokens()
 {
     for (const int offset : _plan->_textureTokenOffsets) {
         TextureToken token;

@@ -91,30 +91,26 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
-    // The transports fill the GL objects; the scene writes matrices by offset.
-    friend class BufferTextureMechanism;
-    friend class GPUModel;
-    friend class TextureMechanism;
-    friend class UniformBufferMechanism;
-    friend class UniformMechanism;
+    friend class InstanceDataAccess; // of the mechanisms, which fill the GL objects
+    friend class GPUModel;           // writes matrices by offset
 
-    explicit InstanceDataCollection(InstanceDataPlan *plan);
+    ZELGL_NO_EXPORT explicit InstanceDataCollection(InstanceDataPlan *plan);
 
-    size_t itemSize() const;
-    void assertFits(unsigned long numBytes) const;
-    void assertFits(const QList<InstanceData> &instanceDataDataList) const;
-    void append(const QList<InstanceData> &items);
-    void copy(const char *bytes, unsigned long numBytes);
-    bool fitsTexture() const;
-    void assertFitsTexture() const;
-    void harvestTextureTokens();
+    ZELGL_NO_EXPORT size_t itemSize() const;
+    ZELGL_NO_EXPORT void assertFits(unsigned long numBytes) const;
+    ZELGL_NO_EXPORT void assertFits(const QList<InstanceData> &instanceDataDataList) const;
+    ZELGL_NO_EXPORT void append(const QList<InstanceData> &items);
+    ZELGL_NO_EXPORT void copy(const char *bytes, unsigned long numBytes);
+    ZELGL_NO_EXPORT bool fitsTexture() const;
+    ZELGL_NO_EXPORT void assertFitsTexture() const;
+    ZELGL_NO_EXPORT void harvestTextureTokens();
     /// Where a member of an item starts, or -1 if it is not inside the data.
-    qint64 position(int index, size_t offset, size_t size) const;
-    void getBytes(int index, size_t offset, void *dest, size_t size) const;
+    ZELGL_NO_EXPORT qint64 position(int index, size_t offset, size_t size) const;
+    ZELGL_NO_EXPORT void getBytes(int index, size_t offset, void *dest, size_t size) const;
     /// Writes at an offset of an item and sets dirty.
-    void setBytes(int index, size_t offset, const void *data, size_t size);
+    ZELGL_NO_EXPORT void setBytes(int index, size_t offset, const void *data, size_t size);
     /// Moves bytes within an item and sets dirty.
-    void moveBytes(int index, size_t from, size_t to, size_t size);
+    ZELGL_NO_EXPORT void moveBytes(int index, size_t from, size_t to, size_t size);
 
     bool _dirty = true;                   ///< the bytes changed since the last upload
     InstanceDataPlan *_plan = nullptr;    ///< borrowed

@@ -1,13 +1,9 @@
 #include "InstanceDataPlan.h"
 
-#include "BufferTextureMechanism.h"
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
+#include "ParameterMechanism.h"
 #include "ShaderProgram.h"
-#include "StorageBufferMechanism.h"
-#include "TextureMechanism.h"
-#include "UniformBufferMechanism.h"
-#include "UniformMechanism.h"
+#include "private/InstanceDataGLSL.h"
 
 #include <QtCore/QVector>
 
@@ -18,6 +14,9 @@ namespace Orvane { namespace Zel {
 QRegExp gInstanceDataNameValidator(QStringLiteral("[a-zA-Z_][a-zA-Z_0-9]*"));
 
 namespace {
+
+using Type = InstanceDataPlan::DataType;
+using NamesByType = QHash<Type, QStringList>;
 
 constexpr size_t kVec4Size = 16;
 
@@ -32,21 +31,23 @@ size_t quotient(qint64 value, size_t divisor)
     return value < 1 || divisor == 0 ? 0 : static_cast<size_t>(value) / divisor;
 }
 
-ParameterMechanism *newMechanism(InstanceDataPlan::MechanismType type, const QString &planName)
+/// The order of the layout.
+QList<Type> sortedTypes(const NamesByType &namesByType)
 {
-    switch (type) {
-    case InstanceDataPlan::eUniformMechanism:
-        return new UniformMechanism(planName);
-    case InstanceDataPlan::eBufferTextureMechanism:
-        return new BufferTextureMechanism(planName);
-    case InstanceDataPlan::eTextureMechanism:
-        return new TextureMechanism(planName);
-    case InstanceDataPlan::eStorageBufferMechanism:
-        return new StorageBufferMechanism(planName);
-    case InstanceDataPlan::eUniformBufferMechanism:
-        break;
+    QList<Type> types = namesByType.keys();
+    std::sort(types.begin(), types.end(), ParameterMechanism::compareByDataType);
+    return types;
+}
+
+/// Components of one item; three count as four.
+size_t numberComponents(const NamesByType &namesByType)
+{
+    size_t components = 0;
+    for (auto it = namesByType.begin(); it != namesByType.end(); ++it) {
+        const size_t each = ParameterMechanism::numberComponents(it.key());
+        components += size_t(it.value().size()) * (each == 3 ? 4 : each);
     }
-    return new UniformBufferMechanism(planName);
+    return components;
 }
 
 QString glslVersion(InstanceDataPlan::MechanismType mechanism)
@@ -73,8 +74,8 @@ bool InstanceDataPlan::supportsStorageMechanism()
 
 InstanceDataPlan::InstanceDataPlan(const QString &name)
     : _name(name)
-    , _samplerIName(QStringLiteral("u_i") + name + QStringLiteral("Sampler"))
-    , _samplerFName(QStringLiteral("u_f") + name + QStringLiteral("Sampler"))
+    , _samplerIName(integerSamplerName(name))
+    , _samplerFName(floatSamplerName(name))
 {
 }
 
@@ -121,7 +122,7 @@ void InstanceDataPlan::finalise()
     _glslh += QStringLiteral("#ifndef %1\n#define %1\n").arg(guard) + tokenInclude;
 
     ParameterMechanism *mechanism = parameterMechanism(_mechanism);
-    const QList<DataType> types = sortedTypes();
+    const QList<DataType> types = sortedTypes(_memberNamesByType);
     computeLayout(types, mechanism);
     const QString accessors = generateAccessors(types, mechanism);
     limitArraySize();
@@ -226,7 +227,7 @@ void InstanceDataPlan::getGLParameter(unsigned int pname, int *value) const
 ParameterMechanism *InstanceDataPlan::parameterMechanism(MechanismType type)
 {
     if (_parameterMechanism == nullptr) {
-        _parameterMechanism = newMechanism(type, _name);
+        _parameterMechanism = ParameterMechanism::create(type, _name);
     }
     return _parameterMechanism;
 }
@@ -249,23 +250,16 @@ void InstanceDataPlan::assertShaderProgram(const ShaderProgram *program) const
     if (id == 0) {
         return;
     }
-    const QByteArray blockName = (QStringLiteral("u_") + _name + QStringLiteral("Uniform")).toLatin1();
+    const QByteArray ownBlock = blockName(_name).toLatin1();
     GLint blocks = 0;
     glGetProgramiv(id, GL_ACTIVE_UNIFORM_BLOCKS, &blocks);
     for (GLint block = 0; block < blocks; ++block) {
         char name[256] = {};
         glGetActiveUniformBlockName(id, GLuint(block), sizeof name, nullptr, name);
-        if (blockName == name) {
+        if (ownBlock == name) {
             assertUniformBlock(id, GLuint(block));
         }
     }
-}
-
-QList<InstanceDataPlan::DataType> InstanceDataPlan::sortedTypes() const
-{
-    QList<DataType> types = _memberNamesByType.keys();
-    std::sort(types.begin(), types.end(), ParameterMechanism::compareByDataType);
-    return types;
 }
 
 void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism)
@@ -311,24 +305,14 @@ QString InstanceDataPlan::generateAccessors(const QList<DataType> &types, Parame
             accessors +=
                 mechanism->glslFunctionDefinition(type, name, _useVec4Storage, offset(name), _totalDataSize)
                 + QLatin1Char('\n');
-            accessors += ParameterMechanism::signature(type, name, byDraw)
-                         + QStringLiteral("       { return ") + ParameterMechanism::accessorName(name)
-                         + QStringLiteral("( uint(getDrawID())); }\n\n");
-            _glslh += ParameterMechanism::signature(type, name, byIndex) + QStringLiteral(";\n")
-                      + ParameterMechanism::signature(type, name, byDraw) + QStringLiteral(";\n");
+            const QString glslType = ParameterMechanism::glslType(type);
+            accessors += accessorHead(glslType, name, byDraw) + QStringLiteral("       { return ")
+                         + accessorName(name) + QStringLiteral("( uint(getDrawID())); }\n\n");
+            _glslh += accessorHead(glslType, name, byIndex) + QStringLiteral(";\n")
+                      + accessorHead(glslType, name, byDraw) + QStringLiteral(";\n");
         }
     }
     return accessors;
-}
-
-size_t InstanceDataPlan::numberComponents() const
-{
-    size_t components = 0;
-    for (auto it = _memberNamesByType.begin(); it != _memberNamesByType.end(); ++it) {
-        const size_t each = ParameterMechanism::numberComponents(it.key());
-        components += size_t(it.value().size()) * (each == 3 ? 4 : each);
-    }
-    return components;
 }
 
 void InstanceDataPlan::limitArraySize()
@@ -367,7 +351,7 @@ void InstanceDataPlan::limitToUniforms()
     int vertexComponents = 1024;
     getGLParameter(GL_MAX_FRAGMENT_UNIFORM_COMPONENTS, &fragmentComponents);
     getGLParameter(GL_MAX_VERTEX_UNIFORM_COMPONENTS, &vertexComponents);
-    const size_t components = numberComponents();
+    const size_t components = numberComponents(_memberNamesByType);
     const int available = qMin(fragmentComponents, vertexComponents);
     // Four times the components, although GL counts components too: a tight budget on purpose.
     clampArraySize("uni", components == 0 ? 1 : quotient(available, components * 4));

@@ -148,21 +148,19 @@ public:
 private:
     friend class InstanceDataCollection; // finds its tokens, reports what no texture holds
 
-    QList<DataType> sortedTypes() const;
-    void computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism);
-    void padTotalDataSize();
-    QString generateAccessors(const QList<DataType> &types, ParameterMechanism *mechanism);
-    size_t numberComponents() const;
-    void limitArraySize();
-    void limitToUniformBlock();
-    void limitToUniforms();
-    void limitToBufferTexture();
-    void limitToTexture();
-    void limitToStorageBlock();
-    void clampArraySize(const char *tag, size_t limit);
-    void logLimit(const char *tag, int size, int max) const;
-    bool fitsTexture(int bytes) const;
-    void assertUniformBlock(unsigned int program, unsigned int block) const;
+    ZELGL_NO_EXPORT void computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism);
+    ZELGL_NO_EXPORT void padTotalDataSize();
+    ZELGL_NO_EXPORT QString generateAccessors(const QList<DataType> &types, ParameterMechanism *mechanism);
+    ZELGL_NO_EXPORT void limitArraySize();
+    ZELGL_NO_EXPORT void limitToUniformBlock();
+    ZELGL_NO_EXPORT void limitToUniforms();
+    ZELGL_NO_EXPORT void limitToBufferTexture();
+    ZELGL_NO_EXPORT void limitToTexture();
+    ZELGL_NO_EXPORT void limitToStorageBlock();
+    ZELGL_NO_EXPORT void clampArraySize(const char *tag, size_t limit);
+    ZELGL_NO_EXPORT void logLimit(const char *tag, int size, int max) const;
+    ZELGL_NO_EXPORT bool fitsTexture(int bytes) const;
+    ZELGL_NO_EXPORT void assertUniformBlock(unsigned int program, unsigned int block) const;
 
     bool _finalised = false;
     bool _hasTextureTokens = false;

@@ -34,8 +34,8 @@ public:
     void clear();
 
 private:
-    InstanceDataRegistry();
-    ~InstanceDataRegistry();
+    ZELGL_NO_EXPORT InstanceDataRegistry();
+    ZELGL_NO_EXPORT ~InstanceDataRegistry();
 
     QHash<QString, InstanceDataPlan *> _plans; ///< null for names that were asked for in vain
 };

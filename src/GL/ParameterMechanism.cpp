@@ -106,36 +106,4 @@ bool ParameterMechanism::useVec4Storage(DataType type)
     return info(type).useVec4Storage;
 }
 
-QString ParameterMechanism::accessorName(const QString &memberName)
-{
-    return QStringLiteral("get%1%2").arg(memberName.left(1).toUpper(), memberName.mid(1));
-}
-
-QString ParameterMechanism::signature(DataType type, const QString &memberName, const QString &parameters)
-{
-    return QStringLiteral("%1 %2(%3)").arg(glslType(type), accessorName(memberName), parameters);
-}
-
-unsigned long ParameterMechanism::texelOf(unsigned long offset)
-{
-    return offset >> 4;
-}
-
-unsigned long ParameterMechanism::componentOf(unsigned long offset)
-{
-    return (offset >> 2) & 3;
-}
-
-QString ParameterMechanism::remark(DataType type, unsigned long offset)
-{
-    return QStringLiteral(" // off %1 %2 (%3:%4)")
-        .arg(QString::number(dataSize(type)), QString::number(offset), QString::number(texelOf(offset)),
-             QString::number(componentOf(offset)));
-}
-
-QString ParameterMechanism::tripleSwizzle(DataType type)
-{
-    return numberComponents(type) == 3 ? QStringLiteral(".rgb") : QString();
-}
-
 }} // namespace Orvane::Zel

@@ -56,21 +56,14 @@ public:
     virtual bool useVec4Storage(DataType type);
 
 protected:
-    friend class InstanceDataPlan; // writes the accessors of the current draw
-
-    /// The name of the accessor of a member: "getBaseColor" for "baseColor".
-    static QString accessorName(const QString &memberName);
-    /// Type, accessor and the parameters as given.
-    static QString signature(DataType type, const QString &memberName, const QString &parameters);
-    /// Where a member stands: the vector of four, and the component in it.
-    static unsigned long texelOf(unsigned long offset);
-    static unsigned long componentOf(unsigned long offset);
-    /// Size and place of a member, as a comment of GLSL.
-    static QString remark(DataType type, unsigned long offset);
-    /// What takes a triple out of its four components; empty for all other types.
-    static QString tripleSwizzle(DataType type);
-
     QString _planName;
+
+private:
+    friend class InstanceDataPlan; // creates its mechanism
+
+    /// Defined in private/MechanismFactory.cpp.
+    ZELGL_NO_EXPORT static ParameterMechanism *create(InstanceDataPlan::MechanismType type,
+                                                      const QString &planName);
 };
 
 }} // namespace Orvane::Zel

@@ -44,13 +44,13 @@ public:
 protected:
     static constexpr int kTexelSize = 16;
 
-    TextureMechanism(const QString &planName, unsigned int boTarget);
+    ZELGL_NO_EXPORT TextureMechanism(const QString &planName, unsigned int boTarget);
 
     /// An accessor by \a fetch, the text that reads texel %3 of items of %2 texels
     /// through the sampler %1.
-    QString texelAccessor(DataType type, const QString &name, unsigned long offset, unsigned long totalSize,
-                          const QString &fetch) const;
-    QString samplerDeclarations(const QString &samplerF, const QString &samplerI) const;
+    ZELGL_NO_EXPORT QString texelAccessor(DataType type, const QString &name, unsigned long offset,
+                                          unsigned long totalSize, const QString &fetch) const;
+    ZELGL_NO_EXPORT QString samplerDeclarations(const QString &samplerF, const QString &samplerI) const;
 
     QString _samplerIName;
     QString _samplerFName;

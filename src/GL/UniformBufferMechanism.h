@@ -39,20 +39,13 @@ public:
                             InstanceDataCollection *collection);
 
 protected:
-    UniformBufferMechanism(const QString &planName, unsigned int boTarget);
+    ZELGL_NO_EXPORT UniformBufferMechanism(const QString &planName, unsigned int boTarget);
 
-    /// The collection's buffer, made at the first call; null if there can be none.
-    const QSharedPointer<BufferObject> &bufferOf(InstanceDataCollection *collection) const;
-    const QSharedPointer<BufferObject> &newBufferOf(InstanceDataCollection *collection) const;
     /// Uploads if dirty, and clears that.
-    void uploadIfDirty(const QSharedPointer<BufferObject> &buffer, InstanceDataCollection *collection);
+    ZELGL_NO_EXPORT void uploadIfDirty(const QSharedPointer<BufferObject> &buffer,
+                                       InstanceDataCollection *collection);
 
     unsigned int _boTarget;
-
-private:
-    void upload(const QSharedPointer<BufferObject> &buffer, InstanceDataCollection *collection);
-    QString structMembers(const QList<DataType> &types, const QHash<DataType, QStringList> &namesByType,
-                          bool useVec4);
 };
 
 }} // namespace Orvane::Zel

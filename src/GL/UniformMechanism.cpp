@@ -1,9 +1,9 @@
 #include "UniformMechanism.h"
 
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
 #include "ShaderProgram.h"
-#include "TextureManager.h"
+#include "private/InstanceDataAccess.h"
+#include "private/InstanceDataGLSL.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QVarLengthArray>
@@ -129,9 +129,7 @@ bool UniformMechanism::unbind(ShaderProgram *, TextureManager *textureManager,
     if (collection == nullptr) {
         return false;
     }
-    if (textureManager != nullptr) {
-        textureManager->unbind(collection->_textureTokens);
-    }
+    InstanceDataAccess::unbindTextureTokens(*collection, textureManager);
     return true;
 }
 
@@ -139,7 +137,8 @@ QString UniformMechanism::glslFunctionDefinition(DataType type, const QString &n
                                                  unsigned long)
 {
     return QStringLiteral("%1 { return u_%2[Index]%3; }")
-        .arg(signature(type, name, QStringLiteral("uint Index")), name, tripleSwizzle(type));
+        .arg(accessorHead(glslType(type), name, QStringLiteral("uint Index")), name,
+             tripleSwizzle(numberComponents(type)));
 }
 
 QString UniformMechanism::glslUniformDeclaration(const QList<DataType> &types,
@@ -178,7 +177,7 @@ void UniformMechanism::sendMember(int location, const QString &name, DataType ty
     const size_t size = dataSize(type);
     const size_t offset = collection.plan()->offset(name);
     const int count = collection.size();
-    if (count > 0 && collection.position(count - 1, offset, size) < 0) {
+    if (count > 0 && InstanceDataAccess::position(collection, count - 1, offset, size) < 0) {
         return; // a collection of another plan
     }
     // Of packed booleans GL reads more than the gathered bytes: zeros.
@@ -187,7 +186,8 @@ void UniformMechanism::sendMember(int location, const QString &name, DataType ty
     if (read > size) {
         std::memset(values.data(), 0, size_t(values.size()));
     }
-    gather(values.data(), collection._data.constData() + offset, count, size, collection.itemSize());
+    gather(values.data(), InstanceDataAccess::bytes(collection).constData() + offset, count, size,
+           collection.plan()->totalDataSize());
     setUniforms(location, count, type, values.constData());
 }
 

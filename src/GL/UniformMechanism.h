@@ -29,10 +29,10 @@ public:
     bool useVec4Storage(DataType type) override;
 
 private:
-    const QString &uniformName(const QString &memberName);
+    ZELGL_NO_EXPORT const QString &uniformName(const QString &memberName);
     /// Gathers a member of all items and sets its uniform.
-    void sendMember(int location, const QString &name, DataType type,
-                    const InstanceDataCollection &collection) const;
+    ZELGL_NO_EXPORT void sendMember(int location, const QString &name, DataType type,
+                                    const InstanceDataCollection &collection) const;
 
     QHash<QString, DataType> _memberTypes;
     QString _uniformName; ///< kept, so that a bind takes no memory

@@ -19,11 +19,15 @@ GRAPH = ROOT / "docs" / "images" / "include-graph.dot"
 UMBRELLA = "ZelGL.h"
 
 
+def without_suffix(name):
+    return name.removesuffix(".h").removesuffix(".cpp")
+
+
 def subsystems():
     """Their names, lowest first, and the rank of each file's subsystem."""
     groups = dict(re.findall(r"^set\(ZELGL_([A-Z_]+)\s+([^)$]*)\)$", (SOURCES / "CMakeLists.txt").read_text(), re.M))
     order = groups["SUBSYSTEMS"].split()
-    ranks = {name.removesuffix(".h"): rank for rank, subsystem in enumerate(order) for name in groups[subsystem].split()}
+    ranks = {without_suffix(name): rank for rank, subsystem in enumerate(order) for name in groups[subsystem].split()}
     return [name.lower().replace("_", " ") for name in order], ranks
 
 
@@ -76,7 +80,7 @@ def main():
         elif ranks[target] > ranks[name]:
             errors.append(f"{name} ({order[ranks[name]]}) includes {target} ({order[ranks[target]]})")
     described = re.findall(r"`([\w/.]+)`", (SOURCES / "README.md").read_text())
-    errors += [f"{name} is missing in src/GL/README.md" for name in ranks if name not in {d.removesuffix(".h") for d in described}]
+    errors += [f"{name} is missing in src/GL/README.md" for name in ranks if name not in {without_suffix(d) for d in described}]
     errors += [f"{', '.join(k)} include each other across subsystems" for k in knots(edges) if len({ranks.get(n) for n in k}) > 1]
     text = "" if errors else graph(order, ranks, edges)
     if text and "--refresh" in sys.argv:
