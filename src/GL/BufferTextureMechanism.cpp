@@ -23,6 +23,8 @@ bool BufferTextureMechanism::bind(ShaderProgram *program, TextureManager *textur
     }
     QSharedPointer<Texture> &integers = InstanceDataAccess::integerTexture(*collection);
     QSharedPointer<Texture> &floats = InstanceDataAccess::floatTexture(*collection);
+    // Both or none: a texture unit that is free for one is free for the other. The textures refer to the buffer, whose later
+    // changes of size they follow.
     if (integers.isNull() && floats.isNull()) {
         integers = initBufferTextureStorage(RGBA32I, buffer);
         floats = initBufferTextureStorage(RGBA32F, buffer);
@@ -59,7 +61,7 @@ QSharedPointer<Texture> BufferTextureMechanism::initBufferTextureStorage(Texture
     const QSharedPointer<Texture> texture(new Texture(nullptr));
     texture->setTarget(_boTarget);
     const AutoBinder textureBinder(texture);
-    if (!texture->isBound()) { // glTexBuffer() would go to another texture; the next bind makes it
+    if (!texture->isBound()) { // glTexBuffer() would change another texture; the next bind creates this one
         return {};
     }
     const AutoBinder bufferBinder(buffer);

@@ -25,13 +25,13 @@ size_t roundUpToVec4(size_t size)
     return (size + kVec4Size - 1) / kVec4Size * kVec4Size;
 }
 
-/// A quotient of limits: 0 where there is nothing to divide by.
+/// Returns how many times \a divisor fits into a limit; 0 if one of them is 0. Plans without members have a divisor of 0.
 size_t quotient(qint64 value, size_t divisor)
 {
     return value < 1 || divisor == 0 ? 0 : static_cast<size_t>(value) / divisor;
 }
 
-/// The order of the layout.
+/// The types in the order of the layout.
 QList<Type> sortedTypes(const NamesByType &namesByType)
 {
     QList<Type> types = namesByType.keys();
@@ -39,7 +39,7 @@ QList<Type> sortedTypes(const NamesByType &namesByType)
     return types;
 }
 
-/// Components of one item; three count as four.
+/// Returns the number of components of one item. Three count as four, which GLSL declares for them.
 size_t numberComponents(const NamesByType &namesByType)
 {
     size_t components = 0;
@@ -115,18 +115,23 @@ void InstanceDataPlan::setUseVec4Storage(bool useVec4Storage)
 
 void InstanceDataPlan::finalise()
 {
+    // 1. The head of the declarations.
     const QString guard = QStringLiteral("ZEL_INSTANCEDATAPLAN_") + _name + QStringLiteral("_GLSLH");
     const QString tokenInclude =
         _hasTextureTokens ? QStringLiteral("#include \"TextureManager.glslh\"\n") : QString();
 
     _glslh += QStringLiteral("#ifndef %1\n#define %1\n").arg(guard) + tokenInclude;
 
+    // 2. The layout, then the accessors, which contain its offsets. generateAccessors() also declares them in _glslh.
     ParameterMechanism *mechanism = parameterMechanism(_mechanism);
     const QList<DataType> types = sortedTypes(_memberNamesByType);
     computeLayout(types, mechanism);
     const QString accessors = generateAccessors(types, mechanism);
+
+    // 3. The limits, before the texts that contain the number of items.
     limitArraySize();
 
+    // 4. The rest of both texts.
     const QString arrayName = _name.toUpper().replace(QLatin1Char(' '), QLatin1Char('_'));
     _glslh += QStringLiteral("#define %1_ARRAY_SIZE %2\n").arg(arrayName, QString::number(_arraySize));
     _glslc += glslVersion(_mechanism) + QStringLiteral("\n\n") + tokenInclude
@@ -226,6 +231,7 @@ void InstanceDataPlan::getGLParameter(unsigned int pname, int *value) const
 
 ParameterMechanism *InstanceDataPlan::parameterMechanism(MechanismType type)
 {
+    // Never replaced, because the GLSL texts are written for this one.
     if (_parameterMechanism == nullptr) {
         _parameterMechanism = ParameterMechanism::create(type, _name);
     }
@@ -274,6 +280,7 @@ void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMech
             _offsets[name] = static_cast<unsigned int>(accumulatedOffset);
             accumulatedOffset += dataSize(type);
         }
+        // In vec4 storage each type starts a new vector, which is declared by one type only.
         if (_useVec4Storage && mechanism->useVec4Storage(type)) {
             const size_t padding = roundUpToVec4(accumulatedOffset) - accumulatedOffset;
             accumulatedOffset += padding;
@@ -287,7 +294,9 @@ void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMech
 void InstanceDataPlan::padTotalDataSize()
 {
     if (_totalDataSize % 4 != 0) {
-        // Steps of four would never arrive; boolean members are the only ones that can lead here.
+        // Required: the size grows in steps of 4, which never reach a multiple of 16 from here, so that this is a report
+        // instead of an endless loop. Only booleans are smaller than 4 bytes. See
+        // InstanceDataPlanTest.BooleansThatFillNoWordAreToldAndRoundedUp.
         ZEL_LOG_CRITICAL("The members of plan '%s' have a total of %d bytes, which is not a multiple of 4",
                          qPrintable(_name), int(_totalDataSize));
     }
@@ -353,7 +362,8 @@ void InstanceDataPlan::limitToUniforms()
     getGLParameter(GL_MAX_VERTEX_UNIFORM_COMPONENTS, &vertexComponents);
     const size_t components = numberComponents(_memberNamesByType);
     const int available = qMin(fragmentComponents, vertexComponents);
-    // Four times the components, although GL counts components too: a tight budget on purpose.
+    // Required: four times the components, although GL counts components too. This mechanism sends everything on every bind,
+    // so that a small budget keeps it to small plans. See InstanceDataPlanTest.TheDriversLimitsClampTheArray.
     clampArraySize("uni", components == 0 ? 1 : quotient(available, components * 4));
 }
 
@@ -364,7 +374,9 @@ void InstanceDataPlan::limitToBufferTexture()
     clampArraySize("bxt", quotient(qint64(texels) * qint64(kVec4Size), _totalDataSize));
 }
 
-// The width of the texture is not applied to the number of items; collections report what it cannot hold.
+// Required: the texture does not limit the number of items, and its message compares bytes of one item with texels.
+// Collections report what the texture cannot hold; see
+// InstanceDataTest.MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture.
 void InstanceDataPlan::limitToTexture()
 {
     int maxTextureSize = 1024;
@@ -378,6 +390,7 @@ void InstanceDataPlan::limitToTexture()
 
 void InstanceDataPlan::limitToStorageBlock()
 {
+    // In 64 bits, because the limit may be 2 GiB and more; see InstanceDataPlanTest.TheLimitOfStorageBlocksHas64Bits.
     if (glGetInteger64v == nullptr) {
         ZEL_LOG_WARNING("OpenGL has not been initialised. No way it obtain correct maximum InstanceData "
                         "table size for '%s'",
@@ -414,10 +427,11 @@ void InstanceDataPlan::assertUniformBlock(unsigned int program, unsigned int blo
     GLint blockSize = 0;
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORMS, &count);
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_DATA_SIZE, &blockSize);
-    QVector<GLint> indices(qMax(count, 1));
+    QVector<GLint> indices(qMax(count, 1)); // never empty: data() would be a pointer to nothing
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES, indices.data());
 
-    // The offsets stand ready for a debugger; only the size is compared.
+    // Only the size is compared. The offsets are for a debugger, to find the member that differs; a program may have other
+    // uniforms in the block, so that their number is limited.
     const int known = qMin(count, 2 * _memberTypes.size());
     QVector<GLuint> uniforms(known);
     std::copy_n(indices.constBegin(), known, uniforms.begin());

@@ -50,27 +50,38 @@ bool TextureMechanism::bind(ShaderProgram *program, TextureManager *textureManag
     }
     QSharedPointer<Texture> &integers = InstanceDataAccess::integerTexture(*collection);
     QSharedPointer<Texture> &floats = InstanceDataAccess::floatTexture(*collection);
+    // 1. The textures, at the first bind.
     if (integers.isNull() && floats.isNull()) {
         integers.reset(new Texture(nullptr));
         floats.reset(new Texture(nullptr));
         InstanceDataAccess::setDirty(*collection, true);
     }
+
+    // 2. Their storage, if the number of bytes has changed since the last upload. Without a free texture unit the collection
+    //    is not uploaded at all: the buffer would then have the new size, and the next bind would not allocate.
     const int numBytes = InstanceDataAccess::bytes(*collection).size();
     const int texels = numBytes / kTexelSize;
     bool allocated = true;
     if (!InstanceDataAccess::fitsTexture(*collection)) {
-        uploadIfDirty(buffer, collection); // GL would refuse the textures; reported when the data came
+        // GL would refuse textures of this width, which the collection has reported. With its buffer uploaded it is clean,
+        // and later binds do not try again; see InstanceDataTest.MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture.
+        uploadIfDirty(buffer, collection);
     } else if (buffer->valueCount() != numBytes) {
         allocated = allocateImageTextureStorage(integers, RGBA32I, texels);
         allocated = allocateImageTextureStorage(floats, RGBA32F, texels) && allocated;
         InstanceDataAccess::setDirty(*collection, true);
     }
+
+    // 3. The bytes: to the buffer, and from there to both textures.
     if (InstanceDataAccess::isDirty(*collection) && allocated) {
         uploadIfDirty(buffer, collection);
-        // What found no unit is done at the next bind.
+        // Dirty again if a texture found no unit: the next bind copies. See
+        // InstanceDataRoadTest.WhatFindsNoTextureUnitIsMadeUpForAtTheNextBind.
         InstanceDataAccess::setDirty(*collection, !pboToTexture(integers, RGBA32I, buffer, texels)
                                                       || !pboToTexture(floats, RGBA32F, buffer, texels));
     }
+
+    // 4. What the draw needs, changed or not.
     collection->bindTextureTokens(textureManager);
     setUniformValues(program, collection);
     return true;
@@ -125,6 +136,7 @@ bool TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> textu
     if (!texture->isBound()) { // the calls below would go to another texture
         return false;
     }
+    // Without these a texture of one level is incomplete, and texelFetch() undefined.
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexImage2D(GL_TEXTURE_2D, 0, GLint(SizedInternalFormat(format)), texels, 1, 0, ExternalFormat(format),
@@ -135,7 +147,7 @@ bool TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> textu
 bool TextureMechanism::pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
                                     QSharedPointer<BufferObject> buffer, int texels)
 {
-    if (texels < 1) {
+    if (texels < 1) { // an empty collection: nothing to copy, and done
         return true;
     }
     const AutoBinder textureBinder(texture);
@@ -153,6 +165,7 @@ QString TextureMechanism::texelAccessor(DataType type, const QString &name, unsi
     const bool isMatrix = type == InstanceDataPlan::eMat4;
     const QString sampler = isIntegerType(type) ? _samplerIName : _samplerFName;
     const QString stride = QString::number(totalSize >> 4);
+    // Three components of 32 bits have a texel of their own, a matrix has four.
     const QString triple = tripleSwizzle(numberComponents(type));
     const QString swizzle = isMatrix ? QStringLiteral(".xyzw")
                             : triple.isEmpty()

@@ -16,6 +16,7 @@ namespace {
 using Mechanism = ParameterMechanism;
 using Type = Mechanism::DataType;
 
+// Cold: inlined, it adds about 8 instructions to each draw in the rows sceneown and sceneowntokens of draw_zel.
 ZELGL_COLD_PATH void upload(UniformBufferMechanism &mechanism, const QSharedPointer<BufferObject> &buffer,
                             InstanceDataCollection *collection)
 {
@@ -31,6 +32,7 @@ QString structMembers(Mechanism &mechanism, const QList<Type> &types,
     size_t pos = 0;
     for (const Type type : types) {
         const QStringList names = namesByType.value(type);
+        // The members of a type share vectors, named by their offset, because the accessors know nothing else.
         if (useVec4 && mechanism.useVec4Storage(type)) {
             const size_t end = pos + size_t(names.size()) * Mechanism::dataSize(type);
             for (; pos < end; pos += 16) {
@@ -44,7 +46,8 @@ QString structMembers(Mechanism &mechanism, const QList<Type> &types,
             pos += Mechanism::dataSize(type);
         }
     }
-    // The dummies keep the size of the structure that of the plan's item.
+    // Fills the structure up to the size of an item of the plan. A position that is not a multiple of 4, which the plan has
+    // reported, would never reach one of 16.
     for (; pos % 16 != 0 && pos % 4 == 0; pos += 4) {
         lines += line.arg(QStringLiteral("float"), QStringLiteral("_dummy") + QString::number(pos));
     }
@@ -110,7 +113,7 @@ QString UniformBufferMechanism::glslUniformDeclaration(const QList<DataType> &ty
                                                        bool useVec4, unsigned long arraySize)
 {
     const QString members = structMembers(*this, types, namesByType, useVec4);
-    if (members.isEmpty()) {
+    if (members.isEmpty()) { // GLSL has no empty structures
         return QString();
     }
     return glslLayoutDefinition().arg(_planName, members, QString::number(arraySize));

@@ -16,14 +16,17 @@ namespace {
 
 using Type = InstanceDataPlan::DataType;
 
-/// Bytes that GL reads for one element of a uniform of this type. Booleans go as integers, so that it reads
-/// more than their packed bytes.
+/// Returns the bytes that GL reads for one element of a uniform of this type. Booleans are sent as integers, so that GL
+/// reads more than their packed bytes.
 size_t uniformSize(Type type)
 {
     const size_t components = ParameterMechanism::numberComponents(type);
     return (components == 3 ? 4 : components) * 4;
 }
 
+/// Required: booleans use the calls of integers of four bytes, although their values are packed. Their uniforms have no
+/// useful value; the other mechanisms are for them. See
+/// InstanceDataTest.UniformsAreSentOnEveryBindAndReadNoFurtherThanTheirBytes.
 void setUniforms(int location, int count, Type type, const void *data)
 {
     const auto ints = static_cast<const GLint *>(data);
@@ -78,7 +81,8 @@ template <size_t Size> void gatherFixed(char *values, const char *member, int co
     }
 }
 
-/// Packs the member of each item; the sizes of all types but the packed booleans become plain moves.
+/// Copies a member of each item to an array. A size that is known at compile time makes each copy a few moves; only booleans
+/// have others.
 void gather(char *values, const char *member, int count, size_t size, size_t stride)
 {
     switch (size) {
@@ -117,6 +121,7 @@ bool UniformMechanism::bind(ShaderProgram *program, TextureManager *textureManag
                 sendMember(location, it.key(), it.value(), *collection);
             }
         }
+        // For queries only: the next bind sends again, because uniforms belong to a program.
         collection->clearDirtyStatus();
     }
     collection->bindTextureTokens(textureManager);
@@ -177,10 +182,11 @@ void UniformMechanism::sendMember(int location, const QString &name, DataType ty
     const size_t size = dataSize(type);
     const size_t offset = collection.plan()->offset(name);
     const int count = collection.size();
+    // The collection may be of a plan with other members, if a host calls bind() with it.
     if (count > 0 && InstanceDataAccess::position(collection, count - 1, offset, size) < 0) {
-        return; // a collection of another plan
+        return;
     }
-    // Of packed booleans GL reads more than the gathered bytes: zeros.
+    // GL reads more than the packed booleans: zeros, not memory outside the array.
     const size_t read = uniformSize(type);
     QVarLengthArray<char, 4096> values(count * int(qMax(size, read)));
     if (read > size) {

@@ -4,6 +4,7 @@
 
 namespace Orvane { namespace Zel {
 
+// Cold: inlined, it adds about 16 instructions to each draw in the rows sceneown and sceneowntokens of draw_zel.
 ZELGL_COLD_PATH const QSharedPointer<BufferObject> &
 InstanceDataAccess::newBuffer(InstanceDataCollection *collection, unsigned int target)
 {

@@ -8,8 +8,8 @@ namespace Orvane { namespace Zel {
 
 class BufferObject;
 
-/// The state of a collection, for the classes of the library that move its bytes: the mechanisms upload and bind them, the scene
-/// writes matrices by offset. A single friend of InstanceDataCollection instead of one for each of these classes.
+/// The state of a collection, for the classes of the library that move its bytes: the mechanisms upload and bind them, the
+/// scene writes matrices by offset. InstanceDataCollection has this friend instead of one for each of these classes.
 ///
 /// Context: required by buffer() only, if the collection has no buffer yet.
 /// Private to the library; for the mechanisms and the scene.
@@ -49,8 +49,8 @@ public:
     {
         return collection._uniformBufferObject;
     }
-    /// Returns the collection's buffer; the first call creates it with \a target. Null if \a collection is null or no context
-    /// is current.
+    /// Returns the collection's buffer; the first call creates it with \a target. Null if \a collection is null or no
+    /// context is current.
     static const QSharedPointer<BufferObject> &buffer(InstanceDataCollection *collection, unsigned int target)
     {
         return collection != nullptr && !collection->_uniformBufferObject.isNull()

@@ -6,8 +6,8 @@
 
 namespace Orvane { namespace Zel {
 
-// Names and expressions of the generated GLSL that several classes write: the plan, the mechanisms, the collection. They take no
-// data type, so that plan and mechanisms do not include each other by way of this file.
+// Names and expressions of the generated GLSL that several classes write: the plan, the mechanisms, the collection. They
+// take no data type, so that plan and mechanisms do not include each other by way of this file.
 //
 // Context: none.
 // Private to the library; for the instance data.

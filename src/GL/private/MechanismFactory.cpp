@@ -4,8 +4,9 @@
 #include "../UniformBufferMechanism.h"
 #include "../UniformMechanism.h"
 
-// Private to the library. The one function that knows all mechanisms is apart from ParameterMechanism.cpp, because plans include
-// the base class: there, each file of the instance data would include each other.
+// Private to the library; for InstanceDataPlan. The function that knows all mechanisms is not in ParameterMechanism.cpp:
+// plans include ParameterMechanism, mechanisms include the collection, and collections include the plan, so that all files
+// of the instance data would form one cycle.
 
 namespace Orvane { namespace Zel {
 
