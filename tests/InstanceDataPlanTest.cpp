@@ -20,7 +20,7 @@ class InstanceDataPlanTest : public GLTest
 protected:
     ~InstanceDataPlanTest() override { InstanceDataRegistry::Instance()->clear(); }
 
-    /// Finalises, and takes the line about the limit.
+    /// Finalises, and takes the message about the limit.
     void finalise(Plan &plan)
     {
         plan.finalise();
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-/// A plan with a member of every kind that the texts tell apart, named "E". Vectors are for blocks only.
+/// A plan named "E" with a member of each kind that the texts distinguish. \a vec4 is for blocks only.
 std::unique_ptr<Plan> everyKind(Plan::MechanismType mechanism, bool vec4)
 {
     auto plan = std::make_unique<Plan>("E");
@@ -57,7 +57,7 @@ std::unique_ptr<Plan> everyKind(Plan::MechanismType mechanism, bool vec4)
     return plan;
 }
 
-/// The definitions by item number alone, which is where the mechanisms differ.
+/// The definitions by item number, without those by draw, which are the same for all mechanisms.
 QString accessorsByIndex(const Plan &plan)
 {
     const QString all = plan.glslc();
@@ -84,12 +84,12 @@ TEST_F(InstanceDataPlanTest, LaysMembersOutByFallingSizeAndType)
         {Plan::eBool, "b", 218},     {Plan::eBool, "c", 219},
     };
     Plan plan("Every");
-    for (size_t i = 0; i < std::size(members); ++i) { // in no order
+    for (size_t i = 0; i < std::size(members); ++i) { // mixed up
         const auto &member = members[i * 7 % std::size(members)];
         plan.addMember(member.type, member.name);
     }
     EXPECT_TRUE(plan.contains("fff"));
-    EXPECT_TRUE(plan.memberNames().isEmpty()); // offsets come with finalising
+    EXPECT_TRUE(plan.memberNames().isEmpty()); // they are those of the offsets, which finalise() computes
     finalise(plan);
     for (const auto &member : members) {
         EXPECT_EQ(member.offset, plan.offset(member.name)) << member.name;
@@ -147,7 +147,7 @@ TEST_F(InstanceDataPlanTest, SettingsAndQuestionsOutOfOrderAreReportedAndCarried
     EXPECT_MESSAGES(early.arg("setArraySize"), early.arg("setMechanism"), early.arg("setUseVec4Storage"));
     EXPECT_EQ(7u, plan->arraySize());
     EXPECT_EQ(Plan::eTextureMechanism, plan->mechanism());
-    // The mechanism was made when the text was.
+    // finalise() has created the mechanism.
     EXPECT_NE(nullptr,
               dynamic_cast<UniformBufferMechanism *>(plan->parameterMechanism(Plan::eUniformMechanism)));
     EXPECT_EQ(nullptr, dynamic_cast<TextureMechanism *>(plan->parameterMechanism(Plan::eTextureMechanism)));
@@ -416,7 +416,7 @@ TEST_F(InstanceDataPlanTest, TheLimitOfStorageBlocksHas64Bits)
     EXPECT_MESSAGES("debug [InstanceDataPlan.cpp:#] ssb: size  150 max 536870912 plan 'Paint'");
     EXPECT_EQ(size_t(1) << 29, plan->arraySizeMax());
 
-    limit.replace([](GLenum, GLint64 *) {}); // silent drivers change nothing
+    limit.replace([](GLenum, GLint64 *) {}); // a driver that writes no result
     const auto quiet = paint(Plan::eStorageBufferMechanism);
     quiet->finalise();
     EXPECT_EQ(150u, quiet->arraySizeMax());
@@ -457,19 +457,19 @@ TEST_F(InstanceDataPlanTest, TheRegistryFinalisesOwnsAndTellsOfUnknownNamesOnce)
     registry->registerPlan(plan);
     EXPECT_EQ(1, _capture.take().size());
     EXPECT_EQ(plan, registry->getPlan("Paint"));
-    EXPECT_EQ(150u, plan->arraySize()); // silent: it is finalised
+    EXPECT_EQ(150u, plan->arraySize()); // not reported: the plan is finalised
 
     GLSLMacroProcessor processor;
     EXPECT_EQ(plan->glslh() + "\n\nvoid main() {}",
               GLSLMacroProcessor::process("#instancedata \"Paint\"\nvoid main() {}", &processor));
 
-    const std::unique_ptr<Plan> replaced(plan); // by its name alone; its owner is the test again
+    const std::unique_ptr<Plan> replaced(plan); // replaced in the registry, but not deleted
     registry->registerPlan(paint().release());
     EXPECT_EQ(1, _capture.take().size());
     EXPECT_NE(plan, registry->getPlan("Paint"));
     registry->clear();
     EXPECT_EQ(nullptr, registry->getPlan("Paint"));
-    EXPECT_EQ(1, _capture.take().size()); // told again
+    EXPECT_EQ(1, _capture.take().size()); // logged again
     registry->registerPlan(nullptr);
 }
 
@@ -489,7 +489,7 @@ TEST_F(InstanceDataPlanTest, AProgramOfAnotherSizeIsReported)
     plan.assertShaderProgram(nullptr);
     Plan foreign("Foreign");
     finalise(foreign);
-    foreign.assertShaderProgram(program.get()); // no such block
+    foreign.assertShaderProgram(program.get()); // has no such block
 }
 
 TEST_F(InstanceDataPlanTest, ThousandsOfRandomLayoutsFollowTheRulesOfStd140)
@@ -501,7 +501,7 @@ TEST_F(InstanceDataPlanTest, ThousandsOfRandomLayoutsFollowTheRulesOfStd140)
         QVector<Plan::DataType> types;
         for (unsigned int member = 1 + engine() % 40; member > 0; --member) {
             const auto type = Plan::DataType(engine() % (Plan::eMat4 + 1));
-            if (type < Plan::eBool || type > Plan::eBVec4) { // booleans are not std140's
+            if (type < Plan::eBool || type > Plan::eBVec4) { // packed booleans are not in std140
                 plan.addMember(type, QString::number(types.size()));
                 types += type;
             }

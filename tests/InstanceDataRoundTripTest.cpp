@@ -13,7 +13,7 @@ namespace {
 
 using Plan = InstanceDataPlan;
 
-/// One way through the library: a mechanism and its form of storage.
+/// A way to transfer the data: a mechanism, with or without vec4 storage.
 struct Road
 {
     Plan::MechanismType mechanism;
@@ -23,7 +23,7 @@ struct Road
     {
         return mechanism == Plan::eUniformBufferMechanism || mechanism == Plan::eStorageBufferMechanism;
     }
-    /// A structure of GLSL has other booleans than the bytes; uniforms are read as integers.
+    /// Booleans of a GLSL structure are larger than the packed ones; uniforms are read as integers.
     bool carriesBooleans() const { return isBlock() ? vec4 : mechanism != Plan::eUniformMechanism; }
 };
 
@@ -44,7 +44,7 @@ struct Member
 };
 
 /// Draws the members of every item as raw bits, a column for each four words and a row for each item, and reads them
-/// back: by item number into the first target, by the draw's number into the second.
+/// back: read by item number in the first target, by draw number in the second.
 class Probe
 {
 public:
@@ -125,7 +125,7 @@ QVector<Member> InstanceDataRoundTripTest::randomMembers()
         }
     }
     if (GetParam().carriesBooleans() && integer(0, 1) != 0) {
-        // Together a multiple of four bytes. A texel has no component for the middle of a word.
+        // The sum must be a multiple of four bytes. A texture cannot fetch a boolean inside a word.
         const QVector<Plan::DataType> packed = {Plan::eBVec4, Plan::eBVec3, Plan::eBVec2, Plan::eBool,
                                                 Plan::eBool};
         for (const Plan::DataType type :
@@ -140,7 +140,7 @@ QVector<Member> InstanceDataRoundTripTest::randomMembers()
     return members;
 }
 
-/// Floats are any that every driver must keep: not NaN and not denormal.
+/// Any float that each driver must keep: neither NaN nor denormal.
 GLuint InstanceDataRoundTripTest::randomWord(const Member &member)
 {
     const GLuint word = GLuint(_engine());
@@ -162,7 +162,7 @@ Plan *InstanceDataRoundTripTest::newPlan(const QString &name, const QVector<Memb
     return plan;
 }
 
-/// The statements that put a value into four words of the output.
+/// The statements that write a value to four words of the output.
 QString wordsOf(const Member &member, const QString &value, int column)
 {
     if (member.type == Plan::eMat4) {
@@ -197,14 +197,14 @@ QString fragmentSource(const QString &planName, const QVector<Member> &members)
     return text + QStringLiteral("}\n");
 }
 
-/// Plans for each road: ten, as each is a program to link, or thousands where the environment asks for them.
+/// The number of plans for each parameter: ten, because each links a program, or as many as the environment sets.
 int numberOfPlans()
 {
     const int wanted = qEnvironmentVariableIntValue("ZELGL_ROUND_TRIPS");
     return wanted > 0 ? wanted : 10;
 }
 
-/// What the driver says of the block that is drawn: the offsets, the stride of the items, the size.
+/// Compares the block in the linked program: offsets, stride of the items, size.
 void InstanceDataRoundTripTest::expectDriverLayout(const ShaderProgram &program, const Plan &plan,
                                                    const QVector<Member> &members)
 {
@@ -235,10 +235,10 @@ void InstanceDataRoundTripTest::expectDriverLayout(const ShaderProgram &program,
         }
     }
     EXPECT_EQ(uniforms ? GLint(plan.arraySize()) * stride
-                       : stride, // of an array without a size one item counts
+                       : stride, // an array without a size counts as one item
               ask(uniforms ? GL_UNIFORM_BLOCK : GL_SHADER_STORAGE_BLOCK,
                   QStringLiteral("u_%1Uniform").arg(plan.name()), GL_BUFFER_DATA_SIZE));
-    plan.assertShaderProgram(&program); // silent
+    plan.assertShaderProgram(&program); // reports nothing
 }
 
 void InstanceDataRoundTripTest::roundTrip(int number)
@@ -247,13 +247,13 @@ void InstanceDataRoundTripTest::roundTrip(int number)
     const QString planName = QStringLiteral("Plan%1").arg(number);
     Plan *plan = newPlan(planName, members);
     const QVector<Message> messages = _capture.take();
-    ASSERT_EQ(1, messages.size()) << qPrintable(messages.value(0).text); // the limit, and nothing else
+    ASSERT_EQ(1, messages.size()) << qPrintable(messages.value(0).text); // the limit only
     ASSERT_EQ(QtDebugMsg, messages[0].level);
 
     const int items = qMin(int(plan->arraySize()), int(Probe::kRows));
     ASSERT_GT(items, 0);
     InstanceDataCollection collection(plan, static_cast<unsigned long>(items));
-    QVector<QVector<GLuint>> values(items); // by item, member after member
+    QVector<QVector<GLuint>> values(items); // one vector for each item, its members in order
     for (int item = 0; item < items; ++item) {
         for (const Member &member : members) {
             GLuint words[16] = {};
@@ -286,7 +286,7 @@ void InstanceDataRoundTripTest::roundTrip(int number)
                 Probe::Words words = {};
                 std::copy_n(expected + 4 * i, qMin(member.components(), 4), words.begin());
                 if (member.type == Plan::eBool) {
-                    // The packed booleans of one word read alike.
+                    // All packed booleans of a word read as one value.
                     GLuint word = 0;
                     const int at = item * int(plan->totalDataSize()) + int(plan->offset(member.name) / 4 * 4);
                     std::memcpy(&word, collection.dataArray().constData() + at, sizeof word);

@@ -20,7 +20,7 @@ namespace {
 using Plan = InstanceDataPlan;
 using Tokens = QVector<TextureToken>;
 
-/// Gives tokens, binds nothing and keeps the lists that it was told.
+/// Returns tokens, binds nothing and records the lists of its calls.
 class ToldManager : public TextureManager
 {
 public:
@@ -43,7 +43,7 @@ class InstanceDataTest : public GLTest
 protected:
     InstanceDataTest()
     {
-        _loader.hide("glNamedBufferData"); // so that every upload goes by the tapped one
+        _loader.hide("glNamedBufferData"); // so that each upload calls the tapped one
     }
 
     ~InstanceDataTest() override { InstanceDataRegistry::Instance()->clear(); }
@@ -95,7 +95,7 @@ TEST_F(InstanceDataTest, ItemsHoldTheBytesOfTheirMembers)
     EXPECT_EQ(bytesOf(tint, 4) + zeros(32), item.dataArray());
     item.set(36, kTint, 4);
     float read[4] = {};
-    item.get("tint", read, 0); // the size of the destination is not asked for
+    item.get("tint", read, 0); // the size of the destination is ignored
     EXPECT_EQ(bytesOf(tint, 4), bytesOf(read, 4));
     item.get(36, 4, read, 0);
     EXPECT_EQ(1.0f, read[0]);
@@ -118,7 +118,7 @@ TEST_F(InstanceDataTest, WrongMembersAreReportedAndStayInsideTheItem)
     EXPECT_EQ(bytesOf(kTint, 1) + zeros(44), item.dataArray()); // an unknown member is at offset 0
     item.set("image", kTint, 8);
     EXPECT_MESSAGES(isTexture.arg("image"));
-    item.set("strength", kTint, 8); // runs over into its neighbour
+    item.set("strength", kTint, 8); // overwrites its neighbour
     EXPECT_MESSAGES(tooLong);
     EXPECT_EQ(bytesOf(kTint, 2), item.dataArray().mid(32, 8));
 
@@ -169,23 +169,23 @@ TEST_F(InstanceDataTest, TexturesStandAmongTheBytesAsTheirTokens)
     paint();
     ToldManager manager;
     TextureManager::setInstance(&manager);
-    auto *const first = new Texture(nullptr); // the manager's from the first token on
+    auto *const first = new Texture(nullptr); // owned by the manager from the first token on
     auto *const second = new Texture(nullptr);
     InstanceData item("Paint");
     item.setTexture("image", first, &manager);
     item.setTexture("image", second);
-    item.setTexture(24, first); // once in the list, whatever the number of uses
+    item.setTexture(24, first); // in the list once, however often it is used
     EXPECT_EQ(Tokens({TextureToken(0), TextureToken(1)}), item.getTextureTokens());
     EXPECT_EQ(zeros(8), item.dataArray().mid(24, 8));
     item.setTexture(24, second, &manager);
     EXPECT_EQ(QByteArray("\1\0\0\0\0\0\0\0", 8), item.dataArray().mid(24, 8));
     EXPECT_EQ(48 + 4 * 2 + sizeof item, item.memoryEstimateCPU());
-    _capture.take(); // the manager tells of each new token
+    _capture.take(); // the manager logs each new token
 
     item.setTexture("strength", first, &manager);
     EXPECT_MESSAGES(asserted("InstanceDataPlan::eTexture == _plan->dataType(dataName)",
                              "InstanceData::setTexture( 'strength') call on data type 13"));
-    item.setTexture("image", QString()); // shows as white
+    item.setTexture("image", QString()); // is shown as white
     EXPECT_MESSAGES("warning [TextureManager.cpp:#] Cannot load ",
                     "debug [TextureManager.cpp:#] Creating token 2 for 255 255 255 255");
     EXPECT_EQ(3, item.getTextureTokens().size());
@@ -242,9 +242,9 @@ TEST_F(InstanceDataTest, MembersOfItemsAreReadWrittenAndMovedWithinTheirBytes)
     float read[4] = {};
     collection.get(1, "tint", read);
     EXPECT_EQ(bytesOf(kTint, 4), bytesOf(read, 4));
-    collection.copyInstanceMember(1, "shift", "strength"); // eight bytes over four, and the four behind them
+    collection.copyInstanceMember(1, "shift", "strength"); // eight bytes over four and the next four
     EXPECT_EQ(zeros(8), collection.dataArray().mid(48 + plan->offset("strength"), 8));
-    collection.copyInstanceMember(1, "tint", "shift"); // over the token too
+    collection.copyInstanceMember(1, "tint", "shift"); // and over the token
     EXPECT_EQ(bytesOf(kTint, 4), collection.dataArray().mid(48 + 16, 16));
 
     const QByteArray before = collection.dataArray();
@@ -279,7 +279,7 @@ TEST_F(InstanceDataTest, TokensAreFoundInTheBytesOncePerContents)
     EXPECT_EQ(QVector<Tokens>({first, first}), manager.bound);
     EXPECT_EQ(3 * 48 + 4 * 2 + sizeof collection, collection.memoryEstimateCPU());
 
-    const QByteArray bytes = collection.dataArray() + zeros(30); // the rest of an item has no token
+    const QByteArray bytes = collection.dataArray() + zeros(30); // an incomplete item has no token
     collection.update(bytes.constData(), static_cast<unsigned long>(bytes.size()));
     collection.bindTextureTokens(&manager);
     EXPECT_EQ(Tokens({TextureToken(7), TextureToken(11)}), manager.bound.last());
@@ -287,7 +287,7 @@ TEST_F(InstanceDataTest, TokensAreFoundInTheBytesOncePerContents)
 
 namespace {
 
-/// What goes to the driver on the way.
+/// The uploads, allocations, copies and views that reach the driver.
 struct Traffic
 {
     std::vector<size_t> take()
@@ -304,7 +304,7 @@ struct Traffic
 
 using Counts = std::vector<size_t>;
 
-/// By every mechanism, with a program that reads floats and integers.
+/// With each mechanism, and a program that reads floats and integers.
 class InstanceDataRoadTest : public InstanceDataTest, public testing::WithParamInterface<int>
 {
 protected:
@@ -401,7 +401,7 @@ TEST_P(InstanceDataRoadTest, BindingLeavesNothingBehindAndTakesNoMemoryOnceThePr
         collection.bind(_program.get(), nullptr);
         collection.unbind(_program.get(), nullptr);
     }
-    if (!usesTextureUnits()) { // each new holder of a unit is entered in a table
+    if (!usesTextureUnits()) { // each new owner of a unit is added to a table
         EXPECT_EQ(0u, allocations.taken());
     }
 }
@@ -413,7 +413,7 @@ TEST_P(InstanceDataRoadTest, TheManagerIsToldOfTheTokensAtEveryBindAndUnbind)
     const quint64 token = 5;
     collection.set(1, "image", &token, 8);
     const Tokens tokens = {TextureToken(0), TextureToken(5)};
-    EXPECT_TRUE(collection.bind(&manager)); // by the program in use
+    EXPECT_TRUE(collection.bind(&manager)); // with the program in use
     EXPECT_TRUE(collection.unbind(&manager));
     TextureManager::setInstance(&manager);
     EXPECT_TRUE(collection.bind());
@@ -431,7 +431,7 @@ TEST_P(InstanceDataRoadTest, TheManagerIsToldOfTheTokensAtEveryBindAndUnbind)
 TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
 {
     if (!hasBuffer()) {
-        return; // no buffer to ask
+        return; // there is no buffer
     }
     InstanceDataCollection collection(_plan, 2);
     collection.setBOUsageFlags(GL_STREAM_DRAW);
@@ -443,7 +443,7 @@ TEST_P(InstanceDataRoadTest, UsageAndStorageReachTheBuffer)
     InstanceDataCollection fixed(_plan, 2);
     fixed.set(1, "tint", kTint, 16);
     fixed.useStorageBuffer(GL_DYNAMIC_STORAGE_BIT);
-    EXPECT_EQ(0u, boundTraffic(fixed)[0]); // filled, not specified
+    EXPECT_EQ(0u, boundTraffic(fixed)[0]); // its storage is not allocated again
     const auto uniformBuffer = fixed.getUniformBufferObject(0);
     EXPECT_EQ(uniformBuffer, fixed.getUniformBufferObject(GL_UNIFORM_BUFFER)); // the first call decides
     float tint[4] = {};
@@ -495,7 +495,7 @@ TEST_F(InstanceDataTest, UniformsAreSentOnEveryBindAndReadNoFurtherThanTheirByte
     Taps<&glUniform1iv, &glUniform2uiv, &glUniform4fv, &glUniform4iv, &glUniformMatrix4fv> sent;
     auto &ints = sent.of<&glUniform1iv>();
     auto &booleans = sent.of<&glUniform4iv>();
-    GLint sum = 0; // of all that the driver would read, which is more than the packed bytes
+    GLint sum = 0; // of all values that the driver would read, more than the packed bytes
     ints.replace([&](GLint, GLsizei count, const GLint *values) {
         sum = std::accumulate(values, values + count, sum);
     });

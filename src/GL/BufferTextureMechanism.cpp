@@ -3,8 +3,8 @@
 #include "AutoBinder.h"
 #include "BufferObject.h"
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
 #include "Texture.h"
+#include "private/InstanceDataAccess.h"
 
 namespace Orvane { namespace Zel {
 
@@ -17,14 +17,18 @@ BufferTextureMechanism::BufferTextureMechanism(const QString &planName)
 bool BufferTextureMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
                                   InstanceDataCollection *collection)
 {
-    const QSharedPointer<BufferObject> &buffer = bufferOf(collection);
+    const QSharedPointer<BufferObject> &buffer = InstanceDataAccess::buffer(collection, _boTarget);
     if (buffer.isNull()) {
         return false;
     }
-    if (collection->_textureI.isNull() && collection->_textureF.isNull()) {
-        collection->_textureI = initBufferTextureStorage(RGBA32I, buffer);
-        collection->_textureF = initBufferTextureStorage(RGBA32F, buffer);
-        collection->_dirty = true;
+    QSharedPointer<Texture> &integers = InstanceDataAccess::integerTexture(*collection);
+    QSharedPointer<Texture> &floats = InstanceDataAccess::floatTexture(*collection);
+    // Both or none: a texture unit that is free for one is free for the other. The textures refer to the buffer, whose later
+    // changes of size they follow.
+    if (integers.isNull() && floats.isNull()) {
+        integers = initBufferTextureStorage(RGBA32I, buffer);
+        floats = initBufferTextureStorage(RGBA32F, buffer);
+        InstanceDataAccess::setDirty(*collection, true);
     }
     uploadIfDirty(buffer, collection);
     collection->bindTextureTokens(textureManager);
@@ -57,7 +61,7 @@ QSharedPointer<Texture> BufferTextureMechanism::initBufferTextureStorage(Texture
     const QSharedPointer<Texture> texture(new Texture(nullptr));
     texture->setTarget(_boTarget);
     const AutoBinder textureBinder(texture);
-    if (!texture->isBound()) { // glTexBuffer() would go to another texture; the next bind makes it
+    if (!texture->isBound()) { // glTexBuffer() would change another texture; the next bind creates this one
         return {};
     }
     const AutoBinder bufferBinder(buffer);

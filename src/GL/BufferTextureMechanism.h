@@ -4,15 +4,14 @@
 
 namespace Orvane { namespace Zel {
 
-/// Instance data as texels of a buffer: two buffer textures, of integers and of
-/// floats, view the one buffer, so that an upload needs no further copy.
+/// Instance data as the texels of a buffer: two buffer textures, of integers and of
+/// floats, both refer to one buffer, so that an upload to it is enough.
 ///
 /// \snippet instance_data.cpp BufferTextureMechanism
 ///
 /// Units:   a texel is 16 bytes.
 /// Context: as its base.
 /// Errors:  as its base.
-/// Source:  OpenGL 3.1 buffer textures.
 class ZELGL_EXPORT BufferTextureMechanism : public TextureMechanism
 {
 public:
@@ -27,14 +26,14 @@ public:
                                    unsigned long arraySize) override;
     bool useVec4Storage(DataType type) override;
 
-    /// A texture that views the buffer.
+    /// Returns a buffer texture of \a buffer, or null if no texture unit is free.
     QSharedPointer<Texture> initBufferTextureStorage(TextureFormat format,
                                                      QSharedPointer<BufferObject> buffer);
-    /// Null: glTexBuffer() is in the table of entry points.
+    /// Returns null; the table of entry points contains glTexBuffer().
     void *initTexBufferGLProcAddress();
 
 private:
-    void *_texBufferProc = nullptr; ///< read by nobody
+    void *_texBufferProc = nullptr; ///< unused
 };
 
 }} // namespace Orvane::Zel

@@ -24,6 +24,8 @@ void InstanceData::set(const QString &dataName, const void *data, unsigned long 
         ZEL_ASSERT(_plan != NULL, "data '%s'", qPrintable(dataName));
         return;
     }
+    // Checks do not return: a host that sees a report still gets its bytes, as everywhere in the instance data; write()
+    // keeps them inside the item. See InstanceDataTest.WrongMembersAreReportedAndStayInsideTheItem.
     const int offset = int(_plan->offset(dataName));
     ZEL_ASSERT(_plan->contains(dataName), "plan '%s' data '%s'", qPrintable(_plan->name()),
                qPrintable(dataName));
@@ -89,6 +91,7 @@ void InstanceData::setTexture(int offset, Texture *texture)
 
 void InstanceData::setTextureToken(int offset, TextureToken token)
 {
+    // A replaced token stays in the list, because another member may have the same token.
     TextureToken::insert(_textureTokens, token);
     write(offset, &token.token, sizeof token.token);
 }
@@ -121,6 +124,7 @@ QString InstanceData::name() const
 
 quint64 InstanceData::memoryEstimateCPU() const
 {
+    // Required: 4 bytes a token, not 8; see InstanceDataTest.TexturesStandAmongTheBytesAsTheirTokens.
     return quint64(_data.size()) + 4 * quint64(_textureTokens.size()) + sizeof *this;
 }
 

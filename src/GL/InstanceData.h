@@ -12,38 +12,38 @@ class InstanceDataPlan;
 class Texture;
 class TextureManager;
 
-/// The values of one item of a plan: a block of bytes in the plan's layout, and
-/// the texture tokens among them.
+/// The values of one item of a plan: bytes in the plan's layout, and the texture
+/// tokens among them.
+///
+/// A value class: copies share their bytes until one of them is changed.
 ///
 /// \snippet instance_data.cpp InstanceData
 ///
 /// Units:   sizes and offsets are bytes.
-/// Context: none; only the forms with a texture ask the texture manager.
-/// Errors:  an unknown member, a value larger than its member or of the wrong kind
-///          is reported, and written all the same as far as it stays inside the
-///          item. Without a plan nothing is written.
-/// Source:  -
-///
-/// A value class: copies share their bytes until one is written.
+/// Context: none, except that the texture manager may need one to make a token.
+/// Errors:  set() and setTexture() report an unknown member, a value that is larger
+///          than its member, and the wrong one of the two functions; they write the
+///          value anyway, unless a part of it would be outside the item. Without a
+///          plan nothing is written.
 class ZELGL_EXPORT InstanceData
 {
 public:
-    /// Without a plan: a place to assign to.
+    /// No plan and no bytes; to be assigned to.
     InstanceData();
-    /// All zeros, by the registered plan of that name.
+    /// All zeros. The plan is the registered one of that name; the registry reports an unknown name.
     explicit InstanceData(const QString &planName);
 
-    /// A member by name. A shorter value leaves the rest of the member as it was.
-    /// Not for textures.
+    /// Sets a member, which must not be a texture. A value shorter than the member leaves the rest unchanged.
     void set(const QString &name, const void *data, unsigned long size);
-    /// By offset, without checks of the member.
+    /// The same by offset, as InstanceDataPlan::offset() returns it; members are not checked.
     void set(int offset, const void *data, unsigned long size);
-    /// The whole member, of the plan's size, whatever \a destSize says.
+    /// Copies the whole member to \a dest. \a destSize is ignored: \a dest must hold the size that the plan gives the
+    /// member. An unknown name reads 8 bytes at offset 0.
     void get(const QString &name, void *dest, unsigned long destSize) const;
     void get(int offset, unsigned long size, void *dest, unsigned long destSize) const;
 
-    // Textures, by the token that the manager gives for them; without a manager
-    // given, TextureManager::Instance().
+    // Textures: the member receives the token that the manager returns. Without \a textureManager the manager is
+    // TextureManager::Instance(). The manager's clear() deletes \a texture.
 
     void setTexture(const QString &name, Texture *texture, TextureManager *textureManager);
     void setTexture(const QString &name, Texture *texture);
@@ -51,26 +51,26 @@ public:
     void setTexture(int offset, Texture *texture, TextureManager *textureManager);
     void setTexture(int offset, Texture *texture);
     void setTextureToken(int offset, TextureToken token);
-    /// All tokens that were ever set, replaced ones included.
+    /// Returns all tokens that were set since clear() or clearTextures(), replaced ones included.
     const QVector<TextureToken> &getTextureTokens() const;
 
-    /// Back to zeros, and no tokens.
+    /// Sets all bytes to zero and removes the tokens.
     void clear();
-    /// No tokens; the bytes stay.
+    /// Removes the tokens from the list; the bytes do not change.
     void clearTextures();
 
     QByteArray dataArray() const;
-    /// The plan's name.
+    /// Returns the plan's name; empty without a plan.
     QString name() const;
     quint64 memoryEstimateCPU() const;
 
 private:
-    /// Reports its absence.
-    bool hasPlan() const;
-    void setTextureToken(const QString &dataName, TextureToken token);
-    bool isInside(int offset, unsigned long size) const;
-    void write(int offset, const void *data, unsigned long size);
-    void read(int offset, unsigned long size, void *dest) const;
+    /// Returns false, and reports it, if there is no plan.
+    ZELGL_NO_EXPORT bool hasPlan() const;
+    ZELGL_NO_EXPORT void setTextureToken(const QString &dataName, TextureToken token);
+    ZELGL_NO_EXPORT bool isInside(int offset, unsigned long size) const;
+    ZELGL_NO_EXPORT void write(int offset, const void *data, unsigned long size);
+    ZELGL_NO_EXPORT void read(int offset, unsigned long size, void *dest) const;
 
     InstanceDataPlan *_plan = nullptr; ///< borrowed from the registry
     QByteArray _data;

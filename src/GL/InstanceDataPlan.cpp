@@ -1,13 +1,9 @@
 #include "InstanceDataPlan.h"
 
-#include "BufferTextureMechanism.h"
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
+#include "ParameterMechanism.h"
 #include "ShaderProgram.h"
-#include "StorageBufferMechanism.h"
-#include "TextureMechanism.h"
-#include "UniformBufferMechanism.h"
-#include "UniformMechanism.h"
+#include "private/InstanceDataGLSL.h"
 
 #include <QtCore/QVector>
 
@@ -19,6 +15,9 @@ QRegExp gInstanceDataNameValidator(QStringLiteral("[a-zA-Z_][a-zA-Z_0-9]*"));
 
 namespace {
 
+using Type = InstanceDataPlan::DataType;
+using NamesByType = QHash<Type, QStringList>;
+
 constexpr size_t kVec4Size = 16;
 
 size_t roundUpToVec4(size_t size)
@@ -26,27 +25,29 @@ size_t roundUpToVec4(size_t size)
     return (size + kVec4Size - 1) / kVec4Size * kVec4Size;
 }
 
-/// A quotient of limits: 0 where there is nothing to divide by.
+/// Returns how many times \a divisor fits into a limit; 0 if one of them is 0. Plans without members have a divisor of 0.
 size_t quotient(qint64 value, size_t divisor)
 {
     return value < 1 || divisor == 0 ? 0 : static_cast<size_t>(value) / divisor;
 }
 
-ParameterMechanism *newMechanism(InstanceDataPlan::MechanismType type, const QString &planName)
+/// The types in the order of the layout.
+QList<Type> sortedTypes(const NamesByType &namesByType)
 {
-    switch (type) {
-    case InstanceDataPlan::eUniformMechanism:
-        return new UniformMechanism(planName);
-    case InstanceDataPlan::eBufferTextureMechanism:
-        return new BufferTextureMechanism(planName);
-    case InstanceDataPlan::eTextureMechanism:
-        return new TextureMechanism(planName);
-    case InstanceDataPlan::eStorageBufferMechanism:
-        return new StorageBufferMechanism(planName);
-    case InstanceDataPlan::eUniformBufferMechanism:
-        break;
+    QList<Type> types = namesByType.keys();
+    std::sort(types.begin(), types.end(), ParameterMechanism::compareByDataType);
+    return types;
+}
+
+/// Returns the number of components of one item. Three count as four, which GLSL declares for them.
+size_t numberComponents(const NamesByType &namesByType)
+{
+    size_t components = 0;
+    for (auto it = namesByType.begin(); it != namesByType.end(); ++it) {
+        const size_t each = ParameterMechanism::numberComponents(it.key());
+        components += size_t(it.value().size()) * (each == 3 ? 4 : each);
     }
-    return new UniformBufferMechanism(planName);
+    return components;
 }
 
 QString glslVersion(InstanceDataPlan::MechanismType mechanism)
@@ -73,8 +74,8 @@ bool InstanceDataPlan::supportsStorageMechanism()
 
 InstanceDataPlan::InstanceDataPlan(const QString &name)
     : _name(name)
-    , _samplerIName(QStringLiteral("u_i") + name + QStringLiteral("Sampler"))
-    , _samplerFName(QStringLiteral("u_f") + name + QStringLiteral("Sampler"))
+    , _samplerIName(integerSamplerName(name))
+    , _samplerFName(floatSamplerName(name))
 {
 }
 
@@ -114,18 +115,23 @@ void InstanceDataPlan::setUseVec4Storage(bool useVec4Storage)
 
 void InstanceDataPlan::finalise()
 {
+    // 1. The head of the declarations.
     const QString guard = QStringLiteral("ZEL_INSTANCEDATAPLAN_") + _name + QStringLiteral("_GLSLH");
     const QString tokenInclude =
         _hasTextureTokens ? QStringLiteral("#include \"TextureManager.glslh\"\n") : QString();
 
     _glslh += QStringLiteral("#ifndef %1\n#define %1\n").arg(guard) + tokenInclude;
 
+    // 2. The layout, then the accessors, which contain its offsets. generateAccessors() also declares them in _glslh.
     ParameterMechanism *mechanism = parameterMechanism(_mechanism);
-    const QList<DataType> types = sortedTypes();
+    const QList<DataType> types = sortedTypes(_memberNamesByType);
     computeLayout(types, mechanism);
     const QString accessors = generateAccessors(types, mechanism);
+
+    // 3. The limits, before the texts that contain the number of items.
     limitArraySize();
 
+    // 4. The rest of both texts.
     const QString arrayName = _name.toUpper().replace(QLatin1Char(' '), QLatin1Char('_'));
     _glslh += QStringLiteral("#define %1_ARRAY_SIZE %2\n").arg(arrayName, QString::number(_arraySize));
     _glslc += glslVersion(_mechanism) + QStringLiteral("\n\n") + tokenInclude
@@ -225,8 +231,9 @@ void InstanceDataPlan::getGLParameter(unsigned int pname, int *value) const
 
 ParameterMechanism *InstanceDataPlan::parameterMechanism(MechanismType type)
 {
+    // Never replaced, because the GLSL texts are written for this one.
     if (_parameterMechanism == nullptr) {
-        _parameterMechanism = newMechanism(type, _name);
+        _parameterMechanism = ParameterMechanism::create(type, _name);
     }
     return _parameterMechanism;
 }
@@ -249,23 +256,16 @@ void InstanceDataPlan::assertShaderProgram(const ShaderProgram *program) const
     if (id == 0) {
         return;
     }
-    const QByteArray blockName = (QStringLiteral("u_") + _name + QStringLiteral("Uniform")).toLatin1();
+    const QByteArray ownBlock = blockName(_name).toLatin1();
     GLint blocks = 0;
     glGetProgramiv(id, GL_ACTIVE_UNIFORM_BLOCKS, &blocks);
     for (GLint block = 0; block < blocks; ++block) {
         char name[256] = {};
         glGetActiveUniformBlockName(id, GLuint(block), sizeof name, nullptr, name);
-        if (blockName == name) {
+        if (ownBlock == name) {
             assertUniformBlock(id, GLuint(block));
         }
     }
-}
-
-QList<InstanceDataPlan::DataType> InstanceDataPlan::sortedTypes() const
-{
-    QList<DataType> types = _memberNamesByType.keys();
-    std::sort(types.begin(), types.end(), ParameterMechanism::compareByDataType);
-    return types;
 }
 
 void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism)
@@ -280,6 +280,7 @@ void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMech
             _offsets[name] = static_cast<unsigned int>(accumulatedOffset);
             accumulatedOffset += dataSize(type);
         }
+        // In vec4 storage each type starts a new vector, which is declared by one type only.
         if (_useVec4Storage && mechanism->useVec4Storage(type)) {
             const size_t padding = roundUpToVec4(accumulatedOffset) - accumulatedOffset;
             accumulatedOffset += padding;
@@ -293,7 +294,9 @@ void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMech
 void InstanceDataPlan::padTotalDataSize()
 {
     if (_totalDataSize % 4 != 0) {
-        // Steps of four would never arrive; boolean members are the only ones that can lead here.
+        // Required: the size grows in steps of 4, which never reach a multiple of 16 from here, so that this is a report
+        // instead of an endless loop. Only booleans are smaller than 4 bytes. See
+        // InstanceDataPlanTest.BooleansThatFillNoWordAreToldAndRoundedUp.
         ZEL_LOG_CRITICAL("The members of plan '%s' have a total of %d bytes, which is not a multiple of 4",
                          qPrintable(_name), int(_totalDataSize));
     }
@@ -311,24 +314,14 @@ QString InstanceDataPlan::generateAccessors(const QList<DataType> &types, Parame
             accessors +=
                 mechanism->glslFunctionDefinition(type, name, _useVec4Storage, offset(name), _totalDataSize)
                 + QLatin1Char('\n');
-            accessors += ParameterMechanism::signature(type, name, byDraw)
-                         + QStringLiteral("       { return ") + ParameterMechanism::accessorName(name)
-                         + QStringLiteral("( uint(getDrawID())); }\n\n");
-            _glslh += ParameterMechanism::signature(type, name, byIndex) + QStringLiteral(";\n")
-                      + ParameterMechanism::signature(type, name, byDraw) + QStringLiteral(";\n");
+            const QString glslType = ParameterMechanism::glslType(type);
+            accessors += accessorHead(glslType, name, byDraw) + QStringLiteral("       { return ")
+                         + accessorName(name) + QStringLiteral("( uint(getDrawID())); }\n\n");
+            _glslh += accessorHead(glslType, name, byIndex) + QStringLiteral(";\n")
+                      + accessorHead(glslType, name, byDraw) + QStringLiteral(";\n");
         }
     }
     return accessors;
-}
-
-size_t InstanceDataPlan::numberComponents() const
-{
-    size_t components = 0;
-    for (auto it = _memberNamesByType.begin(); it != _memberNamesByType.end(); ++it) {
-        const size_t each = ParameterMechanism::numberComponents(it.key());
-        components += size_t(it.value().size()) * (each == 3 ? 4 : each);
-    }
-    return components;
 }
 
 void InstanceDataPlan::limitArraySize()
@@ -367,9 +360,10 @@ void InstanceDataPlan::limitToUniforms()
     int vertexComponents = 1024;
     getGLParameter(GL_MAX_FRAGMENT_UNIFORM_COMPONENTS, &fragmentComponents);
     getGLParameter(GL_MAX_VERTEX_UNIFORM_COMPONENTS, &vertexComponents);
-    const size_t components = numberComponents();
+    const size_t components = numberComponents(_memberNamesByType);
     const int available = qMin(fragmentComponents, vertexComponents);
-    // Four times the components, although GL counts components too: a tight budget on purpose.
+    // Required: four times the components, although GL counts components too. This mechanism sends everything on every bind,
+    // so that a small budget keeps it to small plans. See InstanceDataPlanTest.TheDriversLimitsClampTheArray.
     clampArraySize("uni", components == 0 ? 1 : quotient(available, components * 4));
 }
 
@@ -380,7 +374,9 @@ void InstanceDataPlan::limitToBufferTexture()
     clampArraySize("bxt", quotient(qint64(texels) * qint64(kVec4Size), _totalDataSize));
 }
 
-// The width of the texture is not applied to the number of items; collections report what it cannot hold.
+// Required: the texture does not limit the number of items, and its message compares bytes of one item with texels.
+// Collections report what the texture cannot hold; see
+// InstanceDataTest.MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture.
 void InstanceDataPlan::limitToTexture()
 {
     int maxTextureSize = 1024;
@@ -394,6 +390,7 @@ void InstanceDataPlan::limitToTexture()
 
 void InstanceDataPlan::limitToStorageBlock()
 {
+    // In 64 bits, because the limit may be 2 GiB and more; see InstanceDataPlanTest.TheLimitOfStorageBlocksHas64Bits.
     if (glGetInteger64v == nullptr) {
         ZEL_LOG_WARNING("OpenGL has not been initialised. No way it obtain correct maximum InstanceData "
                         "table size for '%s'",
@@ -430,10 +427,11 @@ void InstanceDataPlan::assertUniformBlock(unsigned int program, unsigned int blo
     GLint blockSize = 0;
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORMS, &count);
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_DATA_SIZE, &blockSize);
-    QVector<GLint> indices(qMax(count, 1));
+    QVector<GLint> indices(qMax(count, 1)); // never empty: data() would be a pointer to nothing
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES, indices.data());
 
-    // The offsets stand ready for a debugger; only the size is compared.
+    // Only the size is compared. The offsets are for a debugger, to find the member that differs; a program may have other
+    // uniforms in the block, so that their number is limited.
     const int known = qMin(count, 2 * _memberTypes.size());
     QVector<GLuint> uniforms(known);
     std::copy_n(indices.constBegin(), known, uniforms.begin());

@@ -18,39 +18,40 @@ class ParameterMechanism;
 class ShaderProgram;
 class TextureManager;
 
-/// What names of plans and members should match to become GLSL identifiers. For
-/// hosts to test against: the library itself takes every name as it is.
+/// Matches the names of plans and members that are GLSL identifiers. The library
+/// does not check names; hosts that get names from elsewhere test them with this.
 extern ZELGL_EXPORT QRegExp gInstanceDataNameValidator;
 
-/// The one description of a kind of per-instance data: a named set of typed
-/// members, from which both the byte layout that the CPU fills and the GLSL that
-/// reads the same bytes back are computed.
+/// Describes per-instance data as a named set of typed members. From this
+/// description the plan computes both the byte layout that the CPU fills and the
+/// GLSL code that reads these bytes.
 ///
-/// Shaders call generated accessors, getBaseColor(uint Index) or, for the instance
-/// that is being drawn, getBaseColor(void). They name no buffer and no offset, so
-/// the transport of the bytes, the mechanism, can change without them.
+/// Shaders call generated accessors: for a member "baseColor" getBaseColor(uint
+/// Index), or getBaseColor(void) for the instance that is being drawn. Shaders name
+/// no buffer and no offset, so that a host can choose another mechanism, as the ways
+/// to transfer the bytes are called, without a change of its shaders.
 ///
-/// Order of use: addMember() and the settings; InstanceDataRegistry::registerPlan(),
-/// which finalises; then layout, texts and bind().
+/// Call addMember() and the settings, then InstanceDataRegistry::registerPlan(),
+/// which finalises the plan. Layout, GLSL texts and bind() are available after that.
+///
+/// Members are sorted by size, the largest first, and among equal sizes by DataType,
+/// the largest value first; this order aligns them all. Members of one type keep the
+/// order in which they were added. Boolean members have fewer bytes than GLSL reads;
+/// use integers.
 ///
 /// \snippet instance_data.cpp InstanceDataPlan
 ///
 /// Units:   sizes and offsets are bytes; array sizes count items.
-/// Context: finalise(), bind() and unbind() need one; the limits of that context
-///          stand in the generated text.
-/// Errors:  a wrong order of calls is reported, and carried out all the same.
-///          Unknown members answer as a texture token at offset 0.
-/// Source:  OpenGL 3.2 core, std140 layout.
-///
-/// Members are laid out by falling size and then by falling DataType, which alone
-/// aligns them; those of one type stand in the order in which they were added.
-/// Boolean members are packed into fewer bytes than GLSL reads; use integers.
+/// Context: required by finalise(), bind(), unbind() and assertShaderProgram(). The
+///          limits of the context that finalises become part of the generated GLSL.
+/// Errors:  a call in the wrong order is reported and takes effect anyway. Queries
+///          treat an unknown name as a texture token at offset 0.
 class ZELGL_EXPORT InstanceDataPlan
 {
     Q_DISABLE_COPY(InstanceDataPlan)
 
 public:
-    /// The numbers order members of one size and appear in messages.
+    /// The values are fixed: they sort members of equal size, and messages contain them.
     enum DataType {
         eTexture = 0, ///< a TextureToken
         eBool = 1,
@@ -67,109 +68,105 @@ public:
         eUVec4 = 12,
         eFloat = 13,
         eVec2 = 14,
-        eVec3 = 15, ///< takes the bytes of four components, as all triples do
+        eVec3 = 15, ///< stored as four components, as are eBVec3, eIVec3 and eUVec3
         eVec4 = 16,
         eMat4 = 17
     };
 
-    /// The transport of the bytes; each is a class of the ParameterMechanism family.
+    /// How the bytes reach the shader; each is a class derived from ParameterMechanism.
     enum MechanismType {
         eUniformBufferMechanism = 0, ///< one uniform block; the default
-        eUniformMechanism = 1,       ///< an array of plain uniforms for each member
-        eBufferTextureMechanism = 2, ///< two buffer textures over one buffer
+        eUniformMechanism = 1,       ///< a uniform array for each member
+        eBufferTextureMechanism = 2, ///< two buffer textures on one buffer
         eTextureMechanism = 3,       ///< two textures of one row
-        eStorageBufferMechanism = 4  ///< one storage block without a fixed size
+        eStorageBufferMechanism = 4  ///< one storage block, its array without a size
     };
 
-    /// Whether the current context has storage blocks.
+    /// Returns true if the current context supports storage blocks.
     static bool supportsStorageMechanism();
 
     explicit InstanceDataPlan(const QString &name);
     ~InstanceDataPlan();
 
-    // Before finalising.
+    // To be called before finalise().
 
-    /// Names are not checked: neither for being identifiers nor for being there already.
+    /// Does not check the name: it must be a GLSL identifier, and new to the plan.
     void addMember(DataType type, const QString &name);
-    /// How many items a collection may hold, 150 at first; finalising clamps it to
-    /// what the mechanism can hold.
+    /// Sets how many items a collection may hold; initially 150. finalise() reduces it to what the mechanism can hold.
     void setArraySize(unsigned long arraySize);
     void setMechanism(MechanismType mechanism);
-    /// Declares the block as vectors of four, so that each type starts a new one;
-    /// for drivers that lay out mixed structures badly. Blocks only.
+    /// Declares the members of the block as vectors of four components, each type in vectors of its own; for drivers with
+    /// faults in the layout of mixed structures. The mechanisms without a block ignore it.
     void setUseVec4Storage(bool useVec4Storage);
-    /// Computes layout, texts and limits; once, by registering the plan.
+    /// Computes layout, GLSL texts and limits. registerPlan() calls it; call it only once.
     void finalise();
 
-    // After finalising.
+    // Available after finalise().
 
-    /// How many items a collection may hold; reported before finalising.
+    /// Returns how many items a collection may hold. Reported if the plan is not finalised.
     size_t arraySize() const;
-    /// How many the mechanism could hold; 150 where it sets no limit, as the texture
-    /// mechanism, whose collections report what is too wide for the driver.
+    /// Returns how many items the mechanism can hold, or 150 if it has no limit. The texture mechanism has none: its
+    /// collections report a list that is too long for a texture of the driver.
     size_t arraySizeMax() const;
-    /// Bytes of one item, a multiple of 16.
+    /// Returns the size of one item, a multiple of 16.
     size_t totalDataSize() const;
-    /// The offsets of the texture tokens in one item.
+    /// Returns the offsets of the texture tokens in one item, in ascending order.
     QList<int> textureTokenOffsets() const;
-    /// In no order.
+    /// Returns the names in no particular order.
     QStringList memberNames() const;
     unsigned int offset(const QString &name) const;
-    /// The declarations, for a shader to include by "#instancedata".
+    /// Returns the declarations of the accessors, which `#instancedata` includes.
     QString glslh() const;
-    /// The definitions, a compilation unit of their own for each stage that uses them.
+    /// Returns their definitions: a shader of its own, to be added to each stage that calls an accessor.
     QString glslc() const;
 
-    // At any time.
+    // Available at any time.
 
     QString name() const;
     MechanismType mechanism() const;
     bool contains(const QString &name) const;
     DataType dataType(const QString &name) const;
-    /// Bytes of one member in an item.
+    /// Returns the size of a member in an item.
     size_t dataSize(const QString &name) const;
     size_t dataSize(DataType type) const;
-    /// The samplers of the texture mechanisms, for integers and for floats.
+    /// Return the names of the samplers of the texture mechanisms, for integers and for floats.
     QString samplerIName() const;
     QString samplerFName() const;
-    /// glGetIntegerv(), without a check.
+    /// Calls glGetIntegerv(), without a check that GL is loaded.
     void getGLParameter(unsigned int pname, int *value) const;
 
-    /// The plan's mechanism, made at the first call; later calls get the same
-    /// whatever type they ask for.
+    /// Returns the plan's mechanism, which the plan owns. The first call creates it; later calls ignore \a type.
     ParameterMechanism *parameterMechanism(MechanismType type);
 
-    /// Uploads what changed and binds, through the mechanism.
+    /// Calls the mechanism's bind() or unbind() and returns its result.
     bool bind(ShaderProgram *program, TextureManager *textureManager, InstanceDataCollection *collection);
     bool unbind(ShaderProgram *program, TextureManager *textureManager, InstanceDataCollection *collection);
 
-    /// Reports a linked program whose uniform block has another size than the plan
-    /// computed. For hosts; nothing in the library calls it.
+    /// Reports a linked program in which the plan's uniform block has a size other than the computed one. For debugging by
+    /// the host; the library does not call it.
     void assertShaderProgram(const ShaderProgram *program) const;
 
 private:
-    friend class InstanceDataCollection; // finds its tokens, reports what no texture holds
+    friend class InstanceDataCollection; // reads _textureTokenOffsets without a copy, and fitsTexture()
 
-    QList<DataType> sortedTypes() const;
-    void computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism);
-    void padTotalDataSize();
-    QString generateAccessors(const QList<DataType> &types, ParameterMechanism *mechanism);
-    size_t numberComponents() const;
-    void limitArraySize();
-    void limitToUniformBlock();
-    void limitToUniforms();
-    void limitToBufferTexture();
-    void limitToTexture();
-    void limitToStorageBlock();
-    void clampArraySize(const char *tag, size_t limit);
-    void logLimit(const char *tag, int size, int max) const;
-    bool fitsTexture(int bytes) const;
-    void assertUniformBlock(unsigned int program, unsigned int block) const;
+    ZELGL_NO_EXPORT void computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism);
+    ZELGL_NO_EXPORT void padTotalDataSize();
+    ZELGL_NO_EXPORT QString generateAccessors(const QList<DataType> &types, ParameterMechanism *mechanism);
+    ZELGL_NO_EXPORT void limitArraySize();
+    ZELGL_NO_EXPORT void limitToUniformBlock();
+    ZELGL_NO_EXPORT void limitToUniforms();
+    ZELGL_NO_EXPORT void limitToBufferTexture();
+    ZELGL_NO_EXPORT void limitToTexture();
+    ZELGL_NO_EXPORT void limitToStorageBlock();
+    ZELGL_NO_EXPORT void clampArraySize(const char *tag, size_t limit);
+    ZELGL_NO_EXPORT void logLimit(const char *tag, int size, int max) const;
+    ZELGL_NO_EXPORT bool fitsTexture(int bytes) const;
+    ZELGL_NO_EXPORT void assertUniformBlock(unsigned int program, unsigned int block) const;
 
     bool _finalised = false;
     bool _hasTextureTokens = false;
     QString _name;
-    QHash<DataType, QStringList> _memberNamesByType; ///< in the order of adding
+    QHash<DataType, QStringList> _memberNamesByType; ///< in the order in which they were added
     QString _glslh;
     QString _glslc;
     QHash<QString, unsigned int> _offsets;
@@ -178,7 +175,7 @@ private:
     size_t _totalDataSize = 0;
     size_t _arraySize = 150;
     size_t _arraySizeMax = 150;
-    int _texelsMax = std::numeric_limits<int>::max(); ///< of a data texture
+    int _texelsMax = std::numeric_limits<int>::max(); ///< width of a data texture
     MechanismType _mechanism = eUniformBufferMechanism;
     bool _useVec4Storage = false;
     QString _samplerIName;

@@ -34,7 +34,7 @@ InstanceDataPlan *InstanceDataRegistry::getPlan(const QString &name)
         ZEL_LOG_WARNING("InstanceDataRegistry::getPlan() : Specified instanceData plan does not exist : %s",
                         qPrintable(name));
     }
-    return _plans[name]; // enters an unknown name as null, so that it is told once
+    return _plans[name]; // stores null for an unknown name, so that the warning is logged once
 }
 
 void InstanceDataRegistry::clear()

@@ -9,18 +9,18 @@ namespace Orvane { namespace Zel {
 
 class InstanceDataPlan;
 
-/// The process-wide table of finalised plans, by name. It is where the line
-/// `#instancedata "Name"` of a shader finds its text.
+/// The process-wide table of finalised plans, by name. The line
+/// `#instancedata "Name"` of a shader includes the declarations of the plan "Name".
+///
+/// The registry owns its plans. Items and collections borrow them: delete these
+/// before clear().
 ///
 /// \snippet instance_data.cpp InstanceDataRegistry
 ///
 /// Units:   none.
-/// Context: registerPlan() needs one, since it finalises.
-/// Errors:  an unknown name is a warning at the first asking, and null.
-/// Source:  -
-///
-/// The registry owns the plans that stand in it. Collections only borrow them: no
-/// plan may be deleted before the collections that use it.
+/// Context: required by registerPlan(), which finalises.
+/// Errors:  getPlan() logs a warning and returns null for an unknown name. Later
+///          calls with the same name return null without a warning.
 class ZELGL_EXPORT InstanceDataRegistry
 {
     Q_DISABLE_COPY(InstanceDataRegistry)
@@ -28,18 +28,18 @@ class ZELGL_EXPORT InstanceDataRegistry
 public:
     static InstanceDataRegistry *Instance();
 
-    /// Finalises the plan and takes it. A plan of the same name is replaced and
-    /// left to whoever still holds it.
+    /// Finalises the plan and takes ownership of it. A registered plan of the same name is replaced but not deleted, because
+    /// collections may still use it; the caller owns it again.
     void registerPlan(InstanceDataPlan *plan);
     InstanceDataPlan *getPlan(const QString &name);
     /// Deletes all plans.
     void clear();
 
 private:
-    InstanceDataRegistry();
-    ~InstanceDataRegistry();
+    ZELGL_NO_EXPORT InstanceDataRegistry();
+    ZELGL_NO_EXPORT ~InstanceDataRegistry();
 
-    QHash<QString, InstanceDataPlan *> _plans; ///< null for names that were asked for in vain
+    QHash<QString, InstanceDataPlan *> _plans; ///< null for unknown names that were looked up
 };
 
 }} // namespace Orvane::Zel

@@ -6,7 +6,7 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
-/// What there is to know of one data type.
+/// The properties of one data type, as the functions of the header name them.
 struct TypeInfo
 {
     const char *glsl;
@@ -18,6 +18,8 @@ struct TypeInfo
     bool useVec4Storage;
 };
 
+// In the order of DataType. All sizes are powers of two, so that members sorted by size are aligned without gaps. Booleans
+// are packed to a byte each, fewer than GLSL reads.
 constexpr TypeInfo kTypes[] = {
     {"ZelTextureToken", "ZelTextureToken", "uvec4", 8, 2, true, true},
     {"bool", "bool", "bvec4", 1, 1, true, true},
@@ -39,7 +41,7 @@ constexpr TypeInfo kTypes[] = {
     {"mat4", "mat4", "mat4", 64, 16, false, false},
 };
 
-/// A number that is no type answers as a texture token, as an unknown member does.
+/// A value outside the enumeration has the properties of a texture token, as an unknown member has.
 const TypeInfo &info(InstanceDataPlan::DataType type)
 {
     const unsigned int row = static_cast<unsigned int>(type);
@@ -88,6 +90,7 @@ QString ParameterMechanism::glslAccessorString(unsigned long component, unsigned
     ZEL_ASSERT((component + numComponents) <= 4, "ERROR: Accessor asking for out of range combination. %d+%d",
                int(component), int(numComponents));
     static const QString kComponents = QStringLiteral("xyzw");
+    // Without a sum, which could overflow.
     if (numComponents < 1 || numComponents > 4 || component > 4 - numComponents) {
         return QString();
     }
@@ -104,38 +107,6 @@ ParameterMechanism::~ParameterMechanism() = default;
 bool ParameterMechanism::useVec4Storage(DataType type)
 {
     return info(type).useVec4Storage;
-}
-
-QString ParameterMechanism::accessorName(const QString &memberName)
-{
-    return QStringLiteral("get%1%2").arg(memberName.left(1).toUpper(), memberName.mid(1));
-}
-
-QString ParameterMechanism::signature(DataType type, const QString &memberName, const QString &parameters)
-{
-    return QStringLiteral("%1 %2(%3)").arg(glslType(type), accessorName(memberName), parameters);
-}
-
-unsigned long ParameterMechanism::texelOf(unsigned long offset)
-{
-    return offset >> 4;
-}
-
-unsigned long ParameterMechanism::componentOf(unsigned long offset)
-{
-    return (offset >> 2) & 3;
-}
-
-QString ParameterMechanism::remark(DataType type, unsigned long offset)
-{
-    return QStringLiteral(" // off %1 %2 (%3:%4)")
-        .arg(QString::number(dataSize(type)), QString::number(offset), QString::number(texelOf(offset)),
-             QString::number(componentOf(offset)));
-}
-
-QString ParameterMechanism::tripleSwizzle(DataType type)
-{
-    return numberComponents(type) == 3 ? QStringLiteral(".rgb") : QString();
 }
 
 }} // namespace Orvane::Zel

@@ -4,15 +4,14 @@
 
 namespace Orvane { namespace Zel {
 
-/// Instance data as an unsized array of structures in one storage block: the form
-/// for more items than a uniform block holds.
+/// Instance data as an unsized array of structures in one storage block of layout
+/// std140, for more items than a uniform block can hold.
 ///
 /// \snippet instance_data.cpp StorageBufferMechanism
 ///
 /// Units:   bytes.
-/// Context: one with InstanceDataPlan::supportsStorageMechanism().
+/// Context: as its base. InstanceDataPlan::supportsStorageMechanism() must be true.
 /// Errors:  as its base.
-/// Source:  OpenGL 4.3 storage buffers, std140 layout.
 class ZELGL_EXPORT StorageBufferMechanism : public UniformBufferMechanism
 {
 public:

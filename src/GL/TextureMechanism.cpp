@@ -3,10 +3,10 @@
 #include "AutoBinder.h"
 #include "BufferObject.h"
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
 #include "ShaderProgram.h"
 #include "Texture.h"
-#include "TextureManager.h"
+#include "private/InstanceDataAccess.h"
+#include "private/InstanceDataGLSL.h"
 
 namespace Orvane { namespace Zel {
 
@@ -36,38 +36,52 @@ TextureMechanism::TextureMechanism(const QString &planName)
 
 TextureMechanism::TextureMechanism(const QString &planName, unsigned int boTarget)
     : UniformBufferMechanism(planName, boTarget)
-    , _samplerIName(QStringLiteral("u_i") + planName + QStringLiteral("Sampler"))
-    , _samplerFName(QStringLiteral("u_f") + planName + QStringLiteral("Sampler"))
+    , _samplerIName(integerSamplerName(planName))
+    , _samplerFName(floatSamplerName(planName))
 {
 }
 
 bool TextureMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
                             InstanceDataCollection *collection)
 {
-    const QSharedPointer<BufferObject> &buffer = bufferOf(collection);
+    const QSharedPointer<BufferObject> &buffer = InstanceDataAccess::buffer(collection, _boTarget);
     if (buffer.isNull()) {
         return false;
     }
-    if (collection->_textureI.isNull() && collection->_textureF.isNull()) {
-        collection->_textureI.reset(new Texture(nullptr));
-        collection->_textureF.reset(new Texture(nullptr));
-        collection->_dirty = true;
+    QSharedPointer<Texture> &integers = InstanceDataAccess::integerTexture(*collection);
+    QSharedPointer<Texture> &floats = InstanceDataAccess::floatTexture(*collection);
+    // 1. The textures, at the first bind.
+    if (integers.isNull() && floats.isNull()) {
+        integers.reset(new Texture(nullptr));
+        floats.reset(new Texture(nullptr));
+        InstanceDataAccess::setDirty(*collection, true);
     }
-    const int texels = collection->_data.size() / kTexelSize;
+
+    // 2. Their storage, if the number of bytes has changed since the last upload. Without a free texture unit the collection
+    //    is not uploaded at all: the buffer would then have the new size, and the next bind would not allocate.
+    const int numBytes = InstanceDataAccess::bytes(*collection).size();
+    const int texels = numBytes / kTexelSize;
     bool allocated = true;
-    if (!collection->fitsTexture()) {
-        uploadIfDirty(buffer, collection); // GL would refuse the textures; reported when the data came
-    } else if (buffer->valueCount() != collection->_data.size()) {
-        allocated = allocateImageTextureStorage(collection->_textureI, RGBA32I, texels);
-        allocated = allocateImageTextureStorage(collection->_textureF, RGBA32F, texels) && allocated;
-        collection->_dirty = true;
-    }
-    if (collection->_dirty && allocated) {
+    if (!InstanceDataAccess::fitsTexture(*collection)) {
+        // GL would refuse textures of this width, which the collection has reported. With its buffer uploaded it is clean,
+        // and later binds do not try again; see InstanceDataTest.MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture.
         uploadIfDirty(buffer, collection);
-        // What found no unit is done at the next bind.
-        collection->_dirty = !pboToTexture(collection->_textureI, RGBA32I, buffer, texels)
-                             || !pboToTexture(collection->_textureF, RGBA32F, buffer, texels);
+    } else if (buffer->valueCount() != numBytes) {
+        allocated = allocateImageTextureStorage(integers, RGBA32I, texels);
+        allocated = allocateImageTextureStorage(floats, RGBA32F, texels) && allocated;
+        InstanceDataAccess::setDirty(*collection, true);
     }
+
+    // 3. The bytes: to the buffer, and from there to both textures.
+    if (InstanceDataAccess::isDirty(*collection) && allocated) {
+        uploadIfDirty(buffer, collection);
+        // Dirty again if a texture found no unit: the next bind copies. See
+        // InstanceDataRoadTest.WhatFindsNoTextureUnitIsMadeUpForAtTheNextBind.
+        InstanceDataAccess::setDirty(*collection, !pboToTexture(integers, RGBA32I, buffer, texels)
+                                                      || !pboToTexture(floats, RGBA32F, buffer, texels));
+    }
+
+    // 4. What the draw needs, changed or not.
     collection->bindTextureTokens(textureManager);
     setUniformValues(program, collection);
     return true;
@@ -80,12 +94,10 @@ bool TextureMechanism::unbind(ShaderProgram *program, TextureManager *textureMan
         return false;
     }
     if (program != nullptr) {
-        unbindFromSampler(program, _samplerFName, collection->_textureF);
-        unbindFromSampler(program, _samplerIName, collection->_textureI);
+        unbindFromSampler(program, _samplerFName, InstanceDataAccess::floatTexture(*collection));
+        unbindFromSampler(program, _samplerIName, InstanceDataAccess::integerTexture(*collection));
     }
-    if (textureManager != nullptr) {
-        textureManager->unbind(collection->_textureTokens);
-    }
+    InstanceDataAccess::unbindTextureTokens(*collection, textureManager);
     return true;
 }
 
@@ -112,8 +124,8 @@ void TextureMechanism::setUniformValues(ShaderProgram *program, InstanceDataColl
     if (program == nullptr || collection == nullptr) {
         return;
     }
-    bindToSampler(program, _samplerFName, collection->_textureF);
-    bindToSampler(program, _samplerIName, collection->_textureI);
+    bindToSampler(program, _samplerFName, InstanceDataAccess::floatTexture(*collection));
+    bindToSampler(program, _samplerIName, InstanceDataAccess::integerTexture(*collection));
 }
 
 bool TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format,
@@ -124,6 +136,7 @@ bool TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> textu
     if (!texture->isBound()) { // the calls below would go to another texture
         return false;
     }
+    // Without these a texture of one level is incomplete, and texelFetch() undefined.
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexImage2D(GL_TEXTURE_2D, 0, GLint(SizedInternalFormat(format)), texels, 1, 0, ExternalFormat(format),
@@ -134,7 +147,7 @@ bool TextureMechanism::allocateImageTextureStorage(QSharedPointer<Texture> textu
 bool TextureMechanism::pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
                                     QSharedPointer<BufferObject> buffer, int texels)
 {
-    if (texels < 1) {
+    if (texels < 1) { // an empty collection: nothing to copy, and done
         return true;
     }
     const AutoBinder textureBinder(texture);
@@ -152,18 +165,19 @@ QString TextureMechanism::texelAccessor(DataType type, const QString &name, unsi
     const bool isMatrix = type == InstanceDataPlan::eMat4;
     const QString sampler = isIntegerType(type) ? _samplerIName : _samplerFName;
     const QString stride = QString::number(totalSize >> 4);
-    const QString triple = tripleSwizzle(type);
+    // Three components of 32 bits have a texel of their own, a matrix has four.
+    const QString triple = tripleSwizzle(numberComponents(type));
     const QString swizzle = isMatrix ? QStringLiteral(".xyzw")
                             : triple.isEmpty()
                                 ? glslAccessorString(componentOf(offset), numberComponents(type))
                                 : triple;
     QStringList fetches;
-    for (unsigned long texel = texelOf(offset); fetches.size() < (isMatrix ? 4 : 1); ++texel) {
+    for (unsigned long texel = vec4Of(offset); fetches.size() < (isMatrix ? 4 : 1); ++texel) {
         fetches += fetch.arg(sampler, stride, QString::number(texel)) + swizzle;
     }
     return QStringLiteral("%1 { return %2(%3); }%4")
-        .arg(signature(type, name, QStringLiteral("uint Index")), glslType(type),
-             fetches.join(QStringLiteral(",\n")), remark(type, offset));
+        .arg(accessorHead(glslType(type), name, QStringLiteral("uint Index")), glslType(type),
+             fetches.join(QStringLiteral(",\n")), layoutComment(dataSize(type), offset));
 }
 
 QString TextureMechanism::samplerDeclarations(const QString &samplerF, const QString &samplerI) const

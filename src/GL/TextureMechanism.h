@@ -7,17 +7,15 @@ namespace Orvane { namespace Zel {
 
 class Texture;
 
-/// Instance data as texels: the same bytes in two textures of one row, one of
-/// integers and one of floats, so that each member is fetched bit by bit through
-/// the sampler of its own kind.
+/// Instance data as the texels of two textures with one row: both contain all bytes,
+/// one as integers and one as floats. A shader fetches each member from the texture
+/// of its kind, so that no bit of it changes.
 ///
 /// \snippet instance_data.cpp TextureMechanism
 ///
 /// Units:   a texel is 16 bytes.
-/// Context: as its base. Pixel unpack state must be GL's default when it uploads.
-/// Errors:  as its base; a sampler that the program lacks is none. Where no unit is
-///          free the upload is made up for at the next bind.
-/// Source:  OpenGL 3.0, texelFetch; 2.1, pixel buffer objects.
+/// Context: as its base. The pixel unpack state must be GL's default at bind().
+/// Errors:  as its base. If no texture unit is free, the next bind uploads.
 class ZELGL_EXPORT TextureMechanism : public UniformBufferMechanism
 {
 public:
@@ -32,27 +30,26 @@ public:
     QString glslUniformDeclaration(const QList<DataType> &types,
                                    const QHash<DataType, QStringList> &namesByType, bool useVec4,
                                    unsigned long arraySize) override;
-    /// Never: texels are vectors of four already.
+    /// Returns false, because texels are vectors of four components anyway.
     bool useVec4Storage(DataType type) override;
 
-    /// Binds the two textures and tells the program their units.
+    /// Binds the two textures and sets the samplers of the program to their units.
     void setUniformValues(ShaderProgram *program, InstanceDataCollection *collection);
-    /// New storage of one row, without contents; false where no unit is free.
+    /// Allocates one row without contents. Returns false if no texture unit is free.
     bool allocateImageTextureStorage(QSharedPointer<Texture> texture, TextureFormat format, int texels);
-    /// Copies the buffer's bytes into the row; false where no unit is free.
+    /// Copies the bytes of the buffer to the row. Returns false if no texture unit is free.
     bool pboToTexture(QSharedPointer<Texture> texture, TextureFormat format,
                       QSharedPointer<BufferObject> buffer, int texels);
 
 protected:
     static constexpr int kTexelSize = 16;
 
-    TextureMechanism(const QString &planName, unsigned int boTarget);
+    ZELGL_NO_EXPORT TextureMechanism(const QString &planName, unsigned int boTarget);
 
-    /// An accessor by \a fetch, the text that reads texel %3 of items of %2 texels
-    /// through the sampler %1.
-    QString texelAccessor(DataType type, const QString &name, unsigned long offset, unsigned long totalSize,
-                          const QString &fetch) const;
-    QString samplerDeclarations(const QString &samplerF, const QString &samplerI) const;
+    /// Returns an accessor. \a fetch is the expression that reads texel %3 of an item with %2 texels through the sampler %1.
+    ZELGL_NO_EXPORT QString texelAccessor(DataType type, const QString &name, unsigned long offset,
+                                          unsigned long totalSize, const QString &fetch) const;
+    ZELGL_NO_EXPORT QString samplerDeclarations(const QString &samplerF, const QString &samplerI) const;
 
     QString _samplerIName;
     QString _samplerFName;

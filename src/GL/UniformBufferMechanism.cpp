@@ -3,13 +3,58 @@
 #include "AutoBinder.h"
 #include "BufferObject.h"
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
-#include "TextureManager.h"
-#include "UniformBufferObject.h"
+#include "private/Hints.h"
+#include "private/InstanceDataAccess.h"
+#include "private/InstanceDataGLSL.h"
 
 #include <QtCore/QStringList>
 
 namespace Orvane { namespace Zel {
+
+namespace {
+
+using Mechanism = ParameterMechanism;
+using Type = Mechanism::DataType;
+
+// Cold: inlined, it adds about 8 instructions to each draw in the rows sceneown and sceneowntokens of draw_zel.
+ZELGL_COLD_PATH void upload(UniformBufferMechanism &mechanism, const QSharedPointer<BufferObject> &buffer,
+                            InstanceDataCollection *collection)
+{
+    mechanism.uploadDataToBuffer(buffer, InstanceDataAccess::bytes(*collection), collection);
+    collection->clearDirtyStatus();
+}
+
+QString structMembers(Mechanism &mechanism, const QList<Type> &types,
+                      const QHash<Type, QStringList> &namesByType, bool useVec4)
+{
+    const QString line = QStringLiteral("  %1 %2;");
+    QStringList lines;
+    size_t pos = 0;
+    for (const Type type : types) {
+        const QStringList names = namesByType.value(type);
+        // The members of a type share vectors, named by their offset, because the accessors know nothing else.
+        if (useVec4 && mechanism.useVec4Storage(type)) {
+            const size_t end = pos + size_t(names.size()) * Mechanism::dataSize(type);
+            for (; pos < end; pos += 16) {
+                const QString data = QStringLiteral("_data") + QString::number(pos & ~size_t(15));
+                lines += line.arg(Mechanism::glslVec4StorageType(type), data);
+            }
+            continue;
+        }
+        for (const QString &name : names) {
+            lines += line.arg(Mechanism::glslPaddedType(type), name);
+            pos += Mechanism::dataSize(type);
+        }
+    }
+    // Fills the structure up to the size of an item of the plan. A position that is not a multiple of 4, which the plan has
+    // reported, would never reach one of 16.
+    for (; pos % 16 != 0 && pos % 4 == 0; pos += 4) {
+        lines += line.arg(QStringLiteral("float"), QStringLiteral("_dummy") + QString::number(pos));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+} // namespace
 
 UniformBufferMechanism::UniformBufferMechanism(const QString &planName)
     : UniformBufferMechanism(planName, GL_UNIFORM_BUFFER)
@@ -25,13 +70,13 @@ UniformBufferMechanism::UniformBufferMechanism(const QString &planName, unsigned
 bool UniformBufferMechanism::bind(ShaderProgram *program, TextureManager *textureManager,
                                   InstanceDataCollection *collection)
 {
-    const QSharedPointer<BufferObject> &buffer = bufferOf(collection);
+    const QSharedPointer<BufferObject> &buffer = InstanceDataAccess::buffer(collection, _boTarget);
     if (buffer.isNull()) {
         return false;
     }
     uploadIfDirty(buffer, collection);
     collection->bindTextureTokens(textureManager);
-    collection->_uniformBufferObject->bind(program);
+    InstanceDataAccess::uniformBuffer(*collection)->bind(program);
     return true;
 }
 
@@ -41,34 +86,34 @@ bool UniformBufferMechanism::unbind(ShaderProgram *program, TextureManager *text
     if (collection == nullptr) {
         return false;
     }
-    if (!collection->_uniformBufferObject.isNull()) {
-        collection->_uniformBufferObject->unbind(program);
+    const QSharedPointer<UniformBufferObject> &uniformBuffer = InstanceDataAccess::uniformBuffer(*collection);
+    if (!uniformBuffer.isNull()) {
+        uniformBuffer->unbind(program);
     }
-    if (textureManager != nullptr) {
-        textureManager->unbind(collection->_textureTokens);
-    }
+    InstanceDataAccess::unbindTextureTokens(*collection, textureManager);
     return true;
 }
 
 QString UniformBufferMechanism::glslFunctionDefinition(DataType type, const QString &name, bool useVec4,
                                                        unsigned long offset, unsigned long)
 {
-    const QString definition = signature(type, name, QStringLiteral("uint Index"));
+    const QString definition = accessorHead(glslType(type), name, QStringLiteral("uint Index"));
     if (useVec4 && useVec4Storage(type)) {
         return QStringLiteral("%1 { return %2(%3s[ Index]._data%4%5); } %6")
             .arg(definition, glslType(type), _planName, QString::number(offset & ~15ul),
-                 glslAccessorString(componentOf(offset), numberComponents(type)), remark(type, offset));
+                 glslAccessorString(componentOf(offset), numberComponents(type)),
+                 layoutComment(dataSize(type), offset));
     }
     return QStringLiteral("%1 { return %2s[ Index].%3%4; }")
-        .arg(definition, _planName, name, tripleSwizzle(type));
+        .arg(definition, _planName, name, tripleSwizzle(numberComponents(type)));
 }
 
 QString UniformBufferMechanism::glslUniformDeclaration(const QList<DataType> &types,
                                                        const QHash<DataType, QStringList> &namesByType,
                                                        bool useVec4, unsigned long arraySize)
 {
-    const QString members = structMembers(types, namesByType, useVec4);
-    if (members.isEmpty()) {
+    const QString members = structMembers(*this, types, namesByType, useVec4);
+    if (members.isEmpty()) { // GLSL has no empty structures
         return QString();
     }
     return glslLayoutDefinition().arg(_planName, members, QString::number(arraySize));
@@ -87,77 +132,24 @@ QString UniformBufferMechanism::glslLayoutDefinition()
 void UniformBufferMechanism::uploadDataToBuffer(QSharedPointer<BufferObject> buffer, const QByteArray &data,
                                                 InstanceDataCollection *collection)
 {
-    const auto upload = [&] {
-        buffer->uploadArbitraryData(data.constData(), data.size(), unsigned(collection->_boUsageFlags), 1);
+    const auto fill = [&] {
+        buffer->uploadArbitraryData(data.constData(), data.size(),
+                                    unsigned(InstanceDataAccess::usage(*collection)), 1);
     };
     if (!buffer->isBindNeededForUpload()) {
-        upload();
+        fill();
         return;
     }
     const AutoBinder binder(buffer);
-    upload();
-}
-
-const QSharedPointer<BufferObject> &UniformBufferMechanism::bufferOf(InstanceDataCollection *collection) const
-{
-    return collection != nullptr && !collection->_uniformBufferObject.isNull()
-               ? collection->_uniformBufferObject->_bufferObject
-               : newBufferOf(collection);
-}
-
-Q_NEVER_INLINE const QSharedPointer<BufferObject> &
-UniformBufferMechanism::newBufferOf(InstanceDataCollection *collection) const
-{
-    static const QSharedPointer<BufferObject> kNone;
-    if (collection != nullptr) {
-        collection->getUniformBufferObject(_boTarget);
-    }
-    return collection == nullptr || collection->_uniformBufferObject.isNull()
-               ? kNone
-               : collection->_uniformBufferObject->_bufferObject;
+    fill();
 }
 
 void UniformBufferMechanism::uploadIfDirty(const QSharedPointer<BufferObject> &buffer,
                                            InstanceDataCollection *collection)
 {
-    if (collection->_dirty) {
-        upload(buffer, collection);
+    if (InstanceDataAccess::isDirty(*collection)) {
+        upload(*this, buffer, collection);
     }
-}
-
-Q_NEVER_INLINE void UniformBufferMechanism::upload(const QSharedPointer<BufferObject> &buffer,
-                                                   InstanceDataCollection *collection)
-{
-    uploadDataToBuffer(buffer, collection->_data, collection);
-    collection->clearDirtyStatus();
-}
-
-QString UniformBufferMechanism::structMembers(const QList<DataType> &types,
-                                              const QHash<DataType, QStringList> &namesByType, bool useVec4)
-{
-    const QString line = QStringLiteral("  %1 %2;");
-    QStringList lines;
-    size_t pos = 0;
-    for (const DataType type : types) {
-        const QStringList names = namesByType.value(type);
-        if (useVec4 && useVec4Storage(type)) {
-            const size_t end = pos + size_t(names.size()) * dataSize(type);
-            for (; pos < end; pos += 16) {
-                const QString data = QStringLiteral("_data") + QString::number(pos & ~size_t(15));
-                lines += line.arg(glslVec4StorageType(type), data);
-            }
-            continue;
-        }
-        for (const QString &name : names) {
-            lines += line.arg(glslPaddedType(type), name);
-            pos += dataSize(type);
-        }
-    }
-    // The dummies keep the size of the structure that of the plan's item.
-    for (; pos % 16 != 0 && pos % 4 == 0; pos += 4) {
-        lines += line.arg(QStringLiteral("float"), QStringLiteral("_dummy") + QString::number(pos));
-    }
-    return lines.join(QLatin1Char('\n'));
 }
 
 }} // namespace Orvane::Zel

@@ -9,14 +9,13 @@ namespace Orvane { namespace Zel {
 
 class BufferObject;
 
-/// Instance data as an array of structures in one uniform block.
+/// Instance data as an array of structures in one uniform block of layout std140.
 ///
 /// \snippet instance_data.cpp UniformBufferMechanism
 ///
 /// Units:   bytes.
 /// Context: as its base.
-/// Errors:  as its base; a block that the program lacks is none.
-/// Source:  OpenGL 3.1 uniform buffers, std140 layout.
+/// Errors:  as its base.
 class ZELGL_EXPORT UniformBufferMechanism : public ParameterMechanism
 {
 public:
@@ -33,28 +32,22 @@ public:
                                    unsigned long arraySize) override;
     bool useVec4Storage(DataType type) override;
 
-    /// The block with places for the plan's name, the members and the array size.
+    /// Returns the declaration of structure and block, with %1 for the plan's name, %2 for the members and %3 for the array
+    /// size.
     virtual QString glslLayoutDefinition();
 
-    /// Fills the buffer with the collection's usage, bound if it has to be.
+    /// Uploads \a data with the usage of the collection. Binds the buffer for it if the driver needs that.
     void uploadDataToBuffer(QSharedPointer<BufferObject> buffer, const QByteArray &data,
                             InstanceDataCollection *collection);
 
 protected:
-    UniformBufferMechanism(const QString &planName, unsigned int boTarget);
+    ZELGL_NO_EXPORT UniformBufferMechanism(const QString &planName, unsigned int boTarget);
 
-    /// The collection's buffer, made at the first call; null if there can be none.
-    const QSharedPointer<BufferObject> &bufferOf(InstanceDataCollection *collection) const;
-    const QSharedPointer<BufferObject> &newBufferOf(InstanceDataCollection *collection) const;
-    /// Uploads if dirty, and clears that.
-    void uploadIfDirty(const QSharedPointer<BufferObject> &buffer, InstanceDataCollection *collection);
+    /// Uploads the bytes of a dirty collection, which is then clean.
+    ZELGL_NO_EXPORT void uploadIfDirty(const QSharedPointer<BufferObject> &buffer,
+                                       InstanceDataCollection *collection);
 
     unsigned int _boTarget;
-
-private:
-    void upload(const QSharedPointer<BufferObject> &buffer, InstanceDataCollection *collection);
-    QString structMembers(const QList<DataType> &types, const QHash<DataType, QStringList> &namesByType,
-                          bool useVec4);
 };
 
 }} // namespace Orvane::Zel

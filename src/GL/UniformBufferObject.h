@@ -69,7 +69,7 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
-    friend class UniformBufferMechanism; ///< needs the buffer with each bind
+    friend class InstanceDataAccess; ///< reads the buffer with each bind
 
     int blockIndex(const ShaderProgram *program, unsigned int target);
     int findBlockIndex(const ShaderProgram *program, unsigned int target);

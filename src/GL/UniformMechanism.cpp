@@ -1,9 +1,9 @@
 #include "UniformMechanism.h"
 
 #include "GLUtilities.h"
-#include "InstanceDataCollection.h"
 #include "ShaderProgram.h"
-#include "TextureManager.h"
+#include "private/InstanceDataAccess.h"
+#include "private/InstanceDataGLSL.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QVarLengthArray>
@@ -16,14 +16,17 @@ namespace {
 
 using Type = InstanceDataPlan::DataType;
 
-/// Bytes that GL reads for one element of a uniform of this type. Booleans go as integers, so that it reads
-/// more than their packed bytes.
+/// Returns the bytes that GL reads for one element of a uniform of this type. Booleans are sent as integers, so that GL
+/// reads more than their packed bytes.
 size_t uniformSize(Type type)
 {
     const size_t components = ParameterMechanism::numberComponents(type);
     return (components == 3 ? 4 : components) * 4;
 }
 
+/// Required: booleans use the calls of integers of four bytes, although their values are packed. Their uniforms have no
+/// useful value; the other mechanisms are for them. See
+/// InstanceDataTest.UniformsAreSentOnEveryBindAndReadNoFurtherThanTheirBytes.
 void setUniforms(int location, int count, Type type, const void *data)
 {
     const auto ints = static_cast<const GLint *>(data);
@@ -78,7 +81,8 @@ template <size_t Size> void gatherFixed(char *values, const char *member, int co
     }
 }
 
-/// Packs the member of each item; the sizes of all types but the packed booleans become plain moves.
+/// Copies a member of each item to an array. A size that is known at compile time makes each copy a few moves; only booleans
+/// have others.
 void gather(char *values, const char *member, int count, size_t size, size_t stride)
 {
     switch (size) {
@@ -117,6 +121,7 @@ bool UniformMechanism::bind(ShaderProgram *program, TextureManager *textureManag
                 sendMember(location, it.key(), it.value(), *collection);
             }
         }
+        // For queries only: the next bind sends again, because uniforms belong to a program.
         collection->clearDirtyStatus();
     }
     collection->bindTextureTokens(textureManager);
@@ -129,9 +134,7 @@ bool UniformMechanism::unbind(ShaderProgram *, TextureManager *textureManager,
     if (collection == nullptr) {
         return false;
     }
-    if (textureManager != nullptr) {
-        textureManager->unbind(collection->_textureTokens);
-    }
+    InstanceDataAccess::unbindTextureTokens(*collection, textureManager);
     return true;
 }
 
@@ -139,7 +142,8 @@ QString UniformMechanism::glslFunctionDefinition(DataType type, const QString &n
                                                  unsigned long)
 {
     return QStringLiteral("%1 { return u_%2[Index]%3; }")
-        .arg(signature(type, name, QStringLiteral("uint Index")), name, tripleSwizzle(type));
+        .arg(accessorHead(glslType(type), name, QStringLiteral("uint Index")), name,
+             tripleSwizzle(numberComponents(type)));
 }
 
 QString UniformMechanism::glslUniformDeclaration(const QList<DataType> &types,
@@ -178,16 +182,18 @@ void UniformMechanism::sendMember(int location, const QString &name, DataType ty
     const size_t size = dataSize(type);
     const size_t offset = collection.plan()->offset(name);
     const int count = collection.size();
-    if (count > 0 && collection.position(count - 1, offset, size) < 0) {
-        return; // a collection of another plan
+    // The collection may be of a plan with other members, if a host calls bind() with it.
+    if (count > 0 && InstanceDataAccess::position(collection, count - 1, offset, size) < 0) {
+        return;
     }
-    // Of packed booleans GL reads more than the gathered bytes: zeros.
+    // GL reads more than the packed booleans: zeros, not memory outside the array.
     const size_t read = uniformSize(type);
     QVarLengthArray<char, 4096> values(count * int(qMax(size, read)));
     if (read > size) {
         std::memset(values.data(), 0, size_t(values.size()));
     }
-    gather(values.data(), collection._data.constData() + offset, count, size, collection.itemSize());
+    gather(values.data(), InstanceDataAccess::bytes(collection).constData() + offset, count, size,
+           collection.plan()->totalDataSize());
     setUniforms(location, count, type, values.constData());
 }
 

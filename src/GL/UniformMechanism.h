@@ -4,15 +4,14 @@
 
 namespace Orvane { namespace Zel {
 
-/// Instance data as plain uniforms, an array for each member. It needs no buffer,
-/// but sends everything on every bind: for small plans.
+/// Instance data as uniforms, an array for each member. Needs no buffer, but sends
+/// all items on every bind; for small plans without booleans.
 ///
 /// \snippet instance_data.cpp UniformMechanism
 ///
 /// Units:   bytes.
-/// Context: as its base; bind() sets uniforms of the program in use.
-/// Errors:  as its base; a uniform that the program lacks is none.
-/// Source:  OpenGL 3.0 uniforms.
+/// Context: as its base. \a program must be in use at bind().
+/// Errors:  as its base.
 class ZELGL_EXPORT UniformMechanism : public ParameterMechanism
 {
 public:
@@ -24,20 +23,20 @@ public:
                 InstanceDataCollection *collection) override;
     QString glslFunctionDefinition(DataType type, const QString &name, bool useVec4, unsigned long offset,
                                    unsigned long totalSize) override;
-    /// Learns the members too, for bind().
+    /// Also stores the members for bind().
     QString glslUniformDeclaration(const QList<DataType> &types,
                                    const QHash<DataType, QStringList> &namesByType, bool useVec4,
                                    unsigned long arraySize) override;
     bool useVec4Storage(DataType type) override;
 
 private:
-    const QString &uniformName(const QString &memberName);
-    /// Gathers a member of all items and sets its uniform.
-    void sendMember(int location, const QString &name, DataType type,
-                    const InstanceDataCollection &collection) const;
+    ZELGL_NO_EXPORT const QString &uniformName(const QString &memberName);
+    /// Copies a member of all items to an array and sets its uniform.
+    ZELGL_NO_EXPORT void sendMember(int location, const QString &name, DataType type,
+                                    const InstanceDataCollection &collection) const;
 
     QHash<QString, DataType> _memberTypes;
-    QString _uniformName; ///< kept, so that a bind takes no memory
+    QString _uniformName; ///< reused, so that a bind allocates nothing
 };
 
 }} // namespace Orvane::Zel

@@ -1,7 +1,7 @@
 #include "MatrixWriter.h"
 
-#include "../InstanceDataCollection.h"
 #include "../InstanceDataPlan.h"
+#include "InstanceDataAccess.h"
 #include "WorldMatrices.h"
 
 #include <algorithm>
@@ -19,18 +19,18 @@ void MatrixWriter::write(InstanceDataCollection &data, int item, const QMatrix4x
                          const WorldMatrices &matrices)
 {
     const Layout &layout = layoutOf(data.plan());
-    data.moveBytes(item, layout.model, layout.previous, layout.modelBytes);
-    data.setBytes(item, layout.model, world.constData(), kMat4Bytes);
-    data.setBytes(item, layout.inverse, matrices.inverse.constData(), kMat4Bytes);
+    InstanceDataAccess::moveBytes(data, item, layout.model, layout.previous, layout.modelBytes);
+    InstanceDataAccess::setBytes(data, item, layout.model, world.constData(), kMat4Bytes);
+    InstanceDataAccess::setBytes(data, item, layout.inverse, matrices.inverse.constData(), kMat4Bytes);
     if (layout.hasNormal) {
-        data.setBytes(item, layout.normal, matrices.normal.constData(), kMat3Bytes);
+        InstanceDataAccess::setBytes(data, item, layout.normal, matrices.normal.constData(), kMat3Bytes);
     }
 }
 
 void MatrixWriter::copyToPrevious(InstanceDataCollection &data, int item)
 {
     const Layout &layout = layoutOf(data.plan());
-    data.moveBytes(item, layout.model, layout.previous, layout.modelBytes);
+    InstanceDataAccess::moveBytes(data, item, layout.model, layout.previous, layout.modelBytes);
 }
 
 const MatrixWriter::Layout &MatrixWriter::findLayout(const InstanceDataPlan *plan)
