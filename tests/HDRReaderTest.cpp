@@ -26,7 +26,7 @@ const QString kBadWidth = "warning [HDRReader.cpp:#] HDR format error: bad scanl
 class HDRReaderTest : public GLTest
 {
 protected:
-    /// Loads a file, and answers the texels as they went to GL: three floats each, the lowest row first.
+    /// Loads a file and returns the texels as GL received them: three floats each, the lowest row first.
     std::vector<float> uploaded(const QByteArray &file)
     {
         const auto texture = Reader(file).load(TextureFileInfo());
@@ -41,7 +41,7 @@ protected:
     UploadTouch _touch;
 };
 
-/// What the bytes of texels stand for, in exact arithmetic.
+/// The values of texels in exact arithmetic.
 std::vector<float> valuesOf(const HdrFile::Row &row)
 {
     std::vector<float> values;
@@ -74,7 +74,7 @@ TEST_F(HDRHeaderTest, TheMagicIsRecognisedAndLinesUpToAnEmptyOneDecideAboutValid
     for (const QByteArray &rest :
          {QByteArray(), QByteArray("# note"), QByteArray("EXPOSURE=1"), QByteArray("FORMAT=32-bit_rle_rgbe"),
           QByteArray("FORMAT=32-bit_rle_rgb\n\n-Y 1 +X 1\n"), QByteArray("EXPOSURE=bright\n\n-Y 1 +X 1\n"),
-          QByteArray("# note\0\n\n-Y 1 +X 1\n", 19)}) { // a NUL ends the walk
+          QByteArray("# note\0\n\n-Y 1 +X 1\n", 19)}) { // a NUL ends the header
         const Reader reader("#?RADIANCE\n" + rest);
         ASSERT_NE(nullptr, reader.get()) << rest.constData();
         EXPECT_FALSE(reader.valid()) << rest.constData();
@@ -147,7 +147,7 @@ TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytesAndCountsAreCutOffAtTheLine)
 {
     const HdrFile::Texel a = {{10, 20, 30, 130}};
     const HdrFile::Texel b = {{1, 1, 2, 129}};
-    const QByteArray noMarker("\7\7\7\5", 4); // counts all the same, where a record begins inside of the line
+    const QByteArray noMarker("\7\7\7\5", 4); // counts anyway if a record begins inside the line
     EXPECT_EQ(valuesOf(HdrFile::Row(300, a) + HdrFile::Row(5, b)),
               uploaded(lineOf(305, HdrFile::oldRun(300, a) + HdrFile::oldRun(0, a) + noMarker
                                        + HdrFile::flat({b}))))
@@ -163,7 +163,7 @@ TEST_F(HDRReaderTest, OldRunsCountInGroupsOfBytesAndCountsAreCutOffAtTheLine)
         planes += char(5); // a literal of five in a line of three
         planes += QByteArray(5, char(value));
     }
-    for (const int missing : {0, 2}) { // what the line has no room for need not be there
+    for (const int missing : {0, 2}) { // bytes beyond the end of the line may be missing
         EXPECT_EQ(valuesOf(HdrFile::Row(3, a)), uploaded(lineOf(3, planes.chopped(missing))));
     }
 }

@@ -123,7 +123,7 @@ protected:
     /// For programs that are built from now on.
     void defineDebug() { _processor.addDefine("DEBUG", "1"); }
 
-    /// A new manager of that many slots in place of the old.
+    /// Replaces the manager by one with this number of slots.
     void restart(int slotCount,
                  TextureManager::SlotReallocationMethod method = TextureManager::SlotReallocationDownscale)
     {
@@ -173,7 +173,7 @@ protected:
     }
 
     /// A texture that the manager owns once it has a token; \a upload fills its levels while it is bound. Those of
-    /// another wrap mode stand in other slots.
+    /// another wrap mode are in other slots.
     template <typename Upload>
     Texture *newTexture(GLenum target, int levels, Upload upload, GLint wrap = GL_CLAMP_TO_EDGE)
     {

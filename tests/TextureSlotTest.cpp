@@ -296,7 +296,7 @@ public:
     {
         const auto token = size_t(random(kTextures));
         NaivePlacement::Placed &placed = _model.tokens[token];
-        const TextureToken number = TextureToken(token + 1); // behind white
+        const TextureToken number = TextureToken(token + 1); // the one after white
         if (placed.slot < 0) {
             _manager.bind(QVector<TextureToken>{number});
             _model.place(token);

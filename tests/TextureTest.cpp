@@ -277,7 +277,7 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndRecordsSingleSamples)
     EXPECT_EQ(8, levelParameter(samples, 0, GL_TEXTURE_WIDTH));
     EXPECT_EQ(4, levelParameter(samples, 0, GL_TEXTURE_SAMPLES));
     EXPECT_EQ(1, levelParameter(samples, 0, GL_TEXTURE_FIXED_SAMPLE_LOCATIONS));
-    samples.setSize(0, GL_RGBA8, 8, 4, 1); // silent: nothing is on record
+    samples.setSize(0, GL_RGBA8, 8, 4, 1); // silent: no size was set before
 
     const auto cube = newTexture(GL_TEXTURE_CUBE_MAP);
     ASSERT_TRUE(cube->bind());

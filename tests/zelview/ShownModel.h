@@ -33,7 +33,8 @@ public:
         _target.reset();
         _programs.reset();
         _exhibit.reset();
-        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the plans of the next model have the same names
+        Orvane::Zel::InstanceDataRegistry::Instance()
+            ->clear(); // the plans of the next model have the same names
     }
 
     zelview::Exhibit *operator->() { return _exhibit.get(); }

@@ -89,7 +89,8 @@ protected:
     {
         const QString file = _box.write(node, light, true);
         const QImage with = pictureOf(file, more);
-        const QImage without = pictureOf(_box.write(node, light, false), more); // blended materials cast no shadow
+        const QImage without =
+            pictureOf(_box.write(node, light, false), more); // blended materials cast no shadow
 
         constexpr float kAspect = float(kWidth) / kHeight;
         OrbitCamera camera(0.0f, kElevation);

@@ -282,7 +282,8 @@ TEST_F(ZelviewTest, AMissingTextureIsReportedAndDrawnWhite)
             runZelview(kFront + QStringList{model, "--offscreen", target, "--size", "100x100"});
         EXPECT_EQ(ending.code, 0);
         EXPECT_EQ(ending.errors, QString::fromLatin1(wrong.remark));
-        EXPECT_EQ(quarters(QImage(target)), (std::vector<int>{0, 0, 0, 0})); // the colour of the material, times white
+        EXPECT_EQ(quarters(QImage(target)),
+                  (std::vector<int>{0, 0, 0, 0})); // the colour of the material, times white
     }
 }
 

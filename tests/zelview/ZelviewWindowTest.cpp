@@ -177,7 +177,8 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsForwardsEventsAndReleasesTheExhibit)
             waitForFrame(QSize(300, 300));
             return window.grabFramebuffer();
         };
-        const QImage withStatistics = pictureAfterF(); // text in the corner, with lines broken at the width of the window
+        const QImage withStatistics =
+            pictureAfterF(); // text in the corner, with lines broken at the width of the window
         EXPECT_NE(withStatistics.copy(0, 0, 150, 60), plain.copy(0, 0, 150, 60));
         EXPECT_EQ(withStatistics.copy(280, 0, 20, 300), plain.copy(280, 0, 20, 300));
         EXPECT_EQ(pictureAfterF(), plain);

@@ -57,7 +57,7 @@ private:
     QElapsedTimer _clock; ///< for exhibits that move
     bool _isUp = false;
     bool _isFramed = false;
-    QSize _fittedTo;                 ///< the viewport that the exhibit was last framed or fitted for, in pixels
+    QSize _fittedTo; ///< the viewport that the exhibit was last framed or fitted for, in pixels
     bool _describesNextFrame = true; ///< prints a report of the next frame
     QPointF _lastPosition;           ///< of the pointer, device-independent pixels
     QPointF _pressPosition;

@@ -62,11 +62,11 @@ struct Options
     bool isUdim = false;   ///< the file is the name of a set of tiles
     QString picture;       ///< path of the file to write; empty: open a window
     QSize size{1280, 720}; ///< pixels of the picture, device-independent pixels of the window
-    int samples = 8; ///< per pixel, limited by the driver; 1 if an edge filter replaces multisampling
+    int samples = 8;       ///< per pixel, limited by the driver; 1 if an edge filter replaces multisampling
     EdgeFilter edgeFilter = EdgeFilter::eNone;
-    float azimuth = 35.0f;      ///< degrees around the vertical axis; 0 looks at the front of the model
-    float elevation = 22.0f;    ///< degrees above the horizon
-    QString camera;             ///< name or index of a camera of the file; empty: the camera that turns around the model
+    float azimuth = 35.0f;   ///< degrees around the vertical axis; 0 looks at the front of the model
+    float elevation = 22.0f; ///< degrees above the horizon
+    QString camera; ///< name or index of a camera of the file; empty: the camera that turns around the model
     std::optional<QPoint> pick; ///< pixel of the picture whose material is printed
     bool printsPlan = false;    ///< prints the instance-data plans instead of showing anything
     bool printsStatistics = false;
@@ -75,9 +75,9 @@ struct Options
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
     std::optional<ManagerKind> manager; ///< empty: chosen by the model
     MechanismKind mechanism = MechanismKind::eUniformBuffer;
-    int blockLimit = 0; ///< limit of one collection of instance data in bytes; 0: that of the mechanism
-    int level = 0;      ///< mip level of an image
-    int face = -1;      ///< face of a cube map, or slice of a volume; -1: all
+    int blockLimit = 0;    ///< limit of one collection of instance data in bytes; 0: that of the mechanism
+    int level = 0;         ///< mip level of an image
+    int face = -1;         ///< face of a cube map, or slice of a volume; -1: all
     float exposure = 0.0f; ///< of an image, or of the light on a model, as a power of two
     QString environment;   ///< image file that lights a model; empty: the studio
     std::optional<EnvironmentLayout> environmentLayout; ///< empty: by the aspect ratio of the image

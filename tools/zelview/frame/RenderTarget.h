@@ -36,7 +36,8 @@ private:
 
     std::unique_ptr<Orvane::Zel::Texture> _color;
     std::unique_ptr<Orvane::Zel::Texture> _depth;
-    std::unique_ptr<Orvane::Zel::FramebufferObject> _framebuffer; ///< declared last: deleted before its attachments
+    std::unique_ptr<Orvane::Zel::FramebufferObject>
+        _framebuffer; ///< declared last: deleted before its attachments
 };
 
 } // namespace zelview

@@ -13,7 +13,7 @@ constexpr int kSearchWidth = 256;      ///< texels; the search ignores single te
 constexpr float kMinProminence = 6.0f; ///< radiance of a light, in means over all directions
 constexpr float kSpread = 0.94f;       ///< cosine of the angle around the centre that belongs to the light
 constexpr int kRounds = 3;             ///< iterations that refine the centre
-constexpr float kMinShare = 0.2f; ///< of all irradiance; the shadow of a weaker light would be invisible
+constexpr float kMinShare = 0.2f;      ///< of all irradiance; the shadow of a weaker light would be invisible
 
 float luminance(const QVector3D &light)
 {

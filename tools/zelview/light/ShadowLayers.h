@@ -104,7 +104,8 @@ private:
     ProgramPointer _debug;
     std::vector<LightSource> _sources;
     std::vector<std::unique_ptr<Light>> _lights; ///< by source
-    std::vector<std::pair<int, int>> _runs; ///< by source: the first run in the table that shaders use, and the number of runs
+    std::vector<std::pair<int, int>>
+        _runs; ///< by source: the first run in the table that shaders use, and the number of runs
     std::unique_ptr<RenderData> _table;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _block;
 

@@ -50,7 +50,8 @@ GPUModel::Camera toModelCamera(const SceneCamera &source, int transform, float f
     camera.focalLength = source.isOrthographic ? 1.0f : kFilmHeight / source.height;
     camera.focusDistance = source.isOrthographic ? source.height / kFilmHeight : camera.focalLength;
     camera.nearClip = source.nearPlane;
-    camera.farClip = std::max(source.farPlane, farthest); // the default of a file that states none could clip the scene
+    camera.farClip =
+        std::max(source.farPlane, farthest); // the default of a file that states none could clip the scene
     return camera;
 }
 

@@ -74,7 +74,8 @@ InstanceDataPlan *newMaterialPlan()
     for (const QString &map : kMapMembers) {
         plan->addMember(InstanceDataPlan::eTexture, map);
     }
-    plan->addMember(InstanceDataPlan::eUInt, QStringLiteral("MapSets")); // bit k: the map of MapKind k uses the second set
+    plan->addMember(InstanceDataPlan::eUInt,
+                    QStringLiteral("MapSets")); // bit k: the map of MapKind k uses the second set
     plan->addMember(InstanceDataPlan::eUInt, QStringLiteral("MaterialNumber"));
     return plan;
 }

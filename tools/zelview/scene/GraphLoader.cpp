@@ -162,7 +162,8 @@ private:
     void setFilm(const aiCamera &source, SceneCamera &camera) const
     {
         const bool hasAspect = std::isfinite(source.mAspect) && source.mAspect > 0.0f;
-        const float aspect = hasAspect ? source.mAspect : 1.0f; // the glTF reader uses 1 if the file states none
+        const float aspect =
+            hasAspect ? source.mAspect : 1.0f; // the glTF reader uses 1 if the file states none
         camera.isOrthographic = source.mOrthographicWidth > 0.0f;
         const float halfWidth =
             camera.isOrthographic ? source.mOrthographicWidth : halfWidthAtOne(_source, source, aspect);

@@ -198,7 +198,8 @@ Expected<Scene> import(const QString &path)
     const aiScene *source =
         gltf.hasUnboundSkin ? nullptr : importer.ReadFile(path.toUtf8().constData(), kFirstSteps);
     if (source != nullptr) {
-        generateSharedNormals(*const_cast<aiScene *>(source), kSmoothingAngle); // owned by the importer, which allows changes
+        generateSharedNormals(*const_cast<aiScene *>(source),
+                              kSmoothingAngle); // owned by the importer, which allows changes
         // MaterialLoader reads the texture transforms of glTF.
         const unsigned int transforms = isGltf(*source) ? 0u : aiProcess_TransformUVCoords;
         source = importer.ApplyPostProcessing(kLastSteps | transforms);

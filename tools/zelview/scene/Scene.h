@@ -135,8 +135,7 @@ struct SceneCamera
     int node = 0;
     QMatrix4x4 local; ///< from its space to the node's
     bool isOrthographic = false;
-    float height =
-        0.6f; ///< of the view, for every aspect: at distance 1, or constant if orthographic
+    float height = 0.6f; ///< of the view, for every aspect: at distance 1, or constant if orthographic
     float nearPlane = 0.1f;
     float farPlane = 100.0f;
 };
