@@ -121,7 +121,7 @@ bool UniformMechanism::bind(ShaderProgram *program, TextureManager *textureManag
                 sendMember(location, it.key(), it.value(), *collection);
             }
         }
-        // For queries only: the next bind sends again, because uniforms belong to a program.
+        // Without effect on the next bind, which sends again: uniforms belong to a program.
         collection->clearDirtyStatus();
     }
     collection->bindTextureTokens(textureManager);
