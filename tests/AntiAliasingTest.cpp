@@ -314,8 +314,8 @@ TEST_F(AntiAliasingTest, ReprojectionFollowsASurfaceAndLeavesOutWhatMovedOtherwi
     const auto velocity = pixels([&](int x, int) { return QVector4D(0, 0, 0, x > 0 ? moves[0] : 0.0f); });
     const auto result = draw(
         GL_RGBA32F, {{"u_Now", now.get()}, {"u_Before", before.get()}, {"u_Velocity", velocity.get()}},
-        "#version 330\n", "",
-        "#version 330\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#define SMAA_REPROJECTION 1\n"
+        "#version 150\n", "",
+        "#version 150\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#define SMAA_REPROJECTION 1\n"
         "#define SMAA_DECODE_VELOCITY(texel) texel.ag\n#include \"SMAA.glslh\"\n"
         "uniform sampler2D u_Now, u_Before, u_Velocity;\n", // the velocities serve as weights too: red and blue are 0, so nothing is blended
         "vec4(SMAAResolvePS(vo_TexCoord, u_Now, u_Before, u_Velocity).rgb,\n"

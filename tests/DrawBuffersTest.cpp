@@ -448,6 +448,7 @@ TEST_F(DrawBuffersTest, AFailedIndexBufferLeavesNoVertexArrayBound)
 
 TEST_F(DrawBuffersTest, TheIndirectPathIsDormantUntilTheHostBindsABuffer)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_multi_draw_indirect");
     EXPECT_TRUE(asserted.refused({{makeUnit()->drawMultiDrawElementsIndirect(), "0 != this->_commandsCount",
                                    "DrawElementsIndirectCommandsCount is not set on draw"}}));
     const auto commands = makeCommandUnit();

@@ -15,7 +15,7 @@ const float kRed[] = {1, 0, 0, 1};
 const float kBlue[] = {0, 0, 1, 1};
 
 /// A fragment stage that shows item i in column i.
-constexpr char kShowPaint[] = R"(#version 330
+constexpr char kShowPaint[] = R"(#version 150
 #instancedata "Paint"
 out vec4 color;
 void main() { color = getColor(uint(gl_FragCoord.x)) * getOpacity(uint(gl_FragCoord.x)); }

@@ -230,6 +230,7 @@ TEST_F(LightSnippetsTest, TvoRenderCubemap_Linear)
 
 TEST_F(LightSnippetsTest, TvoRenderCubemap_NDotL)
 {
+    ZEL_NEEDS_EXTENSION("GL_ARB_texture_cube_map_array");
     const TexturePointer environment = newCube(4, kSky);
     //! [TvoRenderCubemap_NDotL]
     TvoRenderCubemap_NDotL renderer;

@@ -19,7 +19,7 @@ const QVector4D kOrange(1.0f, 0.6f, 0.2f, 1.0f);
 const QColor kOrangeColor(255, 153, 51);
 
 /// A fragment stage that samples by the token u_Token.
-constexpr char kSampleByToken[] = R"(#version 330
+constexpr char kSampleByToken[] = R"(#version 150
 #include "TextureManager.glslh"
 uniform uvec2 u_Token;
 out vec4 color;
