@@ -33,7 +33,7 @@ void prepareEnvironment(const QTemporaryDir &folder)
 /// functions that create them; and what QtDBus keeps until the process ends.
 extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()
 {
-    return "leak:Array2DTextureManager::uploadSlotMap\n"
+    return "leak:SlotUniforms::uploadMap\n"
            "leak:SamplerSlots::makeEmptyTexture\n"
            "leak:SamplerSlots::makeMap\n"
            "leak:libdbus-1.so\n";
