@@ -4,6 +4,7 @@
 #include "BufferObject.h"
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "private/BoundTexture.h"
 #include "private/InstanceDataAccess.h"
 
 namespace Orvane { namespace Zel {
@@ -58,14 +59,15 @@ bool BufferTextureMechanism::useVec4Storage(DataType)
 QSharedPointer<Texture> BufferTextureMechanism::initBufferTextureStorage(TextureFormat format,
                                                                          QSharedPointer<BufferObject> buffer)
 {
-    const QSharedPointer<Texture> texture(new Texture(nullptr));
-    texture->setTarget(_boTarget);
-    const AutoBinder textureBinder(texture);
-    if (!texture->isBound()) { // glTexBuffer() would change another texture; the next bind creates this one
+    const QSharedPointer<Texture> texture(newBoundTexture(_boTarget).release());
+    if (texture.isNull()) { // the next bind tries again
         return {};
     }
-    const AutoBinder bufferBinder(buffer);
-    glTexBuffer(_boTarget, SizedInternalFormat(format), buffer->getBO());
+    {
+        const AutoBinder binder(buffer);
+        glTexBuffer(_boTarget, SizedInternalFormat(format), buffer->getBO());
+    }
+    texture->unbind();
     return texture;
 }
 

@@ -1,5 +1,7 @@
 #include "light/LightLines.h"
 
+#include "scene/Scene.h"
+
 #include <ZelGL/ZelGL.h>
 
 #include <QtGui/QColor>
@@ -14,12 +16,8 @@ namespace {
 
 constexpr float kHiddenOpacity = 0.15f;
 
-/// A corner of the volume of a projection; the bits of the number select the side of each axis.
-QVector3D corner(const QMatrix4x4 &toWorld, int number)
-{
-    return toWorld.map(QVector3D((number & 1) != 0 ? 1.0f : -1.0f, (number & 2) != 0 ? 1.0f : -1.0f,
-                                 (number & 4) != 0 ? 1.0f : 0.0f));
-}
+/// What a projection shows, in its own coordinates: those of shadow maps have depths from 0 to 1.
+const Box kClipVolume{{-1.0f, -1.0f, 0.0f}, {1.0f, 1.0f, 1.0f}};
 
 /// Each light has a hue; its projections have shades of that hue.
 QVector3D colorOf(int light, int projection)
@@ -36,11 +34,11 @@ void append(QVector<float> &values, const QVector3D &vector)
 /// Appends the twelve edges of the volume of a projection.
 void appendEdges(QVector<float> &points, const QMatrix4x4 &toWorld)
 {
-    for (int from = 0; from < 8; ++from) {
+    for (int from = 0; from < Box::kCorners; ++from) {
         for (const int axis : {1, 2, 4}) {
             if ((from & axis) == 0) { // each edge once
-                append(points, corner(toWorld, from));
-                append(points, corner(toWorld, from | axis));
+                append(points, toWorld.map(kClipVolume.corner(from)));
+                append(points, toWorld.map(kClipVolume.corner(from | axis)));
             }
         }
     }

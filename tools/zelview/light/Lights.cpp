@@ -26,13 +26,6 @@ constexpr float kLampSize = 0.02f; ///< radius, relative to the distance from th
 /// Mean illuminance at the corners of the scene by all lights of a file.
 constexpr float kFileIlluminance = 3.0f;
 
-/// A corner of the box; the bits of the number select the side of each axis.
-QVector3D cornerOf(const Box &box, int number)
-{
-    return {(number & 1) != 0 ? box.high.x() : box.low.x(), (number & 2) != 0 ? box.high.y() : box.low.y(),
-            (number & 4) != 0 ? box.high.z() : box.low.z()};
-}
-
 /// A light that points at the centre of the scene, with the intensity that results in \a illuminance there.
 LightSource placed(LightSource::Type type, const Box &bounds, const QVector3D &towardsIt, float radii,
                    const QVector3D &illuminance)
@@ -85,13 +78,13 @@ LightSource fromFile(const SceneLight &source, const Scene &scene)
 void expose(std::vector<LightSource> &lights, const Box &bounds)
 {
     float sum = 0.0f;
-    for (int corner = 0; corner < 8; ++corner) {
+    for (int corner = 0; corner < Box::kCorners; ++corner) {
         for (const LightSource &light : lights) {
-            sum += light.illuminance(cornerOf(bounds, corner)).length();
+            sum += light.illuminance(bounds.corner(corner)).length();
         }
     }
     for (LightSource &light : lights) {
-        light.color *= sum > 0.0f ? 8.0f * kFileIlluminance / sum : 1.0f;
+        light.color *= sum > 0.0f ? float(Box::kCorners) * kFileIlluminance / sum : 1.0f;
     }
 }
 
@@ -168,9 +161,9 @@ Box shadowedBox(const Box &scene, const std::vector<LightSource> &lights, bool h
     const float reach = kGroundReach * scene.radius();
     const float level = scene.low.y();
     for (const LightSource &light : lights) {
-        for (int corner = 0; hasGround && corner < 8; ++corner) {
+        for (int corner = 0; hasGround && corner < Box::kCorners; ++corner) {
             QVector3D target;
-            if (isThrown(light, cornerOf(scene, corner), level, target)) {
+            if (isThrown(light, scene.corner(corner), level, target)) {
                 const QVector3D way = target - scene.center();
                 const float length = std::max(way.length(), reach);
                 target = scene.center() + way * (reach / length);

@@ -93,15 +93,6 @@ SourceRecord toRecord(const LightSource &source, const std::pair<int, int> &runs
     return record;
 }
 
-template <typename Function> void forCorners(const Box &box, Function function)
-{
-    for (int i = 0; i < 8; ++i) {
-        function(QVector3D((i & 1) != 0 ? box.high.x() : box.low.x(),
-                           (i & 2) != 0 ? box.high.y() : box.low.y(),
-                           (i & 4) != 0 ? box.high.z() : box.low.z()));
-    }
-}
-
 bool isOrthographic(const View &view)
 {
     return view.projection(3, 3) != 0.0f;
@@ -118,11 +109,11 @@ struct Depths
 Depths depthsOf(const View &view, const Box &box)
 {
     Depths depths;
-    forCorners(box, [&](const QVector3D &corner) {
-        const float depth = -view.view.map(corner).z();
+    for (int corner = 0; corner < Box::kCorners; ++corner) {
+        const float depth = -view.view.map(box.corner(corner)).z();
         depths.near = std::min(depths.near, depth);
         depths.far = std::max(depths.far, depth);
-    });
+    }
     if (!isOrthographic(view)) {
         depths.near = std::max(depths.near, 0.001f * depths.far);
     }
@@ -313,9 +304,9 @@ void ShadowLayers::placeLights(const View &view, const Box &box)
             continue;
         }
         float reach = 0.0f;
-        forCorners(box, [&](const QVector3D &corner) {
-            reach = std::max(reach, (corner - source.position).length());
-        });
+        for (int corner = 0; corner < Box::kCorners; ++corner) {
+            reach = std::max(reach, (box.corner(corner) - source.position).length());
+        }
         QMatrix4x4 placement = source.placement();
         placement.scale(reach / kSpotReach);
         _lights[i]->setTransform(placement);

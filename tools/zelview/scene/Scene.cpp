@@ -13,6 +13,12 @@ void Box::add(const QVector3D &point)
     }
 }
 
+QVector3D Box::corner(int number) const
+{
+    return {(number & 1) != 0 ? high.x() : low.x(), (number & 2) != 0 ? high.y() : low.y(),
+            (number & 4) != 0 ? high.z() : low.z()};
+}
+
 QMatrix4x4 Scene::worldTransform(int node) const
 {
     QMatrix4x4 world;

@@ -18,12 +18,16 @@ namespace zelview {
 /// An axis-aligned box; empty until a point is added.
 struct Box
 {
+    static constexpr int kCorners = 8;
+
     QVector3D low{3.4e38f, 3.4e38f, 3.4e38f};
     QVector3D high{-3.4e38f, -3.4e38f, -3.4e38f};
 
     void add(const QVector3D &point);
     bool isEmpty() const { return low.x() > high.x(); }
     QVector3D center() const { return 0.5f * (low + high); }
+    /// Corner 0 to kCorners - 1. A set bit of the number selects the upper side: bit 0 for x, bit 1 for y, bit 2 for z.
+    QVector3D corner(int number) const;
     /// The radius of the sphere around the box.
     float radius() const { return 0.5f * (high - low).length(); }
 };
