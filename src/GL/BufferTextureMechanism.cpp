@@ -40,6 +40,7 @@ bool BufferTextureMechanism::bind(ShaderProgram *program, TextureManager *textur
 QString BufferTextureMechanism::glslFunctionDefinition(DataType type, const QString &name, bool,
                                                        unsigned long offset, unsigned long totalSize)
 {
+    // Buffer textures have one coordinate, of type int, and no level.
     const QString fetch = QStringLiteral("texelFetch( %1, int( (Index * uint(%2)) + uint(%3) ))");
     return texelAccessor(type, name, offset, totalSize, fetch);
 }
@@ -53,7 +54,7 @@ QString BufferTextureMechanism::glslUniformDeclaration(const QList<DataType> &,
 
 bool BufferTextureMechanism::useVec4Storage(DataType)
 {
-    return false;
+    return false; // texels have four components anyway
 }
 
 QSharedPointer<Texture> BufferTextureMechanism::initBufferTextureStorage(TextureFormat format,

@@ -17,6 +17,7 @@ using Drawable = GPUModel::Drawable;
 
 constexpr int kNotSingle = -2; ///< differs from all transforms and from kInvalidTransformRef
 
+/// In the order in which clear() deletes them; see GPUModelTest.WhatIsRemovedIsDeletedInOrderUnlessAnotherDrawableUsesIt.
 std::array<QObject *, 3> objectsOf(const Drawable &drawable)
 {
     return {drawable.drawBuffers, drawable.materialData, drawable.objectData};
@@ -73,7 +74,8 @@ GPUModel::~GPUModel() = default;
 
 void GPUModel::clear()
 {
-    QVector<QObject *> owned; // each once, although drawables may share it
+    // 1. The objects of the drawables: each once, although drawables may share it.
+    QVector<QObject *> owned;
     for (const Drawable &drawable : qAsConst(_drawables)) {
         for (QObject *object : objectsOf(drawable)) {
             if (_uses.remove(object) != 0) {
@@ -84,6 +86,7 @@ void GPUModel::clear()
     if (_deleteOnClear) {
         deleteObjects(owned);
     }
+    // 2. All that refers to drawables or transforms by number.
     _drawables.clear();
     _onlyTransforms.clear();
     _instanceToDrawable.clear();
@@ -99,8 +102,8 @@ void GPUModel::clear()
     _transformDirty.clear();
     _transformNames.clear();
     _transformInstances.clear();
-    // Required: visibility, moved instances, cameras, lights and boxes stay. A model that is filled again has the old visibility
-    // at its low transform numbers; see GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables.
+    // 3. Required: visibility, moved instances, cameras, lights and boxes stay. A model that is filled again has the old
+    //    visibility at its low transform numbers; see GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables.
     _boxedCommands.clear();
     _flagsDirty = false;
     _transformsDirty = false;
@@ -156,6 +159,7 @@ int GPUModel::add(DrawBuffers *drawBuffers, int materialNumber, InstanceDataColl
     drawable.boundingBoxRefs.fill(kInvalidBoundingBoxRef, commands);
     setMarkCount(drawable, commands);
     _boundsDirty = true;
+    // A model that is filled in ascending order needs no sort.
     _flagsDirty = _flagsDirty || (!_drawables.isEmpty() && _drawables.constLast().flags > flags);
     return append(drawable, materialNumber);
 }
@@ -168,7 +172,8 @@ int GPUModel::addSimple(DrawBuffers *drawBuffers, int, InstanceDataCollection *m
     drawable.materialData = material;
     drawable.objectData = object;
     drawable.flags = flags;
-    return append(drawable, 0); // drawSimple() ignores material numbers
+    // No marks and no references by command, which drawSimple() does not read. It ignores material numbers too.
+    return append(drawable, 0);
 }
 
 void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollection *material,
@@ -178,14 +183,15 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
     if (changed == nullptr) {
         return;
     }
+    // 1. The objects and the flags. The new uses are counted before the old ones end: an object may be both.
     const std::array<QObject *, 3> replaced = objectsOf(*changed);
-    // The new uses are counted before the old ones end: an object may be both.
     changed->drawBuffers = drawBuffers;
     changed->materialData = material;
     changed->objectData = object;
     addUses(*changed);
     changeFlags(instance, flags, mask);
 
+    // 2. The references and marks of commands that remain are kept.
     const int oldCommands = changed->culled.size();
     const int commands = commandCount(*changed);
     _boxedCommandsDirty = true;
@@ -199,6 +205,7 @@ void GPUModel::set(int instance, DrawBuffers *drawBuffers, InstanceDataCollectio
     updateOnlyTransform(_instanceToDrawable.at(instance));
     _boundsDirty = true;
 
+    // 3. What is no longer used is deleted last: deleting may run host code, which finds the model complete.
     QVector<QObject *> unused;
     for (QObject *old : replaced) {
         if (--_uses[old] == 0) {
@@ -285,6 +292,8 @@ void GPUModel::sortDrawablesByFlags()
     // Required: only clear() resets _flagsDirty. Sorting again is harmless because the sort is stable; see
     // GPUModelDrawTest.EachFormOfADrawTakesItsDrawables, which sorts twice.
     std::stable_sort(_drawables.begin(), _drawables.end(), &GPUModel::flagsLessThan);
+    // Required: the lists by material and the references by name keep their numbers, which are read as positions; see
+    // GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables.
     for (int position = 0; position < _drawables.size(); ++position) {
         _instanceToDrawable[_drawables.at(position).instance] = position;
         updateOnlyTransform(position);
@@ -299,6 +308,7 @@ bool GPUModel::isDrawAny(unsigned long long bits) const
 
 bool GPUModel::isDrawEmpty(unsigned long long value, unsigned long long mask) const
 {
+    // Without the feature resetCulling() removes no marks, so they do not count here; a draw reads them anyway.
     const bool culling = hasFeatureFlags(kFeatureCulling);
     return std::none_of(_drawables.begin(), _drawables.end(), [=](const Drawable &drawable) {
         return (value & mask) == (drawable.flags & mask)
@@ -395,11 +405,15 @@ int GPUModel::getCameraIndex(const QString &name) const
 
 QMatrix4x4 GPUModel::getCameraWorldSpaceMatrix(int index) const
 {
+    // Required: the view matrix, from the world to the camera, despite the name; see
+    // GPUModelTest.CamerasTakeWhatTheyLackFromTheModelAndFillTheAspectFromTheirFilm.
     return worldTransform(getCamera(index).transform).inverted();
 }
 
 QMatrix4x4 GPUModel::getCameraProjectionMatrix(int index, float aspect) const
 {
+    // 1. The camera, or a film of 36 by 24 mm; 1.4999999 is the quotient of these as floats in metres. A clip distance of 0 is
+    //    that of the model.
     const bool isDefault = index < 0;
     const Camera camera = isDefault ? Camera() : getCamera(index);
     const float halfFilm = isDefault ? 0.018f : camera.filmWidth / 2.0f;
@@ -407,8 +421,8 @@ QMatrix4x4 GPUModel::getCameraProjectionMatrix(int index, float aspect) const
     const float nearClip = isDefault || camera.nearClip == 0.0f ? _clipNearDefault : camera.nearClip;
     const float farClip = isDefault || camera.farClip == 0.0f ? _clipFarDefault : camera.farClip;
 
-    // A perspective film is projected onto the near plane, an orthographic one onto the plane of focus. The film is cropped in
-    // height if the aspect is wider than the film, else in width.
+    // 2. The window on the near plane for a perspective film, on the plane of focus for an orthographic one. The film is cropped
+    //    in height if the aspect is wider than the film, else in width.
     const float scale = (camera.projectionType != 0 ? camera.focusDistance : nearClip) / camera.focalLength;
     const float ratio = std::max(filmRatio, aspect);
     const float halfWidth = scale * halfFilm * aspect / ratio;
@@ -416,6 +430,7 @@ QMatrix4x4 GPUModel::getCameraProjectionMatrix(int index, float aspect) const
     const float x = camera.filmOffsetX * scale;
     const float y = camera.filmOffsetY * scale;
 
+    // 3. The projection through this window.
     QMatrix4x4 projection;
     if (camera.projectionType == 1) {
         projection.ortho(x - halfWidth, x + halfWidth, y - halfHeight, y + halfHeight, nearClip, farClip);
@@ -434,7 +449,7 @@ int GPUModel::addLight(const Light &light, const QString &name)
 
 void GPUModel::getLight(int index, Light &light) const
 {
-    light = _lights.value(index, light);
+    light = _lights.value(index, light); // unchanged for an unknown index
 }
 
 int GPUModel::lightCount() const
@@ -444,6 +459,7 @@ int GPUModel::lightCount() const
 
 quint64 GPUModel::memoryEstimateCPU() const
 {
+    // Objects count once for each drawable that shares them: the sum needs no list of those that it has seen.
     quint64 bytes = 0;
     for (const Drawable &drawable : _drawables) {
         bytes += sizeof(Drawable);
@@ -557,7 +573,7 @@ void GPUModel::changeFlags(int instance, unsigned long long flags, unsigned long
         return;
     }
     const unsigned long long newFlags = (changed->flags & ~mask) | (flags & mask);
-    if (newFlags != changed->flags) {
+    if (newFlags != changed->flags) { // hosts set the same flags in each frame, which must not cause a sort
         changed->flags = newFlags;
         _flagsDirty = true;
     }

@@ -58,14 +58,18 @@ const GPUModel::BoundingBox &GPUModel::sceneBounds()
     if (!_boundsDirty) {
         return _sceneBounds;
     }
+    // 1. No box, which is the result if nothing is visible.
     BoundingBox &bounds = _sceneBounds;
     bounds = invertedBounds();
+    // 2. The boxes of all commands that are not culled.
     for (const Drawable &drawable : qAsConst(_drawables)) {
         for (int command = 0; command < drawable.culled.size(); ++command) {
             const int ref = drawable.boundingBoxRefs.at(command);
             if (isCulled(drawable, command) || !isValidBoundingBox(ref)) {
                 continue;
             }
+            // Required: the box as stored, in its own space; see GPUModelTest.MarksCountsAndBoundsAgreeOverARandomSequence, whose
+            // boxes have transforms.
             const BoundingBox &box = _boundingBoxes.at(ref);
             bounds.minX = std::min(bounds.minX, box.minX);
             bounds.minY = std::min(bounds.minY, box.minY);
@@ -84,6 +88,7 @@ int GPUModel::visibilityCull()
     const TransformTree tree = transformTree();
     int newlyCulled = 0;
     for (Drawable &drawable : _drawables) {
+        // A hidden drawable loses all commands at once, whatever their transforms are.
         if ((drawable.flags & kFlagHidden) != 0) {
             newlyCulled += drawable.culled.size() - drawable.culledCount;
             setAllCulled(drawable, true);
@@ -123,7 +128,7 @@ int GPUModel::frustumCull(const QMatrix4x4 &viewProjection)
 
 void GPUModel::resetCulling()
 {
-    if (!hasFeatureFlags(kFeatureCulling)) {
+    if (!hasFeatureFlags(kFeatureCulling)) { // required: not even the bounds become dirty
         return;
     }
     for (Drawable &drawable : _drawables) {
@@ -195,6 +200,7 @@ inline bool GPUModel::isBoxOutside(const FrustumTest &frustum, int box, int tran
     if (!isValidTransform(transform)) {
         return true;
     }
+    // As in isHidden(): the world matrix of a dirty transform is out of date.
     if (_transformsDirty && isTransformDirty(transform)) {
         return false;
     }

@@ -104,9 +104,10 @@ public:
 
     void drawMaterial(int materialNumber, const DrawRequest &request)
     {
-        bool stencilSet = !request.stencil;
+        bool stencilSet = !request.stencil; // once for each material, by the first drawable that gets there
         const QVector<int> positions = _materialDrawables.value(materialNumber);
         for (const int position : positions) {
+            // 1. Drawables without work change no state.
             const Drawable *candidate = drawableAt(position);
             if (candidate == nullptr || !request.matches(*candidate)) {
                 continue;
@@ -115,6 +116,8 @@ public:
             if (commands <= candidate->culledCount) {
                 continue;
             }
+            // 2. Winding and stencil, where they differ. A two-sided drawable turns off culling for itself alone; see
+            //    GPUModelDrawTest.WindingFollowsTheDrawableAndCommandsTheirHandednessAndDistance.
             const WindingType winding =
                 (candidate->flags & kFlagTwoSided) != 0 ? Zel::eWindingOff : request.winding;
             if (winding != _winding) {
@@ -125,6 +128,7 @@ public:
                 glStencilFunc(GL_ALWAYS, materialNumber + 1, 255);
                 stencilSet = true;
             }
+            // 3. The commands. Required: the result is that of the last drawable, unlike in drawSimple().
             _result = drawVisible(position, *candidate, commands, winding);
         }
     }
@@ -224,9 +228,11 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
     if (hasFeatureFlags(kFeatureSimple)) {
         return drawSimple(program, textureManager, flags, mask);
     }
+    // 1. The state that all drawables share.
     const bool stencilWasEnabled = !stencil || enableStencilWrites();
     enablePrimitiveRestart(gPrimitiveRestartForDraw);
 
+    // 2. The drawables by material: those of a material usually share its collection, which then stays bound.
     DrawPass pass(*this, program, textureManager);
     pass.selection().sortIfAsked(flags, viewMatrix);
     const DrawRequest request{flags & mask, mask, winding, stencil};
@@ -237,6 +243,8 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
         }
     }
 
+    // 3. Nothing stays bound. Required: face culling ends disabled, whatever it was before; see
+    //    GPUModelDrawTest.WindingFollowsTheDrawableAndCommandsTheirHandednessAndDistance.
     pass.bindings().unbindData();
     if (!stencilWasEnabled) {
         glDisable(GL_STENCIL_TEST);
@@ -300,6 +308,7 @@ bool GPUModel::drawSimple(ShaderProgram *program, TextureManager *textureManager
                           const unsigned long long &flags, const unsigned long long &mask)
 {
     enablePrimitiveRestart(gPrimitiveRestartForDrawSimple);
+    // No winding, no stencil, no culling marks and no order: hosts choose this form for what needs none of them.
     DrawPass pass(*this, program, textureManager);
     const bool filters = hasFeatureFlags(kFeatureFilterSimple);
     const DrawRequest request{flags & mask, mask, Zel::eWindingDefault, false};

@@ -223,6 +223,7 @@ void GPUModel::updateChain(int transform, MatrixWriter &writer)
 
 void GPUModel::recompute(int transform, MatrixWriter &writer)
 {
+    // 1. The world matrix. updateChain() begins at the top, so a dirty parent has been computed.
     const int parent = parentOf(transform);
     QMatrix4x4 world;
     if (_transformLocked.at(transform)) {
@@ -232,13 +233,15 @@ void GPUModel::recompute(int transform, MatrixWriter &writer)
     } else {
         world = _worldTransforms.at(parent) * _localTransforms.at(transform);
     }
+    // 2. What follows from it.
     const WorldMatrices matrices(world);
     _worldTransforms[transform] = world;
     _normalTransforms[transform] = matrices.normal;
     _transformSwapsHandedness[transform] = matrices.mirrors;
     _transformDirty[transform] = false;
 
-    // Required: the number is read as a position in the list, also after sorting.
+    // 3. The object data of the commands that use the transform. Required: the number is read as a position in the list, also
+    //    after sorting.
     for (const InstanceRef &ref : qAsConst(_transformInstances).at(transform)) {
         const Drawable *user = drawableAt(ref.instance);
         if (user == nullptr) {

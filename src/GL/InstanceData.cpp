@@ -21,6 +21,7 @@ InstanceData::InstanceData(const QString &planName)
 void InstanceData::set(const QString &dataName, const void *data, unsigned long dataSize)
 {
     if (!hasPlan()) {
+        // Required: this message too, after that of hasPlan(); see InstanceDataTest.WithoutAPlanNothingIsWritten.
         ZEL_ASSERT(_plan != NULL, "data '%s'", qPrintable(dataName));
         return;
     }
@@ -48,6 +49,7 @@ void InstanceData::set(int offset, const void *data, unsigned long size)
 
 void InstanceData::get(const QString &name, void *dest, unsigned long) const
 {
+    // No report without a plan, unlike in set(): nothing that the host has given is lost.
     if (_plan != nullptr) {
         read(int(_plan->offset(name)), _plan->dataSize(name), dest);
     }
@@ -60,6 +62,8 @@ void InstanceData::get(int offset, unsigned long size, void *dest, unsigned long
 
 void InstanceData::setTexture(const QString &name, Texture *texture, TextureManager *textureManager)
 {
+    // The plan is checked before the manager makes a token: the manager would then own the texture, although no member holds
+    // the token.
     if (_plan != nullptr && textureManager != nullptr) {
         setTextureToken(name, textureManager->tokenForTexture(texture));
     }
@@ -103,6 +107,8 @@ const QVector<TextureToken> &InstanceData::getTextureTokens() const
 
 void InstanceData::clear()
 {
+    // A new array instead of zeros in the old one, which copies of this item may share; see
+    // InstanceDataTest.ItemsHoldTheBytesOfTheirMembers.
     _data = QByteArray(_plan != nullptr ? int(_plan->totalDataSize()) : 0, '\0');
     clearTextures();
 }
@@ -148,12 +154,16 @@ void InstanceData::setTextureToken(const QString &dataName, TextureToken token)
 
 bool InstanceData::isInside(int offset, unsigned long size) const
 {
+    // Without the sum of offset and size: it wraps to a small number for the sizes close to the largest one that
+    // InstanceDataTest.WrongMembersAreReportedAndStayInsideTheItem tries.
     const auto end = static_cast<unsigned long>(_data.size());
     return offset >= 0 && size <= end && static_cast<unsigned long>(offset) <= end - size;
 }
 
 void InstanceData::write(int offset, const void *data, unsigned long size)
 {
+    // A null pointer is undefined for memcpy() even if it copies nothing. data() detaches, so that copies of this item keep
+    // their bytes.
     if (data != nullptr && size > 0 && isInside(offset, size)) {
         std::memcpy(_data.data() + offset, data, size);
     }
@@ -162,7 +172,7 @@ void InstanceData::write(int offset, const void *data, unsigned long size)
 void InstanceData::read(int offset, unsigned long size, void *dest) const
 {
     if (dest != nullptr && size > 0 && isInside(offset, size)) {
-        std::memcpy(dest, _data.constData() + offset, size);
+        std::memcpy(dest, _data.constData() + offset, size); // constData() does not detach
     }
 }
 

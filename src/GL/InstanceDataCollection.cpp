@@ -72,6 +72,8 @@ InstanceDataCollection::~InstanceDataCollection() = default;
 void InstanceDataCollection::update(const QList<InstanceData> &items)
 {
     assertFits(items);
+    // Required: only update() drops the list of tokens, set() of a token does not; see
+    // InstanceDataTest.TokensAreFoundInTheBytesOncePerContents.
     _textureTokens.clear();
     _data.resize(0); // unlike clear(), keeps the memory: hosts replace the items in each frame
     append(items);
@@ -109,6 +111,7 @@ void InstanceDataCollection::copyInstanceMember(int index, const QString &from, 
 
 int InstanceDataCollection::size() const
 {
+    // Rounded down: the bytes of an incomplete last item are uploaded, but are no item.
     return itemSize() == 0 ? 0 : int(size_t(_data.size()) / itemSize());
 }
 
@@ -142,18 +145,20 @@ QSharedPointer<UniformBufferObject> InstanceDataCollection::getUniformBufferObje
     if (!_uniformBufferObject.isNull()) {
         return _uniformBufferObject;
     }
+    // Without a context nothing is stored, so that a bind with a context succeeds later.
     const QSharedPointer<OpenGLDeviceContext> context = OpenGLDeviceContext::current();
     if (context.isNull() || _plan == nullptr) {
         return {};
     }
+    // Only the first target counts. That is enough: a plan has one mechanism, which always passes the same.
     const QSharedPointer<BufferObject> buffer = context->newBuffer();
     buffer->setTarget(target);
     _uniformBufferObject = context->newUniformBuffer(blockName(_plan->name()), buffer);
-    // An immutable buffer must have its size before the first upload.
+    // An immutable buffer must have its size before the first upload. It cannot grow with the collection later.
     if (_storageBufferFlags != 0) {
         buffer->useStorageBuffer(_data.size(), _storageBufferFlags);
     }
-    _dirty = true;
+    _dirty = true; // the buffer is empty, even if the host has called clearDirtyStatus()
     return _uniformBufferObject;
 }
 
@@ -201,6 +206,7 @@ void InstanceDataCollection::bindTextureTokens(TextureManager *textureManager)
 
 quint64 InstanceDataCollection::memoryEstimateCPU() const
 {
+    // Required: 4 bytes a token, as in InstanceData; see InstanceDataTest.TokensAreFoundInTheBytesOncePerContents.
     const quint64 own = quint64(_data.size()) + 4 * quint64(_textureTokens.size()) + sizeof *this;
     return _uniformBufferObject.isNull() ? own : own + _uniformBufferObject->memoryEstimateCPU();
 }
@@ -264,6 +270,7 @@ ZELGL_COLD_PATH void InstanceDataCollection::harvestTextureTokens()
 {
     for (const int offset : _plan->_textureTokenOffsets) {
         TextureToken token;
+        // position() ends the loop: bytes from a host may end within an item, before its token.
         for (int index = 0; position(index, size_t(offset), sizeof token.token) >= 0; ++index) {
             getBytes(index, size_t(offset), &token.token, sizeof token.token);
             TextureToken::insert(_textureTokens, token);
@@ -296,11 +303,14 @@ void InstanceDataCollection::setBytes(int index, size_t offset, const void *data
     if (data != nullptr && size > 0) {
         std::memcpy(_data.data() + start, data, size);
     }
-    _dirty = true;
+    _dirty = true; // required: also if there was nothing to copy
 }
 
 void InstanceDataCollection::moveBytes(int index, size_t from, size_t to, size_t size)
 {
+    // Checked against the end of all items, not against the members: a member that is larger than its destination overwrites
+    // the neighbours of the destination, and may overlap it; see
+    // InstanceDataTest.MembersOfItemsAreReadWrittenAndMovedWithinTheirBytes.
     const qint64 source = position(index, from, size);
     const qint64 dest = position(index, to, size);
     if (source < 0 || dest < 0) {

@@ -56,7 +56,7 @@ QString glslVersion(InstanceDataPlan::MechanismType mechanism)
     if (mechanism != InstanceDataPlan::eStorageBufferMechanism) {
         return plain;
     }
-    if (openGlVersionSupported(4, 3)) {
+    if (openGlVersionSupported(4, 3)) { // storage blocks need no extension from GLSL 4.30 on
         return QStringLiteral("#version 430");
     }
     if (hasGLExtension("GL_ARB_shader_storage_buffer_object")) {
@@ -94,6 +94,8 @@ void InstanceDataPlan::addMember(DataType type, const QString &name)
 
 void InstanceDataPlan::setArraySize(unsigned long arraySize)
 {
+    // Required, here and in the next two: reported but carried out, although the texts no longer change; see
+    // InstanceDataPlanTest.SettingsAndQuestionsOutOfOrderAreReportedAndCarriedOut.
     ZEL_ASSERT(false == _finalised,
                "InstanceDataPlan::setArraySize() can only be called before the plan has been finalised");
     _arraySize = arraySize;
@@ -166,9 +168,11 @@ QList<int> InstanceDataPlan::textureTokenOffsets() const
 
 QStringList InstanceDataPlan::memberNames() const
 {
-    return _offsets.keys();
+    return _offsets.keys(); // none before finalise(): without an offset a member cannot be used
 }
 
+// Required: an unknown name is a texture token at offset 0, here and in dataType(). InstanceData reports unknown names before it
+// writes; see InstanceDataTest.WrongMembersAreReportedAndStayInsideTheItem.
 unsigned int InstanceDataPlan::offset(const QString &name) const
 {
     return _offsets.value(name, 0);
@@ -270,6 +274,8 @@ void InstanceDataPlan::assertShaderProgram(const ShaderProgram *program) const
 
 void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism)
 {
+    // 1. The offsets. The sizes are powers of two and fall from type to type: each offset is a multiple of the member's size,
+    //    as std140 requires of all types but booleans; see InstanceDataPlanTest.ThousandsOfRandomLayoutsFollowTheRulesOfStd140.
     size_t accumulatedOffset = 0;
     for (const DataType type : types) {
         const QStringList names = _memberNamesByType.value(type);
@@ -287,6 +293,7 @@ void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMech
             _totalDataSize += padding;
         }
     }
+    // 2. The size of an item, which is the distance of two items too: a multiple of 16 in arrays of std140, and whole texels.
     padTotalDataSize();
     ZEL_ASSERT(accumulatedOffset <= _totalDataSize, "%d != %d", int(accumulatedOffset), int(_totalDataSize));
 }
@@ -314,6 +321,7 @@ QString InstanceDataPlan::generateAccessors(const QList<DataType> &types, Parame
             accessors +=
                 mechanism->glslFunctionDefinition(type, name, _useVec4Storage, offset(name), _totalDataSize)
                 + QLatin1Char('\n');
+            // A second overload reads the item of the current draw, so that shaders need not pass an index through their stages.
             const QString glslType = ParameterMechanism::glslType(type);
             accessors += accessorHead(glslType, name, byDraw) + QStringLiteral("       { return ")
                          + accessorName(name) + QStringLiteral("( uint(getDrawID())); }\n\n");
@@ -347,6 +355,8 @@ void InstanceDataPlan::limitArraySize()
 
 void InstanceDataPlan::limitToUniformBlock()
 {
+    // Without a known limit, and for a plan without bytes, the host's number stays; see
+    // InstanceDataPlanTest.PlansWithoutBytesHaveLimitsWithoutQuotients.
     int blockSize = 0;
     getGLParameter(GL_MAX_UNIFORM_BLOCK_SIZE, &blockSize);
     if (blockSize >= 1 && _totalDataSize != 0) {
@@ -369,6 +379,7 @@ void InstanceDataPlan::limitToUniforms()
 
 void InstanceDataPlan::limitToBufferTexture()
 {
+    // GL counts texels. In 64 bits, because 2^27 of them, a common limit, are 2^31 bytes, one more than an int holds.
     int texels = 2048;
     getGLParameter(GL_MAX_TEXTURE_BUFFER_SIZE, &texels);
     clampArraySize("bxt", quotient(qint64(texels) * qint64(kVec4Size), _totalDataSize));
@@ -423,6 +434,7 @@ bool InstanceDataPlan::fitsTexture(int bytes) const
 
 void InstanceDataPlan::assertUniformBlock(unsigned int program, unsigned int block) const
 {
+    // 1. What the program knows of the block.
     GLint count = 0;
     GLint blockSize = 0;
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORMS, &count);
@@ -430,14 +442,15 @@ void InstanceDataPlan::assertUniformBlock(unsigned int program, unsigned int blo
     QVector<GLint> indices(qMax(count, 1)); // never empty: data() would be a pointer to nothing
     glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES, indices.data());
 
-    // Only the size is compared. The offsets are for a debugger, to find the member that differs; a program may have other
-    // uniforms in the block, so that their number is limited.
+    // 2. The offsets, for a debugger, to find the member that differs. A program may have other uniforms in the block, so that
+    //    their number is limited.
     const int known = qMin(count, 2 * _memberTypes.size());
     QVector<GLuint> uniforms(known);
     std::copy_n(indices.constBegin(), known, uniforms.begin());
     QVector<GLint> offsets(known);
     glGetActiveUniformsiv(program, known, uniforms.constData(), GL_UNIFORM_OFFSET, offsets.data());
 
+    // 3. Required: only the size is compared; see InstanceDataPlanTest.AProgramOfAnotherSizeIsReported.
     ZEL_ASSERT(int(_arraySize * _totalDataSize) == blockSize,
                "CPP (%d * %d = %d) and GLSL (%d) for plan %s disagree on the size of the instance data "
                "buffer. Check alignment code",

@@ -8,6 +8,7 @@ namespace Orvane { namespace Zel {
 
 InstanceDataRegistry *InstanceDataRegistry::Instance()
 {
+    // Constructed by the first call, which may come from the constructor of a static object of the host.
     static InstanceDataRegistry registry;
     return &registry;
 }
@@ -16,7 +17,7 @@ InstanceDataRegistry::InstanceDataRegistry() = default;
 
 InstanceDataRegistry::~InstanceDataRegistry()
 {
-    clear();
+    clear(); // needs no context, at the end of the process: plans and mechanisms own no GL objects
 }
 
 void InstanceDataRegistry::registerPlan(InstanceDataPlan *plan)
@@ -24,7 +25,7 @@ void InstanceDataRegistry::registerPlan(InstanceDataPlan *plan)
     if (plan == nullptr) {
         return;
     }
-    plan->finalise();
+    plan->finalise(); // first: a shader must not find a plan whose texts are empty
     _plans[plan->name()] = plan;
 }
 

@@ -82,6 +82,7 @@ bool ParameterMechanism::isIntegerType(DataType type)
 
 bool ParameterMechanism::compareByDataType(const DataType &a, const DataType &b)
 {
+    // The type decides between equal sizes: the layout must not depend on the order of a hash, which Qt changes with each process.
     return dataSize(a) != dataSize(b) ? dataSize(a) > dataSize(b) : a > b;
 }
 

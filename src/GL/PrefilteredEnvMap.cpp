@@ -100,11 +100,13 @@ std::unique_ptr<Texture> newBakeTexture(const BakeSetup &setup, TextureFormat fo
     if (texture == nullptr) {
         return nullptr;
     }
+    // 1. The parameters. finishEnvMap() replaces the filters of levels by those that hosts sample with.
     const GLint filter = setup.hasLevels ? GL_NEAREST : GL_LINEAR;
     setFilters(*texture, filter, filter);
     if (!setup.hasLevels) {
         setParameter(*texture, GL_TEXTURE_MAX_LEVEL, 0);
     }
+    // 2. The storage: level 0 of each image, and the other levels by way of mipmaps.
     if (setup.target == GL_TEXTURE_CUBE_MAP) {
         for (const CubeFace &face : kCubeFaces) {
             allocateLevel0(face.target, format, width, height);
@@ -261,6 +263,7 @@ void drawLatLongLevels(Bake &bake, int width, int height, int numLods, ShadingMo
     glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
     glEnable(GL_SCISSOR_TEST);
     for (int lod = 0; lod < numLods; ++lod) {
+        // MaxLODLevel() counts no level whose smaller side is 0.
         const int levelWidth = width >> lod;
         const int levelHeight = height >> lod;
         glViewport(0, 0, levelWidth, levelHeight);
@@ -286,7 +289,7 @@ Texture *filterEnvMap(Texture &envMap, const BakeSetup &setup, DrawLevels drawLe
     if (bake == nullptr || !envMap.bind()) {
         return nullptr;
     }
-    const int numLods = MaxLODLevel(width, height);
+    const int numLods = MaxLODLevel(width, height); // down to one texel on the smaller side
     setSourceUniforms(*bake, envMap, numSamples, numLods);
     drawLevels(*bake, width, height, numLods, model);
     FullscreenPass::resetState();
@@ -313,6 +316,7 @@ int MaxLODLevel(int width, int height)
 
 float RoughnessForLOD(int lod, int numLods, ShadingModel)
 {
+    // Required: a single level has 0 / 0, which is no number; see PrefilteredEnvMapTest.LevelsAndRoughness.
     return static_cast<float>(lod) / (static_cast<float>(numLods) - 1.0f);
 }
 
@@ -327,6 +331,8 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
     if (envMap == nullptr) {
         return nullptr;
     }
+    // Required: the framebuffers are not restored, unlike in the other two; see
+    // PrefilteredEnvMapTest.BakesLeaveTheStateThatTheyAreStatedToLeave.
     const SavedViewport viewport;
     return filterEnvMap(*envMap, kCubeBake, drawCubeLevels, GL_CLAMP_TO_EDGE, size, size, numSamples, model,
                         format);
@@ -348,12 +354,14 @@ Texture *CreatePrefilteredLatLongEnvMap(Texture *envMap, int width, int height, 
 Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLevels, ShadingModel model,
                                       TextureFormat format)
 {
+    // 1. The program and the texture.
     const SavedViewport viewport;
     const SavedFramebuffers framebuffers;
     const std::unique_ptr<Bake> bake = Bake::begin(kTableBake, model, format, width, height);
     if (bake == nullptr) {
         return nullptr;
     }
+    // 2. One draw, without a clear: it covers every texel.
     bake->program().setUniform(bake->location("u_NumSamples"), kTableSamples);
     bake->program().setUniform(bake->location("u_NumLODLevels"), numLODLevels);
     FullscreenPass::setState();
@@ -362,7 +370,7 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
     bake->draw();
     bake->detach();
     FullscreenPass::resetState();
-    // Clamped, since x and y are cosine and roughness, whose ends are not neighbours.
+    // 3. Clamped, since x and y are cosine and roughness, whose ends are not neighbours.
     Texture &table = bake->texture();
     table.bind();
     setParameter(table, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);

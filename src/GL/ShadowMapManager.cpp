@@ -48,12 +48,14 @@ public:
 
     void add(int lightNumber, Light *light)
     {
+        // 1. The place of its projections, also if it has none: the same projection may belong to another light in the next
+        //    frame, see ShadowMapManagerTest.TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix.
         ProjectorInfo &info = _renderData.projectorInfos[lightNumber];
         _changed = _changed || info.index != _projectorIndex;
-        // Also for a light without projections: the same projection may belong to another light in the next frame, see
-        // ShadowMapManagerTest.TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix.
         info.index = _projectorIndex;
         info.count = 0;
+
+        // 2. The projections, if it has any.
         ZEL_ASSERT(NULL != light, "Light %d is NULL", lightNumber);
         if (light == nullptr || isTableFull(_renderData, info) || !light->on() || !light->shadowCaster()) {
             return;
@@ -186,6 +188,7 @@ bool ShadowMapManager::processLights(QVariant lights, RenderData &renderData, co
                                      const QPair<QVector3D, QVector3D> *sceneBounds)
 {
     setupSextant();
+    // 1. What the camera sees of the scene, once for all lights; then the table, light by light.
     const int infoMax = renderData.projectorInfos.size();
     int lightCount = 0;
     bool changed = false;
@@ -209,6 +212,8 @@ bool ShadowMapManager::processLights(QVariant lights, RenderData &renderData, co
         for (int i = 0; i < lightCount; ++i) {
             filler.add(i, qobject_cast<Light *>(list.at(i).value<QObject *>()));
         }
+        // 2. Whether layers must be drawn again. The counts are compared too: a light may lose its last projections while all
+        //    others keep theirs; see ShadowMapManagerTest.TellsWhichFramesOfAnAnimationNeedNewLayers.
         changed = filler.changed() || lightCount != renderData.lightCount
                   || filler.projectorIndex() != renderData.transformCount;
         renderData.lightCount = lightCount;
@@ -217,7 +222,7 @@ bool ShadowMapManager::processLights(QVariant lights, RenderData &renderData, co
             changed = false; // without projections there is no layer to draw
         }
     }
-    // Shaders look up lights by their index: those that are gone must have no projections.
+    // 3. Shaders look up lights by their index: those that are gone must have no projections.
     for (int i = lightCount; i < infoMax; ++i) {
         renderData.projectorInfos[i] = ProjectorInfo();
     }
@@ -231,6 +236,7 @@ bool ShadowMapManager::processLights(QVariant lights, RenderData &renderData)
 
 bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
 {
+    // 1. The arguments, checked in the order of the messages.
     const RenderData *renderData = toRenderData(dataVariant);
     if (renderData == nullptr) {
         // Messages quote the conditions as they are written.
@@ -251,6 +257,7 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
         return false; // the texture has logged why
     }
 
+    // 2. The layers and the variance clamp.
     static const QString sampler = QStringLiteral("u_ShadowMapDepthSampler");
     static const QString varianceClamp = QStringLiteral("u_VarianceClamp");
     static const QString infos = QStringLiteral("u_ShadowMapProjectionInfos");
@@ -258,7 +265,7 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
     program->setUniform(sampler, QVariant(static_cast<int>(texture->unit())));
     program->setUniform(varianceClamp, QVariant(gVarianceClamping));
 
-    // The host may have resized the public tables. Elements beyond the shader's arrays are not sent; see
+    // 3. The tables. The host may have resized them, since they are public. Elements beyond the shader's arrays are not sent; see
     // ShadowMapManagerBindTest.TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem.
     ZEL_ASSERT(kShadowMapInfoArraySizeMax == renderData->projectorInfos.size(),
                "Projector Info Array size %d does not match size required by shader %d",

@@ -258,11 +258,14 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
     if (isSceneOutOfView()) {
         return true; // handled, without any projection: no shadow would be seen
     }
+    // 1. The faces and cascades that the light asks for.
     ProcessCSMData data;
     setupLightCSMData(light, data);
     const int faces = shadowFaceCount(light->spotCutoff());
     const float halfAngle = faces == 1 ? light->spotCutoff() : -1.0f;
     const int levels = levelsTried(data.levels, renderData);
+    // 2. A projection for each face and cascade in which the camera sees something lit. Required: the faces are the outer loop,
+    //    because the order of the projections is that of the host's layers.
     std::optional<FaceClipper> clipper;
     for (int face = 0; face < faces; ++face) {
         const QMatrix4x4 faceToWorld = light->transform() * shadowFaceRotation(face);

@@ -8,11 +8,12 @@ namespace Orvane { namespace Zel {
 
 ShadowMapRenderData::Transform::Transform()
 {
-    *this = QMatrix4x4();
+    *this = QMatrix4x4(); // shaders get the whole table, unused projections included
 }
 
 ShadowMapRenderData::Transform &ShadowMapRenderData::Transform::operator=(const QMatrix4x4 &matrix)
 {
+    // In the order of columns, which is that of glUniformMatrix4fv() without transposing.
     std::copy_n(matrix.constData(), values.size(), values.begin());
     return *this;
 }
@@ -34,6 +35,7 @@ ShadowMapRenderData::~ShadowMapRenderData() = default;
 
 bool ShadowMapRenderData::setTransform(int index, const QMatrix4x4 &matrix, float blur)
 {
+    // The sizes differ if the host has resized one of the public tables.
     if (index < 0 || index >= transforms.size() || index >= blurInfos.size()) {
         return false;
     }

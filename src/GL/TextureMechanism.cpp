@@ -162,15 +162,17 @@ bool TextureMechanism::pboToTexture(QSharedPointer<Texture> texture, TextureForm
 QString TextureMechanism::texelAccessor(DataType type, const QString &name, unsigned long offset,
                                         unsigned long totalSize, const QString &fetch) const
 {
+    // 1. What is fetched: the texture of the kind, so that no bit changes, and the distance of two items in texels.
     const bool isMatrix = type == InstanceDataPlan::eMat4;
     const QString sampler = isIntegerType(type) ? _samplerIName : _samplerFName;
     const QString stride = QString::number(totalSize >> 4);
-    // Three components of 32 bits have a texel of their own, a matrix has four.
+    // 2. The components of a texel. Three of 32 bits have a texel of their own, a matrix has four.
     const QString triple = tripleSwizzle(numberComponents(type));
     const QString swizzle = isMatrix ? QStringLiteral(".xyzw")
                             : triple.isEmpty()
                                 ? glslAccessorString(componentOf(offset), numberComponents(type))
                                 : triple;
+    // 3. The function: its value is made from all fetches.
     QStringList fetches;
     for (unsigned long texel = vec4Of(offset); fetches.size() < (isMatrix ? 4 : 1); ++texel) {
         fetches += fetch.arg(sampler, stride, QString::number(texel)) + swizzle;

@@ -113,6 +113,7 @@ void TvoRenderCubemapBase::setLevels(int levels)
 
 Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, unsigned target)
 {
+    // 1. The texture, and what GL needs to allocate it.
     auto texture =
         std::make_unique<Texture>(target, static_cast<int>(internalFormat), size, size, 0, nullptr);
     const AutoBinder binder(texture.get());
@@ -126,6 +127,7 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     if (format == 0 || type == 0) {
         return nullptr; // the two functions have reported the format
     }
+    // 2. Level 0, without contents.
     switch (target) {
     case GL_TEXTURE_CUBE_MAP:
         for (int face = 0; face < kFaces; ++face) {
@@ -147,6 +149,7 @@ Texture *TvoRenderCubemapBase::createCubemap(int size, unsigned internalFormat, 
     glTexParameteri(target, GL_TEXTURE_WRAP_R, GL_CLAMP_TO_EDGE);
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+    // 3. The faces, and the levels from them.
     if (!renderCubemap(size, internalFormat, texture.get())) {
         return nullptr;
     }
@@ -292,6 +295,7 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
     static constexpr GLenum attachments[kMaxLayersInPass] = {
         GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT2, GL_COLOR_ATTACHMENT3,
         GL_COLOR_ATTACHMENT4, GL_COLOR_ATTACHMENT5, GL_COLOR_ATTACHMENT6, GL_COLOR_ATTACHMENT7};
+    // 1. The face as the target of the draws.
     _face = face;
     if (!attachFace(target, face)) {
         return false;
@@ -303,11 +307,14 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
         ZEL_LOG_DEBUG("[ !! ] Cannot render to faces of this format and size");
         return false;
     }
-    // The colour of a face shows wherever nothing is drawn, which makes a wrong face easy to recognise.
+    // 2. The clear. The colour of a face shows wherever nothing is drawn, which makes a wrong face easy to recognise.
     const float *color = kCubeFaces[face].clearColor;
     glClearColor(color[0], color[1], color[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
+    // Required: black remains set; see TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
+
+    // 3. The draw, unless the subclass refuses. renderEnd() follows in both cases.
     if (renderBegin(face)) {
         _quad->bind();
         _quad->draw(_program.get());

@@ -30,6 +30,8 @@ QString structMembers(Mechanism &mechanism, const QList<Type> &types,
     const QString line = QStringLiteral("  %1 %2;");
     QStringList lines;
     size_t pos = 0;
+    // 1. The members in the order of the plan, so that std140 gives them the plan's offsets, which pos counts; see
+    //    InstanceDataPlanTest.ThousandsOfRandomLayoutsFollowTheRulesOfStd140.
     for (const Type type : types) {
         const QStringList names = namesByType.value(type);
         // The members of a type share vectors, named by their offset, because the accessors know nothing else.
@@ -46,8 +48,8 @@ QString structMembers(Mechanism &mechanism, const QList<Type> &types,
             pos += Mechanism::dataSize(type);
         }
     }
-    // Fills the structure up to the size of an item of the plan. A position that is not a multiple of 4, which the plan has
-    // reported, would never reach one of 16.
+    // 2. Filler, so that the structure has the size of an item. A position that is not a multiple of 4, which the plan has
+    //    reported, would never reach one of 16.
     for (; pos % 16 != 0 && pos % 4 == 0; pos += 4) {
         lines += line.arg(QStringLiteral("float"), QStringLiteral("_dummy") + QString::number(pos));
     }
@@ -87,7 +89,7 @@ bool UniformBufferMechanism::unbind(ShaderProgram *program, TextureManager *text
         return false;
     }
     const QSharedPointer<UniformBufferObject> &uniformBuffer = InstanceDataAccess::uniformBuffer(*collection);
-    if (!uniformBuffer.isNull()) {
+    if (!uniformBuffer.isNull()) { // null if the collection was never bound
         uniformBuffer->unbind(program);
     }
     InstanceDataAccess::unbindTextureTokens(*collection, textureManager);
@@ -133,9 +135,11 @@ void UniformBufferMechanism::uploadDataToBuffer(QSharedPointer<BufferObject> buf
                                                 InstanceDataCollection *collection)
 {
     const auto fill = [&] {
+        // Values of one byte: TextureMechanism::bind() compares valueCount() with the number of bytes.
         buffer->uploadArbitraryData(data.constData(), data.size(),
                                     unsigned(InstanceDataAccess::usage(*collection)), 1);
     };
+    // Not bound without need: a bind and an unbind would cost two GL calls, and clear the host's binding of the target.
     if (!buffer->isBindNeededForUpload()) {
         fill();
         return;

@@ -156,6 +156,8 @@ QString UniformMechanism::glslUniformDeclaration(const QList<DataType> &types,
         for (const QString &name : names) {
             lines += QStringLiteral("uniform %1 u_%2[%3];")
                          .arg(glslPaddedType(type), name, QString::number(arraySize));
+            // Kept for bind(), which gets a collection but no list of members. The name's memory is reserved, so that no bind
+            // allocates it.
             _memberTypes[name] = type;
             _uniformName.reserve(qMax(_uniformName.capacity(), name.size() + 2));
         }
@@ -170,7 +172,7 @@ bool UniformMechanism::useVec4Storage(DataType)
 
 const QString &UniformMechanism::uniformName(const QString &memberName)
 {
-    _uniformName.resize(0);
+    _uniformName.resize(0); // keeps the memory, which clear() would free
     _uniformName += QLatin1String("u_");
     _uniformName += memberName;
     return _uniformName;
@@ -179,14 +181,16 @@ const QString &UniformMechanism::uniformName(const QString &memberName)
 void UniformMechanism::sendMember(int location, const QString &name, DataType type,
                                   const InstanceDataCollection &collection) const
 {
+    // 1. The place of the member in the items. The collection may be of a plan with other members, if a host calls bind() with
+    //    it.
     const size_t size = dataSize(type);
     const size_t offset = collection.plan()->offset(name);
     const int count = collection.size();
-    // The collection may be of a plan with other members, if a host calls bind() with it.
     if (count > 0 && InstanceDataAccess::position(collection, count - 1, offset, size) < 0) {
         return;
     }
-    // GL reads more than the packed booleans: zeros, not memory outside the array.
+    // 2. An array of them without gaps, which GL takes in one call. GL reads more than the packed booleans: zeros, not memory
+    //    outside the array.
     const size_t read = uniformSize(type);
     QVarLengthArray<char, 4096> values(count * int(qMax(size, read)));
     if (read > size) {

@@ -24,7 +24,7 @@ GPUModel::CommandSelection::CommandSelection(GPUModel &model)
     , _boundingBoxes(model._boundingBoxes)
     , _tree(_parents, _visibility, _swapsHandedness)
 {
-    swapLists();
+    swapLists(); // the model's lists come here, and empty ones go to the model for a draw within the draw
 }
 
 GPUModel::CommandSelection::~CommandSelection()
@@ -90,6 +90,7 @@ float GPUModel::CommandSelection::distanceOf(const Drawable &drawable, int comma
     if (box < 0 || box >= _boundingBoxes.size() || !_tree.isValid(transform)) {
         return kFarAway;
     }
+    // In the space of the box, which is then compared as it is stored. So a transform that scales also scales the distance.
     const QVector3D eyeInLocal = _worldTransforms.at(transform).inverted().map(_eyeInWorld);
     const QVector3D nearestInLocal = _boundingBoxes.at(box).closestPointFrom(eyeInLocal);
     const float distance = (eyeInLocal - nearestInLocal).length();

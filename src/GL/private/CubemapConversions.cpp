@@ -47,6 +47,7 @@ std::unique_ptr<Texture> newStrip(const LevelShape &face, unsigned int format, u
 bool drawStrip(Texture &strip, Texture &cube, ShaderProgram &program, const LevelShape &face)
 {
     FramebufferObject framebuffer(nullptr);
+    // 1. What all faces share.
     const AutoBinder framebufferBinder(&framebuffer);
     const AutoBinder programBinder(&program);
     FullscreenPass pass;
@@ -59,12 +60,13 @@ bool drawStrip(Texture &strip, Texture &cube, ShaderProgram &program, const Leve
     // TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
     FullscreenPass::setState();
     glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
+    // 2. One face after the other, each in its part of the strip.
     for (int i = 0; i < kFaces; ++i) {
         glViewport(face.width * i, 0, face.width, face.height);
         framebuffer.attach(&strip, GL_COLOR_ATTACHMENT0, 0);
         if (!framebuffer.isComplete()) {
             glBindFramebuffer(GL_FRAMEBUFFER, 0);
-            return false;
+            return false; // a format that this driver does not render to
         }
         if (transform >= 0) { // the table has rows, GL takes columns
             glUniformMatrix3fv(transform, 1, GL_TRUE, kFaceDirections[i]);
@@ -119,6 +121,7 @@ std::unique_ptr<Texture> stripOfFaces(Texture &cube, const LevelShape &face, uns
 bool copyFaces(const Texture &source, const Texture &target, int lod, const LevelShape &face)
 {
     for (int i = 0; i < kFaces; ++i) {
+        // 1. The face of each texture, attached. Not by bind(), which binds one framebuffer for reading and for drawing: a blit needs two.
         const FramebufferObject read(nullptr);
         const FramebufferObject draw(nullptr);
         glBindFramebuffer(GL_READ_FRAMEBUFFER, read.getFBO());
@@ -127,12 +130,13 @@ bool copyFaces(const Texture &source, const Texture &target, int lod, const Leve
                                0);
         glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, faceTarget(i), target.textureID(),
                                lod);
-        // Both have the same format, so the target's framebuffer shows whether the format can be rendered to.
+        // 2. The copy. Both have the same format, so the target's framebuffer shows whether the format can be rendered to.
         const bool complete = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
         if (complete) {
             glBlitFramebuffer(0, 0, face.width, face.height, 0, 0, face.width, face.height,
                               GL_COLOR_BUFFER_BIT, GL_LINEAR);
         }
+        // 3. Nothing stays bound, whether it was copied or not.
         glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
         glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
         if (!complete) {

@@ -16,6 +16,7 @@ bool isOfLibrary(const TextureManager *manager)
     if (manager == nullptr) {
         return true;
     }
+    // The exact classes: a subclass of the host may override what a draw calls.
     const std::type_info &type = typeid(*manager);
     return type == typeid(SamplerTextureManager) || type == typeid(BindlessTextureManager)
            || type == typeid(Array2DTextureManager);
@@ -36,6 +37,7 @@ DrawBindings::DrawBindings(ShaderProgram *program, TextureManager *textureManage
 void DrawBindings::resume(const References &bound)
 {
     std::tie(_object, _material, _boundManager, _vao, _drawBuffers) = bound;
+    // The draw unbinds the caller's manager, which may visit another context meanwhile.
     if (!isOfLibrary(_boundManager)) {
         _contextHold.reset();
     }

@@ -14,9 +14,12 @@ QString accessorHead(const QString &glslType, const QString &memberName, const Q
 
 QString blockName(const QString &planName)
 {
+    // One name for both kinds of block: the collection, which does not know the mechanism, gives it to its buffer object.
     return QStringLiteral("u_") + planName + QStringLiteral("Uniform");
 }
 
+// Two samplers over the same bytes: drivers may change the bits of integers that a float texture holds as NaNs; see
+// InstanceDataRoundTripTest.WhatWasWrittenIsReadBackBitByBit.
 QString integerSamplerName(const QString &planName)
 {
     return QStringLiteral("u_i") + planName + QStringLiteral("Sampler");
@@ -34,11 +37,13 @@ unsigned long vec4Of(unsigned long offset)
 
 unsigned long componentOf(unsigned long offset)
 {
+    // Booleans that share 4 bytes get the same component, so that no accessor can tell them apart in a vector.
     return (offset >> 2) & 3;
 }
 
 QString tripleSwizzle(size_t numComponents)
 {
+    // std140 aligns three components to 16 bytes, as many as four take; the fourth is padding.
     return numComponents == 3 ? QStringLiteral(".rgb") : QString();
 }
 

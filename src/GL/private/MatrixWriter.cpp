@@ -19,6 +19,7 @@ void MatrixWriter::write(InstanceDataCollection &data, int item, const QMatrix4x
                          const WorldMatrices &matrices)
 {
     const Layout &layout = layoutOf(data.plan());
+    // First, because the next line overwrites what it copies.
     InstanceDataAccess::moveBytes(data, item, layout.model, layout.previous, layout.modelBytes);
     InstanceDataAccess::setBytes(data, item, layout.model, world.constData(), kMat4Bytes);
     InstanceDataAccess::setBytes(data, item, layout.inverse, matrices.inverse.constData(), kMat4Bytes);
@@ -56,7 +57,7 @@ MatrixWriter::Layout MatrixWriter::lookUp(const InstanceDataPlan *plan)
         layout.previous = plan->offset(QStringLiteral("PreviousModelMatrix"));
         layout.inverse = plan->offset(QStringLiteral("InverseModelMatrix"));
         layout.normal = plan->offset(normal);
-        layout.hasNormal = plan->contains(normal);
+        layout.hasNormal = plan->contains(normal); // others that the plan lacks are written at offset 0
     }
     return layout;
 }

@@ -36,9 +36,9 @@ bool swapsHandedness(const QMatrix4x4 &matrix)
            < 0.0;
 }
 
-/// Computes once what the inverse, the normal matrix and the handedness have in common: the cross products of the columns of an affine matrix are the rows of its inverse times
-/// the determinant. Qt computes the inverse and the normal matrix in the same way, in double too; it does so here for matrices
-/// of another shape and for those that have no inverse.
+/// Computes once what the inverse, the normal matrix and the handedness have in common: the cross products of the columns of
+/// an affine matrix are the rows of its inverse times the determinant. Qt computes the inverse and the normal matrix in the same
+/// way, in double too; it does so here for matrices of another shape and for those that have no inverse.
 WorldMatrices::WorldMatrices(const QMatrix4x4 &world)
 {
     // 1. The rows of the inverse, without the division by the determinant.
