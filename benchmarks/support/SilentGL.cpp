@@ -32,7 +32,7 @@ void generateNames(GLsizei count, GLuint *names)
     }
 }
 
-void answerInteger(GLenum name, GLint *value)
+void getInteger(GLenum name, GLint *value)
 {
     switch (name) {
     case GL_MAJOR_VERSION:
@@ -67,7 +67,7 @@ void answerInteger(GLenum name, GLint *value)
     }
 }
 
-void answerProgram(GLuint, GLenum name, GLint *value)
+void getProgram(GLuint, GLenum name, GLint *value)
 {
     switch (name) {
     case GL_LINK_STATUS:
@@ -85,7 +85,7 @@ void answerProgram(GLuint, GLenum name, GLint *value)
     }
 }
 
-void answerTextureLevel(GLenum, GLint, GLenum name, GLint *value)
+void getTextureLevel(GLenum, GLint, GLenum name, GLint *value)
 {
     switch (name) {
     case GL_TEXTURE_WIDTH:
@@ -101,7 +101,7 @@ void answerTextureLevel(GLenum, GLint, GLenum name, GLint *value)
     }
 }
 
-void answerName(const std::string &text, GLsizei size, GLsizei *length, GLchar *name)
+void getName(const std::string &text, GLsizei size, GLsizei *length, GLchar *name)
 {
     std::strncpy(name, text.c_str(), size_t(size));
     if (length != nullptr) {
@@ -110,7 +110,7 @@ void answerName(const std::string &text, GLsizei size, GLsizei *length, GLchar *
 }
 
 // The lookup of GLX by name; other entry points are missing.
-void (*answerLookUp(const char *name))()
+void (*getFunction(const char *name))()
 {
     if (std::strcmp(name, "glBindBuffersBase") == 0) {
         return reinterpret_cast<void (*)()>(silentBindBuffersBase);
@@ -145,12 +145,12 @@ extern "C" {
 
 __attribute__((visibility("default"))) void (*glXGetProcAddress(const unsigned char *name))()
 {
-    return answerLookUp(reinterpret_cast<const char *>(name));
+    return getFunction(reinterpret_cast<const char *>(name));
 }
 
 __attribute__((visibility("default"))) void (*glXGetProcAddressARB(const unsigned char *name))()
 {
-    return answerLookUp(reinterpret_cast<const char *>(name));
+    return getFunction(reinterpret_cast<const char *>(name));
 }
 
 __attribute__((visibility("default"))) void *glXGetCurrentContext()
@@ -177,22 +177,22 @@ void installSilentGL()
     glGenFramebuffers = &generateNames;
     glGenTextures = &generateNames;
     glGenVertexArrays = &generateNames;
-    glGetIntegerv = &answerInteger;
+    glGetIntegerv = &getInteger;
     glGetStringi = [](GLenum, GLuint) {
         return reinterpret_cast<const GLubyte *>("GL_ARB_bindless_texture");
     };
-    glGetTexLevelParameteriv = &answerTextureLevel;
+    glGetTexLevelParameteriv = &getTextureLevel;
     glGetTexParameteriv = [](GLenum, GLenum, GLint *value) { *value = 0; };
     glGetTexParameterfv = [](GLenum, GLenum, GLfloat *value) { *value = 0; };
     glCreateShader = [](GLenum) { return GLuint(1); };
     glCreateProgram = [] { return GLuint(1); };
     glGetShaderiv = [](GLuint, GLenum name, GLint *value) { *value = name == GL_COMPILE_STATUS ? 1 : 0; };
-    glGetProgramiv = &answerProgram;
+    glGetProgramiv = &getProgram;
     glGetActiveAttrib = [](GLuint, GLuint index, GLsizei size, GLsizei *length, GLint *count, GLenum *type,
                            GLchar *name) {
         *count = 1;
         *type = GL_FLOAT_VEC3;
-        answerName(kAttributeNames[index], size, length, name);
+        getName(kAttributeNames[index], size, length, name);
     };
     glGetAttribLocation = [](GLuint, const GLchar *name) {
         for (int i = 0; i < kAttributeCount; ++i) {
@@ -204,7 +204,7 @@ void installSilentGL()
     };
     glGetUniformLocation = [](GLuint, const GLchar *) { return 0; };
     glGetActiveUniformBlockName = [](GLuint, GLuint index, GLsizei size, GLsizei *length, GLchar *name) {
-        answerName("Block" + std::to_string(index), size, length, name);
+        getName("Block" + std::to_string(index), size, length, name);
     };
 }
 

@@ -234,7 +234,7 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
 
     // 2. The drawables by material: those of a material usually share its collection, which then stays bound.
     DrawPass pass(*this, program, textureManager);
-    pass.selection().sortIfAsked(flags, viewMatrix);
+    pass.selection().sortIfRequested(flags, viewMatrix);
     const DrawRequest request{flags & mask, mask, winding, stencil};
     const QList<int> materialNumbers = materials.isEmpty() ? pass.materialDrawables().keys() : materials;
     for (const int materialNumber : materialNumbers) {
@@ -339,7 +339,7 @@ bool GPUModel::drawMesh(int drawable, InstanceDataCollection *&object, InstanceD
     }
     const DrawBindings::References bound(object, material, boundManager, vao, boundBuffers);
     pass.bindings().resume(bound);
-    pass.selection().sortIfAsked(flags, viewMatrix);
+    pass.selection().sortIfRequested(flags, viewMatrix);
     const bool result = commands.isEmpty() ? pass.drawVisible(drawable, *drawn, commandCount(*drawn), winding)
                                            : pass.drawSorted(*drawn, commands);
     pass.bindings().storeTo(bound);

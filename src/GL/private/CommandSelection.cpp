@@ -32,7 +32,7 @@ GPUModel::CommandSelection::~CommandSelection()
     swapLists();
 }
 
-void GPUModel::CommandSelection::sortIfAsked(unsigned long long flags, const QMatrix4x4 *viewMatrix)
+void GPUModel::CommandSelection::sortIfRequested(unsigned long long flags, const QMatrix4x4 *viewMatrix)
 {
     _sorts = (flags & kFlagSortByDistance) != 0 && viewMatrix != nullptr;
     if (_sorts) {

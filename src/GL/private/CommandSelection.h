@@ -23,7 +23,7 @@ public:
     ~CommandSelection();
 
     /// Makes sort() sort by the distance from the eye of \a viewMatrix if \a flags ask for it. Null: it does not.
-    void sortIfAsked(unsigned long long flags, const QMatrix4x4 *viewMatrix);
+    void sortIfRequested(unsigned long long flags, const QMatrix4x4 *viewMatrix);
     bool sorts() const { return _sorts; }
 
     /// Whether choose() would choose all commands, and none for the second pass.

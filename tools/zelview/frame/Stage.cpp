@@ -13,7 +13,7 @@ namespace zelview {
 
 namespace {
 
-int askLimit(GLenum name)
+int queryLimit(GLenum name)
 {
     GLint value = 1;
     glGetIntegerv(name, &value);
@@ -51,9 +51,10 @@ Expected<std::unique_ptr<Stage>> Stage::create(Programs &programs, int samples, 
     if (!antiAliasing) {
         return antiAliasing.problem();
     }
-    const int most = std::min(askLimit(GL_MAX_COLOR_TEXTURE_SAMPLES), askLimit(GL_MAX_DEPTH_TEXTURE_SAMPLES));
+    const int maxSamples =
+        std::min(queryLimit(GL_MAX_COLOR_TEXTURE_SAMPLES), queryLimit(GL_MAX_DEPTH_TEXTURE_SAMPLES));
     return std::unique_ptr<Stage>(
-        new Stage(*encoder, std::move(*antiAliasing), std::clamp(samples, 1, std::max(most, 1))));
+        new Stage(*encoder, std::move(*antiAliasing), std::clamp(samples, 1, std::max(maxSamples, 1))));
 }
 
 Failure Stage::resize(const QSize &size)

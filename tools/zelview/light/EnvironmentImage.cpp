@@ -155,22 +155,22 @@ std::optional<EnvironmentLayout> layoutOf(const QSize &size)
 }
 
 /// Checks that a layout of cells fits the size. A panorama may have any aspect ratio and is stretched.
-Expected<EnvironmentLayout> resolveLayout(const QSize &size, std::optional<EnvironmentLayout> asked,
+Expected<EnvironmentLayout> resolveLayout(const QSize &size, std::optional<EnvironmentLayout> requested,
                                           const QString &path)
 {
     const std::optional<EnvironmentLayout> found = layoutOf(size);
     const QString extent = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
-    if (asked && asked != found && asked != EnvironmentLayout::eLatLong) {
+    if (requested && requested != found && requested != EnvironmentLayout::eLatLong) {
         return inputProblem(path, QStringLiteral("is not a %1: its %2 texels are not made of square cells")
-                                      .arg(environmentLayoutName(*asked), extent));
+                                      .arg(environmentLayoutName(*requested), extent));
     }
-    if (!asked && !found) {
+    if (!requested && !found) {
         return inputProblem(
             path, QStringLiteral("is not an environment image: %1 is neither 2:1 (latlong), 4:3 or 3:4 "
                                  "(cross) nor 6:1 (strip); --env-layout latlong forces it")
                       .arg(extent));
     }
-    return asked ? *asked : *found;
+    return requested ? *requested : *found;
 }
 
 /// Replaces negative values and NaNs by 0, and limits the others. The comparison is false for NaN.

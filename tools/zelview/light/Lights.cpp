@@ -99,14 +99,14 @@ std::vector<LightSource> makeFileLights(const Scene &scene)
 }
 
 /// Projects a point along a light onto the horizontal plane at \a level. Returns false if the light shines upward there.
-bool isThrown(const LightSource &light, const QVector3D &point, float level, QVector3D &target)
+bool projectToLevel(const LightSource &light, const QVector3D &point, float level, QVector3D &target)
 {
     const bool isDirectional = light.type == LightSource::eDirectional;
-    const QVector3D way = isDirectional ? light.direction : point - light.position;
-    if (way.y() >= 0.0f) {
+    const QVector3D ray = isDirectional ? light.direction : point - light.position;
+    if (ray.y() >= 0.0f) {
         return false;
     }
-    target = point + way * ((level - point.y()) / way.y());
+    target = point + ray * ((level - point.y()) / ray.y());
     return true;
 }
 
@@ -163,10 +163,10 @@ Box shadowedBox(const Box &scene, const std::vector<LightSource> &lights, bool h
     for (const LightSource &light : lights) {
         for (int corner = 0; hasGround && corner < Box::kCorners; ++corner) {
             QVector3D target;
-            if (isThrown(light, scene.corner(corner), level, target)) {
-                const QVector3D way = target - scene.center();
-                const float length = std::max(way.length(), reach);
-                target = scene.center() + way * (reach / length);
+            if (projectToLevel(light, scene.corner(corner), level, target)) {
+                const QVector3D fromCenter = target - scene.center();
+                const float length = std::max(fromCenter.length(), reach);
+                target = scene.center() + fromCenter * (reach / length);
                 box.add(QVector3D(target.x(), level, target.z()));
             }
         }

@@ -21,8 +21,8 @@ namespace {
 constexpr int kMaxLights = ShadowLayers::kMaxLights;
 
 constexpr int kSize = 2048;      ///< side of a layer, in texels
-constexpr int kSmallSize = 1024; ///< the same if there are more layers than
-constexpr int kFew = 8;
+constexpr int kSmallSize = 1024; ///< the same for more layers than kMaxFullSizeLayers
+constexpr int kMaxFullSizeLayers = 8;
 
 /// Factor on the distance of the blur taps that the table suggests for variance layers. It makes edges as soft as those of
 /// plain layers.
@@ -37,7 +37,7 @@ constexpr double kFirstDepth = 1e-6;
 constexpr float kWidening = 0.96f;
 
 /// A spot light wider than this, in radians, gets cube faces like a point light.
-constexpr float kWidestSpot = 1.2f;
+constexpr float kMaxSpotAngle = 1.2f;
 
 /// The reach of the projection of a spot light, in units of the light.
 constexpr float kSpotReach = 100.0f;
@@ -143,7 +143,7 @@ int sizeFor(int layers, ShadowKind kind)
     if (layers == 0) {
         return 1;
     }
-    return layers <= kFew && kind == ShadowKind::eDepth ? kSize : kSmallSize;
+    return layers <= kMaxFullSizeLayers && kind == ShadowKind::eDepth ? kSize : kSmallSize;
 }
 
 QMatrix4x4 matrixOf(const ShadowMapManager::RenderData::Transform &transform)
@@ -256,7 +256,7 @@ void ShadowLayers::setLights(const std::vector<LightSource> &lights)
             light.setCSMLevels(_cascades);
         } else if (source.type == LightSource::eSpot) {
             // Wider than the light, so that filters find texels at its edge.
-            light.setType(source.outerCone < kWidestSpot ? Light::eSpot : Light::ePoint);
+            light.setType(source.outerCone < kMaxSpotAngle ? Light::eSpot : Light::ePoint);
             light.setSpotCutoff(source.outerCone * 1.05f);
         }
     }

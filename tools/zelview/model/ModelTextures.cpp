@@ -124,7 +124,7 @@ const MaterialMap &mapOf(const Material &material, MapKind kind, const std::arra
 }
 
 /// The greatest number of textures of a material, including white for missing ones.
-int mostTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
+int maxTextures(const Scene &scene, const std::array<bool, kMapKinds> &isUsed)
 {
     size_t most = 1;
     for (const Material &material : scene.materials) {
@@ -183,7 +183,7 @@ ModelTextures::ModelTextures(const Scene &scene, ManagerKind kind)
     , _white(_manager->tokenForColor(Qt::white))
 {
     if (kind == ManagerKind::eSampler) { // the cost of a sample grows with the number of slots
-        _manager->setMaxSlots(mostTextures(scene, _isUsed));
+        _manager->setMaxSlots(maxTextures(scene, _isUsed));
     }
     for (const TextureSource &source : scene.textures) {
         const bool isSet = !source.tiles.empty() && _manager->supportsUDIMs();

@@ -80,7 +80,7 @@ Vector faceNormal(const aiMesh &mesh, const aiFace &face)
 }
 
 /// The normal of each corner of each face.
-std::vector<aiVector3D> cornerNormals(const aiMesh &mesh, double leastCosine)
+std::vector<aiVector3D> cornerNormals(const aiMesh &mesh, double minCosine)
 {
     // The corners at one position are a range of one list.
     const Places places(mesh);
@@ -112,7 +112,7 @@ std::vector<aiVector3D> cornerNormals(const aiMesh &mesh, double leastCosine)
         Vector sum;
         for (unsigned int i = ends[place]; i < ends[place + 1]; ++i) {
             const Vector &other = faces[facesByPlace[i]];
-            if (facesByPlace[i] == corner / 3 || own * other >= leastCosine) {
+            if (facesByPlace[i] == corner / 3 || own * other >= minCosine) {
                 sum += other;
             }
         }
@@ -179,13 +179,13 @@ Numbers separateFaces(aiMesh &mesh)
 
 void generateSharedNormals(aiScene &scene, float smoothingAngle)
 {
-    const double leastCosine = std::cos(qDegreesToRadians(double(smoothingAngle)));
+    const double minCosine = std::cos(qDegreesToRadians(double(smoothingAngle)));
     for (unsigned int i = 0; i < scene.mNumMeshes; ++i) {
         aiMesh &mesh = *scene.mMeshes[i];
         if (mesh.HasNormals() || !isOfTriangles(mesh) || !isAnyShared(mesh)) {
             continue;
         }
-        const std::vector<aiVector3D> normals = cornerNormals(mesh, leastCosine);
+        const std::vector<aiVector3D> normals = cornerNormals(mesh, minCosine);
         const Numbers origins = separateFaces(mesh);
         repeatVertices(mesh, origins);
         for (unsigned int k = 0; k < mesh.mNumAnimMeshes; ++k) {
