@@ -262,18 +262,19 @@ QMatrix4x4 GPUModel::lockedWorld(int transform, const QMatrix4x4 &parentWorld)
 {
     // 1. The position in the world, from the local matrix as the host set it.
     QMatrix4x4 &local = _localTransforms[transform];
-    const QVector3D translation = (parentWorld * local).column(3).toVector3D();
-    const QVector3D a = parentWorld.column(0).toVector3D();
-    const QVector3D b = parentWorld.column(1).toVector3D();
-    const QVector3D c = parentWorld.column(2).toVector3D();
+    const QVector3D originInWorld = (parentWorld * local).column(3).toVector3D();
+    const QVector3D parentXInWorld = parentWorld.column(0).toVector3D();
+    const QVector3D parentYInWorld = parentWorld.column(1).toVector3D();
+    const QVector3D parentZInWorld = parentWorld.column(2).toVector3D();
 
     // 2. The parent's scale; one negative factor replaces any odd number of mirrored axes.
     local.setColumn(3, QVector4D(0.0f, 0.0f, 0.0f, 1.0f));
-    local.scale(swapsHandedness(parentWorld) ? -a.length() : a.length(), b.length(), c.length());
+    local.scale(swapsHandedness(parentWorld) ? -parentXInWorld.length() : parentXInWorld.length(),
+                parentYInWorld.length(), parentZInWorld.length());
 
     // 3. Both together.
     QMatrix4x4 world;
-    world.translate(translation);
+    world.translate(originInWorld);
     return world * local;
 }
 
