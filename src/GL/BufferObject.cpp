@@ -171,13 +171,14 @@ bool BufferObject::rebind(BufferObject *bufferObjectBound, bool force)
         ZEL_ASSERT_RETURN(_useBindBufferRange == bufferObjectBound->_useBindBufferRange, false,
                           "Bound BO useRange does not match the rebind Buffer Object");
     }
-    bufferObjectBound->_boBountTarget = 0;
+    bufferObjectBound->_boBountTarget = 0; // before the next line: with \a force both may be the same object
+    _boBountTarget = _target;
+    // The GL call comes last, so that nothing must be saved across it: variant baseinstance of draw_zel.
     if (_useBindBufferRange) {
         glBindBufferRange(_target, _range->index, _bo, _range->offset, _range->size);
     } else if (force || _bo != bufferObjectBound->_bo) {
         glBindBuffer(_target, _bo);
     }
-    _boBountTarget = _target;
     return true;
 }
 

@@ -32,6 +32,12 @@ static_assert(sizeof(Std140Command) == 32, "std140 rounds the stride of an array
 EntryPoint<PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC> drawArraysInstancedBaseInstance;
 EntryPoint<PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC> drawElementsInstancedBaseVertexBaseInstance;
 
+/// Draws, and their indices, of all units since the start of the process. Almost every draw is a GL call of its own, so that
+/// draws and calls share a count: a second one costs three instructions a draw.
+std::atomic<qint64> draws{0};
+std::atomic<qint64> indices{0};
+std::atomic<qint64> drawsWithoutOwnCall{0}; ///< the others of a call with several draws
+
 /// Load and store are separate: with three locked instructions a draw takes 17 ns instead of 4 ns. If two threads draw at the
 /// same time, a draw may not be counted.
 void add(std::atomic<qint64> &total, qint64 count)
@@ -39,13 +45,17 @@ void add(std::atomic<qint64> &total, qint64 count)
     total.store(total.load(std::memory_order_relaxed) + count, std::memory_order_relaxed);
 }
 
+/// What has been added to \a total since the last query. A query changes no count, so that it loses no draw of another thread.
+qint64 sinceLastQuery(qint64 total, std::atomic<qint64> &totalAtLastQuery)
+{
+    return total - totalAtLastQuery.exchange(total, std::memory_order_relaxed);
+}
+
 bool hasBaseInstanceEntryPoints()
 {
-    drawArraysInstancedBaseInstance.lookUpIfMissing("glDrawArraysInstancedBaseInstance");
-    drawElementsInstancedBaseVertexBaseInstance.lookUpIfMissing(
-        "glDrawElementsInstancedBaseVertexBaseInstance");
-    return drawArraysInstancedBaseInstance != nullptr
-           && drawElementsInstancedBaseVertexBaseInstance != nullptr;
+    return drawArraysInstancedBaseInstance.lookUpIfMissing("glDrawArraysInstancedBaseInstance")
+           && drawElementsInstancedBaseVertexBaseInstance.lookUpIfMissing(
+               "glDrawElementsInstancedBaseVertexBaseInstance");
 }
 
 } // namespace
@@ -74,7 +84,7 @@ public:
     }
 
 private:
-    static int locationInCurrentProgram()
+    ZELGL_COLD_PATH static int locationInCurrentProgram()
     {
         return glGetUniformLocation(GLuint(integerFromGL(GL_CURRENT_PROGRAM)), "u_DrawID");
     }
@@ -84,9 +94,6 @@ private:
 };
 
 std::atomic<int> DrawBuffers::_numAlive{0};
-std::atomic<qint64> DrawBuffers::_totalDrawCalls{0};
-std::atomic<qint64> DrawBuffers::_totalDrawBatches{0};
-std::atomic<qint64> DrawBuffers::_totalDrawIndices{0};
 bool DrawBuffers::_useBaseInstance = false;
 
 int DrawBuffers::NumAlive()
@@ -113,17 +120,20 @@ void DrawBuffers::setup(GLSLMacroProcessor *processor)
 
 qint64 DrawBuffers::getAndResetTotalDrawCalls()
 {
-    return _totalDrawCalls.exchange(0, std::memory_order_relaxed);
+    static std::atomic<qint64> atLastQuery{0};
+    return sinceLastQuery(draws - drawsWithoutOwnCall, atLastQuery);
 }
 
 qint64 DrawBuffers::getAndResetTotalDrawBatches()
 {
-    return _totalDrawBatches.exchange(0, std::memory_order_relaxed);
+    static std::atomic<qint64> atLastQuery{0};
+    return sinceLastQuery(draws, atLastQuery);
 }
 
 qint64 DrawBuffers::getAndResetTotalDrawIndices()
 {
-    return _totalDrawIndices.exchange(0, std::memory_order_relaxed);
+    static std::atomic<qint64> atLastQuery{0};
+    return sinceLastQuery(indices, atLastQuery);
 }
 
 DrawBuffers::DrawBuffers(QObject *parent)
@@ -194,7 +204,7 @@ void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectComm
     _commandsCount = commands != nullptr ? std::max(count, 0) : 0;
     _commands.resize(_commandsCount);
     std::copy_n(commands, _commandsCount, _commands.begin());
-    _commandIndexSize = bytesFromInternalFormat(_indexType);
+    _commandIndexSize = quint64(bytesFromInternalFormat(_indexType));
     _useMultiDrawIndirect = false;
 }
 
@@ -308,15 +318,17 @@ bool DrawBuffers::drawBaseInstance(const QVector<int> *)
     }
     ZEL_ASSERT_RETURN(hasBaseInstanceEntryPoints(), false, "The driver has no base instance drawing");
     if (!_boIndex.isNull()) {
+        // Read before the checks: the compiler does not keep the fields that they read across an atomic load.
+        const PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC drawIndexed =
+            drawElementsInstancedBaseVertexBaseInstance;
         if (!isIndexSetUp()) {
             return false;
         }
-        drawElementsInstancedBaseVertexBaseInstance(_primitiveType, _indexCount, _indexType,
-                                                    bufferOffset(_indexBufferOffset), _instanceCount,
-                                                    _baseVertex, GLuint(_drawIDBase));
+        drawIndexed(_primitiveType, _indexCount, _indexType, bufferOffset(_indexBufferOffset), _instanceCount,
+                    _baseVertex, GLuint(_drawIDBase));
         // Required: the indices count once, whatever the number of instances; see
         // DrawCallsTest.BaseInstanceIsOneCallForAllInstances.
-        add(_totalDrawIndices, _indexCount);
+        add(indices, _indexCount);
     } else {
         if (!isVertexSetUp()) {
             return false;
@@ -324,18 +336,19 @@ bool DrawBuffers::drawBaseInstance(const QVector<int> *)
         drawArraysInstancedBaseInstance(_primitiveType, _baseVertex, _vertexCount, _instanceCount,
                                         GLuint(_drawIDBase));
     }
-    add(_totalDrawCalls, 1);
-    add(_totalDrawBatches, 1);
+    add(draws, 1);
     return true;
 }
 
+// What it calls for anything but a single command is not inlined: that saves such a draw 7 of 55 instructions in the variant
+// sceneshared of draw_zel.
 bool DrawBuffers::drawDrawID(ShaderProgram *program, const QVector<int> *commandIndices)
 {
     const DrawID drawID(program);
     if (_commandsCount != 0) {
         return drawCommands(drawID, commandIndices);
     }
-    return _boIndex.isNull() ? drawArrays(drawID) : drawElements(drawID);
+    return drawInstances(drawID);
 }
 
 bool DrawBuffers::drawMultiDrawElementsIndirect()
@@ -351,12 +364,12 @@ bool DrawBuffers::drawMultiDrawElementsIndirect()
     ZEL_ASSERT_RETURN(0 != indirectBuffer, false, "Indirect buffer object is not set on draw");
     glMultiDrawElementsIndirect(_primitiveType, _indexType, nullptr, _commandsCount,
                                 sizeof(DrawElementsIndirectCommand));
-    add(_totalDrawCalls, 1);
-    add(_totalDrawBatches, _commandsCount);
-    add(_totalDrawIndices, std::accumulate(_commands.cbegin(), _commands.cend(), qint64(0),
-                                           [](qint64 sum, const DrawElementsIndirectCommand &command) {
-                                               return sum + int(command.count);
-                                           }));
+    add(draws, _commandsCount);
+    add(drawsWithoutOwnCall, _commandsCount - 1);
+    add(indices, std::accumulate(_commands.cbegin(), _commands.cend(), qint64(0),
+                                 [](qint64 sum, const DrawElementsIndirectCommand &command) {
+                                     return sum + int(command.count);
+                                 }));
     return true;
 }
 
@@ -470,20 +483,19 @@ bool DrawBuffers::areCommandNumbers(const QVector<int> &commandIndices) const
     return true;
 }
 
-inline bool DrawBuffers::drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const
+inline bool DrawBuffers::drawCommands(DrawID drawID, const QVector<int> *commandIndices) const
 {
     // Without an index buffer GL would take the offset as an address in the host's memory.
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
     if (commandIndices != nullptr || _commandsCount != 1) {
         return drawSeveralCommands(drawID, commandIndices);
     }
-    drawCommand(drawID, 0);
+    add(indices, drawCommand(drawID, 0));
+    add(draws, 1);
     return true;
 }
 
-// With the loop inlined a draw of a single command takes 12 instructions more: variant sceneshared of draw_zel.
-ZELGL_COLD_PATH bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
-                                                      const QVector<int> *commandIndices) const
+ZELGL_COLD_PATH bool DrawBuffers::drawSeveralCommands(DrawID drawID, const QVector<int> *commandIndices) const
 {
     // All numbers are checked first, so that a wrong one leaves nothing drawn.
     if (commandIndices != nullptr && !areCommandNumbers(*commandIndices)) {
@@ -491,26 +503,32 @@ ZELGL_COLD_PATH bool DrawBuffers::drawSeveralCommands(const DrawID &drawID,
     }
     const int n = commandIndices != nullptr ? commandIndices->size() : _commandsCount;
     const int *numbers = commandIndices != nullptr ? commandIndices->constData() : nullptr;
+    qint64 indexCount = 0;
     for (int i = 0; i < n; ++i) {
-        drawCommand(drawID, numbers != nullptr ? numbers[i] : i);
+        indexCount += drawCommand(drawID, numbers != nullptr ? numbers[i] : i);
     }
+    add(indices, indexCount);
+    add(draws, n);
     return true;
 }
 
-inline void DrawBuffers::drawCommand(const DrawID &drawID, int number) const
+/// Returns the number of indices. The caller counts, so that a loop counts once.
+inline int DrawBuffers::drawCommand(DrawID drawID, int number) const
 {
     const DrawElementsIndirectCommand &command = _commands.constData()[number];
     const int count = int(command.count);
     drawID.set(_drawIDBase, number);
     glDrawElementsBaseVertex(_primitiveType, count, _indexType,
-                             bufferOffset(command.firstIndex * quint64(_commandIndexSize)),
-                             int(command.baseVertex));
-    add(_totalDrawIndices, count);
-    add(_totalDrawCalls, 1);
-    add(_totalDrawBatches, 1);
+                             bufferOffset(command.firstIndex * _commandIndexSize), int(command.baseVertex));
+    return count;
 }
 
-bool DrawBuffers::drawElements(const DrawID &drawID) const
+ZELGL_COLD_PATH bool DrawBuffers::drawInstances(DrawID drawID) const
+{
+    return _boIndex.isNull() ? drawArrays(drawID) : drawElements(drawID);
+}
+
+bool DrawBuffers::drawElements(DrawID drawID) const
 {
     if (!isIndexSetUp()) {
         return false;
@@ -523,14 +541,13 @@ bool DrawBuffers::drawElements(const DrawID &drawID) const
         } else {
             glDrawElements(_primitiveType, _indexCount, _indexType, offset);
         }
-        add(_totalDrawCalls, 1);
-        add(_totalDrawBatches, 1);
-        add(_totalDrawIndices, _indexCount);
+        add(draws, 1);
+        add(indices, _indexCount);
     }
     return true;
 }
 
-bool DrawBuffers::drawArrays(const DrawID &drawID) const
+bool DrawBuffers::drawArrays(DrawID drawID) const
 {
     if (!isVertexSetUp()) {
         return false;
@@ -538,8 +555,7 @@ bool DrawBuffers::drawArrays(const DrawID &drawID) const
     for (int i = 0; i < _instanceCount; ++i) {
         drawID.set(_drawIDBase, i);
         glDrawArrays(_primitiveType, 0, _vertexCount);
-        add(_totalDrawCalls, 1);
-        add(_totalDrawBatches, 1);
+        add(draws, 1);
     }
     return true;
 }

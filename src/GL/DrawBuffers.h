@@ -136,18 +136,16 @@ private:
     ZELGL_NO_EXPORT bool isIndexSetUp() const;
     ZELGL_NO_EXPORT bool isVertexSetUp() const;
     ZELGL_NO_EXPORT bool areCommandNumbers(const QVector<int> &commandIndices) const;
-    ZELGL_NO_EXPORT bool drawCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
-    ZELGL_NO_EXPORT bool drawSeveralCommands(const DrawID &drawID, const QVector<int> *commandIndices) const;
-    ZELGL_NO_EXPORT void drawCommand(const DrawID &drawID, int number) const;
-    ZELGL_NO_EXPORT bool drawElements(const DrawID &drawID) const;
-    ZELGL_NO_EXPORT bool drawArrays(const DrawID &drawID) const;
+    ZELGL_NO_EXPORT bool drawCommands(DrawID drawID, const QVector<int> *commandIndices) const;
+    ZELGL_NO_EXPORT bool drawSeveralCommands(DrawID drawID, const QVector<int> *commandIndices) const;
+    ZELGL_NO_EXPORT int drawCommand(DrawID drawID, int number) const;
+    ZELGL_NO_EXPORT bool drawInstances(DrawID drawID) const;
+    ZELGL_NO_EXPORT bool drawElements(DrawID drawID) const;
+    ZELGL_NO_EXPORT bool drawArrays(DrawID drawID) const;
     ZELGL_NO_EXPORT bool switchIndexBuffer(DrawBuffers *drawBuffersBound, bool vaoChanged) const;
 
-    static std::atomic<int> _numAlive;
-    static std::atomic<qint64> _totalDrawCalls;
-    static std::atomic<qint64> _totalDrawBatches;
-    static std::atomic<qint64> _totalDrawIndices;
-    static bool _useBaseInstance;
+    ZELGL_NO_EXPORT static std::atomic<int> _numAlive;
+    ZELGL_NO_EXPORT static bool _useBaseInstance;
 
     // The fields that a draw reads come first, so that they share few cache lines.
     unsigned int _primitiveType; ///< -1: not set
@@ -157,7 +155,7 @@ private:
     QSharedPointer<VertexArrayObject> _vao;
     QSharedPointer<BufferObject> _boIndex;
     QVarLengthArray<DrawElementsIndirectCommand, 1> _commands; ///< a single one is stored in the unit itself
-    int _commandIndexSize = 0; ///< bytes; from the index type when they were set
+    quint64 _commandIndexSize = 0; ///< bytes; from the index type when they were set
     bool _useMultiDrawIndirect = false;
     int _indexCount = 0;
     int _vertexCount = 0;

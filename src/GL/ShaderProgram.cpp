@@ -357,6 +357,7 @@ void ShaderProgram::dumpShaderSources(const QString &pathTemplate) const
 void ShaderProgram::cacheVertexAttributes()
 {
     _vertexAttributes.clear();
+    renewLinkNumber();
     if (!isLinked()) {
         return;
     }
@@ -387,12 +388,10 @@ void ShaderProgram::cacheUniformBlockIndices()
 {
     _uniformBlockBindingIndices = BlockTable();
     _storageBlockBindingIndices = BlockTable();
-    _linkNumber = 0;
+    renewLinkNumber();
     if (!isLinked()) {
         return;
     }
-    // Not in cacheNames(): a host that overrides linkPost() calls this function directly.
-    _linkNumber = lastLinkNumber.fetch_add(1, std::memory_order_relaxed) + 1;
     for (const QString &name : uniformBlockNames(_programID)) {
         _uniformBlockBindingIndices.append(name);
     }
@@ -679,6 +678,13 @@ void ShaderProgram::cacheNames()
     cacheVertexAttributes();
     cacheUniformLocations();
     cacheUniformBlockIndices();
+}
+
+// The functions that fill the tables call it, and not cacheNames(): a host that overrides linkPost() calls them directly. What
+// is remembered of attributes or blocks under the old number is then not used for the new tables.
+void ShaderProgram::renewLinkNumber()
+{
+    _linkNumber = isLinked() ? lastLinkNumber.fetch_add(1, std::memory_order_relaxed) + 1 : 0;
 }
 
 void ShaderProgram::deleteProgram()

@@ -213,6 +213,7 @@ private:
     ZELGL_NO_EXPORT void applyFragDataLocations();
     ZELGL_NO_EXPORT void applyTransformFeedbackVaryings();
     ZELGL_NO_EXPORT void cacheNames();
+    ZELGL_NO_EXPORT void renewLinkNumber();
     ZELGL_NO_EXPORT void deleteProgram();
 
     unsigned int _programID = kShaderProgramNotLinked; ///< GL name

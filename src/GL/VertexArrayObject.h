@@ -122,7 +122,9 @@ public:
     quint64 memoryEstimateGPU() const;
 
 private:
-    ZELGL_NO_EXPORT bool enableArraysAt(const QHash<QString, int> &locations);
+    static constexpr quint64 kNoLink = ~quint64(0); ///< not 0, which programs without a link share
+
+    ZELGL_NO_EXPORT bool enableArraysOf(const ShaderProgram &program);
     ZELGL_NO_EXPORT void setEnabledName(int attributeIndex, const QString &name);
     ZELGL_NO_EXPORT bool holdsNames(const QHash<QString, int> &locations) const;
     ZELGL_NO_EXPORT void specifyArray(const AttributeData &attribute, unsigned int attributeIndex) const;
@@ -134,7 +136,7 @@ private:
     bool _vaoBound = false;
     QMap<QString, AttributeData> _attributesData;
     QVector<QString> _enabledAttributeNames; ///< by slot; empty: not connected
-    QHash<QString, int> _enabledLocations;   ///< the attributes of a program whose slots are all connected
+    quint64 _enabledLink = kNoLink;          ///< of a program whose attributes are all connected
     GLContextTracker *_contextTracker = nullptr;
 };
 

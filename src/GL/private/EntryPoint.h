@@ -23,12 +23,14 @@ public:
         _function.store(reinterpret_cast<Function>(getGLProcAddress(name, quiet)), std::memory_order_relaxed);
     }
 
-    /// Quiet, and without effect if an earlier call has found the function.
-    void lookUpIfMissing(const char *name)
+    /// Quiet, and without effect if an earlier call has found the function. Returns whether there is one.
+    bool lookUpIfMissing(const char *name)
     {
-        if (*this == nullptr) {
+        if (Function(*this) == nullptr) {
             lookUp(name, true);
+            return Function(*this) != nullptr;
         }
+        return true;
     }
 
     operator Function() const { return _function.load(std::memory_order_relaxed); }
