@@ -1,6 +1,6 @@
 // A first picture: a program, a full-screen quad, a uniform.
 //
-// A macro processor prepares GLSL; here it inserts the define RADIUS after "#version". The vertex stage is a file of the
+// A text processor prepares GLSL; here it inserts the define RADIUS after "#version". The vertex stage is a file of the
 // library, whose full-screen quad has texture coordinates from 0 to 1. AutoBinder binds an object until the end of a scope.
 
 #include "Show.h"

@@ -2,7 +2,7 @@
 //
 // The manager returns a token for a texture, a colour or a file; managedTexture() samples by token in the shader.
 // TextureManager::Instance() decides whether it uses bindless textures or binds each texture to a texture unit: it adds
-// its defines to the macro processor, and returns the name of the shader file that a program must link.
+// its defines to the text processor, and returns the name of the shader file that a program must link.
 
 #include "Programs.h"
 #include "Show.h"

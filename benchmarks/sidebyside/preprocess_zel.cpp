@@ -1,4 +1,4 @@
-// The macro processor on a tree of includes: preprocess_zel FOLDER [-runs N] expands main.glslc of the folder.
+// The text processor on a tree of includes: preprocess_zel FOLDER [-runs N] expands main.glslc of the folder.
 //
 // Held constant: every file, including the first one, is read in each run, and nothing is cached between runs.
 

@@ -1,4 +1,4 @@
-// Compares the macro processor with a simple reference implementation that works line by line.
+// Compares the text processor with a simple reference implementation that works line by line.
 
 #include <ZelGL/GLSLMacroProcessor.h>
 

@@ -16,7 +16,7 @@ namespace zelview {
 
 using ProgramPointer = QSharedPointer<Orvane::Zel::ShaderProgram>;
 
-/// Builds zelview's shader programs with one macro processor. Its own shaders are in ":/zelview/shaders"; the library finds
+/// Builds zelview's shader programs with one text processor. Its own shaders are in ":/zelview/shaders"; the library finds
 /// its shaders by their names.
 ///
 /// Context: build with the context current, after startLibrary(), which selects how draw IDs reach the shaders.
