@@ -4,6 +4,7 @@
 #include "GLSLMacroProcessor.h"
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "private/GLValues.h"
 #include "private/SlotCopier.h"
 #include "private/SlotHandles.h"
 #include "private/SlotQueries.h"
@@ -51,10 +52,8 @@ Array2DTextureManager::Array2DTextureManager()
     , _handles(new SlotHandles)
 {
     TextureManager::tokenForColor(QColor(Qt::white)); // white is token 0
-    GLint max2D = 0;
-    GLint max3D = 0;
-    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max2D);
-    glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &max3D);
+    const GLint max2D = integerFromGL(GL_MAX_TEXTURE_SIZE);
+    const GLint max3D = integerFromGL(GL_MAX_3D_TEXTURE_SIZE);
     // Required: half of the limit of 3D textures, though array textures have another limit.
     _maxSlotWidth = std::min({kMaxSlotSide, max2D, max3D / 2});
     _maxSlotHeight = _maxSlotWidth;

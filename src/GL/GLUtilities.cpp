@@ -3,6 +3,7 @@
 #include "private/BuiltinRecognisers.h"
 #include "private/ContextState.h"
 #include "private/EntryPoint.h"
+#include "private/GLValues.h"
 
 #include <QtCore/QMutexLocker>
 #include <QtCore/QSet>
@@ -17,6 +18,7 @@
 
 namespace {
 
+using Orvane::Zel::integerFromGL;
 using Orvane::Zel::kNotInitialized;
 
 bool initialized = false; ///< initializeGLFunctions() has succeeded
@@ -24,8 +26,7 @@ bool initialized = false; ///< initializeGLFunctions() has succeeded
 QSet<QString> readExtensions()
 {
     QSet<QString> extensions;
-    GLint count = 0;
-    glGetIntegerv(GL_NUM_EXTENSIONS, &count);
+    const GLint count = integerFromGL(GL_NUM_EXTENSIONS);
     for (GLint i = 0; i < count; ++i) {
         const GLubyte *name = glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(i));
         extensions.insert(QString::fromLatin1(reinterpret_cast<const char *>(name)));
@@ -261,25 +262,20 @@ bool hasGLExtension(const char *name)
 bool openGlVersionSupported(int major, int minor)
 {
     ZEL_ASSERT_RETURN(nullptr != glGetIntegerv, false, kNotInitialized);
-    GLint contextMajor = 0;
-    glGetIntegerv(GL_MAJOR_VERSION, &contextMajor);
+    const GLint contextMajor = integerFromGL(GL_MAJOR_VERSION);
     if (contextMajor != major) {
         return contextMajor > major;
     }
-    GLint contextMinor = 0;
-    glGetIntegerv(GL_MINOR_VERSION, &contextMinor);
-    return contextMinor >= minor;
+    return integerFromGL(GL_MINOR_VERSION) >= minor;
 }
 
 void logGLFramebuffer()
 {
     ZEL_ASSERT_RETURN(nullptr != glGetString, , kNotInitialized);
-    GLint framebuffer = 0;
     QString line = QString::asprintf("logGLFramebuffer() [%p] '%s'",
                                      static_cast<void *>(QOpenGLContext::currentContext()),
                                      reinterpret_cast<const char *>(glGetString(GL_VERSION)));
-    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &framebuffer);
-    line += QString::asprintf(" [fb] %3d", framebuffer);
+    line += QString::asprintf(" [fb] %3d", integerFromGL(GL_DRAW_FRAMEBUFFER_BINDING));
     const auto attachment = [](GLenum point, GLenum parameter) {
         GLint value = 0;
         glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, point, parameter, &value);

@@ -22,7 +22,7 @@ constexpr quint32 kEndianness = 0x04030201;
 constexpr quint64 kHeaderSize = 64;
 constexpr quint64 kWord = 4;
 constexpr quint32 kFaces = 6;
-constexpr quint32 kMostLevels = 32; ///< of an image whose sides have 32 bits
+constexpr quint32 kMaxLevels = 32; ///< of an image whose sides have 32 bits
 constexpr unsigned long kPauseMs = 32;
 
 /// Offsets in the header.
@@ -389,7 +389,7 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
     const quint32 levels = std::max(mipmapLevels(), 1u); // a file without levels still has its base level
     for (quint32 number = 0; number < levels; ++number) {
         checkInterruptionRequestAndSleep();
-        if (number == kMostLevels || !source.holds(0, kWord)) {
+        if (number == kMaxLevels || !source.holds(0, kWord)) {
             return eCutOff;
         }
         level.number = static_cast<GLint>(number);

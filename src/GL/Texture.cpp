@@ -3,7 +3,7 @@
 #include "GLUtilities.h"
 #include "private/ContextState.h"
 #include "private/EntryPoint.h"
-#include "private/Hints.h"
+#include "private/GLValues.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,11 +16,10 @@ constexpr unsigned int kNoUnit = NumberSet::kNone; ///< 0xFFFFFFFF
 
 using TextureContextInfo = ContextState::TextureUnits;
 
-/// Not inlined: it runs once in each context, and bind() would save registers for it.
-ZELGL_COLD_PATH TextureContextInfo &makeContextInfo(ContextState &state)
+TextureContextInfo &makeContextInfo(ContextState &state)
 {
     TextureContextInfo &contextInfo = state.textureUnits.emplace();
-    glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &contextInfo.maxTextureImageUnits);
+    contextInfo.maxTextureImageUnits = integerFromGL(GL_MAX_TEXTURE_IMAGE_UNITS);
     contextInfo.textureToUnitMaps.reserve(contextInfo.maxTextureImageUnits);
     contextInfo.freeTextureUnits.fill(contextInfo.maxTextureImageUnits);
     return contextInfo;

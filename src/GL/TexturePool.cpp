@@ -2,13 +2,13 @@
 
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "private/GLValues.h"
 
 #include <QtCore/QByteArray>
 
 #include <algorithm>
 #include <functional>
 #include <limits>
-#include <tuple>
 #include <utility>
 
 namespace Orvane { namespace Zel {
@@ -104,58 +104,51 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
     ZEL_ASSERT(width > 0 && height > 0 && depth > 0, "TexturePool asked for texture of size (%dx%dx%d)",
                width, height, depth);
     ZEL_ASSERT(samples > 0, "TexturePool requested samples can't be less than 1");
-    GLint maxSamples = 0;
-    glGetIntegerv(GL_MAX_SAMPLES, &maxSamples);
+    const GLint maxSamples = integerFromGL(GL_MAX_SAMPLES);
     if (samples > maxSamples) {
         ZEL_LOG_DEBUG("Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
         samples = maxSamples;
     }
 
     const Key key(format, width, height, depth, samples);
-    Texture *texture = nullptr;
     const auto waiting = _free.find(key);
-    if (waiting != _free.end()) {
-        // By address, so that the choice does not depend on the order of the releases.
-        std::sort(waiting->begin(), waiting->end(), std::less<Texture *>());
-        texture = waiting->takeLast();
-        if (waiting->isEmpty()) {
-            _free.erase(waiting);
-        }
-    } else {
-        bool hasStorage = false;
-        std::tie(texture, hasStorage) = makeTexture(key, _fixedSampleLocations);
-        if (hasStorage) {
-            _keys[texture] = key;
-        }
+    if (waiting == _free.end()) {
+        const auto [texture, hasStorage] = makeTexture(key, _fixedSampleLocations);
+        _textures.insert(texture, {key, hasStorage, 1});
+        return texture;
     }
-    _refCounts[texture] = 1;
+    // By address, so that the choice does not depend on the order of the releases.
+    std::sort(waiting->begin(), waiting->end(), std::less<Texture *>());
+    Texture *texture = waiting->takeLast();
+    if (waiting->isEmpty()) {
+        _free.erase(waiting);
+    }
+    _textures[texture].references = 1;
     return texture;
 }
 
 void TexturePool::addRef(Texture *texture, int count)
 {
-    const auto references = _refCounts.find(texture);
-    if (references != _refCounts.end() && *references > 0 && count >= 1) {
-        *references = countPlus(*references, count);
+    const auto managed = _textures.find(texture);
+    if (managed != _textures.end() && managed->references > 0 && count >= 1) {
+        managed->references = countPlus(managed->references, count);
     }
 }
 
 void TexturePool::releaseRef(Texture *texture, int count)
 {
-    const auto references = _refCounts.find(texture);
-    if (references == _refCounts.end() || *references < 1) {
+    const auto managed = _textures.find(texture);
+    if (managed == _textures.end() || managed->references < 1) {
         return;
     }
-    // The entry stays at 0 while the texture is free, so that take() allocates nothing.
-    *references = countPlus(*references, -qint64(count));
-    if (*references > 0) {
+    managed->references = countPlus(managed->references, -qint64(count));
+    if (managed->references > 0) {
         return;
     }
-    const auto key = _keys.constFind(texture);
-    if (key != _keys.constEnd()) {
-        _free[*key].append(texture);
+    if (managed->hasStorage) {
+        _free[managed->key].append(texture);
     } else {
-        _refCounts.erase(references);
+        _textures.erase(managed);
         delete texture;
     }
 }
@@ -169,8 +162,7 @@ void TexturePool::deleteUnused()
 {
     for (const QVector<Texture *> &textures : qAsConst(_free)) {
         for (Texture *texture : textures) {
-            _keys.remove(texture);
-            _refCounts.remove(texture);
+            _textures.remove(texture);
             delete texture;
         }
     }
@@ -183,13 +175,17 @@ void TexturePool::printSummary()
     for (const QVector<Texture *> &textures : qAsConst(_free)) {
         freeCount += textures.size();
     }
+    int count = 0;
     QHash<Key, int> countsByKey;
-    for (const Key &key : qAsConst(_keys)) {
-        ++countsByKey[key];
+    for (const Managed &managed : qAsConst(_textures)) {
+        if (managed.hasStorage) {
+            ++count;
+            ++countsByKey[managed.key];
+        }
     }
 
-    ZEL_LOG_DEBUG("%d managed textures:", _keys.size());
-    ZEL_LOG_DEBUG("- %d active textures", _keys.size() - freeCount);
+    ZEL_LOG_DEBUG("%d managed textures:", count);
+    ZEL_LOG_DEBUG("- %d active textures", count - freeCount);
     ZEL_LOG_DEBUG("- %d free textures", freeCount);
     ZEL_LOG_DEBUG("- breakdown by texture format, width and height:");
     for (auto it = countsByKey.constBegin(); it != countsByKey.constEnd(); ++it) {

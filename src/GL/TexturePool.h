@@ -65,9 +65,16 @@ public:
     void printSummary();
 
 private:
+    /// A texture of the pool, in use or free.
+    struct Managed
+    {
+        Key key;
+        bool hasStorage = false;
+        int references = 0; ///< 0: free
+    };
+
     QHash<Key, QVector<Texture *>> _free;
-    QHash<Texture *, int> _refCounts; ///< by texture, free ones included at 0
-    QHash<Texture *, Key> _keys;      ///< every texture of the pool that has storage
+    QHash<Texture *, Managed> _textures;
     bool _fixedSampleLocations = false;
 };
 

@@ -3,6 +3,7 @@
 #include "AutoBinder.h"
 #include "GLUtilities.h"
 #include "Texture.h"
+#include "private/GLValues.h"
 
 #include <algorithm>
 
@@ -61,8 +62,7 @@ bool SlotData::setupFormat(const SlotFormat &wanted)
     usedLayers = 0; // required: freeLayers stays as it is
     format = wanted;
 
-    GLint layerLimit = 0;
-    glGetIntegerv(GL_MAX_ARRAY_TEXTURE_LAYERS, &layerLimit);
+    const GLint layerLimit = integerFromGL(GL_MAX_ARRAY_TEXTURE_LAYERS);
     const int known = bytesFromInternalFormat(format.internalFormat);
     const auto texelBytes = static_cast<quint64>(known > 0 ? known : kUnknownTexelBytes);
     const quint64 layerBytes =

@@ -4,6 +4,7 @@
 #include "GLUtilities.h"
 #include "ShaderProgram.h"
 #include "private/ContextState.h"
+#include "private/GLValues.h"
 #include "private/Hints.h"
 #include "private/LinkNumber.h"
 
@@ -15,22 +16,15 @@ namespace {
 
 constexpr unsigned int kInvalidBinding = NumberSet::kNone; ///< 0xFFFFFFFF
 
-GLint integer(GLenum name)
-{
-    GLint value = 0;
-    glGetIntegerv(name, &value);
-    return value;
-}
-
 /// Returns the limit of the context. Without storage blocks theirs is 0, and no query is made: every bindBatchStart() needs it.
 int maxBindingsOf(unsigned int target)
 {
     if (target == GL_UNIFORM_BUFFER) {
-        return integer(GL_MAX_UNIFORM_BUFFER_BINDINGS);
+        return integerFromGL(GL_MAX_UNIFORM_BUFFER_BINDINGS);
     }
     const bool hasStorageBlocks =
         openGlVersionSupported(4, 3) || hasGLExtension("GL_ARB_shader_storage_buffer_object");
-    return hasStorageBlocks ? integer(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS) : 0;
+    return hasStorageBlocks ? integerFromGL(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS) : 0;
 }
 
 using UBOContextData = ContextState::BindingPoints;
@@ -62,8 +56,7 @@ void flushBatch(UBOContextData &points)
     points.batchLast = -1;
 }
 
-/// Not inlined: it runs once for each kind in each context, and bind() would save registers for it.
-ZELGL_COLD_PATH UBOContextData &makePoints(std::optional<UBOContextData> &made, unsigned int target)
+UBOContextData &makePoints(std::optional<UBOContextData> &made, unsigned int target)
 {
     const bool isStorage = target == GL_SHADER_STORAGE_BUFFER;
     UBOContextData &points = made.emplace();
@@ -163,6 +156,7 @@ inline int UniformBufferObject::blockIndex(const ShaderProgram *program, unsigne
     return isKnown ? _knownIndex : findBlockIndex(program, target);
 }
 
+// Inlined, the search costs each bind in the variant sceneowntokens of draw_zel three instructions.
 ZELGL_COLD_PATH int UniformBufferObject::findBlockIndex(const ShaderProgram *program, unsigned int target)
 {
     _knownLink = linkNumberOf(*program);

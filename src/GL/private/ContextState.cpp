@@ -1,7 +1,6 @@
 #include "ContextState.h"
 
 #include "ContextHold.h"
-#include "Hints.h"
 
 #include <QtCore/QMutexLocker>
 #include <QtGui/QOpenGLContext>
@@ -27,8 +26,7 @@ thread_local ContextState *heldRecord [[gnu::tls_model("initial-exec")]] = nullp
 /// The record that this thread found last. It stays correct because records are never removed.
 thread_local ContextState *lastRecord [[gnu::tls_model("initial-exec")]] = nullptr;
 
-/// Not inlined: it runs once for each change of context, and would make current() save registers for the lock.
-ZELGL_COLD_PATH ContextState &findRecord(void *context)
+ContextState &findRecord(void *context)
 {
     const QMutexLocker locker(&ContextState::mutex);
     lastRecord = &records.try_emplace(context, context).first->second;

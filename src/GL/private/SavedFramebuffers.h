@@ -4,6 +4,7 @@
 /// Private to the library. Used by passes and bakes that render into a framebuffer of their own.
 
 #include "../GLUtilities.h"
+#include "GLValues.h"
 
 namespace Orvane { namespace Zel {
 
@@ -15,11 +16,7 @@ class SavedFramebuffers
     Q_DISABLE_COPY(SavedFramebuffers)
 
 public:
-    SavedFramebuffers()
-    {
-        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &_draw);
-        glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &_read);
-    }
+    SavedFramebuffers() = default;
 
     ~SavedFramebuffers()
     {
@@ -28,8 +25,8 @@ public:
     }
 
 private:
-    GLint _draw = 0;
-    GLint _read = 0;
+    const GLint _draw = integerFromGL(GL_DRAW_FRAMEBUFFER_BINDING);
+    const GLint _read = integerFromGL(GL_READ_FRAMEBUFFER_BINDING);
 };
 
 }} // namespace Orvane::Zel

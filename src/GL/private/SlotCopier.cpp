@@ -3,6 +3,7 @@
 #include "../AutoBinder.h"
 #include "../GLUtilities.h"
 #include "../Texture.h"
+#include "GLValues.h"
 
 #include <algorithm>
 
@@ -119,8 +120,8 @@ bool makeSlotStorage(SlotData &slot, bool hasAnisotropy)
 }
 
 SlotCopier::SlotCopier()
+    : _previous(integerFromGL(GL_DRAW_FRAMEBUFFER_BINDING))
 {
-    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &_previous);
     glGenFramebuffers(1, &_read);
     glGenFramebuffers(1, &_draw);
 }

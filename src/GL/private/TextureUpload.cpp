@@ -1,6 +1,7 @@
 #include "TextureUpload.h"
 
 #include "../GLUtilities.h"
+#include "GLValues.h"
 
 #include <algorithm>
 #include <limits>
@@ -103,8 +104,8 @@ quint64 sum(quint64 a, quint64 b)
 } // namespace
 
 UnpackAlignment::UnpackAlignment(int alignment)
+    : _saved(integerFromGL(GL_UNPACK_ALIGNMENT))
 {
-    glGetIntegerv(GL_UNPACK_ALIGNMENT, &_saved);
     glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
 }
 
@@ -115,15 +116,13 @@ UnpackAlignment::~UnpackAlignment()
 
 void clearPendingGLErrors()
 {
-    constexpr int kMostErrors = 10; // a lost context has an error at every query
-    for (int i = 0; i < kMostErrors && glGetError() != GL_NO_ERROR; ++i) {}
+    constexpr int kMaxErrors = 10; // a lost context has an error at every query
+    for (int i = 0; i < kMaxErrors && glGetError() != GL_NO_ERROR; ++i) {}
 }
 
 quint32 longestTextureSide()
 {
-    GLint longest = 0;
-    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &longest);
-    return static_cast<quint32>(std::max(longest, 0));
+    return static_cast<quint32>(std::max(integerFromGL(GL_MAX_TEXTURE_SIZE), 0));
 }
 
 void setTextureAnisotropy(unsigned int target, qint32 anisotropy)

@@ -1,6 +1,7 @@
 #include "UniformLookup.h"
 
 #include "../GLUtilities.h"
+#include "GLValues.h"
 #include "LinkNumber.h"
 
 namespace Orvane { namespace Zel {
@@ -9,9 +10,7 @@ UniformLookup::UniformLookup(const ShaderProgram *program)
     : _program(program)
 {
     if (_program == nullptr) {
-        GLint current = 0;
-        glGetIntegerv(GL_CURRENT_PROGRAM, &current);
-        _currentProgram = static_cast<unsigned int>(current);
+        _currentProgram = static_cast<unsigned int>(integerFromGL(GL_CURRENT_PROGRAM));
     }
 }
 
@@ -33,7 +32,7 @@ int RememberedUniform::in(const UniformLookup &locationOf)
     return link == _link && link != 0 ? _location : lookUp(locationOf);
 }
 
-Q_NEVER_INLINE int RememberedUniform::lookUp(const UniformLookup &locationOf)
+int RememberedUniform::lookUp(const UniformLookup &locationOf)
 {
     _location = locationOf(_name);
     _link = linkNumberOf(*locationOf.program());
