@@ -51,6 +51,7 @@ BufferObject::BufferObject(QObject *parent)
     , _managed(true)
 {
     lookUpEntryPoints();
+    // The name is made with the object, unlike that of a vertex array: buffers are shared between contexts.
     create();
     _numAlive.fetch_add(1, std::memory_order_relaxed);
     _numAliveManaged.fetch_add(1, std::memory_order_relaxed);
@@ -113,6 +114,7 @@ void BufferObject::setIndexedTarget(unsigned int target, unsigned int index, lon
             "Use setTarget() instead.");
     }
     _target = target;
+    // On the heap: few buffers have a range, and a draw reads the other fields of every index buffer.
     _range.reset(new Range{index, offset, size});
     _useBindBufferRange = true;
 }
@@ -153,6 +155,8 @@ bool BufferObject::rebind(BufferObject *bufferObjectBound, bool force)
         return bind();
     }
     if (bufferObjectBound == this) {
+        // GL has the binding already, unless the vertex array changed; see
+        // BufferObjectTest.RebindSavesTheCallForOneNameAndForTheSameObject.
         if (!force) {
             return true;
         }
@@ -176,6 +180,7 @@ bool BufferObject::rebind(BufferObject *bufferObjectBound, bool force)
     // The GL call comes last, so that nothing must be saved across it: variant baseinstance of draw_zel.
     if (_useBindBufferRange) {
         glBindBufferRange(_target, _range->index, _bo, _range->offset, _range->size);
+        // Two objects can wrap the same name.
     } else if (force || _bo != bufferObjectBound->_bo) {
         glBindBuffer(_target, _bo);
     }
@@ -245,6 +250,8 @@ bool BufferObject::isBindNeededForUpload() const
     if (_storage) {
         return false;
     }
+    // A name has no GL object until its first bind, and the named calls reject it before; the first upload shows whether there
+    // was one.
     return namedBufferData == nullptr || _useBindBufferRange || _valueCount == 0;
 }
 
@@ -257,6 +264,8 @@ void BufferObject::useStorageBuffer(int size, int flags)
         return;
     }
     ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL during StorageBuffer setup");
+    // By target if the driver has the call: a new name becomes a buffer only when it is bound. GL_UNIFORM_BUFFER is a scratch
+    // target; see BufferObjectTest.StorageIsFilledByNameAndLeavesTheScratchTargetUnbound.
     if (bufferStorage != nullptr) {
         glBindBuffer(GL_UNIFORM_BUFFER, _bo);
         bufferStorage(GL_UNIFORM_BUFFER, size, nullptr, GLbitfield(flags));

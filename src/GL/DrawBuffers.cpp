@@ -72,6 +72,8 @@ public:
 
     void set(int base, int number) const
     {
+        // A program without the uniform may read the ID from an attribute, or not at all; see
+        // DrawCallsTest.AProgramWithoutDrawIDGetsNone.
         if (_location < 0) {
             return;
         }
@@ -202,6 +204,7 @@ void DrawBuffers::setInstanceCount(int count)
 void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectCommand *commands, int count)
 {
     _commandsCount = commands != nullptr ? std::max(count, 0) : 0;
+    // A copy, because the host may change or free its records before the next draw.
     _commands.resize(_commandsCount);
     std::copy_n(commands, _commandsCount, _commands.begin());
     _commandIndexSize = quint64(bytesFromInternalFormat(_indexType));
@@ -211,6 +214,7 @@ void DrawBuffers::setDrawElementsIndirectCommands(const DrawElementsIndirectComm
 bool DrawBuffers::bind()
 {
     ZEL_ASSERT_RETURN(!this->_vao.isNull(), false, "Vertex Array Object is NULL on bind");
+    // The vertex array comes first: the binding of the index buffer is part of its state.
     if (!_vao->bind()) {
         return false;
     }
@@ -247,6 +251,8 @@ bool DrawBuffers::rebind(DrawBuffers *drawBuffersBound)
     if (!_vao->rebind(drawBuffersBound->_vao.data(), didBind)) {
         return false;
     }
+    // A failed switch leaves no vertex array bound, as a failed bind() does; see
+    // DrawBuffersTest.AFailedIndexBufferLeavesNoVertexArrayBound.
     if (!switchIndexBuffer(drawBuffersBound, didBind)) {
         _vao->unbind();
         return false;
@@ -275,6 +281,7 @@ bool DrawBuffers::draw(ShaderProgram *program)
     return draw(program, nullptr);
 }
 
+// In the order of precedence: indirect commands, then the base instance, then the uniform.
 bool DrawBuffers::draw(ShaderProgram *program, const QVector<int> *commandIndices)
 {
     if (!isDrawPossible()) {
@@ -358,6 +365,8 @@ bool DrawBuffers::drawMultiDrawElementsIndirect()
     ZEL_ASSERT_RETURN(0 != this->_indexType, false, "Index type is not setup on draw");
     ZEL_ASSERT_RETURN(false == this->_boIndex.isNull(), false, "Index buffer object is not set on draw");
     ZEL_ASSERT_RETURN(nullptr != glMultiDrawElementsIndirect, false, "The driver has no indirect drawing");
+    // Null in every unit, and then the binder does nothing; see
+    // DrawBuffersTest.TheIndirectPathIsDormantUntilTheHostBindsABuffer.
     const AutoBinder binder(_boIndirect.data());
     // The host may have bound a buffer of commands. Without one GL would read the commands from the host's memory, at null.
     const GLint indirectBuffer = integerFromGL(GL_DRAW_INDIRECT_BUFFER_BINDING);
@@ -378,12 +387,14 @@ QSharedPointer<UniformBufferObject> DrawBuffers::getDrawElementsIndirectCommands
     if (!_commandsUniformBufferObject.isNull()) {
         return _commandsUniformBufferObject;
     }
+    // From the factory, so that hosts that count or replace objects see these too.
     const QSharedPointer<OpenGLDeviceContext> factory = OpenGLDeviceContext::current();
     const QSharedPointer<BufferObject> buffer = factory->newBuffer();
     buffer->setTarget(GL_UNIFORM_BUFFER);
     QVector<Std140Command> records;
     records.reserve(_commandsCount);
     for (const DrawElementsIndirectCommand &command : _commands) {
+        // The padding is set: undefined bytes would differ from run to run in captures of a frame.
         records.append(Std140Command{command, {0, 0, 0}});
     }
     {

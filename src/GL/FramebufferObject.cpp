@@ -130,6 +130,7 @@ unsigned int FramebufferObject::getFBO() const
     return _fbo;
 }
 
+// Counts names, not objects: an object without a name uses no GL memory. See FramebufferObjectTest.CountsObjectsWithAName.
 void FramebufferObject::setFBO(unsigned int fbo)
 {
     _numAlive.fetch_add(int(fbo != 0) - int(_fbo != 0), std::memory_order_relaxed);
@@ -187,6 +188,8 @@ bool FramebufferObject::attachUpdate(Texture *texture, unsigned int attachmentPo
     return true;
 }
 
+// glFramebufferTexture() attaches all layers; a geometry shader selects one. For a texture without layers it would mean what
+// attach() means, and is reported.
 bool FramebufferObject::attachLayers(Texture *texture, unsigned int attachmentPoint, int level)
 {
     if (!isReadyToAttachAt(texture, attachmentPoint)) {
@@ -240,6 +243,8 @@ bool FramebufferObject::createTexture3D(unsigned int attachmentPoint, unsigned i
 {
     auto *texture = new Texture(nullptr);
     texture->create3D(target, internalFormat, width, height, depth);
+    // All layers of one texture, at consecutive points, so that a shader with several outputs writes one layer with each; see
+    // FramebufferObjectTest.CreatedTexturesAreTheCallersAndLayersLieAtConsecutivePoints.
     bool attached = false;
     for (int layer = 0; layer < depth; ++layer) {
         attached = attach3D(texture, attachmentPoint + static_cast<unsigned int>(layer), layer, 0);
@@ -261,6 +266,7 @@ Texture *FramebufferObject::detach(unsigned int attachmentPoint)
     glFramebufferTexture(GL_FRAMEBUFFER, attachmentPoint, 0, _attachmentLevels.value(attachmentPoint));
     _attachmentLevels.remove(attachmentPoint);
     if (isColorAttachment(attachmentPoint)) {
+        // A draw buffer without an image makes the framebuffer incomplete before OpenGL 4.1.
         _drawBuffers.removeAll(attachmentPoint);
     }
     _numActiveFBOTextures.fetch_sub(1, std::memory_order_relaxed);
@@ -280,6 +286,7 @@ Texture *FramebufferObject::detachAndRelease(unsigned int attachmentPoint)
     if (!hasAttachment(attachmentPoint)) {
         return nullptr;
     }
+    // Detached before the release, after which another framebuffer may draw into the texture.
     Texture *texture = detach(attachmentPoint);
     releaseToSharedPool(texture);
     return texture;
@@ -327,6 +334,8 @@ void FramebufferObject::setDrawBuffers()
 
 bool FramebufferObject::isComplete()
 {
+    // GL checks the bound framebuffer only. The state of the object is the same after the query; see
+    // FramebufferObjectTest.CompletenessIsAskedInAnyStateAndFailuresAreTold.
     const bool wasBound = _fboBound;
     if (!wasBound && !bind()) {
         return false; // GL would check the framebuffer that the host has bound

@@ -21,6 +21,7 @@ namespace {
 using Orvane::Zel::integerFromGL;
 using Orvane::Zel::kNotInitialized;
 
+// One table of entry points serves all contexts: GLX returns the same addresses for all of them.
 bool initialized = false; ///< initializeGLFunctions() has succeeded
 
 QSet<QString> readExtensions()
@@ -40,6 +41,7 @@ struct Word
     const char *text;
 };
 
+// Required: these words, and "<unknown>" for other values; see GLDebuggingTest.ADriverMessageIsPutIntoWords.
 const Word kDebugSources[] = {
     {GL_DEBUG_SOURCE_API, "api"},
     {GL_DEBUG_SOURCE_WINDOW_SYSTEM, "window system"},
@@ -68,6 +70,7 @@ const Word kDebugSeverities[] = {
     {GL_DEBUG_SEVERITY_NOTIFICATION, "notification"},
 };
 
+// Required: these words, including the code without an error; see GLErrorTest.EveryCodeHasItsWords.
 const Word kErrors[] = {
     {GL_NO_ERROR, "no error"},           {GL_INVALID_ENUM, "invalid enum"},
     {GL_INVALID_VALUE, "invalid value"}, {GL_INVALID_OPERATION, "invalid operation"},
@@ -85,6 +88,7 @@ void APIENTRY onGLDebugMessage(GLenum source, GLenum type, GLuint id, GLenum sev
                                const GLchar *message, const void *)
 {
     constexpr const char *unknown = "<unknown>";
+    // One level for all severities: drivers disagree on them, and the text contains the severity.
     ZEL_LOG_DEBUG("OpenGL message [id=0x%x, source=%s, type=%s, severity=%s]: %s", id,
                   wordFor(kDebugSources, source, unknown), wordFor(kDebugTypes, type, unknown),
                   wordFor(kDebugSeverities, severity, unknown), message);
@@ -197,6 +201,8 @@ bool initializeGLFunctions()
     if (ogl_LoadFunctions() == 0 || !hasContext()) {
         const char *version = "";
         if (_ptrc_glGetString != nullptr) {
+            // The version explains most failures. It is null without a context, and the function is null if the load failed
+            // early.
             version = reinterpret_cast<const char *>(glGetString(GL_VERSION));
         }
         ZEL_LOG_CRITICAL("Failed to initialize OpenGL '%s'", version != nullptr ? version : "");
@@ -215,6 +221,8 @@ bool initializeGLDebugging()
     if (messageControl == nullptr) {
         return false;
     }
+    // Both functions are looked up before the first call, so that a driver with one of them changes nothing; see
+    // GLDebuggingTest.AllIsSwitchedOnButGroupsAndOneMessageOrNothingWhereAFunctionIsMissing.
     const auto messageCallback = reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKARBPROC>(
         getGLProcAddress("glDebugMessageCallbackARB", false));
     if (messageCallback == nullptr) {
@@ -222,6 +230,8 @@ bool initializeGLDebugging()
     }
     // NVIDIA reports the memory placement of each buffer, which is of no use to a host.
     const GLuint bufferPlacementMessage = 131185;
+    // Everything is enabled first: GL disables messages of low severity by default. The groups come from the calls of the host
+    // itself.
     messageControl(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
     messageControl(GL_DONT_CARE, GL_DEBUG_TYPE_PUSH_GROUP, GL_DEBUG_SEVERITY_NOTIFICATION, 0, nullptr,
                    GL_FALSE);
@@ -230,6 +240,8 @@ bool initializeGLDebugging()
     messageControl(GL_DEBUG_SOURCE_API, GL_DEBUG_TYPE_OTHER, GL_DONT_CARE, 1, &bufferPlacementMessage,
                    GL_FALSE);
     messageCallback(&onGLDebugMessage, nullptr);
+    // A synchronous message arrives in the call that causes it, so that a breakpoint shows the caller; see
+    // GLDebuggingTest.TheDriverReportsInTheCallThatIsWrong.
     glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS);
     return true;
 }
@@ -245,6 +257,7 @@ void *getGLProcAddress(const char *name, bool quiet)
 
 bool hasGLExtension(const char *name)
 {
+    // The variable lets the suite run the paths for old drivers on a new one.
     const bool extensionsAllowed = std::getenv("ZEL_NO_GL_EXTENSIONS") == nullptr;
     ZEL_ASSERT_RETURN(!extensionsAllowed || nullptr != glGetStringi, false, kNotInitialized);
     auto &known = Orvane::Zel::ContextState::current().extensions;
@@ -255,6 +268,8 @@ bool hasGLExtension(const char *name)
     const QSet<QString> &extensions = *known;
     const QString wanted = QString::fromLatin1(name);
     const QString prefix = QStringLiteral("GL_");
+    // Callers name extensions with and without the prefix; see
+    // GLUtilitiesTest.AnExtensionIsFoundInEitherSpellingAndReadOncePerContextWhichAnswersForItself.
     const QString otherSpelling = wanted.startsWith(prefix) ? wanted.mid(prefix.size()) : prefix + wanted;
     return extensions.contains(wanted) || extensions.contains(otherSpelling);
 }
@@ -266,6 +281,7 @@ bool openGlVersionSupported(int major, int minor)
     if (contextMajor != major) {
         return contextMajor > major;
     }
+    // Queried only if it decides; see GLUtilitiesTest.TheVersionTestAsksForTheMinorVersionOnlyWhereTheMajorIsEqual.
     return integerFromGL(GL_MINOR_VERSION) >= minor;
 }
 
@@ -276,6 +292,7 @@ void logGLFramebuffer()
                                      static_cast<void *>(QOpenGLContext::currentContext()),
                                      reinterpret_cast<const char *>(glGetString(GL_VERSION)));
     line += QString::asprintf(" [fb] %3d", integerFromGL(GL_DRAW_FRAMEBUFFER_BINDING));
+    // Type and name: textures and renderbuffers have independent names, so the same number can mean both.
     const auto attachment = [](GLenum point, GLenum parameter) {
         GLint value = 0;
         glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, point, parameter, &value);

@@ -33,6 +33,7 @@ constexpr float kQuadTexCoords[kQuadVertexCount * 2] = {
     0.0f, 1.0f, //
 };
 
+// Bound for the upload, since the first upload of a name needs it on every driver.
 void fill(BufferObject &buffer, const float *data, int valueCount)
 {
     buffer.bind();
@@ -68,6 +69,7 @@ QSharedPointer<BufferObject> OpenGLDeviceContext::newBuffer(unsigned int bo)
 
 QSharedPointer<DrawBuffers> OpenGLDeviceContext::fullscreenQuad()
 {
+    // Made at the first use, when a context is current; resetContext() drops it with the factory.
     if (_fullscreenQuad.isNull()) {
         _fullscreenQuad = newFullscreenQuad();
     }

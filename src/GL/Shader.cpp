@@ -60,6 +60,8 @@ bool Shader::compile()
     }
     ZEL_ASSERT_RETURN(nullptr != glCreateShader, false, kNotInitialized);
     _shaderID = glCreateShader(_type);
+    // Latin-1, one byte for each character, so that positions in the log of the driver match the source; see
+    // ShaderTest.CompilesItsSourceOnceAsLatin1AndNeedsItNoMore.
     const QByteArray source = _source.toLatin1();
     const GLchar *const text = source.constData();
     const GLint length = source.size();
@@ -71,8 +73,10 @@ bool Shader::compile()
         return true;
     }
     _log = driverLog(_shaderID, glGetShaderiv, glGetShaderInfoLog);
+    // The source is logged with it: the driver counts lines of the processed text, which no file has.
     reportFailure();
     glDeleteShader(_shaderID);
+    // So that the next compile() tries again; the log stays. See ShaderTest.AFailedCompileCanBeTriedAgainAndKeepsItsLog.
     _shaderID = kShaderNotCompiled;
     return false;
 }

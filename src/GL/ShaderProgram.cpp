@@ -19,6 +19,8 @@
 
 #include <atomic>
 
+// GL numbers the sampler types in five ranges, one for each version that added some. Between them are other types; see
+// SamplerTypeTest.SamplersLieBetweenTypesThatAreNone.
 bool isSamplerType(unsigned int type)
 {
     return (type >= GL_SAMPLER_1D && type <= GL_SAMPLER_2D_RECT_SHADOW)
@@ -35,6 +37,7 @@ QMutex gCurrentlyBoundShaderProgramsMutex;
 
 namespace {
 
+// Atomic: threads with a context each link at the same time.
 std::atomic<quint64> lastLinkNumber{0};
 
 QString stageAbbreviation(int type)
@@ -66,6 +69,8 @@ ShaderProgram::ShaderProgram(QObject *parent)
     : QObject(parent)
     , _parallelShaderCompile(hasGLExtension("GL_ARB_parallel_shader_compile"))
 {
+    // Here, and not at the first use: both need the current context, and report each missing function once; see
+    // ShaderProgramTest.EntryPointsAreLookedUpOnceAndMissedAloud.
     lookUpProgramBinary();
     lookUpProgramResources();
 }
@@ -91,6 +96,8 @@ bool ShaderProgram::compile()
     return true;
 }
 
+// The link has two halves, so that a host can start many links before it waits for the first; see
+// ShaderProgramTest.TheTwoHalvesAreTheHostsToOverride.
 bool ShaderProgram::linkPre()
 {
     if (isLinked()) {
@@ -102,6 +109,7 @@ bool ShaderProgram::linkPre()
         deleteProgram();
         return false;
     }
+    // Both before glLinkProgram(): GL applies them at the next link only.
     applyFragDataLocations();
     applyTransformFeedbackVaryings();
     glLinkProgram(_programID);
@@ -117,6 +125,10 @@ bool ShaderProgram::linkPreWait()
     QElapsedTimer sinceReport;
     sinceStart.start();
     sinceReport.start();
+    // 1. Query whether the driver has finished.
+    // 2. After five seconds leave the wait to linkPost(): a driver that never reports an end would block the host here.
+    // 3. Log once in a second that the link is still going on.
+    // 4. Yield the processor to the compiler threads of the driver.
     for (;;) {
         GLint completed = 1; // stays 1 when the driver rejects the query
         glGetProgramiv(_programID, GL_COMPLETION_STATUS_ARB, &completed);
@@ -145,6 +157,8 @@ bool ShaderProgram::linkPost()
         return true;
     }
     _log = driverLog(_programID, glGetProgramiv, glGetProgramInfoLog);
+    // The log and the sources precede the deletion, after which GL has neither; see
+    // ShaderProgramTest.AFailedLinkTellsTheLogAndTheSourcesAndCanBeMended.
     warnLineByLine(QStringLiteral("Failed to link GL shader\n =======Log=========\n") + _log);
     dump();
     deleteProgram();
@@ -156,6 +170,7 @@ bool ShaderProgram::link()
     return linkPre() && linkPost();
 }
 
+// Reads the result of the link only. glValidateProgram() depends on the state of the moment, which is not that of a draw.
 bool ShaderProgram::validate()
 {
     if (!isLinked()) {
@@ -189,6 +204,8 @@ bool ShaderProgram::unbind()
     glUseProgram(0);
     void *const context = GLContextTracker::currentContext();
     const QMutexLocker locker(&gCurrentlyBoundShaderProgramsMutex);
+    // Any program unbinds any other, since GL has one current program; see
+    // ShaderProgramTest.EachContextKnowsItsBoundProgramUntilAnyProgramIsUnbound.
     gCurrentlyBoundShaderPrograms.remove(context);
     return true;
 }
@@ -206,6 +223,7 @@ void ShaderProgram::clear()
         deleteProgram();
     }
     _preprocessed = false;
+    // The program owns its stages: they have no QObject parent.
     qDeleteAll(_shaders);
     _shaders.clear();
 }
@@ -232,6 +250,8 @@ void ShaderProgram::addShader(int type, const QString &source, const QString &du
 
 void ShaderProgram::addShaderFromFile(int type, const QString &fileName)
 {
+    // Files of the host have precedence over installed ones, and these over the built-in tree, so that a shader can be changed
+    // without a build; see ShaderProgramTest.StagesComeFromTheWorkingFolderBeforeTheBuiltInTree.
     const QDir folders[] = {QDir(QString()), // the working directory
                             QDir(resourcesPath() + QStringLiteral("/GLSL/src")),
                             QDir(QStringLiteral(":/GLSL/src"))};
@@ -299,6 +319,7 @@ bool ShaderProgram::getProgramBinary(QByteArray &data, unsigned int &format) con
     if (!isProgramBinariesSupported()) {
         return false;
     }
+    // The hint takes effect at the next link. A driver that needs it reports a length of 0 until then.
     programParameteriFunction(_programID, GL_PROGRAM_BINARY_RETRIEVABLE_HINT, 1);
     const GLint length = programParameter(_programID, GL_PROGRAM_BINARY_LENGTH);
     if (length < 1) {
@@ -331,6 +352,7 @@ QString ShaderProgram::constructShaderHash()
     for (const Shader *shader : qAsConst(_shaders)) {
         hashes.append(md5Hex(shader->sourceCode()));
     }
+    // The stages have no stable order: a program with the same texts must have the same hash.
     hashes.sort();
     return md5Hex(hashes.join(QString()));
 }
@@ -362,6 +384,8 @@ void ShaderProgram::cacheVertexAttributes()
         return;
     }
     const GLint count = programParameter(_programID, GL_ACTIVE_ATTRIBUTES);
+    // Built-in attributes have no location. A core profile provides some of them; the others belong to the removed fixed
+    // pipeline: see ShaderProgramUniformTest.AnIllegalBuiltInAttributeIsReportedAndTheLinkStands.
     QByteArray buffer = nameBuffer(programParameter(_programID, GL_ACTIVE_ATTRIBUTE_MAX_LENGTH), 200);
     char *const name = buffer.data();
     for (GLint i = 0; i < count; ++i) {
@@ -381,6 +405,7 @@ void ShaderProgram::cacheVertexAttributes()
 
 void ShaderProgram::cacheUniformLocations()
 {
+    // Every draw sets it, so that it has a member of its own and costs no search.
     _uniformLocationNameID = getUniformLocation(QStringLiteral("u_DrawID"));
 }
 
@@ -417,6 +442,8 @@ QStringList ShaderProgram::getVertexAttributeNames() const
 
 int ShaderProgram::getUniformLocation(const QString &name) const
 {
+    // Unknown names are stored too, at -1: a host that sets a uniform which the compiler removed costs one query; see
+    // ShaderProgramUniformTest.EachLocationIsAskedOnceForTheLifeOfTheObject.
     const auto itFind = _uniformLocations.constFind(name);
     if (itFind != _uniformLocations.constEnd()) {
         return *itFind;
@@ -437,11 +464,13 @@ int ShaderProgram::getUniformLocationNameID() const
 void ShaderProgram::BlockTable::append(const QString &name)
 {
     indices.insert(name, static_cast<unsigned int>(bindings.size()));
+    // 0 is what GL assigns to each block at the link.
     bindings.push_back(0);
 }
 
 inline bool ShaderProgram::BlockTable::store(unsigned int index, unsigned int binding)
 {
+    // Reports a change, so that GL is called and reports the unknown index.
     if (index >= bindings.size()) {
         return true;
     }
@@ -483,6 +512,8 @@ void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int bind
     }
 }
 
+// Uniform and storage blocks have indices and binding points of their own: the same number means two blocks; see
+// ShaderProgramUniformTest.StorageBlocksAreKeptApart.
 void ShaderProgram::setStorageBlockBinding(unsigned int index, unsigned int binding)
 {
     const auto itFind = this->_storageBlockBindingIndices.find(index);
@@ -612,6 +643,8 @@ bool ShaderProgram::setUniform(const QString &name, const QVector<unsigned int> 
 bool ShaderProgram::setUniform(const QString &name, const QVariant &value)
 {
     const int location = getUniformLocation(name);
+    // The types are checked by the other overload, which logs an unknown one. An unknown name is no error: compilers remove
+    // unused uniforms. See ShaderProgramUniformTest.AnUnknownTypeIsReportedAndAnUnknownNameIsQuiet.
     return location >= 0 && setUniform(location, value);
 }
 
@@ -622,6 +655,8 @@ bool ShaderProgram::attachShaders()
             _log = shader->log();
             return false;
         }
+        // A failed stage keeps its log here, so that the host finds it where it finds the log of a failed link; see
+        // ShaderProgramTest.AFailedCompileEndsTheLinkAndLeavesTheStages.
         glAttachShader(_programID, shader->shaderID());
     }
     return true;
@@ -629,6 +664,7 @@ bool ShaderProgram::attachShaders()
 
 void ShaderProgram::applyFragDataLocations()
 {
+    // Looked up only for programs that need it: a driver that lacks it is reported, and few programs have two sources.
     EntryPoint<PFNGLBINDFRAGDATALOCATIONINDEXEDPROC> bindFragDataLocationIndexed;
     if (!_fragDataIndexs.isEmpty()) {
         bindFragDataLocationIndexed.lookUp("glBindFragDataLocationIndexed", false);
@@ -664,6 +700,7 @@ void ShaderProgram::applyTransformFeedbackVaryings()
         return;
     }
     QList<QByteArray> names;
+    // The list keeps the converted names alive until the call; the vector has the pointers into them, as GL takes them.
     QVector<const GLchar *> pointers;
     for (const QString &name : qAsConst(_transformFeedbackVaryings)) {
         names.append(name.toLatin1());
@@ -673,6 +710,7 @@ void ShaderProgram::applyTransformFeedbackVaryings()
                               _transformFeedbackBufferMode);
 }
 
+// Everything that GL is asked once for each link, because a query by name in a draw waits for threaded drivers.
 void ShaderProgram::cacheNames()
 {
     cacheVertexAttributes();

@@ -20,6 +20,7 @@ TextureContextInfo &makeContextInfo(ContextState &state)
 {
     TextureContextInfo &contextInfo = state.textureUnits.emplace();
     contextInfo.maxTextureImageUnits = integerFromGL(GL_MAX_TEXTURE_IMAGE_UNITS);
+    // For every unit at once, so that no later bind allocates.
     contextInfo.textureToUnitMaps.reserve(contextInfo.maxTextureImageUnits);
     contextInfo.freeTextureUnits.fill(contextInfo.maxTextureImageUnits);
     return contextInfo;
@@ -52,6 +53,7 @@ int Texture::NumAlive()
 
 bool Texture::isTextureUnitFree(unsigned int unit)
 {
+    // The query makes no record: units of a context that has none are not free but unknown.
     const ContextState *state = ContextState::currentIfKnown();
     return state != nullptr && state->textureUnits && state->textureUnits->freeTextureUnits.contains(unit);
 }
@@ -189,6 +191,7 @@ void Texture::setSize(int level, int internalFormat, int width, int height, int 
     ZEL_ASSERT(0 == _internalFormat, "Texture internal format has already been set");
     ZEL_ASSERT(0 == _width, "Texture width has already been set");
     ZEL_ASSERT(0 == _height, "Texture height has already been set");
+    // The assertions above report and continue: a host may set a size again after it has specified the texture again.
     ZEL_ASSERT_RETURN(level == 0, , "Only call setSize() for the base LOD of the texture");
     _internalFormat = internalFormat;
     _width = width;
@@ -221,6 +224,7 @@ inline bool Texture::bindToUnit(unsigned int &unit)
         return true;
     }
 
+    // From the top: hosts that bind textures themselves use the low units, and GL starts at unit 0.
     unit = contextInfo.freeTextureUnits.highest();
     if (unit == kNoUnit) {
         ZEL_LOG_WARNING("There is no available texture units");
@@ -248,6 +252,7 @@ bool Texture::unbind()
     if (--use->count > 0) {
         return true;
     }
+    // Unbound, so that a deletion elsewhere frees the memory, and later calls of a host do not reach this texture.
     glBindTexture(_target, 0);
     contextInfo.textureToUnitMaps.remove(use);
     contextInfo.freeTextureUnits.insert(unit);

@@ -2,6 +2,7 @@
 
 namespace Orvane { namespace Zel {
 
+// The properties that pictures of all formats share; a loader overrides what differs.
 bool TextureLoader2DHelper::isCompressed() const
 {
     return false;
@@ -47,6 +48,7 @@ unsigned int TextureLoader2DHelper::arraySize() const
     return 0;
 }
 
+// 1 and not 0, as for the levels: a picture counts as one image.
 unsigned int TextureLoader2DHelper::cubeFaces() const
 {
     return 1;

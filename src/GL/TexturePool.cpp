@@ -50,18 +50,22 @@ std::pair<Texture *, bool> makeTexture(const TexturePool::Key &key, bool fixedSa
         target = array ? GL_TEXTURE_2D_MULTISAMPLE_ARRAY : GL_TEXTURE_2D_MULTISAMPLE;
     }
 
+    // 1. Describe the texture, so that hosts can query its size.
     auto *texture = new Texture(nullptr);
     texture->setTarget(target);
     // Of the arrays only the multisample one records its depth.
     texture->setSize(0, static_cast<int>(internalFormat), key.width, key.height,
                      array && multisample ? key.depth : 1);
+    // 2. Bind it: all calls below change the bound texture.
     if (!texture->bind()) {
         return {texture, false}; // the calls below would go to another texture
     }
+    // 3. Set nearest filters, which need no mip levels. Multisample textures have no sampler state.
     if (!multisample) {
         glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
         glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     }
+    // 4. Allocate the storage, undefined as it is.
     switch (target) {
     case GL_TEXTURE_2D:
         glTexImage2D(target, 0, static_cast<GLint>(internalFormat), key.width, key.height, 0,
@@ -104,6 +108,7 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
     ZEL_ASSERT(width > 0 && height > 0 && depth > 0, "TexturePool asked for texture of size (%dx%dx%d)",
                width, height, depth);
     ZEL_ASSERT(samples > 0, "TexturePool requested samples can't be less than 1");
+    // Queried by each call: the pool has no context of its own, and the limit belongs to the current one.
     const GLint maxSamples = integerFromGL(GL_MAX_SAMPLES);
     if (samples > maxSamples) {
         ZEL_LOG_DEBUG("Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
@@ -131,6 +136,7 @@ void TexturePool::addRef(Texture *texture, int count)
 {
     const auto managed = _textures.find(texture);
     if (managed != _textures.end() && managed->references > 0 && count >= 1) {
+        // Only textures in use: a reference to a free texture would make it used by two requests.
         managed->references = countPlus(managed->references, count);
     }
 }

@@ -48,6 +48,8 @@ void flushBatch(UBOContextData &points)
                                  points.batchLast - points.batchFirst + 1,
                                  points.bufferIDs.data() + points.batchFirst);
     } else if (points.batchLast != -1) {
+        // The whole range, untouched points included, as glBindBuffersBase() binds it; see
+        // UniformBufferObjectTest.WithoutMultiBindABatchIsOneCallForEachPointOfItsRange.
         for (int binding = points.batchFirst; binding <= points.batchLast; ++binding) {
             glBindBufferBase(points.target, GLuint(binding), points.bufferIDs[size_t(binding)]);
         }
@@ -174,6 +176,8 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     const int index = blockIndex(program, target);
 
     auto &uses = uboContextData._boundUniformBufferObjectCounts;
+    // By name of the buffer, not by block: several blocks of a program, and several programs, share one point; see
+    // UniformBufferObjectTest.ABufferHoldsItsPointUntilItsLastUserIsGone.
     if (NameTable::Use *const use = uses.find(bufferObjectID)) {
         if (index >= 0) {
             program->setTypeBlockBinding(target, unsigned(index), use->number);
@@ -196,6 +200,8 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     uses.insert(bufferObjectID, binding);
     uboContextData.bufferIDs[binding] = bufferObjectID;
 
+    // In a batch only the point is recorded: one call binds all of them at the flush; see
+    // UniformBufferObjectTest.ABatchIsOneCallForEachKind.
     if (uboContextData.batchFirst == -1) {
         ZEL_ASSERT(_bufferObject->valueCount() * _bufferObject->valueSize() != 0,
                    "glBindBufferRange() cannot take 0 as a size (%d,%d)", _bufferObject->valueCount(),
@@ -224,6 +230,7 @@ bool UniformBufferObject::unbind(ShaderProgram *)
         return true;
     }
     const unsigned int binding = use->number;
+    // Not in a batch: a released point may be acquired again before the flush, which then binds the new buffer.
     glBindBufferBase(uboContextData.target, binding, 0);
     uses.remove(use);
     uboContextData.availableBindings.insert(binding);

@@ -23,6 +23,8 @@ void VertexArrayBuilderStorage::setSpec(unsigned componentCount, unsigned vertex
     }
 }
 
+// Required: the pushes report a missing or smaller spec, and store the data anyway; see
+// VertexArrayBuilderTest.PushesBeyondTheSpecAreToldAndTaken.
 void VertexArrayBuilderStorage::pushData(float x)
 {
     ZEL_ASSERT(0 != this->_componentCount, "Component Count must be setup before data is pushed");
@@ -59,6 +61,7 @@ unsigned VertexArrayBuilderStorage::getComponentCount() const
 
 unsigned VertexArrayBuilderStorage::getSize() const
 {
+    // Returns early, unlike the pushes: the division below needs the count.
     ZEL_ASSERT_RETURN(0 != this->_componentCount, 0, "Component Count must be setup before size is obtained");
     ZEL_ASSERT(0 == (this->_data.size() % this->_componentCount),
                "Component Count and array Size do not match.");
@@ -130,6 +133,7 @@ void VertexArrayBuilder::glNormal3f(float x, float y, float z)
     _normal.pushData(x, y, z);
 }
 
+// Required: the names, which the macro of the loader gives to hosts that call glVertexAttrib2f() on a builder.
 void VertexArrayBuilder::_ptrc_glVertexAttrib2f(unsigned index, float x, float y)
 {
     _vertexAttribs[index].pushData(x, y);
@@ -142,6 +146,8 @@ void VertexArrayBuilder::_ptrc_glVertexAttrib3f(unsigned index, float x, float y
 
 unsigned VertexArrayBuilder::getVertexCount() const
 {
+    // The positions decide. Generic attributes are not compared, since their indices have no fixed meaning; see
+    // VertexArrayBuilderTest.CountsMustMatchWhereAStreamIsSetUp.
     const unsigned count = _vertex.getSize();
     ZEL_ASSERT(this->_color.getComponentCount() == 0 || count == this->_color.getSize(),
                "Color count must match vertex count");

@@ -12,6 +12,7 @@ namespace Orvane { namespace Zel {
 
 namespace {
 
+// GL_BYTE to GL_UNSIGNED_INT are consecutive numbers, with no other type between them.
 bool isIntegerType(unsigned int type)
 {
     return GL_BYTE <= type && type <= GL_UNSIGNED_INT;
@@ -89,6 +90,7 @@ VertexArrayObject::VertexArrayObject(QObject *parent)
     : QObject(parent)
 {
     ZEL_ASSERT(nullptr != glGetIntegerv, kNotInitialized);
+    // Without the table of entry points the object still counts and can be destroyed, but has no slots.
     if (glGetIntegerv != nullptr) {
         _enabledAttributeNames.resize(integerFromGL(GL_MAX_VERTEX_ATTRIBS));
     }
@@ -97,6 +99,8 @@ VertexArrayObject::VertexArrayObject(QObject *parent)
 
 VertexArrayObject::~VertexArrayObject()
 {
+    // First, so that the checks below report what it could not delete: a bound object keeps its name. See
+    // VertexArrayObjectTest.TheNameComesWithTheFirstBindAndStaysWhereABoundObjectIsDeleted.
     destroy();
     ZEL_ASSERT(false == this->_vaoBound, "Vertex Array Object is bound during class destructor");
     ZEL_ASSERT(0u == this->_vao, "Vertex Array Object needs to be destroied before class destructor");
@@ -199,6 +203,8 @@ void VertexArrayObject::registerBO(const QString &name, QSharedPointer<BufferObj
     dirtyAttributeName(name);
 }
 
+// A slot still points to the replaced buffer until it is specified again; see
+// VertexArrayObjectTest.ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged.
 void VertexArrayObject::dirtyAttributeName(const QString &name)
 {
     for (int slot = 0; slot < _enabledAttributeNames.size(); ++slot) {
@@ -220,6 +226,8 @@ bool VertexArrayObject::upload(const QString &name, QSharedPointer<BufferObject>
                                int valueCount, int valuesPerVertex, unsigned int usage)
 {
     ZEL_ASSERT_RETURN(NULL != bufferObj, false, "Must Supply a valid BO pointer");
+    // The sizes are checked before the bind, so that a refused call changes no GL state; see
+    // VertexArrayObjectTest.UploadFillsAndRegistersOnlyWhatIsWhole.
     if (!isWholeVertices(valueCount, valuesPerVertex) || !bindForUpload(*bufferObj)) {
         return false;
     }
@@ -295,11 +303,14 @@ bool VertexArrayObject::enableArray(const QString &name, int attributeIndex)
     ZEL_ASSERT_RETURN(attributeIndex < _enabledAttributeNames.size(), false,
                       "Attribute Index %d is not below GL_MAX_VERTEX_ATTRIBS %d", attributeIndex,
                       _enabledAttributeNames.size());
+    // The vertex array of GL stores the slots, so that a connected one needs no call in later frames.
     if (_enabledAttributeNames.at(attributeIndex) == name) {
         return true;
     }
     const auto attribute = _attributesData.constFind(name);
     if (attribute == _attributesData.constEnd()) {
+        // The name is removed, so that each later call clears the slot again: its generic value is state of the context, and
+        // other vertex arrays may change it.
         setEnabledName(attributeIndex, QString());
         disableArray(unsigned(attributeIndex));
         return true;
@@ -347,6 +358,7 @@ GLContextTracker *VertexArrayObject::getContextTracker()
 
 quint64 VertexArrayObject::memoryEstimateCPU() const
 {
+    // Fixed estimates of the object and of a map entry, so that a total does not depend on the compiler.
     quint64 bytes = 56 + 48 * quint64(_attributesData.size());
     for (auto attribute = _attributesData.cbegin(); attribute != _attributesData.cend(); ++attribute) {
         bytes += quint64(attribute.key().size());
@@ -387,6 +399,7 @@ void VertexArrayObject::specifyArray(const AttributeData &attribute, unsigned in
     const GLsizei stride = GLsizei(attribute._stride);
     const void *offset = bufferOffset(attribute._offset);
     glEnableVertexAttribArray(attributeIndex);
+    // glVertexAttribPointer() records the buffer that is bound to GL_ARRAY_BUFFER; later binds do not change it.
     attribute._bo->bind();
     // The shader receives integers as integers, unless the caller asked for normalization.
     if (isIntegerType(attribute._type) && !attribute._normalized) {

@@ -18,6 +18,7 @@ void find(Function &function, BindlessFunctions::Vendor vendor, const char *arbN
 
 void BindlessFunctions::lookUp(Vendor vendor)
 {
+    // Both extensions have the same functions; a driver may have the older one only.
     find(_getTextureHandle, vendor, "glGetTextureHandleARB", "glGetTextureHandleNV");
     find(_makeTextureHandleResident, vendor, "glMakeTextureHandleResidentARB",
          "glMakeTextureHandleResidentNV");
@@ -39,6 +40,7 @@ bool BindlessFunctions::isResident(quint64 handle) const
 
 void BindlessFunctions::makeResident(quint64 handle) const
 {
+    // GL reports an error for a handle that is resident already, which another user of the texture may have made so.
     if (handle != 0 && !isResident(handle)) {
         _makeTextureHandleResident(handle);
     }

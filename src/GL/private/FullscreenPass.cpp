@@ -41,6 +41,8 @@ void FullscreenPass::draw()
     _quad->draw(_program);
 }
 
+// The three states that hide or blend a fullscreen quad; the scissor and the viewport belong to the caller, whose target has
+// its own size.
 void FullscreenPass::setState()
 {
     glDisable(GL_BLEND);
@@ -48,6 +50,7 @@ void FullscreenPass::setState()
     glDepthMask(GL_FALSE);
 }
 
+// To the defaults of the library and not to saved values: a query in a frame waits for threaded drivers.
 void FullscreenPass::resetState()
 {
     glDepthMask(GL_TRUE);

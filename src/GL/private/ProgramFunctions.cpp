@@ -12,6 +12,7 @@ EntryPoint<PFNGLSHADERSTORAGEBLOCKBINDINGPROC> shaderStorageBlockBindingFunction
 
 void lookUpProgramBinary()
 {
+    // Found once, all contexts share it.
     if (getProgramBinaryFunction != nullptr) {
         return;
     }

@@ -23,6 +23,7 @@ void SlotHandles::create(SlotData &slot) const
 
 void SlotHandles::drop(SlotData &slot) const
 {
+    // A handle keeps its texture immutable, and a resident one keeps its memory: the slot gets a new texture next.
     _functions.makeNonResident(slot.bindlessHandle);
     slot.bindlessHandle = 0;
     slot.residentCount = 0;

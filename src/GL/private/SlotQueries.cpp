@@ -29,6 +29,7 @@ QVector<int> slotsByArea(const QVector<SlotData *> &allSlots, const QVector<int>
         return slot != nullptr ? slot->format.area() : 0;
     };
     QVector<int> sorted = indices;
+    // Stable, so that slots of the same size keep the order of their indices and placements can be repeated.
     std::stable_sort(sorted.begin(), sorted.end(), [&](int a, int b) { return area(a) > area(b); });
     return sorted;
 }

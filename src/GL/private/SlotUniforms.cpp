@@ -20,6 +20,7 @@ constexpr int kMapArraySize = 128; ///< elements; GL guarantees 256 of them for 
 
 SlotUniforms::SlotUniforms()
 {
+    // More slots than common scenes need, so that no bind of a frame allocates.
     _units.reserve(kReservedSlots);
     _handles.reserve(kReservedSlots);
 }
@@ -76,12 +77,15 @@ void SlotUniforms::uploadMap(const Locations &locations, const QVector<SlotLayer
         _mapTexture = new Texture(nullptr);
         _mapTexture->setTarget(GL_TEXTURE_1D);
         const AutoBinder binder(_mapTexture);
+        // Integer textures are incomplete with linear filters.
         glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
         glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     }
+    // Without a free texture unit the call below would change another texture.
     if (!_mapTexture->bind()) {
         return;
     }
+    // The table changes when a token finds its slot, which most frames do not do.
     if (_mapChanged) {
         glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA32I, elements, 0, GL_RGBA_INTEGER, GL_INT, data);
         _mapChanged = false;

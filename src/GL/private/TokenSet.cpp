@@ -10,6 +10,7 @@ bool TokenSet::isEmpty() const
 const TextureToken *TokenSet::find(const TextureToken &token) const
 {
     const auto number = _numbers.constFind(token);
+    // Two tables: by token for the search, by number for the order of insertion.
     return number != _numbers.constEnd() ? &*_tokens.constFind(*number) : nullptr;
 }
 
@@ -27,6 +28,7 @@ void TokenSet::remove(TextureToken token)
 {
     const auto number = _numbers.find(token);
     if (number != _numbers.end()) {
+        // The number is not used again: the order of the others must stay that of their insertion.
         _tokens.remove(*number);
         _numbers.erase(number);
     }

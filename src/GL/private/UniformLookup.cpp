@@ -19,6 +19,7 @@ int UniformLookup::operator()(const UniformName &name) const
     if (_program != nullptr) {
         return _program->getUniformLocation(name.text);
     }
+    // For name 0 GL would report an error.
     return _currentProgram != 0 ? glGetUniformLocation(_currentProgram, name.latin1) : -1;
 }
 
@@ -28,6 +29,7 @@ int RememberedUniform::in(const UniformLookup &locationOf)
     if (program == nullptr) {
         return locationOf(_name);
     }
+    // Not the address of the program: a new program may have it, with other locations.
     const quint64 link = linkNumberOf(*program);
     return link == _link && link != 0 ? _location : lookUp(locationOf);
 }
