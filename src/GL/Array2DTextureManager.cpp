@@ -96,15 +96,18 @@ void Array2DTextureManager::bind(ShaderProgram *program)
     if (!locations.any()) {
         return; // a program that samples by no token pays for the look-ups only
     }
+    // 1. Place and copy what is pending: both may change the slots, so that all uploads come after it.
     ++_bindDepth;
     updateSlots();
     if (_bindMode == BindModeBindless) {
         _handles->makeResident(_slots);
     }
+    // 2. Upload the table from tokens to layers.
     _uniforms->uploadMap(locations, _textureTokenToSlotLayerData);
     if (locations.slotArray < 0) {
         return;
     }
+    // 3. Connect the slots, by handles or by texture units.
     if (_bindMode == BindModeBindless) {
         _uniforms->uploadHandles(locations.slotArray, _slots);
     } else {
@@ -127,6 +130,7 @@ void Array2DTextureManager::unbind(ShaderProgram *program)
             slot->texture->unbind();
         }
     }
+    // In the reverse order of bind(), so that the texture units are free in the same order again.
     _uniforms->unbindMap(locations);
 }
 

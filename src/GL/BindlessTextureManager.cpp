@@ -78,6 +78,8 @@ TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
     if (known != _textureToToken.constEnd()) {
         return *known;
     }
+    // A handle freezes the texture. One that may still change is bound to a slot instead; see
+    // BindlessManagerTest.HandlesAreTheTokensOfWhatDoesNotChange.
     const TextureToken token = texture->isReadOnly() ? TextureToken(_bindless->handleOf(*texture))
                                                      : TextureToken(reserveToken().token | kSlotTokenMark);
     recordTexture(token, texture);

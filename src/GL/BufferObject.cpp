@@ -27,6 +27,7 @@ void lookUpEntryPoints()
 
 GLsizeiptr byteCount(int valueCount, unsigned long valueSize)
 {
+    // In 64 bits: more than 2 GB of values have a count that fits into an int.
     return GLsizeiptr(quint64(valueCount) * valueSize);
 }
 
@@ -84,6 +85,8 @@ bool BufferObject::create()
     return true;
 }
 
+// A bound buffer keeps its name: GL would remove the binding, and the state of the object would be wrong. See
+// BufferObjectTest.WrongOrdersAreReportedAndChangeNothing.
 bool BufferObject::destroy()
 {
     ZEL_ASSERT_RETURN(0u == this->_boBountTarget, false,
@@ -276,6 +279,7 @@ void BufferObject::useStorageBuffer(int size, int flags)
     _storage = true;
 }
 
+// By target only: glMapNamedBuffer() needs OpenGL 4.5.
 void *BufferObject::map(unsigned int access)
 {
     ZEL_ASSERT_RETURN(0u != this->_bo, nullptr, "Buffer Object is NULL on map");
@@ -320,6 +324,7 @@ quint64 BufferObject::memoryEstimateCPU() const
 
 quint64 BufferObject::memoryEstimateGPU() const
 {
+    // What was uploaded last; drivers do not report what they allocate.
     return _bo == 0 ? 0 : quint64(_valueCount) * _valueSize;
 }
 

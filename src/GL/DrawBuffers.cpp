@@ -110,6 +110,7 @@ bool DrawBuffers::isBaseInstanceDrawingSupported()
 
 void DrawBuffers::useBaseInstanceDrawing(bool use)
 {
+    // One flag for all units: the define of setup() has compiled it into the shaders.
     _useBaseInstance = use;
 }
 
@@ -240,6 +241,7 @@ bool DrawBuffers::unbind()
 bool DrawBuffers::rebind(DrawBuffers *drawBuffersBound)
 {
     ZEL_ASSERT_RETURN(!this->_vao.isNull(), false, "Vertex Array Object is NULL on rebind");
+    // Without the checks of bind(), which would report that the unit is bound.
     if (drawBuffersBound == this) {
         return true;
     }
@@ -266,6 +268,7 @@ bool DrawBuffers::willDraw(ShaderProgram *, const QVector<int> *commandIndices) 
         return _commandsCount != 0;
     }
     if (_commandsCount != 0) {
+        // An empty list selects nothing, a missing one everything.
         return commandIndices == nullptr || !commandIndices->isEmpty();
     }
     return _boIndex.isNull() ? _vertexCount != 0 : _indexCount != 0;
@@ -439,6 +442,7 @@ int DrawBuffers::numDrawCommands() const
 
 quint64 DrawBuffers::memoryEstimateCPU() const
 {
+    // A fixed estimate of the object, so that hosts see the same totals with every compiler.
     quint64 bytes = 184;
     bytes += _vao.isNull() ? 0 : _vao->memoryEstimateCPU();
     bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateCPU();

@@ -248,6 +248,8 @@ bool initializeGLDebugging()
 
 void *getGLProcAddress(const char *name, bool quiet)
 {
+    // An address does not prove that the driver has the function, since GLX may return a stub: callers test the extension or
+    // the version as well.
     void *address = reinterpret_cast<void *>(glXGetProcAddress(reinterpret_cast<const GLubyte *>(name)));
     if (address == nullptr && !quiet) {
         ZEL_LOG_DEBUG("Failed to obtain '%s'", name);

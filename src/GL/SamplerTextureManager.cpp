@@ -38,6 +38,7 @@ ZELGL_COLD_PATH void SamplerTextureManager::bindAll(const QList<TextureToken> &t
 {
     const QList<TextureToken> copy = tokens; // loading a texture may change the caller's list
     for (const TextureToken &token : copy) {
+        // A texture that finds no unit is left out: the others are drawn.
         Texture *texture = token == nullTextureToken ? nullptr : textureForToken(token);
         if (texture == nullptr || !texture->bind()) {
             continue;

@@ -200,6 +200,8 @@ void Texture::setSize(int level, int internalFormat, int width, int height, int 
     _maxLevel = maxLevelOf(width, height);
 }
 
+// A flag of the library for shared textures: changes are reported and made. See
+// TextureTest.AReadOnlyTextureReportsChangesAndMakesThem.
 void Texture::setReadOnly()
 {
     _readonly = true;
@@ -331,6 +333,7 @@ int Texture::getTexLevelParameteriv(int level, unsigned int pname) const
     ZEL_ASSERT_RETURN(0u != this->_textureID, -1, "Texutre is NULL on internalFormat()");
     ZEL_ASSERT_RETURN(0u != this->_target, -1, "Texture target is not set on internalFormat()");
     ZEL_ASSERT_RETURN(this->isBound(), -1, "Texture target is not bound");
+    // GL describes a cube map by its faces, which all have the same size.
     const GLenum image = _target == GL_TEXTURE_CUBE_MAP ? GL_TEXTURE_CUBE_MAP_POSITIVE_X : _target;
     GLint value = 0;
     glGetTexLevelParameteriv(image, level, pname, &value);

@@ -44,6 +44,8 @@ ZELGL_COLD_PATH void bindAsList(TextureManager &manager, const QVector<TextureTo
 
 } // namespace
 
+// Made at the first call, when a context is current: the driver decides the class. See
+// ManagerTest.TheProcessWideManagerIsBindlessWhereTheDriverIs.
 TextureManager *TextureManager::Instance()
 {
     if (instance == nullptr) {
@@ -53,6 +55,7 @@ TextureManager *TextureManager::Instance()
         } else {
             ZEL_BARE_DEBUG("SamplerTextureManager");
             instance = new SamplerTextureManager;
+            // 16 texture units are guaranteed: eight are left to environment maps, shadow maps and instance data.
             instance->setMaxSlots(8);
         }
     }

@@ -202,6 +202,8 @@ void TexturePool::printSummary()
     }
 }
 
+// Every field: a host draws to the texture without asking for its size again; see
+// TexturePoolTest.KeysDifferInEveryFieldAndFoldToTheirHash.
 bool operator==(const TexturePool::Key &left, const TexturePool::Key &right)
 {
     return left.format == right.format && left.width == right.width && left.height == right.height

@@ -64,6 +64,7 @@ UBOContextData &makePoints(std::optional<UBOContextData> &made, unsigned int tar
     UBOContextData &points = made.emplace();
     points.target = target;
     points.maxBindings = maxBindingsOf(target);
+    // By point, as glBindBuffersBase() reads a range of names.
     points.bufferIDs.assign(size_t(std::max(points.maxBindings, 0)), 0);
     points.availableBindings.fill(points.maxBindings);
     points._boundUniformBufferObjectCounts.reserve(points.maxBindings); // each buffer in use holds a point

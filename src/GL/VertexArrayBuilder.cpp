@@ -180,6 +180,7 @@ const float *VertexArrayBuilder::getNormalData() const
 
 const float *VertexArrayBuilder::getVertexAttribData(unsigned index) const
 {
+    // A query makes no stream, unlike a push: null means that the index is unused.
     const auto attrib = _vertexAttribs.constFind(index);
     return attrib == _vertexAttribs.constEnd() ? nullptr : attrib->getData();
 }

@@ -199,6 +199,7 @@ void VertexArrayObject::registerBO(const QString &name, QSharedPointer<BufferObj
     attribute._normalized = normalized;
     attribute._stride = stride;
     attribute._offset = offset;
+    // An unsupported type is stored too: GL may accept it, and the message has named it.
     _attributesData.insert(name, attribute);
     dirtyAttributeName(name);
 }

@@ -9,6 +9,7 @@
 namespace Orvane { namespace Zel {
 
 FullscreenPass::FullscreenPass()
+    // The pass shares the quad, so that resetContext() during the pass does not delete it.
     : _quad(OpenGLDeviceContext::current()->fullscreenQuad())
 {
 }

@@ -28,6 +28,8 @@ int SamplerSlots::acquire(int unit)
         ++_slotRefCounts[slot];
         return slot;
     }
+    // A released slot is used again before the list grows: the length of the list is the number of samplers that a shader
+    // needs. See SamplerSlotsTest.SlotsAreSharedCountedAndUsedAgain.
     slot = _slotRefCounts.indexOf(0);
     if (slot >= 0) {
         _slotUnits[slot] = unit;

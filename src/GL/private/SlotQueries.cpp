@@ -46,6 +46,8 @@ int bestSimilarSlot(const QVector<SlotData *> &allSlots, const SlotFormat &forma
             continue;
         }
         const unsigned int score = candidate->getFormatDeltaScore(format, method);
+        // Of equal scores the first slot wins, so that the same requests give the same placement; see
+        // TexturePlacementTest.RandomPlacementsFollowTheModelStepByStep.
         if (score < bestScore) {
             bestScore = score;
             best = i;
@@ -60,6 +62,7 @@ int largestSlot(const QVector<SlotData *> &allSlots)
     int largest = -1;
     for (int i = 0; i < allSlots.size(); ++i) {
         const SlotFormat &format = allSlots.at(i)->format;
+        // Of equal areas the last slot wins; see the same test.
         if (format.isUsed() && format.area() >= largestArea) {
             largestArea = format.area();
             largest = i;

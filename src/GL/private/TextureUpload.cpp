@@ -103,6 +103,7 @@ quint64 sum(quint64 a, quint64 b)
 
 } // namespace
 
+// Saved and restored, since the host may rely on its value: it is state of the context, not of a texture.
 UnpackAlignment::UnpackAlignment(int alignment)
     : _saved(integerFromGL(GL_UNPACK_ALIGNMENT))
 {
@@ -114,6 +115,7 @@ UnpackAlignment::~UnpackAlignment()
     glPixelStorei(GL_UNPACK_ALIGNMENT, _saved);
 }
 
+// An error of an earlier call of the host would count as a failure of the upload.
 void clearPendingGLErrors()
 {
     constexpr int kMaxErrors = 10; // a lost context has an error at every query
