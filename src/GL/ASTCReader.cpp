@@ -134,11 +134,13 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     if (_header == nullptr || size < kHeaderSize) {
         return nullptr;
     }
+    // 1. All blocks follow the header in one piece; a header alone is passed to GL with no data.
     const quint64 dataSize = size - kHeaderSize;
     const unsigned char *data = _memory->map(kHeaderSize, dataSize);
     if (data == nullptr && dataSize != 0) {
         return nullptr;
     }
+    // 2. The texture, uploaded as it is: GL decodes the blocks, or refuses formats that the driver lacks.
     std::unique_ptr<Texture> bound = newBoundTexture(GL_TEXTURE_2D);
     if (!bound) {
         return nullptr;
@@ -153,6 +155,7 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     if (data != nullptr) {
         _memory->unmap(data);
     }
+    // 3. The range of the values, after the mapping has ended.
     RemapColorRange(texture, info.lowValue, info.highValue);
     return texture; // required: no check for GL errors; see ASTCReaderTest.WhatGLRefusesIsLeftToItsDebugOutput
 }

@@ -295,14 +295,18 @@ SlotLayerData Array2DTextureManager::findSlotLayer(const SlotFormat &format, int
         return SlotLayerData();
     }
     // Exact and empty slots first, since the other two scale textures, which loses detail.
+    // 1. A free layer of a slot with the same format and size.
     const SlotFormat aligned = alignedSlotFormat(format);
     SlotLayerData place = placeExactly(aligned, layerCount);
+    // 2. A slot without storage, which takes the format.
     if (!place.isValid()) {
         place = placeInUnusedSlot(aligned, layerCount);
     }
+    // 3. A free layer of a slot with another size.
     if (!place.isValid()) {
         place = placeScaled(format, aligned, layerCount);
     }
+    // 4. The slot that is freed when the contents of two slots move into one.
     if (!place.isValid()) {
         place = placeByMerging(aligned, layerCount);
     }
@@ -435,6 +439,7 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
     if (!hasEntry(token) || !entry(token).isValid() || entry(token).isUDIMSet()) {
         return true;
     }
+    // 1. The texture, loaded now if need be; a patch shares the texture of its set's token.
     Texture *texture = textureForToken(token);
     if (texture == nullptr && _udimPatchToToken.contains(token)) {
         texture = textureForToken(_udimPatchToToken.value(token));
@@ -442,6 +447,7 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
     if (texture == nullptr) {
         return false;
     }
+    // 2. The target.
     const SlotLayerData place = entry(token); // read after the load, which may have grown the table
     const SlotData *slot = slotAt(_slots, static_cast<int>(place.slot));
     if (slot == nullptr) {
@@ -449,6 +455,7 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
     }
     _handles->queryResidency(*slot); // required, though the result is unused
     glFlush();
+    // 3. The size and levels of the source, which GL returns for bound textures only.
     SlotSource source;
     {
         const AutoBinder binder(texture);
@@ -462,6 +469,7 @@ bool Array2DTextureManager::blitTokenToTextureSlot(const TextureToken &token)
                         static_cast<const void *>(this), source.width, source.height);
         return false;
     }
+    // 4. The copy, layer by layer, scaled if the sizes differ.
     SlotCopier copier;
     for (int i = 0; i < layerCount(token); ++i) {
         copier.copyLayer(texture, i, source.lastLevel, *slot, static_cast<int>(place.layer) + i);

@@ -378,6 +378,7 @@ void KTXReader::setSampling(qint32 anisotropy) const
 
 KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &source) const
 {
+    // 1. The base level, whose size is checked before GL sees it: workaround "sizes far above the limit".
     Level level = {0, internalFormat(srgb), width(), height(), depth(), 0};
     texture.setSize(0, static_cast<int>(level.internalFormat), static_cast<int>(level.width),
                     static_cast<int>(level.height), static_cast<int>(level.depth));
@@ -386,6 +387,7 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
     if (std::max({level.width, level.height, usedDepth}) > longestTextureSide()) {
         return eCutOff;
     }
+    // 2. Each level: a word with its size, then its images. A file that ends early keeps the levels before its end.
     const quint32 levels = std::max(mipmapLevels(), 1u); // a file without levels still has its base level
     for (quint32 number = 0; number < levels; ++number) {
         checkInterruptionRequestAndSleep();
@@ -399,6 +401,7 @@ KTXReader::Upload KTXReader::uploadLevels(Texture &texture, bool srgb, Source &s
         if (!uploadLevel(level, source)) {
             return eCutOff;
         }
+        // 3. The size of the next level follows from this one: the file does not contain it.
         level.width = halved(level.width);
         level.height = halved(level.height);
         level.depth = halved(level.depth);

@@ -115,6 +115,7 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
         samples = maxSamples;
     }
 
+    // 1. A new texture, when none of these properties is free.
     const Key key(format, width, height, depth, samples);
     const auto waiting = _free.find(key);
     if (waiting == _free.end()) {
@@ -122,7 +123,7 @@ Texture *TexturePool::take(TextureFormat format, int width, int height, int dept
         _textures.insert(texture, {key, hasStorage, 1});
         return texture;
     }
-    // By address, so that the choice does not depend on the order of the releases.
+    // 2. Otherwise a free one, chosen by address, so that the choice does not depend on the order of the releases.
     std::sort(waiting->begin(), waiting->end(), std::less<Texture *>());
     Texture *texture = waiting->takeLast();
     if (waiting->isEmpty()) {

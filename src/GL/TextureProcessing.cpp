@@ -194,6 +194,7 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
     if (source == nullptr || !source->bind()) {
         return nullptr;
     }
+    // 1. What the copy has in common with the source, read while the source is bound.
     const unsigned int target = source->target();
     const int width = source->width(level);
     const int height = source->height(level);
@@ -217,6 +218,7 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
         return nullptr;
     }
 
+    // 2. The copy, with the parameters of the source and without its pixels.
     std::unique_ptr<Texture> copy = newBoundTexture(target);
     if (!copy) {
         return nullptr;
@@ -274,6 +276,7 @@ void BlitTexture(const Texture *source, const Texture *target, TextureFormat for
     if (source == nullptr || target == nullptr) {
         return;
     }
+    // 1. Which part of a framebuffer the format belongs to.
     GLenum attachment = GL_COLOR_ATTACHMENT0;
     GLbitfield mask = GL_COLOR_BUFFER_BIT;
     switch (ExternalFormat(format)) {
@@ -289,7 +292,7 @@ void BlitTexture(const Texture *source, const Texture *target, TextureFormat for
         break;
     }
 
-    // Plain GL calls below, because attach() takes no const texture.
+    // 2. A framebuffer for each side. Plain GL calls, because attach() takes no const texture.
     const FramebufferObject readFramebuffer(nullptr);
     const FramebufferObject drawFramebuffer(nullptr);
     const AutoDisabler scissorTest(GL_SCISSOR_TEST); // the only test that clips a blit
@@ -297,12 +300,13 @@ void BlitTexture(const Texture *source, const Texture *target, TextureFormat for
          {std::pair(&readFramebuffer, source), std::pair(&drawFramebuffer, target)}) {
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer->getFBO());
         glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, texture->target(), texture->textureID(), 0);
-        if (attachment
-            != GL_COLOR_ATTACHMENT0) { // before OpenGL 4.1 a missing colour image makes it incomplete
+        // Before OpenGL 4.1 a missing colour image makes it incomplete.
+        if (attachment != GL_COLOR_ATTACHMENT0) {
             glDrawBuffer(GL_NONE);
             glReadBuffer(GL_NONE);
         }
     }
+    // 3. The copy; the draw side is still bound to both targets.
     glBindFramebuffer(GL_READ_FRAMEBUFFER, readFramebuffer.getFBO());
     glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
     glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, source->target(), 0, 0);

@@ -176,6 +176,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     const unsigned int bufferObjectID = _bufferObject->getBO();
     const int index = blockIndex(program, target);
 
+    // 1. A buffer that is bound already keeps its point.
     auto &uses = uboContextData._boundUniformBufferObjectCounts;
     // By name of the buffer, not by block: several blocks of a program, and several programs, share one point; see
     // UniformBufferObjectTest.ABufferHoldsItsPointUntilItsLastUserIsGone.
@@ -187,7 +188,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
         return true;
     }
 
-    // The program still has the point of its last bind, which saves a glUniformBlockBinding().
+    // 2. A free point. The program still has the point of its last bind, which saves a glUniformBlockBinding().
     const unsigned int previous =
         index >= 0 ? program->getTypeBlockBinding(target, unsigned(index)) : kInvalidBinding;
     const bool takesPrevious =
@@ -201,7 +202,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     uses.insert(bufferObjectID, binding);
     uboContextData.bufferIDs[binding] = bufferObjectID;
 
-    // In a batch only the point is recorded: one call binds all of them at the flush; see
+    // 3. The bind. In a batch only the point is recorded: one call binds all of them at the flush; see
     // UniformBufferObjectTest.ABatchIsOneCallForEachKind.
     if (uboContextData.batchFirst == -1) {
         ZEL_ASSERT(_bufferObject->valueCount() * _bufferObject->valueSize() != 0,
@@ -211,6 +212,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     } else {
         recordInBatch(uboContextData, binding);
     }
+    // 4. The block of the program, unless it has this point from before.
     if (index >= 0 && !takesPrevious) {
         program->setTypeBlockBinding(target, unsigned(index), binding);
     }

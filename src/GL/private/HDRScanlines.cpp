@@ -233,8 +233,10 @@ HDRScanlines::Outcome HDRScanlines::decodePlane(unsigned char *plane)
         if (available == 0) {
             return eTruncated;
         }
+        // 1. A code, which is the length of what follows: above 128 a run of one byte, otherwise bytes as they are.
         const quint64 code = *cursor;
         if (code > 128) {
+            // 2. A run must fit into the scanline.
             const quint64 count = code - 128;
             if (width < x + count) {
                 _overlongRun = {static_cast<unsigned int>(x), static_cast<unsigned int>(x + count)};
@@ -247,6 +249,7 @@ HDRScanlines::Outcome HDRScanlines::decodePlane(unsigned char *plane)
             cursor += 2;
             x += count;
         } else {
+            // 3. Bytes are cut at the end of the scanline.
             const quint64 count = std::min(code, width - x);
             if (available >= kMaxOperationBytes) {
                 copyInChunks(plane + x, cursor + 1, count);

@@ -66,13 +66,14 @@ void SlotUniforms::uploadMap(const Locations &locations, const QVector<SlotLayer
 {
     const int elements = kElementsPerToken * map.size();
     const auto *data = reinterpret_cast<const GLint *>(map.constData());
-    // Uniforms belong to the program, so the array is set at each bind; the texture is shared by all programs.
+    // 1. The array of uniforms. Uniforms belong to the program, so the array is set at each bind; the texture is shared by all programs.
     if (locations.mapArray >= 0) {
         glUniform4iv(locations.mapArray, std::min(elements, kMapArraySize), data);
     }
     if (locations.mapTexture < 0) {
         return;
     }
+    // 2. The texture, made once for all programs.
     if (_mapTexture == nullptr) {
         _mapTexture = new Texture(nullptr);
         _mapTexture->setTarget(GL_TEXTURE_1D);
@@ -85,7 +86,7 @@ void SlotUniforms::uploadMap(const Locations &locations, const QVector<SlotLayer
     if (!_mapTexture->bind()) {
         return;
     }
-    // The table changes when a token finds its slot, which most frames do not do.
+    // 3. Its texels. The table changes when a token finds its slot, which most frames do not do.
     if (_mapChanged) {
         glTexImage1D(GL_TEXTURE_1D, 0, GL_RGBA32I, elements, 0, GL_RGBA_INTEGER, GL_INT, data);
         _mapChanged = false;
