@@ -290,7 +290,7 @@ void GPUModel::sortDrawablesByFlags()
         return;
     }
     // Required: only clear() resets _flagsDirty. Sorting again is harmless because the sort is stable; see
-    // GPUModelDrawTest.EachFormOfADrawTakesItsDrawables, which sorts twice.
+    // GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables, which sorts twice.
     std::stable_sort(_drawables.begin(), _drawables.end(), &GPUModel::flagsLessThan);
     // Required: the lists by material and the references by name keep their numbers, which are read as positions; see
     // GPUModelTest.FlagsNamesAndAncestorsReachTheirDrawables.

@@ -75,7 +75,7 @@ struct DrawRequest
 ///
 /// Host code that runs meanwhile (a texture manager, a reader of images, a message handler) may change the model: the draw does
 /// not see it, and what clear() and set() remove is deleted after the last running draw; see
-/// GPUModelDrawTest.WhatHostCodeDoesToTheModelDuringADrawCountsFromTheNextOn.
+/// GPUModelTest.HostCodeMayChangeTheModelAndTheContextDuringADraw.
 class GPUModel::DrawPass
 {
     Q_DISABLE_COPY(DrawPass)

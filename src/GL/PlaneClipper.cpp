@@ -31,7 +31,7 @@ struct Sides
 };
 
 /// Whether the edge between two points crosses the plane. A point on the plane belongs to the result as it is: a crossing
-/// there would repeat it, see PlaneClipperTest.CrossingsStandBetweenInsideAndOutsideAndNeverOnAPlane.
+/// there would repeat it, see PlaneClipperTest.AMillionRandomClipsAreThoseOfTheDefinitionAndCheap.
 bool isCrossing(float current, float previous)
 {
     return current != 0.0f && previous != 0.0f && (current < 0.0f) != (previous < 0.0f);

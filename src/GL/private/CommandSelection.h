@@ -9,7 +9,7 @@ namespace Orvane { namespace Zel {
 ///
 /// Host code that runs during the draw may change the model. The selection reads the transforms and boxes as they were at the
 /// start: its containers share their memory with the model's until the model changes, and then the model gets the copy; see
-/// GPUModelDrawTest.WhatHostCodeDoesToTheModelDuringADrawCountsFromTheNextOn. The lists are the model's, borrowed for the draw,
+/// GPUModelTest.HostCodeMayChangeTheModelAndTheContextDuringADraw. The lists are the model's, borrowed for the draw,
 /// so that a frame allocates nothing for them; a draw within the draw has lists of its own.
 ///
 /// Context: none. The model must outlive the selection.

@@ -19,7 +19,7 @@ namespace Orvane { namespace Zel {
 /// scene rows in benchmarks/README.md.
 ///
 /// Context: that of the bound objects. It is held, and the current program remembered, except with a texture manager of a class
-///          of the host, whose code may change both; see GPUModelDrawTest.AManagerOfTheHostMayVisitAnotherContextMeanwhile.
+///          of the host, whose code may change both; see GPUModelTest.HostCodeMayChangeTheModelAndTheContextDuringADraw.
 /// Private to the library; a part of GPUModel's draws.
 class DrawBindings
 {
@@ -73,7 +73,7 @@ private:
             return;
         }
         // The manager is bound again even if it is the same: only this sends the tokens of a new collection to the shader; see
-        // GPUModelDrawTest.AWalkMakesTheCallsOfWhatDiffersAndLeavesNothingBound.
+        // GPUModelTest.ARandomSceneIsCulledAndDrawnAsPlainListsAre.
         if (_boundManager != nullptr) {
             _boundManager->unbind(_program);
         }
@@ -100,7 +100,7 @@ private:
     }
 
     /// Returns false if no draw unit is bound. If \a wanted cannot be bound, the one before stays in use. That is required; see
-    /// GPUModelDrawTest.EachFormOfADrawTakesItsDrawables.
+    /// GPUModelTest.EachFormOfADrawTakesItsDrawables.
     bool bindBuffers(DrawBuffers &wanted)
     {
         if (&wanted != _drawBuffers && wanted.rebind(_drawBuffers)) {
