@@ -25,59 +25,41 @@ struct Counted : Bindable
     int unbound = 0;
 };
 
-bool isBlending()
-{
-    return driver()->glIsEnabled(GL_BLEND) == GL_TRUE;
-}
-
 template <typename Scope> void expectScope(bool before, bool inside)
 {
-    before ? glEnable(GL_BLEND) : glDisable(GL_BLEND);
+    (before ? glEnable : glDisable)(GL_BLEND);
     Taps<&glIsEnabled, &glEnable, &glDisable> calls;
     {
         const Scope scope(GL_BLEND);
-        EXPECT_EQ(inside, isBlending());
+        EXPECT_EQ(inside, driver()->glIsEnabled(GL_BLEND));
     }
-    EXPECT_EQ(before, isBlending());
+    EXPECT_EQ(before, driver()->glIsEnabled(GL_BLEND));
     EXPECT_EQ(1u, calls.of<&glIsEnabled>().count());
     EXPECT_EQ(size_t(inside) + size_t(before), calls.of<&glEnable>().count());
-    EXPECT_EQ(3u, calls.count()) << "a call at either end, even where nothing changes";
+    EXPECT_EQ(3u, calls.count()) << "a call at either end, even if nothing changes";
 }
 
 } // namespace
 
-TEST_F(AutoBinderTest, AScopeUnbindsWhatItBoundAndNothingElse)
+TEST_F(AutoBinderTest, AScopeUnbindsWhatItBoundAndKeepsNothingAlive)
 {
-    Counted willing;
+    QSharedPointer<Counted> willing(new Counted);
     Counted unwilling;
     unwilling.binds = false;
     {
-        const AutoBinder first(&willing);
+        const AutoBinder first{QSharedPointer<Bindable>(willing)};
         const AutoBinder second(&unwilling);
-        EXPECT_EQ(1, willing.bound);
-        EXPECT_EQ(1, unwilling.bound);
-        EXPECT_EQ(0, willing.unbound);
-    }
-    EXPECT_EQ(1, willing.unbound);
-    EXPECT_EQ(0, unwilling.unbound);
-    EXPECT_EQ(1, willing.bound);
-}
-
-TEST_F(AutoBinderTest, ASharedPointerIsBoundButNotKeptAliveAndNullIsReported)
-{
-    QSharedPointer<Counted> object(new Counted);
-    const QWeakPointer<Counted> weak = object;
-    {
-        const AutoBinder scope{QSharedPointer<Bindable>(object)};
         const AutoBinder none(static_cast<Bindable *>(nullptr));
-        const AutoBinder noneShared{QSharedPointer<Bindable>()};
-        EXPECT_EQ(1, object->bound);
+        EXPECT_EQ(1, willing->bound);
+        EXPECT_EQ(1, unwilling.bound);
+        EXPECT_EQ(0, willing->unbound);
+        EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object");
     }
-    EXPECT_EQ(1, object->unbound);
-    object.reset();
+    EXPECT_EQ(1, willing->unbound);
+    EXPECT_EQ(0, unwilling.unbound);
+    const QWeakPointer<Counted> weak = willing;
+    willing.reset();
     EXPECT_TRUE(weak.isNull());
-    const char *const report = "debug AutoBinder tried to bind NULL object";
-    EXPECT_MESSAGES(report, report);
 }
 
 TEST_F(CapabilityScopeTest, TheEarlierStateComesBack)

@@ -1,5 +1,6 @@
 #include "support/FakeLoader.h"
 #include "support/GLFixture.h"
+#include "support/Reported.h"
 #include "support/Tap.h"
 #include "support/TestBuffer.h"
 
@@ -12,19 +13,28 @@ using namespace Orvane::Zel;
 
 namespace {
 
-const AssertionsOf asserted("BufferObject.cpp");
-const float kThree[] = {1.0f, 2.0f, 3.0f};
-const char *const kNoValues = "Buffer Object needs more and 0 values during upload";
+const std::vector<float> kThree = {1.0f, 2.0f, 3.0f};
+
+testing::AssertionResult reported(const QString &lines)
+{
+    return reported("BufferObject.cpp", lines);
+}
 
 class BufferObjectTest : public GLTest
 {
 protected:
-    void expectStorage(BufferObject &buffer)
+    static bool upload(BufferObject &buffer, int count = 3)
     {
+        return buffer.upload(kThree.data(), count, GL_STATIC_DRAW);
+    }
+
+    static void expectStorage(BufferObject &buffer)
+    {
+        buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
         EXPECT_FALSE(buffer.isBindNeededForUpload());
         EXPECT_EQ(0u, buffer.memoryEstimateGPU());
-        EXPECT_TRUE(buffer.uploadArbitraryData(kThree, 3, GL_STATIC_DRAW, 4));
-        EXPECT_EQ((std::vector<float>{1.0f, 2.0f, 3.0f}), contentsOf<float>(buffer, 3));
+        EXPECT_TRUE(buffer.uploadArbitraryData(kThree.data(), 3, GL_STATIC_DRAW, 4));
+        EXPECT_EQ(kThree, contentsOf<float>(buffer, 3));
         EXPECT_EQ(12u, buffer.memoryEstimateGPU());
     }
 
@@ -33,93 +43,89 @@ protected:
 
 } // namespace
 
-TEST_F(BufferObjectTest, CountsWhatLivesAndWhatItOwns)
-{
-    BufferObject owner(nullptr);
-    {
-        const BufferObject wrapper(owner.getBO(), nullptr);
-        EXPECT_EQ(owner.getBO(), wrapper.getBO());
-        EXPECT_EQ(2, BufferObject::NumAlive());
-        EXPECT_EQ(1, BufferObject::NumAliveManaged());
-    }
-    EXPECT_EQ(1, BufferObject::NumAlive());
-    EXPECT_EQ(1, ledger().alive(GLLedger::eBuffer)) << "a wrapper must not delete the name";
-    EXPECT_EQ(96u, owner.memoryEstimateCPU());
-    EXPECT_EQ(0u, owner.memoryEstimateGPU());
-}
-
 TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
 {
     auto buffer = std::make_unique<BufferObject>(nullptr);
     GLuint name = buffer->getBO();
-    EXPECT_TRUE(asserted.refused(
-        {{buffer->create(), "0u == this->_bo", "Buffer Object is not NULL on create"},
-         {buffer->bind(), "0u != this->_target", "Buffer Object's target is not set when bind() is called"},
-         {buffer->unbind(), "0u != this->_boBountTarget", "Buffer Object is not bound on unbind"},
-         {buffer->map(GL_READ_ONLY) != nullptr, "0u != this->_boBountTarget",
-          "Buffer Object is not bound on map"}}));
-
+    EXPECT_FALSE(buffer->create() || buffer->bind() || buffer->unbind() || buffer->map(GL_READ_ONLY));
+    EXPECT_TRUE(reported(R"(
+0u == this->_bo: Buffer Object is not NULL on create
+0u != this->_target: Buffer Object's target is not set when bind() is called
+0u != this->_boBountTarget: Buffer Object is not bound on unbind
+0u != this->_boBountTarget: Buffer Object is not bound on map)"));
     buffer->setTarget(GL_ARRAY_BUFFER);
     ASSERT_TRUE(buffer->bind());
-    const QString destroyed = "Buffer Object is already bound on destroy to target 34962";
-    EXPECT_TRUE(asserted.refused({{buffer->bind(), "0u == this->_boBountTarget",
-                                   "Buffer Object is already bound on bind to target 34962"},
-                                  {buffer->destroy(), "0u == this->_boBountTarget", destroyed}}));
+    EXPECT_FALSE(buffer->bind() || buffer->destroy());
     EXPECT_EQ(GLint(name), integerOf(GL_ARRAY_BUFFER_BINDING));
     buffer.reset(); // leaks its name: the ledger would report a second delete
-    EXPECT_MESSAGES(asserted("0u == this->_boBountTarget", destroyed));
+    EXPECT_TRUE(reported(R"(
+0u == this->_boBountTarget: Buffer Object is already bound on bind to target 34962
+0u == this->_boBountTarget: Buffer Object is already bound on destroy to target 34962
+0u == this->_boBountTarget: Buffer Object is already bound on destroy to target 34962)"));
+
+    const BufferObject owner(nullptr);
+    buffer = std::make_unique<BufferObject>(name, nullptr);
+    EXPECT_EQ(2, BufferObject::NumAlive());
+    EXPECT_EQ(1, BufferObject::NumAliveManaged());
+    buffer.reset();
+    EXPECT_EQ(1, BufferObject::NumAlive());
+    EXPECT_EQ(2, ledger().alive(GLLedger::eBuffer)) << "a wrapper must not delete the name";
+    EXPECT_EQ(96u, owner.memoryEstimateCPU());
     glDeleteBuffers(1, &name);
 }
 
-TEST_F(BufferObjectTest, WithoutANameEveryUseIsReportedInItsOwnWords)
+TEST_F(BufferObjectTest, WithoutANameEveryUseIsReported)
 {
     BufferObject buffer(0, nullptr);
     Tap<&glUnmapBuffer> unmaps;
     unmaps.replace([](GLenum) { return GLboolean(GL_FALSE); });
     EXPECT_TRUE(buffer.destroy());
-    EXPECT_TRUE(asserted.refused(
-        {{buffer.bind(), "0u != this->_bo", "Buffer Object is NULL on bind"},
-         {buffer.unbind(), "0u != this->_bo", "Buffer Object is NULL on unbind"},
-         {buffer.upload(kThree, 3, GL_STATIC_DRAW), "0u != this->_bo", "Buffer Object is NULL on upload"},
-         {buffer.subUpload(kThree, 3, 0), "0u != this->_bo", "Buffer Object is NULL on upload"},
-         {buffer.map(GL_READ_ONLY) != nullptr, "0u != this->_bo", "Buffer Object is NULL on map"}}));
-
-    EXPECT_FALSE(buffer.unmap());
+    EXPECT_FALSE(buffer.bind() || buffer.unbind() || upload(buffer) || buffer.subUpload(kThree.data(), 3, 0)
+                 || buffer.map(GL_READ_ONLY) || buffer.unmap());
     EXPECT_EQ(1u, unmaps.count()) << "an unmap is attempted even on a doubtful object";
-    EXPECT_MESSAGES(
-        asserted("0u != this->_bo", "Buffer Object is NULL on map"),
-        asserted("0u != this->_boBountTarget", "Buffer Object is not bound on unmap"),
-        asserted("0u != this->_target", "Buffer Object's target is not set when unmap() is called"));
+    EXPECT_TRUE(reported(R"(
+0u != this->_bo: Buffer Object is NULL on bind
+0u != this->_bo: Buffer Object is NULL on unbind
+0u != this->_bo: Buffer Object is NULL on upload
+0u != this->_bo: Buffer Object is NULL on upload
+0u != this->_bo: Buffer Object is NULL on map
+0u != this->_bo: Buffer Object is NULL on map
+0u != this->_boBountTarget: Buffer Object is not bound on unmap
+0u != this->_target: Buffer Object's target is not set when unmap() is called)"));
 }
 
-TEST_F(BufferObjectTest, IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame)
+TEST_F(BufferObjectTest, EitherSetterTakesEitherKindOfTargetAndReportsTheWrongKind)
 {
     BufferObject buffer(nullptr);
+    const GLuint name = buffer.getBO();
     buffer.setTarget(GL_UNIFORM_BUFFER);
-    ASSERT_TRUE(buffer.bind());
-    ASSERT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
-    ASSERT_TRUE(buffer.unbind());
+    ASSERT_TRUE(buffer.bind() && upload(buffer) && buffer.unbind());
     buffer.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 0, 0, 4);
     EXPECT_MESSAGES();
     buffer.setTarget(GL_ATOMIC_COUNTER_BUFFER);
     EXPECT_EQ(GLenum(GL_ATOMIC_COUNTER_BUFFER), buffer.target());
     buffer.setIndexedTarget(GL_UNIFORM_BUFFER, 5, 0, 12);
-    EXPECT_EQ(GLenum(GL_UNIFORM_BUFFER), buffer.target());
     EXPECT_MESSAGES(
         "critical [BufferObject.cpp:#] Cannot use setTarget() for indexed buffer object such as "
         "GL_UNIFORM_BUFFER. Use setIndexedTarget() instead.",
         "critical [BufferObject.cpp:#] Cannot use setIndexedTarget() for non-indexed buffer object such as "
         "GL_ARRAY_BUFFER. Use setTarget() instead.");
+    EXPECT_TRUE(buffer.isBindNeededForUpload());
 
     Tap<&glBindBufferRange> ranges;
-    ASSERT_TRUE(buffer.bind());
-    ASSERT_TRUE(buffer.unbind());
-    EXPECT_EQ((std::vector<decltype(ranges)::Call>{{GL_UNIFORM_BUFFER, 5, buffer.getBO(), 0, 12},
+    Tap<&glBindBuffer> binds;
+    ASSERT_TRUE(buffer.bind() && buffer.unbind());
+    EXPECT_EQ((std::vector<decltype(ranges)::Call>{{GL_UNIFORM_BUFFER, 5, name, 0, 12},
                                                    {GL_UNIFORM_BUFFER, 0, 0, 0, 0}}),
               ranges.calls());
     GLint bound = -1;
     driver()->glGetIntegeri_v(GL_UNIFORM_BUFFER_BINDING, 5, &bound);
-    EXPECT_EQ(GLint(buffer.getBO()), bound) << "where it was bound it stays";
+    EXPECT_EQ(GLint(name), bound) << "the range stays bound";
+    buffer.setTarget(GL_COPY_READ_BUFFER);
+    ASSERT_TRUE(buffer.bind() && buffer.unbind());
+    EXPECT_EQ((std::vector<decltype(binds)::Call>{{GL_COPY_READ_BUFFER, name}, {GL_COPY_READ_BUFFER, 0}}),
+              binds.calls());
+    EXPECT_EQ(2u, ranges.count());
 }
 
 TEST_F(BufferObjectTest, EveryUploadFillsABoundObjectByTargetAndAnUnboundOneByName)
@@ -147,14 +153,15 @@ TEST_F(BufferObjectTest, EveryUploadFillsABoundObjectByTargetAndAnUnboundOneByNa
     EXPECT_EQ(3, buffer.valueCount());
     EXPECT_EQ(2u, buffer.valueSize());
     EXPECT_TRUE(buffer.uploadArbitraryData("abcdefghi", 3, GL_DYNAMIC_DRAW, 3));
+    EXPECT_EQ('i', contentsOf<char>(buffer, 9).back());
+    EXPECT_FALSE(upload(buffer, 0) || upload(buffer, -1)
+                 || buffer.uploadArbitraryData("", 3, GL_STATIC_DRAW, 0));
     EXPECT_EQ(9u, buffer.memoryEstimateGPU());
     EXPECT_EQ(2u, byTarget.count());
-
-    EXPECT_TRUE(asserted.refused({{buffer.upload(kThree, 0, GL_STATIC_DRAW), "0 != valueCount", kNoValues},
-                                  {buffer.upload(kThree, -1, GL_STATIC_DRAW), "0 < valueCount", kNoValues},
-                                  {buffer.uploadArbitraryData("abc", 3, GL_STATIC_DRAW, 0), "0 != valueSize",
-                                   "Buffer Object needs more and 0 value size during upload"}}));
-    EXPECT_EQ(9u, buffer.memoryEstimateGPU());
+    EXPECT_TRUE(reported(R"(
+0 != valueCount: Buffer Object needs more and 0 values during upload
+0 < valueCount: Buffer Object needs more and 0 values during upload
+0 != valueSize: Buffer Object needs more and 0 value size during upload)"));
 }
 
 TEST_F(BufferObjectTest, SubUploadEndsExactlyAtTheEnd)
@@ -162,21 +169,23 @@ TEST_F(BufferObjectTest, SubUploadEndsExactlyAtTheEnd)
     BufferObject buffer(nullptr);
     buffer.setTarget(GL_ARRAY_BUFFER);
     const QVector<float> two{8.0f, 9.0f};
-    EXPECT_TRUE(asserted.refused(
-        {{buffer.subUpload(two, 0), "0u != this->_boBountTarget", "Buffer Object is not bound on upload"}}));
+    EXPECT_FALSE(buffer.subUpload(two, 0));
     const AutoBinder binder(&buffer);
-    ASSERT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
-    EXPECT_TRUE(buffer.subUpload(two, 1));
-    for (const int tooFar : {2, std::numeric_limits<int>::max()}) {
-        EXPECT_TRUE(asserted.refused({{buffer.subUpload(two, tooFar), "offset + valueCount <= _valueCount",
-                                       "Buffer Object is not large enough to hold data"}}));
-    }
-    EXPECT_TRUE(asserted.refused({{buffer.subUpload(kThree, 0, 0), "0 != valueCount", kNoValues},
-                                  {buffer.subUpload(kThree, -1, 1), "0 < valueCount", kNoValues}}));
+    ASSERT_TRUE(upload(buffer) && buffer.subUpload(two, 1));
+    EXPECT_FALSE(buffer.subUpload(two, 2) || buffer.subUpload(two, std::numeric_limits<int>::max())
+                 || buffer.subUpload(two, -1) || buffer.subUpload({}, 0)
+                 || buffer.subUpload(two.data(), -1, 1));
     EXPECT_EQ((std::vector<float>{1.0f, 8.0f, 9.0f}), contentsOf<float>(buffer, 3));
+    EXPECT_TRUE(reported(R"(
+0u != this->_boBountTarget: Buffer Object is not bound on upload
+offset + valueCount <= _valueCount: Buffer Object is not large enough to hold data
+offset + valueCount <= _valueCount: Buffer Object is not large enough to hold data
+0 <= offset: Buffer Object is not large enough to hold data
+0 != valueCount: Buffer Object needs more and 0 values during upload
+0 < valueCount: Buffer Object needs more and 0 values during upload)"));
 }
 
-TEST_F(BufferObjectTest, WithoutNamedUploadsABindIsNeededAndEveryObjectLooksAgain)
+TEST_F(BufferObjectTest, WithoutNamedUploadsABindIsNeededAndEachObjectLooksAgain)
 {
     _loader.hide("glNamedBufferData");
     _loader.takeLookUps();
@@ -187,35 +196,31 @@ TEST_F(BufferObjectTest, WithoutNamedUploadsABindIsNeededAndEveryObjectLooksAgai
     EXPECT_EQ(four, _loader.takeLookUps());
     const BufferObject wrapper(buffer.getBO(), nullptr);
     EXPECT_EQ(four, _loader.takeLookUps());
-
-    EXPECT_FALSE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
-    EXPECT_MESSAGES(asserted("0u != this->_boBountTarget", "Buffer Object is not bound on upload"));
+    EXPECT_FALSE(upload(buffer));
+    EXPECT_TRUE(reported("0u != this->_boBountTarget: Buffer Object is not bound on upload"));
     EXPECT_EQ(0, buffer.valueCount());
     buffer.setTarget(GL_ARRAY_BUFFER);
     const AutoBinder binder(&buffer);
-    EXPECT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW));
+    EXPECT_TRUE(upload(buffer));
     EXPECT_TRUE(buffer.isBindNeededForUpload());
 }
 
 TEST_F(BufferObjectTest, StorageIsFilledByNameAndLeavesTheScratchTargetUnbound)
 {
     BufferObject buffer(nullptr);
-    buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
     expectStorage(buffer);
     EXPECT_EQ(0, integerOf(GL_UNIFORM_BUFFER_BINDING));
 }
 
-TEST_F(BufferObjectTest, StorageIsMadeByNameWhereThatIsAllThereIs)
+TEST_F(BufferObjectTest, StorageIsMadeByNameIfThatIsTheOnlyWay)
 {
     _loader.hide("glBufferStorage");
     BufferObject buffer(nullptr);
     buffer.setTarget(GL_ARRAY_BUFFER);
-    ASSERT_TRUE(buffer.bind()); // the name becomes a buffer with its first bind
-    ASSERT_TRUE(buffer.unbind());
+    ASSERT_TRUE(buffer.bind() && buffer.unbind()); // the name becomes a buffer with its first bind
     Tap<&glBindBuffer> binds;
-    buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
-    EXPECT_EQ(0u, binds.count());
     expectStorage(buffer);
+    EXPECT_EQ(0u, binds.count());
 }
 
 TEST_F(BufferObjectTest, WithoutNamedSubUploadsThereIsNoStorage)
@@ -226,7 +231,7 @@ TEST_F(BufferObjectTest, WithoutNamedSubUploadsThereIsNoStorage)
     EXPECT_TRUE(buffer.isBindNeededForUpload());
     buffer.setTarget(GL_ARRAY_BUFFER);
     const AutoBinder binder(&buffer);
-    EXPECT_TRUE(buffer.upload(kThree, 3, GL_STATIC_DRAW)) << "immutable storage would refuse this";
+    EXPECT_TRUE(upload(buffer)) << "immutable storage would refuse this";
 }
 
 TEST_F(BufferObjectTest, RebindSavesTheCallForOneNameAndForTheSameObject)
@@ -240,8 +245,7 @@ TEST_F(BufferObjectTest, RebindSavesTheCallForOneNameAndForTheSameObject)
     Tap<&glBindBuffer> binds;
     EXPECT_TRUE(first.rebind(nullptr, false));
     EXPECT_EQ(1u, binds.count());
-    EXPECT_TRUE(first.rebind(&first, false));
-    EXPECT_TRUE(sameAsFirst.rebind(&first, false));
+    EXPECT_TRUE(first.rebind(&first, false) && sameAsFirst.rebind(&first, false));
     EXPECT_EQ(1u, binds.count());
     EXPECT_TRUE(first.bind()) << "the bound mark has moved on";
     EXPECT_TRUE(second.rebind(&sameAsFirst, false));
@@ -249,8 +253,7 @@ TEST_F(BufferObjectTest, RebindSavesTheCallForOneNameAndForTheSameObject)
     EXPECT_EQ(3u, binds.count());
     EXPECT_TRUE(second.rebind(&second, true));
     EXPECT_EQ(4u, binds.count());
-    EXPECT_TRUE(second.unbind());
-    EXPECT_TRUE(first.unbind());
+    EXPECT_TRUE(second.unbind() && first.unbind());
     EXPECT_EQ(0, integerOf(GL_ARRAY_BUFFER_BINDING));
 }
 
@@ -258,31 +261,28 @@ TEST_F(BufferObjectTest, RebindRefusesWhatDoesNotFitAndLeavesTheOldObjectBound)
 {
     BufferObject bound(nullptr);
     BufferObject other(nullptr);
+    BufferObject third(nullptr);
     bound.setTarget(GL_ARRAY_BUFFER);
-    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), "0u != this->_target",
-                                   "Buffer Object's target is not set when bind() is called"}}));
+    third.setTarget(GL_ARRAY_BUFFER);
+    EXPECT_FALSE(other.rebind(&bound, false));
     other.setTarget(GL_ARRAY_BUFFER);
-    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), "0u != bufferObjectBound->_boBountTarget",
-                                   "Bound Buffer Object is not already bound to target 0"}}));
-
-    ASSERT_TRUE(bound.bind());
-    const char *const sameTarget = "_target == bufferObjectBound->_boBountTarget";
-    const QString otherTarget = "Bound Buffer Object target 0 is not the same target 34962";
+    EXPECT_FALSE(other.rebind(&bound, false));
+    ASSERT_TRUE(bound.bind() && third.bind());
+    EXPECT_FALSE(third.rebind(&bound, false));
     other.setTarget(GL_COPY_READ_BUFFER);
-    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), sameTarget, otherTarget}}));
+    EXPECT_FALSE(other.rebind(&bound, false));
     other.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 0, 0, 4);
-    EXPECT_TRUE(asserted.refused({{other.rebind(&bound, false), sameTarget, otherTarget}}));
+    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_TRUE(reported(R"(
+0u != this->_target: Buffer Object's target is not set when bind() is called
+0u != bufferObjectBound->_boBountTarget: Bound Buffer Object is not already bound to target 0
+0u == this->_boBountTarget: Buffer Object is already bound on bind to target 34962
+_target == bufferObjectBound->_boBountTarget: Bound Buffer Object target 0 is not the same target 34962
+_target == bufferObjectBound->_boBountTarget: Bound Buffer Object target 0 is not the same target 34962)"));
     other.setIndexedTarget(GL_ARRAY_BUFFER, 0, 0, 4);
     EXPECT_MESSAGES(startsWith("critical [BufferObject.cpp:#] Cannot use setIndexedTarget()"));
-    EXPECT_TRUE(asserted.refused(
-        {{other.rebind(&bound, false), "_useBindBufferRange == bufferObjectBound->_useBindBufferRange",
-          "Bound BO useRange does not match the rebind Buffer Object"}}));
-
-    BufferObject third(nullptr);
-    third.setTarget(GL_ARRAY_BUFFER);
-    ASSERT_TRUE(third.bind());
-    EXPECT_TRUE(asserted.refused({{third.rebind(&bound, false), "0u == this->_boBountTarget",
-                                   "Buffer Object is already bound on bind to target 34962"}}));
-    EXPECT_TRUE(third.unbind());
-    EXPECT_TRUE(bound.unbind());
+    EXPECT_FALSE(other.rebind(&bound, false));
+    EXPECT_TRUE(reported("_useBindBufferRange == bufferObjectBound->_useBindBufferRange: "
+                         "Bound BO useRange does not match the rebind Buffer Object"));
+    EXPECT_TRUE(third.unbind() && bound.unbind());
 }

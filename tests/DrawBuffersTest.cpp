@@ -98,48 +98,24 @@ protected:
     DrawTaps _taps;
 };
 
-/// Four columns. Each is a draw of one quad; the draw ID selects its position and colour.
+/// Quads of one column each, at a position and in a colour that the draw ID selects.
 class DrawBuffersPicture : public DrawBuffersTest
 {
 protected:
     static constexpr int kColumns = 4;
 
-    /// The programs differ in how the draw ID reaches the shader.
-    void useBaseInstance(bool use)
-    {
-        DrawBuffers::useBaseInstanceDrawing(use);
-        DrawBuffers::setup(&_processor);
-        _program = std::make_unique<ShaderProgram>(nullptr);
-        _program->setMacroProcessor(&_processor);
-        _program->addShader(
-            GL_VERTEX_SHADER,
-            "#version 150\n"
-            "#include \"ZelUtilities.glslh\"\n"
-            "in vec2 va_Vertex; flat out float vo_ID;\n"
-            "void main() { vo_ID = float(getDrawID());\n"
-            "    gl_Position = vec4((va_Vertex.x + vo_ID) * 0.5 - 1.0, va_Vertex.y, 0.0, 1.0); }\n",
-            QString());
-        _program->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        _program->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-        _program->addShader(GL_FRAGMENT_SHADER,
-                            "#version 150\nflat in float vo_ID; out vec4 color;\n"
-                            "void main() { color = vec4(vo_ID * 0.25, 1.0 - vo_ID * 0.25, 0.5, 1.0); }\n",
-                            QString());
-        ASSERT_TRUE(_program->link());
-    }
-
     std::unique_ptr<DrawBuffers> makeQuad(bool indexed, int drawIDBase, int instances)
     {
         auto unit = makeUnit();
-        unit->VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER),
-                            QVector<float>{0, -1, 1, -1, 0, 1, 1, 1}, 2, GL_STATIC_DRAW);
+        unit->VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER), {0, -1, 1, -1, 0, 1, 1, 1}, 2,
+                            GL_STATIC_DRAW);
         unit->setPrimitiveType(GL_TRIANGLE_STRIP);
         unit->setVertexCount(4);
         unit->setDrawIDBase(drawIDBase);
         unit->setInstanceCount(instances);
         if (indexed) {
             const unsigned short indices[] = {9, 9, 0, 1, 2, 3}; // the first two are never read
-            const QSharedPointer<BufferObject> buffer = makeIndexBuffer();
+            const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ELEMENT_ARRAY_BUFFER);
             const AutoBinder binder(buffer.data());
             buffer->uploadGLushortData(indices, 6, GL_STATIC_DRAW);
             unit->setIndexedDraw(buffer, 4, GL_UNSIGNED_SHORT);
@@ -148,50 +124,61 @@ protected:
         return unit;
     }
 
-    /// Draws the units one after the other, and compares.
-    void expectColumns(const std::vector<std::unique_ptr<DrawBuffers>> &units)
+    /// Compares the columns that units draw one after the other: units with an ID each, instances of one unit with and without
+    /// indices, and commands, which need the plain path. The program differs in how the draw ID reaches the shader.
+    void expectColumns(bool baseInstance)
     {
-        constexpr int kSize = 2 * kColumns;
-        QOpenGLFramebufferObject target(kSize, kSize);
-        ASSERT_TRUE(target.bind());
-        driver()->glViewport(0, 0, kSize, kSize);
-        driver()->glClear(GL_COLOR_BUFFER_BIT);
-        ASSERT_TRUE(_program->bind());
-        DrawBuffers *bound = nullptr;
-        for (const auto &unit : units) {
-            ASSERT_TRUE(unit->rebind(bound));
-            bound = unit.get();
-            ASSERT_TRUE(unit->VAO()->enableShaderProgramArrays(_program.get()));
-            EXPECT_TRUE(unit->draw(_program.get()));
+        DrawBuffers::useBaseInstanceDrawing(baseInstance);
+        GLSLMacroProcessor processor;
+        DrawBuffers::setup(&processor);
+        ShaderProgram program(nullptr);
+        program.setMacroProcessor(&processor);
+        program.addShader(
+            GL_VERTEX_SHADER,
+            "#version 150\n"
+            "#include \"ZelUtilities.glslh\"\n"
+            "in vec2 va_Vertex; flat out float vo_ID;\n"
+            "void main() { vo_ID = float(getDrawID());\n"
+            "    gl_Position = vec4((va_Vertex.x + vo_ID) * 0.5 - 1.0, va_Vertex.y, 0.0, 1.0); }\n",
+            QString());
+        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+        program.addShader(GL_FRAGMENT_SHADER,
+                          "#version 150\nflat in float vo_ID; out vec4 color;\n"
+                          "void main() { color = vec4(vo_ID * 0.25, 1.0 - vo_ID * 0.25, 0.5, 1.0); }\n",
+                          QString());
+        ASSERT_TRUE(program.link());
+        std::vector<std::unique_ptr<DrawBuffers>> ways[4];
+        for (int i = 0; i < kColumns; ++i) {
+            ways[0].push_back(makeQuad(i % 2 == 0, i, 1));
         }
-        EXPECT_TRUE(bound->unbind());
-        EXPECT_TRUE(_program->unbind());
+        ways[1].push_back(makeQuad(true, 0, kColumns));
+        ways[2].push_back(makeQuad(false, 0, kColumns));
+        ways[3].push_back(makeQuad(true, 0, baseInstance ? kColumns : 1));
+        const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
+        ways[3].front()->setDrawElementsIndirectCommands(commands.constData(), baseInstance ? 0 : kColumns);
 
+        constexpr int kSize = 2 * kColumns;
         const Pixels expected = Pixels::of(kSize, kSize, [](int x, int) {
             const float shade = float(x / 2) * 0.25f;
             return QVector4D(shade, 1.0f - shade, 0.5f, 1.0f);
         });
-        EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
-    }
-
-    /// Draws units with an ID each, then instances of one unit, with and without indices.
-    void expectColumnsOnEveryWay(bool baseInstance)
-    {
-        useBaseInstance(baseInstance);
-        std::vector<std::unique_ptr<DrawBuffers>> units;
-        for (int i = 0; i < kColumns; ++i) {
-            units.push_back(makeQuad(i % 2 == 0, i, 1));
+        QOpenGLFramebufferObject target(kSize, kSize);
+        ASSERT_TRUE(target.bind() && program.bind());
+        driver()->glViewport(0, 0, kSize, kSize);
+        for (const auto &units : ways) {
+            driver()->glClear(GL_COLOR_BUFFER_BIT);
+            DrawBuffers *bound = nullptr;
+            for (const auto &unit : units) {
+                ASSERT_TRUE(unit->rebind(std::exchange(bound, unit.get())));
+                ASSERT_TRUE(unit->VAO()->enableShaderProgramArrays(&program));
+                EXPECT_TRUE(unit->draw(&program));
+            }
+            EXPECT_TRUE(bound->unbind());
+            EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
         }
-        expectColumns(units);
-        for (const bool indexed : {true, false}) {
-            units.clear();
-            units.push_back(makeQuad(indexed, 0, kColumns));
-            expectColumns(units);
-        }
+        EXPECT_TRUE(program.unbind());
     }
-
-    GLSLMacroProcessor _processor;
-    std::unique_ptr<ShaderProgram> _program;
 };
 
 } // namespace
@@ -208,39 +195,31 @@ TEST_F(DrawCallsTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
          {unit.draw(), isBound, notBound}}));
     EXPECT_TRUE(unit.unbind());
 
-    const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
-    ASSERT_TRUE(vao->create());
-    unit.setVAO(vao);
+    unit.setVAO(QSharedPointer<VertexArrayObject>(new VertexArrayObject(nullptr)));
+    ASSERT_TRUE(unit.VAO()->create());
     EXPECT_TRUE(asserted.refused({{unit.draw(), isBound, notBound}}));
-    ASSERT_TRUE(unit.bind());
+    const AutoBinder binder(unit.VAO());
     EXPECT_TRUE(asserted.refused(
         {{unit.draw(), "GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"}}));
     unit.setPrimitiveType(GL_TRIANGLES);
     const QString noCount = "Index count is not setup on draw";
     EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_vertexCount", noCount},
                                   {unit.drawInstanced(2), "0 != this->_vertexCount", noCount}}));
-    EXPECT_TRUE(unit.unbind());
-
     unit.setIndexedDraw(makeIndexBuffer(), 6, 0);
-    ASSERT_TRUE(unit.bind());
     EXPECT_TRUE(
         asserted.refused({{unit.draw(), "0 != this->_indexType", "Index type is not setup on draw"}}));
     unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
     EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_indexCount", noCount}}));
-    EXPECT_TRUE(unit.unbind());
-
     const DrawElementsIndirectCommand command{6, 1, 4000000, 0, 0};
     unit.setIndexedDraw({}, 6, GL_UNSIGNED_SHORT);
     unit.setDrawElementsIndirectCommands(&command, 1);
-    ASSERT_TRUE(unit.bind());
     EXPECT_TRUE(asserted.refused(
         {{unit.draw(), "false == this->_boIndex.isNull()", "Index buffer object is not set on draw"}}));
-    EXPECT_TRUE(unit.unbind());
     EXPECT_EQ(0u, _taps.count());
     EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
 }
 
-TEST_F(DrawCallsTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
+TEST_F(DrawCallsTest, DoubtfulSettingsAreReportedAndStored)
 {
     auto unit = makeUnit();
     const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
@@ -250,10 +229,9 @@ TEST_F(DrawCallsTest, DoubtfulSettingsAreReportedAndStoredAllTheSame)
                     asserted("GL_QUADS != primitiveType", "GL_QUADS is not allowed"));
     EXPECT_EQ(vao, unit->VAO());
     unit->setVertexCount(4);
-    ASSERT_TRUE(unit->bind());
+    const AutoBinder binder(vao);
     EXPECT_TRUE(unit->draw(_program.get()));
     EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), _taps.of<&glDrawArrays>().calls().back());
-    EXPECT_TRUE(unit->unbind());
     unit->clear();
     EXPECT_TRUE(unit->VAO().isNull());
 }
@@ -275,6 +253,7 @@ TEST_F(DrawCallsTest, CommandsAreDrawnByNumberEachWithItsID)
 
     EXPECT_TRUE(unit->draw(_program.get()));
     EXPECT_EQ((std::vector<qint64>{3, 3, 18}), counters());
+    EXPECT_EQ(102u, _taps.drawIDs().back());
     for (const QVector<int> &wrong : {QVector<int>{0, 3}, QVector<int>{-1}}) {
         EXPECT_TRUE(asserted.refused(
             {{unit->draw(_program.get(), &wrong), "unsigned(number) < unsigned(this->_commandsCount)",
@@ -289,6 +268,7 @@ TEST_F(DrawCallsTest, CommandsAreDrawnByNumberEachWithItsID)
     unit->setDrawElementsIndirectCommands(&early, 1);
     EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
     EXPECT_TRUE(unit->draw(_program.get()));
+    EXPECT_EQ(100u, _taps.drawIDs().back());
     EXPECT_EQ(offset(0), _taps.of<&glDrawElementsBaseVertex>().last<3>()) << "set before the index type";
 }
 
@@ -322,17 +302,14 @@ TEST_F(DrawCallsTest, InstancesAreSeparateCallsOnThePlainPath)
 
 TEST_F(DrawCallsTest, AProgramWithoutDrawIDGetsNone)
 {
-    const auto program =
-        makeProgram("#version 150\nin vec4 va_Vertex;\nvoid main() { gl_Position = va_Vertex; }\n");
+    const auto program = makeProgram(kAllOver);
     const AutoBinder programBinder(program.get());
     const auto unit = makeUnit();
     unit->setVertexCount(3);
     const AutoBinder binder(unit.get());
-    EXPECT_TRUE(unit->draw());
-    EXPECT_TRUE(unit->draw(program.get()));
+    EXPECT_TRUE(unit->draw() && unit->draw(program.get()) && unit->drawInstanced(2));
     EXPECT_EQ(2u, _taps.of<&glDrawArrays>().count());
     EXPECT_EQ(0u, _taps.uniforms.count());
-    EXPECT_TRUE(unit->drawInstanced(2));
     EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 0, 3, 2),
               _taps.of<&glDrawArraysInstanced>().calls().back());
 }
@@ -378,7 +355,7 @@ TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
         {{unit->draw(), "hasBaseInstanceEntryPoints()", "The driver has no base instance drawing"}}));
 }
 
-TEST_F(DrawBuffersTest, WillDrawTellsWhetherThereIsAnything)
+TEST_F(DrawBuffersTest, OnlyAUnitThatHasSomethingWillDraw)
 {
     const QVector<int> none;
     const QVector<int> some{1};
@@ -386,16 +363,16 @@ TEST_F(DrawBuffersTest, WillDrawTellsWhetherThereIsAnything)
     EXPECT_TRUE(commands->willDraw(nullptr, nullptr));
     EXPECT_TRUE(commands->willDraw(nullptr, &some));
     EXPECT_FALSE(commands->willDraw(nullptr, &none));
-    const auto indexed = makeIndexedUnit();
-    EXPECT_TRUE(indexed->willDraw(nullptr, &none)) << "numbers of commands mean nothing here";
-    indexed->setIndexedDraw(indexed->indexBO(), 0, GL_UNSIGNED_SHORT);
-    EXPECT_FALSE(indexed->willDraw(nullptr, nullptr));
-    const auto plain = makeUnit();
-    EXPECT_FALSE(plain->willDraw(nullptr, nullptr));
-    plain->setVertexCount(3);
-    EXPECT_TRUE(plain->willDraw(nullptr, nullptr));
     EXPECT_EQ(184u + 56u + 96u + 4 * (3 + 5 * 3) + 8 * 3, commands->memoryEstimateCPU());
     EXPECT_EQ(0u, commands->memoryEstimateGPU());
+    const auto unit = makeUnit();
+    EXPECT_FALSE(unit->willDraw(nullptr, nullptr));
+    unit->setVertexCount(3);
+    EXPECT_TRUE(unit->willDraw(nullptr, nullptr));
+    unit->setIndexedDraw(makeIndexBuffer(), 0, GL_UNSIGNED_SHORT);
+    EXPECT_FALSE(unit->willDraw(nullptr, nullptr));
+    unit->setIndexedDraw(unit->indexBO(), 6, GL_UNSIGNED_SHORT);
+    EXPECT_TRUE(unit->willDraw(nullptr, &none)) << "numbers of commands mean nothing here";
 }
 
 TEST_F(DrawBuffersTest, RebindSwitchesWithTheFewestCalls)
@@ -481,12 +458,7 @@ TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
 
 TEST_F(DrawBuffersPicture, OnThePlainPath)
 {
-    expectColumnsOnEveryWay(false);
-    std::vector<std::unique_ptr<DrawBuffers>> units;
-    units.push_back(makeQuad(true, 0, 1));
-    const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
-    units.front()->setDrawElementsIndirectCommands(commands.constData(), kColumns);
-    expectColumns(units);
+    expectColumns(false);
 }
 
 TEST_F(DrawBuffersPicture, ByBaseInstance)
@@ -494,5 +466,5 @@ TEST_F(DrawBuffersPicture, ByBaseInstance)
     if (!DrawBuffers::isBaseInstanceDrawingSupported()) {
         GTEST_SKIP() << "GL_ARB_shader_draw_parameters is missing";
     }
-    expectColumnsOnEveryWay(true);
+    expectColumns(true);
 }

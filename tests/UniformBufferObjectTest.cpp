@@ -1,3 +1,4 @@
+#include "support/FakeLimits.h"
 #include "support/FakeLoader.h"
 #include "support/GLFixture.h"
 #include "support/Tap.h"
@@ -45,11 +46,11 @@ void APIENTRY recordMultiBind(GLenum target, GLuint first, GLsizei count, const 
 }
 
 /// As many objects of a block, each with a buffer of its own.
-std::vector<std::unique_ptr<UniformBufferObject>> makeObjects(int count)
+std::vector<std::unique_ptr<UniformBufferObject>> makeObjects(int count, GLenum target = GL_UNIFORM_BUFFER)
 {
     std::vector<std::unique_ptr<UniformBufferObject>> objects;
     for (int i = 0; i < count; ++i) {
-        objects.push_back(std::make_unique<UniformBufferObject>("First", makeFilled(), nullptr));
+        objects.push_back(std::make_unique<UniformBufferObject>("First", makeFilled(target), nullptr));
     }
     return objects;
 }
@@ -103,27 +104,29 @@ TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAl
 TEST_F(UniformBufferObjectTest, ABufferHoldsItsPointUntilItsLastUserIsGone)
 {
     const auto program = makeProgram(kVertexSource);
-    ASSERT_TRUE(program->bind());
+    const auto other =
+        makeProgram(QString(kVertexSource).remove("first + ")); // its blocks have other indices
+    const AutoBinder programBinder(program.get());
     const QSharedPointer<BufferObject> buffer = makeFilled();
+    const auto lowest = makeObjects(2);
     UniformBufferObject first("First", buffer, nullptr);
     UniformBufferObject second("Second", buffer, nullptr);
-    UniformBufferObject other("Second", makeFilled(), nullptr);
     Tap<&glBindBufferBase> binds;
+    EXPECT_TRUE(lowest[0]->bind(nullptr));
+    EXPECT_TRUE(first.bind() && second.bind());
+    EXPECT_EQ(1u, second.uniformBlockBinding());
+    EXPECT_EQ(1, blockBinding(*program, "Second"));
+    EXPECT_EQ(2u, binds.count());
+    EXPECT_TRUE(second.bind(other.get()) && second.unbind(other.get()));
+    EXPECT_EQ(1, blockBinding(*other, "Second"));
 
-    EXPECT_TRUE(first.bind());
-    EXPECT_TRUE(second.bind());
-    EXPECT_EQ(0u, second.uniformBlockBinding());
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, buffer->getBO()}}), binds.calls());
-    EXPECT_TRUE(first.unbind());
-    EXPECT_TRUE(other.bind());
-    EXPECT_EQ(1u, other.uniformBlockBinding()) << "point 0 is still held";
-    EXPECT_TRUE(other.unbind());
-
+    EXPECT_TRUE(first.unbind() && lowest[1]->bind(nullptr));
+    EXPECT_EQ(2u, lowest[1]->uniformBlockBinding()) << "point 1 is still held";
     binds.clear();
     EXPECT_TRUE(second.unbind());
     EXPECT_TRUE(second.unbind()) << "one too many is no fault";
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, 0}}), binds.calls());
-    EXPECT_TRUE(program->unbind());
+    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, 0}}), binds.calls());
+    EXPECT_TRUE(lowest[0]->unbind(nullptr) && lowest[1]->unbind(nullptr));
 }
 
 TEST_F(UniformBufferObjectTest, AProgramKeepsThePointsOfItsBlocks)
@@ -181,8 +184,7 @@ TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
     gMultiBinds.clear();
     _loader.provide("glBindBuffersBase", &recordMultiBind);
     auto objects = makeObjects(3);
-    objects.push_back(
-        std::make_unique<UniformBufferObject>("First", makeFilled(GL_SHADER_STORAGE_BUFFER), nullptr));
+    objects.push_back(std::move(makeObjects(1, GL_SHADER_STORAGE_BUFFER).front()));
     Tap<&glBindBufferBase> binds;
     UniformBufferObject::bindBatchStart();
     for (const auto &object : objects) {
@@ -211,6 +213,7 @@ TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
 TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfItsRange)
 {
     _loader.hide("glBindBuffersBase");
+    _loader.hide("glShaderStorageBlockBinding");
     const auto objects = makeObjects(3);
     EXPECT_TRUE(objects[0]->bind(nullptr));
     UniformBufferObject::bindBatchStart();
@@ -225,23 +228,31 @@ TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfIts
         EXPECT_TRUE(object->unbind(nullptr));
     }
     const char *const report = "debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'";
-    EXPECT_MESSAGES(report, report);
+    EXPECT_MESSAGES(report, report,
+                    "debug [GLUtilities.cpp:#] Failed to obtain 'glShaderStorageBlockBinding'");
 }
 
-TEST_F(UniformBufferObjectTest, EachContextHasPointsOfItsOwn)
+TEST_F(UniformBufferObjectTest, EachContextHasPointsOfItsOwnUpToItsLimits)
 {
     const auto objects = makeObjects(2);
-    EXPECT_TRUE(objects[0]->bind(nullptr));
-    EXPECT_TRUE(objects[1]->bind(nullptr));
+    EXPECT_TRUE(objects[0]->bind(nullptr) && objects[1]->bind(nullptr));
     {
         const auto context = TestContext::create();
-        const auto theirs = makeObjects(1);
-        EXPECT_TRUE(theirs[0]->bind(nullptr));
-        EXPECT_EQ(0u, theirs[0]->uniformBlockBinding());
-        EXPECT_TRUE(theirs[0]->unbind(nullptr));
+        const auto theirs = makeObjects(3); // the third has a name that no buffer of the first context has
+        const FakeLimits limits(
+            {{GL_MAX_UNIFORM_BUFFER_BINDINGS, 2}, {GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS, 1}});
+        EXPECT_TRUE(theirs[2]->bind(nullptr));
+        EXPECT_EQ(0u, theirs[2]->uniformBlockBinding());
+        EXPECT_EQ(2, UniformBufferObject::maxUniformBlockBindings());
+        if (!isForOpenGL32()) { // which has no storage blocks
+            const auto storage = makeObjects(2, GL_SHADER_STORAGE_BUFFER);
+            EXPECT_TRUE(storage[0]->bind(nullptr) && !storage[1]->bind(nullptr)
+                        && storage[0]->unbind(nullptr));
+            EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings");
+        }
+        EXPECT_TRUE(theirs[2]->unbind(nullptr));
     }
     makeCurrent();
     EXPECT_EQ(1u, objects[1]->uniformBlockBinding());
-    EXPECT_TRUE(objects[0]->unbind(nullptr));
-    EXPECT_TRUE(objects[1]->unbind(nullptr));
+    EXPECT_TRUE(objects[0]->unbind(nullptr) && objects[1]->unbind(nullptr));
 }

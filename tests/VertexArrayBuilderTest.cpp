@@ -10,15 +10,6 @@ using namespace Orvane::Zel;
 namespace {
 
 const AssertionsOf asserted("VertexArrayBuilder.cpp");
-const QString kNotSetUp =
-    asserted("0 != this->_componentCount", "Component Count must be setup before data is pushed");
-const QString kNoSize =
-    asserted("0 != this->_componentCount", "Component Count must be setup before size is obtained");
-
-std::vector<float> floats(const float *data, unsigned count)
-{
-    return std::vector<float>(data, data + count);
-}
 
 class VertexArrayBuilderTest : public MessageTest
 {
@@ -45,29 +36,32 @@ TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
         _builder._ptrc_glVertexAttrib3f(9, v + 12, v + 13, v + 14);
     }
     _builder.glNormal3f(15, 16, 17); // no later vertex repeats it
-    using Floats = std::vector<float>;
-    EXPECT_EQ((Floats{1, 2, 3, 101, 102, 103}), floats(_builder.getVertexData(), 6));
-    EXPECT_EQ((Floats{4, 5, 6, 7, 104, 105, 106, 107}), floats(_builder.getColorData(), 8));
-    EXPECT_EQ((Floats{8, 9, 108, 109}), floats(_builder.getTexCoordData(), 4));
-    EXPECT_EQ((Floats{15, 16, 17}), floats(_builder.getNormalData(), 3));
-    EXPECT_EQ((Floats{10, 11, 110, 111}), floats(_builder.getVertexAttribData(7), 4));
-    EXPECT_EQ((Floats{12, 13, 14, 112, 113, 114}), floats(_builder.getVertexAttribData(9), 6));
-    EXPECT_EQ(2u, _builder.getVertexStorage().getSize());
-    EXPECT_EQ(1u, _builder.getNormalStorage().getSize());
-    EXPECT_EQ(2u, _builder.getVertexAttribStorage(7).getSize());
-    EXPECT_EQ(3u, _builder.getVertexAttribStorage(9).getComponentCount());
+    const struct
+    {
+        const float *data;
+        VertexArrayBuilderStorage storage;
+        std::vector<float> expected;
+    } kRows[] = {
+        {_builder.getVertexData(), _builder.getVertexStorage(), {1, 2, 3, 101, 102, 103}},
+        {_builder.getColorData(), _builder.getColorStorage(), {4, 5, 6, 7, 104, 105, 106, 107}},
+        {_builder.getTexCoordData(), _builder.getTexCoordStorage(), {8, 9, 108, 109}},
+        {_builder.getNormalData(), _builder.getNormalStorage(), {15, 16, 17}},
+        {_builder.getVertexAttribData(7), _builder.getVertexAttribStorage(7), {10, 11, 110, 111}},
+        {_builder.getVertexAttribData(9), _builder.getVertexAttribStorage(9), {12, 13, 14, 112, 113, 114}},
+    };
+    for (const auto &row : kRows) {
+        ASSERT_EQ(row.expected.size(), row.storage.getSize() * row.storage.getComponentCount());
+        EXPECT_EQ(row.expected, std::vector<float>(row.data, row.data + row.expected.size()));
+    }
     EXPECT_EQ(0u, _builder.getVertexAttribStorage(1).getComponentCount());
     EXPECT_EQ(nullptr, _builder.getVertexAttribData(1));
 }
 
 TEST_F(VertexArrayBuilderTest, AStreamIsSetUpOnceAndNotWithNothing)
 {
-    _builder.setVertexSpec(0, 5);
-    EXPECT_EQ(0u, _builder.getVertexStorage().getComponentCount());
-    _builder.setVertexSpec(2, 0xFFFFFFFFu); // a hint beyond what a vector can hold
-    _builder.setVertexSpec(3, 5);
-    EXPECT_EQ(3u, _builder.getVertexStorage().getComponentCount());
-    _builder.setVertexSpec(0, 5);
+    for (const unsigned count : {0u, 2u, 3u, 0u}) {
+        _builder.setVertexSpec(count, 0xFFFFFFFFu); // a hint beyond what a vector can hold
+    }
     EXPECT_EQ(3u, _builder.getVertexStorage().getComponentCount());
     const QString zero = asserted("0 != componentCount", "Component Count may not be 0.");
     EXPECT_MESSAGES(
@@ -75,43 +69,37 @@ TEST_F(VertexArrayBuilderTest, AStreamIsSetUpOnceAndNotWithNothing)
         asserted("0 == this->_componentCount", "Component Count already set to 3. Try to reset to 0"), zero);
 }
 
-TEST_F(VertexArrayBuilderTest, PushesBeyondTheSpecAreToldAndTaken)
+TEST_F(VertexArrayBuilderTest, WrongPushesAndCountsAreReportedAndTaken)
 {
     const auto tooMany = [](int count, const char *data = "data") {
         return asserted(QString("%1 <= this->_componentCount").arg(count),
                         QString("Component Count is not large enough for the %1 being pushed").arg(data));
     };
-    _builder.glTexCoord1f(1.0f);
-    EXPECT_MESSAGES(kNotSetUp, tooMany(1, "sdata"));
-    _builder.glVertexAttrib3f(2, 1.0f, 2.0f, 3.0f);
-    EXPECT_MESSAGES(kNotSetUp, tooMany(3));
-    _builder.setVertexSpec(1, 0);
-    _builder.glVertex2f(1.0f, 2.0f);
-    _builder.glVertex3f(3.0f, 4.0f, 5.0f);
-    EXPECT_MESSAGES(tooMany(2), tooMany(3));
-    EXPECT_EQ(5u, _builder.getVertexCount());
-    _builder.setColorSpec(3, 0);
-    _builder.glColor3f(1.0f, 2.0f, 3.0f);
-    _builder.glColor4f(1.0f, 2.0f, 3.0f, 4.0f);
-    EXPECT_MESSAGES(tooMany(4));
-}
-
-TEST_F(VertexArrayBuilderTest, CountsMustMatchWhereAStreamIsSetUp)
-{
+    const QString notSetUp =
+        asserted("0 != this->_componentCount", "Component Count must be setup before data is pushed");
     EXPECT_EQ(0u, _builder.getVertexCount());
-    EXPECT_MESSAGES(kNoSize);
+    EXPECT_MESSAGES(
+        asserted("0 != this->_componentCount", "Component Count must be setup before size is obtained"));
+    _builder.glTexCoord1f(1);
+    EXPECT_MESSAGES(notSetUp, tooMany(1, "sdata"));
+    _builder.glVertex2f(1, 2);
+    EXPECT_MESSAGES(notSetUp, tooMany(2));
+    _builder.glVertexAttrib3f(2, 1, 2, 3);
+    EXPECT_MESSAGES(notSetUp, tooMany(3));
+    _builder.glColor4f(1, 2, 3, 4);
+    EXPECT_MESSAGES(notSetUp, tooMany(4));
+
     _builder.setVertexSpec(3, 2);
-    _builder.glVertex2f(1.0f, 2.0f);
     EXPECT_EQ(0u, _builder.getVertexCount());
     EXPECT_MESSAGES(asserted("0 == (this->_data.size() \\% this->_componentCount)",
                              "Component Count and array Size do not match."));
-    _builder.glVertex2f(3.0f, 4.0f);
-    _builder.glVertex2f(5.0f, 6.0f); // six floats are two vertices, whatever the pushes were
+    _builder.glVertex2f(3, 4);
+    _builder.glVertex2f(5, 6); // six floats are two vertices, whatever the pushes were
     EXPECT_EQ(2u, _builder.getVertexCount());
-
-    _builder.setColorSpec(3, 2);
-    _builder.setTexCoordSpec(2, 2);
     _builder.setNormalSpec(3, 2);
+    _builder.glNormal3f(7, 8, 9);
+    _builder.setTexCoordSpec(1, 2);
+    _builder.setColorSpec(4, 2);
     _builder.setVertexAttribSpec(1, 2, 2); // not checked
     EXPECT_EQ(2u, _builder.getVertexCount());
     EXPECT_MESSAGES(asserted("this->_color.getComponentCount() == 0 || count == this->_color.getSize()",

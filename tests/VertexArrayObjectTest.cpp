@@ -40,6 +40,7 @@ TEST_F(VertexArrayObjectTest, TheNameComesWithTheFirstBindAndStaysWhereABoundObj
         {{vao->bind(), "false == this->_vaoBound", "Vertex Array Object is already bound on bind"},
          {vao->create(), "0u == this->_vao", "Vertex Array Object is not NULL on create"}}));
     EXPECT_TRUE(vao->unbind());
+    EXPECT_EQ(0, integerOf(GL_VERTEX_ARRAY_BINDING));
     EXPECT_TRUE(asserted.refused(
         {{vao->unbind(), "true == this->_vaoBound", "Vertex Array Object is not bound on unbind"}}));
 
@@ -150,7 +151,7 @@ TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalizedAndSomeTypesAr
     EXPECT_EQ(buffer, vao.bo("stored all the same"));
 
     ASSERT_TRUE(vao.upload("position", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
-    vao.registerBO("index", buffer, 2, GL_UNSIGNED_SHORT, false, 12, 4);
+    vao.registerBO("index", buffer, 2, GL_UNSIGNED_INT, false, 12, 4);
     vao.registerBO("color", buffer, 4, GL_UNSIGNED_BYTE, true, 12, 8);
     const AutoBinder binder(&vao);
     SlotTaps taps;
@@ -163,7 +164,7 @@ TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalizedAndSomeTypesAr
                               reinterpret_cast<const void *>(8)),
               taps.of<&glVertexAttribPointer>().calls().back());
     EXPECT_TRUE(vao.enableArray("index", 2));
-    EXPECT_EQ(std::make_tuple(2u, 2, GLenum(GL_UNSIGNED_SHORT), 12, reinterpret_cast<const void *>(4)),
+    EXPECT_EQ(std::make_tuple(2u, 2, GLenum(GL_UNSIGNED_INT), 12, reinterpret_cast<const void *>(4)),
               taps.of<&glVertexAttribIPointer>().calls().back());
     EXPECT_EQ(2u, taps.of<&glVertexAttribPointer>().count());
 }
@@ -184,7 +185,7 @@ TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
     for (const char *name : {"a", "b", "c"}) {
         ASSERT_TRUE(vao.upload(name, buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
     }
-    const AutoBinder binder(&vao);
+    ASSERT_TRUE(vao.bind());
     SlotTaps taps;
     EXPECT_TRUE(vao.enableShaderProgramArrays(nullptr));
     EXPECT_EQ(0u, taps.count());
@@ -206,6 +207,9 @@ TEST_F(VertexArrayObjectTest, ArraysAreSpecifiedOnceAndOnlyWhereTheNameChanged)
     EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
     vao.dirtyAttributeName("c");
     EXPECT_TRUE(vao.enableShaderProgramArrays(swapped.get()));
+    EXPECT_TRUE(vao.unbind());
+    EXPECT_TRUE(asserted.refused({{vao.enableShaderProgramArrays(swapped.get()), "true == this->_vaoBound",
+                                   "Vertex Array Object is not bound on enable array"}}));
     EXPECT_EQ(7 * callsOfOneSlot, taps.count());
 }
 

@@ -15,7 +15,7 @@ EntryPoint<PFNGLNAMEDBUFFERSUBDATAPROC> namedBufferSubData;
 void lookUpEntryPoints()
 {
     // Required: this one decides for all four, so without it every object looks all four up again; see
-    // BufferObjectTest.WithoutNamedUploadsABindIsNeededAndEveryObjectLooksAgain.
+    // BufferObjectTest.WithoutNamedUploadsABindIsNeededAndEachObjectLooksAgain.
     if (namedBufferData != nullptr) {
         return;
     }
@@ -143,7 +143,7 @@ bool BufferObject::unbind()
     ZEL_ASSERT_RETURN(0u != this->_boBountTarget, false, "Buffer Object is not bound on unbind");
     if (_useBindBufferRange) {
         // Required: index 0, whatever index the range has; see
-        // BufferObjectTest.IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame.
+        // BufferObjectTest.EitherSetterTakesEitherKindOfTargetAndReportsTheWrongKind.
         glBindBufferRange(_target, 0, 0, 0, 0);
     } else {
         glBindBuffer(_target, 0);
@@ -290,7 +290,7 @@ void *BufferObject::map(unsigned int access)
 
 bool BufferObject::unmap()
 {
-    // Required: the text of map(); see BufferObjectTest.WithoutANameEveryUseIsReportedInItsOwnWords.
+    // Required: the text of map(); see BufferObjectTest.WithoutANameEveryUseIsReported.
     ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL on map");
     ZEL_ASSERT(0u != this->_boBountTarget, "Buffer Object is not bound on unmap");
     ZEL_ASSERT(0u != this->_target, "Buffer Object's target is not set when unmap() is called");
@@ -331,7 +331,7 @@ quint64 BufferObject::memoryEstimateGPU() const
 void BufferObject::initializeIndexedBufferObjecttargets()
 {
     // Required: GL_UNIFORM_BUFFER is not in the set, although the messages name it;
-    // see BufferObjectTest.IndexedAndPlainTargetsAreToldApartAndStoredAllTheSame.
+    // see BufferObjectTest.EitherSetterTakesEitherKindOfTargetAndReportsTheWrongKind.
     _indexedTargets.insert(GL_ATOMIC_COUNTER_BUFFER);
 }
 

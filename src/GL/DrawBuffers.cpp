@@ -448,7 +448,7 @@ quint64 DrawBuffers::memoryEstimateCPU() const
     bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateCPU();
     bytes += _boIndirect.isNull() ? 0 : _boIndirect->memoryEstimateCPU();
     // Required: 32 bytes a command, as if its count and its offset were stored beside its 20 bytes; see
-    // DrawBuffersTest.WillDrawTellsWhetherThereIsAnything.
+    // DrawBuffersTest.OnlyAUnitThatHasSomethingWillDraw.
     bytes += 32 * quint64(_commandsCount);
     return bytes;
 }

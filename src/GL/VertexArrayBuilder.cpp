@@ -28,7 +28,7 @@ void VertexArrayBuilderStorage::setSpec(unsigned componentCount, unsigned vertex
 void VertexArrayBuilderStorage::pushData(float x)
 {
     ZEL_ASSERT(0 != this->_componentCount, "Component Count must be setup before data is pushed");
-    // Required: "sdata", in this message only; see VertexArrayBuilderTest.PushesBeyondTheSpecAreToldAndTaken.
+    // Required: "sdata", in this message only; see VertexArrayBuilderTest.WrongPushesAndCountsAreReportedAndTaken.
     ZEL_ASSERT(1 <= this->_componentCount, "Component Count is not large enough for the sdata being pushed");
     _data << x;
 }
