@@ -87,27 +87,24 @@ TEST_F(GLUtilitiesTest, TheFramebufferIsLoggedInOneLine)
     Texture depth(nullptr);
     color.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 4);
     depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT32F, 4, 4);
+    const QString start = QString::asprintf("debug logGLFramebuffer() [%p] '", static_cast<void *>(context()))
+                          + driverVersion() + "' [fb] ";
     framebuffer.bind();
     framebuffer.attach(&color, GL_COLOR_ATTACHMENT0, 0);
     framebuffer.attach(&depth, GL_DEPTH_ATTACHMENT, 0);
     logGLFramebuffer();
-    EXPECT_MESSAGES(QString("debug ")
-                    + QString::asprintf("logGLFramebuffer() [%p] '%s' [fb] %3d [0] 0x%04X %3d [d] 0x%04X %d",
-                                        static_cast<void *>(context()),
-                                        reinterpret_cast<const char *>(glGetString(GL_VERSION)),
-                                        int(framebuffer.getFBO()), GL_TEXTURE, int(color.textureID()),
-                                        GL_TEXTURE, int(depth.textureID())));
+    EXPECT_MESSAGES(start
+                    + QString::asprintf("%3d [0] 0x1702 %3d [d] 0x1702 %d", int(framebuffer.getFBO()),
+                                        int(color.textureID()), int(depth.textureID())));
     framebuffer.detachAll();
     framebuffer.unbind();
-
     // The default framebuffer has no such attachment points: the queries fail, and zeros are printed.
     logGLFramebuffer();
-    const QString line = _capture.take().value(0).text;
-    EXPECT_TRUE(line.endsWith(" [fb]   0 [0] 0x0000   0 [d] 0x0000 0")) << qPrintable(line);
+    EXPECT_MESSAGES(start + "  0 [0] 0x0000   0 [d] 0x0000 0");
     takeGLErrors();
 }
 
-TEST_F(GLErrorTest, AtMostTenErrorsAreLoggedByOneCall)
+TEST_F(GLErrorTest, AtMostTenErrorsAreLoggedByOneCallEachInItsWords)
 {
     int pending = 12;
     Tap<&glGetError> errors;
@@ -123,15 +120,6 @@ TEST_F(GLErrorTest, AtMostTenErrorsAreLoggedByOneCall)
     EXPECT_MESSAGES("warning [Host.cpp:#] glError: 0x501 'invalid value' caught");
     EXPECT_FALSE(hasGLError("Host.cpp", 44));
 
-    const auto entry = _ptrc_glGetError; // not loaded yet
-    _ptrc_glGetError = nullptr;
-    EXPECT_FALSE(hasGLError("Host.cpp", 1));
-    checkGLError("Host.cpp", 2);
-    _ptrc_glGetError = entry;
-}
-
-TEST_F(GLErrorTest, EveryCodeHasItsWords)
-{
     QStringList words = {stringForGLError(0)};
     for (unsigned int code = GL_INVALID_ENUM; code <= GL_INVALID_FRAMEBUFFER_OPERATION; ++code) {
         words += stringForGLError(code);
@@ -139,6 +127,12 @@ TEST_F(GLErrorTest, EveryCodeHasItsWords)
     EXPECT_EQ("no error, invalid enum, invalid value, invalid operation, unknown error, unknown error, "
               "out of memory, invalid framebuffer operation",
               words.join(", "));
+
+    const auto entry = _ptrc_glGetError; // not loaded yet
+    _ptrc_glGetError = nullptr;
+    EXPECT_FALSE(hasGLError("Host.cpp", 1));
+    checkGLError("Host.cpp", 2);
+    _ptrc_glGetError = entry;
 }
 
 namespace {
@@ -152,12 +146,8 @@ struct DebugDriver
     static void APIENTRY control(GLenum source, GLenum type, GLenum severity, GLsizei count,
                                  const GLuint *ids, GLboolean enabled)
     {
-        QString call =
-            QString::asprintf("control %x %x %x %s", source, type, severity, enabled ? "on" : "off");
-        for (GLsizei i = 0; i < count; ++i) {
-            call += " " + QString::number(ids[i]);
-        }
-        calls += call;
+        const int id = count == 0 ? 0 : int(ids[count - 1]);
+        calls += QString::asprintf("control %x %x %x %d*%d %d", source, type, severity, count, id, enabled);
     }
 
     static void APIENTRY install(GLDEBUGPROCARB function, const void *user)
@@ -194,10 +184,10 @@ TEST_F(GLDebuggingTest, AllIsSwitchedOnButGroupsAndOneMessageOrNothingWhereAFunc
     enables.replace(
         [](GLenum capability) { DebugDriver::calls += QString::asprintf("enable %x", capability); });
     EXPECT_TRUE(initializeGLDebugging());
-    EXPECT_EQ(
-        QStringList({"control 1100 1100 1100 on", "control 1100 8269 826b off", "control 1100 826a 826b off",
-                     "control 8246 8251 1100 off 131185", "callback without parameter", "enable 8242"}),
-        DebugDriver::calls);
+    EXPECT_EQ(QStringList({"control 1100 1100 1100 0*0 1", "control 1100 8269 826b 0*0 0",
+                           "control 1100 826a 826b 0*0 0", "control 8246 8251 1100 1*131185 0",
+                           "callback without parameter", "enable 8242"}),
+              DebugDriver::calls);
 }
 
 TEST_F(GLDebuggingTest, ADriverMessageIsPutIntoWords)
@@ -233,9 +223,7 @@ TEST_F(GLDebuggingTest, TheDriverReportsInTheCallThatIsWrong)
 {
     ASSERT_TRUE(initializeGLDebugging());
     glEnable(GL_TEXTURE_2D_ARRAY);
-    const QString message = _capture.take().value(0).toString();
-    EXPECT_TRUE(message.startsWith("debug [GLUtilities.cpp:#] OpenGL message [id=0x")) << qPrintable(message);
-    EXPECT_TRUE(message.contains("source=api, type=error, severity=high]: ")) << qPrintable(message);
+    EXPECT_MESSAGES(startsWith("debug [GLUtilities.cpp:#] OpenGL message [id=0x"));
     TestContext::watchDriver();
     EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors());
 }
@@ -243,7 +231,6 @@ TEST_F(GLDebuggingTest, TheDriverReportsInTheCallThatIsWrong)
 TEST(GLVersionsTest, TheVersionIsThatOfTheProject)
 {
     EXPECT_EQ(ZELGL_PROJECT_VERSION, GLVersions::getVersion());
-    EXPECT_EQ("1.0.0", GLVersions::getVersion());
     EXPECT_EQ("", GLVersions::getGitHash());
     EXPECT_EQ("1", GLVersions::getMd5Sum());
     EXPECT_EQ(nullptr, zelGetMemory());

@@ -281,7 +281,12 @@ TEST_F(GPUModelTest, ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre)
     };
     const auto randomMatrix = [&] {
         QMatrix4x4 matrix;
-        matrix.translate(chance(6) ? QVector3D(0, 0, chance(2) ? 2e-3f : 5e-4f) : point());
+        QVector3D place = point();
+        if (chance(6)) { // near the origin
+            place = QVector3D();
+            place[below(3)] = chance(2) ? 2e-3f : 5e-4f;
+        }
+        matrix.translate(place);
         matrix.rotate(90.0f * point().x(), point());
         matrix.scale(1.0f + 0.2f * point().x(), 1.0f, chance(3) ? -1.0f : 1.0f);
         matrix.scale(chance(8) ? 1e-4f : 1.0f);
@@ -564,7 +569,7 @@ TEST_F(GPUModelTest, ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre)
         };
         const QVector<int> all{0, 1, 2, 3, 4, 5, 6, 7, 8};
         ASSERT_EQ(std::all_of(all.begin(), all.end(), isEmpty), _model.isDrawEmpty(value, mask));
-        if (op == 14 || op == 15) {
+        if (op == 14 || op == 15 || (op == 13 && _model.hasFeatureFlags(GPUModel::kFeatureCulling))) {
             Box bounds{1e20f, 1e20f, 1e20f, -1e20f, -1e20f, -1e20f};
             cull([&](const Command &command) {
                 const Box box = _model.getBoundingBox(command.box);
@@ -615,6 +620,10 @@ TEST_F(GPUModelTest, WhatIsReplacedOrClearedIsDeletedInOrderUnlessADrawableUsesI
     }
     EXPECT_EQ(7u, _model.getFlags(0));
     EXPECT_EQ(expected.mid(0, 2), deleted);
+    const quint64 ofUnit = _model.drawBuffers(1)->memoryEstimateGPU();
+    EXPECT_EQ(3 * ofUnit, _model.memoryEstimateGPU()); // the data were never bound
+    EXPECT_LT(3 * _model.drawBuffers(1)->memoryEstimateCPU(), _model.memoryEstimateCPU());
+    EXPECT_GT(10000u, _model.memoryEstimateCPU());
     _model.clear();
     EXPECT_EQ(expected, deleted);
 
@@ -630,7 +639,8 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
 {
     const int late = addSquares({placed(0, 0)}, 7);
     const int early = addSquares({placed(0, 0), placed(1, 1)}, 3ull << 55 | 3);
-    _model.removeFlags(0, 2, 3ull << 55); // now lower flags follow higher ones
+    _model.removeFlags(0, 2, 1ull << 55); // now lower flags follow higher ones
+    _model.removeFlags(early, 1ull << 56);
     _model.addFlags(late, 5ull << 52 | 1);
     _model.setFlags(early, 0, 0, kAll); // names no drawable: nothing changes
     _model.sortDrawablesByFlags();
@@ -711,7 +721,7 @@ TEST_F(GPUModelTest, CamerasTakeWhatTheyLackFromTheModelAndFillTheAspectFromThei
 TEST_F(GPUModelTest, EachFormOfADrawTakesItsDrawables)
 {
     // Each drawable has a different number of commands, so the count identifies what is drawn.
-    addSquares(QVector<QMatrix4x4>(1), 1, 0);
+    addSquares(QVector<QMatrix4x4>(3), 1, 0);
     addSquares(QVector<QMatrix4x4>(2), 2, 1);
     addSquares(QVector<QMatrix4x4>(4), 3, 1);
     _model.addSimple(squares(8), 1, nullptr, nullptr, 4);
@@ -719,6 +729,7 @@ TEST_F(GPUModelTest, EachFormOfADrawTakesItsDrawables)
     TextureManager::setInstance(&_manager);
     ShaderProgram *const p = _program.get();
     const Tap<&glStencilFunc> stencils;
+    const Tap<&glUniform1ui> ids;
     Taps<&glDrawElementsBaseVertex> draws;
     draws.hold();
     const auto drawn = [&](bool result, bool expected = true) {
@@ -727,23 +738,23 @@ TEST_F(GPUModelTest, EachFormOfADrawTakesItsDrawables)
         draws.clear();
         return count;
     };
-    EXPECT_EQ(7u, drawn(_model.draw(p, &_textures, 0, 0)));
+    EXPECT_EQ(9u, drawn(_model.draw(p, &_textures, 0, 0)));
     EXPECT_EQ(6u, drawn(_model.draw(p, &_textures, 2, 2, eWindingOff, false)));
     EXPECT_EQ(2u, drawn(_model.draw(p, &_textures, 2, 3, eWindingOff, nullptr, false)));
     EXPECT_EQ(4u, drawn(_model.draw(p, 3, 3, eWindingOff, false)));
-    EXPECT_EQ(1u, drawn(_model.drawExclude(p, &_textures, 0, 0, eWindingOff, nullptr, {1})));
+    EXPECT_EQ(3u, drawn(_model.drawExclude(p, &_textures, 0, 0, eWindingOff, nullptr, {1})));
     EXPECT_EQ(2u, drawn(_model.drawExclude(p, 2, 3, eWindingOff, {0})));
     EXPECT_EQ(4u, drawn(_model.drawMaterials(p, &_textures, 1, 1, eWindingOff, nullptr, {1})));
-    EXPECT_EQ(5u, drawn(_model.drawSimple(p, &_textures, 1, 1)));
-    EXPECT_EQ(15u, drawn(_model.drawSimple(p, &_textures, 0, 0)));
+    EXPECT_EQ(7u, drawn(_model.drawSimple(p, &_textures, 1, 1)));
     _model.setFeatureFlags(16); // kFeatureSimple without kFeatureFilterSimple
-    EXPECT_EQ(15u, drawn(_model.draw(p, &_textures, 1, 1)));
+    EXPECT_EQ(17u, drawn(_model.draw(p, &_textures, 1, 1)));
     _model.setFeatureFlags(15);
     TextureManager::setInstance(nullptr);
 
     { // draw buffers that cannot be bound are drawn from those before
         const AutoBinder elsewhere(_model.drawBuffers(0)->VAO());
-        EXPECT_EQ(7u, drawn(_model.draw(p, nullptr, 0, 0, eWindingOff, nullptr, {}, {1, 0}, false)));
+        EXPECT_EQ(9u, drawn(_model.draw(p, nullptr, 0, 0, eWindingOff, nullptr, {}, {1, 0}, false)));
+        EXPECT_EQ(2u, ids.last<1>());
         EXPECT_MESSAGES(startsWith("critical [VertexArrayObject.cpp:#]"));
     }
     // The last drawable decides on the result of a draw, any on that of a simple one.
@@ -753,6 +764,31 @@ TEST_F(GPUModelTest, EachFormOfADrawTakesItsDrawables)
     EXPECT_EQ(14u, drawn(_model.drawSimple(p, nullptr, 0, 0), false));
     EXPECT_EQ(3, _capture.take().size());
     EXPECT_EQ(0u, stencils.count());
+}
+
+TEST_F(GPUModelTest, DrawsOfOneDrawableContinueWithWhatTheyBound)
+{
+    addSquares(QVector<QMatrix4x4>(2));
+    _model.updateTransforms();
+    Collection *object = nullptr;
+    Collection *material = nullptr;
+    TextureManager *manager = nullptr;
+    VertexArrayObject *array = nullptr;
+    DrawBuffers *unit = nullptr;
+    ShaderProgram *const p = _program.get();
+    QVector<int> second{1};
+    DrawLog log(_manager);
+    EXPECT_TRUE(_model.drawMesh(0, object, material, manager, array, unit, p, &_manager, 0, eWindingOff,
+                                nullptr, {}));
+    EXPECT_TRUE(_model.drawMesh(0, &second, object, material, manager, array, unit, p, &_manager));
+    EXPECT_TRUE(_model.drawMesh(1, nullptr, object, material, manager, array, unit, p, &_manager));
+    EXPECT_EQ(3, log.draws.size());
+    EXPECT_EQ(1, log.calls.value("arra") * log.calls.value("mana"));
+    EXPECT_EQ(std::make_tuple(_model.objectData(0), _model.materialData(0),
+                              static_cast<TextureManager *>(&_manager), _model.drawBuffers(0)->VAO().data(),
+                              _model.drawBuffers(0)),
+              std::make_tuple(object, material, manager, array, unit));
+    EXPECT_TRUE(unit->unbind() && material->unbind(manager) && object->unbind(manager));
 }
 
 TEST_F(GPUModelTest, MirroredSquaresAreSeenAsPlainOnesAre)

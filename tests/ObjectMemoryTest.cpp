@@ -21,9 +21,7 @@ constexpr bool kIsPooled = true;
 
 } // namespace
 
-class ObjectMemory : public GLTest
-{
-};
+using ObjectMemory = GLTest;
 
 TEST_F(ObjectMemory, holdsWrappersOfOneSizeSideBySideAndAgainWhenTheyAreDeletedByAnyBase)
 {
@@ -33,9 +31,10 @@ TEST_F(ObjectMemory, holdsWrappersOfOneSizeSideBySideAndAgainWhenTheyAreDeletedB
     const auto a = std::make_unique<DrawBuffers>(nullptr);
     const auto b = std::make_unique<DrawBuffers>(nullptr);
     auto *c = new DrawBuffers(nullptr);
+    const size_t lines = (sizeof(DrawBuffers) + 63) / 64;
     EXPECT_EQ(0u, reinterpret_cast<quintptr>(a.get()) % 64);
-    EXPECT_EQ(distance(a.get(), b.get()), distance(b.get(), c));
-    EXPECT_LT(distance(a.get(), b.get()), std::ptrdiff_t(sizeof(DrawBuffers) + 64));
+    EXPECT_EQ(std::ptrdiff_t(64 * lines), distance(a.get(), b.get()));
+    EXPECT_EQ(std::ptrdiff_t(64 * lines), distance(b.get(), c));
 
     const void *const place = c;
     delete static_cast<QObject *>(c);
@@ -46,29 +45,22 @@ TEST_F(ObjectMemory, holdsWrappersOfOneSizeSideBySideAndAgainWhenTheyAreDeletedB
     EXPECT_EQ(place, last.get());
 }
 
+template <int kAlignment, int kBytes> struct alignas(kAlignment) Special : BufferObject
+{
+    using BufferObject::BufferObject;
+    char bytes[kBytes] = {};
+};
+
 TEST_F(ObjectMemory, leavesOtherPlacesToTheHost)
 {
     const auto counted = QSharedPointer<VertexArrayObject>::create(nullptr);
     VertexArrayObject onStack(nullptr);
     EXPECT_EQ(2, VertexArrayObject::NumAlive());
 
-    struct alignas(32) Large : BufferObject
-    {
-        using BufferObject::BufferObject;
-        char bytes[4096] = {};
-    };
-    const auto large = std::make_unique<Large>(nullptr);
-    EXPECT_EQ(0u, reinterpret_cast<quintptr>(large.get()) % alignof(Large));
-    EXPECT_EQ(1, BufferObject::NumAlive());
-
-    struct alignas(256) Aligned : BufferObject
-    {
-        using BufferObject::BufferObject;
-    };
-    const std::unique_ptr<Aligned> aligned(new (std::nothrow) Aligned(nullptr));
-    const auto alignedToo = std::make_unique<Aligned>(nullptr);
-    EXPECT_EQ(0u, (reinterpret_cast<quintptr>(aligned.get()) | reinterpret_cast<quintptr>(alignedToo.get()))
-                      % 256);
-    const std::unique_ptr<BufferObject> withoutThrow(new (std::nothrow) BufferObject(nullptr));
+    const auto large = std::make_unique<Special<16, 4096>>(nullptr);
+    const std::unique_ptr<BufferObject> plain(new (std::nothrow) BufferObject(nullptr));
+    const auto aligned = std::make_unique<Special<256, 1>>(nullptr);
+    const std::unique_ptr<Special<256, 1>> too(new (std::nothrow) Special<256, 1>(nullptr));
+    EXPECT_EQ(0u, (reinterpret_cast<quintptr>(aligned.get()) | reinterpret_cast<quintptr>(too.get())) % 256);
     EXPECT_EQ(4, BufferObject::NumAlive());
 }

@@ -37,7 +37,7 @@ int GPUModel::addTransform(int parent, const QMatrix4x4 &local)
 void GPUModel::setLocalTransform(int transform, const QMatrix4x4 &local, bool locked)
 {
     if (!isValidTransform(transform) || _localTransforms.at(transform) == local) {
-        return; // required: not even the lock changes; see GPUModelTest.RandomHierarchiesReachTheWorldAndTheObjectData
+        return; // required: not even the lock changes; see GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre
     }
     _localTransforms[transform] = local;
     _transformDirty[transform] = true;
@@ -257,7 +257,7 @@ void GPUModel::recompute(int transform, MatrixWriter &writer)
 /// Returns a world matrix with the parent's position and scale but without its rotation.
 ///
 /// Required: it rewrites the local matrix, so the next update scales it again unless the host sets it before; see
-/// GPUModelTest.RandomHierarchiesReachTheWorldAndTheObjectData.
+/// GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre.
 QMatrix4x4 GPUModel::lockedWorld(int transform, const QMatrix4x4 &parentWorld)
 {
     // 1. The position in the world, from the local matrix as the host set it.

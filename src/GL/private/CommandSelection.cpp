@@ -37,7 +37,7 @@ void GPUModel::CommandSelection::sortIfRequested(unsigned long long flags, const
     _sorts = (flags & kFlagSortByDistance) != 0 && viewMatrix != nullptr;
     if (_sorts) {
         // Required: the translation of the inverse with its sign turned, although that of the inverse itself is the eye of a
-        // view matrix; see GPUModelTest.ARandomSceneIsCulledAndDrawnAsPlainListsAre.
+        // view matrix; see GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre.
         _eyeInWorld = -viewMatrix->inverted().column(3).toVector3D();
     }
 }

@@ -73,7 +73,7 @@ private:
             return;
         }
         // The manager is bound again even if it is the same: only this sends the tokens of a new collection to the shader; see
-        // GPUModelTest.ARandomSceneIsCulledAndDrawnAsPlainListsAre.
+        // GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre.
         if (_boundManager != nullptr) {
             _boundManager->unbind(_program);
         }
