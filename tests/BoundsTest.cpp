@@ -50,7 +50,7 @@ TEST(BoundsTest, NullIsABoxWithoutAnyExtentAndNoPointsMakeAnInvertedOne)
     EXPECT_TRUE(Bounds({1, 2, 3}, {1, 2, 3}).isNull());
     EXPECT_FALSE(Bounds({1, 2, 3}, {1, 2, 4}).isNull());
     EXPECT_FALSE(Bounds({kNaN, 0, 0}, {kNaN, 0, 0}).isNull());
-    expectBox({-1, -7, 2}, {4, 5, 6}, Bounds({{4, -7, 6}, {-1, 5, 2}, {0, 0, 3}}));
+    expectBox({-1, -7, 2}, {4, 5, 6}, Bounds({{4, -7, 6}, {-1, 5, 2}, {kNaN, kNaN, kNaN}}));
     const Bounds none{QVector<QVector3D>()};
     const float max = 3.4028235e38f;
     expectBox({max, max, max}, {-max, -max, -max}, none);

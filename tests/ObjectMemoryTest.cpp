@@ -23,33 +23,33 @@ constexpr bool kIsPooled = true;
 
 using ObjectMemory = GLTest;
 
+template <size_t kAlignment, size_t kBytes> struct alignas(kAlignment) Special : BufferObject
+{
+    using BufferObject::BufferObject;
+    char bytes[kBytes] = {};
+};
+
 TEST_F(ObjectMemory, holdsWrappersOfOneSizeSideBySideAndAgainWhenTheyAreDeletedByAnyBase)
 {
     if (!kIsPooled) {
         GTEST_SKIP() << "the address sanitizer or ZELGL_OBJECT_MEMORY=OFF: objects are on the heap";
     }
-    const auto a = std::make_unique<DrawBuffers>(nullptr);
-    const auto b = std::make_unique<DrawBuffers>(nullptr);
-    auto *c = new DrawBuffers(nullptr);
-    const size_t lines = (sizeof(DrawBuffers) + 63) / 64;
+    using Largest = Special<8, 512 - sizeof(BufferObject)>; // larger ones are on the heap
+    const auto a = std::make_unique<Largest>(nullptr);
+    const auto b = std::make_unique<Largest>(nullptr);
+    auto *c = new Largest(nullptr);
     EXPECT_EQ(0u, reinterpret_cast<quintptr>(a.get()) % 64);
-    EXPECT_EQ(std::ptrdiff_t(64 * lines), distance(a.get(), b.get()));
-    EXPECT_EQ(std::ptrdiff_t(64 * lines), distance(b.get(), c));
+    EXPECT_EQ(512, distance(a.get(), b.get()));
+    EXPECT_EQ(512, distance(b.get(), c));
 
     const void *const place = c;
     delete static_cast<QObject *>(c);
-    auto *again = new DrawBuffers(nullptr);
+    auto *again = new Largest(nullptr);
     EXPECT_EQ(place, again);
     delete static_cast<Bindable *>(again);
-    const std::unique_ptr<DrawBuffers> last(new DrawBuffers(nullptr));
+    const std::unique_ptr<Largest> last(new Largest(nullptr));
     EXPECT_EQ(place, last.get());
 }
-
-template <int kAlignment, int kBytes> struct alignas(kAlignment) Special : BufferObject
-{
-    using BufferObject::BufferObject;
-    char bytes[kBytes] = {};
-};
 
 TEST_F(ObjectMemory, leavesOtherPlacesToTheHost)
 {

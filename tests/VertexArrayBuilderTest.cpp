@@ -23,14 +23,14 @@ TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
 {
     // The vertex count is a reservation, not a limit.
     _builder.setVertexSpec(3, 1);
-    _builder.setColorSpec(4, 1);
+    _builder.setColorSpec(3, 1);
     _builder.setTexCoordSpec(2, 1);
     _builder.setNormalSpec(3, 1);
     _builder.setVertexAttribSpec(7, 2, 1);
     _builder.setVertexAttribSpec(9, 3, 1);
     for (const float v : {0.0f, 100.0f}) {
         _builder.glVertex3f(v + 1, v + 2, v + 3);
-        _builder.glColor4f(v + 4, v + 5, v + 6, v + 7);
+        _builder.glColor3f(v + 4, v + 5, v + 6);
         _builder.glTexCoord2f(v + 8, v + 9);
         _builder.glVertexAttrib2f(7, v + 10, v + 11); // a macro of the loader adds the prefix
         _builder._ptrc_glVertexAttrib3f(9, v + 12, v + 13, v + 14);
@@ -43,7 +43,7 @@ TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
         std::vector<float> expected;
     } kRows[] = {
         {_builder.getVertexData(), _builder.getVertexStorage(), {1, 2, 3, 101, 102, 103}},
-        {_builder.getColorData(), _builder.getColorStorage(), {4, 5, 6, 7, 104, 105, 106, 107}},
+        {_builder.getColorData(), _builder.getColorStorage(), {4, 5, 6, 104, 105, 106}},
         {_builder.getTexCoordData(), _builder.getTexCoordStorage(), {8, 9, 108, 109}},
         {_builder.getNormalData(), _builder.getNormalStorage(), {15, 16, 17}},
         {_builder.getVertexAttribData(7), _builder.getVertexAttribStorage(7), {10, 11, 110, 111}},
@@ -89,13 +89,17 @@ TEST_F(VertexArrayBuilderTest, WrongPushesAndCountsAreReportedAndTaken)
     _builder.glColor4f(1, 2, 3, 4);
     EXPECT_MESSAGES(notSetUp, tooMany(4));
 
-    _builder.setVertexSpec(3, 2);
+    EXPECT_EQ((std::vector<float>{1, 2, 3, 4}),
+              std::vector<float>(_builder.getColorData(), _builder.getColorData() + 4));
+    _builder.setVertexSpec(3, 0);
     EXPECT_EQ(0u, _builder.getVertexCount());
     EXPECT_MESSAGES(asserted("0 == (this->_data.size() \\% this->_componentCount)",
                              "Component Count and array Size do not match."));
     _builder.glVertex2f(3, 4);
     _builder.glVertex2f(5, 6); // six floats are two vertices, whatever the pushes were
     EXPECT_EQ(2u, _builder.getVertexCount());
+    EXPECT_EQ((std::vector<float>{1, 2, 3, 4, 5, 6}),
+              std::vector<float>(_builder.getVertexData(), _builder.getVertexData() + 6));
     _builder.setNormalSpec(3, 2);
     _builder.glNormal3f(7, 8, 9);
     _builder.setTexCoordSpec(1, 2);
