@@ -1,6 +1,5 @@
 #include "support/FakeLoader.h"
 #include "support/GLFixture.h"
-#include "support/Reported.h"
 #include "support/Tap.h"
 #include "support/TestBuffer.h"
 
@@ -13,11 +12,17 @@ using namespace Orvane::Zel;
 
 namespace {
 
+const AssertionsOf asserted("BufferObject.cpp");
 const std::vector<float> kThree = {1.0f, 2.0f, 3.0f};
 
+/// Takes the messages of assertions, one line each: "condition: text".
 testing::AssertionResult reported(const QString &lines)
 {
-    return reported("BufferObject.cpp", lines);
+    std::vector<ExpectedMessage> expected;
+    for (const QString &line : lines.trimmed().split('\n')) {
+        expected.emplace_back(asserted(line.section(": ", 0, 0), line.section(": ", 1)));
+    }
+    return takeMessages(expected);
 }
 
 class BufferObjectTest : public GLTest

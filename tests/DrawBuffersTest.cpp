@@ -98,89 +98,6 @@ protected:
     DrawTaps _taps;
 };
 
-/// Quads of one column each, at a position and in a colour that the draw ID selects.
-class DrawBuffersPicture : public DrawBuffersTest
-{
-protected:
-    static constexpr int kColumns = 4;
-
-    std::unique_ptr<DrawBuffers> makeQuad(bool indexed, int drawIDBase, int instances)
-    {
-        auto unit = makeUnit();
-        unit->VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER), {0, -1, 1, -1, 0, 1, 1, 1}, 2,
-                            GL_STATIC_DRAW);
-        unit->setPrimitiveType(GL_TRIANGLE_STRIP);
-        unit->setVertexCount(4);
-        unit->setDrawIDBase(drawIDBase);
-        unit->setInstanceCount(instances);
-        if (indexed) {
-            const unsigned short indices[] = {9, 9, 0, 1, 2, 3}; // the first two are never read
-            const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ELEMENT_ARRAY_BUFFER);
-            const AutoBinder binder(buffer.data());
-            buffer->uploadGLushortData(indices, 6, GL_STATIC_DRAW);
-            unit->setIndexedDraw(buffer, 4, GL_UNSIGNED_SHORT);
-            unit->setIndexBufferOffset(4);
-        }
-        return unit;
-    }
-
-    /// Compares the columns that units draw one after the other: units with an ID each, instances of one unit with and without
-    /// indices, and commands, which need the plain path. The program differs in how the draw ID reaches the shader.
-    void expectColumns(bool baseInstance)
-    {
-        DrawBuffers::useBaseInstanceDrawing(baseInstance);
-        GLSLMacroProcessor processor;
-        DrawBuffers::setup(&processor);
-        ShaderProgram program(nullptr);
-        program.setMacroProcessor(&processor);
-        program.addShader(
-            GL_VERTEX_SHADER,
-            "#version 150\n"
-            "#include \"ZelUtilities.glslh\"\n"
-            "in vec2 va_Vertex; flat out float vo_ID;\n"
-            "void main() { vo_ID = float(getDrawID());\n"
-            "    gl_Position = vec4((va_Vertex.x + vo_ID) * 0.5 - 1.0, va_Vertex.y, 0.0, 1.0); }\n",
-            QString());
-        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-        program.addShader(GL_FRAGMENT_SHADER,
-                          "#version 150\nflat in float vo_ID; out vec4 color;\n"
-                          "void main() { color = vec4(vo_ID * 0.25, 1.0 - vo_ID * 0.25, 0.5, 1.0); }\n",
-                          QString());
-        ASSERT_TRUE(program.link());
-        std::vector<std::unique_ptr<DrawBuffers>> ways[4];
-        for (int i = 0; i < kColumns; ++i) {
-            ways[0].push_back(makeQuad(i % 2 == 0, i, 1));
-        }
-        ways[1].push_back(makeQuad(true, 0, kColumns));
-        ways[2].push_back(makeQuad(false, 0, kColumns));
-        ways[3].push_back(makeQuad(true, 0, baseInstance ? kColumns : 1));
-        const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
-        ways[3].front()->setDrawElementsIndirectCommands(commands.constData(), baseInstance ? 0 : kColumns);
-
-        constexpr int kSize = 2 * kColumns;
-        const Pixels expected = Pixels::of(kSize, kSize, [](int x, int) {
-            const float shade = float(x / 2) * 0.25f;
-            return QVector4D(shade, 1.0f - shade, 0.5f, 1.0f);
-        });
-        QOpenGLFramebufferObject target(kSize, kSize);
-        ASSERT_TRUE(target.bind() && program.bind());
-        driver()->glViewport(0, 0, kSize, kSize);
-        for (const auto &units : ways) {
-            driver()->glClear(GL_COLOR_BUFFER_BIT);
-            DrawBuffers *bound = nullptr;
-            for (const auto &unit : units) {
-                ASSERT_TRUE(unit->rebind(std::exchange(bound, unit.get())));
-                ASSERT_TRUE(unit->VAO()->enableShaderProgramArrays(&program));
-                EXPECT_TRUE(unit->draw(&program));
-            }
-            EXPECT_TRUE(bound->unbind());
-            EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, kSize, kSize).isNear(expected, 0.005f));
-        }
-        EXPECT_TRUE(program.unbind());
-    }
-};
-
 } // namespace
 
 TEST_F(DrawCallsTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
@@ -381,30 +298,28 @@ TEST_F(DrawBuffersTest, RebindSwitchesWithTheFewestCalls)
     const auto first = makeIndexedUnit(shared);
     const auto second = makeIndexedUnit(shared);
     const auto third = makeUnit();
-    Tap<&glBindVertexArray> arrays;
-    Tap<&glBindBuffer> buffers;
-    EXPECT_TRUE(first->rebind(nullptr));
-    EXPECT_TRUE(first->rebind(first.get()));
-    EXPECT_EQ(1u, arrays.count());
-    EXPECT_EQ(1u, buffers.count());
-    EXPECT_TRUE(second->rebind(first.get()));
-    EXPECT_EQ(2u, arrays.count());
-    EXPECT_EQ(std::make_tuple(GLenum(GL_ELEMENT_ARRAY_BUFFER), shared->getBO()), buffers.calls().back())
-        << "the index binding belongs to the vertex array";
-    EXPECT_EQ(2u, buffers.count());
-    EXPECT_TRUE(third->rebind(second.get()));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_ELEMENT_ARRAY_BUFFER), 0u), buffers.calls().back());
-    EXPECT_TRUE(first->rebind(third.get()));
-    EXPECT_EQ(4u, arrays.count());
-    EXPECT_EQ(4u, buffers.count());
-
-    // Two draw units share a vertex array: only their index buffers differ.
-    DrawBuffers sibling(nullptr);
+    DrawBuffers sibling(
+        nullptr); // shares the vertex array of the first, so that only their index buffers differ
     sibling.setVAO(first->VAO());
     sibling.setIndexedDraw(makeIndexBuffer(), 3, GL_UNSIGNED_SHORT);
-    EXPECT_TRUE(sibling.rebind(first.get()));
-    EXPECT_EQ(4u, arrays.count());
-    EXPECT_EQ(5u, buffers.count());
+    const struct
+    {
+        DrawBuffers *unit;
+        size_t arrays;
+        size_t buffers;
+        GLuint indices; ///< the binding belongs to the vertex array
+    } kRows[] = {{first.get(), 1, 1, shared->getBO()},  {first.get(), 0, 0, shared->getBO()},
+                 {second.get(), 1, 1, shared->getBO()}, {third.get(), 1, 1, 0},
+                 {first.get(), 1, 1, shared->getBO()},  {&sibling, 0, 1, sibling.indexBO()->getBO()}};
+    DrawBuffers *bound = nullptr;
+    for (const auto &row : kRows) {
+        Tap<&glBindVertexArray> arrays;
+        Tap<&glBindBuffer> buffers;
+        EXPECT_TRUE(row.unit->rebind(std::exchange(bound, row.unit)));
+        EXPECT_EQ(row.arrays, arrays.count());
+        EXPECT_EQ(row.buffers, buffers.count());
+        EXPECT_EQ(GLint(row.indices), integerOf(GL_ELEMENT_ARRAY_BUFFER_BINDING));
+    }
     EXPECT_TRUE(sibling.unbind());
 }
 
@@ -456,15 +371,71 @@ TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
     EXPECT_EQ((std::vector<quint32>{6, 9, 3, 10, 9, 0, 0, 0}), contentsOf<quint32>(*buffer, 8, 32));
 }
 
-TEST_F(DrawBuffersPicture, OnThePlainPath)
+TEST_F(DrawBuffersTest, EachDrawIDReachesTheShaderOnEitherPath)
 {
-    expectColumns(false);
-}
-
-TEST_F(DrawBuffersPicture, ByBaseInstance)
-{
-    if (!DrawBuffers::isBaseInstanceDrawingSupported()) {
-        GTEST_SKIP() << "GL_ARB_shader_draw_parameters is missing";
+    constexpr int kColumns = 4; // of white: a quad each, whose place follows from the ID
+    const auto makeQuad = [](bool indexed, int drawIDBase, int instances) {
+        auto unit = makeUnit();
+        unit->VAO()->upload("va_Vertex", makeBuffer(GL_ARRAY_BUFFER), {0, -1, 1, -1, 0, 1, 1, 1}, 2,
+                            GL_STATIC_DRAW);
+        unit->setPrimitiveType(GL_TRIANGLE_STRIP);
+        unit->setVertexCount(4);
+        unit->setDrawIDBase(drawIDBase);
+        unit->setInstanceCount(instances);
+        if (indexed) {
+            const unsigned short indices[] = {9, 9, 0, 1, 2, 3}; // the first two are never read
+            const QSharedPointer<BufferObject> buffer = makeIndexBuffer();
+            const AutoBinder binder(buffer.data());
+            buffer->uploadGLushortData(indices, 6, GL_STATIC_DRAW);
+            unit->setIndexedDraw(buffer, 4, GL_UNSIGNED_SHORT);
+            unit->setIndexBufferOffset(4);
+        }
+        return unit;
+    };
+    QOpenGLFramebufferObject target(kColumns, 1);
+    ASSERT_TRUE(target.bind());
+    driver()->glViewport(0, 0, kColumns, 1);
+    for (const bool baseInstance : {false, true}) {
+        if (baseInstance && !DrawBuffers::isBaseInstanceDrawingSupported()) {
+            GTEST_SKIP() << "GL_ARB_shader_draw_parameters is missing";
+        }
+        DrawBuffers::useBaseInstanceDrawing(baseInstance);
+        GLSLMacroProcessor processor;
+        DrawBuffers::setup(&processor);
+        ShaderProgram program(nullptr);
+        program.setMacroProcessor(&processor);
+        program.addShader(GL_VERTEX_SHADER,
+                          "#version 150\n"
+                          "#include \"ZelUtilities.glslh\"\n"
+                          "in vec2 va_Vertex;\n"
+                          "void main() { gl_Position = vec4((va_Vertex.x + float(getDrawID())) * 0.5 - 1.0,\n"
+                          "                                 va_Vertex.y, 0.0, 1.0); }\n",
+                          QString());
+        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+        program.addShader(GL_FRAGMENT_SHADER, kAllWhite, QString());
+        ASSERT_TRUE(program.link());
+        const AutoBinder programBinder(&program);
+        std::vector<std::unique_ptr<DrawBuffers>> ways[4]; // units, instances, and commands on the plain path
+        for (int i = 0; i < kColumns; ++i) {
+            ways[0].push_back(makeQuad(i % 2 == 0, i, 1));
+        }
+        ways[1].push_back(makeQuad(true, 0, kColumns));
+        ways[2].push_back(makeQuad(false, 0, kColumns));
+        ways[3].push_back(makeQuad(true, 0, kColumns));
+        const QVector<DrawElementsIndirectCommand> commands(kColumns, {4, 1, 2, 0, 0});
+        ways[3].front()->setDrawElementsIndirectCommands(commands.constData(), baseInstance ? 0 : kColumns);
+        for (const auto &units : ways) {
+            driver()->glClear(GL_COLOR_BUFFER_BIT);
+            DrawBuffers *bound = nullptr;
+            for (const auto &unit : units) {
+                ASSERT_TRUE(unit->rebind(std::exchange(bound, unit.get())));
+                ASSERT_TRUE(unit->VAO()->enableShaderProgramArrays(&program));
+                EXPECT_TRUE(unit->draw(&program));
+            }
+            EXPECT_TRUE(bound->unbind());
+            EXPECT_TRUE(
+                Pixels::ofFramebuffer(0, 0, kColumns, 1).isNear(Pixels(kColumns, 1, {1, 1, 1, 1}), 0));
+        }
     }
-    expectColumns(true);
 }
