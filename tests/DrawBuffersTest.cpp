@@ -10,6 +10,10 @@
 #include <QtGui/QOpenGLFramebufferObject>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
+#include <algorithm>
+#include <numeric>
+#include <random>
+
 using namespace Orvane::Zel;
 
 namespace {
@@ -24,26 +28,44 @@ const void *offset(quintptr bytes)
     return reinterpret_cast<const void *>(bytes);
 }
 
-/// Draws are recorded and not issued.
-struct DrawTaps : Taps<&glDrawArrays, &glDrawElements, &glDrawElementsBaseVertex, &glDrawArraysInstanced,
-                       &glDrawElementsInstanced>
+template <typename... Values> QString text(QString call, Values... values)
 {
-    DrawTaps() { hold(); }
+    ((call += ' ' + QString::number(qlonglong(values))), ...);
+    return call;
+}
 
-    std::vector<GLuint> drawIDs() const
+/// The calls of draws, which are recorded and not issued.
+struct DrawLog
+{
+    DrawLog()
     {
-        std::vector<GLuint> ids;
-        for (const auto &call : uniforms.calls()) {
-            ids.push_back(std::get<1>(call));
-        }
-        return ids;
+        watch(_ids, "id");
+        watch(_arrays, "arrays");
+        watch(_elements, "elements");
+        watch(_baseVertex, "base vertex");
+        watch(_arraysInstanced, "arrays instanced");
+        watch(_elementsInstanced, "elements instanced");
     }
 
-    Tap<&glUniform1ui> uniforms;
-};
+    template <auto Slot> void watch(Hook<Slot> &hook, const char *name)
+    {
+        hook.replace([name](auto... values) { calls += text(name, values...); });
+    }
 
-using ElementsOfInstances = PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC;
-using ArraysOfInstances = PFNGLDRAWARRAYSINSTANCEDBASEINSTANCEPROC;
+    /// An entry point that is not in the table of the loader.
+    template <typename... Values> static void APIENTRY baseInstance(Values... values)
+    {
+        calls += text("base instance", values...);
+    }
+
+    static inline QStringList calls;
+    Hook<&glUniform1ui> _ids;
+    Hook<&glDrawArrays> _arrays;
+    Hook<&glDrawElements> _elements;
+    Hook<&glDrawElementsBaseVertex> _baseVertex;
+    Hook<&glDrawArraysInstanced> _arraysInstanced;
+    Hook<&glDrawElementsInstanced> _elementsInstanced;
+};
 
 class DrawBuffersTest : public GLTest
 {
@@ -87,177 +109,155 @@ protected:
     FakeLoader _loader;
 };
 
-/// Binds a program that has a draw ID.
-class DrawCallsTest : public DrawBuffersTest
-{
-protected:
-    DrawCallsTest() { counters(); }
-
-    std::unique_ptr<ShaderProgram> _program = makeProgram(kVertexSource);
-    AutoBinder _programBinder{_program.get()};
-    DrawTaps _taps;
-};
-
 } // namespace
 
-TEST_F(DrawCallsTest, AUnitThatIsNotSetUpIsReportedAndNotDrawn)
+TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
+{
+    using Log = DrawLog;
+    _loader.provide("glDrawElementsInstancedBaseVertexBaseInstance",
+                    &Log::baseInstance<GLenum, GLsizei, GLenum, const void *, GLsizei, GLint, GLuint>);
+    _loader.provide("glDrawArraysInstancedBaseInstance",
+                    &Log::baseInstance<GLenum, GLint, GLsizei, GLsizei, GLuint>);
+    const auto withID = makeProgram(kVertexSource);
+    const auto withoutID = makeProgram(kAllOver);
+    const AutoBinder programBinder(withID.get());
+    const int location = withID->getUniformLocationNameID();
+    ShaderProgram *const programs[] = {nullptr, withID.get(), withoutID.get()}; // null: the one in use
+    const QSharedPointer<BufferObject> indices = makeIndexBuffer();
+    const QSharedPointer<VertexArrayObject> array(new VertexArrayObject(nullptr));
+    array->create();
+    std::mt19937 random(5);
+    const auto below = [&](int count) { return int(random() % unsigned(count)); };
+    const Log log;
+    for (int step = 0; step < 5000 && !HasFailure(); ++step) {
+        SCOPED_TRACE(step);
+        ShaderProgram *const program = programs[below(3)];
+        const bool isBound = below(9) != 0;
+        const bool hasPrimitive = below(9) != 0;
+        const bool isIndexed = below(2) == 0;
+        const bool usesBase = below(4) == 0;
+        const bool isInstanced = below(4) == 0;
+        const unsigned indexSize = unsigned(below(3)) * 2;
+        const GLenum type = indexSize == 0 ? 0 : indexSize == 2 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
+        const int count = below(4);
+        const int vertices = below(4);
+        const int instances = below(4);
+        const int firstID = below(100);
+        const int baseVertex = below(3);
+        const int offset = below(9);
+        QVector<DrawElementsIndirectCommand> commands(std::max(0, below(6) - 2));
+        for (DrawElementsIndirectCommand &command : commands) {
+            command = {unsigned(below(9)), 9, unsigned(below(9)), unsigned(below(9)), 9};
+        }
+        QVector<int> all(commands.size());
+        std::iota(all.begin(), all.end(), 0);
+        QVector<int> chosen(below(4));
+        std::generate(chosen.begin(), chosen.end(), [&] { return below(commands.size() + 1) - below(2); });
+        const QVector<int> *numbers = below(2) == 0 ? nullptr : &chosen;
+
+        DrawBuffers unit(nullptr);
+        isBound || below(2) == 0 ? unit.setVAO(array) : void();
+        isBound ? array->bind() : false;
+        hasPrimitive ? unit.setPrimitiveType(GL_LINES) : void();
+        unit.setIndexedDraw(isIndexed ? indices : nullptr, count, type);
+        unit.setVertexCount(unsigned(vertices));
+        unit.setInstanceCount(instances);
+        unit.setDrawIDBase(firstID);
+        unit.setBaseVertex(baseVertex);
+        unit.setIndexBufferOffset(static_cast<unsigned long>(offset));
+        unit.setDrawElementsIndirectCommands(commands.constData(), commands.size());
+        DrawBuffers::useBaseInstanceDrawing(usesBase);
+        _capture.take(); // a message about type 0
+        counters();
+        Log::calls.clear();
+        const bool result = isInstanced ? unit.drawInstanced(instances) : unit.draw(program, numbers);
+
+        QStringList calls;
+        QString refusal;
+        std::vector<qint64> counts{0, 0, 0};
+        const auto refuse = [&](const char *condition, const QString &why) {
+            refusal = asserted(condition, why);
+        };
+        const auto draw = [&](int number, qint64 drawn, const QString &call) {
+            calls += program != withoutID.get() ? QStringList(text("id", location, firstID + number))
+                                                : QStringList();
+            calls += call;
+            counts = {counts[0] + 1, counts[1] + 1, counts[2] + drawn};
+        };
+        const auto wrong =
+            std::find_if_not(chosen.begin(), chosen.end(), [&](int i) { return all.contains(i); });
+        if (!isBound) {
+            refuse("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw");
+        } else if (!hasPrimitive) {
+            refuse("GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw");
+        } else if (!isInstanced && !commands.isEmpty()) {
+            if (usesBase) {
+                refusal = "debug ##### COMMAND COUNT";
+            } else if (!isIndexed) {
+                refuse("false == this->_boIndex.isNull()", "Index buffer object is not set on draw");
+            } else if (numbers != nullptr && wrong != chosen.end()) {
+                refuse("unsigned(number) < unsigned(this->_commandsCount)",
+                       QString("Command %1 is not one of the %2 commands").arg(*wrong).arg(commands.size()));
+            } else {
+                for (const int i : numbers != nullptr ? chosen : all) {
+                    const DrawElementsIndirectCommand &c = commands.at(i);
+                    draw(
+                        i, c.count,
+                        text("base vertex", GL_LINES, c.count, type, c.firstIndex * indexSize, c.baseVertex));
+                }
+            }
+        } else if (isIndexed && type == 0) {
+            refuse("0 != this->_indexType", "Index type is not setup on draw");
+        } else if (isIndexed && count == 0) {
+            refuse("0 != this->_indexCount", "Index count is not setup on draw");
+        } else if (!isIndexed && vertices == 0) {
+            refuse("0 != this->_vertexCount", "Index count is not setup on draw");
+        } else if (isInstanced) {
+            calls += isIndexed ? text("elements instanced", GL_LINES, count, type, 0, instances)
+                               : text("arrays instanced", GL_LINES, 0, vertices, instances);
+        } else if (usesBase) {
+            calls += isIndexed ? text("base instance", GL_LINES, count, type, offset, instances, baseVertex,
+                                      firstID)
+                               : text("base instance", GL_LINES, baseVertex, vertices, instances, firstID);
+            counts = {1, 1, isIndexed ? count : 0};
+        } else {
+            const QString elements = baseVertex != 0
+                                         ? text("base vertex", GL_LINES, count, type, offset, baseVertex)
+                                         : text("elements", GL_LINES, count, type, offset);
+            for (int i = 0; i < instances; ++i) {
+                draw(i, isIndexed ? count : 0, isIndexed ? elements : text("arrays", GL_LINES, 0, vertices));
+            }
+        }
+        EXPECT_EQ(refusal.isEmpty(), result);
+        EXPECT_EQ(calls, Log::calls);
+        EXPECT_EQ(counts, counters());
+        EXPECT_EQ(refusal, _capture.takeTexts().join('\n'));
+        isBound ? array->unbind() : false;
+    }
+}
+
+TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStored)
 {
     DrawBuffers unit(nullptr);
     EXPECT_EQ(1, DrawBuffers::NumAlive());
-    const char *const isBound = "true == this->_vao->isBound()";
-    const QString notBound = "Vertex Array Object is not bound on draw";
     EXPECT_TRUE(asserted.refused(
         {{unit.bind(), "!this->_vao.isNull()", "Vertex Array Object is NULL on bind"},
-         {unit.rebind(nullptr), "!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"},
-         {unit.draw(), isBound, notBound}}));
+         {unit.rebind(nullptr), "!this->_vao.isNull()", "Vertex Array Object is NULL on rebind"}}));
     EXPECT_TRUE(unit.unbind());
-
+    const QSharedPointer<VertexArrayObject> second(new VertexArrayObject(nullptr));
     unit.setVAO(QSharedPointer<VertexArrayObject>(new VertexArrayObject(nullptr)));
-    ASSERT_TRUE(unit.VAO()->create());
-    EXPECT_TRUE(asserted.refused({{unit.draw(), isBound, notBound}}));
-    const AutoBinder binder(unit.VAO());
-    EXPECT_TRUE(asserted.refused(
-        {{unit.draw(), "GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw"}}));
-    unit.setPrimitiveType(GL_TRIANGLES);
-    const QString noCount = "Index count is not setup on draw";
-    EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_vertexCount", noCount},
-                                  {unit.drawInstanced(2), "0 != this->_vertexCount", noCount}}));
-    unit.setIndexedDraw(makeIndexBuffer(), 6, 0);
-    EXPECT_TRUE(
-        asserted.refused({{unit.draw(), "0 != this->_indexType", "Index type is not setup on draw"}}));
-    unit.setIndexedDraw(unit.indexBO(), 0, GL_UNSIGNED_SHORT);
-    EXPECT_TRUE(asserted.refused({{unit.draw(), "0 != this->_indexCount", noCount}}));
-    const DrawElementsIndirectCommand command{6, 1, 4000000, 0, 0};
-    unit.setIndexedDraw({}, 6, GL_UNSIGNED_SHORT);
-    unit.setDrawElementsIndirectCommands(&command, 1);
-    EXPECT_TRUE(asserted.refused(
-        {{unit.draw(), "false == this->_boIndex.isNull()", "Index buffer object is not set on draw"}}));
-    EXPECT_EQ(0u, _taps.count());
-    EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
-}
-
-TEST_F(DrawCallsTest, DoubtfulSettingsAreReportedAndStored)
-{
-    auto unit = makeUnit();
-    const QSharedPointer<VertexArrayObject> vao(new VertexArrayObject(nullptr));
-    unit->setVAO(vao);
-    unit->setPrimitiveType(GL_QUADS);
+    unit.setVAO(second);
+    unit.setPrimitiveType(GL_QUADS);
     EXPECT_MESSAGES(asserted("true == this->_vao.isNull()", "Vertex Array Object is already set"),
                     asserted("GL_QUADS != primitiveType", "GL_QUADS is not allowed"));
-    EXPECT_EQ(vao, unit->VAO());
-    unit->setVertexCount(4);
-    const AutoBinder binder(vao);
-    EXPECT_TRUE(unit->draw(_program.get()));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_QUADS), 0, 4), _taps.of<&glDrawArrays>().calls().back());
-    unit->clear();
-    EXPECT_TRUE(unit->VAO().isNull());
-}
-
-TEST_F(DrawCallsTest, CommandsAreDrawnByNumberEachWithItsID)
-{
-    const auto unit = makeCommandUnit();
-    unit->setDrawIDBase(100);
-    const AutoBinder binder(unit.get());
-    const QVector<int> chosen{2, 0};
-    EXPECT_TRUE(unit->draw(_program.get(), &chosen));
-    EXPECT_EQ((std::vector<GLuint>{102, 100}), _taps.drawIDs());
-    using Call = std::tuple<GLenum, GLsizei, GLenum, const void *, GLint>;
-    EXPECT_EQ((std::vector<Call>{{GL_TRIANGLES, 9, GL_UNSIGNED_SHORT, offset(18), 20},
-                                 {GL_TRIANGLES, 3, GL_UNSIGNED_SHORT, offset(0), 0}}),
-              _taps.of<&glDrawElementsBaseVertex>().calls());
-    EXPECT_EQ((std::vector<qint64>{2, 2, 12}), counters());
-    EXPECT_EQ((std::vector<qint64>{0, 0, 0}), counters());
-
-    EXPECT_TRUE(unit->draw(_program.get()));
-    EXPECT_EQ((std::vector<qint64>{3, 3, 18}), counters());
-    EXPECT_EQ(102u, _taps.drawIDs().back());
-    for (const QVector<int> &wrong : {QVector<int>{0, 3}, QVector<int>{-1}}) {
-        EXPECT_TRUE(asserted.refused(
-            {{unit->draw(_program.get(), &wrong), "unsigned(number) < unsigned(this->_commandsCount)",
-              QString("Command %1 is not one of the 3 commands").arg(wrong.last())}}));
-    }
-    EXPECT_EQ(5u, _taps.count());
-    EXPECT_FALSE(unit->drawBaseInstance(nullptr));
-    EXPECT_MESSAGES("debug ##### COMMAND COUNT");
-
-    unit->setIndexedDraw(unit->indexBO(), 3, 0);
-    const DrawElementsIndirectCommand early{3, 1, 100, 0, 0};
-    unit->setDrawElementsIndirectCommands(&early, 1);
-    EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x0000");
-    EXPECT_TRUE(unit->draw(_program.get()));
-    EXPECT_EQ(100u, _taps.drawIDs().back());
-    EXPECT_EQ(offset(0), _taps.of<&glDrawElementsBaseVertex>().last<3>()) << "set before the index type";
-}
-
-TEST_F(DrawCallsTest, InstancesAreSeparateCallsOnThePlainPath)
-{
-    const auto unit = makeIndexedUnit();
-    unit->setDrawIDBase(7);
-    unit->setInstanceCount(4);
-    unit->setIndexBufferOffset(12);
-    const AutoBinder binder(unit.get());
-    EXPECT_TRUE(unit->draw()) << "the program in use is asked";
-    EXPECT_EQ((std::vector<GLuint>{7, 8, 9, 10}), _taps.drawIDs());
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12)),
-              _taps.of<&glDrawElements>().calls().back());
-    EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters());
-    unit->setBaseVertex(5);
-    EXPECT_TRUE(unit->draw(_program.get()));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(12), 5),
-              _taps.of<&glDrawElementsBaseVertex>().calls().back());
-    EXPECT_EQ(8u, _taps.count());
-
-    EXPECT_TRUE(unit->drawInstanced(3));
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 6, GLenum(GL_UNSIGNED_SHORT), offset(0), 3),
-              _taps.of<&glDrawElementsInstanced>().calls().back());
-    EXPECT_EQ(8u, _taps.uniforms.count());
-    EXPECT_EQ((std::vector<qint64>{4, 4, 24}), counters()) << "drawInstanced() counts nothing";
-    unit->setInstanceCount(0);
-    EXPECT_TRUE(unit->draw(_program.get()));
-    EXPECT_EQ(9u, _taps.count());
-}
-
-TEST_F(DrawCallsTest, AProgramWithoutDrawIDGetsNone)
-{
-    const auto program = makeProgram(kAllOver);
-    const AutoBinder programBinder(program.get());
-    const auto unit = makeUnit();
-    unit->setVertexCount(3);
-    const AutoBinder binder(unit.get());
-    EXPECT_TRUE(unit->draw() && unit->draw(program.get()) && unit->drawInstanced(2));
-    EXPECT_EQ(2u, _taps.of<&glDrawArrays>().count());
-    EXPECT_EQ(0u, _taps.uniforms.count());
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), 0, 3, 2),
-              _taps.of<&glDrawArraysInstanced>().calls().back());
-}
-
-TEST_F(DrawCallsTest, BaseInstanceIsOneCallForAllInstances)
-{
-    _loader.record<ElementsOfInstances>("glDrawElementsInstancedBaseVertexBaseInstance");
-    _loader.record<ArraysOfInstances>("glDrawArraysInstancedBaseInstance");
-    DrawBuffers::useBaseInstanceDrawing(true);
-    const auto indexed = makeIndexedUnit();
-    indexed->setDrawIDBase(7);
-    indexed->setInstanceCount(4);
-    indexed->setIndexBufferOffset(12);
-    indexed->setBaseVertex(5);
-    ASSERT_TRUE(indexed->bind());
-    EXPECT_TRUE(indexed->draw());
-    EXPECT_EQ((decltype(Recorded<ElementsOfInstances>::calls){
-                  {GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, offset(12), 4, 5, 7}}),
-              Recorded<ElementsOfInstances>::calls);
-    EXPECT_EQ((std::vector<qint64>{1, 1, 6}), counters());
-
-    const auto plain = makeUnit();
-    plain->setVertexCount(3);
-    plain->setBaseVertex(6);
-    ASSERT_TRUE(plain->rebind(indexed.get()));
-    EXPECT_TRUE(plain->draw());
-    EXPECT_TRUE(plain->unbind());
-    EXPECT_EQ((decltype(Recorded<ArraysOfInstances>::calls){{GL_TRIANGLES, 6, 3, 1, 0}}),
-              Recorded<ArraysOfInstances>::calls);
-    EXPECT_EQ((std::vector<qint64>{1, 1, 0}), counters());
-    EXPECT_EQ(0u, _taps.count());
+    EXPECT_EQ(second, unit.VAO());
+    unit.setVertexCount(4);
+    const AutoBinder binder(second);
+    const DrawLog log;
+    EXPECT_TRUE(unit.draw(makeProgram(kAllOver).get()));
+    EXPECT_EQ(text("arrays", GL_QUADS, 0, 4), DrawLog::calls.takeLast());
+    unit.clear();
+    EXPECT_TRUE(unit.VAO().isNull());
 }
 
 TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)

@@ -309,7 +309,7 @@ bool DrawBuffers::drawInstanced(int instanceCount)
             return false;
         }
         // Required: offset 0 and no base vertex, whatever the unit has; see
-        // DrawCallsTest.InstancesAreSeparateCallsOnThePlainPath.
+        // DrawBuffersTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
         glDrawElementsInstanced(_primitiveType, _indexCount, _indexType, nullptr, instanceCount);
         return true;
     }
@@ -337,7 +337,7 @@ bool DrawBuffers::drawBaseInstance(const QVector<int> *)
         drawIndexed(_primitiveType, _indexCount, _indexType, bufferOffset(_indexBufferOffset), _instanceCount,
                     _baseVertex, GLuint(_drawIDBase));
         // Required: the indices count once, whatever the number of instances; see
-        // DrawCallsTest.BaseInstanceIsOneCallForAllInstances.
+        // DrawBuffersTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
         add(indices, _indexCount);
     } else {
         if (!isVertexSetUp()) {
@@ -484,7 +484,7 @@ bool DrawBuffers::isIndexSetUp() const
 
 bool DrawBuffers::isVertexSetUp() const
 {
-    // Required: the text says "Index" here too; see DrawCallsTest.AUnitThatIsNotSetUpIsReportedAndNotDrawn.
+    // Required: the text says "Index" here too; see DrawBuffersTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
     ZEL_ASSERT_RETURN(0 != this->_vertexCount, false, "Index count is not setup on draw");
     return true;
 }
