@@ -23,11 +23,6 @@ const char kVertexSource[] = "#version 150\n"
                              "void main() { gl_Position = vec4(va_Vertex, float(u_DrawID), 1.0); }\n";
 const AssertionsOf asserted("DrawBuffers.cpp");
 
-const void *offset(quintptr bytes)
-{
-    return reinterpret_cast<const void *>(bytes);
-}
-
 template <typename... Values> QString text(QString call, Values... values)
 {
     ((call += ' ' + QString::number(qlonglong(values))), ...);
@@ -354,7 +349,8 @@ TEST_F(DrawBuffersTest, TheIndirectPathIsDormantUntilTheHostBindsABuffer)
     const AutoBinder binder(buffer.data());
     EXPECT_TRUE(commands->drawMultiDrawElementsIndirect());
     EXPECT_MESSAGES("debug AutoBinder tried to bind NULL object");
-    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), GLenum(GL_UNSIGNED_SHORT), offset(0), 3, 20),
+    EXPECT_EQ(std::make_tuple(GLenum(GL_TRIANGLES), GLenum(GL_UNSIGNED_SHORT),
+                              static_cast<const void *>(nullptr), 3, 20),
               draws.calls().back());
     EXPECT_EQ((std::vector<qint64>{1, 3, 18}), counters());
 }

