@@ -10,6 +10,7 @@
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <random>
@@ -24,7 +25,7 @@ using Counts = std::vector<size_t>;
 
 const AssertionsOf asserted("InstanceData.cpp");
 
-/// Returns tokens, binds nothing and records the lists of its calls.
+/// Binds nothing and records the lists of its calls.
 class RecordingManager : public TextureManager
 {
 public:
@@ -73,21 +74,26 @@ protected:
         return counts;
     }
 
+    Counts trafficOfABind(InstanceDataCollection &items, ShaderProgram *program)
+    {
+        EXPECT_TRUE(items.bind(program, nullptr));
+        EXPECT_TRUE(items.unbind(program, nullptr));
+        return takeTraffic();
+    }
+
     FakeLoader _loader;
     Taps<&glBufferData, &glTexImage2D, &glTexSubImage2D, &glTexBuffer> _taps;
 };
 
-bool isInside(const QByteArray &bytes, qint64 start, unsigned long size)
+/// Copies all of the bytes, or none if one is outside.
+void copy(QByteArray &to, qint64 at, const QByteArray &from, qint64 start, unsigned long size)
 {
-    const auto end = static_cast<unsigned long>(bytes.size());
-    return start >= 0 && size <= end && static_cast<unsigned long>(start) <= end - size;
-}
-
-/// Writes all of the data, or nothing if a byte is outside.
-void write(QByteArray &bytes, qint64 start, const char *data, unsigned long size)
-{
-    if (data != nullptr && isInside(bytes, start, size)) {
-        bytes.replace(int(start), int(size), data, int(size));
+    const auto isInside = [size](const QByteArray &bytes, qint64 first) {
+        const auto end = static_cast<unsigned long>(bytes.size());
+        return first >= 0 && size <= end && static_cast<unsigned long>(first) <= end - size;
+    };
+    if (isInside(to, at) && isInside(from, start)) {
+        to.replace(int(at), int(size), from.mid(int(start), int(size)));
     }
 }
 
@@ -106,89 +112,82 @@ TEST_F(InstanceDataTest, RandomWritesChangeTheirBytesAndNoOthers)
     const QStringList names = {"strength", "gloss", "shift", "tint", "image", "none"};
     const QVector<int> indices = {0, 1, 2, 3, -1, std::numeric_limits<int>::max()};
     const QVector<unsigned long> sizes = {0, 1, 4, 8, 12, 16, 40, 48, 200, ~0ul};
+    RecordingManager manager;
     InstanceData item("Paint");
     InstanceDataCollection items(plan, 3);
-    QByteArray itemBytes = item.dataArray();
-    QByteArray bytes = items.dataArray();
-    EXPECT_EQ(zeros(48), itemBytes);
-    EXPECT_EQ(zeros(144), bytes);
+    QByteArray itemBytes = zeros(48);
+    QByteArray bytes = zeros(144);
     Tokens tokens;
-    for (int step = 0; step < 3000 && !HasFailure(); ++step) {
+    Tokens found; // in the bytes since the last update()
+    for (int step = 0; step < 5000 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
-        const QByteArray data(200, char(step));
-        const char *const source = engine() % 8 != 0 ? data.constData() : nullptr;
+        const QByteArray data(engine() % 8 != 0 ? 200 : 0, char(step));
+        const char *const source = data.isEmpty() ? nullptr : data.constData();
         const QString name = pick(names);
         const QString target = pick(names);
-        const int index = pick(indices);
         const unsigned long size = pick(sizes);
-        const int offset = int(engine() % 60) - 6;
-        const TextureToken token(engine() % 5);
         const unsigned long memberSize = plan->dataSize(name);
+        const int index = pick(indices);
         const qint64 start = index * qint64(48) + plan->offset(name);
+        const int offset = int(engine() % 60) - 6;
+        TextureToken token(engine() % 5);
         QByteArray read(200, '?');
         QByteArray expected = read;
-        QStringList messages;
-        switch (engine() % 7) {
-        case 0:
-            items.set(index, name, source, size);
-            write(bytes, start, source, size);
-            break;
-        case 1:
-            items.copyInstanceMember(index, name, target);
-            if (isInside(bytes, start, memberSize)) {
-                write(bytes, index * qint64(48) + plan->offset(target), bytes.mid(int(start)).constData(),
-                      memberSize);
-            }
-            break;
-        case 2:
-            items.get(index, name, read.data());
-            if (isInside(bytes, start, memberSize)) {
-                write(expected, 0, bytes.constData() + start, memberSize);
-            }
-            break;
-        case 3:
-            item.set(name, source, size); // reports what it carries out
-            messages += plan->contains(name)
-                            ? QStringList()
-                            : QStringList(asserted("_plan->contains(dataName)", "plan 'Paint' data 'none'"));
-            messages += size <= memberSize ? QStringList()
-                                           : QStringList(asserted("dataSize <= _plan->dataSize(dataName)",
-                                                                  "plan 'Paint' data '" + name + "'"));
-            messages += plan->dataType(name) != Plan::eTexture
-                            ? QStringList()
-                            : QStringList(asserted("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
-                                                   "InstanceData::set( '" + name + "') call on data type 0"));
-            write(itemBytes, plan->offset(name), source, size);
-            break;
-        case 4:
-            item.set(offset, source, size);
-            write(itemBytes, offset, source, size);
-            break;
-        case 5:
-            item.get(offset, size, read.data(), 0); // the size of the destination is ignored
-            if (isInside(itemBytes, offset, size)) {
-                write(expected, 0, itemBytes.constData() + offset, size);
-            }
-            item.get(name, read.data() + 100, 0);
-            write(expected, 100, itemBytes.constData() + plan->offset(name), memberSize);
-            break;
-        default:
-            item.setTextureToken(offset, token);
-            write(itemBytes, offset, reinterpret_cast<const char *>(&token.token), 8);
-            tokens += tokens.contains(token) ? Tokens() : Tokens{token};
+
+        item.set(name, source, size); // reports what it carries out
+        const QStringList messages = _capture.takeTexts();
+        const QString member = "plan 'Paint' data '" + name + "'";
+        const std::pair<bool, QString> reports[] = {
+            {!plan->contains(name), asserted("_plan->contains(dataName)", member)},
+            {size > memberSize, asserted("dataSize <= _plan->dataSize(dataName)", member)},
+            {plan->dataType(name) == Plan::eTexture,
+             asserted("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
+                      "InstanceData::set( '" + name + "') call on data type 0")},
+        };
+        for (const auto &[isWrong, text] : reports) {
+            EXPECT_EQ(isWrong ? 1 : 0, messages.count(text));
         }
-        EXPECT_EQ(messages, _capture.takeTexts());
-        EXPECT_EQ(expected, read);
+        copy(itemBytes, plan->offset(name), data, 0, size);
+        item.setTextureToken(offset, token);
+        copy(itemBytes, offset, QByteArray(reinterpret_cast<const char *>(&token.token), 8), 0, 8);
+        TextureToken::insert(tokens, token);
+        item.set(offset / 2, source, size);
+        copy(itemBytes, offset / 2, data, 0, size);
+        item.get(offset, size, read.data(), 0); // the size of the destination is ignored
+        copy(expected, 0, itemBytes, offset, size);
+        item.get(name, read.data() + 100, 0);
+        copy(expected, 100, itemBytes, plan->offset(name), memberSize);
         EXPECT_EQ(itemBytes, item.dataArray());
+
+        items.set(index, name, source, size);
+        copy(bytes, start, data, 0, size);
+        items.copyInstanceMember(index, target, name);
+        copy(bytes, start, bytes, start - plan->offset(name) + plan->offset(target), plan->dataSize(target));
+        items.get(index, name, read.data() + 120);
+        copy(expected, 120, bytes, start, memberSize);
+        if (step % 8 == 0) { // the tokens found last until update()
+            bytes = bytes.left(int(engine() % 144)) + zeros(int(engine() % 144));
+            items.update(bytes.constData(), static_cast<unsigned long>(bytes.size()));
+            found.clear();
+        }
+        for (int at = found.isEmpty() ? 24 : bytes.size(); at + 8 <= bytes.size(); at += 48) {
+            std::memcpy(&token.token, bytes.constData() + at, 8);
+            TextureToken::insert(found, token);
+        }
+        items.bindTextureTokens(nullptr);
+        items.bindTextureTokens(&manager);
+        EXPECT_EQ(found, manager.bound.takeLast());
+        EXPECT_EQ(bytes.size() + 4 * found.size() + sizeof items, items.memoryEstimateCPU());
         EXPECT_EQ(bytes, items.dataArray());
+        EXPECT_EQ(expected, read);
     }
     EXPECT_EQ(tokens, item.getTextureTokens());
     EXPECT_EQ(48 + 4 * 5 + sizeof item, item.memoryEstimateCPU());
-    const InstanceData copy = item;
+    const InstanceData copied = item;
     item.clear();
     EXPECT_EQ(zeros(48), item.dataArray());
     EXPECT_TRUE(item.getTextureTokens().isEmpty());
-    EXPECT_EQ(itemBytes, copy.dataArray());
+    EXPECT_EQ(itemBytes, copied.dataArray());
 }
 
 TEST_F(InstanceDataTest, WithoutAPlanNothingIsWritten)
@@ -196,24 +195,22 @@ TEST_F(InstanceDataTest, WithoutAPlanNothingIsWritten)
     const QString none =
         "critical [InstanceData.cpp:#] InstanceData::set() : There is no associated instanceData "
         "plan. set() should not be called on such InstanceData";
+    RecordingManager manager;
     InstanceData item;
     item.set("tint", "1234", 4);
     item.set(0, "1234", 4);
     EXPECT_MESSAGES(none, asserted("_plan != NULL", "data 'tint'"), none);
-    RecordingManager manager;
     item.setTexture("image", nullptr, &manager);
     item.get("tint", nullptr, 4);
     EXPECT_EQ(sizeof item, item.memoryEstimateCPU());
-
-    InstanceDataCollection collection("Unknown");
+    InstanceDataCollection items("Unknown");
     EXPECT_MESSAGES(startsWith("warning [InstanceDataRegistry.cpp:#]"));
-    collection.set(0, "tint", "1234", 4);
-    collection.copyInstanceMember(0, "tint", "tint");
-    collection.bindTextureTokens(&manager);
-    EXPECT_EQ(0, collection.size());
-    EXPECT_FALSE(collection.bind(nullptr, &manager));
-    EXPECT_FALSE(collection.unbind(nullptr, &manager));
-    EXPECT_TRUE(collection.getUniformBufferObject(GL_UNIFORM_BUFFER).isNull());
+    items.set(0, "tint", "1234", 4);
+    items.copyInstanceMember(0, "tint", "tint");
+    items.bindTextureTokens(&manager);
+    EXPECT_EQ(0, items.size());
+    EXPECT_FALSE(items.bind(nullptr, &manager) || items.unbind(nullptr, &manager));
+    EXPECT_TRUE(items.getUniformBufferObject(GL_UNIFORM_BUFFER).isNull());
 }
 
 TEST_F(InstanceDataTest, TexturesAreStoredAsTheirTokens)
@@ -224,23 +221,22 @@ TEST_F(InstanceDataTest, TexturesAreStoredAsTheirTokens)
     auto *const first = new Texture(nullptr); // owned by the manager from the first token on
     auto *const second = new Texture(nullptr);
     InstanceData item("Paint");
-    const auto token = [&] { return int(item.dataArray()[24]); };
-    item.setTexture("image", first, &manager);
-    EXPECT_EQ(0, token());
-    item.setTexture("image", second);
-    EXPECT_EQ(1, token());
-    item.setTexture(24, first);
-    EXPECT_EQ(0, token());
-    item.setTexture(24, second, &manager);
-    EXPECT_EQ(1, token());
-    _capture.take(); // the manager logs each new token
     item.setTexture("strength", first, &manager);
-    EXPECT_MESSAGES(asserted("InstanceDataPlan::eTexture == _plan->dataType(dataName)",
+    EXPECT_MESSAGES(startsWith("debug [TextureManager.cpp:#]"), // logs each new token
+                    asserted("InstanceDataPlan::eTexture == _plan->dataType(dataName)",
                              "InstanceData::setTexture( 'strength') call on data type 13"));
-    item.setTexture("image", QString()); // is shown as white
-    EXPECT_MESSAGES("warning [TextureManager.cpp:#] Cannot load ",
-                    "debug [TextureManager.cpp:#] Creating token 2 for 255 255 255 255");
-    EXPECT_EQ(2, token());
+    const std::pair<char, std::function<void()>> rows[] = {
+        {1, [&] { item.setTexture("image", second); }},
+        {0, [&] { item.setTexture("image", first, &manager); }},
+        {2, [&] { item.setTexture("image", QString()); }}, // is shown as white
+        {0, [&] { item.setTexture(24, first); }},
+        {1, [&] { item.setTexture(24, second, &manager); }},
+    };
+    for (const auto &[token, set] : rows) {
+        set();
+        EXPECT_EQ(token, item.dataArray()[24]);
+    }
+    EXPECT_EQ(QStringList("warning [TextureManager.cpp:#] Cannot load "), _capture.takeTexts(QtWarningMsg));
     EXPECT_EQ(Tokens({TextureToken(0), TextureToken(1), TextureToken(2)}), item.getTextureTokens());
     item.clearTextures();
     EXPECT_TRUE(item.getTextureTokens().isEmpty());
@@ -252,77 +248,47 @@ TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCountsAndReportTooMuchForTh
     Plan *plan = paint(Plan::eUniformBufferMechanism, 2);
     InstanceData item("Paint");
     item.set("tint", "123456789012", 12);
-    const QList<InstanceData> items = {item, item, item};
+    const QList<InstanceData> list = {item, item, item};
     const QByteArray bytes = item.dataArray().repeated(3);
+    const QString tooBig = "List is too big for plan 'Paint'";
     const AssertionsOf asserted("InstanceDataCollection.cpp");
-    const QString bytesTooBig = asserted("(numBytes / _plan->totalDataSize()) <= _plan->arraySize()",
-                                         "List is too big for plan 'Paint'");
+    const QString countTooBig = asserted("numItems <= _plan->arraySize()", tooBig);
+    const QString bytesTooBig = asserted("(numBytes / _plan->totalDataSize()) <= _plan->arraySize()", tooBig);
     const QString listTooBig = asserted("size_t(instanceDataDataList.size()) <= _plan->arraySize()",
                                         "List 3 too big, max 2 plan 'Paint'");
-    const QString countTooBig =
-        asserted("numItems <= _plan->arraySize()", "List is too big for plan 'Paint'");
     EXPECT_EQ(zeros(144), InstanceDataCollection(plan, 3).dataArray());
     EXPECT_TRUE(InstanceDataCollection(plan, ~0ul).dataArray().isEmpty());
     EXPECT_EQ(bytes, InstanceDataCollection(plan, bytes.constData(), 144).dataArray());
-    InstanceDataCollection collection("Paint", items);
-    EXPECT_EQ(bytes, collection.dataArray());
-    EXPECT_MESSAGES(countTooBig, countTooBig, bytesTooBig, listTooBig);
-    collection.update(QList<InstanceData>());
-    EXPECT_EQ(0, collection.size());
-    collection.update(items);
-    EXPECT_EQ(3, collection.size());
-    collection.update(bytes.constData(), 144);
-    EXPECT_MESSAGES(listTooBig, bytesTooBig);
-    collection.update(bytes.constData(), 143);
-    EXPECT_EQ(bytes.left(143), collection.dataArray());
-    EXPECT_EQ(143 + sizeof collection, collection.memoryEstimateCPU());
-    EXPECT_EQ(0u, collection.memoryEstimateGPU());
-}
-
-TEST_F(InstanceDataTest, TokensAreFoundInTheBytesOncePerContents)
-{
-    RecordingManager manager;
-    InstanceDataCollection collection(paint(), 3);
-    const quint64 tokens[] = {7, 7, 9, 11};
-    for (int i = 0; i < 3; ++i) {
-        collection.set(i, "image", &tokens[i], 8);
-    }
-    collection.bindTextureTokens(nullptr);
-    collection.bindTextureTokens(&manager);
-    collection.set(2, "image", &tokens[3], 8); // the list lasts until update()
-    collection.bindTextureTokens(&manager);
-    EXPECT_EQ(3 * 48 + 4 * 2 + sizeof collection, collection.memoryEstimateCPU());
-    const QByteArray bytes = collection.dataArray() + QByteArray(30, '\1'); // an incomplete item has no token
-    collection.update(bytes.constData(), static_cast<unsigned long>(bytes.size()));
-    collection.bindTextureTokens(&manager);
-    const Tokens first = {TextureToken(7), TextureToken(9)};
-    EXPECT_EQ(QVector<Tokens>({first, first, {TextureToken(7), TextureToken(11)}}), manager.bound);
+    InstanceDataCollection items("Paint", list);
+    EXPECT_EQ(bytes, items.dataArray());
+    items.update(QList<InstanceData>());
+    EXPECT_EQ(0, items.size());
+    items.update(list);
+    EXPECT_EQ(3, items.size());
+    items.update(bytes.constData(), 144);
+    EXPECT_MESSAGES(countTooBig, countTooBig, bytesTooBig, listTooBig, listTooBig, bytesTooBig);
+    items.update(bytes.constData(), 143); // two whole items
 }
 
 TEST_F(InstanceDataTest, MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture)
 {
     const FakeLimits narrow(GL_MAX_TEXTURE_SIZE, 64); // 21 items of 3 texels
-    InstanceDataCollection collection(paint(Plan::eTextureMechanism, 30), 22);
+    InstanceDataCollection items(paint(Plan::eTextureMechanism, 30), 22);
     EXPECT_MESSAGES(AssertionsOf("InstanceDataCollection.cpp")("this->fitsTexture()",
                                                                "List is too big for plan 'Paint'"));
-    for (const Counts &expected : {Counts{1, 0, 0, 0}, Counts{1, 2, 2, 0}}) {
-        EXPECT_TRUE(collection.bind(nullptr, nullptr) && collection.unbind(nullptr, nullptr));
-        EXPECT_EQ(expected, takeTraffic());
-        collection.update(zeros(21 * 48).constData(), 21 * 48);
-    }
+    EXPECT_EQ(Counts({1, 0, 0, 0}), trafficOfABind(items, nullptr));
+    items.update(zeros(21 * 48).constData(), 21 * 48);
+    EXPECT_EQ(Counts({1, 2, 2, 0}), trafficOfABind(items, nullptr));
 }
 
 TEST_F(InstanceDataTest, BooleansAreSentAsUniformsOnEveryBindAndReadNoFurtherThanTheirBytes)
 {
-    auto *plan = new Plan("Uni");
-    const std::pair<Plan::DataType, const char *> members[] = {{Plan::eBool, "a"},
-                                                               {Plan::eBool, "unused"},
-                                                               {Plan::eBVec2, "bb"},
-                                                               {Plan::eBVec3, "bbb"},
-                                                               {Plan::eBVec4, "bbbb"}};
-    for (const auto &[type, name] : members) {
-        plan->addMember(type, name);
-    }
+    auto *plan = new Plan("Flags");
+    plan->addMember(Plan::eBool, "a");
+    plan->addMember(Plan::eBool, "unused");
+    plan->addMember(Plan::eBVec2, "bb");
+    plan->addMember(Plan::eBVec3, "bbb");
+    plan->addMember(Plan::eBVec4, "bbbb");
     plan->setMechanism(Plan::eUniformMechanism);
     plan->setArraySize(3);
     InstanceDataRegistry::Instance()->registerPlan(plan);
@@ -331,163 +297,123 @@ TEST_F(InstanceDataTest, BooleansAreSentAsUniformsOnEveryBindAndReadNoFurtherTha
         kAtOrigin,
         "#version 150\nuniform bool u_a[3]; uniform bvec2 u_bb[3]; uniform bvec4 u_bbb[3], u_bbbb[3];\n"
         "out vec4 color; void main() { color = vec4(u_a[2] && u_bb[2].x && u_bbb[2].x && u_bbbb[2].x); }\n");
-    InstanceDataCollection collection(plan, 3);
+    InstanceDataCollection items(plan, 3);
     Taps<&glUniform1iv, &glUniform2iv, &glUniform4iv> sent;
-    GLint sum = 0; // of all values that the driver would read, more than the packed bytes
-    const auto add = [&](int components) {
-        return [&sum, components](GLint, GLsizei count, const GLint *values) {
-            sum = std::accumulate(values, values + count * components, sum);
+    const auto expectZeros = [](int components) {
+        return [=](GLint, GLsizei count, const GLint *values) { // reads as much as the driver would
+            EXPECT_EQ(0, std::accumulate(values, values + count * components, 0));
         };
     };
-    sent.of<&glUniform1iv>().replace(add(1));
-    sent.of<&glUniform2iv>().replace(add(2));
-    sent.of<&glUniform4iv>().replace(add(4));
+    sent.of<&glUniform1iv>().replace(expectZeros(1));
+    sent.of<&glUniform2iv>().replace(expectZeros(2));
+    sent.of<&glUniform4iv>().replace(expectZeros(4));
     const AutoBinder binder(program.get());
     for (size_t binds = 1; binds <= 2; ++binds) {
-        EXPECT_TRUE(collection.bind(program.get(), nullptr));
+        EXPECT_TRUE(items.bind(program.get(), nullptr));
         EXPECT_EQ(binds, sent.of<&glUniform1iv>().count());
         EXPECT_EQ(binds, sent.of<&glUniform2iv>().count());
         EXPECT_EQ(2 * binds, sent.of<&glUniform4iv>().count());
     }
-    EXPECT_EQ(0, sum);
 }
 
-namespace {
-
-/// With each mechanism, and a program that reads floats and integers.
 class InstanceDataMechanismTest : public InstanceDataTest, public testing::WithParamInterface<int>
 {
-protected:
-    void SetUp() override
-    {
-        ZEL_NEEDS_EXTENSION_IF(GetParam() == Plan::eStorageBufferMechanism,
-                               "GL_ARB_shader_storage_buffer_object");
-        _plan = paint(GetParam());
-        _program = makeProgram(kAtOrigin,
-                               "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
-                               "void main() { color = vec4(getTint(1u), float(getImage(1u).x)); }\n",
-                               nullptr, {"ZelUtilities.glslc"}, {_plan->glslc()});
-        _binder = std::make_unique<AutoBinder>(_program.get());
-    }
-
-    bool hasTextures() const { return copies() + views() > 0; }
-    size_t uploads() const { return GetParam() == Plan::eUniformMechanism ? 0 : 1; }
-    size_t copies() const { return GetParam() == Plan::eTextureMechanism ? 2 : 0; }
-    size_t views() const { return GetParam() == Plan::eBufferTextureMechanism ? 2 : 0; }
-
-    Counts trafficOfABind(InstanceDataCollection &collection)
-    {
-        EXPECT_TRUE(collection.bind(_program.get(), nullptr));
-        EXPECT_TRUE(collection.unbind(_program.get(), nullptr));
-        return takeTraffic();
-    }
-
-    Plan *_plan = nullptr;
-    std::unique_ptr<ShaderProgram> _program;
-    std::unique_ptr<AutoBinder> _binder;
 };
-
-} // namespace
 
 TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBound)
 {
-    InstanceDataCollection collection(_plan, 4);
-    collection.setBOUsageFlags(GL_STREAM_DRAW);
-    EXPECT_TRUE(collection.unbind(_program.get(), nullptr)); // before any bind
-    const StateGuard state;
-    EXPECT_EQ(Counts({uploads(), copies(), copies(), views()}), trafficOfABind(collection));
-    EXPECT_EQ(state.changes().filter("GL_ACTIVE_TEXTURE"), state.changes());
-    const QByteArray bytes = zeros(5 * 48);
-    const Counts nothing = {0, 0, 0, 0};
-    const Counts changed = {uploads(), 0, copies(), 0};
-    const Counts resized = {uploads(), copies(), copies(), 0};
-    const std::pair<Counts, std::function<void()>> steps[] = {
-        {changed, [&] { collection.set(0, "tint", bytes.constData(), 16); }},
-        {changed, [&] { collection.copyInstanceMember(0, "tint", "shift"); }},
-        {changed, [&] { collection.update(bytes.constData(), 4 * 48); }},
-        {resized,
-         [&] {
-             collection.update({InstanceData("Paint"), InstanceData("Paint")});
-         }},
-        {resized, [&] { collection.update(bytes.constData(), 5 * 48); }},
-        {nothing,
-         [&] {
-             collection.set(0, "gloss", bytes.constData(), 4);
-             collection.clearDirtyStatus(); // counts as uploaded
-         }},
-    };
-    for (const auto &[expected, change] : steps) {
-        change();
-        _loader.takeLookUps();
-        EXPECT_EQ(expected, trafficOfABind(collection));
-        EXPECT_EQ(nothing, trafficOfABind(collection));
-    }
-    EXPECT_EQ(240 * uploads(), collection.memoryEstimateGPU());
-    const AllocationCount allocations;
-    for (int i = 0; i < 10; ++i) {
-        collection.bind(_program.get(), nullptr);
-        collection.unbind(_program.get(), nullptr);
-    }
-    if (!hasTextures()) { // each new owner of a unit is added to a table
-        EXPECT_EQ(0u, allocations.taken());
-    }
-}
+    ZEL_NEEDS_EXTENSION_IF(GetParam() == Plan::eStorageBufferMechanism,
+                           "GL_ARB_shader_storage_buffer_object");
+    const size_t uploads = GetParam() == Plan::eUniformMechanism ? 0 : 1;
+    const size_t copies = GetParam() == Plan::eTextureMechanism ? 2 : 0;
+    const size_t views = GetParam() == Plan::eBufferTextureMechanism ? 2 : 0;
+    const bool hasTextures = copies + views > 0;
+    Plan *plan = paint(GetParam());
+    const auto program = makeProgram(kAtOrigin,
+                                     "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
+                                     "void main() { color = vec4(getTint(1u), float(getImage(1u).x)); }\n",
+                                     nullptr, {"ZelUtilities.glslc"}, {plan->glslc()});
+    const AutoBinder binder(program.get());
 
-TEST_P(InstanceDataMechanismTest, DataThatFindsNoTextureUnitIsUploadedByALaterBind)
-{
-    InstanceDataCollection collection(_plan, 4);
+    // 1. Data that finds no texture unit is uploaded by a later bind.
+    InstanceDataCollection items(plan, 4);
+    EXPECT_TRUE(items.unbind(program.get(), nullptr)); // before any bind
     std::vector<std::unique_ptr<Texture>> holders(size_t(integerOf(GL_MAX_TEXTURE_IMAGE_UNITS)));
     for (auto &holder : holders) {
         holder = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA8, 1, 1, 1, nullptr);
         ASSERT_TRUE(holder->bind());
     }
     takeTraffic();
-    const Counts held = trafficOfABind(collection);
-    EXPECT_EQ(Counts({0, 0, 0}), Counts(held.begin() + 1, held.end())) << "another texture is touched";
-    EXPECT_EQ(hasTextures(), !_capture.take().isEmpty());
+    EXPECT_EQ(Counts({copies > 0 ? 0 : uploads, 0, 0, 0}), trafficOfABind(items, program.get()));
+    EXPECT_EQ(hasTextures, !_capture.take().isEmpty());
     for (const auto &holder : holders) {
         EXPECT_TRUE(holder->unbind());
     }
-    EXPECT_EQ(Counts({hasTextures() ? 1u : 0u, copies(), copies(), views()}), trafficOfABind(collection));
-}
+    const StateGuard state;
+    EXPECT_EQ(Counts({hasTextures ? 1u : 0u, copies, copies, views}), trafficOfABind(items, program.get()));
+    EXPECT_EQ(state.changes().filter("GL_ACTIVE_TEXTURE"), state.changes());
 
-TEST_P(InstanceDataMechanismTest, TheManagerReceivesTheTokensAtEveryBindAndUnbind)
-{
-    RecordingManager manager;
-    InstanceDataCollection collection(_plan, 2);
-    const quint64 token = 5;
-    collection.set(1, "image", &token, 8);
-    EXPECT_TRUE(collection.bind(&manager)); // with the program in use
-    EXPECT_TRUE(collection.unbind(&manager));
-    TextureManager::setInstance(&manager);
-    EXPECT_TRUE(collection.bind());
-    EXPECT_TRUE(collection.unbind());
-    TextureManager::setInstance(nullptr);
-    EXPECT_TRUE(collection.bind(nullptr, &manager)); // the tokens need no program
-    EXPECT_TRUE(collection.unbind(nullptr, &manager));
-    const QVector<Tokens> expected(3, {TextureToken(0), TextureToken(5)});
-    EXPECT_EQ(expected, manager.bound);
-    EXPECT_EQ(expected, manager.unbound);
-    EXPECT_FALSE(_plan->bind(_program.get(), &manager, nullptr));
-    EXPECT_FALSE(_plan->unbind(_program.get(), &manager, nullptr));
-}
-
-TEST_P(InstanceDataMechanismTest, AFixedStorageIsFilledAndNotAllocatedAgain)
-{
-    if (uploads() == 0) {
-        return; // there is no buffer
+    // 2. Later binds upload changes, and allocate for new sizes.
+    const QByteArray bytes = zeros(5 * 48);
+    const Counts nothing = {0, 0, 0, 0};
+    const Counts changed = {uploads, 0, copies, 0};
+    const Counts resized = {uploads, copies, copies, 0};
+    const std::pair<Counts, std::function<void()>> steps[] = {
+        {nothing, [] {}},
+        {changed, [&] { items.set(0, "tint", bytes.constData(), 16); }},
+        {changed, [&] { items.copyInstanceMember(0, "tint", "shift"); }},
+        {changed, [&] { items.update(bytes.constData(), 4 * 48); }},
+        {resized,
+         [&] {
+             items.update({InstanceData("Paint"), InstanceData("Paint")});
+         }},
+        {resized, [&] { items.update(bytes.constData(), 5 * 48); }},
+        {changed, [&] { items.set(0, "tint", bytes.constData(), 16); }},
+        {nothing,
+         [&] {
+             items.set(0, "tint", bytes.constData(), 16);
+             items.clearDirtyStatus(); // counts as uploaded
+         }},
+    };
+    items.setBOUsageFlags(GL_STREAM_DRAW);
+    for (const auto &[expected, change] : steps) {
+        change();
+        EXPECT_TRUE(items.bind(program.get(), nullptr));
+        EXPECT_TRUE(expected[0] == 0 || _taps.of<&glBufferData>().last<3>() == GL_STREAM_DRAW);
+        EXPECT_EQ(expected, trafficOfABind(items, program.get()));
     }
-    InstanceDataCollection collection(_plan, 2);
-    collection.set(1, "tint", "0123456789abcdef", 16);
-    collection.useStorageBuffer(GL_DYNAMIC_STORAGE_BIT);
-    EXPECT_EQ(0u, trafficOfABind(collection)[0]);
-    const auto uniformBuffer = collection.getUniformBufferObject(0);
-    EXPECT_EQ(uniformBuffer, collection.getUniformBufferObject(GL_UNIFORM_BUFFER)); // the first call decides
-    char tint[17] = "";
-    driver()->glBindBuffer(GL_COPY_READ_BUFFER, uniformBuffer->bufferObject()->getBO());
-    driver()->glGetBufferSubData(GL_COPY_READ_BUFFER, 48, 16, tint);
-    driver()->glBindBuffer(GL_COPY_READ_BUFFER, 0);
-    EXPECT_STREQ("0123456789abcdef", tint);
+    const AllocationCount allocations;
+    EXPECT_TRUE(items.bind(program.get(), nullptr) && items.unbind(program.get(), nullptr));
+    EXPECT_TRUE(hasTextures || allocations.taken() == 0); // each new owner of a unit is added to a table
+    EXPECT_EQ(nothing, takeTraffic());
+    EXPECT_EQ(240 * uploads, items.memoryEstimateGPU());
+
+    // 3. All overloads hand the tokens to the manager.
+    RecordingManager manager;
+    TextureManager::setInstance(&manager);
+    EXPECT_TRUE(items.bind() && items.unbind());
+    TextureManager::setInstance(nullptr);
+    EXPECT_TRUE(items.bind(&manager) && items.unbind(&manager)); // with the program in use
+    EXPECT_TRUE(items.bind(nullptr, &manager) && items.unbind(nullptr, &manager));
+    const QVector<Tokens> tokens(3, {TextureToken(0)});
+    EXPECT_EQ(tokens, manager.bound);
+    EXPECT_EQ(tokens, manager.unbound);
+    EXPECT_FALSE(plan->bind(program.get(), &manager, nullptr)
+                 || plan->unbind(program.get(), &manager, nullptr));
+
+    // 4. An immutable storage is filled and not allocated again.
+    if (uploads > 0) {
+        InstanceDataCollection fixed(plan, 2);
+        fixed.set(1, "tint", "0123456789abcde", 16);
+        fixed.useStorageBuffer(GL_DYNAMIC_STORAGE_BIT);
+        EXPECT_EQ(0u, trafficOfABind(fixed, program.get())[0]);
+        const auto buffer = fixed.getUniformBufferObject(0)->bufferObject();
+        char tint[16] = "";
+        driver()->glBindBuffer(GL_COPY_READ_BUFFER, buffer->getBO());
+        driver()->glGetBufferSubData(GL_COPY_READ_BUFFER, 48, 16, tint);
+        driver()->glBindBuffer(GL_COPY_READ_BUFFER, 0);
+        EXPECT_STREQ("0123456789abcde", tint);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Mechanisms, InstanceDataMechanismTest,
