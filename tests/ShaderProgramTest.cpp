@@ -1,5 +1,3 @@
-// The build side of a program: stages, link, bind, binary, dumps.
-
 #include "support/FakeLimits.h"
 #include "support/FakeLoader.h"
 #include "support/Files.h"
@@ -11,10 +9,18 @@
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
+#include <QtGui/QColor>
+#include <QtGui/QGenericMatrix>
+#include <QtGui/QImage>
+#include <QtGui/QMatrix4x4>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
+#include <QtGui/QVector2D>
+#include <QtGui/QVector3D>
+#include <QtGui/QVector4D>
 
 #include <ctime>
 #include <dlfcn.h>
+#include <numeric>
 
 using namespace Orvane::Zel;
 
@@ -46,10 +52,75 @@ void link(ShaderProgram &program)
     ASSERT_TRUE(program.link());
 }
 
+const QString kBlocks = "#version %1\n"
+                        "layout (std140) %2 %3 { vec4 first; };\n"
+                        "layout (std140) %2 Second { vec4 second; };\n"
+                        "in vec4 va_Vertex;\n"
+                        "in vec2 %3va;\n"
+                        "uniform float u_float;\n"
+                        "void main() { gl_Position = va_Vertex + %3va.xyxy + first + second + u_float\n"
+                        "    + vec4(gl_VertexID + gl_InstanceID); }";
+const QString kLong(1022, 'n'); // GLSL names have at most 1024 characters
+
+using StorageBinding = PFNGLSHADERSTORAGEBLOCKBINDINGPROC;
+using Floats = std::vector<float>;
+
+/// Counts every call that sets a uniform.
+using UniformTaps =
+    Taps<&glUniform1i, &glUniform1ui, &glUniform1f, &glUniform2f, &glUniform3f, &glUniform4f, &glUniform1fv,
+         &glUniform2fv, &glUniform3fv, &glUniform4fv, &glUniform1iv, &glUniform2iv, &glUniform3iv,
+         &glUniform4iv, &glUniform1uiv, &glUniform2uiv, &glUniform3uiv, &glUniform4uiv, &glUniformMatrix2fv,
+         &glUniformMatrix3fv, &glUniformMatrix4fv, &glUniformMatrix4x2fv>;
+
+const AssertionsOf asserted("ShaderProgram.cpp");
+
+/// Has a loader that exists before the first program.
 class ShaderProgramTest : public GLTest
 {
 protected:
+    struct Loader : FakeLoader
+    {
+        Loader() { record<StorageBinding>("glShaderStorageBlockBinding"); }
+    } loader;
     ShaderProgram program{nullptr};
+};
+
+/// Has a bound program with a uniform "u_vec2" and an array "a_vec2" of five for each type.
+class ShaderProgramUniformTest : public ShaderProgramTest
+{
+protected:
+    ShaderProgramUniformTest()
+    {
+        QString declarations;
+        QString sum; // reads all, so that all stay active
+        for (const QString &type : _vectors + QStringList{"bool", "mat2", "mat3", "mat4", "mat4x2"}) {
+            declarations += QString("uniform %1 u_%1, a_%1[5];\n").arg(type);
+            sum += QString(" + float(u_%1 == %1(0)) + float(a_%1[u_int] == %1(0))").arg(type);
+        }
+        program.addShader(GL_VERTEX_SHADER,
+                          "#version 150\nuniform sampler2D u_Samplers[2];\nuniform samplerCube u_Cube;\n"
+                              + declarations + "void main() { gl_Position = vec4(0.0" + sum
+                              + ") + textureLod(u_Samplers[0], vec2(0.0), 0.0) + textureLod(u_Samplers[1], "
+                                "vec2(0.0), 0.0)\n"
+                                "+ textureLod(u_Cube, vec3(0.0), 0.0); }",
+                          QString());
+        EXPECT_TRUE(program.link() && program.bind());
+    }
+    ~ShaderProgramUniformTest() override { program.unbind(); }
+
+    /// The value of a uniform, or of one element of an array, in GL.
+    Floats held(const QString &name, size_t components)
+    {
+        Floats values(components);
+        const GLint location = driver()->glGetUniformLocation(program.shaderProgramID(), qPrintable(name));
+        EXPECT_GE(location, 0) << qPrintable(name);
+        driver()->glGetUniformfv(program.shaderProgramID(), location, values.data());
+        return values;
+    }
+
+    const QStringList _vectors = {"float", "vec2",  "vec3", "vec4",  "int",   "ivec2",
+                                  "ivec3", "ivec4", "uint", "uvec2", "uvec3", "uvec4"};
+    UniformTaps _taps;
 };
 
 } // namespace
@@ -127,22 +198,6 @@ TEST_F(ShaderProgramTest, EachContextKnowsItsBoundProgramUntilAnyProgramIsUnboun
     EXPECT_TRUE(gCurrentlyBoundShaderPrograms.isEmpty());
     EXPECT_EQ(0, integerOf(GL_CURRENT_PROGRAM));
     EXPECT_TRUE(second.unbind());
-}
-
-TEST_F(ShaderProgramTest, HostsOverrideTheTwoHalves)
-{
-    struct Host : ShaderProgram
-    {
-        using ShaderProgram::ShaderProgram;
-        bool linkPre() override { return ++firstHalves == 1; }
-        bool linkPost() override { return ++secondHalves == 1; }
-        int firstHalves = 0;
-        int secondHalves = 0;
-    } host(nullptr);
-    EXPECT_TRUE(host.link());
-    EXPECT_FALSE(host.link());
-    EXPECT_EQ(2, host.firstHalves);
-    EXPECT_EQ(1, host.secondHalves) << "not after a failed first";
 }
 
 TEST_F(ShaderProgramTest, ADriverThatNeverFinishesIsGivenUpAfterFiveSeconds)
@@ -256,15 +311,6 @@ TEST_F(ShaderProgramTest, StagesComeFromTheWorkingFolderBeforeTheBuiltInTreeAndA
     QDir::setCurrent(before);
 }
 
-TEST_F(ShaderProgramTest, HostsCompareShadersByFallingName)
-{
-    Shader first(GL_VERTEX_SHADER, kVertex, nullptr);
-    Shader second(GL_VERTEX_SHADER, kVertex, nullptr);
-    ASSERT_TRUE(first.compile() && second.compile() && first.shaderID() < second.shaderID());
-    EXPECT_TRUE(shaderProgramIdGreaterThan(&second, &first));
-    EXPECT_FALSE(shaderProgramIdGreaterThan(&first, &second) || shaderProgramIdGreaterThan(&first, &first));
-}
-
 TEST_F(ShaderProgramTest, TheHashCoversTheTextsWhateverTheirOrder)
 {
     const auto md5 = [](const QString &text) {
@@ -340,6 +386,203 @@ TEST_F(ShaderProgramTest, OutputsAndVaryingsGetTheirPlacesBeforeTheLink)
     link(dual);
     EXPECT_EQ(0u, plain.count());
     EXPECT_EQ(std::make_pair(0, 1), placesOf("glGetFragDataIndex", dual));
+}
+
+TEST_F(ShaderProgramTest, AttributesAndUniformsAreKnownByName)
+{
+    program.cacheVertexAttributes(); // without a program: nothing
+    program.cacheUniformBlockIndices();
+    Tap<&glGetUniformLocation> queries;
+    program.addShader(GL_VERTEX_SHADER, kBlocks.arg("150", "uniform", kLong), QString());
+    ASSERT_TRUE(program.link());
+    EXPECT_EQ(1u, queries.count()) << "the draw ID";
+    EXPECT_EQ(-1, program.getUniformLocationNameID());
+    QStringList names = program.getVertexAttributeNames();
+    names.sort();
+    EXPECT_EQ((QStringList{kLong + "va", "va_Vertex"}), names);
+    for (const QString &name : names) {
+        EXPECT_EQ(driver()->glGetAttribLocation(program.shaderProgramID(), qPrintable(name)),
+                  program.getVertexAttributeLocation(name));
+    }
+    EXPECT_EQ(-1, program.getVertexAttributeLocation("va_Unknown"));
+    const int location = program.getUniformLocation("u_float");
+    EXPECT_TRUE(program.hasUniform("u_float"));
+    EXPECT_FALSE(program.hasUniform("u_Unknown") || program.hasUniform("u_Unknown"));
+    program.clear();
+    link(program);
+    EXPECT_EQ(location, program.getUniformLocation("u_float")) << "kept, though another source is linked";
+    EXPECT_EQ(3u, queries.count());
+}
+
+TEST_F(ShaderProgramTest, AnIllegalBuiltInAttributeIsReportedAndTheProgramIsLinked)
+{
+    const QByteArrayList attributes =
+        QByteArray("gl_VertexID gl_InstanceID gl_BaseInstance gl_BaseInstanceARB gl_Vertex "
+                   "gl_VertexIDARB gl va_Vertex")
+            .split(' ');
+    const FakeAnswers<&glGetProgramiv> counts(GL_ACTIVE_ATTRIBUTES, attributes.size());
+    Hook<&glGetActiveAttrib> names;
+    names.replace([&](GLuint, GLuint index, GLsizei size, GLsizei *, GLint *, GLenum *, GLchar *name) {
+        EXPECT_EQ(200, size);
+        qstrcpy(name, attributes.at(int(index)).constData());
+    });
+    Tap<&glGetAttribLocation> locations;
+    locations.replace([](GLuint, const GLchar *name) { return *name == 'v' ? 0 : 5; });
+    link(program);
+    const QString illegal = asserted("false", "[ !! ] Shader Contains GL attribute '%1'. This is illigal");
+    EXPECT_MESSAGES(illegal.arg("gl_Vertex"), illegal.arg("gl_VertexIDARB"));
+    EXPECT_EQ(size_t(attributes.size()), locations.count());
+    EXPECT_EQ((QHash<QString, int>{{"gl", 5}, {"va_Vertex", 0}}),
+              program.getVertexAttributeNameLocationMap());
+}
+
+TEST_F(ShaderProgramTest, ABlockBindingReachesGLWhenItChangesOrHasNoBlock)
+{
+    for (const bool isStorage : {false, true}) {
+        ZEL_NEEDS_EXTENSION_IF(isStorage, "GL_ARB_shader_storage_buffer_object");
+        program.clear();
+        program.addShader(GL_VERTEX_SHADER,
+                          kBlocks.arg(isStorage ? "430" : "150", isStorage ? "buffer" : "uniform", kLong),
+                          QString());
+        ASSERT_TRUE(program.link());
+        const GLuint name = program.shaderProgramID();
+        const unsigned int type = isStorage ? GL_SHADER_STORAGE_BUFFER : GL_ARRAY_BUFFER; // any other type
+        const GLuint first = program.getTypeBlockIndex(type, kLong);
+        const GLuint second = program.getTypeBlockIndex(type, "Second");
+        EXPECT_EQ(1u, first + second);
+        EXPECT_EQ(GL_INVALID_INDEX, program.getTypeBlockIndex(type, "Unknown"));
+        EXPECT_EQ(GL_INVALID_INDEX, isStorage ? program.getUniformBlockIndex("Second")
+                                              : program.getStorageBlockIndex("Second"));
+        Tap<&glUniformBlockBinding> bindings;
+        bindings.replace([](GLuint, GLuint, GLuint) {}); // one has no block
+        program.setTypeBlockBinding(type, second, 0);    // as linked
+        program.setTypeBlockBinding(type, second, 3);
+        program.setTypeBlockBinding(type, second, 3);
+        EXPECT_EQ(3u, program.getTypeBlockBinding(type, second));
+        EXPECT_EQ(0u, program.getTypeBlockBinding(type, first));
+        program.setTypeBlockBinding(type, 77, 1);
+        EXPECT_EQ(0u, program.getTypeBlockBinding(type, 77));
+        const QString kind = isStorage ? "storage" : "uniform";
+        const QString report = asserted("itFind != this->_" + kind + "BlockBindingIndices.end()",
+                                        "Trying to %1 " + kind + "BlockIndex 77 on shader "
+                                            + QString::number(name) + ". Does not exist.");
+        EXPECT_MESSAGES(report.arg("set"), report.arg("get"));
+        const std::vector<Tap<&glUniformBlockBinding>::Call> expected = {{name, second, 3}, {name, 77, 1}};
+        EXPECT_EQ(expected, isStorage ? Recorded<StorageBinding>::calls : bindings.calls());
+    }
+}
+
+TEST_F(ShaderProgramUniformTest, AVariantSetsTheUniformByTheTypeThatItHolds)
+{
+    float count[16];
+    std::iota(std::begin(count), std::end(count), 1.0F);
+    const struct
+    {
+        const char *name;
+        QVariant value;
+        Floats expected;
+    } rows[] = {
+        {"u_bool", true, {1}},
+        {"u_int", -3, {-3}},
+        {"u_int", QImage(1, 1, QImage::Format_RGB32), {0}},
+        {"u_uint", 4u, {4}},
+        {"u_float", 1.5, {1.5}},
+        {"u_float", 2.5F, {2.5}},
+        {"u_float", QVariant::fromValue(RangedFloat{3.5F, 0.0F, 1.0F}), {3.5}},
+        {"u_float", QVariant::fromValue(RangedDouble{4.5, 0.0, 1.0}), {4.5}},
+        {"u_vec4", QColor::fromRgbF(1.0, 0.0, 1.0, 0.0), {1, 0, 1, 0}},
+        {"u_vec4", QColor(), {0, 0, 0, 1}},
+        {"u_vec2", QVector2D(1, 2), {1, 2}},
+        {"u_vec3", QVector3D(1, 2, 3), {1, 2, 3}},
+        {"u_vec4", QVector4D(1, 2, 3, 4), {1, 2, 3, 4}},
+        // GL stores columns.
+        {"u_mat4", QMatrix4x4(count), {1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 4, 8, 12, 16}},
+        {"u_mat3", QVariant::fromValue(QMatrix3x3(count)), {1, 4, 7, 2, 5, 8, 3, 6, 9}},
+        {"u_mat2", QVariant::fromValue(QMatrix2x2(count)), {1, 3, 2, 4}},
+        {"u_mat4x2", QVariant::fromValue(QMatrix4x2(count)), {1, 5, 2, 6, 3, 7, 4, 8}},
+    };
+    for (const auto &row : rows) {
+        EXPECT_TRUE(program.setUniform(row.name, row.value));
+        EXPECT_EQ(row.expected, held(row.name, row.expected.size()))
+            << row.name << ' ' << row.value.typeName();
+    }
+    EXPECT_EQ(std::size(rows), _taps.count());
+    EXPECT_TRUE(program.setUniform("u_float", QVariant(QString("x"))));
+    EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_float"), QVariant()));
+    const QString report =
+        "critical [ShaderProgram.cpp:#] ZelShaderProgram::setUniform is not implemented for type : ";
+    EXPECT_MESSAGES(report + "QString", report);
+    EXPECT_FALSE(program.setUniform("missing", QVariant(1)));
+    EXPECT_EQ(std::size(rows), _taps.count());
+    EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_int"), -7));
+    EXPECT_TRUE(program.setUniform(program.getUniformLocation("u_uint"), 8u));
+    EXPECT_EQ(Floats({-7, 8}), Floats({held("u_int", 1)[0], held("u_uint", 1)[0]}));
+    EXPECT_TRUE(program.setUniform(-1, 1) && program.setUniform(-1, 1u)) << "these test no location";
+}
+
+TEST_F(ShaderProgramUniformTest, AListIsSentInOneCallOfWhichTheCountIsItsSize)
+{
+    const auto expectTuples = [&](auto zero, const QString &name, int tupleSize) {
+        const int location = program.getUniformLocation(name);
+        const QVector<decltype(zero)> nines(5 * tupleSize, 9);
+        QVector<decltype(zero)> values(2 * tupleSize);
+        std::iota(values.begin(), values.end(), 1);
+        _taps.clear();
+        EXPECT_TRUE(program.setUniform(name, nines, tupleSize));
+        EXPECT_TRUE(program.setUniform(location, values, tupleSize));
+        EXPECT_TRUE(program.setUniform(location, values, 0) && program.setUniform(location, values, 5));
+        EXPECT_FALSE(program.setUniform(-1, values, tupleSize)
+                     || program.setUniform("missing", values, tupleSize));
+        EXPECT_EQ(2u, _taps.count());
+        Floats expected(nines.begin(), nines.end());
+        std::copy(values.begin(), values.end(), expected.begin());
+        // GL takes as many vectors as the list has numbers, and reads on; nothing foreign is there.
+        std::fill(expected.begin() + values.size(), expected.begin() + std::min(values.size(), 5) * tupleSize,
+                  0.0F);
+        for (int i = 0; i < 5; ++i) {
+            EXPECT_EQ(Floats(expected.begin() + i * tupleSize, expected.begin() + (i + 1) * tupleSize),
+                      held(QString("%1[%2]").arg(name).arg(i), size_t(tupleSize)))
+                << qPrintable(name);
+        }
+    };
+    for (int i = 0; i < 4; ++i) {
+        expectTuples(0.0F, "a_" + _vectors[i], i + 1);
+        expectTuples(0, "a_" + _vectors[i + 4], i + 1);
+        expectTuples(0u, "a_" + _vectors[i + 8], i + 1);
+    }
+    EXPECT_TRUE(program.setUniform("a_float", QVector<float>{3, 4})); // single floats
+    EXPECT_EQ(Floats{4}, held("a_float[1]", 1));
+    EXPECT_FALSE(program.setUniform("missing", QVector<float>{1}));
+}
+
+TEST_F(ShaderProgramUniformTest, TheSummaryAddsTheUniformsUpByType)
+{
+    program.summaryUniforms();
+    const auto start = QString::asprintf("debug [ShaderProgram.cpp:#] %p ", static_cast<void *>(&program));
+    QStringList expected;
+    for (const GLenum type : {GL_INT, GL_UNSIGNED_INT, GL_FLOAT, GL_FLOAT_VEC2, GL_FLOAT_VEC3, GL_FLOAT_VEC4,
+                              GL_INT_VEC2, GL_INT_VEC3, GL_INT_VEC4, GL_BOOL, GL_FLOAT_MAT2, GL_FLOAT_MAT3,
+                              GL_FLOAT_MAT4, GL_SAMPLER_2D, GL_SAMPLER_CUBE, GL_FLOAT_MAT4x2,
+                              GL_UNSIGNED_INT_VEC2, GL_UNSIGNED_INT_VEC3, GL_UNSIGNED_INT_VEC4}) {
+        const int count = type == GL_SAMPLER_CUBE ? 1 : type == GL_SAMPLER_2D ? 2 : 6;
+        expected += start + QString::asprintf("Type 0x%04X : %d", type, count);
+    }
+    EXPECT_EQ(expected << start + "Texture Samplers 3", _capture.takeTexts());
+}
+
+TEST(SamplerTypeTest, FortyTypesAreSamplers)
+{
+    for (unsigned int type = 0; type < 0x10000; ++type) {
+        bool isSampler = false;
+        for (const auto &[first, last] : {std::make_pair(0x8B5Du, 0x8B64u),
+                                          {0x8DC0u, 0x8DC5u},
+                                          {0x8DC9u, 0x8DD8u},
+                                          {0x900Cu, 0x900Fu},
+                                          {0x9108u, 0x910Du}}) {
+            isSampler = isSampler || (type >= first && type <= last);
+        }
+        EXPECT_EQ(isSampler, isSamplerType(type)) << type;
+    }
 }
 
 // The entry points are those of the first program of the process.

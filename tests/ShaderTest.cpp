@@ -5,6 +5,7 @@
 
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/Shader.h>
+#include <ZelGL/ShaderProgram.h>
 
 #include <QtCore/QTemporaryDir>
 
@@ -52,6 +53,8 @@ TEST_F(ShaderTest, ItsTextIsProcessedWhenItIsMadeAndCompiledOnceAsLatin1)
     EXPECT_EQ(0u, logs.count()) << "a good compile's log is not read";
     EXPECT_EQ(name, shader.shaderID());
     EXPECT_EQ(1, ledger().alive(GLLedger::eShader));
+    EXPECT_TRUE(shaderProgramIdGreaterThan(&shader, &plain));
+    EXPECT_FALSE(shaderProgramIdGreaterThan(&plain, &shader) || shaderProgramIdGreaterThan(&shader, &shader));
 }
 
 TEST_F(ShaderTest, AFailedCompileReportsStageNumberedSourceAndLogAndCanBeRepeated)
