@@ -26,7 +26,7 @@ void InstanceData::set(const QString &dataName, const void *data, unsigned long 
         return;
     }
     // Checks do not return: a host that sees a report still gets its bytes, as everywhere in the instance data; write()
-    // keeps them inside the item. See InstanceDataTest.WrongMembersAreReportedAndStayInsideTheItem.
+    // keeps them inside the item. See InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
     const int offset = int(_plan->offset(dataName));
     ZEL_ASSERT(_plan->contains(dataName), "plan '%s' data '%s'", qPrintable(_plan->name()),
                qPrintable(dataName));
@@ -130,7 +130,7 @@ QString InstanceData::name() const
 
 quint64 InstanceData::memoryEstimateCPU() const
 {
-    // Required: 4 bytes a token, not 8; see InstanceDataTest.TexturesStandAmongTheBytesAsTheirTokens.
+    // Required: 4 bytes a token, not 8; see InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
     return quint64(_data.size()) + 4 * quint64(_textureTokens.size()) + sizeof *this;
 }
 

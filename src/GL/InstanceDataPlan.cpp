@@ -303,7 +303,7 @@ void InstanceDataPlan::padTotalDataSize()
     if (_totalDataSize % 4 != 0) {
         // Required: the size grows in steps of 4, which never reach a multiple of 16 from here, so that this is a report
         // instead of an endless loop. Only booleans are smaller than 4 bytes. See
-        // InstanceDataPlanTest.BooleansThatFillNoWordAreToldAndRoundedUp.
+        // InstanceDataPlanTest.RandomMembersAreLaidOutByFallingSizeAndType.
         ZEL_LOG_CRITICAL("The members of plan '%s' have a total of %d bytes, which is not a multiple of 4",
                          qPrintable(_name), int(_totalDataSize));
     }
@@ -401,7 +401,7 @@ void InstanceDataPlan::limitToTexture()
 
 void InstanceDataPlan::limitToStorageBlock()
 {
-    // In 64 bits, because the limit may be 2 GiB and more; see InstanceDataPlanTest.TheLimitOfStorageBlocksHas64Bits.
+    // In 64 bits, because the limit may be 2 GiB and more; see InstanceDataPlanTest.TheDriversLimitsClampTheArray.
     if (glGetInteger64v == nullptr) {
         ZEL_LOG_WARNING("OpenGL has not been initialised. No way it obtain correct maximum InstanceData "
                         "table size for '%s'",

@@ -33,7 +33,7 @@ const char *stageName(unsigned int type)
 } // namespace
 
 // Both constructors ignore their parent: the program deletes its shaders, and a parent could
-// delete them first; see ShaderTest.ItsTextIsProcessedWhenItIsMadeAndDumpedWhereAFileOpens.
+// delete them first; see ShaderTest.ItsTextIsProcessedWhenItIsMadeAndCompiledOnceAsLatin1.
 Shader::Shader(unsigned int type, const QString &source, QObject *parent)
     : Shader(type, source, nullptr, parent)
 {

@@ -83,7 +83,7 @@ ShaderProgram::~ShaderProgram()
 bool ShaderProgram::compile()
 {
     // Required: the GL program is not deleted; see
-    // ShaderProgramTest.ALinkedProgramTakesNoFurtherStageUntilItIsClearedOrCompiledAnew.
+    // ShaderProgramTest.AProgramIsLinkedOnceUntilItIsClearedOrCompiledAgain.
     _programID = kShaderProgramNotLinked;
     _linkNumber = 0;
     preprocess();
@@ -181,7 +181,7 @@ bool ShaderProgram::validate()
     }
     _log = driverLog(_programID, glGetProgramiv, glGetProgramInfoLog);
     // Required: no line break between the first two parts; see
-    // ShaderProgramTest.ValidateReadsTheLinkAndNeverRunsTheDriversOwn.
+    // ShaderProgramTest.AFailureReportsTheLogAndLeavesTheStages.
     warnLineByLine(QStringLiteral("Failed to validate GL shader========= Log =========\n") + _log);
     return false;
 }
@@ -501,7 +501,7 @@ unsigned int ShaderProgram::getStorageBlockIndex(const QString &name) const
 }
 
 // Required: an unknown block is logged, and GL is called anyway; see
-// ShaderProgramUniformTest.ABlockBindingReachesGLWhenItChangesOrHasNoBlock.
+// ShaderProgramTest.ABlockBindingReachesGLWhenItChangesOrHasNoBlock.
 void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int binding)
 {
     const auto itFind = this->_uniformBlockBindingIndices.find(index);

@@ -76,7 +76,7 @@ bool TextureMechanism::bind(ShaderProgram *program, TextureManager *textureManag
     if (InstanceDataAccess::isDirty(*collection) && allocated) {
         uploadIfDirty(buffer, collection);
         // Dirty again if a texture found no unit: the next bind copies. See
-        // InstanceDataRoadTest.WhatFindsNoTextureUnitIsMadeUpForAtTheNextBind.
+        // InstanceDataMechanismTest.ABindUploadsWhatHasChangedAndLeavesNothingBound.
         InstanceDataAccess::setDirty(*collection, !pboToTexture(integers, RGBA32I, buffer, texels)
                                                       || !pboToTexture(floats, RGBA32F, buffer, texels));
     }

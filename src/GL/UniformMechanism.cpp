@@ -26,7 +26,7 @@ size_t uniformSize(Type type)
 
 /// Required: booleans use the calls of integers of four bytes, although their values are packed. Their uniforms have no
 /// useful value; the other mechanisms are for them. See
-/// InstanceDataTest.UniformsAreSentOnEveryBindAndReadNoFurtherThanTheirBytes.
+/// InstanceDataTest.BooleansAreSentAsUniformsOnEveryBindAndReadNoFurtherThanTheirBytes.
 void setUniforms(int location, int count, Type type, const void *data)
 {
     const auto ints = static_cast<const GLint *>(data);

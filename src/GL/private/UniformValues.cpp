@@ -37,7 +37,7 @@ bool setTuples(int location, const QVector<Component> &values, int tupleSize,
     }
     // Required: the count is the size of the list, not the number of tuples, so GL may read
     // past the list. The copy has as many components as GL may read; see ShaderProgramUniformTest.
-    // NumbersAndListsGoToGLInOneCallEachOfWhichTheCountIsTheSizeOfTheList.
+    // AListIsSentInOneCallOfWhichTheCountIsItsSize.
     QVarLengthArray<Component, 1024> padded(values.size() * tupleSize);
     std::fill(std::copy(values.cbegin(), values.cend(), padded.begin()), padded.end(), Component(0));
     calls[tupleSize - 1](location, values.size(), padded.constData());
