@@ -5,7 +5,6 @@
 #include <ZelGL/ZelGL.h>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <random>
 
@@ -412,36 +411,26 @@ public:
 
     InstanceDataCollection *operator->() const { return _collection.get(); }
 
-    /// Writes random bits, and returns the hash of each item.
+    /// Replaces all bytes by random ones, and returns the hash of each item.
     std::vector<GLuint> fill()
     {
+        const size_t itemSize = _collection->plan()->totalDataSize() / 4;
+        std::vector<GLuint> words(size_t(_collection->size()) * itemSize);
         std::vector<GLuint> hashes(size_t(_collection->size()), 0);
-        for (int item = 0; item < _collection->size(); ++item) {
-            std::vector<std::vector<GLuint>> values;
+        for (GLuint &word : words) {
+            word = _engine() % 4 != 0 ? GLuint(_engine()) : 0;
+            const GLuint exponent = word >> 23 & 0xFF;
+            word ^= word != 0 && exponent % 255 == 0 ? 0x40000000u
+                                                     : 0u; // drivers change NaN and denormal numbers
+        }
+        _collection->update(reinterpret_cast<const char *>(words.data()), words.size() * 4);
+        for (size_t item = 0; item < hashes.size(); ++item) {
             for (const auto &[type, name] : _members) {
-                std::vector<GLuint> words(ParameterMechanism::numberComponents(type));
-                for (GLuint &word : words) {
-                    word = GLuint(_engine());
-                    // Drivers need not keep NaN and denormal numbers.
-                    const GLuint exponent = word >> 23 & 0xFF;
-                    const bool isKept = exponent != 0 && exponent != 0xFF;
-                    word &= isKept || ParameterMechanism::isIntegerType(type) ? 0xFFFFFFFFu : 0x80000000u;
-                }
-                _collection->set(item, name, words.data(),
-                                 std::min(words.size() * 4, ParameterMechanism::dataSize(type)));
-                values.push_back(words);
-            }
-            for (int i = 0; i < _members.size(); ++i) {
-                if (_members[i].first == Plan::eBool) { // all packed booleans of a word are read as one value
-                    const Plan *plan = _collection->plan();
-                    const size_t at =
-                        size_t(item) * plan->totalDataSize() + plan->offset(_members[i].second) / 4 * 4;
-                    std::memcpy(values[size_t(i)].data(), _collection->dataArray().constData() + at, 4);
-                    values[size_t(i)][0] = values[size_t(i)][0] != 0 ? 1 : 0;
-                }
-                for (const GLuint word : values[size_t(i)]) {
-                    GLuint &hash = hashes[size_t(item)];
-                    hash = isRead(_members[i].first) ? (hash ^ word) * 16777619u : hash;
+                const GLuint *const word = &words[item * itemSize + _collection->plan()->offset(name) / 4];
+                for (size_t i = 0; i < ParameterMechanism::numberComponents(type) && isRead(type); ++i) {
+                    // All packed booleans of a word are read as one value.
+                    hashes[item] =
+                        (hashes[item] ^ (type == Plan::eBool ? word[i] != 0 : word[i])) * 16777619u;
                 }
             }
         }

@@ -8,8 +8,6 @@
 
 #include <ZelGL/ZelGL.h>
 
-#include <QtGui/QOpenGLFunctions_3_2_Core>
-
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -378,7 +376,7 @@ TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBoun
     items.setBOUsageFlags(GL_STREAM_DRAW);
     for (const auto &[expected, change] : steps) {
         change();
-        EXPECT_TRUE(items.bind(program.get(), nullptr));
+        EXPECT_TRUE(items.bind(program.get(), nullptr) && items.unbind(program.get(), nullptr));
         EXPECT_TRUE(expected[0] == 0 || _taps.of<&glBufferData>().last<3>() == GL_STREAM_DRAW);
         EXPECT_EQ(expected, trafficOfABind(items, program.get()));
     }
@@ -401,19 +399,11 @@ TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBoun
     EXPECT_FALSE(plan->bind(program.get(), &manager, nullptr)
                  || plan->unbind(program.get(), &manager, nullptr));
 
-    // 4. An immutable storage is filled and not allocated again.
-    if (uploads > 0) {
-        InstanceDataCollection fixed(plan, 2);
-        fixed.set(1, "tint", "0123456789abcde", 16);
-        fixed.useStorageBuffer(GL_DYNAMIC_STORAGE_BIT);
-        EXPECT_EQ(0u, trafficOfABind(fixed, program.get())[0]);
-        const auto buffer = fixed.getUniformBufferObject(0)->bufferObject();
-        char tint[16] = "";
-        driver()->glBindBuffer(GL_COPY_READ_BUFFER, buffer->getBO());
-        driver()->glGetBufferSubData(GL_COPY_READ_BUFFER, 48, 16, tint);
-        driver()->glBindBuffer(GL_COPY_READ_BUFFER, 0);
-        EXPECT_STREQ("0123456789abcde", tint);
-    }
+    // 4. An immutable storage of the size of the data is not allocated again.
+    InstanceDataCollection fixed(plan, 2);
+    fixed.useStorageBuffer(GL_DYNAMIC_STORAGE_BIT);
+    EXPECT_EQ(0u, trafficOfABind(fixed, program.get())[0]);
+    EXPECT_EQ(96 * uploads, fixed.memoryEstimateGPU());
 }
 
 INSTANTIATE_TEST_SUITE_P(Mechanisms, InstanceDataMechanismTest,
