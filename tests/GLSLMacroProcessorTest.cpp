@@ -162,10 +162,11 @@ TEST_F(GLSLMacroProcessorTest, SingleLinesExpandInPlaceByTheHostsOwnExpressions)
     EXPECT_EQ("z", expanded("@M z", nullptr));
     EXPECT_EQ("", expanded("#include <a.glslh>", nullptr));
     EXPECT_EQ("", expanded("#include", &_processor));
-    QString line = "#instancedata <Unknown>";
+    QString line = "#instancedata <Unlisted>";
     GLSLMacroProcessor::processLineMaterial(line, include, &_processor);
-    EXPECT_EQ("#instancedata <Unknown>", line);
+    EXPECT_EQ("#instancedata <Unlisted>", line);
     EXPECT_MESSAGES("warning Failed to open include file 'a.glslh'",
                     "warning Cannot extract include filename from '#include'",
-                    startsWith("warning [InstanceDataRegistry.cpp:#]"));
+                    "warning [InstanceDataRegistry.cpp:#] InstanceDataRegistry::getPlan() : Specified "
+                    "instanceData plan does not exist : Unlisted");
 }

@@ -200,6 +200,7 @@ TEST_F(InstanceDataTest, WithoutAPlanNothingIsWritten)
     EXPECT_MESSAGES(none, asserted("_plan != NULL", "data 'tint'"), none);
     item.setTexture("image", nullptr, &manager);
     item.get("tint", nullptr, 4);
+    item.clear();
     EXPECT_EQ(sizeof item, item.memoryEstimateCPU());
     InstanceDataCollection items("Unknown");
     EXPECT_MESSAGES(startsWith("warning [InstanceDataRegistry.cpp:#]"));
@@ -379,6 +380,10 @@ TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBoun
         EXPECT_TRUE(items.bind(program.get(), nullptr) && items.unbind(program.get(), nullptr));
         EXPECT_TRUE(expected[0] == 0 || _taps.of<&glBufferData>().last<3>() == GL_STREAM_DRAW);
         EXPECT_EQ(expected, trafficOfABind(items, program.get()));
+    }
+    for (const auto &holder : holders) {
+        EXPECT_TRUE(holder->bind()) << "a data texture keeps its unit";
+        EXPECT_TRUE(holder->unbind());
     }
     const AllocationCount allocations;
     EXPECT_TRUE(items.bind(program.get(), nullptr) && items.unbind(program.get(), nullptr));
