@@ -383,6 +383,8 @@ TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBoun
     }
     for (const auto &holder : holders) {
         EXPECT_TRUE(holder->bind()) << "a data texture keeps its unit";
+    }
+    for (const auto &holder : holders) {
         EXPECT_TRUE(holder->unbind());
     }
     const AllocationCount allocations;
