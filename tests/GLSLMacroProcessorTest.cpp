@@ -49,6 +49,7 @@ TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
         {"#version 150\nrest", "#version 150\n#define A 1\n#define B 2\n\nrest"},
         {"#version 150 core # x\r\nrest", "#version 150 core # x\n#define A 1\n#define B 2\n\r\nrest"},
         {"#versions", "#versions\n#define A 1\n#define B 2\n"},
+        {"#version", "#version\n#define A 1\n#define B 2\n"},
         {"// c\n#include \"a.glslh\"\nrest", "// c\nfloat a;\n\nrest"},
         {"#include \"a.glslh\"", "float a;\n"},
         {"#include\"a.glslh\" \t\r\n", "float a;\n\r\n"},
@@ -155,7 +156,8 @@ TEST_F(GLSLMacroProcessorTest, SingleLinesExpandInPlaceByTheHostsOwnExpressions)
     EXPECT_EQ("", expanded("#include <a.glslh>", nullptr));
     EXPECT_EQ("", expanded("#include", &_processor));
     QString line = "#instancedata <Unlisted>";
-    GLSLMacroProcessor::processLineMaterial(line, include, &_processor);
+    QRegExp plan("#instancedata <(.*)>");
+    GLSLMacroProcessor::processLineMaterial(line, plan, &_processor);
     EXPECT_EQ("#instancedata <Unlisted>", line);
     EXPECT_MESSAGES("warning Failed to open include file 'a.glslh'",
                     "warning Cannot extract include filename from '#include'",
