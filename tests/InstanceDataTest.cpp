@@ -194,6 +194,7 @@ TEST_F(InstanceDataTest, WithoutAPlanNothingIsWritten)
     item.setTexture("image", nullptr, &manager);
     item.get("tint", nullptr, 4);
     item.clear();
+    EXPECT_EQ("", item.name());
     EXPECT_EQ(sizeof item, item.memoryEstimateCPU());
     InstanceDataCollection items("Unknown");
     EXPECT_MESSAGES(startsWith("warning [InstanceDataRegistry.cpp:#]"));
@@ -249,14 +250,14 @@ TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCountsAndReportTooMuchForTh
     const QString listTooBig = asserted("size_t(instanceDataDataList.size()) <= _plan->arraySize()",
                                         "List 3 too big, max 2 plan 'Paint'");
     EXPECT_EQ(zeros(144), InstanceDataCollection(plan, 3).dataArray());
-    EXPECT_TRUE(InstanceDataCollection(plan, ~0ul).dataArray().isEmpty());
+    EXPECT_TRUE(InstanceDataCollection(plan, 100000000).dataArray().isEmpty());
     EXPECT_EQ(bytes, InstanceDataCollection(plan, bytes.constData(), 144).dataArray());
     InstanceDataCollection items("Paint", list);
     EXPECT_EQ(bytes, items.dataArray());
     items.update(QList<InstanceData>());
     EXPECT_EQ(0, items.size());
     items.update(list);
-    EXPECT_EQ(3, items.size());
+    EXPECT_EQ(bytes, items.dataArray());
     items.update(bytes.constData(), 144);
     EXPECT_MESSAGES(countTooBig, countTooBig, bytesTooBig, listTooBig, listTooBig, bytesTooBig);
     items.update(bytes.constData(), 143); // two whole items
@@ -265,17 +266,23 @@ TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCountsAndReportTooMuchForTh
 TEST_F(InstanceDataTest, MoreThanATextureHoldsIsReportedAndStaysOutOfTheTexture)
 {
     const FakeLimits narrow(GL_MAX_TEXTURE_SIZE, 64); // 21 items of 3 texels
+    const std::pair<int, Counts> rows[] = {
+        {22 * 48, {1, 0, 0, 0}}, {21 * 48, {1, 2, 2, 0}}, {16, {1, 2, 2, 0}}};
     InstanceDataCollection items(paint(Plan::eTextureMechanism, 30), 22);
-    EXPECT_MESSAGES(AssertionsOf("InstanceDataCollection.cpp")("this->fitsTexture()",
-                                                               "List is too big for plan 'Paint'"));
-    EXPECT_EQ(Counts({1, 0, 0, 0}), trafficOfABind(items, nullptr));
-    items.update(zeros(21 * 48).constData(), 21 * 48);
-    EXPECT_EQ(Counts({1, 2, 2, 0}), trafficOfABind(items, nullptr));
+    for (const auto &[size, expected] : rows) {
+        items.update(zeros(size).constData(), static_cast<unsigned long>(size));
+        EXPECT_EQ(expected, trafficOfABind(items, nullptr));
+        EXPECT_EQ(Counts({0, 0, 0, 0}), trafficOfABind(items, nullptr));
+    }
+    const QString tooBig =
+        AssertionsOf("InstanceDataCollection.cpp")("this->fitsTexture()", "List is too big for plan 'Paint'");
+    EXPECT_MESSAGES(tooBig, tooBig); // of construction and update
 }
 
 TEST_F(InstanceDataTest, BooleansAreSentAsUniformsOnEveryBindAndReadNoFurtherThanTheirBytes)
 {
     auto *plan = new Plan("Flags");
+    plan->addMember(Plan::eTexture, "image"); // at 0
     plan->addMember(Plan::eBool, "a");
     plan->addMember(Plan::eBool, "unused");
     plan->addMember(Plan::eBVec2, "bb");
@@ -300,8 +307,10 @@ TEST_F(InstanceDataTest, BooleansAreSentAsUniformsOnEveryBindAndReadNoFurtherTha
     sent.of<&glUniform2iv>().replace(expectZeros(2));
     sent.of<&glUniform4iv>().replace(expectZeros(4));
     const AutoBinder binder(program.get());
+    RecordingManager manager;
     for (size_t binds = 1; binds <= 2; ++binds) {
-        EXPECT_TRUE(items.bind(program.get(), nullptr));
+        EXPECT_TRUE(items.bind(program.get(), &manager));
+        EXPECT_EQ(Tokens({TextureToken(0)}), manager.bound.last());
         EXPECT_EQ(binds, sent.of<&glUniform1iv>().count());
         EXPECT_EQ(binds, sent.of<&glUniform2iv>().count());
         EXPECT_EQ(2 * binds, sent.of<&glUniform4iv>().count());
@@ -376,6 +385,11 @@ TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBoun
     EXPECT_TRUE(items.bind(program.get(), nullptr) && items.unbind(program.get(), nullptr));
     EXPECT_TRUE(hasTextures || allocations.taken() == 0); // each new owner of a unit is added to a table
     EXPECT_EQ(240 * uploads, items.memoryEstimateGPU());
+    EXPECT_GE(items.memoryEstimateCPU(), 240 + sizeof items);
+    if (uploads > 0 && !hasTextures) {
+        items.getUniformBufferObject(0)->uniformBlockBinding();
+        EXPECT_MESSAGES(startsWith("critical [UniformBufferObject.cpp:#]")); // it is not bound
+    }
 
     // 3. All overloads hand the tokens to the manager.
     RecordingManager manager;
