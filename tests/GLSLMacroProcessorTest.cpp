@@ -33,6 +33,7 @@ TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
     addFile("zero.glslh", QByteArray("before\0after", 12));
     addFile("utf8.glslh", "// \xc3\xa9");
     addFile("sub dir", "blank");
+    addFile("empty.glslh", "");
     _processor.addDefine("B", "1");
     _processor.addDefine("A", "1");
     _processor.addDefine("B", "2");
@@ -54,6 +55,7 @@ TEST_F(GLSLMacroProcessorTest, EveryDirectiveExpandsAsItsRuleSays)
         {"#include \"a.glslh\"", "float a;\n"},
         {"#include\"a.glslh\" \t\r\n", "float a;\n\r\n"},
         {"#include   \"sub dir\"", "blank\n"},
+        {"#include \"empty.glslh\"", "\n"},
         {"#include \"versioned.glslh\"", "#version 330\n#define A 1\n#define B 2\n\n"},
         {"#include \"tree.glslh\"", "float a;\n\nfloat a;\n\n\n\n"},
         {"#include \"zero.glslh\"", "before\n"},
