@@ -2,6 +2,7 @@
 #include "support/MessageCapture.h"
 
 #include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/InstanceDataRegistry.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
@@ -14,6 +15,7 @@ class GLSLMacroProcessorTest : public MessageTest
 {
 protected:
     GLSLMacroProcessorTest() { _processor.addIncludePath(_folder.path()); }
+    ~GLSLMacroProcessorTest() override { InstanceDataRegistry::Instance()->clear(); } // of unknown names
 
     void addFile(const QString &name, const QByteArray &bytes) { writeFile(_folder.filePath(name), bytes); }
 
@@ -157,12 +159,12 @@ TEST_F(GLSLMacroProcessorTest, SingleLinesExpandInPlaceByTheHostsOwnExpressions)
     EXPECT_EQ("z", expanded("@M z", nullptr));
     EXPECT_EQ("", expanded("#include <a.glslh>", nullptr));
     EXPECT_EQ("", expanded("#include", &_processor));
-    QString line = "#instancedata <Unlisted>";
+    QString line = "#instancedata <Unknown>";
     QRegExp plan("#instancedata <(.*)>");
     GLSLMacroProcessor::processLineMaterial(line, plan, &_processor);
-    EXPECT_EQ("#instancedata <Unlisted>", line);
+    EXPECT_EQ("#instancedata <Unknown>", line);
     EXPECT_MESSAGES("warning Failed to open include file 'a.glslh'",
                     "warning Cannot extract include filename from '#include'",
                     "warning [InstanceDataRegistry.cpp:#] InstanceDataRegistry::getPlan() : Specified "
-                    "instanceData plan does not exist : Unlisted");
+                    "instanceData plan does not exist : Unknown");
 }
