@@ -224,15 +224,10 @@ TEST_F(ShaderProgramTest, AFailureReportsTheLogAndLeavesTheStages)
     program.addShader(GL_VERTEX_SHADER, kUnresolved, QString());
     EXPECT_FALSE(program.link() || program.isLinked());
     EXPECT_FALSE(program.log().isEmpty());
-    EXPECT_TRUE(takeMessages(warningLines(QString("Failed to link GL shader\n =======Log=========\n%1\n"
-                                                  "Program %2\nShader 0x8b31 %3\n"
-                                                  "   1 : #version 150\n"
-                                                  "   2 : \n"
-                                                  "   3 : vec4 somewhere();\n"
-                                                  "   4 : void main() { gl_Position = somewhere(); }\n")
-                                              .arg(program.log())
-                                              .arg(deletes.last<0>())
-                                              .arg(attaches.last<1>()))));
+    const QString dump = "Program %1\nShader 0x8b31 %2\n   1 : #version 150\n   2 : \n"
+                         "   3 : vec4 somewhere();\n   4 : void main() { gl_Position = somewhere(); }\n";
+    EXPECT_TRUE(takeMessages(warningLines("Failed to link GL shader\n =======Log=========\n" + program.log()
+                                          + '\n' + dump.arg(deletes.last<0>()).arg(attaches.last<1>()))));
     program.addShader(GL_VERTEX_SHADER, kSomewhere, QString());
     EXPECT_TRUE(program.link());
 
