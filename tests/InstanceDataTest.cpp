@@ -196,6 +196,14 @@ TEST_F(InstanceDataTest, WithoutAPlanNothingIsWritten)
     item.clear();
     EXPECT_EQ("", item.name());
     EXPECT_EQ(sizeof item, item.memoryEstimateCPU());
+
+    InstanceDataRegistry::Instance()->registerPlan(new Plan("Empty"));
+    InstanceData("Empty").set("none", "1234", 4);
+    EXPECT_MESSAGES(asserted("_plan->contains(dataName)", "plan 'Empty' data 'none'"),
+                    asserted("offset >= 0 && offset < _data.size()", "plan 'Empty' data 'none'"),
+                    asserted("InstanceDataPlan::eTexture != _plan->dataType(dataName)",
+                             "InstanceData::set( 'none') call on data type 0"));
+
     InstanceDataCollection items("Unknown");
     EXPECT_MESSAGES(startsWith("warning [InstanceDataRegistry.cpp:#]"));
     items.set(0, "tint", "1234", 4);
