@@ -9,7 +9,7 @@
 namespace Orvane { namespace Zel {
 
 /// A vector for intermediate results, which are rounded to single precision last. Far from the origin the difference of
-/// two rounded points has few correct digits; see ShadowMapManagerCullingTest.FarFromTheOriginNothingSeenIsInNoCascade.
+/// two rounded points has few correct digits; see ShadowMapManagerCullingTest.ProjectionsHoldWhatIsLitAndSeenAndNoMore.
 ///
 /// Context: none.
 /// Private to the library: Plane, the shadow fits.

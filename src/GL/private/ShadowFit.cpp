@@ -123,7 +123,7 @@ QMatrix4x4 DirectionalShadowFit::worldToMap(const QVector<QVector3D> &slicePoint
     const float depthBegin = std::min(castersInReach.boxLowerBounds().z(), lo.z());
 
     // 4. The slice to x and y from -1 to 1 less the margin, and the depths to 0 to 1. y is flipped unless the light
-    //    is mirrored, see ShadowMapManagerCullingTest.DirectionalProjectionsShowTheSliceUprightAndMirroredOnesDownward.
+    //    is mirrored, see ShadowMapManagerCullingTest.ProjectionsHoldWhatIsLitAndSeenAndNoMore.
     QMatrix4x4 lightToMap;
     if (!_isMirrored) {
         lightToMap.scale(1.0f, -1.0f, 1.0f);
@@ -131,7 +131,7 @@ QMatrix4x4 DirectionalShadowFit::worldToMap(const QVector<QVector3D> &slicePoint
     lightToMap.scale(2.0f / (hi.x() - lo.x()), 2.0f / (hi.y() - lo.y()), 1.0f);
     lightToMap.translate(-0.5f * (hi.x() + lo.x()), -0.5f * (hi.y() + lo.y()), 0.0f);
     // Required: the margin applies about the light's origin, not about the slice; see
-    // ShadowMapManagerCullingTest.TheSideNextToADistantOriginIsLostByAHundredthOfTheDistance.
+    // ShadowMapManagerCullingTest.ProjectionsHoldWhatIsLitAndSeenAndNoMore.
     lightToMap.scale(kMargin, kMargin, 1.0f / (hi.z() - depthBegin));
     lightToMap.translate(0.0f, 0.0f, -depthBegin);
     return (DoubleMatrix(lightToMap) * _worldToLight).rounded();
