@@ -9,8 +9,8 @@
 
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
-#include <array>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -61,14 +61,15 @@ QMatrix4x4 translation(float x, float y, float z)
     return matrix;
 }
 
-QVector3D projected(const RenderData::Transform &transform, const QVector3D &point)
+/// Compares the positions of points in a map.
+void expectMapped(const RenderData::Transform &transform,
+                  const std::vector<std::pair<QVector3D, QVector3D>> &points)
 {
-    return matrixOf(transform).map(point);
-}
-
-void expectNear(const QVector3D &expected, const QVector3D &actual)
-{
-    EXPECT_LT((expected - actual).length(), 1e-4f) << actual.x() << ' ' << actual.y() << ' ' << actual.z();
+    for (const auto &[point, expected] : points) {
+        const QVector3D actual = matrixOf(transform).map(point);
+        EXPECT_LT((expected - actual).length(), 1e-4f)
+            << actual.x() << ' ' << actual.y() << ' ' << actual.z();
+    }
 }
 
 } // namespace
@@ -88,27 +89,20 @@ TEST_F(ShadowMapManagerTest, TransformsAreStoredWhenMatrixOrBlurDiffer)
     }
 }
 
-TEST_F(ShadowMapManagerTest, SpotsGetTwiceTheirCutoffAndWithoutCameraAndSceneTheSunAFixedBox)
+TEST_F(ShadowMapManagerTest, WithoutCameraAndSceneProjectionsAreFixed)
 {
     add(Light::eSpot).setSpotCutoff(float(M_PI) / 4);
     add(Light::eDirectional);
+    add(Light::ePoint);
     for (const auto &light : _lights) {
         light->setTransform(translation(10, 0, 0));
     }
     ASSERT_TRUE(process());
-    EXPECT_EQ((Infos{{1, 0}, {1, 1}, {0, 0}}), infos(3));
-    expectNear({1, -1, 1}, projected(_data.transforms[0], {10 + 100, -100, -100})); // 90 degrees, out to 100
-    expectNear({0, 0, -1}, projected(_data.transforms[0], {10, 0, -0.1f}));
-    expectNear({1, -1, 0}, projected(_data.transforms[1], {14, -4, -6}));
-    expectNear({-1, 1, 1}, projected(_data.transforms[1], {6, 4, 6}));
-}
-
-TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
-{
-    add(Light::ePoint).setTransform(translation(10, 0, 0));
-    ASSERT_TRUE(process());
-    EXPECT_EQ((Infos{{6, 0}}), infos(1));
+    EXPECT_EQ((Infos{{1, 0}, {1, 1}, {6, 2}, {0, 0}}), infos(4));
     ASSERT_EQ(6, gSextantProjectionModelview.size());
+    expectMapped(_data.transforms[0],
+                 {{{110, -100, -100}, {1, -1, 1}}, {{10, 0, -0.1f}, {0, 0, -1}}}); // 90 degrees, out to 100
+    expectMapped(_data.transforms[1], {{{14, -4, -6}, {1, -1, 0}}, {{6, 4, 6}, {-1, 1, 1}}});
     // The directions at the centre of each face, to its right and above: the edge is at 45.5 degrees.
     const struct
     {
@@ -123,11 +117,11 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndScenePointLightsLookSixWays)
         SCOPED_TRACE(face);
         const auto &[middle, right, above] = kFaces[face];
         const QVector3D light(10, 0, 0);
-        expectNear({0, 0, 1}, projected(_data.transforms[face], light + 100 * middle));
-        expectNear({1, -1, 1},
-                   projected(_data.transforms[face], light + 100 * (middle + edge * right - edge * above)));
+        expectMapped(_data.transforms[2 + face],
+                     {{light + 0.1f * middle, {0, 0, -1}},
+                      {light + 100 * (middle + edge * right - edge * above), {1, -1, 1}}});
         EXPECT_EQ(gSextantProjectionModelview[face] * translation(-10, 0, 0),
-                  matrixOf(_data.transforms[face]));
+                  matrixOf(_data.transforms[2 + face]));
     }
 }
 
@@ -174,76 +168,56 @@ TEST_F(ShadowMapManagerTest, WhatHasNoShadowMarksTheEndOfTheRunBeforeIt)
     EXPECT_EQ(2, _data.transformCount);
 }
 
-TEST_F(ShadowMapManagerTest, TellsWhichFramesOfAnAnimationNeedNewLayers)
+TEST_F(ShadowMapManagerTest, ReportsWhichFramesOfAnAnimationNeedNewLayers)
 {
     Light &sun = add(Light::eDirectional);
-    Light &spot = add(Light::eSpot);
-    spot.setSpotCutoff(0.5f);
     Light &lamp = add(Light::ePoint);
+    Light &spot = add(Light::eSpot);
+    Light &twin = add(Light::eSpot);
+    twin.setOn(false);
     const QPair<QVector3D, QVector3D> scene({-5, -5, -5}, {5, 5, 5});
     QMatrix4x4 view;
     view.lookAt({0, 0, 3}, {0, 0, 0}, {0, 1, 0});
     QMatrix4x4 projection;
     projection.perspective(60, 1, 0.1f, 50);
-    const auto frame = [&] {
-        return ShadowMapManager::processLights(_list, _data, &view, &projection, &scene);
+    const std::pair<std::function<void()>, bool> steps[] = {
+        {[] {}, true},
+        {[] {}, false},
+        {[&] { view.translate(0.01f, 0, 0); }, true},
+        {[&] { lamp.setTransform(translation(0, 0.1f, 0)); }, true},
+        {[&] { spot.setSpotCutoff(0.6f); }, true},
+        {[&] { twin.setSpotCutoff(0.6f); }, false},           // it is off
+        {[&] { spot.setOn(false), twin.setOn(true); }, true}, // the same projection now belongs to the twin
+        {[&] { spot.setOn(true); }, true},
+        {[&] { twin.setOn(false); }, true},  // changes the number of projections only
+        {[&] { _list.removeLast(); }, true}, // changes the number of lights only
+        {[] {}, false},
+        {[&] { sun.setCSMLevels(3); }, true},
+        {[&] { lamp.setShadowCaster(false); }, true}, // the following lights move up
+        {[] {}, false},
+        {[&] { sun.setOn(false), spot.setOn(false); }, false}, // without a caster there is no layer to draw
+        {[&] { spot.setOn(true); }, true},
+        {[&] { _list.clear(); }, false},
     };
-
-    EXPECT_TRUE(frame());
-    for (int still = 0; still < 3; ++still) {
-        EXPECT_FALSE(frame());
+    for (const auto &[change, expected] : steps) {
+        SCOPED_TRACE(&change - &steps->first);
+        change();
+        EXPECT_EQ(expected, ShadowMapManager::processLights(_list, _data, &view, &projection, &scene));
+        EXPECT_EQ(_list.size(), _data.lightCount);
+        int projections = 0;
+        for (int i = 0; i < 32; ++i) {
+            const auto [count, index] = _data.projectorInfos[i];
+            EXPECT_EQ(i < _list.size() ? projections : 0, index) << i;
+            EXPECT_EQ(i < _list.size() && _lights[size_t(i)]->on() && _lights[size_t(i)]->shadowCaster(),
+                      count > 0);
+            projections += count;
+        }
+        EXPECT_EQ(projections, _data.transformCount);
     }
-    for (int step = 1; step < 4; ++step) { // any motion
-        view.translate(0.01f, 0, 0);
-        EXPECT_TRUE(frame());
-        spot.setSpotCutoff(0.5f + 0.1f * float(step));
-        EXPECT_TRUE(frame());
-        lamp.setTransform(translation(0, 0.1f * float(step), 0));
-        EXPECT_TRUE(frame());
-        EXPECT_FALSE(frame());
-    }
-    spot.setOn(false); // the following lights move up
-    EXPECT_TRUE(frame());
-    EXPECT_EQ(1, _data.projectorInfos[2].index);
-    EXPECT_FALSE(frame());
-    _list.removeLast(); // the indices of the others do not change
-    EXPECT_TRUE(frame());
-    EXPECT_EQ((Infos{{1, 0}, {0, 1}, {0, 0}}), infos(3));
-    sun.setCSMLevels(3);
-    EXPECT_TRUE(frame());
-    EXPECT_EQ(3, _data.transformCount);
-    EXPECT_FALSE(frame());
-}
-
-TEST_F(ShadowMapManagerTest, TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix)
-{
-    Light &first = add(Light::eSpot);
-    Light &second = add(Light::eSpot);
-    second.setOn(false);
+    add(Light::eSpot);
     EXPECT_TRUE(process());
-    first.setOn(false); // the same projection now belongs to the other light
-    second.setOn(true);
-    EXPECT_TRUE(process());
-    first.setOn(true);
-    EXPECT_TRUE(process());
-    second.setOn(false); // changes the number of projections only
-    EXPECT_TRUE(process());
-    _list.removeLast(); // changes the number of lights only
-    EXPECT_TRUE(process());
-    EXPECT_FALSE(process());
-
-    // Without a caster there is no layer to draw.
-    const auto expectNoShadow = [&](const QVariant &lights, int count) {
-        EXPECT_TRUE(process());
-        EXPECT_FALSE(ShadowMapManager::processLights(lights, _data));
-        EXPECT_EQ(count, _data.lightCount);
-        EXPECT_EQ(0, _data.transformCount);
-        EXPECT_EQ((Infos{{0, 0}, {0, 0}}), infos(2));
-    };
-    _list.append(_list.first());
-    expectNoShadow(QVariant(), 0);
-    second.setShadowCaster(false);
-    expectNoShadow(listOf({&second}), 1);
+    EXPECT_FALSE(ShadowMapManager::processLights(QVariant(), _data));
+    EXPECT_EQ(0, _data.lightCount + _data.transformCount + _data.projectorInfos[0].count);
 }
 
 TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
@@ -282,15 +256,6 @@ protected:
         _variant = QVariant::fromValue<QObject *>(&_data);
     }
 
-    /// The values of a uniform in GL. Integers of the table are exact as floats.
-    std::array<GLfloat, 16> held(const QString &name)
-    {
-        std::array<GLfloat, 16> values = {};
-        driver()->glGetUniformfv(_program->shaderProgramID(), _program->getUniformLocation(name),
-                                 values.data());
-        return values;
-    }
-
     static constexpr char kMain[] = R"(#version 150
 #include "ShadowMapManager.glslh"
 uniform uint u_Light;
@@ -305,31 +270,6 @@ void main() { color = vec4(shadowMapGetVisibility(u_Light, vec3(0.0))); }
 };
 
 } // namespace
-
-TEST_F(ShadowMapManagerBindTest, HandsTheWholeTableToTheProgram)
-{
-    for (int i = 0; i < 32; ++i) {
-        _data.projectorInfos[i] = {i + 1, 100 - i};
-        _data.setTransform(i, translation(float(i), 2, 3), 0.5f);
-    }
-    const AutoBinder binder(_program.get());
-    for (const float clamp : {0.1f, 0.75f}) {
-        ASSERT_TRUE(ShadowMapManager::bind(_program.get(), _variant));
-        EXPECT_EQ(clamp, held("u_VarianceClamp")[0]);
-        ShadowMapManager::setVarianceClamping(0.75f);
-        EXPECT_TRUE(_texture.isBound());
-        EXPECT_EQ(float(_texture.unit()), held("u_ShadowMapDepthSampler")[0]);
-        for (const int i : {0, 1, 31}) {
-            EXPECT_EQ((std::array<GLfloat, 16>{float(i + 1), float(100 - i)}),
-                      held(QStringLiteral("u_ShadowMapProjectionInfos[%1]").arg(i)));
-            EXPECT_EQ(_data.transforms[i].values,
-                      held(QStringLiteral("u_ShadowMapProjectionTransforms[%1]").arg(i)));
-        }
-        EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), _variant));
-        EXPECT_FALSE(_texture.isBound());
-    }
-    ShadowMapManager::setVarianceClamping(0.1f);
-}
 
 TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem)
 {

@@ -44,12 +44,14 @@ public:
         const AutoBinder binder(_program.get());
         const QVariant variant = QVariant::fromValue<QObject *>(&data);
         EXPECT_TRUE(ShadowMapManager::bind(_program.get(), variant));
+        EXPECT_TRUE(data.projectionTexture->isBound());
         _program->setUniform("u_Points", QVariant(int(source.unit())));
         _program->setUniform("u_Light", QVariant(light));
         _program->setUniform("u_Facing", QVariant(facing));
         _program->setUniform("u_Debug", QVariant(debug));
         const Pixels pixels = drawnPixels(*_program, count, 1);
         EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), variant));
+        EXPECT_FALSE(data.projectionTexture->isBound());
         return {pixels.data(), pixels.data() + count};
     }
 
@@ -103,19 +105,24 @@ using ShadowVisibilityTest = GLTest;
 TEST_F(ShadowVisibilityTest, FunctionsCompareDepthsOrMoments)
 {
     Texture layers(nullptr);
-    // Two with a variance of 0.01, two that count as empty, one whose variance rounding has made negative.
-    makeLayers(layers, {{0.5f, 0.26f}, {0, 0.01f}, {1, 1.01f}, {0.25f, 0.0525f}, {0.5f, 0.26f}});
+    // Variances of 0.01; two depths that count as empty; a variance that rounding has made negative.
+    std::vector<QVector2D> moments = {{0.5f, 0.26f}, {0, 0.01f}, {1, 1.01f}, {0.25f, 0.0525f}, {0.5f, 0.26f}};
+    moments.resize(32, {0.5f, 0.2499f});
+    makeLayers(layers, moments);
     RenderData data;
     data.projectionTexture = &layers;
     QMatrix4x4 behind;
     behind(3, 3) = -1; // all points have w < 0
     data.setTransform(3, behind, 0);
+    QMatrix4x4 farther;
+    farther.translate(0, 0, 0.1f);
+    data.setTransform(31, farther, 0);
     data.projectorInfos[0] = {1, 0};
     data.projectorInfos[1] = {3, 0};
     data.projectorInfos[2] = {1, 2};
     data.projectorInfos[3] = {0, 2};
     data.projectorInfos[4] = {2, 3};
-    data.projectorInfos[31] = {1, 4};
+    data.projectorInfos[31] = {1, 31};
     const struct
     {
         unsigned int light;
@@ -135,8 +142,8 @@ TEST_F(ShadowVisibilityTest, FunctionsCompareDepthsOrMoments)
         {2, 1.20f, 1, 0.1f, {1, 0, 0}, {1, 0.03429f, 0.2f}},
         {3, 1.20f, 1, 0.1f, {1, 1, 0}, {1, 1, 0.2f}},            // no projection
         {4, 0.60f, 1, 0.1f, {0, 0, 1}, {0.41701f, 0.41701f, 1}}, // the first projection is skipped
-        {31, 0.60f, 1, 0.1f, {0, 0, 0}, {0.41701f, 0.41701f, 0.5f}},
-        {32, 0.60f, 1, 0.1f, {1, 1, 0}, {1, 1, 0.5f}}, // no such light
+        {31, 0.45f, 0, 0.1f, {0, 1, 0}, {0, 1, 0}},
+        {32, 0.45f, 0, 0.1f, {1, 1, 0}, {1, 1, 0}}, // no such light
     };
     for (const bool variance : {false, true}) {
         Probe probe(variance ? 1 : 0);

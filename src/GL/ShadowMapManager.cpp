@@ -49,7 +49,7 @@ public:
     void add(int lightNumber, Light *light)
     {
         // 1. The place of its projections, also if it has none: the same projection may belong to another light in the next
-        //    frame, see ShadowMapManagerTest.TellsOfPlacesAndNumbersThatChangeWithoutAnyMatrix.
+        //    frame, see ShadowMapManagerTest.ReportsWhichFramesOfAnAnimationNeedNewLayers.
         ProjectorInfo &info = _renderData.projectorInfos[lightNumber];
         _changed = _changed || info.index != _projectorIndex;
         info.index = _projectorIndex;
@@ -118,7 +118,7 @@ private:
             return;
         }
         // 8 units wide and high, and 6 units deep on each side of the light; see
-        // ShadowMapManagerTest.SpotsGetTwiceTheirCutoffAndWithoutCameraAndSceneTheSunAFixedBox.
+        // ShadowMapManagerTest.WithoutCameraAndSceneProjectionsAreFixed.
         QMatrix4x4 box;
         box.scale(0.25f, 0.25f, 1.0f);
         box.scale(1.0f, 1.0f, 0.083333336f);
