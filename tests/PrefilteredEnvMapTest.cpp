@@ -1,12 +1,15 @@
 // Compares the bakes with the same mathematics in double precision.
 
+#include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
+#include "support/TestProgram.h"
 #include "support/TextureParameter.h"
 #include "support/Vec.h"
 
+#include <ZelGL/AutoBinder.h>
 #include <ZelGL/OpenGLDeviceContext.h>
 #include <ZelGL/PrefilteredEnvMap.h>
 
@@ -21,6 +24,9 @@ using namespace Orvane::Zel;
 namespace {
 
 constexpr double kPi = 3.14159265358979;
+constexpr unsigned kSamples = 32;
+constexpr int kHeight = 8; ///< of a bake
+constexpr int kLevels = 4;
 constexpr ShadingModel kModels[] = {SHADING_TRADITIONAL, SHADING_ENERY_CONSERVING, SHADING_PHYSICALLY_BASED,
                                     SHADING_LAMBERTIAN_DIFFUSE, SHADING_OREN_NAYAR_DIFFUSE};
 
@@ -93,40 +99,44 @@ double center(int i, int size)
     return (i + 0.5) / size;
 }
 
-/// The place of a direction in an image of latitude and longitude.
-std::array<double, 2> latLongOf(const Vec &d)
+constexpr char kRead[] = R"(#version 150
+uniform sampler2D u_Lookups;
+uniform %1 u_Map;
+out vec4 color;
+void main()
 {
-    return {std::atan2(d.z, d.x) / (2 * kPi) + 0.5,
-            std::asin(std::min(std::max(d.y, -1.0), 1.0)) / kPi + 0.5};
+    vec4 lookup = texelFetch(u_Lookups, ivec2(gl_FragCoord.xy), 0);
+    color = textureLod(u_Map, lookup.%2, lookup.w);
 }
+)";
 
-/// An environment, a cube map or an image of latitude and longitude: as a texture for GL, and on the CPU for the reference,
-/// which reads the same texels as GL, trilinearly, and across the edges of a cube's faces.
+/// An environment, a cube map or an image of latitude and longitude.
 class Environment
 {
 public:
     using Colors = std::function<Vec(const Vec &direction, int level)>;
 
     Environment(GLenum target, int height, int levels, const Colors &colors)
-        : _faces(target == GL_TEXTURE_CUBE_MAP ? 6 : 1)
+        : faces(target == GL_TEXTURE_CUBE_MAP ? 6 : 1)
+        , _width(faces == 6 ? height : 2 * height)
+        , _height(height)
+        , _texture(target, GL_RGBA32F, _width, _height, 0, nullptr)
+        , _program(makeProgram(kAllOver, faces == 6 ? QString(kRead).arg("samplerCube", "xyz")
+                                                    : QString(kRead).arg("sampler2D", "xy")))
     {
-        const int width = _faces == 6 ? height : 2 * height;
-        _texture = std::make_unique<Texture>(target, GL_RGBA32F, width, height, 0, nullptr);
-        _texture->bind();
+        const AutoBinder binder(&_texture);
         for (int level = 0; level < levels; ++level) {
-            for (int face = 0; face < _faces; ++face) {
-                const int w = width >> level;
-                const int h = height >> level;
-                _images.push_back(Pixels::of(w, h, [&](int x, int y) {
-                    const Vec c = colors(direction(face, center(x, w), center(y, h)), level);
-                    return QVector4D(float(c.x), float(c.y), float(c.z), 1.0f);
-                }));
-                const GLenum image = _faces == 6 ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face) : target;
-                driver()->glTexImage2D(image, level, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT,
-                                       _images.back().data());
+            for (int face = 0; face < faces; ++face) {
+                const int w = _width >> level;
+                const int h = _height >> level;
+                const Pixels image = Pixels::of(w, h, [&](int x, int y) {
+                    return QVector4D(colors(direction(face, center(x, w), center(y, h)), level).rounded(), 1);
+                });
+                const GLenum side = faces == 6 ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face) : target;
+                driver()->glTexImage2D(side, level, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT, image.data());
             }
         }
-        const GLint wrap = _faces == 6 ? GL_CLAMP_TO_EDGE : GL_REPEAT;
+        const GLint wrap = faces == 6 ? GL_CLAMP_TO_EDGE : GL_REPEAT;
         for (const auto &[name, value] : {std::pair<GLenum, GLint>(GL_TEXTURE_MAX_LEVEL, levels - 1),
                                           {GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR},
                                           {GL_TEXTURE_MAG_FILTER, GL_LINEAR},
@@ -134,136 +144,101 @@ public:
                                           {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}}) {
             driver()->glTexParameteri(target, name, value);
         }
-        _texture->unbind();
     }
-
-    int width() const { return _images[0].width(); }
-    int height() const { return _images[0].height(); }
-    int faces() const { return _faces; }
 
     Vec direction(int face, double u, double v) const
     {
-        if (_faces == 1) {
-            const double phi = (u - 0.5) * 2.0 * kPi;
-            const double theta = (v - 0.5) * kPi;
-            return {std::cos(phi) * std::cos(theta), std::sin(theta), std::sin(phi) * std::cos(theta)};
+        if (faces == 6) {
+            return normalized(directionOfFace(face, u, v));
         }
-        return normalized(directionOfFace(face, u, v));
+        const double phi = (u - 0.5) * 2.0 * kPi;
+        const double theta = (v - 0.5) * kPi;
+        return {std::cos(phi) * std::cos(theta), std::sin(theta), std::sin(phi) * std::cos(theta)};
     }
 
-    Vec read(const Vec &d, double lod) const
-    {
-        const int last = int(_images.size()) / _faces - 1;
-        const double clamped = std::min(std::max(lod, 0.0), double(last));
-        const int level = int(clamped);
-        const Place place = placeOf(d);
-        return (1.0 - (clamped - level)) * bilinear(level, place)
-               + (clamped - level) * bilinear(std::min(level + 1, last), place);
-    }
-
-    std::unique_ptr<Texture> baked(int height, unsigned samples, ShadingModel model) const
+    std::unique_ptr<Texture> baked(int height, unsigned samples, ShadingModel model)
     {
         return std::unique_ptr<Texture>(
-            _faces == 6 ? CreatePrefilteredCubeEnvMap(_texture.get(), height, samples, model, RGBA32F)
-                        : CreatePrefilteredLatLongEnvMap(_texture.get(), 2 * height, height, samples, model,
-                                                         RGBA32F));
+            faces == 6
+                ? CreatePrefilteredCubeEnvMap(&_texture, height, samples, model, RGBA32F)
+                : CreatePrefilteredLatLongEnvMap(&_texture, 2 * height, height, samples, model, RGBA32F));
     }
+
+    /// What the faces of all levels of a bake should be. Directions, levels and weights are computed here; GL reads the
+    /// texels.
+    std::vector<Pixels> filtered(ShadingModel model)
+    {
+        std::vector<Pixels> pictures;
+        std::vector<QVector4D> lookups; // kSamples for each texel
+        std::vector<double> weights;
+        for (int picture = 0; picture < kLevels * faces; ++picture) {
+            const int size = kHeight >> picture / faces;
+            const int width = faces == 6 ? size : 2 * size;
+            const double roughness = picture / faces / (kLevels - 1.0);
+            pictures.emplace_back(width, size);
+            for (int texel = 0; texel < width * size; ++texel) {
+                const int row = texel / width;
+                const Vec N = direction(picture % faces, center(texel % width, width), center(row, size));
+                const Vec up = std::fabs(N.y) < 0.999 ? Vec(0, 1, 0) : Vec(0, 0, -1);
+                const Vec Tx = normalized(cross(up, N));
+                const Vec Ty = cross(N, Tx);
+                const double south = std::sin((row / (_height + 1.0) - 0.5) * kPi);
+                const double north = std::sin(((row + 1) / (_height + 1.0) - 0.5) * kPi);
+                const double angle = std::max(2.0 * kPi / _width * (north - south), 1e-6);
+                for (unsigned i = 0; i < kSamples; ++i) {
+                    const Vec s = sampleOf(model, i, kSamples, roughness);
+                    const Vec d = s.x * Tx + s.y * Ty + s.z * N;
+                    const Vec L = isDiffuse(model) ? d : 2.0 * dot(N, d) * d - N;
+                    const Vec H = isDiffuse(model) ? normalized(L + N) : d;
+                    const double NdotH = std::min(dot(N, H), 1.0);
+                    const double density = std::max(densityOf(model, roughness, NdotH, NdotH), 1e-6);
+                    const double lod =
+                        roughness == 0.0 ? 0.0 : 0.5 * std::log2(1.0 / (kSamples * density) / angle);
+                    const Vec latLong(std::atan2(L.z, L.x) / (2 * kPi) + 0.5,
+                                      std::asin(std::clamp(L.y, -1.0, 1.0)) / kPi + 0.5, 0);
+                    lookups.emplace_back((faces == 6 ? L : latLong).rounded(), float(lod));
+                    weights.push_back(std::clamp(dot(N, L), 0.0, 1.0));
+                }
+            }
+        }
+        const Pixels colors = read(lookups);
+        size_t next = 0;
+        for (Pixels &picture : pictures) {
+            picture = Pixels::of(picture.width(), picture.height(), [&](int, int) {
+                Vec sum(0, 0, 0);
+                double total = 0;
+                for (unsigned i = 0; i < kSamples; ++i, ++next) {
+                    sum = sum + weights[next] * Vec(colors.data()[next].toVector3D());
+                    total += weights[next];
+                }
+                return QVector4D((1 / total * sum).rounded(), 1);
+            });
+        }
+        return pictures;
+    }
+
+    const int faces;
 
 private:
-    struct Place
+    Pixels read(const std::vector<QVector4D> &lookups)
     {
-        int face;
-        double u, v;
-    };
-
-    Place placeOf(const Vec &d) const
-    {
-        if (_faces == 1) {
-            const auto [u, v] = latLongOf(d);
-            return {0, u, v};
-        }
-        const double a[] = {std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)};
-        const double c[] = {d.x, d.y, d.z};
-        const int axis = a[0] >= a[1] && a[0] >= a[2] ? 0 : a[1] >= a[2] ? 1 : 2;
-        const int face = 2 * axis + (c[axis] < 0.0 ? 1 : 0);
-        const double s[] = {-d.z, d.z, d.x, d.x, d.x, -d.x};
-        const double t[] = {-d.y, -d.y, d.z, -d.z, -d.y, -d.y};
-        return {face, 0.5 * s[face] / a[axis] + 0.5, 0.5 * t[face] / a[axis] + 0.5};
+        const int rows = int(lookups.size() / kSamples);
+        Texture source(nullptr);
+        source.create2D(GL_TEXTURE_2D, GL_RGBA32F, kSamples, unsigned(rows));
+        const AutoBinder sourceBinder(&source);
+        driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kSamples, rows, GL_RGBA, GL_FLOAT, lookups.data());
+        const AutoBinder mapBinder(&_texture);
+        const AutoBinder binder(_program.get());
+        _program->setUniform("u_Lookups", QVariant(int(source.unit())));
+        _program->setUniform("u_Map", QVariant(int(_texture.unit())));
+        return drawnPixels(*_program, kSamples, rows);
     }
 
-    /// A texel of the image, or up to one texel outside: around the horizon, at a pole, or on the next face.
-    Vec texel(int level, int face, int x, int y) const
-    {
-        const Pixels &image = _images[size_t(level * _faces + face)];
-        const int w = image.width();
-        const int h = image.height();
-        if (_faces == 1) {
-            return image.at((x + w) % w, std::min(std::max(y, 0), h - 1)).toVector3D();
-        }
-        if (x >= 0 && x < w && y >= 0 && y < w) {
-            return image.at(x, y).toVector3D();
-        }
-        const Place next = placeOf(direction(face, center(x, w), center(y, w)));
-        return texel(level, next.face, int(next.u * w), int(next.v * w));
-    }
-
-    Vec bilinear(int level, const Place &place) const
-    {
-        const Pixels &image = _images[size_t(level * _faces)];
-        const double x = place.u * image.width() - 0.5;
-        const double y = place.v * image.height() - 0.5;
-        const auto isOutside = [](double i, int size) { return i < 0 || i >= size; };
-        Vec sum(0, 0, 0);
-        Vec others(0, 0, 0);
-        double weightOfCorner = 0.0;
-        for (int i = 0; i < 4; ++i) {
-            const double column = std::floor(x) + i % 2;
-            const double row = std::floor(y) + i / 2;
-            const double weight = (1.0 - std::fabs(x - column)) * (1.0 - std::fabs(y - row));
-            if (_faces == 6 && isOutside(column, image.width()) && isOutside(row, image.height())) {
-                weightOfCorner = weight; // where three faces meet, the corner is the mean of the others
-                continue;
-            }
-            const Vec color = texel(level, place.face, int(column), int(row));
-            sum = sum + weight * color;
-            others = others + color;
-        }
-        return sum + weightOfCorner / 3.0 * others;
-    }
-
-    int _faces;
-    std::unique_ptr<Texture> _texture;
-    std::vector<Pixels> _images; ///< level after level, face after face
+    int _width;
+    int _height;
+    Texture _texture;
+    std::unique_ptr<ShaderProgram> _program;
 };
-
-/// The expected pixel of a filtered environment. row is the pixel's row on its level.
-Vec filtered(const Environment &source, ShadingModel model, const Vec &N, int row, double roughness,
-             unsigned n)
-{
-    const Vec up = std::fabs(N.y) < 0.999 ? Vec(0, 1, 0) : Vec(0, 0, -1);
-    const Vec Tx = normalized(cross(up, N));
-    const Vec Ty = cross(N, Tx);
-    const double south = std::sin((row / (source.height() + 1.0) - 0.5) * kPi);
-    const double north = std::sin(((row + 1) / (source.height() + 1.0) - 0.5) * kPi);
-    const double texel = std::max(2.0 * kPi / source.width() * (north - south), 1e-6);
-    Vec total(0, 0, 0);
-    double weight = 0.0;
-    for (unsigned i = 0; i < n; ++i) {
-        const Vec s = sampleOf(model, i, n, roughness);
-        const Vec d = s.x * Tx + s.y * Ty + s.z * N;
-        const Vec L = isDiffuse(model) ? d : 2.0 * dot(N, d) * d - N;
-        const Vec H = isDiffuse(model) ? normalized(L + N) : d;
-        const double NdotL = std::min(dot(N, L), 1.0);
-        if (NdotL > 0.0) {
-            const double NdotH = std::min(dot(N, H), 1.0);
-            const double density = std::max(densityOf(model, roughness, NdotH, NdotH), 1e-6);
-            const double lod = roughness == 0.0 ? 0.0 : 0.5 * std::log2(1.0 / (n * density) / texel);
-            total = total + NdotL * source.read(L, lod);
-            weight += NdotL;
-        }
-    }
-    return 1.0 / weight * total;
-}
 
 Vec white(const Vec &, int)
 {
@@ -306,67 +281,40 @@ TEST_F(PrefilteredEnvMapTest, LevelsAndRoughness)
 
 TEST_F(PrefilteredEnvMapTest, BakesHoldTheIntegralOfEveryModelAndRoughness)
 {
-    constexpr unsigned kSamples = 32;
     driver()->glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     for (const auto &[colors, tolerance] : {std::pair(noise, 1e-3f), {white, 1e-6f}}) {
         for (const GLenum target : {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D}) {
-            const Environment source(target, 16, 4, colors);
+            Environment source(target, 2 * kHeight, kLevels, colors);
             for (const ShadingModel model : kModels) {
-                const auto result = source.baked(8, kSamples, model);
+                const auto result = source.baked(kHeight, kSamples, model);
                 ASSERT_NE(nullptr, result);
-                for (int i = 0; i < 4 * source.faces(); ++i) {
-                    const int lod = i / source.faces();
-                    const int face = i % source.faces();
-                    const Pixels actual = Pixels::ofTexture(target, result->textureID(), lod, face);
+                int i = 0;
+                for (const Pixels &expected : source.filtered(model)) {
+                    const Pixels actual =
+                        Pixels::ofTexture(target, result->textureID(), i / source.faces, i % source.faces);
                     const Pixels quotient = Pixels::of(actual.width(), actual.height(), [&](int x, int y) {
-                        const Vec N =
-                            source.direction(face, center(x, actual.width()), center(y, actual.height()));
-                        const Vec c = filtered(source, model, N, y, lod / 3.0, kSamples);
-                        return actual.at(x, y) / QVector4D(float(c.x), float(c.y), float(c.z), 1.0f);
+                        return actual.at(x, y) / expected.at(x, y);
                     });
-                    ASSERT_TRUE(
-                        quotient.isNear(Pixels(actual.width(), actual.height(), {1, 1, 1, 1}), tolerance))
-                        << "target " << target << ", model " << model << ", level " << lod << ", face "
-                        << face;
+                    const Pixels ones(expected.width(), expected.height(), {1, 1, 1, 1});
+                    ASSERT_TRUE(quotient.isNear(ones, tolerance))
+                        << "target " << target << ", model " << model << ", face " << i;
+                    ++i;
                 }
             }
         }
     }
 }
 
-TEST_F(PrefilteredEnvMapTest, TilesChangeTheDrawsAndNotTheImage)
+TEST_F(PrefilteredEnvMapTest, FacesAndTilesAreJobsOfTheirOwn)
 {
-    const Environment source(GL_TEXTURE_2D, 32, 1, noise);
-    const auto whole = source.baked(12, 16, SHADING_PHYSICALLY_BASED);
-    const Tap<&glDrawArrays> draws;
-    const Tap<&glScissor> scissors;
-    const Tap<&glFlush> flushes;
-    SetPrefilteredTilseSizeMax(10);
-    const auto tiled = source.baked(12, 16, SHADING_PHYSICALLY_BASED);
-    SetPrefilteredTilseSizeMax(0); // must not loop for ever
-    const auto dots = source.baked(2, 1, SHADING_PHYSICALLY_BASED);
-    SetPrefilteredTilseSizeMax(1024);
-    EXPECT_EQ(size_t(3 * 2 + 2 * 1 + 1 + 1 + 8 + 2),
-              draws.count()); // 24 x 12, 12 x 6, 6 x 3, 3 x 1; 4 x 2, 2 x 1
-    EXPECT_EQ(draws.count(), flushes.count());
-    const std::vector<std::tuple<GLint, GLint, GLsizei, GLsizei>> level0 = {
-        {0, 0, 10, 10}, {0, 10, 10, 2}, {10, 0, 10, 10}, {10, 10, 10, 2}, {20, 0, 4, 10}, {20, 10, 4, 2}};
-    ASSERT_LE(level0.size(), scissors.count());
-    EXPECT_TRUE(std::equal(level0.begin(), level0.end(), scissors.calls().begin()));
-    for (int lod = 0; lod < 4; ++lod) {
-        const Pixels expected = Pixels::ofTexture(GL_TEXTURE_2D, whole->textureID(), lod);
-        EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, tiled->textureID(), lod).isNear(expected, 0.0f)) << lod;
-    }
-}
-
-TEST_F(PrefilteredEnvMapTest, EachFaceOfEachLevelOfACubeIsAJobOfItsOwn)
-{
-    const Environment source(GL_TEXTURE_CUBE_MAP, 16, 1, white);
+    Environment image(GL_TEXTURE_2D, 32, 1, noise);
+    Environment faces(GL_TEXTURE_CUBE_MAP, 16, 1, white);
+    const auto whole = image.baked(12, 16, SHADING_PHYSICALLY_BASED);
     const Tap<&glFramebufferTexture2D> attachments;
-    const Tap<&glDrawArrays> draws;
-    const Tap<&glFlush> flushes;
+    Tap<&glDrawArrays> draws;
+    Tap<&glFlush> flushes;
     const Tap<&glScissor> scissors;
-    const auto cube = source.baked(4, 1, SHADING_PHYSICALLY_BASED);
+    const auto cube = faces.baked(4, 1, SHADING_PHYSICALLY_BASED);
     std::vector<std::tuple<GLenum, GLenum, GLenum, GLuint, GLint>> expected;
     for (int i = 0; i < 3 * 6; ++i) {
         const auto face = GLenum(GL_TEXTURE_CUBE_MAP_POSITIVE_X + i % 6);
@@ -377,6 +325,25 @@ TEST_F(PrefilteredEnvMapTest, EachFaceOfEachLevelOfACubeIsAJobOfItsOwn)
     EXPECT_EQ(18u, draws.count());
     EXPECT_EQ(18u, flushes.count());
     EXPECT_EQ(0u, scissors.count());
+
+    draws.clear();
+    flushes.clear();
+    SetPrefilteredTilseSizeMax(10);
+    const auto tiled = image.baked(12, 16, SHADING_PHYSICALLY_BASED);
+    SetPrefilteredTilseSizeMax(0); // must not loop for ever
+    const auto dots = image.baked(2, 1, SHADING_PHYSICALLY_BASED);
+    SetPrefilteredTilseSizeMax(1024);
+    // 24 x 12, 12 x 6, 6 x 3, 3 x 1; 4 x 2, 2 x 1
+    EXPECT_EQ(size_t(3 * 2 + 2 * 1 + 1 + 1 + 8 + 2), draws.count());
+    EXPECT_EQ(draws.count(), flushes.count());
+    const std::vector<std::tuple<GLint, GLint, GLsizei, GLsizei>> level0 = {
+        {0, 0, 10, 10}, {0, 10, 10, 2}, {10, 0, 10, 10}, {10, 10, 10, 2}, {20, 0, 4, 10}, {20, 10, 4, 2}};
+    ASSERT_LE(level0.size(), scissors.count());
+    EXPECT_TRUE(std::equal(level0.begin(), level0.end(), scissors.calls().begin()));
+    for (int lod = 0; lod < 4; ++lod) {
+        const Pixels untiled = Pixels::ofTexture(GL_TEXTURE_2D, whole->textureID(), lod);
+        EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, tiled->textureID(), lod).isNear(untiled, 0.0f)) << lod;
+    }
 }
 
 namespace {
@@ -423,7 +390,7 @@ std::array<double, 2> evaluate(ShadingModel model, const Vec &L, const Vec &V, c
 TEST_F(PrefilteredEnvMapTest, TheTableHoldsTheIntegratedBRDFOfEveryModel)
 {
     constexpr int kSize = 33;
-    constexpr unsigned kSamples = 1024;
+    constexpr unsigned kTableSamples = 1024;
     for (const ShadingModel model : kModels) {
         const std::unique_ptr<Texture> table(CreatePreintegratedBRDFTable(kSize, kSize, 7, model, RGBA32F));
         ASSERT_NE(nullptr, table);
@@ -433,14 +400,14 @@ TEST_F(PrefilteredEnvMapTest, TheTableHoldsTheIntegratedBRDFOfEveryModel)
             const double roughness = center(texel / kSize, kSize);
             const Vec V{std::sqrt(1.0 - NdotV * NdotV), 0.0, NdotV};
             double sums[2] = {0.0, 0.0};
-            for (unsigned i = 0; i < kSamples; ++i) {
-                const Vec s = sampleOf(model, i, kSamples, roughness);
+            for (unsigned i = 0; i < kTableSamples; ++i) {
+                const Vec s = sampleOf(model, i, kTableSamples, roughness);
                 const Vec L = isDiffuse(model) ? s : 2.0 * dot(V, s) * s - V;
                 if (L.z > 0.0) {
                     const Vec H = isDiffuse(model) ? normalized(L + V) : s;
                     const auto pair = evaluate(model, L, V, H, roughness);
-                    sums[0] += pair[0] / kSamples;
-                    sums[1] += pair[1] / kSamples;
+                    sums[0] += pair[0] / kTableSamples;
+                    sums[1] += pair[1] / kTableSamples;
                 }
             }
             const QVector4D quotient =
@@ -482,8 +449,8 @@ TEST_F(PrefilteredEnvMapTest, WhatComesBackIsReadOnlyAndReadyToSample)
 
 TEST_F(PrefilteredEnvMapTest, BakesLeaveTheStateThatTheyAreStatedToLeave)
 {
-    const Environment cube(GL_TEXTURE_CUBE_MAP, 16, 1, white);
-    const Environment latLong(GL_TEXTURE_2D, 16, 1, white);
+    Environment cube(GL_TEXTURE_CUBE_MAP, 16, 1, white);
+    Environment latLong(GL_TEXTURE_2D, 16, 1, white);
     GLuint framebuffer = 0;
     driver()->glGenFramebuffers(1, &framebuffer);
     const auto changesOf = [&](const std::function<void()> &bake) {

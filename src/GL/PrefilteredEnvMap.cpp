@@ -244,7 +244,7 @@ void drawCubeLevels(Bake &bake, int size, int, int numLods, ShadingModel model)
 }
 
 /// Draws a level in tiles, which the scissor cuts out: no GPU job covers more than a tile, so the desktop stays responsive.
-/// See PrefilteredEnvMapTest.TilesChangeTheDrawsAndNotTheImage.
+/// See PrefilteredEnvMapTest.FacesAndTilesAreJobsOfTheirOwn.
 void drawTiles(Bake &bake, int width, int height)
 {
     const int tile = std::max(gTileSizeMax, 1); // a step of 0 would loop for ever
