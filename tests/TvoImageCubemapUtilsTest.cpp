@@ -68,17 +68,12 @@ protected:
         return pixels(size, size, [&](double u, double v) { return colorAt(directionOfFace(face, u, v)); });
     }
 
-    static void fill(GLenum image, const Pixels &pixels, GLenum format = GL_RGBA32F)
-    {
-        driver()->glTexImage2D(image, 0, GLint(format), pixels.width(), pixels.height(), 0, GL_RGBA, GL_FLOAT,
-                               pixels.data());
-    }
-
     static TexturePointer image(int width, int height, const Colors &colorAt, GLenum format = GL_RGBA32F)
     {
         auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, format, width, height, 0, nullptr);
         const AutoBinder bound(texture.get());
-        fill(GL_TEXTURE_2D, pixels(width, height, colorAt), format);
+        driver()->glTexImage2D(GL_TEXTURE_2D, 0, GLint(format), width, height, 0, GL_RGBA, GL_FLOAT,
+                               pixels(width, height, colorAt).data());
         return texture;
     }
 
@@ -87,7 +82,8 @@ protected:
         auto texture = std::make_unique<Texture>(GL_TEXTURE_CUBE_MAP, GL_RGBA32F, size, size, 0, nullptr);
         const AutoBinder bound(texture.get());
         for (int face = 0; face < 6; ++face) {
-            fill(GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face), pixelsOfFace(face, size, colorAt));
+            driver()->glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face), 0, GL_RGBA32F, size, size,
+                                   0, GL_RGBA, GL_FLOAT, pixelsOfFace(face, size, colorAt).data());
         }
         driver()->glGenerateMipmap(GL_TEXTURE_CUBE_MAP);
         return texture;
@@ -141,47 +137,45 @@ TEST_F(TvoImageCubemapUtilsTest, NamesOfLayouts)
     EXPECT_FALSE(canFileSupport3DCubemap("/a/dds"));
 }
 
-TEST_F(TvoImageCubemapUtilsTest, LatLongImagesComeOutByDirection)
+TEST_F(TvoImageCubemapUtilsTest, ImagesComeOutByDirectionAndStripsGoBackUpsideDown)
 {
-    const auto source =
-        image(16 * kFace, 8 * kFace, [](double u, double v) { return colorOf(directionOfLatLong(u, v)); });
-    const auto result = converted(source.get(), eSourceLatLong, kFace - 1);
-    EXPECT_TRUE(facesAre(*result, kFace - 1, 0.02f)); // the nearest texel is up to 0.7 degrees off
-    EXPECT_EQ(GL_REPEAT, textureParameter(*source, GL_TEXTURE_WRAP_T)); // as before the render
-    EXPECT_EQ(kFace / 2 - 1, sizeOf(*result, 1));
-    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*result, GL_TEXTURE_MIN_FILTER));
-    EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*result, GL_TEXTURE_WRAP_R));
-    const Pixels top = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 3, 2);
-    EXPECT_GT(top.at(0, 0).y(), 0.8f) << "the chain is not that of the faces";
-}
-
-TEST_F(TvoImageCubemapUtilsTest, StripsComeOutByDirectionAndGoBackUpsideDown)
-{
-    const auto source = image(
-        6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, v)); },
-        GL_SRGB8_ALPHA8);
-    const auto result = converted(source.get(), eSourceLinear);
-    EXPECT_TRUE(facesAre(*result, kFace, 0.003f)); // the same encoded values as in the source
-
+    const struct
+    {
+        TvoImageCubemapSourceType type;
+        int width, height, maxSize;
+        float tolerance;
+        Colors source;
+        ColorsOfDirections expected;
+        GLenum format;
+    } rows[] = {
+        {eSourceLatLong, 16 * kFace, 8 * kFace, kFace - 1,
+         0.02f, // the nearest texel is up to 0.7 degrees off
+         [](double u, double v) { return colorOf(directionOfLatLong(u, v)); }, colorOf, GL_RGBA32F},
+        {eSourceSphere, 16 * kFace, 16 * kFace, kFace - 1, 1.0f / (16 * kFace),
+         [](double u, double v) { return QVector4D(float(u), float(v), 0, 1); }, // the place that is read
+         [](const Vec &direction) { return colorOf(direction) * QVector4D(1, 1, 0, 1); }, GL_RGBA32F},
+        {eSourceLinear, 6 * kFace, kFace, 0, 0.003f, // the same encoded values as in the source
+         [](double u, double v) { return colorOf(directionOfStrip(u, v)); }, colorOf, GL_SRGB8_ALPHA8}};
+    TexturePointer result;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.type);
+        const auto source = image(row.width, row.height, row.source, row.format);
+        result = converted(source.get(), row.type, row.maxSize);
+        const int size = row.maxSize > 0 ? row.maxSize : kFace;
+        EXPECT_TRUE(facesAre(*result, size, row.tolerance, row.expected));
+        EXPECT_EQ(GL_REPEAT, textureParameter(*source, GL_TEXTURE_WRAP_T)); // as before the render
+        EXPECT_EQ(size / 2, sizeOf(*result, 1));
+        EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, textureParameter(*result, GL_TEXTURE_MIN_FILTER));
+        EXPECT_EQ(GL_CLAMP_TO_EDGE, textureParameter(*result, GL_TEXTURE_WRAP_R));
+        const Pixels top = Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 3, 2);
+        EXPECT_GT(top.at(0, 0).y(), 0.8f) << "the chain is not that of the faces";
+    }
     // The resulting strip has its lowest row first, unlike the source.
     const TexturePointer strip(createGLCubemapStripFromTexture(result.get(), 0));
     ASSERT_NE(nullptr, strip);
     const Pixels expected =
         pixels(6 * kFace, kFace, [](double u, double v) { return colorOf(directionOfStrip(u, 1 - v)); });
     EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_2D, strip->textureID()).isNear(expected, 0.003f));
-}
-
-TEST_F(TvoImageCubemapUtilsTest, MirrorBallsComeOutByDirection)
-{
-    constexpr int kSize = 16 * kFace;
-    const auto source = image(kSize, kSize, [](double u, double v) {
-        return QVector4D(float(u), float(v), 0.25f, 1.0f); // the place that is read
-    });
-    const auto result = converted(source.get(), eSourceSphere, kFace - 1);
-    EXPECT_TRUE(facesAre(*result, kFace - 1, 1.0f / kSize, [](const Vec &direction) {
-        const QVector4D color = colorOf(direction);
-        return QVector4D(color.x(), color.y(), 0.25f, 1.0f);
-    }));
 }
 
 TEST_F(TvoImageCubemapUtilsTest, CrossesGiveWhatTheirMatrixGives)

@@ -197,7 +197,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
     }
     glDisable(GL_BLEND);
     // texture() decodes sRGB, so the draw must encode: see
-    // TvoImageCubemapUtilsTest.StripsComeOutByDirectionAndGoBackUpsideDown, whose source is in sRGB.
+    // TvoImageCubemapUtilsTest.ImagesComeOutByDirectionAndStripsGoBackUpsideDown, whose source is in sRGB.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     const AutoBinder programBinder(_program.get());
     const QMatrix4x4 identity;
@@ -361,7 +361,7 @@ bool TvoRenderCubemapBaseTexture::renderBegin(int face)
         return false;
     }
     // The filters stay after the render, the wraps do not: see
-    // TvoImageCubemapUtilsTest.LatLongImagesComeOutByDirection.
+    // TvoImageCubemapUtilsTest.ImagesComeOutByDirectionAndStripsGoBackUpsideDown.
     glTexParameteri(_texture->target(), GL_TEXTURE_MIN_FILTER, _minFilter);
     glTexParameteri(_texture->target(), GL_TEXTURE_MAG_FILTER, _magFilter);
     for (int i = 0; _clampsSource && i < 2; ++i) {

@@ -107,7 +107,7 @@ std::unique_ptr<Texture> stripOfFaces(Texture &cube, const LevelShape &face, uns
 {
     const SavedViewport viewport;
     // texture() decodes sRGB, so the draw must encode: see
-    // TvoImageCubemapUtilsTest.StripsComeOutByDirectionAndGoBackUpsideDown.
+    // TvoImageCubemapUtilsTest.ImagesComeOutByDirectionAndStripsGoBackUpsideDown.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
     ShaderProgram program(nullptr);
     buildStripProgram(program);
