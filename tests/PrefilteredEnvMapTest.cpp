@@ -99,6 +99,16 @@ double center(int i, int size)
     return (i + 0.5) / size;
 }
 
+/// Colours of high contrast, which differ from texel to texel.
+Vec noise(const Vec &L, int level)
+{
+    const auto at = [&](double seed) {
+        const double sine = 43758.5 * std::sin(seed * L.x + 78.2 * L.y + 37.7 * L.z + level);
+        return 0.1 + std::pow(10.0, 2.0 * (sine - std::floor(sine)));
+    };
+    return {at(12.9), at(5.1), at(91.3)};
+}
+
 constexpr char kRead[] = R"(#version 150
 uniform sampler2D u_Lookups;
 uniform %1 u_Map;
@@ -114,9 +124,7 @@ void main()
 class Environment
 {
 public:
-    using Colors = std::function<Vec(const Vec &direction, int level)>;
-
-    Environment(GLenum target, int height, int levels, const Colors &colors)
+    Environment(GLenum target, int height, int levels)
         : faces(target == GL_TEXTURE_CUBE_MAP ? 6 : 1)
         , _width(faces == 6 ? height : 2 * height)
         , _height(height)
@@ -130,7 +138,7 @@ public:
                 const int w = _width >> level;
                 const int h = _height >> level;
                 const Pixels image = Pixels::of(w, h, [&](int x, int y) {
-                    return QVector4D(colors(direction(face, center(x, w), center(y, h)), level).rounded(), 1);
+                    return QVector4D(noise(direction(face, center(x, w), center(y, h)), level).rounded(), 1);
                 });
                 const GLenum side = faces == 6 ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + unsigned(face) : target;
                 driver()->glTexImage2D(side, level, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT, image.data());
@@ -240,21 +248,6 @@ private:
     std::unique_ptr<ShaderProgram> _program;
 };
 
-Vec white(const Vec &, int)
-{
-    return {1.0, 1.0, 1.0};
-}
-
-/// Colours of high contrast, which differ from texel to texel.
-Vec noise(const Vec &L, int level)
-{
-    const auto at = [&](double seed) {
-        const double sine = 43758.5 * std::sin(seed * L.x + 78.2 * L.y + 37.7 * L.z + level);
-        return 0.1 + std::pow(10.0, 2.0 * (sine - std::floor(sine)));
-    };
-    return {at(12.9), at(5.1), at(91.3)};
-}
-
 class PrefilteredEnvMapTest : public GLTest
 {
 protected:
@@ -282,24 +275,22 @@ TEST_F(PrefilteredEnvMapTest, LevelsAndRoughness)
 TEST_F(PrefilteredEnvMapTest, BakesHoldTheIntegralOfEveryModelAndRoughness)
 {
     driver()->glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    for (const auto &[colors, tolerance] : {std::pair(noise, 1e-3f), {white, 1e-6f}}) {
-        for (const GLenum target : {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D}) {
-            Environment source(target, 2 * kHeight, kLevels, colors);
-            for (const ShadingModel model : kModels) {
-                const auto result = source.baked(kHeight, kSamples, model);
-                ASSERT_NE(nullptr, result);
-                int i = 0;
-                for (const Pixels &expected : source.filtered(model)) {
-                    const Pixels actual =
-                        Pixels::ofTexture(target, result->textureID(), i / source.faces, i % source.faces);
-                    const Pixels quotient = Pixels::of(actual.width(), actual.height(), [&](int x, int y) {
-                        return actual.at(x, y) / expected.at(x, y);
-                    });
-                    const Pixels ones(expected.width(), expected.height(), {1, 1, 1, 1});
-                    ASSERT_TRUE(quotient.isNear(ones, tolerance))
-                        << "target " << target << ", model " << model << ", face " << i;
-                    ++i;
-                }
+    for (const GLenum target : {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D}) {
+        Environment source(target, 2 * kHeight, kLevels);
+        for (const ShadingModel model : kModels) {
+            const auto result = source.baked(kHeight, kSamples, model);
+            ASSERT_NE(nullptr, result);
+            int i = 0;
+            for (const Pixels &expected : source.filtered(model)) {
+                const Pixels actual =
+                    Pixels::ofTexture(target, result->textureID(), i / source.faces, i % source.faces);
+                const Pixels quotient = Pixels::of(actual.width(), actual.height(), [&](int x, int y) {
+                    return actual.at(x, y) / expected.at(x, y);
+                });
+                const Pixels ones(expected.width(), expected.height(), {1, 1, 1, 1});
+                ASSERT_TRUE(quotient.isNear(ones, 1e-3f))
+                    << "target " << target << ", model " << model << ", face " << i;
+                ++i;
             }
         }
     }
@@ -307,8 +298,8 @@ TEST_F(PrefilteredEnvMapTest, BakesHoldTheIntegralOfEveryModelAndRoughness)
 
 TEST_F(PrefilteredEnvMapTest, FacesAndTilesAreJobsOfTheirOwn)
 {
-    Environment image(GL_TEXTURE_2D, 32, 1, noise);
-    Environment faces(GL_TEXTURE_CUBE_MAP, 16, 1, white);
+    Environment image(GL_TEXTURE_2D, 32, 1);
+    Environment faces(GL_TEXTURE_CUBE_MAP, 16, 1);
     const auto whole = image.baked(12, 16, SHADING_PHYSICALLY_BASED);
     const Tap<&glFramebufferTexture2D> attachments;
     Tap<&glDrawArrays> draws;
@@ -424,8 +415,8 @@ TEST_F(PrefilteredEnvMapTest, TheTableHoldsTheIntegratedBRDFOfEveryModel)
 TEST_F(PrefilteredEnvMapTest, WhatComesBackIsReadOnlyAndReadyToSample)
 {
     constexpr ShadingModel kModel = SHADING_PHYSICALLY_BASED;
-    const auto cube = Environment(GL_TEXTURE_CUBE_MAP, 16, 1, white).baked(8, 1, kModel);
-    const auto latLong = Environment(GL_TEXTURE_2D, 16, 1, white).baked(8, 1, kModel);
+    const auto cube = Environment(GL_TEXTURE_CUBE_MAP, 16, 1).baked(8, 1, kModel);
+    const auto latLong = Environment(GL_TEXTURE_2D, 16, 1).baked(8, 1, kModel);
     const std::unique_ptr<Texture> table(CreatePreintegratedBRDFTable(4, 4, 4, kModel, RGBA16F));
     EXPECT_EQ(nullptr, CreatePrefilteredCubeEnvMap(nullptr, 8, 1, kModel, RGBA16F));
     EXPECT_EQ(nullptr, CreatePrefilteredLatLongEnvMap(nullptr, 8, 8, 1, kModel, RGBA16F));
@@ -449,8 +440,8 @@ TEST_F(PrefilteredEnvMapTest, WhatComesBackIsReadOnlyAndReadyToSample)
 
 TEST_F(PrefilteredEnvMapTest, BakesLeaveTheStateThatTheyAreStatedToLeave)
 {
-    Environment cube(GL_TEXTURE_CUBE_MAP, 16, 1, white);
-    Environment latLong(GL_TEXTURE_2D, 16, 1, white);
+    Environment cube(GL_TEXTURE_CUBE_MAP, 16, 1);
+    Environment latLong(GL_TEXTURE_2D, 16, 1);
     GLuint framebuffer = 0;
     driver()->glGenFramebuffers(1, &framebuffer);
     const auto changesOf = [&](const std::function<void()> &bake) {
