@@ -344,36 +344,25 @@ std::array<double, 2> evaluate(ShadingModel model, const Vec &L, const Vec &V, c
 {
     const double NdotV = V.z;
     const double NdotL = L.z;
-    const double VdotH = std::min(std::max(dot(V, H), 0.0), 1.0);
-    const double fc = std::pow(1.0 - VdotH, 5);
-    const double k = roughness * roughness / 2.0;
+    const double VdotH = std::clamp(dot(V, H), 0.0, 1.0);
     const double fd90 = 0.5 + 2.0 * dot(L, H) * dot(L, H) * roughness;
-    const double D =
+    const double diffuse =
         (1.0 + (fd90 - 1.0) * std::pow(1.0 - NdotV, 5)) * (1.0 + (fd90 - 1.0) * std::pow(1.0 - NdotL, 5));
-    switch (model) {
-    case SHADING_TRADITIONAL:
-        return {1.0, fc};
-    case SHADING_ENERY_CONSERVING: {
-        const double g = NdotL / std::max(NdotL, NdotV);
-        return {g, fc * g};
-    }
-    case SHADING_PHYSICALLY_BASED: {
-        const double g = 1.0 / (NdotV * (1 - k) + k) * NdotL / (NdotL * (1 - k) + k) * VdotH / H.z;
-        return {g, fc * g};
-    }
-    case SHADING_LAMBERTIAN_DIFFUSE:
-        return {1.0, D};
-    default: {
+    double g = 1.0;
+    if (model == SHADING_ENERY_CONSERVING) {
+        g = NdotL / std::max(NdotL, NdotV);
+    } else if (model == SHADING_PHYSICALLY_BASED) {
+        const double k = roughness * roughness / 2.0;
+        g = 1.0 / (NdotV * (1 - k) + k) * NdotL / (NdotL * (1 - k) + k) * VdotH / H.z;
+    } else if (model == SHADING_OREN_NAYAR_DIFFUSE) {
         const double s2 = roughness * roughness;
         const double cosAlpha = std::max(NdotV, NdotL);
         const double cosBeta = NdotL; // the two assignments are not a swap
         const double planes = V.x * L.x / (std::fabs(V.x) * std::hypot(L.x, L.y));
         const double sines = std::sqrt((1.0 - cosAlpha * cosAlpha) * (1.0 - cosBeta * cosBeta));
-        const double R =
-            1.0 - 0.5 * s2 / (s2 + 0.33) + 0.45 * s2 / (s2 + 0.09) * std::max(0.0, planes) * sines / cosBeta;
-        return {R, R * D};
+        g = 1.0 - 0.5 * s2 / (s2 + 0.33) + 0.45 * s2 / (s2 + 0.09) * std::max(0.0, planes) * sines / cosBeta;
     }
-    }
+    return {g, g * (isDiffuse(model) ? diffuse : std::pow(1.0 - VdotH, 5))};
 }
 
 } // namespace
