@@ -22,7 +22,7 @@ using Light = ShadowMapManager::Light;
 using RenderData = ShadowMapManager::RenderData;
 
 constexpr int kScenes = 400;
-constexpr int kPoints = 5000;
+constexpr int kPoints = 20000;
 
 std::mt19937 gRandom(1);
 
@@ -102,10 +102,11 @@ void printCoverage(Light::Type type)
         const QVector3D origin = within(half) + number(0, 1) * reach * direction();
         light.setTransform(transformAt(origin));
         const QMatrix4x4 map = mapOf(light, &view, &projection, half);
+        const QMatrix4x4 toScreen = projection * view;
         std::vector<QVector3D> places;
         for (int i = 0; i < kPoints && !map.isIdentity(); ++i) {
             const QVector3D point = within(half);
-            const QVector4D seen = projection * view * QVector4D(point, 1);
+            const QVector4D seen = toScreen * QVector4D(point, 1);
             const QVector3D at = map.map(point);
             if (std::max({std::abs(seen.x()), std::abs(seen.y()), std::abs(seen.z())}) < seen.w()
                 && isInside(at)) {
