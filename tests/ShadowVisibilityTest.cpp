@@ -188,7 +188,7 @@ public:
             QMatrix4x4 box;
             box.translate(3.5f * point());
             box.rotate(number(0, 360), point());
-            box.scale(number(0.2f, 2), number(0.2f, 2), number(0.2f, 2));
+            box.scale(number(0.5f, 2.5f), number(0.5f, 2.5f), number(0.5f, 2.5f));
             _toBoxes.push_back(box.inverted());
         }
         const std::tuple<Light::Type, int, float> kLights[] = {
@@ -237,6 +237,19 @@ public:
         return first;
     }
 
+    bool isLit(const QVector3D &point) const { return firstHit(point) == 1; }
+
+    /// Whether an edge of a shadow is within about a texel.
+    bool isAtEdge(const QVector3D &point) const
+    {
+        bool isAtEdge = false;
+        for (int i = 0; i < 27; ++i) {
+            const QVector3D step(float(i % 3 - 1), float(i / 3 % 3 - 1), float(i / 9 - 1));
+            isAtEdge = isAtEdge || isLit(point + 0.35f * step) != isLit(point);
+        }
+        return isAtEdge;
+    }
+
     /// Whether the camera sees the point, and the light shines in its direction.
     bool isSeenAndReached(const QVector3D &point) const
     {
@@ -279,8 +292,6 @@ private:
 TEST_F(ShadowVisibilityTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
 {
     int lit = 0;
-    int shadowed = 0;
-    int atEdges = 0;
     Probe probes[] = {Probe(0), Probe(1)};
     for (unsigned int seed = 0; seed < 12; ++seed) {
         SCOPED_TRACE(seed);
@@ -292,32 +303,10 @@ TEST_F(ShadowVisibilityTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
         std::vector<float> expected;
         while (points.size() < 200) {
             const QVector3D point = 5 * trial.point();
-            if (!trial.isSeenAndReached(point)) {
-                continue;
-            }
-            const bool isLit = trial.firstHit(point) == 1;
-            bool isInMap = false;
-            bool isAtEdge = false;
-            for (int i = 0; i < data.transformCount; ++i) {
-                const QMatrix4x4 map = matrixOf(data.transforms[i]);
-                const QVector4D at = map * QVector4D(point, 1);
-                if (std::max(std::abs(at.x()), std::abs(at.y())) < at.w()) {
-                    isInMap = true;
-                    for (int corner = 0; corner < 8; ++corner) {
-                        const QVector3D step(corner & 1 ? 1 : -1, corner & 2 ? 1 : -1,
-                                             corner & 4 ? 0.1f : -0.1f);
-                        const QVector3D beside = at.toVector3DAffine() + 2.0f / kMapSize * step;
-                        isAtEdge = isAtEdge || (trial.firstHit(map.inverted().map(beside)) == 1) != isLit;
-                    }
-                }
-            }
-            ASSERT_TRUE(isInMap);
-            if (isAtEdge) {
-                ++atEdges;
-            } else {
+            if (trial.isSeenAndReached(point) && !trial.isAtEdge(point)) {
                 points.push_back(point);
-                expected.push_back(isLit ? 1 : 0);
-                ++(isLit ? lit : shadowed);
+                expected.push_back(trial.isLit(point) ? 1 : 0);
+                lit += trial.isLit(point) ? 1 : 0;
             }
         }
         Texture layers(nullptr);
@@ -332,7 +321,6 @@ TEST_F(ShadowVisibilityTest, ShadowsAgreeWithRaysOutsideOfOneTexelOfTheirEdges)
             EXPECT_EQ(0, wrong) << (&probe == probes ? "depths" : "moments");
         }
     }
-    EXPECT_GT(lit, 1500);
-    EXPECT_GT(shadowed, 400);
-    EXPECT_LT(atEdges, 500);
+    EXPECT_GT(lit, 1000);
+    EXPECT_LT(lit, 2100);
 }
