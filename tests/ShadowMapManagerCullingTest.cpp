@@ -300,16 +300,19 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
         light.setType(isPoint ? Light::ePoint : Light::eDirectional);
         light.setSpotCutoff(cutoff);
         light.setCSMLevels(levels);
-        light.setTransform(trial.pose((isPoint ? 0.01f : 1.5f) * trial.scale, 2 * trial.reach));
+        const float unit = isPoint ? std::pow(10.0f, trial.number(-2, 3)) : 1.5f; // a light may have its own
+        light.setTransform(trial.pose(unit * trial.scale, 2 * trial.reach));
         const QMatrix4x4 *view = hasCamera ? &trial.view : nullptr;
-        _data.transformCount = 0;
-        ShadowMapManager::processLights(listOf({&light}), _data, view, &trial.projection, &trial.box);
         Culling culling;
         culling.setupCameras(view, &trial.projection);
         culling.setupScene(&trial.box);
         culling.setupPost();
         Culling::ProcessCSMData csm;
         culling.setupLightCSMData(&light, csm);
+        RenderData data;
+        bool changed = false;
+        EXPECT_TRUE(isPoint ? culling.processLightPoint(data, data.projectorInfos[0], &light, changed)
+                            : culling.processLightDirectional(data, data.projectorInfos[0], &light, changed));
 
         int projector = 0;
         bool isCertain = true;
@@ -336,9 +339,8 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
                 break;
             }
             ++maps;
-            ASSERT_LT(projector, _data.transformCount);
-            EXPECT_EQ(0.0005f, _data.blurInfos[projector].blur);
-            const QMatrix4x4 map = matrixOf(_data.transforms[projector++]);
+            ASSERT_LT(projector, data.projectorInfos[0].count);
+            const QMatrix4x4 map = matrixOf(data.transforms[projector++]);
             const Points corners = cornersOf(region);
             const auto [points, place] = isPoint ? modelOfFace(corners, space, lit, hasCamera, trial)
                                                  : modelOfSlice(corners, space, trial);
@@ -358,8 +360,7 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
             }
         }
         if (isCertain) {
-            EXPECT_EQ(projector, _data.transformCount);
-            EXPECT_EQ(projector, _data.projectorInfos[0].count);
+            EXPECT_EQ(projector, data.projectorInfos[0].count);
         }
     }
     EXPECT_GT(maps, 2500);
@@ -368,27 +369,25 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
 
 TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneOrAFiniteViewNothingIsFitted)
 {
-    Culling onlyCamera;
-    onlyCamera.setupCameras(&_view, &_projection);
-    onlyCamera.setupPost();
-    Culling nothing;
-    nothing.setupCameras(&_view, nullptr);
-    nothing.setupCameras(nullptr, &_projection);
-    nothing.setupPost();
+    Culling culling;
+    culling.setupCameras(&_view, nullptr);
+    culling.setupCameras(nullptr, &_projection);
     Light light;
     light.setCSMLevels(4);
     bool changed = false;
     Culling::ProcessCSMData csm;
-    for (const Culling *culling : {&onlyCamera, &nothing}) {
-        EXPECT_FALSE(culling->processLightDirectional(_data, _data.projectorInfos[0], &light, changed));
-        EXPECT_FALSE(culling->processLightPoint(_data, _data.projectorInfos[0], &light, changed));
-        culling->setupLightCSMData(&light, csm);
+    for (const bool isCameraKnown : {false, true}) {
+        culling.setupCameras(&_view, isCameraKnown ? &_projection : nullptr);
+        culling.setupPost();
+        EXPECT_FALSE(culling.processLightDirectional(_data, _data.projectorInfos[0], &light, changed));
+        EXPECT_FALSE(culling.processLightPoint(_data, _data.projectorInfos[0], &light, changed));
+        culling.setupLightCSMData(&light, csm);
         EXPECT_FALSE(csm.enabled);
+        EXPECT_EQ(isCameraKnown ? Culling::getWorldFrustrumPoints(_view, _projection) : QVector<QVector3D>(),
+                  culling.getSceneCameraFrustrumPointsCSM(0, csm, {})); // all that is known counts as seen
     }
     EXPECT_FALSE(changed);
     EXPECT_EQ(0, _data.projectorInfos[0].count);
-    EXPECT_EQ(Culling::getWorldFrustrumPoints(_view, _projection),
-              onlyCamera.getSceneCameraFrustrumPointsCSM(0, csm, {})); // all that is known counts as seen
 
     light.setType(Light::eDirectional);
     _projection.setToIdentity();

@@ -29,6 +29,12 @@ using Infos = std::vector<std::pair<int, int>>;
 class ShadowMapManagerTest : public GLTest
 {
 protected:
+    ShadowMapManagerTest()
+    {
+        _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, 4, 4, 2);
+        _data.projectionTexture = &_texture;
+    }
+
     Light &add(Light::Type type)
     {
         _lights.push_back(std::make_unique<Light>());
@@ -52,6 +58,8 @@ protected:
     std::vector<std::unique_ptr<Light>> _lights;
     QVariantList _list;
     RenderData _data;
+    QVariant _variant = QVariant::fromValue<QObject *>(&_data);
+    Texture _texture{nullptr};
 };
 
 QMatrix4x4 translation(float x, float y, float z)
@@ -97,8 +105,10 @@ TEST_F(ShadowMapManagerTest, WithoutCameraAndSceneProjectionsAreFixed)
     for (const auto &light : _lights) {
         light->setTransform(translation(10, 0, 0));
     }
+    _data.blurInfos[0].blur = 1;
     ASSERT_TRUE(process());
     EXPECT_EQ((Infos{{1, 0}, {1, 1}, {6, 2}, {0, 0}}), infos(4));
+    EXPECT_EQ(0.0005f, _data.blurInfos[0].blur);
     ASSERT_EQ(6, gSextantProjectionModelview.size());
     expectMapped(_data.transforms[0],
                  {{{110, -100, -100}, {1, -1, 1}}, {{10, 0, -0.1f}, {0, 0, -1}}}); // 90 degrees, out to 100
@@ -242,43 +252,23 @@ TEST_F(ShadowMapManagerTest, SetupAddsTheDefinesWithoutWhichTheShaderStops)
               GLSLMacroProcessor::processDefines(&processor));
 }
 
-namespace {
-
-class ShadowMapManagerBindTest : public ShadowMapManagerTest
+TEST_F(ShadowMapManagerTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem)
 {
-protected:
-    ShadowMapManagerBindTest()
-    {
-        ShadowMapManager::setup(&_processor, 1);
-        _program = makeProgram(kAtOrigin, kMain, &_processor, {ShadowMapManager::getShaderFile()});
-        _texture.create3D(GL_TEXTURE_2D_ARRAY, GL_DEPTH_COMPONENT32F, 4, 4, 2);
-        _data.projectionTexture = &_texture;
-        _variant = QVariant::fromValue<QObject *>(&_data);
-    }
-
-    static constexpr char kMain[] = R"(#version 150
+    _data.projectorInfos.resize(3);
+    _data.transforms.resize(40);
+    GLSLMacroProcessor processor;
+    ShadowMapManager::setup(&processor, 1);
+    const auto plain = makeProgram(kAtOrigin);
+    const auto shadowed = makeProgram(kAtOrigin, R"(#version 150
 #include "ShadowMapManager.glslh"
 uniform uint u_Light;
 out vec4 color;
 void main() { color = vec4(shadowMapGetVisibility(u_Light, vec3(0.0))); }
-)";
-
-    GLSLMacroProcessor _processor;
-    Texture _texture{nullptr};
-    std::unique_ptr<ShaderProgram> _program;
-    QVariant _variant;
-};
-
-} // namespace
-
-TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem)
-{
-    _data.projectorInfos.resize(3);
-    _data.transforms.resize(40);
-    const auto plain = makeProgram(kAtOrigin);
+)",
+                                      &processor, {ShadowMapManager::getShaderFile()});
     const Tap<&glUniform2iv> infos;
     const Tap<&glUniformMatrix4fv> transforms;
-    for (ShaderProgram *program : {plain.get(), _program.get()}) {
+    for (ShaderProgram *program : {plain.get(), shadowed.get()}) {
         EXPECT_EQ(0u, infos.count() + transforms.count());
         const AutoBinder binder(program);
         EXPECT_TRUE(ShadowMapManager::bind(program, _variant));
@@ -292,8 +282,9 @@ TEST_F(ShadowMapManagerBindTest, TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTh
     EXPECT_EQ(32, transforms.last<1>());
 }
 
-TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
+TEST_F(ShadowMapManagerTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
 {
+    ShaderProgram program(nullptr);
     std::vector<std::unique_ptr<Texture>> others;
     while (int(others.size()) < _texture.maxTextureUnits()) {
         others.push_back(std::make_unique<Texture>(nullptr));
@@ -304,21 +295,21 @@ TEST_F(ShadowMapManagerBindTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
     const QString null = asserted("NULL != renderData", "NULL render data used");
     const QString noTexture = asserted("NULL != texture", "NULL render data texture used");
     for (const QVariant &nothing : {QVariant(), QVariant::fromValue<QObject *>(nullptr)}) {
-        EXPECT_FALSE(ShadowMapManager::bind(_program.get(), nothing));
+        EXPECT_FALSE(ShadowMapManager::bind(&program, nothing));
         EXPECT_MESSAGES(asserted("false == dataVariant.isNull()", "NULL render data variant used"));
     }
     QObject other;
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant::fromValue<QObject *>(&other)));
+    EXPECT_FALSE(ShadowMapManager::bind(&program, QVariant::fromValue<QObject *>(&other)));
     std::fflush(stdout);
     EXPECT_EQ("Type 'QObject'\n", testing::internal::GetCapturedStdout());
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), QVariant(7)));
+    EXPECT_FALSE(ShadowMapManager::bind(&program, QVariant(7)));
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::bind(_program.get(), _variant)); // no texture unit is free
-    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), QVariant()));
+    EXPECT_FALSE(ShadowMapManager::bind(&program, _variant)); // no texture unit is free
+    EXPECT_FALSE(ShadowMapManager::unbind(&program, QVariant()));
     _data.projectionTexture = nullptr;
     EXPECT_FALSE(ShadowMapManager::bind(nullptr, _variant));
-    EXPECT_FALSE(ShadowMapManager::unbind(_program.get(), _variant));
+    EXPECT_FALSE(ShadowMapManager::unbind(&program, _variant));
     EXPECT_MESSAGES(null,
                     asserted("true == dataVariant.canConvert<QObject*>()",
                              "render data is not a 'QObject*' type is 'int'"),

@@ -98,7 +98,8 @@ TEST_F(ShadowVisibilityTest, FunctionsCompareDepthsOrMoments)
 {
     Texture layers(nullptr);
     // Variances of 0.01; two depths that count as empty; a variance that rounding has made negative.
-    std::vector<QVector2D> moments = {{0.5f, 0.26f}, {0, 0.01f}, {1, 1.01f}, {0.25f, 0.0525f}, {0.5f, 0.26f}};
+    std::vector<QVector2D> moments = {{0.5f, 0.26f},    {0, 0.01f},    {1, 1.01f},
+                                      {0.25f, 0.0525f}, {0.5f, 0.26f}, {0.75f, 0.5725f}};
     moments.resize(32, {0.5f, 0.2499f});
     makeLayers(layers, 1, moments);
     RenderData data;
@@ -114,6 +115,7 @@ TEST_F(ShadowVisibilityTest, FunctionsCompareDepthsOrMoments)
     data.projectorInfos[2] = {1, 2};
     data.projectorInfos[3] = {0, 2};
     data.projectorInfos[4] = {2, 3};
+    data.projectorInfos[5] = {2, 4};
     data.projectorInfos[31] = {1, 31};
     const struct
     {
@@ -132,10 +134,11 @@ TEST_F(ShadowVisibilityTest, FunctionsCompareDepthsOrMoments)
         {1, 0.45f, 1, 0.1f, {1, 0, 1}, {1, 0, 1}}, // empty layers count with a normal only
         {1, 0.60f, 1, 0.1f, {0, 0, 0}, {0.41701f, 0, 0.5f}},
         {2, 1.20f, 1, 0.1f, {1, 0, 0}, {1, 0.03429f, 0.2f}},
-        {3, 1.20f, 1, 0.1f, {1, 1, 0}, {1, 1, 0.2f}},            // no projection
-        {4, 0.60f, 1, 0.1f, {0, 0, 1}, {0.41701f, 0.41701f, 1}}, // the first projection is skipped
+        {3, 1.20f, 1, 0.1f, {1, 1, 0}, {1, 1, 0.2f}},               // no projection
+        {4, 0.60f, 1, 0.1f, {0, 0, 1}, {0.41701f, 0.41701f, 1}},    // the first projection is skipped
+        {5, 0.60f, 1, 0.1f, {0, 0, 0}, {0.41701f, 0.41701f, 0.5f}}, // the second projection shadows less
         {31, 0.45f, 0, 0.1f, {0, 1, 0}, {0, 1, 0}},
-        {32, 0.45f, 0, 0.1f, {1, 1, 0}, {1, 1, 0}}, // no such light
+        {32, 0.60f, 1, 0.1f, {1, 1, 0}, {1, 1, 0}}, // no such light
     };
     for (const bool variance : {false, true}) {
         Probe probe(variance ? 1 : 0);

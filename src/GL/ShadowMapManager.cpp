@@ -245,7 +245,7 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
         ZEL_ASSERT_RETURN(true == dataVariant.canConvert<QObject*>(), false, "render data is not a 'QObject*' type is '%s'", dataVariant.typeName());
         ZEL_ASSERT_RETURN(NULL != dataVariant.value<QObject*>(), false, "NULL QObject render data");
         // clang-format on
-        // Required: printed, not logged; see ShadowMapManagerBindTest.WhatCannotBeBoundIsDiagnosedAndLeftAlone.
+        // Required: printed, not logged; see ShadowMapManagerTest.WhatCannotBeBoundIsDiagnosedAndLeftAlone.
         std::printf("Type '%s'\n", dataVariant.value<QObject *>()->metaObject()->className());
         ZEL_ASSERT(NULL != renderData, "NULL render data used");
         return false;
@@ -266,7 +266,7 @@ bool ShadowMapManager::bind(ShaderProgram *program, QVariant dataVariant)
     program->setUniform(varianceClamp, QVariant(gVarianceClamping));
 
     // 3. The tables. The host may have resized them, since they are public. Elements beyond the shader's arrays are not sent; see
-    // ShadowMapManagerBindTest.TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem.
+    // ShadowMapManagerTest.TablesOfAnotherSizeAreDiagnosedAndSentAsFarAsTheyGoToWhatHasThem.
     ZEL_ASSERT(kShadowMapInfoArraySizeMax == renderData->projectorInfos.size(),
                "Projector Info Array size %d does not match size required by shader %d",
                renderData->projectorInfos.size(), kShadowMapInfoArraySizeMax);
