@@ -46,7 +46,7 @@ public:
         EXPECT_TRUE(data.projectionTexture->isBound());
         _program->setUniform("u_Points", QVariant(int(source.unit())));
         _program->setUniform("u_Light", QVariant(light));
-        _program->setUniform("u_Facing", QVariant(facing));
+        _program->setUniform("u_Normal", QVariant(QVector3D(1, 0, facing)));
         _program->setUniform("u_Debug", QVariant(debug));
         const Pixels pixels = drawnPixels(*_program, count, 1);
         EXPECT_TRUE(ShadowMapManager::unbind(_program.get(), variant));
@@ -58,7 +58,7 @@ private:
     static constexpr char kFragmentStage[] = R"(#version 150
 #include "ShadowMapManager.glslh"
 uniform sampler2D u_Points;
-uniform float u_Facing;
+uniform vec3 u_Normal;
 uniform uint u_Light;
 uniform bool u_Debug;
 out vec4 color;
@@ -67,7 +67,7 @@ void main()
     vec3 point = texelFetch(u_Points, ivec2(gl_FragCoord.xy), 0).xyz;
     color = u_Debug ? shadowMapGetDebug(point.xy)
                     : vec4(shadowMapGetVisibility(u_Light, point),
-                           shadowMapGetVisibility(u_Light, point, vec3(1.0, 0.0, u_Facing), vec3(0.0, 0.0, 1.0)),
+                           shadowMapGetVisibility(u_Light, point, u_Normal, vec3(0.0, 0.0, 1.0)),
                            shadowMapGetVisibilitySingle(min(u_Light, 31u), point), 0.0);
 }
 )";
