@@ -74,7 +74,8 @@ Vec sampleOf(ShadingModel model, unsigned i, unsigned n, double roughness)
     return {std::cos(phi) * s, std::sin(phi) * s, c};
 }
 
-double densityOf(ShadingModel model, double roughness, double NdotH, double VdotH)
+/// With the view along the normal.
+double densityOf(ShadingModel model, double roughness, double NdotH)
 {
     const double Ns = phongExponent(roughness);
     switch (model) {
@@ -83,11 +84,11 @@ double densityOf(ShadingModel model, double roughness, double NdotH, double Vdot
         return (Ns + 1.0) / (2.0 * kPi) * std::pow(c, Ns) * std::sqrt(std::max(0.0, 1.0 - c * c));
     }
     case SHADING_ENERY_CONSERVING:
-        return (Ns + 1.0) * std::pow(NdotH, Ns) / (8.0 * kPi * VdotH);
+        return (Ns + 1.0) * std::pow(NdotH, Ns - 1.0) / (8.0 * kPi);
     case SHADING_PHYSICALLY_BASED: {
         const double a4 = std::pow(roughness, 4);
         const double t = NdotH * NdotH * (a4 - 1.0) + 1.0;
-        return a4 / (kPi * t * t) * NdotH / (4.0 * VdotH);
+        return a4 / (kPi * t * t) / 4.0;
     }
     default:
         return NdotH / kPi;
@@ -199,7 +200,7 @@ public:
                     const Vec L = isDiffuse(model) ? d : 2.0 * dot(N, d) * d - N;
                     const Vec H = isDiffuse(model) ? normalized(L + N) : d;
                     const double NdotH = std::min(dot(N, H), 1.0);
-                    const double density = std::max(densityOf(model, roughness, NdotH, NdotH), 1e-6);
+                    const double density = std::max(densityOf(model, roughness, NdotH), 1e-6);
                     const double lod =
                         roughness == 0.0 ? 0.0 : 0.5 * std::log2(1.0 / (kSamples * density) / angle);
                     const Vec latLong(std::atan2(L.z, L.x) / (2 * kPi) + 0.5,
@@ -209,7 +210,16 @@ public:
                 }
             }
         }
-        const Pixels colors = read(lookups);
+        const int rows = int(lookups.size() / kSamples);
+        Texture source(nullptr);
+        source.create2D(GL_TEXTURE_2D, GL_RGBA32F, kSamples, unsigned(rows));
+        const AutoBinder sourceBinder(&source);
+        driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kSamples, rows, GL_RGBA, GL_FLOAT, lookups.data());
+        const AutoBinder mapBinder(&_texture);
+        const AutoBinder binder(_program.get());
+        _program->setUniform("u_Lookups", QVariant(int(source.unit())));
+        _program->setUniform("u_Map", QVariant(int(_texture.unit())));
+        const Pixels colors = drawnPixels(*_program, kSamples, rows);
         size_t next = 0;
         for (Pixels &picture : pictures) {
             picture = Pixels::of(picture.width(), picture.height(), [&](int, int) {
@@ -228,20 +238,6 @@ public:
     const int faces;
 
 private:
-    Pixels read(const std::vector<QVector4D> &lookups)
-    {
-        const int rows = int(lookups.size() / kSamples);
-        Texture source(nullptr);
-        source.create2D(GL_TEXTURE_2D, GL_RGBA32F, kSamples, unsigned(rows));
-        const AutoBinder sourceBinder(&source);
-        driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, kSamples, rows, GL_RGBA, GL_FLOAT, lookups.data());
-        const AutoBinder mapBinder(&_texture);
-        const AutoBinder binder(_program.get());
-        _program->setUniform("u_Lookups", QVariant(int(source.unit())));
-        _program->setUniform("u_Map", QVariant(int(_texture.unit())));
-        return drawnPixels(*_program, kSamples, rows);
-    }
-
     int _width;
     int _height;
     Texture _texture;
@@ -264,12 +260,9 @@ TEST_F(PrefilteredEnvMapTest, LevelsAndRoughness)
          {std::tuple(1, 4096, 1), {4096, 1, 1}, {2, 3, 2}, {256, 256, 9}, {1024, 512, 10}, {512, 1024, 10}}) {
         EXPECT_EQ(levels, MaxLODLevel(width, height)) << width;
     }
-    for (const ShadingModel model : kModels) {
-        EXPECT_EQ(0.0f, RoughnessForLOD(0, 9, model));
-        EXPECT_EQ(0.375f, RoughnessForLOD(3, 9, model));
-        EXPECT_EQ(1.0f, RoughnessForLOD(8, 9, model));
-        EXPECT_TRUE(std::isnan(RoughnessForLOD(0, 1, model)));
-    }
+    EXPECT_EQ(0.375f, RoughnessForLOD(3, 9, SHADING_PHYSICALLY_BASED));
+    EXPECT_EQ(1.0f, RoughnessForLOD(8, 9, SHADING_OREN_NAYAR_DIFFUSE));
+    EXPECT_TRUE(std::isnan(RoughnessForLOD(0, 1, SHADING_TRADITIONAL)));
 }
 
 TEST_F(PrefilteredEnvMapTest, BakesHoldTheIntegralOfEveryModelAndRoughness)

@@ -183,8 +183,8 @@ TEST_F(ShadowMapManagerTest, ReportsWhichFramesOfAnAnimationNeedNewLayers)
     Light &sun = add(Light::eDirectional);
     Light &lamp = add(Light::ePoint);
     Light &spot = add(Light::eSpot);
-    Light &twin = add(Light::eSpot);
-    twin.setOn(false);
+    Light &second = add(Light::eSpot);
+    second.setOn(false);
     const QPair<QVector3D, QVector3D> scene({-5, -5, -5}, {5, 5, 5});
     QMatrix4x4 view;
     view.lookAt({0, 0, 3}, {0, 0, 0}, {0, 1, 0});
@@ -196,11 +196,12 @@ TEST_F(ShadowMapManagerTest, ReportsWhichFramesOfAnAnimationNeedNewLayers)
         {[&] { view.translate(0.01f, 0, 0); }, true},
         {[&] { lamp.setTransform(translation(0, 0.1f, 0)); }, true},
         {[&] { spot.setSpotCutoff(0.6f); }, true},
-        {[&] { twin.setSpotCutoff(0.6f); }, false},           // it is off
-        {[&] { spot.setOn(false), twin.setOn(true); }, true}, // the same projection now belongs to the twin
+        {[&] { second.setSpotCutoff(0.6f); }, false}, // it is off
+        {[&] { spot.setOn(false), second.setOn(true); },
+         true}, // the same projection now belongs to the second light
         {[&] { spot.setOn(true); }, true},
-        {[&] { twin.setOn(false); }, true},  // changes the number of projections only
-        {[&] { _list.removeLast(); }, true}, // changes the number of lights only
+        {[&] { second.setOn(false); }, true}, // changes the number of projections only
+        {[&] { _list.removeLast(); }, true},  // changes the number of lights only
         {[] {}, false},
         {[&] { sun.setCSMLevels(3); }, true},
         {[&] { lamp.setShadowCaster(false); }, true}, // the following lights move up

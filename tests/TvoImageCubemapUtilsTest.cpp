@@ -52,11 +52,6 @@ QVector4D places(double u, double v)
     return {float(u), float(v), 0, 1};
 }
 
-QVector4D black(double, double)
-{
-    return {};
-}
-
 class TvoImageCubemapUtilsTest : public GLTest
 {
 protected:
@@ -224,7 +219,7 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
                             GLenum target = GL_TEXTURE_CUBE_MAP) {
         return createGLCubemapFromTexture(source, type, target, eColorSpaceLinear, 0) == nullptr;
     };
-    const auto square = image(32, 32, black);
+    const auto square = image(32, 32, places);
     EXPECT_TRUE(refused(square.get(), eSourceCross));
     EXPECT_MESSAGES(
         "debug [TvoImageCubemapUtils.cpp:#] [ !! ] Texture(32,32) not a 4:3 or 3:4 image. Cannot load "
@@ -235,12 +230,12 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
     EXPECT_EQ(nullptr, createGLCubemapStripFromTexture(nullptr, 0));
     for (const auto &[w, format] :
          {std::pair(32, GL_RGB9_E5), {32, GL_COMPRESSED_RED_RGTC1}, {2, GL_RGBA8}}) {
-        const auto source = image(w, w, black, GLenum(format)); // a face of the last would have no texel
+        const auto source = image(w, w, places, GLenum(format)); // a face of the last would have no texel
         EXPECT_TRUE(refused(source.get(), eSourceLatLong));
         EXPECT_FALSE(_capture.take().isEmpty());
     }
 
-    const auto odd = image(64, 12, black); // a cross must not be square; the ratio is free
+    const auto odd = image(64, 12, places); // a cross must not be square; the ratio is free
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceCross)));
     EXPECT_EQ(8, sizeOf(*converted(odd.get(), eSourceCross, 8)));
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceLatLong, 100)));
@@ -262,7 +257,7 @@ TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDraw
     EXPECT_EQ(nullptr, Boaster().createCubemap(4, GL_RGBA8, GL_TEXTURE_CUBE_MAP));
     EXPECT_MESSAGES("debug [TvoImageCubemapUtils.cpp:#] [ !! ] Failed to create Shader");
 
-    const auto source = image(24, 4, black);
+    const auto source = image(24, 4, places);
     TvoRenderCubemap_Linear renderer;
     renderer.setTexture(source.get());
     EXPECT_FALSE(renderer.renderBegin(0)); // no program yet
@@ -328,7 +323,7 @@ TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
     EXPECT_TRUE(copyCubeMapTextureAsLod(small.get(), target.get(), 2));
     EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), target.get(), 1)); // another size
-    const auto flat = image(4, 4, black);
+    const auto flat = image(4, 4, places);
     EXPECT_FALSE(copyCubeMapTextureAsLod(flat.get(), target.get(), 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(nullptr, target.get(), 2));
     EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), nullptr, 2));
@@ -342,7 +337,7 @@ TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
 
 TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
 {
-    const auto source = image(64, 48, black);
+    const auto source = image(64, 48, places);
     const auto sky = cube(4, colorOf);
     const auto changesOf = [](const std::function<void()> &render) {
         driver()->glViewport(1, 2, 3, 4);
