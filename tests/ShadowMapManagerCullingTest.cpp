@@ -147,7 +147,7 @@ struct Trial
     {
         const QVector3D half = scale * QVector3D(size(), size(), size());
         reach = half.length();
-        const QVector3D middle = (isFar ? 300 : 2) * reach * direction();
+        const QVector3D middle = (isFar ? 1000 : 2) * reach * direction();
         box = Box(middle - half, middle + half);
         const QMatrix4x4 pose = this->pose(1, 1.2f * reach);
         view = pose.inverted();
@@ -330,7 +330,7 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
             const Region lit = (hasCamera ? trial.seen(i % levels, levels) : Region())
                                + (isPoint ? space.pyramid(tangent, tangent) : Region());
             const Region region = trial.scene() + lit;
-            const double sliver = 2e-3 * double(trial.reach);
+            const double sliver = (trial.isFar ? 0.03 : 2e-3) * double(trial.reach);
             if (cornersOf(region, sliver).empty()) {
                 ++empty;
                 continue;
@@ -347,7 +347,7 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
                                                  : modelOfSlice(corners, space, trial);
             for (const Vec &point : points) {
                 const Vec at = map.map(point.rounded());
-                ASSERT_LT(length(place(point) - at), isPoint ? 3e-3 : trial.isFar ? 0.02 : 2e-4) << i;
+                ASSERT_LT(length(place(point) - at), isPoint ? 2e-3 : trial.isFar ? 5e-3 : 2e-4) << i;
             }
             QVector<QVector3D> anywhere;
             const QVector<QVector3D> actual = isPoint ? culling.getSceneCameraFrustrumLightFrustrumPointsCSM(
@@ -362,7 +362,7 @@ TEST_F(ShadowMapManagerCullingTest, ProjectionsHoldWhatIsLitAndSeenAndNoMore)
             EXPECT_EQ(projector, data.projectorInfos[0].count);
         }
     }
-    EXPECT_GT(maps, 2500);
+    EXPECT_GT(maps, 2000);
     EXPECT_GT(empty, 1000);
 }
 
