@@ -388,6 +388,10 @@ TEST_F(ShadowMapManagerCullingTest, WithoutAKnownSceneOrAFiniteViewNothingIsFitt
     EXPECT_FALSE(changed);
     EXPECT_EQ(0, _data.projectorInfos[0].count);
 
+    light.setCSMLevels(1);
+    light.setSpotCutoff(0.5f);
+    EXPECT_FALSE(process({&light}, Box({-1, 0, -3}, {1, 0, -2}))); // the light sees the scene edge-on
+
     light.setType(Light::eDirectional);
     _projection.setToIdentity();
     _projection.perspective(60, 1, 1e-3f, 1e5f); // the far plane rounds to infinity

@@ -229,8 +229,8 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
     EXPECT_TRUE(refused(nullptr, eSourceCross));
     EXPECT_EQ(nullptr, createGLCubemapStripFromTexture(nullptr, 0));
     for (const auto &[w, format] :
-         {std::pair(32, GL_RGB9_E5), {32, GL_COMPRESSED_RED_RGTC1}, {2, GL_RGBA8}}) {
-        const auto source = image(w, w, places, GLenum(format)); // a face of the last would have no texel
+         {std::pair(32, GL_RGB9_E5), {32, GL_COMPRESSED_RED_RGTC1}, {2, GL_RGBA8}, {0, GL_RGBA8}}) {
+        const auto source = image(w, w, places, GLenum(format)); // faces of the last two would have no texel
         EXPECT_TRUE(refused(source.get(), eSourceLatLong));
         EXPECT_FALSE(_capture.take().isEmpty());
     }
