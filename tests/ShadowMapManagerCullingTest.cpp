@@ -137,7 +137,7 @@ struct Space
     Vec origin, x, y, z;
 };
 
-/// A scene and a camera of a random scale, far from the origin in some trials.
+/// A scene and a camera of a random scale, far from the origin in some trials. Braces order the calls for random numbers.
 struct Trial
 {
     explicit Trial(unsigned int seed)
@@ -145,7 +145,7 @@ struct Trial
         , isFar(seed % 3 == 1)
         , scale(std::pow(10.0f, number(-4, 4)))
     {
-        const QVector3D half = scale * QVector3D(size(), size(), size());
+        const QVector3D half = scale * QVector3D{size(), size(), size()};
         reach = half.length();
         const QVector3D middle = (isFar ? 1000 : 2) * reach * direction();
         box = Box(middle - half, middle + half);
@@ -168,10 +168,11 @@ struct Trial
     QMatrix4x4 pose(float unit, float distance)
     {
         QMatrix4x4 pose;
-        pose.translate((box.first + box.second) / 2 + number(0, distance) * direction());
-        pose.rotate(number(0, 360), direction());
+        const QVector3D away = direction();
+        pose.translate((box.first + box.second) / 2 + number(0, distance) * away);
+        pose.rotate(QQuaternion{number(-1, 1), number(-1, 1), number(-1, 1), number(-1, 1)}.normalized());
         const auto axis = [&] { return unit == 1 ? 1 : unit * number(0.5f, 2); };
-        pose.scale(axis(), axis(), oneIn(3) ? -axis() : axis());
+        pose.scale(QVector3D{axis(), axis(), oneIn(3) ? -axis() : axis()});
         return pose;
     }
 
@@ -199,7 +200,7 @@ struct Trial
     }
 
     float size() { return 10 * std::pow(0.05f, number(0, 1)); }
-    QVector3D direction() { return QVector3D(number(-1, 1), number(-1, 1), number(-1, 1)).normalized(); }
+    QVector3D direction() { return QVector3D{number(-1, 1), number(-1, 1), number(-1, 1)}.normalized(); }
 
     std::mt19937 random;
     bool isFar;
