@@ -1,5 +1,5 @@
-// Where textures find their place among the slots of the array manager: the arithmetic of one slot, and 100,000 random
-// placements against a model that keeps nothing but which layers are taken.
+// Where textures find their place among the slots of the array manager: the arithmetic of one slot, and random placements
+// against a model that only knows which layers are taken.
 
 #include "support/FakeLimits.h"
 #include "support/GLFixture.h"
@@ -8,17 +8,25 @@
 #include "support/TextureParameter.h"
 
 #include <ZelGL/Array2DTextureManager.h>
+#include <ZelGL/AutoBinder.h>
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/Texture.h>
 
+#include <QtCore/QRegularExpression>
+
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <map>
 #include <numeric>
 #include <random>
 
 using namespace Orvane::Zel;
 
 namespace {
+
+const auto kDownscale = TextureManager::SlotReallocationDownscale;
+const auto kUpscale = TextureManager::SlotReallocationUpscale;
 
 SlotFormat formatOf(int width, int height, unsigned int internalFormat = GL_RGBA8)
 {
@@ -29,13 +37,10 @@ SlotFormat formatOf(int width, int height, unsigned int internalFormat = GL_RGBA
     return format;
 }
 
-/// Slots have no more layers than the least that there are.
-const std::map<GLenum, GLint> kSmallSlots = {{GL_MAX_ARRAY_TEXTURE_LAYERS, 0}};
-
 class TextureSlotTest : public GLTest
 {
 protected:
-    FakeLimits _smallSlots{kSmallSlots};
+    FakeLimits _smallSlots{GL_MAX_ARRAY_TEXTURE_LAYERS, 0}; // no more layers than the least that there are
 };
 
 } // namespace
@@ -43,7 +48,6 @@ protected:
 TEST_F(TextureSlotTest, ASlotStartsAsOneDefinedTexel)
 {
     const SlotData slot;
-    EXPECT_EQ(1.0f, slot.format.anisotropy);
     EXPECT_EQ(unsigned(GL_TEXTURE_2D_ARRAY), slot.texture->target());
     for (const GLenum name : {GL_TEXTURE_WIDTH, GL_TEXTURE_HEIGHT, GL_TEXTURE_DEPTH}) {
         EXPECT_EQ(1, levelParameter(*slot.texture, 0, name)) << name;
@@ -55,14 +59,13 @@ TEST_F(TextureSlotTest, ASlotStartsAsOneDefinedTexel)
 TEST_F(TextureSlotTest, LayersAreLimitedByTheContextAndByTheMemoryOfASlot)
 {
     SlotData slot;
-    slot.setupFormat(formatOf(4, 4));
-    EXPECT_EQ(64, slot.maxLayers);
-    slot.setupFormat(formatOf(8192, 8192, GL_RGBA32F)); // a gigabyte each
-    EXPECT_EQ(2, slot.maxLayers);
-    slot.setupFormat(formatOf(0x8000, 0x8000, GL_RGBA32F));
-    EXPECT_EQ(1, slot.maxLayers);
-    slot.setupFormat(formatOf(16384, 16384, GL_RGBA16)); // has no known size, and counts like the largest
-    EXPECT_EQ(1, slot.maxLayers);
+    for (const auto &[side, format, layers] :
+         {std::tuple(4, GL_RGBA8, 64), std::tuple(8192, GL_RGBA32F, 2), // a gigabyte each
+          std::tuple(0x8000, GL_RGBA32F, 1),
+          std::tuple(16384, GL_RGBA16, 1)}) { // of unknown size, which counts as the largest
+        slot.setupFormat(formatOf(side, side, GLenum(format)));
+        EXPECT_EQ(layers, slot.maxLayers) << side;
+    }
     EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x805B");
 }
 
@@ -70,140 +73,141 @@ TEST_F(TextureSlotTest, ADifferenceOfMinusOneReadsAsNoFit)
 {
     SlotData slot;
     slot.format = formatOf(512, 512);
-    const auto down = TextureManager::SlotReallocationDownscale;
-    EXPECT_EQ(quint32(-1024), slot.getFormatDeltaScore(formatOf(1024, 1024), down));
+    EXPECT_EQ(quint32(-1024), slot.getFormatDeltaScore(formatOf(1024, 1024), kDownscale));
     slot.format = formatOf(1, 8);
-    EXPECT_EQ(SlotData::kNoFit, slot.getFormatDeltaScore(formatOf(2, 8), down));
+    EXPECT_EQ(SlotData::kNoFit, slot.getFormatDeltaScore(formatOf(2, 8), kDownscale));
+}
+
+TEST_F(TextureSlotTest, HostsFindSlotsBySizeAndFormat)
+{
+    Array2DTextureManager manager;
+    manager.setMaxSlots(5);
+    manager.setSlotReallocationMethod(kUpscale);
+    manager.setupSlots();
+    SlotData *slot = nullptr;
+    int index = -1;
+    EXPECT_FALSE(manager.seachForSlotWithLargestXY(slot, index));
+    EXPECT_FALSE(manager.findSlotLayer(formatOf(0, 4), 1).isValid());
+    const SlotFormat formats[] = {formatOf(4, 4), formatOf(8, 8), formatOf(8, 8, GL_RGBA16F),
+                                  formatOf(2, 32, GL_R8)};
+    for (unsigned int i = 0; i < 4; ++i) {
+        EXPECT_EQ(i, manager.findSlotLayer(formats[i], 1).slot);
+    }
+    EXPECT_TRUE(manager.seachForSlotWithLargestXY(slot, index));
+    EXPECT_EQ(3, index) << "the last of equal ones";
+    EXPECT_EQ((QVector<int>{1, 2, 3, 0, 9, 4}), manager.sortSlotsByLargest({0, 9, 4, 1, 2, 3}));
+    EXPECT_EQ((QVector<int>{2, 0, 1}), manager.filterSlotsBySimilar(formats[0], {9, 2, 3, 0, -1, 4, 1}));
+    ASSERT_TRUE(manager.searchForSimilarSlot(formatOf(8, 4), slot, index, nullptr));
+    EXPECT_EQ(1, index);
+    ASSERT_TRUE(manager.searchForSimilarSlot(formatOf(8, 4), slot, index, slot));
+    EXPECT_EQ(2, index) << "without the first";
+    EXPECT_EQ(formats[2].internalFormat, slot->format.internalFormat);
+    EXPECT_FALSE(manager.searchForSimilarSlot(formatOf(16, 4), slot, index, nullptr));
+    EXPECT_FALSE(manager.moveSlotLayers(4, 0)) << "of an unused slot";
+    EXPECT_FALSE(manager.moveSlotLayers(0, 5) || manager.moveSlotLayers(-1, 0));
+    _capture.take();
 }
 
 namespace {
 
-/// The placement as told, over slots that only know which of their layers are taken.
-class NaivePlacement
+/// Slots that only know which of their layers are taken.
+struct PlacementModel
 {
-public:
+    struct Format
+    {
+        int width = 0;
+        int height = 0;
+        GLenum internalFormat = 0; ///< 0 for an unused slot
+        bool odd = false;          ///< sampled in another way
+
+        bool operator==(const Format &other) const
+        {
+            return isAlike(other) && internalFormat == other.internalFormat && width == other.width
+                   && height == other.height;
+        }
+
+        bool isAlike(const Format &other) const
+        {
+            return odd == other.odd && (internalFormat == GL_RG8) == (other.internalFormat == GL_RG8);
+        }
+    };
+
     struct Slot
     {
-        SlotFormat format;
+        Format format;
         std::vector<bool> taken;
         int allocated = 0;
     };
-    struct Placed
+
+    struct Token
     {
-        SlotFormat format;
+        Format format;
         int layers;
         int slot = -1;
         int layer = 0;
     };
 
-    NaivePlacement(const void *manager, int slotCount, bool upscale)
-        : slotList(size_t(slotCount))
-        , _manager(manager)
-        , _upscale(upscale)
+    void place(Token &token)
     {
-    }
-
-    void place(size_t token)
-    {
-        Placed &placed = tokens[token];
-        const SlotFormat &format = placed.format;
-        for (const bool used : {true, false}) {
-            for (int i = 0; i < int(slotList.size()); ++i) {
-                Slot &slot = slotList[size_t(i)];
-                if (slot.format.isUsed() == used && (!used || slot.format == format)) {
-                    slot.format = format;
-                    if (take(placed, i)) {
+        for (const Format &wanted : {token.format, Format()}) { // the same format, else an unused slot
+            for (size_t i = 0; i < slotList.size(); ++i) {
+                if (slotList[i].format == wanted) {
+                    slotList[i].format = token.format;
+                    if (take(token, int(i))) {
                         return;
                     }
                 }
             }
         }
-        const int similar = bestSimilar(format);
-        if (similar >= 0 && take(placed, similar)) {
-            ++scaled;
-            resized(format, slotList[size_t(similar)].format);
-        } else if (!merge(placed)) {
-            ++refused;
-            messages += QString::asprintf("warning [Array2DTextureManager.cpp:#] %p Failed to find slot or "
-                                          "layer (%4dx%-4d) 0x%04X C:0x%04X "
-                                          "0x%04X F:0x%04X 0x%04X %4.1f %4.1f\n",
-                                          _manager, format.width, format.height, format.internalFormat,
-                                          unsigned(format.wrapS), unsigned(format.wrapT),
-                                          unsigned(format.magFilter), unsigned(format.minFilter),
-                                          double(format.anisotropy), double(format.lodBias));
+        const int similar = bestSimilar(token.format);
+        if (similar >= 0 && take(token, similar)) {
+            ++often["scaled"];
+            reportResize(token.format, slotList[size_t(similar)].format);
+        } else if (!merge(token)) {
+            ++often["refused"];
+            messages += "refused";
         }
     }
 
-    void free(Placed &placed)
+    void free(Token &token)
     {
-        if (placed.slot >= 0) {
-            std::vector<bool> &taken = slotList[size_t(placed.slot)].taken;
-            std::fill_n(taken.begin() + placed.layer, placed.layers, false);
-            while (!taken.empty() && !taken.back()) {
-                taken.pop_back();
-            }
-            placed.slot = -1;
+        std::vector<bool> &taken = slotList[size_t(token.slot)].taken;
+        std::fill_n(taken.begin() + token.layer, token.layers, false);
+        while (!taken.empty() && !taken.back()) {
+            taken.pop_back();
         }
+        token.slot = -1;
+        token.layer = 0;
     }
 
-    void allocate()
-    {
-        for (Slot &slot : slotList) {
-            if (slot.allocated == 0 || slot.allocated < int(slot.taken.size())) {
-                slot.allocated = int(slot.taken.size());
-            }
-        }
-    }
-
-    std::vector<Slot> slotList;
-    std::vector<Placed> tokens;
-    QStringList messages;
-    // How often the rarer things happened.
-    int scaled = 0;
-    int merged = 0;
-    int brokenOff = 0;
-    int refused = 0;
-
-private:
-    static bool alike(const SlotFormat &a, SlotFormat b)
-    {
-        const auto channels = [](unsigned int format) { return format == GL_RG8 ? 2 : 4; };
-        const bool same = channels(a.internalFormat) == channels(b.internalFormat);
-        b.width = a.width;
-        b.height = a.height;
-        b.internalFormat = a.internalFormat;
-        return same && a == b;
-    }
-
-    /// The first gap that is long enough, else the end; a slot's last layer is never given out.
-    bool take(Placed &placed, int slot)
+    /// The first gap that is long enough, else the end; a slot's last layer stays unused.
+    bool take(Token &token, int slot)
     {
         std::vector<bool> &taken = slotList[size_t(slot)].taken;
-        const auto gap = std::search_n(taken.begin(), taken.end(), placed.layers, false);
-        const auto first = size_t(gap - taken.begin());
-        const size_t end = first + size_t(placed.layers);
+        const auto gap = std::search_n(taken.begin(), taken.end(), token.layers, false);
+        const size_t end = size_t(gap - taken.begin() + token.layers);
         if (gap == taken.end() && end >= 64) {
             return false;
         }
+        token.slot = slot;
+        token.layer = int(gap - taken.begin());
         taken.resize(std::max(taken.size(), end));
-        std::fill_n(taken.begin() + int(first), placed.layers, true);
-        placed.slot = slot;
-        placed.layer = int(first);
+        std::fill_n(taken.begin() + token.layer, token.layers, true);
         return true;
     }
 
-    int bestSimilar(const SlotFormat &format) const
+    int bestSimilar(const Format &format) const
     {
         int best = -1;
         quint32 bestScore = 0xFFFFFFFFu;
-        for (int i = 0; i < int(slotList.size()); ++i) {
-            const SlotFormat &slot = slotList[size_t(i)].format;
-            const SlotFormat &large = _upscale ? slot : format;
-            const SlotFormat &small = _upscale ? format : slot;
+        for (size_t i = 0; i < slotList.size(); ++i) {
+            const Format &slot = slotList[i].format;
+            const Format &large = upscale ? slot : format;
+            const Format &small = upscale ? format : slot;
             const quint32 score = quint32(slot.width + slot.height - format.width - format.height);
-            if (slot.isUsed() && alike(slot, format) && large.width % small.width == 0
+            if (slot.isAlike(format) && slot.width != 0 && large.width % small.width == 0
                 && large.height % small.height == 0 && score < bestScore) {
-                best = i;
+                best = int(i);
                 bestScore = score;
             }
         }
@@ -211,43 +215,39 @@ private:
     }
 
     /// All pairs of similar slots, the smaller ones first; of equal ones the later.
-    bool merge(Placed &placed)
+    bool merge(Token &token)
     {
-        std::vector<int> order(slotList.size());
+        std::vector<size_t> order(slotList.size());
         std::iota(order.begin(), order.end(), 0);
-        std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
-            return slotList[size_t(a)].format.area() > slotList[size_t(b)].format.area();
+        std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+            return slotList[a].format.width * slotList[a].format.height
+                   > slotList[b].format.width * slotList[b].format.height;
         });
         for (size_t smaller = order.size(); smaller-- > 0;) {
-            const SlotFormat wanted = slotList[size_t(order[smaller])].format;
+            const Format wanted = slotList[order[smaller]].format;
             for (size_t larger = smaller; larger-- > 0;) {
-                if (!alike(slotList[size_t(order[larger])].format, wanted)) {
-                    continue;
-                }
-                const int from = _upscale ? order[smaller] : order[larger];
-                const int to = _upscale ? order[larger] : order[smaller];
-                if (!move(from, to)) {
-                    continue;
-                }
-                Slot &freed = slotList[size_t(from)];
-                resized(freed.format, slotList[size_t(to)].format);
-                freed = {placed.format, {}, 0};
-                if (take(placed, from)) {
-                    ++merged;
-                    return true;
+                Slot &from = slotList[order[upscale ? smaller : larger]];
+                Slot &to = slotList[order[upscale ? larger : smaller]];
+                if (slotList[order[larger]].format.isAlike(wanted) && move(from, to)) {
+                    reportResize(from.format, to.format);
+                    from = {token.format, {}, 0};
+                    if (take(token, int(&from - slotList.data()))) {
+                        ++often["merged"];
+                        return true;
+                    }
                 }
             }
         }
         return false;
     }
 
-    bool move(int from, int to)
+    bool move(const Slot &from, const Slot &to)
     {
-        for (Placed &token : tokens) {
-            if (token.slot == from) {
-                Placed moved = token;
-                if (!take(moved, to)) {
-                    ++brokenOff;
+        for (Token &token : tokens) {
+            Token moved = token;
+            if (token.slot == &from - slotList.data()) {
+                if (!take(moved, int(&to - slotList.data()))) {
+                    ++often["broken off"];
                     return false;
                 }
                 free(token);
@@ -257,167 +257,156 @@ private:
         return true;
     }
 
-    void resized(const SlotFormat &from, const SlotFormat &to)
+    void reportResize(const Format &from, const Format &to)
     {
-        messages += QString::asprintf(
-            "warning [Array2DTextureManager.cpp:#] %p Textures were resized to fit into texture "
-            "slots (%dx%d) -> (%dx%d)",
-            _manager, from.width, from.height, to.width, to.height);
+        messages +=
+            QString("(%1x%2) -> (%3x%4)").arg(from.width).arg(from.height).arg(to.width).arg(to.height);
     }
 
-    const void *_manager;
-    bool _upscale;
-};
-
-/// Random textures and what happens to them, in the manager and in the model.
-class RandomPlacement
-{
-public:
-    RandomPlacement(unsigned int seed, bool upscale)
-        : _engine(seed)
-        , _model(&_manager, kSlots, upscale)
-        , _program(makeProgram(
-              kAtOrigin,
-              "#version 150\n"
-              "uniform isampler1D u_TextureTokenManagedTextureSlotMapSample;\n"
-              "out ivec4 map;\n"
-              "void main() { map = texelFetch(u_TextureTokenManagedTextureSlotMapSample, 0, 0); }\n"))
+    /// As dumpSlots() has it, without the sampling.
+    QString dump() const
     {
-        _manager.setMaxSlots(kSlots);
-        _manager.setSlotReallocationMethod(upscale ? TextureManager::SlotReallocationUpscale
-                                                   : TextureManager::SlotReallocationDownscale);
-        for (int i = 0; i < kTextures; ++i) {
-            addTexture();
-        }
-    }
-
-    /// Places a texture that has no place, or takes one out of its place.
-    void step()
-    {
-        const auto token = size_t(random(kTextures));
-        NaivePlacement::Placed &placed = _model.tokens[token];
-        const TextureToken number = TextureToken(token + 1); // the one after white
-        if (placed.slot < 0) {
-            _manager.bind(QVector<TextureToken>{number});
-            _model.place(token);
-        } else {
-            random(2) != 0 ? _manager.textureTokenRevoked(number)
-                           : _manager.dirty(_manager.textureForToken(number));
-            _model.free(placed);
-        }
-    }
-
-    const NaivePlacement &model() const { return _model; }
-
-    QStringList takeExpectedMessages() { return std::exchange(_model.messages, QStringList()); }
-
-    /// Makes the storage, copies all that is pending, and compares the slot map with the model's.
-    void compareMaps()
-    {
-        Hook<&glTexImage1D> upload;
-        std::vector<SlotLayerData> map;
-        upload.replace([&](GLenum target, GLint level, GLint internalFormat, GLsizei width, GLint border,
-                           GLenum format, GLenum type, const void *data) {
-            map.resize(size_t(width) / 2);
-            std::memcpy(map.data(), data, map.size() * sizeof(SlotLayerData));
-            upload.original(target, level, internalFormat, width, border, format, type, data);
-        });
-        _program->bind();
-        _manager.bind(_program.get());
-        _manager.unbind(_program.get());
-        _program->unbind();
-        _model.allocate();
-        ASSERT_EQ(_model.tokens.size() + 1, map.size());
-        for (size_t i = 0; i < _model.tokens.size(); ++i) {
-            const NaivePlacement::Placed &placed = _model.tokens[i];
-            EXPECT_EQ(placed.slot, int(map[i + 1].slot)) << i;
-            EXPECT_EQ(placed.slot < 0 ? 0 : placed.layer, int(map[i + 1].layer)) << i;
-        }
-    }
-
-    QString dump()
-    {
-        _manager.dumpSlots();
-        QString text =
-            QString::asprintf("debug [Array2DTextureManager.cpp:#] %p \n", static_cast<void *>(&_manager));
-        for (size_t i = 0; i < _model.slotList.size(); ++i) {
-            const NaivePlacement::Slot &slot = _model.slotList[i];
-            const SlotFormat &format = slot.format;
-            text +=
-                QString::asprintf(" %2d", int(i))
-                + (format.isUsed()
-                       ? QString::asprintf(" {(%4dx%4d) 0x%04X C:0x2901 0x2901 F:0x%04X 0x2600 ,%2d:%2d<64}",
-                                           format.width, format.height, format.internalFormat,
-                                           unsigned(format.magFilter), int(slot.taken.size()), slot.allocated)
-                       : QStringLiteral(" {UNUSED}"))
-                + " \n";
+        QString text;
+        for (const Slot &slot : slotList) {
+            const Format &format = slot.format;
+            text += QString::asprintf(" %2d {", int(&slot - slotList.data()));
+            text += format == Format()
+                        ? "UNUSED} \n"
+                        : QString::asprintf("(%4dx%4d) 0x%04X,%2d:%2d<64} \n", format.width, format.height,
+                                            format.internalFormat, int(slot.taken.size()), slot.allocated);
         }
         return text;
     }
 
-private:
-    static constexpr int kSlots = 6;
-    static constexpr int kTextures = 150;
+    bool upscale;
+    std::vector<Slot> slotList;
+    std::vector<Token> tokens = {};
+    QStringList messages = {};
+    std::map<std::string, int> often = {}; ///< counts of what is rare
+};
 
-    int random(int below) { return std::uniform_int_distribution<int>(0, below - 1)(_engine); }
+/// Random textures in a manager and in the model.
+class TexturePlacementTest : public TextureSlotTest
+{
+protected:
+    int random(int below) { return int(_engine() % unsigned(below)); }
 
-    void addTexture()
+    /// A texture of a random size and format; every eighth one is odd, in the field of this number.
+    PlacementModel::Token addTexture(Array2DTextureManager &manager, int oddField)
     {
-        static constexpr GLenum kFormats[] = {GL_RGBA8, GL_SRGB8_ALPHA8, GL_RG8};
-        SlotFormat format = formatOf(4 << random(3), 4 << random(2), kFormats[random(3)]);
-        format.wrapS = format.wrapT = GL_REPEAT;
-        format.magFilter = random(12) == 0 ? GL_LINEAR : GL_NEAREST;
-        format.minFilter = GL_NEAREST;
+        const std::array<GLint, 2> rows[] = {{GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE},
+                                             {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE},
+                                             {GL_TEXTURE_MAG_FILTER, GL_LINEAR},
+                                             {GL_TEXTURE_MIN_FILTER, GL_LINEAR},
+                                             {GL_TEXTURE_LOD_BIAS, 1},
+                                             {GL_TEXTURE_MAX_ANISOTROPY, 2}};
+        const auto &[name, value] = rows[oddField];
+        const GLenum formats[] = {GL_RGBA8, GL_SRGB8_ALPHA8, GL_RG8};
+        const PlacementModel::Format format = {4 + 4 * random(4), 4 + 4 * random(2), formats[random(3)],
+                                               random(8) == 0};
         const int layers = random(2) != 0 ? 1 : 2 + random(5);
         auto *texture = new Texture(nullptr);
-        if (layers == 1) {
-            texture->create2D(GL_TEXTURE_2D, format.internalFormat, format.width, format.height);
-        } else {
-            texture->create3D(GL_TEXTURE_2D_ARRAY, format.internalFormat, format.width, format.height,
-                              layers);
+        texture->create3D(GL_TEXTURE_2D_ARRAY, format.internalFormat, format.width, format.height, layers);
+        if (format.odd) {
+            const AutoBinder binder(texture);
+            glTexParameteri(GL_TEXTURE_2D_ARRAY, GLenum(name), value);
         }
-        texture->bind();
-        glTexParameteri(texture->target(), GL_TEXTURE_MAG_FILTER, format.magFilter);
-        texture->unbind();
-        _manager.tokenForTexture(texture);
-        _model.tokens.push_back({format, layers});
+        manager.tokenForTexture(texture);
+        return {format, layers};
     }
 
-    std::mt19937 _engine;
-    Array2DTextureManager _manager;
-    NaivePlacement _model;
-    std::unique_ptr<ShaderProgram> _program;
-};
+    /// The dump and the messages of the manager, as the model has them.
+    std::pair<QString, QStringList> observed(const Array2DTextureManager &manager)
+    {
+        QStringList messages = _capture.takeTexts();
+        for (QString &message : messages) {
+            message = message.contains("Failed to find slot or layer") ? "refused"
+                                                                       : message.mid(message.indexOf('('));
+        }
+        manager.dumpSlots();
+        QString dump = _capture.takeTexts().join('|');
+        return {dump.mid(dump.indexOf('\n') + 1).remove(QRegularExpression(" C:[^,]*")), messages};
+    }
 
-class TexturePlacementTest : public GLTest, public testing::WithParamInterface<bool>
-{
-};
+    /// Makes the storage and compares the slot map with the model.
+    void compareMaps(Array2DTextureManager &manager, PlacementModel &model)
+    {
+        Hook<&glTexImage1D> upload;
+        std::vector<SlotLayerData> map;
+        upload.replace([&](auto, auto, auto, GLsizei width, auto, auto, auto, const void *data) {
+            map.resize(size_t(width) / 2);
+            std::memcpy(map.data(), data, map.size() * sizeof(SlotLayerData));
+        });
+        _program->bind();
+        manager.bind(_program.get());
+        manager.unbind(_program.get());
+        _program->unbind();
+        for (PlacementModel::Slot &slot : model.slotList) {
+            slot.allocated = std::max(slot.allocated, int(slot.taken.size()));
+        }
+        ASSERT_EQ(model.tokens.size() + 1, map.size()); // the first is white
+        std::map<int, quint64> handles;
+        for (size_t i = 0; i < model.tokens.size(); ++i) {
+            const auto &[format, layers, slot, layer] = model.tokens[i];
+            EXPECT_EQ(slot, int(map[i + 1].slot)) << i;
+            EXPECT_EQ(layer, int(map[i + 1].layer)) << i;
+            const quint64 handle =
+                quint64(map[i + 1].bindlessHandleHigh) << 32 | map[i + 1].bindlessHandleLow;
+            EXPECT_EQ(slot >= 0 && Array2DTextureManager::isBindlessSupported(), handle != 0);
+            EXPECT_EQ(handle, handles.emplace(slot, handle).first->second) << "one for each slot";
+        }
+    }
 
-INSTANTIATE_TEST_SUITE_P(Methods, TexturePlacementTest, testing::Bool(),
-                         [](const auto &upscale) { return upscale.param ? "Upscale" : "Downscale"; });
+private:
+    std::mt19937 _engine{30};
+    std::unique_ptr<ShaderProgram> _program =
+        makeProgram(kAtOrigin, "#version 150\nuniform isampler1D u_TextureTokenManagedTextureSlotMapSample;\n"
+                               "out ivec4 map;\nvoid main() {\n"
+                               "  map = texelFetch(u_TextureTokenManagedTextureSlotMapSample, 0, 0);\n}\n");
+};
 
 } // namespace
 
-TEST_P(TexturePlacementTest, RandomPlacementsFollowTheModelStepByStep)
+TEST_F(TexturePlacementTest, RandomPlacementsFollowTheModelStepByStep)
 {
-    const FakeLimits smallSlots(kSmallSlots);
     HelperTextures helpers;
-    {
-        RandomPlacement placement(30, GetParam());
-        _capture.take(); // of the tokens
-        for (int step = 1; step <= 50000 && !HasFailure(); ++step) {
-            placement.step();
-            ASSERT_EQ(placement.takeExpectedMessages(), _capture.takeTexts()) << "step " << step;
-            const QString expected = placement.dump();
-            ASSERT_EQ(QStringList(expected), _capture.takeTexts()) << "step " << step;
-            if (step % 500 == 0) {
-                placement.compareMaps();
+    std::map<std::string, int> often;
+    for (int round = 0; round < 24 && !HasFailure(); ++round) {
+        Array2DTextureManager manager;
+        PlacementModel model{round % 2 == 0, std::vector<PlacementModel::Slot>(size_t(3 + round % 4))};
+        manager.setMaxSlots(int(model.slotList.size()));
+        manager.setSlotReallocationMethod(model.upscale ? kUpscale : kDownscale);
+        if (Array2DTextureManager::isBindlessSupported()) {
+            manager.setBindMode(Array2DTextureManager::BindModeBindless);
+        }
+        std::generate_n(std::back_inserter(model.tokens), 150,
+                        [&] { return addTexture(manager, round / 4); });
+        _capture.take();
+        for (int step = 1; step <= 3000 && !HasFailure(); ++step) {
+            const int i = random(int(model.tokens.size()));
+            PlacementModel::Token &token = model.tokens[size_t(i)];
+            const TextureToken number(quint64(i) + 1);
+            if (token.slot < 0) {
+                manager.bind(QVector<TextureToken>{number});
+                model.place(token);
+            } else {
+                random(2) != 0 ? manager.textureTokenRevoked(number)
+                               : manager.dirty(manager.textureForToken(number));
+                model.free(token);
+            }
+            ASSERT_EQ(std::pair(model.dump(), std::exchange(model.messages, {})), observed(manager))
+                << "step " << step;
+            if (step % 300 == 0) {
+                compareMaps(manager, model);
             }
         }
-        for (const int often : {placement.model().scaled, placement.model().merged,
-                                placement.model().brokenOff, placement.model().refused}) {
-            EXPECT_LT(10, often);
+        for (const auto &[event, count] : model.often) {
+            often[event] += count;
         }
     }
     helpers.deleteAll();
+    EXPECT_EQ(4u, often.size());
+    for (const auto &[event, count] : often) {
+        EXPECT_LT(100, count) << event;
+    }
 }
