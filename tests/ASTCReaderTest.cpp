@@ -27,27 +27,20 @@ AstcFile image(unsigned char blockWidth, unsigned char blockHeight, quint32 widt
 
 } // namespace
 
-TEST_F(ASTCHeaderTest, TheFileIsAsLongAsItsBlocksAskFor)
+TEST_F(ASTCHeaderTest, TheFileHasTheMagicAndTheLengthOfItsBlocks)
 {
-    const QByteArray file = image(4, 4, 16, 16).addBlocks().bytes();
-    ASSERT_EQ(16 * 17, file.size());
+    const QByteArray file = image(4, 4, 5, 16).addBlocks().bytes(); // two by four blocks
     const Reader reader(file);
     EXPECT_TRUE(reader.valid());
     EXPECT_TRUE(reader->isCompressed());
-    EXPECT_EQ(16u, reader->width());
+    EXPECT_EQ(5u, reader->width());
     EXPECT_FALSE(Reader(file.chopped(1)).valid());
     EXPECT_FALSE(Reader(file + '\0').valid());
-    EXPECT_EQ(16 * 5, image(4, 4, 5, 5).addBlocks().bytes().size());
-    EXPECT_TRUE(Reader(image(4, 4, 5, 5).addBlocks().bytes()).valid()) << "two by two blocks";
     const Reader large(image(12, 12, 0x010203, 0x040506).bytes());
     EXPECT_EQ(0x010203u, large->width());
     EXPECT_EQ(0x040506u, large->height());
     EXPECT_FALSE(large.valid());
-}
 
-TEST_F(ASTCHeaderTest, TheMagicIsRecognisedAndBlocksWithoutSizeAreInvalid)
-{
-    const QByteArray file = AstcFile().addBlocks().bytes();
     EXPECT_EQ(nullptr, Reader(file.left(3)).get());
     EXPECT_EQ(nullptr, Reader(QByteArray(file).replace(0, 1, "x")).get());
     const Reader magicAlone(file.left(4));
@@ -56,7 +49,8 @@ TEST_F(ASTCHeaderTest, TheMagicIsRecognisedAndBlocksWithoutSizeAreInvalid)
     EXPECT_EQ(0u, magicAlone->width());
     EXPECT_EQ(nullptr, magicAlone.load(TextureFileInfo()));
     for (int side = 4; side < 7; ++side) {
-        EXPECT_FALSE(Reader(QByteArray(file).replace(side, 1, QByteArray(1, '\0'))).valid());
+        EXPECT_FALSE(Reader(QByteArray(file).replace(side, 1, QByteArray(1, '\0'))).valid())
+            << "a block without a size";
     }
 }
 
@@ -119,15 +113,10 @@ TEST_F(ASTCReaderTest, WhatGLRefusesIsLeftToItsDebugOutput)
     EXPECT_NE(nullptr, texture);
     EXPECT_EQ(1, TestContext::takeDriverReports().size());
     EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors()) << "the reader does not ask";
-}
 
-TEST_F(ASTCReaderTest, SizesThatNoTextureHasAreRefusedByEveryDriver)
-{
     Tap<&glCompressedTexImage2D> uploads;
-    uploads.replace([](GLenum, GLint, GLenum, auto...) {});
-    const Reader wide(image(12, 12, 0x80000, 1).addBlocks().bytes());
-    ASSERT_TRUE(wide.valid());
-    EXPECT_NE(nullptr, wide.load(TextureFileInfo()));
-    EXPECT_EQ(-1, uploads.last<3>());
+    uploads.replace([](auto...) {});
+    EXPECT_NE(nullptr, Reader(image(12, 12, 0x80000, 1).addBlocks().bytes()).load(TextureFileInfo()));
+    EXPECT_EQ(-1, uploads.last<3>()) << "a size that no driver takes";
     EXPECT_EQ(1, uploads.last<4>());
 }

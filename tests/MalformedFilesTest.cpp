@@ -26,18 +26,6 @@ struct Format
     int files; ///< least number of files; 300,000 in all
 };
 
-std::string nameOf(const testing::TestParamInfo<Format> &info)
-{
-    return info.param.name;
-}
-
-double processorSeconds()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) + 1e-9 * double(now.tv_nsec);
-}
-
 class MalformedFilesTest : public GLTest, public testing::WithParamInterface<Format>
 {
 };
@@ -48,14 +36,14 @@ TEST_P(MalformedFilesTest, StayInBoundsAndLeakNothing)
 {
     const UploadTouch touch;
     const StateGuard guard;
-    double longest = 0.0;
+    std::clock_t longest = 0;
     int files = 0;
     bool leftNothing = true;
     for (const QByteArray &seed : GetParam().seeds()) {
         forEachNeighbour(seed, [&](const QByteArray &file) {
-            const double begin = processorSeconds();
+            const std::clock_t begin = std::clock();
             GetParam().use(file);
-            longest = std::max(longest, processorSeconds() - begin);
+            longest = std::max(longest, std::clock() - begin);
             leftNothing = leftNothing && Texture::NumAlive() == 0 && ledger().alive(GLLedger::eTexture) == 0;
             _capture.take();
             takeGLErrors();
@@ -64,7 +52,7 @@ TEST_P(MalformedFilesTest, StayInBoundsAndLeakNothing)
     }
     EXPECT_GE(files, GetParam().files);
     EXPECT_TRUE(leftNothing) << "a texture was left over";
-    EXPECT_LT(longest, 1.0) << "seconds";
+    EXPECT_LT(longest, CLOCKS_PER_SEC);
     EXPECT_GT(touch.count(), 0) << "some must reach the upload";
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
 }
@@ -73,4 +61,4 @@ INSTANTIATE_TEST_SUITE_P(, MalformedFilesTest,
                          testing::Values(Format{"KTX", ktxSeeds, useReader<KTXRecogniser>, 200000},
                                          Format{"HDR", hdrSeeds, useReader<HDRRecogniser>, 50000},
                                          Format{"ASTC", astcSeeds, useReader<ASTCRecogniser>, 50000}),
-                         nameOf);
+                         [](const auto &format) { return std::string(format.param.name); });

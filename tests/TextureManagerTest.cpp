@@ -1,8 +1,10 @@
-// Tokens, and the words and calls of the texture managers. What they show is the affair of TextureManagerPicturesTest.
+// Tokens, messages and GL calls of the texture managers. TextureManagerPicturesTest has the pictures.
 
 #include "support/AllocationCount.h"
+#include "support/Files.h"
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
+#include "support/Pixels.h"
 #include "support/Soak.h"
 #include "support/Tap.h"
 #include "support/TestProgram.h"
@@ -10,7 +12,6 @@
 
 #include <ZelGL/ZelGL.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 
@@ -158,22 +159,20 @@ TEST_F(TextureManagerTest, AnImageHasOneTokenWhicheverWayItIsNamed)
 {
     const QString image = newImage("b.png");
     manager.setTextureRoot(path(""));
-    const TextureToken token = manager.tokenForImage("b.png", TextureFileInfo());
-    EXPECT_EQ(1u, token.token);
+    const TextureToken token = manager.tokenForImage("b.png", {});
     EXPECT_MESSAGES(creating(1, "b.png (full path: " + image + ")"));
     manager.deleteTexture(token);
     EXPECT_EQ(1u, manager.maxToken().token);
-    EXPECT_TRUE(token == manager.tokenForImage(image, TextureFileInfo())) << "it was never loaded";
+    EXPECT_TRUE(token == manager.tokenForImage(image, {})) << "it was never loaded";
     EXPECT_TRUE(token == manager.reserveToken());
-    manager.tokenForImage(newImage("a.png"), TextureFileInfo());
+    manager.tokenForImage(newImage("a.png"), {});
     EXPECT_EQ(QStringList({path("a.png"), image}), manager.textureFiles());
     _capture.take();
-
     Texture *texture = manager.textureForToken(token);
     EXPECT_MESSAGES(startsWith("debug Texture " + image + " loaded in "));
     ASSERT_NE(nullptr, texture);
     EXPECT_TRUE(texture->isReadOnly());
-    EXPECT_EQ(texture, manager.textureForImage(image, TextureFileInfo()));
+    EXPECT_EQ(texture, manager.textureForImage(image, {}));
     EXPECT_TRUE(token == manager.tokenForTexture(texture));
 }
 
@@ -181,13 +180,11 @@ TEST_F(TextureManagerTest, WhatIsMissingIsWhiteAndWhatDoesNotLoadIsTriedAgain)
 {
     const TextureToken white = manager.tokenForColor(QColor(Qt::white));
     for (const QString &missing : {QString(), QString("/no/such"), path("sub")}) {
-        EXPECT_TRUE(white == manager.tokenForImage(missing, TextureFileInfo()));
-        const QStringList told = {"warning [TextureManager.cpp:#] Cannot load " + missing};
-        EXPECT_EQ(told, _capture.takeTexts(QtWarningMsg));
+        EXPECT_TRUE(white == manager.tokenForImage(missing, {}));
+        EXPECT_EQ(QStringList("warning [TextureManager.cpp:#] Cannot load " + missing),
+                  _capture.takeTexts(QtWarningMsg));
     }
-
-    QFile(path("late.png")).open(QIODevice::WriteOnly);
-    const TextureToken token = manager.tokenForImage(path("late.png"), TextureFileInfo());
+    const TextureToken token = manager.tokenForImage(writeFile(path("late.png"), {}), {});
     EXPECT_EQ(manager.textureForToken(white), manager.textureForToken(token));
     _capture.take();
     newImage("late.png");
@@ -201,15 +198,14 @@ TEST_F(TextureManagerTest, ADeletedColourIsForgottenUnlessItIsTranslucent)
 {
     const QColor red(255, 0, 0);
     const QColor glass(1, 2, 3, 4);
-    EXPECT_EQ(1u, manager.tokenForColor(red).token);
-    EXPECT_EQ(2u, manager.tokenForColor(glass).token);
-    EXPECT_MESSAGES(creating(1, "255 0 0 255"), creating(2, "1 2 3 4"));
-    EXPECT_EQ(manager.textureForColor(glass), manager.textureForToken(2));
     manager.textureForColor(red);
+    const Texture *texture = manager.textureForColor(glass);
+    EXPECT_EQ(texture, manager.textureForToken(2));
+    EXPECT_MESSAGES(creating(1, "255 0 0 255"), creating(2, "1 2 3 4"));
     manager.deleteTexture(TextureToken(1));
     manager.deleteTexture(TextureToken(2));
     EXPECT_EQ(1u, manager.maxToken().token);
-    EXPECT_EQ(2u, manager.tokenForColor(glass).token) << "its number, which nobody holds any more";
+    EXPECT_EQ(2u, manager.tokenForColor(glass).token) << "its old number, which is free";
     EXPECT_MESSAGES();
     EXPECT_EQ(1u, manager.tokenForColor(red).token);
     EXPECT_MESSAGES(creating(1, "255 0 0 255"));
@@ -221,9 +217,9 @@ TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
     const TextureToken token = manager.tokenForTexture(texture);
     EXPECT_MESSAGES(creating(1, QString::asprintf("texture %p", static_cast<void *>(texture))));
     EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
-    const int alive = Texture::NumAlive();
+    const int others = Texture::NumAlive() - 1;
     manager.deleteTexture(texture);
-    EXPECT_EQ(alive - 1, Texture::NumAlive());
+    EXPECT_EQ(others, Texture::NumAlive());
     EXPECT_EQ(nullptr, manager.textureForToken(token));
     manager.deleteTexture(static_cast<Texture *>(nullptr));
     manager.deleteTexture(texture); // a number by now, which has no token
@@ -235,10 +231,10 @@ TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
     auto *foreign = new Texture(name, nullptr);
     foreign->setTarget(GL_TEXTURE_2D);
     manager.deleteTexture(manager.tokenForTexture(foreign));
-    EXPECT_EQ(name, foreign->textureID()) << "the wrapper is still there";
+    EXPECT_EQ(others + 1, Texture::NumAlive()) << "the wrapper is still there";
     manager.tokenForTexture(foreign);
     manager.clear();
-    EXPECT_EQ(alive - 1, Texture::NumAlive()) << "and gone when all is cleared";
+    EXPECT_EQ(others, Texture::NumAlive()) << "and gone when all is cleared";
     glDeleteTextures(1, &name);
     _capture.take();
 }
@@ -246,16 +242,15 @@ TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
 TEST_F(TextureManagerTest, ClearingNumbersFromTheBeginning)
 {
     manager.textureForColor(QColor(Qt::red));
-    manager.tokenForImage(newImage("a.png"), TextureFileInfo());
-    Texture *scratch = manager.tempTexture(RGBA, 4, 4, 1, 1);
-    manager.releaseTempTextureRef(scratch, 1);
+    manager.tokenForImage(newImage("a.png"), {});
+    manager.releaseTempTextureRef(manager.tempTexture(RGBA, 4, 4, 1, 1), 1);
     manager.clear();
     EXPECT_EQ(0, ledger().alive(GLLedger::eTexture));
     EXPECT_EQ(0u, manager.maxToken().token);
     EXPECT_TRUE(manager.textureFiles().isEmpty());
     EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
     EXPECT_EQ(nullptr, manager.textureForToken(nullTextureToken));
-    EXPECT_EQ(0u, manager.tokenForColor(QColor(Qt::white)).token) << "white went too, and is made anew";
+    EXPECT_EQ(0u, manager.tokenForColor(QColor(Qt::white)).token) << "white went too, and is made again";
     _capture.take();
 }
 
@@ -279,7 +274,7 @@ TEST_F(TextureManagerTest, ScratchTexturesComeFromThePoolAndFramebuffersGiveThem
     framebuffer.unbind();
     EXPECT_EQ(0, FramebufferObject::NumActiveFBOTextures());
     manager.printTempTextureSummary();
-    EXPECT_EQ(6, _capture.take().size()); // the pool's words
+    EXPECT_EQ(6, _capture.take().size()); // the lines of the pool
     manager.deleteUnusedTempTextures();
     EXPECT_EQ(0, ledger().alive(GLLedger::eTexture));
     TextureManager::setInstance(nullptr);
@@ -287,17 +282,14 @@ TEST_F(TextureManagerTest, ScratchTexturesComeFromThePoolAndFramebuffersGiveThem
 
 TEST_F(ManagerTest, TheProcessWideManagerIsBindlessWhereTheDriverIs)
 {
-    TextureManager *manager = TextureManager::Instance();
-    const bool bindless = BindlessTextureManager::isSupported();
-    const QVector<Message> messages = _capture.take();
-    EXPECT_EQ(bindless ? "debug BindlessTextureManager" : "debug SamplerTextureManager",
-              messages.first().toString());
-    EXPECT_EQ(bindless ? "BindlessTextureManager.glslc" : "SamplerTextureManager.glslc",
-              manager->getShaderFile());
+    const std::unique_ptr<TextureManager> manager(TextureManager::Instance());
+    const QString name =
+        BindlessTextureManager::isSupported() ? "BindlessTextureManager" : "SamplerTextureManager";
+    EXPECT_EQ("debug " + name, _capture.take().first().toString());
+    EXPECT_EQ(name + ".glslc", manager->getShaderFile());
     EXPECT_EQ(8, manager->getMaxSlots());
-    EXPECT_EQ(manager, TextureManager::Instance());
+    EXPECT_EQ(manager.get(), TextureManager::Instance());
     TextureManager::setInstance(nullptr);
-    delete manager;
 }
 
 namespace {
@@ -315,29 +307,7 @@ protected:
 };
 
 /// Managers that sample through units, with textures that can still change.
-class SamplerSlotsTest : public ManagerCallsTest
-{
-protected:
-    SamplerSlotsTest()
-    {
-        _upload.replace([this](GLint location, GLsizei count, const GLint *units) {
-            _units.assign(units, units + count);
-            _upload.original(location, count, units);
-        });
-    }
-
-    /// What the sampler array of a program gets; of GL's current one for null.
-    std::vector<GLint> unitsFor(ShaderProgram *program)
-    {
-        manager->bind(program);
-        manager->unbind(program);
-        return _units;
-    }
-
-private:
-    std::vector<GLint> _units;
-    Hook<&glUniform1iv> _upload;
-};
+using SamplerSlotsTest = ManagerCallsTest;
 
 INSTANTIATE_TEST_SUITE_P(Strategies, ManagerCallsTest, testing::ValuesIn(textureStrategies()),
                          nameOfStrategy);
@@ -351,7 +321,18 @@ INSTANTIATE_TEST_SUITE_P(Strategies, SamplerSlotsTest,
 TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
 {
     const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
-    std::vector<GLint> units = unitsFor(nullptr);
+    std::vector<GLint> units;
+    Hook<&glUniform1iv> upload;
+    upload.replace([&](GLint location, GLsizei count, const GLint *values) {
+        units.assign(values, values + count);
+        upload.original(location, count, values);
+    });
+    const auto unitsFor = [&](ShaderProgram *bound) {
+        manager->bind(bound);
+        manager->unbind(bound);
+        return units;
+    };
+    unitsFor(nullptr);
     EXPECT_EQ(std::vector<GLint>(8, units[0]), units) << "all of them the empty texture's";
 
     QVector<TextureToken> tokens;
@@ -367,41 +348,32 @@ TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
     expected[1] = unitOf(1);
     EXPECT_EQ(expected, unitsFor(program.get())) << "the last slot's unit fills the array up";
     manager->unbind(tokens.mid(0, 2));
-    units = unitsFor(program.get());
-    EXPECT_EQ(unitOf(1), units[1]) << "bound once more";
+    EXPECT_EQ(unitOf(1), unitsFor(program.get())[1]) << "bound once more";
     EXPECT_NE(unitOf(1), units[0]);
     manager->bind(tokens.mid(5, 1));
     EXPECT_EQ(unitOf(5), unitsFor(program.get())[0]) << "the free slot comes before a new one";
 
     manager->bind(tokens);
     EXPECT_EQ(8u, unitsFor(program.get()).size());
-    const bool sampler = GetParam().kind == TextureStrategy::eSampler;
     EXPECT_MESSAGES(
         QString("warning [%1TextureManager.cpp:#] Requesting 9 texture slots but only 8 available. "
                 "Rendering will be incorrect!")
-            .arg(sampler ? "Sampler" : "Bindless"));
+            .arg(GetParam().kind == TextureStrategy::eSampler ? "Sampler" : "Bindless"));
+    manager->bind(program.get());
+    manager->tokenForTexture(newTexture()); // for which the map is too short
+    manager->unbind(program.get());
     for (const QVector<TextureToken> &bound : {tokens, tokens.mid(1, 2), tokens.mid(5, 1)}) {
         manager->unbind(bound);
     }
-}
-
-TEST_P(SamplerSlotsTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
-{
-    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
-    manager->bind(program.get());
-    manager->tokenForTexture(newTexture());
-    manager->unbind(program.get());
     _capture.take();
-    // No unit is lost, and a texture that gets the old name is a new one.
-    Texture texture(nullptr);
+    Texture texture(nullptr); // gets the top unit, since none is lost
     texture.setTarget(GL_TEXTURE_2D);
-    EXPECT_FALSE(texture.isBound());
     ASSERT_TRUE(texture.bind());
     EXPECT_EQ(texture.maxTextureUnits() - 1, int(texture.unit()));
     texture.unbind();
 }
 
-TEST_F(ManagerTest, WithoutBindlessTexturesTheirManagerTellsAndDoesNothing)
+TEST_F(ManagerTest, WithoutBindlessTexturesTheirManagerReportsItAndDoesNothing)
 {
     if (BindlessTextureManager::isSupported()) {
         GTEST_SKIP() << "Needs a driver without GL_ARB_bindless_texture";
@@ -409,79 +381,55 @@ TEST_F(ManagerTest, WithoutBindlessTexturesTheirManagerTellsAndDoesNothing)
     BindlessTextureManager manager;
     EXPECT_MESSAGES(AssertionsOf("BindlessTextureManager.cpp")(
         "false", "No known bindless texture support detected. You should not be using this TextureManager"));
-    const TextureToken token = manager.tokenForColor(QColor(Qt::red));
-    manager.bind(QVector<TextureToken>{token});
-    manager.unbind(QVector<TextureToken>{token});
+    const QVector<TextureToken> tokens = {manager.tokenForColor(QColor(Qt::red))};
+    manager.bind(tokens);
+    manager.unbind(tokens);
     EXPECT_FALSE(Array2DTextureManager::isBindlessSupported());
 }
 
-namespace {
-
-class BindlessManagerTest : public ManagerTest
+TEST_F(ManagerTest, HandlesAreTheTokensOfWhatDoesNotChangeAndResidentWhileTheyAreBound)
 {
-protected:
-    void SetUp() override
-    {
-        if (!BindlessTextureManager::isSupported()) {
-            GTEST_SKIP() << "Needs GL_ARB_bindless_texture";
-        }
-        manager = std::make_unique<BindlessTextureManager>();
+    if (!BindlessTextureManager::isSupported()) {
+        GTEST_SKIP() << "Needs GL_ARB_bindless_texture";
     }
-
-    static bool isResident(const TextureToken &token)
-    {
-        const auto ask = reinterpret_cast<PFNGLISTEXTUREHANDLERESIDENTARBPROC>(
-            getGLProcAddress("glIsTextureHandleResidentARB", false));
-        return ask(token.token) != GL_FALSE;
-    }
-
-    std::unique_ptr<BindlessTextureManager> manager;
-};
-
-} // namespace
-
-TEST_F(BindlessManagerTest, HandlesAreTheTokensOfWhatDoesNotChange)
-{
-    EXPECT_FALSE(manager->isBindlessToken(nullTextureToken));
-    EXPECT_TRUE(nullTextureToken == manager->tokenForTexture(nullptr));
+    BindlessTextureManager manager;
+    EXPECT_FALSE(manager.isBindlessToken(nullTextureToken));
+    EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
     Texture *fixed = newTexture();
     fixed->setReadOnly();
-    const TextureToken handle = manager->tokenForTexture(fixed);
-    EXPECT_TRUE(manager->isBindlessToken(handle));
-    EXPECT_TRUE(handle == manager->tokenForTexture(fixed));
-    const TextureToken writable = manager->tokenForTexture(newTexture());
+    const TextureToken handle = manager.tokenForTexture(fixed);
+    EXPECT_TRUE(manager.isBindlessToken(handle));
+    EXPECT_TRUE(handle == manager.tokenForTexture(fixed));
+    const TextureToken writable = manager.tokenForTexture(newTexture());
     EXPECT_EQ(Q_UINT64_C(0xFFFFFFFF00000000), writable.token);
-    EXPECT_EQ(1u, manager->maxToken().token);
+    EXPECT_EQ(1u, manager.maxToken().token);
 
     const QString image = newImage("a.png");
-    const TextureToken loaded = manager->tokenForImage(image, TextureFileInfo());
-    EXPECT_TRUE(manager->isBindlessToken(loaded));
-    EXPECT_TRUE(loaded == manager->tokenForImage(image, TextureFileInfo()));
-    EXPECT_TRUE(manager->textureForImage(image, TextureFileInfo())->isReadOnly());
-    EXPECT_TRUE(manager->isBindlessToken(manager->tokenForColor(QColor(1, 2, 3, 4))));
-    EXPECT_EQ(QStringList(image), manager->textureFiles());
-    EXPECT_TRUE(manager->tokenForColor(QColor(Qt::white))
-                == manager->tokenForImage("/no/such", TextureFileInfo()));
+    const TextureToken loaded = manager.tokenForImage(image, {});
+    EXPECT_TRUE(manager.isBindlessToken(loaded));
+    EXPECT_TRUE(loaded == manager.tokenForImage(image, {}));
+    EXPECT_TRUE(manager.textureForImage(image, {})->isReadOnly());
+    EXPECT_TRUE(manager.isBindlessToken(manager.tokenForColor(QColor(1, 2, 3, 4))));
+    EXPECT_EQ(QStringList(image), manager.textureFiles());
+    EXPECT_TRUE(manager.tokenForColor(QColor(Qt::white)) == manager.tokenForImage("/no/such", {}));
     EXPECT_MESSAGES(startsWith("debug Texture " + image + " loaded in "),
                     "debug Failed to find file /no/such",
                     "warning [TextureIO.cpp:#] File /no/such not found");
 
-    manager->deleteTexture(writable);
-    EXPECT_EQ(0u, manager->maxToken().token);
-    manager->deleteTexture(handle); // was never counted
-    manager->clear();
-    EXPECT_EQ(0, ledger().alive(GLLedger::eTexture)) << "white too, which clearing makes first";
-}
+    const auto isResident = reinterpret_cast<PFNGLISTEXTUREHANDLERESIDENTARBPROC>(
+        getGLProcAddress("glIsTextureHandleResidentARB", false));
+    EXPECT_EQ(GL_FALSE, isResident(loaded.token));
+    manager.bind(QVector<TextureToken>{loaded, TextureToken(), TextureToken(77)});
+    EXPECT_EQ(GL_TRUE, isResident(loaded.token));
+    manager.bind(QVector<TextureToken>{loaded});
+    manager.unbind(QVector<TextureToken>{loaded});
+    EXPECT_EQ(GL_FALSE, isResident(loaded.token)) << "binds are not counted";
 
-TEST_F(BindlessManagerTest, HandlesAreResidentWhileTheyAreBound)
-{
-    const TextureToken token = manager->tokenForColor(QColor(Qt::red));
-    EXPECT_FALSE(isResident(token));
-    manager->bind(QVector<TextureToken>{token, TextureToken(), TextureToken(77)});
-    EXPECT_TRUE(isResident(token));
-    manager->bind(QVector<TextureToken>{token});
-    manager->unbind(QVector<TextureToken>{token});
-    EXPECT_FALSE(isResident(token)) << "nobody counts";
+    manager.deleteTexture(writable);
+    EXPECT_EQ(0u, manager.maxToken().token);
+    manager.deleteTexture(handle); // was never counted
+    manager.clear();
+    EXPECT_EQ(0, ledger().alive(GLLedger::eTexture)) << "white too, which clearing makes first";
 }
 
 namespace {
@@ -496,35 +444,28 @@ protected:
 
 } // namespace
 
-TEST_F(ArrayManagerTest, ExplicitAccessIsAskedOfTheShader)
+TEST_F(ArrayManagerTest, NothingToBindMakesNoSlotsAndMisuseIsReported)
 {
     GLSLMacroProcessor processor;
     manager.setUseExplicitlyArrayAccessInGLSL(true);
     manager.setup(nullptr);
     manager.setup(&processor);
-    const QString defines = GLSLMacroProcessor::processDefines(&processor);
-    EXPECT_TRUE(defines.startsWith("#define TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS 1\n"))
-        << qPrintable(defines);
-}
-
-TEST_F(ArrayManagerTest, NothingToBindMakesNoSlots)
-{
-    Tap<&glGenTextures> made;
-    manager.bind(QVector<TextureToken>());
-    manager.bind(QList<TextureToken>());
-    manager.bind(QSet<TextureToken>());
-    EXPECT_EQ(0u, made.count());
-}
-
-TEST_F(ArrayManagerTest, MisuseIsTold)
-{
+    EXPECT_TRUE(GLSLMacroProcessor::processDefines(&processor)
+                    .startsWith("#define TEXTURE_ARRAY_ARRAY2D_EXPLICIT_ARRAY_ACCESS 1\n"));
+    {
+        const Tap<&glGenTextures> made;
+        manager.bind(QVector<TextureToken>());
+        manager.bind(QList<TextureToken>());
+        manager.bind(QSet<TextureToken>());
+        EXPECT_EQ(0u, made.count());
+    }
     manager.bind(QList<TextureToken>{nullTextureToken, TextureToken(5)});
     EXPECT_MESSAGES(arrayAsserted("token.token < quint64(_textureTokenToSlotLayerData.size())",
                                   "Token 5 is not in array 1."));
 
-    auto *flat = new Texture(nullptr);
-    flat->setTarget(GL_TEXTURE_3D);
-    const TextureToken token = manager.tokenForTexture(flat);
+    auto *volume = new Texture(nullptr);
+    volume->setTarget(GL_TEXTURE_3D);
+    const TextureToken token = manager.tokenForTexture(volume);
     _capture.take();
     manager.bind(QVector<TextureToken>{token});
     const QString target =
@@ -544,30 +485,9 @@ TEST_F(ArrayManagerTest, MisuseIsTold)
         "warning [Array2DTextureManager.cpp:#] Unsupported slot reallocation method request 7 ignored!");
     manager.bind(); // without a program
     manager.unbind();
-    EXPECT_FALSE(manager.moveSlotLayers(0, 100));
-    EXPECT_FALSE(manager.findSlotLayer(SlotFormat(), 1).isValid());
     manager.textureTokenIssued(nullTextureToken); // leaves the table as it is
     manager.bind(QVector<TextureToken>{set});
     EXPECT_MESSAGES();
-}
-
-TEST_F(ArrayManagerTest, ATextureWithoutASizeIsToldAndStaysPending)
-{
-    Texture *texture = newTexture(4, 4);
-    const TextureToken token = manager.tokenForTexture(texture);
-    manager.bind(QVector<TextureToken>{token});
-    for (const int side : {0, 4}) {
-        texture->bind();
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, side, side, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-        texture->unbind();
-        _capture.take();
-        const QString ignored = QString::asprintf("warning [Array2DTextureManager.cpp:#] %p Ignoring texture "
-                                                  "of size (0x0), not blitted into array2D",
-                                                  static_cast<void *>(&manager));
-        manager.updateSlots();
-        manager.updateSlots();
-        EXPECT_EQ(side == 0 ? QStringList({ignored, ignored}) : QStringList(), _capture.takeTexts());
-    }
 }
 
 TEST_F(ArrayManagerTest, ClearingAbandonsTheSlots)
@@ -590,15 +510,21 @@ TEST_F(ArrayManagerTest, ClearingAbandonsTheSlots)
     _capture.take();
 }
 
-TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)
+TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevelAndTheFramebufferStaysBound)
 {
     QVector<TextureToken> tokens;
+    Texture *texture = nullptr;
     for (int i = 0; i < 3; ++i) {
-        tokens += manager.tokenForTexture(newTexture(8, 2));
+        texture = newTexture(8, 2);
+        tokens += manager.tokenForTexture(texture);
     }
     manager.bind(tokens);
     Tap<&glTexImage3D> storage;
+    FramebufferObject framebuffer(nullptr);
+    framebuffer.bind();
     manager.updateSlots();
+    EXPECT_EQ(GLint(framebuffer.getFBO()), integerOf(GL_DRAW_FRAMEBUFFER_BINDING));
+    framebuffer.unbind();
     ASSERT_EQ(3u * 2u, storage.count()) << "8x2 and 4x1";
     const auto call = [](int level, int width, int height) {
         return std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), level, GL_RGBA8, width, height, 3, 0,
@@ -609,6 +535,19 @@ TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevel)
     manager.updateSlots();
     EXPECT_EQ(6u, storage.count());
     _capture.take();
+
+    const QString ignored = QString::asprintf("warning [Array2DTextureManager.cpp:#] %p Ignoring texture "
+                                              "of size (0x0), not blitted into array2D",
+                                              static_cast<void *>(&manager));
+    manager.textureTokenIssued(tokens.last()); // its pixels are to be copied again
+    for (const int side : {0, 4}) {
+        texture->bind();
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, side, side, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+        texture->unbind();
+        manager.updateSlots();
+        manager.updateSlots();
+        EXPECT_EQ(side == 0 ? QStringList({ignored, ignored}) : QStringList(), _capture.takeTexts());
+    }
 }
 
 TEST_P(ManagerCallsTest, WhatIsInPlaceCostsNoLookUpNoUploadAndNoMemory)
@@ -628,15 +567,15 @@ TEST_P(ManagerCallsTest, WhatIsInPlaceCostsNoLookUpNoUploadAndNoMemory)
         manager->unbind(unbound);
     };
     round();
-    Taps<&glGetUniformLocation, &glTexImage1D, &glTexImage2D, &glTexImage3D, &glGenFramebuffers> calls;
+    const Taps<&glGetUniformLocation, &glTexImage1D, &glTexImage2D, &glTexImage3D, &glGenFramebuffers> calls;
     round();
     EXPECT_EQ(0u, calls.count());
     if (GetParam().kind == TextureStrategy::eArray) {
-        Taps<&glActiveTexture, &glGetTexParameteriv> ways;
+        const Taps<&glActiveTexture, &glGetTexParameteriv> queries;
         const AllocationCount allocations;
         manager->bind(tokens);
         EXPECT_EQ(0u, allocations.taken());
-        EXPECT_EQ(0u, ways.count());
+        EXPECT_EQ(0u, queries.count());
     }
     _capture.take();
 }
@@ -646,16 +585,13 @@ TEST_P(ManagerCallsTest, TokensThatComeAndGoLeaveNothingBehind)
     const quint64 before = manager->maxToken().token;
     quint64 color = 0;
     EXPECT_TRUE(soak(100000, [&] {
-        const QColor next(QRgb(0xFF000000u | (++color & 0xFFFFFFu)));
-        const TextureToken token = manager->tokenForColor(next);
+        const TextureToken token = manager->tokenForColor(QColor(QRgb(0xFF000000u | ++color)));
         manager->bind(QVector<TextureToken>{token});
         manager->unbind(QVector<TextureToken>{token});
         manager->deleteTexture(token);
         _capture.take();
         if (color % 500 == 0) { // drivers give back what they have finished with
-            GLubyte pixel[4];
-            glClear(GL_COLOR_BUFFER_BIT);
-            glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+            Pixels::ofFramebuffer(0, 0, 1, 1);
         }
     }));
     EXPECT_EQ(before, manager->maxToken().token);

@@ -1,5 +1,4 @@
-// Where textures find their place among the slots of the array manager: the arithmetic of one slot, and random placements
-// against a model that only knows which layers are taken.
+// Where textures find their places among the slots of the array manager.
 
 #include "support/FakeLimits.h"
 #include "support/GLFixture.h"
@@ -15,11 +14,6 @@
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <map>
-#include <numeric>
-#include <random>
 
 using namespace Orvane::Zel;
 
@@ -110,255 +104,73 @@ TEST_F(TextureSlotTest, HostsFindSlotsBySizeAndFormat)
 
 namespace {
 
-/// Slots that only know which of their layers are taken.
-struct PlacementModel
-{
-    struct Format
-    {
-        int width = 0;
-        int height = 0;
-        GLenum internalFormat = 0; ///< 0 for an unused slot
-        bool odd = false;          ///< sampled in another way
-
-        bool operator==(const Format &other) const
-        {
-            return isAlike(other) && internalFormat == other.internalFormat && width == other.width
-                   && height == other.height;
-        }
-
-        bool isAlike(const Format &other) const
-        {
-            return odd == other.odd && (internalFormat == GL_RG8) == (other.internalFormat == GL_RG8);
-        }
-    };
-
-    struct Slot
-    {
-        Format format;
-        std::vector<bool> taken;
-        int allocated = 0;
-    };
-
-    struct Token
-    {
-        Format format;
-        int layers;
-        int slot = -1;
-        int layer = 0;
-    };
-
-    void place(Token &token)
-    {
-        for (const Format &wanted : {token.format, Format()}) { // the same format, else an unused slot
-            for (size_t i = 0; i < slotList.size(); ++i) {
-                if (slotList[i].format == wanted) {
-                    slotList[i].format = token.format;
-                    if (take(token, int(i))) {
-                        return;
-                    }
-                }
-            }
-        }
-        const int similar = bestSimilar(token.format);
-        if (similar >= 0 && take(token, similar)) {
-            ++often["scaled"];
-            reportResize(token.format, slotList[size_t(similar)].format);
-        } else if (!merge(token)) {
-            ++often["refused"];
-            messages += "refused";
-        }
-    }
-
-    void free(Token &token)
-    {
-        std::vector<bool> &taken = slotList[size_t(token.slot)].taken;
-        std::fill_n(taken.begin() + token.layer, token.layers, false);
-        while (!taken.empty() && !taken.back()) {
-            taken.pop_back();
-        }
-        token.slot = -1;
-        token.layer = 0;
-    }
-
-    /// The first gap that is long enough, else the end; a slot's last layer stays unused.
-    bool take(Token &token, int slot)
-    {
-        std::vector<bool> &taken = slotList[size_t(slot)].taken;
-        const auto gap = std::search_n(taken.begin(), taken.end(), token.layers, false);
-        const size_t end = size_t(gap - taken.begin() + token.layers);
-        if (gap == taken.end() && end >= 64) {
-            return false;
-        }
-        token.slot = slot;
-        token.layer = int(gap - taken.begin());
-        taken.resize(std::max(taken.size(), end));
-        std::fill_n(taken.begin() + token.layer, token.layers, true);
-        return true;
-    }
-
-    int bestSimilar(const Format &format) const
-    {
-        int best = -1;
-        quint32 bestScore = 0xFFFFFFFFu;
-        for (size_t i = 0; i < slotList.size(); ++i) {
-            const Format &slot = slotList[i].format;
-            const Format &large = upscale ? slot : format;
-            const Format &small = upscale ? format : slot;
-            const quint32 score = quint32(slot.width + slot.height - format.width - format.height);
-            if (slot.isAlike(format) && slot.width != 0 && large.width % small.width == 0
-                && large.height % small.height == 0 && score < bestScore) {
-                best = int(i);
-                bestScore = score;
-            }
-        }
-        return best;
-    }
-
-    /// All pairs of similar slots, the smaller ones first; of equal ones the later.
-    bool merge(Token &token)
-    {
-        std::vector<size_t> order(slotList.size());
-        std::iota(order.begin(), order.end(), 0);
-        std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-            return slotList[a].format.width * slotList[a].format.height
-                   > slotList[b].format.width * slotList[b].format.height;
-        });
-        for (size_t smaller = order.size(); smaller-- > 0;) {
-            const Format wanted = slotList[order[smaller]].format;
-            for (size_t larger = smaller; larger-- > 0;) {
-                Slot &from = slotList[order[upscale ? smaller : larger]];
-                Slot &to = slotList[order[upscale ? larger : smaller]];
-                if (slotList[order[larger]].format.isAlike(wanted) && move(from, to)) {
-                    reportResize(from.format, to.format);
-                    from = {token.format, {}, 0};
-                    if (take(token, int(&from - slotList.data()))) {
-                        ++often["merged"];
-                        return true;
-                    }
-                }
-            }
-        }
-        return false;
-    }
-
-    bool move(const Slot &from, const Slot &to)
-    {
-        for (Token &token : tokens) {
-            Token moved = token;
-            if (token.slot == &from - slotList.data()) {
-                if (!take(moved, int(&to - slotList.data()))) {
-                    ++often["broken off"];
-                    return false;
-                }
-                free(token);
-                token = moved;
-            }
-        }
-        return true;
-    }
-
-    void reportResize(const Format &from, const Format &to)
-    {
-        messages +=
-            QString("(%1x%2) -> (%3x%4)").arg(from.width).arg(from.height).arg(to.width).arg(to.height);
-    }
-
-    /// As dumpSlots() has it, without the sampling.
-    QString dump() const
-    {
-        QString text;
-        for (const Slot &slot : slotList) {
-            const Format &format = slot.format;
-            text += QString::asprintf(" %2d {", int(&slot - slotList.data()));
-            text += format == Format()
-                        ? "UNUSED} \n"
-                        : QString::asprintf("(%4dx%4d) 0x%04X,%2d:%2d<64} \n", format.width, format.height,
-                                            format.internalFormat, int(slot.taken.size()), slot.allocated);
-        }
-        return text;
-    }
-
-    bool upscale;
-    std::vector<Slot> slotList;
-    std::vector<Token> tokens = {};
-    QStringList messages = {};
-    std::map<std::string, int> often = {}; ///< counts of what is rare
-};
-
-/// Random textures in a manager and in the model.
 class TexturePlacementTest : public TextureSlotTest
 {
 protected:
-    int random(int below) { return int(_engine() % unsigned(below)); }
-
-    /// A texture of a random size and format; every eighth one is odd, in the field of this number.
-    PlacementModel::Token addTexture(Array2DTextureManager &manager, int oddField)
+    /// An array texture of a size, of layers after '*', and of a letter for another format or sampling: "8x4*3g".
+    static Texture *newTexture(const QString &text)
     {
-        const std::array<GLint, 2> rows[] = {{GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE},
-                                             {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE},
-                                             {GL_TEXTURE_MAG_FILTER, GL_LINEAR},
-                                             {GL_TEXTURE_MIN_FILTER, GL_LINEAR},
-                                             {GL_TEXTURE_LOD_BIAS, 1},
-                                             {GL_TEXTURE_MAX_ANISOTROPY, 2}};
-        const auto &[name, value] = rows[oddField];
-        const GLenum formats[] = {GL_RGBA8, GL_SRGB8_ALPHA8, GL_RG8};
-        const PlacementModel::Format format = {4 + 4 * random(4), 4 + 4 * random(2), formats[random(3)],
-                                               random(8) == 0};
-        const int layers = random(2) != 0 ? 1 : 2 + random(5);
+        struct Variant
+        {
+            char letter;
+            GLenum internalFormat;
+            GLenum parameter;
+            GLint value;
+        };
+        static const Variant variants[] = {{'s', GL_SRGB8_ALPHA8, 0, 0},
+                                           {'g', GL_RG8, 0, 0},
+                                           {'a', GL_RGBA8, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE},
+                                           {'b', GL_RGBA8, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE},
+                                           {'c', GL_RGBA8, GL_TEXTURE_MAG_FILTER, GL_LINEAR},
+                                           {'d', GL_RGBA8, GL_TEXTURE_MIN_FILTER, GL_LINEAR},
+                                           {'e', GL_RGBA8, GL_TEXTURE_LOD_BIAS, 1},
+                                           {'f', GL_RGBA8, GL_TEXTURE_MAX_ANISOTROPY, 2}};
+        const auto match = QRegularExpression("^(\\d+)x(\\d+)\\*?(\\d*)([a-z]?)$").match(text);
+        EXPECT_TRUE(match.hasMatch()) << qPrintable(text);
+        Variant variant = {'\0', GL_RGBA8, 0, 0};
+        for (const Variant &other : variants) {
+            variant = match.captured(4) == QChar(other.letter) ? other : variant;
+        }
         auto *texture = new Texture(nullptr);
-        texture->create3D(GL_TEXTURE_2D_ARRAY, format.internalFormat, format.width, format.height, layers);
-        if (format.odd) {
+        texture->create3D(GL_TEXTURE_2D_ARRAY, variant.internalFormat, match.captured(1).toInt(),
+                          match.captured(2).toInt(), std::max(match.captured(3).toInt(), 1));
+        if (variant.parameter != 0) {
             const AutoBinder binder(texture);
-            glTexParameteri(GL_TEXTURE_2D_ARRAY, GLenum(name), value);
+            glTexParameteri(GL_TEXTURE_2D_ARRAY, variant.parameter, variant.value);
         }
-        manager.tokenForTexture(texture);
-        return {format, layers};
+        return texture;
     }
 
-    /// The dump and the messages of the manager, as the model has them.
-    std::pair<QString, QStringList> observed(const Array2DTextureManager &manager)
+    /// The slot and the first layer of each token after white, then the size and the used layers of each slot.
+    QString placesIn(Array2DTextureManager &manager)
     {
-        QStringList messages = _capture.takeTexts();
-        for (QString &message : messages) {
-            message = message.contains("Failed to find slot or layer") ? "refused"
-                                                                       : message.mid(message.indexOf('('));
-        }
-        manager.dumpSlots();
-        QString dump = _capture.takeTexts().join('|');
-        return {dump.mid(dump.indexOf('\n') + 1).remove(QRegularExpression(" C:[^,]*")), messages};
-    }
-
-    /// Makes the storage and compares the slot map with the model.
-    void compareMaps(Array2DTextureManager &manager, PlacementModel &model)
-    {
+        QString places;
         Hook<&glTexImage1D> upload;
-        std::vector<SlotLayerData> map;
         upload.replace([&](auto, auto, auto, GLsizei width, auto, auto, auto, const void *data) {
-            map.resize(size_t(width) / 2);
-            std::memcpy(map.data(), data, map.size() * sizeof(SlotLayerData));
+            const auto *map = static_cast<const SlotLayerData *>(data);
+            for (int i = 1; i < width / 2; ++i) {
+                places += map[i].isValid() ? QString("%1.%2 ").arg(map[i].slot).arg(map[i].layer) : "- ";
+            }
         });
         _program->bind();
         manager.bind(_program.get());
         manager.unbind(_program.get());
         _program->unbind();
-        for (PlacementModel::Slot &slot : model.slotList) {
-            slot.allocated = std::max(slot.allocated, int(slot.taken.size()));
+        _capture.take();
+        manager.dumpSlots();
+        const QString dump = _capture.takeTexts().join("");
+        auto it =
+            QRegularExpression("(UNUSED)|(\\d+)x *(\\d+)\\) .*,( ?\\d+):( ?\\d+)<64}").globalMatch(dump);
+        while (it.hasNext()) {
+            const QStringList texts = it.next().capturedTexts();
+            places +=
+                texts[1].isEmpty() ? QString("|%1x%2:%3").arg(texts[2], texts[3], texts[4].trimmed()) : "|";
+            EXPECT_EQ(texts.value(4).toInt(), texts.value(5).toInt()) << "storage for what is used, no more";
         }
-        ASSERT_EQ(model.tokens.size() + 1, map.size()); // the first is white
-        std::map<int, quint64> handles;
-        for (size_t i = 0; i < model.tokens.size(); ++i) {
-            const auto &[format, layers, slot, layer] = model.tokens[i];
-            EXPECT_EQ(slot, int(map[i + 1].slot)) << i;
-            EXPECT_EQ(layer, int(map[i + 1].layer)) << i;
-            const quint64 handle =
-                quint64(map[i + 1].bindlessHandleHigh) << 32 | map[i + 1].bindlessHandleLow;
-            EXPECT_EQ(slot >= 0 && Array2DTextureManager::isBindlessSupported(), handle != 0);
-            EXPECT_EQ(handle, handles.emplace(slot, handle).first->second) << "one for each slot";
-        }
+        return places;
     }
 
 private:
-    std::mt19937 _engine{30};
     std::unique_ptr<ShaderProgram> _program =
         makeProgram(kAtOrigin, "#version 150\nuniform isampler1D u_TextureTokenManagedTextureSlotMapSample;\n"
                                "out ivec4 map;\nvoid main() {\n"
@@ -367,46 +179,73 @@ private:
 
 } // namespace
 
-TEST_F(TexturePlacementTest, RandomPlacementsFollowTheModelStepByStep)
+TEST_F(TexturePlacementTest, TexturesFindTheirPlacesInOrderOfPreference)
 {
+    struct Row
+    {
+        const char *name;
+        bool upscale;
+        int slotCount;
+        /// Textures, which are placed at once; a negative number revokes a token, a positive one binds it again.
+        const char *steps;
+        const char *places;
+    };
+    const Row rows[] = {
+        {"the first gap that is long enough", false, 1, "4x4 4x4*3 4x4*2 4x4 -2 4x4*2 4x4*2 4x4",
+         "0.0 - 0.4 0.6 0.1 0.7 0.3 |4x4:9"},
+        {"gaps that are apart", false, 1, "4x4 4x4 4x4 4x4 -1 -3 4x4*2 4x4 -4", "- 0.1 - - 0.4 0.0 |4x4:6"},
+        {"free layers at the end are not used", false, 2, "4x4 4x4*2 4x4 -2 -3 8x8 8x8 -4 -5",
+         "0.0 - - - - |4x4:1|8x8:0"},
+        {"the last layer stays unused", false, 1, "4x4*60 4x4*3 4x4", "0.0 0.60 - |4x4:63"},
+        {"too many layers still take the format", false, 2, "4x4*64 4x4", "- 0.0 |4x4:1|4x4:0"},
+        {"the format, an unused slot, then another size", true, 3, "8x8 4x4 8x8 4x4 32x16 2x2 16x2 32x16",
+         "0.0 1.0 0.1 1.1 2.0 1.2 2.1 2.2 |8x8:2|4x4:3|32x16:3"},
+        {"down to the smallest", false, 3, "8x8 4x4 16x16 32x32 8x4 12x16",
+         "0.0 1.0 2.0 1.1 1.2 1.3 |8x8:1|4x4:4|16x16:1"},
+        {"multiples of the width", true, 2, "12x4 16x4 8x4 4x4", "0.0 1.0 1.1 0.1 |12x4:2|16x4:2"},
+        {"multiples of the height", true, 2, "4x12 4x16 4x8 4x4", "0.0 1.0 1.1 0.1 |4x12:2|4x16:2"},
+        {"divisors of the width", false, 2, "8x4 6x4 12x4", "0.0 1.0 1.1 |8x4:1|6x4:2"},
+        {"divisors of the height", false, 2, "4x8 4x6 4x12", "0.0 1.0 1.1 |4x8:1|4x6:2"},
+        {"up: the smallest two merge in the larger one", true, 4, "32x32 4x4 16x16 8x8 64x64 8x8 4x4",
+         "0.0 3.1 2.0 3.0 1.0 3.2 3.3 |32x32:1|64x64:1|16x16:1|8x8:4"},
+        {"down: in the smaller one", false, 4, "32x32 16x16 64x64 8x8 4x4 16x16",
+         "0.0 3.1 2.0 3.0 1.0 1.1 |32x32:1|4x4:2|64x64:1|8x8:2"},
+        {"the later of equal areas", true, 3, "4x16 8x8 16x4 3x3", "0.0 1.0 1.1 2.0 |4x16:1|8x8:2|3x3:1"},
+        {"the later of equal areas, down", false, 3, "4x16 8x8 16x4 3x3",
+         "0.0 2.1 2.0 1.0 |4x16:1|3x3:1|16x4:2"},
+        {"what is moved stays when the target is full", true, 2, "8x8*50 4x4*10 4x4*10 16x16 4x4*10 4",
+         "0.0 0.50 1.10 - 1.0 |8x8:60|4x4:20"},
+        {"then the rest goes to the next target", true, 3, "8x8*45 4x4*10 4x4*10 6x6*50 16x16 4x4",
+         "0.0 2.50 0.45 2.0 1.0 0.55 |8x8:56|16x16:1|6x6:60"},
+        {"a freed slot that is too small", true, 2, "8x8 4x4 16x16*64 16x16", "0.0 0.1 - 1.0 |8x8:2|16x16:1"},
+        {"slots of one format do not merge with others", false, 3, "8x8g 16x16 8x8a 4x4 4x4g",
+         "0.0 1.0 2.0 - - |8x8:1|16x16:1|8x8:1"},
+        {"exact formats", true, 3, "4x4 4x4s 4x4g 2x2s 4x4s", "0.0 1.0 2.0 0.1 1.1 |4x4:2|4x4:2|4x4:1"},
+        {"similar formats", true, 1, "4x4 4x4s 4x4g -1 3", "- 0.1 - |4x4:2"},
+        {"sampling", true, 6, "4x4 4x4a 4x4b 4x4c 4x4d 4x4e 4x4",
+         "0.0 1.0 2.0 3.0 4.0 5.0 0.1 |4x4:2|4x4:1|4x4:1|4x4:1|4x4:1|4x4:1"},
+        {"sampling is never changed", true, 1, "4x4 2x2a 2x2b 2x2c 2x2d 2x2e", "0.0 - - - - - |4x4:1"},
+        {"anisotropy", true, 2, "4x4 4x4f 2x2f 2x2", "0.0 1.0 1.1 0.1 |4x4:2|4x4:2"},
+    };
     HelperTextures helpers;
-    std::map<std::string, int> often;
-    for (int round = 0; round < 24 && !HasFailure(); ++round) {
+    const bool anisotropic = hasGLExtension("GL_EXT_texture_filter_anisotropic");
+    for (const auto &[name, upscale, slotCount, steps, places] : rows) {
+        if (!anisotropic && QString(steps).contains('f')) {
+            continue; // the driver cannot tell these apart
+        }
         Array2DTextureManager manager;
-        PlacementModel model{round % 2 == 0, std::vector<PlacementModel::Slot>(size_t(3 + round % 4))};
-        manager.setMaxSlots(int(model.slotList.size()));
-        manager.setSlotReallocationMethod(model.upscale ? kUpscale : kDownscale);
-        if (Array2DTextureManager::isBindlessSupported()) {
-            manager.setBindMode(Array2DTextureManager::BindModeBindless);
-        }
-        std::generate_n(std::back_inserter(model.tokens), 150,
-                        [&] { return addTexture(manager, round / 4); });
-        _capture.take();
-        for (int step = 1; step <= 3000 && !HasFailure(); ++step) {
-            const int i = random(int(model.tokens.size()));
-            PlacementModel::Token &token = model.tokens[size_t(i)];
-            const TextureToken number(quint64(i) + 1);
-            if (token.slot < 0) {
-                manager.bind(QVector<TextureToken>{number});
-                model.place(token);
+        manager.setMaxSlots(slotCount);
+        manager.setSlotReallocationMethod(upscale ? kUpscale : kDownscale);
+        for (const QString &step : QString(steps).split(' ')) {
+            const int number = step.toInt();
+            if (number < 0) {
+                manager.textureTokenRevoked(TextureToken(quint64(-number)));
             } else {
-                random(2) != 0 ? manager.textureTokenRevoked(number)
-                               : manager.dirty(manager.textureForToken(number));
-                model.free(token);
-            }
-            ASSERT_EQ(std::pair(model.dump(), std::exchange(model.messages, {})), observed(manager))
-                << "step " << step;
-            if (step % 300 == 0) {
-                compareMaps(manager, model);
+                manager.bind(QVector<TextureToken>{number > 0 ? TextureToken(quint64(number))
+                                                              : manager.tokenForTexture(newTexture(step))});
             }
         }
-        for (const auto &[event, count] : model.often) {
-            often[event] += count;
-        }
+        EXPECT_EQ(places, placesIn(manager)) << name;
     }
     helpers.deleteAll();
-    EXPECT_EQ(4u, often.size());
-    for (const auto &[event, count] : often) {
-        EXPECT_LT(100, count) << event;
-    }
 }

@@ -74,7 +74,7 @@ GLenum internalFormat(unsigned char blockWidth, unsigned char blockHeight, bool 
 }
 
 /// Replaces a size above the limit with one that every driver refuses: some drivers fail on the size itself; see
-/// ASTCReaderTest.SizesThatNoTextureHasAreRefusedByEveryDriver.
+/// ASTCReaderTest.WhatGLRefusesIsLeftToItsDebugOutput.
 GLsizei sizeForGL(quint32 size)
 {
     return size <= longestTextureSide() ? static_cast<GLsizei>(size) : -1;
