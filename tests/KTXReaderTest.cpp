@@ -20,23 +20,19 @@ using Reader = ReaderUnderTest<KTXRecogniser>;
 using KTXReaderTest = GLTest;
 using KTXHeaderTest = MessageTest;
 
-const QString kGenerating =
-    "warning Generating Mipmaps. For increased loading performance, include these in the .ktx file.";
-
 std::unique_ptr<Texture> load(const KtxFile &file)
 {
     return Reader(file.bytes()).load(asInFile());
 }
 
-/// Compares a level, a slice or a line of a texture of bytes with its rows.
+/// Compares a level, a slice or a face of a texture with its bytes, in rows of whole words.
 testing::AssertionResult holds(const Texture &texture, int level, int layer, int width, int height,
-                               const QByteArray &bytes, int channels = 4, int rowSize = 0)
+                               const QByteArray &bytes, int channels = 4)
 {
     const Pixels expected = Pixels::of(width, height, [&](int x, int y) {
         QVector4D texel(0.0f, 0.0f, 0.0f, 1.0f);
         for (int i = 0; i < channels; ++i) {
-            const int row = y * (rowSize != 0 ? rowSize : width * channels);
-            texel[i] = float(uchar(bytes[row + x * channels + i])) / 255.0f;
+            texel[i] = float(uchar(bytes[y * ((width * channels + 3) & ~3) + x * channels + i])) / 255.0f;
         }
         return texel;
     });
@@ -57,18 +53,14 @@ QString failure(const char *kind = "Texture", const char *name = "image")
 
 } // namespace
 
-TEST_F(KTXHeaderTest, TheAnswersFollowFromTheFieldsOfTheHeader)
+TEST_F(KTXHeaderTest, TheResultsFollowFromTheFieldsOfTheHeader)
 {
-    const auto shape = [](quint32 width, quint32 height, quint32 depth) {
-        const Reader reader(KtxFile::of(width, height, depth).bytes());
-        return std::vector<bool>{reader->is1DTexture(), reader->is2DTexture(), reader->is3DTexture()};
-    };
-    EXPECT_EQ((std::vector<bool>{true, false, false}), shape(4, 0, 0));
-    EXPECT_EQ((std::vector<bool>{false, true, false}), shape(4, 4, 0));
-    EXPECT_EQ((std::vector<bool>{false, false, true}), shape(4, 4, 4));
-    EXPECT_EQ(std::vector<bool>(3, false), shape(0, 4, 0));
-    EXPECT_EQ(std::vector<bool>(3, false), shape(4, 0, 4));
-
+    for (const auto &[width, height, depth, dimensions] :
+         {std::tuple(4, 0, 0, 1), std::tuple(4, 4, 0, 2), std::tuple(4, 4, 4, 3), std::tuple(0, 4, 0, 0),
+          std::tuple(4, 0, 4, 0)}) {
+        const Reader reader(KtxFile::of(quint32(width), quint32(height), quint32(depth)).bytes());
+        EXPECT_EQ(dimensions, reader->is1DTexture() + 2 * reader->is2DTexture() + 3 * reader->is3DTexture());
+    }
     KtxFile file = KtxFile::of(3, 5, 7);
     file.arrayElements = 11;
     file.faces = 5;
@@ -80,7 +72,6 @@ TEST_F(KTXHeaderTest, TheAnswersFollowFromTheFieldsOfTheHeader)
     EXPECT_TRUE(plain->isArrayTexture());
     EXPECT_FALSE(plain->isCubeMapTexture() || plain->hasMipMaps() || plain->isCompressed())
         << "of five faces";
-
     file.faces = 6;
     file.glType = 0;
     file.mipmapLevels = 0;
@@ -107,7 +98,6 @@ TEST_F(KTXHeaderTest, TheOtherByteOrderIsTurnedAroundByHalvesOfBytes)
     ASSERT_TRUE(reader.valid()) << "the mark of the byte order comes over whole";
     EXPECT_EQ(0x0Fu, reader->width()) << "exact where all bytes are below 16";
     EXPECT_EQ(0x0203u, reader->height()) << "high halves are dropped";
-
     file.endianness = 0xDEADBEEF;
     EXPECT_FALSE(Reader(file.bytes()).valid());
 }
@@ -116,33 +106,28 @@ TEST_F(KTXHeaderTest, MetadataThatEndExactlyOnTheirBlockAreInvalid)
 {
     EXPECT_FALSE(Reader(withKeyValues(KtxFile::entry("abc", "1234567")).bytes()).valid()); // 4 + 11 bytes
     EXPECT_FALSE(Reader(withKeyValues(KtxFile::entry("abc", "12345678")).bytes()).valid());
-
     const Reader padded(withKeyValues(KtxFile::paddedEntry("abc", "1234567")).bytes());
     ASSERT_TRUE(padded.valid());
     EXPECT_EQ(2u, padded->numMetadataEntries()) << "the padding is read as one more";
     EXPECT_EQ("abc", padded->key(0));
-    EXPECT_EQ("", padded->value(0)) << "the walk stops on the NUL behind the key";
+    EXPECT_EQ("", padded->value(0)) << "the value starts on the NUL after the key";
     EXPECT_FALSE(padded->value(0).isNull());
 }
 
-TEST_F(KTXHeaderTest, AValueIsTheFirstNulOrTheLastByteOfItsEntry)
+TEST_F(KTXHeaderTest, MetadataThatLeaveTheFileEndTheListAndTheirTextsAreNull)
 {
     // Without a NUL in the entry: the last byte, and the text that starts there.
-    const QByteArray entry("\4\0\0\0wxyz", 8);
-    const Reader reader(withKeyValues(entry + QByteArray("\0\0\0\0", 4) + "!").bytes());
-    ASSERT_TRUE(reader.valid());
-    EXPECT_EQ("wxyz", reader->key(0));
-    EXPECT_EQ("z", reader->value(0));
-    EXPECT_EQ(reader->rawKey(0) + 3, reader->rawValue(0));
-    EXPECT_EQ(reader->rawKey(1), reader->rawValue(1)) << "of an entry of no bytes";
-}
+    const Reader whole(withKeyValues(QByteArray("\4\0\0\0wxyz\0\0\0\0!", 13)).bytes());
+    ASSERT_TRUE(whole.valid());
+    EXPECT_EQ("wxyz", whole->key(0));
+    EXPECT_EQ("z", whole->value(0));
+    EXPECT_EQ(whole->rawKey(0) + 3, whole->rawValue(0));
+    EXPECT_EQ(whole->rawKey(1), whole->rawValue(1)) << "of an entry of no bytes";
 
-TEST_F(KTXHeaderTest, MetadataThatLeaveTheFileEndTheWalkAndTheirTextsAreNull)
-{
     KtxFile file;
     file.keyValues = QByteArray("\xFF\0\0\0endless", 11); // its size points far beyond the end
     const Reader endless(file.bytes());
-    ASSERT_TRUE(endless.valid()) << "the walk did not stop on the end";
+    ASSERT_TRUE(endless.valid()) << "no entry ends on the end of the block";
     ASSERT_EQ(1u, endless->numMetadataEntries());
     for (const unsigned int index : {0, 1}) { // the second does not exist
         EXPECT_EQ(nullptr, endless->rawKey(index));
@@ -157,35 +142,59 @@ TEST_F(KTXHeaderTest, MetadataThatLeaveTheFileEndTheWalkAndTheirTextsAreNull)
     EXPECT_EQ(1u, reader->numMetadataEntries());
     EXPECT_EQ("key", reader->key(0));
     EXPECT_EQ(nullptr, reader.load(asInFile()));
-
     const Reader nothing(cut.left(64));
     EXPECT_TRUE(nothing.valid());
     EXPECT_EQ(0u, nothing->numMetadataEntries());
 }
 
-TEST_F(KTXReaderTest, LevelsAreUploadedFromTheLargestAndTheStateIsRestored)
+TEST_F(KTXReaderTest, LevelsFacesAndSlicesAreUploadedAndTheStateIsRestored)
 {
-    KtxFile file;
-    file.mipmapLevels = 3;
-    file.addLevel(64).addLevel(16).addLevel(4);
+    KtxFile flat;
+    flat.mipmapLevels = 3;
+    flat.addLevel(64).addLevel(16).addLevel(4);
+    KtxFile padded = KtxFile::of(3, 2, 0, GL_RGB8, GL_RGB);
+    padded.levels = {{21, rampBytes(21)}}; // 9 + 3 + 9: the last row needs no padding
+    KtxFile cube = KtxFile::of(2, 2, 0, GL_R8, GL_RED);
+    cube.faces = 6;
+    cube.mipmapLevels = 2;
+    cube.addLevel(6, 6).addLevel(1, 6); // in strides of whole words, 8 and 4
+    KtxFile line = KtxFile::of(4, 0, 0);
+    line.mipmapLevels = 2;
+    line.addLevel(16).addLevel(8);
+    KtxFile volume = KtxFile::of(2, 2, 2);
+    volume.mipmapLevels = 2;
+    volume.addLevel(32).addLevel(4);
     driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
-    const StateGuard guard;
-    driver()->glEnable(GL_NONE); // an error of the host, not of the load
-    const auto texture = load(file);
-    EXPECT_EQ(1, TestContext::takeDriverReports().size());
-    ASSERT_NE(nullptr, texture);
-    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-    EXPECT_EQ(GLenum(GL_TEXTURE_2D), texture->target());
-    EXPECT_FALSE(texture->isBound());
-    EXPECT_EQ(GL_RGBA8, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
-    for (int level = 0, side = 4; level < 3; ++level, side /= 2) {
-        EXPECT_TRUE(holds(*texture, level, 0, side, side, file.levels[level].data));
+    for (const auto &[file, target, channels] :
+         {std::tuple(flat, GL_TEXTURE_2D, 4), std::tuple(padded, GL_TEXTURE_2D, 3),
+          std::tuple(cube, GL_TEXTURE_CUBE_MAP, 1), std::tuple(line, GL_TEXTURE_1D, 4),
+          std::tuple(volume, GL_TEXTURE_3D, 4)}) {
+        SCOPED_TRACE(target);
+        const StateGuard guard;
+        driver()->glEnable(GL_NONE); // an error of the host, not of the load
+        const auto texture = load(file);
+        EXPECT_EQ(1, TestContext::takeDriverReports().size());
+        ASSERT_NE(nullptr, texture);
+        EXPECT_EQ(QStringList(),
+                  guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
+        ASSERT_EQ(GLenum(target), texture->target());
+        EXPECT_FALSE(texture->isBound());
+        for (int level = 0; level < file.levels.size(); ++level) {
+            const QByteArray &data = file.levels[level].data;
+            const int layers = target == GL_TEXTURE_3D ? int(file.depth) >> level : int(file.faces);
+            for (int layer = 0; layer < layers; ++layer) {
+                EXPECT_TRUE(holds(*texture, level, layer, int(file.width) >> level,
+                                  std::max(int(file.height) >> level, 1),
+                                  data.mid(layer * data.size() / layers), channels))
+                    << level << ", " << layer;
+            }
+        }
+        EXPECT_EQ(2, texture->dimensionLevelSize(4, 1)) << "the size is on record";
+        EXPECT_EQ((std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_REPEAT, GL_REPEAT, 0,
+                                      int(file.mipmapLevels) - 1}),
+                  samplingOf(*texture))
+            << "no wrap mode is set";
     }
-    EXPECT_EQ((std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_REPEAT, GL_REPEAT, 0, 2}),
-              samplingOf(*texture))
-        << "no wrap mode is set";
-    EXPECT_EQ(1, texture->dimensionLevelSize(4, 2)) << "the size is on record";
-    EXPECT_EQ(0, texture->dimensionLevelSize(4, 3));
     driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
 }
 
@@ -202,66 +211,16 @@ TEST_F(KTXReaderTest, FiltersAndAnisotropyFollowTheNumberOfLevels)
         info.anisotropy = wanted;
         const auto one = Reader(file.bytes()).load(info);
         EXPECT_EQ(qBound(1, wanted, most), textureParameter(*one, GL_TEXTURE_MAX_ANISOTROPY));
-        EXPECT_EQ((std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_REPEAT, GL_REPEAT, 0, 0}),
-                  samplingOf(*one));
     }
     file.mipmapLevels = 0;
     const auto generated = Reader(file.bytes()).load(info);
-    EXPECT_MESSAGES(kGenerating);
+    EXPECT_MESSAGES(
+        "warning Generating Mipmaps. For increased loading performance, include these in the .ktx file.");
     EXPECT_EQ(1, textureParameter(*generated, GL_TEXTURE_MAX_ANISOTROPY));
     EXPECT_EQ((std::vector<GLint>{GL_LINEAR, GL_LINEAR, GL_REPEAT, GL_REPEAT, 0, 1000}),
               samplingOf(*generated));
     EXPECT_EQ(1, levelParameter(*generated, 2, GL_TEXTURE_WIDTH));
-}
-
-TEST_F(KTXReaderTest, RowsArePaddedToFourBytesAndTheLastOneNeedsNoPadding)
-{
-    KtxFile file = KtxFile::of(3, 2, 0, GL_RGB8, GL_RGB);
-    file.levels = {{21, rampBytes(21)}}; // 9 + 3 + 9
-    const auto texture = load(file);
-    ASSERT_NE(nullptr, texture);
-    EXPECT_TRUE(holds(*texture, 0, 0, 3, 2, file.levels[0].data, 3, 12));
-
-    file.levels[0].data.chop(1);
-    EXPECT_EQ(nullptr, load(file));
-    EXPECT_MESSAGES(failure());
-}
-
-TEST_F(KTXReaderTest, FacesOfACubeStandInStridesOfWholeWords)
-{
-    KtxFile file = KtxFile::of(2, 2, 0, GL_R8, GL_RED);
-    file.faces = 6;
-    file.mipmapLevels = 2;
-    file.addLevel(6, 6).addLevel(1, 6); // strides of 8 and 4
-    ASSERT_EQ(48, file.levels[0].data.size());
-    const auto texture = load(file);
-    ASSERT_NE(nullptr, texture);
-    EXPECT_EQ(GLenum(GL_TEXTURE_CUBE_MAP), texture->target());
-    for (int face = 0; face < 6; ++face) {
-        EXPECT_TRUE(holds(*texture, 0, face, 2, 2, file.levels[0].data.mid(8 * face), 1, 4)) << face;
-        EXPECT_TRUE(holds(*texture, 1, face, 1, 1, file.levels[1].data.mid(4 * face), 1)) << face;
-    }
-}
-
-TEST_F(KTXReaderTest, LinesAndVolumesHaveTargetsOfTheirOwn)
-{
-    KtxFile line = KtxFile::of(4, 0, 0);
-    line.mipmapLevels = 2;
-    line.addLevel(16).addLevel(8);
-    const auto texture1D = load(line);
-    ASSERT_NE(nullptr, texture1D);
-    EXPECT_EQ(GLenum(GL_TEXTURE_1D), texture1D->target());
-    EXPECT_TRUE(holds(*texture1D, 1, 0, 2, 1, line.levels[1].data));
-
-    KtxFile volume = KtxFile::of(2, 2, 2);
-    volume.mipmapLevels = 2;
-    volume.addLevel(32).addLevel(4);
-    const auto texture3D = load(volume);
-    ASSERT_NE(nullptr, texture3D);
-    EXPECT_EQ(GLenum(GL_TEXTURE_3D), texture3D->target());
-    for (int slice = 0; slice < 2; ++slice) {
-        EXPECT_TRUE(holds(*texture3D, 0, slice, 2, 2, volume.levels[0].data.mid(16 * slice)));
-    }
+    EXPECT_EQ(GL_RGBA8, levelParameter(*generated, 0, GL_TEXTURE_INTERNAL_FORMAT));
 }
 
 TEST_F(KTXReaderTest, OnlyTheThreeEtc2FormatsHaveAnSrgbForm)
@@ -299,43 +258,56 @@ TEST_F(KTXReaderTest, WithoutTheOrientationOfTheFileImagesAreRemappedFlippedAndU
     EXPECT_EQ(GL_RGBA, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
 }
 
-TEST_F(KTXReaderTest, ArraysAreRefused)
+TEST_F(KTXReaderTest, WhatCannotBeLoadedLeavesNothingBehind)
 {
-    KtxFile file;
-    file.arrayElements = 1;
-    file.addLevel(64);
-    EXPECT_EQ(nullptr, load(file));
-    EXPECT_MESSAGES("warning Array textures not supported yet, sorry!");
-    file.faces = 6;
-    EXPECT_EQ(nullptr, load(file));
-    EXPECT_MESSAGES("warning Cubemap arrays not supported yet, sorry!");
-}
-
-TEST_F(KTXReaderTest, WhatGLRefusesLeavesNothingBehind)
-{
-    KtxFile file;
-    file.glInternalFormat = 0x1234;
-    file.addLevel(64);
+    KtxFile array = KtxFile().addLevel(64);
+    array.arrayElements = 1;
+    KtxFile cubes = array;
+    cubes.faces = 6;
+    KtxFile unknown = KtxFile().addLevel(64); // to GL
+    unknown.glInternalFormat = 0x1234;
+    KtxFile compressed = unknown;
+    compressed.glType = 0;
+    KtxFile huge = KtxFile::of(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF).addLevel(64);
+    KtxFile hugeTexels = huge;
+    hugeTexels.glType = hugeTexels.glFormat = 0x7777; // unknown, so the size of the largest texel is used
+    // In 32 bits the size of its blocks is the 64 bytes of the file.
+    KtxFile wide = KtxFile::compressed(0x20000008, 8, GL_COMPRESSED_RGBA8_ETC2_EAC).addLevel(64);
+    KtxFile endless;
+    endless.mipmapLevels = 0xFFFFFFFF;
+    endless.levels.fill({0, QByteArray()}, 40);
+    endless.addLevel(64);
+    KtxFile sizes = KtxFile::compressed(4, 4, GL_RGBA8);
+    sizes.levels = {{0xFFFFFFFFu, rampBytes(64)}}; // which GL would read
     const StateGuard guard;
-    EXPECT_EQ(nullptr, load(file));
-    EXPECT_MESSAGES(failure());
-    file.glType = 0;
-    EXPECT_EQ(nullptr, Reader(file.bytes(), QString()).load(asInFile()));
-    EXPECT_MESSAGES(failure("Compressed texture", "<unnamed>"));
-    EXPECT_EQ(0, ledger().alive());
-    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-    EXPECT_EQ(2, TestContext::takeDriverReports().size()) << "and nothing else was refused";
-}
+    const QString array2D = "warning Array textures not supported yet, sorry!";
+    const QString arrayOfCubes = "warning Cubemap arrays not supported yet, sorry!";
+    const QString failed = failure();
+    const QString failedCompressed = failure("Compressed texture");
+    for (const auto &[file, message, reports] :
+         {std::tuple(array, array2D, 0), std::tuple(cubes, arrayOfCubes, 0), std::tuple(unknown, failed, 1),
+          std::tuple(compressed, failedCompressed, 1), std::tuple(huge, failed, 0),
+          std::tuple(hugeTexels, failed, 0), std::tuple(wide, failedCompressed, 0),
+          std::tuple(sizes, failedCompressed, 0), std::tuple(endless, failed, -1)}) {
+        EXPECT_EQ(nullptr, load(file));
+        EXPECT_MESSAGES(message);
+        const int count = TestContext::takeDriverReports().size();
+        EXPECT_TRUE(reports == count || reports < 0) << count << qPrintable(message);
+        takeGLErrors();
+        EXPECT_EQ(0, ledger().alive());
+    }
+    EXPECT_EQ(nullptr, Reader(unknown.bytes(), QString()).load(asInFile()));
+    EXPECT_MESSAGES(failure("Texture", "<unnamed>"));
+    EXPECT_EQ(1, TestContext::takeDriverReports().size());
 
-TEST_F(KTXReaderTest, AFileWithoutShapeUploadsNothing)
-{
     const Tap<&glTexImage2D> uploads;
-    EXPECT_EQ(nullptr, load(KtxFile::of(0, 4, 0).addLevel(0)));
+    EXPECT_EQ(nullptr, load(KtxFile::of(0, 4, 0).addLevel(0))) << "without a shape";
     EXPECT_EQ(0u, uploads.count());
     const AssertionsOf asserted("Texture.cpp");
     EXPECT_MESSAGES(asserted("0u != this->_target", "Texture Target is not set on bind"),
-                    asserted("0u != this->_target", "Texture Target is not set on unbind"), failure());
+                    asserted("0u != this->_target", "Texture Target is not set on unbind"), failed);
     EXPECT_EQ(4, TestContext::takeDriverReports().size()) << "of parameters for no target";
+    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
 }
 
 TEST_F(KTXReaderTest, DataThatEndEarlyAreNeverGivenToGL)
@@ -354,36 +326,17 @@ TEST_F(KTXReaderTest, DataThatEndEarlyAreNeverGivenToGL)
 
 TEST_F(KTXReaderTest, AnImageSizeOtherThanWhatGLReadsDoesAsLongAsTheBytesAreThere)
 {
-    KtxFile file = KtxFile::of(4, 4, 0);
-    for (const quint32 imageSize :
-         {10u, 0xFFFFFFFFu}) { // the second points beyond the end, which is never read
+    KtxFile file;
+    for (const quint32 imageSize : {10u, 0xFFFFFFFFu}) { // the second points beyond the end
         file.levels = {{imageSize, rampBytes(64)}};
         const auto texture = load(file);
         ASSERT_NE(nullptr, texture);
         EXPECT_TRUE(holds(*texture, 0, 0, 4, 4, file.levels[0].data));
     }
-    file.glType = file.glFormat = 0;
-    EXPECT_EQ(nullptr, load(file)) << "but GL would read a compressed image of that size";
-    EXPECT_MESSAGES(failure("Compressed texture"));
-}
-
-TEST_F(KTXReaderTest, SizesBeyondAllMemoryAndEndlessLevelsFail)
-{
-    KtxFile huge = KtxFile::of(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF);
-    EXPECT_EQ(nullptr, load(huge.addLevel(64)));
-    huge.glType = huge.glFormat = 0x7777; // unknown, so the size of the largest texel is used
-    EXPECT_EQ(nullptr, load(huge));
-    // In 32 bits the size of its blocks is the 64 bytes of the file.
-    KtxFile wide = KtxFile::compressed(0x20000008, 8, GL_COMPRESSED_RGBA8_ETC2_EAC);
-    EXPECT_EQ(nullptr, load(wide.addLevel(64)));
-    EXPECT_MESSAGES(failure(), failure(), failure("Compressed texture"));
-
-    KtxFile endless;
-    endless.mipmapLevels = 0xFFFFFFFF;
-    endless.levels.fill({0, QByteArray()}, 40);
-    EXPECT_EQ(nullptr, load(endless.addLevel(64)));
+    KtxFile short21 = KtxFile::of(3, 2, 0, GL_RGB8, GL_RGB);
+    short21.levels = {{21, rampBytes(20)}};
+    EXPECT_EQ(nullptr, load(short21));
     EXPECT_MESSAGES(failure());
-    takeGLErrors();
 }
 
 namespace {
