@@ -139,52 +139,52 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain)) << "whose recogniser is gone";
 }
 
-TEST_F(TextureIOTest, FilesThatNobodyRecognisesAreLeftToQImage)
+TEST_F(TextureIOTest, UnrecognisedFilesAreLeftToQImage)
 {
-    const QString path = writeImage("image.hdr", fourColors()); // a PNG despite its name
-    const TexturePointer texture = load(path);
-    ASSERT_NE(nullptr, texture);
-    EXPECT_MESSAGES(loaded(path));
-    const Pixels pixels = pixelsOf(*texture);
-    EXPECT_TRUE(pixels.isNear(0, 1, {1.0f, 0.0f, 0.0f, 1.0f}, 1e-3f))
-        << "the first row of the file is on top";
-    EXPECT_TRUE(pixels.isNear(1, 1, {0.0f, 1.0f, 0.0f, 128 / 255.0f}, 1e-3f));
-    EXPECT_TRUE(pixels.isNear(1, 0, {0.2f, 0.4f, 0.6f, 1.0f}, 1e-3f));
-
-    const QString gray = writeImage("gray.png", fourColors().convertToFormat(QImage::Format_Grayscale8));
-    EXPECT_NE(nullptr, load(gray)) << "other depths are converted";
-    EXPECT_MESSAGES(loaded(gray));
+    const QImage image = fourColors();
+    for (const QString &path : {writeImage("image.hdr", image), // PNGs despite the name, and of another depth
+                                writeImage("gray.png", image.convertToFormat(QImage::Format_Grayscale8))}) {
+        const TexturePointer texture = load(path);
+        ASSERT_NE(nullptr, texture);
+        EXPECT_MESSAGES(loaded(path));
+        const QImage saved = QImage(path).mirrored(); // the first row of the file is on top
+        EXPECT_TRUE(pixelsOf(*texture).isNear(Pixels::of(2, 2,
+                                                         [&](int x, int y) {
+                                                             const QColor color = saved.pixelColor(x, y);
+                                                             return QVector4D(
+                                                                 float(color.redF()), float(color.greenF()),
+                                                                 float(color.blueF()), float(color.alphaF()));
+                                                         }),
+                                              1e-3f));
+    }
 }
 
-TEST_F(TextureIOTest, FailuresAreToldByTheFront)
+TEST_F(TextureIOTest, FailuresAreReported)
 {
-    const QString missing = _folder.filePath("none.ktx");
-    EXPECT_EQ(nullptr, load(missing));
-    EXPECT_MESSAGES("warning [TextureIO.cpp:#] File " + missing + " not found");
-    EXPECT_EQ(nullptr, load(_folder.path()));
-    EXPECT_MESSAGES("warning [TextureIO.cpp:#] File " + _folder.path() + " not found");
-
+    for (const QString &missing : {_folder.filePath("none.ktx"), _folder.path()}) {
+        EXPECT_EQ(nullptr, load(missing));
+        EXPECT_MESSAGES("warning [TextureIO.cpp:#] File " + missing + " not found");
+    }
     const QString noImage = write("image.png", "no image");
     EXPECT_EQ(nullptr, load(noImage));
     EXPECT_MESSAGES("warning [TextureIO.cpp:#] Failed to load " + noImage);
-
     const QString broken = write("broken.astc", AstcFile().bytes());
     EXPECT_EQ(nullptr, load(broken)) << "QImage is not tried";
     EXPECT_MESSAGES("debug Data appears invalid for texture file '" + broken + "'");
-}
 
-TEST_F(TextureIOTest, BytesInMemoryAreLoadedUnderTheirName)
-{
-    EXPECT_NE(nullptr, loadMemory(kKtxBytes));
-    EXPECT_MESSAGES(loaded("bytes"));
-    EXPECT_NE(nullptr, loadMemory(kKtxBytes, QString()));
-    EXPECT_MESSAGES(loaded("<unnamed>"));
-    EXPECT_EQ(nullptr, loadMemory(kKtxBytes.left(63), ""));
-    EXPECT_MESSAGES("debug Data appears invalid for texture data '<unnamed>'");
-
-    EXPECT_EQ(nullptr, loadMemory(bytesOf(writeImage("image.png", fourColors()))))
-        << "QImage is not asked about memory";
-    EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'bytes'");
+    const QByteArray image = bytesOf(writeImage("image.png", fourColors())); // QImage is for files only
+    for (const auto &[bytes, name, message] :
+         {std::tuple(kKtxBytes.left(63), "", "debug Data appears invalid for texture data '<unnamed>'"),
+          std::tuple(image, "bytes", "debug Unable to recognise the file format for texture data 'bytes'"),
+          std::tuple(QByteArray(), "empty",
+                     "debug Unable to recognise the file format for texture data 'empty'")}) {
+        EXPECT_EQ(nullptr, loadMemory(bytes, name));
+        EXPECT_MESSAGES(message);
+    }
+    for (const QString &name : {QString("bytes"), QString()}) {
+        EXPECT_NE(nullptr, loadMemory(kKtxBytes, name));
+        EXPECT_MESSAGES(loaded(name.isNull() ? "<unnamed>" : name));
+    }
     EXPECT_EQ(nullptr, TexturePointer(LoadTextureFromMemory(nullptr, 0, asInFile(), "nothing")));
     EXPECT_MESSAGES("debug Unable to recognise the file format for texture data 'nothing'");
 }
@@ -234,64 +234,52 @@ TEST_F(TextureIOTest, ImagesHaveFourLevelsBelowTheBaseAndLinearFilters)
     info.anisotropy = 2;
     const StateGuard guard;
     const TexturePointer texture(QImageToTexture(QImage(64, 64, QImage::Format_ARGB32), false, info));
-    ASSERT_NE(nullptr, texture);
+    const TexturePointer color(MakeColorTexture(QColor(10, 20, 30, 40)));
+    const TexturePointer solid(SolidColorTexture(0.5f, 1.0f, 0.0f, 1.0f));
     EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-    EXPECT_EQ(
-        (std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 4}),
-        samplingOf(*texture));
+    const std::vector<GLint> sampling = {GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE,
+                                         GL_CLAMP_TO_EDGE,        0,         4};
+    EXPECT_EQ(sampling, samplingOf(*texture));
     EXPECT_EQ(hasGLExtension("GL_EXT_texture_filter_anisotropic") ? 2 : 1,
               textureParameter(*texture, GL_TEXTURE_MAX_ANISOTROPY));
     EXPECT_EQ(GL_SRGB8_ALPHA8, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
     EXPECT_EQ(4, levelParameter(*texture, 4, GL_TEXTURE_WIDTH));
     EXPECT_EQ(0, levelParameter(*texture, 5, GL_TEXTURE_WIDTH));
     EXPECT_EQ(64, texture->dimensionLevelSize(64, 0));
+
+    EXPECT_EQ(sampling, samplingOf(*color));
+    EXPECT_TRUE(pixelsOf(*color).isNear(0, 0, QVector4D(10, 20, 30, 40) / 255.0f, 1e-4f));
+    EXPECT_EQ((std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_REPEAT, GL_REPEAT, 0, 0}), samplingOf(*solid));
+    EXPECT_TRUE(pixelsOf(*solid).isNear(0, 0, QVector4D(127, 255, 0, 255) / 255.0f, 1e-4f));
 }
 
-TEST_F(TextureIOTest, ImagesOfHalfFloatPairsAreUploadedAsTheyAre)
+TEST_F(TextureIOTest, ImagesOfHalfFloatPairsAreUploadedAsTheyAreAndOthersRemapped)
 {
     QImage image(1, 1, QImage::Format_ARGB32);
     const quint16 halves[2] = {0x3800, 0x3C00}; // 0.5 and 1
     memcpy(image.bits(), halves, sizeof(halves));
-    const TexturePointer texture(QImageToTexture(image, true, TextureFileInfo()));
+    const TexturePointer pair(QImageToTexture(image, true, TextureFileInfo()));
     EXPECT_MESSAGES("debug Loading image as GL_RG16F...");
     const QImage small(9, 9, QImage::Format_Grayscale8);
     EXPECT_EQ(nullptr, TexturePointer(QImageToTexture(small, true, {}))) << "holds less than its size needs";
-    EXPECT_EQ(GL_RG16F, levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT));
-    EXPECT_TRUE(pixelsOf(*texture).isNear(0, 0, {0.5f, 1.0f, 0.0f, 1.0f}, 1e-4f));
-}
+    EXPECT_EQ(GL_RG16F, levelParameter(*pair, 0, GL_TEXTURE_INTERNAL_FORMAT));
+    EXPECT_TRUE(pixelsOf(*pair).isNear(0, 0, {0.5f, 1.0f, 0.0f, 1.0f}, 1e-4f));
 
-TEST_F(TextureIOTest, ImagesAreRemappedWhereRemapRangeIsSet)
-{
-    QImage image(1, 1, QImage::Format_ARGB32);
     image.fill(Qt::white);
-    for (const auto &[remapRange, expected] : {std::pair(false, 1.0f), std::pair(true, 0.5f)}) {
-        TextureFileInfo info;
-        info.highValue = 0.5f;
-        info.remapRange = remapRange;
+    TextureFileInfo info;
+    info.highValue = 0.5f;
+    for (const float expected : {1.0f, 0.5f}) {
         const TexturePointer texture(QImageToTexture(image, false, info));
         EXPECT_NEAR(expected, pixelsOf(*texture).at(0, 0).x(), 0.01f);
+        info.remapRange = true;
     }
-}
-
-TEST_F(TextureIOTest, TheTwoColourTexturesDifferInFilterWrapAndLevels)
-{
-    const StateGuard guard;
-    const TexturePointer made(MakeColorTexture(QColor(10, 20, 30, 40)));
-    const TexturePointer solid(SolidColorTexture(0.5f, 1.0f, 0.0f, 1.0f));
-    EXPECT_EQ(QStringList(), guard.changes().filter("UNPACK") + guard.changes().filter("TEXTURE_BINDING"));
-    EXPECT_TRUE(pixelsOf(*made).isNear(0, 0, QVector4D(10, 20, 30, 40) / 255.0f, 1e-4f));
-    EXPECT_TRUE(pixelsOf(*solid).isNear(0, 0, QVector4D(127, 255, 0, 255) / 255.0f, 1e-4f));
-    EXPECT_EQ(
-        (std::vector<GLint>{GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_EDGE, 0, 4}),
-        samplingOf(*made));
-    EXPECT_EQ((std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_REPEAT, GL_REPEAT, 0, 0}), samplingOf(*solid));
 }
 
 TEST_F(TextureIOTest, SolidColoursAreCutOffToWholeStepsInSinglePrecision)
 {
     Hook<&glTexImage2D> uploads;
     QByteArray texel;
-    uploads.replace([&](GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void *data) {
+    uploads.replace([&](auto, auto, auto, auto, auto, auto, auto, auto, const void *data) {
         texel = QByteArray(static_cast<const char *>(data), 4);
     });
     for (int i = 0; i < 256; ++i) {
