@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 
 using namespace Orvane::Zel;
 
@@ -101,24 +102,21 @@ TEST(TextureTokenTest, TokensAreNumbersThatHashAndMakeSets)
 TEST_F(TextureManagerTest, TokensCountUpAndHolesAreFilledInTheOrderOfTheirMaking)
 {
     EXPECT_TRUE(nullTextureToken == manager.createUDIMToken()) << "has no such sets, and takes no number";
-    // A vector that is searched and shifted, over random operations.
     QVector<quint64> free;
     quint64 end = 1;
     QVector<quint64> alive = {0};
     std::mt19937 engine(1);
     for (int step = 0; step < 20000; ++step) {
         if (engine() % 16 < 8 && alive.size() < 300) {
-            const quint64 expected = free.isEmpty() ? end++ : free.takeFirst();
-            EXPECT_EQ(expected, manager.reserveToken().token);
-            alive += expected;
+            alive += free.isEmpty() ? end++ : free.takeFirst();
+            EXPECT_EQ(alive.last(), manager.reserveToken().token);
         } else if (engine() % 64 == 0) {
             EXPECT_EQ(end, manager.reserveTokenBlock(3).token);
             alive += {end, end + 1, end + 2};
             end += 3;
         } else if (!alive.isEmpty()) {
-            const quint64 token = alive.takeAt(int(engine() % unsigned(alive.size())));
-            manager.deleteToken(token);
-            free += token;
+            free += alive.takeAt(int(engine() % unsigned(alive.size())));
+            manager.deleteToken(free.last());
             while (free.contains(end - 1)) {
                 free.removeOne(--end);
             }
@@ -127,7 +125,7 @@ TEST_F(TextureManagerTest, TokensCountUpAndHolesAreFilledInTheOrderOfTheirMaking
     }
 }
 
-TEST_F(TextureManagerTest, DeletingWhatWasNotReservedIsToldAndFiled)
+TEST_F(TextureManagerTest, DeletingWhatWasNotReservedIsReportedAndDone)
 {
     manager.deleteToken(7);
     const QString condition = "token.token < this->_maxToken.token";
@@ -213,11 +211,10 @@ TEST_F(TextureManagerTest, ADeletedColourIsForgottenUnlessItIsTranslucent)
 
 TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
 {
+    const int others = Texture::NumAlive();
     Texture *texture = newTexture();
     const TextureToken token = manager.tokenForTexture(texture);
     EXPECT_MESSAGES(creating(1, QString::asprintf("texture %p", static_cast<void *>(texture))));
-    EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
-    const int others = Texture::NumAlive() - 1;
     manager.deleteTexture(texture);
     EXPECT_EQ(others, Texture::NumAlive());
     EXPECT_EQ(nullptr, manager.textureForToken(token));
@@ -233,31 +230,24 @@ TEST_F(TextureManagerTest, ATextureGoesWithItsTokenUnlessItsNameIsForeign)
     manager.deleteTexture(manager.tokenForTexture(foreign));
     EXPECT_EQ(others + 1, Texture::NumAlive()) << "the wrapper is still there";
     manager.tokenForTexture(foreign);
-    manager.clear();
-    EXPECT_EQ(others, Texture::NumAlive()) << "and gone when all is cleared";
-    glDeleteTextures(1, &name);
-    _capture.take();
-}
-
-TEST_F(TextureManagerTest, ClearingNumbersFromTheBeginning)
-{
     manager.textureForColor(QColor(Qt::red));
     manager.tokenForImage(newImage("a.png"), {});
     manager.releaseTempTextureRef(manager.tempTexture(RGBA, 4, 4, 1, 1), 1);
     manager.clear();
-    EXPECT_EQ(0, ledger().alive(GLLedger::eTexture));
+    EXPECT_EQ(others, Texture::NumAlive()) << "and gone when all is cleared";
+    EXPECT_EQ(1, ledger().alive(GLLedger::eTexture)) << "the foreign name";
     EXPECT_EQ(0u, manager.maxToken().token);
     EXPECT_TRUE(manager.textureFiles().isEmpty());
     EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
     EXPECT_EQ(nullptr, manager.textureForToken(nullTextureToken));
     EXPECT_EQ(0u, manager.tokenForColor(QColor(Qt::white)).token) << "white went too, and is made again";
+    glDeleteTextures(1, &name);
     _capture.take();
 }
 
-TEST_F(TextureManagerTest, ScratchTexturesComeFromThePoolAndFramebuffersGiveThemBack)
+TEST_F(TextureManagerTest, FramebuffersGiveScratchTexturesBackToThePool)
 {
     ASSERT_TRUE(TextureManager::setInstance(&manager));
-    EXPECT_EQ(&manager, TextureManager::Instance());
     Texture *color = manager.tempTexture(RGBA16F, 4, 4, 1, 1);
     Texture *depth = manager.tempTexture(DEPTH32F, 4, 4, 1, 1);
     manager.addTempTextureRef(color, 1);
@@ -332,9 +322,7 @@ TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
         manager->unbind(bound);
         return units;
     };
-    unitsFor(nullptr);
-    EXPECT_EQ(std::vector<GLint>(8, units[0]), units) << "all of them the empty texture's";
-
+    EXPECT_EQ(1u, std::set<GLint>(unitsFor(nullptr).begin(), units.end()).size()) << "the empty texture's";
     QVector<TextureToken> tokens;
     for (int i = 0; i < 9; ++i) {
         tokens += manager->tokenForTexture(newTexture());
@@ -352,19 +340,23 @@ TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
     EXPECT_NE(unitOf(1), units[0]);
     manager->bind(tokens.mid(5, 1));
     EXPECT_EQ(unitOf(5), unitsFor(program.get())[0]) << "the free slot comes before a new one";
-
     manager->bind(tokens);
     EXPECT_EQ(8u, unitsFor(program.get()).size());
     EXPECT_MESSAGES(
         QString("warning [%1TextureManager.cpp:#] Requesting 9 texture slots but only 8 available. "
                 "Rendering will be incorrect!")
             .arg(GetParam().kind == TextureStrategy::eSampler ? "Sampler" : "Bindless"));
-    manager->bind(program.get());
-    manager->tokenForTexture(newTexture()); // for which the map is too short
-    manager->unbind(program.get());
     for (const QVector<TextureToken> &bound : {tokens, tokens.mid(1, 2), tokens.mid(5, 1)}) {
         manager->unbind(bound);
     }
+}
+
+TEST_P(SamplerSlotsTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
+{
+    const std::unique_ptr<ShaderProgram> program = newProgram(*manager);
+    manager->bind(program.get());
+    manager->tokenForTexture(newTexture());
+    manager->unbind(program.get());
     _capture.take();
     Texture texture(nullptr); // gets the top unit, since none is lost
     texture.setTarget(GL_TEXTURE_2D);
@@ -373,58 +365,47 @@ TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
     texture.unbind();
 }
 
-TEST_F(ManagerTest, WithoutBindlessTexturesTheirManagerReportsItAndDoesNothing)
-{
-    if (BindlessTextureManager::isSupported()) {
-        GTEST_SKIP() << "Needs a driver without GL_ARB_bindless_texture";
-    }
-    BindlessTextureManager manager;
-    EXPECT_MESSAGES(AssertionsOf("BindlessTextureManager.cpp")(
-        "false", "No known bindless texture support detected. You should not be using this TextureManager"));
-    const QVector<TextureToken> tokens = {manager.tokenForColor(QColor(Qt::red))};
-    manager.bind(tokens);
-    manager.unbind(tokens);
-    EXPECT_FALSE(Array2DTextureManager::isBindlessSupported());
-}
-
 TEST_F(ManagerTest, HandlesAreTheTokensOfWhatDoesNotChangeAndResidentWhileTheyAreBound)
 {
-    if (!BindlessTextureManager::isSupported()) {
-        GTEST_SKIP() << "Needs GL_ARB_bindless_texture";
-    }
     BindlessTextureManager manager;
+    if (!BindlessTextureManager::isSupported()) {
+        EXPECT_MESSAGES(AssertionsOf("BindlessTextureManager.cpp")(
+            "false",
+            "No known bindless texture support detected. You should not be using this TextureManager"));
+        const QVector<TextureToken> red = {manager.tokenForColor(QColor(Qt::red))};
+        manager.bind(red);
+        manager.unbind(red);
+        return;
+    }
     EXPECT_FALSE(manager.isBindlessToken(nullTextureToken));
     EXPECT_TRUE(nullTextureToken == manager.tokenForTexture(nullptr));
     Texture *fixed = newTexture();
     fixed->setReadOnly();
     const TextureToken handle = manager.tokenForTexture(fixed);
-    EXPECT_TRUE(manager.isBindlessToken(handle));
     EXPECT_TRUE(handle == manager.tokenForTexture(fixed));
     const TextureToken writable = manager.tokenForTexture(newTexture());
     EXPECT_EQ(Q_UINT64_C(0xFFFFFFFF00000000), writable.token);
-    EXPECT_EQ(1u, manager.maxToken().token);
-
     const QString image = newImage("a.png");
     const TextureToken loaded = manager.tokenForImage(image, {});
-    EXPECT_TRUE(manager.isBindlessToken(loaded));
     EXPECT_TRUE(loaded == manager.tokenForImage(image, {}));
     EXPECT_TRUE(manager.textureForImage(image, {})->isReadOnly());
-    EXPECT_TRUE(manager.isBindlessToken(manager.tokenForColor(QColor(1, 2, 3, 4))));
     EXPECT_EQ(QStringList(image), manager.textureFiles());
     EXPECT_TRUE(manager.tokenForColor(QColor(Qt::white)) == manager.tokenForImage("/no/such", {}));
     EXPECT_MESSAGES(startsWith("debug Texture " + image + " loaded in "),
                     "debug Failed to find file /no/such",
                     "warning [TextureIO.cpp:#] File /no/such not found");
+    for (const TextureToken &token : {handle, loaded, manager.tokenForColor(QColor(1, 2, 3, 4))}) {
+        EXPECT_TRUE(manager.isBindlessToken(token));
+    }
+    EXPECT_EQ(1u, manager.maxToken().token);
 
     const auto isResident = reinterpret_cast<PFNGLISTEXTUREHANDLERESIDENTARBPROC>(
         getGLProcAddress("glIsTextureHandleResidentARB", false));
     EXPECT_EQ(GL_FALSE, isResident(loaded.token));
-    manager.bind(QVector<TextureToken>{loaded, TextureToken(), TextureToken(77)});
+    manager.bind(QVector<TextureToken>{loaded, TextureToken(), TextureToken(77), loaded});
     EXPECT_EQ(GL_TRUE, isResident(loaded.token));
-    manager.bind(QVector<TextureToken>{loaded});
     manager.unbind(QVector<TextureToken>{loaded});
     EXPECT_EQ(GL_FALSE, isResident(loaded.token)) << "binds are not counted";
-
     manager.deleteTexture(writable);
     EXPECT_EQ(0u, manager.maxToken().token);
     manager.deleteTexture(handle); // was never counted

@@ -300,7 +300,7 @@ void TextureManager::deleteToken(const TextureToken &token)
     if (token == nullTextureToken) {
         return; // reserveToken() must never return it
     }
-    // Required, after a failed assertion too: see TextureManagerTest.DeletingWhatWasNotReservedIsToldAndFiled.
+    // Required, after a failed assertion too: see TextureManagerTest.DeletingWhatWasNotReservedIsReportedAndDone.
     _freeTokens->insert(token);
     // Tables by token stay short, since freed tokens at the end lower the maximum.
     while (0 < _maxToken.token) {
