@@ -16,14 +16,6 @@ namespace {
 const AssertionsOf asserted("TexturePool.cpp");
 const QString kPrefix = "debug [TexturePool.cpp:#] ";
 
-std::vector<ExpectedMessage> summary(int managed, int active, int free)
-{
-    return {QString(kPrefix + "%1 managed textures:").arg(managed),
-            QString(kPrefix + "- %1 active textures").arg(active),
-            QString(kPrefix + "- %1 free textures").arg(free),
-            kPrefix + "- breakdown by texture format, width and height:"};
-}
-
 class TexturePoolTest : public GLTest
 {
 protected:
@@ -34,16 +26,15 @@ protected:
 
 TEST_F(TexturePoolTest, KeysDifferInEveryFieldAndFoldToTheirHash)
 {
-    EXPECT_TRUE(TexturePool::Key() == TexturePool::Key(RGBA, 0, 0, -1, 1));
-    const TexturePool::Key key(RGBA16F, 640, 480, 2, 4);
-    EXPECT_TRUE(key == TexturePool::Key(RGBA16F, 640, 480, 2, 4));
-    for (const TexturePool::Key &other :
-         {TexturePool::Key(RGBA32F, 640, 480, 2, 4), TexturePool::Key(RGBA16F, 641, 480, 2, 4),
-          TexturePool::Key(RGBA16F, 640, 481, 2, 4), TexturePool::Key(RGBA16F, 640, 480, 3, 4),
-          TexturePool::Key(RGBA16F, 640, 480, 2, 8)}) {
+    using Key = TexturePool::Key;
+    EXPECT_TRUE(Key() == Key(RGBA, 0, 0, -1, 1));
+    const Key key(RGBA16F, 640, 480, 2, 4);
+    EXPECT_TRUE(key == Key(RGBA16F, 640, 480, 2, 4));
+    for (const Key &other :
+         {Key(RGBA32F, 640, 480, 2, 4), Key(RGBA16F, 641, 480, 2, 4), Key(RGBA16F, 640, 481, 2, 4),
+          Key(RGBA16F, 640, 480, 3, 4), Key(RGBA16F, 640, 480, 2, 8)}) {
         EXPECT_FALSE(key == other);
     }
-
     quint64 seed = 8; // the same in 64 bits, truncated to 32 bits at each step
     for (const quint64 value : {640, 480, 2, 4}) {
         seed ^= (value + 0x9E3779B9u + (seed << 6) + (seed >> 2)) & 0xFFFFFFFFu;
@@ -84,14 +75,13 @@ TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
     }
 }
 
-TEST_F(TexturePoolTest, RequestsOutOfRangeAreToldAndServed)
+TEST_F(TexturePoolTest, RequestsOutOfRangeAreReportedAndServed)
 {
     const GLint samples = integerOf(GL_MAX_SAMPLES);
     Texture *most = _pool.take(RGBA, 4, 4, 1, samples);
     _pool.releaseRef(most, 1);
     EXPECT_EQ(most, _pool.take(RGBA, 4, 4, 1, samples + 1)) << "the key holds the reduced number";
     EXPECT_MESSAGES(kPrefix + "Warning: TexturePool::take() requested more than GL_MAX_SAMPLES samples.");
-
     Texture *none = _pool.take(RGBA, 4, 0, -1, 0);
     EXPECT_MESSAGES(
         asserted("width > 0 && height > 0 && depth > 0", "TexturePool asked for texture of size (4x0x-1)"),
@@ -116,6 +106,11 @@ TEST_F(TexturePoolTest, ATextureThatFoundNoUnitIsNotUsedAgain)
         holder->unbind();
         _pool.releaseRef(holder, 1);
     }
+    Texture *next = _pool.take(RGBA, 4, 2, 1, 1);
+    EXPECT_EQ(4, levelParameter(*next, 0, GL_TEXTURE_WIDTH)) << "with storage, since units are free again";
+    _pool.releaseRef(next, 1);
+    EXPECT_EQ(next, _pool.take(RGBA, 4, 2, 1, 1)) << "and used again";
+    _pool.releaseRef(next, 1);
     _pool.deleteUnused();
 }
 
@@ -174,32 +169,35 @@ TEST_F(TexturePoolTest, RandomReferencesFollowTheModel)
 
 TEST_F(TexturePoolTest, TheSummaryCountsTexturesAndKinds)
 {
-    _pool.printSummary();
-    EXPECT_TRUE(takeMessages(summary(0, 0, 0)));
-
+    const auto expectSummary = [this](int active, int free, const QString &kind) {
+        _pool.printSummary();
+        std::vector<ExpectedMessage> expected;
+        for (const QString &line :
+             {QString("%1 managed textures:").arg(active + free), QString("- %1 active textures").arg(active),
+              QString("- %1 free textures").arg(free),
+              QString("- breakdown by texture format, width and height:")}) {
+            expected.push_back(kPrefix + line);
+        }
+        if (!kind.isEmpty()) {
+            expected.push_back(kPrefix
+                               + QString("  - %1 8x4: %2 free, %3 active").arg(kind).arg(free).arg(active));
+        }
+        EXPECT_TRUE(takeMessages(expected));
+    };
+    expectSummary(0, 0, QString());
     // From R11FG11FB10F on a format has the name of the one two positions later; without a name, its number.
-    const std::pair<TextureFormat, const char *> rows[] = {{R, "R       "},
-                                                           {RGBA16I, "RGBA16I "},
-                                                           {R11FG11FB10F, "R32I    "},
-                                                           {DEPTH32F, "DEPTH32F_STENCIL8"},
-                                                           {DEPTH24_STENCIL8, "24      "}};
-    for (const auto &[format, name] : rows) {
+    for (const auto &[format, name] :
+         {std::pair(R, "R       "), std::pair(RGBA16I, "RGBA16I "), std::pair(R11FG11FB10F, "R32I    "),
+          std::pair(DEPTH32F, "DEPTH32F_STENCIL8"), std::pair(DEPTH24_STENCIL8, "24      ")}) {
         Texture *kept = _pool.take(format, 8, 4, 1, 1);
-        Texture *given = _pool.take(format, 8, 4, 1, 1);
+        Texture *returned = _pool.take(format, 8, 4, 1, 1);
         _pool.addRef(kept, 1);
         _pool.releaseRef(kept, 1);
-        _pool.releaseRef(given, 1);
-        _pool.releaseRef(given, 1); // ignored
-        _pool.printSummary();
-        std::vector<ExpectedMessage> expected = summary(2, 1, 1);
-        expected.push_back(kPrefix + "  - " + name + " 8x4: 1 free, 1 active");
-        EXPECT_TRUE(takeMessages(expected));
-
+        _pool.releaseRef(returned, 1);
+        _pool.releaseRef(returned, 1); // ignored
+        expectSummary(1, 1, name);
         _pool.deleteUnused();
-        _pool.printSummary();
-        expected = summary(1, 1, 0);
-        expected.push_back(kPrefix + "  - " + name + " 8x4: 0 free, 1 active");
-        EXPECT_TRUE(takeMessages(expected));
+        expectSummary(1, 0, name);
         _pool.releaseRef(kept, 1);
         _pool.deleteUnused();
     }

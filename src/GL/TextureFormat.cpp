@@ -15,7 +15,7 @@ struct FormatRow
 };
 
 // In the order of the enumeration. The unsized formats leave the size to the driver, which hosts rely on for the first
-// four; see TextureFormatTest.OnlyTheFirstFourFormatsHaveAnUnsizedName.
+// four; see TextureFormatTest.FormatsHaveTheirNamesInGL.
 constexpr FormatRow kFormatRows[] = {
     {GL_RED, GL_R8, GL_RED, GL_UNSIGNED_BYTE},
     {GL_RG, GL_RG8, GL_RG, GL_UNSIGNED_BYTE},
@@ -43,12 +43,12 @@ constexpr FormatRow kFormatRows[] = {
     {GL_DEPTH_COMPONENT32F, GL_DEPTH_COMPONENT32F, GL_DEPTH_COMPONENT, GL_FLOAT},
     {GL_DEPTH24_STENCIL8, GL_DEPTH24_STENCIL8, GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8},
     // Required: the type of the row above, although GL defines another for float depth and stencil; see
-    // TextureFormatTest.TransferFormatsAgreeWithTheFormatTables.
+    // TextureFormatTest.FormatsHaveTheirNamesInGL.
     {GL_DEPTH32F_STENCIL8, GL_DEPTH32F_STENCIL8, GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8},
 };
 static_assert(sizeof(kFormatRows) / sizeof(FormatRow) == DEPTH32F_STENCIL8 + 1, "one row for each format");
 
-// A host may cast any number to the enumeration; see TextureFormatTest.ValuesOutsideTheVocabularyAreRGBAWithFloats.
+// A host may cast any number to the enumeration; see TextureFormatTest.FormatsHaveTheirNamesInGL.
 constexpr FormatRow kOutOfRange = {GL_RGBA, GL_RGBA8, GL_RGBA, GL_FLOAT};
 
 const FormatRow &rowOf(TextureFormat format)
