@@ -14,7 +14,6 @@
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <random>
 
@@ -29,7 +28,6 @@ constexpr float kByte = 1.0f / 255.0f;
 constexpr float kHalfByte = 0.5f / 255.0f;
 
 const QString kSample = "managedTexture(u_Token, uv)";
-const auto kMethods = {TextureManager::SlotReallocationDownscale, TextureManager::SlotReallocationUpscale};
 
 /// Draws an expression over uv, from 0 to 1 over the picture.
 constexpr char kFragmentStage[] = R"(#version 150
@@ -65,33 +63,13 @@ Pixels randomPixels(int width, int height, unsigned int seed)
     return Pixels::of(width, height, [&](int, int) { return colorOf(QRgb(engine())); });
 }
 
-float decoded(float srgb)
+/// What a linear blit makes of a picture in half its size.
+Pixels halved(const Pixels &source)
 {
-    return srgb <= 0.04045f ? srgb / 12.92f : std::pow((srgb + 0.055f) / 1.055f, 2.4f);
-}
-
-Pixels decodedPixels(const Pixels &pixels)
-{
-    return Pixels::of(pixels.width(), pixels.height(), [&](int x, int y) {
-        const QVector4D c = pixels.at(x, y);
-        return QVector4D(decoded(c.x()), decoded(c.y()), decoded(c.z()), c.w());
-    });
-}
-
-/// What a linear blit makes of a picture in another size.
-Pixels resized(const Pixels &source, int width, int height)
-{
-    const auto mixed = [](const QVector4D &a, const QVector4D &b, float t) { return a * (1.0f - t) + b * t; };
-    return Pixels::of(width, height, [&](int x, int y) {
-        const float u = (float(x) + 0.5f) * float(source.width()) / float(width) - 0.5f;
-        const float v = (float(y) + 0.5f) * float(source.height()) / float(height) - 0.5f;
-        const int left = int(std::floor(u));
-        const int low = int(std::floor(v));
-        const auto texel = [&](int i, int j) {
-            return source.at(qBound(0, i, source.width() - 1), qBound(0, j, source.height() - 1));
-        };
-        return mixed(mixed(texel(left, low), texel(left + 1, low), u - float(left)),
-                     mixed(texel(left, low + 1), texel(left + 1, low + 1), u - float(left)), v - float(low));
+    return Pixels::of(source.width() / 2, source.height() / 2, [&](int x, int y) {
+        return (source.at(2 * x, 2 * y) + source.at(2 * x + 1, 2 * y) + source.at(2 * x, 2 * y + 1)
+                + source.at(2 * x + 1, 2 * y + 1))
+               / 4.0f;
     });
 }
 
@@ -266,10 +244,11 @@ TEST_P(TextureManagerPicturesTest, TexelsOfEverySizeFormatAndWrapModeArrive)
         EXPECT_TRUE(shows(tokenFor(picture), picture)) << size.width() << " by " << size.height();
     }
     restart(8);
-    const Pixels picture = randomPixels(8, 8, 2);
     TextureFileInfo info;
     info.srgb = true;
-    EXPECT_TRUE(shows(tokenFor(picture, info), decodedPixels(picture), 2e-3f));
+    const Pixels encoded(2, 2, QVector4D(51.0f, 128.0f, 255.0f, 51.0f) * kByte);
+    EXPECT_TRUE(shows(tokenFor(encoded, info), Pixels(2, 2, QVector4D(0.0331f, 0.2159f, 1.0f, 0.2f)), 1e-3f));
+    const Pixels picture = randomPixels(8, 8, 2);
     Pixels range(2, 1, QVector4D(-2.5f, 0.0f, 1000.0f, 0.25f));
     range.at(1, 0) = QVector4D(0.5f, 60000.0f, -1.0f, 8.0f);
     EXPECT_TRUE(shows(tokenFor(newTexture(range, GL_RGBA16F)), range, 0.0f));
@@ -403,7 +382,6 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
     }
     std::vector<Item> items;
     int refused = 0;
-    int mostSlots = 0;
     for (int step = 0; step < 150 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
         manager->setSlotReallocationMethod(step / 10 % 2 == 0 ? TextureManager::SlotReallocationUpscale
@@ -443,7 +421,6 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
             hasPlace = !needsSlot || slotCount <= 8;
             bound += items[i].token;
         }
-        mostSlots = std::max(mostSlots, slotCount);
         const auto &[texture, token, id] = items[is(TextureStrategy::eArray) ? 0 : count - 1];
         const bool isCube = texture->target() == GL_TEXTURE_CUBE_MAP;
         const int face = isCube ? random(6) : 0;
@@ -451,7 +428,6 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
         warnings();
         const Pixels shown = draw(bound, token, 2, 2, isCube ? cube : kSample);
         const QStringList told = warnings();
-        EXPECT_EQ(mostSlots > 8, !told.filter("Rendering will be incorrect!").isEmpty());
         if (shown.at(0, 0) == kInvalid && !told.filter("Failed to find slot").isEmpty()) {
             ++refused;
             hasPlace = false;
@@ -548,29 +524,24 @@ TEST_P(ArrayPicturesTest, UDIMSetsShowTheirPatchesAndTheirGaps)
 
 TEST_P(ArrayPicturesTest, ScalingAndMergingKeepThePictureOfEveryToken)
 {
-    for (const auto method : kMethods) {
-        restart(2, method);
-        const bool upscale = method == TextureManager::SlotReallocationUpscale;
-        const int kept = upscale ? 16 : 8;
-        const int other = upscale ? 8 : 16;
-        std::vector<std::pair<TextureToken, Pixels>> images;
-        const auto add = [&](int side) {
-            images.emplace_back(nullTextureToken, randomPixels(side, side, 170 + unsigned(images.size())));
-            images.back().first = tokenFor(newTexture(images.back().second));
-            draw({images.back().first}, images.back().first, 1, 1);
-        };
-        for (const int side : {16, 8, 16, 8, 16, 8}) {
-            add(side);
-        }
-        warnings();
-        const Pixels newcomer = randomPixels(4, 4, 180);
-        EXPECT_TRUE(shows(tokenFor(newTexture(newcomer, GL_RGBA8, GL_REPEAT)), newcomer));
-        EXPECT_EQ(QStringList(resizeWarning(other, kept)), warnings()) << "of the slots that are merged";
-        add(other);
-        EXPECT_EQ(QStringList(resizeWarning(other, kept)), warnings()) << "of the texture";
-        for (const auto &[token, picture] : images) {
-            EXPECT_TRUE(shows(token, resized(picture, kept, kept), 1.5f * kByte)) << token.token;
-        }
+    restart(2);
+    std::vector<std::pair<TextureToken, Pixels>> images;
+    const auto add = [&](int side) {
+        images.emplace_back(nullTextureToken, randomPixels(side, side, 170 + unsigned(images.size())));
+        images.back().first = tokenFor(newTexture(images.back().second));
+        drawn(images.back().first);
+    };
+    for (const int side : {16, 8, 16, 8, 16, 8}) {
+        add(side);
+    }
+    warnings();
+    const Pixels newcomer = randomPixels(4, 4, 180);
+    EXPECT_TRUE(shows(tokenFor(newTexture(newcomer, GL_RGBA8, GL_REPEAT)), newcomer));
+    EXPECT_EQ(QStringList(resizeWarning(16, 8)), warnings()) << "of the slots that are merged";
+    add(16);
+    EXPECT_EQ(QStringList(resizeWarning(16, 8)), warnings()) << "of the texture";
+    for (const auto &[token, picture] : images) {
+        EXPECT_TRUE(shows(token, picture.width() == 16 ? halved(picture) : picture, 1.5f * kByte));
     }
     restart(1);
     const Pixels picture = randomPixels(4, 4, 190);
@@ -584,7 +555,7 @@ TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
 {
     const QString fetch = "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), %1)";
     const Pixels picture = randomPixels(8, 4, 200);
-    const Pixels half = resized(picture, 4, 2);
+    const Pixels half = halved(picture);
     const Pixels own(4, 2, kWhite);
     for (const auto &[levels, second] : {std::pair(1, half), std::pair(21, own), std::pair(22, half)}) {
         // More than 21 levels: GL's default, without a chain.
@@ -595,7 +566,7 @@ TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
             }
         }));
         EXPECT_TRUE(shows(token, second, 1.5f * kByte, fetch.arg(1))) << levels;
-        EXPECT_TRUE(shows(token, resized(second, 2, 1), 2 * kByte, fetch.arg(2))) << levels;
+        EXPECT_TRUE(shows(token, halved(second), 2 * kByte, fetch.arg(2))) << levels;
     }
     restart(1, TextureManager::SlotReallocationUpscale);
     const Pixels image = randomPixels(64, 64, 201);
