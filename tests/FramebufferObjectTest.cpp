@@ -55,65 +55,57 @@ TEST_F(FramebufferObjectTest, CountsObjectsWithAName)
     EXPECT_EQ(0, ledger().alive(GLLedger::eFramebuffer)) << "a wrapped name is deleted too";
 }
 
-TEST_F(FramebufferObjectTest, WrongOrdersAreToldAndChangeNothing)
+TEST_F(FramebufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
 {
     FramebufferObject framebuffer(nullptr);
-    const auto tryAll = [&] {
-        EXPECT_FALSE(framebuffer.unbind());
-        EXPECT_FALSE(framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0));
-        EXPECT_FALSE(framebuffer.attachUpdate(&_color, GL_COLOR_ATTACHMENT0, 0));
-        EXPECT_FALSE(framebuffer.attachLayers(&_layers, GL_COLOR_ATTACHMENT0, 0));
-        EXPECT_FALSE(framebuffer.attach3D(&_layers, GL_COLOR_ATTACHMENT0, 0, 0));
-        EXPECT_FALSE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
-        EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_3D, GL_RGBA8, 4, 4, 1));
-        EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
+    const auto refuseAll = [&](const char *condition, const QString &text) {
+        const unsigned int point = GL_COLOR_ATTACHMENT0;
+        EXPECT_TRUE(asserted.refused(
+            {{framebuffer.unbind(), condition, text + "unbind"},
+             {framebuffer.attach(&_color, point, 0), condition, text + "attach"},
+             {framebuffer.attachUpdate(&_color, point, 0), condition, text + "attach"},
+             {framebuffer.attachLayers(&_layers, point, 0), condition, text + "attach"},
+             {framebuffer.attach3D(&_layers, point, 0, 0), condition, text + "attach"},
+             {framebuffer.createTexture2D(point, GL_TEXTURE_2D, GL_RGBA8, 4, 4), condition, text + "attach"},
+             {framebuffer.createTexture3D(point, GL_TEXTURE_3D, GL_RGBA8, 4, 4, 1), condition,
+              text + "attach"},
+             {framebuffer.detach(point) != nullptr, condition, text + "detach"}}));
+        EXPECT_EQ(2, Texture::NumAlive()) << "textures that could not be attached are gone";
         framebuffer.setDrawBuffers();
     };
-    // The messages of all calls above if a condition is not met.
-    const auto expected = [](const char *condition, const QString &text) {
-        std::vector<ExpectedMessage> messages = {asserted(condition, text + "unbind")};
-        messages.insert(messages.end(), 6, asserted(condition, text + "attach"));
-        messages.push_back(asserted(condition, text + "detach"));
-        messages.push_back(asserted(condition, text + "attach"));
-        return messages;
-    };
     const char *const bound = "true == this->_fboBound";
+    const char *const unbound = "false == this->_fboBound";
+    const char *const listed = "true == this->_attachments.contains(attachmentPoint)";
+    const char *const named = "0u != this->_fbo";
     const QString notBound = "Framebuffer Object is not bound on ";
-    tryAll();
-    EXPECT_TRUE(takeMessages(expected(bound, notBound)));
-    EXPECT_EQ(2, Texture::NumAlive()) << "textures that could not be attached are gone";
+    refuseAll(bound, notBound);
+    EXPECT_MESSAGES(asserted(bound, notBound + "attach"));
 
-    EXPECT_FALSE(framebuffer.create());
     ASSERT_TRUE(framebuffer.bind());
-    EXPECT_FALSE(framebuffer.bind());
-    EXPECT_FALSE(framebuffer.destroy());
     EXPECT_FALSE(framebuffer.attach(nullptr, GL_COLOR_ATTACHMENT0, 0));
-    EXPECT_EQ(nullptr, framebuffer.detach(GL_COLOR_ATTACHMENT0));
-    EXPECT_EQ(nullptr, framebuffer.attachment(GL_COLOR_ATTACHMENT0));
+    EXPECT_TRUE(asserted.refused(
+        {{framebuffer.create(), "0u == this->_fbo", "Framebuffer Object is not NULL on create"},
+         {framebuffer.bind(), unbound, "Framebuffer Object is already bound on bind"},
+         {framebuffer.destroy(), unbound, "Framebuffer Object is already bound on destroy"},
+         {framebuffer.detach(GL_COLOR_ATTACHMENT0) != nullptr, listed,
+          "Framebuffer Object has nothing attached to attachment at 36064"},
+         {framebuffer.attachment(GL_COLOR_ATTACHMENT0) != nullptr, listed,
+          "Framebuffer Object does not have an attachment at 36064"}}));
     EXPECT_TRUE(framebuffer.unbind()) << "the refused bind left the first one in place";
-    EXPECT_MESSAGES(asserted("0u == this->_fbo", "Framebuffer Object is not NULL on create"),
-                    asserted("false == this->_fboBound", "Framebuffer Object is already bound on bind"),
-                    asserted("false == this->_fboBound", "Framebuffer Object is already bound on destroy"),
-                    asserted("true == this->_attachments.contains(attachmentPoint)",
-                             "Framebuffer Object has nothing attached to attachment at 36064"),
-                    asserted("true == this->_attachments.contains(attachmentPoint)",
-                             "Framebuffer Object does not have an attachment at 36064"));
 
     const unsigned int name = framebuffer.getFBO();
     framebuffer.setFBO(0);
-    EXPECT_FALSE(framebuffer.bind());
-    EXPECT_FALSE(framebuffer.isComplete()) << "the default framebuffer is no answer";
-    EXPECT_MESSAGES(asserted("0u != this->_fbo", "Framebuffer Object is NULL on bind"),
-                    asserted("0u != this->_fbo", "Framebuffer Object is NULL on bind"));
-    tryAll();
-    std::vector<ExpectedMessage> messages = expected("0u != this->_fbo", "Framebuffer Object is NULL on ");
-    messages.push_back(asserted(bound, notBound + "attach")); // from setDrawBuffers(), which continues
-    EXPECT_TRUE(takeMessages(messages));
+    const QString isNull = "Framebuffer Object is NULL on ";
+    EXPECT_TRUE(asserted.refused(
+        {{framebuffer.bind(), named, isNull + "bind"},
+         {framebuffer.isComplete(), named, isNull + "bind"}})); // not the default framebuffer
+    refuseAll(named, isNull);
+    EXPECT_MESSAGES(asserted(named, isNull + "attach"), asserted(bound, notBound + "attach"));
     framebuffer.setFBO(name);
     EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
 }
 
-TEST_F(FramebufferObjectTest, TargetsGoToTheCallThatTakesThem)
+TEST_F(FramebufferObjectTest, EachTargetHasACallAndLayersAreAtConsecutivePoints)
 {
     const QString use3D =
         asserted("false", "Texture Target 0x8C1A is not supported by FramebufferObject::attach() "
@@ -130,32 +122,26 @@ TEST_F(FramebufferObjectTest, TargetsGoToTheCallThatTakesThem)
                              "FramebufferObject::attach()"),
                     use3D);
     EXPECT_EQ(&_color, framebuffer.attachment(GL_COLOR_ATTACHMENT0));
-
-    ASSERT_TRUE(framebuffer.attachLayers(&_layers, GL_COLOR_ATTACHMENT1, 0));
-    EXPECT_EQ(1, attachmentParameter(GL_COLOR_ATTACHMENT1, GL_FRAMEBUFFER_ATTACHMENT_LAYERED));
-    ASSERT_TRUE(framebuffer.attach3D(&_layers, GL_COLOR_ATTACHMENT2, 2, 0));
-    EXPECT_EQ(2, attachmentParameter(GL_COLOR_ATTACHMENT2, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER));
     Texture volume(nullptr);
     volume.create3D(GL_TEXTURE_3D, GL_RGBA8, 4, 4, 4);
+    ASSERT_TRUE(framebuffer.attachLayers(&_layers, GL_COLOR_ATTACHMENT1, 0));
+    ASSERT_TRUE(framebuffer.attach3D(&_layers, GL_COLOR_ATTACHMENT2, 2, 0));
     ASSERT_TRUE(framebuffer.attach3D(&volume, GL_COLOR_ATTACHMENT3, 3, 0));
+    EXPECT_EQ(1, attachmentParameter(GL_COLOR_ATTACHMENT1, GL_FRAMEBUFFER_ATTACHMENT_LAYERED));
+    EXPECT_EQ(2, attachmentParameter(GL_COLOR_ATTACHMENT2, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER));
     EXPECT_EQ(3, attachmentParameter(GL_COLOR_ATTACHMENT3, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER));
     framebuffer.detachAll();
     EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
     EXPECT_EQ(0, attachmentParameter(GL_COLOR_ATTACHMENT2, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
-    EXPECT_TRUE(framebuffer.unbind());
-}
 
-TEST_F(FramebufferObjectTest, CreatedTexturesAreTheCallersAndLayersLieAtConsecutivePoints)
-{
-    FramebufferObject framebuffer(nullptr);
-    ASSERT_TRUE(framebuffer.bind());
     ASSERT_TRUE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 3));
     ASSERT_TRUE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT3, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
     EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT4, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 0));
-    const std::unique_ptr<Texture> array(framebuffer.attachment(GL_COLOR_ATTACHMENT0));
+    const std::unique_ptr<Texture> array(framebuffer.attachment(GL_COLOR_ATTACHMENT0)); // the caller's
     const std::unique_ptr<Texture> flat(framebuffer.attachment(GL_COLOR_ATTACHMENT3));
-    EXPECT_EQ(4, Texture::NumAlive());
+    EXPECT_EQ(5, Texture::NumAlive());
     EXPECT_EQ(4, framebuffer.attachmentPoints().size());
+    EXPECT_EQ(0, attachmentParameter(GL_COLOR_ATTACHMENT3, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL));
     for (int layer = 0; layer < 3; ++layer) {
         const unsigned int point = GL_COLOR_ATTACHMENT0 + unsigned(layer);
         EXPECT_EQ(array.get(), framebuffer.attachment(point));

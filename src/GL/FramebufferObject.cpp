@@ -320,7 +320,7 @@ QList<unsigned int> FramebufferObject::attachmentPoints() const
 void FramebufferObject::setDrawBuffers()
 {
     // Required: the texts say "attach", and the call to GL follows even if both conditions fail; see
-    // FramebufferObjectTest.WrongOrdersAreToldAndChangeNothing.
+    // FramebufferObjectTest.WrongOrdersAreReportedAndChangeNothing.
     ZEL_ASSERT(0u != this->_fbo, "Framebuffer Object is NULL on attach");
     ZEL_ASSERT(true == this->_fboBound, "Framebuffer Object is not bound on attach");
     glDrawBuffers(_drawBuffers.size(), _drawBuffers.constData());
