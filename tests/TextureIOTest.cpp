@@ -333,7 +333,8 @@ void expectSizes(Texture &texture, const TextureLoader &reader)
     texture.unbind();
 }
 
-class RealTextureFilesTest : public GLTest, public testing::WithParamInterface<std::pair<const char *, int>>
+class RealTextureFilesTest : public TextureIOTest,
+                             public testing::WithParamInterface<std::pair<const char *, int>>
 {
 };
 
