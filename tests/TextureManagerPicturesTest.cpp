@@ -330,7 +330,7 @@ TEST_P(TextureManagerPicturesTest, ListsMayChangeWhileTheyAreBound)
     Hook<&glTexImage2D> uploads; // of the first colour that is loaded
     uploads.replace([&](auto... arguments) {
         uploads.original(arguments...);
-        tokens.clear();
+        std::fill(tokens.begin(), tokens.end(), nullTextureToken);
     });
     tokens = {manager->tokenForColor(QColor(Qt::red)), manager->tokenForColor(QColor(255, 51, 0, 102))};
     const QVector<TextureToken> bound = tokens.toVector();
@@ -400,7 +400,7 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
         } else if (action == 2 || !items.back().texture->isReadOnly()) {
             const TextureToken token = items.back().token;
             if (action == 2) {
-                manager->deleteTexture(manager->textureTokenMap()[items.back().texture]);
+                manager->deleteTexture(*manager->textureTokenMap().find(items.back().texture));
                 items.pop_back();
             } else {
                 fill(items.back().texture, items.back().id = step);
@@ -520,6 +520,9 @@ TEST_P(ArrayPicturesTest, UDIMSetsShowTheirPatchesAndTheirGaps)
     const TextureToken empty = manager->createUDIMToken();
     EXPECT_EQ(2u, empty.token);
     EXPECT_EQ(kEmptyPatch, drawn(empty));
+    for (const quint64 free : {3, 4, 5, 6, 1}) {
+        EXPECT_EQ(free, manager->reserveToken().token);
+    }
 }
 
 TEST_P(ArrayPicturesTest, ScalingAndMergingKeepThePictureOfEveryToken)
