@@ -240,6 +240,9 @@ TEST_F(FramebufferObjectTest, CompletenessIsAskedInAnyStateAndFailuresAreTold)
          {std::pair(GL_DEPTH_ATTACHMENT, GL_NONE), std::pair(GL_COLOR_ATTACHMENT1, GL_COLOR_ATTACHMENT1)}) {
         framebuffer.attachUpdate(point == GL_DEPTH_ATTACHMENT ? &depth : &_color, GLenum(point), 0);
         framebuffer.setDrawBuffers();
+        const Tap<&glReadBuffer> repeated;
+        framebuffer.setDrawBuffers();
+        EXPECT_EQ(0u, repeated.count());
         EXPECT_TRUE(framebuffer.isComplete());
         EXPECT_EQ(readBuffer, integerOf(GL_READ_BUFFER));
     }

@@ -248,7 +248,8 @@ TEST_F(TextureManagerTest, FramebuffersGiveScratchTexturesBackToThePool)
 {
     ASSERT_TRUE(TextureManager::setInstance(&manager));
     Texture *color = manager.tempTexture(RGBA16F, 4, 4, 1, 1);
-    Texture *depth = manager.tempTexture(DEPTH32F, 4, 4, 1, 1);
+    Texture *depth = manager.tempTexture(DEPTH32F, 4, 4, 1, 2);
+    EXPECT_EQ(unsigned(GL_TEXTURE_2D_MULTISAMPLE), depth->target());
     manager.addTempTextureRef(color, 1);
     FramebufferObject framebuffer(nullptr);
     framebuffer.bind();

@@ -191,8 +191,8 @@ TEST_F(TexturePlacementTest, TexturesFindTheirPlacesInOrderOfPreference)
         const char *places;
     };
     const Row rows[] = {
-        {"the first gap that is long enough", false, 1, "4x4 4x4*3 4x4*2 4x4 -2 4x4*2 4x4*2 4x4",
-         "0.0 - 0.4 0.6 0.1 0.7 0.3 |4x4:9"},
+        {"the first gap that is long enough", false, 2, "4x4 4x4*3 4x4*2 4x4 -2 4x4*2 4x4*2 4x4",
+         "0.0 - 0.4 0.6 0.1 0.7 0.3 |4x4:9|"},
         {"gaps that are apart", false, 1, "4x4 4x4 4x4 4x4 -1 -3 4x4*2 4x4 -4", "- 0.1 - - 0.4 0.0 |4x4:6"},
         {"free layers at the end are not used", false, 2, "4x4 4x4*2 4x4 -2 -3 8x8 8x8 -4 -5",
          "0.0 - - - - |4x4:1|8x8:0"},
