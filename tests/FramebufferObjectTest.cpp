@@ -150,7 +150,7 @@ TEST_F(FramebufferObjectTest, EachTargetHasACallAndLayersAreAtConsecutivePoints)
     EXPECT_TRUE(framebuffer.unbind());
 }
 
-TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
+TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModel)
 {
     using Entry = std::pair<Texture *, int>; // texture and level
     std::mt19937 random(7);
@@ -225,12 +225,12 @@ TEST_F(FramebufferObjectTest, RandomAttachmentsFollowTheModelBook)
     EXPECT_TRUE(framebuffer.unbind());
 }
 
-TEST_F(FramebufferObjectTest, CompletenessIsAskedInAnyStateAndFailuresAreTold)
+TEST_F(FramebufferObjectTest, CompletenessIsCheckedInAnyStateAndFailuresAreReported)
 {
-    const QString told = "debug [FramebufferObject.cpp:#] Framebuffer is incomplete: ";
+    const QString incomplete = "debug [FramebufferObject.cpp:#] Framebuffer is incomplete: ";
     FramebufferObject framebuffer(nullptr);
     EXPECT_FALSE(framebuffer.isComplete());
-    EXPECT_MESSAGES(told + "No images are attached to the framebuffer.");
+    EXPECT_MESSAGES(incomplete + "No images are attached to the framebuffer.");
     EXPECT_EQ(0, integerOf(GL_FRAMEBUFFER_BINDING));
 
     ASSERT_TRUE(framebuffer.bind());
@@ -249,16 +249,16 @@ TEST_F(FramebufferObjectTest, CompletenessIsAskedInAnyStateAndFailuresAreTold)
     EXPECT_EQ(GLint(framebuffer.getFBO()), integerOf(GL_FRAMEBUFFER_BINDING)) << "who was bound stays bound";
 
     Hook<&glCheckFramebufferStatus> status;
-    const std::pair<GLenum, const char *> answers[] = {
+    const std::pair<GLenum, const char *> states[] = {
         {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT,
          "Not all framebuffer attachment points are framebuffer attachment complete."},
         {GL_FRAMEBUFFER_UNSUPPORTED, "The combination of internal formats of the attached images violates an "
                                      "implementation-dependent set of restrictions."},
         {GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE, ""}};
-    for (const auto &[answer, text] : answers) {
-        status.replace([answer = answer](GLenum) { return answer; });
+    for (const auto &[state, text] : states) {
+        status.replace([state = state](GLenum) { return state; });
         EXPECT_FALSE(framebuffer.isComplete());
-        EXPECT_MESSAGES(told + text);
+        EXPECT_MESSAGES(incomplete + text);
     }
     framebuffer.detachAll();
     EXPECT_TRUE(framebuffer.unbind());

@@ -75,7 +75,7 @@ struct Witness : TextureRecogniser
 
     TextureLoader *recognise(Memory *, const QString &file) const override
     {
-        log += name + " asked about " + file;
+        log += name + " tries " + file;
         return nullptr;
     }
 
@@ -104,7 +104,7 @@ QImage fourColors()
 
 } // namespace
 
-TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
+TEST_F(TextureIOTest, TheSuffixSelectsTheFirstRecogniserOnly)
 {
     const QString plain = write("image.ktx", kKtxBytes);
     const QString other = write("image.dat", kKtxBytes);
@@ -122,20 +122,20 @@ TEST_F(TextureIOTest, TheSuffixOnlySaysWhoIsAskedFirst)
     RegisterTextureRecogniser(new Witness("early", log), "ktx");
     RegisterTextureRecogniser(new Witness("late", log), "KtX"); // replaces the claim of "early"
     RegisterTextureRecogniser(first, "dat");                    // still listed once
-    const auto asked = [&](const QStringList &names, const QString &path) {
-        const QString between = " asked about " + path;
+    const auto expectTried = [&](const QStringList &names, const QString &path) {
+        const QString between = " tries " + path;
         EXPECT_EQ(names.join(between + '|') + between, std::exchange(log, {}).join('|'));
     };
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(wrong));
-    asked({"first", "early", "late"}, wrong);
+    expectTried({"first", "early", "late"}, wrong);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain));
-    asked({"late", "first", "early", "late"}, plain);
+    expectTried({"late", "first", "early", "late"}, plain);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(other));
-    asked({"first", "first", "early", "late"}, other);
+    expectTried({"first", "first", "early", "late"}, other);
     QByteArray bytes = kKtxBytes;
     EXPECT_EQ(nullptr, IdentifyTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()),
                                                  size_t(bytes.size()), "memory.ktx"));
-    asked({"first", "early", "late"}, "memory.ktx"); // the suffix is ignored
+    expectTried({"first", "early", "late"}, "memory.ktx"); // the suffix is ignored
     DeleteAllRegisteredTextureRecognisers();
     EXPECT_EQ(QStringList({"first deleted", "early deleted", "late deleted"}), log);
     EXPECT_EQ(nullptr, IdentifyTextureFromFile(plain)) << "whose recogniser is gone";

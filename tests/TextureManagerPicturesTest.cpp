@@ -427,8 +427,8 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
         const QString cube = QString("managedTextureCube(u_Token, faceDirection(%1, uv))").arg(face);
         warnings();
         const Pixels shown = draw(bound, token, 2, 2, isCube ? cube : kSample);
-        const QStringList told = warnings();
-        if (shown.at(0, 0) == kInvalid && !told.filter("Failed to find slot").isEmpty()) {
+        const QStringList logged = warnings();
+        if (shown.at(0, 0) == kInvalid && !logged.filter("Failed to find slot").isEmpty()) {
             ++refused;
             hasPlace = false;
         }

@@ -492,7 +492,7 @@ TEST_F(ArrayManagerTest, ClearingAbandonsTheSlots)
     _capture.take();
 }
 
-TEST_F(ArrayManagerTest, StorageIsAskedForOnceALayerAndALevelAndTheFramebufferStaysBound)
+TEST_F(ArrayManagerTest, StorageIsMadeOnceALayerAndALevel)
 {
     QVector<TextureToken> tokens;
     Texture *texture = nullptr;

@@ -44,31 +44,28 @@ TEST_F(TexturePoolTest, KeysDifferInEveryFieldAndFoldToTheirHash)
 
 TEST_F(TexturePoolTest, EveryFormatAndShapeGetsItsStorage)
 {
+    std::vector<std::tuple<TextureFormat, int, int, unsigned int>> rows = {
+        {RGBA16F, 3, 1, GL_TEXTURE_2D_ARRAY},
+        {RGBA16F, 1, 4, GL_TEXTURE_2D_MULTISAMPLE},
+        {RGBA16F, 3, 4, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}};
     for (unsigned int format = 0; format <= DEPTH32F_STENCIL8; ++format) {
-        Texture *texture = _pool.take(TextureFormat(format), 4, 2, 1, 1);
-        EXPECT_EQ(InternalFormat(TextureFormat(format)),
-                  unsigned(levelParameter(*texture, 0, GL_TEXTURE_INTERNAL_FORMAT)));
-        EXPECT_EQ(4, levelParameter(*texture, 0, GL_TEXTURE_WIDTH));
-        EXPECT_EQ(2, levelParameter(*texture, 0, GL_TEXTURE_HEIGHT));
-        _pool.releaseRef(texture, 1);
+        rows.emplace_back(TextureFormat(format), 1, 1, GL_TEXTURE_2D);
     }
-
-    const std::tuple<int, int, unsigned int> shapes[] = {{1, 1, GL_TEXTURE_2D},
-                                                         {3, 1, GL_TEXTURE_2D_ARRAY},
-                                                         {1, 4, GL_TEXTURE_2D_MULTISAMPLE},
-                                                         {3, 4, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}};
-    for (const auto &[depth, samples, target] : shapes) {
+    for (const auto &[format, depth, samples, target] : rows) {
         const bool multisample = samples > 1;
         for (const bool fixed : {false, true}) {
             const Tap<&glTexParameteri> parameters;
             _pool.setFixedSampleLocations(fixed);
-            Texture *texture = _pool.take(RGBA16F, 8, 8, depth, samples);
+            Texture *texture = _pool.take(format, 8, 4, depth, samples);
             EXPECT_EQ(target, texture->target());
             EXPECT_EQ(multisample ? 0u : 2u, parameters.count());
             EXPECT_FALSE(texture->isBound());
-            EXPECT_EQ(depth, levelParameter(*texture, 0, GL_TEXTURE_DEPTH));
-            EXPECT_EQ(multisample ? samples : 0, levelParameter(*texture, 0, GL_TEXTURE_SAMPLES));
-            EXPECT_EQ(fixed || !multisample, levelParameter(*texture, 0, GL_TEXTURE_FIXED_SAMPLE_LOCATIONS));
+            const auto level = [texture = texture](GLenum name) { return levelParameter(*texture, 0, name); };
+            EXPECT_EQ((std::vector<GLint>{8, 4, depth, multisample ? samples : 0, fixed || !multisample}),
+                      (std::vector<GLint>{level(GL_TEXTURE_WIDTH), level(GL_TEXTURE_HEIGHT),
+                                          level(GL_TEXTURE_DEPTH), level(GL_TEXTURE_SAMPLES),
+                                          level(GL_TEXTURE_FIXED_SAMPLE_LOCATIONS)}));
+            EXPECT_TRUE(multisample || GLint(InternalFormat(format)) == level(GL_TEXTURE_INTERNAL_FORMAT));
             _pool.releaseRef(texture, 1);
             _pool.deleteUnused();
         }

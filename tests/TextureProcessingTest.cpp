@@ -211,27 +211,23 @@ TEST_F(TextureProcessingTest, AProgramThatCannotBeMadeLeavesTheTextureInPlace)
 
 TEST_F(TextureProcessingTest, ABlitTakesOverColourDepthOrBothOfDepthAndStencil)
 {
-    const quint32 ones[4] = {0x11223344, 0x55667788, 0x99AABBCC, 0xDDEEFF00};
-    const float depths[4] = {0.125f, 0.25f, 0.5f, 1.0f};
-    const quint32 zeros[4] = {};
+    const std::vector<quint32> ones = {0x11223344, 0x55667788, 0x99AABBCC, 0xDDEEFF00};
+    const std::vector<quint32> depths = {0x3E000000, 0x3E800000, 0x3F000000, 0x3F800000}; // floats up to 1
     const AutoEnabler scissorTest(GL_SCISSOR_TEST);
     driver()->glScissor(0, 0, 1, 1);
-    for (const auto &[kind, data] : {std::pair<TextureFormat, const void *>(RGBA, ones),
-                                     std::pair<TextureFormat, const void *>(DEPTH32F, depths),
-                                     std::pair<TextureFormat, const void *>(DEPTH24_STENCIL8, ones)}) {
-        const GLint internalFormat = GLint(SizedInternalFormat(kind));
+    for (const auto &[kind, texels] :
+         {std::pair(RGBA, ones), std::pair(DEPTH32F, depths), std::pair(DEPTH24_STENCIL8, ones)}) {
         const GLenum format = ExternalFormat(kind);
         const GLenum type = ExternalType(kind);
         Texture from(nullptr);
         Texture to(nullptr);
-        for (const auto &[texture, texels] :
-             {std::pair<Texture *, const void *>(&from, data), {&to, zeros}}) {
-            texture->setTarget(GL_TEXTURE_2D);
+        for (const auto &[texture, data] :
+             {std::pair(&from, texels), std::pair(&to, std::vector<quint32>(4))}) {
+            texture->create2D(GL_TEXTURE_2D, SizedInternalFormat(kind), 2, 2);
             const AutoBinder binder(texture);
-            driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-            driver()->glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, 2, 2, 0, format, type, texels);
+            driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 2, 2, format, type, data.data());
         }
-        const auto contents = [&](Texture &texture) {
+        const auto contents = [format, type](Texture &texture) {
             std::vector<quint32> words(4);
             const AutoBinder binder(&texture);
             driver()->glGetTexImage(GL_TEXTURE_2D, 0, format, type, words.data());

@@ -271,7 +271,7 @@ TEST_F(HDRReaderTest, EveryExponentScalesExactly)
     EXPECT_EQ(std::vector<float>(3, 0.5f), uploaded(lineOf(1, QByteArray(4, char(128)))));
 }
 
-TEST_F(HDRReaderTest, RowsGoUpFromTheBottomByTheFirstSignAloneAndNothingElseCounts)
+TEST_F(HDRReaderTest, RowsGoUpFromTheBottomByTheFirstSignAlone)
 {
     const HdrFile::Row first = HdrFile::ramp(2);
     const HdrFile::Row second = HdrFile::ramp(2, 2);
@@ -724,7 +724,7 @@ protected:
 
 } // namespace
 
-TEST_F(KTXReaderTest, ALoadPausesAsLongAsItsThreadIsAskedTo)
+TEST_F(KTXReaderTest, ALoadPausesAsLongAsItsThreadRequestsIt)
 {
     KtxFile file;
     file.mipmapLevels = 3;

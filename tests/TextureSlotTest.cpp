@@ -11,9 +11,11 @@
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/Texture.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
+#include <array>
 
 using namespace Orvane::Zel;
 
@@ -110,33 +112,25 @@ protected:
     /// An array texture of a size, of layers after '*', and of a letter for another format or sampling: "8x4*3g".
     static Texture *newTexture(const QString &text)
     {
-        struct Variant
-        {
-            char letter;
-            GLenum internalFormat;
-            GLenum parameter;
-            GLint value;
-        };
-        static const Variant variants[] = {{'s', GL_SRGB8_ALPHA8, 0, 0},
-                                           {'g', GL_RG8, 0, 0},
-                                           {'a', GL_RGBA8, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE},
-                                           {'b', GL_RGBA8, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE},
-                                           {'c', GL_RGBA8, GL_TEXTURE_MAG_FILTER, GL_LINEAR},
-                                           {'d', GL_RGBA8, GL_TEXTURE_MIN_FILTER, GL_LINEAR},
-                                           {'e', GL_RGBA8, GL_TEXTURE_LOD_BIAS, 1},
-                                           {'f', GL_RGBA8, GL_TEXTURE_MAX_ANISOTROPY, 2}};
+        static const QHash<QString, std::array<int, 3>> variants = {
+            // internal format, and a parameter
+            {"s", {GL_SRGB8_ALPHA8, 0, 0}},
+            {"g", {GL_RG8, 0, 0}},
+            {"a", {GL_RGBA8, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE}},
+            {"b", {GL_RGBA8, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}},
+            {"c", {GL_RGBA8, GL_TEXTURE_MAG_FILTER, GL_LINEAR}},
+            {"d", {GL_RGBA8, GL_TEXTURE_MIN_FILTER, GL_LINEAR}},
+            {"e", {GL_RGBA8, GL_TEXTURE_LOD_BIAS, 1}},
+            {"f", {GL_RGBA8, GL_TEXTURE_MAX_ANISOTROPY, 2}}};
         const auto match = QRegularExpression("^(\\d+)x(\\d+)\\*?(\\d*)([a-z]?)$").match(text);
         EXPECT_TRUE(match.hasMatch()) << qPrintable(text);
-        Variant variant = {'\0', GL_RGBA8, 0, 0};
-        for (const Variant &other : variants) {
-            variant = match.captured(4) == QChar(other.letter) ? other : variant;
-        }
+        const auto [internalFormat, parameter, value] = variants.value(match.captured(4), {GL_RGBA8, 0, 0});
         auto *texture = new Texture(nullptr);
-        texture->create3D(GL_TEXTURE_2D_ARRAY, variant.internalFormat, match.captured(1).toInt(),
+        texture->create3D(GL_TEXTURE_2D_ARRAY, GLenum(internalFormat), match.captured(1).toInt(),
                           match.captured(2).toInt(), std::max(match.captured(3).toInt(), 1));
-        if (variant.parameter != 0) {
+        if (parameter != 0) {
             const AutoBinder binder(texture);
-            glTexParameteri(GL_TEXTURE_2D_ARRAY, variant.parameter, variant.value);
+            glTexParameteri(GL_TEXTURE_2D_ARRAY, GLenum(parameter), value);
         }
         return texture;
     }

@@ -29,41 +29,6 @@ std::unique_ptr<Texture> newTexture(unsigned int target = GL_TEXTURE_2D)
 
 using TextureTest = GLTest;
 
-/// Units of the textures that are bound, handed out from the top.
-struct UnitModel
-{
-    bool bind(const Texture *texture)
-    {
-        if (depths[texture] == 0) {
-            if (free.empty()) {
-                return false;
-            }
-            units[texture] = *free.rbegin();
-            free.erase(units[texture]);
-            ++bindings;
-        }
-        ++depths[texture];
-        return true;
-    }
-
-    bool unbind(const Texture *texture)
-    {
-        if (depths[texture] == 0) {
-            return false;
-        }
-        if (--depths[texture] == 0) {
-            free.insert(units[texture]);
-            ++bindings;
-        }
-        return true;
-    }
-
-    std::map<const Texture *, unsigned int> units; ///< the last ones
-    std::map<const Texture *, int> depths;
-    std::set<unsigned int> free;
-    size_t bindings = 0; ///< calls of glBindTexture()
-};
-
 } // namespace
 
 TEST_F(TextureTest, OwnsWhatItMadeAndLeavesAWrappedNameAlone)
@@ -98,7 +63,7 @@ TEST_F(TextureTest, EachContextHandsOutUnitsOfItsOwn)
         ASSERT_TRUE(local->bind());
         EXPECT_EQ(unit, local->unit());
         ASSERT_TRUE(local->unbind());
-        EXPECT_EQ(1u, queries.count()) << "the number of units is asked once";
+        EXPECT_EQ(1u, queries.count()) << "the number of units is queried once";
     }
     makeCurrent();
     EXPECT_EQ(unit, texture->unit());
@@ -114,23 +79,33 @@ TEST_F(TextureTest, RandomBindsFollowTheModelOfUnits)
     for (int i = 0; i < units + 4; ++i) {
         textures.push_back(newTexture(i % 3 == 0 ? GL_TEXTURE_2D_ARRAY : GL_TEXTURE_2D));
     }
-    UnitModel model;
+    std::map<const Texture *, std::pair<unsigned int, int>> bound; // unit and depth of the binds
+    std::set<unsigned int> free;
     for (int unit = 0; unit < units; ++unit) {
-        model.free.insert(unsigned(unit));
+        free.insert(unsigned(unit));
     }
+    size_t bindingCount = 0;
     const Tap<&glBindTexture> bindings;
     for (int step = 0; step < 20000; ++step) {
         SCOPED_TRACE(step);
         Texture &texture = *textures[random() % textures.size()];
+        auto &[unit, depth] = bound[&texture];
         const bool binds =
             random() % 100 < (step / 2000 % 2 == 0 ? 60u : 40u); // fills up and drains by turns
-        const bool done = binds ? model.bind(&texture) : model.unbind(&texture);
+        const bool done = depth > 0 || (binds && !free.empty());
+        if (done && binds && depth++ == 0) {
+            unit = *free.rbegin(); // from the top down
+            free.erase(unit);
+            ++bindingCount;
+        } else if (done && !binds && --depth == 0) {
+            free.insert(unit);
+            ++bindingCount;
+        }
         ASSERT_EQ(done, binds ? texture.bind() : texture.unbind());
-        const bool bound = model.depths[&texture] != 0;
         if (done) {
             const bool array = texture.target() == GL_TEXTURE_2D_ARRAY;
-            ASSERT_EQ(GLint(GL_TEXTURE0 + model.units[&texture]), integerOf(GL_ACTIVE_TEXTURE));
-            ASSERT_EQ(bound ? GLint(texture.textureID()) : 0,
+            ASSERT_EQ(GLint(GL_TEXTURE0 + unit), integerOf(GL_ACTIVE_TEXTURE));
+            ASSERT_EQ(depth != 0 ? GLint(texture.textureID()) : 0,
                       integerOf(array ? GL_TEXTURE_BINDING_2D_ARRAY : GL_TEXTURE_BINDING_2D));
         } else {
             EXPECT_MESSAGES(binds ? kNoUnits
@@ -138,13 +113,13 @@ TEST_F(TextureTest, RandomBindsFollowTheModelOfUnits)
                                              "Texture has not been bound on unbind"));
         }
         ASSERT_TRUE(takeMessages({}));
-        ASSERT_EQ(model.bindings, bindings.count()) << "nested binds share one";
-        ASSERT_EQ(bound, texture.isBound());
-        if (bound) {
-            ASSERT_EQ(model.units[&texture], texture.unit());
+        ASSERT_EQ(bindingCount, bindings.count()) << "nested binds share one";
+        ASSERT_EQ(depth != 0, texture.isBound());
+        if (depth != 0) {
+            ASSERT_EQ(unit, texture.unit());
         }
-        const unsigned int unit = unsigned(random()) % unsigned(units);
-        ASSERT_EQ(model.free.count(unit) != 0, Texture::isTextureUnitFree(unit));
+        const unsigned int any = unsigned(random()) % unsigned(units);
+        ASSERT_EQ(free.count(any) != 0, Texture::isTextureUnitFree(any));
     }
     for (const auto &texture : textures) {
         texture->bind(); // all units are in use in the end

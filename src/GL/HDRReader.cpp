@@ -97,7 +97,7 @@ Decoded decode(const HDRHeader &header, const unsigned char *end)
     }
     for (quint32 y = 0; y < header.height(); ++y) {
         // Required: neither the letters nor the second sign count; see
-        // HDRReaderTest.RowsGoUpFromTheBottomByTheFirstSignAloneAndNothingElseCounts.
+        // HDRReaderTest.RowsGoUpFromTheBottomByTheFirstSignAlone.
         float *row = rows.get() + rowSize * (header.isTopDown() ? header.height() - 1 - y : y);
         switch (scanlines.decode(row)) {
         case HDRScanlines::eDecoded:

@@ -125,7 +125,7 @@ unsigned int SlotData::getFreeLayer(int count)
         }
     }
     // 2. New layers at the end. Required: the last layer of a slot stays unused; see
-    //    TexturePlacementTest.RandomPlacementsFollowTheModelStepByStep.
+    //    TexturePlacementTest.TexturesFindTheirPlacesInOrderOfPreference.
     if (count >= maxLayers - usedLayers) {
         return kNoLayer;
     }

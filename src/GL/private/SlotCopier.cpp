@@ -28,7 +28,7 @@ float textureParameterf(const Texture &texture, GLenum name)
 }
 
 /// Required: the chain ends when one side reaches 0, so that a slot that is not square has no level of one texel; see
-/// ArrayManagerTest.StorageIsAskedForOnceALayerAndALevel.
+/// ArrayManagerTest.StorageIsMadeOnceALayerAndALevel.
 int levelCount(const SlotFormat &format)
 {
     int levels = 0;
@@ -48,7 +48,7 @@ void specifyStorage(const SlotFormat &format, int layers, bool hasAnisotropy)
         glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, levels - 1);
     }
     for (int level = 0; level < levels; ++level) {
-        // Required: one identical call for each layer; see ArrayManagerTest.StorageIsAskedForOnceALayerAndALevel.
+        // Required: one identical call for each layer; see ArrayManagerTest.StorageIsMadeOnceALayerAndALevel.
         for (int i = 0; i < layers; ++i) {
             glTexImage3D(target, level, static_cast<GLint>(format.internalFormat), format.width >> level,
                          format.height >> level, layers, 0, transferFormat, transferType, nullptr);
