@@ -223,9 +223,11 @@ TEST_F(TextureProcessingTest, ABlitTakesOverColourDepthOrBothOfDepthAndStencil)
         Texture to(nullptr);
         for (const auto &[texture, data] :
              {std::pair(&from, texels), std::pair(&to, std::vector<quint32>(4))}) {
-            texture->create2D(GL_TEXTURE_2D, SizedInternalFormat(kind), 2, 2);
+            texture->setTarget(GL_TEXTURE_2D);
             const AutoBinder binder(texture);
-            driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 2, 2, format, type, data.data());
+            driver()->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+            driver()->glTexImage2D(GL_TEXTURE_2D, 0, GLint(SizedInternalFormat(kind)), 2, 2, 0, format, type,
+                                   data.data());
         }
         const auto contents = [format, type](Texture &texture) {
             std::vector<quint32> words(4);
