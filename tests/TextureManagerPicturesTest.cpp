@@ -545,11 +545,15 @@ TEST_P(ArrayPicturesTest, ScalingAndMergingKeepThePictureOfEveryToken)
     const Pixels newcomer = randomPixels(4, 4, 180);
     EXPECT_TRUE(shows(tokenFor(newTexture(newcomer, GL_RGBA8, GL_REPEAT)), newcomer));
     EXPECT_EQ(QStringList(resizeWarning(16, 8)), warnings()) << "of the slots that are merged";
+    const auto expectPictures = [&] {
+        for (const auto &[token, picture] : images) {
+            EXPECT_TRUE(shows(token, picture.width() == 16 ? halved(picture) : picture, 1.5f * kByte));
+        }
+    };
+    expectPictures();
     add(16);
     EXPECT_EQ(QStringList(resizeWarning(16, 8)), warnings()) << "of the texture";
-    for (const auto &[token, picture] : images) {
-        EXPECT_TRUE(shows(token, picture.width() == 16 ? halved(picture) : picture, 1.5f * kByte));
-    }
+    expectPictures();
     restart(1);
     const Pixels picture = randomPixels(4, 4, 190);
     EXPECT_TRUE(shows(tokenFor(newTexture(picture)), picture));
