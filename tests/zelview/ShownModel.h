@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Zelview.h"
+
 #include "app/ExhibitFactory.h"
 #include "frame/Graphics.h"
 #include "frame/Options.h"
@@ -8,11 +10,7 @@
 
 #include <ZelGL/ZelGL.h>
 
-#include <gtest/gtest.h>
-
-#include <QtGui/QImage>
-
-/// A model with its own context and without a window, and pictures of it.
+/// A model with its own context and without a window, and pictures of it, upside down.
 class ShownModel
 {
 public:
@@ -33,16 +31,14 @@ public:
         _target.reset();
         _programs.reset();
         _exhibit.reset();
-        Orvane::Zel::InstanceDataRegistry::Instance()
-            ->clear(); // the plans of the next model have the same names
+        Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the next model has plans of the same names
     }
 
     zelview::Exhibit *operator->() { return _exhibit.get(); }
 
-    /// Draws a frame and reads it back; the first row is the lowest.
     QImage picture()
     {
-        prepare();
+        EXPECT_FALSE(_exhibit->prepareFrame(_size).has_value());
         const Orvane::Zel::AutoBinder bound(_target->framebuffer());
         glViewport(0, 0, _size.width(), _size.height());
         glClear(GL_DEPTH_BUFFER_BIT);
@@ -58,15 +54,11 @@ public:
         return picture();
     }
 
-    void prepare() { EXPECT_FALSE(_exhibit->prepareFrame(_size).has_value()); }
-
-    /// The lines about the last frame that contain these words.
-    QString report(const char *words) const
+    /// The line about the last frame that starts with this word.
+    QString report(const char *word) const
     {
-        return _exhibit->describeFrame().filter(QLatin1String(words)).join('\n');
+        return _exhibit->describeFrame().filter(QRegularExpression(QString("^") + word)).join('\n');
     }
-
-    QString draws() const { return report("draws  "); }
 
 private:
     QSize _size;
