@@ -5,21 +5,12 @@
 #include "support/GLFixture.h"
 
 #include <ZelCore/Resources.h>
-#include <ZelGL/Array2DTextureManager.h>
-#include <ZelGL/BindlessTextureManager.h>
-#include <ZelGL/DrawBuffers.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/InstanceDataPlan.h>
-#include <ZelGL/InstanceDataRegistry.h>
-#include <ZelGL/SamplerTextureManager.h>
-#include <ZelGL/ShaderProgram.h>
-#include <ZelGL/ShadowMapManager.h>
+#include <ZelGL/ZelGL.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 
-#include <algorithm>
 #include <functional>
 
 using namespace Orvane::Zel;
@@ -29,193 +20,140 @@ int qCleanupResources_GLResources();
 
 namespace {
 
-/// A set of defines: its name in a failure, and the function that adds it.
-struct Defines
+/// Each set of defines is a function that adds it.
+using Sets = std::vector<std::function<void(GLSLMacroProcessor &)>>;
+
+/// Texts such as "NAME VALUE, OTHER VALUE", and for each value one such text with "%" for it.
+Sets setsOf(QStringList texts, const QString &pattern = QString(), const std::vector<int> &values = {})
 {
-    QString name;
-    std::function<void(GLSLMacroProcessor &)> add;
-};
-
-using Sets = std::vector<Defines>;
-
-const Defines kNone{QStringLiteral("no defines"), [](GLSLMacroProcessor &) {}};
-
-Sets joined(const std::vector<Sets> &lists)
-{
-    Sets sets;
-    for (const Sets &list : lists) {
-        sets.insert(sets.end(), list.begin(), list.end());
-    }
-    return sets;
-}
-
-void setUpBaseInstance(GLSLMacroProcessor &processor)
-{
-    DrawBuffers::useBaseInstanceDrawing(true);
-    DrawBuffers::setup(&processor);
-    DrawBuffers::useBaseInstanceDrawing(false);
-}
-
-/// Each set, with and without the host's switch for checks of tokens.
-Sets withDebug(Sets sets)
-{
-    for (const Defines &defines : Sets(sets)) {
-        sets.push_back({defines.name + " DEBUG", [defines](GLSLMacroProcessor &processor) {
-                            defines.add(processor);
-                            processor.addDefine("DEBUG", "1");
-                        }});
-    }
-    return sets;
-}
-
-/// The defines of a manager's setup(), for several numbers of slots.
-template <typename Manager>
-Sets setsOf(
-    const QString &name, const std::function<void(Manager &)> &configure = [](Manager &) {})
-{
-    Sets sets;
-    for (const int count : {1, 8, 31, 32}) {
-        sets.push_back({QStringLiteral("%1, %2 slots").arg(name).arg(count),
-                        [configure, count](GLSLMacroProcessor &processor) {
-                            Manager manager;
-                            manager.setMaxSlots(count);
-                            configure(manager);
-                            manager.setup(&processor);
-                        }});
-    }
-    return sets;
-}
-
-Sets array2DSets()
-{
-    std::vector<Sets> lists;
-    for (int flags = 0; flags < 8; ++flags) {
-        const QString name =
-            QStringLiteral("array%1%2%3")
-                .arg(flags & 1 ? ", map as uniforms" : "", flags & 2 ? ", map as texture" : "",
-                     flags & 4 ? ", explicit access" : "");
-        lists.push_back(setsOf<Array2DTextureManager>(name, [flags](Array2DTextureManager &manager) {
-            manager.setUseSlotMapUniforms((flags & 1) != 0);
-            manager.setUseSlotMapTexture((flags & 2) != 0);
-            manager.setUseExplicitlyArrayAccessInGLSL((flags & 4) != 0);
-        }));
-    }
-    return joined(lists);
-}
-
-Sets shadowSets()
-{
-    Sets sets;
-    for (const int options : {0, 1}) {
-        sets.push_back(
-            {QStringLiteral("shadows, options %1").arg(options),
-             [options](GLSLMacroProcessor &processor) { ShadowMapManager::setup(&processor, options); }});
-    }
-    return sets;
-}
-
-/// One set of several defines.
-Defines allOf(const std::vector<std::pair<QString, QString>> &defines)
-{
-    QStringList names;
-    for (const auto &[define, value] : defines) {
-        names += define + ' ' + value;
-    }
-    return {names.join(", "), [defines](GLSLMacroProcessor &processor) {
-                for (const auto &[define, value] : defines) {
-                    processor.addDefine(define, value);
-                }
-            }};
-}
-
-/// One define, with one of the values in each set.
-Sets valuesOf(const QString &define, const std::vector<int> &values)
-{
-    Sets sets;
     for (const int value : values) {
-        sets.push_back(allOf({{define, QString::number(value)}}));
+        texts += QString(pattern).replace('%', QString::number(value));
+    }
+    Sets sets;
+    for (const QString &text : texts) {
+        sets.push_back([text](GLSLMacroProcessor &processor) {
+            for (const QString &define : text.split(", ", Qt::SkipEmptyParts)) {
+                processor.addDefine(define.section(' ', 0, 0), define.section(' ', 1));
+            }
+        });
+    }
+    return sets;
+}
+
+Sets operator+(Sets a, const Sets &b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+/// The defines of a manager's setup() for several numbers of slots, with and without the host's switch for checks of tokens.
+template <typename Manager>
+Sets setsOfManager(const std::function<void(Manager &)> &configure = [](Manager &) {})
+{
+    Sets sets;
+    for (const int count : {1, 8, 31, 32, -1, -8, -31, -32}) {
+        sets.push_back([configure, count](GLSLMacroProcessor &processor) {
+            Manager manager;
+            manager.setMaxSlots(std::abs(count));
+            configure(manager);
+            manager.setup(&processor);
+            if (count < 0) {
+                processor.addDefine("DEBUG", "1");
+            }
+        });
+    }
+    return sets;
+}
+
+Sets setsOfArrays()
+{
+    Sets sets;
+    for (int flags = 0; flags < 8; ++flags) {
+        sets = sets + setsOfManager<Array2DTextureManager>([flags](Array2DTextureManager &manager) {
+                   manager.setUseSlotMapUniforms((flags & 1) != 0);
+                   manager.setUseSlotMapTexture((flags & 2) != 0);
+                   manager.setUseExplicitlyArrayAccessInGLSL((flags & 4) != 0);
+               });
     }
     return sets;
 }
 
 /// The models, those of the other numbering, and the other visibility term.
-Sets shadingSets()
+Sets setsOfShading()
 {
-    return joined(
-        {valuesOf("ZEL_BRDF", {0, 1, 2, 3, 4}),
-         {allOf({{"UNREAL_ONLY", "1"}, {"ZEL_BRDF", "0"}}), allOf({{"UNREAL_ONLY", "1"}, {"ZEL_BRDF", "1"}}),
-          allOf({{"BRIX_GTR_CRUE", "1"}, {"ZEL_BRDF", "2"}})}});
-}
-
-/// Every preset of FXAA, and no preset at all.
-Sets fxaaSets()
-{
-    return joined({{kNone},
-                   valuesOf("FXAA_QUALITY__PRESET",
-                            {10, 11, 12, 13, 14, 15, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 39}),
-                   valuesOf("FXAA_GATHER4_ALPHA", {0}),
-                   valuesOf("FXAA_DISCARD", {1})});
+    return setsOf({"UNREAL_ONLY 1, ZEL_BRDF 0", "UNREAL_ONLY 1, ZEL_BRDF 1", "BRIX_GTR_CRUE 1, ZEL_BRDF 2"},
+                  "ZEL_BRDF %", {0, 1, 2, 3, 4});
 }
 
 /// Both languages of SMAA with every preset, and with the other settings of a host.
-Sets smaaSets()
+Sets setsOfSmaa()
 {
-    Sets sets;
+    QStringList texts;
     for (const char *language : {"SMAA_GLSL_3", "SMAA_GLSL_4"}) {
         for (const char *option : {"SMAA_PRESET_LOW", "SMAA_PRESET_MEDIUM", "SMAA_PRESET_HIGH",
                                    "SMAA_PRESET_ULTRA", "SMAA_PREDICATION", "SMAA_REPROJECTION",
                                    "SMAA_DISABLE_DIAG_DETECTION", "SMAA_DISABLE_CORNER_DETECTION"}) {
-            sets.push_back(
-                allOf({{"SMAA_RT_METRICS", "vec4(0.25, 0.125, 4.0, 8.0)"}, {language, "1"}, {option, "1"}}));
+            texts += QString("SMAA_RT_METRICS vec4(0.25), %1 1, %2 1").arg(language, option);
         }
     }
-    return sets;
+    return setsOf(texts);
 }
 
-/// Most files take only the define of the draw ID.
 Sets setsFor(const QString &file)
 {
-    const auto is = [&](const char *start) { return file.startsWith(QLatin1String(start)); };
-    if (is("Array2DTextureManager")) {
-        return withDebug(array2DSets());
-    }
-    if (is("BindlessTextureManager")) {
-        return withDebug(setsOf<BindlessTextureManager>("bindless"));
-    }
-    if (is("SamplerTextureManager")) {
-        return withDebug(setsOf<SamplerTextureManager>("sampler"));
-    }
-    if (is("TextureManager")) {
-        return withDebug(joined({{kNone}, setsOf<SamplerTextureManager>("sampler"), array2DSets()}));
-    }
-    if (is("ShadowMapManager")) {
-        return shadowSets();
-    }
-    if (is("prefilteredEnvMap") || is("preintegratedBRDFTable") || is("ImportanceSample")) {
-        return shadingSets();
-    }
-    if (is("CubeRender_NDotL")) {
-        return valuesOf("TVO_CUBERENDER_NDOT_BATCH_SIZE", {1, 2, 4, 8});
-    }
-    if (is("CubeRender_Blur")) { // the library never adds the define that it reads
-        return valuesOf("TVO_CUBERENDER_BLUR_BATCH_SIZE", {1, 2, 4, 8});
-    }
-    if (is("CubeRender_") && file.endsWith(QLatin1String(".frag"))) {
-        return {kNone, allOf({{"TVO_CUBERENDER_CONVERT_COLORSPACE", "tvoConvert_sRGB_To_Linear"}})};
-    }
-    if (is("FXAA")) {
-        return fxaaSets();
-    }
-    if (is("SMAA")) {
-        return smaaSets();
-    }
-    return {kNone, {QStringLiteral("base instance"), setUpBaseInstance}};
+    const struct
+    {
+        const char *start; ///< of the names of the files
+        Sets (*sets)();
+    } rows[] = {
+        {"Array2DTextureManager", setsOfArrays},
+        {"BindlessTextureManager", [] { return setsOfManager<BindlessTextureManager>(); }},
+        {"SamplerTextureManager", [] { return setsOfManager<SamplerTextureManager>(); }},
+        {"TextureManager",
+         [] { return setsOf({""}) + setsOfManager<SamplerTextureManager>() + setsOfArrays(); }},
+        {"ShadowMapManager",
+         [] {
+             return Sets{[](GLSLMacroProcessor &processor) { ShadowMapManager::setup(&processor, 0); },
+                         [](GLSLMacroProcessor &processor) { ShadowMapManager::setup(&processor, 1); }};
+         }},
+        {"prefilteredEnvMap", setsOfShading},
+        {"preintegratedBRDFTable", setsOfShading},
+        {"ImportanceSample", setsOfShading},
+        {"CubeRender_NDotL",
+         [] {
+             return setsOf({}, "TVO_CUBERENDER_NDOT_BATCH_SIZE %", {1, 2, 4, 8});
+         }},
+        // The library never adds the define that it reads.
+        {"CubeRender_Blur",
+         [] {
+             return setsOf({}, "TVO_CUBERENDER_BLUR_BATCH_SIZE %", {1, 2, 4, 8});
+         }},
+        {"CubeRender_",
+         [] {
+             return setsOf({"", "TVO_CUBERENDER_CONVERT_COLORSPACE tvoConvert_sRGB_To_Linear"});
+         }},
+        {"FXAA",
+         [] {
+             return setsOf({"", "FXAA_GATHER4_ALPHA 0", "FXAA_DISCARD 1"}, "FXAA_QUALITY__PRESET %",
+                           {10, 11, 12, 13, 14, 15, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 39});
+         }},
+        {"SMAA", setsOfSmaa},
+        {"",
+         [] {
+             return setsOf({""}) + Sets{[](GLSLMacroProcessor &processor) {
+                        DrawBuffers::useBaseInstanceDrawing(true);
+                        DrawBuffers::setup(&processor);
+                        DrawBuffers::useBaseInstanceDrawing(false);
+                    }};
+         }},
+    };
+    return std::find_if(std::begin(rows), std::end(rows),
+                        [&](const auto &row) { return file.startsWith(row.start); })
+        ->sets();
 }
 
-bool isVertexStage(const QString &file)
-{
-    return file.endsWith(QLatin1String(".vert")) || file.contains(QLatin1String("VS."));
-}
+const QStringList kIncludes = QDir(":/GLSL/include").entryList(QDir::Files, QDir::Name);
+const QStringList kSources = QDir(":/GLSL/src").entryList(QDir::Files, QDir::Name);
 
 class GLSLTreeTest : public GLTest, public testing::WithParamInterface<QString>
 {
@@ -231,34 +169,18 @@ protected:
     ~GLSLTreeTest() override { InstanceDataRegistry::Instance()->clear(); }
 };
 
-QStringList sortedFilesOf(const QString &folder)
+TEST(GLSLTree, IsInsideTheLibraryBetweenItsTwoFunctions)
 {
-    QStringList files = QDir(folder).entryList(QDir::Files);
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-const QStringList kIncludes = sortedFilesOf(":/GLSL/include");
-const QStringList kSources = sortedFilesOf(":/GLSL/src");
-
-} // namespace
-
-TEST(GLSLTree, InsideTheLibraryIsTheTreeOfTheSources)
-{
-    for (const auto &[folder, files, count] :
-         {std::tuple<QString, QStringList, int>("/GLSL/include/", kIncludes, 10),
-          {"/GLSL/src/", kSources, 31}}) {
-        EXPECT_EQ(count, files.size());
-        EXPECT_EQ(files, sortedFilesOf(resourcesPath() + folder));
-        for (const QString &file : files) {
-            EXPECT_EQ(bytesOf(resourcesPath() + folder + file), bytesOf(':' + folder + file))
+    EXPECT_EQ(10, kIncludes.size());
+    EXPECT_EQ(31, kSources.size());
+    for (const char *folder : {"/GLSL/include/", "/GLSL/src/"}) {
+        const QDir tree(resourcesPath() + folder);
+        EXPECT_EQ(QDir(QString(":") + folder).entryList(QDir::Files), tree.entryList(QDir::Files));
+        for (const QString &file : tree.entryList(QDir::Files)) {
+            EXPECT_EQ(bytesOf(tree.filePath(file)), bytesOf(QString(":") + folder + file))
                 << qPrintable(file);
         }
     }
-}
-
-TEST(GLSLTree, ComesAndGoesWithItsTwoFunctions)
-{
     qCleanupResources_GLResources();
     EXPECT_FALSE(QFile::exists(":/GLSL/src/ZelUtilities.glslc"));
     qInitResources_GLResources();
@@ -268,6 +190,7 @@ TEST(GLSLTree, ComesAndGoesWithItsTwoFunctions)
 TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
 {
     const QString file = GetParam();
+    const bool isVertexStage = file.endsWith(".vert") || file.contains("VS.");
     const bool isBindless = file.contains("Bindless");
     const QOpenGLContext *context = QOpenGLContext::currentContext();
     const bool driverHasIt =
@@ -275,17 +198,18 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
         && (file != "SMAA.glslh" || context->hasExtension("GL_ARB_gpu_shader5"))
         && (file != "ZelUtilities.vert" || context->hasExtension("GL_ARB_shader_draw_parameters"));
     const QTemporaryDir folder;
-    QStringList reference{"-S", isVertexStage(file) ? "vert" : "frag"};
-    for (const Defines &defines : setsFor(file)) {
+    QStringList reference{"-S", isVertexStage ? "vert" : "frag"};
+    for (const auto &addDefines : setsFor(file)) {
         GLSLMacroProcessor processor;
-        defines.add(processor);
+        addDefines(processor);
         _capture.take(); // managers log their tokens
         if (isBindless && !driverHasIt) {
             processor.addDefine("TEXTURE_MANAGER_BINDLESS_ARB", "1"); // for the reference compiler
         }
-        const QString text = file.endsWith(QLatin1String(".glslh"))
-                                 ? QStringLiteral("#version %1\n#include \"%2\"\nvoid main() {}\n")
-                                       .arg(defines.name.contains("GLSL_4") ? "400" : "150", file)
+        const QString defines = GLSLMacroProcessor::processDefines(&processor);
+        const QString text = file.endsWith(".glslh")
+                                 ? QString("#version %1\n#include \"%2\"\nvoid main() {}\n")
+                                       .arg(defines.contains("SMAA_GLSL_4") ? "400" : "150", file)
                                  : QString(bytesOf(":/GLSL/src/" + file));
         QByteArray expanded = GLSLMacroProcessor::process(text, &processor).toLatin1();
         if (file == "ZelUtilities.vert") { // the reference compiler has gl_BaseInstanceARB since version 440
@@ -294,8 +218,8 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
         reference += writeFile(folder.filePath(QString::number(reference.size())), expanded);
         ShaderProgram program(nullptr);
         program.setMacroProcessor(&processor);
-        program.addShader(isVertexStage(file) ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER, text, QString());
-        EXPECT_TRUE(!driverHasIt || program.compile()) << qPrintable(defines.name);
+        program.addShader(isVertexStage ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER, text, QString());
+        EXPECT_TRUE(!driverHasIt || program.compile()) << qPrintable(defines);
         EXPECT_MESSAGES();
         if (HasFailure()) {
             return; // the log of one set is enough
@@ -318,3 +242,5 @@ INSTANTIATE_TEST_SUITE_P(Tree, GLSLTreeTest, testing::ValuesIn(kSources + kInclu
                              QString name = file.param;
                              return name.replace('.', '_').toStdString();
                          });
+
+} // namespace
