@@ -1,23 +1,14 @@
-// FXAA and SMAA as a host uses them, on pictures with edges of every slope, compared with the same pictures supersampled.
+// FXAA and SMAA as a host uses them: pictures with edges of every slope compared with the same pictures supersampled, and golden
+// values of the filtered pictures of a noise of edges.
 
 #include "SMAATables.h"
+#include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
-#include "support/Pixels.h"
 
-#include <ZelGL/DrawBuffers.h>
-#include <ZelGL/FramebufferObject.h>
-#include <ZelGL/GLSLMacroProcessor.h>
-#include <ZelGL/OpenGLDeviceContext.h>
-#include <ZelGL/ShaderProgram.h>
-#include <ZelGL/Texture.h>
-#include <ZelGL/VertexArrayObject.h>
-
-#include <QtGui/QOpenGLFunctions_3_2_Core>
+#include <ZelGL/ZelGL.h>
 
 #include <cmath>
 #include <cstdio>
-#include <memory>
-#include <vector>
 
 using namespace Orvane::Zel;
 
@@ -35,21 +26,16 @@ bool isInStar(double x, double y)
 }
 
 /// One straight edge, near a diagonal.
-bool isAboveRising(double x, double y)
+template <int sign> bool isBesideDiagonal(double x, double y)
 {
-    return y - 48.3 > 0.85 * (x - 47.9);
-}
-
-bool isAboveFalling(double x, double y)
-{
-    return y - 48.3 > -0.85 * (x - 47.9);
+    return y - 48.3 > sign * 0.85 * (x - 47.9);
 }
 
 /// Each pixel is the mean of \a samples squared points, moved by \a jitter.
 Pixels picture(Shape isInside, int samples, QPointF jitter = QPointF())
 {
-    const QVector4D dark(0.1f, 0.2f, 0.15f, 1.0f);
-    const QVector4D light(0.9f, 0.8f, 0.95f, 1.0f);
+    const QVector4D dark = QVector4D(26, 51, 38, 255) / 255.0f;
+    const QVector4D light = QVector4D(230, 204, 242, 255) / 255.0f;
     return Pixels::of(kSize, kSize, [&](int x, int y) {
         int inside = 0;
         for (int i = 0; i < samples * samples; ++i) {
@@ -58,6 +44,34 @@ Pixels picture(Shape isInside, int samples, QPointF jitter = QPointF())
         }
         return dark + (light - dark) * (float(inside) / float(samples * samples));
     });
+}
+
+/// Stripes of many colours, whose edges have a slope of their own in each tile, between rows of single pixels.
+Pixels noise()
+{
+    return Pixels::of(kSize, kSize, [](int x, int y) {
+        const int tile = x / 32 + 3 * (y / 24);
+        const double slopes[] = {0.02, 0.04, 0.06, 0.09, 0.13, 0.2, 0.3, 0.5, 0.8, 1.0, 1.3, 2.0};
+        const int along = tile % 2 == 0 ? x : y;
+        const int across = tile % 2 == 0 ? y : x;
+        unsigned hash = unsigned(tile * 977 + int((across + slopes[tile] * along) / 6.0)) * 2654435761u;
+        hash += (x * 7 + y * 3) % 61 == 0 ? 0x9E3779B9u : 0u;
+        return QVector4D(float(hash >> 24) / 255.0f, float(hash >> 16 & 255u) / 255.0f,
+                         float(hash >> 8 & 255u) / 255.0f, 1.0f);
+    });
+}
+
+/// A sum of all channels, each with a weight of its own, that a change of few pixels changes.
+double fingerprintOf(const Pixels &pixels)
+{
+    double sum = 0.0;
+    unsigned weight = 1;
+    for (int i = 0; i < 3 * kSize * kSize; ++i) {
+        weight = weight * 1664525u + 1013904223u;
+        sum +=
+            (double(weight >> 8) / (1 << 23) - 1.0) * double(pixels.at(i / 3 % kSize, i / 3 / kSize)[i % 3]);
+    }
+    return sum;
 }
 
 double squareDifference(const Pixels &a, const Pixels &b)
@@ -71,217 +85,229 @@ double squareDifference(const Pixels &a, const Pixels &b)
 
 bool isFlatAt(const Pixels &pixels, int x, int y)
 {
+    int same = 0;
     for (int i = 0; i < 9; ++i) {
-        if (pixels.at(x - 1 + i % 3, y - 1 + i / 3) != pixels.at(x, y)) {
-            return false;
-        }
+        same += pixels.at(x - 1 + i % 3, y - 1 + i / 3) == pixels.at(x, y);
     }
-    return true;
+    return same == 9;
 }
 
 class AntiAliasingTest : public GLTest
 {
 protected:
     using TexturePointer = std::unique_ptr<Texture>;
-    using Inputs = std::vector<std::pair<const char *, Texture *>>;
 
-    AntiAliasingTest()
-    {
-        OpenGLDeviceContext::current()->fullscreenQuad();
-        driver()->glViewport(0, 0, kSize, kSize);
-        driver()->glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
-        driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-        show(isInStar);
-    }
-
-    ~AntiAliasingTest() override
-    {
-        driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        OpenGLDeviceContext::resetContext();
-    }
-
-    void show(Shape shape, QPointF jitter = QPointF())
-    {
-        const Pixels pixels = picture(shape, 1, jitter);
-        _source = texture(GL_RGBA8, kSize, kSize, GL_LINEAR, GL_RGBA, GL_FLOAT, pixels.data());
-        _stored = Pixels::ofTexture(GL_TEXTURE_2D, _source->textureID());
-        _reference = picture(shape, 16);
-    }
-
-    static TexturePointer texture(unsigned internalFormat, int width, int height, GLint filter = GL_LINEAR,
-                                  GLenum format = 0, GLenum type = 0, const void *pixels = nullptr)
+    static TexturePointer textureOf(const Pixels &pixels, GLint filter = GL_LINEAR,
+                                    unsigned format = GL_RGBA8)
     {
         auto result = std::make_unique<Texture>(nullptr);
-        result->create2D(GL_TEXTURE_2D, internalFormat, width, height);
-        result->bind();
-        if (pixels != nullptr) {
-            driver()->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, format, type, pixels);
-        }
-        for (const auto &[name, value] : {std::pair<GLenum, GLint>(GL_TEXTURE_MIN_FILTER, filter),
-                                          {GL_TEXTURE_MAG_FILTER, filter},
-                                          {GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE},
-                                          {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}}) {
-            driver()->glTexParameteri(GL_TEXTURE_2D, name, value);
-        }
-        result->unbind();
+        result->create2D(GL_TEXTURE_2D, format, pixels.width(), pixels.height());
+        const AutoBinder bound(result.get());
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, pixels.width(), pixels.height(), GL_RGBA, GL_FLOAT,
+                        pixels.data());
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
         return result;
     }
 
-    /// Draws a full-screen quad into a new texture, cleared to 0. The stages have va_Vertex and vo_TexCoord.
-    static TexturePointer draw(unsigned internalFormat, const Inputs &inputs, const QString &vertexHead,
-                               const QString &vertexMain, const QString &fragmentHead,
-                               const QString &fragmentMain, const QString &fragmentFile = QString(),
-                               GLSLMacroProcessor *processor = nullptr)
+    /// A table of bytes, with one or two channels.
+    template <typename Table>
+    static TexturePointer textureOf(const Table &bytes, int width, int height, int channels, GLint filter)
+    {
+        return textureOf(
+            Pixels::of(width, height,
+                       [&](int x, int y) {
+                           const auto at = [&](int channel) {
+                               return float(quint8(bytes[size_t((y * width + x) * channels + channel)]))
+                                      / 255.0f;
+                           };
+                           return QVector4D(at(0), at(channels - 1), 0.0f, 0.0f);
+                       }),
+            filter);
+    }
+
+    struct Stage
+    {
+        QString head;
+        QString main;
+        QString file;
+    };
+
+    /// Draws a full-screen quad. The stages have va_Vertex and vo_TexCoord; the fragment's main is an expression.
+    static Pixels draw(const std::vector<std::pair<const char *, Texture *>> &inputs, const Stage &vertex,
+                       const Stage &fragment, GLSLMacroProcessor *processor = nullptr)
     {
         ShaderProgram program(nullptr);
         program.setMacroProcessor(processor);
         program.addShader(GL_VERTEX_SHADER,
-                          vertexHead
+                          vertex.head
                               + "in vec4 va_Vertex; in vec2 va_TexCoord; out vec2 vo_TexCoord;\n"
                                 "void main() { gl_Position = va_Vertex; vo_TexCoord = va_TexCoord;\n"
-                              + vertexMain + "}\n",
+                              + vertex.main + "}\n",
                           QString());
         program.addShader(GL_FRAGMENT_SHADER,
-                          fragmentHead
+                          fragment.head
                               + "in vec2 vo_TexCoord; out vec4 out_FragColor;\nvoid main() { out_FragColor = "
-                              + fragmentMain + "; }\n",
+                              + fragment.main + "; }\n",
                           QString());
-        if (!fragmentFile.isEmpty()) {
-            program.addShaderFromFile(GL_FRAGMENT_SHADER, fragmentFile);
+        if (!fragment.file.isEmpty()) {
+            program.addShaderFromFile(GL_FRAGMENT_SHADER, fragment.file);
         }
         EXPECT_TRUE(program.link()) << program.log().toStdString();
-        program.setMacroProcessor(nullptr);
-
-        TexturePointer target = texture(internalFormat, kSize, kSize);
-        FramebufferObject framebuffer(nullptr);
-        framebuffer.bind();
-        framebuffer.attach(target.get(), GL_COLOR_ATTACHMENT0, 0);
-        driver()->glClear(GL_COLOR_BUFFER_BIT);
-        program.bind();
+        const AutoBinder bound(&program);
         for (const auto &[name, input] : inputs) {
             input->bind();
             program.setUniform(program.getUniformLocation(name), int(input->unit()));
         }
-        const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
-        quad->bind();
-        quad->VAO()->enableShaderProgramArrays(&program);
-        quad->draw(&program);
-        quad->unbind();
+        const Pixels pixels = drawnPixels(program, kSize, kSize);
         for (const auto &input : inputs) {
             input.second->unbind();
         }
-        program.unbind();
-        framebuffer.detach(GL_COLOR_ATTACHMENT0);
-        framebuffer.unbind();
-        return target;
+        return pixels;
     }
 
-    Pixels fxaa(int preset);
-    Pixels smaa(const QString &preset, const QString &detection, const QString &indices = "vec4(0.0)");
+    static Pixels fxaa(const Pixels &picture, int preset)
+    {
+        GLSLMacroProcessor processor;
+        processor.addDefine("FXAA_QUALITY__PRESET", QString::number(preset));
+        const auto source = textureOf(picture);
+        return draw({{"u_Picture", source.get()}}, {"#version 150\n", "", ""},
+                    {"#version 150\n#include \"FXAA.glslh\"\nuniform sampler2D u_Picture;\n"
+                     "const int kSteps = 0; float bend(float a, float b, float c) { return a; }\n",
+                     "vec4(FxaaPixelShader(vo_TexCoord, vec4(0.0), u_Picture, u_Picture, u_Picture,\n"
+                     "    1.0 / vec2(textureSize(u_Picture, 0)), vec4(0.0), vec4(0.0), vec4(0.0),\n"
+                     "    0.5, 0.166, 0.0833, 0.0, 0.0, 0.0, vec4(0.0)).rgb, 1.0)",
+                     "FXAA.glslc"},
+                    &processor);
+    }
+
+    /// The edges that the first pass of SMAA finds, and the filtered picture.
+    static std::pair<Pixels, Pixels> smaa(const Pixels &picture, const QString &preset,
+                                          const QString &detection, const QString &indices = "vec4(0.0)")
+    {
+        const auto area =
+            textureOf(SMAATables::area(), SMAATables::kAreaWidth, SMAATables::kAreaHeight, 2, GL_LINEAR);
+        const auto search = textureOf(SMAATables::search(), SMAATables::kSearchWidth,
+                                      SMAATables::kSearchHeight, 1, GL_NEAREST);
+        const QString head =
+            QStringLiteral("#version 150\n"
+                           "#define SMAA_RT_METRICS vec4(1.0 / 96.0, 1.0 / 96.0, 96.0, 96.0)\n"
+                           "#define SMAA_GLSL_3\n"
+                           "#define SMAA_PRESET_%1\n"
+                           "#define SMAA_INCLUDE_%2 0\n"
+                           "#include \"SMAA.glslh\"\n");
+        const QString vertex = head.arg(preset, "PS");
+        const QString fragment = head.arg(preset, "VS");
+        const auto source = textureOf(picture);
+        const Pixels edges = draw(
+            {{"u_Picture", source.get()}},
+            {vertex + "out vec4 vo_Offset[3];\n", "SMAAEdgeDetectionVS(va_TexCoord, vo_Offset);\n", ""},
+            {fragment + "in vec4 vo_Offset[3]; uniform sampler2D u_Picture;\n",
+             "vec4(SMAA" + detection + "EdgeDetectionPS(vo_TexCoord, vo_Offset, u_Picture), 0.0, 0.0)", ""});
+        const auto edgesTexture = textureOf(edges);
+        const auto weights = textureOf(draw(
+            {{"u_Edges", edgesTexture.get()}, {"u_Area", area.get()}, {"u_Search", search.get()}},
+            {vertex + "out vec4 vo_Offset[3]; out vec2 vo_Pixel;\n",
+             "SMAABlendingWeightCalculationVS(va_TexCoord, vo_Pixel, vo_Offset);\n", ""},
+            {fragment
+                 + "in vec4 vo_Offset[3]; in vec2 vo_Pixel; uniform sampler2D u_Edges, u_Area, u_Search;\n",
+             "SMAABlendingWeightCalculationPS(vo_TexCoord, vo_Pixel, vo_Offset, u_Edges, u_Area, u_Search, "
+                 + indices + ")",
+             ""}));
+        return {edges,
+                draw({{"u_Picture", source.get()}, {"u_Weights", weights.get()}},
+                     {vertex + "out vec4 vo_Offset;\n",
+                      "SMAANeighborhoodBlendingVS(va_TexCoord, vo_Offset);\n", ""},
+                     {fragment + "in vec4 vo_Offset; uniform sampler2D u_Picture, u_Weights;\n",
+                      "SMAANeighborhoodBlendingPS(vo_TexCoord, vo_Offset, u_Picture, u_Weights)", ""})};
+    }
 
     /// The factor by which the mean square of the difference to the supersampled picture falls. Expects that nothing else
     /// changes.
-    double improvement(const Pixels &filtered, const QString &name)
+    static double improvement(Shape shape, const Pixels &filtered, const QString &name)
     {
+        const Pixels before = picture(shape, 1);
+        const Pixels reference = picture(shape, 16);
         for (int i = 0; i < (kSize - 2) * (kSize - 2); ++i) {
             const int x = 1 + i % (kSize - 2);
             const int y = 1 + i / (kSize - 2);
-            if (isFlatAt(_stored, x, y) && filtered.at(x, y) != _stored.at(x, y)) {
+            if (isFlatAt(before, x, y) && (filtered.at(x, y) - before.at(x, y)).lengthSquared() > 1e-6f) {
                 ADD_FAILURE() << "a flat pixel changed: " << x << ", " << y;
                 return 0.0;
             }
         }
-        const double factor = squareDifference(_stored, _reference) / squareDifference(filtered, _reference);
+        const double factor = squareDifference(before, reference) / squareDifference(filtered, reference);
         std::printf("%s: %.2f\n", qPrintable(name), factor); // for the tables of docs/anti-aliasing.md
         return factor;
     }
-
-    TexturePointer _source;
-    TexturePointer _edges;        ///< result of the first pass of the last smaa()
-    Pixels _stored{kSize, kSize}; ///< the source, rounded to 8 bits
-    Pixels _reference{kSize, kSize};
 };
-
-Pixels AntiAliasingTest::fxaa(int preset)
-{
-    GLSLMacroProcessor processor;
-    processor.addDefine("FXAA_QUALITY__PRESET", QString::number(preset));
-    const auto result = draw(GL_RGBA8, {{"u_Picture", _source.get()}}, "#version 150\n", "",
-                             "#version 150\n#include \"FXAA.glslh\"\nuniform sampler2D u_Picture;\n"
-                             "const int kSteps = 0; float bend(float a, float b, float c) { return a; }\n",
-                             "vec4(FxaaPixelShader(vo_TexCoord, vec4(0.0), u_Picture, u_Picture, u_Picture,\n"
-                             "    1.0 / vec2(textureSize(u_Picture, 0)), vec4(0.0), vec4(0.0), vec4(0.0),\n"
-                             "    0.5, 0.166, 0.0833, 0.0, 0.0, 0.0, vec4(0.0)).rgb, 1.0)",
-                             "FXAA.glslc", &processor);
-    return Pixels::ofTexture(GL_TEXTURE_2D, result->textureID());
-}
-
-Pixels AntiAliasingTest::smaa(const QString &preset, const QString &detection, const QString &indices)
-{
-    const auto area = texture(GL_RG8, SMAATables::kAreaWidth, SMAATables::kAreaHeight, GL_LINEAR, GL_RG,
-                              GL_UNSIGNED_BYTE, SMAATables::area().data());
-    const auto search = texture(GL_R8, SMAATables::kSearchWidth, SMAATables::kSearchHeight, GL_NEAREST,
-                                GL_RED, GL_UNSIGNED_BYTE, SMAATables::search().data());
-    const QString head = QStringLiteral("#version 150\n"
-                                        "#define SMAA_RT_METRICS vec4(1.0 / 96.0, 1.0 / 96.0, 96.0, 96.0)\n"
-                                        "#define SMAA_GLSL_3\n"
-                                        "#define SMAA_PRESET_%1\n")
-                             .arg(preset);
-    const QString vertexHead = head + "#define SMAA_INCLUDE_PS 0\n#include \"SMAA.glslh\"\n";
-    const QString fragmentHead = head + "#define SMAA_INCLUDE_VS 0\n#include \"SMAA.glslh\"\n";
-    _edges = draw(GL_RG8, {{"u_Picture", _source.get()}}, vertexHead + "out vec4 vo_Offset[3];\n",
-                  "SMAAEdgeDetectionVS(va_TexCoord, vo_Offset);\n",
-                  fragmentHead + "in vec4 vo_Offset[3]; uniform sampler2D u_Picture;\n",
-                  "vec4(SMAA" + detection + "EdgeDetectionPS(vo_TexCoord, vo_Offset, u_Picture), 0.0, 0.0)");
-    const auto weights =
-        draw(GL_RGBA8, {{"u_Edges", _edges.get()}, {"u_Area", area.get()}, {"u_Search", search.get()}},
-             vertexHead + "out vec4 vo_Offset[3]; out vec2 vo_Pixel;\n",
-             "SMAABlendingWeightCalculationVS(va_TexCoord, vo_Pixel, vo_Offset);\n",
-             fragmentHead
-                 + "in vec4 vo_Offset[3]; in vec2 vo_Pixel; uniform sampler2D u_Edges, u_Area, u_Search;\n",
-             "SMAABlendingWeightCalculationPS(vo_TexCoord, vo_Pixel, vo_Offset, u_Edges, u_Area, u_Search, "
-                 + indices + ")");
-    const auto result =
-        draw(GL_RGBA8, {{"u_Picture", _source.get()}, {"u_Weights", weights.get()}},
-             vertexHead + "out vec4 vo_Offset;\n", "SMAANeighborhoodBlendingVS(va_TexCoord, vo_Offset);\n",
-             fragmentHead + "in vec4 vo_Offset; uniform sampler2D u_Picture, u_Weights;\n",
-             "SMAANeighborhoodBlendingPS(vo_TexCoord, vo_Offset, u_Picture, u_Weights)");
-    return Pixels::ofTexture(GL_TEXTURE_2D, result->textureID());
-}
-
-} // namespace
 
 TEST_F(AntiAliasingTest, FxaaComesNearerToTheSupersampledPictureAndLeavesFlatAreas)
 {
-    for (const int preset : {10, 11, 12, 13, 14, 15, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 39}) {
-        EXPECT_GT(improvement(fxaa(preset), QStringLiteral("FXAA %1").arg(preset)), 2.2) << preset;
+    const Pixels star = picture(isInStar, 1);
+    for (const auto &[preset, fingerprint] : {std::pair(10, -79.676),
+                                              {11, -78.974},
+                                              {12, -78.731},
+                                              {13, -78.435},
+                                              {14, -78.631},
+                                              {15, -79.852},
+                                              {20, -79.091},
+                                              {21, -77.725},
+                                              {22, -77.390},
+                                              {23, -77.768},
+                                              {24, -78.523},
+                                              {25, -79.370},
+                                              {26, -79.041},
+                                              {27, -79.702},
+                                              {28, -79.445},
+                                              {29, -79.547},
+                                              {39, -79.587}}) {
+        const QString name = QStringLiteral("FXAA %1").arg(preset);
+        EXPECT_GT(improvement(isInStar, fxaa(star, preset), name), 2.2);
+        EXPECT_NEAR(fingerprint, fingerprintOf(fxaa(noise(), preset)), 0.02) << name.toStdString();
     }
 }
 
 TEST_F(AntiAliasingTest, SmaaComesNearerToTheSupersampledPictureAndLeavesFlatAreas)
 {
-    for (const QString detection : {"Luma", "Color", "Depth"}) {
-        for (const QString preset : {"LOW", "MEDIUM", "HIGH", "ULTRA"}) {
-            const QString name = "SMAA " + detection + ' ' + preset;
-            EXPECT_GT(improvement(smaa(preset, detection), name), 2.5) << name.toStdString();
-        }
+    const Pixels star = picture(isInStar, 1);
+    for (const auto &[preset, detection, fingerprint] : {std::tuple("LOW", "Luma", -78.501),
+                                                         {"MEDIUM", "Luma", -77.612},
+                                                         {"HIGH", "Luma", -74.817},
+                                                         {"ULTRA", "Luma", -73.529},
+                                                         {"LOW", "Color", -73.297},
+                                                         {"MEDIUM", "Color", -74.040},
+                                                         {"HIGH", "Color", -73.148},
+                                                         {"ULTRA", "Color", -72.738},
+                                                         {"LOW", "Depth", -73.381},
+                                                         {"MEDIUM", "Depth", -73.698},
+                                                         {"HIGH", "Depth", -74.344},
+                                                         {"ULTRA", "Depth", -73.955}}) {
+        const QString name = QStringLiteral("SMAA %1 %2").arg(detection, preset);
+        EXPECT_GT(improvement(isInStar, smaa(star, preset, detection).second, name), 2.5);
+        EXPECT_NEAR(fingerprint, fingerprintOf(smaa(noise(), preset, detection).second), 0.02)
+            << name.toStdString();
     }
 }
 
 TEST_F(AntiAliasingTest, SmaaFollowsDiagonalsOfBothKindsInOneFrameAndInTwo)
 {
     for (const auto &[shape, jitter, indices, oppositeIndices] :
-         {std::tuple(&isAboveRising, QPointF(0.25, -0.25), "vec4(1, 2, 0, 1)", "vec4(2, 1, 0, 2)"),
-          {&isAboveFalling, QPointF(0.25, 0.25), "vec4(1, 1, 1, 0)", "vec4(2, 2, 2, 0)"}}) {
-        show(shape, jitter);
-        const Pixels first = smaa("HIGH", "Luma", indices);
-        show(shape, -jitter);
-        const Pixels second = smaa("HIGH", "Luma", oppositeIndices);
-        const auto mean = [&](int x, int y) { return 0.5f * (first.at(x, y) + second.at(x, y)); };
-        show(shape);
-        const double withThem = improvement(smaa("HIGH", "Luma"), "edge near a diagonal, HIGH");
-        EXPECT_GT(withThem, 3.0 * improvement(smaa("MEDIUM", "Luma"), "edge near a diagonal, MEDIUM"));
-        EXPECT_GT(improvement(Pixels::of(kSize, kSize, mean), "the same from two frames"), 1.2 * withThem);
+         {std::tuple(&isBesideDiagonal<1>, QPointF(0.25, -0.25), "vec4(1, 2, 0, 1)", "vec4(2, 1, 0, 2)"),
+          {&isBesideDiagonal<-1>, QPointF(0.25, 0.25), "vec4(1, 1, 1, 0)", "vec4(2, 2, 2, 0)"}}) {
+        const Pixels first = smaa(picture(shape, 1, jitter), "HIGH", "Luma", indices).second;
+        const Pixels second = smaa(picture(shape, 1, -jitter), "HIGH", "Luma", oppositeIndices).second;
+        const Pixels mean =
+            Pixels::of(kSize, kSize, [&](int x, int y) { return 0.5f * (first.at(x, y) + second.at(x, y)); });
+        const Pixels one = picture(shape, 1);
+        const double withThem =
+            improvement(shape, smaa(one, "HIGH", "Luma").second, "edge near a diagonal, HIGH");
+        EXPECT_GT(
+            withThem,
+            3.0 * improvement(shape, smaa(one, "MEDIUM", "Luma").second, "edge near a diagonal, MEDIUM"));
+        EXPECT_GT(improvement(shape, mean, "the same from two frames"), 1.2 * withThem);
     }
 }
 
@@ -291,9 +317,7 @@ TEST_F(AntiAliasingTest, ColourIsComparedWithThePixelItself)
     const float steps[] = {0.55f, 0.2f, 0.0f, 0.0f, 0.8f, 0.3f, 0.5f, 0.5f};
     const Pixels colors =
         Pixels::of(kSize, kSize, [&](int x, int y) { return QVector4D(steps[x % 8], steps[y % 8], 0, 1); });
-    _source = texture(GL_RGBA32F, kSize, kSize, GL_NEAREST, GL_RGBA, GL_FLOAT, colors.data());
-    smaa("ULTRA", "Color");
-    const Pixels edges = Pixels::ofTexture(GL_TEXTURE_2D, _edges->textureID());
+    const Pixels edges = smaa(colors, "ULTRA", "Color").first;
     for (const int i : {8 + 2, 8 + 6}) {
         EXPECT_EQ(i == 8 + 6 ? 1.0f : 0.0f, edges.at(i, 15).x());
         EXPECT_EQ(i == 8 + 6 ? 1.0f : 0.0f, edges.at(15, i).y());
@@ -302,26 +326,71 @@ TEST_F(AntiAliasingTest, ColourIsComparedWithThePixelItself)
 
 TEST_F(AntiAliasingTest, ReprojectionFollowsASurfaceAndLeavesOutWhatMovedOtherwise)
 {
-    const float moves[] = {8.0f / kSize, 8.0f / kSize + 0.0005f,
-                           0.0f}; // of the surface in the previous frame, by row
+    // Of the surface in the previous frame, by row.
+    const float moves[] = {8.0f / kSize, 8.0f / kSize + 0.0005f, 0.0f};
     const auto frame = [&](int x, int y) { return QVector4D(float(x), 0, 0, std::sqrt(5 * moves[y % 3])); };
-    const auto pixels = [](const auto &color) {
-        const Pixels values = Pixels::of(kSize, kSize, color);
-        return texture(GL_RGBA32F, kSize, kSize, GL_NEAREST, GL_RGBA, GL_FLOAT, values.data());
-    };
-    const auto now = pixels([&](int x, int) { return frame(x, 0); });
-    const auto before = pixels(frame);
-    const auto velocity = pixels([&](int x, int) { return QVector4D(0, 0, 0, x > 0 ? moves[0] : 0.0f); });
-    const auto result = draw(
-        GL_RGBA32F, {{"u_Now", now.get()}, {"u_Before", before.get()}, {"u_Velocity", velocity.get()}},
-        "#version 150\n", "",
-        "#version 150\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#define SMAA_REPROJECTION 1\n"
-        "#define SMAA_DECODE_VELOCITY(texel) texel.ag\n#include \"SMAA.glslh\"\n"
-        "uniform sampler2D u_Now, u_Before, u_Velocity;\n", // the velocities serve as weights too: red and blue are 0, so nothing is blended
-        "vec4(SMAAResolvePS(vo_TexCoord, u_Now, u_Before, u_Velocity).rgb,\n"
-        "    SMAANeighborhoodBlendingPS(vo_TexCoord, vec4(0.0), u_Now, u_Velocity, u_Velocity).a)");
-    const Pixels resolved = Pixels::ofTexture(GL_TEXTURE_2D, result->textureID());
+    const auto now =
+        textureOf(Pixels::of(kSize, kSize, [&](int x, int) { return frame(x, 0); }), GL_NEAREST, GL_RGBA32F);
+    const auto before = textureOf(Pixels::of(kSize, kSize, frame), GL_NEAREST, GL_RGBA32F);
+    const auto velocity = textureOf(
+        Pixels::of(kSize, kSize, [&](int x, int) { return QVector4D(0, 0, 0, x > 0 ? moves[0] : 0.0f); }),
+        GL_NEAREST, GL_RGBA32F);
+    // The velocities serve as weights too: red and blue are 0, so nothing is blended.
+    const Pixels resolved = draw(
+        {{"u_Now", now.get()}, {"u_Before", before.get()}, {"u_Velocity", velocity.get()}},
+        {"#version 150\n", "", ""},
+        {"#version 150\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#define SMAA_REPROJECTION 1\n"
+         "#define SMAA_DECODE_VELOCITY(texel) texel.ag\n#include \"SMAA.glslh\"\n"
+         "uniform sampler2D u_Now, u_Before, u_Velocity;\n",
+         "vec4(SMAAResolvePS(vo_TexCoord, u_Now, u_Before, u_Velocity).rgb,\n"
+         "    SMAANeighborhoodBlendingPS(vo_TexCoord, vec4(0.0), u_Now, u_Velocity, u_Velocity).a)",
+         ""});
     for (const auto &[y, x] : {std::pair(30, 46.0f), {31, 48.683f}, {32, 50.0f}}) {
         EXPECT_TRUE(resolved.isNear(50, y, {x, 0, 0, frame(0, 0).w()}, 1e-3f));
     }
 }
+
+TEST_F(AntiAliasingTest, TheTwoSamplesOfAPixelAreSeparated)
+{
+    Texture samples(nullptr);
+    samples.create2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, GL_RGBA8, kSize, kSize, 2);
+    FramebufferObject framebuffer(nullptr);
+    framebuffer.bind();
+    framebuffer.attach(&samples, GL_COLOR_ATTACHMENT0, 0);
+    glViewport(0, 0, kSize, kSize);
+    ShaderProgram program(nullptr);
+    program.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
+    program.addShader(GL_FRAGMENT_SHADER,
+                      "#version 150\nuniform vec4 u_Color; out vec4 out_FragColor;\n"
+                      "void main() { out_FragColor = u_Color * gl_FragCoord.x / 96.0; }\n",
+                      QString());
+    ASSERT_TRUE(program.link() && program.bind());
+    const QVector4D colors[] = {{1, 0, 0, 1}, {0, 1, 0, 1}};
+    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    const AutoEnabler masked(GL_SAMPLE_MASK);
+    for (const int sample : {0, 1}) {
+        glSampleMaski(0, 1u << sample);
+        program.setUniform("u_Color", colors[sample]);
+        quad->bind();
+        quad->VAO()->enableShaderProgramArrays(&program);
+        quad->draw(&program);
+        quad->unbind();
+    }
+    glSampleMaski(0, ~0u);
+    program.unbind();
+    framebuffer.detach(GL_COLOR_ATTACHMENT0);
+    framebuffer.unbind();
+    const Pixels both = draw(
+        {{"u_Samples", &samples}}, {"#version 150\n", "", ""},
+        {"#version 150\n#define SMAA_RT_METRICS vec4(1.0)\n#define SMAA_GLSL_3\n#include \"SMAA.glslh\"\n"
+         "uniform sampler2DMS u_Samples;\n"
+         "vec4 both() { vec4 a; vec4 b; SMAASeparatePS(gl_FragCoord, vec2(0.0), a, b, u_Samples);\n"
+         "    return vec4(a.rg, b.rg); }\n",
+         "both()", ""});
+    EXPECT_TRUE(
+        both.isNear(Pixels::of(kSize, kSize,
+                               [](int x, int) { return QVector4D(1, 0, 0, 1) * (float(x) + 0.5f) / 96.0f; }),
+                    0.003f));
+}
+
+} // namespace

@@ -21,6 +21,7 @@ std::vector<Pixels> drawnPixels(ShaderProgram &program, int width, int height, i
     }
     framebuffer.setDrawBuffers();
     glViewport(0, 0, width, height);
+    glClear(GL_COLOR_BUFFER_BIT);
     glDisable(GL_DEPTH_TEST);
     const auto quad = OpenGLDeviceContext::current()->newFullscreenQuad();
     quad->bind();
