@@ -26,7 +26,8 @@ void check(bool good, const char *what)
 int main(int argc, char **argv)
 {
     check(argc == 2, "the prefix is the one argument");
-    const QDir prefix(QString::fromLocal8Bit(argv[1]));
+    const QDir prefix(
+        QDir(argv[1]).canonicalPath()); // like resourcesPath(), if a build tree is reached through a link
     check(resourcesPath() == prefix.filePath("share/ZelGL"), "the resources lie in the prefix");
     check(!QFile::exists(resourcesPath() + "/GLSL"), "no GLSL sources lie where they would be found first");
     check(QFile::exists(":/GLSL/src/passthroughVS.glslc"), "the GLSL sources are inside the library");
