@@ -286,12 +286,26 @@ TEST_F(ZelviewTest, TexturesThatAreScaledIntoSlotsAreReported)
     EXPECT_TRUE(holds(lines[1], "the manager 'array' has too few slots and scales textures: "));
 }
 
+TEST_F(ZelviewTest, OptionsOfLightAndSamplesChangeThePicture)
+{
+    const QStringList common{writeWall("wall.obj", 2, 1), "--size", "60x60"};
+    const QImage plain = picture(common);
+    for (const QStringList &more : {QStringList{"--ground"},
+                                    {"--samples", "1"},
+                                    {"--exposure", "1"},
+                                    {"--lights", "rig"},
+                                    {"--lights", "none"}}) {
+        EXPECT_GT(difference(plain, picture(common + more)), 5) << qPrintable(more.join(' '));
+    }
+}
+
 TEST_F(ZelviewTest, TheDriverReportsNoFaultsOfAFrame)
 {
     run({writeWall("wall.obj", 3, 3), "--verbose", "--lights", "rig", "--variance", "--ground", "--aa",
          "smaa", "--size", "64x64", "--offscreen", path("out.png")});
     EXPECT_EQ(_last.code, 0);
     EXPECT_TRUE(holds(_last.errors, "Creating token"));
+    EXPECT_TRUE(holds(line("shadows"), "3 lights"));
     EXPECT_FALSE(_last.errors.contains("OpenGL message")) << qPrintable(_last.errors);
     EXPECT_FALSE(_last.errors.contains("[ !! ]")) << qPrintable(_last.errors);
 }
