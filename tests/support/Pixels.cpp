@@ -170,10 +170,9 @@ testing::AssertionResult Pixels::isNear(int x, int y, const QVector4D &expected,
     if (isNearby(at(x, y), expected, tolerance)) {
         return testing::AssertionSuccess();
     }
-    return testing::AssertionFailure()
-           << "Pixel (" << x << ", " << y << ") is " << words(at(x, y)).constData() << ", expected "
-           << words(expected).constData() << " within " << tolerance
-           << "\n  actual: " << write(*this, "actual");
+    Pixels wanted = *this;
+    wanted.at(x, y) = expected;
+    return isNear(wanted, tolerance);
 }
 
 testing::AssertionResult Pixels::isNear(const Pixels &expected, float tolerance) const

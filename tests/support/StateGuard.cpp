@@ -6,108 +6,44 @@
 
 #include <GL/glcorearb.h>
 
+#include <cmath>
+#include <vector>
+
 namespace {
 
-struct Value
-{
-    const char *name;
-    GLenum query;
-    int components;
-};
+/// Defines a list of queries, and one of their names.
+#define QUERIES(...)                                                                                         \
+    const std::vector<GLenum> kQueries{__VA_ARGS__};                                                         \
+    const QStringList kNames = QString(#__VA_ARGS__).split(", ");
 
-#define VALUE(name)                                                                                          \
-    {                                                                                                        \
-#name, name, 1                                                                                       \
-    }
-
-constexpr Value kValues[] = {
-    // bindings
-    VALUE(GL_CURRENT_PROGRAM),
-    VALUE(GL_VERTEX_ARRAY_BINDING),
-    VALUE(GL_ARRAY_BUFFER_BINDING),
-    VALUE(GL_ELEMENT_ARRAY_BUFFER_BINDING),
-    VALUE(GL_UNIFORM_BUFFER_BINDING),
-    VALUE(GL_COPY_READ_BUFFER),
-    VALUE(GL_COPY_WRITE_BUFFER),
-    VALUE(GL_PIXEL_PACK_BUFFER_BINDING),
-    VALUE(GL_PIXEL_UNPACK_BUFFER_BINDING),
-    VALUE(GL_TRANSFORM_FEEDBACK_BUFFER_BINDING),
-    VALUE(GL_DRAW_FRAMEBUFFER_BINDING),
-    VALUE(GL_READ_FRAMEBUFFER_BINDING),
-    VALUE(GL_RENDERBUFFER_BINDING),
-    VALUE(GL_ACTIVE_TEXTURE),
-    VALUE(GL_TEXTURE_BINDING_1D),
-    VALUE(GL_TEXTURE_BINDING_2D),
-    VALUE(GL_TEXTURE_BINDING_3D),
-    VALUE(GL_TEXTURE_BINDING_2D_ARRAY),
-    VALUE(GL_TEXTURE_BINDING_CUBE_MAP),
-    VALUE(GL_TEXTURE_BINDING_BUFFER),
-    // pixel transfer
-    VALUE(GL_PACK_ALIGNMENT),
-    VALUE(GL_PACK_ROW_LENGTH),
-    VALUE(GL_UNPACK_ALIGNMENT),
-    VALUE(GL_UNPACK_ROW_LENGTH),
-    VALUE(GL_UNPACK_SKIP_PIXELS),
-    VALUE(GL_UNPACK_SKIP_ROWS),
-    // capabilities
-    VALUE(GL_BLEND),
-    VALUE(GL_CULL_FACE),
-    VALUE(GL_DEPTH_CLAMP),
-    VALUE(GL_DEPTH_TEST),
-    VALUE(GL_FRAMEBUFFER_SRGB),
-    VALUE(GL_MULTISAMPLE),
-    VALUE(GL_POLYGON_OFFSET_FILL),
-    VALUE(GL_PRIMITIVE_RESTART),
-    VALUE(GL_PROGRAM_POINT_SIZE),
-    VALUE(GL_RASTERIZER_DISCARD),
-    VALUE(GL_SCISSOR_TEST),
-    VALUE(GL_STENCIL_TEST),
-    VALUE(GL_TEXTURE_CUBE_MAP_SEAMLESS),
-    // settings
-    {"GL_VIEWPORT", GL_VIEWPORT, 4},
-    {"GL_SCISSOR_BOX", GL_SCISSOR_BOX, 4},
-    {"GL_COLOR_CLEAR_VALUE", GL_COLOR_CLEAR_VALUE, 4},
-    {"GL_COLOR_WRITEMASK", GL_COLOR_WRITEMASK, 4},
-    VALUE(GL_BLEND_SRC_RGB),
-    VALUE(GL_BLEND_SRC_ALPHA),
-    VALUE(GL_BLEND_DST_RGB),
-    VALUE(GL_BLEND_DST_ALPHA),
-    VALUE(GL_CULL_FACE_MODE),
-    VALUE(GL_FRONT_FACE),
-    VALUE(GL_DEPTH_FUNC),
-    VALUE(GL_DEPTH_WRITEMASK),
-    {"GL_DEPTH_RANGE", GL_DEPTH_RANGE, 2},
-    VALUE(GL_DRAW_BUFFER),
-    VALUE(GL_READ_BUFFER),
-    VALUE(GL_LINE_WIDTH),
-    VALUE(GL_POLYGON_MODE),
-    VALUE(GL_STENCIL_FUNC),
-    VALUE(GL_STENCIL_REF),
-    VALUE(GL_STENCIL_VALUE_MASK),
-    VALUE(GL_STENCIL_WRITEMASK),
-    VALUE(GL_STENCIL_FAIL),
-    VALUE(GL_STENCIL_PASS_DEPTH_FAIL),
-    VALUE(GL_STENCIL_PASS_DEPTH_PASS),
-};
-
-#undef VALUE
-
-QString read(const Value &value)
-{
-    double numbers[4] = {};
-    driver()->glGetDoublev(value.query, numbers);
-    QStringList words;
-    for (int i = 0; i < value.components; ++i) {
-        words += QString::number(numbers[i], 'g', 10);
-    }
-    return words.join(' ');
-}
+// Bindings, pixel transfer, capabilities and settings.
+QUERIES(GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING, GL_ARRAY_BUFFER_BINDING, GL_ELEMENT_ARRAY_BUFFER_BINDING,
+        GL_UNIFORM_BUFFER_BINDING, GL_COPY_READ_BUFFER, GL_COPY_WRITE_BUFFER, GL_PIXEL_PACK_BUFFER_BINDING,
+        GL_PIXEL_UNPACK_BUFFER_BINDING, GL_TRANSFORM_FEEDBACK_BUFFER_BINDING, GL_DRAW_FRAMEBUFFER_BINDING,
+        GL_READ_FRAMEBUFFER_BINDING, GL_RENDERBUFFER_BINDING, GL_ACTIVE_TEXTURE, GL_TEXTURE_BINDING_1D,
+        GL_TEXTURE_BINDING_2D, GL_TEXTURE_BINDING_3D, GL_TEXTURE_BINDING_2D_ARRAY,
+        GL_TEXTURE_BINDING_CUBE_MAP, GL_TEXTURE_BINDING_BUFFER, GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH,
+        GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS, GL_BLEND,
+        GL_CULL_FACE, GL_DEPTH_CLAMP, GL_DEPTH_TEST, GL_FRAMEBUFFER_SRGB, GL_MULTISAMPLE,
+        GL_POLYGON_OFFSET_FILL, GL_PRIMITIVE_RESTART, GL_PROGRAM_POINT_SIZE, GL_RASTERIZER_DISCARD,
+        GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_TEXTURE_CUBE_MAP_SEAMLESS, GL_VIEWPORT, GL_SCISSOR_BOX,
+        GL_COLOR_CLEAR_VALUE, GL_COLOR_WRITEMASK, GL_BLEND_SRC_RGB, GL_BLEND_SRC_ALPHA, GL_BLEND_DST_RGB,
+        GL_BLEND_DST_ALPHA, GL_CULL_FACE_MODE, GL_FRONT_FACE, GL_DEPTH_FUNC, GL_DEPTH_WRITEMASK,
+        GL_DEPTH_RANGE, GL_DRAW_BUFFER, GL_READ_BUFFER, GL_LINE_WIDTH, GL_POLYGON_MODE, GL_STENCIL_FUNC,
+        GL_STENCIL_REF, GL_STENCIL_VALUE_MASK, GL_STENCIL_WRITEMASK, GL_STENCIL_FAIL,
+        GL_STENCIL_PASS_DEPTH_FAIL, GL_STENCIL_PASS_DEPTH_PASS)
 
 QMap<QString, QString> readAll()
 {
     QMap<QString, QString> state;
-    for (const Value &value : kValues) {
-        state.insert(value.name, read(value));
+    for (size_t i = 0; i < kQueries.size(); ++i) {
+        double values[4] = {NAN, NAN, NAN, NAN}; // some queries have fewer values
+        driver()->glGetDoublev(kQueries[i], values);
+        QStringList words;
+        for (int j = 0; j < 4 && !std::isnan(values[j]); ++j) {
+            words += QString::number(values[j], 'g', 10);
+        }
+        state[kNames[int(i)]] = words.join(' ');
     }
     return state;
 }

@@ -39,38 +39,35 @@ bool isSize(GLsizei size)
 
 } // namespace
 
+template <int dimensions, typename Upload> void UploadTouch::watchImage(Upload &upload)
+{
+    upload.replace([this, &upload](auto... arguments) {
+        const auto all = std::make_tuple(arguments...);
+        constexpr int last = sizeof...(arguments) - 1;
+        touch(std::get<3>(all), dimensions > 1 ? std::get<4>(all) : 1,
+              dimensions > 2 ? std::get<last - 4>(all) : 1, std::get<last - 2>(all), std::get<last - 1>(all),
+              std::get<last>(all));
+        upload.original(arguments...);
+    });
+}
+
+template <typename Upload> void UploadTouch::watchCompressed(Upload &upload)
+{
+    upload.replace([this, &upload](auto... arguments) {
+        const auto all = std::make_tuple(arguments...);
+        touch(std::get<sizeof...(arguments) - 2>(all), std::get<sizeof...(arguments) - 1>(all));
+        upload.original(arguments...);
+    });
+}
+
 UploadTouch::UploadTouch()
 {
-    _image1D.replace([this](GLenum target, GLint level, GLint internalFormat, GLsizei w, GLint border,
-                            GLenum format, GLenum type, const void *data) {
-        touch(w, 1, 1, format, type, data);
-        _image1D.original(target, level, internalFormat, w, border, format, type, data);
-    });
-    _image2D.replace([this](GLenum target, GLint level, GLint internalFormat, GLsizei w, GLsizei h,
-                            GLint border, GLenum format, GLenum type, const void *data) {
-        touch(w, h, 1, format, type, data);
-        _image2D.original(target, level, internalFormat, w, h, border, format, type, data);
-    });
-    _image3D.replace([this](GLenum target, GLint level, GLint internalFormat, GLsizei w, GLsizei h, GLsizei d,
-                            GLint border, GLenum format, GLenum type, const void *data) {
-        touch(w, h, d, format, type, data);
-        _image3D.original(target, level, internalFormat, w, h, d, border, format, type, data);
-    });
-    _compressed1D.replace([this](GLenum target, GLint level, GLenum internalFormat, GLsizei w, GLint border,
-                                 GLsizei size, const void *data) {
-        touch(size, data);
-        _compressed1D.original(target, level, internalFormat, w, border, size, data);
-    });
-    _compressed2D.replace([this](GLenum target, GLint level, GLenum internalFormat, GLsizei w, GLsizei h,
-                                 GLint border, GLsizei size, const void *data) {
-        touch(size, data);
-        _compressed2D.original(target, level, internalFormat, w, h, border, size, data);
-    });
-    _compressed3D.replace([this](GLenum target, GLint level, GLenum internalFormat, GLsizei w, GLsizei h,
-                                 GLsizei d, GLint border, GLsizei size, const void *data) {
-        touch(size, data);
-        _compressed3D.original(target, level, internalFormat, w, h, d, border, size, data);
-    });
+    watchImage<1>(_image1D);
+    watchImage<2>(_image2D);
+    watchImage<3>(_image3D);
+    watchCompressed(_compressed1D);
+    watchCompressed(_compressed2D);
+    watchCompressed(_compressed3D);
 }
 
 void UploadTouch::touch(GLsizei width, GLsizei height, GLsizei depth, GLenum format, GLenum type,

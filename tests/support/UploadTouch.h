@@ -20,6 +20,8 @@ public:
 private:
     void touch(GLsizei width, GLsizei height, GLsizei depth, GLenum format, GLenum type, const void *data);
     void touch(GLsizei size, const void *data);
+    template <int dimensions, typename Upload> void watchImage(Upload &upload);
+    template <typename Upload> void watchCompressed(Upload &upload);
 
     Hook<&glTexImage1D> _image1D;
     Hook<&glTexImage2D> _image2D;

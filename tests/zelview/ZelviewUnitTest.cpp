@@ -93,6 +93,7 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
     const QByteArray gltf2 = R"("asset":{"version":"2.0"},"scene":"the first"})";
     const QString rgbe = write("old.hdr", "#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n\1\1\1\1");
     const QString oblong = write("oblong.png", plainPng(Qt::red, 64, 8));
+    const QByteArray torn("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20);
     KtxFile array;
     array.arrayElements = 2;
     array.addLevel(64, 2);
@@ -105,23 +106,17 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
             {{"--udim", path("sets")}, 1, "holds several sets of tiles; name one, such as"},
             {{write("notes.txt", "Dear diary,\n")}, 3, "it is neither a model nor an image of a known"},
             {{write("empty.glb", "")}, 3, "empty.glb' cannot be understood: it is empty"},
-            {{write("torn.glb", QByteArray("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20))},
-             3,
-             "it is neither"},
+            {{write("torn.glb", torn)}, 3, "it is neither"},
             {{write("a.gltf", "{" + gltf2)}, 3, "damaged, or uses a feature of its format that"},
             {{write("b.gltf", R"({"extensionsRequired":["E"],)" + gltf2)}, 3, "the extension E,"},
             {{write("c.gltf", R"({"skins":[{}],)" + gltf2)}, 3, "skins without inverse bind matrices"},
             {{write("v1.glb", "glTF\1" + QByteArray(20, '\0'))}, 3, "it is glTF 1, and zelview reads"},
             {{write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n")}, 3, "holds no triangles"},
-            {{write("endless.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1e30 0\nf 1 2 3\n")},
-             3,
-             "not finite or out of range"},
+            {{write("far.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1 0\nf 1 2 3\n")}, 3, "not finite or out of range"},
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{write("cut.png", fourColours().left(40))}, 3, "cut.png' cannot be shown: "},
             {{write("cut.ktx", array.bytes().left(40))}, 3, "cannot be shown: its data are damaged"},
-            {{write("array.ktx", array.bytes())},
-             3,
-             "cannot be shown: Array textures not supported yet, sorry!"},
+            {{write("array.ktx", array.bytes())}, 3, "Array textures not supported yet"},
             {{_wall, "--env", _wall}, 3, "wall.obj' cannot be read"},
             {{_wall, "--env", rgbe}, 3, "cannot be read: it is a Radiance image that begins with '#?RGBE'"},
             {{_wall, "--env", write("cut.exr", "v/1\1\2\0\0\0")}, 3, "cut.exr' cannot be read: "},

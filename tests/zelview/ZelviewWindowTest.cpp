@@ -82,7 +82,7 @@ protected:
     {
         QElapsedTimer timer;
         timer.start();
-        while (_notebook.drawn != viewport && timer.elapsed() < 60000) {
+        while (_notebook.drawn != viewport && timer.elapsed() < 60000 && !HasFailure()) {
             QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
         }
         EXPECT_EQ(_notebook.drawn, viewport);
