@@ -8,7 +8,7 @@
 
 namespace {
 
-const QStringList kFront{"--view", "0,0", "--size", "80x80"};
+const QStringList kFront{"--view", "0,0", "--size", "40x40"};
 
 /// A material that emits one colour, for every light.
 QByteArray glowing(const char *color, const char *more = "")
@@ -210,8 +210,8 @@ TEST_F(ZelviewTest, SurfacesAreShadedByTheirDirectionByOcclusionAndThroughGlass)
                     + QStringList{write("glass.obj", "mtllib glass.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\n"
                                                      "v 0 0 0.1\nv 1 0 0.1\nv 1 2 0.1\nv 0 2 0.1\n"
                                                      "usemtl glass\nf 5 6 7 8\nusemtl red\nf 1 2 3 4\n")});
-    const QColor through = image.pixelColor(24, 40);
-    const QColor plain = image.pixelColor(56, 40);
+    const QColor through = image.pixelColor(12, 20);
+    const QColor plain = image.pixelColor(28, 20);
     EXPECT_LT(plain.blue(), 60);
     EXPECT_GT(through.blue(), plain.blue() + 60);
     EXPECT_GT(through.red(), 120);
@@ -265,13 +265,10 @@ TEST_F(ZelviewTest, TilesAreAPlaneWithAHoleOrTheTextureOfAModel)
         "m.obj",
         "mtllib m.mtl\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 0 2 0\nv 4 0 0\nv 4 2 0\nvt 0 0\nvt 2 0\nvt 2 2\nvt 0 2\n"
         "usemtl a\nf 1/1 2/2 3/3 4/4\nusemtl b\nf 2/1 5/2 6/3 3/4\n");
-    for (const char *name : {"t.<UDIM>.png", "t.1001.png"}) {
-        write("m.mtl",
-              QByteArray("newmtl a\nKd 1 1 1\nmap_Kd ") + name + "\nnewmtl b\nKd 1 1 1\nmap_Kd plain.png\n");
-        const QImage image = picture(kFront + QStringList{model});
-        EXPECT_TRUE(holds(_last.output, "textures by array\n"));
-        EXPECT_EQ(mosaic(image, 4, 2).left(2) + mosaic(image, 4, 2).mid(5), "b.rgrr") << name;
-    }
+    write("m.mtl", "newmtl a\nKd 1 1 1\nmap_Kd t.1001.png\nnewmtl b\nKd 1 1 1\nmap_Kd plain.png\n");
+    const QImage image = picture(kFront + QStringList{model});
+    EXPECT_TRUE(holds(_last.output, "textures by array\n"));
+    EXPECT_EQ(mosaic(image, 4, 2).left(2) + mosaic(image, 4, 2).mid(5), "b.rgrr");
 }
 
 TEST_F(ZelviewTest, TexturesThatAreScaledIntoSlotsAreReported)

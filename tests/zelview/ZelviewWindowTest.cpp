@@ -193,13 +193,10 @@ TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndTheManagerWithItsTilesAndShow
     }
     const QString byArray = plane.report("draws");
     EXPECT_TRUE(byArray.endsWith("textures by array")) << qPrintable(byArray);
-    for (int round = 0; round < 3; ++round) {
+    for (int round = 0; round < 2; ++round) {
         do {
-            const QImage picture = plane.pictureAfter(Qt::Key_M);
-            EXPECT_EQ(picture == first, plane.report("draws").contains("by array"));
-            EXPECT_EQ(plane.pictureAfter(Qt::Key_D) != picture,
-                      plane.report("draws").contains("by array")); // others have no slots
-            EXPECT_EQ(plane.pictureAfter(Qt::Key_D), picture);
+            const bool isEqual = plane.pictureAfter(Qt::Key_M) == first;
+            EXPECT_EQ(isEqual, plane.report("draws").contains("by array"));
         } while (plane.report("draws") != byArray);
     }
     EXPECT_FALSE(plane->key(Qt::Key_Y));
