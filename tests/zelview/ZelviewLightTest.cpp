@@ -106,7 +106,7 @@ TEST_F(ZelviewShadowTest, TheFloorIsDarkBelowThePlateAndUntouchedElsewhere)
             for (float x = -3.75f; x < 4.0f; x += 0.5f) {
                 for (float z = -3.75f; z < 4.0f; z += 0.5f) {
                     const QVector3D place(x, 0, z);
-                    const bool isHidden = z < 0.0f && std::abs(x) < 1.0f; // behind the plate
+                    const bool isHidden = z < 0.0f && std::abs(x) < 1.0f; // covered by the plate
                     if ((place - row.shadowed).length() > 1.7f && !isHidden) {
                         EXPECT_NEAR(brightness(with, place), brightness(without, place), 2) << x << ' ' << z;
                     }
