@@ -4,6 +4,7 @@
 #include "GLUtilities.h"
 #include "Shader.h"
 #include "private/ProgramFunctions.h"
+#include "private/ProgramOutputs.h"
 #include "private/ProgramQueries.h"
 #include "private/ShaderText.h"
 #include "private/UniformValues.h"
@@ -110,8 +111,8 @@ bool ShaderProgram::linkPre()
         return false;
     }
     // Both before glLinkProgram(): GL applies them at the next link only.
-    applyFragDataLocations();
-    applyTransformFeedbackVaryings();
+    nameFragmentOutputs(_programID, _fragDataLocations, _fragDataIndexs);
+    nameTransformFeedbackVaryings(_programID, _transformFeedbackVaryings, _transformFeedbackBufferMode);
     glLinkProgram(_programID);
     return true;
 }
@@ -660,54 +661,6 @@ bool ShaderProgram::attachShaders()
         glAttachShader(_programID, shader->shaderID());
     }
     return true;
-}
-
-void ShaderProgram::applyFragDataLocations()
-{
-    // Looked up only for programs that need it: a driver that lacks it is reported, and few programs have two sources.
-    EntryPoint<PFNGLBINDFRAGDATALOCATIONINDEXEDPROC> bindFragDataLocationIndexed;
-    if (!_fragDataIndexs.isEmpty()) {
-        bindFragDataLocationIndexed.lookUp("glBindFragDataLocationIndexed", false);
-    }
-    for (int i = 0; i < _fragDataLocations.size(); ++i) {
-        const auto colorNumber = static_cast<GLuint>(i);
-        if (i == 0 && !_fragDataIndexs.isEmpty()) { // only colour 0 can have a second source
-            if (bindFragDataLocationIndexed != nullptr) {
-                const QStringList &names = _fragDataIndexs.first();
-                for (int j = 0; j < names.size(); ++j) {
-                    bindFragDataLocationIndexed(_programID, colorNumber, static_cast<GLuint>(j),
-                                                names.at(j).toLatin1().constData());
-                }
-                continue;
-            }
-            ZEL_BARE_DEBUG(
-                "Trying to setup glBindFragDataLocationIndexed( %d, %d, , ). Func pointer is NULL, "
-                "falling back to glBindFragDataLocation()\n",
-                static_cast<int>(_programID), i);
-        }
-        glBindFragDataLocation(_programID, colorNumber, _fragDataLocations.at(i).toLatin1().constData());
-    }
-}
-
-void ShaderProgram::applyTransformFeedbackVaryings()
-{
-    if (_transformFeedbackVaryings.isEmpty()) {
-        return;
-    }
-    EntryPoint<PFNGLTRANSFORMFEEDBACKVARYINGSPROC> transformFeedbackVaryings;
-    transformFeedbackVaryings.lookUp("glTransformFeedbackVaryings", false);
-    if (transformFeedbackVaryings == nullptr) {
-        return;
-    }
-    QList<QByteArray> names;
-    // The list keeps the converted names alive until the call; the vector has the pointers into them, as GL takes them.
-    QVector<const GLchar *> pointers;
-    for (const QString &name : qAsConst(_transformFeedbackVaryings)) {
-        names.append(name.toLatin1());
-        pointers.append(names.last().constData());
-    }
-    transformFeedbackVaryings(_programID, pointers.size(), pointers.constData(),
-                              _transformFeedbackBufferMode);
 }
 
 // Everything that GL is asked once for each link, because a query by name in a draw waits for threaded drivers.

@@ -210,8 +210,6 @@ private:
     };
 
     ZELGL_NO_EXPORT bool attachShaders();
-    ZELGL_NO_EXPORT void applyFragDataLocations();
-    ZELGL_NO_EXPORT void applyTransformFeedbackVaryings();
     ZELGL_NO_EXPORT void cacheNames();
     ZELGL_NO_EXPORT void renewLinkNumber();
     ZELGL_NO_EXPORT void deleteProgram();
