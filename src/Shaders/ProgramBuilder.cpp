@@ -1,0 +1,101 @@
+#include "ProgramBuilder.h"
+
+#include "../GL/private/ShaderText.h"
+#include "private/HeldMessages.h"
+
+#include <ZelCore/Resources.h>
+#include <ZelGL/Reporting.h>
+#include <ZelGL/ShaderProgram.h>
+
+#include <QtCore/QDir>
+
+#include <algorithm>
+
+namespace Orvane { namespace ZelShaders {
+
+namespace {
+
+const QString kCompileFailure = QStringLiteral("Failed to compile GL shader");
+const QString kSourceHeading = QStringLiteral(" =======Source======");
+const QString kLogHeading = QStringLiteral(" =======Log=========");
+
+/// The source of the listing that the library logs when a stage does not compile, as the lines of that listing.
+QStringList listingOf(const QStringList &messages)
+{
+    const int start = messages.indexOf(kSourceHeading) + 1;
+    return messages.mid(start, messages.indexOf(kLogHeading) - start);
+}
+
+} // namespace
+
+ProgramBuilder::ProgramBuilder(Zel::ShaderProgram &program)
+    : _program(program)
+{
+}
+
+ProgramBuilder::~ProgramBuilder() = default;
+
+void ProgramBuilder::addShader(int type, const QString &source, const QString &name)
+{
+    const Zel::GLSLMacroProcessor *const processor = _program.getMacroProcessor();
+    _stages.append({static_cast<unsigned int>(type), source, name,
+                    processor != nullptr ? *processor : Zel::GLSLMacroProcessor()});
+    _program.addShader(type, source, QString());
+}
+
+bool ProgramBuilder::addShaderFromFile(int type, const QString &fileName)
+{
+    // The folders of ShaderProgram::addShaderFromFile().
+    for (const QDir &folder : {QDir(QString()), QDir(Zel::resourcesPath() + QStringLiteral("/GLSL/src")),
+                               QDir(QStringLiteral(":/GLSL/src"))}) {
+        QString source;
+        if (folder.exists() && Zel::readShaderText(folder.filePath(fileName), source)) {
+            addShader(type, source, folder.filePath(fileName));
+            return true;
+        }
+    }
+    _program.addShaderFromFile(type, fileName); // logs
+    return false;
+}
+
+bool ProgramBuilder::link()
+{
+    HeldMessages held;
+    const bool isLinked = _program.link();
+    if (isLinked) {
+        _report.clear();
+        held.release();
+        return true;
+    }
+    const QStringList messages = held.take();
+    _report = reportOf(messages);
+    Zel::warnLineByLine(_report);
+    return false;
+}
+
+QString ProgramBuilder::reportOf(const QStringList &messages) const
+{
+    QVector<ShaderReport::Stage> stages;
+    for (const Stage &stage : _stages) {
+        stages.append({stage.type, LineMap(stage.source, stage.name, &stage.processor)});
+    }
+    if (!messages.contains(kCompileFailure)) {
+        return QStringLiteral("Failed to link the program\n") + ShaderReport::ofLink(_program.log(), stages);
+    }
+    // The library does not tell which of its stages failed; its listing has that stage's text.
+    const QStringList listing = listingOf(messages);
+    for (const ShaderReport::Stage &stage : stages) {
+        QStringList numbered = Zel::numberedLines(stage.map.text()).split(QLatin1Char('\n'));
+        numbered.removeLast(); // empty, after the last line break
+        if (numbered == listing) {
+            return QStringLiteral("Failed to compile %1, %2\n").arg(stage.map.name(), stageName(stage.type))
+                   + ShaderReport::of(_program.log(), stage.map);
+        }
+    }
+    return QStringLiteral("Failed to compile a stage. Its files have changed since it was added, so the "
+                          "lines are those of "
+                          "the expanded text\n")
+           + _program.log();
+}
+
+}} // namespace Orvane::ZelShaders

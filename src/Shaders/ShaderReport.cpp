@@ -1,0 +1,217 @@
+#include "ShaderReport.h"
+
+#include "private/DriverLog.h"
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QMutex>
+#include <QtCore/QMutexLocker>
+#include <QtCore/QTemporaryFile>
+
+#include <algorithm>
+#include <functional>
+
+namespace Orvane { namespace ZelShaders {
+
+namespace {
+
+constexpr int kMaxColumns = 160;
+constexpr int kMaxJoined = 3; ///< messages of one line
+
+/// The messages of a log for one line of the text.
+struct Place
+{
+    const LineMap *map; ///< null for a message without a line
+    int line;           ///< of the expanded text
+    QString severity;
+    QStringList texts;
+    QStringList alsoAt; ///< further origins of the same message
+};
+
+QString originText(const LineMap &map, int line)
+{
+    const LineMap::Origin origin = map.origin(line);
+    return origin.line > 0 ? origin.toString() : QStringLiteral("line %1 of the text").arg(line);
+}
+
+/// Folds messages that repeat, and joins those of one line.
+QVector<Place> placesOf(const QVector<DriverMessage> &messages,
+                        const std::function<const LineMap *(const DriverMessage &)> &mapOf)
+{
+    QVector<Place> places;
+    for (const DriverMessage &message : messages) {
+        const LineMap *const map = message.line > 0 ? mapOf(message) : nullptr;
+        const auto same = std::find_if(places.begin(), places.end(), [&](const Place &place) {
+            return place.severity == message.severity && place.texts.contains(message.text);
+        });
+        if (same != places.end()) {
+            const QString origin = map != nullptr ? originText(*map, message.line) : QString();
+            if (map != nullptr && same->line != message.line && !same->alsoAt.contains(origin)) {
+                same->alsoAt.append(origin);
+            }
+            continue;
+        }
+        const auto here = std::find_if(places.begin(), places.end(), [&](const Place &place) {
+            return map != nullptr && place.map == map && place.line == message.line;
+        });
+        if (here != places.end()) {
+            here->texts.append(message.text);
+        } else {
+            places.append({map, message.line, message.severity, {message.text}, {}});
+        }
+    }
+    return places;
+}
+
+QString headingOf(const Place &place)
+{
+    QString heading = place.map != nullptr ? originText(*place.map, place.line) : QString();
+    QStringList chain;
+    if (place.map != nullptr) {
+        for (const LineMap::Origin &from : place.map->includedFrom(place.line)) {
+            chain.append(from.toString());
+        }
+    }
+    if (!chain.isEmpty()) {
+        heading += QStringLiteral(" (from %1)").arg(chain.join(QLatin1String(", ")));
+    }
+    heading += heading.isEmpty() ? QString() : QStringLiteral(": ");
+    heading += place.severity.isEmpty() ? QString() : place.severity + QLatin1String(": ");
+    heading += QStringList(place.texts.mid(0, kMaxJoined)).join(QLatin1String("; "));
+    if (!place.alsoAt.isEmpty()) {
+        heading += QStringLiteral(" (also at %1%2)")
+                       .arg(QStringList(place.alsoAt.mid(0, kMaxJoined)).join(QLatin1String(", ")),
+                            place.alsoAt.size() > kMaxJoined ? QStringLiteral(", ...") : QString());
+    }
+    return heading;
+}
+
+/// The line of the place, with \a around lines before and after it.
+QStringList excerptOf(const Place &place, int around)
+{
+    QStringList lines;
+    const LineMap::Origin origin = place.map != nullptr ? place.map->origin(place.line) : LineMap::Origin();
+    const int last = origin.line > 0 ? place.map->sourceLineCount(origin) : 0;
+    for (int line = std::max(1, origin.line - around); line <= std::min(last, origin.line + around); ++line) {
+        const QString source = place.map->sourceLine({origin.kind, origin.name, line});
+        lines.append(QStringLiteral("%1%2 | %3")
+                         .arg(line == origin.line ? QLatin1Char('>') : QLatin1Char(' '))
+                         .arg(line, 5)
+                         .arg(source.left(kMaxColumns)));
+    }
+    return lines;
+}
+
+/// The lines of the places, and the number of messages that are left out.
+QStringList linesOf(const QVector<Place> &all, int places, int &omitted)
+{
+    QStringList lines;
+    omitted = std::max(0, all.size() - places);
+    for (int i = 0; i < std::min(places, all.size()); ++i) {
+        lines.append(headingOf(all.at(i)));
+        lines +=
+            excerptOf(all.at(i), i == 0 ? 1 : 0); // one message of several gets all the attention: the first
+    }
+    return lines;
+}
+
+QString lastLine(const QVector<ShaderReport::Stage> &stages, int omitted)
+{
+    QStringList paths;
+    for (const ShaderReport::Stage &stage : stages) {
+        const QString path = ShaderReport::writeText(stage.map);
+        paths.append(path.isEmpty() ? QStringLiteral("cannot write to ") + QDir::tempPath() : path);
+    }
+    const QString more = omitted == 0   ? QString()
+                         : omitted == 1 ? QStringLiteral("1 more message; ")
+                                        : QStringLiteral("%1 more messages; ").arg(omitted);
+    return more + QStringLiteral("whole text: ") + paths.join(QLatin1String(", "));
+}
+
+/// The stage with the first call of a function that it does not define itself.
+const ShaderReport::Stage *callerOf(const QString &function, const QVector<ShaderReport::Stage> &stages,
+                                    int &line)
+{
+    for (const ShaderReport::Stage &stage : stages) {
+        const FunctionIndex::Functions functions = FunctionIndex::scan(stage.map.text());
+        for (const FunctionIndex::Place &call : functions.called) {
+            if (call.function == function) {
+                line = call.line;
+                return &stage;
+            }
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+QString ShaderReport::of(const QString &log, const LineMap &map, int places)
+{
+    int omitted = 0;
+    const QVector<Place> all = placesOf(parseDriverLog(log), [&](const DriverMessage &) { return &map; });
+    const QStringList lines = linesOf(all, places, omitted);
+    return (lines + QStringList(lastLine({{0, map}}, omitted))).join(QLatin1Char('\n'));
+}
+
+QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, int places)
+{
+    QVector<DriverMessage> messages = parseDriverLog(log);
+    QStringList lines;
+    QStringList functions;
+    for (const QString &function : missingFunctions(log)) {
+        functions.append(function);
+        int line = 0;
+        const Stage *const stage = callerOf(function, stages, line);
+        const QString advice = linkAdvice(function, stage != nullptr ? stage->type : 0);
+        if (stage != nullptr && lines.size() < 4 * places) {
+            const Place place{&stage->map,
+                              line,
+                              QStringLiteral("error"),
+                              {QStringLiteral("no stage defines %1()").arg(function)},
+                              {}};
+            lines.append(headingOf(place));
+            lines += excerptOf(place, 0);
+        } else {
+            lines.append(QStringLiteral("error: no stage defines %1()").arg(function));
+        }
+        lines.append(advice.isEmpty() ? QStringLiteral("No file of the library has %1.").arg(function)
+                                      : advice);
+    }
+    const auto saysMissing = [&](const DriverMessage &message) {
+        return std::any_of(functions.begin(), functions.end(),
+                           [&](const QString &function) { return message.text.contains(function); });
+    };
+    messages.erase(std::remove_if(messages.begin(), messages.end(), saysMissing), messages.end());
+    const auto mapOf = [&](const DriverMessage &message) -> const LineMap * {
+        const auto stage = std::find_if(stages.begin(), stages.end(), [&](const Stage &at) {
+            return at.type == message.stage || message.stage == 0;
+        });
+        return stage != stages.end() ? &stage->map : nullptr;
+    };
+    int omitted = 0;
+    lines += linesOf(placesOf(messages, mapOf), places, omitted);
+    return (lines + QStringList(lastLine(stages, omitted))).join(QLatin1Char('\n'));
+}
+
+QString ShaderReport::writeText(const LineMap &map)
+{
+    static QMutex mutex;
+    static QHash<QByteArray, QString> written;
+    const QByteArray bytes = map.text().toUtf8();
+    const QString name = QFileInfo(map.name()).fileName();
+    const QByteArray key = QCryptographicHash::hash(name.toUtf8() + '\0' + bytes, QCryptographicHash::Md5);
+    const QMutexLocker locker(&mutex);
+    QString &path = written[key];
+    if (!path.isEmpty() && QFileInfo::exists(path)) {
+        return path;
+    }
+    QTemporaryFile file(QDir::temp().filePath(QStringLiteral("zelgl-XXXXXX-") + name));
+    file.setAutoRemove(false);
+    const bool isWritten = file.open() && file.write(bytes) == bytes.size() && file.flush();
+    path = isWritten ? file.fileName() : QString();
+    return path;
+}
+
+}} // namespace Orvane::ZelShaders
