@@ -6,6 +6,7 @@
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/InstanceDataPlan.h>
 #include <ZelGL/InstanceDataRegistry.h>
+#include <ZelGL/ShaderProgram.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtCore/QDir>
@@ -178,5 +179,206 @@ TEST_F(ShadersTest, RandomNestingsKeepTheOriginOfEachLine)
             }
         }
         _capture.take(); // includes that fail
+    }
+}
+
+TEST_F(ShadersTest, LogsOfEveryDriverAreToldInTheLinesOfTheSources)
+{
+    addFile("a.glslh", "float a()\n{\n    return wrong;\n}\n");
+    const LineMap map = mapOf(
+        "#version 150\n#include \"a.glslh\"\nvoid main()\n{\n    gl_Positon = vec4(a());\n}\n", "my.vert");
+    const QString path = ShaderReport::writeText(map);
+    EXPECT_EQ(map.text().toUtf8(), bytesOf(path));
+    const QString a = _folder.filePath("a.glslh");
+    const QString typo = "    4 | {\n>    5 |     gl_Positon = vec4(a());\n     6 | }\n";
+    const QString wrong = "    2 | {\n>    3 |     return wrong;\n     4 | }\n";
+    const QString end = "whole text: " + path;
+    // The expanded text: line 5 is line 3 of a.glslh, line 11 is line 5 of my.vert.
+    const struct
+    {
+        QString log;
+        QString report;
+    } rows[] = {
+        {"0:11(2): error: `gl_Positon' undeclared\n0:11(2): error: value of type vec4 cannot be assigned\n",
+         "my.vert:5: error: `gl_Positon' undeclared; value of type vec4 cannot be assigned\n " + typo + end},
+        {"0:5(9): preprocessor error: wrong\n", a + ":3 (from my.vert:2): error: wrong\n " + wrong + end},
+        {"0(11) : error C1008: undefined variable \"gl_Positon\"\n",
+         "my.vert:5: error: C1008: undefined variable \"gl_Positon\"\n " + typo + end},
+        {"Vertex shader failed to compile with the following errors:\nERROR: 0:11: error(#143) Undeclared "
+         "identifier: "
+         "gl_Positon\nERROR: error(#273) 1 compilation errors.  No code generated\n",
+         "my.vert:5: error: error(#143) Undeclared identifier: gl_Positon\n " + typo + end},
+        {"ERROR: 0:11: 'gl_Positon' : undeclared identifier \nERROR: 0:11: '' : compilation terminated \n",
+         "my.vert:5: error: 'gl_Positon' : undeclared identifier\n " + typo + end},
+        // Repeated messages are folded, and only two places are shown.
+        {"0:11(1): error: twice\n0:5(1): error: twice\n0:11(3): error: twice\n0:9(1): warning: 2\n0:3(1): "
+         "error: 3\n",
+         "my.vert:5: error: twice (also at " + a + ":3)\n " + typo
+             + "my.vert:3: warning: 2\n>    3 | void main()\n1 more message; " + end},
+        {"0:99(1): error: beyond the end\n", "line 99 of the text: error: beyond the end\n" + end},
+        {"A sentence of a driver.\n\n", "A sentence of a driver.\n" + end},
+        {"", end},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(row.report, ShaderReport::of(row.log, map)) << qPrintable(row.log);
+    }
+    QFile::remove(path);
+}
+
+TEST_F(ShadersTest, AMissingFunctionIsToldWithItsFileAndTheCallThatLinksIt)
+{
+    const QString source =
+        "#version 150\n#include \"ZelUtilities.glslh\"\nvec2 mine(float x);\nvoid main()\n{\n"
+        "    gl_Position = vec4(getDrawID()) + mine(1.0).xyxy;\n}\n";
+    const QVector<ShaderReport::Stage> stages{{GL_FRAGMENT_SHADER, mapOf("void main() {}", "my.frag")},
+                                              {GL_VERTEX_SHADER, mapOf(source, "my.vert")}};
+    for (const QString &log :
+         {QStringLiteral(
+              "error: unresolved reference to function `getDrawID'\nerror: unresolved reference to "
+              "function `mine'\n"),
+          QStringLiteral(
+              "Vertex info\n-----------\n0(6) : error C3002: call to undefined function \"uint "
+              "getDrawID();\"\n0(6) : error C3002: call to undefined function \"vec2 mine(float);\"\n"),
+          QStringLiteral("Vertex shader(s) failed to link.\nERROR: error(#401) Function: getDrawID( is not "
+                         "implemented\nERROR: error(#401) Function: mine(f1; is not implemented\n"),
+          QStringLiteral(
+              "ERROR: Linking vertex stage: No function definition (body) found: \n    getDrawID(\n"
+              "ERROR: Linking vertex stage: No function definition (body) found: \n    mine(f1;\n")}) {
+        QStringList lines = ShaderReport::ofLink(log, stages).split('\n');
+        ASSERT_EQ(7, lines.size()) << qPrintable(log);
+        for (const QString &path : lines.takeLast().mid(12).split(", ")) {
+            QFile::remove(path);
+        }
+        const QString line = ">    6 |     gl_Position = vec4(getDrawID()) + mine(1.0).xyxy;";
+        EXPECT_EQ(
+            QStringList(
+                {"my.vert:6: error: no stage defines getDrawID()", line,
+                 "getDrawID is in ZelUtilities.glslc, ZelUtilities.vert, VisibilityBuffer.glslc; link one of "
+                 "them: program.addShaderFromFile(GL_VERTEX_SHADER, \"ZelUtilities.glslc\")",
+                 "my.vert:6: error: no stage defines mine()", line, "No file of the library has mine."}),
+            lines)
+            << qPrintable(log);
+    }
+    EXPECT_TRUE(
+        linkAdvice("zelIsValidToken", GL_FRAGMENT_SHADER)
+            .endsWith(
+                "link one of them: program.addShaderFromFile(GL_FRAGMENT_SHADER, manager.getShaderFile())"));
+}
+
+// A failure has at most eight lines, and the first place is the mistake.
+TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
+{
+    const QString good =
+        "#version 150\nin vec4 a_Position;\n#include \"ZelUtilities.glslh\"\n// 4\n// 5\n// 6\n"
+        "void main()\n{\n    gl_Position = a_Position;\n}\n";
+    const QString fragment = "#version 150\nout vec4 color;\nvoid main()\n{\n    color = vec4(1.0);\n}\n";
+    const struct
+    {
+        const char *part; // of the good source
+        const char *mistake;
+        QStringList starts; // of the first lines of the report
+    } rows[] = {
+        {"gl_Position", "gl_Positon", {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:9: error: "}},
+        {"a_Position;\n}",
+         "a_Position\n}",
+         {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:10: error: "}},
+        {"a_Position;\n}",
+         "a_Position * float(getDrawID());\n}",
+         {"Failed to link the program", "my.vert:9: error: no stage defines getDrawID()"}},
+        {"in vec4", "in vec5", {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:2: error: "}},
+        {"#version 150",
+         "#version 150\n#if wrong (",
+         {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:2: error: "}},
+    };
+    for (const auto &row : rows) {
+        ShaderProgram program(nullptr);
+        program.setMacroProcessor(&_processor);
+        ProgramBuilder builder(program);
+        builder.addShader(GL_FRAGMENT_SHADER, fragment, "my.frag");
+        builder.addShader(GL_VERTEX_SHADER, QString(good).replace(row.part, row.mistake), "my.vert");
+        EXPECT_FALSE(builder.link());
+        const QStringList lines = builder.report().split('\n');
+        EXPECT_GE(8, lines.size()) << qPrintable(builder.report());
+        for (int i = 0; i < row.starts.size(); ++i) {
+            EXPECT_TRUE(lines.value(i).startsWith(row.starts.at(i))) << qPrintable(builder.report());
+        }
+        QStringList logged;
+        for (const QString &line : lines) {
+            logged += "warning " + line;
+        }
+        EXPECT_EQ(logged, _capture.takeTexts());
+        TestContext::takeDriverReports();
+        for (const QString &path : lines.last().mid(lines.last().indexOf('/')).split(", ")) {
+            QFile::remove(path);
+        }
+    }
+    ShaderProgram program(nullptr);
+    program.setMacroProcessor(&_processor);
+    ProgramBuilder builder(program);
+    builder.addShader(GL_FRAGMENT_SHADER, fragment, "my.frag");
+    builder.addShader(GL_VERTEX_SHADER, good, "my.vert");
+    EXPECT_TRUE(builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc"));
+    EXPECT_TRUE(builder.link());
+    EXPECT_EQ("", builder.report());
+    EXPECT_MESSAGES();
+}
+
+TEST_F(ShadersTest, TheLinterFindsEachMistakeAtItsLine)
+{
+    addFile("plain.glslh", "float a;\n");
+    addFile("guarded.glslh", "// A guard.\n#ifndef G\n#define G\nfloat b;\n#endif\n");
+    _processor.addDefine("ONE", "1");
+    const LineMap::PlanTexts plans{{"Known", "mat4 getMatrix();\n"}};
+    const struct
+    {
+        const char *source;
+        QString finding; // a finding without its file; empty for none
+    } rows[] = {
+        {"#include \"plain.glslh\"\n#include \"guarded.glslh\"\n#include \"guarded.glslh\"\n", ""},
+        {"#include \"plain.glslh\"\n\n#include \"plain.glslh\"\n",
+         "3: warning: '" + _folder.filePath("plain.glslh")
+             + "' is included again, without an include guard; first at main:1"},
+        {"\n#include \"none\"\n", "2: error: no include path has the file 'none'"},
+        {"#instancedata \"Known\"", ""},
+        {"#instancedata \"Unknown\"",
+         "1: error: unknown plan 'Unknown': register it before the shader is made"},
+        {"#macro M float m;\n", "1: note: macro 'M' is not registered: its default is used"},
+        {" #include \"plain.glslh\"\n", "1: warning: #include is not expanded: it needs a line of its own "
+                                        "without indentation, and a name in double quotes"},
+        {"// #include <plain.glslh>\n/*\n#include <a>\n*/", ""},
+        {"#macro\n", "1: warning: #macro is not expanded: it needs a line of its own, a name and a default"},
+        {"#if LIMIT > 3\n#endif\n", "1: error: 'LIMIT' is not defined here; in an #if it has no value"},
+        {"#version 150\n#if ONE == 1 && __VERSION__ >= 150 && !defined(LIMIT)\n#else\n#if "
+         "LIMIT\n#endif\n#endif\n",
+         ""},
+        {"#ifdef LIMIT\n#if LIMIT > 3\n#endif\n#elif defined(OTHER) && OTHER > 2\n#elif 0 || (1 + 2) * 3 == "
+         "9\n#else\n#if "
+         "NEVER\n#endif\n#endif\n",
+         ""},
+        {"#ifdef GL_ARB_x\n#define X 1\n#endif\n#if X\n#endif\n#ifndef GL_ARB_x\n#if LIMIT\n#endif\n#endif",
+         "7: error: 'LIMIT' is not defined here; in an #if it has no value"},
+        {"#define SELF SELF + SELF\n#if SELF\n#if LIMIT\n#endif\n#endif\n#undef SELF\n#ifdef SELF\n#if "
+         "NEVER\n#endif\n#endif",
+         "3: error: 'LIMIT' is not defined here; in an #if it has no value"},
+        {"#if 0\n#elif LIMIT\n#endif\n", "2: error: 'LIMIT' is not defined here; in an #if it has no value"},
+        {"#if 1\n", "1: error: this condition has no #endif"},
+        {"\n#endif\n", "2: error: #endif without an #if"},
+        {"#include \"ZelUtilities.glslh\"\nvoid main()\n{\n    getDrawID();\n    max(1, 2);\n}\n",
+         "4: warning: no file of this stage defines getDrawID(); getDrawID is in ZelUtilities.glslc, "
+         "ZelUtilities.vert, "
+         "VisibilityBuffer.glslc; link one of them: program.addShaderFromFile(GL_VERTEX_SHADER, "
+         "\"ZelUtilities.glslc\")"},
+        {"#include \"ZelUtilities.glslh\"\nuint getDrawID()\n{\n    return 0u;\n}\nvoid main()\n{\n    "
+         "getDrawID();\n}\n",
+         ""},
+    };
+    for (const auto &row : rows) {
+        const LineMap map(row.source, "main", &_processor, &plans);
+        QStringList texts;
+        for (const auto &finding : ShaderLint::lint(map) + ShaderLint::lintStage({map}, GL_VERTEX_SHADER)) {
+            texts.append(finding.toString());
+        }
+        EXPECT_EQ(row.finding.isEmpty() ? QStringList() : QStringList("main:" + row.finding), texts)
+            << row.source;
     }
 }

@@ -9,6 +9,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <algorithm>
+
 namespace Orvane { namespace ZelShaders {
 
 namespace {
@@ -173,7 +175,8 @@ QStringList FunctionIndex::filesDefining(const QString &function) const
     return _files.value(function);
 }
 
-QString linkAdvice(const QString &function, unsigned int stage, const FunctionIndex &index)
+QString linkAdvice(const QString &function, unsigned int stage, const QString &declaredIn,
+                   const FunctionIndex &index)
 {
     QStringList names; // addShaderFromFile() takes the name alone
     for (const QString &path : index.filesDefining(function)) {
@@ -185,6 +188,9 @@ QString linkAdvice(const QString &function, unsigned int stage, const FunctionIn
     if (names.isEmpty()) {
         return QString();
     }
+    std::stable_partition(names.begin(), names.end(), [&](const QString &name) {
+        return QFileInfo(name).completeBaseName() == QFileInfo(declaredIn).completeBaseName();
+    });
     if (names.size() == 1) {
         return QStringLiteral("%1 is in %2; link it: program.addShaderFromFile(%3, \"%2\")")
             .arg(function, names.first(), stageName(stage));

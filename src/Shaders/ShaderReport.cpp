@@ -129,20 +129,45 @@ QString lastLine(const QVector<ShaderReport::Stage> &stages, int omitted)
     return more + QStringLiteral("whole text: ") + paths.join(QLatin1String(", "));
 }
 
-/// The stage with the first call of a function that it does not define itself.
-const ShaderReport::Stage *callerOf(const QString &function, const QVector<ShaderReport::Stage> &stages,
-                                    int &line)
+/// The first call of a function in the stages, and the file with its prototype there. A null stage if none calls it.
+struct Call
 {
+    const ShaderReport::Stage *stage;
+    int line;
+    QString declaredIn;
+};
+
+Call firstCallOf(const QString &function, const QVector<ShaderReport::Stage> &stages)
+{
+    const auto find = [&](const QVector<FunctionIndex::Place> &places) {
+        return std::find_if(places.begin(), places.end(),
+                            [&](const FunctionIndex::Place &place) { return place.function == function; });
+    };
     for (const ShaderReport::Stage &stage : stages) {
         const FunctionIndex::Functions functions = FunctionIndex::scan(stage.map.text());
-        for (const FunctionIndex::Place &call : functions.called) {
-            if (call.function == function) {
-                line = call.line;
-                return &stage;
-            }
+        const auto call = find(functions.called);
+        const auto prototype = find(functions.declared);
+        if (call != functions.called.end()) {
+            return {&stage, call->line,
+                    prototype != functions.declared.end() ? stage.map.origin(prototype->line).name
+                                                          : QString()};
         }
     }
-    return nullptr;
+    return {nullptr, 0, QString()};
+}
+
+/// The lines about one function that no stage defines.
+QStringList linesOfMissing(const QString &function, const QVector<ShaderReport::Stage> &stages)
+{
+    const Call call = firstCallOf(function, stages);
+    const QString text = QStringLiteral("no stage defines %1()").arg(function);
+    const Place place{
+        call.stage != nullptr ? &call.stage->map : nullptr, call.line, QStringLiteral("error"), {text}, {}};
+    const QString advice =
+        linkAdvice(function, call.stage != nullptr ? call.stage->type : 0, call.declaredIn);
+    return QStringList(headingOf(place)) + excerptOf(place, 0)
+           + QStringList(advice.isEmpty() ? QStringLiteral("No file of the library has %1.").arg(function)
+                                          : advice);
 }
 
 } // namespace
@@ -158,30 +183,15 @@ QString ShaderReport::of(const QString &log, const LineMap &map, int places)
 QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, int places)
 {
     QVector<DriverMessage> messages = parseDriverLog(log);
+    const QStringList functions = missingFunctions(log);
     QStringList lines;
-    QStringList functions;
-    for (const QString &function : missingFunctions(log)) {
-        functions.append(function);
-        int line = 0;
-        const Stage *const stage = callerOf(function, stages, line);
-        const QString advice = linkAdvice(function, stage != nullptr ? stage->type : 0);
-        if (stage != nullptr && lines.size() < 4 * places) {
-            const Place place{&stage->map,
-                              line,
-                              QStringLiteral("error"),
-                              {QStringLiteral("no stage defines %1()").arg(function)},
-                              {}};
-            lines.append(headingOf(place));
-            lines += excerptOf(place, 0);
-        } else {
-            lines.append(QStringLiteral("error: no stage defines %1()").arg(function));
-        }
-        lines.append(advice.isEmpty() ? QStringLiteral("No file of the library has %1.").arg(function)
-                                      : advice);
+    for (const QString &function : functions.mid(0, places)) {
+        lines += linesOfMissing(function, stages);
     }
     const auto saysMissing = [&](const DriverMessage &message) {
-        return std::any_of(functions.begin(), functions.end(),
-                           [&](const QString &function) { return message.text.contains(function); });
+        return message.text.contains(QLatin1String("No function definition (body) found"))
+               || std::any_of(functions.begin(), functions.end(),
+                              [&](const QString &function) { return message.text.contains(function); });
     };
     messages.erase(std::remove_if(messages.begin(), messages.end(), saysMissing), messages.end());
     const auto mapOf = [&](const DriverMessage &message) -> const LineMap * {
@@ -192,6 +202,7 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
     };
     int omitted = 0;
     lines += linesOf(placesOf(messages, mapOf), places, omitted);
+    omitted += std::max(0, functions.size() - places);
     return (lines + QStringList(lastLine(stages, omitted))).join(QLatin1Char('\n'));
 }
 

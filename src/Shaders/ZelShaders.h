@@ -7,5 +7,6 @@
 #include "FunctionIndex.h"
 #include "LineMap.h"
 #include "ProgramBuilder.h"
+#include "ShaderLint.h"
 #include "ShaderReport.h"
 #include "ShadersExport.h"

@@ -49,7 +49,7 @@ const QVector<QRegularExpression> &forms()
 bool saysNothing(const QString &line)
 {
     static const QRegularExpression empty(
-        QStringLiteral("^-*$|compilation (errors|terminated)|^\\(\\d+\\) : fatal"));
+        QStringLiteral("^-*$|failed to (compile|link)|compilation (errors|terminated)|^\\(\\d+\\) : fatal"));
     return empty.match(line).hasMatch();
 }
 
