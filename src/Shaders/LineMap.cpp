@@ -116,6 +116,11 @@ int LineMap::lineCount() const
     return _lineStarts.size();
 }
 
+QString LineMap::line(int number) const
+{
+    return number <= lineCount() ? lineText(_text, _lineStarts, number - 1) : QString();
+}
+
 LineMap::Origin LineMap::origin(int line) const
 {
     int position = 0;

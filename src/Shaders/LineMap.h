@@ -81,6 +81,8 @@ public:
     QString text() const { return _text; }
     QString name() const;
     int lineCount() const;
+    /// A line of the text, without its line break.
+    QString line(int number) const;
     /// The origin of a line of the text. A line that is made of several is that of its first visible character. Line 0
     /// for a line that the text does not have.
     Origin origin(int line) const;
