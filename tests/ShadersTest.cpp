@@ -10,6 +10,7 @@
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtCore/QDir>
+#include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
@@ -251,18 +252,16 @@ TEST_F(ShadersTest, AMissingFunctionIsToldWithItsFileAndTheCallThatLinksIt)
         }
         const QString line = ">    6 |     gl_Position = vec4(getDrawID()) + mine(1.0).xyxy;";
         EXPECT_EQ(
-            QStringList(
-                {"my.vert:6: error: no stage defines getDrawID()", line,
-                 "getDrawID is in ZelUtilities.glslc, ZelUtilities.vert, VisibilityBuffer.glslc; link one of "
-                 "them: program.addShaderFromFile(GL_VERTEX_SHADER, \"ZelUtilities.glslc\")",
-                 "my.vert:6: error: no stage defines mine()", line, "No file of the library has mine."}),
+            QStringList({"my.vert:6: error: no stage defines getDrawID()", line,
+                         "link one of ZelUtilities.glslc, ZelUtilities.vert, VisibilityBuffer.glslc: "
+                         "program.addShaderFromFile(GL_VERTEX_SHADER, \"ZelUtilities.glslc\")",
+                         "my.vert:6: error: no stage defines mine()", line, "no file of the library has it"}),
             lines)
             << qPrintable(log);
     }
-    EXPECT_TRUE(
-        linkAdvice("zelIsValidToken", GL_FRAGMENT_SHADER)
-            .endsWith(
-                "link one of them: program.addShaderFromFile(GL_FRAGMENT_SHADER, manager.getShaderFile())"));
+    EXPECT_TRUE(linkAdvice("zelIsValidToken", GL_FRAGMENT_SHADER)
+                    .endsWith("TextureManager.glslc: program.addShaderFromFile(GL_FRAGMENT_SHADER, "
+                              "manager.getShaderFile())"));
 }
 
 // A failure has at most eight lines, and the first place is the mistake.
@@ -364,10 +363,15 @@ TEST_F(ShadersTest, TheLinterFindsEachMistakeAtItsLine)
         {"#if 1\n", "1: error: this condition has no #endif"},
         {"\n#endif\n", "2: error: #endif without an #if"},
         {"#include \"ZelUtilities.glslh\"\nvoid main()\n{\n    getDrawID();\n    max(1, 2);\n}\n",
-         "4: warning: no file of this stage defines getDrawID(); getDrawID is in ZelUtilities.glslc, "
-         "ZelUtilities.vert, "
-         "VisibilityBuffer.glslc; link one of them: program.addShaderFromFile(GL_VERTEX_SHADER, "
+         "4: warning: no file of this stage defines getDrawID(); link one of ZelUtilities.glslc, "
+         "ZelUtilities.vert, VisibilityBuffer.glslc: program.addShaderFromFile(GL_VERTEX_SHADER, "
          "\"ZelUtilities.glslc\")"},
+        {"float a();\nfloat b();\nvoid main()\n{\n    a() + b() * radians(a());\n}\n",
+         "5: warning: no file of this stage defines a()\nmain:5: warning: no file of this stage defines b()"},
+        {"#include \"ImportanceSample.glslh\"\nvoid main()\n{\n    hammersley();\n    pdfBRDF();\n}\n",
+         "4: warning: no file of this stage defines hammersley() and pdfBRDF(); link ImportanceSample.glslc: "
+         "program.addShaderFromFile(GL_VERTEX_SHADER, \"ImportanceSample.glslc\")"},
+        {"#ifdef NEVER\nint f();\nint g()\n{\n    return f();\n}\n#endif\n", ""},
         {"#include \"ZelUtilities.glslh\"\nuint getDrawID()\n{\n    return 0u;\n}\nvoid main()\n{\n    "
          "getDrawID();\n}\n",
          ""},
@@ -378,7 +382,50 @@ TEST_F(ShadersTest, TheLinterFindsEachMistakeAtItsLine)
         for (const auto &finding : ShaderLint::lint(map) + ShaderLint::lintStage({map}, GL_VERTEX_SHADER)) {
             texts.append(finding.toString());
         }
-        EXPECT_EQ(row.finding.isEmpty() ? QStringList() : QStringList("main:" + row.finding), texts)
-            << row.source;
+        EXPECT_EQ(row.finding.isEmpty() ? QString() : "main:" + row.finding, texts.join('\n')) << row.source;
     }
 }
+
+#ifdef ZELGLSL
+TEST_F(ShadersTest, TheToolExpandsLintsAndDrawsAHostsFolder)
+{
+    const QString file =
+        addFile("my.vert", "#version 150\n#include \"a.glslh\"\nvoid main()\n{\n    getDrawID();\n}\n");
+    const QString a = addFile("a.glslh", "#include \"ZelUtilities.glslh\"\n#if LIMIT\n#endif\n");
+    const QStringList folder{"-I", _folder.path(), file};
+    _processor.addDefine("LIMIT", "0");
+    const QString expanded = GLSLMacroProcessor::process(bytesOf(file), &_processor);
+    const struct
+    {
+        QStringList arguments;
+        int code;
+        QString output; // the start, or all of an expansion
+    } rows[] = {
+        {QStringList{"expand", "-D", "LIMIT=0"} + folder, 0, expanded},
+        {QStringList{"expand", "--map"} + folder, 0, file + ":1\t#version 150\n"},
+        {{"expand", file}, 1, "zelglsl: " + file + ":2: no include path has the file 'a.glslh'\n"},
+        {QStringList{"lint"} + folder, 1, a + ":2: error: 'LIMIT' is not defined here"},
+        {QStringList{"lint", "-DLIMIT=1"} + folder, 0,
+         file + ":5: warning: no file of this stage defines getDrawID(); link"},
+        {QStringList{"lint", "-DLIMIT=1", "--strict"} + folder, 1, file + ":5: warning: "},
+        {QStringList{"lint", "-DLIMIT=1", "--strict", "-L", "ZelUtilities.glslc"} + folder, 0, ""},
+        {QStringList{"graph"} + folder, 0, file + "\n    " + a + " (line 2)\n        "},
+        {QStringList{"graph", "--dot"} + folder, 0, "digraph shaders {\n"},
+        {{"--help"}, 0, "Usage: "},
+        {{"lint"}, 2, "zelglsl: lint needs a file; see zelglsl --help\n"},
+        {{"draw", file}, 2, "zelglsl: unknown command 'draw'"},
+        {{"lint", "--stage", "comp", file}, 2, "zelglsl: --stage comp: the stages are"},
+        {{"lint", "-I", "/none", file}, 2, "zelglsl: -I /none: no such folder"},
+        {{"lint", "none.vert"}, 3, "zelglsl: cannot open none.vert"},
+    };
+    for (const auto &row : rows) {
+        QProcess tool;
+        tool.setProcessChannelMode(QProcess::MergedChannels);
+        tool.start(ZELGLSL, row.arguments);
+        ASSERT_TRUE(tool.waitForFinished()) << qPrintable(tool.errorString());
+        const QString output = tool.readAll();
+        EXPECT_EQ(row.code, tool.exitCode()) << qPrintable(row.arguments.join(' ') + '\n' + output);
+        EXPECT_EQ(row.output, output.left(row.output.size())) << qPrintable(row.arguments.join(' '));
+    }
+}
+#endif

@@ -191,13 +191,11 @@ QString linkAdvice(const QString &function, unsigned int stage, const QString &d
     std::stable_partition(names.begin(), names.end(), [&](const QString &name) {
         return QFileInfo(name).completeBaseName() == QFileInfo(declaredIn).completeBaseName();
     });
-    if (names.size() == 1) {
-        return QStringLiteral("%1 is in %2; link it: program.addShaderFromFile(%3, \"%2\")")
-            .arg(function, names.first(), stageName(stage));
-    }
-    const bool isOfManager = names.filter(QLatin1String("TextureManager")).size() == names.size();
-    return QStringLiteral("%1 is in %2; link one of them: program.addShaderFromFile(%3, %4)")
-        .arg(function, names.join(QLatin1String(", ")), stageName(stage),
+    const bool isOfManager =
+        names.size() > 1 && names.filter(QLatin1String("TextureManager")).size() == names.size();
+    return QStringLiteral("link %1%2: program.addShaderFromFile(%3, %4)")
+        .arg(names.size() > 1 ? QStringLiteral("one of ") : QString(), names.join(QLatin1String(", ")),
+             stageName(stage),
              isOfManager ? QStringLiteral("manager.getShaderFile()")
                          : QLatin1Char('"') + names.first() + QLatin1Char('"'));
 }

@@ -55,9 +55,9 @@ private:
     QHash<QString, QStringList> _files; ///< by function
 };
 
-/// The advice for a function that no stage defines: the files of the library that have it, and the call that links
-/// one. Empty if none has it. \a stage is a GL stage; 0 if it is unknown. Of several files the advice names the one of
-/// the header \a declaredIn, such as ZelUtilities.glslc for ZelUtilities.glslh.
+/// The advice for a function that no stage defines: "link FILE: " and the call that links the file of the library that has
+/// it. Empty if none has it. \a stage is a GL stage; 0 if it is unknown. Of several files the advice names the one of the
+/// header \a declaredIn, such as ZelUtilities.glslc for ZelUtilities.glslh.
 ZELSHADERS_EXPORT QString linkAdvice(const QString &function, unsigned int stage,
                                      const QString &declaredIn = QString(),
                                      const FunctionIndex &index = FunctionIndex::library());

@@ -1,12 +1,10 @@
 #include "ShaderLint.h"
 
 #include "private/Conditions.h"
+#include "private/MissingFunctions.h"
 #include "private/TextLines.h"
 
 #include <QtCore/QRegularExpression>
-#include <QtCore/QSet>
-
-#include <algorithm>
 
 namespace Orvane { namespace ZelShaders {
 
@@ -94,40 +92,16 @@ QVector<ShaderLint::Finding> ShaderLint::lint(const LineMap &map)
 QVector<ShaderLint::Finding> ShaderLint::lintStage(const QVector<LineMap> &texts, unsigned int stage,
                                                    const FunctionIndex &index)
 {
-    struct Call
-    {
-        const LineMap *map;
-        int line;
-    };
-    QSet<QString> defined;
-    QHash<QString, QString> declaredIn; // by function
-    QVector<QString> order;
-    QHash<QString, Call> called;
+    QVector<ShaderReport::Stage> stages;
     for (const LineMap &map : texts) {
-        const FunctionIndex::Functions functions = FunctionIndex::scan(map.text());
-        for (const FunctionIndex::Place &place : functions.defined) {
-            defined.insert(place.function);
-        }
-        for (const FunctionIndex::Place &place : functions.declared) {
-            declaredIn.insert(place.function, map.origin(place.line).name);
-        }
-        for (const FunctionIndex::Place &place : functions.called) {
-            if (!called.contains(place.function)) {
-                called.insert(place.function, {&map, place.line});
-                order.append(place.function);
-            }
-        }
+        stages.append({stage, map});
     }
     Findings findings;
-    for (const QString &function : qAsConst(order)) {
-        if (defined.contains(function) || !declaredIn.contains(function)) {
-            continue; // its own, or a function of the language
-        }
-        const Call call = called.value(function);
-        const QString advice = linkAdvice(function, stage, declaredIn.value(function), index);
-        findings.append({eWarning, call.map->origin(call.line),
-                         QStringLiteral("no file of this stage defines %1()%2")
-                             .arg(function, advice.isEmpty() ? QString() : QStringLiteral("; ") + advice)});
+    for (const MissingFunctions &missing : groupMissing(undefinedFunctions(stages), stages, index)) {
+        const QString advice = missing.advice.isEmpty() ? QString() : QStringLiteral("; ") + missing.advice;
+        findings.append(
+            {eWarning, missing.stage->map.origin(missing.line),
+             QStringLiteral("no file of this stage defines %1%2").arg(missing.namesInWords(), advice)});
     }
     return findings;
 }

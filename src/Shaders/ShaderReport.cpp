@@ -1,6 +1,7 @@
 #include "ShaderReport.h"
 
 #include "private/DriverLog.h"
+#include "private/MissingFunctions.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
@@ -129,45 +130,17 @@ QString lastLine(const QVector<ShaderReport::Stage> &stages, int omitted)
     return more + QStringLiteral("whole text: ") + paths.join(QLatin1String(", "));
 }
 
-/// The first call of a function in the stages, and the file with its prototype there. A null stage if none calls it.
-struct Call
+/// The lines about functions that no stage defines.
+QStringList linesOfMissing(const MissingFunctions &missing)
 {
-    const ShaderReport::Stage *stage;
-    int line;
-    QString declaredIn;
-};
-
-Call firstCallOf(const QString &function, const QVector<ShaderReport::Stage> &stages)
-{
-    const auto find = [&](const QVector<FunctionIndex::Place> &places) {
-        return std::find_if(places.begin(), places.end(),
-                            [&](const FunctionIndex::Place &place) { return place.function == function; });
-    };
-    for (const ShaderReport::Stage &stage : stages) {
-        const FunctionIndex::Functions functions = FunctionIndex::scan(stage.map.text());
-        const auto call = find(functions.called);
-        const auto prototype = find(functions.declared);
-        if (call != functions.called.end()) {
-            return {&stage, call->line,
-                    prototype != functions.declared.end() ? stage.map.origin(prototype->line).name
-                                                          : QString()};
-        }
-    }
-    return {nullptr, 0, QString()};
-}
-
-/// The lines about one function that no stage defines.
-QStringList linesOfMissing(const QString &function, const QVector<ShaderReport::Stage> &stages)
-{
-    const Call call = firstCallOf(function, stages);
-    const QString text = QStringLiteral("no stage defines %1()").arg(function);
-    const Place place{
-        call.stage != nullptr ? &call.stage->map : nullptr, call.line, QStringLiteral("error"), {text}, {}};
-    const QString advice =
-        linkAdvice(function, call.stage != nullptr ? call.stage->type : 0, call.declaredIn);
+    const Place place{missing.stage != nullptr ? &missing.stage->map : nullptr,
+                      missing.line,
+                      QStringLiteral("error"),
+                      {QStringLiteral("no stage defines ") + missing.namesInWords()},
+                      {}};
     return QStringList(headingOf(place)) + excerptOf(place, 0)
-           + QStringList(advice.isEmpty() ? QStringLiteral("No file of the library has %1.").arg(function)
-                                          : advice);
+           + QStringList(missing.advice.isEmpty() ? QStringLiteral("no file of the library has it")
+                                                  : missing.advice);
 }
 
 } // namespace
@@ -184,9 +157,10 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
 {
     QVector<DriverMessage> messages = parseDriverLog(log);
     const QStringList functions = missingFunctions(log);
+    const QVector<MissingFunctions> groups = groupMissing(functions, stages, FunctionIndex::library());
     QStringList lines;
-    for (const QString &function : functions.mid(0, places)) {
-        lines += linesOfMissing(function, stages);
+    for (const MissingFunctions &missing : groups.mid(0, places)) {
+        lines += linesOfMissing(missing);
     }
     const auto saysMissing = [&](const DriverMessage &message) {
         return message.text.contains(QLatin1String("No function definition (body) found"))
@@ -202,7 +176,7 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
     };
     int omitted = 0;
     lines += linesOf(placesOf(messages, mapOf), places, omitted);
-    omitted += std::max(0, functions.size() - places);
+    omitted += std::max(0, groups.size() - places);
     return (lines + QStringList(lastLine(stages, omitted))).join(QLatin1Char('\n'));
 }
 

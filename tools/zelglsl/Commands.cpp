@@ -109,7 +109,9 @@ bool compiles(const Source &source, bool &isMissing)
         }
     }
     constexpr int kAllPlaces = 20;
-    print(ShaderReport::of(lines.join(QLatin1Char('\n')), source.map, kAllPlaces));
+    const QString report = ShaderReport::of(lines.join(QLatin1Char('\n')), source.map, kAllPlaces);
+    QFile::remove(ShaderReport::writeText(source.map)); // a user can expand it
+    print(report.left(report.lastIndexOf(QLatin1Char('\n'))));
     return false;
 }
 

@@ -11,30 +11,46 @@ namespace Orvane { namespace ZelShaders {
 
 QVector<Conditions::Finding> Conditions::check(const QString &text)
 {
+    Conditions conditions;
+    conditions.walk(withoutComments(text), nullptr);
+    return conditions._findings;
+}
+
+QString Conditions::liveText(const QString &text)
+{
+    QString live = withoutComments(text);
+    Conditions().walk(live, &live);
+    return live;
+}
+
+/// Reads the directives of a text without comments. \a live, if it is not null, is the text in which dead lines become blank.
+void Conditions::walk(const QString &text, QString *live)
+{
     static const QRegularExpression form(QStringLiteral("^\\s*#\\s*(\\w+)\\s*(.*)$"),
                                          QRegularExpression::DotMatchesEverythingOption);
-    Conditions conditions;
-    conditions._values = {{QStringLiteral("__LINE__"), QString()},
-                          {QStringLiteral("__FILE__"), QString()},
-                          {QStringLiteral("__VERSION__"), QStringLiteral("110")}};
-    const QString code = withoutComments(text);
+    _values = {{QStringLiteral("__LINE__"), QString()},
+               {QStringLiteral("__FILE__"), QString()},
+               {QStringLiteral("__VERSION__"), QStringLiteral("110")}};
+    const QString code = text;
     const QVector<int> starts = lineStarts(code);
     for (int i = 0; i < starts.size(); ++i) {
         const int first = i;
         QString line = lineText(code, starts, i);
+        if (live != nullptr && !counts()) {
+            live->replace(starts.at(i), line.size(), QString(line.size(), QLatin1Char(' ')));
+        }
         while (line.endsWith(QLatin1Char('\\')) && i + 1 < starts.size()) {
             line.chop(1);
             line += lineText(code, starts, ++i);
         }
         const QRegularExpressionMatch match = form.match(line);
         if (match.hasMatch()) {
-            conditions.directive(match.captured(1), match.captured(2).trimmed(), first + 1);
+            directive(match.captured(1), match.captured(2).trimmed(), first + 1);
         }
     }
-    for (const Branch &branch : qAsConst(conditions._branches)) {
-        conditions._findings.append({branch.line, QStringLiteral("this condition has no #endif")});
+    for (const Branch &branch : qAsConst(_branches)) {
+        _findings.append({branch.line, QStringLiteral("this condition has no #endif")});
     }
-    return conditions._findings;
 }
 
 void Conditions::directive(const QString &name, const QString &rest, int line)

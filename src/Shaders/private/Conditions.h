@@ -23,6 +23,9 @@ public:
     /// The findings in a whole text.
     static QVector<Finding> check(const QString &text);
 
+    /// The text with blanks for the lines that no compiler sees, and without comments. Lines keep their numbers.
+    static QString liveText(const QString &text);
+
 private:
     enum Truth { eFalse, eTrue, eUnknown };
 
@@ -35,6 +38,7 @@ private:
         int line;
     };
 
+    void walk(const QString &text, QString *live);
     void directive(const QString &name, const QString &rest, int line);
     void open(Truth truth, int line);
     void next(const QString &name, const QString &rest, int line);
