@@ -49,7 +49,7 @@ public:
         QVector<Place> called;   ///< every name before a parenthesis inside a body
     };
 
-    ZELSHADERS_EXPORT static Functions scan(const QString &text);
+    static Functions scan(const QString &text);
 
 private:
     QHash<QString, QStringList> _files; ///< by function

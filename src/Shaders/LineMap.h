@@ -18,7 +18,7 @@ namespace ZelShaders {
 /// The expanded text of a shader, with the file and line that each of its lines comes from.
 ///
 /// The text is that of Zel::GLSLMacroProcessor::process(), byte for byte: the same code makes both. Drivers number the
-/// lines of this text, which nobody wrote; a LineMap leads from there to the sources.
+/// lines of this text, which is in no file; a LineMap leads from there to the sources.
 ///
 /// \snippet diagnosis.cpp LineMap
 ///
@@ -98,7 +98,7 @@ public:
     QVector<Failure> failures() const;
 
 private:
-    class Tracer;
+    class ZELSHADERS_NO_EXPORT Tracer;
 
     /// A text that is a part of the expanded text.
     struct Entry
@@ -126,10 +126,10 @@ private:
         int offset;
     };
 
-    const Segment *segmentOfLine(int line, int &position) const;
-    Origin originAt(int entry, int offset) const;
-    const QVector<int> &startsOf(int entry) const;
-    int entryOf(const Origin &origin) const;
+    ZELSHADERS_NO_EXPORT const Segment *segmentOfLine(int line, int &position) const;
+    ZELSHADERS_NO_EXPORT Origin originAt(int entry, int offset) const;
+    ZELSHADERS_NO_EXPORT const QVector<int> &startsOf(int entry) const;
+    ZELSHADERS_NO_EXPORT int entryOf(const Origin &origin) const;
 
     QString _text;
     QVector<Entry> _entries; ///< the source is the first

@@ -4,6 +4,7 @@
 #include <ZelGL/ZelGL.h>
 
 #include <ZelCore/Resources.h>
+#include <ZelShaders/ZelShaders.h>
 
 #include <cstdio>
 
@@ -38,5 +39,7 @@ int main(int argc, char **argv)
         GLSLMacroProcessor::process("#version 150\n#include \"ZelUtilities.glslh\"\n", &processor);
     check(text.startsWith("#version 150\n#define HOST 1\n"), "the defines stand behind the version");
     check(text.contains("uint getDrawID();"), "the include is found");
+    const Orvane::ZelShaders::LineMap map("#version 150\n", "my.vert", &processor);
+    check(map.origin(2).toString() == "defines:1", "a line map has the origin of each line");
     return failures;
 }

@@ -7,5 +7,5 @@ export PKG_CONFIG_PATH="$1/lib/pkgconfig"
 pkg-config --exists --print-errors 'ZelGL >= 1.0' 'ZelGL < 2'
 # The flags must be split into words.
 # shellcheck disable=SC2046
-"$CXX" $CXXFLAGS "$3" -o "$2/consumer" $(pkg-config --cflags --libs ZelGL) -Wl,-rpath,"$(pkg-config --variable=libdir ZelGL)"
+"$CXX" $CXXFLAGS "$3" -o "$2/consumer" $(pkg-config --cflags --libs ZelShaders) -Wl,-rpath,"$(pkg-config --variable=libdir ZelGL)"
 cd "$2" && ./consumer "$1"

@@ -8,7 +8,7 @@
 
 namespace Orvane { namespace ZelShaders {
 
-/// Evaluates the expression of an `#if`, as far as it does not depend on the driver.
+/// Evaluates the expression of an `#if`, unless it depends on the driver.
 class Expression
 {
 public:

@@ -1,0 +1,77 @@
+#include "SnippetsTest.h"
+
+#include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelShaders/ZelShaders.h>
+
+#include <QtCore/QFile>
+
+using namespace Orvane::Zel;
+using namespace Orvane::ZelShaders;
+
+namespace {
+
+const QString kSource =
+    "#version 150\n#include \"ZelUtilities.glslh\"\nvoid main()\n{\n    gl_Position = wrong;\n}\n";
+
+} // namespace
+
+TEST_F(SnippetsTest, LineMap)
+{
+    GLSLMacroProcessor processor;
+    processor.addDefine("BRIGHTNESS", "0.5");
+    //! [LineMap]
+    const LineMap map(kSource, "my.vert", &processor);
+    const int line = 2; // of the text that the driver compiled
+    const QString place = map.origin(line).toString();
+    //! [LineMap]
+    EXPECT_EQ("defines:1", place);
+}
+
+TEST_F(SnippetsTest, ShaderReport)
+{
+    const LineMap map(kSource, "my.vert", nullptr);
+    Shader stage(GL_VERTEX_SHADER, kSource, nullptr);
+    QString text;
+    //! [ShaderReport]
+    if (!stage.compile()) {
+        text = ShaderReport::of(stage.log(), map); // "my.vert:5: error: ..."
+    }
+    //! [ShaderReport]
+    EXPECT_TRUE(text.startsWith("my.vert:5: error: ")) << qPrintable(text);
+    QFile::remove(ShaderReport::writeText(map));
+    _capture.take(); // the source and the driver's log, line by line
+    TestContext::takeDriverReports();
+}
+
+TEST_F(SnippetsTest, ProgramBuilder)
+{
+    ShaderProgram program(nullptr);
+    //! [ProgramBuilder]
+    ProgramBuilder builder(program);
+    builder.addShader(GL_VERTEX_SHADER, kSource, "my.vert");
+    builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+    if (!builder.link()) {
+        // The report is logged; builder.report() has it for the picture.
+    }
+    //! [ProgramBuilder]
+    EXPECT_EQ("Failed to compile my.vert, GL_VERTEX_SHADER", builder.report().section('\n', 0, 0));
+    QFile::remove(builder.report().section("whole text: ", 1));
+    _capture.take();
+    TestContext::takeDriverReports();
+}
+
+TEST_F(SnippetsTest, FunctionIndexAndShaderLint)
+{
+    //! [FunctionIndex]
+    const QStringList files = FunctionIndex::library().filesDefining("shadowMapGetVisibility");
+    //! [FunctionIndex]
+    EXPECT_EQ(1, QString(files.value(0)).count("ShadowMapManager.glslc"));
+    QStringList findings;
+    //! [ShaderLint]
+    const LineMap map("#include \"missing.glslh\"\n", "my.vert", nullptr);
+    for (const ShaderLint::Finding &finding : ShaderLint::lint(map)) {
+        findings += finding.toString();
+    }
+    //! [ShaderLint]
+    EXPECT_EQ(QStringList("my.vert:1: error: no include path has the file 'missing.glslh'"), findings);
+}
