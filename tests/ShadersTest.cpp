@@ -259,6 +259,14 @@ TEST_F(ShadersTest, AMissingFunctionIsToldWithItsFileAndTheCallThatLinksIt)
             lines)
             << qPrintable(log);
     }
+    // A line of a stage that the log does not name could be in the wrong file.
+    const QString text =
+        ShaderReport::ofLink("0(3) : error C1: x\nVertex info\n0(8) : error C2: y\n", stages);
+    EXPECT_EQ("error: line 3: C1: x", text.section('\n', 0, 0));
+    EXPECT_TRUE(text.contains("ZelUtilities.glslh:6 (from my.vert:2): error: C2: y\n")) << qPrintable(text);
+    for (const QString &path : text.section("whole text: ", 1).split(", ")) {
+        QFile::remove(path);
+    }
     EXPECT_TRUE(linkAdvice("zelIsValidToken", GL_FRAGMENT_SHADER)
                     .endsWith("TextureManager.glslc: program.addShaderFromFile(GL_FRAGMENT_SHADER, "
                               "manager.getShaderFile())"));
@@ -317,6 +325,11 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
     builder.addShader(GL_FRAGMENT_SHADER, fragment, "my.frag");
     builder.addShader(GL_VERTEX_SHADER, good, "my.vert");
     EXPECT_TRUE(builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc"));
+    EXPECT_FALSE(builder.addShaderFromFile(GL_VERTEX_SHADER, "none.glslc"));
+    const QString self = addFile("self.glslh", "\n#include \"self.glslh\"\n");
+    EXPECT_FALSE(builder.addShader(GL_VERTEX_SHADER, "#include \"self.glslh\"", "endless.vert"));
+    EXPECT_MESSAGES("warning [ShaderProgram.cpp:#] Couldn't find shader source file 'none.glslc'",
+                    "warning " + self + ":2: error: endless: '" + self + "' includes itself");
     EXPECT_TRUE(builder.link());
     EXPECT_EQ("", builder.report());
     EXPECT_MESSAGES();

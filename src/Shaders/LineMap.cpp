@@ -54,7 +54,7 @@ public:
         for (int open = isDefault ? -1 : _current; open >= 0; open = _map._entries.at(open).parent) {
             const Entry &entry = _map._entries.at(open);
             if (entry.kind == entryKind && entry.name == name && !entry.isDefault && entry.parent >= 0) {
-                fail(QStringLiteral("endless: '%1' includes itself").arg(name), offset);
+                fail(QStringLiteral("endless: '%1' includes itself").arg(name), offset, true);
                 return false;
             }
         }
@@ -75,7 +75,10 @@ public:
     static constexpr int kDefinesEntry = 1;
 
 private:
-    void fail(const QString &message, int offset) { _map._failures.append({message, _current, offset}); }
+    void fail(const QString &message, int offset, bool isEndless = false)
+    {
+        _map._failures.append({message, _current, offset, isEndless});
+    }
 
     LineMap &_map;
     const PlanTexts *_plans;
@@ -171,7 +174,7 @@ QVector<LineMap::Failure> LineMap::failures() const
 {
     QVector<Failure> failures;
     for (const FailedDirective &failure : _failures) {
-        failures.append({failure.message, originAt(failure.entry, failure.offset)});
+        failures.append({failure.message, originAt(failure.entry, failure.offset), failure.isEndless});
     }
     return failures;
 }

@@ -66,6 +66,7 @@ public:
     {
         QString message;
         Origin at;
+        bool isEndless; ///< process() would not return
     };
 
     /// The texts of plans by name.
@@ -124,6 +125,7 @@ private:
         QString message;
         int entry;
         int offset;
+        bool isEndless;
     };
 
     ZELSHADERS_NO_EXPORT const Segment *segmentOfLine(int line, int &position) const;

@@ -35,12 +35,19 @@ ProgramBuilder::ProgramBuilder(Zel::ShaderProgram &program)
 
 ProgramBuilder::~ProgramBuilder() = default;
 
-void ProgramBuilder::addShader(int type, const QString &source, const QString &name)
+bool ProgramBuilder::addShader(int type, const QString &source, const QString &name)
 {
-    const Zel::GLSLMacroProcessor *const processor = _program.getMacroProcessor();
-    _stages.append({static_cast<unsigned int>(type), source, name,
-                    processor != nullptr ? *processor : Zel::GLSLMacroProcessor()});
+    const LineMap map(source, name, _program.getMacroProcessor());
+    for (const LineMap::Failure &failure : map.failures()) {
+        if (failure.isEndless) {
+            _report = failure.at.toString() + QStringLiteral(": error: ") + failure.message;
+            Zel::warnLineByLine(_report);
+            return false;
+        }
+    }
+    _stages.append({static_cast<unsigned int>(type), map});
     _program.addShader(type, source, QString());
+    return true;
 }
 
 bool ProgramBuilder::addShaderFromFile(int type, const QString &fileName)
@@ -50,8 +57,7 @@ bool ProgramBuilder::addShaderFromFile(int type, const QString &fileName)
                                QDir(QStringLiteral(":/GLSL/src"))}) {
         QString source;
         if (folder.exists() && Zel::readShaderText(folder.filePath(fileName), source)) {
-            addShader(type, source, folder.filePath(fileName));
-            return true;
+            return addShader(type, source, folder.filePath(fileName));
         }
     }
     _program.addShaderFromFile(type, fileName); // logs
@@ -67,7 +73,7 @@ bool ProgramBuilder::link()
         held.release();
         return true;
     }
-    const QStringList messages = held.take();
+    const QStringList messages = held.takeWarnings();
     _report = reportOf(messages);
     Zel::warnLineByLine(_report);
     return false;
@@ -75,16 +81,12 @@ bool ProgramBuilder::link()
 
 QString ProgramBuilder::reportOf(const QStringList &messages) const
 {
-    QVector<ShaderReport::Stage> stages;
-    for (const Stage &stage : _stages) {
-        stages.append({stage.type, LineMap(stage.source, stage.name, &stage.processor)});
-    }
     if (!messages.contains(kCompileFailure)) {
-        return QStringLiteral("Failed to link the program\n") + ShaderReport::ofLink(_program.log(), stages);
+        return QStringLiteral("Failed to link the program\n") + ShaderReport::ofLink(_program.log(), _stages);
     }
     // The library does not tell which of its stages failed; its listing has that stage's text.
     const QStringList listing = listingOf(messages);
-    for (const ShaderReport::Stage &stage : stages) {
+    for (const ShaderReport::Stage &stage : _stages) {
         QStringList numbered = Zel::numberedLines(stage.map.text()).split(QLatin1Char('\n'));
         numbered.removeLast(); // empty, after the last line break
         if (numbered == listing) {
@@ -92,9 +94,8 @@ QString ProgramBuilder::reportOf(const QStringList &messages) const
                    + ShaderReport::of(_program.log(), stage.map);
         }
     }
-    return QStringLiteral("Failed to compile a stage. Its files have changed since it was added, so the "
-                          "lines are those of "
-                          "the expanded text\n")
+    return QStringLiteral(
+               "Failed to compile a stage that was not added here: lines are those of its expanded text\n")
            + _program.log();
 }
 

@@ -2,8 +2,6 @@
 
 #include "ShaderReport.h"
 
-#include <ZelGL/GLSLMacroProcessor.h>
-
 namespace Orvane {
 
 namespace Zel {
@@ -15,14 +13,15 @@ namespace ZelShaders {
 /// Builds a program and reports a failure in a few lines of the host's own files.
 ///
 /// While the program links, the builder holds back what the library logs in this thread. If it links, these messages follow;
-/// if not, a report replaces the numbered listings of all stages. A link that succeeds costs one copy of the processor per
-/// stage: the maps are made only for a report.
+/// if not, a report replaces the warnings, which are the numbered listings of all stages. Each stage is expanded twice, once
+/// for its map.
 ///
 /// \snippet diagnosis.cpp ProgramBuilder
 ///
 /// Units:   none.
 /// Context: that of the program.
-/// Errors:  logs a report as warnings, a line each, and returns false.
+/// Errors:  logs a report as warnings, a line each, and returns false. A text that includes itself without an end is
+///          refused: the text processor would not return.
 class ZELSHADERS_EXPORT ProgramBuilder
 {
     Q_DISABLE_COPY(ProgramBuilder)
@@ -33,7 +32,7 @@ public:
     ~ProgramBuilder();
 
     /// Adds a stage; \a name names it in reports.
-    void addShader(int type, const QString &source, const QString &name);
+    bool addShader(int type, const QString &source, const QString &name);
     /// Adds a stage from the file that ShaderProgram::addShaderFromFile() finds. A file that is not found is logged as
     /// there, and returns false.
     bool addShaderFromFile(int type, const QString &fileName);
@@ -43,18 +42,10 @@ public:
     QString report() const { return _report; }
 
 private:
-    struct Stage
-    {
-        unsigned int type;
-        QString source;
-        QString name;
-        Zel::GLSLMacroProcessor processor; ///< as it was when the stage was added
-    };
-
     ZELSHADERS_NO_EXPORT QString reportOf(const QStringList &messages) const;
 
     Zel::ShaderProgram &_program;
-    QVector<Stage> _stages;
+    QVector<ShaderReport::Stage> _stages;
     QString _report;
 };
 

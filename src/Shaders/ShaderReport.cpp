@@ -43,8 +43,11 @@ QVector<Place> placesOf(const QVector<DriverMessage> &messages,
     QVector<Place> places;
     for (const DriverMessage &message : messages) {
         const LineMap *const map = message.line > 0 ? mapOf(message) : nullptr;
+        const QString text = map == nullptr && message.line > 0
+                                 ? QStringLiteral("line %1: %2").arg(message.line).arg(message.text)
+                                 : message.text;
         const auto same = std::find_if(places.begin(), places.end(), [&](const Place &place) {
-            return place.severity == message.severity && place.texts.contains(message.text);
+            return place.severity == message.severity && place.texts.contains(text);
         });
         if (same != places.end()) {
             const QString origin = map != nullptr ? originText(*map, message.line) : QString();
@@ -57,9 +60,9 @@ QVector<Place> placesOf(const QVector<DriverMessage> &messages,
             return map != nullptr && place.map == map && place.line == message.line;
         });
         if (here != places.end()) {
-            here->texts.append(message.text);
+            here->texts.append(text);
         } else {
-            places.append({map, message.line, message.severity, {message.text}, {}});
+            places.append({map, message.line, message.severity, {text}, {}});
         }
     }
     return places;
@@ -169,10 +172,16 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
     };
     messages.erase(std::remove_if(messages.begin(), messages.end(), saysMissing), messages.end());
     const auto mapOf = [&](const DriverMessage &message) -> const LineMap * {
-        const auto stage = std::find_if(stages.begin(), stages.end(), [&](const Stage &at) {
-            return at.type == message.stage || message.stage == 0;
-        });
-        return stage != stages.end() ? &stage->map : nullptr;
+        const LineMap *only = nullptr; // a wrong file is worse than none
+        for (const Stage &stage : stages) {
+            if (stage.type == message.stage || message.stage == 0) {
+                if (only != nullptr) {
+                    return nullptr;
+                }
+                only = &stage.map;
+            }
+        }
+        return only;
     };
     int omitted = 0;
     lines += linesOf(placesOf(messages, mapOf), places, omitted);

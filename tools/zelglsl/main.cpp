@@ -5,6 +5,8 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 
+#include <cstdio>
+
 namespace {
 
 const char kDescription[] =
@@ -23,7 +25,7 @@ const char kDescription[] =
     "  zelglsl lint -I shaders my.vert my.frag -L ZelUtilities.glslc\n\n"
     "Exit codes: 0 success, 1 lint found an error or an expansion left something out, 2 wrong arguments, 3 a "
     "file or\n"
-    "glslangValidator is missing.";
+    "glslangValidator is missing, or the output cannot be written.";
 
 int fail(const QString &message)
 {
@@ -70,5 +72,13 @@ int main(int argc, char **argv)
     if (run == nullptr) {
         return fail(QStringLiteral("unknown command '%1'").arg(command));
     }
-    return input.files.isEmpty() ? fail(QStringLiteral("%1 needs a file").arg(command)) : run(input);
+    if (input.files.isEmpty()) {
+        return fail(QStringLiteral("%1 needs a file").arg(command));
+    }
+    const int code = run(input);
+    if (std::fflush(stdout) != 0) {
+        printError(QStringLiteral("cannot write the output"));
+        return eNoFile;
+    }
+    return code;
 }

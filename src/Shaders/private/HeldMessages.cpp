@@ -1,10 +1,10 @@
 #include "HeldMessages.h"
 
 #include <QtCore/QMessageLogContext>
-#include <QtCore/QMessageLogger>
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
 
+#include <algorithm>
 #include <atomic>
 
 namespace Orvane { namespace ZelShaders {
@@ -40,41 +40,36 @@ void HeldMessages::release()
 {
     stop();
     for (const Message &message : qAsConst(_messages)) {
-        const QMessageLogger logger(nullptr, 0, nullptr);
-        const QByteArray text = message.text.toUtf8();
-        switch (message.level) {
-        case QtWarningMsg:
-            logger.warning("%s", text.constData());
-            break;
-        case QtDebugMsg:
-            logger.debug("%s", text.constData());
-            break;
-        case QtInfoMsg:
-            logger.info("%s", text.constData());
-            break;
-        default:
-            logger.critical("%s", text.constData());
-            break;
+        const QMessageLogContext context(message.file.constData(), message.line, message.function.constData(),
+                                         message.category.constData());
+        if (_outer != nullptr) {
+            handle(message.level, context, message.text);
+        } else if (const QtMessageHandler handler = hostHandler) {
+            handler(message.level, context, message.text);
         }
     }
     _messages.clear();
 }
 
-QStringList HeldMessages::take()
+QStringList HeldMessages::takeWarnings()
 {
-    stop();
     QStringList texts;
-    for (const Message &message : qAsConst(_messages)) {
-        texts.append(message.text);
-    }
-    _messages.clear();
+    const auto isWarning = [&](const Message &message) {
+        if (message.level == QtWarningMsg) {
+            texts.append(message.text);
+        }
+        return message.level == QtWarningMsg;
+    };
+    _messages.erase(std::remove_if(_messages.begin(), _messages.end(), isWarning), _messages.end());
+    release();
     return texts;
 }
 
 void HeldMessages::handle(QtMsgType level, const QMessageLogContext &context, const QString &text)
 {
     if (current != nullptr && level != QtFatalMsg) {
-        current->_messages.append({level, text});
+        current->_messages.append(
+            {level, text, context.file, context.function, context.category, context.line});
         return;
     }
     if (const QtMessageHandler handler = hostHandler) {

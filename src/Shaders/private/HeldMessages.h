@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 #include <QtCore/QtGlobal>
@@ -19,8 +20,8 @@ public:
 
     /// Passes the held messages to the host's handler.
     void release();
-    /// Returns and drops the held messages.
-    QStringList take();
+    /// Returns and drops the held warnings, and passes the other messages to the host's handler.
+    QStringList takeWarnings();
 
 private:
     static void handle(QtMsgType level, const QMessageLogContext &context, const QString &text);
@@ -30,6 +31,10 @@ private:
     {
         QtMsgType level;
         QString text;
+        QByteArray file;
+        QByteArray function;
+        QByteArray category;
+        int line;
     };
 
     QVector<Message> _messages;
