@@ -11,7 +11,7 @@ namespace Orvane { namespace ZelShaders {
 
 /// The functions of GLSL files by name: where each is declared, defined and called.
 ///
-/// A scan of the text, not a compiler: it ignores conditions of the preprocessor and does not tell overloads apart.
+/// A scan of the text, not a compiler: it ignores conditions of the preprocessor and does not distinguish overloads.
 ///
 /// \snippet diagnosis.cpp FunctionIndex
 ///
