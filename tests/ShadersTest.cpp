@@ -81,6 +81,8 @@ TEST_F(ShadersTest, EachLineOfAnExpandedTextHasItsOrigin)
         EXPECT_EQ(row.origin, map.origin(line).toString()) << row.text;
         EXPECT_EQ(row.depth, map.includedFrom(line).size()) << row.text;
     }
+    // The empty line that the text processor adds after an include belongs to the directive.
+    EXPECT_EQ("main:2", map.origin(lines.indexOf("float l;") + 3).toString());
     const int accessor = lines.indexOf(plan->glslh().split('\n').at(1)) + 1;
     EXPECT_EQ("plan Info:2", map.origin(accessor).toString());
     EXPECT_EQ("main:4", map.includedFrom(accessor).first().toString());
@@ -372,6 +374,8 @@ TEST_F(ShadersTest, TheLinterFindsEachMistakeAtItsLine)
         {"#define SELF SELF + SELF\n#if SELF\n#if LIMIT\n#endif\n#endif\n#undef SELF\n#ifdef SELF\n#if "
          "NEVER\n#endif\n#endif",
          "3: error: 'LIMIT' is not defined here; in an #if it has no value"},
+        {"#ifdef GL_ARB_x\n#else\n#define Y 1\n#endif\n#ifndef Y\n#if LIMIT\n#endif\n#endif",
+         "6: error: 'LIMIT' is not defined here; in an #if it has no value"},
         {"#if 0\n#elif LIMIT\n#endif\n", "2: error: 'LIMIT' is not defined here; in an #if it has no value"},
         {"#if 1\n", "1: error: this condition has no #endif"},
         {"\n#endif\n", "2: error: #endif without an #if"},
