@@ -14,6 +14,7 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
+#include <array>
 #include <random>
 
 using namespace Orvane::Zel;
@@ -280,6 +281,8 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
     const QString good =
         "#version 150\nin vec4 a_Position;\n#include \"ZelUtilities.glslh\"\n// 4\n// 5\n// 6\n"
         "void main()\n{\n    gl_Position = a_Position;\n}\n";
+    const QString bad = addFile("bad.glslh", "float fine;\nfloat bad = wrong;\n");
+    _processor.addMacro("BAD", "\n\nfloat bad = wrong;");
     const QString fragment = "#version 150\nout vec4 color;\nvoid main()\n{\n    color = vec4(1.0);\n}\n";
     const struct
     {
@@ -298,13 +301,25 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
         {"#version 150",
          "#version 150\n#if wrong (",
          {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:2: error: "}},
+        {"// 4",
+         "#include \"bad.glslh\"",
+         {"Failed to compile my.vert, GL_VERTEX_SHADER", bad + ":2 (from my.vert:4): error: "}},
+        {"// 5",
+         "#macro BAD x",
+         {"Failed to compile my.vert, GL_VERTEX_SHADER", "macro BAD:3 (from my.vert:5): error: "}},
+        {"// 6",
+         "#macro UNKNOWN float u = wrong;",
+         {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:6: error: "}},
     };
+    int round = 0;
     for (const auto &row : rows) {
+        const char *const lineBreak = std::array<const char *, 3>{"\n", "\r\n", "\r"}.at(round++ % 3);
         ShaderProgram program(nullptr);
         program.setMacroProcessor(&_processor);
         ProgramBuilder builder(program);
         builder.addShader(GL_FRAGMENT_SHADER, fragment, "my.frag");
-        builder.addShader(GL_VERTEX_SHADER, QString(good).replace(row.part, row.mistake), "my.vert");
+        builder.addShader(GL_VERTEX_SHADER,
+                          QString(good).replace(row.part, row.mistake).replace("\n", lineBreak), "my.vert");
         EXPECT_FALSE(builder.link());
         const QStringList lines = builder.report().split('\n');
         EXPECT_GE(8, lines.size()) << qPrintable(builder.report());
