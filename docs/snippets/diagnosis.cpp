@@ -1,6 +1,7 @@
 #include "SnippetsTest.h"
 
 #include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/Shader.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtCore/QFile>
