@@ -129,6 +129,7 @@ void GLSLMacroProcessor::processLineMaterial(QString &line, QRegExp &regExp, GLS
     }
 }
 
+// The map is sorted by name, so that the same defines give the same text and the same hash of a program.
 QString GLSLMacroProcessor::defineLines() const
 {
     QString lines;

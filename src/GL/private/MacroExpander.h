@@ -75,19 +75,24 @@ public:
     {
         const QChar *const text = source.constData();
         const QChar *const textEnd = text + source.size();
+        // 1. Find the next sign: most text has none, and is copied in one piece.
         const QChar *copied = text; // the text before it is in the result
         for (int at = source.indexOf(kSign); at >= 0; at = source.indexOf(kSign, at + 1)) {
             const QChar *const sign = text + at;
+            // 2. Test whether it starts a directive: by its name first, and then by its place in the line.
             const QChar *const line = lineStart(text, sign);
             const Directive directive = line != nullptr ? directiveAt(sign, textEnd) : eNone;
             if (directive == eNone || (directive != eMacro && line != sign)) {
                 continue; // the expressions match whole lines: this is ordinary text
             }
+            // 3. Copy what precedes the line, and replace the line. The replacement is expanded by the same function, so that
+            // it may contain directives.
             const QChar *const end = std::find_if(sign, textEnd, isLineEnd);
             append(text, copied, sign);
             copied = sign;
             if (expandLine(directive, QString(line, int(end - line)), at)) {
                 copied = end; // its line break is copied with the text after it
+                // 4. Go on after the line: signs inside it are arguments.
                 at = int(end - text);
             }
         }
@@ -219,6 +224,7 @@ private:
 
     GLSLMacroProcessor &_processor; // processDefines() takes no constant
     MacroExpansion &_expansion;
+    // Compiled once for each expansion: QRegExp keeps state of the last match, so that threads cannot share one.
     const QRegExp _macro{QStringLiteral("^\\s*#macro\\s*([^\\s]*)\\s([^\\n\\r]*)\\s*$")};
     const QRegExp _instanceData{QStringLiteral("^#instancedata *\"([^\"]*)\"\\s*$")};
     const QRegExp _include{QStringLiteral("^#include *\"([^\"]*)\"\\s*$")};
