@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Generates the OpenGL entry-point table of ZelGL from the Khronos registry.
 
-    tools/glloader/generate.py [--registry gl.xml] OUTPUT_FOLDER
+    tools/glloader/generate.py [--registry gl.xml] [--list EntryPoints.h] [OUTPUT_FOLDER]
 
-writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER. See README.md beside this
-script for the contents of the table and the reasons.
+writes GLLoader.h and GLLoader.cpp into OUTPUT_FOLDER, and the names of the table
+into EntryPoints.h. See README.md beside this script for the contents of the table
+and the reasons.
 """
 
 import argparse
@@ -275,6 +276,19 @@ int ogl_IsVersionGEQ(int major, int minor)
     return "".join(out)
 
 
+def entry_points(core, extensions):
+    """The names of the table as macros that apply another macro to each."""
+    out = ["// Generated, do not edit: tools/glloader/generate.py --list src/Check/private/EntryPoints.h\n", "#pragma once\n"]
+    out.append("\n// The core entry points of the table: initializeGLFunctions() sets all of them.\n// clang-format off\n")
+    out.append("#define ZELCHECK_CORE_ENTRY_POINTS(USE)")
+    out += [f" \\\n    USE({name})" for _, names in core for name in names]
+    out.append("\n\n// Those of extensions: initializeGLFunctions() sets them if the driver has the extension.\n")
+    out.append("#define ZELCHECK_EXTENSION_ENTRY_POINTS(USE)")
+    out += [f" \\\n    USE({name})" for names in extensions.values() for name in names]
+    out.append("\n// clang-format on\n")
+    return "".join(out)
+
+
 def sections(core, extensions):
     for version, names in core:
         yield f"OpenGL {version[0]}.{version[1]}", names
@@ -285,7 +299,8 @@ def sections(core, extensions):
 
 def main():
     parser = argparse.ArgumentParser(description="Generates the OpenGL entry-point table of ZelGL.")
-    parser.add_argument("output", type=pathlib.Path, help="folder of GLLoader.h and GLLoader.cpp: src/GL")
+    parser.add_argument("output", type=pathlib.Path, nargs="?", help="folder of GLLoader.h and GLLoader.cpp: src/GL")
+    parser.add_argument("--list", type=pathlib.Path, help="the list of names: src/Check/private/EntryPoints.h")
     parser.add_argument("--registry", default=REGISTRY, help="gl.xml of Khronos (default: %(default)s)")
     arguments = parser.parse_args()
 
@@ -293,8 +308,11 @@ def main():
     commands = {c.name: c for c in map(Command, root.findall("commands/command"))}
     core = list(core_functions(root))
     extensions = {name: extension_functions(root, name) for name in EXTENSIONS}
-    (arguments.output / "GLLoader.h").write_text(header(core, extensions, commands))
-    (arguments.output / "GLLoader.cpp").write_text(source(core, extensions, commands))
+    if arguments.output:
+        (arguments.output / "GLLoader.h").write_text(header(core, extensions, commands))
+        (arguments.output / "GLLoader.cpp").write_text(source(core, extensions, commands))
+    if arguments.list:
+        arguments.list.write_text(entry_points(core, extensions))
     return 0
 
 

@@ -1,5 +1,6 @@
 #include "frame/GLCallCounter.h"
 
+#include <ZelCheck/EntryPointTap.h>
 #include <ZelGL/ZelGL.h>
 
 #include <array>
@@ -182,39 +183,21 @@ template <> struct Effect<&glDeleteTextures>
     static void of(GLsizei, const GLuint *) { ledger->forget(); }
 };
 
-/// Wraps an entry point: counts the call, then forwards it.
-template <auto Slot> class Tap;
-
-template <typename Result, typename... Arguments, Result(APIENTRY **Slot)(Arguments...)> class Tap<Slot>
+/// Counts a call, then forwards it.
+struct Counter
 {
-public:
-    static void install()
-    {
-        _driver = *Slot;
-        *Slot = &enter;
-    }
-    static void remove() { *Slot = _driver; }
-
-private:
-    static Result APIENTRY enter(Arguments... arguments)
+    template <auto Slot, typename Result, typename... Arguments>
+    static Result call(Result(APIENTRY *driver)(Arguments...), Arguments... arguments)
     {
         ledger->count();
         Effect<Slot>::of(arguments...);
-        return _driver(arguments...);
+        return driver(arguments...);
     }
-
-    static inline Result(APIENTRY *_driver)(Arguments...) = nullptr;
 };
 
 /// The entry points that are counted: all that a frame uses.
-template <auto... Slots> struct TapList
-{
-    static void install() { (Tap<Slots>::install(), ...); }
-    static void remove() { (Tap<Slots>::remove(), ...); }
-};
-
-using Taps = TapList<
-    &glActiveTexture, &glBeginQuery, &glBindBuffer, &glBindBufferBase, &glBindFramebuffer,
+using Taps = Orvane::ZelCheck::EntryPointTaps<
+    Counter, &glActiveTexture, &glBeginQuery, &glBindBuffer, &glBindBufferBase, &glBindFramebuffer,
     &glBindRenderbuffer, &glBindTexture, &glBindVertexArray, &glBlendFunc, &glBlitFramebuffer, &glBufferData,
     &glBufferSubData, &glClear, &glClearColor, &glColorMask, &glCullFace, &glDeleteBuffers, &glDeleteTextures,
     &glDepthFunc, &glDepthMask, &glDisable, &glDisableVertexAttribArray, &glDrawArrays,

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QString>
+
+#include <functional>
+#include <mutex>
+
+namespace Orvane { namespace ZelCheck {
+
+/// The kinds of mistakes. Each is a row of docs/check.md.
+enum class Mistake {
+    eNotInitialized,
+    eGLError,
+    eNoProgram,
+    eProgramNotLinked,
+    eNoVertexArray,
+    eAttributeWithoutArray,
+    eAttributeOfOtherKind,
+    eArrayWithoutBuffer,
+    eNoIndexBuffer,
+    eIndexBufferTooSmall,
+    eIndexBeyondVertices,
+    eVerticesBeyondBuffer,
+    eSamplerWithoutTexture,
+    eSamplerOfOtherTarget,
+    eSamplerOfOtherKind,
+    eTextureIncomplete,
+    eTextureDrawnInto,
+    eBlockWithoutBuffer,
+    eBlockBufferTooSmall,
+    eUniformNeverSet,
+    eFramebufferIncomplete,
+    eEmptyViewport,
+    eEmptyScissor,
+    eNothingWritten,
+    eDepthNever,
+    eStencilNever,
+    eAllCulled,
+    eRasterizerOff,
+    eLeftBound,
+    eDeletedElsewhere
+};
+
+/// Marks that this thread executes the check itself, whose GL calls go to the driver unchecked. Holds the lock of all data of
+/// the check, and logs the messages of its lifetime after it has released the lock: the message handler is the host's.
+class Inside
+{
+public:
+    Inside();
+    ~Inside();
+
+    Inside(const Inside &) = delete;
+    Inside &operator=(const Inside &) = delete;
+
+    static bool isActive() { return _active; }
+
+    /// Unlocks during a call of the driver, which may be long or crash, after logging what there is to log.
+    void pause();
+    void resume() { _lock.lock(); }
+
+private:
+    static inline thread_local bool _active = false;
+
+    std::unique_lock<std::mutex> _lock;
+};
+
+/// Reports a mistake unless the same one was reported before: the same kind with the same program and object. The text says what
+/// is wrong and how to repair it. Only within an Inside.
+void report(Mistake mistake, quint32 program, quint64 object, const std::function<QString()> &text);
+
+/// Number of mistakes that this thread has seen so far, those that were not logged again included.
+int mistakesSeen();
+
+void forgetReports();
+
+/// Those of one program: GL uses the names of deleted programs again.
+void forgetReportsOf(quint32 program);
+
+}} // namespace Orvane::ZelCheck

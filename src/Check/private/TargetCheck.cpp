@@ -1,0 +1,169 @@
+#include "TargetCheck.h"
+
+#include "Reports.h"
+
+namespace Orvane { namespace ZelCheck {
+
+namespace {
+
+GLint integer(GLenum name)
+{
+    GLint value = 0;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
+const char *statusText(GLenum status)
+{
+    switch (status) {
+    case GL_FRAMEBUFFER_UNDEFINED:
+        return "there is no window surface. Make a surface current, or bind a framebuffer object";
+    case GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT:
+        return "an attachment is empty or cannot be drawn to. Attach textures that have a size and a format "
+               "that "
+               "can be drawn to";
+    case GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT:
+        return "it has no attachment. Attach a texture";
+    case GL_FRAMEBUFFER_INCOMPLETE_DRAW_BUFFER:
+        return "a draw buffer names an attachment that is missing. Call setDrawBuffers() after the last "
+               "attach()";
+    case GL_FRAMEBUFFER_INCOMPLETE_READ_BUFFER:
+        return "the read buffer names an attachment that is missing. Call glReadBuffer() with one that "
+               "exists";
+    case GL_FRAMEBUFFER_UNSUPPORTED:
+        return "the driver does not support these formats together. Use other formats";
+    case GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE:
+        return "the attachments have different numbers of samples. Give all of them the same number";
+    case GL_FRAMEBUFFER_INCOMPLETE_LAYER_TARGETS:
+        return "only some attachments have layers. Attach all of them with layers, or all without";
+    default:
+        return "the driver names no reason. Check the sizes and formats of the attachments";
+    }
+}
+
+void checkFramebuffer(GLuint program)
+{
+    const GLenum status = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER);
+    if (status != GL_FRAMEBUFFER_COMPLETE) {
+        const GLint framebuffer = integer(GL_DRAW_FRAMEBUFFER_BINDING);
+        report(Mistake::eFramebufferIncomplete, program, quint64(framebuffer), [&] {
+            return QStringLiteral("Program %1 draws into framebuffer %2, which is incomplete: %3.")
+                .arg(program)
+                .arg(framebuffer)
+                .arg(statusText(status));
+        });
+    }
+}
+
+void checkAreas(GLuint program)
+{
+    GLint area[4] = {};
+    glGetIntegerv(GL_VIEWPORT, area);
+    if (area[2] == 0 || area[3] == 0) {
+        report(Mistake::eEmptyViewport, program, 0, [&] {
+            return QStringLiteral(
+                       "Program %1 draws with a viewport of %2 x %3 pixels. Call glViewport() with the "
+                       "size of the target.")
+                .arg(program)
+                .arg(area[2])
+                .arg(area[3]);
+        });
+    }
+    if (glIsEnabled(GL_SCISSOR_TEST) != GL_FALSE) {
+        glGetIntegerv(GL_SCISSOR_BOX, area);
+        if (area[2] == 0 || area[3] == 0) {
+            report(Mistake::eEmptyScissor, program, 0, [&] {
+                return QStringLiteral("Program %1 draws with a scissor box of %2 x %3 pixels. Disable "
+                                      "GL_SCISSOR_TEST, or call glScissor().")
+                    .arg(program)
+                    .arg(area[2])
+                    .arg(area[3]);
+            });
+        }
+    }
+}
+
+/// Whether the draw can change a colour buffer.
+bool writesColor()
+{
+    static const GLint count = integer(GL_MAX_DRAW_BUFFERS);
+    for (GLint i = 0; i < count; ++i) {
+        if (integer(GL_DRAW_BUFFER0 + GLenum(i)) == GL_NONE) {
+            continue;
+        }
+        GLboolean mask[4] = {};
+        glGetBooleani_v(GL_COLOR_WRITEMASK, GLuint(i), mask);
+        if (mask[0] || mask[1] || mask[2] || mask[3]) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void checkTests(GLuint program)
+{
+    if (glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_FUNC) == GL_NEVER) {
+        report(Mistake::eDepthNever, program, 0, [&] {
+            return QStringLiteral(
+                       "Program %1 draws with the depth function GL_NEVER, which no fragment passes. "
+                       "Call glDepthFunc(GL_LESS), or disable GL_DEPTH_TEST.")
+                .arg(program);
+        });
+    }
+    if (glIsEnabled(GL_STENCIL_TEST) != GL_FALSE && integer(GL_STENCIL_FUNC) == GL_NEVER
+        && integer(GL_STENCIL_FAIL) == GL_KEEP && integer(GL_STENCIL_BACK_FUNC) == GL_NEVER) {
+        report(Mistake::eStencilNever, program, 0, [&] {
+            return QStringLiteral(
+                       "Program %1 draws with the stencil function GL_NEVER, which no fragment passes. "
+                       "Call glStencilFunc(), or disable GL_STENCIL_TEST.")
+                .arg(program);
+        });
+    }
+}
+
+bool isOfPolygons(GLenum mode)
+{
+    return mode != GL_POINTS && !(mode >= GL_LINES && mode <= GL_LINE_STRIP) && mode != GL_LINES_ADJACENCY
+           && mode != GL_LINE_STRIP_ADJACENCY && mode != GL_PATCHES;
+}
+
+} // namespace
+
+void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const OpenScopes &open)
+{
+    if (glIsEnabled(GL_RASTERIZER_DISCARD) != GL_FALSE) {
+        if (!open.hasFeedback && !facts.hasSideEffects) {
+            report(Mistake::eRasterizerOff, program, 0, [&] {
+                return QStringLiteral("Program %1 draws with GL_RASTERIZER_DISCARD enabled and no transform "
+                                      "feedback. Call glDisable(GL_RASTERIZER_DISCARD).")
+                    .arg(program);
+            });
+        }
+        return;
+    }
+    checkFramebuffer(program);
+    checkAreas(program);
+    checkTests(program);
+    if (isOfPolygons(mode) && glIsEnabled(GL_CULL_FACE) != GL_FALSE
+        && integer(GL_CULL_FACE_MODE) == GL_FRONT_AND_BACK) {
+        report(Mistake::eAllCulled, program, 0, [&] {
+            return QStringLiteral(
+                       "Program %1 draws with front and back faces culled. Call glCullFace(GL_BACK), or "
+                       "disable GL_CULL_FACE.")
+                .arg(program);
+        });
+    }
+    const bool writesDepth =
+        glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_WRITEMASK) != GL_FALSE;
+    if (!writesDepth && glIsEnabled(GL_STENCIL_TEST) == GL_FALSE && open.queries == 0 && !open.hasFeedback
+        && !facts.hasSideEffects && !writesColor()) {
+        report(Mistake::eNothingWritten, program, 0, [&] {
+            return QStringLiteral(
+                       "Program %1 draws with the colour mask closed or no draw buffer, and writes no "
+                       "depth and no stencil. Call glColorMask() with GL_TRUE, or glDrawBuffers().")
+                .arg(program);
+        });
+    }
+}
+
+}} // namespace Orvane::ZelCheck
