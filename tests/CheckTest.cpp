@@ -1,0 +1,452 @@
+#include "support/GLFixture.h"
+#include "support/TestProgram.h"
+
+#include <ZelCheck/Check.h>
+#include <ZelGL/ZelGL.h>
+
+#include <QtGui/QOpenGLFunctions_3_2_Core>
+
+#include <QtCore/QRegularExpression>
+
+#include <array>
+#include <cstring>
+
+using namespace Orvane::Zel;
+using Orvane::ZelCheck::Check;
+using Orvane::ZelCheck::Scope;
+
+namespace {
+
+constexpr char kVertexStage[] = R"(#version 150
+in vec2 a_Position;
+in int a_Number;
+uniform Placement { vec4 u_Offset; vec4 u_Scale; };
+void main() { gl_Position = vec4(a_Position, float(a_Number), 1.0) * u_Scale + u_Offset; }
+)";
+constexpr char kFragmentStage[] = R"(#version 150
+uniform sampler2D u_Map;
+uniform float u_Strength;
+uniform vec4 u_Initialized = vec4(0.0);
+out vec4 color;
+void main() { color = texture(u_Map, vec2(0.5)) * u_Strength + u_Initialized; }
+)";
+constexpr GLsizei kSize = 8;
+
+/// All that a correct draw of two triangles needs, by plain GL. Each row of the test breaks one part.
+struct Scene
+{
+    std::unique_ptr<ShaderProgram> program;
+    GLuint name = 0;
+    GLuint position = 0;
+    GLuint number = 0;
+    GLuint vao = 0;
+    std::array<GLuint, 4> buffers = {};  ///< positions, numbers, indices, block
+    std::array<GLuint, 2> textures = {}; ///< map, target
+    GLuint framebuffer = 0;
+
+    explicit Scene(const char *fragmentStage = kFragmentStage)
+        : program(makeProgram(kVertexStage, fragmentStage))
+    {
+        program->bind();
+        name = GLuint(program->shaderProgramID());
+        glUniform1f(uniform("u_Strength"), 1.0f);
+        makeBuffers();
+        makeTextures();
+        glViewport(0, 0, kSize, kSize);
+    }
+
+    ~Scene()
+    {
+        glUseProgram(0);
+        glBindVertexArray(0);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        glActiveTexture(GL_TEXTURE0);
+        glDeleteVertexArrays(1, &vao);
+        glDeleteBuffers(4, buffers.data());
+        glDeleteTextures(2, textures.data());
+        glDeleteFramebuffers(1, &framebuffer);
+        for (const GLenum capability :
+             {GL_SCISSOR_TEST, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_RASTERIZER_DISCARD}) {
+            glDisable(capability);
+        }
+        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+        glDepthFunc(GL_LESS);
+        glStencilFunc(GL_ALWAYS, 0, ~0u);
+        glCullFace(GL_BACK);
+    }
+
+    GLint uniform(const char *of) const { return glGetUniformLocation(name, of); }
+
+    void makeBuffers()
+    {
+        const float positions[] = {-1, -1, 1, -1, -1, 1, 1, 1};
+        const GLint numbers[] = {0, 0, 0, 0};
+        const GLushort indices[] = {0, 1, 2, 2, 1, 3};
+        const float block[] = {0, 0, 0, 0, 1, 1, 1, 1};
+        position = GLuint(glGetAttribLocation(name, "a_Position"));
+        number = GLuint(glGetAttribLocation(name, "a_Number"));
+        glGenVertexArrays(1, &vao);
+        glBindVertexArray(vao);
+        glGenBuffers(4, buffers.data());
+        glBindBuffer(GL_ARRAY_BUFFER, buffers[0]);
+        glBufferData(GL_ARRAY_BUFFER, sizeof positions, positions, GL_STATIC_DRAW);
+        glEnableVertexAttribArray(position);
+        glVertexAttribPointer(position, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
+        glBindBuffer(GL_ARRAY_BUFFER, buffers[1]);
+        glBufferData(GL_ARRAY_BUFFER, sizeof numbers, numbers, GL_STATIC_DRAW);
+        glEnableVertexAttribArray(number);
+        glVertexAttribIPointer(number, 1, GL_INT, 0, nullptr);
+        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, buffers[2]);
+        glBufferData(GL_ELEMENT_ARRAY_BUFFER, sizeof indices, indices, GL_STATIC_DRAW);
+        glBindBuffer(GL_UNIFORM_BUFFER, buffers[3]);
+        glBufferData(GL_UNIFORM_BUFFER, sizeof block, block, GL_STATIC_DRAW);
+        glBindBufferBase(GL_UNIFORM_BUFFER, 0, buffers[3]);
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+        glBindBuffer(GL_UNIFORM_BUFFER, 0);
+    }
+
+    void makeTextures()
+    {
+        glGenTextures(2, textures.data());
+        for (const GLuint texture : {textures[1], textures[0]}) {
+            glBindTexture(GL_TEXTURE_2D, texture);
+            glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, kSize, kSize, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        }
+        glGenFramebuffers(1, &framebuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, textures[1], 0);
+    }
+
+    void draw(GLsizei count = 6) { glDrawElements(GL_TRIANGLES, count, GL_UNSIGNED_SHORT, nullptr); }
+};
+
+/// A mistake, what the one line about it says, with '#' for any number, and what it advises.
+struct Row
+{
+    const char *name;
+    const char *says;
+    const char *advises;
+    std::function<void(Scene &)> err;
+    const char *fragmentStage = kFragmentStage;
+};
+
+void PrintTo(const Row &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
+void set(GLenum capability, void (*state)(Scene &), Scene &scene)
+{
+    glEnable(capability);
+    state(scene);
+    scene.draw();
+}
+
+const char kCubeStage[] =
+    "#version 150\nuniform samplerCube u_Map;\nuniform float u_Strength;\nout vec4 color;\n"
+    "void main() { color = texture(u_Map, vec3(1.0)) * u_Strength; }\n";
+const char kIntegerStage[] =
+    "#version 150\nuniform isampler2D u_Map;\nuniform float u_Strength;\nout vec4 color;\n"
+    "void main() { color = vec4(texture(u_Map, vec2(0.5))) * u_Strength; }\n";
+
+const Row kRows[] = {
+    {"NoProgram", "A draw without a program", "Call bind()",
+     [](Scene &scene) { glUseProgram(0), scene.draw(); }},
+    {"UnlinkedProgram", "cannot be used: it is not linked", "Call link()",
+     [](Scene &) {
+         const GLuint unlinked = glCreateProgram();
+         glUseProgram(unlinked);
+         glDeleteProgram(unlinked);
+     }},
+    {"FailedLink", "its last link failed", "Read its log",
+     [](Scene &scene) {
+         const GLuint shader = glCreateShader(GL_FRAGMENT_SHADER);
+         glAttachShader(scene.name, shader);
+         glDeleteShader(shader);
+         glLinkProgram(scene.name);
+         scene.draw();
+     }},
+    {"NoVertexArray", "without a vertex array object", "Bind a VertexArrayObject",
+     [](Scene &scene) { glBindVertexArray(0), scene.draw(); }},
+    {"DisabledArray", "the attribute a_Position (location #) has no enabled array",
+     "enableShaderProgramArrays()",
+     [](Scene &scene) { glDisableVertexAttribArray(scene.position), scene.draw(); }},
+    {"FloatsForIntegers", "a_Number (location #) is of integers, but its array has floats",
+     "glVertexAttribIPointer()",
+     [](Scene &scene) {
+         glBindBuffer(GL_ARRAY_BUFFER, scene.buffers[1]);
+         glVertexAttribPointer(scene.number, 1, GL_INT, GL_FALSE, 0, nullptr);
+         scene.draw();
+     }},
+    {"IntegersForFloats", "a_Position (location #) is of floats, but its array has integers",
+     "glVertexAttribPointer()",
+     [](Scene &scene) {
+         glBindBuffer(GL_ARRAY_BUFFER, scene.buffers[0]);
+         glVertexAttribIPointer(scene.position, 2, GL_INT, 0, nullptr);
+         scene.draw();
+     }},
+    {"ArrayWithoutBuffer", "a_Number (location #) has no buffer", "Bind a buffer before the array is set",
+     [](Scene &scene) {
+         glBindBuffer(GL_ARRAY_BUFFER, 0);
+         glVertexAttribIPointer(scene.number, 1, GL_INT, 0, nullptr);
+         scene.draw();
+     }},
+    {"NoIndexBuffer", "has no index buffer", "Bind it after the vertex array",
+     [](Scene &scene) { glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0), scene.draw(); }},
+    {"TooManyIndices", "end at byte 1200, but index buffer # has 12 bytes", "Check count",
+     [](Scene &scene) { scene.draw(600); }},
+    {"IndexBeyondVertices", "draws vertex 4, but the array of the attribute a_Position has 4 vertices",
+     "Check the indices and the base vertex",
+     [](Scene &scene) {
+         const GLushort indices[] = {0, 1, 4};
+         glBindBuffer(GL_ARRAY_BUFFER, scene.buffers[1]);
+         glBufferData(GL_ARRAY_BUFFER, 64, nullptr, GL_STATIC_DRAW);
+         glBufferSubData(GL_ELEMENT_ARRAY_BUFFER, 0, sizeof indices, indices);
+         scene.draw(3);
+     }},
+    {"VerticesBeyondBuffer", "draws vertex 5, but the array of the attribute a_Position has 4 vertices",
+     "Check first and count",
+     [](Scene &scene) {
+         glBindBuffer(GL_ARRAY_BUFFER, scene.buffers[1]);
+         glBufferData(GL_ARRAY_BUFFER, 64, nullptr, GL_STATIC_DRAW);
+         glDrawArrays(GL_TRIANGLES, 0, 6);
+     }},
+    {"NoTexture", "u_Map reads texture unit 0, which has no texture", "Bind one",
+     [](Scene &scene) { glBindTexture(GL_TEXTURE_2D, 0), scene.draw(); }},
+    {"OtherUnit", "u_Map reads texture unit 3, which has no texture", "set the sampler to the unit",
+     [](Scene &scene) { glUniform1i(scene.uniform("u_Map"), 3), scene.draw(); }},
+    {"OtherTarget", "has the target GL_TEXTURE_2D instead of GL_TEXTURE_CUBE_MAP",
+     "Bind a texture of the sampler's", [](Scene &scene) { scene.draw(); }, kCubeStage},
+    {"FloatTextureForIntegers", "reads integers, but its texture has a format of floats",
+     "use an integer format", [](Scene &scene) { scene.draw(); }, kIntegerStage},
+    {"IntegerTextureForFloats", "reads floats, but its texture has an integer format",
+     "Declare it as isampler",
+     [](Scene &scene) {
+         glTexImage2D(GL_TEXTURE_2D, 0, GL_R32I, 4, 4, 0, GL_RED_INTEGER, GL_INT, nullptr);
+         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+         scene.draw();
+     }},
+    {"IntegersFilteredLinearly", "has an integer format and a linear filter",
+     "set both filters to GL_NEAREST",
+     [](Scene &scene) {
+         glTexImage2D(GL_TEXTURE_2D, 0, GL_R32I, 4, 4, 0, GL_RED_INTEGER, GL_INT, nullptr);
+         scene.draw();
+     },
+     kIntegerStage},
+    {"NoImage", "is incomplete and reads as black. It has no image in level 2", "upload one",
+     [](Scene &scene) { glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 2), scene.draw(); }},
+    {"NoMipmaps", "is incomplete and reads as black. It has a filter with mipmaps and no level 1",
+     "call generateMipmaps()",
+     [](Scene &scene) {
+         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+         scene.draw();
+     }},
+    {"CubeOfOneFace", "is incomplete and reads as black. It lacks face 1", "upload all six faces",
+     [](Scene &scene) {
+         glDeleteTextures(1, scene.textures.data());
+         glGenTextures(1, scene.textures.data());
+         glBindTexture(GL_TEXTURE_CUBE_MAP, scene.textures[0]);
+         glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X, 0, GL_RGBA8, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                      nullptr);
+         scene.draw();
+     },
+     kCubeStage},
+    {"TextureIsTarget", "which the draw also writes as an attachment", "Draw into another texture",
+     [](Scene &scene) { glBindTexture(GL_TEXTURE_2D, scene.textures[1]), scene.draw(); }},
+    {"NoBlockBuffer", "the uniform block Placement reads binding 0, which has no buffer", "Bind its buffer",
+     [](Scene &scene) { glBindBufferBase(GL_UNIFORM_BUFFER, 0, 0), scene.draw(); }},
+    {"OtherBlockBinding", "the uniform block Placement reads binding 5, which has no buffer",
+     "Bind its buffer",
+     [](Scene &scene) {
+         glUniformBlockBinding(scene.name, glGetUniformBlockIndex(scene.name, "Placement"), 5);
+         scene.draw();
+     }},
+    {"SmallBlockBuffer", "Placement has 32 bytes, but buffer # of binding 0 provides 16",
+     "Upload the whole block",
+     [](Scene &scene) {
+         glBindBuffer(GL_UNIFORM_BUFFER, scene.buffers[3]);
+         glBufferData(GL_UNIFORM_BUFFER, 16, nullptr, GL_STATIC_DRAW);
+         scene.draw();
+     }},
+    {"UniformsLostByLink", "the uniform u_Strength was never set since the link",
+     "Call setUniform() after link()",
+     [](Scene &scene) { glLinkProgram(scene.name), glUseProgram(scene.name), scene.draw(); }},
+    {"IncompleteFramebuffer", "which is incomplete: it has no attachment", "Attach a texture",
+     [](Scene &scene) {
+         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+         scene.draw();
+     }},
+    {"EmptyViewport", "with a viewport of 0 x 8 pixels", "Call glViewport()",
+     [](Scene &scene) { glViewport(0, 0, 0, kSize), scene.draw(); }},
+    {"EmptyScissor", "with a scissor box of 0 x 0 pixels", "Disable GL_SCISSOR_TEST",
+     [](Scene &scene) {
+         set(
+             GL_SCISSOR_TEST, [](Scene &) { glScissor(0, 0, 0, 0); }, scene);
+     }},
+    {"ClosedMask", "with the colour mask closed or no draw buffer", "Call glColorMask()",
+     [](Scene &scene) { glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE), scene.draw(); }},
+    {"NoDrawBuffer", "with the colour mask closed or no draw buffer", "or glDrawBuffers()",
+     [](Scene &scene) { glDrawBuffer(GL_NONE), scene.draw(); }},
+    {"DepthNever", "with the depth function GL_NEVER", "disable GL_DEPTH_TEST",
+     [](Scene &scene) {
+         set(
+             GL_DEPTH_TEST, [](Scene &) { glDepthFunc(GL_NEVER); }, scene);
+     }},
+    {"StencilNever", "with the stencil function GL_NEVER", "Call glStencilFunc()",
+     [](Scene &scene) {
+         set(
+             GL_STENCIL_TEST, [](Scene &) { glStencilFunc(GL_NEVER, 0, 1); }, scene);
+     }},
+    {"AllCulled", "with front and back faces culled", "Call glCullFace(GL_BACK)",
+     [](Scene &scene) {
+         set(
+             GL_CULL_FACE, [](Scene &) { glCullFace(GL_FRONT_AND_BACK); }, scene);
+     }},
+    {"RasterizerOff", "GL_RASTERIZER_DISCARD enabled", "Call glDisable(GL_RASTERIZER_DISCARD)",
+     [](Scene &scene) {
+         set(
+             GL_RASTERIZER_DISCARD, [](Scene &) {}, scene);
+     }},
+    {"InvalidEnum", "glEnable(0x1234) caused GL_INVALID_ENUM", "Use an enumerator",
+     [](Scene &) { glEnable(0x1234); }},
+    {"InvalidValue", "glViewport(0, 0, -1, 8) caused GL_INVALID_VALUE", "Check the numbers",
+     [](Scene &) { glViewport(0, 0, -1, 8); }},
+    {"InvalidOperation", "glUniform4f(#, 1, 2, 3, 4) caused GL_INVALID_OPERATION", "Check what is bound",
+     [](Scene &scene) { glUniform4f(scene.uniform("u_Strength"), 1, 2, 3, 4); }},
+    {"ErrorOutsideOfTheTable",
+     "A call before glFlush(), of an entry point that is not in the table, caused GL_INVALID_ENUM",
+     "Use an enumerator", [](Scene &) { driver()->glEnable(0x1234), glFlush(); }},
+    {"LeftBound", "The frame ended with vertex array # bound", "Call unbind()",
+     [](Scene &scene) {
+         glUseProgram(0);
+         glBindFramebuffer(GL_FRAMEBUFFER, 0);
+         glBindTexture(GL_TEXTURE_2D, 0);
+         Check::endFrame();
+         glUseProgram(scene.name);
+     }},
+    {"TextureLeftBound", "The frame ended with texture # bound to GL_TEXTURE_2D of texture unit 0",
+     "Call unbind()",
+     [](Scene &) {
+         glUseProgram(0);
+         glBindVertexArray(0);
+         glBindFramebuffer(GL_FRAMEBUFFER, 0);
+         Check::endFrame();
+     }},
+};
+
+class CheckTest : public GLTest
+{
+protected:
+    Check::Options withIndices() const
+    {
+        Check::Options options;
+        options.readIndices = true;
+        return options;
+    }
+};
+
+class CheckMistakesTest : public CheckTest, public testing::WithParamInterface<Row>
+{
+};
+
+} // namespace
+
+TEST_P(CheckMistakesTest, OneLineNamesTheMistakeAndItsRemedy)
+{
+    const Row &row = GetParam();
+    const Scope check(withIndices());
+    Scene scene(row.fragmentStage);
+    EXPECT_MESSAGES() << "Of the preparation";
+    row.err(scene);
+    const QStringList lines = _capture.takeTexts();
+    ASSERT_EQ(1, lines.size()) << qPrintable(lines.join('\n'));
+    const QString says = QRegularExpression::escape(row.says).replace("\\#", "[0-9]+");
+    EXPECT_TRUE(lines[0].startsWith("warning [ZelCheck] ")) << qPrintable(lines[0]);
+    EXPECT_TRUE(lines[0].contains(QRegularExpression(says))) << qPrintable(lines[0]);
+    EXPECT_TRUE(lines[0].contains(row.advises)) << qPrintable(lines[0]);
+    takeGLErrors();
+}
+
+INSTANTIATE_TEST_SUITE_P(, CheckMistakesTest, testing::ValuesIn(kRows),
+                         [](const auto &row) { return std::string(row.param.name); });
+
+TEST_F(CheckTest, ACorrectDrawIsSilentAndTheTableIsAsBefore)
+{
+    const auto before = std::make_tuple(glDrawElements, glGetError, glUniform1f, glGenBuffers);
+    {
+        const Scope check(withIndices());
+        EXPECT_NE(std::get<0>(before), glDrawElements);
+        Scene scene;
+        scene.draw();
+        scene.draw();
+    }
+    EXPECT_EQ(before, std::make_tuple(glDrawElements, glGetError, glUniform1f, glGenBuffers));
+    EXPECT_FALSE(Check::isRunning());
+}
+
+TEST_F(CheckTest, AnErrorIsReportedOnceAndTheHostStillGetsIt)
+{
+    const Scope check;
+    glEnable(0x1234);
+    EXPECT_EQ(GLenum(GL_INVALID_ENUM), glGetError());
+    glEnable(0x1234);
+    EXPECT_MESSAGES(startsWith("warning [ZelCheck] glEnable(0x1234) caused GL_INVALID_ENUM"));
+    EXPECT_EQ(GLenum(GL_INVALID_ENUM), glGetError());
+    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
+    takeGLErrors();
+}
+
+/// Without the ledger of GLTest, which fails on the same mistake.
+class CheckContextTest : public MessageTest
+{
+};
+
+TEST_F(CheckContextTest, ADeletionInAnotherContextIsReported)
+{
+    const auto own = TestContext::create();
+    ASSERT_TRUE(own && initializeGLFunctions());
+    const Scope check;
+    GLuint vao = 0;
+    glGenVertexArrays(1, &vao);
+    const auto other = TestContext::create();
+    glDeleteVertexArrays(1, &vao);
+    EXPECT_MESSAGES(
+        startsWith(QString("warning [ZelCheck] glDeleteVertexArrays() of object %1, which belongs to "
+                           "another context: the one that is current does not share it.")
+                       .arg(vao)));
+    own->makeCurrent();
+    glDeleteVertexArrays(1, &vao);
+}
+
+/// Each in a process that has not called initializeGLFunctions().
+class CheckOwnProcessTest : public MessageTest
+{
+};
+
+TEST_F(CheckOwnProcessTest, ACallBeforeInitialisationIsReportedAndHarmless)
+{
+    EXPECT_EQ(0u, glCreateShader(GL_VERTEX_SHADER));
+    glMultiDrawElementsIndirect(GL_TRIANGLES, GL_UNSIGNED_INT, nullptr, 1, 0);
+    const QString text =
+        "warning [ZelCheck] initializeGLFunctions() has not been called, so %1() has no effect. "
+        "Call it once, with a context current.";
+    EXPECT_MESSAGES(text.arg("glCreateShader"), text.arg("glMultiDrawElementsIndirect"));
+    const auto context = TestContext::create();
+    ASSERT_TRUE(context && initializeGLFunctions());
+    const GLuint shader = glCreateShader(GL_VERTEX_SHADER);
+    EXPECT_NE(0u, shader);
+    glDeleteShader(shader);
+    EXPECT_EQ(ogl_ext_ARB_multi_draw_indirect != 0, glMultiDrawElementsIndirect != nullptr)
+        << "The library compares with null";
+}
+
+TEST_F(CheckOwnProcessTest, AStartBeforeInitialisationTakesEffectWithIt)
+{
+    const Scope check;
+    EXPECT_FALSE(Check::isRunning());
+    const auto context = TestContext::create();
+    ASSERT_TRUE(context && initializeGLFunctions());
+    EXPECT_TRUE(Check::isRunning());
+}
