@@ -263,7 +263,7 @@ const Row kRows[] = {
          glUniformBlockBinding(scene.name, glGetUniformBlockIndex(scene.name, "Placement"), 5);
          scene.draw();
      }},
-    {"SmallBlockBuffer", "Placement has 32 bytes, but buffer # of binding 0 provides 16",
+    {"SmallBlockBuffer", "Placement needs 32 bytes, but buffer # of binding 0 provides 16",
      "Upload the whole block",
      [](Scene &scene) {
          glBindBuffer(GL_UNIFORM_BUFFER, scene.buffers[3]);

@@ -1,5 +1,6 @@
 #include "DrawCheck.h"
 
+#include "Driver.h"
 #include "Reports.h"
 
 #include <QtCore/QStringList>
@@ -14,14 +15,14 @@ namespace {
 GLint integer(GLenum name)
 {
     GLint value = 0;
-    glGetIntegerv(name, &value);
+    driver.glGetIntegerv(name, &value);
     return value;
 }
 
 GLint arrayInteger(GLuint location, GLenum name)
 {
     GLint value = 0;
-    glGetVertexAttribiv(location, name, &value);
+    driver.glGetVertexAttribiv(location, name, &value);
     return value;
 }
 
@@ -32,14 +33,14 @@ public:
     explicit ReadBinding(GLuint buffer)
         : _before(GLuint(integer(GL_COPY_READ_BUFFER)))
     {
-        glBindBuffer(GL_COPY_READ_BUFFER, buffer);
+        driver.glBindBuffer(GL_COPY_READ_BUFFER, buffer);
     }
-    ~ReadBinding() { glBindBuffer(GL_COPY_READ_BUFFER, _before); }
+    ~ReadBinding() { driver.glBindBuffer(GL_COPY_READ_BUFFER, _before); }
 
     GLint64 size() const
     {
         GLint64 size = 0;
-        glGetBufferParameteri64v(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &size);
+        driver.glGetBufferParameteri64v(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &size);
         return size;
     }
 
@@ -67,11 +68,11 @@ bool hasConstant(GLuint location, ProgramFacts::Kind kind)
     }
     if (kind == ProgramFacts::eInteger) {
         GLint value[4] = {0, 0, 0, 1};
-        glGetVertexAttribIiv(location, GL_CURRENT_VERTEX_ATTRIB, value);
+        driver.glGetVertexAttribIiv(location, GL_CURRENT_VERTEX_ATTRIB, value);
         return value[0] != 0 || value[1] != 0 || value[2] != 0 || value[3] != 1;
     }
     GLfloat value[4] = {0, 0, 0, 1};
-    glGetVertexAttribfv(location, GL_CURRENT_VERTEX_ATTRIB, value);
+    driver.glGetVertexAttribfv(location, GL_CURRENT_VERTEX_ATTRIB, value);
     return value[0] != 0 || value[1] != 0 || value[2] != 0 || value[3] != 1;
 }
 
@@ -92,7 +93,7 @@ void checkBlock(GLuint program, const ProgramFacts::Block &block, const BlockTar
 {
     const quint64 place = block.index + (&targets == &kStorageTargets ? quint64(1) << 32 : 0);
     GLint buffer = 0;
-    glGetIntegeri_v(targets.buffer, binding, &buffer);
+    driver.glGetIntegeri_v(targets.buffer, binding, &buffer);
     if (buffer == 0) {
         report(Mistake::eBlockWithoutBuffer, program, place, [&] {
             return QStringLiteral(
@@ -106,15 +107,15 @@ void checkBlock(GLuint program, const ProgramFacts::Block &block, const BlockTar
     }
     GLint64 start = 0;
     GLint64 size = 0;
-    glGetInteger64i_v(targets.start, binding, &start);
-    glGetInteger64i_v(targets.size, binding, &size);
+    driver.glGetInteger64i_v(targets.start, binding, &start);
+    driver.glGetInteger64i_v(targets.size, binding, &size);
     if (size == 0) { // glBindBufferBase(): the whole buffer
         size = ReadBinding(GLuint(buffer)).size() - start;
     }
     if (size < block.size) {
         report(Mistake::eBlockBufferTooSmall, program, place, [&] {
             return QStringLiteral(
-                       "Program %1: the %2 block %3 has %4 bytes, but buffer %5 of binding %6 provides %7. "
+                       "Program %1: the %2 block %3 needs %4 bytes, but buffer %5 of binding %6 provides %7. "
                        "Upload the whole block, or declare a smaller one.")
                 .arg(program)
                 .arg(QLatin1String(targets.word), quoted(block.name))
@@ -130,7 +131,7 @@ void checkBlocks(GLuint program, const ProgramFacts &facts)
 {
     for (const ProgramFacts::Block &block : facts.uniformBlocks) {
         GLint binding = 0;
-        glGetActiveUniformBlockiv(program, block.index, GL_UNIFORM_BLOCK_BINDING, &binding);
+        driver.glGetActiveUniformBlockiv(program, block.index, GL_UNIFORM_BLOCK_BINDING, &binding);
         checkBlock(program, block, kUniformTargets, GLuint(binding));
     }
     for (const ProgramFacts::Block &block : facts.storageBlocks) {
@@ -157,11 +158,12 @@ template <typename Index> GLint64 greatestOf(const std::vector<GLubyte> &bytes, 
 /// The greatest index of a draw, read from the bound index buffer; -1 if there is none.
 GLint64 greatestIndex(const DrawCall &call)
 {
-    const GLint64 restart =
-        glIsEnabled(GL_PRIMITIVE_RESTART) != GL_FALSE ? GLuint(integer(GL_PRIMITIVE_RESTART_INDEX)) : -1;
+    const GLint64 restart = driver.glIsEnabled(GL_PRIMITIVE_RESTART) != GL_FALSE
+                                ? GLuint(integer(GL_PRIMITIVE_RESTART_INDEX))
+                                : -1;
     std::vector<GLubyte> bytes(size_t(call.count) * size_t(indexSize(call.indexType)));
-    glGetBufferSubData(GL_ELEMENT_ARRAY_BUFFER, GLintptr(call.indices), GLsizeiptr(bytes.size()),
-                       bytes.data());
+    driver.glGetBufferSubData(GL_ELEMENT_ARRAY_BUFFER, GLintptr(call.indices), GLsizeiptr(bytes.size()),
+                              bytes.data());
     switch (call.indexType) {
     case GL_UNSIGNED_INT:
         return greatestOf<GLuint>(bytes, restart);
@@ -191,8 +193,7 @@ int componentSize(GLint type)
 
 bool isInstanced(GLuint location)
 {
-    static const bool known = newerFunctions().getSamplerParameteriv != nullptr; // GL 3.3 has both
-    return known && arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_DIVISOR) != 0;
+    return newerFunctions().hasInstancedArrays && arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_DIVISOR) != 0;
 }
 
 /// Number of vertices in the buffer of an array.
@@ -206,7 +207,7 @@ GLint64 vertexCount(GLuint location)
     const GLint64 stated = arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_STRIDE);
     const GLint64 stride = stated != 0 ? stated : size;
     void *offset = nullptr;
-    glGetVertexAttribPointerv(location, GL_VERTEX_ATTRIB_ARRAY_POINTER, &offset);
+    driver.glGetVertexAttribPointerv(location, GL_VERTEX_ATTRIB_ARRAY_POINTER, &offset);
     const ReadBinding buffer(GLuint(arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING)));
     const GLint64 bytes = buffer.size() - GLint64(quintptr(offset));
     return bytes < size ? 0 : (bytes - size) / stride + 1;
@@ -221,7 +222,7 @@ bool DrawCheck::allows(const DrawCall &call)
     }
     const GLuint program = currentProgram();
     if (program == 0) {
-        if (!newerFunctions().hasStorageBlocks || integer(GL_PROGRAM_PIPELINE_BINDING) == 0) {
+        if (!newerFunctions().hasPipelines || integer(GL_PROGRAM_PIPELINE_BINDING) == 0) {
             report(Mistake::eNoProgram, 0, 0, [] {
                 return QStringLiteral(
                     "A draw without a program draws nothing. Call bind() of a ShaderProgram that is "
@@ -330,7 +331,7 @@ bool DrawCheck::checkIndexBuffer(GLuint program, const DrawCall &call)
         return true;
     }
     GLint64 size = 0;
-    glGetBufferParameteri64v(GL_ELEMENT_ARRAY_BUFFER, GL_BUFFER_SIZE, &size);
+    driver.glGetBufferParameteri64v(GL_ELEMENT_ARRAY_BUFFER, GL_BUFFER_SIZE, &size);
     const GLint64 needed = GLint64(quintptr(call.indices)) + GLint64(call.count) * indexSize(call.indexType);
     if (size < needed) {
         report(Mistake::eIndexBufferTooSmall, program, quint64(buffer), [&] {
@@ -387,7 +388,7 @@ void DrawCheck::checkUniforms(GLuint program, ProgramFacts &facts)
             continue;
         }
         GLfloat values[16] = {};
-        glGetUniformfv(program, uniform.location, values);
+        driver.glGetUniformfv(program, uniform.location, values);
         if (std::all_of(std::begin(values), std::end(values), [](GLfloat value) { return value == 0.0f; })) {
             report(Mistake::eUniformNeverSet, program, quint64(uniform.location), [&] {
                 return QStringLiteral("Program %1: the uniform %2 was never set since the link, and is 0. "

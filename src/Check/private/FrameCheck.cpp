@@ -1,3 +1,4 @@
+#include "Driver.h"
 #include "Reports.h"
 #include "TextureCheck.h"
 #include "Watch.h"
@@ -11,7 +12,7 @@ namespace {
 GLint integer(GLenum name)
 {
     GLint value = 0;
-    glGetIntegerv(name, &value);
+    driver.glGetIntegerv(name, &value);
     return value;
 }
 
@@ -49,7 +50,7 @@ void checkFrameEnd()
     }
     const GLenum active = GLenum(integer(GL_ACTIVE_TEXTURE));
     for (GLint unit = 0; unit < integer(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS); ++unit) {
-        glActiveTexture(GL_TEXTURE0 + GLenum(unit));
+        driver.glActiveTexture(GL_TEXTURE0 + GLenum(unit));
         for (const GLenum target : textureTargets()) {
             const GLint texture = integer(textureBinding(target));
             if (texture != 0) {
@@ -64,7 +65,7 @@ void checkFrameEnd()
             }
         }
     }
-    glActiveTexture(active);
+    driver.glActiveTexture(active);
 }
 
 }} // namespace Orvane::ZelCheck

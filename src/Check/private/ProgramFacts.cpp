@@ -1,11 +1,15 @@
 #include "ProgramFacts.h"
 
+#include "Driver.h"
+
 #include <QtGui/QOpenGLContext>
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QString>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 
 namespace Orvane { namespace ZelCheck {
 
@@ -130,7 +134,7 @@ GLuint columnsOf(GLenum type)
 GLint parameter(GLuint program, GLenum name)
 {
     GLint value = 0;
-    glGetProgramiv(program, name, &value);
+    driver.glGetProgramiv(program, name, &value);
     return value;
 }
 
@@ -138,13 +142,13 @@ GLint parameter(GLuint program, GLenum name)
 QString sourceOf(GLuint program)
 {
     std::vector<GLuint> shaders(size_t(parameter(program, GL_ATTACHED_SHADERS)));
-    glGetAttachedShaders(program, GLsizei(shaders.size()), nullptr, shaders.data());
+    driver.glGetAttachedShaders(program, GLsizei(shaders.size()), nullptr, shaders.data());
     QString text;
     for (const GLuint shader : shaders) {
         GLint length = 0;
-        glGetShaderiv(shader, GL_SHADER_SOURCE_LENGTH, &length);
+        driver.glGetShaderiv(shader, GL_SHADER_SOURCE_LENGTH, &length);
         QByteArray source(qMax(length, 1), '\0');
-        glGetShaderSource(shader, source.size(), nullptr, source.data());
+        driver.glGetShaderSource(shader, source.size(), nullptr, source.data());
         text += QString::fromUtf8(source.constData());
     }
     return text;
@@ -163,8 +167,8 @@ void readAttributes(GLuint program, ProgramFacts &facts)
     for (GLint i = 0; i < parameter(program, GL_ACTIVE_ATTRIBUTES); ++i) {
         GLint size = 0;
         GLenum type = 0;
-        glGetActiveAttrib(program, GLuint(i), name.size(), nullptr, &size, &type, name.data());
-        const GLint location = glGetAttribLocation(program, name.constData());
+        driver.glGetActiveAttrib(program, GLuint(i), name.size(), nullptr, &size, &type, name.data());
+        const GLint location = driver.glGetAttribLocation(program, name.constData());
         if (location >= 0) { // built-in inputs have none
             facts.attributes.push_back(
                 {name.constData(), GLuint(location), GLuint(size) * columnsOf(type), attributeKind(type)});
@@ -180,9 +184,9 @@ void readUniforms(GLuint program, ProgramFacts &facts)
     for (GLint i = 0; i < parameter(program, GL_ACTIVE_UNIFORMS); ++i) {
         GLint size = 0;
         GLenum type = 0;
-        glGetActiveUniform(program, GLuint(i), buffer.size(), nullptr, &size, &type, buffer.data());
+        driver.glGetActiveUniform(program, GLuint(i), buffer.size(), nullptr, &size, &type, buffer.data());
         const QByteArray name = buffer.constData();
-        const GLint location = glGetUniformLocation(program, name.constData());
+        const GLint location = driver.glGetUniformLocation(program, name.constData());
         facts.hasSideEffects |= isImage(type) || type == GL_UNSIGNED_INT_ATOMIC_COUNTER;
         if (location < 0 || isImage(type)) {
             continue; // a member of a block, or a built-in
@@ -201,14 +205,43 @@ void readUniforms(GLuint program, ProgramFacts &facts)
     }
 }
 
+/// The bytes that a uniform block needs at least. Of an array at its end a host may provide only the items that it uses, as
+/// InstanceDataCollection does: the first item counts.
+GLint neededSize(GLuint program, GLuint block)
+{
+    const auto ofBlock = [&](GLenum name, GLint *values) {
+        driver.glGetActiveUniformBlockiv(program, block, name, values);
+    };
+    GLint size = 0;
+    GLint count = 0;
+    ofBlock(GL_UNIFORM_BLOCK_DATA_SIZE, &size);
+    ofBlock(GL_UNIFORM_BLOCK_ACTIVE_UNIFORMS, &count);
+    std::vector<GLint> members(size_t(qMax(count, 0)));
+    ofBlock(GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES, members.data());
+    GLint lastOffset = 0;
+    bool hasArray = false;
+    for (const GLint member : members) {
+        const GLuint index = GLuint(member);
+        GLint offset = 0;
+        GLint length = 0;
+        GLchar name[256] = {};
+        driver.glGetActiveUniformsiv(program, 1, &index, GL_UNIFORM_OFFSET, &offset);
+        driver.glGetActiveUniformsiv(program, 1, &index, GL_UNIFORM_SIZE, &length);
+        driver.glGetActiveUniformName(program, index, sizeof name, nullptr, name);
+        const char *bracket = std::strchr(name, '[');
+        const bool isLater = bracket != nullptr && std::atoi(bracket + 1) > 0;
+        hasArray = hasArray || isLater || length > 1;
+        lastOffset = isLater ? lastOffset : std::max(lastOffset, offset);
+    }
+    return hasArray ? lastOffset + GLint(sizeof(GLfloat)) : size;
+}
+
 void readUniformBlocks(GLuint program, ProgramFacts &facts)
 {
     QByteArray name(qMax(parameter(program, GL_ACTIVE_UNIFORM_BLOCK_MAX_NAME_LENGTH), 1), '\0');
     for (GLint i = 0; i < parameter(program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
-        GLint size = 0;
-        glGetActiveUniformBlockiv(program, GLuint(i), GL_UNIFORM_BLOCK_DATA_SIZE, &size);
-        glGetActiveUniformBlockName(program, GLuint(i), name.size(), nullptr, name.data());
-        facts.uniformBlocks.push_back({name.constData(), GLuint(i), size});
+        driver.glGetActiveUniformBlockName(program, GLuint(i), name.size(), nullptr, name.data());
+        facts.uniformBlocks.push_back({name.constData(), GLuint(i), neededSize(program, GLuint(i))});
     }
 }
 
@@ -252,7 +285,7 @@ SharedName sharedName(GLuint name)
 GLuint currentProgram()
 {
     GLint program = 0;
-    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    driver.glGetIntegerv(GL_CURRENT_PROGRAM, &program);
     return GLuint(program);
 }
 
@@ -301,6 +334,8 @@ const NewerFunctions &newerFunctions()
     if (context->hasExtension("GL_ARB_sampler_objects")) {
         find(gl.getSamplerParameteriv, "glGetSamplerParameteriv");
     }
+    gl.hasInstancedArrays = context->hasExtension("GL_ARB_instanced_arrays");
+    gl.hasPipelines = context->hasExtension("GL_ARB_separate_shader_objects");
     gl.hasImmutableTextures = context->hasExtension("GL_ARB_texture_storage");
     return gl;
 }

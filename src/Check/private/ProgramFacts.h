@@ -44,7 +44,7 @@ struct ProgramFacts
     {
         QByteArray name;
         GLuint index;
-        GLint size; ///< bytes
+        GLint size; ///< bytes that its buffer must have
     };
 
     bool isLinked = false;
@@ -93,6 +93,8 @@ struct NewerFunctions
     PFNGLGETSAMPLERPARAMETERIVPROC getSamplerParameteriv = nullptr;
     bool hasStorageBlocks = false;
     bool hasImmutableTextures = false;
+    bool hasInstancedArrays = false;
+    bool hasPipelines = false;
 };
 
 const NewerFunctions &newerFunctions();

@@ -1,5 +1,6 @@
 #include "TargetCheck.h"
 
+#include "Driver.h"
 #include "Reports.h"
 
 namespace Orvane { namespace ZelCheck {
@@ -9,7 +10,7 @@ namespace {
 GLint integer(GLenum name)
 {
     GLint value = 0;
-    glGetIntegerv(name, &value);
+    driver.glGetIntegerv(name, &value);
     return value;
 }
 
@@ -43,7 +44,7 @@ const char *statusText(GLenum status)
 
 void checkFramebuffer(GLuint program)
 {
-    const GLenum status = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER);
+    const GLenum status = driver.glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER);
     if (status != GL_FRAMEBUFFER_COMPLETE) {
         const GLint framebuffer = integer(GL_DRAW_FRAMEBUFFER_BINDING);
         report(Mistake::eFramebufferIncomplete, program, quint64(framebuffer), [&] {
@@ -58,7 +59,7 @@ void checkFramebuffer(GLuint program)
 void checkAreas(GLuint program)
 {
     GLint area[4] = {};
-    glGetIntegerv(GL_VIEWPORT, area);
+    driver.glGetIntegerv(GL_VIEWPORT, area);
     if (area[2] == 0 || area[3] == 0) {
         report(Mistake::eEmptyViewport, program, 0, [&] {
             return QStringLiteral(
@@ -69,8 +70,8 @@ void checkAreas(GLuint program)
                 .arg(area[3]);
         });
     }
-    if (glIsEnabled(GL_SCISSOR_TEST) != GL_FALSE) {
-        glGetIntegerv(GL_SCISSOR_BOX, area);
+    if (driver.glIsEnabled(GL_SCISSOR_TEST) != GL_FALSE) {
+        driver.glGetIntegerv(GL_SCISSOR_BOX, area);
         if (area[2] == 0 || area[3] == 0) {
             report(Mistake::eEmptyScissor, program, 0, [&] {
                 return QStringLiteral("Program %1 draws with a scissor box of %2 x %3 pixels. Disable "
@@ -92,7 +93,7 @@ bool writesColor()
             continue;
         }
         GLboolean mask[4] = {};
-        glGetBooleani_v(GL_COLOR_WRITEMASK, GLuint(i), mask);
+        driver.glGetBooleani_v(GL_COLOR_WRITEMASK, GLuint(i), mask);
         if (mask[0] || mask[1] || mask[2] || mask[3]) {
             return true;
         }
@@ -102,7 +103,7 @@ bool writesColor()
 
 void checkTests(GLuint program)
 {
-    if (glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_FUNC) == GL_NEVER) {
+    if (driver.glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_FUNC) == GL_NEVER) {
         report(Mistake::eDepthNever, program, 0, [&] {
             return QStringLiteral(
                        "Program %1 draws with the depth function GL_NEVER, which no fragment passes. "
@@ -110,7 +111,7 @@ void checkTests(GLuint program)
                 .arg(program);
         });
     }
-    if (glIsEnabled(GL_STENCIL_TEST) != GL_FALSE && integer(GL_STENCIL_FUNC) == GL_NEVER
+    if (driver.glIsEnabled(GL_STENCIL_TEST) != GL_FALSE && integer(GL_STENCIL_FUNC) == GL_NEVER
         && integer(GL_STENCIL_FAIL) == GL_KEEP && integer(GL_STENCIL_BACK_FUNC) == GL_NEVER) {
         report(Mistake::eStencilNever, program, 0, [&] {
             return QStringLiteral(
@@ -131,7 +132,7 @@ bool isOfPolygons(GLenum mode)
 
 void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const OpenScopes &open)
 {
-    if (glIsEnabled(GL_RASTERIZER_DISCARD) != GL_FALSE) {
+    if (driver.glIsEnabled(GL_RASTERIZER_DISCARD) != GL_FALSE) {
         if (!open.hasFeedback && !facts.hasSideEffects) {
             report(Mistake::eRasterizerOff, program, 0, [&] {
                 return QStringLiteral("Program %1 draws with GL_RASTERIZER_DISCARD enabled and no transform "
@@ -144,7 +145,7 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
     checkFramebuffer(program);
     checkAreas(program);
     checkTests(program);
-    if (isOfPolygons(mode) && glIsEnabled(GL_CULL_FACE) != GL_FALSE
+    if (isOfPolygons(mode) && driver.glIsEnabled(GL_CULL_FACE) != GL_FALSE
         && integer(GL_CULL_FACE_MODE) == GL_FRONT_AND_BACK) {
         report(Mistake::eAllCulled, program, 0, [&] {
             return QStringLiteral(
@@ -154,9 +155,9 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
         });
     }
     const bool writesDepth =
-        glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_WRITEMASK) != GL_FALSE;
-    if (!writesDepth && glIsEnabled(GL_STENCIL_TEST) == GL_FALSE && open.queries == 0 && !open.hasFeedback
-        && !facts.hasSideEffects && !writesColor()) {
+        driver.glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_WRITEMASK) != GL_FALSE;
+    if (!writesDepth && driver.glIsEnabled(GL_STENCIL_TEST) == GL_FALSE && open.queries == 0
+        && !open.hasFeedback && !facts.hasSideEffects && !writesColor()) {
         report(Mistake::eNothingWritten, program, 0, [&] {
             return QStringLiteral(
                        "Program %1 draws with the colour mask closed or no draw buffer, and writes no "

@@ -1,5 +1,6 @@
 #include "TextureCheck.h"
 
+#include "Driver.h"
 #include "Reports.h"
 
 #include <algorithm>
@@ -40,21 +41,21 @@ const TargetRow *rowOf(GLenum target)
 GLint integer(GLenum name)
 {
     GLint value = 0;
-    glGetIntegerv(name, &value);
+    driver.glGetIntegerv(name, &value);
     return value;
 }
 
 GLint textureInteger(GLenum target, GLenum name)
 {
     GLint value = 0;
-    glGetTexParameteriv(target, name, &value);
+    driver.glGetTexParameteriv(target, name, &value);
     return value;
 }
 
 GLint levelInteger(GLenum image, GLint level, GLenum name)
 {
     GLint value = 0;
-    glGetTexLevelParameteriv(image, level, name, &value);
+    driver.glGetTexLevelParameteriv(image, level, name, &value);
     return value;
 }
 
@@ -230,19 +231,19 @@ void TextureCheck::check(GLuint program, const ProgramFacts &facts)
     for (const ProgramFacts::Sampler &sampler : facts.samplers) {
         for (GLint element = 0; element < sampler.size; ++element) {
             GLint unit = -1;
-            glGetUniformiv(program, sampler.location + element, &unit);
+            driver.glGetUniformiv(program, sampler.location + element, &unit);
             if (unit < 0 || unit >= unitCount) {
                 continue; // GL refuses the value in glUniform1i(); another one is a handle
             }
             if (current != GL_TEXTURE0 + GLenum(unit)) {
                 current = GL_TEXTURE0 + GLenum(unit);
-                glActiveTexture(current);
+                driver.glActiveTexture(current);
             }
             checkUnit(program, sampler, element, GLuint(unit));
         }
     }
     if (current != active) {
-        glActiveTexture(active);
+        driver.glActiveTexture(active);
     }
 }
 
@@ -312,7 +313,7 @@ void TextureCheck::readAttachments()
     const auto add = [this](GLenum attachment) {
         const auto query = [attachment](GLenum name) {
             GLint value = 0;
-            glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, attachment, name, &value);
+            driver.glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, attachment, name, &value);
             return value;
         };
         if (query(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE) == GL_TEXTURE
@@ -328,12 +329,12 @@ void TextureCheck::readAttachments()
             continue;
         }
         GLboolean mask[4] = {};
-        glGetBooleani_v(GL_COLOR_WRITEMASK, GLuint(i), mask);
+        driver.glGetBooleani_v(GL_COLOR_WRITEMASK, GLuint(i), mask);
         if (mask[0] || mask[1] || mask[2] || mask[3]) {
             add(GLenum(attachment));
         }
     }
-    if (glIsEnabled(GL_DEPTH_TEST) && integer(GL_DEPTH_WRITEMASK) != GL_FALSE) {
+    if (driver.glIsEnabled(GL_DEPTH_TEST) && integer(GL_DEPTH_WRITEMASK) != GL_FALSE) {
         add(GL_DEPTH_ATTACHMENT);
     }
 }

@@ -1,7 +1,7 @@
 #include "Watch.h"
 
 #include "DrawCheck.h"
-#include "EntryPoints.h"
+#include "Driver.h"
 #include "Reports.h"
 
 #include "../EntryPointTap.h"
@@ -16,6 +16,8 @@
 #include <utility>
 
 namespace Orvane { namespace ZelCheck {
+
+Driver driver;
 
 namespace {
 
@@ -47,7 +49,10 @@ template <auto Slot> struct Before
 bool allows(GLenum mode, GLsizei count, GLenum indexType, const void *indices, GLint first,
             GLsizei instances = 1)
 {
-    return draws().allows({mode, count, indexType, indices, first, instances});
+    const bool isAllowed = draws().allows({mode, count, indexType, indices, first, instances});
+    // An error of the checks themselves, with a driver that lacks a query, is not the host's.
+    driver.glGetError();
+    return isAllowed;
 }
 
 template <> struct Before<&glDrawArrays>
@@ -435,7 +440,7 @@ quint64 placeOf(const char *name, GLenum error)
 /// An error that a call outside of the table has left, which must not be blamed on this call.
 void takeForeignError(const char *name)
 {
-    const GLenum error = glGetError();
+    const GLenum error = driver.glGetError();
     if (error != GL_NO_ERROR) {
         keepError(error);
         report(Mistake::eGLError, 0, placeOf(name, error) << 1, [=] {
@@ -447,7 +452,7 @@ void takeForeignError(const char *name)
 
 template <auto Slot, typename... Arguments> void finish(int mistakesBefore, Arguments... arguments)
 {
-    const GLenum error = glGetError();
+    const GLenum error = driver.glGetError();
     const bool isReported = After<Slot>::of(error, arguments...);
     if (error == GL_NO_ERROR) {
         return;
@@ -467,15 +472,15 @@ template <auto Slot, typename... Arguments> void finish(int mistakesBefore, Argu
 struct Watcher
 {
     template <auto Slot, typename Result, typename... Arguments>
-    static Result call(Result(APIENTRY *driver)(Arguments...), Arguments... arguments)
+    static Result call(Result(APIENTRY *next)(Arguments...), Arguments... arguments)
     {
         if (Inside::isActive() || !installed) {
-            return driver(arguments...);
+            return next(arguments...);
         }
         if constexpr (std::is_same_v<std::integral_constant<decltype(Slot), Slot>,
                                      std::integral_constant<decltype(&glGetError), &glGetError>>) {
             const GLenum error = std::exchange(pendingError, GLenum(GL_NO_ERROR));
-            return error != GL_NO_ERROR ? error : driver();
+            return error != GL_NO_ERROR ? error : next();
         } else {
             Inside inside;
             takeForeignError(kNameOf<Slot>);
@@ -485,11 +490,11 @@ struct Watcher
             }
             inside.pause();
             if constexpr (std::is_void_v<Result>) {
-                driver(arguments...);
+                next(arguments...);
                 inside.resume();
                 finish<Slot>(mistakesBefore, arguments...);
             } else {
-                const Result result = driver(arguments...);
+                const Result result = next(arguments...);
                 inside.resume();
                 finish<Slot>(mistakesBefore, arguments...);
                 return result;
@@ -501,10 +506,10 @@ struct Watcher
 struct NotInitialized
 {
     template <auto Slot, typename Result, typename... Arguments>
-    static Result call(Result(APIENTRY *driver)(Arguments...), Arguments... arguments)
+    static Result call(Result(APIENTRY *next)(Arguments...), Arguments... arguments)
     {
-        if (driver != nullptr) {
-            return driver(arguments...);
+        if (next != nullptr) {
+            return next(arguments...);
         }
         if (!Inside::isActive()) {
             const Inside inside;
@@ -557,6 +562,10 @@ void install(bool readsIndices)
     draws().readsIndices = readsIndices;
     if (!installed) {
         installed = true;
+#define ZELCHECK_TAKE(name) driver.name = name;
+        ZELCHECK_CORE_ENTRY_POINTS(ZELCHECK_TAKE)
+        ZELCHECK_EXTENSION_ENTRY_POINTS(ZELCHECK_TAKE)
+#undef ZELCHECK_TAKE
         CoreTaps<Watcher>::install();
         ExtensionTaps<Watcher>::install();
     }
