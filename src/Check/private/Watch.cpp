@@ -167,7 +167,13 @@ const void *ownerNow(Owned kind)
 void checkOwner(Owned kind, GLuint name, const char *call)
 {
     const auto place = owners.find({kind, name});
-    if (place == owners.end() || place->second.erase(ownerNow(kind)) != 0) {
+    if (place == owners.end()) {
+        return;
+    }
+    if (place->second.erase(ownerNow(kind)) != 0) {
+        if (place->second.empty()) {
+            owners.erase(place);
+        }
         return;
     }
     report(Mistake::eDeletedElsewhere, 0, quint64(kind) << 32 | name, [&] {
