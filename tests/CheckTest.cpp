@@ -450,3 +450,10 @@ TEST_F(CheckOwnProcessTest, AStartBeforeInitialisationTakesEffectWithIt)
     ASSERT_TRUE(context && initializeGLFunctions());
     EXPECT_TRUE(Check::isRunning());
 }
+
+TEST_F(CheckOwnProcessTest, TheEnvironmentStartsTheCheck)
+{
+    const auto context = TestContext::create();
+    ASSERT_TRUE(context && initializeGLFunctions());
+    EXPECT_EQ(qEnvironmentVariableIsSet("ZELGL_CHECK"), Check::isRunning()); // ctest runs this with and without
+}
