@@ -4,7 +4,7 @@
 
 namespace Orvane { namespace ZelCheck {
 
-/// What the host has begun and not ended in this context, as far as the checks of the target need it.
+/// What the host has begun and not ended in this context that the checks of the target need.
 struct OpenScopes
 {
     int queries = 0;
