@@ -129,6 +129,7 @@ struct Row
     const char *advises;
     std::function<void(Scene &)> err;
     const char *fragmentStage = kFragmentStage;
+    const char *needs = nullptr; ///< an extension
 };
 
 void PrintTo(const Row &row, std::ostream *out)
@@ -149,6 +150,13 @@ const char kCubeStage[] =
 const char kIntegerStage[] =
     "#version 150\nuniform isampler2D u_Map;\nuniform float u_Strength;\nout vec4 color;\n"
     "void main() { color = vec4(texture(u_Map, vec2(0.5))) * u_Strength; }\n";
+
+const char kManagedStage[] =
+    "#version 150\nuniform sampler2D u_ManagedTextureSlots[2];\nuniform float u_Strength;\n"
+    "out vec4 color;\nvoid main() { color = texture(u_ManagedTextureSlots[1], vec2(0.5)) * u_Strength; }\n";
+const char kStorageStage[] = "#version 150\n#extension GL_ARB_shader_storage_buffer_object : require\n"
+                             "uniform float u_Strength;\nbuffer Items { vec4 items[]; };\nout vec4 color;\n"
+                             "void main() { color = items[0] * u_Strength; }\n";
 
 const Row kRows[] = {
     {"NoProgram", "A draw without a program", "Call bind()",
@@ -216,8 +224,8 @@ const Row kRows[] = {
      [](Scene &scene) { glBindTexture(GL_TEXTURE_2D, 0), scene.draw(); }},
     {"OtherUnit", "u_Map reads texture unit 3, which has no texture", "set the sampler to the unit",
      [](Scene &scene) { glUniform1i(scene.uniform("u_Map"), 3), scene.draw(); }},
-    {"OtherTarget", "has the target GL_TEXTURE_2D instead of GL_TEXTURE_CUBE_MAP",
-     "Bind a texture of the sampler's", [](Scene &scene) { scene.draw(); }, kCubeStage},
+    {"OtherTarget", "has the target GL_TEXTURE_2D instead of GL_TEXTURE_CUBE_MAP", "Bind one to the unit",
+     [](Scene &scene) { scene.draw(); }, kCubeStage},
     {"FloatTextureForIntegers", "reads integers, but its texture has a format of floats",
      "use an integer format", [](Scene &scene) { scene.draw(); }, kIntegerStage},
     {"IntegerTextureForFloats", "reads floats, but its texture has an integer format",
@@ -263,6 +271,16 @@ const Row kRows[] = {
          glUniformBlockBinding(scene.name, glGetUniformBlockIndex(scene.name, "Placement"), 5);
          scene.draw();
      }},
+    {"UnboundManager", "u_ManagedTextureSlots[1] reads texture unit #, which has no texture",
+     "Call bind() of the texture manager",
+     [](Scene &scene) {
+         glUniform1i(scene.uniform("u_ManagedTextureSlots[1]"), 4);
+         scene.draw();
+     },
+     kManagedStage},
+    {"NoStorageBuffer", "the storage block Items reads binding 0, which has no buffer",
+     "Bind its buffer or collection", [](Scene &scene) { scene.draw(); }, kStorageStage,
+     "GL_ARB_shader_storage_buffer_object"},
     {"SmallBlockBuffer", "Placement needs 32 bytes, but buffer # of binding 0 provides 16",
      "Upload the whole block",
      [](Scene &scene) {
@@ -356,6 +374,9 @@ class CheckMistakesTest : public CheckTest, public testing::WithParamInterface<R
 TEST_P(CheckMistakesTest, OneLineNamesTheMistakeAndItsRemedy)
 {
     const Row &row = GetParam();
+    if (row.needs != nullptr && !context()->hasExtension(row.needs)) {
+        GTEST_SKIP() << "Needs " << row.needs;
+    }
     const Scope check(withIndices());
     Scene scene(row.fragmentStage);
     EXPECT_MESSAGES() << "Of the preparation";
@@ -455,5 +476,6 @@ TEST_F(CheckOwnProcessTest, TheEnvironmentStartsTheCheck)
 {
     const auto context = TestContext::create();
     ASSERT_TRUE(context && initializeGLFunctions());
-    EXPECT_EQ(qEnvironmentVariableIsSet("ZELGL_CHECK"), Check::isRunning()); // ctest runs this with and without
+    EXPECT_EQ(qEnvironmentVariableIsSet("ZELGL_CHECK"),
+              Check::isRunning()); // ctest runs this with and without
 }

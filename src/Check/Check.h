@@ -7,7 +7,7 @@ namespace Orvane { namespace ZelCheck {
 /// Explains why a picture is empty or wrong: while it runs, it checks the state of GL at each draw and the errors of each call,
 /// and logs a line with the mistake and its remedy.
 ///
-///     const Orvane::ZelCheck::Scope checked; // or ZELGL_CHECK=1 in the environment
+/// \snippet check.cpp Check
 ///
 /// All calls through the table of GLLoader.h are checked; entry points that the host or ZelGL look up themselves, such as
 /// those of base-instance drawing, are not. docs/check.md lists the messages. The interface may change before 2.0.
@@ -48,6 +48,9 @@ public:
 };
 
 /// Runs the check during its lifetime, if it was not running before.
+///
+/// \snippet check.cpp Scope
+///
 class ZELCHECK_EXPORT Scope
 {
 public:

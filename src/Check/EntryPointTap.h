@@ -4,10 +4,10 @@
 /// Wraps entry points of the table of GLLoader.h: all calls through a wrapped entry point go to a function of a visitor,
 /// which forwards them to the driver or replaces them.
 ///
-/// A visitor is a class with one static function, which returns the result of the call:
+/// A visitor is a class with one static function, which is called with the function of the driver and the arguments, and
+/// returns the result of the call.
 ///
-///     template <auto Slot, typename Result, typename... Arguments>
-///     static Result call(Result(APIENTRY *driver)(Arguments...), Arguments... arguments);
+/// \snippet check.cpp EntryPointTap
 ///
 /// Context: any, none included. Install and remove while no other thread makes GL calls.
 /// Errors:  none. An entry point that the driver lacks stays null, because the library compares with null.

@@ -15,7 +15,7 @@ import sys
 ROOT = pathlib.Path(sys.argv[1])
 SNIPPETS = ROOT / "docs" / "snippets"
 # Macros, names of GL, and includes only.
-EXEMPT = {"CoreExport", "Export", "GLLoader", "ShadersExport", "ZelGL", "ZelShaders"}
+EXEMPT = {"CheckExport", "CoreExport", "Export", "GLLoader", "ShadersExport", "ZelGL", "ZelShaders"}
 
 
 def tags():
@@ -29,7 +29,7 @@ def tags():
 
 def names(header, text):
     """What a header has to show."""
-    found = re.findall(r"^(?:class|struct) ZEL(?:GL|CORE|SHADERS)_EXPORT (\w+)", text, re.M)
+    found = re.findall(r"^(?:class|struct) ZEL[A-Z]+_EXPORT (\w+)", text, re.M)
     return found if found and "/// \\file" not in text else found + [header.stem]
 
 

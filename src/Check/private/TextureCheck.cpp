@@ -185,6 +185,21 @@ QString nameOf(const ProgramFacts::Sampler &sampler, GLint element)
     return QStringLiteral("%1[%2]").arg(QString::fromLatin1(sampler.name).section('[', 0, 0)).arg(element);
 }
 
+/// What a host has forgotten, for the samplers that classes of the library set.
+const char *remedyFor(const QByteArray &sampler)
+{
+    if (sampler.startsWith("u_ManagedTexture") || sampler.startsWith("u_TextureTokenManaged")) {
+        return "Call bind() of the texture manager before the draw, with this program.";
+    }
+    if (sampler.startsWith("u_ShadowMap")) {
+        return "Call ShadowMapManager::bind() before the draw, with this program.";
+    }
+    if ((sampler.startsWith("u_i") || sampler.startsWith("u_f")) && sampler.endsWith("Sampler")) {
+        return "Call bind() of the InstanceDataCollection of this plan before the draw, with this program.";
+    }
+    return "Bind one to the unit, or set the sampler to the unit of its texture (Texture::unit()).";
+}
+
 bool areOfDepth(GLenum attachment)
 {
     return attachment == GL_DEPTH_ATTACHMENT || attachment == GL_STENCIL_ATTACHMENT;
@@ -261,15 +276,14 @@ void TextureCheck::checkUnit(GLuint program, const ProgramFacts::Sampler &sample
                     return text("Program %1: the sampler %2 reads texture unit %3, whose texture has the "
                                 "target ")
                            + textureTargetName(other) + " instead of " + textureTargetName(sampler.target)
-                           + ". Bind a texture of the sampler's target, or set the sampler to another unit.";
+                           + ". " + remedyFor(sampler.name);
                 });
                 return;
             }
         }
         report(Mistake::eSamplerWithoutTexture, program, place, [&] {
-            return text(
-                "Program %1: the sampler %2 reads texture unit %3, which has no texture. Bind one to the "
-                "unit, or set the sampler to the unit of its texture (Texture::unit()).");
+            return text("Program %1: the sampler %2 reads texture unit %3, which has no texture. ")
+                   + remedyFor(sampler.name);
         });
         return;
     }
