@@ -185,10 +185,16 @@ QString nameOf(const ProgramFacts::Sampler &sampler, GLint element)
     return QStringLiteral("%1[%2]").arg(QString::fromLatin1(sampler.name).section('[', 0, 0)).arg(element);
 }
 
+/// Managers bind textures without an image where no token is read from a slot, as with bindless textures.
+bool isOfManager(const QByteArray &sampler)
+{
+    return sampler.startsWith("u_ManagedTexture") || sampler.startsWith("u_TextureTokenManaged");
+}
+
 /// What a host has forgotten, for the samplers that classes of the library set.
 const char *remedyFor(const QByteArray &sampler)
 {
-    if (sampler.startsWith("u_ManagedTexture") || sampler.startsWith("u_TextureTokenManaged")) {
+    if (isOfManager(sampler)) {
         return "Call bind() of the texture manager before the draw, with this program.";
     }
     if (sampler.startsWith("u_ShadowMap")) {
@@ -294,13 +300,13 @@ void TextureCheck::checkUnit(GLuint program, const ProgramFacts::Sampler &sample
     if (_complete.count(key) != 0) {
         return;
     }
-    const QString fault = faultOf(sampler.target, samplerObject);
+    const QString fault = isOfManager(sampler.name) ? QString() : faultOf(sampler.target, samplerObject);
     if (!fault.isEmpty()) {
         report(Mistake::eTextureIncomplete, program, texture, [&] {
             return text("Program %1: the sampler %2 reads texture unit %3, whose texture ")
                    + QString::number(texture) + " is incomplete and reads as black. It " + fault + '.';
         });
-    } else if (!hasKind(sampler.target, sampler.kind)) {
+    } else if (!isOfManager(sampler.name) && !hasKind(sampler.target, sampler.kind)) {
         report(Mistake::eSamplerOfOtherKind, program, texture, [&] {
             const bool isInteger = sampler.kind == ProgramFacts::eInteger;
             return text("Program %1: the sampler %2 of texture unit %3 ")
