@@ -313,7 +313,7 @@ void Programs::linked(GLuint program)
 
 const NewerFunctions &newerFunctions()
 {
-    static std::map<const QOpenGLContext *, NewerFunctions> byContext;
+    static auto &byContext = *new std::map<const QOpenGLContext *, NewerFunctions>; // never destroyed
     QOpenGLContext *context = QOpenGLContext::currentContext();
     const auto [place, isNew] = byContext.try_emplace(context);
     NewerFunctions &gl = place->second;

@@ -2,8 +2,6 @@
 
 #include <ZelGL/Reporting.h>
 
-#include <QtCore/QStringList>
-
 #include <set>
 #include <tuple>
 #include <utility>
@@ -12,10 +10,11 @@ namespace Orvane { namespace ZelCheck {
 
 namespace {
 
-std::mutex mutex;
-std::set<std::tuple<Mistake, quint32, quint64>> reported;
+// Never destroyed: static objects of a host may delete GL objects at the end of the process.
+std::mutex &mutex = *new std::mutex;
+std::set<std::tuple<Mistake, quint32, quint64>> &reported =
+    *new std::set<std::tuple<Mistake, quint32, quint64>>;
 
-thread_local QStringList waiting; ///< messages to log without the lock
 thread_local int seen = 0;
 
 } // namespace
@@ -23,19 +22,19 @@ thread_local int seen = 0;
 Inside::Inside()
     : _lock(mutex)
 {
-    _active = true;
+    _current = this;
 }
 
 Inside::~Inside()
 {
     pause();
-    _active = false;
+    _current = nullptr;
 }
 
 void Inside::pause()
 {
     _lock.unlock();
-    for (const QString &text : std::exchange(waiting, QStringList())) {
+    for (const QString &text : std::exchange(_waiting, QStringList())) {
         ZEL_BARE_WARNING("[ZelCheck] %s", qUtf8Printable(text));
     }
 }
@@ -44,7 +43,7 @@ void report(Mistake mistake, quint32 program, quint64 object, const std::functio
 {
     ++seen;
     if (reported.emplace(mistake, program, object).second) {
-        waiting += text();
+        Inside::current()->log(text());
     }
 }
 

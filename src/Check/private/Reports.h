@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <functional>
 #include <mutex>
@@ -53,15 +53,22 @@ public:
     Inside(const Inside &) = delete;
     Inside &operator=(const Inside &) = delete;
 
-    static bool isActive() { return _active; }
+    static bool isActive() { return _current != nullptr; }
+
+    /// The object of this thread.
+    static Inside *current() { return _current; }
+
+    /// Logs the text as soon as the lock is released.
+    void log(const QString &text) { _waiting += text; }
 
     /// Unlocks during a call of the driver, which may be long or crash, after logging what there is to log.
     void pause();
     void resume() { _lock.lock(); }
 
 private:
-    static inline thread_local bool _active = false;
+    static inline thread_local Inside *_current = nullptr;
 
+    QStringList _waiting;
     std::unique_lock<std::mutex> _lock;
 };
 

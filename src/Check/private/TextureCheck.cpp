@@ -227,7 +227,7 @@ const char *textureTargetName(GLenum target)
 
 const std::vector<GLenum> &textureTargets()
 {
-    static const std::vector<GLenum> targets = [] {
+    static const auto &targets = *new std::vector<GLenum>([] { // never destroyed
         std::vector<GLenum> all;
         for (const TargetRow &row : kTargets) {
             // GL 3.2 itself has no arrays of cube maps.
@@ -236,7 +236,7 @@ const std::vector<GLenum> &textureTargets()
             }
         }
         return all;
-    }();
+    }());
     return targets;
 }
 

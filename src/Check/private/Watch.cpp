@@ -23,10 +23,11 @@ namespace {
 
 bool installed = false;
 
-/// In a function, because ZELGL_CHECK=1 may start the check before this file is initialised.
+/// In a function, because ZELGL_CHECK=1 may start the check before this file is initialised; never destroyed, because static
+/// objects of a host may delete GL objects at the end of the process.
 DrawCheck &draws()
 {
-    static DrawCheck data;
+    static DrawCheck &data = *new DrawCheck;
     return data;
 }
 
@@ -152,7 +153,8 @@ template <> struct Before<&glMultiDrawElementsIndirect> : ManyIndices
 
 enum class Owned { eBuffer, eTexture, eRenderbuffer, eQuery, eVertexArray, eFramebuffer };
 
-std::map<std::pair<Owned, GLuint>, std::set<const void *>> owners;
+using Owners = std::map<std::pair<Owned, GLuint>, std::set<const void *>>;
+Owners &owners = *new Owners; // never destroyed, like draws()
 
 const void *ownerNow(Owned kind)
 {
