@@ -69,9 +69,12 @@ private:
 /// The wrappers of several entry points.
 template <typename Visitor, auto... Slots> struct EntryPointTaps
 {
-    static void install() { (EntryPointTap<Slots, Visitor>::install(), ...); }
-    static void fill() { (EntryPointTap<Slots, Visitor>::fill(), ...); }
-    static void remove() { (EntryPointTap<Slots, Visitor>::remove(), ...); }
+    static void install() { static_cast<void>(Steps{0, (EntryPointTap<Slots, Visitor>::install(), 0)...}); }
+    static void fill() { static_cast<void>(Steps{0, (EntryPointTap<Slots, Visitor>::fill(), 0)...}); }
+    static void remove() { static_cast<void>(Steps{0, (EntryPointTap<Slots, Visitor>::remove(), 0)...}); }
+
+private:
+    using Steps = int[]; // a list: clang refuses fold expressions of more than 256 operands
 };
 
 }} // namespace Orvane::ZelCheck
