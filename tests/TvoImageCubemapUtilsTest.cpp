@@ -137,8 +137,7 @@ TEST_F(TvoImageCubemapUtilsTest, NamesOfLayouts)
     EXPECT_EQ(eSourceNone, typeFromString("Cylinder"));
     EXPECT_EQ((QList<TvoImageCubemapSourceType>{eSourceNone, eSourceLatLong, eSourceCross, eSourceLinear}),
               supportedTypes());
-    EXPECT_TRUE(canFileSupport3DCubemap("/a/sky.v2.DDS"));
-    EXPECT_FALSE(canFileSupport3DCubemap("/a/dds"));
+    EXPECT_TRUE(canFileSupport3DCubemap("/a/sky.v2.DDS") && !canFileSupport3DCubemap("/a/dds"));
 }
 
 TEST_F(TvoImageCubemapUtilsTest, ImagesComeOutByDirectionAndStripsGoBackUpsideDown)
@@ -220,30 +219,26 @@ TEST_F(TvoImageCubemapUtilsTest, SizesAndRefusals)
         return createGLCubemapFromTexture(source, type, target, eColorSpaceLinear, 0) == nullptr;
     };
     const auto square = image(32, 32, places);
+    EXPECT_TRUE(refused(square.get(), eSourceNone) && refused(square.get(), eSourceCubemap));
+    EXPECT_TRUE(refused(nullptr, eSourceCross) && createGLCubemapStripFromTexture(nullptr, 0) == nullptr);
     EXPECT_TRUE(refused(square.get(), eSourceCross));
     EXPECT_MESSAGES(
         "debug [TvoImageCubemapUtils.cpp:#] [ !! ] Texture(32,32) not a 4:3 or 3:4 image. Cannot load "
         "cubemap.");
-    EXPECT_TRUE(refused(square.get(), eSourceNone));
-    EXPECT_TRUE(refused(square.get(), eSourceCubemap));
-    EXPECT_TRUE(refused(nullptr, eSourceCross));
-    EXPECT_EQ(nullptr, createGLCubemapStripFromTexture(nullptr, 0));
     for (const auto &[w, format] :
          {std::pair(32, GL_RGB9_E5), {32, GL_COMPRESSED_RED_RGTC1}, {2, GL_RGBA8}, {0, GL_RGBA8}}) {
         const auto source = image(w, w, places, GLenum(format)); // faces of the last two would have no texel
         EXPECT_TRUE(refused(source.get(), eSourceLatLong));
         EXPECT_FALSE(_capture.take().isEmpty());
     }
-
     const auto odd = image(64, 12, places); // a cross must not be square; the ratio is free
+    EXPECT_TRUE(refused(odd.get(), eSourceLinear, GL_TEXTURE_2D));
+    const QString unhandled = "debug [TvoImageCubemapUtils.cpp:#] [ !! ] Unhandled Texture Type 0xDE1";
+    EXPECT_MESSAGES(unhandled, unhandled);
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceCross)));
     EXPECT_EQ(8, sizeOf(*converted(odd.get(), eSourceCross, 8)));
     EXPECT_EQ(16, sizeOf(*converted(odd.get(), eSourceLatLong, 100)));
     EXPECT_EQ(10, sizeOf(*converted(odd.get(), eSourceLinear)));
-
-    EXPECT_TRUE(refused(odd.get(), eSourceLinear, GL_TEXTURE_2D));
-    EXPECT_MESSAGES("debug [TvoImageCubemapUtils.cpp:#] [ !! ] Unhandled Texture Type 0xDE1",
-                    "debug [TvoImageCubemapUtils.cpp:#] [ !! ] Unhandled Texture Type 0xDE1");
 }
 
 TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDrawNothing)
@@ -262,10 +257,7 @@ TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDraw
     renderer.setTexture(source.get());
     EXPECT_FALSE(renderer.renderBegin(0)); // no program yet
     ASSERT_TRUE(renderer.createShader());
-    for (const int face : {-1, 6}) {
-        EXPECT_FALSE(renderer.renderBegin(face));
-    }
-    EXPECT_FALSE(source->isBound());
+    EXPECT_FALSE(renderer.renderBegin(-1) || renderer.renderBegin(6) || source->isBound());
 }
 
 TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLast)
@@ -319,20 +311,19 @@ TEST_F(TvoImageCubemapUtilsTest, BlursKeepTheClearColours)
 TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
 {
     const auto small = cube(4, colorOf);
-    const auto target = cube(16, [](const Vec &) { return QVector4D(); });
-    EXPECT_TRUE(copyCubeMapTextureAsLod(small.get(), target.get(), 2));
-    EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));
-    EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), target.get(), 1)); // another size
     const auto flat = image(4, 4, places);
-    EXPECT_FALSE(copyCubeMapTextureAsLod(flat.get(), target.get(), 2));
-    EXPECT_FALSE(copyCubeMapTextureAsLod(nullptr, target.get(), 2));
-    EXPECT_FALSE(copyCubeMapTextureAsLod(small.get(), nullptr, 2));
-    for (const int maxLevel : {2, 1, 0}) {
+    const auto target = cube(16, [](const Vec &) { return QVector4D(); });
+    const auto copied = copyCubeMapTextureAsLod;
+    EXPECT_FALSE(copied(small.get(), target.get(), 1)) << "another size";
+    EXPECT_FALSE(copied(flat.get(), target.get(), 2) || copied(nullptr, target.get(), 2)
+                 || copied(small.get(), nullptr, 2));
+    for (const int maxLevel : {0, 1, 2}) {
         target->bind();
         driver()->glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAX_LEVEL, maxLevel);
         target->unbind();
-        EXPECT_EQ(maxLevel == 2, copyCubeMapTextureAsLod(small.get(), target.get(), 2));
+        EXPECT_EQ(maxLevel == 2, copied(small.get(), target.get(), 2));
     }
+    EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));
 }
 
 TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
