@@ -108,7 +108,7 @@ const QVector<TextureToken> &InstanceData::getTextureTokens() const
 void InstanceData::clear()
 {
     // A new array instead of zeros in the old one, which copies of this item may share; see
-    // InstanceDataTest.ItemsHoldTheBytesOfTheirMembers.
+    // InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
     _data = QByteArray(_plan != nullptr ? int(_plan->totalDataSize()) : 0, '\0');
     clearTextures();
 }
@@ -155,7 +155,7 @@ void InstanceData::setTextureToken(const QString &dataName, TextureToken token)
 bool InstanceData::isInside(int offset, unsigned long size) const
 {
     // Without the sum of offset and size: it wraps to a small number for the sizes close to the largest one that
-    // InstanceDataTest.WrongMembersAreReportedAndStayInsideTheItem tries.
+    // InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers tries.
     const auto end = static_cast<unsigned long>(_data.size());
     return offset >= 0 && size <= end && static_cast<unsigned long>(offset) <= end - size;
 }

@@ -73,7 +73,7 @@ void InstanceDataCollection::update(const QList<InstanceData> &items)
 {
     assertFits(items);
     // Required: only update() drops the list of tokens, set() of a token does not; see
-    // InstanceDataTest.TokensAreFoundInTheBytesOncePerContents.
+    // InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
     _textureTokens.clear();
     _data.resize(0); // unlike clear(), keeps the memory: hosts replace the items in each frame
     append(items);
@@ -206,7 +206,7 @@ void InstanceDataCollection::bindTextureTokens(TextureManager *textureManager)
 
 quint64 InstanceDataCollection::memoryEstimateCPU() const
 {
-    // Required: 4 bytes a token, as in InstanceData; see InstanceDataTest.TokensAreFoundInTheBytesOncePerContents.
+    // Required: 4 bytes a token, as in InstanceData; see InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
     const quint64 own = quint64(_data.size()) + 4 * quint64(_textureTokens.size()) + sizeof *this;
     return _uniformBufferObject.isNull() ? own : own + _uniformBufferObject->memoryEstimateCPU();
 }
@@ -310,7 +310,7 @@ void InstanceDataCollection::moveBytes(int index, size_t from, size_t to, size_t
 {
     // Checked against the end of all items, not against the members: a member that is larger than its destination overwrites
     // the neighbours of the destination, and may overlap it; see
-    // InstanceDataTest.MembersOfItemsAreReadWrittenAndMovedWithinTheirBytes.
+    // InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
     const qint64 source = position(index, from, size);
     const qint64 dest = position(index, to, size);
     if (source < 0 || dest < 0) {

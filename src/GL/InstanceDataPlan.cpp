@@ -95,7 +95,7 @@ void InstanceDataPlan::addMember(DataType type, const QString &name)
 void InstanceDataPlan::setArraySize(unsigned long arraySize)
 {
     // Required, here and in the next two: reported but carried out, although the texts no longer change; see
-    // InstanceDataPlanTest.SettingsAndQuestionsOutOfOrderAreReportedAndCarriedOut.
+    // InstanceDataPlanTest.SettingsAndQueriesOutOfOrderAreReportedAndCarriedOut.
     ZEL_ASSERT(false == _finalised,
                "InstanceDataPlan::setArraySize() can only be called before the plan has been finalised");
     _arraySize = arraySize;
@@ -172,7 +172,7 @@ QStringList InstanceDataPlan::memberNames() const
 }
 
 // Required: an unknown name is a texture token at offset 0, here and in dataType(). InstanceData reports unknown names before it
-// writes; see InstanceDataTest.WrongMembersAreReportedAndStayInsideTheItem.
+// writes; see InstanceDataTest.RandomWritesChangeTheirBytesAndNoOthers.
 unsigned int InstanceDataPlan::offset(const QString &name) const
 {
     return _offsets.value(name, 0);
@@ -275,7 +275,7 @@ void InstanceDataPlan::assertShaderProgram(const ShaderProgram *program) const
 void InstanceDataPlan::computeLayout(const QList<DataType> &types, ParameterMechanism *mechanism)
 {
     // 1. The offsets. The sizes are powers of two and fall from type to type: each offset is a multiple of the member's size,
-    //    as std140 requires of all types but booleans; see InstanceDataPlanTest.ThousandsOfRandomLayoutsFollowTheRulesOfStd140.
+    //    as std140 requires of all types but booleans; see InstanceDataPlanTest.RandomMembersAreLaidOutByFallingSizeAndType.
     size_t accumulatedOffset = 0;
     for (const DataType type : types) {
         const QStringList names = _memberNamesByType.value(type);
@@ -356,7 +356,7 @@ void InstanceDataPlan::limitArraySize()
 void InstanceDataPlan::limitToUniformBlock()
 {
     // Without a known limit, and for a plan without bytes, the host's number stays; see
-    // InstanceDataPlanTest.PlansWithoutBytesHaveLimitsWithoutQuotients.
+    // InstanceDataPlanTest.TheDriversLimitsClampTheArray.
     int blockSize = 0;
     getGLParameter(GL_MAX_UNIFORM_BLOCK_SIZE, &blockSize);
     if (blockSize >= 1 && _totalDataSize != 0) {

@@ -61,7 +61,7 @@ bool Shader::compile()
     ZEL_ASSERT_RETURN(nullptr != glCreateShader, false, kNotInitialized);
     _shaderID = glCreateShader(_type);
     // Latin-1, one byte for each character, so that positions in the log of the driver match the source; see
-    // ShaderTest.CompilesItsSourceOnceAsLatin1AndNeedsItNoMore.
+    // ShaderTest.ItsTextIsProcessedWhenItIsMadeAndCompiledOnceAsLatin1.
     const QByteArray source = _source.toLatin1();
     const GLchar *const text = source.constData();
     const GLint length = source.size();
@@ -76,7 +76,8 @@ bool Shader::compile()
     // The source is logged with it: the driver counts lines of the processed text, which no file has.
     reportFailure();
     glDeleteShader(_shaderID);
-    // So that the next compile() tries again; the log stays. See ShaderTest.AFailedCompileCanBeTriedAgainAndKeepsItsLog.
+    // So that the next compile() tries again; the log stays. See
+    // ShaderTest.AFailedCompileReportsStageNumberedSourceAndLogAndCanBeRepeated.
     _shaderID = kShaderNotCompiled;
     return false;
 }

@@ -21,7 +21,7 @@
 #include <atomic>
 
 // GL numbers the sampler types in five ranges, one for each version that added some. Between them are other types; see
-// SamplerTypeTest.SamplersLieBetweenTypesThatAreNone.
+// SamplerTypeTest.FortyTypesAreSamplers.
 bool isSamplerType(unsigned int type)
 {
     return (type >= GL_SAMPLER_1D && type <= GL_SAMPLER_2D_RECT_SHADOW)
@@ -71,7 +71,7 @@ ShaderProgram::ShaderProgram(QObject *parent)
     , _parallelShaderCompile(hasGLExtension("GL_ARB_parallel_shader_compile"))
 {
     // Here, and not at the first use: both need the current context, and report each missing function once; see
-    // ShaderProgramTest.EntryPointsAreLookedUpOnceAndMissedAloud.
+    // ShaderProgramOwnProcessTest.MissingOnesAreReportedAndUnused.
     lookUpProgramBinary();
     lookUpProgramResources();
 }
@@ -98,7 +98,7 @@ bool ShaderProgram::compile()
 }
 
 // The link has two halves, so that a host can start many links before it waits for the first; see
-// ShaderProgramTest.TheTwoHalvesAreTheHostsToOverride.
+// ShaderProgramTest.AProgramIsLinkedOnceUntilItIsClearedOrCompiledAgain.
 bool ShaderProgram::linkPre()
 {
     if (isLinked()) {
@@ -159,7 +159,7 @@ bool ShaderProgram::linkPost()
     }
     _log = driverLog(_programID, glGetProgramiv, glGetProgramInfoLog);
     // The log and the sources precede the deletion, after which GL has neither; see
-    // ShaderProgramTest.AFailedLinkTellsTheLogAndTheSourcesAndCanBeMended.
+    // ShaderProgramTest.AFailureReportsTheLogAndLeavesTheStages.
     warnLineByLine(QStringLiteral("Failed to link GL shader\n =======Log=========\n") + _log);
     dump();
     deleteProgram();
@@ -252,7 +252,7 @@ void ShaderProgram::addShader(int type, const QString &source, const QString &du
 void ShaderProgram::addShaderFromFile(int type, const QString &fileName)
 {
     // Files of the host have precedence over installed ones, and these over the built-in tree, so that a shader can be changed
-    // without a build; see ShaderProgramTest.StagesComeFromTheWorkingFolderBeforeTheBuiltInTree.
+    // without a build; see ShaderProgramTest.StagesComeFromTheWorkingFolderBeforeTheBuiltInTreeAndAreDumped.
     const QDir folders[] = {QDir(QString()), // the working directory
                             QDir(resourcesPath() + QStringLiteral("/GLSL/src")),
                             QDir(QStringLiteral(":/GLSL/src"))};
@@ -386,7 +386,7 @@ void ShaderProgram::cacheVertexAttributes()
     }
     const GLint count = programParameter(_programID, GL_ACTIVE_ATTRIBUTES);
     // Built-in attributes have no location. A core profile provides some of them; the others belong to the removed fixed
-    // pipeline: see ShaderProgramUniformTest.AnIllegalBuiltInAttributeIsReportedAndTheLinkStands.
+    // pipeline: see ShaderProgramTest.AnIllegalBuiltInAttributeIsReportedAndTheProgramIsLinked.
     QByteArray buffer = nameBuffer(programParameter(_programID, GL_ACTIVE_ATTRIBUTE_MAX_LENGTH), 200);
     char *const name = buffer.data();
     for (GLint i = 0; i < count; ++i) {
@@ -444,7 +444,7 @@ QStringList ShaderProgram::getVertexAttributeNames() const
 int ShaderProgram::getUniformLocation(const QString &name) const
 {
     // Unknown names are stored too, at -1: a host that sets a uniform which the compiler removed costs one query; see
-    // ShaderProgramUniformTest.EachLocationIsAskedOnceForTheLifeOfTheObject.
+    // ShaderProgramTest.AttributesAndUniformsAreKnownByName.
     const auto itFind = _uniformLocations.constFind(name);
     if (itFind != _uniformLocations.constEnd()) {
         return *itFind;
@@ -514,7 +514,7 @@ void ShaderProgram::setUniformBlockBinding(unsigned int index, unsigned int bind
 }
 
 // Uniform and storage blocks have indices and binding points of their own: the same number means two blocks; see
-// ShaderProgramUniformTest.StorageBlocksAreKeptApart.
+// ShaderProgramTest.ABlockBindingReachesGLWhenItChangesOrHasNoBlock.
 void ShaderProgram::setStorageBlockBinding(unsigned int index, unsigned int binding)
 {
     const auto itFind = this->_storageBlockBindingIndices.find(index);
@@ -645,7 +645,7 @@ bool ShaderProgram::setUniform(const QString &name, const QVariant &value)
 {
     const int location = getUniformLocation(name);
     // The types are checked by the other overload, which logs an unknown one. An unknown name is no error: compilers remove
-    // unused uniforms. See ShaderProgramUniformTest.AnUnknownTypeIsReportedAndAnUnknownNameIsQuiet.
+    // unused uniforms. See ShaderProgramUniformTest.AVariantSetsTheUniformByTheTypeThatItHolds.
     return location >= 0 && setUniform(location, value);
 }
 
@@ -657,7 +657,7 @@ bool ShaderProgram::attachShaders()
             return false;
         }
         // A failed stage keeps its log here, so that the host finds it where it finds the log of a failed link; see
-        // ShaderProgramTest.AFailedCompileEndsTheLinkAndLeavesTheStages.
+        // ShaderProgramTest.AFailureReportsTheLogAndLeavesTheStages.
         glAttachShader(_programID, shader->shaderID());
     }
     return true;

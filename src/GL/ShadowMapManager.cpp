@@ -213,7 +213,7 @@ bool ShadowMapManager::processLights(QVariant lights, RenderData &renderData, co
             filler.add(i, qobject_cast<Light *>(list.at(i).value<QObject *>()));
         }
         // 2. Whether layers must be drawn again. The counts are compared too: a light may lose its last projections while all
-        //    others keep theirs; see ShadowMapManagerTest.TellsWhichFramesOfAnAnimationNeedNewLayers.
+        //    others keep theirs; see ShadowMapManagerTest.ReportsWhichFramesOfAnAnimationNeedNewLayers.
         changed = filler.changed() || lightCount != renderData.lightCount
                   || filler.projectorIndex() != renderData.transformCount;
         renderData.lightCount = lightCount;

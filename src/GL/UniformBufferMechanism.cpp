@@ -31,7 +31,7 @@ QString structMembers(Mechanism &mechanism, const QList<Type> &types,
     QStringList lines;
     size_t pos = 0;
     // 1. The members in the order of the plan, so that std140 gives them the plan's offsets, which pos counts; see
-    //    InstanceDataPlanTest.ThousandsOfRandomLayoutsFollowTheRulesOfStd140.
+    //    InstanceDataRoundTripTest.TwoCollectionsOfAnyMechanismsAreReadBitByBit.
     for (const Type type : types) {
         const QStringList names = namesByType.value(type);
         // The members of a type share vectors, named by their offset, because the accessors know nothing else.

@@ -19,7 +19,7 @@ QString blockName(const QString &planName)
 }
 
 // Two samplers over the same bytes: drivers may change the bits of integers that a float texture holds as NaNs; see
-// InstanceDataRoundTripTest.WhatWasWrittenIsReadBackBitByBit.
+// InstanceDataRoundTripTest.TwoCollectionsOfAnyMechanismsAreReadBitByBit.
 QString integerSamplerName(const QString &planName)
 {
     return QStringLiteral("u_i") + planName + QStringLiteral("Sampler");
