@@ -294,4 +294,7 @@ TEST_F(ShadowMapManagerTest, WhatCannotBeBoundIsDiagnosedAndLeftAlone)
         asserted.refused({{bind(nullptr, _variant), "NULL != texture", noTexture},
                           {ShadowMapManager::unbind(&program, _variant), "NULL != texture", noTexture}}));
     EXPECT_EQ(0u, binds.count());
+    for (const auto &texture : others) {
+        texture->unbind();
+    }
 }
