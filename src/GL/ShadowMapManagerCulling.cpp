@@ -287,7 +287,7 @@ bool ShadowMapManagerCulling::processLightPoint(ShadowMapManager::RenderData &re
 }
 
 /// True also for a frustum that is not finite. The ends of cascades are then arbitrary, so that nothing may be clipped
-/// with them; see ShadowMapManagerCullingTest.WithoutAKnownSceneOrAFiniteViewNothingIsFitted.
+/// with them; see ShadowMapManagerCullingOwnProcessTest.WithoutAKnownSceneOrAFiniteViewNothingIsFitted.
 bool ShadowMapManagerCulling::isSceneOutOfView() const
 {
     return _valid && _visibleScenePoints.isEmpty();
