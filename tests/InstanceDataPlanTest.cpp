@@ -49,14 +49,8 @@ const struct
     {Plan::eBVec3, 4},   {Plan::eBVec2, 2},  {Plan::eBool, 1},
 };
 
-/// The data of a plan "E", which has a member of each kind that the texts distinguish.
-const struct
-{
-    Plan::MechanismType mechanism;
-    bool useVec4Storage;
-    const char *declarations;
-} kTexts[] = {
-    {Plan::eUniformBufferMechanism, false, R"(struct E
+/// The uniform block of a plan "E", which has a member of each kind that texts distinguish, and its accessors by item number.
+const char *const kBlock = R"(struct E
 {
   mat4 m;
   vec4 fff;
@@ -67,24 +61,9 @@ const struct
 
 layout (std140) uniform u_EUniform{
   E Es[3];
-};)"},
-    {Plan::eStorageBufferMechanism, true, R"(struct E
-{
-  mat4 m;
-  vec4 _data64;
-  uvec4 _data80;
-  vec4 _data96;
 };
 
-layout (std140) buffer u_EUniform{
-  E Es[/*3*/];
-};)"},
-    {Plan::eTextureMechanism, true, "uniform sampler2D u_fESampler;\nuniform isampler2D u_iESampler;\n"},
-    {Plan::eBufferTextureMechanism, false,
-     "uniform samplerBuffer u_fESampler;\nuniform isamplerBuffer u_iESampler;\n"},
-};
-
-/// The accessors by item number where an item is a structure.
+)";
 const char *const kAccessors = R"(mat4 getM(uint Index) { return Es[ Index].m; }
 vec3 getFff(uint Index) { return Es[ Index].fff.rgb; }
 ZelTextureToken getT(uint Index) { return Es[ Index].t; }
@@ -165,7 +144,7 @@ TEST_F(InstanceDataPlanTest, SettingsAndQueriesOutOfOrderAreReportedAndCarriedOu
     EXPECT_EQ(nullptr, dynamic_cast<TextureMechanism *>(plan->parameterMechanism(Plan::eTextureMechanism)));
 }
 
-TEST_F(InstanceDataPlanTest, EachMechanismHasItsWholeTextWithTheNumberOfItemsThatFits)
+TEST_F(InstanceDataPlanTest, TextsHaveTheVersionOfTheMechanismAndTheNumberOfItemsThatFits)
 {
     Hook<&glGetInteger64v> storageLimit;
     storageLimit.replace([](GLenum, GLint64 *value) { *value = 360; });
@@ -176,36 +155,35 @@ TEST_F(InstanceDataPlanTest, EachMechanismHasItsWholeTextWithTheNumberOfItemsTha
                                  {GL_MAX_TEXTURE_BUFFER_SIZE, 20}});
         const bool hasExtension = hasGLExtension("GL_ARB_shader_storage_buffer_object");
         EXPECT_EQ(version == 4 || hasExtension, Plan::supportsStorageMechanism());
-        for (const auto &row : kTexts) {
-            SCOPED_TRACE(row.mechanism);
+        for (const auto mechanism : {Plan::eUniformBufferMechanism, Plan::eBufferTextureMechanism,
+                                     Plan::eTextureMechanism, Plan::eStorageBufferMechanism}) {
+            SCOPED_TRACE(mechanism);
             Plan plan("E");
             plan.addMember(Plan::eTexture, "t");
             plan.addMember(Plan::eFloat, "f");
             plan.addMember(Plan::eVec3, "fff");
             plan.addMember(Plan::eMat4, "m");
-            plan.setMechanism(row.mechanism);
-            plan.setUseVec4Storage(row.useVec4Storage);
+            plan.setMechanism(mechanism);
             plan.setArraySize(5);
             EXPECT_EQ(QStringList(), finalise(plan));
 
             QString head = "#version 150";
-            if (row.mechanism == Plan::eStorageBufferMechanism && version == 4) {
+            if (mechanism == Plan::eStorageBufferMechanism && version == 4) {
                 head = "#version 430";
-            } else if (row.mechanism == Plan::eStorageBufferMechanism && hasExtension) {
+            } else if (mechanism == Plan::eStorageBufferMechanism && hasExtension) {
                 head += "\n#extension GL_ARB_shader_storage_buffer_object: enable ";
             }
             head += "\n\n#include \"TextureManager.glslh\"\n#include \"ZelUtilities.glslh\"\n\n";
-            head += row.declarations;
-            const int size = row.mechanism == Plan::eTextureMechanism ? 5 : 3;
+            const int size = mechanism == Plan::eTextureMechanism ? 5 : 3;
             const QString end =
                 QString("#define E_ARRAY_SIZE %1\n#endif // ZEL_INSTANCEDATAPLAN_E_GLSLH\n").arg(size);
             EXPECT_EQ(head, plan.glslc().left(head.size()));
             EXPECT_EQ(end, plan.glslh().right(end.size()));
-            if (row.mechanism == Plan::eUniformBufferMechanism) {
+            if (mechanism == Plan::eUniformBufferMechanism) {
                 const QRegExp accessor("(\\w+) (get\\w+)\\(uint Index\\)([^\\n]*)");
-                const QString byDraw =
-                    "\\1 \\2(uint Index)\\3\n\\1 \\2(void)       { return \\2( uint(getDrawID())); }\n";
-                EXPECT_EQ(head + "\n\n" + QString(kAccessors).replace(accessor, byDraw) + '\n', plan.glslc());
+                const QString both = "\\1 \\2(uint Index)\\3\n"
+                                     "\\1 \\2(void)       { return \\2( uint(getDrawID())); }\n";
+                EXPECT_EQ(head + kBlock + QString(kAccessors).replace(accessor, both) + '\n', plan.glslc());
                 EXPECT_EQ("#ifndef ZEL_INSTANCEDATAPLAN_E_GLSLH\n#define ZEL_INSTANCEDATAPLAN_E_GLSLH\n"
                           "#include \"TextureManager.glslh\"\n"
                               + QString(kAccessors).replace(accessor, "\\1 \\2(uint Index);\n\\1 \\2(void);")
