@@ -389,6 +389,10 @@ TEST_P(InstanceDataMechanismTest, ABindUploadsWhatHasChangedAndLeavesNothingBoun
     EXPECT_TRUE(hasTextures || allocations.taken() == 0); // each new owner of a unit is added to a table
     EXPECT_EQ(240 * uploads, items.memoryEstimateGPU());
     EXPECT_GE(items.memoryEstimateCPU(), 240 + sizeof items);
+    if (uploads > 0 && !hasTextures) {
+        items.getUniformBufferObject(0)->uniformBlockBinding();
+        EXPECT_MESSAGES(startsWith("critical [UniformBufferObject.cpp:#]")); // it is not bound
+    }
 
     // 3. All overloads hand the tokens to the manager.
     RecordingManager manager;
