@@ -33,20 +33,49 @@ protected:
         return buffer.upload(kThree.data(), count, GL_STATIC_DRAW);
     }
 
-    static void expectStorage(BufferObject &buffer)
-    {
-        buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
-        EXPECT_FALSE(buffer.isBindNeededForUpload());
-        EXPECT_EQ(0u, buffer.memoryEstimateGPU());
-        EXPECT_TRUE(buffer.uploadArbitraryData(kThree.data(), 3, GL_STATIC_DRAW, 4));
-        EXPECT_EQ(kThree, contentsOf<float>(buffer, 3));
-        EXPECT_EQ(12u, buffer.memoryEstimateGPU());
-    }
-
     FakeLoader _loader;
 };
 
+using BufferObjectOwnProcessTest = BufferObjectTest;
+
 } // namespace
+
+TEST_F(BufferObjectOwnProcessTest, EachObjectLooksAgainUntilNamedUploadsAreFoundAndStorageTakesWhatThereIs)
+{
+    _loader.hide("glNamedBufferData");
+    _loader.hide("glNamedBufferSubData");
+    _loader.takeLookUps();
+    BufferObject buffer(nullptr);
+    const QStringList four{"glXGetProcAddress glBufferStorage", "glXGetProcAddress glNamedBufferData",
+                           "glXGetProcAddress glNamedBufferStorage",
+                           "glXGetProcAddress glNamedBufferSubData"};
+    EXPECT_EQ(four, _loader.takeLookUps());
+    const BufferObject wrapper(buffer.getBO(), nullptr);
+    EXPECT_EQ(four, _loader.takeLookUps());
+    buffer.useStorageBuffer(12, 0); // without effect: immutable storage would refuse the upload below
+    EXPECT_FALSE(upload(buffer));
+    EXPECT_TRUE(reported("0u != this->_boBountTarget: Buffer Object is not bound on upload"));
+    EXPECT_EQ(0, buffer.valueCount());
+    buffer.setTarget(GL_ARRAY_BUFFER);
+    const AutoBinder binder(&buffer);
+    EXPECT_TRUE(upload(buffer) && buffer.isBindNeededForUpload());
+
+    for (const QString hidden : {"glNamedBufferData", "glBufferStorage"}) {
+        _loader.show();
+        _loader.hide(hidden);
+        BufferObject storage(nullptr);
+        storage.setTarget(GL_COPY_READ_BUFFER);
+        ASSERT_TRUE(storage.bind() && storage.unbind()); // the name becomes a buffer with its first bind
+        Tap<&glBindBuffer> binds;
+        storage.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
+        EXPECT_FALSE(storage.isBindNeededForUpload());
+        EXPECT_TRUE(storage.uploadArbitraryData(kThree.data(), 3, GL_STATIC_DRAW, 4));
+        EXPECT_EQ(hidden == "glBufferStorage" ? 0u : 2u, binds.count()) << "by name if that is the only way";
+        EXPECT_EQ(0, integerOf(GL_UNIFORM_BUFFER_BINDING));
+        EXPECT_EQ(kThree, contentsOf<float>(storage, 3));
+        EXPECT_EQ(12u, storage.memoryEstimateGPU());
+    }
+}
 
 TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
 {
@@ -188,55 +217,6 @@ offset + valueCount <= _valueCount: Buffer Object is not large enough to hold da
 0 <= offset: Buffer Object is not large enough to hold data
 0 != valueCount: Buffer Object needs more and 0 values during upload
 0 < valueCount: Buffer Object needs more and 0 values during upload)"));
-}
-
-TEST_F(BufferObjectTest, WithoutNamedUploadsABindIsNeededAndEachObjectLooksAgain)
-{
-    _loader.hide("glNamedBufferData");
-    _loader.takeLookUps();
-    BufferObject buffer(nullptr);
-    const QStringList four{"glXGetProcAddress glBufferStorage", "glXGetProcAddress glNamedBufferData",
-                           "glXGetProcAddress glNamedBufferStorage",
-                           "glXGetProcAddress glNamedBufferSubData"};
-    EXPECT_EQ(four, _loader.takeLookUps());
-    const BufferObject wrapper(buffer.getBO(), nullptr);
-    EXPECT_EQ(four, _loader.takeLookUps());
-    EXPECT_FALSE(upload(buffer));
-    EXPECT_TRUE(reported("0u != this->_boBountTarget: Buffer Object is not bound on upload"));
-    EXPECT_EQ(0, buffer.valueCount());
-    buffer.setTarget(GL_ARRAY_BUFFER);
-    const AutoBinder binder(&buffer);
-    EXPECT_TRUE(upload(buffer));
-    EXPECT_TRUE(buffer.isBindNeededForUpload());
-}
-
-TEST_F(BufferObjectTest, StorageIsFilledByNameAndLeavesTheScratchTargetUnbound)
-{
-    BufferObject buffer(nullptr);
-    expectStorage(buffer);
-    EXPECT_EQ(0, integerOf(GL_UNIFORM_BUFFER_BINDING));
-}
-
-TEST_F(BufferObjectTest, StorageIsMadeByNameIfThatIsTheOnlyWay)
-{
-    _loader.hide("glBufferStorage");
-    BufferObject buffer(nullptr);
-    buffer.setTarget(GL_ARRAY_BUFFER);
-    ASSERT_TRUE(buffer.bind() && buffer.unbind()); // the name becomes a buffer with its first bind
-    Tap<&glBindBuffer> binds;
-    expectStorage(buffer);
-    EXPECT_EQ(0u, binds.count());
-}
-
-TEST_F(BufferObjectTest, WithoutNamedSubUploadsThereIsNoStorage)
-{
-    _loader.hide("glNamedBufferSubData");
-    BufferObject buffer(nullptr);
-    buffer.useStorageBuffer(12, GL_DYNAMIC_STORAGE_BIT);
-    EXPECT_TRUE(buffer.isBindNeededForUpload());
-    buffer.setTarget(GL_ARRAY_BUFFER);
-    const AutoBinder binder(&buffer);
-    EXPECT_TRUE(upload(buffer)) << "immutable storage would refuse this";
 }
 
 TEST_F(BufferObjectTest, RebindSavesTheCallForOneNameAndForTheSameObject)

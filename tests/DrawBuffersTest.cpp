@@ -11,6 +11,7 @@
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <random>
 
@@ -104,15 +105,25 @@ protected:
     FakeLoader _loader;
 };
 
+using DrawBuffersOwnProcessTest = DrawBuffersTest;
+
 } // namespace
 
-TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
+TEST_F(DrawBuffersOwnProcessTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
 {
     using Log = DrawLog;
-    _loader.provide("glDrawElementsInstancedBaseVertexBaseInstance",
-                    &Log::baseInstance<GLenum, GLsizei, GLenum, const void *, GLsizei, GLint, GLuint>);
     _loader.provide("glDrawArraysInstancedBaseInstance",
                     &Log::baseInstance<GLenum, GLint, GLsizei, GLsizei, GLuint>);
+    _loader.hide("glDrawElementsInstancedBaseVertexBaseInstance");
+    EXPECT_FALSE(DrawBuffers::isBaseInstanceDrawingSupported());
+    DrawBuffers::useBaseInstanceDrawing(true);
+    const auto plain = makeUnit();
+    plain->bind();
+    EXPECT_TRUE(asserted.refused(
+        {{plain->draw(), "hasBaseInstanceEntryPoints()", "The driver has no base instance drawing"}}));
+    plain->unbind();
+    _loader.provide("glDrawElementsInstancedBaseVertexBaseInstance",
+                    &Log::baseInstance<GLenum, GLsizei, GLenum, const void *, GLsizei, GLint, GLuint>);
     const auto withID = makeProgram(kVertexSource);
     const auto withoutID = makeProgram(kAllOver);
     const AutoBinder programBinder(withID.get());
@@ -128,7 +139,7 @@ TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
         SCOPED_TRACE(step);
         ShaderProgram *const program = programs[below(3)];
         const bool isBound = below(9) != 0;
-        const bool hasPrimitive = below(9) != 0;
+        const GLenum primitive = std::array<GLenum, 4>{GLenum(-1), GL_QUADS, GL_LINES, GL_POINTS}[below(4)];
         const bool isIndexed = below(2) == 0;
         const bool usesBase = below(4) == 0;
         const bool isInstanced = below(4) == 0;
@@ -153,7 +164,7 @@ TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
         DrawBuffers unit(nullptr);
         isBound || below(2) == 0 ? unit.setVAO(array) : void();
         isBound ? array->bind() : false;
-        hasPrimitive ? unit.setPrimitiveType(GL_LINES) : void();
+        unit.setPrimitiveType(primitive);
         unit.setIndexedDraw(isIndexed ? indices : nullptr, count, type);
         unit.setVertexCount(unsigned(vertices));
         unit.setInstanceCount(instances);
@@ -162,7 +173,7 @@ TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
         unit.setIndexBufferOffset(static_cast<unsigned long>(offset));
         unit.setDrawElementsIndirectCommands(commands.constData(), commands.size());
         DrawBuffers::useBaseInstanceDrawing(usesBase);
-        _capture.take(); // a message about type 0
+        _capture.take(); // messages on type 0 and on GL_QUADS
         counters();
         Log::calls.clear();
         const bool result = isInstanced ? unit.drawInstanced(instances) : unit.draw(program, numbers);
@@ -183,7 +194,7 @@ TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
             std::find_if_not(chosen.begin(), chosen.end(), [&](int i) { return all.contains(i); });
         if (!isBound) {
             refuse("true == this->_vao->isBound()", "Vertex Array Object is not bound on draw");
-        } else if (!hasPrimitive) {
+        } else if (primitive == GLenum(-1)) {
             refuse("GLenum(-1) != this->_primitiveType", "Primitive type is not setup on draw");
         } else if (!isInstanced && !commands.isEmpty()) {
             if (usesBase) {
@@ -196,9 +207,9 @@ TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
             } else {
                 for (const int i : numbers != nullptr ? chosen : all) {
                     const DrawElementsIndirectCommand &c = commands.at(i);
-                    draw(
-                        i, c.count,
-                        text("base vertex", GL_LINES, c.count, type, c.firstIndex * indexSize, c.baseVertex));
+                    draw(i, c.count,
+                         text("base vertex", primitive, c.count, type, c.firstIndex * indexSize,
+                              c.baseVertex));
                 }
             }
         } else if (isIndexed && type == 0) {
@@ -208,21 +219,24 @@ TEST_F(DrawBuffersTest, RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused)
         } else if (!isIndexed && vertices == 0) {
             refuse("0 != this->_vertexCount", "Index count is not setup on draw");
         } else if (isInstanced) {
-            calls += isIndexed ? text("elements instanced", GL_LINES, count, type, 0, instances)
-                               : text("arrays instanced", GL_LINES, 0, vertices, instances);
+            calls += isIndexed ? text("elements instanced", primitive, count, type, 0, instances)
+                               : text("arrays instanced", primitive, 0, vertices, instances);
         } else if (usesBase) {
-            calls += isIndexed ? text("base instance", GL_LINES, count, type, offset, instances, baseVertex,
+            calls += isIndexed ? text("base instance", primitive, count, type, offset, instances, baseVertex,
                                       firstID)
-                               : text("base instance", GL_LINES, baseVertex, vertices, instances, firstID);
+                               : text("base instance", primitive, baseVertex, vertices, instances, firstID);
             counts = {1, 1, isIndexed ? count : 0};
         } else {
             const QString elements = baseVertex != 0
-                                         ? text("base vertex", GL_LINES, count, type, offset, baseVertex)
-                                         : text("elements", GL_LINES, count, type, offset);
+                                         ? text("base vertex", primitive, count, type, offset, baseVertex)
+                                         : text("elements", primitive, count, type, offset);
             for (int i = 0; i < instances; ++i) {
-                draw(i, isIndexed ? count : 0, isIndexed ? elements : text("arrays", GL_LINES, 0, vertices));
+                draw(i, isIndexed ? count : 0, isIndexed ? elements : text("arrays", primitive, 0, vertices));
             }
         }
+        const bool hasSome = commands.isEmpty() ? (isIndexed ? count : vertices) != 0
+                                                : numbers == nullptr || !chosen.isEmpty();
+        EXPECT_EQ(hasSome, unit.willDraw(program, numbers));
         EXPECT_EQ(refusal.isEmpty(), result);
         EXPECT_EQ(calls, Log::calls);
         EXPECT_EQ(counts, counters());
@@ -246,45 +260,8 @@ TEST_F(DrawBuffersTest, DoubtfulSettingsAreReportedAndStored)
     EXPECT_MESSAGES(asserted("true == this->_vao.isNull()", "Vertex Array Object is already set"),
                     asserted("GL_QUADS != primitiveType", "GL_QUADS is not allowed"));
     EXPECT_EQ(second, unit.VAO());
-    unit.setVertexCount(4);
-    const AutoBinder binder(second);
-    const DrawLog log;
-    EXPECT_TRUE(unit.draw(makeProgram(kAllOver).get()));
-    EXPECT_EQ(text("arrays", GL_QUADS, 0, 4), DrawLog::calls.takeLast());
     unit.clear();
     EXPECT_TRUE(unit.VAO().isNull());
-}
-
-TEST_F(DrawBuffersTest, WithoutEntryPointsBaseInstanceIsRefused)
-{
-    _loader.hide("glDrawElementsInstancedBaseVertexBaseInstance");
-    EXPECT_FALSE(DrawBuffers::isBaseInstanceDrawingSupported());
-    DrawBuffers::useBaseInstanceDrawing(true);
-    const auto unit = makeUnit();
-    unit->setVertexCount(3);
-    const AutoBinder binder(unit.get());
-    EXPECT_TRUE(asserted.refused(
-        {{unit->draw(), "hasBaseInstanceEntryPoints()", "The driver has no base instance drawing"}}));
-}
-
-TEST_F(DrawBuffersTest, OnlyAUnitThatHasSomethingWillDraw)
-{
-    const QVector<int> none;
-    const QVector<int> some{1};
-    const auto commands = makeCommandUnit();
-    EXPECT_TRUE(commands->willDraw(nullptr, nullptr));
-    EXPECT_TRUE(commands->willDraw(nullptr, &some));
-    EXPECT_FALSE(commands->willDraw(nullptr, &none));
-    EXPECT_EQ(184u + 56u + 96u + 4 * (3 + 5 * 3) + 8 * 3, commands->memoryEstimateCPU());
-    EXPECT_EQ(0u, commands->memoryEstimateGPU());
-    const auto unit = makeUnit();
-    EXPECT_FALSE(unit->willDraw(nullptr, nullptr));
-    unit->setVertexCount(3);
-    EXPECT_TRUE(unit->willDraw(nullptr, nullptr));
-    unit->setIndexedDraw(makeIndexBuffer(), 0, GL_UNSIGNED_SHORT);
-    EXPECT_FALSE(unit->willDraw(nullptr, nullptr));
-    unit->setIndexedDraw(unit->indexBO(), 6, GL_UNSIGNED_SHORT);
-    EXPECT_TRUE(unit->willDraw(nullptr, &none)) << "numbers of commands mean nothing here";
 }
 
 TEST_F(DrawBuffersTest, RebindSwitchesWithTheFewestCalls)
@@ -355,7 +332,7 @@ TEST_F(DrawBuffersTest, TheIndirectPathIsDormantUntilTheHostBindsABuffer)
     EXPECT_EQ((std::vector<qint64>{1, 3, 18}), counters());
 }
 
-TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
+TEST_F(DrawBuffersTest, CommandsReachShadersInStd140AndCountAsMemory)
 {
     const auto unit = makeCommandUnit();
     const QSharedPointer<UniformBufferObject> uniforms =
@@ -365,6 +342,8 @@ TEST_F(DrawBuffersTest, CommandsReachShadersInStd140)
     EXPECT_EQ(3, buffer->valueCount());
     EXPECT_EQ(32u, buffer->valueSize());
     EXPECT_EQ((std::vector<quint32>{6, 9, 3, 10, 9, 0, 0, 0}), contentsOf<quint32>(*buffer, 8, 32));
+    EXPECT_EQ(184u + 56u + 96u + 3 * 32u, unit->memoryEstimateCPU());
+    EXPECT_EQ(0u, unit->memoryEstimateGPU());
 }
 
 TEST_F(DrawBuffersTest, EachDrawIDReachesTheShaderOnEitherPath)

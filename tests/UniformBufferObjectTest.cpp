@@ -12,12 +12,13 @@ using namespace Orvane::Zel;
 
 namespace {
 
-using BaseCall = std::tuple<GLenum, GLuint, GLuint>;
+using BaseCalls = std::vector<std::tuple<GLenum, GLuint, GLuint>>;
 
 const char kVertexSource[] = "#version 150\n"
                              "layout (std140) uniform First { vec4 first; };\n"
                              "layout (std140) uniform Second { vec4 second; };\n"
                              "void main() { gl_Position = first + second; }\n";
+const char kNoPoint[] = "warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings";
 const AssertionsOf asserted("UniformBufferObject.cpp");
 
 QSharedPointer<BufferObject> makeFilled(GLenum target = GL_UNIFORM_BUFFER)
@@ -37,12 +38,15 @@ GLint blockBinding(const ShaderProgram &program, const char *block)
     return binding;
 }
 
-/// The calls of glBindBuffersBase.
-std::vector<std::tuple<GLenum, GLuint, std::vector<GLuint>>> gMultiBinds;
+/// Each call of glBindBuffersBase, as the calls of glBindBufferBase that it replaces.
+std::vector<BaseCalls> gMultiBinds;
 
 void APIENTRY recordMultiBind(GLenum target, GLuint first, GLsizei count, const GLuint *buffers)
 {
-    gMultiBinds.emplace_back(target, first, std::vector<GLuint>(buffers, buffers + count));
+    gMultiBinds.emplace_back();
+    for (GLuint i = 0; i < GLuint(count); ++i) {
+        gMultiBinds.back().emplace_back(target, first + i, buffers[i]);
+    }
 }
 
 /// As many objects of a block, each with a buffer of its own.
@@ -55,19 +59,22 @@ std::vector<std::unique_ptr<UniformBufferObject>> makeObjects(int count, GLenum 
     return objects;
 }
 
-class UniformBufferObjectTest : public GLTest
+void unbindAll(const std::vector<std::unique_ptr<UniformBufferObject>> &objects)
 {
-protected:
-    FakeLoader _loader;
-};
+    for (const auto &object : objects) {
+        EXPECT_TRUE(object->unbind(nullptr));
+    }
+}
+
+using UniformBufferObjectTest = GLTest;
+using UniformBufferObjectOwnProcessTest = GLTest; // a context looks the entry points up once
 
 } // namespace
 
-TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
+TEST_F(UniformBufferObjectTest, WrongUsesAreReportedAndOddBuffersAreBoundAnyway)
 {
     UniformBufferObject empty("First", {}, nullptr);
-    EXPECT_FALSE(empty.bind());
-    EXPECT_FALSE(empty.unbind());
+    EXPECT_FALSE(empty.bind() || empty.unbind());
     const char *const noProgram = "warning [UniformBufferObject.cpp:#] No ShaderProgram is bound";
     EXPECT_MESSAGES(noProgram, noProgram);
     const char *const hasBuffer = "!this->_bufferObject.isNull()";
@@ -85,19 +92,15 @@ TEST_F(UniformBufferObjectTest, WrongUsesAreReported)
     EXPECT_EQ(56u + 5u + 96u, unbound.memoryEstimateCPU());
     EXPECT_EQ(16u, unbound.memoryEstimateGPU());
     EXPECT_EQ(2, UniformBufferObject::NumAlive());
-}
 
-TEST_F(UniformBufferObjectTest, OtherTargetsAndEmptyBuffersAreReportedAndBoundAnyway)
-{
-    const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
-    UniformBufferObject object("First", buffer, nullptr);
+    UniformBufferObject odd("First", makeBuffer(GL_ARRAY_BUFFER), nullptr);
     Tap<&glBindBufferBase> binds;
-    EXPECT_TRUE(object.bind(nullptr));
+    EXPECT_TRUE(odd.bind(nullptr));
     EXPECT_MESSAGES("debug Unknown Uniforma b uffer type 0x8892",
                     asserted("_bufferObject->valueCount() * _bufferObject->valueSize() != 0",
                              "glBindBufferRange() cannot take 0 as a size (0,0)"));
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 0, buffer->getBO()}}), binds.calls());
-    EXPECT_TRUE(object.unbind(nullptr));
+    EXPECT_EQ((BaseCalls{{GL_UNIFORM_BUFFER, 0, odd.bufferObject()->getBO()}}), binds.calls());
+    EXPECT_TRUE(odd.unbind(nullptr));
     EXPECT_MESSAGES("debug Unknown Uniforma b uffer type 0x8892");
 }
 
@@ -126,8 +129,8 @@ TEST_F(UniformBufferObjectTest, ABufferHoldsItsPointUntilItsLastUserIsGone)
     binds.clear();
     EXPECT_TRUE(second.unbind());
     EXPECT_TRUE(second.unbind()) << "one too many is no fault";
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, 0}}), binds.calls());
-    EXPECT_TRUE(lowest[0]->unbind(nullptr) && lowest[1]->unbind(nullptr));
+    EXPECT_EQ((BaseCalls{{GL_UNIFORM_BUFFER, 1, 0}}), binds.calls());
+    unbindAll(lowest);
 }
 
 TEST_F(UniformBufferObjectTest, AProgramKeepsThePointsOfItsBlocks)
@@ -136,26 +139,21 @@ TEST_F(UniformBufferObjectTest, AProgramKeepsThePointsOfItsBlocks)
     UniformBufferObject first("First", makeFilled(), nullptr);
     UniformBufferObject second("Second", makeFilled(), nullptr);
     UniformBufferObject absent("Absent", makeFilled(), nullptr);
+    ShaderProgram *const p = program.get();
     Tap<&glUniformBlockBinding> settings;
-
-    EXPECT_TRUE(first.bind(program.get()));
-    EXPECT_TRUE(second.bind(program.get()));
+    EXPECT_TRUE(first.bind(p) && second.bind(p));
     EXPECT_EQ(1u, settings.count()) << "First has point 0 from the start";
-    EXPECT_EQ(0, blockBinding(*program, "First"));
-    EXPECT_EQ(1, blockBinding(*program, "Second"));
-    EXPECT_TRUE(first.unbind(program.get()));
-    EXPECT_TRUE(second.unbind(program.get()));
+    EXPECT_EQ(0, blockBinding(*p, "First"));
+    EXPECT_EQ(1, blockBinding(*p, "Second"));
 
-    EXPECT_TRUE(second.bind(program.get())) << "in the other order";
+    EXPECT_TRUE(first.unbind(p) && second.unbind(p) && second.bind(p)) << "in the other order";
     EXPECT_EQ(1u, second.uniformBlockBinding()) << "its own point, though 0 is free";
-    EXPECT_TRUE(absent.bind(program.get()));
+    EXPECT_TRUE(absent.bind(p));
     EXPECT_EQ(0u, absent.uniformBlockBinding()) << "a block that the program lacks takes the lowest";
     EXPECT_EQ(1u, settings.count());
-    EXPECT_TRUE(first.bind(program.get()));
-    EXPECT_EQ(2, blockBinding(*program, "First")) << "its own point is taken";
-    for (UniformBufferObject *object : {&first, &second, &absent}) {
-        EXPECT_TRUE(object->unbind(program.get()));
-    }
+    EXPECT_TRUE(first.bind(p));
+    EXPECT_EQ(2, blockBinding(*p, "First")) << "its own point is taken";
+    EXPECT_TRUE(first.unbind(p) && second.unbind(p) && absent.unbind(p));
 }
 
 TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
@@ -166,67 +164,54 @@ TEST_F(UniformBufferObjectTest, WhenAllPointsAreTakenOnlyTheirHoldersBind)
     for (const auto &object : objects) {
         EXPECT_EQ(object != objects.back(), object->bind(nullptr));
     }
-    EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings");
+    EXPECT_MESSAGES(kNoPoint);
     EXPECT_EQ(unsigned(count - 1), objects[size_t(count) - 1]->uniformBlockBinding());
-    EXPECT_TRUE(objects.front()->bind(nullptr));
-    EXPECT_TRUE(objects.front()->unbind(nullptr));
-
-    EXPECT_TRUE(objects[3]->unbind(nullptr));
-    EXPECT_TRUE(objects.back()->bind(nullptr));
+    EXPECT_TRUE(objects.front()->bind(nullptr) && objects.front()->unbind(nullptr));
+    EXPECT_TRUE(objects[3]->unbind(nullptr) && objects.back()->bind(nullptr));
     EXPECT_EQ(3u, objects.back()->uniformBlockBinding()) << "the one that came free";
-    for (const auto &object : objects) {
-        EXPECT_TRUE(object->unbind(nullptr));
-    }
+    unbindAll(objects);
 }
 
-TEST_F(UniformBufferObjectTest, ABatchIsOneCallForEachKind)
+TEST_F(UniformBufferObjectOwnProcessTest, ABatchIsOneCallForEachKindOrOneForEachPointOfItsRange)
 {
-    ZEL_NEEDS_EXTENSION("GL_ARB_shader_storage_buffer_object");
-    gMultiBinds.clear();
-    _loader.provide("glBindBuffersBase", &recordMultiBind);
-    auto objects = makeObjects(3);
-    objects.push_back(std::move(makeObjects(1, GL_SHADER_STORAGE_BUFFER).front()));
-    Tap<&glBindBufferBase> binds;
-    UniformBufferObject::bindBatchStart();
-    for (const auto &object : objects) {
-        EXPECT_TRUE(object->bind(nullptr));
-    }
-    EXPECT_EQ(0u, objects[3]->uniformBlockBinding()) << "storage blocks count for themselves";
-    EXPECT_EQ(0u, binds.count());
-    EXPECT_TRUE(objects[1]->unbind(nullptr));
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, 0}}), binds.calls())
-        << "an unbind is never deferred";
-    UniformBufferObject::bindBatchFlush();
-    UniformBufferObject::bindBatchStart();
-    UniformBufferObject::bindBatchFlush(); // an empty batch makes no call
-
-    const auto name = [&](size_t index) { return objects[index]->bufferObject()->getBO(); };
-    EXPECT_EQ((decltype(gMultiBinds){{GL_UNIFORM_BUFFER, 0, {name(0), 0, name(2)}},
-                                     {GL_SHADER_STORAGE_BUFFER, 0, {name(3)}}}),
-              gMultiBinds);
-    EXPECT_TRUE(objects[1]->bind(nullptr));
-    EXPECT_EQ(2u, binds.count()) << "after the flush binds are immediate again";
-    for (const auto &object : objects) {
-        EXPECT_TRUE(object->unbind(nullptr));
-    }
-}
-
-TEST_F(UniformBufferObjectTest, WithoutMultiBindABatchIsOneCallForEachPointOfItsRange)
-{
-    _loader.hide("glBindBuffersBase");
-    _loader.hide("glShaderStorageBlockBinding");
-    const auto objects = makeObjects(3);
-    EXPECT_TRUE(objects[0]->bind(nullptr));
-    UniformBufferObject::bindBatchStart();
-    EXPECT_TRUE(objects[1]->bind(nullptr));
-    EXPECT_TRUE(objects[2]->bind(nullptr));
-    Tap<&glBindBufferBase> binds;
-    UniformBufferObject::bindBatchFlush();
-    EXPECT_EQ((std::vector<BaseCall>{{GL_UNIFORM_BUFFER, 1, objects[1]->bufferObject()->getBO()},
-                                     {GL_UNIFORM_BUFFER, 2, objects[2]->bufferObject()->getBO()}}),
-              binds.calls());
-    for (const auto &object : objects) {
-        EXPECT_TRUE(object->unbind(nullptr));
+    for (const bool hasMultiBind : {true, false}) {
+        const auto context = hasMultiBind ? nullptr : TestContext::create();
+        FakeLoader loader;
+        if (hasMultiBind) {
+            loader.provide("glBindBuffersBase", &recordMultiBind);
+        } else {
+            loader.hide("glBindBuffersBase");
+            loader.hide("glShaderStorageBlockBinding");
+        }
+        const auto objects = makeObjects(4);
+        const auto storage = makeObjects(isForOpenGL32() ? 0 : 1, GL_SHADER_STORAGE_BUFFER);
+        EXPECT_TRUE(objects[0]->bind(nullptr));
+        UniformBufferObject::bindBatchStart();
+        Tap<&glBindBufferBase> binds;
+        EXPECT_TRUE(objects[1]->bind(nullptr) && objects[2]->bind(nullptr) && objects[3]->bind(nullptr));
+        std::vector<BaseCalls> ranges = {{{GL_UNIFORM_BUFFER, 1, objects[1]->bufferObject()->getBO()},
+                                          {GL_UNIFORM_BUFFER, 2, 0},
+                                          {GL_UNIFORM_BUFFER, 3, objects[3]->bufferObject()->getBO()}}};
+        for (const auto &object : storage) { // storage blocks have points of their own
+            EXPECT_TRUE(object->bind(nullptr));
+            ranges.push_back({{GL_SHADER_STORAGE_BUFFER, 0, object->bufferObject()->getBO()}});
+        }
+        EXPECT_EQ(0u, binds.count());
+        EXPECT_TRUE(objects[2]->unbind(nullptr));
+        EXPECT_EQ((BaseCalls{{GL_UNIFORM_BUFFER, 2, 0}}), binds.calls()) << "an unbind is never deferred";
+        binds.clear();
+        UniformBufferObject::bindBatchFlush();
+        UniformBufferObject::bindBatchStart();
+        UniformBufferObject::bindBatchFlush(); // an empty batch makes no call
+        BaseCalls single;
+        for (const BaseCalls &range : ranges) {
+            single.insert(single.end(), range.begin(), range.end());
+        }
+        EXPECT_EQ(hasMultiBind ? BaseCalls() : single, binds.calls());
+        EXPECT_EQ(hasMultiBind ? ranges : std::vector<BaseCalls>(), std::exchange(gMultiBinds, {}));
+        binds.clear();
+        EXPECT_TRUE(objects[2]->bind(nullptr));
+        EXPECT_EQ(1u, binds.count()) << "after the flush binds are immediate again";
     }
     const char *const report = "debug [GLUtilities.cpp:#] Failed to obtain 'glBindBuffersBase'";
     EXPECT_MESSAGES(report, report,
@@ -249,11 +234,11 @@ TEST_F(UniformBufferObjectTest, EachContextHasPointsOfItsOwnUpToItsLimits)
             const auto storage = makeObjects(2, GL_SHADER_STORAGE_BUFFER);
             EXPECT_TRUE(storage[0]->bind(nullptr) && !storage[1]->bind(nullptr)
                         && storage[0]->unbind(nullptr));
-            EXPECT_MESSAGES("warning [UniformBufferObject.cpp:#] There is no available uniformBlockBindings");
+            EXPECT_MESSAGES(kNoPoint);
         }
         EXPECT_TRUE(theirs[2]->unbind(nullptr));
     }
     makeCurrent();
     EXPECT_EQ(1u, objects[1]->uniformBlockBinding());
-    EXPECT_TRUE(objects[0]->unbind(nullptr) && objects[1]->unbind(nullptr));
+    unbindAll(objects);
 }
