@@ -57,19 +57,7 @@ TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
     EXPECT_EQ(nullptr, _builder.getVertexAttribData(1));
 }
 
-TEST_F(VertexArrayBuilderTest, AStreamIsSetUpOnceAndNotWithNothing)
-{
-    for (const unsigned count : {0u, 2u, 3u, 0u}) {
-        _builder.setVertexSpec(count, 0xFFFFFFFFu); // a hint beyond what a vector can hold
-    }
-    EXPECT_EQ(3u, _builder.getVertexStorage().getComponentCount());
-    const QString zero = asserted("0 != componentCount", "Component Count may not be 0.");
-    EXPECT_MESSAGES(
-        zero, asserted("0 == this->_componentCount", "Component Count already set to 2. Try to reset to 3"),
-        asserted("0 == this->_componentCount", "Component Count already set to 3. Try to reset to 0"), zero);
-}
-
-TEST_F(VertexArrayBuilderTest, WrongPushesAndCountsAreReportedAndTaken)
+TEST_F(VertexArrayBuilderTest, WrongPushesSpecsAndCountsAreReportedAndTaken)
 {
     const auto tooMany = [](int count, const char *data = "data") {
         return asserted(QString("%1 <= this->_componentCount").arg(count),
@@ -91,7 +79,13 @@ TEST_F(VertexArrayBuilderTest, WrongPushesAndCountsAreReportedAndTaken)
 
     EXPECT_EQ((std::vector<float>{1, 2, 3, 4}),
               std::vector<float>(_builder.getColorData(), _builder.getColorData() + 4));
-    _builder.setVertexSpec(3, 0);
+    for (const unsigned count : {0u, 2u, 3u, 0u}) {
+        _builder.setVertexSpec(count, 0xFFFFFFFFu); // a hint beyond what a vector can hold
+    }
+    const QString zero = asserted("0 != componentCount", "Component Count may not be 0.");
+    EXPECT_MESSAGES(
+        zero, asserted("0 == this->_componentCount", "Component Count already set to 2. Try to reset to 3"),
+        asserted("0 == this->_componentCount", "Component Count already set to 3. Try to reset to 0"), zero);
     EXPECT_EQ(0u, _builder.getVertexCount());
     EXPECT_MESSAGES(asserted("0 == (this->_data.size() \\% this->_componentCount)",
                              "Component Count and array Size do not match."));
@@ -106,10 +100,11 @@ TEST_F(VertexArrayBuilderTest, WrongPushesAndCountsAreReportedAndTaken)
     _builder.setColorSpec(4, 2);
     _builder.setVertexAttribSpec(1, 2, 2); // not checked
     EXPECT_EQ(2u, _builder.getVertexCount());
-    EXPECT_MESSAGES(asserted("this->_color.getComponentCount() == 0 || count == this->_color.getSize()",
-                             "Color count must match vertex count"),
-                    asserted("this->_texCoord.getComponentCount() == 0 || count == this->_texCoord.getSize()",
-                             "TexCoord count must match vertex count"),
-                    asserted("this->_normal.getComponentCount() == 0 || count == this->_normal.getSize()",
-                             "Normal count must match vertex count"));
+    const auto differs = [](const char *member, const char *name) {
+        return asserted(
+            QString("this->%1.getComponentCount() == 0 || count == this->%1.getSize()").arg(member),
+            QString("%1 count must match vertex count").arg(name));
+    };
+    EXPECT_MESSAGES(differs("_color", "Color"), differs("_texCoord", "TexCoord"),
+                    differs("_normal", "Normal"));
 }

@@ -15,7 +15,7 @@ EntryPoint<PFNGLNAMEDBUFFERSUBDATAPROC> namedBufferSubData;
 void lookUpEntryPoints()
 {
     // Required: this one decides for all four, so without it every object looks all four up again; see
-    // BufferObjectTest.WithoutNamedUploadsABindIsNeededAndEachObjectLooksAgain.
+    // BufferObjectOwnProcessTest.EachObjectLooksAgainUntilNamedUploadsAreFoundAndStorageTakesWhatThereIs.
     if (namedBufferData != nullptr) {
         return;
     }
@@ -268,7 +268,7 @@ void BufferObject::useStorageBuffer(int size, int flags)
     }
     ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL during StorageBuffer setup");
     // By target if the driver has the call: a new name becomes a buffer only when it is bound. GL_UNIFORM_BUFFER is a scratch
-    // target; see BufferObjectTest.StorageIsFilledByNameAndLeavesTheScratchTargetUnbound.
+    // target; see BufferObjectOwnProcessTest.EachObjectLooksAgainUntilNamedUploadsAreFoundAndStorageTakesWhatThereIs.
     if (bufferStorage != nullptr) {
         glBindBuffer(GL_UNIFORM_BUFFER, _bo);
         bufferStorage(GL_UNIFORM_BUFFER, size, nullptr, GLbitfield(flags));

@@ -73,7 +73,7 @@ public:
     void set(int base, int number) const
     {
         // A program without the uniform may read the ID from an attribute, or not at all; see
-        // DrawCallsTest.AProgramWithoutDrawIDGetsNone.
+        // DrawBuffersOwnProcessTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
         if (_location < 0) {
             return;
         }
@@ -309,7 +309,7 @@ bool DrawBuffers::drawInstanced(int instanceCount)
             return false;
         }
         // Required: offset 0 and no base vertex, whatever the unit has; see
-        // DrawBuffersTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
+        // DrawBuffersOwnProcessTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
         glDrawElementsInstanced(_primitiveType, _indexCount, _indexType, nullptr, instanceCount);
         return true;
     }
@@ -337,7 +337,7 @@ bool DrawBuffers::drawBaseInstance(const QVector<int> *)
         drawIndexed(_primitiveType, _indexCount, _indexType, bufferOffset(_indexBufferOffset), _instanceCount,
                     _baseVertex, GLuint(_drawIDBase));
         // Required: the indices count once, whatever the number of instances; see
-        // DrawBuffersTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
+        // DrawBuffersOwnProcessTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
         add(indices, _indexCount);
     } else {
         if (!isVertexSetUp()) {
@@ -448,7 +448,7 @@ quint64 DrawBuffers::memoryEstimateCPU() const
     bytes += _boIndex.isNull() ? 0 : _boIndex->memoryEstimateCPU();
     bytes += _boIndirect.isNull() ? 0 : _boIndirect->memoryEstimateCPU();
     // Required: 32 bytes a command, as if its count and its offset were stored beside its 20 bytes; see
-    // DrawBuffersTest.OnlyAUnitThatHasSomethingWillDraw.
+    // DrawBuffersTest.CommandsReachShadersInStd140AndCountAsMemory.
     bytes += 32 * quint64(_commandsCount);
     return bytes;
 }
@@ -484,7 +484,8 @@ bool DrawBuffers::isIndexSetUp() const
 
 bool DrawBuffers::isVertexSetUp() const
 {
-    // Required: the text says "Index" here too; see DrawBuffersTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
+    // Required: the text says "Index" here too; see
+    // DrawBuffersOwnProcessTest.RandomUnitsAreDrawnByTheCallsOfTheirSettingsOrRefused.
     ZEL_ASSERT_RETURN(0 != this->_vertexCount, false, "Index count is not setup on draw");
     return true;
 }

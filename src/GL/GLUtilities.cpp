@@ -70,7 +70,7 @@ const Word kDebugSeverities[] = {
     {GL_DEBUG_SEVERITY_NOTIFICATION, "notification"},
 };
 
-// Required: these words, including the code without an error; see GLErrorTest.EveryCodeHasItsWords.
+// Required: these words, including the code without an error; see GLErrorTest.AtMostTenErrorsAreLoggedByOneCallEachByName.
 const Word kErrors[] = {
     {GL_NO_ERROR, "no error"},           {GL_INVALID_ENUM, "invalid enum"},
     {GL_INVALID_VALUE, "invalid value"}, {GL_INVALID_OPERATION, "invalid operation"},
@@ -222,7 +222,7 @@ bool initializeGLDebugging()
         return false;
     }
     // Both functions are looked up before the first call, so that a driver with one of them changes nothing; see
-    // GLDebuggingTest.AllIsSwitchedOnButGroupsAndOneMessageOrNothingWhereAFunctionIsMissing.
+    // GLDebuggingTest.AllButGroupsAndOneMessageIsSwitchedOnOrNothingIfAFunctionIsMissing.
     const auto messageCallback = reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKARBPROC>(
         getGLProcAddress("glDebugMessageCallbackARB", false));
     if (messageCallback == nullptr) {
@@ -271,7 +271,7 @@ bool hasGLExtension(const char *name)
     const QString wanted = QString::fromLatin1(name);
     const QString prefix = QStringLiteral("GL_");
     // Callers name extensions with and without the prefix; see
-    // GLUtilitiesTest.AnExtensionIsFoundInEitherSpellingAndReadOncePerContextWhichAnswersForItself.
+    // GLUtilitiesOwnProcessTest.AnExtensionIsFoundInEitherSpellingAndReadOncePerContext.
     const QString otherSpelling = wanted.startsWith(prefix) ? wanted.mid(prefix.size()) : prefix + wanted;
     return extensions.contains(wanted) || extensions.contains(otherSpelling);
 }
@@ -283,7 +283,7 @@ bool openGlVersionSupported(int major, int minor)
     if (contextMajor != major) {
         return contextMajor > major;
     }
-    // Queried only if it decides; see GLUtilitiesTest.TheVersionTestAsksForTheMinorVersionOnlyWhereTheMajorIsEqual.
+    // Queried only if it decides; see GLUtilitiesTest.TheVersionTestQueriesTheMinorVersionOnlyIfTheMajorIsEqual.
     return integerFromGL(GL_MINOR_VERSION) >= minor;
 }
 

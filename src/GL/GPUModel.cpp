@@ -17,7 +17,7 @@ using Drawable = GPUModel::Drawable;
 
 constexpr int kNotSingle = -2; ///< differs from all transforms and from kInvalidTransformRef
 
-/// In the order in which clear() deletes them; see GPUModelTest.WhatIsRemovedIsDeletedInOrderUnlessAnotherDrawableUsesIt.
+/// In the order in which clear() deletes them; see GPUModelTest.WhatIsReplacedOrClearedIsDeletedInOrderUnlessADrawableUsesIt.
 std::array<QObject *, 3> objectsOf(const Drawable &drawable)
 {
     return {drawable.drawBuffers, drawable.materialData, drawable.objectData};

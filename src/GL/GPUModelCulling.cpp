@@ -68,8 +68,8 @@ const GPUModel::BoundingBox &GPUModel::sceneBounds()
             if (isCulled(drawable, command) || !isValidBoundingBox(ref)) {
                 continue;
             }
-            // Required: the box as stored, in its own space; see GPUModelTest.MarksCountsAndBoundsAgreeOverARandomSequence, whose
-            // boxes have transforms.
+            // Required: the box as stored, in its own space; see
+            // GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre, whose boxes have transforms.
             const BoundingBox &box = _boundingBoxes.at(ref);
             bounds.minX = std::min(bounds.minX, box.minX);
             bounds.minY = std::min(bounds.minY, box.minY);

@@ -117,7 +117,7 @@ public:
                 continue;
             }
             // 2. Winding and stencil, where they differ. A two-sided drawable turns off culling for itself alone; see
-            //    GPUModelDrawTest.WindingFollowsTheDrawableAndCommandsTheirHandednessAndDistance.
+            //    GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre.
             const WindingType winding =
                 (candidate->flags & kFlagTwoSided) != 0 ? Zel::eWindingOff : request.winding;
             if (winding != _winding) {
@@ -244,7 +244,7 @@ bool GPUModel::draw(ShaderProgram *program, TextureManager *textureManager, cons
     }
 
     // 3. Nothing stays bound. Required: face culling ends disabled, whatever it was before; see
-    //    GPUModelDrawTest.WindingFollowsTheDrawableAndCommandsTheirHandednessAndDistance.
+    //    GPUModelTest.ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre.
     pass.bindings().unbindData();
     if (!stencilWasEnabled) {
         glDisable(GL_STENCIL_TEST);

@@ -49,7 +49,7 @@ void flushBatch(UBOContextData &points)
                                  points.bufferIDs.data() + points.batchFirst);
     } else if (points.batchLast != -1) {
         // The whole range, untouched points included, as glBindBuffersBase() binds it; see
-        // UniformBufferObjectTest.WithoutMultiBindABatchIsOneCallForEachPointOfItsRange.
+        // UniformBufferObjectOwnProcessTest.ABatchIsOneCallForEachKindOrOneForEachPointOfItsRange.
         for (int binding = points.batchFirst; binding <= points.batchLast; ++binding) {
             glBindBufferBase(points.target, GLuint(binding), points.bufferIDs[size_t(binding)]);
         }
@@ -203,7 +203,7 @@ bool UniformBufferObject::bind(ShaderProgram *program)
     uboContextData.bufferIDs[binding] = bufferObjectID;
 
     // 3. The bind. In a batch only the point is recorded: one call binds all of them at the flush; see
-    // UniformBufferObjectTest.ABatchIsOneCallForEachKind.
+    // UniformBufferObjectOwnProcessTest.ABatchIsOneCallForEachKindOrOneForEachPointOfItsRange.
     if (uboContextData.batchFirst == -1) {
         ZEL_ASSERT(_bufferObject->valueCount() * _bufferObject->valueSize() != 0,
                    "glBindBufferRange() cannot take 0 as a size (%d,%d)", _bufferObject->valueCount(),

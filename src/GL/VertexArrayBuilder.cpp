@@ -24,11 +24,11 @@ void VertexArrayBuilderStorage::setSpec(unsigned componentCount, unsigned vertex
 }
 
 // Required: the pushes report a missing or smaller spec, and store the data anyway; see
-// VertexArrayBuilderTest.PushesBeyondTheSpecAreToldAndTaken.
+// VertexArrayBuilderTest.WrongPushesSpecsAndCountsAreReportedAndTaken.
 void VertexArrayBuilderStorage::pushData(float x)
 {
     ZEL_ASSERT(0 != this->_componentCount, "Component Count must be setup before data is pushed");
-    // Required: "sdata", in this message only; see VertexArrayBuilderTest.WrongPushesAndCountsAreReportedAndTaken.
+    // Required: "sdata", in this message only; see VertexArrayBuilderTest.WrongPushesSpecsAndCountsAreReportedAndTaken.
     ZEL_ASSERT(1 <= this->_componentCount, "Component Count is not large enough for the sdata being pushed");
     _data << x;
 }
@@ -147,7 +147,7 @@ void VertexArrayBuilder::_ptrc_glVertexAttrib3f(unsigned index, float x, float y
 unsigned VertexArrayBuilder::getVertexCount() const
 {
     // The positions decide. Generic attributes are not compared, since their indices have no fixed meaning; see
-    // VertexArrayBuilderTest.CountsMustMatchWhereAStreamIsSetUp.
+    // VertexArrayBuilderTest.WrongPushesSpecsAndCountsAreReportedAndTaken.
     const unsigned count = _vertex.getSize();
     ZEL_ASSERT(this->_color.getComponentCount() == 0 || count == this->_color.getSize(),
                "Color count must match vertex count");

@@ -228,7 +228,7 @@ bool VertexArrayObject::upload(const QString &name, QSharedPointer<BufferObject>
 {
     ZEL_ASSERT_RETURN(NULL != bufferObj, false, "Must Supply a valid BO pointer");
     // The sizes are checked before the bind, so that a refused call changes no GL state; see
-    // VertexArrayObjectTest.UploadFillsAndRegistersOnlyWhatIsWhole.
+    // VertexArrayObjectTest.OnlyWholeVerticesReachTheBufferOfAName.
     if (!isWholeVertices(valueCount, valuesPerVertex) || !bindForUpload(*bufferObj)) {
         return false;
     }
