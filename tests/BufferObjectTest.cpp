@@ -15,16 +15,6 @@ namespace {
 const AssertionsOf asserted("BufferObject.cpp");
 const std::vector<float> kThree = {1.0f, 2.0f, 3.0f};
 
-/// Takes the messages of assertions, one line each: "condition: text".
-testing::AssertionResult reported(const QString &lines)
-{
-    std::vector<ExpectedMessage> expected;
-    for (const QString &line : lines.trimmed().split('\n')) {
-        expected.emplace_back(asserted(line.section(": ", 0, 0), line.section(": ", 1)));
-    }
-    return takeMessages(expected);
-}
-
 class BufferObjectTest : public GLTest
 {
 protected:
@@ -54,7 +44,7 @@ TEST_F(BufferObjectOwnProcessTest, EachObjectLooksAgainUntilNamedUploadsAreFound
     EXPECT_EQ(four, _loader.takeLookUps());
     buffer.useStorageBuffer(12, 0); // without effect: immutable storage would refuse the upload below
     EXPECT_FALSE(upload(buffer));
-    EXPECT_TRUE(reported("0u != this->_boBountTarget: Buffer Object is not bound on upload"));
+    EXPECT_TRUE(asserted.reported("0u != this->_boBountTarget: Buffer Object is not bound on upload"));
     EXPECT_EQ(0, buffer.valueCount());
     buffer.setTarget(GL_ARRAY_BUFFER);
     const AutoBinder binder(&buffer);
@@ -82,7 +72,7 @@ TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
     auto buffer = std::make_unique<BufferObject>(nullptr);
     GLuint name = buffer->getBO();
     EXPECT_FALSE(buffer->create() || buffer->bind() || buffer->unbind() || buffer->map(GL_READ_ONLY));
-    EXPECT_TRUE(reported(R"(
+    EXPECT_TRUE(asserted.reported(R"(
 0u == this->_bo: Buffer Object is not NULL on create
 0u != this->_target: Buffer Object's target is not set when bind() is called
 0u != this->_boBountTarget: Buffer Object is not bound on unbind
@@ -92,7 +82,7 @@ TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
     EXPECT_FALSE(buffer->bind() || buffer->destroy());
     EXPECT_EQ(GLint(name), integerOf(GL_ARRAY_BUFFER_BINDING));
     buffer.reset(); // leaks its name: the ledger would report a second delete
-    EXPECT_TRUE(reported(R"(
+    EXPECT_TRUE(asserted.reported(R"(
 0u == this->_boBountTarget: Buffer Object is already bound on bind to target 34962
 0u == this->_boBountTarget: Buffer Object is already bound on destroy to target 34962
 0u == this->_boBountTarget: Buffer Object is already bound on destroy to target 34962)"));
@@ -106,18 +96,15 @@ TEST_F(BufferObjectTest, WrongOrdersAreReportedAndChangeNothing)
     EXPECT_EQ(2, ledger().alive(GLLedger::eBuffer)) << "a wrapper must not delete the name";
     EXPECT_EQ(96u, owner.memoryEstimateCPU());
     glDeleteBuffers(1, &name);
-}
 
-TEST_F(BufferObjectTest, WithoutANameEveryUseIsReported)
-{
-    BufferObject buffer(0, nullptr);
+    BufferObject none(0, nullptr);
     Tap<&glUnmapBuffer> unmaps;
     unmaps.replace([](GLenum) { return GLboolean(GL_FALSE); });
-    EXPECT_TRUE(buffer.destroy());
-    EXPECT_FALSE(buffer.bind() || buffer.unbind() || upload(buffer) || buffer.subUpload(kThree.data(), 3, 0)
-                 || buffer.map(GL_READ_ONLY) || buffer.unmap());
+    EXPECT_TRUE(none.destroy());
+    EXPECT_FALSE(none.bind() || none.unbind() || upload(none) || none.subUpload(kThree.data(), 3, 0)
+                 || none.map(GL_READ_ONLY) || none.unmap());
     EXPECT_EQ(1u, unmaps.count()) << "an unmap is attempted even on a doubtful object";
-    EXPECT_TRUE(reported(R"(
+    EXPECT_TRUE(asserted.reported(R"(
 0u != this->_bo: Buffer Object is NULL on bind
 0u != this->_bo: Buffer Object is NULL on unbind
 0u != this->_bo: Buffer Object is NULL on upload
@@ -192,7 +179,7 @@ TEST_F(BufferObjectTest, EveryUploadFillsABoundObjectByTargetAndAnUnboundOneByNa
                  || buffer.uploadArbitraryData("", 3, GL_STATIC_DRAW, 0));
     EXPECT_EQ(9u, buffer.memoryEstimateGPU());
     EXPECT_EQ(2u, byTarget.count());
-    EXPECT_TRUE(reported(R"(
+    EXPECT_TRUE(asserted.reported(R"(
 0 != valueCount: Buffer Object needs more and 0 values during upload
 0 < valueCount: Buffer Object needs more and 0 values during upload
 0 != valueSize: Buffer Object needs more and 0 value size during upload)"));
@@ -210,7 +197,7 @@ TEST_F(BufferObjectTest, SubUploadEndsExactlyAtTheEnd)
                  || buffer.subUpload(two, -1) || buffer.subUpload({}, 0)
                  || buffer.subUpload(two.data(), -1, 1));
     EXPECT_EQ((std::vector<float>{1.0f, 8.0f, 9.0f}), contentsOf<float>(buffer, 3));
-    EXPECT_TRUE(reported(R"(
+    EXPECT_TRUE(asserted.reported(R"(
 0u != this->_boBountTarget: Buffer Object is not bound on upload
 offset + valueCount <= _valueCount: Buffer Object is not large enough to hold data
 offset + valueCount <= _valueCount: Buffer Object is not large enough to hold data
@@ -258,7 +245,7 @@ TEST_F(BufferObjectTest, RebindRefusesWhatDoesNotFitAndLeavesTheOldObjectBound)
     EXPECT_FALSE(other.rebind(&bound, false));
     other.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 0, 0, 4);
     EXPECT_FALSE(other.rebind(&bound, false));
-    EXPECT_TRUE(reported(R"(
+    EXPECT_TRUE(asserted.reported(R"(
 0u != this->_target: Buffer Object's target is not set when bind() is called
 0u != bufferObjectBound->_boBountTarget: Bound Buffer Object is not already bound to target 0
 0u == this->_boBountTarget: Buffer Object is already bound on bind to target 34962
@@ -267,7 +254,7 @@ _target == bufferObjectBound->_boBountTarget: Bound Buffer Object target 0 is no
     other.setIndexedTarget(GL_ARRAY_BUFFER, 0, 0, 4);
     EXPECT_MESSAGES(startsWith("critical [BufferObject.cpp:#] Cannot use setIndexedTarget()"));
     EXPECT_FALSE(other.rebind(&bound, false));
-    EXPECT_TRUE(reported("_useBindBufferRange == bufferObjectBound->_useBindBufferRange: "
-                         "Bound BO useRange does not match the rebind Buffer Object"));
+    EXPECT_TRUE(asserted.reported("_useBindBufferRange == bufferObjectBound->_useBindBufferRange: "
+                                  "Bound BO useRange does not match the rebind Buffer Object"));
     EXPECT_TRUE(third.unbind() && bound.unbind());
 }

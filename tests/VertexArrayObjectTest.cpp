@@ -27,28 +27,30 @@ TEST_F(VertexArrayObjectTest, TheNameComesWithTheFirstBindAndStaysWhereABoundObj
 {
     auto vao = std::make_unique<VertexArrayObject>(nullptr);
     EXPECT_TRUE(vao->destroy());
-    EXPECT_TRUE(
-        asserted.refused({{vao->isBound(), "0u != this->_vao", "Vertex Array Object is NULL on isBound"},
-                          {vao->unbind(), "0u != this->_vao", "Vertex Array Object is NULL on unbind"}}));
+    EXPECT_FALSE(vao->isBound() || vao->unbind());
+    EXPECT_TRUE(asserted.reported(R"(
+0u != this->_vao: Vertex Array Object is NULL on isBound
+0u != this->_vao: Vertex Array Object is NULL on unbind)"));
     EXPECT_EQ(0u, vao->getVAO());
     EXPECT_TRUE(vao->bind() && vao->isBound());
     GLuint name = vao->getVAO();
     EXPECT_EQ(GLint(name), integerOf(GL_VERTEX_ARRAY_BINDING));
-    EXPECT_TRUE(asserted.refused(
-        {{vao->bind(), "false == this->_vaoBound", "Vertex Array Object is already bound on bind"},
-         {vao->create(), "0u == this->_vao", "Vertex Array Object is not NULL on create"}}));
+    EXPECT_FALSE(vao->bind() || vao->create());
     EXPECT_TRUE(vao->unbind());
     EXPECT_EQ(0, integerOf(GL_VERTEX_ARRAY_BINDING));
-    EXPECT_TRUE(asserted.refused(
-        {{vao->unbind(), "true == this->_vaoBound", "Vertex Array Object is not bound on unbind"}}));
+    EXPECT_FALSE(vao->unbind());
+    EXPECT_TRUE(asserted.reported(R"(
+false == this->_vaoBound: Vertex Array Object is already bound on bind
+0u == this->_vao: Vertex Array Object is not NULL on create
+true == this->_vaoBound: Vertex Array Object is not bound on unbind)"));
 
     EXPECT_TRUE(vao->bind());
     vao.reset();
     EXPECT_EQ(0, VertexArrayObject::NumAlive());
-    EXPECT_MESSAGES(
-        asserted("false == this->_vaoBound", "Vertex Array Object is already bound on destroy"),
-        asserted("false == this->_vaoBound", "Vertex Array Object is bound during class destructor"),
-        asserted("0u == this->_vao", "Vertex Array Object needs to be destroied before class destructor"));
+    EXPECT_TRUE(asserted.reported(R"(
+false == this->_vaoBound: Vertex Array Object is already bound on destroy
+false == this->_vaoBound: Vertex Array Object is bound during class destructor
+0u == this->_vao: Vertex Array Object needs to be destroied before class destructor)"));
     glDeleteVertexArrays(1, &name);
 }
 
@@ -56,15 +58,17 @@ TEST_F(VertexArrayObjectTest, OnlyWholeVerticesReachTheBufferOfAName)
 {
     VertexArrayObject vao(nullptr);
     const QSharedPointer<BufferObject> buffer = makeBuffer(GL_ARRAY_BUFFER);
-    const char *const isMultiple = "0 == (valueCount \\% valuesPerVertex)";
-    EXPECT_TRUE(asserted.refused(
-        {{vao.upload("va_Vertex", {}, 3, GL_FLOAT), "!bufferObj.isNull()", "Must Supply a valid BO pointer"},
-         {vao.upload("va_Vertex", {}, kNineFloats, 9, 3, GL_STATIC_DRAW), "NULL != bufferObj",
-          "Must Supply a valid BO pointer"},
-         {vao.upload("va_Vertex", buffer, kNineFloats, 8, 3, GL_STATIC_DRAW), isMultiple,
-          "Data size (8) must be a multi of the values per vertex (3)"},
-         {vao.upload("va_Vertex", buffer, kNineFloats, 9, 0, GL_STATIC_DRAW), isMultiple,
-          "Data size (9) must be a multi of the values per vertex (0)"}}));
+    EXPECT_FALSE(vao.upload("va_Vertex", {}, 3, GL_FLOAT)
+                 || vao.upload("va_Vertex", {}, kNineFloats, 9, 3, GL_STATIC_DRAW)
+                 || vao.upload("va_Vertex", buffer, kNineFloats, 8, 3, GL_STATIC_DRAW)
+                 || vao.upload("va_Vertex", buffer, kNineFloats, 9, 0, GL_STATIC_DRAW)
+                 || vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0));
+    EXPECT_TRUE(asserted.reported(R"(
+!bufferObj.isNull(): Must Supply a valid BO pointer
+NULL != bufferObj: Must Supply a valid BO pointer
+0 == (valueCount \% valuesPerVertex): Data size (8) must be a multi of the values per vertex (3)
+0 == (valueCount \% valuesPerVertex): Data size (9) must be a multi of the values per vertex (0)
+_attributesData.contains(attrName): Must Supply an existing BO attribute name)"));
     {
         const AutoBinder binder(buffer.data());
         EXPECT_FALSE(vao.upload("va_Vertex", buffer, kNineFloats, 9, 3, GL_STATIC_DRAW));
@@ -77,17 +81,14 @@ TEST_F(VertexArrayObjectTest, OnlyWholeVerticesReachTheBufferOfAName)
 
     EXPECT_EQ(nullptr, vao.mapBO("va_Vertex"));
     vao.unmapBO("va_Vertex");
-    EXPECT_TRUE(asserted.refused(
-        {{vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0), "_attributesData.contains(attrName)",
-          "Must Supply an existing BO attribute name"}}));
 
     EXPECT_TRUE(vao.upload("va_Vertex", buffer, QVector<float>(9), 3, GL_STATIC_DRAW));
     EXPECT_EQ(buffer, vao.bo("va_Vertex"));
-    EXPECT_TRUE(asserted.refused({{vao.subUpload("va_Vertex", kNineFloats, 2, 2, 0),
-                                   "_attributesData[attrName]._valuesPerVertex == valuesPerVertex",
-                                   "Values per vertex must match (Current 3 != New 2)"},
-                                  {vao.subUpload("va_Vertex", kNineFloats, 4, 3, 0), isMultiple,
-                                   "Data size (4) must be a multi of the values per vertex (3)"}}));
+    EXPECT_FALSE(vao.subUpload("va_Vertex", kNineFloats, 2, 2, 0)
+                 || vao.subUpload("va_Vertex", kNineFloats, 4, 3, 0));
+    EXPECT_TRUE(asserted.reported(R"(
+_attributesData[attrName]._valuesPerVertex == valuesPerVertex: Values per vertex must match (Current 3 != New 2)
+0 == (valueCount \% valuesPerVertex): Data size (4) must be a multi of the values per vertex (3))"));
     EXPECT_TRUE(vao.subUpload("va_Vertex", QVector<float>{1.0f, 2.0f, 3.0f}, 3, 6));
     auto *mapped = static_cast<float *>(vao.mapBO("va_Vertex"));
     ASSERT_NE(nullptr, mapped);
@@ -102,23 +103,23 @@ TEST_F(VertexArrayObjectTest, OnlyWholeVerticesReachTheBufferOfAName)
 TEST_F(VertexArrayObjectTest, EnableArrayNeedsABoundObjectAndASlotThatExists)
 {
     VertexArrayObject vao(nullptr);
-    EXPECT_TRUE(asserted.refused(
-        {{vao.enableArray("a", -1), "0 <= attributeIndex", "Attribute Index is NULL on enable array"},
-         {vao.enableArray("a", 0), "0u != this->_vao", "Vertex Array Object is NULL on enable array"}}));
-    vao.create();
-    EXPECT_TRUE(asserted.refused({{vao.enableArray("a", 0), "true == this->_vaoBound",
-                                   "Vertex Array Object is not bound on enable array"}}));
-    const AutoBinder binder(&vao);
     const SlotTaps taps;
-    EXPECT_TRUE(
-        asserted.refused({{vao.enableArray("va_Vertex", 99), "attributeIndex < _enabledAttributeNames.size()",
-                           QString("Attribute Index 99 is not below GL_MAX_VERTEX_ATTRIBS %1")
-                               .arg(integerOf(GL_MAX_VERTEX_ATTRIBS))}}));
-    vao.registerBO("va_Vertex", {}, 3, GL_FLOAT);
-    const QString noBuffer = "Attribute 'va_Vertex' has a NULL BO";
-    EXPECT_TRUE(asserted.refused(
-        {{vao.enableArray("va_Vertex", 0), "!bufferObj.isNull()", noBuffer},
-         {vao.subUpload("va_Vertex", kNineFloats, 3, 3, 0), "!bufferObj.isNull()", noBuffer}}));
+    EXPECT_FALSE(vao.enableArray("a", -1) || vao.enableArray("a", 0));
+    vao.create();
+    EXPECT_FALSE(vao.enableArray("a", 0));
+    const AutoBinder binder(&vao);
+    vao.registerBO("a", {}, 3, GL_FLOAT);
+    const int limit = integerOf(GL_MAX_VERTEX_ATTRIBS);
+    EXPECT_FALSE(vao.enableArray("a", limit) || vao.enableArray("a", 0)
+                 || vao.subUpload("a", kNineFloats, 3, 3, 0));
+    EXPECT_TRUE(asserted.reported(QString(R"(
+0 <= attributeIndex: Attribute Index is NULL on enable array
+0u != this->_vao: Vertex Array Object is NULL on enable array
+true == this->_vaoBound: Vertex Array Object is not bound on enable array
+attributeIndex < _enabledAttributeNames.size(): Attribute Index %1 is not below GL_MAX_VERTEX_ATTRIBS %1
+!bufferObj.isNull(): Attribute 'a' has a NULL BO
+!bufferObj.isNull(): Attribute 'a' has a NULL BO)")
+                                      .arg(limit)));
     EXPECT_EQ(0u, taps.count());
 }
 
@@ -246,14 +247,13 @@ TEST_F(VertexArrayObjectTest, RebindMovesTheMarkAndReportsWhetherGLHadToBind)
     EXPECT_FALSE(first.isBound());
     EXPECT_TRUE(second.isBound());
 
-    EXPECT_TRUE(asserted.refused({{second.rebind(&first, didBind), "false == this->_vaoBound",
-                                   "Vertex Array Object is already bound on rebind"}}));
+    EXPECT_FALSE(second.rebind(&first, didBind));
     EXPECT_TRUE(second.unbind());
     VertexArrayObject unnamed(nullptr);
-    EXPECT_TRUE(
-        asserted.refused({{second.rebind(&first, didBind), "true == vertexArrayObjectBound->_vaoBound",
-                           "Vertex Array Object is not already bound on rebind"},
-                          {second.rebind(&unnamed, didBind), "0u != vertexArrayObjectBound->_vao",
-                           "Vertex Array Object is NULL on rebind"}}));
+    EXPECT_FALSE(second.rebind(&first, didBind) || second.rebind(&unnamed, didBind));
+    EXPECT_TRUE(asserted.reported(R"(
+false == this->_vaoBound: Vertex Array Object is already bound on rebind
+true == vertexArrayObjectBound->_vaoBound: Vertex Array Object is not already bound on rebind
+0u != vertexArrayObjectBound->_vao: Vertex Array Object is NULL on rebind)"));
     EXPECT_FALSE(didBind);
 }

@@ -118,6 +118,15 @@ testing::AssertionResult AssertionsOf::refused(const std::vector<Refusal> &calls
     return takeMessages(messages);
 }
 
+testing::AssertionResult AssertionsOf::reported(const QString &lines) const
+{
+    std::vector<ExpectedMessage> expected;
+    for (const QString &line : lines.trimmed().split('\n')) {
+        expected.emplace_back((*this)(line.section(": ", 0, 0), line.section(": ", 1)));
+    }
+    return takeMessages(expected);
+}
+
 MessageTest::~MessageTest()
 {
     // Not in TearDown(): the destructors of the members of derived fixtures may log, too.

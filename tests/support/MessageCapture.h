@@ -110,6 +110,9 @@ public:
     /// "the condition", "the text"}, ...}))`.
     testing::AssertionResult refused(const std::vector<Refusal> &calls) const;
 
+    /// Takes the messages of assertions, one line each: "condition: text".
+    testing::AssertionResult reported(const QString &lines) const;
+
 private:
     QString _file;
 };
