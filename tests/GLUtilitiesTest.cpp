@@ -26,20 +26,6 @@ TEST_F(GLUtilitiesTest, TheVersionTestQueriesTheMinorVersionOnlyIfTheMajorIsEqua
     EXPECT_EQ(6u, questions.count()) << "nothing is remembered";
 }
 
-TEST_F(GLUtilitiesTest, AnEntryPointIsLookedUpAndOnlyALoudFailureIsLogged)
-{
-    FakeLoader loader;
-    loader.hide("glBufferStorage");
-    EXPECT_NE(nullptr, getGLProcAddress("glDrawArrays", false));
-    EXPECT_EQ(nullptr, getGLProcAddress("glBufferStorage", true));
-    EXPECT_MESSAGES();
-    EXPECT_EQ(nullptr, getGLProcAddress("glBufferStorage", false));
-    EXPECT_MESSAGES("debug [GLUtilities.cpp:#] Failed to obtain 'glBufferStorage'");
-    EXPECT_EQ(QStringList({"glXGetProcAddress glDrawArrays", "glXGetProcAddress glBufferStorage",
-                           "glXGetProcAddress glBufferStorage"}),
-              loader.takeLookUps());
-}
-
 TEST_F(GLUtilitiesOwnProcessTest, AnExtensionIsFoundInEitherSpellingAndReadOncePerContext)
 {
     ZEL_NEEDS_EXTENSION("GL_ARB_draw_indirect");

@@ -36,23 +36,17 @@ TEST_F(VertexArrayBuilderTest, StreamsTakeTheirPushesIndependently)
         _builder._ptrc_glVertexAttrib3f(9, v + 12, v + 13, v + 14);
     }
     _builder.glNormal3f(15, 16, 17); // no later vertex repeats it
-    const struct
-    {
-        const float *data;
-        VertexArrayBuilderStorage storage;
-        std::vector<float> expected;
-    } kRows[] = {
-        {_builder.getVertexData(), _builder.getVertexStorage(), {1, 2, 3, 101, 102, 103}},
-        {_builder.getColorData(), _builder.getColorStorage(), {4, 5, 6, 104, 105, 106}},
-        {_builder.getTexCoordData(), _builder.getTexCoordStorage(), {8, 9, 108, 109}},
-        {_builder.getNormalData(), _builder.getNormalStorage(), {15, 16, 17}},
-        {_builder.getVertexAttribData(7), _builder.getVertexAttribStorage(7), {10, 11, 110, 111}},
-        {_builder.getVertexAttribData(9), _builder.getVertexAttribStorage(9), {12, 13, 14, 112, 113, 114}},
+    const auto expect = [](const std::vector<float> &expected, const float *data,
+                           const VertexArrayBuilderStorage &storage) {
+        ASSERT_EQ(expected.size(), storage.getSize() * storage.getComponentCount());
+        EXPECT_EQ(expected, std::vector<float>(data, data + expected.size()));
     };
-    for (const auto &row : kRows) {
-        ASSERT_EQ(row.expected.size(), row.storage.getSize() * row.storage.getComponentCount());
-        EXPECT_EQ(row.expected, std::vector<float>(row.data, row.data + row.expected.size()));
-    }
+    expect({1, 2, 3, 101, 102, 103}, _builder.getVertexData(), _builder.getVertexStorage());
+    expect({4, 5, 6, 104, 105, 106}, _builder.getColorData(), _builder.getColorStorage());
+    expect({8, 9, 108, 109}, _builder.getTexCoordData(), _builder.getTexCoordStorage());
+    expect({15, 16, 17}, _builder.getNormalData(), _builder.getNormalStorage());
+    expect({10, 11, 110, 111}, _builder.getVertexAttribData(7), _builder.getVertexAttribStorage(7));
+    expect({12, 13, 14, 112, 113, 114}, _builder.getVertexAttribData(9), _builder.getVertexAttribStorage(9));
     EXPECT_EQ(0u, _builder.getVertexAttribStorage(1).getComponentCount());
     EXPECT_EQ(nullptr, _builder.getVertexAttribData(1));
 }
