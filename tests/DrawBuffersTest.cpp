@@ -14,6 +14,7 @@
 #include <array>
 #include <numeric>
 #include <random>
+#include <tuple>
 
 using namespace Orvane::Zel;
 
@@ -35,17 +36,17 @@ struct DrawLog
 {
     DrawLog()
     {
-        watch(_ids, "id");
-        watch(_arrays, "arrays");
-        watch(_elements, "elements");
-        watch(_baseVertex, "base vertex");
-        watch(_arraysInstanced, "arrays instanced");
-        watch(_elementsInstanced, "elements instanced");
+        watch<&glUniform1ui>("id");
+        watch<&glDrawArrays>("arrays");
+        watch<&glDrawElements>("elements");
+        watch<&glDrawElementsBaseVertex>("base vertex");
+        watch<&glDrawArraysInstanced>("arrays instanced");
+        watch<&glDrawElementsInstanced>("elements instanced");
     }
 
-    template <auto Slot> void watch(Hook<Slot> &hook, const char *name)
+    template <auto Slot> void watch(const char *name)
     {
-        hook.replace([name](auto... values) { calls += text(name, values...); });
+        std::get<Hook<Slot>>(_hooks).replace([name](auto... values) { calls += text(name, values...); });
     }
 
     /// An entry point that is not in the table of the loader.
@@ -55,12 +56,9 @@ struct DrawLog
     }
 
     static inline QStringList calls;
-    Hook<&glUniform1ui> _ids;
-    Hook<&glDrawArrays> _arrays;
-    Hook<&glDrawElements> _elements;
-    Hook<&glDrawElementsBaseVertex> _baseVertex;
-    Hook<&glDrawArraysInstanced> _arraysInstanced;
-    Hook<&glDrawElementsInstanced> _elementsInstanced;
+    std::tuple<Hook<&glUniform1ui>, Hook<&glDrawArrays>, Hook<&glDrawElements>,
+               Hook<&glDrawElementsBaseVertex>, Hook<&glDrawArraysInstanced>, Hook<&glDrawElementsInstanced>>
+        _hooks;
 };
 
 class DrawBuffersTest : public GLTest

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <tuple>
 
 using namespace Orvane::Zel;
 
@@ -49,20 +50,21 @@ public:
     explicit DrawLog(HostManager &manager)
     {
         manager.changed = [this](unsigned int bound) { note("manager", bound); };
-        watch(_slots, [this](auto...) { note("manager", 1); });
-        watch(_texture, [this](GLenum, GLuint name) { name == 0 ? note("manager", 0) : void(); });
-        watch(_array, [this](GLuint name) { note("array", name); });
-        watch(_buffer, [this](GLenum target, GLuint name) {
+        watch<&glUniform1iv>([this](auto...) { note("manager", 1); });
+        watch<&glBindTexture>([this](GLenum, GLuint name) { name == 0 ? note("manager", 0) : void(); });
+        watch<&glBindVertexArray>([this](GLuint name) { note("array", name); });
+        watch<&glBindBuffer>([this](GLenum target, GLuint name) {
             target == GL_ELEMENT_ARRAY_BUFFER ? note("indices", name) : void();
         });
-        watch(_base,
-              [this](GLenum, GLuint point, GLuint name) { note("data" + QString::number(point), name); });
-        watch(_id, [this](GLint, GLuint id) { note("id", id); });
-        watch(_enable, [this](GLenum name) { note(QString::number(name), 1); });
-        watch(_disable, [this](GLenum name) { note(QString::number(name), 0); });
-        watch(_face, [this](GLenum face) { note("face", face); });
-        watch(_stencil, [this](GLenum, GLint reference, GLuint) { note("stencil", GLuint(reference)); });
-        _draw.replace([this](auto...) { draws += state(_set); });
+        watch<&glBindBufferBase>(
+            [this](GLenum, GLuint point, GLuint name) { note("data" + QString::number(point), name); });
+        watch<&glUniform1ui>([this](GLint, GLuint id) { note("id", id); });
+        watch<&glEnable>([this](GLenum name) { note(QString::number(name), 1); });
+        watch<&glDisable>([this](GLenum name) { note(QString::number(name), 0); });
+        watch<&glFrontFace>([this](GLenum face) { note("face", face); });
+        watch<&glStencilFunc>(
+            [this](GLenum, GLint reference, GLuint) { note("stencil", GLuint(reference)); });
+        std::get<Hook<&glDrawElementsBaseVertex>>(_hooks).replace([this](auto...) { draws += state(_set); });
     }
 
     /// All values but 0, without the numbers of binding points.
@@ -83,10 +85,10 @@ public:
     QHash<QString, int> calls;
 
 private:
-    template <auto Slot, typename Note> void watch(Hook<Slot> &hook, Note noteCall)
+    template <auto Slot, typename Note> void watch(Note noteCall)
     {
-        hook.replace(
-            [&hook, noteCall](auto... arguments) { noteCall(arguments...), hook.original(arguments...); });
+        Hook<Slot> &hook = std::get<Hook<Slot>>(_hooks);
+        hook.replace([&, noteCall](auto... values) { noteCall(values...), hook.original(values...); });
     }
 
     void note(const QString &name, unsigned int value)
@@ -96,17 +98,10 @@ private:
     }
 
     QMap<QString, unsigned int> _set;
-    Hook<&glUniform1iv> _slots;
-    Hook<&glBindTexture> _texture;
-    Hook<&glBindVertexArray> _array;
-    Hook<&glBindBuffer> _buffer;
-    Hook<&glBindBufferBase> _base;
-    Hook<&glUniform1ui> _id;
-    Hook<&glEnable> _enable;
-    Hook<&glDisable> _disable;
-    Hook<&glFrontFace> _face;
-    Hook<&glStencilFunc> _stencil;
-    Hook<&glDrawElementsBaseVertex> _draw;
+    std::tuple<Hook<&glUniform1iv>, Hook<&glBindTexture>, Hook<&glBindVertexArray>, Hook<&glBindBuffer>,
+               Hook<&glBindBufferBase>, Hook<&glUniform1ui>, Hook<&glEnable>, Hook<&glDisable>,
+               Hook<&glFrontFace>, Hook<&glStencilFunc>, Hook<&glDrawElementsBaseVertex>>
+        _hooks;
 };
 
 QMatrix4x4 placed(float x, float y, float scaleX = 1.0f)
