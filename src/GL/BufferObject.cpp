@@ -290,7 +290,7 @@ void *BufferObject::map(unsigned int access)
 
 bool BufferObject::unmap()
 {
-    // Required: the text of map(); seeBufferObjectTest.WrongOrdersAreReportedAndChangeNothing.
+    // Required: the text of map(); see BufferObjectTest.WrongOrdersAreReportedAndChangeNothing.
     ZEL_ASSERT(0u != this->_bo, "Buffer Object is NULL on map");
     ZEL_ASSERT(0u != this->_boBountTarget, "Buffer Object is not bound on unmap");
     ZEL_ASSERT(0u != this->_target, "Buffer Object's target is not set when unmap() is called");
