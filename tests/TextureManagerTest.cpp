@@ -145,7 +145,7 @@ TEST_F(TextureManagerTest, PathsAreFoundAsGivenUnderTheRootAndByTheirLastCompone
     const QString image = newImage("sub/image.png");
     manager.setTextureRoot(path("sub"));
     for (const QString &given :
-         {image, QString("image.png"), QString("elsewhere/image.png"), QString("C:\\art\\image.png")}) {
+         {image, QString("image.png"), QString("/image.png"), QString("C:\\art\\image.png")}) {
         EXPECT_EQ(image, manager.resolveTexturePath(given));
     }
     EXPECT_EQ("a\\b/other.png", manager.resolveTexturePath("a\\b/other.png"));
@@ -347,7 +347,7 @@ TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
     EXPECT_EQ(expected, unitsFor(program.get())) << "the last slot's unit fills the array up";
     manager->unbind(tokens.mid(0, 2));
     EXPECT_EQ(unitOf(1), unitsFor(program.get())[1]) << "bound once more";
-    EXPECT_NE(unitOf(1), units[0]);
+    EXPECT_EQ(unitOf(2) - 1, units[0]) << "the empty texture's, after the map took the unit that became free";
     manager->bind(tokens.mid(5, 1));
     EXPECT_EQ(unitOf(5), unitsFor(program.get())[0]) << "the free slot comes before a new one";
     manager->bind(tokens);
@@ -359,6 +359,36 @@ TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
     for (const QVector<TextureToken> &bound : {tokens, tokens.mid(1, 2), tokens.mid(5, 1)}) {
         manager->unbind(bound);
     }
+    manager->clear();
+    _capture.take();
+    unitsFor(program.get());
+    EXPECT_EQ(std::vector<GLint>(8, units[0]), units);
+    EXPECT_MESSAGES(); // no slot is in use any more
+}
+
+TEST_F(TextureManagerTest, TheMapHasAnEntryForEachTokenUntilItIsCleared)
+{
+    const std::unique_ptr<ShaderProgram> program = newProgram(manager);
+    const QVector<TextureToken> tokens = {manager.tokenForTexture(newTexture()), TextureToken(0)};
+    manager.bind(tokens);
+    manager.reserveTokenBlock(100);
+    Texture *other = newTexture();
+    std::vector<GLint> map;
+    Hook<&glTexImage2D> uploads;
+    uploads.replace([&](auto, auto, auto, GLsizei width, auto, auto, auto, auto, const void *data) {
+        map.assign(static_cast<const GLint *>(data), static_cast<const GLint *>(data) + width);
+    });
+    std::vector<GLint> expected(102);
+    expected[0] = 1; // the second slot
+    for (const std::vector<GLint> &slots : {expected, std::vector<GLint>(1)}) {
+        manager.bind(program.get());
+        manager.unbind(program.get());
+        EXPECT_EQ(slots, map);
+        manager.unbind(tokens);
+        manager.clear();
+        manager.tokenForTexture(other);
+    }
+    _capture.take();
 }
 
 TEST_P(SamplerSlotsTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
@@ -369,6 +399,24 @@ TEST_P(SamplerSlotsTest, AMapThatIsTooShortIsGivenBackEvenWhileItIsBound)
     manager->unbind(program.get());
     _capture.take();
     EXPECT_EQ(topUnit(), unitOfNextTexture()) << "no unit is lost";
+    const Tap<&glTexImage2D> uploads;
+    manager->bind(program.get());
+    manager->unbind(program.get());
+    EXPECT_EQ(1u, uploads.count()) << "of a new map";
+}
+
+TEST_F(ManagerTest, TheOlderBindlessExtensionHasADefineOfItsOwn)
+{
+    const std::unique_ptr<TestContext> own = TestContext::create(); // whose extensions were not read yet
+    Hook<&glGetStringi> extensions;
+    extensions.replace([](auto...) { return reinterpret_cast<const GLubyte *>("GL_NV_bindless_texture"); });
+    if (!BindlessTextureManager::isSupported()) {
+        GTEST_SKIP() << "Needs a run with extensions";
+    }
+    GLSLMacroProcessor processor;
+    BindlessTextureManager().setup(&processor);
+    const QString defines = GLSLMacroProcessor::processDefines(&processor);
+    EXPECT_TRUE(defines.contains("TEXTURE_MANAGER_BINDLESS_NV 1") && !defines.contains("BINDLESS_ARB"));
 }
 
 TEST_F(ManagerTest, HandlesAreTheTokensOfWhatDoesNotChangeAndResidentWhileTheyAreBound)

@@ -72,7 +72,18 @@ TEST_F(TextureProcessingTest, EveryPassMapsItsColoursAndReplacesTheTexture)
          [](const QVector4D &color) { return QVector4D(color.toVector3D() * color.w(), color.w()); }},
         {[](Texture *&texture) { return RemapColorRange(texture, 0.2f, 0.8f); },
          [&](const QVector4D &color) { return each(color, color.w(), remap); }},
-        {FlipY, [](const QVector4D &color) { return color; }}};
+        {FlipY, [](const QVector4D &color) { return color; }},
+        {[](Texture *&texture) {
+             const std::unique_ptr<Texture> from(texture);
+             texture = WritableCopyOfTexture(from.get(), 0, 0);
+             const std::unique_ptr<ShaderProgram> program(MakeTextureShaderFromString(
+                 "#version 150\nuniform sampler2D u_Src;\nuniform float u_Scale;\nin vec2 vo_TexCoord;\n"
+                 "out vec4 out_FragColor;\n"
+                 "void main() { out_FragColor = u_Scale * texture(u_Src, vo_TexCoord); }\n"));
+             ProcessTexture(program.get(), {{"u_Scale", 0.5f}}, from.get(), texture);
+             return true;
+         },
+         [](const QVector4D &color) { return 0.5f * color; }}};
     const Pixels before = source();
     for (const Pass &pass : passes) {
         Texture *texture = newTexture(before);
@@ -140,7 +151,7 @@ TEST_F(TextureProcessingTest, APassKeepsEncodedColoursAndLeavesAFullMipChainAndT
     driver()->glScissor(0, 0, 1, 1);
     driver()->glCullFace(GL_FRONT_AND_BACK);
     driver()->glPolygonMode(GL_FRONT_AND_BACK, GL_POINT);
-    driver()->glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+    driver()->glColorMaski(0, GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE); // of this draw buffer only
     driver()->glEnable(GL_BLEND);
     driver()->glDisable(GL_DEPTH_TEST);
     driver()->glDepthMask(GL_FALSE);

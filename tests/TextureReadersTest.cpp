@@ -73,23 +73,19 @@ TEST_F(ASTCHeaderTest, TheFileHasTheMagicAndTheLengthOfItsBlocks)
     EXPECT_TRUE(reader.valid());
     EXPECT_TRUE(reader->isCompressed());
     EXPECT_EQ(5u, reader->width());
-    EXPECT_FALSE(ASTC(file.chopped(1)).valid());
-    EXPECT_FALSE(ASTC(file + '\0').valid());
     const ASTC large(image(12, 12, 0x010203, 0x040506).bytes());
     EXPECT_EQ(0x010203u, large->width());
     EXPECT_EQ(0x040506u, large->height());
-    EXPECT_FALSE(large.valid());
-
+    EXPECT_EQ(0u, ASTC(file.left(4))->width());
+    EXPECT_EQ(nullptr, ASTC(file.left(4)).load(TextureFileInfo()));
     EXPECT_EQ(nullptr, ASTC(file.left(3)).get());
     EXPECT_EQ(nullptr, ASTC(QByteArray(file).replace(0, 1, "x")).get());
-    const ASTC magicAlone(file.left(4));
-    ASSERT_NE(nullptr, magicAlone.get());
-    EXPECT_FALSE(magicAlone->valid());
-    EXPECT_EQ(0u, magicAlone->width());
-    EXPECT_EQ(nullptr, magicAlone.load(TextureFileInfo()));
-    for (int side = 4; side < 7; ++side) {
-        EXPECT_FALSE(ASTC(QByteArray(file).replace(side, 1, QByteArray(1, '\0'))).valid())
-            << "a block without a size";
+    QVector<QByteArray> invalid = {file.chopped(1), file + '\0', file.left(4)};
+    for (int side = 4; side < 7; ++side) { // a block without a size
+        invalid += QByteArray(file).replace(side, 1, QByteArray(1, '\0'));
+    }
+    for (const QByteArray &bytes : invalid) {
+        EXPECT_FALSE(ASTC(bytes).valid());
     }
 }
 
@@ -315,7 +311,7 @@ TEST_F(HDRReaderTest, AWrongWidthIsReportedForEachRowFromThereOnWhichStaysBlack)
 {
     const HdrFile::Row row = HdrFile::ramp(3);
     HdrFile file(3, 3);
-    file.scanlines = HdrFile::planes(row) + QByteArray("\2\2\0\4", 4) + HdrFile::flat(HdrFile::ramp(6));
+    file.scanlines = HdrFile::planes(row) + QByteArray("\2\2\0\4", 4) + HdrFile::flat(HdrFile::ramp(1));
     EXPECT_EQ(valuesOf(HdrFile::Row(6, {{0, 0, 0, 0}}) + row), uploaded(file.bytes()));
     EXPECT_MESSAGES(kBadWidth, kBadWidth);
 
@@ -367,6 +363,9 @@ TEST_F(HDRReaderTest, TheTextureIsOneLevelOfHalfFloatsWithLinearFiltersAndGoesWh
                   samplingOf(*texture));
     }
     Hook<&glGetError> errors;
+    int pending = 2; // errors of the host
+    errors.replace([&] { return GLenum(pending-- > 0 ? GL_OUT_OF_MEMORY : GL_NO_ERROR); });
+    EXPECT_NE(nullptr, reader.load(TextureFileInfo()));
     errors.replace([] { return GLenum(GL_OUT_OF_MEMORY); });
     EXPECT_EQ(nullptr, reader.load(TextureFileInfo()));
     EXPECT_MESSAGES(kFailure);
@@ -436,11 +435,10 @@ TEST_F(KTXHeaderTest, TheResultsFollowFromTheFieldsOfTheHeader)
     file.arrayElements = 11;
     file.faces = 5;
     const KTX plain(file.bytes());
-    ASSERT_TRUE(plain.valid());
+    EXPECT_TRUE(plain.valid() && plain->isArrayTexture());
     EXPECT_EQ((std::vector<unsigned int>{3, 5, 7, 11, 5, 1}),
               (std::vector<unsigned int>{plain->width(), plain->height(), plain->depth(), plain->arraySize(),
                                          plain->cubeFaces(), plain->mipmapLevels()}));
-    EXPECT_TRUE(plain->isArrayTexture());
     EXPECT_FALSE(plain->isCubeMapTexture() || plain->hasMipMaps() || plain->isCompressed())
         << "of five faces";
     file.faces = 6;
@@ -449,17 +447,6 @@ TEST_F(KTXHeaderTest, TheResultsFollowFromTheFieldsOfTheHeader)
     const KTX other(file.bytes());
     EXPECT_TRUE(other->isCubeMapTexture() && other->isCompressed());
     EXPECT_TRUE(other->hasMipMaps()) << "levels that are made at the load count";
-}
-
-TEST_F(KTXHeaderTest, OnlyTheIdentifierIsRecognised)
-{
-    const QByteArray file = KtxFile().addLevel(64).bytes();
-    EXPECT_EQ(nullptr, KTX(file.left(11)).get());
-    EXPECT_EQ(nullptr, KTX(QByteArray(file).replace(5, 1, "2")).get());
-    const KTX identifierAlone(file.left(12));
-    ASSERT_NE(nullptr, identifierAlone.get());
-    EXPECT_FALSE(identifierAlone->valid());
-    EXPECT_EQ(0u, identifierAlone->width());
 }
 
 TEST_F(KTXHeaderTest, TheOtherByteOrderIsTurnedAroundByHalvesOfBytes)
@@ -635,8 +622,8 @@ TEST_F(KTXReaderTest, WhatCannotBeLoadedLeavesNothingBehind)
     KtxFile compressed = unknown;
     compressed.glType = 0;
     KtxFile huge = KtxFile::of(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF).addLevel(64);
-    KtxFile hugeTexels = huge;
-    hugeTexels.glType = hugeTexels.glFormat = 0x7777; // unknown, so the size of the largest texel is used
+    // Unknown, so its texel has the size of the largest, which is here.
+    const KtxFile unknownType = KtxFile::of(1, 1, 0, GL_RGBA8, 0x7777, 0x7777).addLevel(32);
     // In 32 bits the size of its blocks is the 64 bytes of the file.
     KtxFile wide = KtxFile::compressed(0x20000008, 8, GL_COMPRESSED_RGBA8_ETC2_EAC).addLevel(64);
     KtxFile endless;
@@ -652,7 +639,7 @@ TEST_F(KTXReaderTest, WhatCannotBeLoadedLeavesNothingBehind)
     for (const auto &[file, message, reports] :
          {std::tuple(array, array2D, 0), std::tuple(cubes, arrayOfCubes, 0), std::tuple(unknown, failed, 1),
           std::tuple(compressed, failedCompressed, 1), std::tuple(huge, failed, 0),
-          std::tuple(hugeTexels, failed, 0), std::tuple(wide, failedCompressed, 0),
+          std::tuple(unknownType, failed, 1), std::tuple(wide, failedCompressed, 0),
           std::tuple(sizes, failedCompressed, 0), std::tuple(endless, failed, -1)}) {
         EXPECT_EQ(nullptr, load(file));
         EXPECT_MESSAGES(message);
@@ -664,14 +651,6 @@ TEST_F(KTXReaderTest, WhatCannotBeLoadedLeavesNothingBehind)
     EXPECT_EQ(nullptr, KTX(unknown.bytes(), QString()).load(asInFile()));
     EXPECT_MESSAGES(failure("Texture", "<unnamed>"));
     EXPECT_EQ(1, TestContext::takeDriverReports().size());
-
-    const Tap<&glTexImage2D> uploads;
-    EXPECT_EQ(nullptr, load(KtxFile::of(0, 4, 0).addLevel(0))) << "without a shape";
-    EXPECT_EQ(0u, uploads.count());
-    const AssertionsOf asserted("Texture.cpp");
-    EXPECT_MESSAGES(asserted("0u != this->_target", "Texture Target is not set on bind"),
-                    asserted("0u != this->_target", "Texture Target is not set on unbind"), failed);
-    EXPECT_EQ(4, TestContext::takeDriverReports().size()) << "of parameters for no target";
 }
 
 TEST_F(KTXReaderTest, DataThatEndEarlyAreNeverGivenToGL)

@@ -59,8 +59,10 @@ TEST_F(TextureSlotTest, LayersAreLimitedByTheContextAndByTheMemoryOfASlot)
          {std::tuple(4, GL_RGBA8, 64), std::tuple(8192, GL_RGBA32F, 2), // a gigabyte each
           std::tuple(0x8000, GL_RGBA32F, 1),
           std::tuple(16384, GL_RGBA16, 1)}) { // of unknown size, which counts as the largest
+        slot.usedLayers = 1;
         slot.setupFormat(formatOf(side, side, GLenum(format)));
         EXPECT_EQ(layers, slot.maxLayers) << side;
+        EXPECT_EQ(0, slot.usedLayers);
     }
     EXPECT_MESSAGES("critical bytesFromInternalFormat() does not implement yet : 0x805B");
 }
@@ -74,8 +76,49 @@ TEST_F(TextureSlotTest, ADifferenceOfMinusOneReadsAsNoFit)
     EXPECT_EQ(SlotData::kNoFit, slot.getFormatDeltaScore(formatOf(2, 8), kDownscale));
 }
 
+TEST_F(TextureSlotTest, ProgramsGetTheHandlesOfTheSlots)
+{
+    const quint64 handle = SlotLayerData(0, 0, 0x123456789ABCDEF0u).bindlessHandleHigh;
+    EXPECT_EQ(0x12345678u, handle);
+    ZEL_NEEDS_EXTENSION("GL_ARB_bindless_texture");
+    Array2DTextureManager manager;
+    manager.setMaxSlots(2);
+    manager.setBindMode(Array2DTextureManager::BindModeBindless);
+    const auto program = makeProgram(kAtOrigin, "#version 150\nuniform uvec2 u_ManagedTextureHandles[2];\n"
+                                                "out uvec4 color;\nvoid main() {\n"
+                                                "  color = u_ManagedTextureHandles[0].xyxy;\n}\n");
+    program->bind();
+    Hook<&glUniform2uiv> uploads;
+    std::vector<GLuint> handles;
+    uploads.replace([&](auto, auto count, const GLuint *data) { handles.assign(data, data + 2 * count); });
+    const auto bindNewTexture = [&] {
+        auto *texture = (new Texture(nullptr))->create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 4);
+        manager.bind(QVector<TextureToken>{manager.tokenForTexture(texture)});
+        manager.updateSlots();
+    };
+    SlotData *slot = nullptr;
+    int index = -1;
+    bindNewTexture();
+    manager.bind(program.get());
+    ASSERT_TRUE(manager.seachForSlotWithLargestXY(slot, index));
+    EXPECT_NE(0u, slot->bindlessHandle);
+    const auto low = GLuint(slot->bindlessHandle);
+    slot->bindlessHandle |= Q_UINT64_C(5) << 32; // bits that the driver leaves unused
+    manager.bind(program.get());
+    slot->bindlessHandle = low;
+    takeGLErrors(); // about such a handle
+    EXPECT_EQ((std::vector<GLuint>{low, 5, 0, 0}), handles);
+    manager.unbind(program.get());
+    EXPECT_EQ(1u, slot->residentCount);
+    bindNewTexture();
+    EXPECT_EQ(0u, slot->residentCount) << "of the new handle";
+    manager.unbind(program.get());
+    _capture.take();
+}
+
 TEST_F(TextureSlotTest, HostsFindSlotsBySizeAndFormat)
 {
+    const FakeLimits limits(GL_MAX_3D_TEXTURE_SIZE, 64); // twice the longest side
     Array2DTextureManager manager;
     manager.setMaxSlots(5);
     manager.setSlotReallocationMethod(kUpscale);
@@ -85,7 +128,7 @@ TEST_F(TextureSlotTest, HostsFindSlotsBySizeAndFormat)
     EXPECT_FALSE(manager.seachForSlotWithLargestXY(slot, index));
     EXPECT_FALSE(manager.findSlotLayer(formatOf(0, 4), 1).isValid());
     const SlotFormat formats[] = {formatOf(4, 4), formatOf(8, 8), formatOf(8, 8, GL_RGBA16F),
-                                  formatOf(2, 32, GL_R8)};
+                                  formatOf(2, 40, GL_R8)};
     for (unsigned int i = 0; i < 4; ++i) {
         EXPECT_EQ(i, manager.findSlotLayer(formats[i], 1).slot);
     }
@@ -187,6 +230,7 @@ TEST_F(TexturePlacementTest, TexturesFindTheirPlacesInOrderOfPreference)
     const Row rows[] = {
         {"the first gap that is long enough", false, 2, "4x4 4x4*3 4x4*2 4x4 -2 4x4*2 4x4*2 4x4",
          "0.0 - 0.4 0.6 0.1 0.7 0.3 |4x4:9|"},
+        {"no slots", false, 0, "4x4", "- "},
         {"gaps that are apart", false, 1, "4x4 4x4 4x4 4x4 -1 -3 4x4*2 4x4 -4", "- 0.1 - - 0.4 0.0 |4x4:6"},
         {"free layers at the end are not used", false, 2, "4x4 4x4*2 4x4 -2 -3 8x8 8x8 -4 -5",
          "0.0 - - - - |4x4:1|8x8:0"},

@@ -31,20 +31,6 @@ using TextureTest = GLTest;
 
 } // namespace
 
-TEST_F(TextureTest, OwnsWhatItMadeAndLeavesAWrappedNameAlone)
-{
-    Texture owner(GL_TEXTURE_2D, GL_RGBA8, 4, 4, 1, nullptr);
-    {
-        const Texture wrapper(owner.textureID(), nullptr);
-        EXPECT_EQ(2, Texture::NumAlive());
-        EXPECT_EQ(0u, wrapper.target());
-        EXPECT_FALSE(wrapper.isManaged());
-    }
-    EXPECT_EQ(1, Texture::NumAlive());
-    EXPECT_EQ(1, ledger().alive(GLLedger::eTexture));
-    EXPECT_TRUE(owner.isManaged());
-}
-
 TEST_F(TextureTest, EachContextHandsOutUnitsOfItsOwn)
 {
     const auto texture = newTexture();
@@ -168,8 +154,11 @@ TEST_F(TextureTest, WrongOrdersAreReported)
               "Texture target is not set on internalFormat()"});
     texture.setTarget(GL_TEXTURE_2D);
     EXPECT_EQ(-1, texture.height(0));
+    EXPECT_EQ(kNoUnit, texture.unit());
     EXPECT_FALSE(texture.create());
     EXPECT_MESSAGES(asserted("this->isBound()", "Texture target is not bound"),
+                    asserted("contextInfo.textureToUnitMaps.contains(this->_textureID)",
+                             "Texture has not been bound on unit()"),
                     asserted("0u == this->_textureID", "Texture is not NULL on create"));
 }
 
@@ -244,6 +233,8 @@ TEST_F(TextureTest, CreateMakesStorageWithNearestFiltersAndRecordsSingleSamples)
     driver()->glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X, 0, GL_RGBA8, 16, 16, 0, GL_RGBA, GL_UNSIGNED_BYTE,
                            nullptr);
     EXPECT_EQ(16, cube->width(0)) << "of the face +X";
+    EXPECT_EQ(0, cube->width(-1)) << "GL refuses the level";
+    takeGLErrors();
     ASSERT_TRUE(cube->unbind());
 }
 
