@@ -79,7 +79,7 @@ TextureToken BindlessTextureManager::tokenForTexture(Texture *texture)
         return *known;
     }
     // A handle freezes the texture. One that may still change is bound to a slot instead; see
-    // BindlessManagerTest.HandlesAreTheTokensOfWhatDoesNotChange.
+    // ManagerTest.HandlesAreTheTokensOfWhatDoesNotChangeAndResidentWhileTheyAreBound.
     const TextureToken token = texture->isReadOnly() ? TextureToken(_bindless->handleOf(*texture))
                                                      : TextureToken(reserveToken().token | kSlotTokenMark);
     recordTexture(token, texture);

@@ -244,7 +244,7 @@ bool FramebufferObject::createTexture3D(unsigned int attachmentPoint, unsigned i
     auto *texture = new Texture(nullptr);
     texture->create3D(target, internalFormat, width, height, depth);
     // All layers of one texture, at consecutive points, so that a shader with several outputs writes one layer with each; see
-    // FramebufferObjectTest.CreatedTexturesAreTheCallersAndLayersLieAtConsecutivePoints.
+    // FramebufferObjectTest.EachTargetHasACallAndLayersAreAtConsecutivePoints.
     bool attached = false;
     for (int layer = 0; layer < depth; ++layer) {
         attached = attach3D(texture, attachmentPoint + static_cast<unsigned int>(layer), layer, 0);
@@ -335,7 +335,7 @@ void FramebufferObject::setDrawBuffers()
 bool FramebufferObject::isComplete()
 {
     // GL checks the bound framebuffer only. The state of the object is the same after the query; see
-    // FramebufferObjectTest.CompletenessIsAskedInAnyStateAndFailuresAreTold.
+    // FramebufferObjectTest.CompletenessIsCheckedInAnyStateAndFailuresAreReported.
     const bool wasBound = _fboBound;
     if (!wasBound && !bind()) {
         return false; // GL would check the framebuffer that the host has bound

@@ -115,7 +115,7 @@ bool holdsPixels(const QImage &image)
 }
 
 /// Truncates a component from 0 to 1 to steps of 1/255; values outside wrap around. Those that qint64 cannot hold give
-/// 0, because their conversion is undefined. See TextureIOTest.SolidColoursAreCutOffToWholeStepsInSinglePrecision.
+/// 0, because their conversion is undefined. See TextureIOTest.ImagesHaveFourLevelsAndSolidColoursOneOfWholeSteps.
 unsigned char componentByte(float value)
 {
     const float steps = std::trunc(value * 255.0f);

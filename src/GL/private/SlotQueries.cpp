@@ -47,7 +47,7 @@ int bestSimilarSlot(const QVector<SlotData *> &allSlots, const SlotFormat &forma
         }
         const unsigned int score = candidate->getFormatDeltaScore(format, method);
         // Of equal scores the first slot wins, so that the same requests give the same placement; see
-        // TexturePlacementTest.RandomPlacementsFollowTheModelStepByStep.
+        // TexturePlacementTest.TexturesFindTheirPlacesInOrderOfPreference.
         if (score < bestScore) {
             bestScore = score;
             best = i;
