@@ -43,7 +43,6 @@ TEST_F(FramebufferObjectTest, CountsObjectsWithAName)
 {
     {
         FramebufferObject made(nullptr);
-        EXPECT_NE(0u, made.getFBO());
         const unsigned int name = made.getFBO();
         made.setFBO(0);
         EXPECT_EQ(0, FramebufferObject::NumAlive());

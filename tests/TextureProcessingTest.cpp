@@ -213,7 +213,6 @@ TEST_F(TextureProcessingTest, AProgramThatCannotBeMadeLeavesTheTextureInPlace)
     EXPECT_EQ(nullptr,
               MakeTextureShaderFromString("#version 150\nvoid missing();\nvoid main() { missing(); }\n"));
     EXPECT_EQ(warning + "link:", lastMessage());
-
     EXPECT_FALSE(TestContext::takeDriverReports().isEmpty());
 
     const std::unique_ptr<ShaderProgram> program(MakeTextureShaderFromFile("no such file"));
