@@ -80,6 +80,45 @@ protected:
     SamplerTextureManager manager;
 };
 
+class ManagerCallsTest : public ManagerTest, public testing::WithParamInterface<TextureStrategy>
+{
+protected:
+    void SetUp() override
+    {
+        ZEL_NEEDS_DRIVER_OF(GetParam());
+        manager = GetParam().make();
+    }
+
+    static int topUnit() { return integerOf(GL_MAX_TEXTURE_IMAGE_UNITS) - 1; }
+
+    static int unitOfNextTexture()
+    {
+        const std::unique_ptr<Texture> texture(newTexture());
+        const AutoBinder binder(texture.get());
+        return int(texture->unit());
+    }
+
+    std::unique_ptr<TextureManager> manager;
+};
+
+/// Managers that sample through units, with textures that can still change.
+using SamplerSlotsTest = ManagerCallsTest;
+
+INSTANTIATE_TEST_SUITE_P(Strategies, ManagerCallsTest, testing::ValuesIn(textureStrategies()),
+                         nameOfStrategy);
+INSTANTIATE_TEST_SUITE_P(Strategies, SamplerSlotsTest,
+                         testing::ValuesIn(textureStrategies({TextureStrategy::eSampler,
+                                                              TextureStrategy::eBindless})),
+                         nameOfStrategy);
+
+class ArrayManagerTest : public ManagerTest
+{
+protected:
+    ArrayManagerTest() { _capture.take(); }
+
+    Array2DTextureManager manager;
+};
+
 } // namespace
 
 TEST(TextureTokenTest, TokensAreNumbersThatHashAndMakeSets)
@@ -144,8 +183,8 @@ TEST_F(TextureManagerTest, PathsAreFoundAsGivenUnderTheRootAndByTheirLastCompone
 {
     const QString image = newImage("sub/image.png");
     manager.setTextureRoot(path("sub"));
-    for (const QString &given :
-         {image, QString("image.png"), QString("/image.png"), QString("C:\\art\\image.png")}) {
+    for (const QString &given : {image, QString("image.png"), QString("/image.png"),
+                                 QString("elsewhere/image.png"), QString("C:\\art\\image.png")}) {
         EXPECT_EQ(image, manager.resolveTexturePath(given));
     }
     EXPECT_EQ("a\\b/other.png", manager.resolveTexturePath("a\\b/other.png"));
@@ -281,41 +320,6 @@ TEST_F(ManagerTest, TheProcessWideManagerIsBindlessWhereTheDriverIs)
     EXPECT_EQ(manager.get(), TextureManager::Instance());
     TextureManager::setInstance(nullptr);
 }
-
-namespace {
-
-class ManagerCallsTest : public ManagerTest, public testing::WithParamInterface<TextureStrategy>
-{
-protected:
-    void SetUp() override
-    {
-        ZEL_NEEDS_DRIVER_OF(GetParam());
-        manager = GetParam().make();
-    }
-
-    static int topUnit() { return integerOf(GL_MAX_TEXTURE_IMAGE_UNITS) - 1; }
-
-    static int unitOfNextTexture()
-    {
-        const std::unique_ptr<Texture> texture(newTexture());
-        const AutoBinder binder(texture.get());
-        return int(texture->unit());
-    }
-
-    std::unique_ptr<TextureManager> manager;
-};
-
-/// Managers that sample through units, with textures that can still change.
-using SamplerSlotsTest = ManagerCallsTest;
-
-INSTANTIATE_TEST_SUITE_P(Strategies, ManagerCallsTest, testing::ValuesIn(textureStrategies()),
-                         nameOfStrategy);
-INSTANTIATE_TEST_SUITE_P(Strategies, SamplerSlotsTest,
-                         testing::ValuesIn(textureStrategies({TextureStrategy::eSampler,
-                                                              TextureStrategy::eBindless})),
-                         nameOfStrategy);
-
-} // namespace
 
 TEST_P(SamplerSlotsTest, SlotsAreSharedCountedAndUsedAgain)
 {
@@ -467,18 +471,6 @@ TEST_F(ManagerTest, HandlesAreTheTokensOfWhatDoesNotChangeAndResidentWhileTheyAr
     manager.clear();
     EXPECT_EQ(0, ledger().alive(GLLedger::eTexture)) << "white too, which clearing makes first";
 }
-
-namespace {
-
-class ArrayManagerTest : public ManagerTest
-{
-protected:
-    ArrayManagerTest() { _capture.take(); }
-
-    Array2DTextureManager manager;
-};
-
-} // namespace
 
 TEST_F(ArrayManagerTest, NothingToBindMakesNoSlotsAndMisuseIsReported)
 {

@@ -64,6 +64,80 @@ AstcFile image(unsigned char blockWidth, unsigned char blockHeight, quint32 widt
     return file;
 }
 
+const QString kFailure = "warning Texture image failed to load.";
+const QString kBadWidth = "warning [HDRReader.cpp:#] HDR format error: bad scanline width";
+
+class HDRReaderTest : public UploadTest
+{
+protected:
+    /// Loads a file and returns the texels as GL received them: three floats each, the lowest row first.
+    std::vector<float> uploaded(const QByteArray &file)
+    {
+        const auto texture = HDR(file).load(TextureFileInfo());
+        if (texture == nullptr) {
+            return {};
+        }
+        std::vector<float> values(size_t(_touch.lastBytes().size()) / sizeof(float));
+        std::memcpy(values.data(), _touch.lastBytes().constData(), values.size() * sizeof(float));
+        return values;
+    }
+
+    UploadTouch _touch;
+};
+
+/// The values of texels in exact arithmetic.
+std::vector<float> valuesOf(const HdrFile::Row &row)
+{
+    std::vector<float> values;
+    for (const HdrFile::Texel &texel : row) {
+        for (size_t i = 0; i < 3; ++i) {
+            values.push_back(texel[3] == 0 ? 0.0f : float(std::ldexp(double(texel[i]), texel[3] - 136)));
+        }
+    }
+    return values;
+}
+
+/// A picture of one line.
+QByteArray lineOf(int width, const QByteArray &scanline)
+{
+    HdrFile file(width, 1);
+    file.scanlines = scanline;
+    return file.bytes();
+}
+
+using KTXReaderTest = UploadTest;
+
+std::unique_ptr<Texture> load(const KtxFile &file)
+{
+    return KTX(file.bytes()).load(asInFile());
+}
+
+/// Compares a level, a slice or a face of a texture with its bytes, in rows of whole words.
+testing::AssertionResult holds(const Texture &texture, int level, int layer, int width, int height,
+                               const QByteArray &bytes, int channels = 4)
+{
+    const Pixels expected = Pixels::of(width, height, [&](int x, int y) {
+        QVector4D texel(0.0f, 0.0f, 0.0f, 1.0f);
+        for (int i = 0; i < channels; ++i) {
+            texel[i] = float(uchar(bytes[y * ((width * channels + 3) & ~3) + x * channels + i])) / 255.0f;
+        }
+        return texel;
+    });
+    return pixelsOf(texture, level, layer).isNear(expected, 1e-6f);
+}
+
+KtxFile withKeyValues(const QByteArray &block)
+{
+    KtxFile file;
+    file.keyValues = block;
+    return file.addLevel(64);
+}
+
+QString failure(const char *kind = "Texture", const char *name = "image")
+{
+    return QString("warning %1 %2 failed to load.").arg(kind, name);
+}
+
 } // namespace
 
 TEST_F(ASTCHeaderTest, TheFileHasTheMagicAndTheLengthOfItsBlocks)
@@ -154,51 +228,6 @@ TEST_F(ASTCReaderTest, WhatGLRefusesIsLeftToItsDebugOutput)
         EXPECT_EQ(1, uploads.last<4>());
     }
 }
-
-namespace {
-
-const QString kFailure = "warning Texture image failed to load.";
-const QString kBadWidth = "warning [HDRReader.cpp:#] HDR format error: bad scanline width";
-
-class HDRReaderTest : public UploadTest
-{
-protected:
-    /// Loads a file and returns the texels as GL received them: three floats each, the lowest row first.
-    std::vector<float> uploaded(const QByteArray &file)
-    {
-        const auto texture = HDR(file).load(TextureFileInfo());
-        if (texture == nullptr) {
-            return {};
-        }
-        std::vector<float> values(size_t(_touch.lastBytes().size()) / sizeof(float));
-        std::memcpy(values.data(), _touch.lastBytes().constData(), values.size() * sizeof(float));
-        return values;
-    }
-
-    UploadTouch _touch;
-};
-
-/// The values of texels in exact arithmetic.
-std::vector<float> valuesOf(const HdrFile::Row &row)
-{
-    std::vector<float> values;
-    for (const HdrFile::Texel &texel : row) {
-        for (size_t i = 0; i < 3; ++i) {
-            values.push_back(texel[3] == 0 ? 0.0f : float(std::ldexp(double(texel[i]), texel[3] - 136)));
-        }
-    }
-    return values;
-}
-
-/// A picture of one line.
-QByteArray lineOf(int width, const QByteArray &scanline)
-{
-    HdrFile file(width, 1);
-    file.scanlines = scanline;
-    return file.bytes();
-}
-
-} // namespace
 
 TEST_F(HDRHeaderTest, TheMagicIsRecognisedAndLinesUpToAnEmptyOneDecideAboutValidity)
 {
@@ -385,43 +414,6 @@ TEST_F(HDRReaderTest, ColoursAreDecodedAndRemappedWhenAskedFor)
     EXPECT_TRUE(
         pixelsOf(*texture).isNear(0, 0, {expected(0.5f), expected(0.25f), expected(0.0f), 1.0f}, 1e-3f));
 }
-
-namespace {
-
-using KTXReaderTest = UploadTest;
-
-std::unique_ptr<Texture> load(const KtxFile &file)
-{
-    return KTX(file.bytes()).load(asInFile());
-}
-
-/// Compares a level, a slice or a face of a texture with its bytes, in rows of whole words.
-testing::AssertionResult holds(const Texture &texture, int level, int layer, int width, int height,
-                               const QByteArray &bytes, int channels = 4)
-{
-    const Pixels expected = Pixels::of(width, height, [&](int x, int y) {
-        QVector4D texel(0.0f, 0.0f, 0.0f, 1.0f);
-        for (int i = 0; i < channels; ++i) {
-            texel[i] = float(uchar(bytes[y * ((width * channels + 3) & ~3) + x * channels + i])) / 255.0f;
-        }
-        return texel;
-    });
-    return pixelsOf(texture, level, layer).isNear(expected, 1e-6f);
-}
-
-KtxFile withKeyValues(const QByteArray &block)
-{
-    KtxFile file;
-    file.keyValues = block;
-    return file.addLevel(64);
-}
-
-QString failure(const char *kind = "Texture", const char *name = "image")
-{
-    return QString("warning %1 %2 failed to load.").arg(kind, name);
-}
-
-} // namespace
 
 TEST_F(KTXHeaderTest, TheResultsFollowFromTheFieldsOfTheHeader)
 {

@@ -39,6 +39,71 @@ protected:
     FakeLimits _smallSlots{GL_MAX_ARRAY_TEXTURE_LAYERS, 0}; // no more layers than the least that there are
 };
 
+class TexturePlacementTest : public TextureSlotTest
+{
+protected:
+    /// An array texture of a size, of layers after '*', and of a letter for another format or sampling: "8x4*3g".
+    static Texture *newTexture(const QString &text)
+    {
+        static const QHash<QString, std::array<int, 3>> variants = {
+            // internal format, and a parameter
+            {"s", {GL_SRGB8_ALPHA8, 0, 0}},
+            {"g", {GL_RG8, 0, 0}},
+            {"a", {GL_RGBA8, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE}},
+            {"b", {GL_RGBA8, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}},
+            {"c", {GL_RGBA8, GL_TEXTURE_MAG_FILTER, GL_LINEAR}},
+            {"d", {GL_RGBA8, GL_TEXTURE_MIN_FILTER, GL_LINEAR}},
+            {"e", {GL_RGBA8, GL_TEXTURE_LOD_BIAS, 1}},
+            {"f", {GL_RGBA8, GL_TEXTURE_MAX_ANISOTROPY, 2}}};
+        const auto match = QRegularExpression("^(\\d+)x(\\d+)\\*?(\\d*)([a-z]?)$").match(text);
+        EXPECT_TRUE(match.hasMatch()) << qPrintable(text);
+        const auto [internalFormat, parameter, value] = variants.value(match.captured(4), {GL_RGBA8, 0, 0});
+        auto *texture = new Texture(nullptr);
+        texture->create3D(GL_TEXTURE_2D_ARRAY, GLenum(internalFormat), match.captured(1).toInt(),
+                          match.captured(2).toInt(), std::max(match.captured(3).toInt(), 1));
+        if (parameter != 0) {
+            const AutoBinder binder(texture);
+            glTexParameteri(GL_TEXTURE_2D_ARRAY, GLenum(parameter), value);
+        }
+        return texture;
+    }
+
+    /// The slot and the first layer of each token after white, then the size and the used layers of each slot.
+    QString placesIn(Array2DTextureManager &manager)
+    {
+        QString places;
+        Hook<&glTexImage1D> upload;
+        upload.replace([&](auto, auto, auto, GLsizei width, auto, auto, auto, const void *data) {
+            const auto *map = static_cast<const SlotLayerData *>(data);
+            for (int i = 1; i < width / 2; ++i) {
+                places += map[i].isValid() ? QString("%1.%2 ").arg(map[i].slot).arg(map[i].layer) : "- ";
+            }
+        });
+        _program->bind();
+        manager.bind(_program.get());
+        manager.unbind(_program.get());
+        _program->unbind();
+        _capture.take();
+        manager.dumpSlots();
+        const QString dump = _capture.takeTexts().join("");
+        auto it =
+            QRegularExpression("(UNUSED)|(\\d+)x *(\\d+)\\) .*,( ?\\d+):( ?\\d+)<64}").globalMatch(dump);
+        while (it.hasNext()) {
+            const QStringList texts = it.next().capturedTexts();
+            places +=
+                texts[1].isEmpty() ? QString("|%1x%2:%3").arg(texts[2], texts[3], texts[4].trimmed()) : "|";
+            EXPECT_EQ(texts.value(4).toInt(), texts.value(5).toInt()) << "storage for what is used, no more";
+        }
+        return places;
+    }
+
+private:
+    std::unique_ptr<ShaderProgram> _program =
+        makeProgram(kAtOrigin, "#version 150\nuniform isampler1D u_TextureTokenManagedTextureSlotMapSample;\n"
+                               "out ivec4 map;\nvoid main() {\n"
+                               "  map = texelFetch(u_TextureTokenManagedTextureSlotMapSample, 0, 0);\n}\n");
+};
+
 } // namespace
 
 TEST_F(TextureSlotTest, ASlotStartsAsOneDefinedTexel)
@@ -146,75 +211,6 @@ TEST_F(TextureSlotTest, HostsFindSlotsBySizeAndFormat)
     EXPECT_FALSE(manager.moveSlotLayers(0, 5) || manager.moveSlotLayers(-1, 0));
     _capture.take();
 }
-
-namespace {
-
-class TexturePlacementTest : public TextureSlotTest
-{
-protected:
-    /// An array texture of a size, of layers after '*', and of a letter for another format or sampling: "8x4*3g".
-    static Texture *newTexture(const QString &text)
-    {
-        static const QHash<QString, std::array<int, 3>> variants = {
-            // internal format, and a parameter
-            {"s", {GL_SRGB8_ALPHA8, 0, 0}},
-            {"g", {GL_RG8, 0, 0}},
-            {"a", {GL_RGBA8, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE}},
-            {"b", {GL_RGBA8, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE}},
-            {"c", {GL_RGBA8, GL_TEXTURE_MAG_FILTER, GL_LINEAR}},
-            {"d", {GL_RGBA8, GL_TEXTURE_MIN_FILTER, GL_LINEAR}},
-            {"e", {GL_RGBA8, GL_TEXTURE_LOD_BIAS, 1}},
-            {"f", {GL_RGBA8, GL_TEXTURE_MAX_ANISOTROPY, 2}}};
-        const auto match = QRegularExpression("^(\\d+)x(\\d+)\\*?(\\d*)([a-z]?)$").match(text);
-        EXPECT_TRUE(match.hasMatch()) << qPrintable(text);
-        const auto [internalFormat, parameter, value] = variants.value(match.captured(4), {GL_RGBA8, 0, 0});
-        auto *texture = new Texture(nullptr);
-        texture->create3D(GL_TEXTURE_2D_ARRAY, GLenum(internalFormat), match.captured(1).toInt(),
-                          match.captured(2).toInt(), std::max(match.captured(3).toInt(), 1));
-        if (parameter != 0) {
-            const AutoBinder binder(texture);
-            glTexParameteri(GL_TEXTURE_2D_ARRAY, GLenum(parameter), value);
-        }
-        return texture;
-    }
-
-    /// The slot and the first layer of each token after white, then the size and the used layers of each slot.
-    QString placesIn(Array2DTextureManager &manager)
-    {
-        QString places;
-        Hook<&glTexImage1D> upload;
-        upload.replace([&](auto, auto, auto, GLsizei width, auto, auto, auto, const void *data) {
-            const auto *map = static_cast<const SlotLayerData *>(data);
-            for (int i = 1; i < width / 2; ++i) {
-                places += map[i].isValid() ? QString("%1.%2 ").arg(map[i].slot).arg(map[i].layer) : "- ";
-            }
-        });
-        _program->bind();
-        manager.bind(_program.get());
-        manager.unbind(_program.get());
-        _program->unbind();
-        _capture.take();
-        manager.dumpSlots();
-        const QString dump = _capture.takeTexts().join("");
-        auto it =
-            QRegularExpression("(UNUSED)|(\\d+)x *(\\d+)\\) .*,( ?\\d+):( ?\\d+)<64}").globalMatch(dump);
-        while (it.hasNext()) {
-            const QStringList texts = it.next().capturedTexts();
-            places +=
-                texts[1].isEmpty() ? QString("|%1x%2:%3").arg(texts[2], texts[3], texts[4].trimmed()) : "|";
-            EXPECT_EQ(texts.value(4).toInt(), texts.value(5).toInt()) << "storage for what is used, no more";
-        }
-        return places;
-    }
-
-private:
-    std::unique_ptr<ShaderProgram> _program =
-        makeProgram(kAtOrigin, "#version 150\nuniform isampler1D u_TextureTokenManagedTextureSlotMapSample;\n"
-                               "out ivec4 map;\nvoid main() {\n"
-                               "  map = texelFetch(u_TextureTokenManagedTextureSlotMapSample, 0, 0);\n}\n");
-};
-
-} // namespace
 
 TEST_F(TexturePlacementTest, TexturesFindTheirPlacesInOrderOfPreference)
 {
