@@ -41,17 +41,14 @@ inline QChar leadingChannel(const QColor &color)
 inline QString mosaic(const QImage &image, int columns, int rows)
 {
     const double unit = std::min(0.9 * image.width() / columns, 0.9 * image.height() / rows);
-    QStringList lines;
-    for (int y = 0; y < rows; ++y) {
-        QString line;
-        for (int x = 0; x < columns; ++x) {
-            line +=
-                leadingChannel(image.pixelColor(int(0.5 * image.width() + (x + 0.5 - 0.5 * columns) * unit),
-                                                int(0.5 * image.height() + (y + 0.5 - 0.5 * rows) * unit)));
-        }
-        lines += line;
+    QString letters;
+    for (int i = 0; i < columns * rows; ++i) {
+        letters += i > 0 && i % columns == 0 ? "/" : "";
+        letters += leadingChannel(
+            image.pixelColor(int(0.5 * image.width() + (i % columns + 0.5 - 0.5 * columns) * unit),
+                             int(0.5 * image.height() + (i / columns + 0.5 - 0.5 * rows) * unit)));
     }
-    return lines.join('/');
+    return letters;
 }
 
 /// The greatest difference of any channel of any pixel; 256 if the sizes differ.
@@ -144,9 +141,7 @@ protected:
             }
         }
         for (int i = 0; i < nodeList.size(); ++i) {
-            if (!children.contains(i)) {
-                roots += QString::number(i);
-            }
+            roots += children.contains(i) ? QStringList() : QStringList(QString::number(i));
         }
         for (const QByteArray &view : views) {
             viewList += QString(R"({"buffer":%1,"byteLength":%2})").arg(buffers.size()).arg(view.size());
@@ -164,14 +159,15 @@ protected:
     }
 
     /// Writes a glTF file of these nodes and materials (JSON lists). Mesh i is a unit square from the origin in the plane z = 0,
-    /// facing +z, with material i and upright texture coordinates. \a more: additional members of the file.
+    /// with material i, upright texture coordinates and these normals. \a more: additional members of the file.
     QString writeSquares(const QString &name, const QByteArray &nodes, const QByteArray &materials,
-                         const QByteArray &more = R"("extensionsUsed":[])") const
+                         const QByteArray &more = R"("extensionsUsed":[])",
+                         const QVector<QVector3D> &normals = QVector<QVector3D>(4, {0, 0, 1})) const
     {
         QStringList meshes;
         while (meshes.size() < QJsonDocument::fromJson(materials).array().size()) {
             const QString mesh =
-                R"({"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,"material":%1}]})";
+                R"({"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1,"NORMAL":3},"indices":2,"material":%1}]})";
             meshes += mesh.arg(meshes.size());
         }
         return writeGltf(
@@ -179,9 +175,10 @@ protected:
             R"("materials":)" + materials + R"(,"meshes":[)" + meshes.join(',').toUtf8() + "]," + more
                 + R"(,"accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
                                   {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
-                                  {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}])",
+                                  {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"},
+                                  {"bufferView":3,"componentType":5126,"count":4,"type":"VEC3"}])",
             {bytesOf<float>({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}), bytesOf<float>({0, 1, 1, 1, 1, 0, 0, 0}),
-             bytesOf<quint16>({0, 1, 2, 0, 2, 3})});
+             bytesOf<quint16>({0, 1, 2, 0, 2, 3}), bytesOf(normals)});
     }
 
     /// Members of a glTF file whose only texture is this PNG.
@@ -225,10 +222,7 @@ protected:
     /// The line of the last run's output that starts with \a head.
     QString line(const QString &head) const
     {
-        const QStringList lines = _last.output.split('\n');
-        const auto found =
-            std::find_if(lines.begin(), lines.end(), [&](const QString &l) { return l.startsWith(head); });
-        return found == lines.end() ? QString() : *found;
+        return _last.output.split('\n').filter(QRegularExpression("^" + head)).value(0);
     }
 
     Ending _last;

@@ -48,20 +48,16 @@ protected:
 
 TEST_F(ZelviewRefusalTest, ReportsWrongCallsInOneLineAndKeepsEveryFile)
 {
-    const QString rgbe = write("old.hdr", "#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n\1\1\1\1");
     const QString tile = write("t.1001.png", fourColours());
     write("t.1002.png", fourColours());
     const QString target = write("out.png", "old");
     expectRefusals({
         {{}, 1, "no FILE is given"},
-        {{_wall, _wall}, 1, "zelview shows one FILE at a time, not 2: '" + _wall + "', '" + _wall + "'"},
         {{_wall, "--colour"}, 1, "Unknown option 'colour' (see"},
         {{_wall, "--offscreen", "out.JPG"}, 1, "--offscreen writes PNG"},
         {{_wall, "--stress", "9"}, 1, "--stress and FILE exclude each other"},
-        {{_wall, "--frames", "9"}, 1, "--frames needs --stress and --offscreen"},
         {{_wall, "--pick", "0,0"}, 1, "--pick needs --offscreen"},
         {{_wall, "--offscreen", _wall}, 1, "the picture would overwrite a file that it shows"},
-        {{_wall, "--env", rgbe, "--offscreen", rgbe}, 1, "the picture would overwrite a file that it shows"},
         {{"--udim", path(), "--offscreen", tile}, 1, "the picture would overwrite a file that it shows"},
         {{tile, "--print-plan"}, 1, "--print-plan applies to models; '" + tile + "' is an image"},
         {{_wall, "--offscreen", path("none/out.png")}, 2, "there is no folder"},
@@ -69,17 +65,14 @@ TEST_F(ZelviewRefusalTest, ReportsWrongCallsInOneLineAndKeepsEveryFile)
     });
     expectRefusals(
         {
-            {{"--stress", "0"}, 1, "--stress takes a number from 1"},
             {{_wall, "--lights", "none", "--variance"}, 1, "--variance needs --lights other than 'none'"},
             {{_wall, "--size", "16000x16000"}, 1, "--size 16000x16000 is too large"},
             {{_wall, "--view", "nan,0"}, 1, "--view takes AZIMUTH,ELEVATION"},
             {{_wall, "--lights", "moon"}, 1, "--lights takes 'none', 'sun', 'rig' or 'file', not 'moon'"},
             {{_wall, "--lights", "file"}, 1, "wall.obj' has no lights"},
             {{_wall, "--csm", "9"}, 1, "--csm takes a number from 1 to 8, not '9'"},
-            {{_wall, "--camera", "0"}, 1, "there is no camera '0': "},
             {{_wall, "--pick", "1280,0"}, 1, "--pick takes X,Y inside"},
             {{_wall, "--env-rotation", "20"}, 1, "--env-rotation needs --env"},
-            {{_wall, "--level", "0"}, 1, "--level applies to images"},
             {{tile, "--level", "7"}, 1, "there is no level 7: '" + tile + "' has 5, counted from 0"},
             {{tile, "--view", "0,0"}, 1, "--view applies to models"},
             {{"--udim", path("none.<UDIM>.png")}, 2, "has no tiles"},
@@ -94,9 +87,6 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
     const QString rgbe = write("old.hdr", "#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n\1\1\1\1");
     const QString oblong = write("oblong.png", plainPng(Qt::red, 64, 8));
     const QByteArray torn("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20);
-    KtxFile array;
-    array.arrayElements = 2;
-    array.addLevel(64, 2);
     QDir(path()).mkdir("sets");
     write("sets/a.1001.png", plainPng(Qt::red));
     write("sets/b.1001.png", plainPng(Qt::red));
@@ -105,9 +95,7 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
             {{path("none.glb")}, 2, "there is no file"},
             {{"--udim", path("sets")}, 1, "holds several sets of tiles; name one, such as"},
             {{write("notes.txt", "Dear diary,\n")}, 3, "it is neither a model nor an image of a known"},
-            {{write("empty.glb", "")}, 3, "empty.glb' cannot be understood: it is empty"},
             {{write("torn.glb", torn)}, 3, "it is neither"},
-            {{write("a.gltf", "{" + gltf2)}, 3, "damaged, or uses a feature of its format that"},
             {{write("b.gltf", R"({"extensionsRequired":["E"],)" + gltf2)}, 3, "the extension E,"},
             {{write("c.gltf", R"({"skins":[{}],)" + gltf2)}, 3, "skins without inverse bind matrices"},
             {{write("v1.glb", "glTF\1" + QByteArray(20, '\0'))}, 3, "it is glTF 1, and zelview reads"},
@@ -115,10 +103,7 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
             {{write("far.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1 0\nf 1 2 3\n")}, 3, "not finite or out of range"},
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{write("cut.png", fourColours().left(40))}, 3, "cut.png' cannot be shown: "},
-            {{write("cut.ktx", array.bytes().left(40))}, 3, "cannot be shown: its data are damaged"},
-            {{write("array.ktx", array.bytes())}, 3, "Array textures not supported yet"},
-            {{_wall, "--env", _wall}, 3, "wall.obj' cannot be read"},
-            {{_wall, "--env", rgbe}, 3, "cannot be read: it is a Radiance image that begins with '#?RGBE'"},
+            {{write("cut.ktx", KtxFile().bytes().left(40))}, 3, "cannot be shown: its data are damaged"},
             {{_wall, "--env", write("cut.exr", "v/1\1\2\0\0\0")}, 3, "cut.exr' cannot be read: "},
             {{_wall, "--env", oblong}, 3, "is not an environment image: 64x8 is neither"},
             {{_wall, "--env", oblong, "--env-layout", "strip"}, 3, "is not a strip: its 64x8 texels"},

@@ -185,20 +185,20 @@ TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndTheManagerWithItsTilesAndShow
     _options.isUdim = true;
     ShownModel plane(_options, {40, 40});
     const QImage first = plane.picture();
-    EXPECT_NE(plane.pictureAfter(Qt::Key_D), first);
-    EXPECT_EQ(plane.pictureAfter(Qt::Key_D), first);
-    for (const char *mechanism : {"uniform", "texbuffer", "texture", isForOpenGL32() ? "ubo" : "ssbo"}) {
+    for (const char *mechanism : {"uniform", "texbuffer"}) {
         EXPECT_EQ(plane.pictureAfter(Qt::Key_I), first);
         EXPECT_TRUE(holds(plane.report("draws"), QString(" by %1 in ").arg(mechanism)));
     }
     const QString byArray = plane.report("draws");
     EXPECT_TRUE(byArray.endsWith("textures by array")) << qPrintable(byArray);
-    for (int round = 0; round < 2; ++round) {
-        do {
-            const bool isEqual = plane.pictureAfter(Qt::Key_M) == first;
-            EXPECT_EQ(isEqual, plane.report("draws").contains("by array"));
-        } while (plane.report("draws") != byArray);
-    }
+    do {
+        const QImage picture = plane.pictureAfter(Qt::Key_M);
+        const bool hasTiles = plane.report("draws").contains("by array");
+        EXPECT_EQ(picture == first, hasTiles);
+        const bool showsSlots = plane.pictureAfter(Qt::Key_D) != picture;
+        EXPECT_TRUE(showsSlots == hasTiles || plane.report("draws").endsWith("by array-bindless"));
+        EXPECT_EQ(plane.pictureAfter(Qt::Key_D), picture);
+    } while (plane.report("draws") != byArray);
     EXPECT_FALSE(plane->key(Qt::Key_Y));
 }
 

@@ -1,5 +1,6 @@
 #include "model/ModelRenderer.h"
 
+#include "frame/Console.h"
 #include "frame/Counted.h"
 #include "frame/UniformBlock.h"
 #include "light/Environment.h"
@@ -249,7 +250,15 @@ std::optional<Picker::Hit> ModelRenderer::pick(const View &view, const QPoint &p
 
 Failure ModelRenderer::prepareSlots()
 {
-    if (_slotsProgram != nullptr) {
+    if (_slotsProgram != nullptr || !_canShowSlots) {
+        return {};
+    }
+    // "sizes of bindless handles" in docs/driver-workarounds.md: the view of these slots would end the process.
+    if (_textures.kind() == ManagerKind::eArrayBindless
+        && QByteArray(reinterpret_cast<const char *>(glGetString(GL_RENDERER))).startsWith("zink")) {
+        _canShowSlots = false;
+        Console::printError(QStringLiteral("the driver cannot show the slots of the manager '%1'")
+                                .arg(managerName(_textures.kind())));
         return {};
     }
     const Expected<ProgramPointer> built = _programs.build(
@@ -263,6 +272,9 @@ Failure ModelRenderer::prepareSlots()
 
 void ModelRenderer::drawSlots()
 {
+    if (_slotsProgram == nullptr) {
+        return;
+    }
     const AutoBinder boundProgram(_slotsProgram.data());
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoEnabler blending(GL_BLEND);

@@ -63,9 +63,9 @@ public:
     /// What a pixel shows: the material index in the scene, and the position.
     std::optional<Picker::Hit> pick(const View &view, const QPoint &pixel, const QSize &viewport);
 
-    /// Builds the program of drawSlots() at the first call.
+    /// Builds the program of drawSlots() at the first call, or prints that the driver cannot show the manager's slots.
     Failure prepareSlots();
-    /// Draws the texture manager's debug view over the bound framebuffer.
+    /// Draws the texture manager's debug view over the bound framebuffer, if there is a program.
     void drawSlots();
 
     ManagerKind manager() const { return _textures.kind(); }
@@ -100,6 +100,7 @@ private:
     LightRig _lights;
     Picker _picker;
     int _markedMaterial = -1;
+    bool _canShowSlots = true;
     std::optional<QMatrix4x4> _frozenFrustum;
     QSharedPointer<Orvane::Zel::UniformBufferObject> _frame;
 
