@@ -79,33 +79,25 @@ Sets setsOfArrays()
 }
 
 /// The models, those of the other numbering, and the other visibility term.
-Sets setsOfShading()
-{
-    return setsOf({"UNREAL_ONLY 1, ZEL_BRDF 0", "UNREAL_ONLY 1, ZEL_BRDF 1", "BRIX_GTR_CRUE 1, ZEL_BRDF 2"},
-                  "ZEL_BRDF %", {0, 1, 2, 3, 4});
-}
+const Sets kShading =
+    setsOf({"UNREAL_ONLY 1, ZEL_BRDF 0", "UNREAL_ONLY 1, ZEL_BRDF 1", "BRIX_GTR_CRUE 1, ZEL_BRDF 2"},
+           "ZEL_BRDF %", {0, 1, 2, 3, 4});
 
-/// Both languages of SMAA with every preset, and with the other settings of a host.
-Sets setsOfSmaa()
+/// The settings of a host: each preset and option, in one language of SMAA.
+Sets setsOfSmaa(const QString &language)
 {
     QStringList texts;
-    for (const char *language : {"SMAA_GLSL_3", "SMAA_GLSL_4"}) {
-        for (const char *option : {"SMAA_PRESET_LOW", "SMAA_PRESET_MEDIUM", "SMAA_PRESET_HIGH",
-                                   "SMAA_PRESET_ULTRA", "SMAA_PREDICATION", "SMAA_REPROJECTION",
-                                   "SMAA_DISABLE_DIAG_DETECTION", "SMAA_DISABLE_CORNER_DETECTION"}) {
-            texts += QString("SMAA_RT_METRICS vec4(0.25), %1 1, %2 1").arg(language, option);
-        }
+    for (const char *option : {"PRESET_LOW", "PRESET_MEDIUM", "PRESET_HIGH", "PRESET_ULTRA", "PREDICATION",
+                               "REPROJECTION", "DISABLE_DIAG_DETECTION", "DISABLE_CORNER_DETECTION"}) {
+        texts += QString("SMAA_RT_METRICS vec4(0.25), %1 1, SMAA_%2 1").arg(language, option);
     }
     return setsOf(texts);
 }
 
 Sets setsFor(const QString &file)
 {
-    const struct
-    {
-        const char *start; ///< of the names of the files
-        Sets (*sets)();
-    } rows[] = {
+    const std::pair<const char *, std::function<Sets()>> rows[] = {
+        // by the start of the names of the files
         {"Array2DTextureManager", setsOfArrays},
         {"BindlessTextureManager", [] { return setsOfManager<BindlessTextureManager>(); }},
         {"SamplerTextureManager", [] { return setsOfManager<SamplerTextureManager>(); }},
@@ -116,9 +108,9 @@ Sets setsFor(const QString &file)
              return Sets{[](GLSLMacroProcessor &processor) { ShadowMapManager::setup(&processor, 0); },
                          [](GLSLMacroProcessor &processor) { ShadowMapManager::setup(&processor, 1); }};
          }},
-        {"prefilteredEnvMap", setsOfShading},
-        {"preintegratedBRDFTable", setsOfShading},
-        {"ImportanceSample", setsOfShading},
+        {"prefilteredEnvMap", [] { return kShading; }},
+        {"preintegratedBRDFTable", [] { return kShading; }},
+        {"ImportanceSample", [] { return kShading; }},
         {"CubeRender_NDotL",
          [] {
              return setsOf({}, "TVO_CUBERENDER_NDOT_BATCH_SIZE %", {1, 2, 4, 8});
@@ -137,7 +129,7 @@ Sets setsFor(const QString &file)
              return setsOf({"", "FXAA_GATHER4_ALPHA 0", "FXAA_DISCARD 1"}, "FXAA_QUALITY__PRESET %",
                            {10, 11, 12, 13, 14, 15, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 39});
          }},
-        {"SMAA", setsOfSmaa},
+        {"SMAA", [] { return setsOfSmaa("SMAA_GLSL_3") + setsOfSmaa("SMAA_GLSL_4"); }},
         {"",
          [] {
              return setsOf({""}) + Sets{[](GLSLMacroProcessor &processor) {
@@ -148,8 +140,8 @@ Sets setsFor(const QString &file)
          }},
     };
     return std::find_if(std::begin(rows), std::end(rows),
-                        [&](const auto &row) { return file.startsWith(row.start); })
-        ->sets();
+                        [&](const auto &row) { return file.startsWith(row.first); })
+        ->second();
 }
 
 const QStringList kIncludes = QDir(":/GLSL/include").entryList(QDir::Files, QDir::Name);

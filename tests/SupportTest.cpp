@@ -18,59 +18,49 @@ using namespace Orvane::Zel;
 
 namespace {
 
-/// A fixture whose result the tests below read instead of failing themselves.
-class Judged : public GLTest
+void warn(const char *text)
 {
-public:
-    GLuint makeBuffer()
-    {
-        GLuint name = 0;
-        glGenBuffers(1, &name);
-        return name;
-    }
-
-    using GLTest::ledger;
-    using GLTest::makeCurrent;
-
-private:
-    void TestBody() override {}
-};
+    QMessageLogger(nullptr, 0, nullptr).warning("%s", text);
+}
 
 /// The failures that the fixture reports for a test with this body; empty if it passes.
-template <typename Body> std::string verdict(Body body)
+std::string verdict(void (*body)(GLuint buffer))
 {
+    struct Judged : GLTest
+    {
+        void TestBody() override {}
+    };
     testing::TestPartResultArray results;
     {
         const testing::ScopedFakeTestPartResultReporter reporter(
             testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
         Judged judged;
-        body(judged);
+        GLuint buffer = 0;
+        glGenBuffers(1, &buffer);
+        body(buffer);
+        glDeleteBuffers(1, &buffer);
     }
-    std::string said;
+    std::string failures;
     for (int i = 0; i < results.size(); ++i) {
-        said += results.GetTestPartResult(i).message();
+        failures += results.GetTestPartResult(i).message();
     }
-    return said;
+    return failures;
 }
 
 } // namespace
 
 TEST(SupportTest, EveryUntakenMessageErrorOrObjectFails)
 {
-    const auto expectSaid = [](const char *words, void (*body)(Judged &)) {
+    const auto expectFailure = [](const char *words, void (*body)(GLuint)) {
         EXPECT_PRED_FORMAT2(testing::IsSubstring, words, verdict(body));
     };
-    expectSaid("warning chatter", [](Judged &) { qWarning("chatter"); });
-    expectSaid("GL debug output", [](Judged &) { glEnable(GL_TEXTURE_2D_ARRAY); });
-    expectSaid("GL errors", [](Judged &) { glEnable(GL_TEXTURE_2D_ARRAY); });
-    expectSaid("is still alive", [](Judged &judged) { judged.makeBuffer(); });
-    expectSaid("which is not alive", [](Judged &judged) {
-        const GLuint name = judged.makeBuffer();
-        glDeleteBuffers(1, &name);
-        glDeleteBuffers(1, &name);
-    });
-    EXPECT_EQ("", verdict([](Judged &) {
-                  qWarning("expected");
+    expectFailure("warning chatter", [](GLuint) { warn("chatter"); });
+    expectFailure("GL debug output", [](GLuint) { glEnable(GL_TEXTURE_2D_ARRAY); });
+    expectFailure("GL errors", [](GLuint) { glEnable(GL_TEXTURE_2D_ARRAY); });
+    expectFailure("is still alive", [](GLuint buffer) { glGenBuffers(1, &buffer); });
+    expectFailure("which is not alive", [](GLuint buffer) { glDeleteBuffers(1, &buffer); });
+    EXPECT_EQ("", verdict([](GLuint) {
+                  warn("expected");
                   EXPECT_MESSAGES("warning expected");
                   glEnable(GL_TEXTURE_2D_ARRAY);
                   EXPECT_EQ(std::vector<GLenum>{GL_INVALID_ENUM}, takeGLErrors());
@@ -82,7 +72,7 @@ using CaptureTest = MessageTest;
 TEST_F(CaptureTest, MessagesAreComparedInLevelNumberOrderAndText)
 {
     const auto taken = [](const std::vector<ExpectedMessage> &expected) {
-        QMessageLogger(nullptr, 0, nullptr).warning("[File.cpp:%d] %s", 12, "text");
+        warn("[File.cpp:12] text");
         QMessageLogger(nullptr, 0, nullptr).debug("bare");
         return bool(takeMessages(expected));
     };
@@ -92,7 +82,8 @@ TEST_F(CaptureTest, MessagesAreComparedInLevelNumberOrderAndText)
     EXPECT_FALSE(taken({"critical [File.cpp:#] text", "debug bare"}));
     EXPECT_FALSE(taken({"warning [File.cpp:#] text", "debug bar"}));
     EXPECT_FALSE(taken({}));
-    EXPECT_MESSAGES();
+    QMessageLogger("File.cpp", 1, "f()").warning("text");
+    EXPECT_MESSAGES("warning(defaultFile.cppf()1) text");
 }
 
 using TapTest = GLTest;
@@ -121,22 +112,19 @@ using PixelsTest = GLTest;
 
 TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
 {
-    // Rows of 3 pixels of 3 bytes, which are correct only with a pack alignment of 1.
-    const quint8 bytes[2][3][3] = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}},
-                                   {{51, 51, 51}, {0, 0, 0}, {255, 255, 255}}};
+    Pixels picture(3, 2, {0.2f, 0.2f, 0.2f, 1});
+    picture.at(2, 0) = {0, 0, 1, 1};
     Texture texture(nullptr);
     texture.create2D(GL_TEXTURE_2D, GL_RGB8, 3, 2);
     texture.bind();
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 3, 2, GL_RGB, GL_UNSIGNED_BYTE, bytes);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 3, 2, GL_RGBA, GL_FLOAT, picture.data());
     FramebufferObject framebuffer(nullptr);
     framebuffer.bind();
     framebuffer.attach(&texture, GL_COLOR_ATTACHMENT0, 0);
 
     StateGuard guard;
     const Pixels ofTexture = Pixels::ofTexture(GL_TEXTURE_2D, texture.textureID());
-    EXPECT_TRUE(ofTexture.isNear(2, 0, {0, 0, 1, 1}, 0.001f));
-    EXPECT_TRUE(ofTexture.isNear(0, 1, {0.2f, 0.2f, 0.2f, 1}, 0.001f));
+    EXPECT_TRUE(ofTexture.isNear(picture, 0.001f));
     EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, 3, 2).isNear(ofTexture, 0.0f));
     EXPECT_EQ(QStringList(), guard.changes());
 

@@ -7,7 +7,6 @@
 
 #include <QtGui/QMatrix4x4>
 
-#include <cstring>
 #include <vector>
 
 using namespace Orvane::Zel;
@@ -64,108 +63,95 @@ protected:
         EXPECT_TRUE(_program.link()) << _program.log().toStdString();
         _program.setMacroProcessor(nullptr);
         _program.bind();
-        glGenTextures(kCount, _textures);
-        glGenBuffers(kCount, _buffers);
     }
 
     ~VisibilityBufferTest() override
     {
         _program.unbind();
-        glDeleteBuffers(kCount, _buffers);
-        glDeleteTextures(kCount, _textures);
+        glDeleteBuffers(GLsizei(_buffers.size()), _buffers.data());
+        glDeleteTextures(GLsizei(_textures.size()), _textures.data());
         glActiveTexture(GL_TEXTURE0);
         InstanceDataRegistry::Instance()->clear();
     }
 
     int location(const char *name) { return _program.getUniformLocation(name); }
 
-    void bindTexture(int i, GLenum target, const char *sampler)
+    void bindTexture(GLenum target, const char *sampler)
     {
-        glActiveTexture(GL_TEXTURE0 + unsigned(i));
-        glBindTexture(target, _textures[i]);
-        glUniform1i(location(sampler), i);
+        _textures.emplace_back();
+        glGenTextures(1, &_textures.back());
+        glActiveTexture(GL_TEXTURE0 + unsigned(_textures.size()));
+        glBindTexture(target, _textures.back());
+        glUniform1i(location(sampler), int(_textures.size()));
     }
 
-    void setTexture(int i, const char *sampler, GLenum internalFormat, GLenum format, int width, int height,
+    void setTexture(const char *sampler, GLenum internalFormat, GLenum format, int width, int height,
                     const std::vector<quint32> &values)
     {
-        bindTexture(i, GL_TEXTURE_2D, sampler);
+        bindTexture(GL_TEXTURE_2D, sampler);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
         glTexImage2D(GL_TEXTURE_2D, 0, GLint(internalFormat), width, height, 0, format, GL_UNSIGNED_INT,
                      values.data());
     }
 
-    template <typename Value>
-    void setBuffer(int i, const char *sampler, GLenum internalFormat, const std::vector<Value> &values)
+    /// Fills a buffer, which stays bound to this target.
+    template <typename Value> GLuint fill(GLenum target, const std::vector<Value> &values)
     {
-        bindTexture(i, GL_TEXTURE_BUFFER, sampler);
-        glBindBuffer(GL_TEXTURE_BUFFER, _buffers[i]);
-        glBufferData(GL_TEXTURE_BUFFER, GLsizeiptr(values.size() * sizeof(Value)), values.data(),
-                     GL_STATIC_DRAW);
-        glTexBuffer(GL_TEXTURE_BUFFER, internalFormat, _buffers[i]);
+        _buffers.emplace_back();
+        glGenBuffers(1, &_buffers.back());
+        glBindBuffer(target, _buffers.back());
+        glBufferData(target, GLsizeiptr(values.size() * sizeof(Value)), values.data(), GL_STATIC_DRAW);
+        return _buffers.back();
     }
 
-    static constexpr int kCount = 7;
+    template <typename Value>
+    void setBuffer(const char *sampler, GLenum internalFormat, const std::vector<Value> &values)
+    {
+        bindTexture(GL_TEXTURE_BUFFER, sampler);
+        glTexBuffer(GL_TEXTURE_BUFFER, internalFormat, fill(GL_TEXTURE_BUFFER, values));
+    }
 
     InstanceDataPlan *_plan = new InstanceDataPlan("InstanceInfo"); // owned by the registry
     ShaderProgram _program{nullptr};
-    GLuint _textures[kCount] = {};
-    GLuint _buffers[kCount] = {};
+    std::vector<GLuint> _textures;
+    std::vector<GLuint> _buffers;
 };
-
-quint32 bitsOf(float value)
-{
-    quint32 bits = 0;
-    std::memcpy(&bits, &value, sizeof(bits));
-    return bits;
-}
 
 } // namespace
 
 TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
 {
     // Vertices 0 to 2 are unused: the draw is triangle 1, whose vertices, with or without indices, are 3 to 5.
-    const std::vector<QVector4D> positions = {{9, 9, 9, 1},   {8, 8, 8, 1},  {7, 7, 7, 1},
-                                              {-4, -4, 0, 1}, {4, -4, 0, 1}, {-4, 4, 0, 1}};
-    const std::vector<QVector4D> normals = {{}, {}, {}, {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
-    const std::vector<QVector4D> texCoords = {{}, {}, {}, {0, 0, 0, 0}, {1, 0, 0, 0}, {0, 1, 0, 0}};
-    setTexture(0, "u_SamplerHeadPointer", GL_R32UI, GL_RED_INTEGER, kPixels, 1, {0, 3, 4});
+    setTexture("u_SamplerHeadPointer", GL_R32UI, GL_RED_INTEGER, kPixels, 1, {0, 3, 4});
     // Nodes 1 to 4, two per row: next, primitive + 1, depth, draw.
-    const quint32 near = bitsOf(0.5f);
-    setTexture(1, "u_SamplerNodeBuffer", GL_RGBA32UI, GL_RGBA_INTEGER, 2, 2,
-               {0, 0, 0, 0, 0, 2, bitsOf(0.75f), 1, 0, 2, near, 0, 2, 2, near, 0});
+    const quint32 half = 0x3F000000; // the bits of 0.5 and 0.75
+    setTexture("u_SamplerNodeBuffer", GL_RGBA32UI, GL_RGBA_INTEGER, 2, 2,
+               {0, 0, 0, 0, 0, 2, 0x3F400000, 1, 0, 2, half, 0, 2, 2, half, 0});
     glUniform1i(location("u_SamplerNodeBufferWidth"), 2);
-    setBuffer(2, "u_VertexBuffer", GL_RGBA32F, positions);
-    setBuffer(3, "u_NormalBuffer", GL_RGBA32F, normals);
-    setBuffer(4, "u_texCoordBuffer", GL_RGBA32F, texCoords);
+    setBuffer<QVector4D>(
+        "u_VertexBuffer", GL_RGBA32F,
+        {{9, 9, 9, 1}, {8, 8, 8, 1}, {7, 7, 7, 1}, {-4, -4, 0, 1}, {4, -4, 0, 1}, {-4, 4, 0, 1}});
+    setBuffer<QVector4D>("u_NormalBuffer", GL_RGBA32F,
+                         {{}, {}, {}, {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}});
+    setBuffer<QVector4D>("u_texCoordBuffer", GL_RGBA32F,
+                         {{}, {}, {}, {0, 0, 0, 0}, {1, 0, 0, 0}, {0, 1, 0, 0}});
     // firstIndex is 1 and baseVertex 2, so triangle 1 has the indices 4 to 6.
-    setBuffer<qint32>(5, "u_IndexBuffer", GL_R32I, {7, 7, 7, 7, 1, 2, 3});
+    setBuffer<qint32>("u_IndexBuffer", GL_R32I, {7, 7, 7, 7, 1, 2, 3});
 
-    struct Std140Command
-    {
-        quint32 count, instanceCount, firstIndex, baseVertex, baseInstance, padding[3];
-    };
-    std::vector<Std140Command> commands(100);
-    commands[0] = {6, 1, 1, 2, 0, {}};
-    commands[1] = {6, 1, 1, 2, 0, {}};
-    glBindBufferBase(GL_UNIFORM_BUFFER, 3, _buffers[6]);
-    glBufferData(GL_UNIFORM_BUFFER, GLsizeiptr(commands.size() * sizeof(Std140Command)), commands.data(),
-                 GL_STATIC_DRAW);
+    // Commands in std140 layout: count, instanceCount, firstIndex, baseVertex, baseInstance.
+    std::vector<quint32> commands{6, 1, 1, 2, 0, 0, 0, 0, 6, 1, 1, 2, 0};
+    commands.resize(100 * 8);
+    glBindBufferBase(GL_UNIFORM_BUFFER, 3, fill(GL_UNIFORM_BUFFER, commands));
     _program.setUniformBlockBinding(_program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"),
                                     3);
 
     // Draw 1 is twice as large, and half a unit further away.
-    QMatrix4x4 models[2];
-    models[1].translate(0.0f, 0.0f, 0.5f);
-    models[1].scale(2.0f, 2.0f, 1.0f);
+    const float models[] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0,    1,
+                            2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 1, 0, 0, 0, 0.5f, 1};
+    glUniformMatrix4fv(location("u_ModelMatrix[0]"), 2, GL_FALSE, models);
     QMatrix4x4 inverseProjection;
     inverseProjection.scale(2.0f, 2.0f, 1.0f);
-    std::vector<float> modelValues;
-    for (const QMatrix4x4 &model : models) {
-        modelValues.insert(modelValues.end(), model.constData(), model.constData() + 16);
-    }
-    glUniformMatrix4fv(location("u_ModelMatrix[0]"), 2, GL_FALSE, modelValues.data());
     glUniformMatrix4fv(location("u_InvCameraMatrix"), 1, GL_FALSE, QMatrix4x4().constData());
     glUniformMatrix4fv(location("u_InvProjMatrix"), 1, GL_FALSE, inverseProjection.constData());
     glUniform2f(location("u_Place"), 0.25f, 0.5f); // (-1, 0) in world space

@@ -3,78 +3,15 @@
 #include "TestContext.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QHash>
 #include <QtGui/QColor>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <GL/glcorearb.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace {
-
-/// While it exists, GL packs rows into client memory without padding.
-class PlainPacking
-{
-public:
-    PlainPacking()
-    {
-        for (size_t i = 0; i < kSettings.size(); ++i) {
-            driver()->glGetIntegerv(kSettings[i], &_before[i]);
-            driver()->glPixelStorei(kSettings[i], kSettings[i] == GL_PACK_ALIGNMENT ? 1 : 0);
-        }
-        driver()->glGetIntegerv(GL_PIXEL_PACK_BUFFER_BINDING, &_buffer);
-        driver()->glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-    }
-
-    ~PlainPacking()
-    {
-        for (size_t i = 0; i < kSettings.size(); ++i) {
-            driver()->glPixelStorei(kSettings[i], _before[i]);
-        }
-        driver()->glBindBuffer(GL_PIXEL_PACK_BUFFER, GLuint(_buffer));
-    }
-
-private:
-    static constexpr std::array<GLenum, 4> kSettings = {GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH,
-                                                        GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS};
-
-    std::array<GLint, 4> _before = {};
-    GLint _buffer = 0;
-};
-
-/// While it exists, a texture is bound to the active texture unit.
-class BoundTexture
-{
-public:
-    BoundTexture(GLenum target, GLuint name)
-        : _target(target)
-    {
-        driver()->glGetIntegerv(bindingOf(target), &_before);
-        driver()->glBindTexture(target, name);
-    }
-
-    ~BoundTexture() { driver()->glBindTexture(_target, GLuint(_before)); }
-
-private:
-    static GLenum bindingOf(GLenum target)
-    {
-        static const QHash<GLenum, GLenum> kBindings = {
-            {GL_TEXTURE_1D, GL_TEXTURE_BINDING_1D},
-            {GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D},
-            {GL_TEXTURE_3D, GL_TEXTURE_BINDING_3D},
-            {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BINDING_2D_ARRAY},
-            {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP},
-            {GL_TEXTURE_CUBE_MAP_ARRAY, GL_TEXTURE_BINDING_CUBE_MAP_ARRAY}};
-        EXPECT_TRUE(kBindings.contains(target)) << "Pixels does not know the texture target " << target;
-        return kBindings.value(target, GL_TEXTURE_BINDING_2D);
-    }
-
-    GLenum _target;
-    GLint _before = 0;
-};
 
 int clamped(float value)
 {
@@ -91,11 +28,14 @@ bool isNearby(const QVector4D &a, const QVector4D &b, float tolerance)
     return true;
 }
 
-QByteArray words(const QVector4D &color)
+std::string words(const QVector4D &color)
 {
-    return QString::asprintf("(%g, %g, %g, %g)", double(color.x()), double(color.y()), double(color.z()),
-                             double(color.w()))
-        .toUtf8();
+    return QString("(%1, %2, %3, %4)")
+        .arg(color.x())
+        .arg(color.y())
+        .arg(color.z())
+        .arg(color.w())
+        .toStdString();
 }
 
 /// Writes the picture under the name of the running test, and returns the path.
@@ -120,7 +60,6 @@ Pixels::Pixels(int width, int height, const QVector4D &color)
 
 Pixels Pixels::ofFramebuffer(int x, int y, int width, int height)
 {
-    const PlainPacking packing;
     Pixels pixels(width, height);
     driver()->glReadPixels(x, y, width, height, GL_RGBA, GL_FLOAT, pixels._pixels.data());
     return pixels;
@@ -128,8 +67,10 @@ Pixels Pixels::ofFramebuffer(int x, int y, int width, int height)
 
 Pixels Pixels::ofTexture(GLenum target, GLuint name, int level, int layer)
 {
-    const PlainPacking packing;
-    const BoundTexture bound(target, name);
+    const auto activeUnit = GLenum(integerOf(GL_ACTIVE_TEXTURE));
+    // A unit that the library does not use, so its binding need not be restored.
+    driver()->glActiveTexture(GLenum(GL_TEXTURE0 + integerOf(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS) - 1));
+    driver()->glBindTexture(target, name);
     const bool isCube = target == GL_TEXTURE_CUBE_MAP;
     const GLenum image = isCube ? GLenum(GL_TEXTURE_CUBE_MAP_POSITIVE_X + layer) : target;
     GLint width = 0;
@@ -142,6 +83,8 @@ Pixels Pixels::ofTexture(GLenum target, GLuint name, int level, int layer)
 
     Pixels all(width, height * depth);
     driver()->glGetTexImage(image, level, GL_RGBA, GL_FLOAT, all._pixels.data());
+    driver()->glBindTexture(target, 0);
+    driver()->glActiveTexture(activeUnit);
     Pixels pixels(width, height);
     const auto first = all._pixels.begin() + std::ptrdiff_t(isCube ? 0 : layer) * width * height;
     pixels._pixels.assign(first, first + std::ptrdiff_t(width) * height);
@@ -151,13 +94,10 @@ Pixels Pixels::ofTexture(GLenum target, GLuint name, int level, int layer)
 QImage Pixels::toImage() const
 {
     QImage image(_width, _height, QImage::Format_ARGB32);
-    for (int y = 0; y < _height; ++y) {
-        for (int x = 0; x < _width; ++x) {
-            const QVector4D color = at(x, y);
-            image.setPixel(
-                x, _height - 1 - y,
-                qRgba(clamped(color.x()), clamped(color.y()), clamped(color.z()), clamped(color.w())));
-        }
+    for (int i = 0; i < _width * _height; ++i) {
+        const QVector4D &color = _pixels[size_t(i)];
+        image.setPixel(i % _width, _height - 1 - i / _width,
+                       qRgba(clamped(color.x()), clamped(color.y()), clamped(color.z()), clamped(color.w())));
     }
     return image;
 }
@@ -195,6 +135,6 @@ testing::AssertionResult Pixels::isNear(const Pixels &expected, float tolerance)
     return testing::AssertionFailure()
            << different << " of " << _pixels.size() << " pixels differ by more than " << tolerance
            << "; the first, (" << first % size_t(_width) << ", " << first / size_t(_width) << "), is "
-           << words(_pixels[first]).constData() << ", expected " << words(expected._pixels[first]).constData()
+           << words(_pixels[first]) << ", expected " << words(expected._pixels[first])
            << "\n  actual:   " << write(*this, "actual") << "\n  expected: " << write(expected, "expected");
 }
