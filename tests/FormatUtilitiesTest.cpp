@@ -4,15 +4,6 @@
 
 using FormatUtilitiesTest = MessageTest;
 
-namespace {
-
-QString refusal(const char *function, GLenum value)
-{
-    return QString::asprintf("critical %s() does not implement yet : 0x%04X", function, value);
-}
-
-} // namespace
-
 TEST_F(FormatUtilitiesTest, FormatPropertiesAreKnownAndEveryGapIsReported)
 {
     const struct
@@ -43,14 +34,14 @@ TEST_F(FormatUtilitiesTest, FormatPropertiesAreKnownAndEveryGapIsReported)
     for (const auto &row : rows) {
         const GLenum value = row.internalFormat;
         std::vector<ExpectedMessage> refusals;
-        const auto refused = [&](bool answered, const char *function) {
-            if (!answered) {
-                refusals.push_back(refusal(function, value));
+        for (const auto &[result, function] : {std::pair(GLenum(row.bytes), "bytesFromInternalFormat"),
+                                               {row.type, "typeFromInternalFormat"},
+                                               {row.format, "formatFromInternalFormat"}}) {
+            if (result == 0) {
+                refusals.emplace_back(
+                    QString::asprintf("critical %s() does not implement yet : 0x%04X", function, value));
             }
-        };
-        refused(row.bytes != 0, "bytesFromInternalFormat");
-        refused(row.type != 0, "typeFromInternalFormat");
-        refused(row.format != 0, "formatFromInternalFormat");
+        }
         EXPECT_EQ(row.bytes, bytesFromInternalFormat(value)) << std::hex << value;
         EXPECT_EQ(row.type, typeFromInternalFormat(value)) << std::hex << value;
         EXPECT_EQ(row.format, Orvane::Zel::formatFromInternalFormat(value)) << std::hex << value;

@@ -62,13 +62,10 @@ TEST_F(GLContextTrackerTest, TheIdentityIsQtsContextAndCheckComparesWithThatOfTh
     EXPECT_TRUE(tracker.check()) << "both identities are null";
 
     const auto first = TestContext::create();
-    EXPECT_EQ(first->context(), GLContextTracker::getCurrentContext());
     EXPECT_EQ(first->context(), GLContextTracker::currentContext());
-    EXPECT_NE(nullptr, glXGetCurrentContext()) << "which stands under it, and is not the answer";
     EXPECT_FALSE(tracker.check());
     EXPECT_EQ(nullptr, tracker.trackedContext()) << "a check changes nothing";
     EXPECT_EQ(first->context(), tracker.trackCurrentContext());
-    EXPECT_EQ(first->context(), tracker.trackedContext());
     EXPECT_TRUE(tracker.check());
 
     const auto second = TestContext::create();
@@ -80,7 +77,7 @@ TEST_F(GLContextTrackerTest, TheIdentityIsQtsContextAndCheckComparesWithThatOfTh
     EXPECT_EQ(nullptr, GLContextTracker::currentContext());
 }
 
-TEST_F(GLContextTrackerTest, AContextBehindQtsBackIsKnownByItsGlxIdentity)
+TEST_F(GLContextTrackerTest, AContextUnknownToQtIsIdentifiedByGlx)
 {
     qunsetenv("ZEL_NO_GL_EXTENSIONS");
     RawGlxContext raw;
@@ -92,8 +89,6 @@ TEST_F(GLContextTrackerTest, AContextBehindQtsBackIsKnownByItsGlxIdentity)
     EXPECT_EQ(raw.identity(), tracker.trackCurrentContext());
     ASSERT_TRUE(initializeGLFunctions());
     EXPECT_TRUE(hasGLExtension("GL_ARB_sync")) << "the library works in it";
-
     raw.doneCurrent();
     EXPECT_FALSE(tracker.check());
-    EXPECT_EQ(nullptr, GLContextTracker::currentContext());
 }

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <map>
+#include <numeric>
 #include <set>
 
 namespace {
@@ -20,19 +21,14 @@ const void *nameSpace(GLLedger::Kind kind)
 {
     const QOpenGLContext *context = QOpenGLContext::currentContext();
     const bool ownOfContext = kind == GLLedger::eVertexArray || kind == GLLedger::eFramebuffer;
-    if (context == nullptr || ownOfContext) {
-        return context;
-    }
-    return context->shareGroup();
+    return context == nullptr || ownOfContext ? static_cast<const void *>(context) : context->shareGroup();
 }
 
 } // namespace
 
 struct GLLedger::Books
 {
-    using Names = std::set<GLuint>;
-
-    std::array<std::map<const void *, Names>, eKindCount> alive;
+    std::array<std::map<const void *, std::set<GLuint>>, eKindCount> alive; ///< by name space
     QStringList faults;
 
     void made(Kind kind, GLuint name)
@@ -109,28 +105,23 @@ GLLedger::~GLLedger() = default;
 
 int GLLedger::alive(Kind kind) const
 {
-    int count = 0;
-    for (const auto &names : _books->alive[kind]) {
-        count += int(names.second.size());
-    }
-    return count;
+    const auto &spaces = _books->alive[kind];
+    return std::accumulate(spaces.begin(), spaces.end(), 0,
+                           [](int sum, const auto &space) { return sum + int(space.second.size()); });
 }
 
 int GLLedger::alive() const
 {
-    int count = 0;
-    for (int kind = 0; kind < eKindCount; ++kind) {
-        count += alive(Kind(kind));
-    }
-    return count;
+    return alive(eBuffer) + alive(eVertexArray) + alive(eTexture) + alive(eFramebuffer) + alive(eShader)
+           + alive(eProgram);
 }
 
 QStringList GLLedger::faults() const
 {
     QStringList faults = _books->faults;
     for (int kind = 0; kind < eKindCount; ++kind) {
-        for (const auto &names : _books->alive[kind]) {
-            for (const GLuint name : names.second) {
+        for (const auto &space : _books->alive[kind]) {
+            for (const GLuint name : space.second) {
                 faults += QString("%1 %2 is still alive").arg(kWords[kind]).arg(name);
             }
         }

@@ -60,7 +60,6 @@ private:
     TestContext() = default;
 
     bool make(Profile profile);
-    bool isAsAsked(Profile profile);
 
     QOffscreenSurface _surface;
     QOpenGLContext _context;
