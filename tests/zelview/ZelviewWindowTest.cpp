@@ -19,46 +19,39 @@ class Notebook : public Exhibit
 {
 public:
     QStringList describe() const override { return {}; }
-
-    Failure createGLObjects(Programs &, const Options &) override
-    {
-        notes += "create";
-        return failure;
-    }
-
-    void releaseGLObjects() override { notes += "release"; }
-    void frame(const QSize &size) override
-    {
-        notes += QString("frame %1x%2").arg(size.width()).arg(size.height());
-    }
-    void refit(const QSize &) override { notes += "refit"; }
-    Failure prepareFrame(const QSize &) override { return {}; }
-    void draw(const QSize &viewport) override { drawn = viewport; }
     QStringList describeFrame() const override { return {}; }
     QStringList describeStatistics() override { return {"1 drawable"}; }
     bool isMoving() const override { return false; }
-    void setTime(float) override {}
     bool isDithered() const override { return false; }
+    void setTime(float) override {}
+    Failure prepareFrame(const QSize &) override { return {}; }
 
+    Failure createGLObjects(Programs &, const Options &) override
+    {
+        return note("create") ? failure : Failure();
+    }
+    void releaseGLObjects() override { note("release"); }
+    void frame(const QSize &size) override
+    {
+        note(QString("frame %1x%2").arg(size.width()).arg(size.height()));
+    }
+    void refit(const QSize &) override { note("refit"); }
+    void draw(const QSize &viewport) override { drawn = viewport; }
     void drag(DragKind kind, const QVector2D &way) override
     {
-        notes += QString("%1 %2 %3")
-                     .arg(kind == eTurn ? "turn" : "move")
-                     .arg(double(way.x()))
-                     .arg(double(way.y()));
+        note(QString("%1 %2 %3").arg(kind == eTurn ? "turn" : "move").arg(way.x()).arg(way.y()));
     }
-
-    void zoom(float steps) override { notes += QString("zoom %1").arg(double(steps)); }
-
+    void zoom(float steps) override { note(QString("zoom %1").arg(steps)); }
     QString pick(const QPoint &pixel, const QSize &size) override
     {
-        notes += QString("pick %1 %2 of %3").arg(pixel.x()).arg(pixel.y()).arg(size.width());
+        note(QString("pick %1 %2 of %3").arg(pixel.x()).arg(pixel.y()).arg(size.width()));
         return {};
     }
+    bool key(int key) override { return note(QString("key %1").arg(QChar(key))); }
 
-    bool key(int key) override
+    bool note(const QString &call)
     {
-        notes += QString("key %1").arg(QChar(key));
+        notes += call;
         return true;
     }
 
