@@ -200,7 +200,7 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
         }
         const QString defines = GLSLMacroProcessor::processDefines(&processor);
         const QString text = file.endsWith(".glslh")
-                                 ? QString("#version %1\n#include \"%2\"\nvoid main() {}\n")
+                                 ? QString("#version %1\n#include \"%2\"\n#include \"%2\"\nvoid main() {}\n")
                                        .arg(defines.contains("SMAA_GLSL_4") ? "400" : "150", file)
                                  : QString(bytesOf(":/GLSL/src/" + file));
         QByteArray expanded = GLSLMacroProcessor::process(text, &processor).toLatin1();

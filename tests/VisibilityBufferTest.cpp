@@ -143,8 +143,11 @@ TEST_F(VisibilityBufferTest, EveryFragmentIsReadWithItsTriangleAndItsDraw)
     std::vector<quint32> commands{6, 1, 1, 2, 0, 0, 0, 0, 6, 1, 1, 2, 0};
     commands.resize(100 * 8);
     glBindBufferBase(GL_UNIFORM_BUFFER, 3, fill(GL_UNIFORM_BUFFER, commands));
-    _program.setUniformBlockBinding(_program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"),
-                                    3);
+    const unsigned block = _program.getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform");
+    _program.setUniformBlockBinding(block, 3);
+    GLint size = 0;
+    glGetActiveUniformBlockiv(_program.shaderProgramID(), block, GL_UNIFORM_BLOCK_DATA_SIZE, &size);
+    EXPECT_EQ(commands.size() * sizeof(quint32), size_t(size));
 
     // Draw 1 is twice as large, and half a unit further away.
     const float models[] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0,    1,

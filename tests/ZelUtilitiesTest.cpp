@@ -1,4 +1,4 @@
-// The shared GLSL files: the results of their functions, and that they link into both stages.
+// The results of the functions of the shared GLSL files.
 
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -161,30 +161,6 @@ TEST_F(ZelUtilitiesTest, WithoutTheirExtensionBitsAreComputedToAFewUnitsOfTheLas
         EXPECT_NEAR(value, read, std::fabs(value) * 1e-6f) << "encoded";
         EXPECT_NEAR(value, actual.z(), std::fabs(value) * 1e-6f) << "decoded";
     }
-}
-
-TEST_F(ZelUtilitiesTest, TheFilesLinkIntoBothStagesAndTheBlockOfCommandsIsAsTheHostFillsIt)
-{
-    program = std::make_unique<ShaderProgram>(nullptr);
-    for (const char *file : {"passthroughVS.glslc", "ZelUtilities.glslc", "ZelUtilities.vert"}) {
-        program->addShaderFromFile(GL_VERTEX_SHADER, file);
-    }
-    for (const char *file : {"ZelUtilities.glslc", "ZelUtilities.frag"}) {
-        program->addShaderFromFile(GL_FRAGMENT_SHADER, file);
-    }
-    program->addShader(
-        GL_FRAGMENT_SHADER,
-        "#version 150\n" + QString("#include \"DrawElementsIndirectCommand.glslh\"\n").repeated(2)
-            + QString("#include \"ZelUtilities.glslh\"\n").repeated(2) + // twice, for the include guard
-            "out vec4 out_FragColor;\n"
-            "void main() { out_FragColor = gammaCorrect(\n"
-            "    vec4(u_DrawElementsIndirectCommands[u_DrawID].firstIndex), 2.2); }\n",
-        QString());
-    ASSERT_TRUE(program->link());
-    EXPECT_EQ(0u, program->getUniformBlockIndex("u_DrawElementsIndirectCommandsUniform"));
-    GLint size = 0;
-    glGetActiveUniformBlockiv(program->shaderProgramID(), 0, GL_UNIFORM_BLOCK_DATA_SIZE, &size);
-    EXPECT_EQ(100 * 32, size);
 }
 
 } // namespace
