@@ -136,9 +136,9 @@ float reachInView(const Scene &scene, const OrbitCamera &camera, float aspect)
     float reach = 0.0f;
     for (const Vertex &vertex : scene.vertices) {
         const QVector4D clip = camera.projection(aspect) * camera.view() * QVector4D(vertex.point(), 1.0f);
-        const bool isWithinDepth = clip.w() > 0.0f && std::abs(clip.z()) <= clip.w();
-        const float place = std::max(std::abs(clip.x()), std::abs(clip.y())) / clip.w();
-        reach = std::max(reach, isWithinDepth ? place : INFINITY);
+        const bool isVisible = clip.w() > 0.0f && std::abs(clip.z()) <= clip.w();
+        reach = std::max({reach, std::abs(clip.x()) / clip.w(), std::abs(clip.y()) / clip.w(),
+                          isVisible ? 0.0f : INFINITY});
     }
     return reach;
 }
