@@ -237,20 +237,6 @@ TEST_F(ZelviewLoaderTest, KeepsLightsAndTheMapsOfGltf)
     }
 }
 
-TEST_F(ZelviewLoaderTest, ReadsOtherFormatsAsTheyMeanThem)
-{
-    write("m.mtl", "newmtl m\nKd 0.5 0 1\nd 0.25\n");
-    const Scene house = load(write("house.obj", "mtllib m.mtl\nusemtl m\nv 0 0 0\nv 2 0 0\nv 2 2 0\nv 1 3 0\n"
-                                                "v 0 2 0\nf 1 2 3 4 5\nl 1 3\n"));
-    EXPECT_EQ(house.placedTriangles(), 3);
-    EXPECT_EQ(house.remarks, QStringList("not shown: 1 line"));
-    const Material &material = house.materials.at(size_t(house.meshes.at(0).material));
-    EXPECT_NEAR(material.baseColor.x(), 0.2140f, 1e-3f);
-    EXPECT_EQ(material.baseColor.z(), 1.0f);
-    EXPECT_EQ(material.baseColor.w(), 0.25f);
-    EXPECT_TRUE(material.isBlended);
-}
-
 TEST_F(ZelviewLoaderTest, ReportsWhatIsNotShownInOneLine)
 {
     const QByteArray members =
@@ -270,6 +256,7 @@ TEST_F(ZelviewLoaderTest, ReportsWhatIsNotShownInOneLine)
     const QByteArray triangle = "usemtl m\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     EXPECT_EQ(load(write("a.obj", "mtllib none.mtl\n" + triangle)).remarks,
               QStringList("file 'none.mtl' is missing; its contents are left out"));
+    EXPECT_EQ(load(write("c.obj", triangle + "l 1 3\n")).remarks, QStringList("not shown: 1 line"));
     write("clear.mtl", "newmtl m\nd 0\n");
     const Scene clear = load(write("b.obj", "mtllib clear.mtl\n" + triangle));
     EXPECT_EQ(clear.remarks, QStringList("all materials are fully transparent and are drawn opaque"));
