@@ -15,6 +15,7 @@ TEST_F(ReportingTest, ALogHasLevelFileLineAndTextAndNothingElse)
     ASSERT_EQ(1, messages.size());
     EXPECT_EQ(QString("[ReportingTest.cpp:%1] one of 2").arg(line), messages.first().text);
     EXPECT_EQ("warning [ReportingTest.cpp:#] one of 2", messages.first().toString());
+    EXPECT_EQ("", messages.first().place);
 }
 
 TEST_F(ReportingTest, EveryFormHasItsLevelTakesTextAsItIsAndIsOneStatement)

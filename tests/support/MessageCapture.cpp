@@ -21,8 +21,8 @@ QString Message::toString() const
 {
     static const QRegularExpression kLine("^\\[([\\w.]+):\\d+\\]");
     QString words = kLevels[level];
-    if (context != "default") {
-        words += "(" + QString::fromUtf8(context) + ")";
+    if (category != "default") {
+        words += "(" + QString::fromUtf8(category) + ")";
     }
     return words + " " + QString(text).replace(kLine, "[\\1:#]");
 }
@@ -71,7 +71,7 @@ void MessageCapture::handle(QtMsgType level, const QMessageLogContext &context, 
     QMutexLocker lock(&_current->_mutex);
     const QByteArray line = context.line > 0 ? QByteArray::number(context.line) : QByteArray();
     _current->_messages.append(
-        {level, text, QByteArray(context.category) + context.file + context.function + line});
+        {level, text, context.category, QByteArray(context.file) + context.function + line});
     if (level == QtFatalMsg) { // Qt aborts when this function returns, so print all messages now
         for (const Message &message : qAsConst(_current->_messages)) {
             std::fprintf(stderr, "%s\n", qPrintable(message.toString()));

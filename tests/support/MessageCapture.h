@@ -17,10 +17,11 @@ struct Message
 {
     QtMsgType level;
     QString text;
-    QByteArray context; ///< category, file, function and line; only "default" for messages of the library
+    QByteArray category;
+    QByteArray place; ///< file, function and line; empty for messages of the library
 
     /// The form that tests compare: the level, then the text, in which a '#' replaces the line number of a leading
-    /// "[file:line]". A context other than "default" follows the level in parentheses.
+    /// "[file:line]". A category other than "default" follows the level in parentheses.
     QString toString() const;
 };
 
