@@ -30,6 +30,7 @@ Canvas::Canvas(int width, int height)
     _framebuffer.attach(&_color, GL_COLOR_ATTACHMENT0, 0);
     _framebuffer.setDrawBuffers();
     glViewport(0, 0, width, height);
+    glClearColor(0, 0, 0, 0); // bakes leave a colour of their own
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
