@@ -189,7 +189,7 @@ TEST_F(ShadersTest, RandomNestingsKeepTheOriginOfEachLine)
     }
 }
 
-TEST_F(ShadersTest, LogsOfEveryDriverAreToldInTheLinesOfTheSources)
+TEST_F(ShadersTest, LogsOfEveryDriverAreReportedInTheLinesOfTheSources)
 {
     addFile("a.glslh", "float a()\n{\n    return wrong;\n}\n");
     const LineMap map = mapOf(
@@ -232,7 +232,7 @@ TEST_F(ShadersTest, LogsOfEveryDriverAreToldInTheLinesOfTheSources)
     QFile::remove(path);
 }
 
-TEST_F(ShadersTest, AMissingFunctionIsToldWithItsFileAndTheCallThatLinksIt)
+TEST_F(ShadersTest, AMissingFunctionIsReportedWithItsFileAndTheCallThatLinksIt)
 {
     const QString source =
         "#version 150\n#include \"ZelUtilities.glslh\"\nvec2 mine(float x);\nvoid main()\n{\n"

@@ -191,7 +191,7 @@ void Texture::setSize(int level, int internalFormat, int width, int height, int 
     ZEL_ASSERT(0 == _internalFormat, "Texture internal format has already been set");
     ZEL_ASSERT(0 == _width, "Texture width has already been set");
     ZEL_ASSERT(0 == _height, "Texture height has already been set");
-    // The assertions above report and continue: a host may set a size again after it has specified the texture again.
+    // The assertions above report and continue, so that a host may record the new size of a texture that it resized.
     ZEL_ASSERT_RETURN(level == 0, , "Only call setSize() for the base LOD of the texture");
     _internalFormat = internalFormat;
     _width = width;

@@ -12,13 +12,6 @@ namespace Orvane { namespace ZelCheck {
 
 namespace {
 
-GLint integer(GLenum name)
-{
-    GLint value = 0;
-    driver.glGetIntegerv(name, &value);
-    return value;
-}
-
 GLint arrayInteger(GLuint location, GLenum name)
 {
     GLint value = 0;

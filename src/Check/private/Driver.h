@@ -19,4 +19,11 @@ struct Driver
 
 extern Driver driver;
 
+inline GLint integer(GLenum name)
+{
+    GLint value = 0;
+    driver.glGetIntegerv(name, &value);
+    return value;
+}
+
 }} // namespace Orvane::ZelCheck

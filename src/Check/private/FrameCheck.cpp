@@ -9,13 +9,6 @@ namespace Orvane { namespace ZelCheck {
 
 namespace {
 
-GLint integer(GLenum name)
-{
-    GLint value = 0;
-    driver.glGetIntegerv(name, &value);
-    return value;
-}
-
 struct Binding
 {
     GLenum name;

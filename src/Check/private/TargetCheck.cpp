@@ -7,13 +7,6 @@ namespace Orvane { namespace ZelCheck {
 
 namespace {
 
-GLint integer(GLenum name)
-{
-    GLint value = 0;
-    driver.glGetIntegerv(name, &value);
-    return value;
-}
-
 const char *statusText(GLenum status)
 {
     switch (status) {

@@ -38,13 +38,6 @@ const TargetRow *rowOf(GLenum target)
     return row != std::end(kTargets) ? row : nullptr;
 }
 
-GLint integer(GLenum name)
-{
-    GLint value = 0;
-    driver.glGetIntegerv(name, &value);
-    return value;
-}
-
 GLint textureInteger(GLenum target, GLenum name)
 {
     GLint value = 0;
