@@ -26,7 +26,7 @@ install(FILES ${PROJECT_BINARY_DIR}/ZelGLConfig.cmake ${PROJECT_BINARY_DIR}/ZelG
 
 file(RELATIVE_PATH zelgl_pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" zelgl_pc_prefix ${zelgl_pc_prefix})
-foreach(package IN ITEMS ZelGL ZelShaders ZelCheck)
+foreach(package IN ITEMS ZelGL ZelShaders ZelCheck ZelKit)
     configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -15,7 +15,8 @@ import sys
 ROOT = pathlib.Path(sys.argv[1])
 SNIPPETS = ROOT / "docs" / "snippets"
 # Macros, names of GL, and includes only.
-EXEMPT = {"CheckExport", "CoreExport", "Export", "GLLoader", "ShadersExport", "ZelGL", "ZelShaders"}
+EXEMPT = {"CheckExport", "CoreExport", "Export", "GLLoader", "KitExport", "ShadersExport", "ZelGL", "ZelKit",
+          "ZelShaders"}
 
 
 def tags():

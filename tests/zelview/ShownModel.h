@@ -6,7 +6,7 @@
 #include "frame/Graphics.h"
 #include "frame/Options.h"
 #include "frame/Programs.h"
-#include "frame/RenderTarget.h"
+#include "frame/Targets.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -21,7 +21,7 @@ public:
         , _programs(std::make_unique<zelview::Programs>())
     {
         EXPECT_FALSE(_exhibit->createGLObjects(*_programs, options).has_value());
-        _target = std::move(*zelview::RenderTarget::create(size, GL_RGBA8, 0, zelview::RenderTarget::eDepth));
+        _target = std::move(*zelview::makeTarget(size, GL_RGBA8, zelview::RenderTarget::eDepth));
         _exhibit->frame(size);
     }
 

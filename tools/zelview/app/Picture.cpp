@@ -5,8 +5,8 @@
 #include "frame/Graphics.h"
 #include "frame/Options.h"
 #include "frame/Programs.h"
-#include "frame/RenderTarget.h"
 #include "frame/Stage.h"
+#include "frame/Targets.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -17,22 +17,6 @@ using namespace Orvane::Zel;
 namespace zelview {
 
 namespace {
-
-/// The pixels of a target, top row first.
-Expected<QImage> readBack(RenderTarget &target, const QSize &size)
-{
-    QImage image(size, QImage::Format_RGBX8888);
-    if (image.isNull()) {
-        return Problem{ExitCode::eGL, QStringLiteral("there is not enough memory for the picture")};
-    }
-    const AutoBinder bound(target.framebuffer());
-    glPixelStorei(GL_PACK_ALIGNMENT, 4);
-    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
-    if (glGetError() != GL_NO_ERROR) {
-        return Problem{ExitCode::eGL, QStringLiteral("the picture cannot be read back from the driver")};
-    }
-    return image.mirrored().convertToFormat(QImage::Format_RGB888);
-}
 
 Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QSize &size)
 {
@@ -70,7 +54,7 @@ Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &opti
     if (const Failure failure = stage.resize(size)) {
         return *failure;
     }
-    auto target = RenderTarget::create(size, GL_RGBA8, 0, RenderTarget::eNoDepth);
+    auto target = makeTarget(size, GL_RGBA8, RenderTarget::eNoDepth);
     if (!target) {
         return target.problem();
     }
@@ -83,7 +67,12 @@ Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &opti
             return *failure;
         }
     }
-    return readBack(**target, size);
+    QString error;
+    const QImage image = (*target)->image(&error);
+    if (image.isNull()) {
+        return Problem{ExitCode::eGL, error};
+    }
+    return image;
 }
 
 /// A function of its own, so that its GL objects are deleted before the context.

@@ -1,7 +1,5 @@
 #include "frame/AmbientOcclusion.h"
 
-#include "frame/RenderTarget.h"
-
 #include <ZelGL/ZelGL.h>
 
 #include <QtGui/QVector2D>
@@ -37,9 +35,9 @@ Failure AmbientOcclusion::resize(const QSize &size)
         return {};
     }
     _size = QSize();
-    auto geometry = RenderTarget::create(size, GL_RGBA32F, 0, RenderTarget::eDepth);
-    auto estimate = RenderTarget::create(size, GL_R8, 0, RenderTarget::eNoDepth);
-    auto smoothed = RenderTarget::create(size, GL_RG32F, 0, RenderTarget::eNoDepth);
+    auto geometry = makeTarget(size, GL_RGBA32F, RenderTarget::eDepth);
+    auto estimate = makeTarget(size, GL_R8, RenderTarget::eNoDepth);
+    auto smoothed = makeTarget(size, GL_RG32F, RenderTarget::eNoDepth);
     for (const auto *target : {&geometry, &estimate, &smoothed}) {
         if (!*target) {
             return target->problem();

@@ -2,6 +2,7 @@
 
 #include "frame/Outcome.h"
 #include "frame/Programs.h"
+#include "frame/Targets.h"
 
 #include <QtCore/QSize>
 #include <QtGui/QMatrix4x4>
@@ -14,8 +15,6 @@ class Texture;
 }} // namespace Orvane::Zel
 
 namespace zelview {
-
-class RenderTarget;
 
 /// Screen-space ambient occlusion: estimates from the depth and normals of a frame how much ambient light reaches each
 /// surface, so that crevices and contacts darken.

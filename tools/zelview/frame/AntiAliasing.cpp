@@ -1,7 +1,5 @@
 #include "frame/AntiAliasing.h"
 
-#include "frame/RenderTarget.h"
-
 #include "SMAATextures.h"
 
 #include <ZelGL/ZelGL.h>
@@ -32,9 +30,9 @@ void setSampling(Texture &texture, int filter)
     }
 }
 
-Failure makeTarget(const QSize &size, unsigned int format, TargetPointer &target)
+Failure allocate(const QSize &size, unsigned int format, TargetPointer &target)
 {
-    Expected<TargetPointer> made = RenderTarget::create(size, format, 0, RenderTarget::eNoDepth);
+    Expected<TargetPointer> made = makeTarget(size, format, RenderTarget::eNoDepth);
     if (!made) {
         return made.problem();
     }
@@ -151,10 +149,10 @@ void Smaa::makeTables()
 
 Failure Smaa::makeTargets(const QSize &size)
 {
-    if (const Failure failure = makeTarget(size, GL_RG8, _edges)) {
+    if (const Failure failure = allocate(size, GL_RG8, _edges)) {
         return failure;
     }
-    if (const Failure failure = makeTarget(size, GL_RGBA8, _weights)) {
+    if (const Failure failure = allocate(size, GL_RGBA8, _weights)) {
         return failure;
     }
     const QVector4D metrics(1.0f / float(size.width()), 1.0f / float(size.height()), float(size.width()),
@@ -216,7 +214,7 @@ Failure AntiAliasing::resize(const QSize &size)
         return {};
     }
     _size = QSize();
-    Failure failure = makeTarget(size, GL_RGBA16F, _encoded);
+    Failure failure = allocate(size, GL_RGBA16F, _encoded);
     if (!failure) {
         failure = makeTargets(size);
     }

@@ -3,6 +3,7 @@
 #include "frame/Options.h"
 #include "frame/Outcome.h"
 #include "frame/Programs.h"
+#include "frame/Targets.h"
 
 #include <QtCore/QSize>
 
@@ -13,8 +14,6 @@ class Texture;
 }} // namespace Orvane::Zel
 
 namespace zelview {
-
-class RenderTarget;
 
 /// Smooths the edges of a finished picture with the library's FXAA or SMAA, as the last step before the screen.
 ///

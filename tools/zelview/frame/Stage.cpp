@@ -1,7 +1,6 @@
 #include "frame/Stage.h"
 
 #include "frame/AntiAliasing.h"
-#include "frame/RenderTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -67,12 +66,11 @@ Failure Stage::resize(const QSize &size)
     _size = QSize();
 
     // Drivers may provide more samples than one if one is requested, so one sample means a texture without multisampling.
-    auto multisampled =
-        RenderTarget::create(size, GL_RGBA16F, _samples > 1 ? _samples : 0, RenderTarget::eDepth);
+    auto multisampled = makeTarget(size, GL_RGBA16F, RenderTarget::eDepth, _samples > 1 ? _samples : 0);
     if (!multisampled) {
         return multisampled.problem();
     }
-    auto resolved = RenderTarget::create(size, GL_RGBA16F, 0, RenderTarget::eNoDepth);
+    auto resolved = makeTarget(size, GL_RGBA16F, RenderTarget::eNoDepth);
     if (!resolved) {
         return resolved.problem();
     }

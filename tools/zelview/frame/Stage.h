@@ -3,6 +3,7 @@
 #include "frame/Options.h"
 #include "frame/Outcome.h"
 #include "frame/Programs.h"
+#include "frame/Targets.h"
 
 #include <QtCore/QSize>
 
@@ -11,7 +12,6 @@
 namespace zelview {
 
 class AntiAliasing;
-class RenderTarget;
 
 /// The framebuffers of a frame. Frames are drawn into a multisampled floating-point framebuffer, in linear, tone-mapped
 /// light, so that edges are blended in linear light. The finished picture is filtered by FXAA or SMAA if requested, and

@@ -1,7 +1,6 @@
 #include "light/ShadowLayers.h"
 
 #include "frame/Counted.h"
-#include "frame/RenderTarget.h"
 #include "frame/UniformBlock.h"
 
 #include <ZelGL/ZelGL.h>
@@ -358,8 +357,8 @@ Failure ShadowLayers::makeLayers()
                        QStringLiteral("the driver cannot provide %1 shadow layers").arg(_layers)};
     }
     if (_kind == ShadowKind::eVariance) {
-        auto moments = RenderTarget::create({_size, _size}, GL_RG32F, 0, RenderTarget::eDepth);
-        auto blurred = RenderTarget::create({_size, _size}, GL_RG32F, 0, RenderTarget::eNoDepth);
+        auto moments = makeTarget({_size, _size}, GL_RG32F, RenderTarget::eDepth);
+        auto blurred = makeTarget({_size, _size}, GL_RG32F, RenderTarget::eNoDepth);
         if (!moments || !blurred) {
             return !moments ? moments.problem() : blurred.problem();
         }

@@ -3,6 +3,7 @@
 #include "frame/Options.h"
 #include "frame/Outcome.h"
 #include "frame/Programs.h"
+#include "frame/Targets.h"
 #include "frame/View.h"
 #include "light/Lights.h"
 #include "scene/Scene.h"
@@ -27,8 +28,6 @@ class UniformBufferObject;
 }} // namespace Orvane::Zel
 
 namespace zelview {
-
-class RenderTarget;
 
 /// The shadow map layers of the lights, and the uniforms of Lights.glslh.
 ///

@@ -1,0 +1,6 @@
+#pragma once
+
+/// \file
+/// Visibility of the symbols of libZelKit.
+
+#define ZELKIT_EXPORT __attribute__((visibility("default")))
