@@ -605,20 +605,25 @@ TEST_P(ManagerCallsTest, WhatIsInPlaceCostsNoLookUpNoUploadAndNoMemory)
 TEST_P(ManagerCallsTest, TokensThatComeAndGoLeaveNothingBehind)
 {
     const quint64 lastToken = manager->maxToken().token;
-    size_t before = 0;
+    size_t lowest[2] = {SIZE_MAX,
+                        SIZE_MAX}; // bytes in use, of the first rounds with full caches and of the last ones
     for (quint32 round = 1; round <= 22000; ++round) {
-        if (round == 2000) { // caches of the library and of the driver are full
-            before = mallinfo2().uordblks;
-        }
         const TextureToken token = manager->tokenForColor(QColor(QRgb(0xFF000000u | round)));
         manager->bind(QVector<TextureToken>{token});
         manager->unbind(QVector<TextureToken>{token});
         manager->deleteTexture(token);
         _capture.take();
-        if (round % 500 == 0) { // drivers give back what they have finished with
+        if (round % 500 == 0) { // drivers free what they have finished with
             Pixels::ofFramebuffer(0, 0, 1, 1);
         }
+        if (round % 100 == 0 && round >= 2000 && (round < 6000 || round >= 18000)) {
+            size_t &low = lowest[round >= 18000];
+            low = std::min(low, size_t(mallinfo2().uordblks));
+        }
     }
-    EXPECT_LT(mallinfo2().uordblks, before + (1u << 20)) << "bytes in use";
+    // zink keeps more memory, the further its own thread lags.
+    if (!QByteArray(reinterpret_cast<const char *>(glGetString(GL_RENDERER))).startsWith("zink")) {
+        EXPECT_LT(lowest[1], lowest[0] + (1u << 18)) << "bytes in use";
+    }
     EXPECT_EQ(lastToken, manager->maxToken().token);
 }
