@@ -222,7 +222,7 @@ TEST_P(GLSLTreeTest, CompilesUnderEverySetOfDefines)
     if (!compiler.waitForStarted()) {
         GTEST_SKIP() << "Needs the program glslangValidator";
     }
-    ASSERT_TRUE(compiler.waitForFinished());
+    ASSERT_TRUE(compiler.waitForFinished(-1));
     EXPECT_EQ(0, compiler.exitCode()) << compiler.readAll().toStdString();
     if (!driverHasIt && !HasFailure()) {
         GTEST_SKIP() << "The driver lacks an extension of the file, which the reference compiler accepts";

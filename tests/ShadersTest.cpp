@@ -457,7 +457,7 @@ TEST_F(ShadersTest, TheToolExpandsLintsAndDrawsAHostsFolder)
         QProcess tool;
         tool.setProcessChannelMode(QProcess::MergedChannels);
         tool.start(ZELGLSL, row.arguments);
-        ASSERT_TRUE(tool.waitForFinished()) << qPrintable(tool.errorString());
+        ASSERT_TRUE(tool.waitForFinished(-1)) << qPrintable(tool.errorString());
         const QString output = tool.readAll();
         EXPECT_EQ(row.code, tool.exitCode()) << qPrintable(row.arguments.join(' ') + '\n' + output);
         EXPECT_EQ(row.output, output.left(row.output.size())) << qPrintable(row.arguments.join(' '));
