@@ -52,6 +52,19 @@ function(zelgl_precompile_qt target)
         ${ARGN})
 endfunction()
 
+# zelgl_share_precompiled(TARGET): as zelgl_precompile_qt(TARGET <ZelGL/ZelGL.h>), with one file for all these programs. They must
+# link ZelGL, so that their options are the same.
+function(zelgl_share_precompiled target)
+    if(NOT TARGET zelgl_precompiled)
+        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled.cpp CONTENT "")
+        add_library(zelgl_precompiled OBJECT ${PROJECT_BINARY_DIR}/precompiled.cpp)
+        zelgl_target_defaults(zelgl_precompiled)
+        target_link_libraries(zelgl_precompiled PRIVATE ZelGL)
+        zelgl_precompile_qt(zelgl_precompiled <ZelGL/ZelGL.h>)
+    endif()
+    target_precompile_headers(${target} REUSE_FROM zelgl_precompiled)
+endfunction()
+
 # zelgl_library_defaults(TARGET): zelgl_target_defaults(), and the soname, version and include path of a shared library.
 function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
