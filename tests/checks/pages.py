@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""Checks the Markdown pages: links and anchors must exist, and C++ must come from a compiled snippet.
+
+Usage: pages.py ROOT [--update]
+
+A block of C++ follows a line `<!-- snippet FILE NAME -->` and equals the lines of docs/snippets/FILE between the lines
+`//! [NAME]`, without their indentation; --update copies them. The block of README.md is compiled by the test Install.
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+import textwrap
+
+ROOT = pathlib.Path(sys.argv[1])
+COMPILED_ELSEWHERE = {"README.md"}
+BLOCK = re.compile(r"((?:^<!-- snippet (\S+) (\S+) -->\n)?)^```cpp\n(.*?)^```$", re.M | re.S)
+
+
+def anchors(page):
+    """The anchors of the headings of a page, as hosts of repositories make them."""
+    text = re.sub(r"^```.*?^```$", "", page.read_text(), flags=re.M | re.S)
+    headings = re.findall(r"^#+ (.*)$", text, re.M)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def link_errors(page, text):
+    """Links and pictures that lead nowhere."""
+    for target in re.findall(r"\]\(([^)\s]+)\)", re.sub(r"^```.*?^```$", "", text, flags=re.M | re.S)):
+        if re.match(r"[a-z]+:", target):
+            continue
+        path, _, anchor = target.partition("#")
+        file = (page.parent / path).resolve() if path else page
+        if not file.exists():
+            yield f"the link {target} leads to no file"
+        elif anchor and file.suffix == ".md" and anchor not in anchors(file):
+            yield f"the link {target} leads to no heading"
+
+
+def snippet(file, name):
+    """The lines of a snippet, or None."""
+    path = ROOT / "docs" / "snippets" / file
+    found = path.exists() and re.search(
+        rf"^ *//! \[{re.escape(name)}\]\n(.*?)^ *//! \[{re.escape(name)}\]$", path.read_text(), re.M | re.S)
+    return textwrap.dedent(found[1]) if found else None
+
+
+def main():
+    listed = subprocess.run(["git", "-C", str(ROOT), "ls-files", "-co", "--exclude-standard", "*.md"],
+                            capture_output=True, text=True).stdout.split()
+    pages = [ROOT / name for name in listed] or sorted(ROOT.glob("docs/*.md")) + sorted(ROOT.glob("*.md"))
+    errors = []
+    for page in pages:
+        text = page.read_text()
+        name = str(page.relative_to(ROOT))
+        errors += [f"{name}: {error}" for error in link_errors(page, text)]
+
+        def renewed(match):
+            marker, file, tag, code = match.groups()
+            if not marker:
+                if name not in COMPILED_ELSEWHERE:
+                    errors.append(f"{name}: C++ without a line <!-- snippet FILE NAME -->: {code.splitlines()[0]}")
+                return match[0]
+            current = snippet(file, tag)
+            if current is None:
+                errors.append(f"{name}: no snippet {tag} in docs/snippets/{file}")
+                return match[0]
+            return f"{marker}```cpp\n{current}```"
+
+        new = BLOCK.sub(renewed, text)
+        if new != text:
+            if "--update" in sys.argv:
+                page.write_text(new)
+            else:
+                errors.append(f"{name}: a block of C++ differs from its snippet; run tests/checks/pages.py . --update")
+    print("\n".join(errors) or f"{len(pages)} pages")
+    return bool(errors)
+
+
+sys.exit(main())
