@@ -427,6 +427,8 @@ TEST_F(ShadersTest, TheToolExpandsLintsAndDrawsAHostsFolder)
     const QString file =
         addFile("my.vert", "#version 150\n#include \"a.glslh\"\nvoid main()\n{\n    getDrawID();\n}\n");
     const QString a = addFile("a.glslh", "#include \"ZelUtilities.glslh\"\n#if LIMIT\n#endif\n");
+    const QString log =
+        addFile("log", "nothing\n[ZelCheck] texture 5 is incomplete and reads as black. It\n");
     const QStringList folder{"-I", _folder.path(), file};
     _processor.addDefine("LIMIT", "0");
     const QString expanded = GLSLMacroProcessor::process(bytesOf(file), &_processor);
@@ -452,10 +454,24 @@ TEST_F(ShadersTest, TheToolExpandsLintsAndDrawsAHostsFolder)
         {{"lint", "--stage", "comp", file}, 2, "zelglsl: --stage comp: the stages are"},
         {{"lint", "-I", "/none", file}, 2, "zelglsl: -I /none: no such folder"},
         {{"lint", "none.vert"}, 3, "zelglsl: cannot open none.vert"},
+        {{"explain", "[Buffer.cpp:7] [ !! ] Assertion '0 != a' failed: Buffer Object is already bound on "
+                     "bind to target 3"},
+         0,
+         "critical: Buffer Object is already bound on bind to target {}\n    Cause:  `bind()` or"},
+        {{"explain", "zelview:", "--camera", "and --view exclude each other"},
+         0,
+         "error: --camera and --view"},
+        {{"explain", "IS null on STORAGE"}, 1, "zelglsl: no known message in this text\n"},
+        {{"explain", "is null during STORAGE"},
+         0,
+         "critical: Buffer Object is NULL during StorageBuffer setup\n"},
+        {{"explain", "-"}, 0, "warning: is incomplete and reads as black. It\n"},
+        {{"explain"}, 2, "zelglsl: explain needs a message"},
     };
     for (const auto &row : rows) {
         QProcess tool;
         tool.setProcessChannelMode(QProcess::MergedChannels);
+        tool.setStandardInputFile(log);
         tool.start(ZELGLSL, row.arguments);
         ASSERT_TRUE(tool.waitForFinished(-1)) << qPrintable(tool.errorString());
         const QString output = tool.readAll();

@@ -37,10 +37,10 @@ TOKEN = re.compile(
 LITERAL = re.compile(r'"((?:\\.|[^"\\\n])*)"')
 OF_QT = re.compile(r"%L?[1-9]\d?")
 OF_PRINTF = re.compile(r"%[-+#0]*[\d*]*(?:\.[\d*]+)?(?:hh|h|ll|l|z|j|t)?[diouxXeEfgGcsp]")
-LEVELS = ("debug", "warning", "critical", "error", "note", "finding")
+LEVELS = ("debug", "warning", "critical", "error", "note")
 # The number of the argument that is the format, and the level.
-FORMATS = {"ZEL_ASSERT": (1, "critical"), "ZEL_ASSERT_RETURN": (2, "critical"), "printf": (0, "note"), "fprintf": (1, "note")}
-FORMATS.update({"asprintf": (0, "")})
+FORMATS = {"ZEL_ASSERT": (1, "critical"), "ZEL_ASSERT_RETURN": (2, "critical"), "printf": (0, ""), "fprintf": (1, ""),
+           "asprintf": (0, "")}
 FORMATS.update({f"ZEL_{kind}_{level.upper()}": (0, level) for kind in ("LOG", "BARE") for level in LEVELS[:3]})
 
 
@@ -198,8 +198,8 @@ def errors_of(sections, texts):
     skips = rows_of(SKIPPED)
     used = set()
     for text, places in texts.items():
-        rows = {row for row in skips for file, _, level in places
-                if not level and fnmatch.fnmatch(pathlib.Path(file).name, row[0]) and glob(row[1]).match(text)}
+        rows = {row for row in skips for file, _, _ in places
+                if fnmatch.fnmatch(pathlib.Path(file).name, row[0]) and glob(row[1]).match(text)}
         used |= rows
         levels = {level for _, _, level in places if level}
         if text not in known and not rows:

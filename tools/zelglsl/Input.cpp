@@ -156,3 +156,9 @@ void printError(const QString &line)
 {
     std::fprintf(stderr, "zelglsl: %s\n", line.toUtf8().constData());
 }
+
+int failUsage(const QString &message)
+{
+    printError(message + QStringLiteral("; see zelglsl --help"));
+    return eUsage;
+}

@@ -41,3 +41,5 @@ QString suffixOf(unsigned int stage);
 void print(const QString &line);
 /// A line on the standard error output, after the name of the program.
 void printError(const QString &line);
+/// The same for wrong arguments. Returns eUsage.
+int failUsage(const QString &message);

@@ -1,6 +1,7 @@
 // zelglsl: the text processor and the diagnosis of shaders on the command line.
 
 #include "Commands.h"
+#include "Explain.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
@@ -18,19 +19,26 @@ const char kDescription[] =
     "  lint    print mistakes, a line each: missing and endless includes, files that are included twice, "
     "unknown plans\n"
     "          and macros, undefined names in an #if, functions that no file of the stage defines\n"
-    "  graph   print what includes what; --dot for Graphviz\n\n"
+    "  graph   print what includes what; --dot for Graphviz\n"
+    "  explain print cause and remedy of a message of the library or its tools, as it was logged; - reads "
+    "the standard\n"
+    "          input and explains each message once: host 2>&1 | zelglsl explain -\n\n"
     "FILE is a path, or the name of a stage of the library, such as ZelUtilities.glslc. lint takes the files "
     "of one stage "
     "together:\n"
     "  zelglsl lint -I shaders my.vert my.frag -L ZelUtilities.glslc\n\n"
-    "Exit codes: 0 success, 1 lint found an error or an expansion left something out, 2 wrong arguments, 3 a "
-    "file or\n"
-    "glslangValidator is missing, or the output cannot be written.";
+    "Exit codes: 0 success, 1 lint found an error, an expansion left something out or explain knows no "
+    "message, 2 wrong\n"
+    "arguments, 3 a file or glslangValidator is missing, or the output cannot be written.";
 
-int fail(const QString &message)
+/// The exit code, if the output was written.
+int finish(int code)
 {
-    printError(message + QStringLiteral("; see zelglsl --help"));
-    return eUsage;
+    if (std::fflush(stdout) != 0) {
+        printError(QStringLiteral("cannot write the output"));
+        return eNoFile;
+    }
+    return code;
 }
 
 } // namespace
@@ -41,7 +49,7 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("zelglsl"));
     QCommandLineParser parser;
     parser.setApplicationDescription(QLatin1String(kDescription));
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("expand, lint or graph"));
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("expand, lint, graph or explain"));
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("a shader"),
                                  QStringLiteral("FILE..."));
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
@@ -49,8 +57,12 @@ int main(int argc, char **argv)
     parser.addOption(help);
     Input input;
     Input::addOptionsTo(parser);
-    if (!parser.parse(application.arguments())) {
-        return fail(parser.errorText());
+    const QStringList arguments = application.arguments();
+    if (arguments.value(1) == QLatin1String("explain") && arguments.value(2) != QLatin1String("--help")) {
+        return finish(explain(arguments.mid(2))); // its text may begin like an option
+    }
+    if (!parser.parse(arguments)) {
+        return failUsage(parser.errorText());
     }
     if (parser.isSet(help)) {
         print(parser.helpText());
@@ -60,25 +72,20 @@ int main(int argc, char **argv)
     const QString command = input.files.isEmpty() ? QString() : input.files.takeFirst();
     const QString error = input.read(parser);
     if (!error.isEmpty()) {
-        return fail(error);
+        return failUsage(error);
     }
     if (command.isEmpty()) {
-        return fail(QStringLiteral("a command is missing: expand, lint or graph"));
+        return failUsage(QStringLiteral("a command is missing: expand, lint, graph or explain"));
     }
     const auto run = command == QLatin1String("expand")  ? expand
                      : command == QLatin1String("lint")  ? lint
                      : command == QLatin1String("graph") ? graph
                                                          : nullptr;
     if (run == nullptr) {
-        return fail(QStringLiteral("unknown command '%1'").arg(command));
+        return failUsage(QStringLiteral("unknown command '%1'").arg(command));
     }
     if (input.files.isEmpty()) {
-        return fail(QStringLiteral("%1 needs a file").arg(command));
+        return failUsage(QStringLiteral("%1 needs a file").arg(command));
     }
-    const int code = run(input);
-    if (std::fflush(stdout) != 0) {
-        printError(QStringLiteral("cannot write the output"));
-        return eNoFile;
-    }
-    return code;
+    return finish(run(input));
 }
