@@ -6,12 +6,13 @@ Usage: messages.py ROOT            the check; exits with 1 if there is an error
        messages.py ROOT --list     prints the texts of the sources
 
 Sources are the C++ files of src/ and tools/, and the GLSL files. Their texts are
-  1. the formats of ZEL_LOG_*, ZEL_BARE_* and ZEL_ASSERT*, printf() and fprintf();
+  1. the formats of ZEL_LOG_*, ZEL_BARE_* and ZEL_ASSERT*;
   2. every other string literal with two words, or a word and a placeholder, wherever it is used: texts that reach a log through
-     functions, tables and QString need no rule of their own; static_assert() is left out;
+     functions, tables and QString need no rule of their own. static_assert() and raw strings, which hold GLSL, are left out;
   3. the lines #error of GLSL.
-An assertion whose format has no word is known by its condition. Adjacent literals are one text. Placeholders of printf() and QString::arg() become {}. White space is one blank, and none at the
-ends. What follows an operator + is a text of its own: an entry describes part of a line too.
+Adjacent literals are one text. What follows an operator + is a text of its own: an entry may describe a part of a line.
+Placeholders of printf() and QString::arg() become {}, and white space one blank. An assertion whose format has no word is known
+by its condition.
 
 messages.skip has the texts of rule 2 that no log shows, one a line: "FILE: TEXT", with * for any text. zelglsl has the index as
 a resource: see tools/zelglsl/Explain.cpp for the format's other reader.
@@ -146,14 +147,14 @@ def glob(pattern):
 
 
 def escaped(text):
-    return text.replace("&", "&amp;").replace("<", "&lt;").replace(">", "&gt;").replace("|", "&#124;").replace("*", "&#42;").replace("_", "&#95;")
+    return "".join(f"&#{ord(letter)};" if letter in "&<>|*_" else letter for letter in text)
 
 
 def page(sections, texts):
     lines = ["# Messages", "",
-             "Every text that the libraries and the tools can log, with its cause and its remedy. `zelglsl explain TEXT` finds the entry of a",
-             "line as it was logged; `zelglsl explain -` explains the lines of the standard input.", "",
-             "This page is generated from `messages.txt` by `tests/checks/messages.py . --write`. {} is a value.", ""]
+             "Every text that the libraries and the tools can log, with its cause and its remedy. `zelglsl explain TEXT` finds the",
+             "entry of a line as it was logged; `zelglsl explain -` explains the lines of the standard input. `{}` is a value.", "",
+             "This page is generated from `messages.txt` by `tests/checks/messages.py . --write`.", ""]
     lines += [f"- [{title}](#{anchor(title)})" for title, _, _ in sections]
     for title, introduction, entries in sections:
         lines += ["", f"## {title}", ""] + (introduction + [""] if introduction else [])
