@@ -94,10 +94,19 @@ function(zelgl_install_library target)
     set_target_properties(${target} PROPERTIES ZELGL_INSTALLED_HEADERS "${ARG_HEADERS}") # read by docs/
 endfunction()
 
-# zelgl_install_tool(TARGET): installs a program, which finds the libraries relative to its own path.
+# zelgl_install_tool(TARGET): installs a program, which finds the libraries relative to its own path, its manual page
+# docs/man/TARGET.1, which a test compares with --help, and the completion of its options in bash.
 function(zelgl_install_tool target)
     file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
     set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${libraries})
     install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    set(page ${PROJECT_SOURCE_DIR}/docs/man/${target}.1)
+    install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/completion/${target} CONTENT "complete -F _longopt ${target}\n")
+    install(FILES ${PROJECT_BINARY_DIR}/completion/${target}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    if(ZELGL_BUILD_TESTS)
+        add_test(NAME ManualPage.${target} COMMAND ${PROJECT_SOURCE_DIR}/tools/manpage $<TARGET_FILE:${target}> ${page} --check)
+    endif()
     add_dependencies(zelgl_installed ${target})
 endfunction()

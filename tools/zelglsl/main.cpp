@@ -55,6 +55,8 @@ int main(int argc, char **argv)
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Print this text."));
     parser.addOption(help);
+    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Print the version."));
+    parser.addOption(version);
     Input input;
     Input::addOptionsTo(parser);
     const QStringList arguments = application.arguments();
@@ -66,6 +68,10 @@ int main(int argc, char **argv)
     }
     if (parser.isSet(help)) {
         print(parser.helpText());
+        return eSuccess;
+    }
+    if (parser.isSet(version)) {
+        print(QStringLiteral("zelglsl " ZELGLSL_VERSION "\n"));
         return eSuccess;
     }
     input.files = parser.positionalArguments();
