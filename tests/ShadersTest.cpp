@@ -1,12 +1,18 @@
 // The diagnosis of shaders: where each line comes from, what a driver's log means, what a linter finds.
 
+#include "support/DrawnPixels.h"
+#include "support/FakeLimits.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
+#include "support/TestBuffer.h"
 
+#include <ZelGL/AutoBinder.h>
 #include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/GLUtilities.h>
 #include <ZelGL/InstanceDataPlan.h>
 #include <ZelGL/InstanceDataRegistry.h>
 #include <ZelGL/ShaderProgram.h>
+#include <ZelGL/Texture.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtCore/QDir>
@@ -480,3 +486,91 @@ TEST_F(ShadersTest, TheToolExpandsLintsAndDrawsAHostsFolder)
     }
 }
 #endif
+
+namespace {
+
+class ProgramCacheTest : public ShadersTest
+{
+protected:
+    /// Builds a program as each start of a host does, and draws with it. Returns how many stages and programs it compiled and
+    /// linked.
+    size_t start(ProgramCache &cache)
+    {
+        ShaderProgram program(nullptr);
+        program.setMacroProcessor(&_processor);
+        program.setFragDataLocations(_outputs);
+        program.setTransformFeedbackVaryings({"vo_A"}, _feedbackMode);
+        ProgramBuilder builder(program);
+        builder.setCache(&cache);
+        builder.addShader(GL_VERTEX_SHADER,
+                          "#version 150\nin vec4 va_Vertex;\nout float vo_A;\nvoid main()\n{\n"
+                          "    vo_A = 1.0;\n    gl_Position = va_Vertex;\n}\n",
+                          "my.vert");
+        builder.addShader(
+            GL_FRAGMENT_SHADER,
+            "#version 150\nuniform Block { vec4 color; };\nuniform sampler2D u_Map;\n"
+            "uniform float u_Scale;\nout vec4 first;\nout vec4 second;\nvoid main()\n{\n"
+            "    first = color * u_Scale;\n    second = vec4(textureSize(u_Map, 0), 0.0, 1.0);\n}\n",
+            "my.frag");
+        Taps<&glCompileShader, &glLinkProgram> taps;
+        EXPECT_TRUE(builder.link() && program.isLinked());
+        draw(program);
+        return taps.count();
+    }
+
+    size_t start() { return start(_cache); }
+
+    void draw(ShaderProgram &program)
+    {
+        // The state of a link, whatever an earlier start has set since.
+        GLint values[3] = {-1, -1, -1};
+        driver()->glGetActiveUniformBlockiv(program.shaderProgramID(), 0, GL_UNIFORM_BLOCK_BINDING,
+                                            &values[0]);
+        driver()->glGetUniformiv(program.shaderProgramID(), program.getUniformLocation("u_Map"), &values[1]);
+        driver()->glGetProgramiv(program.shaderProgramID(), GL_TRANSFORM_FEEDBACK_BUFFER_MODE, &values[2]);
+        EXPECT_EQ((std::array<GLint, 3>{0, 0, GLint(_feedbackMode)}),
+                  (std::array<GLint, 3>{values[0], values[1], values[2]}));
+        const float color[] = {0.25f, 0.5f, 0.75f, 1.0f};
+        const auto buffer = makeBuffer(GL_UNIFORM_BUFFER);
+        const AutoBinder binder(buffer.data());
+        EXPECT_TRUE(buffer->upload(color, 4, GL_STATIC_DRAW));
+        Texture map(nullptr);
+        const AutoBinder mapBinder(map.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 2));
+        const AutoBinder programBinder(&program);
+        program.setUniformBlockBinding(program.getUniformBlockIndex("Block"), 3);
+        glBindBufferBase(GL_UNIFORM_BUFFER, 3, buffer->getBO());
+        program.setUniform(program.getUniformLocation("u_Map"), int(map.unit()));
+        program.setUniform("u_Scale", QVariant(2.0f));
+        const auto pictures = drawnPixels(program, 1, 1, 2);
+        EXPECT_TRUE(
+            pictures.at(size_t(_outputs.indexOf("first"))).isNear(0, 0, {0.5f, 1.0f, 1.5f, 2.0f}, 0.01f));
+        EXPECT_TRUE(
+            pictures.at(size_t(_outputs.indexOf("second"))).isNear(0, 0, {4.0f, 2.0f, 0.0f, 1.0f}, 0.01f));
+        glBindBufferBase(GL_UNIFORM_BUFFER, 3, 0);
+    }
+
+    QStringList files() const { return QDir(_cache.folder()).entryList(QDir::Files, QDir::Name); }
+
+    QString pathOf(int index) const { return _cache.folder() + '/' + files().value(index); }
+
+    const bool _hasBinaries = hasGLExtension("GL_ARB_get_program_binary");
+    QStringList _outputs{"first", "second"};
+    GLenum _feedbackMode = GL_INTERLEAVED_ATTRIBS;
+    ProgramCache _cache{_folder.filePath("new/programs")};
+};
+
+} // namespace
+
+TEST_F(ProgramCacheTest, AWarmStartCompilesAndLinksNothing)
+{
+    EXPECT_EQ(3u, start());
+    if (!_hasBinaries) {
+        EXPECT_EQ(3u, start());
+        EXPECT_MESSAGES(
+            "warning [ProgramCache.cpp:#] The driver has no binaries of programs: each start links from "
+            "source. Update the driver, or switch on its own shader cache");
+        return;
+    }
+    EXPECT_EQ(0u, start());
+    EXPECT_MESSAGES();
+}

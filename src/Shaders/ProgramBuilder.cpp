@@ -1,6 +1,7 @@
 #include "ProgramBuilder.h"
 
 #include "../GL/private/ShaderText.h"
+#include "ProgramCache.h"
 #include "private/HeldMessages.h"
 
 #include <ZelCore/Resources.h>
@@ -67,7 +68,7 @@ bool ProgramBuilder::addShaderFromFile(int type, const QString &fileName)
 bool ProgramBuilder::link()
 {
     HeldMessages held;
-    const bool isLinked = _program.link();
+    const bool isLinked = _cache != nullptr ? _cache->link(_program) : _program.link();
     if (isLinked) {
         _report.clear();
         held.release();

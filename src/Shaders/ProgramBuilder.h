@@ -10,6 +10,8 @@ class ShaderProgram;
 
 namespace ZelShaders {
 
+class ProgramCache;
+
 /// Builds a program and reports a failure in a few lines of the host's own files.
 ///
 /// While the program links, the builder holds back what the library logs in this thread. If it links, these messages follow;
@@ -36,7 +38,9 @@ public:
     /// Adds a stage from the file that ShaderProgram::addShaderFromFile() finds. A file that is not found is logged as
     /// there, and returns false.
     bool addShaderFromFile(int type, const QString &fileName);
-    /// ShaderProgram::link().
+    /// Borrowed; null, as at first, for none.
+    void setCache(ProgramCache *cache) { _cache = cache; }
+    /// ShaderProgram::link(), or ProgramCache::link() with a cache.
     bool link();
     /// The report of the last link; empty if it succeeded.
     QString report() const { return _report; }
@@ -45,6 +49,7 @@ private:
     ZELSHADERS_NO_EXPORT QString reportOf(const QStringList &messages) const;
 
     Zel::ShaderProgram &_program;
+    ProgramCache *_cache = nullptr;
     QVector<ShaderReport::Stage> _stages;
     QString _report;
 };

@@ -7,6 +7,7 @@
 #include "FunctionIndex.h"
 #include "LineMap.h"
 #include "ProgramBuilder.h"
+#include "ProgramCache.h"
 #include "ShaderLint.h"
 #include "ShaderReport.h"
 #include "ShadersExport.h"
