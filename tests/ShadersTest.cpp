@@ -1,18 +1,15 @@
 // The diagnosis of shaders: where each line comes from, what a driver's log means, what a linter finds.
 
-#include "support/DrawnPixels.h"
 #include "support/FakeLimits.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
-#include "support/TestBuffer.h"
+#include "support/TestProgram.h"
 
-#include <ZelGL/AutoBinder.h>
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/InstanceDataPlan.h>
 #include <ZelGL/InstanceDataRegistry.h>
 #include <ZelGL/ShaderProgram.h>
-#include <ZelGL/Texture.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtCore/QDir>
@@ -492,85 +489,132 @@ namespace {
 class ProgramCacheTest : public ShadersTest
 {
 protected:
-    /// Builds a program as each start of a host does, and draws with it. Returns how many stages and programs it compiled and
-    /// linked.
+    /// Builds a program as each start of a host does. Returns how many stages and programs it compiled and linked.
     size_t start(ProgramCache &cache)
     {
         ShaderProgram program(nullptr);
         program.setMacroProcessor(&_processor);
         program.setFragDataLocations(_outputs);
-        program.setTransformFeedbackVaryings({"vo_A"}, _feedbackMode);
+        program.setTransformFeedbackVaryings({"gl_Position"}, _feedbackMode);
         ProgramBuilder builder(program);
         builder.setCache(&cache);
-        builder.addShader(GL_VERTEX_SHADER,
-                          "#version 150\nin vec4 va_Vertex;\nout float vo_A;\nvoid main()\n{\n"
-                          "    vo_A = 1.0;\n    gl_Position = va_Vertex;\n}\n",
-                          "my.vert");
+        builder.addShader(GL_VERTEX_SHADER, kAllOver, "my.vert");
         builder.addShader(
             GL_FRAGMENT_SHADER,
-            "#version 150\nuniform Block { vec4 color; };\nuniform sampler2D u_Map;\n"
-            "uniform float u_Scale;\nout vec4 first;\nout vec4 second;\nvoid main()\n{\n"
-            "    first = color * u_Scale;\n    second = vec4(textureSize(u_Map, 0), 0.0, 1.0);\n}\n",
+            QString(kAllWhite).replace("void", "uniform Block { vec4 b; };void").replace("1.0", "b"),
             "my.frag");
         Taps<&glCompileShader, &glLinkProgram> taps;
-        EXPECT_TRUE(builder.link() && program.isLinked());
-        draw(program);
+        EXPECT_TRUE(builder.link());
+        GLint point = -1; // not the one that an earlier start has set
+        const unsigned int index = program.getUniformBlockIndex("Block");
+        glGetActiveUniformBlockiv(program.shaderProgramID(), index, GL_UNIFORM_BLOCK_BINDING, &point);
+        EXPECT_EQ(0, point);
+        program.setUniformBlockBinding(index, 3);
+        EXPECT_EQ(_outputs.indexOf("color"), glGetFragDataLocation(program.shaderProgramID(), "color"));
         return taps.count();
     }
 
     size_t start() { return start(_cache); }
 
-    void draw(ShaderProgram &program)
-    {
-        // The state of a link, whatever an earlier start has set since.
-        GLint values[3] = {-1, -1, -1};
-        driver()->glGetActiveUniformBlockiv(program.shaderProgramID(), 0, GL_UNIFORM_BLOCK_BINDING,
-                                            &values[0]);
-        driver()->glGetUniformiv(program.shaderProgramID(), program.getUniformLocation("u_Map"), &values[1]);
-        driver()->glGetProgramiv(program.shaderProgramID(), GL_TRANSFORM_FEEDBACK_BUFFER_MODE, &values[2]);
-        EXPECT_EQ((std::array<GLint, 3>{0, 0, GLint(_feedbackMode)}),
-                  (std::array<GLint, 3>{values[0], values[1], values[2]}));
-        const float color[] = {0.25f, 0.5f, 0.75f, 1.0f};
-        const auto buffer = makeBuffer(GL_UNIFORM_BUFFER);
-        const AutoBinder binder(buffer.data());
-        EXPECT_TRUE(buffer->upload(color, 4, GL_STATIC_DRAW));
-        Texture map(nullptr);
-        const AutoBinder mapBinder(map.create2D(GL_TEXTURE_2D, GL_RGBA8, 4, 2));
-        const AutoBinder programBinder(&program);
-        program.setUniformBlockBinding(program.getUniformBlockIndex("Block"), 3);
-        glBindBufferBase(GL_UNIFORM_BUFFER, 3, buffer->getBO());
-        program.setUniform(program.getUniformLocation("u_Map"), int(map.unit()));
-        program.setUniform("u_Scale", QVariant(2.0f));
-        const auto pictures = drawnPixels(program, 1, 1, 2);
-        EXPECT_TRUE(
-            pictures.at(size_t(_outputs.indexOf("first"))).isNear(0, 0, {0.5f, 1.0f, 1.5f, 2.0f}, 0.01f));
-        EXPECT_TRUE(
-            pictures.at(size_t(_outputs.indexOf("second"))).isNear(0, 0, {4.0f, 2.0f, 0.0f, 1.0f}, 0.01f));
-        glBindBufferBase(GL_UNIFORM_BUFFER, 3, 0);
-    }
-
-    QStringList files() const { return QDir(_cache.folder()).entryList(QDir::Files, QDir::Name); }
-
-    QString pathOf(int index) const { return _cache.folder() + '/' + files().value(index); }
+    QStringList files() const { return QDir(_cache.folder()).entryList(QDir::Files); }
 
     const bool _hasBinaries = hasGLExtension("GL_ARB_get_program_binary");
-    QStringList _outputs{"first", "second"};
+    QStringList _outputs{"color"};
     GLenum _feedbackMode = GL_INTERLEAVED_ATTRIBS;
     ProgramCache _cache{_folder.filePath("new/programs")};
+    const QString _logged = "warning [ProgramCache.cpp:#] ";
 };
 
 } // namespace
 
 TEST_F(ProgramCacheTest, AWarmStartCompilesAndLinksNothing)
 {
-    EXPECT_EQ(3u, start());
-    if (!_hasBinaries) {
+    Hook<&glGetString> strings;
+    const std::function<void()> changes[] = {
+        [] {},
+        [&] { _processor.addDefine("CHANGED", "1"); },
+        [&] { _outputs.prepend("none"); },
+        [&] { _feedbackMode = GL_SEPARATE_ATTRIBS; },
+        [&] { strings.replace([&](GLenum) { return reinterpret_cast<const GLubyte *>("foreign driver"); }); },
+    };
+    for (const auto &change : changes) {
+        change();
         EXPECT_EQ(3u, start());
-        EXPECT_MESSAGES(
-            "warning [ProgramCache.cpp:#] The driver has no binaries of programs: each start links from "
-            "source. Update the driver, or switch on its own shader cache");
-        return;
+        EXPECT_EQ(_hasBinaries ? 0u : 3u, start());
     }
-    EXPECT_EQ(0u, start());
-    EXPECT_MESSAGES();
+    EXPECT_EQ(_hasBinaries ? int(std::size(changes)) : 0, files().size());
+    const FakeLimits none(GL_NUM_PROGRAM_BINARY_FORMATS, 0);
+    EXPECT_EQ(6u, start() + start());
+    EXPECT_MESSAGES(_logged
+                    + "The driver has no program binaries: update it, or switch on its own shader cache");
+}
+
+TEST_F(ProgramCacheTest, UnusableFilesAreWrittenAgainAndUnusedOnesAreDeleted)
+{
+    if (!_hasBinaries) {
+        GTEST_SKIP() << "Needs GL_ARB_get_program_binary";
+    }
+    Hook<&glLinkProgram> links;
+    bool isFirst = true;
+    links.replace([&](GLuint name) { // another process is the first to write the file
+        links.original(name);
+        EXPECT_TRUE(!std::exchange(isFirst, false) || start() == 3);
+    });
+    EXPECT_EQ(6u, start() + start());
+    const QString path = _cache.folder() + '/' + files().value(0);
+    const QByteArray good = bytesOf(path);
+    for (const int offset :
+         {0, 16, 48, 52, 56, 88, good.size() - 1}) { // signature, key, format, size, hash, binary
+        QByteArray changed = good;
+        changed[offset] = char(good.at(offset) ^ 1);
+        for (const QByteArray &bytes : {changed, good.left(offset), good + good.left(offset + 1)}) {
+            writeFile(path, bytes);
+            EXPECT_EQ(3u, start() + start());
+            EXPECT_MESSAGES(_logged + "'" + path
+                            + "' is damaged or of another program: it is deleted and written again");
+        }
+    }
+    Hook<&glGetProgramiv> queries;
+    GLenum failure = GL_LINK_STATUS; // once
+    queries.replace([&](GLuint name, GLenum parameter, GLint *value) {
+        queries.original(name, parameter, value);
+        *value = parameter == failure ? int(failure = 0) : *value;
+    });
+    EXPECT_EQ(3u, start() + start());
+    EXPECT_MESSAGES(_logged + "The driver refuses '" + path + "': it is deleted and written again");
+    QFile::remove(path);
+    failure = GL_PROGRAM_BINARY_LENGTH; // a driver that needs the hint before a link
+    EXPECT_EQ(4u, start() + start());
+
+    ProgramCache two(_cache.folder(), good.size() * 5 / 2);
+    for (const char *define : {"A", "B", "C", "D"}) {
+        _processor.addDefine(define, "1");
+        EXPECT_EQ(3u, start(two));
+        _processor.removeDefine(define);
+        EXPECT_EQ(0, QProcess::execute("sh", {"-c", "touch -d @1 " + _cache.folder() + "/*"}));
+        EXPECT_EQ(0u, start(two)) << "the other file is now the least recently used";
+        EXPECT_EQ(2, files().size());
+    }
+}
+
+TEST_F(ProgramCacheTest, WhatCannotBeKeptIsLinkedFromSource)
+{
+    const QString file = writeFile(_folder.filePath("file"), "");
+    ProgramCache blocked(file + "/programs");
+    ProgramCache small(_folder.path(), 99);
+    EXPECT_EQ(12u, start(blocked) + start(blocked) + start(small) + start(small));
+    ShaderProgram cleared(nullptr); // its key would be that of others too
+    cleared.addShader(GL_VERTEX_SHADER, kAtOrigin, QString());
+    EXPECT_TRUE(cleared.compile());
+    cleared.clearSource();
+    EXPECT_TRUE(_cache.link(cleared));
+    EXPECT_EQ(QStringList(), files());
+    const QStringList logged = _capture.takeTexts();
+    EXPECT_EQ(_hasBinaries ? 2 : 3, logged.size()) << "each cache once";
+    EXPECT_TRUE(!_hasBinaries
+                || logged.at(0).startsWith(_logged + "Programs are not kept in '" + file
+                                           + "/programs': the folder cannot be created. Give "));
+    EXPECT_TRUE(!_hasBinaries
+                || logged.at(1).startsWith(_logged + "Programs are not kept in '" + _folder.path()
+                                           + "': a program of "));
 }

@@ -64,14 +64,13 @@ bool ProgramCache::link(Zel::ShaderProgram &program)
         if (isKnownFormat(binary.format) && program.loadProgramFromRawData(binary.data, binary.format)) {
             return true;
         }
-        ZEL_LOG_WARNING("'%s' is deleted: the driver refuses it; the program is linked from source",
+        ZEL_LOG_WARNING("The driver refuses '%s': it is deleted and written again",
                         files.pathOf(key).toUtf8().constData());
         files.remove(key);
         break;
     case BinaryFiles::eUnusable:
-        ZEL_LOG_WARNING(
-            "'%s' is deleted: it is damaged or of another program; the program is linked from source",
-            files.pathOf(key).toUtf8().constData());
+        ZEL_LOG_WARNING("'%s' is damaged or of another program: it is deleted and written again",
+                        files.pathOf(key).toUtf8().constData());
         files.remove(key);
         break;
     case BinaryFiles::eMissing:
@@ -88,9 +87,7 @@ bool ProgramCache::hasBinaries(const Zel::ShaderProgram &program)
         return true;
     }
     if (!_driverReported.exchange(true)) {
-        ZEL_LOG_WARNING("The driver has no binaries of programs: each start links from source. Update the "
-                        "driver, or switch "
-                        "on its own shader cache");
+        ZEL_LOG_WARNING("The driver has no program binaries: update it, or switch on its own shader cache");
     }
     return false;
 }
@@ -115,9 +112,8 @@ bool ProgramCache::linkAndStore(Zel::ShaderProgram &program, const QByteArray &k
     }
     const QString error = BinaryFiles(_folder, _maxBytes).write(key, binary);
     if (!error.isEmpty() && !_folderReported.exchange(true)) {
-        ZEL_LOG_WARNING("Programs are not kept in '%s': %s. Each start links them from source; give "
-                        "ProgramCache a folder that "
-                        "can be written to, or a higher limit",
+        ZEL_LOG_WARNING("Programs are not kept in '%s': %s. Give ProgramCache a folder that can be written "
+                        "to, or a higher limit",
                         _folder.toUtf8().constData(), error.toUtf8().constData());
     }
     return true;
