@@ -1,4 +1,4 @@
-// The diagnosis of shaders: where each line comes from, what a driver's log means, what a linter finds.
+// The diagnosis of shaders: where each line comes from, what a driver's log means, what a linter finds. The cache of programs.
 
 #include "support/FakeLimits.h"
 #include "support/Files.h"

@@ -4,7 +4,9 @@
 #include <ZelGL/Shader.h>
 #include <ZelShaders/ZelShaders.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelShaders;
@@ -59,6 +61,25 @@ TEST_F(SnippetsTest, ProgramBuilder)
     QFile::remove(builder.report().section("whole text: ", 1));
     _capture.take();
     TestContext::takeDriverReports();
+}
+
+TEST_F(SnippetsTest, ProgramCache)
+{
+    EXPECT_EQ(ProgramCache::defaultFolder(), ProgramCache().folder());
+    const QTemporaryDir temporary;
+    const QString folder = temporary.path();
+    ShaderProgram program(nullptr);
+    //! [ProgramCache]
+    ProgramCache cache(folder); // one for all programs
+    ProgramBuilder builder(program);
+    builder.setCache(&cache);
+    builder.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc");
+    builder.addShaderFromFile(GL_FRAGMENT_SHADER, "preintegratedBRDFTableFS.glslc");
+    builder.addShaderFromFile(GL_FRAGMENT_SHADER, "ImportanceSample.glslc");
+    builder.link(); // from the second start on, without a compile
+    //! [ProgramCache]
+    EXPECT_TRUE(program.isLinked());
+    EXPECT_EQ(_capture.take().isEmpty() ? 1 : 0, QDir(folder).entryList(QDir::Files).size());
 }
 
 TEST_F(SnippetsTest, FunctionIndexAndShaderLint)

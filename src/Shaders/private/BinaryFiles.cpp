@@ -19,7 +19,8 @@ QByteArray headOf(const QByteArray &key, unsigned int format, const QByteArray &
 {
     QByteArray fields;
     QDataStream(&fields, QIODevice::WriteOnly) << quint32(format) << quint32(data.size());
-    QCryptographicHash hash(QCryptographicHash::Sha256);
+    // Against damage only: it takes a fourth of the time of SHA-256, which the key has.
+    QCryptographicHash hash(QCryptographicHash::Sha1);
     hash.addData(fields);
     hash.addData(data);
     return kSignature + key + fields + hash.result();

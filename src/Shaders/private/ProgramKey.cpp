@@ -7,6 +7,7 @@
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDataStream>
+#include <QtCore/QVector>
 
 #include <algorithm>
 #include <utility>
@@ -66,9 +67,9 @@ QByteArray programKey(const ShaderProgram &program)
 {
     const LinkInputs inputs = linkInputs();
     const QMultiHash<int, Zel::Shader *> &shaders = program.*inputs.stages;
-    QVector<std::pair<int, QString>> stages;
+    QVector<std::pair<int, QByteArray>> stages; // the texts as the driver gets them
     for (auto shader = shaders.cbegin(); shader != shaders.cend(); ++shader) {
-        stages.append({shader.key(), shader.value()->sourceCode()});
+        stages.append({shader.key(), shader.value()->sourceCode().toLatin1()});
         if (stages.last().second.isEmpty()) {
             return QByteArray();
         }
