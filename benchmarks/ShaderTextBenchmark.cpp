@@ -1,5 +1,5 @@
-// The expansion of shader texts with a line map, compared with the text processor alone, and the start of a program from a cache,
-// compared with its link from source, in alternation.
+// The expansion of shader texts with a line map, compared with the text processor alone, and the start of a program from a
+// cache, compared with its link from source, in alternation.
 //
 // Held constant: the files of the library; each run reads every include again, and the text is the same.
 
@@ -64,8 +64,8 @@ bool build(ZelShaders::ProgramCache *cache, qint64 variant)
     return builder.link();
 }
 
-/// The second start of a program with a cache; "bare" is a start without one. The argument is 1 if the driver has linked the same
-/// texts before, so that its own cache has them; with 0 each text is new to the driver.
+/// The second start of a program with a cache; "bare" is a start without one. The argument is 1 if the driver has linked the
+/// same texts before, so that its own cache has them; with 0 each text is new to the driver.
 void warmStart(benchmark::State &state)
 {
     static const std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(16, 16);

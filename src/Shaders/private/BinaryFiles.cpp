@@ -7,11 +7,14 @@
 #include <QtCore/QFile>
 #include <QtCore/QSaveFile>
 
+#include <algorithm>
+
 namespace Orvane { namespace ZelShaders {
 
 namespace {
 
 const QString kSuffix = QStringLiteral(".zelprogram");
+constexpr qint64 kSecondsOfAWrite = 3600; // at most
 const QByteArray kSignature = QByteArrayLiteral("ZelGL program 1\n");
 
 /// The start of the file of a binary.
@@ -40,18 +43,14 @@ BinaryFiles::State BinaryFiles::read(const QByteArray &key, Binary &binary) cons
     if (_folder.isEmpty() || !file.open(QIODevice::ReadOnly)) {
         return eMissing;
     }
-    // 1. A file above the limit is not one of the cache: it is not read.
-    // 2. The signature and the key are compared before the fields after them are used.
-    // 3. All of the head must be the head of the binary that was read, its hash included.
+    // A file above the limit is not one of the cache: it is not read. All of the head must be the one that belongs to this key
+    // and to the bytes after it, so that nothing in it needs a check of its own.
     const int headBytes = headOf(key, 0, QByteArray()).size();
-    const QByteArray head = file.size() > _maxBytes ? QByteArray() : file.read(headBytes);
-    if (head.size() != headBytes || !head.startsWith(kSignature + key)) {
-        return eUnusable;
-    }
+    const QByteArray bytes = file.size() > _maxBytes ? QByteArray() : file.readAll();
+    const QByteArray data = bytes.mid(headBytes);
     quint32 format = 0;
-    QDataStream(head.mid(kSignature.size() + key.size())) >> format;
-    const QByteArray data = file.readAll();
-    if (head != headOf(key, format, data)) {
+    QDataStream(bytes.mid(kSignature.size() + key.size(), sizeof format)) >> format;
+    if (bytes.left(headBytes) != headOf(key, format, data)) {
         return eUnusable;
     }
     // A folder that cannot be written to has no order of use.
@@ -92,15 +91,23 @@ QString BinaryFiles::pathOf(const QByteArray &key) const
 
 void BinaryFiles::trim() const
 {
-    // The last '*' is for the temporary files that a process left when it was ended during a write.
-    const QFileInfoList files =
+    QFileInfoList files =
         QDir(_folder).entryInfoList({QLatin1Char('*') + kSuffix + QLatin1Char('*')}, QDir::Files,
                                     QDir::Time | QDir::Reversed); // the oldest first
     qint64 bytes = 0;
-    for (const QFileInfo &file : files) {
-        bytes += file.size();
-    }
-    for (const QFileInfo &file : files) {
+    const auto isTemporary = [&bytes](const QFileInfo &file) {
+        if (file.fileName().endsWith(kSuffix)) {
+            bytes += file.size();
+            return false;
+        }
+        // Another process is writing it, or was ended before the rename.
+        if (file.lastModified().secsTo(QDateTime::currentDateTimeUtc()) > kSecondsOfAWrite) {
+            QFile::remove(file.filePath());
+        }
+        return true;
+    };
+    files.erase(std::remove_if(files.begin(), files.end(), isTemporary), files.end());
+    for (const QFileInfo &file : qAsConst(files)) {
         if (bytes <= _maxBytes) {
             return;
         }
