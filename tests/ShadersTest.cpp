@@ -499,10 +499,8 @@ protected:
         ProgramBuilder builder(program);
         builder.setCache(&cache);
         builder.addShader(GL_VERTEX_SHADER, kAllOver, "my.vert");
-        builder.addShader(
-            GL_FRAGMENT_SHADER,
-            QString(kAllWhite).replace("void", "uniform Block { vec4 b; };void").replace("1.0", "b"),
-            "my.frag");
+        QString source = QString(kAllWhite).replace("void", "uniform Block { vec4 b; };void");
+        builder.addShader(GL_FRAGMENT_SHADER, source.replace("1.0", "b"), "my.frag");
         Taps<&glCompileShader, &glLinkProgram> taps;
         EXPECT_TRUE(builder.link());
         GLint point = -1; // not the one that an earlier start has set
@@ -563,8 +561,7 @@ TEST_F(ProgramCacheTest, UnusableFilesAreWrittenAgainAndUnusedOnesAreDeleted)
     EXPECT_EQ(6u, start() + start());
     const QString path = _cache.folder() + '/' + files().value(0);
     const QByteArray good = bytesOf(path);
-    for (const int offset :
-         {0, 16, 48, 52, 56, 88, good.size() - 1}) { // signature, key, format, size, hash, binary
+    for (const int offset : {0, 16, 48, 52, 56, 76, good.size() - 1}) { // the start of each part, and the end
         QByteArray changed = good;
         changed[offset] = char(good.at(offset) ^ 1);
         for (const QByteArray &bytes : {changed, good.left(offset), good + good.left(offset + 1)}) {
@@ -616,10 +613,6 @@ TEST_F(ProgramCacheTest, WhatCannotBeKeptIsLinkedFromSource)
     EXPECT_EQ(QStringList(), files());
     const QStringList logged = _capture.takeTexts();
     EXPECT_EQ(_hasBinaries ? 2 : 3, logged.size()) << "each cache once";
-    EXPECT_TRUE(!_hasBinaries
-                || logged.at(0).startsWith(_logged + "Programs are not kept in '" + file
-                                           + "/programs': the folder cannot be created. Give "));
-    EXPECT_TRUE(!_hasBinaries
-                || logged.at(1).startsWith(_logged + "Programs are not kept in '" + _folder.path()
-                                           + "': a program of "));
+    const QRegularExpression text("Programs are not kept in '.*': (the folder cannot|a program of) .* Give");
+    EXPECT_EQ(_hasBinaries ? 2 : 0, logged.filter(text).size());
 }
