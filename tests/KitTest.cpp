@@ -43,3 +43,54 @@ TEST_F(KitTest, ARenderTargetReturnsItsPixelsOrTheReason)
         }
     }
 }
+
+TEST_F(KitTest, AHeadlessContextSharesWithGlxOrWorksWithoutADisplayOrSaysWhyItCannot)
+{
+    HeadlessContext::Options options;
+    Texture texture(nullptr);
+    texture.create2D(GL_TEXTURE_2D, GL_RGBA8, 1, 1);
+    {
+        const auto first = HeadlessContext::create();
+        ASSERT_NE(nullptr, first);
+        EXPECT_EQ(HeadlessContext::eGLX, first->platform());
+        GLuint name = 0;
+        glGenTextures(1, &name);
+        glBindTexture(GL_TEXTURE_2D, name);
+        options.shared = first.get();
+        const auto second = HeadlessContext::create(options);
+        ASSERT_NE(nullptr, second);
+        EXPECT_TRUE(second->isCurrent() && !first->isCurrent());
+        EXPECT_TRUE(glIsTexture(name));
+        glDeleteTextures(1, &name);
+    }
+    QString error;
+    for (const auto platform : {HeadlessContext::eGLX, HeadlessContext::eEGL}) {
+        options = {};
+        options.platform = platform;
+        const auto context = HeadlessContext::create(options, &error);
+        ASSERT_NE(nullptr, context) << qPrintable(error);
+        EXPECT_EQ(platform, context->platform());
+        EXPECT_EQ(platform == HeadlessContext::eEGL, context->qtContext() == nullptr);
+        EXPECT_TRUE(openGlVersionSupported(3, 2));
+        if (platform == HeadlessContext::eEGL) {
+            EXPECT_EQ(nullptr, HeadlessContext::create(options));
+            EXPECT_MESSAGES("warning ZelKit: only one EGL context can exist at a time, since ZelGL cannot "
+                            "distinguish them; use GLX for several, or delete the first one");
+            options.platform = HeadlessContext::eGLX;
+            options.shared = context.get();
+            EXPECT_EQ(nullptr, HeadlessContext::create(options, &error));
+            EXPECT_EQ("a GLX context cannot share with an EGL context", error);
+        }
+        context->doneCurrent();
+        EXPECT_FALSE(context->isCurrent());
+        EXPECT_TRUE(context->makeCurrent() && context->isCurrent());
+    }
+    options = {};
+    options.majorVersion = 9;
+    for (const auto platform : {HeadlessContext::eGLX, HeadlessContext::eEGL}) {
+        options.platform = platform;
+        EXPECT_EQ(nullptr, HeadlessContext::create(options, &error));
+        EXPECT_EQ("the driver has no OpenGL 9.2 core profile", error);
+    }
+    makeCurrent();
+}

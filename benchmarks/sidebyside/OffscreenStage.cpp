@@ -2,41 +2,12 @@
 
 #include <ZelGL/GLUtilities.h>
 
-#include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
 
 #include <cstdio>
 #include <cstring>
 
-namespace {
-
-std::unique_ptr<QGuiApplication> makeApplication()
-{
-    static int argc = 1;
-    static char name[] = "zel";
-    static char *argv[] = {name, nullptr};
-    // Qt's "offscreen" platform has no core contexts; X with GLX has, also under Xvfb.
-    for (const auto &[variable, value] :
-         {std::pair("QT_QPA_PLATFORM", "xcb"), {"QT_XCB_GL_INTEGRATION", "xcb_glx"}}) {
-        if (!qEnvironmentVariableIsSet(variable)) {
-            qputenv(variable, value);
-        }
-    }
-    return std::make_unique<QGuiApplication>(argc, argv);
-}
-
-QSurfaceFormat coreFormat()
-{
-    QSurfaceFormat format;
-    format.setRenderableType(QSurfaceFormat::OpenGL);
-    format.setVersion(4, 5);
-    format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setOption(
-        QSurfaceFormat::DeprecatedFunctions); // without it Qt requests a forward-compatible context
-    return format;
-}
-
-} // namespace
+using Orvane::ZelKit::HeadlessContext;
 
 std::unique_ptr<OffscreenStage> OffscreenStage::create(int width, int height)
 {
@@ -48,26 +19,14 @@ std::unique_ptr<OffscreenStage> OffscreenStage::create(int width, int height)
     return stage;
 }
 
-OffscreenStage::OffscreenStage()
-    : _application(makeApplication())
-{
-}
-
-OffscreenStage::~OffscreenStage()
-{
-    _framebuffer.reset();
-    _context.doneCurrent();
-}
+OffscreenStage::~OffscreenStage() = default;
 
 bool OffscreenStage::make(int width, int height)
 {
-    _context.setFormat(coreFormat());
-    if (!_context.create()) {
-        return false;
-    }
-    _surface.setFormat(_context.format());
-    _surface.create();
-    if (!_context.makeCurrent(&_surface) || !initializeGLFunctions()) {
+    HeadlessContext::Options options;
+    options.platform = HeadlessContext::eGLX; // the framebuffer is Qt's
+    _context = HeadlessContext::create(options);
+    if (_context == nullptr) {
         return false;
     }
     const auto *renderer = reinterpret_cast<const char *>(glGetString(GL_RENDERER));

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <QtGui/QOffscreenSurface>
-#include <QtGui/QOpenGLContext>
+#include <ZelKit/HeadlessContext.h>
+
 #include <QtGui/QOpenGLFramebufferObject>
 
 #include <memory>
-
-class QGuiApplication;
 
 /// A core profile context with the library's functions loaded, and a framebuffer with depth. It never swaps buffers, so
 /// that only the submission is measured.
@@ -25,13 +23,11 @@ public:
     bool save(const QString &file);
 
 private:
-    OffscreenStage();
+    OffscreenStage() = default;
 
     bool make(int width, int height);
 
-    std::unique_ptr<QGuiApplication> _application;
-    QOffscreenSurface _surface;
-    QOpenGLContext _context;
+    std::unique_ptr<Orvane::ZelKit::HeadlessContext> _context;
     std::unique_ptr<QOpenGLFramebufferObject> _framebuffer;
     bool _softwareDriver = false;
 };

@@ -5,6 +5,23 @@
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
 
+TEST_F(SnippetsTest, HeadlessContext)
+{
+    context()->doneCurrent();
+    {
+        //! [HeadlessContext]
+        QString error;
+        const std::unique_ptr<HeadlessContext> headless = HeadlessContext::create(&error);
+        if (headless == nullptr) {
+            return qCritical("%s", qPrintable(error));
+        }
+        const std::unique_ptr<RenderTarget> target = RenderTarget::create({64, 64}, GL_RGBA8);
+        //! [HeadlessContext]
+        EXPECT_NE(nullptr, target);
+    }
+    makeCurrent();
+}
+
 TEST_F(SnippetsTest, RenderTarget)
 {
     //! [RenderTarget]

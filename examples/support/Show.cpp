@@ -1,20 +1,20 @@
 #include "Show.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/HeadlessContext.h>
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
-#include <QtGui/QOffscreenSurface>
-#include <QtGui/QOpenGLContext>
 #include <QtGui/QOpenGLWindow>
 
 #include <atomic>
 #include <cstdio>
 
 using namespace Orvane::Zel;
+using Orvane::ZelKit::HeadlessContext;
 
 namespace {
 
@@ -150,20 +150,16 @@ bool isEmpty(const QImage &image)
 
 int writePicture(const MakeShow &make, const QString &file)
 {
-    QOffscreenSurface surface;
-    surface.setFormat(format());
-    surface.create();
-    QOpenGLContext context; // declared after its surface, so deleted first
-    context.setFormat(format());
-    if (!context.create() || !context.makeCurrent(&surface) || !startLibrary()) {
-        qCritical("There is no OpenGL 3.2 core profile");
+    HeadlessContext::Options options;
+    options.isDebug = true;
+    const std::unique_ptr<HeadlessContext> context = HeadlessContext::create(options);
+    if (context == nullptr) {
         return 1;
     }
+    initializeGLDebugging();
     std::unique_ptr<Show> show = make();
     const QImage image = takePicture(*show);
     show.reset();
-    OpenGLDeviceContext::resetContext();
-    context.doneCurrent();
     if (isEmpty(image)) {
         qCritical("The picture is empty");
         return 1;
@@ -196,14 +192,10 @@ void Show::prepare(float, float) {}
 
 int present(int argc, char **argv, const MakeShow &make)
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "xcb");
-    }
-    if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION")) {
-        qputenv("QT_XCB_GL_INTEGRATION", "xcb_glx"); // the library looks up GL entry points by GLX
-    }
     const QString file = readPictureFile(argc, argv);
     qInstallMessageHandler(printMessage);
+    HeadlessContext::choosePlatform(file.isEmpty() ? HeadlessContext::eForWindows
+                                                   : HeadlessContext::eForPictures);
     QGuiApplication application(argc, argv);
     if (!file.isEmpty()) {
         return writePicture(make, file);

@@ -4,5 +4,6 @@
 /// The parts that every host needs: includes every header of libZelKit. The library is optional, and libZelGL does not
 /// need it. Its interface may change before version 2.0.
 
+#include "HeadlessContext.h"
 #include "KitExport.h"
 #include "RenderTarget.h"

@@ -1,5 +1,7 @@
 #include "TestContext.h"
 
+#include <ZelKit/HeadlessContext.h>
+
 #include <gtest/gtest.h>
 
 #include <QtCore/QHash>
@@ -8,6 +10,8 @@
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <GL/glcorearb.h>
+
+using Orvane::ZelKit::HeadlessContext;
 
 namespace {
 
@@ -44,53 +48,41 @@ void TestContext::ensureApplication()
 std::unique_ptr<TestContext> TestContext::create(Profile profile)
 {
     ensureApplication();
-    std::unique_ptr<TestContext> made(new TestContext);
-    if (!made->make(profile)) {
-        ADD_FAILURE() << "There is no such OpenGL context; platform "
-                      << qPrintable(QGuiApplication::platformName());
+    HeadlessContext::Options options;
+    options.platform = HeadlessContext::eGLX;
+    options.profile = profile == eCore ? HeadlessContext::eCore : HeadlessContext::eCompatibility;
+    options.isDebug = true;
+    options.startsLibrary = false;
+    QString error;
+    std::unique_ptr<HeadlessContext> context = HeadlessContext::create(options, &error);
+    if (context == nullptr || integerOf(GL_CONTEXT_FLAGS) != GL_CONTEXT_FLAG_DEBUG_BIT) {
+        ADD_FAILURE() << "There is no such OpenGL context: " << qPrintable(error);
         return nullptr;
     }
     watchDriver();
-    return made;
+    return std::unique_ptr<TestContext>(new TestContext(std::move(context)));
 }
 
-TestContext::~TestContext()
+TestContext::TestContext(std::unique_ptr<HeadlessContext> context)
+    : _context(std::move(context))
 {
-    if (QOpenGLContext::currentContext() == &_context) {
-        _context.doneCurrent();
-    }
 }
+
+TestContext::~TestContext() = default;
 
 bool TestContext::makeCurrent()
 {
-    return _context.makeCurrent(&_surface);
+    return _context->makeCurrent();
 }
 
 void TestContext::doneCurrent()
 {
-    _context.doneCurrent();
+    _context->doneCurrent();
 }
 
-bool TestContext::make(Profile profile)
+QOpenGLContext *TestContext::context()
 {
-    QSurfaceFormat format;
-    format.setRenderableType(QSurfaceFormat::OpenGL);
-    format.setVersion(4, 5);
-    format.setProfile(profile == eCore ? QSurfaceFormat::CoreProfile : QSurfaceFormat::CompatibilityProfile);
-    format.setOption(QSurfaceFormat::DebugContext);
-    format.setOption(
-        QSurfaceFormat::DeprecatedFunctions); // without it Qt creates forward-compatible contexts
-
-    _context.setFormat(format);
-    if (!_context.create()) {
-        return false;
-    }
-    _surface.setFormat(_context.format());
-    _surface.create();
-    // Queries GL itself: QSurfaceFormat may report "core" although the platform does not support it.
-    return makeCurrent() && integerOf(GL_CONTEXT_FLAGS) == GL_CONTEXT_FLAG_DEBUG_BIT
-           && integerOf(GL_CONTEXT_PROFILE_MASK)
-                  == (profile == eCore ? GL_CONTEXT_CORE_PROFILE_BIT : GL_CONTEXT_COMPATIBILITY_PROFILE_BIT);
+    return _context->qtContext();
 }
 
 void TestContext::watchDriver()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtGui/QOffscreenSurface>
 #include <QtGui/QOpenGLContext>
 #include <QtGui/qopengl.h>
 
@@ -10,6 +9,10 @@
 #include <vector>
 
 class QOpenGLFunctions_3_2_Core;
+
+namespace Orvane { namespace ZelKit {
+class HeadlessContext;
+}} // namespace Orvane::ZelKit
 
 /// Skips the running test when the condition holds and the driver lacks an extension, which the library may not see.
 #define ZEL_NEEDS_EXTENSION_IF(condition, name)                                                              \
@@ -23,7 +26,7 @@ inline bool isForOpenGL32()
     return qgetenv("ZELGL_TEST_DRIVER") == "opengl-3.2";
 }
 
-/// A debug context with its own surface: version 4.5 or the newest below, never forward-compatible.
+/// A debug context of GLX, of the newest version, that has not initialised the library.
 ///
 /// Collects what the driver reports through GL debug output as an error, as deprecated or as undefined behaviour, in any
 /// context.
@@ -42,7 +45,7 @@ public:
     bool makeCurrent();
     void doneCurrent();
 
-    QOpenGLContext *context() { return &_context; }
+    QOpenGLContext *context();
 
     /// Installs the collecting debug callback in the current context, also if another callback has replaced it.
     static void watchDriver();
@@ -57,12 +60,9 @@ public:
     static void endApplication();
 
 private:
-    TestContext() = default;
+    explicit TestContext(std::unique_ptr<Orvane::ZelKit::HeadlessContext> context);
 
-    bool make(Profile profile);
-
-    QOffscreenSurface _surface;
-    QOpenGLContext _context;
+    std::unique_ptr<Orvane::ZelKit::HeadlessContext> _context;
 };
 
 /// The driver's functions of the current context, without the library's table and all hooks.

@@ -17,7 +17,7 @@ public:
     ShownModel(const zelview::Options &options, const QSize &size)
         : _size(size)
         , _exhibit(std::move(*zelview::loadExhibit(options)))
-        , _context(std::move(*zelview::OffscreenContext::create(options)))
+        , _context(std::move(*zelview::makeOffscreenContext(options)))
         , _programs(std::make_unique<zelview::Programs>())
     {
         EXPECT_FALSE(_exhibit->createGLObjects(*_programs, options).has_value());
@@ -63,7 +63,7 @@ public:
 private:
     QSize _size;
     std::unique_ptr<zelview::Exhibit> _exhibit;
-    std::unique_ptr<zelview::OffscreenContext> _context;
+    std::unique_ptr<Orvane::ZelKit::HeadlessContext> _context;
     std::unique_ptr<zelview::Programs> _programs;
     std::unique_ptr<zelview::RenderTarget> _target;
 };

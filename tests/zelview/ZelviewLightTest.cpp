@@ -255,7 +255,7 @@ protected:
 TEST_F(ZelviewEnvironmentTest, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
 {
     TestContext::ensureApplication();
-    const auto context = OffscreenContext::create(Options());
+    const auto context = makeOffscreenContext(Options());
     ASSERT_TRUE(bool(context));
     const std::pair<QString, std::optional<EnvironmentLayout>> files[] = {
         {writeExr("panorama.exr", panorama(64, labelOf)), {}},

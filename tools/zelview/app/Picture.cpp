@@ -112,7 +112,7 @@ Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
 
 Expected<Picture> makePicture(Exhibit &exhibit, const Options &options)
 {
-    const auto context = OffscreenContext::create(options);
+    const auto context = makeOffscreenContext(options);
     if (!context) {
         return context.problem();
     }

@@ -21,6 +21,7 @@
 #include <limits>
 
 using namespace zelview;
+using Orvane::ZelKit::HeadlessContext;
 
 namespace {
 
@@ -101,7 +102,7 @@ Failure printPlan(const Options &options)
         }
         objects = ModelDrawables::wantedObjects(*scene);
     }
-    const auto context = OffscreenContext::create(options);
+    const auto context = makeOffscreenContext(options);
     if (!context) {
         return context.problem();
     }
@@ -132,7 +133,7 @@ Failure showWindow(Exhibit &exhibit, const Options &options)
 Failure run(int argc, char **argv, const Options &options)
 {
     if (options.printsPlan) {
-        choosePlatform();
+        HeadlessContext::choosePlatform();
         const QGuiApplication application(argc, argv);
         return printPlan(options);
     }
@@ -150,7 +151,8 @@ Failure run(int argc, char **argv, const Options &options)
     }
     const qint64 loadTime = timer.elapsed();
 
-    choosePlatform();
+    HeadlessContext::choosePlatform(isOffscreen ? HeadlessContext::eForPictures
+                                                : HeadlessContext::eForWindows);
     const QGuiApplication application(argc, argv);
     return isOffscreen ? writePicture(**exhibit, options, loadTime) : showWindow(**exhibit, options);
 }

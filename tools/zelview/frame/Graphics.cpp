@@ -5,18 +5,14 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <QtGui/QOpenGLContext>
+
 using namespace Orvane::Zel;
+using Orvane::ZelKit::HeadlessContext;
 
 namespace zelview {
 
 namespace {
-
-void setDefault(const char *variable, const char *value)
-{
-    if (!qEnvironmentVariableIsSet(variable)) {
-        qputenv(variable, value);
-    }
-}
 
 QString glString(GLenum name)
 {
@@ -24,12 +20,6 @@ QString glString(GLenum name)
 }
 
 } // namespace
-
-void choosePlatform()
-{
-    setDefault("QT_QPA_PLATFORM", "xcb");
-    setDefault("QT_XCB_GL_INTEGRATION", "xcb_glx");
-}
 
 QSurfaceFormat surfaceFormat(const Options &options)
 {
@@ -49,6 +39,11 @@ Failure startLibrary(const Options &options)
         || format.profile() != QSurfaceFormat::CoreProfile) {
         return Problem{ExitCode::eGL, QStringLiteral("the driver has no OpenGL 3.2 core profile")};
     }
+    return prepareLibrary(options);
+}
+
+Failure prepareLibrary(const Options &options)
+{
     Console::setGraphicsStarted();
     if (options.verbose) {
         initializeGLDebugging();
@@ -67,30 +62,19 @@ QString describeDriver()
     return QStringLiteral("%1, OpenGL %2").arg(glString(GL_RENDERER), glString(GL_VERSION));
 }
 
-Expected<std::unique_ptr<OffscreenContext>> OffscreenContext::create(const Options &options)
+Expected<std::unique_ptr<HeadlessContext>> makeOffscreenContext(const Options &options)
 {
-    std::unique_ptr<OffscreenContext> offscreen(new OffscreenContext);
-    offscreen->_context.setFormat(surfaceFormat(options));
-    if (!offscreen->_context.create()) {
-        return Problem{ExitCode::eGL, QStringLiteral("the display provides no OpenGL context")};
+    HeadlessContext::Options wanted;
+    wanted.isDebug = options.verbose;
+    QString error;
+    std::unique_ptr<HeadlessContext> context = HeadlessContext::create(wanted, &error);
+    if (context == nullptr) {
+        return Problem{ExitCode::eGL, error};
     }
-    offscreen->_surface.setFormat(offscreen->_context.format());
-    offscreen->_surface.create();
-    if (!offscreen->_context.makeCurrent(&offscreen->_surface)) {
-        return Problem{ExitCode::eGL, QStringLiteral("the OpenGL context cannot be used")};
-    }
-    if (const Failure failure = startLibrary(options)) {
+    if (const Failure failure = prepareLibrary(options)) {
         return *failure;
     }
-    return offscreen;
-}
-
-OffscreenContext::~OffscreenContext()
-{
-    if (QOpenGLContext::currentContext() == &_context) {
-        OpenGLDeviceContext::resetContext();
-        _context.doneCurrent();
-    }
+    return context;
 }
 
 } // namespace zelview

@@ -2,9 +2,9 @@
 
 #include "frame/Outcome.h"
 
+#include <ZelKit/HeadlessContext.h>
+
 #include <QtCore/QString>
-#include <QtGui/QOffscreenSurface>
-#include <QtGui/QOpenGLContext>
 #include <QtGui/QSurfaceFormat>
 
 #include <memory>
@@ -14,35 +14,21 @@ namespace zelview {
 struct Options;
 
 /// \file
-/// What pictures and windows share: the Qt platform, the format of contexts, and the start of the library.
-
-/// Selects GLX, which the library needs, unless the environment selects a platform. Call it before the application object
-/// exists.
-void choosePlatform();
+/// What pictures and windows share: contexts, and the start of the library.
 
 /// The newest core profile of the driver; a debug context if the options ask for debug messages.
 QSurfaceFormat surfaceFormat(const Options &options);
 
-/// Initialises the library in the current context, and selects how draw IDs reach the shaders.
+/// Initialises the library in the context of a window, and continues with prepareLibrary().
 Failure startLibrary(const Options &options);
+
+/// Makes the library report the driver's messages if the options ask for them, and selects how draw IDs reach the shaders.
+Failure prepareLibrary(const Options &options);
 
 /// The driver of the current context, in one line.
 QString describeDriver();
 
-/// A current context without a window.
-class OffscreenContext
-{
-    Q_DISABLE_COPY(OffscreenContext)
-
-public:
-    static Expected<std::unique_ptr<OffscreenContext>> create(const Options &options);
-    ~OffscreenContext();
-
-private:
-    OffscreenContext() = default;
-
-    QOffscreenSurface _surface;
-    QOpenGLContext _context;
-};
+/// A current context without a window, with the library ready.
+Expected<std::unique_ptr<Orvane::ZelKit::HeadlessContext>> makeOffscreenContext(const Options &options);
 
 } // namespace zelview
