@@ -10,10 +10,12 @@
 #include "Show.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/DrawScope.h>
 
 #include <cmath>
 
 using namespace Orvane::Zel;
+using Orvane::ZelKit::DrawScope;
 
 namespace {
 
@@ -110,15 +112,9 @@ public:
         }
 
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        const AutoBinder useProgram(_program.get());
-        _data->bind(_program.get(), nullptr);
-        {
-            const AutoBinder useCubes(_cubes.get());
-            _cubes->VAO()->enableShaderProgramArrays(_program.get());
-            _program->setUniform("u_ViewProjection", viewProjection);
-            _cubes->draw(_program.get());
-        }
-        _data->unbind(_program.get(), nullptr);
+        DrawScope scope(_program.get(), {_data.get()});
+        _program->setUniform("u_ViewProjection", viewProjection);
+        scope.draw(_cubes.get());
     }
 
 private:

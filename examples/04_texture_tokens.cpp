@@ -8,12 +8,14 @@
 #include "Show.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/DrawScope.h>
 
 #include <QtGui/QPainter>
 
 #include <cmath>
 
 using namespace Orvane::Zel;
+using Orvane::ZelKit::DrawScope;
 
 namespace {
 
@@ -119,17 +121,10 @@ public:
     void draw(float aspect, float seconds) override
     {
         place(aspect, seconds);
-        const AutoBinder useProgram(_program.get());
-        _data->bind(_program.get(), _manager); // passes the tokens in the bytes to the manager
-        _manager->bind(_program.get());
-        {
-            const AutoBinder useQuad(_quad);
-            _quad->VAO()->enableShaderProgramArrays(_program.get());
-            _program->setUniform("u_Aspect", aspect);
-            _quad->draw(_program.get());
-        }
-        _manager->unbind(_program.get());
-        _data->unbind(_program.get(), _manager);
+        DrawScope scope(_program.get(), {_data.get()},
+                        _manager); // passes the tokens in the bytes to the manager
+        _program->setUniform("u_Aspect", aspect);
+        scope.draw(_quad.data());
     }
 
 private:

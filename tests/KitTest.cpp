@@ -1,6 +1,9 @@
 #include <ZelKit/ZelKit.h>
 
 #include "support/GLFixture.h"
+#include "support/HelperTextures.h"
+#include "support/Tap.h"
+#include "support/TestProgram.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -8,6 +11,29 @@ using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
 
 using KitTest = GLTest;
+using KitMessagesTest = MessageTest;
+
+namespace {
+
+constexpr char kPictured[] = R"(#version 150
+#include "TextureManager.glslh"
+#instancedata "Card"
+out vec4 color;
+uint getDrawID() { return 0u; }
+void main() { color = managedTexture(getPicture(getDrawID()), vec2(0.5)); }
+)";
+
+/// The calls of a function that draws, after two calls of it in which objects are created.
+CallCounts callsOf(const std::function<void()> &draw)
+{
+    draw();
+    draw();
+    const CallCounter counter;
+    draw();
+    return counter.counts();
+}
+
+} // namespace
 
 TEST_F(KitTest, ARenderTargetReturnsItsPixelsOrTheReason)
 {
@@ -93,4 +119,207 @@ TEST_F(KitTest, AHeadlessContextSharesWithGlxOrWorksWithoutADisplayOrSaysWhyItCa
         EXPECT_EQ("the driver has no OpenGL 9.2 core profile", error);
     }
     makeCurrent();
+}
+
+TEST_F(KitTest, ADrawScopeBindsEverythingWithTheCallsOfTheHandOrNothing)
+{
+    auto *plan = new InstanceDataPlan("Card");
+    plan->addMember(InstanceDataPlan::eTexture, "Picture");
+    InstanceDataRegistry::Instance()->registerPlan(plan);
+    const auto target = RenderTarget::create({2, 2}, GL_RGBA8, RenderTarget::eNoDepth);
+    HelperTextures helpers;
+    SamplerTextureManager manager;
+    GLSLMacroProcessor processor;
+    manager.setup(&processor);
+    const auto program =
+        makeProgram(kAllOver, kPictured, &processor, {manager.getShaderFile()}, {plan->glslc()});
+    InstanceData card("Card");
+    card.setTexture("Picture", manager.textureForColor(Qt::red), &manager);
+    InstanceDataCollection cards("Card", {card});
+    const auto first = OpenGLDeviceContext::current()->newFullscreenQuad();
+    const auto second = OpenGLDeviceContext::current()->newFullscreenQuad();
+    const AutoBinder bound(target->framebuffer());
+    glViewport(0, 0, 2, 2);
+
+    const auto byScope = [&] {
+        DrawScope scope(program.get(), {&cards}, &manager);
+        EXPECT_TRUE(scope.draw(first.data()) && scope.draw(second.data()));
+    };
+    const auto byHand = [&] {
+        const AutoBinder boundProgram(program.get());
+        cards.bind(program.get(), &manager);
+        manager.bind(program.get());
+        DrawBuffers *before = nullptr;
+        for (DrawBuffers *unit : {first.data(), second.data()}) {
+            unit->rebind(before);
+            before = unit;
+            unit->VAO()->enableShaderProgramArrays(program.get());
+            unit->draw(program.get());
+        }
+        second->unbind();
+        manager.unbind(program.get());
+        cards.unbind(program.get(), &manager);
+    };
+    const CallCounts calls = callsOf(byScope);
+    target->framebuffer()->unbind();
+    EXPECT_EQ(qRgb(255, 0, 0), target->image().pixel(1, 1));
+    target->framebuffer()->bind();
+    EXPECT_EQ(callsOf(byHand).all, calls.all);
+    EXPECT_LT(0, calls.all);
+
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)); // takes what is logged of plan and tokens
+
+    ShaderProgram unlinked(nullptr);
+    const auto refused = [&](ShaderProgram *used, InstanceDataCollection *data, const char *message) {
+        const CallCounter counter;
+        DrawScope scope(used, {&cards, data}, nullptr);
+        EXPECT_FALSE(scope.isBound() || scope.draw(first.data()));
+        EXPECT_MESSAGES(QString("warning ZelKit: nothing is drawn: ") + message);
+    };
+    refused(nullptr, &cards, "the program of the draw scope is null or not linked");
+    refused(&unlinked, &cards, "the program of the draw scope is null or not linked");
+    refused(program.get(), &cards,
+            "the plan 'Card' has texture tokens, so the draw scope needs the texture manager");
+    EXPECT_EQ(nullptr, ShaderProgram::currentShaderProgram());
+    {
+        DrawScope scope(program.get(), {&cards}, &manager);
+        EXPECT_FALSE(scope.draw(nullptr));
+        EXPECT_MESSAGES("warning ZelKit: nothing is drawn: the draw unit is null or has no vertex array");
+        EXPECT_TRUE(scope.setCollections({&cards}) && scope.draw(first.data()));
+        EXPECT_FALSE(scope.setCollections({&cards, nullptr}) || scope.isBound());
+        EXPECT_MESSAGES(
+            "warning ZelKit: nothing is drawn: the instance data are null or have no registered plan");
+    }
+    EXPECT_FALSE(first->VAO()->isBound());
+    manager.clear();
+    helpers.deleteAll();
+    InstanceDataRegistry::Instance()->clear();
+}
+
+TEST_F(KitTest, APickerFindsNumbersThatTheStencilCannotHold)
+{
+    const auto program = makeProgram(kAllOver);
+    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    Picker picker;
+    const auto draw = [&](const QList<int> &numbers) {
+        glEnable(GL_STENCIL_TEST);
+        glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
+        DrawScope scope(program.get());
+        for (const int number : numbers) {
+            glStencilFunc(GL_ALWAYS, qMin(number + 1, 255), 255);
+            scope.draw(quad.data()); // the first one hides the others
+        }
+        glDisable(GL_STENCIL_TEST);
+    };
+    for (const QList<int> &numbers : {QList<int>{400, 300, 7}, {300, 400, 500}, {253, 300}, {254, 300}}) {
+        const auto hit = picker.find(QMatrix4x4(), numbers, draw);
+        ASSERT_TRUE(hit);
+        EXPECT_EQ(numbers.first(), hit->number);
+        EXPECT_EQ(-1.0f, hit->position.z());
+    }
+    EXPECT_FALSE(picker.find(QMatrix4x4(), {}, draw));
+    EXPECT_FALSE(picker.find(QMatrix4x4(), {1}, {}));
+    EXPECT_MESSAGES(
+        "warning ZelKit: the picker needs a function that draws, and a context when it is created");
+    glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
+}
+
+TEST_F(KitTest, AnOverlayPaintsItsTextOnce)
+{
+    const auto target = RenderTarget::create({80, 60}, GL_RGBA8);
+    const auto overlay = Overlay::create();
+    ASSERT_NE(nullptr, overlay);
+    const auto draw = [&](const QString &text) {
+        const AutoBinder bound(target->framebuffer());
+        glClearColor(1, 1, 1, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glClearColor(0, 0, 0, 0);
+        const Tap<&glTexSubImage2D> uploads;
+        overlay->draw({text}, target->size());
+        return int(uploads.count());
+    };
+    EXPECT_EQ(1, draw("a"));
+    const QImage image = target->image();
+    EXPECT_EQ(qRgb(255, 255, 255), image.pixel(9, 9));
+    EXPECT_GT(100, qRed(image.pixel(10, 10)));
+    EXPECT_EQ(0, draw("a"));
+    EXPECT_EQ(image, target->image());
+    EXPECT_EQ(1, draw("b"));
+    overlay->draw({"a"}, {0, 60});
+    EXPECT_MESSAGES("warning ZelKit: an overlay needs a viewport and a scale greater than 0");
+}
+
+TEST_F(KitTest, WithoutAContextOrInAWrongOrderNothingIsMeasuredOrPicked)
+{
+    {
+        FrameMeter meter;
+        const CallCounter counter;
+        EXPECT_EQ(0, CallCounter().counts().all);
+        EXPECT_MESSAGES(
+            "warning ZelKit: another call counter exists, so this one counts nothing; delete the first one");
+        meter.end();
+        EXPECT_MESSAGES("warning ZelKit: FrameMeter::end() needs a begin() before it");
+    }
+    context()->doneCurrent();
+    {
+        FrameMeter meter;
+        meter.begin();
+        meter.end();
+        Picker picker;
+        EXPECT_EQ(nullptr, Overlay::create());
+        const char message[] = "warning ZelKit: no OpenGL context is current, or initializeGLFunctions() has "
+                               "not been called";
+        EXPECT_MESSAGES(message, message, message);
+        EXPECT_EQ(0, meter.frames());
+    }
+    makeCurrent();
+}
+
+TEST_F(KitMessagesTest, AnOrbitCameraFramesABoxTightlyAndRefusesWhatIsNotFinite)
+{
+    const Bounds box({-3, 0, 1}, {5, 2, 4});
+    OrbitCamera camera(-70, 40);
+    camera.frame(box, 1.5f);
+    float reach = 0.0f;
+    for (const QVector3D &corner : box.corners()) {
+        const QVector3D place = camera.viewProjection(1.5f).map(corner);
+        reach = std::max({reach, std::abs(place.x()), std::abs(place.y())});
+        EXPECT_GE(1.0f, std::abs(place.z()));
+    }
+    EXPECT_NEAR(0.9f, reach, 0.001f);
+    const QMatrix4x4 before = camera.viewProjection(1.5f);
+    camera.frame(Bounds(QVector<QVector3D>()), 1.5f);
+    camera.frame(box, 0.0f);
+    camera.zoom(NAN);
+    const char refusal[] =
+        "warning ZelKit: the camera cannot frame a scene that is empty or not finite, or an "
+        "aspect that is not positive";
+    EXPECT_MESSAGES(refusal, refusal, "warning ZelKit: the camera ignores a movement that is not finite");
+    EXPECT_EQ(before, camera.viewProjection(1.5f));
+}
+
+TEST_F(KitMessagesTest, ALogPrintsLevelsInColoursAndACollectorTakesThem)
+{
+    testing::internal::CaptureStderr();
+    QStringList collected;
+    {
+        MessageLog::Options options;
+        options.prefix = "kit: ";
+        options.colors = MessageLog::eAlways;
+        MessageLog log(options);
+        qInfo("hidden");
+        qWarning("yellow");
+        {
+            const MessageCollector collector;
+            qCritical("[File.cpp:12] taken");
+            qDebug("passed on, and hidden");
+            collected = collector.messages();
+        }
+        log.setLevel(QtInfoMsg);
+        qInfo("plain");
+        EXPECT_EQ(1, log.count(QtWarningMsg));
+        EXPECT_EQ(3, log.count(QtInfoMsg));
+    }
+    EXPECT_EQ("\033[33mkit: yellow\033[0m\nkit: plain\n", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(QStringList("taken"), collected);
 }

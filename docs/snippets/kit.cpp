@@ -1,9 +1,101 @@
 #include "SnippetsTest.h"
 
+#include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
+
+namespace {
+
+constexpr char kColored[] = R"(#version 150
+#instancedata "Card"
+out vec4 color;
+uint getDrawID() { return 0u; }
+void main() { color = getColor(getDrawID()); }
+)";
+
+/// The plan "Card" with a colour, and an item.
+class CardSnippetsTest : public SnippetsTest
+{
+protected:
+    CardSnippetsTest()
+    {
+        auto *plan = new InstanceDataPlan("Card");
+        plan->addMember(InstanceDataPlan::eVec4, "Color");
+        InstanceDataRegistry::Instance()->registerPlan(plan);
+        _program = makeProgram(kAllOver, kColored, &_processor, {}, {plan->glslc()});
+        const float green[] = {0.0f, 1.0f, 0.0f, 1.0f};
+        InstanceData card("Card");
+        card.set("Color", green, sizeof green);
+        _cards = std::make_unique<InstanceDataCollection>("Card", QList<InstanceData>{card});
+    }
+
+    ~CardSnippetsTest() override
+    {
+        _cards.reset();
+        InstanceDataRegistry::Instance()->clear();
+        EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)); // takes what is logged of the plan
+    }
+
+    GLSLMacroProcessor _processor;
+    std::unique_ptr<ShaderProgram> _program;
+    std::unique_ptr<InstanceDataCollection> _cards;
+};
+
+} // namespace
+
+TEST_F(SnippetsTest, CallCounter)
+{
+    //! [CallCounter]
+    CallCounts calls;
+    {
+        const CallCounter counter;
+        glEnable(GL_BLEND);
+        glEnable(GL_BLEND); // redundant
+        glDisable(GL_BLEND);
+        calls = counter.counts();
+    }
+    //! [CallCounter]
+    EXPECT_EQ(3, calls.all);
+    EXPECT_EQ(3, calls.stateChanges);
+    EXPECT_EQ(1, calls.redundant);
+}
+
+TEST_F(CardSnippetsTest, DrawScope)
+{
+    const std::unique_ptr<ShaderProgram> &program = _program;
+    const std::unique_ptr<InstanceDataCollection> &cards = _cards;
+    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    const std::unique_ptr<RenderTarget> target =
+        RenderTarget::create({4, 4}, GL_RGBA8, RenderTarget::eNoDepth);
+    const AutoBinder bound(target->framebuffer());
+    glViewport(0, 0, 4, 4);
+    //! [DrawScope]
+    {
+        DrawScope scope(program.get(), {cards.get()}); // with a texture manager if there are tokens
+        scope.draw(quad.data());
+    } // everything is unbound
+    //! [DrawScope]
+    target->framebuffer()->unbind();
+    EXPECT_EQ(qRgb(0, 255, 0), target->image().pixel(1, 1));
+    target->framebuffer()->bind();
+}
+
+TEST_F(SnippetsTest, FrameMeter)
+{
+    //! [FrameMeter]
+    FrameMeter meter;
+    for (int frame = 0; frame < 3; ++frame) {
+        meter.begin();
+        glClear(GL_COLOR_BUFFER_BIT); // draw
+        meter.end();
+    }
+    const QStringList lines = meter.describe();
+    //! [FrameMeter]
+    EXPECT_TRUE(lines.at(0).contains(" GL calls, 0 state changes, "));
+    EXPECT_TRUE(lines.at(1).startsWith("frame     ") && lines.at(1).endsWith("; mean of 3 frames"));
+}
 
 TEST_F(SnippetsTest, HeadlessContext)
 {
@@ -20,6 +112,90 @@ TEST_F(SnippetsTest, HeadlessContext)
         EXPECT_NE(nullptr, target);
     }
     makeCurrent();
+}
+
+TEST_F(SnippetsTest, MessageLog)
+{
+    testing::internal::CaptureStderr();
+    {
+        //! [MessageLog]
+        MessageLog::Options options;
+        options.prefix = "host: ";
+        options.level = QtWarningMsg;
+        const MessageLog log(options);
+        qInfo("not printed");
+        qWarning("the file is empty");
+        const bool hadProblems = log.count(QtWarningMsg) > 0;
+        //! [MessageLog]
+        EXPECT_TRUE(hadProblems);
+    }
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("host: the file is empty"));
+}
+
+TEST_F(SnippetsTest, MessageCollector)
+{
+    QStringList reasons;
+    //! [MessageCollector]
+    {
+        const MessageCollector collector;
+        Texture *texture = QImageToTexture(QImage(), false, TextureFileInfo());
+        if (texture == nullptr) {
+            reasons = collector.messages();
+        }
+        delete texture;
+    }
+    //! [MessageCollector]
+}
+
+TEST_F(SnippetsTest, OrbitCamera)
+{
+    const Bounds box({-1, -1, -1}, {1, 1, 1});
+    const QVector2D mouse(0.1f, 0.0f);
+    //! [OrbitCamera]
+    OrbitCamera camera;
+    const float aspect = 16.0f / 9.0f;
+    camera.frame(box, aspect);
+    camera.orbit(mouse); // in heights of the viewport
+    const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
+    //! [OrbitCamera]
+    const QVector3D center = viewProjection.map(QVector3D());
+    EXPECT_LT(std::abs(center.x()) + std::abs(center.y()), 0.2f);
+}
+
+TEST_F(SnippetsTest, Overlay)
+{
+    const std::unique_ptr<RenderTarget> target = RenderTarget::create({64, 64}, GL_RGBA8);
+    const AutoBinder bound(target->framebuffer());
+    //! [Overlay]
+    const std::unique_ptr<Overlay> overlay = Overlay::create();
+    overlay->draw({"frame 16.7 ms"}, {64, 64});
+    //! [Overlay]
+    EXPECT_NE(nullptr, overlay);
+}
+
+TEST_F(SnippetsTest, Picker)
+{
+    const auto program = makeProgram(kAllOver);
+    const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    const QMatrix4x4 projection;
+    const QMatrix4x4 view;
+    //! [Picker]
+    Picker picker;
+    const QMatrix4x4 closeUp = Picker::closeUp(projection, {12, 7}, {640, 480}) * view;
+    const auto hit = picker.find(closeUp, {0, 1}, [&](const QList<int> &numbers) {
+        glEnable(GL_STENCIL_TEST);
+        glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
+        DrawScope scope(program.get());
+        for (const int number : numbers) {
+            glStencilFunc(GL_ALWAYS, qMin(number + 1, 255), 255);
+            scope.draw(quad.data()); // with the projection closeUp
+        }
+        glDisable(GL_STENCIL_TEST);
+    });
+    const int picked = hit ? hit->number : -1;
+    //! [Picker]
+    EXPECT_EQ(0, picked); // the second is not nearer
+    glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
 }
 
 TEST_F(SnippetsTest, RenderTarget)

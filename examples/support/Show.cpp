@@ -2,6 +2,7 @@
 
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/HeadlessContext.h>
+#include <ZelKit/MessageLog.h>
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QElapsedTimer>
@@ -10,11 +11,9 @@
 #include <QtGui/QImage>
 #include <QtGui/QOpenGLWindow>
 
-#include <atomic>
-#include <cstdio>
-
 using namespace Orvane::Zel;
 using Orvane::ZelKit::HeadlessContext;
+using Orvane::ZelKit::MessageLog;
 
 namespace {
 
@@ -22,16 +21,6 @@ using MakeShow = std::function<std::unique_ptr<Show>()>;
 
 constexpr float kPictureSeconds = 1.5f; ///< the time that a picture shows
 const QSize kSize(960, 540);
-
-std::atomic<int> gComplaints{0};
-
-void printMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if (type != QtDebugMsg && type != QtInfoMsg) {
-        ++gComplaints;
-        std::fprintf(stderr, "%s\n", qPrintable(message));
-    }
-}
 
 QSurfaceFormat format()
 {
@@ -148,7 +137,7 @@ bool isEmpty(const QImage &image)
     return true;
 }
 
-int writePicture(const MakeShow &make, const QString &file)
+int writePicture(const MakeShow &make, const QString &file, const MessageLog &log)
 {
     HeadlessContext::Options options;
     options.isDebug = true;
@@ -168,7 +157,7 @@ int writePicture(const MakeShow &make, const QString &file)
         qCritical("'%s' cannot be written", qPrintable(file));
         return 1;
     }
-    return gComplaints == 0 ? 0 : 1;
+    return log.count(QtWarningMsg) == 0 ? 0 : 1;
 }
 
 /// Needs an application object for the arguments, but no display.
@@ -193,12 +182,12 @@ void Show::prepare(float, float) {}
 int present(int argc, char **argv, const MakeShow &make)
 {
     const QString file = readPictureFile(argc, argv);
-    qInstallMessageHandler(printMessage);
+    const MessageLog log;
     HeadlessContext::choosePlatform(file.isEmpty() ? HeadlessContext::eForWindows
                                                    : HeadlessContext::eForPictures);
     QGuiApplication application(argc, argv);
     if (!file.isEmpty()) {
-        return writePicture(make, file);
+        return writePicture(make, file, log);
     }
 
     ShowWindow window(make);

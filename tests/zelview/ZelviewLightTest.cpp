@@ -5,8 +5,8 @@
 
 #include "light/DistantLight.h"
 #include "light/EnvironmentImage.h"
+#include "scene/ModelCamera.h"
 #include "scene/ModelLoader.h"
-#include "scene/OrbitCamera.h"
 
 #include "../support/FileMaker.h"
 
@@ -73,9 +73,10 @@ TEST_F(ZelviewShadowTest, TheFloorIsDarkBelowThePlateAndUntouchedElsewhere)
                 {kDown, kSun, 0.0f, "--csm=1 --variance", "1 layer of 1024x1024, variance"},
                 {kDown, kPoint, 0.0f, "--variance", "variance"},
                 {kMirrored, kSpot, -0.6f, "", "plain"}};
-    OrbitCamera camera(0.0f, 30.0f);
-    camera.frame(*loadModel(writeModel(kDown, kSun, true)), 4.0f / 3.0f);
-    const QMatrix4x4 toView = camera.at(4.0f / 3.0f).viewProjection();
+    Orvane::ZelKit::OrbitCamera camera(0.0f, 30.0f);
+    const Expected<Scene> scene = loadModel(writeModel(kDown, kSun, true));
+    camera.frame(extentOf(*scene), 4.0f / 3.0f);
+    const QMatrix4x4 toView = camera.viewProjection(4.0f / 3.0f);
     for (const auto &row : rows) {
         SCOPED_TRACE((row.node + row.light + row.options).toStdString());
         const auto pictureOf = [&](bool doesPlateCast) {

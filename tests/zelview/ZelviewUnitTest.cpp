@@ -2,8 +2,8 @@
 
 #include "Zelview.h"
 
+#include "scene/ModelCamera.h"
 #include "scene/ModelLoader.h"
-#include "scene/OrbitCamera.h"
 #include "scene/Scene.h"
 
 #include "../support/FileMaker.h"
@@ -131,7 +131,7 @@ TEST_F(ZelviewRefusalTest, PrintsHelpAndVersionWithoutADisplayAndReportsThatOneI
 
 /// The greatest absolute coordinate of the vertices in the view; 1 is the edge of the viewport. Infinite if a vertex is before
 /// or beyond the planes of the depth.
-float reachInView(const Scene &scene, const OrbitCamera &camera, float aspect)
+float reachInView(const Scene &scene, const Orvane::ZelKit::OrbitCamera &camera, float aspect)
 {
     float reach = 0.0f;
     for (const Vertex &vertex : scene.vertices) {
@@ -160,14 +160,14 @@ TEST(ZelviewCamera, FramesAnySceneTightlyFromAnySideAndFollowsThePointer)
         }
         scene.meshes.push_back({0, 0, 0, quint32(scene.vertices.size()), 0, scene.bounds});
         scene.draws.emplace_back();
-        OrbitCamera camera(180.0f * unit(random), 89.0f * unit(random));
-        camera.frame(scene, 16.0f / 9.0f);
+        Orvane::ZelKit::OrbitCamera camera(180.0f * unit(random), 89.0f * unit(random));
+        camera.frame(extentOf(scene), 16.0f / 9.0f);
         if (i % 7 == 6) {
             EXPECT_LT(reachInView(scene, camera, 1.0f), 0.01f);
             continue;
         }
         for (const float aspect : {16.0f / 9.0f, 0.4f}) {
-            camera.refit(scene, aspect);
+            camera.refit(extentOf(scene), aspect);
             EXPECT_NEAR(reachInView(scene, camera, aspect), 0.9f, 0.002f);
         }
         const QVector3D before = camera.view().map(QVector3D());

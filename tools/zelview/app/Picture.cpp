@@ -1,7 +1,6 @@
 #include "app/Picture.h"
 
 #include "frame/Exhibit.h"
-#include "frame/FrameMeter.h"
 #include "frame/Graphics.h"
 #include "frame/Options.h"
 #include "frame/Programs.h"
@@ -9,6 +8,7 @@
 #include "frame/Targets.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/FrameMeter.h>
 
 #include <QtCore/QElapsedTimer>
 
@@ -33,7 +33,7 @@ Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QS
 Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const Options &options,
                 QStringList &report)
 {
-    FrameMeter meter;
+    Orvane::ZelKit::FrameMeter meter;
     const int frames = exhibit.isMoving() ? options.frames : 1;
     for (int frame = 0; frame < frames; ++frame) {
         exhibit.setTime(float(frame) / float(frames));

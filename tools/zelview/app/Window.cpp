@@ -2,14 +2,14 @@
 
 #include "frame/Console.h"
 #include "frame/Exhibit.h"
-#include "frame/FrameMeter.h"
 #include "frame/Graphics.h"
 #include "frame/Options.h"
-#include "frame/Overlay.h"
 #include "frame/Programs.h"
 #include "frame/Stage.h"
 
 #include <ZelGL/OpenGLDeviceContext.h>
+#include <ZelKit/FrameMeter.h>
+#include <ZelKit/Overlay.h>
 
 #include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
@@ -18,10 +18,14 @@
 
 #include <cmath>
 
+using Orvane::ZelKit::FrameMeter;
+using Orvane::ZelKit::Overlay;
+
 namespace zelview {
 
 namespace {
 
+constexpr int kValueColumn = 10;        ///< characters before the values of a report
 constexpr float kAnglePerStep = 120.0f; ///< of the wheel, in Qt's unit
 constexpr float kRoundTrip = 30000.0f;  ///< milliseconds
 constexpr int kMeasuredTogether = 30;   ///< frames that one mean covers
@@ -81,11 +85,12 @@ Failure Window::createObjects()
         return stage.problem();
     }
     _stage = std::move(*stage);
-    auto overlay = Overlay::create(*_programs);
-    if (!overlay) {
-        return overlay.problem();
+    QString error;
+    _overlay = Overlay::create(&error);
+    if (_overlay == nullptr) {
+        return Problem{ExitCode::eGL, error};
     }
-    _overlay = std::move(*overlay);
+    _overlay->setIndent(kValueColumn);
     _meter = std::make_unique<FrameMeter>();
     _clock.start();
     return _exhibit.createGLObjects(*_programs, _options);

@@ -8,11 +8,14 @@
 
 #include <memory>
 
+namespace Orvane { namespace ZelKit {
+class FrameMeter;
+class Overlay;
+}} // namespace Orvane::ZelKit
+
 namespace zelview {
 
 class Exhibit;
-class FrameMeter;
-class Overlay;
 class Programs;
 class Stage;
 struct Options;
@@ -51,8 +54,8 @@ private:
     const Options &_options;
     std::unique_ptr<Programs> _programs;
     std::unique_ptr<Stage> _stage;
-    std::unique_ptr<FrameMeter> _meter;
-    std::unique_ptr<Overlay> _overlay;
+    std::unique_ptr<Orvane::ZelKit::FrameMeter> _meter;
+    std::unique_ptr<Orvane::ZelKit::Overlay> _overlay;
     bool _showsStatistics = false;
     QElapsedTimer _clock; ///< for exhibits that move
     bool _isUp = false;

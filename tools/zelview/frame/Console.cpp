@@ -1,8 +1,5 @@
 #include "frame/Console.h"
 
-#include <QtCore/QRegularExpression>
-#include <QtCore/QtGlobal>
-
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -10,35 +7,28 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using Orvane::ZelKit::MessageCollector;
+using Orvane::ZelKit::MessageLog;
+
 namespace zelview { namespace Console {
 
 namespace {
 
+const QString kPrefix = QStringLiteral("zelview: ");
+
+std::unique_ptr<MessageLog> gLog;
 bool gVerbose = false;
 bool gStarted = false;
-bool gCollecting = false;
-QStringList gMessages;   ///< of a Collector
+const MessageCollector *gCollector = nullptr;
+QStringList gMessages;   ///< of the last Collector
 int gStandardError = -1; ///< copy of the descriptor, while stderr is redirected
 
-/// Whether messages of this level are shown.
-bool isShown(QtMsgType level)
+/// Returning would make Qt abort the process.
+void endAtFatal(const QString &text)
 {
-    return gVerbose || level == QtCriticalMsg || (gStarted && level == QtWarningMsg);
-}
-
-void handleMessage(QtMsgType level, const QMessageLogContext &, const QString &text)
-{
-    if (level == QtFatalMsg) {
-        printError(gStarted
-                       ? text
-                       : QStringLiteral("no display to draw on (is DISPLAY set and its server running?)"));
-        std::_Exit(int(ExitCode::eGL)); // returning would make Qt abort the process
-    }
-    if (gCollecting && level != QtDebugMsg) {
-        gMessages.append(text);
-    } else if (isShown(level)) {
-        printError(text);
-    }
+    printError(gStarted ? text
+                        : QStringLiteral("no display to draw on (is DISPLAY set and its server running?)"));
+    std::_Exit(int(ExitCode::eGL));
 }
 
 void openStandardError()
@@ -70,19 +60,25 @@ void writeLine(std::FILE *stream, const QString &line)
 
 void install(bool verbose)
 {
+    MessageLog::Options options;
+    options.prefix = kPrefix;
+    options.level = verbose ? QtDebugMsg : QtCriticalMsg;
+    gLog = std::make_unique<MessageLog>(options);
+    gLog->onFatal(endAtFatal);
     gVerbose = verbose;
-    qInstallMessageHandler(handleMessage);
 }
 
 void setGraphicsStarted()
 {
     gStarted = true;
+    if (gLog != nullptr && !gVerbose) {
+        gLog->setLevel(QtWarningMsg);
+    }
 }
 
 Collector::Collector()
 {
-    gMessages.clear();
-    gCollecting = true;
+    gCollector = &_collector;
     std::signal(SIGABRT, endInsteadOfAbort);
     std::fflush(stderr);
     gStandardError = ::dup(STDERR_FILENO);
@@ -95,15 +91,13 @@ Collector::~Collector()
 {
     openStandardError();
     std::signal(SIGABRT, SIG_DFL);
-    gCollecting = false;
+    gMessages = _collector.messages();
+    gCollector = nullptr;
 }
 
 QStringList Collector::messages()
 {
-    static const QRegularExpression kPlace(QStringLiteral("^\\[[^\\]]*:\\d+\\] "));
-    QStringList messages = gMessages;
-    messages.replaceInStrings(kPlace, QString());
-    return messages;
+    return gCollector != nullptr ? gCollector->messages() : gMessages;
 }
 
 void printLine(const QString &line)
@@ -113,7 +107,7 @@ void printLine(const QString &line)
 
 void printProgress(const QString &line)
 {
-    writeLine(stderr, QStringLiteral("zelview: ") + line);
+    writeLine(stderr, kPrefix + line);
 }
 
 void printError(const QString &line)

@@ -2,6 +2,8 @@
 
 #include "frame/Outcome.h"
 
+#include <ZelKit/MessageLog.h>
+
 #include <QtCore/QStringList>
 
 /// \file
@@ -33,6 +35,9 @@ public:
 
     /// The messages since the last Collector was constructed, without source file and line.
     static QStringList messages();
+
+private:
+    Orvane::ZelKit::MessageCollector _collector;
 };
 
 /// Prints a line on stdout.

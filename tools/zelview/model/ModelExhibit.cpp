@@ -386,7 +386,7 @@ void ModelExhibit::zoom(float steps)
 
 QString ModelExhibit::pick(const QPoint &pixel, const QSize &viewport)
 {
-    const std::optional<Picker::Hit> hit = _renderer->pick(view(viewport), pixel, viewport);
+    const std::optional<Orvane::ZelKit::Picker::Hit> hit = _renderer->pick(view(viewport), pixel, viewport);
     _selection.select(hit ? hit->number : -1);
     showSelection();
     const QString head = QStringLiteral("pick      %1,%2: ").arg(pixel.x()).arg(pixel.y());

@@ -13,6 +13,7 @@
 #include <algorithm>
 
 using namespace Orvane::Zel;
+using Orvane::ZelKit::Picker;
 
 namespace zelview {
 

@@ -8,7 +8,8 @@
 #include "model/ModelGeometry.h"
 #include "model/ModelPlans.h"
 #include "model/ModelTextures.h"
-#include "model/Picker.h"
+
+#include <ZelKit/Picker.h>
 
 #include <memory>
 
@@ -61,7 +62,8 @@ public:
     void drawCasters(Orvane::Zel::ShaderProgram *program, const QMatrix4x4 &viewProjection);
 
     /// What a pixel shows: the material index in the scene, and the position.
-    std::optional<Picker::Hit> pick(const View &view, const QPoint &pixel, const QSize &viewport);
+    std::optional<Orvane::ZelKit::Picker::Hit> pick(const View &view, const QPoint &pixel,
+                                                    const QSize &viewport);
 
     /// Builds the program of drawSlots() at the first call, or prints that the driver cannot show the manager's slots.
     Failure prepareSlots();
@@ -98,7 +100,7 @@ private:
     ModelDrawables _drawables;
     DrawIDPath _drawIDPath;
     LightRig _lights;
-    Picker _picker;
+    Orvane::ZelKit::Picker _picker;
     int _markedMaterial = -1;
     bool _canShowSlots = true;
     std::optional<QMatrix4x4> _frozenFrustum;

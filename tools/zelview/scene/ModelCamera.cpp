@@ -4,6 +4,8 @@
 #include "scene/Scene.h"
 #include "scene/StressScene.h"
 
+using Orvane::ZelKit::OrbitCamera;
+
 namespace zelview {
 
 namespace {
@@ -36,7 +38,18 @@ Expected<int> findCamera(const Scene &scene, const Options &options)
         QStringLiteral("there is no camera '%1': %2 has %3").arg(options.camera, options.subject(), have)};
 }
 
+View viewOf(const OrbitCamera &camera, float aspect)
+{
+    return {camera.view(), camera.projection(aspect), camera.eye(), camera.azimuth()};
+}
+
 } // namespace
+
+OrbitCamera::Extent extentOf(const Scene &scene)
+{
+    return {scene.bounds.center(), scene.bounds.radius(),
+            [&scene](const QVector3D &direction) { return scene.reach(direction); }};
+}
 
 ModelCamera::ModelCamera(const Options &options)
     : _orbit(options.azimuth, options.elevation)
@@ -63,17 +76,17 @@ View ModelCamera::view(const Scene &scene, const QSize &viewport, const FileCame
     if (_flightTime) {
         return stressView(scene, *_flightTime, aspect);
     }
-    return _fileCamera >= 0 ? fileCamera(_fileCamera, aspect) : _orbit.at(aspect);
+    return _fileCamera >= 0 ? fileCamera(_fileCamera, aspect) : viewOf(_orbit, aspect);
 }
 
 void ModelCamera::frame(const Scene &scene, const QSize &viewport)
 {
-    _orbit.frame(scene, aspectOf(viewport));
+    _orbit.frame(extentOf(scene), aspectOf(viewport));
 }
 
 void ModelCamera::refit(const Scene &scene, const QSize &viewport)
 {
-    _orbit.refit(scene, aspectOf(viewport));
+    _orbit.refit(extentOf(scene), aspectOf(viewport));
 }
 
 void ModelCamera::turn(const QVector2D &way)

@@ -2,7 +2,8 @@
 
 #include "frame/Outcome.h"
 #include "frame/View.h"
-#include "scene/OrbitCamera.h"
+
+#include <ZelKit/OrbitCamera.h>
 
 #include <QtCore/QSize>
 #include <QtCore/QString>
@@ -15,6 +16,9 @@ namespace zelview {
 
 struct Options;
 struct Scene;
+
+/// What a camera frames of a scene, which must outlive the result.
+Orvane::ZelKit::OrbitCamera::Extent extentOf(const Scene &scene);
 
 /// The camera of a model: one that turns around it, one of its file, or a flight through a stress scene. Moving the view
 /// switches to the first kind.
@@ -57,7 +61,7 @@ private:
 
     void takeOrbit();
 
-    OrbitCamera _orbit;
+    Orvane::ZelKit::OrbitCamera _orbit;
     int _fileCamera = -1; ///< index in the scene; -1: none
     std::optional<float> _flightTime;
 };

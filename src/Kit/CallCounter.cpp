@@ -1,12 +1,15 @@
-#include "frame/GLCallCounter.h"
+#include "CallCounter.h"
+
+#include "private/Failure.h"
 
 #include <ZelCheck/EntryPointTap.h>
 #include <ZelGL/ZelGL.h>
 
+#include <algorithm>
 #include <array>
-#include <map>
+#include <vector>
 
-namespace zelview {
+namespace Orvane { namespace ZelKit {
 
 namespace {
 
@@ -34,43 +37,65 @@ enum Kind : quint64 {
     eViewport
 };
 
-/// The calls so far, and the state that they have set.
+/// The calls so far, and the state that they have set. Reused by all counters, so that later ones do not allocate.
 class Ledger
 {
 public:
+    using Value = std::array<quint64, 4>;
+
+    void start()
+    {
+        _calls = {};
+        _state.clear();
+    }
+
     void count() { ++_calls.all; }
 
-    void set(const StateKey &key, std::array<quint64, 4> value)
+    void set(const StateKey &key, const Value &value)
     {
         ++_calls.stateChanges;
-        const auto [place, isNew] = _state.try_emplace(key, value);
-        _calls.redundant += !isNew && place->second == value ? 1 : 0;
+        const auto place = find(key);
+        if (place == _state.end() || place->first != key) {
+            _state.insert(place, {key, value});
+            return;
+        }
+        _calls.redundant += place->second == value ? 1 : 0;
         place->second = value;
     }
 
-    quint64 value(const StateKey &key) const
+    quint64 value(const StateKey &key)
     {
-        const auto place = _state.find(key);
-        return place != _state.end() ? place->second[0] : 0;
+        const auto place = find(key);
+        return place != _state.end() && place->first == key ? place->second[0] : 0;
     }
 
     /// To be called at deletions: GL reuses the names of deleted objects.
     void forget() { _state.clear(); }
 
-    const GLCalls &calls() const { return _calls; }
+    const CallCounts &calls() const { return _calls; }
 
 private:
-    GLCalls _calls;
-    std::map<StateKey, std::array<quint64, 4>> _state;
+    using Entry = std::pair<StateKey, Value>;
+
+    std::vector<Entry>::iterator find(const StateKey &key)
+    {
+        return std::lower_bound(
+            _state.begin(), _state.end(), key,
+            [](const Entry &entry, const StateKey &wanted) { return entry.first < wanted; });
+    }
+
+    CallCounts _calls;
+    std::vector<Entry> _state; ///< sorted by key
 };
 
-Ledger *ledger = nullptr;
+Ledger gLedger;
+bool gIsCounting = false;
 
 StateKey bufferKey(GLenum target)
 {
     // The binding of the element array is state of the vertex array.
     const bool isOfArray = target == GL_ELEMENT_ARRAY_BUFFER;
-    return {eBuffer, target, isOfArray ? ledger->value({eVertexArray}) : 0};
+    return {eBuffer, target, isOfArray ? gLedger.value({eVertexArray}) : 0};
 }
 
 // Overloads by entry point: the effect of a call on the state.
@@ -82,105 +107,105 @@ template <auto Slot> struct Effect
 
 template <> struct Effect<&glActiveTexture>
 {
-    static void of(GLenum unit) { ledger->set({eActiveTexture}, {unit}); }
+    static void of(GLenum unit) { gLedger.set({eActiveTexture}, {unit}); }
 };
 template <> struct Effect<&glBindBuffer>
 {
-    static void of(GLenum target, GLuint buffer) { ledger->set(bufferKey(target), {buffer}); }
+    static void of(GLenum target, GLuint buffer) { gLedger.set(bufferKey(target), {buffer}); }
 };
 template <> struct Effect<&glBindBufferBase>
 {
     static void of(GLenum target, GLuint index, GLuint buffer)
     {
-        ledger->set({eIndexedBuffer, target, index}, {buffer});
+        gLedger.set({eIndexedBuffer, target, index}, {buffer});
     }
 };
 template <> struct Effect<&glBindFramebuffer>
 {
-    static void of(GLenum target, GLuint framebuffer) { ledger->set({eFramebuffer, target}, {framebuffer}); }
+    static void of(GLenum target, GLuint framebuffer) { gLedger.set({eFramebuffer, target}, {framebuffer}); }
 };
 template <> struct Effect<&glBindTexture>
 {
     static void of(GLenum target, GLuint texture)
     {
-        ledger->set({eTexture, target, ledger->value({eActiveTexture})}, {texture});
+        gLedger.set({eTexture, target, gLedger.value({eActiveTexture})}, {texture});
     }
 };
 template <> struct Effect<&glBindVertexArray>
 {
-    static void of(GLuint array) { ledger->set({eVertexArray}, {array}); }
+    static void of(GLuint array) { gLedger.set({eVertexArray}, {array}); }
 };
 template <> struct Effect<&glBlendFunc>
 {
-    static void of(GLenum source, GLenum target) { ledger->set({eBlendFunc}, {source, target}); }
+    static void of(GLenum source, GLenum target) { gLedger.set({eBlendFunc}, {source, target}); }
 };
 template <> struct Effect<&glColorMask>
 {
     static void of(GLboolean r, GLboolean g, GLboolean b, GLboolean a)
     {
-        ledger->set({eColorMask}, {r, g, b, a});
+        gLedger.set({eColorMask}, {r, g, b, a});
     }
 };
 template <> struct Effect<&glCullFace>
 {
-    static void of(GLenum face) { ledger->set({eCullFace}, {face}); }
+    static void of(GLenum face) { gLedger.set({eCullFace}, {face}); }
 };
 template <> struct Effect<&glDepthFunc>
 {
-    static void of(GLenum function) { ledger->set({eDepthFunc}, {function}); }
+    static void of(GLenum function) { gLedger.set({eDepthFunc}, {function}); }
 };
 template <> struct Effect<&glDepthMask>
 {
-    static void of(GLboolean mask) { ledger->set({eDepthMask}, {mask}); }
+    static void of(GLboolean mask) { gLedger.set({eDepthMask}, {mask}); }
 };
 template <> struct Effect<&glDisable>
 {
-    static void of(GLenum capability) { ledger->set({eCapability, capability}, {0}); }
+    static void of(GLenum capability) { gLedger.set({eCapability, capability}, {0}); }
 };
 template <> struct Effect<&glEnable>
 {
-    static void of(GLenum capability) { ledger->set({eCapability, capability}, {1}); }
+    static void of(GLenum capability) { gLedger.set({eCapability, capability}, {1}); }
 };
 template <> struct Effect<&glFrontFace>
 {
-    static void of(GLenum order) { ledger->set({eFrontFace}, {order}); }
+    static void of(GLenum order) { gLedger.set({eFrontFace}, {order}); }
 };
 template <> struct Effect<&glStencilFunc>
 {
     static void of(GLenum function, GLint reference, GLuint mask)
     {
-        ledger->set({eStencilFunc}, {function, quint64(reference), mask});
+        gLedger.set({eStencilFunc}, {function, quint64(reference), mask});
     }
 };
 template <> struct Effect<&glStencilMask>
 {
-    static void of(GLuint mask) { ledger->set({eStencilMask}, {mask}); }
+    static void of(GLuint mask) { gLedger.set({eStencilMask}, {mask}); }
 };
 template <> struct Effect<&glStencilOp>
 {
     static void of(GLenum fail, GLenum depthFail, GLenum pass)
     {
-        ledger->set({eStencilOp}, {fail, depthFail, pass});
+        gLedger.set({eStencilOp}, {fail, depthFail, pass});
     }
 };
 template <> struct Effect<&glUseProgram>
 {
-    static void of(GLuint program) { ledger->set({eProgram}, {program}); }
+    static void of(GLuint program) { gLedger.set({eProgram}, {program}); }
 };
 template <> struct Effect<&glViewport>
 {
     static void of(GLint x, GLint y, GLsizei width, GLsizei height)
     {
-        ledger->set({eViewport}, {quint64(x), quint64(y), quint64(width), quint64(height)});
+        gLedger.set({eViewport}, {quint64(x), quint64(y), quint64(width), quint64(height)});
     }
 };
 template <> struct Effect<&glDeleteBuffers>
 {
-    static void of(GLsizei, const GLuint *) { ledger->forget(); }
+    static void of(GLsizei, const GLuint *) { gLedger.forget(); }
 };
 template <> struct Effect<&glDeleteTextures>
 {
-    static void of(GLsizei, const GLuint *) { ledger->forget(); }
+    static void of(GLsizei, const GLuint *) { gLedger.forget(); }
 };
 
 /// Counts a call, then forwards it.
@@ -189,14 +214,14 @@ struct Counter
     template <auto Slot, typename Result, typename... Arguments>
     static Result call(Result(APIENTRY *driver)(Arguments...), Arguments... arguments)
     {
-        ledger->count();
+        gLedger.count();
         Effect<Slot>::of(arguments...);
         return driver(arguments...);
     }
 };
 
 /// The entry points that are counted: all that a frame uses.
-using Taps = Orvane::ZelCheck::EntryPointTaps<
+using Taps = ZelCheck::EntryPointTaps<
     Counter, &glActiveTexture, &glBeginQuery, &glBindBuffer, &glBindBufferBase, &glBindFramebuffer,
     &glBindRenderbuffer, &glBindTexture, &glBindVertexArray, &glBlendFunc, &glBlitFramebuffer, &glBufferData,
     &glBufferSubData, &glClear, &glClearColor, &glColorMask, &glCullFace, &glDeleteBuffers, &glDeleteTextures,
@@ -214,22 +239,30 @@ using Taps = Orvane::ZelCheck::EntryPointTaps<
 
 } // namespace
 
-GLCallCounter::GLCallCounter()
+CallCounter::CallCounter()
+    : _isCounting(!gIsCounting)
 {
-    ledger = new Ledger;
+    if (!_isCounting) {
+        fail(nullptr,
+             QStringLiteral("another call counter exists, so this one counts nothing; delete the first one"));
+        return;
+    }
+    gIsCounting = true;
+    gLedger.start();
     Taps::install();
 }
 
-GLCallCounter::~GLCallCounter()
+CallCounter::~CallCounter()
 {
-    Taps::remove();
-    delete ledger;
-    ledger = nullptr;
+    if (_isCounting) {
+        Taps::remove();
+        gIsCounting = false;
+    }
 }
 
-GLCalls GLCallCounter::counts() const
+CallCounts CallCounter::counts() const
 {
-    return ledger->calls();
+    return _isCounting ? gLedger.calls() : CallCounts();
 }
 
-} // namespace zelview
+}} // namespace Orvane::ZelKit

@@ -1,8 +1,11 @@
-#include "frame/FrameMeter.h"
+#include "FrameMeter.h"
+
+#include "private/Failure.h"
+#include "private/Library.h"
 
 #include <ZelGL/ZelGL.h>
 
-namespace zelview {
+namespace Orvane { namespace ZelKit {
 
 namespace {
 
@@ -24,16 +27,17 @@ bool hasTimer()
            && resultGetter() != nullptr;
 }
 
-QString perFrame(double sum, int frames)
+QString rounded(double milliseconds)
 {
-    return QString::number(sum / qMax(frames, 1), 'f', 2);
+    return QString::number(milliseconds, 'f', 2);
 }
 
 } // namespace
 
 FrameMeter::FrameMeter()
+    : _isUsable(isLibraryReady(nullptr))
 {
-    if (hasTimer()) {
+    if (_isUsable && hasTimer()) {
         glGenQueries(1, &_query);
     }
 }
@@ -47,7 +51,14 @@ FrameMeter::~FrameMeter()
 
 void FrameMeter::begin()
 {
-    _counter = std::make_unique<GLCallCounter>();
+    if (!_isUsable) {
+        return;
+    }
+    if (_counter) {
+        fail(nullptr, QStringLiteral("FrameMeter::begin() has been called twice; call end() first"));
+        return;
+    }
+    _counter.emplace();
     _timer.start();
     if (_query != 0) {
         glBeginQuery(GL_TIME_ELAPSED, _query);
@@ -56,11 +67,17 @@ void FrameMeter::begin()
 
 void FrameMeter::end()
 {
+    if (!_counter) {
+        if (_isUsable) {
+            fail(nullptr, QStringLiteral("FrameMeter::end() needs a begin() before it"));
+        }
+        return;
+    }
     if (_query != 0) {
         glEndQuery(GL_TIME_ELAPSED);
     }
     _cpuTime += double(_timer.nsecsElapsed()) * kNanosecond;
-    const GLCalls calls = _counter->counts();
+    const CallCounts calls = _counter->counts();
     _counter.reset();
     glFinish();
     const double wholeTime = double(_timer.nsecsElapsed()) * kNanosecond;
@@ -96,18 +113,30 @@ void FrameMeter::reset()
     _calls = {};
 }
 
-QStringList FrameMeter::describe() const
+FrameMeter::Cost FrameMeter::mean() const
 {
     const int frames = qMax(_frames, 1);
+    Cost cost;
+    cost.whole = _wholeTime / frames;
+    cost.cpu = _cpuTime / frames;
+    if (_timedFrames > 0) {
+        cost.gpu = _gpuTime / _timedFrames;
+    }
+    cost.calls = {_calls.all / frames, _calls.stateChanges / frames, _calls.redundant / frames};
+    return cost;
+}
+
+QStringList FrameMeter::describe() const
+{
+    const Cost cost = mean();
     return {QStringLiteral("calls     %1 GL calls, %2 state changes, %3 of them redundant")
-                .arg(_calls.all / frames)
-                .arg(_calls.stateChanges / frames)
-                .arg(_calls.redundant / frames),
+                .arg(cost.calls.all)
+                .arg(cost.calls.stateChanges)
+                .arg(cost.calls.redundant),
             QStringLiteral("frame     %1 ms; CPU %2 ms, GPU %3%4")
-                .arg(perFrame(_wholeTime, frames), perFrame(_cpuTime, frames),
-                     _timedFrames > 0 ? perFrame(_gpuTime, _timedFrames) + QStringLiteral(" ms")
-                                      : QStringLiteral("unknown"),
+                .arg(rounded(cost.whole), rounded(cost.cpu),
+                     cost.gpu ? rounded(*cost.gpu) + QStringLiteral(" ms") : QStringLiteral("unknown"),
                      _frames > 1 ? QStringLiteral("; mean of %1 frames").arg(_frames) : QString())};
 }
 
-} // namespace zelview
+}} // namespace Orvane::ZelKit

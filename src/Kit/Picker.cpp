@@ -1,4 +1,7 @@
-#include "model/Picker.h"
+#include "Picker.h"
+
+#include "private/Failure.h"
+#include "private/Library.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -6,7 +9,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace Orvane { namespace ZelKit {
 
 namespace {
 
@@ -58,6 +61,9 @@ QMatrix4x4 Picker::closeUp(const QMatrix4x4 &projection, const QPoint &pixel, co
 
 Picker::Picker()
 {
+    if (!isLibraryReady(nullptr)) {
+        return;
+    }
     glGenRenderbuffers(1, &_depthStencil);
     glBindRenderbuffer(GL_RENDERBUFFER, _depthStencil);
     glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH24_STENCIL8, 1, 1);
@@ -71,13 +77,21 @@ Picker::Picker()
 
 Picker::~Picker()
 {
+    if (_framebuffer == 0) {
+        return;
+    }
     glDeleteFramebuffers(1, &_framebuffer);
     glDeleteRenderbuffers(1, &_depthStencil);
 }
 
 std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const QList<int> &numbers,
-                                        const std::function<void(const QList<int> &)> &draw)
+                                        const Draw &draw)
 {
+    if (_framebuffer == 0 || !draw) {
+        fail(nullptr,
+             QStringLiteral("the picker needs a function that draws, and a context when it is created"));
+        return {};
+    }
     const BoundFramebuffer bound(_framebuffer);
     const AutoEnabler depthTest(GL_DEPTH_TEST);
     glViewport(0, 0, 1, 1);
@@ -90,15 +104,22 @@ std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const 
         return {};
     }
     const QVector3D position = readPosition(viewProjection);
+    if (value < kMaxInStencil) {
+        return Hit{value - 1, position};
+    }
     QList<int> large;
     std::copy_if(numbers.begin(), numbers.end(), std::back_inserter(large),
                  [](int number) { return number + 1 >= kMaxInStencil; });
-    return Hit{value < kMaxInStencil ? value - 1 : findAmong(large, draw), position};
+    if (large.isEmpty()) {
+        fail(nullptr, QStringLiteral("the pixel shows a number that the picker was not asked for"));
+        return {};
+    }
+    return Hit{findAmong(large, draw), position};
 }
 
 /// Finds the number that the pixel shows among those that the stencil cannot distinguish. Draws halves of them again: what
 /// the pixel shows passes the depth test with its own depth.
-int Picker::findAmong(QList<int> numbers, const std::function<void(const QList<int> &)> &draw) const
+int Picker::findAmong(QList<int> numbers, const Draw &draw) const
 {
     glDepthFunc(GL_LEQUAL);
     while (numbers.size() > 1) {
@@ -111,4 +132,4 @@ int Picker::findAmong(QList<int> numbers, const std::function<void(const QList<i
     return numbers.first();
 }
 
-} // namespace zelview
+}} // namespace Orvane::ZelKit

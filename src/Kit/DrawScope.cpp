@@ -1,0 +1,127 @@
+#include "DrawScope.h"
+
+#include "private/Failure.h"
+
+#include <ZelGL/ZelGL.h>
+
+using namespace Orvane::Zel;
+
+namespace Orvane { namespace ZelKit {
+
+namespace {
+
+void report(const QString &message)
+{
+    fail(nullptr, QStringLiteral("nothing is drawn: ") + message);
+}
+
+/// Whether the data can be bound with this manager; logs why not.
+bool isUsable(const InstanceDataCollection *collection, const TextureManager *manager)
+{
+    if (collection == nullptr || collection->plan() == nullptr) {
+        report(QStringLiteral("the instance data are null or have no registered plan"));
+        return false;
+    }
+    if (manager == nullptr && !collection->plan()->textureTokenOffsets().isEmpty()) {
+        report(QStringLiteral("the plan '%1' has texture tokens, so the draw scope needs the texture manager")
+                   .arg(collection->plan()->name()));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+DrawScope::DrawScope(ShaderProgram *program, Collections collections, TextureManager *manager)
+    : _program(program)
+    , _manager(manager)
+{
+    if (program == nullptr || !program->isLinked()) {
+        report(QStringLiteral("the program of the draw scope is null or not linked"));
+        return;
+    }
+    if (!program->bind()) {
+        return;
+    }
+    _isBound = bindData(collections);
+    if (!_isBound) {
+        program->unbind();
+    }
+}
+
+DrawScope::~DrawScope()
+{
+    if (!_isBound) {
+        return;
+    }
+    if (_unit != nullptr) {
+        _unit->unbind();
+    }
+    unbindData();
+    _program->unbind();
+}
+
+bool DrawScope::setCollections(Collections collections)
+{
+    if (!_isBound) {
+        return false;
+    }
+    unbindData();
+    if (bindData(collections)) {
+        return true;
+    }
+    if (_unit != nullptr) {
+        _unit->unbind();
+    }
+    _program->unbind();
+    _isBound = false;
+    return false;
+}
+
+bool DrawScope::draw(DrawBuffers *unit, const QVector<int> *commands)
+{
+    if (!_isBound) {
+        return false;
+    }
+    if (unit == nullptr || unit->VAO().isNull()) {
+        report(QStringLiteral("the draw unit is null or has no vertex array"));
+        return false;
+    }
+    if (!unit->rebind(_unit)) {
+        _unit = nullptr; // a failed rebind leaves none bound
+        return false;
+    }
+    _unit = unit;
+    return unit->VAO()->enableShaderProgramArrays(_program) && unit->draw(_program, commands);
+}
+
+bool DrawScope::bindData(Collections collections)
+{
+    for (InstanceDataCollection *collection : collections) {
+        if (!isUsable(collection, _manager) || !collection->bind(_program, _manager)) {
+            while (!_collections.isEmpty()) {
+                _collections.last()->unbind(_program, _manager);
+                _collections.removeLast();
+            }
+            return false;
+        }
+        _collections.append(collection);
+    }
+    if (_manager != nullptr) {
+        _manager->bind(_program);
+    }
+    return true;
+}
+
+void DrawScope::unbindData()
+{
+    if (_manager != nullptr) {
+        _manager->unbind(_program);
+    }
+    while (!_collections.isEmpty()) {
+        _collections.last()->unbind(_program, _manager);
+        _collections.removeLast();
+    }
+}
+
+}} // namespace Orvane::ZelKit

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "KitExport.h"
+
+#include <QtCore/QVarLengthArray>
+#include <QtCore/QVector>
+
+#include <initializer_list>
+
+namespace Orvane { namespace Zel {
+class DrawBuffers;
+class InstanceDataCollection;
+class ShaderProgram;
+class TextureManager;
+}} // namespace Orvane::Zel
+
+namespace Orvane { namespace ZelKit {
+
+/// Binds what draws need, in the right order, and unbinds it in reverse order at the end of the scope: the program, the instance
+/// data with their textures, the texture manager, and each draw unit with its attributes.
+///
+/// It makes the same GL calls as the same steps by hand, and does not allocate. Consecutive draw units are rebound with the
+/// fewest calls. A scope that cannot bind everything binds nothing, and its draws return false.
+///
+/// \snippet kit.cpp DrawScope
+///
+/// - Units: none.
+/// - Context: that of the objects. They must exist until the scope ends.
+/// - Errors: logged as a warning by the first scope or draw that meets them; classes of the library log theirs.
+class ZELKIT_EXPORT DrawScope
+{
+    Q_DISABLE_COPY(DrawScope)
+
+public:
+    using Collections = std::initializer_list<Zel::InstanceDataCollection *>;
+
+    /// \a manager: needed if a plan has texture tokens, or if the program links the manager's file; else null.
+    explicit DrawScope(Zel::ShaderProgram *program, Collections collections = {},
+                       Zel::TextureManager *manager = nullptr);
+    ~DrawScope();
+
+    /// False if an object is null or cannot be bound.
+    bool isBound() const { return _isBound; }
+
+    /// Replaces the instance data for the next draws; program and draw unit stay bound.
+    bool setCollections(Collections collections);
+
+    /// Draws the unit, or only the commands with these numbers. For uniforms, see the program, which is bound.
+    bool draw(Zel::DrawBuffers *unit, const QVector<int> *commands = nullptr);
+
+private:
+    bool bindData(Collections collections);
+    void unbindData();
+
+    Zel::ShaderProgram *_program;
+    Zel::TextureManager *_manager;
+    QVarLengthArray<Zel::InstanceDataCollection *, 8> _collections; ///< bound, in this order
+    Zel::DrawBuffers *_unit = nullptr;                              ///< bound
+    bool _isBound = false;
+};
+
+}} // namespace Orvane::ZelKit

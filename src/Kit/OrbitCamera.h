@@ -1,0 +1,79 @@
+#pragma once
+
+#include "KitExport.h"
+
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QVector2D>
+#include <QtGui/QVector3D>
+
+#include <functional>
+
+namespace Orvane { namespace Zel {
+class Bounds;
+}} // namespace Orvane::Zel
+
+namespace Orvane { namespace ZelKit {
+
+/// A perspective camera that looks at a target point and turns around it. y is up.
+///
+/// \snippet kit.cpp OrbitCamera
+///
+/// - Units: angles in degrees; drags in heights of the viewport, to the right and down; the aspect is width by height.
+/// - Context: none.
+/// - Errors: values that are not finite, and aspects that are not positive, log a warning and change nothing.
+class ZELKIT_EXPORT OrbitCamera
+{
+public:
+    /// What the camera frames.
+    struct Extent
+    {
+        QVector3D center;
+        float radius; ///< of a sphere around the center that contains everything
+        /// The greatest dot product of a direction, of any length, with a point of the scene.
+        std::function<float(const QVector3D &)> reach;
+    };
+
+    /// \a fieldOfView: vertical. The default is that of a long lens, which distorts little.
+    explicit OrbitCamera(float azimuth = 35.0f, float elevation = 22.0f, float fieldOfView = 28.0f);
+
+    /// Keeps the direction, and chooses target and distance so that the whole scene, with a margin, just fits into a viewport
+    /// of this aspect.
+    void frame(const Extent &extent, float aspect);
+    void frame(const Zel::Bounds &box, float aspect);
+
+    /// Frames the scene again for another aspect, unless pan() or zoom() have changed the view since.
+    void refit(const Extent &extent, float aspect);
+    void refit(const Zel::Bounds &box, float aspect);
+
+    void orbit(const QVector2D &drag);
+    /// Moves the view so that points at the distance of the target follow the pointer.
+    void pan(const QVector2D &drag);
+    /// One step multiplies the distance by a constant less than 1; negative steps move away.
+    void zoom(float steps);
+
+    QMatrix4x4 view() const;
+    /// The near and far planes enclose the scene that was framed.
+    QMatrix4x4 projection(float aspect) const;
+    QMatrix4x4 viewProjection(float aspect) const { return projection(aspect) * view(); }
+    QVector3D eye() const;
+    QVector3D target() const { return _target; }
+    float azimuth() const { return _azimuth; }
+    float elevation() const { return _elevation; }
+
+private:
+    float halfHeightAtOne() const;
+    QVector3D right() const;
+    QVector3D up() const;
+    QVector3D back() const;
+
+    float _azimuth;
+    float _elevation;
+    float _fieldOfView;
+    float _distance = 1.0f;
+    QVector3D _target;
+    QVector3D _sceneCenter;
+    float _sceneRadius = 1.0f;
+    bool _isFitted = false; ///< the view is still that of frame()
+};
+
+}} // namespace Orvane::ZelKit
