@@ -2,10 +2,14 @@
 
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
+#include "support/StateGuard.h"
 #include "support/Tap.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/ZelGL.h>
+
+#include <QtGui/QOpenGLPaintDevice>
+#include <QtGui/QPainter>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
@@ -196,6 +200,69 @@ TEST_F(KitTest, ADrawScopeBindsEverythingWithTheCallsOfTheHandOrNothing)
     InstanceDataRegistry::Instance()->clear();
 }
 
+/// State that would spoil what QPainter draws.
+void setHostileState()
+{
+    for (const GLenum capability :
+         {GL_CULL_FACE, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_POLYGON_OFFSET_FILL,
+          GL_PRIMITIVE_RESTART, GL_RASTERIZER_DISCARD, GL_DEPTH_CLAMP}) {
+        glEnable(capability);
+    }
+    glDisable(GL_MULTISAMPLE);
+    glPrimitiveRestartIndex(1);
+    glCullFace(GL_FRONT_AND_BACK);
+    glFrontFace(GL_CW);
+    glDepthFunc(GL_NEVER);
+    glDepthMask(GL_FALSE);
+    glDepthRange(0.25, 0.5);
+    glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+    glScissor(1, 2, 3, 4);
+    glStencilFunc(GL_NEVER, 3, 15);
+    glStencilOp(GL_INVERT, GL_ZERO, GL_REPLACE);
+    glStencilMask(7);
+    glBlendFuncSeparate(GL_ZERO, GL_ZERO, GL_ONE, GL_DST_COLOR);
+    glPolygonMode(GL_FRONT_AND_BACK, GL_POINT);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 5);
+    glPixelStorei(GL_UNPACK_SKIP_PIXELS, 2);
+    glClearColor(0.5f, 0.25f, 1.0f, 0.0f);
+    glViewport(3, 1, 7, 9);
+}
+
+TEST_F(KitTest, QPainterDrawsBetweenDrawsAndTheHostKeepsItsState)
+{
+    const QSize size(32, 32);
+    const auto target = RenderTarget::create(size, GL_RGBA8, RenderTarget::eNoDepth);
+    const auto program = makeProgram(kAllOver);
+    const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
+    const auto foreign = RenderTarget::create({1, 1}, GL_RGBA8, RenderTarget::eNoDepth);
+    QImage logo(8, 8, QImage::Format_RGB32);
+    logo.fill(Qt::blue);
+    {
+        const HostStateGuard whole; // restores what this test changes
+        const AutoBinder bound(target->framebuffer());
+        glViewport(0, 0, 32, 32);
+        DrawScope scope(program.get());
+        const AutoBinder boundTexture(foreign->color());
+        scope.draw(quad.data());
+        setHostileState();
+        const StateGuard before;
+        {
+            const HostStateGuard guard;
+            QOpenGLPaintDevice device(size);
+            QPainter painter(&device);
+            painter.fillRect(0, 0, 8, 8, Qt::green);
+            painter.drawImage(8, 0, logo);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.drawLine(0, 31, 31, 31);
+        }
+        EXPECT_EQ(QStringList(), before.changes());
+    }
+    const QImage image = target->image();
+    EXPECT_EQ(qRgb(0, 255, 0), image.pixel(4, 4));
+    EXPECT_EQ(qRgb(0, 0, 255), image.pixel(12, 4));
+    EXPECT_EQ(qRgb(255, 255, 255), image.pixel(20, 4));
+}
+
 TEST_F(KitTest, APickerFindsNumbersThatTheStencilCannotHold)
 {
     const auto program = makeProgram(kAllOver);
@@ -266,10 +333,11 @@ TEST_F(KitTest, WithoutAContextOrInAWrongOrderNothingIsMeasuredOrPicked)
         meter.begin();
         meter.end();
         Picker picker;
+        const HostStateGuard guard;
         EXPECT_EQ(nullptr, Overlay::create());
         const char message[] = "warning ZelKit: no OpenGL context is current, or initializeGLFunctions() has "
                                "not been called";
-        EXPECT_MESSAGES(message, message, message);
+        EXPECT_MESSAGES(message, message, message, message);
         EXPECT_EQ(0, meter.frames());
     }
     makeCurrent();

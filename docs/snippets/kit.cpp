@@ -3,6 +3,9 @@
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
+#include <QtGui/QOpenGLPaintDevice>
+#include <QtGui/QPainter>
+
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
 
@@ -112,6 +115,29 @@ TEST_F(SnippetsTest, HeadlessContext)
         EXPECT_NE(nullptr, target);
     }
     makeCurrent();
+}
+
+TEST_F(SnippetsTest, HostStateGuard)
+{
+    const std::unique_ptr<RenderTarget> target =
+        RenderTarget::create({64, 64}, GL_RGBA8, RenderTarget::eNoDepth);
+    {
+        const AutoBinder bound(target->framebuffer());
+        glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+        //! [HostStateGuard]
+        {
+            const HostStateGuard guard;
+            QOpenGLPaintDevice device(64, 64);
+            QPainter painter(&device);
+            painter.fillRect(0, 0, 64, 8, Qt::green);
+        } // the painter has ended, and the state is that of the host again
+        //! [HostStateGuard]
+        GLboolean mask[4];
+        glGetBooleanv(GL_COLOR_WRITEMASK, mask);
+        EXPECT_FALSE(mask[0]);
+        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    }
+    EXPECT_EQ(qRgb(0, 255, 0), target->image().pixel(8, 4));
 }
 
 TEST_F(SnippetsTest, MessageLog)

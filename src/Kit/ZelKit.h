@@ -8,6 +8,7 @@
 #include "DrawScope.h"
 #include "FrameMeter.h"
 #include "HeadlessContext.h"
+#include "HostStateGuard.h"
 #include "KitExport.h"
 #include "MessageLog.h"
 #include "OrbitCamera.h"
