@@ -8,6 +8,7 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtGui/QOpenGLPaintDevice>
 #include <QtGui/QPainter>
 
@@ -16,6 +17,7 @@ using namespace Orvane::ZelKit;
 
 using KitTest = GLTest;
 using KitMessagesTest = MessageTest;
+using KitOwnProcessTest = MessageTest; // without an application object
 
 namespace {
 
@@ -123,6 +125,42 @@ TEST_F(KitTest, AHeadlessContextSharesWithGlxOrWorksWithoutADisplayOrSaysWhyItCa
         EXPECT_EQ("the driver has no OpenGL 9.2 core profile", error);
     }
     makeCurrent();
+}
+
+TEST_F(KitOwnProcessTest, WithoutAnApplicationObjectContextsShareOneOrNeedNoDisplay)
+{
+    HeadlessContext::Options options;
+    for (int round = 0; round < 2; ++round) {
+        auto first = HeadlessContext::create();
+        ASSERT_NE(nullptr, first);
+        EXPECT_EQ(HeadlessContext::eGLX, first->platform());
+        const auto second = HeadlessContext::create();
+        ASSERT_NE(nullptr, second);
+        first.reset();
+        EXPECT_NE(nullptr, RenderTarget::create({1, 1}, GL_RGBA8));
+    }
+    EXPECT_EQ(nullptr, QCoreApplication::instance());
+
+    qunsetenv("DISPLAY");
+    {
+        const auto context = HeadlessContext::create();
+        ASSERT_NE(nullptr, context);
+        EXPECT_EQ(HeadlessContext::eEGL, context->platform());
+        EXPECT_NE(nullptr, RenderTarget::create({1, 1}, GL_RGBA8));
+    }
+    QString error;
+    options.platform = HeadlessContext::eGLX;
+    EXPECT_EQ(nullptr, HeadlessContext::create(options, &error));
+    EXPECT_EQ("GLX needs a display (is DISPLAY set and its server running?); EGL does not", error);
+    int argc = 1;
+    char name[] = "host";
+    char *argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv);
+    EXPECT_EQ(nullptr, HeadlessContext::create(options, &error));
+    EXPECT_EQ(
+        "GLX needs a QGuiApplication on Qt's platform xcb; call HeadlessContext::choosePlatform() before the "
+        "application object exists",
+        error);
 }
 
 TEST_F(KitTest, ADrawScopeBindsEverythingWithTheCallsOfTheHandOrNothing)

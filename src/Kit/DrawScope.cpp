@@ -10,21 +10,18 @@ namespace Orvane { namespace ZelKit {
 
 namespace {
 
-void report(const QString &message)
-{
-    fail(nullptr, QStringLiteral("nothing is drawn: ") + message);
-}
-
 /// Whether the data can be bound with this manager; logs why not.
 bool isUsable(const InstanceDataCollection *collection, const TextureManager *manager)
 {
     if (collection == nullptr || collection->plan() == nullptr) {
-        report(QStringLiteral("the instance data are null or have no registered plan"));
+        fail(nullptr,
+             QStringLiteral("nothing is drawn: the instance data are null or have no registered plan"));
         return false;
     }
     if (manager == nullptr && !collection->plan()->textureTokenOffsets().isEmpty()) {
-        report(QStringLiteral("the plan '%1' has texture tokens, so the draw scope needs the texture manager")
-                   .arg(collection->plan()->name()));
+        fail(nullptr, QStringLiteral("nothing is drawn: the plan '%1' has texture tokens, so the draw scope "
+                                     "needs the texture manager")
+                          .arg(collection->plan()->name()));
         return false;
     }
     return true;
@@ -37,7 +34,8 @@ DrawScope::DrawScope(ShaderProgram *program, Collections collections, TextureMan
     , _manager(manager)
 {
     if (program == nullptr || !program->isLinked()) {
-        report(QStringLiteral("the program of the draw scope is null or not linked"));
+        fail(nullptr,
+             QStringLiteral("nothing is drawn: the program of the draw scope is null or not linked"));
         return;
     }
     if (!program->bind()) {
@@ -84,7 +82,7 @@ bool DrawScope::draw(DrawBuffers *unit, const QVector<int> *commands)
         return false;
     }
     if (unit == nullptr || unit->VAO().isNull()) {
-        report(QStringLiteral("the draw unit is null or has no vertex array"));
+        fail(nullptr, QStringLiteral("nothing is drawn: the draw unit is null or has no vertex array"));
         return false;
     }
     if (!unit->rebind(_unit)) {

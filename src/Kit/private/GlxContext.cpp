@@ -58,6 +58,11 @@ QSurfaceFormat formatOf(const ContextBackend::Options &options)
 class GlxContext : public ContextBackend
 {
 public:
+    GlxContext()
+        : _application(QCoreApplication::instance() != nullptr ? gApplication.lock() : makeApplication())
+    {
+    }
+
     ~GlxContext() override
     {
         if (isCurrent()) {
@@ -67,7 +72,6 @@ public:
 
     bool create(const Options &options)
     {
-        _application = QCoreApplication::instance() != nullptr ? gApplication.lock() : makeApplication();
         _context.setFormat(formatOf(options));
         if (options.shared != nullptr) {
             _context.setShareContext(options.shared->qtContext());
@@ -90,7 +94,8 @@ public:
     }
 
 private:
-    std::shared_ptr<QGuiApplication> _application; ///< null: the host's
+    std::shared_ptr<QGuiApplication>
+        _application; ///< null: the host's. First: the others need it at their construction
     QOffscreenSurface _surface;
     QOpenGLContext _context;
 };
