@@ -182,10 +182,10 @@ void Show::prepare(float, float) {}
 int present(int argc, char **argv, const MakeShow &make)
 {
     const QString file = readPictureFile(argc, argv);
-    const MessageLog log;
     HeadlessContext::choosePlatform(file.isEmpty() ? HeadlessContext::eForWindows
                                                    : HeadlessContext::eForPictures);
     QGuiApplication application(argc, argv);
+    const MessageLog log; // from here on: Qt itself may warn about the machine
     if (!file.isEmpty()) {
         return writePicture(make, file, log);
     }
