@@ -6,6 +6,7 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 
+#include <array>
 #include <atomic>
 #include <cstring>
 
@@ -15,14 +16,43 @@ namespace {
 
 std::atomic<bool> gExists{false};
 
-EGLDisplay openDisplay()
+bool hasClientExtension(const char *name)
 {
     const char *extensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
-    if (extensions == nullptr || std::strstr(extensions, "EGL_MESA_platform_surfaceless") == nullptr) {
+    return extensions != nullptr && std::strstr(extensions, name) != nullptr;
+}
+
+/// A display that is ready for use, or none.
+EGLDisplay open(EGLenum platform, void *native)
+{
+    EGLDisplay display = eglGetPlatformDisplay(platform, native, nullptr);
+    return eglInitialize(display, nullptr, nullptr) == EGL_TRUE ? display : EGL_NO_DISPLAY;
+}
+
+/// The first device that can be opened, for drivers without a surfaceless platform.
+EGLDisplay openDevice()
+{
+    const auto queryDevices =
+        reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
+    std::array<EGLDeviceEXT, 16> devices = {};
+    EGLint count = 0;
+    if (!hasClientExtension("EGL_EXT_platform_device") || queryDevices == nullptr
+        || queryDevices(EGLint(devices.size()), devices.data(), &count) == EGL_FALSE) {
         return EGL_NO_DISPLAY;
     }
-    EGLDisplay display = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-    return eglInitialize(display, nullptr, nullptr) == EGL_TRUE ? display : EGL_NO_DISPLAY;
+    EGLDisplay display = EGL_NO_DISPLAY;
+    for (int i = 0; i < count && display == EGL_NO_DISPLAY; ++i) {
+        display = open(EGL_PLATFORM_DEVICE_EXT, devices.at(size_t(i)));
+    }
+    return display;
+}
+
+EGLDisplay openDisplay()
+{
+    EGLDisplay display = hasClientExtension("EGL_MESA_platform_surfaceless")
+                             ? open(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY)
+                             : EGL_NO_DISPLAY;
+    return display != EGL_NO_DISPLAY ? display : openDevice();
 }
 
 /// Never calls eglTerminate(): the display may be in use by other code of the process.
@@ -107,7 +137,8 @@ std::unique_ptr<ContextBackend> ContextBackend::createEgl(const Options &options
     EGLDisplay display = openDisplay();
     if (display == EGL_NO_DISPLAY) {
         fail(error, QStringLiteral("EGL cannot draw without a display: the driver lacks "
-                                   "EGL_MESA_platform_surfaceless; start an X server, and set DISPLAY"));
+                                   "EGL_MESA_platform_surfaceless and EGL_EXT_platform_device; start an X "
+                                   "server, and set DISPLAY"));
         return nullptr;
     }
     auto context = std::make_unique<EglContext>(display);
