@@ -1,6 +1,7 @@
 #include "RenderTarget.h"
 
 #include "private/Failure.h"
+#include "private/Library.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -54,6 +55,9 @@ std::unique_ptr<RenderTarget> RenderTarget::create(const QSize &size, unsigned i
 {
     if (size.isEmpty()) {
         fail(error, QStringLiteral("a render target needs a size of at least 1x1 pixel"));
+        return nullptr;
+    }
+    if (!isLibraryReady(error)) {
         return nullptr;
     }
     dropErrors();
