@@ -1,5 +1,6 @@
 // The diagnosis of shaders: where each line comes from, what a driver's log means, what a linter finds. The cache of programs.
 
+#include "support/DrawnPixels.h"
 #include "support/FakeLimits.h"
 #include "support/Files.h"
 #include "support/GLFixture.h"
@@ -18,12 +19,19 @@
 #include <QtCore/QTemporaryDir>
 
 #include <array>
+#include <cstdio>
+#include <functional>
 #include <random>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelShaders;
 
 namespace {
+
+bool gCountsSeconds = false;
 
 class ShadersTest : public GLTest
 {
@@ -44,11 +52,29 @@ protected:
         return map;
     }
 
+    /// Removes the files that a report names.
+    static void removeTexts(const QString &report)
+    {
+        for (const QString &path : report.section("whole text: ", 1).split(", ")) {
+            QFile::remove(path);
+        }
+    }
+
     QTemporaryDir _folder;
     GLSLMacroProcessor _processor;
 };
 
 } // namespace
+
+/// Replaces that of the system: a file system may count time in seconds.
+extern "C" Q_DECL_EXPORT int stat(const char *path, struct stat *status)
+{
+    const int result = ::fstatat(AT_FDCWD, path, status, 0);
+    if (gCountsSeconds) {
+        status->st_mtim.tv_nsec = status->st_ctim.tv_nsec = 0;
+    }
+    return result;
+}
 
 TEST_F(ShadersTest, EachLineOfAnExpandedTextHasItsOrigin)
 {
@@ -256,9 +282,7 @@ TEST_F(ShadersTest, AMissingFunctionIsReportedWithItsFileAndTheCallThatLinksIt)
               "ERROR: Linking vertex stage: No function definition (body) found: \n    mine(f1;\n")}) {
         QStringList lines = ShaderReport::ofLink(log, stages).split('\n');
         ASSERT_EQ(7, lines.size()) << qPrintable(log);
-        for (const QString &path : lines.takeLast().mid(12).split(", ")) {
-            QFile::remove(path);
-        }
+        removeTexts(lines.takeLast());
         const QString line = ">    6 |     gl_Position = vec4(getDrawID()) + mine(1.0).xyxy;";
         EXPECT_EQ(
             QStringList({"my.vert:6: error: no stage defines getDrawID()", line,
@@ -273,8 +297,21 @@ TEST_F(ShadersTest, AMissingFunctionIsReportedWithItsFileAndTheCallThatLinksIt)
         ShaderReport::ofLink("0(3) : error C1: x\nVertex info\n0(8) : error C2: y\n", stages);
     EXPECT_EQ("error: line 3: C1: x", text.section('\n', 0, 0));
     EXPECT_TRUE(text.contains("ZelUtilities.glslh:6 (from my.vert:2): error: C2: y\n")) << qPrintable(text);
-    for (const QString &path : text.section("whole text: ", 1).split(", ")) {
-        QFile::remove(path);
+    removeTexts(text);
+    // A message without a line is about the declarations of the name that it quotes, if the stages have some.
+    const QVector<ShaderReport::Stage> units{
+        {GL_VERTEX_SHADER, mapOf("out float x;\nvoid main() {}", "my.vert")},
+        {GL_FRAGMENT_SHADER, mapOf("in vec2 x;\nvoid main() {}", "a.frag")},
+        {GL_FRAGMENT_SHADER, mapOf("//\n//\nvoid main() {}", "b.frag")}};
+    const std::pair<QString, QString> messages[] = {
+        {"function `main' is multiply defined", "a.frag:2: error: %1 (also at b.frag:3)"},
+        {"function `gl_mesa_tmp_12ab' is multiply defined", "a.frag:2: error: %1 (also at b.frag:3)"},
+        {"vertex shader output `x' declared as type `float'", "my.vert:1: error: %1 (also at a.frag:1)"},
+        {"vertex shader lacks `main'", "error: %1"}};
+    for (const auto &[message, place] : messages) {
+        const QString report = ShaderReport::ofLink("error: " + message, units);
+        EXPECT_EQ(place.arg(message).replace("gl_mesa_tmp_12ab", "main"), report.section('\n', 0, 0));
+        removeTexts(report);
     }
     EXPECT_TRUE(linkAdvice("zelIsValidToken", GL_FRAGMENT_SHADER)
                     .endsWith("TextureManager.glslc: program.addShaderFromFile(GL_FRAGMENT_SHADER, "
@@ -289,33 +326,33 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
         "void main()\n{\n    gl_Position = a_Position;\n}\n";
     const QString bad = addFile("bad.glslh", "float fine;\nfloat bad = wrong;\n");
     _processor.addMacro("BAD", "\n\nfloat bad = wrong;");
-    const QString fragment = "#version 150\nout vec4 color;\nvoid main()\n{\n    color = vec4(1.0);\n}\n";
+    const QString fragment = "#version 150\nuniform float u_Scale;\nout vec4 color;\nvoid main()\n{\n"
+                             "    color = vec4(u_Scale);\n}\n";
+    const QString compile = "Failed to compile my.vert, GL_VERTEX_SHADER";
+    const QString link = "Failed to link the program";
     const struct
     {
         const char *part; // of the good source
         const char *mistake;
         QStringList starts; // of the first lines of the report
     } rows[] = {
-        {"gl_Position", "gl_Positon", {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:9: error: "}},
-        {"a_Position;\n}",
-         "a_Position\n}",
-         {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:10: error: "}},
+        {"gl_Position", "gl_Positon", {compile, "my.vert:9: error: "}},
+        {"a_Position;\n}", "a_Position\n}", {compile, "my.vert:10: error: "}},
         {"a_Position;\n}",
          "a_Position * float(getDrawID());\n}",
-         {"Failed to link the program", "my.vert:9: error: no stage defines getDrawID()"}},
-        {"in vec4", "in vec5", {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:2: error: "}},
-        {"#version 150",
-         "#version 150\n#if wrong (",
-         {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:2: error: "}},
-        {"// 4",
-         "#include \"bad.glslh\"",
-         {"Failed to compile my.vert, GL_VERTEX_SHADER", bad + ":2 (from my.vert:4): error: "}},
-        {"// 5",
-         "#macro BAD x",
-         {"Failed to compile my.vert, GL_VERTEX_SHADER", "macro BAD:3 (from my.vert:5): error: "}},
-        {"// 6",
-         "#macro UNKNOWN float u = wrong;",
-         {"Failed to compile my.vert, GL_VERTEX_SHADER", "my.vert:6: error: "}},
+         {link, "my.vert:9: error: no stage defines getDrawID()"}},
+        {"in vec4", "in vec5", {compile, "my.vert:2: error: "}},
+        {"#version 150", "#version 150\n#if wrong (", {compile, "my.vert:2: error: "}},
+        {"// 4", "#include \"bad.glslh\"", {compile, bad + ":2 (from my.vert:4): error: "}},
+        {"// 5", "#macro BAD x", {compile, "macro BAD:3 (from my.vert:5): error: "}},
+        {"// 6", "#macro UNKNOWN float u = wrong;", {compile, "my.vert:6: error: "}},
+        {"// 6", "#error Missing", {compile, "my.vert:6: error: #error Missing"}},
+        {"#version 150", "#version 999", {compile, "my.vert:1: error: "}},
+        {"a_Position;\n}", "max(a_Position, 1.0, 2.0);\n}", {compile, "my.vert:9: error: "}},
+        {"// 6", "float f() { return f(); }", {compile, "my.vert:6: error: function `float f()"}},
+        {"void main()\n{",
+         "uniform vec4 u_Scale;\nvoid main()\n{\n    gl_PointSize = u_Scale.w;",
+         {link, "my.frag:2: error: uniform `u_Scale' "}},
     };
     int round = 0;
     for (const auto &row : rows) {
@@ -338,9 +375,22 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
         }
         EXPECT_EQ(logged, _capture.takeTexts());
         TestContext::takeDriverReports();
-        for (const QString &path : lines.last().mid(lines.last().indexOf('/')).split(", ")) {
-            QFile::remove(path);
-        }
+        removeTexts(lines.last());
+    }
+    const std::pair<QString, QString> withoutDefines[] = {
+        {"CubeRender_Blur.frag", "uniform Blur s_blur[TVO_CUBERENDER_BLUR_BATCH_SIZE];"},
+        {"ShadowMapManager.glslc", "#error Missing SHADOW_MAP_MANAGER_INFO_ARRAY_SIZE define."}};
+    for (const auto &[file, line] : withoutDefines) {
+        ShaderProgram program(nullptr);
+        ProgramBuilder builder(program);
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, file);
+        EXPECT_FALSE(builder.link());
+        const QRegularExpression place("/" + file + ":(\\d+): error: .*\\n.*\\n> +\\1 \\| "
+                                       + QRegularExpression::escape(line) + "\\n");
+        EXPECT_TRUE(builder.report().contains(place)) << qPrintable(builder.report());
+        removeTexts(builder.report());
+        _capture.take();
+        TestContext::takeDriverReports();
     }
     ShaderProgram program(nullptr);
     program.setMacroProcessor(&_processor);
@@ -356,6 +406,78 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
     EXPECT_TRUE(builder.link());
     EXPECT_EQ("", builder.report());
     EXPECT_MESSAGES();
+}
+
+TEST_F(ShadersTest, AProgramFollowsItsFilesAndKeepsTheLastGoodState)
+{
+    gCountsSeconds = true; // steps follow within a second
+    QDir(_folder.path()).mkdir("first");
+    GLSLMacroProcessor processor;
+    processor.addIncludePath(_folder.filePath("first"));
+    processor.addIncludePath(_folder.path());
+    const QByteArray main = "#version 150\n#include \"a.glslh\"\nuniform float u_Once;\nout vec4 color;\n"
+                            "void main() { color = tint() * u_Once; }\n";
+    const QByteArray a = "#include \"b.glslh\"\nvec4 tint() { return kTint; }\n";
+    const auto constant = [](const char *value) {
+        return QByteArray("const vec4 kTint = vec4(") + value + ");\n";
+    };
+    const QString file = addFile("my.frag", main);
+    addFile("a.glslh", a);
+    addFile("b.glslh", constant("1, 0, 0, 1"));
+    ProgramReloader reloader(
+        [&](ShaderProgram &program, ProgramBuilder &builder) {
+            program.setMacroProcessor(&processor);
+            return builder.addShader(GL_VERTEX_SHADER, kAllOver, "all over")
+                   && builder.addShaderFromFile(GL_FRAGMENT_SHADER, file);
+        },
+        [](ShaderProgram &program) { program.setUniform("u_Once", QVariant(1.0f)); });
+    const auto write = [&](const char *name, const QByteArray &bytes) {
+        return [=] { addFile(name, bytes); };
+    };
+    const auto replace = [&](const char *name, const QByteArray &bytes) {
+        return [=] { std::rename(qPrintable(addFile("new", bytes)), qPrintable(_folder.filePath(name))); };
+    };
+    const auto remove = [&](const char *name) { return [=] { QFile::remove(_folder.filePath(name)); }; };
+    const struct
+    {
+        std::function<void()> change;
+        QVector4D color;
+        QString report; // a part of it; empty for a success
+    } steps[] = {
+        {write("b.glslh", constant("0, 1, 0, 1")), {0, 1, 0, 1}, ""}, // of the same size
+        {write("b.glslh", constant("0, 0, 1, 1")), {0, 0, 1, 1}, ""},
+        {write("a.glslh", a + "\n#include \"c.glslh\"\n"), {0, 0, 1, 1}, ""}, // of a missing file
+        {write("c.glslh", "vec4 wrong = kTint.xyz;\n"), {0, 0, 1, 1}, "c.glslh:1 (from "},
+        {write("c.glslh", "\n"), {0, 0, 1, 1}, ""},
+        {write("my.frag", QByteArray(main).replace("tint()", "tint().bgra")), {1, 0, 0, 1}, ""},
+        {write("my.frag", QByteArray(main).replace("tint()", "tint(")), {1, 0, 0, 1}, file + ":5: error: "},
+        {write("my.frag", main), {0, 0, 1, 1}, ""},
+        {replace("b.glslh", constant("1, 1, 0, 1")), {1, 1, 0, 1}, ""},
+        {remove("b.glslh"), {1, 1, 0, 1}, "a.glslh:1: error: no include path has the file 'b.glslh'\n"},
+        {write("b.glslh", constant("1, 0, 0, 1")), {1, 0, 0, 1}, ""},
+        {write("first/b.glslh", constant("0, 1, 1, 1")), {0, 1, 1, 1}, ""},
+        {remove("first/b.glslh"), {1, 0, 0, 1}, ""},
+        {remove("my.frag"), {1, 0, 0, 1}, "error: couldn't find shader source file '" + file + "'"},
+        {write("my.frag", QByteArray(main).replace("tint()", "1.0 - tint()")), {0, 1, 1, 0}, ""},
+    };
+    for (const auto &step : steps) {
+        EXPECT_FALSE(reloader.poll());
+        const QSharedPointer<ShaderProgram> before = reloader.program();
+        before->bind();
+        step.change();
+        EXPECT_TRUE(reloader.poll());
+        const bool isBuilt = step.report.isEmpty();
+        EXPECT_EQ(isBuilt, reloader.report().isEmpty()) << qPrintable(reloader.report());
+        EXPECT_TRUE(reloader.report().contains(step.report)) << qPrintable(reloader.report());
+        EXPECT_EQ(isBuilt, reloader.program() != before);
+        EXPECT_EQ(reloader.program().data(), ShaderProgram::currentShaderProgram());
+        EXPECT_TRUE(drawnPixels(*reloader.program(), 1, 1).isNear(0, 0, step.color, 0.0f));
+        reloader.program()->unbind();
+        removeTexts(reloader.report());
+    }
+    EXPECT_EQ(7, reloader.files().filter(_folder.path()).size()); // three includes in two folders; the stage
+    _capture.take();
+    TestContext::takeDriverReports();
 }
 
 TEST_F(ShadersTest, TheLinterFindsEachMistakeAtItsLine)

@@ -1,5 +1,6 @@
 #include "SnippetsTest.h"
 
+#include <ZelGL/AutoBinder.h>
 #include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelGL/Shader.h>
 #include <ZelShaders/ZelShaders.h>
@@ -80,6 +81,36 @@ TEST_F(SnippetsTest, ProgramCache)
     //! [ProgramCache]
     EXPECT_TRUE(program.isLinked());
     EXPECT_EQ(_capture.take().isEmpty() ? 1 : 0, QDir(folder).entryList(QDir::Files).size());
+}
+
+TEST_F(SnippetsTest, ProgramReloader)
+{
+    const QTemporaryDir folder;
+    GLSLMacroProcessor processor;
+    const QString file = folder.filePath("my.frag");
+    QFile(file).open(QIODevice::WriteOnly); // empty: nothing can be linked yet
+    //! [ProgramReloader]
+    ProgramReloader reloader(
+        [&](ShaderProgram &program, ProgramBuilder &builder) {
+            program.setMacroProcessor(&processor);
+            return builder.addShaderFromFile(GL_VERTEX_SHADER, "passthroughVS.glslc")
+                   && builder.addShaderFromFile(GL_FRAGMENT_SHADER, file);
+        },
+        [](ShaderProgram &program) { program.setUniform("u_Scale", QVariant(2.0f)); }); // set once
+    // In each frame:
+    reloader.poll();
+    const QSharedPointer<ShaderProgram> program = reloader.program();
+    if (program->isLinked()) {
+        const AutoBinder bound(program.data());
+        // Draw. If reloader.report() is not empty, show it: the program is the last good one.
+    }
+    //! [ProgramReloader]
+    EXPECT_FALSE(program->isLinked() || reloader.report().isEmpty());
+    for (const QString &path : reloader.report().section("whole text: ", 1).split(", ")) {
+        QFile::remove(path);
+    }
+    _capture.take();
+    TestContext::takeDriverReports();
 }
 
 TEST_F(SnippetsTest, FunctionIndexAndShaderLint)

@@ -1,22 +1,25 @@
 #include "Programs.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelShaders/ProgramBuilder.h>
 
 using namespace Orvane::Zel;
+using namespace Orvane::ZelShaders;
 
 namespace {
 
-void addStage(ShaderProgram &program, int type, const QString &text, const QStringList &files,
-              const QStringList &plans)
+/// \a name: of the text, in the report of a failure.
+void addStage(ProgramBuilder &builder, int type, const QString &text, const char *name,
+              const QStringList &files, const QStringList &plans)
 {
     if (!text.isEmpty()) {
-        program.addShader(type, text, QString());
+        builder.addShader(type, text, name);
     }
     for (const QString &file : files) {
-        program.addShaderFromFile(type, file);
+        builder.addShaderFromFile(type, file);
     }
     for (const QString &plan : plans) {
-        program.addShader(type, InstanceDataRegistry::Instance()->getPlan(plan)->glslc(), QString());
+        builder.addShader(type, InstanceDataRegistry::Instance()->getPlan(plan)->glslc(), plan);
     }
 }
 
@@ -26,8 +29,10 @@ std::unique_ptr<ShaderProgram> makeProgram(const ProgramText &text, GLSLMacroPro
 {
     auto program = std::make_unique<ShaderProgram>(nullptr);
     program->setMacroProcessor(processor);
-    addStage(*program, GL_VERTEX_SHADER, text.vertex, text.vertexFiles, text.vertexPlans);
-    addStage(*program, GL_FRAGMENT_SHADER, text.fragment, text.fragmentFiles, text.fragmentPlans);
-    program->link();
+    ProgramBuilder builder(*program);
+    addStage(builder, GL_VERTEX_SHADER, text.vertex, "vertex text", text.vertexFiles, text.vertexPlans);
+    addStage(builder, GL_FRAGMENT_SHADER, text.fragment, "fragment text", text.fragmentFiles,
+             text.fragmentPlans);
+    builder.link();
     return program;
 }

@@ -100,7 +100,7 @@ void GLSLMacroProcessor::processLineInclude(QString &line, QRegExp &regExp, GLSL
     regExp.indexIn(line);
     QString path;
     QString text;
-    if (!readInclude(regExp.cap(1), processor->_includePaths, path, text)) {
+    if (!readInclude(regExp.cap(1), processor->_includePaths, path, text, [](const QString &) {})) {
         warnOfInclude(line, regExp.cap(1));
     }
     line = process(text, processor);

@@ -1,6 +1,7 @@
 #include "LineMap.h"
 
 #include "../GL/private/MacroExpander.h"
+#include "private/FileWatch.h"
 #include "private/TextLines.h"
 
 #include <ZelGL/GLSLMacroProcessor.h>
@@ -36,6 +37,8 @@ public:
         fail(QStringLiteral("unknown plan '%1': register it before the shader is made").arg(name), offset);
         return false;
     }
+
+    void looksFor(const QString &path) override { FileWatch::looksFor(path); }
 
     void includeFails(const QString &line, const QString &fileName, int offset) override
     {

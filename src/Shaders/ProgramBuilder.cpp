@@ -2,6 +2,7 @@
 
 #include "../GL/private/ShaderText.h"
 #include "ProgramCache.h"
+#include "private/FileWatch.h"
 #include "private/HeldMessages.h"
 
 #include <ZelCore/Resources.h>
@@ -25,6 +26,16 @@ QStringList listingOf(const QStringList &messages)
 {
     const int start = messages.indexOf(kSourceHeading) + 1;
     return messages.mid(start, messages.indexOf(kLogHeading) - start);
+}
+
+/// The first directive that was left out, such as an include of a missing file, as a line. It is the likely cause of
+/// what the driver reports.
+QString failedDirective(const LineMap &map)
+{
+    const QVector<LineMap::Failure> failures = map.failures();
+    return failures.isEmpty() ? QString()
+                              : failures.first().at.toString() + QStringLiteral(": error: ")
+                                    + failures.first().message + QLatin1Char('\n');
 }
 
 } // namespace
@@ -57,11 +68,13 @@ bool ProgramBuilder::addShaderFromFile(int type, const QString &fileName)
     for (const QDir &folder : {QDir(QString()), QDir(Zel::resourcesPath() + QStringLiteral("/GLSL/src")),
                                QDir(QStringLiteral(":/GLSL/src"))}) {
         QString source;
+        FileWatch::looksFor(folder.filePath(fileName));
         if (folder.exists() && Zel::readShaderText(folder.filePath(fileName), source)) {
             return addShader(type, source, folder.filePath(fileName));
         }
     }
     _program.addShaderFromFile(type, fileName); // logs
+    _report = QStringLiteral("error: couldn't find shader source file '%1'").arg(fileName);
     return false;
 }
 
@@ -91,8 +104,10 @@ QString ProgramBuilder::reportOf(const QStringList &messages) const
         QStringList numbered = Zel::numberedLines(stage.map.text()).split(QLatin1Char('\n'));
         numbered.removeLast(); // empty, after the last line break
         if (numbered == listing) {
+            const QString cause = failedDirective(stage.map);
             return QStringLiteral("Failed to compile %1, %2\n").arg(stage.map.name(), stageName(stage.type))
-                   + ShaderReport::of(_program.log(), stage.map);
+                   + cause
+                   + ShaderReport::of(_program.log(), stage.map, cause.isEmpty() ? ShaderReport::kPlaces : 1);
         }
     }
     return QStringLiteral(

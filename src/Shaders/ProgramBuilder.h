@@ -42,7 +42,7 @@ public:
     void setCache(ProgramCache *cache) { _cache = cache; }
     /// ShaderProgram::link(), or ProgramCache::link() with a cache.
     bool link();
-    /// The report of the last link; empty if it succeeded.
+    /// The report of the last failure; empty if link() succeeded.
     QString report() const { return _report; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "private/DriverLog.h"
 #include "private/MissingFunctions.h"
+#include "private/NamedPlaces.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
@@ -37,12 +38,14 @@ QString originText(const LineMap &map, int line)
 }
 
 /// Folds messages that repeat, and joins those of one line.
-QVector<Place> placesOf(const QVector<DriverMessage> &messages,
+QVector<Place> placesOf(const QVector<DriverMessage> &messages, const QVector<ShaderReport::Stage> &stages,
                         const std::function<const LineMap *(const DriverMessage &)> &mapOf)
 {
     QVector<Place> places;
     for (const DriverMessage &message : messages) {
         const LineMap *const map = message.line > 0 ? mapOf(message) : nullptr;
+        const QVector<NamedPlace> named =
+            message.line > 0 ? QVector<NamedPlace>() : namedPlaces(message.text, stages);
         const QString text = map == nullptr && message.line > 0
                                  ? QStringLiteral("line %1: %2").arg(message.line).arg(message.text)
                                  : message.text;
@@ -61,6 +64,11 @@ QVector<Place> placesOf(const QVector<DriverMessage> &messages,
         });
         if (here != places.end()) {
             here->texts.append(text);
+        } else if (!named.isEmpty()) {
+            places.append({named.first().map, named.first().line, message.severity, {text}, {}});
+            for (const NamedPlace &other : named.mid(1)) {
+                places.last().alsoAt.append(originText(*other.map, other.line));
+            }
         } else {
             places.append({map, message.line, message.severity, {text}, {}});
         }
@@ -151,9 +159,11 @@ QStringList linesOfMissing(const MissingFunctions &missing)
 QString ShaderReport::of(const QString &log, const LineMap &map, int places)
 {
     int omitted = 0;
-    const QVector<Place> all = placesOf(parseDriverLog(log), [&](const DriverMessage &) { return &map; });
+    const QVector<Stage> stages{{0, map}};
+    const QVector<Place> all =
+        placesOf(parseDriverLog(log), stages, [&](const DriverMessage &) { return &stages.first().map; });
     const QStringList lines = linesOf(all, places, omitted);
-    return (lines + QStringList(lastLine({{0, map}}, omitted))).join(QLatin1Char('\n'));
+    return (lines + QStringList(lastLine(stages, omitted))).join(QLatin1Char('\n'));
 }
 
 QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, int places)
@@ -184,7 +194,7 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
         return only;
     };
     int omitted = 0;
-    lines += linesOf(placesOf(messages, mapOf), places, omitted);
+    lines += linesOf(placesOf(messages, stages, mapOf), places, omitted);
     omitted += std::max(0, groups.size() - places);
     return (lines + QStringList(lastLine(stages, omitted))).join(QLatin1Char('\n'));
 }

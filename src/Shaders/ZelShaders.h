@@ -8,6 +8,7 @@
 #include "LineMap.h"
 #include "ProgramBuilder.h"
 #include "ProgramCache.h"
+#include "ProgramReloader.h"
 #include "ShaderLint.h"
 #include "ShaderReport.h"
 #include "ShadersExport.h"

@@ -18,7 +18,7 @@ public:
         : _size(size)
         , _exhibit(std::move(*zelview::loadExhibit(options)))
         , _context(std::move(*zelview::makeOffscreenContext(options)))
-        , _programs(std::make_unique<zelview::Programs>())
+        , _programs(std::make_unique<zelview::Programs>(options.shaders))
     {
         EXPECT_FALSE(_exhibit->createGLObjects(*_programs, options).has_value());
         _target = std::move(*zelview::makeTarget(size, GL_RGBA8, zelview::RenderTarget::eDepth));
@@ -35,6 +35,8 @@ public:
     }
 
     zelview::Exhibit *operator->() { return _exhibit.get(); }
+
+    zelview::Programs &programs() { return *_programs; }
 
     QImage picture()
     {

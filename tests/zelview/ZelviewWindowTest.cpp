@@ -60,6 +60,20 @@ public:
     QSize drawn; ///< the viewport of the last frame
 };
 
+class PaintedWindow : public Window
+{
+public:
+    using Window::Window;
+
+    /// Paints a frame without a swap, after which the content is undefined.
+    QImage picture()
+    {
+        makeCurrent();
+        paintGL();
+        return grabFramebuffer();
+    }
+};
+
 /// An application whose display has two pixels per device-independent pixel.
 class ZelviewWindowTest : public ZelviewTest
 {
@@ -117,6 +131,16 @@ protected:
         return {_options, size};
     }
 
+    /// Uses a copy of the built-in shaders.
+    void copyShaders()
+    {
+        _options.shaders = path("shaders");
+        QDir().mkdir(_options.shaders);
+        for (const QString &name : QDir(":/zelview/shaders").entryList()) {
+            write("shaders/" + name, bytesOf(":/zelview/shaders/" + name));
+        }
+    }
+
     Notebook _notebook;
     Options _options;
 };
@@ -125,7 +149,7 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsForwardsEventsAndReleasesTheExhibit)
 {
     _options.size = QSize(200, 100);
     {
-        Window window(_notebook, _options);
+        PaintedWindow window(_notebook, _options);
         window.show();
         EXPECT_EQ(notesUntilDrawn({400, 200}), (QStringList{"create", "frame 400x200"}));
 
@@ -145,7 +169,7 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsForwardsEventsAndReleasesTheExhibit)
             _notebook.drawn = QSize();
             type(window, key);
             _notebook.notes = notesUntilDrawn({300, 300});
-            return window.grabFramebuffer();
+            return window.picture();
         };
         const QImage plain = pictureAfter(Qt::Key_Home);
         EXPECT_EQ(takeNotes(), (QStringList{"frame 300x300"}));
@@ -157,6 +181,46 @@ TEST_F(ZelviewWindowTest, DrawsInPixelsForwardsEventsAndReleasesTheExhibit)
         EXPECT_FALSE(window.failure());
     }
     EXPECT_EQ(takeNotes(), (QStringList{"release"}));
+}
+
+TEST_F(ZelviewWindowTest, AChangedShaderIsDrawnAndABrokenOneKeepsThePictureWithTheReason)
+{
+    const QByteArray temporary = qgetenv("TMPDIR");
+    qputenv("TMPDIR", QFile::encodeName(path())); // the report writes a file there
+    _options.shaders = path("shaders");
+    run({"--shaders", _options.shaders, writeWall("wall.obj", 1, 1), "--offscreen", path("picture.png")});
+    EXPECT_EQ(_last.code, 2);
+    EXPECT_EQ(_last.errors, "zelview: cannot open '" + _options.shaders + "/encode.frag'\n");
+    copyShaders();
+    _options.size = QSize(100, 100);
+    PaintedWindow window(_notebook, _options);
+    window.show();
+    notesUntilDrawn({200, 200});
+    const auto pictureWith = [&](const QByteArray &color) {
+        write("shaders/encode.frag",
+              "#version 150\nout vec4 out_FragColor;\nvoid main() { out_FragColor = " + color + "; }\n");
+        return window.picture();
+    };
+    const QImage red = pictureWith("vec4(1.0, 0.0, 0.0, 1.0)");
+    EXPECT_EQ(red.pixel(50, 50), qRgb(255, 0, 0));
+    const QImage broken = pictureWith("vec4(0.0, wrong, 0.0, 1.0)");
+    EXPECT_EQ(broken.pixel(195, 195), red.pixel(195, 195));
+    EXPECT_NE(broken.copy(0, 0, 150, 60), red.copy(0, 0, 150, 60));
+    EXPECT_EQ(pictureWith("vec4(1.0, 0.0, 0.0, 1.0) "), red);
+    qputenv("TMPDIR", temporary);
+}
+
+TEST_F(ZelviewWindowTest, AChangedShaderOfAModelReachesItsShadows)
+{
+    copyShaders();
+    ShownModel model = shownWall(2, {40, 30});
+    const QImage plain = model.picture();
+    model.picture();
+    EXPECT_TRUE(holds(model.report("shadows"), "; 0 rendered"));
+    write("shaders/shadow.vert", bytesOf(path("shaders/shadow.vert")) + "\n");
+    EXPECT_TRUE(model.programs().poll());
+    EXPECT_EQ(model.picture(), plain);
+    EXPECT_TRUE(holds(model.report("shadows"), "; 4 rendered"));
 }
 
 TEST_F(ZelviewWindowTest, EndsWithTheProblemOfAnExhibitThatCannotBeCreated)

@@ -32,6 +32,8 @@ public:
 
     /// The text of a plan of instance data, which replaces the directive at \a offset; false for an unknown plan.
     virtual bool planText(const QString &name, QString &text, int offset) = 0;
+    /// Precedes the attempt to read a file of an include.
+    virtual void looksFor(const QString & /*path*/) {}
     /// An include without a file name (\a fileName is empty), or of a file that no folder has.
     virtual void includeFails(const QString &line, const QString &fileName, int offset) = 0;
     /// \a text replaces the directive at \a offset of the current text, and is the current text until leave(). Returns
@@ -47,13 +49,16 @@ public:
 /// The expanded \a source. Defined in GLSLMacroProcessor::Expander, which may read the processor.
 QString expandShaderText(GLSLMacroProcessor &processor, const QString &source, MacroExpansion &expansion);
 
-/// Reads a file of an include from the first folder that has it. \a path receives its path.
-inline bool readInclude(const QString &fileName, const QList<QDir> &includePaths, QString &path,
-                        QString &text)
+/// Reads a file of an include from the first folder that has it. \a path receives its path. \a looksFor is called with each
+/// path before it is read.
+template <typename LooksFor>
+bool readInclude(const QString &fileName, const QList<QDir> &includePaths, QString &path, QString &text,
+                 const LooksFor &looksFor)
 {
     return !fileName.isEmpty()
            && std::any_of(includePaths.begin(), includePaths.end(), [&](const QDir &folder) {
                   path = folder.filePath(fileName);
+                  looksFor(path);
                   return readShaderText(path, text);
               });
 }
@@ -199,7 +204,8 @@ private:
     {
         QString path;
         QString text;
-        if (readInclude(fileName, _processor._includePaths, path, text)) {
+        if (readInclude(fileName, _processor._includePaths, path, text,
+                        [this](const QString &candidate) { _expansion.looksFor(candidate); })) {
             expandReplacement(MacroExpansion::eInclude, path, text, at);
         } else {
             _expansion.includeFails(line, fileName, at);

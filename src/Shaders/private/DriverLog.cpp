@@ -57,10 +57,12 @@ bool saysNothing(const QString &line)
 
 QVector<DriverMessage> parseDriverLog(const QString &log)
 {
+    // Mesa 25 reports a second main() under a name of its own.
+    static const QRegularExpression mainOfMesa(QStringLiteral("\\bgl_mesa_tmp_\\w+"));
     QVector<DriverMessage> messages;
     unsigned int stage = 0;
     for (const QString &raw : log.split(QLatin1Char('\n'))) {
-        const QString line = raw.trimmed();
+        const QString line = raw.trimmed().replace(mainOfMesa, QStringLiteral("main"));
         const unsigned int heading = stageOfHeading(line);
         stage = heading != 0 ? heading : stage;
         if (heading != 0 || saysNothing(line)) {

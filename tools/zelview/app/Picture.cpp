@@ -83,7 +83,7 @@ Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
     QElapsedTimer timer;
     timer.start();
 
-    Programs programs;
+    Programs programs(options.shaders);
     auto stage = Stage::create(programs, options.samples, options.edgeFilter);
     if (!stage) {
         return stage.problem();

@@ -30,6 +30,7 @@ constexpr float kAnglePerStep = 120.0f; ///< of the wheel, in Qt's unit
 constexpr float kRoundTrip = 30000.0f;  ///< milliseconds
 constexpr int kMeasuredTogether = 30;   ///< frames that one mean covers
 constexpr float kStepsPerKey = 2.0f;
+constexpr int kPollInterval = 200; ///< milliseconds between looks at the files of shaders
 constexpr qreal kClickReach = 3.0; ///< device-independent pixels that the pointer may move during a click
 
 void sayAll(const QStringList &lines)
@@ -79,7 +80,10 @@ Failure Window::createObjects()
     if (const Failure failure = startLibrary(_options)) {
         return failure;
     }
-    _programs = std::make_unique<Programs>();
+    _programs = std::make_unique<Programs>(_options.shaders);
+    if (!_options.shaders.isEmpty()) {
+        startTimer(kPollInterval);
+    }
     auto stage = Stage::create(*_programs, _options.samples, _options.edgeFilter);
     if (!stage) {
         return stage.problem();
@@ -129,6 +133,7 @@ void Window::paintGL()
         _exhibit.setTime(std::fmod(float(_clock.elapsed()) / kRoundTrip, 1.0f));
         update();
     }
+    pollShaders();
     const bool measures = _showsStatistics || _options.printsStatistics;
     if (measures) {
         _meter->begin();
@@ -146,8 +151,9 @@ void Window::paintGL()
         sayAll(_options.printsStatistics ? describeStatistics() : QStringList());
         _describesNextFrame = false;
     }
-    if (_showsStatistics) {
-        _overlay->draw(describeStatistics(), pixels, devicePixelRatio());
+    const QStringList lines = _programs->report() + (_showsStatistics ? describeStatistics() : QStringList());
+    if (!lines.isEmpty()) {
+        _overlay->draw(lines, pixels, devicePixelRatio());
     }
     if (_meter->frames() >= kMeasuredTogether) {
         _meter->reset();
@@ -163,6 +169,21 @@ Failure Window::drawFrame(const QSize &pixels)
     _exhibit.draw(pixels);
     _stage->end(defaultFramebufferObject(), _exhibit.isDithered());
     return {};
+}
+
+bool Window::pollShaders()
+{
+    return !_options.shaders.isEmpty() && _programs->poll();
+}
+
+void Window::timerEvent(QTimerEvent *event)
+{
+    makeCurrent();
+    if (_isUp && pollShaders()) {
+        update();
+    }
+    doneCurrent();
+    QOpenGLWindow::timerEvent(event);
 }
 
 QStringList Window::describeStatistics()

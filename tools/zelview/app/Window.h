@@ -21,7 +21,8 @@ class Stage;
 struct Options;
 
 /// Shows an exhibit in a window. A click picks; the left button turns, the middle or right button moves, the wheel zooms;
-/// Home shows everything, F shows statistics in the picture, Escape closes. The exhibit handles all other keys.
+/// Home shows everything, F shows statistics in the picture, Escape closes. The exhibit handles all other keys. While a shader
+/// of the user's folder cannot be built, the picture has the reason.
 class Window : public QOpenGLWindow
 {
     Q_OBJECT
@@ -42,10 +43,12 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
 
 private:
     QSize sizeInPixels() const;
     Failure drawFrame(const QSize &pixels);
+    bool pollShaders();
     QStringList describeStatistics();
     Failure createObjects();
     void fail(const Problem &problem);

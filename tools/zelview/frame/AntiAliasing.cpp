@@ -112,6 +112,7 @@ private:
     TargetPointer _weights;
     TexturePointer _areaTable;
     TexturePointer _searchTable;
+    QVector4D _metrics;
 };
 
 Failure Smaa::build(Programs &programs)
@@ -155,16 +156,16 @@ Failure Smaa::makeTargets(const QSize &size)
     if (const Failure failure = allocate(size, GL_RGBA8, _weights)) {
         return failure;
     }
-    const QVector4D metrics(1.0f / float(size.width()), 1.0f / float(size.height()), float(size.width()),
-                            float(size.height()));
-    for (const ProgramPointer &program : {_edgeFinder, _weigher, _blender}) {
-        setUniform(program, "u_Metrics", metrics);
-    }
+    _metrics = QVector4D(1.0f / float(size.width()), 1.0f / float(size.height()), float(size.width()),
+                         float(size.height()));
     return {};
 }
 
 void Smaa::draw(Texture &linear, unsigned int targetFramebuffer, bool isDithered)
 {
+    for (const ProgramPointer &program : {_edgeFinder, _weigher, _blender}) {
+        setUniform(program, "u_Metrics", _metrics);
+    }
     pass(_edgeFinder, *_edges, {{"u_Picture", encoded().color()}});
     pass(_weigher, *_weights,
          {{"u_Edges", _edges->color()}, {"u_Area", _areaTable.get()}, {"u_Search", _searchTable.get()}});

@@ -54,6 +54,7 @@ const QString kStats = QStringLiteral("stats");
 const QString kStress = QStringLiteral("stress");
 const QString kFrames = QStringLiteral("frames");
 
+const QString kShaders = QStringLiteral("shaders");
 const QString kVerbose = QStringLiteral("verbose");
 const QString kHelp = QStringLiteral("help");
 const QString kVersion = QStringLiteral("version");
@@ -536,6 +537,11 @@ Expected<Options> parseOptions(const QStringList &arguments)
              "Show a plane of UDIM tiles instead of a FILE: a folder, or a name with <UDIM> in it."),
          QStringLiteral("tiles")});
     parser.addOptions(measureOptions());
+    parser.addOption(
+        {kShaders,
+         QStringLiteral("Use zelview's own shaders from a folder. A window builds a shader again "
+                        "when its file changes; while that fails, the picture shows the reason."),
+         QStringLiteral("folder")});
     parser.addOptions({{kVerbose, QStringLiteral("Print debug messages, including those of the driver.")},
                        {{QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")},
                        {kVersion, QStringLiteral("Print the version.")}});
@@ -565,6 +571,7 @@ Expected<Options> parseOptions(const QStringList &arguments)
     readLights(reader, options);
     readTransport(reader, options);
     readImage(reader, options);
+    reader.readText(kShaders, options.shaders, "the name of a folder");
     if (reader.failure()) {
         return *reader.failure();
     }

@@ -89,6 +89,7 @@ struct Options
     bool hasGround = false; ///< shows a ground that receives the shadow of the model
     QString modelOption;    ///< the first given option that applies only to models; empty: none
     QString imageOption;    ///< the same for images
+    QString shaders;        ///< folder of zelview's shaders; empty: those that are built in
     bool verbose = false;
     QString printedText; ///< text of --help or --version, to print instead of doing anything
 

@@ -8,26 +8,56 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-namespace Orvane { namespace Zel {
+#include <cstddef>
+
+namespace Orvane {
+namespace Zel {
 class ShaderProgram;
-}} // namespace Orvane::Zel
+}
+namespace ZelShaders {
+class ProgramReloader;
+}
+} // namespace Orvane
 
 namespace zelview {
 
-using ProgramPointer = QSharedPointer<Orvane::Zel::ShaderProgram>;
+/// A shader program that Programs::poll() may replace, so that it keeps neither uniforms nor locations between frames.
+class ProgramPointer
+{
+public:
+    /// Null.
+    ProgramPointer() = default;
+    explicit ProgramPointer(QSharedPointer<Orvane::ZelShaders::ProgramReloader> reloader);
 
-/// Builds zelview's shader programs with one text processor. Its own shaders are in ":/zelview/shaders"; the library finds
-/// its shaders by their names.
+    /// Valid until the next poll().
+    Orvane::Zel::ShaderProgram *data() const;
+    Orvane::Zel::ShaderProgram *operator->() const { return data(); }
+    Orvane::Zel::ShaderProgram &operator*() const { return *data(); }
+    bool operator==(std::nullptr_t) const { return _reloader.isNull(); }
+    bool operator!=(std::nullptr_t) const { return !_reloader.isNull(); }
+    void reset() { _reloader.reset(); }
+
+private:
+    QSharedPointer<Orvane::ZelShaders::ProgramReloader> _reloader;
+};
+
+/// Builds zelview's shader programs with one text processor, and builds them again when their files change. Its own shaders
+/// are built in, or in a folder that the user names; the library finds its shaders by their names.
 ///
-/// Context: build with the context current, after startLibrary(), which selects how draw IDs reach the shaders.
-/// Errors:  ExitCode::eGL for a shader that does not compile or link; the library logs the driver's message.
+/// Context: build and poll with the context current, after startLibrary(), which selects how draw IDs reach the shaders.
+/// Errors:  ExitCode::eGL for a shader that does not compile or link, after a report of a few lines; ExitCode::eFile for a
+///          file that the folder does not have.
 class Programs
 {
     Q_DISABLE_COPY(Programs)
 
 public:
-    Programs();
+    /// \a folder: of zelview's own shaders; empty: the built-in ones.
+    explicit Programs(const QString &folder = QString());
     ~Programs();
+
+    /// Programs of the same folder with another text processor. poll() of one includes the programs of the other.
+    Programs sibling() const { return Programs(_shared); }
 
     /// Each owner of a shader feature adds its defines and macros here; they apply to programs that are built later.
     Orvane::Zel::GLSLMacroProcessor *processor() { return &_processor; }
@@ -41,7 +71,19 @@ public:
     /// A program for drawFullscreen() with this fragment stage.
     Expected<ProgramPointer> buildFullscreen(const QString &fragmentFile);
 
+    /// Builds the programs again whose files have changed. Returns whether there was one. A program whose build fails stays.
+    bool poll();
+    /// The number of calls of poll() that built a program.
+    int changes() const;
+    /// Why the last build of a program failed; empty if all succeeded.
+    QStringList report() const;
+
 private:
+    struct Shared;
+
+    explicit Programs(QSharedPointer<Shared> shared);
+
+    QSharedPointer<Shared> _shared;
     Orvane::Zel::GLSLMacroProcessor _processor;
 };
 

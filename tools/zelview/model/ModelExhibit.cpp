@@ -119,6 +119,7 @@ QStringList ModelExhibit::describe() const
 
 Failure ModelExhibit::createGLObjects(Programs &programs, const Options &)
 {
+    _programs = &programs;
     if (const Failure failure = createEnvironment(programs)) {
         return failure;
     }
@@ -165,7 +166,7 @@ Failure ModelExhibit::createEnvironment(Programs &programs)
 Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
 {
     Expected<std::unique_ptr<ModelRenderer>> renderer =
-        ModelRenderer::create(_scene, _options, manager, mechanism, _environment != nullptr);
+        ModelRenderer::create(*_programs, _scene, _options, manager, mechanism, _environment != nullptr);
     if (!renderer) {
         return renderer.problem();
     }
@@ -230,6 +231,7 @@ void ModelExhibit::setLights()
 void ModelExhibit::releaseGLObjects()
 {
     _renderer.reset();
+    ModelTextures::deleteManagers();
     _backdrop.reset();
     _environment.reset();
     _occlusion.reset();
@@ -304,6 +306,10 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
 Failure ModelExhibit::prepareShadows(const View &view)
 {
     _shadows->setCascadesShown(_showsCascades);
+    if (const int changes = _programs->changes(); changes != _changesInShadows) {
+        _changesInShadows = changes;
+        _shadows->invalidate();
+    }
     return _shadows->update(
         view, shadowedBox(_scene.bounds, _lights, _options.hasGround), [this](const QMatrix4x4 &projection) {
             const Orvane::Zel::AutoBinder bound(_casters.data());

@@ -81,6 +81,8 @@ private:
     bool _takesFrustum = false; ///< freezes or releases the frustum in the next frame
     std::optional<QMatrix4x4> _frozenFrustum;
     MaterialSelection _selection;
+    const Programs *_programs = nullptr;
+    int _changesInShadows = 0; ///< Programs::changes() of the last frame
     std::unique_ptr<AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;       ///< null if there is an environment
     std::unique_ptr<Environment> _environment; ///< null for studio light

@@ -80,9 +80,10 @@ FrameRecord toRecord(const View &view, LightRig rig)
 
 } // namespace
 
-ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager,
-                             MechanismKind mechanism)
-    : _textures(scene, manager)
+ModelRenderer::ModelRenderer(const Programs &programs, const Scene &scene, const Options &options,
+                             ManagerKind manager, MechanismKind mechanism)
+    : _programs(programs.sibling())
+    , _textures(scene, manager)
     , _plans(mechanism, ModelDrawables::wantedObjects(scene), options.blockLimit)
     , _geometry(scene)
     , _drawables(scene, _textures, _plans, _geometry, options.drawIDPath)
@@ -94,9 +95,9 @@ ModelRenderer::ModelRenderer(const Scene &scene, const Options &options, Manager
 
 ModelRenderer::~ModelRenderer() = default;
 
-Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scene, const Options &options,
-                                                               ManagerKind manager, MechanismKind mechanism,
-                                                               bool hasEnvironment)
+Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Programs &programs, const Scene &scene,
+                                                               const Options &options, ManagerKind manager,
+                                                               MechanismKind mechanism, bool hasEnvironment)
 {
     if (!ModelTextures::isSupported(manager)) {
         return Problem{ExitCode::eGL,
@@ -106,7 +107,7 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Scene &scen
     if (const Failure failure = ModelPlans::check(mechanism)) {
         return *failure;
     }
-    std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(scene, options, manager, mechanism));
+    std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(programs, scene, options, manager, mechanism));
     ShadowLayers::setUp(renderer->_programs.processor(), options.shadowKind);
     if (hasEnvironment) {
         Environment::setUp(renderer->_programs.processor());

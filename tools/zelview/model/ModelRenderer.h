@@ -34,9 +34,9 @@ public:
     /// Does not take ownership of the scene, which must outlive the renderer.
     ///
     /// Errors: ExitCode::eGL if the driver does not support the manager or the mechanism.
-    static Expected<std::unique_ptr<ModelRenderer>> create(const Scene &scene, const Options &options,
-                                                           ManagerKind manager, MechanismKind mechanism,
-                                                           bool hasEnvironment);
+    static Expected<std::unique_ptr<ModelRenderer>> create(const Programs &programs, const Scene &scene,
+                                                           const Options &options, ManagerKind manager,
+                                                           MechanismKind mechanism, bool hasEnvironment);
     ~ModelRenderer();
 
     /// The view of a camera of the scene.
@@ -81,7 +81,8 @@ public:
     QStringList describeStatistics();
 
 private:
-    ModelRenderer(const Scene &scene, const Options &options, ManagerKind manager, MechanismKind mechanism);
+    ModelRenderer(const Programs &programs, const Scene &scene, const Options &options, ManagerKind manager,
+                  MechanismKind mechanism);
 
     Failure buildPrograms();
     Expected<ProgramPointer> buildModelProgram(const QString &vertexFile, const QStringList &fragmentFiles);

@@ -151,10 +151,11 @@ QStringList captured(const QString &text, const char *pattern)
     return found;
 }
 
-/// One manager of each kind for the whole process: managers leave helper textures in the context when they are deleted.
+/// One manager of each kind for a context: managers leave helper textures in the context when they are deleted.
+std::array<TextureManager *, kManagerKinds> managers{};
+
 TextureManager *managerOf(ManagerKind kind)
 {
-    static std::array<TextureManager *, kManagerKinds> managers{};
     TextureManager *&manager = managers[size_t(kind)];
     if (manager == nullptr) {
         manager = newManager(kind);
@@ -173,6 +174,19 @@ bool ModelTextures::isSupported(ManagerKind kind)
         return BindlessTextureManager::isSupported();
     default:
         return true;
+    }
+}
+
+void ModelTextures::deleteManagers()
+{
+    for (const ManagerKind kind : {ManagerKind::eArray, ManagerKind::eArrayBindless}) {
+        if (auto *const manager = static_cast<Array2DTextureManager *>(managers[size_t(kind)])) {
+            manager->deleteSlots();
+        }
+    }
+    for (TextureManager *&manager : managers) {
+        delete manager;
+        manager = nullptr;
     }
 }
 

@@ -30,6 +30,9 @@ class ModelTextures
 
 public:
     static bool isSupported(ManagerKind kind);
+    /// To be called before the context is deleted, when no object of this class is left: the managers keep textures, whose
+    /// names mean others in the next context.
+    static void deleteManagers();
 
     ModelTextures(const Scene &scene, ManagerKind kind);
     ~ModelTextures();
