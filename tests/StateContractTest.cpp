@@ -1,0 +1,628 @@
+#include "support/FileMaker.h"
+#include "support/Files.h"
+#include "support/GLFixture.h"
+#include "support/HelperTextures.h"
+#include "support/StateGuard.h"
+#include "support/TestBuffer.h"
+#include "support/TestProgram.h"
+
+#include <ZelGL/ZelGL.h>
+
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QImage>
+
+#include <functional>
+#include <map>
+
+using namespace Orvane::Zel;
+using namespace TvoImageCubemapUtils;
+
+namespace {
+
+using Function = std::function<void()>;
+
+constexpr char kPage[] = ZELGL_SOURCE_DIR "/docs/state-contract.md";
+
+constexpr char kIntroduction[] = R"(# What each call leaves in GL
+
+`tests/StateContractTest.cpp` writes this page. It makes each call in two hosts with opposite settings, which have objects of their
+own bound everywhere, and compares GL's state before and after.
+
+- *Bound*: objects of the call that stay bound. *None*: the call leaves 0 where an object was bound.
+- *Settings* have these values after the call, whatever the host had set.
+- Text in italics: the header does not say so.
+- Unit N-1 is the highest texture unit that was free before the call, N-2 the next lower one, and so on.
+- What a call changes in objects, such as uniforms, attachments and filters, is not listed, and calls without GL are not either.
+
+Calls that upload images need GL's defaults of the unpack parameters, except the alignment.
+)";
+
+/// A row of the page. The items in italics are between two characters '*'.
+struct Row
+{
+    QString section, calls;
+    const char *needs; ///< an extension
+    QStringList bound, none, settings;
+};
+
+/// Measures what calls leave, and writes the page.
+class StateContractTest : public GLTest
+{
+protected:
+    static constexpr GLsizei kSize = 8; ///< of images
+
+    StateContractTest();
+
+    QString page();
+
+private:
+    void bindHostObjects();
+    void setHostState();
+    void section(const QString &title, const Function &before = {});
+    void row(const QString &calls, const Function &call, const char *stated = "", const char *needs = "");
+    void note(Row &row, const char *stated, const QString &change) const;
+
+    void frame();
+    void buffers();
+    void geometry();
+    void textures();
+    void images();
+    void managers();
+    void instanceData();
+    void scene();
+    void light();
+
+    bool _isSecondHost = false;
+    QString _section;
+    Function _before; ///< prepares each row of the section
+    std::vector<Row> _rows;
+    size_t _next = 0; ///< of the second host
+    const GLint _units = integerOf(GL_MAX_TEXTURE_IMAGE_UNITS);
+    const std::unique_ptr<ShaderProgram> _hostProgram = makeProgram(kAtOrigin);
+    const std::unique_ptr<ShaderProgram> _program = makeProgram(kAllOver);
+    GLuint _buffer, _vertexArray, _renderbuffer, _framebuffers[2];
+    std::map<GLenum, GLuint> _textures;
+};
+
+bool has(const char *extension)
+{
+    return *extension == '\0'
+           || (hasGLExtension(extension) && QOpenGLContext::currentContext()->hasExtension(extension));
+}
+
+StateContractTest::StateContractTest()
+{
+    driver()->glGenBuffers(1, &_buffer);
+    driver()->glGenVertexArrays(1, &_vertexArray);
+    driver()->glGenRenderbuffers(1, &_renderbuffer);
+    driver()->glGenFramebuffers(2, _framebuffers);
+    for (const GLenum target : {GL_TEXTURE_1D, GL_TEXTURE_2D, GL_TEXTURE_2D_ARRAY, GL_TEXTURE_3D,
+                                GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BUFFER, GL_TEXTURE_2D_MULTISAMPLE}) {
+        driver()->glGenTextures(1, &_textures[target]);
+    }
+    bindHostObjects();
+    driver()->glBufferData(GL_ARRAY_BUFFER, 64, nullptr, GL_STATIC_DRAW);
+    driver()->glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH24_STENCIL8, kSize, kSize);
+    driver()->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, kSize, kSize, 0, GL_RGBA, GL_FLOAT, nullptr);
+    for (const GLenum target :
+         {GL_DRAW_FRAMEBUFFER, GL_READ_FRAMEBUFFER}) { // complete, for the draws of the library
+        driver()->glFramebufferTexture(target, GL_COLOR_ATTACHMENT0, _textures[GL_TEXTURE_2D], 0);
+        driver()->glFramebufferRenderbuffer(target, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
+                                            _renderbuffer);
+    }
+}
+
+void StateContractTest::bindHostObjects()
+{
+    for (GLint unit = 0; unit < _units; ++unit) {
+        driver()->glActiveTexture(GLenum(GL_TEXTURE0 + unit));
+        for (const auto &[target, name] : _textures) {
+            driver()->glBindTexture(target, name);
+        }
+    }
+    driver()->glUseProgram(_hostProgram->shaderProgramID());
+    driver()->glBindVertexArray(_vertexArray);
+    for (const GLenum target : {GL_UNIFORM_BUFFER, GL_SHADER_STORAGE_BUFFER, GL_ATOMIC_COUNTER_BUFFER}) {
+        for (GLuint point = 0; point < (target == GL_UNIFORM_BUFFER || !isForOpenGL32() ? 4 : 0); ++point) {
+            driver()->glBindBufferBase(target, point, _buffer);
+        }
+    }
+    for (const GLenum target : {GL_ARRAY_BUFFER, GL_ELEMENT_ARRAY_BUFFER, GL_COPY_READ_BUFFER,
+                                GL_COPY_WRITE_BUFFER, GL_PIXEL_PACK_BUFFER}) {
+        driver()->glBindBuffer(target, _buffer);
+    }
+    driver()->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, _framebuffers[0]);
+    driver()->glBindFramebuffer(GL_READ_FRAMEBUFFER, _framebuffers[1]);
+    driver()->glBindRenderbuffer(GL_RENDERBUFFER, _renderbuffer);
+}
+
+/// Sets what the library could change, to other values than the library and than the other host.
+void StateContractTest::setHostState()
+{
+    const int i = _isSecondHost ? 2 : 1;
+    const float f = 0.25f * float(i);
+    const auto pick = [this](GLenum first, GLenum second) { return _isSecondHost ? second : first; };
+    for (const GLenum capability : StateGuard::capabilities()) {
+        _isSecondHost ? driver()->glEnable(capability) : driver()->glDisable(capability);
+    }
+    driver()->glViewport(i, i, i, i);
+    driver()->glScissor(i, i, i, i);
+    driver()->glClearColor(f, f, f, f);
+    driver()->glColorMask(i == 2, i == 1, i == 2, i == 1);
+    driver()->glBlendFunc(pick(GL_DST_COLOR, GL_SRC_ALPHA), pick(GL_SRC_COLOR, GL_DST_ALPHA));
+    driver()->glCullFace(pick(GL_FRONT, GL_FRONT_AND_BACK));
+    driver()->glFrontFace(pick(GL_CW, GL_CCW));
+    driver()->glDepthFunc(pick(GL_GREATER, GL_NOTEQUAL));
+    driver()->glDepthMask(i == 2);
+    driver()->glPolygonMode(GL_FRONT_AND_BACK, pick(GL_LINE, GL_POINT));
+    driver()->glPrimitiveRestartIndex(GLuint(i));
+    driver()->glStencilFunc(pick(GL_GREATER, GL_NOTEQUAL), i, GLuint(i));
+    driver()->glStencilOp(pick(GL_INVERT, GL_ZERO), pick(GL_INCR, GL_DECR), GL_ZERO);
+    driver()->glStencilMask(GLuint(i));
+    driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4 * i);
+    glVertexAttrib4f(1, f, f, f, f);
+}
+
+void StateContractTest::section(const QString &title, const Function &before)
+{
+    _section = title;
+    _before = before;
+}
+
+/// Measures a call. \a stated matches the items that the header states. A row that needs an extension is left empty without it.
+void StateContractTest::row(const QString &calls, const Function &call, const char *stated, const char *needs)
+{
+    if (!_isSecondHost) {
+        _rows.push_back({_section, calls, needs, {}, {}, {}});
+    }
+    Row &row = _rows[_isSecondHost ? _next++ : _rows.size() - 1];
+    if (!has(needs)) {
+        return;
+    }
+    bindHostObjects();
+    setHostState();
+    if (_before) {
+        _before();
+    }
+    driver()->glActiveTexture(GL_TEXTURE5);
+    const StateGuard guard;
+    call();
+    for (const QString &change : guard.changes()) {
+        note(row, stated, change);
+    }
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)) << qPrintable(_section + calls);
+}
+
+void StateContractTest::note(Row &row, const char *stated, const QString &change) const
+{
+    static const QHash<QString, QString> values{{"0", "off"},           {"1", "on"},
+                                                {"2304", "`GL_CW`"},    {"2305", "`GL_CCW`"},
+                                                {"7680", "`GL_KEEP`"},  {"7681", "`GL_REPLACE`"},
+                                                {"519", "`GL_ALWAYS`"}, {"4294967295", "0xFFFFFFFF"},
+                                                {"-1", "0xFFFFFFFF"},   {"0 0 8 8", "size of the image"}};
+    static const QRegularExpression form("^(GL_\\w+)(?: of (\\D+) (\\d+))? (.*) -> (.*)$");
+    const QStringList parts = form.match(change).capturedTexts();
+    const QString name = QString(parts.value(1)).remove("BACK_"), of = parts.value(2), after = parts.value(5);
+    const int number = parts.value(3).toInt();
+    // 1. State of a vertex array or framebuffer differs when another one is bound.
+    if ((name == "GL_ELEMENT_ARRAY_BUFFER_BINDING"
+         && integerOf(GL_VERTEX_ARRAY_BINDING) != GLint(_vertexArray))
+        || (QStringList{"GL_DRAW_BUFFER", "GL_READ_BUFFER", "GL_STENCIL_REF"}.contains(name)
+            && integerOf(GL_DRAW_FRAMEBUFFER_BINDING) != GLint(_framebuffers[0]))) {
+        return;
+    }
+    // 2. The words.
+    QStringList *list = &row.settings;
+    QString words = QString("`%1` %2").arg(name, values.value(after, after));
+    if (name == "GL_ACTIVE_TEXTURE") {
+        words = QString("active unit N-%1").arg(_units - (after.toInt() - GL_TEXTURE0));
+    } else if (name.contains("BINDING") || name == "GL_CURRENT_PROGRAM" || name.startsWith("GL_COPY_")) {
+        list = after == "0" ? &row.none : &row.bound;
+        words = QString(name).remove(QRegularExpression("^GL_(CURRENT_)?(TEXTURE_BINDING_)?|_BINDING$"));
+        words = words.replace('_', ' ').toLower().replace(QRegularExpression("(\\d)d"), "\\1D");
+        words += name.startsWith("GL_TEXTURE_B") ? " texture" : "";
+        const bool isForDraws = name == "GL_READ_FRAMEBUFFER_BINDING" && after.toUInt() == _framebuffers[0];
+        words += isForDraws ? " (the host's for draws)" : "";
+    }
+    words += of.isEmpty()   ? ""
+             : of == "unit" ? QString(" of unit N-%1").arg(_units - number)
+                            : QString(" of %1 %2").arg(of).arg(number);
+    // 3. Once for both hosts.
+    const QString sign = list == &row.bound ? "+" : list == &row.none ? "-" : "";
+    const bool isStated = *stated != '\0' && QRegularExpression(stated).match(sign + words).hasMatch();
+    *list += isStated ? words : '*' + words + '*';
+    list->removeDuplicates();
+}
+
+/// The items of a cell. "2D texture of unit N-2" and "2D texture of unit N-1" are one.
+QString joined(const QStringList &items)
+{
+    static const QRegularExpression form("^(.* of unit)( N-\\d+)(\\*?)$");
+    QStringList texts, units;
+    for (int i = 0; i < items.size(); ++i) {
+        const QStringList parts = form.match(items[i]).capturedTexts();
+        units.prepend(parts.value(2));
+        if (parts.isEmpty() || form.match(items.value(i + 1)).captured(1) != parts[1]) {
+            const QString list = units.size() > 2 ? units.first() + " to" + units.last() : units.join(" and");
+            texts += parts.isEmpty() ? items[i] : parts[1] + (units.size() > 1 ? "s" : "") + list + parts[3];
+            units.clear();
+        }
+    }
+    return texts.isEmpty() ? "" : texts.join(", ") + ' ';
+}
+
+/// Makes the calls in both hosts.
+QString StateContractTest::page()
+{
+    for (const bool isSecond : {false, true}) {
+        _isSecondHost = isSecond;
+        frame();
+        buffers();
+        geometry();
+        textures();
+        images();
+        managers();
+        instanceData();
+        scene();
+        light();
+    }
+    const QString committed = bytesOf(kPage); // for rows that this driver cannot measure
+    QString page = kIntroduction;
+    for (size_t i = 0; i < _rows.size();) {
+        const QString section = _rows[i].section;
+        QStringList calls, cells; // of the lines
+        for (; i < _rows.size() && _rows[i].section == section; ++i) {
+            const Row &row = _rows[i];
+            QString cell =
+                QString("| %1| %2| %3|").arg(joined(row.bound), joined(row.none), joined(row.settings));
+            if (!has(row.needs)) {
+                const QString line = "## " + QRegularExpression::escape(section) + "\n[^#]*\\n\\|[^|\\n]*"
+                                     + QRegularExpression::escape(row.calls) + "[^|\\n]*(\\|.*)";
+                cell = QRegularExpression(line).match(committed).captured(1);
+            }
+            const int same = cells.indexOf(cell);
+            if (same < 0) {
+                calls += row.calls;
+                cells += cell;
+            } else {
+                calls[same] += ", " + row.calls;
+            }
+        }
+        page += "\n## " + section + "\n\n| Calls | Bound | None | Settings |\n|---|---|---|---|\n";
+        for (int line = 0; line < calls.size(); ++line) {
+            page += "| " + calls[line] + ' ' + cells[line] + '\n';
+        }
+    }
+    return page;
+}
+
+/// Of half floats, with all levels.
+std::unique_ptr<Texture> newTexture(GLenum target = GL_TEXTURE_2D, int width = 8)
+{
+    auto texture = std::make_unique<Texture>(target, GL_RGBA16F, width, 8, 1, nullptr);
+    const AutoBinder binder(texture.get());
+    const bool isCube = target == GL_TEXTURE_CUBE_MAP;
+    for (GLenum i = 0; i < (isCube ? 6 : 1); ++i) {
+        glTexImage2D(isCube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + i : target, 0, GL_RGBA16F, width, 8, 0,
+                     GL_RGBA, GL_FLOAT, nullptr);
+    }
+    glGenerateMipmap(target);
+    return texture;
+}
+
+/// A full-screen quad with an index buffer and a command.
+QSharedPointer<DrawBuffers> newIndexedQuad()
+{
+    const auto quad = OpenGLDeviceContext::current()->newFullscreenQuad();
+    const auto indices = makeBuffer(GL_ELEMENT_ARRAY_BUFFER);
+    const unsigned short corners[] = {0, 1, 2};
+    const DrawElementsIndirectCommand command = {3, 1, 0, 0, 0};
+    const AutoBinder binder(indices.data());
+    indices->uploadGLushortData(corners, 3, GL_STATIC_DRAW);
+    quad->setIndexedDraw(indices, 3, GL_UNSIGNED_SHORT);
+    quad->setDrawElementsIndirectCommands(&command, 1);
+    return quad;
+}
+
+/// Makes the next draw of the shared quad connect its attributes again, as after another program.
+void forgetProgram()
+{
+    OpenGLDeviceContext::current()->fullscreenQuad()->VAO()->dirtyAttributeName("va_Vertex");
+}
+
+// Each row is a line.
+// clang-format off
+
+void StateContractTest::frame()
+{
+    section("Start, scopes, objects");
+    row("`initializeGLFunctions()`", [] { initializeGLFunctions(); });
+    row("`hasGLExtension()`", [] { hasGLExtension("GL_none"); });
+    row("`checkGLError()`, `hasGLError()`", [] { checkGLError(__FILE__, __LINE__); });
+    row("`logGLFramebuffer()`", [] { logGLFramebuffer(); });
+    row("the scope of an `AutoEnabler`", [] { const AutoEnabler enabler(GL_DITHER); });
+    row("the scope of an `AutoDisabler`", [] { const AutoDisabler disabler(GL_DITHER); });
+    row("constructor and destructor of wrappers", [] { BufferObject{nullptr}, VertexArrayObject{nullptr}, Texture{nullptr}, FramebufferObject{nullptr}; });
+    row("`addShader()`, `link()`, `clear()` of a `ShaderProgram`", [] { makeProgram(kAtOrigin)->clear(); });
+    _before = [] { driver()->glDisable(GL_DEBUG_OUTPUT_SYNCHRONOUS); };
+    row("`initializeGLDebugging()`", [] { initializeGLDebugging(); }, ".", "GL_ARB_debug_output");
+    TestContext::watchDriver();
+    section("`ShaderProgram`");
+    row("`bind()`", [this] { _program->bind(); }, ".");
+    _before = [this] { glUseProgram(_program->shaderProgramID()); };
+    row("`setUniform()`", [this] { _program->setUniform("u_None", QVariant(1)); });
+    row("`unbind()`", [this] { _program->unbind(); }, ".");
+}
+
+void StateContractTest::buffers()
+{
+    const auto buffer = makeBuffer(GL_ARRAY_BUFFER);
+    const auto other = makeBuffer(GL_ARRAY_BUFFER);
+    BufferObject indexed(nullptr);
+    section("`BufferObject`");
+    row("`bind()`", [&] { buffer->bind(); }, ".");
+    row("`rebind()`", [&] { other->rebind(buffer.data(), false); }, ".");
+    _before = [&] { glBindBuffer(GL_ARRAY_BUFFER, other->getBO()); };
+    row("`upload()`", [&] { other->upload({1, 2, 3, 4}, GL_STATIC_DRAW); });
+    row("`subUpload()`", [&] { other->subUpload({5, 6}, 1); });
+    row("`map()`, `unmap()`", [&] { other->map(GL_WRITE_ONLY), other->unmap(); });
+    row("`unbind()`", [&] { other->unbind(); }, ".");
+    row("`useStorageBuffer()`", [&] { buffer->useStorageBuffer(64, 0); }, ".", "GL_ARB_buffer_storage");
+    indexed.setIndexedTarget(GL_ATOMIC_COUNTER_BUFFER, 2, 0, 16);
+    row("`bind()` with index 2", [&] { indexed.bind(); }, ".", "GL_ARB_shader_atomic_counters");
+    row("`unbind()` with index 2", [&] { indexed.unbind(); }, ".", "GL_ARB_shader_atomic_counters");
+
+    const auto values = makeBuffer(GL_UNIFORM_BUFFER);
+    values->bind(), values->upload({1, 2, 3, 4}, GL_STATIC_DRAW), values->unbind();
+    UniformBufferObject block("Block", values, nullptr);
+    section("`UniformBufferObject`");
+    row("`bind()`", [&] { block.bind(nullptr); }, "point");
+    row("`unbind()`", [&] { block.unbind(nullptr); }, "point");
+    UniformBufferObject::bindBatchStart();
+    row("`bind()` in a batch", [&] { block.bind(nullptr); });
+    row("`bindBatchFlush()`", [] { UniformBufferObject::bindBatchFlush(); }, ".", "GL_ARB_multi_bind");
+    UniformBufferObject::bindBatchFlush();
+    block.unbind(nullptr);
+}
+
+void StateContractTest::geometry()
+{
+    const auto buffer = makeBuffer(GL_ARRAY_BUFFER);
+    VertexArrayObject array(nullptr);
+    VertexArrayObject other(nullptr);
+    bool didBind = false;
+    section("`VertexArrayObject`");
+    row("`upload()`", [&] { array.upload("va_Vertex", buffer, {1, 2, 3}, 3, GL_STATIC_DRAW); });
+    row("`subUpload()`", [&] { array.subUpload("va_Vertex", {1, 2, 3}, 3, 0); });
+    row("`mapBO()`, `unmapBO()`", [&] { array.mapBO("va_Vertex"), array.unmapBO("va_Vertex"); });
+    row("`bind()`", [&] { array.bind(); }, ".");
+    _before = [&] { glBindVertexArray(array.getVAO()); };
+    row("`enableArray()`", [&] { array.enableArray("va_Vertex", 1); });
+    row("`enableArray()` of an unknown name at slot 1", [&] { array.enableArray("va_None", 1); }, ".");
+    row("`enableShaderProgramArrays()`", [&] { array.enableShaderProgramArrays(_program.get()); });
+    row("`rebind()`", [&] { other.rebind(&array, didBind); }, ".");
+    row("`unbind()`", [&] { other.unbind(); }, ".");
+
+    const auto quad = newIndexedQuad();
+    const auto next = newIndexedQuad();
+    section("`DrawBuffers` and `OpenGLDeviceContext`");
+    row("`newVAO()`, `newBuffer()`", [] { OpenGLDeviceContext::current()->newBuffer(); });
+    row("`newFullscreenQuad()`, the first `fullscreenQuad()`", [] { OpenGLDeviceContext::current()->newFullscreenQuad(); });
+    row("`getDrawElementsIndirectCommandsUniformBufferObject()`", [&] { quad->getDrawElementsIndirectCommandsUniformBufferObject(); });
+    row("`bind()`", [&] { quad->bind(); }, ".");
+    row("`rebind()`", [&] { next->rebind(quad.data()); }, ".");
+    _before = [&] { glUseProgram(_program->shaderProgramID()), glBindVertexArray(next->VAO()->getVAO()); };
+    row("`draw()`, `drawDrawID()`", [&] { next->draw(_program.get()); });
+    row("`drawInstanced()`", [&] { next->drawInstanced(2); });
+    row("`unbind()`", [&] { next->unbind(); }, ".");
+}
+
+void StateContractTest::textures()
+{
+    const auto texture = newTexture();
+    TexturePool pool;
+    Texture *scratch = nullptr;
+    section("`Texture` and `TexturePool`");
+    row("`create2D()`", [] { Texture(nullptr).create2D(GL_TEXTURE_2D, GL_R8, kSize, kSize); });
+    row("`create3D()`", [] { Texture(nullptr).create3D(GL_TEXTURE_2D_ARRAY, GL_R8, kSize, kSize, 2); });
+    row("`create2DMultisample()`", [] { Texture(nullptr).create2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, GL_R8, kSize, kSize, 2); });
+    row("`bind()`", [&] { texture->bind(); }, ".");
+    row("`bind()` of a bound texture", [&] { texture->bind(); }, ".");
+    row("`width()` and other queries", [&] { texture->width(0); });
+    row("`unbind()` that is not the last", [&] { texture->unbind(); });
+    row("`unbind()`", [&] { texture->unbind(); }, "^-");
+    row("`TexturePool::take()`, `TextureManager::tempTexture()`", [&] { scratch = pool.take(RGBA, kSize, kSize, 1, 1); });
+    row("`releaseRef()`, `deleteUnused()`", [&] { pool.releaseRef(scratch, 1), pool.deleteUnused(); });
+
+    FramebufferObject framebuffer(nullptr);
+    section("`FramebufferObject`");
+    row("`isComplete()`, unbound", [&] { framebuffer.isComplete(); });
+    row("`bind()`", [&] { framebuffer.bind(); }, ".");
+    _before = [&] { glBindFramebuffer(GL_FRAMEBUFFER, framebuffer.getFBO()); };
+    row("`attach()`, `attachUpdate()`", [&] { framebuffer.attach(texture.get(), GL_COLOR_ATTACHMENT0, 0); });
+    row("`setDrawBuffers()`", [&] { framebuffer.setDrawBuffers(); });
+    row("`isComplete()`", [&] { framebuffer.isComplete(); });
+    row("`detach()`, `detachAll()`", [&] { framebuffer.detachAll(); });
+    row("`createTexture2D()`", [&] { framebuffer.createTexture2D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, GL_R8, kSize, kSize); });
+    delete framebuffer.detach(GL_COLOR_ATTACHMENT0);
+    row("`unbind()`", [&] { framebuffer.unbind(); }, ".");
+}
+
+void StateContractTest::images()
+{
+    Texture *texture = newTexture().release();
+    const auto target = newTexture();
+    const char *const stated = "^-.*framebuffer|^`";
+    section("Passes over images", forgetProgram);
+    row("`WritableCopyOfTexture()`", [&] { delete WritableCopyOfTexture(texture, 0, 0); });
+    row("`MakeTextureShaderFromString()`", [] { delete MakeTextureShaderFromString(kAllWhite); });
+    row("`ProcessTexture()`", [&] { ProcessTexture(_program.get(), {}, texture, target.get()); }, stated);
+    row("`FlipY()`, `SrgbToLinear()`, `LinearToSrgb()`, `Premultiply()`", [&] { FlipY(texture); }, stated);
+    row("`RemapColorRange()`", [&] { RemapColorRange(texture, 0, 0.5f); }, stated);
+    row("`BlitTexture()`", [&] { BlitTexture(texture, target.get(), RGBA, kSize, kSize); });
+    delete texture;
+
+    const QImage image(kSize, kSize, QImage::Format_ARGB32);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("image.png");
+    EXPECT_TRUE(image.save(path));
+    HdrFile hdr(kSize, 1);
+    hdr.scanlines = HdrFile::flat(HdrFile::ramp(kSize));
+    const QByteArray ktx = KtxFile::of(kSize, kSize).addLevel(kSize * kSize * 4).bytes();
+    TextureFileInfo asInFile, remapped;
+    asInFile.keepOrientation = true;
+    remapped.highValue = 0.5f;
+    const auto load = [](QByteArray bytes, const TextureFileInfo &info = {}) {
+        delete LoadTextureFromMemory(reinterpret_cast<unsigned char *>(bytes.data()), ulong(bytes.size()), info, "");
+    };
+    section("Images", forgetProgram);
+    row("`SolidColorTexture()`, `MakeColorTexture()`", [] { delete MakeColorTexture(Qt::red); });
+    row("`QImageToTexture()`", [&] { delete QImageToTexture(image, false, {}); });
+    row("`LoadTextureFromFile()`, `LoadTextureFromMemory()`: what QImage reads", [&] { delete LoadTextureFromFile(path, {}); });
+    row("HDR", [&] { load(hdr.bytes()); });
+    row("ASTC", [&] { load(AstcFile().addBlocks().bytes()); }, "", "GL_KHR_texture_compression_astc_ldr");
+    row("KTX with `keepOrientation`", [&] { load(ktx, asInFile); });
+    row("KTX without it", [&] { load(ktx); });
+    row("QImage with other values than 0 to 1", [&] { delete QImageToTexture(image, false, remapped); });
+}
+
+void StateContractTest::managers()
+{
+    const char *const source = "#version 150\n#include \"TextureManager.glslh\"\nuniform uvec2 u_Token;\nout vec4 color;\n"
+                               "void main() { color = managedTexture(u_Token, vec2(0.5)); }\n";
+    for (const auto &[name, needs] : {std::pair("SamplerTextureManager", ""), {"Array2DTextureManager", ""}, {"BindlessTextureManager", "GL_ARB_bindless_texture"}}) {
+        HelperTextures helpers;
+        std::unique_ptr<TextureManager> manager;
+        std::unique_ptr<ShaderProgram> program;
+        Texture *texture = nullptr;
+        if (has(needs)) {
+            manager.reset(*name == 'S' ? static_cast<TextureManager *>(new SamplerTextureManager) : *name == 'A' ? static_cast<TextureManager *>(new Array2DTextureManager) : new BindlessTextureManager);
+            GLSLMacroProcessor processor;
+            manager->setup(&processor);
+            program = makeProgram(kAllOver, source, &processor, {manager->getShaderFile()});
+            texture = newTexture().release(); // the manager deletes it
+        }
+        QVector<TextureToken> tokens(2);
+        section(QString("`%1`").arg(name));
+        row("`tokenForColor()`", [&] { tokens[0] = manager->tokenForColor(Qt::red); }, "", needs);
+        row("`tokenForTexture()`", [&] { tokens[1] = manager->tokenForTexture(texture); }, "", needs);
+        row("`textureForToken()`", [&] { manager->textureForToken(tokens[0]); }, "", needs);
+        row("`bind(tokens)`", [&] { manager->bind(tokens); }, "\\+", needs);
+        _before = [&] { program->bind(); };
+        row("`bind(program)`", [&] { manager->bind(program.get()); }, "\\+", needs);
+        row("`unbind(program)`", [&] { manager->unbind(program.get()); }, "^-", needs);
+        row("`unbind(tokens)`", [&] { manager->unbind(tokens); }, "^-", needs);
+        row("`clear()`", [&] { program->unbind(), manager->clear(); }, "", needs);
+        manager.reset();
+        helpers.deleteAll();
+    }
+}
+
+void StateContractTest::instanceData()
+{
+    using Plan = InstanceDataPlan;
+    const char *const source = "#version 150\n#instancedata \"Paint\"\nout vec4 color;\n"
+                               "void main() { color = getTint(1u) + getKind(1u); }\n";
+    const char *const storage = "GL_ARB_shader_storage_buffer_object";
+    const std::tuple<const char *, Plan::MechanismType, const char *> mechanisms[] = {
+        {"UniformBufferMechanism", Plan::eUniformBufferMechanism, ""}, {"UniformMechanism", Plan::eUniformMechanism, ""},
+        {"StorageBufferMechanism", Plan::eStorageBufferMechanism, storage}, {"TextureMechanism", Plan::eTextureMechanism, ""},
+        {"BufferTextureMechanism", Plan::eBufferTextureMechanism, ""}};
+    for (const auto &[name, type, needs] : mechanisms) {
+        std::unique_ptr<InstanceDataCollection> items;
+        std::unique_ptr<ShaderProgram> program;
+        if (has(needs)) {
+            auto *plan = new Plan("Paint");
+            plan->addMember(Plan::eVec4, "tint");
+            plan->addMember(Plan::eIVec4, "kind");
+            plan->setMechanism(type);
+            InstanceDataRegistry::Instance()->registerPlan(plan);
+            items = std::make_unique<InstanceDataCollection>(plan, 2ul);
+            program = makeProgram(kAtOrigin, source, nullptr, {"ZelUtilities.glslc"}, {plan->glslc()});
+        }
+        section(QString("`InstanceDataCollection` with `%1`").arg(name), [&] { program->bind(); });
+        row("`bind()`", [&] { items->bind(program.get(), nullptr); }, "\\+", needs);
+        row("`unbind()`", [&] { items->unbind(program.get(), nullptr); }, "^-", needs);
+        if (program) {
+            program->unbind();
+        }
+        items.reset();
+        InstanceDataRegistry::Instance()->clear();
+    }
+}
+
+void StateContractTest::scene()
+{
+    auto *plan = new InstanceDataPlan("Object");
+    for (const char *name : {"ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix"}) {
+        plan->addMember(InstanceDataPlan::eMat4, name);
+    }
+    InstanceDataRegistry::Instance()->registerPlan(plan);
+    InstanceDataCollection objects(plan, 1ul);
+    const auto quad = newIndexedQuad();
+    GPUModel model;
+    model.setDeleteOnClear(false);
+    model.useTransform(model.add(quad.data(), 4, nullptr, &objects, 0), 0, model.addTransform(-1, QMatrix4x4()));
+    ShaderProgram *const p = _program.get();
+    const auto draw = [&](WindingType winding, bool stencil) { EXPECT_TRUE(model.draw(p, nullptr, 0, 0, winding, stencil)); };
+    const char *const stated = "^-|GL_CULL_FACE";
+    section("`GPUModel`", [&] { p->bind(), quad->VAO()->dirtyAttributeName("va_Vertex"); });
+    row("the first `draw()` of the process", [&] { draw(eWindingDefault, false); }, stated);
+    row("the first `drawSimple()` of the process", [&] { model.drawSimple(p, nullptr, 0, 0); }, "^-");
+    row("`draw()` with `eWindingDefault`, `eWindingOff`", [&] { draw(eWindingOff, false); }, stated);
+    row("`draw()` with `eWindingCCW`", [&] { draw(eWindingCCW, false); }, stated);
+    row("`draw()` with `eWindingCW`", [&] { draw(eWindingCW, false); }, stated);
+    row("`draw()` with stencil and material 4", [&] { draw(eWindingDefault, true); }, stated);
+    row("`drawSimple()`", [&] { model.drawSimple(p, nullptr, 0, 0); }, "^-");
+    InstanceDataCollection *object = nullptr, *material = nullptr;
+    TextureManager *manager = nullptr;
+    VertexArrayObject *array = nullptr;
+    DrawBuffers *bound = nullptr;
+    row("`drawMesh()`", [&] { model.drawMesh(0, nullptr, object, material, manager, array, bound, p, nullptr); }, "\\+");
+    objects.unbind(p, nullptr);
+    quad->unbind();
+
+    Texture layers(GL_TEXTURE_2D_ARRAY, GL_R32F, kSize, kSize, 1, nullptr);
+    ShadowMapRenderData table;
+    table.projectionTexture = &layers;
+    const QVariant data = QVariant::fromValue<QObject *>(&table);
+    section("`ShadowMapManager`", [&] { p->bind(); });
+    row("`bind()`", [&] { ShadowMapManager::bind(p, data); }, "\\+");
+    row("`unbind()`", [&] { ShadowMapManager::unbind(p, data); }, "^-");
+    p->unbind();
+    InstanceDataRegistry::Instance()->clear();
+}
+
+void StateContractTest::light()
+{
+    const auto cube = newTexture(GL_TEXTURE_CUBE_MAP);
+    const auto other = newTexture(GL_TEXTURE_CUBE_MAP);
+    const auto strip = newTexture(GL_TEXTURE_2D, 6 * kSize);
+    const auto model = SHADING_TRADITIONAL;
+    const char *const bake = "^`GL_(BLEND|DEPTH|COLOR|SCISSOR_TEST)|^-.*framebuffer";
+    const char *const render = "^`GL_(BLEND|DEPTH|VIEWPORT)|^-.*framebuffer";
+    section("Bakes and conversions of environments", forgetProgram);
+    row("`CreatePrefilteredCubeEnvMap()`", [&] { delete CreatePrefilteredCubeEnvMap(cube.get(), kSize, 1, model, RGBA); }, bake);
+    row("`CreatePrefilteredLatLongEnvMap()`", [&] { delete CreatePrefilteredLatLongEnvMap(strip.get(), kSize, kSize, 1, model, RGBA); }, bake);
+    row("`CreatePreintegratedBRDFTable()`", [&] { delete CreatePreintegratedBRDFTable(kSize, kSize, 4, model, RGBA); }, bake);
+    row("constructors of the renderers", [] { const TvoRenderCubemap_Linear renderer; });
+    row("`createGLCubemapFromTexture()`, `createCubemap()`, `renderCubemap()`", [&] { delete createGLCubemapFromTexture(strip.get(), eSourceLinear, GL_TEXTURE_CUBE_MAP, eColorSpaceLinear, 0); }, render);
+    row("`createGLCubemapNDotLFromGLCubemap()`", [&] { delete createGLCubemapNDotLFromGLCubemap(cube.get(), GL_TEXTURE_CUBE_MAP, kSize, 1, 1); }, render);
+    row("`createGLCubemapStripFromTexture()`", [&] { delete createGLCubemapStripFromTexture(cube.get(), 0); }, render);
+    row("`copyCubeMapTextureAsLod()`", [&] { copyCubeMapTextureAsLod(cube.get(), other.get(), 0); }, render);
+}
+
+// clang-format on
+
+} // namespace
+
+TEST_F(StateContractTest, EachCallLeavesWhatThePageSays)
+{
+    static const QString measured = page(); // once: a process has one first draw
+    if (qEnvironmentVariableIsSet("ZELGL_WRITE_PAGES")) {
+        writeFile(kPage, measured.toUtf8());
+    }
+    EXPECT_EQ(QString(bytesOf(kPage)).split('\n'), measured.split('\n'))
+        << "ZELGL_WRITE_PAGES=1 writes the page";
+}
