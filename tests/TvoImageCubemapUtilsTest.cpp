@@ -2,7 +2,6 @@
 
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
-#include "support/StateGuard.h"
 #include "support/TextureParameter.h"
 #include "support/Vec.h"
 
@@ -324,35 +323,4 @@ TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
         EXPECT_EQ(maxLevel == 2, copied(small.get(), target.get(), 2));
     }
     EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));
-}
-
-TEST_F(TvoImageCubemapUtilsTest, RendersLeaveTheStateThatTheyAreStatedToLeave)
-{
-    const auto source = image(64, 48, places);
-    const auto sky = cube(4, colorOf);
-    const auto changesOf = [](const std::function<void()> &render) {
-        driver()->glViewport(1, 2, 3, 4);
-        for (const GLenum capability : {GL_BLEND, GL_DEPTH_TEST, GL_TEXTURE_CUBE_MAP_SEAMLESS}) {
-            driver()->glEnable(capability);
-        }
-        driver()->glDepthMask(GL_TRUE);
-        driver()->glClearColor(0.5f, 0.5f, 0.5f, 0.5f);
-        const StateGuard guard;
-        render();
-        return guard.changes().filter(QRegExp("^GL_(?!ACTIVE_TEXTURE)")); // the unit of the last unbind
-    };
-    EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 0 0 0 0",
-                           "GL_VIEWPORT 1 2 3 4 -> 0 0 16 16"}),
-              changesOf([&] { converted(source.get(), eSourceCross); }));
-    EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 1 1 1 1",
-                           "GL_DEPTH_TEST 1 -> 0", "GL_DEPTH_WRITEMASK 1 -> 0"}),
-              changesOf([&] { delete createGLCubemapStripFromTexture(sky.get(), 0); }));
-    EXPECT_EQ((QStringList{"GL_BLEND 1 -> 0", "GL_COLOR_CLEAR_VALUE 0.5 0.5 0.5 0.5 -> 0 0 0 0",
-                           "GL_TEXTURE_CUBE_MAP_SEAMLESS 1 -> 0", "GL_VIEWPORT 1 2 3 4 -> 0 0 2 2"}),
-              changesOf([&] {
-                  delete createGLCubemapNDotLFromGLCubemap(sky.get(), GL_TEXTURE_CUBE_MAP, 2, 1, 1.0f);
-              }));
-    _capture.take(); // the duration
-    EXPECT_EQ(QStringList{"GL_VIEWPORT 1 2 3 4 -> 0 0 4 4"},
-              changesOf([&] { copyCubeMapTextureAsLod(sky.get(), cube(16, colorOf).get(), 2); }));
 }

@@ -332,7 +332,7 @@ Texture *CreatePrefilteredCubeEnvMap(Texture *envMap, int size, unsigned numSamp
         return nullptr;
     }
     // Required: the framebuffers are not restored, unlike in the other two; see
-    // PrefilteredEnvMapTest.BakesAreReadyToSampleAndLeaveTheStateThatTheyAreStatedToLeave.
+    // StateContractTest.EachCallLeavesWhatThePageSays.
     const SavedViewport viewport;
     return filterEnvMap(*envMap, kCubeBake, drawCubeLevels, GL_CLAMP_TO_EDGE, size, size, numSamples, model,
                         format);

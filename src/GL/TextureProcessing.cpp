@@ -116,7 +116,7 @@ void drawQuad(ShaderProgram *program, const QHash<QString, QVariant> &uniforms, 
 
     const DefaultRasterState rasterState;
     // texture() decodes sRGB, so the draw must encode; see
-    // TextureProcessingTest.APassKeepsEncodedColoursAndLeavesAFullMipChainAndTheStatedState.
+    // TextureProcessingTest.APassKeepsEncodedColoursAndLeavesAFullMipChain.
     const AutoEnabler encoding(GL_FRAMEBUFFER_SRGB);
     FullscreenPass::setState();
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);

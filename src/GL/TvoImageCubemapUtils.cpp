@@ -311,7 +311,7 @@ bool TvoRenderCubemapBase::renderFace(int size, const Texture &target, int face)
     const float *color = kCubeFaces[face].clearColor;
     glClearColor(color[0], color[1], color[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
-    // Required: black remains set; see TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
+    // Required: black remains set; see StateContractTest.EachCallLeavesWhatThePageSays.
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
 
     // 3. The draw, unless the subclass refuses. renderEnd() follows in both cases.
@@ -424,7 +424,7 @@ bool TvoRenderCubemapBaseTexture::beginFilter(int face, float exponent)
 
 void TvoRenderCubemapBaseTexture::endFilter(int face)
 {
-    // Off, whatever the host had set: see TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
+    // Off, whatever the host had set: see StateContractTest.EachCallLeavesWhatThePageSays.
     glDisable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     TvoRenderCubemapBaseTexture::renderEnd(face);
 }

@@ -57,7 +57,7 @@ bool drawStrip(Texture &strip, Texture &cube, ShaderProgram &program, const Leve
                        static_cast<int>(cube.unit()));
     const int transform = program.getUniformLocation(QStringLiteral("u_Transform"));
     // Depth test and depth writes stay off, unlike after a bake: see
-    // TvoImageCubemapUtilsTest.RendersLeaveTheStateThatTheyAreStatedToLeave.
+    // StateContractTest.EachCallLeavesWhatThePageSays.
     FullscreenPass::setState();
     glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
     // 2. One face after the other, each in its part of the strip.

@@ -31,7 +31,7 @@ public:
     /// Turns off blending, the depth test and depth writes, so that every pixel becomes what the shader computes.
     static void setState();
     /// Required: turns the depth test and depth writes on, whatever the host had set before the pass; see
-    /// PrefilteredEnvMapTest.BakesAreReadyToSampleAndLeaveTheStateThatTheyAreStatedToLeave.
+    /// StateContractTest.EachCallLeavesWhatThePageSays.
     static void resetState();
 
 private:
