@@ -28,15 +28,16 @@ constexpr char kPage[] = ZELGL_SOURCE_DIR "/docs/state-contract.md";
 constexpr char kIntroduction[] = R"(# What each call leaves in GL
 
 `tests/StateContractTest.cpp` writes this page. It makes each call in two hosts with opposite settings, which have objects of their
-own bound everywhere, and compares GL's state before and after.
+own bound everywhere, and compares the state of GL before and after. A test fails when the page is out of date.
 
-- *Bound*: objects of the call that stay bound. *None*: the call leaves 0 where an object was bound.
+- *Bound* are objects of the call that stay bound. *None* are bindings that become 0, whatever the host had bound there.
 - *Settings* have these values after the call, whatever the host had set.
-- Text in italics: the header does not say so.
+- In italics is what the header does not say.
 - Unit N-1 is the highest texture unit that was free before the call, N-2 the next lower one, and so on.
-- What a call changes in objects, such as uniforms, attachments and filters, is not listed, and calls without GL are not either.
+- The columns leave out what a call changes in an object: uniforms, attachments, filters. Calls that are not listed make no GL call
+  or change nothing.
 
-Calls that upload images need GL's defaults of the unpack parameters, except the alignment.
+When a call uploads an image, the unpack parameters of GL, except the alignment, must have their defaults.
 )";
 
 /// A line of the page, before those with the same results become one.
@@ -204,20 +205,20 @@ void StateContractTest::note(Row &row, const char *stated, const QString &change
         name.contains("BINDING") || name == "GL_CURRENT_PROGRAM" || name.startsWith("GL_COPY_");
     QString words =
         QString(name).remove(QRegularExpression("^GL_(CURRENT_)?|_BINDING")).replace('_', ' ').toLower();
-    if (words.startsWith("texture ")) {
-        words = words.mid(8).replace(QRegularExpression("^(.)d"), "\\1D") + " texture";
-    } else if (name == "GL_ACTIVE_TEXTURE") {
+    if (name == "GL_ACTIVE_TEXTURE") {
         words = QString("active unit N-%1").arg(_units - (after.toInt() - GL_TEXTURE0));
     } else if (!isBinding) {
         words = QString("`%1` %2").arg(name, values.value(after, after));
+    } else if (words.startsWith("texture ")) {
+        words = words.mid(8).replace(QRegularExpression("^(.)d"), "\\1D") + " texture";
     }
     words += parts[2].contains("unit") ? QString(" of unit N-%1").arg(_units - parts[3].toInt()) : parts[2];
-    const bool isStated =
-        *stated != '\0'
-        && QRegularExpression(stated).match((isBinding && after == "0" ? "none " : "") + words).hasMatch();
     QStringList &list = !isBinding ? row.settings : after == "0" ? row.none : row.bound;
+    const QString item = (&list == &row.none ? "none " : "") + words;
+    const bool isStated = *stated != '\0' && QRegularExpression(stated).match(item).hasMatch();
     list += isStated ? words : '*' + words + '*';
     list.removeDuplicates();
+    list.sort();
 }
 
 /// Makes the calls in both hosts.
@@ -444,8 +445,8 @@ void StateContractTest::images()
     row("HDR", [&] { load(hdr.bytes()); });
     row("ASTC", [&] { load(AstcFile().addBlocks().bytes()); }, "", "GL_KHR_texture_compression_astc_ldr");
     row("KTX with `keepOrientation`", [&] { load(ktx, asInFile); });
-    row("KTX without it", [&] { load(ktx); });
-    row("QImage with other values than 0 to 1", [&] { delete QImageToTexture(image, false, remapped); });
+    row("KTX without `keepOrientation`", [&] { load(ktx); });
+    row("what QImage reads, with `remapRange` and other values than 0 and 1", [&] { delete QImageToTexture(image, false, remapped); });
 }
 
 void StateContractTest::managers()
