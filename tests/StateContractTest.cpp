@@ -246,6 +246,7 @@ QString StateContractTest::page()
     for (const Section &section : _sections) {
         const QString head = "\n## " + section.title + "\n\n";
         if (!section.isMeasured) {
+            EXPECT_TRUE(committed.contains(head)) << "Only a driver with its extension writes this section";
             page += head + committed.section(head, 1).section("\n## ", 0, 0);
             continue;
         }
