@@ -671,6 +671,7 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
 
     const int parent = _model.addTransform(-1, QMatrix4x4());
     const int child = _model.addTransform(parent, QMatrix4x4());
+    _model.setVisibility(std::numeric_limits<int>::min(), 2); // no transform: nothing changes
     _model.setVisibility(parent, 2);
     EXPECT_FALSE(_model.isVisible(parent));
     EXPECT_TRUE(_model.isVisible(child));
@@ -843,6 +844,10 @@ TEST_F(GPUModelTest, ASteadyFrameTakesNoMemoryForADrawable)
     for (size_t &ofFrame : taken) { // of 2 drawables, then of 32
         for (const int count = _model.numDrawables() == 0 ? 2 : 32; _model.numDrawables() < count;) {
             _model.useBoundingBox(addSquares({placed(0, 0)}), 0, 0);
+        }
+        const int partial = _model.add(squares(_model.numDrawables()), 0, nullptr, nullptr, 0);
+        for (int i = 1; i < partial; ++i) { // command 0 is hidden, so that a draw lists the others
+            _model.useTransform(partial, i, 0);
         }
         for (int frame = 0; frame < 3; ++frame) { // the first frames allocate what they need
             for (int i = 0; i < _model.numDrawables(); ++i) {

@@ -196,7 +196,7 @@ protected:
         }
         manager->bind(bound);
         program->bind();
-        manager->bind(program.get());
+        manager->bind(_draws++ % 2 == 0 ? program.get() : nullptr); // null: the one in use
         glUniform2ui(program->getUniformLocation("u_Token"), GLuint(token.token), GLuint(token.token >> 32));
         glUniform2f(program->getUniformLocation("u_Size"), float(width), float(height));
         const Pixels pixels = drawnPixels(*program, width, height);
@@ -224,6 +224,7 @@ protected:
 private:
     QTemporaryDir _folder;
     int _files = 0;
+    int _draws = 0;
     std::map<QString, std::unique_ptr<ShaderProgram>> _programs;
     HelperTextures _helpers;
 };

@@ -245,8 +245,10 @@ TEST_F(TvoImageCubemapUtilsTest, RenderersWithoutAProgramAndFacesThatAreNoneDraw
     class Boaster : public TvoRenderCubemapBase
     {
     public:
+        using TvoRenderCubemapBase::largestBatchSize;
         bool createShader() override { return true; }
     };
+    EXPECT_EQ(1, Boaster().largestBatchSize());
     EXPECT_FALSE(Boaster().renderCubemap(4, GL_RGBA8, nullptr));
     EXPECT_EQ(nullptr, Boaster().createCubemap(4, GL_RGBA8, GL_TEXTURE_CUBE_MAP));
     EXPECT_MESSAGES("debug [TvoImageCubemapUtils.cpp:#] [ !! ] Failed to create Shader");
