@@ -669,6 +669,13 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     _model.updateTransforms();
     EXPECT_NEAR(y, read(_model.objectData(far), 0, "InverseModelMatrix")(1, 3), 1e-4);
 
+    _model.sortDrawablesByFlags(); // the late drawable, whose command is hidden now, becomes the last one
+    _model.setVisibility(0, 2);
+    const Tap<&glDrawElementsBaseVertex> draws;
+    EXPECT_TRUE(draw());
+    EXPECT_EQ(3u, draws.count());
+    _model.setVisibility(0, 0);
+
     const int parent = _model.addTransform(-1, QMatrix4x4());
     const int child = _model.addTransform(parent, QMatrix4x4());
     _model.setVisibility(std::numeric_limits<int>::min(), 2); // no transform: nothing changes
