@@ -1,5 +1,6 @@
 #include "support/GLFixture.h"
 #include "support/Tap.h"
+#include "support/TextureParameter.h"
 
 #include <ZelGL/FramebufferObject.h>
 #include <ZelGL/GLUtilities.h>
@@ -133,11 +134,12 @@ TEST_F(FramebufferObjectTest, EachTargetHasACallAndLayersAreAtConsecutivePoints)
     EXPECT_TRUE(framebuffer.attachmentPoints().isEmpty());
     EXPECT_EQ(0, attachmentParameter(GL_COLOR_ATTACHMENT2, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
 
-    ASSERT_TRUE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 3));
+    ASSERT_TRUE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 5, 3));
     ASSERT_TRUE(framebuffer.createTexture2D(GL_COLOR_ATTACHMENT3, GL_TEXTURE_2D, GL_RGBA8, 4, 4));
     EXPECT_FALSE(framebuffer.createTexture3D(GL_COLOR_ATTACHMENT4, GL_TEXTURE_2D_ARRAY, GL_RGBA8, 4, 4, 0));
     const std::unique_ptr<Texture> array(framebuffer.attachment(GL_COLOR_ATTACHMENT0)); // the caller's
     const std::unique_ptr<Texture> flat(framebuffer.attachment(GL_COLOR_ATTACHMENT3));
+    EXPECT_EQ(5, levelParameter(*array, 0, GL_TEXTURE_HEIGHT));
     EXPECT_EQ(5, Texture::NumAlive());
     EXPECT_EQ(4, framebuffer.attachmentPoints().size());
     EXPECT_EQ(0, attachmentParameter(GL_COLOR_ATTACHMENT3, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL));

@@ -164,16 +164,10 @@ TEST_F(GLDebuggingTest, ADriverMessageIsPutIntoWords)
     ASSERT_TRUE(initializeGLDebugging());
     const QStringList sources{"api",        "window system", "shader compiler",
                               "thirdparty", "application",   "other"};
-    const QStringList types{"error",
-                            "deprecated behaviour",
-                            "undefined behaviour",
-                            "portability",
-                            "performance",
-                            "other",
-                            "<unknown>",
-                            "marker",
-                            "push group",
-                            "pop group"};
+    const QString words(
+        "error,deprecated behaviour,undefined behaviour,portability,performance,other,<unknown>,"
+        "marker,push group,pop group");
+    const QStringList types = words.split(',');
     const QStringList severities{"high", "medium", "low", "<unknown>"};
     for (int i = 0; i < types.size(); ++i) { // in the order of the numbers of GL
         DebugDriver::callback(GLenum(0x8246 + i), GLenum((i < 7 ? 0x824C : 0x8261) + i), 0x1f,

@@ -639,7 +639,8 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     const int early = addSquares({placed(0, 0), placed(1, 1)}, 3ull << 55 | 3);
     _model.removeFlags(0, 2, 1ull << 55); // now lower flags follow higher ones
     _model.removeFlags(early, 1ull << 56 | 1);
-    _model.addFlags(late, 5ull << 52 | 1);
+    _model.addFlags(late, 5ull << 52);
+    _model.addFlags(late, late + 1, 1);
     _model.setFlags(early, 0, 0, kAll); // names no drawable: nothing changes
     _model.sortDrawablesByFlags();
     _model.sortDrawablesByFlags();
@@ -647,7 +648,7 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     EXPECT_EQ(2u, _model.getFlags(early));
     EXPECT_EQ(0, _model.maxUVSets());
     EXPECT_EQ(5, _model.maxTangentSets());
-    EXPECT_TRUE(_model.isDrawAny(4));
+    EXPECT_TRUE(_model.isDrawAny(4) && !_model.isDrawAny(8));
 
     // References are positions, so that of number 0 now means the other drawable.
     _model.addObjectName(late, 1, "a");
@@ -674,7 +675,6 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     const Tap<&glDrawElementsBaseVertex> draws;
     EXPECT_TRUE(draw());
     EXPECT_EQ(3u, draws.count());
-    _model.setVisibility(0, 0);
 
     const int parent = _model.addTransform(-1, QMatrix4x4());
     const int child = _model.addTransform(parent, QMatrix4x4());
@@ -691,7 +691,8 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     _model.clear();
     for (int i = 0; i <= child; ++i) { // the numbers keep their old visibility
         _model.addTransform(-1, QMatrix4x4());
-        EXPECT_EQ(i != parent, _model.isVisible(i));
+        EXPECT_EQ(i != 0 && i != parent, _model.isVisible(i));
+        EXPECT_EQ(QMatrix4x4(), _model.worldTransform(i));
     }
 }
 
@@ -746,7 +747,7 @@ TEST_F(GPUModelTest, EachFormOfADrawTakesItsDrawables)
         return count;
     };
     EXPECT_EQ(9u, drawn(_model.draw(p, &_textures, 0, 0)));
-    EXPECT_EQ(6u, drawn(_model.draw(p, &_textures, 2, 2, eWindingOff, false)));
+    EXPECT_EQ(6u, drawn(_model.draw(p, &_textures, 3, 2, eWindingOff, false)));
     EXPECT_EQ(2u, drawn(_model.draw(p, &_textures, 2, 3, eWindingOff, nullptr, false)));
     EXPECT_EQ(4u, drawn(_model.draw(p, 3, 3, eWindingOff, false)));
     EXPECT_EQ(3u, drawn(_model.drawExclude(p, &_textures, 0, 0, eWindingOff, nullptr, {1})));

@@ -25,17 +25,6 @@ using OpenGLDeviceContextTest = GLTest;
 
 } // namespace
 
-TEST_F(OpenGLDeviceContextTest, HandsItsArgumentsToWhatItMakes)
-{
-    const QSharedPointer<OpenGLDeviceContext> factory = OpenGLDeviceContext::current();
-    const QSharedPointer<BufferObject> owner = factory->newBuffer();
-    const QSharedPointer<BufferObject> wrapper = factory->newBuffer(owner->getBO());
-    EXPECT_EQ(owner->getBO(), wrapper->getBO());
-    EXPECT_EQ(1, BufferObject::NumAliveManaged());
-    const QSharedPointer<UniformBufferObject> uniforms = factory->newUniformBuffer("Block", owner);
-    EXPECT_EQ(owner, uniforms->bufferObject());
-}
-
 TEST_F(OpenGLDeviceContextTest, TheQuadIsSharedUntilTheContextIsResetAndAHostsFactoryMakesItsBuffers)
 {
     QWeakPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();
@@ -57,6 +46,7 @@ TEST_F(OpenGLDeviceContextTest, TheQuadIsTwoTrianglesOverClipSpaceAtTheNearPlane
     const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->newFullscreenQuad();
     EXPECT_EQ((std::vector<float>{-1, 1, -1, -1, -1, -1, 1, -1, -1, 1, -1, -1, 1, 1, -1, -1, 1, -1}),
               contentsOf<float>(*quad->VAO()->bo("va_Vertex"), 18));
+    EXPECT_EQ(6, quad->numVerts());
     const QSharedPointer<BufferObject> texCoords = quad->VAO()->bo("va_TexCoord");
     EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 1, 0, 1, 0, 1, 1, 0, 1}),
               contentsOf<float>(*texCoords, texCoords->valueCount()));

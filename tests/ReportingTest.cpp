@@ -45,39 +45,21 @@ TEST_F(ReportingTest, EveryFormHasItsLevelTakesTextAsItIsAndIsOneStatement)
     EXPECT_TRUE(other) << "the else must not have gone to the if of the macro";
 }
 
-TEST_F(ReportingTest, AnAssertionQuotesItsConditionAndGoesOn)
-{
-    const int value = 7;
-    ZEL_ASSERT(0 == value % 2 && "50%s", "value %d", value);
-    // A backslash precedes each per cent sign of the condition.
-    EXPECT_MESSAGES(
-        "critical [ReportingTest.cpp:#] [ !! ] Assertion '0 == value \\% 2 && \"50\\%s\"' failed: value 7");
-}
-
-TEST_F(ReportingTest, ACheckedAssertionLeavesTheFunctionWithItsFailureValue)
-{
-    const auto checked = [](int value) {
-        ZEL_ASSERT_RETURN(value % 2 == 0, -1, "%d is odd", value);
-        return value;
-    };
-    EXPECT_EQ(4, checked(4));
-    EXPECT_EQ(-1, checked(5));
-    EXPECT_MESSAGES("critical [ReportingTest.cpp:#] [ !! ] Assertion 'value \\% 2 == 0' failed: 5 is odd");
-}
-
-TEST_F(ReportingTest, AMessageIsEvaluatedOnlyWhenItFires)
+TEST_F(ReportingTest, AnAssertionQuotesItsConditionAndLeavesTheFunctionOnlyIfItIsChecked)
 {
     int conditions = 0;
     int messages = 0;
-    ZEL_ASSERT(++conditions == 1, "%d", ++messages);
-    [&] { ZEL_ASSERT_RETURN(++conditions == 2, , "%d", ++messages); }();
-    EXPECT_EQ(2, conditions);
-    EXPECT_EQ(0, messages);
-    [&] {
-        ZEL_ASSERT_RETURN(++conditions == 0, , "%d", ++messages);
-        ADD_FAILURE() << "a failed assertion must leave the function";
-    }();
-    EXPECT_EQ(3, conditions);
-    EXPECT_EQ(1, messages);
-    EXPECT_MESSAGES("critical [ReportingTest.cpp:#] [ !! ] Assertion '++conditions == 0' failed: 1");
+    const auto checked = [&](int expected) {
+        ZEL_ASSERT(++conditions == expected, "%d", ++messages);
+        ZEL_ASSERT_RETURN(++conditions % 9 == expected + 1 && "50%s", -1, "%d", ++messages);
+        return conditions;
+    };
+    EXPECT_EQ(2, checked(1));
+    EXPECT_EQ(0, messages) << "evaluated only when it fires";
+    EXPECT_EQ(-1, checked(0));
+    EXPECT_EQ(4, conditions);
+    // A backslash precedes each per cent sign of the condition.
+    const QString start = "critical [ReportingTest.cpp:#] [ !! ] Assertion '++conditions ";
+    EXPECT_MESSAGES(start + "== expected' failed: 1",
+                    start + "\\% 9 == expected + 1 && \"50\\%s\"' failed: 2");
 }

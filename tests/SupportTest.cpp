@@ -2,18 +2,10 @@
 
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
-#include "support/StateGuard.h"
-#include "support/Tap.h"
-
-#include <ZelGL/FramebufferObject.h>
-#include <ZelGL/Texture.h>
 
 #include <gtest/gtest-spi.h>
 
 #include <cmath>
-#include <memory>
-
-using namespace Orvane::Zel;
 
 namespace {
 
@@ -84,56 +76,13 @@ TEST_F(CaptureTest, MessagesAreComparedInLevelNumberOrderAndText)
     EXPECT_MESSAGES();
 }
 
-using TapTest = GLTest;
-
-TEST_F(TapTest, TapsOnOneSlotNestAndLeaveItAsItWas)
+TEST(PixelsTest, NearPicturesHaveOneSizeAndDifferByTheToleranceAtMost)
 {
-    const auto driversOwn = _ptrc_glViewport;
-    {
-        Tap<&glViewport> outer;
-        glViewport(0, 0, 1, 2);
-        {
-            Tap<&glViewport> inner;
-            inner.replace([](GLint, GLint, GLsizei, GLsizei) {});
-            glViewport(3, 4, 5, 6);
-            EXPECT_EQ(1u, inner.count());
-            EXPECT_EQ(6, inner.last<3>());
-        }
-        glViewport(0, 0, 7, 8);
-        const std::vector<Tap<&glViewport>::Call> passed = {{0, 0, 1, 2}, {0, 0, 7, 8}};
-        EXPECT_EQ(passed, outer.calls());
-    }
-    EXPECT_EQ(driversOwn, _ptrc_glViewport);
-}
-
-using PixelsTest = GLTest;
-
-TEST_F(PixelsTest, APictureIsReadBackTheSameFromATextureAndAFramebuffer)
-{
-    Pixels picture(3, 2, {0.2f, 0.2f, 0.2f, 1});
-    picture.at(2, 0) = {0, 0, 1, 1};
-    Texture texture(nullptr);
-    texture.create2D(GL_TEXTURE_2D, GL_RGB8, 3, 2);
-    texture.bind();
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 3, 2, GL_RGBA, GL_FLOAT, picture.data());
-    FramebufferObject framebuffer(nullptr);
-    framebuffer.bind();
-    framebuffer.attach(&texture, GL_COLOR_ATTACHMENT0, 0);
-
-    StateGuard guard;
-    const Pixels ofTexture = Pixels::ofTexture(GL_TEXTURE_2D, texture.textureID());
-    EXPECT_TRUE(ofTexture.isNear(picture, 0.001f));
-    EXPECT_TRUE(Pixels::ofFramebuffer(0, 0, 3, 2).isNear(ofTexture, 0.0f));
-    EXPECT_EQ(QStringList(), guard.changes());
-
-    Pixels other = ofTexture;
+    const Pixels picture(3, 2, {0.2f, 0.2f, 0.2f, 1});
+    Pixels other = picture;
     other.at(1, 1).setX(0.1f);
-    EXPECT_TRUE(ofTexture.isNear(other, 0.11f));
-    EXPECT_FALSE(ofTexture.isNear(other, 0.09f));
-    EXPECT_FALSE(ofTexture.isNear(1, 1, {std::nanf(""), 0, 0, 1}, 1.0f));
-    EXPECT_FALSE(ofTexture.isNear(Pixels(3, 3), 1.0f));
-
-    framebuffer.detachAll();
-    framebuffer.unbind();
-    texture.unbind();
+    EXPECT_TRUE(picture.isNear(other, 0.11f));
+    EXPECT_FALSE(picture.isNear(other, 0.09f));
+    EXPECT_FALSE(picture.isNear(1, 1, {std::nanf(""), 0, 0, 1}, 1.0f));
+    EXPECT_FALSE(picture.isNear(Pixels(3, 3), 1.0f));
 }

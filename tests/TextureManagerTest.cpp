@@ -541,11 +541,13 @@ TEST_F(ArrayManagerTest, StorageIsMadeOnceALayerAndALevel)
     }
     manager.bind(tokens);
     Tap<&glTexImage3D> storage;
+    Tap<&glTexParameterf> anisotropy;
     FramebufferObject framebuffer(nullptr);
     framebuffer.bind();
     manager.updateSlots();
     EXPECT_EQ(GLint(framebuffer.getFBO()), integerOf(GL_DRAW_FRAMEBUFFER_BINDING));
     framebuffer.unbind();
+    EXPECT_EQ(hasGLExtension("GL_EXT_texture_filter_anisotropic"), anisotropy.count() == 1);
     ASSERT_EQ(3u * 2u, storage.count()) << "8x2 and 4x1";
     const auto call = [](int level, int width, int height) {
         return std::make_tuple(GLenum(GL_TEXTURE_2D_ARRAY), level, GL_RGBA8, width, height, 3, 0,

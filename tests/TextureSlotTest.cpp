@@ -196,8 +196,8 @@ TEST_F(TextureSlotTest, HostsFindSlotsBySizeAndFormat)
                                   formatOf(2, 40, GL_R8)};
     for (unsigned int i = 0; i < 4; ++i) {
         EXPECT_EQ(i, manager.findSlotLayer(formats[i], 1).slot);
+        EXPECT_TRUE(manager.seachForSlotWithLargestXY(slot, index));
     }
-    EXPECT_TRUE(manager.seachForSlotWithLargestXY(slot, index));
     EXPECT_EQ(3, index) << "the last of equal ones";
     EXPECT_EQ((QVector<int>{1, 2, 3, 0, 9, 4}), manager.sortSlotsByLargest({0, 9, 4, 1, 2, 3}));
     EXPECT_EQ((QVector<int>{2, 0, 1}), manager.filterSlotsBySimilar(formats[0], {9, 2, 3, 0, -1, 4, 1}));

@@ -215,6 +215,9 @@ TEST_F(VertexArrayObjectTest, AMissingAttributeIsDisabledAndZeroedByTheSizeOfIts
         sizes.replace([size](GLuint, GLenum, GLint *answer) { *answer = size; });
         EXPECT_TRUE(vao.enableArray("unknown", 2));
         EXPECT_EQ(GLenum(GL_VERTEX_ATTRIB_ARRAY_SIZE), sizes.last<1>());
+        std::vector<GLfloat> value(4);
+        driver()->glGetVertexAttribfv(2, GL_CURRENT_VERTEX_ATTRIB, value.data());
+        EXPECT_EQ((std::vector<GLfloat>{0, 0, 0, size < 3 ? 1.0f : 0.0f}), value);
     }
     EXPECT_EQ(
         (std::vector<size_t>{1, 1, 1, 2}),

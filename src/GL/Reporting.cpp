@@ -61,7 +61,8 @@ void assertionFailed(const char *file, int line, const char *condition, const ch
     va_start(arguments, format);
     const QString message = QString::vasprintf(format, arguments);
     va_end(arguments);
-    // Required: "%" in the condition becomes "\%"; see ReportingTest.AnAssertionQuotesItsConditionAndGoesOn.
+    // Required: "%" in the condition becomes "\%"; see
+    // ReportingTest.AnAssertionQuotesItsConditionAndLeavesTheFunctionOnlyIfItIsChecked.
     const QString conditionText =
         QString::fromUtf8(condition).replace(QLatin1Char('%'), QLatin1String("\\%"));
     emitAt(QtCriticalMsg, file, line,
