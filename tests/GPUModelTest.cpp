@@ -640,15 +640,15 @@ TEST_F(GPUModelTest, FlagsNamesAndAncestorsReachTheirDrawables)
     _model.removeFlags(0, 2, 1ull << 55); // now lower flags follow higher ones
     _model.removeFlags(early, 1ull << 56 | 1);
     _model.addFlags(late, 5ull << 52);
-    _model.addFlags(late, late + 1, 1);
+    _model.addFlags(late, late + 1, 8);
     _model.setFlags(early, 0, 0, kAll); // names no drawable: nothing changes
     _model.sortDrawablesByFlags();
     _model.sortDrawablesByFlags();
-    EXPECT_EQ(5ull << 52 | 7, _model.getFlags(late));
+    EXPECT_EQ(5ull << 52 | 15, _model.getFlags(late));
     EXPECT_EQ(2u, _model.getFlags(early));
     EXPECT_EQ(0, _model.maxUVSets());
     EXPECT_EQ(5, _model.maxTangentSets());
-    EXPECT_TRUE(_model.isDrawAny(4) && !_model.isDrawAny(8));
+    EXPECT_TRUE(_model.isDrawAny(4) && !_model.isDrawAny(16));
 
     // References are positions, so that of number 0 now means the other drawable.
     _model.addObjectName(late, 1, "a");
@@ -724,6 +724,7 @@ TEST_F(GPUModelTest, CamerasTakeWhatTheyLackFromTheModelAndFillTheAspectFromThei
     EXPECT_EQ(placed(-3, -4), _model.getCameraWorldSpaceMatrix(flat));
     EXPECT_EQ(flat, _model.getCameraIndex("flat"));
     EXPECT_EQ(-1, _model.getCameraIndex("none"));
+    EXPECT_EQ(0, _model.addLight({}, "sun"));
 }
 
 TEST_F(GPUModelTest, EachFormOfADrawTakesItsDrawables)
