@@ -5,6 +5,7 @@
 #include <ZelGL/ZelGL.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace Orvane { namespace ZelKit {
@@ -191,6 +192,7 @@ HostStateGuard::~HostStateGuard()
         return;
     }
     restoreTextures(); // before the active unit
+    restoreAttributes();
     restoreBindings();
     restoreDrawing();
     restoreStencil();
@@ -222,6 +224,22 @@ void HostStateGuard::save()
     std::transform(mask, mask + 4, _colorMask.begin(),
                    [](GLboolean isWritten) { return isWritten == GL_TRUE; });
     saveTextures();
+    for (int i = 0; i < kVertexAttributes; ++i) {
+        glGetVertexAttribfv(static_cast<GLuint>(i), GL_CURRENT_VERTEX_ATTRIB, _attributes[i].data());
+    }
+}
+
+/// Only what has changed, bit by bit: values that glVertexAttribI*() has set are not floats.
+void HostStateGuard::restoreAttributes() const
+{
+    for (int i = 0; i < kVertexAttributes; ++i) {
+        const GLuint index = static_cast<GLuint>(i);
+        std::array<float, 4> value = {};
+        glGetVertexAttribfv(index, GL_CURRENT_VERTEX_ATTRIB, value.data());
+        if (std::memcmp(value.data(), _attributes[i].data(), sizeof value) != 0) {
+            glVertexAttrib4fv(index, _attributes[i].data());
+        }
+    }
 }
 
 void HostStateGuard::saveTextures()

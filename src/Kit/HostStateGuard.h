@@ -13,8 +13,8 @@ namespace Orvane { namespace ZelKit {
 /// and blending.
 ///
 /// Framebuffers, viewport, scissor box and clear values stay as they are, and are restored. Also saved: capabilities, blending,
-/// depth, stencil, masks, polygons, pixel transfer, the program, the vertex array, the buffers of vertices and pixels, and the
-/// 2D, array and cube textures of the first kTextureUnits units. Not saved: indexed buffer bindings, and what an object contains.
+/// depth, stencil, masks, polygons, pixel transfer, the program, the vertex array, the values of attributes without an array, the
+/// buffers of vertices and pixels, and the 2D, array and cube textures of the first kTextureUnits units. Not saved: indexed buffer bindings, and what an object contains.
 ///
 /// In reverse, a guard between QPainter::beginNativePainting() and endNativePainting() lets ZelGL draw within a painter.
 ///
@@ -36,12 +36,14 @@ public:
 
 private:
     static constexpr int kMaxValues = 64;
+    static constexpr int kVertexAttributes = 16; ///< the least number that GL allows
     using Textures = std::array<int, 3>;
 
     int integer(unsigned int name) const;
     void save();
     void saveTextures();
     void restoreTextures() const;
+    void restoreAttributes() const;
     void restoreBindings() const;
     void restoreDrawing() const;
     void restoreStencil() const;
@@ -54,6 +56,7 @@ private:
     std::array<int, 4> _scissor = {};
     std::array<bool, 4> _colorMask = {};
     std::array<Textures, kTextureUnits> _textures = {};
+    std::array<std::array<float, 4>, kVertexAttributes> _attributes = {};
 };
 
 }} // namespace Orvane::ZelKit
