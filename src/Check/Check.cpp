@@ -1,5 +1,7 @@
 #include "Check.h"
 
+#include "private/Labels.h"
+#include "private/Repeats.h"
 #include "private/Reports.h"
 #include "private/Watch.h"
 
@@ -36,7 +38,10 @@ struct Loaded
         }
         const QByteArray wish = qgetenv("ZELGL_CHECK");
         if (!wish.isEmpty() && wish != "0") {
-            options.readIndices = wish == "2";
+            const QList<QByteArray> words = wish.split(',');
+            options.readIndices = words.contains("2") || words.contains("indices");
+            options.countRedundant = words.contains("redundant");
+            options.labels = words.contains("labels");
             Check::start(options);
         }
     }
@@ -51,7 +56,7 @@ void Check::start(const Options &chosen)
     options = chosen;
     wanted = true;
     if (Watch::isTableSet()) {
-        Watch::install(options.readIndices);
+        Watch::install(options);
     }
 }
 
@@ -74,6 +79,22 @@ void Check::endFrame()
     if (Watch::isInstalled()) {
         const Inside inside;
         checkFrameEnd();
+    }
+}
+
+QStringList Check::takeRedundantCalls()
+{
+    const Inside inside;
+    return repeats().take();
+}
+
+void Check::setLabel(GLenum identifier, GLuint name, const QString &text)
+{
+    if (Watch::isInstalled()) {
+        const Inside inside;
+        const Kind kind = kindOf(identifier);
+        objects().known(kind, name).label = text;
+        Labels::rename(kind, name);
     }
 }
 
@@ -116,7 +137,7 @@ ZELCHECK_EXPORT bool initializeGLFunctions()
     if (!isSet) {
         Watch::fillEmpty(isFirst());
     } else if (wanted) {
-        Watch::install(options.readIndices);
+        Watch::install(options);
     }
     return isSet;
 }

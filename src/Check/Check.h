@@ -2,6 +2,11 @@
 
 #include "CheckExport.h"
 
+#include <ZelGL/GLLoader.h>
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
 namespace Orvane { namespace ZelCheck {
 
 /// Explains why a picture is empty or wrong: while it runs, it checks the state of GL at each draw and the errors of each call,
@@ -9,8 +14,8 @@ namespace Orvane { namespace ZelCheck {
 ///
 /// \snippet check.cpp Check
 ///
-/// All calls through the table of GLLoader.h are checked; entry points that the host or ZelGL look up themselves, such as
-/// those of base-instance drawing, are not. docs/check.md lists the messages. The interface may change before 2.0.
+/// All calls through the table of GLLoader.h are checked, and the draws of later versions of GL that the host or ZelGL look
+/// up by getGLProcAddress(). docs/check.md lists the messages. The interface may change before 2.0.
 ///
 /// A host that links the library and calls a GL function before initializeGLFunctions() gets a message instead of a crash,
 /// whether the check runs or not.
@@ -27,10 +32,17 @@ public:
         /// Also compares indices with the sizes of the vertex buffers. Reads the indices back in each indexed draw, which waits
         /// for the GPU.
         bool readIndices = false;
+        /// Also counts the calls that set what is set already: the bound object, the enabled capability, the value of the
+        /// uniform. Each of these calls becomes several times slower.
+        bool countRedundant = false;
+        /// Gives labels and groups of GL_KHR_debug to the library's objects and passes, which debuggers such as apitrace and
+        /// RenderDoc show. Labels of the host stay. Without the extension nothing happens.
+        bool labels = false;
     };
 
     /// Starts the check; before initializeGLFunctions(), it starts with that call. A later call only changes the options.
-    /// ZELGL_CHECK=1 calls it with the defaults, ZELGL_CHECK=2 with readIndices.
+    /// ZELGL_CHECK=1 calls it with the defaults, ZELGL_CHECK=2 with readIndices; the words "indices", "redundant" and "labels",
+    /// separated by commas, set these options.
     static void start(const Options &options);
     static void start() { start(Options()); }
 
@@ -41,10 +53,40 @@ public:
 
     /// Reports what the frame left bound: a program, a vertex array, a framebuffer other than that of the window, textures.
     /// Call it at the end of a frame, with the context current. Does nothing while the check does not run.
+    ///
+    /// With countRedundant also logs the table of redundant calls, if it is not that of the frame before.
     static void endFrame();
+
+    /// Returns the table of redundant calls since the last table, a line each: the number of redundant calls and of all, the
+    /// entry point, and the object. The most frequent ones come first. Empty if there are none.
+    static QStringList takeRedundantCalls();
+
+    /// Names an object in messages: \a identifier is that of glObjectLabel(), such as GL_TEXTURE. With the option labels it
+    /// is also the label of GL. Labels that the host sets by glObjectLabel() are found without the call. Needs the context of
+    /// the object; does nothing while the check does not run.
+    static void setLabel(GLenum identifier, GLuint name, const QString &text);
 
     /// Makes mistakes that were logged before be logged again.
     static void forgetReports();
+};
+
+/// Encloses the GL calls of its lifetime in a group of GL_KHR_debug, if the check runs with the option labels. The passes of
+/// the library have groups of their own.
+///
+/// \snippet check.cpp Group
+///
+/// Context: the same one at both ends; without one, or without the extension, nothing happens.
+class ZELCHECK_EXPORT Group
+{
+public:
+    explicit Group(const char *title);
+    ~Group();
+
+    Group(const Group &) = delete;
+    Group &operator=(const Group &) = delete;
+
+private:
+    bool _isOpen;
 };
 
 /// Runs the check during its lifetime, if it was not running before.

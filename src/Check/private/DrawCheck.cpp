@@ -1,6 +1,7 @@
 #include "DrawCheck.h"
 
 #include "Driver.h"
+#include "Labels.h"
 #include "Reports.h"
 
 #include <QtCore/QStringList>
@@ -42,11 +43,6 @@ private:
 
     GLuint _before;
 };
-
-int indexSize(GLenum type)
-{
-    return type == GL_UNSIGNED_INT ? 4 : type == GL_UNSIGNED_SHORT ? 2 : 1;
-}
 
 QString quoted(const QByteArray &name)
 {
@@ -92,7 +88,7 @@ void checkBlock(GLuint program, const ProgramFacts::Block &block, const BlockTar
             return QStringLiteral(
                        "Program %1: the %2 block %3 reads binding %4, which has no buffer. Bind its buffer "
                        "or collection before the draw, or bind the block to the binding of its buffer.")
-                .arg(program)
+                .arg(nameOf(Kind::eProgram, program))
                 .arg(QLatin1String(targets.word), quoted(block.name))
                 .arg(binding);
         });
@@ -110,10 +106,10 @@ void checkBlock(GLuint program, const ProgramFacts::Block &block, const BlockTar
             return QStringLiteral(
                        "Program %1: the %2 block %3 needs %4 bytes, but buffer %5 of binding %6 provides %7. "
                        "Upload the whole block, or declare a smaller one.")
-                .arg(program)
+                .arg(nameOf(Kind::eProgram, program))
                 .arg(QLatin1String(targets.word), quoted(block.name))
                 .arg(block.size)
-                .arg(buffer)
+                .arg(nameOf(Kind::eBuffer, GLuint(buffer)))
                 .arg(binding)
                 .arg(size);
         });
@@ -184,12 +180,13 @@ int componentSize(GLint type)
     }
 }
 
-bool isInstanced(GLuint location)
+/// 0 for an array of vertices, otherwise the instances for which an item lasts.
+GLint divisorOf(GLuint location)
 {
-    return newerFunctions().hasInstancedArrays && arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_DIVISOR) != 0;
+    return newerFunctions().hasInstancedArrays ? arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_DIVISOR) : 0;
 }
 
-/// Number of vertices in the buffer of an array.
+/// Number of items in the buffer of an array.
 GLint64 vertexCount(GLuint location)
 {
     const GLint components = arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_SIZE);
@@ -208,9 +205,22 @@ GLint64 vertexCount(GLuint location)
 
 } // namespace
 
-bool DrawCheck::allows(const DrawCall &call)
+int indexSize(GLenum type)
 {
-    if (call.count == 0 || call.instances == 0) {
+    return type == GL_UNSIGNED_INT ? 4 : type == GL_UNSIGNED_SHORT ? 2 : 1;
+}
+
+bool DrawCheck::allows(const DrawCommands &commands)
+{
+    const std::vector<DrawCall> calls = checkCommands(commands, readsIndices);
+    return allows(calls.data(), calls.size());
+}
+
+bool DrawCheck::allows(const DrawCall *calls, size_t count)
+{
+    const DrawCall *const end = calls + count;
+    if (std::all_of(calls, end,
+                    [](const DrawCall &call) { return call.count == 0 || call.instances == 0; })) {
         return true; // a host may leave everything out
     }
     const GLuint program = currentProgram();
@@ -230,27 +240,36 @@ bool DrawCheck::allows(const DrawCall &call)
             return QStringLiteral(
                        "Program %1 is in use, but its last link failed. Read its log, and link it before the "
                        "draw.")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
         return true;
+    }
+    if (!facts.isNamed) {
+        facts.isNamed = true;
+        Labels::program(program);
     }
     if (integer(GL_VERTEX_ARRAY_BINDING) == 0) {
         report(Mistake::eNoVertexArray, program, 0, [program] {
             return QStringLiteral(
                        "Program %1 draws without a vertex array object, which the core profile refuses. Bind "
                        "a VertexArrayObject or a draw unit.")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
         return true;
     }
     const bool hasArrays = checkArrays(program, facts);
-    const bool hasIndices = checkIndexBuffer(program, call);
+    bool hasIndices = true;
+    for (const DrawCall *call = calls; call != end; ++call) {
+        hasIndices = checkIndexBuffer(program, *call) && hasIndices;
+    }
     textures.check(program, facts);
     checkBlocks(program, facts);
     checkUniforms(program, facts);
-    checkTarget(program, facts, call.mode, open);
-    if (readsIndices && hasArrays && hasIndices && call.count > 0) {
-        checkVertexNumbers(program, facts, call);
+    checkTarget(program, facts, calls->mode, open);
+    for (const DrawCall *call = calls; readsIndices && hasArrays && hasIndices && call != end; ++call) {
+        if (call->count > 0 && call->instances > 0) {
+            checkVertexNumbers(program, facts, *call);
+        }
     }
     return hasArrays && hasIndices;
 }
@@ -269,7 +288,10 @@ bool DrawCheck::checkArrays(GLuint program, const ProgramFacts &facts)
 bool DrawCheck::checkArray(GLuint program, const ProgramFacts::Attribute &attribute, GLuint location)
 {
     const auto text = [&](const char *format) {
-        return QString(QLatin1String(format)).arg(program).arg(quoted(attribute.name)).arg(location);
+        return QString(QLatin1String(format))
+            .arg(nameOf(Kind::eProgram, program))
+            .arg(quoted(attribute.name))
+            .arg(location);
     };
     if (arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_ENABLED) == GL_FALSE) {
         if (!hasConstant(location, attribute.kind)) {
@@ -316,7 +338,7 @@ bool DrawCheck::checkIndexBuffer(GLuint program, const DrawCall &call)
             return QStringLiteral("Program %1 draws with indices, but the vertex array has no index buffer. "
                                   "Bind it after "
                                   "the vertex array. The draw was left out.")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
         return false;
     }
@@ -331,10 +353,10 @@ bool DrawCheck::checkIndexBuffer(GLuint program, const DrawCall &call)
             return QStringLiteral(
                        "Program %1 draws with %2 indices that end at byte %3, but index buffer %4 has %5 "
                        "bytes. Check count, type and offset of the draw. The draw was left out.")
-                .arg(program)
+                .arg(nameOf(Kind::eProgram, program))
                 .arg(call.count)
                 .arg(needed)
-                .arg(buffer)
+                .arg(nameOf(Kind::eBuffer, GLuint(buffer)))
                 .arg(size);
         });
         return false;
@@ -347,11 +369,25 @@ void DrawCheck::checkVertexNumbers(GLuint program, const ProgramFacts &facts, co
     const bool isIndexed = call.indexType != 0;
     const GLint64 last = call.first + (isIndexed ? greatestIndex(call) : GLint64(call.count) - 1);
     for (const ProgramFacts::Attribute &attribute : facts.attributes) {
-        if (arrayInteger(attribute.location, GL_VERTEX_ATTRIB_ARRAY_ENABLED) == GL_FALSE
-            || isInstanced(attribute.location)) {
+        if (arrayInteger(attribute.location, GL_VERTEX_ATTRIB_ARRAY_ENABLED) == GL_FALSE) {
             continue;
         }
         const GLint64 count = vertexCount(attribute.location);
+        if (const GLint divisor = divisorOf(attribute.location)) {
+            const GLint64 lastItem = GLint64(call.baseInstance) + (call.instances - 1) / divisor;
+            if (lastItem >= count) {
+                report(Mistake::eInstanceBeyondBuffer, program, attribute.location, [&] {
+                    return QStringLiteral(
+                               "Program %1 draws instance %2, but the array of the attribute %3 has %4 "
+                               "items. Check the number of instances, the base instance and the divisor.")
+                        .arg(nameOf(Kind::eProgram, program))
+                        .arg(call.instances - 1)
+                        .arg(quoted(attribute.name))
+                        .arg(count);
+                });
+            }
+            continue;
+        }
         if (last >= count) {
             const Mistake mistake =
                 isIndexed ? Mistake::eIndexBeyondVertices : Mistake::eVerticesBeyondBuffer;
@@ -359,7 +395,7 @@ void DrawCheck::checkVertexNumbers(GLuint program, const ProgramFacts &facts, co
                 return QStringLiteral(
                            "Program %1 draws vertex %2, but the array of the attribute %3 has %4 vertices. "
                            "Check %5, and the stride and the size of the buffer.")
-                    .arg(program)
+                    .arg(nameOf(Kind::eProgram, program))
                     .arg(last)
                     .arg(quoted(attribute.name))
                     .arg(count)
@@ -387,7 +423,7 @@ void DrawCheck::checkUniforms(GLuint program, ProgramFacts &facts)
                 return QStringLiteral("Program %1: the uniform %2 was never set since the link, and is 0. "
                                       "Call setUniform() "
                                       "after link(), also after a second link().")
-                    .arg(program)
+                    .arg(nameOf(Kind::eProgram, program))
                     .arg(quoted(uniform.name));
             });
         }

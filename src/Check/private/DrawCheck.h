@@ -10,11 +10,22 @@ namespace Orvane { namespace ZelCheck {
 struct DrawCall
 {
     GLenum mode = GL_TRIANGLES;
-    GLsizei count = -1;   ///< vertices or indices; -1 if only a buffer or an array has the numbers
+    GLsizei count = -1;   ///< vertices or indices; -1 if only GL has the numbers
     GLenum indexType = 0; ///< 0 for a draw without indices
     const void *indices = nullptr;
     GLint first = 0; ///< added to all vertex numbers
     GLsizei instances = 1;
+    GLuint baseInstance = 0;
+};
+
+/// Draws whose numbers are in the buffer of GL_DRAW_INDIRECT_BUFFER.
+struct DrawCommands
+{
+    GLenum mode;
+    GLenum indexType; ///< 0 for draws without indices
+    const void *offset;
+    GLsizei count;  ///< 0 if only GL has the number
+    GLsizei stride; ///< 0: the commands follow one another
 };
 
 /// Checks all that a draw depends on.
@@ -26,8 +37,10 @@ public:
     OpenScopes open;
     bool readsIndices = false;
 
-    /// Returns false if the driver would read from an invalid address: the draw must not be made.
-    bool allows(const DrawCall &call);
+    /// Returns false if the driver would read from an invalid address: the draws must not be made. All have the same mode and
+    /// type of indices.
+    bool allows(const DrawCall *calls, size_t count);
+    bool allows(const DrawCommands &commands);
 
 private:
     bool checkArrays(GLuint program, const ProgramFacts &facts);
@@ -36,5 +49,11 @@ private:
     void checkVertexNumbers(GLuint program, const ProgramFacts &facts, const DrawCall &call);
     void checkUniforms(GLuint program, ProgramFacts &facts);
 };
+
+/// The bytes of an index.
+int indexSize(GLenum type);
+
+/// Checks the buffer of the commands and, if \a isRead, reads them. Without them the result is a draw of unknown numbers.
+std::vector<DrawCall> checkCommands(const DrawCommands &commands, bool isRead);
 
 }} // namespace Orvane::ZelCheck

@@ -194,7 +194,7 @@ void readUniforms(GLuint program, ProgramFacts &facts)
         if (const SamplerType *sampler = samplerType(type)) {
             // The value of a sampler of a bindless texture is no unit.
             if (!mayHaveHandles) {
-                facts.samplers.push_back({name, location, size, sampler->target, sampler->kind});
+                facts.samplers.push_back({name, location, size, sampler->target, sampler->kind, false});
             }
             continue;
         }
@@ -274,6 +274,26 @@ void ProgramFacts::setUniform(GLint location)
             uniform.isSet = true;
         }
     }
+    for (Sampler &sampler : samplers) {
+        if (location >= sampler.location && location < sampler.location + sampler.size) {
+            sampler.isSet = true;
+        }
+    }
+}
+
+ProgramFacts::Uniform ProgramFacts::uniformAt(GLint location) const
+{
+    for (const Uniform &uniform : uniforms) {
+        if (location >= uniform.location && location < uniform.location + uniform.size) {
+            return uniform;
+        }
+    }
+    for (const Sampler &sampler : samplers) {
+        if (location >= sampler.location && location < sampler.location + sampler.size) {
+            return {sampler.name, sampler.location, sampler.size, false};
+        }
+    }
+    return {QByteArray(), -1, 0, false};
 }
 
 SharedName sharedName(GLuint name)
@@ -333,6 +353,12 @@ const NewerFunctions &newerFunctions()
     }
     if (context->hasExtension("GL_ARB_sampler_objects")) {
         find(gl.getSamplerParameteriv, "glGetSamplerParameteriv");
+    }
+    if (context->hasExtension("GL_KHR_debug")) {
+        find(gl.getObjectLabel, "glGetObjectLabel");
+        find(gl.objectLabel, "glObjectLabel");
+        find(gl.pushDebugGroup, "glPushDebugGroup");
+        find(gl.popDebugGroup, "glPopDebugGroup");
     }
     gl.hasInstancedArrays = context->hasExtension("GL_ARB_instanced_arrays");
     gl.hasPipelines = context->hasExtension("GL_ARB_separate_shader_objects");

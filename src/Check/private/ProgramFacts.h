@@ -30,6 +30,7 @@ struct ProgramFacts
         GLint size; ///< elements of the array
         GLenum target;
         Kind kind;
+        bool isSet; ///< since the link
     };
 
     struct Uniform
@@ -51,6 +52,7 @@ struct ProgramFacts
     bool isHistoryKnown = false; ///< the link and all calls since then were seen
     bool hasSideEffects = false; ///< writes storage blocks, images or counters
     bool uniformsReported = false;
+    bool isNamed = false; ///< its files have been looked for
     std::vector<Attribute> attributes;
     std::vector<Sampler> samplers;
     std::vector<Uniform> uniforms; ///< neither samplers nor members of blocks
@@ -59,6 +61,8 @@ struct ProgramFacts
 
     /// A sampler's element or a uniform has been set.
     void setUniform(GLint location);
+    /// A uniform or sampler, without \a isSet; the name is empty if there is none.
+    Uniform uniformAt(GLint location) const;
 };
 
 /// The object of this name in the current share group.
@@ -91,6 +95,10 @@ struct NewerFunctions
     PFNGLGETPROGRAMRESOURCEIVPROC getProgramResourceiv = nullptr;
     PFNGLGETPROGRAMRESOURCENAMEPROC getProgramResourceName = nullptr;
     PFNGLGETSAMPLERPARAMETERIVPROC getSamplerParameteriv = nullptr;
+    PFNGLGETOBJECTLABELPROC getObjectLabel = nullptr;
+    PFNGLOBJECTLABELPROC objectLabel = nullptr;
+    PFNGLPUSHDEBUGGROUPPROC pushDebugGroup = nullptr;
+    PFNGLPOPDEBUGGROUPPROC popDebugGroup = nullptr;
     bool hasStorageBlocks = false;
     bool hasImmutableTextures = false;
     bool hasInstancedArrays = false;

@@ -22,6 +22,10 @@ enum class Mistake {
     eIndexBufferTooSmall,
     eIndexBeyondVertices,
     eVerticesBeyondBuffer,
+    eInstanceBeyondBuffer,
+    eNoCommandBuffer,
+    eCommandBufferTooSmall,
+    eSamplerNeverSet,
     eSamplerWithoutTexture,
     eSamplerOfOtherTarget,
     eSamplerOfOtherKind,
@@ -39,6 +43,7 @@ enum class Mistake {
     eAllCulled,
     eRasterizerOff,
     eLeftBound,
+    eUnitLeaked,
     eDeletedElsewhere
 };
 

@@ -1,6 +1,7 @@
 #include "TargetCheck.h"
 
 #include "Driver.h"
+#include "Objects.h"
 #include "Reports.h"
 
 namespace Orvane { namespace ZelCheck {
@@ -42,8 +43,8 @@ void checkFramebuffer(GLuint program)
         const GLint framebuffer = integer(GL_DRAW_FRAMEBUFFER_BINDING);
         report(Mistake::eFramebufferIncomplete, program, quint64(framebuffer), [&] {
             return QStringLiteral("Program %1 draws into framebuffer %2, which is incomplete: %3.")
-                .arg(program)
-                .arg(framebuffer)
+                .arg(nameOf(Kind::eProgram, program))
+                .arg(nameOf(Kind::eFramebuffer, GLuint(framebuffer)))
                 .arg(statusText(status));
         });
     }
@@ -58,7 +59,7 @@ void checkAreas(GLuint program)
             return QStringLiteral(
                        "Program %1 draws with a viewport of %2 x %3 pixels. Call glViewport() with the "
                        "size of the target.")
-                .arg(program)
+                .arg(nameOf(Kind::eProgram, program))
                 .arg(area[2])
                 .arg(area[3]);
         });
@@ -69,7 +70,7 @@ void checkAreas(GLuint program)
             report(Mistake::eEmptyScissor, program, 0, [&] {
                 return QStringLiteral("Program %1 draws with a scissor box of %2 x %3 pixels. Disable "
                                       "GL_SCISSOR_TEST, or call glScissor().")
-                    .arg(program)
+                    .arg(nameOf(Kind::eProgram, program))
                     .arg(area[2])
                     .arg(area[3]);
             });
@@ -101,7 +102,7 @@ void checkTests(GLuint program)
             return QStringLiteral(
                        "Program %1 draws with the depth function GL_NEVER, which no fragment passes. "
                        "Call glDepthFunc(GL_LESS), or disable GL_DEPTH_TEST.")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
     }
     if (driver.glIsEnabled(GL_STENCIL_TEST) != GL_FALSE && integer(GL_STENCIL_FUNC) == GL_NEVER
@@ -110,7 +111,7 @@ void checkTests(GLuint program)
             return QStringLiteral(
                        "Program %1 draws with the stencil function GL_NEVER, which no fragment passes. "
                        "Call glStencilFunc(), or disable GL_STENCIL_TEST.")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
     }
 }
@@ -130,7 +131,7 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
             report(Mistake::eRasterizerOff, program, 0, [&] {
                 return QStringLiteral("Program %1 draws with GL_RASTERIZER_DISCARD enabled and no transform "
                                       "feedback. Call glDisable(GL_RASTERIZER_DISCARD).")
-                    .arg(program);
+                    .arg(nameOf(Kind::eProgram, program));
             });
         }
         return;
@@ -144,7 +145,7 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
             return QStringLiteral(
                        "Program %1 draws with front and back faces culled. Call glCullFace(GL_BACK), or "
                        "disable GL_CULL_FACE.")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
     }
     const bool writesDepth =
@@ -155,7 +156,7 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
             return QStringLiteral(
                        "Program %1 draws with the colour mask closed or no draw buffer, and writes no "
                        "depth and no stencil. Call glColorMask() with GL_TRUE, or glDrawBuffers().")
-                .arg(program);
+                .arg(nameOf(Kind::eProgram, program));
         });
     }
 }

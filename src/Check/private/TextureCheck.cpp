@@ -1,6 +1,7 @@
 #include "TextureCheck.h"
 
 #include "Driver.h"
+#include "Objects.h"
 #include "Reports.h"
 
 #include <algorithm>
@@ -170,7 +171,7 @@ bool hasKind(GLenum target, ProgramFacts::Kind kind)
     return (type == GL_INT || type == GL_UNSIGNED_INT) == (kind == ProgramFacts::eInteger);
 }
 
-QString nameOf(const ProgramFacts::Sampler &sampler, GLint element)
+QString samplerName(const ProgramFacts::Sampler &sampler, GLint element)
 {
     if (sampler.size == 1) {
         return QString::fromLatin1(sampler.name);
@@ -182,6 +183,13 @@ QString nameOf(const ProgramFacts::Sampler &sampler, GLint element)
 bool isOfManager(const QByteArray &sampler)
 {
     return sampler.startsWith("u_ManagedTexture") || sampler.startsWith("u_TextureTokenManaged");
+}
+
+/// Whether a class of the library sets the sampler.
+bool isOfLibrary(const QByteArray &sampler)
+{
+    return isOfManager(sampler) || sampler.startsWith("u_ShadowMapDepthSampler")
+           || ((sampler.startsWith("u_i") || sampler.startsWith("u_f")) && sampler.endsWith("Sampler"));
 }
 
 /// What a host has forgotten, for the samplers that classes of the library set.
@@ -253,7 +261,7 @@ void TextureCheck::check(GLuint program, const ProgramFacts &facts)
                 current = GL_TEXTURE0 + GLenum(unit);
                 driver.glActiveTexture(current);
             }
-            checkUnit(program, sampler, element, GLuint(unit));
+            checkUnit(program, facts, sampler, element, GLuint(unit));
         }
     }
     if (current != active) {
@@ -261,12 +269,23 @@ void TextureCheck::check(GLuint program, const ProgramFacts &facts)
     }
 }
 
-void TextureCheck::checkUnit(GLuint program, const ProgramFacts::Sampler &sampler, GLint element, GLuint unit)
+void TextureCheck::checkUnit(GLuint program, const ProgramFacts &facts, const ProgramFacts::Sampler &sampler,
+                             GLint element, GLuint unit)
 {
     const quint64 place = quint64(sampler.location + element);
+    if (element == 0 && facts.isHistoryKnown && !sampler.isSet && isOfLibrary(sampler.name)) {
+        report(Mistake::eSamplerNeverSet, program, place, [&] {
+            return QStringLiteral("Program %1: the sampler %2 was never set since the link. ")
+                       .arg(nameOf(Kind::eProgram, program), samplerName(sampler, element))
+                   + remedyFor(sampler.name);
+        });
+    }
     const GLuint texture = GLuint(integer(textureBinding(sampler.target)));
     const auto text = [&](const char *format) {
-        return QString(QLatin1String(format)).arg(program).arg(nameOf(sampler, element)).arg(unit);
+        return QString(QLatin1String(format))
+            .arg(nameOf(Kind::eProgram, program))
+            .arg(samplerName(sampler, element))
+            .arg(unit);
     };
     if (texture == 0) {
         for (const GLenum other : textureTargets()) {
@@ -297,7 +316,7 @@ void TextureCheck::checkUnit(GLuint program, const ProgramFacts::Sampler &sample
     if (!fault.isEmpty()) {
         report(Mistake::eTextureIncomplete, program, texture, [&] {
             return text("Program %1: the sampler %2 reads texture unit %3, whose texture ")
-                   + QString::number(texture) + " is incomplete and reads as black. It " + fault + '.';
+                   + nameOf(Kind::eTexture, texture) + " is incomplete and reads as black. It " + fault + '.';
         });
     } else if (!isOfManager(sampler.name) && !hasKind(sampler.target, sampler.kind)) {
         report(Mistake::eSamplerOfOtherKind, program, texture, [&] {
@@ -373,9 +392,9 @@ void TextureCheck::checkFeedback(GLuint program, const ProgramFacts::Sampler &sa
                            "Program %1: the sampler %2 reads texture %3, which the draw also writes as "
                            "an attachment of the framebuffer. Draw into another texture, or unbind this "
                            "one.")
-                    .arg(program)
+                    .arg(nameOf(Kind::eProgram, program))
                     .arg(QString::fromLatin1(sampler.name))
-                    .arg(texture);
+                    .arg(nameOf(Kind::eTexture, texture));
             });
         }
     }

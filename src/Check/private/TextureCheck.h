@@ -23,7 +23,8 @@ private:
         GLint level;
     };
 
-    void checkUnit(GLuint program, const ProgramFacts::Sampler &sampler, GLint element, GLuint unit);
+    void checkUnit(GLuint program, const ProgramFacts &facts, const ProgramFacts::Sampler &sampler,
+                   GLint element, GLuint unit);
     void readAttachments();
     void checkFeedback(GLuint program, const ProgramFacts::Sampler &sampler, GLuint texture);
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../Check.h"
+
 namespace Orvane { namespace ZelCheck {
 
 /// The wrappers of all entry points of the table.
@@ -14,7 +16,10 @@ void clearEmpty();
 /// Whether initializeGLFunctions() has set the table.
 bool isTableSet();
 
-void install(bool readsIndices);
+/// The function that a look-up of this name returns: one that the check watches while it runs, or the same.
+void *checked(const char *name, void *address);
+
+void install(const Check::Options &options);
 void remove();
 bool isInstalled();
 

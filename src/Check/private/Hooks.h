@@ -1,0 +1,45 @@
+#pragma once
+
+#include "DrawCheck.h"
+#include "Driver.h"
+#include "Outside.h"
+
+/// \file
+/// What the check does before and after the call of an entry point: specialisations of these templates in the headers DrawHooks.h,
+/// ObjectHooks.h and StateHooks.h, which only Watch.cpp includes.
+
+namespace Orvane { namespace ZelCheck {
+
+template <auto Slot> constexpr const char *kNameOf = nullptr;
+
+#define ZELCHECK_NAME(name) template <> constexpr const char *kNameOf<&name> = #name;
+ZELCHECK_CORE_ENTRY_POINTS(ZELCHECK_NAME)
+ZELCHECK_EXTENSION_ENTRY_POINTS(ZELCHECK_NAME)
+#undef ZELCHECK_NAME
+#define ZELCHECK_NAME(name, Function) template <> constexpr const char *kNameOf<&Outside::name> = #name;
+ZELCHECK_OUTSIDE_ENTRY_POINTS(ZELCHECK_NAME)
+#undef ZELCHECK_NAME
+
+/// What a call is checked for. The result false leaves the call out.
+template <auto Slot> struct Before
+{
+    template <typename... Arguments> static bool of(Arguments...) { return true; }
+};
+
+/// What a call changes in the facts. The result true means that its error has been reported.
+template <auto Slot> struct After
+{
+    template <typename... Arguments> static bool of(GLenum, Arguments...) { return false; }
+};
+
+/// What a call has made.
+template <auto Slot> struct Made
+{
+    template <typename Result> static void of(Result) {}
+};
+
+/// In a function, because ZELGL_CHECK=1 may start the check before its file is initialised; never destroyed, because static
+/// objects of a host may delete GL objects at the end of the process.
+DrawCheck &draws();
+
+}} // namespace Orvane::ZelCheck

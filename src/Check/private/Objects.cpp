@@ -1,0 +1,261 @@
+#include "Objects.h"
+
+#include "Driver.h"
+#include "HostCalls.h"
+#include "ProgramFacts.h"
+#include "Reports.h"
+
+#include <ZelGL/GLUtilities.h>
+
+#include <QtGui/QOpenGLContext>
+
+#include <QtCore/QFileInfo>
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace Orvane { namespace ZelCheck {
+
+namespace {
+
+struct KindRow
+{
+    Kind kind;
+    GLenum identifier;
+    const char *word;
+};
+
+constexpr KindRow kKinds[] = {
+    {Kind::eBuffer, GL_BUFFER, "buffer"},
+    {Kind::eTexture, GL_TEXTURE, "texture"},
+    {Kind::eRenderbuffer, GL_RENDERBUFFER, "renderbuffer"},
+    {Kind::eQuery, GL_QUERY, "query"},
+    {Kind::eVertexArray, GL_VERTEX_ARRAY, "vertex array"},
+    {Kind::eFramebuffer, GL_FRAMEBUFFER, "framebuffer"},
+    {Kind::eProgram, GL_PROGRAM, "program"},
+    {Kind::eShader, GL_SHADER, "shader"},
+};
+
+thread_local QString imageBeingRead;
+
+/// Vertex arrays and framebuffers belong to one context, the others to its share group.
+const void *ownerNow(Kind kind)
+{
+    const QOpenGLContext *context = QOpenGLContext::currentContext();
+    const bool isOfContext = kind == Kind::eVertexArray || kind == Kind::eFramebuffer;
+    return context == nullptr || isOfContext ? static_cast<const void *>(context) : context->shareGroup();
+}
+
+/// The exported function of libZelGL that contains the address, as "Orvane::Zel::Texture::create()"; empty if there is none.
+QByteArray libraryFunctionAt(void *address, bool &isInLibrary)
+{
+    static const void *const library = [] {
+        Dl_info info = {};
+        dladdr(reinterpret_cast<void *>(&::getGLProcAddress), &info);
+        return info.dli_fbase;
+    }();
+    Dl_info info = {};
+    const ElfW(Sym) *symbol = nullptr;
+    const char *const place = static_cast<const char *>(address) - 1; // in the call itself
+    void **const symbolOut = reinterpret_cast<void **>(const_cast<ElfW(Sym) **>(&symbol));
+    isInLibrary = dladdr1(place, &info, symbolOut, RTLD_DL_SYMENT) != 0 && info.dli_fbase == library;
+    if (!isInLibrary || info.dli_sname == nullptr || symbol == nullptr
+        || place >= static_cast<const char *>(info.dli_saddr) + symbol->st_size) {
+        return QByteArray(); // a function that is not exported, after the one that was found
+    }
+    char *const plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
+    const QByteArray name = plain;
+    std::free(plain);
+    return name;
+}
+
+/// The classes of libZelGL whose functions have made an object: the one that wraps it, and the one that the host has called.
+struct Makers
+{
+    QByteArray wrapper;
+    QByteArray owner;
+    bool readsImageFile = false;
+};
+
+/// "Texture" of "Orvane::Zel::Texture::create()"; empty for functions without a class.
+QByteArray classOf(QByteArray function)
+{
+    function.truncate(qMax(function.indexOf('('), 0));
+    const int end = function.lastIndexOf("::");
+    const QByteArray scope = end < 0 ? QByteArray() : function.left(end);
+    const int start = scope.lastIndexOf("::");
+    const QByteArray name = start < 0 ? scope : scope.mid(start + 2);
+    return name == "Zel" || name == "TvoImageCubemapUtils" || name == "OpenGLDeviceContext" ? QByteArray()
+                                                                                            : name;
+}
+
+Makers makersOf(const ObjectFacts &facts)
+{
+    Makers makers;
+    bool wasInLibrary = false;
+    for (int i = 0; i < facts.frameCount; ++i) {
+        bool isInLibrary = false;
+        const QByteArray function = libraryFunctionAt(facts.frames[size_t(i)], isInLibrary);
+        if (wasInLibrary && !isInLibrary) {
+            break; // the host
+        }
+        wasInLibrary = isInLibrary;
+        makers.readsImageFile |= function.contains("::LoadTextureFrom");
+        const QByteArray name = classOf(function);
+        makers.wrapper = makers.wrapper.isEmpty() ? name : makers.wrapper;
+        makers.owner = name.isEmpty() ? makers.owner : name;
+    }
+    return makers;
+}
+
+/// "Texture 5 of ShadowMapManager".
+QString madeBy(const Makers &makers, GLuint name)
+{
+    QString text = QString::number(name);
+    if (!makers.wrapper.isEmpty()) {
+        text.prepend(QString::fromLatin1(makers.wrapper) + ' ');
+    }
+    if (makers.owner != makers.wrapper) {
+        text += QStringLiteral(" of ") + QString::fromLatin1(makers.owner);
+    }
+    return text;
+}
+
+QString labelOfGL(Kind kind, GLuint name)
+{
+    const auto getObjectLabel = newerFunctions().getObjectLabel;
+    if (getObjectLabel == nullptr || name == 0) {
+        return QString();
+    }
+    GLchar text[256] = {};
+    getObjectLabel(identifierOf(kind), name, sizeof text, nullptr, text);
+    return QString::fromUtf8(text);
+}
+
+/// The label of the host, or the file.
+QString hostNameOf(Kind kind, GLuint name, const ObjectFacts *facts)
+{
+    if (facts != nullptr && !facts->label.isEmpty()) {
+        return facts->label;
+    }
+    if (facts != nullptr && !facts->file.isEmpty()) {
+        return facts->file;
+    }
+    return kind == Kind::eProgram ? filesOfProgram(name) : QString();
+}
+
+} // namespace
+
+Objects &objects()
+{
+    static Objects &all =
+        *new Objects; // never destroyed: static objects of a host may delete GL objects at its end
+    return all;
+}
+
+void Objects::made(Kind kind, GLsizei count, const GLuint *names)
+{
+    for (GLsizei i = 0; i < count; ++i) {
+        ObjectFacts &facts = known(kind, names[i]) = ObjectFacts();
+        facts.frameCount = backtrace(facts.frames.data(), int(facts.frames.size()));
+        if (kind == Kind::eTexture && !imageBeingRead.isEmpty() && makersOf(facts).readsImageFile) {
+            facts.file = QFileInfo(imageBeingRead).fileName();
+        }
+    }
+}
+
+void Objects::deletes(Kind kind, GLuint name, const char *call)
+{
+    const auto place = _facts.find({kind, name});
+    if (place == _facts.end()) {
+        return;
+    }
+    ByOwner &owners = place->second;
+    if (owners.erase(ownerNow(kind)) != 0) {
+        if (owners.empty()) {
+            _facts.erase(place);
+        }
+        return;
+    }
+    report(Mistake::eDeletedElsewhere, 0, quint64(kind) << 32 | name, [&] {
+        const bool hasContext = QOpenGLContext::currentContext() != nullptr;
+        return QStringLiteral(
+                   "%1() of object %2, which belongs to another context: %3. Make the context current that "
+                   "made the object, or delete it before that context.")
+            .arg(QLatin1String(call))
+            .arg(name)
+            .arg(QLatin1String(hasContext ? "the one that is current does not share it" : "none is current"));
+    });
+}
+
+ObjectFacts *Objects::find(Kind kind, GLuint name)
+{
+    const auto place = _facts.find({kind, name});
+    if (place == _facts.end()) {
+        return nullptr;
+    }
+    const auto owned = place->second.find(ownerNow(kind));
+    return owned != place->second.end() ? &owned->second : nullptr;
+}
+
+ObjectFacts &Objects::known(Kind kind, GLuint name)
+{
+    return _facts[{kind, name}][ownerNow(kind)];
+}
+
+QString nameOf(Kind kind, GLuint name)
+{
+    const ObjectFacts *facts = objects().find(kind, name);
+    const Makers makers = facts != nullptr ? makersOf(*facts) : Makers();
+    QString text = hostNameOf(kind, name, facts);
+    if (text.isEmpty() && (facts == nullptr || !facts->isLabelled)) {
+        text = labelOfGL(kind, name);
+    }
+    if (text.isEmpty()) {
+        const bool isPlain = makers.owner == makers.wrapper;
+        return isPlain ? QString::number(name) : madeBy(Makers{QByteArray(), makers.owner}, name);
+    }
+    // One line; and messages replace %1 in several steps.
+    text = text.simplified().replace('%', '_');
+    return QStringLiteral("\"%1\" (%2)").arg(text, madeBy(makers, name));
+}
+
+QString titleOf(Kind kind, GLuint name)
+{
+    const ObjectFacts *facts = objects().find(kind, name);
+    const QString own = hostNameOf(kind, name, facts);
+    if (!own.isEmpty() || facts == nullptr) {
+        return own;
+    }
+    const Makers makers = makersOf(*facts);
+    return makers.wrapper.isEmpty() ? QString() : madeBy(makers, name);
+}
+
+GLenum identifierOf(Kind kind)
+{
+    return kKinds[int(kind)].identifier;
+}
+
+Kind kindOf(GLenum identifier)
+{
+    const auto row = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                  [identifier](const KindRow &one) { return one.identifier == identifier; });
+    return row != std::end(kKinds) ? row->kind : Kind::eTexture;
+}
+
+const char *wordFor(Kind kind)
+{
+    return kKinds[int(kind)].word;
+}
+
+void readsImage(const QString &path)
+{
+    imageBeingRead = path;
+}
+
+}} // namespace Orvane::ZelCheck
