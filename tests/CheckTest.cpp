@@ -1,13 +1,17 @@
 #include "../src/Check/private/EntryPoints.h"
+#include "support/Files.h"
 #include "support/GLFixture.h"
+#include "support/Tap.h"
 #include "support/TestProgram.h"
 
 #include <ZelCheck/Check.h>
 #include <ZelGL/ZelGL.h>
 
+#include <QtGui/QImage>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
 
 #include <array>
 #include <cstring>
@@ -41,7 +45,7 @@ struct Scene
     GLuint position = 0;
     GLuint number = 0;
     GLuint vao = 0;
-    std::array<GLuint, 4> buffers = {};  ///< positions, numbers, indices, block
+    std::array<GLuint, 5> buffers = {};  ///< positions, numbers, indices, block, commands
     std::array<GLuint, 2> textures = {}; ///< map, target
     GLuint framebuffer = 0;
 
@@ -63,7 +67,7 @@ struct Scene
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
         glActiveTexture(GL_TEXTURE0);
         glDeleteVertexArrays(1, &vao);
-        glDeleteBuffers(4, buffers.data());
+        glDeleteBuffers(5, buffers.data());
         glDeleteTextures(2, textures.data());
         glDeleteFramebuffers(1, &framebuffer);
         for (const GLenum capability :
@@ -88,7 +92,7 @@ struct Scene
         number = GLuint(glGetAttribLocation(name, "a_Number"));
         glGenVertexArrays(1, &vao);
         glBindVertexArray(vao);
-        glGenBuffers(4, buffers.data());
+        glGenBuffers(5, buffers.data());
         glBindBuffer(GL_ARRAY_BUFFER, buffers[0]);
         glBufferData(GL_ARRAY_BUFFER, sizeof positions, positions, GL_STATIC_DRAW);
         glEnableVertexAttribArray(position);
@@ -159,6 +163,17 @@ const char kStorageStage[] = "#version 150\n#extension GL_ARB_shader_storage_buf
                              "uniform float u_Strength;\nbuffer Items { vec4 items[]; };\nout vec4 color;\n"
                              "void main() { color = items[0] * u_Strength; }\n";
 
+constexpr char kIndirect[] = "GL_ARB_draw_indirect";
+
+/// Draws one command, from a buffer of \a size bytes.
+void drawIndirect(Scene &scene, std::array<GLuint, 5> command, GLsizeiptr size)
+{
+    glBindBuffer(GL_DRAW_INDIRECT_BUFFER, scene.buffers[4]);
+    glBufferData(GL_DRAW_INDIRECT_BUFFER, size, command.data(), GL_STATIC_DRAW);
+    glDrawElementsIndirect(GL_TRIANGLES, GL_UNSIGNED_SHORT, nullptr);
+    glBindBuffer(GL_DRAW_INDIRECT_BUFFER, 0);
+}
+
 const Row kRows[] = {
     {"NoProgram", "A draw without a program", "Call bind()",
      [](Scene &scene) { glUseProgram(0), scene.draw(); }},
@@ -221,6 +236,46 @@ const Row kRows[] = {
          glBufferData(GL_ARRAY_BUFFER, 64, nullptr, GL_STATIC_DRAW);
          glDrawArrays(GL_TRIANGLES, 0, 6);
      }},
+    {"SecondOfSeveralDraws", "with 9 indices that end at byte 18, but index buffer # has 12 bytes",
+     "Check count",
+     [](Scene &) {
+         const GLsizei counts[] = {6, 9};
+         const void *const offsets[] = {nullptr, nullptr};
+         glMultiDrawElements(GL_TRIANGLES, counts, GL_UNSIGNED_SHORT, offsets, 2);
+     }},
+    {"BaseInstance", "has no index buffer", "Bind it after the vertex array",
+     [](Scene &) {
+         glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+         reinterpret_cast<PFNGLDRAWELEMENTSINSTANCEDBASEVERTEXBASEINSTANCEPROC>(
+             getGLProcAddress("glDrawElementsInstancedBaseVertexBaseInstance", true))(
+             GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, nullptr, 1, 0, 0);
+     },
+     kFragmentStage, "GL_ARB_base_instance"},
+    {"NoCommandBuffer", "no buffer is bound to GL_DRAW_INDIRECT_BUFFER", "Bind the buffer of the commands",
+     [](Scene &) { glDrawElementsIndirect(GL_TRIANGLES, GL_UNSIGNED_SHORT, nullptr); }, kFragmentStage,
+     kIndirect},
+    {"CommandBeyondBuffer", "draws 1 commands that end at byte 20, but buffer # has 16 bytes",
+     "Check count, stride",
+     [](Scene &scene) {
+         drawIndirect(scene, {6, 1, 0, 0, 0}, 16);
+     },
+     kFragmentStage, kIndirect},
+    {"CommandBeyondVertices", "draws vertex 13, but the array of the attribute a_Position has 4 vertices",
+     "Check the indices and the base vertex",
+     [](Scene &scene) {
+         glBindBuffer(GL_ARRAY_BUFFER, scene.buffers[1]);
+         glBufferData(GL_ARRAY_BUFFER, 64, nullptr, GL_STATIC_DRAW);
+         drawIndirect(scene, {6, 1, 0, 10, 0}, 20);
+     },
+     kFragmentStage, kIndirect},
+    {"InstanceBeyondBuffer", "draws instance 9, but the array of the attribute a_Number has 4 items",
+     "the base instance and the divisor",
+     [](Scene &scene) {
+         reinterpret_cast<PFNGLVERTEXATTRIBDIVISORPROC>(getGLProcAddress("glVertexAttribDivisor", true))(
+             scene.number, 2);
+         glDrawElementsInstanced(GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, nullptr, 10);
+     },
+     kFragmentStage, "GL_ARB_instanced_arrays"},
     {"NoTexture", "u_Map reads texture unit 0, which has no texture", "Bind one",
      [](Scene &scene) { glBindTexture(GL_TEXTURE_2D, 0), scene.draw(); }},
     {"OtherUnit", "u_Map reads texture unit 3, which has no texture", "set the sampler to the unit",
@@ -246,6 +301,20 @@ const Row kRows[] = {
      kIntegerStage},
     {"NoImage", "is incomplete and reads as black. It has no image in level 2", "upload one",
      [](Scene &scene) { glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 2), scene.draw(); }},
+    {"LabelledByGL", "whose texture \"brick wall\" (#) is incomplete", "call generateMipmaps()",
+     [](Scene &scene) {
+         reinterpret_cast<PFNGLOBJECTLABELPROC>(getGLProcAddress("glObjectLabel", true))(
+             GL_TEXTURE, scene.textures[0], -1, "brick\nwall");
+         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+         scene.draw();
+     },
+     kFragmentStage, "GL_KHR_debug"},
+    {"LabelledByHost", "Program \"the 50_1 program\" (ShaderProgram #) draws with a viewport",
+     "Call glViewport()",
+     [](Scene &scene) {
+         Check::setLabel(GL_PROGRAM, scene.name, "the 50%1 program");
+         glViewport(0, 0, 0, kSize), scene.draw();
+     }},
     {"NoMipmaps", "is incomplete and reads as black. It has a filter with mipmaps and no level 1",
      "call generateMipmaps()",
      [](Scene &scene) {
@@ -279,6 +348,8 @@ const Row kRows[] = {
          scene.draw();
      },
      kManagedStage},
+    {"ManagerWithoutBind", "u_ManagedTextureSlots[0] was never set since the link",
+     "Call bind() of the texture manager", [](Scene &scene) { scene.draw(); }, kManagedStage},
     {"NoStorageBuffer", "the storage block Items reads binding 0, which has no buffer",
      "Bind its buffer or collection", [](Scene &scene) { scene.draw(); }, kStorageStage,
      "GL_ARB_shader_storage_buffer_object"},
@@ -352,6 +423,23 @@ const Row kRows[] = {
          glBindVertexArray(0);
          glBindFramebuffer(GL_FRAMEBUFFER, 0);
          Check::endFrame();
+     }},
+    {"DeletedWhileBound", "The frame ended with texture unit # in use, but without a texture",
+     "Call its unbind() before you delete it",
+     [](Scene &) {
+         auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGBA8, 1, 1, 1, nullptr);
+         texture->bind();
+         const GLuint name = texture->textureID();
+         texture.reset();
+         glUseProgram(0);
+         glBindVertexArray(0);
+         glBindFramebuffer(GL_FRAMEBUFFER, 0);
+         glActiveTexture(GL_TEXTURE0);
+         glBindTexture(GL_TEXTURE_2D, 0);
+         Check::endFrame();
+         Texture sameName(name, nullptr); // gives the unit back
+         sameName.setTarget(GL_TEXTURE_2D);
+         sameName.unbind();
      }},
 };
 
@@ -429,6 +517,84 @@ TEST_F(CheckTest, AnErrorIsReportedOnceAndTheHostStillGetsIt)
     EXPECT_EQ(GLenum(GL_INVALID_ENUM), glGetError());
     EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
     takeGLErrors();
+}
+
+TEST_F(CheckTest, MessagesAndLabelsOfGLNameFilesAndPassesAreGroups)
+{
+    ZEL_NEEDS_EXTENSION("GL_KHR_debug");
+    Check::Options options;
+    options.labels = true;
+    const Scope check(options);
+    const Scene scene;
+    const QTemporaryDir folder;
+    QImage image(2, 2, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    ASSERT_TRUE(image.save(folder.filePath("wall.png")));
+    Texture *texture = LoadTextureFromFile(folder.filePath("wall.png"), TextureFileInfo());
+    ShaderProgram program(nullptr);
+    program.addShaderFromFile(GL_VERTEX_SHADER, writeFile(folder.filePath("point.vsh"), kAtOrigin));
+    program.addShader(GL_FRAGMENT_SHADER,
+                      "#version 150\nuniform sampler2D u_Wall;\nout vec4 color;\n"
+                      "void main() { color = texture(u_Wall, vec2(0.5)); }\n",
+                      QString());
+    ASSERT_TRUE(texture != nullptr && program.link() && program.bind() && texture->bind());
+    program.setUniform("u_Wall", int(texture->unit()));
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 7);
+    glDrawArrays(GL_POINTS, 0, 1);
+    const QString names = QString("warning [ZelCheck] Program \"point.vsh\" (ShaderProgram %1): the sampler "
+                                  "u_Wall reads texture unit %2, "
+                                  "whose texture \"wall.png\" (Texture %3) is incomplete")
+                              .arg(program.shaderProgramID())
+                              .arg(texture->unit())
+                              .arg(texture->textureID());
+    EXPECT_MESSAGES(startsWith("debug Texture "), startsWith(names));
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
+    const auto label = [](GLenum identifier, GLuint name) {
+        char text[64] = {};
+        reinterpret_cast<PFNGLGETOBJECTLABELPROC>(getGLProcAddress("glGetObjectLabel", true))(
+            identifier, name, 64, nullptr, text);
+        return QString(text);
+    };
+    EXPECT_EQ("wall.png", label(GL_TEXTURE, texture->textureID()));
+    EXPECT_EQ("point.vsh", label(GL_PROGRAM, program.shaderProgramID()));
+    EXPECT_EQ("", label(GL_VERTEX_ARRAY, scene.vao)) << "Of the host, which has not named it";
+    texture->unbind();
+    std::vector<GLint> depths;
+    Hook<&glUseProgram> uses;
+    uses.replace([&](GLuint name) {
+        depths.push_back(integerOf(GL_DEBUG_GROUP_STACK_DEPTH));
+        uses.original(name);
+    });
+    const Orvane::ZelCheck::Group group("outer");
+    EXPECT_TRUE(FlipY(texture));
+    program.unbind();
+    ASSERT_GE(depths.size(), 2u);
+    EXPECT_EQ(3, depths.front()) << "GL itself, outer and FlipY";
+    EXPECT_EQ(2, depths.back());
+    delete texture;
+}
+
+TEST_F(CheckTest, RedundantCallsAreCountedByEntryPointAndObject)
+{
+    Check::Options options;
+    options.countRedundant = true;
+    const Scope check(options);
+    Scene scene;
+    Check::takeRedundantCalls();
+    for (const float strength : {1.0f, 1.0f, 1.0f, 2.0f}) {
+        glUniform1f(scene.uniform("u_Strength"), strength);
+    }
+    glEnable(GL_CULL_FACE);
+    glEnable(GL_CULL_FACE);
+    glBindTexture(GL_TEXTURE_2D, scene.textures[0]);
+    glBindTexture(GL_TEXTURE_2D, scene.textures[1]);
+    const QStringList table = {
+        "Redundant calls: 5 of 8 that set state. Leave them out where the order of the draws allows it.",
+        QString("  3 of 4  glUniform1f  u_Strength of program %1").arg(scene.name),
+        QString("  1 of 1  glBindTexture  GL_TEXTURE_2D of unit 0, texture %1").arg(scene.textures[0]),
+        "  1 of 2  glEnable  GL_CULL_FACE"};
+    EXPECT_EQ(table, Check::takeRedundantCalls());
+    EXPECT_EQ(QStringList(), Check::takeRedundantCalls());
 }
 
 /// Without the ledger of GLTest, which fails on the same mistake.

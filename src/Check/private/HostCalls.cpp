@@ -18,6 +18,7 @@
 #include <ZelGL/TextureProcessing.h>
 #include <ZelGL/TvoImageCubemapUtils.h>
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
 
@@ -64,8 +65,9 @@ void addStageFile(ShaderProgram *program, const QString &file)
         });
     }
     QStringList &names = files.byProgram[program];
-    if (!names.contains(file)) {
-        names += file;
+    const QString name = QFileInfo(file).fileName();
+    if (!names.contains(name)) {
+        names += name;
     }
 }
 

@@ -17,16 +17,6 @@ namespace {
 
 std::atomic<bool> isOn{false};
 
-void write(Kind kind, GLuint object)
-{
-    const QByteArray title = titleOf(kind, object).toUtf8().left(200); // GL allows 256 bytes
-    if (title.isEmpty()) {
-        return;
-    }
-    newerFunctions().objectLabel(identifierOf(kind), object, title.size(), title.constData());
-    driver.glGetError(); // an error of the label is not the host's
-}
-
 /// The functions of the current context, read under the lock of the check.
 NewerFunctions functionsNow()
 {
@@ -49,18 +39,13 @@ void Labels::switchOn(bool isWanted)
 
 void Labels::name(Kind kind, GLuint object)
 {
-    if (!isOn || object == 0 || newerFunctions().objectLabel == nullptr) {
+    ObjectFacts *const facts = isOn ? objects().find(kind, object) : nullptr;
+    if (facts == nullptr || facts->isTitled) {
         return;
     }
-    ObjectFacts *const facts = objects().find(kind, object);
-    if (facts == nullptr || facts->isLabelled) {
-        return;
-    }
-    GLchar ofHost[2] = {};
-    newerFunctions().getObjectLabel(identifierOf(kind), object, sizeof ofHost, nullptr, ofHost);
-    if (ofHost[0] == '\0') {
-        facts->isLabelled = true;
-        write(kind, object);
+    facts->isTitled = true;
+    if (labelOf(kind, object).isEmpty()) {
+        setLabelOf(kind, object, titleOf(kind, object));
     }
 }
 
@@ -75,9 +60,9 @@ void Labels::program(GLuint program)
 
 void Labels::rename(Kind kind, GLuint object)
 {
-    if (isOn && newerFunctions().objectLabel != nullptr) {
-        objects().known(kind, object).isLabelled = true;
-        write(kind, object);
+    if (isOn) {
+        objects().known(kind, object).isTitled = true;
+        setLabelOf(kind, object, titleOf(kind, object));
     }
 }
 

@@ -126,18 +126,31 @@ QString madeBy(const Makers &makers, GLuint name)
     return text;
 }
 
-QString labelOfGL(Kind kind, GLuint name)
+/// Whether GL has made the object: names without a first bind are none, and have no labels.
+bool exists(Kind kind, GLuint name)
 {
-    const auto getObjectLabel = newerFunctions().getObjectLabel;
-    if (getObjectLabel == nullptr || name == 0) {
-        return QString();
+    switch (kind) {
+    case Kind::eBuffer:
+        return driver.glIsBuffer(name) != GL_FALSE;
+    case Kind::eTexture:
+        return driver.glIsTexture(name) != GL_FALSE;
+    case Kind::eRenderbuffer:
+        return driver.glIsRenderbuffer(name) != GL_FALSE;
+    case Kind::eQuery:
+        return driver.glIsQuery(name) != GL_FALSE;
+    case Kind::eVertexArray:
+        return driver.glIsVertexArray(name) != GL_FALSE;
+    case Kind::eFramebuffer:
+        return driver.glIsFramebuffer(name) != GL_FALSE;
+    case Kind::eProgram:
+        return driver.glIsProgram(name) != GL_FALSE;
+    case Kind::eShader:
+        return driver.glIsShader(name) != GL_FALSE;
     }
-    GLchar text[256] = {};
-    getObjectLabel(identifierOf(kind), name, sizeof text, nullptr, text);
-    return QString::fromUtf8(text);
+    return false;
 }
 
-/// The label of the host, or the file.
+/// What the host calls it: the label, or the file.
 QString hostNameOf(Kind kind, GLuint name, const ObjectFacts *facts)
 {
     if (facts != nullptr && !facts->label.isEmpty()) {
@@ -213,8 +226,11 @@ QString nameOf(Kind kind, GLuint name)
     const ObjectFacts *facts = objects().find(kind, name);
     const Makers makers = facts != nullptr ? makersOf(*facts) : Makers();
     QString text = hostNameOf(kind, name, facts);
-    if (text.isEmpty() && (facts == nullptr || !facts->isLabelled)) {
-        text = labelOfGL(kind, name);
+    if (text.isEmpty()) {
+        text = labelOf(kind, name);
+        if (text == titleOf(kind, name)) {
+            text.clear(); // of the check itself
+        }
     }
     if (text.isEmpty()) {
         const bool isPlain = makers.owner == makers.wrapper;
@@ -234,6 +250,27 @@ QString titleOf(Kind kind, GLuint name)
     }
     const Makers makers = makersOf(*facts);
     return makers.wrapper.isEmpty() ? QString() : madeBy(makers, name);
+}
+
+QString labelOf(Kind kind, GLuint name)
+{
+    const auto getObjectLabel = newerFunctions().getObjectLabel;
+    if (getObjectLabel == nullptr || !exists(kind, name)) {
+        return QString();
+    }
+    GLchar text[256] = {};
+    getObjectLabel(identifierOf(kind), name, sizeof text, nullptr, text);
+    return QString::fromUtf8(text);
+}
+
+void setLabelOf(Kind kind, GLuint name, const QString &label)
+{
+    const auto objectLabel = newerFunctions().objectLabel;
+    if (objectLabel == nullptr || label.isEmpty() || !exists(kind, name)) {
+        return;
+    }
+    const QByteArray text = label.toUtf8().left(200); // GL allows 256 bytes
+    objectLabel(identifierOf(kind), name, text.size(), text.constData());
 }
 
 GLenum identifierOf(Kind kind)

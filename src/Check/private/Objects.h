@@ -16,7 +16,7 @@ struct ObjectFacts
 {
     QString label;                      ///< of Check::setLabel()
     QString file;                       ///< of the image or of the stages
-    bool isLabelled = false;            ///< has a label of GL
+    bool isTitled = false;              ///< got its title as a label of GL, if there is one
     std::array<void *, 24> frames = {}; ///< who made it: the addresses of the calls, innermost first
     int frameCount = 0;
 };
@@ -50,6 +50,10 @@ QString nameOf(Kind kind, GLuint name);
 /// What objects() knows for a label: `bricks.ktx`, or `Texture 5 of ShadowMapManager`. Empty for an object that the library
 /// has not made.
 QString titleOf(Kind kind, GLuint name);
+
+/// The label of GL; empty without GL_KHR_debug and for names that GL has made no object for.
+QString labelOf(Kind kind, GLuint name);
+void setLabelOf(Kind kind, GLuint name, const QString &label);
 
 /// The kind as glObjectLabel() has it, and back. The kind of an unknown identifier is eTexture.
 GLenum identifierOf(Kind kind);
