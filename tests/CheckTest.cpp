@@ -163,6 +163,12 @@ const char kStorageStage[] = "#version 150\n#extension GL_ARB_shader_storage_buf
                              "uniform float u_Strength;\nbuffer Items { vec4 items[]; };\nout vec4 color;\n"
                              "void main() { color = items[0] * u_Strength; }\n";
 
+const char kAccessorStage[] =
+    "#version 150\nuniform vec4 u_Tint[2];\nuniform float u_Strength;\nout vec4 color;\n"
+    "vec4 getTint(uint Index) { return u_Tint[Index]; }\nvoid main() { color = getTint(0u) * u_Strength; }\n";
+const char kIntegerOutputStage[] = "#version 150\nuniform float u_Strength;\nout ivec4 color;\n"
+                                   "void main() { color = ivec4(u_Strength); }\n";
+
 constexpr char kIndirect[] = "GL_ARB_draw_indirect";
 
 /// Draws one command, from a buffer of \a size bytes.
@@ -363,6 +369,12 @@ const Row kRows[] = {
     {"UniformsLostByLink", "the uniform u_Strength was never set since the link",
      "Call setUniform() after link()",
      [](Scene &scene) { glLinkProgram(scene.name), glUseProgram(scene.name), scene.draw(); }},
+    {"CollectionWithoutBind", "the uniform u_Tint[0] was never set since the link",
+     "of its InstanceDataCollection", [](Scene &scene) { scene.draw(); }, kAccessorStage},
+    {"FloatTargetOfIntegers",
+     "the output color is of integers, but draw buffer 0 of framebuffer # has a format of floats",
+     "Attach a texture of the other kind", [](Scene &scene) { scene.draw(); }, kIntegerOutputStage,
+     "GL_ARB_program_interface_query"},
     {"IncompleteFramebuffer", "which is incomplete: it has no attachment", "Attach a texture",
      [](Scene &scene) {
          glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);

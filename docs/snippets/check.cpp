@@ -28,6 +28,15 @@ void drawChecked(Canvas &canvas, ShaderProgram &program)
 }
 //! [Scope]
 
+//! [Group]
+/// A pass of the host, as debuggers of GL show it.
+void drawShadows(Canvas &canvas, ShaderProgram &program)
+{
+    const Orvane::ZelCheck::Group group("shadows");
+    canvas.draw(program);
+}
+//! [Group]
+
 //! [EntryPointTap]
 /// Counts the draws of quads.
 struct DrawCounter
@@ -65,6 +74,15 @@ TEST_F(SnippetsTest, Scope)
         QString("warning [ZelCheck] Program %1 draws with a viewport of 0 x 0 pixels. Call glViewport() with "
                 "the size of the target.")
             .arg(program->shaderProgramID()));
+}
+
+TEST_F(SnippetsTest, Group)
+{
+    Canvas canvas;
+    const auto program = makeProgram(kAllOver);
+    program->bind();
+    drawShadows(canvas, *program);
+    program->unbind();
 }
 
 TEST_F(SnippetsTest, EntryPointTap)

@@ -23,7 +23,7 @@ namespace Orvane { namespace ZelCheck {
 /// Units:   none.
 /// Context: start() and stop() while no other thread makes GL calls; a current context is not needed.
 /// Errors:  messages are warnings of the category "default" and begin with "[ZelCheck]". The same mistake with the same program
-///          and object is logged once.
+///          and object is logged once. They are also appended to the file that ZELGL_CHECK_LOG names, if it can be written.
 class ZELCHECK_EXPORT Check
 {
 public:

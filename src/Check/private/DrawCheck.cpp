@@ -420,11 +420,12 @@ void DrawCheck::checkUniforms(GLuint program, ProgramFacts &facts)
         driver.glGetUniformfv(program, uniform.location, values);
         if (std::all_of(std::begin(values), std::end(values), [](GLfloat value) { return value == 0.0f; })) {
             report(Mistake::eUniformNeverSet, program, quint64(uniform.location), [&] {
-                return QStringLiteral("Program %1: the uniform %2 was never set since the link, and is 0. "
-                                      "Call setUniform() "
-                                      "after link(), also after a second link().")
-                    .arg(nameOf(Kind::eProgram, program))
-                    .arg(quoted(uniform.name));
+                return QStringLiteral("Program %1: the uniform %2 was never set since the link, and is 0. ")
+                           .arg(nameOf(Kind::eProgram, program), quoted(uniform.name))
+                       + (uniform.isOfCollection
+                              ? "Call bind() of its InstanceDataCollection before the draw, with this "
+                                "program."
+                              : "Call setUniform() after link(), also after a second link().");
             });
         }
     }

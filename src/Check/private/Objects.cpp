@@ -51,27 +51,44 @@ const void *ownerNow(Kind kind)
     return context == nullptr || isOfContext ? static_cast<const void *>(context) : context->shareGroup();
 }
 
-/// The exported function of libZelGL that contains the address, as "Orvane::Zel::Texture::create()"; empty if there is none.
-QByteArray libraryFunctionAt(void *address, bool &isInLibrary)
+/// A place in the code of the process.
+struct Place
+{
+    bool isInLibrary = false; ///< in libZelGL
+    QByteArray function;      ///< "Orvane::Zel::Texture::create()"; empty if the library does not export it
+};
+
+Place findPlace(const char *address)
 {
     static const void *const library = [] {
         Dl_info info = {};
         dladdr(reinterpret_cast<void *>(&::getGLProcAddress), &info);
         return info.dli_fbase;
     }();
+    Place place;
     Dl_info info = {};
     const ElfW(Sym) *symbol = nullptr;
-    const char *const place = static_cast<const char *>(address) - 1; // in the call itself
     void **const symbolOut = reinterpret_cast<void **>(const_cast<ElfW(Sym) **>(&symbol));
-    isInLibrary = dladdr1(place, &info, symbolOut, RTLD_DL_SYMENT) != 0 && info.dli_fbase == library;
-    if (!isInLibrary || info.dli_sname == nullptr || symbol == nullptr
-        || place >= static_cast<const char *>(info.dli_saddr) + symbol->st_size) {
-        return QByteArray(); // a function that is not exported, after the one that was found
+    place.isInLibrary = dladdr1(address, &info, symbolOut, RTLD_DL_SYMENT) != 0 && info.dli_fbase == library;
+    // The symbol may be that of a function before, if the one of the address is not exported.
+    if (place.isInLibrary && info.dli_sname != nullptr && symbol != nullptr
+        && address < static_cast<const char *>(info.dli_saddr) + symbol->st_size) {
+        char *const plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
+        place.function = plain;
+        std::free(plain);
     }
-    char *const plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
-    const QByteArray name = plain;
-    std::free(plain);
-    return name;
+    return place;
+}
+
+/// That of a call; each is looked up once.
+const Place &placeOf(void *returnAddress)
+{
+    static auto &places = *new std::map<void *, Place>; // never destroyed, like objects()
+    const auto found = places.find(returnAddress);
+    return found != places.end()
+               ? found->second
+               : places.emplace(returnAddress, findPlace(static_cast<char *>(returnAddress) - 1))
+                     .first->second;
 }
 
 /// The classes of libZelGL whose functions have made an object: the one that wraps it, and the one that the host has called.
@@ -99,14 +116,13 @@ Makers makersOf(const ObjectFacts &facts)
     Makers makers;
     bool wasInLibrary = false;
     for (int i = 0; i < facts.frameCount; ++i) {
-        bool isInLibrary = false;
-        const QByteArray function = libraryFunctionAt(facts.frames[size_t(i)], isInLibrary);
-        if (wasInLibrary && !isInLibrary) {
+        const Place &place = placeOf(facts.frames[size_t(i)]);
+        if (wasInLibrary && !place.isInLibrary) {
             break; // the host
         }
-        wasInLibrary = isInLibrary;
-        makers.readsImageFile |= function.contains("::LoadTextureFrom");
-        const QByteArray name = classOf(function);
+        wasInLibrary = place.isInLibrary;
+        makers.readsImageFile |= place.function.contains("::LoadTextureFrom");
+        const QByteArray name = classOf(place.function);
         makers.wrapper = makers.wrapper.isEmpty() ? name : makers.wrapper;
         makers.owner = name.isEmpty() ? makers.owner : name;
     }

@@ -200,8 +200,9 @@ void readUniforms(GLuint program, ProgramFacts &facts)
         }
         const QString plain = QString::fromLatin1(name).section('[', 0, 0).section('.', -1);
         const QRegularExpression initializer(QStringLiteral("\\buniform\\b[^;]*\\b%1\\b[^;,]*=").arg(plain));
-        facts.uniforms.push_back(
-            {name, location, size, isOfLibrary(name) || initializer.match(source).hasMatch()});
+        facts.uniforms.push_back({name, location, size,
+                                  isOfLibrary(name) || initializer.match(source).hasMatch(),
+                                  source.contains(QStringLiteral("return %1[Index]").arg(plain))});
     }
 }
 
@@ -265,6 +266,27 @@ void readStorageBlocks(GLuint program, ProgramFacts &facts)
     }
 }
 
+void readOutputs(GLuint program, ProgramFacts &facts)
+{
+    const NewerFunctions &gl = newerFunctions();
+    if (!gl.hasInterfaceQueries) {
+        return;
+    }
+    GLint count = 0;
+    gl.getProgramInterfaceiv(program, GL_PROGRAM_OUTPUT, GL_ACTIVE_RESOURCES, &count);
+    for (GLint i = 0; i < count; ++i) {
+        const GLenum properties[] = {GL_LOCATION, GL_TYPE, GL_REFERENCED_BY_FRAGMENT_SHADER};
+        GLint values[3] = {-1, 0, 0};
+        gl.getProgramResourceiv(program, GL_PROGRAM_OUTPUT, GLuint(i), 3, properties, 3, nullptr, values);
+        QByteArray name(256, '\0');
+        gl.getProgramResourceName(program, GL_PROGRAM_OUTPUT, GLuint(i), name.size(), nullptr, name.data());
+        const ProgramFacts::Kind kind = attributeKind(GLenum(values[1]));
+        if (values[0] >= 0 && values[2] != GL_FALSE && kind != ProgramFacts::eDouble) {
+            facts.outputs.push_back({name.constData(), values[0], kind});
+        }
+    }
+}
+
 } // namespace
 
 void ProgramFacts::setUniform(GLint location)
@@ -290,10 +312,10 @@ ProgramFacts::Uniform ProgramFacts::uniformAt(GLint location) const
     }
     for (const Sampler &sampler : samplers) {
         if (location >= sampler.location && location < sampler.location + sampler.size) {
-            return {sampler.name, sampler.location, sampler.size, false};
+            return {sampler.name, sampler.location, sampler.size, false, false};
         }
     }
-    return {QByteArray(), -1, 0, false};
+    return {QByteArray(), -1, 0, false, false};
 }
 
 SharedName sharedName(GLuint name)
@@ -320,6 +342,7 @@ ProgramFacts &Programs::of(GLuint program)
             readUniforms(program, facts);
             readUniformBlocks(program, facts);
             readStorageBlocks(program, facts);
+            readOutputs(program, facts);
         }
     }
     return facts;
@@ -343,14 +366,15 @@ const NewerFunctions &newerFunctions()
     const auto find = [context](auto &function, const char *name) {
         function = reinterpret_cast<std::decay_t<decltype(function)>>(context->getProcAddress(name));
     };
-    if (context->hasExtension("GL_ARB_shader_storage_buffer_object")
-        && context->hasExtension("GL_ARB_program_interface_query")) {
+    if (context->hasExtension("GL_ARB_program_interface_query")) {
         find(gl.getProgramInterfaceiv, "glGetProgramInterfaceiv");
         find(gl.getProgramResourceiv, "glGetProgramResourceiv");
         find(gl.getProgramResourceName, "glGetProgramResourceName");
-        gl.hasStorageBlocks = gl.getProgramInterfaceiv != nullptr && gl.getProgramResourceiv != nullptr
-                              && gl.getProgramResourceName != nullptr;
+        gl.hasInterfaceQueries = gl.getProgramInterfaceiv != nullptr && gl.getProgramResourceiv != nullptr
+                                 && gl.getProgramResourceName != nullptr;
     }
+    gl.hasStorageBlocks =
+        gl.hasInterfaceQueries && context->hasExtension("GL_ARB_shader_storage_buffer_object");
     if (context->hasExtension("GL_ARB_sampler_objects")) {
         find(gl.getSamplerParameteriv, "glGetSamplerParameteriv");
     }

@@ -39,6 +39,15 @@ struct ProgramFacts
         GLint location;
         GLint size;
         bool isSet;
+        bool isOfCollection; ///< an accessor of instance data reads it
+    };
+
+    /// A value that a fragment stage writes.
+    struct Output
+    {
+        QByteArray name;
+        GLint number; ///< of the draw buffer
+        Kind kind;
     };
 
     struct Block
@@ -55,6 +64,7 @@ struct ProgramFacts
     bool isNamed = false; ///< its files have been looked for
     std::vector<Attribute> attributes;
     std::vector<Sampler> samplers;
+    std::vector<Output> outputs;   ///< empty if the driver has no query
     std::vector<Uniform> uniforms; ///< neither samplers nor members of blocks
     std::vector<Block> uniformBlocks;
     std::vector<Block> storageBlocks;
@@ -100,6 +110,7 @@ struct NewerFunctions
     PFNGLPUSHDEBUGGROUPPROC pushDebugGroup = nullptr;
     PFNGLPOPDEBUGGROUPPROC popDebugGroup = nullptr;
     bool hasStorageBlocks = false;
+    bool hasInterfaceQueries = false;
     bool hasImmutableTextures = false;
     bool hasInstancedArrays = false;
     bool hasPipelines = false;

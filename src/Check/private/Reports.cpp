@@ -2,6 +2,8 @@
 
 #include <ZelGL/Reporting.h>
 
+#include <QtCore/QFile>
+
 #include <set>
 #include <tuple>
 #include <utility>
@@ -16,6 +18,18 @@ std::set<std::tuple<Mistake, quint32, quint64>> &reported =
     *new std::set<std::tuple<Mistake, quint32, quint64>>;
 
 thread_local int seen = 0;
+
+/// For hosts whose log is not seen, such as programs that a test starts.
+void appendToFile(const QString &text)
+{
+    const QString path = qEnvironmentVariable("ZELGL_CHECK_LOG");
+    if (!path.isEmpty()) {
+        QFile file(path);
+        if (file.open(QIODevice::Append)) {
+            file.write(text.toUtf8() + '\n');
+        }
+    }
+}
 
 } // namespace
 
@@ -36,6 +50,7 @@ void Inside::pause()
     _lock.unlock();
     for (const QString &text : std::exchange(_waiting, QStringList())) {
         ZEL_BARE_WARNING("[ZelCheck] %s", qUtf8Printable(text));
+        appendToFile(text);
     }
 }
 

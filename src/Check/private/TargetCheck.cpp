@@ -36,7 +36,8 @@ const char *statusText(GLenum status)
     }
 }
 
-void checkFramebuffer(GLuint program)
+/// Returns whether it is complete.
+bool checkFramebuffer(GLuint program)
 {
     const GLenum status = driver.glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER);
     if (status != GL_FRAMEBUFFER_COMPLETE) {
@@ -48,6 +49,7 @@ void checkFramebuffer(GLuint program)
                 .arg(statusText(status));
         });
     }
+    return status == GL_FRAMEBUFFER_COMPLETE;
 }
 
 void checkAreas(GLuint program)
@@ -116,6 +118,36 @@ void checkTests(GLuint program)
     }
 }
 
+/// GL leaves the values of a buffer undefined if the kinds differ.
+void checkOutputs(GLuint program, const ProgramFacts &facts)
+{
+    const GLint framebuffer = integer(GL_DRAW_FRAMEBUFFER_BINDING);
+    for (const ProgramFacts::Output &output : facts.outputs) {
+        const GLenum attachment = GLenum(integer(GL_DRAW_BUFFER0 + GLenum(output.number)));
+        GLboolean mask[4] = {};
+        driver.glGetBooleani_v(GL_COLOR_WRITEMASK, GLuint(output.number), mask);
+        if (attachment == GL_NONE || !(mask[0] || mask[1] || mask[2] || mask[3])) {
+            continue;
+        }
+        GLint type = GL_NONE;
+        driver.glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, attachment,
+                                                     GL_FRAMEBUFFER_ATTACHMENT_COMPONENT_TYPE, &type);
+        const bool isInteger = type == GL_INT || type == GL_UNSIGNED_INT;
+        if (type != GL_NONE && isInteger != (output.kind == ProgramFacts::eInteger)) {
+            report(Mistake::eOutputOfOtherKind, program, quint64(output.number), [&] {
+                return QStringLiteral(
+                           "Program %1: the output %2 is of %3, but draw buffer %4 of framebuffer %5 has a "
+                           "format of %6. Attach a texture of the other kind, or declare another output.")
+                    .arg(nameOf(Kind::eProgram, program), QString::fromLatin1(output.name),
+                         QLatin1String(isInteger ? "floats" : "integers"))
+                    .arg(output.number)
+                    .arg(nameOf(Kind::eFramebuffer, GLuint(framebuffer)),
+                         QLatin1String(isInteger ? "integers" : "floats"));
+            });
+        }
+    }
+}
+
 bool isOfPolygons(GLenum mode)
 {
     return mode != GL_POINTS && !(mode >= GL_LINES && mode <= GL_LINE_STRIP) && mode != GL_LINES_ADJACENCY
@@ -136,7 +168,9 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
         }
         return;
     }
-    checkFramebuffer(program);
+    if (checkFramebuffer(program) && integer(GL_DRAW_FRAMEBUFFER_BINDING) != 0) {
+        checkOutputs(program, facts);
+    }
     checkAreas(program);
     checkTests(program);
     if (isOfPolygons(mode) && driver.glIsEnabled(GL_CULL_FACE) != GL_FALSE
