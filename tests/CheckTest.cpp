@@ -602,9 +602,9 @@ TEST_F(CheckTest, RedundantCallsAreCountedByEntryPointAndObject)
     glBindTexture(GL_TEXTURE_2D, scene.textures[1]);
     const QStringList table = {
         "Redundant calls: 5 of 8 that set state. Leave them out where the order of the draws allows it.",
-        QString("  3 of 4  glUniform1f  u_Strength of program %1").arg(scene.name),
-        QString("  1 of 1  glBindTexture  GL_TEXTURE_2D of unit 0, texture %1").arg(scene.textures[0]),
-        "  1 of 2  glEnable  GL_CULL_FACE"};
+        QString("  3 of 4  glUniform1f u_Strength of program %1").arg(scene.name),
+        QString("  1 of 1  glBindTexture GL_TEXTURE_2D of unit 0, texture %1").arg(scene.textures[0]),
+        "  1 of 2  glEnable GL_CULL_FACE"};
     EXPECT_EQ(table, Check::takeRedundantCalls());
     EXPECT_EQ(QStringList(), Check::takeRedundantCalls());
 }

@@ -144,11 +144,9 @@ QStringList Repeats::take()
                              .arg(redundant)
                              .arg(all)};
     for (const Row &row : rows) {
-        table += QStringLiteral("  %1 of %2  %3  ")
-                     .arg(row.second.redundant)
-                     .arg(row.second.all)
-                     .arg(row.first.first)
-                 + row.first.second;
+        const QString line = QStringLiteral("  %1 of %2  ").arg(row.second.redundant).arg(row.second.all)
+                             + row.first.first + ' ' + row.first.second;
+        table += row.first.second.isEmpty() ? line.chopped(1) : line;
     }
     return table;
 }
