@@ -88,7 +88,7 @@ QStringList Check::takeRedundantCalls()
     return repeats().take();
 }
 
-void Check::setLabel(GLenum identifier, GLuint name, const QString &text)
+void Check::setLabel(unsigned int identifier, unsigned int name, const QString &text)
 {
     if (Watch::isInstalled()) {
         const Inside inside;

@@ -2,8 +2,6 @@
 
 #include "CheckExport.h"
 
-#include <ZelGL/GLLoader.h>
-
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -64,7 +62,7 @@ public:
     /// Names an object in messages: \a identifier is that of glObjectLabel(), such as GL_TEXTURE. With the option labels it
     /// is also the label of GL. Labels that the host sets by glObjectLabel() are found without the call. Needs the context of
     /// the object; does nothing while the check does not run.
-    static void setLabel(GLenum identifier, GLuint name, const QString &text);
+    static void setLabel(unsigned int identifier, unsigned int name, const QString &text);
 
     /// Makes mistakes that were logged before be logged again.
     static void forgetReports();

@@ -80,7 +80,8 @@ void checkUnits()
     for (GLint unit = 0; unit < ofFragments && !areKnown; ++unit) {
         areKnown = Zel::Texture::isTextureUnitFree(unsigned(unit));
     }
-    for (GLint unit = 0; unit < integer(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS); ++unit) {
+    const GLint unitCount = integer(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS);
+    for (GLint unit = 0; unit < unitCount; ++unit) {
         driver.glActiveTexture(GL_TEXTURE0 + GLenum(unit));
         const bool hasTexture = checkUnit(unit);
         if (!hasTexture && areKnown && unit < ofFragments

@@ -129,9 +129,15 @@ void checkOutputs(GLuint program, const ProgramFacts &facts)
         if (attachment == GL_NONE || !(mask[0] || mask[1] || mask[2] || mask[3])) {
             continue;
         }
-        GLint type = GL_NONE;
-        driver.glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, attachment,
-                                                     GL_FRAMEBUFFER_ATTACHMENT_COMPONENT_TYPE, &type);
+        const auto query = [attachment](GLenum name) {
+            GLint value = GL_NONE;
+            driver.glGetFramebufferAttachmentParameteriv(GL_DRAW_FRAMEBUFFER, attachment, name, &value);
+            return value;
+        };
+        if (query(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE) == GL_NONE) {
+            continue; // later versions of GL allow it, and have no further parameters for it
+        }
+        const GLint type = query(GL_FRAMEBUFFER_ATTACHMENT_COMPONENT_TYPE);
         const bool isInteger = type == GL_INT || type == GL_UNSIGNED_INT;
         if (type != GL_NONE && isInteger != (output.kind == ProgramFacts::eInteger)) {
             report(Mistake::eOutputOfOtherKind, program, quint64(output.number), [&] {
