@@ -90,11 +90,11 @@ QStringList Check::takeRedundantCalls()
 
 void Check::setLabel(unsigned int identifier, unsigned int name, const QString &text)
 {
-    if (Watch::isInstalled()) {
+    const std::optional<Kind> kind = kindOf(identifier);
+    if (Watch::isInstalled() && kind.has_value()) {
         const Inside inside;
-        const Kind kind = kindOf(identifier);
-        objects().known(kind, name).label = text;
-        Labels::rename(kind, name);
+        objects().known(*kind, name).label = text;
+        Labels::rename(*kind, name);
     }
 }
 

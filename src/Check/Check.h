@@ -61,7 +61,8 @@ public:
 
     /// Names an object in messages: \a identifier is that of glObjectLabel(), such as GL_TEXTURE. With the option labels it
     /// is also the label of GL. Labels that the host sets by glObjectLabel() are found without the call. Needs the context of
-    /// the object; does nothing while the check does not run.
+    /// the object; does nothing while the check does not run, and for identifiers other than those of buffers, textures,
+    /// renderbuffers, queries, vertex arrays, framebuffers, programs and shaders.
     static void setLabel(unsigned int identifier, unsigned int name, const QString &text);
 
     /// Makes mistakes that were logged before be logged again.

@@ -294,11 +294,11 @@ GLenum identifierOf(Kind kind)
     return kKinds[int(kind)].identifier;
 }
 
-Kind kindOf(GLenum identifier)
+std::optional<Kind> kindOf(GLenum identifier)
 {
     const auto row = std::find_if(std::begin(kKinds), std::end(kKinds),
                                   [identifier](const KindRow &one) { return one.identifier == identifier; });
-    return row != std::end(kKinds) ? row->kind : Kind::eTexture;
+    return row != std::end(kKinds) ? std::optional<Kind>(row->kind) : std::nullopt;
 }
 
 const char *wordFor(Kind kind)

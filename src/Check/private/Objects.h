@@ -6,6 +6,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 
 namespace Orvane { namespace ZelCheck {
 
@@ -55,9 +56,9 @@ QString titleOf(Kind kind, GLuint name);
 QString labelOf(Kind kind, GLuint name);
 void setLabelOf(Kind kind, GLuint name, const QString &label);
 
-/// The kind as glObjectLabel() has it, and back. The kind of an unknown identifier is eTexture.
+/// The kind as glObjectLabel() has it, and back.
 GLenum identifierOf(Kind kind);
-Kind kindOf(GLenum identifier);
+std::optional<Kind> kindOf(GLenum identifier);
 
 /// "texture", for messages.
 const char *wordFor(Kind kind);
