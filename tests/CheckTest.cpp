@@ -480,6 +480,9 @@ TEST_P(CheckMistakesTest, OneLineNamesTheMistakeAndItsRemedy)
     }
     const Scope check(withIndices());
     Scene scene(row.fragmentStage);
+    if (row.fragmentStage == kFragmentStage) {
+        scene.draw(); // the mistake is found after a correct draw too
+    }
     EXPECT_MESSAGES() << "Of the preparation";
     row.err(scene);
     const QStringList lines = _capture.takeTexts();

@@ -4,6 +4,8 @@
 #include "Labels.h"
 #include "Reports.h"
 
+#include <ZelGL/GLContextTracker.h>
+
 #include <QtCore/QStringList>
 
 #include <algorithm>
@@ -223,6 +225,31 @@ bool DrawCheck::allows(const DrawCall *calls, size_t count)
                     [](const DrawCall &call) { return call.count == 0 || call.instances == 0; })) {
         return true; // a host may leave everything out
     }
+    const State state = {Zel::GLContextTracker::currentContext(), changes, calls->mode,
+                         calls->indexType != 0};
+    const bool isKnown = state == _correct;
+    const int mistakesBefore = mistakesSeen();
+    const GLuint program = isKnown ? _program : checkProgram();
+    if (program == 0) {
+        return true;
+    }
+    const bool hasArrays = isKnown || checkState(program, *calls);
+    bool hasIndices = true;
+    for (const DrawCall *call = calls; call != end; ++call) {
+        hasIndices = checkIndexBuffer(program, *call) && hasIndices;
+    }
+    for (const DrawCall *call = calls; readsIndices && hasArrays && hasIndices && call != end; ++call) {
+        if (call->count > 0 && call->instances > 0) {
+            checkVertexNumbers(program, programs.of(program), *call);
+        }
+    }
+    _correct = mistakesSeen() == mistakesBefore ? state : State();
+    _program = program;
+    return hasArrays && hasIndices;
+}
+
+GLuint DrawCheck::checkProgram()
+{
     const GLuint program = currentProgram();
     if (program == 0) {
         if (!newerFunctions().hasPipelines || integer(GL_PROGRAM_PIPELINE_BINDING) == 0) {
@@ -232,7 +259,7 @@ bool DrawCheck::allows(const DrawCall *calls, size_t count)
                     "linked, and check its result.");
             });
         }
-        return true;
+        return 0;
     }
     ProgramFacts &facts = programs.of(program);
     if (!facts.isLinked) {
@@ -242,7 +269,7 @@ bool DrawCheck::allows(const DrawCall *calls, size_t count)
                        "draw.")
                 .arg(nameOf(Kind::eProgram, program));
         });
-        return true;
+        return 0;
     }
     if (!facts.isNamed) {
         facts.isNamed = true;
@@ -255,23 +282,20 @@ bool DrawCheck::allows(const DrawCall *calls, size_t count)
                        "a VertexArrayObject or a draw unit.")
                 .arg(nameOf(Kind::eProgram, program));
         });
-        return true;
+        return 0;
     }
+    return program;
+}
+
+bool DrawCheck::checkState(GLuint program, const DrawCall &call)
+{
+    ProgramFacts &facts = programs.of(program);
     const bool hasArrays = checkArrays(program, facts);
-    bool hasIndices = true;
-    for (const DrawCall *call = calls; call != end; ++call) {
-        hasIndices = checkIndexBuffer(program, *call) && hasIndices;
-    }
     textures.check(program, facts);
     checkBlocks(program, facts);
     checkUniforms(program, facts);
-    checkTarget(program, facts, calls->mode, open);
-    for (const DrawCall *call = calls; readsIndices && hasArrays && hasIndices && call != end; ++call) {
-        if (call->count > 0 && call->instances > 0) {
-            checkVertexNumbers(program, facts, *call);
-        }
-    }
-    return hasArrays && hasIndices;
+    checkTarget(program, facts, call.mode, open);
+    return hasArrays;
 }
 
 bool DrawCheck::checkArrays(GLuint program, const ProgramFacts &facts)

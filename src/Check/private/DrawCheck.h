@@ -36,6 +36,7 @@ public:
     TextureCheck textures;
     OpenScopes open;
     bool readsIndices = false;
+    quint64 changes = 1; ///< calls that may have changed what a draw depends on
 
     /// Returns false if the driver would read from an invalid address: the draws must not be made. All have the same mode and
     /// type of indices.
@@ -43,11 +44,32 @@ public:
     bool allows(const DrawCommands &commands);
 
 private:
+    /// All but the arguments of a draw. If it is as before and had no mistake, it is not checked again.
+    struct State
+    {
+        const void *context = nullptr;
+        quint64 changes = 0;
+        GLenum mode = 0;
+        bool hasIndices = false;
+
+        bool operator==(const State &other) const
+        {
+            return context == other.context && changes == other.changes && mode == other.mode
+                   && hasIndices == other.hasIndices;
+        }
+    };
+
+    /// Returns the program that may draw, 0 if there is none.
+    GLuint checkProgram();
+    bool checkState(GLuint program, const DrawCall &call);
     bool checkArrays(GLuint program, const ProgramFacts &facts);
     bool checkArray(GLuint program, const ProgramFacts::Attribute &attribute, GLuint location);
     bool checkIndexBuffer(GLuint program, const DrawCall &call);
     void checkVertexNumbers(GLuint program, const ProgramFacts &facts, const DrawCall &call);
     void checkUniforms(GLuint program, ProgramFacts &facts);
+
+    State _correct;      ///< of the last draw that had no mistake
+    GLuint _program = 0; ///< in use there
 };
 
 /// The bytes of an index.

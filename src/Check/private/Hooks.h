@@ -4,6 +4,8 @@
 #include "Driver.h"
 #include "Outside.h"
 
+#include <string_view>
+
 /// \file
 /// What the check does before and after the call of an entry point: specialisations of these templates in the headers DrawHooks.h,
 /// ObjectHooks.h and StateHooks.h, which only Watch.cpp includes.
@@ -19,6 +21,15 @@ ZELCHECK_EXTENSION_ENTRY_POINTS(ZELCHECK_NAME)
 #define ZELCHECK_NAME(name, Function) template <> constexpr const char *kNameOf<&Outside::name> = #name;
 ZELCHECK_OUTSIDE_ENTRY_POINTS(ZELCHECK_NAME)
 #undef ZELCHECK_NAME
+
+/// Whether what a draw depends on is the same after the call. Of uniforms only samplers matter, which their hooks count.
+constexpr bool keepsState(std::string_view name)
+{
+    const auto startsWith = [name](std::string_view start) { return name.substr(0, start.size()) == start; };
+    return startsWith("glGet") || startsWith("glIs") || startsWith("glMultiDraw")
+           || (startsWith("glDraw") && !startsWith("glDrawBuffer"))
+           || (startsWith("glUniform") && !startsWith("glUniformBlock"));
+}
 
 /// What a call is checked for. The result false leaves the call out.
 template <auto Slot> struct Before

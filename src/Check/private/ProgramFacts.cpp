@@ -289,8 +289,9 @@ void readOutputs(GLuint program, ProgramFacts &facts)
 
 } // namespace
 
-void ProgramFacts::setUniform(GLint location)
+bool ProgramFacts::setUniform(GLint location)
 {
+    bool isSampler = false;
     for (Uniform &uniform : uniforms) {
         if (location >= uniform.location && location < uniform.location + uniform.size) {
             uniform.isSet = true;
@@ -299,8 +300,10 @@ void ProgramFacts::setUniform(GLint location)
     for (Sampler &sampler : samplers) {
         if (location >= sampler.location && location < sampler.location + sampler.size) {
             sampler.isSet = true;
+            isSampler = true;
         }
     }
+    return isSampler;
 }
 
 ProgramFacts::Uniform ProgramFacts::uniformAt(GLint location) const

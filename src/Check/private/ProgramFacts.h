@@ -69,8 +69,8 @@ struct ProgramFacts
     std::vector<Block> uniformBlocks;
     std::vector<Block> storageBlocks;
 
-    /// A sampler's element or a uniform has been set.
-    void setUniform(GLint location);
+    /// A sampler's element or a uniform has been set. Returns whether it is a sampler.
+    bool setUniform(GLint location);
     /// A uniform or sampler, without \a isSet; the name is empty if there is none.
     Uniform uniformAt(GLint location) const;
 };

@@ -9,7 +9,7 @@ struct SetsUniform
     template <typename... Rest> static bool of(GLenum error, GLint location, Rest...)
     {
         if (location >= 0 && error == GL_NO_ERROR) {
-            draws().programs.of(currentProgram()).setUniform(location);
+            draws().changes += draws().programs.of(currentProgram()).setUniform(location) ? 1 : 0;
         }
         return false;
     }

@@ -145,6 +145,9 @@ struct Watcher
             takeForeignError(kNameOf<Slot>);
             const int mistakesBefore = mistakesSeen();
             countRepeat<Slot>(arguments...);
+            if constexpr (!keepsState(kNameOf<Slot>)) {
+                ++draws().changes;
+            }
             if (!Before<Slot>::of(arguments...)) {
                 return Result();
             }
