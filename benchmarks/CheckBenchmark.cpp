@@ -39,6 +39,7 @@ struct Scene
     std::unique_ptr<OffscreenStage> stage = OffscreenStage::create(16, 16);
     ShaderProgram program{nullptr};
     GLint strength = -1;
+    GLuint textures[2] = {};
 
     Scene()
     {
@@ -65,11 +66,12 @@ struct Scene
         glBufferData(GL_ELEMENT_ARRAY_BUFFER, 6, nullptr, GL_STATIC_DRAW);
         glBindBufferBase(GL_UNIFORM_BUFFER, 0, names[2]);
         glBufferData(GL_UNIFORM_BUFFER, 1024, nullptr, GL_STATIC_DRAW);
-        GLuint texture = 0;
-        glGenTextures(1, &texture);
-        glBindTexture(GL_TEXTURE_2D, texture);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 8, 8, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        glGenTextures(2, textures);
+        for (const GLuint texture : textures) {
+            glBindTexture(GL_TEXTURE_2D, texture);
+            glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 8, 8, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        }
     }
 };
 
@@ -103,5 +105,19 @@ template <bool Checked> void uniformAndDraw(benchmark::State &state)
 }
 BENCHMARK_TEMPLATE(uniformAndDraw, false)->Name("uniformAndDraw/bare");
 BENCHMARK_TEMPLATE(uniformAndDraw, true)->Name("uniformAndDraw/checked");
+
+/// A texture changes in each draw, after which the check reads all state again.
+template <bool Checked> void textureAndDraw(benchmark::State &state)
+{
+    const Scene &all = scene();
+    const std::unique_ptr<Scope> check = Checked ? std::make_unique<Scope>() : nullptr;
+    size_t number = 0;
+    for (auto _ : state) {
+        glBindTexture(GL_TEXTURE_2D, all.textures[number ^= 1]);
+        glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_SHORT, nullptr);
+    }
+}
+BENCHMARK_TEMPLATE(textureAndDraw, false)->Name("textureAndDraw/bare");
+BENCHMARK_TEMPLATE(textureAndDraw, true)->Name("textureAndDraw/checked");
 
 } // namespace
