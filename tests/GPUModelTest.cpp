@@ -457,7 +457,12 @@ TEST_F(GPUModelTest, ARandomSceneIsUpdatedCulledAndDrawnAsPlainListsAre)
                        && isOutside(camera * transforms.at(command.transform).world,
                                     _model.getBoundingBox(command.box));
             };
-            ASSERT_EQ(cull(isOut), _model.frustumCull(camera));
+            const struct
+            {
+                alignas(16) float first; // the matrix follows at an address that is no multiple of 16
+                QMatrix4x4 matrix;
+            } unaligned{0.0f, camera};
+            ASSERT_EQ(cull(isOut), _model.frustumCull(unaligned.matrix));
         } else {
             TextureManager *const managers[] = {nullptr, &_textures, &_manager};
             TextureManager *manager = managers[below(3)];

@@ -56,7 +56,8 @@ private:
     /// Column \a column of the product of the view-projection matrix and \a right.
     Lanes productColumn(const float *right, int column) const
     {
-        const auto *columns = reinterpret_cast<const Lanes *>(_clipFromWorld);
+        // Not auto, which would drop the alignment of the type.
+        const Lanes *columns = reinterpret_cast<const Lanes *>(_clipFromWorld);
         const float *factors = right + 4 * column;
         return columns[0] * factors[0] + columns[1] * factors[1] + columns[2] * factors[2]
                + columns[3] * factors[3];
