@@ -239,3 +239,60 @@ TEST_F(SnippetsTest, RenderTarget)
     //! [RenderTarget]
     EXPECT_EQ(qRgb(255, 0, 0), picture.pixel(0, 0));
 }
+
+TEST_F(SnippetsTest, ShadowLayers)
+{
+    Canvas canvas(8, 1); // the floor from x = -4 to x = 4
+    QMatrix4x4 view, projection;
+    view.lookAt({0, 4, 8}, {0, 0, 0}, {0, 1, 0});
+    projection.perspective(60, 1, 1, 40);
+    //! [ShadowLayers]
+    //! [ShadowLight]
+    ShadowLight sun;
+    sun.type = ShadowLight::eDirectional;
+    sun.direction = {0, -1, 0};
+    sun.size = 0.02f; // soft shadows
+    //! [ShadowLight]
+    ShadowLayers::Options options;
+    options.isStable = true;
+    const std::unique_ptr<ShadowLayers> shadows = ShadowLayers::create(options);
+    shadows->setLights({sun});
+
+    GLSLMacroProcessor processor;
+    ShadowLayers::setUp(&processor, options.kind);
+    const auto casters = makeProgram(R"(#version 150
+#include "KitCasterVertex.glslh"
+uniform mat4 u_Projection;
+in vec4 va_Vertex;
+void main() { gl_Position = shadowCasterPosition(u_Projection * vec4(va_Vertex.x, 1.0, va_Vertex.y, 1.0)); }
+)",
+                                     "#version 150\nvoid main() {}", &processor);
+    const auto floor = makeProgram(kAllOver, R"(#version 150
+#include "KitShadows.glslh"
+out vec4 color;
+void main()
+{
+    vec3 place = vec3(gl_FragCoord.x - 4.0, 0.0, 0.0);
+    color = vec4(shadowVisibility(0, place, vec3(0.0, 1.0, 0.0), shadowDirectionTo(0, place)));
+})",
+                                   &processor, {ShadowLayers::shaderFile()});
+
+    // Each frame.
+    shadows->update(view, projection, {{-4.1f, -0.1f, -4.1f}, {4.1f, 1.1f, 4.1f}},
+                    [&casters](const ShadowLayers::Layer &layer) {
+                        const AutoBinder bound(casters.get());
+                        casters->setUniform("u_Projection", QVariant(layer.projection));
+                        const auto plate = OpenGLDeviceContext::current()->fullscreenQuad();
+                        plate->bind();
+                        plate->VAO()->enableShaderProgramArrays(casters.get());
+                        plate->draw(casters.get());
+                        plate->unbind();
+                    });
+    const AutoBinder bound(floor.get());
+    shadows->bind(floor.get());
+    canvas.draw(*floor);
+    shadows->unbind(floor.get());
+    //! [ShadowLayers]
+    EXPECT_TRUE(canvas.pixels().isNear(1, 0, {1, 1, 1, 1}, 0.01f)); // x = -2.5
+    EXPECT_TRUE(canvas.pixels().isNear(4, 0, {0, 0, 0, 0}, 0.01f)); // below the plate
+}

@@ -15,3 +15,4 @@
 #include "Overlay.h"
 #include "Picker.h"
 #include "RenderTarget.h"
+#include "ShadowLayers.h"

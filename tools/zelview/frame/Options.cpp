@@ -38,6 +38,7 @@ const QString kEnvBlur = QStringLiteral("env-blur");
 const QString kLights = QStringLiteral("lights");
 const QString kCascades = QStringLiteral("csm");
 const QString kVariance = QStringLiteral("variance");
+const QString kStableShadows = QStringLiteral("stable-shadows");
 const QString kGround = QStringLiteral("ground");
 
 const QString kManager = QStringLiteral("manager");
@@ -377,6 +378,10 @@ QList<QCommandLineOption> lightOptions()
         {kVariance,
          QStringLiteral(
              "Use variance shadow maps: one lookup in a blurred layer instead of many in a plain one.")},
+        {kStableShadows,
+         QStringLiteral(
+             "Keep the edges of the sun's shadow from shimmering while the view moves. The shadow is "
+             "a little coarser.")},
         {kGround, QStringLiteral("Show a ground that receives the shadow of the model.")}};
 }
 
@@ -384,13 +389,15 @@ void readLights(Reader &reader, Options &options)
 {
     reader.readName<LightRig>(kLights, options.lights, kRigNames);
     reader.readNumber(kCascades, options.cascades, 1, kMaxCascades);
-    const QString ofShadows = reader.isSet(kCascades)   ? kCascades
-                              : reader.isSet(kVariance) ? kVariance
-                                                        : QString();
+    const QString ofShadows = reader.isSet(kCascades)        ? kCascades
+                              : reader.isSet(kVariance)      ? kVariance
+                              : reader.isSet(kStableShadows) ? kStableShadows
+                                                             : QString();
     if (options.lights == LightRig::eNone && !ofShadows.isEmpty()) {
         reader.refuse(QStringLiteral("--%1 needs --lights other than 'none'").arg(ofShadows));
     }
     options.shadowKind = reader.isSet(kVariance) ? ShadowKind::eVariance : ShadowKind::eDepth;
+    options.areShadowsStable = reader.isSet(kStableShadows);
     options.hasGround = reader.isSet(kGround);
 }
 

@@ -86,10 +86,11 @@ struct Options
     LightRig lights = LightRig::eSun;
     int cascades = 4; ///< of the sun's shadow
     ShadowKind shadowKind = ShadowKind::eDepth;
-    bool hasGround = false; ///< shows a ground that receives the shadow of the model
-    QString modelOption;    ///< the first given option that applies only to models; empty: none
-    QString imageOption;    ///< the same for images
-    QString shaders;        ///< folder of zelview's shaders; empty: those that are built in
+    bool areShadowsStable = false; ///< cascades that follow the camera in whole texels
+    bool hasGround = false;        ///< shows a ground that receives the shadow of the model
+    QString modelOption;           ///< the first given option that applies only to models; empty: none
+    QString imageOption;           ///< the same for images
+    QString shaders;               ///< folder of zelview's shaders; empty: those that are built in
     bool verbose = false;
     QString printedText; ///< text of --help or --version, to print instead of doing anything
 

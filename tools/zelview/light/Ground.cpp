@@ -1,7 +1,7 @@
 #include "light/Ground.h"
 
 #include "light/Environment.h"
-#include "light/ShadowLayers.h"
+#include "light/ShadowedLights.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -27,7 +27,7 @@ Expected<std::unique_ptr<Ground>> Ground::create(Programs &programs, const Box &
     }
     Expected<ProgramPointer> shading =
         programs.build({QStringLiteral("passthroughVS.glslc")},
-                       QStringList(QStringLiteral("ground.frag")) + ShadowLayers::shaderFiles());
+                       {QStringLiteral("ground.frag"), ShadowedLights::Layers::shaderFile()});
     if (!shading) {
         return shading.problem();
     }
@@ -43,7 +43,7 @@ void Ground::drawGeometry(const View &view)
     drawFullscreen(_geometry.data());
 }
 
-void Ground::draw(const View &view, Texture *occlusion, ShadowLayers &shadows, Environment *environment)
+void Ground::draw(const View &view, Texture *occlusion, ShadowedLights &shadows, Environment *environment)
 {
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoEnabler blending(GL_BLEND);

@@ -14,7 +14,7 @@ class Texture;
 namespace zelview {
 
 class Environment;
-class ShadowLayers;
+class ShadowedLights;
 
 /// A horizontal ground under a scene that shows only shadows and occlusion: it darkens the backdrop. It is invisible from
 /// below.
@@ -25,14 +25,14 @@ class Ground
     Q_DISABLE_COPY(Ground)
 
 public:
-    /// The processor of \a programs must have the defines of ShadowLayers, and those of Environment if there is one.
+    /// The processor of \a programs must have the defines of ShadowedLights, and those of Environment if there is one.
     static Expected<std::unique_ptr<Ground>> create(Programs &programs, const Box &scene);
     ~Ground();
 
     /// Draws the geometry for AmbientOcclusion into the bound framebuffer; call it before the model is drawn.
     void drawGeometry(const View &view);
     /// Darkens the backdrop in the bound framebuffer; call it before the model is drawn. Neither tests nor writes depth.
-    void draw(const View &view, Orvane::Zel::Texture *occlusion, ShadowLayers &shadows,
+    void draw(const View &view, Orvane::Zel::Texture *occlusion, ShadowedLights &shadows,
               Environment *environment);
 
 private:

@@ -38,7 +38,7 @@ LightSource placed(LightSource::Type type, const Box &bounds, const QVector3D &t
     light.color = illuminance * distance * distance;
     light.size = kLampSize * distance;
     light.innerCone = qDegreesToRadians(12.0f);
-    light.outerCone = qDegreesToRadians(24.0f);
+    light.halfAngle = qDegreesToRadians(24.0f);
     return light;
 }
 
@@ -68,7 +68,7 @@ LightSource fromFile(const SceneLight &source, const Scene &scene)
     light.color = source.color * source.intensity;
     light.range = source.range;
     light.innerCone = qDegreesToRadians(source.innerCone);
-    light.outerCone = qDegreesToRadians(source.outerCone);
+    light.halfAngle = qDegreesToRadians(source.outerCone);
     const bool isDirectional = light.type == LightSource::eDirectional;
     light.size = isDirectional ? kSunSize : kLampSize * (light.position - scene.bounds.center()).length();
     return light;
@@ -111,20 +111,6 @@ bool projectToLevel(const LightSource &light, const QVector3D &point, float leve
 }
 
 } // namespace
-
-QMatrix4x4 LightSource::placement() const
-{
-    const QVector3D back = -direction;
-    const QVector3D side =
-        std::abs(back.y()) < 0.9f ? QVector3D(0.0f, 1.0f, 0.0f) : QVector3D(1.0f, 0.0f, 0.0f);
-    const QVector3D right = QVector3D::crossProduct(side, back).normalized();
-    QMatrix4x4 matrix;
-    matrix.setColumn(0, right.toVector4D());
-    matrix.setColumn(1, QVector3D::crossProduct(back, right).toVector4D());
-    matrix.setColumn(2, back.toVector4D());
-    matrix.setColumn(3, QVector4D(position, 1.0f));
-    return matrix;
-}
 
 QVector3D LightSource::illuminance(const QVector3D &point) const
 {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtGui/QMatrix4x4>
+#include <ZelKit/ShadowLayers.h>
+
 #include <QtGui/QVector3D>
 
 #include <vector>
@@ -15,21 +16,12 @@ struct Scene;
 ///
 /// Units: lengths in units of the scene; angles in radians. The colour of a directional light is in lux, of the others in
 ///        candela; a white surface at pi lux has the greatest value of the screen.
-struct LightSource
+struct LightSource : Orvane::ZelKit::ShadowLight
 {
-    enum Type { ePoint, eSpot, eDirectional };
+    QVector3D color;        ///< linear, times intensity
+    float range = 0.0f;     ///< distance at which it ends; 0: infinite
+    float innerCone = 0.0f; ///< half angle of full strength of a spot light; it is dark beyond halfAngle
 
-    Type type = eDirectional;
-    QVector3D position;                     ///< unless directional
-    QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines, unit length; unless a point light
-    QVector3D color;                        ///< linear, times intensity
-    float range = 0.0f;                     ///< distance at which it ends; 0: infinite
-    float innerCone = 0.0f;                 ///< half angle of full strength of a spot light
-    float outerCone = 0.7853982f;           ///< half angle beyond which a spot light is dark
-    float size = 0.0f; ///< radius of the source; of a directional light the tangent of its angular radius
-
-    /// A transform to the position whose -z axis is the direction; the up direction is arbitrary.
-    QMatrix4x4 placement() const;
     /// The illuminance in lux of a surface that faces the light, without the attenuation by the cone.
     QVector3D illuminance(const QVector3D &point) const;
 };

@@ -8,7 +8,7 @@
 #include "light/Environment.h"
 #include "light/Ground.h"
 #include "light/LightLines.h"
-#include "light/ShadowLayers.h"
+#include "light/ShadowedLights.h"
 #include "model/ModelRenderer.h"
 #include "scene/ModelLoader.h"
 #include "scene/StressScene.h"
@@ -174,7 +174,7 @@ Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
         Console::printError(remark);
     }
     const Expected<ProgramPointer> casters = (*renderer)->buildCasterProgram(
-        QStringLiteral("shadow.vert"), ShadowLayers::casterFile(_options.shadowKind));
+        QStringLiteral("shadow.vert"), ShadowedLights::casterFile(_options.shadowKind));
     if (!casters) {
         return casters.problem();
     }
@@ -189,9 +189,8 @@ Failure ModelExhibit::makeRenderer(ManagerKind manager, MechanismKind mechanism)
 
 Failure ModelExhibit::makeShadows(Programs &programs)
 {
-    ShadowLayers::setUp(programs.processor(), _options.shadowKind);
-    Expected<std::unique_ptr<ShadowLayers>> shadows =
-        ShadowLayers::create(programs, _options.shadowKind, _options.cascades);
+    ShadowedLights::setUp(programs.processor(), _options.shadowKind);
+    Expected<std::unique_ptr<ShadowedLights>> shadows = ShadowedLights::create(_options);
     if (!shadows) {
         return shadows.problem();
     }
@@ -207,10 +206,10 @@ Failure ModelExhibit::makeShadows(Programs &programs)
     _ground = std::move(*ground);
     _lightLines = std::move(*lightLines);
     setLights();
-    if (int(_lights.size()) > ShadowLayers::kMaxLights) {
+    if (int(_lights.size()) > ShadowedLights::kMaxLights) {
         Console::printError(QStringLiteral("the file has %1 lights; only the first %2 are used")
                                 .arg(_lights.size())
-                                .arg(ShadowLayers::kMaxLights));
+                                .arg(ShadowedLights::kMaxLights));
     }
     return {};
 }
@@ -310,12 +309,13 @@ Failure ModelExhibit::prepareShadows(const View &view)
         _changesInShadows = changes;
         _shadows->invalidate();
     }
-    return _shadows->update(
-        view, shadowedBox(_scene.bounds, _lights, _options.hasGround), [this](const QMatrix4x4 &projection) {
-            const Orvane::Zel::AutoBinder bound(_casters.data());
-            _casters->setUniform(QStringLiteral("u_ShadowProjection"), QVariant(projection));
-            _renderer->drawCasters(_casters.data(), ShadowLayers::beam(projection));
-        });
+    return _shadows->update(view, shadowedBox(_scene.bounds, _lights, _options.hasGround),
+                            [this](const ShadowedLights::Layers::Layer &layer) {
+                                const Orvane::Zel::AutoBinder bound(_casters.data());
+                                _casters->setUniform(QStringLiteral("u_ShadowProjection"),
+                                                     QVariant(layer.projection));
+                                _renderer->drawCasters(_casters.data(), layer.beam);
+                            });
 }
 
 void ModelExhibit::draw(const QSize &viewport)

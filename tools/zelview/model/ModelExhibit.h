@@ -19,7 +19,7 @@ class Environment;
 class Ground;
 class LightLines;
 class ModelRenderer;
-class ShadowLayers;
+class ShadowedLights;
 
 /// Shows a model, or a plane of tiles: before a plain backdrop in studio light, or in an environment; from a camera that
 /// turns around it, or from those of its file.
@@ -87,7 +87,7 @@ private:
     std::unique_ptr<Backdrop> _backdrop;       ///< null if there is an environment
     std::unique_ptr<Environment> _environment; ///< null for studio light
     std::vector<LightSource> _lights;          ///< the lights that cast shadows
-    std::unique_ptr<ShadowLayers> _shadows;
+    std::unique_ptr<ShadowedLights> _shadows;
     std::unique_ptr<Ground> _ground;
     std::unique_ptr<LightLines> _lightLines;
     std::unique_ptr<ModelRenderer> _renderer;

@@ -4,7 +4,7 @@
 #include "frame/Counted.h"
 #include "frame/UniformBlock.h"
 #include "light/Environment.h"
-#include "light/ShadowLayers.h"
+#include "light/ShadowedLights.h"
 #include "light/StudioLight.h"
 #include "scene/Scene.h"
 
@@ -108,7 +108,7 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Programs &p
         return *failure;
     }
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(programs, scene, options, manager, mechanism));
-    ShadowLayers::setUp(renderer->_programs.processor(), options.shadowKind);
+    ShadowedLights::setUp(renderer->_programs.processor(), options.shadowKind);
     if (hasEnvironment) {
         Environment::setUp(renderer->_programs.processor());
     }
@@ -127,8 +127,8 @@ Failure ModelRenderer::buildPrograms()
     if (!geometry) {
         return geometry.problem();
     }
-    const Expected<ProgramPointer> shading = buildModelProgram(
-        vertexFile, QStringList(QStringLiteral("model.frag")) + ShadowLayers::shaderFiles());
+    const Expected<ProgramPointer> shading =
+        buildModelProgram(vertexFile, {QStringLiteral("model.frag"), ShadowedLights::Layers::shaderFile()});
     if (!shading) {
         return shading.problem();
     }
@@ -184,7 +184,7 @@ void ModelRenderer::drawGeometry(const View &view)
 }
 
 void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *environment,
-                         ShadowLayers &shadows, float exposure)
+                         ShadowedLights &shadows, float exposure)
 {
     if (_frozenFrustum) {
         drawGhosts(view);

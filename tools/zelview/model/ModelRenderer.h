@@ -21,7 +21,7 @@ class UniformBufferObject;
 namespace zelview {
 
 class Environment;
-class ShadowLayers;
+class ShadowedLights;
 
 /// Draws the passes of a scene, with their programs and state.
 ///
@@ -53,7 +53,7 @@ public:
     void drawGeometry(const View &view);
     /// Second part, with the same view: draws into the bound framebuffer, opaque draws first.
     void draw(const View &view, Orvane::Zel::Texture *occlusion, Environment *environment,
-              ShadowLayers &shadows, float exposure);
+              ShadowedLights &shadows, float exposure);
 
     /// Builds a program for drawCasters(). The vertex stage must include "ModelVertex.glslh", and the fragment stage, such as
     /// "caster.frag", "Material.glslh".

@@ -12,7 +12,7 @@ out vec4 out_FragColor;
 
 #include "GroundPosition.glslh"
 #include "LightTable.glslh"
-#include "Shadows.glslh"
+#include "KitShadows.glslh"
 
 #ifdef ZELVIEW_ENVIRONMENT
 #include "Environment.glslh"
@@ -58,7 +58,7 @@ vec3 arriving(vec3 position, out vec3 inTheOpen)
         vec3 lux = illuminance(i, position, toLight) * max(toLight.y, 0.0);
         if (lux != vec3(0.0)) {
             int part;
-            float lit = visibility(i, position, kUp, toLight, part);
+            float lit = shadowVisibility(i, position, kUp, toLight, part);
             inTheOpen += lux;
             sum += lux * lit * partColor(part);
         }

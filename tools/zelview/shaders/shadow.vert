@@ -4,10 +4,10 @@
 
 uniform mat4 u_ShadowProjection;
 
+#include "KitCasterVertex.glslh"
 #include "ModelVertex.glslh"
 
 void main()
 {
-    gl_Position = u_ShadowProjection * placeVertex();
-    gl_Position.z = 2.0 * gl_Position.z - gl_Position.w; // the depth range of the window maps this back to the projected z
+    gl_Position = shadowCasterPosition(u_ShadowProjection * placeVertex());
 }

@@ -1,7 +1,7 @@
 // The debug view of the shadow table: a bar of the lights below, the layers side by side above.
 // In:  vo_TexCoord from 0 to 1, lower left to upper right.
 // Out: linear; depths from white, near the light, to black; empty texels are blue; transparent outside of the layers.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 in vec2 vo_TexCoord;
 

@@ -1,7 +1,7 @@
 // One direction of the separable Gaussian blur of a variance layer.
 // In:  u_Moments; u_Step, from tap to tap in texture coordinates; vo_TexCoord.
 // Out: the mean moments.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 uniform sampler2D u_Moments;
 uniform vec2 u_Step;
