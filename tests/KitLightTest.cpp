@@ -1,4 +1,4 @@
-// The light of ZelGL::Kit: shadows.
+// The light of ZelGL::Kit: shadows and environments.
 
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
@@ -7,9 +7,13 @@
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/qfloat16.h>
 #include <QtGui/QOpenGLContext>
 
 #include <cmath>
+#include <cstring>
 #include <tuple>
 
 using namespace Orvane::Zel;
@@ -270,4 +274,150 @@ TEST_F(KitLightTest, ShadowLayersNameWhatTheyCannotUse)
     EXPECT_MESSAGES("warning ZelKit: shadow layers: bind() needs a program that is bound",
                     "warning ZelKit: shadow layers: unbind() needs the program of bind()");
     ShadowLayers::setUp(nullptr, ShadowLayers::ePlain); // does nothing
+}
+
+namespace {
+
+/// A strip of six faces with smooth colours and a lamp.
+EnvironmentImage sky(int side)
+{
+    LightImage image{QSize(6 * side, side), {}};
+    for (int i = 0; i < 6 * side * side; ++i) {
+        const float x = float(i % (6 * side)) / float(side);
+        const float y = float(i / (6 * side)) / float(side);
+        image.texels.emplace_back(0.5f + 0.4f * std::sin(3 * x), y, i % 97 == 0 ? 9.0f : 0.25f);
+    }
+    return *EnvironmentImage::prepared(image);
+}
+
+int halfSteps(float a, float b)
+{
+    const auto order = [](float value) {
+        const qfloat16 half(value);
+        qint16 bits = 0;
+        std::memcpy(&bits, &half, sizeof(bits));
+        return bits >= 0 ? bits : -(bits & 0x7FFF);
+    };
+    return std::abs(order(a) - order(b));
+}
+
+/// The largest difference of a level of two textures, in steps of half floats.
+int difference(Texture &a, int levelOfA, Texture &b, int levelOfB, int side)
+{
+    int steps = 0;
+    for (int face = 0; face < (a.target() == GL_TEXTURE_CUBE_MAP ? 6 : 1); ++face) {
+        const Pixels left = Pixels::ofTexture(a.target(), a.textureID(), levelOfA, face);
+        const Pixels right = Pixels::ofTexture(b.target(), b.textureID(), levelOfB, face);
+        EXPECT_EQ(side, left.width());
+        EXPECT_EQ(side, right.width());
+        for (int i = 0; i < 4 * side * side; ++i) {
+            const QVector4D one = left.at(i / 4 % side, i / 4 / side);
+            const QVector4D other = right.at(i / 4 % side, i / 4 / side);
+            steps = std::max(steps, halfSteps(one[i % 4], other[i % 4]));
+        }
+    }
+    return steps;
+}
+
+} // namespace
+
+TEST_F(KitLightTest, ABakeInSlicesEqualsThatOfTheLibraryAndSurvivesAFile)
+{
+    const std::unique_ptr<Texture> cube = sky(32).cubeMap();
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)); // takes how long the conversion took
+    EnvironmentBake::Options options;
+    options.reflectionSize = 16;
+    options.reflectionSamples = 64;
+    options.diffuseSize = 8;
+    options.diffuseSamples = 200;
+    options.tableSize = 8;
+    options.readsPerStep = 8000;
+    const auto bake = EnvironmentBake::create(*cube, options);
+    ASSERT_NE(nullptr, bake);
+    EXPECT_EQ(nullptr, bake->take());
+    int steps = 0;
+    for (float before = -1; bake->step(); before = bake->progress()) {
+        EXPECT_GT(bake->progress(), before);
+        ++steps;
+    }
+    EXPECT_GT(steps, 40);
+    EXPECT_EQ(1.0f, bake->progress());
+    const std::unique_ptr<EnvironmentLight> light = bake->take();
+    ASSERT_NE(nullptr, light);
+    ASSERT_EQ(5, light->levels());
+
+    const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    using Pointer = std::unique_ptr<Texture>;
+    const Pointer ggx(CreatePrefilteredCubeEnvMap(cube.get(), 16, 64, SHADING_PHYSICALLY_BASED, RGBA16F));
+    const Pointer lambert(
+        CreatePrefilteredCubeEnvMap(cube.get(), 16, 200, SHADING_LAMBERTIAN_DIFFUSE, RGBA16F));
+    const Pointer table(CreatePreintegratedBRDFTable(8, 8, 5, SHADING_PHYSICALLY_BASED, RGBA16F));
+    for (int level = 0; level < 5; ++level) {
+        EXPECT_LE(difference(*light->reflections(), level, *ggx, level, 16 >> level), 1) << level;
+    }
+    EXPECT_LE(difference(*light->diffuse(), 0, *lambert, 1, 8),
+              1); // level 0 of the library reads unfiltered texels
+    EXPECT_LE(difference(*light->table(), 0, *table, 0, 8), 1);
+
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("sky.light");
+    ASSERT_TRUE(light->save(path));
+    const std::unique_ptr<EnvironmentLight> loaded = EnvironmentLight::load(path);
+    ASSERT_NE(nullptr, loaded);
+    for (int level = 0; level < 5; ++level) {
+        EXPECT_EQ(0, difference(*light->reflections(), level, *loaded->reflections(), level, 16 >> level));
+    }
+    EXPECT_EQ(0, difference(*light->diffuse(), 0, *loaded->diffuse(), 0, 8));
+    EXPECT_EQ(0, difference(*light->table(), 0, *loaded->table(), 0, 8));
+
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const QByteArray bytes = file.readAll();
+    for (const int damage : {0, 8, 12, 16, 20, 23, -1}) { // magic, version, sizes, end
+        QByteArray damaged = damage < 0 ? bytes.chopped(1) : bytes;
+        damaged[std::max(damage, 0)] = char(damaged[std::max(damage, 0)] ^ (damage < 0 ? 0 : 0x60));
+        file.resize(0);
+        file.seek(0);
+        file.write(damaged);
+        file.flush();
+        QString error;
+        EXPECT_EQ(nullptr, EnvironmentLight::load(path, &error)) << damage;
+        EXPECT_TRUE(error.endsWith("is not a saved environment light, or damaged; bake and save it again"));
+    }
+}
+
+TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)
+{
+    QString error;
+    const auto errorOf = [&error](int width, int height, int texels,
+                                  std::optional<EnvironmentImage::Layout> layout) {
+        LightImage image{QSize(width, height), std::vector<QVector3D>(size_t(texels))};
+        EXPECT_FALSE(EnvironmentImage::prepared(image, layout, &error).has_value());
+        return error;
+    };
+    EXPECT_EQ("an environment image of 8x4 texels cannot have 31 of them", errorOf(8, 4, 31, {}));
+    EXPECT_EQ(
+        "an environment image of 9x4 texels is neither 2:1 (latlong), 4:3 or 3:4 (cross) nor 6:1 (strip); "
+        "pass eLatLong to stretch it",
+        errorOf(9, 4, 36, {}));
+    EXPECT_EQ("an environment image of 8x4 texels is not a strip: it is not made of square cells",
+              errorOf(8, 4, 32, EnvironmentImage::eStrip));
+    EXPECT_EQ("an environment image of 6x3 texels is too small", errorOf(6, 3, 18, {}));
+    EXPECT_EQ(nullptr, EnvironmentImage().cubeMap(&error));
+    EXPECT_EQ("an environment image must come from prepared() or fromTexture()", error);
+
+    Texture flat(GL_TEXTURE_2D, GL_RGBA8UI, 8, 4, 1, nullptr);
+    flat.bind();
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8UI, 8, 4, 0, GL_RGBA_INTEGER, GL_UNSIGNED_BYTE, nullptr);
+    flat.unbind();
+    EXPECT_FALSE(EnvironmentImage::fromTexture(flat, false, {}, &error).has_value());
+    EXPECT_TRUE(error.startsWith("an environment image must be a 2D texture or a cube map"));
+    EXPECT_EQ(nullptr, EnvironmentBake::create(flat, {}, &error));
+    EXPECT_TRUE(error.startsWith("environment bake: the source must be a cube map with a mip chain"));
+    EnvironmentBake::Options options;
+    options.diffuseSamples = 1;
+    EXPECT_EQ(nullptr, EnvironmentBake::create(flat, options, &error));
+    EXPECT_EQ("environment bake: 'diffuseSamples' must be from 2 to 4096, not 1", error);
+    EXPECT_EQ(nullptr, EnvironmentLight::load("/no/such.light", &error));
+    EXPECT_TRUE(error.startsWith("'/no/such.light' cannot be opened: "));
 }

@@ -6,6 +6,9 @@
 // includes the conversion of the file to a cube map with a mip chain. -compare prints the differences to the results that
 // the peer program read back (see KeepReadback.cpp), in steps of half floats.
 //
+// The rows bake_light bake all that shading needs, 256 texels with 128 samples, diffuse light with 2,048 and a table of 64: by the
+// library's calls, and by EnvironmentBake of ZelGL::Kit.
+//
 // Held constant: the source and its filters, seamless cube maps, half floats. A run includes the whole cost for a host, also
 // the build of the program, which Mesa's shader cache makes short from the second run on.
 
@@ -17,6 +20,7 @@
 #include <ZelGL/OpenGLDeviceContext.h>
 #include <ZelGL/PrefilteredEnvMap.h>
 #include <ZelGL/Texture.h>
+#include <ZelKit/EnvironmentBake.h>
 
 #include <QtCore/qfloat16.h>
 
@@ -87,6 +91,25 @@ struct Bake
     TexturePointer result;
     std::vector<double> milliseconds;
 };
+
+/// The light of an environment by the library's calls, and by ZelGL::Kit, printed.
+void bakeLight(Texture &source, int runs)
+{
+    const Bake byCalls(runs, [&] {
+        const TexturePointer specular(
+            CreatePrefilteredCubeEnvMap(&source, 256, 128, SHADING_PHYSICALLY_BASED, RGBA16F));
+        const TexturePointer diffuse(
+            CreatePrefilteredCubeEnvMap(&source, 32, 2048, SHADING_LAMBERTIAN_DIFFUSE, RGBA16F));
+        return TexturePointer(CreatePreintegratedBRDFTable(64, 64, 9, SHADING_PHYSICALLY_BASED, RGBA16F));
+    });
+    const Bake byKit(runs, [&] {
+        const auto bake = Orvane::ZelKit::EnvironmentBake::create(source, {});
+        while (bake->step()) {}
+        return std::make_unique<Texture>(nullptr); // counts as a run
+    });
+    SideBySide::printResult("bake_light", "calls", 256, "ms_cpu", byCalls.milliseconds);
+    SideBySide::printResult("bake_light", "kit", 256, "ms_cpu", byKit.milliseconds);
+}
 
 /// The values in the order of the peer: level by level, face by face.
 Floats cubeValues(Texture &cube, int levels)
@@ -162,6 +185,9 @@ int main(int argc, char **argv)
         return TexturePointer(
             CreatePrefilteredCubeEnvMap(source.get(), size, samples, SHADING_PHYSICALLY_BASED, RGBA16F));
     });
+    if (source != nullptr) {
+        bakeLight(*source, runs);
+    }
     source.reset();
     Bake table(runs, [&] {
         return TexturePointer(

@@ -296,3 +296,42 @@ void main()
     EXPECT_TRUE(canvas.pixels().isNear(1, 0, {1, 1, 1, 1}, 0.01f)); // x = -2.5
     EXPECT_TRUE(canvas.pixels().isNear(4, 0, {0, 0, 0, 0}, 0.01f)); // below the plate
 }
+
+TEST_F(SnippetsTest, EnvironmentLight)
+{
+    LightImage sky{{16, 8}, std::vector<QVector3D>(128, {0.2f, 0.3f, 0.6f})}; // linear, the sky first
+    Canvas canvas(1, 1);
+    //! [EnvironmentImage]
+    std::optional<EnvironmentImage> image = EnvironmentImage::prepared(sky); // or fromTexture()
+    const std::optional<DistantLight> sun = image->takeStrongestLight();     // if there is one
+    const std::unique_ptr<Texture> cube = image->cubeMap();
+    //! [EnvironmentImage]
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)); // takes how long the conversion took
+    EXPECT_FALSE(sun.has_value());
+    const QString path = pathTo("sky.light");
+    //! [EnvironmentBake]
+    const std::unique_ptr<EnvironmentBake> bake = EnvironmentBake::create(*cube, {});
+    while (bake->step()) {
+        // Draw a frame meanwhile; bake->progress() is from 0 to 1.
+    }
+    const std::unique_ptr<EnvironmentLight> light = bake->take();
+    light->save(path); // EnvironmentLight::load() is much faster than a bake
+    //! [EnvironmentBake]
+    //! [EnvironmentLight]
+    GLSLMacroProcessor processor;
+    EnvironmentLight::setUp(&processor);
+    const auto program = makeProgram(kAllOver, R"(#version 150
+#include "KitEnvironment.glslh"
+out vec4 color;
+void main() { color = vec4(environmentScattered(vec3(0.0, 1.0, 0.0)), 1.0); }
+)",
+                                     &processor);
+    const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    const AutoBinder bound(program.get());
+    light->bind(program.get());
+    canvas.draw(*program);
+    light->unbind();
+    //! [EnvironmentLight]
+    EXPECT_TRUE(canvas.pixels().isNear(0, 0, {0.2f, 0.3f, 0.6f, 1}, 0.01f));
+    EXPECT_NE(nullptr, EnvironmentLight::load(path));
+}

@@ -166,27 +166,13 @@ std::unique_ptr<Texture> makeTexture(ShadowLayers::Kind kind, int side, int laye
     return texture;
 }
 
-/// Whether a number is in a range; otherwise a message names it.
-bool isWithin(const char *what, int value, int least, int most, QString *error)
-{
-    if (value >= least && value <= most) {
-        return true;
-    }
-    fail(error, QStringLiteral("shadow layers: %1 must be from %2 to %3, not %4")
-                    .arg(QLatin1String(what))
-                    .arg(least)
-                    .arg(most)
-                    .arg(value));
-    return false;
-}
-
 bool areValid(const ShadowLayers::Options &options, QString *error)
 {
     GLint maxSide = 1;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSide);
-    return isWithin("'cascades'", options.cascades, 1, ShadowLayers::kMaxLayers, error)
-           && isWithin("'maxLayers'", options.maxLayers, 1, ShadowLayers::kMaxLayers, error)
-           && isWithin("'side'", options.side, 1, maxSide, error);
+    return isWithin("shadow layers", "cascades", options.cascades, 1, ShadowLayers::kMaxLayers, error)
+           && isWithin("shadow layers", "maxLayers", options.maxLayers, 1, ShadowLayers::kMaxLayers, error)
+           && isWithin("shadow layers", "side", options.side, 1, maxSide, error);
 }
 
 } // namespace
@@ -453,6 +439,7 @@ bool ShadowLayers::makeLayers(int layers, QString *error)
 
 bool ShadowLayers::makeBlurTargets(QString *error)
 {
+    const SavedTarget target;
     const QSize size(_side, _side);
     _moments = RenderTarget::create(size, GL_RG32F, RenderTarget::eDepth, 0, error);
     _blurred = RenderTarget::create(size, GL_RG32F, RenderTarget::eNoDepth, 0, error);

@@ -3,7 +3,6 @@
 
 #include "ShownModel.h"
 
-#include "light/DistantLight.h"
 #include "light/EnvironmentImage.h"
 #include "scene/ModelCamera.h"
 #include "scene/ModelLoader.h"
@@ -301,14 +300,14 @@ TEST_F(ZelviewEnvironmentTest, TheStrongestLightIsRemovedWithAllItsIrradiance)
         return sum;
     };
     const QVector3D before = total();
-    const std::optional<DistantLight> sun = takeStrongestLight(environment);
+    const std::optional<DistantLight> sun = environment.takeStrongestLight();
     ASSERT_TRUE(sun.has_value());
     EXPECT_GT(QVector3D::dotProduct(sun->direction, toSun), 0.999f);
     const QVector3D lost = before - total();
     EXPECT_LT((sun->irradiance - lost).length(), 0.002f * lost.length());
     EXPECT_NEAR(sun->irradiance.x(), 900.0f * 2.0f * float(M_PI) * 0.002f, 1.2f);
     EnvironmentImage even{EnvironmentLayout::eLatLong, panorama(64, [&](const QVector3D &) { return sky; })};
-    EXPECT_FALSE(takeStrongestLight(even).has_value());
+    EXPECT_FALSE(even.takeStrongestLight().has_value());
     EXPECT_EQ(even.at(5, 5), sky);
 }
 

@@ -17,4 +17,18 @@ inline bool hasContext(const char *what, QString *error)
     return false;
 }
 
+/// Whether the value of an option is in its range; otherwise a message names it.
+inline bool isWithin(const char *what, const char *name, int value, int least, int most, QString *error)
+{
+    if (value >= least && value <= most) {
+        return true;
+    }
+    fail(error, QStringLiteral("%1: '%2' must be from %3 to %4, not %5")
+                    .arg(QLatin1String(what), QLatin1String(name))
+                    .arg(least)
+                    .arg(most)
+                    .arg(value));
+    return false;
+}
+
 }} // namespace Orvane::ZelKit

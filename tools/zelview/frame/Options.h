@@ -2,6 +2,8 @@
 
 #include "frame/Outcome.h"
 
+#include <ZelKit/EnvironmentImage.h>
+
 #include <QtCore/QPoint>
 #include <QtCore/QSize>
 #include <QtCore/QStringList>
@@ -38,12 +40,9 @@ enum class ShadowKind { eDepth, eVariance };
 enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
 constexpr int kMechanismKinds = 5;
 
-/// The layout of an environment image; docs/environment-images.md shows pictures.
-enum class EnvironmentLayout {
-    eLatLong, ///< twice as wide as high; the left edge is +x
-    eCross,   ///< 4 by 3 or 3 by 4 cells
-    eStrip    ///< six faces side by side
-};
+using Orvane::ZelKit::DistantLight;
+using Orvane::ZelKit::EnvironmentImage;
+using EnvironmentLayout = EnvironmentImage::Layout;
 constexpr int kEnvironmentLayouts = 3;
 
 // The names on the command line.

@@ -2,20 +2,13 @@
 
 #include "frame/Outcome.h"
 
-#include <QtCore/QSize>
-#include <QtCore/QString>
-#include <QtGui/QVector3D>
+#include <ZelKit/EnvironmentImage.h>
 
-#include <vector>
+#include <QtCore/QString>
 
 namespace zelview {
 
-/// The linear colours of an image, row by row from the top.
-struct LightImage
-{
-    QSize size;
-    std::vector<QVector3D> texels;
-};
+using Orvane::ZelKit::LightImage;
 
 /// Whether a file starts with the magic number of OpenEXR. Returns false if there is no such file.
 bool isExrFile(const QString &path);

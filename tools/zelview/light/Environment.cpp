@@ -3,64 +3,22 @@
 #include "frame/Console.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/EnvironmentBake.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
 #include <QtCore/qmath.h>
 #include <QtGui/QVector2D>
 
-#include <algorithm>
 #include <cmath>
 
 using namespace Orvane::Zel;
+using Orvane::ZelKit::EnvironmentBake;
+using Orvane::ZelKit::EnvironmentLight;
 
 namespace zelview {
 
 namespace {
-
-// Sizes and samples that a CPU bakes within seconds; more make no visible difference. The bakes need maps that are not
-// finer than the image.
-constexpr int kSpecularSize = 256;
-constexpr unsigned int kSpecularSamples = 128;
-constexpr int kDiffuseSize = 32;
-constexpr unsigned int kDiffuseSamples = 2048;
-constexpr int kDiffuseLevel = 1; ///< the first level whose samples read filtered texels of the image
-constexpr int kTableSize = 64;
-
-using TexturePointer = std::unique_ptr<Texture>;
-
-TexturePointer upload(const LightImage &image)
-{
-    static_assert(sizeof(QVector3D) == 3 * sizeof(float), "rows of plain floats");
-    const int width = image.size.width();
-    const int height = image.size.height();
-    auto texture = std::make_unique<Texture>(GL_TEXTURE_2D, GL_RGB16F, width, height, 1, nullptr);
-    const AutoBinder bound(texture.get());
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB16F, width, height, 0, GL_RGB, GL_FLOAT, image.texels.data());
-    return texture;
-}
-
-/// Interpolates between the texels of a panorama, to avoid stepped edges.
-class SmoothPanorama : public TvoImageCubemapUtils::TvoRenderCubemap_LatLongSphere
-{
-public:
-    SmoothPanorama() { setFilters(GL_LINEAR, GL_LINEAR); }
-};
-
-TexturePointer makeCubeMap(const EnvironmentImage &image)
-{
-    using namespace TvoImageCubemapUtils;
-    const TexturePointer plain = upload(image.image);
-    if (image.layout == EnvironmentLayout::eStrip) {
-        return TexturePointer(createGLCubemapFromTexture(plain.get(), eSourceLinear, GL_TEXTURE_CUBE_MAP,
-                                                         eColorSpaceLinear, 0));
-    }
-    SmoothPanorama panorama;
-    panorama.setTexture(plain.get());
-    return TexturePointer(
-        panorama.createCubemap(std::max(image.image.size.width() / 2, 1), GL_RGB16F, GL_TEXTURE_CUBE_MAP));
-}
 
 /// Half the extent of the view at distance 1. An orthographic view has no angle; it gets that of a usual camera.
 QVector2D halfExtent(const QMatrix4x4 &projection)
@@ -70,17 +28,16 @@ QVector2D halfExtent(const QMatrix4x4 &projection)
     return {height * projection(1, 1) / projection(0, 0), height};
 }
 
-int edgeOf(Texture &cube)
+QString textOf(EnvironmentBake::Stage stage)
 {
-    const AutoBinder bound(&cube);
-    return cube.width(0);
-}
-
-void useLevel(Texture &texture, int level)
-{
-    const AutoBinder bound(&texture);
-    glTexParameteri(texture.target(), GL_TEXTURE_BASE_LEVEL, level);
-    glTexParameteri(texture.target(), GL_TEXTURE_MAX_LEVEL, level);
+    switch (stage) {
+    case EnvironmentBake::eDiffuse:
+        return QStringLiteral("environment: diffuse irradiance (2 of 4)");
+    case EnvironmentBake::eReflections:
+        return QStringLiteral("environment: specular reflections (3 of 4)");
+    default:
+        return QStringLiteral("environment: BRDF table (4 of 4)");
+    }
 }
 
 } // namespace
@@ -91,6 +48,7 @@ Environment::~Environment() = default;
 
 void Environment::setUp(GLSLMacroProcessor *processor)
 {
+    EnvironmentLight::setUp(processor);
     processor->addDefine(QStringLiteral("ZELVIEW_ENVIRONMENT"), QStringLiteral("1"));
 }
 
@@ -103,6 +61,7 @@ Expected<std::unique_ptr<Environment>> Environment::create(Programs &programs, c
     if (!image) {
         return image.problem();
     }
+    EnvironmentLight::setUp(programs.processor());
     const Expected<ProgramPointer> background = programs.buildFullscreen(QStringLiteral("environment.frag"));
     if (!background) {
         return background.problem();
@@ -128,47 +87,38 @@ Expected<std::unique_ptr<Environment>> Environment::create(Programs &programs, c
 
 Failure Environment::bake(EnvironmentImage image, Sun sun)
 {
-    const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    const Problem problem{ExitCode::eGL, QStringLiteral("the driver cannot bake the environment")};
-
+    QString error;
     Console::printProgress(QStringLiteral("environment: cube maps (1 of 4)"));
-    _sharp = makeCubeMap(image);
+    _sharp = image.cubeMap(&error);
     if (sun == eTakeSun) {
-        _sun = takeStrongestLight(image);
+        _sun = image.takeStrongestLight();
     }
-    const TexturePointer source = makeCubeMap(image);
-    if (_sharp == nullptr || source == nullptr) {
-        return problem;
+    std::unique_ptr<Texture> withoutSun = _sun && _sharp ? image.cubeMap(&error) : nullptr;
+    Texture *source = _sun ? withoutSun.get() : _sharp.get();
+    if (source == nullptr) {
+        return Problem{ExitCode::eGL, error};
+    }
+    const std::unique_ptr<EnvironmentBake> bake = EnvironmentBake::create(*source, {}, &error);
+    if (bake == nullptr) {
+        return Problem{ExitCode::eGL, error};
+    }
+    for (auto stage = EnvironmentBake::eDone; bake->stage() != EnvironmentBake::eDone; bake->step()) {
+        if (bake->stage() != stage) {
+            stage = bake->stage();
+            glFinish();
+            Console::printProgress(textOf(stage));
+        }
     }
     glFinish();
-    const int face = edgeOf(*source);
-
-    Console::printProgress(QStringLiteral("environment: diffuse irradiance (2 of 4)"));
-    _diffuse.reset(CreatePrefilteredCubeEnvMap(source.get(), std::min(kDiffuseSize, face), kDiffuseSamples,
-                                               SHADING_LAMBERTIAN_DIFFUSE, RGBA16F));
-    glFinish();
-
-    _levels = MaxLODLevel(std::min(kSpecularSize, face), std::min(kSpecularSize, face));
-    Console::printProgress(QStringLiteral("environment: specular reflections (3 of 4)"));
-    _specular.reset(CreatePrefilteredCubeEnvMap(source.get(), std::min(kSpecularSize, face), kSpecularSamples,
-                                                SHADING_PHYSICALLY_BASED, RGBA16F));
-    glFinish();
-
-    Console::printProgress(QStringLiteral("environment: BRDF table (4 of 4)"));
-    _brdf.reset(CreatePreintegratedBRDFTable(kTableSize, kTableSize, unsigned(_levels),
-                                             SHADING_PHYSICALLY_BASED, RGBA16F));
-    glFinish();
-    if (_diffuse == nullptr || _specular == nullptr || _brdf == nullptr) {
-        return problem;
-    }
-    useLevel(*_diffuse, kDiffuseLevel);
+    _light = bake->take();
     return {};
 }
 
 void Environment::setRotation(float rotation)
 {
-    _turn.setToIdentity();
-    _turn.rotate(-rotation, 0.0f, 1.0f, 0.0f);
+    QMatrix4x4 turn;
+    turn.rotate(-rotation, 0.0f, 1.0f, 0.0f);
+    _light->setRotation(turn);
 }
 
 std::optional<DistantLight> Environment::sun() const
@@ -176,7 +126,7 @@ std::optional<DistantLight> Environment::sun() const
     if (!_sun) {
         return {};
     }
-    return DistantLight{_turn.transposed().mapVector(_sun->direction), _sun->irradiance};
+    return DistantLight{_light->rotation().transposed().mapVector(_sun->direction), _sun->irradiance};
 }
 
 void Environment::drawBackground(const QMatrix4x4 &view, const QMatrix4x4 &projection, float blur,
@@ -205,26 +155,12 @@ void Environment::drawBackground(const QMatrix4x4 &view, const QMatrix4x4 &proje
 
 void Environment::bind(ShaderProgram *program)
 {
-    const auto set = [&](const char *name, const QVariant &value) {
-        if (program->hasUniform(QLatin1String(name))) { // the driver removes unused uniforms
-            program->setUniform(QLatin1String(name), value);
-        }
-    };
-    for (const auto *texture : {&_specular, &_diffuse, &_brdf}) {
-        (*texture)->bind();
-    }
-    set("u_EnvironmentSpecular", int(_specular->unit()));
-    set("u_EnvironmentDiffuse", int(_diffuse->unit()));
-    set("u_EnvironmentBrdf", int(_brdf->unit()));
-    set("u_EnvironmentLastLevel", float(_levels - 1));
-    set("u_ToEnvironment", _turn);
+    _light->bind(program);
 }
 
 void Environment::unbind()
 {
-    for (const auto *texture : {&_specular, &_diffuse, &_brdf}) {
-        (*texture)->unbind();
-    }
+    _light->unbind();
 }
 
 QString Environment::describe() const

@@ -2,8 +2,9 @@
 
 #include "frame/Outcome.h"
 #include "frame/Programs.h"
-#include "light/DistantLight.h"
 #include "light/EnvironmentImage.h"
+
+#include <ZelKit/EnvironmentLight.h>
 
 #include <QtCore/QString>
 #include <QtGui/QMatrix4x4>
@@ -19,7 +20,7 @@ class Texture;
 namespace zelview {
 
 /// An environment map from an image file: the background, and the maps baked from it that shading reads through
-/// Environment.glslh. Its strongest light can be removed from the baked maps, to become a light that casts shadows; the
+/// KitEnvironment.glslh. Its strongest light can be removed from the baked maps, to become a light that casts shadows; the
 /// background keeps it.
 ///
 /// Units:   radiance as in the file; angles in degrees, around the vertical axis.
@@ -49,7 +50,7 @@ public:
     /// \a blur: from 0, as sharp as the image, to 1. \a exposure: a power of two.
     void drawBackground(const QMatrix4x4 &view, const QMatrix4x4 &projection, float blur, float exposure);
 
-    /// Sets the uniforms and textures of Environment.glslh in the bound program, until unbind().
+    /// Sets the uniforms and textures of KitEnvironment.glslh in the bound program, until unbind().
     void bind(Orvane::Zel::ShaderProgram *program);
     void unbind();
 
@@ -57,21 +58,15 @@ public:
     QString describe() const;
 
 private:
-    using TexturePointer = std::unique_ptr<Orvane::Zel::Texture>;
-
     Environment();
 
     Failure bake(EnvironmentImage image, Sun sun);
 
     QString _facts;
     std::optional<DistantLight> _sun; ///< with its direction in the image
-    QMatrix4x4 _turn;                 ///< rotation from the world to the image
     ProgramPointer _background;
-    TexturePointer _sharp;    ///< cube map, including the sun
-    TexturePointer _specular; ///< cube map whose levels have growing roughness, from 0
-    int _levels = 0;          ///< of _specular
-    TexturePointer _diffuse;  ///< cube map
-    TexturePointer _brdf;
+    std::unique_ptr<Orvane::Zel::Texture> _sharp; ///< cube map, including the sun
+    std::unique_ptr<Orvane::ZelKit::EnvironmentLight> _light;
 };
 
 } // namespace zelview

@@ -14,7 +14,7 @@ in vec2 vo_TexCoord;
 
 out vec4 out_FragColor;
 
-#include "Environment.glslh"
+#include "KitEnvironment.glslh"
 #include "ToneMap.glslh"
 
 void main()

@@ -15,7 +15,7 @@ out vec4 out_FragColor;
 #include "KitShadows.glslh"
 
 #ifdef ZELVIEW_ENVIRONMENT
-#include "Environment.glslh"
+#include "KitEnvironment.glslh"
 
 // The ambient light of the ground; the scene hides about half of it.
 vec3 dome(vec3 lamps)

@@ -1,11 +1,9 @@
-#include "light/DistantLight.h"
-
-#include "light/EnvironmentImage.h"
+#include "EnvironmentImage.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace zelview {
+namespace Orvane { namespace ZelKit {
 
 namespace {
 
@@ -20,12 +18,15 @@ float luminance(const QVector3D &light)
     return QVector3D::dotProduct(light, {0.2126f, 0.7152f, 0.0722f});
 }
 
-/// Calls \a visit for every texel, with its direction and solid angle.
-template <typename Image, typename Visit> void forEachTexel(Image &environment, const Visit &visit)
+/// Calls \a visit for every texel brighter than a limit, with its column and row.
+template <typename Image, typename Visit>
+void forEachTexel(Image &environment, float limit, const Visit &visit)
 {
     for (int y = 0; y < environment.image.size.height(); ++y) {
         for (int x = 0; x < environment.image.size.width(); ++x) {
-            visit(environment.at(x, y), environment.direction(x, y), environment.solidAngle(x, y));
+            if (luminance(environment.at(x, y)) > limit) {
+                visit(environment.at(x, y), x, y);
+            }
         }
     }
 }
@@ -33,8 +34,8 @@ template <typename Image, typename Visit> void forEachTexel(Image &environment, 
 float meanOf(const EnvironmentImage &environment)
 {
     double sum = 0.0;
-    forEachTexel(environment, [&](const QVector3D &light, const QVector3D &, float solidAngle) {
-        sum += double(luminance(light) * solidAngle);
+    forEachTexel(environment, -1.0f, [&](const QVector3D &light, int x, int y) {
+        sum += double(luminance(light) * environment.solidAngle(x, y));
     });
     return float(sum / (4.0 * M_PI));
 }
@@ -46,26 +47,26 @@ QVector3D brightestDirection(EnvironmentImage environment)
     }
     float most = -1.0f;
     QVector3D found;
-    forEachTexel(environment, [&](const QVector3D &light, const QVector3D &direction, float) {
+    forEachTexel(environment, most, [&](const QVector3D &light, int x, int y) {
         if (luminance(light) > most) {
             most = luminance(light);
-            found = direction;
+            found = environment.direction(x, y);
         }
     });
     return found;
 }
 
-/// The part of the light of a texel that exceeds a limit.
+/// The part of the light of a texel that exceeds a limit below it.
 QVector3D excess(const QVector3D &light, float limit)
 {
-    const float strength = luminance(light);
-    return strength > limit ? light * (1.0f - limit / strength) : QVector3D();
+    return light * (1.0f - limit / luminance(light));
 }
 
 } // namespace
 
-std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment)
+std::optional<DistantLight> EnvironmentImage::takeStrongestLight()
 {
+    EnvironmentImage &environment = *this;
     const float mean = meanOf(environment);
     const float limit = kMinProminence * mean;
 
@@ -73,9 +74,10 @@ std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment)
     for (int round = 0; round < kRounds; ++round) {
         QVector3D irradiance;
         QVector3D middle;
-        forEachTexel(environment, [&](const QVector3D &light, const QVector3D &direction, float solidAngle) {
+        forEachTexel(environment, limit, [&](const QVector3D &light, int x, int y) {
+            const QVector3D direction = environment.direction(x, y);
             if (QVector3D::dotProduct(direction, taken.direction) >= kSpread) {
-                const QVector3D over = excess(light, limit) * solidAngle;
+                const QVector3D over = excess(light, limit) * environment.solidAngle(x, y);
                 irradiance += over;
                 middle += direction * luminance(over);
             }
@@ -85,12 +87,12 @@ std::optional<DistantLight> takeStrongestLight(EnvironmentImage &environment)
     if (luminance(taken.irradiance) <= kMinShare * float(M_PI) * mean) { // both are 0 in a black image
         return {};
     }
-    forEachTexel(environment, [&](QVector3D &light, const QVector3D &direction, float) {
-        if (QVector3D::dotProduct(direction, taken.direction) >= kSpread) {
+    forEachTexel(environment, limit, [&](QVector3D &light, int x, int y) {
+        if (QVector3D::dotProduct(environment.direction(x, y), taken.direction) >= kSpread) {
             light -= excess(light, limit);
         }
     });
     return taken;
 }
 
-} // namespace zelview
+}} // namespace Orvane::ZelKit
