@@ -1,4 +1,4 @@
-// The light of ZelGL::Kit: shadows and environments.
+// The light of ZelGL::Kit: shadows, environments and finished pictures.
 
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
@@ -251,7 +251,8 @@ TEST_F(KitLightTest, ShadowLayersNameWhatTheyCannotUse)
     EXPECT_EQ("shadow layers: 'maxLayers' must be from 1 to 32, not 33", errorOf(1, 33, 1));
     EXPECT_TRUE(errorOf(1, 1, 1 << 30).startsWith("shadow layers: 'side' must be from 1 to "));
     context()->doneCurrent();
-    EXPECT_EQ("shadow layers: no OpenGL context is current; make one current first", errorOf(1, 1, 1));
+    EXPECT_EQ("shadow layers: no OpenGL context is current, or initializeGLFunctions() has not been called",
+              errorOf(1, 1, 1));
     makeCurrent();
 
     const auto layers = ShadowLayers::create({});
@@ -319,6 +320,24 @@ int difference(Texture &a, int levelOfA, Texture &b, int levelOfB, int side)
     return steps;
 }
 
+void expectThatDamageIsSeen(const QString &path)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const QByteArray bytes = file.readAll();
+    for (const int damage : {0, 8, 12, 16, 20, 23, -1}) { // magic, version, sizes, end
+        QByteArray damaged = damage < 0 ? bytes.chopped(1) : bytes;
+        damaged[std::max(damage, 0)] = char(damaged[std::max(damage, 0)] ^ (damage < 0 ? 0 : 0x60));
+        file.resize(0);
+        file.seek(0);
+        file.write(damaged);
+        file.flush();
+        QString error;
+        EXPECT_EQ(nullptr, EnvironmentLight::load(path, &error)) << damage;
+        EXPECT_TRUE(error.endsWith("is not a saved environment light, or damaged; bake and save it again"));
+    }
+}
+
 } // namespace
 
 TEST_F(KitLightTest, ABakeInSlicesEqualsThatOfTheLibraryAndSurvivesAFile)
@@ -370,20 +389,7 @@ TEST_F(KitLightTest, ABakeInSlicesEqualsThatOfTheLibraryAndSurvivesAFile)
     EXPECT_EQ(0, difference(*light->diffuse(), 0, *loaded->diffuse(), 0, 8));
     EXPECT_EQ(0, difference(*light->table(), 0, *loaded->table(), 0, 8));
 
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    const QByteArray bytes = file.readAll();
-    for (const int damage : {0, 8, 12, 16, 20, 23, -1}) { // magic, version, sizes, end
-        QByteArray damaged = damage < 0 ? bytes.chopped(1) : bytes;
-        damaged[std::max(damage, 0)] = char(damaged[std::max(damage, 0)] ^ (damage < 0 ? 0 : 0x60));
-        file.resize(0);
-        file.seek(0);
-        file.write(damaged);
-        file.flush();
-        QString error;
-        EXPECT_EQ(nullptr, EnvironmentLight::load(path, &error)) << damage;
-        EXPECT_TRUE(error.endsWith("is not a saved environment light, or damaged; bake and save it again"));
-    }
+    expectThatDamageIsSeen(path);
 }
 
 TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)
@@ -412,12 +418,146 @@ TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)
     flat.unbind();
     EXPECT_FALSE(EnvironmentImage::fromTexture(flat, false, {}, &error).has_value());
     EXPECT_TRUE(error.startsWith("an environment image must be a 2D texture or a cube map"));
-    EXPECT_EQ(nullptr, EnvironmentBake::create(flat, {}, &error));
-    EXPECT_TRUE(error.startsWith("environment bake: the source must be a cube map with a mip chain"));
+    Texture empty(GL_TEXTURE_CUBE_MAP, GL_RGBA16F, 8, 8, 1, nullptr);
+    for (Texture *source : {&flat, &empty}) {
+        EXPECT_EQ(nullptr, EnvironmentBake::create(*source, {}, &error));
+        EXPECT_TRUE(error.startsWith("environment bake: the source must be a cube map with a mip chain"));
+    }
     EnvironmentBake::Options options;
     options.diffuseSamples = 1;
     EXPECT_EQ(nullptr, EnvironmentBake::create(flat, options, &error));
     EXPECT_EQ("environment bake: 'diffuseSamples' must be from 2 to 4096, not 1", error);
     EXPECT_EQ(nullptr, EnvironmentLight::load("/no/such.light", &error));
     EXPECT_TRUE(error.startsWith("'/no/such.light' cannot be opened: "));
+}
+
+namespace {
+
+constexpr int kPicture = 32;
+
+/// The picture of a chain: light of this strength above a slanting edge, and none below.
+QImage finished(const PostChain::Options &options, float light, float exposure = 0)
+{
+    const auto program = makeProgram(kAllOver, R"(#version 150
+uniform float u_Light;
+out vec4 color;
+void main() { color = vec4(vec3(gl_FragCoord.y > 9.0 + 0.3 * gl_FragCoord.x ? u_Light : 0.0), 1.0); }
+)");
+    const auto chain = PostChain::create(options);
+    const auto target = RenderTarget::create({kPicture, kPicture}, GL_RGBA8, RenderTarget::eNoDepth);
+    EXPECT_TRUE(chain->resize({kPicture, kPicture}));
+    chain->setExposure(exposure);
+    EXPECT_TRUE(chain->begin());
+    {
+        const AutoBinder bound(program.get());
+        program->setUniform("u_Light", QVariant(light));
+        const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
+        quad->bind();
+        quad->VAO()->enableShaderProgramArrays(program.get());
+        quad->draw(program.get());
+        quad->unbind();
+    }
+    EXPECT_TRUE(chain->end(target->framebuffer()->getFBO()));
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    return target->image();
+}
+
+/// The openness of a pixel of a flat wall, or in the middle of a groove of right angles.
+float opennessOf(AmbientOcclusion &occlusion, bool isGroove)
+{
+    const auto program = makeProgram(kAllOver, R"(#version 150
+uniform bool u_IsGroove;
+out vec4 color;
+void main()
+{
+    float x = (gl_FragCoord.x - 16.0) / 16.0;
+    color = u_IsGroove ? vec4(normalize(vec3(-sign(x), 0.0, 1.0)), 3.0 - abs(x)) : vec4(0.0, 0.0, 1.0, 3.0);
+})");
+    EXPECT_TRUE(occlusion.beginGeometry());
+    {
+        const AutoBinder bound(program.get());
+        program->setUniform("u_IsGroove", QVariant(int(isGroove)));
+        const auto quad = OpenGLDeviceContext::current()->fullscreenQuad();
+        quad->bind();
+        quad->VAO()->enableShaderProgramArrays(program.get());
+        quad->draw(program.get());
+        quad->unbind();
+    }
+    QMatrix4x4 projection;
+    projection.ortho(-1, 1, -1, 1, 1, 10);
+    EXPECT_TRUE(occlusion.endGeometry(projection, 0.4f));
+    return Pixels::ofTexture(GL_TEXTURE_2D, occlusion.texture()->textureID()).at(16, 16).x();
+}
+
+} // namespace
+
+TEST_F(KitLightTest, AChainFinishesPictures)
+{
+    const struct
+    {
+        PostChain::Options options;
+        float light, exposure;
+        int green; ///< above the edge
+        bool isSmooth;
+    } rows[] = {{{}, 0.5f, 0, 188, false},
+                {{}, 9.0f, 0, 255, false},
+                {{4, PostChain::eNoFilter, false}, 0.5f, 0, 188, false}, // the edge is inside a surface
+                {{1, PostChain::eFxaa, false}, 0.5f, 0, 188, true},
+                {{1, PostChain::eNoFilter, true}, 0.5f, 0, 181, false}, // less 0.04
+                {{1, PostChain::eSmaa, true}, 4.0f, -3, 181, true},
+                {{1, PostChain::eNoFilter, true}, 4.0f, 0, 253, false}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(int(&row - rows));
+        const QImage image = finished(row.options, row.light, row.exposure);
+        EXPECT_NEAR(row.green, qGreen(image.pixel(16, 2)), 1);
+        EXPECT_EQ(0, qGreen(image.pixel(16, 30)));
+        int between = 0;
+        for (int i = 0; i < kPicture * kPicture; ++i) {
+            const int green = qGreen(image.pixel(i % kPicture, i / kPicture));
+            between += green > 4 && green < row.green - 4;
+        }
+        EXPECT_EQ(row.isSmooth, between > 10) << between;
+    }
+}
+
+TEST_F(KitLightTest, GroovesAreDarkerThanWalls)
+{
+    const auto occlusion = AmbientOcclusion::create();
+    ASSERT_TRUE(occlusion->resize({32, 32}));
+    const auto target = RenderTarget::create({8, 8}, GL_RGBA8);
+    const AutoBinder bound(target->framebuffer());
+    glViewport(1, 2, 3, 4);
+    EXPECT_GT(opennessOf(*occlusion, false), 0.98f);
+    EXPECT_LT(opennessOf(*occlusion, true), 0.7f);
+    GLint framebuffer = 0;
+    GLint viewport[4] = {};
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &framebuffer);
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    EXPECT_EQ(target->framebuffer()->getFBO(), GLuint(framebuffer));
+    EXPECT_EQ((std::array<GLint, 4>{1, 2, 3, 4}),
+              (std::array<GLint, 4>{viewport[0], viewport[1], viewport[2], viewport[3]}));
+}
+
+TEST_F(KitLightTest, ChainsAndOcclusionNameWhatIsMissing)
+{
+    QString error;
+    EXPECT_EQ(nullptr, PostChain::create({0, PostChain::eSmaa, false}, &error));
+    EXPECT_EQ("post chain: 'samples' must be from 1 to 64, not 0", error);
+    const auto chain = PostChain::create({});
+    const auto occlusion = AmbientOcclusion::create();
+    EXPECT_FALSE(chain->begin());
+    EXPECT_FALSE(chain->end(0));
+    EXPECT_FALSE(occlusion->beginGeometry());
+    EXPECT_EQ(nullptr, occlusion->texture());
+    EXPECT_MESSAGES("warning ZelKit: post chain: call resize() before begin() and end()",
+                    "warning ZelKit: post chain: call resize() before begin() and end()",
+                    "warning ZelKit: ambient occlusion: call resize() before beginGeometry()");
+    EXPECT_FALSE(chain->resize({4, 0}, &error));
+    EXPECT_FALSE(occlusion->resize({0, 4}, &error));
+    EXPECT_EQ("a render target needs a size of at least 1x1 pixel", error);
+    ASSERT_TRUE(chain->resize({4, 4}));
+    EXPECT_FALSE(chain->end(0));
+    EXPECT_FALSE(occlusion->endGeometry({}, 1));
+    EXPECT_MESSAGES("warning ZelKit: post chain: end() needs a begin() before it",
+                    "warning ZelKit: ambient occlusion: endGeometry() needs a beginGeometry() before it");
 }

@@ -246,13 +246,13 @@ TEST_F(SnippetsTest, ShadowLayers)
     QMatrix4x4 view, projection;
     view.lookAt({0, 4, 8}, {0, 0, 0}, {0, 1, 0});
     projection.perspective(60, 1, 1, 40);
-    //! [ShadowLayers]
     //! [ShadowLight]
     ShadowLight sun;
     sun.type = ShadowLight::eDirectional;
     sun.direction = {0, -1, 0};
     sun.size = 0.02f; // soft shadows
     //! [ShadowLight]
+    //! [ShadowLayers]
     ShadowLayers::Options options;
     options.isStable = true;
     const std::unique_ptr<ShadowLayers> shadows = ShadowLayers::create(options);
@@ -334,4 +334,51 @@ void main() { color = vec4(environmentScattered(vec3(0.0, 1.0, 0.0)), 1.0); }
     //! [EnvironmentLight]
     EXPECT_TRUE(canvas.pixels().isNear(0, 0, {0.2f, 0.3f, 0.6f, 1}, 0.01f));
     EXPECT_NE(nullptr, EnvironmentLight::load(path));
+}
+
+TEST_F(SnippetsTest, PostChain)
+{
+    Canvas canvas;
+    //! [PostChain]
+    PostChain::Options options;
+    options.filter = PostChain::eFxaa;
+    options.isToneMapped = true;
+    const std::unique_ptr<PostChain> chain = PostChain::create(options);
+
+    // Each frame.
+    GLint target = 0; // of a widget: defaultFramebufferObject()
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
+    chain->resize({8, 8});
+    chain->begin();
+    glClearColor(0.5f, 0.5f, 0.5f, 1); // linear light
+    glClear(GL_COLOR_BUFFER_BIT);
+    // Draw.
+    chain->end(unsigned(target));
+    //! [PostChain]
+    glClearColor(0, 0, 0, 0);
+    EXPECT_TRUE(canvas.pixels().isNear(4, 4, {0.71f, 0.71f, 0.71f, 1}, 0.01f));
+}
+
+TEST_F(SnippetsTest, AmbientOcclusion)
+{
+    QMatrix4x4 projection;
+    projection.perspective(60, 1, 0.1f, 10);
+    const float sizeOfScene = 4;
+    const auto program = makeProgram(kAllOver, "#version 150\nvoid main() {}");
+    const auto drawNormalsAndDistances = [] {};
+    //! [AmbientOcclusion]
+    const std::unique_ptr<AmbientOcclusion> occlusion = AmbientOcclusion::create();
+
+    // Each frame.
+    occlusion->resize({8, 8});
+    occlusion->beginGeometry();
+    drawNormalsAndDistances(); // vec4(normal, distance), both in view space
+    occlusion->endGeometry(projection, 0.05f * sizeOfScene);
+
+    const AutoBinder bound(program.get()); // calls opennessAt(distance) of KitOcclusion.glslh
+    const AutoBinder boundOcclusion(occlusion->texture());
+    program->setUniform("u_Occlusion", QVariant(int(occlusion->texture()->unit())));
+    // Draw.
+    //! [AmbientOcclusion]
+    EXPECT_TRUE(pixelsOf(*occlusion->texture()).isNear(4, 4, {1, 0, 0, 1}, 0.01f)); // there is no surface
 }

@@ -80,6 +80,15 @@ std::unique_ptr<ShaderProgram> buildLightProgram(ShadingModel model, int samples
                         {QLatin1String(fragmentFile), QStringLiteral("ImportanceSample.glslc")}, error);
 }
 
+bool hasMipChain(Texture &cube)
+{
+    if (cube.target() != GL_TEXTURE_CUBE_MAP) {
+        return false;
+    }
+    const AutoBinder bound(&cube);
+    return cube.width(0) == 1 || cube.width(1) > 0;
+}
+
 bool areValid(const EnvironmentBake::Options &options, QString *error)
 {
     const auto check = [error](const char *name, int value, int least, int most) {
@@ -294,7 +303,7 @@ std::unique_ptr<EnvironmentBake> EnvironmentBake::create(Texture &cube, const Op
     if (!hasContext("environment bake", error) || !areValid(options, error)) {
         return nullptr;
     }
-    if (cube.target() != GL_TEXTURE_CUBE_MAP) {
+    if (!hasMipChain(cube)) {
         fail(error, QStringLiteral("environment bake: the source must be a cube map with a mip chain, such "
                                    "as EnvironmentImage::cubeMap() makes"));
         return nullptr;

@@ -183,10 +183,8 @@ bool EnvironmentLight::save(const QString &path, QString *error)
 
 bool EnvironmentLight::bind(ShaderProgram *program)
 {
-    if (program == nullptr || !hasContext("environment light", nullptr)) {
-        if (program == nullptr) {
-            fail(nullptr, QStringLiteral("environment light: bind() needs a program that is bound"));
-        }
+    if (program == nullptr) {
+        fail(nullptr, QStringLiteral("environment light: bind() needs a program that is bound"));
         return false;
     }
     const auto set = [program](const QString &name, const QVariant &value) {

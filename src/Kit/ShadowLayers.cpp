@@ -245,12 +245,12 @@ void ShadowLayers::setLights(const std::vector<ShadowLight> &lights)
     _sources.assign(lights.begin(), lights.begin() + std::min(int(lights.size()), kMaxLights));
     _lights.clear();
     _stable.clear();
-    _lightList.clear();
+    QVariantList list;
     for (const ShadowLight &source : _sources) {
         _lights.push_back(std::make_unique<Light>());
         _stable.push_back(std::make_unique<StableCascades>());
         Light &light = *_lights.back();
-        _lightList.append(QVariant::fromValue<QObject *>(&light));
+        list.append(QVariant::fromValue<QObject *>(&light));
         if (source.type == ShadowLight::eDirectional) {
             light.setType(Light::eDirectional);
             light.setCSMLevels(_options.cascades);
@@ -261,6 +261,7 @@ void ShadowLayers::setLights(const std::vector<ShadowLight> &lights)
             light.setSpotCutoff(source.halfAngle * 1.05f);
         }
     }
+    _lightList = list;
     _isValid = false;
 }
 
@@ -531,8 +532,7 @@ bool ShadowLayers::bind(ShaderProgram *program)
         fail(nullptr, QStringLiteral("shadow layers: bind() needs a program that is bound"));
         return false;
     }
-    return hasContext("shadow layers", nullptr) && _block->bind(program)
-           && ShadowMapManager::bind(program, _tableVariant);
+    return _block->bind(program) && ShadowMapManager::bind(program, _tableVariant);
 }
 
 bool ShadowLayers::unbind(ShaderProgram *program)

@@ -180,7 +180,7 @@ private:
     std::vector<ShadowLight> _sources;
     std::vector<std::unique_ptr<Light>> _lights;          ///< by source
     std::vector<std::unique_ptr<StableCascades>> _stable; ///< by source
-    QVariantList _lightList;                              ///< of _lights
+    QVariant _lightList;                                  ///< of _lights
     std::vector<QMatrix4x4> _projections;                 ///< of the cascades of one light
     std::vector<std::pair<int, int>>
         _runs; ///< by source: first run in the table for shaders, and their number

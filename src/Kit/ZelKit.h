@@ -4,18 +4,20 @@
 /// The parts that every host needs: includes every header of libZelKit. The library is optional, and libZelGL does not
 /// need it. Its interface may change before version 2.0.
 
+#include "AmbientOcclusion.h"
 #include "CallCounter.h"
 #include "DrawScope.h"
-#include "FrameMeter.h"
-#include "HeadlessContext.h"
-#include "HostStateGuard.h"
 #include "EnvironmentBake.h"
 #include "EnvironmentImage.h"
 #include "EnvironmentLight.h"
+#include "FrameMeter.h"
+#include "HeadlessContext.h"
+#include "HostStateGuard.h"
 #include "KitExport.h"
 #include "MessageLog.h"
 #include "OrbitCamera.h"
 #include "Overlay.h"
 #include "Picker.h"
+#include "PostChain.h"
 #include "RenderTarget.h"
 #include "ShadowLayers.h"

@@ -3,6 +3,7 @@
 #include "ShownModel.h"
 
 #include "app/Window.h"
+#include "frame/Backdrop.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtGui/QGuiApplication>
@@ -14,7 +15,7 @@ using namespace zelview;
 
 namespace {
 
-/// An exhibit that shows nothing and records the calls.
+/// An exhibit that shows only a backdrop and records the calls.
 class Notebook : public Exhibit
 {
 public:
@@ -26,17 +27,26 @@ public:
     void setTime(float) override {}
     Failure prepareFrame(const QSize &) override { return {}; }
 
-    Failure createGLObjects(Programs &, const Options &) override
+    Failure createGLObjects(Programs &programs, const Options &) override
     {
+        _backdrop = std::move(*Backdrop::create(programs));
         return note("create") ? failure : Failure();
     }
-    void releaseGLObjects() override { note("release"); }
+    void releaseGLObjects() override
+    {
+        _backdrop.reset();
+        note("release");
+    }
     void frame(const QSize &size) override
     {
         note(QString("frame %1x%2").arg(size.width()).arg(size.height()));
     }
     void refit(const QSize &) override { note("refit"); }
-    void draw(const QSize &viewport) override { drawn = viewport; }
+    void draw(const QSize &viewport) override
+    {
+        _backdrop->draw(viewport);
+        drawn = viewport;
+    }
     void drag(DragKind kind, const QVector2D &way) override
     {
         note(QString("%1 %2 %3").arg(kind == eTurn ? "turn" : "move").arg(way.x()).arg(way.y()));
@@ -58,6 +68,9 @@ public:
     Failure failure;
     QStringList notes;
     QSize drawn; ///< the viewport of the last frame
+
+private:
+    std::unique_ptr<Backdrop> _backdrop;
 };
 
 class PaintedWindow : public Window
@@ -190,14 +203,14 @@ TEST_F(ZelviewWindowTest, AChangedShaderIsDrawnAndABrokenOneKeepsThePictureWithT
     _options.shaders = path("shaders");
     run({"--shaders", _options.shaders, writeWall("wall.obj", 1, 1), "--offscreen", path("picture.png")});
     EXPECT_EQ(_last.code, 2);
-    EXPECT_EQ(_last.errors, "zelview: cannot open '" + _options.shaders + "/encode.frag'\n");
+    EXPECT_EQ(_last.errors, "zelview: cannot open '" + _options.shaders + "/backdrop.frag'\n");
     copyShaders();
     _options.size = QSize(100, 100);
     PaintedWindow window(_notebook, _options);
     window.show();
     notesUntilDrawn({200, 200});
     const auto pictureWith = [&](const QByteArray &color) {
-        write("shaders/encode.frag",
+        write("shaders/backdrop.frag",
               "#version 150\nout vec4 out_FragColor;\nvoid main() { out_FragColor = " + color + "; }\n");
         return window.picture();
     };

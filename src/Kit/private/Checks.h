@@ -2,18 +2,20 @@
 
 #include "Failure.h"
 
-#include <ZelGL/GLContextTracker.h>
+#include <ZelGL/GLLoader.h>
 
 namespace Orvane { namespace ZelKit {
 
-/// False, with a message, without a current context: the GL functions are not loaded then.
+/// False, with a message, without a current context, or before the library has loaded its functions. Makes a GL call, so it is not
+/// for functions that are called for each draw.
 inline bool hasContext(const char *what, QString *error)
 {
-    if (Zel::GLContextTracker::currentContext() != nullptr) {
+    if (_ptrc_glGetString != nullptr && glGetString(GL_VERSION) != nullptr) {
         return true;
     }
     fail(error,
-         QStringLiteral("%1: no OpenGL context is current; make one current first").arg(QLatin1String(what)));
+         QStringLiteral("%1: no OpenGL context is current, or initializeGLFunctions() has not been called")
+             .arg(QLatin1String(what)));
     return false;
 }
 

@@ -51,7 +51,7 @@ Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const Opti
 Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &options, QStringList &report)
 {
     const QSize size = options.size;
-    if (const Failure failure = stage.resize(size)) {
+    if (const Failure failure = resize(stage, size)) {
         return *failure;
     }
     auto target = makeTarget(size, GL_RGBA8, RenderTarget::eNoDepth);
@@ -84,7 +84,7 @@ Expected<Picture> makePictureHere(Exhibit &exhibit, const Options &options)
     timer.start();
 
     Programs programs(options.shaders);
-    auto stage = Stage::create(programs, options.samples, options.edgeFilter);
+    auto stage = makeStage(options);
     if (!stage) {
         return stage.problem();
     }

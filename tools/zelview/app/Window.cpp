@@ -5,7 +5,6 @@
 #include "frame/Graphics.h"
 #include "frame/Options.h"
 #include "frame/Programs.h"
-#include "frame/Stage.h"
 
 #include <ZelGL/OpenGLDeviceContext.h>
 #include <ZelKit/FrameMeter.h>
@@ -84,7 +83,7 @@ Failure Window::createObjects()
     if (!_options.shaders.isEmpty()) {
         startTimer(kPollInterval);
     }
-    auto stage = Stage::create(*_programs, _options.samples, _options.edgeFilter);
+    auto stage = makeStage(_options);
     if (!stage) {
         return stage.problem();
     }
@@ -118,7 +117,7 @@ void Window::paintGL()
         return;
     }
     const QSize pixels = sizeInPixels();
-    if (const Failure failure = _stage->resize(pixels)) {
+    if (const Failure failure = zelview::resize(*_stage, pixels)) {
         fail(*failure);
         return;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/Outcome.h"
+#include "frame/Stage.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QPointF>
@@ -17,7 +18,6 @@ namespace zelview {
 
 class Exhibit;
 class Programs;
-class Stage;
 struct Options;
 
 /// Shows an exhibit in a window. A click picks; the left button turns, the middle or right button moves, the wheel zooms;

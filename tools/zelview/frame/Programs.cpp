@@ -1,6 +1,7 @@
 #include "frame/Programs.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/PostChain.h>
 #include <ZelShaders/ProgramReloader.h>
 
 #include <QtCore/QFile>
@@ -78,6 +79,7 @@ Programs::Programs(QSharedPointer<Shared> shared)
 {
     registerShaders();
     _processor.addIncludePath(_shared->folder);
+    Orvane::ZelKit::PostChain::setUp(&_processor); // the shaders that ZelGL::Kit has for hosts
     DrawBuffers::setup(&_processor);
 }
 

@@ -1,6 +1,5 @@
 #include "model/ModelExhibit.h"
 
-#include "frame/AmbientOcclusion.h"
 #include "frame/Backdrop.h"
 #include "frame/Console.h"
 #include "frame/Counted.h"
@@ -16,8 +15,11 @@
 
 #include <ZelGL/AutoBinder.h>
 #include <ZelGL/ShaderProgram.h>
+#include <ZelKit/AmbientOcclusion.h>
 
 #include <algorithm>
+
+using Orvane::ZelKit::AmbientOcclusion;
 
 namespace zelview {
 
@@ -126,9 +128,10 @@ Failure ModelExhibit::createGLObjects(Programs &programs, const Options &)
     if (const Failure failure = makeShadows(programs)) {
         return failure;
     }
-    Expected<std::unique_ptr<AmbientOcclusion>> occlusion = AmbientOcclusion::create(programs);
-    if (!occlusion) {
-        return occlusion.problem();
+    QString error;
+    _occlusion = AmbientOcclusion::create(&error);
+    if (_occlusion == nullptr) {
+        return Problem{ExitCode::eGL, error};
     }
     if (const Failure failure =
             makeRenderer(_options.manager.value_or(suitableManager(_scene)), _options.mechanism)) {
@@ -137,7 +140,6 @@ Failure ModelExhibit::createGLObjects(Programs &programs, const Options &)
     for (const QString &remark : _scene.remarks) {
         Console::printError(remark);
     }
-    _occlusion = std::move(*occlusion);
     return {};
 }
 
@@ -286,8 +288,9 @@ Failure ModelExhibit::prepareFrame(const QSize &viewport)
             return failure;
         }
     }
-    if (const Failure failure = _occlusion->resize(viewport)) {
-        return failure;
+    QString error;
+    if (!_occlusion->resize(viewport, &error)) {
+        return Problem{ExitCode::eGL, error};
     }
     const View seen = view(viewport);
     if (const Failure failure = changeFrustum(seen)) {

@@ -11,9 +11,12 @@
 #include <memory>
 #include <vector>
 
+namespace Orvane { namespace ZelKit {
+class AmbientOcclusion;
+}} // namespace Orvane::ZelKit
+
 namespace zelview {
 
-class AmbientOcclusion;
 class Backdrop;
 class Environment;
 class Ground;
@@ -83,7 +86,7 @@ private:
     MaterialSelection _selection;
     const Programs *_programs = nullptr;
     int _changesInShadows = 0; ///< Programs::changes() of the last frame
-    std::unique_ptr<AmbientOcclusion> _occlusion;
+    std::unique_ptr<Orvane::ZelKit::AmbientOcclusion> _occlusion;
     std::unique_ptr<Backdrop> _backdrop;       ///< null if there is an environment
     std::unique_ptr<Environment> _environment; ///< null for studio light
     std::vector<LightSource> _lights;          ///< the lights that cast shadows

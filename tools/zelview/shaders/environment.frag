@@ -15,7 +15,7 @@ in vec2 vo_TexCoord;
 out vec4 out_FragColor;
 
 #include "KitEnvironment.glslh"
-#include "ToneMap.glslh"
+#include "KitToneMap.glslh"
 
 void main()
 {

@@ -23,7 +23,7 @@ in vec2 vo_TexCoord;
 out vec4 out_FragColor;
 
 #macro ZELVIEW_IMAGE #include "Image2D.glslh"
-#include "ToneMap.glslh"
+#include "KitToneMap.glslh"
 
 const vec3 kSurround = vec3(0.012);
 

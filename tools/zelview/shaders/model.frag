@@ -11,9 +11,9 @@ uniform int u_MarkedMaterial; // material with a glowing rim; -1: none
 #include "Frame.glslh"
 #include "Material.glslh"
 #include "FacingNormal.glslh"
-#include "Occlusion.glslh"
+#include "KitOcclusion.glslh"
 #include "Shading.glslh"
-#include "ToneMap.glslh"
+#include "KitToneMap.glslh"
 
 void main()
 {

@@ -1,7 +1,7 @@
 // The neighbours with which SMAA blends a pixel.
 // In:  va_Vertex in clip space, va_TexCoord from 0 to 1.
 // Out: the inputs of smaaBlend.frag.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 #include "Smaa.glslh"
 #define SMAA_INCLUDE_PS 0

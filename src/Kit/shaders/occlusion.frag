@@ -2,7 +2,7 @@
 // In:  u_Geometry: normal in view space, and distance along the view, 0 without a surface.
 //      u_Reach: greatest distance of occluders, in units of the scene.
 // Out: openness, from 0 to 1 in the open, with periodic noise that occlusionSmooth.frag removes.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 uniform sampler2D u_Geometry;
 uniform float u_Reach;

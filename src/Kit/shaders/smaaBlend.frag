@@ -1,7 +1,7 @@
 // Third pass of SMAA: blends the edges of the picture.
 // In:  u_Frame, linear from 0 to 1; u_Weights; the outputs of smaaBlend.vert.
 // Out: sRGB.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 #include "Smaa.glslh"
 #define SMAA_INCLUDE_VS 0

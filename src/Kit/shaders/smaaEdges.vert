@@ -1,7 +1,7 @@
 // The neighbours of a pixel at which SMAA searches for edges.
 // In:  va_Vertex in clip space, va_TexCoord from 0 to 1.
 // Out: the inputs of smaaEdges.frag.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 #include "Smaa.glslh"
 #define SMAA_INCLUDE_PS 0

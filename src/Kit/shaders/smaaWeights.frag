@@ -1,7 +1,7 @@
 // Second pass of SMAA: the weights of the neighbours of a pixel at an edge.
 // In:  u_Edges; u_Area and u_Search, SMAA's tables; the outputs of smaaWeights.vert.
 // Out: four weights.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 #include "Smaa.glslh"
 #define SMAA_INCLUDE_VS 0

@@ -1,7 +1,7 @@
 // Converts linear light to sRGB.
 // In:  u_Frame, linear from 0 to 1; vo_TexCoord.
 // Out: sRGB.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 uniform sampler2D u_Frame;
 

@@ -1,7 +1,7 @@
 // First pass of SMAA: finds the edges of a picture by its colours.
 // In:  u_Picture, sRGB; the outputs of smaaEdges.vert.
 // Out: 1 for an edge: red to the left, green below.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 #include "Smaa.glslh"
 #define SMAA_INCLUDE_VS 0

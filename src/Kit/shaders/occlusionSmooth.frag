@@ -2,7 +2,7 @@
 // surface.
 // In:  u_Estimate; u_Geometry and u_Reach as in occlusion.frag.
 // Out: the openness, and the distance along the view, by which Occlusion.glslh finds the surface.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 uniform sampler2D u_Estimate;
 uniform sampler2D u_Geometry;

@@ -1,7 +1,7 @@
 // Smooths the edges of a picture by FXAA.
 // In:  u_Picture, sRGB; vo_TexCoord.
 // Out: sRGB.
-#macro ZELVIEW_GLSL_VERSION #version 150
+#version 150
 
 #define FXAA_QUALITY__PRESET 39
 #include "FXAA.glslh"
