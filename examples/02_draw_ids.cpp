@@ -8,10 +8,10 @@
 #include "Show.h"
 
 #include <ZelGL/ZelGL.h>
-
-#include <cmath>
+#include <ZelKit/DrawScope.h>
 
 using namespace Orvane::Zel;
+using Orvane::ZelKit::DrawScope;
 
 namespace {
 
@@ -38,16 +38,6 @@ void main()
 }
 )";
 
-const char kFragment[] = R"(#version 150
-flat in vec3 vo_Color;
-out vec4 o_Color;
-
-void main()
-{
-    o_Color = vec4(vo_Color, 1.0);
-}
-)";
-
 class Wave : public Show
 {
 public:
@@ -57,19 +47,13 @@ public:
         DrawBuffers::setup(&_processor); // adds the defines for draw IDs
         _processor.addDefine("COLUMNS", QString::number(kColumns));
         _processor.addDefine("ROWS", QString::number(kRows));
-        ProgramText text;
-        text.vertex = kVertex;
-        text.fragment = kFragment;
-        text.vertexFiles = QStringList{"ZelUtilities.glslc", "ZelUtilities.vert"};
-        _program = makeProgram(text, &_processor);
+        _program = makeProgram({kVertex, "support/color.frag"}, &_processor);
     }
 
     void draw(float aspect, float seconds) override
     {
-        QMatrix4x4 viewProjection;
-        viewProjection.perspective(32.0f, aspect, 1.0f, 100.0f);
-        viewProjection.lookAt({0.0f, 17.0f, 25.5f}, {0.0f, -0.5f, -0.8f}, {0.0f, 1.0f, 0.0f});
-
+        const QVector3D center(0.0f, -0.5f, -0.8f);
+        const QVector3D eye = movedEye({0.0f, 17.0f, 25.5f}, center);
         QVector<int> commands; // every third diagonal has a gap
         for (int id = 0; id < kColumns * kRows; ++id) {
             if ((id % kColumns + id / kColumns) % 3 != 0) {
@@ -77,12 +61,10 @@ public:
             }
         }
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        const AutoBinder useProgram(_program.get());
-        const AutoBinder useCubes(_cubes.get());
-        _cubes->VAO()->enableShaderProgramArrays(_program.get());
-        _program->setUniform("u_ViewProjection", viewProjection);
+        DrawScope scope(_program.get());
+        _program->setUniform("u_ViewProjection", viewProjection(32.0f, aspect, eye, center));
         _program->setUniform("u_Seconds", seconds);
-        _cubes->draw(_program.get(), &commands);
+        scope.draw(_cubes.get(), &commands);
     }
 
 private:

@@ -3,20 +3,27 @@
 #include <ZelGL/ZelGL.h>
 #include <ZelShaders/ProgramBuilder.h>
 
+#include <QtCore/QFileInfo>
+
 using namespace Orvane::Zel;
-using namespace Orvane::ZelShaders;
+using Orvane::ZelShaders::ProgramBuilder;
 
 namespace {
 
-/// \a name: of the text, in the report of a failure.
-void addStage(ProgramBuilder &builder, int type, const QString &text, const char *name,
-              const QStringList &files, const QStringList &plans)
+void addSource(ProgramBuilder &builder, int type, const QString &source)
 {
-    if (!text.isEmpty()) {
-        builder.addShader(type, text, name);
+    if (source.contains('\n')) {
+        builder.addShader(type, source, type == GL_VERTEX_SHADER ? "vertex text" : "fragment text");
+        return;
     }
-    for (const QString &file : files) {
-        builder.addShaderFromFile(type, file);
+    const QString here = QStringLiteral(EXAMPLES_FOLDER "/") + source;
+    builder.addShaderFromFile(type, QFileInfo::exists(here) ? here : source);
+}
+
+void addStage(ProgramBuilder &builder, int type, const QStringList &sources, const QStringList &plans)
+{
+    for (const QString &source : sources) {
+        addSource(builder, type, source);
     }
     for (const QString &plan : plans) {
         builder.addShader(type, InstanceDataRegistry::Instance()->getPlan(plan)->glslc(), plan);
@@ -30,9 +37,10 @@ std::unique_ptr<ShaderProgram> makeProgram(const ProgramText &text, GLSLMacroPro
     auto program = std::make_unique<ShaderProgram>(nullptr);
     program->setMacroProcessor(processor);
     ProgramBuilder builder(*program);
-    addStage(builder, GL_VERTEX_SHADER, text.vertex, "vertex text", text.vertexFiles, text.vertexPlans);
-    addStage(builder, GL_FRAGMENT_SHADER, text.fragment, "fragment text", text.fragmentFiles,
-             text.fragmentPlans);
+    addStage(builder, GL_VERTEX_SHADER, {text.vertex, "ZelUtilities.glslc", "ZelUtilities.vert"}, text.plans);
+    addStage(builder, GL_FRAGMENT_SHADER,
+             QStringList{text.fragment, "ZelUtilities.glslc", "ZelUtilities.frag"} + text.fragmentFiles,
+             text.plans);
     builder.link();
     return program;
 }

@@ -10,17 +10,15 @@ class GLSLMacroProcessor;
 class ShaderProgram;
 }} // namespace Orvane::Zel
 
-/// The sources of a program: texts, names of the library's files, and names of plans.
+/// The sources of a program. A stage is a text, or the name of a file of this folder or of the library.
 struct ProgramText
 {
     QString vertex;
     QString fragment;
-    QStringList vertexFiles;   ///< files of the library, in addition to the vertex text
-    QStringList fragmentFiles; ///< files of the library, in addition to the fragment text
-    QStringList vertexPlans;   ///< plans whose accessors the vertex text calls
-    QStringList fragmentPlans; ///< plans whose accessors the fragment text calls
+    QStringList plans = {};         ///< plans whose accessors the stages call
+    QStringList fragmentFiles = {}; ///< further files of the library for the fragment stage
 };
 
-/// A linked program. \a processor must outlive it.
+/// A linked program, whose stages can call the functions of "ZelUtilities.glslh". \a processor must outlive it.
 std::unique_ptr<Orvane::Zel::ShaderProgram> makeProgram(const ProgramText &text,
                                                         Orvane::Zel::GLSLMacroProcessor *processor);

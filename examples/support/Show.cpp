@@ -3,44 +3,29 @@
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/HeadlessContext.h>
 #include <ZelKit/MessageLog.h>
+#include <ZelKit/RenderTarget.h>
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
+#include <QtCore/QtMath>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
+#include <QtGui/QKeyEvent>
 #include <QtGui/QOpenGLWindow>
 
+#include <algorithm>
+#include <cmath>
+
 using namespace Orvane::Zel;
-using Orvane::ZelKit::HeadlessContext;
-using Orvane::ZelKit::MessageLog;
+using namespace Orvane::ZelKit;
 
 namespace {
 
 using MakeShow = std::function<std::unique_ptr<Show>()>;
 
 constexpr float kPictureSeconds = 1.5f; ///< the time that a picture shows
-const QSize kSize(960, 540);
-
-QSurfaceFormat format()
-{
-    QSurfaceFormat format;
-    format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setVersion(3, 2); // drivers return the newest compatible version
-    format.setOption(QSurfaceFormat::DebugContext);
-    format.setDepthBufferSize(24);
-    format.setSamples(8);
-    return format;
-}
-
-bool startLibrary()
-{
-    if (!initializeGLFunctions()) {
-        return false;
-    }
-    initializeGLDebugging();
-    return true;
-}
+constexpr int kClickPixels = 3;         ///< a longer movement is a drag
 
 float aspectOf(const QSize &size)
 {
@@ -74,10 +59,11 @@ public:
 protected:
     void initializeGL() override
     {
-        if (!startLibrary()) {
+        if (!initializeGLFunctions()) {
             QGuiApplication::exit(1);
             return;
         }
+        initializeGLDebugging();
         _show = _make();
         _clock.start();
     }
@@ -94,47 +80,71 @@ protected:
         update();
     }
 
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        if (event->key() == Qt::Key_Escape) {
+            close();
+        }
+    }
+
+    void mousePressEvent(QMouseEvent *event) override
+    {
+        _pressed = event->pos();
+        _last = _pressed;
+    }
+
+    void mouseMoveEvent(QMouseEvent *event) override
+    {
+        if (_show) {
+            _show->orbit(QVector2D(event->pos() - _last) / float(height()));
+        }
+        _last = event->pos();
+    }
+
+    void mouseReleaseEvent(QMouseEvent *event) override
+    {
+        if (_show && (event->pos() - _pressed).manhattanLength() <= kClickPixels) {
+            makeCurrent();
+            _show->click(event->pos(), size());
+        }
+    }
+
+    void wheelEvent(QWheelEvent *event) override
+    {
+        if (_show) {
+            _show->zoom(float(event->angleDelta().y()) / 120.0f);
+        }
+    }
+
 private:
     MakeShow _make;
     std::unique_ptr<Show> _show;
     QElapsedTimer _clock;
+    QPoint _pressed;
+    QPoint _last;
 };
 
 /// Draws at twice the size, to smooth the edges.
 QImage takePicture(Show &show)
 {
-    const QSize size = 2 * kSize;
-    Texture color(nullptr);
-    Texture depth(nullptr);
-    color.create2D(GL_TEXTURE_2D, GL_RGBA8, size.width(), size.height());
-    depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT32F, size.width(), size.height());
-    FramebufferObject target(nullptr);
-
-    show.prepare(aspectOf(size), kPictureSeconds);
-    const AutoBinder bound(&target);
-    target.attach(&color, GL_COLOR_ATTACHMENT0, 0);
-    target.attach(&depth, GL_DEPTH_ATTACHMENT, 0);
-    target.setDrawBuffers();
-    drawInto(show, size, kPictureSeconds);
-
-    QImage image(size, QImage::Format_RGBX8888);
-    glPixelStorei(GL_PACK_ALIGNMENT, 4);
-    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
-    target.detachAll();
-    return image.mirrored().scaled(kSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const std::unique_ptr<RenderTarget> target = RenderTarget::create(2 * windowSize(), GL_RGBA8);
+    if (target == nullptr) {
+        return QImage();
+    }
+    show.prepare(aspectOf(target->size()), kPictureSeconds);
+    {
+        const AutoBinder bound(target->framebuffer());
+        drawInto(show, target->size(), kPictureSeconds);
+    }
+    return target->image().scaled(windowSize(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 bool isEmpty(const QImage &image)
 {
-    const QRgb first = image.pixel(0, 0);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixel(x, y) != first) {
-                return false;
-            }
-        }
-    }
-    return true;
+    const QImage scaled = image.convertToFormat(QImage::Format_RGB32);
+    const auto *pixels = reinterpret_cast<const QRgb *>(scaled.constBits());
+    const int count = scaled.width() * scaled.height();
+    return std::all_of(pixels, pixels + count, [pixels](QRgb pixel) { return pixel == *pixels; });
 }
 
 int writePicture(const MakeShow &make, const QString &file, const MessageLog &log)
@@ -149,35 +159,55 @@ int writePicture(const MakeShow &make, const QString &file, const MessageLog &lo
     std::unique_ptr<Show> show = make();
     const QImage image = takePicture(*show);
     show.reset();
-    if (isEmpty(image)) {
-        qCritical("The picture is empty");
-        return 1;
-    }
-    if (!image.save(file)) {
-        qCritical("'%s' cannot be written", qPrintable(file));
-        return 1;
-    }
-    return log.count(QtWarningMsg) == 0 ? 0 : 1;
-}
-
-/// Needs an application object for the arguments, but no display.
-QString readPictureFile(int argc, char **argv)
-{
-    const QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription("Opens a window, unless a picture is asked for.");
-    parser.addHelpOption();
-    parser.addOption({"offscreen", "Write one picture instead of opening a window.", "FILE"});
-    parser.process(application);
-    if (!parser.positionalArguments().isEmpty()) {
-        parser.showHelp(1);
-    }
-    return parser.value("offscreen");
+    return savePicture(image, file, log);
 }
 
 } // namespace
 
+Show::~Show()
+{
+    InstanceDataRegistry::Instance()->clear();
+}
+
 void Show::prepare(float, float) {}
+
+void Show::click(const QPoint &, const QSize &) {}
+
+void Show::orbit(const QVector2D &drag)
+{
+    _mouse.orbit(drag);
+    _isMoved = true;
+}
+
+void Show::zoom(float steps)
+{
+    _mouse.zoom(steps);
+    _isMoved = true;
+}
+
+QVector3D Show::movedEye(const QVector3D &eye, const QVector3D &target) const
+{
+    if (!_isMoved) {
+        return eye;
+    }
+    const QVector3D offset = eye - target;
+    const float distance = offset.length();
+    const float azimuth = std::atan2(offset.x(), offset.z()) + qDegreesToRadians(_mouse.azimuth());
+    const float elevation = std::asin(offset.y() / distance) + qDegreesToRadians(_mouse.elevation());
+    const float rise = std::clamp(elevation, -1.5f, 1.5f);
+    const QVector3D direction(std::sin(azimuth) * std::cos(rise), std::sin(rise),
+                              std::cos(azimuth) * std::cos(rise));
+    return target + direction * distance * _mouse.eye().length(); // the camera of the mouse began at 1
+}
+
+QMatrix4x4 Show::viewProjection(float fieldOfView, float aspect, const QVector3D &eye,
+                                const QVector3D &target)
+{
+    QMatrix4x4 matrix;
+    matrix.perspective(fieldOfView, aspect, 1.0f, 100.0f);
+    matrix.lookAt(eye, target, {0.0f, 1.0f, 0.0f});
+    return matrix;
+}
 
 int present(int argc, char **argv, const MakeShow &make)
 {
@@ -191,9 +221,52 @@ int present(int argc, char **argv, const MakeShow &make)
     }
 
     ShowWindow window(make);
-    window.setFormat(format());
+    window.setFormat(windowFormat());
     window.setTitle(QFileInfo(QCoreApplication::applicationFilePath()).baseName());
-    window.resize(kSize);
+    window.resize(windowSize());
     window.show();
     return QGuiApplication::exec();
+}
+
+QString readPictureFile(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv); // for the arguments; needs no display
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Opens a window, unless a picture is asked for.");
+    parser.addHelpOption();
+    parser.addOption({"offscreen", "Write one picture instead of opening a window.", "FILE"});
+    parser.process(application);
+    if (!parser.positionalArguments().isEmpty()) {
+        parser.showHelp(1);
+    }
+    return parser.value("offscreen");
+}
+
+QSurfaceFormat windowFormat()
+{
+    QSurfaceFormat format;
+    format.setProfile(QSurfaceFormat::CoreProfile);
+    format.setVersion(3, 2); // drivers return the newest compatible version
+    format.setOption(QSurfaceFormat::DebugContext);
+    format.setDepthBufferSize(24);
+    format.setSamples(8);
+    return format;
+}
+
+QSize windowSize()
+{
+    return {960, 540};
+}
+
+int savePicture(const QImage &image, const QString &file, const MessageLog &log)
+{
+    if (isEmpty(image)) {
+        qCritical("The picture is empty");
+        return 1;
+    }
+    if (!image.save(file)) {
+        qCritical("'%s' cannot be written", qPrintable(file));
+        return 1;
+    }
+    return log.count(QtWarningMsg) == 0 ? 0 : 1;
 }

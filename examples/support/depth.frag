@@ -1,0 +1,6 @@
+#version 150
+
+// For framebuffers without colours.
+void main()
+{
+}
