@@ -4,6 +4,8 @@
 
 using namespace Orvane::Zel;
 
+constexpr int kLevel = 3; ///< of moments, for shaders
+
 Layers::Layers(Kind kind, int side, int count)
     : _kind(kind)
     , _side(side)
@@ -11,7 +13,7 @@ Layers::Layers(Kind kind, int side, int count)
     const unsigned int format = kind == eMoments ? GL_RG32F : GL_DEPTH_COMPONENT32F;
     _layers.create3D(GL_TEXTURE_2D_ARRAY, format, side, side, count);
     if (kind == eMoments) {
-        _depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT24, side, side);
+        _depth.create2D(GL_TEXTURE_2D, GL_DEPTH_COMPONENT32F, side, side);
     }
     const AutoBinder bound(&_layers);
     const float noShadow[] = {1.0f, 1.0f, 1.0f, 1.0f}; // outside of a layer
@@ -19,7 +21,7 @@ Layers::Layers(Kind kind, int side, int count)
     glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_BORDER);
     glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_BORDER);
     if (kind == eMoments) {
-        glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
         glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     }
     _table.projectionTexture = &_layers;
@@ -31,6 +33,8 @@ void Layers::update(const QVariantList &lights, const QMatrix4x4 &view, const QM
     if (!ShadowMapManager::processLights(lights, _table, &view, &projection, &box)) {
         return;
     }
+    const AutoBinder texture(&_layers);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BASE_LEVEL, 0);
     const AutoEnabler depthTest(GL_DEPTH_TEST);
     const AutoEnabler pancaking(
         GL_DEPTH_CLAMP); // keeps casters close to a light; a depth of 0 counts as none
@@ -49,4 +53,9 @@ void Layers::update(const QVariantList &lights, const QMatrix4x4 &view, const QM
         draw(QMatrix4x4(_table.transforms[i].values.data()).transposed());
     }
     glDepthRange(0.0, 1.0);
+    if (_kind
+        == eMoments) { // shaders read a coarse level, which has soft edges: means of moments are moments
+        glGenerateMipmap(GL_TEXTURE_2D_ARRAY);
+        glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BASE_LEVEL, kLevel);
+    }
 }
