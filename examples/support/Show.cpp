@@ -95,7 +95,7 @@ protected:
 
     void mouseMoveEvent(QMouseEvent *event) override
     {
-        if (_show) {
+        if (_show && event->buttons() != Qt::NoButton) {
             _show->orbit(QVector2D(event->pos() - _last) / float(height()));
         }
         _last = event->pos();
