@@ -1,11 +1,10 @@
 #pragma once
 
 #include <QtGui/QColor>
+#include <QtGui/QImage>
 #include <QtGui/QVector4D>
 
 #include <memory>
-
-class QImage;
 
 namespace Orvane { namespace Zel {
 class Texture;
