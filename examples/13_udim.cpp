@@ -46,12 +46,6 @@ public:
         _data->set(0, "Tiles", &tiles, sizeof tiles);
     }
 
-    ~Globe() override
-    {
-        _data.reset();
-        _manager.clear(); // deletes the tiles
-    }
-
     void draw(float aspect, float) override
     {
         const QVector3D eye = movedEye({1.0f, 2.2f, 5.6f}, QVector3D());
