@@ -1,8 +1,8 @@
 // Soft shadows of a spot light and a point light in variance shadow maps.
 //
 // A spot light has one projection and a point light up to six; the library computes them like those of a sun. The layers of
-// a variance map hold the depth and its square, which can be filtered, so one look-up gives a soft edge. The lights share
-// the layers, and a shader asks for each by its index in the list. See docs/shadows.md.
+// a variance map hold the depth and its square, which can be averaged: a coarse mip level has soft edges, and one look-up is
+// enough. The lights share the layers, and a shader asks for each by its index in the list. See docs/shadows.md.
 
 #include "Layers.h"
 #include "Programs.h"
