@@ -31,7 +31,6 @@ public:
     {
         DrawBuffers::setup(&_processor);
         ShadowMapManager::setup(&_processor, 0);
-        _processor.addIncludePath(EXAMPLES_FOLDER);
         _processor.addDefine("TOWERS", QString::number(kTowers));
         _program = makeProgram(
             {"06_shadows.vert", "06_shadows.frag", {}, {ShadowMapManager::getShaderFile()}}, &_processor);

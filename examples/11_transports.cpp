@@ -37,7 +37,6 @@ public:
         : _cubes(makeCube(kSteps))
     {
         DrawBuffers::setup(&_processor);
-        _processor.addIncludePath(EXAMPLES_FOLDER);
         addTower("UniformBlock", InstanceDataPlan::eUniformBufferMechanism);
         addTower("Uniforms", InstanceDataPlan::eUniformMechanism);
         addTower("BufferTexture", InstanceDataPlan::eBufferTextureMechanism);

@@ -30,7 +30,6 @@ public:
     {
         DrawBuffers::setup(&_processor);
         ShadowMapManager::setup(&_processor, 1); // variance maps
-        _processor.addIncludePath(EXAMPLES_FOLDER);
         _processor.addDefine("COLUMNS", QString::number(kColumns));
         _program = makeProgram({"14_lights.vert", "14_lights.frag", {}, {ShadowMapManager::getShaderFile()}},
                                &_processor);

@@ -35,6 +35,7 @@ void addStage(ProgramBuilder &builder, int type, const QStringList &sources, con
 std::unique_ptr<ShaderProgram> makeProgram(const ProgramText &text, GLSLMacroProcessor *processor)
 {
     auto program = std::make_unique<ShaderProgram>(nullptr);
+    processor->addIncludePath(EXAMPLES_FOLDER);
     program->setMacroProcessor(processor);
     ProgramBuilder builder(*program);
     addStage(builder, GL_VERTEX_SHADER, {text.vertex, "ZelUtilities.glslc", "ZelUtilities.vert"}, text.plans);
