@@ -879,3 +879,13 @@ TEST_F(GPUModelTest, ASteadyFrameTakesNoMemoryForADrawable)
     }
     EXPECT_EQ(taken[0], taken[1]);
 }
+
+TEST_F(GPUModelTest, AViewMatrixMayBeAtAnyAddress)
+{
+    const Box box{-1, -1, -1, 1, 1, 1};
+    _model.loadBoundingBoxes(&box, 1);
+    _model.useBoundingBox(addSquares({placed(0, 0)}), 0, 0);
+    _model.updateTransforms();
+    alignas(16) char memory[sizeof(QMatrix4x4) + 4];
+    EXPECT_EQ(0, _model.frustumCull(*new (memory + 4) QMatrix4x4)); // aligned as its floats are
+}
