@@ -381,4 +381,51 @@ TEST_F(SnippetsTest, AmbientOcclusion)
     // Draw.
     //! [AmbientOcclusion]
     EXPECT_TRUE(pixelsOf(*occlusion->texture()).isNear(4, 4, {1, 0, 0, 1}, 0.01f)); // there is no surface
+TEST_F(SnippetsTest, PackedScene)
+{
+    auto *plan = new InstanceDataPlan("Rock");
+    plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
+    plan->setArraySize(100);
+    InstanceDataRegistry::Instance()->registerPlan(plan);
+    const float vertices[] = {-1, -1, 0, 3, -1, 0, -1, 3, 0};
+    const quint32 indices[] = {0, 1, 2};
+    GLSLMacroProcessor processor;
+    DrawBuffers::setup(&processor);
+    ShaderProgram program(nullptr);
+    program.setMacroProcessor(&processor);
+    program.addShader(
+        GL_VERTEX_SHADER,
+        "#version 150\n#include \"ZelUtilities.glslh\"\n#instancedata \"Rock\"\nin vec3 va_Vertex;\n"
+        "void main() { gl_Position = getModelMatrix() * vec4(va_Vertex, 1.0); }\n",
+        QString());
+    program.addShader(GL_VERTEX_SHADER, plan->glslc(), QString());
+    program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+    program.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+    program.addShader(GL_FRAGMENT_SHADER, kAllWhite, QString());
+    ASSERT_TRUE(program.link());
+    const QMatrix4x4 viewProjection;
+    QMatrix4x4 place;
+    const Canvas canvas;
+    {
+        //! [PackedScene]
+        PackedScene::Format format;
+        format.attributes = {{"va_Vertex", 3, GL_FLOAT, false, 0}};
+        format.stride = 3 * sizeof(float);
+        const std::unique_ptr<PackedScene> scene = PackedScene::create(format, plan);
+        const int mesh = scene->addMesh(vertices, 3, indices, 3);
+        const int material = scene->addMaterial(nullptr); // or a collection with its data
+        const int rock = scene->add(mesh, material, QMatrix4x4());
+        // Each frame:
+        scene->setTransform(rock, place);
+        scene->cull(viewProjection);
+        {
+            const AutoBinder bound(&program);
+            scene->draw(&program, nullptr);
+        }
+        scene->updatePreviousMatrices();
+        //! [PackedScene]
+    }
+    EXPECT_EQ(QVector4D(1, 1, 1, 1), canvas.pixels().at(4, 4));
+    InstanceDataRegistry::Instance()->clear();
+    EXPECT_MESSAGES(startsWith("debug [InstanceDataPlan.cpp:#] ubo: "));
 }

@@ -17,6 +17,7 @@
 #include "MessageLog.h"
 #include "OrbitCamera.h"
 #include "Overlay.h"
+#include "PackedScene.h"
 #include "Picker.h"
 #include "PostChain.h"
 #include "RenderTarget.h"
