@@ -10,7 +10,11 @@
 //   sceneowntokens   the same with the sampler manager and a texture for each material
 //   sceneownnotextures  the same without a texture in any material: the manager's empty texture is bound instead
 //   scenecommands    one drawable with N commands and one material
-//   commandsbyhand, baseinstancebyhand
+//   packed        a ZelKit::PackedScene, the draw ID in the base instance: one indirect call for each material
+//   packedculled  the same, culled by another frustum in each frame, while 5 % of the boxes, neighbours, move
+//   packedscattered  the same while every twentieth box moves
+//   packedsubdraws  the same as packed with the draw ID in a uniform
+//   commandsbyhand, baseinstancebyhand, packedbyhand
 //                 the same GL calls by hand, on the same objects, program and framebuffer. The difference is the cost of
 //                 the library itself; the peers have other programs and framebuffers.
 //
@@ -19,6 +23,7 @@
 #include "Boxes.h"
 #include "DrawVariant.h"
 #include "OffscreenStage.h"
+#include "PackedVariant.h"
 #include "SceneVariant.h"
 #include "SideBySide.h"
 
@@ -308,6 +313,11 @@ template <SceneVariant::Kind Kind> std::unique_ptr<DrawVariant> makeScene(const 
     return std::make_unique<SceneVariant>(Kind, world);
 }
 
+template <PackedVariant::Kind Kind> std::unique_ptr<DrawVariant> makePacked(const World &world)
+{
+    return std::make_unique<PackedVariant>(Kind, world);
+}
+
 constexpr Row kRows[] = {
     {"commands", false, make<Commands>},
     {"commandsbyhand", false, make<CommandsByHand>},
@@ -319,6 +329,11 @@ constexpr Row kRows[] = {
     {"sceneowntokens", false, makeScene<SceneVariant::eOwnTokens>},
     {"sceneownnotextures", false, makeScene<SceneVariant::eOwnNoTextures>},
     {"scenecommands", false, makeScene<SceneVariant::eCommands>},
+    {"packed", true, makePacked<PackedVariant::eAll>},
+    {"packedbyhand", true, makePacked<PackedVariant::eByHand>},
+    {"packedculled", true, makePacked<PackedVariant::eCulled>},
+    {"packedscattered", true, makePacked<PackedVariant::eCulledScattered>},
+    {"packedsubdraws", false, makePacked<PackedVariant::eSubDraws>},
 };
 
 } // namespace
