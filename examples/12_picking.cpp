@@ -33,7 +33,6 @@ public:
 
     void click(const QPoint &pixel, const QSize &viewport) override
     {
-        // The projection comes first, then the view: only the projection is magnified.
         const QMatrix4x4 closeUp = Picker::closeUp(_viewProjection, pixel, viewport);
         QList<int> numbers;
         for (int i = 0; i < kCubes; ++i) {
@@ -43,7 +42,7 @@ public:
         glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
         const auto hit = _picker.find(closeUp, numbers, [&](const QList<int> &asked) {
             DrawScope scope(_program.get());
-            _program->setUniform("u_ViewProjection", closeUp);
+            setUniforms(closeUp);
             for (const int number : asked) {
                 const QVector<int> command{number};
                 glStencilFunc(GL_ALWAYS, qMin(number + 1, 255), 255);
@@ -70,20 +69,25 @@ public:
     {
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         DrawScope scope(_program.get());
-        _program->setUniform("u_ViewProjection", _viewProjection);
-        _program->setUniform("u_Picked", _picked);
-        _program->setUniform("u_Point", _point);
+        setUniforms(_viewProjection);
         scope.draw(_cubes.get());
     }
 
 private:
+    void setUniforms(const QMatrix4x4 &projection)
+    {
+        _program->setUniform("u_ViewProjection", projection);
+        _program->setUniform("u_Picked", _picked);
+        _program->setUniform("u_Point", _point);
+    }
+
     GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _cubes;
     Picker _picker;
     QMatrix4x4 _viewProjection;
     int _picked = -1;
-    QVector3D _point;
+    QVector3D _point{0.0f, -1000.0f, 0.0f};
     bool _wasClicked = false;
 };
 
