@@ -381,6 +381,8 @@ TEST_F(SnippetsTest, AmbientOcclusion)
     // Draw.
     //! [AmbientOcclusion]
     EXPECT_TRUE(pixelsOf(*occlusion->texture()).isNear(4, 4, {1, 0, 0, 1}, 0.01f)); // there is no surface
+}
+
 TEST_F(SnippetsTest, PackedScene)
 {
     auto *plan = new InstanceDataPlan("Rock");
