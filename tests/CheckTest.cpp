@@ -8,9 +8,11 @@
 #include <ZelGL/ZelGL.h>
 
 #include <QtGui/QImage>
+#include <QtGui/QOpenGLContext>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QScopedValueRollback>
 #include <QtCore/QTemporaryDir>
 
 #include <array>
@@ -19,6 +21,18 @@
 using namespace Orvane::Zel;
 using Orvane::ZelCheck::Check;
 using Orvane::ZelCheck::Scope;
+
+namespace {
+
+GLuint windowFramebuffer = 0;
+
+} // namespace
+
+/// Replaces that of Qt in this program: a QOpenGLWidget would need a window.
+GLuint QOpenGLContext::defaultFramebufferObject() const
+{
+    return windowFramebuffer;
+}
 
 namespace {
 
@@ -378,6 +392,13 @@ const Row kRows[] = {
     {"IncompleteFramebuffer", "which is incomplete: it has no attachment", "Attach a texture",
      [](Scene &scene) {
          glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+         scene.draw();
+     }},
+    {"FramebufferOfNoWindow", "into framebuffer 0, but the window of the context shows framebuffer 7",
+     "Bind QOpenGLContext",
+     [](Scene &scene) {
+         const QScopedValueRollback<GLuint> window(windowFramebuffer, 7);
+         glBindFramebuffer(GL_FRAMEBUFFER, 0);
          scene.draw();
      }},
     {"EmptyViewport", "with a viewport of 0 x 8 pixels", "Call glViewport()",

@@ -35,6 +35,7 @@ enum class Mistake {
     eBlockBufferTooSmall,
     eUniformNeverSet,
     eFramebufferIncomplete,
+    eWindowFramebuffer,
     eOutputOfOtherKind,
     eEmptyViewport,
     eEmptyScissor,

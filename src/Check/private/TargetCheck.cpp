@@ -4,6 +4,8 @@
 #include "Objects.h"
 #include "Reports.h"
 
+#include <QtGui/QOpenGLContext>
+
 namespace Orvane { namespace ZelCheck {
 
 namespace {
@@ -50,6 +52,21 @@ bool checkFramebuffer(GLuint program)
         });
     }
     return status == GL_FRAMEBUFFER_COMPLETE;
+}
+
+/// Qt draws the contents of a QOpenGLWidget and of some windows into a framebuffer object, which is copied to the screen.
+void checkWindow(GLuint program)
+{
+    const QOpenGLContext *context = QOpenGLContext::currentContext();
+    const GLuint window = context != nullptr ? context->defaultFramebufferObject() : 0;
+    if (window != 0 && integer(GL_DRAW_FRAMEBUFFER_BINDING) == 0) {
+        report(Mistake::eWindowFramebuffer, program, window, [&] {
+            return QStringLiteral("Program %1 draws into framebuffer 0, but the window of the context shows "
+                                  "framebuffer %2. Bind QOpenGLContext::defaultFramebufferObject().")
+                .arg(nameOf(Kind::eProgram, program))
+                .arg(window);
+        });
+    }
 }
 
 void checkAreas(GLuint program)
@@ -177,6 +194,7 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
     if (checkFramebuffer(program) && integer(GL_DRAW_FRAMEBUFFER_BINDING) != 0) {
         checkOutputs(program, facts);
     }
+    checkWindow(program);
     checkAreas(program);
     checkTests(program);
     if (isOfPolygons(mode) && driver.glIsEnabled(GL_CULL_FACE) != GL_FALSE
