@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Filters a Markdown page for Doxygen, which has no anchors of headings: gives each heading a label of page and heading, and lets
+links lead to these labels. Also hides '#' and '<' of code from Doxygen.
+
+Usage: filter.py PAGE
+"""
+
+import pathlib
+import re
+import sys
+
+PAGE = pathlib.Path(sys.argv[1]).resolve()
+
+
+def label(path, anchor):
+    """A label that is unique in the site: README.md exists in several folders."""
+    return f"{path.parent.name}_{path.stem}_{anchor}".replace(".", "_")
+
+
+def slug(heading):
+    return re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
+
+
+def heading(match):
+    return f"{match[0]} {{#{label(PAGE, slug(match[1]))}}}"
+
+
+def link(match):
+    path = (PAGE.parent / match[1]).resolve() if match[1] else PAGE
+    return f"](@ref {label(path, match[2])})"
+
+
+def plain(text):
+    """Markdown outside of blocks of code."""
+    text = re.sub(r"^##+ (.*)$", heading, text, flags=re.M)
+    text = re.sub(r"\]\(([^)#:\s]*(?:\.md)?)#([\w-]+)\)", link, text)
+    text = re.sub(r"\]\((?:\.\./)+docs/images/", "](docs/images/", text)
+    return re.sub(r"`[^`\n]*`|<code>.*?</code>", code, text)
+
+
+def code(match):
+    """Code in a line: Doxygen takes # for a link and <X> for an element of HTML, even there."""
+    text = re.sub(r"^(`|<code>)|(`|</code>)$", "", match[0])
+    for character, entity in ("#", "&#35;"), ("@", "&#64;"):
+        text = text.replace(character, entity)
+    return f"<code>{text.replace('<', '&lt;').replace('>', '&gt;')}</code>" if match[0][0] == "`" else f"<code>{text}</code>"
+
+
+def main():
+    parts = re.split(r"(^```.*?^```$)", PAGE.read_text(), flags=re.M | re.S)
+    print("".join(part if part.startswith("```") else plain(part) for part in parts), end="")
+
+
+main()
