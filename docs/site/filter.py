@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Filters a Markdown page for Doxygen, which has no anchors of headings: gives each heading a label of page and heading, and lets
-links lead to these labels. Also hides '#' and '<' of code from Doxygen.
+links lead to these labels. Also keeps code in elements of HTML as it is.
 
 Usage: filter.py PAGE
 """
@@ -35,15 +35,13 @@ def plain(text):
     text = re.sub(r"^##+ (.*)$", heading, text, flags=re.M)
     text = re.sub(r"\]\(([^)#:\s]*(?:\.md)?)#([\w-]+)\)", link, text)
     text = re.sub(r"\]\((?:\.\./)+docs/images/", "](docs/images/", text)
-    return re.sub(r"`[^`\n]*`|<code>.*?</code>", code, text)
+    return re.sub(r"<code>(.*?)</code>", code, text)
 
 
 def code(match):
-    """Code in a line: Doxygen takes # for a link and <X> for an element of HTML, even there."""
-    text = re.sub(r"^(`|<code>)|(`|</code>)$", "", match[0])
-    for character, entity in ("#", "&#35;"), ("@", "&#64;"):
-        text = text.replace(character, entity)
-    return f"<code>{text.replace('<', '&lt;').replace('>', '&gt;')}</code>" if match[0][0] == "`" else f"<code>{text}</code>"
+    """The characters that Doxygen would not leave as they are in an element of HTML."""
+    text = re.sub("[#@]|--", lambda found: "".join(f"&#{ord(character)};" for character in found[0]), match[1])
+    return f"<code>{text}</code>"
 
 
 def main():
