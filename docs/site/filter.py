@@ -40,7 +40,7 @@ def plain(text):
 
 def code(match):
     """The characters that Doxygen would not leave as they are in an element of HTML."""
-    text = re.sub("[#@]|--", lambda found: "".join(f"&#{ord(character)};" for character in found[0]), match[1])
+    text = re.sub("#|@|--", r"\\\g<0>", match[1])
     return f"<code>{text}</code>"
 
 
