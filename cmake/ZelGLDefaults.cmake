@@ -52,24 +52,37 @@ function(zelgl_precompile_qt target)
         ${ARGN})
 endfunction()
 
-# zelgl_share_precompiled(TARGET): as zelgl_precompile_qt(TARGET <ZelGL/ZelGL.h>), with one file for all these programs. They must
-# link ZelGL, so that their options are the same.
+# zelgl_share_precompiled(TARGET [LIBRARY]): as zelgl_precompile_qt(TARGET <ZelGL/ZelGL.h>), with one file for all these programs,
+# and one for all LIBRARY targets, whose options differ. They must link ZelGL.
 function(zelgl_share_precompiled target)
-    if(NOT TARGET zelgl_precompiled)
-        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled.cpp CONTENT "")
-        add_library(zelgl_precompiled OBJECT ${PROJECT_BINARY_DIR}/precompiled.cpp)
-        zelgl_target_defaults(zelgl_precompiled)
-        target_link_libraries(zelgl_precompiled PRIVATE ZelGL)
-        zelgl_precompile_qt(zelgl_precompiled <ZelGL/ZelGL.h>)
+    cmake_parse_arguments(ARG "LIBRARY" "" "" ${ARGN})
+    set(owner zelgl_precompiled)
+    if(ARG_LIBRARY)
+        set(owner zelgl_precompiled_library)
     endif()
-    target_precompile_headers(${target} REUSE_FROM zelgl_precompiled)
+    if(NOT TARGET ${owner})
+        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled.cpp CONTENT "")
+        add_library(${owner} OBJECT ${PROJECT_BINARY_DIR}/precompiled.cpp)
+        zelgl_target_defaults(${owner})
+        if(ARG_LIBRARY)
+            zelgl_library_options(${owner})
+        endif()
+        target_link_libraries(${owner} PRIVATE ZelGL)
+        zelgl_precompile_qt(${owner} <ZelGL/ZelGL.h>)
+    endif()
+    target_precompile_headers(${target} REUSE_FROM ${owner})
+endfunction()
+
+# zelgl_library_options(TARGET): other libraries never replace the library's functions, so its own calls need not go through the
+# dynamic linker.
+function(zelgl_library_options target)
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
 endfunction()
 
 # zelgl_library_defaults(TARGET): zelgl_target_defaults(), and the soname, version and include path of a shared library.
 function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
-    # Other libraries never replace the library's functions, so its own calls need not go through the dynamic linker.
-    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    zelgl_library_options(${target})
     # QtCore keeps texts of the libraries, such as patterns of QRegExp, up to its own end: dlclose() must not unmap them.
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
     set_target_properties(${target} PROPERTIES
