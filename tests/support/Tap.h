@@ -1,6 +1,6 @@
 #pragma once
 
-#include <ZelGL/GLLoader.h>
+#include <ZelCheck/EntryPointTap.h>
 
 #include <functional>
 #include <tuple>
@@ -10,6 +10,16 @@
 /// of the table. Hooks on one slot nest: each forwards to the one created before it, the first to the driver. Destroy them
 /// in reverse order.
 template <auto Slot> class Hook;
+
+/// Leads the calls of a wrapped entry point to the hook that was created last.
+struct LastHook
+{
+    template <auto Slot, typename Result, typename... Arguments>
+    static Result call(Result(APIENTRY *)(Arguments...), Arguments... arguments)
+    {
+        return Hook<Slot>::_top->call(arguments...);
+    }
+};
 
 template <typename Result, typename... Arguments, Result (**Slot)(Arguments...)> class Hook<Slot>
 {
@@ -21,7 +31,10 @@ public:
         , _driver(*Slot)
     {
         _top = this;
-        *Slot = &Hook::enter;
+        if (_outer == nullptr) {
+            Wrapper::install();
+            Wrapper::fill(); // if the driver lacks the function
+        }
     }
 
     Hook(const Hook &) = delete;
@@ -30,7 +43,9 @@ public:
     virtual ~Hook()
     {
         _top = _outer;
-        *Slot = _driver;
+        if (_outer == nullptr) {
+            Wrapper::remove();
+        }
     }
 
     /// Replaces the call by a function, which may call original(). An empty function ends the replacement.
@@ -49,12 +64,13 @@ protected:
     }
 
 private:
-    static Result enter(Arguments... arguments) { return _top->call(arguments...); }
+    friend struct LastHook;
+    using Wrapper = Orvane::ZelCheck::EntryPointTap<Slot, LastHook>;
 
     static inline Hook *_top = nullptr;
 
     Hook *_outer;
-    Result (*_driver)(Arguments...); ///< previous value of the slot: the driver's function, or enter()
+    Result (*_driver)(Arguments...); ///< previous value of the slot; of an outer hook, its wrapper
     Function _replacement;
 };
 
