@@ -60,6 +60,8 @@ public:
         }
     }
 
+    ~Planets() override { _model.clear(); } // deletes what it owns
+
     void draw(float aspect, float seconds) override
     {
         const QVector3D center(0.0f, -0.3f, 0.0f);

@@ -1,4 +1,3 @@
-#include "Sanitizer.h"
 #include "TestContext.h"
 
 #include <gtest/gtest.h>
@@ -37,18 +36,6 @@ void applyExceptions()
 }
 
 } // namespace
-
-#if ZELGL_ADDRESS_SANITIZER
-/// Suppressions of the leak checker: the wrappers of the managers' helper textures, which are left to the context, by the
-/// functions that create them; and what QtDBus keeps until the process ends.
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()
-{
-    return "leak:SlotUniforms::uploadMap\n"
-           "leak:SamplerSlots::makeEmptyTexture\n"
-           "leak:SamplerSlots::makeMap\n"
-           "leak:libdbus-1.so\n";
-}
-#endif
 
 int main(int argc, char **argv)
 {
