@@ -63,6 +63,10 @@ TEST_F(KitTest, ARenderTargetReturnsItsPixelsOrTheReason)
             glDisable(GL_SCISSOR_TEST);
             glClearColor(0, 0, 0, 0);
         }
+        if (samples == 0) {
+            glEnable(GL_NONE); // an error of the host
+            TestContext::takeDriverReports();
+        }
         const QImage image = target->image(&error);
         EXPECT_EQ(samples > 0, image.isNull());
         if (samples > 0) {

@@ -26,7 +26,7 @@ namespace Orvane { namespace ZelKit {
 ///
 /// - Units: none.
 /// - Context: that of the objects. They must exist until the scope ends.
-/// - Errors: logged as a warning by the first scope or draw that meets them; classes of the library log theirs.
+/// - Errors: logged as a warning by each scope, once in a scope; classes of the library log theirs.
 class ZELKIT_EXPORT DrawScope
 {
     Q_DISABLE_COPY(DrawScope)

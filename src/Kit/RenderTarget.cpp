@@ -85,6 +85,7 @@ QImage RenderTarget::image(QString *error)
         fail(error, QStringLiteral("there is not enough memory for the picture"));
         return {};
     }
+    dropErrors(); // of the host
     const AutoBinder bound(_framebuffer.get());
     glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glReadPixels(0, 0, _size.width(), _size.height(), GL_RGBA, GL_UNSIGNED_BYTE, pixels.bits());

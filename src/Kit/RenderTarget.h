@@ -42,8 +42,8 @@ public:
     /// Null without depth.
     Zel::Texture *depth() { return _depth.get(); }
 
-    /// The colours without alpha, top row first. Null if they cannot be read back: multisampled targets must be resolved
-    /// first. The reason goes to \a error, or is logged.
+    /// The colours without alpha, top row first. Unbind the framebuffer before. Null if they cannot be read back: multisampled
+    /// targets must be resolved first. The reason goes to \a error, or is logged.
     QImage image(QString *error = nullptr);
 
 private:

@@ -48,7 +48,8 @@ struct ZELKIT_EXPORT ShadowLight
     Type type = eDirectional;
     QVector3D position;                     ///< unless directional
     QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines, unit length; unless a point light
-    float halfAngle = 0.7853982f;           ///< of the cone of a spot light
+    /// Of the cone that the layer of a spot light covers. Shaders get no cone: what is outside counts as lit.
+    float halfAngle = 0.7853982f;
     /// Radius of the source, which softens its shadows; of a directional light the tangent of its angular radius.
     float size = 0.0f;
 
