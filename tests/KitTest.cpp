@@ -11,6 +11,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtGui/QOpenGLPaintDevice>
 #include <QtGui/QPainter>
+#include <QtGui/QWheelEvent>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
@@ -80,6 +81,72 @@ TEST_F(KitTest, ARenderTargetReturnsItsPixelsOrTheReason)
     }
 }
 
+TEST_F(KitTest, APictureIsDrawnWithoutATraceOrTheReasonIsGiven)
+{
+    const auto host = RenderTarget::create({2, 2}, GL_RGBA8);
+    const AutoBinder bound(host->framebuffer());
+    glViewport(1, 1, 1, 1);
+    const StateGuard before;
+    const auto program = makeProgram(kAllOver);
+    const QImage image = RenderTarget::picture({3, 2}, [&program] {
+        DrawScope scope(program.get());
+        scope.draw(OpenGLDeviceContext::current()->fullscreenQuad().data());
+    });
+    EXPECT_EQ(QStringList(), before.changes());
+    EXPECT_EQ(QSize(3, 2), image.size());
+    EXPECT_EQ(qRgb(255, 255, 255), image.pixel(2, 1));
+    EXPECT_TRUE(RenderTarget::picture({3, 2}, {}).isNull() && RenderTarget::picture({}, [] {}).isNull());
+    EXPECT_MESSAGES("warning ZelKit: a picture needs a function that draws",
+                    "warning ZelKit: a render target needs a size of at least 1x1 pixel");
+}
+
+TEST_F(KitTest, AMeshIsDrawnWithItsAttributesOrTheReasonIsGiven)
+{
+    const TriangleMesh sphere = TriangleMesh::sphere(2, 8);
+    EXPECT_EQ(QVector3D(2, 2, 2), sphere.bounds().boxUpperBounds());
+    for (const TriangleMesh &mesh :
+         {TriangleMesh::plane({0, 0, 2}, {3, 0, 0}), TriangleMesh::box({4, 3, 2}, {1, 1, 1}), sphere}) {
+        for (int i = 0; i < mesh.indices.size(); i += 3) {
+            const auto corner = [&](int k) { return mesh.positions.at(int(mesh.indices.at(i + k))); };
+            const QVector3D outward = QVector3D::crossProduct(corner(1) - corner(0), corner(2) - corner(0));
+            EXPECT_LT(-1e-6f, QVector3D::dotProduct(outward, mesh.normals.at(int(mesh.indices.at(i)))));
+        }
+    }
+    const auto program =
+        makeProgram("#version 150\nin vec3 place; in vec3 normal; in vec2 texCoord; out vec4 v_Color;\n"
+                    "void main() { gl_Position = vec4(place, 1.0);\n"
+                    "v_Color = vec4(normal.z, texCoord, 1.0); }\n",
+                    "#version 150\nin vec4 v_Color; out vec4 color;\n"
+                    "void main() { color = v_Color; }\n");
+    const AutoEnabler culling(GL_CULL_FACE);
+    TriangleMesh mesh = TriangleMesh::plane();
+    for (const int count : {4, 0x10001}) { // short and long indices
+        mesh.positions.resize(count);
+        mesh.normals.resize(count);
+        mesh.texCoords.resize(count);
+        const auto unit = mesh.drawBuffers(1, {"place", "normal", "texCoord"});
+        const QImage image = RenderTarget::picture({64, 64}, [&] {
+            DrawScope scope(program.get());
+            scope.draw(unit.get());
+        });
+        EXPECT_EQ(qRgb(255, 253, 2), image.pixel(63, 63)) << count;
+    }
+    const struct
+    {
+        TriangleMesh mesh;
+        const char *reason;
+    } rows[] = {
+        {{}, "a mesh needs three corners for each triangle, one triangle and one instance at least"},
+        {{{{}, {}, {}}, {{}}, {}, {}}, "a mesh of 3 positions has 1 normals and 0 texture coordinates"},
+        {{{{}, {}, {}}, {}, {}, {0, 1, 3}}, "a mesh of 3 positions has the index 3"},
+    };
+    for (const auto &row : rows) {
+        QString error;
+        EXPECT_EQ(nullptr, row.mesh.drawBuffers(1, &error));
+        EXPECT_EQ(row.reason, error);
+    }
+}
+
 TEST_F(KitTest, AHeadlessContextSharesWithGlxOrWorksWithoutADisplayOrSaysWhyItCannot)
 {
     HeadlessContext::Options options;
@@ -144,6 +211,15 @@ TEST_F(KitOwnProcessTest, WithoutAnApplicationObjectContextsShareOneOrNeedNoDisp
         EXPECT_NE(nullptr, RenderTarget::create({1, 1}, GL_RGBA8));
     }
     EXPECT_EQ(nullptr, QCoreApplication::instance());
+
+    HeadlessContext::choosePlatform(HeadlessContext::eForWindows, true);
+    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+    EXPECT_TRUE(format.profile() == QSurfaceFormat::CoreProfile
+                && format.testOption(QSurfaceFormat::DebugContext));
+    format.setSamples(7);
+    QSurfaceFormat::setDefaultFormat(format);
+    HeadlessContext::choosePlatform();
+    EXPECT_EQ(format, QSurfaceFormat::defaultFormat()); // that of the host stays
 
     qunsetenv("DISPLAY");
     {
@@ -406,6 +482,32 @@ TEST_F(KitMessagesTest, AnOrbitCameraFramesABoxTightlyAndRefusesWhatIsNotFinite)
         "aspect that is not positive";
     EXPECT_MESSAGES(refusal, refusal, "warning ZelKit: the camera ignores a movement that is not finite");
     EXPECT_EQ(before, camera.viewProjection(1.5f));
+}
+
+TEST_F(KitMessagesTest, AnOrbitCameraFollowsTheMouse)
+{
+    OrbitCamera camera(0, 0);
+    camera.refit(Bounds({-1, -1, -1}, {1, 1, 1}), 1);
+    const auto handle = [&camera](QEvent::Type type, const QPointF &at, Qt::MouseButton button) {
+        const QMouseEvent event(type, at, button, button, Qt::NoModifier);
+        return camera.handle(&event, {200, 100});
+    };
+    EXPECT_FALSE(handle(QEvent::MouseMove, {9, 9}, Qt::LeftButton)); // no press has come before
+    EXPECT_FALSE(handle(QEvent::MouseButtonPress, {10, 10}, Qt::LeftButton));
+    EXPECT_TRUE(handle(QEvent::MouseMove, {20, 15}, Qt::LeftButton));
+    EXPECT_FLOAT_EQ(-20, camera.azimuth());
+    EXPECT_FLOAT_EQ(10, camera.elevation());
+    EXPECT_FALSE(handle(QEvent::MouseMove, {50, 50}, Qt::NoButton));
+    handle(QEvent::MouseButtonPress, {50, 50}, Qt::RightButton);
+    const QVector3D target = camera.target();
+    EXPECT_TRUE(handle(QEvent::MouseMove, {50, 60}, Qt::RightButton));
+    EXPECT_LT(target.y(), camera.target().y());
+    EXPECT_FLOAT_EQ(-20, camera.azimuth());
+    const float distance = (camera.eye() - camera.target()).length();
+    const QWheelEvent wheel({}, {}, {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    EXPECT_TRUE(camera.handle(&wheel, {200, 100}));
+    EXPECT_FLOAT_EQ(0.81f * distance, (camera.eye() - camera.target()).length());
+    EXPECT_FALSE(camera.handle(nullptr, {200, 100}));
 }
 
 TEST_F(KitMessagesTest, ALogPrintsLevelsInColoursAndACollectorTakesThem)

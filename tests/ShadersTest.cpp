@@ -10,6 +10,7 @@
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/InstanceDataPlan.h>
 #include <ZelGL/InstanceDataRegistry.h>
+#include <ZelGL/SamplerTextureManager.h>
 #include <ZelGL/ShaderProgram.h>
 #include <ZelShaders/ZelShaders.h>
 
@@ -406,6 +407,50 @@ TEST_F(ShadersTest, AProgramThatFailsIsReportedAtTheLineOfTheMistake)
     EXPECT_TRUE(builder.link());
     EXPECT_EQ("", builder.report());
     EXPECT_MESSAGES();
+}
+
+TEST_F(ShadersTest, AProgramGetsWhatItsStagesCallOrTheReportSaysWhatIsMissing)
+{
+    auto *plan = new InstanceDataPlan("Card");
+    plan->addMember(InstanceDataPlan::eTexture, "Picture");
+    plan->addMember(InstanceDataPlan::eVec4, "Color");
+    InstanceDataRegistry::Instance()->registerPlan(plan);
+    SamplerTextureManager manager;
+    _capture.take(); // what plan and manager log
+    const QString vertex = "#version 150\n#include \"ZelUtilities.glslh\"\n#instancedata \"Card\"\n"
+                           "flat out uvec2 v_Picture;\n"
+                           "void main() { v_Picture = getPicture(); gl_Position = getColor(); }\n";
+    const QString fragment =
+        "#version 150\n#include \"TextureManager.glslh\"\n"
+        "#include \"ShadowMapManager.glslh\"\nflat in uvec2 v_Picture;\nout vec4 color;\n"
+        "void main() { color = managedTexture(v_Picture, vec2(0.5)); }\n";
+    const struct
+    {
+        QString vertex;
+        QString fragment;
+        TextureManager *manager;
+        QString start; // of the second line of the report; empty if the program links
+    } rows[] = {
+        {vertex, fragment, &manager, ""},
+        {vertex, fragment, nullptr, "fragment text:6: error: no stage defines managedTexture()"},
+        {"#version 150\nfloat f() { return 1.0; }\n", fragment, &manager,
+         "error: GL_VERTEX_SHADER has no main(): no text of vertex text defines it"},
+        {kAtOrigin, kAllWhite, nullptr, ""},
+    };
+    for (const auto &row : rows) {
+        const auto program = ProgramBuilder::build(row.vertex, row.fragment, row.manager);
+        EXPECT_EQ(row.start.isEmpty(), program->isLinked());
+        EXPECT_EQ(nullptr, program->getMacroProcessor());
+        const QStringList logged = _capture.takeTexts();
+        EXPECT_EQ(row.start,
+                  row.start.isEmpty() ? logged.join("") : logged.value(1).mid(8, row.start.size()));
+        if (!logged.isEmpty()) {
+            removeTexts(logged.last());
+        }
+        TestContext::takeDriverReports();
+    }
+    EXPECT_FALSE(ProgramBuilder::build("none.vert", kAllWhite)->isLinked());
+    EXPECT_MESSAGES("warning [ShaderProgram.cpp:#] Couldn't find shader source file 'none.vert'");
 }
 
 TEST_F(ShadersTest, AProgramFollowsItsFilesAndKeepsTheLastGoodState)

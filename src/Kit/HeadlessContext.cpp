@@ -6,6 +6,8 @@
 #include <ZelGL/GLUtilities.h>
 #include <ZelGL/OpenGLDeviceContext.h>
 
+#include <QtGui/QSurfaceFormat>
+
 using namespace Orvane::Zel;
 
 namespace Orvane { namespace ZelKit {
@@ -17,6 +19,17 @@ void setDefault(const char *variable, const char *value)
     if (!qEnvironmentVariableIsSet(variable)) {
         qputenv(variable, value);
     }
+}
+
+QSurfaceFormat windowFormat(bool isDebug)
+{
+    QSurfaceFormat format;
+    format.setVersion(3, 2); // drivers return the newest compatible version
+    format.setProfile(QSurfaceFormat::CoreProfile);
+    format.setDepthBufferSize(24);
+    format.setStencilBufferSize(8);
+    format.setOption(QSurfaceFormat::DebugContext, isDebug);
+    return format;
 }
 
 int integerOf(const ContextBackend &context, GLenum name)
@@ -50,11 +63,14 @@ QString ContextBackend::describeMissing(const Options &options)
                                                        : QStringLiteral("compatibility"));
 }
 
-void HeadlessContext::choosePlatform(Purpose purpose)
+void HeadlessContext::choosePlatform(Purpose purpose, bool isDebug)
 {
     const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY");
     setDefault("QT_QPA_PLATFORM", purpose == eForWindows || hasDisplay ? "xcb" : "offscreen");
     setDefault("QT_XCB_GL_INTEGRATION", "xcb_glx"); // the library looks up GL entry points by GLX
+    if (QSurfaceFormat::defaultFormat() == QSurfaceFormat()) {
+        QSurfaceFormat::setDefaultFormat(windowFormat(isDebug));
+    }
 }
 
 HeadlessContext::HeadlessContext(std::unique_ptr<ContextBackend> backend, bool hasStartedLibrary)

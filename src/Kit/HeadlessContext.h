@@ -58,8 +58,12 @@ public:
     ~HeadlessContext();
 
     /// Selects Qt's platform for a QGuiApplication, unless the environment selects one: X with GLX for windows, and for
-    /// pictures if there is a display; else a platform that needs none. Call it before the application object exists.
-    static void choosePlatform(Purpose purpose = eForPictures);
+    /// pictures if there is a display; else a platform that needs none. Unless the host has set QSurfaceFormat::defaultFormat(),
+    /// sets it too, so that windows and widgets get a core profile with depth and stencil. Call it before the application object
+    /// exists.
+    ///
+    /// \a isDebug: windows get debug contexts, for initializeGLDebugging().
+    static void choosePlatform(Purpose purpose = eForPictures, bool isDebug = false);
 
     bool makeCurrent();
     void doneCurrent();

@@ -4,7 +4,10 @@
 
 #include <ZelGL/Bounds.h>
 
+#include <QtCore/QSize>
 #include <QtCore/qmath.h>
+#include <QtGui/QMouseEvent>
+#include <QtGui/QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -19,6 +22,7 @@ constexpr float kMargin = 0.10f; ///< part of the viewport, for both sides toget
 constexpr float kMaxElevation = 89.0f;
 constexpr float kDegreesPerDrag = 200.0f;
 constexpr float kZoomStep = 0.9f;
+constexpr float kWheelStep = 120.0f; ///< of QWheelEvent::angleDelta()
 
 /// Limits of the distance, in radii of the scene.
 constexpr float kNearest = 0.02f;
@@ -163,6 +167,35 @@ void OrbitCamera::zoom(float steps)
     _isFitted = false;
     _distance =
         std::clamp(_distance * std::pow(kZoomStep, steps), kNearest * _sceneRadius, kFarthest * _sceneRadius);
+}
+
+bool OrbitCamera::handle(const QEvent *event, const QSize &viewport)
+{
+    const QEvent::Type type = event != nullptr ? event->type() : QEvent::None;
+    if (type == QEvent::Wheel) {
+        const int angle = static_cast<const QWheelEvent *>(event)->angleDelta().y();
+        zoom(float(angle) / kWheelStep);
+        return angle != 0;
+    }
+    const bool isPress = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick;
+    if (!isPress && type != QEvent::MouseMove) {
+        return false;
+    }
+    const auto *const mouse = static_cast<const QMouseEvent *>(event);
+    const QPoint movement = mouse->pos() - _pointer;
+    const bool isDrag = _isDragged && !isPress && mouse->buttons() != Qt::NoButton;
+    _pointer = mouse->pos();
+    _isDragged = mouse->buttons() != Qt::NoButton;
+    if (!isDrag || movement.isNull() || viewport.height() < 1) {
+        return false;
+    }
+    const QVector2D drag = QVector2D(movement) / float(viewport.height());
+    if ((mouse->buttons() & Qt::LeftButton) != 0) {
+        orbit(drag);
+    } else {
+        pan(drag);
+    }
+    return true;
 }
 
 QMatrix4x4 OrbitCamera::view() const

@@ -2,11 +2,15 @@
 
 #include "KitExport.h"
 
+#include <QtCore/QPoint>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector2D>
 #include <QtGui/QVector3D>
 
 #include <functional>
+
+class QEvent;
+class QSize;
 
 namespace Orvane { namespace Zel {
 class Bounds;
@@ -41,7 +45,7 @@ public:
     void frame(const Extent &extent, float aspect);
     void frame(const Zel::Bounds &box, float aspect);
 
-    /// Frames the scene again for another aspect, unless pan() or zoom() have changed the view since.
+    /// Frames the scene, in each frame or for another aspect, unless pan() or zoom() have changed the view.
     void refit(const Extent &extent, float aspect);
     void refit(const Zel::Bounds &box, float aspect);
 
@@ -50,6 +54,11 @@ public:
     void pan(const QVector2D &drag);
     /// One step multiplies the distance by a constant less than 1; negative steps move away.
     void zoom(float steps);
+
+    /// Takes an event of the mouse: drags with the left button turn, those with another button pan, and the wheel zooms.
+    /// \a viewport: the size of the window or widget, in the unit of the event. Returns true if the view has changed, so that the
+    /// host calls update().
+    bool handle(const QEvent *event, const QSize &viewport);
 
     QMatrix4x4 view() const;
     /// The near and far planes enclose the scene that was framed.
@@ -73,7 +82,9 @@ private:
     QVector3D _target;
     QVector3D _sceneCenter;
     float _sceneRadius = 1.0f;
-    bool _isFitted = false; ///< the view is still that of frame()
+    bool _isFitted = true; ///< the view may be that of frame()
+    QPoint _pointer;       ///< of the last event of a drag
+    bool _isDragged = false;
 };
 
 }} // namespace Orvane::ZelKit

@@ -2,6 +2,7 @@
 
 #include "private/Failure.h"
 #include "private/Library.h"
+#include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -71,6 +72,29 @@ std::unique_ptr<RenderTarget> RenderTarget::create(const QSize &size, unsigned i
         return nullptr;
     }
     return target;
+}
+
+QImage RenderTarget::picture(const QSize &size, const std::function<void()> &draw, QString *error)
+{
+    if (!draw) {
+        fail(error, QStringLiteral("a picture needs a function that draws"));
+        return {};
+    }
+    if (!isLibraryReady(error)) {
+        return {};
+    }
+    const SavedTarget saved; // restores after the deletion of the target, which binds framebuffer 0
+    const std::unique_ptr<RenderTarget> target = create(size, GL_RGBA8, eDepth, 0, error);
+    if (target == nullptr) {
+        return {};
+    }
+    {
+        const AutoBinder bound(target->framebuffer());
+        glViewport(0, 0, size.width(), size.height());
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        draw();
+    }
+    return target->image(error);
 }
 
 QImage RenderTarget::image(QString *error)

@@ -5,6 +5,7 @@
 #include <QtCore/QSize>
 #include <QtGui/QImage>
 
+#include <functional>
 #include <memory>
 
 namespace Orvane { namespace Zel {
@@ -21,6 +22,10 @@ namespace Orvane { namespace ZelKit {
 /// - Errors: create() returns null, and explains why.
 ///
 /// \snippet kit.cpp RenderTarget
+///
+/// picture() does all of it:
+///
+/// \snippet kit.cpp picture
 class ZELKIT_EXPORT RenderTarget
 {
     Q_DISABLE_COPY(RenderTarget)
@@ -34,6 +39,10 @@ public:
                                                 Depth depth = eDepth, int samples = 0,
                                                 QString *error = nullptr);
     ~RenderTarget();
+
+    /// What \a draw draws into a new target with depth, which is cleared as the state of GL says; the viewport is all of it.
+    /// Restores framebuffer and viewport. Null if it fails; the reason goes to \a error, or is logged.
+    static QImage picture(const QSize &size, const std::function<void()> &draw, QString *error = nullptr);
 
     QSize size() const { return _size; }
     Zel::FramebufferObject *framebuffer() { return _framebuffer.get(); }

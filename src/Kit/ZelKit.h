@@ -22,3 +22,4 @@
 #include "PostChain.h"
 #include "RenderTarget.h"
 #include "ShadowLayers.h"
+#include "TriangleMesh.h"

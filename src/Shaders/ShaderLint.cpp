@@ -97,7 +97,11 @@ QVector<ShaderLint::Finding> ShaderLint::lintStage(const QVector<LineMap> &texts
         stages.append({stage, map});
     }
     Findings findings;
-    for (const MissingFunctions &missing : groupMissing(undefinedFunctions(stages), stages, index)) {
+    QStringList functions;
+    for (const UndefinedFunction &function : undefinedFunctions(stages)) {
+        functions.append(function.name);
+    }
+    for (const MissingFunctions &missing : groupMissing(functions, stages, index)) {
         const QString advice = missing.advice.isEmpty() ? QString() : QStringLiteral("; ") + missing.advice;
         findings.append(
             {eWarning, missing.stage->map.origin(missing.line),

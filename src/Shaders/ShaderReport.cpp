@@ -7,8 +7,10 @@
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QMap>
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
+#include <QtCore/QSet>
 #include <QtCore/QTemporaryFile>
 
 #include <algorithm>
@@ -141,6 +143,34 @@ QString lastLine(const QVector<ShaderReport::Stage> &stages, int omitted)
     return more + QStringLiteral("whole text: ") + paths.join(QLatin1String(", "));
 }
 
+/// Whether a driver says that a stage has no main(); it names no file.
+bool saysWithoutMain(const DriverMessage &message)
+{
+    return message.text.contains(QLatin1String("lacks `main'"))
+           || message.text.contains(QLatin1String("no program defined"));
+}
+
+/// A line for each kind of stage whose texts do not define main().
+QStringList linesWithoutMain(const QVector<ShaderReport::Stage> &stages)
+{
+    QMap<unsigned int, QStringList> texts; // by kind
+    QSet<unsigned int> complete;
+    for (const ShaderReport::Stage &stage : stages) {
+        texts[stage.type].append(stage.map.name());
+        if (definedFunctions(stage.map).contains(QLatin1String("main"))) {
+            complete.insert(stage.type);
+        }
+    }
+    QStringList lines;
+    for (auto kind = texts.begin(); kind != texts.end(); ++kind) {
+        if (!complete.contains(kind.key())) {
+            lines.append(QStringLiteral("error: %1 has no main(): no text of %2 defines it")
+                             .arg(stageName(kind.key()), kind->join(QLatin1String(", "))));
+        }
+    }
+    return lines;
+}
+
 /// The lines about functions that no stage defines.
 QStringList linesOfMissing(const MissingFunctions &missing)
 {
@@ -181,6 +211,13 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
                               [&](const QString &function) { return message.text.contains(function); });
     };
     messages.erase(std::remove_if(messages.begin(), messages.end(), saysMissing), messages.end());
+    if (std::any_of(messages.begin(), messages.end(), saysWithoutMain)) {
+        const QStringList withoutMain = linesWithoutMain(stages);
+        if (!withoutMain.isEmpty()) {
+            messages.erase(std::remove_if(messages.begin(), messages.end(), saysWithoutMain), messages.end());
+        }
+        lines += withoutMain;
+    }
     const auto mapOf = [&](const DriverMessage &message) -> const LineMap * {
         const LineMap *only = nullptr; // a wrong file is worse than none
         for (const Stage &stage : stages) {

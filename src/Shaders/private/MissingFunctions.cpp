@@ -78,31 +78,42 @@ QVector<MissingFunctions> groupMissing(const QStringList &functions,
     return groups;
 }
 
-QStringList undefinedFunctions(const QVector<ShaderReport::Stage> &stages)
+QVector<UndefinedFunction> undefinedFunctions(const QVector<ShaderReport::Stage> &stages)
 {
     QSet<QString> defined;
-    QSet<QString> declared;
+    QHash<QString, LineMap::Origin> declared;
     QStringList called;
     for (const Scan &scan : scansOf(stages)) {
         for (const FunctionIndex::Place &place : scan.functions.defined) {
             defined.insert(place.function);
         }
         for (const FunctionIndex::Place &place : scan.functions.declared) {
-            declared.insert(place.function);
+            if (!declared.contains(place.function)) {
+                declared.insert(place.function, scan.stage->map.origin(place.line));
+            }
         }
         for (const FunctionIndex::Place &place : scan.functions.called) {
             called.append(place.function);
         }
     }
     called.removeDuplicates();
-    QStringList missing;
+    QVector<UndefinedFunction> missing;
     for (const QString &function : qAsConst(called)) {
         if (declared.contains(function)
             && !defined.contains(function)) { // others are functions of the language
-            missing.append(function);
+            missing.append({function, declared.value(function)});
         }
     }
     return missing;
+}
+
+QStringList definedFunctions(const LineMap &map)
+{
+    QStringList names;
+    for (const FunctionIndex::Place &place : FunctionIndex::scan(Conditions::liveText(map.text())).defined) {
+        names.append(place.function);
+    }
+    return names;
 }
 
 }} // namespace Orvane::ZelShaders

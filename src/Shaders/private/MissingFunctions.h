@@ -22,8 +22,18 @@ QVector<MissingFunctions> groupMissing(const QStringList &functions,
                                        const QVector<ShaderReport::Stage> &stages,
                                        const FunctionIndex &index);
 
+/// A function that a stage declares and calls.
+struct UndefinedFunction
+{
+    QString name;
+    LineMap::Origin declaredAt; ///< its first prototype
+};
+
 /// The functions that stages call and declare, but that none of them defines, in the order of their calls. Conditions of
 /// the preprocessor count.
-QStringList undefinedFunctions(const QVector<ShaderReport::Stage> &stages);
+QVector<UndefinedFunction> undefinedFunctions(const QVector<ShaderReport::Stage> &stages);
+
+/// The functions that a text defines. Conditions of the preprocessor count.
+QStringList definedFunctions(const LineMap &map);
 
 }} // namespace Orvane::ZelShaders
