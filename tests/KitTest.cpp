@@ -120,11 +120,11 @@ TEST_F(KitTest, AMeshIsDrawnWithItsAttributesOrTheReasonIsGiven)
                     "void main() { color = v_Color; }\n");
     const AutoEnabler culling(GL_CULL_FACE);
     TriangleMesh mesh = TriangleMesh::plane();
-    for (const int count : {4, 0x10001}) { // short and long indices
+    for (const int count : {4, 0x10001}) { // indices of two and of four bytes
         mesh.positions.resize(count);
         mesh.normals.resize(count);
         mesh.texCoords.resize(count);
-        const auto unit = mesh.drawBuffers(1, {"place", "normal", "texCoord"});
+        const auto unit = mesh.drawBuffers({1, 0, "place", "normal", "texCoord"});
         const QImage image = RenderTarget::picture({64, 64}, [&] {
             DrawScope scope(program.get());
             scope.draw(unit.get());

@@ -2,6 +2,7 @@
 
 #include <ZelGL/AutoBinder.h>
 #include <ZelGL/GLSLMacroProcessor.h>
+#include <ZelGL/SamplerTextureManager.h>
 #include <ZelGL/Shader.h>
 #include <ZelShaders/ZelShaders.h>
 
@@ -62,6 +63,29 @@ TEST_F(SnippetsTest, ProgramBuilder)
     QFile::remove(builder.report().section("whole text: ", 1));
     _capture.take();
     TestContext::takeDriverReports();
+}
+
+TEST_F(SnippetsTest, BuildOfAProgram)
+{
+    SamplerTextureManager manager;
+    TextureManager *const textures = &manager;
+    //! [build]
+    const QString vertex = R"(#version 150
+#include "ZelUtilities.glslh"
+in vec3 va_Vertex;
+void main() { gl_Position = vec4(va_Vertex, 1.0 + float(getDrawID())); }
+)";
+    const QString fragment = R"(#version 150
+#include "TextureManager.glslh"
+uniform uvec2 u_Image;
+out vec4 color;
+void main() { color = managedTexture(u_Image, vec2(0.5)); }
+)";
+    // The library's files are found by the functions that the stages call.
+    const std::unique_ptr<ShaderProgram> program = ProgramBuilder::build(vertex, fragment, textures);
+    //! [build]
+    EXPECT_TRUE(program->isLinked());
+    _capture.takeTexts(QtInfoMsg); // what the manager logs
 }
 
 TEST_F(SnippetsTest, ProgramCache)

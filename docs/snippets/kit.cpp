@@ -180,8 +180,8 @@ TEST_F(SnippetsTest, OrbitCamera)
     //! [OrbitCamera]
     OrbitCamera camera;
     const float aspect = 16.0f / 9.0f;
-    camera.frame(box, aspect);
-    camera.orbit(mouse); // in heights of the viewport
+    camera.refit(box, aspect); // in each frame, too
+    camera.orbit(mouse);       // in heights of the viewport; handle() takes events of Qt
     const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
     //! [OrbitCamera]
     const QVector3D center = viewProjection.map(QVector3D());
@@ -238,6 +238,28 @@ TEST_F(SnippetsTest, RenderTarget)
     const QImage picture = target->image();
     //! [RenderTarget]
     EXPECT_EQ(qRgb(255, 0, 0), picture.pixel(0, 0));
+}
+
+TEST_F(SnippetsTest, TriangleMesh)
+{
+    const auto program = makeProgram("#version 150\nin vec3 va_Vertex; in vec3 va_Normal;\n"
+                                     "void main() { gl_Position = vec4(va_Vertex * va_Normal.zzz, 1.0); }\n");
+    //! [TriangleMesh]
+    TriangleMesh mesh;
+    mesh.positions = {{-1, -1, 0}, {3, -1, 0}, {-1, 3, 0}};
+    mesh.normals.fill({0, 0, 1}, 3);
+    const std::unique_ptr<DrawBuffers> unit = mesh.drawBuffers();
+    const std::unique_ptr<DrawBuffers> boxes = TriangleMesh::box().drawBuffers(100); // 100 instances
+    //! [TriangleMesh]
+    //! [picture]
+    const QImage picture = RenderTarget::picture({64, 64}, [&] {
+        DrawScope scope(program.get());
+        scope.draw(unit.get());
+    });
+    //! [picture]
+    EXPECT_EQ(qRgb(255, 255, 255), picture.pixel(0, 0));
+    EXPECT_EQ(QVector3D(3, 3, 0), mesh.bounds().boxUpperBounds());
+    EXPECT_NE(nullptr, boxes);
 }
 
 TEST_F(SnippetsTest, ShadowLayers)

@@ -94,6 +94,21 @@ TEST_F(ManagerSnippetsTest, TextureToken)
     EXPECT_TRUE(isOrange(sampled(manager, TextureToken(words[0] | quint64(words[1]) << 32))));
 }
 
+TEST_F(ManagerSnippetsTest, QImageAsToken)
+{
+    SamplerTextureManager textures;
+    TextureManager *const manager = &textures;
+    QImage image(16, 16, QImage::Format_RGB888);
+    image.fill(kOrangeColor);
+    //! [QImage]
+    // Rows from the bottom up, four bytes a pixel. The manager deletes the texture.
+    const QImage pixels = image.convertToFormat(QImage::Format_ARGB32).mirrored();
+    const TextureToken token = manager->tokenForTexture(QImageToTexture(pixels, false, TextureFileInfo()));
+    //! [QImage]
+    EXPECT_TRUE(isOrange(sampled(textures, token)));
+    manager->clear();
+}
+
 TEST_F(ManagerSnippetsTest, TextureManager)
 {
     SamplerTextureManager installed;

@@ -3,7 +3,7 @@
 #include "Scene.h"
 
 #include <QtGui/QGuiApplication>
-#include <QtGui/QMouseEvent>
+#include <QtGui/QKeyEvent>
 #include <QtGui/QOpenGLWindow>
 
 namespace {
@@ -30,13 +30,12 @@ protected:
         }
     }
 
-    void mouseMoveEvent(QMouseEvent *event) override
+    bool event(QEvent *event) override
     {
-        if (_scene && event->buttons() != Qt::NoButton) {
-            _scene->camera.orbit(QVector2D(event->pos() - _mouse) / float(height()));
+        if (_scene && _scene->camera.handle(event, size())) {
             update();
         }
-        _mouse = event->pos();
+        return QOpenGLWindow::event(event);
     }
 
     void keyPressEvent(QKeyEvent *event) override
@@ -48,21 +47,12 @@ protected:
 
 private:
     std::unique_ptr<Scene> _scene;
-    QPoint _mouse;
 };
 
 bool writePicture(const QString &file)
 {
-    const auto context = HeadlessContext::create();
-    const auto target = context ? RenderTarget::create(kSize, GL_RGBA8) : nullptr;
-    if (!target) {
-        return false; // the reason is logged
-    }
-    {
-        const AutoBinder bound(target->framebuffer());
-        Scene().draw(kSize);
-    }
-    return target->image().save(file);
+    const auto context = HeadlessContext::create(); // logs the reason if it fails
+    return context && RenderTarget::picture(kSize, [] { Scene().draw(kSize); }).save(file);
 }
 
 } // namespace
@@ -77,12 +67,7 @@ int main(int argc, char **argv)
     if (isOffscreen) {
         return writePicture(argv[2]) && log.count(QtWarningMsg) == 0 ? 0 : 1;
     }
-    QSurfaceFormat format;
-    format.setVersion(3, 2);
-    format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setDepthBufferSize(24);
     Window window;
-    window.setFormat(format);
     window.resize(kSize);
     window.show();
     return QGuiApplication::exec();

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 using namespace Orvane::Zel;
 
@@ -41,11 +42,11 @@ void appendFace(TriangleMesh &mesh, const QVector3D &center, const QVector3D &ri
     }
 }
 
-bool isComplete(const TriangleMesh &mesh, int instances, QString *error)
+bool isComplete(const TriangleMesh &mesh, const TriangleMesh::Options &options, QString *error)
 {
     const int positions = mesh.positions.size();
     const int corners = mesh.indices.isEmpty() ? positions : mesh.indices.size();
-    if (corners == 0 || corners % 3 != 0 || instances < 1) {
+    if (corners == 0 || corners % 3 != 0 || options.instances < 1 || options.commands < 0) {
         fail(error,
              QStringLiteral(
                  "a mesh needs three corners for each triangle, one triangle and one instance at least"));
@@ -84,21 +85,21 @@ template <typename Vector> void upload(DrawBuffers &unit, const QString &name, c
     }
 }
 
-void uploadIndices(DrawBuffers &unit, const TriangleMesh &mesh)
+void uploadIndices(DrawBuffers &unit, const QVector<quint32> &indices, int positions)
 {
     // Filled at another target: that of indices belongs to the vertex array that the host has bound.
     const QSharedPointer<BufferObject> buffer = newBuffer(GL_ARRAY_BUFFER);
     buffer->bind();
-    if (mesh.positions.size() <= kMaxShortIndices) {
-        const QVector<quint16> indices(mesh.indices.begin(), mesh.indices.end());
-        buffer->uploadGLushortData(indices.constData(), indices.size(), GL_STATIC_DRAW);
-        unit.setIndexedDraw(buffer, indices.size(), GL_UNSIGNED_SHORT);
+    if (positions <= kMaxShortIndices) {
+        const QVector<quint16> shorts(indices.begin(), indices.end());
+        buffer->uploadGLushortData(shorts.constData(), shorts.size(), GL_STATIC_DRAW);
     } else {
-        buffer->uploadGLuintData(mesh.indices.constData(), mesh.indices.size(), GL_STATIC_DRAW);
-        unit.setIndexedDraw(buffer, mesh.indices.size(), GL_UNSIGNED_INT);
+        buffer->uploadGLuintData(indices.constData(), indices.size(), GL_STATIC_DRAW);
     }
     buffer->unbind();
     buffer->setTarget(GL_ELEMENT_ARRAY_BUFFER);
+    unit.setIndexedDraw(buffer, indices.size(),
+                        positions <= kMaxShortIndices ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT);
 }
 
 } // namespace
@@ -159,30 +160,40 @@ Bounds TriangleMesh::bounds() const
     return Bounds(positions);
 }
 
-std::unique_ptr<DrawBuffers> TriangleMesh::drawBuffers(int instances, const Names &names,
-                                                       QString *error) const
+std::unique_ptr<DrawBuffers> TriangleMesh::drawBuffers(const Options &options, QString *error) const
 {
-    if (!isComplete(*this, instances, error) || !isLibraryReady(error)) {
+    if (!isComplete(*this, options, error) || !isLibraryReady(error)) {
         return nullptr;
     }
     auto unit = std::make_unique<DrawBuffers>(nullptr);
     unit->setVAO(OpenGLDeviceContext::current()->newVAO());
-    upload(*unit, names.position, positions);
-    upload(*unit, names.normal, normals);
-    upload(*unit, names.texCoord, texCoords);
+    upload(*unit, options.position, positions);
+    upload(*unit, options.normal, normals);
+    upload(*unit, options.texCoord, texCoords);
     unit->setPrimitiveType(GL_TRIANGLES);
-    if (indices.isEmpty()) {
+    unit->setInstanceCount(options.instances);
+    if (!indices.isEmpty()) {
+        uploadIndices(*unit, indices, positions.size());
+    } else if (options.commands == 0) {
         unit->setVertexCount(unsigned(positions.size()));
-    } else {
-        uploadIndices(*unit, *this);
+    } else { // commands draw indices
+        QVector<quint32> all(positions.size());
+        std::iota(all.begin(), all.end(), 0u);
+        uploadIndices(*unit, all, positions.size());
     }
-    unit->setInstanceCount(instances);
+    if (options.commands > 0) {
+        const QVector<DrawElementsIndirectCommand> list(options.commands,
+                                                        {quint32(unit->numIndexes()), 1, 0, 0, 0});
+        unit->setDrawElementsIndirectCommands(list.constData(), list.size());
+    }
     return unit;
 }
 
 std::unique_ptr<DrawBuffers> TriangleMesh::drawBuffers(int instances, QString *error) const
 {
-    return drawBuffers(instances, Names(), error);
+    Options options;
+    options.instances = instances;
+    return drawBuffers(options, error);
 }
 
 }} // namespace Orvane::ZelKit

@@ -27,9 +27,13 @@ namespace Orvane { namespace ZelKit {
 /// - Errors: drawBuffers() returns null, and explains why.
 struct ZELKIT_EXPORT TriangleMesh
 {
-    /// Of the attributes in GLSL.
-    struct ZELKIT_EXPORT Names
+    /// Of the draw unit.
+    struct ZELKIT_EXPORT Options
     {
+        int instances = 1; ///< draw IDs are 0 to instances - 1
+        /// Sub-draws that draw the whole mesh each, as GPUModel needs them; command i has the draw ID i. 0 for none.
+        int commands = 0;
+        // Names of the attributes in GLSL.
         QString position = QStringLiteral("va_Vertex");
         QString normal = QStringLiteral("va_Normal");
         QString texCoord = QStringLiteral("va_TexCoord");
@@ -53,10 +57,9 @@ struct ZELKIT_EXPORT TriangleMesh
     /// The box around all positions.
     Zel::Bounds bounds() const;
 
-    /// A draw unit of these triangles, whose draw IDs are 0 to \a instances - 1. Null if the mesh has no triangle, arrays of
-    /// different lengths or an index without a position, or without a context; the reason goes to \a error, or is logged.
-    std::unique_ptr<Zel::DrawBuffers> drawBuffers(int instances, const Names &names,
-                                                  QString *error = nullptr) const;
+    /// A draw unit of these triangles. Null if the mesh has no triangle, arrays of different lengths or an index without a
+    /// position, or without a context; the reason goes to \a error, or is logged.
+    std::unique_ptr<Zel::DrawBuffers> drawBuffers(const Options &options, QString *error = nullptr) const;
     std::unique_ptr<Zel::DrawBuffers> drawBuffers(int instances = 1, QString *error = nullptr) const;
 };
 
