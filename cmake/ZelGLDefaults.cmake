@@ -73,6 +73,13 @@ function(zelgl_share_precompiled target)
     target_precompile_headers(${target} REUSE_FROM ${owner})
 endfunction()
 
+# zelgl_find_openexr(): find_package(OpenEXR REQUIRED) without the status text of Debian's Imath package, which lists a Python
+# library that is in another package and that C++ programs do not need.
+function(zelgl_find_openexr)
+    set(CMAKE_MESSAGE_LOG_LEVEL WARNING)
+    find_package(OpenEXR REQUIRED)
+endfunction()
+
 # zelgl_library_options(TARGET): other libraries never replace the library's functions, so its own calls need not go through the
 # dynamic linker.
 function(zelgl_library_options target)
