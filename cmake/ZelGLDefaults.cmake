@@ -6,7 +6,8 @@ function(zelgl_target_defaults target)
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
-        VISIBILITY_INLINES_HIDDEN ON)
+        VISIBILITY_INLINES_HIDDEN ON
+        UNITY_BUILD OFF) # sources repeat names; a project that contains ZelGL may set it for all its targets
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow)
     if(ZELGL_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE} -fno-sanitize-recover=all
@@ -61,7 +62,7 @@ function(zelgl_share_precompiled target)
         set(owner zelgl_precompiled_library)
     endif()
     if(NOT TARGET ${owner})
-        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled.cpp CONTENT "")
+        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled.cpp CONTENT "// Only its precompiled headers are used.\n")
         add_library(${owner} OBJECT ${PROJECT_BINARY_DIR}/precompiled.cpp)
         zelgl_target_defaults(${owner})
         if(ARG_LIBRARY)
