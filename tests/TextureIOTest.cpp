@@ -9,12 +9,15 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QDirIterator>
 #include <QtCore/QHash>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
+#include <functional>
 #include <memory>
 
 #ifdef ZELGL_HAVE_STB
@@ -253,6 +256,164 @@ TEST_F(TextureIOTest, ImagesOfHalfFloatPairsAreUploadedAsTheyAreAndOthersRemappe
         const TexturePointer texture(QImageToTexture(image, false, info));
         EXPECT_NEAR(remapRange ? 0.5f : 1.0f, pixelsOf(*texture).at(0, 0).x(), 0.01f);
     }
+}
+
+namespace {
+
+constexpr char kPage[] = ZELGL_SOURCE_DIR "/docs/images.md";
+
+/// A file of the page.
+struct PageFile
+{
+    QString words;
+    QByteArray bytes;
+    const char *suffix;
+    const char *needs = nullptr; ///< an extension
+};
+
+QByteArray bytesOfImage(const QImage &image, const char *format)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+/// A KTX file with other fields than those of a 4x4 RGBA8 image.
+QByteArray ktx(const std::function<void(KtxFile &)> &change, KtxFile file = KtxFile(), int size = 64)
+{
+    change(file);
+    for (quint32 level = 0; level < std::max(file.mipmapLevels, 1u); ++level) {
+        file.addLevel(size >> (2 * level), int(file.faces));
+    }
+    return file.bytes();
+}
+
+QByteArray hdr(const QByteArray &scanlines, const char *resolution = "-Y 1 +X 8\n")
+{
+    HdrFile file(8, 1);
+    file.resolution = resolution;
+    file.scanlines = scanlines;
+    return file.bytes();
+}
+
+QByteArray astc(unsigned char width, unsigned char height)
+{
+    AstcFile file;
+    file.block = {width, height, 1};
+    return file.addBlocks().bytes();
+}
+
+// Each row is a line.
+// clang-format off
+std::vector<PageFile> filesOfThePage()
+{
+    const auto none = [](KtxFile &) {};
+    const HdrFile::Row row = HdrFile::ramp(8);
+    QImage image(4, 4, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    const QByteArray rest(256, '\0');
+    return {
+        {"KTX, RGBA with 8 bits, all levels", ktx([](KtxFile &file) { file.mipmapLevels = 3; }), "ktx"},
+        {"KTX, level count 0: levels are generated", ktx([](KtxFile &file) { file.mipmapLevels = 0; }), "ktx"},
+        {"KTX, half floats", ktx(none, KtxFile::of(4, 4, 0, GL_R16F, GL_RED, GL_HALF_FLOAT)), "ktx"},
+        {"KTX, 5 6 5 bits", ktx(none, KtxFile::of(4, 4, 0, GL_RGB565, GL_RGB, GL_UNSIGNED_SHORT_5_6_5)), "ktx", "GL_ARB_ES2_compatibility"},
+        {"KTX, without a height", ktx(none, KtxFile::of(4, 0, 0)), "ktx"},
+        {"KTX, with a depth", ktx(none, KtxFile::of(4, 4, 2), 128), "ktx"},
+        {"KTX, six faces", ktx([](KtxFile &file) { file.faces = 6; }), "ktx"},
+        {"KTX, one array element", ktx([](KtxFile &file) { file.arrayElements = 1; }), "ktx"},
+        {"KTX, array of cube maps", ktx([](KtxFile &file) { file.arrayElements = 1, file.faces = 6; }), "ktx"},
+        {"KTX, RGTC", ktx(none, KtxFile::compressed(4, 4, GL_COMPRESSED_RED_RGTC1), 8), "ktx"},
+        {"KTX, BPTC", ktx(none, KtxFile::compressed(4, 4, GL_COMPRESSED_RGBA_BPTC_UNORM), 16), "ktx", "GL_ARB_texture_compression_bptc"},
+        {"KTX, ETC2", ktx(none, KtxFile::compressed(4, 4, GL_COMPRESSED_RGBA8_ETC2_EAC), 16), "ktx", "GL_ARB_ES3_compatibility"},
+        {"KTX, a format that GL does not know", ktx([](KtxFile &file) { file.glInternalFormat = 0x1234; }), "ktx"},
+        {"KTX, big-endian header", KtxFile().addLevel(64).bytes(KtxFile::eBigEndian), "ktx"},
+        {"KTX, without the last byte", kKtxBytes.chopped(1), "ktx"},
+        {"KTX, without data", kKtxBytes.left(64), "ktx"},
+        {"KTX, within the header", kKtxBytes.left(63), "ktx"},
+        {"KTX, named .png", kKtxBytes, "png"},
+        {"KTX 2", QByteArray("\xABKTX 20\xBB\r\n\x1A\n", 12) + rest, "ktx2"},
+        {"HDR, flat scanlines", hdr(HdrFile::flat(row)), "hdr"},
+        {"HDR, scanlines of four planes", hdr(HdrFile::planes(row)), "hdr"},
+        {"HDR, old runs", hdr(HdrFile::oldRun(8, row[0])), "hdr"},
+        {"HDR, lowest row first", hdr(HdrFile::flat(row), "+Y 1 +X 8\n"), "hdr"},
+        {"HDR, scanline of another width, which stays black", hdr(QByteArray("\2\2\0\7", 4) + rest), "hdr"},
+        {"HDR, without the last byte", hdr(HdrFile::flat(row).chopped(1)), "hdr"},
+        {"HDR, without a resolution", hdr(HdrFile::flat(row), ""), "hdr"},
+        {"ASTC, blocks of 4 x 4", astc(4, 4), "astc", "GL_KHR_texture_compression_astc_ldr"},
+        {"ASTC, blocks of 12 x 10", astc(12, 10), "astc", "GL_KHR_texture_compression_astc_ldr"},
+        {"ASTC, without the last byte", astc(4, 4).chopped(1), "astc"},
+        {"PNG, 8 bits", bytesOfImage(image, "PNG"), "png"},
+        {"PNG, 16 bits, of which 8 are kept", bytesOfImage(image.convertToFormat(QImage::Format_RGBA64), "PNG"), "png"},
+        {"JPEG", bytesOfImage(image, "JPEG"), "jpg"},
+        {"BMP", bytesOfImage(image, "BMP"), "bmp"},
+        {"PPM", bytesOfImage(image, "PPM"), "ppm"},
+        {"DDS", "DDS |" + rest, "dds"},
+        {"OpenEXR", QByteArray("\x76\x2F\x31\x01\x02\0\0\0", 8) + rest, "exr"},
+        {"TIFF", QByteArray("II*\0", 4) + rest, "tif"},
+        {"an empty file", QByteArray(), "png"},
+    };
+}
+// clang-format on
+
+/// What the page says about a texture.
+QString wordsAbout(Texture &texture)
+{
+    static const QHash<GLenum, QString> shapes{{GL_TEXTURE_1D, "1D"},
+                                               {GL_TEXTURE_2D, "2D"},
+                                               {GL_TEXTURE_3D, "3D"},
+                                               {GL_TEXTURE_CUBE_MAP, "cube map"}};
+    texture.bind();
+    int levels = 0;
+    while (levels < 5 && texture.width(levels) > 0) {
+        ++levels;
+    }
+    const QString size =
+        QString("%1 x %2 x %3").arg(texture.width(0)).arg(texture.height(0)).arg(texture.depth(0));
+    texture.unbind();
+    return QString("%1, %2, %3 level%4")
+        .arg(shapes[texture.target()], size)
+        .arg(levels)
+        .arg(levels == 1 ? "" : "s");
+}
+
+} // namespace
+
+TEST_F(TextureIOTest, EachFileHasTheResultOfThePage)
+{
+    const QString page = bytesOf(kPage);
+    QString accepted, refused;
+    for (const PageFile &file : filesOfThePage()) {
+        const QString start = "| " + file.words + " | ";
+        if (file.needs != nullptr && !context()->hasExtension(file.needs)) {
+            accepted += page.mid(page.indexOf(start)).section('\n', 0, 0) + '\n'; // stays as it is
+            continue;
+        }
+        const QString path = write(QString("file.") + file.suffix, file.bytes);
+        const TexturePointer texture = load(path);
+        const QStringList messages = _capture.takeTexts(texture != nullptr ? QtWarningMsg : QtDebugMsg);
+        takeGLErrors();
+        const QString message = QString(messages.value(messages.size() - 1))
+                                    .remove(QRegularExpression("^\\w+ (\\[.*:#\\] )?"))
+                                    .replace(path, "FILE");
+        const QString words = message.isEmpty() ? " |\n" : " `" + message.trimmed() + "` |\n";
+        if (texture != nullptr) {
+            accepted += start + wordsAbout(*texture) + " |" + words;
+        } else {
+            refused += start.chopped(1) + words;
+        }
+    }
+    const QString heading = "## Files and their results\n";
+    const QString written = page.section(heading, 0, 0) + heading
+                            + "\nA test loads each of these files, and writes the tables.\n\n"
+                              "| Accepted | Texture | Message |\n|---|---|---|\n"
+                            + accepted + "\n| Refused | Last message |\n|---|---|\n" + refused + "\n## "
+                            + page.section(heading, 1).section("\n## ", 1);
+    if (qEnvironmentVariableIsSet("ZELGL_WRITE_PAGES")) {
+        writeFile(kPage, written.toUtf8());
+    }
+    EXPECT_EQ(page.split('\n'), written.split('\n')) << "ZELGL_WRITE_PAGES=1 writes the page";
 }
 
 TEST(BakedPaths, TheSuffixGivesWayToTheMarks)
