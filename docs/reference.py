@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes the pages of the reference that follow from the sources: groups of the classes by subsystem, and the GLSL functions.
+"""Writes what of the site follows from the sources: groups of the classes by subsystem, pages of the GLSL functions and of each
+example, and the navigation, in the order of the guide.
 
 Usage: reference.py ROOT OUTPUT-FOLDER
 """
@@ -51,6 +52,42 @@ def glsl(header):
     return f"## {header.name}\n\n{prose}\n```glsl\n{code}\n```\n"
 
 
+def example(source, names):
+    """An example as Markdown: its picture, its first comment as text, and its sources as code."""
+    comment, code = re.fullmatch(r"((?://[^\n]*\n)+)(.*)", source.read_text(), re.S).groups()
+    prose = re.sub(r"^// ?", "", comment, flags=re.M).replace("<", "\\<")
+    at = names.index(source.stem)
+    others = [f"\\ref example_{names[i]} \"{word}\"" for i, word in ((at - 1, "Previous"), (at + 1, "next")) if 0 <= i < len(names)]
+    shaders = sorted(path for path in source.parent.glob(source.stem[:3] + "*") if path.suffix != ".cpp")
+    return (f"# {source.stem} {{#example_{source.stem}}}\n\n![](docs/images/{source.stem}.png)\n\n{prose}\n"
+            f"```cpp\n{code.strip()}\n```\n\n"
+            + "".join(f"## {path.name}\n\n```glsl\n{path.read_text().strip()}\n```\n\n" for path in shaders)
+            + f"{', '.join(others)}; all: \\ref md_examples_README\n")
+
+
+def page_name(page):
+    """Doxygen's name of a Markdown page."""
+    return "md_" + re.sub(r"\W", "_", str(page.relative_to(ROOT).with_suffix("")))
+
+
+def tabs(entries):
+    return "\n".join(f'      <tab type="user" url="@ref {name}" title="{title}"/>' for name, title in entries)
+
+
+def navigation(examples):
+    """Doxygen's layout: the pages of the guide in its order, the examples, the reference, and the pages about the project."""
+    guide = re.findall(r"^\| \[(.*?)\]\(([\w./-]+)\)", (ROOT / "docs/guide.md").read_text(), re.M)
+    pages = [(page_name((ROOT / "docs" / path).resolve()), title) for title, path in guide]
+    project = [("docs/architecture.md", "Architecture"), ("src/GL/README.md", "Map of the sources"),
+               ("benchmarks/README.md", "Benchmarks"), ("CHANGELOG.md", "Changes"), ("CONTRIBUTING.md", "Contributing")]
+    template = (ROOT / "docs/site/layout.xml").read_text()
+    for mark, entries in (("GUIDE", [entry for entry in pages if entry[0] != "md_examples_README"]),
+                          ("EXAMPLES", [(f"example_{source.stem}", source.stem) for source in examples]),
+                          ("PROJECT", [(page_name(ROOT / path), title) for path, title in project])):
+        template = template.replace(f"      <!-- {mark} -->", tabs(entries))
+    return template
+
+
 def main():
     OUTPUT.mkdir(parents=True, exist_ok=True)
     groups = [group(name, name.replace("_", " ").capitalize(), headers) for name, headers in subsystems()]
@@ -61,6 +98,11 @@ def main():
     (OUTPUT / "glsl.md").write_text(
         "# GLSL functions {#md_glsl}\n\nA shader includes a header of this page; its program adds the definitions "
         "(\\ref md_docs_programs).\n\n" + "\n".join(pages))
+    examples = sorted((ROOT / "examples").glob("[0-9]*.cpp"))
+    names = [source.stem for source in examples]
+    (OUTPUT / "layout.xml").write_text(navigation(examples))
+    for source in examples:
+        (OUTPUT / f"example_{source.stem}.md").write_text(example(source, names))
 
 
 main()

@@ -10,6 +10,7 @@ import re
 import sys
 
 PAGE = pathlib.Path(sys.argv[1]).resolve()
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
 
 def label(path, anchor):
@@ -30,10 +31,21 @@ def link(match):
     return f"](@ref {label(path, match[2])})"
 
 
+def file_link(match):
+    """A link to a file that is no page: to the page of the example with this source, or its text alone."""
+    path = (PAGE.parent / match[2]).resolve()
+    if path.suffix in (".md", ".png", ".svg") or not path.exists():
+        return match[0]
+    if path.suffix == ".cpp" and path.parent == ROOT / "examples":
+        return f"[{match[1]}](@ref example_{path.stem})"
+    return match[1]
+
+
 def plain(text):
     """Markdown outside of blocks of code."""
     text = re.sub(r"^##+ (.*)$", heading, text, flags=re.M)
     text = re.sub(r"\]\(([^)#:\s]*(?:\.md)?)#([\w-]+)\)", link, text)
+    text = re.sub(r"(?<!!)\[([^][]+)\]\(([^)#:\s@]+)\)", file_link, text)
     text = re.sub(r"\]\((?:\.\./)+docs/images/", "](docs/images/", text)
     return re.sub(r"<code>(.*?)</code>", code, text)
 
