@@ -52,17 +52,23 @@ def glsl(header):
     return f"## {header.name}\n\n{prose}\n```glsl\n{code}\n```\n"
 
 
-def example(source, names):
+def code(path):
+    return f"```{'cpp' if path.suffix in ('.cpp', '.h') else 'glsl'}\n{path.read_text().strip()}\n```\n\n"
+
+
+def example(name, sources):
     """An example as Markdown: its picture, its first comment as text, and its sources as code."""
-    comment, code = re.fullmatch(r"((?://[^\n]*\n)+)(.*)", source.read_text(), re.S).groups()
+    comment = re.match(r"((?://[^\n]*\n)+)", sources[0].read_text())[1]
     prose = re.sub(r"^// ?", "", comment, flags=re.M).replace("<", "\\<")
-    at = names.index(source.stem)
-    others = [f"\\ref example_{names[i]} \"{word}\"" for i, word in ((at - 1, "Previous"), (at + 1, "next")) if 0 <= i < len(names)]
-    shaders = sorted(path for path in source.parent.glob(source.stem[:3] + "*") if path.suffix != ".cpp")
-    return (f"# {source.stem} {{#example_{source.stem}}}\n\n![](docs/images/{source.stem}.png)\n\n{prose}\n"
-            f"```cpp\n{code.strip()}\n```\n\n"
-            + "".join(f"## {path.name}\n\n```glsl\n{path.read_text().strip()}\n```\n\n" for path in shaders)
-            + f"{', '.join(others)}; all: \\ref md_examples_README\n")
+    return (f"# {name} {{#example_{name}}}\n\n![](docs/images/{name}.png)\n\n{prose}\n"
+            + "".join(f"## {path.name}\n\n{code(path)}" for path in sources))
+
+
+def examples():
+    """The examples by name, each with its sources; C++ comes first."""
+    yield "starter", [path for suffix in ("main.cpp", "*.h", "*.vert", "*.frag") for path in sorted((ROOT / "examples/starter").glob(suffix))]
+    for source in sorted((ROOT / "examples").glob("[0-9]*.cpp")):
+        yield source.stem, [source] + sorted(path for path in source.parent.glob(source.stem[:3] + "*") if path.suffix != ".cpp")
 
 
 def page_name(page):
@@ -74,7 +80,7 @@ def tabs(entries):
     return "\n".join(f'      <tab type="user" url="@ref {name}" title="{title}"/>' for name, title in entries)
 
 
-def navigation(examples):
+def navigation():
     """Doxygen's layout: the pages of the guide in its order, the examples, the reference, and the pages about the project."""
     guide = re.findall(r"^\| \[(.*?)\]\(([\w./-]+)\)", (ROOT / "docs/guide.md").read_text(), re.M)
     pages = [(page_name((ROOT / "docs" / path).resolve()), title) for title, path in guide]
@@ -82,7 +88,7 @@ def navigation(examples):
                ("benchmarks/README.md", "Benchmarks"), ("CHANGELOG.md", "Changes"), ("CONTRIBUTING.md", "Contributing")]
     template = (ROOT / "docs/site/layout.xml").read_text()
     for mark, entries in (("GUIDE", [entry for entry in pages if entry[0] != "md_examples_README"]),
-                          ("EXAMPLES", [(f"example_{source.stem}", source.stem) for source in examples]),
+                          ("EXAMPLES", [(f"example_{name}", name) for name, _ in examples()]),
                           ("PROJECT", [(page_name(ROOT / path), title) for path, title in project])):
         template = template.replace(f"      <!-- {mark} -->", tabs(entries))
     return template
@@ -98,11 +104,9 @@ def main():
     (OUTPUT / "glsl.md").write_text(
         "# GLSL functions {#md_glsl}\n\nA shader includes a header of this page; its program adds the definitions "
         "(\\ref md_docs_programs).\n\n" + "\n".join(pages))
-    examples = sorted((ROOT / "examples").glob("[0-9]*.cpp"))
-    names = [source.stem for source in examples]
-    (OUTPUT / "layout.xml").write_text(navigation(examples))
-    for source in examples:
-        (OUTPUT / f"example_{source.stem}.md").write_text(example(source, names))
+    (OUTPUT / "layout.xml").write_text(navigation())
+    for name, sources in examples():
+        (OUTPUT / f"example_{name}.md").write_text(example(name, sources))
 
 
 main()

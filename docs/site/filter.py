@@ -38,6 +38,8 @@ def file_link(match):
         return match[0]
     if path.suffix == ".cpp" and path.parent == ROOT / "examples":
         return f"[{match[1]}](@ref example_{path.stem})"
+    if ROOT / "examples/starter" in (path, path.parent):
+        return f"[{match[1]}](@ref example_starter)"
     return match[1]
 
 
