@@ -25,17 +25,15 @@ constexpr int kSide = 96;     ///< of the picture of the floor, in pixels
 constexpr int kSlats = 4;     ///< upright plates above the floor
 constexpr float kSlat = 0.6f; ///< their width and height
 
-QVector3D slatCorner(int slat)
-{
-    return {-1.5f + 0.8f * float(slat), 0.2f, 0.3f * float(slat % 3) - 0.4f};
-}
-
-/// Draws the slats with the light's projection, and the shadows on the floor as seen from above by an eye that does not move.
+/// Draws the floor and the slats with the light's projection, and the shadows on the floor as seen from above by an eye that does
+/// not move.
 class Floor
 {
 public:
-    Floor(const ShadowLayers::Options &options, const ShadowLight &light)
+    /// \a gap: below the slats.
+    Floor(const ShadowLayers::Options &options, const ShadowLight &light, float gap = 0.2f)
         : _light(light)
+        , _gap(gap)
         , _layers(ShadowLayers::create(options))
         , _vertexArray(OpenGLDeviceContext::current()->newVAO())
     {
@@ -43,11 +41,15 @@ public:
         const QString vertexStage = R"(#version 150
 #include "KitCasterVertex.glslh"
 uniform mat4 u_Projection;
+uniform float u_Gap;
 void main()
 {
     int slat = gl_VertexID / 6;
     vec2 corner = vec2(ivec2(0x26, 0x34) >> (gl_VertexID % 6) & 1) * 0.6;
-    vec3 place = vec3(-1.5 + 0.8 * slat, 0.2, 0.3 * (slat % 3) - 0.4) + vec3(corner, 0.5 * corner.x);
+    vec3 place = vec3(-1.5 + 0.8 * slat, u_Gap, 0.3 * (slat % 3) - 0.4) + vec3(corner, 0.5 * corner.x);
+    if (slat == 4) {
+        place = vec3(7.0 * corner.x - 2.1, 0.0, 7.0 * corner.y - 2.1); // the floor
+    }
     gl_Position = shadowCasterPosition(u_Projection * vec4(place, 1.0));
 })";
         const bool isPlain = options.kind == ShadowLayers::ePlain;
@@ -77,7 +79,8 @@ void main()
                                         const AutoBinder bound(_casters.get());
                                         const AutoBinder boundArray(_vertexArray.data());
                                         _casters->setUniform("u_Projection", QVariant(layer.projection));
-                                        glDrawArrays(GL_TRIANGLES, 0, 6 * kSlats);
+                                        _casters->setUniform("u_Gap", QVariant(_gap));
+                                        glDrawArrays(GL_TRIANGLES, 0, 6 * (kSlats + 1));
                                     }));
         const AutoBinder bound(_floor.get());
         EXPECT_TRUE(_layers->bind(_floor.get()));
@@ -93,7 +96,7 @@ void main()
         const QVector3D ray =
             _light.type == ShadowLight::eDirectional ? -_light.direction : _light.position - from;
         for (int slat = 0; slat < kSlats; ++slat) {
-            const QVector3D corner = slatCorner(slat);
+            const QVector3D corner(-1.5f + 0.8f * float(slat), _gap, 0.3f * float(slat % 3) - 0.4f);
             const QVector3D normal(-0.5f, 0, 1); // the slat goes along (1, 0, 0.5) and up
             const float along =
                 QVector3D::dotProduct(corner - from, normal) / QVector3D::dotProduct(ray, normal);
@@ -109,6 +112,7 @@ void main()
 
 private:
     ShadowLight _light;
+    float _gap;
     GLSLMacroProcessor _processor;
     std::unique_ptr<ShadowLayers> _layers;
     QSharedPointer<VertexArrayObject> _vertexArray;
@@ -149,25 +153,36 @@ using KitLightTest = GLTest;
 
 TEST_F(KitLightTest, ShadowsOfEveryLightAgreeWithRaysAwayFromTheirEdges)
 {
+    ShadowLight wideSpot = makeLight(ShadowLight::eSpot);
+    wideSpot.position = {0.3f, 1.2f, 1.05f};
+    wideSpot.halfAngle = 1.15f;
+    ShadowLight lamp = makeLight(ShadowLight::ePoint);
+    lamp.position = wideSpot.position;
     const struct
     {
-        ShadowLight::Type type;
+        ShadowLight light;
         ShadowLayers::Kind kind;
         bool isStable;
         int layers;
-    } rows[] = {{ShadowLight::ePoint, ShadowLayers::ePlain, false, 4},
-                {ShadowLight::eSpot, ShadowLayers::ePlain, true, 1},
-                {ShadowLight::ePoint, ShadowLayers::eVariance, false, 4},
-                {ShadowLight::eDirectional, ShadowLayers::ePlain, false, 4},
-                {ShadowLight::eDirectional, ShadowLayers::ePlain, true, 3},
-                {ShadowLight::eDirectional, ShadowLayers::eVariance, true, 3}};
+        int side = 512;
+        float gap = 0.2f;
+    } rows[] = {
+        {makeLight(ShadowLight::ePoint), ShadowLayers::ePlain, false, 4},
+        {makeLight(ShadowLight::eSpot), ShadowLayers::ePlain, true, 1},
+        {makeLight(ShadowLight::ePoint), ShadowLayers::eVariance, false, 4},
+        {makeLight(ShadowLight::eDirectional), ShadowLayers::ePlain, false, 4},
+        {makeLight(ShadowLight::eDirectional), ShadowLayers::ePlain, true, 3},
+        {makeLight(ShadowLight::eDirectional), ShadowLayers::eVariance, true, 3},
+        // The floor faces the light, but not its layer: no acne. Slats on the floor: no peter-panning.
+        {wideSpot, ShadowLayers::ePlain, false, 1, 256, 0},
+        {lamp, ShadowLayers::ePlain, false, 4, 256, 0}};
     for (const auto &row : rows) {
         SCOPED_TRACE(int(&row - rows));
         ShadowLayers::Options options;
         options.kind = row.kind;
-        options.side = 512;
+        options.side = row.side;
         options.isStable = row.isStable;
-        Floor floor(options, makeLight(row.type));
+        Floor floor(options, row.light, row.gap);
         const Pixels seen = floor.seenWith(viewOf(0));
         EXPECT_EQ(row.layers, floor.layers().layerCount());
         const auto rays =
