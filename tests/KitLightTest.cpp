@@ -272,7 +272,7 @@ TEST_F(KitLightTest, ShadowLayersNameWhatTheyCannotUse)
 
     const auto layers = ShadowLayers::create({});
     QString error;
-    const QPair<QVector3D, QVector3D> box({0, 0, 0}, {1, 1, 1});
+    const Bounds box({0, 0, 0}, {1, 1, 1});
     context()->doneCurrent();
     EXPECT_FALSE(layers->update(
         {}, {}, box, [](const auto &) {}, &error));
@@ -282,7 +282,7 @@ TEST_F(KitLightTest, ShadowLayersNameWhatTheyCannotUse)
     EXPECT_EQ("shadow layers: update() needs a function that draws the casters", error);
     for (const float end : {-1.0f, INFINITY, NAN}) {
         EXPECT_FALSE(layers->update(
-            {}, {}, {box.first, {1, 1, end}}, [](const auto &) {}, &error));
+            {}, {}, {{0, 0, 0}, {1, 1, end}}, [](const auto &) {}, &error));
         EXPECT_TRUE(error.startsWith("shadow layers: the box is empty or not finite; "));
     }
     EXPECT_FALSE(layers->bind(nullptr));
@@ -290,6 +290,15 @@ TEST_F(KitLightTest, ShadowLayersNameWhatTheyCannotUse)
     EXPECT_MESSAGES("warning ZelKit: shadow layers: bind() needs a program that is bound",
                     "warning ZelKit: shadow layers: unbind() needs the program of bind()");
     ShadowLayers::setUp(nullptr, ShadowLayers::ePlain); // does nothing
+
+    GLSLMacroProcessor processor;
+    EnvironmentLight::setUp(&processor); // finds the file, but does not set up shadows
+    ShaderProgram program(nullptr);
+    program.setMacroProcessor(&processor);
+    program.addShader(GL_FRAGMENT_SHADER, "#version 150\n#include \"KitShadows.glslh\"\nvoid main() {}\n",
+                      "");
+    EXPECT_FALSE(program.link());
+    EXPECT_TRUE(_capture.takeTexts().join("").contains("Call ShadowLayers::setUp(&processor, kind) before"));
 }
 
 namespace {

@@ -265,9 +265,10 @@ void ShadowLayers::setLights(const std::vector<ShadowLight> &lights)
     _isValid = false;
 }
 
-bool ShadowLayers::update(const QMatrix4x4 &view, const QMatrix4x4 &projection, const Corners &box,
+bool ShadowLayers::update(const QMatrix4x4 &view, const QMatrix4x4 &projection, const Bounds &bounds,
                           const CasterDrawer &drawCasters, QString *error)
 {
+    const Corners box(bounds.boxLowerBounds(), bounds.boxUpperBounds());
     if (!hasContext("shadow layers", error)) {
         return false;
     }
@@ -276,8 +277,8 @@ bool ShadowLayers::update(const QMatrix4x4 &view, const QMatrix4x4 &projection, 
         return false;
     }
     if (!SceneBox(box).isValid()) {
-        fail(error, QStringLiteral("shadow layers: the box is empty or not finite; pass the lower and the "
-                                   "upper corner of all casters and receivers"));
+        fail(error, QStringLiteral("shadow layers: the box is empty or not finite; pass the bounds of all "
+                                   "casters and receivers"));
         return false;
     }
     if (_options.isStable && _layers < plannedLayers() && !makeLayers(plannedLayers(), error)) {

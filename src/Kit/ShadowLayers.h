@@ -22,6 +22,7 @@ class QVector2D;
 namespace Orvane {
 
 namespace Zel {
+class Bounds;
 class FramebufferObject;
 class GLSLMacroProcessor;
 class ShaderProgram;
@@ -109,7 +110,8 @@ public:
     /// of "KitCasterFragment.glslh" to output 0. Draw both sides of faces.
     using CasterDrawer = std::function<void(const Layer &)>;
 
-    /// Adds the include path and the defines of the programs that draw casters or look shadows up.
+    /// Adds the include path and the defines of the programs that draw casters or look shadows up. Call it before their stages
+    /// are added.
     static void setUp(Zel::GLSLMacroProcessor *processor, Kind kind);
     /// The file that such programs link, another fragment shader.
     static QString shaderFile();
@@ -127,9 +129,9 @@ public:
     /// Restores framebuffer and viewport; sets the clear colour to white and the depth mask to true. False if the box is empty or
     /// not finite, without a function to draw casters, or if the driver cannot provide the layers.
     ///
-    /// \a box: the lower and the upper corner of all casters and receivers, a little larger than needed. Stable cascades keep
-    /// their size only if it stays the same.
-    bool update(const QMatrix4x4 &view, const QMatrix4x4 &projection, const QPair<QVector3D, QVector3D> &box,
+    /// \a box: around all casters and receivers, a little larger than needed. Stable cascades keep their size only if it stays
+    /// the same.
+    bool update(const QMatrix4x4 &view, const QMatrix4x4 &projection, const Zel::Bounds &box,
                 const CasterDrawer &drawCasters, QString *error = nullptr);
 
     /// Sets the textures and uniforms of a program that is bound, until unbind(). False, with a warning, for null.
