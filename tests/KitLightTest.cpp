@@ -148,6 +148,7 @@ int changedPixels(const Pixels &a, const Pixels &b)
 }
 
 using KitLightTest = GLTest;
+using KitLightOwnProcessTest = MessageTest;
 
 } // namespace
 
@@ -289,7 +290,21 @@ TEST_F(KitLightTest, ShadowLayersNameWhatTheyCannotUse)
     EXPECT_FALSE(layers->unbind(nullptr));
     EXPECT_MESSAGES("warning ZelKit: shadow layers: bind() needs a program that is bound",
                     "warning ZelKit: shadow layers: unbind() needs the program of bind()");
-    ShadowLayers::setUp(nullptr, ShadowLayers::ePlain); // does nothing
+    QMatrix4x4 endless;
+    endless(0, 0) = INFINITY;
+    EXPECT_FALSE(layers->update(
+        {}, endless, box, [](const auto &) {}, &error));
+    EXPECT_EQ("shadow layers: the view or the projection is not finite", error);
+    ShadowLight spot = makeLight(ShadowLight::eSpot);
+    spot.halfAngle = 0;
+    ShadowLight sun = makeLight(ShadowLight::eDirectional);
+    sun.direction = {0, 0, 0};
+    layers->setLights({spot, makeLight(ShadowLight::eSpot), sun});
+    EXPECT_TRUE(layers->update({}, {}, box, [](const auto &) {}));
+    EXPECT_EQ(1, layers->layerCount());
+    const QString casts(" has values that are not finite, no direction or no angle; it casts no shadow");
+    EXPECT_MESSAGES("warning ZelKit: shadow layers: light 0" + casts,
+                    "warning ZelKit: shadow layers: light 2" + casts);
 
     GLSLMacroProcessor processor;
     EnvironmentLight::setUp(&processor); // finds the file, but does not set up shadows
@@ -313,6 +328,13 @@ EnvironmentImage sky(int side)
         image.texels.emplace_back(0.5f + 0.4f * std::sin(3 * x), y, i % 97 == 0 ? 9.0f : 0.25f);
     }
     return *EnvironmentImage::prepared(image);
+}
+
+EnvironmentBake::Options smallBake()
+{
+    EnvironmentBake::Options options;
+    options.diffuseSamples = options.reflectionSamples = options.tableSize = 2;
+    return options;
 }
 
 int halfSteps(float a, float b)
@@ -416,6 +438,97 @@ TEST_F(KitLightTest, ABakeInSlicesEqualsThatOfTheLibraryAndSurvivesAFile)
     expectThatDamageIsSeen(path);
 }
 
+TEST_F(KitLightTest, ObjectsOfLightRefuseOtherContexts)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("sky.light");
+    const EnvironmentBake::Options small = smallBake();
+    std::unique_ptr<Texture> cube = sky(4).cubeMap();
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg));
+    const auto light = EnvironmentBake::bake(sky(4), small);
+    ASSERT_TRUE(light != nullptr && light->save(path));
+    const auto bake = EnvironmentBake::create(*cube, small);
+    auto shadows = ShadowLayers::create({});
+    const auto program = makeProgram(kAllOver);
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg));
+    const auto draw = [](const auto &) {};
+    const QString isOther(
+        "another context is current, or none; make the one current in which the object was ");
+    const QString isNone("no OpenGL context is current, or initializeGLFunctions()");
+    const struct
+    {
+        std::function<bool(QString *)> call;
+        QString without, other; ///< parts of the message: no context, and that of other objects
+    } rows[] = {
+        {[&](auto *error) {
+             return shadows->update({}, {}, {{0, 0, 0}, {1, 1, 1}}, draw, error);
+         },
+         isNone, isOther},
+        {[&](auto *error) { return shadows->drawDebug(error); }, isNone, isOther},
+        {[&](auto *) { return shadows->bind(program.get()); }, isOther, isOther},
+        {[&](auto *) { return shadows->unbind(program.get()); }, isOther, isOther},
+        {[&](auto *error) { return light->save(path, error); }, isNone, isOther},
+        {[&](auto *) { return light->bind(program.get()); }, isOther, isOther},
+        {[&](auto *) { return light->unbind(), false; }, isOther, isOther},
+        {[&](auto *) { return bake->step(); }, isNone, isOther},
+        {[&](auto *error) { return EnvironmentBake::create(*cube, small, error) != nullptr; }, isNone,
+         "the source must be a cube map"},
+        {[&](auto *error) { return EnvironmentImage::fromTexture(*cube, false, {}, error).has_value(); },
+         isNone, "must come from a texture of the current context"},
+        {[&](auto *error) {
+             return EnvironmentLight::load(path, error) == nullptr ? false : error->isEmpty();
+         },
+         isNone, ""},
+        {[&](auto *error) { return sky(4).cubeMap(error) != nullptr && error->isEmpty(); }, isNone, ""},
+    };
+    HeadlessContext::Options plain;
+    plain.startsLibrary = false;
+    auto other = HeadlessContext::create(plain);
+    ASSERT_NE(nullptr, other);
+    for (const bool isCurrent : {true, false}) {
+        if (!isCurrent) {
+            other->doneCurrent();
+        }
+        for (const auto &row : rows) {
+            SCOPED_TRACE(int(&row - rows));
+            const QString expected = isCurrent ? row.other : row.without;
+            QString error;
+            EXPECT_EQ(expected.isEmpty(), row.call(&error));
+            error += _capture.takeTexts().join("");
+            EXPECT_TRUE(error.contains(expected)) << error.toStdString();
+        }
+    }
+    makeCurrent();
+    cube.reset();
+    EXPECT_FALSE(bake->step());
+    EXPECT_MESSAGES(
+        "warning ZelKit: environment bake: the source was deleted; keep it until the bake is done");
+    ShadowLayers::setUp(nullptr, ShadowLayers::ePlain);
+    EnvironmentLight::setUp(nullptr);
+    EXPECT_MESSAGES("warning ZelKit: shadow layers: setUp() needs a text processor",
+                    "warning ZelKit: environment light: setUp() needs a text processor");
+}
+
+TEST_F(KitLightOwnProcessTest, ObjectsOfLightOutliveTheirContext)
+{
+    auto context = HeadlessContext::create();
+    ASSERT_NE(nullptr, context);
+    const auto program = makeProgram(kAllOver);
+    const auto shadows = ShadowLayers::create({});
+    const auto cube = sky(4).cubeMap();
+    const auto light = EnvironmentBake::bake(sky(4), smallBake());
+    const auto bake = EnvironmentBake::create(*cube, smallBake());
+    ASSERT_TRUE(shadows && light && bake);
+    _capture.takeTexts();
+    context.reset();
+    EXPECT_FALSE(shadows->bind(program.get()));
+    EXPECT_FALSE(shadows->drawDebug());
+    EXPECT_FALSE(light->bind(program.get()));
+    EXPECT_FALSE(light->save("sky.light"));
+    EXPECT_FALSE(bake->step());
+    EXPECT_EQ(5, _capture.takeTexts(QtWarningMsg).filter("current").size());
+}
+
 TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)
 {
     QString error;
@@ -433,8 +546,22 @@ TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)
     EXPECT_EQ("an environment image of 8x4 texels is not a strip: it is not made of square cells",
               errorOf(8, 4, 32, EnvironmentImage::eStrip));
     EXPECT_EQ("an environment image of 6x3 texels is too small", errorOf(6, 3, 18, {}));
-    EXPECT_EQ(nullptr, EnvironmentImage().cubeMap(&error));
-    EXPECT_EQ("an environment image must come from prepared() or fromTexture()", error);
+    EnvironmentImage empty;
+    for (const EnvironmentImage::Layout layout : {EnvironmentImage::eLatLong, EnvironmentImage::eStrip}) {
+        empty.layout = layout;
+        EXPECT_EQ(nullptr, empty.cubeMap(&error));
+        EXPECT_FALSE(empty.takeStrongestLight().has_value());
+        EXPECT_EQ(QVector3D(), empty.direction(0, 0));
+        EXPECT_EQ(0.0f, empty.solidAngle(0, 0));
+        EXPECT_FALSE(EnvironmentImage::layoutOf({}).has_value());
+    }
+    EXPECT_TRUE(halved({{4, 4}, {}}).texels.empty());
+    const QString unprepared("an environment image must come from prepared() or fromTexture()");
+    EXPECT_EQ(unprepared, error);
+    EXPECT_MESSAGES("warning ZelKit: " + unprepared, "warning ZelKit: " + unprepared,
+                    "warning ZelKit: an environment image of 4x4 texels cannot have 0 of them");
+    const LightImage odd = halved({{5, 3}, std::vector<QVector3D>(15)});
+    EXPECT_EQ(QSize(2, 1), odd.size);
 
     Texture flat(GL_TEXTURE_2D, GL_RGBA8UI, 8, 4, 1, nullptr);
     flat.bind();
@@ -442,8 +569,8 @@ TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)
     flat.unbind();
     EXPECT_FALSE(EnvironmentImage::fromTexture(flat, false, {}, &error).has_value());
     EXPECT_TRUE(error.startsWith("an environment image must be a 2D texture or a cube map"));
-    Texture empty(GL_TEXTURE_CUBE_MAP, GL_RGBA16F, 8, 8, 1, nullptr);
-    for (Texture *source : {&flat, &empty}) {
+    Texture bare(GL_TEXTURE_CUBE_MAP, GL_RGBA16F, 8, 8, 1, nullptr);
+    for (Texture *source : {&flat, &bare}) {
         EXPECT_EQ(nullptr, EnvironmentBake::create(*source, {}, &error));
         EXPECT_TRUE(error.startsWith("environment bake: the source must be a cube map with a mip chain"));
     }

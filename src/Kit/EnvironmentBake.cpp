@@ -5,10 +5,12 @@
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
 #include "private/LightTextures.h"
+#include "private/OwnContext.h"
 #include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
+#include <QtCore/QPointer>
 #include <QtGui/QVector4D>
 
 #include <algorithm>
@@ -82,7 +84,7 @@ std::unique_ptr<ShaderProgram> buildLightProgram(ShadingModel model, int samples
 
 bool hasMipChain(Texture &cube)
 {
-    if (cube.target() != GL_TEXTURE_CUBE_MAP) {
+    if (cube.target() != GL_TEXTURE_CUBE_MAP || glIsTexture(cube.textureID()) == GL_FALSE) {
         return false;
     }
     const AutoBinder bound(&cube);
@@ -107,7 +109,7 @@ bool areValid(const EnvironmentBake::Options &options, QString *error)
 struct EnvironmentBake::State
 {
     State(Texture &source, const Options &wanted, std::unique_ptr<EnvironmentLight> empty)
-        : cube(source)
+        : cube(&source)
         , options(wanted)
         , light(std::move(empty))
         , framebuffer(nullptr)
@@ -130,7 +132,8 @@ struct EnvironmentBake::State
                                        : options.reflectionSamples;
     }
 
-    Texture &cube;
+    OwnContext context;
+    QPointer<Texture> cube;
     Options options;
     std::unique_ptr<EnvironmentLight> light;
     FramebufferObject framebuffer;
@@ -153,8 +156,8 @@ bool EnvironmentBake::State::make(QString *error)
     // 1. Textures: neither is finer than the source.
     int face = 0;
     {
-        const AutoBinder bound(&cube);
-        face = cube.width(0);
+        const AutoBinder bound(cube.data());
+        face = cube->width(0);
     }
     options.reflectionSize = std::min(options.reflectionSize, face);
     options.diffuseSize = std::min(options.diffuseSize, std::max(face / 2, 1));
@@ -253,7 +256,7 @@ void EnvironmentBake::State::filter(const Slice &slice)
 {
     const bool isDiffuse = slice.stage == eDiffuse;
     const Scissor scissor(slice.row, slice.rows);
-    const AutoBinder boundCube(&cube);
+    const AutoBinder boundCube(cube.data());
     const AutoBinder boundTarget(&framebuffer);
     attach(slice, isDiffuse ? *light->_diffuse : *light->_reflections,
            (isDiffuse ? options.diffuseSize : options.reflectionSize) >> slice.level);
@@ -262,7 +265,7 @@ void EnvironmentBake::State::filter(const Slice &slice)
     const auto set = [this](const char *name, const QVariant &value) {
         filterer->setUniform(QLatin1String(name), value);
     };
-    set("u_SamplerEnvMap", int(cube.unit()));
+    set("u_SamplerEnvMap", int(cube->unit()));
     set("u_SampleCount", tableCount);
     set("u_IsMirror", int(!isDiffuse && slice.level == 0));
     glUniformMatrix3fv(filterer->getUniformLocation(QStringLiteral("u_Transform")), 1, GL_FALSE,
@@ -319,7 +322,13 @@ std::unique_ptr<EnvironmentBake> EnvironmentBake::create(Texture &cube, const Op
 
 bool EnvironmentBake::step()
 {
-    if (stage() == eDone || !hasContext("environment bake", nullptr)) {
+    if (stage() == eDone || !hasContext("environment bake", nullptr)
+        || !_state->context.isCurrent("environment bake")) {
+        return false;
+    }
+    if (_state->cube == nullptr) {
+        fail(nullptr,
+             QStringLiteral("environment bake: the source was deleted; keep it until the bake is done"));
         return false;
     }
     const Slice &slice = _state->slices[_state->next++];

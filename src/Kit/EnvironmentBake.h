@@ -34,12 +34,14 @@ public:
     enum Stage { eDiffuse, eReflections, eTable, eDone };
 
     /// Bakes from a cube map with a mip chain, such as EnvironmentImage::cubeMap() makes or a KTX file holds. It is borrowed
-    /// until the bake is done. Null if it is no cube map, an option is out of range, or the driver refuses a texture or shader.
+    /// until the bake is done. Null if it is no cube map of this context, an option is out of range, or the driver refuses a
+    /// texture or shader.
     static std::unique_ptr<EnvironmentBake> create(Zel::Texture &cube, const Options &options,
                                                    QString *error = nullptr);
     ~EnvironmentBake();
 
-    /// Bakes the next slice. Returns false, without an effect, when all is done.
+    /// Bakes the next slice. Returns false, without an effect, when all is done; with a warning, if the context of the bake is not
+    /// current or the source was deleted.
     bool step();
     Stage stage() const;
     float progress() const; ///< from 0 to 1

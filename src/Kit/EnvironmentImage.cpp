@@ -144,6 +144,24 @@ QString sizeText(const QSize &size)
     return QStringLiteral("%1x%2 texels").arg(size.width()).arg(size.height());
 }
 
+/// Whether there is a texel for each position; otherwise a message.
+bool isComplete(const LightImage &image, QString *error)
+{
+    if (!image.size.isEmpty()
+        && size_t(image.size.width()) * size_t(image.size.height()) == image.texels.size()) {
+        return true;
+    }
+    fail(error, QStringLiteral("an environment image of %1 cannot have %2 of them")
+                    .arg(sizeText(image.size))
+                    .arg(image.texels.size()));
+    return false;
+}
+
+bool isInside(const QSize &size, int x, int y)
+{
+    return x >= 0 && x < size.width() && y >= 0 && y < size.height();
+}
+
 /// Checks that a layout of cells fits the size.
 std::optional<Layout> resolveLayout(const QSize &size, std::optional<Layout> requested, QString *error)
 {
@@ -179,7 +197,8 @@ int faceSize(const EnvironmentImage &environment)
 
 void reduce(EnvironmentImage &environment)
 {
-    while (faceSize(environment) > kMaxFace && faceSize(environment) % 2 == 0) {
+    while (faceSize(environment) > kMaxFace && faceSize(environment) % 2 == 0
+           && environment.image.size.height() > 1) {
         environment.image = halved(environment.image);
     }
 }
@@ -207,7 +226,10 @@ public:
 
 LightImage halved(const LightImage &image)
 {
-    LightImage half{image.size / 2, {}};
+    if (!isComplete(image, nullptr)) {
+        return {};
+    }
+    LightImage half{QSize(image.size.width() / 2, image.size.height() / 2), {}}; // QSize's own / rounds up
     half.texels.reserve(image.texels.size() / 4);
     const auto width = size_t(image.size.width());
     for (int y = 0; y < half.size.height(); ++y) {
@@ -221,8 +243,11 @@ LightImage halved(const LightImage &image)
 
 std::optional<Layout> EnvironmentImage::layoutOf(const QSize &size)
 {
-    const int width = size.width();
-    const int height = size.height();
+    const auto width = qint64(size.width());
+    const auto height = qint64(size.height());
+    if (size.isEmpty()) {
+        return {};
+    }
     if (width == 2 * height) {
         return eLatLong;
     }
@@ -239,10 +264,7 @@ std::optional<EnvironmentImage> EnvironmentImage::prepared(LightImage image, std
                                                            QString *error)
 {
     const QSize size = image.size;
-    if (size.isEmpty() || size_t(size.width()) * size_t(size.height()) != image.texels.size()) {
-        fail(error, QStringLiteral("an environment image of %1 cannot have %2 of them")
-                        .arg(sizeText(size))
-                        .arg(image.texels.size()));
+    if (!isComplete(image, error)) {
         return {};
     }
     const std::optional<Layout> resolved = resolveLayout(size, layout, error);
@@ -268,6 +290,10 @@ std::optional<EnvironmentImage> EnvironmentImage::fromTexture(Texture &texture, 
     if (!hasContext("environment image", error)) {
         return {};
     }
+    if (glIsTexture(texture.textureID()) == GL_FALSE) {
+        fail(error, QStringLiteral("an environment image must come from a texture of the current context"));
+        return {};
+    }
     const AutoBinder bound(&texture);
     const TextureFacts facts(texture);
     if (!facts.isEnvironment()) {
@@ -284,6 +310,9 @@ QVector3D EnvironmentImage::direction(int x, int y) const
 {
     const int width = image.size.width();
     const int height = image.size.height();
+    if (!isInside(image.size, x, y) || (layout != eLatLong && x / height >= kFaces)) {
+        return {};
+    }
     if (layout == eLatLong) {
         const float around = 2.0f * float(M_PI) * (float(x) + 0.5f) / float(width);
         const float down = float(M_PI) * (float(y) + 0.5f) / float(height);
@@ -301,6 +330,9 @@ float EnvironmentImage::solidAngle(int x, int y) const
 {
     const int width = image.size.width();
     const int height = image.size.height();
+    if (!isInside(image.size, x, y)) {
+        return 0.0f;
+    }
     if (layout == eLatLong) {
         const float row = float(M_PI) / float(height);
         return 2.0f * float(M_PI) / float(width) * (std::cos(row * float(y)) - std::cos(row * float(y + 1)));

@@ -25,7 +25,8 @@ struct LightImage
     std::vector<QVector3D> texels;
 };
 
-/// The image at half the size; the last row or column is dropped if their number is odd.
+/// The image at half the size; the last row or column is dropped if their number is odd. Empty, with a warning, if the number of
+/// texels is not that of the size.
 ZELKIT_EXPORT LightImage halved(const LightImage &image);
 
 /// A light so far away that it comes from one direction.
@@ -63,7 +64,7 @@ struct ZELKIT_EXPORT EnvironmentImage
     static std::optional<EnvironmentImage> prepared(LightImage image, std::optional<Layout> layout = {},
                                                     QString *error = nullptr);
 
-    /// Reads a 2D texture or a cube map back, decodes sRGB, and prepares it. \a isFirstRowLowest: the rows go up, as the library's
+    /// Reads a 2D texture or a cube map of the current context back, decodes sRGB, and prepares it. \a isFirstRowLowest: the rows go up, as the library's
     /// loaders upload all files but KTX and ASTC. \a layout: of a 2D texture. Empty, besides, for a texture of integers.
     static std::optional<EnvironmentImage> fromTexture(Zel::Texture &texture, bool isFirstRowLowest,
                                                        std::optional<Layout> layout = {},
@@ -72,14 +73,14 @@ struct ZELKIT_EXPORT EnvironmentImage
     QVector3D &at(int x, int y) { return image.texels[size_t(y) * size_t(image.size.width()) + size_t(x)]; }
     const QVector3D &at(int x, int y) const { return const_cast<EnvironmentImage *>(this)->at(x, y); }
 
-    /// The direction towards the centre of a texel, unit length.
+    /// The direction towards the centre of a texel, unit length; 0 outside of the image.
     QVector3D direction(int x, int y) const;
-    /// The solid angle of a texel, in steradians.
+    /// The solid angle of a texel, in steradians; 0 outside of the image.
     float solidAngle(int x, int y) const;
 
     /// Removes the strongest light, such as the sun or the main lamp of a studio, and returns it, so that it can cast shadows.
     /// Its texels keep at most the brightness of an ordinary lamp. Returns an empty value and changes nothing if no light is
-    /// strong enough.
+    /// strong enough or, with a warning, if the image is not prepared.
     std::optional<DistantLight> takeStrongestLight();
 
     /// A cube map with a mip chain, of half floats; null if the driver refuses it or the image is not prepared. The most

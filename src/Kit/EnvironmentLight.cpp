@@ -3,13 +3,16 @@
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
 #include "private/LightTextures.h"
+#include "private/OwnContext.h"
 
 #include <ZelGL/ZelGL.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QSaveFile>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 using namespace Orvane::Zel;
 
@@ -98,15 +101,20 @@ std::unique_ptr<Texture> makeLightTable(int size)
     return table;
 }
 
-EnvironmentLight::EnvironmentLight() = default;
+EnvironmentLight::EnvironmentLight()
+    : _context(std::make_unique<OwnContext>())
+{
+}
 
 EnvironmentLight::~EnvironmentLight() = default;
 
 void EnvironmentLight::setUp(GLSLMacroProcessor *processor)
 {
-    if (processor != nullptr) {
-        processor->addIncludePath(shaderFolder());
+    if (processor == nullptr) {
+        fail(nullptr, QStringLiteral("environment light: setUp() needs a text processor"));
+        return;
     }
+    processor->addIncludePath(shaderFolder());
 }
 
 std::unique_ptr<EnvironmentLight> EnvironmentLight::load(const QString &path, QString *error)
@@ -149,7 +157,7 @@ std::unique_ptr<EnvironmentLight> EnvironmentLight::load(const QString &path, QS
 
 bool EnvironmentLight::save(const QString &path, QString *error)
 {
-    if (!hasContext("environment light", error)) {
+    if (!hasContext("environment light", error) || !_context->isCurrent("environment light", error)) {
         return false;
     }
     FileHead head = {};
@@ -187,13 +195,20 @@ bool EnvironmentLight::bind(ShaderProgram *program)
         fail(nullptr, QStringLiteral("environment light: bind() needs a program that is bound"));
         return false;
     }
+    if (!_context->isCurrent("environment light")) {
+        return false;
+    }
     const auto set = [program](const QString &name, const QVariant &value) {
         if (program->hasUniform(name)) { // the driver removes unused uniforms
             program->setUniform(name, value);
         }
     };
-    for (const auto *texture : {&_reflections, &_diffuse, &_table}) {
-        (*texture)->bind();
+    Texture *const textures[] = {_reflections.get(), _diffuse.get(), _table.get()};
+    for (Texture *const &texture : textures) {
+        if (!texture->bind()) {
+            std::for_each(std::begin(textures), &texture, [](Texture *bound) { bound->unbind(); });
+            return false;
+        }
     }
     set(QStringLiteral("u_EnvironmentSpecular"), int(_reflections->unit()));
     set(QStringLiteral("u_EnvironmentDiffuse"), int(_diffuse->unit()));
@@ -205,6 +220,9 @@ bool EnvironmentLight::bind(ShaderProgram *program)
 
 void EnvironmentLight::unbind()
 {
+    if (!_context->isCurrent("environment light")) {
+        return;
+    }
     for (const auto *texture : {&_reflections, &_diffuse, &_table}) {
         (*texture)->unbind();
     }

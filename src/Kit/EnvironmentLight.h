@@ -17,6 +17,8 @@ class Texture;
 
 namespace ZelKit {
 
+class OwnContext;
+
 /// The light of an environment, baked for shading: EnvironmentBake makes it, or load().
 ///
 /// Programs include "KitEnvironment.glslh", whose functions return the light that a surface mirrors and scatters.
@@ -46,7 +48,7 @@ public:
     const QMatrix4x4 &rotation() const { return _toImage; }
 
     /// Sets the textures and uniforms of a program that is bound, until unbind(). Enable GL_TEXTURE_CUBE_MAP_SEAMLESS for its
-    /// draws. False, with a warning, for null.
+    /// draws. False, with a warning, for null, if the context of the light is not current, or if no texture unit is free.
     bool bind(Zel::ShaderProgram *program);
     void unbind();
 
@@ -61,6 +63,7 @@ private:
 
     ZELKIT_NO_EXPORT EnvironmentLight();
 
+    std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::Texture> _reflections;
     std::unique_ptr<Zel::Texture> _diffuse;
     std::unique_ptr<Zel::Texture> _table;

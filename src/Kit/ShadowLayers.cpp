@@ -3,6 +3,7 @@
 #include "RenderTarget.h"
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
+#include "private/OwnContext.h"
 #include "private/SavedTarget.h"
 #include "private/SceneBox.h"
 #include "private/StableCascades.h"
@@ -37,6 +38,8 @@ constexpr float kWidening = 0.96f;
 /// A spot light wider than this, in radians, gets cube faces like a point light.
 constexpr float kMaxSpotAngle = 1.2f;
 constexpr int kCubeFaces = 6;
+
+constexpr int kMaxErrors = 100;
 
 /// The reach of the projection of a spot light, in units of the light.
 constexpr float kSpotReach = 100.0f;
@@ -141,9 +144,30 @@ ShadowLayers::Layer makeLayer(int number, const ShadowMapManager::RenderData::Tr
     return layer;
 }
 
+/// Ends with a lost context too, in which some drivers report an error for ever.
 void dropErrors()
 {
-    while (glGetError() != GL_NO_ERROR) {}
+    for (int i = 0; i < kMaxErrors && glGetError() != GL_NO_ERROR; ++i) {}
+}
+
+bool isFinite(const QVector3D &vector)
+{
+    return std::isfinite(vector.x()) && std::isfinite(vector.y()) && std::isfinite(vector.z());
+}
+
+bool isFinite(const QMatrix4x4 &matrix)
+{
+    return std::all_of(matrix.constData(), matrix.constData() + 16,
+                       [](float value) { return std::isfinite(value); });
+}
+
+bool isUsable(const ShadowLight &light)
+{
+    const bool hasDirection = light.type == ShadowLight::ePoint
+                              || (isFinite(light.direction) && !light.direction.normalized().isNull());
+    const bool hasPosition = light.type == ShadowLight::eDirectional || isFinite(light.position);
+    const bool hasAngle = light.type != ShadowLight::eSpot || light.halfAngle > 0.0f; // false for a NaN
+    return hasDirection && hasPosition && hasAngle && light.size >= 0.0f && std::isfinite(light.size);
 }
 
 /// An array texture for depths or moments. Outside of a layer nothing casts a shadow.
@@ -179,7 +203,7 @@ bool areValid(const ShadowLayers::Options &options, QString *error)
 
 QMatrix4x4 ShadowLight::placement() const
 {
-    const QVector3D back = -direction;
+    const QVector3D back = -direction.normalized();
     const QVector3D side =
         std::abs(back.y()) < 0.9f ? QVector3D(0.0f, 1.0f, 0.0f) : QVector3D(1.0f, 0.0f, 0.0f);
     const QVector3D right = QVector3D::crossProduct(side, back).normalized();
@@ -193,10 +217,12 @@ QMatrix4x4 ShadowLight::placement() const
 
 void ShadowLayers::setUp(GLSLMacroProcessor *processor, Kind kind)
 {
-    if (processor != nullptr) {
-        processor->addIncludePath(shaderFolder());
-        ShadowMapManager::setup(processor, kind == eVariance ? 1 : 0);
+    if (processor == nullptr) {
+        fail(nullptr, QStringLiteral("shadow layers: setUp() needs a text processor"));
+        return;
     }
+    processor->addIncludePath(shaderFolder());
+    ShadowMapManager::setup(processor, kind == eVariance ? 1 : 0);
 }
 
 QString ShadowLayers::shaderFile()
@@ -206,6 +232,7 @@ QString ShadowLayers::shaderFile()
 
 ShadowLayers::ShadowLayers(const Options &options)
     : _options(options)
+    , _context(std::make_unique<OwnContext>())
     , _table(std::make_unique<RenderData>())
     , _tableVariant(QVariant::fromValue<QObject *>(_table.get()))
     , _framebuffer(std::make_unique<FramebufferObject>(nullptr))
@@ -227,6 +254,7 @@ std::unique_ptr<ShadowLayers> ShadowLayers::create(const Options &options, QStri
     if (!layers->buildBlur(error) || !layers->makeLayers(0, error)) {
         return nullptr;
     }
+    layers->upload({}); // bind() is valid before the first update()
     return layers;
 }
 
@@ -246,7 +274,17 @@ void ShadowLayers::setLights(const std::vector<ShadowLight> &lights)
     _lights.clear();
     _stable.clear();
     QVariantList list;
-    for (const ShadowLight &source : _sources) {
+    for (ShadowLight &source : _sources) {
+        const bool isShadowing = isUsable(source);
+        if (!isShadowing) {
+            fail(nullptr,
+                 QStringLiteral("shadow layers: light %1 has values that are not finite, no direction or no "
+                                "angle; it casts no shadow")
+                     .arg(_lights.size()));
+            source = ShadowLight();
+            source.type = ShadowLight::ePoint;
+        }
+        source.direction.normalize();
         _lights.push_back(std::make_unique<Light>());
         _stable.push_back(std::make_unique<StableCascades>());
         Light &light = *_lights.back();
@@ -260,6 +298,9 @@ void ShadowLayers::setLights(const std::vector<ShadowLight> &lights)
             light.setType(source.halfAngle < kMaxSpotAngle ? Light::eSpot : Light::ePoint);
             light.setSpotCutoff(source.halfAngle * 1.05f);
         }
+        if (!isShadowing) {
+            light.setOn(false);
+        }
     }
     _lightList = list;
     _isValid = false;
@@ -269,11 +310,15 @@ bool ShadowLayers::update(const QMatrix4x4 &view, const QMatrix4x4 &projection, 
                           const CasterDrawer &drawCasters, QString *error)
 {
     const Corners box(bounds.boxLowerBounds(), bounds.boxUpperBounds());
-    if (!hasContext("shadow layers", error)) {
+    if (!hasContext("shadow layers", error) || !_context->isCurrent("shadow layers", error)) {
         return false;
     }
     if (!drawCasters) {
         fail(error, QStringLiteral("shadow layers: update() needs a function that draws the casters"));
+        return false;
+    }
+    if (!isFinite(view) || !isFinite(projection)) {
+        fail(error, QStringLiteral("shadow layers: the view or the projection is not finite"));
         return false;
     }
     if (!SceneBox(box).isValid()) {
@@ -533,7 +578,8 @@ bool ShadowLayers::bind(ShaderProgram *program)
         fail(nullptr, QStringLiteral("shadow layers: bind() needs a program that is bound"));
         return false;
     }
-    return _block->bind(program) && ShadowMapManager::bind(program, _tableVariant);
+    return _context->isCurrent("shadow layers") && _block->bind(program)
+           && ShadowMapManager::bind(program, _tableVariant);
 }
 
 bool ShadowLayers::unbind(ShaderProgram *program)
@@ -542,13 +588,16 @@ bool ShadowLayers::unbind(ShaderProgram *program)
         fail(nullptr, QStringLiteral("shadow layers: unbind() needs the program of bind()"));
         return false;
     }
+    if (!_context->isCurrent("shadow layers")) {
+        return false;
+    }
     const bool isUnbound = ShadowMapManager::unbind(program, _tableVariant);
     return _block->unbind(program) && isUnbound;
 }
 
 bool ShadowLayers::drawDebug(QString *error)
 {
-    if (!hasContext("shadow layers", error)) {
+    if (!hasContext("shadow layers", error) || !_context->isCurrent("shadow layers", error)) {
         return false;
     }
     if (_debug == nullptr) {

@@ -32,6 +32,7 @@ class UniformBufferObject;
 
 namespace ZelKit {
 
+class OwnContext;
 class RenderTarget;
 class StableCascades;
 
@@ -48,7 +49,7 @@ struct ZELKIT_EXPORT ShadowLight
 
     Type type = eDirectional;
     QVector3D position;                     ///< unless directional
-    QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines, unit length; unless a point light
+    QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines, of any length; unless a point light
     /// Of the cone that the layer of a spot light covers. Shaders get no cone: what is outside counts as lit.
     float halfAngle = 0.7853982f;
     /// Radius of the source, which softens its shadows; of a directional light the tangent of its angular radius.
@@ -120,21 +121,23 @@ public:
     static std::unique_ptr<ShadowLayers> create(const Options &options, QString *error = nullptr);
     ~ShadowLayers();
 
-    /// Sets the lights; uses only the first kMaxLights. The number of a light in shaders is its index.
+    /// Sets the lights; uses only the first kMaxLights. The number of a light in shaders is its index. A light with values that are
+    /// not finite, without a direction, or a spot light without an angle casts no shadow, with a warning.
     void setLights(const std::vector<ShadowLight> &lights);
     /// Makes the next update() render every layer. Call it when casters have changed.
     void invalidate() { _isValid = false; }
 
     /// Fits the projections to the part of the box that the camera sees, and renders the layers whose projection changed.
     /// Restores framebuffer and viewport; sets the clear colour to white and the depth mask to true. False if the box is empty or
-    /// not finite, without a function to draw casters, or if the driver cannot provide the layers.
+    /// not finite, if the matrices are not finite, without a function to draw casters, or if the driver cannot provide the layers.
     ///
     /// \a box: around all casters and receivers, a little larger than needed. Stable cascades keep their size only if it stays
     /// the same.
     bool update(const QMatrix4x4 &view, const QMatrix4x4 &projection, const Zel::Bounds &box,
                 const CasterDrawer &drawCasters, QString *error = nullptr);
 
-    /// Sets the textures and uniforms of a program that is bound, until unbind(). False, with a warning, for null.
+    /// Sets the textures and uniforms of a program that is bound, until unbind(). False, with a warning, for null, or if the context of the
+    /// layers is not current.
     bool bind(Zel::ShaderProgram *program);
     bool unbind(Zel::ShaderProgram *program);
 
@@ -178,6 +181,7 @@ private:
     ZELKIT_NO_EXPORT void blurFrom(Zel::Texture *source, const QVector2D &step);
 
     Options _options;
+    std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::ShaderProgram> _blur;  ///< null for plain layers
     std::unique_ptr<Zel::ShaderProgram> _debug; ///< null until first used
     std::vector<ShadowLight> _sources;

@@ -1,5 +1,7 @@
 #include "EnvironmentImage.h"
 
+#include "private/Failure.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -67,6 +69,11 @@ QVector3D excess(const QVector3D &light, float limit)
 std::optional<DistantLight> EnvironmentImage::takeStrongestLight()
 {
     EnvironmentImage &environment = *this;
+    if (image.size.isEmpty()
+        || size_t(image.size.width()) * size_t(image.size.height()) != image.texels.size()) {
+        fail(nullptr, QStringLiteral("an environment image must come from prepared() or fromTexture()"));
+        return {};
+    }
     const float mean = meanOf(environment);
     const float limit = kMinProminence * mean;
 
