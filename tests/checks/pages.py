@@ -3,10 +3,14 @@
 
 Usage: pages.py ROOT [--update]
 
-A block of C++ follows a line `<!-- snippet FILE NAME -->` and equals the lines of docs/snippets/FILE between the lines
-`//! [NAME]`, without their indentation; --update copies them. The block of README.md is compiled by the test Install.
+A block of C++ follows a line that names its source, below docs; --update copies it:
+`<!-- snippet FILE NAME -->`  the lines of snippets/FILE between the lines `//! [NAME]`, without their indentation
+`<!-- file FILE -->`          the whole file
+`<!-- changes FILE -->`       the changes of start/STEP/NAME since the last step that has NAME
+The block of README.md is compiled by the test Install.
 """
 
+import difflib
 import pathlib
 import re
 import subprocess
@@ -15,7 +19,8 @@ import textwrap
 
 ROOT = pathlib.Path(sys.argv[1])
 COMPILED_ELSEWHERE = {"README.md"}
-BLOCK = re.compile(r"((?:^<!-- snippet (\S+) (\S+) -->\n)?)^```cpp\n(.*?)^```$", re.M | re.S)
+DOCS = ROOT / "docs"
+BLOCK = re.compile(r"^<!-- (snippet|file|changes) ([^>]+) -->\n^```(\w+)\n(.*?)^```$", re.M | re.S)
 
 
 def anchors(page):
@@ -40,10 +45,30 @@ def link_errors(page, text):
 
 def snippet(file, name):
     """The lines of a snippet, or None."""
-    path = ROOT / "docs" / "snippets" / file
+    path = DOCS / "snippets" / file
     found = path.exists() and re.search(
         rf"^ *//! \[{re.escape(name)}\]\n(.*?)^ *//! \[{re.escape(name)}\]$", path.read_text(), re.M | re.S)
     return textwrap.dedent(found[1]) if found else None
+
+
+def whole(file):
+    """The text of a file, or None."""
+    path = DOCS / file
+    return path.read_text() if path.exists() else None
+
+
+def changes(file):
+    """The differences of a file of a step from the last one before it, or None."""
+    path = DOCS / file
+    earlier = sorted(path.parents[1].glob(f"[0-9]*/{path.name}"))
+    if path not in earlier[1:]:
+        return None
+    old, new = earlier[earlier.index(path) - 1].read_text(), path.read_text()
+    lines = list(difflib.unified_diff(old.splitlines(), new.splitlines(), n=2, lineterm=""))[2:]
+    return "".join(re.sub("^@@.*", "@@", line).rstrip() + "\n" for line in lines)
+
+
+SOURCES = {"snippet": snippet, "file": whole, "changes": changes}
 
 
 def main():
@@ -57,23 +82,22 @@ def main():
         errors += [f"{name}: {error}" for error in link_errors(page, text)]
 
         def renewed(match):
-            marker, file, tag, code = match.groups()
-            if not marker:
-                if name not in COMPILED_ELSEWHERE:
-                    errors.append(f"{name}: C++ without a line <!-- snippet FILE NAME -->: {code.splitlines()[0]}")
-                return match[0]
-            current = snippet(file, tag)
+            kind, source, language, _ = match.groups()
+            current = SOURCES[kind](*source.split())
             if current is None:
-                errors.append(f"{name}: no snippet {tag} in docs/snippets/{file}")
+                errors.append(f"{name}: no {kind} {source} below docs")
                 return match[0]
-            return f"{marker}```cpp\n{current}```"
+            return f"<!-- {kind} {source} -->\n```{language}\n{current}```"
 
+        for code in re.findall(r"(?<!-->\n)^```cpp\n(.*)", text, re.M):
+            if name not in COMPILED_ELSEWHERE:
+                errors.append(f"{name}: C++ without a line that names its source: {code}")
         new = BLOCK.sub(renewed, text)
         if new != text:
             if "--update" in sys.argv:
                 page.write_text(new)
             else:
-                errors.append(f"{name}: a block of C++ differs from its snippet; run tests/checks/pages.py . --update")
+                errors.append(f"{name}: a block differs from its source; run tests/checks/pages.py . --update")
     print("\n".join(errors) or f"{len(pages)} pages")
     return bool(errors)
 

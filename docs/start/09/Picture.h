@@ -1,0 +1,223 @@
+#pragma once
+
+#include "Box.h"
+
+#include <ZelGL/ZelGL.h>
+#include <ZelKit/ZelKit.h>
+#include <ZelShaders/ZelShaders.h>
+
+#include <QtGui/QPainter>
+
+#include <cmath>
+
+using namespace Orvane::Zel;
+using namespace Orvane::ZelKit;
+using namespace Orvane::ZelShaders;
+
+const char *const kVertexText = R"(#version 150
+#include "ZelUtilities.glslh"
+#instancedata "Stone"
+in vec3 va_Vertex;
+in vec3 va_Normal;
+in vec2 va_TexCoord;
+uniform mat4 u_ViewProjection;
+out vec3 vo_Position;
+out vec3 vo_Normal;
+out vec2 vo_TexCoord;
+flat out vec3 vo_Color;
+flat out uvec2 vo_Image;
+
+void main()
+{
+    vo_Normal = mat3(getModelMatrix()) * va_Normal;
+    vo_TexCoord = va_TexCoord;
+    vo_Color = getColor().rgb;
+    vo_Image = getImage();
+    vec4 position = getModelMatrix() * vec4(va_Vertex, 1.0);
+    vo_Position = position.xyz;
+    gl_Position = u_ViewProjection * position;
+}
+)";
+
+const char *const kCasterText = R"(#version 150
+#include "KitCasterVertex.glslh"
+#include "ZelUtilities.glslh"
+#instancedata "Stone"
+in vec3 va_Vertex;
+uniform mat4 u_Projection;
+
+void main()
+{
+    gl_Position = shadowCasterPosition(u_Projection * getModelMatrix() * vec4(va_Vertex, 1.0));
+}
+)";
+
+const char *const kFragmentText = R"(#version 150
+#include "KitShadows.glslh"
+#include "TextureManager.glslh"
+#include "noise2D.glslh"
+in vec3 vo_Position;
+in vec3 vo_Normal;
+in vec2 vo_TexCoord;
+flat in vec3 vo_Color;
+flat in uvec2 vo_Image;
+out vec4 o_Color;
+
+void main()
+{
+    float vein = abs(snoise(VEINS * vo_TexCoord + 0.5 * snoise(2.0 * vo_TexCoord)));
+    vec3 color = vo_Color * mix(0.7, 1.0, sqrt(vein)) * managedTexture(vo_Image, vo_TexCoord).rgb;
+    vec3 normal = normalize(vo_Normal);
+    vec3 toSun = shadowDirectionTo(0, vo_Position);
+    float visible = shadowVisibility(0, vo_Position, normal, toSun);
+    float light = 0.4 + 0.6 * visible * max(dot(normal, toSun), 0.0);
+    o_Color = vec4(light * color, 1.0);
+}
+)";
+
+const int kStones = 24;
+
+/// A frame around tiles.
+inline QImage paintedImage(int tiles)
+{
+    QImage image(64, 64, QImage::Format_ARGB32);
+    image.fill(QColor(150, 140, 130));
+    QPainter painter(&image);
+    for (int i = 0; i < tiles * tiles; ++i) {
+        const int side = 56 / tiles;
+        painter.fillRect(4 + side * (i % tiles), 4 + side * (i / tiles), side - 2, side - 2, Qt::white);
+    }
+    return image;
+}
+
+class Picture
+{
+public:
+    OrbitCamera camera;
+
+    Picture()
+    {
+        auto *plan = new InstanceDataPlan("Stone");
+        for (const char *name : {"ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix"}) {
+            plan->addMember(InstanceDataPlan::eMat4, name); // the scene writes them
+        }
+        plan->addMember(InstanceDataPlan::eVec4, "Color");
+        plan->addMember(InstanceDataPlan::eTexture, "Image");
+        InstanceDataRegistry::Instance()->registerPlan(plan); // takes ownership
+        QVector<TextureToken> images;
+        for (const int tiles : {1, 3, 7}) {
+            images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
+        }
+        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last stone is the ground
+        auto *shape = new DrawBuffers(nullptr);
+        makeBox(shape);
+        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0});
+        shape->setDrawElementsIndirectCommands(commands.constData(), commands.size());
+        const int drawable = scene.add(shape, 0, nullptr, stones, 0); // owns both from now on
+
+        int place = GPUModel::kInvalidTransformRef;
+        for (int i = 0; i <= kStones; ++i) {
+            const bool isGround = i == kStones;
+            const float share = float(i) / kStones;
+            const QVector4D color = isGround
+                                        ? QVector4D(0.55f, 0.6f, 0.55f, 1.0f)
+                                        : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f);
+            stones->set(i, "Color", &color, sizeof color);
+            stones->set(i, "Image", &images[isGround ? 2 : i % 2], sizeof(TextureToken));
+
+            QMatrix4x4 size;
+            if (isGround) {
+                size.scale(5.0f, 0.1f, 5.0f);
+            } else {
+                QMatrix4x4 climb; // from the stone below
+                climb.translate(0.0f, 0.25f, 0.0f);
+                climb.rotate(15.0f, 0.0f, 1.0f, 0.0f);
+                place = scene.addTransform(place, climb);
+                size.translate(1.9f, 0.0f, 0.0f);
+                size.scale(1.1f, 0.1f, 0.35f);
+            }
+            const int parent = isGround ? GPUModel::kInvalidTransformRef : place;
+            scene.useTransform(drawable, i, scene.addTransform(parent, size));
+            scene.useBoundingBox(drawable, i, 0);
+        }
+        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
+        scene.loadBoundingBoxes(&box, 1);
+
+        DrawBuffers::setup(&processor);
+        textures->setup(&processor);
+        ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
+        processor.addDefine("VEINS", "1.5");
+        program.setMacroProcessor(&processor);
+        ProgramBuilder builder(program);
+        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
+        addAccessors(&builder);
+        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, textures->getShaderFile());
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowLayers::shaderFile());
+        builder.link();
+
+        casters.setMacroProcessor(&processor);
+        ProgramBuilder casterBuilder(casters);
+        casterBuilder.addShader(GL_VERTEX_SHADER, kCasterText, "caster text");
+        addAccessors(&casterBuilder);
+        casterBuilder.addShader(GL_FRAGMENT_SHADER, "#version 150\nvoid main() {}", "empty text");
+        casterBuilder.link();
+
+        ShadowLight sun;
+        sun.direction = QVector3D(0.9f, -0.9f, -0.1f).normalized();
+        sun.size = 0.02f; // soft edges
+        shadows = ShadowLayers::create({});
+        shadows->setLights({sun});
+    }
+
+    ~Picture()
+    {
+        scene.clear();     // deletes what it owns
+        textures->clear(); // deletes the textures
+    }
+
+    void draw(const QSize &size)
+    {
+        const float aspect = float(size.width()) / float(size.height());
+        camera.frame(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
+        const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
+        scene.updateTransforms();
+        scene.resetCulling();
+        const AutoEnabler depthTest(GL_DEPTH_TEST);
+        shadows->update(camera.view(), camera.projection(aspect), {{-5.1f, -0.2f, -5.1f}, {5.1f, 6.3f, 5.1f}},
+                        [this](const ShadowLayers::Layer &layer) {
+                            const AutoBinder bound(&casters);
+                            casters.setUniform("u_Projection", layer.projection);
+                            scene.draw(&casters, textures, 0, 0, eWindingOff, false);
+                        });
+
+        glViewport(0, 0, size.width(), size.height());
+        glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        scene.frustumCull(viewProjection);
+        const AutoBinder bound(&program);
+        shadows->bind(&program);
+        program.setUniform("u_ViewProjection", viewProjection);
+        scene.draw(&program, textures, 0, 0, eWindingCCW, false);
+        shadows->unbind(&program);
+        scene.updatePreviousMatrices();
+    }
+
+private:
+    /// Adds what getModelMatrix() and its like need to the vertex stage.
+    static void addAccessors(ProgramBuilder *builder)
+    {
+        builder->addShader(GL_VERTEX_SHADER, InstanceDataRegistry::Instance()->getPlan("Stone")->glslc(),
+                           "plan Stone");
+        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+    }
+
+    GPUModel scene;
+    std::unique_ptr<ShadowLayers> shadows;
+    ShaderProgram casters{nullptr};
+    TextureManager *textures = TextureManager::Instance();
+    GLSLMacroProcessor processor;
+    ShaderProgram program{nullptr};
+};

@@ -1,0 +1,280 @@
+#pragma once
+
+#include "Box.h"
+
+#include <ZelGL/ZelGL.h>
+#include <ZelKit/ZelKit.h>
+#include <ZelShaders/ZelShaders.h>
+
+#include <QtCore/QFile>
+#include <QtGui/QPainter>
+
+#include <cmath>
+
+using namespace Orvane::Zel;
+using namespace Orvane::ZelKit;
+using namespace Orvane::ZelShaders;
+
+const char *const kVertexText = R"(#version 150
+#include "ZelUtilities.glslh"
+#instancedata "Stone"
+in vec3 va_Vertex;
+in vec3 va_Normal;
+in vec2 va_TexCoord;
+uniform mat4 u_ViewProjection;
+out vec3 vo_Position;
+out vec3 vo_Normal;
+out vec2 vo_TexCoord;
+flat out vec3 vo_Color;
+flat out uvec2 vo_Image;
+
+void main()
+{
+    vo_Normal = mat3(getModelMatrix()) * va_Normal;
+    vo_TexCoord = va_TexCoord;
+    vo_Color = getColor().rgb;
+    vo_Image = getImage();
+    vec4 position = getModelMatrix() * vec4(va_Vertex, 1.0);
+    vo_Position = position.xyz;
+    gl_Position = u_ViewProjection * position;
+}
+)";
+
+const char *const kCasterText = R"(#version 150
+#include "KitCasterVertex.glslh"
+#include "ZelUtilities.glslh"
+#instancedata "Stone"
+in vec3 va_Vertex;
+uniform mat4 u_Projection;
+
+void main()
+{
+    gl_Position = shadowCasterPosition(u_Projection * getModelMatrix() * vec4(va_Vertex, 1.0));
+}
+)";
+
+const char *const kFragmentText = R"(#version 150
+#include "KitEnvironment.glslh"
+#include "KitShadows.glslh"
+#include "TextureManager.glslh"
+#include "noise2D.glslh"
+in vec3 vo_Position;
+in vec3 vo_Normal;
+in vec2 vo_TexCoord;
+flat in vec3 vo_Color;
+flat in uvec2 vo_Image;
+uniform vec3 u_Eye;
+uniform vec3 u_Sunlight;
+out vec4 o_Color;
+
+void main()
+{
+    float vein = abs(snoise(VEINS * vo_TexCoord + 0.5 * snoise(2.0 * vo_TexCoord)));
+    vec3 color = vo_Color * mix(0.7, 1.0, sqrt(vein)) * managedTexture(vo_Image, vo_TexCoord).rgb;
+    color = pow(color, vec3(2.2)); // images are sRGB, and light is linear
+    vec3 normal = normalize(vo_Normal);
+    vec3 toSun = shadowDirectionTo(0, vo_Position);
+    float visible = shadowVisibility(0, vo_Position, normal, toSun);
+    vec3 sunlight = u_Sunlight * visible * max(dot(normal, toSun), 0.0) / 3.1415927;
+    vec3 toEye = normalize(u_Eye - vo_Position);
+    vec2 gloss = environmentReflectance(max(dot(normal, toEye), 0.0), 0.35);
+    vec3 mirrored = environmentMirrored(reflect(-toEye, normal), 0.35) * (0.04 * gloss.x + gloss.y);
+    o_Color = vec4(color * (sunlight + environmentScattered(normal)) + mirrored, 1.0);
+}
+)";
+
+const int kStones = 24;
+
+/// A blue sky with a low sun above a grey ground.
+inline EnvironmentImage paintedSky()
+{
+    const QSize size(128, 64);
+    EnvironmentImage sky = *EnvironmentImage::prepared({size, std::vector<QVector3D>(128 * 64)});
+    const QVector3D toSun = QVector3D(-0.9f, 0.9f, 0.1f).normalized();
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            const QVector3D direction = sky.direction(x, y);
+            const float up = direction.y();
+            sky.at(x, y) =
+                up < 0.0f ? QVector3D(0.10f, 0.09f, 0.08f)
+                          : (1.0f - up) * QVector3D(0.5f, 0.5f, 0.5f) + up * QVector3D(0.12f, 0.22f, 0.5f);
+            if (QVector3D::dotProduct(direction, toSun) > 0.998f) {
+                sky.at(x, y) = QVector3D(330.0f, 300.0f, 250.0f);
+            }
+        }
+    }
+    return sky;
+}
+
+/// A frame around tiles.
+inline QImage paintedImage(int tiles)
+{
+    QImage image(64, 64, QImage::Format_ARGB32);
+    image.fill(QColor(150, 140, 130));
+    QPainter painter(&image);
+    for (int i = 0; i < tiles * tiles; ++i) {
+        const int side = 56 / tiles;
+        painter.fillRect(4 + side * (i % tiles), 4 + side * (i / tiles), side - 2, side - 2, Qt::white);
+    }
+    return image;
+}
+
+class Picture
+{
+public:
+    OrbitCamera camera;
+
+    Picture()
+    {
+        auto *plan = new InstanceDataPlan("Stone");
+        for (const char *name : {"ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix"}) {
+            plan->addMember(InstanceDataPlan::eMat4, name); // the scene writes them
+        }
+        plan->addMember(InstanceDataPlan::eVec4, "Color");
+        plan->addMember(InstanceDataPlan::eTexture, "Image");
+        InstanceDataRegistry::Instance()->registerPlan(plan); // takes ownership
+        QVector<TextureToken> images;
+        for (const int tiles : {1, 3, 7}) {
+            images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
+        }
+        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last stone is the ground
+        auto *shape = new DrawBuffers(nullptr);
+        makeBox(shape);
+        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0});
+        shape->setDrawElementsIndirectCommands(commands.constData(), commands.size());
+        const int drawable = scene.add(shape, 0, nullptr, stones, 0); // owns both from now on
+
+        int place = GPUModel::kInvalidTransformRef;
+        for (int i = 0; i <= kStones; ++i) {
+            const bool isGround = i == kStones;
+            const float share = float(i) / kStones;
+            const QVector4D color = isGround
+                                        ? QVector4D(0.55f, 0.6f, 0.55f, 1.0f)
+                                        : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f);
+            stones->set(i, "Color", &color, sizeof color);
+            stones->set(i, "Image", &images[isGround ? 2 : i % 2], sizeof(TextureToken));
+
+            QMatrix4x4 size;
+            if (isGround) {
+                size.scale(5.0f, 0.1f, 5.0f);
+            } else {
+                QMatrix4x4 climb; // from the stone below
+                climb.translate(0.0f, 0.25f, 0.0f);
+                climb.rotate(15.0f, 0.0f, 1.0f, 0.0f);
+                place = scene.addTransform(place, climb);
+                size.translate(1.9f, 0.0f, 0.0f);
+                size.scale(1.1f, 0.1f, 0.35f);
+            }
+            const int parent = isGround ? GPUModel::kInvalidTransformRef : place;
+            scene.useTransform(drawable, i, scene.addTransform(parent, size));
+            scene.useBoundingBox(drawable, i, 0);
+        }
+        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
+        scene.loadBoundingBoxes(&box, 1);
+
+        DrawBuffers::setup(&processor);
+        textures->setup(&processor);
+        EnvironmentLight::setUp(&processor);
+        ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
+        processor.addDefine("VEINS", "1.5");
+        program.setMacroProcessor(&processor);
+        ProgramBuilder builder(program);
+        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
+        addAccessors(&builder);
+        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, textures->getShaderFile());
+        builder.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowLayers::shaderFile());
+        builder.link();
+
+        casters.setMacroProcessor(&processor);
+        ProgramBuilder casterBuilder(casters);
+        casterBuilder.addShader(GL_VERTEX_SHADER, kCasterText, "caster text");
+        addAccessors(&casterBuilder);
+        casterBuilder.addShader(GL_FRAGMENT_SHADER, "#version 150\nvoid main() {}", "empty text");
+        casterBuilder.link();
+
+        EnvironmentImage image = paintedSky();
+        const DistantLight bright = *image.takeStrongestLight();
+        sunlight = bright.irradiance;
+        ShadowLight sun;
+        sun.direction = -bright.direction;
+        sun.size = 0.02f; // soft edges
+        shadows = ShadowLayers::create({});
+        shadows->setLights({sun});
+
+        if (QFile::exists("sky.light")) {
+            sky = EnvironmentLight::load("sky.light");
+        }
+        if (!sky) {
+            sky = EnvironmentBake::bake(image, {});
+            sky->save("sky.light");
+        }
+        PostChain::Options options;
+        options.filter = PostChain::eFxaa;
+        options.isToneMapped = true;
+        chain = PostChain::create(options);
+    }
+
+    ~Picture()
+    {
+        scene.clear();     // deletes what it owns
+        textures->clear(); // deletes the textures
+    }
+
+    void draw(const QSize &size)
+    {
+        const float aspect = float(size.width()) / float(size.height());
+        camera.frame(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
+        const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
+        scene.updateTransforms();
+        scene.resetCulling();
+        const AutoEnabler depthTest(GL_DEPTH_TEST);
+        shadows->update(camera.view(), camera.projection(aspect), {{-5.1f, -0.2f, -5.1f}, {5.1f, 6.3f, 5.1f}},
+                        [this](const ShadowLayers::Layer &layer) {
+                            const AutoBinder bound(&casters);
+                            casters.setUniform("u_Projection", layer.projection);
+                            scene.draw(&casters, textures, 0, 0, eWindingOff, false);
+                        });
+
+        GLint target = 0; // the framebuffer of the window or of the file
+        glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
+        chain->resize(size);
+        chain->begin();
+        glClearColor(0.35f, 0.45f, 0.60f, 1.0f); // linear light
+        glClear(GL_COLOR_BUFFER_BIT);
+        scene.frustumCull(viewProjection);
+        const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+        const AutoBinder bound(&program);
+        program.setUniform("u_Eye", camera.eye());
+        program.setUniform("u_Sunlight", sunlight);
+        sky->bind(&program);
+        shadows->bind(&program);
+        program.setUniform("u_ViewProjection", viewProjection);
+        scene.draw(&program, textures, 0, 0, eWindingCCW, false);
+        shadows->unbind(&program);
+        sky->unbind();
+        chain->end(GLuint(target));
+        scene.updatePreviousMatrices();
+    }
+
+private:
+    /// Adds what getModelMatrix() and its like need to the vertex stage.
+    static void addAccessors(ProgramBuilder *builder)
+    {
+        builder->addShader(GL_VERTEX_SHADER, InstanceDataRegistry::Instance()->getPlan("Stone")->glslc(),
+                           "plan Stone");
+        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
+        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
+    }
+
+    GPUModel scene;
+    std::unique_ptr<ShadowLayers> shadows;
+    std::unique_ptr<EnvironmentLight> sky;
+    std::unique_ptr<PostChain> chain;
+    QVector3D sunlight;
+    ShaderProgram casters{nullptr};
+    TextureManager *textures = TextureManager::Instance();
+    GLSLMacroProcessor processor;
+    ShaderProgram program{nullptr};
+};
