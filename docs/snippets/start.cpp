@@ -12,8 +12,6 @@
 #include <QtCore/QFile>
 #include <QtGui/QPainter>
 
-#include "Box.h"
-
 #include <cmath>
 
 // The headers above are skipped inside the namespaces.

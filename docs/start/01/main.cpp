@@ -7,14 +7,12 @@ using namespace Orvane::ZelKit;
 int main()
 {
     const auto context = HeadlessContext::create();
-    const auto target = context ? RenderTarget::create({640, 360}, GL_RGBA8) : nullptr;
-    if (target == nullptr) {
+    if (context == nullptr) {
         return 1; // the reason is logged
     }
-    {
-        const AutoBinder bound(target->framebuffer());
+    const QImage picture = RenderTarget::picture({640, 360}, [] {
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT);
-    }
-    return target->image().save("picture.png") ? 0 : 1;
+    });
+    return picture.save("picture.png") ? 0 : 1;
 }

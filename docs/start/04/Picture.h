@@ -9,13 +9,13 @@ using namespace Orvane::ZelKit;
 using namespace Orvane::ZelShaders;
 
 const char *const kVertexText = R"(#version 150
-in vec2 va_Vertex;
+in vec3 va_Vertex;
 out vec2 vo_Place;
 
 void main()
 {
-    vo_Place = va_Vertex;
-    gl_Position = vec4(va_Vertex, 0.0, 1.0);
+    vo_Place = va_Vertex.xy;
+    gl_Position = vec4(va_Vertex, 1.0);
 }
 )";
 
@@ -36,20 +36,13 @@ class Picture
 public:
     Picture()
     {
-        const auto corners = OpenGLDeviceContext::current()->newBuffer();
-        corners->setTarget(GL_ARRAY_BUFFER);
-        shape.setVAO(OpenGLDeviceContext::current()->newVAO());
-        shape.VAO()->upload("va_Vertex", corners, {-0.6f, -0.7f, 0.6f, -0.7f, 0.0f, 0.8f}, 2, GL_STATIC_DRAW);
-        shape.setPrimitiveType(GL_TRIANGLES);
-        shape.setVertexCount(3);
+        TriangleMesh triangle;
+        triangle.positions = {{-0.6f, -0.7f, 0.0f}, {0.6f, -0.7f, 0.0f}, {0.0f, 0.8f, 0.0f}};
+        shape = triangle.drawBuffers();
 
+        GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.link();
+        program = ProgramBuilder::build(kVertexText, kFragmentText, nullptr, &processor);
     }
 
     void draw(const QSize &size)
@@ -57,12 +50,11 @@ public:
         glViewport(0, 0, size.width(), size.height());
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        DrawScope scope(&program);
-        scope.draw(&shape);
+        DrawScope scope(program.get());
+        scope.draw(shape.get());
     }
 
 private:
-    DrawBuffers shape{nullptr};
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
+    std::unique_ptr<DrawBuffers> shape;
+    std::unique_ptr<ShaderProgram> program;
 };

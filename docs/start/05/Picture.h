@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Box.h"
-
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ZelShaders.h>
@@ -50,15 +48,11 @@ public:
 
     Picture()
     {
-        makeBox(&shape);
+        shape = TriangleMesh::box().drawBuffers();
 
+        GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.link();
+        program = ProgramBuilder::build(kVertexText, kFragmentText, nullptr, &processor);
     }
 
     void draw(const QSize &size)
@@ -67,15 +61,14 @@ public:
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const float aspect = float(size.width()) / float(size.height());
-        camera.frame(Bounds({-1.0f, -1.0f, -1.0f}, {1.0f, 1.0f, 1.0f}), aspect);
+        camera.refit(Bounds({-1.0f, -1.0f, -1.0f}, {1.0f, 1.0f, 1.0f}), aspect);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        DrawScope scope(&program);
-        program.setUniform("u_ViewProjection", camera.viewProjection(aspect));
-        scope.draw(&shape);
+        DrawScope scope(program.get());
+        program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        scope.draw(shape.get());
     }
 
 private:
-    DrawBuffers shape{nullptr};
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
+    std::unique_ptr<DrawBuffers> shape;
+    std::unique_ptr<ShaderProgram> program;
 };

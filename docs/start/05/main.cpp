@@ -1,7 +1,6 @@
 #include "Picture.h"
 
 #include <QtGui/QGuiApplication>
-#include <QtGui/QMouseEvent>
 #include <QtGui/QOpenGLWindow>
 
 const QSize kSize(640, 360);
@@ -26,34 +25,22 @@ protected:
         }
     }
 
-    void mousePressEvent(QMouseEvent *event) override { mouse = event->pos(); }
-
-    void mouseMoveEvent(QMouseEvent *event) override
+    bool event(QEvent *event) override
     {
-        if (picture && event->buttons() != Qt::NoButton) {
-            picture->camera.orbit(QVector2D(event->pos() - mouse) / float(height()));
-            mouse = event->pos();
+        if (picture && picture->camera.handle(event, size())) {
             update();
         }
+        return QOpenGLWindow::event(event);
     }
 
 private:
     std::unique_ptr<Picture> picture;
-    QPoint mouse;
 };
 
-int writePicture(const QString &file)
+bool writePicture(const QString &file)
 {
     const auto context = HeadlessContext::create();
-    const auto target = context ? RenderTarget::create(kSize, GL_RGBA8) : nullptr;
-    if (target == nullptr) {
-        return 1; // the reason is logged
-    }
-    {
-        const AutoBinder bound(target->framebuffer());
-        Picture().draw(kSize);
-    }
-    return target->image().save(file) ? 0 : 1;
+    return context && RenderTarget::picture(kSize, [] { Picture().draw(kSize); }).save(file);
 }
 
 int main(int argc, char **argv)
@@ -61,15 +48,10 @@ int main(int argc, char **argv)
     const bool isOffscreen = argc == 3 && QString(argv[1]) == "--offscreen";
     HeadlessContext::choosePlatform(isOffscreen ? HeadlessContext::eForPictures
                                                 : HeadlessContext::eForWindows);
-    QSurfaceFormat format;
-    format.setVersion(3, 2);
-    format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setDepthBufferSize(24);
-    QSurfaceFormat::setDefaultFormat(format);
     QGuiApplication application(argc, argv);
     const MessageLog log; // prints what the library reports
     if (isOffscreen) {
-        return writePicture(argv[2]);
+        return writePicture(argv[2]) ? 0 : 1;
     }
     Window window;
     window.resize(kSize);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Box.h"
-
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ZelShaders.h>
@@ -73,20 +71,11 @@ public:
             stones->set(i, "Place", &place, sizeof place);
             stones->set(i, "Color", &color, sizeof color);
         }
-        makeBox(&shape);
-        shape.setInstanceCount(kStones);
+        shape = TriangleMesh::box().drawBuffers(kStones);
 
-        DrawBuffers::setup(&processor);
+        GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        builder.addShader(GL_VERTEX_SHADER, plan->glslc(), "plan Stone");
-        builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.link();
+        program = ProgramBuilder::build(kVertexText, kFragmentText, nullptr, &processor);
     }
 
     void draw(const QSize &size)
@@ -95,16 +84,15 @@ public:
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const float aspect = float(size.width()) / float(size.height());
-        camera.frame(Bounds({-4.5f, -1.0f, -4.5f}, {4.5f, 1.0f, 4.5f}), aspect);
+        camera.refit(Bounds({-4.5f, -1.0f, -4.5f}, {4.5f, 1.0f, 4.5f}), aspect);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        DrawScope scope(&program, {stones.get()});
-        program.setUniform("u_ViewProjection", camera.viewProjection(aspect));
-        scope.draw(&shape);
+        DrawScope scope(program.get(), {stones.get()});
+        program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        scope.draw(shape.get());
     }
 
 private:
-    DrawBuffers shape{nullptr};
+    std::unique_ptr<DrawBuffers> shape;
     std::unique_ptr<InstanceDataCollection> stones;
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
+    std::unique_ptr<ShaderProgram> program;
 };

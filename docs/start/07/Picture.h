@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Box.h"
-
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ZelShaders.h>
@@ -59,7 +57,7 @@ void main()
 
 const int kStones = 24;
 
-/// A frame around tiles.
+/// Tiles with joints, lowest row first.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -98,22 +96,11 @@ public:
             stones->set(i, "Color", &color, sizeof color);
             stones->set(i, "Image", &images[i % 3], sizeof(TextureToken));
         }
-        makeBox(&shape);
-        shape.setInstanceCount(kStones);
+        shape = TriangleMesh::box().drawBuffers(kStones);
 
-        DrawBuffers::setup(&processor);
-        textures->setup(&processor);
+        GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        builder.addShader(GL_VERTEX_SHADER, plan->glslc(), "plan Stone");
-        builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, textures->getShaderFile());
-        builder.link();
+        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
     }
 
     ~Picture()
@@ -128,17 +115,16 @@ public:
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const float aspect = float(size.width()) / float(size.height());
-        camera.frame(Bounds({-4.5f, -1.0f, -4.5f}, {4.5f, 1.0f, 4.5f}), aspect);
+        camera.refit(Bounds({-4.5f, -1.0f, -4.5f}, {4.5f, 1.0f, 4.5f}), aspect);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        DrawScope scope(&program, {stones.get()}, textures);
-        program.setUniform("u_ViewProjection", camera.viewProjection(aspect));
-        scope.draw(&shape);
+        DrawScope scope(program.get(), {stones.get()}, textures);
+        program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        scope.draw(shape.get());
     }
 
 private:
-    DrawBuffers shape{nullptr};
-    std::unique_ptr<InstanceDataCollection> stones;
     TextureManager *textures = TextureManager::Instance();
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
+    std::unique_ptr<DrawBuffers> shape;
+    std::unique_ptr<InstanceDataCollection> stones;
+    std::unique_ptr<ShaderProgram> program;
 };

@@ -1,14 +1,10 @@
 #pragma once
 
-#include "Box.h"
-
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtGui/QPainter>
-
-#include <cmath>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
@@ -58,7 +54,7 @@ void main()
 
 const int kStones = 24;
 
-/// A frame around tiles.
+/// Tiles with joints, lowest row first.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -89,14 +85,15 @@ public:
         for (const int tiles : {1, 3, 7}) {
             images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
         }
-        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last stone is the ground
-        auto *shape = new DrawBuffers(nullptr);
-        makeBox(shape);
-        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0});
-        shape->setDrawElementsIndirectCommands(commands.constData(), commands.size());
-        const int drawable = scene.add(shape, 0, nullptr, stones, 0); // owns both from now on
+        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last one is the ground
+        DrawBuffers *boxes = TriangleMesh::box().drawBuffers().release();
+        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0}); // 36 indices each
+        boxes->setDrawElementsIndirectCommands(commands.constData(), commands.size());
+        const int drawable = scene.add(boxes, 0, nullptr, stones, 0); // takes ownership of both
+        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
+        scene.loadBoundingBoxes(&box, 1);
 
-        int place = GPUModel::kInvalidTransformRef;
+        int place = GPUModel::kInvalidTransformRef; // no parent
         for (int i = 0; i <= kStones; ++i) {
             const bool isGround = i == kStones;
             const float share = float(i) / kStones;
@@ -105,10 +102,10 @@ public:
                                         : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f);
             stones->set(i, "Color", &color, sizeof color);
             stones->set(i, "Image", &images[isGround ? 2 : i % 2], sizeof(TextureToken));
-
             QMatrix4x4 size;
             if (isGround) {
                 size.scale(5.0f, 0.1f, 5.0f);
+                place = GPUModel::kInvalidTransformRef;
             } else {
                 QMatrix4x4 climb; // from the stone below
                 climb.translate(0.0f, 0.25f, 0.0f);
@@ -117,26 +114,13 @@ public:
                 size.translate(1.9f, 0.0f, 0.0f);
                 size.scale(1.1f, 0.1f, 0.35f);
             }
-            const int parent = isGround ? GPUModel::kInvalidTransformRef : place;
-            scene.useTransform(drawable, i, scene.addTransform(parent, size));
+            scene.useTransform(drawable, i, scene.addTransform(place, size));
             scene.useBoundingBox(drawable, i, 0);
         }
-        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
-        scene.loadBoundingBoxes(&box, 1);
 
-        DrawBuffers::setup(&processor);
-        textures->setup(&processor);
+        GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        builder.addShader(GL_VERTEX_SHADER, plan->glslc(), "plan Stone");
-        builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        builder.addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, textures->getShaderFile());
-        builder.link();
+        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
     }
 
     ~Picture()
@@ -151,21 +135,19 @@ public:
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const float aspect = float(size.width()) / float(size.height());
-        camera.frame(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
-        const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
+        camera.refit(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
         scene.updateTransforms();
         scene.resetCulling();
-        scene.frustumCull(viewProjection);
+        scene.frustumCull(camera.viewProjection(aspect));
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        const AutoBinder bound(&program);
-        program.setUniform("u_ViewProjection", viewProjection);
-        scene.draw(&program, textures, 0, 0, eWindingCCW, false);
+        const AutoBinder bound(program.get());
+        program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
         scene.updatePreviousMatrices();
     }
 
 private:
-    GPUModel scene;
     TextureManager *textures = TextureManager::Instance();
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
+    GPUModel scene;
+    std::unique_ptr<ShaderProgram> program;
 };

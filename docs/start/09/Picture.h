@@ -1,14 +1,10 @@
 #pragma once
 
-#include "Box.h"
-
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtGui/QPainter>
-
-#include <cmath>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
@@ -77,7 +73,7 @@ void main()
 
 const int kStones = 24;
 
-/// A frame around tiles.
+/// Tiles with joints, lowest row first.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -108,14 +104,15 @@ public:
         for (const int tiles : {1, 3, 7}) {
             images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
         }
-        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last stone is the ground
-        auto *shape = new DrawBuffers(nullptr);
-        makeBox(shape);
-        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0});
-        shape->setDrawElementsIndirectCommands(commands.constData(), commands.size());
-        const int drawable = scene.add(shape, 0, nullptr, stones, 0); // owns both from now on
+        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last one is the ground
+        DrawBuffers *boxes = TriangleMesh::box().drawBuffers().release();
+        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0}); // 36 indices each
+        boxes->setDrawElementsIndirectCommands(commands.constData(), commands.size());
+        const int drawable = scene.add(boxes, 0, nullptr, stones, 0); // takes ownership of both
+        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
+        scene.loadBoundingBoxes(&box, 1);
 
-        int place = GPUModel::kInvalidTransformRef;
+        int place = GPUModel::kInvalidTransformRef; // no parent
         for (int i = 0; i <= kStones; ++i) {
             const bool isGround = i == kStones;
             const float share = float(i) / kStones;
@@ -124,10 +121,10 @@ public:
                                         : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f);
             stones->set(i, "Color", &color, sizeof color);
             stones->set(i, "Image", &images[isGround ? 2 : i % 2], sizeof(TextureToken));
-
             QMatrix4x4 size;
             if (isGround) {
                 size.scale(5.0f, 0.1f, 5.0f);
+                place = GPUModel::kInvalidTransformRef;
             } else {
                 QMatrix4x4 climb; // from the stone below
                 climb.translate(0.0f, 0.25f, 0.0f);
@@ -136,33 +133,15 @@ public:
                 size.translate(1.9f, 0.0f, 0.0f);
                 size.scale(1.1f, 0.1f, 0.35f);
             }
-            const int parent = isGround ? GPUModel::kInvalidTransformRef : place;
-            scene.useTransform(drawable, i, scene.addTransform(parent, size));
+            scene.useTransform(drawable, i, scene.addTransform(place, size));
             scene.useBoundingBox(drawable, i, 0);
         }
-        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
-        scene.loadBoundingBoxes(&box, 1);
 
-        DrawBuffers::setup(&processor);
-        textures->setup(&processor);
-        ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
+        GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        addAccessors(&builder);
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, textures->getShaderFile());
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowLayers::shaderFile());
-        builder.link();
-
-        casters.setMacroProcessor(&processor);
-        ProgramBuilder casterBuilder(casters);
-        casterBuilder.addShader(GL_VERTEX_SHADER, kCasterText, "caster text");
-        addAccessors(&casterBuilder);
-        casterBuilder.addShader(GL_FRAGMENT_SHADER, "#version 150\nvoid main() {}", "empty text");
-        casterBuilder.link();
+        ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
+        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
+        casters = ProgramBuilder::build(kCasterText, "#version 150\nvoid main() {}\n", nullptr, &processor);
 
         ShadowLight sun;
         sun.direction = QVector3D(0.9f, -0.9f, -0.1f).normalized();
@@ -180,44 +159,33 @@ public:
     void draw(const QSize &size)
     {
         const float aspect = float(size.width()) / float(size.height());
-        camera.frame(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
-        const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
+        camera.refit(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
         scene.updateTransforms();
         scene.resetCulling();
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         shadows->update(camera.view(), camera.projection(aspect), {{-5.1f, -0.2f, -5.1f}, {5.1f, 6.3f, 5.1f}},
                         [this](const ShadowLayers::Layer &layer) {
-                            const AutoBinder bound(&casters);
-                            casters.setUniform("u_Projection", layer.projection);
-                            scene.draw(&casters, textures, 0, 0, eWindingOff, false);
+                            const AutoBinder bound(casters.get());
+                            casters->setUniform("u_Projection", layer.projection);
+                            scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
                         });
 
         glViewport(0, 0, size.width(), size.height());
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        scene.frustumCull(viewProjection);
-        const AutoBinder bound(&program);
-        shadows->bind(&program);
-        program.setUniform("u_ViewProjection", viewProjection);
-        scene.draw(&program, textures, 0, 0, eWindingCCW, false);
-        shadows->unbind(&program);
+        scene.frustumCull(camera.viewProjection(aspect));
+        const AutoBinder bound(program.get());
+        shadows->bind(program.get());
+        program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
+        shadows->unbind(program.get());
         scene.updatePreviousMatrices();
     }
 
 private:
-    /// Adds what getModelMatrix() and its like need to the vertex stage.
-    static void addAccessors(ProgramBuilder *builder)
-    {
-        builder->addShader(GL_VERTEX_SHADER, InstanceDataRegistry::Instance()->getPlan("Stone")->glslc(),
-                           "plan Stone");
-        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-    }
-
-    GPUModel scene;
-    std::unique_ptr<ShadowLayers> shadows;
-    ShaderProgram casters{nullptr};
     TextureManager *textures = TextureManager::Instance();
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
+    GPUModel scene;
+    std::unique_ptr<ShaderProgram> program;
+    std::unique_ptr<ShaderProgram> casters;
+    std::unique_ptr<ShadowLayers> shadows;
 };

@@ -1,15 +1,11 @@
 #pragma once
 
-#include "Box.h"
-
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ZelShaders.h>
 
 #include <QtCore/QFile>
 #include <QtGui/QPainter>
-
-#include <cmath>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
@@ -85,19 +81,18 @@ void main()
 
 const int kStones = 24;
 
-/// A blue sky with a low sun above a grey ground.
+/// A blue sky with a sun, above a dark ground.
 inline EnvironmentImage paintedSky()
 {
     const QSize size(128, 64);
     EnvironmentImage sky = *EnvironmentImage::prepared({size, std::vector<QVector3D>(128 * 64)});
     const QVector3D toSun = QVector3D(-0.9f, 0.9f, 0.1f).normalized();
+    const QVector3D ground(0.10f, 0.09f, 0.08f), horizon(0.5f, 0.5f, 0.5f), zenith(0.12f, 0.22f, 0.5f);
     for (int y = 0; y < size.height(); ++y) {
         for (int x = 0; x < size.width(); ++x) {
             const QVector3D direction = sky.direction(x, y);
             const float up = direction.y();
-            sky.at(x, y) =
-                up < 0.0f ? QVector3D(0.10f, 0.09f, 0.08f)
-                          : (1.0f - up) * QVector3D(0.5f, 0.5f, 0.5f) + up * QVector3D(0.12f, 0.22f, 0.5f);
+            sky.at(x, y) = up < 0.0f ? ground : horizon + up * (zenith - horizon);
             if (QVector3D::dotProduct(direction, toSun) > 0.998f) {
                 sky.at(x, y) = QVector3D(330.0f, 300.0f, 250.0f);
             }
@@ -106,7 +101,7 @@ inline EnvironmentImage paintedSky()
     return sky;
 }
 
-/// A frame around tiles.
+/// Tiles with joints, lowest row first.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -137,14 +132,15 @@ public:
         for (const int tiles : {1, 3, 7}) {
             images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
         }
-        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last stone is the ground
-        auto *shape = new DrawBuffers(nullptr);
-        makeBox(shape);
-        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0});
-        shape->setDrawElementsIndirectCommands(commands.constData(), commands.size());
-        const int drawable = scene.add(shape, 0, nullptr, stones, 0); // owns both from now on
+        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last one is the ground
+        DrawBuffers *boxes = TriangleMesh::box().drawBuffers().release();
+        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0}); // 36 indices each
+        boxes->setDrawElementsIndirectCommands(commands.constData(), commands.size());
+        const int drawable = scene.add(boxes, 0, nullptr, stones, 0); // takes ownership of both
+        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
+        scene.loadBoundingBoxes(&box, 1);
 
-        int place = GPUModel::kInvalidTransformRef;
+        int place = GPUModel::kInvalidTransformRef; // no parent
         for (int i = 0; i <= kStones; ++i) {
             const bool isGround = i == kStones;
             const float share = float(i) / kStones;
@@ -153,10 +149,10 @@ public:
                                         : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f);
             stones->set(i, "Color", &color, sizeof color);
             stones->set(i, "Image", &images[isGround ? 2 : i % 2], sizeof(TextureToken));
-
             QMatrix4x4 size;
             if (isGround) {
                 size.scale(5.0f, 0.1f, 5.0f);
+                place = GPUModel::kInvalidTransformRef;
             } else {
                 QMatrix4x4 climb; // from the stone below
                 climb.translate(0.0f, 0.25f, 0.0f);
@@ -165,48 +161,28 @@ public:
                 size.translate(1.9f, 0.0f, 0.0f);
                 size.scale(1.1f, 0.1f, 0.35f);
             }
-            const int parent = isGround ? GPUModel::kInvalidTransformRef : place;
-            scene.useTransform(drawable, i, scene.addTransform(parent, size));
+            scene.useTransform(drawable, i, scene.addTransform(place, size));
             scene.useBoundingBox(drawable, i, 0);
         }
-        const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
-        scene.loadBoundingBoxes(&box, 1);
 
-        DrawBuffers::setup(&processor);
-        textures->setup(&processor);
+        GLSLMacroProcessor processor;
+        processor.addDefine("VEINS", "1.5");
         EnvironmentLight::setUp(&processor);
         ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
-        processor.addDefine("VEINS", "1.5");
-        program.setMacroProcessor(&processor);
-        ProgramBuilder builder(program);
-        builder.addShader(GL_VERTEX_SHADER, kVertexText, "vertex text");
-        addAccessors(&builder);
-        builder.addShader(GL_FRAGMENT_SHADER, kFragmentText, "fragment text");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, "noise2D.glslc");
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, textures->getShaderFile());
-        builder.addShaderFromFile(GL_FRAGMENT_SHADER, ShadowLayers::shaderFile());
-        builder.link();
-
-        casters.setMacroProcessor(&processor);
-        ProgramBuilder casterBuilder(casters);
-        casterBuilder.addShader(GL_VERTEX_SHADER, kCasterText, "caster text");
-        addAccessors(&casterBuilder);
-        casterBuilder.addShader(GL_FRAGMENT_SHADER, "#version 150\nvoid main() {}", "empty text");
-        casterBuilder.link();
+        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
+        casters = ProgramBuilder::build(kCasterText, "#version 150\nvoid main() {}\n", nullptr, &processor);
 
         EnvironmentImage image = paintedSky();
-        const DistantLight bright = *image.takeStrongestLight();
-        sunlight = bright.irradiance;
+        const DistantLight brightest = *image.takeStrongestLight();
+        sunlight = brightest.irradiance;
         ShadowLight sun;
-        sun.direction = -bright.direction;
+        sun.direction = -brightest.direction;
         sun.size = 0.02f; // soft edges
         shadows = ShadowLayers::create({});
         shadows->setLights({sun});
 
-        if (QFile::exists("sky.light")) {
-            sky = EnvironmentLight::load("sky.light");
-        }
-        if (!sky) {
+        sky = QFile::exists("sky.light") ? EnvironmentLight::load("sky.light") : nullptr;
+        if (sky == nullptr) {
             sky = EnvironmentBake::bake(image, {});
             sky->save("sky.light");
         }
@@ -225,16 +201,15 @@ public:
     void draw(const QSize &size)
     {
         const float aspect = float(size.width()) / float(size.height());
-        camera.frame(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
-        const QMatrix4x4 viewProjection = camera.viewProjection(aspect);
+        camera.refit(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
         scene.updateTransforms();
         scene.resetCulling();
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         shadows->update(camera.view(), camera.projection(aspect), {{-5.1f, -0.2f, -5.1f}, {5.1f, 6.3f, 5.1f}},
                         [this](const ShadowLayers::Layer &layer) {
-                            const AutoBinder bound(&casters);
-                            casters.setUniform("u_Projection", layer.projection);
-                            scene.draw(&casters, textures, 0, 0, eWindingOff, false);
+                            const AutoBinder bound(casters.get());
+                            casters->setUniform("u_Projection", layer.projection);
+                            scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
                         });
 
         GLint target = 0; // the framebuffer of the window or of the file
@@ -243,38 +218,28 @@ public:
         chain->begin();
         glClearColor(0.35f, 0.45f, 0.60f, 1.0f); // linear light
         glClear(GL_COLOR_BUFFER_BIT);
-        scene.frustumCull(viewProjection);
+        scene.frustumCull(camera.viewProjection(aspect));
         const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-        const AutoBinder bound(&program);
-        program.setUniform("u_Eye", camera.eye());
-        program.setUniform("u_Sunlight", sunlight);
-        sky->bind(&program);
-        shadows->bind(&program);
-        program.setUniform("u_ViewProjection", viewProjection);
-        scene.draw(&program, textures, 0, 0, eWindingCCW, false);
-        shadows->unbind(&program);
+        const AutoBinder bound(program.get());
+        program->setUniform("u_Eye", camera.eye());
+        program->setUniform("u_Sunlight", sunlight);
+        sky->bind(program.get());
+        shadows->bind(program.get());
+        program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
+        shadows->unbind(program.get());
         sky->unbind();
         chain->end(GLuint(target));
         scene.updatePreviousMatrices();
     }
 
 private:
-    /// Adds what getModelMatrix() and its like need to the vertex stage.
-    static void addAccessors(ProgramBuilder *builder)
-    {
-        builder->addShader(GL_VERTEX_SHADER, InstanceDataRegistry::Instance()->getPlan("Stone")->glslc(),
-                           "plan Stone");
-        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.glslc");
-        builder->addShaderFromFile(GL_VERTEX_SHADER, "ZelUtilities.vert");
-    }
-
+    TextureManager *textures = TextureManager::Instance();
     GPUModel scene;
+    std::unique_ptr<ShaderProgram> program;
+    std::unique_ptr<ShaderProgram> casters;
     std::unique_ptr<ShadowLayers> shadows;
     std::unique_ptr<EnvironmentLight> sky;
     std::unique_ptr<PostChain> chain;
     QVector3D sunlight;
-    ShaderProgram casters{nullptr};
-    TextureManager *textures = TextureManager::Instance();
-    GLSLMacroProcessor processor;
-    ShaderProgram program{nullptr};
 };
