@@ -45,6 +45,9 @@ struct Loaded
             Check::start(options);
         }
     }
+
+    /// libZelGL deletes its shared quad later, when Qt no longer knows which context is current.
+    ~Loaded() { Check::stop(); }
 };
 
 const Loaded loaded;

@@ -24,6 +24,7 @@ int main(int argc, char **argv)
     }
     QOpenGLFramebufferObject target(64, 64);
     target.bind();
+    OpenGLDeviceContext::current()->fullscreenQuad(); // libZelGL deletes it after main()
     glViewport(0, 0, 64, 64);
     const QColor color(255, 160, 0);
     const bool drawn = drawDisc(color);
