@@ -3,7 +3,9 @@
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
+#include <QtGui/QMouseEvent>
 #include <QtGui/QOpenGLPaintDevice>
+#include <QtGui/QOpenGLWindow>
 #include <QtGui/QPainter>
 
 using namespace Orvane::Zel;
@@ -17,6 +19,35 @@ out vec4 color;
 uint getDrawID() { return 0u; }
 void main() { color = getColor(getDrawID()); }
 )";
+
+//! [SceneView]
+struct Sky
+{
+    OrbitCamera camera;
+
+    void draw(const QSize &)
+    {
+        glClearColor(0, 0, camera.azimuth() > 0 ? 1 : 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+};
+
+class Window : public SceneView<QOpenGLWindow, Sky> // resize() and show() it
+{
+public:
+    bool event(QEvent *event) override; // whatever else the host does
+};
+//! [SceneView]
+
+bool Window::event(QEvent *event)
+{
+    if (event->type() == QEvent::Expose) { // of a platform; this window has no surface
+        initializeGL();
+        paintGL();
+        return true;
+    }
+    return SceneView::event(event);
+}
 
 /// The plan "Card" with a colour, and an item.
 class CardSnippetsTest : public SnippetsTest
@@ -240,6 +271,28 @@ TEST_F(SnippetsTest, RenderTarget)
     EXPECT_EQ(qRgb(255, 0, 0), picture.pixel(0, 0));
 }
 
+TEST_F(SnippetsTest, SceneView)
+{
+    {
+        Window window;
+        window.resize(100, 100);
+        const auto send = [&window](QEvent::Type type, int x) {
+            QMouseEvent event(type, QPointF(x, 0), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+            window.event(&event);
+        };
+        send(QEvent::MouseMove, 5); // there is no scene yet
+        QExposeEvent expose{QRegion()};
+        window.event(&expose);
+        send(QEvent::MouseButtonPress, 50);
+        send(QEvent::MouseMove, 40);
+        EXPECT_FLOAT_EQ(35 + 20, window.scene()->camera.azimuth());
+    }
+    makeCurrent();
+    EXPECT_EQ(qRgb(0, 0, 255), Window::picture({4, 4}).pixel(3, 3));
+    makeCurrent();
+    glClearColor(0, 0, 0, 0);
+}
+
 TEST_F(SnippetsTest, TriangleMesh)
 {
     const auto program = makeProgram("#version 150\nin vec3 va_Vertex; in vec3 va_Normal;\n"
@@ -269,10 +322,7 @@ TEST_F(SnippetsTest, ShadowLayers)
     view.lookAt({0, 4, 8}, {0, 0, 0}, {0, 1, 0});
     projection.perspective(60, 1, 1, 40);
     //! [ShadowLight]
-    ShadowLight sun;
-    sun.type = ShadowLight::eDirectional;
-    sun.direction = {0, -1, 0};
-    sun.size = 0.02f; // soft shadows
+    const ShadowLight sun = ShadowLight::sun({0, -1, 0}, 0.02f); // soft shadows
     //! [ShadowLight]
     //! [ShadowLayers]
     ShadowLayers::Options options;

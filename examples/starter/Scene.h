@@ -64,7 +64,6 @@ public:
     {
         const float aspect = float(size.width()) / float(size.height());
         camera.refit(Bounds({-2.5f, -2.5f, -2.5f}, {2.5f, 2.5f, 2.5f}), aspect);
-        glViewport(0, 0, size.width(), size.height());
         glClearColor(0.07f, 0.09f, 0.12f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const AutoEnabler depthTest(GL_DEPTH_TEST);

@@ -215,6 +215,33 @@ QMatrix4x4 ShadowLight::placement() const
     return matrix;
 }
 
+ShadowLight ShadowLight::sun(const QVector3D &direction, float size)
+{
+    ShadowLight light;
+    light.direction = direction.normalized();
+    light.size = size;
+    return light;
+}
+
+ShadowLight ShadowLight::spot(const QVector3D &position, const QVector3D &direction, float halfAngle,
+                              float size)
+{
+    ShadowLight light = sun(direction, size);
+    light.type = eSpot;
+    light.position = position;
+    light.halfAngle = halfAngle;
+    return light;
+}
+
+ShadowLight ShadowLight::point(const QVector3D &position, float size)
+{
+    ShadowLight light;
+    light.type = ePoint;
+    light.position = position;
+    light.size = size;
+    return light;
+}
+
 void ShadowLayers::setUp(GLSLMacroProcessor *processor, Kind kind)
 {
     if (processor == nullptr) {

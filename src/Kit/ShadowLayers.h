@@ -57,6 +57,12 @@ struct ZELKIT_EXPORT ShadowLight
 
     /// A transform to the position whose -z axis is the direction; the up direction is arbitrary.
     QMatrix4x4 placement() const;
+
+    /// A directional light.
+    static ShadowLight sun(const QVector3D &direction, float size = 0.0f);
+    static ShadowLight spot(const QVector3D &position, const QVector3D &direction, float halfAngle,
+                            float size = 0.0f);
+    static ShadowLight point(const QVector3D &position, float size = 0.0f);
 };
 
 /// The shadow map layers of a frame: their projections, allocation and rendering, and their lookup in shaders.

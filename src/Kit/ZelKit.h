@@ -21,5 +21,6 @@
 #include "Picker.h"
 #include "PostChain.h"
 #include "RenderTarget.h"
+#include "SceneView.h"
 #include "ShadowLayers.h"
 #include "TriangleMesh.h"
