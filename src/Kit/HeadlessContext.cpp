@@ -63,11 +63,17 @@ QString ContextBackend::describeMissing(const Options &options)
                                                        : QStringLiteral("compatibility"));
 }
 
-void HeadlessContext::choosePlatform(Purpose purpose, bool isDebug)
+void ContextBackend::choosePlatform(HeadlessContext::Purpose purpose)
 {
     const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY");
-    setDefault("QT_QPA_PLATFORM", purpose == eForWindows || hasDisplay ? "xcb" : "offscreen");
+    setDefault("QT_QPA_PLATFORM",
+               purpose == HeadlessContext::eForWindows || hasDisplay ? "xcb" : "offscreen");
     setDefault("QT_XCB_GL_INTEGRATION", "xcb_glx"); // the library looks up GL entry points by GLX
+}
+
+void HeadlessContext::choosePlatform(Purpose purpose, bool isDebug)
+{
+    ContextBackend::choosePlatform(purpose);
     if (QSurfaceFormat::defaultFormat() == QSurfaceFormat()) {
         QSurfaceFormat::setDefaultFormat(windowFormat(isDebug));
     }

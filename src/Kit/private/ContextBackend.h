@@ -21,6 +21,8 @@ public:
 
     /// Whether contexts of GLX are possible: by the application object or, without one, by a display that can be opened.
     static bool canUseGlx();
+    /// HeadlessContext::choosePlatform(), without the format of windows.
+    static void choosePlatform(HeadlessContext::Purpose purpose);
 
     /// The message about a driver that lacks the version or profile.
     static QString describeMissing(const Options &options);

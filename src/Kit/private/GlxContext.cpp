@@ -36,7 +36,7 @@ std::shared_ptr<QGuiApplication> makeApplication()
     static int argc = 1;
     static char name[] = "ZelKit";
     static char *argv[] = {name, nullptr};
-    HeadlessContext::choosePlatform();
+    ContextBackend::choosePlatform(HeadlessContext::eForPictures);
     const auto application = std::make_shared<QGuiApplication>(argc, argv);
     gApplication = application;
     return application;
