@@ -9,6 +9,7 @@
 #include <ZelGL/ZelGL.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QRegularExpression>
 #include <QtGui/QOpenGLPaintDevice>
 #include <QtGui/QPainter>
 #include <QtGui/QWheelEvent>
@@ -459,6 +460,90 @@ TEST_F(KitTest, WithoutAContextOrInAWrongOrderNothingIsMeasuredOrPicked)
         EXPECT_EQ(0, meter.frames());
     }
     makeCurrent();
+}
+
+TEST_F(KitTest, ALostContextIsReported)
+{
+    const auto target = RenderTarget::create({2, 2}, GL_RGBA8);
+    Hook<&glGetString> strings;
+    strings.replace([](GLenum) { return nullptr; });
+    Hook<&glGetError> errors;
+    errors.replace([] { return GLenum(0x0507); }); // GL_CONTEXT_LOST, for ever
+    QString error;
+    EXPECT_TRUE(target->image(&error).isNull());
+    EXPECT_TRUE(error.startsWith("the OpenGL context is lost")) << qPrintable(error);
+}
+
+/// Each class is used with another context, without one, and after the end of its own, and then deleted.
+TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
+{
+    using Use = std::function<bool()>; // false if it is refused
+    const struct
+    {
+        const char *name;
+        std::function<Use()> make;
+    } rows[] = {
+        {"render target",
+         [] {
+             std::shared_ptr<RenderTarget> target = RenderTarget::create({2, 2}, GL_RGBA8);
+             return [target] { return !target->image().isNull(); };
+         }},
+        {"overlay",
+         [] {
+             std::shared_ptr<Overlay> overlay = Overlay::create();
+             return [overlay] { return overlay->draw({"a"}, {64, 64}), false; };
+         }},
+        {"picker",
+         [] {
+             const auto picker = std::make_shared<Picker>();
+             return [picker] {
+                 return picker->find({}, {0}, [](const QList<int> &) { glClearStencil(0); }), false;
+             };
+         }},
+        {"frame meter",
+         [] {
+             const auto meter = std::make_shared<FrameMeter>();
+             return [meter] { return meter->begin(), false; };
+         }},
+        {"post chain",
+         [] {
+             std::shared_ptr<PostChain> chain = PostChain::create({});
+             chain->resize({2, 2});
+             return [chain] { return chain->begin() || chain->resize({4, 4}); };
+         }},
+        {"ambient occlusion",
+         [] {
+             std::shared_ptr<AmbientOcclusion> occlusion = AmbientOcclusion::create();
+             occlusion->resize({2, 2});
+             return [occlusion] { return occlusion->beginGeometry() || occlusion->resize({4, 4}); };
+         }},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto other = HeadlessContext::create();
+        auto own = HeadlessContext::create();
+        Use use = row.make();
+        EXPECT_EQ(QStringList(), _capture.takeTexts());
+        const QString refusal = QString("warning ZelKit: %1: another context is current").arg(row.name);
+        const auto expectRefusal = [&](const QString &start) {
+            EXPECT_FALSE(use());
+            EXPECT_EQ(start, _capture.takeTexts().value(0).left(start.size()));
+        };
+        other->makeCurrent();
+        const Tap<&glBindFramebuffer> binds;
+        expectRefusal(refusal);
+        EXPECT_EQ(0u, binds.count());
+        other->doneCurrent();
+        expectRefusal("warning ZelKit: ");
+        own.reset();
+        expectRefusal("warning ZelKit: ");
+        other->makeCurrent();
+        expectRefusal(refusal);
+        const Tap<&glDeleteFramebuffers> deletions;
+        use = {}; // the last one
+        EXPECT_EQ(0u, deletions.count());
+        EXPECT_EQ(QStringList(), _capture.takeTexts().filter(QRegularExpression("^(?!" + refusal + ")")));
+    }
 }
 
 TEST_F(KitMessagesTest, AnOrbitCameraFramesABoxTightlyAndRefusesWhatIsNotFinite)

@@ -3,6 +3,7 @@
 #include "RenderTarget.h"
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
+#include "private/Orphans.h"
 #include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
@@ -13,9 +14,16 @@ using namespace Orvane::Zel;
 
 namespace Orvane { namespace ZelKit {
 
-AmbientOcclusion::AmbientOcclusion() = default;
+AmbientOcclusion::AmbientOcclusion()
+    : _context(std::make_unique<OwnContext>())
+{
+}
 
-AmbientOcclusion::~AmbientOcclusion() = default;
+AmbientOcclusion::~AmbientOcclusion()
+{
+    keepWithoutContext(*_context, "ambient occlusion", _estimator, _smoother, _geometry, _estimate,
+                       _smoothed);
+}
 
 std::unique_ptr<AmbientOcclusion> AmbientOcclusion::create(QString *error)
 {
@@ -33,12 +41,17 @@ std::unique_ptr<AmbientOcclusion> AmbientOcclusion::create(QString *error)
     return occlusion->_smoother != nullptr ? std::move(occlusion) : nullptr;
 }
 
+bool AmbientOcclusion::isUsable(QString *error) const
+{
+    return hasContext("ambient occlusion", error) && _context->isCurrent("ambient occlusion", error);
+}
+
 bool AmbientOcclusion::resize(const QSize &size, QString *error)
 {
     if (size == _size) {
         return true;
     }
-    if (!hasContext("ambient occlusion", error)) {
+    if (!isUsable(error)) {
         return false;
     }
     const SavedTarget target;
@@ -60,7 +73,7 @@ bool AmbientOcclusion::beginGeometry()
         fail(nullptr, QStringLiteral("ambient occlusion: call resize() before beginGeometry()"));
         return false;
     }
-    if (!hasContext("ambient occlusion", nullptr)) {
+    if (!isUsable()) {
         return false;
     }
     glGetIntegerv(GL_FRAMEBUFFER_BINDING, &_hostFramebuffer);
@@ -79,7 +92,7 @@ bool AmbientOcclusion::endGeometry(const QMatrix4x4 &projection, float reach)
         fail(nullptr, QStringLiteral("ambient occlusion: endGeometry() needs a beginGeometry() before it"));
         return false;
     }
-    if (!hasContext("ambient occlusion", nullptr)) {
+    if (!isUsable()) {
         return false;
     }
     _isOpen = false;

@@ -17,6 +17,7 @@ class Texture;
 
 namespace ZelKit {
 
+class OwnContext;
 class RenderTarget;
 
 /// Screen-space ambient occlusion: estimates from the depth and normals of a frame how much ambient light reaches each
@@ -61,6 +62,9 @@ private:
     ZELKIT_NO_EXPORT void pass(Zel::ShaderProgram &program, RenderTarget &target,
                                const QMatrix4x4 &projection, float reach);
 
+    ZELKIT_NO_EXPORT bool isUsable(QString *error = nullptr) const;
+
+    std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::ShaderProgram> _estimator;
     std::unique_ptr<Zel::ShaderProgram> _smoother;
     QSize _size;

@@ -2,6 +2,7 @@
 
 #include "private/Failure.h"
 #include "private/Library.h"
+#include "private/OwnContext.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -35,7 +36,8 @@ QString rounded(double milliseconds)
 } // namespace
 
 FrameMeter::FrameMeter()
-    : _isUsable(isLibraryReady(nullptr))
+    : _context(std::make_unique<OwnContext>())
+    , _isUsable(isLibraryReady(nullptr))
 {
     if (_isUsable && hasTimer()) {
         glGenQueries(1, &_query);
@@ -44,7 +46,7 @@ FrameMeter::FrameMeter()
 
 FrameMeter::~FrameMeter()
 {
-    if (_query != 0) {
+    if (_query != 0 && _context->isCurrent("frame meter")) { // names are those of its context
         glDeleteQueries(1, &_query);
     }
 }
@@ -56,6 +58,9 @@ void FrameMeter::begin()
     }
     if (_counter) {
         fail(nullptr, QStringLiteral("FrameMeter::begin() has been called twice; call end() first"));
+        return;
+    }
+    if (!_context->isCurrent("frame meter")) {
         return;
     }
     _counter.emplace();
@@ -71,6 +76,10 @@ void FrameMeter::end()
         if (_isUsable) {
             fail(nullptr, QStringLiteral("FrameMeter::end() needs a begin() before it"));
         }
+        return;
+    }
+    if (!_context->isCurrent("frame meter")) {
+        _counter.reset();
         return;
     }
     if (_query != 0) {

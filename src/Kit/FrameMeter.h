@@ -6,9 +6,12 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QStringList>
 
+#include <memory>
 #include <optional>
 
 namespace Orvane { namespace ZelKit {
+
+class OwnContext;
 
 /// Measures what frames cost in time and GL calls, as means over all frames since reset().
 ///
@@ -49,6 +52,7 @@ private:
     /// Adds the GPU time of a frame, unless the driver reports more than \a longest, the wall time of the frame.
     void addGpuTime(double longest);
 
+    std::unique_ptr<OwnContext> _context;
     bool _isUsable; ///< the library was ready at the start
     int _frames = 0;
     int _timedFrames = 0; ///< frames whose GPU time is known

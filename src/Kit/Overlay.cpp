@@ -3,6 +3,7 @@
 #include "DrawScope.h"
 #include "private/Failure.h"
 #include "private/Library.h"
+#include "private/Orphans.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -100,11 +101,15 @@ std::unique_ptr<Texture> toTexture(const QImage &image)
 } // namespace
 
 Overlay::Overlay(std::unique_ptr<ShaderProgram> program)
-    : _program(std::move(program))
+    : _context(std::make_unique<OwnContext>())
+    , _program(std::move(program))
 {
 }
 
-Overlay::~Overlay() = default;
+Overlay::~Overlay()
+{
+    keepWithoutContext(*_context, "overlay", _program, _text);
+}
 
 std::unique_ptr<Overlay> Overlay::create(QString *error)
 {
@@ -133,7 +138,7 @@ void Overlay::setIndent(int characters)
 
 void Overlay::draw(const QStringList &lines, const QSize &viewport, qreal scale)
 {
-    if (!repaint(lines, viewport, scale)) {
+    if (!isLibraryReady(nullptr) || !_context->isCurrent("overlay") || !repaint(lines, viewport, scale)) {
         return;
     }
     const int margin = int(std::lround(kMargin * scale));

@@ -14,6 +14,8 @@ class Texture;
 
 namespace Orvane { namespace ZelKit {
 
+class OwnContext;
+
 /// Lines of text in the upper left corner of a finished picture, painted by QPainter; they break where the viewport ends.
 ///
 /// \snippet kit.cpp Overlay
@@ -41,6 +43,7 @@ private:
 
     bool repaint(const QStringList &lines, const QSize &viewport, qreal scale);
 
+    std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::ShaderProgram> _program;
     int _indent = 4;
 

@@ -2,6 +2,7 @@
 
 #include "private/Failure.h"
 #include "private/Library.h"
+#include "private/OwnContext.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -60,6 +61,7 @@ QMatrix4x4 Picker::closeUp(const QMatrix4x4 &projection, const QPoint &pixel, co
 }
 
 Picker::Picker()
+    : _context(std::make_unique<OwnContext>())
 {
     if (!isLibraryReady(nullptr)) {
         return;
@@ -77,7 +79,7 @@ Picker::Picker()
 
 Picker::~Picker()
 {
-    if (_framebuffer == 0) {
+    if (_framebuffer == 0 || !_context->isCurrent("picker")) { // names are those of its context
         return;
     }
     glDeleteFramebuffers(1, &_framebuffer);
@@ -90,6 +92,9 @@ std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const 
     if (_framebuffer == 0 || !draw) {
         fail(nullptr,
              QStringLiteral("the picker needs a function that draws, and a context when it is created"));
+        return {};
+    }
+    if (!isLibraryReady(nullptr) || !_context->isCurrent("picker")) {
         return {};
     }
     const BoundFramebuffer bound(_framebuffer);

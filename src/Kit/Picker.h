@@ -9,9 +9,12 @@
 #include <QtGui/QVector3D>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace Orvane { namespace ZelKit {
+
+class OwnContext;
 
 /// Finds what a pixel shows: draws into a framebuffer of one pixel, whose stencil receives a number of what is drawn. Numbers are
 /// the host's, for instance those of materials, and may be large.
@@ -49,6 +52,7 @@ public:
 private:
     int findAmong(QList<int> numbers, const Draw &draw) const;
 
+    std::unique_ptr<OwnContext> _context;
     unsigned int _framebuffer = 0; ///< 0: there was no context
     unsigned int _depthStencil = 0;
 };

@@ -4,6 +4,7 @@
 #include "private/Checks.h"
 #include "private/EdgeFilters.h"
 #include "private/FullscreenProgram.h"
+#include "private/Orphans.h"
 #include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
@@ -52,11 +53,16 @@ void PostChain::setUp(GLSLMacroProcessor *processor)
 }
 
 PostChain::PostChain(int samples)
-    : _samples(samples)
+    : _context(std::make_unique<OwnContext>())
+    , _samples(samples)
 {
 }
 
-PostChain::~PostChain() = default;
+PostChain::~PostChain()
+{
+    keepWithoutContext(*_context, "post chain", _encoder, _toneMapper, _filter, _multisampled, _resolved,
+                       _mapped);
+}
 
 std::unique_ptr<PostChain> PostChain::create(const Options &options, QString *error)
 {
@@ -95,7 +101,7 @@ bool PostChain::resize(const QSize &size, QString *error)
     if (size == _size) {
         return true;
     }
-    if (!hasContext("post chain", error)) {
+    if (!hasContext("post chain", error) || !_context->isCurrent("post chain", error)) {
         return false;
     }
     const SavedTarget target;
@@ -134,7 +140,7 @@ bool PostChain::isReady() const
         fail(nullptr, QStringLiteral("post chain: call resize() before begin() and end()"));
         return false;
     }
-    return hasContext("post chain", nullptr);
+    return hasContext("post chain", nullptr) && _context->isCurrent("post chain");
 }
 
 bool PostChain::begin()

@@ -17,6 +17,7 @@ class ShaderProgram;
 namespace ZelKit {
 
 class EdgeFilter;
+class OwnContext;
 class RenderTarget;
 
 /// The framebuffers of a frame, from linear light to the screen: multisampling, tone mapping, FXAA or SMAA, sRGB, dithering.
@@ -81,6 +82,7 @@ private:
     ZELKIT_NO_EXPORT void mapTones();
     ZELKIT_NO_EXPORT void encode(bool isDithered);
 
+    std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::ShaderProgram> _encoder;
     std::unique_ptr<Zel::ShaderProgram> _toneMapper; ///< null without
     std::unique_ptr<EdgeFilter> _filter;             ///< null without

@@ -2,6 +2,7 @@
 
 #include "private/Failure.h"
 #include "private/Library.h"
+#include "private/Orphans.h"
 #include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
@@ -11,6 +12,8 @@ using namespace Orvane::Zel;
 namespace Orvane { namespace ZelKit {
 
 namespace {
+
+constexpr int kMaxErrors = 100;
 
 std::unique_ptr<Texture> makeTexture(const QSize &size, unsigned int format, int samples)
 {
@@ -23,9 +26,10 @@ std::unique_ptr<Texture> makeTexture(const QSize &size, unsigned int format, int
     return texture;
 }
 
+/// Ends with a lost context too, in which some drivers report an error for ever.
 void dropErrors()
 {
-    while (glGetError() != GL_NO_ERROR) {}
+    for (int i = 0; i < kMaxErrors && glGetError() != GL_NO_ERROR; ++i) {}
 }
 
 } // namespace
@@ -33,6 +37,7 @@ void dropErrors()
 RenderTarget::RenderTarget(const QSize &size, unsigned int colorFormat, Depth depth, int samples)
     : _size(size)
     , _samples(samples)
+    , _context(std::make_unique<OwnContext>())
     , _color(makeTexture(size, colorFormat, samples))
     , _framebuffer(std::make_unique<FramebufferObject>(nullptr))
 {
@@ -49,7 +54,10 @@ RenderTarget::RenderTarget(const QSize &size, unsigned int colorFormat, Depth de
     _framebuffer->unbind();
 }
 
-RenderTarget::~RenderTarget() = default;
+RenderTarget::~RenderTarget()
+{
+    keepWithoutContext(*_context, "render target", _framebuffer, _color, _depth);
+}
 
 std::unique_ptr<RenderTarget> RenderTarget::create(const QSize &size, unsigned int colorFormat, Depth depth,
                                                    int samples, QString *error)
@@ -102,6 +110,9 @@ QImage RenderTarget::image(QString *error)
     if (_samples > 0) {
         fail(error, QStringLiteral(
                         "a multisampled render target has no pixels to read; resolve it into another one"));
+        return {};
+    }
+    if (!isLibraryReady(error) || !_context->isCurrent("render target", error)) {
         return {};
     }
     QImage pixels(_size, QImage::Format_RGBX8888);

@@ -15,6 +15,8 @@ class Texture;
 
 namespace Orvane { namespace ZelKit {
 
+class OwnContext;
+
 /// A framebuffer with a colour texture and an optional depth texture, which has stencil if it is multisampled.
 ///
 /// - Units: sizes in pixels.
@@ -60,6 +62,7 @@ private:
 
     QSize _size;
     int _samples;
+    std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::Texture> _color;
     std::unique_ptr<Zel::Texture> _depth;
     std::unique_ptr<Zel::FramebufferObject> _framebuffer; ///< declared last: deleted before its attachments

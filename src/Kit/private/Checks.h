@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Failure.h"
-
-#include <ZelGL/GLLoader.h>
+#include "Library.h"
 
 namespace Orvane { namespace ZelKit {
 
@@ -10,7 +9,10 @@ namespace Orvane { namespace ZelKit {
 /// for functions that are called for each draw.
 inline bool hasContext(const char *what, QString *error)
 {
-    if (_ptrc_glGetString != nullptr && glGetString(GL_VERSION) != nullptr) {
+    if (isContextLost(error)) {
+        return false;
+    }
+    if (hasFunctions()) {
         return true;
     }
     fail(error,

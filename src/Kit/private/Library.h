@@ -8,4 +8,10 @@ namespace Orvane { namespace ZelKit {
 /// it is for constructors.
 bool isLibraryReady(QString *error);
 
+/// Whether a context is current and the library has loaded its functions.
+bool hasFunctions();
+
+/// True, with an explanation, if the driver reports that the context is lost.
+bool isContextLost(QString *error);
+
 }} // namespace Orvane::ZelKit
