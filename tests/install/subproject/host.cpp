@@ -1,17 +1,18 @@
-// Uses a header of each library.
-#include <ZelGL/ZelGL.h>
-
-#include <ZelCheck/Check.h>
+// Uses each library that it is linked with.
+#include <ZelGL/GLSLMacroProcessor.h>
 #include <ZelKit/MessageLog.h>
 #include <ZelShaders/LineMap.h>
 
 #include <cstdio>
 
+using namespace Orvane;
+
 int main()
 {
-    Orvane::Zel::GLSLMacroProcessor processor;
-    const QString text = Orvane::Zel::GLSLMacroProcessor::process("#include \"ZelUtilities.glslh\"\n", &processor);
-    const bool found = text.contains("uint getDrawID();");
+    const ZelKit::MessageLog log;
+    Zel::GLSLMacroProcessor processor;
+    const ZelShaders::LineMap map("#include \"ZelUtilities.glslh\"\n", "my.vert", &processor);
+    const bool found = map.text().contains("uint getDrawID();");
     std::puts(found ? "right: the include is found" : "wrong: the include is not found");
     return found ? 0 : 1;
 }
