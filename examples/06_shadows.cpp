@@ -1,64 +1,64 @@
-// Shadows of a sun: the library fits the projections, the host draws the layers.
+// Shadows of a sun, in the cascades of ShadowLayers.
 //
-// processLights() computes a table of depth projections from the lights, the camera and the scene box, and returns whether
-// it changed. The host draws one layer of an array texture for each projection, here in support/Layers.cpp; between bind()
-// and unbind() a shader calls shadowMapGetVisibility(). See docs/shadows.md.
+// Each frame, update() fits the projections of the layers to what the camera sees, and has the host draw all casters into each
+// layer that changed; the vertex stage of casters ends with shadowCasterPosition(). Between bind() and unbind(), a shader
+// calls shadowVisibility(). Stable cascades do not shimmer while the camera moves. See docs/shadows.md.
 
-#include "Layers.h"
 #include "Programs.h"
 #include "Shapes.h"
 #include "Show.h"
 
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/DrawScope.h>
+#include <ZelKit/ShadowLayers.h>
 
 #include <cmath>
 
 using namespace Orvane::Zel;
-using Orvane::ZelKit::DrawScope;
+using namespace Orvane::ZelKit;
 
 namespace {
 
 constexpr int kTowers = 120;
-constexpr int kCascades = 3;
 
 class Towers : public Show
 {
 public:
     Towers()
         : _cubes(makeCube(kTowers + 1)) // the last cube is the ground
-        , _layers(Layers::eDepths, 2048, kCascades)
     {
-        DrawBuffers::setup(&_processor);
-        ShadowMapManager::setup(&_processor, 0);
-        _processor.addDefine("TOWERS", QString::number(kTowers));
-        _program = makeProgram(
-            {"06_shadows.vert", "06_shadows.frag", {}, {ShadowMapManager::getShaderFile()}}, &_processor);
-        _layerProgram = makeProgram({"06_layers.vert", "support/depth.frag"}, &_processor);
+        ShadowLayers::Options options;
+        options.isStable = true;
+        _shadows = ShadowLayers::create(options);
+        ShadowLight sun;
+        sun.direction = {0.75f, -0.62f, -0.35f};
+        sun.size = 0.01f; // the sun is a disc, whose shadows are soft
+        _shadows->setLights({sun});
 
-        // A directional light shines along +z of its transform, whose origin is the point that the camera looks at.
-        QMatrix4x4 transform;
-        transform.lookAt({0.0f, 0.0f, 0.0f}, _toSun, {0.0f, 1.0f, 0.0f});
-        _sun.setTransform(transform.inverted());
-        _sun.setType(ShadowMapManager::Light::eDirectional);
-        _sun.setCSMLevels(kCascades);
+        for (GLSLMacroProcessor *processor : {&_processor, &_casterProcessor}) {
+            DrawBuffers::setup(processor);
+            ShadowLayers::setUp(processor, options.kind);
+            processor->addDefine("TOWERS", QString::number(kTowers));
+        }
+        _casterProcessor.addDefine("CASTER", "1");
+        _program = makeProgram({"06_shadows.vert", "06_shadows.frag", {}, {ShadowLayers::shaderFile()}},
+                               &_processor);
+        _casters = makeProgram({"06_shadows.vert", "#version 150\nvoid main() {}\n"}, &_casterProcessor);
     }
 
     void prepare(float aspect, float seconds) override
     {
         const QVector3D center(0.0f, 0.4f, 1.0f);
-        const QVector3D eye = movedEye({9.5f * std::sin(0.1f * seconds), 6.0f, 14.0f}, center);
         QMatrix4x4 view;
-        view.lookAt(eye, center, {0.0f, 1.0f, 0.0f});
+        view.lookAt(movedEye({9.5f * std::sin(0.1f * seconds), 6.0f, 14.0f}, center), center,
+                    {0.0f, 1.0f, 0.0f});
         QMatrix4x4 projection;
         projection.perspective(36.0f, aspect, 0.5f, 60.0f);
         _viewProjection = projection * view;
-
-        const QVariantList lights = {QVariant::fromValue<QObject *>(&_sun)};
-        const Layers::Corners box({-40.5f, -1.5f, -40.5f}, {40.5f, 4.5f, 40.5f});
-        _layers.update(lights, view, projection, box, [this](const QMatrix4x4 &layer) {
-            DrawScope scope(_layerProgram.get());
-            _layerProgram->setUniform("u_Projection", layer);
+        const Bounds shadowed({-16.0f, -0.1f, -16.0f}, {16.0f, 4.1f, 16.0f}); // what is outside is lit
+        _shadows->update(view, projection, shadowed, [this](const ShadowLayers::Layer &layer) {
+            DrawScope scope(_casters.get());
+            _casters->setUniform("u_Projection", layer.projection);
             scope.draw(_cubes.get());
         });
     }
@@ -69,21 +69,17 @@ public:
         glClear(GL_COLOR_BUFFER_BIT);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         DrawScope scope(_program.get());
-        ShadowMapManager::bind(_program.get(), _layers.table());
-        _program->setUniform("u_ViewProjection", _viewProjection);
-        _program->setUniform("u_ToSun", _toSun);
+        _shadows->bind(_program.get());
+        _program->setUniform("u_Projection", _viewProjection);
         scope.draw(_cubes.get());
-        ShadowMapManager::unbind(_program.get(), _layers.table());
+        _shadows->unbind(_program.get());
     }
 
 private:
-    const QVector3D _toSun = QVector3D(-0.75f, 0.62f, 0.35f).normalized();
-    GLSLMacroProcessor _processor;
-    std::unique_ptr<ShaderProgram> _program;
-    std::unique_ptr<ShaderProgram> _layerProgram;
+    GLSLMacroProcessor _processor, _casterProcessor;
+    std::unique_ptr<ShaderProgram> _program, _casters;
     std::unique_ptr<DrawBuffers> _cubes;
-    Layers _layers;
-    ShadowMapManager::Light _sun;
+    std::unique_ptr<ShadowLayers> _shadows;
     QMatrix4x4 _viewProjection;
 };
 

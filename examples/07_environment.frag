@@ -1,14 +1,12 @@
 #version 150
 
 // The roughness grows from left to right; from bottom to top: glossy paint, copper, gold.
-#include "ZelUtilities.glslh"
+#include "KitEnvironment.glslh"
+#include "KitToneMap.glslh"
 in vec3 vo_Position;
 in vec3 vo_Normal;
 flat in uint vo_ID;
 uniform vec3 u_Eye;
-uniform sampler2D u_Gloss;
-uniform sampler2D u_Matt;
-uniform sampler2D u_Reflectance;
 out vec4 o_Color;
 
 void main()
@@ -20,10 +18,8 @@ void main()
 
     vec3 normal = normalize(vo_Normal);
     vec3 toEye = normalize(u_Eye - vo_Position);
-    float levels = float(LEVELS);
-    vec2 scaleAndBias = textureLod(u_Reflectance, vec2(max(dot(normal, toEye), 0.0), roughness), 0.0).rg;
-    vec3 gloss = textureLod(u_Gloss, directionToLatLong(reflect(-toEye, normal)), roughness * (levels - 1.0)).rgb;
-    vec3 matt = textureLod(u_Matt, directionToLatLong(normal), 0.0).rgb;
-    vec3 color = diffuse * matt + (specular * scaleAndBias.x + scaleAndBias.y) * gloss;
-    o_Color = vec4(pow(color / (1.0 + 0.35 * color), vec3(1.0 / 2.2)), 1.0);
+    vec2 reflectance = environmentReflectance(max(dot(normal, toEye), 0.0), roughness);
+    vec3 color = diffuse * environmentScattered(normal)
+        + (specular * reflectance.x + reflectance.y) * environmentMirrored(reflect(-toEye, normal), roughness);
+    o_Color = vec4(pow(toneMap(color), vec3(1.0 / 2.2)), 1.0);
 }

@@ -1,21 +1,21 @@
 // Soft shadows of a spot light and a point light in variance shadow maps.
 //
-// A spot light has one projection and a point light up to six; the library computes them like those of a sun. The layers of
-// a variance map hold the depth and its square, which can be averaged: a coarse mip level has soft edges, and one look-up is
-// enough. The lights share the layers, and a shader asks for each by its index in the list. See docs/shadows.md.
+// A spot light has one layer of ShadowLayers and a point light up to six. Layers of the kind eVariance hold the blurred depth and
+// its square: their shadows are soft with one look-up, while plain layers take 48. A shader looks each light up by its index
+// in the list; colour, falloff and cone are up to the shader. See docs/shadows.md.
 
-#include "Layers.h"
 #include "Programs.h"
 #include "Shapes.h"
 #include "Show.h"
 
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/DrawScope.h>
+#include <ZelKit/ShadowLayers.h>
 
 #include <cmath>
 
 using namespace Orvane::Zel;
-using Orvane::ZelKit::DrawScope;
+using namespace Orvane::ZelKit;
 
 namespace {
 
@@ -26,17 +26,19 @@ class Columns : public Show
 public:
     Columns()
         : _cubes(makeCube(kColumns + 1)) // the last cube is the ground
-        , _layers(Layers::eMoments, 1024, 1 + 6)
     {
-        DrawBuffers::setup(&_processor);
-        ShadowMapManager::setup(&_processor, 1); // variance maps
-        _processor.addDefine("COLUMNS", QString::number(kColumns));
-        _program = makeProgram({"14_lights.vert", "14_lights.frag", {}, {ShadowMapManager::getShaderFile()}},
-                               &_processor);
-        _layerProgram = makeProgram({"14_layers.vert", "14_layers.frag"}, &_processor);
-        _spot.setType(ShadowMapManager::Light::eSpot);
-        _spot.setSpotCutoff(0.42f); // half the angle of the cone
-        _lamp.setType(ShadowMapManager::Light::ePoint);
+        ShadowLayers::Options options;
+        options.kind = ShadowLayers::eVariance;
+        _shadows = ShadowLayers::create(options);
+        for (GLSLMacroProcessor *processor : {&_processor, &_casterProcessor}) {
+            DrawBuffers::setup(processor);
+            ShadowLayers::setUp(processor, options.kind);
+            processor->addDefine("COLUMNS", QString::number(kColumns));
+        }
+        _casterProcessor.addDefine("CASTER", "1");
+        _program =
+            makeProgram({"14_lights.vert", "14_lights.frag", {}, {ShadowLayers::shaderFile()}}, &_processor);
+        _casters = makeProgram({"14_lights.vert", "14_casters.frag"}, &_casterProcessor);
     }
 
     void prepare(float aspect, float seconds) override
@@ -48,45 +50,38 @@ public:
         projection.perspective(32.0f, aspect, 1.0f, 60.0f);
         _viewProjection = projection * view;
 
-        // A spot light looks along -z of its transform.
-        _spotPlace = {7.0f * std::cos(0.3f * seconds), 8.0f, 6.0f};
-        QMatrix4x4 look;
-        look.lookAt(_spotPlace, {1.5f, 0.0f, 0.0f}, {0.0f, 1.0f, 0.0f});
-        _spot.setTransform(look.inverted());
-        _lampPlace = {-2.2f * std::cos(0.2f * seconds), 1.5f, 1.2f};
-        QMatrix4x4 place;
-        place.translate(_lampPlace);
-        _lamp.setTransform(place);
-
-        const QVariantList lights = {QVariant::fromValue<QObject *>(&_spot),
-                                     QVariant::fromValue<QObject *>(&_lamp)};
-        const Layers::Corners box({-20.1f, -0.3f, -20.1f}, {20.1f, 3.0f, 20.1f});
-        _layers.update(lights, view, projection, box, [this](const QMatrix4x4 &layer) {
-            DrawScope scope(_layerProgram.get());
-            _layerProgram->setUniform("u_Projection", layer);
-            scope.draw(_cubes.get());
-        });
+        ShadowLight spot;
+        spot.type = ShadowLight::eSpot;
+        spot.position = {7.0f * std::cos(0.3f * seconds), 8.0f, 6.0f};
+        spot.direction = QVector3D(1.5f, 0.0f, 0.0f) - spot.position;
+        spot.halfAngle = 0.42f;
+        ShadowLight lamp;
+        lamp.type = ShadowLight::ePoint;
+        lamp.position = {-2.2f * std::cos(0.2f * seconds), 1.5f, 1.2f};
+        _shadows->setLights({spot, lamp});
+        _shadows->update(view, projection, Bounds({-20.1f, -0.3f, -20.1f}, {20.1f, 3.0f, 20.1f}),
+                         [this](const ShadowLayers::Layer &layer) {
+                             DrawScope scope(_casters.get());
+                             _casters->setUniform("u_Projection", layer.projection);
+                             scope.draw(_cubes.get());
+                         });
     }
 
     void draw(float, float) override
     {
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         DrawScope scope(_program.get());
-        ShadowMapManager::bind(_program.get(), _layers.table());
-        _program->setUniform("u_ViewProjection", _viewProjection);
-        _program->setUniform("u_Spot", _spotPlace);
-        _program->setUniform("u_Lamp", _lampPlace);
+        _shadows->bind(_program.get());
+        _program->setUniform("u_Projection", _viewProjection);
         scope.draw(_cubes.get());
-        ShadowMapManager::unbind(_program.get(), _layers.table());
+        _shadows->unbind(_program.get());
     }
 
 private:
-    GLSLMacroProcessor _processor;
-    std::unique_ptr<ShaderProgram> _program, _layerProgram;
+    GLSLMacroProcessor _processor, _casterProcessor;
+    std::unique_ptr<ShaderProgram> _program, _casters;
     std::unique_ptr<DrawBuffers> _cubes;
-    Layers _layers;
-    ShadowMapManager::Light _spot, _lamp;
-    QVector3D _spotPlace, _lampPlace;
+    std::unique_ptr<ShadowLayers> _shadows;
     QMatrix4x4 _viewProjection;
 };
 

@@ -174,6 +174,7 @@ TEST_F(KitLightTest, ShadowsOfEveryLightAgreeWithRaysAwayFromTheirEdges)
         {makeLight(ShadowLight::eDirectional), ShadowLayers::ePlain, false, 4},
         {makeLight(ShadowLight::eDirectional), ShadowLayers::ePlain, true, 3},
         {makeLight(ShadowLight::eDirectional), ShadowLayers::eVariance, true, 3},
+        {makeLight(ShadowLight::eSpot), ShadowLayers::eVariance, false, 1},
         // The floor faces the light, but not its layer: no acne. Slats on the floor: no peter-panning.
         {wideSpot, ShadowLayers::ePlain, false, 1, 256, 0},
         {lamp, ShadowLayers::ePlain, false, 4, 256, 0}};

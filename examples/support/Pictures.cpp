@@ -1,12 +1,10 @@
 #include "Pictures.h"
 
-#include <ZelGL/ZelGL.h>
-
 #include <QtGui/QPainter>
 
 #include <cmath>
 
-using namespace Orvane::Zel;
+using Orvane::ZelKit::LightImage;
 
 namespace {
 
@@ -28,26 +26,17 @@ QVector3D radiance(const QVector3D &direction)
 
 } // namespace
 
-std::unique_ptr<Texture> paintInterior(int width, int height)
+LightImage paintInterior(const QSize &size)
 {
-    QVector<QVector3D> pixels;
-    for (int y = 0; y < height; ++y) {
-        const float elevation = ((float(y) + 0.5f) / float(height) - 0.5f) * float(M_PI);
-        for (int x = 0; x < width; ++x) {
-            // The longitude of directionToLatLong(), which starts at -x and grows towards -z.
-            const float around = ((float(x) + 0.5f) / float(width) - 0.5f) * 2.0f * float(M_PI);
-            pixels << radiance({std::cos(around) * std::cos(elevation), std::sin(elevation),
-                                std::sin(around) * std::cos(elevation)});
+    LightImage image{size, {}};
+    for (int y = 0; y < size.height(); ++y) {
+        const float elevation = (0.5f - (float(y) + 0.5f) / float(size.height())) * float(M_PI);
+        for (int x = 0; x < size.width(); ++x) {
+            const float around = (float(x) + 0.5f) / float(size.width()) * 2.0f * float(M_PI);
+            image.texels.push_back(radiance({std::cos(around) * std::cos(elevation), std::sin(elevation),
+                                             std::sin(around) * std::cos(elevation)}));
         }
     }
-    auto image = std::make_unique<Texture>(nullptr);
-    image->create2D(GL_TEXTURE_2D, GL_RGBA16F, width, height);
-    const AutoBinder bound(image.get());
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, GL_RGB, GL_FLOAT, pixels.constData());
-    glGenerateMipmap(GL_TEXTURE_2D);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT);
     return image;
 }
 

@@ -1,18 +1,13 @@
 #pragma once
 
+#include <ZelKit/EnvironmentImage.h>
+
 #include <QtGui/QColor>
 #include <QtGui/QImage>
 #include <QtGui/QVector4D>
 
-#include <memory>
-
-namespace Orvane { namespace Zel {
-class Texture;
-}} // namespace Orvane::Zel
-
-/// A latlong image with a mip chain and values above 1: a place with a window on each side of the eye, a warm floor and a row of
-/// lamps.
-std::unique_ptr<Orvane::Zel::Texture> paintInterior(int width, int height);
+/// A latlong image with values above 1: a place with a window on each side of the eye, a warm floor and a row of lamps.
+Orvane::ZelKit::LightImage paintInterior(const QSize &size);
 
 /// A square with a flower, lowest row first.
 QImage paintFlower(int petals);

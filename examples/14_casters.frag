@@ -1,0 +1,8 @@
+#version 150
+#include "KitCasterFragment.glslh"
+out vec4 o_Moments;
+
+void main()
+{
+    o_Moments = shadowCasterMoments();
+}

@@ -1,6 +1,0 @@
-#version 150
-
-// For framebuffers without colours.
-void main()
-{
-}
