@@ -7,6 +7,7 @@ Usage: reference.py ROOT OUTPUT-FOLDER
 
 import pathlib
 import re
+import shutil
 import sys
 
 ROOT = pathlib.Path(sys.argv[1])
@@ -105,6 +106,8 @@ def main():
         "# GLSL functions {#md_glsl}\n\nA shader includes a header of this page; its program adds the definitions "
         "(\\ref md_docs_programs).\n\n" + "\n".join(pages))
     (OUTPUT / "layout.xml").write_text(navigation())
+    for folder in ("start", "reports"): # pages link their files
+        shutil.copytree(ROOT / "docs" / folder, OUTPUT.parent / "html" / folder, dirs_exist_ok=True)
     for name, sources in examples():
         (OUTPUT / f"example_{name}.md").write_text(example(name, sources))
 

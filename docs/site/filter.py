@@ -32,9 +32,11 @@ def link(match):
 
 
 def file_link(match):
-    """A link to a file that is no page: to the page of the example with this source, or its text alone."""
+    """A link to a file that is no page: to the page of the example with this source, to a copy of the file, or its text alone."""
     path = (PAGE.parent / match[2]).resolve()
     if path.suffix in (".md", ".png", ".svg") or not path.exists():
+        return match[0]
+    if path.is_file() and path.is_relative_to(ROOT / "docs"): # reference.py has copied it
         return match[0]
     if path.suffix == ".cpp" and path.parent == ROOT / "examples":
         return f"[{match[1]}](@ref example_{path.stem})"
