@@ -259,6 +259,9 @@ TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndTheManagerWithItsTilesAndShow
         EXPECT_EQ(plane.pictureAfter(Qt::Key_I), first);
         EXPECT_TRUE(holds(plane.report("draws"), QString(" by %1 in ").arg(mechanism)));
     }
+    EXPECT_EQ(plane.pictureAfter(Qt::Key_P), first);
+    EXPECT_TRUE(holds(plane.report("draws"), "packed"));
+    EXPECT_EQ(plane.pictureAfter(Qt::Key_P), first);
     const QString byArray = plane.report("draws");
     EXPECT_TRUE(byArray.endsWith("textures by array")) << qPrintable(byArray);
     do {
@@ -274,41 +277,49 @@ TEST_F(ZelviewWindowTest, KeysSwitchTheMechanismAndTheManagerWithItsTilesAndShow
 
 TEST_F(ZelviewWindowTest, ClicksAndKeysSelectAndHideMaterials)
 {
-    const QSize size(40, 30);
-    ShownModel model = shownWall(2, size);
-    const QImage plain = model.picture();
-    EXPECT_EQ(mosaic(plain, 2, 1), "rg");
-    EXPECT_TRUE(model->pick({30, 15}, size).startsWith("pick      30,15: material 'm1'"));
-    EXPECT_NE(model.picture(), plain); // the selected material is marked
-    EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_X), 2, 1), "r.");
-    EXPECT_EQ(model->pick({30, 15}, size), "pick      30,15: nothing");
-    EXPECT_EQ(model.pictureAfter(Qt::Key_A), plain);
-    EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_N), 2, 1).mid(1), "g");
-    EXPECT_TRUE(holds(model->pick({10, 15}, size), "'m0'"));
-    EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_O), 2, 1).mid(1), ".");
-    EXPECT_TRUE(model.report("material").endsWith("only 'm0'"));
-    EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_O), 2, 1).mid(1), "g");
+    for (const bool isPacked : {false, true}) {
+        SCOPED_TRACE(isPacked);
+        _options.isPacked = isPacked;
+        const QSize size(40, 30);
+        ShownModel model = shownWall(2, size);
+        const QImage plain = model.picture();
+        EXPECT_EQ(mosaic(plain, 2, 1), "rg");
+        EXPECT_TRUE(model->pick({30, 15}, size).startsWith("pick      30,15: material 'm1'"));
+        EXPECT_NE(model.picture(), plain); // the selected material is marked
+        EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_X), 2, 1), "r.");
+        EXPECT_EQ(model->pick({30, 15}, size), "pick      30,15: nothing");
+        EXPECT_EQ(model.pictureAfter(Qt::Key_A), plain);
+        EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_N), 2, 1).mid(1), "g");
+        EXPECT_TRUE(holds(model->pick({10, 15}, size), "'m0'"));
+        EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_O), 2, 1).mid(1), ".");
+        EXPECT_TRUE(model.report("material").endsWith("only 'm0'"));
+        EXPECT_EQ(mosaic(model.pictureAfter(Qt::Key_O), 2, 1).mid(1), "g");
+    }
 }
 
 TEST_F(ZelviewWindowTest, AFrozenFrustumShowsGhostsOfWhatItCulls)
 {
-    const QSize size(90, 30);
-    ShownModel model = shownWall(9, size);
-    const QImage plain = model.picture();
-    model->zoom(12.0f);
-    model.pictureAfter(Qt::Key_Z);
-    const QString scene = model->describeStatistics().first();
-    EXPECT_TRUE(holds(scene, "culled by a frozen frustum"));
-    EXPECT_FALSE(scene.contains(", 0 culled")) << qPrintable(scene);
+    for (const bool isPacked : {false, true}) {
+        SCOPED_TRACE(isPacked);
+        _options.isPacked = isPacked;
+        const QSize size(90, 30);
+        ShownModel model = shownWall(9, size);
+        const QImage plain = model.picture();
+        model->zoom(12.0f);
+        model.pictureAfter(Qt::Key_Z);
+        const QString scene = model->describeStatistics().first();
+        EXPECT_TRUE(holds(scene, "culled by a frozen frustum"));
+        EXPECT_FALSE(scene.contains(", 0 ")) << qPrintable(scene);
 
-    model->frame(size);
-    const QImage all = model.picture();
-    EXPECT_EQ(all.pixel(45, 15), plain.pixel(45, 15));
-    for (const int x : {9, 81}) { // the outermost squares: red and blue, and their blue ghosts
-        EXPECT_NE(all.pixel(x, 15), plain.pixel(x, 15));
-        EXPECT_GT(all.pixelColor(x, 15).blue(), all.pixelColor(x, 15).red());
+        model->frame(size);
+        const QImage all = model.picture();
+        EXPECT_EQ(all.pixel(45, 15), plain.pixel(45, 15));
+        for (const int x : {9, 81}) { // the outermost squares: red and blue, and their blue ghosts
+            EXPECT_NE(all.pixel(x, 15), plain.pixel(x, 15));
+            EXPECT_GT(all.pixelColor(x, 15).blue(), all.pixelColor(x, 15).red());
+        }
+        EXPECT_EQ(model.pictureAfter(Qt::Key_Z), plain);
     }
-    EXPECT_EQ(model.pictureAfter(Qt::Key_Z), plain);
 }
 
 } // namespace

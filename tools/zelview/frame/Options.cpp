@@ -45,6 +45,7 @@ const QString kManager = QStringLiteral("manager");
 const QString kMechanism = QStringLiteral("mechanism");
 const QString kBlockLimit = QStringLiteral("block-limit");
 const QString kDrawID = QStringLiteral("draw-id");
+const QString kPacked = QStringLiteral("packed");
 const QString kPrintPlan = QStringLiteral("print-plan");
 
 const QString kUdim = QStringLiteral("udim");
@@ -93,7 +94,8 @@ constexpr char kDescription[] =
     "         a click or N selects a material, O shows it alone, X leaves it out, A shows all;\n"
     "         Z freezes the culling frustum, and shows what it culls as ghosts;\n"
     "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
-    "         M next texture manager, D its slots, I next mechanism for instance data.\n\n"
+    "         M next texture manager, D its slots, I next mechanism for instance data,\n"
+    "         P draws a packed scene or single parts.\n\n"
     "Exit codes: 0 success, 1 wrong usage, 2 a file cannot be read or written,\n"
     "3 a file is malformed or unsupported, 4 no display or no usable driver.";
 
@@ -420,6 +422,9 @@ QList<QCommandLineOption> transportOptions()
          QStringLiteral("How draw IDs reach the shaders: 'uniform' (sub-draws of one draw unit) or "
                         "'base-instance' (one draw unit per mesh, without culling) (default: uniform)."),
          QStringLiteral("path")},
+        {kPacked,
+         QStringLiteral("Draw a packed scene: one call for each material if the driver has indirect draws. "
+                        "The picture is the same.")},
         {kPrintPlan,
          QStringLiteral(
              "Print layout, limits and shader text of the instance data, and exit. Without a FILE: for as "
@@ -432,6 +437,10 @@ void readTransport(Reader &reader, Options &options)
     reader.readName<MechanismKind>(kMechanism, options.mechanism, kMechanismNames);
     reader.readNumber(kBlockLimit, options.blockLimit, 256, 1 << 30);
     reader.readName<DrawIDPath>(kDrawID, options.drawIDPath, kDrawIDNames);
+    options.isPacked = reader.isSet(kPacked);
+    if (options.isPacked && reader.isSet(kDrawID)) {
+        reader.refuse(QStringLiteral("--packed and --draw-id exclude each other"));
+    }
 }
 
 QList<QCommandLineOption> imageOptions()

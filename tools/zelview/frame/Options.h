@@ -72,6 +72,7 @@ struct Options
     int stressBodies = 0; ///< number of bodies of a procedural scene instead of a file; 0: show the file
     int frames = 60;      ///< frames of the flight through that scene that are measured off screen
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
+    bool isPacked = false;              ///< draws a packed scene, which chooses the path of draw IDs itself
     std::optional<ManagerKind> manager; ///< empty: chosen by the model
     MechanismKind mechanism = MechanismKind::eUniformBuffer;
     int blockLimit = 0;    ///< limit of one collection of instance data in bytes; 0: that of the mechanism

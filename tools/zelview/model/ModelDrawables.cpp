@@ -24,11 +24,6 @@ constexpr int kHiddenWithDescendants = 3;
 constexpr float kFarAway = 1000.0f;   ///< distance, in extents of the scene
 constexpr float kFilmHeight = 0.024f; ///< metres; only its ratio to the focal length matters
 
-GPUModel::BoundingBox toModelBox(const Box &box)
-{
-    return {box.low.x(), box.low.y(), box.low.z(), box.high.x(), box.high.y(), box.high.z()};
-}
-
 /// The position and the directions of a camera, without the scale of its nodes.
 QMatrix4x4 withoutScale(const QMatrix4x4 &world)
 {
@@ -87,8 +82,13 @@ unsigned long long flagsOf(const Material &material)
 
 } // namespace
 
+GPUModel::BoundingBox toModelBox(const Box &box)
+{
+    return {box.low.x(), box.low.y(), box.low.z(), box.high.x(), box.high.y(), box.high.z()};
+}
+
 ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures, const ModelPlans &plans,
-                               const ModelGeometry &geometry, DrawIDPath path)
+                               const ModelGeometry *geometry, DrawIDPath path)
     : _scene(scene)
     , _textures(textures)
     , _plans(plans)
@@ -104,8 +104,10 @@ ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures
         boxes.push_back(toModelBox(mesh.bounds));
     }
     _model.loadBoundingBoxes(boxes.data(), int(boxes.size()));
-    for (const Group &group : makeGroups(plans.capacity())) {
-        addGroup(group);
+    if (geometry != nullptr) {
+        for (const Group &group : makeGroups(plans.capacity())) {
+            addGroup(group);
+        }
     }
     _model.updateTransforms();
 }
@@ -212,12 +214,12 @@ void ModelDrawables::draw(ShaderProgram *program, const QList<int> &numbers, boo
 
 quint64 ModelDrawables::memoryOnCPU()
 {
-    return withoutCopies(_model.memoryEstimateCPU(), _geometry.memoryOnCPU());
+    return withoutCopies(_model.memoryEstimateCPU(), _geometry->memoryOnCPU());
 }
 
 quint64 ModelDrawables::memoryOnGPU()
 {
-    return withoutCopies(_model.memoryEstimateGPU(), _geometry.memoryOnGPU());
+    return withoutCopies(_model.memoryEstimateGPU(), _geometry->memoryOnGPU());
 }
 
 /// Subtracts the repetitions of the geometry, which all drawables share and the model counts for each of them.
@@ -304,7 +306,7 @@ void ModelDrawables::addCommands(const Group &group, InstanceDataCollection *obj
         meshes.push_back(&_scene.meshes[size_t(draw->mesh)]);
     }
     const int drawable =
-        _model.add(_geometry.newUnit(meshes), group.number, materialData(materialOf(group.number)), objects,
+        _model.add(_geometry->newUnit(meshes), group.number, materialData(materialOf(group.number)), objects,
                    flagsOf(_scene.materialOf(*group.draws.front())));
     for (int command = 0; command < int(group.draws.size()); ++command) {
         const Draw &draw = *group.draws[size_t(command)];
@@ -320,7 +322,7 @@ void ModelDrawables::addUnits(const Group &group, InstanceDataCollection *object
         const Draw &draw = *group.draws[size_t(i)];
         const Material &material = _scene.materialOf(draw);
         const int drawable =
-            _model.addSimple(_geometry.newUnit(_scene.meshes[size_t(draw.mesh)], i), group.number,
+            _model.addSimple(_geometry->newUnit(_scene.meshes[size_t(draw.mesh)], i), group.number,
                              materialData(materialOf(group.number)), objects, flagsOf(material));
         _units.add(group.number, {drawable, draw.node, material.isTwoSided});
         name(drawable, i, draw);

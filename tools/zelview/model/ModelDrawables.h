@@ -23,9 +23,12 @@ namespace zelview {
 class ModelGeometry;
 class ModelPlans;
 class ModelTextures;
+struct Box;
 struct Draw;
 struct Material;
 struct Scene;
+
+Orvane::Zel::GPUModel::BoundingBox toModelBox(const Box &box);
 
 /// A scene as the library's GPUModel. Nodes are transforms. The opaque draws of one material are the commands of a
 /// drawable, as many as a collection of matrices can hold. Blended draws are drawables of one command each, drawn from far
@@ -43,9 +46,10 @@ class ModelDrawables
 public:
     enum Part { eOpaque, eBlended };
 
-    /// Does not take ownership; all must outlive this object.
+    /// Does not take ownership; all must outlive this object. \a geometry: null for a model that has only nodes, cameras and
+    /// lights, whose scene a PackedModel draws.
     ModelDrawables(const Scene &scene, const ModelTextures &textures, const ModelPlans &plans,
-                   const ModelGeometry &geometry, DrawIDPath path);
+                   const ModelGeometry *geometry, DrawIDPath path);
     ~ModelDrawables();
 
     /// The greatest useful number of objects in a collection: a larger block would stay partly unused.
@@ -102,7 +106,7 @@ private:
     const Scene &_scene;
     const ModelTextures &_textures;
     const ModelPlans &_plans;
-    const ModelGeometry &_geometry;
+    const ModelGeometry *_geometry;
     DrawIDPath _path;
     Orvane::Zel::GPUModel _model;
     DrawUnitList _units; ///< for the base-instance path

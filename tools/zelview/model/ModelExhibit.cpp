@@ -254,9 +254,10 @@ void ModelExhibit::refit(const QSize &viewport)
 
 Failure ModelExhibit::changeRenderer()
 {
-    if (!_takesNextManager && !_takesNextMechanism) {
+    if (!_takesNextManager && !_takesNextMechanism && !_takesPacked) {
         return {};
     }
+    _options.isPacked = _options.isPacked != _takesPacked;
     const ManagerKind manager =
         _takesNextManager ? nextSupported(_renderer->manager(), kManagerKinds, ModelTextures::isSupported)
                           : _renderer->manager();
@@ -265,6 +266,7 @@ Failure ModelExhibit::changeRenderer()
                             : _renderer->mechanism();
     _takesNextManager = false;
     _takesNextMechanism = false;
+    _takesPacked = false;
     return makeRenderer(manager, mechanism);
 }
 
@@ -425,6 +427,9 @@ bool ModelExhibit::key(int key)
         return true;
     case Qt::Key_I:
         _takesNextMechanism = true;
+        return true;
+    case Qt::Key_P:
+        _takesPacked = !_takesPacked;
         return true;
     case Qt::Key_D:
         _showsSlots = !_showsSlots;

@@ -28,7 +28,8 @@ class ShadowedLights;
 /// turns around it, or from those of its file.
 ///
 /// Keys: V switches to the next camera, M to the next texture manager that the driver supports, I to the next mechanism for
-/// instance data. Z freezes the culling frustum. Up and Down change the exposure, Left and Right turn the environment.
+/// instance data; P packs the model or unpacks it. Z freezes the culling frustum. Up and Down change the exposure, Left and
+/// Right turn the environment.
 /// G shows or hides the ground. N, or picking, selects a material; O shows only that one, X hides it, A shows all. D shows
 /// the texture manager's debug view, S the shadow layers, C the cascades in colours, L the volumes of the lights.
 class ModelExhibit : public Exhibit
@@ -76,6 +77,7 @@ private:
     Options _options;
     bool _takesNextManager = false; ///< in the next frame
     bool _takesNextMechanism = false;
+    bool _takesPacked = false; ///< packs the model in the next frame, or unpacks it
     bool _showsSlots = false;
     bool _showsLayers = false;
     bool _showsCascades = false;

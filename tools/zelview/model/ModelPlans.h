@@ -36,6 +36,7 @@ public:
     ~ModelPlans();
 
     MechanismKind mechanism() const { return _mechanism; }
+    Orvane::Zel::InstanceDataPlan *objectPlan() const { return _object; }
 
     /// Number of objects that a collection can hold, at least one.
     int capacity() const;

@@ -85,8 +85,8 @@ ModelRenderer::ModelRenderer(const Programs &programs, const Scene &scene, const
     : _programs(programs.sibling())
     , _textures(scene, manager)
     , _plans(mechanism, ModelDrawables::wantedObjects(scene), options.blockLimit)
-    , _geometry(scene)
-    , _drawables(scene, _textures, _plans, _geometry, options.drawIDPath)
+    , _geometry(options.isPacked ? nullptr : std::make_unique<ModelGeometry>(scene))
+    , _drawables(scene, _textures, _plans, _geometry.get(), options.drawIDPath)
     , _drawIDPath(options.drawIDPath)
     , _lights(options.lights)
     , _frame(makeUniformBlock("u_Frame"))
@@ -107,7 +107,18 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Programs &p
     if (const Failure failure = ModelPlans::check(mechanism)) {
         return *failure;
     }
+    // Applies to the programs that are built from here on; those of other classes read no draw ID.
+    DrawBuffers::useBaseInstanceDrawing(options.isPacked ? DrawBuffers::isBaseInstanceDrawingSupported()
+                                                         : options.drawIDPath == DrawIDPath::eBaseInstance);
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(programs, scene, options, manager, mechanism));
+    if (options.isPacked) {
+        Expected<std::unique_ptr<PackedModel>> packed =
+            PackedModel::create(scene, renderer->_textures, renderer->_plans);
+        if (!packed) {
+            return packed.problem();
+        }
+        renderer->_packed = std::move(*packed);
+    }
     ShadowedLights::setUp(renderer->_programs.processor(), options.shadowKind);
     if (hasEnvironment) {
         Environment::setUp(renderer->_programs.processor());
@@ -154,6 +165,9 @@ Expected<ProgramPointer> ModelRenderer::buildCasterProgram(const QString &vertex
 
 void ModelRenderer::setShown(std::vector<bool> materials, int marked)
 {
+    if (_packed != nullptr) {
+        _packed->setShown(materials);
+    }
     _drawables.setShown(std::move(materials));
     _markedMaterial = marked;
 }
@@ -179,8 +193,7 @@ void ModelRenderer::drawGeometry(const View &view)
     const AutoBinder boundFrame(_frame.data());
     const AutoEnabler depthTest(GL_DEPTH_TEST);
     const AutoDisabler noBlending(GL_BLEND);
-    cull(view);
-    _drawables.draw(_geometryProgram.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
+    drawPart(_geometryProgram.data(), passOf(view, ModelDrawables::eOpaque));
 }
 
 void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *environment,
@@ -205,13 +218,12 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
     DrawBuffers::getAndResetTotalDrawCalls();
     DrawBuffers::getAndResetTotalDrawBatches();
     DrawBuffers::getAndResetTotalDrawIndices();
-    cull(view);
-    _drawables.draw(_program.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
+    drawPart(_program.data(), passOf(view, ModelDrawables::eOpaque));
     {
         const AutoEnabler blending(GL_BLEND);
         glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA); // the shader writes premultiplied colours
         glDepthMask(GL_FALSE);
-        _drawables.draw(_program.data(), _drawables.numbers(ModelDrawables::eBlended, view.eye));
+        drawPart(_program.data(), passOf(view, ModelDrawables::eBlended));
         glDepthMask(GL_TRUE);
     }
     if (environment != nullptr) {
@@ -226,8 +238,7 @@ void ModelRenderer::draw(const View &view, Texture *occlusion, Environment *envi
 
 void ModelRenderer::drawCasters(ShaderProgram *program, const QMatrix4x4 &viewProjection)
 {
-    _drawables.cull(viewProjection);
-    _drawables.draw(program, _drawables.numbers(ModelDrawables::eOpaque, QVector3D()), false, eWindingOff);
+    drawPart(program, {PackedModel::eCasters, viewProjection, {}, ModelDrawables::eOpaque, eWindingOff});
 }
 
 std::optional<Picker::Hit> ModelRenderer::pick(const View &view, const QPoint &pixel, const QSize &viewport)
@@ -238,12 +249,18 @@ std::optional<Picker::Hit> ModelRenderer::pick(const View &view, const QPoint &p
     const AutoBinder boundProgram(_geometryProgram.data());
     const AutoBinder boundFrame(_frame.data());
     const AutoDisabler noBlending(GL_BLEND);
-    _drawables.cull(close.viewProjection());
+    const QMatrix4x4 frustum = close.viewProjection();
+    if (_packed != nullptr) {
+        return _picker.find(frustum, _packed->shownMaterials(), [&](const QList<int> &some) {
+            _packed->drawNumbers(_geometryProgram.data(), frustum, some);
+        });
+    }
+    _drawables.cull(frustum);
     const QList<int> numbers = _drawables.numbers(ModelDrawables::eOpaque, view.eye)
                                + _drawables.numbers(ModelDrawables::eBlended, view.eye);
-    std::optional<Picker::Hit> hit =
-        _picker.find(close.viewProjection(), numbers,
-                     [&](const QList<int> &some) { _drawables.draw(_geometryProgram.data(), some, true); });
+    std::optional<Picker::Hit> hit = _picker.find(frustum, numbers, [&](const QList<int> &some) {
+        _drawables.draw(_geometryProgram.data(), some, true);
+    });
     if (hit) {
         hit->number = _drawables.materialOf(hit->number);
     }
@@ -288,6 +305,13 @@ void ModelRenderer::drawSlots()
 
 QString ModelRenderer::describeFrame() const
 {
+    if (_packed != nullptr) {
+        return QStringLiteral("draws     packed, %1, draw ID by %2; objects by %3; textures by %4")
+            .arg(counted(_packed->drawnCount(), "drawable", "drawables"),
+                 DrawBuffers::isBaseInstanceDrawingSupported() ? QStringLiteral("base instance")
+                                                               : QStringLiteral("uniform"),
+                 mechanismName(mechanism()), managerName(_textures.kind()));
+    }
     const QString draws = QStringLiteral("draws     %1, %2, %3; draw ID by %4")
                               .arg(counted(_calls, "call", "calls"), counted(_batches, "batch", "batches"),
                                    counted(_indices, "index", "indices"),
@@ -302,21 +326,44 @@ QString ModelRenderer::describeFrame() const
 
 QStringList ModelRenderer::describeStatistics()
 {
-    const int culled = _drawables.culledCount();
+    const QString frozen = _frozenFrustum ? QStringLiteral(" by a frozen frustum") : QString();
+    const auto memory = [](quint64 onCPU, quint64 onGPU) {
+        return QStringLiteral("memory    %1 KB on the CPU, %2 KB on the GPU, without textures")
+            .arg(onCPU / 1024)
+            .arg(onGPU / 1024);
+    };
+    if (_packed != nullptr) {
+        const int drawn = _packed->drawnCount();
+        return {QStringLiteral("scene     %1, %2 drawn, %3 hidden or culled%4")
+                    .arg(counted(_packed->drawableCount(), "drawable", "drawables"))
+                    .arg(drawn)
+                    .arg(_packed->drawableCount() - drawn)
+                    .arg(frozen),
+                memory(_packed->memoryOnCPU(), _packed->memoryOnGPU())};
+    }
     return {QStringLiteral("scene     %1, %2 drawn, %3 culled%4; %5")
                 .arg(counted(_drawables.drawableCount(), "drawable", "drawables"),
                      counted(_batches, "command", "commands"))
-                .arg(culled)
-                .arg(_frozenFrustum ? QStringLiteral(" by a frozen frustum") : QString(),
-                     counted(_indices / 3, "triangle", "triangles")),
-            QStringLiteral("memory    %1 KB on the CPU, %2 KB on the GPU, without textures")
-                .arg(_drawables.memoryOnCPU() / 1024)
-                .arg(_drawables.memoryOnGPU() / 1024)};
+                .arg(_drawables.culledCount())
+                .arg(frozen, counted(_indices / 3, "triangle", "triangles")),
+            memory(_drawables.memoryOnCPU(), _drawables.memoryOnGPU())};
 }
 
-void ModelRenderer::cull(const View &view)
+/// Draws with a program that is bound.
+void ModelRenderer::drawPart(ShaderProgram *program, const PackedModel::Pass &pass)
 {
-    _drawables.cull(_frozenFrustum.value_or(view.viewProjection()));
+    if (_packed != nullptr) {
+        _packed->draw(program, pass);
+        return;
+    }
+    _drawables.cull(pass.frustum);
+    _drawables.draw(program, _drawables.numbers(pass.part, pass.eye), false, pass.winding);
+}
+
+PackedModel::Pass ModelRenderer::passOf(const View &view, ModelDrawables::Part part) const
+{
+    return {PackedModel::eCamera, _frozenFrustum.value_or(view.viewProjection()), view.eye, part,
+            eWindingCCW};
 }
 
 /// Draws ghosts of all that is not hidden; what the frozen frustum contains is drawn over its ghost later.
@@ -327,8 +374,8 @@ void ModelRenderer::drawGhosts(const View &view)
     const AutoDisabler noDepthTest(GL_DEPTH_TEST);
     const AutoEnabler blending(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    _drawables.cull(view.viewProjection());
-    _drawables.draw(_ghostProgram.data(), _drawables.numbers(ModelDrawables::eOpaque, view.eye));
+    drawPart(_ghostProgram.data(),
+             {PackedModel::eGhosts, view.viewProjection(), view.eye, ModelDrawables::eOpaque, eWindingCCW});
 }
 
 void ModelRenderer::uploadFrame(const View &view)

@@ -8,6 +8,7 @@
 #include "model/ModelGeometry.h"
 #include "model/ModelPlans.h"
 #include "model/ModelTextures.h"
+#include "model/PackedModel.h"
 
 #include <ZelKit/Picker.h>
 
@@ -87,7 +88,8 @@ private:
     Failure buildPrograms();
     Expected<ProgramPointer> buildModelProgram(const QString &vertexFile, const QStringList &fragmentFiles);
     void uploadFrame(const View &view);
-    void cull(const View &view);
+    void drawPart(Orvane::Zel::ShaderProgram *program, const PackedModel::Pass &pass);
+    PackedModel::Pass passOf(const View &view, ModelDrawables::Part part) const;
     void drawGhosts(const View &view);
 
     Programs _programs; ///< with the defines of the texture manager
@@ -97,8 +99,9 @@ private:
     ProgramPointer _ghostProgram; ///< null until first used
     ModelTextures _textures;
     ModelPlans _plans;
-    ModelGeometry _geometry;
+    std::unique_ptr<ModelGeometry> _geometry; ///< null if the model is packed
     ModelDrawables _drawables;
+    std::unique_ptr<PackedModel> _packed; ///< null if the drawables draw
     DrawIDPath _drawIDPath;
     LightRig _lights;
     Orvane::ZelKit::Picker _picker;
