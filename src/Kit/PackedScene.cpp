@@ -9,6 +9,7 @@
 #include <QtCore/QPointer>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -167,12 +168,36 @@ public:
         ++version;
     }
 
+    /// Drawables that move are far apart in memory. Each move waits in a queue while its memory is loaded.
+    void move(int drawable, const Drawable &record, const QMatrix4x4 &world)
+    {
+        constexpr unsigned kLoads = 8; // in flight
+        prefetch(&record);
+        moves[movesEnd++ % kMoves] = {drawable, world};
+        applyMoves(kLoads, 2 * kLoads);
+    }
+
+    /// Leaves at most so many moves whose boxes are not prefetched yet, and so many in the queue.
+    void applyMoves(unsigned notPrefetched = 0, unsigned left = 0)
+    {
+        for (; movesEnd - movesPrefetched > notPrefetched; ++movesPrefetched) {
+            const Drawable &moved = *drawables.find(moves[movesPrefetched % kMoves].drawable);
+            moved.batch->prefetch(moved.slot);
+        }
+        for (; movesEnd - movesApplied > left; ++movesApplied) {
+            const Move &move = moves[movesApplied % kMoves];
+            const Drawable &moved = *drawables.find(move.drawable);
+            moved.batch->setTransform(moved.slot, move.world);
+        }
+    }
+
     int select(const QMatrix4x4 *viewProjection, const QVector3D &eye, int number, QString *error)
     {
         PackedView *view = findView(number, error);
         if (view == nullptr) {
             return kNone;
         }
+        applyMoves();
         view->setCamera(viewProjection, eye);
         view->select(batches, version);
         return view->count();
@@ -195,6 +220,18 @@ public:
         }
         return true;
     }
+
+    struct Move
+    {
+        int drawable;
+        QMatrix4x4 world;
+    };
+    static constexpr unsigned kMoves = 32;
+    std::array<Move, kMoves> moves; ///< a queue, in a ring
+    // Numbers of moves so far.
+    unsigned movesEnd = 0;
+    unsigned movesPrefetched = 0;
+    unsigned movesApplied = 0;
 
     PackedGeometry geometry;
     const PackedMatrices matrices;
@@ -338,6 +375,7 @@ bool PackedScene::remove(int drawable, QString *error)
     if (removed == nullptr) {
         return false;
     }
+    _data->applyMoves();
     removed->batch->remove(removed->slot);
     --_data->geometry.find(removed->mesh)->uses;
     --_data->materials.find(removed->material)->uses;
@@ -352,7 +390,7 @@ bool PackedScene::setTransform(int drawable, const QMatrix4x4 &world, QString *e
     if (moved == nullptr) {
         return false;
     }
-    moved->batch->setTransform(moved->slot, _data->geometry.find(moved->mesh)->box, world);
+    _data->move(drawable, *moved, world);
     ++_data->version;
     return true;
 }
@@ -389,6 +427,7 @@ bool PackedScene::setObjectData(int drawable, const QString &member, const void 
 
 void PackedScene::updatePreviousMatrices()
 {
+    _data->applyMoves();
     for (const auto &batch : _data->batches) {
         batch->updatePreviousMatrices();
     }
@@ -404,6 +443,7 @@ bool PackedScene::compact(QString *error)
     if (!_data->isCurrent(error)) {
         return false;
     }
+    _data->applyMoves();
     const bool isCompact = _data->geometry.compact();
     _data->removeBatches([](const auto &batch) { return batch->count() == 0; });
     for (const auto &batch : _data->batches) {
@@ -453,6 +493,7 @@ bool PackedScene::draw(ShaderProgram *program, TextureManager *textureManager, P
                         .arg(view));
         return false;
     }
+    _data->applyMoves();
     drawn->select(_data->batches, _data->version);
     if (drawn->count() == 0) {
         return true;

@@ -59,7 +59,7 @@ int PackedBatch::add(int drawable, const Command &command, const GPUModel::Bound
     if (_free.empty()) {
         const int count = int(_commands.size());
         if (count == _objects->size()) {
-            resizeItems(std::min(std::max(kMinItems, 2 * count), itemLimit()));
+            resizeItems(itemsFor(2 * count));
         }
         resizeSlots(count + 1);
         _free.push_back(count);
@@ -70,11 +70,13 @@ int PackedBatch::add(int drawable, const Command &command, const GPUModel::Bound
     set(eUsed, slot, true);
     set(eMoved, slot, false);
     set(eUnsettled, slot, false);
-    _drawables[size_t(slot)] = drawable;
+    set(ePreviousChanged, slot, false);
+    _boxes[size_t(slot)].mesh = box;
+    _boxes[size_t(slot)].drawable = drawable;
     setCommand(slot, command);
     setFlags(slot, flags);
-    place(slot, box, world);
-    _matrices.write(*_objects, slot, world);
+    place(slot, world);
+    _matrices.write(PackedMatrices::Items(*_objects), slot, world);
     return slot;
 }
 
@@ -85,9 +87,9 @@ void PackedBatch::remove(int slot)
     --_count;
 }
 
-void PackedBatch::setTransform(int slot, const GPUModel::BoundingBox &box, const QMatrix4x4 &world)
+void PackedBatch::setTransform(int slot, const QMatrix4x4 &world)
 {
-    place(slot, box, world);
+    place(slot, world);
     if (!_moves.empty() && _moves.back().slot >= slot) {
         applyMoves();
     }
@@ -116,13 +118,16 @@ void PackedBatch::updatePreviousMatrices()
         return;
     }
     _hasMoved = false;
-    _hasChanged = true;
     applyMoves();
+    const bool hasPrevious = _matrices.previousOffset() != PackedMatrices::kAbsent;
     for (Bits &bits : _bits) {
-        bits.rows[eUnsettled] |= bits.rows[eMoved];
-        bits.rows[eChanged] |= bits.rows[eMoved];
+        if (hasPrevious) {
+            bits.rows[eUnsettled] |= bits.rows[eMoved];
+            bits.rows[ePreviousChanged] |= bits.rows[eMoved];
+        }
         bits.rows[eMoved] = 0;
     }
+    _hasChanged = _hasChanged || hasPrevious;
 }
 
 void PackedBatch::setCommand(int slot, const Command &command)
@@ -136,9 +141,7 @@ std::vector<int> PackedBatch::compact()
 {
     std::vector<int> filled;
     applyMoves();
-    for (size_t block = 0; block < _bits.size(); ++block) {
-        forEachBit(block, _bits[block].rows[eUnsettled], [this](int slot) { settle(slot); });
-    }
+    settleAll();
     // 1. The last slots fill the gaps before the end.
     std::sort(_free.begin(), _free.end());
     QByteArray bytes = _objects->dataArray();
@@ -159,7 +162,7 @@ std::vector<int> PackedBatch::compact()
     _free.clear();
     // 2. What is after them is removed.
     resizeSlots(_count);
-    _objects->update(data, static_cast<unsigned long>(_count) * size);
+    _objects->update(data, static_cast<unsigned long>(isBlock() ? itemLimit() : _count) * size);
     _isUploaded = false;
     return filled;
 }
@@ -172,7 +175,7 @@ bool PackedBatch::select(const PackedFrustum *frustum, std::vector<quint8> &chos
         const quint8 *rows = _bits[block].rows;
         unsigned visible = rows[eUsed] & ~unsigned(rows[eHidden]);
         if (frustum != nullptr && visible != 0) {
-            visible &= frustum->visible(_spheres[block], &_axes[block * kPackedLanes]);
+            visible &= frustum->visible(_spheres[block], &_boxes[block * kPackedLanes]);
         }
         chosen[block] = quint8(visible);
         others |= visible & unsigned(rows[eIsMirrored] | rows[eIsTwoSided] | rows[eSorted]);
@@ -224,9 +227,9 @@ PackedBatch::Faces PackedBatch::facesOf(int slot) const
 
 QVector3D PackedBatch::centerOf(int slot) const
 {
-    const auto &rows = _spheres[size_t(slot) / kPackedLanes].rows;
+    const PackedSpheres &spheres = _spheres[size_t(slot) / kPackedLanes];
     const int lane = slot % kPackedLanes;
-    return QVector3D(rows[0][lane], rows[1][lane], rows[2][lane]);
+    return QVector3D(spheres.value(0, lane), spheres.value(1, lane), spheres.value(2, lane));
 }
 
 void PackedBatch::bind(ShaderProgram *program, TextureManager *textureManager)
@@ -257,8 +260,8 @@ DrawBuffers &PackedBatch::subDraws(PackedGeometry &geometry)
 quint64 PackedBatch::bytesOnCPU() const
 {
     return _objects->memoryEstimateCPU() + _spheres.capacity() * sizeof(PackedSpheres)
-           + _axes.capacity() * sizeof(PackedAxes) + _bits.capacity() * sizeof(Bits)
-           + _commands.capacity() * sizeof(Command) + (_drawables.capacity() + _free.capacity()) * sizeof(int)
+           + _boxes.capacity() * sizeof(PackedBox) + _bits.capacity() * sizeof(Bits)
+           + _commands.capacity() * sizeof(Command) + _free.capacity() * sizeof(int)
            + (_subDraws ? quint64(_subDraws->numDrawCommands()) * sizeof(Command) : 0);
 }
 
@@ -274,6 +277,17 @@ int PackedBatch::itemLimit() const
     return int(std::min(_matrices.plan()->arraySize(), kMaxBytes / _matrices.itemSize()));
 }
 
+/// A uniform block must not be longer than its buffer.
+bool PackedBatch::isBlock() const
+{
+    return _matrices.plan()->mechanism() == InstanceDataPlan::eUniformBufferMechanism;
+}
+
+int PackedBatch::itemsFor(int count) const
+{
+    return isBlock() ? itemLimit() : std::min(std::max(kMinItems, count), itemLimit());
+}
+
 void PackedBatch::resizeItems(int items)
 {
     const size_t size = size_t(items) * _matrices.itemSize();
@@ -287,10 +301,9 @@ void PackedBatch::resizeSlots(int count)
 {
     const size_t blocks = size_t(blocksOf(count));
     _spheres.resize(blocks);
-    _axes.resize(blocks * kPackedLanes);
+    _boxes.resize(blocks * kPackedLanes);
     _bits.resize(blocks);
     _commands.resize(size_t(count));
-    _drawables.resize(size_t(count));
     if (count % kPackedLanes != 0) { // slots that were removed from the last block
         for (quint8 &row : _bits.back().rows) {
             row &= quint8((1u << (count % kPackedLanes)) - 1);
@@ -315,20 +328,21 @@ void PackedBatch::set(Bit bit, int slot, bool value)
 void PackedBatch::moveSlot(int from, int to)
 {
     for (int row = 0; row < 4; ++row) {
-        _spheres[size_t(to) / kPackedLanes].rows[row][to % kPackedLanes] =
-            _spheres[size_t(from) / kPackedLanes].rows[row][from % kPackedLanes];
+        _spheres[size_t(to) / kPackedLanes].value(row, to % kPackedLanes) =
+            _spheres[size_t(from) / kPackedLanes].value(row, from % kPackedLanes);
     }
-    _axes[size_t(to)] = _axes[size_t(from)];
+    _boxes[size_t(to)] = _boxes[size_t(from)];
     for (int bit = 0; bit < kBits; ++bit) {
         set(Bit(bit), to, is(Bit(bit), from));
     }
     setCommand(to, _commands[size_t(from)]);
-    _drawables[size_t(to)] = _drawables[size_t(from)];
     set(eUsed, from, false);
 }
 
-void PackedBatch::place(int slot, const GPUModel::BoundingBox &box, const QMatrix4x4 &world)
+void PackedBatch::place(int slot, const QMatrix4x4 &world)
 {
+    PackedBox &placed = _boxes[size_t(slot)];
+    const GPUModel::BoundingBox &box = placed.mesh;
     // 1. The box in world space.
     const QVector3D low(box.minX, box.minY, box.minZ);
     const QVector3D high(box.maxX, box.maxY, box.maxZ);
@@ -346,14 +360,14 @@ void PackedBatch::place(int slot, const GPUModel::BoundingBox &box, const QMatri
     constexpr float kRounding = 1.00001f;
     // 3. Where the culling reads them.
     const int lane = slot % kPackedLanes;
-    auto &sphere = _spheres[size_t(slot) / kPackedLanes].rows;
+    PackedSpheres &spheres = _spheres[size_t(slot) / kPackedLanes];
     for (int i = 0; i < 3; ++i) {
-        sphere[i][lane] = center[i];
+        spheres.value(i, lane) = center[i];
         for (int k = 0; k < 3; ++k) {
-            _axes[size_t(slot)].values[3 * i + k] = axes[i][k];
+            placed.axes[3 * i + k] = axes[i][k];
         }
     }
-    sphere[3][lane] = kRounding * std::sqrt(radiusSquared);
+    spheres.value(3, lane) = kRounding * std::sqrt(radiusSquared);
     set(eIsMirrored, slot, GPUModel::SwapsHandedness(world));
     set(eChanged, slot, true);
     _hasChanged = true;
@@ -361,23 +375,32 @@ void PackedBatch::place(int slot, const GPUModel::BoundingBox &box, const QMatri
 
 void PackedBatch::applyMoves()
 {
+    const Items items(*_objects);
     for (const Move &move : _moves) {
-        applyMove(move);
+        applyMove(items, move);
     }
     _moves.resize(0); // keeps the memory
 }
 
-void PackedBatch::applyMove(const Move &move)
+void PackedBatch::applyMove(const Items &items, const Move &move)
 {
-    _matrices.move(*_objects, move.slot, move.world); // which settles
+    _matrices.move(items, move.slot, move.world); // which settles
     set(eUnsettled, move.slot, false);
 }
 
 /// Makes the present matrix the previous one.
-void PackedBatch::settle(int slot)
+void PackedBatch::settle(const Items &items, int slot)
 {
-    _matrices.settle(*_objects, slot);
+    _matrices.settle(items, slot);
     set(eUnsettled, slot, false);
+}
+
+void PackedBatch::settleAll()
+{
+    const Items items(*_objects);
+    for (size_t block = 0; block < _bits.size(); ++block) {
+        forEachBit(block, _bits[block].rows[eUnsettled], [&](int slot) { settle(items, slot); });
+    }
 }
 
 /// Writes the changed items, and uploads them if the GPU has the others. Returns whether it has all of them then.
@@ -387,51 +410,77 @@ bool PackedBatch::uploadChanges()
         return _isUploaded;
     }
     _hasChanged = false;
-    // 1. A quarter of the items costs as much as all: calls, or the driver's copies.
+    // A quarter of the items costs as much as all: calls, or the driver's copies.
     int changes = 0;
     for (const Bits &bits : _bits) {
-        changes += __builtin_popcount(bits.rows[eChanged]);
+        changes += __builtin_popcount(bits.changes());
     }
     const bool canUpload =
         _isUploaded && isInBuffer(_matrices.plan()->mechanism()) && changes <= int(_commands.size()) / 4;
-    // 2. Changed items with few others between them are one upload.
-    constexpr int kMaxOthers = 4;
-    const auto size = GLsizeiptr(_matrices.itemSize());
-    int first = 0;
-    int end = 0;
-    const auto upload = [&] {
-        if (canUpload && end > first) {
-            // The array ends with the line; while it existed, writes to the collection would copy all its bytes.
-            glBufferSubData(GL_COPY_WRITE_BUFFER, first * size, (end - first) * size,
-                            _objects->dataArray().constData() + first * size);
-        }
-    };
     if (canUpload) {
         glBindBuffer(GL_COPY_WRITE_BUFFER,
                      _objects->getUniformBufferObject(GL_COPY_WRITE_BUFFER)->bufferObject()->getBO());
+        uploadRuns();
+        glBindBuffer(GL_COPY_WRITE_BUFFER, 0);
+    } else {
+        applyMoves();
+        settleAll();
     }
+    for (Bits &bits : _bits) {
+        bits.rows[eChanged] = 0;
+        bits.rows[ePreviousChanged] = 0;
+    }
+    _moves.resize(0); // keeps the memory
+    return canUpload;
+}
+
+/// Changed items with few others between them are one upload.
+void PackedBatch::uploadRuns()
+{
+    constexpr int kMaxOthers = 4;
+    constexpr size_t kBlocksAhead = 8; // prefetched, so that the accesses to items that are far apart overlap
+    const Items items(*_objects);
+    const size_t size = _matrices.itemSize();
+    int first = 0;
+    int end = -1 - kMaxOthers;
     auto move = _moves.cbegin();
     for (size_t block = 0; block < _bits.size(); ++block) {
-        forEachBit(block, _bits[block].rows[eChanged], [&](int slot) {
+        if (block + kBlocksAhead < _bits.size()) {
+            forEachBit(block + kBlocksAhead, _bits[block + kBlocksAhead].changes(),
+                       [&](int slot) { ZelKit::prefetch(items.bytes + size_t(slot) * size, size); });
+        }
+        forEachBit(block, _bits[block].changes(), [&](int slot) {
             if (slot > end + kMaxOthers) {
-                upload();
+                upload(items, first, end);
                 first = slot;
             }
             end = slot + 1;
             if (move != _moves.cend() && move->slot == slot) {
-                applyMove(*move++);
-            } else if (is(eUnsettled, slot)) {
-                settle(slot);
+                applyMove(items, *move++);
             }
         });
-        _bits[block].rows[eChanged] = 0;
     }
-    upload();
-    _moves.resize(0); // keeps the memory
-    if (canUpload) {
-        glBindBuffer(GL_COPY_WRITE_BUFFER, 0);
+    upload(items, first, end);
+}
+
+void PackedBatch::upload(const Items &items, int first, int end)
+{
+    if (end <= first) {
+        return;
     }
-    return canUpload;
+    const auto size = GLsizeiptr(_matrices.itemSize());
+    if (end == first + 1
+        && !is(eChanged, first)) { // the item itself stays unsettled: no memory is written for it
+        glBufferSubData(GL_COPY_WRITE_BUFFER, first * size + _matrices.previousOffset(),
+                        PackedMatrices::kMatrixSize, items.bytes + first * size + _matrices.modelOffset());
+        return;
+    }
+    for (int slot = first; slot < end; ++slot) {
+        if (is(eUnsettled, slot)) {
+            settle(items, slot);
+        }
+    }
+    glBufferSubData(GL_COPY_WRITE_BUFFER, first * size, (end - first) * size, items.bytes + first * size);
 }
 
 }} // namespace Orvane::ZelKit

@@ -3,6 +3,7 @@
 #include "PackedFrustum.h"
 #include "PackedGeometry.h"
 #include "PackedMatrices.h"
+#include "Prefetch.h"
 
 namespace Orvane { namespace ZelKit {
 
@@ -31,7 +32,14 @@ public:
     int add(int drawable, const Command &command, const Zel::GPUModel::BoundingBox &box,
             const QMatrix4x4 &world, int flags);
     void remove(int slot);
-    void setTransform(int slot, const Zel::GPUModel::BoundingBox &box, const QMatrix4x4 &world);
+    /// Prefetches what setTransform() changes.
+    void prefetch(int slot) const
+    {
+        ZelKit::prefetch(&_spheres[size_t(slot) / kPackedLanes].halves[slot % kPackedLanes / 4]);
+        ZelKit::prefetch(&_boxes[size_t(slot)]);
+        ZelKit::prefetch(&_bits[size_t(slot) / kPackedLanes]);
+    }
+    void setTransform(int slot, const QMatrix4x4 &world);
     void setFlags(int slot, int flags);
     void setData(int slot, const QString &member, const void *data, unsigned long size);
     void updatePreviousMatrices();
@@ -51,7 +59,7 @@ public:
     QVector3D centerOf(int slot) const;
     /// By slot.
     const Command *commands() const { return _commands.data(); }
-    int drawableOf(int slot) const { return _drawables[size_t(slot)]; }
+    int drawableOf(int slot) const { return _boxes[size_t(slot)].drawable; }
 
     /// Uploads what has changed and binds the object data.
     void bind(Zel::ShaderProgram *program, Zel::TextureManager *textureManager);
@@ -63,11 +71,26 @@ public:
     quint64 bytesOnGPU() const;
 
 private:
+    using Items = PackedMatrices::Items;
+
     /// Bits of eight slots.
-    enum Bit { eUsed, eHidden, eIsMirrored, eIsTwoSided, eSorted, eChanged, eMoved, eUnsettled, kBits };
+    enum Bit {
+        eUsed,
+        eHidden,
+        eIsMirrored,
+        eIsTwoSided,
+        eSorted,
+        eChanged,         ///< the GPU does not have the item
+        ePreviousChanged, ///< the GPU does not have its previous matrix, which is the present one
+        eMoved,           ///< since the previous frame
+        eUnsettled,       ///< the previous matrix in the item is not yet the present one
+        kBits
+    };
     struct Bits
     {
         quint8 rows[kBits] = {};
+
+        unsigned changes() const { return unsigned(rows[eChanged]) | rows[ePreviousChanged]; }
     };
 
     /// A matrix that is not in the object data yet.
@@ -81,22 +104,27 @@ private:
     void append(const std::vector<quint8> &chosen, std::vector<int> &numbers, Chooser chooser) const;
 
     int itemLimit() const;
+    bool isBlock() const;
+    int itemsFor(int count) const;
     void resizeItems(int items);
     void resizeSlots(int count);
     bool is(Bit bit, int slot) const;
     void set(Bit bit, int slot, bool value);
     void moveSlot(int from, int to);
-    void place(int slot, const Zel::GPUModel::BoundingBox &box, const QMatrix4x4 &world);
+    void place(int slot, const QMatrix4x4 &world);
     void applyMoves();
-    void applyMove(const Move &move);
-    void settle(int slot);
+    void applyMove(const Items &items, const Move &move);
+    void settle(const Items &items, int slot);
+    void settleAll();
     bool uploadChanges();
+    void uploadRuns();
+    void upload(const Items &items, int first, int end);
 
     const PackedMatrices &_matrices; ///< the scene's
     const int _material;
     int _count = 0;
     std::unique_ptr<Zel::InstanceDataCollection> _objects;
-    bool _hasChanged = false; ///< whether a bit eChanged is set
+    bool _hasChanged = false; ///< whether a bit of Bits::changes() is set
     bool _hasMoved = false;   ///< whether a bit eMoved is set
     bool _isUploaded = false; ///< whether the GPU has all items as they are, except for changed ones
 
@@ -109,9 +137,8 @@ private:
     std::vector<Bits> _bits;
 
     // By slot.
-    std::vector<PackedAxes> _axes; ///< as many as eight slots have
+    std::vector<PackedBox> _boxes; ///< filled up to a multiple of eight
     std::vector<Command> _commands;
-    std::vector<int> _drawables;
     std::vector<int> _free;
 
     std::unique_ptr<Zel::DrawBuffers> _subDraws;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ZelGL/GPUModel.h>
+
 #include <QtGui/QMatrix4x4>
 
 #include <cmath>
@@ -8,18 +10,23 @@ namespace Orvane { namespace ZelKit {
 
 constexpr int kPackedLanes = 8;
 
-/// The spheres around eight boxes in world space: x, y and z of the centre, and the radius.
-struct PackedSpheres
+/// The spheres around eight boxes in world space: x, y and z of the centre, and the radius. Four spheres are one cache line.
+struct alignas(64) PackedSpheres
 {
-    float rows[4][kPackedLanes];
+    float halves[2][4][4]; ///< four lanes each
+
+    float &value(int row, int lane) { return halves[lane / 4][row][lane % 4]; }
+    float value(int row, int lane) const { return halves[lane / 4][row][lane % 4]; }
 };
 
-/// The half axes of a box in world space: x, y and z of each. Contiguous by box, because most tests need only the sphere, and a
-/// box that moves then writes one cache line of them.
-struct PackedAxes
+/// A box that moves. One cache line, because boxes that move are far apart in memory. Most tests need only the sphere.
+struct alignas(64) PackedBox
 {
-    float values[9];
+    float axes[9];                   ///< x, y and z of each half axis in world space
+    Zel::GPUModel::BoundingBox mesh; ///< in the space of the mesh
+    int drawable;
 };
+static_assert(sizeof(PackedBox) == 64, "one cache line");
 
 /// Tests boxes against the frustum of a matrix, eight at a time. It finds the boxes that GPUModel::frustumCull() finds: each box is
 /// tested in its own orientation.
@@ -52,11 +59,11 @@ public:
     }
 
     /// Returns a bit for each box that is not wholly outside of one of the six planes.
-    unsigned visible(const PackedSpheres &spheres, const PackedAxes *axes) const
+    unsigned visible(const PackedSpheres &spheres, const PackedBox *boxes) const
     {
         unsigned outside = 0;
         for (int first = 0; first < kPackedLanes; first += 4) {
-            outside |= outsideOfFour(spheres, axes, first) << first;
+            outside |= outsideOfFour(spheres, boxes, first) << first;
         }
         return ~outside & 0xFFu;
     }
@@ -80,12 +87,13 @@ private:
         return unsigned(mask[0] | mask[1] | mask[2] | mask[3]);
     }
 
-    unsigned outsideOfFour(const PackedSpheres &spheres, const PackedAxes *axes, int first) const
+    unsigned outsideOfFour(const PackedSpheres &spheres, const PackedBox *boxes, int first) const
     {
-        const Lanes x = load(spheres.rows[0] + first);
-        const Lanes y = load(spheres.rows[1] + first);
-        const Lanes z = load(spheres.rows[2] + first);
-        const Lanes radius = load(spheres.rows[3] + first);
+        const auto &rows = spheres.halves[first / 4];
+        const Lanes x = load(rows[0]);
+        const Lanes y = load(rows[1]);
+        const Lanes z = load(rows[2]);
+        const Lanes radius = load(rows[3]);
         Mask outside = {0, 0, 0, 0};
         Mask notInside = {0, 0, 0, 0};
         for (const auto &plane : _planes) {
@@ -95,14 +103,14 @@ private:
         }
         // Most spheres are on one side of all planes. Only the others need their boxes.
         const unsigned found = bits(outside);
-        return bits(notInside) == found ? found : found | boxesOutside(x, y, z, axes + first);
+        return bits(notInside) == found ? found : found | boxesOutside(x, y, z, boxes + first);
     }
 
-    unsigned boxesOutside(Lanes x, Lanes y, Lanes z, const PackedAxes *axes) const
+    unsigned boxesOutside(Lanes x, Lanes y, Lanes z, const PackedBox *boxes) const
     {
         Lanes rows[9];
         for (int i = 0; i < 9; ++i) {
-            rows[i] = Lanes{axes[0].values[i], axes[1].values[i], axes[2].values[i], axes[3].values[i]};
+            rows[i] = Lanes{boxes[0].axes[i], boxes[1].axes[i], boxes[2].axes[i], boxes[3].axes[i]};
         }
         Mask outside = {0, 0, 0, 0};
         for (const auto &plane : _planes) {

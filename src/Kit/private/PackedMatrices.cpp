@@ -14,7 +14,7 @@ namespace Orvane { namespace ZelKit {
 
 namespace {
 
-constexpr ulong kMat4Bytes = 64;
+constexpr ulong kMat4Bytes = PackedMatrices::kMatrixSize;
 constexpr ulong kMat3Bytes = 36; // nine numbers in the 64 bytes of the member
 
 // Not literals at each call: the conversion would allocate.
@@ -102,25 +102,25 @@ PackedMatrices::PackedMatrices(InstanceDataPlan *plan)
                                  [plan](const QString &member) { return plan->offset(member) == 0; });
 }
 
-void PackedMatrices::write(InstanceDataCollection &objects, int item, const QMatrix4x4 &world) const
+void PackedMatrices::write(const Items &items, int item, const QMatrix4x4 &world) const
 {
-    change(objects, item, [&](char *bytes) {
+    change(items, item, [&](char *bytes) {
         setWorld(bytes, world);
         copyToPrevious(bytes);
     });
 }
 
-void PackedMatrices::move(InstanceDataCollection &objects, int item, const QMatrix4x4 &world) const
+void PackedMatrices::move(const Items &items, int item, const QMatrix4x4 &world) const
 {
-    change(objects, item, [&](char *bytes) {
+    change(items, item, [&](char *bytes) {
         copyToPrevious(bytes);
         setWorld(bytes, world);
     });
 }
 
-void PackedMatrices::settle(InstanceDataCollection &objects, int item) const
+void PackedMatrices::settle(const Items &items, int item) const
 {
-    change(objects, item, [this](char *bytes) { copyToPrevious(bytes); });
+    change(items, item, [this](char *bytes) { copyToPrevious(bytes); });
 }
 
 int PackedMatrices::offsetOf(const QString &member) const
@@ -155,14 +155,12 @@ void PackedMatrices::setWorld(char *item, const QMatrix4x4 &world) const
     }
 }
 
-template <typename Change>
-void PackedMatrices::change(InstanceDataCollection &objects, int item, Change change) const
+template <typename Change> void PackedMatrices::change(const Items &items, int item, Change change) const
 {
     QVarLengthArray<char, 512> bytes(static_cast<int>(_itemSize));
-    // The array ends with the line: while it existed, set() would copy the bytes of all items.
-    std::memcpy(bytes.data(), objects.dataArray().constData() + size_t(item) * _itemSize, _itemSize);
+    std::memcpy(bytes.data(), items.bytes + size_t(item) * _itemSize, _itemSize);
     change(bytes.data());
-    objects.set(item, _firstMember, bytes.constData(), static_cast<unsigned long>(_itemSize));
+    items.objects.set(item, _firstMember, bytes.constData(), static_cast<unsigned long>(_itemSize));
 }
 
 }} // namespace Orvane::ZelKit

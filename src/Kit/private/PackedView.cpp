@@ -62,7 +62,8 @@ void PackedView::select(const Batches &batches, quint64 sceneVersion)
             for (const int slot : _sortedSlots) {
                 const float distance = (batch.centerOf(slot) - _eye).lengthSquared();
                 // NaN would break the strict order that std::sort() needs.
-                _distances.push_back({std::isnan(distance) ? 0.0f : distance, int(number), slot});
+                _distances.push_back(
+                    {std::isnan(distance) ? 0.0f : distance, int(number), slot, batch.drawableOf(slot)});
             }
         }
     }
@@ -105,11 +106,12 @@ void PackedView::addRun(std::vector<Run> &runs, const Run &run)
     }
 }
 
-/// The farthest comes first, whatever its material is; neighbours of a batch with the same faces share a call.
+/// The farthest comes first, whatever its material is; of several at the same distance the one that was added first. Neighbours of
+/// a batch with the same faces share a call.
 void PackedView::selectSorted(const Batches &batches)
 {
     std::sort(_distances.begin(), _distances.end(), [](const Sorted &a, const Sorted &b) {
-        return std::make_tuple(-a.distance, a.batch, a.slot) < std::make_tuple(-b.distance, b.batch, b.slot);
+        return std::make_tuple(-a.distance, a.drawable) < std::make_tuple(-b.distance, b.drawable);
     });
     for (const Sorted &sorted : _distances) {
         PackedBatch *batch = batches[size_t(sorted.batch)].get();

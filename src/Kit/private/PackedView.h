@@ -51,6 +51,7 @@ private:
         float distance;
         int batch;
         int slot;
+        int drawable;
     };
 
     void addRun(std::vector<Run> &runs, const Run &run);
