@@ -10,6 +10,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QPainter>
 
 #include <cmath>
@@ -47,6 +48,16 @@ using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
 
 namespace {
+
+/// The beginning of a host's main(). The tests have an application object.
+[[maybe_unused]] int runHost(int argc, char **argv)
+{
+    //! [application]
+    HeadlessContext::choosePlatform(HeadlessContext::eForWindows, true); // true: debug contexts
+    QGuiApplication application(argc, argv);
+    //! [application]
+    return QGuiApplication::exec();
+}
 
 const QSize kSize(320, 180);
 

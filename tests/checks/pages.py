@@ -7,7 +7,8 @@ A block of C++ follows a line that names its source, below docs; --update copies
 `<!-- snippet FILE NAME -->`  the lines of snippets/FILE between the lines `//! [NAME]`, without their indentation
 `<!-- file FILE -->`          the whole file
 `<!-- changes FILE -->`       the changes of start/STEP/NAME since the last step that has NAME
-The block of README.md is compiled by the test Install.
+The block of README.md is compiled by the test Install, which also runs the blocks of commands, configures those of CMake and
+compiles those of GLSL. So each block states its language, and no code is indented instead.
 """
 
 import difflib
@@ -19,6 +20,8 @@ import textwrap
 
 ROOT = pathlib.Path(sys.argv[1])
 COMPILED_ELSEWHERE = {"README.md"}
+OTHER_LANGUAGES = {"sh", "cmake", "glsl", "diff", "text"}
+NOT_FOLLOWED = {"benchmarks/README.md"} # its commands need other programs and hours
 DOCS = ROOT / "docs"
 BLOCK = re.compile(r"^<!-- (snippet|file|changes) ([^>]+) -->\n^```(\w+)\n(.*?)^```$", re.M | re.S)
 
@@ -41,6 +44,20 @@ def link_errors(page, text):
             yield f"the link {target} leads to no file"
         elif anchor and file.suffix == ".md" and anchor not in anchors(file):
             yield f"the link {target} leads to no heading"
+
+
+def language_errors(name, text):
+    """Blocks of code that no check reads."""
+    if name in NOT_FOLLOWED:
+        return
+    prose = []
+    for i, part in enumerate(re.split(r"^ *```(.*)$", text, flags=re.M)):
+        if i % 4 == 0:
+            prose.append(part)
+        elif i % 4 == 1 and part not in OTHER_LANGUAGES | {"cpp"}:
+            yield f"a block in the language '{part}'; use one of cpp, {', '.join(sorted(OTHER_LANGUAGES))}"
+    for line in re.findall(r"\n\n {4}(\S.*)", "".join(prose)):
+        yield f"indented code: {line}"
 
 
 def snippet(file, name):
@@ -79,7 +96,7 @@ def main():
     for page in pages:
         text = page.read_text()
         name = str(page.relative_to(ROOT))
-        errors += [f"{name}: {error}" for error in link_errors(page, text)]
+        errors += [f"{name}: {error}" for error in [*link_errors(page, text), *language_errors(name, text)]]
 
         def renewed(match):
             kind, source, language, _ = match.groups()
