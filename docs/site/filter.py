@@ -31,13 +31,26 @@ def link(match):
     return f"](@ref {label(path, match[2])})"
 
 
+def class_link(text, header):
+    """A link to the class of a header that the text names, or the text alone."""
+    space = {"GL": "Orvane::Zel::", "Core": "Orvane::Zel::"}.get(header.parent.name, f"Orvane::Zel{header.parent.name}::")
+    space = "TvoImageCubemapUtils::" if "namespace TvoImageCubemapUtils" in header.read_text() else space
+    for name in re.findall(r"^(?:class|struct) ZEL\w+_EXPORT (\w+)", header.read_text(), re.M):
+        if re.search(rf"\b{name}\b", text):
+            return f"[{text}](@ref {space}{name})"
+    return text
+
+
 def file_link(match):
-    """A link to a file that is no page: to the page of the example with this source, to a copy of the file, or its text alone."""
+    """A link to a file that is no page: to the page of the example with this source, to a copy of the file, to
+    the class of a header, or its text alone."""
     path = (PAGE.parent / match[2]).resolve()
     if path.suffix in (".md", ".png", ".svg") or not path.exists():
         return match[0]
     if path.is_file() and path.is_relative_to(ROOT / "docs"): # reference.py has copied it
         return match[0]
+    if path.parent.parent == ROOT / "src":
+        return class_link(match[1], path)
     if path.suffix == ".cpp" and path.parent == ROOT / "examples":
         return f"[{match[1]}](@ref example_{path.stem})"
     if ROOT / "examples/starter" in (path, path.parent):

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks the Markdown pages: links and anchors must exist, and C++ must come from a compiled snippet.
+"""Checks the Markdown pages: links and anchors must exist, C++ must come from a compiled snippet, and a page of the guide must link
+each public class to its header.
 
 Usage: pages.py ROOT [--update]
 
@@ -88,6 +89,17 @@ def changes(file):
 SOURCES = {"snippet": snippet, "file": whole, "changes": changes}
 
 
+def unlinked_classes():
+    """Public classes to whose header no page of the guide links by their name."""
+    guide = [ROOT / "README.md", *sorted(DOCS.glob("*.md"))]
+    links = [((page.parent / target).resolve(), text) for page in guide
+             for text, target in re.findall(r"\[([^\]]+)\]\(([^)\s]+\.h)\)", page.read_text())]
+    for header in sorted((ROOT / "src").resolve().glob("*/*.h")):
+        for name in re.findall(r"^(?:class|struct) ZEL[A-Z]+_EXPORT (\w+)", header.read_text(), re.M):
+            if not any(file == header and re.search(rf"\b{name}\b", text) for file, text in links):
+                yield f"no page of the guide links {name} to {header.parent.name}/{header.name}"
+
+
 def main():
     listed = subprocess.run(["git", "-C", str(ROOT), "ls-files", "-co", "--exclude-standard", "*.md"],
                             capture_output=True, text=True).stdout.split()
@@ -115,6 +127,7 @@ def main():
                 page.write_text(new)
             else:
                 errors.append(f"{name}: a block differs from its source; run tests/checks/pages.py . --update")
+    errors += unlinked_classes()
     print("\n".join(errors) or f"{len(pages)} pages")
     return bool(errors)
 
