@@ -29,8 +29,9 @@ def subsystems():
 def classes(header):
     """The exported classes of a header, with their namespaces."""
     text = header.read_text()
-    namespaces = re.findall(r"namespace (Orvane|Zel\w*|TvoImageCubemapUtils)\b", text)
-    space = "TvoImageCubemapUtils" if "TvoImageCubemapUtils" in namespaces else f"Orvane::{namespaces[1]}" if len(namespaces) > 1 else ""
+    library = header.parent.name
+    space = "Orvane::Zel" if library in ("GL", "Core") else f"Orvane::Zel{library}"
+    space = "TvoImageCubemapUtils" if "namespace TvoImageCubemapUtils" in text else space
     return [f"{space}::{name}" for name in re.findall(r"^(?:class|struct) ZEL\w+_EXPORT (\w+)", text, re.M)]
 
 

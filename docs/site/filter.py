@@ -33,7 +33,8 @@ def link(match):
 
 def class_link(text, header):
     """A link to the class of a header that the text names, or the text alone."""
-    space = {"GL": "Orvane::Zel::", "Core": "Orvane::Zel::"}.get(header.parent.name, f"Orvane::Zel{header.parent.name}::")
+    library = header.parent.name
+    space = "Orvane::Zel::" if library in ("GL", "Core") else f"Orvane::Zel{library}::"
     space = "TvoImageCubemapUtils::" if "namespace TvoImageCubemapUtils" in header.read_text() else space
     for name in re.findall(r"^(?:class|struct) ZEL\w+_EXPORT (\w+)", header.read_text(), re.M):
         if re.search(rf"\b{name}\b", text):
