@@ -14,6 +14,7 @@
 #include <QtGui/QImage>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 
 using namespace Orvane::Zel;
@@ -175,6 +176,6 @@ int main(int argc, char **argv)
     if (command == "pictures" && argc == 4) {
         return printPictures(QDir(argv[2]), QDir(argv[3]));
     }
-    qCritical("usage: zelreport facts\n       zelreport pictures EXPECTED DRAWN");
+    std::fputs("usage: zelreport facts\n       zelreport pictures EXPECTED DRAWN\n", stderr);
     return 2;
 }
