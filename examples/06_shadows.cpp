@@ -30,10 +30,8 @@ public:
         ShadowLayers::Options options;
         options.isStable = true;
         _shadows = ShadowLayers::create(options);
-        ShadowLight sun;
-        sun.direction = {0.75f, -0.62f, -0.35f};
-        sun.size = 0.01f; // the sun is a disc, whose shadows are soft
-        _shadows->setLights({sun});
+        const float size = 0.01f; // the sun is a disc, whose shadows are soft
+        _shadows->setLights({ShadowLight::sun({0.75f, -0.62f, -0.35f}, size)});
 
         for (GLSLMacroProcessor *processor : {&_processor, &_casterProcessor}) {
             DrawBuffers::setup(processor);

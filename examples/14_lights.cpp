@@ -50,15 +50,10 @@ public:
         projection.perspective(32.0f, aspect, 1.0f, 60.0f);
         _viewProjection = projection * view;
 
-        ShadowLight spot;
-        spot.type = ShadowLight::eSpot;
-        spot.position = {7.0f * std::cos(0.3f * seconds), 8.0f, 6.0f};
-        spot.direction = QVector3D(1.5f, 0.0f, 0.0f) - spot.position;
-        spot.halfAngle = 0.42f;
-        ShadowLight lamp;
-        lamp.type = ShadowLight::ePoint;
-        lamp.position = {-2.2f * std::cos(0.2f * seconds), 1.5f, 1.2f};
-        _shadows->setLights({spot, lamp});
+        const QVector3D spot(7.0f * std::cos(0.3f * seconds), 8.0f, 6.0f);
+        const QVector3D lamp(-2.2f * std::cos(0.2f * seconds), 1.5f, 1.2f);
+        _shadows->setLights(
+            {ShadowLight::spot(spot, QVector3D(1.5f, 0.0f, 0.0f) - spot, 0.42f), ShadowLight::point(lamp)});
         _shadows->update(view, projection, Bounds({-20.1f, -0.3f, -20.1f}, {20.1f, 3.0f, 20.1f}),
                          [this](const ShadowLayers::Layer &layer) {
                              DrawScope scope(_casters.get());

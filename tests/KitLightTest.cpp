@@ -2,6 +2,7 @@
 
 #include "support/DrawnPixels.h"
 #include "support/GLFixture.h"
+#include "support/Tap.h"
 #include "support/TestProgram.h"
 
 #include <ZelGL/ZelGL.h>
@@ -512,13 +513,14 @@ TEST_F(KitLightTest, ObjectsOfLightRefuseOtherContexts)
 
 TEST_F(KitLightOwnProcessTest, ObjectsOfLightOutliveTheirContext)
 {
+    const auto other = HeadlessContext::create();
     auto context = HeadlessContext::create();
     ASSERT_NE(nullptr, context);
     const auto program = makeProgram(kAllOver);
-    const auto shadows = ShadowLayers::create({});
+    auto shadows = ShadowLayers::create({});
     const auto cube = sky(4).cubeMap();
-    const auto light = EnvironmentBake::bake(sky(4), smallBake());
-    const auto bake = EnvironmentBake::create(*cube, smallBake());
+    auto light = EnvironmentBake::bake(sky(4), smallBake());
+    auto bake = EnvironmentBake::create(*cube, smallBake());
     ASSERT_TRUE(shadows && light && bake);
     _capture.takeTexts();
     context.reset();
@@ -528,6 +530,14 @@ TEST_F(KitLightOwnProcessTest, ObjectsOfLightOutliveTheirContext)
     EXPECT_FALSE(light->save("sky.light"));
     EXPECT_FALSE(bake->step());
     EXPECT_EQ(5, _capture.takeTexts(QtWarningMsg).filter("current").size());
+
+    other->makeCurrent(); // has other textures of the same names
+    const Tap<&glDeleteTextures> deletions;
+    shadows.reset();
+    light.reset();
+    bake.reset();
+    EXPECT_EQ(0u, deletions.count());
+    EXPECT_LE(3, _capture.takeTexts(QtWarningMsg).filter("current").size());
 }
 
 TEST_F(KitLightTest, EnvironmentsNameWhatTheyCannotUse)

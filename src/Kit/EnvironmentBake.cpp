@@ -5,7 +5,7 @@
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
 #include "private/LightTextures.h"
-#include "private/OwnContext.h"
+#include "private/Orphans.h"
 #include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
@@ -298,7 +298,11 @@ EnvironmentBake::EnvironmentBake(std::unique_ptr<State> state)
 {
 }
 
-EnvironmentBake::~EnvironmentBake() = default;
+EnvironmentBake::~EnvironmentBake()
+{
+    const OwnContext context = _state->context;
+    keepWithoutContext(context, "environment bake", _state);
+}
 
 std::unique_ptr<EnvironmentBake> EnvironmentBake::create(Texture &cube, const Options &options,
                                                          QString *error)

@@ -3,7 +3,7 @@
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
 #include "private/LightTextures.h"
-#include "private/OwnContext.h"
+#include "private/Orphans.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -106,7 +106,10 @@ EnvironmentLight::EnvironmentLight()
 {
 }
 
-EnvironmentLight::~EnvironmentLight() = default;
+EnvironmentLight::~EnvironmentLight()
+{
+    keepWithoutContext(*_context, "environment light", _reflections, _diffuse, _table);
+}
 
 void EnvironmentLight::setUp(GLSLMacroProcessor *processor)
 {

@@ -3,7 +3,7 @@
 #include "RenderTarget.h"
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
-#include "private/OwnContext.h"
+#include "private/Orphans.h"
 #include "private/SavedTarget.h"
 #include "private/SceneBox.h"
 #include "private/StableCascades.h"
@@ -272,7 +272,11 @@ ShadowLayers::ShadowLayers(const Options &options)
     _block = device->newUniformBuffer(QStringLiteral("u_ShadowSourceTable"), buffer);
 }
 
-ShadowLayers::~ShadowLayers() = default;
+ShadowLayers::~ShadowLayers()
+{
+    keepWithoutContext(*_context, "shadow layers", _blur, _debug, _block, _texture, _framebuffer, _moments,
+                       _blurred);
+}
 
 std::unique_ptr<ShadowLayers> ShadowLayers::create(const Options &options, QString *error)
 {

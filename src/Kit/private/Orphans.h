@@ -2,6 +2,8 @@
 
 #include "OwnContext.h"
 
+#include <QtCore/QSharedPointer>
+
 #include <memory>
 #include <vector>
 
@@ -12,6 +14,11 @@ inline void keepForever(std::shared_ptr<void> object)
 {
     static auto *const objects = new std::vector<std::shared_ptr<void>>; // not deleted at exit
     objects->push_back(std::move(object));
+}
+
+template <typename T> void keepForever(QSharedPointer<T> object)
+{
+    keepForever(std::make_shared<QSharedPointer<T>>(std::move(object)));
 }
 
 /// Keeps the members of an object that is deleted without its context, with a message: their destructors would delete objects
