@@ -44,10 +44,10 @@ public:
     Wave()
         : _cubes(makeCube(kColumns * kRows))
     {
-        DrawBuffers::setup(&_processor); // adds the defines for draw IDs
-        _processor.addDefine("COLUMNS", QString::number(kColumns));
-        _processor.addDefine("ROWS", QString::number(kRows));
-        _program = makeProgram({kVertex, "support/color.frag"}, &_processor);
+        GLSLMacroProcessor processor;
+        processor.addDefine("COLUMNS", QString::number(kColumns));
+        processor.addDefine("ROWS", QString::number(kRows));
+        _program = makeProgram(kVertex, "support/color.frag", nullptr, &processor);
     }
 
     void draw(float aspect, float seconds) override
@@ -68,7 +68,6 @@ public:
     }
 
 private:
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _cubes;
 };

@@ -45,8 +45,7 @@ public:
         plan->addMember(InstanceDataPlan::eMat4, "Placement");
         plan->addMember(InstanceDataPlan::eVec4, "Color");
         InstanceDataRegistry::Instance()->registerPlan(plan); // takes ownership
-        DrawBuffers::setup(&_processor);
-        _program = makeProgram({"03_instance_data.vert", "support/color.frag", {"Cube"}}, &_processor);
+        _program = makeProgram("03_instance_data.vert", "support/color.frag");
 
         _data = std::make_unique<InstanceDataCollection>(plan, kCubes);
         for (int i = 0; i < kCubes; ++i) {
@@ -71,7 +70,6 @@ public:
     }
 
 private:
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _cubes;
     std::unique_ptr<InstanceDataCollection> _data;

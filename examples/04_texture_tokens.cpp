@@ -1,8 +1,8 @@
 // Textures as plain data: a token is a member of an instance-data item.
 //
 // The manager returns a token for a texture, a colour or a file; managedTexture() samples by token in the shader.
-// TextureManager::Instance() decides whether it uses bindless textures or binds each texture to a texture unit: it adds
-// its defines to the text processor, and returns the name of the shader file that a program must link.
+// TextureManager::Instance() decides whether it uses bindless textures or binds each texture to a texture unit. Its defines and its
+// shader file make the program suit it: ProgramBuilder adds both.
 
 #include "Pictures.h"
 #include "Programs.h"
@@ -35,11 +35,7 @@ public:
         plan->addMember(InstanceDataPlan::eVec4, "Place");
         plan->addMember(InstanceDataPlan::eTexture, "Picture");
         InstanceDataRegistry::Instance()->registerPlan(plan);
-        DrawBuffers::setup(&_processor);
-        _manager->setup(&_processor);
-        _program = makeProgram(
-            {"04_texture_tokens.vert", "04_texture_tokens.frag", {"Card"}, {_manager->getShaderFile()}},
-            &_processor);
+        _program = makeProgram("04_texture_tokens.vert", "04_texture_tokens.frag", _manager);
 
         std::array<TextureToken, kMotifs> motifs;
         for (int i = 0; i < kMotifs; ++i) {
@@ -74,7 +70,6 @@ public:
 
 private:
     TextureManager *_manager;
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     QSharedPointer<DrawBuffers> _quad;
     std::unique_ptr<InstanceDataCollection> _data;

@@ -40,8 +40,7 @@ public:
         plan->addMember(InstanceDataPlan::eVec4, "Color");
         plan->setArraySize(32);
         InstanceDataRegistry::Instance()->registerPlan(plan);
-        DrawBuffers::setup(&_processor);
-        _program = makeProgram({"05_scene.vert", "05_scene.frag", {"Body"}}, &_processor);
+        _program = makeProgram("05_scene.vert", "05_scene.frag");
 
         auto *data = new InstanceDataCollection(plan, kCount); // the model takes ownership
         const int drawable = _model.add(makeSphere(kCount).release(), 0, nullptr, data, 0);
@@ -85,7 +84,6 @@ public:
     }
 
 private:
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     GPUModel _model;
     int _places[kCount]; ///< transforms, by body

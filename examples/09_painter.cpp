@@ -10,7 +10,6 @@
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
-#include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QOpenGLWidget>
@@ -32,8 +31,7 @@ public:
         if (initializeGLFunctions()) {
             initializeGLDebugging();
             _bars = makeCube(kValues.size());
-            DrawBuffers::setup(&_processor);
-            _program = makeProgram({"09_painter.vert", "support/color.frag"}, &_processor);
+            _program = makeProgram("09_painter.vert", "support/color.frag");
         }
     }
 
@@ -43,7 +41,7 @@ public:
             return;
         }
         const float aspect = float(width()) / float(height());
-        _camera.frame(Bounds({-9.0f, -0.6f, -0.5f}, {9.0f, 7.6f, 0.5f}), aspect);
+        _camera.refit(Bounds({-9.0f, -0.6f, -0.5f}, {9.0f, 7.6f, 0.5f}), aspect);
         const QMatrix4x4 viewProjection = _camera.viewProjection(aspect);
         glClearColor(0.10f, 0.12f, 0.16f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -64,20 +62,18 @@ public:
         }
     }
 
-    void mousePressEvent(QMouseEvent *event) override { _mouse = event->pos(); }
-    void mouseMoveEvent(QMouseEvent *event) override // comes while a button is pressed
+    bool event(QEvent *event) override
     {
-        _camera.orbit(QVector2D(event->pos() - _mouse) / float(height()));
-        _mouse = event->pos();
-        update();
+        if (_camera.handle(event, size())) {
+            update();
+        }
+        return QOpenGLWidget::event(event);
     }
 
 private:
     OrbitCamera _camera{20.0f, 14.0f};
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _bars;
-    QPoint _mouse;
 };
 
 } // namespace

@@ -1,7 +1,7 @@
 // A picture without a window, a display or Qt's application object, as on a server.
 //
-// HeadlessContext makes a context of EGL; with its default platform it would use GLX if there is a display. A RenderTarget
-// is the framebuffer, and image() reads it back. The file of the picture is an argument: "--offscreen FILE".
+// HeadlessContext makes a context of EGL; with its default platform it would use GLX if there is a display. RenderTarget::picture()
+// draws into a framebuffer, and reads it back. The file of the picture is an argument: "--offscreen FILE".
 
 #include "Programs.h"
 #include "Show.h"
@@ -19,22 +19,13 @@ namespace {
 /// The Julia set of a complex number.
 QImage drawJuliaSet(const QVector2D &number, const QSize &size)
 {
-    const std::unique_ptr<RenderTarget> target = RenderTarget::create(size, GL_RGBA8, RenderTarget::eNoDepth);
-    if (target == nullptr) {
-        return QImage();
-    }
-    GLSLMacroProcessor processor;
-    const std::unique_ptr<ShaderProgram> program =
-        makeProgram({"passthroughVS.glslc", "10_headless.frag"}, &processor);
-    {
-        const AutoBinder bound(target->framebuffer());
-        glViewport(0, 0, size.width(), size.height());
+    const std::unique_ptr<ShaderProgram> program = makeProgram("passthroughVS.glslc", "10_headless.frag");
+    return RenderTarget::picture(size, [&] {
         DrawScope scope(program.get());
         program->setUniform("u_Aspect", float(size.width()) / float(size.height()));
         program->setUniform("u_Number", number);
         scope.draw(OpenGLDeviceContext::current()->fullscreenQuad().data());
-    }
-    return target->image();
+    });
 }
 
 } // namespace

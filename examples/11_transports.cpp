@@ -36,7 +36,6 @@ public:
     Towers()
         : _cubes(makeCube(kSteps))
     {
-        DrawBuffers::setup(&_processor);
         addTower("UniformBlock", InstanceDataPlan::eUniformBufferMechanism);
         addTower("Uniforms", InstanceDataPlan::eUniformMechanism);
         addTower("BufferTexture", InstanceDataPlan::eBufferTextureMechanism);
@@ -72,7 +71,7 @@ private:
         InstanceDataRegistry::Instance()->registerPlan(plan);
         Tower tower;
         const QString vertex = QString(kVertex).arg(name);
-        tower.program = makeProgram({vertex, "support/color.frag", {name}}, &_processor);
+        tower.program = makeProgram(vertex, "support/color.frag");
         tower.data = std::make_unique<InstanceDataCollection>(plan, kSteps);
         for (int i = 0; i < kSteps; ++i) {
             const float up = float(i) / kSteps;
@@ -85,7 +84,6 @@ private:
         _towers.push_back(std::move(tower));
     }
 
-    GLSLMacroProcessor _processor;
     std::unique_ptr<DrawBuffers> _cubes;
     std::vector<Tower> _towers;
 };

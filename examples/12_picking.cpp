@@ -26,9 +26,9 @@ public:
     City()
         : _cubes(makeCube(kCubes))
     {
-        DrawBuffers::setup(&_processor);
-        _processor.addDefine("COLUMNS", QString::number(kColumns));
-        _program = makeProgram({"12_picking.vert", "12_picking.frag"}, &_processor);
+        GLSLMacroProcessor processor;
+        processor.addDefine("COLUMNS", QString::number(kColumns));
+        _program = makeProgram("12_picking.vert", "12_picking.frag", nullptr, &processor);
     }
 
     void click(const QPoint &pixel, const QSize &viewport) override
@@ -81,7 +81,6 @@ private:
         _program->setUniform("u_Point", _point);
     }
 
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _cubes;
     Picker _picker;

@@ -29,11 +29,9 @@ public:
         auto *plan = new InstanceDataPlan("Globe");
         plan->addMember(InstanceDataPlan::eTexture, "Tiles");
         InstanceDataRegistry::Instance()->registerPlan(plan);
-        DrawBuffers::setup(&_processor);
-        _manager.setup(&_processor);
-        _processor.addDefine("TILES", QString("vec2(%1.0, %2.0)").arg(kColumns).arg(kRows));
-        _program =
-            makeProgram({"13_udim.vert", "13_udim.frag", {"Globe"}, {_manager.getShaderFile()}}, &_processor);
+        GLSLMacroProcessor processor;
+        processor.addDefine("TILES", QString("vec2(%1.0, %2.0)").arg(kColumns).arg(kRows));
+        _program = makeProgram("13_udim.vert", "13_udim.frag", &_manager, &processor);
 
         const TextureToken tiles = _manager.createUDIMToken();
         for (int row = 0; row < kRows; ++row) {
@@ -58,7 +56,6 @@ public:
 
 private:
     Array2DTextureManager _manager;
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _sphere;
     std::unique_ptr<InstanceDataCollection> _data;

@@ -78,15 +78,11 @@ int main(int argc, char **argv)
     glXMakeCurrent(display, window, context);
     QImage picture;
     if (initializeGLFunctions()) {
-        GLSLMacroProcessor processor;
-        const auto program = makeProgram({"passthroughVS.glslc", "15_own_context.frag"}, &processor);
+        const auto program = makeProgram("passthroughVS.glslc", "15_own_context.frag");
         if (file.isEmpty()) {
             show(*program, display, window);
-        } else if (const auto target = RenderTarget::create(windowSize(), GL_RGBA8)) {
-            target->framebuffer()->bind();
-            drawWaves(*program, target->size(), 1.5f);
-            target->framebuffer()->unbind();
-            picture = target->image();
+        } else {
+            picture = RenderTarget::picture(windowSize(), [&] { drawWaves(*program, windowSize(), 1.5f); });
         }
     }
     OpenGLDeviceContext::resetContext();

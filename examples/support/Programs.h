@@ -8,7 +8,14 @@
 namespace Orvane { namespace Zel {
 class GLSLMacroProcessor;
 class ShaderProgram;
+class TextureManager;
 }} // namespace Orvane::Zel
+
+/// A program of two stages, with what ProgramBuilder::addLibrary() adds. A stage is a text, or the name of a file of this folder or
+/// of the library. \a processor: for defines; null for none.
+std::unique_ptr<Orvane::Zel::ShaderProgram> makeProgram(const QString &vertex, const QString &fragment,
+                                                        Orvane::Zel::TextureManager *manager = nullptr,
+                                                        Orvane::Zel::GLSLMacroProcessor *processor = nullptr);
 
 /// The sources of a program. A stage is a text, or the name of a file of this folder or of the library.
 struct ProgramText
