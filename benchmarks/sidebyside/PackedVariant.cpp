@@ -2,7 +2,9 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <random>
 
 using namespace Orvane::Zel;
 using Orvane::ZelKit::PackedScene;
@@ -121,6 +123,7 @@ void PackedVariant::drawFrame()
         break;
     case eCulled:
     case eCulledScattered:
+    case eCulledRandom:
         moveBoxes();
         break;
     case eAll:
@@ -168,6 +171,10 @@ void PackedVariant::addBoxes()
         }
     }
     _scene->compact();
+    if (_kind == eCulledRandom) { // both in the same order
+        std::shuffle(_drawables.begin(), _drawables.end(), std::mt19937(1));
+        std::shuffle(_places.begin(), _places.end(), std::mt19937(1));
+    }
 }
 
 void PackedVariant::moveBoxes()
@@ -176,7 +183,7 @@ void PackedVariant::moveBoxes()
     const size_t part = size_t(_frame % kMovingEvery);
     const size_t moving = _drawables.size() / kMovingEvery;
     for (size_t i = 0; i < moving; ++i) {
-        const size_t box = _kind == eCulledScattered ? i * kMovingEvery + part : part * moving + i;
+        const size_t box = _kind == eCulled ? part * moving + i : i * kMovingEvery + part;
         _places[box].translate(0.0f, 0.0f, _frame % 2 == 0 ? 0.01f : -0.01f);
         _scene->setTransform(_drawables[box], _places[box]);
     }

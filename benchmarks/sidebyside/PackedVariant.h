@@ -18,6 +18,7 @@ public:
         eAll,    ///< without culling and without movement: the commands stay
         eCulled, ///< culled by another frustum in each frame, while a twentieth of the boxes moves, other ones in each frame
         eCulledScattered, ///< the same, with every twentieth box, so that no two of them share memory
+        eCulledRandom,    ///< the same, with random boxes in random order
         eSubDraws         ///< as eAll, but the program has the draw ID in a uniform
     };
 

@@ -13,6 +13,7 @@
 //   packed        a ZelKit::PackedScene, the draw ID in the base instance: one indirect call for each material
 //   packedculled  the same, culled by another frustum in each frame, while 5 % of the boxes, neighbours, move
 //   packedscattered  the same while every twentieth box moves
+//   packedrandom  the same while random boxes move, in random order
 //   packedsubdraws  the same as packed with the draw ID in a uniform
 //   commandsbyhand, baseinstancebyhand, packedbyhand
 //                 the same GL calls by hand, on the same objects, program and framebuffer. The difference is the cost of
@@ -333,6 +334,7 @@ constexpr Row kRows[] = {
     {"packedbyhand", true, makePacked<PackedVariant::eByHand>},
     {"packedculled", true, makePacked<PackedVariant::eCulled>},
     {"packedscattered", true, makePacked<PackedVariant::eCulledScattered>},
+    {"packedrandom", true, makePacked<PackedVariant::eCulledRandom>},
     {"packedsubdraws", false, makePacked<PackedVariant::eSubDraws>},
 };
 

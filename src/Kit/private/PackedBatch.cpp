@@ -90,7 +90,7 @@ void PackedBatch::remove(int slot)
 void PackedBatch::setTransform(int slot, const QMatrix4x4 &world)
 {
     place(slot, world);
-    if (!_moves.empty() && _moves.back().slot >= slot) {
+    if (_moves.size() >= _commands.size()) { // a batch that is never drawn
         applyMoves();
     }
     _moves.push_back({slot, world});
@@ -375,17 +375,17 @@ void PackedBatch::place(int slot, const QMatrix4x4 &world)
 
 void PackedBatch::applyMoves()
 {
+    constexpr size_t kAhead = 8;
     const Items items(*_objects);
-    for (const Move &move : _moves) {
-        applyMove(items, move);
+    const size_t size = _matrices.itemSize();
+    for (size_t i = 0; i < _moves.size(); ++i) {
+        if (i + kAhead < _moves.size()) {
+            ZelKit::prefetch(items.bytes + size_t(_moves[i + kAhead].slot) * size, size);
+        }
+        _matrices.move(items, _moves[i].slot, _moves[i].world); // which settles
+        set(eUnsettled, _moves[i].slot, false);
     }
     _moves.resize(0); // keeps the memory
-}
-
-void PackedBatch::applyMove(const Items &items, const Move &move)
-{
-    _matrices.move(items, move.slot, move.world); // which settles
-    set(eUnsettled, move.slot, false);
 }
 
 /// Makes the present matrix the previous one.
@@ -410,6 +410,7 @@ bool PackedBatch::uploadChanges()
         return _isUploaded;
     }
     _hasChanged = false;
+    applyMoves();
     // A quarter of the items costs as much as all: calls, or the driver's copies.
     int changes = 0;
     for (const Bits &bits : _bits) {
@@ -423,14 +424,12 @@ bool PackedBatch::uploadChanges()
         uploadRuns();
         glBindBuffer(GL_COPY_WRITE_BUFFER, 0);
     } else {
-        applyMoves();
         settleAll();
     }
     for (Bits &bits : _bits) {
         bits.rows[eChanged] = 0;
         bits.rows[ePreviousChanged] = 0;
     }
-    _moves.resize(0); // keeps the memory
     return canUpload;
 }
 
@@ -438,15 +437,16 @@ bool PackedBatch::uploadChanges()
 void PackedBatch::uploadRuns()
 {
     constexpr int kMaxOthers = 4;
-    constexpr size_t kBlocksAhead = 8; // prefetched, so that the accesses to items that are far apart overlap
+    constexpr size_t kBlocksAhead = 8; // prefetched
     const Items items(*_objects);
     const size_t size = _matrices.itemSize();
     int first = 0;
     int end = -1 - kMaxOthers;
-    auto move = _moves.cbegin();
     for (size_t block = 0; block < _bits.size(); ++block) {
         if (block + kBlocksAhead < _bits.size()) {
-            forEachBit(block + kBlocksAhead, _bits[block + kBlocksAhead].changes(),
+            const Bits &ahead = _bits[block + kBlocksAhead];
+            const unsigned inCaches = ahead.rows[eMoved]; // they were just written
+            forEachBit(block + kBlocksAhead, ahead.changes() & ~inCaches,
                        [&](int slot) { ZelKit::prefetch(items.bytes + size_t(slot) * size, size); });
         }
         forEachBit(block, _bits[block].changes(), [&](int slot) {
@@ -455,9 +455,6 @@ void PackedBatch::uploadRuns()
                 first = slot;
             }
             end = slot + 1;
-            if (move != _moves.cend() && move->slot == slot) {
-                applyMove(items, *move++);
-            }
         });
     }
     upload(items, first, end);

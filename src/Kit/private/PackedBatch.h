@@ -113,7 +113,6 @@ private:
     void moveSlot(int from, int to);
     void place(int slot, const QMatrix4x4 &world);
     void applyMoves();
-    void applyMove(const Items &items, const Move &move);
     void settle(const Items &items, int slot);
     void settleAll();
     bool uploadChanges();
@@ -128,8 +127,7 @@ private:
     bool _hasMoved = false;   ///< whether a bit eMoved is set
     bool _isUploaded = false; ///< whether the GPU has all items as they are, except for changed ones
 
-    /// With ascending slots. Object data of moved drawables are written where they are uploaded: they are scattered over memory
-    /// that no cache holds, so each access counts.
+    /// Written into the object data just before the upload, which then finds them in the caches.
     std::vector<Move> _moves;
 
     // By eight slots.
