@@ -135,7 +135,8 @@ public:
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const float aspect = float(size.width()) / float(size.height());
-        camera.refit(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
+        const Bounds bounds({-5.1f, -0.2f, -5.1f}, {5.1f, 6.2f, 5.1f}); // of the scene
+        camera.refit(bounds, aspect);
         scene.updateTransforms();
         scene.resetCulling();
         scene.frustumCull(camera.viewProjection(aspect));

@@ -159,11 +159,12 @@ public:
     void draw(const QSize &size)
     {
         const float aspect = float(size.width()) / float(size.height());
-        camera.refit(Bounds({-5.0f, -0.2f, -5.0f}, {5.0f, 6.2f, 5.0f}), aspect);
+        const Bounds bounds({-5.1f, -0.2f, -5.1f}, {5.1f, 6.2f, 5.1f}); // of the scene
+        camera.refit(bounds, aspect);
         scene.updateTransforms();
         scene.resetCulling();
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        shadows->update(camera.view(), camera.projection(aspect), {{-5.1f, -0.2f, -5.1f}, {5.1f, 6.3f, 5.1f}},
+        shadows->update(camera.view(), camera.projection(aspect), bounds,
                         [this](const ShadowLayers::Layer &layer) {
                             const AutoBinder bound(casters.get());
                             casters->setUniform("u_Projection", layer.projection);
