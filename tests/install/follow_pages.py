@@ -100,7 +100,7 @@ def follow(page, fragments):
     """The script of a page. It starts in a folder that looks like a clone."""
     name = str(page.relative_to(ROOT))
     text = page.read_text()
-    script, stage, last = [], None, []
+    script, stage, last = [], None, 0 # last: where the last block of commands begins
     for match in TOKEN.finditer(text):
         step, file, declared, declarations, language, body = match.groups()
         place = f"{name}:{text.count(chr(10), 0, match.start()) + 1}"
@@ -118,9 +118,11 @@ def follow(page, fragments):
             if "project(" not in body:
                 fragments.append(body)
         else:
-            last = [line for command in body.replace("\\\n", " ").splitlines() for line in run_of(place, command)]
-            script += last
-    return script + (last if script and script[-1].startswith("cp ") else [])
+            last = len(script)
+            script += [line for command in body.replace("\\\n", " ").splitlines() for line in run_of(place, command)]
+    # The page asks for the last commands after each further step: they are run at the end, with the files of the last step.
+    files = [line for line in script[last:] if line.startswith("cp '")]
+    return script[:last] + files + [line for line in script[last:] if line not in files]
 
 
 def run(name, script):
