@@ -107,6 +107,7 @@ def main():
         "# GLSL functions {#md_glsl}\n\nA shader includes a header of this page; its program adds the definitions "
         "(\\ref md_docs_programs).\n\n" + "\n".join(pages))
     (OUTPUT / "layout.xml").write_text(navigation())
+    shutil.rmtree(OUTPUT.parent / "html", ignore_errors=True) # pages of classes that are gone
     for folder in ("start", "reports"): # pages link their files
         shutil.copytree(ROOT / "docs" / folder, OUTPUT.parent / "html" / folder, dirs_exist_ok=True)
     for name, sources in examples():
