@@ -28,19 +28,21 @@ def subsystems():
 
 def classes(header):
     """The exported classes of a header, with their namespaces."""
-    text = header.read_text()
-    library = header.parent.name
-    space = "Orvane::Zel" if library in ("GL", "Core") else f"Orvane::Zel{library}"
-    space = "TvoImageCubemapUtils" if "namespace TvoImageCubemapUtils" in text else space
-    return [f"{space}::{name}" for name in re.findall(r"^(?:class|struct) ZEL\w+_EXPORT (\w+)", text, re.M)]
+    space = ""
+    for names, name in re.findall(r"^(?:((?:namespace \w+ \{ ?)+)|(?:class|struct) ZEL\w+_EXPORT (\w+))", header.read_text(), re.M):
+        if names: # the last one opened: declarations of other namespaces may precede
+            space = re.sub("^Zel", "Orvane::Zel", "::".join(re.findall(r"namespace (\w+)", names)))
+        else:
+            yield f"{space}::{name}" if space else name
 
 
 def group(name, title, headers):
     """A group of Doxygen with the classes and files of these headers."""
     lines = [f"/** \\defgroup {name} {title} */"]
     for header in headers:
-        lines += [f"/** \\class {one}\n    \\ingroup {name} */" for one in classes(header)]
-        if not classes(header):
+        found = list(classes(header))
+        lines += [f"/** \\class {one}\n    \\ingroup {name} */" for one in found]
+        if not found:
             lines.append(f"/** \\file {header.name}\n    \\ingroup {name} */")
     return "\n".join(lines)
 
