@@ -19,12 +19,8 @@ constexpr int kMaxLights = ShadowedLights::kMaxLights;
 /// The struct LightSource of LightTable.glslh, in std140 layout.
 struct SourceRecord
 {
-    float position[3];
-    float inverseRange;
-    float towards[3];
-    qint32 isLocal;
     float color[3];
-    float size;
+    float inverseRange;
     float cone[2];
     float unused[2];
 };
@@ -37,24 +33,16 @@ struct TableRecord
     qint32 unused[2];
     SourceRecord sources[kMaxLights];
 };
-static_assert(sizeof(TableRecord) == 16 + 64 * kMaxLights, "as std140 lays it out");
-
-void copy(const QVector3D &vector, float (&target)[3])
-{
-    for (int i = 0; i < 3; ++i) {
-        target[i] = vector[i];
-    }
-}
+static_assert(sizeof(TableRecord) == 16 + 32 * kMaxLights, "as std140 lays it out");
 
 SourceRecord toRecord(const LightSource &source)
 {
     SourceRecord record = {};
-    copy(source.position, record.position);
-    record.inverseRange = source.range > 0.0f ? 1.0f / source.range : 0.0f;
-    copy(-source.direction, record.towards);
-    record.isLocal = source.type != LightSource::eDirectional;
-    copy(source.color, record.color);
-    record.size = source.size;
+    for (int i = 0; i < 3; ++i) {
+        record.color[i] = source.color[i];
+    }
+    const bool isEndless = source.type == LightSource::eDirectional || source.range <= 0.0f;
+    record.inverseRange = isEndless ? 0.0f : 1.0f / source.range;
     // Between its two cones a spot light fades linearly with the cosine.
     const float outer = std::cos(source.halfAngle);
     const bool isSpot = source.type == LightSource::eSpot;

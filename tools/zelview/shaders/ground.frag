@@ -12,7 +12,6 @@ out vec4 out_FragColor;
 
 #include "GroundPosition.glslh"
 #include "LightTable.glslh"
-#include "KitShadows.glslh"
 
 #ifdef ZELVIEW_ENVIRONMENT
 #include "KitEnvironment.glslh"
