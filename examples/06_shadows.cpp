@@ -33,15 +33,12 @@ public:
         const float size = 0.01f; // the sun is a disc, whose shadows are soft
         _shadows->setLights({ShadowLight::sun({0.75f, -0.62f, -0.35f}, size)});
 
-        for (GLSLMacroProcessor *processor : {&_processor, &_casterProcessor}) {
-            DrawBuffers::setup(processor);
-            ShadowLayers::setUp(processor, options.kind);
-            processor->addDefine("TOWERS", QString::number(kTowers));
-        }
-        _casterProcessor.addDefine("CASTER", "1");
-        _program = makeProgram({"06_shadows.vert", "06_shadows.frag", {}, {ShadowLayers::shaderFile()}},
-                               &_processor);
-        _casters = makeProgram({"06_shadows.vert", "#version 150\nvoid main() {}\n"}, &_casterProcessor);
+        GLSLMacroProcessor processor;
+        ShadowLayers::setUp(&processor, options.kind);
+        processor.addDefine("TOWERS", QString::number(kTowers));
+        _program = makeProgram("06_shadows.vert", "06_shadows.frag", nullptr, &processor);
+        processor.addDefine("CASTER", "1");
+        _casters = makeProgram("06_shadows.vert", "#version 150\nvoid main() {}\n", nullptr, &processor);
     }
 
     void prepare(float aspect, float seconds) override
@@ -74,7 +71,6 @@ public:
     }
 
 private:
-    GLSLMacroProcessor _processor, _casterProcessor;
     std::unique_ptr<ShaderProgram> _program, _casters;
     std::unique_ptr<DrawBuffers> _cubes;
     std::unique_ptr<ShadowLayers> _shadows;

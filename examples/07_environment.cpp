@@ -34,12 +34,12 @@ public:
         options.diffuseSamples = 256;
         _light = EnvironmentBake::bake(*image, options);
 
-        DrawBuffers::setup(&_processor);
-        EnvironmentLight::setUp(&_processor);
-        _processor.addDefine("COLUMNS", QString::number(kColumns));
-        _processor.addDefine("ROWS", QString::number(kRows));
-        _program = makeProgram({"07_environment.vert", "07_environment.frag"}, &_processor);
-        _background = makeProgram({"passthroughVS.glslc", "07_background.frag"}, &_processor);
+        GLSLMacroProcessor processor;
+        EnvironmentLight::setUp(&processor);
+        processor.addDefine("COLUMNS", QString::number(kColumns));
+        processor.addDefine("ROWS", QString::number(kRows));
+        _program = makeProgram("07_environment.vert", "07_environment.frag", nullptr, &processor);
+        _background = makeProgram("passthroughVS.glslc", "07_background.frag", nullptr, &processor);
     }
 
     void draw(float aspect, float seconds) override
@@ -67,7 +67,6 @@ private:
         _light->unbind();
     }
 
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShaderProgram> _program, _background;
     std::unique_ptr<DrawBuffers> _spheres;
     std::unique_ptr<EnvironmentLight> _light;

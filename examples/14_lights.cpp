@@ -30,15 +30,12 @@ public:
         ShadowLayers::Options options;
         options.kind = ShadowLayers::eVariance;
         _shadows = ShadowLayers::create(options);
-        for (GLSLMacroProcessor *processor : {&_processor, &_casterProcessor}) {
-            DrawBuffers::setup(processor);
-            ShadowLayers::setUp(processor, options.kind);
-            processor->addDefine("COLUMNS", QString::number(kColumns));
-        }
-        _casterProcessor.addDefine("CASTER", "1");
-        _program =
-            makeProgram({"14_lights.vert", "14_lights.frag", {}, {ShadowLayers::shaderFile()}}, &_processor);
-        _casters = makeProgram({"14_lights.vert", "14_casters.frag"}, &_casterProcessor);
+        GLSLMacroProcessor processor;
+        ShadowLayers::setUp(&processor, options.kind);
+        processor.addDefine("COLUMNS", QString::number(kColumns));
+        _program = makeProgram("14_lights.vert", "14_lights.frag", nullptr, &processor);
+        processor.addDefine("CASTER", "1");
+        _casters = makeProgram("14_lights.vert", "14_casters.frag", nullptr, &processor);
     }
 
     void prepare(float aspect, float seconds) override
@@ -73,7 +70,6 @@ public:
     }
 
 private:
-    GLSLMacroProcessor _processor, _casterProcessor;
     std::unique_ptr<ShaderProgram> _program, _casters;
     std::unique_ptr<DrawBuffers> _cubes;
     std::unique_ptr<ShadowLayers> _shadows;

@@ -27,8 +27,3 @@ std::unique_ptr<ShaderProgram> makeProgram(const QString &vertex, const QString 
     processor->addIncludePath(EXAMPLES_FOLDER);
     return ProgramBuilder::build(located(vertex), located(fragment), manager, processor);
 }
-
-std::unique_ptr<ShaderProgram> makeProgram(const ProgramText &text, GLSLMacroProcessor *processor)
-{
-    return makeProgram(text.vertex, text.fragment, nullptr, processor);
-}

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QtCore/QString>
-#include <QtCore/QStringList>
 
 #include <memory>
 
@@ -16,16 +15,3 @@ class TextureManager;
 std::unique_ptr<Orvane::Zel::ShaderProgram> makeProgram(const QString &vertex, const QString &fragment,
                                                         Orvane::Zel::TextureManager *manager = nullptr,
                                                         Orvane::Zel::GLSLMacroProcessor *processor = nullptr);
-
-/// The sources of a program. A stage is a text, or the name of a file of this folder or of the library.
-struct ProgramText
-{
-    QString vertex;
-    QString fragment;
-    QStringList plans = {};         ///< plans whose accessors the stages call
-    QStringList fragmentFiles = {}; ///< further files of the library for the fragment stage
-};
-
-/// A linked program, whose stages can call the functions of "ZelUtilities.glslh". \a processor must outlive it.
-std::unique_ptr<Orvane::Zel::ShaderProgram> makeProgram(const ProgramText &text,
-                                                        Orvane::Zel::GLSLMacroProcessor *processor);
