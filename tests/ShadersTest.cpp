@@ -56,7 +56,7 @@ protected:
     /// Removes the files that a report names.
     static void removeTexts(const QString &report)
     {
-        for (const QString &path : report.section("whole text: ", 1).split(", ")) {
+        for (const QString &path : report.section("whole text: ", 1).split(", ", Qt::SkipEmptyParts)) {
             QFile::remove(path);
         }
     }
@@ -435,7 +435,8 @@ TEST_F(ShadersTest, AProgramGetsWhatItsStagesCallOrTheReportSaysWhatIsMissing)
         {vertex, fragment, nullptr, "fragment text:6: error: no stage defines managedTexture()"},
         {"#version 150\nfloat f() { return 1.0; }\n", fragment, &manager,
          "error: GL_VERTEX_SHADER has no main(): no text of vertex text defines it"},
-        {kAtOrigin, kAllWhite, nullptr, ""},
+        {QString(vertex).replace("void main", "uint getDrawID() { return 7u; }\nvoid main"), fragment,
+         &manager, ""},
     };
     for (const auto &row : rows) {
         const auto program = ProgramBuilder::build(row.vertex, row.fragment, row.manager);
@@ -451,6 +452,15 @@ TEST_F(ShadersTest, AProgramGetsWhatItsStagesCallOrTheReportSaysWhatIsMissing)
     }
     EXPECT_FALSE(ProgramBuilder::build("none.vert", kAllWhite)->isLinked());
     EXPECT_MESSAGES("warning [ShaderProgram.cpp:#] Couldn't find shader source file 'none.vert'");
+
+    _processor.addDefine("DRAW_BUFFER_USE_BASE_INSTANCE",
+                         "1"); // another file has the draw ID; not every driver compiles it
+    const bool isLinked = ProgramBuilder::build(vertex, fragment, &manager, &_processor)->isLinked();
+    const QString logged = _capture.takeTexts().join("\n");
+    EXPECT_TRUE(isLinked || logged.contains("-ZelUtilities.vert"))
+        << qPrintable(logged); // the copy of its text
+    removeTexts(logged);
+    TestContext::takeDriverReports();
 }
 
 TEST_F(ShadersTest, AProgramFollowsItsFilesAndKeepsTheLastGoodState)
