@@ -319,6 +319,70 @@ TEST_F(KitTest, ADrawScopeBindsEverythingWithTheCallsOfTheHandOrNothing)
     InstanceDataRegistry::Instance()->clear();
 }
 
+TEST_F(KitTest, AnInstanceTableStoresTypedValuesAndRefusesOthers)
+{
+    using Plan = InstanceDataPlan;
+    QString error;
+    const auto refused = [&error](const QString &plan, const QVector<InstanceTable::Member> &members,
+                                  int count) {
+        return InstanceTable::create(plan, members, count, Plan::eUniformBufferMechanism, &error) == nullptr;
+    };
+    EXPECT_TRUE(refused("No name", {{Plan::eInt, "A"}}, 1) && refused("Item", {}, 1)
+                && refused("Item", {{Plan::eInt, "A"}}, 0)
+                && refused("Item", {{Plan::eInt, "A"}, {Plan::eFloat, "A"}}, 1));
+    EXPECT_EQ(
+        "instance table 'Item': it needs an item and a member at least, and names that are identifiers, each "
+        "used once",
+        error);
+    EXPECT_TRUE(refused("Large", {{Plan::eMat4, "A"}}, 1 << 20));
+    EXPECT_TRUE(error.startsWith("instance table 'Large': this driver holds ")) << qPrintable(error);
+
+    auto table = InstanceTable::create("Item",
+                                       {{Plan::eInt, "Int"},
+                                        {Plan::eUInt, "UInt"},
+                                        {Plan::eFloat, "Float"},
+                                        {Plan::eVec2, "Vec2"},
+                                        {Plan::eVec3, "Vec3"},
+                                        {Plan::eVec4, "Vec4"},
+                                        {Plan::eMat4, "Mat4"},
+                                        {Plan::eTexture, "Texture"}},
+                                       2);
+    ASSERT_NE(nullptr, table);
+    QMatrix4x4 matrix;
+    matrix.translate(1, 2, 3);
+    const std::pair<const char *, InstanceTable::Value> values[] = {{"Int", -1},
+                                                                    {"UInt", 7u},
+                                                                    {"Float", 0.5},
+                                                                    {"Vec2", QVector2D(1, 2)},
+                                                                    {"Vec3", QVector3D(1, 2, 3)},
+                                                                    {"Vec4", QColor(255, 0, 255, 0)},
+                                                                    {"Mat4", matrix},
+                                                                    {"Texture", TextureToken(5)}};
+    for (const auto &[name, value] : values) {
+        EXPECT_TRUE(table->set(1, name, value));
+        for (const auto &[other, otherValue] : values) {
+            EXPECT_EQ(QByteArray(name) == other, table->set(1, name, otherValue, &error))
+                << name << " " << other;
+        }
+    }
+    EXPECT_FALSE(table->set(2, "Int", 1) || table->set(0, "int", 1));
+    EXPECT_EQ(QStringList({"warning ZelKit: instance table 'Item': item 2 of 2 has no member 'Int' of the "
+                           "type of this value",
+                           "warning ZelKit: instance table 'Item': item 0 of 2 has no member 'int' of the "
+                           "type of this value"}),
+              _capture.takeTexts(QtWarningMsg).filter("table"));
+    float stored[16] = {};
+    table->data()->get(1, "Mat4", stored);
+    EXPECT_EQ(matrix, QMatrix4x4(stored).transposed()); // the constructor takes rows
+    table->data()->get(1, "Vec4", stored);
+    EXPECT_EQ(QVector4D(1, 0, 1, 0), QVector4D(stored[0], stored[1], stored[2], stored[3]));
+    quint64 token = 0;
+    table->data()->get(1, "Texture", &token);
+    EXPECT_EQ(5u, token);
+    table.reset();
+    InstanceDataRegistry::Instance()->clear();
+}
+
 /// State that would spoil what QPainter draws.
 void setHostileState()
 {

@@ -2,6 +2,7 @@
 
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
+#include <ZelShaders/ProgramBuilder.h>
 
 #include <QtGui/QMouseEvent>
 #include <QtGui/QOpenGLPaintDevice>
@@ -10,6 +11,7 @@
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
+using Orvane::ZelShaders::ProgramBuilder;
 
 namespace {
 
@@ -269,6 +271,40 @@ TEST_F(SnippetsTest, RenderTarget)
     const QImage picture = target->image();
     //! [RenderTarget]
     EXPECT_EQ(qRgb(255, 0, 0), picture.pixel(0, 0));
+}
+
+TEST_F(SnippetsTest, InstanceTable)
+{
+    //! [InstanceTable]
+    std::unique_ptr<InstanceTable> gems = InstanceTable::create(
+        "Gem", {{InstanceDataPlan::eVec3, "Place"}, {InstanceDataPlan::eVec4, "Color"}}, 125);
+    for (int i = 0; i < 125; ++i) {
+        gems->set(i, "Place", QVector3D(float(i), 0, 0));
+        gems->set(i, "Color", QColor(Qt::green));
+    }
+    const auto program = ProgramBuilder::build(R"(#version 150
+#include "ZelUtilities.glslh"
+#instancedata "Gem"
+out vec4 v_Color;
+in vec3 va_Vertex;
+void main()
+{
+    v_Color = getColor();
+    gl_Position = vec4(getPlace() + va_Vertex, 1.0);
+}
+)",
+                                               "#version 150\nin vec4 v_Color;\nout vec4 color;\n"
+                                               "void main() { color = v_Color; }\n");
+    const auto mesh = TriangleMesh::plane().drawBuffers(125);
+    const QImage picture = RenderTarget::picture({64, 64}, [&] {
+        DrawScope scope(program.get(), {gems->data()});
+        scope.draw(mesh.get());
+    });
+    //! [InstanceTable]
+    EXPECT_EQ(qRgb(0, 255, 0), picture.pixel(0, 0));
+    gems.reset(); // before its plan
+    InstanceDataRegistry::Instance()->clear();
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)); // takes what is logged of the plan
 }
 
 TEST_F(SnippetsTest, SceneView)

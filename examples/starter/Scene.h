@@ -40,16 +40,10 @@ public:
 
     Scene()
     {
-        auto *plan = new InstanceDataPlan("Gem");
-        plan->addMember(InstanceDataPlan::eVec4, "Place"); // the position and the size
-        plan->addMember(InstanceDataPlan::eVec4, "Color");
-        InstanceDataRegistry::Instance()->registerPlan(plan); // takes ownership
-        _data = std::make_unique<InstanceDataCollection>(plan, 125);
         for (int i = 0; i < 125; ++i) {
             const QVector4D place(float(i % 5 - 2), float(i / 5 % 5 - 2), float(i / 25 - 2), 0.42f);
-            const QVector4D color = QVector4D(0.6f, 0.6f, 0.6f, 1.0f) + 0.2f * place;
-            _data->set(i, "Place", &place, sizeof place);
-            _data->set(i, "Color", &color, sizeof color);
+            _data->set(i, "Place", place);
+            _data->set(i, "Color", QVector4D(0.6f, 0.6f, 0.6f, 1.0f) + 0.2f * place);
         }
         TriangleMesh octahedron;
         for (int i = 0; i < 8; ++i) {
@@ -67,13 +61,15 @@ public:
         glClearColor(0.07f, 0.09f, 0.12f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        DrawScope scope(_program.get(), {_data.get()});
+        DrawScope scope(_program.get(), {_data->data()});
         _program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
         scope.draw(_gems.get());
     }
 
 private:
+    // The plan "Gem"; places are positions and sizes.
+    std::unique_ptr<InstanceTable> _data = InstanceTable::create(
+        "Gem", {{InstanceDataPlan::eVec4, "Place"}, {InstanceDataPlan::eVec4, "Color"}}, 125);
     std::unique_ptr<ShaderProgram> _program;
     std::unique_ptr<DrawBuffers> _gems;
-    std::unique_ptr<InstanceDataCollection> _data;
 };

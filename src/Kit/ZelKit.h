@@ -13,6 +13,7 @@
 #include "FrameMeter.h"
 #include "HeadlessContext.h"
 #include "HostStateGuard.h"
+#include "InstanceTable.h"
 #include "KitExport.h"
 #include "MessageLog.h"
 #include "OrbitCamera.h"
