@@ -538,6 +538,11 @@ TEST_F(KitPackedSceneTest, BadInputIsRefusedWithTheReason)
         "the attribute 'va_TexCoord' of a packed scene needs a type that VertexArrayObject supports, 1 to 4 "
         "components, and a place in the vertex");
 
+    outside = _format;
+    outside.primitiveType = 7; // GL_QUADS, which the core profile does not have
+    refused(PackedScene::create(outside, object, &error) == nullptr,
+            "the primitive type of a packed scene is none of OpenGL");
+
     const quint32 beyond[] = {0, 1, 1000};
     refused(_scene->addMesh(nullptr, 3, beyond, 3, nullptr, &error) < 0,
             "a mesh of a packed scene needs vertices and indices");
@@ -566,7 +571,14 @@ TEST_F(KitPackedSceneTest, BadInputIsRefusedWithTheReason)
     _materials.clear();
     EXPECT_EQ((_things[0].flags & PackedScene::eHidden) != 0,
               _scene->draw(_program, nullptr, PackedScene::eAllParts, eWindingCCW, 0, &error));
-    context()->doneCurrent();
-    refused(!_scene->compact(&error), "the context of the packed scene is not current");
-    makeCurrent();
+
+    Hook<&glGetString> strings; // a lost context
+    strings.replace([](GLenum) { return nullptr; });
+    Hook<&glGetError> errors;
+    errors.replace([] { return GLenum(0x0507); }); // GL_CONTEXT_LOST, for ever
+    const char *const isLost =
+        "the OpenGL context is lost, for instance after a reset of the graphics card; delete all objects "
+        "of the context, and make another one";
+    refused(_scene->addMesh(vertices, 3, mesh.indices.data(), 1, nullptr, &error) < 0, isLost);
+    refused(PackedScene::create(_format, object, &error) == nullptr, isLost);
 }

@@ -581,6 +581,25 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
              occlusion->resize({2, 2});
              return [occlusion] { return occlusion->beginGeometry() || occlusion->resize({4, 4}); };
          }},
+        {"packed scene",
+         [this] {
+             auto *plan = new InstanceDataPlan("Thing");
+             plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
+             InstanceDataRegistry::Instance()->registerPlan(plan);
+             const std::shared_ptr<PackedScene> scene =
+                 PackedScene::create({{{"va_Vertex", 3, GL_FLOAT, false, 0}}, 12}, plan);
+             const float vertices[9] = {};
+             const quint32 indices[] = {0, 1, 2};
+             const int mesh = scene->addMesh(vertices, 3, indices, 3);
+             scene->add(mesh, scene->addMaterial(nullptr), {});
+             const int unused = scene->addMaterial(nullptr);
+             _capture.takeTexts(); // about the plan
+             return [=] {
+                 scene->selectAll({}, scene->addView());
+                 return scene->addMesh(vertices, 3, indices, 3) >= 0 || scene->removeMaterial(unused)
+                        || scene->compact() || scene->draw(nullptr, nullptr);
+             };
+         }},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
@@ -594,7 +613,7 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
             EXPECT_EQ(start, _capture.takeTexts().value(0).left(start.size()));
         };
         other->makeCurrent();
-        const Tap<&glBindFramebuffer> binds;
+        const Taps<&glBindFramebuffer, &glBindBuffer> binds;
         expectRefusal(refusal);
         EXPECT_EQ(0u, binds.count());
         other->doneCurrent();
@@ -603,7 +622,7 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
         expectRefusal("warning ZelKit: ");
         other->makeCurrent();
         expectRefusal(refusal);
-        const Tap<&glDeleteFramebuffers> deletions;
+        const Taps<&glDeleteFramebuffers, &glDeleteBuffers> deletions;
         use = {}; // the last one
         EXPECT_EQ(0u, deletions.count());
         EXPECT_EQ(QStringList(), _capture.takeTexts().filter(QRegularExpression("^(?!" + refusal + ")")));

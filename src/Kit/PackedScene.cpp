@@ -2,6 +2,7 @@
 
 #include "private/Failure.h"
 #include "private/Library.h"
+#include "private/Orphans.h"
 #include "private/PackedDraw.h"
 
 #include <ZelGL/ZelGL.h>
@@ -44,6 +45,10 @@ QString problemOf(const PackedScene::Format &format)
     }
     if (format.indexType != GL_UNSIGNED_SHORT && format.indexType != GL_UNSIGNED_INT) {
         return QStringLiteral("the indices of a packed scene are GL_UNSIGNED_SHORT or GL_UNSIGNED_INT");
+    }
+    if (format.primitiveType > GL_PATCHES
+        || (format.primitiveType > GL_TRIANGLE_FAN && format.primitiveType < GL_LINES_ADJACENCY)) {
+        return QStringLiteral("the primitive type of a packed scene is none of OpenGL");
     }
     return {};
 }
@@ -101,17 +106,18 @@ public:
         : geometry(format)
         , matrices(objects)
         , path(PackedDraw::bestPath())
-        , context(GLContextTracker::currentContext())
+        , hasPersistentMapping(format.usesPersistentMapping && CommandRing::canMapPersistently())
     {
     }
 
-    bool isCurrent(QString *error) const
+    bool isCurrent(QString *error) const { return context.isCurrent("packed scene", error); }
+
+    /// Logs the message, or that the context is lost: then nothing works, whatever the reason seems to be.
+    static void failInContext(QString *error, const QString &message)
     {
-        const bool isSame = GLContextTracker::currentContext() == context;
-        if (!isSame) {
-            fail(error, QStringLiteral("the context of the packed scene is not current"));
+        if (!isContextLost(error)) {
+            fail(error, message);
         }
-        return isSame;
     }
 
     template <typename Record>
@@ -235,8 +241,9 @@ public:
 
     PackedGeometry geometry;
     const PackedMatrices matrices;
-    const PackedDraw::Path path; ///< of the driver
-    void *const context;
+    const PackedDraw::Path path;     ///< of the driver
+    const bool hasPersistentMapping; ///< of commands
+    const OwnContext context;
     HandleTable<Material> materials;
     HandleTable<Drawable> drawables;
     PackedView::Batches batches;
@@ -250,7 +257,10 @@ PackedScene::PackedScene(std::unique_ptr<Data> data)
 {
 }
 
-PackedScene::~PackedScene() = default;
+PackedScene::~PackedScene()
+{
+    keepWithoutContext(_data->context, "packed scene", _data);
+}
 
 std::unique_ptr<PackedScene> PackedScene::create(const Format &format, InstanceDataPlan *objects,
                                                  QString *error)
@@ -301,10 +311,11 @@ int PackedScene::addMesh(const void *vertices, int vertexCount, const quint32 *i
                                      "of three floats in the attribute 'va_Vertex'"));
     }
     const int number = _data->geometry.add(vertices, {indices, indices + indexCount}, mesh);
-    return number != kNone
-               ? number
-               : failed(error,
-                        QStringLiteral("there is no memory for a mesh of %1 vertices").arg(vertexCount));
+    if (number == kNone) {
+        Data::failInContext(error,
+                            QStringLiteral("there is no memory for a mesh of %1 vertices").arg(vertexCount));
+    }
+    return number;
 }
 
 bool PackedScene::removeMesh(int mesh, QString *error)
@@ -334,7 +345,7 @@ int PackedScene::addMaterial(InstanceDataCollection *data, QString *error)
 bool PackedScene::removeMaterial(int material, QString *error)
 {
     const Data::Material *removed = _data->find(_data->materials, material, "material", error);
-    if (removed == nullptr) {
+    if (removed == nullptr || !_data->isCurrent(error)) {
         return false;
     }
     if (removed->uses > 0) {
@@ -456,14 +467,15 @@ bool PackedScene::compact(QString *error)
                                    PackedGeometry::commandOf(*_data->geometry.find(drawable.mesh), 0));
     });
     if (!isCompact) {
-        fail(error, QStringLiteral("there is no memory for a compact copy of the packed scene"));
+        Data::failInContext(error,
+                            QStringLiteral("there is no memory for a compact copy of the packed scene"));
     }
     return isCompact;
 }
 
 int PackedScene::addView()
 {
-    _data->views.push_back(std::make_unique<PackedView>(_data->geometry.format().usesPersistentMapping));
+    _data->views.push_back(std::make_unique<PackedView>(_data->hasPersistentMapping));
     return int(_data->views.size()) - 1;
 }
 
@@ -500,7 +512,8 @@ bool PackedScene::draw(ShaderProgram *program, TextureManager *textureManager, P
     }
     const PackedDraw::Path path = PackedDraw::pathFor(*program, _data->path);
     if (path == PackedDraw::eIndirect && !drawn->writeCommands()) {
-        fail(error, QStringLiteral("the driver has no memory for the commands of a packed scene"));
+        Data::failInContext(error,
+                            QStringLiteral("the driver has no memory for the commands of a packed scene"));
         return false;
     }
     PackedDraw pass(_data->geometry, *drawn, path, program, textureManager, winding);

@@ -21,8 +21,13 @@ PFNGLBUFFERSTORAGEPROC bufferStorage()
 
 } // namespace
 
+bool CommandRing::canMapPersistently()
+{
+    return bufferStorage() != nullptr;
+}
+
 CommandRing::CommandRing(bool persistent)
-    : _persistent(persistent && bufferStorage() != nullptr)
+    : _persistent(persistent)
 {
 }
 

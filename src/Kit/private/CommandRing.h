@@ -17,6 +17,8 @@ class CommandRing
 public:
     using Command = Zel::DrawElementsIndirectCommand;
 
+    static bool canMapPersistently();
+
     explicit CommandRing(bool persistent);
     ~CommandRing();
 

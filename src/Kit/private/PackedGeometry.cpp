@@ -12,6 +12,7 @@ namespace Orvane { namespace ZelKit {
 namespace {
 
 constexpr qint64 kMinElements = 4096;
+constexpr int kMaxErrors = 100; ///< some drivers report an error for ever in a lost context
 
 void copyOnGPU(const BufferObject &from, qint64 fromByte, const BufferObject &to, qint64 toByte, qint64 bytes)
 {
@@ -27,7 +28,7 @@ void copyOnGPU(const BufferObject &from, qint64 fromByte, const BufferObject &to
 /// Returns whether the driver had the memory.
 bool allocate(const BufferObject &buffer, qint64 bytes, const void *data, GLenum usage)
 {
-    while (glGetError() != GL_NO_ERROR) {}
+    for (int i = 0; i < kMaxErrors && glGetError() != GL_NO_ERROR; ++i) {}
     glBindBuffer(GL_COPY_WRITE_BUFFER, buffer.getBO());
     glBufferData(GL_COPY_WRITE_BUFFER, GLsizeiptr(bytes), data, usage);
     glBindBuffer(GL_COPY_WRITE_BUFFER, 0);

@@ -26,6 +26,7 @@ public:
         int count;
     };
 
+    /// Makes no GL call.
     explicit PackedView(bool usesPersistentMapping);
 
     /// Null: without a frustum.
