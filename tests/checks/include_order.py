@@ -5,7 +5,8 @@ Usage: include_order.py ROOT [--refresh]
 
 The order is that of ZELGL_SUBSYSTEMS in src/GL/CMakeLists.txt. docs/images/include-graph.dot is the graph of the subsystems,
 drawn from the sources; the test compares it, and --refresh writes it and include-graph.svg beside it (by Graphviz).
-The folders of tools/zelview have an order too: that of ZELVIEW_FOLDERS in its CMakeLists.txt.
+The folders of tools/assets and of tools/zelview, which includes the former, have an order too: that of ASSETS_FOLDERS and
+ZELVIEW_FOLDERS in their CMakeLists.txt.
 """
 
 import collections
@@ -69,20 +70,23 @@ def graph(order, ranks, edges):
     return "\n".join(lines) + "\n"
 
 
-def upward_includes_of_zelview():
-    tool = ROOT / "tools" / "zelview"
-    order = re.search(r"^set\(ZELVIEW_FOLDERS ([\w ]+)\)$", (tool / "CMakeLists.txt").read_text(), re.M)[1].split()
-    for rank, folder in enumerate(order):
-        for file in (tool / folder).iterdir():
-            for target in re.findall(r'^#include "(\w+)/', file.read_text(), re.M):
-                if order.index(target) > rank:
-                    yield f"tools/zelview/{folder}/{file.name} includes the folder {target}"
+def upward_includes_of_tools():
+    order = []
+    for tool in ("assets", "zelview"):
+        folder = ROOT / "tools" / tool
+        names = re.search(rf"^set\({tool.upper()}_FOLDERS ([\w ]+)\)$", (folder / "CMakeLists.txt").read_text(), re.M)[1].split()
+        order += names
+        for name in names:
+            for file in (folder / name).iterdir():
+                for target in re.findall(r'^#include "(\w+)/', file.read_text(), re.M):
+                    if target not in order[:order.index(name) + 1]:
+                        yield f"tools/{tool}/{name}/{file.name} includes the folder {target}"
 
 
 def main():
     order, ranks = subsystems()
     edges = collections.defaultdict(set)
-    errors = list(upward_includes_of_zelview())
+    errors = list(upward_includes_of_tools())
     for name, target in includes():
         edges[name].add(target)
         missing = [n for n in (name, target) if n not in ranks]

@@ -17,7 +17,7 @@
 
 #include <cstdlib>
 
-/// The result of a run of zelview.
+/// The result of a run of zelview or zelinfo.
 struct Ending
 {
     int code;
@@ -189,15 +189,22 @@ protected:
     }
 
     const Ending &run(const QStringList &arguments,
-                      const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+                      const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+                      const char *program = ZELVIEW_PROGRAM)
     {
         QProcess process;
         process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(ZELVIEW_PROGRAM), arguments);
+        process.start(program, arguments);
         EXPECT_TRUE(process.waitForFinished(100000) && process.exitStatus() == QProcess::NormalExit)
             << qPrintable(arguments.join(' ') + ": " + process.errorString());
         _last = {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
         return _last;
+    }
+
+    /// Runs zelinfo.
+    const Ending &info(const QStringList &arguments)
+    {
+        return run(arguments, QProcessEnvironment::systemEnvironment(), ZELINFO_PROGRAM);
     }
 
     /// The picture for these arguments, read from its file. \a errors: what the run prints about it.

@@ -4,7 +4,7 @@
 #include "ShownModel.h"
 
 #include "light/EnvironmentImage.h"
-#include "scene/ModelCamera.h"
+#include "model/ModelCamera.h"
 #include "scene/ModelLoader.h"
 
 #include "../support/FileMaker.h"

@@ -2,7 +2,7 @@
 
 #include "Zelview.h"
 
-#include "scene/ModelCamera.h"
+#include "model/ModelCamera.h"
 #include "scene/ModelLoader.h"
 #include "scene/Scene.h"
 
@@ -55,11 +55,9 @@ TEST_F(ZelviewRefusalTest, ReportsWrongCallsInOneLineAndKeepsEveryFile)
         {{}, 1, "no FILE is given"},
         {{_wall, "--colour"}, 1, "Unknown option 'colour' (see"},
         {{_wall, "--offscreen", "out.JPG"}, 1, "--offscreen writes PNG"},
-        {{_wall, "--stress", "9"}, 1, "--stress and FILE exclude each other"},
         {{_wall, "--pick", "0,0"}, 1, "--pick needs --offscreen"},
         {{_wall, "--offscreen", _wall}, 1, "the picture would overwrite a file that it shows"},
         {{"--udim", path(), "--offscreen", tile}, 1, "the picture would overwrite a file that it shows"},
-        {{tile, "--print-plan"}, 1, "--print-plan applies to models; '" + tile + "' is an image"},
         {{_wall, "--offscreen", path("none/out.png")}, 2, "there is no folder"},
         {{_wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
     });

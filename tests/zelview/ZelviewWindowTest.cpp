@@ -22,9 +22,7 @@ public:
     QStringList describe() const override { return {}; }
     QStringList describeFrame() const override { return {}; }
     QStringList describeStatistics() override { return {"1 drawable"}; }
-    bool isMoving() const override { return false; }
     bool isDithered() const override { return false; }
-    void setTime(float) override {}
     Failure prepareFrame(const QSize &) override { return {}; }
 
     Failure createGLObjects(Programs &programs, const Options &) override

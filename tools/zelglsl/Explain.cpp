@@ -98,7 +98,7 @@ QVector<Entry> readIndex()
 QString withoutPrefix(QString text)
 {
     static const QRegularExpression prefix(QStringLiteral(
-        "^((zelview|zelglsl|smaatables): |\\[ZelCheck\\] |\\[[^\\]]*:\\d+\\] |\\[ !! \\] (Assertion '.*?' "
+        "^((zelview|zelinfo|zelglsl|smaatables): |\\[ZelCheck\\] |\\[[^\\]]*:\\d+\\] |\\[ !! \\] (Assertion '.*?' "
         "failed: )?)+"));
     return text.remove(prefix);
 }

@@ -1,7 +1,7 @@
 #include "app/ExhibitFactory.h"
 
+#include "app/ImageExhibit.h"
 #include "frame/Options.h"
-#include "image/ImageExhibit.h"
 #include "image/ImageFile.h"
 #include "model/ModelExhibit.h"
 
@@ -9,7 +9,7 @@ namespace zelview {
 
 Expected<std::unique_ptr<Exhibit>> loadExhibit(const Options &options)
 {
-    const bool isImage = !options.isUdim && options.stressBodies == 0 && isImageFile(options.file);
+    const bool isImage = !options.isUdim && isImageFile(options.file);
     return isImage ? ImageExhibit::load(options) : ModelExhibit::load(options);
 }
 

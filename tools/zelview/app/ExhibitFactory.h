@@ -1,13 +1,13 @@
 #pragma once
 
+#include "file/Outcome.h"
 #include "frame/Exhibit.h"
-#include "frame/Outcome.h"
 
 #include <memory>
 
 namespace zelview {
 
-/// Loads what the options name: an image, or else a model, a plane of UDIM tiles or a stress scene.
+/// Loads what the options name: an image, or else a model or a plane of UDIM tiles.
 ///
 /// Errors: those of ImageExhibit::load() and ModelExhibit::load().
 Expected<std::unique_ptr<Exhibit>> loadExhibit(const Options &options);

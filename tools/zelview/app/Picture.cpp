@@ -29,23 +29,15 @@ Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QS
     return {};
 }
 
-/// Draws the exhibit again, now that all its objects exist, along its path if it has one, and appends the cost to the report.
-Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const Options &options,
-                QStringList &report)
+/// Draws the exhibit again, now that all its objects exist, and appends the cost to the report.
+Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QSize &size, QStringList &report)
 {
     Orvane::ZelKit::FrameMeter meter;
-    const int frames = exhibit.isMoving() ? options.frames : 1;
-    for (int frame = 0; frame < frames; ++frame) {
-        exhibit.setTime(float(frame) / float(frames));
-        meter.begin();
-        const Failure failure = drawFrame(exhibit, stage, target, options.size);
-        meter.end();
-        if (failure) {
-            return failure;
-        }
-    }
+    meter.begin();
+    const Failure failure = drawFrame(exhibit, stage, target, size);
+    meter.end();
     report = exhibit.describeStatistics() + meter.describe();
-    return {};
+    return failure;
 }
 
 Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &options, QStringList &report)
@@ -62,8 +54,8 @@ Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &opti
     if (const Failure failure = drawFrame(exhibit, stage, **target, size)) {
         return *failure;
     }
-    if (options.printsStatistics || exhibit.isMoving()) {
-        if (const Failure failure = measure(exhibit, stage, **target, options, report)) {
+    if (options.printsStatistics) {
+        if (const Failure failure = measure(exhibit, stage, **target, size, report)) {
             return *failure;
         }
     }

@@ -1,6 +1,6 @@
 #include "app/Window.h"
 
-#include "frame/Console.h"
+#include "file/Console.h"
 #include "frame/Exhibit.h"
 #include "frame/Graphics.h"
 #include "frame/Options.h"
@@ -26,7 +26,6 @@ namespace {
 
 constexpr int kValueColumn = 10;        ///< characters before the values of a report
 constexpr float kAnglePerStep = 120.0f; ///< of the wheel, in Qt's unit
-constexpr float kRoundTrip = 30000.0f;  ///< milliseconds
 constexpr int kMeasuredTogether = 30;   ///< frames that one mean covers
 constexpr float kStepsPerKey = 2.0f;
 constexpr int kPollInterval = 200; ///< milliseconds between looks at the files of shaders
@@ -95,7 +94,6 @@ Failure Window::createObjects()
     }
     _overlay->setIndent(kValueColumn);
     _meter = std::make_unique<FrameMeter>();
-    _clock.start();
     return _exhibit.createGLObjects(*_programs, _options);
 }
 
@@ -128,10 +126,6 @@ void Window::paintGL()
         _exhibit.refit(pixels);
     }
     _fittedTo = pixels;
-    if (_exhibit.isMoving()) {
-        _exhibit.setTime(std::fmod(float(_clock.elapsed()) / kRoundTrip, 1.0f));
-        update();
-    }
     pollShaders();
     const bool measures = _showsStatistics || _options.printsStatistics;
     if (measures) {

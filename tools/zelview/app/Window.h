@@ -1,9 +1,8 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 #include "frame/Stage.h"
 
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QPointF>
 #include <QtGui/QOpenGLWindow>
 
@@ -60,7 +59,6 @@ private:
     std::unique_ptr<Orvane::ZelKit::FrameMeter> _meter;
     std::unique_ptr<Orvane::ZelKit::Overlay> _overlay;
     bool _showsStatistics = false;
-    QElapsedTimer _clock; ///< for exhibits that move
     bool _isUp = false;
     bool _isFramed = false;
     QSize _fittedTo; ///< the viewport that the exhibit was last framed or fitted for, in pixels

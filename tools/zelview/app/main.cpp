@@ -2,15 +2,10 @@
 #include "app/Picture.h"
 #include "app/PngFile.h"
 #include "app/Window.h"
-#include "frame/Console.h"
+#include "file/Console.h"
 #include "frame/Exhibit.h"
 #include "frame/Graphics.h"
 #include "frame/Options.h"
-#include "image/ImageFile.h"
-#include "model/ModelDrawables.h"
-#include "model/ModelExhibit.h"
-#include "model/ModelPlans.h"
-#include "scene/Scene.h"
 #include "scene/UdimFiles.h"
 
 #include <QtCore/QElapsedTimer>
@@ -18,7 +13,6 @@
 #include <QtGui/QGuiApplication>
 
 #include <cstdio>
-#include <limits>
 
 using namespace zelview;
 using Orvane::ZelKit::HeadlessContext;
@@ -86,42 +80,10 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
     return {};
 }
 
-/// Prints the plans for the scene of the options, or with the full capacity of the mechanism if they name none.
-Failure printPlan(const Options &options)
-{
-    int objects = std::numeric_limits<int>::max();
-    if (!options.file.isEmpty() && !options.isUdim && isImageFile(options.file)) {
-        return Problem{
-            ExitCode::eUsage,
-            QStringLiteral("--print-plan applies to models; %1 is an image").arg(options.subject())};
-    }
-    if (!options.file.isEmpty() || options.stressBodies > 0) {
-        const Expected<Scene> scene = ModelExhibit::loadScene(options);
-        if (!scene) {
-            return scene.problem();
-        }
-        objects = ModelDrawables::wantedObjects(*scene);
-    }
-    const auto context = makeOffscreenContext(options);
-    if (!context) {
-        return context.problem();
-    }
-    if (const Failure failure = ModelPlans::check(options.mechanism)) {
-        return failure;
-    }
-    const ModelPlans plans(options.mechanism, objects, options.blockLimit);
-    for (const QString &line : plans.describe()) {
-        Console::printLine(line);
-    }
-    return {};
-}
-
 Failure showWindow(Exhibit &exhibit, const Options &options)
 {
     Window window(exhibit, options);
-    window.setTitle(options.file.isEmpty()
-                        ? QStringLiteral("zelview")
-                        : QFileInfo(options.file).fileName() + QStringLiteral(" - zelview"));
+    window.setTitle(QFileInfo(options.file).fileName() + QStringLiteral(" - zelview"));
     window.show();
     QGuiApplication::exec();
     if (!window.failure() && !window.isValid()) {
@@ -132,11 +94,6 @@ Failure showWindow(Exhibit &exhibit, const Options &options)
 
 Failure run(int argc, char **argv, const Options &options)
 {
-    if (options.printsPlan) {
-        HeadlessContext::choosePlatform();
-        const QGuiApplication application(argc, argv);
-        return printPlan(options);
-    }
     const bool isOffscreen = !options.picture.isEmpty();
     if (isOffscreen) {
         if (const Failure failure = checkPicture(options)) {
@@ -161,6 +118,7 @@ Failure run(int argc, char **argv, const Options &options)
 
 int main(int argc, char **argv)
 {
+    Console::install("zelview");
     const Expected<Options> options = readOptions(argc, argv);
     if (!options) {
         return Console::reportProblem(options.problem());
@@ -169,7 +127,9 @@ int main(int argc, char **argv)
         std::fputs(qPrintable(options->printedText), stdout);
         return int(ExitCode::eOk);
     }
-    Console::install(options->verbose);
+    if (options->verbose) {
+        Console::setVerbose();
+    }
     if (const Failure failure = run(argc, argv, *options)) {
         return Console::reportProblem(*failure);
     }

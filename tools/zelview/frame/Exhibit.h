@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 
 #include <QtCore/QPoint>
 #include <QtCore/QSize>
@@ -46,11 +46,6 @@ public:
 
     /// Lines for --stats: what the last draw() processed.
     virtual QStringList describeStatistics() = 0;
-
-    /// Whether the exhibit is animated, along a path on which setTime() chooses the position.
-    virtual bool isMoving() const = 0;
-    /// From 0 to 1; the path is closed.
-    virtual void setTime(float time) = 0;
 
     /// Whether the picture needs dithering, because it has soft gradients that show the steps of 8 bits.
     virtual bool isDithered() const = 0;

@@ -1,6 +1,6 @@
 #include "frame/Graphics.h"
 
-#include "frame/Console.h"
+#include "file/Console.h"
 #include "frame/Options.h"
 
 #include <ZelGL/ZelGL.h>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
+#include "scene/ModelPlans.h"
 
 #include <ZelKit/EnvironmentImage.h>
 
@@ -36,10 +37,6 @@ enum class LightRig {
 /// The content of the shadow layers: depths, or blurred moments of depths (variance shadow maps).
 enum class ShadowKind { eDepth, eVariance };
 
-/// Which of the library's mechanisms provides instance data to the shaders.
-enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
-constexpr int kMechanismKinds = 5;
-
 using Orvane::ZelKit::DistantLight;
 using Orvane::ZelKit::EnvironmentImage;
 using EnvironmentLayout = EnvironmentImage::Layout;
@@ -48,15 +45,10 @@ constexpr int kEnvironmentLayouts = 3;
 // The names on the command line.
 QString managerName(ManagerKind kind);
 QString edgeFilterName(EdgeFilter filter);
-QString mechanismName(MechanismKind kind);
-QString environmentLayoutName(EnvironmentLayout layout);
 
 /// The parsed command line.
 struct Options
 {
-    static constexpr int kMaxSide = 16384;         ///< pixels
-    static constexpr int kMaxPixels = 4096 * 4096; ///< about 1 GB of multisampled framebuffer
-
     QString file;          ///< the model or image to show, or the name of the tiles
     bool isUdim = false;   ///< the file is the name of a set of tiles
     QString picture;       ///< path of the file to write; empty: open a window
@@ -67,15 +59,11 @@ struct Options
     float elevation = 22.0f; ///< degrees above the horizon
     QString camera; ///< name or index of a camera of the file; empty: the camera that turns around the model
     std::optional<QPoint> pick; ///< pixel of the picture whose material is printed
-    bool printsPlan = false;    ///< prints the instance-data plans instead of showing anything
     bool printsStatistics = false;
-    int stressBodies = 0; ///< number of bodies of a procedural scene instead of a file; 0: show the file
-    int frames = 60;      ///< frames of the flight through that scene that are measured off screen
     DrawIDPath drawIDPath = DrawIDPath::eUniform;
     bool isPacked = false;              ///< draws a packed scene, which chooses the path of draw IDs itself
     std::optional<ManagerKind> manager; ///< empty: chosen by the model
     MechanismKind mechanism = MechanismKind::eUniformBuffer;
-    int blockLimit = 0;    ///< limit of one collection of instance data in bytes; 0: that of the mechanism
     int level = 0;         ///< mip level of an image
     int face = -1;         ///< face of a cube map, or slice of a volume; -1: all
     float exposure = 0.0f; ///< of an image, or of the light on a model, as a power of two
@@ -93,9 +81,6 @@ struct Options
     QString shaders;               ///< folder of zelview's shaders; empty: those that are built in
     bool verbose = false;
     QString printedText; ///< text of --help or --version, to print instead of doing anything
-
-    /// The name of what is shown, for messages.
-    QString subject() const;
 };
 
 /// Parses the arguments; the first is the program's name. Needs an application object of any kind, for its name. Opens no

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 
 #include <ZelKit/RenderTarget.h>
 

@@ -1,6 +1,6 @@
 #include "light/Environment.h"
 
-#include "frame/Console.h"
+#include "file/Console.h"
 
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/EnvironmentBake.h>

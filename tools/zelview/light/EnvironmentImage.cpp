@@ -1,7 +1,6 @@
 #include "light/EnvironmentImage.h"
 
-#include "frame/Console.h"
-#include "frame/InputFile.h"
+#include "file/InputFile.h"
 #include "image/ImageFile.h"
 #include "image/TextureFacts.h"
 
@@ -36,12 +35,10 @@ Failure checkLayout(const QString &path, const QSize &size, std::optional<Enviro
 /// Loads a file with the library's readers.
 Expected<EnvironmentImage> readByLibrary(const QString &path, std::optional<EnvironmentLayout> layout)
 {
-    TextureFileInfo asItIs;
-    asItIs.keepOrientation = true;
-    const Console::Collector quiet;
-    const std::unique_ptr<Texture> texture(LoadTextureFromFile(path, asItIs));
-    if (texture == nullptr || texture->target() == 0) {
-        return inputProblem(path, QStringLiteral("cannot be read: ") + reasonOfFailure(path));
+    QString error;
+    const std::unique_ptr<Texture> texture = loadImage(path, error);
+    if (texture == nullptr) {
+        return inputProblem(path, QStringLiteral("cannot be read: ") + error);
     }
     const TextureFacts facts = TextureFacts::of(*texture);
     const bool isPlain = facts.target == GL_TEXTURE_2D;
@@ -50,7 +47,6 @@ Expected<EnvironmentImage> readByLibrary(const QString &path, std::optional<Envi
             return *failure;
         }
     }
-    QString error;
     std::optional<EnvironmentImage> image =
         EnvironmentImage::fromTexture(*texture, doRowsGoUp(path), layout, &error);
     return image ? Expected<EnvironmentImage>(std::move(*image))

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "file/Outcome.h"
 #include "frame/Options.h"
-#include "frame/Outcome.h"
 #include "image/ExrFile.h"
 
 #include <optional>

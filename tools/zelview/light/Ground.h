@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 #include "frame/Programs.h"
 #include "frame/View.h"
 #include "scene/Scene.h"

@@ -1,6 +1,6 @@
 #include "light/ShadowedLights.h"
 
-#include "frame/Counted.h"
+#include "file/Counted.h"
 #include "frame/UniformBlock.h"
 
 #include <ZelGL/ZelGL.h>

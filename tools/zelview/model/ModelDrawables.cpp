@@ -1,8 +1,8 @@
 #include "model/ModelDrawables.h"
 
 #include "model/ModelGeometry.h"
-#include "model/ModelPlans.h"
 #include "model/ModelTextures.h"
+#include "scene/ModelPlans.h"
 #include "scene/Scene.h"
 
 #include <ZelGL/ZelGL.h>
@@ -115,31 +115,6 @@ ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures
 ModelDrawables::~ModelDrawables()
 {
     _model.clear(); // deletes what the drawables own
-}
-
-int ModelDrawables::wantedObjects(const Scene &scene)
-{
-    std::vector<int> opaque(scene.materials.size());
-    int blended = 0;
-    for (const Draw &draw : scene.draws) {
-        const int material = scene.meshes[size_t(draw.mesh)].material;
-        ++(scene.materials[size_t(material)].isBlended ? blended : opaque[size_t(material)]);
-    }
-    constexpr qint64 kPadding = 1024; // objects that make no difference
-    const qint64 most = 2 * qint64(scene.draws.size()) + kPadding;
-    int wanted =
-        std::clamp(*std::max_element(opaque.begin(), opaque.end()), 1, std::max(scene.drawsTogether, 1));
-    const auto padded = [&] {
-        qint64 sum = qint64(blended) * wanted;
-        for (const int count : opaque) {
-            sum += qint64((count + wanted - 1) / wanted) * wanted;
-        }
-        return sum;
-    };
-    while (wanted > 1 && padded() > most) {
-        wanted /= 2;
-    }
-    return wanted;
 }
 
 View ModelDrawables::cameraView(int camera, float aspect) const
@@ -334,7 +309,8 @@ InstanceDataCollection *ModelDrawables::materialData(int material)
 {
     InstanceDataCollection *&data = _materials[material];
     if (data == nullptr) {
-        data = _plans.newMaterial(_scene.materials[size_t(material)], material, _textures);
+        data = _plans.newMaterial(_scene.materials[size_t(material)], material,
+                                  _textures.tokens(_scene.materials[size_t(material)]));
     }
     return data;
 }

@@ -52,9 +52,6 @@ public:
                    const ModelGeometry *geometry, DrawIDPath path);
     ~ModelDrawables();
 
-    /// The greatest useful number of objects in a collection: a larger block would stay partly unused.
-    static int wantedObjects(const Scene &scene);
-
     Orvane::Zel::GPUModel &model() { return _model; }
 
     /// The view of a camera of the scene.

@@ -1,8 +1,8 @@
 #include "model/ModelExhibit.h"
 
+#include "file/Console.h"
+#include "file/Counted.h"
 #include "frame/Backdrop.h"
-#include "frame/Console.h"
-#include "frame/Counted.h"
 #include "frame/Options.h"
 #include "light/Environment.h"
 #include "light/Ground.h"
@@ -10,7 +10,6 @@
 #include "light/ShadowedLights.h"
 #include "model/ModelRenderer.h"
 #include "scene/ModelLoader.h"
-#include "scene/StressScene.h"
 #include "scene/UdimFiles.h"
 
 #include <ZelGL/AutoBinder.h>
@@ -28,15 +27,6 @@ namespace {
 constexpr float kExposureStep = 0.5f;    ///< powers of two
 constexpr float kTurnStep = 15.0f;       ///< degrees
 constexpr float kOcclusionReach = 0.08f; ///< radii of the scene
-
-Expected<Scene> loadTiles(const QString &name)
-{
-    const Expected<TextureSource> tiles = findUdimSet(name);
-    if (!tiles) {
-        return tiles.problem();
-    }
-    return makeUdimPlane(*tiles);
-}
 
 /// The cheapest manager for a scene of plain textures, or one that supports tiles.
 ManagerKind suitableManager(const Scene &scene)
@@ -77,27 +67,20 @@ ModelExhibit::ModelExhibit(Scene scene, const Options &options, ModelCamera came
 
 ModelExhibit::~ModelExhibit() = default;
 
-Expected<Scene> ModelExhibit::loadScene(const Options &options)
-{
-    if (options.stressBodies > 0) {
-        return makeStressScene(options.stressBodies);
-    }
-    return options.isUdim ? loadTiles(options.file) : loadModel(options.file);
-}
-
 Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 {
-    Expected<Scene> scene = loadScene(options);
+    Expected<Scene> scene = options.isUdim ? loadTiles(options.file) : loadModel(options.file);
     if (!scene) {
         return scene.problem();
     }
     if (!options.imageOption.isEmpty()) {
-        return Problem{ExitCode::eUsage, QStringLiteral("--%1 applies to images; %2 is a model")
-                                             .arg(options.imageOption, options.subject())};
+        return Problem{
+            ExitCode::eUsage,
+            QStringLiteral("--%1 applies to images; '%2' is a model").arg(options.imageOption, options.file)};
     }
     if (options.lights == LightRig::eFile && scene->lights.empty()) {
         return Problem{ExitCode::eUsage,
-                       QStringLiteral("--lights file: %1 has no lights").arg(options.subject())};
+                       QStringLiteral("--lights file: '%1' has no lights").arg(options.file)};
     }
     const Expected<ModelCamera> camera = ModelCamera::create(*scene, options);
     if (!camera) {
@@ -108,15 +91,7 @@ Expected<std::unique_ptr<Exhibit>> ModelExhibit::load(const Options &options)
 
 QStringList ModelExhibit::describe() const
 {
-    const QString inFile = QStringLiteral("model     %1, %2, %3, %4")
-                               .arg(counted(qint64(_scene.meshes.size()), "mesh", "meshes"))
-                               .arg(counted(qint64(_scene.indices.size() / 3), "triangle", "triangles"))
-                               .arg(counted(qint64(_scene.materials.size()), "material", "materials"))
-                               .arg(counted(qint64(_scene.textures.size()), "texture", "textures"));
-    return {QStringLiteral("%1; placed: %2, %3")
-                .arg(inFile)
-                .arg(counted(qint64(_scene.draws.size()), "mesh", "meshes"))
-                .arg(counted(_scene.placedTriangles(), "triangle", "triangles"))};
+    return {_scene.describe()};
 }
 
 Failure ModelExhibit::createGLObjects(Programs &programs, const Options &)
@@ -366,16 +341,6 @@ QStringList ModelExhibit::describeStatistics()
     return _renderer->describeStatistics();
 }
 
-bool ModelExhibit::isMoving() const
-{
-    return _camera.isFlying();
-}
-
-void ModelExhibit::setTime(float time)
-{
-    _camera.setTime(time);
-}
-
 bool ModelExhibit::isDithered() const
 {
     return true;
@@ -482,7 +447,7 @@ bool ModelExhibit::changeSelection(int key)
 
 View ModelExhibit::view(const QSize &viewport) const
 {
-    return _camera.view(_scene, viewport,
+    return _camera.view(viewport,
                         [this](int camera, float aspect) { return _renderer->cameraView(camera, aspect); });
 }
 

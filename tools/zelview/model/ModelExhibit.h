@@ -5,7 +5,7 @@
 #include "frame/Programs.h"
 #include "light/Lights.h"
 #include "model/MaterialSelection.h"
-#include "scene/ModelCamera.h"
+#include "model/ModelCamera.h"
 #include "scene/Scene.h"
 
 #include <memory>
@@ -35,9 +35,7 @@ class ShadowedLights;
 class ModelExhibit : public Exhibit
 {
 public:
-    /// Loads the model, the plane of tiles or the stress scene of the options.
-    static Expected<Scene> loadScene(const Options &options);
-    /// Loads what the options name, and chooses the camera.
+    /// Loads the model or the plane of tiles that the options name, and chooses the camera.
     static Expected<std::unique_ptr<Exhibit>> load(const Options &options);
     ~ModelExhibit() override;
 
@@ -50,8 +48,6 @@ public:
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;
     QStringList describeStatistics() override;
-    bool isMoving() const override;
-    void setTime(float time) override;
     bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;

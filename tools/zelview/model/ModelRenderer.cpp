@@ -1,7 +1,7 @@
 #include "model/ModelRenderer.h"
 
-#include "frame/Console.h"
-#include "frame/Counted.h"
+#include "file/Console.h"
+#include "file/Counted.h"
 #include "frame/UniformBlock.h"
 #include "light/Environment.h"
 #include "light/ShadowedLights.h"
@@ -84,7 +84,7 @@ ModelRenderer::ModelRenderer(const Programs &programs, const Scene &scene, const
                              ManagerKind manager, MechanismKind mechanism)
     : _programs(programs.sibling())
     , _textures(scene, manager)
-    , _plans(mechanism, ModelDrawables::wantedObjects(scene), options.blockLimit)
+    , _plans(mechanism, ModelPlans::wantedObjects(scene))
     , _geometry(options.isPacked ? nullptr : std::make_unique<ModelGeometry>(scene))
     , _drawables(scene, _textures, _plans, _geometry.get(), options.drawIDPath)
     , _drawIDPath(options.drawIDPath)

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "file/Outcome.h"
 #include "frame/Options.h"
-#include "frame/Outcome.h"
 #include "frame/Programs.h"
 #include "frame/View.h"
 #include "model/ModelDrawables.h"
 #include "model/ModelGeometry.h"
-#include "model/ModelPlans.h"
 #include "model/ModelTextures.h"
 #include "model/PackedModel.h"
+#include "scene/ModelPlans.h"
 
 #include <ZelKit/Picker.h>
 

@@ -1,7 +1,7 @@
 #include "model/ModelTextures.h"
 
-#include "frame/Console.h"
-#include "frame/Counted.h"
+#include "file/Console.h"
+#include "file/Counted.h"
 #include "scene/Scene.h"
 
 #include <ZelGL/ZelGL.h>
@@ -221,6 +221,15 @@ ModelTextures::~ModelTextures()
 TextureToken ModelTextures::token(const Material &material, MapKind kind) const
 {
     return tokenOf(mapOf(material, kind, _isUsed).texture);
+}
+
+std::array<TextureToken, kMapKinds> ModelTextures::tokens(const Material &material) const
+{
+    std::array<TextureToken, kMapKinds> tokens;
+    for (size_t kind = 0; kind < kMapKinds; ++kind) {
+        tokens[kind] = token(material, MapKind(kind));
+    }
+    return tokens;
 }
 
 void ModelTextures::setUp(GLSLMacroProcessor *processor) const

@@ -44,6 +44,8 @@ public:
     /// The texture that shaders sample for a map: white if the material has none. If no material has such a map, shaders do
     /// not sample it; then this is the token of the colour map, so that no further texture is bound.
     Orvane::Zel::TextureToken token(const Material &material, MapKind kind) const;
+    /// The same for all maps, by MapKind.
+    std::array<Orvane::Zel::TextureToken, kMapKinds> tokens(const Material &material) const;
 
     /// Adds the defines of the manager, and those such as ZELVIEW_SURFACE_MAP for maps that a material has.
     void setUp(Orvane::Zel::GLSLMacroProcessor *processor) const;

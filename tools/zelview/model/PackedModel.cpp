@@ -1,7 +1,7 @@
 #include "model/PackedModel.h"
 
-#include "model/ModelPlans.h"
 #include "model/ModelTextures.h"
+#include "scene/ModelPlans.h"
 #include "scene/Scene.h"
 
 #include <ZelGL/ZelGL.h>
@@ -65,7 +65,8 @@ Failure PackedModel::fill(const ModelPlans &plans)
     }
     while (_packed->addView() < kObservers - 1) {}
     for (int i = 0; i < int(_scene.materials.size()); ++i) { // the number is the index
-        _materials.emplace_back(plans.newMaterial(_scene.materials[size_t(i)], i, _textures));
+        _materials.emplace_back(
+            plans.newMaterial(_scene.materials[size_t(i)], i, _textures.tokens(_scene.materials[size_t(i)])));
         if (_packed->addMaterial(_materials.back().get(), &error) != i) {
             return problem();
         }

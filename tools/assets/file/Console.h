@@ -1,22 +1,25 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 
 #include <ZelKit/MessageLog.h>
 
 #include <QtCore/QStringList>
 
 /// \file
-/// The output of the program: results on stdout, errors on stderr, one line each; and the handling of the messages of Qt
-/// and of the library.
+/// The output of a program: results on stdout, errors on stderr, one line each; and the handling of the messages of Qt and of
+/// the library.
 
 namespace zelview { namespace Console {
 
-/// Installs the handler for Qt's messages. Debug messages are shown only if \a verbose.
+/// Installs the handler for Qt's messages. \a program: the name before each line on stderr.
 ///
 /// Before setGraphicsStarted(), warnings are hidden too, since Qt warns about details of the machine's set-up. If there is
 /// no display, Qt reports a fatal message, which becomes one line and ExitCode::eGL.
-void install(bool verbose);
+void install(const char *program);
+
+/// From now on shows debug messages.
+void setVerbose();
 
 /// To be called when the library has started: from now on its warnings are shown.
 void setGraphicsStarted();
@@ -43,7 +46,7 @@ private:
 /// Prints a line on stdout.
 void printLine(const QString &line);
 
-/// Prints "zelview: " and a line on stderr: the progress of a long operation.
+/// Prints the name of the program and a line on stderr: the progress of a long operation.
 void printProgress(const QString &line);
 
 /// The same for an error.

@@ -1,6 +1,6 @@
 #include "scene/ImportReport.h"
 
-#include "frame/InputFile.h"
+#include "file/InputFile.h"
 #include "scene/GltfHead.h"
 
 #include <QtCore/QFile>
@@ -45,7 +45,7 @@ QString meaningOf(const QString &message)
         }
     }
     return QStringLiteral(
-        "cannot be understood: it is damaged, or uses a feature of its format that zelview does not read");
+        "cannot be understood: it is damaged, or uses a feature of its format that is not read");
 }
 
 QString notUnderstood(const QString &reason)
@@ -96,17 +96,18 @@ QString describeFailure(const QString &path, const GltfHead &gltf, const Assimp:
         return notUnderstood(reason);
     }
     if (gltf.hasUnboundSkin) {
-        return notUnderstood(QStringLiteral("zelview does not read skins without inverse bind matrices"));
+        return notUnderstood(
+            QStringLiteral("it has skins without inverse bind matrices, which are not read"));
     }
     if (!gltf.version.isEmpty() && !gltf.version.startsWith(QLatin1Char('2'))) {
-        return notUnderstood(QStringLiteral("it is glTF %1, and zelview reads glTF 2").arg(gltf.version));
+        return notUnderstood(QStringLiteral("it is glTF %1; only glTF 2 is read").arg(gltf.version));
     }
     if (!missing.isEmpty()) {
         return notUnderstood(QStringLiteral("it names the file '%1', which is missing").arg(missing.first()));
     }
     if (!unknown.isEmpty()) {
         return notUnderstood(
-            QStringLiteral("it requires the extension %1, which zelview does not read").arg(unknown.first()));
+            QStringLiteral("it requires the extension %1, which is not read").arg(unknown.first()));
     }
     return meaningOf(QString::fromUtf8(importer.GetErrorString()));
 }

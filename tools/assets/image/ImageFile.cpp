@@ -1,18 +1,20 @@
 #include "image/ImageFile.h"
 
-#include "frame/Console.h"
-#include "frame/InputFile.h"
+#include "file/Console.h"
+#include "file/InputFile.h"
 
 #include <ZelCore/MemoryMappedFile.h>
 #include <ZelGL/ASTCReader.h>
 #include <ZelGL/HDRReader.h>
 #include <ZelGL/KTXReader.h>
+#include <ZelGL/Texture.h>
+#include <ZelGL/TextureIO.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QtEndian>
 #include <QtGui/QImageReader>
 
-#include <memory>
+#include <algorithm>
 
 using namespace Orvane::Zel;
 
@@ -59,6 +61,27 @@ QByteArray ktxMetadata(const QString &path)
         isLittleEndian ? qFromLittleEndian<quint32>(length) : qFromBigEndian<quint32>(length), kMaxMetadata));
 }
 
+bool isReadable(const QString &key)
+{
+    return !key.isEmpty() && std::all_of(key.begin(), key.end(), [](QChar c) { return c.isPrint(); });
+}
+
+/// Why the library could not load an image, from the messages of the last Console::Collector.
+QString reasonOfFailure(const QString &path)
+{
+    if (const QString reason = reasonInHead(path); !reason.isEmpty()) {
+        return reason;
+    }
+    if (!isImageFile(path)) {
+        return QStringLiteral("it is not an image of a known format");
+    }
+    const QStringList said = Console::Collector::messages();
+    const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
+    // Qt logs the messages of its decoders, which are for programmers.
+    return hasReason && hasOwnReader(path) ? said.last().simplified()
+                                           : QStringLiteral("its data are damaged");
+}
+
 } // namespace
 
 bool isImageFile(const QString &path)
@@ -77,19 +100,34 @@ bool doRowsGoUp(const QString &path)
     return !isRecognised(ASTCRecogniser(), path);
 }
 
-QString reasonOfFailure(const QString &path)
+QStringList metadataKeys(const QString &path)
 {
-    if (const QString reason = reasonInHead(path); !reason.isEmpty()) {
-        return reason;
+    QStringList keys;
+    const std::unique_ptr<TextureLoader> reader(IdentifyTextureFromFile(path));
+    if (reader == nullptr || !reader->valid()) {
+        return keys;
     }
-    if (!isImageFile(path)) {
-        return QStringLiteral("it is not an image of a known format");
+    for (unsigned int i = 0; i < reader->numMetadataEntries(); ++i) {
+        if (isReadable(reader->key(i))) {
+            keys.append(reader->key(i));
+        }
     }
-    const QStringList said = Console::Collector::messages();
-    const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
-    // Qt logs the messages of its decoders, which are for programmers.
-    return hasReason && hasOwnReader(path) ? said.last().simplified()
-                                           : QStringLiteral("its data are damaged");
+    return keys;
+}
+
+std::unique_ptr<Texture> loadImage(const QString &path, QString &reason)
+{
+    TextureFileInfo asItIs;
+    asItIs.keepOrientation = true;
+    const Console::Collector quiet;
+    std::unique_ptr<Texture> texture(LoadTextureFromFile(path, asItIs));
+    if (texture == nullptr) {
+        reason = reasonOfFailure(path);
+    } else if (texture->target() == 0) {
+        reason = QStringLiteral("it has no texels");
+        texture.reset();
+    }
+    return texture;
 }
 
 } // namespace zelview

@@ -1,5 +1,7 @@
 #include "scene/Scene.h"
 
+#include "file/Counted.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -40,6 +42,17 @@ qint64 Scene::placedTriangles() const
         count += meshes[size_t(draw.mesh)].indexCount / 3;
     }
     return count;
+}
+
+QString Scene::describe() const
+{
+    return QStringLiteral("model     %1, %2, %3, %4; placed: %5, %6")
+        .arg(counted(qint64(meshes.size()), "mesh", "meshes"),
+             counted(qint64(indices.size() / 3), "triangle", "triangles"),
+             counted(qint64(materials.size()), "material", "materials"),
+             counted(qint64(textures.size()), "texture", "textures"),
+             counted(qint64(draws.size()), "mesh", "meshes"),
+             counted(placedTriangles(), "triangle", "triangles"));
 }
 
 float Scene::reach(const QVector3D &direction) const

@@ -1,8 +1,7 @@
-#include "scene/ModelCamera.h"
+#include "model/ModelCamera.h"
 
 #include "frame/Options.h"
 #include "scene/Scene.h"
-#include "scene/StressScene.h"
 
 using Orvane::ZelKit::OrbitCamera;
 
@@ -35,7 +34,7 @@ Expected<int> findCamera(const Scene &scene, const Options &options)
                                          : QStringLiteral("'%1'").arg(names.join(QStringLiteral("', '")));
     return Problem{
         ExitCode::eUsage,
-        QStringLiteral("there is no camera '%1': %2 has %3").arg(options.camera, options.subject(), have)};
+        QStringLiteral("there is no camera '%1': '%2' has %3").arg(options.camera, options.file, have)};
 }
 
 View viewOf(const OrbitCamera &camera, float aspect)
@@ -54,9 +53,6 @@ OrbitCamera::Extent extentOf(const Scene &scene)
 ModelCamera::ModelCamera(const Options &options)
     : _orbit(options.azimuth, options.elevation)
 {
-    if (options.stressBodies > 0) {
-        _flightTime = 0.0f;
-    }
 }
 
 Expected<ModelCamera> ModelCamera::create(const Scene &scene, const Options &options)
@@ -70,12 +66,9 @@ Expected<ModelCamera> ModelCamera::create(const Scene &scene, const Options &opt
     return camera;
 }
 
-View ModelCamera::view(const Scene &scene, const QSize &viewport, const FileCamera &fileCamera) const
+View ModelCamera::view(const QSize &viewport, const FileCamera &fileCamera) const
 {
     const float aspect = aspectOf(viewport);
-    if (_flightTime) {
-        return stressView(scene, *_flightTime, aspect);
-    }
     return _fileCamera >= 0 ? fileCamera(_fileCamera, aspect) : viewOf(_orbit, aspect);
 }
 
@@ -109,15 +102,7 @@ void ModelCamera::zoom(float steps)
 
 void ModelCamera::takeNext(const Scene &scene)
 {
-    _flightTime.reset();
     _fileCamera = _fileCamera + 1 < int(scene.cameras.size()) ? _fileCamera + 1 : -1;
-}
-
-void ModelCamera::setTime(float time)
-{
-    if (_flightTime) {
-        _flightTime = time;
-    }
 }
 
 QString ModelCamera::describe(const Scene &scene) const
@@ -131,7 +116,6 @@ QString ModelCamera::describe(const Scene &scene) const
 void ModelCamera::takeOrbit()
 {
     _fileCamera = -1;
-    _flightTime.reset();
 }
 
 } // namespace zelview

@@ -1,6 +1,6 @@
-#include "image/ImageExhibit.h"
+#include "app/ImageExhibit.h"
 
-#include "frame/Console.h"
+#include "file/Console.h"
 #include "frame/Options.h"
 #include "image/ImageFile.h"
 
@@ -33,27 +33,6 @@ QString samplerFile(unsigned int target)
     default:
         return QStringLiteral("Image2D.glslh");
     }
-}
-
-bool isReadable(const QString &key)
-{
-    return !key.isEmpty() && std::all_of(key.begin(), key.end(), [](QChar c) { return c.isPrint(); });
-}
-
-/// The metadata keys of a file. Readers may also return keys that are not text; these are left out.
-QStringList readMetadataKeys(const QString &path)
-{
-    QStringList keys;
-    const std::unique_ptr<TextureLoader> reader(IdentifyTextureFromFile(path));
-    if (reader == nullptr || !reader->valid()) {
-        return keys;
-    }
-    for (unsigned int i = 0; i < reader->numMetadataEntries(); ++i) {
-        if (isReadable(reader->key(i))) {
-            keys.append(reader->key(i));
-        }
-    }
-    return keys;
 }
 
 } // namespace
@@ -110,31 +89,21 @@ Failure ImageExhibit::createGLObjects(Programs &programs, const Options &)
 
 Failure ImageExhibit::loadTexture()
 {
-    TextureFileInfo asItIs;
-    asItIs.keepOrientation = true;
-    _metadataKeys = readMetadataKeys(_path);
-
-    const Console::Collector quiet;
+    _metadataKeys = metadataKeys(_path);
     QElapsedTimer timer;
     timer.start();
-    _texture.reset(LoadTextureFromFile(_path, asItIs));
+    QString reason;
+    _texture = loadImage(_path, reason);
     _loadTime = double(timer.nsecsElapsed()) * 1e-6;
-    if (_texture == nullptr) {
-        return Problem{ExitCode::eInput,
-                       QStringLiteral("'%1' cannot be shown: %2").arg(_path, reasonOfFailure(_path))};
+    if (_texture != nullptr) {
+        _facts = TextureFacts::of(*_texture);
+        reason = _facts.size.isEmpty() ? QStringLiteral("the driver does not support its format")
+                 : _facts.kind == TextureFacts::eInteger ? QStringLiteral("it holds integers, not colours")
+                                                         : QString();
     }
-    if (_texture->target() == 0) {
-        return Problem{ExitCode::eInput, QStringLiteral("'%1' cannot be shown: it has no texels").arg(_path)};
-    }
-    _facts = TextureFacts::of(*_texture);
-    if (_facts.size.isEmpty() || _facts.kind == TextureFacts::eInteger) {
-        return Problem{ExitCode::eInput,
-                       QStringLiteral("'%1' cannot be shown: %2")
-                           .arg(_path, _facts.size.isEmpty()
-                                           ? QStringLiteral("the driver does not support its format")
-                                           : QStringLiteral("it holds integers, not colours"))};
-    }
-    return {};
+    return reason.isEmpty()
+               ? Failure()
+               : Problem{ExitCode::eInput, QStringLiteral("'%1' cannot be shown: %2").arg(_path, reason)};
 }
 
 Failure ImageExhibit::checkChoice() const

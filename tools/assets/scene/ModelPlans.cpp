@@ -1,8 +1,6 @@
-#include "model/ModelPlans.h"
+#include "scene/ModelPlans.h"
 
-#include "frame/Counted.h"
-#include "model/ModelTextures.h"
-#include "scene/Scene.h"
+#include "file/Counted.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -125,6 +123,20 @@ QStringList describePlan(const InstanceDataPlan &plan, MechanismKind mechanism)
 
 } // namespace
 
+const QStringList &mechanismNames()
+{
+    static const QStringList kNames{QStringLiteral("ubo"), QStringLiteral("uniform"),
+                                    QStringLiteral("texbuffer"), QStringLiteral("texture"),
+                                    QStringLiteral("ssbo")};
+    static_assert(kMechanismKinds == 5, "each has a name");
+    return kNames;
+}
+
+QString mechanismName(MechanismKind kind)
+{
+    return mechanismNames()[int(kind)];
+}
+
 bool ModelPlans::isSupported(MechanismKind kind)
 {
     return kind != MechanismKind::eStorageBuffer
@@ -140,6 +152,30 @@ Failure ModelPlans::check(MechanismKind kind)
     return Problem{ExitCode::eGL,
                    QStringLiteral("the driver has no storage blocks, which the mechanism '%1' needs")
                        .arg(mechanismName(kind))};
+}
+
+int ModelPlans::wantedObjects(const Scene &scene)
+{
+    std::vector<int> opaque(scene.materials.size());
+    int blended = 0;
+    for (const Draw &draw : scene.draws) {
+        const int material = scene.meshes[size_t(draw.mesh)].material;
+        ++(scene.materials[size_t(material)].isBlended ? blended : opaque[size_t(material)]);
+    }
+    constexpr qint64 kPadding = 1024; // objects that make no difference
+    const qint64 most = 2 * qint64(scene.draws.size()) + kPadding;
+    int wanted = std::max(*std::max_element(opaque.begin(), opaque.end()), 1);
+    const auto padded = [&] {
+        qint64 sum = qint64(blended) * wanted;
+        for (const int count : opaque) {
+            sum += qint64((count + wanted - 1) / wanted) * wanted;
+        }
+        return sum;
+    };
+    while (wanted > 1 && padded() > most) {
+        wanted /= 2;
+    }
+    return wanted;
 }
 
 ModelPlans::ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit)
@@ -175,7 +211,7 @@ InstanceDataCollection *ModelPlans::newObjects(int count) const
 }
 
 InstanceDataCollection *ModelPlans::newMaterial(const Material &material, int number,
-                                                const ModelTextures &textures) const
+                                                const std::array<TextureToken, kMapKinds> &maps) const
 {
     InstanceData item(kMaterial);
     set(item, "BaseColor", material.baseColor);
@@ -190,8 +226,7 @@ InstanceDataCollection *ModelPlans::newMaterial(const Material &material, int nu
     quint32 sets = 0;
     for (size_t kind = 0; kind < kMapKinds; ++kind) {
         sets |= quint32(material.maps[kind].set) << kind;
-        item.setTextureToken(int(_material->offset(kMapMembers[int(kind)])),
-                             textures.token(material, MapKind(kind)));
+        item.setTextureToken(int(_material->offset(kMapMembers[int(kind)])), maps[kind]);
     }
     set(item, "MapSets", sets);
     return new InstanceDataCollection(kMaterial, {item});

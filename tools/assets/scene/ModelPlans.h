@@ -1,7 +1,9 @@
 #pragma once
 
-#include "frame/Options.h"
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
+#include "scene/Scene.h"
+
+#include <ZelGL/TextureToken.h>
 
 #include <QtCore/QSharedPointer>
 #include <QtCore/QStringList>
@@ -13,8 +15,13 @@ class InstanceDataPlan;
 
 namespace zelview {
 
-class ModelTextures;
-struct Material;
+/// Which of the library's mechanisms provides instance data to the shaders.
+enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
+constexpr int kMechanismKinds = 5;
+
+/// By MechanismKind, as on the command line.
+const QStringList &mechanismNames();
+QString mechanismName(MechanismKind kind);
 
 /// The two instance-data plans of models, registered by name: shaders contain #instancedata "Object" or "Material".
 ///
@@ -31,8 +38,11 @@ public:
     /// Returns ExitCode::eGL if the mechanism is not supported.
     static Failure check(MechanismKind kind);
 
+    /// The greatest useful number of objects in a collection: a larger block would stay partly unused.
+    static int wantedObjects(const Scene &scene);
+
     /// \a wantedObjects: capacity of a collection, unless the mechanism or \a byteLimit (0: none) allow less.
-    ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit);
+    ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit = 0);
     ~ModelPlans();
 
     MechanismKind mechanism() const { return _mechanism; }
@@ -43,8 +53,10 @@ public:
 
     /// A collection for the matrices of \a count objects, filled with zeros.
     Orvane::Zel::InstanceDataCollection *newObjects(int count) const;
-    Orvane::Zel::InstanceDataCollection *newMaterial(const Material &material, int number,
-                                                     const ModelTextures &textures) const;
+    /// \a maps: the textures that the shaders sample, by MapKind.
+    Orvane::Zel::InstanceDataCollection *
+    newMaterial(const Material &material, int number,
+                const std::array<Orvane::Zel::TextureToken, kMapKinds> &maps) const;
 
     // The compilation units that define the accessors.
     QString objectText() const;

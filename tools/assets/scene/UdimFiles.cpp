@@ -97,7 +97,9 @@ Expected<TextureSource> findUdimSet(const QString &name)
     return source;
 }
 
-Scene makeUdimPlane(const TextureSource &tiles)
+namespace {
+
+Scene planeOf(const TextureSource &tiles)
 {
     int columns = 1;
     int rows = 1;
@@ -123,6 +125,17 @@ Scene makeUdimPlane(const TextureSource &tiles)
     scene.nodes.emplace_back();
     scene.draws.emplace_back();
     return scene;
+}
+
+} // namespace
+
+Expected<Scene> loadTiles(const QString &name)
+{
+    const Expected<TextureSource> tiles = findUdimSet(name);
+    if (!tiles) {
+        return tiles.problem();
+    }
+    return planeOf(*tiles);
 }
 
 } // namespace zelview

@@ -10,7 +10,6 @@
 #include <QtGui/QVector4D>
 
 #include <array>
-#include <limits>
 #include <vector>
 
 namespace zelview {
@@ -183,9 +182,8 @@ struct Scene
     std::vector<Draw> draws;
     std::vector<SceneCamera> cameras;
     std::vector<SceneLight> lights;
-    int drawsTogether = std::numeric_limits<int>::max(); ///< limit of draws in one drawable
-    Box bounds;                                          ///< of all visible draws, in the world
-    QStringList remarks;                                 ///< lines about what is missing
+    Box bounds;          ///< of all visible draws, in the world
+    QStringList remarks; ///< lines about what is missing
 
     /// The transform from a node's space to the world.
     QMatrix4x4 worldTransform(int node) const;
@@ -193,6 +191,8 @@ struct Scene
 
     /// Number of triangles drawn; a mesh counts as often as it is drawn.
     qint64 placedTriangles() const;
+    /// A line about the size of all this.
+    QString describe() const;
 
     /// How far the scene reaches: the greatest dot product of \a direction with a vertex that is not hidden, in the world.
     float reach(const QVector3D &direction) const;

@@ -1,6 +1,6 @@
 #include "scene/Omissions.h"
 
-#include "frame/Counted.h"
+#include "file/Counted.h"
 #include "scene/GltfHead.h"
 #include "scene/Scene.h"
 

@@ -1,7 +1,7 @@
 #include "scene/ModelLoader.h"
 
-#include "frame/Console.h"
-#include "frame/InputFile.h"
+#include "file/Console.h"
+#include "file/InputFile.h"
 #include "scene/GltfHead.h"
 #include "scene/GraphLoader.h"
 #include "scene/ImportReport.h"

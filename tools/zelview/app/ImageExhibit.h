@@ -30,8 +30,6 @@ public:
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;
     QStringList describeStatistics() override { return {}; }
-    bool isMoving() const override { return false; }
-    void setTime(float) override {}
     bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;

@@ -1,6 +1,13 @@
 #pragma once
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <memory>
+
+namespace Orvane { namespace Zel {
+class Texture;
+}} // namespace Orvane::Zel
 
 namespace zelview {
 
@@ -15,7 +22,12 @@ bool isImageFile(const QString &path);
 /// flipped when they are read.
 bool doRowsGoUp(const QString &path);
 
-/// Why the library could not load an image, from the messages of the last Console::Collector.
-QString reasonOfFailure(const QString &path);
+/// The metadata keys of an image file. Readers may also return keys that are not text; these are left out.
+QStringList metadataKeys(const QString &path);
+
+/// Loads an image with its rows in the order of the file. Null if that fails, with the reason as the end of a sentence.
+///
+/// Context: needs a current one.
+std::unique_ptr<Orvane::Zel::Texture> loadImage(const QString &path, QString &reason);
 
 } // namespace zelview

@@ -1,4 +1,4 @@
-#include "frame/Console.h"
+#include "file/Console.h"
 
 #include <csignal>
 #include <cstdio>
@@ -14,7 +14,7 @@ namespace zelview { namespace Console {
 
 namespace {
 
-const QString kPrefix = QStringLiteral("zelview: ");
+QString gPrefix;
 
 std::unique_ptr<MessageLog> gLog;
 bool gVerbose = false;
@@ -58,14 +58,20 @@ void writeLine(std::FILE *stream, const QString &line)
 
 } // namespace
 
-void install(bool verbose)
+void install(const char *program)
 {
+    gPrefix = QLatin1String(program) + QStringLiteral(": ");
     MessageLog::Options options;
-    options.prefix = kPrefix;
-    options.level = verbose ? QtDebugMsg : QtCriticalMsg;
+    options.prefix = gPrefix;
+    options.level = QtCriticalMsg;
     gLog = std::make_unique<MessageLog>(options);
     gLog->onFatal(endAtFatal);
-    gVerbose = verbose;
+}
+
+void setVerbose()
+{
+    gVerbose = true;
+    gLog->setLevel(QtDebugMsg);
 }
 
 void setGraphicsStarted()
@@ -107,7 +113,7 @@ void printLine(const QString &line)
 
 void printProgress(const QString &line)
 {
-    writeLine(stderr, kPrefix + line);
+    writeLine(stderr, gPrefix + line);
 }
 
 void printError(const QString &line)

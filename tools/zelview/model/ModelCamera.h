@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 #include "frame/View.h"
 
 #include <ZelKit/OrbitCamera.h>
@@ -10,7 +10,6 @@
 #include <QtGui/QVector2D>
 
 #include <functional>
-#include <optional>
 
 namespace zelview {
 
@@ -20,8 +19,7 @@ struct Scene;
 /// What a camera frames of a scene, which must outlive the result.
 Orvane::ZelKit::OrbitCamera::Extent extentOf(const Scene &scene);
 
-/// The camera of a model: one that turns around it, one of its file, or a flight through a stress scene. Moving the view
-/// switches to the first kind.
+/// The camera of a model: one that turns around it, or one of its file. Moving the view switches to the first kind.
 ///
 /// All calls take the scene that was passed to create().
 class ModelCamera
@@ -35,7 +33,7 @@ public:
     /// Errors: ExitCode::eUsage for a camera that the file does not have.
     static Expected<ModelCamera> create(const Scene &scene, const Options &options);
 
-    View view(const Scene &scene, const QSize &viewport, const FileCamera &fileCamera) const;
+    View view(const QSize &viewport, const FileCamera &fileCamera) const;
 
     /// Turns to the camera around the model, so that all of the model is visible.
     void frame(const Scene &scene, const QSize &viewport);
@@ -49,10 +47,6 @@ public:
     /// Switches to the next camera of the file, or after the last one to the camera around the model.
     void takeNext(const Scene &scene);
 
-    bool isFlying() const { return _flightTime.has_value(); }
-    /// Position of the flight, from 0 to 1; no effect on the other kinds.
-    void setTime(float time);
-
     /// Name and number of a camera of the file, for the report; otherwise empty.
     QString describe(const Scene &scene) const;
 
@@ -63,7 +57,6 @@ private:
 
     Orvane::ZelKit::OrbitCamera _orbit;
     int _fileCamera = -1; ///< index in the scene; -1: none
-    std::optional<float> _flightTime;
 };
 
 } // namespace zelview

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/Outcome.h"
+#include "file/Outcome.h"
 #include "scene/Scene.h"
 
 namespace zelview {
@@ -19,7 +19,7 @@ std::vector<TextureTile> findTiles(const QString &path);
 /// Errors: ExitCode::eFile if there are no tiles, ExitCode::eUsage if a folder contains several sets.
 Expected<TextureSource> findUdimSet(const QString &name);
 
-/// An upright plane with a unit square for each tile; a missing tile leaves a hole.
-Scene makeUdimPlane(const TextureSource &tiles);
+/// The set as an upright plane with a unit square for each tile; a missing tile leaves a hole.
+Expected<Scene> loadTiles(const QString &name);
 
 } // namespace zelview

@@ -1,4 +1,4 @@
-#include "frame/InputFile.h"
+#include "file/InputFile.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
