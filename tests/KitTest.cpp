@@ -14,6 +14,9 @@
 #include <QtGui/QPainter>
 #include <QtGui/QWheelEvent>
 
+#include <cmath>
+#include <random>
+
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
 
@@ -631,16 +634,30 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
 
 TEST_F(KitMessagesTest, AnOrbitCameraFramesABoxTightlyAndRefusesWhatIsNotFinite)
 {
-    const Bounds box({-3, 0, 1}, {5, 2, 4});
-    OrbitCamera camera(-70, 40);
-    camera.frame(box, 1.5f);
-    float reach = 0.0f;
-    for (const QVector3D &corner : box.corners()) {
-        const QVector3D place = camera.viewProjection(1.5f).map(corner);
-        reach = std::max({reach, std::abs(place.x()), std::abs(place.y())});
-        EXPECT_GE(1.0f, std::abs(place.z()));
+    Bounds box;
+    OrbitCamera camera;
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+    for (int i = 0; i < 210; ++i) { // every seventh box is a point, which has no extent
+        const float size = i % 7 == 6 ? 0.0f : std::pow(10.0f, float(i % 7) - 3.0f);
+        const QVector3D low(3, -2, 5);
+        box = Bounds(low, low + size * QVector3D(2, 1 + unit(random), 8));
+        camera = OrbitCamera(180 * unit(random), 89 * unit(random));
+        camera.frame(box, 1.5f);
+        for (const float aspect : {1.5f, 0.4f}) {
+            camera.refit(box, aspect);
+            float reach = 0.0f;
+            for (const QVector3D &corner : box.corners()) {
+                const QVector3D place = camera.viewProjection(aspect).map(corner);
+                reach = std::max({reach, std::abs(place.x()), std::abs(place.y())});
+                EXPECT_GE(1.0f, std::abs(place.z()));
+            }
+            EXPECT_NEAR(size > 0.0f ? 0.9f : 0.0f, reach, 0.01f) << i;
+        }
+        camera.pan({0.25f, 0.1f});
+        camera.orbit({0.3f, 5.0f}); // beyond the pole, where the camera stops
+        EXPECT_NEAR(1.0, camera.view().determinant(), 1e-3);
     }
-    EXPECT_NEAR(0.9f, reach, 0.001f);
     const QMatrix4x4 before = camera.viewProjection(1.5f);
     camera.frame(Bounds(QVector<QVector3D>()), 1.5f);
     camera.frame(box, 0.0f);

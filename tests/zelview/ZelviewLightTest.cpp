@@ -3,13 +3,11 @@
 
 #include "ShownModel.h"
 
-#include "light/EnvironmentImage.h"
 #include "model/ModelCamera.h"
 #include "scene/ModelLoader.h"
 
+#include "../support/EnvironmentPictures.h"
 #include "../support/FileMaker.h"
-
-#include <OpenEXR/ImfRgbaFile.h>
 
 #include <QtGui/QMatrix4x4>
 
@@ -142,108 +140,9 @@ TEST_F(ZelviewShadowTest, KeysShowAndHideGroundLayersCascadesAndVolumes)
     }
 }
 
-const QVector3D kX(1, 0, 0);
-const QVector3D kY(0, 1, 0);
-const QVector3D kZ(0, 0, 1);
-
-/// The octant of a direction as a colour: red if x is positive, green if y is, blue if z is.
-QVector3D labelOf(const QVector3D &direction)
-{
-    const auto channel = [](float coordinate) { return coordinate > 0.0f ? 0.6f : 0.1f; };
-    return {channel(direction.x()), channel(direction.y()), channel(direction.z())};
-}
-
-using Painter = std::function<QVector3D(const QVector3D &)>;
-
-/// The left edge is +x, one quarter to the right is +z.
-LightImage panorama(int width, const Painter &paint)
-{
-    LightImage image{QSize(width, width / 2), {}};
-    for (int i = 0; i < width * width / 2; ++i) {
-        const double around = 2.0 * M_PI * (i % width + 0.5) / width;
-        const double down = 2.0 * M_PI * (i / width + 0.5) / width;
-        image.texels.push_back(
-            paint(QVector3D(float(std::cos(around) * std::sin(down)), float(std::cos(down)),
-                            float(std::sin(around) * std::sin(down)))));
-    }
-    return image;
-}
-
-/// An unfolded cube; \a cells: that of each face, in GL's order. Of tall crosses the last one is upside down.
-LightImage unfolded(const QSize &cells, const std::array<QPoint, 6> &places)
-{
-    constexpr int kSide = 16;
-    // The centre of each face, and the directions of its columns and rows.
-    const QVector3D faces[][3] = {{kX, -kZ, -kY}, {-kX, kZ, -kY}, {kY, kX, kZ},
-                                  {-kY, kX, -kZ}, {kZ, kX, -kY},  {-kZ, -kX, -kY}};
-    LightImage image{cells * kSide, {}};
-    image.texels.resize(size_t(image.size.width() * image.size.height()));
-    for (int i = 0; i < 6 * kSide * kSide; ++i) {
-        const size_t face = size_t(i / kSide / kSide);
-        const QPoint texel(i % kSide, i / kSide % kSide);
-        const QPoint place = places[face] * kSide + texel;
-        const float sign = face == 5 && cells.height() == 4 ? -1.0f : 1.0f;
-        const auto offset = [sign](int at) { return sign * ((float(at) + 0.5f) / (kSide / 2) - 1.0f); };
-        image.texels[size_t(place.y() * image.size.width() + place.x())] =
-            labelOf(faces[face][0] + offset(texel.x()) * faces[face][1] + offset(texel.y()) * faces[face][2]);
-    }
-    return image;
-}
-
-const LightImage kWideCross = unfolded({4, 3}, {{{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {3, 1}}});
-const LightImage kTallCross = unfolded({3, 4}, {{{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {1, 3}}});
-const LightImage kStrip = unfolded({6, 1}, {{{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 0}}});
-
-/// The sRGB colour of linear light.
-QColor screenColor(const QVector3D &light)
-{
-    const auto encoded = [](float x) {
-        return int(std::lround(255.0 * (x <= 0.0031308f ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055)));
-    };
-    return {encoded(light.x()), encoded(light.y()), encoded(light.z())};
-}
-
-QImage screenImage(const LightImage &light)
-{
-    QImage image(light.size, QImage::Format_RGB888);
-    for (int i = 0; i < int(light.texels.size()); ++i) {
-        image.setPixelColor(i % image.width(), i / image.width(), screenColor(light.texels[size_t(i)]));
-    }
-    return image;
-}
-
-/// A cube map whose rows go up, of the faces of a strip.
-QByteArray ktxOf(const LightImage &strip)
-{
-    const int side = strip.size.height();
-    KtxFile file = KtxFile::of(quint32(side), quint32(side), 0, 0x8051, GL_RGB); // GL_RGB8
-    file.faces = 6;
-    file.keyValues = KtxFile::paddedEntry("KTXorientation", "S=r,T=u");
-    file.levels = {{quint32(3 * side * side), QByteArray()}};
-    for (int i = 0; i < 6; ++i) {
-        const QImage face = screenImage(strip).copy(i * side, 0, side, side).mirrored();
-        file.levels[0].data.append(reinterpret_cast<const char *>(face.constBits()), 3 * side * side);
-    }
-    return file.bytes();
-}
-
 class ZelviewEnvironmentTest : public ZelviewTest
 {
 protected:
-    QString writeExr(const char *name, const LightImage &image) const
-    {
-        std::vector<Imf::Rgba> texels;
-        for (const QVector3D &light : image.texels) {
-            texels.emplace_back(light.x(), light.y(), light.z(), 1.0f);
-        }
-        // Files may have a data window that does not start at the origin.
-        const Imath::Box2i window({-3, 5}, {image.size.width() - 4, image.size.height() + 4});
-        Imf::RgbaOutputFile file(qPrintable(path(name)), window, window, Imf::WRITE_RGBA);
-        file.setFrameBuffer(texels.data() + 3 - 5 * image.size.width(), 1, size_t(image.size.width()));
-        file.writePixels(image.size.height());
-        return path(name);
-    }
-
     /// A picture from a run that prints only the progress of the bake on stderr.
     QImage bakedPicture(const QStringList &arguments)
     {
@@ -254,65 +153,6 @@ protected:
         return QImage(path("baked.png"));
     }
 };
-
-TEST_F(ZelviewEnvironmentTest, EveryLayoutOfEveryFormatPutsItsLightWhereItBelongs)
-{
-    TestContext::ensureApplication();
-    const auto context = makeOffscreenContext(Options());
-    ASSERT_TRUE(bool(context));
-    const std::pair<QString, std::optional<EnvironmentLayout>> files[] = {
-        {writeExr("panorama.exr", panorama(64, labelOf)), {}},
-        {writeExr("strip.exr", kStrip), EnvironmentLayout::eStrip},
-        {writeExr("tall.exr", kTallCross), {}},
-        {write("wide.png", pngOf(screenImage(kWideCross))), {}},
-        {write("cube.ktx", ktxOf(kStrip)), {}},
-    };
-    for (const auto &[file, layout] : files) {
-        SCOPED_TRACE(file.toStdString());
-        const Expected<EnvironmentImage> environment = loadEnvironmentImage(file, layout);
-        ASSERT_TRUE(bool(environment)) << qPrintable(environment.problem().text);
-        const QSize size = environment->image.size;
-        float sphere = 0.0f;
-        for (int i = 0; i < int(environment->image.texels.size()); ++i) {
-            const int x = i % size.width();
-            const int y = i / size.width();
-            sphere += environment->solidAngle(x, y);
-            const QVector3D expected = labelOf(environment->direction(x, y));
-            ASSERT_LT((environment->at(x, y) - expected).length(), 0.01f) << x << ' ' << y;
-        }
-        EXPECT_NEAR(sphere, 4.0f * float(M_PI), 0.02f);
-    }
-}
-
-TEST_F(ZelviewEnvironmentTest, TheStrongestLightIsRemovedWithAllItsIrradiance)
-{
-    const QVector3D toSun = QVector3D(0.3f, 0.6f, -0.7f).normalized();
-    const QVector3D toLamp = QVector3D(-1.0f, 0.2f, 0.1f).normalized();
-    const QVector3D sky(0.4f, 0.5f, 0.6f);
-    EnvironmentImage environment{
-        EnvironmentLayout::eLatLong, panorama(128, [&](const QVector3D &direction) {
-            return sky
-                   + (QVector3D::dotProduct(direction, toSun) > 0.998f) * QVector3D(900.0f, 700.0f, 500.0f)
-                   + (QVector3D::dotProduct(direction, toLamp) > 0.99f) * QVector3D(20.0f, 20.0f, 20.0f);
-        })};
-    const auto total = [&environment] {
-        QVector3D sum;
-        for (int i = 0; i < 64 * 128; ++i) {
-            sum += environment.at(i % 128, i / 128) * environment.solidAngle(i % 128, i / 128);
-        }
-        return sum;
-    };
-    const QVector3D before = total();
-    const std::optional<DistantLight> sun = environment.takeStrongestLight();
-    ASSERT_TRUE(sun.has_value());
-    EXPECT_GT(QVector3D::dotProduct(sun->direction, toSun), 0.999f);
-    const QVector3D lost = before - total();
-    EXPECT_LT((sun->irradiance - lost).length(), 0.002f * lost.length());
-    EXPECT_NEAR(sun->irradiance.x(), 900.0f * 2.0f * float(M_PI) * 0.002f, 1.2f);
-    EnvironmentImage even{EnvironmentLayout::eLatLong, panorama(64, [&](const QVector3D &) { return sky; })};
-    EXPECT_FALSE(even.takeStrongestLight().has_value());
-    EXPECT_EQ(even.at(5, 5), sky);
-}
 
 TEST_F(ZelviewEnvironmentTest, AMirrorAndTheBackgroundShowEachOctantInItsDirection)
 {

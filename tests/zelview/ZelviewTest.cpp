@@ -133,32 +133,6 @@ TEST_F(ZelviewTest, PickingPrintsTheFrontmostMaterialForNumbersOfAnySize)
     }
 }
 
-TEST_F(ZelviewTest, ZelinfoPrintsPlansAndTheFactsOfModelsTilesAndImages)
-{
-    const QString wall = writeWall("wall.obj", 4, 3);
-    const QString tile = write("t.1001.png", plainPng(Qt::red, 8, 4));
-    for (const auto &[arguments, words] :
-         {std::pair(QStringList{wall, "--print-plan"},
-                    QStringList{"plan      Object by ubo: 256 bytes an item, 4 items of at most ",
-                                "member    ModelMatrix at 0, 64 bytes", "#define OBJECT_ARRAY_SIZE 4\n"}),
-          {{"--print-plan", "--mechanism", "texture", "--block-limit", "2560"},
-           {"plan      Object by texture: 256 bytes an item, 10 items"}},
-          {{wall},
-           {"model     12 meshes, 24 triangles, ", "bounds    0 0 0 to 4 3 0\n",
-            "material  2 'm2', opaque, "}},
-          {{path()}, {"texture   0 't.<UDIM>.png', sRGB, 1 tiles\n"}},
-          {{tile}, {"image     2D, 8x4, "}}}) {
-        EXPECT_EQ(info(arguments).code, 0);
-        EXPECT_EQ(_last.errors, QString());
-        for (const QString &text : words) {
-            EXPECT_TRUE(holds(_last.output, text));
-        }
-    }
-    EXPECT_EQ(info({tile, "--print-plan"}).code, 1);
-    EXPECT_EQ(_last.errors, "zelinfo: --print-plan applies to models; '" + tile + "' is an image\n");
-    EXPECT_EQ(info({}).errors, "zelinfo: no FILE is given (see zelinfo --help)\n");
-}
-
 TEST_F(ZelviewTest, StatisticsCountWhatAFrameConsistsOf)
 {
     picture({writeWall("wall.obj", 4, 3), "--stats", "--size", "64x36", "--samples", "1"});

@@ -3,6 +3,7 @@
 #include <ZelGL/ZelGL.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 using namespace Orvane::Zel;
@@ -17,7 +18,6 @@ struct FormatName
 {
     unsigned int format;
     const char *name;
-    bool isSRGB;
 };
 
 // GL numbers the block sizes of ASTC consecutively, in both colour spaces.
@@ -26,80 +26,72 @@ constexpr unsigned int kFirstAstcSRGB = GL_COMPRESSED_SRGB8_ALPHA8_ASTC_4x4_KHR;
 constexpr const char *kAstcBlocks[] = {"4x4", "5x4",  "5x5",  "6x5",  "6x6",   "8x5",   "8x6",
                                        "8x8", "10x5", "10x6", "10x8", "10x10", "12x10", "12x12"};
 
-#define PLAIN(name)                                                                                          \
+#define NAMED(format)                                                                                        \
+    FormatName                                                                                               \
     {                                                                                                        \
-        name, #name, false                                                                                   \
+        format, #format                                                                                      \
     }
-#define SRGB(name)                                                                                           \
-    {                                                                                                        \
-        name, #name, true                                                                                    \
-    }
-
-constexpr FormatName kFormatNames[] = {
-    PLAIN(GL_RED),
-    PLAIN(GL_RG),
-    PLAIN(GL_RGB),
-    PLAIN(GL_RGBA),
-    PLAIN(GL_R8),
-    PLAIN(GL_RG8),
-    PLAIN(GL_RGB8),
-    PLAIN(GL_RGBA8),
-    PLAIN(GL_R16),
-    PLAIN(GL_RG16),
-    PLAIN(GL_RGB16),
-    PLAIN(GL_RGBA16),
-    PLAIN(GL_R8_SNORM),
-    PLAIN(GL_RG8_SNORM),
-    PLAIN(GL_RGB8_SNORM),
-    PLAIN(GL_RGBA8_SNORM),
-    PLAIN(GL_R16F),
-    PLAIN(GL_RG16F),
-    PLAIN(GL_RGB16F),
-    PLAIN(GL_RGBA16F),
-    PLAIN(GL_R32F),
-    PLAIN(GL_RG32F),
-    PLAIN(GL_RGB32F),
-    PLAIN(GL_RGBA32F),
-    PLAIN(GL_R11F_G11F_B10F),
-    PLAIN(GL_RGB9_E5),
-    PLAIN(GL_RGB10_A2),
-    PLAIN(GL_RGB565),
-    PLAIN(GL_RGBA4),
-    PLAIN(GL_RGB5_A1),
-    SRGB(GL_SRGB8),
-    SRGB(GL_SRGB8_ALPHA8),
-    SRGB(GL_SRGB),
-    SRGB(GL_SRGB_ALPHA),
-    PLAIN(GL_COMPRESSED_RGB_S3TC_DXT1_EXT),
-    PLAIN(GL_COMPRESSED_RGBA_S3TC_DXT1_EXT),
-    PLAIN(GL_COMPRESSED_RGBA_S3TC_DXT3_EXT),
-    PLAIN(GL_COMPRESSED_RGBA_S3TC_DXT5_EXT),
-    SRGB(GL_COMPRESSED_SRGB_S3TC_DXT1_EXT),
-    SRGB(GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT1_EXT),
-    SRGB(GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT3_EXT),
-    SRGB(GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT5_EXT),
-    PLAIN(GL_COMPRESSED_RED_RGTC1),
-    PLAIN(GL_COMPRESSED_SIGNED_RED_RGTC1),
-    PLAIN(GL_COMPRESSED_RG_RGTC2),
-    PLAIN(GL_COMPRESSED_SIGNED_RG_RGTC2),
-    PLAIN(GL_COMPRESSED_RGBA_BPTC_UNORM),
-    SRGB(GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM),
-    PLAIN(GL_COMPRESSED_RGB_BPTC_SIGNED_FLOAT),
-    PLAIN(GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT),
-    PLAIN(GL_COMPRESSED_R11_EAC),
-    PLAIN(GL_COMPRESSED_SIGNED_R11_EAC),
-    PLAIN(GL_COMPRESSED_RG11_EAC),
-    PLAIN(GL_COMPRESSED_SIGNED_RG11_EAC),
-    PLAIN(GL_COMPRESSED_RGB8_ETC2),
-    SRGB(GL_COMPRESSED_SRGB8_ETC2),
-    PLAIN(GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2),
-    SRGB(GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2),
-    PLAIN(GL_COMPRESSED_RGBA8_ETC2_EAC),
-    SRGB(GL_COMPRESSED_SRGB8_ALPHA8_ETC2_EAC),
-};
-
-#undef PLAIN
-#undef SRGB
+constexpr FormatName kFormatNames[] = {NAMED(GL_RED),
+                                       NAMED(GL_RG),
+                                       NAMED(GL_RGB),
+                                       NAMED(GL_RGBA),
+                                       NAMED(GL_R8),
+                                       NAMED(GL_RG8),
+                                       NAMED(GL_RGB8),
+                                       NAMED(GL_RGBA8),
+                                       NAMED(GL_R16),
+                                       NAMED(GL_RG16),
+                                       NAMED(GL_RGB16),
+                                       NAMED(GL_RGBA16),
+                                       NAMED(GL_R8_SNORM),
+                                       NAMED(GL_RG8_SNORM),
+                                       NAMED(GL_RGB8_SNORM),
+                                       NAMED(GL_RGBA8_SNORM),
+                                       NAMED(GL_R16F),
+                                       NAMED(GL_RG16F),
+                                       NAMED(GL_RGB16F),
+                                       NAMED(GL_RGBA16F),
+                                       NAMED(GL_R32F),
+                                       NAMED(GL_RG32F),
+                                       NAMED(GL_RGB32F),
+                                       NAMED(GL_RGBA32F),
+                                       NAMED(GL_R11F_G11F_B10F),
+                                       NAMED(GL_RGB9_E5),
+                                       NAMED(GL_RGB10_A2),
+                                       NAMED(GL_RGB565),
+                                       NAMED(GL_RGBA4),
+                                       NAMED(GL_RGB5_A1),
+                                       NAMED(GL_SRGB8),
+                                       NAMED(GL_SRGB8_ALPHA8),
+                                       NAMED(GL_SRGB),
+                                       NAMED(GL_SRGB_ALPHA),
+                                       NAMED(GL_COMPRESSED_RGB_S3TC_DXT1_EXT),
+                                       NAMED(GL_COMPRESSED_RGBA_S3TC_DXT1_EXT),
+                                       NAMED(GL_COMPRESSED_RGBA_S3TC_DXT3_EXT),
+                                       NAMED(GL_COMPRESSED_RGBA_S3TC_DXT5_EXT),
+                                       NAMED(GL_COMPRESSED_SRGB_S3TC_DXT1_EXT),
+                                       NAMED(GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT1_EXT),
+                                       NAMED(GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT3_EXT),
+                                       NAMED(GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT5_EXT),
+                                       NAMED(GL_COMPRESSED_RED_RGTC1),
+                                       NAMED(GL_COMPRESSED_SIGNED_RED_RGTC1),
+                                       NAMED(GL_COMPRESSED_RG_RGTC2),
+                                       NAMED(GL_COMPRESSED_SIGNED_RG_RGTC2),
+                                       NAMED(GL_COMPRESSED_RGBA_BPTC_UNORM),
+                                       NAMED(GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM),
+                                       NAMED(GL_COMPRESSED_RGB_BPTC_SIGNED_FLOAT),
+                                       NAMED(GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT),
+                                       NAMED(GL_COMPRESSED_R11_EAC),
+                                       NAMED(GL_COMPRESSED_SIGNED_R11_EAC),
+                                       NAMED(GL_COMPRESSED_RG11_EAC),
+                                       NAMED(GL_COMPRESSED_SIGNED_RG11_EAC),
+                                       NAMED(GL_COMPRESSED_RGB8_ETC2),
+                                       NAMED(GL_COMPRESSED_SRGB8_ETC2),
+                                       NAMED(GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2),
+                                       NAMED(GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2),
+                                       NAMED(GL_COMPRESSED_RGBA8_ETC2_EAC),
+                                       NAMED(GL_COMPRESSED_SRGB8_ALPHA8_ETC2_EAC)};
+#undef NAMED
 
 const FormatName *findFormat(unsigned int internalFormat)
 {
@@ -116,7 +108,7 @@ bool isAstcSRGB(unsigned int internalFormat)
 bool isSRGB(unsigned int internalFormat)
 {
     const FormatName *row = findFormat(internalFormat);
-    return isAstcSRGB(internalFormat) || (row != nullptr && row->isSRGB);
+    return isAstcSRGB(internalFormat) || (row != nullptr && std::strstr(row->name, "SRGB") != nullptr);
 }
 
 TextureFacts::Kind kindOf(const Texture &texture, unsigned int internalFormat)

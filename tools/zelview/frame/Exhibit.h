@@ -23,7 +23,7 @@ public:
     /// What dragging the pointer does.
     enum DragKind { eTurn, eMove };
 
-    virtual ~Exhibit();
+    virtual ~Exhibit() = default;
 
     /// Lines for the report: what was loaded.
     virtual QStringList describe() const = 0;

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "file/Outcome.h"
+#include "image/EnvironmentFile.h"
 #include "scene/ModelPlans.h"
-
-#include <ZelKit/EnvironmentImage.h>
 
 #include <QtCore/QPoint>
 #include <QtCore/QSize>
@@ -38,9 +37,6 @@ enum class LightRig {
 enum class ShadowKind { eDepth, eVariance };
 
 using Orvane::ZelKit::DistantLight;
-using Orvane::ZelKit::EnvironmentImage;
-using EnvironmentLayout = EnvironmentImage::Layout;
-constexpr int kEnvironmentLayouts = 3;
 
 // The names on the command line.
 QString managerName(ManagerKind kind);

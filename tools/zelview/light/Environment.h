@@ -1,8 +1,9 @@
 #pragma once
 
 #include "file/Outcome.h"
+#include "frame/Options.h"
 #include "frame/Programs.h"
-#include "light/EnvironmentImage.h"
+#include "image/EnvironmentFile.h"
 
 #include <ZelKit/EnvironmentLight.h>
 

@@ -1,12 +1,16 @@
 #pragma once
 
 #include "file/Outcome.h"
-#include "frame/Options.h"
-#include "image/ExrFile.h"
+
+#include <ZelKit/EnvironmentImage.h>
 
 #include <optional>
 
 namespace zelview {
+
+using Orvane::ZelKit::EnvironmentImage;
+using EnvironmentLayout = EnvironmentImage::Layout;
+constexpr int kEnvironmentLayouts = 3;
 
 /// Reads OpenEXR files, KTX cube maps and all images that the library reads. Without a \a layout the aspect ratio decides.
 ///

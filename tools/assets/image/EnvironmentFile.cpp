@@ -1,6 +1,7 @@
-#include "light/EnvironmentImage.h"
+#include "image/EnvironmentFile.h"
 
 #include "file/InputFile.h"
+#include "image/ExrFile.h"
 #include "image/ImageFile.h"
 #include "image/TextureFacts.h"
 

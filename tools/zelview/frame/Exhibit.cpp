@@ -1,7 +1,0 @@
-#include "frame/Exhibit.h"
-
-namespace zelview {
-
-Exhibit::~Exhibit() = default;
-
-} // namespace zelview
