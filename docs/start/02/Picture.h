@@ -9,6 +9,8 @@ using namespace Orvane::ZelKit;
 class Picture
 {
 public:
+    OrbitCamera camera; // the mouse turns it
+
     void draw(const QSize &size)
     {
         glViewport(0, 0, size.width(), size.height());

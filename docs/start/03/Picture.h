@@ -32,6 +32,8 @@ void main()
 class Picture
 {
 public:
+    OrbitCamera camera; // the mouse turns it
+
     Picture()
     {
         TriangleMesh triangle;

@@ -34,6 +34,8 @@ void main()
 class Picture
 {
 public:
+    OrbitCamera camera; // the mouse turns it
+
     Picture()
     {
         TriangleMesh triangle;

@@ -44,7 +44,7 @@ void main()
 class Picture
 {
 public:
-    OrbitCamera camera;
+    OrbitCamera camera; // the mouse turns it
 
     Picture()
     {

@@ -54,7 +54,7 @@ const int kStones = 24;
 class Picture
 {
 public:
-    OrbitCamera camera;
+    OrbitCamera camera; // the mouse turns it
 
     Picture()
     {

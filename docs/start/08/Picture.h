@@ -70,7 +70,7 @@ inline QImage paintedImage(int tiles)
 class Picture
 {
 public:
-    OrbitCamera camera;
+    OrbitCamera camera; // the mouse turns it
 
     Picture()
     {

@@ -89,7 +89,7 @@ inline QImage paintedImage(int tiles)
 class Picture
 {
 public:
-    OrbitCamera camera;
+    OrbitCamera camera; // the mouse turns it
 
     Picture()
     {
