@@ -39,7 +39,7 @@ def class_link(text, header):
     for name in re.findall(r"^(?:class|struct) ZEL\w+_EXPORT (\w+)", header.read_text(), re.M):
         if re.search(rf"\b{name}\b", text):
             return f"[{text}](@ref {space}{name})"
-    return text
+    return f"[{text}](@ref {header.name})"
 
 
 def file_link(match):

@@ -95,9 +95,12 @@ def unlinked_classes():
     links = [((page.parent / target).resolve(), text) for page in guide
              for text, target in re.findall(r"\[([^\]]+)\]\(([^)\s]+\.h)\)", page.read_text())]
     for header in sorted((ROOT / "src").resolve().glob("*/*.h")):
-        for name in re.findall(r"^(?:class|struct) ZEL[A-Z]+_EXPORT (\w+)", header.read_text(), re.M):
-            if not any(file == header and re.search(rf"\b{name}\b", text) for file, text in links):
-                yield f"no page of the guide links {name} to {header.parent.name}/{header.name}"
+        if header.stem.endswith("Export") or header.stem in ("GLLoader", "ZelGL", "ZelKit", "ZelShaders"):
+            continue
+        # A header of functions or templates needs a link with any text.
+        for name in re.findall(r"^(?:class|struct) ZEL[A-Z]+_EXPORT (\w+)", header.read_text(), re.M) or [""]:
+            if not any(file == header and re.search(rf"\b{name}\b" if name else "", text) for file, text in links):
+                yield f"no page of the guide links {name or 'what is declared'} to {header.parent.name}/{header.name}"
 
 
 def main():
