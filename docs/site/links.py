@@ -14,7 +14,7 @@ FILES = {str(path.relative_to(FOLDER)) for path in FOLDER.rglob("*")}
 
 def faults(page):
     text = page.read_text(errors="replace")
-    for target in set(re.findall(r'(?:href|src)="([^"#?]+)', text)):
+    for target in set(re.findall(r'(?:href|src|data)="([^"#?]+)', text)):
         if not re.match(r"[a-z]+:", target) and target not in FILES:
             yield f"{page.name}: no file {target}"
     prose = re.sub(r"<(pre|code)\b.*?</\1>|<div class=\"fragment.*?<!-- fragment -->", "", text, flags=re.S)
