@@ -41,10 +41,10 @@ constexpr int kCubeFaces = 6;
 
 constexpr int kMaxErrors = 100;
 
-/// The reach of the projection of a spot light, in units of the light. It begins at 0.1 units. Moments need most of the range of
+/// The reach of the projection of a spot light, in units of the light. It begins at 0.2 units. Moments need most of the range of
 /// depths: their projection begins at a hundredth of the reach, as those of point lights do.
 constexpr float kSpotReach = 100.0f;
-constexpr float kSpotReachOfMoments = 10.0f;
+constexpr float kSpotReachOfMoments = 20.0f;
 
 /// The struct ShadowSource of KitShadows.glslh, in std140 layout.
 struct SourceRecord
