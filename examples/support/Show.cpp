@@ -87,19 +87,15 @@ protected:
         }
     }
 
-    void mousePressEvent(QMouseEvent *event) override
+    bool event(QEvent *event) override
     {
-        _pressed = event->pos();
-        _last = _pressed;
+        if (_show) {
+            _show->move(event, size());
+        }
+        return QOpenGLWindow::event(event);
     }
 
-    void mouseMoveEvent(QMouseEvent *event) override
-    {
-        if (_show && event->buttons() != Qt::NoButton) {
-            _show->orbit(QVector2D(event->pos() - _last) / float(height()));
-        }
-        _last = event->pos();
-    }
+    void mousePressEvent(QMouseEvent *event) override { _pressed = event->pos(); }
 
     void mouseReleaseEvent(QMouseEvent *event) override
     {
@@ -109,19 +105,11 @@ protected:
         }
     }
 
-    void wheelEvent(QWheelEvent *event) override
-    {
-        if (_show) {
-            _show->zoom(float(event->angleDelta().y()) / 120.0f);
-        }
-    }
-
 private:
     MakeShow _make;
     std::unique_ptr<Show> _show;
     QElapsedTimer _clock;
     QPoint _pressed;
-    QPoint _last;
 };
 
 /// Draws at twice the size, to smooth the edges.
@@ -173,16 +161,9 @@ void Show::prepare(float, float) {}
 
 void Show::click(const QPoint &, const QSize &) {}
 
-void Show::orbit(const QVector2D &drag)
+void Show::move(const QEvent *event, const QSize &viewport)
 {
-    _mouse.orbit(drag);
-    _isMoved = true;
-}
-
-void Show::zoom(float steps)
-{
-    _mouse.zoom(steps);
-    _isMoved = true;
+    _isMoved = _mouse.handle(event, viewport) || _isMoved;
 }
 
 QVector3D Show::movedEye(const QVector3D &eye, const QVector3D &target) const
@@ -197,7 +178,8 @@ QVector3D Show::movedEye(const QVector3D &eye, const QVector3D &target) const
     const float rise = std::clamp(elevation, -1.5f, 1.5f);
     const QVector3D direction(std::sin(azimuth) * std::cos(rise), std::sin(rise),
                               std::cos(azimuth) * std::cos(rise));
-    return target + direction * distance * _mouse.eye().length(); // the camera of the mouse began at 1
+    // The camera of the mouse began at a distance of 1.
+    return target + direction * distance * (_mouse.eye() - _mouse.target()).length();
 }
 
 QMatrix4x4 Show::viewProjection(float fieldOfView, float aspect, const QVector3D &eye,

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 
+class QEvent;
 class QImage;
 class QString;
 class QSurfaceFormat;
@@ -33,9 +34,8 @@ public:
     /// The mouse was clicked at this pixel, from the upper left corner.
     virtual void click(const QPoint &pixel, const QSize &viewport);
 
-    /// Drags of the mouse and the wheel.
-    void orbit(const QVector2D &drag);
-    void zoom(float steps);
+    /// Takes drags of the mouse and the wheel.
+    void move(const QEvent *event, const QSize &viewport);
 
 protected:
     /// A point of view after the movements of the mouse.

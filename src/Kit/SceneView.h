@@ -41,8 +41,8 @@ public:
         deleteScene();
     }
 
-    /// A picture of a new scene, without a window and with a HeadlessContext. Null if it fails; the reason goes to \a error, or
-    /// is logged.
+    /// A picture of a new scene, without a window and with a HeadlessContext; no context is current after it. Null if it fails; the
+    /// reason goes to \a error, or is logged.
     static QImage picture(const QSize &size, QString *error = nullptr)
     {
         const std::unique_ptr<HeadlessContext> context = HeadlessContext::create(error);
