@@ -93,6 +93,7 @@ public:
         QPointer<InstanceDataCollection> data; ///< null if the host has deleted it
         int uses = 0;
         PackedBatch *open = nullptr; ///< to which the last drawable was added
+        bool hasGaps = false;        ///< whether another batch may have a place
     };
     struct Drawable
     {
@@ -154,11 +155,15 @@ public:
     /// One that has a place, or a new one.
     PackedBatch &batchFor(Material &material, int number)
     {
-        if (material.open == nullptr || material.open->isFull()) {
+        if (material.open != nullptr && material.open->isFull()) {
+            material.open = nullptr;
+        }
+        if (material.open == nullptr && material.hasGaps) {
             const auto open = std::find_if(batches.begin(), batches.end(), [number](const auto &batch) {
                 return batch->material() == number && !batch->isFull();
             });
-            material.open = open != batches.end() ? open->get() : nullptr;
+            material.hasGaps = open != batches.end();
+            material.open = material.hasGaps ? open->get() : nullptr;
         }
         if (material.open == nullptr) {
             batches.push_back(std::make_unique<PackedBatch>(matrices, number));
@@ -170,7 +175,10 @@ public:
     template <typename Predicate> void removeBatches(Predicate predicate)
     {
         batches.erase(std::remove_if(batches.begin(), batches.end(), predicate), batches.end());
-        materials.forEach([](Material &material) { material.open = nullptr; });
+        materials.forEach([](Material &material) {
+            material.open = nullptr;
+            material.hasGaps = true;
+        });
         ++version;
     }
 
@@ -389,7 +397,9 @@ bool PackedScene::remove(int drawable, QString *error)
     _data->applyMoves();
     removed->batch->remove(removed->slot);
     --_data->geometry.find(removed->mesh)->uses;
-    --_data->materials.find(removed->material)->uses;
+    Data::Material &material = *_data->materials.find(removed->material);
+    --material.uses;
+    material.hasGaps = true;
     _data->drawables.remove(drawable);
     ++_data->version;
     return true;

@@ -154,20 +154,21 @@ Failure ModelPlans::check(MechanismKind kind)
                        .arg(mechanismName(kind))};
 }
 
-int ModelPlans::wantedObjects(const Scene &scene)
+int ModelPlans::wantedObjects(const Scene &scene, bool isPacked)
 {
-    std::vector<int> opaque(scene.materials.size());
-    int blended = 0;
+    std::vector<int> together(scene.materials.size());
+    int alone = 0;
     for (const Draw &draw : scene.draws) {
         const int material = scene.meshes[size_t(draw.mesh)].material;
-        ++(scene.materials[size_t(material)].isBlended ? blended : opaque[size_t(material)]);
+        const bool isAlone = scene.materials[size_t(material)].isBlended && !isPacked;
+        ++(isAlone ? alone : together[size_t(material)]);
     }
     constexpr qint64 kPadding = 1024; // objects that make no difference
     const qint64 most = 2 * qint64(scene.draws.size()) + kPadding;
-    int wanted = std::max(*std::max_element(opaque.begin(), opaque.end()), 1);
+    int wanted = std::max(*std::max_element(together.begin(), together.end()), 1);
     const auto padded = [&] {
-        qint64 sum = qint64(blended) * wanted;
-        for (const int count : opaque) {
+        qint64 sum = qint64(alone) * wanted;
+        for (const int count : together) {
             sum += qint64((count + wanted - 1) / wanted) * wanted;
         }
         return sum;

@@ -38,8 +38,9 @@ public:
     /// Returns ExitCode::eGL if the mechanism is not supported.
     static Failure check(MechanismKind kind);
 
-    /// The greatest useful number of objects in a collection: a larger block would stay partly unused.
-    static int wantedObjects(const Scene &scene);
+    /// The greatest useful number of objects in a collection: a larger block would stay partly unused. In a packed
+    /// scene, blended objects of a material share collections too.
+    static int wantedObjects(const Scene &scene, bool isPacked = false);
 
     /// \a wantedObjects: capacity of a collection, unless the mechanism or \a byteLimit (0: none) allow less.
     ModelPlans(MechanismKind mechanism, int wantedObjects, int byteLimit = 0);

@@ -84,7 +84,7 @@ ModelRenderer::ModelRenderer(const Programs &programs, const Scene &scene, const
                              ManagerKind manager, MechanismKind mechanism)
     : _programs(programs.sibling())
     , _textures(scene, manager)
-    , _plans(mechanism, ModelPlans::wantedObjects(scene))
+    , _plans(mechanism, ModelPlans::wantedObjects(scene, options.isPacked))
     , _geometry(options.isPacked ? nullptr : std::make_unique<ModelGeometry>(scene))
     , _drawables(scene, _textures, _plans, _geometry.get(), options.drawIDPath)
     , _drawIDPath(options.drawIDPath)
