@@ -288,6 +288,8 @@ void KitPackedSceneTest::change()
     } else if (kind < 10) {
         thing.flags = int(randomIndex(8));
         EXPECT_TRUE(_scene->setFlags(thing.number, thing.flags));
+        thing.tint = {random(0, 1), random(0, 1), random(0, 1), 0};
+        EXPECT_TRUE(_scene->setObjectData(thing.number, "Tint", &thing.tint, sizeof thing.tint));
     } else if (kind < 13) {
         std::shared_ptr<const Mesh> &mesh = _meshes[randomIndex(_meshes.size())];
         const bool isUsed = mesh.use_count() > 1;
