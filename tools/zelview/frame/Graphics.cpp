@@ -19,6 +19,15 @@ QString glString(GLenum name)
     return QString::fromLatin1(reinterpret_cast<const char *>(glGetString(name)));
 }
 
+/// From now on the library's messages are shown, and those of the driver if the options ask for them.
+void showMessages(const Options &options)
+{
+    Console::setGraphicsStarted();
+    if (options.verbose) {
+        initializeGLDebugging();
+    }
+}
+
 } // namespace
 
 QSurfaceFormat surfaceFormat(const Options &options)
@@ -39,21 +48,7 @@ Failure startLibrary(const Options &options)
         || format.profile() != QSurfaceFormat::CoreProfile) {
         return Problem{ExitCode::eGL, QStringLiteral("the driver has no OpenGL 3.2 core profile")};
     }
-    return prepareLibrary(options);
-}
-
-Failure prepareLibrary(const Options &options)
-{
-    Console::setGraphicsStarted();
-    if (options.verbose) {
-        initializeGLDebugging();
-    }
-    if (options.drawIDPath == DrawIDPath::eBaseInstance) {
-        if (!DrawBuffers::isBaseInstanceDrawingSupported()) {
-            return Problem{ExitCode::eGL, QStringLiteral("the driver cannot pass draw IDs by base instance")};
-        }
-        DrawBuffers::useBaseInstanceDrawing(true);
-    }
+    showMessages(options);
     return {};
 }
 
@@ -71,9 +66,7 @@ Expected<std::unique_ptr<HeadlessContext>> makeOffscreenContext(const Options &o
     if (context == nullptr) {
         return Problem{ExitCode::eGL, error};
     }
-    if (const Failure failure = prepareLibrary(options)) {
-        return *failure;
-    }
+    showMessages(options);
     return context;
 }
 

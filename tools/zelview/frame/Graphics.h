@@ -19,11 +19,8 @@ struct Options;
 /// The newest core profile of the driver; a debug context if the options ask for debug messages.
 QSurfaceFormat surfaceFormat(const Options &options);
 
-/// Initialises the library in the context of a window, and continues with prepareLibrary().
+/// Initialises the library in the context of a window, with the driver's messages if the options ask for them.
 Failure startLibrary(const Options &options);
-
-/// Makes the library report the driver's messages if the options ask for them, and selects how draw IDs reach the shaders.
-Failure prepareLibrary(const Options &options);
 
 /// The driver of the current context, in one line.
 QString describeDriver();

@@ -26,9 +26,6 @@ const QStringList kEdgeFilterNames{QStringLiteral("none"), QStringLiteral("fxaa"
 const QStringList kRigNames{QStringLiteral("none"), QStringLiteral("sun"), QStringLiteral("rig"),
                             QStringLiteral("file")};
 
-/// By DrawIDPath.
-const QStringList kDrawIDNames{QStringLiteral("uniform"), QStringLiteral("base-instance")};
-
 /// By EnvironmentLayout.
 const QStringList kLayoutNames{QStringLiteral("latlong"), QStringLiteral("cross"), QStringLiteral("strip")};
 static_assert(kEnvironmentLayouts == 3, "each has a name");
@@ -39,9 +36,9 @@ const QStringList kManagerNames{QStringLiteral("sampler"), QStringLiteral("array
 static_assert(kManagerKinds == 4, "each has a name");
 
 // Options that do not apply to the other kind of file.
-constexpr auto kModelOptions = {
-    "view", "camera",     "pick",     "lights",  "csm",          "variance",  "ground", "stable-shadows",
-    "env",  "env-layout", "env-blur", "manager", "env-rotation", "mechanism", "packed", "draw-id"};
+constexpr auto kModelOptions = {"view",     "camera",  "pick",           "lights",    "csm",
+                                "variance", "ground",  "stable-shadows", "env",       "env-layout",
+                                "env-blur", "manager", "env-rotation",   "mechanism", "packed"};
 constexpr auto kImageOptions = {"level", "face"};
 
 constexpr char kDescription[] =
@@ -278,11 +275,6 @@ void Parser::addTransports()
         QStringLiteral("How matrices and materials reach the shaders: 'ubo', 'uniform', 'texbuffer', "
                        "'texture' or 'ssbo' (default: ubo)."),
         options.mechanism, mechanismNames());
-    _line.addName<DrawIDPath>(
-        "draw-id", "path",
-        QStringLiteral("How draw IDs reach the shaders: 'uniform' (sub-draws of one draw unit) or "
-                       "'base-instance' (one draw unit per mesh, without culling) (default: uniform)."),
-        options.drawIDPath, kDrawIDNames);
     _line.addFlag(
         "packed",
         QStringLiteral("Draw a packed scene: one call for each material if the driver has indirect draws. "
@@ -337,9 +329,6 @@ QString Parser::findConflict()
     }
     if (_line.isSet("camera") && _line.isSet("view")) {
         return QStringLiteral("--camera and --view exclude each other");
-    }
-    if (options.isPacked && _line.isSet("draw-id")) {
-        return QStringLiteral("--packed and --draw-id exclude each other");
     }
     if (options.pick && options.picture.isEmpty()) {
         return QStringLiteral("--pick needs --offscreen");

@@ -12,12 +12,6 @@
 
 namespace zelview {
 
-/// How draw IDs reach the shaders; see DrawBuffers.
-enum class DrawIDPath {
-    eUniform,     ///< sub-draws of one draw unit, a uniform for each
-    eBaseInstance ///< one draw unit for each draw, the ID in the base instance
-};
-
 /// Which of the library's texture managers provides the textures of a model to the shaders.
 enum class ManagerKind { eSampler, eArray, eArrayBindless, eBindless };
 constexpr int kManagerKinds = 4;
@@ -56,7 +50,6 @@ struct Options
     QString camera; ///< name or index of a camera of the file; empty: the camera that turns around the model
     std::optional<QPoint> pick; ///< pixel of the picture whose material is printed
     bool printsStatistics = false;
-    DrawIDPath drawIDPath = DrawIDPath::eUniform;
     bool isPacked = false;              ///< draws a packed scene, which chooses the path of draw IDs itself
     std::optional<ManagerKind> manager; ///< empty: chosen by the model
     MechanismKind mechanism = MechanismKind::eUniformBuffer;

@@ -44,7 +44,7 @@ private:
 /// Builds zelview's shader programs with one text processor, and builds them again when their files change. Its own shaders
 /// are built in, or in a folder that the user names; the library finds its shaders by their names.
 ///
-/// Context: build and poll with the context current, after startLibrary(), which selects how draw IDs reach the shaders.
+/// Context: build and poll with the context current.
 /// Errors:  ExitCode::eGL for a shader that does not compile or link, after a report of a few lines; ExitCode::eFile for a
 ///          file that the folder does not have.
 class Programs

@@ -50,31 +50,6 @@ GPUModel::Camera toModelCamera(const SceneCamera &source, int transform, float f
     return camera;
 }
 
-GPUModel::Light toModelLight(const SceneLight &source, int transform)
-{
-    GPUModel::Light light;
-    light.transform = transform;
-    light.type = source.type;
-    light.color = source.color;
-    light.intensity = source.intensity;
-    light.range = source.range;
-    light.innerConeAngle = source.innerCone;
-    light.outerConeAngle = source.outerCone;
-    return light;
-}
-
-/// Writes the matrices as GPUModel does for commands.
-void writeMatrices(const QMatrix4x4 &world, int item, InstanceDataCollection &objects)
-{
-    const QMatrix3x3 normal = world.normalMatrix();
-    const QMatrix4x4 inverse = world.inverted();
-    constexpr ulong kSize = 16 * sizeof(float);
-    objects.set(item, QStringLiteral("ModelMatrix"), world.constData(), kSize);
-    objects.set(item, QStringLiteral("PreviousModelMatrix"), world.constData(), kSize);
-    objects.set(item, QStringLiteral("InverseModelMatrix"), inverse.constData(), kSize);
-    objects.set(item, QStringLiteral("ModelNormalMatrix"), normal.constData(), 9 * sizeof(float));
-}
-
 unsigned long long flagsOf(const Material &material)
 {
     return material.isTwoSided ? GPUModel::kFlagTwoSided : 0;
@@ -88,17 +63,15 @@ GPUModel::BoundingBox toModelBox(const Box &box)
 }
 
 ModelDrawables::ModelDrawables(const Scene &scene, const ModelTextures &textures, const ModelPlans &plans,
-                               const ModelGeometry *geometry, DrawIDPath path)
+                               const ModelGeometry *geometry)
     : _scene(scene)
     , _textures(textures)
     , _plans(plans)
     , _geometry(geometry)
-    , _path(path)
     , _shown(scene.materials.size(), true)
 {
     addNodes();
     addCameras();
-    addLights();
     std::vector<GPUModel::BoundingBox> boxes;
     for (const Mesh &mesh : scene.meshes) {
         boxes.push_back(toModelBox(mesh.bounds));
@@ -180,10 +153,6 @@ void ModelDrawables::draw(ShaderProgram *program, const QList<int> &numbers, boo
     if (numbers.isEmpty()) {
         return; // GPUModel::draw() draws all for an empty list
     }
-    if (_path == DrawIDPath::eBaseInstance) {
-        _units.draw(_model, program, _textures.manager(), numbers, writesStencil, winding);
-        return;
-    }
     _model.draw(program, _textures.manager(), 0, 0, winding, nullptr, {}, numbers, writesStencil);
 }
 
@@ -208,7 +177,6 @@ void ModelDrawables::addNodes()
 {
     for (const Node &node : _scene.nodes) {
         const int transform = _model.addTransform(node.parent, node.local);
-        _model.setTransformName(transform, node.name);
         _model.setVisibility(transform, node.isHidden ? kHiddenWithDescendants : kVisible);
     }
 }
@@ -222,13 +190,6 @@ void ModelDrawables::addCameras()
         const float farthest = (_scene.bounds.center() - place).length() + _scene.bounds.radius();
         const int transform = _model.addTransform(camera.node, node.inverted() * world);
         _model.addCamera(toModelCamera(camera, transform, farthest), camera.name);
-    }
-}
-
-void ModelDrawables::addLights()
-{
-    for (const SceneLight &light : _scene.lights) {
-        _model.addLight(toModelLight(light, _model.addTransform(light.node, light.local)), light.name);
     }
 }
 
@@ -267,15 +228,6 @@ void ModelDrawables::addGroup(const Group &group)
     InstanceDataCollection *objects = _plans.newObjects(int(group.draws.size()));
     _objects += int(group.draws.size());
     ++_collections;
-    if (_path == DrawIDPath::eBaseInstance) {
-        addUnits(group, objects);
-    } else {
-        addCommands(group, objects);
-    }
-}
-
-void ModelDrawables::addCommands(const Group &group, InstanceDataCollection *objects)
-{
     std::vector<const Mesh *> meshes;
     for (const Draw *draw : group.draws) {
         meshes.push_back(&_scene.meshes[size_t(draw->mesh)]);
@@ -287,21 +239,6 @@ void ModelDrawables::addCommands(const Group &group, InstanceDataCollection *obj
         const Draw &draw = *group.draws[size_t(command)];
         _model.useTransform(drawable, command, draw.node);
         _model.useBoundingBox(drawable, command, draw.mesh);
-        name(drawable, command, draw);
-    }
-}
-
-void ModelDrawables::addUnits(const Group &group, InstanceDataCollection *objects)
-{
-    for (int i = 0; i < int(group.draws.size()); ++i) {
-        const Draw &draw = *group.draws[size_t(i)];
-        const Material &material = _scene.materialOf(draw);
-        const int drawable =
-            _model.addSimple(_geometry->newUnit(_scene.meshes[size_t(draw.mesh)], i), group.number,
-                             materialData(materialOf(group.number)), objects, flagsOf(material));
-        _units.add(group.number, {drawable, draw.node, material.isTwoSided});
-        name(drawable, i, draw);
-        writeMatrices(draw.transform, i, *objects);
     }
 }
 
@@ -313,12 +250,6 @@ InstanceDataCollection *ModelDrawables::materialData(int material)
                                   _textures.tokens(_scene.materials[size_t(material)]));
     }
     return data;
-}
-
-void ModelDrawables::name(int drawable, int command, const Draw &draw)
-{
-    _model.addMaterialName(drawable, command, _scene.materialOf(draw).name);
-    _model.addObjectName(drawable, command, _scene.nodes[size_t(draw.node)].name);
 }
 
 } // namespace zelview

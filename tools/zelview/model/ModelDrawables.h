@@ -2,7 +2,6 @@
 
 #include "frame/Options.h"
 #include "frame/View.h"
-#include "model/DrawUnitList.h"
 
 #include <ZelGL/GPUModel.h>
 
@@ -36,8 +35,6 @@ Orvane::Zel::GPUModel::BoundingBox toModelBox(const Box &box);
 ///
 /// The model's material numbers are the material indices of the scene, followed by one number for each blended draw.
 ///
-/// The base-instance path has no commands: there every draw is a drawable, and drawables share collections.
-///
 /// Context: create, use and delete with the same context current.
 class ModelDrawables
 {
@@ -49,7 +46,7 @@ public:
     /// Does not take ownership; all must outlive this object. \a geometry: null for a model that has only nodes, cameras and
     /// lights, whose scene a PackedModel draws.
     ModelDrawables(const Scene &scene, const ModelTextures &textures, const ModelPlans &plans,
-                   const ModelGeometry *geometry, DrawIDPath path);
+                   const ModelGeometry *geometry);
     ~ModelDrawables();
 
     Orvane::Zel::GPUModel &model() { return _model; }
@@ -92,21 +89,15 @@ private:
     quint64 withoutCopies(quint64 bytes, quint64 geometry) const;
     void addNodes();
     void addCameras();
-    void addLights();
     std::vector<Group> makeGroups(int capacity);
     void addGroup(const Group &group);
-    void addCommands(const Group &group, Orvane::Zel::InstanceDataCollection *objects);
-    void addUnits(const Group &group, Orvane::Zel::InstanceDataCollection *objects);
     Orvane::Zel::InstanceDataCollection *materialData(int material);
-    void name(int drawable, int command, const Draw &draw);
 
     const Scene &_scene;
     const ModelTextures &_textures;
     const ModelPlans &_plans;
     const ModelGeometry *_geometry;
-    DrawIDPath _path;
     Orvane::Zel::GPUModel _model;
-    DrawUnitList _units; ///< for the base-instance path
     QHash<int, Orvane::Zel::InstanceDataCollection *> _materials;
     std::vector<bool> _shown;               ///< by material
     std::vector<QVector3D> _blendedCenters; ///< in the world, by material number after the scene's

@@ -60,19 +60,11 @@ DrawBuffers *ModelGeometry::newUnit(const std::vector<const Mesh *> &meshes) con
     for (const Mesh *mesh : meshes) {
         commands.push_back({mesh->indexCount, 1, mesh->firstIndex, mesh->firstVertex, 0});
     }
-    DrawBuffers *unit = newEmptyUnit();
+    auto *unit = new DrawBuffers(nullptr);
+    unit->setVAO(_vertexArray);
+    unit->setPrimitiveType(GL_TRIANGLES);
     unit->setIndexedDraw(_indexBuffer, _indexCount, GL_UNSIGNED_INT);
     unit->setDrawElementsIndirectCommands(commands.data(), int(commands.size()));
-    return unit;
-}
-
-DrawBuffers *ModelGeometry::newUnit(const Mesh &mesh, int drawID) const
-{
-    DrawBuffers *unit = newEmptyUnit();
-    unit->setIndexedDraw(_indexBuffer, int(mesh.indexCount), GL_UNSIGNED_INT);
-    unit->setIndexBufferOffset(mesh.firstIndex * sizeof(quint32));
-    unit->setBaseVertex(int(mesh.firstVertex));
-    unit->setDrawIDBase(drawID);
     return unit;
 }
 
@@ -84,14 +76,6 @@ quint64 ModelGeometry::memoryOnCPU() const
 quint64 ModelGeometry::memoryOnGPU() const
 {
     return _vertexArray->memoryEstimateGPU() + _indexBuffer->memoryEstimateGPU();
-}
-
-DrawBuffers *ModelGeometry::newEmptyUnit() const
-{
-    auto *unit = new DrawBuffers(nullptr);
-    unit->setVAO(_vertexArray);
-    unit->setPrimitiveType(GL_TRIANGLES);
-    return unit;
 }
 
 } // namespace zelview

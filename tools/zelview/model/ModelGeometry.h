@@ -26,20 +26,14 @@ public:
     explicit ModelGeometry(const Scene &scene);
     ~ModelGeometry();
 
-    // The caller owns the draw units.
-
-    /// A draw unit whose commands draw the meshes; command i has the draw ID i.
+    /// A draw unit whose commands draw the meshes; command i has the draw ID i. The caller owns it.
     Orvane::Zel::DrawBuffers *newUnit(const std::vector<const Mesh *> &meshes) const;
-    /// A draw unit without commands, whose draw ID can be its base instance.
-    Orvane::Zel::DrawBuffers *newUnit(const Mesh &mesh, int drawID) const;
 
     // Estimates in bytes.
     quint64 memoryOnCPU() const;
     quint64 memoryOnGPU() const;
 
 private:
-    Orvane::Zel::DrawBuffers *newEmptyUnit() const;
-
     int _indexCount;
     QSharedPointer<Orvane::Zel::BufferObject> _indexBuffer;
     QSharedPointer<Orvane::Zel::VertexArrayObject> _vertexArray;

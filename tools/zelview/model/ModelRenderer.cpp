@@ -86,8 +86,7 @@ ModelRenderer::ModelRenderer(const Programs &programs, const Scene &scene, const
     , _textures(scene, manager)
     , _plans(mechanism, ModelPlans::wantedObjects(scene, options.isPacked))
     , _geometry(options.isPacked ? nullptr : std::make_unique<ModelGeometry>(scene))
-    , _drawables(scene, _textures, _plans, _geometry.get(), options.drawIDPath)
-    , _drawIDPath(options.drawIDPath)
+    , _drawables(scene, _textures, _plans, _geometry.get())
     , _lights(options.lights)
     , _frame(makeUniformBlock("u_Frame"))
 {
@@ -108,8 +107,7 @@ Expected<std::unique_ptr<ModelRenderer>> ModelRenderer::create(const Programs &p
         return *failure;
     }
     // Applies to the programs that are built from here on; those of other classes read no draw ID.
-    DrawBuffers::useBaseInstanceDrawing(options.isPacked ? DrawBuffers::isBaseInstanceDrawingSupported()
-                                                         : options.drawIDPath == DrawIDPath::eBaseInstance);
+    DrawBuffers::useBaseInstanceDrawing(options.isPacked && DrawBuffers::isBaseInstanceDrawingSupported());
     std::unique_ptr<ModelRenderer> renderer(new ModelRenderer(programs, scene, options, manager, mechanism));
     if (options.isPacked) {
         Expected<std::unique_ptr<PackedModel>> packed =
@@ -312,11 +310,9 @@ QString ModelRenderer::describeFrame() const
                                                                : QStringLiteral("uniform"),
                  mechanismName(mechanism()), managerName(_textures.kind()));
     }
-    const QString draws = QStringLiteral("draws     %1, %2, %3; draw ID by %4")
+    const QString draws = QStringLiteral("draws     %1, %2, %3; draw ID by uniform")
                               .arg(counted(_calls, "call", "calls"), counted(_batches, "batch", "batches"),
-                                   counted(_indices, "index", "indices"),
-                                   _drawIDPath == DrawIDPath::eUniform ? QStringLiteral("uniform")
-                                                                       : QStringLiteral("base instance"));
+                                   counted(_indices, "index", "indices"));
     return QStringLiteral("%1; %2 by %3 in %4 of at most %5; textures by %6")
         .arg(draws, counted(_drawables.objectCount(), "object", "objects"), mechanismName(mechanism()),
              counted(_drawables.collectionCount(), "collection", "collections"))

@@ -102,7 +102,6 @@ private:
     std::unique_ptr<ModelGeometry> _geometry; ///< null if the model is packed
     ModelDrawables _drawables;
     std::unique_ptr<PackedModel> _packed; ///< null if the drawables draw
-    DrawIDPath _drawIDPath;
     LightRig _lights;
     Orvane::ZelKit::Picker _picker;
     int _markedMaterial = -1;
