@@ -51,13 +51,6 @@ QVector4D baseColor(const aiMaterial &source)
     return {toLinear(color.r), toLinear(color.g), toLinear(color.b), number(source, AI_MATKEY_OPACITY, 1.0f)};
 }
 
-/// Whether the material follows glTF's shading model, which defines its maps and factors.
-bool isGltf(const aiMaterial &source)
-{
-    aiString mode;
-    return source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS;
-}
-
 /// Whether there are maps of metalness or roughness other than glTF's combined one.
 bool hasForeignSurfaceMap(const aiMaterial &source)
 {
@@ -173,7 +166,7 @@ public:
     }
 
     /// Whether assimp has not applied the texture-coordinate transforms of the file; see loadModel().
-    bool areTransformsLeft() const { return zelview::isGltf(_source); }
+    bool areTransformsLeft() const { return isGltf(_source); }
 
     /// The index of a texture, or -1 if the image is missing.
     int indexOf(const aiString &name, TextureSource::Wrap wrapU, TextureSource::Wrap wrapV, bool isColor)

@@ -3,8 +3,8 @@
 #include "file/Counted.h"
 #include "scene/GltfHead.h"
 #include "scene/Scene.h"
+#include "scene/SourceFormat.h"
 
-#include <assimp/GltfMaterial.h>
 #include <assimp/anim.h>
 #include <assimp/material.h>
 #include <assimp/mesh.h>
@@ -137,12 +137,6 @@ const MapName kMapNames[] = {
     {"occlusion maps", true, aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION},
     {"reflection maps", false, aiTextureType_REFLECTION, aiTextureType_NONE},
 };
-
-bool isGltf(const aiMaterial &material)
-{
-    aiString mode;
-    return material.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS;
-}
 
 void addMaps(const aiScene &source, Inventory &inventory)
 {

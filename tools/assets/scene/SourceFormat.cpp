@@ -1,6 +1,8 @@
 #include "scene/SourceFormat.h"
 
+#include <assimp/GltfMaterial.h>
 #include <assimp/commonMetaData.h>
+#include <assimp/material.h>
 #include <assimp/scene.h>
 
 #include <QtCore/QByteArray>
@@ -25,6 +27,12 @@ QByteArray nameOf(const aiScene &scene)
 bool isGltf(const aiScene &scene)
 {
     return nameOf(scene).startsWith("glTF");
+}
+
+bool isGltf(const aiMaterial &material)
+{
+    aiString mode;
+    return material.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS;
 }
 
 bool hasSeparateEmission(const aiScene &scene)

@@ -84,19 +84,19 @@ void ModelCamera::refit(const Scene &scene, const QSize &viewport)
 
 void ModelCamera::turn(const QVector2D &way)
 {
-    takeOrbit();
+    _fileCamera = -1;
     _orbit.orbit(way);
 }
 
 void ModelCamera::move(const QVector2D &way)
 {
-    takeOrbit();
+    _fileCamera = -1;
     _orbit.pan(way);
 }
 
 void ModelCamera::zoom(float steps)
 {
-    takeOrbit();
+    _fileCamera = -1;
     _orbit.zoom(steps);
 }
 
@@ -111,11 +111,6 @@ QString ModelCamera::describe(const Scene &scene) const
                            : QStringLiteral("'%1', number %2")
                                  .arg(scene.cameras[size_t(_fileCamera)].name)
                                  .arg(_fileCamera);
-}
-
-void ModelCamera::takeOrbit()
-{
-    _fileCamera = -1;
 }
 
 } // namespace zelview

@@ -53,8 +53,6 @@ public:
 private:
     explicit ModelCamera(const Options &options);
 
-    void takeOrbit();
-
     Orvane::ZelKit::OrbitCamera _orbit;
     int _fileCamera = -1; ///< index in the scene; -1: none
 };
