@@ -513,7 +513,13 @@ TEST_F(KitTest, WithoutAContextOrInAWrongOrderNothingIsMeasuredOrPicked)
         meter.end();
         EXPECT_MESSAGES("warning ZelKit: FrameMeter::end() needs a begin() before it");
     }
-    context()->doneCurrent();
+    {
+        const HostStateGuard guard;
+        context()->doneCurrent();
+    }
+    EXPECT_MESSAGES(
+        "warning ZelKit: host state guard: another context is current, or none; make the one current "
+        "in which the object was created, or create it again");
     {
         FrameMeter meter;
         meter.begin();

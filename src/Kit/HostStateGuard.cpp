@@ -1,6 +1,7 @@
 #include "HostStateGuard.h"
 
 #include "private/Library.h"
+#include "private/OwnContext.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -178,7 +179,8 @@ void setInitialState()
 } // namespace
 
 HostStateGuard::HostStateGuard()
-    : _isActive(isLibraryReady(nullptr))
+    : _context(std::make_unique<OwnContext>())
+    , _isActive(isLibraryReady(nullptr))
 {
     if (_isActive) {
         save();
@@ -188,7 +190,7 @@ HostStateGuard::HostStateGuard()
 
 HostStateGuard::~HostStateGuard()
 {
-    if (!_isActive) {
+    if (!_isActive || !_context->isCurrent("host state guard")) {
         return;
     }
     restoreTextures(); // before the active unit

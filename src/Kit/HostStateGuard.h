@@ -5,8 +5,11 @@
 #include <QtCore/QtGlobal>
 
 #include <array>
+#include <memory>
 
 namespace Orvane { namespace ZelKit {
+
+class OwnContext;
 
 /// Lets foreign code draw in the host's context: gives it the state of a new context, and restores the host's state at the end of
 /// the scope. Foreign code such as QPainter expects that nothing is culled, masked or bound, and leaves its own program, textures
@@ -48,6 +51,7 @@ private:
     void restoreDrawing() const;
     void restoreStencil() const;
 
+    std::unique_ptr<OwnContext> _context;
     bool _isActive;
     std::array<bool, kMaxValues> _capabilities = {};
     std::array<int, kMaxValues> _integers = {};
