@@ -14,7 +14,7 @@
 
 #include <cmath>
 
-using namespace zelview;
+using namespace zeltools;
 
 namespace {
 

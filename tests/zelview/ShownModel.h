@@ -14,14 +14,14 @@
 class ShownModel
 {
 public:
-    ShownModel(const zelview::Options &options, const QSize &size)
+    ShownModel(const zeltools::Options &options, const QSize &size)
         : _size(size)
-        , _exhibit(std::move(*zelview::loadExhibit(options)))
-        , _context(std::move(*zelview::makeOffscreenContext(options)))
-        , _programs(std::make_unique<zelview::Programs>(options.shaders))
+        , _exhibit(std::move(*zeltools::loadExhibit(options)))
+        , _context(std::move(*zeltools::makeOffscreenContext(options)))
+        , _programs(std::make_unique<zeltools::Programs>(options.shaders))
     {
         EXPECT_FALSE(_exhibit->createGLObjects(*_programs, options).has_value());
-        _target = std::move(*zelview::makeTarget(size, GL_RGBA8, zelview::RenderTarget::eDepth));
+        _target = std::move(*zeltools::makeTarget(size, GL_RGBA8, zeltools::RenderTarget::eDepth));
         _exhibit->frame(size);
     }
 
@@ -34,9 +34,9 @@ public:
         Orvane::Zel::InstanceDataRegistry::Instance()->clear(); // the next model has plans of the same names
     }
 
-    zelview::Exhibit *operator->() { return _exhibit.get(); }
+    zeltools::Exhibit *operator->() { return _exhibit.get(); }
 
-    zelview::Programs &programs() { return *_programs; }
+    zeltools::Programs &programs() { return *_programs; }
 
     QImage picture()
     {
@@ -64,8 +64,8 @@ public:
 
 private:
     QSize _size;
-    std::unique_ptr<zelview::Exhibit> _exhibit;
+    std::unique_ptr<zeltools::Exhibit> _exhibit;
     std::unique_ptr<Orvane::ZelKit::HeadlessContext> _context;
-    std::unique_ptr<zelview::Programs> _programs;
-    std::unique_ptr<zelview::RenderTarget> _target;
+    std::unique_ptr<zeltools::Programs> _programs;
+    std::unique_ptr<zeltools::RenderTarget> _target;
 };

@@ -13,7 +13,7 @@
 
 #include <cmath>
 
-using namespace zelview;
+using namespace zeltools;
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <QtGui/QMouseEvent>
 #include <QtGui/QWheelEvent>
 
-using namespace zelview;
+using namespace zeltools;
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "Facts.h"
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -87,4 +87,4 @@ QString factsOf(const LightImage &image)
         .arg(image.size.height());
 }
 
-} // namespace zelview
+} // namespace zeltools

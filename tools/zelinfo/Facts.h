@@ -3,7 +3,7 @@
 #include "image/ExrFile.h"
 #include "scene/Scene.h"
 
-namespace zelview {
+namespace zeltools {
 
 /// What a model consists of, and the remarks of its importer, as lines.
 QStringList factsOf(const Scene &scene);
@@ -11,4 +11,4 @@ QStringList factsOf(const Scene &scene);
 /// The properties of an OpenEXR image, as a line.
 QString factsOf(const LightImage &image);
 
-} // namespace zelview
+} // namespace zeltools

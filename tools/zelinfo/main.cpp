@@ -20,7 +20,7 @@
 #include <cstdio>
 #include <limits>
 
-using namespace zelview;
+using namespace zeltools;
 using Orvane::ZelKit::HeadlessContext;
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zelview {
+namespace zeltools {
 
 CommandLine::CommandLine(const char *program, const char *description)
     : _program(QLatin1String(program))
@@ -125,4 +125,4 @@ Failure CommandLine::refuseName(const char *name, const QString &text, const QSt
                             names.last(), text));
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 /// The command line of a program: its options, each with the variable that it sets. Adds --help and --version.
 ///
@@ -77,4 +77,4 @@ private:
     std::vector<Option> _options;
 };
 
-} // namespace zelview
+} // namespace zeltools

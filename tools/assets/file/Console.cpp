@@ -10,7 +10,7 @@
 using Orvane::ZelKit::MessageCollector;
 using Orvane::ZelKit::MessageLog;
 
-namespace zelview { namespace Console {
+namespace zeltools { namespace Console {
 
 namespace {
 
@@ -127,4 +127,4 @@ int reportProblem(const Problem &problem)
     return int(problem.code);
 }
 
-}} // namespace zelview::Console
+}} // namespace zeltools::Console

@@ -10,7 +10,7 @@
 /// The output of a program: results on stdout, errors on stderr, one line each; and the handling of the messages of Qt and of
 /// the library.
 
-namespace zelview { namespace Console {
+namespace zeltools { namespace Console {
 
 /// Installs the handler for Qt's messages. \a program: the name before each line on stderr.
 ///
@@ -55,4 +55,4 @@ void printError(const QString &line);
 /// Prints the text of a problem, and returns its exit code as a number.
 int reportProblem(const Problem &problem);
 
-}} // namespace zelview::Console
+}} // namespace zeltools::Console

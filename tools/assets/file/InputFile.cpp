@@ -3,7 +3,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-namespace zelview {
+namespace zeltools {
 
 Failure checkInputFile(const QString &path)
 {
@@ -36,4 +36,4 @@ QString reasonInHead(const QString &path)
     return {};
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -2,7 +2,7 @@
 
 #include "file/Outcome.h"
 
-namespace zelview {
+namespace zeltools {
 
 /// Returns ExitCode::eFile unless the path names a readable plain file.
 Failure checkInputFile(const QString &path);
@@ -11,4 +11,4 @@ Failure checkInputFile(const QString &path);
 /// Otherwise returns an empty string.
 QString reasonInHead(const QString &path);
 
-} // namespace zelview
+} // namespace zeltools

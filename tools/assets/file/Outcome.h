@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-namespace zelview {
+namespace zeltools {
 
 /// Exit codes of the program; scripts depend on the numbers.
 enum class ExitCode {
@@ -54,4 +54,4 @@ private:
     std::variant<T, Problem> _content;
 };
 
-} // namespace zelview
+} // namespace zeltools

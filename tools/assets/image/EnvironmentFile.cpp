@@ -11,7 +11,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -79,4 +79,4 @@ Expected<EnvironmentImage> loadEnvironmentImage(const QString &path, std::option
     return isExrFile(path) ? readByOpenExr(path, layout) : readByLibrary(path, layout);
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace zelview {
+namespace zeltools {
 
 using Orvane::ZelKit::EnvironmentImage;
 using EnvironmentLayout = EnvironmentImage::Layout;
@@ -18,4 +18,4 @@ constexpr int kEnvironmentLayouts = 3;
 /// Errors:  ExitCode::eFile for a file that cannot be opened, ExitCode::eInput for one that is not an environment image.
 Expected<EnvironmentImage> loadEnvironmentImage(const QString &path, std::optional<EnvironmentLayout> layout);
 
-} // namespace zelview
+} // namespace zeltools

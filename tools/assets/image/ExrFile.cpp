@@ -7,7 +7,7 @@
 
 #include <exception>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -59,4 +59,4 @@ Expected<LightImage> readExr(const QString &path)
     }
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -6,7 +6,7 @@
 
 #include <QtCore/QString>
 
-namespace zelview {
+namespace zeltools {
 
 using Orvane::ZelKit::LightImage;
 
@@ -18,4 +18,4 @@ bool isExrFile(const QString &path);
 /// Errors: ExitCode::eInput for a file that OpenEXR rejects.
 Expected<LightImage> readExr(const QString &path);
 
-} // namespace zelview
+} // namespace zeltools

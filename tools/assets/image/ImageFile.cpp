@@ -18,7 +18,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -130,4 +130,4 @@ std::unique_ptr<Texture> loadImage(const QString &path, QString &reason)
     return texture;
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -9,7 +9,7 @@ namespace Orvane { namespace Zel {
 class Texture;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// Whether a file is an image that the library reads: by its first bytes, or because QImage recognises it. Returns false if
 /// there is no such file.
@@ -30,4 +30,4 @@ QStringList metadataKeys(const QString &path);
 /// Context: needs a current one.
 std::unique_ptr<Orvane::Zel::Texture> loadImage(const QString &path, QString &reason);
 
-} // namespace zelview
+} // namespace zeltools

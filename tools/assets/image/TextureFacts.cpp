@@ -8,7 +8,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -203,4 +203,4 @@ QString formatName(unsigned int internalFormat)
     return QStringLiteral("0x%1").arg(internalFormat, 4, 16, QLatin1Char('0'));
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -7,7 +7,7 @@ namespace Orvane { namespace Zel {
 class Texture;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// The properties of a texture, queried from GL.
 struct TextureFacts
@@ -40,4 +40,4 @@ struct TextureFacts
 /// The name of an internal format, or its number if the name is unknown.
 QString formatName(unsigned int internalFormat);
 
-} // namespace zelview
+} // namespace zeltools

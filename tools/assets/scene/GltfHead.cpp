@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -76,4 +76,4 @@ QStringList GltfHead::unknownAmong(const QStringList &extensions)
     return unknown;
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -3,7 +3,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-namespace zelview {
+namespace zeltools {
 
 /// The properties of a glTF file that assimp does not report.
 struct GltfHead
@@ -20,4 +20,4 @@ struct GltfHead
     bool hasUnboundSkin = false; ///< has a skin without inverse bind matrices, on which assimp 5.2 crashes
 };
 
-} // namespace zelview
+} // namespace zeltools

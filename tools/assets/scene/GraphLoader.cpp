@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -218,4 +218,4 @@ void loadGraph(const aiScene &source, Scene &scene)
     loader.loadLights();
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -2,7 +2,7 @@
 
 struct aiScene;
 
-namespace zelview {
+namespace zeltools {
 
 struct Scene;
 
@@ -11,4 +11,4 @@ struct Scene;
 /// Hides nodes by glTF's extension KHR_node_visibility; other formats have no hidden nodes.
 void loadGraph(const aiScene &source, Scene &scene);
 
-} // namespace zelview
+} // namespace zeltools

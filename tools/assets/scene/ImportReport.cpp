@@ -13,7 +13,7 @@
 #include <limits>
 #include <new>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -118,4 +118,4 @@ QString describeFailure(const std::exception &exception)
                                                                        : meaningOf(QString());
 }
 
-} // namespace zelview
+} // namespace zeltools

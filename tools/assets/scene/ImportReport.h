@@ -8,7 +8,7 @@ namespace Assimp {
 class Importer;
 }
 
-namespace zelview {
+namespace zeltools {
 
 struct GltfHead;
 
@@ -36,4 +36,4 @@ QString describeFailure(const QString &path, const GltfHead &gltf, const Assimp:
 /// The same for an exception.
 QString describeFailure(const std::exception &exception);
 
-} // namespace zelview
+} // namespace zeltools

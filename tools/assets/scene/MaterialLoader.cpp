@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -372,4 +372,4 @@ void loadMaterials(const aiScene &source, const QString &path, Scene &scene)
     textures.nameEmbedded();
 }
 
-} // namespace zelview
+} // namespace zeltools

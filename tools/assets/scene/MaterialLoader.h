@@ -3,7 +3,7 @@
 class QString;
 struct aiScene;
 
-namespace zelview {
+namespace zeltools {
 
 struct Scene;
 
@@ -13,4 +13,4 @@ struct Scene;
 /// Errors: a missing image becomes a remark of the scene.
 void loadMaterials(const aiScene &source, const QString &path, Scene &scene);
 
-} // namespace zelview
+} // namespace zeltools

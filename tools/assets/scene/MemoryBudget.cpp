@@ -5,7 +5,7 @@
 
 #include <unistd.h>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -46,4 +46,4 @@ quint64 MemoryBudget::half()
     return quint64(::sysconf(_SC_PHYS_PAGES)) / 2 * pageSize();
 }
 
-} // namespace zelview
+} // namespace zeltools

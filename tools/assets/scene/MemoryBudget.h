@@ -4,7 +4,7 @@
 
 #include <sys/resource.h>
 
-namespace zelview {
+namespace zeltools {
 
 /// While it exists, limits the additional memory of the process. Allocations beyond the limit fail with std::bad_alloc
 /// instead of exhausting the machine: a small file can claim any size.
@@ -26,4 +26,4 @@ private:
     rlimit _before;
 };
 
-} // namespace zelview
+} // namespace zeltools

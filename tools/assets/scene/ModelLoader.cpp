@@ -23,7 +23,7 @@
 #include <exception>
 #include <limits>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -230,4 +230,4 @@ Expected<Scene> loadModel(const QString &path)
     }
 }
 
-} // namespace zelview
+} // namespace zeltools

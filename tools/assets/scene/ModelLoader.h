@@ -3,7 +3,7 @@
 #include "file/Outcome.h"
 #include "scene/Scene.h"
 
-namespace zelview {
+namespace zeltools {
 
 /// Reads a model file with assimp. Splits faces into triangles, leaves out points and lines, and generates missing normals
 /// and the texture coordinates of projected images.
@@ -12,4 +12,4 @@ namespace zelview {
 ///         is too large, or has coordinates that are not finite.
 Expected<Scene> loadModel(const QString &path);
 
-} // namespace zelview
+} // namespace zeltools

@@ -8,7 +8,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -248,4 +248,4 @@ QStringList ModelPlans::describe() const
     return describePlan(*_object, _mechanism) + describePlan(*_material, _mechanism);
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -13,7 +13,7 @@ class InstanceDataCollection;
 class InstanceDataPlan;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// Which of the library's mechanisms provides instance data to the shaders.
 enum class MechanismKind { eUniformBuffer, eUniforms, eBufferTexture, eTexture, eStorageBuffer };
@@ -72,4 +72,4 @@ private:
     Orvane::Zel::InstanceDataPlan *_material;
 };
 
-} // namespace zelview
+} // namespace zeltools

@@ -12,7 +12,7 @@
 #include <numeric>
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -198,4 +198,4 @@ void generateSharedNormals(aiScene &scene, float smoothingAngle)
     }
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -2,7 +2,7 @@
 
 struct aiScene;
 
-namespace zelview {
+namespace zeltools {
 
 /// Generates normals for meshes that have none and whose faces share vertices, as in formats that store each point once.
 /// The normal of a corner is the mean over the faces at its point whose normals differ from its face's by less than
@@ -14,4 +14,4 @@ namespace zelview {
 /// Bones keep their weights for only one copy of a vertex, since zelview shows models in their rest pose.
 void generateSharedNormals(aiScene &scene, float smoothingAngle);
 
-} // namespace zelview
+} // namespace zeltools

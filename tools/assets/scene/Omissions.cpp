@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -202,4 +202,4 @@ void showTransparentScene(Scene &scene)
     scene.remarks.append(QStringLiteral("all materials are fully transparent and are drawn opaque"));
 }
 
-} // namespace zelview
+} // namespace zeltools

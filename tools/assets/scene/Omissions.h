@@ -4,7 +4,7 @@
 
 struct aiScene;
 
-namespace zelview {
+namespace zeltools {
 
 struct GltfHead;
 struct Scene;
@@ -17,4 +17,4 @@ QString describeOmissions(const aiScene &source, const GltfHead &gltf);
 /// transparency.
 void showTransparentScene(Scene &scene);
 
-} // namespace zelview
+} // namespace zeltools

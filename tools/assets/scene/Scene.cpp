@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace zelview {
+namespace zeltools {
 
 void Box::add(const QVector3D &point)
 {
@@ -73,4 +73,4 @@ float Scene::reach(const QVector3D &direction) const
     return farthest;
 }
 
-} // namespace zelview
+} // namespace zeltools

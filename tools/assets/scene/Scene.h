@@ -12,7 +12,7 @@
 #include <array>
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 /// An axis-aligned box; empty until a point is added.
 struct Box
@@ -198,4 +198,4 @@ struct Scene
     float reach(const QVector3D &direction) const;
 };
 
-} // namespace zelview
+} // namespace zeltools

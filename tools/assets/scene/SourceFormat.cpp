@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -44,4 +44,4 @@ bool hasSeparateEmission(const aiScene &scene)
                        [&](const char *head) { return name.startsWith(head); });
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -3,7 +3,7 @@
 struct aiMaterial;
 struct aiScene;
 
-namespace zelview {
+namespace zeltools {
 
 // The meaning of some values in an assimp scene depends on the format of its file.
 
@@ -16,4 +16,4 @@ bool isGltf(const aiMaterial &material);
 /// the texture multiplies all light, including the emission.
 bool hasSeparateEmission(const aiScene &scene);
 
-} // namespace zelview
+} // namespace zeltools

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -138,4 +138,4 @@ Expected<Scene> loadTiles(const QString &name)
     return planeOf(*tiles);
 }
 
-} // namespace zelview
+} // namespace zeltools

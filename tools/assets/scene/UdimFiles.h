@@ -3,7 +3,7 @@
 #include "file/Outcome.h"
 #include "scene/Scene.h"
 
-namespace zelview {
+namespace zeltools {
 
 /// \file
 /// Finds UDIM sets on disk: files whose names differ in a number of four digits, 1001 + column + 10 * row. Uses no GL.
@@ -22,4 +22,4 @@ Expected<TextureSource> findUdimSet(const QString &name);
 /// The set as an upright plane with a unit square for each tile; a missing tile leaves a hole.
 Expected<Scene> loadTiles(const QString &name);
 
-} // namespace zelview
+} // namespace zeltools

@@ -5,7 +5,7 @@
 #include "image/ImageFile.h"
 #include "model/ModelExhibit.h"
 
-namespace zelview {
+namespace zeltools {
 
 Expected<std::unique_ptr<Exhibit>> loadExhibit(const Options &options)
 {
@@ -13,4 +13,4 @@ Expected<std::unique_ptr<Exhibit>> loadExhibit(const Options &options)
     return isImage ? ImageExhibit::load(options) : ModelExhibit::load(options);
 }
 
-} // namespace zelview
+} // namespace zeltools

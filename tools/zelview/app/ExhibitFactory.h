@@ -5,11 +5,11 @@
 
 #include <memory>
 
-namespace zelview {
+namespace zeltools {
 
 /// Loads what the options name: an image, or else a model or a plane of UDIM tiles.
 ///
 /// Errors: those of ImageExhibit::load() and ModelExhibit::load().
 Expected<std::unique_ptr<Exhibit>> loadExhibit(const Options &options);
 
-} // namespace zelview
+} // namespace zeltools

@@ -13,7 +13,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -259,4 +259,4 @@ bool ImageExhibit::key(int key)
     return true;
 }
 
-} // namespace zelview
+} // namespace zeltools

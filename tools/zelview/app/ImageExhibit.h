@@ -10,7 +10,7 @@ namespace Orvane { namespace Zel {
 class Texture;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// Shows an image upright; cube maps as a strip of faces, volumes as a grid of slices. Dragging moves it. Keys: Left and
 /// Right choose the level; 1 to 6 a face or slice, 0 all of them; Up and Down the exposure.
@@ -63,4 +63,4 @@ private:
     QVector2D _shift; ///< of the centre of the image, in heights of the viewport
 };
 
-} // namespace zelview
+} // namespace zeltools

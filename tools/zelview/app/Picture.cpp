@@ -14,7 +14,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -113,4 +113,4 @@ Expected<Picture> makePicture(Exhibit &exhibit, const Options &options)
     return picture;
 }
 
-} // namespace zelview
+} // namespace zeltools

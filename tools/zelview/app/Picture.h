@@ -4,7 +4,7 @@
 
 #include <QtGui/QImage>
 
-namespace zelview {
+namespace zeltools {
 
 class Exhibit;
 struct Options;
@@ -23,4 +23,4 @@ struct Picture
 /// Draws an exhibit without a window.
 Expected<Picture> makePicture(Exhibit &exhibit, const Options &options);
 
-} // namespace zelview
+} // namespace zeltools

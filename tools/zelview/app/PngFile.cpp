@@ -5,7 +5,7 @@
 #include <QtGui/QImage>
 #include <QtGui/QImageWriter>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -49,4 +49,4 @@ Failure writePng(const QImage &image, const QString &path)
     return {};
 }
 
-} // namespace zelview
+} // namespace zeltools

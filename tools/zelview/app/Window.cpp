@@ -20,7 +20,7 @@
 using Orvane::ZelKit::FrameMeter;
 using Orvane::ZelKit::Overlay;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -115,7 +115,7 @@ void Window::paintGL()
         return;
     }
     const QSize pixels = sizeInPixels();
-    if (const Failure failure = zelview::resize(*_stage, pixels)) {
+    if (const Failure failure = zeltools::resize(*_stage, pixels)) {
         fail(*failure);
         return;
     }
@@ -254,4 +254,4 @@ void Window::keyPressEvent(QKeyEvent *event)
     update();
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -13,7 +13,7 @@ class FrameMeter;
 class Overlay;
 }} // namespace Orvane::ZelKit
 
-namespace zelview {
+namespace zeltools {
 
 class Exhibit;
 class Programs;
@@ -69,4 +69,4 @@ private:
     Failure _failure;
 };
 
-} // namespace zelview
+} // namespace zeltools

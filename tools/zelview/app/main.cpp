@@ -14,7 +14,7 @@
 
 #include <cstdio>
 
-using namespace zelview;
+using namespace zeltools;
 using Orvane::ZelKit::HeadlessContext;
 
 namespace {

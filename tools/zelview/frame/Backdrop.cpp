@@ -4,7 +4,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 Backdrop::Backdrop(ProgramPointer program)
     : _program(std::move(program))
@@ -30,4 +30,4 @@ void Backdrop::draw(const QSize &viewport)
     drawFullscreen(_program.data());
 }
 
-} // namespace zelview
+} // namespace zeltools

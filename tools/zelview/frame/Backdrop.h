@@ -7,7 +7,7 @@
 
 #include <memory>
 
-namespace zelview {
+namespace zeltools {
 
 /// The soft gradient that is the background of a model.
 class Backdrop
@@ -24,4 +24,4 @@ private:
     ProgramPointer _program;
 };
 
-} // namespace zelview
+} // namespace zeltools

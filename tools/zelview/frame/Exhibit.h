@@ -7,7 +7,7 @@
 #include <QtCore/QStringList>
 #include <QtGui/QVector2D>
 
-namespace zelview {
+namespace zeltools {
 
 class Programs;
 struct Options;
@@ -61,4 +61,4 @@ public:
     virtual bool key(int key) = 0;
 };
 
-} // namespace zelview
+} // namespace zeltools

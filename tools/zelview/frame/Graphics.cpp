@@ -10,7 +10,7 @@
 using namespace Orvane::Zel;
 using Orvane::ZelKit::HeadlessContext;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -70,4 +70,4 @@ Expected<std::unique_ptr<HeadlessContext>> makeOffscreenContext(const Options &o
     return context;
 }
 
-} // namespace zelview
+} // namespace zeltools

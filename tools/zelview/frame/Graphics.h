@@ -9,7 +9,7 @@
 
 #include <memory>
 
-namespace zelview {
+namespace zeltools {
 
 struct Options;
 
@@ -28,4 +28,4 @@ QString describeDriver();
 /// A current context without a window, with the library ready.
 Expected<std::unique_ptr<Orvane::ZelKit::HeadlessContext>> makeOffscreenContext(const Options &options);
 
-} // namespace zelview
+} // namespace zeltools

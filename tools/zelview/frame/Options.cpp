@@ -7,7 +7,7 @@
 #include <QtCore/QRegularExpression>
 #include <QtGui/QImageWriter>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -365,4 +365,4 @@ Expected<Options> parseOptions(const QStringList &arguments)
     return parser.options;
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -10,7 +10,7 @@
 
 #include <optional>
 
-namespace zelview {
+namespace zeltools {
 
 /// Which of the library's texture managers provides the textures of a model to the shaders.
 enum class ManagerKind { eSampler, eArray, eArrayBindless, eBindless };
@@ -76,4 +76,4 @@ struct Options
 /// file.
 Expected<Options> parseOptions(const QStringList &arguments);
 
-} // namespace zelview
+} // namespace zeltools

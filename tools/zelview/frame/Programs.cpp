@@ -18,7 +18,7 @@ static void registerShaders()
     Q_INIT_RESOURCE(zelview);
 }
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -160,4 +160,4 @@ void drawFullscreen(ShaderProgram *program)
     }
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -19,7 +19,7 @@ class ProgramReloader;
 }
 } // namespace Orvane
 
-namespace zelview {
+namespace zeltools {
 
 /// A shader program that Programs::poll() may replace, so that it keeps neither uniforms nor locations between frames.
 class ProgramPointer
@@ -90,4 +90,4 @@ private:
 /// Draws the library's full-screen quad with a program that is bound.
 void drawFullscreen(Orvane::Zel::ShaderProgram *program);
 
-} // namespace zelview
+} // namespace zeltools

@@ -5,7 +5,7 @@
 
 #include <ZelKit/PostChain.h>
 
-namespace zelview {
+namespace zeltools {
 
 /// The framebuffers of a frame, which is drawn in linear, tone-mapped light.
 using Stage = Orvane::ZelKit::PostChain;
@@ -30,4 +30,4 @@ inline Failure resize(Stage &stage, const QSize &size)
     return stage.resize(size, &error) ? Failure() : Problem{ExitCode::eGL, error};
 }
 
-} // namespace zelview
+} // namespace zeltools

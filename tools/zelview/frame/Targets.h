@@ -4,7 +4,7 @@
 
 #include <ZelKit/RenderTarget.h>
 
-namespace zelview {
+namespace zeltools {
 
 using Orvane::ZelKit::RenderTarget;
 
@@ -20,4 +20,4 @@ inline Expected<std::unique_ptr<RenderTarget>> makeTarget(const QSize &size, uns
     return target;
 }
 
-} // namespace zelview
+} // namespace zeltools

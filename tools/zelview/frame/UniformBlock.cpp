@@ -4,7 +4,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 QSharedPointer<UniformBufferObject> makeUniformBlock(const char *name)
 {
@@ -21,4 +21,4 @@ bool uploadUniformBlock(const UniformBufferObject &block, const void *records, i
     return buffer->uploadArbitraryData(records, count, GL_DYNAMIC_DRAW, size);
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -6,7 +6,7 @@ namespace Orvane { namespace Zel {
 class UniformBufferObject;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// A new uniform buffer for the block of this name.
 QSharedPointer<Orvane::Zel::UniformBufferObject> makeUniformBlock(const char *name);
@@ -15,4 +15,4 @@ QSharedPointer<Orvane::Zel::UniformBufferObject> makeUniformBlock(const char *na
 bool uploadUniformBlock(const Orvane::Zel::UniformBufferObject &block, const void *records, int count,
                         unsigned long size);
 
-} // namespace zelview
+} // namespace zeltools

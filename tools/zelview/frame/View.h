@@ -3,7 +3,7 @@
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector3D>
 
-namespace zelview {
+namespace zeltools {
 
 /// The view of a frame, which every kind of camera provides.
 struct View
@@ -16,4 +16,4 @@ struct View
     QMatrix4x4 viewProjection() const { return projection * view; }
 };
 
-} // namespace zelview
+} // namespace zeltools

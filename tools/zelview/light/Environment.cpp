@@ -16,7 +16,7 @@ using namespace Orvane::Zel;
 using Orvane::ZelKit::EnvironmentBake;
 using Orvane::ZelKit::EnvironmentLight;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -176,4 +176,4 @@ QString Environment::describe() const
                  .arg(std::lround(qRadiansToDegrees(std::asin(direction.y()))));
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -18,7 +18,7 @@ class GLSLMacroProcessor;
 class Texture;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// An environment map from an image file: the background, and the maps baked from it that shading reads through
 /// KitEnvironment.glslh. Its strongest light can be removed from the baked maps, to become a light that casts shadows; the
@@ -70,4 +70,4 @@ private:
     std::unique_ptr<Orvane::ZelKit::EnvironmentLight> _light;
 };
 
-} // namespace zelview
+} // namespace zeltools

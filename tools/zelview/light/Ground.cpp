@@ -7,7 +7,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 Ground::Ground(ProgramPointer geometry, ProgramPointer shading, const Box &scene)
     : _geometry(std::move(geometry))
@@ -72,4 +72,4 @@ void Ground::setView(ShaderProgram &program, const View &view) const
     program.setUniform(QStringLiteral("u_Middle"), QVariant(_middle));
 }
 
-} // namespace zelview
+} // namespace zeltools

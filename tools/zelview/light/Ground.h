@@ -11,7 +11,7 @@ namespace Orvane { namespace Zel {
 class Texture;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 class Environment;
 class ShadowedLights;
@@ -46,4 +46,4 @@ private:
     float _radius;     ///< radius of the scene
 };
 
-} // namespace zelview
+} // namespace zeltools

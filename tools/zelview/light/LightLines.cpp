@@ -10,7 +10,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -116,4 +116,4 @@ void LightLines::upload(const ShadowMapManager::RenderData &table)
     _unit->setVertexCount(unsigned(points.size() / 3));
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -16,7 +16,7 @@ class DrawBuffers;
 class VertexArrayObject;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// Draws the volumes of shadow projections as lines; each light has its own colours.
 ///
@@ -44,4 +44,4 @@ private:
     QSharedPointer<Orvane::Zel::DrawBuffers> _unit;
 };
 
-} // namespace zelview
+} // namespace zeltools

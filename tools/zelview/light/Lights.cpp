@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -163,4 +163,4 @@ Box shadowedBox(const Box &scene, const std::vector<LightSource> &lights, bool h
     return box;
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 enum class LightRig;
 struct Box;
@@ -35,4 +35,4 @@ std::vector<LightSource> makeLights(LightRig rig, const Scene &scene, float azim
 /// The box in which shadows are visible: around the scene and, if there is a ground, its shadows there.
 Box shadowedBox(const Box &scene, const std::vector<LightSource> &lights, bool hasGround);
 
-} // namespace zelview
+} // namespace zeltools

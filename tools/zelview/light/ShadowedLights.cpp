@@ -10,7 +10,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -151,4 +151,4 @@ QString ShadowedLights::describeFrame() const
         .arg(_layers->renderedCount());
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -15,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 /// The lights of a scene with their shadows, and the uniforms of Lights.glslh.
 ///
@@ -69,4 +69,4 @@ private:
     bool _areCascadesShown = false;
 };
 
-} // namespace zelview
+} // namespace zeltools

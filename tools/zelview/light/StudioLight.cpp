@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zelview {
+namespace zeltools {
 
 QVector3D towards(float azimuth, float elevation)
 {
@@ -28,4 +28,4 @@ void StudioLight::switchOff(int count)
                   [](SoftLight &light) { light.radiance = QVector3D(); });
 }
 
-} // namespace zelview
+} // namespace zeltools

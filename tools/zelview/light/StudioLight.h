@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace zelview {
+namespace zeltools {
 
 /// A soft distant light, whose radiance around its direction is a spherical Gaussian:
 /// radiance * exp(sharpness * (cos(angle) - 1)).
@@ -34,4 +34,4 @@ struct StudioLight
     void switchOff(int count);
 };
 
-} // namespace zelview
+} // namespace zeltools

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zelview {
+namespace zeltools {
 
 MaterialSelection::MaterialSelection(QStringList names)
     : _names(std::move(names))
@@ -53,4 +53,4 @@ QString MaterialSelection::describe() const
     return parts.join(QStringLiteral("; "));
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 /// Which materials of a model are shown: all, all but the excluded ones, or only one; and which one is selected.
 ///
@@ -39,4 +39,4 @@ private:
     std::vector<bool> _excluded;
 };
 
-} // namespace zelview
+} // namespace zeltools

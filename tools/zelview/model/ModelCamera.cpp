@@ -5,7 +5,7 @@
 
 using Orvane::ZelKit::OrbitCamera;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -113,4 +113,4 @@ QString ModelCamera::describe(const Scene &scene) const
                                  .arg(_fileCamera);
 }
 
-} // namespace zelview
+} // namespace zeltools

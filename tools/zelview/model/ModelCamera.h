@@ -11,7 +11,7 @@
 
 #include <functional>
 
-namespace zelview {
+namespace zeltools {
 
 struct Options;
 struct Scene;
@@ -57,4 +57,4 @@ private:
     int _fileCamera = -1; ///< index in the scene; -1: none
 };
 
-} // namespace zelview
+} // namespace zeltools

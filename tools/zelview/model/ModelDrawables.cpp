@@ -15,7 +15,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -252,4 +252,4 @@ InstanceDataCollection *ModelDrawables::materialData(int material)
     return data;
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -17,7 +17,7 @@ class InstanceDataCollection;
 class ShaderProgram;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 class ModelGeometry;
 class ModelPlans;
@@ -109,4 +109,4 @@ private:
     int _culled = 0;
 };
 
-} // namespace zelview
+} // namespace zeltools

@@ -20,7 +20,7 @@
 
 using Orvane::ZelKit::AmbientOcclusion;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -474,4 +474,4 @@ bool ModelExhibit::turnEnvironment(float angle)
     return true;
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -15,7 +15,7 @@ namespace Orvane { namespace ZelKit {
 class AmbientOcclusion;
 }} // namespace Orvane::ZelKit
 
-namespace zelview {
+namespace zeltools {
 
 class Backdrop;
 class Environment;
@@ -95,4 +95,4 @@ private:
     ProgramPointer _casters; ///< program of the renderer for casters
 };
 
-} // namespace zelview
+} // namespace zeltools

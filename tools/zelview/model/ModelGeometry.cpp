@@ -8,7 +8,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -78,4 +78,4 @@ quint64 ModelGeometry::memoryOnGPU() const
     return _vertexArray->memoryEstimateGPU() + _indexBuffer->memoryEstimateGPU();
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -10,7 +10,7 @@ class DrawBuffers;
 class VertexArrayObject;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 struct Mesh;
 struct Scene;
@@ -39,4 +39,4 @@ private:
     QSharedPointer<Orvane::Zel::VertexArrayObject> _vertexArray;
 };
 
-} // namespace zelview
+} // namespace zeltools

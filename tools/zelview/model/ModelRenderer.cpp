@@ -15,7 +15,7 @@
 using namespace Orvane::Zel;
 using Orvane::ZelKit::Picker;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -380,4 +380,4 @@ void ModelRenderer::uploadFrame(const View &view)
     uploadUniformBlock(*_frame, &record, 1, sizeof(record));
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -19,7 +19,7 @@ class Texture;
 class UniformBufferObject;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 class Environment;
 class ShadowedLights;
@@ -114,4 +114,4 @@ private:
     qint64 _indices = 0;
 };
 
-} // namespace zelview
+} // namespace zeltools

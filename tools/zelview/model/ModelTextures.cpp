@@ -17,7 +17,7 @@
 
 using namespace Orvane::Zel;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -355,4 +355,4 @@ TextureToken ModelTextures::tokenOf(int index) const
     return index < 0 ? _white : _tokens[index];
 }
 
-} // namespace zelview
+} // namespace zeltools

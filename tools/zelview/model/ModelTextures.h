@@ -17,7 +17,7 @@ class Texture;
 class TextureManager;
 }} // namespace Orvane::Zel
 
-namespace zelview {
+namespace zeltools {
 
 /// The textures of a scene, loaded by the library and owned by a texture manager; shaders sample them by token.
 ///
@@ -83,4 +83,4 @@ private:
     QStringList _remarks;
 };
 
-} // namespace zelview
+} // namespace zeltools

@@ -11,7 +11,7 @@
 using namespace Orvane::Zel;
 using Orvane::ZelKit::PackedScene;
 
-namespace zelview {
+namespace zeltools {
 
 namespace {
 
@@ -155,4 +155,4 @@ void PackedModel::hide(int material, bool isHidden)
     }
 }
 
-} // namespace zelview
+} // namespace zeltools

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-namespace zelview {
+namespace zeltools {
 
 /// The draws of a scene as a PackedScene: one GL call for each material, where the driver has indirect draws.
 ///
@@ -69,4 +69,4 @@ private:
     int _drawn = 0;
 };
 
-} // namespace zelview
+} // namespace zeltools
