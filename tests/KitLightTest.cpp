@@ -601,6 +601,7 @@ void main() { color = vec4(vec3(gl_FragCoord.y > 9.0 + 0.3 * gl_FragCoord.x ? u_
     const auto target = RenderTarget::create({kPicture, kPicture}, GL_RGBA8, RenderTarget::eNoDepth);
     EXPECT_TRUE(chain->resize({kPicture, kPicture}));
     chain->setExposure(exposure);
+    glBindFramebuffer(GL_FRAMEBUFFER, target->framebuffer()->getFBO());
     EXPECT_TRUE(chain->begin());
     {
         const AutoBinder bound(program.get());
@@ -611,7 +612,7 @@ void main() { color = vec4(vec3(gl_FragCoord.y > 9.0 + 0.3 * gl_FragCoord.x ? u_
         quad->draw(program.get());
         quad->unbind();
     }
-    EXPECT_TRUE(chain->end(target->framebuffer()->getFBO()));
+    EXPECT_TRUE(chain->end());
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     return target->image();
 }

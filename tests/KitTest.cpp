@@ -368,6 +368,9 @@ TEST_F(KitTest, AnInstanceTableStoresTypedValuesAndRefusesOthers)
                 << name << " " << other;
         }
     }
+    EXPECT_TRUE(table->set(1, {-1, 7u, 0.5, QVector2D(1, 2), QVector3D(1, 2, 3), QColor(255, 0, 255, 0),
+                               matrix, TextureToken(5)}));
+    EXPECT_FALSE(table->set(1, {-1, 7u}, &error) || table->set(1, {8, 7, 6, 5, 4, 3, 2, 1}, &error));
     EXPECT_FALSE(table->set(2, "Int", 1) || table->set(0, "int", 1));
     EXPECT_EQ(QStringList({"warning ZelKit: instance table 'Item': item 2 of 2 has no member 'Int' of the "
                            "type of this value",

@@ -454,14 +454,12 @@ TEST_F(SnippetsTest, PostChain)
     const std::unique_ptr<PostChain> chain = PostChain::create(options);
 
     // Each frame.
-    GLint target = 0; // of a widget: defaultFramebufferObject()
-    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
     chain->resize({8, 8});
     chain->begin();
     glClearColor(0.5f, 0.5f, 0.5f, 1); // linear light
     glClear(GL_COLOR_BUFFER_BIT);
     // Draw.
-    chain->end(unsigned(target));
+    chain->end(); // into the framebuffer that was bound before begin()
     //! [PostChain]
     glClearColor(0, 0, 0, 0);
     EXPECT_TRUE(canvas.pixels().isNear(4, 4, {0.71f, 0.71f, 0.71f, 1}, 0.01f));

@@ -64,8 +64,9 @@ struct ZELKIT_EXPORT EnvironmentImage
     static std::optional<EnvironmentImage> prepared(LightImage image, std::optional<Layout> layout = {},
                                                     QString *error = nullptr);
 
-    /// Reads a 2D texture or a cube map of the current context back, decodes sRGB, and prepares it. \a isFirstRowLowest: the rows go up, as the library's
-    /// loaders upload all files but KTX and ASTC. \a layout: of a 2D texture. Empty, besides, for a texture of integers.
+    /// Reads a 2D texture or a cube map of the current context back, decodes sRGB, and prepares it. \a isFirstRowLowest: the rows
+    /// go up, as the library's loaders upload all files but KTX and ASTC; false for cube maps of the bakes. \a layout: of a 2D
+    /// texture. Empty, besides, for a texture of integers.
     static std::optional<EnvironmentImage> fromTexture(Zel::Texture &texture, bool isFirstRowLowest,
                                                        std::optional<Layout> layout = {},
                                                        QString *error = nullptr);

@@ -99,8 +99,9 @@ InstanceTable::Value::Value(const TextureToken &value)
 {
 }
 
-InstanceTable::InstanceTable(InstanceDataPlan *plan, int count)
+InstanceTable::InstanceTable(InstanceDataPlan *plan, const QVector<Member> &members, int count)
     : _plan(plan)
+    , _members(members)
     , _data(std::make_unique<InstanceDataCollection>(plan, static_cast<unsigned long>(count)))
 {
 }
@@ -130,10 +131,10 @@ std::unique_ptr<InstanceTable> InstanceTable::create(const QString &plan, const 
                         .arg(count));
         return nullptr;
     }
-    return std::unique_ptr<InstanceTable>(new InstanceTable(registered, count));
+    return std::unique_ptr<InstanceTable>(new InstanceTable(registered, members, count));
 }
 
-bool InstanceTable::set(int index, const QString &member, const Value &value, QString *error)
+bool InstanceTable::accepts(int index, const QString &member, const Value &value, QString *error) const
 {
     if (index < 0 || index >= _data->size() || !_plan->contains(member)
         || _plan->dataType(member) != value._type) {
@@ -145,8 +146,41 @@ bool InstanceTable::set(int index, const QString &member, const Value &value, QS
                  .arg(member));
         return false;
     }
+    return true;
+}
+
+void InstanceTable::store(int index, const QString &member, const Value &value)
+{
     _data->set(index, member, value._data.data(), static_cast<unsigned long>(value._size));
     _hasNewTokens = _hasNewTokens || value._type == InstanceDataPlan::eTexture;
+}
+
+bool InstanceTable::set(int index, const QString &member, const Value &value, QString *error)
+{
+    if (!accepts(index, member, value, error)) {
+        return false;
+    }
+    store(index, member, value);
+    return true;
+}
+
+bool InstanceTable::set(int index, const std::vector<Value> &values, QString *error)
+{
+    if (values.size() != size_t(_members.size())) {
+        fail(error, QStringLiteral("instance table '%1': an item has %2 members, and set() got %3 values")
+                        .arg(_plan->name())
+                        .arg(_members.size())
+                        .arg(values.size()));
+        return false;
+    }
+    for (int i = 0; i < _members.size(); ++i) {
+        if (!accepts(index, _members.at(i).name, values[size_t(i)], error)) {
+            return false;
+        }
+    }
+    for (int i = 0; i < _members.size(); ++i) {
+        store(index, _members.at(i).name, values[size_t(i)]);
+    }
     return true;
 }
 

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <memory>
+#include <vector>
 
 namespace Orvane { namespace Zel {
 class InstanceDataCollection;
@@ -53,7 +54,8 @@ public:
         Value(const QVector2D &value);
         Value(const QVector3D &value);
         Value(const QVector4D &value);
-        Value(const QColor &value); ///< for a member eVec4
+        Value(const QColor &
+                  value); ///< for a member eVec4; the components as they are, so decode sRGB for linear light
         Value(const QMatrix4x4 &value);
         Value(const Zel::TextureToken &value);
 
@@ -78,13 +80,18 @@ public:
     /// Sets a member of one item. False, and nothing changes, for an unknown item or member, or a value of another type.
     bool set(int index, const QString &member, const Value &value, QString *error = nullptr);
 
+    /// Sets all members of one item, in the order of create(). Also false for another number of values.
+    bool set(int index, const std::vector<Value> &values, QString *error = nullptr);
     /// For DrawScope and other draws; the table owns it. Call it for each draw: it updates the list of textures.
     Zel::InstanceDataCollection *data();
 
 private:
-    ZELKIT_NO_EXPORT InstanceTable(Zel::InstanceDataPlan *plan, int count);
+    ZELKIT_NO_EXPORT InstanceTable(Zel::InstanceDataPlan *plan, const QVector<Member> &members, int count);
+    ZELKIT_NO_EXPORT bool accepts(int index, const QString &member, const Value &value, QString *error) const;
+    ZELKIT_NO_EXPORT void store(int index, const QString &member, const Value &value);
 
     Zel::InstanceDataPlan *_plan; ///< of the registry
+    QVector<Member> _members;
     std::unique_ptr<Zel::InstanceDataCollection> _data;
     bool _hasNewTokens = false;
 };

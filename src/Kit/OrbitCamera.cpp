@@ -4,7 +4,6 @@
 
 #include <ZelGL/Bounds.h>
 
-#include <QtCore/QSize>
 #include <QtCore/qmath.h>
 #include <QtGui/QMouseEvent>
 #include <QtGui/QWheelEvent>

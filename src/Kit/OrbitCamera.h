@@ -3,6 +3,7 @@
 #include "KitExport.h"
 
 #include <QtCore/QPoint>
+#include <QtCore/QSize>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QVector2D>
 #include <QtGui/QVector3D>
@@ -10,7 +11,6 @@
 #include <functional>
 
 class QEvent;
-class QSize;
 
 namespace Orvane { namespace Zel {
 class Bounds;
@@ -48,6 +48,7 @@ public:
     /// Frames the scene, in each frame or for another aspect, unless pan() or zoom() have changed the view.
     void refit(const Extent &extent, float aspect);
     void refit(const Zel::Bounds &box, float aspect);
+    void refit(const Zel::Bounds &box, const QSize &viewport) { refit(box, aspectOf(viewport)); }
 
     void orbit(const QVector2D &drag);
     /// Moves the view so that points at the distance of the target follow the pointer.
@@ -63,13 +64,19 @@ public:
     QMatrix4x4 view() const;
     /// The near and far planes enclose the scene that was framed.
     QMatrix4x4 projection(float aspect) const;
+    QMatrix4x4 projection(const QSize &viewport) const { return projection(aspectOf(viewport)); }
     QMatrix4x4 viewProjection(float aspect) const { return projection(aspect) * view(); }
+    QMatrix4x4 viewProjection(const QSize &viewport) const { return viewProjection(aspectOf(viewport)); }
     QVector3D eye() const;
     QVector3D target() const { return _target; }
     float azimuth() const { return _azimuth; }
     float elevation() const { return _elevation; }
 
 private:
+    static float aspectOf(const QSize &viewport)
+    {
+        return float(viewport.width()) / float(viewport.height());
+    }
     float halfHeightAtOne() const;
     QVector3D right() const;
     QVector3D up() const;

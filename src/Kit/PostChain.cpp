@@ -148,6 +148,7 @@ bool PostChain::begin()
     if (!isReady()) {
         return false;
     }
+    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &_hostTarget);
     _multisampled->framebuffer()->bind();
     _isOpen = true;
     glViewport(0, 0, _size.width(), _size.height());
@@ -184,6 +185,11 @@ bool PostChain::end(unsigned int targetFramebuffer, bool isDithered)
     glBindFramebuffer(GL_FRAMEBUFFER, targetFramebuffer);
     encode(isDithered);
     return true;
+}
+
+bool PostChain::end()
+{
+    return end(static_cast<unsigned int>(_hostTarget), true);
 }
 
 void PostChain::resolve()

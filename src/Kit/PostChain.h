@@ -67,6 +67,8 @@ public:
     /// Draws the picture into a framebuffer, which stays bound, from its lower left corner. \a targetFramebuffer: its GL name;
     /// for widgets of Qt, defaultFramebufferObject(). \a isDithered: adds noise of less than one step of 8 bits, against bands.
     bool end(unsigned int targetFramebuffer, bool isDithered = false);
+    /// The same with noise, into the framebuffer that was bound before begin().
+    bool end();
 
     /// A power of two by which light is multiplied; has an effect with Options::isToneMapped. Initially 0.
     void setExposure(float exposure) { _exposure = exposure; }
@@ -89,6 +91,7 @@ private:
     int _samples;
     float _exposure = 0.0f;
     bool _isOpen = false; ///< between begin() and end()
+    int _hostTarget = 0;  ///< the framebuffer that was bound at begin()
     QSize _size;
     std::unique_ptr<RenderTarget> _multisampled;
     std::unique_ptr<RenderTarget> _resolved;

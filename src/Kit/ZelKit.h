@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// The parts that every host needs: includes every header of libZelKit. The library is optional, and libZelGL does not
-/// need it. Its interface may change before version 2.0.
+/// The parts that every host needs: includes every header of libZelKit, and those of libZelGL and libZelShaders. The library is
+/// optional, and libZelGL does not need it. Its interface may change before version 2.0.
 
 #include "AmbientOcclusion.h"
 #include "CallCounter.h"
@@ -25,3 +25,6 @@
 #include "SceneView.h"
 #include "ShadowLayers.h"
 #include "TriangleMesh.h"
+
+#include <ZelGL/ZelGL.h>
+#include <ZelShaders/ZelShaders.h>
