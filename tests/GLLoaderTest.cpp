@@ -48,7 +48,12 @@ TEST_F(GLLoaderOwnProcessTest, InitializationIsNeededAndTriedAgainUntilItSucceed
                       + Texture(nullptr).textureID() + unsigned(ogl_GetMajorVersion()));
     EXPECT_FALSE(Shader(GL_VERTEX_SHADER, "", nullptr).compile() || VertexArrayObject(nullptr).bind()
                  || ShaderProgram(nullptr).link());
-    EXPECT_EQ(11 + 6, _capture.takeTexts().filter("initializeGLFunctions() must be called first").size());
+    InstanceDataPlan plan("Early");
+    plan.addMember(InstanceDataPlan::eMat4, "Place");
+    plan.setArraySize(2000);
+    plan.finalise();
+    EXPECT_EQ(2000u, plan.arraySize());
+    EXPECT_EQ(11 + 7, _capture.takeTexts().filter("initializeGLFunctions() must be called first").size());
 
     _loader.hide("glGetStringi");
     _loader.takeLookUps();

@@ -316,7 +316,7 @@ TEST_F(ShadersTest, AMissingFunctionIsReportedWithItsFileAndTheCallThatLinksIt)
     }
     EXPECT_TRUE(linkAdvice("zelIsValidToken", GL_FRAGMENT_SHADER)
                     .endsWith("TextureManager.glslc: program.addShaderFromFile(GL_FRAGMENT_SHADER, "
-                              "manager.getShaderFile())"));
+                              "manager.getShaderFile()); ProgramBuilder::build() with the manager does it"));
 }
 
 // A failure has at most eight lines, and the first place is the mistake.

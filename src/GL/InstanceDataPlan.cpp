@@ -3,6 +3,7 @@
 #include "GLUtilities.h"
 #include "ParameterMechanism.h"
 #include "ShaderProgram.h"
+#include "private/EntryPoint.h"
 #include "private/InstanceDataGLSL.h"
 
 #include <QtCore/QVector>
@@ -334,6 +335,8 @@ QString InstanceDataPlan::generateAccessors(const QList<DataType> &types, Parame
 
 void InstanceDataPlan::limitArraySize()
 {
+    // Without limits the host's number stays, as for storage blocks, which have a message of their own.
+    ZEL_ASSERT_RETURN(eStorageBufferMechanism == _mechanism || nullptr != glGetIntegerv, , kNotInitialized);
     switch (_mechanism) {
     case eUniformBufferMechanism:
         limitToUniformBlock();

@@ -194,10 +194,11 @@ QString linkAdvice(const QString &function, unsigned int stage, const QString &d
     const bool isOfManager =
         names.size() > 1 && names.filter(QLatin1String("TextureManager")).size() == names.size();
     return QStringLiteral("link %1%2: program.addShaderFromFile(%3, %4)")
-        .arg(names.size() > 1 ? QStringLiteral("one of ") : QString(), names.join(QLatin1String(", ")),
-             stageName(stage),
-             isOfManager ? QStringLiteral("manager.getShaderFile()")
-                         : QLatin1Char('"') + names.first() + QLatin1Char('"'));
+               .arg(names.size() > 1 ? QStringLiteral("one of ") : QString(), names.join(QLatin1String(", ")),
+                    stageName(stage),
+                    isOfManager ? QStringLiteral("manager.getShaderFile()")
+                                : QLatin1Char('"') + names.first() + QLatin1Char('"'))
+           + (isOfManager ? QStringLiteral("; ProgramBuilder::build() with the manager does it") : QString());
 }
 
 QString stageName(unsigned int stage)

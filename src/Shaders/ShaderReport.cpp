@@ -241,7 +241,7 @@ QString ShaderReport::writeText(const LineMap &map)
     static QMutex mutex;
     static QHash<QByteArray, QString> written;
     const QByteArray bytes = map.text().toUtf8();
-    const QString name = QFileInfo(map.name()).fileName();
+    const QString name = QFileInfo(map.name()).fileName().replace(QLatin1Char(' '), QLatin1Char('-'));
     const QByteArray key = QCryptographicHash::hash(name.toUtf8() + '\0' + bytes, QCryptographicHash::Md5);
     const QMutexLocker locker(&mutex);
     QString &path = written[key];

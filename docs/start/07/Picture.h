@@ -77,24 +77,23 @@ public:
 
     Picture()
     {
-        auto *plan = new InstanceDataPlan("Stone");
-        plan->addMember(InstanceDataPlan::eVec4, "Place"); // the position and the size
-        plan->addMember(InstanceDataPlan::eVec4, "Color");
-        plan->addMember(InstanceDataPlan::eTexture, "Image");
-        InstanceDataRegistry::Instance()->registerPlan(plan); // takes ownership
+        stones = InstanceTable::create("Stone",
+                                       {{InstanceDataPlan::eVec4, "Place"}, // the position and the size
+                                        {InstanceDataPlan::eVec4, "Color"},
+                                        {InstanceDataPlan::eTexture, "Image"}},
+                                       kStones);
         QVector<TextureToken> images;
         for (const int tiles : {1, 3, 7}) {
             images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
         }
-        stones = std::make_unique<InstanceDataCollection>(plan, kStones);
         for (int i = 0; i < kStones; ++i) {
             const float angle = 6.2831853f * float(i) / kStones;
             const QVector4D place(4.0f * std::cos(angle), 0.5f * std::sin(3.0f * angle),
                                   4.0f * std::sin(angle), 0.45f);
             const QVector4D color(0.7f + 0.3f * std::cos(angle), 0.75f, 0.7f - 0.3f * std::cos(angle), 1.0f);
-            stones->set(i, "Place", &place, sizeof place);
-            stones->set(i, "Color", &color, sizeof color);
-            stones->set(i, "Image", &images[i % 3], sizeof(TextureToken));
+            stones->set(i, "Place", place);
+            stones->set(i, "Color", color);
+            stones->set(i, "Image", images[i % 3]);
         }
         shape = TriangleMesh::box().drawBuffers(kStones);
 
@@ -117,7 +116,7 @@ public:
         const float aspect = float(size.width()) / float(size.height());
         camera.refit(Bounds({-4.5f, -1.0f, -4.5f}, {4.5f, 1.0f, 4.5f}), aspect);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        DrawScope scope(program.get(), {stones.get()}, textures);
+        DrawScope scope(program.get(), {stones->data()}, textures);
         program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
         scope.draw(shape.get());
     }
@@ -125,6 +124,6 @@ public:
 private:
     TextureManager *textures = TextureManager::Instance();
     std::unique_ptr<DrawBuffers> shape;
-    std::unique_ptr<InstanceDataCollection> stones;
+    std::unique_ptr<InstanceTable> stones;
     std::unique_ptr<ShaderProgram> program;
 };

@@ -93,36 +93,39 @@ public:
 
     Picture()
     {
-        auto *plan = new InstanceDataPlan("Stone");
-        for (const char *name : {"ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix"}) {
-            plan->addMember(InstanceDataPlan::eMat4, name); // the scene writes them
-        }
-        plan->addMember(InstanceDataPlan::eVec4, "Color");
-        plan->addMember(InstanceDataPlan::eTexture, "Image");
-        InstanceDataRegistry::Instance()->registerPlan(plan); // takes ownership
+        stones = InstanceTable::create(
+            "Stone",
+            {{InstanceDataPlan::eMat4, "ModelMatrix"}, // the scene needs and writes all three matrices
+             {InstanceDataPlan::eMat4, "PreviousModelMatrix"},
+             {InstanceDataPlan::eMat4, "InverseModelMatrix"},
+             {InstanceDataPlan::eVec4, "Color"},
+             {InstanceDataPlan::eTexture, "Image"}},
+            kStones + 1); // the last one is the ground
         QVector<TextureToken> images;
         for (const int tiles : {1, 3, 7}) {
             images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
         }
-        auto *stones = new InstanceDataCollection(plan, kStones + 1); // the last one is the ground
-        DrawBuffers *boxes = TriangleMesh::box().drawBuffers().release();
-        const QVector<DrawElementsIndirectCommand> commands(kStones + 1, {36, 1, 0, 0, 0}); // 36 indices each
-        boxes->setDrawElementsIndirectCommands(commands.constData(), commands.size());
-        const int drawable = scene.add(boxes, 0, nullptr, stones, 0); // takes ownership of both
+        for (int i = 0; i <= kStones; ++i) {
+            const bool isGround = i == kStones;
+            const float share = float(i) / kStones;
+            stones->set(i, "Color",
+                        isGround ? QVector4D(0.55f, 0.6f, 0.55f, 1.0f)
+                                 : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f));
+            stones->set(i, "Image", images[isGround ? 2 : i % 2]);
+        }
+        TriangleMesh::Options options;
+        options.commands = kStones + 1; // command i draws the box with the data of item i
+        shape = TriangleMesh::box().drawBuffers(options);
+        scene.setDeleteOnClear(false); // the members own what the scene draws
+        // Number 0 for its material, which has no data, and flags of 0: all is drawn in one pass.
+        const int drawable = scene.add(shape.get(), 0, nullptr, stones->data(), 0);
         const GPUModel::BoundingBox box = {-1.0f, -1.0f, -1.0f, 1.0f, 1.0f, 1.0f};
         scene.loadBoundingBoxes(&box, 1);
 
         int place = GPUModel::kInvalidTransformRef; // no parent
         for (int i = 0; i <= kStones; ++i) {
-            const bool isGround = i == kStones;
-            const float share = float(i) / kStones;
-            const QVector4D color = isGround
-                                        ? QVector4D(0.55f, 0.6f, 0.55f, 1.0f)
-                                        : QVector4D(0.6f + 0.4f * share, 0.8f, 1.0f - 0.4f * share, 1.0f);
-            stones->set(i, "Color", &color, sizeof color);
-            stones->set(i, "Image", &images[isGround ? 2 : i % 2], sizeof(TextureToken));
             QMatrix4x4 size;
-            if (isGround) {
+            if (i == kStones) {
                 size.scale(5.0f, 0.1f, 5.0f);
                 place = GPUModel::kInvalidTransformRef;
             } else {
@@ -152,7 +155,7 @@ public:
 
     ~Picture()
     {
-        scene.clear();     // deletes what it owns
+        stones.reset();
         textures->clear(); // deletes the textures
     }
 
@@ -178,6 +181,7 @@ public:
         const AutoBinder bound(program.get());
         shadows->bind(program.get());
         program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
+        // Flags and mask of 0: all drawables. Back faces are culled; the stencil buffer stays.
         scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
         shadows->unbind(program.get());
         scene.updatePreviousMatrices();
@@ -185,6 +189,8 @@ public:
 
 private:
     TextureManager *textures = TextureManager::Instance();
+    std::unique_ptr<DrawBuffers> shape;
+    std::unique_ptr<InstanceTable> stones;
     GPUModel scene;
     std::unique_ptr<ShaderProgram> program;
     std::unique_ptr<ShaderProgram> casters;

@@ -449,7 +449,8 @@ void DrawCheck::checkUniforms(GLuint program, ProgramFacts &facts)
                        + (uniform.isOfCollection
                               ? "Call bind() of its InstanceDataCollection before the draw, with this "
                                 "program."
-                              : "Call setUniform() after link(), also after a second link().");
+                              : "Call setUniform() after link(), also after a second link(), with this "
+                                "name.");
             });
         }
     }
