@@ -21,7 +21,7 @@ void main() {
     #macro HOST_EFFECT color = color;
 })";
 
-    GLSLMacroProcessor processor; // must outlive the program
+    GLSLMacroProcessor processor; // must outlive the program that it is set on
     processor.addDefine("BRIGHTNESS", "0.5");
     processor.addMacro("HOST_EFFECT", "color.g = 1.0 - color.r * color.r;");
     program.setMacroProcessor(&processor);

@@ -13,7 +13,10 @@ int main(int argc, char **argv)
     QGuiApplication application(argc, argv);
     const MessageLog log; // prints warnings
     if (isOffscreen) {
-        return Window::picture(size).save(argv[2]) && log.count(QtWarningMsg) == 0 ? 0 : 1;
+        if (!Window::picture(size).save(argv[2])) {
+            qWarning("Cannot write %s", argv[2]);
+        }
+        return log.count(QtWarningMsg) == 0 ? 0 : 1;
     }
     Window window;
     window.resize(size);
