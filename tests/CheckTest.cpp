@@ -555,6 +555,31 @@ TEST_F(CheckTest, AnErrorIsReportedOnceAndTheHostStillGetsIt)
     takeGLErrors();
 }
 
+TEST_F(CheckTest, UnknownMembersAndMissingMatricesAreReported)
+{
+    auto *plan = new InstanceDataPlan("Brick");
+    plan->addMember(InstanceDataPlan::eMat4, "ModelMatrix");
+    InstanceDataRegistry::Instance()->registerPlan(plan);
+    _capture.takeTexts();
+    {
+        InstanceDataCollection bricks(plan, 1ul);
+        GPUModel scene;
+        scene.setDeleteOnClear(false);
+        const Scope check;
+        const float value[16] = {};
+        bricks.set(0, "ModelMatrix", value, sizeof value);
+        bricks.set(0, "Colour", value, sizeof value);
+        EXPECT_MESSAGES("warning [ZelCheck] The plan \"Brick\" has no member \"Colour\", so that set() "
+                        "overwrites its first member. Its members are ModelMatrix.");
+        scene.add(nullptr, 0, nullptr, &bricks, 0);
+        EXPECT_MESSAGES(
+            "warning [ZelCheck] The plan \"Brick\" of a scene's objects has no PreviousModelMatrix, "
+            "InverseModelMatrix, so that transforms overwrite other members. Add it with the type "
+            "eMat4.");
+    }
+    InstanceDataRegistry::Instance()->clear();
+}
+
 TEST_F(CheckTest, MessagesAndLabelsOfGLNameFilesAndPassesAreGroups)
 {
     ZEL_NEEDS_EXTENSION("GL_KHR_debug");

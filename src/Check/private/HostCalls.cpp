@@ -7,11 +7,14 @@
 
 #include "Labels.h"
 #include "Objects.h"
+#include "Reports.h"
 #include "Watch.h"
 
 #include "../Check.h"
 
 #include <ZelGL/GPUModel.h>
+#include <ZelGL/InstanceDataCollection.h>
+#include <ZelGL/InstanceDataPlan.h>
 #include <ZelGL/PrefilteredEnvMap.h>
 #include <ZelGL/ShaderProgram.h>
 #include <ZelGL/TextureIO.h>
@@ -87,6 +90,54 @@ QString filesOfProgram(GLuint name)
 
 }} // namespace Orvane::ZelCheck
 
+namespace {
+
+constexpr const char *kMatrices[] = {"ModelMatrix", "PreviousModelMatrix", "InverseModelMatrix"};
+
+void checkMember(const InstanceDataCollection *collection, const QString &member)
+{
+    const InstanceDataPlan *const plan = collection->plan();
+    if (!Check::isRunning() || plan == nullptr || plan->contains(member)) {
+        return;
+    }
+    const Inside inside;
+    report(Mistake::eMemberUnknown, 0, qHash(plan->name() + QLatin1Char('.') + member), [&] {
+        QStringList members = plan->memberNames();
+        members.sort();
+        return QStringLiteral(
+                   "The plan \"%1\" has no member \"%2\", so that set() overwrites its first member. "
+                   "Its members are %3.")
+            .arg(plan->name(), member, members.join(QLatin1String(", ")));
+    });
+}
+
+/// A plan with none of the matrices is for drawables without a transform.
+void checkMatrices(const InstanceDataCollection *object)
+{
+    const InstanceDataPlan *const plan = object != nullptr ? object->plan() : nullptr;
+    if (!Check::isRunning() || plan == nullptr) {
+        return;
+    }
+    QStringList missing;
+    for (const char *name : kMatrices) {
+        if (!plan->contains(QLatin1String(name))) {
+            missing += QLatin1String(name);
+        }
+    }
+    if (missing.isEmpty() || missing.size() == int(std::size(kMatrices))) {
+        return;
+    }
+    const Inside inside;
+    report(Mistake::eMatrixMissing, 0, qHash(plan->name()), [&] {
+        return QStringLiteral("The plan \"%1\" of a scene's objects has no %2, so that transforms overwrite "
+                              "other members. "
+                              "Add it with the type eMat4.")
+            .arg(plan->name(), missing.join(QLatin1String(", ")));
+    });
+}
+
+} // namespace
+
 // Each function gets the name of a symbol of its own; a member function has its object as the first parameter. The block runs
 // before the replaced function.
 #define ZELCHECK_REPLACE(id, symbol, Result, parameters, arguments, ...)                                     \
@@ -100,7 +151,7 @@ QString filesOfProgram(GLuint name)
 #define ZELCHECK_GROUP(id, symbol, Result, parameters, arguments, title)                                     \
     ZELCHECK_REPLACE(id, symbol, Result, parameters, arguments, const Group group(title))
 
-// 1. Look-ups of entry points, and files.
+// 1. Look-ups of entry points, files, and instance data.
 
 using AnyFunction = void (*)();
 
@@ -117,6 +168,16 @@ ZELCHECK_REPLACE(mapFile, "_ZN6Orvane3Zel16MemoryMappedFileC1ERK7QString", void,
 ZELCHECK_REPLACE(addStage, "_ZN6Orvane3Zel13ShaderProgram17addShaderFromFileEiRK7QString", void,
                  (ShaderProgram * program, int type, const QString &file), (program, type, file),
                  addStageFile(program, file))
+
+ZELCHECK_REPLACE(setMember, "_ZN6Orvane3Zel22InstanceDataCollection3setEiRK7QStringPKvm", void,
+                 (InstanceDataCollection * collection, int index, const QString &member, const void *data,
+                  unsigned long size),
+                 (collection, index, member, data, size), checkMember(collection, member))
+ZELCHECK_REPLACE(addDrawable,
+                 "_ZN6Orvane3Zel8GPUModel3addEPNS0_11DrawBuffersEiPNS0_22InstanceDataCollectionES5_RKy", int,
+                 (GPUModel * model, DrawBuffers *unit, int number, InstanceDataCollection *material,
+                  InstanceDataCollection *object, const Bits &flags),
+                 (model, unit, number, material, object, flags), checkMatrices(object))
 
 // 2. Passes: images, and what is made of them.
 

@@ -46,7 +46,9 @@ enum class Mistake {
     eRasterizerOff,
     eLeftBound,
     eUnitLeaked,
-    eDeletedElsewhere
+    eDeletedElsewhere,
+    eMemberUnknown,
+    eMatrixMissing
 };
 
 /// Marks that this thread executes the check itself, whose GL calls go to the driver unchecked. Holds the lock of all data of
