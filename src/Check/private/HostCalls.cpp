@@ -1,7 +1,7 @@
 /// \file
 /// Functions of other libraries that this library replaces for the calls of a host and, where they are not of libZelGL, for
-/// those of libZelGL: each calls the replaced one. They give the check the names of files and the entry points outside of the
-/// table, and enclose the passes of the library in debug groups.
+/// those of libZelGL: each calls the replaced one. They give the check the names of files, the members of instance data and the
+/// entry points outside of the table, and enclose the passes of the library in debug groups.
 
 #include "HostCalls.h"
 
