@@ -32,6 +32,8 @@ struct Sky
         glClearColor(0, 0, camera.azimuth() > 0 ? 1 : 0, 1);
         glClear(GL_COLOR_BUFFER_BIT);
     }
+
+    void paint(QPainter &painter) { painter.fillRect(0, 0, 2, 2, Qt::yellow); }
 };
 
 class Window : public SceneView<QOpenGLWindow, Sky> // resize() and show() it
@@ -324,7 +326,9 @@ TEST_F(SnippetsTest, SceneView)
         EXPECT_FLOAT_EQ(35 + 20, window.scene()->camera.azimuth());
     }
     makeCurrent();
-    EXPECT_EQ(qRgb(0, 0, 255), Window::picture({4, 4}).pixel(3, 3));
+    const QImage picture = Window::picture({4, 4});
+    EXPECT_EQ(qRgb(0, 0, 255), picture.pixel(3, 3));
+    EXPECT_EQ(qRgb(255, 255, 0), picture.pixel(0, 0)); // painted
     makeCurrent();
     glClearColor(0, 0, 0, 0);
 }

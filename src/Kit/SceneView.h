@@ -4,6 +4,7 @@
 /// A window or widget for a scene.
 
 #include "HeadlessContext.h"
+#include "HostStateGuard.h"
 #include "RenderTarget.h"
 
 #include <ZelGL/GLUtilities.h>
@@ -12,15 +13,20 @@
 #include <QtCore/QEvent>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QOpenGLContext>
+#include <QtGui/QOpenGLPaintDevice>
+#include <QtGui/QPainter>
 #include <QtGui/QWindow>
 
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 namespace Orvane { namespace ZelKit {
 
 /// A window or widget of Qt that shows a scene: it makes the scene in its context, draws it, passes the mouse to its camera, and
 /// deletes it while the context is current. Escape closes a window of its own.
+///
+/// A scene that also has `void paint(QPainter &painter)` paints over what it has drawn, in the units of the window.
 ///
 /// \a Surface is QOpenGLWindow or QOpenGLWidget. \a Scene has a default constructor, which runs in the context, a member `camera`
 /// with handle(), such as an OrbitCamera, and `void draw(const QSize &pixels)`. Call HeadlessContext::choosePlatform() before the
@@ -48,7 +54,12 @@ public:
         const std::unique_ptr<HeadlessContext> context = HeadlessContext::create(error);
         return context == nullptr ? QImage()
                                   : RenderTarget::picture(
-                                      size, [&size] { Scene().draw(size); }, error);
+                                      size,
+                                      [&size] {
+                                          Scene scene;
+                                          drawAll(scene, size, 1);
+                                      },
+                                      error);
     }
 
     /// Null before the first frame.
@@ -68,7 +79,7 @@ protected:
     void paintGL() override
     {
         if (_scene != nullptr) {
-            _scene->draw(this->size() * this->devicePixelRatio());
+            drawAll(*_scene, this->size() * this->devicePixelRatio(), qreal(this->devicePixelRatio()));
         }
     }
 
@@ -86,6 +97,27 @@ protected:
     }
 
 private:
+    template <typename T, typename = void> struct HasPaint : std::false_type
+    {
+    };
+    template <typename T>
+    struct HasPaint<T, std::void_t<decltype(std::declval<T &>().paint(std::declval<QPainter &>()))>>
+        : std::true_type
+    {
+    };
+
+    static void drawAll(Scene &scene, const QSize &pixels, qreal pixelRatio)
+    {
+        scene.draw(pixels);
+        if constexpr (HasPaint<Scene>::value) {
+            const HostStateGuard guard;
+            QOpenGLPaintDevice device(pixels);
+            device.setDevicePixelRatio(pixelRatio);
+            QPainter painter(&device);
+            scene.paint(painter);
+        }
+    }
+
     void deleteScene()
     {
         if (_scene != nullptr) {
