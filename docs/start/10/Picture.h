@@ -216,8 +216,6 @@ public:
                             scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
                         });
 
-        GLint target = 0; // the framebuffer of the window or of the file
-        glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
         chain->resize(size);
         chain->begin();
         glClearColor(0.35f, 0.45f, 0.60f, 1.0f); // linear light
@@ -234,7 +232,7 @@ public:
         scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
         shadows->unbind(program.get());
         sky->unbind();
-        chain->end(GLuint(target));
+        chain->end(); // into the framebuffer of the window or of the file
         scene.updatePreviousMatrices();
     }
 
