@@ -11,7 +11,8 @@ extern "C" __attribute__((visibility("default"))) const char *__lsan_default_sup
     return "leak:SlotUniforms::uploadMap\n"
            "leak:SamplerSlots::makeEmptyTexture\n"
            "leak:SamplerSlots::makeMap\n"
-           "leak:libdbus-1.so\n";
+           "leak:libdbus-1.so\n"
+           "leak:libqoffscreen.so\n"; // Qt's platform without a display: its screen
 }
 
 /// No list of the suppressions that were used: tests compare what programs print.

@@ -43,7 +43,7 @@ function(zelgl_program_defaults target)
 endfunction()
 
 # zelgl_precompile_qt(TARGET [HEADER...]): precompiles the headers that most sources of the target include, which halves its
-# compile time. A source still includes what it uses: the presets "debug" and "asan" build without precompiled headers.
+# compile time. A source still includes what it uses: CMAKE_DISABLE_PRECOMPILE_HEADERS=ON builds without them.
 function(zelgl_precompile_qt target)
     target_precompile_headers(${target} PRIVATE
         <QtCore/QByteArray> <QtCore/QHash> <QtCore/QList> <QtCore/QMap> <QtCore/QObject> <QtCore/QSet> <QtCore/QString>

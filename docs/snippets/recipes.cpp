@@ -55,8 +55,9 @@ TEST_F(SnippetsTest, RecipesOfScenes)
     auto panes = newPanes(2);
     panes->set(0, "Color", QColor(Qt::green));
     panes->set(1, "Color", QColor(255, 0, 0, 128));
-    const auto wall = newPanes(1);
-    wall->set(0, "Color", QColor(Qt::blue));
+    auto wall = std::make_unique<InstanceDataCollection>("Pane", QList<InstanceData>{InstanceData("Pane")});
+    const QVector4D blue(0, 0, 1, 1);
+    wall->set(0, "Color", &blue, sizeof blue);
     const auto solid = ProgramBuilder::build(kPlaced, kPlain);
     const auto glass = ProgramBuilder::build(kPlaced, kPlain);
     TriangleMesh::Options options;
@@ -75,7 +76,7 @@ TEST_F(SnippetsTest, RecipesOfScenes)
     constexpr quint64 kTransparent = 1;
     GPUModel scene;
     scene.setDeleteOnClear(false); // the host owns the draw units and tables
-    const int walls = scene.add(background.get(), kStone, nullptr, wall->data(), 0);
+    const int walls = scene.add(background.get(), kStone, nullptr, wall.get(), 0);
     const int windows = scene.add(square.get(), kGlass, nullptr, panes->data(), kTransparent);
     //! [materials]
     scene.useTransform(walls, 0, scene.addTransform(GPUModel::kInvalidTransformRef, behind));
@@ -119,6 +120,9 @@ TEST_F(SnippetsTest, RecipesOfScenes)
     EXPECT_EQ(QVector3D(0, 1, 0), colorIn(picture, 1));
     EXPECT_NEAR(0.5, colorIn(picture, 4).x(), 0.01);
     EXPECT_NEAR(0.5, colorIn(picture, 4).z(), 0.01);
+    scene.clear();
+    panes.reset(); // before its plan
+    wall.reset();
     InstanceDataRegistry::Instance()->clear();
     _capture.takeTexts(QtDebugMsg);
 }
