@@ -17,9 +17,9 @@
 #include <QtCore/QThread>
 #include <QtGui/QOpenGLFunctions_3_2_Core>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 
 using namespace Orvane::Zel;
 
@@ -734,14 +734,11 @@ class MalformedFilesTest : public UploadTest, public testing::WithParamInterface
 TEST_P(MalformedFilesTest, StayInBoundsAndLeakNothing)
 {
     const UploadTouch touch;
-    std::clock_t longest = 0;
     int files = 0;
     bool leftNothing = true;
     for (const QByteArray &seed : GetParam().seeds()) {
         forEachNeighbour(seed, [&](const QByteArray &file) {
-            const std::clock_t begin = std::clock();
             GetParam().use(file);
-            longest = std::max(longest, std::clock() - begin);
             leftNothing = leftNothing && Texture::NumAlive() == 0 && ledger().alive(GLLedger::eTexture) == 0;
             _capture.take();
             takeGLErrors();
@@ -750,7 +747,6 @@ TEST_P(MalformedFilesTest, StayInBoundsAndLeakNothing)
     }
     EXPECT_GE(files, GetParam().files);
     EXPECT_TRUE(leftNothing) << "a texture was left over";
-    EXPECT_LT(longest, CLOCKS_PER_SEC);
     EXPECT_GT(touch.count(), 0) << "some must reach the upload";
 }
 
