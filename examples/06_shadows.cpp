@@ -1,8 +1,8 @@
 // Shadows of a sun, in the cascades of ShadowLayers.
 //
 // Each frame, update() fits the projections of the layers to what the camera sees, and has the host draw all casters into each
-// layer that changed; the vertex stage of casters ends with shadowCasterPosition(). Between bind() and unbind(), a shader
-// calls shadowVisibility(). Stable cascades do not shimmer while the camera moves. See docs/shadows.md.
+// layer that changed, with the vertex stage of the screen. A shader calls shadowIrradiance() for the light with its shadow.
+// Stable cascades do not shimmer while the camera moves. See docs/shadows.md.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -34,11 +34,10 @@ public:
         _shadows->setLights({ShadowLight::sun({0.75f, -0.62f, -0.35f}, size)});
 
         GLSLMacroProcessor processor;
-        ShadowLayers::setUp(&processor, options.kind);
         processor.addDefine("TOWERS", QString::number(kTowers));
-        _program = makeProgram("06_shadows.vert", "06_shadows.frag", nullptr, &processor);
-        processor.addDefine("CASTER", "1");
-        _casters = makeProgram("06_shadows.vert", "#version 150\nvoid main() {}\n", nullptr, &processor);
+        const QString vertex = exampleShader("06_shadows.vert");
+        _program = _shadows->build(vertex, exampleShader("06_shadows.frag"), nullptr, &processor);
+        _casters = _shadows->buildCasters(vertex, nullptr, &processor);
     }
 
     void prepare(float aspect, float seconds) override
@@ -64,10 +63,9 @@ public:
         glClear(GL_COLOR_BUFFER_BIT);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         DrawScope scope(_program.get());
-        _shadows->bind(_program.get());
+        scope.use(_shadows.get());
         _program->setUniform("u_Projection", _viewProjection);
         scope.draw(_cubes.get());
-        _shadows->unbind(_program.get());
     }
 
 private:

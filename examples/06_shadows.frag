@@ -7,11 +7,7 @@ out vec4 o_Color;
 void main()
 {
     vec3 normal = normalize(cross(dFdx(vo_Position), dFdy(vo_Position)));
-    vec3 toSun = shadowDirectionTo(0, vo_Position);
-    float sunlight = max(dot(normal, toSun), 0.0);
-    if (sunlight > 0.0) {
-        sunlight *= shadowVisibility(0, vo_Position, normal, toSun);
-    }
+    float sunlight = shadowIrradiance(0, vo_Position, normal);
     vec3 hue = 0.5 + 0.5 * cos(6.2831853 * (0.07 * sqrt(float(vo_ID)) + vec3(0.55, 0.7, 0.85)));
     vec3 albedo = vo_ID == uint(TOWERS) ? vec3(0.62, 0.6, 0.57) : mix(vec3(0.75), hue, 0.6);
     vec3 sky = mix(vec3(0.20, 0.19, 0.18), vec3(0.34, 0.40, 0.50), 0.5 + 0.5 * normal.y);

@@ -2,7 +2,6 @@
 
 // The towers and the ground: on the screen, and in the layers of shadows.
 #include "ZelUtilities.glslh"
-#include "KitCasterVertex.glslh"
 in vec3 va_Vertex;
 uniform mat4 u_Projection;
 out vec3 vo_Position;
@@ -25,7 +24,4 @@ void main()
     vo_ID = getDrawID();
     vo_Position = placed(va_Vertex, vo_ID);
     gl_Position = u_Projection * vec4(vo_Position, 1.0);
-#ifdef CASTER
-    gl_Position = shadowCasterPosition(gl_Position);
-#endif
 }

@@ -1,8 +1,8 @@
 // Soft shadows of a spot light and a point light in variance shadow maps.
 //
 // A spot light has one layer of ShadowLayers and a point light up to six. Layers of the kind eVariance hold the blurred depth and
-// its square: their shadows are soft with one look-up, while plain layers take 48. A shader looks each light up by its index
-// in the list; colour, falloff and cone are up to the shader. See docs/shadows.md.
+// its square: their shadows are soft with one look-up, while plain layers take 48. A shader calls shadowIrradiance() for each
+// light, by its index in the list, and multiplies it by the colour. See docs/shadows.md.
 
 #include "Programs.h"
 #include "Shapes.h"
@@ -31,11 +31,10 @@ public:
         options.kind = ShadowLayers::eVariance;
         _shadows = ShadowLayers::create(options);
         GLSLMacroProcessor processor;
-        ShadowLayers::setUp(&processor, options.kind);
         processor.addDefine("COLUMNS", QString::number(kColumns));
-        _program = makeProgram("14_lights.vert", "14_lights.frag", nullptr, &processor);
-        processor.addDefine("CASTER", "1");
-        _casters = makeProgram("14_lights.vert", "14_casters.frag", nullptr, &processor);
+        const QString vertex = exampleShader("14_lights.vert");
+        _program = _shadows->build(vertex, exampleShader("14_lights.frag"), nullptr, &processor);
+        _casters = _shadows->buildCasters(vertex, nullptr, &processor);
     }
 
     void prepare(float aspect, float seconds) override
@@ -63,10 +62,9 @@ public:
     {
         const AutoEnabler depthTest(GL_DEPTH_TEST);
         DrawScope scope(_program.get());
-        _shadows->bind(_program.get());
+        scope.use(_shadows.get());
         _program->setUniform("u_Projection", _viewProjection);
         scope.draw(_cubes.get());
-        _shadows->unbind(_program.get());
     }
 
 private:

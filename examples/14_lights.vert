@@ -2,7 +2,6 @@
 
 // The columns and the ground: on the screen, and in the layers of shadows.
 #include "ZelUtilities.glslh"
-#include "KitCasterVertex.glslh"
 in vec3 va_Vertex;
 in vec3 va_Normal;
 uniform mat4 u_Projection;
@@ -26,7 +25,4 @@ void main()
     vo_Normal = va_Normal;
     vo_Position = placed(va_Vertex, getDrawID());
     gl_Position = u_Projection * vec4(vo_Position, 1.0);
-#ifdef CASTER
-    gl_Position = shadowCasterPosition(gl_Position);
-#endif
 }

@@ -38,9 +38,7 @@ public:
         , _layers(ShadowLayers::create(options))
         , _vertexArray(OpenGLDeviceContext::current()->newVAO())
     {
-        ShadowLayers::setUp(&_processor, options.kind);
         const QString vertexStage = R"(#version 150
-#include "KitCasterVertex.glslh"
 uniform mat4 u_Projection;
 uniform float u_Gap;
 void main()
@@ -51,23 +49,18 @@ void main()
     if (slat == 4) {
         place = vec3(7.0 * corner.x - 2.1, 0.0, 7.0 * corner.y - 2.1); // the floor
     }
-    gl_Position = shadowCasterPosition(u_Projection * vec4(place, 1.0));
+    gl_Position = u_Projection * vec4(place, 1.0);
 })";
-        const bool isPlain = options.kind == ShadowLayers::ePlain;
-        _casters = makeProgram(vertexStage, isPlain ? "#version 150\nvoid main() {}" : R"(#version 150
-#include "KitCasterFragment.glslh"
-out vec4 color;
-void main() { color = shadowCasterMoments(); })",
-                               &_processor);
-        _floor = makeProgram(kAllOver, R"(#version 150
+        _casters = _layers->buildCasters(vertexStage);
+        _floor = _layers->build(kAllOver, R"(#version 150
 #include "KitShadows.glslh"
 out vec4 color;
 void main()
 {
     vec3 place = vec3(gl_FragCoord.x / 24.0 - 2.0, 0.0, gl_FragCoord.y / 24.0 - 2.0);
-    color = vec4(shadowVisibility(0, place, vec3(0.0, 1.0, 0.0), shadowDirectionTo(0, place)));
-})",
-                             &_processor, {ShadowLayers::shaderFile()});
+    color.r = shadowVisibility(0, place, vec3(0.0, 1.0, 0.0), shadowDirectionTo(0, place));
+    color.g = shadowIrradiance(0, place, vec3(0.0, 1.0, 0.0));
+})");
         _layers->setLights({light});
     }
 
@@ -90,12 +83,32 @@ void main()
         return pixels;
     }
 
+    static QVector3D placeOf(int x, int y)
+    {
+        return {(float(x) + 0.5f) / 24 - 2, 0, (float(y) + 0.5f) / 24 - 2};
+    }
+
+    QVector3D toLight(int x, int y) const
+    {
+        return _light.type == ShadowLight::eDirectional ? -_light.direction : _light.position - placeOf(x, y);
+    }
+
+    /// Of a lit pixel.
+    float irradiance(int x, int y) const
+    {
+        const QVector3D ray = toLight(x, y);
+        const QVector3D direction = ray.normalized();
+        const float angle = std::acos(-QVector3D::dotProduct(direction, _light.direction));
+        const float beyond = (angle / _light.halfAngle - 0.9f) / 0.1f; // of the part with full strength
+        const bool isSpot = _light.type == ShadowLight::eSpot;
+        return isSpot && beyond > 1 ? 0 : isSpot && beyond > 0 ? NAN : direction.y() / ray.lengthSquared();
+    }
+
     /// Whether a ray from a pixel to the light passes all slats.
     bool isLit(int x, int y) const
     {
-        const QVector3D from((float(x) + 0.5f) / 24 - 2, 0, (float(y) + 0.5f) / 24 - 2);
-        const QVector3D ray =
-            _light.type == ShadowLight::eDirectional ? -_light.direction : _light.position - from;
+        const QVector3D from = placeOf(x, y);
+        const QVector3D ray = toLight(x, y);
         for (int slat = 0; slat < kSlats; ++slat) {
             const QVector3D corner(-1.5f + 0.8f * float(slat), _gap, 0.3f * float(slat % 3) - 0.4f);
             const QVector3D normal(-0.5f, 0, 1); // the slat goes along (1, 0, 0.5) and up
@@ -114,7 +127,6 @@ void main()
 private:
     ShadowLight _light;
     float _gap;
-    GLSLMacroProcessor _processor;
     std::unique_ptr<ShadowLayers> _layers;
     QSharedPointer<VertexArrayObject> _vertexArray;
     std::unique_ptr<ShaderProgram> _casters;
@@ -204,6 +216,8 @@ TEST_F(KitLightTest, ShadowsOfEveryLightAgreeWithRaysAwayFromTheirEdges)
                     }
                 }
                 wrong += !isEdge && std::abs(seen.at(x, y).x() - expected) > 0.1f;
+                const float full = floor.irradiance(x, y);
+                wrong += std::abs(seen.at(x, y).y() - seen.at(x, y).x() * full) > 0.002f * full; // not a NaN
                 shadowed += !isEdge && expected == 0;
             }
         }

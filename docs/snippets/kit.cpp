@@ -357,7 +357,6 @@ TEST_F(SnippetsTest, TriangleMesh)
 
 TEST_F(SnippetsTest, ShadowLayers)
 {
-    Canvas canvas(8, 1); // the floor from x = -4 to x = 4
     QMatrix4x4 view, projection;
     view.lookAt({0, 4, 8}, {0, 0, 0}, {0, 1, 0});
     projection.perspective(60, 1, 1, 40);
@@ -370,49 +369,57 @@ TEST_F(SnippetsTest, ShadowLayers)
     const std::unique_ptr<ShadowLayers> shadows = ShadowLayers::create(options);
     shadows->setLights({sun});
 
-    GLSLMacroProcessor processor;
-    ShadowLayers::setUp(&processor, options.kind);
-    const auto casters = makeProgram(R"(#version 150
-#include "KitCasterVertex.glslh"
-uniform mat4 u_Projection;
-in vec4 va_Vertex;
-void main() { gl_Position = shadowCasterPosition(u_Projection * vec4(va_Vertex.x, 1.0, va_Vertex.y, 1.0)); }
-)",
-                                     "#version 150\nvoid main() {}", &processor);
-    const auto floor = makeProgram(kAllOver, R"(#version 150
-#include "KitShadows.glslh"
-out vec4 color;
+    const QString vertex = R"(#version 150
+#include "ZelUtilities.glslh"
+in vec3 va_Vertex;
+in vec3 va_Normal;
+uniform mat4 u_ViewProjection;
+out vec3 vo_Position;
+out vec3 vo_Normal;
 void main()
 {
-    vec3 place = vec3(gl_FragCoord.x - 4.0, 0.0, 0.0);
-    color = vec4(shadowVisibility(0, place, vec3(0.0, 1.0, 0.0), shadowDirectionTo(0, place)));
-})",
-                                   &processor, {ShadowLayers::shaderFile()});
+    bool isGround = getDrawID() == 0u;
+    vo_Position = isGround ? vec3(4.0, 0.01, 4.0) * va_Vertex : va_Vertex + vec3(0.0, 2.0, 0.0);
+    vo_Normal = va_Normal;
+    gl_Position = u_ViewProjection * vec4(vo_Position, 1.0);
+}
+)";
+    const auto casters = shadows->buildCasters(vertex);
+    const auto program = shadows->build(vertex, R"(#version 150
+#include "KitShadows.glslh"
+in vec3 vo_Position;
+in vec3 vo_Normal;
+out vec4 color;
+void main() { color = vec4(vec3(shadowIrradiance(0, vo_Position, vo_Normal)), 1.0); }
+)");
+    const auto boxes = TriangleMesh::box().drawBuffers(2);
+    const auto drawBoxes = [&boxes](ShaderProgram *drawn, const QMatrix4x4 &viewProjection,
+                                    ShadowLayers *lights = nullptr) {
+        DrawScope scope(drawn);
+        if (lights != nullptr) {
+            scope.use(lights);
+        }
+        drawn->setUniform("u_ViewProjection", viewProjection);
+        scope.draw(boxes.get());
+    };
 
-    // Each frame.
-    shadows->update(view, projection, {{-4.1f, -0.1f, -4.1f}, {4.1f, 1.1f, 4.1f}},
-                    [&casters](const ShadowLayers::Layer &layer) {
-                        const AutoBinder bound(casters.get());
-                        casters->setUniform("u_Projection", QVariant(layer.projection));
-                        const auto plate = OpenGLDeviceContext::current()->fullscreenQuad();
-                        plate->bind();
-                        plate->VAO()->enableShaderProgramArrays(casters.get());
-                        plate->draw(casters.get());
-                        plate->unbind();
-                    });
-    const AutoBinder bound(floor.get());
-    shadows->bind(floor.get());
-    canvas.draw(*floor);
-    shadows->unbind(floor.get());
+    const QImage picture = RenderTarget::picture({33, 33}, [&] { // or each frame
+        const AutoEnabler depthTest(GL_DEPTH_TEST);
+        shadows->update(
+            view, projection, {{-4.1f, -0.1f, -4.1f}, {4.1f, 3.1f, 4.1f}},
+            [&](const ShadowLayers::Layer &layer) { drawBoxes(casters.get(), layer.projection); });
+        drawBoxes(program.get(), projection * view, shadows.get());
+    });
     //! [ShadowLayers]
-    EXPECT_TRUE(canvas.pixels().isNear(1, 0, {1, 1, 1, 1}, 0.01f)); // x = -2.5
-    EXPECT_TRUE(canvas.pixels().isNear(4, 0, {0, 0, 0, 0}, 0.01f)); // below the plate
+    EXPECT_EQ(qRgb(255, 255, 255), picture.pixel(6, 16)); // x = -3
+    EXPECT_EQ(qRgb(0, 0, 0), picture.pixel(16, 16));      // below the box
 }
 
 TEST_F(SnippetsTest, EnvironmentLight)
 {
     LightImage sky{{16, 8}, std::vector<QVector3D>(128, {0.2f, 0.3f, 0.6f})}; // linear, the sky first
     Canvas canvas(1, 1);
+    const auto quad = OpenGLDeviceContext::current()->newFullscreenQuad();
     //! [EnvironmentImage]
     std::optional<EnvironmentImage> image = EnvironmentImage::prepared(sky); // or fromTexture()
     const std::optional<DistantLight> sun = image->takeStrongestLight();     // if there is one
@@ -439,10 +446,11 @@ void main() { color = vec4(environmentScattered(vec3(0.0, 1.0, 0.0)), 1.0); }
 )",
                                      &processor);
     const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    const AutoBinder bound(program.get());
-    light->bind(program.get());
-    canvas.draw(*program);
-    light->unbind();
+    {
+        DrawScope scope(program.get());
+        scope.use(light.get());
+        scope.draw(quad.data());
+    }
     //! [EnvironmentLight]
     EXPECT_TRUE(canvas.pixels().isNear(0, 0, {0.2f, 0.3f, 0.6f, 1}, 0.01f));
     EXPECT_NE(nullptr, EnvironmentLight::load(path));

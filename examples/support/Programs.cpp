@@ -8,16 +8,11 @@
 using namespace Orvane::Zel;
 using Orvane::ZelShaders::ProgramBuilder;
 
-namespace {
-
-/// A text, or the path of a file of the examples if there is one of this name.
-QString located(const QString &source)
+QString exampleShader(const QString &source)
 {
     const QString here = QStringLiteral(EXAMPLES_FOLDER "/") + source;
     return !source.contains('\n') && QFileInfo::exists(here) ? here : source;
 }
-
-} // namespace
 
 std::unique_ptr<ShaderProgram> makeProgram(const QString &vertex, const QString &fragment,
                                            TextureManager *manager, GLSLMacroProcessor *processor)
@@ -25,5 +20,5 @@ std::unique_ptr<ShaderProgram> makeProgram(const QString &vertex, const QString 
     GLSLMacroProcessor own;
     processor = processor != nullptr ? processor : &own;
     processor->addIncludePath(EXAMPLES_FOLDER);
-    return ProgramBuilder::build(located(vertex), located(fragment), manager, processor);
+    return ProgramBuilder::build(exampleShader(vertex), exampleShader(fragment), manager, processor);
 }

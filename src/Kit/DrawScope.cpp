@@ -1,5 +1,7 @@
 #include "DrawScope.h"
 
+#include "EnvironmentLight.h"
+#include "ShadowLayers.h"
 #include "private/Failure.h"
 
 #include <ZelGL/ZelGL.h>
@@ -52,11 +54,23 @@ DrawScope::~DrawScope()
     if (!_isBound) {
         return;
     }
+    unbindAll();
+}
+
+void DrawScope::unbindAll()
+{
     if (_unit != nullptr) {
         _unit->unbind();
     }
+    if (_environment != nullptr) {
+        _environment->unbind();
+    }
+    if (_shadows != nullptr) {
+        _shadows->unbind(_program);
+    }
     unbindData();
     _program->unbind();
+    _isBound = false;
 }
 
 bool DrawScope::setCollections(Collections collections)
@@ -68,12 +82,36 @@ bool DrawScope::setCollections(Collections collections)
     if (bindData(collections)) {
         return true;
     }
-    if (_unit != nullptr) {
-        _unit->unbind();
-    }
-    _program->unbind();
-    _isBound = false;
+    _manager = nullptr; // is not bound
+    unbindAll();
     return false;
+}
+
+bool DrawScope::use(ShadowLayers *lights)
+{
+    return useLights(lights, &_shadows);
+}
+
+bool DrawScope::use(EnvironmentLight *light)
+{
+    return useLights(light, &_environment);
+}
+
+template <typename Lights> bool DrawScope::useLights(Lights *lights, Lights **bound)
+{
+    if (!_isBound) {
+        return false;
+    }
+    if (lights == nullptr || *bound != nullptr) {
+        fail(nullptr, lights == nullptr ? QStringLiteral("the lights of the draw scope are null")
+                                        : QStringLiteral("the draw scope has such lights already"));
+        return false;
+    }
+    if (!lights->bind(_program)) {
+        return false;
+    }
+    *bound = lights;
+    return true;
 }
 
 bool DrawScope::draw(DrawBuffers *unit, const QVector<int> *commands)

@@ -16,8 +16,11 @@ class TextureManager;
 
 namespace Orvane { namespace ZelKit {
 
+class EnvironmentLight;
+class ShadowLayers;
+
 /// Binds what draws need, in the right order, and unbinds it in reverse order at the end of the scope: the program, the instance
-/// data with their textures, the texture manager, and each draw unit with its attributes.
+/// data with their textures, the texture manager, lights, and each draw unit with its attributes.
 ///
 /// It makes the same GL calls as the same steps by hand, and does not allocate. Consecutive draw units are rebound with the
 /// fewest calls. A scope that cannot bind everything binds nothing, and its draws return false.
@@ -45,17 +48,25 @@ public:
     /// Replaces the instance data for the next draws; program and draw unit stay bound.
     bool setCollections(Collections collections);
 
+    /// Binds the lights until the scope ends; call it once. False if they cannot be bound: their shaders then get no light of them.
+    bool use(ShadowLayers *lights);
+    bool use(EnvironmentLight *light);
+
     /// Draws the unit, or only the commands with these numbers. For uniforms, see the program, which is bound.
     bool draw(Zel::DrawBuffers *unit, const QVector<int> *commands = nullptr);
 
 private:
+    template <typename Lights> bool useLights(Lights *lights, Lights **bound);
     bool bindData(Collections collections);
     void unbindData();
+    void unbindAll();
 
     Zel::ShaderProgram *_program;
     Zel::TextureManager *_manager;
     QVarLengthArray<Zel::InstanceDataCollection *, 8> _collections; ///< bound, in this order
     Zel::DrawBuffers *_unit = nullptr;                              ///< bound
+    ShadowLayers *_shadows = nullptr;                               ///< bound
+    EnvironmentLight *_environment = nullptr;                       ///< bound
     bool _isBound = false;
 };
 

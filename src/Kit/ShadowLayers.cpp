@@ -9,6 +9,7 @@
 #include "private/StableCascades.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelShaders/ProgramBuilder.h>
 
 #include <QtGui/QVector2D>
 
@@ -16,6 +17,7 @@
 #include <cmath>
 
 using namespace Orvane::Zel;
+using Orvane::ZelShaders::ProgramBuilder;
 
 namespace Orvane { namespace ZelKit {
 
@@ -39,6 +41,9 @@ constexpr float kWidening = 0.96f;
 constexpr float kMaxSpotAngle = 1.2f;
 constexpr int kCubeFaces = 6;
 
+/// Part of the angle of a spot light in which it has its full strength.
+constexpr float kFullPartOfCone = 0.9f;
+
 constexpr int kMaxErrors = 100;
 
 /// The reach of the projection of a spot light, in units of the light. It begins at 0.2 units. Moments need most of the range of
@@ -54,7 +59,7 @@ struct SourceRecord
     float towards[3];
     qint32 isLocal;
     qint32 runs[2];
-    qint32 unused[2];
+    float cone[2];
 };
 
 /// The block u_ShadowSourceTable, in std140 layout.
@@ -83,6 +88,9 @@ SourceRecord toRecord(const ShadowLight &source, const std::pair<int, int> &runs
     record.size = source.size;
     record.runs[0] = runs.first;
     record.runs[1] = runs.second;
+    const bool isSpot = source.type == ShadowLight::eSpot;
+    record.cone[0] = isSpot ? std::cos(source.halfAngle) : -3.0f;
+    record.cone[1] = isSpot ? std::cos(kFullPartOfCone * source.halfAngle) : -2.0f;
     return record;
 }
 
@@ -138,10 +146,11 @@ int sideFor(int layers, const ShadowLayers::Options &options)
     return isFull ? options.side : std::max(options.side / 2, 1);
 }
 
-ShadowLayers::Layer makeLayer(int number, const ShadowMapManager::RenderData::Transform &transform)
+/// \a transform: to depths of 0 to 1. The depth range of the window maps those of clip space, -1 to 1, back to them.
+ShadowLayers::Layer makeLayer(int number, const QMatrix4x4 &transform)
 {
-    ShadowLayers::Layer layer{number, QMatrix4x4(transform.values.data()).transposed(), {}};
-    layer.beam = layer.projection;
+    ShadowLayers::Layer layer{number, transform, transform};
+    layer.projection.setRow(2, 2.0f * transform.row(2) - transform.row(3));
     layer.beam.setRow(2, QVector4D());
     return layer;
 }
@@ -257,6 +266,25 @@ void ShadowLayers::setUp(GLSLMacroProcessor *processor, Kind kind)
 QString ShadowLayers::shaderFile()
 {
     return ShadowMapManager::getShaderFile();
+}
+
+std::unique_ptr<ShaderProgram> ShadowLayers::build(const QString &vertex, const QString &fragment,
+                                                   TextureManager *manager,
+                                                   GLSLMacroProcessor *processor) const
+{
+    GLSLMacroProcessor own;
+    processor = processor != nullptr ? processor : &own;
+    setUp(processor, _options.kind);
+    return ProgramBuilder::build(vertex, fragment, manager, processor);
+}
+
+std::unique_ptr<ShaderProgram> ShadowLayers::buildCasters(const QString &vertex, TextureManager *manager,
+                                                          GLSLMacroProcessor *processor) const
+{
+    const QString fragment = shaderFolder()
+                             + (_options.kind == ePlain ? QStringLiteral("/casterDepths.frag")
+                                                        : QStringLiteral("/casterMoments.frag"));
+    return build(vertex, fragment, manager, processor);
 }
 
 ShadowLayers::ShadowLayers(const Options &options)
@@ -547,8 +575,8 @@ void ShadowLayers::render(const CasterDrawer &drawCasters)
         if (rendered && transform == *rendered) {
             continue;
         }
-        const Layer layer = makeLayer(number, transform);
-        rendered = layer.projection;
+        rendered = QMatrix4x4(transform.values.data()).transposed();
+        const Layer layer = makeLayer(number, *rendered);
         if (_options.kind == eVariance) {
             renderMoments(layer, drawCasters);
         } else {

@@ -27,6 +27,7 @@ class FramebufferObject;
 class GLSLMacroProcessor;
 class ShaderProgram;
 class Texture;
+class TextureManager;
 class UniformBufferObject;
 } // namespace Zel
 
@@ -50,7 +51,7 @@ struct ZELKIT_EXPORT ShadowLight
     Type type = eDirectional;
     QVector3D position;                     ///< unless directional
     QVector3D direction{0.0f, -1.0f, 0.0f}; ///< in which it shines, of any length; unless a point light
-    /// Of the cone that the layer of a spot light covers. Shaders get no cone: what is outside counts as lit.
+    /// Of the cone of a spot light. The light fades to its edge from nine tenths of the angle on.
     float halfAngle = 0.7853982f;
     /// Radius of the source, which softens its shadows; of a directional light the tangent of its angular radius.
     float size = 0.0f;
@@ -68,9 +69,9 @@ struct ZELKIT_EXPORT ShadowLight
 /// The shadow map layers of a frame: their projections, allocation and rendering, and their lookup in shaders.
 ///
 /// For each frame, call update(), which lets the host draw the casters of each layer whose projection has changed. It draws them
-/// with pancaking: a caster between a light and the near end of a layer casts its shadow. Shaded programs include
-/// "KitShadows.glslh" and link shaderFile(); its shadowVisibility() filters by the size of the source, avoids shadow acne by the
-/// normal, and blends cascades. Call bind() before their draws.
+/// with pancaking: a caster between a light and the near end of a layer casts its shadow. build() builds shaded programs, which
+/// include "KitShadows.glslh". Its shadowIrradiance() is the light that a face gets, with its shadow; its shadowVisibility()
+/// is the shadow alone, filtered by the size of the source and blended between cascades. DrawScope binds the layers for a draw.
 ///
 /// - Units: world space; the side of a layer in texels.
 /// - Context: create, use and delete with the same context current.
@@ -107,25 +108,35 @@ public:
     struct Layer
     {
         int number;
-        QMatrix4x4 projection; ///< from the world to depths of 0 to 1, for the vertex stage of casters
+        QMatrix4x4 projection; ///< from the world to clip space, for the vertex stage of casters
         /// To cull casters with: the projection without its near plane, since casters may be before it.
         QMatrix4x4 beam;
     };
 
-    /// Draws all casters into the bound framebuffer, with the projection of the layer. The vertex stage computes gl_Position
-    /// with shadowCasterPosition() of "KitCasterVertex.glslh"; with eVariance the fragment stage writes shadowCasterMoments()
-    /// of "KitCasterFragment.glslh" to output 0. Draw both sides of faces.
+    /// Draws all casters into the bound framebuffer, with the projection of the layer and a program of buildCasters(). Draw both
+    /// sides of faces.
     using CasterDrawer = std::function<void(const Layer &)>;
 
-    /// Adds the include path and the defines of the programs that draw casters or look shadows up. Call it before their stages
-    /// are added.
+    /// Adds the include path and the defines of the programs that draw casters or look shadows up, for hosts that build them
+    /// without build(). Call it before their stages are added.
     static void setUp(Zel::GLSLMacroProcessor *processor, Kind kind);
-    /// The file that such programs link, another fragment shader.
+    /// The file that programs link, as another fragment shader, if build() does not build them.
     static QString shaderFile();
 
     /// Null if an option is out of range or the driver rejects a shader or a texture.
     static std::unique_ptr<ShadowLayers> create(const Options &options, QString *error = nullptr);
     ~ShadowLayers();
+
+    /// ProgramBuilder::build() after setUp(), for programs that look shadows up.
+    std::unique_ptr<Zel::ShaderProgram> build(const QString &vertex, const QString &fragment,
+                                              Zel::TextureManager *manager = nullptr,
+                                              Zel::GLSLMacroProcessor *processor = nullptr) const;
+    /// The same for opaque casters. Their vertex stage may be that of the screen, since the layer's projection is an ordinary one.
+    /// A fragment stage of the host, such as one that discards, writes shadowCasterMoments() of "KitCasterFragment.glslh"
+    /// to output 0 with eVariance, and nothing with ePlain.
+    std::unique_ptr<Zel::ShaderProgram> buildCasters(const QString &vertex,
+                                                     Zel::TextureManager *manager = nullptr,
+                                                     Zel::GLSLMacroProcessor *processor = nullptr) const;
 
     /// Sets the lights; uses only the first kMaxLights. The number of a light in shaders is its index. A light with values that are
     /// not finite, without a direction, or a spot light without an angle casts no shadow, with a warning.

@@ -35,19 +35,6 @@ void main()
 }
 )";
 
-const char *const kCasterText = R"(#version 150
-#include "KitCasterVertex.glslh"
-#include "ZelUtilities.glslh"
-#instancedata "Stone"
-in vec3 va_Vertex;
-uniform mat4 u_Projection;
-
-void main()
-{
-    gl_Position = shadowCasterPosition(u_Projection * getModelMatrix() * vec4(va_Vertex, 1.0));
-}
-)";
-
 const char *const kFragmentText = R"(#version 150
 #include "KitShadows.glslh"
 #include "TextureManager.glslh"
@@ -142,14 +129,13 @@ public:
 
         GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
-        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
-        casters = ProgramBuilder::build(kCasterText, "#version 150\nvoid main() {}\n", nullptr, &processor);
+        shadows = ShadowLayers::create({});
+        program = shadows->build(kVertexText, kFragmentText, textures, &processor);
+        casters = shadows->buildCasters(kVertexText);
 
         ShadowLight sun;
         sun.direction = QVector3D(0.9f, -0.9f, -0.1f).normalized();
         sun.size = 0.02f; // soft edges
-        shadows = ShadowLayers::create({});
         shadows->setLights({sun});
     }
 
@@ -170,7 +156,7 @@ public:
         shadows->update(camera.view(), camera.projection(aspect), bounds,
                         [this](const ShadowLayers::Layer &layer) {
                             const AutoBinder bound(casters.get());
-                            casters->setUniform("u_Projection", layer.projection);
+                            casters->setUniform("u_ViewProjection", layer.projection);
                             scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
                         });
 

@@ -36,19 +36,6 @@ void main()
 }
 )";
 
-const char *const kCasterText = R"(#version 150
-#include "KitCasterVertex.glslh"
-#include "ZelUtilities.glslh"
-#instancedata "Stone"
-in vec3 va_Vertex;
-uniform mat4 u_Projection;
-
-void main()
-{
-    gl_Position = shadowCasterPosition(u_Projection * getModelMatrix() * vec4(va_Vertex, 1.0));
-}
-)";
-
 const char *const kFragmentText = R"(#version 150
 #include "KitEnvironment.glslh"
 #include "KitShadows.glslh"
@@ -171,9 +158,9 @@ public:
         GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
         EnvironmentLight::setUp(&processor);
-        ShadowLayers::setUp(&processor, ShadowLayers::ePlain);
-        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
-        casters = ProgramBuilder::build(kCasterText, "#version 150\nvoid main() {}\n", nullptr, &processor);
+        shadows = ShadowLayers::create({});
+        program = shadows->build(kVertexText, kFragmentText, textures, &processor);
+        casters = shadows->buildCasters(kVertexText);
 
         EnvironmentImage image = paintedSky();
         const DistantLight brightest = *image.takeStrongestLight();
@@ -181,7 +168,6 @@ public:
         ShadowLight sun;
         sun.direction = -brightest.direction;
         sun.size = 0.02f; // soft edges
-        shadows = ShadowLayers::create({});
         shadows->setLights({sun});
 
         sky = QFile::exists("sky.light") ? EnvironmentLight::load("sky.light") : nullptr;
@@ -212,7 +198,7 @@ public:
         shadows->update(camera.view(), camera.projection(aspect), bounds,
                         [this](const ShadowLayers::Layer &layer) {
                             const AutoBinder bound(casters.get());
-                            casters->setUniform("u_Projection", layer.projection);
+                            casters->setUniform("u_ViewProjection", layer.projection);
                             scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
                         });
 

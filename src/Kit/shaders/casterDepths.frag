@@ -1,0 +1,4 @@
+// Opaque casters in plain layers.
+#version 150
+
+void main() {}
