@@ -9,6 +9,8 @@
 
 #include <QtCore/QByteArray>
 
+#include <utility>
+
 #include <dlfcn.h>
 
 namespace Orvane { namespace ZelCheck {
@@ -20,12 +22,25 @@ constexpr char kInitialize[] = "_Z21initializeGLFunctionsv";
 
 bool wanted = false; ///< start() came before initializeGLFunctions()
 Check::Options options;
+QStringList unknownWords; ///< of ZELGL_CHECK, until they are reported
 
 /// Whether hosts call the initializeGLFunctions() of this library. If not, because ZelGL comes first in the order of the
 /// libraries, the entry points of extensions stay null: nothing would clear those that the driver lacks.
 bool isFirst()
 {
     return dlsym(RTLD_DEFAULT, kInitialize) == reinterpret_cast<void *>(&initializeGLFunctions);
+}
+
+/// Starts the check, and reports unknown words of ZELGL_CHECK once: not when the library is loaded, since a host has no message
+/// handler then, and LD_PRELOAD loads the library into programs without GL, too.
+void install()
+{
+    Watch::install(options);
+    if (!unknownWords.isEmpty()) {
+        logLine(QStringLiteral("Unknown in ZELGL_CHECK: \"%1\". The words are 1, 2, indices, redundant "
+                               "and labels, separated by commas; 0 alone switches the check off.")
+                    .arg(std::exchange(unknownWords, QStringList()).join(QStringLiteral("\", \""))));
+    }
 }
 
 /// Prepares the empty table when the library is loaded.
@@ -38,10 +53,18 @@ struct Loaded
         }
         const QByteArray wish = qgetenv("ZELGL_CHECK");
         if (!wish.isEmpty() && wish != "0") {
-            const QList<QByteArray> words = wish.split(',');
-            options.readIndices = words.contains("2") || words.contains("indices");
-            options.countRedundant = words.contains("redundant");
-            options.labels = words.contains("labels");
+            for (const QByteArray &part : wish.split(',')) {
+                const QByteArray word = part.trimmed();
+                if (word == "2" || word == "indices") {
+                    options.readIndices = true;
+                } else if (word == "redundant") {
+                    options.countRedundant = true;
+                } else if (word == "labels") {
+                    options.labels = true;
+                } else if (word != "1" && !word.isEmpty()) {
+                    unknownWords += QString::fromLocal8Bit(word);
+                }
+            }
             Check::start(options);
         }
     }
@@ -59,7 +82,7 @@ void Check::start(const Options &chosen)
     options = chosen;
     wanted = true;
     if (Watch::isTableSet()) {
-        Watch::install(options);
+        install();
     }
 }
 
@@ -140,7 +163,7 @@ ZELCHECK_EXPORT bool initializeGLFunctions()
     if (!isSet) {
         Watch::fillEmpty(isFirst());
     } else if (wanted) {
-        Watch::install(options);
+        install();
     }
     return isSet;
 }

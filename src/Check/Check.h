@@ -40,7 +40,7 @@ public:
 
     /// Starts the check; before initializeGLFunctions(), it starts with that call. A later call only changes the options.
     /// ZELGL_CHECK=1 calls it with the defaults, ZELGL_CHECK=2 with readIndices; the words "indices", "redundant" and "labels",
-    /// separated by commas, set these options.
+    /// separated by commas, set these options. Unknown words are reported when the check starts.
     static void start(const Options &options);
     static void start() { start(Options()); }
 

@@ -49,8 +49,7 @@ void Inside::pause()
 {
     _lock.unlock();
     for (const QString &text : std::exchange(_waiting, QStringList())) {
-        ZEL_BARE_WARNING("[ZelCheck] %s", qUtf8Printable(text));
-        appendToFile(text);
+        logLine(text);
     }
 }
 
@@ -60,6 +59,12 @@ void report(Mistake mistake, quint32 program, quint64 object, const std::functio
     if (reported.emplace(mistake, program, object).second) {
         Inside::current()->log(text());
     }
+}
+
+void logLine(const QString &text)
+{
+    ZEL_BARE_WARNING("[ZelCheck] %s", qUtf8Printable(text));
+    appendToFile(text);
 }
 
 int mistakesSeen()

@@ -85,6 +85,9 @@ private:
 /// is wrong and how to repair it. Only within an Inside.
 void report(Mistake mistake, quint32 program, quint64 object, const std::function<QString()> &text);
 
+/// Logs a line at once. Not within an Inside, which holds the lock.
+void logLine(const QString &text);
+
 /// Number of mistakes that this thread has seen so far, those that were not logged again included.
 int mistakesSeen();
 
