@@ -77,7 +77,7 @@ TEST_F(SnippetsTest, TextureIO)
     const std::unique_ptr<Texture> wood(LoadTextureFromFile(path, TextureFileInfo()));
     if (wood != nullptr) { // else the log says why
         const AutoBinder binder(wood.get());
-        glTexParameteri(wood->target(), GL_TEXTURE_WRAP_S, GL_REPEAT); // images are clamped at first
+        glTexParameteri(wood->target(), GL_TEXTURE_WRAP_S, GL_REPEAT); // PNG and HDR are clamped at first
     }
     //! [TextureIO]
     ASSERT_NE(nullptr, wood);

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Diagnosis of shaders in words: includes every header of libZelShaders. The library is optional, and libZelGL does
+/// Diagnosis of shaders: includes every header of libZelShaders. The library is optional, and libZelGL does
 /// not need it. Its interface may change before version 2.0.
 
 #include "FunctionIndex.h"
