@@ -531,6 +531,15 @@ TEST_F(KitPackedSceneTest, BadInputIsRefusedWithTheReason)
             "a packed scene needs the plan of its objects; register it first");
     refused(PackedScene::create(_format, surface, &error) == nullptr,
             "the plan 'PackedSurface' needs the member 'ModelMatrix' of type eMat4");
+    Plan plan("Unregistered");
+    plan.addMember(Plan::eMat4, "ModelMatrix");
+    refused(PackedScene::create(_format, &plan, &error) == nullptr,
+            "a packed scene needs the plan of its objects; register it first");
+    plan.setArraySize(0);
+    plan.finalise();
+    refused(PackedScene::create(_format, &plan, &error) == nullptr,
+            "the plan 'Unregistered' of a packed scene holds no item");
+    _capture.takeTexts(QtDebugMsg); // about the plan
     refused(PackedScene::create({}, object, &error) == nullptr,
             "the format of a packed scene has no attribute");
     PackedScene::Format outside = _format;

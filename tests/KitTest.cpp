@@ -2,6 +2,7 @@
 
 #include "support/GLFixture.h"
 #include "support/HelperTextures.h"
+#include "support/Pixels.h"
 #include "support/StateGuard.h"
 #include "support/Tap.h"
 #include "support/TestProgram.h"
@@ -90,7 +91,9 @@ TEST_F(KitTest, APictureIsDrawnWithoutATraceOrTheReasonIsGiven)
     const auto host = RenderTarget::create({2, 2}, GL_RGBA8);
     const AutoBinder bound(host->framebuffer());
     glViewport(1, 1, 1, 1);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
     const StateGuard before;
+    EXPECT_FALSE(RenderTarget::create({1, 1}, GL_RGBA8)->image().isNull());
     const auto program = makeProgram(kAllOver);
     const QImage image = RenderTarget::picture({3, 2}, [&program] {
         DrawScope scope(program.get());
@@ -387,6 +390,18 @@ TEST_F(KitTest, AnInstanceTableStoresTypedValuesAndRefusesOthers)
     quint64 token = 0;
     table->data()->get(1, "Texture", &token);
     EXPECT_EQ(5u, token);
+    QString name; // shared with the plan of the last table
+    for (const Plan::DataType type : {Plan::eInt, Plan::eFloat, Plan::eVec4}) {
+        table.reset();
+        table = InstanceTable::create("Item", {{type, "A"}}, 1);
+        EXPECT_TRUE(name.isNull() || name.isDetached()) << "the last plan is not deleted";
+        name = InstanceDataRegistry::Instance()->getPlan("Item")->name();
+    }
+    table.reset();
+    name.clear();
+    InstanceDataRegistry::Instance()->clear();
+    table = InstanceTable::create("Item", {{Plan::eInt, "A"}}, 1);
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg)); // none about an unknown plan
     table.reset();
     InstanceDataRegistry::Instance()->clear();
 }
@@ -454,6 +469,91 @@ TEST_F(KitTest, QPainterDrawsBetweenDrawsAndTheHostKeepsItsState)
     EXPECT_EQ(qRgb(255, 255, 255), image.pixel(20, 4));
 }
 
+TEST_F(KitTest, PassesNeitherDependOnTheStateOfTheHostNorChangeIt)
+{
+    const QSize size(16, 16);
+    const auto target = RenderTarget::create(size, GL_SRGB8_ALPHA8);
+    const auto chain = PostChain::create({1, PostChain::eSmaa, false});
+    const auto occlusion = AmbientOcclusion::create();
+    const auto overlay = Overlay::create();
+    ASSERT_TRUE(target && overlay && chain->resize(size) && occlusion->resize(size));
+    const HostStateGuard whole;                                // restores what this test changes
+    const QRegularExpression noUnit("^(?!GL_ACTIVE_TEXTURE)"); // which binds of textures leave
+    QImage pictures[2];
+    for (const bool isHostile : {false, true}) {
+        glBindFramebuffer(GL_FRAMEBUFFER, target->framebuffer()->getFBO());
+        glViewport(0, 0, 16, 16);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glClearColor(0.5f, 0.25f, 1.0f, 0.0f);
+        glScissor(3, 4, 2, 1);
+        glCullFace(GL_FRONT_AND_BACK);
+        glStencilFunc(GL_NEVER, 3, 15);
+        glDepthMask(GL_FALSE);
+        for (const GLenum name :
+             {GL_BLEND, GL_CULL_FACE, GL_DEPTH_TEST, GL_FRAMEBUFFER_SRGB, GL_SCISSOR_TEST, GL_STENCIL_TEST}) {
+            isHostile ? glEnable(name) : glDisable(name);
+        }
+        const StateGuard before;
+        EXPECT_TRUE(occlusion->beginGeometry() && occlusion->endGeometry({}, 1));
+        EXPECT_EQ(QStringList("GL_DEPTH_WRITEMASK 0 -> 1"), before.changes().filter(noUnit));
+        EXPECT_EQ(1.0f, Pixels::ofTexture(GL_TEXTURE_2D, occlusion->texture()->textureID()).at(9, 9).x());
+        EXPECT_TRUE(chain->begin());
+        {
+            const AutoDisabler noScissor(GL_SCISSOR_TEST);
+            const float grey[] = {0.2f, 0.2f, 0.2f, 1.0f};
+            glClearBufferfv(GL_COLOR, 0, grey);
+        }
+        EXPECT_TRUE(chain->end());
+        EXPECT_EQ(QStringList("GL_DEPTH_WRITEMASK 0 -> 1"), before.changes().filter(noUnit));
+        overlay->draw({"a"}, size);
+        pictures[int(isHostile)] = target->image();
+    }
+    EXPECT_EQ(pictures[0], pictures[1]);
+    EXPECT_NEAR(124, qRed(pictures[1].pixel(1, 1)), 1); // sRGB
+    PostChain::setUp(nullptr);
+    EXPECT_MESSAGES("warning ZelKit: post chain: setUp() needs a text processor");
+}
+
+TEST_F(KitTest, ACounterKnowsAllBindingsThatACallSets)
+{
+    const auto target = RenderTarget::create({1, 1}, GL_RGBA8, RenderTarget::eNoDepth);
+    const GLuint framebuffer = target->framebuffer()->getFBO();
+    const auto buffer = OpenGLDeviceContext::current()->newBuffer();
+    const CallCounter counter;
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer); // the other binding was unknown
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+    EXPECT_EQ(1, counter.counts().redundant);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glBindBuffer(GL_UNIFORM_BUFFER, 0);
+    glBindBufferBase(GL_UNIFORM_BUFFER, 0, buffer->getBO());
+    glBindBuffer(GL_UNIFORM_BUFFER, 0);
+    glBindBufferBase(GL_UNIFORM_BUFFER, 0, 0);
+    EXPECT_EQ(1, counter.counts().redundant);
+    EXPECT_EQ(10, counter.counts().stateChanges);
+}
+
+TEST_F(KitTest, AnEnvironmentIsReadWithAnyAlignmentAndHasNoLightOfNaNs)
+{
+    Texture sky(GL_TEXTURE_2D, GL_RGB32F, 9, 4, 1, nullptr);
+    std::vector<QVector3D> texels(36);
+    for (size_t i = 0; i < texels.size(); ++i) {
+        texels[i] = QVector3D(float(i), 1, 2);
+    }
+    sky.bind();
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB32F, 9, 4, 0, GL_RGB, GL_FLOAT, texels.data());
+    sky.unbind();
+    glPixelStorei(GL_PACK_ALIGNMENT, 8); // no row has a multiple of 8 bytes
+    auto environment = EnvironmentImage::fromTexture(sky, false, EnvironmentImage::eLatLong);
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    ASSERT_TRUE(environment.has_value());
+    EXPECT_EQ(texels, environment->image.texels);
+    environment->at(0, 0).setX(NAN); // no longer prepared
+    EXPECT_FALSE(environment->takeStrongestLight().has_value());
+}
+
 TEST_F(KitTest, APickerFindsNumbersThatTheStencilCannotHold)
 {
     const auto program = makeProgram(kAllOver);
@@ -464,12 +564,19 @@ TEST_F(KitTest, APickerFindsNumbersThatTheStencilCannotHold)
         glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
         DrawScope scope(program.get());
         for (const int number : numbers) {
-            glStencilFunc(GL_ALWAYS, qMin(number + 1, 255), 255);
+            glStencilFunc(GL_ALWAYS, qMin(number, 254) + 1, 255);
             scope.draw(quad.data()); // the first one hides the others
         }
         glDisable(GL_STENCIL_TEST);
     };
-    for (const QList<int> &numbers : {QList<int>{400, 300, 7}, {300, 400, 500}, {253, 300}, {254, 300}}) {
+    const HostStateGuard whole;
+    for (const QList<int> &numbers :
+         {QList<int>{400, 300, 7}, {300, 400, 500}, {253, 300}, {254, 300}, {INT_MAX, 254}}) {
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(1, 1, 1, 1);
+        glDepthFunc(GL_GREATER);
+        glClearDepth(0.0);
+        glClearStencil(9);
         const auto hit = picker.find(QMatrix4x4(), numbers, draw);
         ASSERT_TRUE(hit);
         EXPECT_EQ(numbers.first(), hit->number);
@@ -479,7 +586,6 @@ TEST_F(KitTest, APickerFindsNumbersThatTheStencilCannotHold)
     EXPECT_FALSE(picker.find(QMatrix4x4(), {1}, {}));
     EXPECT_MESSAGES(
         "warning ZelKit: the picker needs a function that draws, and a context when it is created");
-    glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
 }
 
 TEST_F(KitTest, AnOverlayPaintsItsTextOnce)
@@ -503,6 +609,9 @@ TEST_F(KitTest, AnOverlayPaintsItsTextOnce)
     EXPECT_EQ(0, draw("a"));
     EXPECT_EQ(image, target->image());
     EXPECT_EQ(1, draw("b"));
+    GLint most = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
+    EXPECT_EQ(1, draw(QString(most, '\n'))); // more lines than texels
     overlay->draw({"a"}, {0, 60});
     EXPECT_MESSAGES("warning ZelKit: an overlay needs a viewport and a scale greater than 0");
 }
@@ -569,7 +678,11 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
         {"overlay",
          [] {
              std::shared_ptr<Overlay> overlay = Overlay::create();
-             return [overlay] { return overlay->draw({"a"}, {64, 64}), false; };
+             overlay->draw({"a"}, {64, 64});
+             return [overlay] {
+                 overlay->setIndent(2);
+                 return overlay->draw({"a"}, {64, 64}), false;
+             };
          }},
         {"picker",
          [] {
@@ -627,7 +740,7 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
             EXPECT_EQ(start, _capture.takeTexts().value(0).left(start.size()));
         };
         other->makeCurrent();
-        const Taps<&glBindFramebuffer, &glBindBuffer> binds;
+        const Taps<&glBindFramebuffer, &glBindBuffer, &glDeleteTextures> binds;
         expectRefusal(refusal);
         EXPECT_EQ(0u, binds.count());
         other->doneCurrent();
@@ -636,7 +749,7 @@ TEST_F(KitMessagesTest, ObjectsRefuseOtherContextsAndSurviveTheEndOfTheirs)
         expectRefusal("warning ZelKit: ");
         other->makeCurrent();
         expectRefusal(refusal);
-        const Taps<&glDeleteFramebuffers, &glDeleteBuffers> deletions;
+        const Taps<&glDeleteFramebuffers, &glDeleteBuffers, &glDeleteTextures> deletions;
         use = {}; // the last one
         EXPECT_EQ(0u, deletions.count());
         EXPECT_EQ(QStringList(), _capture.takeTexts().filter(QRegularExpression("^(?!" + refusal + ")")));
@@ -702,10 +815,19 @@ TEST_F(KitMessagesTest, AnOrbitCameraFollowsTheMouse)
     EXPECT_TRUE(handle(QEvent::MouseMove, {50, 60}, Qt::RightButton));
     EXPECT_LT(target.y(), camera.target().y());
     EXPECT_FLOAT_EQ(-20, camera.azimuth());
-    const float distance = (camera.eye() - camera.target()).length();
-    const QWheelEvent wheel({}, {}, {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-    EXPECT_TRUE(camera.handle(&wheel, {200, 100}));
-    EXPECT_FLOAT_EQ(0.81f * distance, (camera.eye() - camera.target()).length());
+    const auto roll = [&camera](const QPoint &angles) {
+        const QWheelEvent wheel({}, {}, {}, angles, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        return camera.handle(&wheel, {200, 100});
+    };
+    const auto distance = [&camera] { return (camera.eye() - camera.target()).length(); };
+    camera.frame(Bounds({-1, -1, -1}, {1, 1, 1}), 1);
+    EXPECT_FALSE(roll({240, 0}));
+    const float before = distance();
+    camera.refit(Bounds({-1, -1, -1}, {1, 1, 1}), 0.5f); // a horizontal wheel does not end the fit
+    const float framed = distance();
+    EXPECT_LT(before, framed);
+    EXPECT_TRUE(roll({0, 240}));
+    EXPECT_FLOAT_EQ(0.81f * framed, distance());
     EXPECT_FALSE(camera.handle(nullptr, {200, 100}));
 }
 

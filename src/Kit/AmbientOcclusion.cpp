@@ -4,7 +4,6 @@
 #include "private/Checks.h"
 #include "private/FullscreenProgram.h"
 #include "private/Orphans.h"
-#include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -54,7 +53,6 @@ bool AmbientOcclusion::resize(const QSize &size, QString *error)
     if (!isUsable(error)) {
         return false;
     }
-    const SavedTarget target;
     _size = QSize();
     _isOpen = false;
     _geometry = RenderTarget::create(size, GL_RGBA32F, RenderTarget::eDepth, 0, error);
@@ -81,8 +79,11 @@ bool AmbientOcclusion::beginGeometry()
     _geometry->framebuffer()->bind();
     _isOpen = true;
     glViewport(0, 0, _size.width(), _size.height());
-    glClearColor(0.0f, 0.0f, 0.0f, 0.0f); // no surface: no normal, no distance
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glDepthMask(GL_TRUE);
+    const AutoDisabler noScissor(GL_SCISSOR_TEST);
+    constexpr GLfloat kNoSurface[4] = {}; // no normal, no distance
+    glClearBufferfv(GL_COLOR, 0, kNoSurface);
+    glClear(GL_DEPTH_BUFFER_BIT);
     return true;
 }
 
@@ -97,8 +98,7 @@ bool AmbientOcclusion::endGeometry(const QMatrix4x4 &projection, float reach)
     }
     _isOpen = false;
     _geometry->framebuffer()->unbind();
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
-    const AutoDisabler noBlending(GL_BLEND);
+    const PassState state;
     {
         const AutoBinder boundGeometry(_geometry->color());
         pass(*_estimator, *_estimate, projection, reach);

@@ -23,10 +23,10 @@ class RenderTarget;
 /// Screen-space ambient occlusion: estimates from the depth and normals of a frame how much ambient light reaches each
 /// surface, so that crevices and contacts darken.
 ///
-/// Between beginGeometry() and endGeometry() the host draws all surfaces that cast or receive occlusion, into the bound framebuffer;
-/// the colour is the normal of the face in view space, and the distance along the view. Then texture() holds the openness of each
-/// pixel, from 0 to 1, and the distance. Shaders read it with opennessAt() of "KitOcclusion.glslh", whose uniform u_Occlusion is
-/// the unit of the texture.
+/// Between beginGeometry() and endGeometry() the host draws all surfaces that cast or receive occlusion, into the bound
+/// framebuffer; the colour is the normal of the face in view space, and the distance along the view. Then texture() holds the
+/// openness of each pixel, from 0 to 1, and the distance. Shaders read it with opennessAt() of "KitOcclusion.glslh", whose uniform
+/// u_Occlusion is the unit of the texture.
 ///
 /// - Units: sizes in pixels.
 /// - Context: create, use and delete with the same context current.
@@ -46,7 +46,7 @@ public:
     /// provide the framebuffers.
     bool resize(const QSize &size, QString *error = nullptr);
 
-    /// Binds and clears the framebuffer, and sets the viewport and the clear colour. False, with a warning, before a successful
+    /// Binds and clears the framebuffer, sets the viewport, and enables depth writes. False, with a warning, before a successful
     /// resize().
     bool beginGeometry();
     /// Restores the framebuffer and the viewport of beginGeometry(). \a reach: greatest distance of an occluder, in units of the

@@ -54,19 +54,26 @@ public:
     void set(const StateKey &key, const Value &value)
     {
         ++_calls.stateChanges;
+        _calls.redundant += store(key, value) ? 0 : 1;
+    }
+
+    /// Without a count, for what a call sets besides. Returns whether the value is new.
+    bool store(const StateKey &key, const Value &value)
+    {
         const auto place = find(key);
         if (place == _state.end() || place->first != key) {
             _state.insert(place, {key, value});
-            return;
+            return true;
         }
-        _calls.redundant += place->second == value ? 1 : 0;
+        const bool isNew = place->second != value;
         place->second = value;
+        return isNew;
     }
 
-    quint64 value(const StateKey &key)
+    Value value(const StateKey &key, quint64 unknown = 0)
     {
         const auto place = find(key);
-        return place != _state.end() && place->first == key ? place->second[0] : 0;
+        return place != _state.end() && place->first == key ? place->second : Value{unknown, unknown};
     }
 
     /// To be called at deletions: GL reuses the names of deleted objects.
@@ -95,7 +102,7 @@ StateKey bufferKey(GLenum target)
 {
     // The binding of the element array is state of the vertex array.
     const bool isOfArray = target == GL_ELEMENT_ARRAY_BUFFER;
-    return {eBuffer, target, isOfArray ? gLedger.value({eVertexArray}) : 0};
+    return {eBuffer, target, isOfArray ? gLedger.value({eVertexArray})[0] : 0};
 }
 
 // Overloads by entry point: the effect of a call on the state.
@@ -118,17 +125,29 @@ template <> struct Effect<&glBindBufferBase>
     static void of(GLenum target, GLuint index, GLuint buffer)
     {
         gLedger.set({eIndexedBuffer, target, index}, {buffer});
+        gLedger.store(bufferKey(target), {buffer}); // GL binds it there too
     }
 };
 template <> struct Effect<&glBindFramebuffer>
 {
-    static void of(GLenum target, GLuint framebuffer) { gLedger.set({eFramebuffer, target}, {framebuffer}); }
+    static void of(GLenum target, GLuint framebuffer)
+    {
+        constexpr quint64 kUnknown = ~quint64(0);
+        Ledger::Value bound = gLedger.value({eFramebuffer}, kUnknown); // for draws, and for reads
+        if (target != GL_READ_FRAMEBUFFER) {
+            bound[0] = framebuffer;
+        }
+        if (target != GL_DRAW_FRAMEBUFFER) {
+            bound[1] = framebuffer;
+        }
+        gLedger.set({eFramebuffer}, bound);
+    }
 };
 template <> struct Effect<&glBindTexture>
 {
     static void of(GLenum target, GLuint texture)
     {
-        gLedger.set({eTexture, target, gLedger.value({eActiveTexture})}, {texture});
+        gLedger.set({eTexture, target, gLedger.value({eActiveTexture})[0]}, {texture});
     }
 };
 template <> struct Effect<&glBindVertexArray>
@@ -224,18 +243,19 @@ struct Counter
 using Taps = ZelCheck::EntryPointTaps<
     Counter, &glActiveTexture, &glBeginQuery, &glBindBuffer, &glBindBufferBase, &glBindFramebuffer,
     &glBindRenderbuffer, &glBindTexture, &glBindVertexArray, &glBlendFunc, &glBlitFramebuffer, &glBufferData,
-    &glBufferSubData, &glClear, &glClearColor, &glColorMask, &glCullFace, &glDeleteBuffers, &glDeleteTextures,
-    &glDepthFunc, &glDepthMask, &glDisable, &glDisableVertexAttribArray, &glDrawArrays,
-    &glDrawArraysInstanced, &glDrawBuffer, &glDrawBuffers, &glDrawElements, &glDrawElementsBaseVertex,
-    &glDrawElementsInstanced, &glEnable, &glEnableVertexAttribArray, &glEndQuery, &glFramebufferTexture2D,
-    &glFramebufferTextureLayer, &glFrontFace, &glGenBuffers, &glGenTextures, &glGenerateMipmap,
-    &glGetIntegerv, &glGetUniformBlockIndex, &glGetUniformLocation, &glIsEnabled, &glPixelStorei,
-    &glPolygonOffset, &glPrimitiveRestartIndex, &glReadBuffer, &glReadPixels, &glStencilFunc, &glStencilMask,
-    &glStencilOp, &glTexImage2D, &glTexImage3D, &glTexParameteri, &glTexSubImage2D, &glTexSubImage3D,
-    &glUniform1f, &glUniform1fv, &glUniform1i, &glUniform1iv, &glUniform1ui, &glUniform1uiv, &glUniform2f,
-    &glUniform2fv, &glUniform2iv, &glUniform2uiv, &glUniform3f, &glUniform3fv, &glUniform4f, &glUniform4fv,
-    &glUniform4iv, &glUniform4uiv, &glUniformBlockBinding, &glUniformMatrix3fv, &glUniformMatrix4fv,
-    &glUseProgram, &glVertexAttribIPointer, &glVertexAttribPointer, &glViewport>;
+    &glBufferSubData, &glClear, &glClearBufferfi, &glClearBufferfv, &glClearBufferiv, &glClearColor,
+    &glColorMask, &glCullFace, &glDeleteBuffers, &glDeleteTextures, &glDepthFunc, &glDepthMask, &glDisable,
+    &glDisableVertexAttribArray, &glDrawArrays, &glDrawArraysInstanced, &glDrawBuffer, &glDrawBuffers,
+    &glDrawElements, &glDrawElementsBaseVertex, &glDrawElementsInstanced, &glEnable,
+    &glEnableVertexAttribArray, &glEndQuery, &glFramebufferTexture2D, &glFramebufferTextureLayer,
+    &glFrontFace, &glGenBuffers, &glGenTextures, &glGenerateMipmap, &glGetIntegerv, &glGetUniformBlockIndex,
+    &glGetUniformLocation, &glIsEnabled, &glPixelStorei, &glPolygonOffset, &glPrimitiveRestartIndex,
+    &glReadBuffer, &glReadPixels, &glStencilFunc, &glStencilMask, &glStencilOp, &glTexImage2D, &glTexImage3D,
+    &glTexParameteri, &glTexSubImage2D, &glTexSubImage3D, &glUniform1f, &glUniform1fv, &glUniform1i,
+    &glUniform1iv, &glUniform1ui, &glUniform1uiv, &glUniform2f, &glUniform2fv, &glUniform2iv, &glUniform2uiv,
+    &glUniform3f, &glUniform3fv, &glUniform4f, &glUniform4fv, &glUniform4iv, &glUniform4uiv,
+    &glUniformBlockBinding, &glUniformMatrix3fv, &glUniformMatrix4fv, &glUseProgram, &glVertexAttribIPointer,
+    &glVertexAttribPointer, &glViewport>;
 
 } // namespace
 

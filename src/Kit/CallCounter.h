@@ -14,8 +14,9 @@ struct CallCounts
     qint64 redundant = 0;    ///< state changes that set the value that the state has already
 };
 
-/// While it exists, counts the GL calls through the library's table of entry points. Entry points that the library's
-/// classes look up themselves, those newer than OpenGL 3.2, are not counted.
+/// While it exists, counts the GL calls that frames make through the library's table of entry points. Queries and settings that
+/// frames do not need are not counted, nor are entry points that the library's classes look up themselves, those newer than
+/// OpenGL 3.2.
 ///
 /// It does not know the state at its start: the first change of each kind is never redundant.
 ///

@@ -216,8 +216,7 @@ void EnvironmentBake::State::addSlices(Stage stage, int level, int side, int fac
 void EnvironmentBake::State::draw(const Slice &slice)
 {
     const SavedTarget target;
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
-    const AutoDisabler noBlending(GL_BLEND);
+    const PassState state;
     const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     if (slice.stage == eTable) {
         integrate(slice);
@@ -231,7 +230,6 @@ void EnvironmentBake::State::draw(const Slice &slice)
 
 void EnvironmentBake::State::fillSamples(const Slice &slice)
 {
-    const AutoDisabler noScissor(GL_SCISSOR_TEST);
     ShaderProgram &program = slice.stage == eDiffuse ? *diffuseSamples : *reflectionSamples;
     const float roughness = RoughnessForLOD(slice.level, light->_levels, SHADING_PHYSICALLY_BASED);
     const AutoBinder boundTarget(samples->framebuffer());
@@ -315,7 +313,6 @@ std::unique_ptr<EnvironmentBake> EnvironmentBake::create(Texture &cube, const Op
                                    "as EnvironmentImage::cubeMap() makes"));
         return nullptr;
     }
-    const SavedTarget target;
     auto state =
         std::make_unique<State>(cube, options, std::unique_ptr<EnvironmentLight>(new EnvironmentLight));
     if (!state->make(error)) {

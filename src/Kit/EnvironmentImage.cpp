@@ -56,6 +56,7 @@ struct TextureFacts
 std::vector<QVector3D> readTexels(const TextureFacts &facts, unsigned int face)
 {
     std::vector<QVector3D> texels(size_t(facts.size.width()) * size_t(facts.size.height()));
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
     glGetTexImage(face, 0, GL_RGB, GL_FLOAT, texels.data());
     for (QVector3D &texel : texels) {
         if (facts.isGrey) {
@@ -364,8 +365,7 @@ std::unique_ptr<Texture> EnvironmentImage::cubeMap(QString *error) const
     } else {
         SmoothPanorama panorama;
         panorama.setTexture(plain.get());
-        cube.reset(
-            panorama.createCubemap(std::max(image.size.width() / 2, 1), GL_RGB16F, GL_TEXTURE_CUBE_MAP));
+        cube.reset(panorama.createCubemap(faceSize(*this), GL_RGB16F, GL_TEXTURE_CUBE_MAP));
     }
     if (cube == nullptr) {
         fail(

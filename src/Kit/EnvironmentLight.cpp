@@ -25,7 +25,7 @@ constexpr quint32 kVersion = 1;
 constexpr quint32 kMaxSize = 4096;
 constexpr qint64 kTexelBytes = 8; ///< four half floats
 
-/// The begin of a file; the texels follow: reflections by level and face, diffuse by face, and the table. All in the byte order of
+/// The start of a file; the texels follow: reflections by level and face, diffuse by face, and the table. All in the byte order of
 /// the machine, which the version shows.
 struct FileHead
 {

@@ -17,7 +17,8 @@ class OwnContext;
 ///
 /// Framebuffers, viewport, scissor box and clear values stay as they are, and are restored. Also saved: capabilities, blending,
 /// depth, stencil, masks, polygons, pixel transfer, the program, the vertex array, the values of attributes without an array, the
-/// buffers of vertices and pixels, and the 2D, array and cube textures of the first kTextureUnits units. Not saved: indexed buffer bindings, and what an object contains.
+/// buffers of vertices and pixels, and the 2D, array and cube textures of the first kTextureUnits units. Not saved: indexed buffer
+/// bindings, samplers, and what an object contains.
 ///
 /// In reverse, a guard between QPainter::beginNativePainting() and endNativePainting() lets ZelGL draw within a painter.
 ///

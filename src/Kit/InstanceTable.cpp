@@ -6,6 +6,7 @@
 #include <ZelGL/InstanceDataCollection.h>
 #include <ZelGL/InstanceDataRegistry.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 
 #include <cstring>
@@ -31,12 +32,31 @@ bool areValid(const QString &plan, const QVector<InstanceTable::Member> &members
     }
     if (!isValid || count < 1) {
         fail(error, QStringLiteral("instance table '%1': it needs an item and a member at least, and names "
-                                   "that are identifiers, "
-                                   "each used once")
+                                   "that are identifiers, each used once")
                         .arg(plan));
         return false;
     }
     return true;
+}
+
+/// Registers the plan, which the registry owns then, and deletes the plan of an earlier table that it replaces.
+void replacePlan(InstanceDataPlan *plan)
+{
+    // By name, which shares its text with the plan, so that it is not shared after InstanceDataRegistry::clear(). Then getPlan()
+    // would log a warning.
+    static QHash<QString, InstanceDataPlan *> plansOfTables;
+    InstanceDataRegistry *const registry = InstanceDataRegistry::Instance();
+    InstanceDataPlan *replaced = nullptr;
+    const auto known = plansOfTables.find(plan->name());
+    if (known != plansOfTables.end()) {
+        const bool isRegistered =
+            !known.key().isDetached() && registry->getPlan(plan->name()) == known.value();
+        replaced = isRegistered ? known.value() : nullptr;
+        plansOfTables.erase(known);
+    }
+    plansOfTables.insert(plan->name(), plan);
+    registry->registerPlan(plan);
+    delete replaced;
 }
 
 } // namespace
@@ -115,17 +135,16 @@ std::unique_ptr<InstanceTable> InstanceTable::create(const QString &plan, const 
     if (!areValid(plan, members, count, error) || !isLibraryReady(error)) {
         return nullptr;
     }
-    auto *const registered = new InstanceDataPlan(plan);
+    auto *const registered = new InstanceDataPlan(QString(plan.constData(), plan.size())); // not shared
     for (const Member &member : members) {
         registered->addMember(member.type, member.name);
     }
     registered->setMechanism(mechanism);
     registered->setArraySize(static_cast<unsigned long>(count));
-    InstanceDataRegistry::Instance()->registerPlan(registered); // takes ownership
+    replacePlan(registered);
     if (registered->arraySize() < size_t(count)) {
         fail(error, QStringLiteral("instance table '%1': this driver holds %2 items instead of %3; use "
-                                   "several tables, or another "
-                                   "mechanism")
+                                   "several tables, or another mechanism")
                         .arg(plan)
                         .arg(registered->arraySize())
                         .arg(count));

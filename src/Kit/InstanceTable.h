@@ -54,8 +54,8 @@ public:
         Value(const QVector2D &value);
         Value(const QVector3D &value);
         Value(const QVector4D &value);
-        Value(const QColor &
-                  value); ///< for a member eVec4; the components as they are, so decode sRGB for linear light
+        /// For a member eVec4. Stores the components as they are, so decode sRGB for linear light.
+        Value(const QColor &value);
         Value(const QMatrix4x4 &value);
         Value(const Zel::TextureToken &value);
 
@@ -69,8 +69,9 @@ public:
         std::array<float, 16> _data;
     };
 
-    /// Null if a name is no identifier or is used twice, without an item or a context, or if the driver cannot hold as many items with
-    /// this mechanism. A registered plan of the same name is replaced: delete its tables before.
+    /// Null if a name is no identifier or is used twice, without an item or a context, or if the driver cannot hold as many items
+    /// with this mechanism. A registered plan of the same name is replaced, and deleted if a table has registered it: delete its
+    /// tables and other users before.
     static std::unique_ptr<InstanceTable>
     create(const QString &plan, const QVector<Member> &members, int count,
            Zel::InstanceDataPlan::MechanismType mechanism = Zel::InstanceDataPlan::eUniformBufferMechanism,
@@ -82,6 +83,7 @@ public:
 
     /// Sets all members of one item, in the order of create(). Also false for another number of values.
     bool set(int index, const std::vector<Value> &values, QString *error = nullptr);
+
     /// For DrawScope and other draws; the table owns it. Call it for each draw: it updates the list of textures.
     Zel::InstanceDataCollection *data();
 

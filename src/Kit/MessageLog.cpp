@@ -105,8 +105,8 @@ private:
             line = color + line + "\033[0m";
         }
         line += '\n';
-        std::fwrite(line.constData(), 1, size_t(line.size()),
-                    stderr); // at once, so that lines of processes do not mix
+        // At once, so that lines of several processes do not mix.
+        std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
         std::fflush(stderr);
     }
 

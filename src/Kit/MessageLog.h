@@ -11,7 +11,8 @@
 
 namespace Orvane { namespace ZelKit {
 
-/// Prints the messages of Qt and of the libraries on stderr while it exists: from a level, in the colour of the level, one line each.
+/// Prints the messages of Qt and of the libraries on stderr while it exists: from a level, in the colour of the level, one line
+/// each.
 ///
 /// \snippet kit.cpp MessageLog
 ///

@@ -173,7 +173,9 @@ bool OrbitCamera::handle(const QEvent *event, const QSize &viewport)
     const QEvent::Type type = event != nullptr ? event->type() : QEvent::None;
     if (type == QEvent::Wheel) {
         const int angle = static_cast<const QWheelEvent *>(event)->angleDelta().y();
-        zoom(float(angle) / kWheelStep);
+        if (angle != 0) { // else the wheel is horizontal, or a touchpad begins or ends a scroll
+            zoom(float(angle) / kWheelStep);
+        }
         return angle != 0;
     }
     const bool isPress = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick;

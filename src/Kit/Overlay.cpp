@@ -2,6 +2,7 @@
 
 #include "DrawScope.h"
 #include "private/Failure.h"
+#include "private/FullscreenProgram.h"
 #include "private/Library.h"
 #include "private/Orphans.h"
 
@@ -57,9 +58,10 @@ QStringList breakLines(const QStringList &lines, int most, int indentation)
     return broken;
 }
 
-/// The text on a dark rectangle, premultiplied. Without its padding it is at most \a maxWidth wide.
-QImage paint(const QStringList &lines, qreal maxWidth, qreal scale, int indentation)
+/// The text on a dark rectangle, premultiplied; no larger than the viewport, where the rest would not be visible.
+QImage paint(const QStringList &lines, const QSize &viewport, qreal scale, int indentation)
 {
+    const qreal maxWidth = viewport.width() / scale - 2.0 * (kMargin + kPadding);
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setPixelSize(kTextHeight);
     const QFontMetricsF metrics(font);
@@ -70,7 +72,8 @@ QImage paint(const QStringList &lines, qreal maxWidth, qreal scale, int indentat
         width = qMax(width, metrics.horizontalAdvance(line));
     }
     const QSizeF size(width + 2.0 * kPadding, broken.size() * metrics.lineSpacing() + 2.0 * kPadding);
-    QImage image((size * scale).toSize().expandedTo(QSize(1, 1)), QImage::Format_RGBA8888_Premultiplied);
+    QImage image((size * scale).boundedTo(viewport).toSize().expandedTo(QSize(1, 1)),
+                 QImage::Format_RGBA8888_Premultiplied);
     image.setDevicePixelRatio(scale);
     image.fill(QColor(12, 14, 18, 190));
     QPainter painter(&image);
@@ -91,6 +94,7 @@ std::unique_ptr<Texture> toTexture(const QImage &image)
     auto texture = std::make_unique<Texture>(nullptr);
     texture->create2D(GL_TEXTURE_2D, GL_RGBA8, rows.width(), rows.height());
     const AutoBinder bound(texture.get());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, rows.width(), rows.height(), GL_RGBA, GL_UNSIGNED_BYTE,
                     rows.constBits());
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
@@ -133,7 +137,7 @@ std::unique_ptr<Overlay> Overlay::create(QString *error)
 void Overlay::setIndent(int characters)
 {
     _indent = qMax(characters, 0);
-    _text.reset();
+    _scale = 0.0; // draw() repaints; the context need not be current here
 }
 
 void Overlay::draw(const QStringList &lines, const QSize &viewport, qreal scale)
@@ -142,7 +146,7 @@ void Overlay::draw(const QStringList &lines, const QSize &viewport, qreal scale)
         return;
     }
     const int margin = int(std::lround(kMargin * scale));
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
+    const PassState state;
     const AutoEnabler blending(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     glViewport(margin, viewport.height() - margin - _size.height(), _size.width(), _size.height());
@@ -160,8 +164,7 @@ bool Overlay::repaint(const QStringList &lines, const QSize &viewport, qreal sca
         return false;
     }
     if (_text == nullptr || lines != _lines || viewport != _viewport || scale != _scale) {
-        const qreal maxWidth = viewport.width() / scale - 2.0 * (kMargin + kPadding);
-        const QImage image = paint(lines, maxWidth, scale, _indent);
+        const QImage image = paint(lines, viewport, scale, _indent);
         _text = toTexture(image);
         _size = image.size();
         _lines = lines;

@@ -3,6 +3,7 @@
 #include "private/Failure.h"
 #include "private/Library.h"
 #include "private/OwnContext.h"
+#include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -14,7 +15,7 @@ namespace Orvane { namespace ZelKit {
 
 namespace {
 
-constexpr int kMaxInStencil = 255;
+constexpr int kMaxInStencil = 255; ///< and of all greater numbers
 
 int readStencil()
 {
@@ -30,23 +31,6 @@ QVector3D readPosition(const QMatrix4x4 &viewProjection)
     glReadPixels(0, 0, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
     return viewProjection.inverted().map(QVector3D(0.0f, 0.0f, 2.0f * depth - 1.0f));
 }
-
-/// Binds a framebuffer, and restores the previous one at its end.
-class BoundFramebuffer
-{
-    Q_DISABLE_COPY(BoundFramebuffer)
-
-public:
-    explicit BoundFramebuffer(unsigned int framebuffer)
-    {
-        glGetIntegerv(GL_FRAMEBUFFER_BINDING, &_before);
-        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    }
-    ~BoundFramebuffer() { glBindFramebuffer(GL_FRAMEBUFFER, GLuint(_before)); }
-
-private:
-    GLint _before = 0;
-};
 
 } // namespace
 
@@ -71,7 +55,8 @@ Picker::Picker()
     glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH24_STENCIL8, 1, 1);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
     glGenFramebuffers(1, &_framebuffer);
-    const BoundFramebuffer bound(_framebuffer);
+    const SavedTarget saved;
+    glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, _depthStencil);
     glDrawBuffer(GL_NONE);
     glReadBuffer(GL_NONE);
@@ -97,12 +82,15 @@ std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const 
     if (!isLibraryReady(nullptr) || !_context->isCurrent("picker")) {
         return {};
     }
-    const BoundFramebuffer bound(_framebuffer);
+    const SavedTarget saved;
     const AutoEnabler depthTest(GL_DEPTH_TEST);
+    const AutoDisabler noScissor(GL_SCISSOR_TEST);
+    glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer);
     glViewport(0, 0, 1, 1);
+    glDepthFunc(GL_LESS);
     glDepthMask(GL_TRUE);
     glStencilMask(kMaxInStencil);
-    glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    glClearBufferfi(GL_DEPTH_STENCIL, 0, 1.0f, 0);
     draw(numbers);
     const int value = readStencil();
     if (value == 0) {
@@ -114,7 +102,7 @@ std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const 
     }
     QList<int> large;
     std::copy_if(numbers.begin(), numbers.end(), std::back_inserter(large),
-                 [](int number) { return number + 1 >= kMaxInStencil; });
+                 [](int number) { return number >= kMaxInStencil - 1; });
     if (large.isEmpty()) {
         fail(nullptr, QStringLiteral("the pixel shows a number that the picker was not asked for"));
         return {};
@@ -129,7 +117,8 @@ int Picker::findAmong(QList<int> numbers, const Draw &draw) const
     glDepthFunc(GL_LEQUAL);
     while (numbers.size() > 1) {
         const QList<int> half = numbers.mid(0, numbers.size() / 2);
-        glClear(GL_STENCIL_BUFFER_BIT);
+        constexpr GLint kNone = 0;
+        glClearBufferiv(GL_STENCIL, 0, &kNone);
         draw(half);
         numbers = readStencil() != 0 ? half : numbers.mid(half.size());
     }

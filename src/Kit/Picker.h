@@ -44,9 +44,9 @@ public:
     Picker();
     ~Picker();
 
-    /// \a draw: draws with \a viewProjection, a closeUp(), and writes number + 1, at most 255, to the stencil. GPUModel::draw() does so
-    /// with material numbers if it is to write the stencil. Returns an empty value if the pixel shows nothing. Keeps the framebuffer;
-    /// sets the viewport, the masks of depth and stencil, and the depth function to GL_LESS.
+    /// \a draw: draws with \a viewProjection, a closeUp(), and writes number + 1, at most 255, to the stencil. GPUModel::draw() does
+    /// so with material numbers if it is to write the stencil. Returns an empty value if the pixel shows nothing. Restores
+    /// framebuffer and viewport; sets the masks of depth and stencil, and the depth function to GL_LESS.
     std::optional<Hit> find(const QMatrix4x4 &viewProjection, const QList<int> &numbers, const Draw &draw);
 
 private:

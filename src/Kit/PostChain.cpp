@@ -5,7 +5,6 @@
 #include "private/EdgeFilters.h"
 #include "private/FullscreenProgram.h"
 #include "private/Orphans.h"
-#include "private/SavedTarget.h"
 
 #include <ZelGL/ZelGL.h>
 
@@ -34,8 +33,6 @@ std::unique_ptr<RenderTarget> makeSmoothTarget(const QSize &size, QString *error
 
 void drawFrom(ShaderProgram &program, Texture &frame, const char *name, const QVariant &value)
 {
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
-    const AutoDisabler noBlending(GL_BLEND);
     const AutoBinder boundFrame(&frame);
     const AutoBinder boundProgram(&program);
     program.setUniform(program.getUniformLocation(QStringLiteral("u_Frame")), int(frame.unit()));
@@ -47,9 +44,11 @@ void drawFrom(ShaderProgram &program, Texture &frame, const char *name, const QV
 
 void PostChain::setUp(GLSLMacroProcessor *processor)
 {
-    if (processor != nullptr) {
-        processor->addIncludePath(shaderFolder());
+    if (processor == nullptr) {
+        fail(nullptr, QStringLiteral("post chain: setUp() needs a text processor"));
+        return;
     }
+    processor->addIncludePath(shaderFolder());
 }
 
 PostChain::PostChain(int samples)
@@ -104,7 +103,6 @@ bool PostChain::resize(const QSize &size, QString *error)
     if (!hasContext("post chain", error) || !_context->isCurrent("post chain", error)) {
         return false;
     }
-    const SavedTarget target;
     _multisampled.reset();
     _resolved.reset();
     _mapped.reset();
@@ -154,6 +152,7 @@ bool PostChain::begin()
     glViewport(0, 0, _size.width(), _size.height());
     glEnable(GL_MULTISAMPLE);
     glDepthMask(GL_TRUE);
+    const AutoDisabler noScissor(GL_SCISSOR_TEST);
     glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     return true;
 }
@@ -167,6 +166,7 @@ bool PostChain::end(unsigned int targetFramebuffer, bool isDithered)
         fail(nullptr, QStringLiteral("post chain: end() needs a begin() before it"));
         return false;
     }
+    const PassState state;
     _isOpen = false;
     _multisampled->framebuffer()->unbind();
     resolve();

@@ -69,6 +69,7 @@ std::unique_ptr<RenderTarget> RenderTarget::create(const QSize &size, unsigned i
     if (!isLibraryReady(error)) {
         return nullptr;
     }
+    const SavedTarget saved;
     dropErrors();
     std::unique_ptr<RenderTarget> target(new RenderTarget(size, colorFormat, depth, samples));
     const bool isAllocated = glGetError() == GL_NO_ERROR;
@@ -91,7 +92,7 @@ QImage RenderTarget::picture(const QSize &size, const std::function<void()> &dra
     if (!isLibraryReady(error)) {
         return {};
     }
-    const SavedTarget saved; // restores after the deletion of the target, which binds framebuffer 0
+    const SavedTarget saved;
     const std::unique_ptr<RenderTarget> target = create(size, GL_RGBA8, eDepth, 0, error);
     if (target == nullptr) {
         return {};
@@ -120,6 +121,7 @@ QImage RenderTarget::image(QString *error)
         fail(error, QStringLiteral("there is not enough memory for the picture"));
         return {};
     }
+    const SavedTarget saved;
     dropErrors(); // of the host
     const AutoBinder bound(_framebuffer.get());
     glPixelStorei(GL_PACK_ALIGNMENT, 4);

@@ -19,6 +19,8 @@ class OwnContext;
 
 /// A framebuffer with a colour texture and an optional depth texture, which has stencil if it is multisampled.
 ///
+/// create(), picture() and image() restore the framebuffer and viewport of the host.
+///
 /// - Units: sizes in pixels.
 /// - Context: construct, use and delete with the same context current.
 /// - Errors: create() returns null, and explains why.
@@ -42,8 +44,8 @@ public:
                                                 QString *error = nullptr);
     ~RenderTarget();
 
-    /// What \a draw draws into a new target with depth, which is cleared as the state of GL says; the viewport is all of it.
-    /// Restores framebuffer and viewport. Null if it fails; the reason goes to \a error, or is logged.
+    /// What \a draw draws into a new target with depth, which is cleared as the state of GL says; the viewport is all of it. Null
+    /// if it fails; the reason goes to \a error, or is logged.
     static QImage picture(const QSize &size, const std::function<void()> &draw, QString *error = nullptr);
 
     QSize size() const { return _size; }

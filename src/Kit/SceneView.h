@@ -79,7 +79,7 @@ protected:
     void paintGL() override
     {
         if (_scene != nullptr) {
-            drawAll(*_scene, this->size() * this->devicePixelRatio(), qreal(this->devicePixelRatio()));
+            drawAll(*_scene, this->size() * pixelRatio(), pixelRatio());
         }
     }
 
@@ -125,6 +125,15 @@ private:
             _scene.reset();
             Zel::OpenGLDeviceContext::resetContext();
             this->doneCurrent();
+        }
+    }
+
+    qreal pixelRatio() const
+    {
+        if constexpr (std::is_base_of_v<QWindow, Surface>) {
+            return this->devicePixelRatio();
+        } else {
+            return this->devicePixelRatioF(); // devicePixelRatio() of widgets is an integer
         }
     }
 

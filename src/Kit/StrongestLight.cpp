@@ -91,7 +91,8 @@ std::optional<DistantLight> EnvironmentImage::takeStrongestLight()
         });
         taken = {middle.normalized(), irradiance};
     }
-    if (luminance(taken.irradiance) <= kMinShare * float(M_PI) * mean) { // both are 0 in a black image
+    // False for a NaN too. Both are 0 in a black image.
+    if (!(luminance(taken.irradiance) > kMinShare * float(M_PI) * mean)) {
         return {};
     }
     forEachTexel(environment, limit, [&](QVector3D &light, int x, int y) {

@@ -9,7 +9,8 @@ namespace Orvane { namespace ZelKit {
 
 /// A buffer of indirect draw commands that the host rewrites while the GPU still reads older ones.
 ///
-/// With GL_ARB_buffer_storage three regions are mapped for good: a fence ends the use of each. Without, each frame orphans the buffer.
+/// With GL_ARB_buffer_storage three regions are mapped for good: a fence ends the use of each. Without, each frame orphans the
+/// buffer.
 class CommandRing
 {
     Q_DISABLE_COPY(CommandRing)
@@ -22,7 +23,7 @@ public:
     explicit CommandRing(bool persistent);
     ~CommandRing();
 
-    /// Memory for commands, or null if the driver has none. Waits for the GPU if it reads the third last region still.
+    /// Memory for commands, or null if the driver has none. Waits if the GPU still reads the region that is used again.
     Command *begin(int count);
     /// Returns false if the driver has lost the commands.
     bool end();

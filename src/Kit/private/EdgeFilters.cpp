@@ -36,8 +36,6 @@ void setSampling(Texture &texture, int filter)
 /// Draws into the bound framebuffer.
 void drawFrom(ShaderProgram &program, std::initializer_list<Input> inputs)
 {
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
-    const AutoDisabler noBlending(GL_BLEND);
     const AutoBinder bound(&program);
     for (const Input &input : inputs) {
         input.second->bind();
@@ -165,8 +163,8 @@ void Smaa::draw(Texture &linear, unsigned int targetFramebuffer, bool isDithered
 void Smaa::pass(ShaderProgram &program, RenderTarget &target, std::initializer_list<Input> inputs)
 {
     const AutoBinder boundTarget(target.framebuffer());
-    glClearColor(0.0f, 0.0f, 0.0f, 0.0f); // pixels without an edge are discarded
-    glClear(GL_COLOR_BUFFER_BIT);
+    constexpr GLfloat kNothing[4] = {}; // the shader discards pixels without an edge
+    glClearBufferfv(GL_COLOR, 0, kNothing);
     drawFrom(program, inputs);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ZelGL/AutoDisabler.h>
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -26,6 +28,23 @@ std::unique_ptr<Zel::ShaderProgram> buildProgram(Zel::GLSLMacroProcessor &proces
 
 /// Draws the full-screen quad with a program that is bound.
 void drawFullscreen(Zel::ShaderProgram &program);
+
+/// Disables what the host may have enabled and what would change the pixels of full-screen passes, for a scope.
+class PassState
+{
+    Q_DISABLE_COPY(PassState)
+
+public:
+    PassState() = default;
+
+private:
+    Zel::AutoDisabler _blending{GL_BLEND};
+    Zel::AutoDisabler _culling{GL_CULL_FACE};
+    Zel::AutoDisabler _depthTest{GL_DEPTH_TEST};
+    Zel::AutoDisabler _encoding{GL_FRAMEBUFFER_SRGB}; ///< the shaders encode
+    Zel::AutoDisabler _scissorTest{GL_SCISSOR_TEST};
+    Zel::AutoDisabler _stencilTest{GL_STENCIL_TEST};
+};
 
 } // namespace ZelKit
 } // namespace Orvane

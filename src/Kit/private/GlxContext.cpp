@@ -50,8 +50,7 @@ QSurfaceFormat formatOf(const ContextBackend::Options &options)
     format.setProfile(options.profile == HeadlessContext::eCore ? QSurfaceFormat::CoreProfile
                                                                 : QSurfaceFormat::CompatibilityProfile);
     format.setOption(QSurfaceFormat::DebugContext, options.isDebug);
-    format.setOption(
-        QSurfaceFormat::DeprecatedFunctions); // without it Qt creates forward-compatible contexts
+    format.setOption(QSurfaceFormat::DeprecatedFunctions); // else Qt creates forward-compatible contexts
     return format;
 }
 
@@ -94,8 +93,8 @@ public:
     }
 
 private:
-    std::shared_ptr<QGuiApplication>
-        _application; ///< null: the host's. First: the others need it at their construction
+    /// Null: the host has one. First, because the others need it at their construction.
+    std::shared_ptr<QGuiApplication> _application;
     QOffscreenSurface _surface;
     QOpenGLContext _context;
 };

@@ -466,8 +466,8 @@ void PackedBatch::upload(const Items &items, int first, int end)
         return;
     }
     const auto size = GLsizeiptr(_matrices.itemSize());
-    if (end == first + 1
-        && !is(eChanged, first)) { // the item itself stays unsettled: no memory is written for it
+    const bool isMatrix = end == first + 1 && !is(eChanged, first);
+    if (isMatrix) { // the item itself stays unsettled: no memory is written for it
         glBufferSubData(GL_COPY_WRITE_BUFFER, first * size + _matrices.previousOffset(),
                         PackedMatrices::kMatrixSize, items.bytes + first * size + _matrices.modelOffset());
         return;

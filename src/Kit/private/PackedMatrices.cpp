@@ -70,7 +70,7 @@ bool invertAffine(const QMatrix4x4 &world, QMatrix4x4 &inverse, float (&normal)[
 
 QString PackedMatrices::problemOf(const InstanceDataPlan *plan)
 {
-    if (plan == nullptr) {
+    if (plan == nullptr || plan->memberNames().isEmpty()) { // not registered
         return QStringLiteral("a packed scene needs the plan of its objects; register it first");
     }
     for (const QString &member : {kModel, kPrevious, kInverse, kNormal}) {
@@ -80,6 +80,9 @@ QString PackedMatrices::problemOf(const InstanceDataPlan *plan)
             return QStringLiteral("the plan '%1' needs the member '%2' of type eMat4")
                 .arg(plan->name(), member);
         }
+    }
+    if (plan->arraySize() < 1) {
+        return QStringLiteral("the plan '%1' of a packed scene holds no item").arg(plan->name());
     }
     return {};
 }

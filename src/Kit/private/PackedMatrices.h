@@ -36,6 +36,7 @@ public:
 
     Zel::InstanceDataPlan *plan() const { return _plan; }
     size_t itemSize() const { return _itemSize; }
+
     // In an item.
 
     int modelOffset() const { return _model; }

@@ -106,8 +106,8 @@ void PackedView::addRun(std::vector<Run> &runs, const Run &run)
     }
 }
 
-/// The farthest comes first, whatever its material is; of several at the same distance the one that was added first. Neighbours of
-/// a batch with the same faces share a call.
+/// The farthest comes first, whatever its material is; of several at the same distance the one with the smallest number.
+/// Neighbours of a batch with the same faces share a call.
 void PackedView::selectSorted(const Batches &batches)
 {
     std::sort(_distances.begin(), _distances.end(), [](const Sorted &a, const Sorted &b) {

@@ -11,8 +11,8 @@ inline void prefetch(const void *bytes, size_t count = 1)
     for (size_t byte = 0; byte < count; byte += kCacheLine) {
         __builtin_prefetch(static_cast<const char *>(bytes) + byte, 1);
     }
-    __builtin_prefetch(static_cast<const char *>(bytes) + count - 1,
-                       1); // the lines need not start at the first byte
+    // The first byte need not be the start of a line.
+    __builtin_prefetch(static_cast<const char *>(bytes) + count - 1, 1);
     // GCC 12 removes calls of functions that only prefetch, as if they had no effect. This is an effect for it.
     __asm__ volatile("");
 }

@@ -1,7 +1,7 @@
 // Removes the noise of occlusion.frag: the mean over those of the four by four pixels of its period that show the same
 // surface.
 // In:  u_Estimate; u_Geometry and u_Reach as in occlusion.frag.
-// Out: the openness, and the distance along the view, by which Occlusion.glslh finds the surface.
+// Out: the openness, and the distance along the view, by which KitOcclusion.glslh finds the surface.
 #version 150
 
 uniform sampler2D u_Estimate;
