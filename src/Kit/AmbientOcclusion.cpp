@@ -13,6 +13,12 @@ using namespace Orvane::Zel;
 
 namespace Orvane { namespace ZelKit {
 
+namespace {
+
+constexpr float kMinReach = 1e-6f; ///< the shaders divide by its square
+
+} // namespace
+
 AmbientOcclusion::AmbientOcclusion()
     : _context(std::make_unique<OwnContext>())
 {
@@ -120,7 +126,7 @@ void AmbientOcclusion::pass(ShaderProgram &program, RenderTarget &target, const 
     program.setUniform(QStringLiteral("u_Geometry"), QVariant(int(_geometry->color()->unit())));
     program.setUniform(QStringLiteral("u_HalfExtent"), QVariant(halfExtent));
     program.setUniform(QStringLiteral("u_IsOrthographic"), QVariant(isOrthographic));
-    program.setUniform(QStringLiteral("u_Reach"), QVariant(reach));
+    program.setUniform(QStringLiteral("u_Reach"), QVariant(reach > kMinReach ? reach : kMinReach));
     if (program.hasUniform(QStringLiteral("u_Estimate"))) {
         program.setUniform(QStringLiteral("u_Estimate"), QVariant(int(_estimate->color()->unit())));
     }

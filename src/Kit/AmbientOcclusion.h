@@ -49,8 +49,8 @@ public:
     /// Binds and clears the framebuffer, sets the viewport, and enables depth writes. False, with a warning, before a successful
     /// resize().
     bool beginGeometry();
-    /// Restores the framebuffer and the viewport of beginGeometry(). \a reach: greatest distance of an occluder, in units of the
-    /// scene; a tenth of its size at most.
+    /// Restores the framebuffer and the viewport of before beginGeometry(). \a reach: greatest distance of an occluder, in units of
+    /// the scene; a tenth of its size at most. 0, as of a scene that is a point, leaves everything open.
     bool endGeometry(const QMatrix4x4 &projection, float reach);
 
     /// Null before a successful resize().

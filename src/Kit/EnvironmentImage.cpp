@@ -196,10 +196,14 @@ int faceSize(const EnvironmentImage &environment)
     return environment.image.size.width() / (environment.layout == EnvironmentImage::eStrip ? kFaces : 2);
 }
 
+/// An odd face would not end at a texel of the reduced strip.
 void reduce(EnvironmentImage &environment)
 {
-    while (faceSize(environment) > kMaxFace && faceSize(environment) % 2 == 0
-           && environment.image.size.height() > 1) {
+    const auto canHalve = [&environment] {
+        return environment.layout == EnvironmentImage::eLatLong ? environment.image.size.height() > 1
+                                                                : faceSize(environment) % 2 == 0;
+    };
+    while (faceSize(environment) > kMaxFace && canHalve()) {
         environment.image = halved(environment.image);
     }
 }

@@ -59,8 +59,9 @@ struct ZELKIT_EXPORT EnvironmentImage
     static std::optional<Layout> layoutOf(const QSize &size);
 
     /// An image that can be baked: a cross becomes a strip, NaNs and negative values become 0, and images that are finer than
-    /// visible are reduced. Without a layout that of the size; a panorama may have any size and is stretched. Empty if the size
-    /// fits no layout or not the given one, if the image is too small, or if the number of texels is not that of the size.
+    /// visible are reduced, except for faces of an odd size. Without a layout that of the size; a panorama may have any size and is
+    /// stretched. Empty if the size fits no layout or not the given one, if the image is too small, or if the number of texels is
+    /// not that of the size.
     static std::optional<EnvironmentImage> prepared(LightImage image, std::optional<Layout> layout = {},
                                                     QString *error = nullptr);
 
@@ -85,7 +86,7 @@ struct ZELKIT_EXPORT EnvironmentImage
     std::optional<DistantLight> takeStrongestLight();
 
     /// A cube map with a mip chain, of half floats; null if the driver refuses it or the image is not prepared. The most
-    /// expensive part of a bake that cannot be divided: up to 1.6 million texels.
+    /// expensive part of a bake that cannot be divided: up to 1.6 million texels, or more if faces have an odd size.
     std::unique_ptr<Zel::Texture> cubeMap(QString *error = nullptr) const;
 };
 

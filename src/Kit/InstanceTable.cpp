@@ -39,24 +39,24 @@ bool areValid(const QString &plan, const QVector<InstanceTable::Member> &members
     return true;
 }
 
-/// Registers the plan, which the registry owns then, and deletes the plan of an earlier table that it replaces.
-void replacePlan(InstanceDataPlan *plan)
+/// Registers the plan, which the registry owns then. Returns the plan of earlier tables that it replaces, or null.
+std::unique_ptr<InstanceDataPlan> replacePlan(InstanceDataPlan *plan)
 {
     // By name, which shares its text with the plan, so that it is not shared after InstanceDataRegistry::clear(). Then getPlan()
     // would log a warning.
     static QHash<QString, InstanceDataPlan *> plansOfTables;
     InstanceDataRegistry *const registry = InstanceDataRegistry::Instance();
-    InstanceDataPlan *replaced = nullptr;
+    std::unique_ptr<InstanceDataPlan> replaced;
     const auto known = plansOfTables.find(plan->name());
     if (known != plansOfTables.end()) {
-        const bool isRegistered =
-            !known.key().isDetached() && registry->getPlan(plan->name()) == known.value();
-        replaced = isRegistered ? known.value() : nullptr;
+        if (!known.key().isDetached() && registry->getPlan(plan->name()) == known.value()) {
+            replaced.reset(known.value());
+        }
         plansOfTables.erase(known);
     }
     plansOfTables.insert(plan->name(), plan);
     registry->registerPlan(plan);
-    delete replaced;
+    return replaced;
 }
 
 } // namespace
@@ -141,13 +141,14 @@ std::unique_ptr<InstanceTable> InstanceTable::create(const QString &plan, const 
     }
     registered->setMechanism(mechanism);
     registered->setArraySize(static_cast<unsigned long>(count));
-    replacePlan(registered);
+    std::unique_ptr<InstanceDataPlan> replaced = replacePlan(registered);
     if (registered->arraySize() < size_t(count)) {
         fail(error, QStringLiteral("instance table '%1': this driver holds %2 items instead of %3; use "
                                    "several tables, or another mechanism")
                         .arg(plan)
                         .arg(registered->arraySize())
                         .arg(count));
+        replaced.release(); // the host may keep its tables, now that there is no other
         return nullptr;
     }
     return std::unique_ptr<InstanceTable>(new InstanceTable(registered, members, count));

@@ -15,8 +15,8 @@ namespace Orvane { namespace ZelKit {
 /// A scene of many drawables, drawn by one GL call for each material.
 ///
 /// Meshes share one vertex and one index buffer. A drawable is a mesh with a material, a world matrix and flags. Its object data
-/// are an item of the plan, at the index getDrawID(), with the members that GPUModel writes: "ModelMatrix", and if the plan has them
-/// "PreviousModelMatrix", "InverseModelMatrix" and "ModelNormalMatrix". Material data are item 0 of the material's collection.
+/// are an item of the plan, at the index getDrawID(), with the members that GPUModel writes: "ModelMatrix", and if the plan has
+/// them "PreviousModelMatrix", "InverseModelMatrix" and "ModelNormalMatrix". Material data are item 0 of the material's collection.
 ///
 /// Programs that are linked with DrawBuffers::useBaseInstanceDrawing() are drawn by glMultiDrawElementsIndirect(), others, and all
 /// on drivers without that function, by the sub-draws of DrawBuffers. The pictures are the same.
