@@ -50,7 +50,7 @@ public:
 
 private:
     /// Adds the GPU time of a frame, unless the driver reports more than \a longest, the wall time of the frame.
-    void addGpuTime(double longest);
+    ZELKIT_NO_EXPORT void addGpuTime(double longest);
 
     std::unique_ptr<OwnContext> _context;
     bool _isUsable; ///< the library was ready at the start

@@ -76,7 +76,7 @@ public:
     QOpenGLContext *qtContext() const;
 
 private:
-    HeadlessContext(std::unique_ptr<ContextBackend> backend, bool hasStartedLibrary);
+    ZELKIT_NO_EXPORT HeadlessContext(std::unique_ptr<ContextBackend> backend, bool hasStartedLibrary);
 
     std::unique_ptr<ContextBackend> _backend;
     bool _hasStartedLibrary;

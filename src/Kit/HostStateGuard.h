@@ -43,14 +43,14 @@ private:
     static constexpr int kVertexAttributes = 16; ///< the least number that GL allows
     using Textures = std::array<int, 3>;
 
-    int integer(unsigned int name) const;
-    void save();
-    void saveTextures();
-    void restoreTextures() const;
-    void restoreAttributes() const;
-    void restoreBindings() const;
-    void restoreDrawing() const;
-    void restoreStencil() const;
+    ZELKIT_NO_EXPORT int integer(unsigned int name) const;
+    ZELKIT_NO_EXPORT void save();
+    ZELKIT_NO_EXPORT void saveTextures();
+    ZELKIT_NO_EXPORT void restoreTextures() const;
+    ZELKIT_NO_EXPORT void restoreAttributes() const;
+    ZELKIT_NO_EXPORT void restoreBindings() const;
+    ZELKIT_NO_EXPORT void restoreDrawing() const;
+    ZELKIT_NO_EXPORT void restoreStencil() const;
 
     std::unique_ptr<OwnContext> _context;
     bool _isActive;

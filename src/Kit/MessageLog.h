@@ -50,7 +50,7 @@ public:
     void onFatal(std::function<void(const QString &)> function);
 
 private:
-    class Handler;
+    class ZELKIT_NO_EXPORT Handler;
     std::unique_ptr<Handler> _handler;
 };
 
@@ -74,7 +74,7 @@ public:
     QStringList messages() const;
 
 private:
-    class Handler;
+    class ZELKIT_NO_EXPORT Handler;
     std::unique_ptr<Handler> _handler;
 };
 

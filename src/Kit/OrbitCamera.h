@@ -77,10 +77,10 @@ private:
     {
         return float(viewport.width()) / float(viewport.height());
     }
-    float halfHeightAtOne() const;
-    QVector3D right() const;
-    QVector3D up() const;
-    QVector3D back() const;
+    ZELKIT_NO_EXPORT float halfHeightAtOne() const;
+    ZELKIT_NO_EXPORT QVector3D right() const;
+    ZELKIT_NO_EXPORT QVector3D up() const;
+    ZELKIT_NO_EXPORT QVector3D back() const;
 
     float _azimuth;
     float _elevation;

@@ -39,9 +39,9 @@ public:
     void draw(const QStringList &lines, const QSize &viewport, qreal scale = 1.0);
 
 private:
-    explicit Overlay(std::unique_ptr<Zel::ShaderProgram> program);
+    ZELKIT_NO_EXPORT explicit Overlay(std::unique_ptr<Zel::ShaderProgram> program);
 
-    bool repaint(const QStringList &lines, const QSize &viewport, qreal scale);
+    ZELKIT_NO_EXPORT bool repaint(const QStringList &lines, const QSize &viewport, qreal scale);
 
     std::unique_ptr<OwnContext> _context;
     std::unique_ptr<Zel::ShaderProgram> _program;

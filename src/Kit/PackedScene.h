@@ -129,7 +129,7 @@ public:
 private:
     class Data;
 
-    explicit PackedScene(std::unique_ptr<Data> data);
+    ZELKIT_NO_EXPORT explicit PackedScene(std::unique_ptr<Data> data);
 
     std::unique_ptr<Data> _data;
 };

@@ -32,6 +32,22 @@ QVector3D readPosition(const QMatrix4x4 &viewProjection)
     return viewProjection.inverted().map(QVector3D(0.0f, 0.0f, 2.0f * depth - 1.0f));
 }
 
+/// Finds the number that the pixel shows among those that the stencil cannot distinguish. Draws halves of them again: what
+/// the pixel shows passes the depth test with its own depth.
+int findAmong(QList<int> numbers, const Picker::Draw &draw)
+{
+    glDepthFunc(GL_LEQUAL);
+    while (numbers.size() > 1) {
+        const QList<int> half = numbers.mid(0, numbers.size() / 2);
+        constexpr GLint kNone = 0;
+        glClearBufferiv(GL_STENCIL, 0, &kNone);
+        draw(half);
+        numbers = readStencil() != 0 ? half : numbers.mid(half.size());
+    }
+    glDepthFunc(GL_LESS);
+    return numbers.first();
+}
+
 } // namespace
 
 QMatrix4x4 Picker::closeUp(const QMatrix4x4 &projection, const QPoint &pixel, const QSize &viewport)
@@ -108,22 +124,6 @@ std::optional<Picker::Hit> Picker::find(const QMatrix4x4 &viewProjection, const 
         return {};
     }
     return Hit{findAmong(large, draw), position};
-}
-
-/// Finds the number that the pixel shows among those that the stencil cannot distinguish. Draws halves of them again: what
-/// the pixel shows passes the depth test with its own depth.
-int Picker::findAmong(QList<int> numbers, const Draw &draw) const
-{
-    glDepthFunc(GL_LEQUAL);
-    while (numbers.size() > 1) {
-        const QList<int> half = numbers.mid(0, numbers.size() / 2);
-        constexpr GLint kNone = 0;
-        glClearBufferiv(GL_STENCIL, 0, &kNone);
-        draw(half);
-        numbers = readStencil() != 0 ? half : numbers.mid(half.size());
-    }
-    glDepthFunc(GL_LESS);
-    return numbers.first();
 }
 
 }} // namespace Orvane::ZelKit

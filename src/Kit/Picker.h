@@ -50,8 +50,6 @@ public:
     std::optional<Hit> find(const QMatrix4x4 &viewProjection, const QList<int> &numbers, const Draw &draw);
 
 private:
-    int findAmong(QList<int> numbers, const Draw &draw) const;
-
     std::unique_ptr<OwnContext> _context;
     unsigned int _framebuffer = 0; ///< 0: there was no context
     unsigned int _depthStencil = 0;

@@ -60,7 +60,7 @@ public:
     QImage image(QString *error = nullptr);
 
 private:
-    RenderTarget(const QSize &size, unsigned int colorFormat, Depth depth, int samples);
+    ZELKIT_NO_EXPORT RenderTarget(const QSize &size, unsigned int colorFormat, Depth depth, int samples);
 
     QSize _size;
     int _samples;
