@@ -397,6 +397,9 @@ TEST_F(KitTest, AnInstanceTableStoresTypedValuesAndRefusesOthers)
         EXPECT_TRUE(name.isNull() || name.isDetached()) << "the last plan is not deleted";
         name = InstanceDataRegistry::Instance()->getPlan("Item")->name();
     }
+    const std::unique_ptr<Plan> kept(InstanceDataRegistry::Instance()->getPlan("Item"));
+    EXPECT_TRUE(refused("Item", {{Plan::eMat4, "A"}}, 1 << 20));
+    EXPECT_TRUE(table->set(0, "A", QVector4D())) << "the plan of a table ends with a failure of another";
     table.reset();
     name.clear();
     InstanceDataRegistry::Instance()->clear();
