@@ -42,8 +42,8 @@ bool areValid(const QString &plan, const QVector<InstanceTable::Member> &members
 /// Registers the plan, which the registry owns then. Returns the plan of earlier tables that it replaces, or null.
 std::unique_ptr<InstanceDataPlan> replacePlan(InstanceDataPlan *plan)
 {
-    // By name, which shares its text with the plan, so that it is not shared after InstanceDataRegistry::clear(). Then getPlan()
-    // would log a warning.
+    // The keys share their text with the plans. A key that is not shared any more shows that InstanceDataRegistry::clear() has
+    // deleted the plan, for which getPlan() would log a warning.
     static QHash<QString, InstanceDataPlan *> plansOfTables;
     InstanceDataRegistry *const registry = InstanceDataRegistry::Instance();
     std::unique_ptr<InstanceDataPlan> replaced;
