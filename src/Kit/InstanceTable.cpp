@@ -6,7 +6,6 @@
 #include <ZelGL/InstanceDataCollection.h>
 #include <ZelGL/InstanceDataRegistry.h>
 
-#include <QtCore/QHash>
 #include <QtCore/QSet>
 
 #include <cstring>
@@ -37,26 +36,6 @@ bool areValid(const QString &plan, const QVector<InstanceTable::Member> &members
         return false;
     }
     return true;
-}
-
-/// Registers the plan, which the registry owns then. Returns the plan of earlier tables that it replaces, or null.
-std::unique_ptr<InstanceDataPlan> replacePlan(InstanceDataPlan *plan)
-{
-    // The keys share their text with the plans. A key that is not shared any more shows that InstanceDataRegistry::clear() has
-    // deleted the plan, for which getPlan() would log a warning.
-    static QHash<QString, InstanceDataPlan *> plansOfTables;
-    InstanceDataRegistry *const registry = InstanceDataRegistry::Instance();
-    std::unique_ptr<InstanceDataPlan> replaced;
-    const auto known = plansOfTables.find(plan->name());
-    if (known != plansOfTables.end()) {
-        if (!known.key().isDetached() && registry->getPlan(plan->name()) == known.value()) {
-            replaced.reset(known.value());
-        }
-        plansOfTables.erase(known);
-    }
-    plansOfTables.insert(plan->name(), plan);
-    registry->registerPlan(plan);
-    return replaced;
 }
 
 } // namespace
@@ -135,20 +114,19 @@ std::unique_ptr<InstanceTable> InstanceTable::create(const QString &plan, const 
     if (!areValid(plan, members, count, error) || !isLibraryReady(error)) {
         return nullptr;
     }
-    auto *const registered = new InstanceDataPlan(QString(plan.constData(), plan.size())); // not shared
+    auto *const registered = new InstanceDataPlan(plan);
     for (const Member &member : members) {
         registered->addMember(member.type, member.name);
     }
     registered->setMechanism(mechanism);
     registered->setArraySize(static_cast<unsigned long>(count));
-    std::unique_ptr<InstanceDataPlan> replaced = replacePlan(registered);
+    InstanceDataRegistry::Instance()->registerPlan(registered); // takes ownership
     if (registered->arraySize() < size_t(count)) {
         fail(error, QStringLiteral("instance table '%1': this driver holds %2 items instead of %3; use "
                                    "several tables, or another mechanism")
                         .arg(plan)
                         .arg(registered->arraySize())
                         .arg(count));
-        replaced.release(); // the host may keep its tables, now that there is no other
         return nullptr;
     }
     return std::unique_ptr<InstanceTable>(new InstanceTable(registered, members, count));

@@ -70,8 +70,7 @@ public:
     };
 
     /// Null if a name is no identifier or is used twice, without an item or a context, or if the driver cannot hold as many items
-    /// with this mechanism. A registered plan of the same name is replaced; that of earlier tables is deleted, unless the result is
-    /// null: delete these tables before.
+    /// with this mechanism. A registered plan of the same name is replaced: delete its tables before.
     static std::unique_ptr<InstanceTable>
     create(const QString &plan, const QVector<Member> &members, int count,
            Zel::InstanceDataPlan::MechanismType mechanism = Zel::InstanceDataPlan::eUniformBufferMechanism,

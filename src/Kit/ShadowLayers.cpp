@@ -46,6 +46,9 @@ constexpr float kFullPartOfCone = 0.9f;
 
 constexpr int kMaxErrors = 100;
 
+/// What layers are cleared to: the far depth, or its moments.
+constexpr GLfloat kFar[4] = {1.0f, 1.0f, 1.0f, 1.0f};
+
 /// The reach of the projection of a spot light, in units of the light. It begins at 0.2 units. Moments need most of the range of
 /// depths: their projection begins at a hundredth of the reach, as those of point lights do.
 constexpr float kSpotReach = 100.0f;
@@ -565,9 +568,10 @@ void ShadowLayers::render(const CasterDrawer &drawCasters)
     const AutoEnabler depthTest(GL_DEPTH_TEST);
     const AutoEnabler depthClamp(GL_DEPTH_CLAMP);
     const AutoDisabler noBlending(GL_BLEND);
+    const AutoDisabler noScissor(GL_SCISSOR_TEST);
+    const AutoDisabler noStencil(GL_STENCIL_TEST);
     glViewport(0, 0, _side, _side);
     glDepthMask(GL_TRUE);
-    glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
     glDepthRange(kFirstDepth, 1.0);
     for (int number = 0; number < _table->transformCount; ++number) {
         const RenderData::Transform &transform = _table->transforms.at(number);
@@ -592,7 +596,7 @@ void ShadowLayers::renderDepth(const Layer &layer, const CasterDrawer &drawCaste
     const AutoBinder bound(_framebuffer.get());
     _framebuffer->attach3D(_texture.get(), GL_DEPTH_ATTACHMENT, layer.number, 0);
     _framebuffer->setDrawBuffers();
-    glClear(GL_DEPTH_BUFFER_BIT);
+    glClearBufferfv(GL_DEPTH, 0, kFar);
     drawCasters(layer);
     _framebuffer->detach(GL_DEPTH_ATTACHMENT);
 }
@@ -601,10 +605,11 @@ void ShadowLayers::renderMoments(const Layer &layer, const CasterDrawer &drawCas
 {
     {
         const AutoBinder bound(_moments->framebuffer());
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glClearBufferfv(GL_COLOR, 0, kFar);
+        glClearBufferfv(GL_DEPTH, 0, kFar);
         drawCasters(layer);
     }
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
+    const PassState state;
     const float blur = kBlurStep * _table->blurInfos.at(layer.number).blur;
     {
         const AutoBinder bound(_blurred->framebuffer());
@@ -670,7 +675,7 @@ bool ShadowLayers::drawDebug(QString *error)
     if (_debug == nullptr) {
         return false;
     }
-    const AutoDisabler noDepthTest(GL_DEPTH_TEST);
+    const PassState state;
     const AutoEnabler blending(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     const AutoBinder bound(_debug.get());

@@ -145,7 +145,7 @@ public:
     void invalidate() { _isValid = false; }
 
     /// Fits the projections to the part of the box that the camera sees, and renders the layers whose projection changed.
-    /// Restores framebuffer and viewport; sets the clear colour to white and the depth mask to true. False if the box is empty or
+    /// Restores framebuffer and viewport; sets the depth mask to true and the depth range to its default. False if the box is empty or
     /// not finite, if the matrices are not finite, without a function to draw casters, or if the driver cannot provide the layers.
     ///
     /// \a box: around all casters and receivers, a little larger than needed. Stable cascades keep their size only if it stays

@@ -52,6 +52,17 @@ std::unique_ptr<ShaderProgram> buildProgram(GLSLMacroProcessor &processor, const
     return program;
 }
 
+PassState::PassState()
+{
+    glGetIntegerv(GL_POLYGON_MODE, _polygonMode);
+    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+}
+
+PassState::~PassState()
+{
+    glPolygonMode(GL_FRONT_AND_BACK, GLenum(_polygonMode[0]));
+}
+
 void drawFullscreen(ShaderProgram &program)
 {
     const QSharedPointer<DrawBuffers> quad = OpenGLDeviceContext::current()->fullscreenQuad();

@@ -29,21 +29,24 @@ std::unique_ptr<Zel::ShaderProgram> buildProgram(Zel::GLSLMacroProcessor &proces
 /// Draws the full-screen quad with a program that is bound.
 void drawFullscreen(Zel::ShaderProgram &program);
 
-/// Disables what the host may have enabled and what would change the pixels of full-screen passes, for a scope.
+/// Sets the state of the host that would change the pixels of full-screen passes to GL's defaults, for a scope.
 class PassState
 {
     Q_DISABLE_COPY(PassState)
 
 public:
-    PassState() = default;
+    PassState();
+    ~PassState();
 
 private:
     Zel::AutoDisabler _blending{GL_BLEND};
     Zel::AutoDisabler _culling{GL_CULL_FACE};
     Zel::AutoDisabler _depthTest{GL_DEPTH_TEST};
+    Zel::AutoDisabler _discard{GL_RASTERIZER_DISCARD};
     Zel::AutoDisabler _encoding{GL_FRAMEBUFFER_SRGB}; ///< the shaders encode
     Zel::AutoDisabler _scissorTest{GL_SCISSOR_TEST};
     Zel::AutoDisabler _stencilTest{GL_STENCIL_TEST};
+    GLint _polygonMode[2] = {GL_FILL, GL_FILL}; ///< some drivers return a front and a back mode
 };
 
 } // namespace ZelKit
