@@ -2,7 +2,7 @@
 //
 // A bake filters an environment image: for reflections of growing roughness, and for diffuse surfaces. A shader then needs two
 // look-ups of light and one of the BRDF (the split-sum approximation). Here the CPU paints the image;
-// EnvironmentImage::fromTexture() takes the texture of a file. See docs/environment-images.md.
+// EnvironmentImage::load() reads a file. See docs/environment-images.md.
 
 #include "Pictures.h"
 #include "Programs.h"

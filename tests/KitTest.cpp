@@ -11,6 +11,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
 #include <QtGui/QOpenGLPaintDevice>
 #include <QtGui/QPainter>
 #include <QtGui/QWheelEvent>
@@ -548,6 +549,20 @@ TEST_F(KitTest, AnEnvironmentIsReadWithAnyAlignmentAndReduced)
     EXPECT_EQ(texels, environment->image.texels);
     environment->at(0, 0).setX(NAN); // no longer prepared
     EXPECT_FALSE(environment->takeStrongestLight().has_value());
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("sky.png");
+    QImage picture(16, 8, QImage::Format_RGB32);
+    picture.fill(qRgb(9, 120, 250));
+    picture.setPixel(3, 1, qRgb(255, 0, 128)); // near the top left
+    ASSERT_TRUE(picture.save(path));
+    const auto loaded = EnvironmentImage::load(path);
+    EXPECT_EQ(picture, loaded.value().picture());
+    EXPECT_EQ(qRgb(188, 0, 92), loaded->picture(-1).pixel(3, 1));
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg));
+    QString error;
+    EXPECT_FALSE(EnvironmentImage::load(folder.path(), {}, &error).has_value());
+    EXPECT_EQ("'" + folder.path() + "' is no environment image that can be loaded", error);
+    EXPECT_FALSE(_capture.takeTexts(QtWarningMsg).isEmpty()); // the library's reason
     environment = EnvironmentImage::prepared({{1030, 515}, std::vector<QVector3D>(1030 * 515)});
     EXPECT_EQ(QSize(515, 257), environment.value().image.size); // its faces would have an odd size
 }

@@ -421,7 +421,7 @@ TEST_F(SnippetsTest, EnvironmentLight)
     Canvas canvas(1, 1);
     const auto quad = OpenGLDeviceContext::current()->newFullscreenQuad();
     //! [EnvironmentImage]
-    std::optional<EnvironmentImage> image = EnvironmentImage::prepared(sky); // or fromTexture()
+    std::optional<EnvironmentImage> image = EnvironmentImage::prepared(sky); // or load()
     const std::optional<DistantLight> sun = image->takeStrongestLight();     // if there is one
     const std::unique_ptr<Texture> cube = image->cubeMap();
     //! [EnvironmentImage]

@@ -29,6 +29,11 @@ float decode(float encoded)
     return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
 }
 
+float encode(float linear)
+{
+    return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
+}
+
 /// What the reading of a texture needs to know.
 struct TextureFacts
 {
@@ -131,6 +136,18 @@ LightImage readPlain(const TextureFacts &facts, bool rowsGoUp)
         turnOver(image);
     }
     return image;
+}
+
+/// Whether the library uploads the rows of a file from the lowest one. \a reader: null for the formats of QImage.
+bool doRowsGoUp(const TextureLoader *reader)
+{
+    const bool isKtx = dynamic_cast<const KTXReader *>(reader) != nullptr;
+    for (unsigned int i = 0; isKtx && i < reader->numMetadataEntries(); ++i) {
+        if (reader->key(i) == QLatin1String("KTXorientation")) {
+            return reader->value(i).contains(QLatin1String("T=u"));
+        }
+    }
+    return !isKtx && dynamic_cast<const ASTCReader *>(reader) == nullptr;
 }
 
 const char *nameOf(Layout layout)
@@ -289,6 +306,23 @@ std::optional<EnvironmentImage> EnvironmentImage::prepared(LightImage image, std
     return environment;
 }
 
+std::optional<EnvironmentImage> EnvironmentImage::load(const QString &path, std::optional<Layout> layout,
+                                                       QString *error)
+{
+    if (!hasContext("environment image", error)) {
+        return {};
+    }
+    TextureFileInfo asInFile;
+    asInFile.keepOrientation = true;
+    const std::unique_ptr<TextureLoader> reader(IdentifyTextureFromFile(path));
+    const std::unique_ptr<Texture> texture(LoadTextureFromFile(path, asInFile));
+    if (texture == nullptr) {
+        fail(error, QStringLiteral("'%1' is no environment image that can be loaded").arg(path));
+        return {};
+    }
+    return fromTexture(*texture, doRowsGoUp(reader.get()), layout, error);
+}
+
 std::optional<EnvironmentImage> EnvironmentImage::fromTexture(Texture &texture, bool isFirstRowLowest,
                                                               std::optional<Layout> layout, QString *error)
 {
@@ -309,6 +343,26 @@ std::optional<EnvironmentImage> EnvironmentImage::fromTexture(Texture &texture, 
     const bool isCube = facts.target == GL_TEXTURE_CUBE_MAP;
     return prepared(isCube ? joinFaces(facts, isFirstRowLowest) : readPlain(facts, isFirstRowLowest),
                     isCube ? eStrip : layout, error);
+}
+
+QImage EnvironmentImage::picture(float exposure) const
+{
+    if (!isComplete(image, nullptr)) {
+        return {};
+    }
+    QImage picture(image.size, QImage::Format_RGB32);
+    const float strength = std::exp2(exposure);
+    const auto toByte = [strength](float radiance) {
+        return int(std::lround(255.0f * encode(std::min(strength * radiance, 1.0f))));
+    };
+    for (int y = 0; y < picture.height(); ++y) {
+        auto *row = reinterpret_cast<QRgb *>(picture.scanLine(y));
+        for (int x = 0; x < picture.width(); ++x) {
+            const QVector3D &texel = at(x, y);
+            row[x] = qRgb(toByte(texel.x()), toByte(texel.y()), toByte(texel.z()));
+        }
+    }
+    return picture;
 }
 
 QVector3D EnvironmentImage::direction(int x, int y) const

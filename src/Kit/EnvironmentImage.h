@@ -4,6 +4,7 @@
 
 #include <QtCore/QSize>
 #include <QtCore/QString>
+#include <QtGui/QImage>
 #include <QtGui/QVector3D>
 
 #include <memory>
@@ -40,7 +41,7 @@ struct DistantLight
 ///
 /// - Units: linear radiance; directions in the world, y up. The first row is the sky's. docs/environment-images.md draws the
 ///   layouts.
-/// - Context: needed by fromTexture() and cubeMap() only.
+/// - Context: needed by load(), fromTexture() and cubeMap() only.
 /// - Errors: a function that can fail explains why in its last argument, or logs it.
 ///
 /// \snippet kit.cpp EnvironmentImage
@@ -65,12 +66,19 @@ struct ZELKIT_EXPORT EnvironmentImage
     static std::optional<EnvironmentImage> prepared(LightImage image, std::optional<Layout> layout = {},
                                                     QString *error = nullptr);
 
+    /// Reads an image file of any format that the library loads, and prepares it. An OpenEXR file goes through prepared() instead.
+    static std::optional<EnvironmentImage> load(const QString &path, std::optional<Layout> layout = {},
+                                                QString *error = nullptr);
+
     /// Reads a 2D texture or a cube map of the current context back, decodes sRGB, and prepares it. \a isFirstRowLowest: the rows
     /// go up, as the library's loaders upload all files but KTX and ASTC; false for cube maps of the bakes. \a layout: of a 2D
     /// texture. Empty, besides, for a texture of integers.
     static std::optional<EnvironmentImage> fromTexture(Zel::Texture &texture, bool isFirstRowLowest,
                                                        std::optional<Layout> layout = {},
                                                        QString *error = nullptr);
+
+    /// A preview, encoded in sRGB. \a exposure: as a power of two. Null if the number of texels is not that of the size.
+    QImage picture(float exposure = 0.0f) const;
 
     QVector3D &at(int x, int y) { return image.texels[size_t(y) * size_t(image.size.width()) + size_t(x)]; }
     const QVector3D &at(int x, int y) const { return const_cast<EnvironmentImage *>(this)->at(x, y); }
