@@ -186,6 +186,7 @@ TEST_F(ZelviewTest, TexturesAreUprightAndWhiteIfTheyCannotBeRead)
     for (const auto &[map, colours, remark] :
          {std::tuple("four.png", "rg/b.", ""),
           {"C:\\models\\four.png", "rg/b.", ""},
+          {"fou%72.png", "rg/b.", ""}, // escaped as in glTF
           {"none.png", "../..", "zelview: texture 'none.png' is missing and is drawn white\n"},
           {"broken.png", "../..", "zelview: texture 'broken.png' cannot be read and is drawn white\n"}}) {
         write("m.mtl", QByteArray("newmtl m\nKd 1 1 1\nmap_Kd ") + map);

@@ -64,6 +64,9 @@ Assimp::IOStream *RecordingFiles::Open(const char *file, const char *mode)
 {
     static const QRegularExpression kSeparator(QStringLiteral("[/\\\\]"));
     Assimp::IOStream *stream = DefaultIOSystem::Open(file, mode);
+    if (stream == nullptr) { // glTF escapes characters as in URLs, and assimp does not decode them
+        stream = DefaultIOSystem::Open(QByteArray::fromPercentEncoding(file).constData(), mode);
+    }
     const QString name = QString::fromUtf8(file).section(kSeparator, -1);
     if (stream != nullptr) { // importers try several folders
         _missing.removeAll(name);

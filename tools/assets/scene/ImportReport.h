@@ -12,7 +12,7 @@ namespace zeltools {
 
 struct GltfHead;
 
-/// Opens files for assimp, and records the names of missing files.
+/// Opens files for assimp, also those whose names are escaped as in URLs, and records the names of missing files.
 class RecordingFiles : public Assimp::DefaultIOSystem
 {
 public:

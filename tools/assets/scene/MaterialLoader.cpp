@@ -6,6 +6,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QUrl>
 
 #include <assimp/GltfMaterial.h>
 #include <assimp/material.h>
@@ -143,6 +144,14 @@ std::vector<TextureTile> findTilesBeside(QString name, const QDir &folder)
     return tiles.empty() ? findTiles(folder.filePath(name.section(QLatin1Char('/'), -1))) : tiles;
 }
 
+/// Finds the file, or the tiles, that a model refers to by this name. Returns false if there is none.
+bool findImage(const QString &name, const QDir &folder, TextureSource &target)
+{
+    target.tiles = findTilesBeside(name, folder);
+    target.path = target.tiles.empty() ? findFile(name, folder) : target.tiles.front().path;
+    return !target.path.isEmpty();
+}
+
 void takeEmbedded(const aiTexture &embedded, TextureSource &target)
 {
     if (embedded.mHeight == 0) {
@@ -186,14 +195,10 @@ public:
         }
         if (const aiTexture *embedded = _source.GetEmbeddedTexture(name.C_Str())) {
             takeEmbedded(*embedded, texture);
-        } else {
-            texture.tiles = findTilesBeside(texture.name, _folder);
-            texture.path =
-                texture.tiles.empty() ? findFile(texture.name, _folder) : texture.tiles.front().path;
-            if (texture.path.isEmpty()) {
-                remarkMissing(texture.name);
-                return -1;
-            }
+        } else if (!findImage(texture.name, _folder, texture)
+                   && !findImage(QUrl::fromPercentEncoding(texture.name.toUtf8()), _folder, texture)) {
+            remarkMissing(texture.name);
+            return -1;
         }
         _scene.textures.push_back(texture);
         return int(_scene.textures.size()) - 1;

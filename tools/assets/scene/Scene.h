@@ -69,7 +69,7 @@ struct TextureSource
 
     QString name;                   ///< as stated in the model
     bool isColor = true;            ///< sRGB; otherwise plain numbers
-    QString path;                   ///< index in the file
+    QString path;                   ///< empty if the image is embedded
     QByteArray encoded;             ///< an image file's contents, embedded
     QImage pixels;                  ///< embedded without encoding
     std::vector<TextureTile> tiles; ///< the files of a UDIM set, whose first is the path; otherwise empty
