@@ -97,7 +97,7 @@ TEST_F(ModelLoaderTest, ReportsWhatIsNotShownInOneLine)
               QStringList("file 'none.mtl' is missing; its contents are left out"));
     EXPECT_EQ(load(write("c.obj", triangle + "l 1 3\n")).remarks, QStringList("not shown: 1 line"));
     write("clear.mtl", "newmtl m\nd 0\n");
-    const Scene clear = load(write("b.obj", "mtllib clear.mtl\n" + triangle));
+    const Scene clear = load(write("b.obj", "mtllib cle%61r.mtl\n" + triangle));
     EXPECT_EQ(clear.remarks, QStringList("all materials are fully transparent and are drawn opaque"));
     EXPECT_FALSE(clear.materials.front().isBlended);
 }
@@ -219,6 +219,8 @@ TEST_F(ZelinfoTest, PrintsPlansAndTheFactsOfModelsTilesAndImages)
 {
     const QString wall = writeWall("wall.obj", 4, 3);
     const QString tile = write("t.1001.png", plainPng(Qt::red, 8, 4));
+    write("wall.mtl", bytesOf(path("wall.mtl")).replace("m2", "50%3"));
+    write("wall.obj", bytesOf(wall).replace("m2", "50%3"));
     for (const auto &[arguments, words] :
          {std::pair(QStringList{wall, "--print-plan"},
                     QStringList{"plan      Object by ubo: 256 bytes an item, 4 items of at most ",
@@ -227,8 +229,8 @@ TEST_F(ZelinfoTest, PrintsPlansAndTheFactsOfModelsTilesAndImages)
            {"plan      Object by texture: 256 bytes an item, 10 items"}},
           {{wall},
            {"model     12 meshes, 24 triangles, ", "bounds    0 0 0 to 4 3 0\n",
-            "material  2 'm2', opaque, "}},
-          {{path()}, {"texture   0 't.<UDIM>.png', sRGB, 1 tiles\n"}},
+            "material  2 '50%3', opaque, "}},
+          {{path()}, {"texture   0 't.<UDIM>.png', sRGB, 1 tile\n"}},
           {{tile}, {"image     2D, 8x4, "}}}) {
         EXPECT_EQ(info(arguments).code, 0);
         EXPECT_EQ(_last.errors, QString());
@@ -238,6 +240,10 @@ TEST_F(ZelinfoTest, PrintsPlansAndTheFactsOfModelsTilesAndImages)
     }
     EXPECT_EQ(info({tile, "--print-plan"}).code, 1);
     EXPECT_EQ(_last.errors, "zelinfo: --print-plan applies to models; '" + tile + "' is an image\n");
+    EXPECT_EQ(info({wall, "--mechanism", "ssbo"}).errors,
+              "zelinfo: --mechanism needs --print-plan (see zelinfo --help)\n");
+    EXPECT_EQ(runProgram("sh", {"-c", ZELINFO_PROGRAM " --version >/dev/full"}).code, 2);
+    EXPECT_EQ(_last.errors, "zelinfo: cannot write the output\n");
     EXPECT_EQ(info({}).errors, "zelinfo: no FILE is given (see zelinfo --help)\n");
 }
 

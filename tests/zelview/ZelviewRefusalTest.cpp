@@ -39,8 +39,11 @@ protected:
 
 TEST_F(ZelviewRefusalTest, ReportsWrongCallsInOneLineAndKeepsEveryFile)
 {
-    const QString tile = write("t.1001.png", fourColours());
-    write("t.1002.png", fourColours());
+    const QString tile = write("t%2.1001.png", fourColours()); // no place marker
+    write("t%2.1002.png", fourColours());
+    write("tiled.mtl", "newmtl m\nmap_Kd t%2.1001.png\n");
+    const QString tiled =
+        write("tiled.obj", "mtllib tiled.mtl\nusemtl m\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
     const QString target = write("out.png", "old");
     expectRefusals({
         {{}, 1, "no FILE is given"},
@@ -49,6 +52,7 @@ TEST_F(ZelviewRefusalTest, ReportsWrongCallsInOneLineAndKeepsEveryFile)
         {{_wall, "--pick", "0,0"}, 1, "--pick needs --offscreen"},
         {{_wall, "--offscreen", _wall}, 1, "the picture would overwrite a file that it shows"},
         {{"--udim", path(), "--offscreen", tile}, 1, "the picture would overwrite a file that it shows"},
+        {{tiled, "--offscreen", tile}, 1, "the picture would overwrite a file that it shows"},
         {{_wall, "--offscreen", path("none/out.png")}, 2, "there is no folder"},
         {{_wall, "--offscreen", "/dev/null"}, 2, "it is not a plain file"},
     });
@@ -73,12 +77,15 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
     const QByteArray gltf2 = R"("asset":{"version":"2.0"},"scene":"the first"})";
     const QString rgbe = write("old.hdr", "#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n\1\1\1\1");
     const QByteArray torn("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20);
+    const QByteArray exr("v/1\1\2\0\0\0", 8);
     QDir(path()).mkdir("sets");
     write("sets/a.1001.png", plainPng(Qt::red));
     write("sets/b.1001.png", plainPng(Qt::red));
     expectRefusals(
         {
             {{path("none.glb")}, 2, "there is no file"},
+            {{path()}, 2, "is a folder, not a file"},
+            {{write("sky.exr", exr)}, 3, "is an OpenEXR image, which only --env reads"},
             {{"--udim", path("sets")}, 1, "holds several sets of tiles; name one, such as"},
             {{write("notes.txt", "Dear diary,\n")}, 3, "it is neither a model nor an image of a known"},
             {{write("torn.glb", torn)}, 3, "it is neither"},
@@ -88,8 +95,8 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
             {{write("far.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1 0\nf 1 2 3\n")}, 3, "not finite or out of range"},
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{write("cut.png", fourColours().left(40))}, 3, "cut.png' cannot be shown: "},
-            {{write("cut.ktx", KtxFile().bytes().left(40))}, 3, "cannot be shown: its data are damaged"},
-            {{_wall, "--env", write("cut.exr", "v/1\1\2\0\0\0")}, 3, "cut.exr' cannot be read: "},
+            {{write("cut.ktx", KtxFile().bytes().left(40))}, 3, "cannot be shown: it is damaged, or uses"},
+            {{_wall, "--env", write("cut.exr", exr)}, 3, "cut.exr' cannot be read: "},
             {{_wall, "--env", write("long.png", plainPng(Qt::red, 64, 8))},
              3,
              "is not an environment image: 64x8 is neither"},

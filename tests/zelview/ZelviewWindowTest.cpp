@@ -23,7 +23,6 @@ public:
     QStringList describeFrame() const override { return {}; }
     QStringList describeStatistics() override { return {"1 drawable"}; }
     bool isDithered() const override { return false; }
-    Failure prepareFrame(const QSize &) override { return {}; }
 
     Failure createGLObjects(Programs &programs, const Options &) override
     {

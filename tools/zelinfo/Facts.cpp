@@ -1,5 +1,7 @@
 #include "Facts.h"
 
+#include "file/Counted.h"
+
 namespace zeltools {
 
 namespace {
@@ -8,6 +10,8 @@ QString toText(const QVector3D &vector)
 {
     return QStringLiteral("%1 %2 %3").arg(double(vector.x())).arg(double(vector.y())).arg(double(vector.z()));
 }
+
+// Names from the file are inserted last: they may contain "%1".
 
 QString describe(const Material &material)
 {
@@ -22,13 +26,11 @@ QString describe(const Material &material)
     const QString how = material.isBlended          ? QStringLiteral("blended")
                         : material.alphaCutoff >= 0 ? QStringLiteral("cut out")
                                                     : QStringLiteral("opaque");
-    return QStringLiteral("'%1', %2, metalness %3, roughness %4, %5 side%6, maps: %7")
-        .arg(material.name, how)
+    return QStringLiteral("'%4', %5, metalness %1, roughness %2, %3, maps: %6")
         .arg(double(material.metalness))
         .arg(double(material.roughness))
-        .arg(material.isTwoSided ? 2 : 1)
-        .arg(material.isTwoSided ? QStringLiteral("s") : QString(),
-             maps.isEmpty() ? QStringLiteral("none") : maps.join(QStringLiteral(", ")));
+        .arg(material.isTwoSided ? QStringLiteral("2 sides") : QStringLiteral("1 side"))
+        .arg(material.name, how, maps.isEmpty() ? QStringLiteral("none") : maps.join(QStringLiteral(", ")));
 }
 
 QString describe(const TextureSource &texture)
@@ -36,23 +38,23 @@ QString describe(const TextureSource &texture)
     const QString place = texture.path.isEmpty() ? QStringLiteral("embedded") : texture.path;
     return QStringLiteral("'%1', %2, %3")
         .arg(texture.name, texture.isColor ? QStringLiteral("sRGB") : QStringLiteral("linear"),
-             texture.tiles.empty() ? place : QStringLiteral("%1 tiles").arg(texture.tiles.size()));
+             texture.tiles.empty() ? place : counted(qint64(texture.tiles.size()), "tile", "tiles"));
 }
 
 QString describe(const SceneCamera &camera)
 {
-    return QStringLiteral("'%1', %2, height %3")
+    return QStringLiteral("'%2', %3, height %1")
+        .arg(double(camera.height))
         .arg(camera.name,
-             camera.isOrthographic ? QStringLiteral("orthographic") : QStringLiteral("perspective"))
-        .arg(double(camera.height));
+             camera.isOrthographic ? QStringLiteral("orthographic") : QStringLiteral("perspective"));
 }
 
 QString describe(const SceneLight &light)
 {
     const char *const kTypes[] = {"directional", "point", "spot"};
-    return QStringLiteral("'%1', %2, %3 times %4")
-        .arg(light.name, QLatin1String(kTypes[light.type]), toText(light.color))
-        .arg(double(light.intensity));
+    return QStringLiteral("'%2', %3, %4 times %1")
+        .arg(double(light.intensity))
+        .arg(light.name, QLatin1String(kTypes[light.type]), toText(light.color));
 }
 
 /// Appends a line for each item, with its number.

@@ -3,8 +3,7 @@
 #include "Facts.h"
 
 #include "file/CommandLine.h"
-#include "file/Console.h"
-#include "file/InputFile.h"
+#include "file/Program.h"
 #include "image/ExrFile.h"
 #include "image/ImageFile.h"
 #include "image/TextureFacts.h"
@@ -15,9 +14,9 @@
 #include <ZelGL/Texture.h>
 #include <ZelKit/HeadlessContext.h>
 
-#include <QtGui/QGuiApplication>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
 
-#include <cstdio>
 #include <limits>
 
 using namespace zeltools;
@@ -70,11 +69,21 @@ Expected<Options> parseOptions(int argc, char **argv)
         return *failure;
     }
     options.printedText = line.printedText();
+    if (!options.printedText.isEmpty()) {
+        return options;
+    }
     options.file = line.files().value(0);
-    const bool isEnough = !options.file.isEmpty() || options.printsPlan || !options.printedText.isEmpty();
-    if (!isEnough || line.files().size() > 1) {
-        return line.problem(isEnough ? QStringLiteral("zelinfo takes one FILE at a time")
-                                     : QStringLiteral("no FILE is given"));
+    if (const Failure failure = line.refuseSeveral(line.files())) {
+        return *failure;
+    }
+    if (options.printsPlan) {
+        return options;
+    }
+    if (options.file.isEmpty()) {
+        return line.problem(QStringLiteral("no FILE is given"));
+    }
+    if (const QString ofPlan = line.firstSet({"mechanism", "block-limit"}); !ofPlan.isEmpty()) {
+        return line.problem(QStringLiteral("--%1 needs --print-plan").arg(ofPlan));
     }
     return options;
 }
@@ -125,6 +134,7 @@ Failure printPlans(const Options &options, int objects)
 
 Failure run(const Options &options)
 {
+    HeadlessContext::choosePlatform();
     if (options.file.isEmpty()) {
         return printPlans(options, std::numeric_limits<int>::max());
     }
@@ -154,18 +164,6 @@ Failure run(const Options &options)
 
 int main(int argc, char **argv)
 {
-    Console::install("zelinfo");
-    const Expected<Options> options = parseOptions(argc, argv);
-    if (!options) {
-        return Console::reportProblem(options.problem());
-    }
-    if (!options->printedText.isEmpty()) {
-        std::fputs(qPrintable(options->printedText), stdout);
-        return int(ExitCode::eOk);
-    }
-    HeadlessContext::choosePlatform();
-    if (const Failure failure = run(*options)) {
-        return Console::reportProblem(*failure);
-    }
-    return int(ExitCode::eOk);
+    return runProgram(
+        "zelinfo", [&] { return parseOptions(argc, argv); }, run);
 }

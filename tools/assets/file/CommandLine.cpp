@@ -101,8 +101,8 @@ Failure CommandLine::parse(const QStringList &arguments)
 
 QString CommandLine::printedText() const
 {
-    return isSet("help")      ? _parser.helpText()
-           : isSet("version") ? QStringLiteral("%1 %2\n").arg(_program, QStringLiteral(ZELGL_TOOLS_VERSION))
+    return isSet("help")      ? _parser.helpText().trimmed()
+           : isSet("version") ? QStringLiteral("%1 %2").arg(_program, QStringLiteral(ZELGL_TOOLS_VERSION))
                               : QString();
 }
 
@@ -111,6 +111,14 @@ QString CommandLine::firstSet(std::initializer_list<const char *> names) const
     const auto *const found =
         std::find_if(names.begin(), names.end(), [this](const char *name) { return isSet(name); });
     return found != names.end() ? QLatin1String(*found) : QString();
+}
+
+Failure CommandLine::refuseSeveral(const QStringList &files) const
+{
+    return files.size() < 2 ? Failure()
+                            : problem(QStringLiteral("only one FILE is allowed, not %1: '%2'")
+                                          .arg(files.size())
+                                          .arg(files.join(QStringLiteral("', '"))));
 }
 
 Problem CommandLine::problem(const QString &text) const

@@ -52,13 +52,15 @@ public:
     /// unless --help or --version is given.
     Failure parse(const QStringList &arguments);
 
-    /// The text of --help or --version, to print instead of doing anything; otherwise empty.
+    /// The text of --help or --version, to print as a line instead of doing anything; otherwise empty.
     QString printedText() const;
 
     bool isSet(const char *name) const { return _parser.isSet(QLatin1String(name)); }
     /// The first of these options that was given; empty if none was.
     QString firstSet(std::initializer_list<const char *> names) const;
     QStringList files() const { return _parser.positionalArguments(); }
+    /// Returns a problem if there are several of these files.
+    Failure refuseSeveral(const QStringList &files) const;
 
     /// A problem with a hint at --help.
     Problem problem(const QString &text) const;

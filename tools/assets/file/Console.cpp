@@ -127,4 +127,14 @@ int reportProblem(const Problem &problem)
     return int(problem.code);
 }
 
+int finish(const Failure &failure)
+{
+    if (failure) {
+        return reportProblem(*failure);
+    }
+    return std::ferror(stdout) != 0
+               ? reportProblem({ExitCode::eFile, QStringLiteral("cannot write the output")})
+               : int(ExitCode::eOk);
+}
+
 }} // namespace zeltools::Console

@@ -55,4 +55,8 @@ void printError(const QString &line);
 /// Prints the text of a problem, and returns its exit code as a number.
 int reportProblem(const Problem &problem);
 
+/// Returns the exit code of the program, after the text of the failure if there is one. It is a failure too if the output
+/// could not be written.
+int finish(const Failure &failure);
+
 }} // namespace zeltools::Console

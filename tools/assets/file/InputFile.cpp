@@ -11,6 +11,9 @@ Failure checkInputFile(const QString &path)
     if (!file.exists()) {
         return Problem{ExitCode::eFile, QStringLiteral("there is no file '%1'").arg(path)};
     }
+    if (file.isDir()) {
+        return Problem{ExitCode::eFile, QStringLiteral("'%1' is a folder, not a file").arg(path)};
+    }
     if (!file.isFile() || !file.isReadable()) {
         return Problem{ExitCode::eFile, QStringLiteral("'%1' is not a readable file").arg(path)};
     }

@@ -78,8 +78,9 @@ QString reasonOfFailure(const QString &path)
     const QStringList said = Console::Collector::messages();
     const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
     // Qt logs the messages of its decoders, which are for programmers.
-    return hasReason && hasOwnReader(path) ? said.last().simplified()
-                                           : QStringLiteral("its data are damaged");
+    return hasReason && hasOwnReader(path)
+               ? said.last().simplified()
+               : QStringLiteral("it is damaged, or uses a feature of its format that is not read");
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "image/TextureFacts.h"
 
+#include "file/Counted.h"
+
 #include <ZelGL/ZelGL.h>
 
 #include <algorithm>
@@ -180,11 +182,8 @@ QString TextureFacts::toString() const
     if (target == GL_TEXTURE_3D) {
         shape += QStringLiteral("x%1").arg(depth);
     }
-    return QStringLiteral("%1, %2, %3 %4, %5")
-        .arg(targetName(target), shape)
-        .arg(levels)
-        .arg(levels == 1 ? QStringLiteral("level") : QStringLiteral("levels"))
-        .arg(formatName(internalFormat));
+    return QStringLiteral("%1, %2, %3, %4")
+        .arg(targetName(target), shape, counted(levels, "level", "levels"), formatName(internalFormat));
 }
 
 QString formatName(unsigned int internalFormat)

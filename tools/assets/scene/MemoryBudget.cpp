@@ -29,7 +29,7 @@ MemoryBudget::MemoryBudget(quint64 bytes)
     : _before{RLIM_INFINITY, RLIM_INFINITY}
 {
     const quint64 inUse = dataInUse();
-    if (inUse > 0 && ::getrlimit(RLIMIT_DATA, &_before) == 0) {
+    if (::getrlimit(RLIMIT_DATA, &_before) == 0 && inUse > 0) {
         rlimit limit = _before;
         limit.rlim_cur = std::min<rlim_t>(inUse + bytes, _before.rlim_cur);
         ::setrlimit(RLIMIT_DATA, &limit);

@@ -108,19 +108,18 @@ Failure ImageExhibit::loadTexture()
 
 Failure ImageExhibit::checkChoice() const
 {
-    if (_level >= _facts.levels) {
-        return Problem{ExitCode::eUsage, QStringLiteral("there is no level %1: '%2' has %3, counted from 0")
-                                             .arg(_level)
-                                             .arg(_path)
-                                             .arg(_facts.levels)};
-    }
-    if (_panel >= panelsOfLevel()) {
-        return Problem{ExitCode::eUsage, QStringLiteral("there is no face %1: '%2' has %3, counted from 0")
-                                             .arg(_panel)
-                                             .arg(_path)
-                                             .arg(panelsOfLevel())};
-    }
-    return {};
+    const auto check = [this](const char *what, int number, int count) {
+        return number < count ? Failure()
+                              : Problem{ExitCode::eUsage,
+                                        QStringLiteral("there is no %1 %2: '%4' has %3, counted from 0")
+                                            .arg(QLatin1String(what))
+                                            .arg(number)
+                                            .arg(count)
+                                            .arg(_path)};
+    };
+    const Failure failure = check("level", _level, _facts.levels);
+    const bool isCube = _facts.target == GL_TEXTURE_CUBE_MAP;
+    return failure ? failure : check(isCube ? "face" : "slice", _panel, panelsOfLevel());
 }
 
 void ImageExhibit::setSampling()
@@ -163,11 +162,6 @@ QSize ImageExhibit::grid() const
     const int columns =
         _facts.target == GL_TEXTURE_CUBE_MAP ? panels : int(std::ceil(std::sqrt(double(panels))));
     return {columns, (panels + columns - 1) / columns};
-}
-
-Failure ImageExhibit::prepareFrame(const QSize &)
-{
-    return {};
 }
 
 void ImageExhibit::draw(const QSize &viewport)
@@ -236,11 +230,6 @@ void ImageExhibit::zoom(float steps)
     const float factor = std::pow(kZoomStep, steps);
     _zoom *= factor;
     _shift *= factor;
-}
-
-QString ImageExhibit::pick(const QPoint &, const QSize &)
-{
-    return {};
 }
 
 bool ImageExhibit::key(int key)

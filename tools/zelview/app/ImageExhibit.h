@@ -22,18 +22,15 @@ public:
     ~ImageExhibit() override;
 
     QStringList describe() const override;
+    QStringList files() const override { return {_path}; }
     Failure createGLObjects(Programs &programs, const Options &options) override;
     void releaseGLObjects() override;
     void frame(const QSize &viewport) override;
-    void refit(const QSize &) override {} // draw() fits the image to any viewport
-    Failure prepareFrame(const QSize &viewport) override;
     void draw(const QSize &viewport) override;
     QStringList describeFrame() const override;
-    QStringList describeStatistics() override { return {}; }
     bool isDithered() const override;
     void drag(DragKind kind, const QVector2D &way) override;
     void zoom(float steps) override;
-    QString pick(const QPoint &pixel, const QSize &viewport) override;
     bool key(int key) override;
 
 private:

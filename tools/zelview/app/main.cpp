@@ -2,17 +2,15 @@
 #include "app/Picture.h"
 #include "app/PngFile.h"
 #include "app/Window.h"
-#include "file/Console.h"
+#include "file/Counted.h"
+#include "file/Program.h"
 #include "frame/Exhibit.h"
 #include "frame/Graphics.h"
 #include "frame/Options.h"
-#include "scene/UdimFiles.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
 #include <QtGui/QGuiApplication>
-
-#include <cstdio>
 
 using namespace zeltools;
 using Orvane::ZelKit::HeadlessContext;
@@ -26,24 +24,16 @@ Expected<Options> readOptions(int argc, char **argv)
     return parseOptions(QCoreApplication::arguments());
 }
 
-Failure checkPicture(const Options &options)
+Failure checkOverwriting(const Exhibit &exhibit, const QString &path)
 {
-    QStringList shown{options.file, options.environment};
-    if (options.isUdim) {
-        if (const Expected<TextureSource> set = findUdimSet(options.file)) {
-            for (const TextureTile &tile : set->tiles) {
-                shown.append(tile.path);
-            }
-        }
-    }
-    const QString picture = QFileInfo(options.picture).canonicalFilePath(); // empty if it does not exist yet
-    for (const QString &file : shown) {
+    const QString picture = QFileInfo(path).canonicalFilePath(); // empty if it does not exist yet
+    for (const QString &file : exhibit.files()) {
         if (!picture.isEmpty() && picture == QFileInfo(file).canonicalFilePath()) {
             return Problem{ExitCode::eUsage,
                            QStringLiteral("the picture would overwrite a file that it shows")};
         }
     }
-    return checkPngTarget(options.picture);
+    return {};
 }
 
 Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
@@ -59,15 +49,14 @@ Failure writePicture(Exhibit &exhibit, const Options &options, qint64 loadTime)
     }
     const qint64 writeTime = timer.elapsed();
 
-    Console::printLine(QStringLiteral("picture   %1, %2x%3, %4%5")
-                           .arg(QFileInfo(options.picture).absoluteFilePath())
+    Console::printLine(QStringLiteral("picture   %5, %1x%2, %3%4")
                            .arg(options.size.width())
                            .arg(options.size.height())
-                           .arg(picture->samples == 1 ? QStringLiteral("1 sample")
-                                                      : QStringLiteral("%1 samples").arg(picture->samples))
-                           .arg(options.edgeFilter == EdgeFilter::eNone
+                           .arg(counted(picture->samples, "sample", "samples"),
+                                options.edgeFilter == EdgeFilter::eNone
                                     ? QString()
-                                    : QStringLiteral(", ") + edgeFilterName(options.edgeFilter)));
+                                    : QStringLiteral(", ") + edgeFilterName(options.edgeFilter),
+                                QFileInfo(options.picture).absoluteFilePath()));
     Console::printLine(QStringLiteral("driver    ") + picture->driver);
     for (const QString &line : exhibit.describe() + picture->frame) {
         Console::printLine(line);
@@ -94,9 +83,12 @@ Failure showWindow(Exhibit &exhibit, const Options &options)
 
 Failure run(int argc, char **argv, const Options &options)
 {
+    if (options.verbose) {
+        Console::setVerbose();
+    }
     const bool isOffscreen = !options.picture.isEmpty();
     if (isOffscreen) {
-        if (const Failure failure = checkPicture(options)) {
+        if (const Failure failure = checkPngTarget(options.picture)) {
             return failure;
         }
     }
@@ -107,6 +99,9 @@ Failure run(int argc, char **argv, const Options &options)
         return exhibit.problem();
     }
     const qint64 loadTime = timer.elapsed();
+    if (const Failure failure = checkOverwriting(**exhibit, options.picture)) {
+        return failure;
+    }
 
     HeadlessContext::choosePlatform(isOffscreen ? HeadlessContext::eForPictures
                                                 : HeadlessContext::eForWindows);
@@ -118,20 +113,7 @@ Failure run(int argc, char **argv, const Options &options)
 
 int main(int argc, char **argv)
 {
-    Console::install("zelview");
-    const Expected<Options> options = readOptions(argc, argv);
-    if (!options) {
-        return Console::reportProblem(options.problem());
-    }
-    if (!options->printedText.isEmpty()) {
-        std::fputs(qPrintable(options->printedText), stdout);
-        return int(ExitCode::eOk);
-    }
-    if (options->verbose) {
-        Console::setVerbose();
-    }
-    if (const Failure failure = run(argc, argv, *options)) {
-        return Console::reportProblem(*failure);
-    }
-    return int(ExitCode::eOk);
+    return runProgram(
+        "zelview", [&] { return readOptions(argc, argv); },
+        [&](const Options &options) { return run(argc, argv, options); });
 }

@@ -27,6 +27,8 @@ public:
 
     /// Lines for the report: what was loaded.
     virtual QStringList describe() const = 0;
+    /// The paths of the model and of the images that it shows: the picture must not overwrite them.
+    virtual QStringList files() const { return {}; }
 
     /// Creates the GL objects.
     virtual Failure createGLObjects(Programs &programs, const Options &options) = 0;
@@ -36,16 +38,16 @@ public:
     /// Chooses the view that shows everything in a viewport of this size.
     virtual void frame(const QSize &viewport) = 0;
     /// Keeps everything in view after a change of the viewport's size, unless the user has moved the view.
-    virtual void refit(const QSize &viewport) = 0;
+    virtual void refit(const QSize & /*viewport*/) {}
     /// Draws the passes that the next draw() reads, into framebuffers of the exhibit. Leaves no framebuffer bound.
-    virtual Failure prepareFrame(const QSize &viewport) = 0;
+    virtual Failure prepareFrame(const QSize & /*viewport*/) { return {}; }
     /// Fills the bound framebuffer with linear light in the range of the screen. The depth buffer must be cleared.
     virtual void draw(const QSize &viewport) = 0;
     /// Lines for the report: how the last frame was drawn.
     virtual QStringList describeFrame() const = 0;
 
     /// Lines for --stats: what the last draw() processed.
-    virtual QStringList describeStatistics() = 0;
+    virtual QStringList describeStatistics() { return {}; }
 
     /// Whether the picture needs dithering, because it has soft gradients that show the steps of 8 bits.
     virtual bool isDithered() const = 0;
@@ -56,7 +58,7 @@ public:
     virtual void zoom(float steps) = 0;
     /// Selects what a pixel of the viewport shows, and returns a line about it; empty if nothing can be selected. Call it
     /// between frames.
-    virtual QString pick(const QPoint &pixel, const QSize &viewport) = 0;
+    virtual QString pick(const QPoint & /*pixel*/, const QSize & /*viewport*/) { return {}; }
     /// Handles a key of Qt::Key. Returns false if the key has no meaning here.
     virtual bool key(int key) = 0;
 };

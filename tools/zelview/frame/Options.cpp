@@ -96,6 +96,9 @@ public:
         options.shadowKind = _isVariance ? ShadowKind::eVariance : ShadowKind::eDepth;
         options.modelOption = _line.firstSet(kModelOptions);
         options.imageOption = _line.firstSet(kImageOptions);
+        if (const Failure failure = _line.refuseSeveral(_line.files())) {
+            return failure;
+        }
         const QString conflict = findConflict();
         return conflict.isEmpty() ? Failure() : _line.problem(conflict);
     }
@@ -318,11 +321,8 @@ QString Parser::findConflict()
 {
     const QStringList names = (options.isUdim ? QStringList(_tiles) : QStringList()) + _line.files();
     options.file = names.value(0);
-    if (names.size() > 1) {
-        return options.isUdim ? QStringLiteral("--udim and FILE exclude each other")
-                              : QStringLiteral("zelview shows one FILE at a time, not %1: '%2'")
-                                    .arg(names.size())
-                                    .arg(names.join(QStringLiteral("', '")));
+    if (options.isUdim && names.size() > 1) {
+        return QStringLiteral("--udim and FILE exclude each other");
     }
     if (options.file.isEmpty()) {
         return QStringLiteral("no FILE is given");

@@ -73,12 +73,12 @@ Expected<std::unique_ptr<Environment>> Environment::create(Programs &programs, c
     if (const Failure failure = environment->bake(std::move(*image), sun)) {
         return *failure;
     }
-    environment->_facts = QStringLiteral("%1, %2 of %3x%4, baked in %5 ms")
-                              .arg(QFileInfo(path).fileName(),
-                                   isPanorama ? QStringLiteral("latlong") : QStringLiteral("six faces"))
+    environment->_facts = QStringLiteral("%4, %5 of %1x%2, baked in %3 ms")
                               .arg(isPanorama ? size.width() : size.height())
                               .arg(size.height())
-                              .arg(timer.elapsed());
+                              .arg(timer.elapsed())
+                              .arg(QFileInfo(path).fileName(),
+                                   isPanorama ? QStringLiteral("latlong") : QStringLiteral("six faces"));
     if (sun == eTakeSun && !environment->_sun) {
         environment->_facts += QStringLiteral("; no light is strong enough to cast shadows");
     }

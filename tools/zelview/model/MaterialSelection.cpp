@@ -43,7 +43,7 @@ QString MaterialSelection::describe() const
 {
     QStringList parts;
     if (_selected >= 0) {
-        parts.append(QStringLiteral("'%1', number %2").arg(_names[_selected]).arg(_selected));
+        parts.append(QStringLiteral("'%2', number %1").arg(_selected).arg(_names[_selected]));
     }
     if (_solo >= 0) {
         parts.append(QStringLiteral("only '%1'").arg(_names[_solo]));

@@ -108,9 +108,9 @@ void ModelCamera::takeNext(const Scene &scene)
 QString ModelCamera::describe(const Scene &scene) const
 {
     return _fileCamera < 0 ? QString()
-                           : QStringLiteral("'%1', number %2")
-                                 .arg(scene.cameras[size_t(_fileCamera)].name)
-                                 .arg(_fileCamera);
+                           : QStringLiteral("'%2', number %1")
+                                 .arg(_fileCamera)
+                                 .arg(scene.cameras[size_t(_fileCamera)].name);
 }
 
 } // namespace zeltools

@@ -94,6 +94,18 @@ QStringList ModelExhibit::describe() const
     return {_scene.describe()};
 }
 
+QStringList ModelExhibit::files() const
+{
+    QStringList files{_options.file, _options.environment};
+    for (const TextureSource &texture : _scene.textures) {
+        files.append(texture.path);
+        for (const TextureTile &tile : texture.tiles) {
+            files.append(tile.path);
+        }
+    }
+    return files;
+}
+
 Failure ModelExhibit::createGLObjects(Programs &programs, const Options &)
 {
     _programs = &programs;
@@ -370,12 +382,12 @@ QString ModelExhibit::pick(const QPoint &pixel, const QSize &viewport)
         return head + QStringLiteral("nothing");
     }
     return head
-           + QStringLiteral("material '%1', number %2, at %3 %4 %5")
-                 .arg(_scene.materials[size_t(hit->number)].name)
+           + QStringLiteral("material '%5', number %1, at %2 %3 %4")
                  .arg(hit->number)
                  .arg(double(hit->position.x()))
                  .arg(double(hit->position.y()))
-                 .arg(double(hit->position.z()));
+                 .arg(double(hit->position.z()))
+                 .arg(_scene.materials[size_t(hit->number)].name);
 }
 
 bool ModelExhibit::key(int key)

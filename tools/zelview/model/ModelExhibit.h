@@ -40,6 +40,7 @@ public:
     ~ModelExhibit() override;
 
     QStringList describe() const override;
+    QStringList files() const override;
     Failure createGLObjects(Programs &programs, const Options &options) override;
     void releaseGLObjects() override;
     void frame(const QSize &viewport) override;
