@@ -96,7 +96,8 @@ bool compiles(const Source &source, bool &isMissing)
     compiler.start(QStringLiteral("glslangValidator"),
                    {QStringLiteral("-S"), stage.isEmpty() ? QStringLiteral("frag") : stage, path});
     isMissing = !compiler.waitForStarted();
-    if (isMissing || !compiler.waitForFinished()) {
+    constexpr int kForever = -1;
+    if (isMissing || !compiler.waitForFinished(kForever)) {
         return isMissing;
     }
     if (compiler.exitStatus() == QProcess::NormalExit && compiler.exitCode() == 0) {

@@ -97,9 +97,9 @@ QVector<Entry> readIndex()
 /// Without what precedes a message in a log.
 QString withoutPrefix(QString text)
 {
-    static const QRegularExpression prefix(QStringLiteral(
-        "^((zelview|zelinfo|zelglsl|smaatables): |\\[ZelCheck\\] |\\[[^\\]]*:\\d+\\] |\\[ !! \\] (Assertion '.*?' "
-        "failed: )?)+"));
+    static const QRegularExpression prefix(
+        QStringLiteral("^((zelview|zelinfo|zelglsl|smaatables): |\\[ZelCheck\\] |\\[[^\\]]*:\\d+\\] |"
+                       "\\[ !! \\] (Assertion '.*?' failed: )?)+"));
     return text.remove(prefix);
 }
 

@@ -52,7 +52,7 @@ void printBelow(const Node &node, const QMap<Node, QVector<Edge>> &edges, int de
                                  ? QStringLiteral(", see above")
                                  : QString();
         lines.append(QString(4 * depth, QLatin1Char(' '))
-                     + QStringLiteral("%1 (line %2%3)").arg(nameOf(edge.to)).arg(edge.line).arg(more));
+                     + QStringLiteral("%3 (line %1%2)").arg(edge.line).arg(more, nameOf(edge.to)));
         printBelow(edge.to, edges, depth + 1, printed, lines);
     }
 }

@@ -6,5 +6,6 @@
 /// no lines below it.
 QStringList graphAsText(const QVector<Orvane::ZelShaders::LineMap> &maps);
 
-/// The same in the language of Graphviz: macros and plans are boxes of another shape.
+/// The same in the language of Graphviz: the given files have bold frames; a dashed arrow leads to a macro that is not
+/// registered.
 QStringList graphAsDot(const QVector<Orvane::ZelShaders::LineMap> &maps);

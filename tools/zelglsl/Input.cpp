@@ -38,12 +38,26 @@ bool readFile(const QString &path, QString &text)
     return file.error() == QFileDevice::NoError;
 }
 
-/// The parts of NAME=VALUE; VALUE is empty without a sign.
-void split(const QString &argument, QString &name, QString &value)
+/// The parts of NAME=VALUE; VALUE is empty without a sign. Returns false without a NAME.
+bool split(const QString &argument, QString &name, QString &value)
 {
     name = argument.section(QLatin1Char('='), 0, 0);
     value = argument.section(QLatin1Char('='), 1);
+    return !name.isEmpty();
 }
+
+QString missingName(const char *option, const QString &argument)
+{
+    return QStringLiteral("-%1 %2: a name is missing").arg(QLatin1String(option), argument);
+}
+
+/// The options that only one command reads.
+constexpr struct
+{
+    const char *option;
+    const char *command;
+} kCommandOptions[] = {
+    {"link", "lint"}, {"compile", "lint"}, {"strict", "lint"}, {"map", "expand"}, {"dot", "graph"}};
 
 } // namespace
 
@@ -68,8 +82,14 @@ void Input::addOptionsTo(QCommandLineParser &parser)
     add({"strict"}, "lint: warnings fail too.");
 }
 
-QString Input::read(const QCommandLineParser &parser)
+QString Input::read(const QCommandLineParser &parser, const QString &command)
 {
+    for (const auto &row : kCommandOptions) {
+        if (parser.isSet(QLatin1String(row.option)) && command != QLatin1String(row.command)) {
+            return QStringLiteral("--%1 applies to %2, not to %3")
+                .arg(QLatin1String(row.option), QLatin1String(row.command), command);
+        }
+    }
     QString name;
     QString value;
     for (const QString &folder : parser.values(QStringLiteral("include"))) {
@@ -79,22 +99,28 @@ QString Input::read(const QCommandLineParser &parser)
         processor.addIncludePath(folder);
     }
     for (const QString &define : parser.values(QStringLiteral("define"))) {
-        split(define, name, value);
+        if (!split(define, name, value)) {
+            return missingName("D", define);
+        }
         processor.addDefine(name, define.contains(QLatin1Char('=')) ? value : QStringLiteral("1"));
     }
     for (const QString &macro : parser.values(QStringLiteral("macro"))) {
-        split(macro, name, value);
+        if (!split(macro, name, value)) {
+            return missingName("M", macro);
+        }
         processor.addMacro(name, value);
     }
     for (const QString &plan : parser.values(QStringLiteral("plan"))) {
-        split(plan, name, value);
+        if (!split(plan, name, value)) {
+            return missingName("P", plan);
+        }
         QString text;
         if (!value.isEmpty() && !readFile(value, text)) {
             return QStringLiteral("-P %1: cannot open %2").arg(name, value);
         }
         plans.insert(name, text);
     }
-    stageName = parser.value(QStringLiteral("stage"));
+    const QString stageName = parser.value(QStringLiteral("stage"));
     for (const Suffix &suffix : kSuffixes) {
         stage = stageName == QLatin1String(suffix.name) ? suffix.stage : stage;
     }

@@ -18,23 +18,23 @@ struct Input
     QStringList files;
     QStringList linked;     ///< further files of each stage
     unsigned int stage = 0; ///< GL stage of all files; 0: by their names
-    QString stageName;      ///< as glslangValidator takes it
     bool withMap = false;
     bool asDot = false;
     bool withCompiler = false;
     bool isStrict = false;
 
     static void addOptionsTo(QCommandLineParser &parser);
-    /// Reads the options. Returns an error in words, or an empty string.
-    QString read(const QCommandLineParser &parser);
+    /// Reads the options for a command. Returns an error in words, or an empty string.
+    QString read(const QCommandLineParser &parser, const QString &command);
 };
 
 /// Reads a file or, for a name without a file, a stage of the library. False if there is none.
 bool readSource(const QString &name, QString &path, QString &text);
 
-/// The GL stage by the name of a file: vert, frag, geom, tesc and tese as suffix, or VS and FS before it. 0 if it says none.
+/// The GL stage by the name of a file: vert, frag, geom, tesc and tese as suffix, or VS, FS, GS, TCS and TES before the
+/// suffix. 0 if the name has neither.
 unsigned int stageOf(const QString &file);
-/// The same as glslangValidator takes it; empty for 0.
+/// The suffix of a stage, which glslangValidator takes as its name; empty for 0.
 QString suffixOf(unsigned int stage);
 
 /// A line on the standard output.

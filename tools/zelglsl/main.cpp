@@ -41,6 +41,32 @@ int finish(int code)
     return code;
 }
 
+int runCommand(Input &input, const QCommandLineParser &parser)
+{
+    input.files = parser.positionalArguments();
+    const QString command = input.files.isEmpty() ? QString() : input.files.takeFirst();
+    if (command.isEmpty()) {
+        return failUsage(QStringLiteral("a command is missing: expand, lint, graph or explain"));
+    }
+    if (command == QLatin1String("explain")) {
+        return failUsage(QStringLiteral("explain must be the first argument"));
+    }
+    const auto run = command == QLatin1String("expand")  ? expand
+                     : command == QLatin1String("lint")  ? lint
+                     : command == QLatin1String("graph") ? graph
+                                                         : nullptr;
+    if (run == nullptr) {
+        return failUsage(QStringLiteral("unknown command '%1'").arg(command));
+    }
+    if (const QString error = input.read(parser, command); !error.isEmpty()) {
+        return failUsage(error);
+    }
+    if (input.files.isEmpty()) {
+        return failUsage(QStringLiteral("%1 needs a file").arg(command));
+    }
+    return finish(run(input));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -60,38 +86,22 @@ int main(int argc, char **argv)
     Input input;
     Input::addOptionsTo(parser);
     const QStringList arguments = application.arguments();
-    if (arguments.value(1) == QLatin1String("explain") && arguments.value(2) != QLatin1String("--help")) {
+    const QString second = arguments.value(2);
+    const bool asksForHelp = second == QLatin1String("-h") || second == QLatin1String("--help");
+    if (arguments.value(1) == QLatin1String("explain") && !asksForHelp) {
         return finish(explain(arguments.mid(2))); // its text may begin like an option
     }
     if (!parser.parse(arguments)) {
-        return failUsage(parser.errorText());
+        const QString text = parser.errorText();
+        return failUsage(text.endsWith(QLatin1Char('.')) ? text.chopped(1) : text);
     }
     if (parser.isSet(help)) {
-        print(parser.helpText());
-        return eSuccess;
+        print(parser.helpText().trimmed());
+        return finish(eSuccess);
     }
     if (parser.isSet(version)) {
-        print(QStringLiteral("zelglsl " ZELGLSL_VERSION "\n"));
-        return eSuccess;
+        print(QStringLiteral("zelglsl " ZELGLSL_VERSION));
+        return finish(eSuccess);
     }
-    input.files = parser.positionalArguments();
-    const QString command = input.files.isEmpty() ? QString() : input.files.takeFirst();
-    const QString error = input.read(parser);
-    if (!error.isEmpty()) {
-        return failUsage(error);
-    }
-    if (command.isEmpty()) {
-        return failUsage(QStringLiteral("a command is missing: expand, lint, graph or explain"));
-    }
-    const auto run = command == QLatin1String("expand")  ? expand
-                     : command == QLatin1String("lint")  ? lint
-                     : command == QLatin1String("graph") ? graph
-                                                         : nullptr;
-    if (run == nullptr) {
-        return failUsage(QStringLiteral("unknown command '%1'").arg(command));
-    }
-    if (input.files.isEmpty()) {
-        return failUsage(QStringLiteral("%1 needs a file").arg(command));
-    }
-    return finish(run(input));
+    return runCommand(input, parser);
 }
