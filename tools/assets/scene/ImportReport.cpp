@@ -91,12 +91,24 @@ QStringList statedIn(const QString &modelPath, const QStringList &names)
     return stated;
 }
 
+bool isPlyWithoutHeaderEnd(const QString &path)
+{
+    constexpr qint64 kMaxHeader = 1 << 20; ///< bytes
+    static const QRegularExpression kEnd(QStringLiteral("[\r\n][ \t]*end_header"));
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.peek(3).toLower() == "ply"
+           && !QString::fromLatin1(file.read(kMaxHeader)).contains(kEnd);
+}
+
 QString describeFailure(const QString &path, const GltfHead &gltf, const Assimp::Importer &importer,
                         const QStringList &missing)
 {
     const QStringList unknown = GltfHead::unknownAmong(gltf.requiredExtensions);
     if (const QString reason = reasonInHead(path); !reason.isEmpty()) {
         return notUnderstood(reason);
+    }
+    if (isPlyWithoutHeaderEnd(path)) {
+        return notUnderstood(QStringLiteral("it is cut off: its header has no end"));
     }
     if (gltf.hasUnboundSkin) {
         return notUnderstood(

@@ -28,6 +28,9 @@ private:
 /// The names that the model file itself contains: importers also try names that they make up.
 QStringList statedIn(const QString &modelPath, const QStringList &names);
 
+/// Whether a file is a PLY model whose header has no end: assimp 5.2 would search for it forever.
+bool isPlyWithoutHeaderEnd(const QString &path);
+
 /// Why a model could not be imported, as the predicate of a sentence about its file. Replaces assimp's messages, which are
 /// for programmers. \a missing: missing files that the model refers to.
 QString describeFailure(const QString &path, const GltfHead &gltf, const Assimp::Importer &importer,

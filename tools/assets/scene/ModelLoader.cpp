@@ -195,8 +195,8 @@ Expected<Scene> import(const QString &path)
     importer.SetIOHandler(new RecordingFiles(missing));
     importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, kSmoothingAngle);
     const GltfHead gltf = GltfHead::of(path);
-    const aiScene *source =
-        gltf.hasUnboundSkin ? nullptr : importer.ReadFile(path.toUtf8().constData(), kFirstSteps);
+    const bool isSafe = !gltf.hasUnboundSkin && !isPlyWithoutHeaderEnd(path);
+    const aiScene *source = isSafe ? importer.ReadFile(path.toUtf8().constData(), kFirstSteps) : nullptr;
     if (source != nullptr) {
         generateSharedNormals(*const_cast<aiScene *>(source),
                               kSmoothingAngle); // owned by the importer, which allows changes
