@@ -11,11 +11,13 @@
 #include <QtCore/QtMath>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
+#include <QtGui/QImageWriter>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QOpenGLWindow>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 using namespace Orvane::Zel;
 using namespace Orvane::ZelKit;
@@ -218,10 +220,14 @@ QString readPictureFile(int argc, char **argv)
     parser.addHelpOption();
     parser.addOption({"offscreen", "Write one picture instead of opening a window.", "FILE"});
     parser.process(application);
-    if (!parser.positionalArguments().isEmpty()) {
-        parser.showHelp(1);
+    const QString file = parser.value("offscreen");
+    const bool isNamed = !parser.isSet("offscreen") || !file.isEmpty();
+    if (!isNamed || !parser.positionalArguments().isEmpty()) {
+        qCritical(isNamed ? "Only --offscreen FILE is allowed (see --help)"
+                          : "--offscreen takes the name of a file (see --help)");
+        std::exit(1);
     }
-    return parser.value("offscreen");
+    return file;
 }
 
 QSurfaceFormat windowFormat()
@@ -246,8 +252,9 @@ int savePicture(const QImage &image, const QString &file, const MessageLog &log)
         qCritical("The picture is empty");
         return 1;
     }
-    if (!image.save(file)) {
-        qCritical("'%s' cannot be written", qPrintable(file));
+    QImageWriter writer(file); // the suffix of the name decides on the format
+    if (!writer.write(image)) {
+        qCritical("'%s' cannot be written: %s", qPrintable(file), qPrintable(writer.errorString()));
         return 1;
     }
     return log.count(QtWarningMsg) == 0 ? 0 : 1;

@@ -58,7 +58,7 @@ int present(int argc, char **argv, const std::function<std::unique_ptr<Show>()> 
 
 // The parts of present(), for examples with a main() of another kind.
 
-/// The argument of "--offscreen", or an empty text.
+/// The argument of "--offscreen", or an empty text. Ends the program at --help and at a wrong command line.
 QString readPictureFile(int argc, char **argv);
 /// Of windows.
 QSurfaceFormat windowFormat();
