@@ -78,6 +78,8 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
     const QString rgbe = write("old.hdr", "#?RGBE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 1\n\1\1\1\1");
     const QByteArray torn("glTF\2\0\0\0\xff\xff\xff\x7f\1\0\0\0JSON", 20);
     const QByteArray exr("v/1\1\2\0\0\0", 8);
+    HdrFile wide(100000, 1);
+    wide.scanlines = HdrFile::flat(HdrFile::Row(100000, HdrFile::Texel{64, 64, 64, 128}));
     QDir(path()).mkdir("sets");
     write("sets/a.1001.png", plainPng(Qt::red));
     write("sets/b.1001.png", plainPng(Qt::red));
@@ -97,6 +99,9 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{write("cut.png", fourColours().left(40))}, 3, "cut.png' cannot be shown: "},
             {{write("cut.ktx", KtxFile().bytes().left(40))}, 3, "cannot be shown: it is damaged, or uses"},
+            {{write("wide.hdr", wide.bytes())},
+             3,
+             "wide.hdr' cannot be shown: its size, 100000x1 texels, exceeds"},
             {{_wall, "--env", write("cut.exr", exr)}, 3, "cut.exr' cannot be read: "},
             {{_wall, "--env", write("long.png", plainPng(Qt::red, 64, 8))},
              3,

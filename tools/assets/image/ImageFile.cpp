@@ -2,9 +2,11 @@
 
 #include "file/Console.h"
 #include "file/InputFile.h"
+#include "image/TextureFacts.h"
 
 #include <ZelCore/MemoryMappedFile.h>
 #include <ZelGL/ASTCReader.h>
+#include <ZelGL/GLLoader.h>
 #include <ZelGL/HDRReader.h>
 #include <ZelGL/KTXReader.h>
 #include <ZelGL/Texture.h>
@@ -66,6 +68,29 @@ bool isReadable(const QString &key)
     return !key.isEmpty() && std::all_of(key.begin(), key.end(), [](QChar c) { return c.isPrint(); });
 }
 
+QSize statedSize(const QString &path)
+{
+    const std::unique_ptr<TextureLoader> reader(IdentifyTextureFromFile(path));
+    if (reader == nullptr) {
+        return QImageReader(path).size();
+    }
+    return reader->valid() ? QSize(int(reader->width()), int(reader->height())) : QSize();
+}
+
+/// The size of an image as the reason, if it is larger than textures may be; otherwise empty.
+QString reasonInSize(const QString &path)
+{
+    GLint most = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
+    const QSize size = statedSize(path);
+    return std::max(size.width(), size.height()) <= most
+               ? QString()
+               : QStringLiteral("its size, %1x%2 texels, exceeds the limit of the driver, %3")
+                     .arg(size.width())
+                     .arg(size.height())
+                     .arg(most);
+}
+
 /// Why the library could not load an image, from the messages of the last Console::Collector.
 QString reasonOfFailure(const QString &path)
 {
@@ -74,6 +99,9 @@ QString reasonOfFailure(const QString &path)
     }
     if (!isImageFile(path)) {
         return QStringLiteral("it is not an image of a known format");
+    }
+    if (const QString reason = reasonInSize(path); !reason.isEmpty()) {
+        return reason;
     }
     const QStringList said = Console::Collector::messages();
     const bool hasReason = !said.isEmpty() && !said.last().contains(QLatin1String("failed to load"));
@@ -126,9 +154,13 @@ std::unique_ptr<Texture> loadImage(const QString &path, QString &reason)
         reason = reasonOfFailure(path);
     } else if (texture->target() == 0) {
         reason = QStringLiteral("it has no texels");
-        texture.reset();
+    } else if (TextureFacts::of(*texture).size.isEmpty()) {
+        reason = reasonInSize(path);
+        reason = reason.isEmpty() ? QStringLiteral("the driver does not support its format") : reason;
+    } else {
+        return texture;
     }
-    return texture;
+    return nullptr;
 }
 
 } // namespace zeltools

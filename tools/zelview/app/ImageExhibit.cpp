@@ -97,9 +97,8 @@ Failure ImageExhibit::loadTexture()
     _loadTime = double(timer.nsecsElapsed()) * 1e-6;
     if (_texture != nullptr) {
         _facts = TextureFacts::of(*_texture);
-        reason = _facts.size.isEmpty() ? QStringLiteral("the driver does not support its format")
-                 : _facts.kind == TextureFacts::eInteger ? QStringLiteral("it holds integers, not colours")
-                                                         : QString();
+        reason = _facts.kind == TextureFacts::eInteger ? QStringLiteral("it holds integers, not colours")
+                                                       : QString();
     }
     return reason.isEmpty()
                ? Failure()

@@ -72,6 +72,9 @@ Texture *load(const TextureSource &source)
         return nullptr;
     }
     const AutoBinder bound(texture.get());
+    if (texture->width(0) == 0) { // the driver has refused its format or its size
+        return nullptr;
+    }
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, toGL(source.wrapU));
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, toGL(source.wrapV));
     completeLevels(*texture);
