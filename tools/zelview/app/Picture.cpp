@@ -18,23 +18,13 @@ namespace zeltools {
 
 namespace {
 
-Failure drawFrame(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QSize &size)
-{
-    if (const Failure failure = exhibit.prepareFrame(size)) {
-        return failure;
-    }
-    stage.begin();
-    exhibit.draw(size);
-    stage.end(target.framebuffer()->getFBO(), exhibit.isDithered());
-    return {};
-}
-
 /// Draws the exhibit again, now that all its objects exist, and appends the cost to the report.
-Failure measure(Exhibit &exhibit, Stage &stage, RenderTarget &target, const QSize &size, QStringList &report)
+Failure measure(Exhibit &exhibit, Stage &stage, const QSize &size, unsigned int framebuffer,
+                QStringList &report)
 {
     Orvane::ZelKit::FrameMeter meter;
     meter.begin();
-    const Failure failure = drawFrame(exhibit, stage, target, size);
+    const Failure failure = drawFrame(exhibit, stage, size, framebuffer);
     meter.end();
     report = exhibit.describeStatistics() + meter.describe();
     return failure;
@@ -50,12 +40,13 @@ Expected<QImage> drawPicture(Exhibit &exhibit, Stage &stage, const Options &opti
     if (!target) {
         return target.problem();
     }
+    const unsigned int framebuffer = (*target)->framebuffer()->getFBO();
     exhibit.frame(size);
-    if (const Failure failure = drawFrame(exhibit, stage, **target, size)) {
+    if (const Failure failure = drawFrame(exhibit, stage, size, framebuffer)) {
         return *failure;
     }
     if (options.printsStatistics) {
-        if (const Failure failure = measure(exhibit, stage, **target, size, report)) {
+        if (const Failure failure = measure(exhibit, stage, size, framebuffer, report)) {
             return *failure;
         }
     }

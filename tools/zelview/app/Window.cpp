@@ -131,7 +131,7 @@ void Window::paintGL()
     if (measures) {
         _meter->begin();
     }
-    const Failure failure = drawFrame(pixels);
+    const Failure failure = drawFrame(_exhibit, *_stage, pixels, defaultFramebufferObject());
     if (measures) {
         _meter->end();
     }
@@ -151,17 +151,6 @@ void Window::paintGL()
     if (_meter->frames() >= kMeasuredTogether) {
         _meter->reset();
     }
-}
-
-Failure Window::drawFrame(const QSize &pixels)
-{
-    if (const Failure failure = _exhibit.prepareFrame(pixels)) {
-        return failure;
-    }
-    _stage->begin();
-    _exhibit.draw(pixels);
-    _stage->end(defaultFramebufferObject(), _exhibit.isDithered());
-    return {};
 }
 
 bool Window::pollShaders()

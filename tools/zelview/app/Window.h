@@ -46,7 +46,6 @@ protected:
 
 private:
     QSize sizeInPixels() const;
-    Failure drawFrame(const QSize &pixels);
     bool pollShaders();
     QStringList describeStatistics();
     Failure createObjects();

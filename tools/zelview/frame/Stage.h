@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file/Outcome.h"
+#include "frame/Exhibit.h"
 #include "frame/Options.h"
 
 #include <ZelKit/PostChain.h>
@@ -28,6 +29,18 @@ inline Failure resize(Stage &stage, const QSize &size)
 {
     QString error;
     return stage.resize(size, &error) ? Failure() : Problem{ExitCode::eGL, error};
+}
+
+/// Draws a frame of this size into a framebuffer.
+inline Failure drawFrame(Exhibit &exhibit, Stage &stage, const QSize &size, unsigned int framebuffer)
+{
+    if (Failure failure = exhibit.prepareFrame(size)) {
+        return failure;
+    }
+    stage.begin();
+    exhibit.draw(size);
+    stage.end(framebuffer, exhibit.isDithered());
+    return {};
 }
 
 } // namespace zeltools

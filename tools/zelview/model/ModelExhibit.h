@@ -29,9 +29,9 @@ class ShadowedLights;
 ///
 /// Keys: V switches to the next camera, M to the next texture manager that the driver supports, I to the next mechanism for
 /// instance data; P packs the model or unpacks it. Z freezes the culling frustum. Up and Down change the exposure, Left and
-/// Right turn the environment.
-/// G shows or hides the ground. N, or picking, selects a material; O shows only that one, X hides it, A shows all. D shows
-/// the texture manager's debug view, S the shadow layers, C the cascades in colours, L the volumes of the lights.
+/// Right turn the environment. G shows or hides the ground. N, or picking, selects a material; O shows only that one, X
+/// hides it, A shows all. D shows the texture manager's debug view, S the shadow layers, C the cascades in colours, L the
+/// volumes of the lights.
 class ModelExhibit : public Exhibit
 {
 public:
@@ -72,15 +72,16 @@ private:
 
     Scene _scene;
     Options _options;
-    bool _takesNextManager = false; ///< in the next frame
+    // Changes that the next frame makes.
+    bool _takesNextManager = false;
     bool _takesNextMechanism = false;
-    bool _takesPacked = false; ///< packs the model in the next frame, or unpacks it
+    bool _takesPacked = false;  ///< packs the model or unpacks it
+    bool _takesFrustum = false; ///< freezes the frustum or releases it
     bool _showsSlots = false;
     bool _showsLayers = false;
     bool _showsCascades = false;
     bool _showsVolumes = false;
     ModelCamera _camera;
-    bool _takesFrustum = false; ///< freezes or releases the frustum in the next frame
     std::optional<QMatrix4x4> _frozenFrustum;
     MaterialSelection _selection;
     const Programs *_programs = nullptr;

@@ -59,6 +59,12 @@ public:
     const QStringList &remarks() const { return _remarks; }
 
 private:
+    struct Tile
+    {
+        Orvane::Zel::TextureToken set;
+        Orvane::Zel::Texture *texture; ///< one of _textures
+    };
+
     Orvane::Zel::TextureToken add(const TextureSource &source);
     Orvane::Zel::TextureToken addSet(const TextureSource &source);
     Orvane::Zel::TextureToken addTexture(Orvane::Zel::Texture *texture);
@@ -74,11 +80,6 @@ private:
     Orvane::Zel::TextureToken _white;
     QVector<Orvane::Zel::TextureToken> _tokens;    ///< by texture index of the scene; the last is white
     std::vector<Orvane::Zel::Texture *> _textures; ///< owned by the manager
-    struct Tile
-    {
-        Orvane::Zel::TextureToken set;
-        Orvane::Zel::Texture *texture; ///< one of _textures
-    };
     std::vector<Tile> _tiles;
     QStringList _remarks;
 };
