@@ -95,6 +95,7 @@ TEST_F(ZelviewRefusalTest, ReportsUnusableFilesInOneLine)
             {{write("c.gltf", R"({"skins":[{}],)" + gltf2)}, 3, "skins without inverse bind matrices"},
             {{write("cut.ply", "ply\nformat ascii 1.0\nelement vertex 3\n")}, 3, "its header has no end"},
             {{write("points.obj", "v 0 0 0\nv 1 0 0\np 1 2\nl 1 2\n")}, 3, "holds no triangles"},
+            {{writeSquares("dot.gltf", R"([{"mesh":0,"scale":[0,0,0]}])", "[{}]")}, 3, "has no extent"},
             {{write("far.obj", "v 0 0 0\nv 1e30 0 0\nv 0 1 0\nf 1 2 3\n")}, 3, "not finite or out of range"},
             {{rgbe}, 3, "it is a Radiance image that begins with '#?RGBE', not with '#?RADIANCE'"},
             {{write("cut.png", fourColours().left(40))}, 3, "cut.png' cannot be shown: "},

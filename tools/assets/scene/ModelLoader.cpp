@@ -171,6 +171,9 @@ Expected<Scene> flatten(const aiScene &source, const QString &path)
     if (!isUsable(scene.bounds)) {
         return inputProblem(path, QStringLiteral("has coordinates that are not finite or out of range"));
     }
+    if (scene.bounds.radius() <= 0.0f) {
+        return inputProblem(path, QStringLiteral("has no extent: all its vertices are at one point"));
+    }
     return scene;
 }
 

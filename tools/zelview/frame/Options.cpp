@@ -50,7 +50,8 @@ constexpr char kDescription[] =
     "         Z freezes the culling frustum, and shows what it culls as ghosts;\n"
     "         G ground; shadows: S layers, C cascades in colours, L volumes of the lights;\n"
     "         M next texture manager, D its slots, I next mechanism for instance data,\n"
-    "         P draws a packed scene or single parts.\n\n"
+    "         P draws a packed scene or single parts.\n"
+    "Images:  Left, Right level; 1 to 6 a face or slice, 0 all of them; Up, Down exposure.\n\n"
     "Exit codes: 0 success, 1 wrong usage, 2 a file cannot be read or written,\n"
     "3 a file is malformed or unsupported, 4 no display or no usable driver.";
 
