@@ -294,6 +294,19 @@ TEST_F(ZelviewWindowTest, ClicksAndKeysSelectAndHideMaterials)
     }
 }
 
+TEST_F(ZelviewWindowTest, FramingTheModelLeavesTheCameraOfTheFile)
+{
+    _options.file =
+        writeSquares("m.gltf", R"([{"mesh":0},{"camera":0,"translation":[0,0,9]}])", "[{}]",
+                     R"("cameras":[{"type":"perspective","perspective":{"yfov":0.9,"znear":0.1}}])");
+    const QSize size(40, 40);
+    ShownModel model(_options, size);
+    const QImage all = model.picture();
+    EXPECT_NE(model.pictureAfter(Qt::Key_V), all);
+    model->frame(size);
+    EXPECT_EQ(model.picture(), all);
+}
+
 TEST_F(ZelviewWindowTest, AFrozenFrustumShowsGhostsOfWhatItCulls)
 {
     for (const bool isPacked : {false, true}) {

@@ -74,6 +74,8 @@ View ModelCamera::view(const QSize &viewport, const FileCamera &fileCamera) cons
 
 void ModelCamera::frame(const Scene &scene, const QSize &viewport)
 {
+    _fileCamera = _isFramed ? -1 : _fileCamera;
+    _isFramed = true;
     _orbit.frame(extentOf(scene), aspectOf(viewport));
 }
 

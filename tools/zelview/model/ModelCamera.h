@@ -35,7 +35,8 @@ public:
 
     View view(const QSize &viewport, const FileCamera &fileCamera) const;
 
-    /// Turns to the camera around the model, so that all of the model is visible.
+    /// Lets the camera around the model show all of it, and switches to that camera. The first call does not switch: it keeps
+    /// the camera that the options ask for.
     void frame(const Scene &scene, const QSize &viewport);
     /// Frames the model again for another viewport, unless the user has moved the view since.
     void refit(const Scene &scene, const QSize &viewport);
@@ -55,6 +56,7 @@ private:
 
     Orvane::ZelKit::OrbitCamera _orbit;
     int _fileCamera = -1; ///< index in the scene; -1: none
+    bool _isFramed = false;
 };
 
 } // namespace zeltools
