@@ -5,6 +5,8 @@
 
 #include <ZelGL/ZelGL.h>
 
+#include <QtCore/QFile>
+#include <QtCore/QtEndian>
 #include <QtCore/qmath.h>
 
 #include <algorithm>
@@ -138,16 +140,25 @@ LightImage readPlain(const TextureFacts &facts, bool rowsGoUp)
     return image;
 }
 
-/// Whether the library uploads the rows of a file from the lowest one. \a reader: null for the formats of QImage.
-bool doRowsGoUp(const TextureLoader *reader)
+/// The key-value block of a KTX file; empty if it has none. KTXReader returns keys, but empty values.
+QByteArray ktxMetadata(const QString &path)
 {
-    const bool isKtx = dynamic_cast<const KTXReader *>(reader) != nullptr;
-    for (unsigned int i = 0; isKtx && i < reader->numMetadataEntries(); ++i) {
-        if (reader->key(i) == QLatin1String("KTXorientation")) {
-            return reader->value(i).contains(QLatin1String("T=u"));
-        }
+    constexpr int kHeader = 64;
+    constexpr int kByteOrder = 12;            // offset of its marker
+    constexpr int kLength = 60;               // offset of the length of the block
+    constexpr quint32 kMaxMetadata = 1 << 16; // bytes that are searched
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
     }
-    return !isKtx && dynamic_cast<const ASTCReader *>(reader) == nullptr;
+    const QByteArray header = file.read(kHeader);
+    if (header.size() < kHeader) {
+        return {};
+    }
+    const char *length = header.constData() + kLength;
+    return file.read(std::min(header[kByteOrder] == 1 ? qFromLittleEndian<quint32>(length)
+                                                      : qFromBigEndian<quint32>(length),
+                              kMaxMetadata));
 }
 
 const char *nameOf(Layout layout)
@@ -314,13 +325,24 @@ std::optional<EnvironmentImage> EnvironmentImage::load(const QString &path, std:
     }
     TextureFileInfo asInFile;
     asInFile.keepOrientation = true;
-    const std::unique_ptr<TextureLoader> reader(IdentifyTextureFromFile(path));
     const std::unique_ptr<Texture> texture(LoadTextureFromFile(path, asInFile));
     if (texture == nullptr) {
         fail(error, QStringLiteral("'%1' is no environment image that can be loaded").arg(path));
         return {};
     }
-    return fromTexture(*texture, doRowsGoUp(reader.get()), layout, error);
+    return fromTexture(*texture, isFirstRowLowest(path), layout, error);
+}
+
+bool EnvironmentImage::isFirstRowLowest(const QString &path)
+{
+    const std::unique_ptr<TextureLoader> reader(IdentifyTextureFromFile(path));
+    if (dynamic_cast<const KTXReader *>(reader.get()) == nullptr) {
+        return dynamic_cast<const ASTCReader *>(reader.get()) == nullptr;
+    }
+    const QByteArray metadata = ktxMetadata(path);
+    const int key = metadata.indexOf(QByteArray("KTXorientation", 15)); // including the terminating NUL
+    const int value = key + 15;
+    return key >= 0 && metadata.mid(value, metadata.indexOf('\0', value) - value).contains("T=u");
 }
 
 std::optional<EnvironmentImage> EnvironmentImage::fromTexture(Texture &texture, bool isFirstRowLowest,

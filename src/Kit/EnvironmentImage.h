@@ -41,7 +41,7 @@ struct DistantLight
 ///
 /// - Units: linear radiance; directions in the world, y up. The first row is the sky's. docs/environment-images.md draws the
 ///   layouts.
-/// - Context: needed by load(), fromTexture() and cubeMap() only.
+/// - Context: needed by load(), fromTexture() and cubeMap(); isFirstRowLowest() needs that the library is initialized.
 /// - Errors: a function that can fail explains why in its last argument, or logs it.
 ///
 /// \snippet kit.cpp EnvironmentImage
@@ -71,11 +71,14 @@ struct ZELKIT_EXPORT EnvironmentImage
                                                 QString *error = nullptr);
 
     /// Reads a 2D texture or a cube map of the current context back, decodes sRGB, and prepares it. \a isFirstRowLowest: the rows
-    /// go up, as the library's loaders upload all files but KTX and ASTC; false for cube maps of the bakes. \a layout: of a 2D
-    /// texture. Empty, besides, for a texture of integers.
+    /// go up; false for cube maps of the bakes. \a layout: of a 2D texture. Empty, besides, for a texture of integers.
     static std::optional<EnvironmentImage> fromTexture(Zel::Texture &texture, bool isFirstRowLowest,
                                                        std::optional<Layout> layout = {},
                                                        QString *error = nullptr);
+
+    /// Whether the library uploads the rows of this file from the lowest one if TextureFileInfo::keepOrientation is set: those of all
+    /// files but ASTC, and KTX without "T=u" in its metadata.
+    static bool isFirstRowLowest(const QString &path);
 
     /// A preview, encoded in sRGB. \a exposure: as a power of two. Null if the number of texels is not that of the size.
     QImage picture(float exposure = 0.0f) const;

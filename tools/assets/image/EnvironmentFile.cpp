@@ -49,7 +49,7 @@ Expected<EnvironmentImage> readByLibrary(const QString &path, std::optional<Envi
         }
     }
     std::optional<EnvironmentImage> image =
-        EnvironmentImage::fromTexture(*texture, doRowsGoUp(path), layout, &error);
+        EnvironmentImage::fromTexture(*texture, EnvironmentImage::isFirstRowLowest(path), layout, &error);
     return image ? Expected<EnvironmentImage>(std::move(*image))
                  : inputProblem(path, QStringLiteral("cannot be used: %1 (%2)").arg(error, facts.toString()));
 }

@@ -12,8 +12,6 @@
 #include <ZelGL/Texture.h>
 #include <ZelGL/TextureIO.h>
 
-#include <QtCore/QFile>
-#include <QtCore/QtEndian>
 #include <QtGui/QImageReader>
 
 #include <algorithm>
@@ -23,11 +21,6 @@ using namespace Orvane::Zel;
 namespace zeltools {
 
 namespace {
-
-constexpr int kKtxHeader = 64;
-constexpr int kKtxMarker = 12;            ///< offset of the byte order marker
-constexpr int kKtxMetadata = 60;          ///< offset of the length of the metadata
-constexpr quint32 kMaxMetadata = 1 << 16; ///< bytes that are searched
 
 bool isRecognised(const TextureRecogniser &recogniser, const QString &path)
 {
@@ -44,23 +37,6 @@ bool hasOwnReader(const QString &path)
 {
     return isRecognised(HDRRecogniser(), path) || isRecognised(KTXRecogniser(), path)
            || isRecognised(ASTCRecogniser(), path);
-}
-
-/// The key-value block of a KTX file; empty if it has none.
-QByteArray ktxMetadata(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QByteArray header = file.read(kKtxHeader);
-    if (header.size() < kKtxHeader) {
-        return {};
-    }
-    const bool isLittleEndian = header[kKtxMarker] == 1;
-    const char *length = header.constData() + kKtxMetadata;
-    return file.read(qMin(
-        isLittleEndian ? qFromLittleEndian<quint32>(length) : qFromBigEndian<quint32>(length), kMaxMetadata));
 }
 
 bool isReadable(const QString &key)
@@ -116,17 +92,6 @@ QString reasonOfFailure(const QString &path)
 bool isImageFile(const QString &path)
 {
     return hasOwnReader(path) || !QImageReader::imageFormat(path).isEmpty();
-}
-
-bool doRowsGoUp(const QString &path)
-{
-    if (isRecognised(KTXRecogniser(), path)) {
-        const QByteArray metadata = ktxMetadata(path);
-        const int key = metadata.indexOf(QByteArray("KTXorientation", 15)); // including the terminating NUL
-        const int value = key + 15;
-        return key >= 0 && metadata.mid(value, metadata.indexOf('\0', value) - value).contains("T=u");
-    }
-    return !isRecognised(ASTCRecogniser(), path);
 }
 
 QStringList metadataKeys(const QString &path)

@@ -17,11 +17,6 @@ namespace zeltools {
 /// Context: none needed, any thread.
 bool isImageFile(const QString &path);
 
-/// Whether the library loads the rows of an image file from bottom to top, as GL stores them, without flipping them. KTX
-/// files state their direction in the metadata, by default top to bottom. ASTC files are top to bottom. All others are
-/// flipped when they are read.
-bool doRowsGoUp(const QString &path);
-
 /// The metadata keys of an image file. Readers may also return keys that are not text; these are left out.
 QStringList metadataKeys(const QString &path);
 

@@ -5,6 +5,7 @@
 #include "image/ImageFile.h"
 
 #include <ZelGL/ZelGL.h>
+#include <ZelKit/EnvironmentImage.h>
 
 #include <QtCore/QElapsedTimer>
 
@@ -42,7 +43,6 @@ ImageExhibit::ImageExhibit(const Options &options)
     , _level(options.level)
     , _panel(options.face)
     , _exposure(options.exposure)
-    , _rowsGoUp(doRowsGoUp(options.file))
 {
 }
 
@@ -89,6 +89,7 @@ Failure ImageExhibit::createGLObjects(Programs &programs, const Options &)
 
 Failure ImageExhibit::loadTexture()
 {
+    _rowsGoUp = Orvane::ZelKit::EnvironmentImage::isFirstRowLowest(_path);
     _metadataKeys = metadataKeys(_path);
     QElapsedTimer timer;
     timer.start();
