@@ -202,7 +202,8 @@ bool OrbitCamera::handle(const QEvent *event, const QSize &viewport)
 QMatrix4x4 OrbitCamera::view() const
 {
     QMatrix4x4 matrix;
-    matrix.lookAt(eye(), _target, up());
+    matrix.lookAt({}, -back(), up()); // not from the eye to the target: lookAt() ignores distances below 1e-5
+    matrix.translate(-eye());
     return matrix;
 }
 
