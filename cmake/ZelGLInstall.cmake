@@ -14,7 +14,8 @@ install(CODE "
     endif()")
 
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
-    FILES_MATCHING PATTERN "*.md" PATTERN "environment-layouts.png"
+    FILES_MATCHING PATTERN "*.md" PATTERN "environment-layouts.png" PATTERN "start_*.png" PATTERN "*.svg" PATTERN "16_packed.png"
+    PATTERN "Picture.h" PATTERN "main.cpp"
     PATTERN man EXCLUDE PATTERN site EXCLUDE PATTERN snippets EXCLUDE) # they would be empty folders
 
 install(EXPORT ZelGLTargets NAMESPACE ZelGL:: DESTINATION ${zelgl_package_dir})

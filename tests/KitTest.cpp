@@ -315,8 +315,10 @@ TEST_F(KitTest, ADrawScopeBindsEverythingWithTheCallsOfTheHandOrNothing)
         DrawScope scope(program.get(), {&cards}, &manager);
         EXPECT_FALSE(scope.draw(nullptr));
         EXPECT_MESSAGES("warning ZelKit: nothing is drawn: the draw unit is null or has no vertex array");
-        EXPECT_FALSE(scope.use(static_cast<ShadowLayers *>(nullptr)));
-        EXPECT_MESSAGES("warning ZelKit: the lights of the draw scope are null");
+        const auto lights = ShadowLayers::create({});
+        EXPECT_TRUE(scope.use(lights.get()));
+        EXPECT_FALSE(scope.use(lights.get()));
+        EXPECT_MESSAGES("warning ZelKit: the draw scope has such lights already");
         EXPECT_TRUE(scope.setCollections({&cards}) && scope.draw(first.data()));
         EXPECT_FALSE(scope.setCollections({&cards, nullptr}) || scope.isBound());
         EXPECT_MESSAGES(

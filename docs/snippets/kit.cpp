@@ -1,5 +1,7 @@
 #include "SnippetsTest.h"
 
+#include "support/HelperTextures.h"
+
 #include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 #include <ZelShaders/ProgramBuilder.h>
@@ -26,6 +28,8 @@ void main() { color = getColor(getDrawID()); }
 struct Sky
 {
     OrbitCamera camera;
+
+    static PostChain::Options frame() { return {4}; } // samples of each pixel; light is linear
 
     void draw(const QSize &)
     {
@@ -325,12 +329,40 @@ TEST_F(SnippetsTest, SceneView)
         send(QEvent::MouseMove, 40);
         EXPECT_FLOAT_EQ(35 + 20, window.scene()->camera.azimuth());
     }
-    makeCurrent();
-    const QImage picture = Window::picture({4, 4});
-    EXPECT_EQ(qRgb(0, 0, 255), picture.pixel(3, 3));
-    EXPECT_EQ(qRgb(255, 255, 0), picture.pixel(0, 0)); // painted
+    for (const bool isHosted : {false, true}) {
+        makeCurrent();
+        if (!isHosted) {
+            QOpenGLContext::currentContext()->doneCurrent();
+        }
+        const QImage picture = Window::picture({4, 4});
+        EXPECT_EQ(qRgb(0, 0, 255), picture.pixel(3, 3));
+        EXPECT_EQ(qRgb(255, 255, 0), picture.pixel(0, 0)); // painted
+    }
     makeCurrent();
     glClearColor(0, 0, 0, 0);
+}
+
+TEST_F(SnippetsTest, PictureTextures)
+{
+    HelperTextures helpers;
+    SamplerTextureManager sampler;
+    QImage half(2, 2, QImage::Format_RGB32);
+    half.fill(Qt::blue);
+    half.setPixel(0, 0, qRgb(255, 0, 0)); // the upper left corner
+    {
+        //! [PictureTextures]
+        PictureTextures pictures(&sampler);
+        const TextureToken token = pictures.add(half);
+        //! [PictureTextures]
+        const Pixels texels = Pixels::ofTexture(GL_TEXTURE_2D, sampler.textureForToken(token)->textureID());
+        EXPECT_EQ(QVector4D(1, 0, 0, 1), texels.at(0, 1));
+        _capture.takeTexts();
+        EXPECT_EQ(nullTextureToken, pictures.add(QImage()));
+        EXPECT_MESSAGES("warning ZelKit: a picture is null or too large, so it cannot become a texture");
+    }
+    EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg));
+    sampler.clear();
+    helpers.deleteAll();
 }
 
 TEST_F(SnippetsTest, TriangleMesh)
@@ -396,9 +428,7 @@ void main() { color = vec4(vec3(shadowIrradiance(0, vo_Position, vo_Normal)), 1.
     const auto drawBoxes = [&boxes](ShaderProgram *drawn, const QMatrix4x4 &viewProjection,
                                     ShadowLayers *lights = nullptr) {
         DrawScope scope(drawn);
-        if (lights != nullptr) {
-            scope.use(lights);
-        }
+        scope.use(lights); // null: none
         drawn->setUniform("u_ViewProjection", viewProjection);
         scope.draw(boxes.get());
     };

@@ -11,6 +11,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtGui/QGuiApplication>
+#include <QtGui/QOpenGLWindow>
 #include <QtGui/QPainter>
 
 #include <cmath>
@@ -61,19 +62,15 @@ namespace {
 
 const QSize kSize(320, 180);
 
-template <class Picture> QImage drawn(RenderTarget &target)
+template <class Picture> QImage drawn()
 {
-    {
-        const AutoBinder bound(target.framebuffer());
-        Picture().draw(kSize);
-    }
-    return target.image();
+    return SceneView<QOpenGLWindow, Picture>::picture(kSize);
 }
 
 struct Step
 {
     const char *name;
-    QImage (*draw)(RenderTarget &target);
+    QImage (*draw)();
 };
 
 class StartTest : public SnippetsTest, public testing::WithParamInterface<Step>
@@ -113,8 +110,7 @@ double difference(const QImage &a, const QImage &b)
 
 TEST_P(StartTest, DrawsThePictureOfThePage)
 {
-    const auto target = RenderTarget::create(kSize, GL_RGBA8);
-    const QImage picture = GetParam().draw(*target);
+    const QImage picture = GetParam().draw();
     EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg));
     const QString file = QString(ZELGL_SOURCE_DIR "/docs/images/start_%1.png").arg(GetParam().name);
     if (qEnvironmentVariableIsSet("ZELGL_WRITE_PAGES")) {

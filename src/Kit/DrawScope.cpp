@@ -102,9 +102,11 @@ template <typename Lights> bool DrawScope::useLights(Lights *lights, Lights **bo
     if (!_isBound) {
         return false;
     }
-    if (lights == nullptr || *bound != nullptr) {
-        fail(nullptr, lights == nullptr ? QStringLiteral("the lights of the draw scope are null")
-                                        : QStringLiteral("the draw scope has such lights already"));
+    if (lights == nullptr) {
+        return true;
+    }
+    if (*bound != nullptr) {
+        fail(nullptr, QStringLiteral("the draw scope has such lights already"));
         return false;
     }
     if (!lights->bind(_program)) {

@@ -48,7 +48,8 @@ public:
     /// Replaces the instance data for the next draws; program and draw unit stay bound.
     bool setCollections(Collections collections);
 
-    /// Binds the lights until the scope ends; call it once. False if they cannot be bound: their shaders then get no light of them.
+    /// Binds the lights until the scope ends; null for none, such as for casters. Call it once. False if they cannot be bound:
+    /// shaders then get no light of them.
     bool use(ShadowLayers *lights);
     bool use(EnvironmentLight *light);
 

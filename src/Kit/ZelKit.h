@@ -20,6 +20,7 @@
 #include "Overlay.h"
 #include "PackedScene.h"
 #include "Picker.h"
+#include "PictureTextures.h"
 #include "PostChain.h"
 #include "RenderTarget.h"
 #include "SceneView.h"

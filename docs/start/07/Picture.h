@@ -57,7 +57,7 @@ void main()
 
 const int kStones = 24;
 
-/// Tiles with joints, lowest row first.
+/// Tiles with joints.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -84,7 +84,7 @@ public:
                                        kStones);
         QVector<TextureToken> images;
         for (const int tiles : {1, 3, 7}) {
-            images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
+            images << textures.add(paintedImage(tiles));
         }
         for (int i = 0; i < kStones; ++i) {
             const float angle = 6.2831853f * float(i) / kStones;
@@ -99,13 +99,7 @@ public:
 
         GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
-    }
-
-    ~Picture()
-    {
-        stones.reset();
-        textures->clear(); // deletes the textures
+        program = ProgramBuilder::build(kVertexText, kFragmentText, textures.manager(), &processor);
     }
 
     void draw(const QSize &size)
@@ -116,13 +110,13 @@ public:
         const float aspect = float(size.width()) / float(size.height());
         camera.refit(Bounds({-4.5f, -1.0f, -4.5f}, {4.5f, 1.0f, 4.5f}), aspect);
         const AutoEnabler depthTest(GL_DEPTH_TEST);
-        DrawScope scope(program.get(), {stones->data()}, textures);
+        DrawScope scope(program.get(), {stones->data()}, textures.manager());
         program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
         scope.draw(shape.get());
     }
 
 private:
-    TextureManager *textures = TextureManager::Instance();
+    PictureTextures textures; // of the manager that the shader asks
     std::unique_ptr<DrawBuffers> shape;
     std::unique_ptr<InstanceTable> stones;
     std::unique_ptr<ShaderProgram> program;

@@ -54,7 +54,7 @@ void main()
 
 const int kStones = 24;
 
-/// Tiles with joints, lowest row first.
+/// Tiles with joints.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -84,7 +84,7 @@ public:
             kStones + 1); // the last one is the ground
         QVector<TextureToken> images;
         for (const int tiles : {1, 3, 7}) {
-            images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
+            images << textures.add(paintedImage(tiles));
         }
         for (int i = 0; i <= kStones; ++i) {
             const bool isGround = i == kStones;
@@ -123,13 +123,7 @@ public:
 
         GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
-        program = ProgramBuilder::build(kVertexText, kFragmentText, textures, &processor);
-    }
-
-    ~Picture()
-    {
-        stones.reset();
-        textures->clear(); // deletes the textures
+        program = ProgramBuilder::build(kVertexText, kFragmentText, textures.manager(), &processor);
     }
 
     void draw(const QSize &size)
@@ -147,12 +141,12 @@ public:
         const AutoBinder bound(program.get());
         program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
         // Flags and mask of 0: all drawables. Back faces are culled; the stencil buffer stays.
-        scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
+        scene.draw(program.get(), textures.manager(), 0, 0, eWindingCCW, false);
         scene.updatePreviousMatrices();
     }
 
 private:
-    TextureManager *textures = TextureManager::Instance();
+    PictureTextures textures; // of the manager that the shader asks
     std::unique_ptr<DrawBuffers> shape;
     std::unique_ptr<InstanceTable> stones;
     GPUModel scene;

@@ -50,17 +50,14 @@ void main()
 {
     float vein = abs(snoise(VEINS * vo_TexCoord + 0.5 * snoise(2.0 * vo_TexCoord)));
     vec3 color = vo_Color * mix(0.7, 1.0, sqrt(vein)) * managedTexture(vo_Image, vo_TexCoord).rgb;
-    vec3 normal = normalize(vo_Normal);
-    vec3 toSun = shadowDirectionTo(0, vo_Position);
-    float visible = shadowVisibility(0, vo_Position, normal, toSun);
-    float light = 0.4 + 0.6 * visible * max(dot(normal, toSun), 0.0);
+    float light = 0.4 + 0.6 * shadowIrradiance(0, vo_Position, normalize(vo_Normal));
     o_Color = vec4(light * color, 1.0);
 }
 )";
 
 const int kStones = 24;
 
-/// Tiles with joints, lowest row first.
+/// Tiles with joints.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -90,7 +87,7 @@ public:
             kStones + 1); // the last one is the ground
         QVector<TextureToken> images;
         for (const int tiles : {1, 3, 7}) {
-            images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
+            images << textures.add(paintedImage(tiles));
         }
         for (int i = 0; i <= kStones; ++i) {
             const bool isGround = i == kStones;
@@ -130,19 +127,10 @@ public:
         GLSLMacroProcessor processor;
         processor.addDefine("VEINS", "1.5");
         shadows = ShadowLayers::create({});
-        program = shadows->build(kVertexText, kFragmentText, textures, &processor);
+        program = shadows->build(kVertexText, kFragmentText, textures.manager(), &processor);
         casters = shadows->buildCasters(kVertexText);
 
-        ShadowLight sun;
-        sun.direction = QVector3D(0.9f, -0.9f, -0.1f).normalized();
-        sun.size = 0.02f; // soft edges
-        shadows->setLights({sun});
-    }
-
-    ~Picture()
-    {
-        stones.reset();
-        textures->clear(); // deletes the textures
+        shadows->setLights({ShadowLight::sun({0.9f, -0.9f, -0.1f}, 0.02f)}); // with soft edges
     }
 
     void draw(const QSize &size)
@@ -157,24 +145,23 @@ public:
                         [this](const ShadowLayers::Layer &layer) {
                             const AutoBinder bound(casters.get());
                             casters->setUniform("u_ViewProjection", layer.projection);
-                            scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
+                            scene.draw(casters.get(), textures.manager(), 0, 0, eWindingOff, false);
                         });
 
         glViewport(0, 0, size.width(), size.height());
         glClearColor(0.16f, 0.20f, 0.26f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         scene.frustumCull(camera.viewProjection(aspect));
-        const AutoBinder bound(program.get());
-        shadows->bind(program.get());
+        DrawScope scope(program.get());
+        scope.use(shadows.get());
         program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
         // Flags and mask of 0: all drawables. Back faces are culled; the stencil buffer stays.
-        scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
-        shadows->unbind(program.get());
+        scene.draw(program.get(), textures.manager(), 0, 0, eWindingCCW, false);
         scene.updatePreviousMatrices();
     }
 
 private:
-    TextureManager *textures = TextureManager::Instance();
+    PictureTextures textures; // of the manager that the shader asks
     std::unique_ptr<DrawBuffers> shape;
     std::unique_ptr<InstanceTable> stones;
     GPUModel scene;

@@ -56,9 +56,7 @@ void main()
     vec3 color = vo_Color * mix(0.7, 1.0, sqrt(vein)) * managedTexture(vo_Image, vo_TexCoord).rgb;
     color = pow(color, vec3(2.2)); // images are sRGB, and light is linear
     vec3 normal = normalize(vo_Normal);
-    vec3 toSun = shadowDirectionTo(0, vo_Position);
-    float visible = shadowVisibility(0, vo_Position, normal, toSun);
-    vec3 sunlight = u_Sunlight * visible * max(dot(normal, toSun), 0.0) / 3.1415927;
+    vec3 sunlight = u_Sunlight * shadowIrradiance(0, vo_Position, normal) / 3.1415927;
     vec3 toEye = normalize(u_Eye - vo_Position);
     vec2 gloss = environmentReflectance(max(dot(normal, toEye), 0.0), 0.35);
     vec3 mirrored = environmentMirrored(reflect(-toEye, normal), 0.35) * (0.04 * gloss.x + gloss.y);
@@ -88,7 +86,7 @@ inline EnvironmentImage paintedSky()
     return sky;
 }
 
-/// Tiles with joints, lowest row first.
+/// Tiles with joints.
 inline QImage paintedImage(int tiles)
 {
     QImage image(64, 64, QImage::Format_ARGB32);
@@ -106,6 +104,8 @@ class Picture
 public:
     OrbitCamera camera; // the mouse turns it
 
+    static PostChain::Options frame() { return {1, PostChain::eFxaa, true}; } // smooth edges, tone mapping
+
     Picture()
     {
         stones = InstanceTable::create(
@@ -118,7 +118,7 @@ public:
             kStones + 1); // the last one is the ground
         QVector<TextureToken> images;
         for (const int tiles : {1, 3, 7}) {
-            images << textures->tokenForTexture(QImageToTexture(paintedImage(tiles), false, {}));
+            images << textures.add(paintedImage(tiles));
         }
         for (int i = 0; i <= kStones; ++i) {
             const bool isGround = i == kStones;
@@ -159,32 +159,19 @@ public:
         processor.addDefine("VEINS", "1.5");
         EnvironmentLight::setUp(&processor);
         shadows = ShadowLayers::create({});
-        program = shadows->build(kVertexText, kFragmentText, textures, &processor);
+        program = shadows->build(kVertexText, kFragmentText, textures.manager(), &processor);
         casters = shadows->buildCasters(kVertexText);
 
         EnvironmentImage image = paintedSky();
         const DistantLight brightest = *image.takeStrongestLight();
         sunlight = brightest.irradiance;
-        ShadowLight sun;
-        sun.direction = -brightest.direction;
-        sun.size = 0.02f; // soft edges
-        shadows->setLights({sun});
+        shadows->setLights({ShadowLight::sun(-brightest.direction, 0.02f)}); // with soft edges
 
         sky = QFile::exists("sky.light") ? EnvironmentLight::load("sky.light") : nullptr;
         if (sky == nullptr) {
             sky = EnvironmentBake::bake(image, {});
             sky->save("sky.light");
         }
-        PostChain::Options frame;
-        frame.filter = PostChain::eFxaa;
-        frame.isToneMapped = true;
-        chain = PostChain::create(frame);
-    }
-
-    ~Picture()
-    {
-        stones.reset();
-        textures->clear(); // deletes the textures
     }
 
     void draw(const QSize &size)
@@ -199,31 +186,26 @@ public:
                         [this](const ShadowLayers::Layer &layer) {
                             const AutoBinder bound(casters.get());
                             casters->setUniform("u_ViewProjection", layer.projection);
-                            scene.draw(casters.get(), textures, 0, 0, eWindingOff, false);
+                            scene.draw(casters.get(), textures.manager(), 0, 0, eWindingOff, false);
                         });
 
-        chain->resize(size);
-        chain->begin();
         glClearColor(0.35f, 0.45f, 0.60f, 1.0f); // linear light
         glClear(GL_COLOR_BUFFER_BIT);
         scene.frustumCull(camera.viewProjection(aspect));
         const AutoEnabler seamless(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-        const AutoBinder bound(program.get());
+        DrawScope scope(program.get());
+        scope.use(shadows.get());
+        scope.use(sky.get());
         program->setUniform("u_Eye", camera.eye());
         program->setUniform("u_Sunlight", sunlight);
-        sky->bind(program.get());
-        shadows->bind(program.get());
         program->setUniform("u_ViewProjection", camera.viewProjection(aspect));
         // Flags and mask of 0: all drawables. Back faces are culled; the stencil buffer stays.
-        scene.draw(program.get(), textures, 0, 0, eWindingCCW, false);
-        shadows->unbind(program.get());
-        sky->unbind();
-        chain->end(); // into the framebuffer of the window or of the file
+        scene.draw(program.get(), textures.manager(), 0, 0, eWindingCCW, false);
         scene.updatePreviousMatrices();
     }
 
 private:
-    TextureManager *textures = TextureManager::Instance();
+    PictureTextures textures; // of the manager that the shader asks
     std::unique_ptr<DrawBuffers> shape;
     std::unique_ptr<InstanceTable> stones;
     GPUModel scene;
@@ -231,6 +213,5 @@ private:
     std::unique_ptr<ShaderProgram> casters;
     std::unique_ptr<ShadowLayers> shadows;
     std::unique_ptr<EnvironmentLight> sky;
-    std::unique_ptr<PostChain> chain;
     QVector3D sunlight;
 };
