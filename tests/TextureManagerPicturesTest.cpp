@@ -29,11 +29,12 @@ constexpr float kHalfByte = 0.5f / 255.0f;
 
 const QString kSample = "managedTexture(u_Token, uv)";
 
-/// Draws an expression over uv, from 0 to 1 over the picture.
+/// Draws an expression over uv, from 0 to 1 over the picture, and u_Number: each other text would be compiled.
 constexpr char kFragmentStage[] = R"(#version 150
 #include "TextureManager.glslh"
 uniform uvec2 u_Token;
 uniform vec2 u_Size;
+uniform int u_Number;
 out vec4 color;
 vec3 faceDirection(int face, vec2 uv) {
   vec2 st = 2.0 * uv - 1.0;
@@ -199,6 +200,7 @@ protected:
         manager->bind(_draws++ % 2 == 0 ? program.get() : nullptr); // null: the one in use
         glUniform2ui(program->getUniformLocation("u_Token"), GLuint(token.token), GLuint(token.token >> 32));
         glUniform2f(program->getUniformLocation("u_Size"), float(width), float(height));
+        glUniform1i(program->getUniformLocation("u_Number"), number);
         const Pixels pixels = drawnPixels(*program, width, height);
         manager->unbind(program.get());
         program->unbind();
@@ -220,6 +222,7 @@ protected:
 
     std::unique_ptr<TextureManager> manager;
     GLSLMacroProcessor processor; ///< for programs that are built from now on
+    int number = 0;               ///< that expressions read
 
 private:
     QTemporaryDir _folder;
@@ -275,9 +278,9 @@ TEST_P(TextureManagerPicturesTest, LevelsAreThoseOfTheTexture)
             upload(GL_TEXTURE_2D, level, Pixels(8 >> level, 8 >> level, colorOf(level)));
         }
     }));
-    for (int level = 0; level < 4; ++level) {
-        const QString expression = QStringLiteral("managedTextureLod(u_Token, uv, %1.0)").arg(level);
-        EXPECT_TRUE(shows(token, Pixels(4, 4, colorOf(level)), kHalfByte, expression)) << level;
+    const QString expression = "managedTextureLod(u_Token, uv, float(u_Number))";
+    for (number = 0; number < 4; ++number) {
+        EXPECT_TRUE(shows(token, Pixels(4, 4, colorOf(number)), kHalfByte, expression)) << number;
     }
     EXPECT_TRUE(shows(token, Pixels(2, 2, colorOf(2)))) << "chosen by the size on the screen";
     if (is(TextureStrategy::eArray)) {
@@ -299,12 +302,12 @@ TEST_P(TextureManagerPicturesTest, CubesShowTheirFacesWhereTheStrategyHasThem)
         });
     };
     const TextureToken token = tokenFor(newCube());
-    for (int face = 0; face < 6; ++face) {
-        const Pixels expected = is(TextureStrategy::eSampler) ? Pixels(4, 4, kInvalid) : faceOf(face);
-        const QString direction = QStringLiteral("(u_Token, 3.0 * faceDirection(%1, uv)").arg(face);
-        EXPECT_TRUE(shows(token, expected, kHalfByte, "managedTextureCube" + direction + ")")) << face;
+    const QString direction = "(u_Token, 3.0 * faceDirection(u_Number, uv)";
+    for (number = 0; number < 6; ++number) {
+        const Pixels expected = is(TextureStrategy::eSampler) ? Pixels(4, 4, kInvalid) : faceOf(number);
+        EXPECT_TRUE(shows(token, expected, kHalfByte, "managedTextureCube" + direction + ")")) << number;
         EXPECT_TRUE(shows(token, expected, kHalfByte, "managedTextureCubeLod" + direction + ", 0.0)"))
-            << face;
+            << number;
     }
     if (is(TextureStrategy::eBindless)) { // a texture that can still change has no handle
         const TextureToken writable = manager->tokenForTexture(newCube());
@@ -355,8 +358,10 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
     const auto random = [&](int below) { return int(engine() % unsigned(below)); };
     const auto fill = [&](Texture *texture, int id) {
         const bool isCube = texture->target() == GL_TEXTURE_CUBE_MAP;
+        // Without slots of a format, they would only be compiled: llvmpipe does so for the formats of all units together.
+        const int formatCount = is(TextureStrategy::eSampler) ? 1 : isCube ? 3 : 4;
         const GLint formats[] = {GL_RGBA8, GL_RGBA16F, GL_RG8, GL_R8};
-        const GLint format = formats[random(isCube ? 3 : 4)];
+        const GLint format = formats[random(formatCount)];
         const int width = 4 << random(3);
         const int height = isCube ? width : 4 << random(3);
         const AutoBinder binder(texture);
@@ -424,8 +429,8 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
         }
         const auto &[texture, token, id] = items[is(TextureStrategy::eArray) ? 0 : count - 1];
         const bool isCube = texture->target() == GL_TEXTURE_CUBE_MAP;
-        const int face = isCube ? random(6) : 0;
-        const QString cube = QString("managedTextureCube(u_Token, faceDirection(%1, uv))").arg(face);
+        const QString cube = "managedTextureCube(u_Token, faceDirection(u_Number, uv))";
+        number = isCube ? random(6) : 0;
         warnings();
         const Pixels shown = draw(bound, token, 2, 2, isCube ? cube : kSample);
         const QStringList logged = warnings();
@@ -433,7 +438,7 @@ TEST_P(TextureManagerPicturesTest, ARandomSceneShowsEachTokenInItsColour)
             ++refused;
             hasPlace = false;
         }
-        EXPECT_TRUE(shown.isNear(Pixels(2, 2, hasPlace ? colorOf(id, face) : kInvalid), kHalfByte));
+        EXPECT_TRUE(shown.isNear(Pixels(2, 2, hasPlace ? colorOf(id, number) : kInvalid), kHalfByte));
     }
     EXPECT_EQ(is(TextureStrategy::eArray), refused > 0);
     EXPECT_LT(refused, 50);
@@ -565,7 +570,7 @@ TEST_P(ArrayPicturesTest, ScalingAndMergingKeepThePictureOfEveryToken)
 
 TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
 {
-    const QString fetch = "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), %1)";
+    const QString fetch = "managedTexelFetch(u_Token, ivec2(gl_FragCoord.xy), u_Number)";
     const Pixels picture = randomPixels(8, 4, 200);
     const Pixels half = halved(picture);
     const Pixels own(4, 2, kWhite);
@@ -577,17 +582,18 @@ TEST_P(ArrayPicturesTest, LevelsThatASourceLacksAreMadeFromTheOnesAbove)
                 upload(GL_TEXTURE_2D, level, Pixels(8 >> level, std::max(4 >> level, 1), kWhite));
             }
         }));
-        EXPECT_TRUE(shows(token, second, 1.5f * kByte, fetch.arg(1))) << levels;
-        EXPECT_TRUE(shows(token, halved(second), 2 * kByte, fetch.arg(2))) << levels;
+        number = 1;
+        EXPECT_TRUE(shows(token, second, 1.5f * kByte, fetch)) << levels;
+        number = 2;
+        EXPECT_TRUE(shows(token, halved(second), 2 * kByte, fetch)) << levels;
     }
     restart(1, TextureManager::SlotReallocationUpscale);
     const Pixels image = randomPixels(64, 64, 201);
     EXPECT_TRUE(shows(tokenFor(image), image));
     const TextureToken color = manager->tokenForColor(QColor(255, 51, 0)); // one level, of a maximum of 4
-    for (int level = 0; level < 7; ++level) {
-        EXPECT_TRUE(
-            shows(color, Pixels(1, 1, QVector4D(1.0f, 0.2f, 0.0f, 1.0f)), kHalfByte, fetch.arg(level)))
-            << level;
+    for (number = 0; number < 7; ++number) {
+        EXPECT_TRUE(shows(color, Pixels(1, 1, QVector4D(1.0f, 0.2f, 0.0f, 1.0f)), kHalfByte, fetch))
+            << number;
     }
     EXPECT_EQ(QStringList(resizeWarning(1, 64)), warnings());
 }

@@ -10,6 +10,7 @@
 #include <QtCore/QStringList>
 
 #include <cstring>
+#include <initializer_list>
 #include <type_traits>
 #include <utility>
 
@@ -62,16 +63,44 @@ QString describe(GLenum error)
     return QStringLiteral("GL error 0x%1. Look it up in the reference of GL.").arg(error, 0, 16);
 }
 
-template <typename Argument> QString textOf(Argument argument)
+/// An argument of a call, for its message. One function writes them all: a template for each entry point compiles for seconds.
+struct Word
+{
+    enum Type { ePointer, eEnum, eSigned, eUnsigned, eReal };
+    Type type;
+    quint64 bits;
+    double real;
+};
+
+template <typename Argument> Word wordOf(Argument argument)
 {
     if constexpr (std::is_pointer_v<Argument>) {
-        return argument == nullptr ? QStringLiteral("null") : QStringLiteral("pointer");
+        return {Word::ePointer, quintptr(argument), 0.0};
+    } else if constexpr (std::is_floating_point_v<Argument>) {
+        return {Word::eReal, 0, argument};
     } else if constexpr (std::is_same_v<Argument, GLenum>) { // also the type of names, which are small
-        return argument < 0x100 ? QString::number(argument)
-                                : QStringLiteral("0x%1").arg(argument, 4, 16, QChar('0'));
+        return {Word::eEnum, argument, 0.0};
     } else {
-        return QString::number(argument);
+        return {std::is_signed_v<Argument> ? Word::eSigned : Word::eUnsigned, quint64(argument), 0.0};
     }
+}
+
+QString textOf(const Word &word)
+{
+    switch (word.type) {
+    case Word::ePointer:
+        return word.bits == 0 ? QStringLiteral("null") : QStringLiteral("pointer");
+    case Word::eEnum:
+        return word.bits < 0x100 ? QString::number(word.bits)
+                                 : QStringLiteral("0x%1").arg(word.bits, 4, 16, QChar('0'));
+    case Word::eSigned:
+        return QString::number(qint64(word.bits));
+    case Word::eUnsigned:
+        return QString::number(word.bits);
+    case Word::eReal:
+        break;
+    }
+    return QString::number(word.real);
 }
 
 void keepError(GLenum error)
@@ -99,19 +128,44 @@ void takeForeignError(const char *name)
     }
 }
 
-template <auto Slot, typename... Arguments> void finish(int mistakesBefore, Arguments... arguments)
+/// What the check does around a call of any entry point.
+class Around
 {
-    const GLenum error = driver.glGetError();
-    const bool isReported = After<Slot>::of(error, arguments...);
-    if (error == GL_NO_ERROR) {
-        return;
-    }
+public:
+    Around(const char *name, bool keepsState);
+
+    /// Before and after the call of the driver.
+    void pause() { _inside.pause(); }
+    void resume() { _inside.resume(); }
+
+    /// For an error of the call; \a isReported: its cause has a message of its own.
+    void takeError(GLenum error, bool isReported, std::initializer_list<Word> arguments) const;
+
+private:
+    Inside _inside;
+    const char *_name;
+    int _mistakesBefore;
+};
+
+Around::Around(const char *name, bool keepsState)
+    : _name(name)
+{
+    takeForeignError(name);
+    _mistakesBefore = mistakesSeen();
+    draws().changes += keepsState ? 0 : 1;
+}
+
+void Around::takeError(GLenum error, bool isReported, std::initializer_list<Word> arguments) const
+{
     keepError(error);
-    if (!isReported && mistakesSeen() == mistakesBefore) { // otherwise the cause has been reported
-        report(Mistake::eGLError, 0, placeOf(kNameOf<Slot>, error), [&] {
-            const QStringList words = {textOf(arguments)...};
+    if (!isReported && mistakesSeen() == _mistakesBefore) { // otherwise the cause has been reported
+        report(Mistake::eGLError, 0, placeOf(_name, error), [&] {
+            QStringList words;
+            for (const Word &argument : arguments) {
+                words += textOf(argument);
+            }
             return QStringLiteral("%1(%2) caused %3")
-                .arg(QLatin1String(kNameOf<Slot>), words.join(QLatin1String(", ")), describe(error));
+                .arg(QLatin1String(_name), words.join(QLatin1String(", ")), describe(error));
         });
     }
 }
@@ -141,31 +195,50 @@ struct Watcher
             const GLenum error = std::exchange(pendingError, GLenum(GL_NO_ERROR));
             return error != GL_NO_ERROR ? error : next();
         } else {
-            Inside inside;
-            takeForeignError(kNameOf<Slot>);
-            const int mistakesBefore = mistakesSeen();
+            constexpr bool keeps = keepsState(kNameOf<Slot>);
+            Around around(kNameOf<Slot>, keeps);
             countRepeat<Slot>(arguments...);
-            if constexpr (!keepsState(kNameOf<Slot>)) {
-                ++draws().changes;
-            }
             if (!Before<Slot>::of(arguments...)) {
                 return Result();
             }
-            inside.pause();
+            around.pause();
             if constexpr (std::is_void_v<Result>) {
                 next(arguments...);
-                inside.resume();
-                finish<Slot>(mistakesBefore, arguments...);
+                around.resume();
+                finish<Slot>(around, arguments...);
             } else {
                 const Result result = next(arguments...);
-                inside.resume();
+                around.resume();
                 Made<Slot>::of(result);
-                finish<Slot>(mistakesBefore, arguments...);
+                finish<Slot>(around, arguments...);
                 return result;
             }
         }
     }
+
+private:
+    template <auto Slot, typename... Arguments>
+    static void finish(const Around &around, Arguments... arguments)
+    {
+        const GLenum error = driver.glGetError();
+        const bool isReported = After<Slot>::of(error, arguments...);
+        if (error != GL_NO_ERROR) {
+            around.takeError(error, isReported, {wordOf(arguments)...});
+        }
+    }
 };
+
+void reportNotInitialized(const char *name)
+{
+    if (!Inside::isActive()) {
+        const Inside inside;
+        report(Mistake::eNotInitialized, 0, quintptr(name), [name] {
+            return QStringLiteral("initializeGLFunctions() has not been called, so %1() has no effect. "
+                                  "Call it once, with a context current.")
+                .arg(QLatin1String(name));
+        });
+    }
+}
 
 struct NotInitialized
 {
@@ -175,15 +248,7 @@ struct NotInitialized
         if (next != nullptr) {
             return next(arguments...);
         }
-        if (!Inside::isActive()) {
-            const Inside inside;
-            report(Mistake::eNotInitialized, 0, quintptr(kNameOf<Slot>), [] {
-                return QStringLiteral("initializeGLFunctions() has not been called, so %1() has no effect. "
-                                      "Call it once, "
-                                      "with a context current.")
-                    .arg(QLatin1String(kNameOf<Slot>));
-            });
-        }
+        reportNotInitialized(kNameOf<Slot>);
         return Result();
     }
 };
