@@ -8,7 +8,9 @@ function(zelgl_target_defaults target)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         UNITY_BUILD OFF) # sources repeat names; a project that contains ZelGL may set it for all its targets
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow)
+    # Other libraries never replace the functions of a library, so its own calls need not go through the dynamic linker. Programs
+    # have the option too, since they share precompiled headers with the libraries.
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -fno-semantic-interposition)
     if(ZELGL_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${ZELGL_SANITIZE} -fno-sanitize-recover=all
             -fno-omit-frame-pointer)
@@ -53,25 +55,17 @@ function(zelgl_precompile_qt target)
         ${ARGN})
 endfunction()
 
-# zelgl_share_precompiled(TARGET [LIBRARY]): as zelgl_precompile_qt(TARGET <ZelGL/ZelGL.h>), with one file for all these programs,
-# and one for all LIBRARY targets, whose options differ. They must link ZelGL.
+# zelgl_share_precompiled(TARGET): as zelgl_precompile_qt(TARGET <ZelGL/ZelGL.h>), with one file for all targets, which must link
+# ZelGL.
 function(zelgl_share_precompiled target)
-    cmake_parse_arguments(ARG "LIBRARY" "" "" ${ARGN})
-    set(owner zelgl_precompiled)
-    if(ARG_LIBRARY)
-        set(owner zelgl_precompiled_library)
-    endif()
-    if(NOT TARGET ${owner})
+    if(NOT TARGET zelgl_precompiled)
         file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled.cpp CONTENT "// Only its precompiled headers are used.\n")
-        add_library(${owner} OBJECT ${PROJECT_BINARY_DIR}/precompiled.cpp)
-        zelgl_target_defaults(${owner})
-        if(ARG_LIBRARY)
-            zelgl_library_options(${owner})
-        endif()
-        target_link_libraries(${owner} PRIVATE ZelGL)
-        zelgl_precompile_qt(${owner} <ZelGL/ZelGL.h>)
+        add_library(zelgl_precompiled OBJECT ${PROJECT_BINARY_DIR}/precompiled.cpp)
+        zelgl_target_defaults(zelgl_precompiled)
+        target_link_libraries(zelgl_precompiled PRIVATE ZelGL)
+        zelgl_precompile_qt(zelgl_precompiled <ZelGL/ZelGL.h>)
     endif()
-    target_precompile_headers(${target} REUSE_FROM ${owner})
+    target_precompile_headers(${target} REUSE_FROM zelgl_precompiled)
 endfunction()
 
 # zelgl_find_openexr(): find_package(OpenEXR REQUIRED) without the status text of Debian's Imath package, which lists a Python
@@ -81,16 +75,28 @@ function(zelgl_find_openexr)
     find_package(OpenEXR REQUIRED)
 endfunction()
 
-# zelgl_library_options(TARGET): other libraries never replace the library's functions, so its own calls need not go through the
-# dynamic linker.
-function(zelgl_library_options target)
-    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+# zelgl_check_link_time_optimisation(RESULT): whether a release build can have it. CMake's own check does not use the flags that
+# choose a linker, and lld links no objects of GCC that have it.
+function(zelgl_check_link_time_optimisation result)
+    include(CheckIPOSupported)
+    check_ipo_supported(RESULT works OUTPUT ignored LANGUAGES CXX)
+    string(STRIP "${CMAKE_SHARED_LINKER_FLAGS} ${CMAKE_SHARED_LINKER_FLAGS_RELEASE} ${CMAKE_CXX_FLAGS}" flags)
+    if(works AND flags)
+        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/linkTimeOptimisation.cpp CONTENT "int main() {}\n")
+        set(CMAKE_EXE_LINKER_FLAGS "${flags}")
+        try_compile(ZELGL_LINKS_IPO ${PROJECT_BINARY_DIR}/linkTimeOptimisation ${PROJECT_BINARY_DIR}/linkTimeOptimisation.cpp
+            CMAKE_FLAGS -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON)
+        set(works ${ZELGL_LINKS_IPO})
+    endif()
+    if(NOT works)
+        message(STATUS "Without link-time optimisation, which the linker lacks: ZelGL")
+    endif()
+    set(${result} ${works} PARENT_SCOPE)
 endfunction()
 
 # zelgl_library_defaults(TARGET): zelgl_target_defaults(), and the soname, version and include path of a shared library.
 function(zelgl_library_defaults target)
     zelgl_target_defaults(${target})
-    zelgl_library_options(${target})
     # QtCore keeps texts of the libraries, such as patterns of QRegExp, up to its own end: dlclose() must not unmap them.
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
     set_target_properties(${target} PROPERTIES

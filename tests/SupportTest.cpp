@@ -3,6 +3,8 @@
 #include "support/GLFixture.h"
 #include "support/Pixels.h"
 
+#include <ZelGL/GLLoader.h>
+
 #include <gtest/gtest-spi.h>
 
 #include <cmath>
