@@ -188,8 +188,12 @@ protected:
     /// neighbours are the same do not change.
     static double improvement(Shape shape, const Pixels &filtered, const QString &name)
     {
+        static std::map<Shape, Pixels> references; // each takes as long as to filter a picture
+        if (references.count(shape) == 0) {
+            references.emplace(shape, picture(shape, 16));
+        }
         const Pixels before = picture(shape, 1);
-        const Pixels reference = picture(shape, 16);
+        const Pixels &reference = references.at(shape);
         double errorBefore = 0.0;
         double error = 0.0;
         for (int i = 0; i < kSize * kSize; ++i) {

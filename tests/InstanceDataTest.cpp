@@ -248,11 +248,12 @@ TEST_F(InstanceDataTest, CollectionsTakeListsBytesAndCountsAndReportTooMuchForTh
     const QList<InstanceData> list = {item, item, item};
     const QByteArray bytes = item.dataArray().repeated(3);
     const QString tooBig = "List is too big for plan 'Paint'";
-    const AssertionsOf asserted("InstanceDataCollection.cpp");
-    const QString countTooBig = asserted("numItems <= _plan->arraySize()", tooBig);
-    const QString bytesTooBig = asserted("(numBytes / _plan->totalDataSize()) <= _plan->arraySize()", tooBig);
-    const QString listTooBig = asserted("size_t(instanceDataDataList.size()) <= _plan->arraySize()",
-                                        "List 3 too big, max 2 plan 'Paint'");
+    const AssertionsOf ofCollection("InstanceDataCollection.cpp");
+    const QString countTooBig = ofCollection("numItems <= _plan->arraySize()", tooBig);
+    const QString bytesTooBig =
+        ofCollection("(numBytes / _plan->totalDataSize()) <= _plan->arraySize()", tooBig);
+    const QString listTooBig = ofCollection("size_t(instanceDataDataList.size()) <= _plan->arraySize()",
+                                            "List 3 too big, max 2 plan 'Paint'");
     EXPECT_EQ(zeros(144), InstanceDataCollection(plan, 3).dataArray());
     EXPECT_TRUE(InstanceDataCollection(plan, 100000000).dataArray().isEmpty());
     EXPECT_EQ(bytes, InstanceDataCollection(plan, bytes.constData(), 144).dataArray());

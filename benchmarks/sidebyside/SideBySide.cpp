@@ -26,11 +26,10 @@ std::string Arguments::text(const std::string &name, const std::string &fallback
 
 std::string Arguments::file() const
 {
-    for (size_t i = 0; i < _arguments.size(); ++i) {
+    for (size_t i = 0; i < _arguments.size(); i += 2) { // an option and its value
         if (_arguments[i].rfind('-', 0) != 0) {
             return _arguments[i];
         }
-        ++i; // its value
     }
     return std::string();
 }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned int kNoUnit = NumberSet::kNone; ///< 0xFFFFFFFF
 
-using TextureContextInfo = ContextState::TextureUnits;
+using TextureContextInfo = TextureUnits;
 
 TextureContextInfo &makeContextInfo(ContextState &state)
 {

@@ -27,7 +27,7 @@ int maxBindingsOf(unsigned int target)
     return hasStorageBlocks ? integerFromGL(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS) : 0;
 }
 
-using UBOContextData = ContextState::BindingPoints;
+using UBOContextData = BindingPoints;
 
 void recordInBatch(UBOContextData &points, unsigned int binding)
 {

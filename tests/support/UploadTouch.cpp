@@ -44,9 +44,9 @@ template <int dimensions, typename Upload> void UploadTouch::watchImage(Upload &
     upload.replace([this, &upload](auto... arguments) {
         const auto all = std::make_tuple(arguments...);
         constexpr int last = sizeof...(arguments) - 1;
-        touch(std::get<3>(all), dimensions > 1 ? std::get<4>(all) : 1,
-              dimensions > 2 ? std::get<last - 4>(all) : 1, std::get<last - 2>(all), std::get<last - 1>(all),
-              std::get<last>(all));
+        this->touch(std::get<3>(all), dimensions > 1 ? std::get<4>(all) : 1,
+                    dimensions > 2 ? std::get<last - 4>(all) : 1, std::get<last - 2>(all),
+                    std::get<last - 1>(all), std::get<last>(all));
         upload.original(arguments...);
     });
 }
@@ -55,7 +55,7 @@ template <typename Upload> void UploadTouch::watchCompressed(Upload &upload)
 {
     upload.replace([this, &upload](auto... arguments) {
         const auto all = std::make_tuple(arguments...);
-        touch(std::get<sizeof...(arguments) - 2>(all), std::get<sizeof...(arguments) - 1>(all));
+        this->touch(std::get<sizeof...(arguments) - 2>(all), std::get<sizeof...(arguments) - 1>(all));
         upload.original(arguments...);
     });
 }

@@ -12,13 +12,14 @@
 
 namespace Orvane { namespace ZelCheck {
 
-template <auto Slot> constexpr const char *kNameOf = nullptr;
+template <auto Slot> inline constexpr const char *kNameOf = nullptr;
 
-#define ZELCHECK_NAME(name) template <> constexpr const char *kNameOf<&name> = #name;
+#define ZELCHECK_NAME(name) template <> inline constexpr const char *kNameOf<&name> = #name;
 ZELCHECK_CORE_ENTRY_POINTS(ZELCHECK_NAME)
 ZELCHECK_EXTENSION_ENTRY_POINTS(ZELCHECK_NAME)
 #undef ZELCHECK_NAME
-#define ZELCHECK_NAME(name, Function) template <> constexpr const char *kNameOf<&Outside::name> = #name;
+#define ZELCHECK_NAME(name, Function)                                                                        \
+    template <> inline constexpr const char *kNameOf<&Outside::name> = #name;
 ZELCHECK_OUTSIDE_ENTRY_POINTS(ZELCHECK_NAME)
 #undef ZELCHECK_NAME
 

@@ -13,6 +13,27 @@
 
 namespace Orvane { namespace Zel {
 
+/// Outside of ContextState: clang lets no member be an optional of a class inside it that has initial values.
+struct TextureUnits
+{
+    int maxTextureImageUnits = 0;
+    NameTable textureToUnitMaps; ///< messages of Texture contain this name
+    NumberSet freeTextureUnits;
+};
+
+/// The binding points of one kind, uniform or storage.
+struct BindingPoints
+{
+    unsigned int target = 0;
+    int maxBindings = 0;
+    NameTable _boundUniformBufferObjectCounts; ///< messages of UniformBufferObject contain this name
+    NumberSet availableBindings;
+    int batchFirst = -1; ///< the points changed in a batch; both -1 outside a batch
+    int batchLast = -1;
+    std::vector<unsigned int> bufferIDs; ///< by binding point; 0: none
+    PFNGLBINDBUFFERSBASEPROC glBindBuffersBase = nullptr;
+};
+
 /// What the library remembers of one GL context: texture units, binding points, extensions.
 ///
 /// Each part is empty until the class that uses it first needs it, and that class fills it.
@@ -27,26 +48,6 @@ namespace Orvane { namespace Zel {
 class ContextState
 {
 public:
-    struct TextureUnits
-    {
-        int maxTextureImageUnits = 0;
-        NameTable textureToUnitMaps; ///< messages of Texture contain this name
-        NumberSet freeTextureUnits;
-    };
-
-    /// The binding points of one kind, uniform or storage.
-    struct BindingPoints
-    {
-        unsigned int target = 0;
-        int maxBindings = 0;
-        NameTable _boundUniformBufferObjectCounts; ///< messages of UniformBufferObject contain this name
-        NumberSet availableBindings;
-        int batchFirst = -1; ///< the points changed in a batch; both -1 outside a batch
-        int batchLast = -1;
-        std::vector<unsigned int> bufferIDs; ///< by binding point; 0: none
-        PFNGLBINDBUFFERSBASEPROC glBindBuffersBase = nullptr;
-    };
-
     /// The record of the current context, or of no context. The first call for an identity makes the record; the reference
     /// stays valid.
     static ContextState &current();
