@@ -100,9 +100,9 @@ void checkBlock(GLuint program, const ProgramFacts::Block &block, const BlockTar
     GLint64 size = 0;
     driver.glGetInteger64i_v(targets.start, binding, &start);
     driver.glGetInteger64i_v(targets.size, binding, &size);
-    if (size == 0) { // glBindBufferBase(): the whole buffer
-        size = ReadBinding(GLuint(buffer)).size() - start;
-    }
+    // Of glBindBufferBase() the size is 0: the whole buffer. One that has shrunk since may end before the range.
+    const GLint64 available = std::max<GLint64>(ReadBinding(GLuint(buffer)).size() - start, 0);
+    size = size == 0 ? available : std::min(size, available);
     if (size < block.size) {
         report(Mistake::eBlockBufferTooSmall, program, place, [&] {
             return QStringLiteral(
@@ -146,12 +146,22 @@ template <typename Index> GLint64 greatestOf(const std::vector<GLubyte> &bytes, 
     return greatest;
 }
 
+/// The index that ends a primitive; -1 if there is none.
+GLint64 restartIndex(GLenum indexType)
+{
+    if (newerFunctions().hasFixedRestart
+        && driver.glIsEnabled(GL_PRIMITIVE_RESTART_FIXED_INDEX) != GL_FALSE) {
+        return (GLint64(1) << 8 * indexSize(indexType)) - 1;
+    }
+    return driver.glIsEnabled(GL_PRIMITIVE_RESTART) != GL_FALSE
+               ? GLint64(GLuint(integer(GL_PRIMITIVE_RESTART_INDEX)))
+               : -1;
+}
+
 /// The greatest index of a draw, read from the bound index buffer; -1 if there is none.
 GLint64 greatestIndex(const DrawCall &call)
 {
-    const GLint64 restart = driver.glIsEnabled(GL_PRIMITIVE_RESTART) != GL_FALSE
-                                ? GLuint(integer(GL_PRIMITIVE_RESTART_INDEX))
-                                : -1;
+    const GLint64 restart = restartIndex(call.indexType);
     std::vector<GLubyte> bytes(size_t(call.count) * size_t(indexSize(call.indexType)));
     driver.glGetBufferSubData(GL_ELEMENT_ARRAY_BUFFER, GLintptr(call.indices), GLsizeiptr(bytes.size()),
                               bytes.data());
@@ -163,6 +173,12 @@ GLint64 greatestIndex(const DrawCall &call)
     default:
         return greatestOf<GLubyte>(bytes, restart);
     }
+}
+
+bool isPacked(GLint type)
+{
+    return type == GL_INT_2_10_10_10_REV || type == GL_UNSIGNED_INT_2_10_10_10_REV
+           || type == GL_UNSIGNED_INT_10F_11F_11F_REV;
 }
 
 int componentSize(GLint type)
@@ -192,10 +208,8 @@ GLint divisorOf(GLuint location)
 GLint64 vertexCount(GLuint location)
 {
     const GLint components = arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_SIZE);
-    const GLint64 size =
-        components == GL_BGRA
-            ? 4
-            : components * componentSize(arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_TYPE));
+    const GLint type = arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_TYPE);
+    const GLint64 size = components == GL_BGRA || isPacked(type) ? 4 : components * componentSize(type);
     const GLint64 stated = arrayInteger(location, GL_VERTEX_ATTRIB_ARRAY_STRIDE);
     const GLint64 stride = stated != 0 ? stated : size;
     void *offset = nullptr;

@@ -58,7 +58,7 @@ bool checkUnit(GLint unit)
         const GLint texture = integer(textureBinding(target));
         if (texture != 0) {
             hasTexture = true;
-            report(Mistake::eLeftBound, GLuint(unit) + 1, target, [&] {
+            report(Mistake::eLeftBound, 0, quint64(unit + 1) << 32 | target, [&] {
                 return QStringLiteral("The frame ended with texture %1 bound to %2 of texture unit %3. "
                                       "Call unbind() "
                                       "of the Texture or the manager.")
@@ -86,7 +86,7 @@ void checkUnits()
         const bool hasTexture = checkUnit(unit);
         if (!hasTexture && areKnown && unit < ofFragments
             && !Zel::Texture::isTextureUnitFree(unsigned(unit))) {
-            report(Mistake::eUnitLeaked, GLuint(unit) + 1, 0, [unit] {
+            report(Mistake::eUnitLeaked, 0, quint64(unit), [unit] {
                 return QStringLiteral(
                            "The frame ended with texture unit %1 in use, but without a texture: a "
                            "Texture was deleted while it was bound. Call its unbind() before you delete it.")

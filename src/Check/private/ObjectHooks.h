@@ -132,7 +132,9 @@ template <> struct After<&glUseProgram>
 {
     static bool of(GLenum error, GLuint program)
     {
-        if (error != GL_INVALID_OPERATION) {
+        // The other causes are the name of a shader, and active transform feedback.
+        if (error != GL_INVALID_OPERATION || driver.glIsProgram(program) == GL_FALSE
+            || draws().programs.of(program).isLinked) {
             return false;
         }
         report(Mistake::eProgramNotLinked, program, 0, [program] {

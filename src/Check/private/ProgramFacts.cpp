@@ -388,6 +388,7 @@ const NewerFunctions &newerFunctions()
         find(gl.popDebugGroup, "glPopDebugGroup");
     }
     gl.hasInstancedArrays = context->hasExtension("GL_ARB_instanced_arrays");
+    gl.hasFixedRestart = context->hasExtension("GL_ARB_ES3_compatibility");
     gl.hasPipelines = context->hasExtension("GL_ARB_separate_shader_objects");
     gl.hasImmutableTextures = context->hasExtension("GL_ARB_texture_storage");
     return gl;

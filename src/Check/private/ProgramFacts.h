@@ -113,6 +113,7 @@ struct NewerFunctions
     bool hasInterfaceQueries = false;
     bool hasImmutableTextures = false;
     bool hasInstancedArrays = false;
+    bool hasFixedRestart = false; ///< GL_PRIMITIVE_RESTART_FIXED_INDEX
     bool hasPipelines = false;
 };
 

@@ -26,8 +26,8 @@ struct RepeatedState
 
 ZELCHECK_REPEATED(glUseProgram, (GLuint program), usesProgram(program))
 ZELCHECK_REPEATED(glBindVertexArray, (GLuint array), bindsVertexArray(array))
-ZELCHECK_REPEATED(glBindBuffer, (GLenum target, GLuint buffer), bindsObject(target, buffer))
-ZELCHECK_REPEATED(glBindTexture, (GLenum target, GLuint texture), bindsObject(target, texture))
+ZELCHECK_REPEATED(glBindBuffer, (GLenum target, GLuint buffer), bindsBuffer(target, buffer))
+ZELCHECK_REPEATED(glBindTexture, (GLenum target, GLuint texture), bindsTexture(target, texture))
 ZELCHECK_REPEATED(glBindFramebuffer, (GLenum target, GLuint framebuffer),
                   bindsFramebuffer(target, framebuffer))
 ZELCHECK_REPEATED(glBindBufferBase, (GLenum target, GLuint index, GLuint buffer),

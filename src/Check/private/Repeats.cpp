@@ -30,6 +30,7 @@ constexpr EnumName kNames[] = {
     {GL_DRAW_INDIRECT_BUFFER, GL_DRAW_INDIRECT_BUFFER_BINDING, "GL_DRAW_INDIRECT_BUFFER"},
     {GL_COPY_READ_BUFFER, GL_COPY_READ_BUFFER, "GL_COPY_READ_BUFFER"},
     {GL_COPY_WRITE_BUFFER, GL_COPY_WRITE_BUFFER, "GL_COPY_WRITE_BUFFER"},
+    {GL_TEXTURE_BUFFER, GL_TEXTURE_BUFFER, "GL_TEXTURE_BUFFER"},
     {GL_BLEND, 0, "GL_BLEND"},
     {GL_CULL_FACE, 0, "GL_CULL_FACE"},
     {GL_DEPTH_TEST, 0, "GL_DEPTH_TEST"},
@@ -161,17 +162,20 @@ QStringList Repeats::takeIfChanged()
     return table;
 }
 
-Repeat bindsObject(GLenum target, GLuint object)
+Repeat bindsBuffer(GLenum target, GLuint buffer)
 {
-    if (const GLenum binding = textureBinding(target)) {
-        return {GLuint(integer(binding)) == object, QString::fromLatin1(textureTargetName(target))
-                                                        + unitText() + QStringLiteral(", ")
-                                                        + objectText(Kind::eTexture, object)};
-    }
     const EnumName *row = rowOf(target);
     const bool isKnown = row != nullptr && row->binding != 0;
-    return {isKnown && GLuint(integer(row->binding)) == object,
-            textOf(target) + QStringLiteral(", ") + objectText(Kind::eBuffer, object)};
+    return {isKnown && GLuint(integer(row->binding)) == buffer,
+            textOf(target) + QStringLiteral(", ") + objectText(Kind::eBuffer, buffer)};
+}
+
+Repeat bindsTexture(GLenum target, GLuint texture)
+{
+    const GLenum binding = textureBinding(target);
+    return {binding != 0 && GLuint(integer(binding)) == texture,
+            QString::fromLatin1(textureTargetName(target)) + unitText() + QStringLiteral(", ")
+                + objectText(Kind::eTexture, texture)};
 }
 
 Repeat bindsRange(GLenum target, GLuint index, GLuint buffer, GLintptr offset, GLsizeiptr size)
@@ -191,7 +195,7 @@ Repeat bindsRange(GLenum target, GLuint index, GLuint buffer, GLintptr offset, G
                              &bytes);
     // The call also binds the buffer to the target itself.
     const bool isSame =
-        GLuint(bound) == buffer && start == offset && bytes == size && bindsObject(target, buffer).isSame;
+        GLuint(bound) == buffer && start == offset && bytes == size && bindsBuffer(target, buffer).isSame;
     return {isSame, textOf(target) + QStringLiteral(" %1, ").arg(index) + objectText(Kind::eBuffer, buffer)};
 }
 

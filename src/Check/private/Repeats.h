@@ -43,7 +43,8 @@ Repeats &repeats();
 
 // What the calls set, compared with the state of GL.
 
-Repeat bindsObject(GLenum target, GLuint object);
+Repeat bindsBuffer(GLenum target, GLuint buffer);
+Repeat bindsTexture(GLenum target, GLuint texture);
 Repeat bindsRange(GLenum target, GLuint index, GLuint buffer, GLintptr offset, GLsizeiptr size);
 Repeat activatesUnit(GLenum unit);
 Repeat usesProgram(GLuint program);

@@ -1,5 +1,7 @@
 #include "Reports.h"
 
+#include "ProgramFacts.h"
+
 #include <ZelGL/Reporting.h>
 
 #include <QtCore/QFile>
@@ -14,10 +16,16 @@ namespace {
 
 // Never destroyed: static objects of a host may delete GL objects at the end of the process.
 std::mutex &mutex = *new std::mutex;
-std::set<std::tuple<Mistake, quint32, quint64>> &reported =
-    *new std::set<std::tuple<Mistake, quint32, quint64>>;
+std::set<std::tuple<Mistake, SharedName, quint64>> &reported =
+    *new std::set<std::tuple<Mistake, SharedName, quint64>>;
 
 thread_local int seen = 0;
+
+/// Mistakes without a program are the same in every context.
+SharedName keyOf(quint32 program)
+{
+    return program != 0 ? sharedName(program) : SharedName();
+}
 
 /// For hosts whose log is not seen, such as programs that a test starts.
 void appendToFile(const QString &text)
@@ -34,7 +42,8 @@ void appendToFile(const QString &text)
 } // namespace
 
 Inside::Inside()
-    : _lock(mutex)
+    : _outer(_current)
+    , _lock(mutex)
 {
     _current = this;
 }
@@ -42,7 +51,7 @@ Inside::Inside()
 Inside::~Inside()
 {
     pause();
-    _current = nullptr;
+    _current = _outer;
 }
 
 void Inside::pause()
@@ -56,7 +65,7 @@ void Inside::pause()
 void report(Mistake mistake, quint32 program, quint64 object, const std::function<QString()> &text)
 {
     ++seen;
-    if (reported.emplace(mistake, program, object).second) {
+    if (reported.emplace(mistake, keyOf(program), object).second) {
         Inside::current()->log(text());
     }
 }
@@ -79,8 +88,12 @@ void forgetReports()
 
 void forgetReportsOf(quint32 program)
 {
+    if (program == 0) {
+        return; // GL ignores the deletion of it
+    }
+    const SharedName key = keyOf(program);
     for (auto place = reported.begin(); place != reported.end();) {
-        place = std::get<quint32>(*place) == program ? reported.erase(place) : std::next(place);
+        place = std::get<SharedName>(*place) == key ? reported.erase(place) : std::next(place);
     }
 }
 

@@ -77,12 +77,13 @@ public:
 private:
     static inline thread_local Inside *_current = nullptr;
 
+    Inside *const _outer; ///< a message handler of the host may use the check
     QStringList _waiting;
     std::unique_lock<std::mutex> _lock;
 };
 
-/// Reports a mistake unless the same one was reported before: the same kind with the same program and object. The text says what
-/// is wrong and how to repair it. Only within an Inside.
+/// Reports a mistake unless the same one was reported before: the same kind with the same program and object. \a program is a
+/// name in the current share group, 0 for none. The text says what is wrong and how to repair it. Only within an Inside.
 void report(Mistake mistake, quint32 program, quint64 object, const std::function<QString()> &text);
 
 /// Logs a line at once. Not within an Inside, which holds the lock.
@@ -93,7 +94,7 @@ int mistakesSeen();
 
 void forgetReports();
 
-/// Those of one program: GL uses the names of deleted programs again.
+/// Those of one program of the current share group: GL uses the names of deleted programs again. 0 is none.
 void forgetReportsOf(quint32 program);
 
 }} // namespace Orvane::ZelCheck

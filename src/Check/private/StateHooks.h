@@ -8,8 +8,9 @@ struct SetsUniform
 {
     template <typename... Rest> static bool of(GLenum error, GLint location, Rest...)
     {
-        if (location >= 0 && error == GL_NO_ERROR) {
-            draws().changes += draws().programs.of(currentProgram()).setUniform(location) ? 1 : 0;
+        const GLuint program = currentProgram(); // 0: the call is for the active program of a pipeline
+        if (location >= 0 && error == GL_NO_ERROR && program != 0) {
+            draws().changes += draws().programs.of(program).setUniform(location) ? 1 : 0;
         }
         return false;
     }
@@ -74,33 +75,41 @@ ZELCHECK_TEXTURE(glTexBuffer)
 ZELCHECK_TEXTURE(glDeleteTextures)
 #undef ZELCHECK_TEXTURE
 
-template <int Change> struct CountsQueries
+template <> struct After<&glBeginQuery>
 {
-    template <typename... Arguments> static bool of(GLenum error, Arguments...)
+    static bool of(GLenum error, GLenum target, GLuint)
     {
-        draws().open.queries += error == GL_NO_ERROR ? Change : 0;
+        if (error == GL_NO_ERROR) {
+            draws().open.begin(target);
+        }
         return false;
     }
 };
-template <> struct After<&glBeginQuery> : CountsQueries<1>
+template <> struct After<&glEndQuery>
 {
-};
-template <> struct After<&glEndQuery> : CountsQueries<-1>
-{
-};
-template <bool Begins> struct SetsFeedback
-{
-    template <typename... Arguments> static bool of(GLenum, Arguments...)
+    static bool of(GLenum, GLenum target)
     {
-        draws().open.hasFeedback = Begins;
+        draws().open.end(target);
         return false;
     }
 };
-template <> struct After<&glBeginTransformFeedback> : SetsFeedback<true>
+template <> struct After<&glBeginTransformFeedback>
 {
+    static bool of(GLenum error, GLenum)
+    {
+        if (error == GL_NO_ERROR) {
+            draws().open.begin(OpenScopes::kFeedback);
+        }
+        return false;
+    }
 };
-template <> struct After<&glEndTransformFeedback> : SetsFeedback<false>
+template <> struct After<&glEndTransformFeedback>
 {
+    static bool of(GLenum)
+    {
+        draws().open.end(OpenScopes::kFeedback);
+        return false;
+    }
 };
 
 }} // namespace Orvane::ZelCheck

@@ -4,7 +4,11 @@
 #include "Objects.h"
 #include "Reports.h"
 
+#include <ZelGL/GLContextTracker.h>
+
 #include <QtGui/QOpenGLContext>
+
+#include <algorithm>
 
 namespace Orvane { namespace ZelCheck {
 
@@ -125,7 +129,8 @@ void checkTests(GLuint program)
         });
     }
     if (driver.glIsEnabled(GL_STENCIL_TEST) != GL_FALSE && integer(GL_STENCIL_FUNC) == GL_NEVER
-        && integer(GL_STENCIL_FAIL) == GL_KEEP && integer(GL_STENCIL_BACK_FUNC) == GL_NEVER) {
+        && integer(GL_STENCIL_FAIL) == GL_KEEP && integer(GL_STENCIL_BACK_FUNC) == GL_NEVER
+        && integer(GL_STENCIL_BACK_FAIL) == GL_KEEP) {
         report(Mistake::eStencilNever, program, 0, [&] {
             return QStringLiteral(
                        "Program %1 draws with the stencil function GL_NEVER, which no fragment passes. "
@@ -179,10 +184,33 @@ bool isOfPolygons(GLenum mode)
 
 } // namespace
 
+void OpenScopes::begin(GLenum target)
+{
+    _open.emplace(Zel::GLContextTracker::currentContext(), target);
+}
+
+void OpenScopes::end(GLenum target)
+{
+    _open.erase({Zel::GLContextTracker::currentContext(), target});
+}
+
+bool OpenScopes::hasFeedback() const
+{
+    return _open.count({Zel::GLContextTracker::currentContext(), kFeedback}) != 0;
+}
+
+bool OpenScopes::hasCount() const
+{
+    const void *const context = Zel::GLContextTracker::currentContext();
+    return std::any_of(_open.begin(), _open.end(), [context](const auto &scope) {
+        return scope.first == context && scope.second != kFeedback && scope.second != GL_TIME_ELAPSED;
+    });
+}
+
 void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const OpenScopes &open)
 {
     if (driver.glIsEnabled(GL_RASTERIZER_DISCARD) != GL_FALSE) {
-        if (!open.hasFeedback && !facts.hasSideEffects) {
+        if (!open.hasFeedback() && !facts.hasSideEffects) {
             report(Mistake::eRasterizerOff, program, 0, [&] {
                 return QStringLiteral("Program %1 draws with GL_RASTERIZER_DISCARD enabled and no transform "
                                       "feedback. Call glDisable(GL_RASTERIZER_DISCARD).")
@@ -208,8 +236,8 @@ void checkTarget(GLuint program, const ProgramFacts &facts, GLenum mode, const O
     }
     const bool writesDepth =
         driver.glIsEnabled(GL_DEPTH_TEST) != GL_FALSE && integer(GL_DEPTH_WRITEMASK) != GL_FALSE;
-    if (!writesDepth && driver.glIsEnabled(GL_STENCIL_TEST) == GL_FALSE && open.queries == 0
-        && !open.hasFeedback && !facts.hasSideEffects && !writesColor()) {
+    if (!writesDepth && driver.glIsEnabled(GL_STENCIL_TEST) == GL_FALSE && !open.hasCount()
+        && !open.hasFeedback() && !facts.hasSideEffects && !writesColor()) {
         report(Mistake::eNothingWritten, program, 0, [&] {
             return QStringLiteral(
                        "Program %1 draws with the colour mask closed or no draw buffer, and writes no "

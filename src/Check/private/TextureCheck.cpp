@@ -168,6 +168,9 @@ bool hasKind(GLenum target, ProgramFacts::Kind kind)
     const GLenum image = target == GL_TEXTURE_CUBE_MAP ? GLenum(GL_TEXTURE_CUBE_MAP_POSITIVE_X) : target;
     const GLint base = hasLevels(target) ? textureInteger(target, GL_TEXTURE_BASE_LEVEL) : 0;
     const GLint type = levelInteger(image, base, GL_TEXTURE_RED_TYPE);
+    if (type == GL_NONE && levelInteger(image, base, GL_TEXTURE_STENCIL_SIZE) != 0) {
+        return true; // integers or floats by GL_DEPTH_STENCIL_TEXTURE_MODE, which older drivers do not know
+    }
     return (type == GL_INT || type == GL_UNSIGNED_INT) == (kind == ProgramFacts::eInteger);
 }
 
