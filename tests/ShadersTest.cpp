@@ -247,11 +247,14 @@ TEST_F(ShadersTest, LogsOfEveryDriverAreReportedInTheLinesOfTheSources)
          "my.vert:5: error: error(#143) Undeclared identifier: gl_Positon\n " + typo + end},
         {"ERROR: 0:11: 'gl_Positon' : undeclared identifier \nERROR: 0:11: '' : compilation terminated \n",
          "my.vert:5: error: 'gl_Positon' : undeclared identifier\n " + typo + end},
-        // Repeated messages are folded, and only two places are shown.
-        {"0:11(1): error: twice\n0:5(1): error: twice\n0:11(3): error: twice\n0:9(1): warning: 2\n0:3(1): "
+        // Repeated messages are folded, and only two places are shown: errors first.
+        {"0:9(1): warning: 2\n0:11(1): error: twice\n0:5(1): error: twice\n0:11(3): error: twice\n0:3(1): "
          "error: 3\n",
-         "my.vert:5: error: twice (also at " + a + ":3)\n " + typo
-             + "my.vert:3: warning: 2\n>    3 | void main()\n1 more message; " + end},
+         "my.vert:5: error: twice (also at " + a + ":3)\n " + typo + a
+             + ":1 (from my.vert:2): error: 3\n>    1 | float a()\n1 more message; " + end},
+        {"0:11(1): warning: w\n0:11(2): error: e\n",
+         "my.vert:5: error: e\n " + typo + "my.vert:5: warning: w\n>    5 |     gl_Positon = vec4(a());\n"
+             + end},
         {"0:99(1): error: beyond the end\n", "line 99 of the text: error: beyond the end\n" + end},
         {"A sentence of a driver.\n\n", "A sentence of a driver.\n" + end},
         {"", end},
@@ -299,6 +302,10 @@ TEST_F(ShadersTest, AMissingFunctionIsReportedWithItsFileAndTheCallThatLinksIt)
     EXPECT_EQ("error: line 3: C1: x", text.section('\n', 0, 0));
     EXPECT_TRUE(text.contains("ZelUtilities.glslh:6 (from my.vert:2): error: C2: y\n")) << qPrintable(text);
     removeTexts(text);
+    const QString other =
+        ShaderReport::ofLink("error: unresolved reference to function `mine'\nerror: undermined\n", stages);
+    EXPECT_TRUE(other.contains("\nerror: undermined\n")) << qPrintable(other);
+    removeTexts(other);
     // A message without a line is about the declarations of the name that it quotes, if the stages have some.
     const QVector<ShaderReport::Stage> units{
         {GL_VERTEX_SHADER, mapOf("out float x;\nvoid main() {}", "my.vert")},
@@ -582,6 +589,11 @@ TEST_F(ShadersTest, TheLinterFindsEachMistakeAtItsLine)
         {"#include \"ImportanceSample.glslh\"\nvoid main()\n{\n    hammersley();\n    pdfBRDF();\n}\n",
          "4: warning: no file of this stage defines hammersley() and pdfBRDF(); link ImportanceSample.glslc: "
          "program.addShaderFromFile(GL_VERTEX_SHADER, \"ImportanceSample.glslc\")"},
+        {"float f();\n#ifdef NEVER\n#define F \\\nfloat f() { }\n#endif\nvoid main() { f(); }\n",
+         "6: warning: no file of this stage defines f()"},
+        {"float f();\r\n#define F \\\r\nfloat f() { }\r\nvoid main() { f(); }\r\n",
+         "4: warning: no file of this stage defines f()"},
+        {"// \\\n#if LIMIT\n", ""},
         {"#ifdef NEVER\nint f();\nint g()\n{\n    return f();\n}\n#endif\n", ""},
         {"#include \"ZelUtilities.glslh\"\nuint getDrawID()\n{\n    return 0u;\n}\nvoid main()\n{\n    "
          "getDrawID();\n}\n",
@@ -722,6 +734,15 @@ TEST_F(ProgramCacheTest, AWarmStartCompilesAndLinksNothing)
     EXPECT_EQ(6u, start() + start());
     EXPECT_MESSAGES(_logged
                     + "The driver has no program binaries: update it, or switch on its own shader cache");
+    ProgramCache other(_cache.folder());
+    ShaderProgram program(nullptr);
+    ProgramBuilder builder(program);
+    builder.setCache(&other);
+    builder.addShader(GL_VERTEX_SHADER, "wrong", "my.vert");
+    EXPECT_FALSE(builder.link());
+    EXPECT_TRUE(_capture.takeTexts().value(0).contains("no program binaries")) << "the report replaces it";
+    removeTexts(builder.report());
+    TestContext::takeDriverReports();
 }
 
 TEST_F(ProgramCacheTest, UnusableFilesAreWrittenAgainAndUnusedOnesAreDeleted)

@@ -69,8 +69,7 @@ private:
     {
         for (; _at < _text.size(); ++_at) {
             const QChar c = _text.at(_at);
-            if ((c == QLatin1Char('\n') || c == QLatin1Char('\r'))
-                && _text.at(_at - 1) != QLatin1Char('\\')) {
+            if ((c == QLatin1Char('\n') || c == QLatin1Char('\r')) && !isJoined(_text, _at)) {
                 return;
             }
         }

@@ -26,6 +26,7 @@ namespace Orvane { namespace ZelShaders {
 namespace {
 
 const QString kCompileFailure = QStringLiteral("Failed to compile GL shader");
+const QString kLinkFailure = QStringLiteral("Failed to link GL shader");
 const QString kSourceHeading = QStringLiteral(" =======Source======");
 const QString kLogHeading = QStringLiteral(" =======Log=========");
 
@@ -154,7 +155,8 @@ bool ProgramBuilder::link()
         held.release();
         return true;
     }
-    const QStringList messages = held.takeWarnings();
+    // What precedes the listings is not part of them: the cache logs some messages only once.
+    const QStringList messages = held.takeWarnings({kCompileFailure, kLinkFailure});
     _report = reportOf(messages);
     Zel::warnLineByLine(_report);
     return false;

@@ -19,7 +19,7 @@ class ProgramCache;
 /// Builds a program and reports a failure in a few lines of the host's own files.
 ///
 /// While the program links, the builder holds back what the library logs in this thread. If it links, these messages follow;
-/// if not, a report replaces the warnings, which are the numbered listings of all stages. Each stage is expanded twice, once
+/// if not, a report replaces the warnings that are the numbered listings of the stages. Each stage is expanded twice, once
 /// for its map.
 ///
 /// \snippet diagnosis.cpp ProgramBuilder

@@ -10,6 +10,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QMutex>
 #include <QtCore/QMutexLocker>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 #include <QtCore/QTemporaryFile>
 
@@ -39,7 +40,7 @@ QString originText(const LineMap &map, int line)
     return origin.line > 0 ? origin.toString() : QStringLiteral("line %1 of the text").arg(line);
 }
 
-/// Folds messages that repeat, and joins those of one line.
+/// Folds messages that repeat, and joins those of one line and severity. Warnings come last: a report shows only a few places.
 QVector<Place> placesOf(const QVector<DriverMessage> &messages, const QVector<ShaderReport::Stage> &stages,
                         const std::function<const LineMap *(const DriverMessage &)> &mapOf)
 {
@@ -62,7 +63,8 @@ QVector<Place> placesOf(const QVector<DriverMessage> &messages, const QVector<Sh
             continue;
         }
         const auto here = std::find_if(places.begin(), places.end(), [&](const Place &place) {
-            return map != nullptr && place.map == map && place.line == message.line;
+            return map != nullptr && place.map == map && place.line == message.line
+                   && place.severity == message.severity;
         });
         if (here != places.end()) {
             here->texts.append(text);
@@ -75,6 +77,8 @@ QVector<Place> placesOf(const QVector<DriverMessage> &messages, const QVector<Sh
             places.append({map, message.line, message.severity, {text}, {}});
         }
     }
+    std::stable_partition(places.begin(), places.end(),
+                          [](const Place &place) { return place.severity != QLatin1String("warning"); });
     return places;
 }
 
@@ -205,10 +209,10 @@ QString ShaderReport::ofLink(const QString &log, const QVector<Stage> &stages, i
     for (const MissingFunctions &missing : groups.mid(0, places)) {
         lines += linesOfMissing(missing);
     }
+    const QRegularExpression missingName(QStringLiteral("\\b(%1)\\b").arg(functions.join(QLatin1Char('|'))));
     const auto saysMissing = [&](const DriverMessage &message) {
         return message.text.contains(QLatin1String("No function definition (body) found"))
-               || std::any_of(functions.begin(), functions.end(),
-                              [&](const QString &function) { return message.text.contains(function); });
+               || (!functions.isEmpty() && message.text.contains(missingName));
     };
     messages.erase(std::remove_if(messages.begin(), messages.end(), saysMissing), messages.end());
     if (std::any_of(messages.begin(), messages.end(), saysWithoutMain)) {

@@ -8,8 +8,8 @@ namespace Orvane { namespace ZelShaders {
 /// The log of a driver in the lines of the host's own files.
 ///
 /// A report has a line "file:line: error: text" for each place that the log names, with at most three lines of the source
-/// below it, and ends with the path of a file that holds the whole expanded text. Messages that repeat are folded, and those of
-/// one line are joined. The forms of Mesa, NVIDIA, AMD and Intel are known; lines of another form stay as they are.
+/// below it, and ends with the path of a file that holds the whole expanded text. Errors come before warnings. Messages
+/// that repeat are folded, and those of one line and severity are joined. The forms of Mesa, NVIDIA, AMD and Intel are known; lines of another form stay as they are.
 ///
 /// \snippet diagnosis.cpp ShaderReport
 ///

@@ -12,36 +12,40 @@ namespace Orvane { namespace ZelShaders {
 QVector<Conditions::Finding> Conditions::check(const QString &text)
 {
     Conditions conditions;
-    conditions.walk(withoutComments(text), nullptr);
+    conditions.read(withoutComments(text), nullptr);
     return conditions._findings;
 }
 
 QString Conditions::liveText(const QString &text)
 {
     QString live = withoutComments(text);
-    Conditions().walk(live, &live);
+    Conditions().read(live, &live);
     return live;
 }
 
 /// Reads the directives of a text without comments. \a live, if it is not null, is the text in which dead lines become blank.
-void Conditions::walk(const QString &text, QString *live)
+void Conditions::read(const QString &text, QString *live)
 {
     static const QRegularExpression form(QStringLiteral("^\\s*#\\s*(\\w+)\\s*(.*)$"),
                                          QRegularExpression::DotMatchesEverythingOption);
     _values = {{QStringLiteral("__LINE__"), QString()},
                {QStringLiteral("__FILE__"), QString()},
                {QStringLiteral("__VERSION__"), QStringLiteral("110")}};
-    const QString code = text;
+    const QString code = text; // may be the same object as live
     const QVector<int> starts = lineStarts(code);
     for (int i = 0; i < starts.size(); ++i) {
         const int first = i;
-        QString line = lineText(code, starts, i);
-        if (live != nullptr && !counts()) {
-            live->replace(starts.at(i), line.size(), QString(line.size(), QLatin1Char(' ')));
-        }
+        const auto takeLine = [&](int index) {
+            const QString taken = lineText(code, starts, index);
+            if (live != nullptr && !counts()) {
+                live->replace(starts.at(index), taken.size(), QString(taken.size(), QLatin1Char(' ')));
+            }
+            return taken;
+        };
+        QString line = takeLine(i);
         while (line.endsWith(QLatin1Char('\\')) && i + 1 < starts.size()) {
             line.chop(1);
-            line += lineText(code, starts, ++i);
+            line += takeLine(++i);
         }
         const QRegularExpressionMatch match = form.match(line);
         if (match.hasMatch()) {

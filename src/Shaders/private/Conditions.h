@@ -38,7 +38,7 @@ private:
         int line;
     };
 
-    void walk(const QString &text, QString *live);
+    void read(const QString &text, QString *live);
     void directive(const QString &name, const QString &rest, int line);
     void open(Truth truth, int line);
     void next(const QString &name, const QString &rest, int line);

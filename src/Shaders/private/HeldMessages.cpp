@@ -51,16 +51,18 @@ void HeldMessages::release()
     _messages.clear();
 }
 
-QStringList HeldMessages::takeWarnings()
+QStringList HeldMessages::takeWarnings(const QStringList &starts)
 {
     QStringList texts;
+    const auto first = std::find_if(_messages.begin(), _messages.end(),
+                                    [&](const Message &message) { return starts.contains(message.text); });
     const auto isWarning = [&](const Message &message) {
         if (message.level == QtWarningMsg) {
             texts.append(message.text);
         }
         return message.level == QtWarningMsg;
     };
-    _messages.erase(std::remove_if(_messages.begin(), _messages.end(), isWarning), _messages.end());
+    _messages.erase(std::remove_if(first, _messages.end(), isWarning), _messages.end());
     release();
     return texts;
 }

@@ -20,8 +20,9 @@ public:
 
     /// Passes the held messages to the host's handler.
     void release();
-    /// Returns and drops the held warnings, and passes the other messages to the host's handler.
-    QStringList takeWarnings();
+    /// Returns and drops the held warnings from the first one that is one of \a starts, and passes the other messages to the
+    /// host's handler.
+    QStringList takeWarnings(const QStringList &starts);
 
 private:
     static void handle(QtMsgType level, const QMessageLogContext &context, const QString &text);

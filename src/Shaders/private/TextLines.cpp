@@ -13,6 +13,14 @@ bool isBreak(QChar c)
 
 } // namespace
 
+bool isJoined(const QString &text, int offset)
+{
+    const bool isSecondOfPair =
+        offset > 0 && isBreak(text.at(offset - 1)) && text.at(offset - 1) != text.at(offset);
+    const int last = offset - (isSecondOfPair ? 2 : 1);
+    return last >= 0 && text.at(last) == QLatin1Char('\\');
+}
+
 QVector<int> lineStarts(const QString &text)
 {
     QVector<int> starts{0};
@@ -62,7 +70,7 @@ QString withoutComments(const QString &text)
             result[at] = result[at + 1] = QLatin1Char(' ');
             ++at;
         } else if (state == eLine && isBreak(c)) {
-            state = eCode;
+            state = isJoined(text, at) ? eLine : eCode;
         } else if (state != eCode && !isBreak(c)) {
             result[at] = QLatin1Char(' ');
         }
