@@ -543,6 +543,23 @@ const Row kRows[] = {
          scene.draw();
      },
      kStencilStage, "GL_ARB_stencil_texturing"},
+    {"LevelThatTheSamplerObjectSkips", "", "",
+     [](Scene &scene) {
+         const auto find = [](const char *name) { return getGLProcAddress(name, true); };
+         const auto bind = reinterpret_cast<PFNGLBINDSAMPLERPROC>(find("glBindSampler"));
+         GLuint sampler = 0;
+         reinterpret_cast<PFNGLGENSAMPLERSPROC>(find("glGenSamplers"))(1, &sampler);
+         reinterpret_cast<PFNGLSAMPLERPARAMETERIPROC>(find("glSamplerParameteri"))(
+             sampler, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+         bind(0, sampler);
+         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+         glGenerateMipmap(GL_TEXTURE_2D);
+         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, scene.textures[0], 1);
+         scene.draw();
+         bind(0, 0);
+         reinterpret_cast<PFNGLDELETESAMPLERSPROC>(find("glDeleteSamplers"))(1, &sampler);
+     },
+     kFragmentStage, "GL_ARB_sampler_objects"},
     {"QueryOlderThanTheCheck", "", "",
      [](Scene &scene) {
          Check::stop();

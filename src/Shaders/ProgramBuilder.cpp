@@ -222,7 +222,7 @@ QString ProgramBuilder::reportOf(const QStringList &messages) const
     if (!messages.contains(kCompileFailure)) {
         return QStringLiteral("Failed to link the program\n") + ShaderReport::ofLink(_program.log(), _stages);
     }
-    // The library does not tell which of its stages failed; its listing has that stage's text.
+    // The library does not report which of its stages failed, but its listing has the text of that stage.
     const QStringList listing = listingOf(messages);
     for (const ShaderReport::Stage &stage : _stages) {
         QStringList numbered = Zel::numberedLines(stage.map.text()).split(QLatin1Char('\n'));

@@ -129,7 +129,7 @@ QStringList linesOf(const QVector<Place> &all, int places, int &omitted)
     for (int i = 0; i < std::min(places, all.size()); ++i) {
         lines.append(headingOf(all.at(i)));
         lines +=
-            excerptOf(all.at(i), i == 0 ? 1 : 0); // one message of several gets all the attention: the first
+            excerptOf(all.at(i), i == 0 ? 1 : 0); // the lines around the first only: it may cause the others
     }
     return lines;
 }

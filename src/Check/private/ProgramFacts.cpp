@@ -80,7 +80,7 @@ bool isImage(GLenum type)
     return type >= GL_IMAGE_1D && type <= GL_UNSIGNED_INT_IMAGE_2D_MULTISAMPLE_ARRAY;
 }
 
-ProgramFacts::Kind attributeKind(GLenum type)
+ProgramFacts::Kind kindOfValues(GLenum type)
 {
     switch (type) {
     case GL_INT:
@@ -171,7 +171,7 @@ void readAttributes(GLuint program, ProgramFacts &facts)
         const GLint location = driver.glGetAttribLocation(program, name.constData());
         if (location >= 0) { // built-in inputs have none
             facts.attributes.push_back(
-                {name.constData(), GLuint(location), GLuint(size) * columnsOf(type), attributeKind(type)});
+                {name.constData(), GLuint(location), GLuint(size) * columnsOf(type), kindOfValues(type)});
         }
     }
 }
@@ -280,7 +280,7 @@ void readOutputs(GLuint program, ProgramFacts &facts)
         gl.getProgramResourceiv(program, GL_PROGRAM_OUTPUT, GLuint(i), 3, properties, 3, nullptr, values);
         QByteArray name(256, '\0');
         gl.getProgramResourceName(program, GL_PROGRAM_OUTPUT, GLuint(i), name.size(), nullptr, name.data());
-        const ProgramFacts::Kind kind = attributeKind(GLenum(values[1]));
+        const ProgramFacts::Kind kind = kindOfValues(GLenum(values[1]));
         if (values[0] >= 0 && values[2] != GL_FALSE && kind != ProgramFacts::eDouble) {
             facts.outputs.push_back({name.constData(), values[0], kind});
         }

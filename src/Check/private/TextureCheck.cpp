@@ -163,7 +163,7 @@ QString faultOf(GLenum target, GLuint samplerObject)
 bool hasKind(GLenum target, ProgramFacts::Kind kind)
 {
     if (target == GL_TEXTURE_BUFFER) {
-        return true; // GL has no query of the type before 3.1's successors
+        return true; // GL 3.2 has no query of the format of its buffer
     }
     const GLenum image = target == GL_TEXTURE_CUBE_MAP ? GLenum(GL_TEXTURE_CUBE_MAP_POSITIVE_X) : target;
     const GLint base = hasLevels(target) ? textureInteger(target, GL_TEXTURE_BASE_LEVEL) : 0;
@@ -208,11 +208,6 @@ const char *remedyFor(const QByteArray &sampler)
         return "Call bind() of the InstanceDataCollection of this plan before the draw, with this program.";
     }
     return "Bind one to the unit, or set the sampler to the unit of its texture (Texture::unit()).";
-}
-
-bool areOfDepth(GLenum attachment)
-{
-    return attachment == GL_DEPTH_ATTACHMENT || attachment == GL_STENCIL_ATTACHMENT;
 }
 
 } // namespace
@@ -308,9 +303,9 @@ void TextureCheck::checkUnit(GLuint program, const ProgramFacts &facts, const Pr
         });
         return;
     }
-    checkFeedback(program, sampler, texture);
     const GLuint samplerObject =
         newerFunctions().getSamplerParameteriv != nullptr ? GLuint(integer(GL_SAMPLER_BINDING)) : 0;
+    checkFeedback(program, sampler, texture, samplerObject);
     const auto key = std::make_tuple(sharedName(texture), samplerObject, int(sampler.kind));
     if (_complete.count(key) != 0) {
         return;
@@ -352,7 +347,7 @@ void TextureCheck::readAttachments()
             return value;
         };
         if (query(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE) == GL_TEXTURE
-            && (areOfDepth(attachment) || query(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER) == 0)) {
+            && (attachment == GL_DEPTH_ATTACHMENT || query(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER) == 0)) {
             _attachments.push_back({GLuint(query(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME)),
                                     query(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL)});
         }
@@ -374,7 +369,8 @@ void TextureCheck::readAttachments()
     }
 }
 
-void TextureCheck::checkFeedback(GLuint program, const ProgramFacts::Sampler &sampler, GLuint texture)
+void TextureCheck::checkFeedback(GLuint program, const ProgramFacts::Sampler &sampler, GLuint texture,
+                                 GLuint samplerObject)
 {
     for (const Attachment &attachment : _attachments) {
         if (attachment.texture != texture) {
@@ -388,7 +384,7 @@ void TextureCheck::checkFeedback(GLuint program, const ProgramFacts::Sampler &sa
             || (attachment.level >= textureInteger(sampler.target, GL_TEXTURE_BASE_LEVEL)
                 && attachment.level <= textureInteger(sampler.target, GL_TEXTURE_MAX_LEVEL)
                 && (attachment.level == textureInteger(sampler.target, GL_TEXTURE_BASE_LEVEL)
-                    || usesLevels(textureInteger(sampler.target, GL_TEXTURE_MIN_FILTER))));
+                    || usesLevels(filtersOf(sampler.target, samplerObject).min)));
         if (!isArray && readsLevel) {
             report(Mistake::eTextureDrawnInto, program, texture, [&] {
                 return QStringLiteral(

@@ -26,7 +26,8 @@ private:
     void checkUnit(GLuint program, const ProgramFacts &facts, const ProgramFacts::Sampler &sampler,
                    GLint element, GLuint unit);
     void readAttachments();
-    void checkFeedback(GLuint program, const ProgramFacts::Sampler &sampler, GLuint texture);
+    void checkFeedback(GLuint program, const ProgramFacts::Sampler &sampler, GLuint texture,
+                       GLuint samplerObject);
 
     std::set<std::tuple<SharedName, GLuint, int>> _complete; ///< texture, sampler object, kind of values
     std::vector<Attachment> _attachments;                    ///< of the current draw, where it writes

@@ -253,14 +253,14 @@ struct NotInitialized
     }
 };
 
+// Each name of a list brings the comma before it, and so needs an argument before the first one.
 #define ZELCHECK_SLOT(name) , &name
-template <typename Visitor, typename Ignored, auto... Slots>
-struct Without : EntryPointTaps<Visitor, Slots...>
+template <typename Visitor, typename Ignored, auto... Slots> struct TapsOf : EntryPointTaps<Visitor, Slots...>
 {
 };
-template <typename Visitor> using CoreTaps = Without<Visitor, void ZELCHECK_CORE_ENTRY_POINTS(ZELCHECK_SLOT)>;
+template <typename Visitor> using CoreTaps = TapsOf<Visitor, void ZELCHECK_CORE_ENTRY_POINTS(ZELCHECK_SLOT)>;
 template <typename Visitor>
-using ExtensionTaps = Without<Visitor, void ZELCHECK_EXTENSION_ENTRY_POINTS(ZELCHECK_SLOT)>;
+using ExtensionTaps = TapsOf<Visitor, void ZELCHECK_EXTENSION_ENTRY_POINTS(ZELCHECK_SLOT)>;
 #undef ZELCHECK_SLOT
 
 /// The wrapper of a function outside of the table. A second function of the same name, which only a test can have, stays as it

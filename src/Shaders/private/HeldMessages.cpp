@@ -26,7 +26,7 @@ HeldMessages::HeldMessages()
     current = this;
     const QMutexLocker locker(&handlerMutex);
     if (++holders == 1) {
-        // Null is never the answer: Qt returns its own handler for none.
+        // Never null: for a host without a handler, Qt returns its own.
         hostHandler = qInstallMessageHandler(handle);
     }
 }
