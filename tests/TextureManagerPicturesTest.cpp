@@ -197,7 +197,11 @@ protected:
         }
         manager->bind(bound);
         program->bind();
-        manager->bind(_draws++ % 2 == 0 ? program.get() : nullptr); // null: the one in use
+        {
+            const AutoEnabler scissorTest(GL_SCISSOR_TEST); // of the host, which must not clip copies
+            glScissor(0, 0, 1, 1);
+            manager->bind(_draws++ % 2 == 0 ? program.get() : nullptr); // null: the one in use
+        }
         glUniform2ui(program->getUniformLocation("u_Token"), GLuint(token.token), GLuint(token.token >> 32));
         glUniform2f(program->getUniformLocation("u_Size"), float(width), float(height));
         glUniform1i(program->getUniformLocation("u_Number"), number);

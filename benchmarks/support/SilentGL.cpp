@@ -165,14 +165,14 @@ void installSilentGL()
     silence<&glActiveTexture, &glAttachShader, &glBindBuffer, &glBindBufferBase, &glBindBufferRange,
             &glBindFragDataLocation, &glBindFramebuffer, &glBindTexture, &glBindVertexArray,
             &glBlitFramebuffer, &glBufferData, &glCompileShader, &glDeleteBuffers, &glDeleteFramebuffers,
-            &glDeleteProgram, &glDeleteShader, &glDeleteTextures, &glDeleteVertexArrays,
+            &glDeleteProgram, &glDeleteShader, &glDeleteTextures, &glDeleteVertexArrays, &glDisable,
             &glDisableVertexAttribArray, &glDrawArrays, &glDrawBuffer, &glDrawElements,
             &glDrawElementsBaseVertex, &glEnableVertexAttribArray, &glFlush, &glFramebufferTexture,
-            &glFramebufferTextureLayer, &glGetProgramInfoLog, &glGetShaderInfoLog, &glLinkProgram,
-            &glReadBuffer, &glShaderSource, &glTexImage1D, &glTexImage2D, &glTexImage3D, &glTexParameterf,
-            &glTexParameteri, &glUniform1f, &glUniform1fv, &glUniform1i, &glUniform1iv, &glUniform4iv,
-            &glUniform1ui, &glUniform4f, &glUniform4fv, &glUniformBlockBinding, &glUniformMatrix4fv,
-            &glUseProgram, &glVertexAttribPointer>();
+            &glFramebufferTextureLayer, &glGetProgramInfoLog, &glGetShaderInfoLog, &glIsEnabled,
+            &glLinkProgram, &glReadBuffer, &glShaderSource, &glTexImage1D, &glTexImage2D, &glTexImage3D,
+            &glTexParameterf, &glTexParameteri, &glUniform1f, &glUniform1fv, &glUniform1i, &glUniform1iv,
+            &glUniform4iv, &glUniform1ui, &glUniform4f, &glUniform4fv, &glUniformBlockBinding,
+            &glUniformMatrix4fv, &glUseProgram, &glVertexAttribPointer>();
     glGenBuffers = &generateNames;
     glGenFramebuffers = &generateNames;
     glGenTextures = &generateNames;

@@ -27,8 +27,8 @@ class SlotUniforms;
 ///          GL_MAX_TEXTURE_SIZE / 2 tokens as a texture and for 64 tokens as uniforms. With BindModeSampler, bind(program)
 ///          binds a texture unit for each slot and one for the slot map; a texture that is loaded or placed before
 ///          unbind(program) needs one more.
-/// Context: construct, use and destroy with the same context current. bind(program) copies by glBlitFramebuffer(), which the
-///          scissor test clips, and leaves the host's draw framebuffer bound as GL_FRAMEBUFFER.
+/// Context: construct, use and destroy with the same context current. bind(program) copies by glBlitFramebuffer(), whatever
+///          the scissor test of the host is, and leaves the host's draw framebuffer bound as GL_FRAMEBUFFER.
 /// Errors:  a texture without a place logs a warning, is sampled as the invalid texel, and is tried again at its next bind.
 ///          Scaling a texture logs a warning. Since layers are drawn to, a format that GL cannot render to, such as all
 ///          compressed ones, is a GL error. Compressed KTX images arrive uncompressed unless their TextureFileInfo keeps the

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../AutoDisabler.h"
+#include "../GLUtilities.h"
 #include "../TextureSlot.h"
 
 #include <QtCore/QtGlobal>
@@ -37,7 +39,7 @@ bool makeSlotStorage(SlotData &slot, bool hasAnisotropy);
 ///
 /// A copier has two framebuffer objects during its life. Its destructor binds the host's draw framebuffer to both targets.
 ///
-/// Context: that of the textures must be current. The scissor test clips the copies.
+/// Context: that of the textures must be current.
 /// Private to the library; for Array2DTextureManager.
 class SlotCopier
 {
@@ -56,8 +58,9 @@ private:
     void attachTarget(const Texture *texture, int level, int layer);
     void blit(int sourceWidth, int sourceHeight, int targetWidth, int targetHeight);
 
-    int _previous = 0;      ///< the host's draw framebuffer
-    unsigned int _read = 0; ///< GL names
+    const AutoDisabler _scissorTest{GL_SCISSOR_TEST}; ///< the only test that clips a blit
+    int _previous = 0;                                ///< the host's draw framebuffer
+    unsigned int _read = 0;                           ///< GL names
     unsigned int _draw = 0;
 };
 
