@@ -32,13 +32,15 @@ using ASTCHeaderTest = MessageTest;
 using HDRHeaderTest = MessageTest;
 using KTXHeaderTest = MessageTest;
 
-/// Expects that the unpack state and the texture bindings are as they were, at the end.
+/// The unpack state is that of a host with images of its own. Expects that it and the texture bindings are as they were, at the end.
 class UploadTest : public GLTest
 {
 protected:
     UploadTest()
     {
-        driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+        setUnpackState(2, 64, 3);
+        driver()->glGenBuffers(1, &_buffer);
+        driver()->glBindBuffer(GL_PIXEL_UNPACK_BUFFER, _buffer);
         _guard = std::make_unique<StateGuard>();
     }
 
@@ -47,10 +49,19 @@ protected:
         makeCurrent();
         EXPECT_EQ(QStringList(),
                   _guard->changes().filter("UNPACK") + _guard->changes().filter("TEXTURE_BINDING"));
-        driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+        setUnpackState(4, 0, 0);
+        driver()->glDeleteBuffers(1, &_buffer);
     }
 
 private:
+    static void setUnpackState(GLint alignment, GLint rowLength, GLint skipped)
+    {
+        driver()->glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
+        driver()->glPixelStorei(GL_UNPACK_ROW_LENGTH, rowLength);
+        driver()->glPixelStorei(GL_UNPACK_SKIP_PIXELS, skipped);
+    }
+
+    GLuint _buffer = 0;
     std::unique_ptr<StateGuard> _guard;
 };
 

@@ -5,6 +5,7 @@
 #include "TextureProcessing.h"
 #include "private/BoundTexture.h"
 #include "private/TextureUpload.h"
+#include "private/UnpackState.h"
 
 #include <ZelCore/Memory.h>
 
@@ -147,8 +148,11 @@ Texture *ASTCReader::load(const TextureFileInfo &info)
     }
     Texture *texture = bound.release(); // the remap below may replace it
     const GLenum format = internalFormat(_header[kBlockSizes], _header[kBlockSizes + 1], info.srgb);
-    glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, sizeForGL(width()), sizeForGL(height()), 0,
-                           static_cast<GLsizei>(dataSize), data);
+    {
+        const UnpackState unpackState(4);
+        glCompressedTexImage2D(GL_TEXTURE_2D, 0, format, sizeForGL(width()), sizeForGL(height()), 0,
+                               static_cast<GLsizei>(dataSize), data);
+    }
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     texture->unbind();

@@ -6,6 +6,7 @@
 #include "private/HDRHeader.h"
 #include "private/HDRScanlines.h"
 #include "private/TextureUpload.h"
+#include "private/UnpackState.h"
 
 #include <ZelCore/Memory.h>
 
@@ -59,7 +60,7 @@ Texture *upload(const float *rows, unsigned int width, unsigned int height)
     bool uploaded = false;
     if (texture->bind()) { // otherwise the calls would change another texture
         clearPendingGLErrors();
-        const UnpackAlignment alignment(4);
+        const UnpackState unpackState(4);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);

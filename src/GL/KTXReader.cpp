@@ -4,6 +4,7 @@
 #include "Texture.h"
 #include "TextureProcessing.h"
 #include "private/TextureUpload.h"
+#include "private/UnpackState.h"
 
 #include <ZelCore/Memory.h>
 
@@ -269,7 +270,7 @@ Texture *KTXReader::load(const TextureFileInfo &info)
     if (texture->bind() || target() == 0) {
         clearPendingGLErrors();
         setSampling(info.anisotropy);
-        const UnpackAlignment alignment(4);
+        const UnpackState unpackState(4);
         const Upload upload = uploadLevels(*texture, info.srgb, source);
         loaded = finishUpload(upload);
         texture->unbind();

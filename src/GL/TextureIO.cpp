@@ -12,6 +12,7 @@
 #include "private/BuiltinRecognisers.h"
 #include "private/ContextHold.h"
 #include "private/TextureUpload.h"
+#include "private/UnpackState.h"
 
 #include <ZelCore/MemoryMappedFile.h>
 #include <ZelCore/RawMemory.h>
@@ -221,7 +222,7 @@ Texture *QImageToTexture(const QImage &image, bool asRG16F, const TextureFileInf
         return nullptr;
     }
     Texture *texture = bound.release(); // the remap below may replace it
-    const UnpackAlignment alignment(1);
+    const UnpackState unpackState(1);
     setFiltersAndWrap(GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE);
     setLevels(0, kImageLevels);
     setTextureAnisotropy(GL_TEXTURE_2D, info.anisotropy);
@@ -263,7 +264,7 @@ Texture *SolidColorTexture(float r, float g, float b, float a)
         return nullptr;
     }
     {
-        const UnpackAlignment alignment(1);
+        const UnpackState unpackState(1);
         setFiltersAndWrap(GL_NEAREST, GL_NEAREST, GL_REPEAT);
         setLevels(0, 0);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);

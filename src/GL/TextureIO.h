@@ -13,9 +13,10 @@
 ///
 /// Units:   the rows of a texture run from the bottom up.
 /// Context: loading needs a current context and runs on the calling thread. The
-///          registry has no lock: do not change it during a load.
+///          registry has no lock: do not change it during a load. Loads set and restore
+///          the unpack state, so the host may have any, and a pixel unpack buffer bound.
 /// Errors:  a failed load logs a message and returns null. It deletes the texture and
-///          restores the binding and the unpack alignment.
+///          restores the binding.
 
 #include "Export.h"
 #include "TextureFileInfo.h"

@@ -10,6 +10,7 @@
 #include "private/BoundTexture.h"
 #include "private/DefaultRasterState.h"
 #include "private/FullscreenPass.h"
+#include "private/UnpackState.h"
 
 #include <memory>
 #include <utility>
@@ -229,6 +230,7 @@ Texture *WritableCopyOfTexture(Texture *source, unsigned internalFormat, int lev
     for (int i = 0; i < kParameterCount; ++i) {
         glTexParameteri(target, kParameters[i], values[i]);
     }
+    const UnpackState unpackState(4); // with a buffer of the host bound, null is an offset into it
     glTexImage2D(target, level, static_cast<GLint>(internalFormat), width, height, 0, format, type, nullptr);
     copy->unbind();
     return copy.release();

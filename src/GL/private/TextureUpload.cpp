@@ -103,18 +103,6 @@ quint64 sum(quint64 a, quint64 b)
 
 } // namespace
 
-// Saved and restored, since the host may rely on its value: it is state of the context, not of a texture.
-UnpackAlignment::UnpackAlignment(int alignment)
-    : _saved(integerFromGL(GL_UNPACK_ALIGNMENT))
-{
-    glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
-}
-
-UnpackAlignment::~UnpackAlignment()
-{
-    glPixelStorei(GL_UNPACK_ALIGNMENT, _saved);
-}
-
 // An error of an earlier call of the host would count as a failure of the upload.
 void clearPendingGLErrors()
 {

@@ -7,19 +7,6 @@
 
 namespace Orvane { namespace Zel {
 
-/// Sets GL_UNPACK_ALIGNMENT and restores it at the end of the scope.
-class UnpackAlignment
-{
-    Q_DISABLE_COPY(UnpackAlignment)
-
-public:
-    explicit UnpackAlignment(int alignment);
-    ~UnpackAlignment();
-
-private:
-    int _saved = 0;
-};
-
 /// Clears pending GL errors of the host, so that a load that checks for errors finds
 /// only its own.
 void clearPendingGLErrors();
