@@ -1,6 +1,7 @@
 // Environment images to cube maps and back. Most tests compare by direction: each direction n has its own colour, 0.5 n + 0.5.
 
 #include "support/GLFixture.h"
+#include "support/HostRaster.h"
 #include "support/Pixels.h"
 #include "support/TextureParameter.h"
 #include "support/Vec.h"
@@ -157,7 +158,9 @@ TEST_F(TvoImageCubemapUtilsTest, ImagesComeOutByDirectionAndStripsGoBackUpsideDo
     for (const auto &row : rows) {
         SCOPED_TRACE(row.type);
         const auto source = image(row.width, row.height, row.source, row.format);
+        auto host = std::make_unique<HostRaster>();
         result = converted(source.get(), row.type, row.maxSize);
+        host.reset();
         const int size = row.maxSize > 0 ? row.maxSize : kFace;
         EXPECT_TRUE(
             facesAre(*result, size, row.tolerance, [&](const Vec &d) { return row.seen * colorOf(d); }));
@@ -170,7 +173,9 @@ TEST_F(TvoImageCubemapUtilsTest, ImagesComeOutByDirectionAndStripsGoBackUpsideDo
         EXPECT_GT(top.at(0, 0).y(), 0.8f) << "the chain is not that of the faces";
     }
     // The resulting strip has its lowest row first, unlike the source.
+    auto host = std::make_unique<HostRaster>();
     const TexturePointer back(createGLCubemapStripFromTexture(result.get(), 0));
+    host.reset();
     ASSERT_NE(nullptr, back);
     EXPECT_FALSE(back->isBound());
     const Pixels expected = pixels(6 * kFace, kFace, [](double u, double v) { return strip(u, 1 - v); });
@@ -295,17 +300,22 @@ TEST_F(TvoImageCubemapUtilsTest, CosineWeightedLayersSharpenFromTheFirstToTheLas
 TEST_F(TvoImageCubemapUtilsTest, BlursKeepTheClearColours)
 {
     const auto source = cube(4, colorOf);
-    const TexturePointer result(createGLCubemapBlurFromGLCubemap(source.get(), GL_TEXTURE_CUBE_MAP, 4, 1));
-    ASSERT_NE(nullptr, result);
-    const QStringList messages = _capture.takeTexts();
-    EXPECT_EQ("warning Failed to compile GL shader", messages.value(0));
-    EXPECT_TRUE(messages.filter("Unable to create cubemap blur").isEmpty());
-    EXPECT_FALSE(takeGLErrors().empty()); // from the use of a program that was not linked
-    TestContext::takeDriverReports();
-    const QVector3D colors[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}, {0, 1, 1}, {1, 0, 1}};
-    for (int face = 0; face < 6; ++face) {
-        EXPECT_TRUE(Pixels::ofTexture(GL_TEXTURE_CUBE_MAP, result->textureID(), 0, face)
-                        .isNear(Pixels(4, 4, {colors[face], 1.0f}), 0.0f));
+    for (const auto &[target, layers] : {std::pair(GL_TEXTURE_CUBE_MAP, 1), {GL_TEXTURE_CUBE_MAP_ARRAY, 2}}) {
+        ZEL_NEEDS_EXTENSION_IF(layers > 1, "GL_ARB_texture_cube_map_array");
+        const HostRaster host; // its colour mask is that of all draw buffers, of which a layer has one
+        const TexturePointer result(
+            createGLCubemapBlurFromGLCubemap(source.get(), GLenum(target), 4, layers));
+        ASSERT_NE(nullptr, result);
+        const QStringList messages = _capture.takeTexts();
+        EXPECT_FALSE(messages.filter("warning Failed to compile GL shader").isEmpty());
+        EXPECT_TRUE(messages.filter("Unable to create cubemap blur").isEmpty());
+        EXPECT_FALSE(takeGLErrors().empty()); // from the use of a program that was not linked
+        TestContext::takeDriverReports();
+        const QVector3D colors[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}, {0, 1, 1}, {1, 0, 1}};
+        for (int face = 0; face < 6 * layers; ++face) {
+            EXPECT_TRUE(Pixels::ofTexture(GLenum(target), result->textureID(), 0, face)
+                            .isNear(Pixels(4, 4, {colors[face % 6], 1.0f}), 0.0f));
+        }
     }
 }
 
@@ -322,6 +332,7 @@ TEST_F(TvoImageCubemapUtilsTest, LevelsAreCopiedWhereTheyFit)
         target->bind();
         driver()->glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAX_LEVEL, maxLevel);
         target->unbind();
+        const HostRaster host;
         EXPECT_EQ(maxLevel == 2, copied(small.get(), target.get(), 2));
     }
     EXPECT_TRUE(facesAre(*target, 4, 0.0f, colorOf, 2));

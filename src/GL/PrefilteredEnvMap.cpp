@@ -7,6 +7,7 @@
 #include "ShaderProgram.h"
 #include "Texture.h"
 #include "private/BoundTexture.h"
+#include "private/DefaultRasterState.h"
 #include "private/FullscreenPass.h"
 #include "private/SavedFramebuffers.h"
 #include "private/SavedViewport.h"
@@ -232,6 +233,7 @@ void drawCubeLevels(Bake &bake, int size, int, int numLods, ShadingModel model)
 {
     const int roughnessLocation = bake.location("u_Roughness");
     const int transformLocation = bake.location("u_Transform");
+    const DefaultRasterState rasterState;
     FullscreenPass::setState();
     glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
     for (int lod = 0; lod < numLods; ++lod) {
@@ -259,6 +261,7 @@ void drawTiles(Bake &bake, int width, int height)
 void drawLatLongLevels(Bake &bake, int width, int height, int numLods, ShadingModel model)
 {
     const int roughnessLocation = bake.location("u_Roughness");
+    auto rasterState = std::make_unique<DefaultRasterState>();
     FullscreenPass::setState();
     glClearColor(1.0f, 1.0f, 0.0f, 1.0f);
     glEnable(GL_SCISSOR_TEST);
@@ -275,6 +278,8 @@ void drawLatLongLevels(Bake &bake, int width, int height, int numLods, ShadingMo
         drawTiles(bake, levelWidth, levelHeight);
         bake.detach();
     }
+    rasterState.reset();
+    // Required: off, whatever the host had set; see StateContractTest.EachCallLeavesWhatThePageSays.
     glDisable(GL_SCISSOR_TEST);
 }
 
@@ -364,12 +369,15 @@ Texture *CreatePreintegratedBRDFTable(int width, int height, unsigned numLODLeve
     // 2. One draw, without a clear: it covers every texel.
     bake->program().setUniform(bake->location("u_NumSamples"), kTableSamples);
     bake->program().setUniform(bake->location("u_NumLODLevels"), numLODLevels);
-    FullscreenPass::setState();
-    glViewport(0, 0, width, height);
-    bake->attach(0);
-    bake->draw();
-    bake->detach();
-    FullscreenPass::resetState();
+    {
+        const DefaultRasterState rasterState;
+        FullscreenPass::setState();
+        glViewport(0, 0, width, height);
+        bake->attach(0);
+        bake->draw();
+        bake->detach();
+        FullscreenPass::resetState();
+    }
     // 3. Clamped, since x and y are cosine and roughness, whose ends are not neighbours.
     Texture &table = bake->texture();
     table.bind();

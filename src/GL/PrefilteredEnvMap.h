@@ -10,7 +10,8 @@
 /// Context: all bakes. A bake restores the viewport, leaves blending off and the depth test and depth writes on, and leaves
 ///          the clear colour yellow if it clears. The cube bake leaves no framebuffer bound; the others restore the bindings.
 ///          The latitude-longitude bake leaves the scissor test off. Bakes enable GL_FRAMEBUFFER_SRGB and restore it, so a
-///          result of the format SRGB8A8 is encoded.
+///          result of the format SRGB8A8 is encoded. For its draws a bake also sets and restores face culling, polygon mode,
+///          colour mask, logic operation, rasterizer discard and, but for the latitude-longitude bake, the scissor test.
 /// Errors:  a shader that fails is reported and returns null, before any state changes. A null source returns null, and so
 ///          does a texture for which no texture unit is free.
 /// Source:  Karis, Real Shading in Unreal Engine 4, 2013; Colbert and Krivanek, GPU-Based Importance Sampling, 2007.

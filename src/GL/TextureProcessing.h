@@ -16,7 +16,8 @@
 ///          framebuffer 0 bound, blending off, the depth test and depth writes on, the
 ///          clear colour 0 and the viewport at the image's size. For its draw it sets
 ///          the scissor test, face culling, polygon mode, colour mask, rasterizer
-///          discard and GL_FRAMEBUFFER_SRGB, and restores the host's values.
+///          discard, logic operation and GL_FRAMEBUFFER_SRGB, and restores the host's
+///          values.
 /// Errors:  a pass returns false and does not change the caller's texture if it cannot
 ///          create the program or the new texture, or if the driver cannot draw to the
 ///          new texture. Compile and link failures are logged as warnings, an

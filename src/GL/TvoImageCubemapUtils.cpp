@@ -13,6 +13,7 @@
 #include "VertexArrayObject.h"
 #include "private/CubemapConversions.h"
 #include "private/CubemapLayouts.h"
+#include "private/DefaultRasterState.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFileInfo>
@@ -199,6 +200,7 @@ bool TvoRenderCubemapBase::renderCubemap(int size, unsigned internalFormat, Text
     // texture() decodes sRGB, so the draw must encode: see
     // TvoImageCubemapUtilsTest.ImagesComeOutByDirectionAndStripsGoBackUpsideDown, whose source is in sRGB.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
+    const DefaultRasterState rasterState(_batchSize);
     const AutoBinder programBinder(_program.get());
     const QMatrix4x4 identity;
     glUniformMatrix4fv(location(QStringLiteral("u_TvoModelViewProjectionMatrix")), 1, GL_FALSE,

@@ -10,6 +10,8 @@
 /// Context: every function and class that renders. A render leaves blending off, the viewport at the size of a face and no
 ///          framebuffer bound. createGLCubemapStripFromTexture() restores the viewport, and leaves the depth test and depth
 ///          writes off. Renders enable GL_FRAMEBUFFER_SRGB and restore it, so that sRGB images are decoded and encoded once.
+///          They also set and restore the scissor test, face culling, polygon mode, colour mask, logic operation and
+///          rasterizer discard, and copies of levels the scissor test.
 ///          A source keeps the filters that the render set.
 /// Errors:  a debug message, and null or false; a null texture returns them without a message. Formats that cannot be
 ///          rendered to, such as compressed ones and GL_RGB9_E5, return null. Shaders that do not compile are not detected

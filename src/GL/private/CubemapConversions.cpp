@@ -1,6 +1,7 @@
 #include "CubemapConversions.h"
 
 #include "../AutoBinder.h"
+#include "../AutoDisabler.h"
 #include "../AutoEnabler.h"
 #include "../FramebufferObject.h"
 #include "../GLUtilities.h"
@@ -8,6 +9,7 @@
 #include "../Texture.h"
 #include "BoundTexture.h"
 #include "CubemapLayouts.h"
+#include "DefaultRasterState.h"
 #include "FullscreenPass.h"
 #include "SavedViewport.h"
 
@@ -109,6 +111,7 @@ std::unique_ptr<Texture> stripOfFaces(Texture &cube, const LevelShape &face, uns
     // texture() decodes sRGB, so the draw must encode: see
     // TvoImageCubemapUtilsTest.ImagesComeOutByDirectionAndStripsGoBackUpsideDown.
     const AutoEnabler encodesSRGB(GL_FRAMEBUFFER_SRGB);
+    const DefaultRasterState rasterState;
     ShaderProgram program(nullptr);
     buildStripProgram(program);
     std::unique_ptr<Texture> strip = newStrip(face, format, type);
@@ -120,6 +123,7 @@ std::unique_ptr<Texture> stripOfFaces(Texture &cube, const LevelShape &face, uns
 
 bool copyFaces(const Texture &source, const Texture &target, int lod, const LevelShape &face)
 {
+    const AutoDisabler scissorTest(GL_SCISSOR_TEST); // the only test that clips a blit
     for (int i = 0; i < kFaces; ++i) {
         // 1. The face of each texture, attached. Not by bind(), which binds one framebuffer for reading and for drawing: a blit needs two.
         const FramebufferObject read(nullptr);
