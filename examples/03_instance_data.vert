@@ -1,5 +1,4 @@
 #version 150
-#include "ZelUtilities.glslh"
 #instancedata "Cube"
 in vec3 va_Vertex;
 in vec3 va_Normal;

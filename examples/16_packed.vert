@@ -1,5 +1,4 @@
 #version 150
-#include "ZelUtilities.glslh"
 #instancedata "Rock"
 #instancedata "Stone"
 in vec3 va_Vertex;

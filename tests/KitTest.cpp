@@ -393,6 +393,13 @@ TEST_F(KitTest, AnInstanceTableStoresTypedValuesAndRefusesOthers)
     quint64 token = 0;
     table->data()->get(1, "Texture", &token);
     EXPECT_EQ(5u, token);
+    EXPECT_EQ(nullptr, InstanceTable::create("Item", {{Plan::eInt, "A"}}, {{1}, {2.0}},
+                                             Plan::eUniformBufferMechanism, &error));
+    table = InstanceTable::create("Item", {{Plan::eInt, "A"}, {Plan::eInt, "B"}}, {{1, 2}, {3, 4}});
+    qint32 number = 0;
+    ASSERT_NE(nullptr, table);
+    table->data()->get(1, "B", &number);
+    EXPECT_EQ(4, number);
     EXPECT_EQ(QStringList(), _capture.takeTexts(QtWarningMsg));
     table.reset();
     InstanceDataRegistry::Instance()->clear();

@@ -289,7 +289,6 @@ TEST_F(SnippetsTest, InstanceTable)
         gems->set(i, "Color", QColor(Qt::green));
     }
     const auto program = ProgramBuilder::build(R"(#version 150
-#include "ZelUtilities.glslh"
 #instancedata "Gem"
 out vec4 v_Color;
 in vec3 va_Vertex;

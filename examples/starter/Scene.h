@@ -9,7 +9,6 @@ using namespace Orvane::ZelKit;
 using Orvane::ZelShaders::ProgramBuilder;
 
 const char kVertex[] = R"(#version 150
-#include "ZelUtilities.glslh"
 #instancedata "Gem"
 in vec3 va_Vertex;
 uniform mat4 u_ViewProjection;

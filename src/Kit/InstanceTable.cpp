@@ -132,6 +132,20 @@ std::unique_ptr<InstanceTable> InstanceTable::create(const QString &plan, const 
     return std::unique_ptr<InstanceTable>(new InstanceTable(registered, members, count));
 }
 
+std::unique_ptr<InstanceTable> InstanceTable::create(const QString &plan, const QVector<Member> &members,
+                                                     const std::vector<std::vector<Value>> &items,
+                                                     InstanceDataPlan::MechanismType mechanism,
+                                                     QString *error)
+{
+    std::unique_ptr<InstanceTable> table = create(plan, members, int(items.size()), mechanism, error);
+    for (size_t i = 0; table != nullptr && i < items.size(); ++i) {
+        if (!table->set(int(i), items[i], error)) {
+            table.reset();
+        }
+    }
+    return table;
+}
+
 bool InstanceTable::accepts(int index, const QString &member, const Value &value, QString *error) const
 {
     if (index < 0 || index >= _data->size() || !_plan->contains(member)

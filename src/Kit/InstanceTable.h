@@ -75,6 +75,12 @@ public:
     create(const QString &plan, const QVector<Member> &members, int count,
            Zel::InstanceDataPlan::MechanismType mechanism = Zel::InstanceDataPlan::eUniformBufferMechanism,
            QString *error = nullptr);
+    /// The same for these items, each with its values in the order of the members. Null, besides, if one has another number or
+    /// other types of values.
+    static std::unique_ptr<InstanceTable>
+    create(const QString &plan, const QVector<Member> &members, const std::vector<std::vector<Value>> &items,
+           Zel::InstanceDataPlan::MechanismType mechanism = Zel::InstanceDataPlan::eUniformBufferMechanism,
+           QString *error = nullptr);
     ~InstanceTable();
 
     /// Sets a member of one item. False, and nothing changes, for an unknown item or member, or a value of another type.

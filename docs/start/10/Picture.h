@@ -12,7 +12,6 @@ using namespace Orvane::ZelKit;
 using namespace Orvane::ZelShaders;
 
 const char *const kVertexText = R"(#version 150
-#include "ZelUtilities.glslh"
 #instancedata "Stone"
 in vec3 va_Vertex;
 in vec3 va_Normal;
