@@ -1,4 +1,3 @@
-#include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
 using namespace Orvane::Zel;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
 
 using namespace Orvane::Zel;

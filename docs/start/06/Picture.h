@@ -1,8 +1,6 @@
 #pragma once
 
-#include <ZelGL/ZelGL.h>
 #include <ZelKit/ZelKit.h>
-#include <ZelShaders/ZelShaders.h>
 
 #include <cmath>
 
