@@ -50,7 +50,7 @@ struct ZELKIT_EXPORT EnvironmentImage
     enum Layout {
         eLatLong, ///< twice as wide as high; the left edge is +x
         eCross,   ///< 4 by 3 or 3 by 4 cells
-        eStrip    ///< six faces side by side
+        eStrip    ///< six faces side by side: +x, -x, +y, -y, +z, -z
     };
 
     Layout layout = eLatLong; ///< a cross only before prepared()

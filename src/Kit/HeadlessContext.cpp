@@ -16,7 +16,7 @@ namespace {
 
 void setDefault(const char *variable, const char *value)
 {
-    if (!qEnvironmentVariableIsSet(variable)) {
+    if (qEnvironmentVariableIsEmpty(variable)) {
         qputenv(variable, value);
     }
 }

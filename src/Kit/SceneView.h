@@ -35,9 +35,9 @@ namespace Orvane { namespace ZelKit {
 /// - `static PostChain::Options frame()`: then draw() draws between begin() and end() of a PostChain with these options. It fills the
 ///   colour, and depth and stencil are clear.
 ///
-/// \a Surface is QOpenGLWindow or QOpenGLWidget. \a Scene has a default constructor, which runs in the context, a member `camera`
-/// with handle(), such as an OrbitCamera, and `void draw(const QSize &pixels)`. Call HeadlessContext::choosePlatform() before the
-/// application object exists, for a suitable context.
+/// \a Surface is QOpenGLWindow or QOpenGLWidget. \a Scene has a default constructor, which runs in the context, a member
+/// `camera` with handle(), such as an OrbitCamera, and `void draw(const QSize &pixels)`, for which the viewport is set. Call
+/// HeadlessContext::choosePlatform() before the application object exists, for a suitable context.
 ///
 /// \snippet kit.cpp SceneView
 ///
